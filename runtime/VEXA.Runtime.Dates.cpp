@@ -1,0 +1,113 @@
+#include "VEXA.Runtime.Dates.h"
+
+#include <QDateTime>
+#include <QTimeZone>
+
+#include <curl/curl.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace vexa {
+
+namespace {
+
+constexpr double kUnixEpoch = 25569;  // 1970-01-01 as an OLE date
+constexpr double kSecondsPerDay = 24 * 60 * 60;
+constexpr double kMillisecondsPerDay = kSecondsPerDay * 1000;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// The text as curl_getdate reads it: zone "+02:00" without its colon, "Sept" as "Sep". False when it is not ASCII or
+/// longer than a date can be.
+bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
+    if (text.size() >= static_cast<qsizetype>(out.size())) return false;
+    std::size_t size = 0;
+    for (const QChar c : text) {
+        if (c.unicode() >= 0x80 || c.isNull()) return false;
+        out[size++] = static_cast<char>(c.unicode());
+    }
+    if (size > 6) {
+        char* zone = out.data() + size - 6;
+        if ((*zone == '+' || *zone == '-') && IsDigit(zone[1]) && IsDigit(zone[2]) && zone[3] == ':' &&
+            IsDigit(zone[4]) && IsDigit(zone[5])) {
+            zone[3] = zone[4];
+            zone[4] = zone[5];
+            --size;
+        }
+    }
+    for (std::size_t i = 0; i + 4 < size; ++i) {
+        if ((out[i] | 0x20) != 's' || (out[i + 1] | 0x20) != 'e' || (out[i + 2] | 0x20) != 'p' ||
+            (out[i + 3] | 0x20) != 't' || std::isalpha(static_cast<unsigned char>(out[i + 4])))
+            continue;
+        out[i + 3] = ' ';
+    }
+    out[size] = '\0';
+    return true;
+}
+
+double FromIso(QStringView text) {
+    QDateTime date = QDateTime::fromString(text.toString(), Qt::ISODateWithMs);
+    if (!date.isValid()) return 0;
+    if (date.timeSpec() == Qt::LocalTime) date.setTimeSpec(Qt::UTC);
+    return ToOleDate(date);
+}
+
+bool LooksIso(QStringView text) {
+    return text.size() >= 8 && text[0].isDigit() && text[1].isDigit() && text[2].isDigit() && text[3].isDigit();
+}
+
+}  // namespace
+
+double DecodeRfc822Date(const QString& text) {
+    const QStringView trimmed = QStringView(text).trimmed();
+    if (LooksIso(trimmed)) return FromIso(trimmed);
+    std::array<char, 64> spelling;
+    if (trimmed.isEmpty() || !ToCurlSpelling(trimmed, spelling)) return 0;
+    const time_t seconds = curl_getdate(spelling.data(), nullptr);
+    return seconds == -1 ? 0 : kUnixEpoch + static_cast<double>(seconds) / kSecondsPerDay;
+}
+
+double DecodeIsoDate(const QString& text) { return FromIso(QStringView(text).trimmed()); }
+
+double ToOleDate(const QDateTime& date) {
+    return kUnixEpoch + static_cast<double>(date.toMSecsSinceEpoch()) / kMillisecondsPerDay;
+}
+
+QDateTime FromOleDate(double date) {
+    // 1,000,000 days cover the years that a calendar shows; beyond, and for not-a-number, there is no date.
+    if (!(std::abs(date) < 1'000'000 * 3.0)) return {};
+    return QDateTime::fromMSecsSinceEpoch(std::llround((date - kUnixEpoch) * kMillisecondsPerDay), Qt::UTC);
+}
+
+QString FormatOleDate(double date, QStringView pattern) {
+    const QDateTime moment = FromOleDate(date);
+    if (!moment.isValid()) return FormatOleDate(0, pattern);
+    const QDate day = moment.date();
+    const QTime time = moment.time();
+    struct Field {
+        QStringView Letters;
+        int Value;
+    };
+    const Field fields[] = {{u"yyyy", day.year()},    {u"MM", day.month()},    {u"dd", day.day()},
+                            {u"hh", time.hour()},     {u"mm", time.minute()},  {u"ss", time.second()}};
+    QString text;
+    while (!pattern.isEmpty()) {
+        qsizetype taken = 0;
+        for (const auto& [letters, value] : fields) {
+            if (!pattern.startsWith(letters)) continue;
+            text += QString::number(value).rightJustified(letters.size(), u'0');
+            taken = letters.size();
+            break;
+        }
+        if (taken == 0) {
+            text += pattern.front();
+            taken = 1;
+        }
+        pattern = pattern.sliced(taken);
+    }
+    return text;
+}
+
+}  // namespace vexa

@@ -1,0 +1,119 @@
+#include "VEXA.Runtime.Encoding.h"
+
+#include <QUtf8StringView>
+
+#include <unicode/ucnv.h>
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+namespace vexa {
+
+namespace {
+
+struct Mark {
+    std::string_view Bytes;
+    const char* Encoding;
+};
+// Longest first: the UTF-32 LE mark begins with that of UTF-16 LE.
+constexpr Mark kByteOrderMarks[] = {{std::string_view("\x00\x00\xFE\xFF", 4), "UTF-32BE"},
+                                    {std::string_view("\xFF\xFE\x00\x00", 4), "UTF-32LE"},
+                                    {std::string_view("\xEF\xBB\xBF", 3), "UTF-8"},
+                                    {std::string_view("\xFE\xFF", 2), "UTF-16BE"},
+                                    {std::string_view("\xFF\xFE", 2), "UTF-16LE"}};
+// XML 1.0, appendix F.1: "<?" without a mark.
+constexpr Mark kFirstCharacters[] = {{std::string_view("\x00\x00\x00<", 4), "UTF-32BE"},
+                                     {std::string_view("<\x00\x00\x00", 4), "UTF-32LE"},
+                                     {std::string_view("\x00<\x00", 3), "UTF-16BE"},
+                                     {std::string_view("<\x00", 2), "UTF-16LE"}};
+
+/// The encoding that an XML declaration names; empty when there is none. Looks at ASCII-compatible bytes only.
+std::string_view DeclaredEncoding(std::string_view bytes) {
+    const std::size_t begin = bytes.find("<?xml");
+    if (begin == std::string_view::npos || begin > 1024) return {};
+    const std::size_t end = bytes.find("?>", begin);
+    if (end == std::string_view::npos || end - begin > 1024) return {};
+    const std::string_view declaration = bytes.substr(begin, end - begin);
+    std::size_t at = declaration.find("encoding");
+    if (at == std::string_view::npos) return {};
+    at = declaration.find_first_of("\"'", at);
+    if (at == std::string_view::npos) return {};
+    const std::size_t close = declaration.find(declaration[at], at + 1);
+    if (close == std::string_view::npos) return {};
+    return declaration.substr(at + 1, close - at - 1);
+}
+
+bool IsNamed(const char* name, const char* encoding) { return ucnv_compareNames(name, encoding) == 0; }
+
+std::optional<std::string> Convert(std::string_view bytes, const char* encoding) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UConverter, decltype(&ucnv_close)> from(ucnv_open(encoding, &status), ucnv_close);
+    if (U_FAILURE(status)) return std::nullopt;
+    const std::unique_ptr<UConverter, decltype(&ucnv_close)> to(ucnv_open("UTF-8", &status), ucnv_close);
+    if (U_FAILURE(status)) return std::nullopt;
+
+    std::string out(bytes.size() * 3 / 2 + 64, '\0');
+    std::size_t written = 0;
+    const char* source = bytes.data();
+    const char* const sourceEnd = source + bytes.size();
+    UChar pivot[4096];
+    UChar* pivotSource = pivot;
+    UChar* pivotTarget = pivot;
+    UBool reset = true;
+    for (;;) {
+        char* target = out.data() + written;
+        status = U_ZERO_ERROR;
+        ucnv_convertEx(to.get(), from.get(), &target, out.data() + out.size(), &source, sourceEnd, pivot, &pivotSource,
+                       &pivotTarget, pivot + std::size(pivot), reset, /*flush*/ true, &status);
+        reset = false;
+        written = static_cast<std::size_t>(target - out.data());
+        if (status != U_BUFFER_OVERFLOW_ERROR) break;
+        out.resize(out.size() * 2);
+    }
+    if (U_FAILURE(status)) return std::nullopt;
+    out.resize(written);
+    return out;
+}
+
+std::string WithoutMark(std::string text) {
+    while (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+    return text;
+}
+
+/// Empty optional when ICU does not know `encoding`.
+std::optional<std::string> DecodeAs(std::string_view bytes, const char* encoding) {
+    if (IsNamed(encoding, "UTF-8") || IsNamed(encoding, "US-ASCII") || IsNamed(encoding, "ASCII")) {
+        if (IsUtf8(bytes)) return std::string(bytes);
+        return Convert(bytes, "windows-1252");
+    }
+    if (IsNamed(encoding, "ISO-8859-1") || IsNamed(encoding, "latin1")) encoding = "windows-1252";
+    return Convert(bytes, encoding);
+}
+
+}  // namespace
+
+bool IsUtf8(std::string_view bytes) noexcept {
+    return QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8();
+}
+
+std::string DecodeXml(std::string_view bytes, const QString& charset) {
+    for (const auto& [mark, encoding] : kByteOrderMarks) {
+        if (!bytes.starts_with(mark)) continue;
+        if (auto text = DecodeAs(bytes.substr(mark.size()), encoding)) return WithoutMark(std::move(*text));
+    }
+    for (const auto& [begin, encoding] : kFirstCharacters) {
+        if (!bytes.starts_with(begin)) continue;
+        if (auto text = DecodeAs(bytes, encoding)) return WithoutMark(std::move(*text));
+    }
+    const std::string declared(DeclaredEncoding(bytes));
+    // The bytes were read as ASCII to find the declaration, so a claim of UTF-16 in it is false.
+    if (!declared.empty() && !declared.starts_with("UTF-16") && !declared.starts_with("utf-16"))
+        if (auto text = DecodeAs(bytes, declared.c_str())) return WithoutMark(std::move(*text));
+    if (declared.empty() && !charset.isEmpty())
+        if (auto text = DecodeAs(bytes, charset.toLatin1().constData())) return WithoutMark(std::move(*text));
+    return WithoutMark(DecodeAs(bytes, "UTF-8").value());
+}
+
+}  // namespace vexa

@@ -1,0 +1,22 @@
+#pragma once
+// From the bytes of an XML document, in whatever encoding, to UTF-8.
+
+#include <QString>
+
+#include <string>
+#include <string_view>
+
+#include "VEXA.Runtime.Export.h"
+
+namespace vexa {
+
+/// The document as UTF-8 without a byte-order mark. The encoding is told by a byte-order mark, else by the XML
+/// declaration, else by `charset` (from the response's Content-Type; may be empty), else it is UTF-8. Anything ICU
+/// knows is decoded. ISO-8859-1 is read as windows-1252, as browsers do (WHATWG Encoding, 4.2), and so is what claims
+/// to be UTF-8 and is not. An unknown name falls through to the next source.
+VEXA_RUNTIME_API std::string DecodeXml(std::string_view bytes, const QString& charset = {});
+
+/// Whether `bytes` are well-formed UTF-8 (RFC 3629).
+VEXA_RUNTIME_API bool IsUtf8(std::string_view bytes) noexcept;
+
+}  // namespace vexa

@@ -1,0 +1,165 @@
+#include "VEXA.Runtime.Files.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeDatabase>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "VEXA.Runtime.Log.h"
+
+namespace vexa {
+
+namespace {
+
+constexpr qsizetype kLongestComponent = 200;  // bytes; file systems take 255
+constexpr qsizetype kLongestExtension = 10;   // characters, dot not counted
+
+bool IsOuter(QChar c) { return c == u'.' || c.isSpace(); }
+
+QStringView TrimmedOuter(QStringView text) {
+    while (!text.isEmpty() && IsOuter(text.front())) text = text.sliced(1);
+    while (!text.isEmpty() && IsOuter(text.back())) text.chop(1);
+    return text;
+}
+
+/// Device names that some file systems reserve, with any extension: CON, PRN, AUX, NUL, COM0–9, LPT0–9.
+bool IsDeviceName(QStringView component) {
+    const qsizetype dot = component.indexOf(u'.');
+    const QString stem = (dot < 0 ? component : component.first(dot)).trimmed().toString().toUpper();
+    if (stem == u"CON" || stem == u"PRN" || stem == u"AUX" || stem == u"NUL") return true;
+    return stem.size() == 4 && stem[3].isDigit() && (stem.startsWith(u"COM") || stem.startsWith(u"LPT"));
+}
+
+/// Where the extension's dot stands; −1 when there is none worth keeping.
+qsizetype ExtensionDot(QStringView component) {
+    const qsizetype dot = component.lastIndexOf(u'.');
+    return dot > 0 && component.size() - dot - 1 <= kLongestExtension && dot + 1 < component.size() ? dot : -1;
+}
+
+qsizetype DelimiterBefore(const QString& path) { return std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\')); }
+
+}  // namespace
+
+QString ToFileNameComponent(const QString& text) {
+    static constexpr QStringView reserved = u"\\/:*?\"<>|";
+    QString name;
+    name.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        const bool pair = c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
+        if (pair) {
+            name += c;
+            name += text.at(++i);
+        } else if (!c.isSurrogate() && c.category() != QChar::Other_Control && !reserved.contains(c)) {
+            name += c;
+        }
+    }
+    QString component = TrimmedOuter(name).toString();
+    if (IsDeviceName(component)) component.prepend(u'_');
+    return ClampComponent(component, kLongestComponent);
+}
+
+QString ClampComponent(const QString& component, qsizetype maxBytes) {
+    if (component.toUtf8().size() <= maxBytes) return component;
+    const qsizetype dot = ExtensionDot(component);
+    const QString extension = dot < 0 ? QString() : component.sliced(dot);
+    QString stem = dot < 0 ? component : component.first(dot);
+    const qsizetype room = maxBytes - extension.toUtf8().size();
+    // Every UTF-16 unit makes at least one byte, so begin where a cut can be needed.
+    stem.truncate(room);
+    while (!stem.isEmpty() && stem.toUtf8().size() > room) stem.chop(1);
+    if (!stem.isEmpty() && stem.back().isHighSurrogate()) stem.chop(1);
+    while (!stem.isEmpty() && IsOuter(stem.back())) stem.chop(1);
+    return stem + extension;
+}
+
+QString ExtractFileName(const QString& path) { return path.sliced(DelimiterBefore(path) + 1); }
+
+QString ExtractFileExt(const QString& path) {
+    const QString name = ExtractFileName(path);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot < 0 || dot + 1 == name.size() ? QString() : name.sliced(dot);
+}
+
+QString FileFormat(const QString& addressOrFile) {
+    QString path = addressOrFile;
+    if (const qsizetype scheme = path.indexOf(u"://"); scheme > 0) {
+        path = path.sliced(scheme + 3);
+        static constexpr QStringView ends = u"?#";
+        path.erase(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }), path.end());
+        if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
+    }
+    return ExtractFileExt(path).mid(1).toUpper();
+}
+
+bool MatchesFileMask(const QString& text, const QString& masks) {
+    for (const QString& mask : masks.split(u';', Qt::SkipEmptyParts)) {
+        const auto expression = QRegularExpression::fromWildcard(mask.trimmed(), Qt::CaseInsensitive);
+        if (expression.match(ExtractFileName(text)).hasMatch()) return true;
+    }
+    return false;
+}
+
+bool FileExists(const QString& fileName) {
+    if (fileName.isEmpty() || fileName.contains(QChar::Null)) return false;
+    struct stat status {};
+    return stat(QFile::encodeName(fileName).constData(), &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
+QString ExtensionOfMimeType(const QString& mimeType) {
+    struct Known {
+        QStringView Type, Extension;
+    };
+    // The audio (and video) types of podcasts: the system's database prefers unusual extensions for some of them and
+    // does not know others.
+    static constexpr Known table[] = {
+        {u"audio/mpeg", u".mp3"},      {u"audio/mp3", u".mp3"},       {u"audio/mpeg3", u".mp3"},
+        {u"audio/x-mpeg", u".mp3"},    {u"audio/x-mp3", u".mp3"},     {u"audio/mpg", u".mp3"},
+        {u"audio/x-mpeg-3", u".mp3"},  {u"audio/mp4", u".m4a"},       {u"audio/m4a", u".m4a"},
+        {u"audio/x-m4a", u".m4a"},     {u"audio/x-m4b", u".m4b"},     {u"audio/aac", u".aac"},
+        {u"audio/aacp", u".aac"},      {u"audio/x-aac", u".aac"},     {u"audio/ogg", u".ogg"},
+        {u"application/ogg", u".ogg"}, {u"audio/vorbis", u".ogg"},    {u"audio/opus", u".opus"},
+        {u"audio/flac", u".flac"},     {u"audio/x-flac", u".flac"},   {u"audio/wav", u".wav"},
+        {u"audio/wave", u".wav"},      {u"audio/x-wav", u".wav"},     {u"audio/vnd.wave", u".wav"},
+        {u"audio/webm", u".weba"},     {u"audio/x-ms-wma", u".wma"},  {u"audio/midi", u".mid"},
+        {u"audio/aiff", u".aif"},      {u"audio/x-aiff", u".aif"},    {u"audio/x-ms-wax", u".wax"},
+        {u"audio/ac3", u".ac3"},       {u"audio/basic", u".au"},      {u"audio/amr", u".amr"},
+        {u"video/mp4", u".mp4"},       {u"video/x-m4v", u".m4v"},     {u"video/mpeg", u".mpg"},
+        {u"video/quicktime", u".mov"}, {u"video/webm", u".webm"},     {u"video/ogg", u".ogv"},
+    };
+    const QString type = mimeType.section(u';', 0, 0).trimmed().toLower();
+    for (const auto& [known, extension] : table)
+        if (type == known) return extension.toString();
+    const QMimeType registered = QMimeDatabase().mimeTypeForName(type);
+    if (!registered.isValid() || registered.isDefault()) return {};
+    const QString suffix = registered.preferredSuffix();
+    return suffix.isEmpty() ? QString() : u'.' + suffix;
+}
+
+bool MoveToRecycleBin(const QString& fileName) {
+    const QFileInfo file(fileName);
+    if (!file.exists() && !file.isSymLink()) return true;
+    // Qt puts the file below the current folder when the data folder is missing.
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    if (QFile::moveToTrash(fileName)) return true;
+    qCWarning(LogRuntime).noquote() << "there is no trash for" << fileName << "- it stays where it is";
+    return false;
+}
+
+QString MusicFolder() {
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    if (!folder.endsWith(u'/')) folder += u'/';
+    return folder;
+}
+
+QString DefaultProfileFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/vexa";
+}
+
+}  // namespace vexa

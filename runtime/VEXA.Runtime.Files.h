@@ -1,0 +1,45 @@
+#pragma once
+// File names, file types, standard folders and the desktop's trash.
+
+#include <QString>
+
+#include "VEXA.Runtime.Export.h"
+
+namespace vexa {
+
+/// `text` as one component of a file name: without delimiters, control and reserved characters, without outer blanks
+/// and dots, never a device name, at most 200 bytes of UTF-8 with its extension kept. Never "." or ".."; empty when
+/// nothing is left.
+VEXA_RUNTIME_API QString ToFileNameComponent(const QString& text);
+
+/// Cuts a component to `maxBytes` of UTF-8, keeping its extension (what follows the last dot, up to 10 characters).
+VEXA_RUNTIME_API QString ClampComponent(const QString& component, qsizetype maxBytes);
+
+/// What follows the last "/" or "\"; the whole text when there is none.
+VEXA_RUNTIME_API QString ExtractFileName(const QString& path);
+/// The extension of the last component with its leading dot (".mp3"); empty when there is none.
+VEXA_RUNTIME_API QString ExtractFileExt(const QString& path);
+
+/// The format of an address or file name: the extension of its last path segment in capitals without the dot ("MP3"),
+/// query and fragment cut off; empty when there is none.
+VEXA_RUNTIME_API QString FileFormat(const QString& addressOrFile);
+
+/// Whether `text` matches one of the masks ("*.xml;*.rss"), ignoring letter case.
+VEXA_RUNTIME_API bool MatchesFileMask(const QString& text, const QString& masks);
+
+/// Whether a file (not a folder) of that name exists, symbolic links followed.
+VEXA_RUNTIME_API bool FileExists(const QString& fileName);
+
+/// The extension, with its dot, registered for a MIME type ("audio/mpeg": ".mp3"); empty for an unknown type.
+VEXA_RUNTIME_API QString ExtensionOfMimeType(const QString& mimeType);
+
+/// Moves a file to the desktop's trash. True when the file is gone (one that was missing included); false when there is
+/// no trash for it: it then stays where it is and a warning is logged.
+VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName);
+
+/// The user's music folder, ending in a delimiter.
+VEXA_RUNTIME_API QString MusicFolder();
+/// The folder that profiles live in unless the program is told another: the user's data folder, "vexa" below it.
+VEXA_RUNTIME_API QString DefaultProfileFolder();
+
+}  // namespace vexa

@@ -1,0 +1,379 @@
+#include "VEXA.Runtime.Http.h"
+
+#include <QUrl>
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Version.h"
+
+namespace vexa {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kMaxRedirects = 10;
+constexpr int kPollMilliseconds = 50;
+constexpr auto kProgressInterval = std::chrono::milliseconds(50);
+constexpr long kReceiveBuffer = 256 * 1024;
+
+std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
+std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
+
+/// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
+class Share {
+public:
+    static CURLSH* Handle() {
+        static auto* share = new Share;  // used by threads that outlive static destruction
+        return share->FHandle;
+    }
+
+private:
+    Share() {
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+        FHandle = curl_share_init();
+        curl_share_setopt(FHandle, CURLSHOPT_USERDATA, this);
+        curl_share_setopt(FHandle, CURLSHOPT_LOCKFUNC, Lock);
+        curl_share_setopt(FHandle, CURLSHOPT_UNLOCKFUNC, Unlock);
+        curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
+        curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    }
+    static void Lock(CURL*, curl_lock_data data, curl_lock_access, void* self) {
+        static_cast<Share*>(self)->FMutexes[data].lock();
+    }
+    static void Unlock(CURL*, curl_lock_data data, void* self) { static_cast<Share*>(self)->FMutexes[data].unlock(); }
+
+    CURLSH* FHandle = nullptr;
+    std::array<std::mutex, CURL_LOCK_DATA_LAST> FMutexes;
+};
+
+/// A thread's transfer handles, kept for their connections.
+class ThreadHandles {
+public:
+    ThreadHandles() : FShare(Share::Handle()), FEasy(curl_easy_init()), FMulti(curl_multi_init()) {
+        if (!FEasy || !FMulti) throw std::bad_alloc();
+    }
+    ~ThreadHandles() {
+        curl_easy_cleanup(FEasy);
+        curl_multi_cleanup(FMulti);
+    }
+    ThreadHandles(const ThreadHandles&) = delete;
+    ThreadHandles& operator=(const ThreadHandles&) = delete;
+
+    CURL* Easy() const { return FEasy; }
+    CURLM* Multi() const { return FMulti; }
+    bool InUse = false;
+
+private:
+    CURLSH* FShare;  // made before the handles that use it
+    CURL* FEasy;
+    CURLM* FMulti;
+};
+
+QString ReasonPhrase(int status) {
+    // HTTP/2 and 3 send no phrases; RFC 9110, section 15.
+    struct Named {
+        int Status;
+        const char* Phrase;
+    };
+    static constexpr Named phrases[] = {
+        {300, "Multiple Choices"},      {301, "Moved Permanently"},   {302, "Found"},
+        {303, "See Other"},             {304, "Not Modified"},        {307, "Temporary Redirect"},
+        {308, "Permanent Redirect"},    {400, "Bad Request"},         {401, "Unauthorized"},
+        {402, "Payment Required"},      {403, "Forbidden"},           {404, "Not Found"},
+        {405, "Method Not Allowed"},    {406, "Not Acceptable"},      {408, "Request Timeout"},
+        {410, "Gone"},                  {416, "Range Not Satisfiable"}, {421, "Misdirected Request"},
+        {429, "Too Many Requests"},     {451, "Unavailable For Legal Reasons"},
+        {500, "Internal Server Error"}, {501, "Not Implemented"},     {502, "Bad Gateway"},
+        {503, "Service Unavailable"},   {504, "Gateway Timeout"},
+    };
+    for (const auto& [number, phrase] : phrases)
+        if (number == status) return QString::fromLatin1(phrase);
+    return {};
+}
+
+QString CurlReason(CURLcode code, const char* detail) {
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the server's name could not be resolved");
+        case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the server did not answer in time");
+        case CURLE_TOO_MANY_REDIRECTS: return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
+        case CURLE_UNSUPPORTED_PROTOCOL:
+            return QStringLiteral("the address, or one that it redirects to, is not http or https");
+        case CURLE_PARTIAL_FILE: return QStringLiteral("the connection ended before the whole body arrived");
+        case CURLE_GOT_NOTHING: return QStringLiteral("the server closed the connection without an answer");
+        case CURLE_BAD_CONTENT_ENCODING: return QStringLiteral("the compressed body is damaged");
+        default: break;
+    }
+    const QString text = QString::fromUtf8(detail && *detail ? detail : curl_easy_strerror(code)).trimmed();
+    return QStringLiteral("the transfer failed: ") + text;
+}
+
+/// One running transfer: the meeting point of libcurl's C callbacks and ours.
+class Transfer {
+public:
+    Transfer(const HttpGet& request, CURL* easy, const CancelCheck& isCancelled)
+        : FRequest(request), FEasy(easy), FIsCancelled(isCancelled) {}
+
+    HttpErrorInfo Perform(CURLM* multi, const QByteArray& url) {
+        curl_easy_reset(FEasy);
+        Set(CURLOPT_URL, url.constData());
+        Set(CURLOPT_SHARE, Share::Handle());
+        Set(CURLOPT_USERAGENT, kUserAgent);
+        Set(CURLOPT_PROTOCOLS_STR, "http,https");
+        Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+        Set(CURLOPT_FOLLOWLOCATION, 1L);
+        Set(CURLOPT_MAXREDIRS, static_cast<long>(kMaxRedirects));
+        Set(CURLOPT_NOSIGNAL, 1L);
+        Set(CURLOPT_QUICK_EXIT, 1L);
+        Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
+        Set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+        Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
+        Set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
+        Set(CURLOPT_ERRORBUFFER, FErrorText);
+        if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
+        Set(CURLOPT_WRITEFUNCTION, &Transfer::WriteCallback);
+        Set(CURLOPT_WRITEDATA, this);
+        Set(CURLOPT_HEADERFUNCTION, &Transfer::HeaderCallback);
+        Set(CURLOPT_HEADERDATA, this);
+
+        const CURLMcode added = curl_multi_add_handle(multi, FEasy);
+        if (added != CURLM_OK)
+            return Failure(HttpErrorInfo::Kind::Network, QString::fromUtf8(curl_multi_strerror(added)));
+        const CURLcode code = Loop(multi);
+        long status = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_RESPONSE_CODE, &status);
+        FStatus = static_cast<int>(status);
+        HttpErrorInfo info = Judge(code);
+        curl_multi_remove_handle(multi, FEasy);
+        return info;
+    }
+
+private:
+    template <class Value>
+    void Set(CURLoption option, Value value) {
+        curl_easy_setopt(FEasy, option, value);
+    }
+
+    /// Runs until the transfer has ended or is cancelled.
+    CURLcode Loop(CURLM* multi) {
+        for (;;) {
+            if (FIsCancelled && FIsCancelled()) {
+                FCancelled = true;
+                return CURLE_ABORTED_BY_CALLBACK;
+            }
+            int running = 0;
+            if (curl_multi_perform(multi, &running) != CURLM_OK) return CURLE_FAILED_INIT;
+            int left = 0;
+            while (const CURLMsg* message = curl_multi_info_read(multi, &left))
+                if (message->msg == CURLMSG_DONE && message->easy_handle == FEasy) return message->data.result;
+            Progress(false);
+            if (curl_multi_poll(multi, nullptr, 0, kPollMilliseconds, nullptr) != CURLM_OK) return CURLE_FAILED_INIT;
+        }
+    }
+
+    HttpErrorInfo Judge(CURLcode code) {
+        using Kind = HttpErrorInfo::Kind;
+        if (FCause) {
+            HttpErrorInfo info = Failure(Kind::Callback, QStringLiteral("an internal error"));
+            info.Cause = FCause;
+            try {
+                std::rethrow_exception(FCause);
+            } catch (const std::exception& error) {
+                info.Message = QString::fromUtf8(error.what());
+            } catch (...) {
+            }
+            return info;
+        }
+        if (FCancelled) return Failure(Kind::Cancelled, QStringLiteral("cancelled"));
+        if (FTooLarge)
+            return Failure(Kind::TooLarge, QStringLiteral("the document is larger than %1 MiB")
+                                               .arg(FRequest.MaxBytes / (1024 * 1024)));
+        if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
+        if (IsFailureStatus()) return Failure(Kind::Status, StatusText());
+        if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
+        // A body without a single byte never reached the write callback.
+        if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
+        Progress(true);
+        if (FCause) return Judge(CURLE_OK);
+        return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr};
+    }
+
+    HttpErrorInfo Failure(HttpErrorInfo::Kind kind, const QString& message) const {
+        return HttpErrorInfo{kind, FStatus, message, nullptr};
+    }
+
+    bool IsFailureStatus() const { return FStatus != 0 && (FStatus < 200 || FStatus >= 300); }
+
+    QString StatusText() const {
+        const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
+        return QStringLiteral("the server answered %1").arg(FStatus) + (phrase.isEmpty() ? QString() : u' ' + phrase);
+    }
+
+    /// Runs foreign code; what it throws is kept and ends the transfer.
+    template <class Call>
+    bool Guarded(Call call) noexcept {
+        try {
+            return call();
+        } catch (...) {
+            FCause = std::current_exception();
+            return false;
+        }
+    }
+
+    bool Accept() {
+        FAccepted = true;
+        HttpResponseInfo response;
+        const char* type = nullptr;
+        curl_easy_getinfo(FEasy, CURLINFO_CONTENT_TYPE, &type);
+        if (type) {
+            const QString whole = QString::fromUtf8(type);
+            response.MimeType = whole.section(u';', 0, 0).trimmed().toLower();
+            for (const QString& parameter : whole.section(u';', 1).split(u';')) {
+                if (!parameter.trimmed().startsWith(u"charset=", Qt::CaseInsensitive)) continue;
+                response.Charset = parameter.section(u'=', 1).trimmed().remove(u'"').remove(u'\'');
+            }
+        }
+        if (FRequest.OnAccepted && !FRequest.OnAccepted(response)) {
+            FRefused = true;
+            return false;
+        }
+        return true;
+    }
+
+    bool Write(const char* data, std::size_t size) {
+        long status = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_RESPONSE_CODE, &status);
+        FStatus = static_cast<int>(status);
+        FReceived += static_cast<qint64>(size);
+        if (IsFailureStatus()) return FReceived <= kReceiveBuffer;  // an error page: read it for the connection's sake
+        if (!FAccepted && !Accept()) return false;
+        if (FRequest.MaxBytes > 0 && FReceived > FRequest.MaxBytes) {
+            FTooLarge = true;
+            return false;
+        }
+        if (FRequest.OnData && !FRequest.OnData(data, size)) {
+            FRefused = true;
+            return false;
+        }
+        return !FIsCancelled || !(FCancelled = FIsCancelled());
+    }
+
+    static std::size_t WriteCallback(char* data, std::size_t size, std::size_t count, void* self) {
+        auto& transfer = *static_cast<Transfer*>(self);
+        const std::size_t bytes = size * count;
+        return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
+    }
+
+    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found").
+    static std::size_t HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
+        const std::size_t bytes = size * count;
+        const QByteArrayView line(data, static_cast<qsizetype>(bytes));
+        if (line.startsWith("HTTP/")) {
+            auto& transfer = *static_cast<Transfer*>(self);
+            transfer.Guarded([&] {
+                const QString text = QString::fromUtf8(line).simplified().left(200);
+                transfer.FPhrase = text.section(u' ', 2);
+                return true;
+            });
+        }
+        return bytes;
+    }
+
+    void Progress(bool last) {
+        if (!FRequest.OnProgress || !FAccepted || FCause) return;
+        const auto now = Clock::now();
+        if (!last && now - FLastProgress < kProgressInterval) return;
+        FLastProgress = now;
+        curl_off_t size = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &size);
+        Guarded([&] {
+            FRequest.OnProgress(FReceived, std::max<qint64>(size, 0));
+            return true;
+        });
+    }
+
+    const HttpGet& FRequest;
+    CURL* FEasy;
+    const CancelCheck& FIsCancelled;
+    char FErrorText[CURL_ERROR_SIZE] = {};
+    int FStatus = 0;
+    QString FPhrase;
+    qint64 FReceived = 0;
+    bool FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
+    std::exception_ptr FCause;
+    Clock::time_point FLastProgress{};
+};
+
+/// The address as it goes over the wire (spaces, IRIs and international host names encoded); empty when it is none.
+QByteArray EncodedUrl(const QString& text) {
+    const QUrl url(text.trimmed(), QUrl::TolerantMode);
+    const QString scheme = url.scheme();
+    if (!url.isValid() || url.host().isEmpty() || (scheme != u"http" && scheme != u"https")) return {};
+    return url.toEncoded();
+}
+
+}  // namespace
+
+HttpError::HttpError(const QString& message) : std::runtime_error(message.toStdString()) {}
+HttpError::~HttpError() = default;
+
+void HttpErrorInfo::RaiseIfFailed() const {
+    if (Succeeded()) return;
+    if (Cause) std::rethrow_exception(Cause);
+    throw HttpError(Message);
+}
+
+HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
+    HttpErrorInfo info;
+    if (const QByteArray url = EncodedUrl(Url); url.isEmpty()) {
+        info = {HttpErrorInfo::Kind::BadAddress, 0, QStringLiteral("this is not an http or https address"), nullptr};
+    } else {
+        thread_local ThreadHandles handles;
+        // A callback that fetches something itself gets handles of its own.
+        std::unique_ptr<ThreadHandles> nested = handles.InUse ? std::make_unique<ThreadHandles>() : nullptr;
+        ThreadHandles& used = nested ? *nested : handles;
+        used.InUse = true;
+        info = Transfer(*this, used.Easy(), isCancelled).Perform(used.Multi(), url);
+        used.InUse = false;
+    }
+    if (info.Succeeded())
+        qCDebug(LogHttp).noquote() << "fetched" << Url;
+    else
+        qCDebug(LogHttp).noquote() << "could not fetch" << Url << "-" << info.Message;
+    if (OnCompleted) OnCompleted(info);
+    return info;
+}
+
+HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCheck& isCancelled) {
+    HttpDocument document;
+    HttpGet request;
+    request.Url = url;
+    request.Compressed = true;
+    request.MaxBytes = maxBytes;
+    request.OnAccepted = [&](const HttpResponseInfo& info) {
+        document.Info = info;
+        return true;
+    };
+    request.OnData = [&](const char* data, std::size_t size) {
+        document.Body.append(data, static_cast<qsizetype>(size));
+        return true;
+    };
+    request.Run(isCancelled).RaiseIfFailed();
+    return document;
+}
+
+bool IsUrl(const QString& text) { return !EncodedUrl(text).isEmpty() && !text.isEmpty() && !text.at(0).isSpace(); }
+
+void SetHttpTimeouts(HttpTimeouts timeouts) {
+    ConnectSeconds = timeouts.Connect.count();
+    StalledSeconds = timeouts.Stalled.count();
+}
+
+}  // namespace vexa

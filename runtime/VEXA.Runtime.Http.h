@@ -1,0 +1,86 @@
+#pragma once
+// HTTP GET, blocking, with callbacks: the transfers of feeds, logos and audio files.
+//
+// Addresses are http or https, also after redirects (at most 10). Certificates are checked. Connecting may take 15 s
+// and a transfer may stand still for 30 s; there is no limit on the whole. A cancel check is polled at least every
+// 50 ms, also while a name is resolved or nothing arrives. Each thread keeps its own connections for reuse; names and
+// TLS sessions are shared between threads.
+
+#include <QByteArray>
+#include <QString>
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <stdexcept>
+
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Threads.h"
+
+namespace vexa {
+
+/// Why a transfer failed; the message holds the reason alone ("the server answered 404 Not Found"), not the address.
+class VEXA_RUNTIME_API HttpError : public std::runtime_error {
+public:
+    explicit HttpError(const QString& message);
+    ~HttpError() override;
+};
+
+/// How a transfer ended.
+struct VEXA_RUNTIME_API HttpErrorInfo {
+    enum class Kind { Success, Cancelled, BadAddress, Network, Status, TooLarge, Refused, Callback };
+
+    Kind What = Kind::Success;
+    int Status = 0;            // HTTP status of the last response, 0 when none came
+    QString Message;           // empty on success
+    std::exception_ptr Cause;  // what a callback threw (Kind::Callback)
+
+    bool Succeeded() const noexcept { return What == Kind::Success; }
+    /// Throws the callback's own exception, or an HttpError with the message, unless the transfer succeeded.
+    void RaiseIfFailed() const;
+};
+
+/// What the headers of the final response say.
+struct HttpResponseInfo {
+    QString MimeType;  // lower case, without parameters; empty when not given
+    QString Charset;   // the charset parameter, empty when not given
+};
+
+/// One GET. Fill in the callbacks that matter, then Run. All callbacks are called on the calling thread; what one
+/// throws ends the transfer as a failure and is kept in the error information.
+struct VEXA_RUNTIME_API HttpGet {
+    QString Url;
+    bool Compressed = false;  // ask for (and undo) content encodings: for documents, not for audio
+    qint64 MaxBytes = 0;      // bound on the body after decompression, 0 = none
+
+    /// Status 2xx and all headers are there; false ends the transfer. Called once, before any data.
+    std::function<bool(const HttpResponseInfo&)> OnAccepted;
+    /// A block of the body; false ends the transfer.
+    std::function<bool(const char* data, std::size_t size)> OnData;
+    /// Bytes received so far and the announced total (0 when unknown), about 20 times a second and at the end.
+    std::function<void(qint64 position, qint64 size)> OnProgress;
+    /// Called once, whatever happened. What this one throws leaves Run.
+    std::function<void(const HttpErrorInfo&)> OnCompleted;
+
+    HttpErrorInfo Run(const CancelCheck& isCancelled) const;
+};
+
+struct HttpDocument {
+    QByteArray Body;
+    HttpResponseInfo Info;
+};
+
+/// Fetches a whole document into memory, compressed where the server can. Throws HttpError.
+VEXA_RUNTIME_API HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCheck& isCancelled);
+
+/// Whether `text` is an absolute http or https address with a host.
+VEXA_RUNTIME_API bool IsUrl(const QString& text);
+
+struct HttpTimeouts {
+    std::chrono::seconds Connect{15};
+    std::chrono::seconds Stalled{30};
+};
+/// For all transfers that start afterwards.
+VEXA_RUNTIME_API void SetHttpTimeouts(HttpTimeouts timeouts);
+
+}  // namespace vexa

@@ -1,0 +1,11 @@
+#include "VEXA.Runtime.Log.h"
+
+namespace vexa {
+
+Q_LOGGING_CATEGORY(LogHttp, "podcasts.http", QtWarningMsg)
+Q_LOGGING_CATEGORY(LogDatabase, "podcasts.db", QtWarningMsg)
+Q_LOGGING_CATEGORY(LogRefresh, "podcasts.refresh", QtWarningMsg)
+Q_LOGGING_CATEGORY(LogDownload, "podcasts.download", QtWarningMsg)
+Q_LOGGING_CATEGORY(LogRuntime, "podcasts.runtime", QtWarningMsg)
+
+}  // namespace vexa

@@ -1,0 +1,69 @@
+#include "VEXA.Runtime.SQLite.Builder.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "VEXA.Runtime.Text.h"
+
+namespace vexa {
+
+SqlBuilder& SqlBuilder::Text(QStringView value) {
+    if (value.contains(u'\0')) {
+        static constexpr char digits[] = "0123456789abcdef";
+        FSql += "CAST(x'";
+        for (const char c : ToUtf8(value)) {
+            FSql += digits[static_cast<unsigned char>(c) >> 4];
+            FSql += digits[c & 0xF];
+        }
+        FSql += "' AS TEXT)";
+        return *this;
+    }
+    FSql += '\'';
+    for (;;) {
+        const qsizetype quote = value.indexOf(u'\'');
+        if (quote < 0) break;
+        AppendUtf8(FSql, value.first(quote + 1));
+        FSql += '\'';
+        value = value.sliced(quote + 1);
+    }
+    AppendUtf8(FSql, value);
+    FSql += '\'';
+    return *this;
+}
+
+SqlBuilder& SqlBuilder::Integer(qint64 value) {
+    FSql += std::to_string(value);
+    return *this;
+}
+
+SqlBuilder& SqlBuilder::Double(double value) {
+    if (std::isnan(value)) return Raw("NULL");
+    if (std::isinf(value)) return Raw(value > 0 ? "9e999" : "-9e999");
+    char text[40];
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, 16).ptr;
+    FSql.append(text, end);
+    return *this;
+}
+
+SqlBuilder& SqlBuilder::CreateTable(std::string_view name, std::initializer_list<SqlColumn> columns,
+                                    std::string_view constraint) {
+    FSql.append("CREATE TABLE IF NOT EXISTS ").append(name).append(" (");
+    const char* separator = "";
+    for (const auto& [column, kind] : columns) {
+        FSql.append(separator).append(column).append(" ");
+        switch (kind) {
+            case SqlColumn::Type::Key: FSql += "INTEGER PRIMARY KEY AUTOINCREMENT"; break;
+            case SqlColumn::Type::Integer: FSql += "INTEGER"; break;
+            case SqlColumn::Type::Double: FSql += "DOUBLE"; break;
+            case SqlColumn::Type::Text: FSql += "TEXT"; break;
+            case SqlColumn::Type::ShownText: FSql += "TEXT COLLATE UNICODE"; break;
+            case SqlColumn::Type::Blob: FSql += "BLOB"; break;
+        }
+        separator = ", ";
+    }
+    if (!constraint.empty()) FSql.append(separator).append(constraint);
+    FSql += ");";
+    return *this;
+}
+
+}  // namespace vexa

@@ -1,0 +1,303 @@
+#include "VEXA.Runtime.SQLite.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+#include <unicode/ucol.h>
+#include <unicode/uiter.h>
+
+#include <cstring>
+
+#include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Text.h"
+
+namespace vexa {
+
+namespace {
+
+constexpr int kBusyMilliseconds = 5000;
+// Of 4 KiB. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back once.
+constexpr int kCheckpointPages = 4000;
+
+/// What a person can do about an error; empty when we do not know.
+const char* Advice(int code) {
+    switch (code & 0xFF) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED: return "; another program is using it: try again in a moment";
+        case SQLITE_READONLY:
+        case SQLITE_PERM: return "; make the file and its folder writable";
+        case SQLITE_CANTOPEN: return "; check that its folder exists and is writable";
+        case SQLITE_FULL: return "; free some disk space";
+        case SQLITE_IOERR: return "; check the disk and its free space";
+        case SQLITE_NOTADB: return "; move the file away, or name another profile folder";
+        case SQLITE_CORRUPT: return "; restore the file from a backup, or move it away";
+        default: return "";
+    }
+}
+
+/// Root collation of the Unicode Collation Algorithm: the same order on every machine. Texts that it calls equal are
+/// told apart by their bytes, so that equality stays exact.
+class UnicodeCollator {
+public:
+    UnicodeCollator() {
+        UErrorCode status = U_ZERO_ERROR;
+        FCollator = ucol_open("root", &status);
+        if (U_FAILURE(status)) FCollator = nullptr;
+    }
+    ~UnicodeCollator() {
+        if (FCollator) ucol_close(FCollator);
+    }
+    UnicodeCollator(const UnicodeCollator&) = delete;
+    UnicodeCollator& operator=(const UnicodeCollator&) = delete;
+
+    static int Compare(void*, int sizeA, const void* a, int sizeB, const void* b) {
+        static const UnicodeCollator collator;
+        if (collator.FCollator) {
+            UErrorCode status = U_ZERO_ERROR;
+            const auto order = ucol_strcollUTF8(collator.FCollator, static_cast<const char*>(a), sizeA,
+                                                static_cast<const char*>(b), sizeB, &status);
+            if (U_SUCCESS(status) && order != UCOL_EQUAL) return order;
+        }
+        const int order = std::memcmp(a, b, static_cast<std::size_t>(std::min(sizeA, sizeB)));
+        return order != 0 ? order : sizeA - sizeB;
+    }
+
+private:
+    UCollator* FCollator;
+};
+
+std::string_view ArgumentBytes(sqlite3_value* value) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+    return text ? std::string_view(text, static_cast<std::size_t>(sqlite3_value_bytes(value))) : std::string_view();
+}
+
+void Upper(sqlite3_context* context, int, sqlite3_value** arguments) {
+    if (sqlite3_value_type(arguments[0]) == SQLITE_NULL) return sqlite3_result_null(context);
+    const std::string_view text = ArgumentBytes(arguments[0]);
+    auto* out = static_cast<char*>(sqlite3_malloc64(text.size() + 1));
+    if (!out) return sqlite3_result_error_nomem(context);
+    std::size_t i = 0;
+    for (; i < text.size() && static_cast<unsigned char>(text[i]) < 0x80; ++i)
+        out[i] = text[i] >= 'a' && text[i] <= 'z' ? static_cast<char>(text[i] - 0x20) : text[i];
+    if (i == text.size()) return sqlite3_result_text64(context, out, i, sqlite3_free, SQLITE_UTF8);
+    sqlite3_free(out);
+    const std::string upper = ToUtf8(FromUtf8(text).toUpper());  // Qt's is the locale-independent mapping
+    sqlite3_result_text64(context, upper.data(), upper.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+template <class Function>
+void CallFunction(sqlite3_context* context, int, sqlite3_value** arguments) {
+    const auto function = reinterpret_cast<Function>(sqlite3_user_data(context));
+    try {
+        const auto result = function(FromUtf8(ArgumentBytes(arguments[0])));
+        if constexpr (std::is_same_v<decltype(result), const int>) {
+            sqlite3_result_int(context, result);
+        } else {
+            const std::string bytes = ToUtf8(result);
+            sqlite3_result_text64(context, bytes.data(), bytes.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+        }
+    } catch (const std::exception& error) {
+        sqlite3_result_error(context, error.what(), -1);
+    }
+}
+
+}  // namespace
+
+SqliteError::~SqliteError() = default;
+
+/// Owns one prepared statement.
+class SqliteDatabase::Statement {
+public:
+    Statement(SqliteDatabase& database, std::string_view sql, const char** tail = nullptr) {
+        const char* rest = nullptr;
+        const int code = sqlite3_prepare_v2(database.FConnection, sql.data(), static_cast<int>(sql.size()),
+                                            &FStatement, &rest);
+        if (code != SQLITE_OK) database.Raise("cannot read or write", code);
+        if (tail) *tail = rest;
+    }
+    ~Statement() { sqlite3_finalize(FStatement); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    sqlite3_stmt* Get() const { return FStatement; }
+    sqlite3_stmt* Release() { return std::exchange(FStatement, nullptr); }
+
+private:
+    sqlite3_stmt* FStatement = nullptr;
+};
+
+SqliteCursor::~SqliteCursor() { sqlite3_finalize(FStatement); }
+
+bool SqliteCursor::Next() {
+    const int code = sqlite3_step(FStatement);
+    if (code == SQLITE_ROW) return true;
+    if (code != SQLITE_DONE) FDatabase.Raise("cannot read", code);
+    return false;
+}
+
+int SqliteCursor::ColumnCount() const { return sqlite3_column_count(FStatement); }
+
+int SqliteCursor::ColumnIndex(std::string_view name) const {
+    for (int i = 0; i < ColumnCount(); ++i)
+        if (name == sqlite3_column_name(FStatement, i)) return i;
+    return -1;
+}
+
+int SqliteCursor::Require(std::string_view name) const {
+    const int column = ColumnIndex(name);
+    if (column < 0) FDatabase.Raise("cannot read column " + std::string(name), SQLITE_ERROR);
+    return column;
+}
+
+bool SqliteCursor::IsNull(int column) const { return sqlite3_column_type(FStatement, column) == SQLITE_NULL; }
+
+std::string_view SqliteCursor::Utf8(int column) const {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(FStatement, column));
+    return text ? std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(FStatement, column)))
+                : std::string_view();
+}
+
+QString SqliteCursor::Text(int column) const { return FromUtf8(Utf8(column)); }
+
+int SqliteCursor::Integer(int column) const { return sqlite3_column_int(FStatement, column); }
+
+qint64 SqliteCursor::Integer64(int column) const { return sqlite3_column_int64(FStatement, column); }
+
+double SqliteCursor::Double(int column) const { return sqlite3_column_double(FStatement, column); }
+
+QByteArray SqliteCursor::Blob(int column) const {
+    const auto* data = static_cast<const char*>(sqlite3_column_blob(FStatement, column));
+    return data ? QByteArray(data, sqlite3_column_bytes(FStatement, column)) : QByteArray();
+}
+
+SqliteDatabase::~SqliteDatabase() { Close(); }
+
+void SqliteDatabase::Close() noexcept {
+    sqlite3_close_v2(FConnection);
+    FConnection = nullptr;
+}
+
+void SqliteDatabase::Open(const QString& fileName) {
+    FFileName = fileName;
+    const QByteArray encoded = QFile::encodeName(fileName);
+    // NOMUTEX: the wrapper's own lock serialises the connection.
+    const int code = sqlite3_open_v2(encoded.constData(), &FConnection,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    try {
+        if (code != SQLITE_OK) Raise("cannot open", code);
+        sqlite3_extended_result_codes(FConnection, 1);
+        sqlite3_busy_timeout(FConnection, kBusyMilliseconds);
+        // SQLite quietly opens a file that may not be written for reading alone.
+        if (sqlite3_db_readonly(FConnection, "main") == 1) Raise("cannot open", SQLITE_READONLY);
+        InitializeFunctions();
+        VerifyLayout();
+        ExecuteSQL("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=" +
+                   std::to_string(kCheckpointPages));
+        InitializeTables();
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+void SqliteDatabase::InitializeFunctions() {
+    constexpr int kDeterministic = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
+    int code = sqlite3_create_function_v2(FConnection, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr,
+                                          nullptr);
+    if (code == SQLITE_OK)
+        code = sqlite3_create_collation_v2(FConnection, "UNICODE", SQLITE_UTF8, nullptr, UnicodeCollator::Compare,
+                                           nullptr);
+    if (code != SQLITE_OK) Raise("cannot prepare", code);
+}
+
+void SqliteDatabase::RegisterFunction(const char* name, TextFunction function) {
+    const int code = sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                                                reinterpret_cast<void*>(function), CallFunction<TextFunction>, nullptr,
+                                                nullptr, nullptr);
+    if (code != SQLITE_OK) Raise("cannot prepare", code);
+}
+
+void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function) {
+    const int code =
+        sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
+                                   CallFunction<IntegerFunction>, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) Raise("cannot prepare", code);
+}
+
+void SqliteDatabase::Raise(const std::string& what, int code) const {
+    const char* reason = FConnection && sqlite3_errcode(FConnection) != SQLITE_OK ? sqlite3_errmsg(FConnection)
+                                                                                    : sqlite3_errstr(code);
+    const std::string message =
+        what + " the database " + FFileName.toStdString() + ": " + reason + Advice(code);
+    qCDebug(LogDatabase).noquote() << QString::fromStdString(message);
+    throw SqliteError(message, code);
+}
+
+void SqliteDatabase::ExecuteSQL(std::string_view sql) {
+    const auto lock = Lock();
+    while (!sql.empty()) {
+        const char* tail = nullptr;
+        const Statement statement(*this, sql, &tail);
+        sql.remove_prefix(static_cast<std::size_t>(tail - sql.data()));
+        if (!statement.Get()) continue;  // blanks or a comment
+        int code;
+        while ((code = sqlite3_step(statement.Get())) == SQLITE_ROW) {
+        }
+        if (code != SQLITE_DONE) Raise("cannot write", code);
+    }
+}
+
+int SqliteDatabase::QueryInteger(std::string_view sql) {
+    const auto cursor = Query(sql);
+    return cursor ? cursor->Integer(0) : -1;
+}
+
+std::unique_ptr<SqliteCursor> SqliteDatabase::Query(std::string_view sql) {
+    auto lock = Lock();
+    Statement statement(*this, sql);
+    const int code = sqlite3_step(statement.Get());
+    if (code == SQLITE_DONE) return nullptr;
+    if (code != SQLITE_ROW) Raise("cannot read", code);
+    return std::unique_ptr<SqliteCursor>(new SqliteCursor(*this, std::move(lock), statement.Release()));
+}
+
+void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size) {
+    const auto lock = Lock();
+    const Statement statement(*this, sql);
+    sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC);
+    if (const int code = sqlite3_step(statement.Get()); code != SQLITE_DONE) Raise("cannot write", code);
+}
+
+void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
+    const auto lock = Lock();
+    const bool nested = FTransactionDepth > 0;
+    // Immediate: a transaction that begins by reading and is overtaken by another writer could never write.
+    ExecuteSQL(nested ? "SAVEPOINT Nested" : "BEGIN IMMEDIATE");
+    ++FTransactionDepth;
+    try {
+        procedure();
+        ExecuteSQL(nested ? "RELEASE Nested" : "COMMIT");
+    } catch (...) {
+        --FTransactionDepth;
+        try {
+            // A full disk may have rolled back the whole transaction by itself.
+            if (!sqlite3_get_autocommit(FConnection)) ExecuteSQL(nested ? "ROLLBACK TO Nested; RELEASE Nested" : "ROLLBACK");
+        } catch (const SqliteError& error) {
+            qCWarning(LogDatabase) << error.what();
+        }
+        throw;
+    }
+    --FTransactionDepth;
+}
+
+std::vector<std::string> SqliteDatabase::TableColumns(std::string_view table) {
+    std::vector<std::string> columns;
+    if (const auto cursor = Query("PRAGMA table_info(" + std::string(table) + ")")) do
+            columns.emplace_back(cursor->Utf8(1));
+        while (cursor->Next());
+    return columns;
+}
+
+int SqliteDatabase::ChangedRows() const { return sqlite3_changes(FConnection); }
+
+}  // namespace vexa

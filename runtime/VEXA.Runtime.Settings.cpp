@@ -1,0 +1,170 @@
+#include "VEXA.Runtime.Settings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QSaveFile>
+#include <QStringList>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "VEXA.Runtime.Text.h"
+
+namespace vexa {
+
+namespace {
+
+constexpr int kLockMilliseconds = 5000;
+
+[[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
+    throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
+}
+
+QStringList ReadLines(const QString& fileName) {
+    QFile file(fileName);
+    if (!file.exists()) return {};
+    if (!file.open(QIODevice::ReadOnly)) Fail(QStringLiteral("cannot read the settings"), fileName, file.errorString());
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        Fail(QStringLiteral("cannot read the settings"), fileName, file.errorString());
+    QStringList lines = FromUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())}).split(u'\n');
+    if (!lines.isEmpty() && lines.first().startsWith(QChar(0xFEFF))) lines.first().remove(0, 1);
+    for (QString& line : lines)
+        if (line.endsWith(u'\r')) line.chop(1);
+    if (!lines.isEmpty() && lines.last().isEmpty()) lines.removeLast();
+    return lines;
+}
+
+bool NeedsQuotes(const QString& value) {
+    if (value.isEmpty()) return false;
+    if (value.front().isSpace() || value.back().isSpace() || value.front() == u'"') return true;
+    return std::any_of(value.cbegin(), value.cend(), [](QChar c) { return c.category() == QChar::Other_Control; });
+}
+
+QString Quoted(const QString& value) {
+    if (!NeedsQuotes(value)) return value;
+    QString text(u'"');
+    for (const QChar c : value) {
+        if (c == u'"' || c == u'\\') (text += u'\\') += c;
+        else if (c == u'\n') text += u"\\n";
+        else if (c == u'\r') text += u"\\r";
+        else if (c == u'\t') text += u"\\t";
+        else if (c.category() == QChar::Other_Control)
+            text += u"\\x" + QString::number(c.unicode(), 16).rightJustified(4, u'0');
+        else text += c;
+    }
+    return text += u'"';
+}
+
+QString Unquoted(const QString& written) {
+    const QString text = written.trimmed();
+    if (text.size() < 2 || text.front() != u'"' || text.back() != u'"') return text;
+    QString value;
+    for (qsizetype i = 1; i < text.size() - 1; ++i) {
+        if (text[i] != u'\\' || i + 2 >= text.size()) {
+            value += text[i];
+            continue;
+        }
+        const QChar escaped = text[++i];
+        if (escaped == u'n') value += u'\n';
+        else if (escaped == u'r') value += u'\r';
+        else if (escaped == u't') value += u'\t';
+        else if (escaped == u'x' && i + 4 < text.size() - 1) {
+            value += QChar(text.sliced(i + 1, 4).toUShort(nullptr, 16));
+            i += 4;
+        } else value += escaped;
+    }
+    return value;
+}
+
+/// What one line means: a section's beginning, a key with its value, or nothing.
+struct Line {
+    std::optional<QString> Section;
+    QString Key, Value;
+};
+
+Line ParseLine(const QString& text) {
+    const QString trimmed = text.trimmed();
+    if (trimmed.startsWith(u'[') && trimmed.endsWith(u']'))
+        return {trimmed.sliced(1, trimmed.size() - 2), {}, {}};
+    const qsizetype equals = trimmed.indexOf(u'=');
+    if (equals <= 0 || trimmed.startsWith(u';') || trimmed.startsWith(u'#')) return {};
+    return {{}, trimmed.first(equals).trimmed(), Unquoted(trimmed.sliced(equals + 1))};
+}
+
+QString KeyPath(const QString& section, const QString& key) { return section.isEmpty() ? key : section + u'\\' + key; }
+
+/// Replaces the key's line, or adds one at the end of its section (which is made at the file's end when missing).
+void SetKey(QStringList& lines, const QString& keyPath, const QString& value) {
+    const qsizetype delimiter = keyPath.lastIndexOf(u'\\');
+    const QString wanted = delimiter < 0 ? QString() : keyPath.first(delimiter);
+    const QString written = keyPath.sliced(delimiter + 1) + u'=' + Quoted(value);
+    QString section;
+    qsizetype insertAt = wanted.isEmpty() ? 0 : -1;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const Line line = ParseLine(lines[i]);
+        if (line.Section) section = *line.Section;
+        if (section != wanted) continue;
+        if (!line.Section && KeyPath(section, line.Key) == keyPath) {
+            lines[i] = written;
+            return;
+        }
+        if (!lines[i].trimmed().isEmpty()) insertAt = i + 1;
+    }
+    if (insertAt < 0) {
+        if (!lines.isEmpty()) lines += QString();
+        lines += u'[' + wanted + u']';
+        insertAt = lines.size();
+    }
+    lines.insert(insertAt, written);
+}
+
+}  // namespace
+
+SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
+    QString section;
+    for (const QString& text : ReadLines(FFileName)) {
+        const Line line = ParseLine(text);
+        if (line.Section) section = *line.Section;
+        else if (!line.Key.isEmpty()) FRead.insert(KeyPath(section, line.Key), line.Value);
+    }
+}
+
+std::optional<QString> SettingsFile::Read(const QString& keyPath) const {
+    if (const auto found = FPending.constFind(keyPath); found != FPending.cend()) return *found;
+    if (const auto found = FRead.constFind(keyPath); found != FRead.cend()) return *found;
+    return std::nullopt;
+}
+
+void SettingsFile::Write(const QString& keyPath, const QString& value) {
+    if (const auto found = FRead.constFind(keyPath); found != FRead.cend() && *found == value)
+        FPending.remove(keyPath);
+    else
+        FPending.insert(keyPath, value);
+}
+
+void SettingsFile::Save() {
+    if (FPending.isEmpty()) return;
+    QDir().mkpath(QFileInfo(FFileName).path());
+    QLockFile lock(FFileName + u".lock");
+    if (!lock.tryLock(kLockMilliseconds))
+        Fail(QStringLiteral("cannot write the settings"), FFileName,
+             QStringLiteral("the folder is not writable, or another program holds the lock file beside it"));
+    QStringList lines = ReadLines(FFileName);
+    QStringList keys = FPending.keys();
+    keys.sort();
+    for (const QString& key : keys) SetKey(lines, key, FPending.value(key));
+    QSaveFile file(FFileName);
+    const std::string bytes = ToUtf8(QString(lines.join(u'\n') + u'\n'));
+    if (!file.open(QIODevice::WriteOnly) ||
+        file.write(bytes.data(), static_cast<qint64>(bytes.size())) != static_cast<qint64>(bytes.size()) ||
+        !file.commit())
+        Fail(QStringLiteral("cannot write the settings"), FFileName, file.errorString());
+    for (const QString& key : keys) FRead.insert(key, FPending.take(key));
+}
+
+QString SettingsFileName(const QString& profileFolder) { return QDir(profileFolder).filePath(QStringLiteral("Settings.ini")); }
+
+}  // namespace vexa

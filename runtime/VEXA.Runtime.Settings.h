@@ -1,0 +1,44 @@
+#pragma once
+// The configuration file Settings.ini of a profile folder.
+//
+// Plain INI: "[Section]" lines and "Key=value" lines, UTF-8, Booleans as 1 and 0. A key path such as
+// "Podcasts\CheckUpdates" is the key CheckUpdates of the section Podcasts. A value that begins or ends with a blank or
+// a quote, or holds a line break or a control character, is written in double quotes with \\ \" \n \r \t and \xNNNN;
+// every other value stands as it is, back slashes included. Comments, blank lines, order and unknown keys survive.
+//
+// Several processes may use one file: saving reads it again under a lock, changes only the keys that this process set
+// to something else than what it had read, and replaces the file in one step.
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+
+#include "VEXA.Runtime.Export.h"
+
+namespace vexa {
+
+class VEXA_RUNTIME_API SettingsFile {
+public:
+    /// Reads the file; one that does not exist is empty. Throws std::runtime_error when it cannot be read.
+    explicit SettingsFile(const QString& fileName);
+
+    std::optional<QString> Read(const QString& keyPath) const;
+    /// Remembers the value for the next Save. A value equal to the one read at the start leaves the file's key alone.
+    void Write(const QString& keyPath, const QString& value);
+
+    /// Writes what was remembered. Throws std::runtime_error.
+    void Save();
+
+    QString FileName() const { return FFileName; }
+
+private:
+    QString FFileName;
+    QHash<QString, QString> FRead;     // key path to value, as this process found it
+    QHash<QString, QString> FPending;  // what Save is to write
+};
+
+/// The file of a profile folder.
+VEXA_RUNTIME_API QString SettingsFileName(const QString& profileFolder);
+
+}  // namespace vexa

@@ -1,0 +1,338 @@
+#include "VEXA.Runtime.Threads.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+#include <QTimer>
+
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+
+#include "VEXA.Runtime.Log.h"
+
+namespace vexa {
+
+namespace {
+
+// What a thread's last line of defence says about an exception that nobody caught.
+void LogEscaped(const char* where) noexcept {
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        qCWarning(LogRuntime).noquote() << where << "ended by an error:" << error.what();
+    } catch (...) {
+        qCWarning(LogRuntime) << where << "ended by an unknown error";
+    }
+}
+
+struct QueuedProcedure {
+    std::function<void()> Procedure;
+    bool Waited = false;
+    bool Done = false;  // guarded by the queue's mutex
+    std::exception_ptr Error;
+};
+
+/// The queue of RunInMainThread. Only the standard library's means carry data between the threads; the posted event is
+/// nothing but a wake-up for the event loop.
+class MainThreadQueue {
+public:
+    static MainThreadQueue& Instance() {
+        static auto* queue = new MainThreadQueue;  // outlives every thread
+        return *queue;
+    }
+
+    void Attach() { FMainThread.store(std::this_thread::get_id()); }
+
+    bool IsMain() const noexcept { return FMainThread.load() == std::this_thread::get_id(); }
+
+    void Post(const std::shared_ptr<QueuedProcedure>& item) {
+        {
+            std::lock_guard lock(FMutex);
+            FItems.push_back(item);
+        }
+        Wake();
+    }
+
+    void Wait(const std::shared_ptr<QueuedProcedure>& item) {
+        std::unique_lock lock(FMutex);
+        FDone.wait(lock, [&] { return item->Done; });
+    }
+
+    void Wake() {
+        {
+            std::lock_guard lock(FMutex);
+            ++FWakeUps;
+        }
+        FArrived.notify_all();
+        WakeEventLoop();
+    }
+
+    void DrainUntil(const std::function<bool()>& done) {
+        for (;;) {
+            std::uint64_t seen;
+            {
+                std::lock_guard lock(FMutex);
+                seen = FWakeUps;
+            }
+            if (done()) return;
+            if (RunOne()) continue;
+            std::unique_lock lock(FMutex);
+            FArrived.wait(lock, [&] { return FWakeUps != seen || !FItems.empty(); });
+        }
+    }
+
+    void DrainAll() {
+        while (RunOne()) {
+        }
+    }
+
+private:
+    class Waker : public QObject {
+    public:
+        bool event(QEvent* e) override {
+            if (e->type() != QEvent::User) return QObject::event(e);
+            auto& queue = Instance();
+            queue.FEventPosted.store(false);
+            queue.DrainAll();
+            return true;
+        }
+    };
+
+    bool RunOne() {
+        std::shared_ptr<QueuedProcedure> item;
+        {
+            std::lock_guard lock(FMutex);
+            if (FItems.empty()) return false;
+            item = std::move(FItems.front());
+            FItems.pop_front();
+        }
+        try {
+            item->Procedure();
+        } catch (...) {
+            if (item->Waited)
+                item->Error = std::current_exception();
+            else
+                LogEscaped("a procedure of the main thread");
+        }
+        item->Procedure = nullptr;  // what it owns is freed here, on the main thread
+        {
+            std::lock_guard lock(FMutex);
+            item->Done = true;
+        }
+        FDone.notify_all();
+        return true;
+    }
+
+    void WakeEventLoop() {
+        if (!QCoreApplication::instance() || FEventPosted.exchange(true)) return;
+        // Made by whoever comes first, then moved to the thread whose loop is to wake up.
+        static Waker* waker = [] {
+            auto* made = new Waker;
+            made->moveToThread(QCoreApplication::instance()->thread());
+            return made;
+        }();
+        QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
+    }
+
+    std::mutex FMutex;
+    std::condition_variable FArrived, FDone;
+    std::deque<std::shared_ptr<QueuedProcedure>> FItems;  // guarded by FMutex
+    std::uint64_t FWakeUps = 0;                           // guarded by FMutex
+    std::atomic<std::thread::id> FMainThread{};
+    std::atomic<bool> FEventPosted{false};
+};
+
+}  // namespace
+
+void AttachMainThread() { MainThreadQueue::Instance().Attach(); }
+
+bool IsMainThread() noexcept { return MainThreadQueue::Instance().IsMain(); }
+
+void RunInMainThread(std::function<void()> procedure, bool wait) {
+    auto& queue = MainThreadQueue::Instance();
+    if (wait && queue.IsMain()) return procedure();
+    auto item = std::make_shared<QueuedProcedure>();
+    item->Procedure = std::move(procedure);
+    item->Waited = wait;
+    queue.Post(item);
+    if (!wait) return;
+    queue.Wait(item);
+    if (item->Error) std::rethrow_exception(item->Error);
+}
+
+void DrainMainThreadUntil(const std::function<bool()>& done) { MainThreadQueue::Instance().DrainUntil(done); }
+
+void WakeMainThread() { MainThreadQueue::Instance().Wake(); }
+
+HResult Task::QueryInterface(const Guid&, void** object) noexcept {
+    if (object) *object = nullptr;
+    return E_NOINTERFACE;
+}
+
+namespace {
+
+class Pool {
+public:
+    static Pool& Instance() {
+        // Never destroyed: its idle threads sleep until the process ends, and a task may outlive static destruction.
+        static auto* pool = new Pool;
+        return *pool;
+    }
+
+    struct Job {
+        TaskHandle Handle;
+        std::unique_ptr<Task> Work;
+    };
+
+    template <class RunTask>
+    TaskHandle Start(std::unique_ptr<Task> task, RunTask runTask) {
+        std::lock_guard lock(FMutex);
+        const TaskHandle handle = ++FLastHandle;
+        FRunning.emplace(handle, task.get());
+        FJobs.push_back({handle, std::move(task)});
+        if (FIdle >= FJobs.size()) {
+            FJobArrived.notify_one();
+        } else {
+            try {
+                std::thread([this, runTask] { Work(runTask); }).detach();
+            } catch (...) {
+                FRunning.erase(handle);
+                FJobs.pop_back();
+                throw;
+            }
+        }
+        return handle;
+    }
+
+    template <class SetCancelled>
+    void Cancel(TaskHandle handle, bool wait, SetCancelled setCancelled) {
+        {
+            std::lock_guard lock(FMutex);
+            const auto found = FRunning.find(handle);
+            if (found == FRunning.end()) return;
+            if (found->second) setCancelled(*found->second);
+        }
+        if (!wait) return;
+        if (IsMainThread()) {
+            DrainMainThreadUntil([&] {
+                std::lock_guard lock(FMutex);
+                return !FRunning.contains(handle);
+            });
+        } else {
+            std::unique_lock lock(FMutex);
+            FEnded.wait(lock, [&] { return !FRunning.contains(handle); });
+        }
+    }
+
+private:
+    template <class RunTask>
+    void Work(RunTask runTask) {
+        // A peer that closes its socket must not end the process that lent us this thread.
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+        for (;;) {
+            Job job;
+            {
+                std::unique_lock lock(FMutex);
+                ++FIdle;
+                const bool arrived = FJobArrived.wait_for(lock, std::chrono::seconds(30), [&] { return !FJobs.empty(); });
+                --FIdle;
+                if (!arrived) return;
+                job = std::move(FJobs.front());
+                FJobs.pop_front();
+            }
+            runTask(*job.Work);
+            {
+                std::lock_guard lock(FMutex);
+                FRunning[job.Handle] = nullptr;  // from here on nobody sets its flag any more
+            }
+            job.Work.reset();
+            {
+                std::lock_guard lock(FMutex);
+                FRunning.erase(job.Handle);  // only now may a waiting owner free what the task used
+            }
+            FEnded.notify_all();
+            WakeMainThread();
+        }
+    }
+
+    std::mutex FMutex;
+    std::condition_variable FJobArrived, FEnded;
+    // All guarded by FMutex.
+    std::deque<Job> FJobs;
+    std::unordered_map<TaskHandle, Task*> FRunning;
+    std::size_t FIdle = 0;
+    TaskHandle FLastHandle = 0;
+};
+
+}  // namespace
+
+TaskHandle WorkerPool::Run(std::unique_ptr<Task> task) {
+    return Pool::Instance().Start(std::move(task), [](Task& work) {
+        try {
+            work.Execute();
+        } catch (...) {
+            work.FFailed = true;
+            LogEscaped("a task");
+        }
+        try {
+            work.Complete();
+        } catch (...) {
+            LogEscaped("a task's completion");
+        }
+    });
+}
+
+void WorkerPool::Cancel(TaskHandle handle, bool wait) {
+    if (handle == 0) return;
+    Pool::Instance().Cancel(handle, wait, [](Task& work) { work.FCancelled.store(true, std::memory_order_relaxed); });
+}
+
+struct Timer::Impl {
+    QTimer Clock;
+};
+
+Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) : FImpl(std::make_unique<Impl>()) {
+    FImpl->Clock.setInterval(interval);
+    FImpl->Clock.setTimerType(Qt::VeryCoarseTimer);
+    QObject::connect(&FImpl->Clock, &QTimer::timeout, &FImpl->Clock, [call = std::move(onTimer)] {
+        try {
+            call();
+        } catch (...) {
+            LogEscaped("a timer");
+        }
+    });
+}
+
+Timer::~Timer() = default;
+
+std::chrono::milliseconds Timer::Interval() const { return FImpl->Clock.intervalAsDuration(); }
+
+bool Timer::IsEnabled() const { return FImpl->Clock.isActive(); }
+
+void Timer::SetEnabled(bool enabled) {
+    if (enabled == IsEnabled()) return;
+    if (enabled)
+        FImpl->Clock.start();
+    else
+        FImpl->Clock.stop();
+}
+
+std::uint32_t TickCount() noexcept {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * 1000 +
+                                      static_cast<std::uint64_t>(now.tv_nsec) / 1000000);
+}
+
+}  // namespace vexa

@@ -1,0 +1,101 @@
+#pragma once
+// Work for other threads, and the way back to the main one.
+//
+// Tasks run on the worker pool. A task reaches the main thread only through RunInMainThread: a queue that the event
+// loop drains and that a main thread drains by itself while it waits for a task, so that "cancel and wait" on the main
+// thread cannot deadlock with a task that waits for the main thread.
+
+#include <QString>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.SDK.Base.h"
+
+namespace vexa {
+
+/// Polled by long operations; true means: stop as soon as possible.
+using CancelCheck = std::function<bool()>;
+
+/// Declares the calling thread to be the main thread. Call once, before anything below.
+VEXA_RUNTIME_API void AttachMainThread();
+VEXA_RUNTIME_API bool IsMainThread() noexcept;
+
+/// Runs `procedure` on the main thread. With `wait` the call returns after it has run, and throws what it threw; on the
+/// main thread itself it then runs at once. Without `wait` it is queued, and what it throws is logged.
+VEXA_RUNTIME_API void RunInMainThread(std::function<void()> procedure, bool wait);
+
+/// Main thread only: runs what is queued until `done` holds, sleeping while there is nothing to run.
+/// `done` is asked after every procedure and whenever WakeMainThread is called.
+VEXA_RUNTIME_API void DrainMainThreadUntil(const std::function<bool()>& done);
+VEXA_RUNTIME_API void WakeMainThread();
+
+/// Names one task given to the pool; 0 names none.
+using TaskHandle = std::uint64_t;
+
+enum class TaskPriority { Low, Normal, High };
+
+/// A piece of work for the pool, which owns it. Slots in order: interface query, complete, execute, caption, priority,
+/// cancelled flag.
+class VEXA_RUNTIME_API Task {
+public:
+    Task() = default;
+    Task(const Task&) = delete;
+    Task& operator=(const Task&) = delete;
+    virtual ~Task() = default;
+
+    virtual HResult QueryInterface(const Guid& iid, void** object) noexcept;
+    /// Runs on the worker thread after Execute, also when that threw.
+    virtual void Complete() {}
+    /// The work, on a worker thread. What it throws is logged.
+    virtual void Execute() = 0;
+    virtual QString Caption() const { return {}; }
+    virtual TaskPriority Priority() const { return TaskPriority::Normal; }
+    virtual bool IsCancelled() const noexcept { return FCancelled.load(std::memory_order_relaxed); }
+
+    /// Whether Execute was left by an exception. Meant for Complete.
+    bool HasFailed() const noexcept { return FFailed; }
+
+private:
+    friend class WorkerPool;
+    std::atomic<bool> FCancelled{false};
+    bool FFailed = false;  // worker thread only
+};
+
+/// Threads of the pool's own, made on demand and kept for the next task: a refresh, a download and more never wait for
+/// each other. Any thread may call it.
+class VEXA_RUNTIME_API WorkerPool {
+public:
+    /// Starts `task` and returns its handle at once.
+    static TaskHandle Run(std::unique_ptr<Task> task);
+
+    /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included). A handle
+    /// whose task has ended already, or 0, is no error.
+    static void Cancel(TaskHandle handle, bool wait);
+};
+
+/// Calls a procedure on the main thread's event loop again and again while enabled. Main thread only.
+class VEXA_RUNTIME_API Timer {
+public:
+    Timer(std::chrono::milliseconds interval, std::function<void()> onTimer);
+    ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    std::chrono::milliseconds Interval() const;
+    bool IsEnabled() const;
+    void SetEnabled(bool enabled);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> FImpl;
+};
+
+/// Milliseconds since the system started, sleep included, cut to 32 bits (it wraps after 49.7 days).
+VEXA_RUNTIME_API std::uint32_t TickCount() noexcept;
+
+}  // namespace vexa
