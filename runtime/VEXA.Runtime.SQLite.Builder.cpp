@@ -45,7 +45,7 @@ SqlBuilder& SqlBuilder::Double(double value) {
     return *this;
 }
 
-SqlBuilder& SqlBuilder::CreateTable(std::string_view name, std::initializer_list<SqlColumn> columns,
+SqlBuilder& SqlBuilder::CreateTable(std::string_view name, std::span<const SqlColumn> columns,
                                     std::string_view constraint) {
     FSql.append("CREATE TABLE IF NOT EXISTS ").append(name).append(" (");
     const char* separator = "";

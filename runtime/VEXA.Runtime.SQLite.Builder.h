@@ -3,7 +3,7 @@
 
 #include <QString>
 
-#include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -42,7 +42,7 @@ public:
     SqlBuilder& Double(double value);
 
     /// CREATE TABLE IF NOT EXISTS with an optional table constraint.
-    SqlBuilder& CreateTable(std::string_view name, std::initializer_list<SqlColumn> columns,
+    SqlBuilder& CreateTable(std::string_view name, std::span<const SqlColumn> columns,
                             std::string_view constraint = {});
 
     const std::string& Sql() const noexcept { return FSql; }

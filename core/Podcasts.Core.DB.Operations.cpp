@@ -1,0 +1,345 @@
+// Every other read and write of podcast data: each statement stands here once.
+
+#include <set>
+
+#include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Files.h"
+
+namespace podcasts {
+
+using vexa::SqlBuilder;
+using vexa::SqliteCursor;
+
+namespace {
+
+// SQLite takes fewer than 1,000 terms joined by AND or OR.
+constexpr qsizetype kKeysPerStatement = 500;
+
+/// The columns of one episode, found once for all rows of a cursor.
+struct EpisodeColumns {
+    explicit EpisodeColumns(const SqliteCursor& cursor) {
+        for (std::size_t i = 0; i < std::size(kTexts); ++i) Texts[i] = cursor.ColumnIndex(kTexts[i].Name);
+        FeedID = cursor.ColumnIndex("FeedID");
+        PublishDate = cursor.ColumnIndex("PublishDate");
+        Duration = cursor.ColumnIndex("Duration");
+        State = cursor.ColumnIndex("State");
+    }
+
+    void Read(const SqliteCursor& cursor, TPodcastEpisode& episode) const {
+        for (std::size_t i = 0; i < std::size(kTexts); ++i) episode.Fields[kTexts[i].Field] = cursor.Text(Texts[i]);
+        episode.FeedID = cursor.Integer(FeedID);
+        episode.PublishDate = cursor.Double(PublishDate);
+        episode.Duration = static_cast<float>(cursor.Double(Duration));
+        episode.State = static_cast<TPodcastEpisodeState>(cursor.Integer(State));
+    }
+
+private:
+    struct TextColumn {
+        std::string_view Name;
+        TPodcastEpisodeField Field;
+    };
+    static constexpr TextColumn kTexts[] = {{"Artist", pefArtist},     {"Description", pefDescription},
+                                            {"GUID", pefGUID},         {"Title", pefTitle},
+                                            {"URI", pefURI},           {"URL", pefURL},
+                                            {"URLAudio", pefURLAudio}, {"URLAudioCached", pefURLAudioCached}};
+    int Texts[std::size(kTexts)];
+    int FeedID, PublishDate, Duration, State;
+};
+
+template <class Visit>
+void ForEachRow(const std::unique_ptr<SqliteCursor>& cursor, Visit visit) {
+    if (!cursor) return;
+    do visit(*cursor);
+    while (cursor->Next());
+}
+
+/// A LIKE pattern that finds `text` anywhere, with "\" as its escape character.
+QString ContainsPattern(const QString& text) {
+    QString pattern = text.toUpper();
+    for (const QChar special : {u'\\', u'%', u'_'}) pattern.replace(special, QString(u'\\') + special);
+    return u'%' + pattern + u'%';
+}
+
+}  // namespace
+
+void TPodcastsDBQueryBuilder::EpisodeCondition(SqlBuilder& builder, const QString& episodeKey) {
+    if (!episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) {
+        builder.Raw("URI = ").Text(episodeKey);
+        return;
+    }
+    const QStringList parts = episodeKey.split(QChar(kEpisodeKeyDelimiter));
+    builder.Raw("(FeedID = ").Text(parts.value(1)).Raw(") AND (GUID = ").Text(parts.value(2)).Raw(")");
+}
+
+QString TPodcastsDBQueryBuilder::MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
+    const QString& guid = episode.Fields[pefGUID];
+    const QString& audio = episode.Fields[pefURLAudio];
+    if (!guid.isEmpty() && audio.contains(u"time")) return MakeURI(feed.Fields[pffURLFeed] + u"-/" + guid);
+    return MakeURI(audio);
+}
+
+void TPodcastsDBQueryBuilder::CachedFileLength(SqlBuilder& builder) {
+    builder.Raw("ifnull(length(URLAudioCached), 0)");
+}
+
+void TPodcastsDBQueryBuilder::FileExistsCondition(SqlBuilder& builder, std::string_view column) {
+    builder.Raw(" FileExists(").Raw(column).Raw(")");
+}
+
+std::string TPodcastsDBQueryBuilder::StateCountQuery(TPodcastEpisodeState state, bool joinFeed) {
+    std::string sql = "SELECT Count(PodcastEpisodes.URI) FROM PodcastEpisodes WHERE (PodcastEpisodes.State = " +
+                      std::to_string(state) + ")";
+    if (joinFeed) sql += " AND (PodcastFeeds.FeedID = PodcastEpisodes.FeedID)";
+    return sql;
+}
+
+std::string TPodcastsDB::FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed) {
+    // Count(URI) reads every row; Count(*) only the index, and counts the same as long as no URI is NULL (which the
+    // index of the UNIQUE constraint tells at once; only another program can have written one).
+    static constexpr std::string_view counted = "Count(PodcastEpisodes.URI)";
+    std::string sql = TPodcastsDBQueryBuilder::StateCountQuery(state, joinFeed);
+    if (QueryInteger("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URI IS NULL)") == 0)
+        sql.replace(sql.find(counted), counted.size(), "Count(*)");
+    return sql;
+}
+
+int TPodcastsDB::GetFeedID(const QString& urlFeed) {
+    return QueryInteger(SqlBuilder("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = ").Text(urlFeed).Raw(" LIMIT 1"));
+}
+
+std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
+    if (id < 0) return nullptr;
+    std::unique_ptr<TPodcastFeed> feed;
+    {
+        const auto cursor =
+            Query(SqlBuilder("SELECT * FROM PodcastFeeds WHERE FeedID = ").Integer(id).Raw(" LIMIT 1"));
+        if (!cursor) return nullptr;
+        feed = std::make_unique<TPodcastFeed>();
+        feed->ID = id;
+        feed->Fields[pffCategory] = cursor->Text("Category");
+        feed->Fields[pffCopyright] = cursor->Text("Copyright");
+        feed->Fields[pffDescription] = cursor->Text("Description");
+        feed->Fields[pffAuthor] = cursor->Text("Author");
+        feed->Fields[pffLanguage] = cursor->Text("Language");
+        feed->Fields[pffTitle] = cursor->Text("Name");
+        feed->Fields[pffURL] = cursor->Text("URL");
+        feed->Fields[pffURLFeed] = cursor->Text("URLFeed");
+        feed->Fields[pffURLLogo] = cursor->Text("URLLogo");
+    }
+    if (!withEpisodes) return feed;
+    const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
+    if (!cursor) return feed;
+    const EpisodeColumns columns(*cursor);
+    ForEachRow(cursor, [&](const SqliteCursor& row) { columns.Read(row, feed->NewEpisode()); });
+    return feed;
+}
+
+std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(const QString& urlFeed, bool withEpisodes) {
+    const auto lock = Lock();
+    return GetFeed(GetFeedID(urlFeed), withEpisodes);
+}
+
+void TPodcastsDB::Remove(int id) {
+    if (id <= 0) return;
+    RunInTransaction([&] {
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedLogos WHERE ID = ").Integer(id));
+    });
+}
+
+void TPodcastsDB::Remove(const QString& urlFeed) { Remove(GetFeedID(urlFeed)); }
+
+void TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
+    if (newURL.isEmpty() || newURL == oldURL) return;
+    RunInTransaction([&] {
+        const int id = GetFeedID(oldURL);
+        if (id <= 0 || GetFeedID(newURL) >= 1) return;
+        ExecuteSQL(SqlBuilder("UPDATE PodcastFeeds SET URLFeed = ").Text(newURL).Raw(" WHERE FeedID = ").Integer(id));
+    });
+}
+
+void TPodcastsDB::EnumFeeds(const QString& category, const FeedVisitor& visitor) {
+    SqlBuilder sql("SELECT URLFeed, Name FROM PodcastFeeds");
+    if (!category.isEmpty()) sql.Raw(" WHERE Category = ").Text(category);
+    ForEachRow(Query(sql.Raw(" ORDER BY Name")),
+               [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), 0); });
+}
+
+void TPodcastsDB::EnumFeedsWithState(TPodcastEpisodeState state, const FeedVisitor& visitor) {
+    const auto lock = Lock();
+    const SqlBuilder sql = SqlBuilder("SELECT URLFeed, Name, (")
+                               .Raw(FastStateCountQuery(state, true))
+                               .Raw(") AS Count FROM PodcastFeeds WHERE Count > 0 ORDER BY Name");
+    ForEachRow(Query(sql), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), row.Integer(2)); });
+}
+
+std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
+    SqlBuilder sql("SELECT * FROM PodcastEpisodes WHERE ");
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
+    const auto cursor = Query(sql);
+    if (!cursor) return nullptr;
+    auto episode = std::make_unique<TPodcastEpisode>();
+    EpisodeColumns(*cursor).Read(*cursor, *episode);
+    return episode;
+}
+
+bool TPodcastsDB::GetEpisodeCounts(int feedID, int& newCount, int& postponedCount) {
+    if (feedID < 0) return false;
+    const auto lock = Lock();
+    if (feedID == 0) {
+        newCount = QueryInteger(FastStateCountQuery(pesNew, false));
+        postponedCount = QueryInteger(FastStateCountQuery(pesPostponed, false));
+        return newCount >= 0 && postponedCount >= 0;
+    }
+    const auto cursor = Query(SqlBuilder("SELECT (")
+                                  .Raw(FastStateCountQuery(pesNew, true))
+                                  .Raw("), (")
+                                  .Raw(FastStateCountQuery(pesPostponed, true))
+                                  .Raw(") FROM PodcastFeeds WHERE FeedID = ")
+                                  .Integer(feedID)
+                                  .Raw(" LIMIT 1"));
+    if (!cursor) return false;
+    newCount = cursor->Integer(0);
+    postponedCount = cursor->Integer(1);
+    return true;
+}
+
+bool TPodcastsDB::GetEpisodeCounts(const QString& urlFeed, int& newCount, int& postponedCount) {
+    return GetEpisodeCounts(urlFeed.isEmpty() ? 0 : GetFeedID(urlFeed), newCount, postponedCount);
+}
+
+int TPodcastsDB::GetEpisodeCount(int feedID) {
+    return QueryInteger(SqlBuilder("SELECT Count(*) FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
+}
+
+void TPodcastsDB::EnumNewEpisodes(const TextVisitor& visitor) {
+    SqlBuilder sql("SELECT FeedID, URI FROM PodcastEpisodes WHERE (");
+    TPodcastsDBQueryBuilder::CachedFileLength(sql);
+    sql.Raw(" = 0) AND (State = ").Integer(pesNew).Raw(") ORDER BY PublishDate DESC");
+    ForEachRow(Query(sql), [&](const SqliteCursor& row) { visitor(row.Text(1)); });
+}
+
+void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor) {
+    SqlBuilder sql("SELECT PodcastEpisodes.*, PodcastFeeds.Name AS FeedName FROM PodcastEpisodes "
+                   "LEFT JOIN PodcastFeeds ON PodcastFeeds.FeedID = PodcastEpisodes.FeedID WHERE 1");
+    if (filter.FeedID > 0) sql.Raw(" AND PodcastEpisodes.FeedID = ").Integer(filter.FeedID);
+    if (filter.State >= 0) sql.Raw(" AND PodcastEpisodes.State = ").Integer(filter.State);
+    if (!filter.Search.isEmpty()) {
+        const QString pattern = ContainsPattern(filter.Search);
+        const char* separator = " AND (";
+        for (const char* column : {"Title", "Artist", "FeedName"}) {
+            sql.Raw(separator).Raw("UPPER(").Raw(column).Raw(") LIKE ").Text(pattern).Raw(" ESCAPE '\\'");
+            separator = " OR ";
+        }
+        sql.Raw(")");
+    }
+    sql.Raw(" ORDER BY PodcastEpisodes.PublishDate DESC, PodcastEpisodes.rowid DESC LIMIT ").Integer(filter.Limit);
+    sql.Raw(" OFFSET ").Integer(filter.Offset);
+    const auto cursor = Query(sql);
+    if (!cursor) return;
+    const EpisodeColumns columns(*cursor);
+    const int feedName = cursor->ColumnIndex("FeedName");
+    TPodcastEpisode episode;
+    ForEachRow(cursor, [&](const SqliteCursor& row) {
+        columns.Read(row, episode);
+        visitor(episode, row.Text(feedName));
+    });
+}
+
+void TPodcastsDB::EnumGUIDs(int feedID, const TextVisitor& visitor) {
+    ForEachRow(Query(SqlBuilder("SELECT DISTINCT GUID FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID)),
+               [&](const SqliteCursor& row) { visitor(row.Text(0)); });
+}
+
+int TPodcastsDB::CountEpisodes(const QString& episodeKey) {
+    SqlBuilder sql("SELECT Count(*) FROM PodcastEpisodes WHERE ");
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
+    return QueryInteger(sql);
+}
+
+void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
+    if (episodeKeys.isEmpty()) return;
+    RunInTransaction([&] {
+        for (const QString& key : episodeKeys) {
+            SqlBuilder sql("UPDATE PodcastEpisodes SET State = ");
+            TPodcastsDBQueryBuilder::EpisodeCondition(sql.Integer(state).Raw(" WHERE "), key);
+            ExecuteSQL(sql);
+        }
+    });
+}
+
+void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor) {
+    std::set<QString> visited;  // a row named by keys of two groups is still one row
+    for (qsizetype begin = 0; begin < episodeKeys.size(); begin += kKeysPerStatement) {
+        SqlBuilder sql("SELECT URLAudioCached FROM PodcastEpisodes WHERE (");
+        TPodcastsDBQueryBuilder::CachedFileLength(sql);
+        const char* separator = " > 0) AND ((";
+        for (const QString& key : episodeKeys.mid(begin, kKeysPerStatement)) {
+            TPodcastsDBQueryBuilder::EpisodeCondition(sql.Raw(separator), key);
+            separator = ") OR (";
+        }
+        ForEachRow(Query(sql.Raw("))")), [&](const SqliteCursor& row) {
+            const QString file = row.Text(0);
+            if (visited.insert(file).second) visitor(file);
+        });
+    }
+}
+
+void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileName) {
+    SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = ");
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql.Text(fileName).Raw(" WHERE "), episodeKey);
+    ExecuteSQL(sql);
+}
+
+void TPodcastsDB::ResetMissingCachedFiles() {
+    // The files are looked at before anything is locked: a sleeping disk must not make every other writer wait.
+    QStringList missing;
+    bool hasNull = false;
+    ForEachRow(Query("SELECT DISTINCT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT ''"),
+               [&](const SqliteCursor& row) {
+                   if (row.IsNull(0)) hasNull = true;
+                   else if (const QString name = row.Text(0); !vexa::FileExists(name)) missing += name;
+               });
+    if (hasNull) ExecuteSQL("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NULL");
+    for (qsizetype begin = 0; begin < missing.size(); begin += kKeysPerStatement) {
+        SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE NOT");
+        TPodcastsDBQueryBuilder::FileExistsCondition(sql, "URLAudioCached");
+        const char* separator = " AND URLAudioCached IS NOT '' AND URLAudioCached IN (";
+        for (const QString& name : missing.mid(begin, kKeysPerStatement)) {
+            sql.Raw(separator).Text(name);
+            separator = ", ";
+        }
+        ExecuteSQL(sql.Raw(")"));
+    }
+}
+
+bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode) {
+    // Rows of one URI are one audio file under several feeds, rows of one GUID one episode under several addresses.
+    return QueryInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                   "URLAudioCached = ")
+                            .Text(fileName)
+                            .Raw(" AND URI IS NOT ")
+                            .Text(episode.Fields[pefURI])
+                            .Raw(" AND NOT (FeedID = ")
+                            .Integer(episode.FeedID)
+                            .Raw(" AND GUID = ")
+                            .Text(episode.Fields[pefGUID])
+                            .Raw("))")) == 1;
+}
+
+bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {
+    if (id < 0) return false;
+    const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));
+    if (!cursor) return false;
+    QByteArray bytes = cursor->Blob("Data");
+    if (bytes.isEmpty()) return false;
+    data = std::move(bytes);
+    return true;
+}
+
+void TPodcastsDB::SetFeedLogo(int id, const void* data, std::size_t size) {
+    ExecuteWithBlob(SqlBuilder("REPLACE INTO PodcastFeedLogos VALUES (").Integer(id).Raw(", ?)").Sql(), data, size);
+}
+
+}  // namespace podcasts

@@ -1,0 +1,51 @@
+#pragma once
+// From an XML document to a feed. The parsers take a tree and give a record: no network, no files, no state, no errors.
+// What they do not find stays empty.
+//
+// Formats: RSS 2.0 (RSS Advisory Board, RSS 2.0) with the iTunes podcast tags; feeds of the iTunes
+// store (Atom elements with the namespace prefix "im").
+
+#include <QString>
+
+#include <memory>
+
+#include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.XML.h"
+
+namespace podcasts {
+
+/// A parser: two operations of its class, offered as a row of a table.
+class TPodcastParser {
+public:
+    virtual ~TPodcastParser() = default;
+
+    virtual std::unique_ptr<TPodcastFeed> Parse(const vexa::XmlDocument& document) const = 0;
+    /// Whether this parser recognises the document.
+    virtual bool CanParse(const vexa::XmlDocument& document) const = 0;
+
+    /// The feed of a document, by the first parser that recognises it (RSS 2.0, then the iTunes store); nothing when
+    /// none does. pffURLFeed stays empty: it is the address that the caller loaded the document from.
+    static std::unique_ptr<TPodcastFeed> ParseDocument(const vexa::XmlDocument& document);
+
+protected:
+    /// Gives an episode without GUID the MD5 digest (lower-case hexadecimal) of the UTF-8 bytes of its date
+    /// ("yyyy.MM.dd hh:mm:ss") and title. Never to change: stored episodes are found again by it.
+    static void MakeGUID(TPodcastEpisode& episode);
+};
+
+class TPodcastParserRSS20 final : public TPodcastParser {
+public:
+    std::unique_ptr<TPodcastFeed> Parse(const vexa::XmlDocument& document) const override;
+    bool CanParse(const vexa::XmlDocument& document) const override;
+
+    /// Seconds of "90", "1:30" or "01:02:03.5"; an unreadable part counts as 0, any other number of parts gives 0.
+    static double ParseDuration(const QString& text);
+};
+
+class TPodcastParserITunes final : public TPodcastParser {
+public:
+    std::unique_ptr<TPodcastFeed> Parse(const vexa::XmlDocument& document) const override;
+    bool CanParse(const vexa::XmlDocument& document) const override;
+};
+
+}  // namespace podcasts
