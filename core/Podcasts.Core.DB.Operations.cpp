@@ -292,7 +292,7 @@ void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileNa
     ExecuteSQL(sql);
 }
 
-void TPodcastsDB::ResetMissingCachedFiles() {
+int TPodcastsDB::ResetMissingCachedFiles() {
     // The files are looked at before anything is locked: a sleeping disk must not make every other writer wait.
     QStringList missing;
     bool hasNull = false;
@@ -301,6 +301,7 @@ void TPodcastsDB::ResetMissingCachedFiles() {
                    if (row.IsNull(0)) hasNull = true;
                    else if (const QString name = row.Text(0); !vexa::FileExists(name)) missing += name;
                });
+    int reset = 0;
     if (hasNull) ExecuteSQL("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NULL");
     for (qsizetype begin = 0; begin < missing.size(); begin += kKeysPerStatement) {
         SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE NOT");
@@ -310,8 +311,11 @@ void TPodcastsDB::ResetMissingCachedFiles() {
             sql.Raw(separator).Text(name);
             separator = ", ";
         }
+        const auto lock = Lock();
         ExecuteSQL(sql.Raw(")"));
+        reset += ChangedRows();
     }
+    return reset;
 }
 
 bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode) {

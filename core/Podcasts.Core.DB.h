@@ -128,8 +128,8 @@ public:
     void EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor);
     /// An empty name marks the episode as not cached.
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
-    /// Marks episodes as not cached whose file is gone.
-    void ResetMissingCachedFiles();
+    /// Marks episodes as not cached whose file is gone; returns how many.
+    int ResetMissingCachedFiles();
     /// Whether the row of another episode records this file.
     bool IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode);
 

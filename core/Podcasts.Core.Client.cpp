@@ -1,0 +1,276 @@
+#include "Podcasts.Core.Tasks.h"
+#include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Log.h"
+
+namespace podcasts {
+
+namespace {
+constexpr auto kUpdateTimerInterval = std::chrono::milliseconds(600000);
+}
+
+TPodcastClient::TPodcastClient(const QString& dbFileName)
+    : FListeners(std::make_unique<TPodcastListenerList>()),
+      FDB(std::make_unique<TPodcastsDB>(dbFileName)),
+      FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
+      FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
+      FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
+      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { UpdateTimerHandler(); })) {
+    OptionsChanged();
+}
+
+TPodcastClient::~TPodcastClient() {
+    FListeners->Clear();
+    FLinks.Invalidate();
+    FIsBeingDestroyed = true;
+    vexa::WorkerPool::Cancel(FRefreshTask, true);
+    vexa::WorkerPool::Cancel(FDownloadTask, true);
+    FDownloadQueue.reset();
+    FUpdateTimer.reset();
+    FRefreshQueue.reset();
+    FListeners.reset();
+    FDB.reset();
+    FOptions.reset();
+}
+
+void TPodcastClient::RefreshFeeds() {
+    LastRefreshTime = vexa::TickCount();
+    QStringList feedURLs;
+    FDB->EnumFeeds([&](const QString& urlFeed, const QString&, int) { feedURLs += urlFeed; });
+    FRefreshQueue->Add(feedURLs);
+    StartRefreshTask();
+}
+
+void TPodcastClient::RefreshFeeds(const QStringList& feedURLs) {
+    FRefreshQueue->Add(feedURLs);
+    StartRefreshTask();
+}
+
+void TPodcastClient::RefreshFeedsOnStartup() {
+    if (FOptions->CheckUpdatesOnStartup()) RefreshFeeds();
+}
+
+void TPodcastClient::CancelRefresh() { vexa::WorkerPool::Cancel(FRefreshTask, true); }
+
+std::unique_ptr<TPodcastFeed> TPodcastClient::FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
+                                                        bool raiseErrors) {
+    try {
+        return LoadFeed(location, isCancelled);
+    } catch (...) {
+        if (raiseErrors) throw;
+        return nullptr;
+    }
+}
+
+bool TPodcastClient::IsSubscribed(const QString& feedURL) { return !feedURL.isEmpty() && FDB->GetFeedID(feedURL) >= 1; }
+
+void TPodcastClient::Subscribe(TPodcastFeed& feed) {
+    FDB->AddOrUpdate(feed);
+    NotifyDataChanged();
+    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+}
+
+bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
+    bool isNew = false;
+    FDB->RunInTransaction([&] {
+        isNew = !IsSubscribed(feed.Fields[pffURLFeed]);
+        if (isNew) FDB->AddOrUpdate(feed);
+    });
+    if (!isNew) return false;
+    NotifyDataChanged();
+    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+    return true;
+}
+
+QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCachedFiles) {
+    QStringList kept;
+    FRefreshQueue->Remove(feedURL);
+    if (const auto feed = FDB->GetFeed(feedURL, true)) {
+        // Held while files are recycled, so that the download task cannot take one of these episodes meanwhile.
+        const std::lock_guard lock(*FDownloadQueue);
+        for (const auto& episode : feed->Episodes()) {
+            FDownloadQueue->Remove(episode->Fields[pefURI]);
+            FDownloadQueue->Remove(MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID]));
+            QString fileName;
+            if (deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName) && !vexa::MoveToRecycleBin(fileName))
+                kept += fileName;
+        }
+    }
+    FDB->Remove(feedURL);
+    NotifyDataChanged();
+    return kept;
+}
+
+void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
+    FDB->ChangeFeedURL(oldURL, newURL);
+    NotifyDataChanged();
+}
+
+void TPodcastClient::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
+    FDB->UpdateState(episodeKeys, state);
+    NotifyDataChanged();
+}
+
+void TPodcastClient::UpdateState(const QString& episodeKey, TPodcastEpisodeState state) {
+    UpdateState(QStringList(episodeKey), state);
+}
+
+void TPodcastClient::DownloadEpisode(const QString& episodeKey) {
+    FDownloadQueue->Add(episodeKey);
+    StartDownloadTask();
+}
+
+void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
+    FDownloadQueue->Add(episodeKeys);
+    StartDownloadTask();
+}
+
+void TPodcastClient::DownloadNewEpisodes() {
+    // Collected first: a task must not start while the query is open, since the cursor holds the database's lock.
+    QStringList keys;
+    FDB->EnumNewEpisodes([&](const QString& uri) {
+        if (!uri.isEmpty()) keys += uri;  // an episode without audio has nothing to download
+    });
+    if (!keys.isEmpty()) DownloadEpisodes(keys);
+}
+
+void TPodcastClient::CancelDownloads() { vexa::WorkerPool::Cancel(FDownloadTask, true); }
+
+bool TPodcastClient::GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName) {
+    fileName.clear();
+    const QString& recorded = episode.Fields[pefURLAudioCached];
+    if (recorded.isEmpty()) return false;
+    if (vexa::FileExists(recorded)) {
+        fileName = recorded;
+        return true;
+    }
+    const QString expected = TPodcastInfoFormatString::Expand(FOptions->CacheFileNameTemplate(), feed, episode);
+    // Many feeds name every file alike: a file that another episode's row records is not this one's.
+    if (!vexa::FileExists(expected) || FDB->IsFileOfAnother(expected, episode)) return false;
+    fileName = expected;
+    return true;
+}
+
+QStringList TPodcastClient::DeleteCachedEpisodes(const QStringList& episodeKeys) {
+    QStringList files, kept;
+    FDB->EnumCachedFiles(episodeKeys, [&](const QString& fileName) { files += fileName; });
+    for (const QString& fileName : files)
+        if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+    FDB->RunInTransaction([&] {
+        for (const QString& key : episodeKeys) FDB->SetCachedFile(key, QString());
+    });
+    return kept;
+}
+
+int TPodcastClient::CheckLocalCopies() {
+    const int reset = FDB->ResetMissingCachedFiles();
+    NotifyDataChanged();
+    return reset;
+}
+
+void TPodcastClient::StartRefreshTask() {
+    // A running task takes the new entries; what a completion finds too late starts another one at its end.
+    if (FRefreshTask != 0 || FIsRefreshHeld) return;
+    FIsRefreshHeld = true;
+    FRefreshOutcomes.Clear();
+    NotifyRefreshFeedsStarted();
+    FIsRefreshHeld = false;
+    FRefreshTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskRefreshFeeds>(*this));
+}
+
+void TPodcastClient::StartDownloadTask() {
+    if (FDownloadTask != 0 || FAreDownloadsHeld) return;
+    FAreDownloadsHeld = true;
+    FDownloadOutcomes.Clear();
+    NotifyDownloadsStarted();
+    FAreDownloadsHeld = false;
+    FDownloadTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskDownloadEpisodes>(*this));
+}
+
+void TPodcastClient::RunCompletion(const std::function<void()>& completion) {
+    vexa::RunInMainThread(
+        [&] {
+            if (!FIsBeingDestroyed) completion();
+        },
+        true);
+}
+
+namespace {
+/// Says of everything that is left in a stopped task's queue that it was not done, and empties the queue.
+template <class Outcome>
+void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
+    for (const QString& item : queue.Items()) {
+        Outcome outcome{item, {}, {}};
+        outcome.Error = QStringLiteral("not done: the work was stopped before");
+        outcomes.Add(std::move(outcome));
+    }
+    queue.Clear();
+}
+}  // namespace
+
+void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
+    FIsRefreshHeld = true;
+    if (end == TaskEnd::Stopped) DropQueue(*FRefreshQueue, FRefreshOutcomes);
+    NotifyRefreshFeedsFinished(hasNewEpisodes);
+    FRefreshTask = 0;
+    NotifyDataChanged();
+    try {
+        if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+    } catch (const std::exception& error) {
+        qCWarning(vexa::LogRefresh) << "cannot look for new episodes:" << error.what();
+    }
+    FIsRefreshHeld = false;
+    if (end == TaskEnd::Stopped) FRefreshQueue->Clear();
+    if (QString late; FRefreshQueue->Peek(late)) StartRefreshTask();
+}
+
+void TPodcastClient::DownloadsComplete(TaskEnd end) {
+    FAreDownloadsHeld = true;
+    if (end == TaskEnd::Stopped) DropQueue(*FDownloadQueue, FDownloadOutcomes);
+    FDownloadTask = 0;
+    NotifyDownloadsFinished();
+    NotifyDataChanged();
+    FAreDownloadsHeld = false;
+    if (end == TaskEnd::Stopped) FDownloadQueue->Clear();
+    if (QString late; FDownloadQueue->Peek(late)) StartDownloadTask();
+}
+
+void TPodcastClient::OptionsChanged() {
+    // The options raise no event while they are constructed, so the timer exists.
+    FUpdateTimer->SetEnabled(FOptions->CheckUpdates() != 0);
+}
+
+void TPodcastClient::UpdateTimerHandler() {
+    if (IsRefreshDue(vexa::TickCount(), LastRefreshTime, UpdateInterval(FOptions->CheckUpdates()))) RefreshFeeds();
+}
+
+void TPodcastClient::NotifyDataChanged() {
+    FListeners->Notify<IPodcastClientChangeListener>([](auto& listener) { listener.DataChanged(); });
+}
+
+void TPodcastClient::NotifyRefreshFeedsStarted() {
+    FListeners->Notify<IPodcastClientRefreshFeedsListener>([](auto& listener) { listener.RefreshFeedsStarted(); });
+}
+
+void TPodcastClient::NotifyRefreshFeed(const QString& feedURL) {
+    FListeners->Notify<IPodcastClientRefreshFeedsListener>([&](auto& listener) { listener.RefreshFeed(feedURL); });
+}
+
+void TPodcastClient::NotifyRefreshFeedsFinished(bool hasNewEpisodes) {
+    FListeners->Notify<IPodcastClientRefreshFeedsListener>(
+        [&](auto& listener) { listener.RefreshFeedsFinished(hasNewEpisodes); });
+}
+
+void TPodcastClient::NotifyDownloadsStarted() {
+    FListeners->Notify<IPodcastClientDownloadsListener>([](auto& listener) { listener.DownloadsStarted(); });
+}
+
+void TPodcastClient::NotifyDownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
+    FListeners->Notify<IPodcastClientDownloadsListener>(
+        [&](auto& listener) { listener.DownloadsProgress(position, size, caption); });
+}
+
+void TPodcastClient::NotifyDownloadsFinished() {
+    FListeners->Notify<IPodcastClientDownloadsListener>([](auto& listener) { listener.DownloadsFinished(); });
+}
+
+}  // namespace podcasts

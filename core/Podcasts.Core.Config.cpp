@@ -1,0 +1,53 @@
+#include "Podcasts.Core.Config.h"
+
+#include <array>
+
+#include "Podcasts.Core.h"
+
+namespace podcasts {
+
+using Kind = TPodcastConfigKey::Kind;
+
+namespace {
+
+constexpr TPodcastConfigKey kTemplate = {u"Podcasts\\CacheFileNameTemplate", Kind::String, true};
+constexpr TPodcastConfigKey kCheckUpdates = {u"Podcasts\\CheckUpdates", Kind::Integer, true};
+constexpr TPodcastConfigKey kLastTime = {u"Podcasts\\CheckUpdatesLastTime", Kind::Integer, false};
+constexpr TPodcastConfigKey kOnStartup = {u"Podcasts\\CheckUpdatesOnStartup", Kind::Bool, true};
+constexpr TPodcastConfigKey kDownloadNew = {u"Podcasts\\DownloadNewEpisodesAutomatically", Kind::Bool, true};
+constexpr TPodcastConfigKey kMarkListened = {u"Podcasts\\MarkEpisodesListenedOnStartPlayback", Kind::Bool, true};
+constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Kind::Bool, true};
+
+constexpr std::array<TPodcastConfigKey, 7> kWriteOrder = {kTemplate,    kCheckUpdates, kLastTime,     kOnStartup,
+                                                          kDownloadNew, kMarkListened, kNotifications};
+
+}  // namespace
+
+const TPodcastConfigKey kCheckUpdatesLastTime = kLastTime;
+
+std::span<const TPodcastConfigKey> PodcastConfigKeys() { return kWriteOrder; }
+
+void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
+    TPodcastClientOptions& options = client.Options();
+    client.LastRefreshTime = static_cast<std::uint32_t>(config.ReadInteger(kLastTime.KeyPath(), 0));
+    options.SetCacheFileNameTemplate(
+        config.ReadString(kTemplate.KeyPath(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate()));
+    options.SetCheckUpdates(static_cast<std::uint8_t>(config.ReadInteger(kCheckUpdates.KeyPath(), 2)));
+    options.SetCheckUpdatesOnStartup(config.ReadBool(kOnStartup.KeyPath(), false));
+    options.SetDownloadNewEpisodesAutomatically(config.ReadBool(kDownloadNew.KeyPath(), false));
+    options.SetShowNotifications(config.ReadBool(kNotifications.KeyPath(), true));
+    options.MarkEpisodesListenedOnStartPlayback = config.ReadBool(kMarkListened.KeyPath(), true);
+}
+
+void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {
+    const TPodcastClientOptions& options = client.Options();
+    config.WriteString(kTemplate.KeyPath(), options.CacheFileNameTemplate());
+    config.WriteInteger(kCheckUpdates.KeyPath(), options.CheckUpdates());
+    config.WriteInteger(kLastTime.KeyPath(), static_cast<int>(client.LastRefreshTime));
+    config.WriteBool(kOnStartup.KeyPath(), options.CheckUpdatesOnStartup());
+    config.WriteBool(kDownloadNew.KeyPath(), options.DownloadNewEpisodesAutomatically());
+    config.WriteBool(kMarkListened.KeyPath(), options.MarkEpisodesListenedOnStartPlayback);
+    config.WriteBool(kNotifications.KeyPath(), options.ShowNotifications());
+}
+
+}  // namespace podcasts

@@ -1,0 +1,46 @@
+#pragma once
+// The configuration keys under "Podcasts\": their names, kinds, defaults and orders, once. The host's configuration
+// service and the profile's Settings.ini both fill the small interface below.
+
+#include <QString>
+
+#include <span>
+
+namespace podcasts {
+
+class TPodcastClient;
+
+class IPodcastConfig {
+public:
+    virtual ~IPodcastConfig() = default;
+    virtual int ReadInteger(const QString& keyPath, int defaultValue) = 0;
+    virtual bool ReadBool(const QString& keyPath, bool defaultValue) = 0;
+    virtual QString ReadString(const QString& keyPath, const QString& defaultValue) = 0;
+    virtual void WriteInteger(const QString& keyPath, int value) = 0;
+    virtual void WriteBool(const QString& keyPath, bool value) = 0;
+    virtual void WriteString(const QString& keyPath, const QString& value) = 0;
+};
+
+struct TPodcastConfigKey {
+    enum class Kind { Integer, Bool, String };
+    const char16_t* Path;
+    Kind Type;
+    bool IsOption;  // one of the six options, rather than state that the client keeps
+
+    QString KeyPath() const { return QString::fromUtf16(Path); }
+    /// The last part of the path: what a person calls it.
+    QString Name() const { return KeyPath().section(u'\\', -1); }
+};
+
+/// All keys in the order in which they are written.
+std::span<const TPodcastConfigKey> PodcastConfigKeys();
+
+/// The time of the last refresh of all feeds, a tick count.
+extern const TPodcastConfigKey kCheckUpdatesLastTime;
+
+/// Reads the time of the last refresh and the options into the client, in their order.
+void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client);
+/// Writes them back, in theirs.
+void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client);
+
+}  // namespace podcasts

@@ -1,0 +1,155 @@
+#include <QDir>
+#include <QFileInfo>
+
+#include "Podcasts.Core.TargetFile.h"
+#include "Podcasts.Core.Tasks.h"
+#include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Log.h"
+
+namespace podcasts {
+
+namespace {
+
+/// The name with the extension that the response's type asks for.
+QString WithExtensionOf(const QString& mimeType, QString fileName) {
+    const bool isUnspecific = mimeType.compare(u"application/octet-stream", Qt::CaseInsensitive) == 0;
+    const QString extension = isUnspecific ? QStringLiteral(".mp3") : vexa::ExtensionOfMimeType(mimeType);
+    if (extension.isEmpty()) return fileName;
+    const qsizetype length = vexa::ExtractFileExt(fileName).size() - 1;  // without the dot
+    if (length == 3 || length == 4) fileName.chop(length + 1);
+    return fileName + extension;
+}
+
+/// "name.mp3", "name (2).mp3", "name (3).mp3", …
+QString NumberedName(const QString& fileName, int number) {
+    if (number == 1) return fileName;
+    const QString extension = vexa::ExtractFileExt(fileName);
+    return fileName.chopped(extension.size()) + u" (" + QString::number(number) + u")" + extension;
+}
+
+void CreateFolderOf(const QString& fileName) {
+    const QString folder = QFileInfo(fileName).path();
+    if (!QDir().mkpath(folder)) {
+        throw std::runtime_error("cannot create the folder " + folder.toStdString() +
+                                 "; check that the folder above it exists and is writable");
+    }
+}
+
+}  // namespace
+
+struct TPodcastClientTaskDownloadEpisodes::Download {
+    QString EpisodeKey;
+    QString Caption;
+    QString FileName;  // as the template has it; the extension may change when the response arrives
+    std::unique_ptr<TPodcastEpisode> Episode;
+    TPodcastTargetFile File;
+};
+
+void TPodcastClientTaskDownloadEpisodes::Execute() {
+    QString key;
+    while (!IsCancelled() && FClient.DownloadQueue().Pop(key)) {
+        TPodcastDownloadOutcome outcome{key, {}, {}};
+        try {
+            Download download;
+            download.EpisodeKey = key;
+            QString url;
+            if (PrepareDownload(download, url, outcome)) Transfer(download, url, outcome);
+        } catch (const std::exception& error) {
+            outcome.Error = QString::fromUtf8(error.what());
+            FClient.FDownloadOutcomes.Add(outcome);
+            throw;
+        }
+        if (!outcome.Error.isEmpty() && !IsCancelled())
+            qCWarning(vexa::LogDownload).noquote() << "cannot download an episode:" << outcome.Error;
+        FClient.FDownloadOutcomes.Add(std::move(outcome));
+    }
+}
+
+bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, QString& url,
+                                                         TPodcastDownloadOutcome& outcome) {
+    TPodcastsDB& db = FClient.DB();
+    download.Episode = db.GetEpisode(download.EpisodeKey);
+    const auto feed = download.Episode ? db.GetFeed(download.Episode->FeedID, false) : nullptr;
+    if (!feed) {
+        outcome.Error = QStringLiteral("there is no such episode");
+        return false;
+    }
+    QString local;
+    if (FClient.GetLocalFileName(*download.Episode, *feed, local)) {
+        db.SetCachedFile(download.EpisodeKey, local);
+        outcome.FileName = local;
+        return false;
+    }
+    download.FileName =
+        TPodcastInfoFormatString::Expand(FClient.Options().CacheFileNameTemplate(), *feed, *download.Episode);
+    download.Caption = feed->Fields[pffTitle] + u" - " + download.Episode->Fields[pefTitle];
+    url = download.Episode->Fields[pefURLAudio];
+    return true;
+}
+
+void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QString& url,
+                                                  TPodcastDownloadOutcome& outcome) {
+    TPodcastsDB& db = FClient.DB();
+    const TPodcastEpisode& episode = *download.Episode;
+    TPodcastTargetFile& file = download.File;
+    if (url.isEmpty()) {
+        outcome.Error = QStringLiteral("the episode has no audio file");
+        return;
+    }
+
+    vexa::HttpGet request;
+    request.Url = url;
+    request.OnAccepted = [&](const vexa::HttpResponseInfo& response) {
+        const QString fileName = WithExtensionOf(response.MimeType, download.FileName);
+        CreateFolderOf(fileName);
+        // An existing file of the name is replaced, but for one that another episode's row records: many feeds name
+        // every file alike, and two rows must not share one. Asked again under the file's lock, which a download of
+        // another process holds until its row records the file.
+        for (int number = 1;; ++number) {
+            const QString name = NumberedName(fileName, number);
+            if (db.IsFileOfAnother(name, episode)) continue;
+            file.Open(name);
+            if (!db.IsFileOfAnother(name, episode)) break;
+            file.Close();
+        }
+        // The row may still record this very name, of a file that is gone. From the first byte on there would be a
+        // recorded file that is not whole, should we be killed; so the record goes first and comes back at the end.
+        if (episode.Fields[pefURLAudioCached] == file.FileName()) db.SetCachedFile(download.EpisodeKey, QString());
+        file.Truncate();
+        return true;
+    };
+    request.OnData = [&](const char* data, std::size_t size) {
+        if (!file.IsOpen()) return false;
+        file.Write(data, size);
+        return true;
+    };
+    request.OnProgress = [&](qint64 position, qint64 size) {
+        FClient.NotifyDownloadsProgress(position, size, download.Caption);
+    };
+    request.OnCompleted = [&](const vexa::HttpErrorInfo& info) {
+        outcome.Error = info.Message;
+        if (info.Succeeded()) {
+            try {
+                file.Flush();
+            } catch (const std::exception& error) {
+                outcome.Error = QString::fromUtf8(error.what());
+            }
+        }
+        if (!outcome.Error.isEmpty()) {
+            // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
+            file.Discard();
+            return;
+        }
+        db.SetCachedFile(download.EpisodeKey, file.FileName());
+        outcome.FileName = file.FileName();
+        file.Close();
+    };
+    request.Run([this] { return IsCancelled(); });
+}
+
+void TPodcastClientTaskDownloadEpisodes::Complete() {
+    FClient.RunCompletion([this] { FClient.DownloadsComplete(End()); });
+}
+
+}  // namespace podcasts

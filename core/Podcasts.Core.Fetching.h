@@ -1,0 +1,60 @@
+#pragma once
+// Loading one feed document, and fetching the next one while the last is stored.
+
+#include <QString>
+
+#include <condition_variable>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.Threads.h"
+
+namespace podcasts {
+
+/// Whether `text` names an existing local file that matches "*.xml;".
+bool IsLocalFeedFile(const QString& text);
+/// Whether `text` is a web address or a local feed file.
+bool IsFeedLocation(const QString& text);
+
+/// Loads and parses the document at `location` and sets pffURLFeed to it. Nothing when the location is neither a web
+/// address nor a local feed file, and when no parser recognises the document. Throws HttpError, XmlError and what
+/// reading a file throws.
+std::unique_ptr<TPodcastFeed> LoadFeed(const QString& location, const vexa::CancelCheck& isCancelled);
+
+/// Why LoadFeed gave nothing.
+QString DescribeMissingFeed(const QString& location);
+
+/// Fetches feeds on a thread of its own, one at a time, so that connections are kept and the next document can be on
+/// its way while the last one is stored. One thread uses it.
+class TPodcastFeedFetcher {
+public:
+    TPodcastFeedFetcher();
+    ~TPodcastFeedFetcher();
+    TPodcastFeedFetcher(const TPodcastFeedFetcher&) = delete;
+    TPodcastFeedFetcher& operator=(const TPodcastFeedFetcher&) = delete;
+
+    /// Guesses that this location will be taken next. A guess that turns out wrong is dropped.
+    void Begin(const QString& location);
+    /// What LoadFeed gives or throws for the location, fetched now unless it was begun.
+    std::unique_ptr<TPodcastFeed> Take(const QString& location, const vexa::CancelCheck& isCancelled);
+
+private:
+    void Work();
+    void Drop(std::unique_lock<std::mutex>& lock);
+
+    std::mutex FMutex;
+    std::condition_variable FChanged;
+    // All guarded by FMutex.
+    enum class State { Idle, Requested, Running, Done, Stopping } FState = State::Idle;
+    QString FLocation;
+    std::unique_ptr<TPodcastFeed> FFeed;
+    std::exception_ptr FError;
+
+    std::atomic<bool> FAbandoned{false};
+    std::thread FThread;
+};
+
+}  // namespace podcasts

@@ -1,0 +1,78 @@
+#include "Podcasts.Core.Options.h"
+
+#include <algorithm>
+
+#include "VEXA.Runtime.Files.h"
+
+namespace podcasts {
+
+namespace {
+constexpr int kOptionChanged = 1;  // the one kind of change
+}
+
+std::uint32_t UpdateInterval(std::uint8_t checkUpdates) noexcept {
+    return kUpdateIntervals[std::min<std::size_t>(checkUpdates, kUpdateIntervals.size() - 1)];
+}
+
+bool IsRefreshDue(std::uint32_t tickCount, std::uint32_t lastRefreshTime, std::uint32_t interval) noexcept {
+    return tickCount > lastRefreshTime + interval;
+}
+
+TPodcastClientOptions::TPodcastClientOptions(NotifyEvent onChange) {
+    SetCacheFileNameTemplate(GetDefaultCacheFileNameTemplate());
+    SetCheckUpdates(2);
+    SetCheckUpdatesOnStartup(false);
+    SetDownloadNewEpisodesAutomatically(false);
+    SetShowNotifications(true);
+    MarkEpisodesListenedOnStartPlayback = true;
+    FOnChange = std::move(onChange);
+}
+
+QString TPodcastClientOptions::GetDefaultCacheFileNameTemplate() {
+    return vexa::MusicFolder() + u"Podcasts\\" + u"%FeedTitle%\\%EpisodeFileName%";
+}
+
+QString TPodcastClientOptions::CacheFileNameTemplate() const {
+    const std::lock_guard lock(FTemplateMutex);
+    return FCacheFileNameTemplate;
+}
+
+void TPodcastClientOptions::SetCacheFileNameTemplate(const QString& value) {
+    {
+        const std::lock_guard lock(FTemplateMutex);
+        if (FCacheFileNameTemplate == value) return;
+        FCacheFileNameTemplate = value;
+    }
+    Changed(kOptionChanged);
+}
+
+template <class T>
+void TPodcastClientOptions::Set(T& field, const T& value) {
+    if (field == value) return;
+    field = value;
+    Changed(kOptionChanged);
+}
+
+void TPodcastClientOptions::SetCheckUpdates(std::uint8_t value) { Set(FCheckUpdates, value); }
+void TPodcastClientOptions::SetCheckUpdatesOnStartup(bool value) { Set(FCheckUpdatesOnStartup, value); }
+void TPodcastClientOptions::SetDownloadNewEpisodesAutomatically(bool value) {
+    Set(FDownloadNewEpisodesAutomatically, value);
+}
+void TPodcastClientOptions::SetShowNotifications(bool value) { Set(FShowNotifications, value); }
+
+void TPodcastClientOptions::DoAssign(const LockablePersistent& source) {
+    const auto* options = dynamic_cast<const TPodcastClientOptions*>(&source);
+    if (!options) return;
+    SetCheckUpdates(options->CheckUpdates());
+    SetCheckUpdatesOnStartup(options->CheckUpdatesOnStartup());
+    SetCacheFileNameTemplate(options->CacheFileNameTemplate());
+    SetDownloadNewEpisodesAutomatically(options->DownloadNewEpisodesAutomatically());
+    MarkEpisodesListenedOnStartPlayback = options->MarkEpisodesListenedOnStartPlayback;
+    SetShowNotifications(options->ShowNotifications());
+}
+
+void TPodcastClientOptions::DoChanged(int) {
+    if (FOnChange) FOnChange(*this);
+}
+
+}  // namespace podcasts

@@ -1,0 +1,89 @@
+#include <algorithm>
+
+#include "Podcasts.Core.h"
+#include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Text.h"
+
+namespace podcasts {
+
+using vexa::FoldCase;
+
+void TPodcastClientQueue::Add(const QString& item) {
+    const std::lock_guard lock(FMutex);
+    const auto [entry, isNew] = FIndex.try_emplace(FoldCase(item));
+    if (isNew) entry->second = FItems.insert(FItems.end(), item);
+}
+
+void TPodcastClientQueue::Add(const QStringList& items) {
+    const std::lock_guard lock(FMutex);
+    for (const QString& item : items) Add(item);
+}
+
+bool TPodcastClientQueue::Pop(QString& item) {
+    const std::lock_guard lock(FMutex);
+    item.clear();
+    if (FItems.empty()) return false;
+    item = std::move(FItems.back());
+    FItems.pop_back();
+    FIndex.erase(FoldCase(item));
+    return true;
+}
+
+bool TPodcastClientQueue::Peek(QString& item) const {
+    const std::lock_guard lock(FMutex);
+    if (FItems.empty()) return false;
+    item = FItems.back();
+    return true;
+}
+
+void TPodcastClientQueue::Remove(const QString& item) {
+    const std::lock_guard lock(FMutex);
+    const auto entry = FIndex.find(FoldCase(item));
+    if (entry == FIndex.end()) return;
+    FItems.erase(entry->second);
+    FIndex.erase(entry);
+}
+
+void TPodcastClientQueue::Clear() {
+    const std::lock_guard lock(FMutex);
+    FItems.clear();
+    FIndex.clear();
+}
+
+QStringList TPodcastClientQueue::Items() const {
+    const std::lock_guard lock(FMutex);
+    return QStringList(FItems.begin(), FItems.end());
+}
+
+void TPodcastListenerList::Add(vexa::Ref<vexa::IUnknown> listener) {
+    const std::lock_guard lock(FMutex);
+    FListeners.push_back(std::move(listener));
+}
+
+void TPodcastListenerList::Remove(vexa::IUnknown* listener) {
+    const std::lock_guard lock(FMutex);
+    std::erase_if(FListeners, [&](const auto& kept) { return kept.Get() == listener; });
+}
+
+void TPodcastListenerList::Clear() {
+    const std::lock_guard lock(FMutex);
+    FListeners.clear();
+}
+
+void TPodcastListenerList::Visit(const std::function<void(vexa::IUnknown*)>& visitor) {
+    const std::lock_guard lock(FMutex);
+    for (std::size_t position = 0; position < FListeners.size();) {
+        const vexa::Ref<vexa::IUnknown> current = FListeners[position];
+        try {
+            visitor(current.Get());
+        } catch (const std::exception& error) {
+            qCWarning(vexa::LogRuntime).noquote() << "a listener failed:" << error.what();
+        } catch (...) {
+            qCWarning(vexa::LogRuntime) << "a listener failed";
+        }
+        // A listener that removed itself has given its position to its successor.
+        if (std::find(FListeners.begin(), FListeners.end(), current) != FListeners.end()) ++position;
+    }
+}
+
+}  // namespace podcasts

@@ -1,0 +1,61 @@
+#include "Podcasts.Core.Subscribing.h"
+
+#include <QFileInfo>
+
+namespace podcasts {
+
+namespace {
+
+using Result = TPodcastSubscription::Result;
+
+TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fetcher, const QString& location,
+                                 const QString& next, const vexa::CancelCheck& isCancelled) {
+    TPodcastSubscription subscription;
+    subscription.Location = location;
+    try {
+        if (client.IsSubscribed(location)) {
+            if (const auto stored = client.DB().GetFeed(location, false))
+                subscription.FeedTitle = stored->Fields[pffTitle];
+            subscription.What = Result::AlreadySubscribed;
+            return subscription;
+        }
+        const auto feed = fetcher.Take(location, isCancelled);
+        if (!next.isEmpty() && !client.IsSubscribed(next)) fetcher.Begin(next);
+        if (!feed) {
+            subscription.Error = DescribeMissingFeed(location);
+            return subscription;
+        }
+        subscription.FeedTitle = feed->Fields[pffTitle];
+        // Somebody else may have subscribed while the document was on its way.
+        const bool isNew = client.SubscribeNew(*feed);
+        subscription.What = isNew ? Result::Subscribed : Result::AlreadySubscribed;
+        if (isNew) subscription.EpisodeCount = client.DB().GetEpisodeCount(feed->ID);
+    } catch (const std::exception& error) {
+        subscription.Error = QString::fromUtf8(error.what());
+    }
+    return subscription;
+}
+
+}  // namespace
+
+QString NormalizedFeedLocation(const QString& location) {
+    const QString trimmed = location.trimmed();
+    return IsLocalFeedFile(trimmed) ? QFileInfo(trimmed).absoluteFilePath() : trimmed;
+}
+
+void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, const vexa::CancelCheck& isCancelled,
+                        const std::function<void(const TPodcastSubscription&)>& finished) {
+    TPodcastFeedFetcher fetcher;
+    for (qsizetype i = 0; i < locations.size() && !isCancelled(); ++i) {
+        const QString next = i + 1 < locations.size() ? NormalizedFeedLocation(locations[i + 1]) : QString();
+        finished(SubscribeTo(client, fetcher, NormalizedFeedLocation(locations[i]), next, isCancelled));
+    }
+}
+
+QByteArray ExportOpml(TPodcastClient& client) {
+    std::vector<TPodcastOpmlOutline> outlines;
+    client.DB().EnumFeeds([&](const QString& urlFeed, const QString& name, int) { outlines.push_back({name, urlFeed}); });
+    return WriteOpml(QStringLiteral("Podcast subscriptions"), outlines);
+}
+
+}  // namespace podcasts

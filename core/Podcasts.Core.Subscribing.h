@@ -1,0 +1,35 @@
+#pragma once
+// Subscribing by address, with its checks; and the subscription list as OPML.
+
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+#include "Podcasts.Core.OPML.h"
+#include "Podcasts.Core.h"
+
+namespace podcasts {
+
+struct TPodcastSubscription {
+    enum class Result { Subscribed, AlreadySubscribed, Failed };
+
+    Result What = Result::Failed;
+    QString Location;   // as it is stored: a local file's name is made absolute
+    QString FeedTitle;  // when there is a feed
+    int EpisodeCount = 0;
+    QString Error;  // why it failed
+};
+
+/// Subscribes to feeds one after the other on the main thread; the document after the present one is fetched ahead.
+/// `finished` is told each result. Stops between two when cancelled.
+void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, const vexa::CancelCheck& isCancelled,
+                        const std::function<void(const TPodcastSubscription&)>& finished);
+
+/// The location as it is stored: trimmed, an existing local file by its absolute name.
+QString NormalizedFeedLocation(const QString& location);
+
+/// All subscriptions, by name.
+QByteArray ExportOpml(TPodcastClient& client);
+
+}  // namespace podcasts

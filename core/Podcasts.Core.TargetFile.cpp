@@ -1,0 +1,96 @@
+#include "Podcasts.Core.TargetFile.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace podcasts {
+
+namespace {
+
+// How much may wait in memory before the kernel is told to write it: the flush at the end then has little left to do.
+constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
+
+}  // namespace
+
+void TPodcastTargetFile::Fail(const char* what) const {
+    const char* reason = std::strerror(errno);
+    throw std::runtime_error(std::string(what) + " " + FFileName.toStdString() + ": " + reason);
+}
+
+bool TPodcastTargetFile::IsStillLinked() const {
+    struct stat opened {}, named {};
+    return fstat(FDescriptor, &opened) == 0 && stat(QFile::encodeName(FFileName).constData(), &named) == 0 &&
+           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+void TPodcastTargetFile::Open(const QString& fileName) {
+    Close();
+    FFileName = fileName;
+    const QByteArray path = QFile::encodeName(fileName);
+    for (;;) {
+        constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK;
+        FDescriptor = open(path.constData(), flags | O_EXCL, 0666);
+        FIsOurs = FDescriptor >= 0;
+        if (FDescriptor < 0 && errno == EEXIST) FDescriptor = open(path.constData(), flags, 0666);
+        if (FDescriptor < 0) Fail("cannot create the file");
+        struct stat status {};
+        if (fstat(FDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+            FIsOurs = false;
+            Close();
+            throw std::runtime_error("cannot create the file " + fileName.toStdString() + ": something else has this name");
+        }
+        if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
+            FIsOurs = false;
+            Close();
+            throw std::runtime_error("another program is writing the file " + fileName.toStdString() +
+                                     "; try again when it has finished");
+        }
+        // Whoever held the lock until now may have taken the file away.
+        if (IsStillLinked()) return;
+        Close();
+    }
+}
+
+void TPodcastTargetFile::Truncate() {
+    FIsOurs = true;
+    FWritten = FSentToDisk = 0;
+    if (ftruncate(FDescriptor, 0) != 0) Fail("cannot write the file");
+}
+
+void TPodcastTargetFile::Write(const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = write(FDescriptor, data, size);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) Fail("cannot write the file");
+        data += written;
+        size -= static_cast<std::size_t>(written);
+        FWritten += written;
+    }
+    if (FWritten - FSentToDisk < kWriteBehind) return;
+    sync_file_range(FDescriptor, FSentToDisk, FWritten - FSentToDisk, SYNC_FILE_RANGE_WRITE);
+    FSentToDisk = FWritten;
+}
+
+void TPodcastTargetFile::Flush() {
+    if (fdatasync(FDescriptor) != 0) Fail("cannot write the file");
+}
+
+void TPodcastTargetFile::Close() noexcept {
+    if (FDescriptor >= 0) close(FDescriptor);
+    FDescriptor = -1;
+}
+
+void TPodcastTargetFile::Discard() noexcept {
+    if (FDescriptor >= 0 && FIsOurs && IsStillLinked()) unlink(QFile::encodeName(FFileName).constData());
+    Close();
+}
+
+}  // namespace podcasts

@@ -1,0 +1,49 @@
+#pragma once
+// The client's two background tasks. Made and started by the client alone.
+
+#include <QString>
+
+#include "Podcasts.Core.h"
+
+namespace podcasts {
+
+class TPodcastClientTask : public vexa::Task {
+public:
+    explicit TPodcastClientTask(TPodcastClient& client) : FClient(client) {}
+
+protected:
+    TPodcastClient::TaskEnd End() const {
+        return IsCancelled() || HasFailed() ? TPodcastClient::TaskEnd::Stopped : TPodcastClient::TaskEnd::ByItself;
+    }
+
+    TPodcastClient& FClient;
+};
+
+/// Takes feed addresses from the refresh queue until it is empty: fetch, parse, merge.
+class TPodcastClientTaskRefreshFeeds final : public TPodcastClientTask {
+public:
+    using TPodcastClientTask::TPodcastClientTask;
+    void Execute() override;
+    void Complete() override;
+
+private:
+    void Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher);
+    void MergeFeed(TPodcastFeed& feed, TPodcastRefreshOutcome& outcome);
+
+    bool FHasNewEpisodes = false;
+};
+
+/// Takes episode keys from the download queue until it is empty: each audio file goes straight to disk.
+class TPodcastClientTaskDownloadEpisodes final : public TPodcastClientTask {
+public:
+    using TPodcastClientTask::TPodcastClientTask;
+    void Execute() override;
+    void Complete() override;
+
+private:
+    struct Download;
+    bool PrepareDownload(Download& download, QString& url, TPodcastDownloadOutcome& outcome);
+    void Transfer(Download& download, const QString& url, TPodcastDownloadOutcome& outcome);
+};
+
+}  // namespace podcasts

@@ -1,0 +1,255 @@
+#pragma once
+// The podcast engine: one client over one database, with at most one refresh and one download at a time in the
+// background, and listeners that hear what happens.
+//
+// All operations belong to the main thread unless they say otherwise.
+
+#include <QString>
+#include <QStringList>
+
+#include <list>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "Podcasts.Core.DB.h"
+#include "Podcasts.Core.Fetching.h"
+#include "Podcasts.Core.Options.h"
+#include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Threads.h"
+#include "VEXA.SDK.Base.h"
+
+namespace podcasts {
+
+/// Hears that feeds, episodes or states changed.
+struct IPodcastClientChangeListener : vexa::IUnknown {
+    static constexpr vexa::Guid IID = vexa::ParseGuid("{1FF947C7-CF1B-4D65-8D39-418ACA7A1516}");
+    virtual void DataChanged() = 0;
+
+protected:
+    ~IPodcastClientChangeListener() = default;
+};
+
+/// Hears of downloads.
+struct IPodcastClientDownloadsListener : vexa::IUnknown {
+    static constexpr vexa::Guid IID = vexa::ParseGuid("{33D44065-4BBD-45D6-A0FE-A9A1647D1487}");
+    virtual void DownloadsFinished() = 0;
+    /// Bytes received and the expected total (0 when unknown). Called on the downloading thread.
+    virtual void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) = 0;
+    virtual void DownloadsStarted() = 0;
+
+protected:
+    ~IPodcastClientDownloadsListener() = default;
+};
+
+/// Hears of refreshes.
+struct IPodcastClientRefreshFeedsListener : vexa::IUnknown {
+    static constexpr vexa::Guid IID = vexa::ParseGuid("{DB9FAF65-9F8E-4022-BCF3-58D71F526D20}");
+    virtual void RefreshFeedsFinished(bool hasNewEpisodes) = 0;
+    /// A feed is about to be fetched.
+    virtual void RefreshFeed(const QString& feedURL) = 0;
+    virtual void RefreshFeedsStarted() = 0;
+
+protected:
+    ~IPodcastClientRefreshFeedsListener() = default;
+};
+
+/// Listeners in the order added. Any thread may call it; its lock is held while listeners run, and is reentrant, so a
+/// listener may add and remove but must not wait for another thread that notifies.
+class TPodcastListenerList {
+public:
+    void Add(vexa::Ref<vexa::IUnknown> listener);
+    void Remove(vexa::IUnknown* listener);
+    void Clear();
+
+    /// Calls `notify` for every listener that offers the interface T. What one throws is logged.
+    template <class T, class Call>
+    void Notify(Call notify) {
+        Visit([&](vexa::IUnknown* listener) {
+            if (const auto offered = vexa::Query<T>(listener)) notify(*offered);
+        });
+    }
+
+private:
+    void Visit(const std::function<void(vexa::IUnknown*)>& visitor);
+
+    std::recursive_mutex FMutex;
+    std::vector<vexa::Ref<vexa::IUnknown>> FListeners;  // guarded by FMutex
+};
+
+/// Work that waits: texts, unique when letter case is ignored, handed out last in, first out. Any thread may call it.
+class TPodcastClientQueue {
+public:
+    void Add(const QString& item);
+    void Add(const QStringList& items);
+    /// Takes the item added last; false, with `item` empty, when there is none.
+    bool Pop(QString& item);
+    /// The item that Pop would take.
+    bool Peek(QString& item) const;
+    void Remove(const QString& item);
+    void Clear();
+    /// All items, in the order added.
+    QStringList Items() const;
+
+    /// Hold the lock across several operations. Reentrant. Spelled as the standard's locks want it, so that
+    /// std::lock_guard holds a queue.
+    void lock() { FMutex.lock(); }
+    void unlock() { FMutex.unlock(); }
+
+private:
+    using ItemList = std::list<QString>;
+    mutable std::recursive_mutex FMutex;
+    ItemList FItems;                                        // guarded by FMutex
+    std::unordered_map<QString, ItemList::iterator> FIndex;  // by the case-folded item; guarded by FMutex
+};
+
+/// What happened to one feed of the last refresh.
+struct TPodcastRefreshOutcome {
+    QString FeedURL;
+    QStringList NewEpisodes;  // keys
+    QString Error;            // why it failed; empty when it did not
+};
+
+/// What happened to one episode of the last downloads.
+struct TPodcastDownloadOutcome {
+    QString EpisodeKey;
+    QString FileName;  // of the local copy
+    QString Error;     // why there is none; empty when there is
+};
+
+/// The outcomes of the last task of a kind, in order, readable while it runs. Any thread may call it.
+template <class Outcome>
+class TPodcastOutcomes {
+public:
+    void Clear() {
+        const std::lock_guard lock(FMutex);
+        FItems.clear();
+    }
+    void Add(Outcome outcome) {
+        const std::lock_guard lock(FMutex);
+        FItems.push_back(std::move(outcome));
+    }
+    /// Those from index `first` on.
+    std::vector<Outcome> From(std::size_t first = 0) const {
+        const std::lock_guard lock(FMutex);
+        return first < FItems.size() ? std::vector<Outcome>(FItems.begin() + static_cast<std::ptrdiff_t>(first), FItems.end())
+                                     : std::vector<Outcome>();
+    }
+
+private:
+    mutable std::mutex FMutex;
+    std::vector<Outcome> FItems;  // guarded by FMutex
+};
+
+class TPodcastClient {
+public:
+    /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
+    explicit TPodcastClient(const QString& dbFileName);
+    /// Cancels the tasks and waits for them. Nobody is notified any more.
+    ~TPodcastClient();
+    TPodcastClient(const TPodcastClient&) = delete;
+    TPodcastClient& operator=(const TPodcastClient&) = delete;
+
+    TPodcastsDB& DB() noexcept { return *FDB; }
+    TPodcastClientOptions& Options() noexcept { return *FOptions; }
+    const TPodcastClientOptions& Options() const noexcept { return *FOptions; }
+    TPodcastListenerList& Listeners() noexcept { return *FListeners; }
+    TPodcastClientQueue& RefreshQueue() noexcept { return *FRefreshQueue; }
+    TPodcastClientQueue& DownloadQueue() noexcept { return *FDownloadQueue; }
+    /// Weak references to the client, null once it is being destroyed.
+    const vexa::LinkSource<TPodcastClient>& Links() const noexcept { return FLinks; }
+
+    /// Tick count at which the last refresh of all feeds was requested.
+    std::uint32_t LastRefreshTime = 0;
+    vexa::TaskHandle RefreshTask() const noexcept { return FRefreshTask; }    // 0: none runs
+    vexa::TaskHandle DownloadTask() const noexcept { return FDownloadTask; }  // 0: none runs
+    vexa::Timer& UpdateTimer() noexcept { return *FUpdateTimer; }
+    const TPodcastOutcomes<TPodcastRefreshOutcome>& RefreshOutcomes() const noexcept { return FRefreshOutcomes; }
+    const TPodcastOutcomes<TPodcastDownloadOutcome>& DownloadOutcomes() const noexcept { return FDownloadOutcomes; }
+
+    /// All feeds.
+    void RefreshFeeds();
+    void RefreshFeeds(const QStringList& feedURLs);
+    void RefreshFeedsOnStartup();
+    void CancelRefresh();
+    /// One feed document; nothing when the location is none or the document no feed. Errors of loading are thrown only
+    /// with `raiseErrors`. Any thread may call it.
+    static std::unique_ptr<TPodcastFeed> FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
+                                                   bool raiseErrors);
+
+    bool IsSubscribed(const QString& feedURL);  // any thread
+    void Subscribe(TPodcastFeed& feed);
+    /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes.
+    bool SubscribeNew(TPodcastFeed& feed);
+    /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay.
+    QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);
+    void ChangeFeedURL(const QString& oldURL, const QString& newURL);
+
+    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
+    void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);
+
+    void DownloadEpisode(const QString& episodeKey);
+    void DownloadEpisodes(const QStringList& episodeKeys);
+    /// Every new episode without a cached file.
+    void DownloadNewEpisodes();
+    /// Waits; the completion has been delivered when it returns.
+    void CancelDownloads();
+    /// The existing local copy of an episode: the recorded file, else the file of the template's name unless another
+    /// episode's row records that. False for an episode that was never cached. Any thread may call it.
+    bool GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName);
+    /// Moves the files to the desktop's trash and marks the episodes as not cached. Returns the names of files for
+    /// which there is no trash: they stay on disk. Notifies nobody.
+    QStringList DeleteCachedEpisodes(const QStringList& episodeKeys);
+    /// Marks episodes as not cached whose file is gone; returns how many.
+    int CheckLocalCopies();
+
+    void NotifyDataChanged();
+
+private:
+    friend class TPodcastClientTask;
+    friend class TPodcastClientTaskRefreshFeeds;
+    friend class TPodcastClientTaskDownloadEpisodes;
+
+    /// How a task ended, for its completion.
+    enum class TaskEnd {
+        ByItself,  // the queue was empty: what is in it now came too late and is kept for another task
+        Stopped,   // cancelled or failed: what is left is dropped
+    };
+
+    void StartRefreshTask();
+    void StartDownloadTask();
+    void RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end);
+    void DownloadsComplete(TaskEnd end);
+    /// Runs a task's completion on the main thread and waits for it; does nothing while the client is being destroyed.
+    void RunCompletion(const std::function<void()>& completion);
+
+    void NotifyRefreshFeedsStarted();
+    void NotifyRefreshFeed(const QString& feedURL);
+    void NotifyRefreshFeedsFinished(bool hasNewEpisodes);
+    void NotifyDownloadsStarted();
+    void NotifyDownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption);
+    void NotifyDownloadsFinished();
+
+    void OptionsChanged();
+    void UpdateTimerHandler();
+
+    std::unique_ptr<TPodcastListenerList> FListeners;
+    std::unique_ptr<TPodcastsDB> FDB;
+    std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
+    std::unique_ptr<TPodcastClientQueue> FDownloadQueue;
+    std::unique_ptr<TPodcastClientOptions> FOptions;
+    std::unique_ptr<vexa::Timer> FUpdateTimer;
+    TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;
+    TPodcastOutcomes<TPodcastDownloadOutcome> FDownloadOutcomes;
+
+    // Main thread only.
+    vexa::TaskHandle FRefreshTask = 0;
+    vexa::TaskHandle FDownloadTask = 0;
+    bool FIsRefreshHeld = false;    // being started or completed: no task may start now
+    bool FAreDownloadsHeld = false;
+    bool FIsBeingDestroyed = false;
+
+    vexa::LinkSource<TPodcastClient> FLinks{this};
+};
+
+}  // namespace podcasts
