@@ -80,8 +80,8 @@ std::vector<TPodcastEpisodeAndURI> TPodcastsDB::DistinctEpisodes(const TPodcastF
     QHash<QString, std::size_t> lastOfURI;
     lastOfURI.reserve(feed.EpisodeCount());
     for (const auto& episode : feed.Episodes()) {
-        lastOfURI.insert(episodes.emplace_back(episode.get(), TPodcastsDBQueryBuilder::MakeEpisodeURI(*episode, feed)).URI,
-                         episodes.size() - 1);
+        episodes.push_back({episode.get(), TPodcastsDBQueryBuilder::MakeEpisodeURI(*episode, feed)});
+        lastOfURI.insert(episodes.back().URI, episodes.size() - 1);
     }
     if (lastOfURI.size() == static_cast<qsizetype>(episodes.size())) return episodes;
     std::size_t index = 0;

@@ -174,6 +174,20 @@ void TPodcastsDB::EnumFeedsWithState(TPodcastEpisodeState state, const FeedVisit
     ForEachRow(Query(sql), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), row.Integer(2)); });
 }
 
+void TPodcastsDB::EnumFeedSummaries(
+    const std::function<void(int, const QString&, const QString&, int, int, int)>& visitor) {
+    const auto lock = Lock();
+    const SqlBuilder sql = SqlBuilder("SELECT FeedID, URLFeed, Name, (")
+                               .Raw(FastStateCountQuery(pesNew, true))
+                               .Raw("), (")
+                               .Raw(FastStateCountQuery(pesPostponed, true))
+                               .Raw("), (SELECT Count(*) FROM PodcastEpisodes WHERE PodcastEpisodes.FeedID = "
+                                    "PodcastFeeds.FeedID) FROM PodcastFeeds ORDER BY Name");
+    ForEachRow(Query(sql), [&](const SqliteCursor& row) {
+        visitor(row.Integer(0), row.Text(1), row.Text(2), row.Integer(3), row.Integer(4), row.Integer(5));
+    });
+}
+
 std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
     SqlBuilder sql("SELECT * FROM PodcastEpisodes WHERE ");
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);

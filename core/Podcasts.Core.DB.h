@@ -108,6 +108,10 @@ public:
     /// By name, with the number of episodes in that state; only feeds that have one.
     void EnumFeedsWithState(TPodcastEpisodeState state, const FeedVisitor& visitor);
 
+    /// By name, with the numbers of new, postponed and all episodes.
+    void EnumFeedSummaries(const std::function<void(int id, const QString& urlFeed, const QString& name, int newCount,
+                                                    int postponedCount, int episodeCount)>& visitor);
+
     /// Episodes.
     std::unique_ptr<TPodcastEpisode> GetEpisode(const QString& episodeKey);
     /// ID 0 counts over all feeds. False when there is no such feed.

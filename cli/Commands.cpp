@@ -1,0 +1,42 @@
+#include "Commands.h"
+
+namespace podcasts::cli {
+
+namespace {
+QString operator""_s(const char16_t* text, std::size_t size) { return QString::fromUtf16(text, static_cast<qsizetype>(size)); }
+}  // namespace
+
+const std::vector<Command>& Commands() {
+    static const std::vector<Command> commands = {
+        {u"subscribe"_s, u"LOCATION…"_s,
+         u"subscribe to feeds by address or local *.xml file\nEach document is fetched, checked and stored."_s,
+         {}, 1, -1, false, RunSubscribe},
+        {u"unsubscribe"_s, u"FEED [--delete-files]"_s, u"end a subscription"_s,
+         {{u"--delete-files"_s, {}, u"move its downloaded files to the trash"_s}}, 1, 1, false, RunUnsubscribe},
+        {u"feeds"_s, {}, u"list the subscriptions\nColumns: id, title, address, new, postponed and all episodes."_s,
+         {}, 0, 0, true, RunFeeds},
+        {u"episodes"_s, u"[FEED] [--state STATE] [--search TEXT] [--limit N] [--offset N]"_s,
+         u"list episodes, newest first\nColumns: key, date, state, duration, \"*\" when downloaded, title and feed."_s,
+         {{u"--state"_s, u"STATE"_s, u"only those that are listened, new or postponed"_s},
+          {u"--search"_s, u"TEXT"_s, u"only those whose title, artist or feed holds TEXT"_s},
+          {u"--limit"_s, u"N"_s, u"at most N of them"_s},
+          {u"--offset"_s, u"N"_s, u"without the first N"_s}},
+         0, 1, true, RunEpisodes},
+        {u"show"_s, u"KEY"_s, u"show everything about one episode"_s, {}, 1, 1, false, RunShow},
+        {u"refresh"_s, u"[FEED…]"_s, u"fetch feeds and store what is new; all feeds when none is named"_s,
+         {}, 0, -1, true, RunRefresh},
+        {u"download"_s, u"KEY… | --new"_s, u"download episodes"_s,
+         {{u"--new"_s, {}, u"all new episodes without a file"_s}}, 0, -1, true, RunDownload},
+        {u"delete-files"_s, u"KEY… [--permanently]"_s, u"move episodes' files to the trash"_s,
+         {{u"--permanently"_s, {}, u"delete them for good instead"_s}}, 1, -1, false, RunDeleteFiles},
+        {u"mark"_s, u"STATE KEY…"_s, u"mark episodes listened, new or postponed"_s, {}, 2, -1, false, RunMark},
+        {u"check-files"_s, {}, u"forget downloaded files that are gone"_s, {}, 0, 0, false, RunCheckFiles},
+        {u"set-address"_s, u"FEED ADDRESS"_s, u"change a feed's address"_s, {}, 2, 2, false, RunSetAddress},
+        {u"options"_s, u"[NAME [VALUE]]"_s, u"show or change the options"_s, {}, 0, 2, false, RunOptions},
+        {u"import"_s, u"FILE.opml"_s, u"subscribe to the feeds of an OPML list"_s, {}, 1, 1, false, RunImport},
+        {u"export"_s, u"[FILE.opml]"_s, u"write the subscriptions as an OPML list"_s, {}, 0, 1, false, RunExport},
+    };
+    return commands;
+}
+
+}  // namespace podcasts::cli

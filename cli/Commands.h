@@ -1,0 +1,30 @@
+#pragma once
+// The commands' own functions; each gives the program's exit status. The table of commands is in Commands.cpp.
+
+#include "Arguments.h"
+#include "Session.h"
+
+namespace podcasts::cli {
+
+inline constexpr int kDone = 0;
+inline constexpr int kFailed = 1;
+inline constexpr int kWrongUsage = 2;
+
+int RunSubscribe(Session& session, const Arguments& arguments);
+int RunUnsubscribe(Session& session, const Arguments& arguments);
+int RunFeeds(Session& session, const Arguments& arguments);
+int RunSetAddress(Session& session, const Arguments& arguments);
+int RunImport(Session& session, const Arguments& arguments);
+int RunExport(Session& session, const Arguments& arguments);
+int RunRefresh(Session& session, const Arguments& arguments);
+
+int RunEpisodes(Session& session, const Arguments& arguments);
+int RunShow(Session& session, const Arguments& arguments);
+int RunMark(Session& session, const Arguments& arguments);
+int RunDownload(Session& session, const Arguments& arguments);
+int RunDeleteFiles(Session& session, const Arguments& arguments);
+int RunCheckFiles(Session& session, const Arguments& arguments);
+
+int RunOptions(Session& session, const Arguments& arguments);
+
+}  // namespace podcasts::cli

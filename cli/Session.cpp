@@ -1,0 +1,132 @@
+#include "Session.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+
+#include <iostream>
+#include <string>
+
+#include "Arguments.h"
+#include "Podcasts.Core.Subscribing.h"
+#include "VEXA.Runtime.Dates.h"
+#include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Text.h"
+
+namespace podcasts::cli {
+
+namespace {
+
+const QStringList kStateNames = {QStringLiteral("listened"), QStringLiteral("new"), QStringLiteral("postponed")};
+
+QString ProfileFolder(const QString& profile) {
+    const QString folder = profile.isEmpty() ? vexa::DefaultProfileFolder() : QDir(profile).absolutePath();
+    if (!QDir().mkpath(folder)) {
+        throw std::runtime_error("cannot create the profile folder " + folder.toStdString() +
+                                 "; name another one with --profile");
+    }
+    return folder;
+}
+
+}  // namespace
+
+int SettingsConfig::ReadInteger(const QString& keyPath, int defaultValue) {
+    bool isNumber = false;
+    const int value = FFile.Read(keyPath).value_or(QString()).toInt(&isNumber);
+    return isNumber ? value : defaultValue;
+}
+
+bool SettingsConfig::ReadBool(const QString& keyPath, bool defaultValue) {
+    return ReadInteger(keyPath, defaultValue ? 1 : 0) != 0;
+}
+
+QString SettingsConfig::ReadString(const QString& keyPath, const QString& defaultValue) {
+    return FFile.Read(keyPath).value_or(defaultValue);
+}
+
+void SettingsConfig::WriteInteger(const QString& keyPath, int value) { FFile.Write(keyPath, QString::number(value)); }
+
+void SettingsConfig::WriteBool(const QString& keyPath, bool value) { WriteInteger(keyPath, value ? 1 : 0); }
+
+void SettingsConfig::WriteString(const QString& keyPath, const QString& value) { FFile.Write(keyPath, value); }
+
+Session::Session(const QString& profile, Terminal& terminal)
+    : FTerminal(terminal),
+      FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(ProfileFolder(profile)))),
+      FClient(std::make_unique<TPodcastClient>(QDir(ProfileFolder(profile)).filePath(QStringLiteral("Podcasts.db")))),
+      FKeys(FClient->DB()) {
+    ReadPodcastConfig(*FConfig, *FClient);
+}
+
+void Session::RunUntilIdle() {
+    vexa::DrainMainThreadUntil([this] {
+        if (IsInterrupted()) {
+            FClient->CancelRefresh();
+            FClient->CancelDownloads();
+        }
+        return FClient->RefreshTask() == 0 && FClient->DownloadTask() == 0;
+    });
+}
+
+QString Session::FindFeed(const QString& feed) {
+    bool isNumber = false;
+    const int id = feed.toInt(&isNumber);
+    if (isNumber) {
+        if (const auto stored = DB().GetFeed(id, false); stored && id > 0) return stored->Fields[pffURLFeed];
+    } else {
+        for (const QString& location : {feed, NormalizedFeedLocation(feed), QDir().absoluteFilePath(feed)})
+            if (FClient->IsSubscribed(location)) return location;
+    }
+    FTerminal.Complain(u"there is no subscription " + feed + u": \"podcasts feeds\" lists them");
+    return {};
+}
+
+QStringList Session::FindEpisodes(const QStringList& keys, int& unknown) {
+    QStringList found;
+    unknown = 0;
+    auto resolve = [&](const QString& key) {
+        try {
+            found += FKeys.Resolve(key);
+        } catch (const KeyError& error) {
+            FTerminal.Complain(QString::fromUtf8(error.what()));
+            ++unknown;
+        }
+    };
+    for (const QString& key : keys) {
+        if (key != u"-") {
+            resolve(key);
+            continue;
+        }
+        for (std::string line; std::getline(std::cin, line);)
+            for (const QString& word : vexa::FromUtf8(line).simplified().split(u' ', Qt::SkipEmptyParts)) resolve(word);
+    }
+    return found;
+}
+
+QString Session::EpisodeLine(const TPodcastEpisode& episode, const QString& feedName) {
+    const QDateTime date = vexa::FromOleDate(episode.PublishDate);
+    const QString day = episode.PublishDate == 0 ? QString() : date.toLocalTime().date().toString(Qt::ISODate);
+    QString line = FKeys.Short(episode.FeedID, episode.Fields[pefGUID]).leftJustified(12) + u"  " +
+                   day.leftJustified(10) + u"  " + StateName(episode.State).leftJustified(9) + u"  " +
+                   DurationText(static_cast<double>(episode.Duration)).rightJustified(8) + u"  " +
+                   (episode.Fields[pefURLAudioCached].isEmpty() ? u"  " : u"* ") + OneLine(episode.Fields[pefTitle]);
+    if (!feedName.isEmpty()) line += u" - " + OneLine(feedName);
+    return line;
+}
+
+QString StateName(TPodcastEpisodeState state) { return kStateNames.value(state, QString::number(state)); }
+
+TPodcastEpisodeState ReadState(const QString& name) {
+    const auto index = kStateNames.indexOf(name);
+    if (index < 0) throw UsageError(u"a state is listened, new or postponed, not \"" + name + u'"');
+    return static_cast<TPodcastEpisodeState>(index);
+}
+
+QString DurationText(double seconds) {
+    if (!(seconds > 0) || seconds > 1e9) return {};
+    const auto whole = static_cast<qint64>(seconds);
+    const QString tail = QStringLiteral("%1:%2").arg(whole / 60 % 60, 2, 10, QChar(u'0')).arg(whole % 60, 2, 10, QChar(u'0'));
+    return whole >= 3600 ? QString::number(whole / 3600) + u':' + tail : tail;
+}
+
+}  // namespace podcasts::cli

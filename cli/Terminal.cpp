@@ -1,0 +1,97 @@
+#include "Terminal.h"
+
+#include <QJsonDocument>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "VEXA.Runtime.Text.h"
+
+namespace podcasts::cli {
+
+namespace {
+
+bool IsUnsafe(QChar c) {
+    // Controls (escape sequences), and formatting characters that change the order of what follows.
+    const char16_t u = c.unicode();
+    return c.category() == QChar::Other_Control || (u >= 0x202A && u <= 0x202E) || (u >= 0x2066 && u <= 0x2069) ||
+           u == 0x2028 || u == 0x2029;
+}
+
+}  // namespace
+
+QString OneLine(const QString& text) {
+    QString line = text;
+    for (QChar& c : line)
+        if (IsUnsafe(c)) c = u' ';
+    return line.simplified();
+}
+
+QString SafeText(const QString& text) {
+    QString safe = text;
+    for (QChar& c : safe)
+        if (c != u'\n' && IsUnsafe(c)) c = u' ';
+    return safe;
+}
+
+bool Terminal::IsTerminal() { return isatty(STDERR_FILENO) != 0; }
+
+int Terminal::Width() const {
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+void Terminal::EraseStatus() {
+    if (FStatus.isEmpty()) return;
+    std::fputs("\r\033[K", stderr);
+    std::fflush(stderr);
+    FStatus.clear();
+}
+
+void Terminal::Print(const QString& text) {
+    if (Interrupted) throw OutputEnded();
+    const std::lock_guard lock(FMutex);
+    EraseStatus();
+    const std::string bytes = vexa::ToUtf8(text);
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) throw OutputEnded();
+    if (FHasStatusLine && std::fflush(stdout) != 0) throw OutputEnded();
+}
+
+void Terminal::Flush() {
+    const std::lock_guard lock(FMutex);
+    EraseStatus();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw OutputEnded();
+}
+
+void Terminal::Complain(const QString& message) {
+    const std::lock_guard lock(FMutex);
+    EraseStatus();
+    std::fflush(stdout);
+    const std::string bytes = vexa::ToUtf8(QString(u"podcasts: " + SafeText(message) + u'\n'));
+    std::fwrite(bytes.data(), 1, bytes.size(), stderr);
+    std::fflush(stderr);
+}
+
+void Terminal::ShowStatus(const QString& text) {
+    if (!FHasStatusLine) return;
+    const QString line = OneLine(text).left(Width() - 1);
+    const std::lock_guard lock(FMutex);
+    if (line == FStatus) return;
+    EraseStatus();
+    const std::string bytes = vexa::ToUtf8(line);
+    std::fwrite(bytes.data(), 1, bytes.size(), stderr);
+    std::fflush(stderr);
+    FStatus = line;
+}
+
+void JsonArrayPrinter::Add(const QJsonObject& object) {
+    const QByteArray text = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    FTerminal.Print((FIsEmpty ? QStringLiteral("[\n") : QStringLiteral(",\n")) + QString::fromUtf8(text));
+    FIsEmpty = false;
+}
+
+void JsonArrayPrinter::End() { FTerminal.Print(FIsEmpty ? QStringLiteral("[]\n") : QStringLiteral("\n]\n")); }
+
+}  // namespace podcasts::cli

@@ -1,0 +1,60 @@
+#pragma once
+// Standard output and standard error: safe text, JSON, and a line that is drawn over.
+
+#include <QJsonObject>
+#include <QString>
+
+#include <atomic>
+#include <exception>
+#include <mutex>
+
+namespace podcasts::cli {
+
+/// Thrown where output goes on although nobody reads it any more, or the user asked to stop. Ends the program.
+class OutputEnded : public std::exception {};
+
+/// One line that is safe on a terminal: control characters and the like, which feeds may hold, become blanks.
+QString OneLine(const QString& text);
+/// The same for text of several lines.
+QString SafeText(const QString& text);
+
+/// Any thread may call it; lines never mix.
+class Terminal {
+public:
+    /// Prints to standard output. Throws OutputEnded when that fails.
+    void Print(const QString& text);
+    void PrintLine(const QString& text) { Print(text + u'\n'); }
+    /// Prints "podcasts: MESSAGE" to standard error.
+    void Complain(const QString& message);
+    /// Draws the line at the bottom of a terminal anew; does nothing elsewhere. Empty takes it away.
+    void ShowStatus(const QString& text);
+    bool HasStatusLine() const noexcept { return FHasStatusLine; }
+    /// Columns of the terminal.
+    int Width() const;
+    void Flush();
+
+    /// Set by a signal; from then on Print throws.
+    std::atomic<bool> Interrupted{false};
+
+private:
+    void EraseStatus();
+
+    std::mutex FMutex;  // guards standard output, standard error and FStatus
+    QString FStatus;
+    const bool FHasStatusLine = IsTerminal();
+    static bool IsTerminal();
+};
+
+/// Prints a JSON array of objects, one a line, as they come.
+class JsonArrayPrinter {
+public:
+    explicit JsonArrayPrinter(Terminal& terminal) : FTerminal(terminal) {}
+    void Add(const QJsonObject& object);
+    void End();
+
+private:
+    Terminal& FTerminal;
+    bool FIsEmpty = true;
+};
+
+}  // namespace podcasts::cli

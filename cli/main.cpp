@@ -1,0 +1,89 @@
+// podcasts: the engine at a terminal.
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <thread>
+
+#include "Commands.h"
+#include "VEXA.Runtime.Version.h"
+
+namespace podcasts::cli {
+namespace {
+
+// Never destroyed: the thread that waits for signals lives as long as the process.
+Terminal& TheTerminal() {
+    static auto* terminal = new Terminal;
+    return *terminal;
+}
+
+/// Turns the signals that ask a program to stop into a flag and a wake-up. A thread waits for them, because next to
+/// nothing may be done inside a signal handler.
+void HandleSignals() {
+    signal(SIGPIPE, SIG_IGN);  // a closed pipe shows as an error of the write
+    signal(SIGXFSZ, SIG_IGN);  // and so does a file that grows past a limit
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals] {
+        for (int number = 0;;) {
+            if (sigwait(&signals, &number) != 0) continue;
+            TheTerminal().Interrupted = true;
+            vexa::WakeMainThread();
+        }
+    }).detach();
+}
+
+int Run(const QStringList& words) {
+    Terminal& terminal = TheTerminal();
+    const Invocation invocation = ParseArguments(words);
+    if (invocation.WantsVersion) {
+        terminal.PrintLine(QStringLiteral("podcasts ") + QString::fromLatin1(vexa::kVersion));
+    } else if (invocation.WantsHelp) {
+        terminal.Print(HelpText(invocation.Chosen));
+    } else {
+        Session session(invocation.Profile, terminal);
+        const int status = invocation.Chosen->Run(session, invocation.Given);
+        terminal.Flush();
+        if (!session.IsInterrupted()) return status;
+        terminal.Complain(QStringLiteral("interrupted"));
+        return kFailed;
+    }
+    terminal.Flush();
+    return kDone;
+}
+
+}  // namespace
+}  // namespace podcasts::cli
+
+int main(int argc, char* argv[]) {
+    using namespace podcasts::cli;
+    HandleSignals();
+    QCoreApplication application(argc, argv);
+    setlocale(LC_NUMERIC, "C");
+    vexa::AttachMainThread();
+    qSetMessagePattern(QStringLiteral("%{category}: %{message}"));
+    // The commands themselves tell what could not be fetched.
+    if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*.warning=false"));
+    Terminal& terminal = TheTerminal();
+    try {
+        return Run(QCoreApplication::arguments().sliced(1));
+    } catch (const UsageError& error) {
+        terminal.Complain(QString::fromUtf8(error.what()));
+        return kWrongUsage;
+    } catch (const OutputEnded&) {
+        if (terminal.Interrupted) terminal.Complain(QStringLiteral("interrupted"));
+        return kFailed;
+    } catch (const std::exception& error) {
+        terminal.Complain(QString::fromUtf8(error.what()));
+        return kFailed;
+    }
+}
