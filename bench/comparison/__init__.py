@@ -1,0 +1,1 @@
+"""Measures our program side by side with others on the same feeds. See ../README.md."""

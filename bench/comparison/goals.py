@@ -1,0 +1,32 @@
+"""What we want to reach. The seconds are those of two ordinary cores; the ratios hold on any machine."""
+
+from . import works
+
+OURS = "podcasts"
+
+
+def judge(results):
+    def ran(work):
+        return results.seconds(work, OURS)
+
+    if ran(works.IMPORT):
+        results.goal("first import against newsboat's", results.ratio(works.IMPORT, OURS, "newsboat"), 1 / 5)
+        results.goal("first import against curl's fetch", results.ratio(works.IMPORT, OURS, "curl"), 3)
+    if ran(works.UNCHANGED):
+        results.goal("unchanged refresh against curl's fetch", results.ratio(works.UNCHANGED, OURS, "curl"), 1.5)
+        results.goal("unchanged refresh against gpodder's", results.ratio(works.UNCHANGED, OURS, "gpodder"), 1 / 2)
+    if ran(works.PLAIN):
+        results.goal("the same, a site without validators", results.ratio(works.PLAIN, OURS, "curl"), 1.5)
+    if ran(works.NEW) and ran(works.UNCHANGED):
+        results.goal("refresh with new episodes against unchanged",
+                     results.ratio(works.NEW, OURS, OURS, works.UNCHANGED), 1.2)
+    if ran(works.BIG_IMPORT):
+        results.goal("20,000 episodes: import", results.median(works.BIG_IMPORT, OURS), 2, "s")
+        results.goal("20,000 episodes: peak memory", results.peak(works.BIG_IMPORT, OURS), 400, "MB")
+    if ran(works.BIG_REFRESH):
+        results.goal("20,000 episodes: refresh with one new", results.median(works.BIG_REFRESH, OURS), 0.6, "s")
+    if ran(works.DOWNLOAD):
+        results.goal("download against curl's", results.ratio(works.DOWNLOAD, OURS, "curl"), 1.1)
+    if ran(works.DOWNLOAD) and ran(works.SMALL_DOWNLOAD):
+        results.goal("peak memory of 300 MB against 30 MB",
+                     results.peak(works.DOWNLOAD, OURS) / results.peak(works.SMALL_DOWNLOAD, OURS), 1.1)

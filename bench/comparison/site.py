@@ -1,0 +1,74 @@
+"""The feeds and the server they are fetched from."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import time
+
+
+class Server:
+    """Serves a folder until the block is left, or this process is gone."""
+
+    def __init__(self, bin_dir, folder, *options):
+        self.command = [str(bin_dir / "loopback-server"), str(folder), *options]
+
+    def __enter__(self):
+        self.process = subprocess.Popen(self.command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.base = self.process.stdout.readline().strip()
+        if not self.base:
+            raise RuntimeError("the server did not start: " + " ".join(self.command))
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.process.wait()
+        self.process.stdout.close()
+
+
+def generate(bin_dir, folder, base, feeds, episodes, new=0, every=1):
+    """Writes the feeds, and the subscription list beside the folder."""
+    listing = folder.with_suffix(".opml")
+    subprocess.run([str(bin_dir / "generate-feeds"), str(folder), "--opml", str(listing), "--base", base,
+                    "--feeds", str(feeds), "--episodes", str(episodes), "--new", str(new), "--every", str(every)],
+                   check=True)
+    return listing
+
+
+class Feeds:
+    """A folder of feeds that has a second state, with newer episodes, and can go back and forth between the two."""
+
+    def __init__(self, bin_dir, root, base, feeds, episodes, new, every):
+        """`root` is a folder that a server serves at `base`."""
+        self.served = pathlib.Path(root)
+        self.count = feeds * episodes
+        self.count_with_new = self.count + new * (feeds // every)
+        self.list = generate(bin_dir, self.served, base, feeds, episodes)
+        # Changed in the same second, the newer state would not be newer to a client that goes by the date.
+        yesterday = time.time() - 24 * 60 * 60
+        for file in self.served.glob("*.xml"):
+            os.utime(file, (yesterday, yesterday))
+        self.urls = [f"{base}/{file.name}" for file in sorted(self.served.glob("*.xml"))]
+        self.older = self.served.with_name(self.served.name + "-older")
+        self.newer = self.served.with_name(self.served.name + "-newer")
+        generate(bin_dir, self.newer, base, feeds, episodes, new, every)
+        self.older.mkdir()
+        for number in range(1, feeds + 1):
+            name = f"feed-{number:04}.xml"
+            if number % every == 0:
+                shutil.copy2(self.served / name, self.older)
+            else:
+                (self.newer / name).unlink()
+
+    def publish_new(self):
+        self._serve(self.newer)
+
+    def withdraw_new(self):
+        self._serve(self.older)
+
+    def _serve(self, state):
+        # With the file's own time: a state that comes back has the validators it had before.
+        for file in state.iterdir():
+            fresh = self.served / (file.name + ".fresh")
+            shutil.copy2(file, fresh)
+            os.replace(fresh, self.served / file.name)

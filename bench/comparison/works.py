@@ -1,0 +1,173 @@
+"""What is measured. Within each round the programs take turns, so that all of them meet the same machine."""
+
+import os
+
+from .site import Feeds, Server
+
+IMPORT = "first import"
+UNCHANGED = "refresh, nothing new"
+NEW = "refresh, 5 new in every tenth feed"
+PLAIN = "refresh, nothing new, a site without validators"
+BIG_IMPORT = "import of one feed of 20,000"
+BIG_REFRESH = "refresh of one feed of 20,000, one new"
+DOWNLOAD = "download of 300 MB"
+SMALL_DOWNLOAD = "download of 30 MB"
+
+BIG_EPISODES = 20_000
+MEGABYTE = 1_000_000
+
+
+class Comparison:
+    def __init__(self, root, bin_dir, curl, podcasts, others, rounds, results, tell):
+        self.root, self.bin_dir, self.rounds, self.results, self.tell = root, bin_dir, rounds, results, tell
+        self.curl, self.podcasts = curl, podcasts
+        self.readers = [program for program in (podcasts, *others) if program.is_there]
+
+    def run_feeds(self, feed_count, episodes, works):
+        folder = self.root / "feeds"
+        folder.mkdir()
+        with Server(self.bin_dir, folder) as server:
+            self.tell(f"generating {feed_count} feeds of {episodes} episodes")
+            feeds = Feeds(self.bin_dir, folder, server.base, feed_count, episodes, new=5, every=10)
+            # The server packs each document at its first request; that is nobody's work here.
+            self.curl.fetch(feeds)
+            self._import(feeds)
+            self._refresh(feeds, works)
+        if "plain" in works and self.podcasts in self.readers:
+            self._plain(folder, feed_count, episodes)
+
+    def _import(self, feeds):
+        """Always run: the refreshes start from what it stores."""
+        for number in range(self.rounds):
+            self._measure(IMPORT, self.curl, lambda: self.curl.fetch(feeds))
+            for program in self.readers:
+                if number < program.most_import_rounds:
+                    program.fresh()
+                    self._measure(IMPORT, program, lambda: program.first_import(feeds))
+        for program in self.readers:
+            # Once uncounted: some programs keep a feed's validators only from its second fetch on.
+            program.refresh()
+            self._expect(program, feeds.count, IMPORT)
+            program.keep()
+
+    def _refresh(self, feeds, works):
+        """Both refreshes start from the same stored state, and take turns."""
+        feeds.publish_new()
+        self.curl.fetch(feeds)
+        feeds.withdraw_new()
+        for number in range(self.rounds):
+            if "unchanged" in works:
+                self._refresh_once(UNCHANGED, feeds, lambda program: number < program.most_rounds)
+            if "new" in works:
+                feeds.publish_new()
+                # Where an import takes long, merging does, too.
+                self._refresh_once(NEW, feeds, lambda program: number < program.most_import_rounds)
+                feeds.withdraw_new()
+
+    def _refresh_once(self, work, feeds, is_due):
+        self._measure(work, self.curl, lambda: self.curl.fetch(feeds))
+        for program in filter(is_due, self.readers):
+            program.restore()
+            self._measure(work, program, program.refresh)
+            self._expect(program, feeds.count if work == UNCHANGED else feeds.count_with_new, work)
+
+    def _plain(self, folder, feed_count, episodes):
+        """Without validators every feed comes whole, and the program itself has to see that nothing changed."""
+        with Server(self.bin_dir, folder, "--no-validators") as server:
+            feeds = Feeds(self.bin_dir, self.root / "plain", server.base, feed_count, episodes, new=0, every=1)
+            self.curl.fetch(feeds)
+            self.podcasts.fresh()
+            self.podcasts.first_import(feeds)
+            self.podcasts.refresh()
+            for _ in range(self.rounds):
+                self._measure(PLAIN, self.curl, lambda: self.curl.fetch(feeds))
+                self._measure(PLAIN, self.podcasts, self.podcasts.refresh)
+            self._expect(self.podcasts, feeds.count, PLAIN)
+
+    def run_big(self):
+        folder = self.root / "big"
+        folder.mkdir()
+        with Server(self.bin_dir, folder) as server:
+            self.tell(f"generating a feed of {BIG_EPISODES} episodes")
+            feeds = Feeds(self.bin_dir, folder, server.base, 1, BIG_EPISODES, new=1, every=1)
+            self.curl.fetch(feeds)
+            programs = [program for program in self.readers if program.name != "gpodder"]
+            for _ in range(self.rounds):
+                self._measure(BIG_IMPORT, self.curl, lambda: self.curl.fetch(feeds))
+                for program in programs:
+                    program.fresh()
+                    self._measure(BIG_IMPORT, program, lambda: program.first_import(feeds))
+            for program in programs:
+                self._expect(program, feeds.count, BIG_IMPORT)
+                program.keep()
+            feeds.publish_new()
+            self.curl.fetch(feeds)
+            for _ in range(self.rounds):
+                self._measure(BIG_REFRESH, self.curl, lambda: self.curl.fetch(feeds))
+                for program in programs:
+                    program.restore()
+                    self._measure(BIG_REFRESH, program, program.refresh)
+            for program in programs:
+                self._expect(program, feeds.count_with_new, BIG_REFRESH)
+
+    def run_downloads(self):
+        for work, size in ((SMALL_DOWNLOAD, 30 * MEGABYTE), (DOWNLOAD, 300 * MEGABYTE)):
+            folder = self.root / f"audio-{size}"
+            folder.mkdir()
+            with Server(self.bin_dir, folder) as server:
+                self._download(work, size, folder, server.base)
+
+    def _download(self, work, size, folder, base):
+        with open(folder / "episode.mp3", "wb") as file:
+            for _ in range(size // MEGABYTE):
+                file.write(os.urandom(MEGABYTE))
+        show = OneEpisode(folder, base, size)
+        ours = self.podcasts in self.readers
+        if ours:
+            self.podcasts.fresh()
+            self.podcasts.first_import(show)
+            key = self.podcasts.first_key()
+            self.podcasts.keep()
+        # A disk's speed varies more than anything else here, and a download takes least.
+        for _ in range(2 * self.rounds):
+            self.curl.fresh()
+            self._measure(work, self.curl, lambda: self.curl.download(base + "/episode.mp3"))
+            if ours:
+                self.podcasts.restore()
+                self._measure(work, self.podcasts, lambda: self.podcasts.download(key))
+        if ours and not _holds_file_of(self.podcasts.state, size):
+            self.results.note(f"podcasts, {work}: no file of {size} bytes is there after the command")
+        self.curl.fresh()
+        self.podcasts.fresh()
+
+    def _measure(self, work, program, action):
+        # What the work before left to be written must not be written during this one.
+        os.sync()
+        cost = action()
+        self.results.add(work, program.name, cost)
+        self.tell(f"{work}: {program.name} {cost.seconds:.2f} s, {cost.peak_mb:.0f} MB")
+
+    def _expect(self, program, count, work):
+        """A program that stored less has not done the work it is praised for."""
+        found = program.count()
+        if found != count:
+            self.results.note(f"{program.name}, {work}: {found} episodes are stored, {count} were published")
+
+
+class OneEpisode:
+    """A show of one episode whose audio is there to be downloaded."""
+
+    def __init__(self, folder, base, size):
+        (folder / "feed.xml").write_text(
+            f'<?xml version="1.0"?><rss version="2.0"><channel><title>One</title><link>{base}</link>'
+            f"<description>One episode</description><item><title>The episode</title><guid>{base}/1</guid>"
+            f"<pubDate>Mon, 03 Mar 2025 06:00:00 GMT</pubDate>"
+            f'<enclosure url="{base}/episode.mp3" length="{size}" type="audio/mpeg"/></item></channel></rss>\n')
+        self.urls = [base + "/feed.xml"]
+        self.list = folder / "subscriptions.opml"
+        self.list.write_text(f'<opml version="2.0"><head/><body><outline type="rss" text="One" '
+                             f'xmlUrl="{base}/feed.xml"/></body></opml>\n')
+
+
+def _holds_file_of(folder, size):
+    return any(file.stat().st_size == size for file in folder.rglob("*") if file.is_file())

@@ -1,0 +1,95 @@
+// loopback-server DIR [--no-compression] [--no-validators] [--latency-ms N]
+//
+// Serves the files of DIR on 127.0.0.1 at a free port, says where in its first line ("http://127.0.0.1:PORT"), and ends
+// when its standard input closes: a parent that dies, however it dies, takes the server along.
+
+#include "http_folder.h"
+
+#include <httplib.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <string_view>
+#include <thread>
+
+namespace {
+
+// A client that keeps its connection is never sent away for the number of its requests.
+constexpr std::size_t kKeepAliveRequests = 1'000'000;
+constexpr std::time_t kKeepAliveSeconds = 10;
+// Each connection holds a thread while it lives, also when it is idle.
+constexpr std::size_t kConnections = 64;
+
+struct Options {
+    std::filesystem::path Folder;
+    SiteHabits Habits;
+    std::chrono::milliseconds Latency{0};
+};
+
+std::optional<Options> Parse(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--no-compression") {
+            options.Habits.Compresses = false;
+        } else if (word == "--no-validators") {
+            options.Habits.SendsValidators = false;
+        } else if (word == "--latency-ms" && i + 1 < argc) {
+            const std::string_view number = argv[++i];
+            int milliseconds = -1;
+            const auto end = number.data() + number.size();
+            if (std::from_chars(number.data(), end, milliseconds).ptr != end || milliseconds < 0) return {};
+            options.Latency = std::chrono::milliseconds(milliseconds);
+        } else if (!word.starts_with('-') && options.Folder.empty()) {
+            options.Folder = word;
+        } else {
+            return {};
+        }
+    }
+    if (!std::filesystem::is_directory(options.Folder)) return {};
+    return options;
+}
+
+/// Ends the process at the end of standard input. Nothing here needs saving, and a graceful stop would wait for idle
+/// connections to time out.
+void EndWithStandardInput() {
+    char piece[256];
+    while (read(STDIN_FILENO, piece, sizeof piece) > 0) {
+    }
+    std::_Exit(EXIT_SUCCESS);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const auto options = Parse(argc, argv);
+    if (!options) {
+        std::cerr << "usage: loopback-server DIR [--no-compression] [--no-validators] [--latency-ms N]\n";
+        return 2;
+    }
+    HttpFolder folder(options->Folder, options->Habits);
+    httplib::Server server;
+    server.new_task_queue = [] { return new httplib::ThreadPool(kConnections); };
+    server.set_keep_alive_max_count(kKeepAliveRequests);
+    server.set_keep_alive_timeout(kKeepAliveSeconds);
+    server.set_tcp_nodelay(true);
+    // Before routing, which would run a regular expression over each path. HEAD comes the same way.
+    server.set_pre_routing_handler([&](const httplib::Request& request, httplib::Response& response) {
+        if (request.method != "GET" && request.method != "HEAD") return httplib::Server::HandlerResponse::Unhandled;
+        std::this_thread::sleep_for(options->Latency);
+        folder.Answer(request, response);
+        return httplib::Server::HandlerResponse::Handled;
+    });
+    const int port = server.bind_to_any_port("127.0.0.1");
+    if (port < 0) {
+        std::cerr << "cannot listen on 127.0.0.1: no port is free\n";
+        return 1;
+    }
+    std::cout << "http://127.0.0.1:" << port << std::endl;
+    std::thread(EndWithStandardInput).detach();
+    return server.listen_after_bind() ? 0 : 1;
+}
