@@ -1,6 +1,7 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 
 #include "Commands.h"
 #include "VEXA.Runtime.Text.h"
@@ -77,8 +78,8 @@ int RunDownload(Session& session, const Arguments& arguments) {
         });
     } else {
         keys = session.FindEpisodes(arguments.Operands, unknown);
-        keys.removeDuplicates();
     }
+    keys.removeDuplicates();  // one address may be an episode of several feeds
     for (const QString& key : keys) {
         if (const auto episode = session.DB().GetEpisode(key))
             reporter->ShownKeys.insert(key, session.Keys().Short(episode->FeedID, episode->Fields[pefGUID]));
@@ -93,7 +94,9 @@ int RunDownload(Session& session, const Arguments& arguments) {
         session.Client().DownloadEpisodes(waiting);
         session.RunUntilIdle();
         if (reporter->Outcomes.size() == before) break;
-        for (std::size_t i = before; i < reporter->Outcomes.size(); ++i) waiting.removeOne(reporter->Outcomes[i].EpisodeKey);
+        QSet<QString> done;
+        for (std::size_t i = before; i < reporter->Outcomes.size(); ++i) done += reporter->Outcomes[i].EpisodeKey;
+        waiting.removeIf([&](const QString& key) { return done.contains(key); });
     }
     session.Client().Listeners().Clear();
     session.Out().ShowStatus(QString());

@@ -4,7 +4,7 @@
 
 #include "Commands.h"
 #include "Podcasts.Core.Subscribing.h"
-#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
 
@@ -130,11 +130,12 @@ int RunFeeds(Session& session, const Arguments& arguments) {
         session.Out().PrintLine(QStringLiteral("no subscriptions yet: podcasts subscribe ADDRESS"));
         return kDone;
     }
-    qsizetype widest = 5;
-    for (const Row& row : rows) widest = std::max(widest, std::min<qsizetype>(OneLine(row.Title).size(), 40));
+    constexpr int kWidestTitle = 40;
+    int widest = 5;
+    for (const Row& row : rows) widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kWidestTitle));
     const auto line = [&](const QString& id, const QString& title, const QString& newCount, const QString& postponed,
                           const QString& episodes, const QString& address) {
-        session.Out().PrintLine(id.rightJustified(4) + u"  " + OneLine(title).left(40).leftJustified(widest) + u"  " +
+        session.Out().PrintLine(id.rightJustified(4) + u"  " + InColumns(OneLine(title), widest) + u"  " +
                                 newCount.rightJustified(6) + u"  " + postponed.rightJustified(9) + u"  " +
                                 episodes.rightJustified(8) + u"  " + OneLine(address));
     };

@@ -36,6 +36,12 @@ QString SafeText(const QString& text) {
     return safe;
 }
 
+QString InColumns(const QString& text, int width) {
+    QString cut = text;
+    while (vexa::DisplayWidth(cut) > width) cut.chop(cut.size() > 1 && cut.back().isLowSurrogate() ? 2 : 1);
+    return cut + QString(width - vexa::DisplayWidth(cut), u' ');
+}
+
 bool Terminal::IsTerminal() { return isatty(STDERR_FILENO) != 0; }
 
 int Terminal::Width() const {
@@ -76,7 +82,7 @@ void Terminal::Complain(const QString& message) {
 
 void Terminal::ShowStatus(const QString& text) {
     if (!FHasStatusLine) return;
-    const QString line = OneLine(text).left(Width() - 1);
+    const QString line = InColumns(OneLine(text), Width() - 1);
     const std::lock_guard lock(FMutex);
     if (line == FStatus) return;
     EraseStatus();

@@ -18,6 +18,9 @@ QString OneLine(const QString& text);
 /// The same for text of several lines.
 QString SafeText(const QString& text);
 
+/// `text` cut or padded with blanks to `width` columns of a terminal.
+QString InColumns(const QString& text, int width);
+
 /// Any thread may call it; lines never mix.
 class Terminal {
 public:
