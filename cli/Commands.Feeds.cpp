@@ -4,6 +4,7 @@
 
 #include "Commands.h"
 #include "Podcasts.Core.Subscribing.h"
+#include "Reporters.h"
 #include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
@@ -18,12 +19,14 @@ QString Episodes(qint64 count) { return Plural(count, QStringLiteral("episode"),
 
 QString TitleOr(const QString& title, const QString& address) {
     const QString line = OneLine(title);
-    return line.isEmpty() ? address : line;
+    return line.isEmpty() ? OneLine(address) : line;
 }
 
 /// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, bool alreadyFails) {
     int status = kDone;
+    const vexa::Ref<DownloadReporter> downloads(new DownloadReporter(session, false));
+    session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(downloads.Get()));
     SubscribeByAddress(
         session.Client(), locations, [&] { return session.IsInterrupted(); },
         [&](const TPodcastSubscription& result) {
@@ -41,8 +44,8 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
                 status = kFailed;
             }
         });
-    session.RunUntilIdle();
-    return session.IsInterrupted() ? kFailed : status;
+    session.RunUntilIdle([&] { downloads->Report(); });
+    return session.IsInterrupted() || downloads->HasFailures() ? kFailed : status;
 }
 
 }  // namespace

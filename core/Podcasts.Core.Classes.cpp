@@ -69,7 +69,13 @@ QString TPodcastInfoFormatString::Expand(const QString& templateText, const TPod
     QString path = Instance().Evaluate(templateText, &context).toString();
     path.replace(u'\\', u'/');
     QStringList components = path.split(u'/');
-    for (QString& component : components) component = vexa::ClampComponent(component, kLongestComponent);
+    // Dots of the template round empty values must not climb out of the folder.
+    const QString literal = u'/' + QString(templateText).replace(u'\\', u'/') + u'/';
+    for (QString& component : components) {
+        if ((component == u"." || component == u"..") && !literal.contains(QString(u'/' + component + u'/')))
+            component = QStringLiteral("_");
+        component = vexa::ClampComponent(component, kLongestComponent);
+    }
     return components.join(u'/');
 }
 

@@ -346,6 +346,19 @@ bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode
                             .Raw("))")) == 1;
 }
 
+bool TPodcastsDB::IsFileRecorded(const QString& fileName) {
+    return QueryInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                   "URLAudioCached = ")
+                            .Text(fileName)
+                            .Raw(")")) == 1;
+}
+
+void TPodcastsDB::ForgetFile(const QString& fileName) {
+    ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND "
+                          "URLAudioCached = ")
+                   .Text(fileName));
+}
+
 bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {
     if (id < 0) return false;
     const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));

@@ -5,6 +5,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -48,10 +49,18 @@ bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
 }
 
 double FromIso(QStringView text) {
-    QDateTime date = QDateTime::fromString(text.toString(), Qt::ISODateWithMs);
-    if (!date.isValid()) return 0;
-    if (date.timeSpec() == Qt::LocalTime) date.setTimeSpec(Qt::UTC);
-    return ToOleDate(date);
+    constexpr qsizetype kDateSize = 10;  // "2026-11-24"
+    QString spelling = text.toString();
+    // Qt would take a date without a zone as local, and fail where the local clock skips an hour.
+    if (text.size() <= kDateSize) {
+        const QDate day = QDate::fromString(spelling, Qt::ISODate);
+        return day.isValid() ? ToOleDate(QDateTime(day, QTime(0, 0), Qt::UTC)) : 0;
+    }
+    static constexpr QStringView zones = u"Zz+-";
+    const QStringView time = text.sliced(kDateSize);
+    if (std::none_of(time.begin(), time.end(), [](QChar c) { return zones.contains(c); })) spelling += u'Z';
+    const QDateTime date = QDateTime::fromString(spelling, Qt::ISODateWithMs);
+    return date.isValid() ? ToOleDate(date) : 0;
 }
 
 bool LooksIso(QStringView text) {

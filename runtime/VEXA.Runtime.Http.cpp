@@ -1,8 +1,12 @@
 #include "VEXA.Runtime.Http.h"
 
+#include <QScopeGuard>
 #include <QUrl>
 
 #include <curl/curl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
 
 #include <algorithm>
 #include <array>
@@ -75,6 +79,34 @@ private:
     CURLSH* FShare;  // made before the handles that use it
     CURL* FEasy;
     CURLM* FMulti;
+};
+
+/// Keeps a peer that closes its socket from ending the process: TLS libraries write without asking for an error instead
+/// of a signal.
+class PipeSignalBlocked {
+public:
+    PipeSignalBlocked() {
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, &FBefore);
+    }
+    ~PipeSignalBlocked() {
+        if (sigismember(&FBefore, SIGPIPE)) return;
+        // One that came meanwhile is taken before it can be delivered.
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        const timespec none{};
+        while (sigtimedwait(&pipe, nullptr, &none) > 0) {
+        }
+        pthread_sigmask(SIG_SETMASK, &FBefore, nullptr);
+    }
+    PipeSignalBlocked(const PipeSignalBlocked&) = delete;
+    PipeSignalBlocked& operator=(const PipeSignalBlocked&) = delete;
+
+private:
+    sigset_t FBefore;
 };
 
 QString ReasonPhrase(int status) {
@@ -152,6 +184,7 @@ public:
         FStatus = static_cast<int>(status);
         HttpErrorInfo info = Judge(code);
         curl_multi_remove_handle(multi, FEasy);
+        curl_easy_reset(FEasy);  // the handle outlives this object, which it points to
         return info;
     }
 
@@ -196,7 +229,9 @@ private:
             return Failure(Kind::TooLarge, QStringLiteral("the document is larger than %1 MiB")
                                                .arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-        if (IsFailureStatus()) return Failure(Kind::Status, StatusText());
+        // A redirection that is not followed ends with its own status, which would say nothing.
+        const bool isRedirectError = code == CURLE_TOO_MANY_REDIRECTS || code == CURLE_UNSUPPORTED_PROTOCOL;
+        if (IsFailureStatus() && !isRedirectError) return Failure(Kind::Status, StatusText());
         if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
         // A body without a single byte never reached the write callback.
         if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
@@ -339,9 +374,10 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
         // A callback that fetches something itself gets handles of its own.
         std::unique_ptr<ThreadHandles> nested = handles.InUse ? std::make_unique<ThreadHandles>() : nullptr;
         ThreadHandles& used = nested ? *nested : handles;
+        const PipeSignalBlocked blocked;
         used.InUse = true;
+        const auto free = qScopeGuard([&] { used.InUse = false; });
         info = Transfer(*this, used.Easy(), isCancelled).Perform(used.Multi(), url);
-        used.InUse = false;
     }
     if (info.Succeeded())
         qCDebug(LogHttp).noquote() << "fetched" << Url;
