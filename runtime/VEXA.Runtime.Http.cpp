@@ -134,6 +134,7 @@ QString ReasonPhrase(int status) {
 QString CurlReason(CURLcode code, const char* detail) {
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the server's name could not be resolved");
+        case CURLE_COULDNT_CONNECT: return QStringLiteral("the server could not be reached (connection refused or no route)");
         case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the server did not answer in time");
         case CURLE_TOO_MANY_REDIRECTS: return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:

@@ -56,18 +56,28 @@ std::unique_ptr<TPodcastFeed> MakeFeed(int number, int count) {
 
 double CostOfIndex(TPodcastsDB& db, const std::string& name, const std::string& definition, int firstFeed, int feeds) {
     auto insert = [&](int from) {
+        std::vector<std::unique_ptr<TPodcastFeed>> made;
+        for (int i = 0; i < feeds; ++i) made.push_back(MakeFeed(from + i, 200));
         return Milliseconds([&] {
-            for (int i = 0; i < feeds; ++i) db.AddOrUpdate(*MakeFeed(from + i, 200));
+            for (auto& feed : made) db.AddOrUpdate(*feed);
         });
     };
     auto remove = [&](int from) {
         for (int i = 0; i < feeds; ++i) db.Remove(MakeFeed(from + i, 0)->Fields[pffURLFeed]);
     };
-    const double with = insert(firstFeed);
-    remove(firstFeed);
+    constexpr int kRounds = 5;
+    auto median = [&] {
+        std::vector<double> times(kRounds);
+        for (double& time : times) {
+            time = insert(firstFeed);
+            remove(firstFeed);
+        }
+        std::sort(times.begin(), times.end());
+        return times[kRounds / 2];
+    };
+    const double with = median();
     db.ExecuteSQL("DROP INDEX " + name);
-    const double without = insert(firstFeed);
-    remove(firstFeed);
+    const double without = median();
     db.ExecuteSQL("CREATE INDEX " + name + " ON " + definition);
     return with / without;
 }
@@ -111,7 +121,7 @@ int main(int argc, char** argv) {
     Report("first page, one feed", [&] { page({id, -1, {}, 50, 0}); });
     Report("first page, one feed, new", [&] { page({id, pesNew, {}, 50, 0}); });
     Report("page at 500,000", [&] { page({0, -1, {}, 50, 500000}); });
-    Report("search, frequent word", [&] { page({0, -1, QStringLiteral("episode 1"), 50, 0}); });
+    Report("search, frequent word", [&] { page({0, -1, QStringLiteral("episode 9"), 50, 0}); });
     Report("search, nothing found", [&] { page({0, -1, QStringLiteral("zebra"), 50, 0}); });
     Report("new episodes without a file (100,000)", [&] { db.EnumNewEpisodes([](auto&) {}); });
     Report("check files (none recorded)", [&] { db.ResetMissingCachedFiles(); });
