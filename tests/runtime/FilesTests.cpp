@@ -104,7 +104,7 @@ TEST(FileNames, GetTheExtensionOfAMediaType) {
 }
 
 TEST(Files, MatchMasksInAnyLetterCase) {
-    const QString masks = QStringLiteral("*.xml;*.rss; ");
+    const QString masks = QStringLiteral("*.xml;*.rss;");
     for (const char* name : {"a.xml", "/dir/A.XML", ".xml", "C:\\b.rss"})
         EXPECT_TRUE(MatchesFileMask(QString::fromUtf8(name), masks)) << name;
     for (const char* name : {"a.xml.gz", "axml", "", "/x.xml/a"})

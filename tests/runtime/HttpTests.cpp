@@ -241,7 +241,8 @@ TEST(Http, KeepsItsConnectionAlsoAfterAnErrorPage) {
 
 TEST(Http, FollowsTenRedirectsAndNoMore) {
     LoopbackServer server;
-    for (int i = 0; i < 11; ++i) server.Serve("/" + std::to_string(i), Response::Redirect("/" + std::to_string(i + 1)));
+    auto path = [](int i) { return std::string("/").append(std::to_string(i)); };
+    for (int i = 0; i < 11; ++i) server.Serve(path(i), Response::Redirect(path(i + 1)));
     server.Serve("/11", Response::Of("there"));
     QByteArray body;
     EXPECT_TRUE(Get(server.Url("/1"), {}, &body).Succeeded());

@@ -25,10 +25,10 @@ TEST(Text, ComesBackFromItsBytesAsItWas) {
         const std::string bytes = ToUtf8(text);
         EXPECT_EQ(FromUtf8(bytes), text) << bytes;
         EXPECT_TRUE(EqualsUtf8(text, bytes)) << bytes;
-        EXPECT_FALSE(EqualsUtf8(text + u'x', bytes)) << bytes;
+        EXPECT_FALSE(EqualsUtf8(QString(text + u'x'), bytes)) << bytes;
         EXPECT_FALSE(EqualsUtf8(text, bytes + "\xC3")) << bytes;
     }
-    EXPECT_EQ(ToUtf8(high + low), "\xF0\x9F\x8E\x99") << "a whole pair is plain UTF-8";
+    EXPECT_EQ(ToUtf8(QString(high + low)), "\xF0\x9F\x8E\x99") << "a whole pair is plain UTF-8";
     for (const char* broken : {"\xFF", "\xC0\x80", "\xE2\x82", "\x80", "\xF5\x80\x80\x80"}) {
         EXPECT_TRUE(FromUtf8(broken).contains(QChar::ReplacementCharacter));
         EXPECT_FALSE(EqualsUtf8(FromUtf8(broken), broken));
@@ -55,7 +55,7 @@ public:
                       [](const void* context) { return *static_cast<const QString*>(context); });
         RegisterMacro(QStringLiteral("Empty"), [](const void*) { return QString(); });
         RegisterFunction(QStringLiteral("Up"), [](const QString& argument) { return argument.toUpper(); });
-        RegisterFunction(QStringLiteral("Wrap"), [](const QString& argument) { return u'<' + argument + u'>'; });
+        RegisterFunction(QStringLiteral("Wrap"), [](const QString& argument) { return QString(u'<' + argument + u'>'); });
     }
 };
 
@@ -106,6 +106,8 @@ TEST(Dates, AreReadInTheFormsThatFeedsShow) {
         {"17 May 2024 09:05", "2024-05-17T09:05:00Z"},
         {"Tue, 03 Sept 2019 10:00:00 GMT", "2019-09-03T10:00:00Z"},
         {"3 September 2019 10:00:00 Z", "2019-09-03T10:00:00Z"},
+        {"Thurs, 5 SEPTEMBER 2019 10:00:00 CEST", "2019-09-05T08:00:00Z"},
+        {"Saturday, 1 Jan 2000 00:00 MEST", "1999-12-31T22:00:00Z"},
         {"Sat, 01 Jan 00 00:00:00 GMT", "2000-01-01T00:00:00Z"},
         {"Thu, 29 Feb 2024 23:59:59 UT", "2024-02-29T23:59:59Z"},
         {"2024-05-17T09:05:07Z", "2024-05-17T09:05:07Z"},

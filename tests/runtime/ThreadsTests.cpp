@@ -39,7 +39,9 @@ TEST(WorkerPool, CanBeCancelledFromTheMainThreadWhileTheTaskWaitsForIt) {
                 wasCancelled = true;
             },
             [&](Job&) { RunInMainThread([&] { ++completed; }, true); });
-        if (round % 2) ASSERT_TRUE(tests::WaitUntil([&] { return onMain > 0; }));
+        if (round % 2) {
+            ASSERT_TRUE(tests::WaitUntil([&] { return onMain > 0; }));
+        }
         WorkerPool::Cancel(handle, true);
         ASSERT_TRUE(wasCancelled);
         ASSERT_EQ(completed, 1) << "the completion belongs to the task";
