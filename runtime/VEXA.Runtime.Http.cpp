@@ -230,9 +230,9 @@ private:
             return Failure(Kind::TooLarge, QStringLiteral("the document is larger than %1 MiB")
                                                .arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-        // A redirection that is not followed ends with its own status, which would say nothing.
-        const bool isRedirectError = code == CURLE_TOO_MANY_REDIRECTS || code == CURLE_UNSUPPORTED_PROTOCOL;
-        if (IsFailureStatus() && !isRedirectError) return Failure(Kind::Status, StatusText());
+        // A redirect that leads nowhere is not the server's last word: say why it could not be followed.
+        const bool isLostRedirect = IsRedirect() && code != CURLE_OK && code != CURLE_WRITE_ERROR;
+        if (IsFailureStatus() && !isLostRedirect) return Failure(Kind::Status, StatusText());
         if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
         // A body without a single byte never reached the write callback.
         if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
@@ -246,6 +246,8 @@ private:
     }
 
     bool IsFailureStatus() const { return FStatus != 0 && (FStatus < 200 || FStatus >= 300); }
+
+    bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
 
     QString StatusText() const {
         const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
