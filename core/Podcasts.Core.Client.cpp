@@ -54,7 +54,7 @@ void TPodcastClient::CancelRefresh() { vexa::WorkerPool::Cancel(FRefreshTask, tr
 std::unique_ptr<TPodcastFeed> TPodcastClient::FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
                                                         bool raiseErrors) {
     try {
-        return LoadFeed(location, isCancelled);
+        return ParseFeedDocument(LoadFeedDocument(location, isCancelled), location);
     } catch (...) {
         if (raiseErrors) throw;
         return nullptr;

@@ -2,7 +2,9 @@
 
 #include <QHash>
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Text.h"
@@ -28,12 +30,18 @@ std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
     return {place, bytes.size()};
 }
 
-void TPodcastStoredEpisodes::Add(Row row) {
-    const int index = static_cast<int>(FRows.size());
-    const auto [same, isFirst] = FByGUID.try_emplace(row.GUID, index);
-    if (!isFirst) row.OlderOfGUID = std::exchange(same->second, index);
-    FByURI[row.URI] = index;
-    FRows.push_back(row);
+void TPodcastStoredEpisodes::BuildIndexes() {
+    // A rowid tells when a row was written last: REPLACE gives it a new one. Sorted here, since SQLite would carry the
+    // rows' whole texts through its sorter.
+    std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
+    FByGUID.reserve(FRows.size());
+    FByURI.reserve(FRows.size());
+    for (int index = 0; index < static_cast<int>(FRows.size()); ++index) {
+        Row& row = FRows[static_cast<std::size_t>(index)];
+        const auto [same, isFirst] = FByGUID.try_emplace(row.GUID, index);
+        if (!isFirst) row.OlderOfGUID = std::exchange(same->second, index);
+        FByURI[row.URI] = index;
+    }
 }
 
 const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::Find(std::string_view guid, std::string_view uri) const {
@@ -51,11 +59,10 @@ const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::FindURI(std::string_v
 
 TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
     TPodcastStoredEpisodes stored;
-    // A row's rowid tells when it was written last: REPLACE gives it a new one.
     const auto cursor = Query(SqlBuilder("SELECT URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, "
-                                         "Format, PublishDate, Duration, State FROM PodcastEpisodes WHERE FeedID = ")
-                                  .Integer(feedID)
-                                  .Raw(" ORDER BY rowid"));
+                                         "Format, PublishDate, Duration, State, rowid FROM PodcastEpisodes "
+                                         "WHERE FeedID = ")
+                                  .Integer(feedID));
     if (!cursor) return stored;
     using Row = TPodcastStoredEpisodes::Row;
     static constexpr std::string_view Row::*texts[] = {&Row::URI,    &Row::GUID, &Row::Title,    &Row::Description,
@@ -69,8 +76,10 @@ TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
         row.PublishDate = cursor->Double(column);
         row.Duration = cursor->Double(column + 1);
         row.State = cursor->Integer(column + 2);
-        stored.Add(row);
+        row.RowID = cursor->Integer64(column + 3);
+        stored.FRows.push_back(row);
     } while (cursor->Next());
+    stored.BuildIndexes();
     return stored;
 }
 
@@ -90,6 +99,8 @@ std::vector<TPodcastEpisodeAndURI> TPodcastsDB::DistinctEpisodes(const TPodcastF
 }
 
 namespace {
+
+constexpr std::size_t kStatementSize = 64 * 1024;  // bytes; SQLite takes a thousand million
 
 bool IsStoredAlready(const TPodcastStoredEpisodes::Row& row, const TPodcastEpisode& episode, const QString& format) {
     const auto& fields = episode.Fields;
@@ -118,20 +129,24 @@ void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed, const std::vector<TPodcastEpis
     for (const auto& episode : feed.Episodes()) episode->FeedID = feed.ID;
     if (episodes.empty()) return;
     RunInTransaction([&] {
+        // Many rows to a statement: preparing one costs as much as writing several rows.
         SqlBuilder sql;
         for (const auto& [episode, uri] : episodes) {
             const QString format = MakeFormat(episode->Fields[pefURLAudio]);
             const auto* row = stored.FindURI(vexa::ToUtf8(uri));
             if (row && IsStoredAlready(*row, *episode, format)) continue;
-            sql.Clear();
-            sql.Raw("REPLACE INTO PodcastEpisodes VALUES (").Text(uri).Raw(", ").Integer(feed.ID);
+            sql.Raw(sql.IsEmpty() ? "REPLACE INTO PodcastEpisodes VALUES (" : ", (").Text(uri);
+            sql.Raw(", ").Integer(feed.ID);
             for (const auto field :
                  {pefGUID, pefTitle, pefDescription, pefArtist, pefURL, pefURLAudio, pefURLAudioCached})
                 sql.Raw(", ").Text(episode->Fields[field]);
             sql.Raw(", ").Double(episode->PublishDate).Raw(", ").Double(episode->Duration);
             sql.Raw(", ").Integer(episode->State).Raw(", ").Text(format).Raw(")");
+            if (sql.Sql().size() < kStatementSize) continue;
             ExecuteSQL(sql);
+            sql.Clear();
         }
+        if (!sql.IsEmpty()) ExecuteSQL(sql);
     });
 }
 

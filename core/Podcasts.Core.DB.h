@@ -46,6 +46,7 @@ public:
         bool HasNull = false;  // a column that we always write is NULL
         double PublishDate = 0, Duration = 0;
         int State = 0;
+        qint64 RowID = 0;
         int OlderOfGUID = -1;  // the row of the same GUID that was written before, as an index
     };
 
@@ -58,7 +59,7 @@ private:
     static constexpr std::size_t kChunkSize = 1 << 20;
 
     std::string_view Keep(std::string_view bytes);
-    void Add(Row row);
+    void BuildIndexes();
 
     std::vector<std::unique_ptr<char[]>> FChunks;  // hold the rows' texts
     char* FChunkAt = nullptr;

@@ -37,12 +37,12 @@ bool LooksLikeHtml(const QByteArray& bytes) {
 }  // namespace
 
 bool IsLocalFeedFile(const QString& text) {
-    return vexa::MatchesFileMask(text, QStringLiteral("*.xml;")) && vexa::FileExists(text);
+    return vexa::FileExists(text) && vexa::MatchesFileMask(text, QStringLiteral("*.xml;"));
 }
 
 bool IsFeedLocation(const QString& text) { return vexa::IsUrl(text) || IsLocalFeedFile(text); }
 
-std::unique_ptr<TPodcastFeed> LoadFeed(const QString& location, const vexa::CancelCheck& isCancelled) {
+std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
     vexa::HttpDocument loaded;
     if (vexa::IsUrl(location))
         loaded = vexa::HttpGetDocument(location, kLargestFeed, isCancelled);
@@ -50,15 +50,16 @@ std::unique_ptr<TPodcastFeed> LoadFeed(const QString& location, const vexa::Canc
         loaded.Body = ReadFeedFile(location);
     else
         return nullptr;
-    std::unique_ptr<TPodcastFeed> feed;
     try {
-        const vexa::XmlDocument document(loaded.Body, loaded.Info.Charset);
-        loaded.Body.clear();
-        feed = TPodcastParser::ParseDocument(document);
+        return std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
     } catch (const vexa::XmlError&) {
         if (!LooksLikeHtml(loaded.Body)) throw;
         throw vexa::XmlError("the document is an HTML page, not a feed");
     }
+}
+
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(std::unique_ptr<vexa::XmlDocument> document, const QString& location) {
+    auto feed = document ? TPodcastParser::ParseDocument(*document) : nullptr;
     if (feed) feed->Fields[pffURLFeed] = location;
     return feed;
 }
@@ -89,7 +90,7 @@ void TPodcastFeedFetcher::Drop(std::unique_lock<std::mutex>& lock) {
         FChanged.wait(lock, [this] { return FState != State::Running; });
     }
     FState = State::Idle;
-    FFeed.reset();
+    FDocument.reset();
     FError = nullptr;
 }
 
@@ -103,7 +104,8 @@ void TPodcastFeedFetcher::Begin(const QString& location) {
     FChanged.notify_all();
 }
 
-std::unique_ptr<TPodcastFeed> TPodcastFeedFetcher::Take(const QString& location, const vexa::CancelCheck& isCancelled) {
+std::unique_ptr<vexa::XmlDocument> TPodcastFeedFetcher::Take(const QString& location,
+                                                              const vexa::CancelCheck& isCancelled) {
     Begin(location);
     std::unique_lock lock(FMutex);
     while (FState != State::Done) {
@@ -112,7 +114,7 @@ std::unique_ptr<TPodcastFeed> TPodcastFeedFetcher::Take(const QString& location,
     }
     FState = State::Idle;
     if (FError) std::rethrow_exception(std::exchange(FError, nullptr));
-    return std::move(FFeed);
+    return std::move(FDocument);
 }
 
 void TPodcastFeedFetcher::Work() {
@@ -127,15 +129,15 @@ void TPodcastFeedFetcher::Work() {
         FState = State::Running;
         const QString location = FLocation;
         lock.unlock();
-        std::unique_ptr<TPodcastFeed> feed;
+        std::unique_ptr<vexa::XmlDocument> document;
         std::exception_ptr error;
         try {
-            feed = LoadFeed(location, [this] { return FAbandoned.load(); });
+            document = LoadFeedDocument(location, [this] { return FAbandoned.load(); });
         } catch (...) {
             error = std::current_exception();
         }
         lock.lock();
-        FFeed = std::move(feed);
+        FDocument = std::move(document);
         FError = error;
         FState = State::Done;
         FChanged.notify_all();

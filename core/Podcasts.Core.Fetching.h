@@ -3,6 +3,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <condition_variable>
 #include <exception>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "Podcasts.Core.Classes.h"
 #include "VEXA.Runtime.Threads.h"
+#include "VEXA.Runtime.XML.h"
 
 namespace podcasts {
 
@@ -19,12 +21,14 @@ bool IsLocalFeedFile(const QString& text);
 /// Whether `text` is a web address or a local feed file.
 bool IsFeedLocation(const QString& text);
 
-/// Loads and parses the document at `location` and sets pffURLFeed to it. Nothing when the location is neither a web
-/// address nor a local feed file, and when no parser recognises the document. Throws HttpError, XmlError and what
-/// reading a file throws.
-std::unique_ptr<TPodcastFeed> LoadFeed(const QString& location, const vexa::CancelCheck& isCancelled);
+/// Loads the document at `location`. Nothing when the location is neither a web address nor a local feed file. Throws
+/// HttpError, XmlError and what reading a file throws.
+std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
 
-/// Why LoadFeed gave nothing.
+/// The feed of a loaded document (or of none), its pffURLFeed set to `location`; nothing when no parser recognises it.
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(std::unique_ptr<vexa::XmlDocument> document, const QString& location);
+
+/// Why there is no feed at a location that loaded without an error.
 QString DescribeMissingFeed(const QString& location);
 
 /// Fetches feeds on a thread of its own, one at a time, so that connections are kept and the next document can be on
@@ -38,8 +42,9 @@ public:
 
     /// Guesses that this location will be taken next. A guess that turns out wrong is dropped.
     void Begin(const QString& location);
-    /// What LoadFeed gives or throws for the location, fetched now unless it was begun.
-    std::unique_ptr<TPodcastFeed> Take(const QString& location, const vexa::CancelCheck& isCancelled);
+    /// What LoadFeedDocument gives or throws for the location, fetched now unless it was begun. Begin the next one, then
+    /// make and store this one's records: the two threads then have about half of the work each.
+    std::unique_ptr<vexa::XmlDocument> Take(const QString& location, const vexa::CancelCheck& isCancelled);
 
 private:
     void Work();
@@ -50,7 +55,7 @@ private:
     // All guarded by FMutex.
     enum class State { Idle, Requested, Running, Done, Stopping } FState = State::Idle;
     QString FLocation;
-    std::unique_ptr<TPodcastFeed> FFeed;
+    std::unique_ptr<vexa::XmlDocument> FDocument;
     std::exception_ptr FError;
 
     std::atomic<bool> FAbandoned{false};

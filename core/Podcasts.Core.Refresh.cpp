@@ -9,35 +9,41 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
     QString feedURL;
     while (!IsCancelled() && FClient.RefreshQueue().Pop(feedURL)) {
         vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
-        Refresh(feedURL, fetcher);
+        TPodcastRefreshOutcome outcome{feedURL, {}, {}};
+        try {
+            Refresh(feedURL, fetcher, outcome);
+        } catch (const std::exception& error) {
+            // The database failed: this ends the task, and its completion accounts for the feeds that are left.
+            outcome.Error = QString::fromUtf8(error.what());
+            FClient.FRefreshOutcomes.Add(std::move(outcome));
+            throw;
+        }
+        FClient.FRefreshOutcomes.Add(std::move(outcome));
     }
 }
 
-void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher) {
-    TPodcastRefreshOutcome outcome{feedURL, {}, {}};
-    std::unique_ptr<TPodcastFeed> feed;
+void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher,
+                                             TPodcastRefreshOutcome& outcome) {
+    std::unique_ptr<vexa::XmlDocument> document;
     try {
-        feed = fetcher.Take(feedURL, [this] { return IsCancelled(); });
-        if (!feed) outcome.Error = DescribeMissingFeed(feedURL);
+        document = fetcher.Take(feedURL, [this] { return IsCancelled(); });
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }
     // The next document may come while this one is stored. It is a guess: what is queued meanwhile goes first.
     if (QString next; !IsCancelled() && FClient.RefreshQueue().Peek(next)) fetcher.Begin(next);
-    if (feed && IsCancelled()) {
-        feed = nullptr;
-        outcome.Error = QStringLiteral("cancelled");
-    }
-    try {
-        if (feed) MergeFeed(*feed, outcome);
-    } catch (const std::exception& error) {
-        outcome.Error = QString::fromUtf8(error.what());
-        FClient.FRefreshOutcomes.Add(outcome);
-        throw;
+    if (outcome.Error.isEmpty()) {
+        const auto feed = ParseFeedDocument(std::move(document), feedURL);
+        if (!feed) {
+            outcome.Error = DescribeMissingFeed(feedURL);
+        } else if (IsCancelled()) {
+            outcome.Error = QStringLiteral("cancelled");
+        } else {
+            MergeFeed(*feed, outcome);
+        }
     }
     if (!outcome.Error.isEmpty() && !IsCancelled())
         qCWarning(vexa::LogRefresh).noquote() << "cannot refresh" << feedURL + u": " + outcome.Error;
-    FClient.FRefreshOutcomes.Add(std::move(outcome));
 }
 
 void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, TPodcastRefreshOutcome& outcome) {

@@ -19,8 +19,9 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fe
             subscription.What = Result::AlreadySubscribed;
             return subscription;
         }
-        const auto feed = fetcher.Take(location, isCancelled);
+        auto document = fetcher.Take(location, isCancelled);
         if (!next.isEmpty() && !client.IsSubscribed(next)) fetcher.Begin(next);
+        const auto feed = ParseFeedDocument(std::move(document), location);
         if (!feed) {
             subscription.Error = DescribeMissingFeed(location);
             return subscription;

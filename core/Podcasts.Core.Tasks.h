@@ -27,7 +27,7 @@ public:
     void Complete() override;
 
 private:
-    void Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher);
+    void Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher, TPodcastRefreshOutcome& outcome);
     void MergeFeed(TPodcastFeed& feed, TPodcastRefreshOutcome& outcome);
 
     bool FHasNewEpisodes = false;

@@ -88,14 +88,16 @@ QString ExtractFileExt(const QString& path) {
 }
 
 QString FileFormat(const QString& addressOrFile) {
-    QString path = addressOrFile;
+    QStringView path(addressOrFile);
     if (const qsizetype scheme = path.indexOf(u"://"); scheme > 0) {
         path = path.sliced(scheme + 3);
         static constexpr QStringView ends = u"?#";
-        path.erase(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }), path.end());
+        path = path.first(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }) - path.begin());
         if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
     }
-    return ExtractFileExt(path).mid(1).toUpper();
+    qsizetype dot = path.size();
+    while (dot > 0 && path[dot - 1] != u'.' && path[dot - 1] != u'/' && path[dot - 1] != u'\\') --dot;
+    return dot > 0 && path[dot - 1] == u'.' ? path.sliced(dot).toString().toUpper() : QString();
 }
 
 bool MatchesFileMask(const QString& text, const QString& masks) {

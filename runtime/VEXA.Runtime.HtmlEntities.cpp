@@ -107,16 +107,15 @@ std::size_t ForbiddenReference(std::string_view text) {
 /// Tells whether positions, asked in ascending order, lie in a CDATA section or a comment.
 class Sections {
 public:
-    explicit Sections(std::string_view text) : FText(text), FBegin(Next(0)) {}
+    explicit Sections(std::string_view text) : FText(text) {}
 
     /// The end of the section that holds `at`; 0 when none does.
     std::size_t EndIfInside(std::size_t at) {
-        while (FBegin < at) {
-            if (FEnd <= FBegin) FEnd = End(FBegin);
-            if (FEnd > at) return FEnd;
+        while (at >= FEnd) {
             FBegin = Next(FEnd);
+            FEnd = FBegin < FText.size() ? End(FBegin) : std::string_view::npos;
         }
-        return 0;
+        return at < FBegin ? 0 : FEnd;
     }
 
 private:
@@ -136,7 +135,7 @@ private:
     }
 
     std::string_view FText;
-    std::size_t FBegin;
+    std::size_t FBegin = 0;  // the last section found: it, or what precedes it, holds the position asked for last
     std::size_t FEnd = 0;
 };
 

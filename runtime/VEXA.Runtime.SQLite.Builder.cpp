@@ -19,12 +19,9 @@ SqlBuilder& SqlBuilder::Text(QStringView value) {
         return *this;
     }
     FSql += '\'';
-    for (;;) {
-        const qsizetype quote = value.indexOf(u'\'');
-        if (quote < 0) break;
+    for (qsizetype quote; (quote = value.indexOf(u'\'')) >= 0; value = value.sliced(quote + 1)) {
         AppendUtf8(FSql, value.first(quote + 1));
         FSql += '\'';
-        value = value.sliced(quote + 1);
     }
     AppendUtf8(FSql, value);
     FSql += '\'';

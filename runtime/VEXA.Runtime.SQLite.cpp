@@ -191,7 +191,7 @@ void SqliteDatabase::Open(const QString& fileName) {
         if (sqlite3_db_readonly(FConnection, "main") == 1) Raise("cannot open", SQLITE_READONLY);
         InitializeFunctions();
         VerifyLayout();
-        ExecuteSQL("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=" +
+        ExecuteSQL("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA cache_size=-16000; PRAGMA wal_autocheckpoint=" +
                    std::to_string(kCheckpointPages));
         InitializeTables();
     } catch (...) {

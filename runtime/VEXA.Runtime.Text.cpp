@@ -1,5 +1,6 @@
 #include "VEXA.Runtime.Text.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vexa {
@@ -60,6 +61,19 @@ void AppendUtf8(std::string& out, QStringView text) {
     const char16_t* from = text.utf16();
     const char16_t* const end = from + text.size();
     while (from != end) {
+        // A block of ASCII at a time, without a branch inside, as in CommonAscii.
+        constexpr std::ptrdiff_t kBlock = 32;
+        while (end - from >= kBlock) {
+            unsigned all = 0;
+            for (std::ptrdiff_t i = 0; i < kBlock; ++i) {
+                all |= from[i];
+                to[i] = static_cast<char>(from[i]);
+            }
+            if (all >= 0x80) break;
+            from += kBlock;
+            to += kBlock;
+        }
+        if (from == end) break;
         char32_t c = *from++;
         if (c < 0x80) {
             *to++ = static_cast<char>(c);
@@ -98,10 +112,31 @@ QString FromUtf8(std::string_view bytes) {
     return text;
 }
 
+namespace {
+
+/// How many leading characters, in whole blocks, are ASCII and the same in both. The loop over a block has no branch, so
+/// that the compiler can compare many characters at once.
+std::size_t CommonAscii(const char16_t* text, const char* bytes, std::size_t size) noexcept {
+    constexpr std::size_t kBlock = 32;
+    std::size_t at = 0;
+    for (; at + kBlock <= size; at += kBlock) {
+        unsigned differences = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            const auto byte = static_cast<unsigned char>(bytes[at + i]);
+            differences |= static_cast<unsigned>(text[at + i] ^ byte) | (byte & 0x80u);
+        }
+        if (differences != 0) break;
+    }
+    return at;
+}
+
+}  // namespace
+
 bool EqualsUtf8(QStringView text, std::string_view bytes) noexcept {
     const char16_t* from = text.utf16();
     const char16_t* const end = from + text.size();
-    std::size_t at = 0;
+    std::size_t at = CommonAscii(from, bytes.data(), std::min(static_cast<std::size_t>(text.size()), bytes.size()));
+    from += at;
     while (from != end) {
         if (at == bytes.size()) return false;
         if (const auto byte = static_cast<unsigned char>(bytes[at]); byte < 0x80) {
