@@ -7,6 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <barrier>
+#include <thread>
+
 using namespace Qt::StringLiterals;
 
 namespace podcasts {
@@ -184,6 +187,26 @@ TEST_F(DatabaseLayout, AFileOrFolderThatMayNotBeWrittenIsNamed) {
         EXPECT_NE(error.find(File.toStdString()), std::string::npos) << error;
         EXPECT_NE(error.find(advice), std::string::npos) << error;
         ASSERT_TRUE(isMode(Folder.Path(), 0755) && isMode(File, 0644));
+    }
+}
+
+TEST_F(DatabaseLayout, ManyOpenANewOrAnOldFileAtOnce) {
+    for (int round = 0; round < 40; ++round) {
+        for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s}) QFile::remove(File + suffix);
+        if (round % 2)
+            Create(QByteArray(kFirstLayout) +
+                   "INSERT INTO PodcastEpisodes (ID, URLAudio) VALUES ('a', 'http://h/1.mp3')");
+        std::vector<std::string> errors(8);
+        std::vector<std::thread> threads;
+        std::barrier start(8);
+        for (std::string& error : errors)
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                error = OpeningError();
+            });
+        for (std::thread& thread : threads) thread.join();
+        for (const std::string& error : errors) EXPECT_EQ(error, "");
+        EXPECT_EQ(Rows("SELECT GUID FROM PodcastEpisodes").size(), round % 2);
     }
 }
 
