@@ -69,11 +69,11 @@ QString TPodcastInfoFormatString::Expand(const QString& templateText, const TPod
     QString path = Instance().Evaluate(templateText, &context).toString();
     path.replace(u'\\', u'/');
     QStringList components = path.split(u'/');
-    // Dots of the template round empty values must not climb out of the folder.
-    const QString literal = u'/' + QString(templateText).replace(u'\\', u'/') + u'/';
-    for (QString& component : components) {
-        if ((component == u"." || component == u"..") && !literal.contains(QString(u'/' + component + u'/')))
-            component = QStringLiteral("_");
+    const QStringList written = QString(templateText).replace(u'\\', u'/').split(u'/');
+    for (qsizetype i = 0; i < components.size(); ++i) {
+        QString& component = components[i];
+        // "%FeedCategory%.%EpisodeArtist%.%FeedTitle%" of empty values must not climb out of its folder.
+        if ((component == u"." || component == u"..") && written.value(i) != component) component.fill(u'_');
         component = vexa::ClampComponent(component, kLongestComponent);
     }
     return components.join(u'/');

@@ -67,8 +67,10 @@ void TPodcastsDBQueryBuilder::EpisodeCondition(SqlBuilder& builder, const QStrin
         builder.Raw("URI = ").Text(episodeKey);
         return;
     }
-    const QStringList parts = episodeKey.split(QChar(kEpisodeKeyDelimiter));
-    builder.Raw("(FeedID = ").Text(parts.value(1)).Raw(") AND (GUID = ").Text(parts.value(2)).Raw(")");
+    // Everything after the second delimiter is the GUID, which may hold one itself.
+    const QChar delimiter(kEpisodeKeyDelimiter);
+    builder.Raw("(FeedID = ").Text(episodeKey.section(delimiter, 1, 1));
+    builder.Raw(") AND (GUID = ").Text(episodeKey.section(delimiter, 2)).Raw(")");
 }
 
 QString TPodcastsDBQueryBuilder::MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {

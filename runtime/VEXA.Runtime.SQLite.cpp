@@ -6,7 +6,9 @@
 #include <unicode/ucol.h>
 #include <unicode/uiter.h>
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
@@ -191,12 +193,26 @@ void SqliteDatabase::Open(const QString& fileName) {
         if (sqlite3_db_readonly(FConnection, "main") == 1) Raise("cannot open", SQLITE_READONLY);
         InitializeFunctions();
         VerifyLayout();
-        ExecuteSQL("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA cache_size=-16000; PRAGMA wal_autocheckpoint=" +
+        EnterWal();
+        ExecuteSQL("PRAGMA synchronous=FULL; PRAGMA cache_size=-16000; PRAGMA wal_autocheckpoint=" +
                    std::to_string(kCheckpointPages));
         InitializeTables();
     } catch (...) {
         Close();
         throw;
+    }
+}
+
+void SqliteDatabase::EnterWal() {
+    // SQLite does not wait here by itself: two programs that open a new file at once would be in each other's way.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
+    for (;;) {
+        try {
+            return ExecuteSQL("PRAGMA journal_mode=WAL");
+        } catch (const SqliteError& error) {
+            if ((error.Code() & 0xFF) != SQLITE_BUSY || std::chrono::steady_clock::now() > deadline) throw;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 

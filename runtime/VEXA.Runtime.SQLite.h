@@ -129,6 +129,7 @@ protected:
 private:
     friend class SqliteCursor;
     class Statement;
+    void EnterWal();
     void Close() noexcept;
 
     QString FFileName;

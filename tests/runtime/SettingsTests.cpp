@@ -18,8 +18,8 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
         FileName,
         "; mine\r\nLoose=1\r\n\r\n[Other]\r\nKey = old \r\n# end\r\n[Podcasts]\r\nA=1\r\n\r\n[Last]\r\nZ=26\r\n");
     SettingsFile settings(FileName);
-    EXPECT_EQ(settings.Read(QStringLiteral("Other\\Key")), QStringLiteral("old"));
-    EXPECT_EQ(settings.Read(QStringLiteral("Other\\key")), std::nullopt);
+    EXPECT_EQ(settings.Read(QStringLiteral("Other\\Key"), {}), QStringLiteral("old"));
+    EXPECT_EQ(settings.Read(QStringLiteral("Other\\key"), QStringLiteral("default")), QStringLiteral("default"));
     settings.Write(QStringLiteral("Podcasts\\A"), QStringLiteral("2"));
     settings.Write(QStringLiteral("Podcasts\\B"), QStringLiteral("3"));
     settings.Write(QStringLiteral("Made\\C"), QStringLiteral("4"));
@@ -32,15 +32,20 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
 TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     const QString changed = QStringLiteral("P\\Changed"), untouched = QStringLiteral("P\\Untouched");
     tests::WriteFile(FileName, "[P]\nChanged=1\nUntouched=1\n");
+    const QString missing = QStringLiteral("P\\Missing");
     SettingsFile mine(FileName), theirs(FileName);
+    mine.Read(missing, QStringLiteral("default"));
     theirs.Write(untouched, QStringLiteral("theirs"));
+    theirs.Write(missing, QStringLiteral("theirs"));
     theirs.Save();
     mine.Write(untouched, QStringLiteral("1"));  // as it was read
+    mine.Write(missing, QStringLiteral("default"));
     mine.Write(changed, QStringLiteral("mine"));
     mine.Save();
-    const SettingsFile after(FileName);
-    EXPECT_EQ(after.Read(untouched), QStringLiteral("theirs"));
-    EXPECT_EQ(after.Read(changed), QStringLiteral("mine"));
+    SettingsFile after(FileName);
+    EXPECT_EQ(after.Read(untouched, {}), QStringLiteral("theirs"));
+    EXPECT_EQ(after.Read(changed, {}), QStringLiteral("mine"));
+    EXPECT_EQ(after.Read(missing, {}), QStringLiteral("theirs"));
 }
 
 TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
@@ -58,8 +63,8 @@ TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
     SettingsFile settings(FileName);
     for (int i = 0; const QString& value : rows) settings.Write(QStringLiteral("P\\%1").arg(i++), value);
     settings.Save();
-    const SettingsFile again(FileName);
-    for (int i = 0; const QString& value : rows) EXPECT_EQ(again.Read(QStringLiteral("P\\%1").arg(i++)), value);
+    SettingsFile again(FileName);
+    for (int i = 0; const QString& value : rows) EXPECT_EQ(again.Read(QStringLiteral("P\\%1").arg(i++), QStringLiteral("missing")), value);
 }
 
 }  // namespace

@@ -1,0 +1,173 @@
+#include "Podcasts.Core.Parsers.h"
+#include "Texts.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace podcasts {
+namespace {
+
+std::unique_ptr<TPodcastFeed> Parse(const QByteArray& document) {
+    return TPodcastParser::ParseDocument(vexa::XmlDocument(document));
+}
+
+std::unique_ptr<TPodcastFeed> ParseChannel(const QByteArray& inner) {
+    return Parse("<rss version='2.0'><channel>" + inner + "</channel></rss>");
+}
+
+constexpr char kStore[] = "<feed xml:lang='en' xmlns:im='http://itunes.apple.com/rss'>";
+
+std::unique_ptr<TPodcastFeed> ParseStore(const QByteArray& inner) {
+    return Parse(kStore + inner + "</feed>");
+}
+
+TEST(Parsers, RecogniseTheirFormatsAndNoOthers) {
+    const std::pair<QByteArray, bool> cases[] = {
+        {"<rss version='2.0'><channel/></rss>", true},
+        {"<rss version='2.0'/>", false},
+        {"<rss version='0.92'><channel/></rss>", false},
+        {"<rss version='2.00'><channel/></rss>", false},
+        {"<rss><channel/></rss>", false},
+        {"<RSS version='2.0'><channel/></RSS>", false},
+        {"<rss version='2.0'><x><channel/></x></rss>", false},
+        {"<rdf:RDF xmlns='http://purl.org/rss/1.0/'><channel/><item/></rdf:RDF>", false},
+        {"<feed xmlns='http://www.w3.org/2005/Atom'><entry/></feed>", false},
+        {"<feed xmlns:im='http://itunes.apple.com/rss'/>", true},
+        {"<feed xmlns:im='HTTP://iTunes.Apple.com/RSS'/>", true},
+        {"<feed xmlns:im='http://itunes.apple.com/rss/2'/>", false},
+        {"<x><rss version='2.0'><channel/></rss></x>", false},
+    };
+    for (const auto& [document, isFeed] : cases) EXPECT_EQ(Parse(document) != nullptr, isFeed) << document.constData();
+}
+
+TEST(Parsers, EachElementOfAChannelFillsItsFieldAndTheLaterOneWins) {
+    struct {
+        TPodcastFeedField Field;
+        QByteArray Inner;
+        QString Value;
+    } const cases[] = {
+        {pffAuthor, "<itunes:author>A</itunes:author><author>no</author>", u"A"_s},
+        {pffCategory, "<category>1</category><itunes:category text='2'/>", u"2"_s},
+        {pffCategory, "<itunes:category text='2'/><category>1</category>", u"1"_s},
+        {pffCategory, "<itunes:category text='Arts'><itunes:category text='Books'/></itunes:category>", u"Arts"_s},
+        {pffCopyright, "<copyright>C</copyright>", u"C"_s},
+        {pffDescription, "<description> <![CDATA[<b>1</b>]]>&amp;2</description>", u" <b>1</b>&2"_s},
+        {pffKeywords, "<itunes:keywords>a, b</itunes:keywords>", u"a, b"_s},
+        {pffLanguage, "<language>de</language>", u"de"_s},
+        {pffTitle, "<title>one</title><title>two</title>", u"two"_s},
+        {pffTitle, "<title>one</title><Title>two</Title><image><title>three</title></image>", u"one"_s},
+        {pffURL, "<link>http://h/</link><atom:link href='http://no/'/>", u"http://h/"_s},
+        {pffURLFeed, "<atom:link rel='self' href='http://h/feed'/><url>x</url>", u""_s},
+        {pffURLLogo, "<itunes:image href='http://h/l.png'/><image><url>http://no/</url></image>", u"http://h/l.png"_s},
+    };
+    for (const auto& [field, inner, value] : cases) {
+        const auto feed = ParseChannel(inner);
+        EXPECT_EQ(feed->Fields[field], value) << inner.constData();
+        EXPECT_EQ(feed->EpisodeCount(), 0);
+        EXPECT_EQ(feed->ID, 0);
+    }
+}
+
+struct EpisodeCase {
+    TPodcastEpisodeField Field;
+    QByteArray Inner;
+    QString Value;
+};
+
+TEST(Parsers, EachElementOfAnItemFillsItsField) {
+    const EpisodeCase cases[] = {
+        {pefArtist, "<itunes:author>A</itunes:author><author>no</author>", u"A"_s},
+        {pefDescription, "<description>1</description><itunes:summary>2</itunes:summary>", u"2"_s},
+        {pefDescription, "<itunes:summary>2</itunes:summary><description>1</description>", u"1"_s},
+        {pefDescription, "<description>1</description><content:encoded>no</content:encoded>", u"1"_s},
+        {pefGUID, "<guid isPermaLink='false'> g </guid>", u" g "_s},
+        {pefTitle, "<title>a</title><itunes:title>no</itunes:title>", u"a"_s},
+        {pefURL, "<link>http://h/1</link>", u"http://h/1"_s},
+        {pefURLAudio, "<enclosure url='http://h/1.mp3'/><enclosure url='http://h/2.mp3'/>", u"http://h/1.mp3"_s},
+        {pefURLAudio, "<enclosure/><enclosure url='http://h/2.mp3'/>", u"http://h/2.mp3"_s},
+        {pefURLAudio, "<media:content url='http://no/'/>", u""_s},
+        {pefURLAudioCached, "<URLAudioCached>no</URLAudioCached>", u""_s},
+    };
+    for (const auto& [field, inner, value] : cases) {
+        const auto feed = ParseChannel("<item>" + inner + "</item>");
+        ASSERT_EQ(feed->EpisodeCount(), 1) << inner.constData();
+        EXPECT_EQ(feed->Episodes(0).Fields[field], value) << inner.constData();
+        EXPECT_EQ(feed->Episodes(0).State, pesNew);
+        EXPECT_EQ(feed->Episodes(0).FeedID, 0);
+    }
+}
+
+TEST(Parsers, EachElementOfAStoreEntryFillsItsField) {
+    const EpisodeCase cases[] = {
+        {pefArtist, "<im:artist>A</im:artist>", u"A"_s},
+        {pefTitle, "<im:name>1</im:name><title>2</title>", u"2"_s},
+        {pefTitle, "<title>2</title><im:name>1</im:name>", u"1"_s},
+        {pefGUID, "<id>i</id><guid>no</guid>", u"i"_s},
+        {pefURL, "<link rel='alternate' href='http://h/1'/><link rel='Alternate' href='http://no/'/>", u"http://h/1"_s},
+        {pefURLAudio, "<link rel='enclosure' href='http://h/1.m4a'/><link rel='enclosure' href='http://h/2.m4a'/>",
+         u"http://h/1.m4a"_s},
+        {pefURLAudio, "<link href='http://no/'/>", u""_s},
+    };
+    for (const auto& [field, inner, value] : cases) {
+        const auto feed = ParseStore("<entry>" + inner + "</entry>");
+        ASSERT_EQ(feed->EpisodeCount(), 1);
+        EXPECT_EQ(feed->Episodes(0).Fields[field], value) << inner.constData();
+    }
+}
+
+TEST(Parsers, AStoreFeedFillsItsFieldsAndTheFirstEnclosureGivesTheDuration) {
+    const auto feed = ParseStore(
+        "<title>T</title><rights>R</rights><link>L</link><icon>I</icon><author><name>N</name></author><entry>"
+        "<updated>2024-05-17T11:05:00+02:00</updated>"
+        "<link rel='enclosure' href='http://h/1'><im:duration>1500</im:duration></link>"
+        "<link rel='enclosure' href='http://h/2'><im:duration>9000</im:duration></link></entry>");
+    const std::array<QString, kFeedFieldCount> fields = {u"N"_s,  u""_s,  u"R"_s, u""_s, u""_s,
+                                                         u"en"_s, u"T"_s, u"L"_s, u""_s, u"I"_s};
+    EXPECT_EQ(feed->Fields, fields);
+    EXPECT_EQ(feed->Episodes(0).Duration, 1.5F);
+    EXPECT_DOUBLE_EQ(feed->Episodes(0).PublishDate, 45429 + (9 * 60 + 5) / 1440.0);
+}
+
+TEST(Parsers, ADurationIsOneTwoOrThreeNumbers) {
+    const std::pair<const char16_t*, double> cases[] = {
+        {u"90", 90},
+        {u"1:30", 90},
+        {u"01:02:03.5", 3723.5},
+        {u"45:00", 2700},
+        {u"0.25", 0.25},
+        {u"abc", 0},
+        {u"", 0},
+        {u"1:2:3:4", 0},
+        {u":", 0},
+        {u"x:30", 30},
+        {u"1:x", 60},
+        {u"1:x:5", 3605},
+        {u"1,5", 0},
+        {u"nan", 0},
+        {u"inf", 0},
+        {u"99999999999:30", 30},
+        {u"1000000:0:1", 3600000001.0 - 4294967296.0},
+        {u"100000000:30", 6000000030.0},
+    };
+    for (const auto& [text, seconds] : cases)
+        EXPECT_EQ(TPodcastParserRSS20::ParseDuration(QString::fromUtf16(text)), seconds)
+            << QString::fromUtf16(text).toStdString();
+}
+
+TEST(Parsers, AnEpisodeWithoutGuidGetsTheDigestOfDateAndTitle) {
+    const std::pair<QByteArray, QString> cases[] = {
+        {"", u"879815e13386d57d574d1104152eb34b"_s},
+        {"<guid></guid><pubDate>Fri, 17 May 2024 11:05:03 +0200</pubDate><title>Äpfel</title>",
+         u"5666e79eebc434ac544dfc911e224f4c"_s},
+    };
+    for (const auto& [inner, guid] : cases) {
+        EXPECT_EQ(ParseChannel("<item>" + inner + "</item>")->Episodes(0).Fields[pefGUID], guid);
+        EXPECT_EQ(ParseChannel("<title>other</title><item/><item>" + inner + "</item>")->Episodes(1).Fields[pefGUID],
+                  guid);
+    }
+    EXPECT_EQ(ParseStore("<entry/>")->Episodes(0).Fields[pefGUID], cases[0].second);
+}
+
+}  // namespace
+}  // namespace podcasts
