@@ -84,6 +84,8 @@ int RunRefresh(Session& session, const Arguments& arguments) {
                                  {QStringLiteral("new"), newEpisodes.size()}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
     } else {
+        if (isAll && refresh->Outcomes().empty())
+            session.Out().PrintLine(QStringLiteral("no subscriptions yet: podcasts subscribe ADDRESS"));
         ListNewEpisodes(session, newEpisodes);
     }
     return hasUnknown || refresh->HasFailures() || downloads->HasFailures() ? kFailed : kDone;
