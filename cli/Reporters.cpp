@@ -21,37 +21,40 @@ QString ProgressLine(qint64 position, qint64 size, const QString& caption) {
            Size(size) + u"  " + caption;
 }
 
-/// What a stopped task left, in one line instead of one for each.
-void TellDropped(Terminal& out, qsizetype count, const QString& things) {
-    if (count > 0) out.Complain(QString::number(count) + u' ' + things + u" not done: the work was stopped before");
-}
-
 }  // namespace
 
-void RefreshReporter::Report() {
-    const auto news = FSession.Client().RefreshOutcomes().From(FSeen);
+template <class Outcome>
+void OutcomeReporter<Outcome>::Report() {
+    const std::vector<Outcome> news = FSource.From(FSeen);
     if (news.empty()) return;
     FSeen += news.size();
-    for (const auto& outcome : news) Tell(outcome);
-    TellDropped(FSession.Out(), std::count_if(news.begin(), news.end(), [](auto& outcome) { return outcome.IsDropped; }),
-                QStringLiteral("feeds"));
+    qsizetype dropped = 0;
+    for (const Outcome& outcome : news) {
+        FHasFailures = FHasFailures || !outcome.Error.isEmpty();
+        if (outcome.IsDropped) ++dropped;
+        else if (!outcome.Error.isEmpty()) FSession.Out().Complain(FailureText(outcome));
+        else if (!FIsQuiet && !FSession.IsInterrupted()) FSession.Out().PrintLine(SuccessText(outcome));
+    }
+    // What a stopped task left, in one line instead of one for each.
+    if (dropped > 0) FSession.Out().Complain(QString::number(dropped) + u" more not done: the work was stopped before");
     FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
     FSession.Out().FlushLines();
 }
 
-void RefreshReporter::Tell(const TPodcastRefreshOutcome& outcome) {
-    if (!outcome.Error.isEmpty()) {
-        FHasFailures = true;
-        if (!outcome.IsDropped) FSession.Out().Complain(u"cannot refresh " + outcome.FeedURL + u": " + outcome.Error);
-        return;
-    }
-    if (FIsQuiet || FSession.IsInterrupted()) return;
+template class OutcomeReporter<TPodcastRefreshOutcome>;
+template class OutcomeReporter<TPodcastDownloadOutcome>;
+
+QString RefreshReporter::SuccessText(const TPodcastRefreshOutcome& outcome) {
     const auto feed = FSession.DB().GetFeed(outcome.FeedURL, false);
     const QString title = OneLine(feed ? feed->Fields[pffTitle] : QString());
     const auto count = outcome.NewEpisodes.size();
-    FSession.Out().PrintLine((title.isEmpty() ? OneLine(outcome.FeedURL) : title) + u": " +
-                             (count == 0 ? QStringLiteral("nothing new")
-                                         : QString::number(count) + (count == 1 ? u" new episode" : u" new episodes")));
+    return (title.isEmpty() ? OneLine(outcome.FeedURL) : title) + u": " +
+           (count == 0 ? QStringLiteral("nothing new")
+                       : QString::number(count) + (count == 1 ? u" new episode" : u" new episodes"));
+}
+
+QString RefreshReporter::FailureText(const TPodcastRefreshOutcome& outcome) {
+    return u"cannot refresh " + outcome.FeedURL + u": " + outcome.Error;
 }
 
 void DownloadReporter::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
@@ -67,25 +70,12 @@ QString DownloadReporter::ShownKey(const QString& episodeKey) {
     return shown;
 }
 
-void DownloadReporter::Report() {
-    const auto news = FSession.Client().DownloadOutcomes().From(FSeen);
-    if (news.empty()) return;
-    FSeen += news.size();
-    for (const auto& outcome : news) Tell(outcome);
-    TellDropped(FSession.Out(), std::count_if(news.begin(), news.end(), [](auto& outcome) { return outcome.IsDropped; }),
-                QStringLiteral("downloads"));
-    FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
-    FSession.Out().FlushLines();
+QString DownloadReporter::SuccessText(const TPodcastDownloadOutcome& outcome) {
+    return u"downloaded " + ShownKey(outcome.EpisodeKey) + u" to " + OneLine(outcome.FileName);
 }
 
-void DownloadReporter::Tell(const TPodcastDownloadOutcome& outcome) {
-    if (!outcome.Error.isEmpty()) {
-        FHasFailures = true;
-        if (!outcome.IsDropped)
-            FSession.Out().Complain(u"cannot download " + ShownKey(outcome.EpisodeKey) + u": " + outcome.Error);
-    } else if (!FIsQuiet && !FSession.IsInterrupted()) {
-        FSession.Out().PrintLine(u"downloaded " + ShownKey(outcome.EpisodeKey) + u" to " + OneLine(outcome.FileName));
-    }
+QString DownloadReporter::FailureText(const TPodcastDownloadOutcome& outcome) {
+    return u"cannot download " + ShownKey(outcome.EpisodeKey) + u": " + outcome.Error;
 }
 
 }  // namespace podcasts::cli

@@ -13,53 +13,68 @@
 
 namespace podcasts::cli {
 
-/// Collects the outcomes of all refresh tasks that run while it is registered.
-class RefreshReporter final : public vexa::RefCountedObject<IPodcastClientRefreshFeedsListener> {
+/// Collects the outcomes of all tasks of one kind that run while it is registered as a listener.
+template <class Outcome>
+class OutcomeReporter {
 public:
-    /// `isQuiet`: failures only.
-    RefreshReporter(Session& session, bool isQuiet) : FSession(session), FIsQuiet(isQuiet) {}
-
-    void RefreshFeedsStarted() override { FSeen = 0; }
-    void RefreshFeedsFinished(bool) override { Report(); }
-    void RefreshFeed(const QString& feedURL) override { FSession.Out().ShowStatus(u"fetching " + feedURL); }
-
+    /// Tells what is new since the last call.
     void Report();
-    const std::vector<TPodcastRefreshOutcome>& Outcomes() const { return FOutcomes; }
+    const std::vector<Outcome>& Outcomes() const { return FOutcomes; }
     bool HasFailures() const { return FHasFailures; }
 
-private:
-    void Tell(const TPodcastRefreshOutcome& outcome);
+protected:
+    /// `isQuiet`: failures only.
+    OutcomeReporter(Session& session, const TPodcastOutcomes<Outcome>& source, bool isQuiet)
+        : FSession(session), FSource(source), FIsQuiet(isQuiet) {}
+    ~OutcomeReporter() = default;
+
+    /// A task of this kind has begun: the client's outcomes begin anew.
+    void Restart() { FSeen = 0; }
+    virtual QString SuccessText(const Outcome& outcome) = 0;
+    virtual QString FailureText(const Outcome& outcome) = 0;
 
     Session& FSession;
+
+private:
+    const TPodcastOutcomes<Outcome>& FSource;
     const bool FIsQuiet;
     std::size_t FSeen = 0;  // of the running task's outcomes
     bool FHasFailures = false;
-    std::vector<TPodcastRefreshOutcome> FOutcomes;
+    std::vector<Outcome> FOutcomes;
 };
 
-/// The same for downloads.
-class DownloadReporter final : public vexa::RefCountedObject<IPodcastClientDownloadsListener> {
+class RefreshReporter final : public vexa::RefCountedObject<IPodcastClientRefreshFeedsListener>,
+                              public OutcomeReporter<TPodcastRefreshOutcome> {
 public:
-    DownloadReporter(Session& session, bool isQuiet) : FSession(session), FIsQuiet(isQuiet) {}
+    RefreshReporter(Session& session, bool isQuiet)
+        : OutcomeReporter(session, session.Client().RefreshOutcomes(), isQuiet) {}
 
-    void DownloadsStarted() override { FSeen = 0; }
+    void RefreshFeedsStarted() override { Restart(); }
+    void RefreshFeedsFinished(bool) override { Report(); }
+    void RefreshFeed(const QString& feedURL) override { FSession.Out().ShowStatus(u"fetching " + feedURL); }
+
+private:
+    QString SuccessText(const TPodcastRefreshOutcome& outcome) override;
+    QString FailureText(const TPodcastRefreshOutcome& outcome) override;
+};
+
+class DownloadReporter final : public vexa::RefCountedObject<IPodcastClientDownloadsListener>,
+                               public OutcomeReporter<TPodcastDownloadOutcome> {
+public:
+    DownloadReporter(Session& session, bool isQuiet)
+        : OutcomeReporter(session, session.Client().DownloadOutcomes(), isQuiet) {}
+
+    void DownloadsStarted() override { Restart(); }
     void DownloadsFinished() override { Report(); }
     void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override;
 
-    void Report();
-    const std::vector<TPodcastDownloadOutcome>& Outcomes() const { return FOutcomes; }
-    bool HasFailures() const { return FHasFailures; }
     /// How a key of the engine is shown.
     QString ShownKey(const QString& episodeKey);
 
 private:
-    void Tell(const TPodcastDownloadOutcome& outcome);
+    QString SuccessText(const TPodcastDownloadOutcome& outcome) override;
+    QString FailureText(const TPodcastDownloadOutcome& outcome) override;
 
-    Session& FSession;
-    const bool FIsQuiet;
-    std::size_t FSeen = 0;
-    bool FHasFailures = false;
-    std::vector<TPodcastDownloadOutcome> FOutcomes;
     QHash<QString, QString> FShownKeys;
 };
 
