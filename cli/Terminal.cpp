@@ -82,7 +82,7 @@ void Terminal::Complain(const QString& message) {
 
 void Terminal::ShowStatus(const QString& text) {
     if (!FHasStatusLine) return;
-    const QString line = InColumns(OneLine(text), Width() - 1);
+    const QString line = InColumns(SafeText(text).replace(u'\n', u' '), Width() - 1);
     const std::lock_guard lock(FMutex);
     if (line == FStatus) return;
     EraseStatus();

@@ -268,6 +268,7 @@ private:
     bool Accept() {
         FAccepted = true;
         HttpResponseInfo response;
+        response.Size = AnnouncedSize();
         const char* type = nullptr;
         curl_easy_getinfo(FEasy, CURLINFO_CONTENT_TYPE, &type);
         if (type) {
@@ -324,15 +325,20 @@ private:
         return bytes;
     }
 
+    /// As transferred; 0 when unknown.
+    qint64 AnnouncedSize() const {
+        curl_off_t size = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &size);
+        return std::max<qint64>(size, 0);
+    }
+
     void Progress(bool last) {
         if (!FRequest.OnProgress || !FAccepted || FCause) return;
         const auto now = Clock::now();
         if (!last && now - FLastProgress < kProgressInterval) return;
         FLastProgress = now;
-        curl_off_t size = 0;
-        curl_easy_getinfo(FEasy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &size);
         Guarded([&] {
-            FRequest.OnProgress(FReceived, std::max<qint64>(size, 0));
+            FRequest.OnProgress(FReceived, AnnouncedSize());
             return true;
         });
     }
@@ -398,6 +404,9 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.MaxBytes = maxBytes;
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
+        // Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
+        constexpr qint64 kUsualRatio = 6;
+        document.Body.reserve(std::min(info.Size * kUsualRatio, maxBytes));
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {

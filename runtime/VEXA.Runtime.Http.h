@@ -44,6 +44,7 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
 struct HttpResponseInfo {
     QString MimeType;  // lower case, without parameters; empty when not given
     QString Charset;   // the charset parameter, empty when not given
+    qint64 Size = 0;   // announced, as transferred; 0 when unknown
 };
 
 /// One GET. Fill in the callbacks that matter, then Run. All callbacks are called on the calling thread; what one
