@@ -105,6 +105,10 @@ TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
     Download("/1.mp3");
     EXPECT_EQ(tests::ReadFile(file), QByteArray("new"));
     EXPECT_EQ(CachedFile("/1.mp3"), file);
+    Client->DB().SetCachedFile(Key("/1.mp3"), QString());
+    Server.Serve("/1.mp3", Response::Of("half of it", "audio/mpeg").With(Fault::Close, 4));
+    Download("/1.mp3");
+    EXPECT_EQ(Files(), QStringList()) << "half a file is none";
 }
 
 TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwn) {
@@ -177,7 +181,11 @@ TEST_F(ClientDownload, IsCancelledWithEverythingQueued) {
     Server.Serve("/2.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
     Client->DownloadEpisodes({Key("/1.mp3"), Key("/2.mp3")});
     ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(AudioFile(QStringLiteral("a/2.mp3"))).size() == 3; }));
+    Heard->OnEvent = [&](const QString& event) {
+        if (event == u"downloads finished") Client->DownloadEpisode(Key("/1.mp3"));  // dropped with the rest
+    };
     Client->CancelDownloads();
+    Heard->OnEvent = nullptr;
     EXPECT_EQ(Heard->Events.join(u'|'), QStringLiteral("downloads started|downloads finished|changed"));
     EXPECT_EQ(Client->DownloadQueue().Items(), QStringList());
     EXPECT_EQ(Client->DownloadTask(), 0u);

@@ -78,8 +78,11 @@ TEST_F(ClientRefresh, KeepsTheMarkMadeAfterAnAudioAddressChanged) {
         Refresh("/a");
         EXPECT_EQ(Episode("/new.mp3").Fields[pefTitle], QString::fromUtf8(title));
         EXPECT_EQ(Episode("/new.mp3").State, pesListened) << title;
-        EXPECT_EQ(Episode("/old.mp3").State, pesPostponed) << title;
     }
+    Server.Serve("/a", Document("a", {{"1", "/old.mp3"}}));
+    Refresh("/a");
+    EXPECT_EQ(Episode("/old.mp3").State, pesPostponed) << "each address keeps its own mark";
+    EXPECT_EQ(Episode("/new.mp3").State, pesListened);
 }
 
 TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {

@@ -20,6 +20,7 @@ TEST(Text, ComesBackFromItsBytesAsItWas) {
                             low + high,
                             high + u"x" + low,
                             high + high + low,
+                            QStringLiteral("\uFEFFmark"),
                             QString(QChar(0xFEFF)) + u"mark" + high};
     for (const QString& text : rows) {
         const std::string bytes = ToUtf8(text);
@@ -55,7 +56,8 @@ public:
                       [](const void* context) { return *static_cast<const QString*>(context); });
         RegisterMacro(QStringLiteral("Empty"), [](const void*) { return QString(); });
         RegisterFunction(QStringLiteral("Up"), [](const QString& argument) { return argument.toUpper(); });
-        RegisterFunction(QStringLiteral("Wrap"), [](const QString& argument) { return QString(u'<' + argument + u'>'); });
+        RegisterFunction(QStringLiteral("Wrap"),
+                         [](const QString& argument) { return QString(u'<' + argument + u'>'); });
     }
 };
 
