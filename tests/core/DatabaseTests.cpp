@@ -154,9 +154,10 @@ TEST_F(Database, AChangedValueRewritesItsOwnRowOnly) {
 
 TEST_F(Database, ARowThatHoldsNullIsRewritten) {
     Store(kFeed, u"ab"_s);
-    Other.Run("UPDATE PodcastEpisodes SET Format = NULL WHERE GUID = 'a'");
+    Other.Run(
+        "UPDATE PodcastEpisodes SET Format = NULL WHERE GUID = 'a'; UPDATE PodcastEpisodes SET Artist = NULL WHERE GUID = 'b'");
     Store(kFeed, u"ab"_s);
-    EXPECT_EQ(Rows("SELECT Format FROM PodcastEpisodes"), QStringList({u"MP3"_s, u"MP3"_s}));
+    EXPECT_EQ(Rows("SELECT Artist, Format FROM PodcastEpisodes"), QStringList({u"|MP3"_s, u"|MP3"_s}));
 }
 
 TEST_F(Database, AChangedFeedKeepsItsIdAndLoginAndItsOldEpisodes) {
