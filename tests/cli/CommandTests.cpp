@@ -1,22 +1,40 @@
-#include <signal.h>
+#include "Program.h"
 
 #include <QDir>
 
-#include "Program.h"
+#include <signal.h>
 
 namespace {
 
-const QStringList kCommands = {u"subscribe"_s, u"unsubscribe"_s, u"feeds"_s, u"episodes"_s, u"show"_s, u"refresh"_s, u"download"_s,
-                               u"delete-files"_s, u"mark"_s, u"check-files"_s, u"set-address"_s, u"options"_s, u"import"_s, u"export"_s};
+const QStringList kCommands = {u"subscribe"_s,   u"unsubscribe"_s, u"feeds"_s,        u"episodes"_s, u"show"_s,
+                               u"refresh"_s,     u"download"_s,    u"delete-files"_s, u"mark"_s,     u"check-files"_s,
+                               u"set-address"_s, u"options"_s,     u"import"_s,       u"export"_s};
 
 TEST_F(Program, WrongUsageEndsWithTwoAndSaysWhyOnStandardError) {
-    const QStringList cases[] = {
-        {}, {u"nonsense"_s}, {u"--nonsense"_s}, {u"feeds"_s, u"extra"_s}, {u"feeds"_s, u"--new"_s}, {u"subscribe"_s},
-        {u"show"_s}, {u"show"_s, u"1:00000000"_s, u"1:00000001"_s}, {u"mark"_s, u"new"_s}, {u"mark"_s, u"heard"_s, u"1:00000000"_s},
-        {u"download"_s}, {u"download"_s, u"--new"_s, u"1:00000000"_s}, {u"episodes"_s, u"--limit"_s}, {u"episodes"_s, u"--limit"_s, u"x"_s},
-        {u"episodes"_s, u"--offset=-1"_s}, {u"episodes"_s, u"--state"_s, u"heard"_s}, {u"feeds"_s, u"--json=1"_s}, {u"show"_s, u"1:00000000"_s, u"--json"_s},
-        {u"options"_s, u"Nothing"_s}, {u"options"_s, u"CheckUpdates"_s, u"4"_s}, {u"options"_s, u"ShowNotifications"_s, u"maybe"_s},
-        {u"options"_s, u"CacheFileNameTemplate"_s, u"relative"_s}, {u"set-address"_s, u"1"_s}, {u"feeds"_s, u"--profile"_s}};
+    const QStringList cases[] = {{},
+                                 {u"nonsense"_s},
+                                 {u"--nonsense"_s},
+                                 {u"feeds"_s, u"extra"_s},
+                                 {u"feeds"_s, u"--new"_s},
+                                 {u"subscribe"_s},
+                                 {u"show"_s},
+                                 {u"show"_s, u"1:00000000"_s, u"1:00000001"_s},
+                                 {u"mark"_s, u"new"_s},
+                                 {u"mark"_s, u"heard"_s, u"1:00000000"_s},
+                                 {u"download"_s},
+                                 {u"download"_s, u"--new"_s, u"1:00000000"_s},
+                                 {u"episodes"_s, u"--limit"_s},
+                                 {u"episodes"_s, u"--limit"_s, u"x"_s},
+                                 {u"episodes"_s, u"--offset=-1"_s},
+                                 {u"episodes"_s, u"--state"_s, u"heard"_s},
+                                 {u"feeds"_s, u"--json=1"_s},
+                                 {u"show"_s, u"1:00000000"_s, u"--json"_s},
+                                 {u"options"_s, u"Nothing"_s},
+                                 {u"options"_s, u"CheckUpdates"_s, u"4"_s},
+                                 {u"options"_s, u"ShowNotifications"_s, u"maybe"_s},
+                                 {u"options"_s, u"CacheFileNameTemplate"_s, u"relative"_s},
+                                 {u"set-address"_s, u"1"_s},
+                                 {u"feeds"_s, u"--profile"_s}};
     for (const QStringList& words : cases) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.join(u' ').toStdString();
@@ -59,7 +77,8 @@ TEST_F(Program, AFeedIsSubscribedListedRefreshedAndEnded) {
     EXPECT_EQ(refreshed.Status, 0);
     EXPECT_TRUE(refreshed.Out.startsWith(u"Show: 1 new episode\n1 new episode:\n1:")) << refreshed.Out.toStdString();
     EXPECT_TRUE(ReadWhole(Profile.File(u"Settings.ini"_s)).contains("CheckUpdatesLastTime="));
-    const QJsonObject feed{{u"id"_s, 1}, {u"title"_s, u"Show"_s}, {u"address"_s, address}, {u"new"_s, 3}, {u"postponed"_s, 0}, {u"episodes"_s, 3}};
+    const QJsonObject feed{{u"id"_s, 1},  {u"title"_s, u"Show"_s}, {u"address"_s, address},
+                           {u"new"_s, 3}, {u"postponed"_s, 0},     {u"episodes"_s, 3}};
     EXPECT_EQ(Json({u"feeds"_s}).array(), QJsonArray{feed});
 
     QFile::remove(server.Folder.File(u"Show.xml"_s));
@@ -82,9 +101,17 @@ TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     Run({u"subscribe"_s, WriteFeed(server, u"Show"_s, 3), WriteFeed(server, u"Other"_s, 1)});
     const QStringList keys = Keys({u"1"_s});
     ASSERT_EQ(keys.size(), 3);
-    const QJsonObject newest{{u"key"_s, keys[0]}, {u"feed_id"_s, 1}, {u"guid"_s, u"Show-3"_s}, {u"title"_s, u"Show part 3"_s}, {u"artist"_s, u"Ann"_s},
-                             {u"published"_s, u"2024-01-04T10:00:00Z"_s}, {u"duration"_s, 90}, {u"state"_s, u"new"_s},
-                             {u"audio"_s, QString(server.Address + u"/Show-3.mp3")}, {u"cached"_s, QJsonValue()}, {u"format"_s, u"MP3"_s}};
+    const QJsonObject newest{{u"key"_s, keys[0]},
+                             {u"feed_id"_s, 1},
+                             {u"guid"_s, u"Show-3"_s},
+                             {u"title"_s, u"Show part 3"_s},
+                             {u"artist"_s, u"Ann"_s},
+                             {u"published"_s, u"2024-01-04T10:00:00Z"_s},
+                             {u"duration"_s, 90},
+                             {u"state"_s, u"new"_s},
+                             {u"audio"_s, QString(server.Address + u"/Show-3.mp3")},
+                             {u"cached"_s, QJsonValue()},
+                             {u"format"_s, u"MP3"_s}};
     EXPECT_EQ(Episodes({u"1"_s})[0], newest);
     EXPECT_EQ(Keys({u"1"_s, u"--limit"_s, u"1"_s, u"--offset=1"_s}), QStringList(keys[1]));
     EXPECT_EQ(Keys({u"--search"_s, u"PART 2"_s}), QStringList(keys[1]));
@@ -97,12 +124,14 @@ TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     EXPECT_EQ(Keys({u"--state"_s, u"listened"_s}), keys.mid(1));
     const Result partly = Run({u"mark"_s, u"new"_s, u"1:00000000"_s, keys[0], u"podcast://none"_s});
     EXPECT_EQ(partly.Status, 1);
-    EXPECT_TRUE(partly.Error.contains(u"1:00000000") && partly.Error.contains(u"podcast://none")) << partly.Error.toStdString();
+    EXPECT_TRUE(partly.Error.contains(u"1:00000000") && partly.Error.contains(u"podcast://none"))
+        << partly.Error.toStdString();
     EXPECT_EQ(Keys({u"--state"_s, u"postponed"_s}), QStringList());
 
     const Result shown = Run({u"show"_s, uri});
     EXPECT_EQ(shown.Status, 0);
-    for (const QString& text : {u"Show part 2"_s, keys[1], uri, u"Ann"_s, u"01:30"_s, u"listened"_s, u"Notes"_s, u"  http://h/"_s})
+    for (const QString& text :
+         {u"Show part 2"_s, keys[1], uri, u"Ann"_s, u"01:30"_s, u"listened"_s, u"Notes"_s, u"  http://h/"_s})
         EXPECT_TRUE(shown.Out.contains(text)) << text.toStdString();
     EXPECT_EQ(Run({u"show"_s, u"1:00000000"_s}).Status, 1);
     // After a refresh that finds nothing new the marks stand.
@@ -120,7 +149,9 @@ TEST_F(Program, AnAddressOrKeyThatFitsSeveralEpisodesIsRefused) {
     EXPECT_TRUE(ambiguous.Error.contains(u"several")) << ambiguous.Error.toStdString();
     // These two GUIDs have digests that begin with the same ten digits.
     PlainSqlite(Profile.File(u"Podcasts.db"_s))
-        .Run("UPDATE PodcastEpisodes SET FeedID = 1, URI = URI || FeedID, GUID = CASE FeedID WHEN 1 THEN 'guid 1266' ELSE 'guid 968663' END");
+        .Run(
+            "UPDATE PodcastEpisodes SET FeedID = 1, URI = URI || FeedID, GUID = CASE FeedID WHEN 1 THEN 'guid 1266' "
+            "ELSE 'guid 968663' END");
     const QStringList keys = Keys();
     ASSERT_EQ(keys.size(), 2);
     EXPECT_EQ(keys[0].size(), 2 + 11);
@@ -138,7 +169,8 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     const QStringList keys = Keys();  // of parts 4, 3, 2, 1
     ASSERT_EQ(keys.size(), 4);
     const auto fileOf = [&](int part) { return Files.File(u"Show/Show-%1.mp3"_s.arg(part)); };
-    const QJsonObject one{{u"downloaded"_s, QJsonArray{QJsonObject{{u"key"_s, keys[0]}, {u"file"_s, fileOf(4)}}}}, {u"failed"_s, QJsonArray()}};
+    const QJsonObject one{{u"downloaded"_s, QJsonArray{QJsonObject{{u"key"_s, keys[0]}, {u"file"_s, fileOf(4)}}}},
+                          {u"failed"_s, QJsonArray()}};
     EXPECT_EQ(Json({u"download"_s, keys[0]}).object(), one);
     const Result rest = Run({u"download"_s, u"--new"_s, u"--json"_s});
     EXPECT_EQ(rest.Status, 1);
@@ -156,7 +188,8 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     EXPECT_FALSE(QFile::exists(fileOf(3)));
     EXPECT_TRUE(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/Show-3.mp3"));
     EXPECT_EQ(Run({u"delete-files"_s, u"--permanently"_s, keys[2]}).Status, 0);
-    EXPECT_FALSE(QFile::exists(fileOf(2)) || QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/Show-2.mp3"));
+    EXPECT_FALSE(QFile::exists(fileOf(2)) ||
+                 QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/Show-2.mp3"));
     EXPECT_EQ(Run({u"download"_s, keys[0], keys[1]}).Status, 0);
     EXPECT_EQ(Run({u"unsubscribe"_s, u"1"_s, u"--delete-files"_s}).Status, 0);
     EXPECT_EQ(QDir(Files.File(u"Show"_s)).entryList(QDir::Files), QStringList());
@@ -175,18 +208,23 @@ TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsStandAnywhere) {
 
 TEST_F(Program, SubscriptionsMoveToOtherAddressesAndProfiles) {
     const FolderServer server;
-    const QString one = WriteFeed(server, u"One"_s, 1), two = WriteFeed(server, u"Two"_s, 1), list = Files.File(u"list.opml"_s);
+    const QString one = WriteFeed(server, u"One"_s, 1), two = WriteFeed(server, u"Two"_s, 1),
+                  list = Files.File(u"list.opml"_s);
     Run({u"subscribe"_s, one, two});
     struct {
         QString Old, New;
         int Status;
-    } const moves[] = {{one, two, 1}, {one, u"nowhere"_s, 1}, {u"9"_s, one, 1}, {two, two, 0}, {u"1"_s, one + u"?moved", 0}};
-    for (const auto& [from, to, status] : moves) EXPECT_EQ(Run({u"set-address"_s, from, to}).Status, status) << to.toStdString();
+    } const moves[] = {
+        {one, two, 1}, {one, u"nowhere"_s, 1}, {u"9"_s, one, 1}, {two, two, 0}, {u"1"_s, one + u"?moved", 0}};
+    for (const auto& [from, to, status] : moves)
+        EXPECT_EQ(Run({u"set-address"_s, from, to}).Status, status) << to.toStdString();
     EXPECT_EQ(Run({u"export"_s, list}).Status, 0);
     EXPECT_EQ(Run({u"export"_s}).Out.toUtf8(), ReadWhole(list));
 
     const TempFolder second;
-    const auto inSecond = [&](const QStringList& words) { return RunWith(QStringList({u"--profile"_s, second.Path()}) + words); };
+    const auto inSecond = [&](const QStringList& words) {
+        return RunWith(QStringList({u"--profile"_s, second.Path()}) + words);
+    };
     QFile::remove(server.Folder.File(u"Two.xml"_s));
     const Result imported = inSecond({u"import"_s, list});
     EXPECT_EQ(imported.Status, 1);
@@ -208,22 +246,27 @@ TEST_F(Program, WhatARefreshBringsIsDownloadedBeforeItEnds) {
     ExpectSound(300000);
 }
 
-TEST_F(Program, AnInterruptedDownloadLeavesNoFileAndNoRecord) {
-    for (const int signalNumber : {SIGINT, SIGTERM}) {
+TEST_F(Program, ADownloadThatIsStoppedLeavesNoRecordAndUnlessKilledNoFile) {
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGKILL}) {
         const StallingServer server;
         const TempFolder folder;
         const QString feed = folder.File(u"long.xml"_s), file = Files.File(u"Long/long.mp3"_s);
-        WriteWhole(feed, ("<rss version='2.0'><channel><title>Long</title><item><enclosure url='" + server.Address + "'/></item></channel></rss>").toUtf8());
+        WriteWhole(feed, ("<rss version='2.0'><channel><title>Long</title><item><enclosure url='" + server.Address +
+                          "'/></item></channel></rss>")
+                             .toUtf8());
         ASSERT_EQ(Run({u"subscribe"_s, feed}).Status, 0);
+        // Downloaded once already, and then lost: it is fetched again under the name that its row records.
+        PlainSqlite(Profile.File(u"Podcasts.db"_s))
+            .Run("UPDATE PodcastEpisodes SET URLAudioCached = '" + file.toUtf8() + "'");
         QProcess download;
-        Start(download, {u"download"_s, u"--new"_s});
+        Start(download, {u"download"_s, Keys().value(0)});
         for (int i = 0; i < kLongest / 10 && QFileInfo(file).size() == 0; ++i) usleep(10000);
         ASSERT_GT(QFileInfo(file).size(), 0);
         kill(static_cast<pid_t>(download.processId()), signalNumber);
         const Result result = Finish(download);
-        EXPECT_EQ(result.Status, 1);
-        EXPECT_TRUE(result.Error.contains(u"interrupted")) << result.Error.toStdString();
-        EXPECT_FALSE(QFile::exists(file));
+        EXPECT_EQ(result.Status, signalNumber == SIGKILL ? -1 : 1);
+        EXPECT_EQ(result.Error.contains(u"interrupted"), signalNumber != SIGKILL) << result.Error.toStdString();
+        EXPECT_EQ(QFile::exists(file), signalNumber == SIGKILL);
         EXPECT_TRUE(Episodes()[0][u"cached"].isNull());
         Run({u"unsubscribe"_s, feed});
     }

@@ -1,21 +1,21 @@
 #pragma once
 // The built programs, as a person runs them: podcasts with a profile of its own, and servers on loopback for it.
 
-#include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "PlainSqlite.h"
+#include "TempFolder.h"
+#include "Texts.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 
-#include <thread>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-#include "PlainSqlite.h"
-#include "TempFolder.h"
-#include "Texts.h"
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -34,7 +34,8 @@ inline Result Finish(QProcess& program) {
         return {-2, u""_s, u"it did not end"_s};
     }
     const int status = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
-    return {status, QString::fromUtf8(program.readAllStandardOutput()), QString::fromUtf8(program.readAllStandardError())};
+    return {status, QString::fromUtf8(program.readAllStandardOutput()),
+            QString::fromUtf8(program.readAllStandardError())};
 }
 
 /// Files of a folder served over HTTP.
@@ -67,14 +68,16 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
         const auto any = reinterpret_cast<sockaddr*>(&address);
-        if (bind(FListener, any, size) != 0 || listen(FListener, 1) != 0 || getsockname(FListener, any, &size) != 0) return;
+        if (bind(FListener, any, size) != 0 || listen(FListener, 1) != 0 || getsockname(FListener, any, &size) != 0)
+            return;
         Address = u"http://127.0.0.1:%1/long.mp3"_s.arg(ntohs(address.sin_port));
         FThread = std::thread([this] {
             const int connection = accept(FListener, nullptr, nullptr);
             char request[4096];
             constexpr std::string_view answer =
                 "HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\nContent-Length: 1000000\r\n\r\nthe first bytes";
-            if (read(connection, request, sizeof request) > 0 && send(connection, answer.data(), answer.size(), MSG_NOSIGNAL) > 0)
+            if (read(connection, request, sizeof request) > 0 &&
+                send(connection, answer.data(), answer.size(), MSG_NOSIGNAL) > 0)
                 while (read(connection, request, sizeof request) > 0) {
                 }
             close(connection);
@@ -103,8 +106,12 @@ protected:
         program.closeWriteChannel();
         return Finish(program);
     }
-    Result Run(const QStringList& arguments, const QByteArray& input = {}) { return RunWith(InProfile(arguments), input); }
-    QStringList InProfile(const QStringList& arguments) { return QStringList({u"--profile"_s, Profile.Path()}) + arguments; }
+    Result Run(const QStringList& arguments, const QByteArray& input = {}) {
+        return RunWith(InProfile(arguments), input);
+    }
+    QStringList InProfile(const QStringList& arguments) {
+        return QStringList({u"--profile"_s, Profile.Path()}) + arguments;
+    }
     void Start(QProcess& program, const QStringList& arguments) {
         program.start(QStringLiteral(PODCASTS), InProfile(arguments));
         ASSERT_TRUE(program.waitForStarted(kLongest));
@@ -128,17 +135,23 @@ protected:
         for (int i = 1; i <= count; ++i) {
             const QString audio = u"%1-%2.mp3"_s.arg(name).arg(i);
             WriteWhole(server.Folder.File(audio), QByteArray(audioSize, static_cast<char>('a' + i % 26)));
-            items += u"<item><guid>%1-%2</guid><title>%1 part %2</title><itunes:author>Ann</itunes:author>"
-                     "<itunes:duration>1:30</itunes:duration><description>&lt;p&gt;Notes &lt;a href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
-                     "<pubDate>%3 Jan 2024 10:00:00 GMT</pubDate><enclosure url='%4/%5'/></item>"_s
-                         .arg(name).arg(i).arg(1 + i % 28).arg(server.Address, audio);
+            items +=
+                u"<item><guid>%1-%2</guid><title>%1 part %2</title><itunes:author>Ann</itunes:author>"
+                "<itunes:duration>1:30</itunes:duration><description>&lt;p&gt;Notes &lt;a "
+                "href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
+                "<pubDate>%3 Jan 2024 10:00:00 GMT</pubDate><enclosure url='%4/%5'/></item>"_s.arg(name)
+                    .arg(i)
+                    .arg(1 + i % 28)
+                    .arg(server.Address, audio);
         }
-        WriteWhole(server.Folder.File(name + u".xml"), ("<rss version='2.0'><channel><title>" + name + "</title>" + items + "</channel></rss>").toUtf8());
+        WriteWhole(server.Folder.File(name + u".xml"),
+                   ("<rss version='2.0'><channel><title>" + name + "</title>" + items + "</channel></rss>").toUtf8());
         return server.Address + u'/' + name + u".xml";
     }
     /// Downloads go to a folder of the test's.
     void SetUp() override {
-        ASSERT_EQ(Run({u"options"_s, u"CacheFileNameTemplate"_s, Files.File(u"%FeedTitle%\\%EpisodeFileName%"_s)}).Status, 0);
+        ASSERT_EQ(
+            Run({u"options"_s, u"CacheFileNameTemplate"_s, Files.File(u"%FeedTitle%\\%EpisodeFileName%"_s)}).Status, 0);
     }
     /// Whether the database is sound and every file that it records is one of `audioSize` equal bytes.
     void ExpectSound(int audioSize) {
