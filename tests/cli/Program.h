@@ -31,7 +31,7 @@ inline Result Finish(QProcess& program) {
     if (program.state() != QProcess::NotRunning && !program.waitForFinished(kLongest)) {
         program.kill();
         program.waitForFinished(kLongest);
-        return {-2, u""_s, u"it did not end"_s};
+        return {-2, "", "it did not end"};
     }
     const int status = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
     return {status, QString::fromUtf8(program.readAllStandardOutput()),
@@ -99,31 +99,29 @@ private:
 /// A profile, and the program over it.
 class Program : public testing::Test {
 protected:
-    static Result RunWith(const QStringList& arguments, const QByteArray& input = {}) {
+    /// Runs the program as it is; `words` are what a shell would be given.
+    static Result RunWith(const QString& words, const QByteArray& input = {}) {
         QProcess program;
-        program.start(QStringLiteral(PODCASTS), arguments);
+        program.start(PODCASTS, words.split(' ', Qt::SkipEmptyParts));
         program.write(input);
         program.closeWriteChannel();
         return Finish(program);
     }
-    Result Run(const QStringList& arguments, const QByteArray& input = {}) {
-        return RunWith(InProfile(arguments), input);
-    }
-    QStringList InProfile(const QStringList& arguments) {
-        return QStringList({u"--profile"_s, Profile.Path()}) + arguments;
-    }
-    void Start(QProcess& program, const QStringList& arguments) {
-        program.start(QStringLiteral(PODCASTS), InProfile(arguments));
+    /// Runs it over the profile.
+    Result Run(const QString& words, const QByteArray& input = {}) { return RunWith(InProfile(words), input); }
+    QString InProfile(const QString& words) { return "--profile " + Profile.Path() + ' ' + words; }
+    void Start(QProcess& program, const QString& words) {
+        program.start(PODCASTS, InProfile(words).split(' ', Qt::SkipEmptyParts));
         ASSERT_TRUE(program.waitForStarted(kLongest));
     }
     /// What a command that succeeds prints with --json.
-    QJsonDocument Json(const QStringList& arguments) {
-        const Result result = Run(arguments + QStringList(u"--json"_s));
+    QJsonDocument Json(const QString& words) {
+        const Result result = Run(words + " --json");
         EXPECT_EQ(result.Status, 0) << result.Error.toStdString();
         return QJsonDocument::fromJson(result.Out.toUtf8());
     }
-    QJsonArray Episodes(const QStringList& filter = {}) { return Json(QStringList(u"episodes"_s) + filter).array(); }
-    QStringList Keys(const QStringList& filter = {}) {
+    QJsonArray Episodes(const QString& filter = {}) { return Json("episodes " + filter).array(); }
+    QStringList Keys(const QString& filter = {}) {
         QStringList keys;
         for (const auto& episode : Episodes(filter)) keys += episode[u"key"].toString();
         return keys;
@@ -136,7 +134,7 @@ protected:
             const QString audio = u"%1-%2.mp3"_s.arg(name).arg(i);
             WriteWhole(server.Folder.File(audio), QByteArray(audioSize, static_cast<char>('a' + i % 26)));
             items +=
-                u"<item><guid>%1-%2</guid><title>%1 part %2</title><itunes:author>Ann</itunes:author>"
+                u"<item><guid>%1-%2</guid><title>%1, part-%2</title><itunes:author>Ann</itunes:author>"
                 "<itunes:duration>1:30</itunes:duration><description>&lt;p&gt;Notes &lt;a "
                 "href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
                 "<pubDate>%3 Jan 2024 10:00:00 GMT</pubDate><enclosure url='%4/%5'/></item>"_s.arg(name)
@@ -150,13 +148,12 @@ protected:
     }
     /// Downloads go to a folder of the test's.
     void SetUp() override {
-        ASSERT_EQ(
-            Run({u"options"_s, u"CacheFileNameTemplate"_s, Files.File(u"%FeedTitle%\\%EpisodeFileName%"_s)}).Status, 0);
+        ASSERT_EQ(Run("options CacheFileNameTemplate " + Files.File("%FeedTitle%\\%EpisodeFileName%")).Status, 0);
     }
     /// Whether the database is sound and every file that it records is one of `audioSize` equal bytes.
     void ExpectSound(int audioSize) {
-        PlainSqlite db(Profile.File(u"Podcasts.db"_s));
-        EXPECT_EQ(db.Rows("PRAGMA integrity_check"), QStringList(u"ok"_s));
+        PlainSqlite db(Profile.File("Podcasts.db"));
+        EXPECT_EQ(db.Rows("PRAGMA integrity_check"), QStringList("ok"));
         for (const QString& file : db.Rows("SELECT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached <> ''")) {
             const QByteArray bytes = ReadWhole(file);
             EXPECT_TRUE(bytes == QByteArray(audioSize, bytes.isEmpty() ? ' ' : bytes[0])) << file.toStdString();
