@@ -7,30 +7,13 @@
 namespace {
 
 TEST_F(Program, WrongUsageEndsWithTwoAndSaysWhyOnStandardError) {
-    for (const QString& words : QStringList{"",
-                                            "nonsense",
-                                            "--nonsense",
-                                            "feeds extra",
-                                            "feeds --new",
-                                            "subscribe",
-                                            "show",
-                                            "show 1:00000000 1:00000001",
-                                            "mark new",
-                                            "mark heard 1:00000000",
-                                            "download",
-                                            "download --new 1:00000000",
-                                            "episodes --limit",
-                                            "episodes --limit x",
-                                            "episodes --offset=-1",
-                                            "episodes --state heard",
-                                            "feeds --json=1",
-                                            "show 1:00000000 --json",
-                                            "options Nothing",
-                                            "options CheckUpdates 4",
-                                            "options ShowNotifications maybe",
-                                            "options CacheFileNameTemplate relative",
-                                            "set-address 1",
-                                            "feeds --profile"}) {
+    const QString cases =
+        "|nonsense|--nonsense|feeds extra|feeds --new|feeds --json=1|feeds --profile|subscribe|show|show 1:00000000 "
+        "--json|"
+        "show 1:00000000 1:00000001|mark new|mark heard 1:00000000|download|download --new 1:00000000|episodes --limit|"
+        "episodes --limit x|episodes --offset=-1|episodes --state heard|options Nothing|options CheckUpdates 4|"
+        "options ShowNotifications maybe|options CacheFileNameTemplate relative|set-address 1";
+    for (const QString& words : cases.split('|')) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.toStdString();
         EXPECT_TRUE(result.Error.startsWith(u"podcasts: ")) << result.Error.toStdString();

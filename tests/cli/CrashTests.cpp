@@ -19,12 +19,13 @@ QStringList Sorted(QStringList texts) {
 
 class Crashes : public Program {
 protected:
-    Crashes() { std::cout << "seed " << FSeed << std::endl; }
-
     /// Starts the command again and again and kills it at instants spread over the time that a whole run takes.
     /// `prepare` comes before each run, `check` after it.
     void KillAtRandom(const QString& command, const std::function<void()>& prepare,
                       const std::function<void()>& check) {
+        const unsigned seed = std::random_device()();
+        std::cout << "seed " << seed << std::endl;
+        std::mt19937 random(seed);
         prepare();
         const auto begin = Clock::now();
         EXPECT_EQ(Run(command).Status, 0);
@@ -34,7 +35,7 @@ protected:
             prepare();
             QProcess program;
             Start(program, command);
-            const auto instant = whole * std::uniform_real_distribution<>()(FRandom);
+            const auto instant = whole * std::uniform_real_distribution<>()(random);
             std::this_thread::sleep_for(instant);
             program.kill();
             if (Finish(program).Status == -1)
@@ -45,10 +46,6 @@ protected:
         }
         EXPECT_GT(killed, 0);
     }
-
-private:
-    const unsigned FSeed = std::random_device()();
-    std::mt19937 FRandom{FSeed};
 };
 
 TEST_F(Crashes, AMarkMadeDuringARefreshStands) {

@@ -177,6 +177,7 @@ TEST_F(Database, AnAudioAddressThatChangesGivesASecondRowOfTheGuid) {
     AddEpisode(feed, "a", "http://h/new.mp3").State = pesPostponed;
     DB.AddOrUpdate(feed);
     EXPECT_EQ(DB.CountEpisodes(MakeEpisodeKey(id, "a")), 2);
+    EXPECT_EQ(DB.GetEpisode(MakeEpisodeKey(id, "a"))->Fields[pefURLAudio], "http://h/new.mp3");
     const TPodcastStoredEpisodes stored = DB.LoadStoredEpisodes(id);
     // The row of the address asked for, else the one written last.
     ASSERT_TRUE(stored.Find("a", "podcast://h/feed.xml/a.mp3"));
