@@ -2,7 +2,9 @@
 
 JOBS  ?= $(shell nproc)
 ARGS  ?=
+STRICT ?= OFF
 BUILD := cmake --build -j $(JOBS) --preset
+CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
 .PHONY: help setup build run test test-asan test-tsan bench format clean
 
@@ -19,7 +21,7 @@ setup:
 	@./tools/setup packages.txt
 
 build: setup
-	@cmake --preset release >/dev/null
+	@$(CONFIGURE) release >/dev/null
 	@$(BUILD) release
 
 run: build
@@ -33,18 +35,18 @@ test: build
 	@ctest --preset release
 
 test-asan: setup
-	@cmake --preset asan >/dev/null
+	@$(CONFIGURE) asan >/dev/null
 	@$(BUILD) asan
 	@ctest --preset asan
 
 test-tsan: setup
-	@cmake --preset tsan >/dev/null
+	@$(CONFIGURE) tsan >/dev/null
 	@$(BUILD) tsan
 	@ctest --preset tsan
 
 bench: setup
 	@./tools/setup bench/packages.txt
-	@cmake --preset bench >/dev/null
+	@$(CONFIGURE) bench >/dev/null
 	@$(BUILD) bench
 	@./bench/compare build/bench/bin
 

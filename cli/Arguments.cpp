@@ -102,6 +102,7 @@ Invocation ParseArguments(const QStringList& words) {
     if (invocation.Given.Json && !invocation.Chosen->HasJson)
         throw UsageError(u"podcasts " + invocation.Chosen->Name + u" has no JSON output");
     CheckOperands(*invocation.Chosen, invocation.Given);
+    if (invocation.Chosen->Check) invocation.Chosen->Check(invocation.Given);
     return invocation;
 }
 

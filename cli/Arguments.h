@@ -44,6 +44,7 @@ struct Command {
     int MostOperands;  // −1: any number
     bool HasJson;
     int (*Run)(Session& session, const Arguments& arguments);  // the exit status
+    void (*Check)(const Arguments& arguments) = nullptr;       // throws UsageError, before any profile is touched
 };
 
 /// Every command, in the order in which help shows them.

@@ -29,14 +29,21 @@ QJsonObject ToJson(Session& session, const TPodcastEpisode& episode) {
             {QStringLiteral("format"), MakeFormat(fields[pefURLAudio])}};
 }
 
-}  // namespace
-
-int RunEpisodes(Session& session, const Arguments& arguments) {
+TPodcastEpisodeFilter FilterOf(const Arguments& arguments) {
     TPodcastEpisodeFilter filter;
     if (arguments.Has(QStringLiteral("--state"))) filter.State = ReadState(arguments.Options.at(QStringLiteral("--state")));
     if (arguments.Has(QStringLiteral("--search"))) filter.Search = arguments.Options.at(QStringLiteral("--search"));
     filter.Limit = arguments.Number(QStringLiteral("--limit")).value_or(-1);
     filter.Offset = arguments.Number(QStringLiteral("--offset")).value_or(0);
+    return filter;
+}
+
+}  // namespace
+
+void CheckEpisodes(const Arguments& arguments) { FilterOf(arguments); }
+
+int RunEpisodes(Session& session, const Arguments& arguments) {
+    TPodcastEpisodeFilter filter = FilterOf(arguments);
     if (!arguments.Operands.isEmpty()) {
         const QString address = session.FindFeed(arguments.Operands.first());
         if (address.isEmpty()) return kFailed;
@@ -85,6 +92,8 @@ int RunShow(Session& session, const Arguments& arguments) {
     return kDone;
 }
 
+void CheckMark(const Arguments& arguments) { ReadState(arguments.Operands.first()); }
+
 int RunMark(Session& session, const Arguments& arguments) {
     const TPodcastEpisodeState state = ReadState(arguments.Operands.first());
     int unknown = 0;
@@ -96,7 +105,6 @@ int RunMark(Session& session, const Arguments& arguments) {
 int RunDeleteFiles(Session& session, const Arguments& arguments) {
     const bool isPermanent = arguments.Has(QStringLiteral("--permanently"));
     int failures = 0;
-    QStringList deleted;
     for (const QString& key : session.FindEpisodes(arguments.Operands, failures)) {
         const auto episode = session.DB().GetEpisode(key);
         const QString fileName = episode ? episode->Fields[pefURLAudioCached] : QString();
@@ -104,7 +112,7 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
         QFile file(fileName);
         const bool isGone = isPermanent ? !file.exists() || file.remove() : vexa::MoveToRecycleBin(fileName);
         if (isGone) {
-            deleted += key;
+            session.Client().DeleteCachedEpisodes({key});  // at once: the record must not outlive the file
             session.Out().PrintLine(u"deleted " + fileName);
             continue;
         }
@@ -113,7 +121,6 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
         session.Out().Complain(u"cannot delete " + fileName + u": " + reason);
         ++failures;
     }
-    session.Client().DeleteCachedEpisodes(deleted);
     return failures == 0 ? kDone : kFailed;
 }
 

@@ -4,7 +4,8 @@
 
 #include "Commands.h"
 #include "Podcasts.Core.Subscribing.h"
-#include "VEXA.Runtime.Http.h"
+#include "Reporters.h"
+#include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
 
@@ -18,12 +19,14 @@ QString Episodes(qint64 count) { return Plural(count, QStringLiteral("episode"),
 
 QString TitleOr(const QString& title, const QString& address) {
     const QString line = OneLine(title);
-    return line.isEmpty() ? address : line;
+    return line.isEmpty() ? OneLine(address) : line;
 }
 
 /// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, bool alreadyFails) {
     int status = kDone;
+    const vexa::Ref<DownloadReporter> downloads(new DownloadReporter(session, false));
+    session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(downloads.Get()));
     SubscribeByAddress(
         session.Client(), locations, [&] { return session.IsInterrupted(); },
         [&](const TPodcastSubscription& result) {
@@ -41,8 +44,8 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
                 status = kFailed;
             }
         });
-    session.RunUntilIdle();
-    return session.IsInterrupted() ? kFailed : status;
+    session.RunUntilIdle([&] { downloads->Report(); });
+    return session.IsInterrupted() || downloads->HasFailures() ? kFailed : status;
 }
 
 }  // namespace
@@ -130,11 +133,12 @@ int RunFeeds(Session& session, const Arguments& arguments) {
         session.Out().PrintLine(QStringLiteral("no subscriptions yet: podcasts subscribe ADDRESS"));
         return kDone;
     }
-    qsizetype widest = 5;
-    for (const Row& row : rows) widest = std::max(widest, std::min<qsizetype>(OneLine(row.Title).size(), 40));
+    constexpr int kWidestTitle = 40;
+    int widest = 5;
+    for (const Row& row : rows) widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kWidestTitle));
     const auto line = [&](const QString& id, const QString& title, const QString& newCount, const QString& postponed,
                           const QString& episodes, const QString& address) {
-        session.Out().PrintLine(id.rightJustified(4) + u"  " + OneLine(title).left(40).leftJustified(widest) + u"  " +
+        session.Out().PrintLine(id.rightJustified(4) + u"  " + InColumns(OneLine(title), widest) + u"  " +
                                 newCount.rightJustified(6) + u"  " + postponed.rightJustified(9) + u"  " +
                                 episodes.rightJustified(8) + u"  " + OneLine(address));
     };

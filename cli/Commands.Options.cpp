@@ -66,12 +66,12 @@ int RunOptions(Session& session, const Arguments& arguments) {
     WritePodcastConfig(current, session.Client());
     if (arguments.Operands.isEmpty()) {
         for (const auto& key : PodcastConfigKeys())
-            if (key.IsOption) session.Out().PrintLine(key.Name() + u'=' + OneLine(current.Values[key.KeyPath()]));
+            if (key.IsOption) session.Out().PrintLine(key.Name() + u'=' + SafeText(current.Values[key.KeyPath()]));
         return kDone;
     }
     const TPodcastConfigKey& key = FindOption(arguments.Operands.first());
     if (arguments.Operands.size() == 1) {
-        session.Out().PrintLine(OneLine(current.Values[key.KeyPath()]));
+        session.Out().PrintLine(SafeText(current.Values[key.KeyPath()]));
         return kDone;
     }
     Change(session.Config(), key, arguments.Operands[1]);

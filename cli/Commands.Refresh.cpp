@@ -1,54 +1,15 @@
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 
 #include "Commands.h"
+#include "Reporters.h"
 
 namespace podcasts::cli {
 
 namespace {
 
 constexpr qsizetype kMostListed = 30;  // new episodes named after a refresh
-
-/// Tells what became of each feed as soon as the next one is announced.
-class Reporter final : public vexa::RefCountedObject<IPodcastClientRefreshFeedsListener> {
-public:
-    Reporter(Session& session, bool json) : FSession(session), FJson(json) {}
-
-    void RefreshFeedsStarted() override {}
-    void RefreshFeedsFinished(bool) override { ReportNewOutcomes(); }
-    void RefreshFeed(const QString& feedURL) override {
-        ReportNewOutcomes();
-        FSession.Out().ShowStatus(u"fetching " + feedURL);
-    }
-
-    const std::vector<TPodcastRefreshOutcome>& Outcomes() const { return FOutcomes; }
-
-private:
-    void ReportNewOutcomes() {
-        for (auto& outcome : FSession.Client().RefreshOutcomes().From(FOutcomes.size())) {
-            Report(outcome);
-            FOutcomes.push_back(std::move(outcome));
-        }
-    }
-
-    void Report(const TPodcastRefreshOutcome& outcome) {
-        Terminal& out = FSession.Out();
-        if (!outcome.Error.isEmpty()) {
-            out.Complain(u"cannot refresh " + outcome.FeedURL + u": " + outcome.Error);
-        } else if (!FJson && !FSession.IsInterrupted()) {
-            const auto feed = FSession.DB().GetFeed(outcome.FeedURL, false);
-            const QString title = feed ? OneLine(feed->Fields[pffTitle]) : QString();
-            const auto count = outcome.NewEpisodes.size();
-            out.PrintLine((title.isEmpty() ? outcome.FeedURL : title) + u": " +
-                          (count == 0 ? QStringLiteral("nothing new")
-                                      : QString::number(count) + (count == 1 ? u" new episode" : u" new episodes")));
-        }
-    }
-
-    Session& FSession;
-    const bool FJson;
-    std::vector<TPodcastRefreshOutcome> FOutcomes;
-};
 
 void ListNewEpisodes(Session& session, const QStringList& keys) {
     if (keys.isEmpty()) return;
@@ -64,46 +25,70 @@ void ListNewEpisodes(Session& session, const QStringList& keys) {
     }
 }
 
+/// The feeds asked for, all when none is named; complains about those that there are not.
+QStringList ChosenFeeds(Session& session, const QStringList& feeds, bool& hasUnknown) {
+    QStringList addresses;
+    if (feeds.isEmpty()) session.DB().EnumFeeds([&](const QString& address, const QString&, int) { addresses += address; });
+    for (const QString& feed : feeds) {
+        const QString address = session.FindFeed(feed);
+        if (address.isEmpty()) hasUnknown = true;
+        else addresses += address;
+    }
+    return addresses;
+}
+
 }  // namespace
 
 int RunRefresh(Session& session, const Arguments& arguments) {
-    int status = kDone;
-    QStringList addresses;
-    for (const QString& feed : arguments.Operands) {
-        if (const QString address = session.FindFeed(feed); !address.isEmpty()) addresses += address;
-        else status = kFailed;
-    }
-    const vexa::Ref<Reporter> reporter(new Reporter(session, arguments.Json));
-    session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(reporter.Get()));
-    if (arguments.Operands.isEmpty()) {
+    const bool isAll = arguments.Operands.isEmpty();
+    bool hasUnknown = false;
+    QStringList waiting = ChosenFeeds(session, arguments.Operands, hasUnknown);
+    const vexa::Ref<RefreshReporter> refresh(new RefreshReporter(session, arguments.Json));
+    const vexa::Ref<DownloadReporter> downloads(new DownloadReporter(session, arguments.Json));
+    session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(refresh.Get()));
+    session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(downloads.Get()));
+    const auto report = [&] {
+        refresh->Report();
+        downloads->Report();
+    };
+    if (isAll) {
         session.Client().RefreshFeeds();
-        session.Config().WriteInteger(kCheckUpdatesLastTime.KeyPath(), static_cast<int>(session.Client().LastRefreshTime));
-    } else if (!addresses.isEmpty()) {
-        session.Client().RefreshFeeds(addresses);
+        session.RunUntilIdle(report);
     }
-    session.RunUntilIdle();
-    session.Client().Listeners().Clear();
+    // The queue takes addresses that differ only in letter case for one; whichever had no outcome is asked for again.
+    for (qsizetype left = -1;;) {
+        QSet<QString> done;
+        for (const auto& outcome : refresh->Outcomes()) done += outcome.FeedURL;
+        waiting.removeIf([&](const QString& address) { return done.contains(address); });
+        if (waiting.isEmpty() || waiting.size() == left || session.IsInterrupted()) break;
+        left = waiting.size();
+        session.Client().RefreshFeeds(waiting);
+        session.RunUntilIdle(report);
+    }
+    if (isAll)
+        session.Config().WriteInteger(kCheckUpdatesLastTime.KeyPath(), static_cast<int>(session.Client().LastRefreshTime));
     session.Config().Save();
     session.Out().ShowStatus(QString());
 
     QStringList newEpisodes;
     QJsonArray failed;
-    for (const auto& outcome : reporter->Outcomes()) {
+    for (const auto& outcome : refresh->Outcomes()) {
         newEpisodes += outcome.NewEpisodes;
-        if (outcome.Error.isEmpty()) continue;
-        failed += QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
-        status = kFailed;
+        if (!outcome.Error.isEmpty())
+            failed += QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
     }
     if (session.IsInterrupted()) return kFailed;
     if (arguments.Json) {
-        const QJsonObject result{{QStringLiteral("feeds"), static_cast<qint64>(reporter->Outcomes().size())},
+        const QJsonObject result{{QStringLiteral("feeds"), static_cast<qint64>(refresh->Outcomes().size())},
                                  {QStringLiteral("failed"), failed},
                                  {QStringLiteral("new"), newEpisodes.size()}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
     } else {
+        if (isAll && refresh->Outcomes().empty())
+            session.Out().PrintLine(QStringLiteral("no subscriptions yet: podcasts subscribe ADDRESS"));
         ListNewEpisodes(session, newEpisodes);
     }
-    return status;
+    return hasUnknown || refresh->HasFailures() || downloads->HasFailures() ? kFailed : kDone;
 }
 
 }  // namespace podcasts::cli

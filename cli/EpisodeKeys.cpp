@@ -33,6 +33,11 @@ int CommonDigits(const std::array<unsigned char, 16>& a, const std::array<unsign
     return 32;
 }
 
+const QRegularExpression& ShortForm() {
+    static const QRegularExpression form(QStringLiteral("^([0-9]{1,9}):([0-9a-fA-F]{8,32})$"));
+    return form;
+}
+
 }  // namespace
 
 const EpisodeKeys::Entries& EpisodeKeys::EntriesOf(int feedID) {
@@ -56,9 +61,10 @@ QString EpisodeKeys::Short(int feedID, const QString& guid) {
     return QString::number(feedID) + u':' + Hex(digest).left(digits);
 }
 
+bool EpisodeKeys::IsShort(const QString& text) { return ShortForm().match(text).hasMatch(); }
+
 QString EpisodeKeys::Resolve(const QString& text) {
-    static const QRegularExpression shortForm(QStringLiteral("^([0-9]{1,9}):([0-9a-fA-F]{8,32})$"));
-    const auto match = shortForm.match(text);
+    const auto match = ShortForm().match(text);
     if (!match.hasMatch()) {
         const int count = FDB.CountEpisodes(text);
         if (count == 1 && !text.startsWith(QChar(kEpisodeKeyDelimiter))) return text;

@@ -23,6 +23,8 @@ class EpisodeKeys {
 public:
     explicit EpisodeKeys(TPodcastsDB& db) : FDB(db) {}
 
+    /// Whether a text has the form of a short key.
+    static bool IsShort(const QString& text);
     /// The short key of an episode.
     QString Short(int feedID, const QString& guid);
     /// The engine's key for a short key or for a URI that names exactly one row. Throws KeyError.

@@ -4,8 +4,8 @@
 #include <QDir>
 #include <QFile>
 
-#include <iostream>
-#include <string>
+#include <poll.h>
+#include <unistd.h>
 
 #include "Arguments.h"
 #include "Podcasts.Core.Subscribing.h"
@@ -32,7 +32,7 @@ QString ProfileFolder(const QString& profile) {
 
 int SettingsConfig::ReadInteger(const QString& keyPath, int defaultValue) {
     bool isNumber = false;
-    const int value = FFile.Read(keyPath).value_or(QString()).toInt(&isNumber);
+    const int value = FFile.Read(keyPath, QString::number(defaultValue)).toInt(&isNumber);
     return isNumber ? value : defaultValue;
 }
 
@@ -41,7 +41,7 @@ bool SettingsConfig::ReadBool(const QString& keyPath, bool defaultValue) {
 }
 
 QString SettingsConfig::ReadString(const QString& keyPath, const QString& defaultValue) {
-    return FFile.Read(keyPath).value_or(defaultValue);
+    return FFile.Read(keyPath, defaultValue);
 }
 
 void SettingsConfig::WriteInteger(const QString& keyPath, int value) { FFile.Write(keyPath, QString::number(value)); }
@@ -58,15 +58,37 @@ Session::Session(const QString& profile, Terminal& terminal)
     ReadPodcastConfig(*FConfig, *FClient);
 }
 
-void Session::RunUntilIdle() {
-    vexa::DrainMainThreadUntil([this] {
-        if (IsInterrupted()) {
-            FClient->CancelRefresh();
-            FClient->CancelDownloads();
-        }
-        return FClient->RefreshTask() == 0 && FClient->DownloadTask() == 0;
-    });
+void Session::RunUntilIdle(const std::function<void()>& report) {
+    constexpr auto kReportInterval = std::chrono::milliseconds(100);
+    vexa::DrainMainThreadUntil(
+        [&] {
+            if (IsInterrupted()) {
+                FClient->CancelRefresh();
+                FClient->CancelDownloads();
+            }
+            report();
+            return FClient->RefreshTask() == 0 && FClient->DownloadTask() == 0;
+        },
+        kReportInterval);
 }
+
+namespace {
+
+/// The lines of standard input until it ends or a signal comes.
+QStringList ReadStandardInput(const Terminal& terminal) {
+    QByteArray bytes;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    char block[16384];
+    while (!terminal.Interrupted) {
+        if (poll(&input, 1, 100) <= 0) continue;
+        const ssize_t size = read(STDIN_FILENO, block, sizeof block);
+        if (size <= 0) break;
+        bytes.append(block, size);
+    }
+    return vexa::FromUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())}).split(u'\n', Qt::SkipEmptyParts);
+}
+
+}  // namespace
 
 QString Session::FindFeed(const QString& feed) {
     bool isNumber = false;
@@ -97,8 +119,10 @@ QStringList Session::FindEpisodes(const QStringList& keys, int& unknown) {
             resolve(key);
             continue;
         }
-        for (std::string line; std::getline(std::cin, line);)
-            for (const QString& word : vexa::FromUtf8(line).simplified().split(u' ', Qt::SkipEmptyParts)) resolve(word);
+        for (const QString& line : ReadStandardInput(FTerminal)) {
+            const QString first = line.simplified().section(u' ', 0, 0);
+            if (!first.isEmpty()) resolve(EpisodeKeys::IsShort(first) ? first : line.trimmed());
+        }
     }
     return found;
 }

@@ -42,14 +42,14 @@ public:
     EpisodeKeys& Keys() noexcept { return FKeys; }
     Terminal& Out() noexcept { return FTerminal; }
 
-    /// Runs the main thread until neither task runs; a signal cancels them.
-    void RunUntilIdle();
+    /// Runs the main thread until neither task runs; a signal cancels them. Calls `report` several times a second.
+    void RunUntilIdle(const std::function<void()>& report);
     bool IsInterrupted() const { return FTerminal.Interrupted; }
 
     /// The address of a feed given by its address or id; complains and gives an empty text when there is none.
     QString FindFeed(const QString& feed);
-    /// The engine's keys for the given ones ("-" reads them from standard input). Keys that name nothing are complained
-    /// about and counted.
+    /// The engine's keys for the given ones; "-" reads them from standard input, one a line, where a line that begins
+    /// with a key may go on as "podcasts episodes" prints it. Keys that name nothing are complained about and counted.
     QStringList FindEpisodes(const QStringList& keys, int& unknown);
     /// "key  date  state  duration  title - feed", for lists.
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);

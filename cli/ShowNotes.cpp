@@ -12,14 +12,20 @@ namespace {
 QString DecodeEntities(const QString& text) {
     std::string bytes = vexa::ToUtf8(text);
     vexa::ReplaceHtmlEntities(bytes);
-    QString decoded = vexa::FromUtf8(bytes);
+    const QString named = vexa::FromUtf8(bytes);
     static const QRegularExpression number(QStringLiteral("&#([0-9]{1,7}|[xX][0-9a-fA-F]{1,6});"));
-    for (auto match = number.match(decoded); match.hasMatch(); match = number.match(decoded, match.capturedStart() + 1)) {
+    QString decoded;
+    qsizetype from = 0;
+    for (auto matches = number.globalMatch(named); matches.hasNext();) {
+        const auto match = matches.next();
         const QString digits = match.captured(1);
         const bool isHex = digits.startsWith(u'x', Qt::CaseInsensitive);
         const char32_t point = isHex ? digits.sliced(1).toUInt(nullptr, 16) : digits.toUInt();
-        decoded.replace(match.capturedStart(), match.capturedLength(), QString::fromUcs4(&point, 1));
+        decoded += QStringView(named).sliced(from, match.capturedStart() - from);
+        decoded += QString::fromUcs4(&point, 1);
+        from = match.capturedEnd();
     }
+    decoded += QStringView(named).sliced(from);
     static constexpr std::pair<QLatin1String, QLatin1String> entities[] = {
         {QLatin1String("&lt;"), QLatin1String("<")},
         {QLatin1String("&gt;"), QLatin1String(">")},

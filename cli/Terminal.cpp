@@ -22,18 +22,19 @@ bool IsUnsafe(QChar c) {
 
 }  // namespace
 
-QString OneLine(const QString& text) {
-    QString line = text;
-    for (QChar& c : line)
-        if (IsUnsafe(c)) c = u' ';
-    return line.simplified();
-}
-
 QString SafeText(const QString& text) {
     QString safe = text;
     for (QChar& c : safe)
         if (c != u'\n' && IsUnsafe(c)) c = u' ';
     return safe;
+}
+
+QString OneLine(const QString& text) { return SafeText(text).simplified(); }
+
+QString InColumns(const QString& text, int width) {
+    QString cut = text;
+    while (vexa::DisplayWidth(cut) > width) cut.chop(cut.size() > 1 && cut.back().isLowSurrogate() ? 2 : 1);
+    return cut + QString(width - vexa::DisplayWidth(cut), u' ');
 }
 
 bool Terminal::IsTerminal() { return isatty(STDERR_FILENO) != 0; }
@@ -65,18 +66,23 @@ void Terminal::Flush() {
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw OutputEnded();
 }
 
+void Terminal::FlushLines() {
+    const std::lock_guard lock(FMutex);
+    if (std::fflush(stdout) != 0) throw OutputEnded();
+}
+
 void Terminal::Complain(const QString& message) {
     const std::lock_guard lock(FMutex);
     EraseStatus();
     std::fflush(stdout);
-    const std::string bytes = vexa::ToUtf8(QString(u"podcasts: " + SafeText(message) + u'\n'));
+    const std::string bytes = vexa::ToUtf8(QString(u"podcasts: " + SafeText(message).replace(u'\n', u' ') + u'\n'));
     std::fwrite(bytes.data(), 1, bytes.size(), stderr);
     std::fflush(stderr);
 }
 
 void Terminal::ShowStatus(const QString& text) {
     if (!FHasStatusLine) return;
-    const QString line = OneLine(text).left(Width() - 1);
+    const QString line = InColumns(OneLine(text), Width() - 1);
     const std::lock_guard lock(FMutex);
     if (line == FStatus) return;
     EraseStatus();

@@ -13,10 +13,14 @@ namespace podcasts::cli {
 /// Thrown where output goes on although nobody reads it any more, or the user asked to stop. Ends the program.
 class OutputEnded : public std::exception {};
 
-/// One line that is safe on a terminal: control characters and the like, which feeds may hold, become blanks.
-QString OneLine(const QString& text);
-/// The same for text of several lines.
+/// Text that is safe on a terminal: control characters and the like, which feeds may hold, become blanks. Line breaks
+/// stay.
 QString SafeText(const QString& text);
+/// The same in one line, its runs of blanks as one.
+QString OneLine(const QString& text);
+
+/// `text` cut or padded with blanks to `width` columns of a terminal.
+QString InColumns(const QString& text, int width);
 
 /// Any thread may call it; lines never mix.
 class Terminal {
@@ -31,7 +35,10 @@ public:
     bool HasStatusLine() const noexcept { return FHasStatusLine; }
     /// Columns of the terminal.
     int Width() const;
+    /// Takes the status line away, and throws OutputEnded when anything printed was lost.
     void Flush();
+    /// Sends what was printed on its way, for whoever follows a file or a pipe.
+    void FlushLines();
 
     /// Set by a signal; from then on Print throws.
     std::atomic<bool> Interrupted{false};

@@ -35,6 +35,12 @@ void HandleSignals() {
     std::thread([signals] {
         for (int number = 0;;) {
             if (sigwait(&signals, &number) != 0) continue;
+            if (TheTerminal().Interrupted) {
+                // Asked twice: end at once, whatever the main thread is doing. What is stored survives that.
+                signal(number, SIG_DFL);
+                pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+                raise(number);
+            }
             TheTerminal().Interrupted = true;
             vexa::WakeMainThread();
         }

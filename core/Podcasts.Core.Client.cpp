@@ -22,8 +22,8 @@ TPodcastClient::~TPodcastClient() {
     FListeners->Clear();
     FLinks.Invalidate();
     FIsBeingDestroyed = true;
-    vexa::WorkerPool::Cancel(FRefreshTask, true);
-    vexa::WorkerPool::Cancel(FDownloadTask, true);
+    vexa::WorkerPool::Cancel(FLastRefreshTask, true);
+    vexa::WorkerPool::Cancel(FLastDownloadTask, true);
     FDownloadQueue.reset();
     FUpdateTimer.reset();
     FRefreshQueue.reset();
@@ -174,7 +174,7 @@ void TPodcastClient::StartRefreshTask() {
     FRefreshOutcomes.Clear();
     NotifyRefreshFeedsStarted();
     FIsRefreshHeld = false;
-    FRefreshTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskRefreshFeeds>(*this));
+    FRefreshTask = FLastRefreshTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskRefreshFeeds>(*this));
 }
 
 void TPodcastClient::StartDownloadTask() {
@@ -183,7 +183,7 @@ void TPodcastClient::StartDownloadTask() {
     FDownloadOutcomes.Clear();
     NotifyDownloadsStarted();
     FAreDownloadsHeld = false;
-    FDownloadTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskDownloadEpisodes>(*this));
+    FDownloadTask = FLastDownloadTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskDownloadEpisodes>(*this));
 }
 
 void TPodcastClient::RunCompletion(const std::function<void()>& completion) {
@@ -199,8 +199,9 @@ namespace {
 template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {
-        Outcome outcome{item, {}, {}};
+        Outcome outcome{item, {}, {}, false};
         outcome.Error = QStringLiteral("not done: the work was stopped before");
+        outcome.IsDropped = true;
         outcomes.Add(std::move(outcome));
     }
     queue.Clear();

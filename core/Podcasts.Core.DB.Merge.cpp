@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Text.h"
@@ -37,19 +36,16 @@ void TPodcastStoredEpisodes::BuildIndexes() {
     FByGUID.reserve(FRows.size());
     FByURI.reserve(FRows.size());
     for (int index = 0; index < static_cast<int>(FRows.size()); ++index) {
-        Row& row = FRows[static_cast<std::size_t>(index)];
-        const auto [same, isFirst] = FByGUID.try_emplace(row.GUID, index);
-        if (!isFirst) row.OlderOfGUID = std::exchange(same->second, index);
+        const Row& row = FRows[static_cast<std::size_t>(index)];
+        FByGUID[row.GUID] = index;
         FByURI[row.URI] = index;
     }
 }
 
 const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::Find(std::string_view guid, std::string_view uri) const {
+    if (const Row* row = FindURI(uri); row && row->GUID == guid) return row;
     const auto found = FByGUID.find(guid);
-    if (found == FByGUID.end()) return nullptr;
-    for (int i = found->second; i >= 0; i = FRows[static_cast<std::size_t>(i)].OlderOfGUID)
-        if (FRows[static_cast<std::size_t>(i)].URI == uri) return &FRows[static_cast<std::size_t>(i)];
-    return &FRows[static_cast<std::size_t>(found->second)];
+    return found == FByGUID.end() ? nullptr : &FRows[static_cast<std::size_t>(found->second)];
 }
 
 const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::FindURI(std::string_view uri) const {

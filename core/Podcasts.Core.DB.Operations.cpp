@@ -239,21 +239,31 @@ void TPodcastsDB::EnumNewEpisodes(const TextVisitor& visitor) {
 }
 
 void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor) {
+    SqlBuilder condition(" WHERE 1");
+    if (filter.FeedID > 0) condition.Raw(" AND PodcastEpisodes.FeedID = ").Integer(filter.FeedID);
+    if (filter.State >= 0) condition.Raw(" AND PodcastEpisodes.State = ").Integer(filter.State);
+    static constexpr std::string_view newestFirst =
+        " ORDER BY PodcastEpisodes.PublishDate DESC, PodcastEpisodes.rowid DESC";
+    const std::string range = " LIMIT " + std::to_string(filter.Limit) + " OFFSET " + std::to_string(filter.Offset);
+
     SqlBuilder sql("SELECT PodcastEpisodes.*, PodcastFeeds.Name AS FeedName FROM PodcastEpisodes "
-                   "LEFT JOIN PodcastFeeds ON PodcastFeeds.FeedID = PodcastEpisodes.FeedID WHERE 1");
-    if (filter.FeedID > 0) sql.Raw(" AND PodcastEpisodes.FeedID = ").Integer(filter.FeedID);
-    if (filter.State >= 0) sql.Raw(" AND PodcastEpisodes.State = ").Integer(filter.State);
+                   "LEFT JOIN PodcastFeeds ON PodcastFeeds.FeedID = PodcastEpisodes.FeedID");
     if (!filter.Search.isEmpty()) {
         const QString pattern = ContainsPattern(filter.Search);
+        sql.Raw(condition.Sql());
         const char* separator = " AND (";
         for (const char* column : {"Title", "Artist", "FeedName"}) {
             sql.Raw(separator).Raw("UPPER(").Raw(column).Raw(") LIKE ").Text(pattern).Raw(" ESCAPE '\\'");
             separator = " OR ";
         }
-        sql.Raw(")");
+        sql.Raw(")").Raw(newestFirst).Raw(range);
+    } else if (filter.Offset > 0 && filter.Limit >= 0) {
+        // The rows that are skipped are counted in the index alone.
+        sql.Raw(" WHERE PodcastEpisodes.rowid IN (SELECT rowid FROM PodcastEpisodes").Raw(condition.Sql());
+        sql.Raw(newestFirst).Raw(range).Raw(")").Raw(newestFirst);
+    } else {
+        sql.Raw(condition.Sql()).Raw(newestFirst).Raw(range);
     }
-    sql.Raw(" ORDER BY PodcastEpisodes.PublishDate DESC, PodcastEpisodes.rowid DESC LIMIT ").Integer(filter.Limit);
-    sql.Raw(" OFFSET ").Integer(filter.Offset);
     const auto cursor = Query(sql);
     if (!cursor) return;
     const EpisodeColumns columns(*cursor);
@@ -348,6 +358,19 @@ bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode
                             .Raw(" AND GUID = ")
                             .Text(episode.Fields[pefGUID])
                             .Raw("))")) == 1;
+}
+
+bool TPodcastsDB::IsFileRecorded(const QString& fileName) {
+    return QueryInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                   "URLAudioCached = ")
+                            .Text(fileName)
+                            .Raw(")")) == 1;
+}
+
+void TPodcastsDB::ForgetFile(const QString& fileName) {
+    ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND "
+                          "URLAudioCached = ")
+                   .Text(fileName));
 }
 
 bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {

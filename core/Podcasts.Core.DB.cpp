@@ -28,12 +28,9 @@ constexpr SqlColumn kEpisodeColumns[] = {
 };
 constexpr SqlColumn kLogoColumns[] = {{"ID", Integer}, {"Data", Blob}};
 
-struct Index {
-    std::string_view Name, Definition;
-};
 // What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
 // may change with a library's version, and plain sqlite3 could not write to the table any more.
-constexpr std::array<Index, 7> kIndexes = {{
+constexpr std::array<TPodcastsDB::Index, 7> kIndexes = {{
     {"PodcastFeedsByURLFeed", "PodcastFeeds (URLFeed)"},
     {"PodcastEpisodesByGUID", "PodcastEpisodes (FeedID, GUID)"},
     {"PodcastEpisodesByDate", "PodcastEpisodes (PublishDate)"},
@@ -60,6 +57,8 @@ bool Contains(const std::vector<std::string>& names, std::string_view name) {
 }  // namespace
 
 TPodcastsDB::TPodcastsDB(const QString& fileName) { Open(fileName); }
+
+std::span<const TPodcastsDB::Index> TPodcastsDB::Indexes() { return kIndexes; }
 
 void TPodcastsDB::InitializeFunctions() {
     SqliteDatabase::InitializeFunctions();

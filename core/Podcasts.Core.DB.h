@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -47,7 +48,6 @@ public:
         double PublishDate = 0, Duration = 0;
         int State = 0;
         qint64 RowID = 0;
-        int OlderOfGUID = -1;  // the row of the same GUID that was written before, as an index
     };
 
     /// The row of a GUID: of several (an audio address that changed) the one with this URI, else the one written last.
@@ -135,12 +135,22 @@ public:
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
     /// Marks episodes as not cached whose file is gone; returns how many.
     int ResetMissingCachedFiles();
-    /// Whether the row of another episode records this file.
+    /// Whether the row of another episode records this file: one of another URI and another GUID.
     bool IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode);
+    /// Whether any row records this file.
+    bool IsFileRecorded(const QString& fileName);
+    /// Marks every episode that records this file as not cached.
+    void ForgetFile(const QString& fileName);
 
     /// Logos: the bytes of an image file as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);
     void SetFeedLogo(int id, const void* data, std::size_t size);
+
+    struct Index {
+        std::string_view Name, Definition;
+    };
+    /// The indexes that are created when missing.
+    static std::span<const Index> Indexes();
 
     /// The parts of a merge, for use in one transaction. Of several episodes with one URI the last one counts, since
     /// they share a row.

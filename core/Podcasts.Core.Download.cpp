@@ -49,7 +49,7 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
 void TPodcastClientTaskDownloadEpisodes::Execute() {
     QString key;
     while (!IsCancelled() && FClient.DownloadQueue().Pop(key)) {
-        TPodcastDownloadOutcome outcome{key, {}, {}};
+        TPodcastDownloadOutcome outcome{key, {}, {}, false};
         try {
             Download download;
             download.EpisodeKey = key;
@@ -93,6 +93,11 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
     TPodcastsDB& db = FClient.DB();
     const TPodcastEpisode& episode = *download.Episode;
     TPodcastTargetFile& file = download.File;
+    const QString& recorded = episode.Fields[pefURLAudioCached];
+    if (!QDir::isAbsolutePath(download.FileName)) {
+        outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
+        return;
+    }
     if (url.isEmpty()) {
         outcome.Error = QStringLiteral("the episode has no audio file");
         return;
@@ -103,19 +108,23 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
     request.OnAccepted = [&](const vexa::HttpResponseInfo& response) {
         const QString fileName = WithExtensionOf(response.MimeType, download.FileName);
         CreateFolderOf(fileName);
-        // An existing file of the name is replaced, but for one that another episode's row records: many feeds name
-        // every file alike, and two rows must not share one. Asked again under the file's lock, which a download of
-        // another process holds until its row records the file.
+        // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike,
+        // and a whole file must not be given up for one that may fail. Asked again under the file's lock, which a
+        // download of another process holds until its row records the file.
         for (int number = 1;; ++number) {
             const QString name = NumberedName(fileName, number);
-            if (db.IsFileOfAnother(name, episode)) continue;
-            file.Open(name);
-            if (!db.IsFileOfAnother(name, episode)) break;
-            file.Close();
+            const auto isTaken = [&](bool exists) {
+                return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
+            };
+            if (isTaken(vexa::FileExists(name))) continue;
+            const bool isCreated = file.Open(name);
+            if (!isTaken(!isCreated)) break;
+            file.Discard();
         }
-        // The row may still record this very name, of a file that is gone. From the first byte on there would be a
-        // recorded file that is not whole, should we be killed; so the record goes first and comes back at the end.
-        if (episode.Fields[pefURLAudioCached] == file.FileName()) db.SetCachedFile(download.EpisodeKey, QString());
+        // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, half a
+        // file would pass for the recorded one, or be found in its place; so the records go before the first byte.
+        db.ForgetFile(file.FileName());
+        if (!recorded.isEmpty()) db.SetCachedFile(download.EpisodeKey, QString());
         file.Truncate();
         return true;
     };
@@ -138,7 +147,9 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
         }
         if (!outcome.Error.isEmpty()) {
             // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
+            const bool isRecordGone = file.IsOpen() && !recorded.isEmpty() && recorded != file.FileName();
             file.Discard();
+            if (isRecordGone) db.SetCachedFile(download.EpisodeKey, recorded);
             return;
         }
         db.SetCachedFile(download.EpisodeKey, file.FileName());

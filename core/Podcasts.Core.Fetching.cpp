@@ -2,9 +2,6 @@
 
 #include <QFile>
 
-#include <pthread.h>
-#include <signal.h>
-
 #include <stdexcept>
 
 #include "Podcasts.Core.Parsers.h"
@@ -118,10 +115,6 @@ std::unique_ptr<vexa::XmlDocument> TPodcastFeedFetcher::Take(const QString& loca
 }
 
 void TPodcastFeedFetcher::Work() {
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
     std::unique_lock lock(FMutex);
     for (;;) {
         FChanged.wait(lock, [this] { return FState == State::Requested || FState == State::Stopping; });

@@ -2,6 +2,8 @@
 
 #include <QCryptographicHash>
 
+#include <cmath>
+
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Text.h"
 
@@ -30,7 +32,8 @@ void ReadRssItem(const XmlNode& item, TPodcastEpisode& episode) {
         } else if (name == "itunes:author") {
             episode.Fields[pefArtist] = child.Text();
         } else if (name == "itunes:duration") {
-            episode.Duration = static_cast<float>(TPodcastParserRSS20::ParseDuration(child.Text()));
+            const auto seconds = static_cast<float>(TPodcastParserRSS20::ParseDuration(child.Text()));
+            episode.Duration = std::isfinite(seconds) ? seconds : 0;
         } else if (name == "enclosure" && episode.Fields[pefURLAudio].isEmpty()) {
             episode.Fields[pefURLAudio] = child.Attribute("url");
         }

@@ -9,7 +9,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
     QString feedURL;
     while (!IsCancelled() && FClient.RefreshQueue().Pop(feedURL)) {
         vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
-        TPodcastRefreshOutcome outcome{feedURL, {}, {}};
+        TPodcastRefreshOutcome outcome{feedURL, {}, {}, false};
         try {
             Refresh(feedURL, fetcher, outcome);
         } catch (const std::exception& error) {
@@ -52,7 +52,10 @@ void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, TPodcastRefre
     // One transaction from the look at the subscription to the last row: a mark, a finished download or an
     // unsubscription of another thread or process can come before or after, never in between.
     db.RunInTransaction([&] {
-        if (!FClient.IsSubscribed(feed.Fields[pffURLFeed])) return;
+        if (!FClient.IsSubscribed(feed.Fields[pffURLFeed])) {
+            outcome.Error = QStringLiteral("unsubscribed meanwhile");
+            return;
+        }
         const int id = db.GetFeedID(feed.Fields[pffURLFeed]);
         const TPodcastStoredEpisodes stored = db.LoadStoredEpisodes(id);
         for (const auto& [episode, uri] : episodes) {

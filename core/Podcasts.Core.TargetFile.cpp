@@ -31,7 +31,7 @@ bool TPodcastTargetFile::IsStillLinked() const {
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-void TPodcastTargetFile::Open(const QString& fileName) {
+bool TPodcastTargetFile::Open(const QString& fileName) {
     Close();
     FFileName = fileName;
     const QByteArray path = QFile::encodeName(fileName);
@@ -43,26 +43,27 @@ void TPodcastTargetFile::Open(const QString& fileName) {
         if (FDescriptor < 0) Fail("cannot create the file");
         struct stat status {};
         if (fstat(FDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-            FIsOurs = false;
             Close();
             throw std::runtime_error("cannot create the file " + fileName.toStdString() + ": something else has this name");
         }
         if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
-            FIsOurs = false;
+            const bool isHeld = errno == EWOULDBLOCK;
+            if (!isHeld && errno != EINTR) return FIsOurs;  // a file system without locks: nothing more can be done
             Close();
+            if (!isHeld) continue;
             throw std::runtime_error("another program is writing the file " + fileName.toStdString() +
                                      "; try again when it has finished");
         }
         // Whoever held the lock until now may have taken the file away.
-        if (IsStillLinked()) return;
+        if (IsStillLinked()) return FIsOurs;
         Close();
     }
 }
 
 void TPodcastTargetFile::Truncate() {
+    if (ftruncate(FDescriptor, 0) != 0) Fail("cannot write the file");
     FIsOurs = true;
     FWritten = FSentToDisk = 0;
-    if (ftruncate(FDescriptor, 0) != 0) Fail("cannot write the file");
 }
 
 void TPodcastTargetFile::Write(const char* data, std::size_t size) {

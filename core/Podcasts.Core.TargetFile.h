@@ -14,8 +14,9 @@ public:
     TPodcastTargetFile(const TPodcastTargetFile&) = delete;
     TPodcastTargetFile& operator=(const TPodcastTargetFile&) = delete;
 
-    /// Opens or creates the file and locks it; what it holds stays as it is. The folder must exist.
-    void Open(const QString& fileName);
+    /// Opens or creates the file and locks it; what it holds stays as it is. The folder must exist. True when the file
+    /// was created.
+    bool Open(const QString& fileName);
     /// Empties the file: from here on it is this download's.
     void Truncate();
     void Write(const char* data, std::size_t size);

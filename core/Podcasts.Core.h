@@ -21,6 +21,9 @@
 
 namespace podcasts {
 
+// The listeners' interfaces stay inside the engine and its users: unlike those between host and plug-in their operations
+// may throw, which is logged.
+
 /// Hears that feeds, episodes or states changed.
 struct IPodcastClientChangeListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{1FF947C7-CF1B-4D65-8D39-418ACA7A1516}");
@@ -108,6 +111,7 @@ struct TPodcastRefreshOutcome {
     QString FeedURL;
     QStringList NewEpisodes;  // keys
     QString Error;            // why it failed; empty when it did not
+    bool IsDropped = false;   // the task was stopped before its turn came
 };
 
 /// What happened to one episode of the last downloads.
@@ -115,6 +119,7 @@ struct TPodcastDownloadOutcome {
     QString EpisodeKey;
     QString FileName;  // of the local copy
     QString Error;     // why there is none; empty when there is
+    bool IsDropped = false;
 };
 
 /// The outcomes of the last task of a kind, in order, readable while it runs. Any thread may call it.
@@ -145,7 +150,8 @@ class TPodcastClient {
 public:
     /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
     explicit TPodcastClient(const QString& dbFileName);
-    /// Cancels the tasks and waits for them. Nobody is notified any more.
+    /// Cancels the tasks and waits for them. Nobody is notified any more. Not to be called by a listener, for which a
+    /// task waits.
     ~TPodcastClient();
     TPodcastClient(const TPodcastClient&) = delete;
     TPodcastClient& operator=(const TPodcastClient&) = delete;
@@ -245,6 +251,8 @@ private:
     // Main thread only.
     vexa::TaskHandle FRefreshTask = 0;
     vexa::TaskHandle FDownloadTask = 0;
+    vexa::TaskHandle FLastRefreshTask = 0;  // also after its completion, while its thread is about to let go of it
+    vexa::TaskHandle FLastDownloadTask = 0;
     bool FIsRefreshHeld = false;    // being started or completed: no task may start now
     bool FAreDownloadsHeld = false;
     bool FIsBeingDestroyed = false;

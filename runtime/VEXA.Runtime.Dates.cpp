@@ -5,9 +5,12 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
-#include <limits>
+#include <cstring>
+#include <string_view>
 
 namespace vexa {
 
@@ -19,8 +22,31 @@ constexpr double kMillisecondsPerDay = kSecondsPerDay * 1000;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-/// The text as curl_getdate reads it: zone "+02:00" without its colon, "Sept" as "Sep". False when it is not ASCII or
-/// longer than a date can be.
+/// Whether a word begins as the name of a month or a weekday does.
+bool IsCalendarName(const char* word) {
+    static constexpr std::string_view names = "jan feb mar apr may jun jul aug sep oct nov dec mon tue wed thu fri sat sun";
+    const char lower[] = {static_cast<char>(word[0] | 0x20), static_cast<char>(word[1] | 0x20),
+                          static_cast<char>(word[2] | 0x20)};
+    return names.find(std::string_view(lower, 3)) != std::string_view::npos;
+}
+
+/// Cuts names of months and weekdays to three letters: "September", "Sept", "Thurs". The new size.
+std::size_t ShortenNames(char* text, std::size_t size) {
+    std::size_t to = 0;
+    for (std::size_t from = 0; from < size;) {
+        std::size_t end = from;
+        while (end < size && std::isalpha(static_cast<unsigned char>(text[end]))) ++end;
+        const std::size_t length = std::max<std::size_t>(end - from, 1);
+        const std::size_t kept = length > 3 && IsCalendarName(text + from) ? 3 : length;
+        std::memmove(text + to, text + from, kept);
+        to += kept;
+        from += length;
+    }
+    return to;
+}
+
+/// The text as curl_getdate reads it: zone "+02:00" without its colon, names of three letters. False when it is not
+/// ASCII or longer than a date can be.
 bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
     if (text.size() >= static_cast<qsizetype>(out.size())) return false;
     std::size_t size = 0;
@@ -37,21 +63,23 @@ bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
             --size;
         }
     }
-    for (std::size_t i = 0; i + 4 < size; ++i) {
-        if ((out[i] | 0x20) != 's' || (out[i + 1] | 0x20) != 'e' || (out[i + 2] | 0x20) != 'p' ||
-            (out[i + 3] | 0x20) != 't' || std::isalpha(static_cast<unsigned char>(out[i + 4])))
-            continue;
-        out[i + 3] = ' ';
-    }
-    out[size] = '\0';
+    out[ShortenNames(out.data(), size)] = '\0';
     return true;
 }
 
 double FromIso(QStringView text) {
-    QDateTime date = QDateTime::fromString(text.toString(), Qt::ISODateWithMs);
-    if (!date.isValid()) return 0;
-    if (date.timeSpec() == Qt::LocalTime) date.setTimeSpec(Qt::UTC);
-    return ToOleDate(date);
+    constexpr qsizetype kDateSize = 10;  // "2026-11-24"
+    QString spelling = text.toString();
+    // Qt would take a date without a zone as local, and fail where the local clock skips an hour.
+    if (text.size() <= kDateSize) {
+        const QDate day = QDate::fromString(spelling, Qt::ISODate);
+        return day.isValid() ? ToOleDate(QDateTime(day, QTime(0, 0), Qt::UTC)) : 0;
+    }
+    static constexpr QStringView zones = u"Zz+-";
+    const QStringView time = text.sliced(kDateSize);
+    if (std::none_of(time.begin(), time.end(), [](QChar c) { return zones.contains(c); })) spelling += u'Z';
+    const QDateTime date = QDateTime::fromString(spelling, Qt::ISODateWithMs);
+    return date.isValid() ? ToOleDate(date) : 0;
 }
 
 bool LooksIso(QStringView text) {

@@ -11,7 +11,7 @@ class QDateTime;
 namespace vexa {
 
 /// An RFC 822 date-time (RFC 2822, 3.3, and the variations that real feeds show: any letter case, missing weekday or
-/// seconds, "+02:00", "Sept", ISO 8601 forms). Without a zone it counts as UTC. 0 when unreadable.
+/// seconds, whole names ("September"), "+02:00", ISO 8601 forms). Without a zone it counts as UTC. 0 when unreadable.
 VEXA_RUNTIME_API double DecodeRfc822Date(const QString& text);
 
 /// An XML date-time (ISO 8601). Without a zone it counts as UTC. 0 when unreadable.

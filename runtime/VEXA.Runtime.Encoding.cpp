@@ -78,7 +78,10 @@ std::optional<std::string> Convert(std::string_view bytes, const char* encoding)
 }
 
 std::string WithoutMark(std::string text) {
-    while (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+    static constexpr std::string_view mark = "\xEF\xBB\xBF";
+    std::size_t marks = 0;
+    while (std::string_view(text).substr(marks).starts_with(mark)) marks += mark.size();
+    text.erase(0, marks);
     return text;
 }
 
@@ -111,7 +114,7 @@ std::string DecodeXml(std::string_view bytes, const QString& charset) {
     // The bytes were read as ASCII to find the declaration, so a claim of UTF-16 in it is false.
     if (!declared.empty() && !declared.starts_with("UTF-16") && !declared.starts_with("utf-16"))
         if (auto text = DecodeAs(bytes, declared.c_str())) return WithoutMark(std::move(*text));
-    if (declared.empty() && !charset.isEmpty())
+    if (!charset.isEmpty())
         if (auto text = DecodeAs(bytes, charset.toLatin1().constData())) return WithoutMark(std::move(*text));
     return WithoutMark(DecodeAs(bytes, "UTF-8").value());
 }

@@ -84,7 +84,9 @@ QString ExtractFileName(const QString& path) { return path.sliced(DelimiterBefor
 QString ExtractFileExt(const QString& path) {
     const QString name = ExtractFileName(path);
     const qsizetype dot = name.lastIndexOf(u'.');
-    return dot < 0 || dot + 1 == name.size() ? QString() : name.sliced(dot);
+    if (dot < 0 || dot + 1 == name.size()) return {};
+    const QString extension = name.sliced(dot);
+    return extension.contains(u' ') ? QString() : extension;  // "Dr. No" has none
 }
 
 QString FileFormat(const QString& addressOrFile) {
@@ -111,7 +113,7 @@ bool MatchesFileMask(const QString& text, const QString& masks) {
 bool FileExists(const QString& fileName) {
     if (fileName.isEmpty() || fileName.contains(QChar::Null)) return false;
     struct stat status {};
-    return stat(QFile::encodeName(fileName).constData(), &status) == 0 && !S_ISDIR(status.st_mode);
+    return stat(QFile::encodeName(fileName).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 QString ExtensionOfMimeType(const QString& mimeType) {

@@ -27,7 +27,7 @@ VEXA_RUNTIME_API QString FileFormat(const QString& addressOrFile);
 /// Whether `text` matches one of the masks ("*.xml;*.rss"), ignoring letter case.
 VEXA_RUNTIME_API bool MatchesFileMask(const QString& text, const QString& masks);
 
-/// Whether a file (not a folder) of that name exists, symbolic links followed.
+/// Whether a regular file of that name exists, symbolic links followed.
 VEXA_RUNTIME_API bool FileExists(const QString& fileName);
 
 /// The extension, with its dot, registered for a MIME type ("audio/mpeg": ".mp3"); empty for an unknown type.

@@ -1,8 +1,12 @@
 #include "VEXA.Runtime.Http.h"
 
+#include <QScopeGuard>
 #include <QUrl>
 
 #include <curl/curl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
 
 #include <algorithm>
 #include <array>
@@ -77,6 +81,34 @@ private:
     CURLM* FMulti;
 };
 
+/// Keeps a peer that closes its socket from ending the process: TLS libraries write without asking for an error instead
+/// of a signal.
+class PipeSignalBlocked {
+public:
+    PipeSignalBlocked() {
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, &FBefore);
+    }
+    ~PipeSignalBlocked() {
+        if (sigismember(&FBefore, SIGPIPE)) return;
+        // One that came meanwhile is taken before it can be delivered.
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        const timespec none{};
+        while (sigtimedwait(&pipe, nullptr, &none) > 0) {
+        }
+        pthread_sigmask(SIG_SETMASK, &FBefore, nullptr);
+    }
+    PipeSignalBlocked(const PipeSignalBlocked&) = delete;
+    PipeSignalBlocked& operator=(const PipeSignalBlocked&) = delete;
+
+private:
+    sigset_t FBefore;
+};
+
 QString ReasonPhrase(int status) {
     // HTTP/2 and 3 send no phrases; RFC 9110, section 15.
     struct Named {
@@ -102,6 +134,7 @@ QString ReasonPhrase(int status) {
 QString CurlReason(CURLcode code, const char* detail) {
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the server's name could not be resolved");
+        case CURLE_COULDNT_CONNECT: return QStringLiteral("the server could not be reached (connection refused or no route)");
         case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the server did not answer in time");
         case CURLE_TOO_MANY_REDIRECTS: return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
@@ -152,6 +185,7 @@ public:
         FStatus = static_cast<int>(status);
         HttpErrorInfo info = Judge(code);
         curl_multi_remove_handle(multi, FEasy);
+        curl_easy_reset(FEasy);  // the handle outlives this object, which it points to
         return info;
     }
 
@@ -196,7 +230,9 @@ private:
             return Failure(Kind::TooLarge, QStringLiteral("the document is larger than %1 MiB")
                                                .arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-        if (IsFailureStatus()) return Failure(Kind::Status, StatusText());
+        // A redirect that leads nowhere is not the server's last word: say why it could not be followed.
+        const bool isLostRedirect = IsRedirect() && code != CURLE_OK && code != CURLE_WRITE_ERROR;
+        if (IsFailureStatus() && !isLostRedirect) return Failure(Kind::Status, StatusText());
         if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
         // A body without a single byte never reached the write callback.
         if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
@@ -210,6 +246,8 @@ private:
     }
 
     bool IsFailureStatus() const { return FStatus != 0 && (FStatus < 200 || FStatus >= 300); }
+
+    bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
 
     QString StatusText() const {
         const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
@@ -339,9 +377,10 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
         // A callback that fetches something itself gets handles of its own.
         std::unique_ptr<ThreadHandles> nested = handles.InUse ? std::make_unique<ThreadHandles>() : nullptr;
         ThreadHandles& used = nested ? *nested : handles;
+        const PipeSignalBlocked blocked;
         used.InUse = true;
+        const auto free = qScopeGuard([&] { used.InUse = false; });
         info = Transfer(*this, used.Easy(), isCancelled).Perform(used.Multi(), url);
-        used.InUse = false;
     }
     if (info.Succeeded())
         qCDebug(LogHttp).noquote() << "fetched" << Url;

@@ -38,7 +38,8 @@ public:
     /// A text literal. Quotes are doubled; text with U+0000 becomes CAST(x'…' AS TEXT), since a statement ends at it.
     SqlBuilder& Text(QStringView value);
     SqlBuilder& Integer(qint64 value);
-    /// 17 significant digits, so that it reads back bit for bit; infinities as ±9e999, not-a-number as NULL.
+    /// 17 significant digits, so that it reads back bit for bit (but for numbers below 1e-280, which SQLite itself reads
+    /// with less care); infinities as ±9e999, not-a-number as NULL.
     SqlBuilder& Double(double value);
 
     /// CREATE TABLE IF NOT EXISTS with an optional table constraint.

@@ -147,7 +147,7 @@ int SqliteCursor::ColumnIndex(std::string_view name) const {
 
 int SqliteCursor::Require(std::string_view name) const {
     const int column = ColumnIndex(name);
-    if (column < 0) FDatabase.Raise("cannot read column " + std::string(name), SQLITE_ERROR);
+    if (column < 0) throw SqliteError("a query gives no column " + std::string(name), SQLITE_ERROR);
     return column;
 }
 
@@ -280,7 +280,8 @@ std::unique_ptr<SqliteCursor> SqliteDatabase::Query(std::string_view sql) {
 void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size) {
     const auto lock = Lock();
     const Statement statement(*this, sql);
-    sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC);
+    if (const int code = sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC); code != SQLITE_OK)
+        Raise("cannot write", code);
     if (const int code = sqlite3_step(statement.Get()); code != SQLITE_DONE) Raise("cannot write", code);
 }
 

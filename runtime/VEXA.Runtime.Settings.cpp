@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <optional>
 #include <stdexcept>
 
 #include "VEXA.Runtime.Text.h"
@@ -132,10 +133,10 @@ SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
     }
 }
 
-std::optional<QString> SettingsFile::Read(const QString& keyPath) const {
+QString SettingsFile::Read(const QString& keyPath, const QString& defaultValue) {
     if (const auto found = FPending.constFind(keyPath); found != FPending.cend()) return *found;
-    if (const auto found = FRead.constFind(keyPath); found != FRead.cend()) return *found;
-    return std::nullopt;
+    const auto found = FRead.constFind(keyPath);
+    return found != FRead.cend() ? *found : *FRead.insert(keyPath, defaultValue);
 }
 
 void SettingsFile::Write(const QString& keyPath, const QString& value) {

@@ -12,8 +12,6 @@
 #include <QHash>
 #include <QString>
 
-#include <optional>
-
 #include "VEXA.Runtime.Export.h"
 
 namespace vexa {
@@ -23,8 +21,10 @@ public:
     /// Reads the file; one that does not exist is empty. Throws std::runtime_error when it cannot be read.
     explicit SettingsFile(const QString& fileName);
 
-    std::optional<QString> Read(const QString& keyPath) const;
-    /// Remembers the value for the next Save. A value equal to the one read at the start leaves the file's key alone.
+    /// The value; the default when the file does not hold the key.
+    QString Read(const QString& keyPath, const QString& defaultValue);
+    /// Remembers the value for the next Save. A value equal to the one that was read, a default included, leaves the
+    /// file's key alone.
     void Write(const QString& keyPath, const QString& value);
 
     /// Writes what was remembered. Throws std::runtime_error.
@@ -34,7 +34,7 @@ public:
 
 private:
     QString FFileName;
-    QHash<QString, QString> FRead;     // key path to value, as this process found it
+    QHash<QString, QString> FRead;     // key path to value, as this process found it (or took it to be)
     QHash<QString, QString> FPending;  // what Save is to write
 };
 

@@ -1,5 +1,7 @@
 #include "VEXA.Runtime.Text.h"
 
+#include <unicode/uchar.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -170,6 +172,21 @@ QString FoldCase(const QString& text) {
         }
     }
     return folded;
+}
+
+int DisplayWidth(QStringView text) {
+    int width = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        char32_t point = text[i].unicode();
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate())
+            point = QChar::surrogateToUcs4(text[i], text[i + 1]), ++i;
+        const auto category = QChar::category(point);
+        if (category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing || category == QChar::Other_Format)
+            continue;
+        const int eastAsian = u_getIntPropertyValue(static_cast<UChar32>(point), UCHAR_EAST_ASIAN_WIDTH);
+        width += eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+    }
+    return width;
 }
 
 }  // namespace vexa

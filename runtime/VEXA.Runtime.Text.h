@@ -29,4 +29,8 @@ VEXA_RUNTIME_API bool EqualsUtf8(QStringView text, std::string_view bytes) noexc
 /// exactly when their folded forms are equal.
 VEXA_RUNTIME_API QString FoldCase(const QString& text);
 
+/// Columns that a text takes on a terminal: two for wide East Asian characters, none for combining marks (Unicode
+/// Standard Annex #11).
+VEXA_RUNTIME_API int DisplayWidth(QStringView text);
+
 }  // namespace vexa

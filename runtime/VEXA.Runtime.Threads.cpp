@@ -5,16 +5,16 @@
 #include <QObject>
 #include <QTimer>
 
-#include <pthread.h>
-#include <signal.h>
 #include <time.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <exception>
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 #include "VEXA.Runtime.Log.h"
 
@@ -33,8 +33,11 @@ void LogEscaped(const char* where) noexcept {
     }
 }
 
+thread_local TaskHandle CurrentTask = 0;  // the task that this thread of the pool runs
+
 struct QueuedProcedure {
     std::function<void()> Procedure;
+    TaskHandle Task = 0;  // that waits for it
     bool Waited = false;
     bool Done = false;  // guarded by the queue's mutex
     std::exception_ptr Error;
@@ -75,7 +78,12 @@ public:
         WakeEventLoop();
     }
 
-    void DrainUntil(const std::function<bool()>& done) {
+    /// Main thread: whether a procedure is running that this task waits for.
+    bool IsRunningFor(TaskHandle task) const {
+        return std::find(FRunningFor.begin(), FRunningFor.end(), task) != FRunningFor.end();
+    }
+
+    void DrainUntil(const std::function<bool()>& done, std::chrono::milliseconds poll) {
         for (;;) {
             std::uint64_t seen;
             {
@@ -85,7 +93,7 @@ public:
             if (done()) return;
             if (RunOne()) continue;
             std::unique_lock lock(FMutex);
-            FArrived.wait(lock, [&] { return FWakeUps != seen || !FItems.empty(); });
+            FArrived.wait_for(lock, poll, [&] { return FWakeUps != seen || !FItems.empty(); });
         }
     }
 
@@ -114,6 +122,7 @@ private:
             item = std::move(FItems.front());
             FItems.pop_front();
         }
+        FRunningFor.push_back(item->Task);
         try {
             item->Procedure();
         } catch (...) {
@@ -122,6 +131,7 @@ private:
             else
                 LogEscaped("a procedure of the main thread");
         }
+        FRunningFor.pop_back();
         item->Procedure = nullptr;  // what it owns is freed here, on the main thread
         {
             std::lock_guard lock(FMutex);
@@ -146,6 +156,7 @@ private:
     std::condition_variable FArrived, FDone;
     std::deque<std::shared_ptr<QueuedProcedure>> FItems;  // guarded by FMutex
     std::uint64_t FWakeUps = 0;                           // guarded by FMutex
+    std::vector<TaskHandle> FRunningFor;                  // main thread only
     std::atomic<std::thread::id> FMainThread{};
     std::atomic<bool> FEventPosted{false};
 };
@@ -162,13 +173,16 @@ void RunInMainThread(std::function<void()> procedure, bool wait) {
     auto item = std::make_shared<QueuedProcedure>();
     item->Procedure = std::move(procedure);
     item->Waited = wait;
+    item->Task = wait ? CurrentTask : 0;
     queue.Post(item);
     if (!wait) return;
     queue.Wait(item);
     if (item->Error) std::rethrow_exception(item->Error);
 }
 
-void DrainMainThreadUntil(const std::function<bool()>& done) { MainThreadQueue::Instance().DrainUntil(done); }
+void DrainMainThreadUntil(const std::function<bool()>& done, std::chrono::milliseconds poll) {
+    MainThreadQueue::Instance().DrainUntil(done, poll);
+}
 
 void WakeMainThread() { MainThreadQueue::Instance().Wake(); }
 
@@ -222,6 +236,7 @@ public:
         }
         if (!wait) return;
         if (IsMainThread()) {
+            if (MainThreadQueue::Instance().IsRunningFor(handle)) return;
             DrainMainThreadUntil([&] {
                 std::lock_guard lock(FMutex);
                 return !FRunning.contains(handle);
@@ -235,11 +250,6 @@ public:
 private:
     template <class RunTask>
     void Work(RunTask runTask) {
-        // A peer that closes its socket must not end the process that lent us this thread.
-        sigset_t pipe;
-        sigemptyset(&pipe);
-        sigaddset(&pipe, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
         for (;;) {
             Job job;
             {
@@ -251,7 +261,9 @@ private:
                 job = std::move(FJobs.front());
                 FJobs.pop_front();
             }
+            CurrentTask = job.Handle;
             runTask(*job.Work);
+            CurrentTask = 0;
             {
                 std::lock_guard lock(FMutex);
                 FRunning[job.Handle] = nullptr;  // from here on nobody sets its flag any more
@@ -260,9 +272,11 @@ private:
             {
                 std::lock_guard lock(FMutex);
                 FRunning.erase(job.Handle);  // only now may a waiting owner free what the task used
+                // Under the lock, so that this thread touches nothing of the main thread's any more once the owner has
+                // seen the task's end.
+                WakeMainThread();
             }
             FEnded.notify_all();
-            WakeMainThread();
         }
     }
 

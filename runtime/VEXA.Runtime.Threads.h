@@ -30,8 +30,9 @@ VEXA_RUNTIME_API bool IsMainThread() noexcept;
 VEXA_RUNTIME_API void RunInMainThread(std::function<void()> procedure, bool wait);
 
 /// Main thread only: runs what is queued until `done` holds, sleeping while there is nothing to run.
-/// `done` is asked after every procedure and whenever WakeMainThread is called.
-VEXA_RUNTIME_API void DrainMainThreadUntil(const std::function<bool()>& done);
+/// `done` is asked after every procedure, whenever WakeMainThread is called, and at least every `poll`.
+VEXA_RUNTIME_API void DrainMainThreadUntil(const std::function<bool()>& done,
+                                           std::chrono::milliseconds poll = std::chrono::hours(1));
 VEXA_RUNTIME_API void WakeMainThread();
 
 /// Names one task given to the pool; 0 names none.
@@ -73,8 +74,9 @@ public:
     /// Starts `task` and returns its handle at once.
     static TaskHandle Run(std::unique_ptr<Task> task);
 
-    /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included). A handle
-    /// whose task has ended already, or 0, is no error.
+    /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included) and been
+    /// freed. A handle whose task has ended already, or 0, is no error. Inside a procedure that this very task waits for
+    /// (see RunInMainThread) the flag is all that can be set, and the call returns at once.
     static void Cancel(TaskHandle handle, bool wait);
 };
 

@@ -193,7 +193,7 @@ TEST_F(Program, SubscriptionsMoveToOtherAddressesAndProfiles) {
     EXPECT_EQ(Run("export " + list).Status, 0);
     EXPECT_EQ(Run("export").Out.toUtf8(), ReadWhole(list));
 
-    const TempFolder second;
+    const tests::TempFolder second;
     const auto inSecond = [&](const QString& words) { return RunWith("--profile " + second.Path() + ' ' + words); };
     QFile::remove(server.Folder.File("Two.xml"));
     const Result imported = inSecond("import " + list);
@@ -219,7 +219,7 @@ TEST_F(Program, WhatARefreshBringsIsDownloadedBeforeItEnds) {
 TEST_F(Program, ADownloadThatIsStoppedLeavesNoRecordAndUnlessKilledNoFile) {
     for (const int signalNumber : {SIGINT, SIGTERM, SIGKILL}) {
         const StallingServer server;
-        const TempFolder folder;
+        const tests::TempFolder folder;
         const QString feed = folder.File("long.xml"), file = Files.File("Long/long.mp3");
         WriteWhole(feed, ("<rss version='2.0'><channel><title>Long</title><item><enclosure url='" + server.Address +
                           "'/></item></channel></rss>")

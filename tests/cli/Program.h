@@ -52,7 +52,7 @@ public:
         FProgram.waitForFinished(kLongest);
     }
 
-    TempFolder Folder;
+    tests::TempFolder Folder;
     QString Address;
 
 private:
@@ -160,5 +160,5 @@ protected:
         }
     }
 
-    TempFolder Profile, Files;
+    tests::TempFolder Profile, Files;
 };

@@ -31,7 +31,7 @@ protected:
         }
     }
 
-    TempFolder Folder;
+    tests::TempFolder Folder;
     const QString File = Folder.File("Podcasts.db");
 };
 

@@ -48,7 +48,7 @@ protected:
         return files;
     }
 
-    TempFolder Folder;
+    tests::TempFolder Folder;
     const QString File = Folder.File("Podcasts.db");
     TPodcastsDB DB{File};
     PlainSqlite Other{File};

@@ -58,7 +58,7 @@ TEST(Opml, WhatIsNoListIsAnError) {
 }
 
 TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
-    const TempFolder folder;
+    const tests::TempFolder folder;
     const QString file = folder.File("Feed.XML");
     WriteWhole(file, "<rss version='2.0'><channel><title>T</title><item/></channel></rss>");
     EXPECT_EQ(NormalizedFeedLocation(" " + folder.Path() + u"/./Feed.XML "), file);

@@ -121,7 +121,7 @@ private:
 };
 
 TEST(Configuration, IsReadAndWrittenInItsOrdersWithItsDefaults) {
-    const TempFolder folder;
+    const tests::TempFolder folder;
     TPodcastClient client(folder.File("Podcasts.db"));
     LoggedConfig config;
     ReadPodcastConfig(config, client);
@@ -145,7 +145,7 @@ TEST(Configuration, IsReadAndWrittenInItsOrdersWithItsDefaults) {
                            "bool Podcasts\\MarkEpisodesListenedOnStartPlayback", "bool Podcasts\\ShowNotifications"}));
     EXPECT_EQ(config.Values["Podcasts\\CheckUpdatesLastTime"], "-2");
 
-    const TempFolder second;
+    const tests::TempFolder second;
     TPodcastClient reader(second.File("Podcasts.db"));
     ReadPodcastConfig(config, reader);
     EXPECT_EQ(reader.LastRefreshTime, 0xFFFFFFFE);

@@ -1,20 +1,24 @@
-// The main program of every test program: a main thread to run things on, and a home folder of its own.
+// The main function of every test program.
 
+#include "TempFolder.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <QCoreApplication>
-#include <QTemporaryDir>
+#include <QLoggingCategory>
 
 #include <gtest/gtest.h>
 
-int main(int argc, char* argv[]) {
+int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    const QTemporaryDir home;
-    if (!home.isValid()) return 1;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
-    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
-    const QCoreApplication application(argc, argv);
+    // The user's own folders, the trash and the music among them, are out of reach.
+    const tests::TempFolder home;
+    qputenv("HOME", QFile::encodeName(home.Path()));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(home.File(QStringLiteral("data"))));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.File(QStringLiteral("config"))));
+    qputenv("no_proxy", "*");
+    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false"));
+
+    QCoreApplication application(argc, argv);
     vexa::AttachMainThread();
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,23 @@
+#pragma once
+// Waiting for background work on the main thread, with its event loop running.
+
+#include <QCoreApplication>
+
+#include <chrono>
+#include <thread>
+
+namespace tests {
+
+/// Runs the event loop until `done` holds; false when that takes a minute.
+template <class Done>
+bool WaitUntil(Done done) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+}  // namespace tests
