@@ -193,6 +193,8 @@ void TPodcastsDB::EnumFeedSummaries(
 std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
     SqlBuilder sql("SELECT * FROM PodcastEpisodes WHERE ");
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
+    // Of several rows of a GUID the one written last has the audio address that is valid now.
+    if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
     const auto cursor = Query(sql);
     if (!cursor) return nullptr;
     auto episode = std::make_unique<TPodcastEpisode>();

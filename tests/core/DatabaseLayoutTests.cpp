@@ -32,7 +32,7 @@ protected:
     }
 
     tests::TempFolder Folder;
-    const QString File = Folder.File(u"Podcasts.db"_s);
+    const QString File = Folder.File("Podcasts.db");
 };
 
 TEST_F(DatabaseLayout, AFreshFileHasTheThreeTables) {
@@ -46,12 +46,12 @@ TEST_F(DatabaseLayout, AFreshFileHasTheThreeTables) {
          u"URI TEXT 0, FeedID INTEGER 0, GUID TEXT 0, Title TEXT 0, Description TEXT 0, "
          "Artist TEXT 0, URL TEXT 0, URLAudio TEXT 0, URLAudioCached TEXT 0, PublishDate DOUBLE 0, "
          "Duration DOUBLE 0, State INTEGER 0, Format TEXT 0"_s},
-        {"PodcastFeedLogos", u"ID INTEGER 0, Data BLOB 0"_s},
+        {"PodcastFeedLogos", "ID INTEGER 0, Data BLOB 0"},
     };
     for (const auto& [table, columns] : tables) {
         const QByteArray sql =
             QByteArray("SELECT name || ' ' || type || ' ' || pk FROM pragma_table_info('") + table + "')";
-        EXPECT_EQ(Rows(sql).join(u", "_s), columns);
+        EXPECT_EQ(Rows(sql).join(", "), columns);
     }
 }
 
@@ -60,11 +60,11 @@ TEST_F(DatabaseLayout, OneAddressIsOneRowOfAFeedAndAFeedsIdIsNeverGivenAgain) {
     PlainSqlite plain(File);
     for (const char* row : {"('u', 1, 'a')", "('u', 2, 'b')", "('u', 1, 'c')"})
         plain.Run(QByteArray("INSERT INTO PodcastEpisodes (URI, FeedID, GUID) VALUES ") + row);
-    EXPECT_EQ(plain.Rows("SELECT GUID FROM PodcastEpisodes ORDER BY GUID"), QStringList({u"b"_s, u"c"_s}));
+    EXPECT_EQ(plain.Rows("SELECT GUID FROM PodcastEpisodes ORDER BY GUID"), QStringList({"b", "c"}));
     plain.Run(
         "INSERT INTO PodcastFeeds (URLFeed) VALUES ('x'); DELETE FROM PodcastFeeds; INSERT INTO PodcastFeeds (URLFeed) "
         "VALUES ('y')");
-    EXPECT_EQ(plain.Rows("SELECT FeedID FROM PodcastFeeds"), QStringList(u"2"_s));
+    EXPECT_EQ(plain.Rows("SELECT FeedID FROM PodcastFeeds"), QStringList("2"));
 }
 
 TEST_F(DatabaseLayout, TheFirstLayoutIsUpgradedRowByRow) {
@@ -74,9 +74,9 @@ TEST_F(DatabaseLayout, TheFirstLayoutIsUpgradedRowByRow) {
            "INSERT INTO PodcastEpisodes VALUES (3, 'g2', NULL, NULL, NULL, NULL, 'a.ogg', NULL, NULL, NULL, NULL);");
     Open();
     EXPECT_EQ(Rows("SELECT * FROM PodcastEpisodes ORDER BY URI DESC"),
-              QStringList({u"podcast://h/time.mp3|3|g1|T|D|A|http://h/1|http://h/time.mp3|/f|45000.5|60.0|2|MP3"_s,
-                           u"a.ogg|3|g2|NULL|NULL|NULL|NULL|a.ogg|NULL|NULL|NULL|NULL|OGG"_s}));
-    EXPECT_EQ(Rows("SELECT Count(*) FROM sqlite_master WHERE name LIKE '%_old'"), QStringList(u"0"_s));
+              QStringList({"podcast://h/time.mp3|3|g1|T|D|A|http://h/1|http://h/time.mp3|/f|45000.5|60.0|2|MP3",
+                           "a.ogg|3|g2|NULL|NULL|NULL|NULL|a.ogg|NULL|NULL|NULL|NULL|OGG"}));
+    EXPECT_EQ(Rows("SELECT Count(*) FROM sqlite_master WHERE name LIKE '%_old'"), QStringList("0"));
 }
 
 TEST_F(DatabaseLayout, AddressesOfTheFirstLayoutThatMakeOneUriDoNotStopTheUpgrade) {
@@ -87,7 +87,7 @@ TEST_F(DatabaseLayout, AddressesOfTheFirstLayoutThatMakeOneUriDoNotStopTheUpgrad
            "'g', '');");
     Open();
     EXPECT_EQ(Rows("SELECT URI, FeedID FROM PodcastEpisodes ORDER BY URI, FeedID"),
-              QStringList({u"|1"_s, u"podcast://h/1.mp3|1"_s, u"podcast://h/1.mp3|2"_s, u"podcast://h/2.mp3|1"_s}));
+              QStringList({"|1", "podcast://h/1.mp3|1", "podcast://h/1.mp3|2", "podcast://h/2.mp3|1"}));
 }
 
 TEST_F(DatabaseLayout, TheSecondLayoutGainsAnEmptyFormat) {
@@ -98,19 +98,19 @@ TEST_F(DatabaseLayout, TheSecondLayoutGainsAnEmptyFormat) {
         "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, State) VALUES ('podcast://h/1', 1, 'g', 2);");
     Open();
     EXPECT_EQ(Rows("SELECT URI, FeedID, GUID, State, Format FROM PodcastEpisodes"),
-              QStringList(u"podcast://h/1|1|g|2|NULL"_s));
-    EXPECT_EQ(Rows("SELECT name FROM pragma_table_info('PodcastEpisodes')").last(), u"Format"_s);
+              QStringList("podcast://h/1|1|g|2|NULL"));
+    EXPECT_EQ(Rows("SELECT name FROM pragma_table_info('PodcastEpisodes')").last(), "Format");
 }
 
 TEST_F(DatabaseLayout, AnUpgradedFileHasEverythingThatAFreshOneHas) {
     Create(kFirstLayout);
     Open();
-    const QString fresh = Folder.File(u"Fresh.db"_s);
+    const QString fresh = Folder.File("Fresh.db");
     { TPodcastsDB db(fresh); }
     constexpr char objects[] =
         "SELECT type, name, tbl_name FROM sqlite_master WHERE name <> 'sqlite_sequence' ORDER BY name";
     EXPECT_EQ(Rows(objects), PlainSqlite(fresh).Rows(objects));
-    EXPECT_EQ(Rows("PRAGMA integrity_check"), QStringList(u"ok"_s));
+    EXPECT_EQ(Rows("PRAGMA integrity_check"), QStringList("ok"));
 }
 
 TEST_F(DatabaseLayout, AnUpgradeThatFailsLeavesTheFileAsItWas) {
@@ -192,7 +192,7 @@ TEST_F(DatabaseLayout, AFileOrFolderThatMayNotBeWrittenIsNamed) {
 
 TEST_F(DatabaseLayout, ManyOpenANewOrAnOldFileAtOnce) {
     for (int round = 0; round < 40; ++round) {
-        for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s}) QFile::remove(File + suffix);
+        for (const QString& suffix : QStringList{"", "-wal", "-shm"}) QFile::remove(File + suffix);
         if (round % 2)
             Create(QByteArray(kFirstLayout) +
                    "INSERT INTO PodcastEpisodes (ID, URLAudio) VALUES ('a', 'http://h/1.mp3')");
@@ -215,9 +215,9 @@ TEST_F(DatabaseLayout, WhileAnotherProgramWritesItIsReadAndAWriteSaysWhoIsInTheW
     PlainSqlite other(File);
     other.Run("BEGIN IMMEDIATE");
     TPodcastsDB db(File);
-    EXPECT_EQ(db.GetFeedID(u"http://h/"_s), -1);
+    EXPECT_EQ(db.GetFeedID("http://h/"), -1);
     TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = u"http://h/"_s;
+    feed.Fields[pffURLFeed] = "http://h/";
     try {
         db.AddOrUpdate(feed);
         ADD_FAILURE() << "two programs wrote at once";

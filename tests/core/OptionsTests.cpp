@@ -36,8 +36,8 @@ TEST_F(Options, AnnounceEachChangeOnceAndAnEqualValueNever) {
         [&] { Tested.SetCheckUpdatesOnStartup(true); },
         [&] { Tested.SetDownloadNewEpisodesAutomatically(true); },
         [&] { Tested.SetShowNotifications(false); },
-        [&] { Tested.SetCacheFileNameTemplate(u"/m/%feedtitle%"_s); },
-        [&] { Tested.SetCacheFileNameTemplate(u"/m/%FeedTitle%"_s); },
+        [&] { Tested.SetCacheFileNameTemplate("/m/%feedtitle%"); },
+        [&] { Tested.SetCacheFileNameTemplate("/m/%FeedTitle%"); },
     };
     for (const auto& change : changes) {
         Changes = 0;
@@ -56,7 +56,7 @@ TEST_F(Options, AssigningIsOneChangeAndOtherObjectsAreIgnored) {
     source.SetCheckUpdatesOnStartup(true);
     source.SetDownloadNewEpisodesAutomatically(true);
     source.SetShowNotifications(false);
-    source.SetCacheFileNameTemplate(u"/m/x"_s);
+    source.SetCacheFileNameTemplate("/m/x");
     source.MarkEpisodesListenedOnStartPlayback = false;
     Tested.Assign(source);
     EXPECT_EQ(Changes, 1);
@@ -64,7 +64,7 @@ TEST_F(Options, AssigningIsOneChangeAndOtherObjectsAreIgnored) {
     EXPECT_TRUE(Tested.CheckUpdatesOnStartup());
     EXPECT_TRUE(Tested.DownloadNewEpisodesAutomatically());
     EXPECT_FALSE(Tested.ShowNotifications());
-    EXPECT_EQ(Tested.CacheFileNameTemplate(), u"/m/x"_s);
+    EXPECT_EQ(Tested.CacheFileNameTemplate(), "/m/x");
     EXPECT_FALSE(Tested.MarkEpisodesListenedOnStartPlayback);
     Tested.Assign(source);
     EXPECT_EQ(Changes, 1);
@@ -96,15 +96,15 @@ TEST(UpdateTimer, ARefreshIsDueOnlyAfterTheIntervalAndTheCounterWraps) {
 class LoggedConfig final : public IPodcastConfig {
 public:
     int ReadInteger(const QString& key, int value) override {
-        return Read(u"int "_s, key, QString::number(value)).toInt();
+        return Read("int ", key, QString::number(value)).toInt();
     }
     bool ReadBool(const QString& key, bool value) override {
-        return Read(u"bool "_s, key, QString::number(value)) == u"1";
+        return Read("bool ", key, QString::number(value)) == u"1";
     }
-    QString ReadString(const QString& key, const QString& value) override { return Read(u"string "_s, key, value); }
-    void WriteInteger(const QString& key, int value) override { Write(u"int "_s, key, QString::number(value)); }
-    void WriteBool(const QString& key, bool value) override { Write(u"bool "_s, key, QString::number(value)); }
-    void WriteString(const QString& key, const QString& value) override { Write(u"string "_s, key, value); }
+    QString ReadString(const QString& key, const QString& value) override { return Read("string ", key, value); }
+    void WriteInteger(const QString& key, int value) override { Write("int ", key, QString::number(value)); }
+    void WriteBool(const QString& key, bool value) override { Write("bool ", key, QString::number(value)); }
+    void WriteString(const QString& key, const QString& value) override { Write("string ", key, value); }
 
     QStringList Log;
     std::map<QString, QString> Values;
@@ -122,39 +122,38 @@ private:
 
 TEST(Configuration, IsReadAndWrittenInItsOrdersWithItsDefaults) {
     const tests::TempFolder folder;
-    TPodcastClient client(folder.File(u"Podcasts.db"_s));
+    TPodcastClient client(folder.File("Podcasts.db"));
     LoggedConfig config;
     ReadPodcastConfig(config, client);
-    EXPECT_EQ(config.Log, QStringList({u"int Podcasts\\CheckUpdatesLastTime=0"_s,
-                                       u"string Podcasts\\CacheFileNameTemplate="_s +
-                                           TPodcastClientOptions::GetDefaultCacheFileNameTemplate(),
-                                       u"int Podcasts\\CheckUpdates=2"_s, u"bool Podcasts\\CheckUpdatesOnStartup=0"_s,
-                                       u"bool Podcasts\\DownloadNewEpisodesAutomatically=0"_s,
-                                       u"bool Podcasts\\ShowNotifications=1"_s,
-                                       u"bool Podcasts\\MarkEpisodesListenedOnStartPlayback=1"_s}));
+    EXPECT_EQ(config.Log,
+              QStringList(
+                  {"int Podcasts\\CheckUpdatesLastTime=0",
+                   "string Podcasts\\CacheFileNameTemplate=" + TPodcastClientOptions::GetDefaultCacheFileNameTemplate(),
+                   "int Podcasts\\CheckUpdates=2", "bool Podcasts\\CheckUpdatesOnStartup=0",
+                   "bool Podcasts\\DownloadNewEpisodesAutomatically=0", "bool Podcasts\\ShowNotifications=1",
+                   "bool Podcasts\\MarkEpisodesListenedOnStartPlayback=1"}));
     config.Log.clear();
     client.LastRefreshTime = 0xFFFFFFFE;
     client.Options().SetCheckUpdates(3);
     client.Options().SetShowNotifications(false);
-    client.Options().SetCacheFileNameTemplate(u"/m/x"_s);
+    client.Options().SetCacheFileNameTemplate("/m/x");
     WritePodcastConfig(config, client);
-    EXPECT_EQ(
-        config.Log,
-        QStringList({u"string Podcasts\\CacheFileNameTemplate"_s, u"int Podcasts\\CheckUpdates"_s,
-                     u"int Podcasts\\CheckUpdatesLastTime"_s, u"bool Podcasts\\CheckUpdatesOnStartup"_s,
-                     u"bool Podcasts\\DownloadNewEpisodesAutomatically"_s,
-                     u"bool Podcasts\\MarkEpisodesListenedOnStartPlayback"_s, u"bool Podcasts\\ShowNotifications"_s}));
-    EXPECT_EQ(config.Values[u"Podcasts\\CheckUpdatesLastTime"_s], u"-2"_s);
+    EXPECT_EQ(config.Log,
+              QStringList({"string Podcasts\\CacheFileNameTemplate", "int Podcasts\\CheckUpdates",
+                           "int Podcasts\\CheckUpdatesLastTime", "bool Podcasts\\CheckUpdatesOnStartup",
+                           "bool Podcasts\\DownloadNewEpisodesAutomatically",
+                           "bool Podcasts\\MarkEpisodesListenedOnStartPlayback", "bool Podcasts\\ShowNotifications"}));
+    EXPECT_EQ(config.Values["Podcasts\\CheckUpdatesLastTime"], "-2");
 
     const tests::TempFolder second;
-    TPodcastClient reader(second.File(u"Podcasts.db"_s));
+    TPodcastClient reader(second.File("Podcasts.db"));
     ReadPodcastConfig(config, reader);
     EXPECT_EQ(reader.LastRefreshTime, 0xFFFFFFFE);
     EXPECT_EQ(reader.Options().CheckUpdates(), 3);
     EXPECT_FALSE(reader.Options().ShowNotifications());
-    EXPECT_EQ(reader.Options().CacheFileNameTemplate(), u"/m/x"_s);
+    EXPECT_EQ(reader.Options().CacheFileNameTemplate(), "/m/x");
     EXPECT_TRUE(reader.UpdateTimer().IsEnabled());
-    config.Values[u"Podcasts\\CheckUpdates"_s] = u"256"_s;  // only the low byte counts
+    config.Values["Podcasts\\CheckUpdates"] = "256";  // only the low byte counts
     ReadPodcastConfig(config, reader);
     EXPECT_EQ(reader.Options().CheckUpdates(), 0);
     EXPECT_FALSE(reader.UpdateTimer().IsEnabled());
@@ -168,30 +167,30 @@ QStringList PopAll(TPodcastClientQueue& queue) {
 
 TEST(Queue, HandsOutTheLastFirstAndTakesTextsThatDifferInCaseForOne) {
     TPodcastClientQueue queue;
-    queue.Add(QStringList({u"A"_s, u"Жук"_s, u"C"_s, u"a"_s}));
-    queue.Add(u"жУК"_s);
-    queue.Add(u"ss"_s);
-    queue.Add(u"ß"_s);
-    EXPECT_EQ(queue.Items(), QStringList({u"A"_s, u"Жук"_s, u"C"_s, u"ss"_s, u"ß"_s}));
+    queue.Add(QStringList({"A", "Жук", "C", "a"}));
+    queue.Add("жУК");
+    queue.Add("ss");
+    queue.Add("ß");
+    EXPECT_EQ(queue.Items(), QStringList({"A", "Жук", "C", "ss", "ß"}));
     QString item;
     EXPECT_TRUE(queue.Peek(item));
-    EXPECT_EQ(item, u"ß"_s);
-    EXPECT_EQ(PopAll(queue), QStringList({u"ß"_s, u"ss"_s, u"C"_s, u"Жук"_s, u"A"_s}));
-    item = u"kept"_s;
+    EXPECT_EQ(item, "ß");
+    EXPECT_EQ(PopAll(queue), QStringList({"ß", "ss", "C", "Жук", "A"}));
+    item = "kept";
     EXPECT_FALSE(queue.Pop(item));
-    EXPECT_EQ(item, u""_s);
-    queue.Add(u"a"_s);  // what was taken may come again
-    EXPECT_EQ(PopAll(queue), QStringList(u"a"_s));
+    EXPECT_EQ(item, "");
+    queue.Add("a");  // what was taken may come again
+    EXPECT_EQ(PopAll(queue), QStringList("a"));
 }
 
 TEST(Queue, RemovesAnItemInAnyCaseAndClears) {
     TPodcastClientQueue queue;
-    queue.Add(QStringList({u"one"_s, u"ÄPFEL"_s, u"three"_s}));
-    queue.Remove(u"äpfel"_s);
-    queue.Remove(u"four"_s);
-    EXPECT_EQ(queue.Items(), QStringList({u"one"_s, u"three"_s}));
-    queue.Add(u"Äpfel"_s);
-    EXPECT_EQ(queue.Items().last(), u"Äpfel"_s);
+    queue.Add(QStringList({"one", "ÄPFEL", "three"}));
+    queue.Remove("äpfel");
+    queue.Remove("four");
+    EXPECT_EQ(queue.Items(), QStringList({"one", "three"}));
+    queue.Add("Äpfel");
+    EXPECT_EQ(queue.Items().last(), "Äpfel");
     {
         const std::lock_guard lock(queue);  // reentrant
         queue.Clear();

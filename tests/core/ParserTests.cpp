@@ -47,19 +47,19 @@ TEST(Parsers, EachElementOfAChannelFillsItsFieldAndTheLaterOneWins) {
         QByteArray Inner;
         QString Value;
     } const cases[] = {
-        {pffAuthor, "<itunes:author>A</itunes:author><author>no</author>", u"A"_s},
-        {pffCategory, "<category>1</category><itunes:category text='2'/>", u"2"_s},
-        {pffCategory, "<itunes:category text='2'/><category>1</category>", u"1"_s},
-        {pffCategory, "<itunes:category text='Arts'><itunes:category text='Books'/></itunes:category>", u"Arts"_s},
-        {pffCopyright, "<copyright>C</copyright>", u"C"_s},
-        {pffDescription, "<description> <![CDATA[<b>1</b>]]>&amp;2</description>", u" <b>1</b>&2"_s},
-        {pffKeywords, "<itunes:keywords>a, b</itunes:keywords>", u"a, b"_s},
-        {pffLanguage, "<language>de</language>", u"de"_s},
-        {pffTitle, "<title>one</title><title>two</title>", u"two"_s},
-        {pffTitle, "<title>one</title><Title>two</Title><image><title>three</title></image>", u"one"_s},
-        {pffURL, "<link>http://h/</link><atom:link href='http://no/'/>", u"http://h/"_s},
-        {pffURLFeed, "<atom:link rel='self' href='http://h/feed'/><url>x</url>", u""_s},
-        {pffURLLogo, "<itunes:image href='http://h/l.png'/><image><url>http://no/</url></image>", u"http://h/l.png"_s},
+        {pffAuthor, "<itunes:author>A</itunes:author><author>no</author>", "A"},
+        {pffCategory, "<category>1</category><itunes:category text='2'/>", "2"},
+        {pffCategory, "<itunes:category text='2'/><category>1</category>", "1"},
+        {pffCategory, "<itunes:category text='Arts'><itunes:category text='Books'/></itunes:category>", "Arts"},
+        {pffCopyright, "<copyright>C</copyright>", "C"},
+        {pffDescription, "<description> <![CDATA[<b>1</b>]]>&amp;2</description>", " <b>1</b>&2"},
+        {pffKeywords, "<itunes:keywords>a, b</itunes:keywords>", "a, b"},
+        {pffLanguage, "<language>de</language>", "de"},
+        {pffTitle, "<title>one</title><title>two</title>", "two"},
+        {pffTitle, "<title>one</title><Title>two</Title><image><title>three</title></image>", "one"},
+        {pffURL, "<link>http://h/</link><atom:link href='http://no/'/>", "http://h/"},
+        {pffURLFeed, "<atom:link rel='self' href='http://h/feed'/><url>x</url>", ""},
+        {pffURLLogo, "<itunes:image href='http://h/l.png'/><image><url>http://no/</url></image>", "http://h/l.png"},
     };
     for (const auto& [field, inner, value] : cases) {
         const auto feed = ParseChannel(inner);
@@ -77,17 +77,17 @@ struct EpisodeCase {
 
 TEST(Parsers, EachElementOfAnItemFillsItsField) {
     const EpisodeCase cases[] = {
-        {pefArtist, "<itunes:author>A</itunes:author><author>no</author>", u"A"_s},
-        {pefDescription, "<description>1</description><itunes:summary>2</itunes:summary>", u"2"_s},
-        {pefDescription, "<itunes:summary>2</itunes:summary><description>1</description>", u"1"_s},
-        {pefDescription, "<description>1</description><content:encoded>no</content:encoded>", u"1"_s},
-        {pefGUID, "<guid isPermaLink='false'> g </guid>", u" g "_s},
-        {pefTitle, "<title>a</title><itunes:title>no</itunes:title>", u"a"_s},
-        {pefURL, "<link>http://h/1</link>", u"http://h/1"_s},
-        {pefURLAudio, "<enclosure url='http://h/1.mp3'/><enclosure url='http://h/2.mp3'/>", u"http://h/1.mp3"_s},
-        {pefURLAudio, "<enclosure/><enclosure url='http://h/2.mp3'/>", u"http://h/2.mp3"_s},
-        {pefURLAudio, "<media:content url='http://no/'/>", u""_s},
-        {pefURLAudioCached, "<URLAudioCached>no</URLAudioCached>", u""_s},
+        {pefArtist, "<itunes:author>A</itunes:author><author>no</author>", "A"},
+        {pefDescription, "<description>1</description><itunes:summary>2</itunes:summary>", "2"},
+        {pefDescription, "<itunes:summary>2</itunes:summary><description>1</description>", "1"},
+        {pefDescription, "<description>1</description><content:encoded>no</content:encoded>", "1"},
+        {pefGUID, "<guid isPermaLink='false'> g </guid>", " g "},
+        {pefTitle, "<title>a</title><itunes:title>no</itunes:title>", "a"},
+        {pefURL, "<link>http://h/1</link>", "http://h/1"},
+        {pefURLAudio, "<enclosure url='http://h/1.mp3'/><enclosure url='http://h/2.mp3'/>", "http://h/1.mp3"},
+        {pefURLAudio, "<enclosure/><enclosure url='http://h/2.mp3'/>", "http://h/2.mp3"},
+        {pefURLAudio, "<media:content url='http://no/'/>", ""},
+        {pefURLAudioCached, "<URLAudioCached>no</URLAudioCached>", ""},
     };
     for (const auto& [field, inner, value] : cases) {
         const auto feed = ParseChannel("<item>" + inner + "</item>");
@@ -100,14 +100,14 @@ TEST(Parsers, EachElementOfAnItemFillsItsField) {
 
 TEST(Parsers, EachElementOfAStoreEntryFillsItsField) {
     const EpisodeCase cases[] = {
-        {pefArtist, "<im:artist>A</im:artist>", u"A"_s},
-        {pefTitle, "<im:name>1</im:name><title>2</title>", u"2"_s},
-        {pefTitle, "<title>2</title><im:name>1</im:name>", u"1"_s},
-        {pefGUID, "<id>i</id><guid>no</guid>", u"i"_s},
-        {pefURL, "<link rel='alternate' href='http://h/1'/><link rel='Alternate' href='http://no/'/>", u"http://h/1"_s},
+        {pefArtist, "<im:artist>A</im:artist>", "A"},
+        {pefTitle, "<im:name>1</im:name><title>2</title>", "2"},
+        {pefTitle, "<title>2</title><im:name>1</im:name>", "1"},
+        {pefGUID, "<id>i</id><guid>no</guid>", "i"},
+        {pefURL, "<link rel='alternate' href='http://h/1'/><link rel='Alternate' href='http://no/'/>", "http://h/1"},
         {pefURLAudio, "<link rel='enclosure' href='http://h/1.m4a'/><link rel='enclosure' href='http://h/2.m4a'/>",
-         u"http://h/1.m4a"_s},
-        {pefURLAudio, "<link href='http://no/'/>", u""_s},
+         "http://h/1.m4a"},
+        {pefURLAudio, "<link href='http://no/'/>", ""},
     };
     for (const auto& [field, inner, value] : cases) {
         const auto feed = ParseStore("<entry>" + inner + "</entry>");
@@ -122,8 +122,7 @@ TEST(Parsers, AStoreFeedFillsItsFieldsAndTheFirstEnclosureGivesTheDuration) {
         "<updated>2024-05-17T11:05:00+02:00</updated>"
         "<link rel='enclosure' href='http://h/1'><im:duration>1500</im:duration></link>"
         "<link rel='enclosure' href='http://h/2'><im:duration>9000</im:duration></link></entry>");
-    const std::array<QString, kFeedFieldCount> fields = {u"N"_s,  u""_s,  u"R"_s, u""_s, u""_s,
-                                                         u"en"_s, u"T"_s, u"L"_s, u""_s, u"I"_s};
+    const std::array<QString, kFeedFieldCount> fields = {"N", "", "R", "", "", "en", "T", "L", "", "I"};
     EXPECT_EQ(feed->Fields, fields);
     EXPECT_EQ(feed->Episodes(0).Duration, 1.5F);
     EXPECT_DOUBLE_EQ(feed->Episodes(0).PublishDate, 45429 + (9 * 60 + 5) / 1440.0);
@@ -157,9 +156,9 @@ TEST(Parsers, ADurationIsOneTwoOrThreeNumbers) {
 
 TEST(Parsers, AnEpisodeWithoutGuidGetsTheDigestOfDateAndTitle) {
     const std::pair<QByteArray, QString> cases[] = {
-        {"", u"879815e13386d57d574d1104152eb34b"_s},
+        {"", "879815e13386d57d574d1104152eb34b"},
         {"<guid></guid><pubDate>Fri, 17 May 2024 11:05:03 +0200</pubDate><title>Äpfel</title>",
-         u"5666e79eebc434ac544dfc911e224f4c"_s},
+         "5666e79eebc434ac544dfc911e224f4c"},
     };
     for (const auto& [inner, guid] : cases) {
         EXPECT_EQ(ParseChannel("<item>" + inner + "</item>")->Episodes(0).Fields[pefGUID], guid);
