@@ -45,6 +45,7 @@ template class OutcomeReporter<TPodcastRefreshOutcome>;
 template class OutcomeReporter<TPodcastDownloadOutcome>;
 
 QString RefreshReporter::SuccessText(const TPodcastRefreshOutcome& outcome) {
+    if (outcome.IsUnsubscribed) return OneLine(outcome.FeedURL) + u": unsubscribed meanwhile";
     const auto feed = FSession.DB().GetFeed(outcome.FeedURL, false);
     const QString title = OneLine(feed ? feed->Fields[pffTitle] : QString());
     const auto count = outcome.NewEpisodes.size();

@@ -199,7 +199,7 @@ namespace {
 template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {
-        Outcome outcome{item, {}, {}, false};
+        Outcome outcome{item, {}, {}};
         outcome.Error = QStringLiteral("not done: the work was stopped before");
         outcome.IsDropped = true;
         outcomes.Add(std::move(outcome));

@@ -49,7 +49,7 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
 void TPodcastClientTaskDownloadEpisodes::Execute() {
     QString key;
     while (!IsCancelled() && FClient.DownloadQueue().Pop(key)) {
-        TPodcastDownloadOutcome outcome{key, {}, {}, false};
+        TPodcastDownloadOutcome outcome{key, {}, {}};
         try {
             Download download;
             download.EpisodeKey = key;

@@ -9,7 +9,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
     QString feedURL;
     while (!IsCancelled() && FClient.RefreshQueue().Pop(feedURL)) {
         vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
-        TPodcastRefreshOutcome outcome{feedURL, {}, {}, false};
+        TPodcastRefreshOutcome outcome{feedURL, {}, {}};
         try {
             Refresh(feedURL, fetcher, outcome);
         } catch (const std::exception& error) {
@@ -53,7 +53,7 @@ void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, TPodcastRefre
     // unsubscription of another thread or process can come before or after, never in between.
     db.RunInTransaction([&] {
         if (!FClient.IsSubscribed(feed.Fields[pffURLFeed])) {
-            outcome.Error = QStringLiteral("unsubscribed meanwhile");
+            outcome.IsUnsubscribed = true;
             return;
         }
         const int id = db.GetFeedID(feed.Fields[pffURLFeed]);

@@ -112,6 +112,7 @@ struct TPodcastRefreshOutcome {
     QStringList NewEpisodes;  // keys
     QString Error;            // why it failed; empty when it did not
     bool IsDropped = false;   // the task was stopped before its turn came
+    bool IsUnsubscribed = false;  // while its document was on its way: nothing was stored
 };
 
 /// What happened to one episode of the last downloads.
