@@ -1,16 +1,15 @@
 #include "Arguments.h"
 
-#include <algorithm>
-
 #include "VEXA.Runtime.Files.h"
+
+#include <algorithm>
 
 namespace podcasts::cli {
 
 namespace {
 
 const std::vector<Option> kGlobalOptions = {
-    {QStringLiteral("--profile"), QStringLiteral("DIR"),
-     QStringLiteral("folder of Podcasts.db and Settings.ini")},
+    {QStringLiteral("--profile"), QStringLiteral("DIR"), QStringLiteral("folder of Podcasts.db and Settings.ini")},
     {QStringLiteral("--json"), {}, QStringLiteral("print one JSON document on standard output")},
     {QStringLiteral("--help"), {}, QStringLiteral("show help, also after a command")},
     {QStringLiteral("--version"), {}, QStringLiteral("show the version")},
@@ -31,7 +30,9 @@ QString WithPlaceholder(const Option& option) {
     return option.Placeholder.isEmpty() ? option.Name : option.Name + u' ' + option.Placeholder;
 }
 
-QString Row(const QString& left, const QString& right) { return u"  " + left.leftJustified(26) + u' ' + right + u'\n'; }
+QString Row(const QString& left, const QString& right) {
+    return u"  " + left.leftJustified(26) + u' ' + right + u'\n';
+}
 
 void CheckOperands(const Command& command, const Arguments& given) {
     const auto count = given.Operands.size();
@@ -58,19 +59,21 @@ Invocation ParseArguments(const QStringList& words) {
     // The command decides which options take a value, so find it first: the first word that is neither an option nor
     // the value of a global one.
     for (qsizetype i = 0; i < words.size() && !invocation.Chosen; ++i) {
-        if (words[i] == u"--profile") ++i;
+        if (words[i] == u"--profile")
+            ++i;
         else if (!words[i].startsWith(u'-')) {
             invocation.Chosen = FindCommand(words[i]);
-            if (!invocation.Chosen)
-                throw UsageError(u"there is no command \"" + words[i] + u"\"; see podcasts --help");
+            if (!invocation.Chosen) throw UsageError(u"there is no command \"" + words[i] + u"\"; see podcasts --help");
         }
     }
     bool commandSeen = false;
     for (qsizetype i = 0; i < words.size(); ++i) {
         const QString& word = words[i];
         if (onlyOperands || !word.startsWith(u'-') || word == u"-") {
-            if (!commandSeen) commandSeen = true;  // the command's own name
-            else invocation.Given.Operands += word;
+            if (!commandSeen)
+                commandSeen = true;  // the command's own name
+            else
+                invocation.Given.Operands += word;
             continue;
         }
         if (word == u"--") {
@@ -91,11 +94,16 @@ Invocation ParseArguments(const QStringList& words) {
         } else {
             throw UsageError(name + u" needs a value: " + WithPlaceholder(*option));
         }
-        if (name == u"--profile") invocation.Profile = value;
-        else if (name == u"--json") invocation.Given.Json = true;
-        else if (name == u"--help") invocation.WantsHelp = true;
-        else if (name == u"--version") invocation.WantsVersion = true;
-        else invocation.Given.Options[name] = value;
+        if (name == u"--profile")
+            invocation.Profile = value;
+        else if (name == u"--json")
+            invocation.Given.Json = true;
+        else if (name == u"--help")
+            invocation.WantsHelp = true;
+        else if (name == u"--version")
+            invocation.WantsVersion = true;
+        else
+            invocation.Given.Options[name] = value;
     }
     if (invocation.WantsHelp || invocation.WantsVersion) return invocation;
     if (!invocation.Chosen) throw UsageError(QStringLiteral("say what to do; see podcasts --help"));
@@ -118,9 +126,10 @@ QString HelpText(const Command* command) {
     }
     text += u"\nGlobal options, before or after the command:\n";
     for (const Option& option : kGlobalOptions) text += Row(WithPlaceholder(option), option.Help);
-    text += u"\nFEED is a feed's address or its id; KEY is what \"podcasts episodes\" prints, or an episode's podcast://\n"
-            u"address; \"-\" reads keys from standard input. Without --profile the folder is\n" +
-            vexa::DefaultProfileFolder() + u".\nExit status: 0 done, 1 something failed, 2 wrong usage.\n";
+    text +=
+        u"\nFEED is a feed's address or its id; KEY is what \"podcasts episodes\" prints, or an episode's podcast://\n"
+        u"address; \"-\" reads keys from standard input. Without --profile the folder is\n" +
+        vexa::DefaultProfileFolder() + u".\nExit status: 0 done, 1 something failed, 2 wrong usage.\n";
     return text;
 }
 

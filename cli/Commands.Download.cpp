@@ -1,9 +1,10 @@
+#include "Commands.h"
+
+#include "Reporters.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
-
-#include "Commands.h"
-#include "Reporters.h"
 
 namespace podcasts::cli {
 

@@ -1,16 +1,19 @@
-#include <QDateTime>
-#include <QFile>
-
 #include "Commands.h"
+
 #include "ShowNotes.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Files.h"
+
+#include <QDateTime>
+#include <QFile>
 
 namespace podcasts::cli {
 
 namespace {
 
-QJsonValue NullIfEmpty(const QString& text) { return text.isEmpty() ? QJsonValue() : QJsonValue(text); }
+QJsonValue NullIfEmpty(const QString& text) {
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
 
 QJsonObject ToJson(Session& session, const TPodcastEpisode& episode) {
     const auto& fields = episode.Fields;
@@ -31,7 +34,8 @@ QJsonObject ToJson(Session& session, const TPodcastEpisode& episode) {
 
 TPodcastEpisodeFilter FilterOf(const Arguments& arguments) {
     TPodcastEpisodeFilter filter;
-    if (arguments.Has(QStringLiteral("--state"))) filter.State = ReadState(arguments.Options.at(QStringLiteral("--state")));
+    if (arguments.Has(QStringLiteral("--state")))
+        filter.State = ReadState(arguments.Options.at(QStringLiteral("--state")));
     if (arguments.Has(QStringLiteral("--search"))) filter.Search = arguments.Options.at(QStringLiteral("--search"));
     filter.Limit = arguments.Number(QStringLiteral("--limit")).value_or(-1);
     filter.Offset = arguments.Number(QStringLiteral("--offset")).value_or(0);
@@ -40,7 +44,9 @@ TPodcastEpisodeFilter FilterOf(const Arguments& arguments) {
 
 }  // namespace
 
-void CheckEpisodes(const Arguments& arguments) { FilterOf(arguments); }
+void CheckEpisodes(const Arguments& arguments) {
+    FilterOf(arguments);
+}
 
 int RunEpisodes(Session& session, const Arguments& arguments) {
     TPodcastEpisodeFilter filter = FilterOf(arguments);
@@ -51,8 +57,10 @@ int RunEpisodes(Session& session, const Arguments& arguments) {
     }
     JsonArrayPrinter json(session.Out());
     session.DB().EnumEpisodes(filter, [&](const TPodcastEpisode& episode, const QString& feedName) {
-        if (arguments.Json) json.Add(ToJson(session, episode));
-        else session.Out().PrintLine(session.EpisodeLine(episode, filter.FeedID > 0 ? QString() : feedName));
+        if (arguments.Json)
+            json.Add(ToJson(session, episode));
+        else
+            session.Out().PrintLine(session.EpisodeLine(episode, filter.FeedID > 0 ? QString() : feedName));
     });
     if (arguments.Json) json.End();
     return kDone;
@@ -92,7 +100,9 @@ int RunShow(Session& session, const Arguments& arguments) {
     return kDone;
 }
 
-void CheckMark(const Arguments& arguments) { ReadState(arguments.Operands.first()); }
+void CheckMark(const Arguments& arguments) {
+    ReadState(arguments.Operands.first());
+}
 
 int RunMark(Session& session, const Arguments& arguments) {
     const TPodcastEpisodeState state = ReadState(arguments.Operands.first());
@@ -117,7 +127,8 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
             continue;
         }
         // It stays, and so does its record: the next attempt finds it again.
-        const QString reason = isPermanent ? file.errorString() : QStringLiteral("there is no trash for it (see --permanently)");
+        const QString reason =
+            isPermanent ? file.errorString() : QStringLiteral("there is no trash for it (see --permanently)");
         session.Out().Complain(u"cannot delete " + fileName + u": " + reason);
         ++failures;
     }
@@ -126,8 +137,10 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
 
 int RunCheckFiles(Session& session, const Arguments&) {
     const int reset = session.Client().CheckLocalCopies();
-    session.Out().PrintLine(reset == 0 ? QStringLiteral("every downloaded file is there")
-                                       : QString(QString::number(reset) + (reset == 1 ? u" episode has lost its file" : u" episodes have lost their files")));
+    session.Out().PrintLine(reset == 0
+                                ? QStringLiteral("every downloaded file is there")
+                                : QString(QString::number(reset) + (reset == 1 ? u" episode has lost its file"
+                                                                               : u" episodes have lost their files")));
     return kDone;
 }
 

@@ -1,11 +1,12 @@
-#include <QDateTime>
-#include <QFile>
-#include <QSaveFile>
-
 #include "Commands.h"
+
 #include "Podcasts.Core.Subscribing.h"
 #include "Reporters.h"
 #include "VEXA.Runtime.Text.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QSaveFile>
 
 namespace podcasts::cli {
 
@@ -15,7 +16,9 @@ QString Plural(qint64 count, const QString& singular, const QString& plural) {
     return QString::number(count) + u' ' + (count == 1 ? singular : plural);
 }
 
-QString Episodes(qint64 count) { return Plural(count, QStringLiteral("episode"), QStringLiteral("episodes")); }
+QString Episodes(qint64 count) {
+    return Plural(count, QStringLiteral("episode"), QStringLiteral("episodes"));
+}
 
 QString TitleOr(const QString& title, const QString& address) {
     const QString line = OneLine(title);
@@ -36,8 +39,10 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
                 session.Out().PrintLine(u"subscribed to " + title + u": " + Episodes(result.EpisodeCount));
             } else if (result.What == Result::AlreadySubscribed) {
                 const QString said = u"already subscribed to " + title + u" (" + result.Location + u")";
-                if (alreadyFails) session.Out().Complain(said);
-                else session.Out().PrintLine(said);
+                if (alreadyFails)
+                    session.Out().Complain(said);
+                else
+                    session.Out().PrintLine(said);
                 if (alreadyFails) status = kFailed;
             } else {
                 session.Out().Complain(u"cannot read the feed " + result.Location + u": " + result.Error);
@@ -50,12 +55,15 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
 
 }  // namespace
 
-int RunSubscribe(Session& session, const Arguments& arguments) { return Subscribe(session, arguments.Operands, true); }
+int RunSubscribe(Session& session, const Arguments& arguments) {
+    return Subscribe(session, arguments.Operands, true);
+}
 
 int RunImport(Session& session, const Arguments& arguments) {
     QFile file(arguments.Operands.first());
     if (!file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("cannot read " + file.fileName().toStdString() + ": " + file.errorString().toStdString());
+        throw std::runtime_error("cannot read " + file.fileName().toStdString() + ": " +
+                                 file.errorString().toStdString());
     QStringList locations;
     try {
         for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
@@ -75,7 +83,8 @@ int RunExport(Session& session, const Arguments& arguments) {
     }
     QSaveFile file(arguments.Operands.first());
     if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
-        throw std::runtime_error("cannot write " + file.fileName().toStdString() + ": " + file.errorString().toStdString());
+        throw std::runtime_error("cannot write " + file.fileName().toStdString() + ": " +
+                                 file.errorString().toStdString());
     return kDone;
 }
 
@@ -114,8 +123,10 @@ int RunFeeds(Session& session, const Arguments& arguments) {
         int New, Postponed, Episodes;
     };
     std::vector<Row> rows;
-    session.DB().EnumFeedSummaries([&](int id, const QString& address, const QString& title, int newCount, int postponed,
-                                       int episodes) { rows.push_back({id, title, address, newCount, postponed, episodes}); });
+    session.DB().EnumFeedSummaries(
+        [&](int id, const QString& address, const QString& title, int newCount, int postponed, int episodes) {
+            rows.push_back({id, title, address, newCount, postponed, episodes});
+        });
     if (arguments.Json) {
         JsonArrayPrinter json(session.Out());
         for (const Row& row : rows) {
@@ -135,7 +146,8 @@ int RunFeeds(Session& session, const Arguments& arguments) {
     }
     constexpr int kWidestTitle = 40;
     int widest = 5;
-    for (const Row& row : rows) widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kWidestTitle));
+    for (const Row& row : rows)
+        widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kWidestTitle));
     const auto line = [&](const QString& id, const QString& title, const QString& newCount, const QString& postponed,
                           const QString& episodes, const QString& address) {
         session.Out().PrintLine(id.rightJustified(4) + u"  " + InColumns(OneLine(title), widest) + u"  " +

@@ -1,8 +1,8 @@
+#include "Commands.h"
+
 #include <QDir>
 
 #include <map>
-
-#include "Commands.h"
 
 namespace podcasts::cli {
 
@@ -42,12 +42,15 @@ bool ReadSwitch(const QString& name, const QString& value) {
 
 void Change(SettingsConfig& config, const TPodcastConfigKey& key, const QString& value) {
     switch (key.Type) {
-        case TPodcastConfigKey::Kind::Bool: config.WriteBool(key.KeyPath(), ReadSwitch(key.Name(), value)); break;
+        case TPodcastConfigKey::Kind::Bool:
+            config.WriteBool(key.KeyPath(), ReadSwitch(key.Name(), value));
+            break;
         case TPodcastConfigKey::Kind::Integer: {
             bool isNumber = false;
             const int number = value.toInt(&isNumber);
             if (!isNumber || number < 0 || number >= static_cast<int>(kUpdateIntervals.size()))
-                throw UsageError(key.Name() + u" is 0 (never), 1 (hourly), 2 (daily) or 3 (weekly), not \"" + value + u'"');
+                throw UsageError(key.Name() + u" is 0 (never), 1 (hourly), 2 (daily) or 3 (weekly), not \"" + value +
+                                 u'"');
             config.WriteInteger(key.KeyPath(), number);
             break;
         }

@@ -1,9 +1,10 @@
+#include "Commands.h"
+
+#include "Reporters.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
-
-#include "Commands.h"
-#include "Reporters.h"
 
 namespace podcasts::cli {
 
@@ -28,11 +29,14 @@ void ListNewEpisodes(Session& session, const QStringList& keys) {
 /// The feeds asked for, all when none is named; complains about those that there are not.
 QStringList ChosenFeeds(Session& session, const QStringList& feeds, bool& hasUnknown) {
     QStringList addresses;
-    if (feeds.isEmpty()) session.DB().EnumFeeds([&](const QString& address, const QString&, int) { addresses += address; });
+    if (feeds.isEmpty())
+        session.DB().EnumFeeds([&](const QString& address, const QString&, int) { addresses += address; });
     for (const QString& feed : feeds) {
         const QString address = session.FindFeed(feed);
-        if (address.isEmpty()) hasUnknown = true;
-        else addresses += address;
+        if (address.isEmpty())
+            hasUnknown = true;
+        else
+            addresses += address;
     }
     return addresses;
 }
@@ -66,7 +70,8 @@ int RunRefresh(Session& session, const Arguments& arguments) {
         session.RunUntilIdle(report);
     }
     if (isAll)
-        session.Config().WriteInteger(kCheckUpdatesLastTime.KeyPath(), static_cast<int>(session.Client().LastRefreshTime));
+        session.Config().WriteInteger(kCheckUpdatesLastTime.KeyPath(),
+                                      static_cast<int>(session.Client().LastRefreshTime));
     session.Config().Save();
     session.Out().ShowStatus(QString());
 
@@ -75,7 +80,8 @@ int RunRefresh(Session& session, const Arguments& arguments) {
     for (const auto& outcome : refresh->Outcomes()) {
         newEpisodes += outcome.NewEpisodes;
         if (!outcome.Error.isEmpty())
-            failed += QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
+            failed +=
+                QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
     }
     if (session.IsInterrupted()) return kFailed;
     if (arguments.Json) {

@@ -1,12 +1,12 @@
 #include "EpisodeKeys.h"
 
+#include "VEXA.Runtime.Text.h"
+
 #include <QCryptographicHash>
 #include <QRegularExpression>
 
 #include <algorithm>
 #include <cstring>
-
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
 
@@ -61,7 +61,9 @@ QString EpisodeKeys::Short(int feedID, const QString& guid) {
     return QString::number(feedID) + u':' + Hex(digest).left(digits);
 }
 
-bool EpisodeKeys::IsShort(const QString& text) { return ShortForm().match(text).hasMatch(); }
+bool EpisodeKeys::IsShort(const QString& text) {
+    return ShortForm().match(text).hasMatch();
+}
 
 QString EpisodeKeys::Resolve(const QString& text) {
     const auto match = ShortForm().match(text);

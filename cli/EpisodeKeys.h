@@ -2,14 +2,14 @@
 // The short keys by which a person names an episode: the feed's id, ":", and the first eight or more hexadecimal digits
 // of the MD5 digest of the GUID's UTF-8 bytes, as many as make it unique in its feed.
 
+#include "Podcasts.Core.DB.h"
+
 #include <QString>
 
 #include <array>
 #include <map>
 #include <stdexcept>
 #include <vector>
-
-#include "Podcasts.Core.DB.h"
 
 namespace podcasts::cli {
 

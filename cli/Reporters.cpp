@@ -31,9 +31,12 @@ void OutcomeReporter<Outcome>::Report() {
     qsizetype dropped = 0;
     for (const Outcome& outcome : news) {
         FHasFailures = FHasFailures || !outcome.Error.isEmpty();
-        if (outcome.IsDropped) ++dropped;
-        else if (!outcome.Error.isEmpty()) FSession.Out().Complain(FailureText(outcome));
-        else if (!FIsQuiet && !FSession.IsInterrupted()) FSession.Out().PrintLine(SuccessText(outcome));
+        if (outcome.IsDropped)
+            ++dropped;
+        else if (!outcome.Error.isEmpty())
+            FSession.Out().Complain(FailureText(outcome));
+        else if (!FIsQuiet && !FSession.IsInterrupted())
+            FSession.Out().PrintLine(SuccessText(outcome));
     }
     // What a stopped task left, in one line instead of one for each.
     if (dropped > 0) FSession.Out().Complain(QString::number(dropped) + u" more not done: the work was stopped before");

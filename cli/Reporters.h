@@ -4,12 +4,12 @@
 // All printing is done on the main thread, by Report, which Session::RunUntilIdle calls again and again; the
 // notifications only keep a terminal's status line moving.
 
+#include "Session.h"
+
 #include <QHash>
 #include <QString>
 
 #include <vector>
-
-#include "Session.h"
 
 namespace podcasts::cli {
 

@@ -1,17 +1,17 @@
 #include "Session.h"
 
+#include "Arguments.h"
+#include "Podcasts.Core.Subscribing.h"
+#include "VEXA.Runtime.Dates.h"
+#include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Text.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 
 #include <poll.h>
 #include <unistd.h>
-
-#include "Arguments.h"
-#include "Podcasts.Core.Subscribing.h"
-#include "VEXA.Runtime.Dates.h"
-#include "VEXA.Runtime.Files.h"
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
 
@@ -44,11 +44,17 @@ QString SettingsConfig::ReadString(const QString& keyPath, const QString& defaul
     return FFile.Read(keyPath, defaultValue);
 }
 
-void SettingsConfig::WriteInteger(const QString& keyPath, int value) { FFile.Write(keyPath, QString::number(value)); }
+void SettingsConfig::WriteInteger(const QString& keyPath, int value) {
+    FFile.Write(keyPath, QString::number(value));
+}
 
-void SettingsConfig::WriteBool(const QString& keyPath, bool value) { WriteInteger(keyPath, value ? 1 : 0); }
+void SettingsConfig::WriteBool(const QString& keyPath, bool value) {
+    WriteInteger(keyPath, value ? 1 : 0);
+}
 
-void SettingsConfig::WriteString(const QString& keyPath, const QString& value) { FFile.Write(keyPath, value); }
+void SettingsConfig::WriteString(const QString& keyPath, const QString& value) {
+    FFile.Write(keyPath, value);
+}
 
 Session::Session(const QString& profile, Terminal& terminal)
     : FTerminal(terminal),
@@ -138,7 +144,9 @@ QString Session::EpisodeLine(const TPodcastEpisode& episode, const QString& feed
     return line;
 }
 
-QString StateName(TPodcastEpisodeState state) { return kStateNames.value(state, QString::number(state)); }
+QString StateName(TPodcastEpisodeState state) {
+    return kStateNames.value(state, QString::number(state));
+}
 
 TPodcastEpisodeState ReadState(const QString& name) {
     const auto index = kStateNames.indexOf(name);
@@ -149,7 +157,8 @@ TPodcastEpisodeState ReadState(const QString& name) {
 QString DurationText(double seconds) {
     if (!(seconds > 0) || seconds > 1e9) return {};
     const auto whole = static_cast<qint64>(seconds);
-    const QString tail = QStringLiteral("%1:%2").arg(whole / 60 % 60, 2, 10, QChar(u'0')).arg(whole % 60, 2, 10, QChar(u'0'));
+    const QString tail =
+        QStringLiteral("%1:%2").arg(whole / 60 % 60, 2, 10, QChar(u'0')).arg(whole % 60, 2, 10, QChar(u'0'));
     return whole >= 3600 ? QString::number(whole / 3600) + u':' + tail : tail;
 }
 

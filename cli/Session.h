@@ -1,16 +1,16 @@
 #pragma once
 // What every command works with: the profile, its configuration, the client, the terminal.
 
-#include <QString>
-#include <QStringList>
-
-#include <memory>
-
 #include "EpisodeKeys.h"
 #include "Podcasts.Core.Config.h"
 #include "Podcasts.Core.h"
 #include "Terminal.h"
 #include "VEXA.Runtime.Settings.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
 
 namespace podcasts::cli {
 

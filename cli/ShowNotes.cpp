@@ -1,9 +1,9 @@
 #include "ShowNotes.h"
 
-#include <QRegularExpression>
-
 #include "VEXA.Runtime.HtmlEntities.h"
 #include "VEXA.Runtime.Text.h"
+
+#include <QRegularExpression>
 
 namespace podcasts::cli {
 
@@ -54,16 +54,21 @@ ShowNotes ReadShowNotes(const QString& html) {
         text += QStringView(html).sliced(from, match.capturedStart() - from);
         from = match.capturedEnd();
         const QString name = match.captured(2).toLower();
-        if (name == u"br" || name == u"tr") text += u'\n';
-        else if (name == u"li" && match.captured(1).isEmpty()) text += u"\n- ";
-        else if (blocks.contains(name)) text += u"\n\n";
+        if (name == u"br" || name == u"tr")
+            text += u'\n';
+        else if (name == u"li" && match.captured(1).isEmpty())
+            text += u"\n- ";
+        else if (blocks.contains(name))
+            text += u"\n\n";
         if (const auto link = href.match(match.captured(3)); name == u"a" && link.hasMatch())
             notes.Links += DecodeEntities(link.captured(1));
     }
     text += QStringView(html).sliced(from);
     notes.Links.removeDuplicates();
-    static const QRegularExpression blanks(QStringLiteral("[^\\S\\n]+")), blankLines(QStringLiteral(" *\\n *(\\n\\s*)+"));
-    notes.Text = DecodeEntities(text).replace(blanks, QStringLiteral(" ")).replace(blankLines, QStringLiteral("\n\n")).trimmed();
+    static const QRegularExpression blanks(QStringLiteral("[^\\S\\n]+")),
+        blankLines(QStringLiteral(" *\\n *(\\n\\s*)+"));
+    notes.Text =
+        DecodeEntities(text).replace(blanks, QStringLiteral(" ")).replace(blankLines, QStringLiteral("\n\n")).trimmed();
     return notes;
 }
 

@@ -1,13 +1,13 @@
 #include "Terminal.h"
 
+#include "VEXA.Runtime.Text.h"
+
 #include <QJsonDocument>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdio>
-
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts::cli {
 
@@ -29,7 +29,9 @@ QString SafeText(const QString& text) {
     return safe;
 }
 
-QString OneLine(const QString& text) { return SafeText(text).simplified(); }
+QString OneLine(const QString& text) {
+    return SafeText(text).simplified();
+}
 
 QString InColumns(const QString& text, int width) {
     QString cut = text;
@@ -37,7 +39,9 @@ QString InColumns(const QString& text, int width) {
     return cut + QString(width - vexa::DisplayWidth(cut), u' ');
 }
 
-bool Terminal::IsTerminal() { return isatty(STDERR_FILENO) != 0; }
+bool Terminal::IsTerminal() {
+    return isatty(STDERR_FILENO) != 0;
+}
 
 int Terminal::Width() const {
     winsize size{};
@@ -98,6 +102,8 @@ void JsonArrayPrinter::Add(const QJsonObject& object) {
     FIsEmpty = false;
 }
 
-void JsonArrayPrinter::End() { FTerminal.Print(FIsEmpty ? QStringLiteral("[]\n") : QStringLiteral("\n]\n")); }
+void JsonArrayPrinter::End() {
+    FTerminal.Print(FIsEmpty ? QStringLiteral("[]\n") : QStringLiteral("\n]\n"));
+}
 
 }  // namespace podcasts::cli

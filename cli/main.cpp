@@ -1,5 +1,8 @@
 // podcasts: the engine at a terminal.
 
+#include "Commands.h"
+#include "VEXA.Runtime.Version.h"
+
 #include <QCoreApplication>
 #include <QLoggingCategory>
 
@@ -10,9 +13,6 @@
 #include <clocale>
 #include <cstdlib>
 #include <thread>
-
-#include "Commands.h"
-#include "VEXA.Runtime.Version.h"
 
 namespace podcasts::cli {
 namespace {

@@ -46,7 +46,9 @@ QString MakeURI(const QString& text) {
     return delimiter >= 1 ? u"podcast" + text.sliced(delimiter) : text;
 }
 
-QString MakeFormat(const QString& addressOrFile) { return vexa::FileFormat(addressOrFile); }
+QString MakeFormat(const QString& addressOrFile) {
+    return vexa::FileFormat(addressOrFile);
+}
 
 QString MakeEpisodeKey(int feedID, const QString& guid) {
     return kEpisodeKeyDelimiter + QString::number(feedID) + kEpisodeKeyDelimiter + guid;

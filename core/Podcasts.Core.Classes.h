@@ -2,13 +2,13 @@
 // The two records that carry every podcast through the system, the rules that name them, and the template that names a
 // downloaded file. Records hold no locks: one thread uses one at a time.
 
+#include "VEXA.Runtime.FormatString.h"
+
 #include <QString>
 
 #include <array>
 #include <memory>
 #include <vector>
-
-#include "VEXA.Runtime.FormatString.h"
 
 namespace podcasts {
 

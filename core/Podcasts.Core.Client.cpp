@@ -49,7 +49,9 @@ void TPodcastClient::RefreshFeedsOnStartup() {
     if (FOptions->CheckUpdatesOnStartup()) RefreshFeeds();
 }
 
-void TPodcastClient::CancelRefresh() { vexa::WorkerPool::Cancel(FRefreshTask, true); }
+void TPodcastClient::CancelRefresh() {
+    vexa::WorkerPool::Cancel(FRefreshTask, true);
+}
 
 std::unique_ptr<TPodcastFeed> TPodcastClient::FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
                                                         bool raiseErrors) {
@@ -61,7 +63,9 @@ std::unique_ptr<TPodcastFeed> TPodcastClient::FetchFeed(const QString& location,
     }
 }
 
-bool TPodcastClient::IsSubscribed(const QString& feedURL) { return !feedURL.isEmpty() && FDB->GetFeedID(feedURL) >= 1; }
+bool TPodcastClient::IsSubscribed(const QString& feedURL) {
+    return !feedURL.isEmpty() && FDB->GetFeedID(feedURL) >= 1;
+}
 
 void TPodcastClient::Subscribe(TPodcastFeed& feed) {
     FDB->AddOrUpdate(feed);
@@ -133,7 +137,9 @@ void TPodcastClient::DownloadNewEpisodes() {
     if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
 
-void TPodcastClient::CancelDownloads() { vexa::WorkerPool::Cancel(FDownloadTask, true); }
+void TPodcastClient::CancelDownloads() {
+    vexa::WorkerPool::Cancel(FDownloadTask, true);
+}
 
 bool TPodcastClient::GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName) {
     fileName.clear();
@@ -183,7 +189,8 @@ void TPodcastClient::StartDownloadTask() {
     FDownloadOutcomes.Clear();
     NotifyDownloadsStarted();
     FAreDownloadsHeld = false;
-    FDownloadTask = FLastDownloadTask = vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskDownloadEpisodes>(*this));
+    FDownloadTask = FLastDownloadTask =
+        vexa::WorkerPool::Run(std::make_unique<TPodcastClientTaskDownloadEpisodes>(*this));
 }
 
 void TPodcastClient::RunCompletion(const std::function<void()>& completion) {

@@ -1,8 +1,8 @@
 #include "Podcasts.Core.Config.h"
 
-#include <array>
-
 #include "Podcasts.Core.h"
+
+#include <array>
 
 namespace podcasts {
 
@@ -25,7 +25,9 @@ constexpr std::array<TPodcastConfigKey, 7> kWriteOrder = {kTemplate,    kCheckUp
 
 const TPodcastConfigKey kCheckUpdatesLastTime = kLastTime;
 
-std::span<const TPodcastConfigKey> PodcastConfigKeys() { return kWriteOrder; }
+std::span<const TPodcastConfigKey> PodcastConfigKeys() {
+    return kWriteOrder;
+}
 
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
     TPodcastClientOptions& options = client.Options();

@@ -1,12 +1,12 @@
 // Storing a feed: what is stored already, what of the new document counts, and which rows are written.
 
+#include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Text.h"
+
 #include <QHash>
 
 #include <algorithm>
 #include <cstring>
-
-#include "Podcasts.Core.DB.h"
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts {
 
@@ -61,9 +61,9 @@ TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
                                   .Integer(feedID));
     if (!cursor) return stored;
     using Row = TPodcastStoredEpisodes::Row;
-    static constexpr std::string_view Row::*texts[] = {&Row::URI,    &Row::GUID, &Row::Title,    &Row::Description,
-                                                       &Row::Artist, &Row::URL,  &Row::URLAudio, &Row::URLAudioCached,
-                                                       &Row::Format};
+    static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
+                                                       &Row::Description, &Row::Artist,         &Row::URL,
+                                                       &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
     do {
         Row row;
         int column = 0;
@@ -151,10 +151,14 @@ void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {
         std::string_view Name;
         TPodcastFeedField Field;
     };
-    static constexpr Column updated[] = {{"Name", pffTitle},         {"Category", pffCategory},
-                                         {"Copyright", pffCopyright}, {"Description", pffDescription},
-                                         {"Language", pffLanguage},   {"Author", pffAuthor},
-                                         {"URL", pffURL},             {"URLLogo", pffURLLogo}};
+    static constexpr Column updated[] = {{"Name", pffTitle},
+                                         {"Category", pffCategory},
+                                         {"Copyright", pffCopyright},
+                                         {"Description", pffDescription},
+                                         {"Language", pffLanguage},
+                                         {"Author", pffAuthor},
+                                         {"URL", pffURL},
+                                         {"URLLogo", pffURLLogo}};
     const auto lock = Lock();
     const auto& fields = feed.Fields;
     feed.ID = GetFeedID(fields[pffURLFeed]);

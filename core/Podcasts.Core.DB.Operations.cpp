@@ -1,9 +1,9 @@
 // Every other read and write of podcast data: each statement stands here once.
 
-#include <set>
-
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Files.h"
+
+#include <set>
 
 namespace podcasts {
 
@@ -113,8 +113,7 @@ std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
     if (id < 0) return nullptr;
     std::unique_ptr<TPodcastFeed> feed;
     {
-        const auto cursor =
-            Query(SqlBuilder("SELECT * FROM PodcastFeeds WHERE FeedID = ").Integer(id).Raw(" LIMIT 1"));
+        const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastFeeds WHERE FeedID = ").Integer(id).Raw(" LIMIT 1"));
         if (!cursor) return nullptr;
         feed = std::make_unique<TPodcastFeed>();
         feed->ID = id;
@@ -150,7 +149,9 @@ void TPodcastsDB::Remove(int id) {
     });
 }
 
-void TPodcastsDB::Remove(const QString& urlFeed) { Remove(GetFeedID(urlFeed)); }
+void TPodcastsDB::Remove(const QString& urlFeed) {
+    Remove(GetFeedID(urlFeed));
+}
 
 void TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
     if (newURL.isEmpty() || newURL == oldURL) return;
@@ -183,8 +184,9 @@ void TPodcastsDB::EnumFeedSummaries(
                                .Raw(FastStateCountQuery(pesNew, true))
                                .Raw("), (")
                                .Raw(FastStateCountQuery(pesPostponed, true))
-                               .Raw("), (SELECT Count(*) FROM PodcastEpisodes WHERE PodcastEpisodes.FeedID = "
-                                    "PodcastFeeds.FeedID) FROM PodcastFeeds ORDER BY Name");
+                               .Raw(
+                                   "), (SELECT Count(*) FROM PodcastEpisodes WHERE PodcastEpisodes.FeedID = "
+                                   "PodcastFeeds.FeedID) FROM PodcastFeeds ORDER BY Name");
     ForEachRow(Query(sql), [&](const SqliteCursor& row) {
         visitor(row.Integer(0), row.Text(1), row.Text(2), row.Integer(3), row.Integer(4), row.Integer(5));
     });
@@ -246,8 +248,9 @@ void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const Episod
         " ORDER BY PodcastEpisodes.PublishDate DESC, PodcastEpisodes.rowid DESC";
     const std::string range = " LIMIT " + std::to_string(filter.Limit) + " OFFSET " + std::to_string(filter.Offset);
 
-    SqlBuilder sql("SELECT PodcastEpisodes.*, PodcastFeeds.Name AS FeedName FROM PodcastEpisodes "
-                   "LEFT JOIN PodcastFeeds ON PodcastFeeds.FeedID = PodcastEpisodes.FeedID");
+    SqlBuilder sql(
+        "SELECT PodcastEpisodes.*, PodcastFeeds.Name AS FeedName FROM PodcastEpisodes "
+        "LEFT JOIN PodcastFeeds ON PodcastFeeds.FeedID = PodcastEpisodes.FeedID");
     if (!filter.Search.isEmpty()) {
         const QString pattern = ContainsPattern(filter.Search);
         sql.Raw(condition.Sql());
@@ -326,8 +329,10 @@ int TPodcastsDB::ResetMissingCachedFiles() {
     bool hasNull = false;
     ForEachRow(Query("SELECT DISTINCT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT ''"),
                [&](const SqliteCursor& row) {
-                   if (row.IsNull(0)) hasNull = true;
-                   else if (const QString name = row.Text(0); !vexa::FileExists(name)) missing += name;
+                   if (row.IsNull(0))
+                       hasNull = true;
+                   else if (const QString name = row.Text(0); !vexa::FileExists(name))
+                       missing += name;
                });
     int reset = 0;
     if (hasNull) ExecuteSQL("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NULL");

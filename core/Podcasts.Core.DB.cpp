@@ -1,11 +1,11 @@
 #include "Podcasts.Core.DB.h"
 
+#include "VEXA.Runtime.Files.h"
+
 #include <algorithm>
 #include <array>
 #include <set>
 #include <span>
-
-#include "VEXA.Runtime.Files.h"
 
 namespace podcasts {
 
@@ -17,14 +17,25 @@ namespace {
 using enum SqlColumn::Type;
 
 constexpr SqlColumn kFeedColumns[] = {
-    {"FeedID", Key},          {"Name", ShownText},     {"Category", ShownText},   {"Copyright", ShownText},
-    {"Description", ShownText}, {"Language", ShownText}, {"AuthLogin", Text},       {"AuthPassword", Text},
-    {"Author", ShownText},    {"URL", Text},           {"URLFeed", Text},         {"URLLogo", Text},
+    {"FeedID", Key},
+    {"Name", ShownText},
+    {"Category", ShownText},
+    {"Copyright", ShownText},
+    {"Description", ShownText},
+    {"Language", ShownText},
+    {"AuthLogin", Text},
+    {"AuthPassword", Text},
+    {"Author", ShownText},
+    {"URL", Text},
+    {"URLFeed", Text},
+    {"URLLogo", Text},
 };
 constexpr SqlColumn kEpisodeColumns[] = {
-    {"URI", Text},          {"FeedID", Integer},      {"GUID", Text},         {"Title", ShownText}, {"Description", ShownText},
-    {"Artist", ShownText},  {"URL", Text},            {"URLAudio", Text},     {"URLAudioCached", Text},
-    {"PublishDate", Double}, {"Duration", Double},    {"State", Integer},     {"Format", ShownText},
+    {"URI", Text},           {"FeedID", Integer},        {"GUID", Text},
+    {"Title", ShownText},    {"Description", ShownText}, {"Artist", ShownText},
+    {"URL", Text},           {"URLAudio", Text},         {"URLAudioCached", Text},
+    {"PublishDate", Double}, {"Duration", Double},       {"State", Integer},
+    {"Format", ShownText},
 };
 constexpr SqlColumn kLogoColumns[] = {{"ID", Integer}, {"Data", Blob}};
 
@@ -56,9 +67,13 @@ bool Contains(const std::vector<std::string>& names, std::string_view name) {
 
 }  // namespace
 
-TPodcastsDB::TPodcastsDB(const QString& fileName) { Open(fileName); }
+TPodcastsDB::TPodcastsDB(const QString& fileName) {
+    Open(fileName);
+}
 
-std::span<const TPodcastsDB::Index> TPodcastsDB::Indexes() { return kIndexes; }
+std::span<const TPodcastsDB::Index> TPodcastsDB::Indexes() {
+    return kIndexes;
+}
 
 void TPodcastsDB::InitializeFunctions() {
     SqliteDatabase::InitializeFunctions();
@@ -113,8 +128,8 @@ void TPodcastsDB::InitializeTables() {
 void TPodcastsDB::CreateEpisodesTable() {
     // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
     // otherwise stop the upgrade for ever.
-    ExecuteSQL(SqlBuilder().CreateTable("PodcastEpisodes", kEpisodeColumns,
-                                        "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"));
+    ExecuteSQL(
+        SqlBuilder().CreateTable("PodcastEpisodes", kEpisodeColumns, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"));
 }
 
 void TPodcastsDB::UpgradeEpisodesTable() {

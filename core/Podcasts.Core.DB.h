@@ -5,6 +5,9 @@
 // are vexa::SqliteError. Operations keep no state between calls. Visitors are called on the calling thread while the
 // query is open and must not write to the database.
 
+#include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.SQLite.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -16,9 +19,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
-
-#include "Podcasts.Core.Classes.h"
-#include "VEXA.Runtime.SQLite.h"
 
 namespace podcasts {
 
@@ -64,7 +64,7 @@ private:
     std::vector<std::unique_ptr<char[]>> FChunks;  // hold the rows' texts
     char* FChunkAt = nullptr;
     std::size_t FChunkLeft = 0;
-    std::vector<Row> FRows;                                // in the order written
+    std::vector<Row> FRows;                             // in the order written
     std::unordered_map<std::string_view, int> FByGUID;  // the row written last
     std::unordered_map<std::string_view, int> FByURI;
 };
@@ -77,9 +77,9 @@ struct TPodcastEpisodeAndURI {
 
 /// Which episodes EnumEpisodes visits.
 struct TPodcastEpisodeFilter {
-    int FeedID = 0;   // 0: of all feeds
-    int State = -1;   // −1: in any state
-    QString Search;   // in titles, artists and feed names, ignoring letter case; empty: no search
+    int FeedID = 0;     // 0: of all feeds
+    int State = -1;     // −1: in any state
+    QString Search;     // in titles, artists and feed names, ignoring letter case; empty: no search
     qint64 Limit = -1;  // −1: all
     qint64 Offset = 0;
 };

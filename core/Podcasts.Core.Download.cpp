@@ -1,11 +1,11 @@
-#include <QDir>
-#include <QFileInfo>
-
 #include "Podcasts.Core.TargetFile.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
+
+#include <QDir>
+#include <QFileInfo>
 
 namespace podcasts {
 

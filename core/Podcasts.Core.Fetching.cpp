@@ -1,12 +1,12 @@
 #include "Podcasts.Core.Fetching.h"
 
-#include <QFile>
-
-#include <stdexcept>
-
 #include "Podcasts.Core.Parsers.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
+
+#include <QFile>
+
+#include <stdexcept>
 
 namespace podcasts {
 
@@ -37,7 +37,9 @@ bool IsLocalFeedFile(const QString& text) {
     return vexa::FileExists(text) && vexa::MatchesFileMask(text, QStringLiteral("*.xml;"));
 }
 
-bool IsFeedLocation(const QString& text) { return vexa::IsUrl(text) || IsLocalFeedFile(text); }
+bool IsFeedLocation(const QString& text) {
+    return vexa::IsUrl(text) || IsLocalFeedFile(text);
+}
 
 std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
     vexa::HttpDocument loaded;
@@ -102,7 +104,7 @@ void TPodcastFeedFetcher::Begin(const QString& location) {
 }
 
 std::unique_ptr<vexa::XmlDocument> TPodcastFeedFetcher::Take(const QString& location,
-                                                              const vexa::CancelCheck& isCancelled) {
+                                                             const vexa::CancelCheck& isCancelled) {
     Begin(location);
     std::unique_lock lock(FMutex);
     while (FState != State::Done) {

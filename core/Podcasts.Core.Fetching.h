@@ -1,6 +1,10 @@
 #pragma once
 // Loading one feed document, and fetching the next one while the last is stored.
 
+#include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.Threads.h"
+#include "VEXA.Runtime.XML.h"
+
 #include <QString>
 
 #include <atomic>
@@ -9,10 +13,6 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-
-#include "Podcasts.Core.Classes.h"
-#include "VEXA.Runtime.Threads.h"
-#include "VEXA.Runtime.XML.h"
 
 namespace podcasts {
 
@@ -42,8 +42,8 @@ public:
 
     /// Guesses that this location will be taken next. A guess that turns out wrong is dropped.
     void Begin(const QString& location);
-    /// What LoadFeedDocument gives or throws for the location, fetched now unless it was begun. Begin the next one, then
-    /// make and store this one's records: the two threads then have about half of the work each.
+    /// What LoadFeedDocument gives or throws for the location, fetched now unless it was begun. Begin the next one,
+    /// then make and store this one's records: the two threads then have about half of the work each.
     std::unique_ptr<vexa::XmlDocument> Take(const QString& location, const vexa::CancelCheck& isCancelled);
 
 private:

@@ -1,8 +1,8 @@
 #include "Podcasts.Core.OPML.h"
 
-#include <QXmlStreamWriter>
-
 #include "VEXA.Runtime.XML.h"
+
+#include <QXmlStreamWriter>
 
 namespace podcasts {
 

@@ -1,8 +1,8 @@
 #include "Podcasts.Core.Options.h"
 
-#include <algorithm>
-
 #include "VEXA.Runtime.Files.h"
+
+#include <algorithm>
 
 namespace podcasts {
 
@@ -53,12 +53,18 @@ void TPodcastClientOptions::Set(T& field, const T& value) {
     Changed(kOptionChanged);
 }
 
-void TPodcastClientOptions::SetCheckUpdates(std::uint8_t value) { Set(FCheckUpdates, value); }
-void TPodcastClientOptions::SetCheckUpdatesOnStartup(bool value) { Set(FCheckUpdatesOnStartup, value); }
+void TPodcastClientOptions::SetCheckUpdates(std::uint8_t value) {
+    Set(FCheckUpdates, value);
+}
+void TPodcastClientOptions::SetCheckUpdatesOnStartup(bool value) {
+    Set(FCheckUpdatesOnStartup, value);
+}
 void TPodcastClientOptions::SetDownloadNewEpisodesAutomatically(bool value) {
     Set(FDownloadNewEpisodesAutomatically, value);
 }
-void TPodcastClientOptions::SetShowNotifications(bool value) { Set(FShowNotifications, value); }
+void TPodcastClientOptions::SetShowNotifications(bool value) {
+    Set(FShowNotifications, value);
+}
 
 void TPodcastClientOptions::DoAssign(const LockablePersistent& source) {
     const auto* options = dynamic_cast<const TPodcastClientOptions*>(&source);

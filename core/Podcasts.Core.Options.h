@@ -1,6 +1,8 @@
 #pragma once
 // The six settings of the client.
 
+#include "VEXA.Runtime.Classes.h"
+
 #include <QString>
 
 #include <array>
@@ -8,8 +10,6 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-
-#include "VEXA.Runtime.Classes.h"
 
 namespace podcasts {
 

@@ -1,11 +1,11 @@
 #include "Podcasts.Core.Parsers.h"
 
+#include "VEXA.Runtime.Dates.h"
+#include "VEXA.Runtime.Text.h"
+
 #include <QCryptographicHash>
 
 #include <cmath>
-
-#include "VEXA.Runtime.Dates.h"
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts {
 
@@ -62,7 +62,9 @@ void ReadStoreEntry(const XmlNode& entry, TPodcastEpisode& episode) {
     }
 }
 
-int ReadInteger(QStringView text) { return text.trimmed().toInt(); }
+int ReadInteger(QStringView text) {
+    return text.trimmed().toInt();
+}
 
 double ReadDecimal(QStringView text) {
     const double value = text.trimmed().toDouble();
@@ -74,15 +76,16 @@ double ReadDecimal(QStringView text) {
 std::unique_ptr<TPodcastFeed> TPodcastParser::ParseDocument(const XmlDocument& document) {
     static const TPodcastParserRSS20 rss;
     static const TPodcastParserITunes store;
-    for (const TPodcastParser* parser : {static_cast<const TPodcastParser*>(&rss), static_cast<const TPodcastParser*>(&store)})
+    for (const TPodcastParser* parser :
+         {static_cast<const TPodcastParser*>(&rss), static_cast<const TPodcastParser*>(&store)})
         if (parser->CanParse(document)) return parser->Parse(document);
     return nullptr;
 }
 
 void TPodcastParser::MakeGUID(TPodcastEpisode& episode) {
     if (!episode.Fields[pefGUID].isEmpty()) return;
-    const std::string bytes =
-        vexa::ToUtf8(QString(vexa::FormatOleDate(episode.PublishDate, u"yyyy.MM.dd hh:mm:ss") + episode.Fields[pefTitle]));
+    const std::string bytes = vexa::ToUtf8(
+        QString(vexa::FormatOleDate(episode.PublishDate, u"yyyy.MM.dd hh:mm:ss") + episode.Fields[pefTitle]));
     const QByteArray digest = QCryptographicHash::hash(QByteArrayView(bytes), QCryptographicHash::Md5);
     episode.Fields[pefGUID] = QString::fromLatin1(digest.toHex());
 }
@@ -128,15 +131,18 @@ std::unique_ptr<TPodcastFeed> TPodcastParserRSS20::Parse(const XmlDocument& docu
 double TPodcastParserRSS20::ParseDuration(const QString& text) {
     const QList<QStringView> parts = QStringView(text).split(u':');
     switch (parts.size()) {
-        case 1: return ReadDecimal(parts[0]);
-        case 2: return static_cast<double>(ReadInteger(parts[0])) * 60 + ReadDecimal(parts[1]);
+        case 1:
+            return ReadDecimal(parts[0]);
+        case 2:
+            return static_cast<double>(ReadInteger(parts[0])) * 60 + ReadDecimal(parts[1]);
         case 3: {
             // 32-bit arithmetic that wraps, as stored durations were always computed.
             const std::uint32_t seconds = static_cast<std::uint32_t>(ReadInteger(parts[0])) * 3600u +
                                           static_cast<std::uint32_t>(ReadInteger(parts[1])) * 60u;
             return static_cast<double>(static_cast<std::int32_t>(seconds)) + ReadDecimal(parts[2]);
         }
-        default: return 0;
+        default:
+            return 0;
     }
 }
 

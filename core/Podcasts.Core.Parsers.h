@@ -5,12 +5,12 @@
 // Formats: RSS 2.0 (RSS Advisory Board, RSS 2.0) with the iTunes podcast tags; feeds of the iTunes
 // store (Atom elements with the namespace prefix "im").
 
+#include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.XML.h"
+
 #include <QString>
 
 #include <memory>
-
-#include "Podcasts.Core.Classes.h"
-#include "VEXA.Runtime.XML.h"
 
 namespace podcasts {
 

@@ -1,8 +1,8 @@
-#include <algorithm>
-
 #include "Podcasts.Core.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
+
+#include <algorithm>
 
 namespace podcasts {
 

@@ -55,7 +55,9 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, co
 
 QByteArray ExportOpml(TPodcastClient& client) {
     std::vector<TPodcastOpmlOutline> outlines;
-    client.DB().EnumFeeds([&](const QString& urlFeed, const QString& name, int) { outlines.push_back({name, urlFeed}); });
+    client.DB().EnumFeeds([&](const QString& urlFeed, const QString& name, int) {
+        outlines.push_back({name, urlFeed});
+    });
     return WriteOpml(QStringLiteral("Podcast subscriptions"), outlines);
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 // Subscribing by address, with its checks; and the subscription list as OPML.
 
+#include "Podcasts.Core.OPML.h"
+#include "Podcasts.Core.h"
+
 #include <QString>
 
 #include <functional>
 #include <vector>
-
-#include "Podcasts.Core.OPML.h"
-#include "Podcasts.Core.h"
 
 namespace podcasts {
 

@@ -26,7 +26,8 @@ void TPodcastTargetFile::Fail(const char* what) const {
 }
 
 bool TPodcastTargetFile::IsStillLinked() const {
-    struct stat opened {}, named {};
+    struct stat opened {
+    }, named{};
     return fstat(FDescriptor, &opened) == 0 && stat(QFile::encodeName(FFileName).constData(), &named) == 0 &&
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
@@ -44,7 +45,8 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
         struct stat status {};
         if (fstat(FDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
             Close();
-            throw std::runtime_error("cannot create the file " + fileName.toStdString() + ": something else has this name");
+            throw std::runtime_error("cannot create the file " + fileName.toStdString() +
+                                     ": something else has this name");
         }
         if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
             const bool isHeld = errno == EWOULDBLOCK;

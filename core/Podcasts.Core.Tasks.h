@@ -1,9 +1,9 @@
 #pragma once
 // The client's two background tasks. Made and started by the client alone.
 
-#include <QString>
-
 #include "Podcasts.Core.h"
+
+#include <QString>
 
 namespace podcasts {
 

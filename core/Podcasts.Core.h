@@ -4,6 +4,13 @@
 //
 // All operations belong to the main thread unless they say otherwise.
 
+#include "Podcasts.Core.DB.h"
+#include "Podcasts.Core.Fetching.h"
+#include "Podcasts.Core.Options.h"
+#include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Threads.h"
+#include "VEXA.SDK.Base.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -12,17 +19,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Podcasts.Core.DB.h"
-#include "Podcasts.Core.Fetching.h"
-#include "Podcasts.Core.Options.h"
-#include "VEXA.Runtime.Classes.h"
-#include "VEXA.Runtime.Threads.h"
-#include "VEXA.SDK.Base.h"
-
 namespace podcasts {
 
-// The listeners' interfaces stay inside the engine and its users: unlike those between host and plug-in their operations
-// may throw, which is logged.
+// The listeners' interfaces stay inside the engine and its users: unlike those between host and plug-in their
+// operations may throw, which is logged.
 
 /// Hears that feeds, episodes or states changed.
 struct IPodcastClientChangeListener : vexa::IUnknown {
@@ -102,16 +102,16 @@ public:
 private:
     using ItemList = std::list<QString>;
     mutable std::recursive_mutex FMutex;
-    ItemList FItems;                                        // guarded by FMutex
+    ItemList FItems;                                         // guarded by FMutex
     std::unordered_map<QString, ItemList::iterator> FIndex;  // by the case-folded item; guarded by FMutex
 };
 
 /// What happened to one feed of the last refresh.
 struct TPodcastRefreshOutcome {
     QString FeedURL;
-    QStringList NewEpisodes;  // keys
-    QString Error;            // why it failed; empty when it did not
-    bool IsDropped = false;   // the task was stopped before its turn came
+    QStringList NewEpisodes;      // keys
+    QString Error;                // why it failed; empty when it did not
+    bool IsDropped = false;       // the task was stopped before its turn came
     bool IsUnsubscribed = false;  // while its document was on its way: nothing was stored
 };
 
@@ -138,8 +138,9 @@ public:
     /// Those from index `first` on.
     std::vector<Outcome> From(std::size_t first = 0) const {
         const std::lock_guard lock(FMutex);
-        return first < FItems.size() ? std::vector<Outcome>(FItems.begin() + static_cast<std::ptrdiff_t>(first), FItems.end())
-                                     : std::vector<Outcome>();
+        return first < FItems.size()
+                   ? std::vector<Outcome>(FItems.begin() + static_cast<std::ptrdiff_t>(first), FItems.end())
+                   : std::vector<Outcome>();
     }
 
 private:
@@ -254,7 +255,7 @@ private:
     vexa::TaskHandle FDownloadTask = 0;
     vexa::TaskHandle FLastRefreshTask = 0;  // also after its completion, while its thread is about to let go of it
     vexa::TaskHandle FLastDownloadTask = 0;
-    bool FIsRefreshHeld = false;    // being started or completed: no task may start now
+    bool FIsRefreshHeld = false;  // being started or completed: no task may start now
     bool FAreDownloadsHeld = false;
     bool FIsBeingDestroyed = false;
 

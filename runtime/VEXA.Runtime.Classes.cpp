@@ -17,7 +17,9 @@ void LockablePersistent::Assign(const LockablePersistent& source) {
     EndUpdate();
 }
 
-void LockablePersistent::BeginUpdate() { ++FUpdateDepth; }
+void LockablePersistent::BeginUpdate() {
+    ++FUpdateDepth;
+}
 
 void LockablePersistent::EndUpdate() {
     if (--FUpdateDepth == 0 && FPendingChanges != 0) DoChanged(std::exchange(FPendingChanges, 0));

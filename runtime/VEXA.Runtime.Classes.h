@@ -2,12 +2,12 @@
 // Base classes: the reference-counted object, the persistent object with bracketed changes, and links that turn null
 // when what they point to is destroyed.
 
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.SDK.Base.h"
+
 #include <atomic>
 #include <memory>
 #include <mutex>
-
-#include "VEXA.Runtime.Export.h"
-#include "VEXA.SDK.Base.h"
 
 namespace vexa {
 

@@ -20,11 +20,14 @@ constexpr double kUnixEpoch = 25569;  // 1970-01-01 as an OLE date
 constexpr double kSecondsPerDay = 24 * 60 * 60;
 constexpr double kMillisecondsPerDay = kSecondsPerDay * 1000;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 /// Whether a word begins as the name of a month or a weekday does.
 bool IsCalendarName(const char* word) {
-    static constexpr std::string_view names = "jan feb mar apr may jun jul aug sep oct nov dec mon tue wed thu fri sat sun";
+    static constexpr std::string_view names =
+        "jan feb mar apr may jun jul aug sep oct nov dec mon tue wed thu fri sat sun";
     const char lower[] = {static_cast<char>(word[0] | 0x20), static_cast<char>(word[1] | 0x20),
                           static_cast<char>(word[2] | 0x20)};
     return names.find(std::string_view(lower, 3)) != std::string_view::npos;
@@ -97,7 +100,9 @@ double DecodeRfc822Date(const QString& text) {
     return seconds == -1 ? 0 : kUnixEpoch + static_cast<double>(seconds) / kSecondsPerDay;
 }
 
-double DecodeIsoDate(const QString& text) { return FromIso(QStringView(text).trimmed()); }
+double DecodeIsoDate(const QString& text) {
+    return FromIso(QStringView(text).trimmed());
+}
 
 double ToOleDate(const QDateTime& date) {
     return kUnixEpoch + static_cast<double>(date.toMSecsSinceEpoch()) / kMillisecondsPerDay;
@@ -118,8 +123,8 @@ QString FormatOleDate(double date, QStringView pattern) {
         QStringView Letters;
         int Value;
     };
-    const Field fields[] = {{u"yyyy", day.year()},    {u"MM", day.month()},    {u"dd", day.day()},
-                            {u"hh", time.hour()},     {u"mm", time.minute()},  {u"ss", time.second()}};
+    const Field fields[] = {{u"yyyy", day.year()}, {u"MM", day.month()},   {u"dd", day.day()},
+                            {u"hh", time.hour()},  {u"mm", time.minute()}, {u"ss", time.second()}};
     QString text;
     while (!pattern.isEmpty()) {
         qsizetype taken = 0;

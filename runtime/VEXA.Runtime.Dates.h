@@ -1,10 +1,10 @@
 #pragma once
 // Dates as the system keeps them: OLE Automation dates, days since 1899-12-30 00:00 as a double, in UTC.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QString>
 #include <QStringView>
-
-#include "VEXA.Runtime.Export.h"
 
 class QDateTime;
 

@@ -45,7 +45,9 @@ std::string_view DeclaredEncoding(std::string_view bytes) {
     return declaration.substr(at + 1, close - at - 1);
 }
 
-bool IsNamed(const char* name, const char* encoding) { return ucnv_compareNames(name, encoding) == 0; }
+bool IsNamed(const char* name, const char* encoding) {
+    return ucnv_compareNames(name, encoding) == 0;
+}
 
 std::optional<std::string> Convert(std::string_view bytes, const char* encoding) {
     UErrorCode status = U_ZERO_ERROR;

@@ -1,12 +1,12 @@
 #pragma once
 // From the bytes of an XML document, in whatever encoding, to UTF-8.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QString>
 
 #include <string>
 #include <string_view>
-
-#include "VEXA.Runtime.Export.h"
 
 namespace vexa {
 

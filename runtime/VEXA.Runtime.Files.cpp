@@ -1,5 +1,7 @@
 #include "VEXA.Runtime.Files.h"
 
+#include "VEXA.Runtime.Log.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,8 +13,6 @@
 
 #include <algorithm>
 
-#include "VEXA.Runtime.Log.h"
-
 namespace vexa {
 
 namespace {
@@ -20,7 +20,9 @@ namespace {
 constexpr qsizetype kLongestComponent = 200;  // bytes; file systems take 255
 constexpr qsizetype kLongestExtension = 10;   // characters, dot not counted
 
-bool IsOuter(QChar c) { return c == u'.' || c.isSpace(); }
+bool IsOuter(QChar c) {
+    return c == u'.' || c.isSpace();
+}
 
 QStringView TrimmedOuter(QStringView text) {
     while (!text.isEmpty() && IsOuter(text.front())) text = text.sliced(1);
@@ -42,7 +44,9 @@ qsizetype ExtensionDot(QStringView component) {
     return dot > 0 && component.size() - dot - 1 <= kLongestExtension && dot + 1 < component.size() ? dot : -1;
 }
 
-qsizetype DelimiterBefore(const QString& path) { return std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\')); }
+qsizetype DelimiterBefore(const QString& path) {
+    return std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
+}
 
 }  // namespace
 
@@ -79,7 +83,9 @@ QString ClampComponent(const QString& component, qsizetype maxBytes) {
     return stem + extension;
 }
 
-QString ExtractFileName(const QString& path) { return path.sliced(DelimiterBefore(path) + 1); }
+QString ExtractFileName(const QString& path) {
+    return path.sliced(DelimiterBefore(path) + 1);
+}
 
 QString ExtractFileExt(const QString& path) {
     const QString name = ExtractFileName(path);
@@ -94,7 +100,8 @@ QString FileFormat(const QString& addressOrFile) {
     if (const qsizetype scheme = path.indexOf(u"://"); scheme > 0) {
         path = path.sliced(scheme + 3);
         static constexpr QStringView ends = u"?#";
-        path = path.first(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }) - path.begin());
+        path =
+            path.first(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }) - path.begin());
         if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
     }
     qsizetype dot = path.size();
@@ -103,7 +110,8 @@ QString FileFormat(const QString& addressOrFile) {
 }
 
 bool MatchesFileMask(const QString& text, const QString& masks) {
-    for (const QString& mask : masks.split(u';', Qt::SkipEmptyParts)) {
+    for (const QString& mask : masks.split(u';')) {
+        if (mask.trimmed().isEmpty()) continue;
         const auto expression = QRegularExpression::fromWildcard(mask.trimmed(), Qt::CaseInsensitive);
         if (expression.match(ExtractFileName(text)).hasMatch()) return true;
     }
@@ -123,19 +131,19 @@ QString ExtensionOfMimeType(const QString& mimeType) {
     // The audio (and video) types of podcasts: the system's database prefers unusual extensions for some of them and
     // does not know others.
     static constexpr Known table[] = {
-        {u"audio/mpeg", u".mp3"},      {u"audio/mp3", u".mp3"},       {u"audio/mpeg3", u".mp3"},
-        {u"audio/x-mpeg", u".mp3"},    {u"audio/x-mp3", u".mp3"},     {u"audio/mpg", u".mp3"},
-        {u"audio/x-mpeg-3", u".mp3"},  {u"audio/mp4", u".m4a"},       {u"audio/m4a", u".m4a"},
-        {u"audio/x-m4a", u".m4a"},     {u"audio/x-m4b", u".m4b"},     {u"audio/aac", u".aac"},
-        {u"audio/aacp", u".aac"},      {u"audio/x-aac", u".aac"},     {u"audio/ogg", u".ogg"},
-        {u"application/ogg", u".ogg"}, {u"audio/vorbis", u".ogg"},    {u"audio/opus", u".opus"},
-        {u"audio/flac", u".flac"},     {u"audio/x-flac", u".flac"},   {u"audio/wav", u".wav"},
-        {u"audio/wave", u".wav"},      {u"audio/x-wav", u".wav"},     {u"audio/vnd.wave", u".wav"},
-        {u"audio/webm", u".weba"},     {u"audio/x-ms-wma", u".wma"},  {u"audio/midi", u".mid"},
-        {u"audio/aiff", u".aif"},      {u"audio/x-aiff", u".aif"},    {u"audio/x-ms-wax", u".wax"},
-        {u"audio/ac3", u".ac3"},       {u"audio/basic", u".au"},      {u"audio/amr", u".amr"},
-        {u"video/mp4", u".mp4"},       {u"video/x-m4v", u".m4v"},     {u"video/mpeg", u".mpg"},
-        {u"video/quicktime", u".mov"}, {u"video/webm", u".webm"},     {u"video/ogg", u".ogv"},
+        {u"audio/mpeg", u".mp3"},      {u"audio/mp3", u".mp3"},      {u"audio/mpeg3", u".mp3"},
+        {u"audio/x-mpeg", u".mp3"},    {u"audio/x-mp3", u".mp3"},    {u"audio/mpg", u".mp3"},
+        {u"audio/x-mpeg-3", u".mp3"},  {u"audio/mp4", u".m4a"},      {u"audio/m4a", u".m4a"},
+        {u"audio/x-m4a", u".m4a"},     {u"audio/x-m4b", u".m4b"},    {u"audio/aac", u".aac"},
+        {u"audio/aacp", u".aac"},      {u"audio/x-aac", u".aac"},    {u"audio/ogg", u".ogg"},
+        {u"application/ogg", u".ogg"}, {u"audio/vorbis", u".ogg"},   {u"audio/opus", u".opus"},
+        {u"audio/flac", u".flac"},     {u"audio/x-flac", u".flac"},  {u"audio/wav", u".wav"},
+        {u"audio/wave", u".wav"},      {u"audio/x-wav", u".wav"},    {u"audio/vnd.wave", u".wav"},
+        {u"audio/webm", u".weba"},     {u"audio/x-ms-wma", u".wma"}, {u"audio/midi", u".mid"},
+        {u"audio/aiff", u".aif"},      {u"audio/x-aiff", u".aif"},   {u"audio/x-ms-wax", u".wax"},
+        {u"audio/ac3", u".ac3"},       {u"audio/basic", u".au"},     {u"audio/amr", u".amr"},
+        {u"video/mp4", u".mp4"},       {u"video/x-m4v", u".m4v"},    {u"video/mpeg", u".mpg"},
+        {u"video/quicktime", u".mov"}, {u"video/webm", u".webm"},    {u"video/ogg", u".ogv"},
     };
     const QString type = mimeType.section(u';', 0, 0).trimmed().toLower();
     for (const auto& [known, extension] : table)

@@ -1,9 +1,9 @@
 #pragma once
 // File names, file types, standard folders and the desktop's trash.
 
-#include <QString>
-
 #include "VEXA.Runtime.Export.h"
+
+#include <QString>
 
 namespace vexa {
 

@@ -8,7 +8,9 @@ namespace {
 
 constexpr int kDeepestCall = 32;
 
-bool IsNameCharacter(QChar c) { return c.isLetterOrNumber() || c == u'_'; }
+bool IsNameCharacter(QChar c) {
+    return c.isLetterOrNumber() || c == u'_';
+}
 
 /// The position of the ")%" that closes the call whose argument begins at `from`; −1 when there is none. Calls inside
 /// the argument are recognised by "%Name(".

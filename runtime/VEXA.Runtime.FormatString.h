@@ -4,14 +4,14 @@
 // An argument is a format string itself, so it may hold macros and calls. An unknown name, a lone "%" and anything
 // malformed stay as they are. Names are case-sensitive. Evaluation is reentrant: the tables never change once built.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 
 #include <functional>
-
-#include "VEXA.Runtime.Export.h"
 
 namespace vexa {
 

@@ -1,9 +1,9 @@
 #pragma once
 // HTML's named entities in documents that call themselves XML and never declare them (&nbsp;, &eacute;, …).
 
-#include <string>
-
 #include "VEXA.Runtime.Export.h"
+
+#include <string>
 
 namespace vexa {
 

@@ -1,5 +1,8 @@
 #include "VEXA.Runtime.Http.h"
 
+#include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Version.h"
+
 #include <QScopeGuard>
 #include <QUrl>
 
@@ -13,9 +16,6 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-
-#include "VEXA.Runtime.Log.h"
-#include "VEXA.Runtime.Version.h"
 
 namespace vexa {
 
@@ -116,15 +116,31 @@ QString ReasonPhrase(int status) {
         const char* Phrase;
     };
     static constexpr Named phrases[] = {
-        {300, "Multiple Choices"},      {301, "Moved Permanently"},   {302, "Found"},
-        {303, "See Other"},             {304, "Not Modified"},        {307, "Temporary Redirect"},
-        {308, "Permanent Redirect"},    {400, "Bad Request"},         {401, "Unauthorized"},
-        {402, "Payment Required"},      {403, "Forbidden"},           {404, "Not Found"},
-        {405, "Method Not Allowed"},    {406, "Not Acceptable"},      {408, "Request Timeout"},
-        {410, "Gone"},                  {416, "Range Not Satisfiable"}, {421, "Misdirected Request"},
-        {429, "Too Many Requests"},     {451, "Unavailable For Legal Reasons"},
-        {500, "Internal Server Error"}, {501, "Not Implemented"},     {502, "Bad Gateway"},
-        {503, "Service Unavailable"},   {504, "Gateway Timeout"},
+        {300, "Multiple Choices"},
+        {301, "Moved Permanently"},
+        {302, "Found"},
+        {303, "See Other"},
+        {304, "Not Modified"},
+        {307, "Temporary Redirect"},
+        {308, "Permanent Redirect"},
+        {400, "Bad Request"},
+        {401, "Unauthorized"},
+        {402, "Payment Required"},
+        {403, "Forbidden"},
+        {404, "Not Found"},
+        {405, "Method Not Allowed"},
+        {406, "Not Acceptable"},
+        {408, "Request Timeout"},
+        {410, "Gone"},
+        {416, "Range Not Satisfiable"},
+        {421, "Misdirected Request"},
+        {429, "Too Many Requests"},
+        {451, "Unavailable For Legal Reasons"},
+        {500, "Internal Server Error"},
+        {501, "Not Implemented"},
+        {502, "Bad Gateway"},
+        {503, "Service Unavailable"},
+        {504, "Gateway Timeout"},
     };
     for (const auto& [number, phrase] : phrases)
         if (number == status) return QString::fromLatin1(phrase);
@@ -133,16 +149,24 @@ QString ReasonPhrase(int status) {
 
 QString CurlReason(CURLcode code, const char* detail) {
     switch (code) {
-        case CURLE_COULDNT_RESOLVE_HOST: return QStringLiteral("the server's name could not be resolved");
-        case CURLE_COULDNT_CONNECT: return QStringLiteral("the server could not be reached (connection refused or no route)");
-        case CURLE_OPERATION_TIMEDOUT: return QStringLiteral("the server did not answer in time");
-        case CURLE_TOO_MANY_REDIRECTS: return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return QStringLiteral("the server's name could not be resolved");
+        case CURLE_COULDNT_CONNECT:
+            return QStringLiteral("the server could not be reached (connection refused or no route)");
+        case CURLE_OPERATION_TIMEDOUT:
+            return QStringLiteral("the server did not answer in time");
+        case CURLE_TOO_MANY_REDIRECTS:
+            return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
             return QStringLiteral("the address, or one that it redirects to, is not http or https");
-        case CURLE_PARTIAL_FILE: return QStringLiteral("the connection ended before the whole body arrived");
-        case CURLE_GOT_NOTHING: return QStringLiteral("the server closed the connection without an answer");
-        case CURLE_BAD_CONTENT_ENCODING: return QStringLiteral("the compressed body is damaged");
-        default: break;
+        case CURLE_PARTIAL_FILE:
+            return QStringLiteral("the connection ended before the whole body arrived");
+        case CURLE_GOT_NOTHING:
+            return QStringLiteral("the server closed the connection without an answer");
+        case CURLE_BAD_CONTENT_ENCODING:
+            return QStringLiteral("the compressed body is damaged");
+        default:
+            break;
     }
     const QString text = QString::fromUtf8(detail && *detail ? detail : curl_easy_strerror(code)).trimmed();
     return QStringLiteral("the transfer failed: ") + text;
@@ -198,10 +222,7 @@ private:
     /// Runs until the transfer has ended or is cancelled.
     CURLcode Loop(CURLM* multi) {
         for (;;) {
-            if (FIsCancelled && FIsCancelled()) {
-                FCancelled = true;
-                return CURLE_ABORTED_BY_CALLBACK;
-            }
+            if (IsCancelled()) return CURLE_ABORTED_BY_CALLBACK;
             int running = 0;
             if (curl_multi_perform(multi, &running) != CURLM_OK) return CURLE_FAILED_INIT;
             int left = 0;
@@ -227,8 +248,8 @@ private:
         }
         if (FCancelled) return Failure(Kind::Cancelled, QStringLiteral("cancelled"));
         if (FTooLarge)
-            return Failure(Kind::TooLarge, QStringLiteral("the document is larger than %1 MiB")
-                                               .arg(FRequest.MaxBytes / (1024 * 1024)));
+            return Failure(Kind::TooLarge,
+                           QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
         // A redirect that leads nowhere is not the server's last word: say why it could not be followed.
         const bool isLostRedirect = IsRedirect() && code != CURLE_OK && code != CURLE_WRITE_ERROR;
@@ -263,6 +284,12 @@ private:
             FCause = std::current_exception();
             return false;
         }
+    }
+
+    /// Asks the cancel check; one that throws has cancelled, too.
+    bool IsCancelled() noexcept {
+        if (FIsCancelled && !Guarded([this] { return !FIsCancelled(); })) FCancelled = true;
+        return FCancelled;
     }
 
     bool Accept() {
@@ -301,7 +328,7 @@ private:
             FRefused = true;
             return false;
         }
-        return !FIsCancelled || !(FCancelled = FIsCancelled());
+        return !IsCancelled();
     }
 
     static std::size_t WriteCallback(char* data, std::size_t size, std::size_t count, void* self) {
@@ -417,7 +444,9 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     return document;
 }
 
-bool IsUrl(const QString& text) { return !EncodedUrl(text).isEmpty() && !text.isEmpty() && !text.at(0).isSpace(); }
+bool IsUrl(const QString& text) {
+    return !EncodedUrl(text).isEmpty() && !text.isEmpty() && !text.at(0).isSpace();
+}
 
 void SetHttpTimeouts(HttpTimeouts timeouts) {
     ConnectSeconds = timeouts.Connect.count();

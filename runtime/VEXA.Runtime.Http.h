@@ -6,6 +6,9 @@
 // 50 ms, also while a name is resolved or nothing arrives. Each thread keeps its own connections for reuse; names and
 // TLS sessions are shared between threads.
 
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Threads.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -13,9 +16,6 @@
 #include <exception>
 #include <functional>
 #include <stdexcept>
-
-#include "VEXA.Runtime.Export.h"
-#include "VEXA.Runtime.Threads.h"
 
 namespace vexa {
 

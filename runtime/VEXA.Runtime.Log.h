@@ -1,16 +1,16 @@
 #pragma once
 // The system's logging categories. Quiet by default: only warnings show. QT_LOGGING_RULES="podcasts.*=true" opens all.
 
-#include <QLoggingCategory>
-
 #include "VEXA.Runtime.Export.h"
+
+#include <QLoggingCategory>
 
 namespace vexa {
 
-VEXA_RUNTIME_API const QLoggingCategory& LogHttp();     // podcasts.http
-VEXA_RUNTIME_API const QLoggingCategory& LogDatabase(); // podcasts.db
-VEXA_RUNTIME_API const QLoggingCategory& LogRefresh();  // podcasts.refresh
-VEXA_RUNTIME_API const QLoggingCategory& LogDownload(); // podcasts.download
-VEXA_RUNTIME_API const QLoggingCategory& LogRuntime();  // podcasts.runtime
+VEXA_RUNTIME_API const QLoggingCategory& LogHttp();      // podcasts.http
+VEXA_RUNTIME_API const QLoggingCategory& LogDatabase();  // podcasts.db
+VEXA_RUNTIME_API const QLoggingCategory& LogRefresh();   // podcasts.refresh
+VEXA_RUNTIME_API const QLoggingCategory& LogDownload();  // podcasts.download
+VEXA_RUNTIME_API const QLoggingCategory& LogRuntime();   // podcasts.runtime
 
 }  // namespace vexa

@@ -1,9 +1,9 @@
 #include "VEXA.Runtime.SQLite.Builder.h"
 
+#include "VEXA.Runtime.Text.h"
+
 #include <charconv>
 #include <cmath>
-
-#include "VEXA.Runtime.Text.h"
 
 namespace vexa {
 
@@ -49,12 +49,24 @@ SqlBuilder& SqlBuilder::CreateTable(std::string_view name, std::span<const SqlCo
     for (const auto& [column, kind] : columns) {
         FSql.append(separator).append(column).append(" ");
         switch (kind) {
-            case SqlColumn::Type::Key: FSql += "INTEGER PRIMARY KEY AUTOINCREMENT"; break;
-            case SqlColumn::Type::Integer: FSql += "INTEGER"; break;
-            case SqlColumn::Type::Double: FSql += "DOUBLE"; break;
-            case SqlColumn::Type::Text: FSql += "TEXT"; break;
-            case SqlColumn::Type::ShownText: FSql += "TEXT COLLATE UNICODE"; break;
-            case SqlColumn::Type::Blob: FSql += "BLOB"; break;
+            case SqlColumn::Type::Key:
+                FSql += "INTEGER PRIMARY KEY AUTOINCREMENT";
+                break;
+            case SqlColumn::Type::Integer:
+                FSql += "INTEGER";
+                break;
+            case SqlColumn::Type::Double:
+                FSql += "DOUBLE";
+                break;
+            case SqlColumn::Type::Text:
+                FSql += "TEXT";
+                break;
+            case SqlColumn::Type::ShownText:
+                FSql += "TEXT COLLATE UNICODE";
+                break;
+            case SqlColumn::Type::Blob:
+                FSql += "BLOB";
+                break;
         }
         separator = ", ";
     }

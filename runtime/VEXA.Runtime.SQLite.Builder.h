@@ -1,21 +1,21 @@
 #pragma once
 // Builds the text of SQL statements, in UTF-8. The one place that spells literals.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QString>
 
 #include <span>
 #include <string>
 #include <string_view>
 
-#include "VEXA.Runtime.Export.h"
-
 namespace vexa {
 
 /// How a column is declared by CreateTable.
 struct SqlColumn {
     enum class Type {
-        Key,        // INTEGER PRIMARY KEY AUTOINCREMENT: assigned on insert, never used again
-        Integer,    // 32-bit
+        Key,      // INTEGER PRIMARY KEY AUTOINCREMENT: assigned on insert, never used again
+        Integer,  // 32-bit
         Double,
         Text,       // identities: compares byte by byte
         ShownText,  // names and what else people read: sorts by the collation UNICODE
@@ -38,8 +38,8 @@ public:
     /// A text literal. Quotes are doubled; text with U+0000 becomes CAST(x'…' AS TEXT), since a statement ends at it.
     SqlBuilder& Text(QStringView value);
     SqlBuilder& Integer(qint64 value);
-    /// 17 significant digits, so that it reads back bit for bit (but for numbers below 1e-280, which SQLite itself reads
-    /// with less care); infinities as ±9e999, not-a-number as NULL.
+    /// 17 significant digits, so that it reads back bit for bit (but for numbers below 1e-280, which SQLite itself
+    /// reads with less care); infinities as ±9e999, not-a-number as NULL.
     SqlBuilder& Double(double value);
 
     /// CREATE TABLE IF NOT EXISTS with an optional table constraint.

@@ -1,5 +1,8 @@
 #include "VEXA.Runtime.SQLite.h"
 
+#include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Text.h"
+
 #include <QFile>
 
 #include <sqlite3.h>
@@ -10,30 +13,36 @@
 #include <cstring>
 #include <thread>
 
-#include "VEXA.Runtime.Log.h"
-#include "VEXA.Runtime.Text.h"
-
 namespace vexa {
 
 namespace {
 
 constexpr int kBusyMilliseconds = 5000;
-// Of 4 KiB. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back once.
+// Of 4 KiB. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back
+// once.
 constexpr int kCheckpointPages = 4000;
 
 /// What a person can do about an error; empty when we do not know.
 const char* Advice(int code) {
     switch (code & 0xFF) {
         case SQLITE_BUSY:
-        case SQLITE_LOCKED: return "; another program is using it: try again in a moment";
+        case SQLITE_LOCKED:
+            return "; another program is using it: try again in a moment";
         case SQLITE_READONLY:
-        case SQLITE_PERM: return "; make the file and its folder writable";
-        case SQLITE_CANTOPEN: return "; check that its folder exists and is writable";
-        case SQLITE_FULL: return "; free some disk space";
-        case SQLITE_IOERR: return "; check the disk and its free space";
-        case SQLITE_NOTADB: return "; move the file away, or name another profile folder";
-        case SQLITE_CORRUPT: return "; restore the file from a backup, or move it away";
-        default: return "";
+        case SQLITE_PERM:
+            return "; make the file and its folder writable";
+        case SQLITE_CANTOPEN:
+            return "; check that its folder exists and is writable";
+        case SQLITE_FULL:
+            return "; free some disk space";
+        case SQLITE_IOERR:
+            return "; check the disk and its free space";
+        case SQLITE_NOTADB:
+            return "; move the file away, or name another profile folder";
+        case SQLITE_CORRUPT:
+            return "; restore the file from a backup, or move it away";
+        default:
+            return "";
     }
 }
 
@@ -112,8 +121,8 @@ class SqliteDatabase::Statement {
 public:
     Statement(SqliteDatabase& database, std::string_view sql, const char** tail = nullptr) {
         const char* rest = nullptr;
-        const int code = sqlite3_prepare_v2(database.FConnection, sql.data(), static_cast<int>(sql.size()),
-                                            &FStatement, &rest);
+        const int code =
+            sqlite3_prepare_v2(database.FConnection, sql.data(), static_cast<int>(sql.size()), &FStatement, &rest);
         if (code != SQLITE_OK) database.Raise("cannot read or write", code);
         if (tail) *tail = rest;
     }
@@ -128,7 +137,9 @@ private:
     sqlite3_stmt* FStatement = nullptr;
 };
 
-SqliteCursor::~SqliteCursor() { sqlite3_finalize(FStatement); }
+SqliteCursor::~SqliteCursor() {
+    sqlite3_finalize(FStatement);
+}
 
 bool SqliteCursor::Next() {
     const int code = sqlite3_step(FStatement);
@@ -137,7 +148,9 @@ bool SqliteCursor::Next() {
     return false;
 }
 
-int SqliteCursor::ColumnCount() const { return sqlite3_column_count(FStatement); }
+int SqliteCursor::ColumnCount() const {
+    return sqlite3_column_count(FStatement);
+}
 
 int SqliteCursor::ColumnIndex(std::string_view name) const {
     for (int i = 0; i < ColumnCount(); ++i)
@@ -151,7 +164,9 @@ int SqliteCursor::Require(std::string_view name) const {
     return column;
 }
 
-bool SqliteCursor::IsNull(int column) const { return sqlite3_column_type(FStatement, column) == SQLITE_NULL; }
+bool SqliteCursor::IsNull(int column) const {
+    return sqlite3_column_type(FStatement, column) == SQLITE_NULL;
+}
 
 std::string_view SqliteCursor::Utf8(int column) const {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(FStatement, column));
@@ -159,20 +174,30 @@ std::string_view SqliteCursor::Utf8(int column) const {
                 : std::string_view();
 }
 
-QString SqliteCursor::Text(int column) const { return FromUtf8(Utf8(column)); }
+QString SqliteCursor::Text(int column) const {
+    return FromUtf8(Utf8(column));
+}
 
-int SqliteCursor::Integer(int column) const { return sqlite3_column_int(FStatement, column); }
+int SqliteCursor::Integer(int column) const {
+    return sqlite3_column_int(FStatement, column);
+}
 
-qint64 SqliteCursor::Integer64(int column) const { return sqlite3_column_int64(FStatement, column); }
+qint64 SqliteCursor::Integer64(int column) const {
+    return sqlite3_column_int64(FStatement, column);
+}
 
-double SqliteCursor::Double(int column) const { return sqlite3_column_double(FStatement, column); }
+double SqliteCursor::Double(int column) const {
+    return sqlite3_column_double(FStatement, column);
+}
 
 QByteArray SqliteCursor::Blob(int column) const {
     const auto* data = static_cast<const char*>(sqlite3_column_blob(FStatement, column));
     return data ? QByteArray(data, sqlite3_column_bytes(FStatement, column)) : QByteArray();
 }
 
-SqliteDatabase::~SqliteDatabase() { Close(); }
+SqliteDatabase::~SqliteDatabase() {
+    Close();
+}
 
 void SqliteDatabase::Close() noexcept {
     sqlite3_close_v2(FConnection);
@@ -218,8 +243,8 @@ void SqliteDatabase::EnterWal() {
 
 void SqliteDatabase::InitializeFunctions() {
     constexpr int kDeterministic = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    int code = sqlite3_create_function_v2(FConnection, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr,
-                                          nullptr);
+    int code =
+        sqlite3_create_function_v2(FConnection, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr, nullptr);
     if (code == SQLITE_OK)
         code = sqlite3_create_collation_v2(FConnection, "UNICODE", SQLITE_UTF8, nullptr, UnicodeCollator::Compare,
                                            nullptr);
@@ -234,17 +259,15 @@ void SqliteDatabase::RegisterFunction(const char* name, TextFunction function) {
 }
 
 void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function) {
-    const int code =
-        sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
-                                   CallFunction<IntegerFunction>, nullptr, nullptr, nullptr);
+    const int code = sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
+                                                CallFunction<IntegerFunction>, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) Raise("cannot prepare", code);
 }
 
 void SqliteDatabase::Raise(const std::string& what, int code) const {
-    const char* reason = FConnection && sqlite3_errcode(FConnection) != SQLITE_OK ? sqlite3_errmsg(FConnection)
-                                                                                    : sqlite3_errstr(code);
-    const std::string message =
-        what + " the database " + FFileName.toStdString() + ": " + reason + Advice(code);
+    const char* reason =
+        FConnection && sqlite3_errcode(FConnection) != SQLITE_OK ? sqlite3_errmsg(FConnection) : sqlite3_errstr(code);
+    const std::string message = what + " the database " + FFileName.toStdString() + ": " + reason + Advice(code);
     qCDebug(LogDatabase).noquote() << QString::fromStdString(message);
     throw SqliteError(message, code);
 }
@@ -298,7 +321,8 @@ void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
         --FTransactionDepth;
         try {
             // A full disk may have rolled back the whole transaction by itself.
-            if (!sqlite3_get_autocommit(FConnection)) ExecuteSQL(nested ? "ROLLBACK TO Nested; RELEASE Nested" : "ROLLBACK");
+            if (!sqlite3_get_autocommit(FConnection))
+                ExecuteSQL(nested ? "ROLLBACK TO Nested; RELEASE Nested" : "ROLLBACK");
         } catch (const SqliteError& error) {
             qCWarning(LogDatabase) << error.what();
         }
@@ -315,6 +339,8 @@ std::vector<std::string> SqliteDatabase::TableColumns(std::string_view table) {
     return columns;
 }
 
-int SqliteDatabase::ChangedRows() const { return sqlite3_changes(FConnection); }
+int SqliteDatabase::ChangedRows() const {
+    return sqlite3_changes(FConnection);
+}
 
 }  // namespace vexa

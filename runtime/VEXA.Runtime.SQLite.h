@@ -4,6 +4,9 @@
 // The file is opened in WAL mode, so that other processes can read and write it too and a crash leaves the last
 // committed state. Every error is an SqliteError. Errors of the kind "busy" come after waiting five seconds.
 
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.SQLite.Builder.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -14,9 +17,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "VEXA.Runtime.Export.h"
-#include "VEXA.Runtime.SQLite.Builder.h"
 
 struct sqlite3;
 struct sqlite3_stmt;

@@ -1,5 +1,7 @@
 #include "VEXA.Runtime.Settings.h"
 
+#include "VEXA.Runtime.Text.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,8 +12,6 @@
 #include <algorithm>
 #include <optional>
 #include <stdexcept>
-
-#include "VEXA.Runtime.Text.h"
 
 namespace vexa {
 
@@ -48,13 +48,18 @@ QString Quoted(const QString& value) {
     if (!NeedsQuotes(value)) return value;
     QString text(u'"');
     for (const QChar c : value) {
-        if (c == u'"' || c == u'\\') (text += u'\\') += c;
-        else if (c == u'\n') text += u"\\n";
-        else if (c == u'\r') text += u"\\r";
-        else if (c == u'\t') text += u"\\t";
+        if (c == u'"' || c == u'\\')
+            (text += u'\\') += c;
+        else if (c == u'\n')
+            text += u"\\n";
+        else if (c == u'\r')
+            text += u"\\r";
+        else if (c == u'\t')
+            text += u"\\t";
         else if (c.category() == QChar::Other_Control)
             text += u"\\x" + QString::number(c.unicode(), 16).rightJustified(4, u'0');
-        else text += c;
+        else
+            text += c;
     }
     return text += u'"';
 }
@@ -69,13 +74,17 @@ QString Unquoted(const QString& written) {
             continue;
         }
         const QChar escaped = text[++i];
-        if (escaped == u'n') value += u'\n';
-        else if (escaped == u'r') value += u'\r';
-        else if (escaped == u't') value += u'\t';
+        if (escaped == u'n')
+            value += u'\n';
+        else if (escaped == u'r')
+            value += u'\r';
+        else if (escaped == u't')
+            value += u'\t';
         else if (escaped == u'x' && i + 4 < text.size() - 1) {
             value += QChar(text.sliced(i + 1, 4).toUShort(nullptr, 16));
             i += 4;
-        } else value += escaped;
+        } else
+            value += escaped;
     }
     return value;
 }
@@ -88,14 +97,15 @@ struct Line {
 
 Line ParseLine(const QString& text) {
     const QString trimmed = text.trimmed();
-    if (trimmed.startsWith(u'[') && trimmed.endsWith(u']'))
-        return {trimmed.sliced(1, trimmed.size() - 2), {}, {}};
+    if (trimmed.startsWith(u'[') && trimmed.endsWith(u']')) return {trimmed.sliced(1, trimmed.size() - 2), {}, {}};
     const qsizetype equals = trimmed.indexOf(u'=');
     if (equals <= 0 || trimmed.startsWith(u';') || trimmed.startsWith(u'#')) return {};
     return {{}, trimmed.first(equals).trimmed(), Unquoted(trimmed.sliced(equals + 1))};
 }
 
-QString KeyPath(const QString& section, const QString& key) { return section.isEmpty() ? key : section + u'\\' + key; }
+QString KeyPath(const QString& section, const QString& key) {
+    return section.isEmpty() ? key : section + u'\\' + key;
+}
 
 /// Replaces the key's line, or adds one at the end of its section (which is made at the file's end when missing).
 void SetKey(QStringList& lines, const QString& keyPath, const QString& value) {
@@ -128,8 +138,10 @@ SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
     QString section;
     for (const QString& text : ReadLines(FFileName)) {
         const Line line = ParseLine(text);
-        if (line.Section) section = *line.Section;
-        else if (!line.Key.isEmpty()) FRead.insert(KeyPath(section, line.Key), line.Value);
+        if (line.Section)
+            section = *line.Section;
+        else if (!line.Key.isEmpty())
+            FRead.insert(KeyPath(section, line.Key), line.Value);
     }
 }
 
@@ -166,6 +178,8 @@ void SettingsFile::Save() {
     for (const QString& key : keys) FRead.insert(key, FPending.take(key));
 }
 
-QString SettingsFileName(const QString& profileFolder) { return QDir(profileFolder).filePath(QStringLiteral("Settings.ini")); }
+QString SettingsFileName(const QString& profileFolder) {
+    return QDir(profileFolder).filePath(QStringLiteral("Settings.ini"));
+}
 
 }  // namespace vexa

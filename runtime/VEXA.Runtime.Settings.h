@@ -9,10 +9,10 @@
 // Several processes may use one file: saving reads it again under a lock, changes only the keys that this process set
 // to something else than what it had read, and replaces the file in one step.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QHash>
 #include <QString>
-
-#include "VEXA.Runtime.Export.h"
 
 namespace vexa {
 

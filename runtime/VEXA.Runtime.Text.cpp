@@ -116,8 +116,8 @@ QString FromUtf8(std::string_view bytes) {
 
 namespace {
 
-/// How many leading characters, in whole blocks, are ASCII and the same in both. The loop over a block has no branch, so
-/// that the compiler can compare many characters at once.
+/// How many leading characters, in whole blocks, are ASCII and the same in both. The loop over a block has no branch,
+/// so that the compiler can compare many characters at once.
 std::size_t CommonAscii(const char16_t* text, const char* bytes, std::size_t size) noexcept {
     constexpr std::size_t kBlock = 32;
     std::size_t at = 0;

@@ -4,12 +4,12 @@
 // QString may hold lone surrogates (they reach us from feeds and file names). They are written in the generalised form
 // of UTF-8 known as WTF-8 (three bytes, ED A0..BF xx), so that what is stored reads back as it was.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QString>
 
 #include <string>
 #include <string_view>
-
-#include "VEXA.Runtime.Export.h"
 
 namespace vexa {
 

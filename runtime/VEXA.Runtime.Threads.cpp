@@ -1,5 +1,7 @@
 #include "VEXA.Runtime.Threads.h"
 
+#include "VEXA.Runtime.Log.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
@@ -15,8 +17,6 @@
 #include <thread>
 #include <unordered_map>
 #include <vector>
-
-#include "VEXA.Runtime.Log.h"
 
 namespace vexa {
 
@@ -163,9 +163,13 @@ private:
 
 }  // namespace
 
-void AttachMainThread() { MainThreadQueue::Instance().Attach(); }
+void AttachMainThread() {
+    MainThreadQueue::Instance().Attach();
+}
 
-bool IsMainThread() noexcept { return MainThreadQueue::Instance().IsMain(); }
+bool IsMainThread() noexcept {
+    return MainThreadQueue::Instance().IsMain();
+}
 
 void RunInMainThread(std::function<void()> procedure, bool wait) {
     auto& queue = MainThreadQueue::Instance();
@@ -184,7 +188,9 @@ void DrainMainThreadUntil(const std::function<bool()>& done, std::chrono::millis
     MainThreadQueue::Instance().DrainUntil(done, poll);
 }
 
-void WakeMainThread() { MainThreadQueue::Instance().Wake(); }
+void WakeMainThread() {
+    MainThreadQueue::Instance().Wake();
+}
 
 HResult Task::QueryInterface(const Guid&, void** object) noexcept {
     if (object) *object = nullptr;
@@ -255,7 +261,8 @@ private:
             {
                 std::unique_lock lock(FMutex);
                 ++FIdle;
-                const bool arrived = FJobArrived.wait_for(lock, std::chrono::seconds(30), [&] { return !FJobs.empty(); });
+                const bool arrived =
+                    FJobArrived.wait_for(lock, std::chrono::seconds(30), [&] { return !FJobs.empty(); });
                 --FIdle;
                 if (!arrived) return;
                 job = std::move(FJobs.front());
@@ -330,9 +337,13 @@ Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) 
 
 Timer::~Timer() = default;
 
-std::chrono::milliseconds Timer::Interval() const { return FImpl->Clock.intervalAsDuration(); }
+std::chrono::milliseconds Timer::Interval() const {
+    return FImpl->Clock.intervalAsDuration();
+}
 
-bool Timer::IsEnabled() const { return FImpl->Clock.isActive(); }
+bool Timer::IsEnabled() const {
+    return FImpl->Clock.isActive();
+}
 
 void Timer::SetEnabled(bool enabled) {
     if (enabled == IsEnabled()) return;

@@ -5,6 +5,9 @@
 // loop drains and that a main thread drains by itself while it waits for a task, so that "cancel and wait" on the main
 // thread cannot deadlock with a task that waits for the main thread.
 
+#include "VEXA.Runtime.Export.h"
+#include "VEXA.SDK.Base.h"
+
 #include <QString>
 
 #include <atomic>
@@ -12,9 +15,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-
-#include "VEXA.Runtime.Export.h"
-#include "VEXA.SDK.Base.h"
 
 namespace vexa {
 
@@ -75,8 +75,8 @@ public:
     static TaskHandle Run(std::unique_ptr<Task> task);
 
     /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included) and been
-    /// freed. A handle whose task has ended already, or 0, is no error. Inside a procedure that this very task waits for
-    /// (see RunInMainThread) the flag is all that can be set, and the call returns at once.
+    /// freed. A handle whose task has ended already, or 0, is no error. Inside a procedure that this very task waits
+    /// for (see RunInMainThread) the flag is all that can be set, and the call returns at once.
     static void Cancel(TaskHandle handle, bool wait);
 };
 

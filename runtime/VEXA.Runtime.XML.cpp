@@ -1,11 +1,11 @@
 #include "VEXA.Runtime.XML.h"
 
-#include <algorithm>
-#include <pugixml.hpp>
-
 #include "VEXA.Runtime.Encoding.h"
 #include "VEXA.Runtime.HtmlEntities.h"
 #include "VEXA.Runtime.Text.h"
+
+#include <algorithm>
+#include <pugixml.hpp>
 
 namespace vexa {
 
@@ -46,7 +46,9 @@ std::string Where(std::string_view text, std::ptrdiff_t offset) {
 
 XmlError::~XmlError() = default;
 
-std::string_view XmlNode::Name() const noexcept { return pugi::xml_node(FNode).name(); }
+std::string_view XmlNode::Name() const noexcept {
+    return pugi::xml_node(FNode).name();
+}
 
 QString XmlNode::Text() const {
     const pugi::xml_node node(FNode);
@@ -66,7 +68,9 @@ QString XmlNode::Text() const {
     return first ? FromUtf8(first.value()) : QString();
 }
 
-QString XmlNode::Attribute(const char* name) const { return FromUtf8(pugi::xml_node(FNode).attribute(name).value()); }
+QString XmlNode::Attribute(const char* name) const {
+    return FromUtf8(pugi::xml_node(FNode).attribute(name).value());
+}
 
 bool XmlNode::AttributeIs(const char* name, std::string_view value) const noexcept {
     return pugi::xml_node(FNode).attribute(name).value() == value;
@@ -76,7 +80,9 @@ XmlNode XmlNode::FindChild(const char* name) const noexcept {
     return XmlNode(pugi::xml_node(FNode).child(name).internal_object());
 }
 
-qint64 XmlNode::ChildInteger(const char* name) const { return ChildText(name).trimmed().toLongLong(); }
+qint64 XmlNode::ChildInteger(const char* name) const {
+    return ChildText(name).trimmed().toLongLong();
+}
 
 XmlNode::Iterator XmlNode::begin() const noexcept {
     return Iterator(FirstElement(pugi::xml_node(FNode).first_child()).internal_object());
@@ -103,13 +109,15 @@ XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     // The tree was read in place, so the position is told from a second decoding.
     std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
     ReplaceHtmlEntities(text);
-    throw XmlError("not well-formed XML at " +
-                   Where(text, result.offset + static_cast<std::ptrdiff_t>(skipped)) + ": " + result.description());
+    throw XmlError("not well-formed XML at " + Where(text, result.offset + static_cast<std::ptrdiff_t>(skipped)) +
+                   ": " + result.description());
 }
 
 XmlDocument::~XmlDocument() = default;
 
-XmlNode XmlDocument::Node() const noexcept { return XmlNode(FTree->internal_object()); }
+XmlNode XmlDocument::Node() const noexcept {
+    return XmlNode(FTree->internal_object());
+}
 
 XmlNode XmlDocument::FindPath(std::initializer_list<const char*> names) const noexcept {
     XmlNode node = Node();

@@ -5,14 +5,14 @@
 // HTML's named entities (&nbsp;), bare ampersands, and characters that XML forbids; nothing is ever fetched and no
 // declared entity is expanded. A document that is cut off or otherwise not well-formed is an error, never a short one.
 
+#include "VEXA.Runtime.Export.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <memory>
 #include <stdexcept>
 #include <string_view>
-
-#include "VEXA.Runtime.Export.h"
 
 namespace pugi {
 class xml_document;

@@ -1,5 +1,7 @@
-// A library of a million episodes: `library FOLDER [EPISODES [FEEDS]]` builds it once and prints what each look-up, list
-// and first page costs, what each index costs, and how long opening takes.
+// A library of a million episodes: `library FOLDER [EPISODES [FEEDS]]` builds it once and prints what each look-up,
+// list and first page costs, what each index costs, and how long opening takes.
+
+#include "Podcasts.Core.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -10,8 +12,6 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-
-#include "Podcasts.Core.h"
 
 namespace {
 
@@ -136,7 +136,8 @@ int main(int argc, char** argv) {
     std::printf("\n| index | × time to insert 20 feeds of 200 | MB |\n|---|--:|--:|\n");
     for (const auto& [name, definition] : TPodcastsDB::Indexes()) {
         const double factor = CostOfIndex(db, std::string(name), std::string(definition), feeds + 1, 20);
-        const int megabytes = db.QueryInteger("SELECT sum(pgsize) / 1000000 FROM dbstat WHERE name = '" + std::string(name) + "'");
+        const int megabytes =
+            db.QueryInteger("SELECT sum(pgsize) / 1000000 FROM dbstat WHERE name = '" + std::string(name) + "'");
         std::printf("| %s | %.2f | %d |\n", std::string(definition).c_str(), factor, megabytes);
         std::fflush(stdout);
     }
@@ -144,6 +145,7 @@ int main(int argc, char** argv) {
         if (std::exchange(first, false)) db.ExecuteSQL("UPDATE PodcastEpisodes SET State = 1");
         db.GetEpisodeCounts(0, a, b);
     });
-    Report("feeds with new episodes, all episodes new", [&] { db.EnumFeedsWithState(pesNew, [](auto&, auto&, int) {}); });
+    Report("feeds with new episodes, all episodes new",
+           [&] { db.EnumFeedsWithState(pesNew, [](auto&, auto&, int) {}); });
     db.ExecuteSQL("UPDATE PodcastEpisodes SET State = 0 WHERE rowid % 10 <> 1");
 }

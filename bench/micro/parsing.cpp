@@ -1,5 +1,9 @@
 // What the making of records costs beside the bare tree: `parsing DOCUMENT…` (documents of generate-feeds).
 
+#include "Podcasts.Core.Parsers.h"
+#include "VEXA.Runtime.Encoding.h"
+#include "VEXA.Runtime.HtmlEntities.h"
+
 #include <benchmark/benchmark.h>
 
 #include <fstream>
@@ -8,10 +12,6 @@
 #include <pugixml.hpp>
 #include <string>
 #include <vector>
-
-#include "Podcasts.Core.Parsers.h"
-#include "VEXA.Runtime.Encoding.h"
-#include "VEXA.Runtime.HtmlEntities.h"
 
 namespace {
 
@@ -35,7 +35,8 @@ void BareTree(benchmark::State& state) {
             std::string text = document;
             auto tree = std::make_unique<pugi::xml_document>();
             state.ResumeTiming();
-            benchmark::DoNotOptimize(tree->load_buffer_inplace(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8));
+            benchmark::DoNotOptimize(
+                tree->load_buffer_inplace(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8));
             state.PauseTiming();
             tree.reset();
             state.ResumeTiming();

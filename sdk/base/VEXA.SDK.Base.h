@@ -54,8 +54,12 @@ inline constexpr HResult E_FAIL = static_cast<HResult>(0x80004005u);
 inline constexpr HResult E_UNEXPECTED = static_cast<HResult>(0x8000FFFFu);
 inline constexpr HResult E_INVALIDARG = static_cast<HResult>(0x80070057u);
 
-constexpr bool Failed(HResult code) noexcept { return code < 0; }
-constexpr bool Succeeded(HResult code) noexcept { return code >= 0; }
+constexpr bool Failed(HResult code) noexcept {
+    return code < 0;
+}
+constexpr bool Succeeded(HResult code) noexcept {
+    return code >= 0;
+}
 
 /// The reference-counted base. Destruction is Release's business, hence the protected, non-virtual destructor.
 struct IUnknown {
