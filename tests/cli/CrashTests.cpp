@@ -90,7 +90,7 @@ TEST_F(Crashes, WhatAnotherProgramCommitsWhileARefreshWaitsToStoreStands) {
         "DELETE FROM PodcastFeeds WHERE Name GLOB 'B'; DELETE FROM PodcastEpisodes WHERE FeedID = 2; COMMIT");
     const Result refreshed = Finish(refresh);
     EXPECT_EQ(refreshed.Status, 0);
-    EXPECT_TRUE(refreshed.Output.contains(u"/B.xml: unsubscribed meanwhile")) << refreshed.Output.toStdString();
+    EXPECT_TRUE(refreshed.Out.contains(u"/B.xml: unsubscribed meanwhile")) << refreshed.Out.toStdString();
     EXPECT_EQ(
         other.Rows("SELECT GUID, State, URLAudioCached, length(Description) > 0 FROM PodcastEpisodes ORDER BY GUID"),
         QStringList({"A-1|2||1", "A-2|1|/f|1", "A-3|1||1", "A-4|1||1"}));
