@@ -18,15 +18,16 @@ MEGABYTE = 1_000_000
 
 
 class Comparison:
-    def __init__(self, root, bin_dir, curl, podcasts, others, rounds, results, tell):
+    def __init__(self, root, bin_dir, curl, podcasts, others, rounds, results, tell, habits=()):
         self.root, self.bin_dir, self.rounds, self.results, self.tell = root, bin_dir, rounds, results, tell
         self.curl, self.podcasts = curl, podcasts
+        self.habits = habits  # options of the server for every work
         self.readers = [program for program in (podcasts, *others) if program.is_there]
 
     def run_feeds(self, feed_count, episodes, works):
         folder = self.root / "feeds"
         folder.mkdir()
-        with Server(self.bin_dir, folder) as server:
+        with Server(self.bin_dir, folder, *self.habits) as server:
             self.tell(f"generating {feed_count} feeds of {episodes} episodes")
             feeds = Feeds(self.bin_dir, folder, server.base, feed_count, episodes, new=5, every=10)
             # The server packs each document at its first request; that is nobody's work here.
@@ -73,7 +74,7 @@ class Comparison:
 
     def _plain(self, folder, feed_count, episodes):
         """Without validators every feed comes whole, and the program itself has to see that nothing changed."""
-        with Server(self.bin_dir, folder, "--no-validators") as server:
+        with Server(self.bin_dir, folder, "--no-validators", *self.habits) as server:
             feeds = Feeds(self.bin_dir, self.root / "plain", server.base, feed_count, episodes, new=0, every=1)
             self.curl.fetch(feeds)
             self.podcasts.fresh()
@@ -87,7 +88,7 @@ class Comparison:
     def run_big(self):
         folder = self.root / "big"
         folder.mkdir()
-        with Server(self.bin_dir, folder) as server:
+        with Server(self.bin_dir, folder, *self.habits) as server:
             self.tell(f"generating a feed of {BIG_EPISODES} episodes")
             feeds = Feeds(self.bin_dir, folder, server.base, 1, BIG_EPISODES, new=1, every=1)
             self.curl.fetch(feeds)
@@ -114,7 +115,7 @@ class Comparison:
         for work, size in ((SMALL_DOWNLOAD, 30 * MEGABYTE), (DOWNLOAD, 300 * MEGABYTE)):
             folder = self.root / f"audio-{size}"
             folder.mkdir()
-            with Server(self.bin_dir, folder) as server:
+            with Server(self.bin_dir, folder, *self.habits) as server:
                 self._download(work, size, folder, server.base)
 
     def _download(self, work, size, folder, base):

@@ -15,6 +15,8 @@ struct SiteHabits {
     bool Compresses = true;
     /// Without them every conditional request gets the whole document.
     bool SendsValidators = true;
+    /// Pack a document at every request, as servers without a cache do.
+    bool PacksEachTime = false;
 };
 
 class HttpFolder {

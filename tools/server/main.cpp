@@ -1,4 +1,4 @@
-// loopback-server DIR [--no-compression] [--no-validators] [--latency-ms N]
+// loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N]
 //
 // Serves the files of DIR on 127.0.0.1 at a free port, says where in its first line ("http://127.0.0.1:PORT"), and ends
 // when its standard input closes: a parent that dies, however it dies, takes the server along.
@@ -38,6 +38,8 @@ std::optional<Options> Parse(int argc, char** argv) {
             options.Habits.Compresses = false;
         } else if (word == "--no-validators") {
             options.Habits.SendsValidators = false;
+        } else if (word == "--pack-each-time") {
+            options.Habits.PacksEachTime = true;
         } else if (word == "--latency-ms" && i + 1 < argc) {
             const std::string_view number = argv[++i];
             int milliseconds = -1;
@@ -68,7 +70,7 @@ void EndWithStandardInput() {
 int main(int argc, char** argv) {
     const auto options = Parse(argc, argv);
     if (!options) {
-        std::cerr << "usage: loopback-server DIR [--no-compression] [--no-validators] [--latency-ms N]\n";
+        std::cerr << "usage: loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N]\n";
         return 2;
     }
     HttpFolder folder(options->Folder, options->Habits);

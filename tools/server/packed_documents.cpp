@@ -10,7 +10,9 @@ constexpr int kLevel = 6;
 constexpr int kGzipWindow = 15 + 16;
 constexpr int kMemoryLevel = 8;
 
-PackedDocuments::Body Gzip(const std::string& text) {
+}  // namespace
+
+PackedDocuments::Body PackedDocuments::Gzip(const std::string& text) {
     z_stream stream{};
     if (deflateInit2(&stream, kLevel, Z_DEFLATED, kGzipWindow, kMemoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) return {};
     auto packed = std::make_shared<std::string>(deflateBound(&stream, text.size()), '\0');
@@ -24,8 +26,6 @@ PackedDocuments::Body Gzip(const std::string& text) {
     deflateEnd(&stream);
     return complete ? packed : nullptr;
 }
-
-}  // namespace
 
 PackedDocuments::Body PackedDocuments::Pack(const std::string& version, const std::string& text) {
     Body packed = Gzip(text);

@@ -13,7 +13,10 @@ class PackedDocuments {
 public:
     using Body = std::shared_ptr<const std::string>;
 
-    /// The packed form of `text`. `version` names the bytes: a document that changed and changed back finds its first
+    /// The packed form of `text`, made anew. Null when packing fails.
+    [[nodiscard]] static Body Gzip(const std::string& text);
+
+    /// The same, kept. `version` names the bytes: a document that changed and changed back finds its first
     /// form again. Null when packing fails.
     [[nodiscard]] Body Pack(const std::string& version, const std::string& text);
 
