@@ -4,20 +4,17 @@
 
 #include "LoopbackServer.h"
 #include "Podcasts.Core.h"
-#include "Printing.h"
 #include "TempFolder.h"
+#include "Texts.h"
 #include "Waiting.h"
 
 #include <gtest/gtest.h>
 
-#include <mutex>
-
 namespace podcasts {
 
 struct Item {
-    std::string Guid, Audio;  // the path of its audio address
-    std::string Title = "Episode";
-    std::string Date = "2024-05-17";
+    QString Guid, Audio;  // the path of its audio address
+    QString Title = "Episode";
 };
 
 class Listener final : public vexa::RefCountedObject<IPodcastClientChangeListener, IPodcastClientDownloadsListener,
@@ -25,31 +22,23 @@ class Listener final : public vexa::RefCountedObject<IPodcastClientChangeListene
 public:
     QStringList Events;  // but for the progress
     std::function<void(const QString&)> OnEvent;
+    QString Progress;  // the last; written on the download's thread
 
-    void DataChanged() override { Note(QStringLiteral("changed")); }
-    void DownloadsStarted() override { Note(QStringLiteral("downloads started")); }
-    void DownloadsFinished() override { Note(QStringLiteral("downloads finished")); }
+    void DataChanged() override { Note("changed"); }
+    void DownloadsStarted() override { Note("downloads started"); }
+    void DownloadsFinished() override { Note("downloads finished"); }
     void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override {
-        const std::lock_guard lock(FMutex);
-        FProgress = QStringLiteral("%1 of %2: ").arg(position).arg(size) + caption;
+        Progress = QString("%1 of %2: ").arg(position).arg(size) + caption;
     }
-    void RefreshFeedsStarted() override { Note(QStringLiteral("refresh started")); }
-    void RefreshFeed(const QString& feedURL) override { Note(u"feed /" + feedURL.section(u'/', 3)); }
-    void RefreshFeedsFinished(bool hasNewEpisodes) override {
-        Note(hasNewEpisodes ? QStringLiteral("refresh finished, new") : QStringLiteral("refresh finished"));
-    }
-    QString LastProgress() const {
-        const std::lock_guard lock(FMutex);
-        return FProgress;
-    }
+    void RefreshFeedsStarted() override { Note("refresh started"); }
+    void RefreshFeed(const QString& feedURL) override { Note("feed /" + feedURL.section('/', 3)); }
+    void RefreshFeedsFinished(bool hasNew) override { Note(hasNew ? "refresh finished, new" : "refresh finished"); }
 
 private:
     void Note(const QString& event) {
         Events += event;
         if (OnEvent) OnEvent(event);
     }
-    mutable std::mutex FMutex;
-    QString FProgress;  // guarded by FMutex
 };
 
 class ClientTest : public testing::Test {
@@ -58,59 +47,52 @@ protected:
     using Response = tests::Response;
 
     ClientTest() { Open(); }
-
     void Open() {
-        Client = std::make_unique<TPodcastClient>(Folder.File(QStringLiteral("Podcasts.db")));
-        Client->Options().SetCacheFileNameTemplate(Folder.File(QStringLiteral("audio/%FeedTitle%/%EpisodeFileName%")));
+        Client = std::make_unique<TPodcastClient>(Folder.File("Podcasts.db"));
+        Client->Options().SetCacheFileNameTemplate(Folder.File("audio/%FeedTitle%/%EpisodeFileName%"));
         Client->Listeners().Add(static_cast<IPodcastClientChangeListener*>(Heard.Get()));
     }
 
-    Response Document(const std::string& title, const std::vector<Item>& items) const {
-        std::string xml = "<rss version='2.0'><channel><title>" + title + "</title>";
+    Response Document(const QString& title, const std::vector<Item>& items) const {
+        QString xml = "<rss version='2.0'><channel><title>" + title + "</title>";
         for (const Item& item : items)
-            xml.append("<item><guid>" + item.Guid + "</guid><title>" + item.Title + "</title><pubDate>" + item.Date +
-                       "</pubDate><enclosure url='" + Server.Url(item.Audio).toStdString() + "'/></item>");
-        return Response::Of(xml + "</channel></rss>");
+            xml += QString("<item><guid>%1</guid><title>%2</title><enclosure url='%3'/></item>")
+                       .arg(item.Guid, item.Title, Server.Url(item.Audio));
+        return Response::Of((xml + "</channel></rss>").toUtf8());
     }
-
     /// Serves the feed at "/" + title, and subscribes to it.
-    void Subscribe(const std::string& title, const std::vector<Item>& items) {
+    void Subscribe(const QString& title, const std::vector<Item>& items) {
         Server.Serve("/" + title, Document(title, items));
         Client->Subscribe(*TPodcastClient::FetchFeed(Server.Url("/" + title), {}, true));
         Server.Forget();
         Heard->Events.clear();
     }
 
-    bool WaitForRefresh() {
-        return tests::WaitUntil([&] { return Client->RefreshTask() == 0; });
+    bool WaitForTasks() {
+        return tests::WaitUntil([&] { return Client->RefreshTask() == 0 && Client->DownloadTask() == 0; });
     }
-    bool WaitForDownloads() {
-        return tests::WaitUntil([&] { return Client->DownloadTask() == 0; });
-    }
-    /// Waits with the event loop running.
-    bool WaitForRequest(const std::string& path) {
+    bool WaitForRequest(const QString& path) {
         return tests::WaitUntil([&] { return Server.Count(path) > 0; });
     }
-    void Refresh(const std::string& path) {
+    void Refresh(const QString& path) {
         Client->RefreshFeeds({Server.Url(path)});
-        ASSERT_TRUE(WaitForRefresh());
+        ASSERT_TRUE(WaitForTasks());
     }
-    void Download(const std::string& audio) {
-        Client->DownloadEpisode(Key(audio));
-        ASSERT_TRUE(WaitForDownloads());
+    void Download(const QStringList& keys) {
+        Client->DownloadEpisodes(keys);
+        ASSERT_TRUE(WaitForTasks());
     }
 
-    QString Key(const std::string& audio) const { return MakeURI(Server.Url(audio)); }
-    TPodcastEpisode Episode(const std::string& audio) {
+    QString Key(const QString& audio) const { return MakeURI(Server.Url(audio)); }
+    TPodcastEpisode Episode(const QString& audio) {
         const auto episode = Client->DB().GetEpisode(Key(audio));
-        EXPECT_TRUE(episode) << audio;
+        EXPECT_TRUE(episode) << audio.toStdString();
         return episode ? *episode : TPodcastEpisode();
     }
-    QString CachedFile(const std::string& audio) { return Episode(audio).Fields[pefURLAudioCached]; }
-    int EpisodeCount(const std::string& path) {
+    QString CachedFile(const QString& audio) { return Episode(audio).Fields[pefURLAudioCached]; }
+    int EpisodeCount(const QString& path) {
         return Client->DB().GetEpisodeCount(Client->DB().GetFeedID(Server.Url(path)));
     }
-    QString AudioFile(const QString& name) const { return Folder.File(u"audio/" + name); }
 
     tests::TempFolder Folder;
     tests::LoopbackServer Server;

@@ -1,5 +1,5 @@
-#include "Printing.h"
 #include "TempFolder.h"
+#include "Texts.h"
 #include "VEXA.Runtime.Settings.h"
 
 #include <gtest/gtest.h>
@@ -10,61 +10,53 @@ namespace {
 class Settings : public testing::Test {
 protected:
     tests::TempFolder Folder;
-    QString FileName = Folder.File(QStringLiteral("new/Settings.ini"));
+    QString FileName = Folder.File("new/Settings.ini");
 };
 
 TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
-    tests::WriteFile(
+    WriteWhole(
         FileName,
         "; mine\r\nLoose=1\r\n\r\n[Other]\r\nKey = old \r\n# end\r\n[Podcasts]\r\nA=1\r\n\r\n[Last]\r\nZ=26\r\n");
     SettingsFile settings(FileName);
-    EXPECT_EQ(settings.Read(QStringLiteral("Other\\Key"), {}), QStringLiteral("old"));
-    EXPECT_EQ(settings.Read(QStringLiteral("Other\\key"), QStringLiteral("default")), QStringLiteral("default"));
-    settings.Write(QStringLiteral("Podcasts\\A"), QStringLiteral("2"));
-    settings.Write(QStringLiteral("Podcasts\\B"), QStringLiteral("3"));
-    settings.Write(QStringLiteral("Made\\C"), QStringLiteral("4"));
+    EXPECT_EQ(settings.Read("Other\\Key", {}), "old");
+    EXPECT_EQ(settings.Read("Other\\key", "default"), "default");
+    settings.Write("Podcasts\\A", "2");
+    settings.Write("Podcasts\\B", "3");
+    settings.Write("Made\\C", "4");
     settings.Save();
-    EXPECT_EQ(tests::ReadFile(FileName),
-              QByteArray("; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n"
-                         "[Last]\nZ=26\n\n[Made]\nC=4\n"));
+    EXPECT_EQ(ReadWhole(FileName),
+              "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
 }
 
 TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
-    const QString changed = QStringLiteral("P\\Changed"), untouched = QStringLiteral("P\\Untouched");
-    tests::WriteFile(FileName, "[P]\nChanged=1\nUntouched=1\n");
-    const QString missing = QStringLiteral("P\\Missing");
+    WriteWhole(FileName, "[P]\nChanged=1\nUntouched=1\n");
     SettingsFile mine(FileName), theirs(FileName);
-    mine.Read(missing, QStringLiteral("default"));
-    theirs.Write(untouched, QStringLiteral("theirs"));
-    theirs.Write(missing, QStringLiteral("theirs"));
+    mine.Read("P\\Missing", "default");
+    theirs.Write("P\\Untouched", "theirs");
+    theirs.Write("P\\Missing", "theirs");
     theirs.Save();
-    mine.Write(untouched, QStringLiteral("1"));  // as it was read
-    mine.Write(missing, QStringLiteral("default"));
-    mine.Write(changed, QStringLiteral("mine"));
+    mine.Write("P\\Untouched", "1");  // as it was read
+    mine.Write("P\\Missing", "default");
+    mine.Write("P\\Changed", "mine");
     mine.Save();
-    SettingsFile after(FileName);
-    EXPECT_EQ(after.Read(untouched, {}), QStringLiteral("theirs"));
-    EXPECT_EQ(after.Read(changed, {}), QStringLiteral("mine"));
-    EXPECT_EQ(after.Read(missing, {}), QStringLiteral("theirs"));
+    EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=theirs\nMissing=theirs\n");
 }
 
 TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
-    const QString rows[] = {{},
-                            QStringLiteral(" blanks around "),
-                            QStringLiteral("\"quoted\""),
-                            QStringLiteral("\""),
-                            QStringLiteral(" ends in \\"),
-                            QStringLiteral("/music/%FeedTitle%\\%EpisodeFileName%\\new"),
-                            QStringLiteral("a=b;c#d [e]"),
-                            QStringLiteral("[section]"),
-                            QStringLiteral("line\r\nnext\ttab\\n"),
-                            QString::fromUtf16(u"nul\0 \u0085 \u2028", 9),
-                            QString(QChar(0xD800)) + u"\U0001F399é"};
+    const QString values[] = {"",
+                              " blanks around ",
+                              "\"",
+                              " ends in \\",
+                              "/music/%FeedTitle%\\%EpisodeFileName%\\new",
+                              "a=b;c#d [e]",
+                              "line\r\nnext\ttab\\n",
+                              QString::fromUtf16(u"nul\0 \u0085 \u2028", 9),
+                              QString(QChar(0xD800)) + u"\U0001F399é"};
     SettingsFile settings(FileName);
-    for (int i = 0; const QString& value : rows) settings.Write(QStringLiteral("P\\%1").arg(i++), value);
+    for (int i = 0; const QString& value : values) settings.Write(QString("P\\%1").arg(i++), value);
     settings.Save();
     SettingsFile again(FileName);
-    for (int i = 0; const QString& value : rows) EXPECT_EQ(again.Read(QStringLiteral("P\\%1").arg(i++), QStringLiteral("missing")), value);
+    for (int i = 0; const QString& value : values) EXPECT_EQ(again.Read(QString("P\\%1").arg(i++), "missing"), value);
 }
 
 }  // namespace

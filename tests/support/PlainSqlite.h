@@ -20,11 +20,7 @@ public:
     PlainSqlite(const PlainSqlite&) = delete;
     PlainSqlite& operator=(const PlainSqlite&) = delete;
 
-    void Run(const QByteArray& sql) {
-        if (sqlite3_exec(FConnection, sql.constData(), nullptr, nullptr, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqlite3_errmsg(FConnection));
-    }
-
+    void Run(const QByteArray& sql) { Rows(sql); }
     /// One text for each row: its values with "|" between them.
     QStringList Rows(const QByteArray& sql) {
         QStringList rows;

@@ -2,21 +2,17 @@
 // Texts and files in tests: how GoogleTest shows them, and how they are read and written.
 
 #include <QByteArray>
+#include <QDebug>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QString>
 
 #include <ostream>
 #include <stdexcept>
 
 inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"';
-    for (const QChar c : text) {
-        if (c.isPrint() && c < u'\u0080')
-            *out << static_cast<char>(c.unicode());
-        else
-            *out << "\\u" << std::hex << int(c.unicode()) << std::dec << ' ';
-    }
-    *out << '"';
+    *out << QDebug::toString(text).toStdString();
 }
 
 inline QByteArray ReadWhole(const QString& fileName) {
@@ -25,7 +21,9 @@ inline QByteArray ReadWhole(const QString& fileName) {
     return file.readAll();
 }
 
+/// Makes its folder too.
 inline void WriteWhole(const QString& fileName, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(fileName).path());
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         throw std::runtime_error("cannot write " + fileName.toStdString());

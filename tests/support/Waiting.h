@@ -8,10 +8,10 @@
 
 namespace tests {
 
-/// Runs the event loop until `done` holds; false when that takes a minute.
+/// Runs the event loop until `done` holds; false when that takes longer than `longest`.
 template <class Done>
-bool WaitUntil(Done done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+bool WaitUntil(Done done, std::chrono::milliseconds longest = std::chrono::minutes(1)) {
+    const auto end = std::chrono::steady_clock::now() + longest;
     while (!done()) {
         if (std::chrono::steady_clock::now() > end) return false;
         QCoreApplication::processEvents();
