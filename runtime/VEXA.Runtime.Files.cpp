@@ -99,9 +99,8 @@ QString FileFormat(const QString& addressOrFile) {
     QStringView path(addressOrFile);
     if (const qsizetype scheme = path.indexOf(u"://"); scheme > 0) {
         path = path.sliced(scheme + 3);
-        static constexpr QStringView ends = u"?#";
-        path =
-            path.first(std::find_if(path.begin(), path.end(), [](QChar c) { return ends.contains(c); }) - path.begin());
+        const auto isEnd = [](QChar c) { return c == u'?' || c == u'#'; };
+        path = path.first(std::find_if(path.begin(), path.end(), isEnd) - path.begin());
         if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
     }
     qsizetype dot = path.size();

@@ -7,15 +7,9 @@
 #include <functional>
 #include <iostream>
 #include <random>
+#include <thread>
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-QStringList Sorted(QStringList texts) {
-    texts.sort();
-    return texts;
-}
 
 class Crashes : public Program {
 protected:
@@ -27,58 +21,30 @@ protected:
         std::cout << "seed " << seed << std::endl;
         std::mt19937 random(seed);
         prepare();
-        const auto begin = Clock::now();
+        const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Run(command).Status, 0);
-        std::chrono::duration<double> whole = Clock::now() - begin;
+        std::chrono::duration<double> whole = std::chrono::steady_clock::now() - begin;
         int killed = 0;
-        for (int round = 0; round < 15 && !HasFailure(); ++round) {
+        for (int round = 0; round < 8 && !HasFailure(); ++round) {
             prepare();
             QProcess program;
             Start(program, command);
             const auto instant = whole * std::uniform_real_distribution<>()(random);
             std::this_thread::sleep_for(instant);
             program.kill();
-            if (Finish(program).Status == -1)
-                ++killed;
-            else
-                whole = instant;  // it takes less by now
+            const bool wasKilled = Finish(program).Status == -1;
+            killed += wasKilled;
+            if (!wasKilled) whole = instant;  // it takes less by now
             check();
         }
         EXPECT_GT(killed, 0);
     }
 };
 
-TEST_F(Crashes, AMarkMadeDuringARefreshStands) {
-    const FolderServer server({"--latency-ms", "300"});
-    QStringList feeds;
-    for (const QString& name : QStringList{"A", "B", "C"}) feeds += WriteFeed(server, name, 20);
-    ASSERT_EQ(Run("subscribe " + feeds.join(' ')).Status, 0);
-    const QStringList keys = Keys();
-    // Every row is written anew: each description changes.
-    for (const QString& name : QStringList{"A", "B", "C"}) {
-        const QString file = server.Folder.File(name + u".xml");
-        WriteWhole(file, ReadWhole(file).replace("Notes", "Changed"));
-    }
-    QProcess refresh;
-    Start(refresh, "refresh");
-    QStringList marked;
-    while (refresh.state() == QProcess::Running && marked.size() < keys.size()) {
-        marked += keys[marked.size()];
-        EXPECT_EQ(Run("mark listened " + marked.last()).Status, 0);
-        refresh.waitForFinished(1);
-    }
-    EXPECT_EQ(Finish(refresh).Status, 0);
-    EXPECT_GT(marked.size(), 0);
-    EXPECT_EQ(Sorted(Keys("--state listened")), Sorted(marked));
-    PlainSqlite db(Profile.File("Podcasts.db"));
-    EXPECT_EQ(db.Rows("SELECT Count(*) FROM PodcastEpisodes WHERE Description LIKE '%Changed%'"), QStringList("60"));
-}
-
 TEST_F(Crashes, WhatAnotherProgramCommitsWhileARefreshWaitsToStoreStands) {
     const FolderServer server;
     ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 3) + ' ' + WriteFeed(server, "B", 3)).Status, 0);
-    WriteFeed(server, "A", 4);
-    WriteFeed(server, "B", 4);
+    for (const QString& name : QStringList{"A", "B"}) WriteFeed(server, name, 4);
     PlainSqlite other(Profile.File("Podcasts.db"));
     other.Run("BEGIN IMMEDIATE");
     QProcess refresh;
@@ -91,9 +57,9 @@ TEST_F(Crashes, WhatAnotherProgramCommitsWhileARefreshWaitsToStoreStands) {
     const Result refreshed = Finish(refresh);
     EXPECT_EQ(refreshed.Status, 0);
     EXPECT_TRUE(refreshed.Out.contains(u"/B.xml: unsubscribed meanwhile")) << refreshed.Out.toStdString();
-    EXPECT_EQ(
-        other.Rows("SELECT GUID, State, URLAudioCached, length(Description) > 0 FROM PodcastEpisodes ORDER BY GUID"),
-        QStringList({"A-1|2||1", "A-2|1|/f|1", "A-3|1||1", "A-4|1||1"}));
+    EXPECT_EQ(other.Rows("SELECT GUID, State, URLAudioCached, length(Description) > 0 FROM PodcastEpisodes"
+                         " ORDER BY GUID"),
+              QStringList({"A-1|2||1", "A-2|1|/f|1", "A-3|1||1", "A-4|1||1"}));
     EXPECT_EQ(other.Rows("SELECT FeedID FROM PodcastFeeds"), QStringList("1"));
 }
 
@@ -111,21 +77,21 @@ TEST_F(Crashes, SeveralThatSubscribeToOneFeedAtOnceStoreItOnce) {
 
 TEST_F(Crashes, ARefreshKilledAtAnyInstantLosesNothingThatWasCommitted) {
     const FolderServer server;
-    int count = 100;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", count, 1) + ' ' + WriteFeed(server, "B", count, 1)).Status, 0);
+    int count = 100, marks = 0;
+    const auto writeFeeds = [&]() -> QString {
+        return WriteFeed(server, "A", count, 1) + ' ' + WriteFeed(server, "B", count, 1);
+    };
+    ASSERT_EQ(Run("subscribe " + writeFeeds()).Status, 0);
     const QStringList keys = Keys();
-    QStringList marked;
     KillAtRandom(
         "refresh",
         [&] {
             count += 20;
-            WriteFeed(server, "A", count, 1);
-            WriteFeed(server, "B", count, 1);
-            marked += keys[marked.size()];
-            EXPECT_EQ(Run("mark postponed " + marked.last()).Status, 0);
+            writeFeeds();
+            EXPECT_EQ(Run("mark postponed " + keys[marks++]).Status, 0);
         },
         [&] {
-            EXPECT_EQ(Sorted(Keys("--state postponed")), Sorted(marked));
+            EXPECT_EQ(Keys("--state postponed").size(), marks);
             ExpectSound(1);
             // A feed is stored whole or not at all.
             for (const auto& feed : Json("feeds").array()) EXPECT_EQ(feed[u"episodes"].toInt() % 20, 0);
@@ -143,8 +109,8 @@ TEST_F(Crashes, ADownloadKilledAtAnyInstantRecordsNoFileThatIsNotWhole) {
         "download " + keys.join(' '),
         // Every other file loses only itself, not its record, and is fetched again under its old name.
         [&] {
-            EXPECT_EQ(Run(QStringList({"delete-files", "--permanently", keys[0], keys[2], keys[4]}).join(' ')).Status,
-                      0);
+            const QStringList deleted = {keys[0], keys[2], keys[4]};
+            EXPECT_EQ(Run("delete-files --permanently " + deleted.join(' ')).Status, 0);
             for (const int part : {1, 3, 5}) QFile::remove(Files.File(u"A/A-%1.mp3"_s.arg(part)));
         },
         [&] {
@@ -171,10 +137,10 @@ TEST_F(Crashes, AnUpgradeKilledAtAnyInstantIsDoneByTheNextStart) {
         [&] {
             EXPECT_EQ(Run("feeds").Status, 0);
             ExpectSound(0);
-            EXPECT_EQ(
-                PlainSqlite(file).Rows("SELECT Count(*), Sum(State), Count(DISTINCT GUID), Sum(Format GLOB 'MP3'), "
-                                       "Sum(URI = 'podcast://h/' || substr(GUID, 2) || '.mp3') FROM PodcastEpisodes"),
-                QStringList("20000|20001|20000|20000|20000"));
+            constexpr char sums[] =
+                "SELECT Count(*), Sum(State), Count(DISTINCT GUID), Sum(Format GLOB 'MP3'), "
+                "Sum(URI = 'podcast://h/' || substr(GUID, 2) || '.mp3') FROM PodcastEpisodes";
+            EXPECT_EQ(PlainSqlite(file).Rows(sums), QStringList("20000|20001|20000|20000|20000"));
         });
 }
 

@@ -11,11 +11,6 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -28,11 +23,8 @@ struct Result {
 
 /// Waits for a program's end.
 inline Result Finish(QProcess& program) {
-    if (program.state() != QProcess::NotRunning && !program.waitForFinished(kLongest)) {
-        program.kill();
-        program.waitForFinished(kLongest);
+    if (program.state() != QProcess::NotRunning && !program.waitForFinished(kLongest))
         return {-2, "", "it did not end"};
-    }
     const int status = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
     return {status, QString::fromUtf8(program.readAllStandardOutput()),
             QString::fromUtf8(program.readAllStandardError())};
@@ -59,43 +51,6 @@ private:
     QProcess FProgram;
 };
 
-/// Answers one request with the first part of a long audio file, and then keeps the connection open in silence.
-class StallingServer {
-public:
-    StallingServer() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        const auto any = reinterpret_cast<sockaddr*>(&address);
-        if (bind(FListener, any, size) != 0 || listen(FListener, 1) != 0 || getsockname(FListener, any, &size) != 0)
-            return;
-        Address = u"http://127.0.0.1:%1/long.mp3"_s.arg(ntohs(address.sin_port));
-        FThread = std::thread([this] {
-            const int connection = accept(FListener, nullptr, nullptr);
-            char request[4096];
-            constexpr std::string_view answer =
-                "HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\nContent-Length: 1000000\r\n\r\nthe first bytes";
-            if (read(connection, request, sizeof request) > 0 &&
-                send(connection, answer.data(), answer.size(), MSG_NOSIGNAL) > 0)
-                while (read(connection, request, sizeof request) > 0) {
-                }
-            close(connection);
-        });
-    }
-    ~StallingServer() {
-        shutdown(FListener, SHUT_RDWR);
-        if (FThread.joinable()) FThread.join();
-        close(FListener);
-    }
-
-    QString Address;
-
-private:
-    const int FListener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    std::thread FThread;
-};
-
 /// A profile, and the program over it.
 class Program : public testing::Test {
 protected:
@@ -114,6 +69,13 @@ protected:
         program.start(PODCASTS, InProfile(words).split(' ', Qt::SkipEmptyParts));
         ASSERT_TRUE(program.waitForStarted(kLongest));
     }
+    /// Runs a command that is to fail and to say so with each of `texts`; gives what it prints.
+    QString ExpectFailure(const QString& words, const QStringList& texts) {
+        const Result result = Run(words);
+        EXPECT_EQ(result.Status, 1) << words.toStdString();
+        for (const QString& text : texts) EXPECT_TRUE(result.Error.contains(text)) << result.Error.toStdString();
+        return result.Out;
+    }
     /// What a command that succeeds prints with --json.
     QJsonDocument Json(const QString& words) {
         const Result result = Run(words + " --json");
@@ -129,21 +91,18 @@ protected:
 
     /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; gives its address.
     static QString WriteFeed(const FolderServer& server, const QString& name, int count, int audioSize = 100) {
-        QString items;
+        const QString item =
+            "<item><guid>%1-%2</guid><title>%1, part-%2</title><itunes:author>Ann</itunes:author>"
+            "<itunes:duration>1:30</itunes:duration><pubDate>%3 Jan 2024 10:00:00 GMT</pubDate>"
+            "<description>&lt;p&gt;Notes &lt;a href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
+            "<enclosure url='%4/%1-%2.mp3'/></item>";
+        QString feed = "<rss version='2.0'><channel><title>" + name + "</title>";
         for (int i = 1; i <= count; ++i) {
-            const QString audio = u"%1-%2.mp3"_s.arg(name).arg(i);
-            WriteWhole(server.Folder.File(audio), QByteArray(audioSize, static_cast<char>('a' + i % 26)));
-            items +=
-                u"<item><guid>%1-%2</guid><title>%1, part-%2</title><itunes:author>Ann</itunes:author>"
-                "<itunes:duration>1:30</itunes:duration><description>&lt;p&gt;Notes &lt;a "
-                "href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
-                "<pubDate>%3 Jan 2024 10:00:00 GMT</pubDate><enclosure url='%4/%5'/></item>"_s.arg(name)
-                    .arg(i)
-                    .arg(1 + i % 28)
-                    .arg(server.Address, audio);
+            WriteWhole(server.Folder.File(u"%1-%2.mp3"_s.arg(name).arg(i)),
+                       QByteArray(audioSize, static_cast<char>('a' + i % 26)));
+            feed += item.arg(name, QString::number(i), QString::number(1 + i % 28), server.Address);
         }
-        WriteWhole(server.Folder.File(name + u".xml"),
-                   ("<rss version='2.0'><channel><title>" + name + "</title>" + items + "</channel></rss>").toUtf8());
+        WriteWhole(server.Folder.File(name + u".xml"), feed.toUtf8() + "</channel></rss>");
         return server.Address + u'/' + name + u".xml";
     }
     /// Downloads go to a folder of the test's.

@@ -18,36 +18,27 @@ QStringList Read(const QByteArray& document) {
 }
 
 TEST(Opml, OutlinesAreReadAtAnyDepthInDocumentOrder) {
-    EXPECT_EQ(Read("<?xml version='1.0'?><opml version='2.0'><head><outline xmlUrl='no'/></head><body>"
-                   "<outline text='A' xmlUrl=' http://a '/>"
-                   "<outline text='folder'><outline text='x' title='B' xmlUrl='http://b'><outline "
-                   "xmlUrl='http://c'/></outline>"
-                   "<group><outline text='no' xmlUrl='http://no'/></group></outline>"
-                   "<outline text='no address' xmlurl='http://no'/><outline text='D' title='' "
-                   "xmlUrl='http://d'/></body></opml>"),
-              QStringList({"A=http://a", "B=http://b", "=http://c", "D=http://d"}));
-}
-
-TEST(Opml, AListNestedAHundredThousandDeepIsRead) {
     constexpr int depth = 100000;
-    const QByteArray document = "<opml><body>" + QByteArray("<outline>").repeated(depth) + "<outline xmlUrl='u'/>" +
-                                QByteArray("</outline>").repeated(depth) + "</body></opml>";
-    EXPECT_EQ(Read(document), QStringList("=u"));
+    EXPECT_EQ(Read("<?xml version='1.0'?><opml version='2.0'><head><outline xmlUrl='no'/></head><body>"
+                   "<outline text='A' xmlUrl=' http://a '/><outline text='folder'>"
+                   "<outline text='x' title='B' xmlUrl='http://b'><outline xmlUrl='http://c'/></outline>"
+                   "<group><outline text='no' xmlUrl='http://no'/></group></outline>"
+                   "<outline text='no address' xmlurl='http://no'/><outline text='D' title='' xmlUrl='http://d'/>" +
+                   QByteArray("<outline>").repeated(depth) + "<outline xmlUrl='u'/>" +
+                   QByteArray("</outline>").repeated(depth) + "</body></opml>"),
+              QStringList({"A=http://a", "B=http://b", "=http://c", "D=http://d", "=u"}));
 }
 
 TEST(Opml, WhatIsWrittenReadsBack) {
-    const QString title = "a<b>&\"c\"'d' ]]> Ж\U0001F399\tx\ny";
-    const std::vector<TPodcastOpmlOutline> outlines = {{title, "http://h/?a=1&b=\"2\"<3>"},
-                                                       {"", "http://h/2"},
-                                                       {u"a\u0001\uFFFE"_s + QChar(0xD800) + u"b", "http://h/3"}};
-    const auto read = ReadOpml(WriteOpml("Mine & yours", outlines));
-    ASSERT_EQ(read.size(), 3U);
-    EXPECT_EQ(read[0].Title, title);
-    EXPECT_EQ(read[0].FeedURL, outlines[0].FeedURL);
-    EXPECT_EQ(read[1].FeedURL, "http://h/2");
     // What no document may hold is replaced, and nothing after it is lost.
-    EXPECT_TRUE(read[2].Title.startsWith(u'a') && read[2].Title.endsWith(u'b'));
-    EXPECT_EQ(read[2].FeedURL, "http://h/3");
+    const QString title = "a<b>&\"c\"'d' ]]> Ж\U0001F399\tx\ny";
+    const QStringList read = Read(WriteOpml("Mine & yours", {{title, "http://h/?a=1&b=\"2\"<3>"},
+                                                             {u"a\u0001\uFFFE"_s + QChar(0xD800) + u"b", "http://h/3"},
+                                                             {"", "http://h/2"}}));
+    ASSERT_EQ(read.size(), 3);
+    EXPECT_EQ(read[0], title + u"=http://h/?a=1&b=\"2\"<3>");
+    EXPECT_TRUE(read[1].startsWith(u'a') && read[1].endsWith(u"b=http://h/3"));
+    EXPECT_TRUE(read[2].endsWith(u"=http://h/2"));
 }
 
 TEST(Opml, WhatIsNoListIsAnError) {
@@ -71,8 +62,6 @@ TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
     SubscribeByAddress(
         client, {file, file, folder.File("none.xml"), "ftp://h/feed"}, [] { return false; }, note);
     EXPECT_EQ(results, QStringList({"0 T 1", "1 T 0", "2  0", "2  0"}));
-    EXPECT_TRUE(client.IsSubscribed(file));
-    EXPECT_FALSE(client.IsSubscribed(""));
     EXPECT_EQ(Read(ExportOpml(client)), QStringList("T=" + file));
 }
 
