@@ -94,6 +94,7 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
     const TPodcastEpisode& episode = *download.Episode;
     TPodcastTargetFile& file = download.File;
     const QString& recorded = episode.Fields[pefURLAudioCached];
+    bool isRecordBlanked = false;
     if (!QDir::isAbsolutePath(download.FileName)) {
         outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
         return;
@@ -117,14 +118,18 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
                 return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
             };
             if (isTaken(vexa::FileExists(name))) continue;
+            // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
+            // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
+            // there is a file.
+            if (db.IsFileRecorded(name)) db.ForgetFile(name);
+            if (!recorded.isEmpty() && !isRecordBlanked) {
+                db.SetCachedFile(download.EpisodeKey, QString());
+                isRecordBlanked = true;
+            }
             const bool isCreated = file.Open(name);
             if (!isTaken(!isCreated)) break;
             file.Discard();
         }
-        // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, half a
-        // file would pass for the recorded one, or be found in its place; so the records go before the first byte.
-        db.ForgetFile(file.FileName());
-        if (!recorded.isEmpty()) db.SetCachedFile(download.EpisodeKey, QString());
         file.Truncate();
         return true;
     };
@@ -147,9 +152,9 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
         }
         if (!outcome.Error.isEmpty()) {
             // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
-            const bool isRecordGone = file.IsOpen() && !recorded.isEmpty() && recorded != file.FileName();
+            const bool isAnotherName = !file.IsOpen() || file.FileName() != recorded;
             file.Discard();
-            if (isRecordGone) db.SetCachedFile(download.EpisodeKey, recorded);
+            if (isRecordBlanked && isAnotherName) db.SetCachedFile(download.EpisodeKey, recorded);
             return;
         }
         db.SetCachedFile(download.EpisodeKey, file.FileName());
