@@ -23,9 +23,7 @@ int RunDownload(Session& session, const Arguments& arguments) {
     int unknown = 0;
     QStringList keys;
     if (arguments.Has(kNew)) {
-        session.DB().EnumNewEpisodes([&](const QString& uri) {
-            if (!uri.isEmpty()) keys += uri;
-        });
+        keys = session.Client().NewEpisodesToDownload();
     } else {
         keys = session.FindEpisodes(arguments.Operands, unknown);
         // What is queued last is taken first; named keys are wanted in the order given. (New ones come newest first,

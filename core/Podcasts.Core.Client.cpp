@@ -128,12 +128,17 @@ void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
     StartDownloadTask();
 }
 
-void TPodcastClient::DownloadNewEpisodes() {
-    // Collected first: a task must not start while the query is open, since the cursor holds the database's lock.
+QStringList TPodcastClient::NewEpisodesToDownload() {
     QStringList keys;
     FDB->EnumNewEpisodes([&](const QString& uri) {
-        if (!uri.isEmpty()) keys += uri;  // an episode without audio has nothing to download
+        if (!uri.isEmpty()) keys += uri;
     });
+    return keys;
+}
+
+void TPodcastClient::DownloadNewEpisodes() {
+    // Collected first: a task must not start while the query is open, since the cursor holds the database's lock.
+    const QStringList keys = NewEpisodesToDownload();
     if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
 

@@ -200,6 +200,8 @@ public:
     void DownloadEpisodes(const QStringList& episodeKeys);
     /// Every new episode without a cached file.
     void DownloadNewEpisodes();
+    /// Their keys, newest first; without those that have no audio.
+    QStringList NewEpisodesToDownload();
     /// Waits; the completion has been delivered when it returns.
     void CancelDownloads();
     /// The existing local copy of an episode: the recorded file, else the file of the template's name unless another
