@@ -11,8 +11,19 @@
 
 namespace vexa {
 
-/// Implements IUnknown for a class that offers the interfaces `Interfaces`. Born with a count of 0; the first Ref makes
-/// it 1, and the last Release destroys it.
+/// `object` as what `iid` names, if that is Interface or one that Interface extends (its `Base`, and so on); else null.
+/// No reference is added.
+template <class Interface>
+void* OfferedInterface(Interface* object, const Guid& iid) noexcept {
+    if (iid == Interface::IID) return object;
+    if constexpr (requires { typename Interface::Base; })
+        return OfferedInterface<typename Interface::Base>(object, iid);
+    else
+        return nullptr;
+}
+
+/// Implements IUnknown for a class that offers the interfaces `Interfaces` and those that they extend. Born with a
+/// count of 0; the first Ref makes it 1, and the last Release destroys it.
 template <class... Interfaces>
 class RefCountedObject : public Interfaces... {
 public:
@@ -23,7 +34,7 @@ public:
     HResult QueryInterface(const Guid& iid, void** object) noexcept override {
         if (!object) return E_POINTER;
         *object = nullptr;
-        (void)((iid == Interfaces::IID ? (*object = static_cast<Interfaces*>(this), true) : false) || ...);
+        (void)((*object = OfferedInterface<Interfaces>(this, iid)) || ...);
         if (!*object && iid == IUnknown::IID) *object = First(static_cast<Interfaces*>(this)...);
         if (!*object) return E_NOINTERFACE;
         AddRef();

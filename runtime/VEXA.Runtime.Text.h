@@ -8,6 +8,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -32,5 +33,18 @@ VEXA_RUNTIME_API QString FoldCase(const QString& text);
 /// Columns that a text takes on a terminal: two for wide East Asian characters, none for combining marks (Unicode
 /// Standard Annex #11).
 VEXA_RUNTIME_API int DisplayWidth(QStringView text);
+
+/// The text that `getChars` hands out: it copies at most `capacity` code units into a buffer and returns the length of
+/// the whole text, which may change between two calls.
+template <class GetChars>
+QString CollectText(GetChars getChars) {
+    QString text(128, Qt::Uninitialized);
+    for (;;) {
+        const auto capacity = static_cast<std::int32_t>(text.size());
+        const std::int32_t length = getChars(reinterpret_cast<char16_t*>(text.data()), capacity);
+        text.resize(length);
+        if (length <= capacity) return text;
+    }
+}
 
 }  // namespace vexa

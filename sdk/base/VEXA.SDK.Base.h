@@ -102,11 +102,15 @@ public:
     explicit operator bool() const noexcept { return FObject != nullptr; }
     friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.FObject == b.FObject; }
 
-    /// The place for an out argument that arrives with its reference already added.
-    void** Put() noexcept {
+    /// The place for an out argument, which arrives with its reference already added.
+    T** Put() noexcept {
         *this = nullptr;
-        return reinterpret_cast<void**>(&FObject);
+        return &FObject;
     }
+    /// The same for the operations that give whatever interface is asked for; ask for T::IID.
+    void** PutVoid() noexcept { return reinterpret_cast<void**>(Put()); }
+    /// Hands the reference over, for filling an out argument. The Ref is empty afterwards.
+    [[nodiscard]] T* Detach() noexcept { return std::exchange(FObject, nullptr); }
 
 private:
     T* FObject = nullptr;
@@ -116,7 +120,7 @@ private:
 template <class T, class U>
 Ref<T> Query(U* object) noexcept {
     Ref<T> result;
-    if (!object || Failed(object->QueryInterface(T::IID, result.Put()))) return {};
+    if (!object || Failed(object->QueryInterface(T::IID, result.PutVoid()))) return {};
     return result;
 }
 

@@ -1,0 +1,189 @@
+#pragma once
+// The first things host and plug-in know of each other: the entry point, the plug-in object, the host's core, and the
+// services that every plug-in meets: configuration, languages, messages, HTTP.
+//
+// A plug-in's life: VEXAPluginGetHeader; GetInformation and GetCategories any number of times; Initialize once;
+// SystemNotify any number of times; Finalize once, also after an Initialize that failed; the last Release. All on the
+// host's main thread. The library stays loaded until the process ends.
+
+#include "VEXA.SDK.Objects.h"
+
+namespace vexa {
+
+/// The host itself. A service is asked for by QueryInterface with the service's identifier; a host that lacks one
+/// answers E_NOINTERFACE.
+struct IVEXACore : IUnknown {
+    static constexpr Guid IID = ParseGuid("{733FB1C5-A075-4BC9-AC5A-CDD675E8C1C1}");
+
+    enum PathKind : std::int32_t {
+        PathProfile = 6,  // the folder of the user's data
+    };
+
+    /// 3: A new object: IVEXAString, IVEXAObjectList, IVEXAMemoryStream, IVEXAErrorInfo, IVEXAFileInfo, IVEXAImage,
+    /// IVEXAImageContainer, IVEXAMenuItem, IVEXAMLDataField, IVEXAMLDataFilter. E_NOINTERFACE for others. Any thread.
+    virtual HResult CreateObject(const Guid& iid, void** object) noexcept = 0;
+    /// 4: A folder, with or without a trailing delimiter. E_INVALIDARG for an unknown kind. Any thread.
+    virtual HResult GetPath(std::int32_t kind, IVEXAString** path) noexcept = 0;
+    /// 5: Hands an object to a service, which looks at its interfaces and keeps it until the host ends. E_NOINTERFACE
+    /// when the host lacks the service, E_INVALIDARG when the service knows no use for the object.
+    virtual HResult RegisterExtension(const Guid& service, IUnknown* extension) noexcept = 0;
+
+protected:
+    ~IVEXACore() = default;
+};
+
+/// What a plug-in is to its host.
+struct IVEXAPlugin : IUnknown {
+    static constexpr Guid IID = ParseGuid("{19753FC3-8123-4680-BBAD-136BAD9474FD}");
+
+    enum Information : std::int32_t { Name = 0, Author = 1, ShortDescription = 2 };
+    enum Category : std::uint32_t { CategoryAddon = 1 };
+
+    /// 3: Zero-terminated, valid while the library is loaded; the empty text for an unknown index, never null.
+    virtual const char16_t* GetInformation(std::int32_t index) noexcept = 0;
+    /// 4: A set of Category bits.
+    virtual std::uint32_t GetCategories() noexcept = 0;
+    /// 5: E_NOTIMPL when the host lacks a service that the plug-in cannot do without. After any failure the host calls
+    /// Finalize and lets go of the plug-in.
+    virtual HResult Initialize(IVEXACore* core) noexcept = 0;
+    /// 6
+    virtual void Finalize() noexcept = 0;
+    /// 7: No notification is defined yet; unknown ones are to be ignored.
+    virtual void SystemNotify(std::int32_t notification, IUnknown* data) noexcept = 0;
+
+protected:
+    ~IVEXAPlugin() = default;
+};
+
+/// A plug-in whose settings can be opened from the host's list of plug-ins.
+struct IVEXAExternalSettingsDialog : IUnknown {
+    static constexpr Guid IID = ParseGuid("{B1F088A4-8751-43A5-B7AD-133F9B30AED3}");
+
+    /// 3
+    virtual void Show(WindowHandle parentWindow) noexcept = 0;
+
+protected:
+    ~IVEXAExternalSettingsDialog() = default;
+};
+
+/// The one function that a plug-in library exports: `extern "C"`, under the name below. `header` gets the first
+/// reference to a new plug-in object.
+using VEXAPluginGetHeaderFunction = HResult (*)(IVEXAPlugin** header);
+inline constexpr char kPluginEntryPoint[] = "VEXAPluginGetHeader";
+
+/// Service: the user's configuration. A key path is "Section\Key". Getters fail with E_FAIL when the key is missing or
+/// holds something else. Main thread.
+struct IVEXAServiceConfig : IUnknown {
+    static constexpr Guid IID = ParseGuid("{FD695F91-558C-490A-98FE-42E28A88A06D}");
+
+    /// 3: Writes to disk what was set; the host does so by itself when it ends. E_FAIL when it cannot be written.
+    virtual HResult Flush() noexcept = 0;
+    /// 4
+    virtual HResult GetValueAsFloat(IVEXAString* keyPath, double* value) noexcept = 0;
+    /// 5
+    virtual HResult GetValueAsInt32(IVEXAString* keyPath, std::int32_t* value) noexcept = 0;
+    /// 6
+    virtual HResult GetValueAsInt64(IVEXAString* keyPath, std::int64_t* value) noexcept = 0;
+    /// 7: The rest of `value`, from its position on, is replaced by the bytes.
+    virtual HResult GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept = 0;
+    /// 8
+    virtual HResult GetValueAsString(IVEXAString* keyPath, IVEXAString** value) noexcept = 0;
+    /// 9
+    virtual HResult SetValueAsFloat(IVEXAString* keyPath, double value) noexcept = 0;
+    /// 10
+    virtual HResult SetValueAsInt32(IVEXAString* keyPath, std::int32_t value) noexcept = 0;
+    /// 11
+    virtual HResult SetValueAsInt64(IVEXAString* keyPath, std::int64_t value) noexcept = 0;
+    /// 12: All bytes of `value`.
+    virtual HResult SetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept = 0;
+    /// 13
+    virtual HResult SetValueAsString(IVEXAString* keyPath, IVEXAString* value) noexcept = 0;
+
+protected:
+    ~IVEXAServiceConfig() = default;
+};
+
+/// Service: texts of the user's language, by key path "Section\Key". Any thread.
+struct IVEXAServiceLanguage : IUnknown {
+    static constexpr Guid IID = ParseGuid("{3EDD9E8B-022F-4CC7-9BD3-7FB28FA9FB68}");
+
+    /// 3: The language's name in that language ("English").
+    virtual HResult GetName(IVEXAString** name) noexcept = 0;
+    /// 4: The whole value; E_FAIL when there is no such key.
+    virtual HResult GetValue(IVEXAString* keyPath, IVEXAString** value) noexcept = 0;
+    /// 5: One of the value's parts, counted from 0; E_FAIL when there is no such key or part.
+    virtual HResult GetValuePart(IVEXAString* keyPath, std::int32_t part, IVEXAString** value) noexcept = 0;
+
+protected:
+    ~IVEXAServiceLanguage() = default;
+};
+
+/// The messages of the host that plug-ins use. What the two parameters are, each one says.
+enum HostMessage : std::uint32_t {
+    kMsgGetMainWindow = 4118,  // a query; 2: WindowHandle*, filled with the main window's. E_FAIL without a window
+    kMsgShowWindow = 4121,     // a command; 1: kWindowLibrary; 2: int32*, 0 shows the window, filled with its old value
+    kMsgPlaybackStarted = 8195,  // an event: another file has started to play
+    kMsgLanguageChanged = 8209,  // an event: captions are to be read anew
+};
+inline constexpr std::int32_t kWindowLibrary = 1;
+
+/// Sees every message that is sent, before the host itself does. Main thread.
+struct IVEXAMessageHook : IUnknown {
+    static constexpr Guid IID = ParseGuid("{3B00F097-A833-45C7-9732-8C00496D2619}");
+
+    /// 3: `*result` is what Send will answer; a hook that takes the message over changes it.
+    virtual void OnMessage(std::uint32_t message, std::int32_t param1, void* param2, HResult* result) noexcept = 0;
+
+protected:
+    ~IVEXAMessageHook() = default;
+};
+
+/// Service: messages between plug-ins and host. Main thread.
+struct IVEXAServiceMessageDispatcher : IUnknown {
+    static constexpr Guid IID = ParseGuid("{C3700D79-0E29-4CA9-88EE-7292902CCB02}");
+
+    /// 3: E_NOTIMPL when nobody knows the message.
+    virtual HResult Send(std::uint32_t message, std::int32_t param1, void* param2) noexcept = 0;
+    /// 4: Hooks hear in the order hooked. A hook twice is E_INVALIDARG.
+    virtual HResult Hook(IVEXAMessageHook* hook) noexcept = 0;
+    /// 5
+    virtual HResult Unhook(IVEXAMessageHook* hook) noexcept = 0;
+
+protected:
+    ~IVEXAServiceMessageDispatcher() = default;
+};
+
+/// Follows one transfer. Called on the thread that transfers.
+struct IVEXAHttpClientEvents : IUnknown {
+    static constexpr Guid IID = ParseGuid("{39495F44-3E63-492E-A923-BE758D074D3B}");
+
+    /// 3: Asked at least ten times a second; kTrue ends the transfer with E_ABORT.
+    virtual Bool32 IsCancelled() noexcept = 0;
+    /// 4: How it ended: S_OK, E_ABORT, or E_FAIL with the reason in `error`. Called once.
+    virtual void OnCompleted(HResult result, IVEXAErrorInfo* error) noexcept = 0;
+
+protected:
+    ~IVEXAHttpClientEvents() = default;
+};
+
+/// Service: HTTP. Any thread.
+struct IVEXAServiceHttpClient : IUnknown {
+    static constexpr Guid IID = ParseGuid("{D4628B10-9242-4CDB-A989-FB5C4109C356}");
+
+    enum Flags : std::uint32_t {
+        WaitForCompletion = 1,  // the call returns when the body is complete; without it, at once
+    };
+    /// A larger body is a failure.
+    static constexpr std::int64_t kMostBytes = std::int64_t{32} << 20;
+
+    /// 3: GET of an http or https address into `body`. `events` may be null. S_OK when the body is complete (or,
+    /// without WaitForCompletion, when the transfer was started); E_ABORT, E_FAIL as events say; E_INVALIDARG for no
+    /// address.
+    virtual HResult Get(IVEXAString* address, std::uint32_t flags, IVEXAStream* body,
+                        IVEXAHttpClientEvents* events) noexcept = 0;
+
+protected:
+    ~IVEXAServiceHttpClient() = default;
+};
+
+}  // namespace vexa
