@@ -35,8 +35,7 @@ void TInterfacedObjectEx::AfterConstruction() noexcept {
     --FRefCount;
 }
 
-// ---- TVEXAPropertyList
-// -----------------------------------------------------------------------------------------------
+// ---- TVEXAPropertyList ----
 
 template <class Operation>
 HResult TVEXAPropertyList::Serve(const char* what, Operation operation) noexcept {
@@ -171,8 +170,7 @@ void TVEXAPropertyList::DoReset(HResult& result) {
     result = E_NOTIMPL;
 }
 
-// ---- TVEXAStreamAdapter
-// ----------------------------------------------------------------------------------------------
+// ---- TVEXAStreamAdapter ----
 
 namespace {
 

@@ -61,8 +61,7 @@ Ref<Object> CreateHostObject() {
     return object;
 }
 
-// ---- Texts and variants
-// ----------------------------------------------------------------------------------------------
+// ---- Texts and variants ----
 
 Ref<IVEXAString> ToHostString(const QString& text);
 /// An absent string is the empty text.
@@ -84,8 +83,7 @@ QString LocalizedText(const QString& key);
 /// One of the parts that the key's value holds, counted from 0.
 QString LocalizedTextPart(const QString& key, int part);
 
-// ---- Property lists
-// --------------------------------------------------------------------------------------------------
+// ---- Property lists ----
 
 /// The default when the list is absent or has no such number.
 std::int32_t ReadPropertyInt32(IVEXAPropertyList* list, std::int32_t id, std::int32_t defaultValue = 0) noexcept;
@@ -97,16 +95,14 @@ void WritePropertyInt32(IVEXAPropertyList* list, std::int32_t id, std::int32_t v
 void WritePropertyObject(IVEXAPropertyList* list, std::int32_t id, IUnknown* value);
 void WritePropertyString(IVEXAPropertyList* list, std::int32_t id, const QString& text);
 
-// ---- Messages
-// --------------------------------------------------------------------------------------------------------
+// ---- Messages ----
 
 /// E_NOINTERFACE when the host lacks the dispatcher.
 HResult SendHostMessage(std::uint32_t message, std::int32_t param1, void* param2);
 /// The owner of the plug-in's dialogs; 0 when the host has no window.
 WindowHandle HostMainWindow();
 
-// ---- The configuration
-// -----------------------------------------------------------------------------------------------
+// ---- The configuration ----
 
 /// The host's configuration, for one batch of reads or writes. Keys are paths such as "Podcasts\CheckUpdates".
 class TVEXAServiceConfig {
@@ -125,8 +121,7 @@ private:
     Ref<IVEXAServiceConfig> FService;
 };
 
-// ---- Objects for the host
-// --------------------------------------------------------------------------------------------
+// ---- Objects for the host ----
 
 /// The base of every object that the host may hold. NewObject makes one; while its constructor runs the count is 1, so
 /// that a reference taken and dropped there does not destroy it.

@@ -35,8 +35,7 @@ QString FirstOf(const QString& text, const QString& otherwise) {
 
 }  // namespace
 
-// ---- The client for host threads
-// -------------------------------------------------------------------------------------
+// ---- The client for host threads ----
 
 TPodcastsClientPass TPodcastsClientPass::Enter() {
     const std::lock_guard lock(Gate.Mutex);
@@ -62,8 +61,7 @@ QString TPodcastsResolvedEpisode::LocalFileName() const {
     return Client->GetLocalFileName(*Episode, *Feed, fileName) ? fileName : QString();
 }
 
-// ---- TVEXAPodcastsFileManager
-// ----------------------------------------------------------------------------------------
+// ---- TVEXAPodcastsFileManager ----
 
 void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
     {
@@ -186,8 +184,7 @@ HResult TVEXAPodcastsFileManager::QueryFileInfo(IVEXAString* file, IVEXAFileInfo
     });
 }
 
-// ---- TVEXAPodcastsFileSystem
-// -----------------------------------------------------------------------------------------
+// ---- TVEXAPodcastsFileSystem ----
 
 void TVEXAPodcastsFileSystem::DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, HResult& result) {
     if (propertyID == IVEXAExtensionFileSystem::IsRemote)
