@@ -24,6 +24,8 @@ constexpr int kPageSize = 8192;
 // Pages. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back
 // once.
 constexpr int kCheckpointPages = 4000;
+// Connections for reading that are kept for the next one who reads.
+constexpr std::size_t kMostIdleReaders = 4;
 
 /// What a person can do about an error; empty when we do not know.
 const char* Advice(int code) {
@@ -276,6 +278,38 @@ void SqliteDatabase::ExecuteSQL(std::string_view sql) {
     }
 }
 
+SqliteBorrowedReader SqliteDatabase::BorrowReader() {
+    std::unique_ptr<SqliteReader> reader;
+    {
+        const std::lock_guard lock(FReadersMutex);
+        if (!FIdleReaders.empty()) {
+            reader = std::move(FIdleReaders.back());
+            FIdleReaders.pop_back();
+        }
+    }
+    if (!reader) reader = std::make_unique<SqliteReader>(FFileName);
+    return SqliteBorrowedReader(reader.release(), {this});
+}
+
+void SqliteReturnReader::operator()(SqliteReader* reader) const noexcept {
+    std::unique_ptr<SqliteReader> owned(reader);
+    const std::lock_guard lock(Database->FReadersMutex);
+    if (Database->FIdleReaders.size() < kMostIdleReaders) Database->FIdleReaders.push_back(std::move(owned));
+}
+
+std::unique_ptr<SqliteCursor> SqliteDatabase::Read(std::string_view sql) {
+    if (FTransactionThread.load() == std::this_thread::get_id()) return Query(sql);
+    auto reader = BorrowReader();
+    auto cursor = reader->Query(sql);
+    if (cursor) cursor->FReader = std::move(reader);
+    return cursor;
+}
+
+int SqliteDatabase::ReadInteger(std::string_view sql) {
+    const auto cursor = Read(sql);
+    return cursor ? cursor->Integer(0) : -1;
+}
+
 int SqliteDatabase::QueryInteger(std::string_view sql) {
     const auto cursor = Query(sql);
     return cursor ? cursor->Integer(0) : -1;
@@ -295,6 +329,12 @@ void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
     // Immediate: a transaction that begins by reading and is overtaken by another writer could never write.
     ExecuteSQL(nested ? "SAVEPOINT Nested" : "BEGIN IMMEDIATE");
     ++FTransactionDepth;
+    const auto outer = FTransactionThread.exchange(std::this_thread::get_id());
+    struct Ending {
+        std::atomic<std::thread::id>& Thread;
+        std::thread::id Outer;
+        ~Ending() { Thread = Outer; }
+    } const ending{FTransactionThread, outer};
     try {
         procedure();
         ExecuteSQL(nested ? "RELEASE Nested" : "COMMIT");

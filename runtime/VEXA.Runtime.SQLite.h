@@ -12,12 +12,14 @@
 #include <QByteArray>
 #include <QString>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 struct sqlite3;
@@ -53,9 +55,18 @@ public:
 };
 
 class SqliteConnection;
+class SqliteReader;
+class SqliteDatabase;
 
-/// Rows that are read as one steps. On a database's own connection it holds the lock as long as it lives: read and let
-/// go. Columns can be named by name, too.
+/// Hands a borrowed reader back to its database.
+struct SqliteReturnReader {
+    SqliteDatabase* Database = nullptr;
+    void operator()(SqliteReader* reader) const noexcept;
+};
+using SqliteBorrowedReader = std::unique_ptr<SqliteReader, SqliteReturnReader>;
+
+/// Rows that are read as one steps. On a database's own connection it holds the lock as long as it lives, on a reader
+/// it keeps that from others: read and let go. Columns can be named by name, too.
 class VEXA_RUNTIME_API SqliteCursor final : public SqliteRows {
 public:
     ~SqliteCursor() override;
@@ -82,6 +93,7 @@ public:
 
 private:
     friend class SqliteConnection;
+    friend class SqliteDatabase;
     friend class SqliteRowSet;
     SqliteCursor(SqliteConnection& connection, std::unique_lock<std::recursive_mutex> lock, sqlite3_stmt* statement)
         : FConnection(connection), FLock(std::move(lock)), FStatement(statement) {}
@@ -89,6 +101,7 @@ private:
 
     SqliteConnection& FConnection;
     std::unique_lock<std::recursive_mutex> FLock;
+    SqliteBorrowedReader FReader;
     sqlite3_stmt* FStatement;
 };
 
@@ -180,6 +193,12 @@ public:
     /// A cursor on the first row; nothing when there is none.
     std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
+    /// The same two on a connection that only reads: they never wait for what another thread writes, and see all that
+    /// was committed before. Inside a transaction of the calling thread they see its writes, on the connection's own.
+    std::unique_ptr<SqliteCursor> Read(std::string_view sql);
+    std::unique_ptr<SqliteCursor> Read(const SqlBuilder& builder) { return Read(builder.Sql()); }
+    int ReadInteger(std::string_view sql);
+    int ReadInteger(const SqlBuilder& builder) { return ReadInteger(builder.Sql()); }
     /// Runs an insert whose one "?" takes the bytes.
     void ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size);
 
@@ -213,10 +232,15 @@ protected:
     void RegisterFunction(const char* name, IntegerFunction function);
 
 private:
+    friend struct SqliteReturnReader;
     void EnterWal();
+    SqliteBorrowedReader BorrowReader();
 
     std::recursive_mutex FMutex;  // guards FHandle and FTransactionDepth
     int FTransactionDepth = 0;
+    std::atomic<std::thread::id> FTransactionThread{};  // whose transaction is open
+    std::mutex FReadersMutex;
+    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
 };
 
 }  // namespace vexa
