@@ -145,10 +145,15 @@ SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
     }
 }
 
-QString SettingsFile::Read(const QString& keyPath, const QString& defaultValue) {
+std::optional<QString> SettingsFile::Find(const QString& keyPath) const {
     if (const auto found = FPending.constFind(keyPath); found != FPending.cend()) return *found;
-    const auto found = FRead.constFind(keyPath);
-    return found != FRead.cend() ? *found : *FRead.insert(keyPath, defaultValue);
+    if (const auto found = FRead.constFind(keyPath); found != FRead.cend()) return *found;
+    return std::nullopt;
+}
+
+QString SettingsFile::Read(const QString& keyPath, const QString& defaultValue) {
+    if (const auto found = Find(keyPath)) return *found;
+    return *FRead.insert(keyPath, defaultValue);
 }
 
 void SettingsFile::Write(const QString& keyPath, const QString& value) {

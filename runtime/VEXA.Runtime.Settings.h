@@ -14,6 +14,8 @@
 #include <QHash>
 #include <QString>
 
+#include <optional>
+
 namespace vexa {
 
 class VEXA_RUNTIME_API SettingsFile {
@@ -21,6 +23,8 @@ public:
     /// Reads the file; one that does not exist is empty. Throws std::runtime_error when it cannot be read.
     explicit SettingsFile(const QString& fileName);
 
+    /// The value; nothing when the file does not hold the key.
+    std::optional<QString> Find(const QString& keyPath) const;
     /// The value; the default when the file does not hold the key.
     QString Read(const QString& keyPath, const QString& defaultValue);
     /// Remembers the value for the next Save. A value equal to the one that was read, a default included, leaves the

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     qputenv("XDG_DATA_HOME", QFile::encodeName(home.File(QStringLiteral("data"))));
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.File(QStringLiteral("config"))));
     qputenv("no_proxy", "*");
-    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false"));
+    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false\nvexa.*=false"));
 
     QCoreApplication application(argc, argv);
     vexa::AttachMainThread();

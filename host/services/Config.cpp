@@ -1,0 +1,125 @@
+#include "Config.h"
+
+#include "Guarded.h"
+#include "PropertyStore.h"
+#include "Streams.h"
+#include "Strings.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace vexa::host {
+
+namespace {
+
+/// What would read back as another key, or as none, is no key path.
+bool IsKeyPath(const QString& keyPath) {
+    const QString key = keyPath.sliced(keyPath.lastIndexOf(u'\\') + 1);
+    const QString section = keyPath.chopped(key.size());
+    const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
+    return !key.isEmpty() && key == key.trimmed() && !key.contains(u'=') &&
+           !QStringView(u";#[").contains(key.front()) && std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) &&
+           section.count(u'[') + section.count(u']') == 0;
+}
+
+}  // namespace
+
+ConfigService::ConfigService(const QString& profileFolder) : FFile(SettingsFileName(profileFolder)) {}
+
+bool ConfigService::Write(const QString& keyPath, const QString& value) {
+    if (!IsKeyPath(keyPath)) return false;
+    FFile.Write(keyPath, value);
+    return true;
+}
+
+QString ConfigService::Save() {
+    try {
+        FFile.Save();
+        return {};
+    } catch (const std::exception& error) {
+        qCWarning(LogHost).noquote() << error.what();
+        return QString::fromUtf8(error.what());
+    }
+}
+
+HResult ConfigService::Flush() noexcept {
+    return Guarded("writing the settings", [&] { return Save().isEmpty() ? S_OK : E_FAIL; });
+}
+
+template <class Number>
+HResult ConfigService::Get(IVEXAString* keyPath, Number* number) noexcept {
+    if (!number) return E_POINTER;
+    *number = 0;
+    return Guarded("reading a setting", [&] {
+        const auto text = FFile.Find(ToQString(keyPath));
+        return text && Convert(PropertyValue(*text), *number) ? S_OK : E_FAIL;
+    });
+}
+
+HResult ConfigService::GetValueAsFloat(IVEXAString* keyPath, double* value) noexcept {
+    return Get(keyPath, value);
+}
+
+HResult ConfigService::GetValueAsInt32(IVEXAString* keyPath, std::int32_t* value) noexcept {
+    return Get(keyPath, value);
+}
+
+HResult ConfigService::GetValueAsInt64(IVEXAString* keyPath, std::int64_t* value) noexcept {
+    return Get(keyPath, value);
+}
+
+HResult ConfigService::GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept {
+    if (!value) return E_POINTER;
+    return Guarded("reading a setting", [&] {
+        const auto text = FFile.Find(ToQString(keyPath));
+        if (!text) return E_FAIL;
+        const auto bytes = QByteArray::fromBase64Encoding(text->toUtf8(), QByteArray::AbortOnBase64DecodingErrors);
+        return bytes ? ReplaceRest(*value, *bytes) : E_FAIL;
+    });
+}
+
+HResult ConfigService::GetValueAsString(IVEXAString* keyPath, IVEXAString** value) noexcept {
+    if (!value) return E_POINTER;
+    *value = nullptr;
+    return Guarded("reading a setting", [&] {
+        const auto text = FFile.Find(ToQString(keyPath));
+        return text ? PutString(*text, value) : E_FAIL;
+    });
+}
+
+HResult ConfigService::Set(IVEXAString* keyPath, const QString& value) {
+    return Write(ToQString(keyPath), value) ? S_OK : E_INVALIDARG;
+}
+
+HResult ConfigService::SetValueAsFloat(IVEXAString* keyPath, double value) noexcept {
+    return Guarded("setting a value", [&] {
+        QString text;
+        Convert(PropertyValue(value), text);
+        return Set(keyPath, text);
+    });
+}
+
+HResult ConfigService::SetValueAsInt32(IVEXAString* keyPath, std::int32_t value) noexcept {
+    return SetValueAsInt64(keyPath, value);
+}
+
+HResult ConfigService::SetValueAsInt64(IVEXAString* keyPath, std::int64_t value) noexcept {
+    return Guarded("setting a value", [&] { return Set(keyPath, QString::number(value)); });
+}
+
+HResult ConfigService::SetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept {
+    if (!value) return E_POINTER;
+    return Guarded("setting a value", [&] {
+        const std::int64_t position = value->GetPosition();
+        value->Seek(0, IVEXAStream::FromBeginning);
+        const QByteArray bytes = ReadRest(*value);
+        value->Seek(position, IVEXAStream::FromBeginning);
+        return Set(keyPath, QString::fromLatin1(bytes.toBase64()));
+    });
+}
+
+HResult ConfigService::SetValueAsString(IVEXAString* keyPath, IVEXAString* value) noexcept {
+    return Guarded("setting a value", [&] { return Set(keyPath, ToQString(value)); });
+}
+
+}  // namespace vexa::host

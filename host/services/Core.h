@@ -1,0 +1,80 @@
+#pragma once
+// The core that plug-ins are given: a table of services, a table of objects that can be made, and the extensions that
+// were registered. It knows none of them itself: whoever builds a host adds them.
+
+#include "Extensions.h"
+#include "HostOptions.h"
+#include "VEXA.Runtime.Classes.h"
+#include "VEXA.SDK.Core.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <vector>
+
+namespace vexa::host {
+
+/// Services, factories and the missing ones are set up on the main thread, before a plug-in is loaded; from then on any
+/// thread may ask.
+class Core final : public RefCountedObject<IVEXACore> {
+public:
+    explicit Core(const HostOptions& options);
+
+    /// Offers `object` as the services `Interfaces`. `name` is the short one. `extensions`, which may be null, lives as
+    /// long as the object.
+    template <class... Interfaces, class Object>
+    void AddService(const QString& name, const Ref<Object>& object, ExtensionTarget* extensions = nullptr) {
+        (Add(name, Interfaces::IID, Ref<Interfaces>(object), extensions), ...);
+    }
+    /// Makes objects of an interface.
+    template <class Interface, class Object>
+    void AddFactory() {
+        FFactories.push_back({Interface::IID, [](void** object) { *object = Ref<Interface>(new Object).Detach(); }});
+    }
+
+    /// Hides a service from plug-ins. Before a plug-in is loaded. False when there is none of that name.
+    bool HideService(const QString& name);
+    QStringList ServiceNames() const;
+
+    /// Marks a moment: what is registered later can be taken back together.
+    std::size_t ExtensionCount() const { return FExtensions.size(); }
+    /// Tells the extensions registered since a mark that the end is near, the last one first. Main thread.
+    void FinalizeExtensions(std::size_t from);
+    /// Lets go of them. Main thread.
+    void RemoveExtensions(std::size_t from);
+
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override;
+    HResult CreateObject(const Guid& iid, void** object) noexcept override;
+    HResult GetPath(std::int32_t kind, IVEXAString** path) noexcept override;
+    HResult RegisterExtension(const Guid& service, IUnknown* extension) noexcept override;
+
+private:
+    struct Service {
+        QString Name;
+        Guid Identifier;
+        Ref<IUnknown> Object;
+        ExtensionTarget* Extensions;
+    };
+    struct Factory {
+        Guid Identifier;
+        std::function<void(void**)> Make;
+    };
+    struct Extension {
+        ExtensionTarget* Target;
+        Ref<IUnknown> Object;
+    };
+
+    template <class Interface>
+    void Add(const QString& name, const Guid& identifier, const Ref<Interface>& object, ExtensionTarget* extensions) {
+        FServices.push_back({name, identifier, object, extensions});
+    }
+    const Service* Find(const Guid& identifier) const noexcept;
+
+    QString FProfileFolder;
+    QSet<QString> FMissing;
+    std::vector<Service> FServices;
+    std::vector<Factory> FFactories;
+    std::vector<Extension> FExtensions;  // main thread
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,88 @@
+#include "Host.h"
+
+#include "ErrorInfo.h"
+#include "FileInfo.h"
+#include "Images.h"
+#include "ObjectList.h"
+#include "Streams.h"
+
+#include <QDir>
+
+namespace vexa::host {
+
+namespace {
+
+HostOptions WithProfile(const HostOptions& options) {
+    if (!QDir().mkpath(options.ProfileFolder))
+        throw std::runtime_error(
+            QString(u"cannot make the profile folder " + options.ProfileFolder + u": choose another").toStdString());
+    return options;
+}
+
+}  // namespace
+
+Host::Host(const HostOptions& options)
+    : FCore(new Core(WithProfile(options))),
+      FMessages(new MessageDispatcher),
+      FConfig(new ConfigService(options.ProfileFolder)),
+      FLanguage(new LanguageService(options.LanguageFolder, options.Language, FMessages)),
+      FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))),
+      FHttp(new HttpClientService),
+      FDecoders(new AudioDecoderService),
+      FFileInfos(new FileInfoService),
+      FFileSystems(new FileSystemService),
+      FAlbumArt(new AlbumArtService),
+      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())) {
+    FCore->AddFactory<IVEXAString, HostString>();
+    FCore->AddFactory<IVEXAObjectList, ObjectList>();
+    FCore->AddFactory<IVEXAMemoryStream, MemoryStream>();
+    FCore->AddFactory<IVEXAErrorInfo, ErrorInfo>();
+    FCore->AddFactory<IVEXAFileInfo, FileInfo>();
+    FCore->AddFactory<IVEXAImage, Image>();
+    FCore->AddFactory<IVEXAImageContainer, ImageContainer>();
+
+    FCore->AddService<IVEXAServiceConfig>(QStringLiteral("config"), FConfig);
+    FCore->AddService<IVEXAServiceLanguage>(QStringLiteral("language"), FLanguage);
+    FCore->AddService<IVEXAServiceMessageDispatcher>(QStringLiteral("messages"), FMessages);
+    FCore->AddService<IVEXAServiceMusicLibrary>(QStringLiteral("library"), FLibrary, FLibrary.Get());
+    FCore->AddService<IVEXAServiceHttpClient>(QStringLiteral("http"), FHttp);
+    FCore->AddService<IVEXAServiceAudioDecoder>(QStringLiteral("decoder"), FDecoders, FDecoders.Get());
+    FCore->AddService<IVEXAServiceFileInfo>(QStringLiteral("fileinfo"), FFileInfos, FFileInfos.Get());
+    FCore->AddService<IVEXAServiceFileSystem>(QStringLiteral("filesystem"), FFileSystems, FFileSystems.Get());
+    FCore->AddService<IVEXAServiceAlbumArt>(QStringLiteral("albumart"), FAlbumArt, FAlbumArt.Get());
+    FCore->AddService<IVEXAServicePlayer>(QStringLiteral("player"), FPlayer, FPlayer.Get());
+}
+
+Host::~Host() {
+    UnloadPlugins();
+}
+
+const Plugin& Host::LoadPlugin(const QString& fileName) {
+    return StartPlugin(Plugin(fileName));
+}
+
+const Plugin& Host::StartPlugin(Plugin plugin) {
+    const std::size_t before = FCore->ExtensionCount();
+    try {
+        plugin.Initialize(FCore.Get());
+    } catch (...) {
+        FCore->FinalizeExtensions(before);
+        plugin.Finalize();
+        FCore->RemoveExtensions(before);
+        throw;
+    }
+    FPlugins.push_back(std::move(plugin));
+    return FPlugins.back();
+}
+
+QString Host::UnloadPlugins() {
+    FCore->FinalizeExtensions(0);
+    for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
+    FHttp->CancelAll();
+    const QString problem = FConfig->Save();
+    FCore->RemoveExtensions(0);
+    FPlugins.clear();
+    return problem;
+}
+
+}  // namespace vexa::host

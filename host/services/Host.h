@@ -1,0 +1,70 @@
+#pragma once
+// A host without a window: the core with its services, and the plug-ins that it loaded. A player with windows adds its
+// own services to the core before it loads a plug-in. Main thread, with a QCoreApplication and AttachMainThread before.
+//
+//     Host host({.ProfileFolder = folder, .LanguageFolder = languages});
+//     host.LoadPlugin(fileName);
+
+#include "AlbumArt.h"
+#include "AudioDecoder.h"
+#include "Config.h"
+#include "Core.h"
+#include "FileInfoService.h"
+#include "FileSystem.h"
+#include "Http.h"
+#include "Language.h"
+#include "Messages.h"
+#include "MusicLibrary.h"
+#include "Player.h"
+#include "PluginLoader.h"
+
+#include <vector>
+
+namespace vexa::host {
+
+class Host {
+public:
+    /// Makes the profile folder. Throws std::runtime_error when it cannot be made, or its settings cannot be read.
+    explicit Host(const HostOptions& options);
+    /// Unloads what is loaded.
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    /// Throws PluginError, with nothing of the plug-in left behind.
+    const Plugin& LoadPlugin(const QString& fileName);
+    const Plugin& StartPlugin(Plugin plugin);
+    const std::vector<Plugin>& Plugins() const noexcept { return FPlugins; }
+    /// Finalises the storages, then the plug-ins, the last one first; writes the settings; lets go of all. No other
+    /// thread calls an extension any more. Empty, or why the settings could not be written.
+    QString UnloadPlugins();
+
+    Core& TheCore() noexcept { return *FCore; }
+    MessageDispatcher& Messages() noexcept { return *FMessages; }
+    ConfigService& Config() noexcept { return *FConfig; }
+    LanguageService& Language() noexcept { return *FLanguage; }
+    MusicLibraryService& Library() noexcept { return *FLibrary; }
+    HttpClientService& Http() noexcept { return *FHttp; }
+    AudioDecoderService& Decoders() noexcept { return *FDecoders; }
+    FileInfoService& FileInfos() noexcept { return *FFileInfos; }
+    FileSystemService& FileSystems() noexcept { return *FFileSystems; }
+    AlbumArtService& AlbumArt() noexcept { return *FAlbumArt; }
+    PlayerService& Player() noexcept { return *FPlayer; }
+
+private:
+    // Services are made after those that they use.
+    Ref<Core> FCore;
+    Ref<MessageDispatcher> FMessages;
+    Ref<ConfigService> FConfig;
+    Ref<LanguageService> FLanguage;
+    Ref<MusicLibraryService> FLibrary;
+    Ref<HttpClientService> FHttp;
+    Ref<AudioDecoderService> FDecoders;
+    Ref<FileInfoService> FFileInfos;
+    Ref<FileSystemService> FFileSystems;
+    Ref<AlbumArtService> FAlbumArt;
+    Ref<PlayerService> FPlayer;
+    std::vector<Plugin> FPlugins;
+};
+
+}  // namespace vexa::host

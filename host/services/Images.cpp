@@ -1,0 +1,132 @@
+#include "Images.h"
+
+#include "Guarded.h"
+#include "Streams.h"
+
+#include <QBuffer>
+#include <QImageReader>
+
+#include <algorithm>
+#include <utility>
+
+namespace vexa::host {
+
+namespace {
+
+IVEXAImageContainer::Format FormatOf(const QByteArray& name) {
+    static constexpr std::pair<const char*, IVEXAImageContainer::Format> kNames[] = {
+        {"bmp", IVEXAImageContainer::BMP}, {"jpeg", IVEXAImageContainer::JPEG}, {"jpg", IVEXAImageContainer::JPEG},
+        {"png", IVEXAImageContainer::PNG}, {"gif", IVEXAImageContainer::GIF},   {"webp", IVEXAImageContainer::WebP},
+        {"svg", IVEXAImageContainer::SVG},
+    };
+    for (const auto& [text, format] : kNames)
+        if (name == text) return format;
+    return IVEXAImageContainer::Other;
+}
+
+/// A reader over bytes that outlive it.
+struct Reader {
+    explicit Reader(const QByteArray& bytes) {
+        Buffer.setData(bytes);
+        Buffer.open(QIODevice::ReadOnly);
+        Images.setDevice(&Buffer);
+        Images.setAutoTransform(true);
+    }
+    ImageHeader Header() {
+        if (Buffer.size() > IVEXAImageContainer::kMostBytes || !Images.canRead()) return {};
+        QSize size = Images.size();
+        if (size.isEmpty() || std::int64_t{size.width()} * size.height() > IVEXAImageContainer::kMostPixels) return {};
+        if (Images.transformation() & QImageIOHandler::TransformationRotate90) size.transpose();
+        return {size, FormatOf(Images.format())};
+    }
+
+    QBuffer Buffer;
+    QImageReader Images;
+};
+
+QByteArray View(IVEXAImageContainer& container) {
+    return QByteArray::fromRawData(static_cast<const char*>(container.GetData()), container.GetDataSize());
+}
+
+}  // namespace
+
+ImageHeader ReadImageHeader(const QByteArray& bytes) {
+    return Reader(bytes).Header();
+}
+
+QImage DecodeImage(const QByteArray& bytes) {
+    Reader reader(bytes);
+    return reader.Header().Size.isValid() ? reader.Images.read() : QImage();
+}
+
+QImage ToQImage(IVEXAImageContainer* container) {
+    return container ? DecodeImage(View(*container)) : QImage();
+}
+
+Ref<IVEXAImageContainer> MakeImageContainer(const QByteArray& bytes) {
+    Ref<IVEXAImageContainer> container(new ImageContainer);
+    if (bytes.size() > IVEXAImageContainer::kMostBytes) return {};
+    if (Failed(container->SetDataSize(static_cast<std::uint32_t>(bytes.size())))) return {};
+    std::copy(bytes.cbegin(), bytes.cend(), static_cast<char*>(container->GetData()));
+    return container;
+}
+
+HResult Image::LoadFromStream(IVEXAStream* stream) noexcept {
+    if (!stream) return E_POINTER;
+    try {
+        QImage picture = DecodeImage(ReadRest(*stream, IVEXAImageContainer::kMostBytes));
+        if (picture.isNull()) return E_FAIL;
+        FPicture = std::move(picture);
+        return S_OK;
+    } catch (...) {
+        return E_FAIL;  // unreadable or too large, which is the same to the caller
+    }
+}
+
+HResult Image::GetSize(std::int32_t* width, std::int32_t* height) noexcept {
+    if (!width || !height) return E_POINTER;
+    *width = FPicture.width();
+    *height = FPicture.height();
+    return S_OK;
+}
+
+HResult Image::SetDPI(std::int32_t dpi) noexcept {
+    if (dpi <= 0) return E_INVALIDARG;
+    FDPI = dpi;
+    return S_OK;
+}
+
+HResult ImageContainer::SetDataSize(std::uint32_t size) noexcept {
+    if (size > kMostBytes) return E_INVALIDARG;
+    return Guarded("resizing a picture", [&] {
+        FBytes.resize(size);
+        return S_OK;
+    });
+}
+
+HResult ImageContainer::GetInfo(std::int32_t* width, std::int32_t* height, std::int32_t* format) noexcept {
+    if (width) *width = 0;
+    if (height) *height = 0;
+    if (format) *format = Unknown;
+    return Guarded("reading a picture's header", [&] {
+        const ImageHeader header = ReadImageHeader(View(*this));
+        if (!header.Size.isValid()) return E_FAIL;
+        if (width) *width = header.Size.width();
+        if (height) *height = header.Size.height();
+        if (format) *format = header.Format;
+        return S_OK;
+    });
+}
+
+HResult ImageContainer::CreateImage(IVEXAImage** image) noexcept {
+    if (!image) return E_POINTER;
+    *image = nullptr;
+    return Guarded("decoding a picture", [&] {
+        QImage picture = ToQImage(this);
+        if (picture.isNull()) return E_FAIL;
+        *image = Ref<IVEXAImage>(new Image(std::move(picture))).Detach();
+        return S_OK;
+    });
+}
+
+}  // namespace vexa::host

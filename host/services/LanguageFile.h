@@ -1,0 +1,33 @@
+#pragma once
+// One language's texts: a *.lng file. docs/language-files.md describes the format.
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace vexa::host {
+
+class LanguageFile {
+public:
+    LanguageFile() = default;
+    /// Reads the text of a file; lines that mean nothing are skipped with a warning that names `fileName`.
+    LanguageFile(const QString& text, const QString& fileName);
+    /// Throws std::runtime_error when the file cannot be read.
+    static LanguageFile Load(const QString& fileName);
+
+    /// The language's name in that language.
+    QString Name() const { return FName; }
+    /// The parts of the value of "Section\Key", letter case ignored; nothing when there is no such key.
+    std::optional<QStringList> Find(const QString& keyPath) const;
+    /// "Section\Key" as written, sorted.
+    QStringList KeyPaths() const;
+
+private:
+    QString FName;
+    QHash<QString, QStringList> FValues;  // by case-folded key path
+    QStringList FKeyPaths;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,10 @@
+#include "Log.h"
+
+namespace vexa::host {
+
+const QLoggingCategory& LogHost() {
+    static const QLoggingCategory category("vexa.host", QtWarningMsg);
+    return category;
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,53 @@
+#include "PluginLoader.h"
+
+#include <QFileInfo>
+#include <QLibrary>
+
+namespace vexa::host {
+
+namespace {
+
+VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
+    if (!QFileInfo(fileName).isFile())
+        throw PluginError(u"there is no file " + fileName + u": name the file of a plug-in", E_FAIL);
+    QLibrary library(QFileInfo(fileName).absoluteFilePath());
+    library.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
+    if (!library.load())
+        throw PluginError(fileName + u" is not a plug-in that can be loaded: " + library.errorString(), E_FAIL);
+    const auto entry = reinterpret_cast<VEXAPluginGetHeaderFunction>(library.resolve(kPluginEntryPoint));
+    if (!entry)
+        throw PluginError(
+            fileName + u" is not a plug-in: it is a library without " + QString::fromLatin1(kPluginEntryPoint), E_FAIL);
+    return entry;
+}
+
+}  // namespace
+
+Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absoluteFilePath()) {
+    const HResult result = FindEntryPoint(fileName)(FObject.Put());
+    if (Failed(result) || !FObject)
+        throw PluginError(u"the plug-in " + fileName + u" gave no object (" + ToHex(result) + u')',
+                          Failed(result) ? result : E_FAIL);
+}
+
+void Plugin::Initialize(IVEXACore* core) {
+    const HResult result = FObject->Initialize(core);
+    if (Succeeded(result)) return;
+    const QString reason = result == E_NOTIMPL ? QStringLiteral(": the host lacks a service that it needs") : QString();
+    throw PluginError(u"the plug-in " + FFileName + u" refused to start (" + ToHex(result) + u')' + reason, result);
+}
+
+void Plugin::Finalize() {
+    FObject->Finalize();
+}
+
+QString Plugin::Information(std::int32_t index) const {
+    const char16_t* text = FObject->GetInformation(index);
+    return text ? QString::fromUtf16(text) : QString();
+}
+
+QString ToHex(HResult code) {
+    return u"0x" + QString::number(static_cast<std::uint32_t>(code), 16).toUpper().rightJustified(8, u'0');
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,49 @@
+#pragma once
+// From the file of a plug-in to its running object. Main thread.
+
+#include "VEXA.SDK.Core.h"
+
+#include <QString>
+
+#include <stdexcept>
+
+namespace vexa::host {
+
+/// Why a plug-in was not loaded; the message says what to do about it.
+class PluginError : public std::runtime_error {
+public:
+    PluginError(const QString& message, HResult code) : std::runtime_error(message.toStdString()), FCode(code) {}
+    HResult Code() const noexcept { return FCode; }
+
+private:
+    HResult FCode;
+};
+
+/// A plug-in that was loaded. Its library stays loaded until the process ends.
+class Plugin {
+public:
+    /// Loads the library and asks for its object. Throws PluginError for a file that is missing or no plug-in.
+    explicit Plugin(const QString& fileName);
+    /// One whose object is there already; `fileName` is what it is called by.
+    Plugin(Ref<IVEXAPlugin> object, const QString& fileName) : FFileName(fileName), FObject(std::move(object)) {}
+    Plugin(Plugin&&) noexcept = default;
+    Plugin& operator=(Plugin&&) noexcept = default;
+
+    /// Throws PluginError when the plug-in refuses; it is only to be finalised and destroyed then.
+    void Initialize(IVEXACore* core);
+    void Finalize();
+
+    QString FileName() const { return FFileName; }
+    QString Information(std::int32_t index) const;
+    std::uint32_t Categories() const { return FObject->GetCategories(); }
+    IVEXAPlugin* Object() const { return FObject.Get(); }
+
+private:
+    QString FFileName;
+    Ref<IVEXAPlugin> FObject;
+};
+
+/// "0x80004001"
+QString ToHex(HResult code);
+
+}  // namespace vexa::host

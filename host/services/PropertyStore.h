@@ -1,0 +1,65 @@
+#pragma once
+// Values by number, without an interface: what every property list of the host stands on. One thread at a time.
+
+#include "VEXA.SDK.Objects.h"
+
+#include <QString>
+
+#include <map>
+#include <span>
+#include <variant>
+
+namespace vexa::host {
+
+/// Empty, a number, a text, or an object.
+using PropertyValue = std::variant<std::monostate, std::int32_t, std::int64_t, double, QString, Ref<IUnknown>>;
+
+/// One property that a kind of object has: a value, or an object that offers the interface `Object`.
+struct PropertyRule {
+    std::int32_t ID;
+    const Guid* Object = nullptr;
+};
+
+/// Conversions between numbers and texts; false when they would lose something.
+bool Convert(const PropertyValue& value, std::int32_t& number) noexcept;
+bool Convert(const PropertyValue& value, std::int64_t& number) noexcept;
+bool Convert(const PropertyValue& value, double& number) noexcept;
+bool Convert(const PropertyValue& value, QString& text);
+PropertyValue FromVariant(const Variant& value);
+/// False for an object.
+bool ToVariant(const PropertyValue& value, Variant& variant);
+
+class PropertyStore {
+public:
+    /// With no rules every number can be set. The rules are not copied.
+    explicit PropertyStore(std::span<const PropertyRule> rules = {}) : FRules(rules) {}
+
+    /// The value; empty when it was never set.
+    const PropertyValue& Find(std::int32_t id) const noexcept;
+
+    /// E_NOTIMPL for a property that the object does not have, E_FAIL when the value cannot be converted.
+    template <class Number>
+    HResult GetNumber(std::int32_t id, Number* number) const noexcept {
+        if (!number) return E_POINTER;
+        *number = 0;
+        const PropertyValue& value = Find(id);
+        if (std::holds_alternative<std::monostate>(value)) return E_NOTIMPL;
+        return Convert(value, *number) ? S_OK : E_FAIL;
+    }
+    HResult GetObject(std::int32_t id, const Guid& iid, void** object) const;
+    HResult GetVariant(std::int32_t id, Variant* variant) const;
+
+    /// E_NOTIMPL for a property that the object does not have, E_INVALIDARG for a value where an object belongs, or
+    /// an object of another kind. An empty value, or a null object, takes the property away.
+    HResult Set(std::int32_t id, PropertyValue value);
+    /// A text is read, another object kept.
+    HResult SetObject(std::int32_t id, IUnknown* object);
+
+    void Clear() { FValues.clear(); }
+
+private:
+    std::span<const PropertyRule> FRules;
+    std::map<std::int32_t, PropertyValue> FValues;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,23 @@
+#pragma once
+// A host over a profile of the test's own.
+
+#include "ErrorInfo.h"
+#include "Host.h"
+#include "Strings.h"
+#include "TempFolder.h"
+#include "Texts.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using namespace vexa;
+
+class HostTest : public testing::Test {
+protected:
+    static host::HostOptions Options(const tests::TempFolder& profile) {
+        return {profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}};
+    }
+
+    tests::TempFolder Profile;
+    host::Host Host{Options(Profile)};
+};

@@ -1,0 +1,228 @@
+// Core, configuration, messages, storages, and a plug-in's life.
+
+#include "HostFixture.h"
+#include "PropertyList.h"
+#include "Streams.h"
+#include "VEXA.SDK.Options.h"
+
+#include <functional>
+
+using namespace vexa::host;
+
+namespace {
+
+class Hook final : public RefCountedObject<IVEXAMessageHook> {
+public:
+    explicit Hook(std::function<void(Hook&, HResult*)> act) : Act(std::move(act)) {}
+    void OnMessage(std::uint32_t, std::int32_t, void*, HResult* result) noexcept override { Act(*this, result); }
+    std::function<void(Hook&, HResult*)> Act;
+};
+
+/// A storage that writes down what happens to it.
+class Storage final : public PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage> {
+public:
+    Storage(const QString& id, QStringList* log) : FID(id), FLog(log) {}
+    ~Storage() override { *FLog += "freed " + FID; }
+
+    HResult GetValueAsObject(std::int32_t id, const Guid& iid, void** value) noexcept override {
+        if (id == IVEXAMLExtensionDataStorage::ID) return MakeString(FID)->QueryInterface(iid, value);
+        return PropertyList::GetValueAsObject(id, iid, value);
+    }
+    void Finalize() noexcept override { *FLog += "finalized " + FID; }
+    void Initialize(IVEXAMLDataStorageManager* manager) noexcept override {
+        *FLog += "initialized " + FID;
+        Manager = Ref<IVEXAMLDataStorageManager>(manager);
+    }
+    HResult LoadConfig(IUnknown*) noexcept override { return S_OK; }
+    HResult SaveConfig(IUnknown*) noexcept override { return S_OK; }
+    HResult GetFields(std::int32_t, IVEXAObjectList**) noexcept override { return E_NOTIMPL; }
+    HResult GetGroupingPresets(std::int32_t, IVEXAMLGroupingPresets*) noexcept override { return E_NOTIMPL; }
+    void FlushCache() noexcept override {}
+
+    Ref<IVEXAMLDataStorageManager> Manager;
+
+private:
+    QString FID;
+    QStringList* FLog;
+};
+
+class Listener final : public MusicLibraryListener {
+public:
+    void OnDataChanged(const QString& id) override { Heard += "data " + id; }
+    void OnTasksChanged(const QString& id) override { Heard += "tasks " + id; }
+    QStringList Heard;
+};
+
+/// A plug-in that registers a storage, and answers as told.
+class StoragePlugin final : public RefCountedObject<IVEXAPlugin> {
+public:
+    StoragePlugin(HResult answer, QStringList* log) : FAnswer(answer), FLog(log) {}
+    ~StoragePlugin() override { *FLog += "plug-in freed"; }
+
+    const char16_t* GetInformation(std::int32_t) noexcept override { return nullptr; }
+    std::uint32_t GetCategories() noexcept override { return 0; }
+    HResult Initialize(IVEXACore* core) noexcept override {
+        const Ref<Storage> storage(new Storage("S", FLog));
+        core->RegisterExtension(IVEXAServiceMusicLibrary::IID,
+                                static_cast<IVEXAMLExtensionDataStorage*>(storage.Get()));
+        return FAnswer;
+    }
+    void Finalize() noexcept override { *FLog += "plug-in finalized"; }
+    void SystemNotify(std::int32_t, IUnknown*) noexcept override {}
+
+private:
+    HResult FAnswer;
+    QStringList* FLog;
+};
+
+}  // namespace
+
+TEST_F(HostTest, SettingsAreReadByTheirType) {
+    ConfigService& config = Host.Config();
+    const auto key = MakeString("A\\k");
+    std::int32_t number = 1;
+    EXPECT_EQ(config.GetValueAsInt32(key.Get(), &number), E_FAIL);
+    EXPECT_EQ(config.SetValueAsFloat(key.Get(), 0.1), S_OK);
+    double real = 0;
+    EXPECT_EQ(config.GetValueAsFloat(key.Get(), &real), S_OK);
+    EXPECT_EQ(real, 0.1);
+    EXPECT_EQ(config.GetValueAsInt32(key.Get(), &number), E_FAIL);
+    EXPECT_EQ(config.SetValueAsInt64(key.Get(), std::int64_t{1} << 40), S_OK);
+    EXPECT_EQ(config.GetValueAsInt32(key.Get(), &number), E_FAIL);
+    std::int64_t wide = 0;
+    EXPECT_EQ(config.GetValueAsInt64(key.Get(), &wide), S_OK);
+    EXPECT_EQ(wide, std::int64_t{1} << 40);
+
+    const Ref<MemoryStream> stream(new MemoryStream);
+    stream->Write("\0\xff", 2, nullptr);
+    EXPECT_EQ(config.SetValueAsStream(key.Get(), stream.Get()), S_OK);
+    const Ref<MemoryStream> back(new MemoryStream);
+    EXPECT_EQ(config.GetValueAsStream(key.Get(), back.Get()), S_OK);
+    EXPECT_EQ(QByteArray(static_cast<char*>(back->GetData()), back->GetSize()), QByteArray("\0\xff", 2));
+    config.Write("A\\k", "no base64!");
+    EXPECT_EQ(config.GetValueAsStream(key.Get(), back.Get()), E_FAIL);
+    for (const char* bad : {"", "A\\", "A\\a=b", "A\\;x", "A\\x\ny"})
+        EXPECT_EQ(config.SetValueAsInt32(MakeString(bad).Get(), 1), E_INVALIDARG) << bad;
+}
+
+TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
+    WriteWhole(Profile.File("Settings.ini"), "[A]\nx=1\ny=1\n");
+    const Ref<ConfigService> held(new ConfigService(Profile.Path()));
+    ConfigService& config = *held;
+    config.Write("A\\x", "1");  // as it was: left alone
+    config.Write("A\\y", "2");
+    WriteWhole(Profile.File("Settings.ini"), "[A]\nx=5\ny=1\nz=7\n");
+    EXPECT_EQ(config.Save(), "");
+    EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nx=5\ny=2\nz=7\n");
+
+    tests::TempFolder folder;
+    WriteWhole(folder.File("file"), "");
+    const Ref<ConfigService> lost(new ConfigService(folder.File("file/profile")));
+    lost->Write("A\\x", "1");
+    EXPECT_TRUE(lost->Save().contains("cannot write the settings"));
+    EXPECT_EQ(lost->Flush(), E_FAIL);
+}
+
+TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
+    QStringList heard;
+    MessageDispatcher& messages = Host.Messages();
+    const Ref<Hook> first(new Hook([&](Hook& self, HResult*) {
+        heard += "first";
+        messages.Unhook(&self);
+    }));
+    const Ref<Hook> third(new Hook([&](Hook&, HResult*) { heard += "third"; }));
+    const Ref<Hook> second(new Hook([&](Hook&, HResult* result) {
+        heard += "second";
+        messages.Unhook(third.Get());
+        *result = E_ABORT;
+    }));
+    messages.Handle(1, [&](std::int32_t, void*) { return heard += "host", S_OK; });
+    EXPECT_EQ(messages.Hook(first.Get()), S_OK);
+    EXPECT_EQ(messages.Hook(first.Get()), E_INVALIDARG);
+    messages.Hook(second.Get());
+    messages.Hook(third.Get());
+    EXPECT_EQ(messages.Send(1, 0, nullptr), E_ABORT);  // taken over: the host itself is left out
+    EXPECT_EQ(heard, QStringList({"first", "second"}));
+    messages.Unhook(second.Get());
+    heard.clear();
+    EXPECT_EQ(messages.Send(1, 0, nullptr), S_OK);
+    EXPECT_EQ(heard, QStringList({"host"}));
+    EXPECT_EQ(messages.Send(2, 0, nullptr), E_NOTIMPL);
+}
+
+TEST_F(HostTest, AStorageTellsTheLibraryUntilItIsFinalized) {
+    QStringList log;
+    Listener listener;
+    Host.Library().AddListener(&listener);
+    const Ref<Storage> storage(new Storage("S", &log));
+    IUnknown* object = static_cast<IVEXAMLExtensionDataStorage*>(storage.Get());
+    Core& core = Host.TheCore();
+    EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, MakeString("x").Get()), E_INVALIDARG);
+    EXPECT_EQ(core.RegisterExtension(IVEXAServiceOptionsDialog::IID, object), E_NOINTERFACE);
+    EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), S_OK);
+    EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), E_INVALIDARG);
+    EXPECT_EQ(Host.Library().ActiveStorageID(), "S");
+
+    storage->Manager->BackgroundTaskStarted(2, MakeString("one").Get(), nullptr);
+    storage->Manager->BackgroundTaskStarted(2, MakeString("two").Get(), nullptr);
+    ASSERT_EQ(Host.Library().Tasks("S").size(), 1u);
+    EXPECT_EQ(ToQString(Host.Library().Tasks("S")[0].Caption.Get()), "two");
+    storage->Manager->BackgroundTaskFinished(2);
+    storage->Manager->BackgroundTaskFinished(2);
+    storage->Manager->Changed();
+    EXPECT_EQ(Host.Library().ChangeCount("S"), 1);
+    EXPECT_EQ(listener.Heard, QStringList({"tasks S", "tasks S", "tasks S", "data S"}));
+    Host.UnloadPlugins();
+    storage->Manager->Changed();
+    EXPECT_EQ(listener.Heard.size(), 4);
+    EXPECT_EQ(log, QStringList({"initialized S", "finalized S"}));
+    Host.Library().RemoveListener(&listener);
+}
+
+TEST_F(HostTest, APluginEndsAfterItsStorageAndIsReleasedLast) {
+    const auto plugin = [](HResult answer, QStringList* log) {
+        return Plugin(Ref<IVEXAPlugin>(new StoragePlugin(answer, log)), "a test's");
+    };
+    const QStringList end = {"initialized S", "finalized S", "plug-in finalized", "freed S", "plug-in freed"};
+    QStringList log;
+    Host.StartPlugin(plugin(S_OK, &log));
+    Host.UnloadPlugins();
+    EXPECT_EQ(log, end);
+    log.clear();
+    EXPECT_THROW(Host.StartPlugin(plugin(E_FAIL, &log)), PluginError);
+    EXPECT_EQ(log, end);
+    EXPECT_TRUE(Host.Library().StorageIDs().isEmpty());
+}
+
+TEST_F(HostTest, WhatCannotBeLoadedIsSaidSo) {
+    WriteWhole(Profile.File("text.so"), "no library");
+    const std::pair<QString, const char*> cases[] = {
+        {Profile.File("none.so"), "there is no file"},
+        {Profile.File("text.so"), "is not a plug-in that can be loaded"},
+        {QStringLiteral(NO_PLUGIN), "without VEXAPluginGetHeader"},
+    };
+    for (const auto& [file, message] : cases) {
+        try {
+            Host.LoadPlugin(file);
+            ADD_FAILURE() << file.toStdString() << " was loaded";
+        } catch (const PluginError& error) {
+            EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST_F(HostTest, ALibraryIsLoadedAndEndsBeforeTheSettingsAreWritten) {
+    Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
+    EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
+    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
+
+    ASSERT_TRUE(Host.TheCore().HideService("library"));
+    EXPECT_FALSE(Host.TheCore().HideService("no such"));
+    try {
+        Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
+        ADD_FAILURE() << "it was loaded without the library";
+    } catch (const PluginError& error) {
+        EXPECT_EQ(error.Code(), E_NOTIMPL);
+    }
+}

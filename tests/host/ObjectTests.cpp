@@ -1,0 +1,238 @@
+// The plain objects that cross between host and plug-ins.
+
+#include "FileInfo.h"
+#include "HostFixture.h"
+#include "Images.h"
+#include "ObjectList.h"
+#include "Streams.h"
+
+#include <QBuffer>
+#include <QImage>
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <thread>
+
+using namespace vexa::host;
+
+namespace {
+
+constexpr std::int32_t kProperty = IVEXAFileInfo::Title;
+using Value = PropertyValue;
+
+struct Conversion {
+    const char* What;
+    Value Stored;
+    std::optional<std::int32_t> AsInt32;
+    std::optional<std::int64_t> AsInt64;
+    std::optional<double> AsFloat;
+    QString AsText;
+};
+
+QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImage(1, 1, QImage::Format_RGB32).save(&buffer, "PNG");
+    const auto put = [&](qsizetype at, std::uint32_t number) {
+        for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(number >> (24 - 8 * i));
+    };
+    put(16, width);
+    put(20, height);
+    std::uint32_t crc = 0xFFFFFFFFu;  // of the chunk's type and data (RFC 2083, appendix)
+    for (qsizetype i = 12; i < 29; ++i) {
+        crc ^= static_cast<std::uint8_t>(bytes[i]);
+        for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1u) ? 0xEDB88320u : 0u);
+    }
+    put(29, ~crc);
+    return bytes;
+}
+
+}  // namespace
+
+TEST(Objects, APropertyIsConvertedWhereNothingIsLost) {
+    constexpr auto kBig = (std::int64_t{1} << 53) + 1;
+    const auto none = std::nullopt;
+    const Conversion cases[] = {
+        {"small", std::int32_t{-7}, -7, -7, -7.0, "-7"},
+        {"wide", std::int64_t{1} << 40, none, std::int64_t{1} << 40, 1099511627776.0, "1099511627776"},
+        {"no double", kBig, none, kBig, none, "9007199254740993"},
+        {"whole double", 12.0, 12, 12, 12.0, "12"},
+        {"fraction", 0.1, none, none, 0.1, "0.1"},
+        {"beyond 64 bits", 1e19, none, none, 1e19, "1e+19"},
+        {"NaN", std::numeric_limits<double>::quiet_NaN(), none, none, none, "nan"},
+        {"number's text", QString("42"), 42, 42, 42.0, "42"},
+        {"fraction's text", QString("1.5"), none, none, 1.5, "1.5"},
+        {"text", QString("x"), none, none, none, "x"},
+        {"empty text", QString(""), none, none, none, ""},
+    };
+    for (const Conversion& c : cases) {
+        SCOPED_TRACE(c.What);
+        const auto converted = [&c](auto number) -> std::optional<decltype(number)> {
+            return Convert(c.Stored, number) ? std::optional(number) : std::nullopt;
+        };
+        EXPECT_EQ(converted(std::int32_t{}), c.AsInt32);
+        EXPECT_EQ(converted(std::int64_t{}), c.AsInt64);
+        const auto real = converted(double{});
+        EXPECT_TRUE(real == c.AsFloat || (real && std::isnan(*real)));
+        QString text;
+        EXPECT_TRUE(Convert(c.Stored, text));
+        EXPECT_EQ(text, c.AsText);
+    }
+}
+
+TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
+    const Ref<FileInfo> info(new FileInfo);
+    std::int32_t number = 5;
+    Ref<IVEXAString> text;
+    EXPECT_EQ(info->GetValueAsInt32(kProperty, &number), E_NOTIMPL);
+    EXPECT_EQ(info->GetValueAsObject(kProperty, IVEXAString::IID, text.PutVoid()), E_INVALIDARG);
+    EXPECT_EQ(info->SetValueAsInt32(999, 1), E_NOTIMPL);
+    EXPECT_EQ(info->SetValueAsObject(kProperty, Ref(new ObjectList).Get()), E_INVALIDARG);
+
+    const Ref<ObjectList> own(new ObjectList);
+    Ref<IVEXAObjectList> kept;
+    EXPECT_EQ(info->SetValueAsObject(IVEXAPropertyList::kCustomObject, own.Get()), S_OK);
+    EXPECT_EQ(info->GetValueAsObject(IVEXAPropertyList::kCustomObject, IVEXAObjectList::IID, kept.PutVoid()), S_OK);
+    EXPECT_EQ(kept.Get(), own.Get());
+
+    const Ref<IVEXAString> title = MakeString("a");
+    EXPECT_EQ(info->SetValueAsObject(kProperty, title.Get()), S_OK);
+    title->SetChars(u"b", 1);  // the text was read when it was given
+    Variant value;
+    EXPECT_EQ(Query<IVEXAPropertyList2>(info.Get())->GetValueAsVariant(kProperty, &value), S_OK);
+    EXPECT_EQ(ToQString(value.Text.Get()), "a");
+    EXPECT_EQ(info->Reset(), S_OK);
+    EXPECT_EQ(info->GetValueAsInt32(kProperty, &number), E_NOTIMPL);
+}
+
+TEST(Objects, ATextThatIsRewrittenMeanwhileIsReadWhole) {
+    const Ref<IVEXAString> text = MakeString("a");
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (int i = 0; i < 20000; ++i) {
+            const QString next(1 + (i * 37) % 400, QChar(u'a' + i % 26));
+            text->SetChars(reinterpret_cast<const char16_t*>(next.constData()), static_cast<std::int32_t>(next.size()));
+        }
+        done = true;
+    });
+    bool isWhole = true;
+    while (!done) {
+        const QString seen = ToQString(text.Get());
+        isWhole = isWhole && !seen.isEmpty() && seen.count(seen.front()) == seen.size();
+    }
+    writer.join();
+    EXPECT_TRUE(isWhole);
+    EXPECT_EQ(text->SetChars(nullptr, -1), E_INVALIDARG);
+    EXPECT_EQ(text->SetChars(nullptr, 1), E_POINTER);
+}
+
+TEST(Objects, AListKeepsOrderAndRefusesWhatIsOutOfRange) {
+    const Ref<ObjectList> list(new ObjectList);
+    list->Add(MakeString("b").Get());
+    list->Insert(0, MakeString("a").Get());
+    list->Insert(2, MakeString("c").Get());
+    EXPECT_EQ(list->Insert(4, MakeString("x").Get()), E_INVALIDARG);
+    EXPECT_EQ(list->Add(nullptr), E_INVALIDARG);
+    EXPECT_EQ(list->Delete(3), E_INVALIDARG);
+    EXPECT_EQ(list->Delete(1), S_OK);
+    Ref<IVEXAString> text;
+    EXPECT_EQ(list->GetObject(-1, IVEXAString::IID, text.PutVoid()), E_INVALIDARG);
+    EXPECT_EQ(list->GetObject(1, IVEXAString::IID, text.PutVoid()), S_OK);
+    EXPECT_EQ(ToQString(text.Get()), "c");
+    Ref<IVEXAStream> stream;
+    EXPECT_EQ(list->GetObject(0, IVEXAStream::IID, stream.PutVoid()), E_NOINTERFACE);
+    EXPECT_EQ(list->GetCount(), 2);
+}
+
+TEST(Objects, AStreamRefusesNonsenseAndStaysAsItWas) {
+    const Ref<MemoryStream> stream(new MemoryStream);
+    std::uint32_t written = 1;
+    EXPECT_EQ(stream->GetData(), nullptr);
+    EXPECT_EQ(stream->Write("abcdef", 6, &written), S_OK);
+    EXPECT_EQ(written, 6u);
+    constexpr auto kFar = std::numeric_limits<std::int64_t>::max();
+    for (const std::int64_t size : {std::int64_t{-1}, kFar}) EXPECT_EQ(stream->SetSize(size), E_INVALIDARG);
+    for (const std::int64_t offset : {std::numeric_limits<std::int64_t>::min(), std::int64_t{-7}, kFar})
+        EXPECT_EQ(stream->Seek(offset, IVEXAStream::FromCurrent), E_INVALIDARG);
+    EXPECT_EQ(stream->Seek(0, 3), E_INVALIDARG);
+    EXPECT_EQ(stream->GetPosition(), 6);
+    EXPECT_EQ(stream->Seek(-2, IVEXAStream::FromEnd), S_OK);
+    char buffer[8] = {};
+    EXPECT_EQ(stream->Read(buffer, 8), 2);
+    EXPECT_EQ(stream->Read(buffer, 8), 0);
+    EXPECT_STREQ(buffer, "ef");
+
+    EXPECT_EQ(stream->Seek(8, IVEXAStream::FromBeginning), S_OK);
+    EXPECT_EQ(stream->Read(buffer, 8), 0);
+    EXPECT_EQ(stream->Write("i", 1, nullptr), S_OK);
+    EXPECT_EQ(std::string(static_cast<char*>(stream->GetData()), 9), std::string("abcdef\0\0i", 9));
+}
+
+TEST(Objects, ReplacingTheRestOfAStreamAllOrNothing) {
+    const Ref<MemoryStream> stream(new MemoryStream);
+    stream->Write("abcdef", 6, nullptr);
+    stream->Seek(2, IVEXAStream::FromBeginning);
+    EXPECT_EQ(ReplaceRest(*stream, "xy"), S_OK);
+    EXPECT_EQ(stream->GetSize(), 4);
+    stream->Seek(0, IVEXAStream::FromBeginning);
+    EXPECT_EQ(ReadRest(*stream), "abxy");
+    stream->Seek(0, IVEXAStream::FromBeginning);
+    EXPECT_THROW(ReadRest(*stream, 3), std::runtime_error);
+
+    stream->SetSize(1);
+    stream->Seek(MemoryStream::kMostBytes - 1, IVEXAStream::FromBeginning);
+    EXPECT_EQ(ReplaceRest(*stream, "zz"), E_INVALIDARG);
+    EXPECT_EQ(stream->GetSize(), 1);
+}
+
+TEST(Objects, APictureIsReadWithinTheBoundsOnly) {
+    const QByteArray good = PngHeader(1, 1);
+    QByteArray padded = good;
+    padded.resize(qsizetype{33} << 20, '\0');
+    struct {
+        const char* What;
+        QByteArray Bytes;
+        bool IsTaken, IsKnown;
+    } const cases[] = {
+        {"a picture", good, true, true},
+        {"no picture", "<html>", true, false},
+        {"nothing", "", true, false},
+        {"too many pixels", PngHeader(100000, 100000), true, false},
+        {"just too many", PngHeader(8192, 8193), true, false},
+        {"33 MB", padded, false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        const auto container = MakeImageContainer(c.Bytes);
+        EXPECT_EQ(static_cast<bool>(container), c.IsTaken);
+        std::int32_t width = -1, height = -1, format = -1;
+        if (container) {
+            EXPECT_EQ(container->GetInfo(&width, &height, &format), c.IsKnown ? S_OK : E_FAIL);
+            EXPECT_EQ(format, c.IsKnown ? IVEXAImageContainer::PNG : IVEXAImageContainer::Unknown);
+            Ref<IVEXAImage> image;
+            EXPECT_EQ(container->CreateImage(image.Put()), c.IsKnown ? S_OK : E_FAIL);
+        }
+        const Ref<MemoryStream> stream(new MemoryStream);
+        stream->Write(c.Bytes.constData(), static_cast<std::uint32_t>(c.Bytes.size()), nullptr);
+        stream->Seek(0, IVEXAStream::FromBeginning);
+        const Ref<Image> image(new Image);
+        EXPECT_EQ(image->LoadFromStream(stream.Get()), c.IsKnown ? S_OK : E_FAIL);
+        image->GetSize(&width, &height);
+        EXPECT_EQ(width, c.IsKnown ? 1 : 0);
+    }
+    EXPECT_EQ(Ref(new ImageContainer)->SetDataSize(33u << 20), E_INVALIDARG);
+}
+
+TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
+    for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
+                            IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID}) {
+        Ref<IUnknown> object;
+        EXPECT_EQ(Host.TheCore().CreateObject(iid, object.PutVoid()), S_OK);
+        EXPECT_TRUE(object);
+    }
+    Ref<IUnknown> object;
+    EXPECT_EQ(Host.TheCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
+}
