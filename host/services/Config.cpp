@@ -26,10 +26,6 @@ bool IsKeyPath(const QString& keyPath) {
 
 ConfigService::ConfigService(const QString& profileFolder) : FFile(SettingsFileName(profileFolder)) {}
 
-QString ConfigService::Read(const QString& keyPath, const QString& defaultValue) {
-    return FFile.Find(keyPath).value_or(defaultValue);
-}
-
 bool ConfigService::Write(const QString& keyPath, const QString& value) {
     if (!IsKeyPath(keyPath)) return false;
     FFile.Write(keyPath, value);

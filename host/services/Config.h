@@ -13,8 +13,8 @@ public:
     /// Reads the file. Throws std::runtime_error when there is one that cannot be read.
     explicit ConfigService(const QString& profileFolder);
 
-    /// The value; the default when the key is missing.
-    QString Read(const QString& keyPath, const QString& defaultValue = {});
+    /// Nothing when the key is missing.
+    std::optional<QString> Find(const QString& keyPath) const { return FFile.Find(keyPath); }
     /// False for a key path that the file could not hold.
     bool Write(const QString& keyPath, const QString& value);
     /// Writes to disk what was set. Empty, or why it could not, which is logged too.

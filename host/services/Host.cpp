@@ -27,7 +27,13 @@ Host::Host(const HostOptions& options)
       FMessages(new MessageDispatcher),
       FConfig(new ConfigService(options.ProfileFolder)),
       FLanguage(new LanguageService(options.LanguageFolder, options.Language, FMessages)),
-      FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))) {
+      FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))),
+      FHttp(new HttpClientService),
+      FDecoders(new AudioDecoderService),
+      FFileInfos(new FileInfoService),
+      FFileSystems(new FileSystemService),
+      FAlbumArt(new AlbumArtService),
+      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())) {
     FCore->AddFactory<IVEXAString, HostString>();
     FCore->AddFactory<IVEXAObjectList, ObjectList>();
     FCore->AddFactory<IVEXAMemoryStream, MemoryStream>();
@@ -42,6 +48,12 @@ Host::Host(const HostOptions& options)
     FCore->AddService<IVEXAServiceLanguage>(QStringLiteral("language"), FLanguage);
     FCore->AddService<IVEXAServiceMessageDispatcher>(QStringLiteral("messages"), FMessages);
     FCore->AddService<IVEXAServiceMusicLibrary>(QStringLiteral("library"), FLibrary, FLibrary.Get());
+    FCore->AddService<IVEXAServiceHttpClient>(QStringLiteral("http"), FHttp);
+    FCore->AddService<IVEXAServiceAudioDecoder>(QStringLiteral("decoder"), FDecoders, FDecoders.Get());
+    FCore->AddService<IVEXAServiceFileInfo>(QStringLiteral("fileinfo"), FFileInfos, FFileInfos.Get());
+    FCore->AddService<IVEXAServiceFileSystem>(QStringLiteral("filesystem"), FFileSystems, FFileSystems.Get());
+    FCore->AddService<IVEXAServiceAlbumArt>(QStringLiteral("albumart"), FAlbumArt, FAlbumArt.Get());
+    FCore->AddService<IVEXAServicePlayer>(QStringLiteral("player"), FPlayer, FPlayer.Get());
 }
 
 Host::~Host() {
@@ -69,6 +81,7 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
 QString Host::UnloadPlugins() {
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
+    FHttp->CancelAll();
     const QString problem = FConfig->Save();
     FCore->RemoveExtensions(0);
     FPlugins.clear();

@@ -5,11 +5,17 @@
 //     Host host({.ProfileFolder = folder, .LanguageFolder = languages});
 //     host.LoadPlugin(fileName);
 
+#include "AlbumArt.h"
+#include "AudioDecoder.h"
 #include "Config.h"
 #include "Core.h"
+#include "FileInfoService.h"
+#include "FileSystem.h"
+#include "Http.h"
 #include "Language.h"
 #include "Messages.h"
 #include "MusicLibrary.h"
+#include "Player.h"
 #include "PluginLoader.h"
 
 #include <vector>
@@ -38,6 +44,12 @@ public:
     ConfigService& Config() noexcept { return *FConfig; }
     LanguageService& Language() noexcept { return *FLanguage; }
     MusicLibraryService& Library() noexcept { return *FLibrary; }
+    HttpClientService& Http() noexcept { return *FHttp; }
+    AudioDecoderService& Decoders() noexcept { return *FDecoders; }
+    FileInfoService& FileInfos() noexcept { return *FFileInfos; }
+    FileSystemService& FileSystems() noexcept { return *FFileSystems; }
+    AlbumArtService& AlbumArt() noexcept { return *FAlbumArt; }
+    PlayerService& Player() noexcept { return *FPlayer; }
 
 private:
     // Services are made after those that they use.
@@ -46,6 +58,12 @@ private:
     Ref<ConfigService> FConfig;
     Ref<LanguageService> FLanguage;
     Ref<MusicLibraryService> FLibrary;
+    Ref<HttpClientService> FHttp;
+    Ref<AudioDecoderService> FDecoders;
+    Ref<FileInfoService> FFileInfos;
+    Ref<FileSystemService> FFileSystems;
+    Ref<AlbumArtService> FAlbumArt;
+    Ref<PlayerService> FPlayer;
     std::vector<Plugin> FPlugins;
 };
 

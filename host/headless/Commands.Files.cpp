@@ -1,0 +1,93 @@
+// What the services know of files and addresses. These run on a worker thread.
+
+#include "Commands.Functions.h"
+#include "FileInfo.h"
+#include "Images.h"
+#include "Strings.h"
+
+namespace vexa::host::commands {
+
+namespace {
+
+QString FormatName(std::int32_t format) {
+    static constexpr const char* kNames[] = {"unknown", "BMP", "JPEG", "PNG", "GIF", "WebP", "SVG"};
+    return QString::fromLatin1(format >= 0 && format < std::int32_t{std::size(kNames)} ? kNames[format] : "other");
+}
+
+QJsonObject DecoderAnswer(const AudioDecoderService::Answer& answer) {
+    QJsonObject told{{QStringLiteral("code"), ToHex(answer.Result)}};
+    if (!answer.Decoder) return told;
+    Ref<IVEXAString> source;
+    std::int32_t sampleRate = 0, channels = 0;
+    double duration = 0;
+    answer.Decoder->GetSource(source.Put());
+    answer.Decoder->GetStreamInfo(&sampleRate, &channels, &duration);
+    told.insert(QStringLiteral("source"), ToQString(source.Get()));
+    told.insert(QStringLiteral("sampleRate"), sampleRate);
+    told.insert(QStringLiteral("channels"), channels);
+    told.insert(QStringLiteral("duration"), duration);
+    return told;
+}
+
+}  // namespace
+
+QJsonObject Resolve(Host& host, const QStringList& arguments) {
+    const QString hooked = host.Player().AskHooks(arguments[0]);
+    const PlayerService::Resolution resolved = host.Player().Resolve(arguments[0]);
+    QJsonObject answer{
+        {QStringLiteral("decoder"), DecoderAnswer(resolved.Decoder)},
+        {QStringLiteral("hook"), hooked.isEmpty() ? QJsonValue() : QJsonValue(hooked)},
+        {QStringLiteral("source"), Failed(resolved.Result) ? QJsonValue() : QJsonValue(resolved.Source)},
+    };
+    if (Failed(resolved.Result)) answer.insert(QStringLiteral("error"), resolved.Message);
+    return answer;
+}
+
+QJsonObject Info(Host& host, const QStringList& arguments) {
+    const Ref<FileInfo> info(new FileInfo);
+    const HResult result = host.FileInfos().GetFileInfo(MakeString(arguments[0]).Get(), 0, info.Get());
+    if (Failed(result)) throw CommandError(u"nothing is known of " + arguments[0], result);
+    QJsonObject values;
+    for (const FileInfo::Name& name : FileInfo::Names()) {
+        double number = 0;
+        if (const QString key = QString::fromLatin1(name.Text); name.ID != IVEXAFileInfo::Duration) {
+            if (!std::holds_alternative<std::monostate>(info->Properties().Find(name.ID)))
+                values.insert(key, info->Text(name.ID));
+        } else if (Succeeded(info->GetValueAsFloat(name.ID, &number))) {
+            values.insert(key, number);
+        }
+    }
+    return {{QStringLiteral("info"), values}};
+}
+
+QJsonObject Art(Host& host, const QStringList& arguments) {
+    Ref<IVEXAImageContainer> image;
+    const HResult result =
+        host.AlbumArt().GetAlbumArt(MakeString(arguments[0]).Get(), nullptr, nullptr, nullptr, image.Put());
+    if (Failed(result)) throw CommandError(u"there is no picture of " + arguments[0], result);
+    std::int32_t width = 0, height = 0, format = 0;
+    const HResult read = image->GetInfo(&width, &height, &format);
+    if (Failed(read)) throw CommandError(u"the picture of " + arguments[0] + u" cannot be read", read);
+    return {{QStringLiteral("width"), width},
+            {QStringLiteral("height"), height},
+            {QStringLiteral("format"), FormatName(format)},
+            {QStringLiteral("bytes"), static_cast<qint64>(image->GetDataSize())}};
+}
+
+QJsonObject Folder(Host& host, const QStringList& arguments) {
+    const bool opens = arguments.size() > 1;
+    if (opens && arguments[1] != u"open")
+        throw CommandError(QStringLiteral("usage: folder ADDRESS [open]"), E_INVALIDARG);
+    const auto address = MakeString(arguments[0]);
+    Ref<IVEXAFileSystemCommandOpenFileFolder> command;
+    const HResult found =
+        host.FileSystems().GetFileSystem(address.Get(), IVEXAFileSystemCommandOpenFileFolder::IID, command.PutVoid());
+    if (Failed(found)) throw CommandError(u"no file system opens folders of " + arguments[0], found);
+    const bool canOpen = Succeeded(command->CanOpenFolder(address.Get()));
+    if (!opens) return {{QStringLiteral("canOpen"), canOpen}};
+    const HResult opened = command->OpenFolder(address.Get());
+    if (Failed(opened)) throw CommandError(u"the folder of " + arguments[0] + u" cannot be opened", opened);
+    return {{QStringLiteral("canOpen"), canOpen}, {QStringLiteral("opened"), true}};
+}
+
+}  // namespace vexa::host::commands

@@ -1,0 +1,99 @@
+#include "Commands.h"
+
+#include "Commands.Functions.h"
+
+#include <QJsonArray>
+
+namespace vexa::host {
+
+namespace {
+
+using enum Command::Thread;
+
+constexpr Command kCommands[] = {
+    {"load", "[FILE]", 0, 1, "load a plug-in; without a file, libPodcasts.so beside this program", Main,
+     commands::Load},
+    {"without", "SERVICE", 1, 1, "hide a service of the host from plug-ins, before load", Main, commands::Without},
+    {"plugin", "", 0, 0, "what the plug-in says of itself", Main, commands::Describe},
+    {"resolve", "ADDRESS", 1, 1, "how decoders and hooks answer, and the source that would be played", Worker,
+     commands::Resolve},
+    {"info", "ADDRESS", 1, 1, "what is known of a file or address", Worker, commands::Info},
+    {"art", "ADDRESS", 1, 1, "size, format and bytes of its picture", Worker, commands::Art},
+    {"folder", "ADDRESS [open]", 1, 2, "whether its folder can be opened; with open, opens it", Worker,
+     commands::Folder},
+    {"config", "get KEY [DEFAULT] | set KEY VALUE", 2, 3, "read or set a setting, such as Podcasts\\CheckUpdates", Main,
+     commands::Config},
+    {"text", "KEY [PART]", 1, 2, "a text of the language, such as Podcasts\\MSG3, or one of its parts", Main,
+     commands::Text},
+    {"unload", "", 0, 0, "end the plug-in and write the settings", Main, commands::Unload},
+    {"quit", "", 0, 0, "unload, and end", Main, commands::Quit, true},
+    {"help", "", 0, 0, "list the commands", Main, commands::Help},
+};
+
+QString Usage(const Command& command) {
+    return QString(QString::fromLatin1(command.Name) + u' ' + QString::fromLatin1(command.Arguments)).trimmed();
+}
+
+}  // namespace
+
+std::span<const Command> Commands() {
+    return kCommands;
+}
+
+const Command* FindCommand(const QString& name) {
+    for (const Command& command : kCommands)
+        if (name == QLatin1String(command.Name)) return &command;
+    return nullptr;
+}
+
+QStringList SplitLine(const QString& line) {
+    QStringList words;
+    bool isInWord = false, isQuoted = false;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        const QChar c = line[i];
+        if (c.isSpace() && !isQuoted) {
+            isInWord = false;
+            continue;
+        }
+        if (!isInWord) words += QString();
+        isInWord = true;
+        if (c != u'"')
+            words.last() += c;
+        else if (isQuoted && i + 1 < line.size() && line[i + 1] == u'"')
+            words.last() += line[++i];
+        else
+            isQuoted = !isQuoted;
+    }
+    return words;
+}
+
+QJsonObject Success(QJsonObject more) {
+    more.insert(QStringLiteral("ok"), true);
+    return more;
+}
+
+QJsonObject Failure(const QString& message, HResult code) {
+    return {{QStringLiteral("ok"), false}, {QStringLiteral("error"), message}, {QStringLiteral("code"), ToHex(code)}};
+}
+
+QJsonObject Answer(const Command& command, Host& host, const QStringList& arguments) noexcept {
+    try {
+        if (arguments.size() < command.Least || arguments.size() > command.Most)
+            return Failure(u"usage: " + Usage(command), E_INVALIDARG);
+        return Success(command.Run(host, arguments));
+    } catch (const CommandError& error) {
+        return Failure(QString::fromUtf8(error.what()), error.Code());
+    } catch (const std::exception& error) {
+        return Failure(QString::fromUtf8(error.what()), E_UNEXPECTED);
+    }
+}
+
+QJsonObject commands::Help(Host&, const QStringList&) {
+    QJsonArray list;
+    for (const Command& command : kCommands)
+        list += QJsonObject{{QStringLiteral("command"), Usage(command)},
+                            {QStringLiteral("help"), QString::fromLatin1(command.Help)}};
+    return {{QStringLiteral("commands"), list}};
+}
+
+}  // namespace vexa::host

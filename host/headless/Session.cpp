@@ -1,0 +1,100 @@
+#include "Session.h"
+
+#include "VEXA.Runtime.Threads.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+
+namespace vexa::host {
+
+namespace {
+
+class CommandTask final : public Task {
+public:
+    explicit CommandTask(std::function<void()> work) : FWork(std::move(work)) {}
+    void Execute() override { FWork(); }
+
+private:
+    std::function<void()> FWork;
+};
+
+}  // namespace
+
+Session::Session(Host& host) : FHost(host), FInput(STDIN_FILENO, QSocketNotifier::Read) {
+    QObject::connect(&FInput, &QSocketNotifier::activated, &FInput, [this] { Read(); });
+}
+
+Session::~Session() {
+    WorkerPool::Cancel(FTask, true);
+}
+
+void Session::Read() {
+    char buffer[4096];
+    const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+    if (count > 0) FUnread.append(buffer, count);
+    if (count <= 0) {
+        FInput.setEnabled(false);
+        FHasEnded = true;
+        if (!FUnread.isEmpty()) FUnread.append('\n');
+    }
+    for (qsizetype end = FUnread.indexOf('\n'); end >= 0; end = FUnread.indexOf('\n')) {
+        FLines.push_back(QString::fromUtf8(FUnread.first(end)));
+        FUnread.remove(0, end + 1);
+    }
+    Proceed();
+}
+
+void Session::Proceed() {
+    while (!FIsBusy && !FLines.empty()) {
+        const QString line = FLines.front();
+        FLines.pop_front();
+        Begin(line);
+    }
+    if (!FIsBusy && FHasEnded) QCoreApplication::quit();
+}
+
+void Session::Begin(const QString& line) {
+    QStringList words = SplitLine(line);
+    if (words.isEmpty()) return;
+    const QString name = words.takeFirst();
+    const Command* command = FindCommand(name);
+    if (!command) return Write(Failure(u"there is no command " + name + u": help lists them", E_INVALIDARG));
+    FIsBusy = true;  // the event loop may turn while a command runs: later lines wait all the same
+    if (command->Where == Command::Thread::Main) return End(*command, Answer(*command, FHost, words));
+    FTask = WorkerPool::Run(std::make_unique<CommandTask>([this, command, words, alive = std::weak_ptr(FIsAlive)] {
+        const QJsonObject answer = Answer(*command, FHost, words);
+        RunInMainThread(
+            [this, command, answer, alive] {
+                if (!alive.lock()) return;
+                End(*command, answer);
+                Proceed();
+            },
+            false);
+    }));
+}
+
+void Session::End(const Command& command, const QJsonObject& answer) {
+    FIsBusy = false;
+    Write(answer);
+    if (!command.EndsSession) return;
+    FInput.setEnabled(false);
+    FLines.clear();
+    QCoreApplication::quit();
+}
+
+void Session::Write(const QJsonObject& answer) {
+    const QByteArray line = QJsonDocument(answer).toJson(QJsonDocument::Compact) + '\n';
+    if (std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout) !=
+            static_cast<std::size_t>(line.size()) ||
+        std::fflush(stdout) != 0)
+        QCoreApplication::exit(1);  // nobody hears the answers any more
+}
+
+}  // namespace vexa::host

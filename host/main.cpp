@@ -1,0 +1,103 @@
+// vexa: the player. For now without a window.
+
+#include "Session.h"
+#include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Threads.h"
+#include "VEXA.Runtime.Version.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <cstdio>
+#include <thread>
+
+namespace {
+
+using namespace vexa;
+using namespace vexa::host;
+
+constexpr int kUsage = 2;
+
+/// The signals that ask a program to stop end the event loop, so that the plug-in ends as it should. A thread waits for
+/// them, because next to nothing may be done inside a signal handler.
+void HandleSignals() {
+    signal(SIGPIPE, SIG_IGN);  // a closed pipe shows as an error of the write
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals] {
+        int number = 0;
+        while (sigwait(&signals, &number) != 0) {
+        }
+        RunInMainThread([] { QCoreApplication::quit(); }, false);
+        // Asked once more, it ends at once.
+        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    }).detach();
+}
+
+/// The language files lie beside the program where it was built, and in the shared data where it is installed.
+QString LanguageFolder() {
+    const QDir program(QCoreApplication::applicationDirPath());
+    const QString beside = program.filePath(QStringLiteral("lang"));
+    return QDir(beside).exists() ? beside : program.filePath(QStringLiteral("../share/vexa/lang"));
+}
+
+int Complain(const QString& message) {
+    std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(message));
+    return kUsage;
+}
+
+int RunHeadless(const QCommandLineParser& arguments) {
+    const QString profile = arguments.value(QStringLiteral("profile"));
+    HostOptions options;
+    options.ProfileFolder = QDir(profile.isEmpty() ? DefaultProfileFolder() : profile).absolutePath();
+    options.LanguageFolder = LanguageFolder();
+    options.Language = arguments.value(QStringLiteral("language"));
+    Host host(options);
+    for (const QString& service : arguments.values(QStringLiteral("without")))
+        if (!host.TheCore().HideService(service))
+            return Complain(u"there is no service " + service + u": take one of " +
+                            host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+    if (const QString plugin = arguments.value(QStringLiteral("plugin")); !plugin.isEmpty()) host.LoadPlugin(plugin);
+    const Session session(host);
+    return QCoreApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    HandleSignals();
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vexa"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
+    AttachMainThread();
+
+    QCommandLineParser arguments;
+    arguments.setApplicationDescription(QStringLiteral("A player that plug-ins extend."));
+    arguments.addHelpOption();
+    arguments.addVersionOption();
+    arguments.addOptions({
+        {QStringLiteral("headless"), QStringLiteral("Take commands from standard input; help lists them.")},
+        {QStringLiteral("profile"), QStringLiteral("The folder of the user's data."), QStringLiteral("DIR")},
+        {QStringLiteral("language"), QStringLiteral("The language, by its file's name."), QStringLiteral("NAME")},
+        {QStringLiteral("plugin"), QStringLiteral("Load a plug-in at start."), QStringLiteral("FILE")},
+        {QStringLiteral("without"), QStringLiteral("Hide a service from plug-ins; may be repeated."),
+         QStringLiteral("SERVICE")},
+    });
+    arguments.process(application);
+    if (!arguments.positionalArguments().isEmpty())
+        return Complain(u"what is " + arguments.positionalArguments().first() + u"? --help says what there is");
+    if (!arguments.isSet(QStringLiteral("headless")))
+        return Complain(QStringLiteral("only --headless is available yet: start it with --headless"));
+    try {
+        return RunHeadless(arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vexa: %s\n", error.what());
+        return 1;
+    }
+}

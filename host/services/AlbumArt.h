@@ -1,0 +1,34 @@
+#pragma once
+// Service: album art. Any thread.
+
+#include "Extensions.h"
+#include "VEXA.Runtime.Classes.h"
+#include "VEXA.SDK.Files.h"
+
+#include <mutex>
+#include <vector>
+
+namespace vexa::host {
+
+/// Asks the pictures inside local files first, which are a provider of its own, then the extensions in the order of
+/// their categories and, within one, in the order registered.
+class AlbumArtService final : public RefCountedObject<IVEXAServiceAlbumArt>, public ExtensionTarget {
+public:
+    AlbumArtService();
+
+    HResult AddExtension(IUnknown* extension) override;
+    void RemoveExtension(IUnknown* extension) override;
+
+    HResult GetAlbumArt(IVEXAString* address, IVEXAString* artist, IVEXAString* album, IVEXAPropertyList* options,
+                        IVEXAImageContainer** image) noexcept override;
+
+private:
+    struct Provider {
+        std::int32_t Category;
+        Ref<IVEXAExtensionAlbumArtProvider> Object;
+    };
+    mutable std::mutex FMutex;
+    std::vector<Provider> FProviders;  // guarded by FMutex; in the order to be asked
+};
+
+}  // namespace vexa::host

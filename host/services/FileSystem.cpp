@@ -1,0 +1,50 @@
+#include "FileSystem.h"
+
+#include "Guarded.h"
+#include "Strings.h"
+#include "VEXA.Runtime.Text.h"
+
+namespace vexa::host {
+
+Ref<IVEXAExtensionFileSystem> FileSystemService::Find(const QString& scheme) const {
+    const std::lock_guard lock(FMutex);
+    for (const Entry& entry : FEntries)
+        if (entry.Scheme == scheme) return entry.Object;
+    return {};
+}
+
+HResult FileSystemService::AddExtension(IUnknown* extension) {
+    const auto object = Query<IVEXAExtensionFileSystem>(extension);
+    if (!object) return E_INVALIDARG;
+    Ref<IVEXAString> text;
+    object->GetValueAsObject(IVEXAExtensionFileSystem::Scheme, IVEXAString::IID, text.PutVoid());
+    const QString scheme = FoldCase(ToQString(text.Get()));
+    if (scheme.isEmpty() || Find(scheme)) return E_INVALIDARG;
+    const std::lock_guard lock(FMutex);
+    FEntries.push_back({scheme, object});
+    return S_OK;
+}
+
+void FileSystemService::RemoveExtension(IUnknown* extension) {
+    std::vector<Entry> removed;  // let go of outside the lock
+    const auto object = Query<IVEXAExtensionFileSystem>(extension);
+    const std::lock_guard lock(FMutex);
+    const auto from = std::stable_partition(FEntries.begin(), FEntries.end(),
+                                            [&](const Entry& entry) { return !(entry.Object == object); });
+    removed.assign(from, FEntries.end());
+    FEntries.erase(from, FEntries.end());
+}
+
+HResult FileSystemService::GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept {
+    if (!fileSystem) return E_POINTER;
+    *fileSystem = nullptr;
+    return Guarded("looking for a file system", [&] {
+        const QString text = ToQString(address);
+        const qsizetype end = text.indexOf(u"://");
+        if (end <= 0) return E_FAIL;
+        const auto found = Find(FoldCase(text.first(end)));
+        return found ? found->QueryInterface(iid, fileSystem) : E_FAIL;
+    });
+}
+
+}  // namespace vexa::host

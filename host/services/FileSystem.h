@@ -1,0 +1,34 @@
+#pragma once
+// Service: file systems, by scheme. Any thread.
+
+#include "Extensions.h"
+#include "VEXA.Runtime.Classes.h"
+#include "VEXA.SDK.Files.h"
+
+#include <QString>
+
+#include <mutex>
+#include <vector>
+
+namespace vexa::host {
+
+class FileSystemService final : public RefCountedObject<IVEXAServiceFileSystem>, public ExtensionTarget {
+public:
+    /// The extension's scheme is read once, here; letter case is ignored. A scheme that is another's is E_INVALIDARG.
+    HResult AddExtension(IUnknown* extension) override;
+    void RemoveExtension(IUnknown* extension) override;
+
+    HResult GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept override;
+
+private:
+    struct Entry {
+        QString Scheme;  // case-folded
+        Ref<IVEXAExtensionFileSystem> Object;
+    };
+    Ref<IVEXAExtensionFileSystem> Find(const QString& scheme) const;
+
+    mutable std::mutex FMutex;
+    std::vector<Entry> FEntries;  // guarded by FMutex
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,111 @@
+#include "Http.h"
+
+#include "ErrorInfo.h"
+#include "Guarded.h"
+#include "Streams.h"
+#include "Strings.h"
+#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace vexa::host {
+
+/// The transfers of one service, and whether they are to end.
+struct HttpClientService::Running {
+    std::atomic<bool> IsCancelled{false};
+    std::mutex Mutex;
+    std::vector<TaskHandle> Handles;  // guarded by Mutex
+};
+
+/// One GET. Holds all that it needs, so that it can run on the caller's thread or on another one.
+class HttpClientService::Transfer final : public Task {
+public:
+    Transfer(QString address, IVEXAStream* body, IVEXAHttpClientEvents* events, std::shared_ptr<Running> running)
+        : FAddress(std::move(address)), FBody(body), FEvents(events), FRunning(std::move(running)) {}
+
+    /// In the background: what CancelAll waits for ends with the last reference to what is the caller's.
+    void Execute() override {
+        Run();
+        FBody = nullptr;
+        FEvents = nullptr;
+        const std::lock_guard lock(FRunning->Mutex);
+        std::erase(FRunning->Handles, Handle);
+    }
+    /// S_OK, E_ABORT or E_FAIL, which the events have been told.
+    HResult Run() {
+        const Ref<ErrorInfo> error(new ErrorInfo);
+        const HResult result = Guarded("an HTTP transfer", [&] { return Fetch(error.Get()); });
+        const HResult told = result == E_UNEXPECTED ? E_FAIL : result;
+        if (FEvents) FEvents->OnCompleted(told, error.Get());
+        return told;
+    }
+
+    TaskHandle Handle = 0;  // guarded by the mutex of FRunning
+
+private:
+    HResult Fetch(IVEXAErrorInfo* error) {
+        QByteArray bytes;
+        HttpGet get;
+        get.Url = FAddress;
+        get.Compressed = true;
+        get.MaxBytes = kMostBytes;
+        get.OnData = [&bytes](const char* data, std::size_t size) {
+            bytes.append(data, static_cast<qsizetype>(size));
+            return true;
+        };
+        const HttpErrorInfo end =
+            get.Run([this] { return FRunning->IsCancelled || (FEvents && FEvents->IsCancelled()); });
+        if (end.What == HttpErrorInfo::Kind::Cancelled) return E_ABORT;
+        if (!end.Succeeded()) return Fail(error, end.Message);
+        if (Failed(ReplaceRest(*FBody, bytes)))
+            return Fail(error, QStringLiteral("what the server sent cannot be written to the stream"));
+        return S_OK;
+    }
+    HResult Fail(IVEXAErrorInfo* error, const QString& reason) {
+        SetError(error, E_FAIL, u"cannot fetch " + FAddress + u": " + reason);
+        return E_FAIL;
+    }
+
+    const QString FAddress;
+    Ref<IVEXAStream> FBody;
+    Ref<IVEXAHttpClientEvents> FEvents;
+    const std::shared_ptr<Running> FRunning;
+};
+
+HttpClientService::HttpClientService() : FRunning(std::make_shared<Running>()) {}
+
+HttpClientService::~HttpClientService() {
+    FRunning->IsCancelled = true;
+}
+
+HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAStream* body,
+                               IVEXAHttpClientEvents* events) noexcept {
+    return Guarded("an HTTP request", [&] {
+        const QString url = ToQString(address);
+        if (url.isEmpty() || !body) return E_INVALIDARG;
+        auto transfer = std::make_unique<Transfer>(url, body, events, FRunning);
+        if (flags & WaitForCompletion) return transfer->Run();
+        const std::lock_guard lock(FRunning->Mutex);
+        Transfer* const started = transfer.get();
+        const TaskHandle handle = WorkerPool::Run(std::move(transfer));
+        started->Handle = handle;  // its end waits for the lock
+        FRunning->Handles.push_back(handle);
+        return S_OK;
+    });
+}
+
+void HttpClientService::CancelAll() {
+    FRunning->IsCancelled = true;
+    std::vector<TaskHandle> handles;
+    {
+        const std::lock_guard lock(FRunning->Mutex);
+        handles = FRunning->Handles;
+    }
+    for (const TaskHandle handle : handles) WorkerPool::Cancel(handle, true);
+    FRunning->IsCancelled = false;
+}
+
+}  // namespace vexa::host

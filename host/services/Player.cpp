@@ -1,0 +1,97 @@
+#include "Player.h"
+
+#include "ErrorInfo.h"
+#include "FileInfo.h"
+#include "Guarded.h"
+#include "Strings.h"
+
+namespace vexa::host {
+
+PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos,
+                             Ref<MessageDispatcher> messages, std::unique_ptr<AudioOutput> output)
+    : FDecoders(std::move(decoders)),
+      FInfos(std::move(infos)),
+      FMessages(std::move(messages)),
+      FOutput(std::move(output)) {}
+
+void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
+    Stop();
+    FOutput = std::move(output);
+}
+
+QString PlayerService::AskHooks(const QString& address) const {
+    for (const auto& hook : FHooks.Copy()) {
+        const Ref<IVEXAString> text = MakeString(address);
+        Bool32 isHandled = kFalse;
+        hook->ResolvePlaybackURL(text.Get(), &isHandled);
+        if (isHandled != kFalse) return ToQString(text.Get());
+    }
+    return {};
+}
+
+PlayerService::Resolution PlayerService::Resolve(const QString& file) const {
+    Resolution resolved;
+    resolved.Decoder = FDecoders->Ask(file);
+    resolved.Result = resolved.Decoder.Result;
+    if (Succeeded(resolved.Result)) {
+        Ref<IVEXAString> source;
+        resolved.Result = resolved.Decoder.Decoder->GetSource(source.Put());
+        resolved.Source = ToQString(source.Get());
+    } else if (resolved.Result == E_NOTIMPL && !file.isEmpty()) {
+        const QString hooked = AskHooks(file);
+        resolved.Source = hooked.isEmpty() ? file : hooked;
+        resolved.Result = S_OK;
+    }
+    if (Failed(resolved.Result)) {
+        resolved.Source.clear();
+        resolved.Message = resolved.Decoder.Message;
+        if (resolved.Message.isEmpty()) resolved.Message = u"cannot play " + file;
+    }
+    return resolved;
+}
+
+HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
+    if (!info) return E_POINTER;
+    *info = nullptr;
+    return Guarded("describing what plays", [&] {
+        if (FFileName.isEmpty()) return E_FAIL;
+        const Ref<IVEXAFileInfo> made(new FileInfo);
+        const Ref<IVEXAString> name = MakeString(FFileName);
+        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // nobody may know it: then the name is all
+        made->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(FFileName).Get());
+        *info = Ref(made).Detach();
+        return S_OK;
+    });
+}
+
+HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
+    return Guarded("starting playback", [&] {
+        const QString name = ToQString(file);
+        const Resolution resolved = Resolve(name);
+        if (Failed(resolved.Result)) {
+            SetError(error, resolved.Result, resolved.Message);
+            return resolved.Result;
+        }
+        try {
+            FOutput->Start(resolved.Source);
+        } catch (const std::exception& failure) {
+            SetError(error, E_FAIL, QString::fromUtf8(failure.what()));
+            return E_FAIL;
+        }
+        FFileName = name;
+        FSource = resolved.Source;
+        FMessages->Send(kMsgPlaybackStarted, 0, nullptr);
+        return S_OK;
+    });
+}
+
+HResult PlayerService::Stop() noexcept {
+    return Guarded("stopping playback", [&] {
+        FOutput->Stop();
+        FFileName.clear();
+        FSource.clear();
+        return S_OK;
+    });
+}
+
+}  // namespace vexa::host
