@@ -1,0 +1,283 @@
+// The services that ask extensions and the network.
+
+#include "FileInfo.h"
+#include "HostFixture.h"
+#include "Images.h"
+#include "LoopbackServer.h"
+#include "Streams.h"
+#include "Waiting.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QUrl>
+
+#include <attachedpictureframe.h>
+#include <id3v2tag.h>
+#include <wavfile.h>
+
+#include <atomic>
+#include <cstring>
+
+using namespace vexa::host;
+
+namespace {
+
+/// Cancels when told, and keeps how it ended.
+class Events final : public RefCountedObject<IVEXAHttpClientEvents> {
+public:
+    Bool32 IsCancelled() noexcept override { return Cancels ? kTrue : kFalse; }
+    void OnCompleted(HResult result, IVEXAErrorInfo* error) noexcept override {
+        Ref<IVEXAString> text;
+        error->GetInfo(nullptr, text.Put(), nullptr);
+        Message = ToQString(text.Get());
+        Result = result;
+        ++Count;
+    }
+    std::atomic<bool> Cancels = false;
+    std::atomic<HResult> Result = 1;
+    std::atomic<int> Count = 0;
+    QString Message;  // read when Count says so
+};
+
+/// Everything that can be an extension: answers for addresses that begin with its name.
+class Extension final : public RefCountedObject<IVEXAExtensionAudioDecoderOld, IVEXAExtensionPlayerHook,
+                                                IVEXAExtensionFileInfoProvider, IVEXAExtensionAlbumArtProvider> {
+public:
+    Extension(const QString& name, HResult opens, std::int32_t category, QStringList* asked)
+        : FName(name), FOpens(opens), FCategory(category), FAsked(asked) {}
+
+    HResult OpenDecoder(IVEXAString* file, std::uint32_t, IVEXAErrorInfo* error,
+                        IVEXAAudioDecoder**) noexcept override {
+        if (!Knows("decoder", file)) return E_NOTIMPL;
+        SetError(error, -1, FName + " says no");
+        return FOpens;
+    }
+    void ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept override {
+        if (!Knows("hook", address)) return;
+        address->SetChars(u"http://hooked", 13);
+        *handled = kTrue;
+    }
+    HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
+        if (!Knows("info", file)) return E_FAIL;
+        return info->SetValueAsObject(IVEXAFileInfo::Title, MakeString(FName).Get());
+    }
+    HResult QueryAlbumArt(IVEXAString* address, IVEXAString*, IVEXAString*, IVEXAPropertyList*,
+                          IVEXAImageContainer** image) noexcept override {
+        if (!Knows("art", address)) return E_FAIL;
+        *image = MakeImageContainer(FName.toUtf8()).Detach();
+        return S_OK;
+    }
+    std::int32_t QueryProviderCategory() noexcept override { return FCategory; }
+
+private:
+    bool Knows(const char* what, IVEXAString* address) {
+        *FAsked += what + (u' ' + FName);
+        return ToQString(address).startsWith(FName + u':');
+    }
+    QString FName;
+    HResult FOpens;
+    std::int32_t FCategory;
+    QStringList* FAsked;
+};
+
+class Scheme final : public PropertyList<IVEXAExtensionFileSystem> {
+public:
+    explicit Scheme(const QString& name) { Set(IVEXAExtensionFileSystem::Scheme, name); }
+};
+
+class ServiceTest : public HostTest {
+protected:
+    void Register(const QString& name, HResult opens, std::int32_t category) {
+        const Ref<IVEXAExtensionPlayerHook> object(new Extension(name, opens, category, &Asked));
+        for (const Guid& service : {IVEXAServiceAudioDecoder::IID, IVEXAServicePlayer::IID, IVEXAServiceFileInfo::IID,
+                                    IVEXAServiceAlbumArt::IID})
+            EXPECT_EQ(Host.TheCore().RegisterExtension(service, object.Get()), S_OK);
+    }
+    HResult Fetch(const QString& url, std::uint32_t flags, const Ref<Events>& events) {
+        return Host.Http().Get(MakeString(url).Get(), flags, Body.Get(), events.Get());
+    }
+
+    tests::LoopbackServer Server;
+    QStringList Asked;
+    Ref<MemoryStream> Body{new MemoryStream};
+};
+
+/// A second of silence with tags and a picture.
+QByteArray WriteWave(const QString& fileName) {
+    QByteArray bytes(
+        "RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0data\x40\x1f\0\0", 44);
+    WriteWhole(fileName, bytes + QByteArray(8000, '\x80'));
+    QByteArray picture;
+    QBuffer buffer(&picture);
+    buffer.open(QIODevice::WriteOnly);
+    QImage(3, 2, QImage::Format_RGB32).save(&buffer, "PNG");
+
+    TagLib::RIFF::WAV::File file(QFile::encodeName(fileName).constData());
+    TagLib::ID3v2::Tag& tag = *file.ID3v2Tag();
+    tag.setTitle(L"Тишина");
+    tag.setArtist("Nobody");
+    tag.setYear(2024);
+    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;  // the tag owns it
+    frame->setMimeType("image/png");
+    frame->setPicture(TagLib::ByteVector(picture.constData(), static_cast<unsigned>(picture.size())));
+    tag.addFrame(frame);
+    file.save();
+    return picture;
+}
+
+}  // namespace
+
+TEST_F(ServiceTest, AFailedTransferLeavesTheStreamAsItWas) {
+    Server.Serve("/good", tests::Response::Of("body", "image/png"));
+    Server.Serve("/large", tests::Response::Of(QByteArray(qsizetype{33} << 20, 'x'), "image/png"));
+    struct {
+        const char* What;
+        QString Url;
+        HResult Result;
+        const char* Reason;
+    } const cases[] = {
+        {"too large", Server.Url("/large"), E_FAIL, "large"},
+        {"missing", Server.Url("/none"), E_FAIL, "404"},
+        {"another scheme", "ftp://127.0.0.1/x", E_FAIL, "ftp://127.0.0.1/x"},
+        {"complete", Server.Url("/good"), S_OK, ""},
+    };
+    Body->Write("abcdef", 6, nullptr);
+    Body->Seek(2, IVEXAStream::FromBeginning);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.What);
+        const Ref<Events> events(new Events);
+        EXPECT_EQ(Fetch(c.Url, IVEXAServiceHttpClient::WaitForCompletion, events), c.Result);
+        EXPECT_EQ(events->Result, c.Result);
+        EXPECT_EQ(events->Count, 1);
+        EXPECT_TRUE(events->Message.contains(c.Reason)) << events->Message.toStdString();
+        EXPECT_EQ(QByteArray(static_cast<char*>(Body->GetData()), Body->GetSize()),
+                  Failed(c.Result) ? "abcdef" : "abbody");
+    }
+    EXPECT_EQ(Fetch("", 0, {}), E_INVALIDARG);
+}
+
+TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndByTheHostsEnd) {
+    Server.Serve("/slow", tests::Response::Of("body", "image/png").With(tests::Fault::Wait, 2));
+    for (const bool isHostsEnd : {false, true}) {
+        const Ref<Events> events(new Events);
+        EXPECT_EQ(Fetch(Server.Url("/slow"), 0, events), S_OK);
+        EXPECT_EQ(events->Count, 0);
+        if (isHostsEnd)
+            Host.UnloadPlugins();
+        else
+            events->Cancels = true;
+        EXPECT_TRUE(tests::WaitUntil([&] { return events->Count == 1; }));
+        EXPECT_EQ(events->Result, E_ABORT);
+    }
+    EXPECT_EQ(Body->GetSize(), 0);
+}
+
+TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
+    Register("a", E_ABORT, IVEXAExtensionAlbumArtProvider::Internet);
+    Register("b", E_NOTIMPL, IVEXAExtensionAlbumArtProvider::Files);
+    int started = 0;
+    Host.Messages().Handle(kMsgPlaybackStarted, [&](std::int32_t, void*) { return ++started, S_OK; });
+    struct {
+        QString File, Source, Message;
+        QStringList Asked;
+    } const cases[] = {
+        {"a:1", "", "a says no", {"decoder a"}},
+        {"b:1", "http://hooked", "", {"decoder a", "decoder b", "hook a", "hook b"}},
+        {"c:1", "c:1", "", {"decoder a", "decoder b", "hook a", "hook b"}},
+        {Profile.File("none.wav"), "", "there is no file " + Profile.File("none.wav"), {"decoder a", "decoder b"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.File.toStdString());
+        Host.Player().Stop();
+        Asked.clear();
+        const int before = started;
+        const Ref<ErrorInfo> error(new ErrorInfo);
+        EXPECT_EQ(Succeeded(Host.Player().Play(MakeString(c.File).Get(), error.Get())), c.Message.isEmpty());
+        EXPECT_EQ(error->Message(), c.Message);
+        EXPECT_EQ(Asked, c.Asked);
+        EXPECT_EQ(Host.Player().Source(), c.Source);
+        EXPECT_EQ(started - before, c.Message.isEmpty() ? 1 : 0);
+        Ref<IVEXAFileInfo> info;
+        EXPECT_EQ(Host.Player().GetInfo(info.Put()), c.Message.isEmpty() ? S_OK : E_FAIL);
+        if (!info) continue;
+        Ref<IVEXAString> name;
+        info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, name.PutVoid());
+        EXPECT_EQ(ToQString(name.Get()), c.File);  // what a hook makes of it stays inside
+    }
+}
+
+TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
+    Register("net", E_FAIL, IVEXAExtensionAlbumArtProvider::Internet);
+    Register("file", E_FAIL, IVEXAExtensionAlbumArtProvider::Files);
+    Ref<IVEXAImageContainer> image;
+    EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString("x").Get(), nullptr, nullptr, nullptr, image.Put()), E_FAIL);
+    EXPECT_EQ(Asked, QStringList({"art file", "art net"}));
+    EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put()), S_OK);
+    EXPECT_EQ(image->GetDataSize(), 3u);
+    Host.UnloadPlugins();
+    Asked.clear();
+    Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put());
+    EXPECT_TRUE(Asked.isEmpty());  // an extension is let go of everywhere
+}
+
+TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
+    Register("a", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
+    const QString wave = Profile.File("a b.wav");
+    const QByteArray picture = WriteWave(wave);
+    const QString address = QUrl::fromLocalFile(wave).toString(QUrl::FullyEncoded);
+    for (const QString& name : {wave, address}) {
+        SCOPED_TRACE(name.toStdString());
+        const Ref<FileInfo> info(new FileInfo);
+        Asked.clear();
+        EXPECT_EQ(Host.FileInfos().GetFileInfo(MakeString(name).Get(), IVEXAServiceFileInfo::FromFileOnly, info.Get()),
+                  S_OK);
+        EXPECT_TRUE(Asked.isEmpty());
+        EXPECT_EQ(info->Text(IVEXAFileInfo::Title), QStringLiteral("Тишина"));
+        EXPECT_EQ(info->Text(IVEXAFileInfo::Date), "2024");
+        EXPECT_EQ(info->Text(IVEXAFileInfo::Duration), "1");
+        EXPECT_EQ(info->Text(IVEXAFileInfo::FileName), name);
+        const AudioDecoderService::Answer answer = Host.Decoders().Ask(name);
+        ASSERT_EQ(answer.Result, S_OK);
+        Ref<IVEXAString> source;
+        std::int32_t sampleRate = 0, channels = 0;
+        answer.Decoder->GetSource(source.Put());
+        answer.Decoder->GetStreamInfo(&sampleRate, &channels, nullptr);
+        EXPECT_EQ(ToQString(source.Get()), wave);
+        EXPECT_EQ(sampleRate, 8000);
+        EXPECT_EQ(channels, 1);
+        Ref<IVEXAImageContainer> image;
+        EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString(name).Get(), nullptr, nullptr, nullptr, image.Put()), S_OK);
+        EXPECT_EQ(QByteArray(static_cast<char*>(image->GetData()), image->GetDataSize()), picture);
+    }
+    const Ref<FileInfo> info(new FileInfo);
+    for (const QString& nobodys : {QString("a:1"), Profile.Path(), Profile.File("Settings.ini")})
+        EXPECT_EQ(
+            Host.FileInfos().GetFileInfo(MakeString(nobodys).Get(), IVEXAServiceFileInfo::FromFileOnly, info.Get()),
+            E_FAIL);
+}
+
+TEST_F(ServiceTest, ASchemeIsItsFileSystemsWhateverItsLetterCase) {
+    const Ref<IVEXAExtensionFileSystem> scheme(new Scheme("Abc"));
+    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
+    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID,
+                                               Ref<IVEXAExtensionFileSystem>(new Scheme("aBC")).Get()),
+              E_INVALIDARG);
+    using Command = IVEXAFileSystemCommandOpenFileFolder;
+    struct {
+        const char* Address;
+        Guid Wanted;
+        HResult Result;
+    } const cases[] = {
+        {"aBC://x", IVEXAExtensionFileSystem::IID, S_OK},
+        {"abc://x", Command::IID, E_NOINTERFACE},
+        {"abcd://x", Command::IID, E_FAIL},
+        {"abc:/x", Command::IID, E_FAIL},
+        {"://x", Command::IID, E_FAIL},
+        {"", Command::IID, E_FAIL},
+    };
+    for (const auto& c : cases) {
+        Ref<IUnknown> found;
+        EXPECT_EQ(Host.FileSystems().GetFileSystem(MakeString(c.Address).Get(), c.Wanted, found.PutVoid()), c.Result)
+            << c.Address;
+    }
+}
