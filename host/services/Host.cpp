@@ -2,6 +2,7 @@
 
 #include "ErrorInfo.h"
 #include "FileInfo.h"
+#include "Filters.h"
 #include "Images.h"
 #include "ObjectList.h"
 #include "Streams.h"
@@ -42,6 +43,8 @@ Host::Host(const HostOptions& options)
     FCore->AddFactory<IVEXAFileInfo, FileInfo>();
     FCore->AddFactory<IVEXAImage, Image>();
     FCore->AddFactory<IVEXAImageContainer, ImageContainer>();
+    FCore->AddFactory<IVEXAMLDataField, DataField>();
+    FCore->AddFactory<IVEXAMLDataFilter, DataFilter>();
 
     FCore->AddService<IVEXAServiceConfig>(QStringLiteral("config"), FConfig);
     FCore->AddService<IVEXAServiceLanguage>(QStringLiteral("language"), FLanguage);

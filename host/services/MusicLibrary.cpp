@@ -3,6 +3,7 @@
 #include "Guarded.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vexa::host {
 
@@ -163,7 +164,8 @@ HResult MusicLibraryService::SetActiveStorage(IUnknown* storage) noexcept {
     return Guarded("choosing a storage", [&] {
         const Storage* found = storage ? Find(storage) : nullptr;
         if (!found) return E_INVALIDARG;
-        FActiveID = found->ID;
+        const QString id = found->ID;
+        if (std::exchange(FActiveID, id) != id) Tell(&MusicLibraryListener::OnActiveStorageChanged, id);
         return S_OK;
     });
 }

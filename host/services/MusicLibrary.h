@@ -18,6 +18,8 @@ public:
     virtual void OnDataChanged(const QString& storageID) = 0;
     /// One of the storage's background tasks began or ended.
     virtual void OnTasksChanged(const QString& storageID) = 0;
+    /// The storage is the one to show now.
+    virtual void OnActiveStorageChanged(const QString&) {}
 
 protected:
     ~MusicLibraryListener() = default;

@@ -1,0 +1,149 @@
+#include "Library.h"
+
+#include "FileInfo.h"
+#include "Guarded.h"
+#include "ObjectList.h"
+#include "Tree.h"
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+QString TextOf(IVEXAPropertyList* object, std::int32_t property) {
+    Ref<IVEXAString> text;
+    if (!object || Failed(object->GetValueAsObject(property, IVEXAString::IID, text.PutVoid()))) return {};
+    return ToQString(text.Get());
+}
+
+std::int32_t NumberOf(IVEXAPropertyList* object, std::int32_t property, std::int32_t fallback = 0) {
+    std::int32_t number = 0;
+    return object && Succeeded(object->GetValueAsInt32(property, &number)) ? number : fallback;
+}
+
+LibraryField ReadField(IVEXAMLDataField* object) {
+    LibraryField field;
+    field.Name = TextOf(object, IVEXAMLDataField::Name);
+    field.Type =
+        static_cast<IVEXAMLDataField::FieldType>(NumberOf(object, IVEXAMLDataField::Type, IVEXAMLDataField::Text));
+    field.Flags = NumberOf(object, IVEXAMLDataField::FlagBits);
+    std::int32_t image = 0;
+    if (Succeeded(object->GetValueAsInt32(IVEXAMLDataField::GroupingImage, &image))) field.GroupingImage = image;
+    object->GetValueAsObject(IVEXAMLDataField::DisplayValue, IVEXAMLDataFieldDisplayValue::IID,
+                             field.DisplayValues.PutVoid());
+    return field;
+}
+
+/// Takes a storage's trees.
+class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
+public:
+    explicit Presets(const QString& caption) : FCaption(caption) {}
+
+    HResult Add(IVEXAString* id, IVEXAString* caption, std::uint32_t,
+                IVEXAMLGroupingTreeDataProvider* provider) noexcept override {
+        if (!id || !provider) return E_INVALIDARG;
+        return Guarded("adding a grouping preset", [&] {
+            QString text = ToQString(caption);
+            if (text.isEmpty()) text = FCaption;
+            Taken.push_back({ToQString(id), text, Ref<IVEXAMLGroupingTreeDataProvider>(provider)});
+            return S_OK;
+        });
+    }
+
+    std::vector<GroupingPreset> Taken;
+
+private:
+    const QString FCaption;
+};
+
+}  // namespace
+
+QString LibraryField::Shown(const QString& value) const {
+    if (!DisplayValues) return value;
+    Variant variant;
+    ToVariant(value, variant);
+    std::int32_t length = 0;
+    const char16_t* chars = DisplayValues->GetDisplayValue(&variant, &length);
+    return chars ? QString(reinterpret_cast<const QChar*>(chars), length) : value;
+}
+
+LibraryStorage::LibraryStorage(MusicLibraryService& library, const QString& id)
+    : FID(id.isEmpty() ? library.ActiveStorageID() : id) {
+    library.GetStorageByID(MakeString(FID).Get(), IVEXAMLExtensionDataStorage::IID, FObject.PutVoid());
+    if (!FObject)
+        throw LibraryError(FID.isEmpty() ? QStringLiteral("the library has no storage: load a plug-in that brings one")
+                                         : QString(u"the library has no storage \"" + FID + u'"'));
+    FRows = Offered<IVEXAMLDataProvider>();
+    Ref<IVEXAObjectList> list;
+    FObject->GetFields(kSchemaAllFields, list.Put());
+    for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
+        Ref<IVEXAMLDataField> field;
+        if (Succeeded(list->GetObject(i, IVEXAMLDataField::IID, field.PutVoid())))
+            FFields.push_back(ReadField(field.Get()));
+    }
+}
+
+QString LibraryStorage::Caption() const {
+    return TextOf(Offered<IVEXAPropertyList>().Get(), IVEXAMLExtensionDataStorage::Caption);
+}
+
+bool LibraryStorage::Can(IVEXAMLExtensionDataStorage::CapabilityFlags capability) const {
+    return (NumberOf(Offered<IVEXAPropertyList>().Get(), IVEXAMLExtensionDataStorage::Capabilities) & capability) != 0;
+}
+
+const LibraryField* LibraryStorage::Field(const QString& name) const noexcept {
+    const auto found =
+        std::find_if(FFields.begin(), FFields.end(), [&](const LibraryField& field) { return field.Name == name; });
+    return found != FFields.end() ? &*found : nullptr;
+}
+
+QStringList LibraryStorage::FieldNames(LibrarySchema schema) const {
+    QStringList names;
+    if (schema == kSchemaAllFields) {
+        for (const LibraryField& field : FFields) names += field.Name;
+        return names;
+    }
+    Ref<IVEXAObjectList> list;
+    FObject->GetFields(schema, list.Put());
+    for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
+        Ref<IVEXAString> name;
+        if (Failed(list->GetObject(i, IVEXAString::IID, name.PutVoid()))) continue;
+        if (const QString text = ToQString(name.Get()); Field(text)) names += text;
+    }
+    return names;
+}
+
+std::vector<GroupingPreset> LibraryStorage::Presets() const {
+    const Ref<host::Presets> presets(new host::Presets(Caption()));
+    FObject->GetGroupingPresets(kSchemaTree, presets.Get());
+    return presets->Taken;
+}
+
+std::optional<LibraryPlace> LibraryStorage::Find(const QString& file) const {
+    const auto command = Offered<IVEXAMLDataStorageCommandFindInLibrary>();
+    if (!command) return {};
+    const Ref<FileInfo> info(new FileInfo);
+    info->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(file).Get());
+    LibraryPlace place;
+    Ref<IVEXAMLGroupingTreeSelection> node;
+    if (Failed(command->Find(info.Get(), place.Filter.Put(), node.Put()))) return {};
+    place.Node = ReadSelection(node.Get());
+    return place;
+}
+
+Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& values) const {
+    const auto provider = Offered<IVEXAMLAlbumArtProvider>();
+    if (!provider) return {};
+    const Ref<IVEXAObjectList> names(new ObjectList);
+    std::vector<Variant> variants(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        names->Add(MakeString(values[i].Field).Get());
+        ToVariant(values[i].Value, variants[i]);
+    }
+    Ref<IVEXAImageContainer> image;
+    if (Failed(provider->GetAlbumArt(names.Get(), variants.data(), nullptr, image.Put()))) return {};
+    return image;
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,84 @@
+#include "RowQuery.h"
+
+#include "Filters.h"
+#include "ObjectList.h"
+#include "Tree.h"
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr QLatin1String kIdentity("ID");
+
+/// A storage cannot be asked for what it does not know: it would take the name for one of its own making.
+const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
+    const LibraryField* field = storage.Field(name);
+    if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');
+    if (!field->HasRows()) throw LibraryError(u"rows have no field \"" + name + u'"');
+    return *field;
+}
+
+void AddCondition(IVEXAMLGroupFilter& group, const RowCondition& condition) {
+    const Ref<IVEXAString> field = MakeString(condition.Field);
+    if (!condition.OneOf.empty()) {
+        std::vector<Variant> values(condition.OneOf.size());
+        std::transform(condition.OneOf.begin(), condition.OneOf.end(), values.begin(), [](const PropertyValue& value) {
+            Variant variant;
+            ToVariant(value, variant);
+            return variant;
+        });
+        group.AddArray(field.Get(), values.data(), static_cast<std::int32_t>(values.size()), nullptr);
+        return;
+    }
+    Variant value1, value2;
+    ToVariant(condition.Value1, value1);
+    ToVariant(condition.Value2, value2);
+    group.Add(field.Get(), &value1, condition.Operation == IVEXAMLFieldFilter::Between ? &value2 : nullptr,
+              condition.Operation, nullptr);
+}
+
+Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& query) {
+    const Ref<IVEXAObjectList> list(new ObjectList);
+    const auto add = [&](const RowOrder& order) {
+        list->Add(Ref<IVEXAString>(new SortItem(order.Field, order.Direction)).Get());
+    };
+    bool isWhole = false;
+    for (const RowOrder& order : query.Sort) {
+        add({Listed(storage, order.Field).Name, order.Direction});
+        isWhole = isWhole || order.Field == kIdentity;
+    }
+    // Rows that are equal in all of these may come in another order for every range, so that a page would show again
+    // what another one has shown. The identity decides between them.
+    const LibraryField* identity = storage.Field(kIdentity);
+    if (!isWhole && query.Limit > 0 && identity && identity->HasRows()) add({identity->Name});
+    return list;
+}
+
+}  // namespace
+
+Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery& query) {
+    const Ref<IVEXAMLDataFilter> filter(new DataFilter);
+    filter->SetValueAsInt32(IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
+    if (query.Tree && !query.Node.empty()) Tree(query.Tree).AddConditions(query.Node, filter.Get());
+    for (const RowCondition& condition : query.Where) {
+        Listed(storage, condition.Field);
+        AddCondition(*filter, condition);
+    }
+    if (!query.Search.isEmpty())
+        filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, MakeString(query.Search).Get());
+    if (!query.Sort.empty()) filter->SetValueAsObject(IVEXAMLDataFilter::SortList, SortList(storage, query).Get());
+    filter->SetValueAsInt32(IVEXAMLDataFilter::Offset, std::max(query.Offset, 0));
+    filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, std::max(query.Limit, 0));
+    return filter;
+}
+
+std::vector<const LibraryField*> Columns(const LibraryStorage& storage, const RowQuery& query) {
+    std::vector<const LibraryField*> columns;
+    for (const QString& name : query.Fields) columns.push_back(&Listed(storage, name));
+    if (columns.empty()) throw LibraryError(QStringLiteral("no field was asked for"));
+    return columns;
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,211 @@
+#include "Rows.h"
+
+#include "Guarded.h"
+#include "ObjectList.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <optional>
+#include <utility>
+
+namespace vexa::host {
+
+namespace {
+
+QString Refusal(HResult result) {
+    return QString(u"the storage could not read its rows (0x" +
+                   QString::number(static_cast<std::uint32_t>(result), 16).toUpper() + u')');
+}
+
+QString Cancelled() {
+    return QStringLiteral("the request was cancelled");
+}
+
+RowValue ReadValue(IVEXAMLDataProviderSelection& rows, std::int32_t column, const LibraryField& field) {
+    RowValue value;
+    if (field.IsNumber()) {
+        value.Number = rows.GetValueAsFloat(column);
+        return value;
+    }
+    std::int32_t length = 0;
+    if (const char16_t* chars = rows.GetValueAsString(column, &length); chars && length > 0)
+        value.Text = QString(reinterpret_cast<const QChar*>(chars), length);
+    return value;
+}
+
+/// The words for values come from an object that holds the last one it gave, and from the user's language: they are
+/// asked for on the main thread, once for each value of a page.
+void Show(RowPage& page) {
+    for (std::size_t i = 0; i < page.Columns.size(); ++i) {
+        const LibraryField& field = *page.Columns[i];
+        if (!field.DisplayValues) continue;
+        std::map<QString, QString> known;
+        for (auto& row : page.Rows) {
+            const auto [found, isNew] = known.try_emplace(row[i].Text);
+            if (isNew) found->second = field.Shown(row[i].Text);
+            row[i].Shown = found->second;
+        }
+    }
+}
+
+}  // namespace
+
+RowReader::RowReader(const LibraryStorage& storage)
+    : FStorage(storage), FProvider(storage.Rows()), FCounter(storage.Subscriptions()), FThread([this] { Run(); }) {}
+
+RowReader::~RowReader() {
+    FLinks.Invalidate();
+    CancelAll();
+    {
+        const std::lock_guard lock(FMutex);
+        FIsEnding = true;
+    }
+    FIsWanted.notify_one();
+    // A storage that hands something to the main thread, and waits for it, must not wait for ever.
+    DrainMainThreadUntil([this] { return FHasEnded.load(); });
+    FThread.join();
+}
+
+RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::function<void(Request&)> then,
+                                   Urgency urgency) {
+    auto request = std::make_shared<Request>();
+    request->Number = ++FLastTicket;
+    request->IsCount = isCount;
+    request->Columns = Columns(FStorage, query);
+    request->Filter = BuildFilter(FStorage, query);
+    request->Fields = Ref<IVEXAObjectList>(new ObjectList);
+    for (const LibraryField* field : request->Columns) request->Fields->Add(MakeString(field->Name).Get());
+    request->Page.Columns = request->Columns;
+    request->Page.Offset = query.Offset;
+    FAsked.emplace(request->Number, Asked{request, std::move(then)});
+    {
+        const std::lock_guard lock(FMutex);
+        if (urgency == Urgency::InSight)
+            FWaiting.push_front(request);
+        else
+            FWaiting.push_back(request);
+    }
+    FIsWanted.notify_one();
+    return request->Number;
+}
+
+RowReader::Ticket RowReader::Read(const RowQuery& query, std::function<void(RowPage)> then, Urgency urgency) {
+    const auto finish = [then = std::move(then)](Request& request) {
+        Show(request.Page);
+        then(std::move(request.Page));
+    };
+    return Queue(query, false, finish, urgency);
+}
+
+RowReader::Ticket RowReader::Count(const RowQuery& query, std::function<void(RowCount)> then, Urgency urgency) {
+    RowQuery all = query;
+    all.Offset = all.Limit = 0;
+    all.Sort.clear();
+    return Queue(
+        all, true, [then = std::move(then)](Request& request) { then(std::move(request.Rows)); }, urgency);
+}
+
+void RowReader::Cancel(Ticket ticket) {
+    const auto found = FAsked.find(ticket);
+    if (found == FAsked.end()) return;
+    const Asked asked = std::move(found->second);
+    const RequestPointer& request = asked.What;
+    FAsked.erase(found);
+    request->IsCancelled = true;
+    const std::lock_guard lock(FMutex);
+    std::erase(FWaiting, request);
+}
+
+void RowReader::CancelAll() {
+    while (!FAsked.empty()) Cancel(FAsked.begin()->first);
+}
+
+void RowReader::Deliver(Ticket ticket) {
+    const auto found = FAsked.find(ticket);
+    if (found == FAsked.end()) return;  // cancelled
+    const Asked asked = std::move(found->second);
+    FAsked.erase(found);
+    asked.Then(*asked.What);
+}
+
+RowPage RowReader::ReadNow(const RowQuery& query) {
+    RowPage answer;
+    answer.Error = Cancelled();
+    Wait(Read(query, [&](RowPage page) { answer = std::move(page); }));
+    return answer;
+}
+
+RowCount RowReader::CountNow(const RowQuery& query) {
+    RowCount answer{0, Cancelled()};
+    Wait(Count(query, [&](RowCount count) { answer = std::move(count); }));
+    return answer;
+}
+
+void RowReader::Wait(Ticket ticket) {
+    // What runs meanwhile may cancel the request.
+    DrainMainThreadUntil([&] { return !FAsked.contains(ticket); });
+}
+
+void RowReader::Run() {
+    for (;;) {
+        RequestPointer request;
+        {
+            std::unique_lock lock(FMutex);
+            FIsWanted.wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
+            if (FIsEnding) break;
+            request = std::move(FWaiting.front());
+            FWaiting.pop_front();
+        }
+        Ask(*request);
+        if (request->IsCancelled) continue;
+        RunInMainThread(
+            [reader = Link<RowReader>(FLinks), ticket = request->Number] {
+                if (RowReader* alive = reader.Get()) alive->Deliver(ticket);
+            },
+            false);
+    }
+    FHasEnded = true;
+    WakeMainThread();
+}
+
+void RowReader::Ask(Request& request) {
+    const HResult result = Guarded("reading rows", [&] {
+        if (!FProvider) return E_NOINTERFACE;
+        request.IsCount ? AskCount(request) : AskRows(request);
+        return S_OK;
+    });
+    if (Failed(result)) request.Page.Error = request.Rows.Error = Refusal(result);
+}
+
+void RowReader::AskRows(Request& request) {
+    Ref<IUnknown> data;
+    const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
+    if (Failed(result)) {
+        request.Page.Error = Refusal(result);
+        return;
+    }
+    const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
+    if (!rows) return;
+    do {
+        auto& row = request.Page.Rows.emplace_back();
+        row.reserve(request.Columns.size());
+        for (std::size_t i = 0; i < request.Columns.size(); ++i)
+            row.push_back(ReadValue(*rows, static_cast<std::int32_t>(i), *request.Columns[i]));
+    } while (!request.IsCancelled && rows->NextRow() != kFalse);
+}
+
+void RowReader::AskCount(Request& request) {
+    if (FCounter) {
+        const HResult result = FCounter->GetRowCount(request.Fields.Get(), request.Filter.Get(), &request.Rows.Count);
+        if (Failed(result)) request.Rows = {0, Refusal(result)};
+        return;
+    }
+    Ref<IUnknown> data;
+    const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
+    if (Failed(result)) request.Rows.Error = Refusal(result);
+    const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
+    if (!rows) return;
+    do ++request.Rows.Count;
+    while (!request.IsCancelled && rows->NextRow() != kFalse);
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,112 @@
+#include "Tree.h"
+
+#include "Filters.h"
+#include "Guarded.h"
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+// A provider that never comes to an end must not take the host with it.
+constexpr std::size_t kMostNodes = 1'000'000;
+
+QString ValueOf(const TreeNode& node) {
+    return node.Value();
+}
+QString CaptionOf(const TreeNode& node) {
+    return node.Caption;
+}
+
+TreeNode ReadNode(IVEXAMLGroupingTreeDataProviderSelection& nodes) {
+    TreeNode node;
+    Ref<IVEXAString> text, field;
+    Variant value;
+    if (Succeeded(nodes.GetDisplayValue(text.Put()))) node.Caption = ToQString(text.Get());
+    node.Flags = nodes.GetFlags();
+    if (Failed(nodes.GetImageIndex(&node.Image))) node.Image = IVEXAMLGroupingTreeDataProviderSelection::Folder;
+    if (Succeeded(nodes.GetValue(field.Put(), &value))) node.Pair = {ToQString(field.Get()), FromVariant(value)};
+    return node;
+}
+
+}  // namespace
+
+HResult TreeSelection::GetValue(std::int32_t index, IVEXAString** field, Variant* value) noexcept {
+    if (!field || !value) return E_POINTER;
+    *field = nullptr;
+    *value = {};
+    return Guarded("giving a way in a tree", [&] {
+        if (index < 0 || index >= GetCount()) return E_INVALIDARG;
+        const TreePair& pair = FPairs[static_cast<std::size_t>(index)];
+        ToVariant(pair.Value, *value);
+        return PutString(pair.Field, field);
+    });
+}
+
+std::vector<TreePair> ReadSelection(IVEXAMLGroupingTreeSelection* selection) {
+    std::vector<TreePair> pairs;
+    for (std::int32_t i = 0; selection && i < selection->GetCount(); ++i) {
+        Ref<IVEXAString> field;
+        Variant value;
+        if (Succeeded(selection->GetValue(i, field.Put(), &value)))
+            pairs.push_back({ToQString(field.Get()), FromVariant(value)});
+    }
+    return pairs;
+}
+
+QString TreeNode::Value() const {
+    QString text;
+    Convert(Pair.Value, text);
+    return text;
+}
+
+std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
+    const Ref<TreeSelection> parent(new TreeSelection(std::move(selection)));
+    std::vector<TreeNode> list;
+    Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
+    if (Failed(FProvider->ListChildren(parent.Get(), nodes.Put())) || !nodes) return list;
+    do list.push_back(ReadNode(*nodes));
+    while (nodes->NextRow() != kFalse && list.size() < kMostNodes);
+    return list;
+}
+
+std::optional<TreeWay> Tree::Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const {
+    TreeWay way;
+    for (const QString& name : names) {
+        const std::vector<TreeNode> level = way.empty() ? Children() : Children(way.back());
+        const auto found =
+            std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return nameOf(node) == name; });
+        if (found == level.end()) return {};
+        way.push_back(*found);
+    }
+    return way;
+}
+
+std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
+    return Find(values, ValueOf);
+}
+
+std::optional<TreeWay> Tree::FindByCaptions(const QStringList& captions) const {
+    return Find(captions, CaptionOf);
+}
+
+std::vector<TreePair> PairsOf(const TreeWay& way) {
+    std::vector<TreePair> pairs;
+    for (const TreeNode& node : way) pairs.push_back(node.Pair);
+    return pairs;
+}
+
+void Tree::AddConditions(const std::vector<TreePair>& node, IVEXAMLDataFilter* filter) const {
+    const Ref<TreeSelection> selection(new TreeSelection(node));
+    if (Failed(FProvider->AddSelectionConditions(filter, selection.Get())))
+        throw LibraryError(QStringLiteral("the storage cannot say which rows belong to the selected node"));
+}
+
+Ref<IVEXAMLDataFilter> Tree::Conditions(const std::vector<TreePair>& node) const {
+    const Ref<IVEXAMLDataFilter> filter(new DataFilter);
+    AddConditions(node, filter.Get());
+    return filter;
+}
+
+}  // namespace vexa::host

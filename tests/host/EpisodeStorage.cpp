@@ -1,0 +1,128 @@
+#include "EpisodeStorage.h"
+
+#include <algorithm>
+
+namespace tests {
+
+using namespace host;
+
+namespace {
+
+QString TextOf(IVEXAPropertyList* object, std::int32_t id) {
+    Ref<IVEXAString> text;
+    object->GetValueAsObject(id, IVEXAString::IID, text.PutVoid());
+    return ToQString(text.Get());
+}
+
+QString Value(const Episode& episode, const QString& field) {
+    if (field == u"Title") return episode.Title;
+    if (field == u"State") return QString::number(episode.State);
+    if (field == u"Duration") return QString::number(episode.Duration);
+    return episode.ID;
+}
+
+bool Meets(const Episode& episode, const QString& field, const QString& value) {
+    if (field != u"Node") return Value(episode, field) == value;
+    if (value.startsWith(u"show ")) return episode.Show == value.mid(5);
+    return value == u"shows" || value == QString(u"state " + QString::number(episode.State));
+}
+
+}  // namespace
+
+HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
+    const Ref<IVEXAObjectList> list(new ObjectList);
+    if (schema == kSchemaTable)
+        for (const QString& name : {u"Title"_s, u"Unlisted"_s, u"State"_s}) list->Add(MakeString(name).Get());
+    const auto add = [&](const QString& name, std::int32_t type, std::int32_t flags) {
+        const Ref<IVEXAMLDataField> field(new DataField);
+        field->SetValueAsObject(IVEXAMLDataField::Name, MakeString(name).Get());
+        field->SetValueAsInt32(IVEXAMLDataField::Type, type);
+        field->SetValueAsInt32(IVEXAMLDataField::FlagBits, flags);
+        list->Add(field.Get());
+        return field;
+    };
+    if (schema == kSchemaAllFields) {
+        add("ID", IVEXAMLDataField::Text, 6);
+        add("Title", IVEXAMLDataField::Text, 3);
+        add("Duration", IVEXAMLDataField::Duration, 2);
+        const Ref<StateWords> words(new StateWords);
+        add("State", IVEXAMLDataField::Text, 3)->SetValueAsObject(IVEXAMLDataField::DisplayValue, words.Get());
+        add("Node", IVEXAMLDataField::Text, 6)->SetValueAsInt32(IVEXAMLDataField::GroupingImage, 3);
+    }
+    *fields = Ref(list).Detach();
+    return S_OK;
+}
+
+HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept {
+    *data = nullptr;
+    QStringList names, conditions;
+    for (std::int32_t i = 0; i < fields->GetCount(); ++i) {
+        Ref<IVEXAString> name;
+        fields->GetObject(i, IVEXAString::IID, name.PutVoid());
+        names += ToQString(name.Get());
+    }
+    std::vector<Episode> found = Episodes;
+    for (std::int32_t i = 0; i < filter->GetChildCount(); ++i) {
+        Ref<IVEXAMLFieldFilter> child;
+        if (Failed(filter->GetChild(i, IVEXAMLFieldFilter::IID, child.PutVoid()))) return E_FAIL;
+        const QString field = TextOf(child.Get(), IVEXAMLFieldFilter::Field);
+        const QString value = TextOf(child.Get(), IVEXAMLFieldFilter::Value1);
+        conditions += QString(field + u'=' + value);
+        std::erase_if(found, [&](const Episode& episode) { return !Meets(episode, field, value); });
+    }
+    QStringList order;
+    Ref<IVEXAObjectList> sort;
+    filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, sort.PutVoid());
+    for (std::int32_t i = sort ? sort->GetCount() : 0; i-- > 0;) {
+        Ref<IVEXAString> name;
+        Ref<IVEXAMLSortDirection> direction;
+        sort->GetObject(i, IVEXAString::IID, name.PutVoid());
+        sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid());
+        const QString field = ToQString(name.Get());
+        std::int32_t way = 0;
+        direction->GetValue(&way);
+        std::stable_sort(found.begin(), found.end(), [&](const Episode& a, const Episode& b) {
+            return way == IVEXAMLSortDirection::Descending ? Value(b, field) < Value(a, field)
+                                                           : Value(a, field) < Value(b, field);
+        });
+        order.prepend(QString(field + u':' + QString::number(way)));
+    }
+    std::int32_t offset = 0, limit = 0;
+    filter->GetValueAsInt32(IVEXAMLDataFilter::Offset, &offset);
+    filter->GetValueAsInt32(IVEXAMLDataFilter::Limit, &limit);
+    {
+        std::unique_lock lock(FMutex);
+        FAsked += QStringList{names.join(u' '), conditions.join(u' '), order.join(u' '),
+                              QString(QString::number(offset) + u',' + QString::number(limit))}
+                      .join(u';');
+        FChanged.notify_all();
+        FChanged.wait(lock, [this] { return !FIsHolding; });
+    }
+    std::vector<QStringList> rows;
+    for (std::size_t i = limit > 0 ? static_cast<std::size_t>(offset) : 0; i < found.size(); ++i) {
+        if (limit > 0 && rows.size() == static_cast<std::size_t>(limit)) break;
+        QStringList row;
+        for (const QString& name : names) row += Value(found[i], name);
+        rows.push_back(row);
+    }
+    Ref<IUnknown> result(new ObjectList);
+    if (!rows.empty()) result = Ref<IUnknown>(new EpisodeRows(rows));
+    *data = result.Detach();
+    return S_OK;
+}
+
+HResult EpisodeStorage::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
+                             IVEXAMLGroupingTreeSelection** selection) noexcept {
+    *filter = nullptr;
+    *selection = nullptr;
+    const QString file = TextOf(info, IVEXAFileInfo::FileName);
+    for (const Episode& episode : Episodes) {
+        if (file != QString(u"episode://" + episode.ID)) continue;
+        std::vector<TreePair> way{{"Node", u"shows"_s}, {"Node", QString(u"show " + episode.Show)}};
+        *selection = Ref<IVEXAMLGroupingTreeSelection>(new TreeSelection(way)).Detach();
+        return S_OK;
+    }
+    return E_NOINTERFACE;
+}
+
+}  // namespace tests

@@ -1,0 +1,165 @@
+#pragma once
+// A storage over a list in memory, as a plug-in would bring one: rows, a tree of the states and shows, finding.
+
+#include "Filters.h"
+#include "HostFixture.h"
+#include "Library.h"
+#include "ObjectList.h"
+#include "Tree.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <condition_variable>
+#include <mutex>
+
+namespace tests {
+
+using namespace vexa;
+
+struct Episode {
+    QString ID, Title, Show;
+    int State;
+    double Duration;
+};
+
+/// Rows of texts, read as numbers where a number is asked for.
+class EpisodeRows final : public RefCountedObject<IVEXAMLDataProviderSelection> {
+public:
+    explicit EpisodeRows(std::vector<QStringList> rows) : FRows(std::move(rows)) {}
+    double GetValueAsFloat(std::int32_t column) noexcept override { return Value(column).toDouble(); }
+    std::int32_t GetValueAsInt32(std::int32_t column) noexcept override { return Value(column).toInt(); }
+    std::int64_t GetValueAsInt64(std::int32_t column) noexcept override { return Value(column).toLongLong(); }
+    const char16_t* GetValueAsString(std::int32_t column, std::int32_t* length) noexcept override {
+        *length = static_cast<std::int32_t>(Value(column).size());
+        return reinterpret_cast<const char16_t*>(Value(column).constData());
+    }
+    Bool32 NextRow() noexcept override { return ++FRow < FRows.size() ? kTrue : kFalse; }
+
+private:
+    const QString& Value(std::int32_t column) const { return FRows[FRow][column]; }
+    std::vector<QStringList> FRows;
+    std::size_t FRow = 0;
+};
+
+/// Texts for the states 0 to 2.
+class StateWords final : public RefCountedObject<IVEXAMLDataFieldDisplayValue> {
+public:
+    const char16_t* GetDisplayValue(const Variant* value, std::int32_t* length) noexcept override {
+        EXPECT_TRUE(IsMainThread());
+        std::int32_t state = 0;
+        if (!host::Convert(host::FromVariant(*value), state)) return nullptr;
+        FText = QStringList{u"heard"_s, u"new"_s, u"later"_s}.value(state);
+        *length = static_cast<std::int32_t>(FText.size());
+        return reinterpret_cast<const char16_t*>(FText.constData());
+    }
+
+private:
+    QString FText;
+};
+
+class EpisodeNodes final : public RefCountedObject<IVEXAMLGroupingTreeDataProviderSelection> {
+public:
+    explicit EpisodeNodes(std::vector<host::TreeNode> nodes) : FNodes(std::move(nodes)) {}
+    HResult GetDisplayValue(IVEXAString** text) noexcept override { return host::PutString(Node().Caption, text); }
+    std::uint32_t GetFlags() noexcept override { return Node().Flags; }
+    HResult GetImageIndex(std::int32_t* index) noexcept override { return *index = Node().Image, S_OK; }
+    HResult GetValue(IVEXAString** field, Variant* value) noexcept override {
+        host::ToVariant(Node().Pair.Value, *value);
+        return host::PutString(Node().Pair.Field, field);
+    }
+    Bool32 NextRow() noexcept override { return ++FNode < FNodes.size() ? kTrue : kFalse; }
+
+private:
+    const host::TreeNode& Node() const { return FNodes[FNode]; }
+    std::vector<host::TreeNode> FNodes;
+    std::size_t FNode = 0;
+};
+
+/// "new" and "shows" with the shows below each of them. Values are "state 1", "shows", "show NAME".
+class EpisodeTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider> {
+public:
+    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* way) noexcept override {
+        for (const host::TreePair& pair : host::ReadSelection(way)) {
+            Variant value;
+            host::ToVariant(pair.Value, value);
+            filter->Add(host::MakeString(pair.Field).Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
+        }
+        return S_OK;
+    }
+    std::uint32_t GetCapabilities() noexcept override { return HideAllData; }
+    HResult ListChildren(IVEXAMLGroupingTreeSelection* parent,
+                         IVEXAMLGroupingTreeDataProviderSelection** nodes) noexcept override {
+        const auto pairs = host::ReadSelection(parent);
+        if (pairs.size() > 1) return E_INVALIDARG;
+        const QString value = pairs.empty() ? QString() : std::get<QString>(pairs[0].Value);
+        if (value.startsWith(u"show ")) return E_FAIL;
+        std::vector<host::TreeNode> list;
+        if (value.isEmpty())
+            list = {{"new (2)", 3, 4, {"Node", u"state 1"_s}}, {"shows", 1, 0, {"Node", u"shows"_s}}};
+        else
+            list = {{value == u"shows" ? u"A"_s : u"(1) A"_s, 2, 3, {"Node", u"show A"_s}},
+                    {"B", 2, 3, {"Node", u"show B"_s}}};
+        *nodes = Ref<EpisodeNodes>(new EpisodeNodes(list)).Detach();
+        return S_OK;
+    }
+    HResult GetFieldForAlphabeticIndex(IVEXAString**) noexcept override { return E_NOTIMPL; }
+};
+
+class EpisodeStorage final : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage,
+                                                       IVEXAMLDataProvider, IVEXAMLDataStorageCommandFindInLibrary> {
+public:
+    explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s) {
+        SetValueAsObject(IVEXAMLExtensionDataStorage::ID, host::MakeString(id).Get());
+        SetValueAsObject(IVEXAMLExtensionDataStorage::Caption, host::MakeString("Episodes").Get());
+        SetValueAsInt32(IVEXAMLExtensionDataStorage::Capabilities, 7);
+    }
+
+    std::vector<Episode> Episodes{{"e1", "Tide", "A", 1, 60},
+                                  {"e2", "Bell", "B", 1, 90.5},
+                                  {"e3", "Fog", "A", 0, 30},
+                                  {"e4", "Storm", "A", 2, 45}};
+    Ref<IVEXAMLDataStorageManager> Manager;
+
+    /// From now on requests wait inside the storage until they are let through.
+    void Hold() { SetHolding(true); }
+    void LetThrough() { SetHolding(false); }
+    /// What was asked, each as "Title Duration;State=1;sort Title:2;2,1".
+    QStringList Asked() {
+        const std::lock_guard lock(FMutex);
+        return FAsked;
+    }
+    void WaitUntilAsked(int count) {
+        std::unique_lock lock(FMutex);
+        FChanged.wait(lock, [&] { return FAsked.size() >= count; });
+    }
+
+    void Finalize() noexcept override { Manager = nullptr; }
+    void Initialize(IVEXAMLDataStorageManager* manager) noexcept override {
+        Manager = Ref<IVEXAMLDataStorageManager>(manager);
+    }
+    HResult LoadConfig(IUnknown*) noexcept override { return S_OK; }
+    HResult SaveConfig(IUnknown*) noexcept override { return S_OK; }
+    void FlushCache() noexcept override {}
+    HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override;
+    HResult GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept override {
+        if (schema != kSchemaTree) return S_OK;
+        const Ref<EpisodeTree> tree(new EpisodeTree);
+        return presets->Add(host::MakeString("Default").Get(), nullptr, 0, tree.Get());
+    }
+    HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept override;
+    HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
+                 IVEXAMLGroupingTreeSelection** selection) noexcept override;
+
+private:
+    void SetHolding(bool isHolding) {
+        const std::lock_guard lock(FMutex);
+        FIsHolding = isHolding;
+        FChanged.notify_all();
+    }
+
+    std::mutex FMutex;
+    std::condition_variable FChanged;
+    QStringList FAsked;       // guarded by FMutex
+    bool FIsHolding = false;  // guarded by FMutex
+};
+
+}  // namespace tests

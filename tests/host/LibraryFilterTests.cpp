@@ -1,0 +1,157 @@
+// Filters, sort items and fields, as a storage reads them.
+
+#include "Filters.h"
+#include "HostFixture.h"
+#include "ObjectList.h"
+
+using namespace vexa::host;
+
+namespace {
+
+template <class Interface>
+Ref<Interface> Make(Host& host) {
+    Ref<Interface> made;
+    EXPECT_EQ(host.TheCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
+    return made;
+}
+
+Variant Value(const PropertyValue& value) {
+    Variant variant;
+    ToVariant(value, variant);
+    return variant;
+}
+
+QString Text(IVEXAPropertyList* object, std::int32_t id) {
+    Ref<IVEXAString> text;
+    object->GetValueAsObject(id, IVEXAString::IID, text.PutVoid());
+    return ToQString(text.Get());
+}
+
+/// A filter in words, read as a storage reads it.
+QString Words(IVEXAMLGroupFilter* group) {
+    std::int32_t operation = -1;
+    group->GetValueAsInt32(IVEXAMLGroupFilter::Operation, &operation);
+    QStringList words;
+    for (std::int32_t i = 0; i < group->GetChildCount(); ++i) {
+        Ref<IVEXAMLGroupFilter> nested;
+        Ref<IVEXAMLFieldFilter> field;
+        Ref<IVEXAMLArrayFieldFilter> array;
+        if (group->GetChild(i, IVEXAMLGroupFilter::IID, nested.PutVoid()) == S_OK) {
+            words += Words(nested.Get());
+        } else if (group->GetChild(i, IVEXAMLFieldFilter::IID, field.PutVoid()) == S_OK) {
+            words += QStringList{Text(field.Get(), 1), Text(field.Get(), 2), Text(field.Get(), 3), Text(field.Get(), 4)}
+                         .join(u' ');
+        } else if (group->GetChild(i, IVEXAMLArrayFieldFilter::IID, array.PutVoid()) == S_OK) {
+            std::int32_t count = 0;
+            array->GetData(nullptr, &count);
+            std::vector<Variant> values(static_cast<std::size_t>(count));
+            array->GetData(values.data(), &count);
+            QStringList texts{Text(array.Get(), 1), "in"};
+            for (const Variant& value : values) {
+                QString text;
+                Convert(FromVariant(value), text);
+                texts += text;
+            }
+            words += texts.join(u' ');
+        }
+    }
+    return QString(QString::number(operation) + u'(' + words.join(", ") + u')');
+}
+
+}  // namespace
+
+using LibraryFilters = HostTest;
+
+TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
+    const auto filter = Make<IVEXAMLDataFilter>(Host);
+    const Ref<IVEXAString> name = MakeString("State");
+    const Variant one = Value(std::int32_t{1}), real = Value(2.5), text = Value(u"it's"_s);
+    ASSERT_EQ(filter->Add(name.Get(), &one, nullptr, IVEXAMLFieldFilter::Equals, nullptr), S_OK);
+    Ref<IVEXAMLGroupFilter> group, inner;
+    ASSERT_EQ(filter->AddGroup(group.Put()), S_OK);
+    group->SetValueAsInt32(IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotAnd);
+    Ref<IVEXAMLFieldFilter> between;
+    ASSERT_EQ(group->Add(name.Get(), &one, &real, IVEXAMLFieldFilter::Between, between.Put()), S_OK);
+    ASSERT_EQ(group->AddGroup(inner.Put()), S_OK);
+    const Variant values[] = {one, text};
+    ASSERT_EQ(inner->AddArray(name.Get(), values, 2, nullptr), S_OK);
+    name->SetChars(u"Other", 5);
+    text.Text->SetChars(u"other", 5);
+    EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(State 2 1 2.5, 0(State in 1 it's)))");
+
+    EXPECT_EQ(group->Delete(2), E_INVALIDARG);
+    EXPECT_EQ(group->Delete(-1), E_INVALIDARG);
+    EXPECT_EQ(group->Delete(0), S_OK);
+    EXPECT_EQ(Text(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // who holds it may still read it
+    EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(0(State in 1 it's)))");
+    Ref<IVEXAMLFieldFilter> child;
+    EXPECT_EQ(filter->GetChild(1, IVEXAMLFieldFilter::IID, child.PutVoid()), E_NOINTERFACE);
+    EXPECT_EQ(filter->GetChild(2, IVEXAMLFieldFilter::IID, child.PutVoid()), E_INVALIDARG);
+    EXPECT_EQ(filter->Clear(), S_OK);
+    EXPECT_EQ(filter->GetChildCount(), 0);
+    EXPECT_EQ(filter->Add(name.Get(), &one, nullptr, 10, nullptr), E_INVALIDARG);
+    EXPECT_EQ(filter->GetChildCount(), 0);
+}
+
+TEST_F(LibraryFilters, AnArrayGivesItsCountThenAsManyValuesAsThereIsRoomFor) {
+    const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
+    std::vector<Variant> values;
+    for (std::int32_t i = 0; i < 3; ++i) values.push_back(Value(i));
+    ASSERT_EQ(array->SetData(values.data(), 3), S_OK);
+    const std::pair<std::int32_t, std::int32_t> rooms[] = {{5, 3}, {3, 3}, {2, 2}, {0, 0}, {-1, 0}};
+    for (const auto& [room, filled] : rooms) {
+        std::vector<Variant> out(5);
+        std::int32_t count = room;
+        EXPECT_EQ(array->GetData(out.data(), &count), S_OK);
+        EXPECT_EQ(count, filled) << room;
+        for (std::int32_t i = 0; i < 5; ++i)
+            EXPECT_EQ(out[static_cast<std::size_t>(i)].Type, i < filled ? VariantType::Int32 : VariantType::Empty);
+    }
+    EXPECT_EQ(array->SetData(nullptr, 1), E_POINTER);
+    EXPECT_EQ(array->SetData(nullptr, 0), S_OK);
+    std::int32_t count = -1;
+    EXPECT_EQ(array->GetData(nullptr, &count), S_OK);
+    EXPECT_EQ(count, 0);
+}
+
+TEST_F(LibraryFilters, ARequestHasItsOrderItsRangeAndItsSearchText) {
+    const auto filter = Make<IVEXAMLDataFilter>(Host);
+    std::int32_t number = -1;
+    EXPECT_EQ(filter->GetValueAsInt32(IVEXAMLDataFilter::Limit, &number), S_OK);
+    EXPECT_EQ(number, 0);
+    const Ref<IVEXAObjectList> order(new ObjectList);
+    const Ref<SortItem> item(new SortItem(u"Title"_s, IVEXAMLSortDirection::Descending));
+    EXPECT_EQ(order->Add(Ref<IVEXAString>(item).Get()), S_OK);
+    EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, order.Get()), S_OK);
+    EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, MakeString("Title").Get()), E_INVALIDARG);
+    EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, MakeString("news").Get()), S_OK);
+    EXPECT_EQ(Text(filter.Get(), IVEXAMLDataFilter::SearchText), "news");
+
+    Ref<IVEXAObjectList> read;
+    ASSERT_EQ(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, read.PutVoid()), S_OK);
+    Ref<IVEXAString> field;
+    Ref<IVEXAMLSortDirection> direction;
+    ASSERT_EQ(read->GetObject(0, IVEXAString::IID, field.PutVoid()), S_OK);
+    ASSERT_EQ(read->GetObject(0, IVEXAMLSortDirection::IID, direction.PutVoid()), S_OK);
+    EXPECT_EQ(ToQString(field.Get()), "Title");
+    EXPECT_EQ(direction->GetValue(&number), S_OK);
+    EXPECT_EQ(number, IVEXAMLSortDirection::Descending);
+    EXPECT_EQ(direction->SetValue(0), E_INVALIDARG);
+
+    EXPECT_EQ(filter->AddArray(field.Get(), nullptr, 0, nullptr), S_OK);
+    EXPECT_EQ(filter->Reset(), S_OK);
+    EXPECT_EQ(filter->GetChildCount(), 0);
+    EXPECT_EQ(Text(filter.Get(), IVEXAMLDataFilter::SearchText), "");
+    EXPECT_EQ(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, read.PutVoid()),
+              E_INVALIDARG);
+}
+
+TEST_F(LibraryFilters, AFieldKeepsWhatItIsGiven) {
+    const auto field = Make<IVEXAMLDataField>(Host);
+    EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::Name, MakeString("State").Get()), S_OK);
+    EXPECT_EQ(field->SetValueAsInt32(IVEXAMLDataField::Type, IVEXAMLDataField::Text), S_OK);
+    EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::DisplayValue, MakeString("no object").Get()), E_INVALIDARG);
+    EXPECT_EQ(field->SetValueAsInt32(99, 1), E_NOTIMPL);
+    EXPECT_EQ(Text(field.Get(), IVEXAMLDataField::Name), "State");
+    EXPECT_EQ(Text(field.Get(), IVEXAMLDataField::Type), "4");
+}

@@ -1,0 +1,194 @@
+// The library as the host's own code sees it, over a storage that a plug-in brought.
+
+#include "EpisodeStorage.h"
+#include "HostFixture.h"
+#include "Rows.h"
+#include "VEXA.Runtime.Threads.h"
+
+using namespace vexa::host;
+using tests::EpisodeStorage;
+
+namespace {
+
+class LibraryTest : public HostTest {
+protected:
+    LibraryTest() {
+        const Ref<IVEXAMLDataProvider> extension(Plain);
+        EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
+    }
+
+    LibraryStorage Open() { return LibraryStorage(Host.Library()); }
+    static Tree TreeOf(const LibraryStorage& storage) { return Tree(storage.Presets().at(0).Provider); }
+    static QStringList Texts(const RowPage& page) {
+        EXPECT_EQ(page.Error, "");
+        QStringList texts;
+        for (const auto& row : page.Rows) texts += row.at(0).Text;
+        return texts;
+    }
+
+    Ref<EpisodeStorage> Plain{new EpisodeStorage};
+};
+
+QStringList Captions(const std::vector<TreeNode>& nodes) {
+    QStringList captions;
+    for (const TreeNode& node : nodes) captions += node.Caption;
+    return captions;
+}
+
+class Listener final : public MusicLibraryListener {
+public:
+    void OnDataChanged(const QString& id) override { Heard += "data " + id; }
+    void OnTasksChanged(const QString& id) override { Heard += "tasks " + id; }
+    void OnActiveStorageChanged(const QString& id) override { Heard += "active " + id; }
+    QStringList Heard;
+};
+
+class Event final : public RefCountedObject<IVEXAActionEvent> {
+public:
+    void OnExecute(IUnknown*) noexcept override { ++Runs; }
+    int Runs = 0;
+};
+
+}  // namespace
+
+TEST_F(LibraryTest, AStorageSaysWhatItHas) {
+    const LibraryStorage storage = Open();
+    EXPECT_EQ(storage.ID(), "Tests.Episodes");
+    EXPECT_EQ(storage.Caption(), "Episodes");
+    EXPECT_TRUE(storage.Can(IVEXAMLExtensionDataStorage::Searching));
+    EXPECT_EQ(storage.FieldNames(kSchemaAllFields), QStringList({"ID", "Title", "Duration", "State", "Node"}));
+    EXPECT_EQ(storage.FieldNames(kSchemaTable), QStringList({"Title", "State"}));
+    EXPECT_TRUE(storage.Field("ID")->HasRows());
+    EXPECT_FALSE(storage.Field("Node")->HasRows());
+    EXPECT_EQ(storage.Field("State")->Shown("2"), "later");
+    EXPECT_EQ(storage.Field("State")->Shown("no number"), "no number");
+    ASSERT_EQ(storage.Presets().size(), 1u);
+    EXPECT_EQ(storage.Presets()[0].Caption, "Episodes");
+    EXPECT_FALSE(storage.Subscriptions());
+    EXPECT_FALSE(storage.AlbumArt({}));
+    EXPECT_THROW(LibraryStorage(Host.Library(), "nobody"), LibraryError);
+}
+
+TEST_F(LibraryTest, ListenersHearOfDataTasksAndTheStorageThatShows) {
+    Listener listener;
+    Host.Library().AddListener(&listener);
+    const Ref<IVEXAString> caption = MakeString("Working");
+    const Ref<Event> cancel(new Event);
+    Plain->Manager->Changed();
+    Plain->Manager->BackgroundTaskStarted(2, caption.Get(), cancel.Get());
+    caption->SetChars(u"Half", 4);
+    const auto tasks = Host.Library().Tasks("Tests.Episodes");
+    ASSERT_EQ(tasks.size(), 1u);
+    EXPECT_EQ(ToQString(tasks[0].Caption.Get()), "Half");  // as it is now, not as it was
+    tasks[0].Cancel->OnExecute(nullptr);
+    EXPECT_EQ(cancel->Runs, 1);
+    Plain->Manager->BackgroundTaskFinished(2);
+    EXPECT_TRUE(Host.Library().Tasks("Tests.Episodes").empty());
+
+    const Ref<EpisodeStorage> other(new EpisodeStorage("Other"));
+    const Ref<IVEXAMLDataProvider> extension(other);
+    Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(Host.Library().SetActiveStorage(extension.Get()), S_OK);
+    EXPECT_EQ(Open().ID(), "Other");
+    EXPECT_EQ(listener.Heard,
+              QStringList({"data Tests.Episodes", "tasks Tests.Episodes", "tasks Tests.Episodes", "active Other"}));
+    Host.Library().RemoveListener(&listener);
+}
+
+TEST_F(LibraryTest, ATreeIsListedLevelByLevel) {
+    const LibraryStorage storage = Open();
+    const Tree tree = TreeOf(storage);
+    const auto top = tree.Children();
+    EXPECT_EQ(Captions(top), QStringList({"new (2)", "shows"}));
+    EXPECT_TRUE(top[0].HasChildren() && top[0].IsStandalone() && !top[1].IsStandalone());
+    EXPECT_EQ(top[0].Image, IVEXAMLGroupingTreeDataProviderSelection::New);
+    EXPECT_EQ(Captions(tree.Children(top[0])), QStringList({"(1) A", "B"}));
+    EXPECT_EQ(Captions(tree.Children(top[1])), QStringList({"A", "B"}));
+    EXPECT_TRUE(tree.Children(tree.Children(top[1])[0]).empty());
+
+    const auto byValues = tree.FindByValues({"state 1", "show A"});
+    ASSERT_TRUE(byValues);
+    EXPECT_EQ(Captions(*byValues), QStringList({"new (2)", "(1) A"}));
+    EXPECT_EQ(tree.FindByCaptions({"shows", "B"})->back().Value(), "show B");
+    EXPECT_FALSE(tree.FindByCaptions({"shows", "(1) A"}));
+    EXPECT_FALSE(tree.FindByValues({"shows", "show A", "more"}));
+    EXPECT_TRUE(tree.FindByValues({})->empty());
+    EXPECT_EQ(tree.Conditions(PairsOf(*byValues))->GetChildCount(), 2);
+
+    const auto place = storage.Find("episode://e2");
+    ASSERT_TRUE(place);
+    EXPECT_FALSE(place->Filter);
+    ASSERT_EQ(place->Node.size(), 2u);
+    EXPECT_EQ(std::get<QString>(place->Node[1].Value), "show B");
+    EXPECT_FALSE(storage.Find("episode://e9"));
+}
+
+TEST_F(LibraryTest, RowsComeAsTheirFieldsSay) {
+    const LibraryStorage storage = Open();
+    RowReader reader(storage);
+    const RowPage page = reader.ReadNow({.Fields = {"State", "Duration", "Title"},
+                                         .Tree = storage.Presets()[0].Provider,
+                                         .Node = PairsOf(*TreeOf(storage).FindByValues({"shows", "show A"})),
+                                         .Sort = {{"State", IVEXAMLSortDirection::Descending}},
+                                         .Offset = 1,
+                                         .Limit = 2});
+    const RowValue words[] = {{0, "1", "new"}, {60, "", ""}, {0, "Tide", ""}};
+    ASSERT_EQ(page.Rows.size(), 2u);
+    EXPECT_TRUE(std::equal(page.Rows[0].begin(), page.Rows[0].end(), words, words + 3));
+    EXPECT_EQ(page.Rows[1][0].Shown, "heard");
+    EXPECT_EQ(page.Offset, 1);
+    EXPECT_EQ(Plain->Asked().last(),
+              "State Duration Title;Node=shows Node=show A;State:2 ID:1;1,2");  // equal rows keep their places
+
+    EXPECT_TRUE(Texts(reader.ReadNow({.Fields = {"Title"}, .Where = {{.Field = "ID", .Value1 = u"e9"_s}}})).isEmpty());
+    EXPECT_EQ(reader.CountNow({.Fields = {"Title"}, .Where = {{.Field = "State", .Value1 = 1}}, .Limit = 1}).Count, 2);
+    const RowQuery refused[] = {
+        {.Fields = {}},
+        {.Fields = {"Node"}},
+        {.Fields = {"title"}},
+        {.Fields = {"Title"}, .Where = {{.Field = "1=1; --"}}},
+        {.Fields = {"Title"}, .Sort = {{"Unlisted"}}},
+    };
+    for (const RowQuery& query : refused) EXPECT_THROW(reader.ReadNow(query), LibraryError);
+    const RowQuery array{.Fields = {"Title"}, .Where = {{.Field = "ID", .OneOf = {u"e1"_s, u"e2"_s}}}};
+    EXPECT_NE(reader.ReadNow(array).Error, "");  // this storage takes no arrays
+    EXPECT_NE(reader.CountNow(array).Error, "");
+}
+
+TEST_F(LibraryTest, TheNewestPageInSightComesFirstAndDroppedOnesAreNeverAsked) {
+    const LibraryStorage storage = Open();
+    QStringList delivered;
+    const auto deliver = [&](const RowPage& page) {
+        EXPECT_TRUE(IsMainThread());
+        delivered += QString::number(page.Offset);
+    };
+    const auto query = [](std::int32_t offset) { return RowQuery{.Fields = {"ID"}, .Offset = offset, .Limit = 1}; };
+    {
+        RowReader reader(storage);
+        Plain->Hold();
+        const auto running = reader.Read(query(0), deliver);
+        Plain->WaitUntilAsked(1);
+        reader.Read(query(1), deliver, RowReader::Urgency::Ahead);
+        reader.Read(query(2), deliver);
+        const auto dropped = reader.Read(query(3), deliver);
+        reader.Read(query(4), deliver, RowReader::Urgency::Ahead);
+        reader.Read(query(5), deliver);
+        reader.Cancel(dropped);
+        reader.Cancel(running);  // too late to ask no more, not too late to deliver nothing
+        EXPECT_TRUE(delivered.isEmpty());
+        Plain->LetThrough();
+        DrainMainThreadUntil([&] { return delivered.size() == 4; });
+        EXPECT_EQ(delivered, QStringList({"5", "2", "1", "4"}));
+        EXPECT_EQ(Plain->Asked().size(), 5);
+
+        Plain->Hold();
+        reader.Read(query(6), deliver);
+        Plain->WaitUntilAsked(6);
+        reader.Read(query(7), deliver);
+        Plain->LetThrough();
+    }  // a reader that ends delivers nothing more
+    bool isDrained = false;
+    RunInMainThread([&] { isDrained = true; }, false);
+    DrainMainThreadUntil([&] { return isDrained; });
+    EXPECT_EQ(delivered.size(), 4);
+}
