@@ -117,11 +117,12 @@ TEST_F(Notifications, TheServiceShowsReplacesTellsClicksAndHides) {
     QBuffer file(&png);
     QImage(3, 2, QImage::Format_RGB32).save(&file, "PNG");
     Icon->SetIcon(png);
-    Show("one");
+    Show("<b>&");
     const QVariantList shown = service.Call("Notify");
     EXPECT_EQ(shown[0].toString(), QStringLiteral("runtime_forms_tests"));
     EXPECT_EQ(shown[2].toString(), QStringLiteral("dialog-warning"));
     EXPECT_EQ(shown[3].toString(), QStringLiteral("T & <i>t"));
+    EXPECT_EQ(shown[4].toString(), QStringLiteral("<b>&"));
     const auto hints = qdbus_cast<QVariantMap>(shown[6]);
     const auto image = hints[QStringLiteral("image-data")].value<QDBusArgument>();
     EXPECT_EQ(image.currentSignature(), QStringLiteral("(iiibiiay)"));
