@@ -199,6 +199,7 @@ TEST_F(Notifications, HidingOrDestroyingTheIconStopsWhatIsUnderWay) {
                 Show("two");
                 ASSERT_TRUE(WaitUntil([] { return !Last.empty(); }));
                 EXPECT_EQ(Last.front().Text, QStringLiteral("two"));
+                EXPECT_EQ(service.Calls["Notify"].size(), held == "Notify" ? 2u : 1u);
                 Icon->SetVisible(false);
                 GoAway(service);
             }
