@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace vexa {
 
@@ -132,27 +133,35 @@ void SetKey(QStringList& lines, const QString& keyPath, const QString& value) {
     lines.insert(insertAt, written);
 }
 
-}  // namespace
-
-SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
+QHash<QString, QString> ParseLines(const QStringList& lines) {
+    QHash<QString, QString> values;
     QString section;
-    for (const QString& text : ReadLines(FFileName)) {
+    for (const QString& text : lines) {
         const Line line = ParseLine(text);
         if (line.Section)
             section = *line.Section;
         else if (!line.Key.isEmpty())
-            FRead.insert(KeyPath(section, line.Key), line.Value);
+            values.insert(KeyPath(section, line.Key), line.Value);
     }
+    return values;
 }
 
-std::optional<QString> SettingsFile::Find(const QString& keyPath) const {
+}  // namespace
+
+SettingsFile::SettingsFile(const QString& fileName) : FFileName(fileName) {
+    FRead = ParseLines(ReadLines(FFileName));
+}
+
+std::optional<QString> SettingsFile::Find(const QString& keyPath) {
     if (const auto found = FPending.constFind(keyPath); found != FPending.cend()) return *found;
     if (const auto found = FRead.constFind(keyPath); found != FRead.cend()) return *found;
+    FMissing.insert(keyPath);
     return std::nullopt;
 }
 
 QString SettingsFile::Read(const QString& keyPath, const QString& defaultValue) {
     if (const auto found = Find(keyPath)) return *found;
+    FMissing.remove(keyPath);
     return *FRead.insert(keyPath, defaultValue);
 }
 
@@ -171,6 +180,12 @@ void SettingsFile::Save() {
         Fail(QStringLiteral("cannot write the settings"), FFileName,
              QStringLiteral("the folder is not writable, or another program holds the lock file beside it"));
     QStringList lines = ReadLines(FFileName);
+    const QHash<QString, QString> present = ParseLines(lines);
+    for (const QString& key : std::exchange(FMissing, {})) {
+        if (!present.contains(key) || !FPending.contains(key)) continue;
+        FRead.insert(key, present[key]);
+        FPending.remove(key);
+    }
     QStringList keys = FPending.keys();
     keys.sort();
     for (const QString& key : keys) SetKey(lines, key, FPending.value(key));

@@ -12,6 +12,7 @@
 #include "VEXA.Runtime.Export.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -23,8 +24,9 @@ public:
     /// Reads the file; one that does not exist is empty. Throws std::runtime_error when it cannot be read.
     explicit SettingsFile(const QString& fileName);
 
-    /// The value; nothing when the file does not hold the key.
-    std::optional<QString> Find(const QString& keyPath) const;
+    /// The value; nothing when the file does not hold the key. What another process sets such a key to meanwhile stays:
+    /// the caller's own default, which is not known here, must not be written over it.
+    std::optional<QString> Find(const QString& keyPath);
     /// The value; the default when the file does not hold the key.
     QString Read(const QString& keyPath, const QString& defaultValue);
     /// Remembers the value for the next Save. A value equal to the one that was read, a default included, leaves the
@@ -40,6 +42,7 @@ private:
     QString FFileName;
     QHash<QString, QString> FRead;     // key path to value, as this process found it (or took it to be)
     QHash<QString, QString> FPending;  // what Save is to write
+    QSet<QString> FMissing;            // looked for, not there, without a default
 };
 
 /// The file of a profile folder.

@@ -2,6 +2,9 @@
 
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
+#include "VEXA.Runtime.Desktop.h"
+
+#include <QFile>
 
 #include <algorithm>
 
@@ -16,6 +19,12 @@ using TaskKind = IVEXAMLSubscriptionStorage::TaskID;
 const QString kCaptionKey = QStringLiteral("Podcasts\\Caption");
 const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
+const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
+
+QByteArray ResourceBytes(const QString& name, const QString& type) {
+    QFile file(u":/" + type + u'/' + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 /// Runs `body` and answers S_OK, or E_UNEXPECTED when it throws.
 template <class Body>
@@ -157,7 +166,9 @@ void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
     FTasks.UpdateTask(TaskKind::Refresh, feedURL);
 }
 
-void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool) {
+void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
+    if (const TPodcastClient* client = FClient.Get(); hasNewEpisodes && client && client->Options().ShowNotifications())
+        ShowNotification(kNewEpisodesKey, [this] { OpenPodcasts(); });
     FTasks.FinishTask(TaskKind::Refresh);
 }
 
@@ -178,6 +189,30 @@ void TVEXAPodcastsMLExtension::DownloadsFinished() {
 
 void TVEXAPodcastsMLExtension::DataChanged() {
     if (FManager) FManager->Changed();
+}
+
+// ---- Notifications ----
+
+void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::function<void()> onClick) {
+    if (!FTrayIcon) {
+        FTrayIcon = std::make_unique<NotificationIcon>();
+        FTrayIcon->SetIcon(ResourceBytes(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
+    }
+    FTrayIcon->SetOnClick(std::move(onClick));
+    FTrayIcon->SetVisible(true);
+    FTrayIcon->ShowBalloon(LocalizedText(kCaptionKey), LocalizedText(textKey), BalloonKind::Information);
+}
+
+void TVEXAPodcastsMLExtension::OpenPodcasts() {
+    if (const auto library = HostService<IVEXAServiceMusicLibrary>()) {
+        Ref<IUnknown> storage;
+        if (Succeeded(library->GetStorageByID(ToHostString(kStorageID).Get(), IUnknown::IID, storage.PutVoid())))
+            library->SetActiveStorage(storage.Get());
+    }
+    std::int32_t show = 0;
+    SendHostMessage(kMsgShowWindow, kWindowLibrary, &show);
+    BringToFront(HostMainWindow());
+    FTrayIcon->SetVisible(false);
 }
 
 // ---- The host's messages ----

@@ -4,6 +4,7 @@
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.ML.Rows.h"
 #include "Podcasts.Plugin.ML.Tasks.h"
+#include "VEXA.Runtime.Notifications.h"
 #include "apiWrappers.h"
 
 #include <memory>
@@ -84,12 +85,15 @@ private:
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
     explicit TVEXAPodcastsMLExtension(TPodcastClient& client);
 
+    void ShowNotification(const QString& textKey, std::function<void()> onClick);
+    void OpenPodcasts();
     void MarkPlayedEpisode();
 
     vexa::Link<TPodcastClient> FClient;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
     vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // between Initialize and Finalize
+    std::unique_ptr<vexa::NotificationIcon> FTrayIcon;    // from the first notification on
 };
 
 }  // namespace podcasts

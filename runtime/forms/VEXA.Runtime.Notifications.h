@@ -27,7 +27,8 @@ struct Notification {
 class VEXA_RUNTIME_API NotificationPresenter {
 public:
     virtual ~NotificationPresenter();
-    /// Shows it, in place of what it shows already. Calls `refused` once, at once or later, when it cannot.
+    /// Shows it, in place of what it shows already. Calls `refused` once, at once or later, when it cannot; then it
+    /// shows nothing any more. The OnClick that an icon gives to a presenter only queues the click: it throws nothing.
     virtual void Show(const Notification& notification, std::function<void()> refused) = 0;
     virtual void Hide() = 0;
 };
@@ -48,15 +49,17 @@ public:
 
     /// A PNG file.
     void SetIcon(const QByteArray& png);
-    /// Runs when the icon, or its balloon, is clicked.
+    /// Runs when the icon, or its balloon, is clicked. May hide or destroy the icon; what it throws is logged.
     void SetOnClick(std::function<void()> onClick);
+    /// False takes away what is shown, and gives up what is about to be. An icon without a balloon shows nothing: true
+    /// waits for ShowBalloon.
     void SetVisible(bool visible);
-    /// Shows a balloon, and the icon with it.
+    /// Shows a balloon, and the icon with it, in place of any other icon's.
     void ShowBalloon(const QString& title, const QString& text, BalloonKind kind);
 
 private:
     struct Impl;
-    std::unique_ptr<Impl> FImpl;
+    std::shared_ptr<Impl> FImpl;
 };
 
 }  // namespace vexa
