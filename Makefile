@@ -51,7 +51,7 @@ bench: setup
 	@./bench/compare build/bench/bin
 
 format:
-	@find sdk runtime core cli host tests bench -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+	@find sdk runtime core host_api plugin cli host tests bench -name '*.h' -o -name '*.cpp' | xargs clang-format -i
 
 clean:
 	@rm -rf build

@@ -100,20 +100,20 @@ std::string TPodcastsDB::FastStateCountQuery(TPodcastEpisodeState state, bool jo
     // index of the UNIQUE constraint tells at once; only another program can have written one).
     static constexpr std::string_view counted = "Count(PodcastEpisodes.URI)";
     std::string sql = TPodcastsDBQueryBuilder::StateCountQuery(state, joinFeed);
-    if (QueryInteger("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URI IS NULL)") == 0)
+    if (ReadInteger("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URI IS NULL)") == 0)
         sql.replace(sql.find(counted), counted.size(), "Count(*)");
     return sql;
 }
 
 int TPodcastsDB::GetFeedID(const QString& urlFeed) {
-    return QueryInteger(SqlBuilder("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = ").Text(urlFeed).Raw(" LIMIT 1"));
+    return ReadInteger(SqlBuilder("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = ").Text(urlFeed).Raw(" LIMIT 1"));
 }
 
 std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
     if (id < 0) return nullptr;
     std::unique_ptr<TPodcastFeed> feed;
     {
-        const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastFeeds WHERE FeedID = ").Integer(id).Raw(" LIMIT 1"));
+        const auto cursor = Read(SqlBuilder("SELECT * FROM PodcastFeeds WHERE FeedID = ").Integer(id).Raw(" LIMIT 1"));
         if (!cursor) return nullptr;
         feed = std::make_unique<TPodcastFeed>();
         feed->ID = id;
@@ -128,7 +128,7 @@ std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
         feed->Fields[pffURLLogo] = cursor->Text("URLLogo");
     }
     if (!withEpisodes) return feed;
-    const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
+    const auto cursor = Read(SqlBuilder("SELECT * FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
     if (!cursor) return feed;
     const EpisodeColumns columns(*cursor);
     ForEachRow(cursor, [&](const SqliteCursor& row) { columns.Read(row, feed->NewEpisode()); });
@@ -136,7 +136,6 @@ std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
 }
 
 std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(const QString& urlFeed, bool withEpisodes) {
-    const auto lock = Lock();
     return GetFeed(GetFeedID(urlFeed), withEpisodes);
 }
 
@@ -165,21 +164,18 @@ void TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
 void TPodcastsDB::EnumFeeds(const QString& category, const FeedVisitor& visitor) {
     SqlBuilder sql("SELECT URLFeed, Name FROM PodcastFeeds");
     if (!category.isEmpty()) sql.Raw(" WHERE Category = ").Text(category);
-    ForEachRow(Query(sql.Raw(" ORDER BY Name")),
-               [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), 0); });
+    ForEachRow(Read(sql.Raw(" ORDER BY Name")), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), 0); });
 }
 
 void TPodcastsDB::EnumFeedsWithState(TPodcastEpisodeState state, const FeedVisitor& visitor) {
-    const auto lock = Lock();
     const SqlBuilder sql = SqlBuilder("SELECT URLFeed, Name, (")
                                .Raw(FastStateCountQuery(state, true))
                                .Raw(") AS Count FROM PodcastFeeds WHERE Count > 0 ORDER BY Name");
-    ForEachRow(Query(sql), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), row.Integer(2)); });
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), row.Integer(2)); });
 }
 
 void TPodcastsDB::EnumFeedSummaries(
     const std::function<void(int, const QString&, const QString&, int, int, int)>& visitor) {
-    const auto lock = Lock();
     const SqlBuilder sql = SqlBuilder("SELECT FeedID, URLFeed, Name, (")
                                .Raw(FastStateCountQuery(pesNew, true))
                                .Raw("), (")
@@ -187,7 +183,7 @@ void TPodcastsDB::EnumFeedSummaries(
                                .Raw(
                                    "), (SELECT Count(*) FROM PodcastEpisodes WHERE PodcastEpisodes.FeedID = "
                                    "PodcastFeeds.FeedID) FROM PodcastFeeds ORDER BY Name");
-    ForEachRow(Query(sql), [&](const SqliteCursor& row) {
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) {
         visitor(row.Integer(0), row.Text(1), row.Text(2), row.Integer(3), row.Integer(4), row.Integer(5));
     });
 }
@@ -197,7 +193,7 @@ std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeK
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
     // Of several rows of a GUID the one written last has the audio address that is valid now.
     if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
-    const auto cursor = Query(sql);
+    const auto cursor = Read(sql);
     if (!cursor) return nullptr;
     auto episode = std::make_unique<TPodcastEpisode>();
     EpisodeColumns(*cursor).Read(*cursor, *episode);
@@ -206,19 +202,18 @@ std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeK
 
 bool TPodcastsDB::GetEpisodeCounts(int feedID, int& newCount, int& postponedCount) {
     if (feedID < 0) return false;
-    const auto lock = Lock();
     if (feedID == 0) {
-        newCount = QueryInteger(FastStateCountQuery(pesNew, false));
-        postponedCount = QueryInteger(FastStateCountQuery(pesPostponed, false));
+        newCount = ReadInteger(FastStateCountQuery(pesNew, false));
+        postponedCount = ReadInteger(FastStateCountQuery(pesPostponed, false));
         return newCount >= 0 && postponedCount >= 0;
     }
-    const auto cursor = Query(SqlBuilder("SELECT (")
-                                  .Raw(FastStateCountQuery(pesNew, true))
-                                  .Raw("), (")
-                                  .Raw(FastStateCountQuery(pesPostponed, true))
-                                  .Raw(") FROM PodcastFeeds WHERE FeedID = ")
-                                  .Integer(feedID)
-                                  .Raw(" LIMIT 1"));
+    const auto cursor = Read(SqlBuilder("SELECT (")
+                                 .Raw(FastStateCountQuery(pesNew, true))
+                                 .Raw("), (")
+                                 .Raw(FastStateCountQuery(pesPostponed, true))
+                                 .Raw(") FROM PodcastFeeds WHERE FeedID = ")
+                                 .Integer(feedID)
+                                 .Raw(" LIMIT 1"));
     if (!cursor) return false;
     newCount = cursor->Integer(0);
     postponedCount = cursor->Integer(1);
@@ -230,14 +225,14 @@ bool TPodcastsDB::GetEpisodeCounts(const QString& urlFeed, int& newCount, int& p
 }
 
 int TPodcastsDB::GetEpisodeCount(int feedID) {
-    return QueryInteger(SqlBuilder("SELECT Count(*) FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
+    return ReadInteger(SqlBuilder("SELECT Count(*) FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
 }
 
 void TPodcastsDB::EnumNewEpisodes(const TextVisitor& visitor) {
     SqlBuilder sql("SELECT FeedID, URI FROM PodcastEpisodes WHERE (");
     TPodcastsDBQueryBuilder::CachedFileLength(sql);
     sql.Raw(" = 0) AND (State = ").Integer(pesNew).Raw(") ORDER BY PublishDate DESC");
-    ForEachRow(Query(sql), [&](const SqliteCursor& row) { visitor(row.Text(1)); });
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Text(1)); });
 }
 
 void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor) {
@@ -267,7 +262,7 @@ void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const Episod
     } else {
         sql.Raw(condition.Sql()).Raw(newestFirst).Raw(range);
     }
-    const auto cursor = Query(sql);
+    const auto cursor = Read(sql);
     if (!cursor) return;
     const EpisodeColumns columns(*cursor);
     const int feedName = cursor->ColumnIndex("FeedName");
@@ -279,14 +274,14 @@ void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const Episod
 }
 
 void TPodcastsDB::EnumGUIDs(int feedID, const TextVisitor& visitor) {
-    ForEachRow(Query(SqlBuilder("SELECT DISTINCT GUID FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID)),
+    ForEachRow(Read(SqlBuilder("SELECT DISTINCT GUID FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID)),
                [&](const SqliteCursor& row) { visitor(row.Text(0)); });
 }
 
 int TPodcastsDB::CountEpisodes(const QString& episodeKey) {
     SqlBuilder sql("SELECT Count(*) FROM PodcastEpisodes WHERE ");
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
-    return QueryInteger(sql);
+    return ReadInteger(sql);
 }
 
 void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
@@ -310,7 +305,7 @@ void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisi
             TPodcastsDBQueryBuilder::EpisodeCondition(sql.Raw(separator), key);
             separator = ") OR (";
         }
-        ForEachRow(Query(sql.Raw("))")), [&](const SqliteCursor& row) {
+        ForEachRow(Read(sql.Raw("))")), [&](const SqliteCursor& row) {
             const QString file = row.Text(0);
             if (visited.insert(file).second) visitor(file);
         });
@@ -327,7 +322,7 @@ int TPodcastsDB::ResetMissingCachedFiles() {
     // The files are looked at before anything is locked: a sleeping disk must not make every other writer wait.
     QStringList missing;
     bool hasNull = false;
-    ForEachRow(Query("SELECT DISTINCT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT ''"),
+    ForEachRow(Read("SELECT DISTINCT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT ''"),
                [&](const SqliteCursor& row) {
                    if (row.IsNull(0))
                        hasNull = true;
@@ -353,23 +348,23 @@ int TPodcastsDB::ResetMissingCachedFiles() {
 
 bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode) {
     // Rows of one URI are one audio file under several feeds, rows of one GUID one episode under several addresses.
-    return QueryInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
-                                   "URLAudioCached = ")
-                            .Text(fileName)
-                            .Raw(" AND URI IS NOT ")
-                            .Text(episode.Fields[pefURI])
-                            .Raw(" AND NOT (FeedID = ")
-                            .Integer(episode.FeedID)
-                            .Raw(" AND GUID = ")
-                            .Text(episode.Fields[pefGUID])
-                            .Raw("))")) == 1;
+    return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                  "URLAudioCached = ")
+                           .Text(fileName)
+                           .Raw(" AND URI IS NOT ")
+                           .Text(episode.Fields[pefURI])
+                           .Raw(" AND NOT (FeedID = ")
+                           .Integer(episode.FeedID)
+                           .Raw(" AND GUID = ")
+                           .Text(episode.Fields[pefGUID])
+                           .Raw("))")) == 1;
 }
 
 bool TPodcastsDB::IsFileRecorded(const QString& fileName) {
-    return QueryInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
-                                   "URLAudioCached = ")
-                            .Text(fileName)
-                            .Raw(")")) == 1;
+    return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                  "URLAudioCached = ")
+                           .Text(fileName)
+                           .Raw(")")) == 1;
 }
 
 void TPodcastsDB::ForgetFile(const QString& fileName) {
@@ -380,7 +375,7 @@ void TPodcastsDB::ForgetFile(const QString& fileName) {
 
 bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {
     if (id < 0) return false;
-    const auto cursor = Query(SqlBuilder("SELECT * FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));
+    const auto cursor = Read(SqlBuilder("SELECT * FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));
     if (!cursor) return false;
     QByteArray bytes = cursor->Blob("Data");
     if (bytes.isEmpty()) return false;

@@ -76,7 +76,6 @@ std::span<const TPodcastsDB::Index> TPodcastsDB::Indexes() {
 }
 
 void TPodcastsDB::InitializeFunctions() {
-    SqliteDatabase::InitializeFunctions();
     RegisterFunction("FileExists", [](const QString& name) -> int { return vexa::FileExists(name) ? 1 : 0; });
     RegisterFunction("MakeFormat", [](const QString& text) { return MakeFormat(text); });
     RegisterFunction("MakeURI", [](const QString& text) { return MakeURI(text); });

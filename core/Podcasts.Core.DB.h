@@ -3,7 +3,7 @@
 //
 // Every operation may be called by any thread. A missing row is a false result, an ID <= 0, or nothing done; SQL errors
 // are vexa::SqliteError. Operations keep no state between calls. Visitors are called on the calling thread while the
-// query is open and must not write to the database.
+// query is open.
 
 #include "Podcasts.Core.Classes.h"
 #include "VEXA.Runtime.SQLite.h"

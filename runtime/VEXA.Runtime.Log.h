@@ -11,6 +11,7 @@ VEXA_RUNTIME_API const QLoggingCategory& LogHttp();      // podcasts.http
 VEXA_RUNTIME_API const QLoggingCategory& LogDatabase();  // podcasts.db
 VEXA_RUNTIME_API const QLoggingCategory& LogRefresh();   // podcasts.refresh
 VEXA_RUNTIME_API const QLoggingCategory& LogDownload();  // podcasts.download
+VEXA_RUNTIME_API const QLoggingCategory& LogPlugin();    // podcasts.plugin
 VEXA_RUNTIME_API const QLoggingCategory& LogRuntime();   // podcasts.runtime
 
 }  // namespace vexa

@@ -24,6 +24,8 @@ constexpr int kPageSize = 8192;
 // Pages. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back
 // once.
 constexpr int kCheckpointPages = 4000;
+// Connections for reading that are kept for the next one who reads.
+constexpr std::size_t kMostIdleReaders = 4;
 
 /// What a person can do about an error; empty when we do not know.
 const char* Advice(int code) {
@@ -120,13 +122,13 @@ void CallFunction(sqlite3_context* context, int, sqlite3_value** arguments) {
 SqliteError::~SqliteError() = default;
 
 /// Owns one prepared statement.
-class SqliteDatabase::Statement {
+class SqliteConnection::Statement {
 public:
-    Statement(SqliteDatabase& database, std::string_view sql, const char** tail = nullptr) {
+    Statement(SqliteConnection& connection, std::string_view sql, const char** tail = nullptr) {
         const char* rest = nullptr;
         const int code =
-            sqlite3_prepare_v2(database.FConnection, sql.data(), static_cast<int>(sql.size()), &FStatement, &rest);
-        if (code != SQLITE_OK) database.Raise("cannot read or write", code);
+            sqlite3_prepare_v2(connection.FHandle, sql.data(), static_cast<int>(sql.size()), &FStatement, &rest);
+        if (code != SQLITE_OK) connection.Raise("cannot read or write", code);
         if (tail) *tail = rest;
     }
     ~Statement() { sqlite3_finalize(FStatement); }
@@ -140,85 +142,81 @@ private:
     sqlite3_stmt* FStatement = nullptr;
 };
 
-SqliteCursor::~SqliteCursor() {
-    sqlite3_finalize(FStatement);
-}
+// ---- SqliteConnection ----
 
-bool SqliteCursor::Next() {
-    const int code = sqlite3_step(FStatement);
-    if (code == SQLITE_ROW) return true;
-    if (code != SQLITE_DONE) FDatabase.Raise("cannot read", code);
-    return false;
-}
-
-int SqliteCursor::ColumnCount() const {
-    return sqlite3_column_count(FStatement);
-}
-
-int SqliteCursor::ColumnIndex(std::string_view name) const {
-    for (int i = 0; i < ColumnCount(); ++i)
-        if (name == sqlite3_column_name(FStatement, i)) return i;
-    return -1;
-}
-
-int SqliteCursor::Require(std::string_view name) const {
-    const int column = ColumnIndex(name);
-    if (column < 0) throw SqliteError("a query gives no column " + std::string(name), SQLITE_ERROR);
-    return column;
-}
-
-bool SqliteCursor::IsNull(int column) const {
-    return sqlite3_column_type(FStatement, column) == SQLITE_NULL;
-}
-
-std::string_view SqliteCursor::Utf8(int column) const {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(FStatement, column));
-    return text ? std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(FStatement, column)))
-                : std::string_view();
-}
-
-QString SqliteCursor::Text(int column) const {
-    return FromUtf8(Utf8(column));
-}
-
-int SqliteCursor::Integer(int column) const {
-    return sqlite3_column_int(FStatement, column);
-}
-
-qint64 SqliteCursor::Integer64(int column) const {
-    return sqlite3_column_int64(FStatement, column);
-}
-
-double SqliteCursor::Double(int column) const {
-    return sqlite3_column_double(FStatement, column);
-}
-
-QByteArray SqliteCursor::Blob(int column) const {
-    const auto* data = static_cast<const char*>(sqlite3_column_blob(FStatement, column));
-    return data ? QByteArray(data, sqlite3_column_bytes(FStatement, column)) : QByteArray();
-}
-
-SqliteDatabase::~SqliteDatabase() {
+SqliteConnection::~SqliteConnection() {
     Close();
 }
 
-void SqliteDatabase::Close() noexcept {
-    sqlite3_close_v2(FConnection);
-    FConnection = nullptr;
+void SqliteConnection::Close() noexcept {
+    sqlite3_close_v2(FHandle);
+    FHandle = nullptr;
 }
 
-void SqliteDatabase::Open(const QString& fileName) {
+void SqliteConnection::OpenConnection(const QString& fileName, int flags) {
     FFileName = fileName;
-    const QByteArray encoded = QFile::encodeName(fileName);
-    // NOMUTEX: the wrapper's own lock serialises the connection.
-    const int code = sqlite3_open_v2(encoded.constData(), &FConnection,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    // NOMUTEX: the wrapper sees to it that a connection serves one thread at a time.
+    const int code =
+        sqlite3_open_v2(QFile::encodeName(fileName).constData(), &FHandle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (code != SQLITE_OK) Raise("cannot open", code);
+    sqlite3_extended_result_codes(FHandle, 1);
+    sqlite3_busy_timeout(FHandle, kBusyMilliseconds);
+    RegisterUnicode();
+}
+
+void SqliteConnection::RegisterUnicode() {
+    constexpr int kDeterministic = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
+    int code =
+        sqlite3_create_function_v2(FHandle, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK)
+        code = sqlite3_create_collation_v2(FHandle, "UNICODE", SQLITE_UTF8, nullptr, UnicodeCollator::Compare, nullptr);
+    if (code != SQLITE_OK) Raise("cannot prepare", code);
+}
+
+std::unique_ptr<SqliteCursor> SqliteConnection::Query(std::string_view sql,
+                                                      std::unique_lock<std::recursive_mutex> lock) {
+    Statement statement(*this, sql);
+    const int code = sqlite3_step(statement.Get());
+    if (code == SQLITE_DONE) return nullptr;
+    if (code != SQLITE_ROW) Raise("cannot read", code);
+    return std::unique_ptr<SqliteCursor>(new SqliteCursor(*this, std::move(lock), statement.Release()));
+}
+
+// ---- SqliteReader ----
+
+SqliteReader::SqliteReader(const QString& fileName) {
     try {
-        if (code != SQLITE_OK) Raise("cannot open", code);
-        sqlite3_extended_result_codes(FConnection, 1);
-        sqlite3_busy_timeout(FConnection, kBusyMilliseconds);
+        // Not SQLITE_OPEN_READONLY: the first reader of a database in WAL mode may have to make its shared-memory file.
+        OpenConnection(fileName, SQLITE_OPEN_READWRITE);
+        ExecuteSQL("PRAGMA query_only=1");
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+qint64 SqliteReader::QueryInteger(std::string_view sql) {
+    const auto cursor = Query(sql);
+    return cursor ? cursor->Integer64(0) : -1;
+}
+
+void SqliteReader::ExecuteSQL(std::string_view sql) {
+    const auto cursor = Query(sql);
+}
+
+void SqliteReader::Interrupt() noexcept {
+    sqlite3_interrupt(FHandle);
+}
+
+// ---- SqliteDatabase ----
+
+SqliteDatabase::~SqliteDatabase() = default;
+
+void SqliteDatabase::Open(const QString& fileName) {
+    try {
+        OpenConnection(fileName, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
         // SQLite quietly opens a file that may not be written for reading alone.
-        if (sqlite3_db_readonly(FConnection, "main") == 1) Raise("cannot open", SQLITE_READONLY);
+        if (sqlite3_db_readonly(FHandle, "main") == 1) Raise("cannot open", SQLITE_READONLY);
         InitializeFunctions();
         VerifyLayout();
         ExecuteSQL("PRAGMA page_size=" + std::to_string(kPageSize));  // of a new file; an existing one keeps its own
@@ -245,32 +243,22 @@ void SqliteDatabase::EnterWal() {
     }
 }
 
-void SqliteDatabase::InitializeFunctions() {
-    constexpr int kDeterministic = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    int code =
-        sqlite3_create_function_v2(FConnection, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr, nullptr);
-    if (code == SQLITE_OK)
-        code = sqlite3_create_collation_v2(FConnection, "UNICODE", SQLITE_UTF8, nullptr, UnicodeCollator::Compare,
-                                           nullptr);
-    if (code != SQLITE_OK) Raise("cannot prepare", code);
-}
-
 void SqliteDatabase::RegisterFunction(const char* name, TextFunction function) {
-    const int code = sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+    const int code = sqlite3_create_function_v2(FHandle, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
                                                 reinterpret_cast<void*>(function), CallFunction<TextFunction>, nullptr,
                                                 nullptr, nullptr);
     if (code != SQLITE_OK) Raise("cannot prepare", code);
 }
 
 void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function) {
-    const int code = sqlite3_create_function_v2(FConnection, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
+    const int code = sqlite3_create_function_v2(FHandle, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
                                                 CallFunction<IntegerFunction>, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) Raise("cannot prepare", code);
 }
 
-void SqliteDatabase::Raise(const std::string& what, int code) const {
+void SqliteConnection::Raise(const std::string& what, int code) const {
     const char* reason =
-        FConnection && sqlite3_errcode(FConnection) != SQLITE_OK ? sqlite3_errmsg(FConnection) : sqlite3_errstr(code);
+        FHandle && sqlite3_errcode(FHandle) != SQLITE_OK ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code);
     const std::string message = what + " the database " + FFileName.toStdString() + ": " + reason + Advice(code);
     qCDebug(LogDatabase).noquote() << QString::fromStdString(message);
     throw SqliteError(message, code);
@@ -290,18 +278,41 @@ void SqliteDatabase::ExecuteSQL(std::string_view sql) {
     }
 }
 
-int SqliteDatabase::QueryInteger(std::string_view sql) {
-    const auto cursor = Query(sql);
+SqliteBorrowedReader SqliteDatabase::BorrowReader() {
+    std::unique_ptr<SqliteReader> reader;
+    {
+        const std::lock_guard lock(FReadersMutex);
+        if (!FIdleReaders.empty()) {
+            reader = std::move(FIdleReaders.back());
+            FIdleReaders.pop_back();
+        }
+    }
+    if (!reader) reader = std::make_unique<SqliteReader>(FFileName);
+    return SqliteBorrowedReader(reader.release(), {this});
+}
+
+void SqliteReturnReader::operator()(SqliteReader* reader) const noexcept {
+    std::unique_ptr<SqliteReader> owned(reader);
+    const std::lock_guard lock(Database->FReadersMutex);
+    if (Database->FIdleReaders.size() < kMostIdleReaders) Database->FIdleReaders.push_back(std::move(owned));
+}
+
+std::unique_ptr<SqliteCursor> SqliteDatabase::Read(std::string_view sql) {
+    if (FTransactionThread.load() == std::this_thread::get_id()) return Query(sql);
+    auto reader = BorrowReader();
+    auto cursor = reader->Query(sql);
+    if (cursor) cursor->FReader = std::move(reader);
+    return cursor;
+}
+
+int SqliteDatabase::ReadInteger(std::string_view sql) {
+    const auto cursor = Read(sql);
     return cursor ? cursor->Integer(0) : -1;
 }
 
-std::unique_ptr<SqliteCursor> SqliteDatabase::Query(std::string_view sql) {
-    auto lock = Lock();
-    Statement statement(*this, sql);
-    const int code = sqlite3_step(statement.Get());
-    if (code == SQLITE_DONE) return nullptr;
-    if (code != SQLITE_ROW) Raise("cannot read", code);
-    return std::unique_ptr<SqliteCursor>(new SqliteCursor(*this, std::move(lock), statement.Release()));
+int SqliteDatabase::QueryInteger(std::string_view sql) {
+    const auto cursor = Query(sql);
+    return cursor ? cursor->Integer(0) : -1;
 }
 
 void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size) {
@@ -318,6 +329,12 @@ void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
     // Immediate: a transaction that begins by reading and is overtaken by another writer could never write.
     ExecuteSQL(nested ? "SAVEPOINT Nested" : "BEGIN IMMEDIATE");
     ++FTransactionDepth;
+    const auto outer = FTransactionThread.exchange(std::this_thread::get_id());
+    struct Ending {
+        std::atomic<std::thread::id>& Thread;
+        std::thread::id Outer;
+        ~Ending() { Thread = Outer; }
+    } const ending{FTransactionThread, outer};
     try {
         procedure();
         ExecuteSQL(nested ? "RELEASE Nested" : "COMMIT");
@@ -325,7 +342,7 @@ void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
         --FTransactionDepth;
         try {
             // A full disk may have rolled back the whole transaction by itself.
-            if (!sqlite3_get_autocommit(FConnection))
+            if (!sqlite3_get_autocommit(FHandle))
                 ExecuteSQL(nested ? "ROLLBACK TO Nested; RELEASE Nested" : "ROLLBACK");
         } catch (const SqliteError& error) {
             qCWarning(LogDatabase) << error.what();
@@ -344,7 +361,7 @@ std::vector<std::string> SqliteDatabase::TableColumns(std::string_view table) {
 }
 
 int SqliteDatabase::ChangedRows() const {
-    return sqlite3_changes(FConnection);
+    return sqlite3_changes(FHandle);
 }
 
 }  // namespace vexa

@@ -1,8 +1,10 @@
 #pragma once
-// An SQLite database on one connection that many threads may use: calls are serialised by a reentrant lock.
+// An SQLite database: one connection that writes, which many threads may use since calls are serialised by a reentrant
+// lock, and further ones that only read, each for one user at a time.
 //
-// The file is opened in WAL mode, so that other processes can read and write it too and a crash leaves the last
-// committed state. Every error is an SqliteError. Errors of the kind "busy" come after waiting five seconds.
+// The file is opened in WAL mode, so that readers never wait for a writer, other processes can read and write it too,
+// and a crash leaves the last committed state. Every error is an SqliteError. Errors of the kind "busy" come after
+// waiting five seconds.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
@@ -10,16 +12,19 @@
 #include <QByteArray>
 #include <QString>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_value;
 
 namespace vexa {
 
@@ -35,27 +40,50 @@ private:
     int FCode;
 };
 
-/// A query's rows, positioned on one of them. Holds the connection's lock as long as it lives: read and let go.
-/// Columns are named by 0-based index or by name; NULL reads as empty or 0.
-class VEXA_RUNTIME_API SqliteCursor {
+/// A query's rows, positioned on one of them; on the first one at first. Columns are named by 0-based index; NULL reads
+/// as empty or 0.
+class VEXA_RUNTIME_API SqliteRows {
 public:
-    ~SqliteCursor();
+    virtual ~SqliteRows();
+    /// Steps to the next row; false at the end.
+    virtual bool Next() = 0;
+    virtual int ColumnCount() const = 0;
+    virtual QString Text(int column) const = 0;
+    virtual int Integer(int column) const = 0;
+    virtual qint64 Integer64(int column) const = 0;
+    virtual double Double(int column) const = 0;
+};
+
+class SqliteConnection;
+class SqliteReader;
+class SqliteDatabase;
+
+/// Hands a borrowed reader back to its database.
+struct SqliteReturnReader {
+    SqliteDatabase* Database = nullptr;
+    void operator()(SqliteReader* reader) const noexcept;
+};
+using SqliteBorrowedReader = std::unique_ptr<SqliteReader, SqliteReturnReader>;
+
+/// Rows that are read as one steps. On a database's own connection it holds the lock as long as it lives, on a reader
+/// it keeps that from others: read and let go. Columns can be named by name, too.
+class VEXA_RUNTIME_API SqliteCursor final : public SqliteRows {
+public:
+    ~SqliteCursor() override;
     SqliteCursor(const SqliteCursor&) = delete;
     SqliteCursor& operator=(const SqliteCursor&) = delete;
 
-    /// Steps to the next row; false at the end.
-    bool Next();
-
-    int ColumnCount() const;
+    bool Next() override;
+    int ColumnCount() const override;
     /// −1 when there is no such column.
     int ColumnIndex(std::string_view name) const;
     bool IsNull(int column) const;
-    QString Text(int column) const;
+    QString Text(int column) const override;
     /// The text's bytes, valid until the next step.
     std::string_view Utf8(int column) const;
-    int Integer(int column) const;
-    qint64 Integer64(int column) const;
-    double Double(int column) const;
+    int Integer(int column) const override;
+    qint64 Integer64(int column) const override;
+    double Double(int column) const override;
     QByteArray Blob(int column) const;
 
     QString Text(std::string_view name) const { return Text(Require(name)); }
@@ -64,24 +92,97 @@ public:
     QByteArray Blob(std::string_view name) const { return Blob(Require(name)); }
 
 private:
+    friend class SqliteConnection;
     friend class SqliteDatabase;
-    SqliteCursor(class SqliteDatabase& database, std::unique_lock<std::recursive_mutex> lock, sqlite3_stmt* statement)
-        : FDatabase(database), FLock(std::move(lock)), FStatement(statement) {}
+    friend class SqliteRowSet;
+    SqliteCursor(SqliteConnection& connection, std::unique_lock<std::recursive_mutex> lock, sqlite3_stmt* statement)
+        : FConnection(connection), FLock(std::move(lock)), FStatement(statement) {}
     int Require(std::string_view name) const;
 
-    SqliteDatabase& FDatabase;
+    SqliteConnection& FConnection;
     std::unique_lock<std::recursive_mutex> FLock;
+    SqliteBorrowedReader FReader;
     sqlite3_stmt* FStatement;
 };
 
-class VEXA_RUNTIME_API SqliteDatabase {
+/// Rows read into memory: they keep nothing open.
+class VEXA_RUNTIME_API SqliteRowSet final : public SqliteRows {
 public:
-    SqliteDatabase() = default;
-    virtual ~SqliteDatabase();
-    SqliteDatabase(const SqliteDatabase&) = delete;
-    SqliteDatabase& operator=(const SqliteDatabase&) = delete;
+    /// Appends all rows of the cursor, from its current one on.
+    void Append(SqliteCursor& cursor);
+    /// Puts the rows into the order that `order` says: the row of index order[i] becomes row i.
+    void Reorder(const std::vector<std::size_t>& order);
+    /// Goes to a row, counted from 0; on the first one at first.
+    void GoTo(std::size_t row) { FRow = row; }
+    std::size_t RowCount() const;
+
+    bool Next() override;
+    int ColumnCount() const override { return FColumns; }
+    QString Text(int column) const override;
+    int Integer(int column) const override;
+    qint64 Integer64(int column) const override;
+    double Double(int column) const override;
+
+private:
+    struct FreeValue {
+        void operator()(sqlite3_value* value) const noexcept;
+    };
+    using Value = std::unique_ptr<sqlite3_value, FreeValue>;
+
+    sqlite3_value* At(int column) const;
+
+    int FColumns = 0;
+    std::size_t FRow = 0;
+    std::vector<Value> FValues;  // row by row
+};
+
+/// What every connection has. UPPER and the collation UNICODE are registered on each.
+class VEXA_RUNTIME_API SqliteConnection {
+public:
+    virtual ~SqliteConnection();
+    SqliteConnection(const SqliteConnection&) = delete;
+    SqliteConnection& operator=(const SqliteConnection&) = delete;
 
     QString FileName() const { return FFileName; }
+
+protected:
+    friend class SqliteCursor;
+    class Statement;
+
+    SqliteConnection() = default;
+    void OpenConnection(const QString& fileName, int flags);
+    void Close() noexcept;
+    void RegisterUnicode();
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<std::recursive_mutex> lock);
+    [[noreturn]] void Raise(const std::string& what, int code) const;
+
+    QString FFileName;
+    sqlite3* FHandle = nullptr;
+};
+
+/// A connection that only reads. One user at a time, on whichever thread. It never waits for a writer, and sees what
+/// was committed when its oldest open cursor began.
+class VEXA_RUNTIME_API SqliteReader final : public SqliteConnection {
+public:
+    /// Opens a database that exists already.
+    explicit SqliteReader(const QString& fileName);
+
+    /// A cursor on the first row; nothing when there is none.
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, {}); }
+    /// The first column of the first row; −1 when there is no row.
+    qint64 QueryInteger(std::string_view sql);
+    /// Runs statements that give no rows, such as those that begin and end a snapshot.
+    void ExecuteSQL(std::string_view sql);
+    /// A number that changes with every commit of another connection.
+    qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
+    /// Ends the statement that runs, from any thread, with an error.
+    void Interrupt() noexcept;
+};
+
+class VEXA_RUNTIME_API SqliteDatabase : public SqliteConnection {
+public:
+    SqliteDatabase() = default;
+    ~SqliteDatabase() override;
 
     /// Runs statements that give no rows.
     void ExecuteSQL(std::string_view sql);
@@ -90,8 +191,14 @@ public:
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
     /// A cursor on the first row; nothing when there is none.
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql);
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
+    /// The same two on a connection that only reads: they never wait for what another thread writes, and see all that
+    /// was committed before. Inside a transaction of the calling thread they see its writes, on the connection's own.
+    std::unique_ptr<SqliteCursor> Read(std::string_view sql);
+    std::unique_ptr<SqliteCursor> Read(const SqlBuilder& builder) { return Read(builder.Sql()); }
+    int ReadInteger(std::string_view sql);
+    int ReadInteger(const SqlBuilder& builder) { return ReadInteger(builder.Sql()); }
     /// Runs an insert whose one "?" takes the bytes.
     void ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size);
 
@@ -111,8 +218,8 @@ protected:
     /// Opens or creates the file, then runs the three steps below in order. For the constructor of the derived class.
     void Open(const QString& fileName);
 
-    /// Registers UPPER and the collation UNICODE.
-    virtual void InitializeFunctions();
+    /// Registers SQL functions beyond UPPER.
+    virtual void InitializeFunctions() {}
     /// Looks at an existing file before anything is written; throws to refuse it.
     virtual void VerifyLayout() {}
     virtual void InitializeTables() {}
@@ -124,18 +231,16 @@ protected:
     /// The same with an integer result, which may change from call to call.
     void RegisterFunction(const char* name, IntegerFunction function);
 
-    [[noreturn]] void Raise(const std::string& what, int code) const;
-
 private:
-    friend class SqliteCursor;
-    class Statement;
+    friend struct SqliteReturnReader;
     void EnterWal();
-    void Close() noexcept;
+    SqliteBorrowedReader BorrowReader();
 
-    QString FFileName;
-    sqlite3* FConnection = nullptr;
-    std::recursive_mutex FMutex;  // guards FConnection and FTransactionDepth
+    std::recursive_mutex FMutex;  // guards FHandle and FTransactionDepth
     int FTransactionDepth = 0;
+    std::atomic<std::thread::id> FTransactionThread{};  // whose transaction is open
+    std::mutex FReadersMutex;
+    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
 };
 
 }  // namespace vexa

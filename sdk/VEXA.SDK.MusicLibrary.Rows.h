@@ -5,8 +5,7 @@
 
 namespace vexa {
 
-// ---- Fields
-// ----------------------------------------------------------------------------------------------------------
+// ---- Fields ----
 
 /// Shows a field's value where the value itself says little to a person.
 struct IVEXAMLDataFieldDisplayValue : IUnknown {
@@ -58,8 +57,7 @@ enum LibrarySchema : std::int32_t {
     kSchemaSearch = 12,         // names: what the search field searches
 };
 
-// ---- Filters
-// ---------------------------------------------------------------------------------------------------------
+// ---- Filters ----
 
 /// One condition: a field against one value, or two.
 struct IVEXAMLFieldFilter : IVEXAPropertyList {
@@ -170,8 +168,7 @@ protected:
     ~IVEXAMLSortDirection() = default;
 };
 
-// ---- Rows
-// ------------------------------------------------------------------------------------------------------------
+// ---- Rows ----
 
 /// Rows, on one of which it stands; on the first one at first. Columns count from 0 in the order of the fields asked
 /// for (fields that rows do not have are left out). One thread at a time.

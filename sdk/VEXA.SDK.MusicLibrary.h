@@ -11,8 +11,7 @@
 
 namespace vexa {
 
-// ---- Trees
-// -----------------------------------------------------------------------------------------------------------
+// ---- Trees ----
 
 /// A way in a tree: one pair of field and value for each level, the top one first. Empty: the root.
 struct IVEXAMLGroupingTreeSelection : IUnknown {
@@ -90,8 +89,7 @@ protected:
     ~IVEXAMLGroupingPresets() = default;
 };
 
-// ---- Storages
-// --------------------------------------------------------------------------------------------------------
+// ---- Storages ----
 
 /// What a storage tells the library. Main thread.
 struct IVEXAMLDataStorageManager : IUnknown {
@@ -177,8 +175,7 @@ protected:
     ~IVEXAMLDataStorageCommandAddFilesDialog() = default;
 };
 
-// ---- Storages of subscriptions: optional
-// -----------------------------------------------------------------------------
+// ---- Storages of subscriptions: optional ----
 
 /// Hears how a request ended that went on in the background. Main thread.
 struct IVEXAMLSubscriptionEvents : IUnknown {
@@ -234,8 +231,7 @@ protected:
     ~IVEXAMLSubscriptionStorage() = default;
 };
 
-// ---- Services
-// --------------------------------------------------------------------------------------------------------
+// ---- Services ----
 
 /// Service: the music library. Extensions are storages.
 struct IVEXAServiceMusicLibrary : IUnknown {

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 
 namespace vexa::host {
@@ -38,8 +39,10 @@ void Session::Read() {
     char buffer[4096];
     const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
-    if (count > 0) FUnread.append(buffer, count);
-    if (count <= 0) {
+    if (count > 0) {
+        FUnread.append(buffer, count);
+        if (!std::memchr(buffer, '\n', static_cast<std::size_t>(count))) return;  // a long line is looked through once
+    } else {
         FInput.setEnabled(false);
         FHasEnded = true;
         if (!FUnread.isEmpty()) FUnread.append('\n');

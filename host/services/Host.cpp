@@ -34,6 +34,8 @@ Host::Host(const HostOptions& options)
       FFileSystems(new FileSystemService),
       FAlbumArt(new AlbumArtService),
       FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())) {
+    FMessages->Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });  // until there is one
+
     FCore->AddFactory<IVEXAString, HostString>();
     FCore->AddFactory<IVEXAObjectList, ObjectList>();
     FCore->AddFactory<IVEXAMemoryStream, MemoryStream>();

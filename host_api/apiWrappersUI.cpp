@@ -1,0 +1,28 @@
+#include "apiWrappersUI.h"
+
+namespace vexa {
+
+HResult TVEXAUICustomEventAdapter::QueryInterface(const Guid& iid, void** object) noexcept {
+    const HResult result = TInterfacedObjectEx::QueryInterface(iid, object);
+    return result == E_NOINTERFACE && FMasterAdapter ? FMasterAdapter->QueryInterface(iid, object) : result;
+}
+
+TVEXAUINotifyEventAdapter::TVEXAUINotifyEventAdapter(TVEXAUINotifyEvent event, Ref<IUnknown> masterAdapter)
+    : Implements(std::move(masterAdapter)), FEvent(std::move(event)) {}
+
+void TVEXAUINotifyEventAdapter::OnChanged(IUnknown* sender) noexcept {
+    Call(sender);
+}
+
+void TVEXAUINotifyEventAdapter::OnExecute(IUnknown* data) noexcept {
+    Call(data);
+}
+
+void TVEXAUINotifyEventAdapter::Call(IUnknown* sender) noexcept {
+    GuardedCall("an event", [&] {
+        if (FEvent) FEvent(sender);
+        return S_OK;
+    });
+}
+
+}  // namespace vexa

@@ -1,0 +1,218 @@
+#include "Podcasts.Plugin.FileManager.h"
+
+#include "VEXA.Runtime.Dates.h"
+#include "VEXA.Runtime.Desktop.h"
+#include "VEXA.Runtime.Text.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+const QString kScheme = QStringLiteral("podcast");
+const QString kPrefix = QStringLiteral("podcast://");
+
+struct ClientGate {
+    std::mutex Mutex;
+    TPodcastClient* Client = nullptr;  // guarded by Mutex
+    int Inside = 0;                    // passes that hold a client; guarded by Mutex
+    std::atomic<bool> IsClosing{false};
+};
+ClientGate Gate;
+
+bool HasPodcastScheme(const QString& address) {
+    return address.startsWith(kPrefix, Qt::CaseInsensitive);
+}
+
+QString FirstOf(const QString& text, const QString& otherwise) {
+    return text.isEmpty() ? otherwise : text;
+}
+
+}  // namespace
+
+// ---- The client for host threads ----
+
+TPodcastsClientPass TPodcastsClientPass::Enter() {
+    const std::lock_guard lock(Gate.Mutex);
+    if (Gate.Client) ++Gate.Inside;
+    return TPodcastsClientPass(Gate.Client);
+}
+
+TPodcastsClientPass::~TPodcastsClientPass() {
+    if (!FClient) return;
+    {
+        const std::lock_guard lock(Gate.Mutex);
+        --Gate.Inside;
+    }
+    if (Gate.IsClosing) WakeMainThread();
+}
+
+bool TPodcastsClientPass::IsClosing() noexcept {
+    return Gate.IsClosing;
+}
+
+QString TPodcastsResolvedEpisode::LocalFileName() const {
+    QString fileName;
+    return Client->GetLocalFileName(*Episode, *Feed, fileName) ? fileName : QString();
+}
+
+// ---- TVEXAPodcastsFileManager ----
+
+void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
+    {
+        const std::lock_guard lock(Gate.Mutex);
+        Gate.Client = &client;
+        Gate.IsClosing = false;
+    }
+    const auto core = HostCore();
+    const auto fileManager = NewObject<TVEXAPodcastsFileManager>();
+    const auto asUnknown = static_cast<TInterfacedObjectEx*>(fileManager.Get());
+    core->RegisterExtension(IVEXAServicePlayer::IID, asUnknown);
+    core->RegisterExtension(IVEXAServiceAudioDecoder::IID, asUnknown);
+    core->RegisterExtension(IVEXAServiceFileInfo::IID, asUnknown);
+    const auto fileSystem = NewObject<TVEXAPodcastsFileSystem>();
+    core->RegisterExtension(IVEXAServiceFileSystem::IID, static_cast<TInterfacedObjectEx*>(fileSystem.Get()));
+    const auto albumArt = NewObject<TVEXAPodcastsAlbumArtProvider>();
+    core->RegisterExtension(IVEXAServiceAlbumArt::IID, static_cast<TInterfacedObjectEx*>(albumArt.Get()));
+}
+
+void TVEXAPodcastsFileManager::UnregisterFileManager() {
+    {
+        const std::lock_guard lock(Gate.Mutex);
+        Gate.Client = nullptr;
+        Gate.IsClosing = true;
+    }
+    // What runs inside may itself wait for the main thread, so serve it meanwhile.
+    DrainMainThreadUntil([] {
+        const std::lock_guard lock(Gate.Mutex);
+        return Gate.Inside == 0;
+    });
+}
+
+bool TVEXAPodcastsFileManager::ParseURI(const QString& address, QString& episodeKey) {
+    static const QString kFeedMark = QStringLiteral("/feed-");
+    episodeKey.clear();
+    if (!HasPodcastScheme(address)) return false;
+    const auto mark = address.indexOf(kFeedMark);
+    if (mark < 0) {
+        episodeKey = address;
+        return true;
+    }
+    // The older form: …/feed-ID_GUID, the GUID in base64.
+    const auto number = mark + kFeedMark.size();
+    const auto delimiter = address.indexOf(u'_', number);
+    if (delimiter < 0) return false;
+    const QStringView digits = QStringView(address).mid(number, delimiter - number);
+    const bool isNumber = std::all_of(digits.begin(), digits.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    const int feedID = isNumber ? digits.toInt() : 0;
+    episodeKey = address.mid(delimiter + 1);
+    if (feedID < 1 || episodeKey.isEmpty()) return false;
+    const auto decoded = QByteArray::fromBase64Encoding(episodeKey.toUtf8(), QByteArray::AbortOnBase64DecodingErrors);
+    if (!decoded) return false;
+    episodeKey = MakeEpisodeKey(feedID, FromUtf8(decoded.decoded.toStdString()).trimmed());
+    return true;
+}
+
+std::optional<TPodcastsResolvedEpisode> TVEXAPodcastsFileManager::ResolveEpisode(const QString& address) {
+    TPodcastsResolvedEpisode result{TPodcastsClientPass::Enter(), nullptr, nullptr};
+    QString episodeKey;
+    if (!result.Client || !ParseURI(address, episodeKey)) return {};
+    result.Episode = result.Client->DB().GetEpisode(episodeKey);
+    if (!result.Episode) return {};
+    result.Feed = result.Client->DB().GetFeed(result.Episode->FeedID, false);
+    if (!result.Feed) return {};
+    return result;
+}
+
+void TVEXAPodcastsFileManager::ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept {
+    GuardedCall("resolving a podcast address", [&] {
+        const auto resolved = ResolveEpisode(FromHostString(address));
+        if (!resolved) return E_FAIL;
+        const QString& audio = resolved->Episode->Fields[pefURLAudio];
+        RaiseIfFailed(address->SetChars(reinterpret_cast<const char16_t*>(audio.utf16()), int(audio.size())));
+        *handled = kTrue;
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t flags, IVEXAErrorInfo* error,
+                                              IVEXAAudioDecoder** decoder) noexcept {
+    *decoder = nullptr;
+    return GuardedCall("opening a podcast episode", [&] {
+        const QString address = FromHostString(file);
+        if (!HasPodcastScheme(address)) return E_NOTIMPL;
+        const auto resolved = ResolveEpisode(address);
+        if (!resolved) {
+            if (error)
+                error->SetInfo(-1, ToHostString(LocalizedText(QStringLiteral("Podcasts\\MSG12"))).Get(), nullptr);
+            return E_ABORT;
+        }
+        const QString localFile = resolved->LocalFileName();
+        const auto service = localFile.isEmpty() ? nullptr : HostService<IVEXAServiceAudioDecoder>();
+        if (!service) return E_NOTIMPL;
+        return service->CreateDecoder(ToHostString(localFile).Get(), flags, error, decoder);
+    });
+}
+
+HResult TVEXAPodcastsFileManager::QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept {
+    return GuardedCall("describing a podcast episode", [&] {
+        const auto resolved = ResolveEpisode(FromHostString(file));
+        if (!resolved) return E_FAIL;
+        if (const QString localFile = resolved->LocalFileName(); !localFile.isEmpty()) {
+            if (const auto service = HostService<IVEXAServiceFileInfo>())
+                service->GetFileInfo(ToHostString(localFile).Get(), IVEXAServiceFileInfo::FromFileOnly, info);
+        }
+        const TPodcastEpisode& episode = *resolved->Episode;
+        const TPodcastFeed& feed = *resolved->Feed;
+        const auto write = [info](std::int32_t id, const QString& text) { WritePropertyString(info, id, text); };
+        write(IVEXAFileInfo::Artist, FirstOf(episode.Fields[pefArtist], feed.Fields[pffAuthor]));
+        write(IVEXAFileInfo::Title, episode.Fields[pefTitle]);
+        write(IVEXAFileInfo::Comment, FirstOf(episode.Fields[pefDescription], feed.Fields[pffDescription]));
+        write(IVEXAFileInfo::URL, FirstOf(episode.Fields[pefURL], feed.Fields[pffURL]));
+        write(IVEXAFileInfo::Date, FormatOleDate(episode.PublishDate, u"yyyy.MM.dd"));
+        WritePropertyFloat(info, IVEXAFileInfo::Duration, static_cast<double>(episode.Duration));
+        write(IVEXAFileInfo::Album, feed.Fields[pffTitle]);
+        write(IVEXAFileInfo::AlbumArtist, feed.Fields[pffAuthor]);
+        write(IVEXAFileInfo::Copyright, feed.Fields[pffCopyright]);
+        write(IVEXAFileInfo::Genre, feed.Fields[pffCategory]);
+        return S_OK;
+    });
+}
+
+// ---- TVEXAPodcastsFileSystem ----
+
+void TVEXAPodcastsFileSystem::DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, HResult& result) {
+    if (propertyID == IVEXAExtensionFileSystem::IsRemote)
+        value = 1;
+    else
+        Implements::DoGetValueAsInt32(propertyID, value, result);
+}
+
+Ref<IUnknown> TVEXAPodcastsFileSystem::DoGetValueAsObject(std::int32_t propertyID) {
+    if (propertyID == IVEXAExtensionFileSystem::Scheme) return ToHostString(kScheme);
+    return Implements::DoGetValueAsObject(propertyID);
+}
+
+HResult TVEXAPodcastsFileSystem::CanOpenFolder(IVEXAString* address) noexcept {
+    return GuardedCall("looking for an episode's file", [&] {
+        const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(address));
+        return resolved && !resolved->LocalFileName().isEmpty() ? S_OK : E_FAIL;
+    });
+}
+
+HResult TVEXAPodcastsFileSystem::OpenFolder(IVEXAString* address) noexcept {
+    return GuardedCall("showing an episode's file", [&] {
+        QString fileName;
+        // The desktop may take its time, for which the client need not wait.
+        if (const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(address)))
+            fileName = resolved->LocalFileName();
+        return !fileName.isEmpty() && ShowInFolder(fileName) ? S_OK : E_FAIL;
+    });
+}
+
+}  // namespace podcasts

@@ -1,0 +1,136 @@
+#include "Podcasts.Plugin.h"
+
+#include "Podcasts.Core.Config.h"
+#include "Podcasts.Plugin.FileManager.h"
+
+#include <QDir>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+bool IsAnyRunning = false;  // main thread only
+
+QString ProfileFolder() {
+    Ref<IVEXAString> path;
+    RaiseIfFailed(HostCore()->GetPath(IVEXACore::PathProfile, path.Put()));
+    return FromHostString(path.Get());
+}
+
+QString WithTrailingDelimiter(const QString& folder) {
+    return folder.endsWith(u'/') || folder.endsWith(QDir::separator()) ? folder : QString(folder + QDir::separator());
+}
+
+/// The host's configuration as the engine reads and writes it.
+class HostConfig final : public IPodcastConfig {
+public:
+    explicit HostConfig(TVEXAServiceConfig service) : FService(std::move(service)) {}
+    int ReadInteger(const QString& keyPath, int defaultValue) override {
+        return FService.ReadInteger(keyPath, defaultValue);
+    }
+    bool ReadBool(const QString& keyPath, bool defaultValue) override {
+        return FService.ReadBool(keyPath, defaultValue);
+    }
+    QString ReadString(const QString& keyPath, const QString& defaultValue) override {
+        return FService.ReadString(keyPath, defaultValue);
+    }
+    void WriteInteger(const QString& keyPath, int value) override { FService.WriteInteger(keyPath, value); }
+    void WriteBool(const QString& keyPath, bool value) override { FService.WriteBool(keyPath, value); }
+    void WriteString(const QString& keyPath, const QString& value) override { FService.WriteString(keyPath, value); }
+
+private:
+    TVEXAServiceConfig FService;
+};
+
+}  // namespace
+
+TVEXAPodcastsPlugin::~TVEXAPodcastsPlugin() {
+    Stop();
+}
+
+const char16_t* TVEXAPodcastsPlugin::GetInformation(std::int32_t index) noexcept {
+    switch (index) {
+        case Name:
+            return u"Podcasts";
+        case Author:
+            return u"VEXA Podcasts authors";
+        case ShortDescription:
+            return u"Provides support for Podcasts feeds";
+        default:
+            return u"";
+    }
+}
+
+std::uint32_t TVEXAPodcastsPlugin::GetCategories() noexcept {
+    return CategoryAddon;
+}
+
+HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
+    if (!Query<IVEXAServiceMusicLibrary>(core)) return E_NOTIMPL;
+    if (IsAnyRunning) return E_UNEXPECTED;
+    TVEXACustomPlugin::Initialize(core);
+    IsAnyRunning = FIsRunning = true;
+    const HResult result = GuardedCall("starting the podcasts", [this] {
+        Start();
+        return S_OK;
+    });
+    if (Failed(result)) Stop();
+    return result;
+}
+
+void TVEXAPodcastsPlugin::Start() {
+    FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
+    TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
+    LoadSettings();
+    FClient->RefreshFeedsOnStartup();
+}
+
+void TVEXAPodcastsPlugin::Finalize() noexcept {
+    if (FAreSettingsLoaded) {
+        GuardedCall("saving the podcasts' options", [this] {
+            SaveSettings();
+            return S_OK;
+        });
+    }
+    Stop();
+}
+
+void TVEXAPodcastsPlugin::Stop() noexcept {
+    if (!FIsRunning) return;
+    const auto step = [](const char* what, auto body) {
+        GuardedCall(what, [&] {
+            body();
+            return S_OK;
+        });
+    };
+    FAreSettingsLoaded = false;
+    step("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
+    step("closing the podcasts", [this] { FClient.reset(); });
+    TVEXACustomPlugin::Finalize();
+    IsAnyRunning = FIsRunning = false;
+}
+
+void TVEXAPodcastsPlugin::LoadSettings() {
+    HostConfig config(ServiceGetConfig());
+    ReadPodcastConfig(config, *FClient);
+    FAreSettingsLoaded = true;
+}
+
+void TVEXAPodcastsPlugin::SaveSettings() {
+    HostConfig config(ServiceGetConfig());
+    WritePodcastConfig(config, *FClient);
+}
+
+}  // namespace podcasts
+
+/// The library's one exported function.
+extern "C" __attribute__((visibility("default"))) vexa::HResult VEXAPluginGetHeader(
+    vexa::IVEXAPlugin** header) noexcept {
+    *header = nullptr;
+    return vexa::GuardedCall("making the plug-in", [header] {
+        *header = vexa::NewObject<podcasts::TVEXAPodcastsPlugin>().Detach();
+        return vexa::S_OK;
+    });
+}

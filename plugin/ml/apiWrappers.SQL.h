@@ -1,0 +1,113 @@
+#pragma once
+// From the host's filters to SQL, and from SQL's rows to the host.
+
+#include "VEXA.Runtime.SQLite.h"
+#include "apiWrappers.h"
+
+#include <QHash>
+#include <QString>
+
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace vexa {
+
+/// Translates a host filter into the conditions, order and range of an SQL statement. One object serves one statement;
+/// one thread at a time. Derived classes fit it to a schema.
+///
+/// The field map, from field names to column expressions, is one for the process: the first adapter that is made fills
+/// it with what its class says, and it stays so.
+class TVEXAMLSQLAdapter {
+public:
+    using FieldMap = QHash<QString, QString>;
+
+    TVEXAMLSQLAdapter(const TVEXAMLSQLAdapter&) = delete;
+    TVEXAMLSQLAdapter& operator=(const TVEXAMLSQLAdapter&) = delete;
+    virtual ~TVEXAMLSQLAdapter() = default;
+
+    /// Appends conditions, order and range. `fields` holds the names asked for, which the search text is looked for in;
+    /// it may be null. `isAndNeeded`: the text holds a condition already. Throws std::invalid_argument for a condition
+    /// on a field without a name, or whose name can be no column, or for groups nested too deeply for SQLite; EHostError
+    /// when the host fails.
+    void Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded);
+    /// Appends the columns of the fields asked for.
+    void AddSelectList(IVEXAObjectList* fields);
+    void Append(const QString& text) { FText += text; }
+
+    /// The expression of a field: empty for one that has no column. Throws std::invalid_argument for a name that is no
+    /// SQL identifier, since it would become a part of the statement.
+    QString MapField(const QString& field) const;
+    QString ToString() const { return FText; }
+
+    /// A value as SQL spells it.
+    static QString Literal(const QString& text);
+    static QString Literal(const Variant& value);
+
+protected:
+    /// For the class-level InitializeFieldMap of the class that is made.
+    using InitializeFieldMapFunction = void (*)(FieldMap& map);
+    explicit TVEXAMLSQLAdapter(InitializeFieldMapFunction initialize = InitializeFieldMap);
+
+    /// Whether the search text is not looked for in a field.
+    virtual bool IsFieldExcludedFromSearch(const QString& field) const;
+    /// Whether a field holds a list of keys.
+    virtual bool IsKeyField(const QString& field) const;
+    static void InitializeFieldMap(FieldMap&) {}
+    /// Writes a comparison for equality or inequality.
+    virtual void AddComparison(const QString& field, const QString& value, std::int32_t operation);
+
+    // Where the parts of the text begin, for those who run the statement in another way.
+    struct Parts {
+        qsizetype Search = -1;  // the search condition with its joiner; −1: none
+        qsizetype Order = 0;
+        qsizetype Limit = 0;
+        QStringList SearchedColumns;
+        QString SearchText;
+    };
+    const Parts& BuiltParts() const noexcept { return FParts; }
+
+private:
+    void AddJoiner();
+    void AddGroup(IVEXAMLGroupFilter& group, int depth);
+    void AddChild(IVEXAMLGroupFilter& group, std::int32_t index, int depth);
+    void AddFieldCondition(IVEXAMLFieldFilter& condition);
+    void AddArrayCondition(IVEXAMLArrayFieldFilter& condition);
+    void AddSearch(const QString& text, IVEXAObjectList& fields);
+    void AddOrder(IVEXAObjectList& sortList);
+
+    QString FText;
+    Parts FParts;
+    bool FIsAndNeeded = false;
+};
+
+/// The names in a list of host strings; what is no string is left out.
+QStringList StringsOf(IVEXAObjectList* list);
+
+/// Rows for the host. Without a row it offers no IVEXAMLDataProviderSelection.
+class TVEXAMLSQLTableDataProvider : public TInterfacedObjectEx, public IVEXAMLDataProviderSelection {
+public:
+    /// Runs the statement on a reader of its own, which it keeps until it is released.
+    TVEXAMLSQLTableDataProvider(const SqliteDatabase& database, const QString& sql);
+    /// Hands out rows that are there already; null for none.
+    explicit TVEXAMLSQLTableDataProvider(std::unique_ptr<SqliteRows> rows);
+
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override;
+    std::int32_t AddRef() noexcept override { return TInterfacedObjectEx::AddRef(); }
+    std::int32_t Release() noexcept override { return TInterfacedObjectEx::Release(); }
+
+    double GetValueAsFloat(std::int32_t column) noexcept override;
+    std::int32_t GetValueAsInt32(std::int32_t column) noexcept override;
+    std::int64_t GetValueAsInt64(std::int32_t column) noexcept override;
+    const char16_t* GetValueAsString(std::int32_t column, std::int32_t* length) noexcept override;
+    Bool32 NextRow() noexcept override;
+
+private:
+    bool IsColumn(std::int32_t column) const noexcept;
+
+    std::unique_ptr<SqliteReader> FReader;  // of a cursor; freed after it
+    std::unique_ptr<SqliteRows> FRows;
+    std::vector<QString> FTexts;  // of the current row, by column: what was handed out
+};
+
+}  // namespace vexa

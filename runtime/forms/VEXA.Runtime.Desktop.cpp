@@ -1,0 +1,45 @@
+#include "VEXA.Runtime.Desktop.h"
+
+#include "VEXA.Runtime.Log.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QUrl>
+
+namespace vexa {
+
+namespace {
+
+constexpr int kAnswerTimeoutMs = 3000;
+
+/// The file manager interface of freedesktop.org.
+bool AskFileManager(const QString& fileName) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) return false;
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{QUrl::fromLocalFile(fileName).toString(QUrl::FullyEncoded)} << QString();
+    const QDBusMessage answer = bus.call(call, QDBus::Block, kAnswerTimeoutMs);
+    if (answer.type() == QDBusMessage::ReplyMessage) return true;
+    qCInfo(LogRuntime) << "the file manager does not answer:" << answer.errorMessage();
+    return false;
+}
+
+bool OpenFolder(const QString& folder) {
+    const QString opener = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+    return !opener.isEmpty() && QProcess::startDetached(opener, {folder});
+}
+
+}  // namespace
+
+bool ShowInFolder(const QString& fileName) {
+    const QFileInfo file(fileName);
+    if (!file.exists()) return false;
+    return AskFileManager(file.absoluteFilePath()) || OpenFolder(file.absolutePath());
+}
+
+}  // namespace vexa
