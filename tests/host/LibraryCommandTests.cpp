@@ -46,6 +46,7 @@ TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
         {"rows --node shows --node \"show A\" --sort Title:desc --range 1,1 --fields Title", "rows",
          R"([{"Title":"Storm"}])"},
         {"count --node \"state 1\" --node \"show A\" --range 0,1", "count", "1"},
+        {"count --where Node = \"state 2\"", "count", "1"},
         {"count", "count", "4"},
         {"count --node shows --node nobody", "count", "the tree has no node shows > nobody"},
         {"rows --where Titel = x", "rows", "the storage has no field \"Titel\""},

@@ -148,6 +148,7 @@ TEST_F(LibraryTest, RowsComeAsTheirFieldsSay) {
         {.Fields = {"title"}},
         {.Fields = {"Title"}, .Where = {{.Field = "1=1; --"}}},
         {.Fields = {"Title"}, .Sort = {{"Unlisted"}}},
+        {.Fields = {"Title"}, .Sort = {{"Node"}}},
     };
     for (const RowQuery& query : refused) EXPECT_THROW(reader.ReadNow(query), LibraryError);
     const RowQuery array{.Fields = {"Title"}, .Where = {{.Field = "ID", .OneOf = {u"e1"_s, u"e2"_s}}}};
