@@ -5,8 +5,6 @@
 #include "VEXA.Runtime.Text.h"
 
 #include <QDateTime>
-#include <QFile>
-#include <QSaveFile>
 
 namespace podcasts::cli {
 
@@ -60,31 +58,16 @@ int RunSubscribe(Session& session, const Arguments& arguments) {
 }
 
 int RunImport(Session& session, const Arguments& arguments) {
-    QFile file(arguments.Operands.first());
-    if (!file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("cannot read " + file.fileName().toStdString() + ": " +
-                                 file.errorString().toStdString());
-    QStringList locations;
-    try {
-        for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
-    } catch (const std::exception& error) {
-        throw std::runtime_error("cannot read " + file.fileName().toStdString() + ": " + error.what());
-    }
-    locations.removeDuplicates();
+    const QStringList locations = ReadOpmlFile(arguments.Operands.first());
     if (locations.isEmpty()) session.Out().PrintLine(QStringLiteral("the list names no feeds"));
     return Subscribe(session, locations, false);
 }
 
 int RunExport(Session& session, const Arguments& arguments) {
-    const QByteArray opml = ExportOpml(session.Client());
-    if (arguments.Operands.isEmpty()) {
-        session.Out().Print(QString::fromUtf8(opml));
-        return kDone;
-    }
-    QSaveFile file(arguments.Operands.first());
-    if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
-        throw std::runtime_error("cannot write " + file.fileName().toStdString() + ": " +
-                                 file.errorString().toStdString());
+    if (arguments.Operands.isEmpty())
+        session.Out().Print(QString::fromUtf8(ExportOpml(session.Client())));
+    else
+        WriteOpmlFile(session.Client(), arguments.Operands.first());
     return kDone;
 }
 

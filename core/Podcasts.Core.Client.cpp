@@ -80,8 +80,12 @@ bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
         if (isNew) FDB->AddOrUpdate(feed);
     });
     if (!isNew) return false;
-    NotifyDataChanged();
-    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+    vexa::RunInMainThread(
+        [this] {
+            NotifyDataChanged();
+            if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+        },
+        true);
     return true;
 }
 

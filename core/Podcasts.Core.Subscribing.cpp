@@ -1,6 +1,9 @@
 #include "Podcasts.Core.Subscribing.h"
 
 #include <QFileInfo>
+#include <QSaveFile>
+
+#include <stdexcept>
 
 namespace podcasts {
 
@@ -51,6 +54,27 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, co
         const QString next = i + 1 < locations.size() ? NormalizedFeedLocation(locations[i + 1]) : QString();
         finished(SubscribeTo(client, fetcher, NormalizedFeedLocation(locations[i]), next, isCancelled));
     }
+}
+
+QStringList ReadOpmlFile(const QString& fileName) {
+    const std::string failure = "cannot read " + fileName.toStdString() + ": ";
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) throw std::runtime_error(failure + file.errorString().toStdString());
+    QStringList locations;
+    try {
+        for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
+    } catch (const std::exception& error) {
+        throw std::runtime_error(failure + error.what());
+    }
+    locations.removeDuplicates();
+    return locations;
+}
+
+void WriteOpmlFile(TPodcastClient& client, const QString& fileName) {
+    const QByteArray opml = ExportOpml(client);
+    QSaveFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
+        throw std::runtime_error("cannot write " + fileName.toStdString() + ": " + file.errorString().toStdString());
 }
 
 QByteArray ExportOpml(TPodcastClient& client) {

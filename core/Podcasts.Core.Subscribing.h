@@ -21,8 +21,8 @@ struct TPodcastSubscription {
     QString Error;  // why it failed
 };
 
-/// Subscribes to feeds one after the other on the main thread; the document after the present one is fetched ahead.
-/// `finished` is told each result. Stops between two when cancelled.
+/// Subscribes to feeds one after the other on the calling thread; the document after the present one is fetched ahead.
+/// `finished` is told each result there. Stops between two when cancelled.
 void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished);
 
@@ -31,5 +31,11 @@ QString NormalizedFeedLocation(const QString& location);
 
 /// All subscriptions, by name.
 QByteArray ExportOpml(TPodcastClient& client);
+
+/// The addresses that a file of subscriptions names, each once. Throws std::runtime_error with the file's name and the
+/// reason.
+QStringList ReadOpmlFile(const QString& fileName);
+/// Writes all subscriptions, whole or not at all. Throws std::runtime_error likewise.
+void WriteOpmlFile(TPodcastClient& client, const QString& fileName);
 
 }  // namespace podcasts

@@ -187,7 +187,8 @@ public:
 
     bool IsSubscribed(const QString& feedURL);  // any thread
     void Subscribe(TPodcastFeed& feed);
-    /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes.
+    /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes. Any thread, which
+    /// waits for the main one to tell the listeners.
     bool SubscribeNew(TPodcastFeed& feed);
     /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay.
     QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);

@@ -30,6 +30,7 @@ public:
 
     explicit operator bool() const noexcept { return FClient != nullptr; }
     TPodcastClient* operator->() const noexcept { return FClient; }
+    TPodcastClient* Get() const noexcept { return FClient; }
 
 private:
     explicit TPodcastsClientPass(TPodcastClient* client) noexcept : FClient(client) {}

@@ -2,6 +2,7 @@
 
 #include "Podcasts.Core.Config.h"
 #include "Podcasts.Plugin.FileManager.h"
+#include "Podcasts.Plugin.ML.h"
 
 #include <QDir>
 
@@ -82,6 +83,8 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 
 void TVEXAPodcastsPlugin::Start() {
     FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
+    const auto library = TVEXAPodcastsMLExtension::Create(*FClient);
+    HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
     LoadSettings();
     FClient->RefreshFeedsOnStartup();

@@ -180,8 +180,7 @@ auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateRoot(const QString&) -> Da
 auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateFeedsInCategory(const QString& value) -> Data {
     auto nodes = std::make_unique<NodeData>();
     FDB->EnumFeeds(value, [&](const QString& urlFeed, const QString& name, int) {
-        nodes->push_back(
-            {name, false, Cursor::Feed, true, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
+        nodes->push_back({name, false, Cursor::Feed, true, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
     });
     return nodes;
 }

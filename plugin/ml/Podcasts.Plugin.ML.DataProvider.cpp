@@ -75,7 +75,7 @@ void TVEXAPodcastsGroupingTreeValue::Decode(const QString& text, std::uint8_t& c
 }
 
 const char16_t* TVEXAPodcastsStateFieldDisplayValue::GetDisplayValue(const Variant* value,
-                                                                      std::int32_t* length) noexcept {
+                                                                     std::int32_t* length) noexcept {
     const char16_t* result = nullptr;
     *length = 0;
     GuardedCall("showing a state", [&] {

@@ -43,8 +43,8 @@ private:
 class TVEXAPodcastsMLDataStorage {
 public:
     TVEXAPodcastsMLDataStorage() = delete;
-    /// The fields, or names of fields, that the storage has for a LibrarySchema; an empty list for an unknown one. Throws
-    /// vexa::EHostError.
+    /// The fields, or names of fields, that the storage has for a LibrarySchema; an empty list for an unknown one.
+    /// Throws vexa::EHostError.
     static vexa::Ref<vexa::IVEXAObjectList> BuildFieldList(std::int32_t schema);
 };
 

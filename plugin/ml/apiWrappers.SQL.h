@@ -28,8 +28,8 @@ public:
 
     /// Appends conditions, order and range. `fields` holds the names asked for, which the search text is looked for in;
     /// it may be null. `isAndNeeded`: the text holds a condition already. Throws std::invalid_argument for a condition
-    /// on a field without a name, or whose name can be no column, or for groups nested too deeply for SQLite; EHostError
-    /// when the host fails.
+    /// on a field without a name, or whose name can be no column, or for groups nested too deeply for SQLite;
+    /// EHostError when the host fails.
     void Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded);
     /// Appends the columns of the fields asked for.
     void AddSelectList(IVEXAObjectList* fields);

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QUrl>
+#include <QWidget>
 
 namespace vexa {
 
@@ -40,6 +41,16 @@ bool ShowInFolder(const QString& fileName) {
     const QFileInfo file(fileName);
     if (!file.exists()) return false;
     return AskFileManager(file.absoluteFilePath()) || OpenFolder(file.absolutePath());
+}
+
+void BringToFront(std::uintptr_t window) {
+    QWidget* const widget = window != 0 ? QWidget::find(static_cast<WId>(window)) : nullptr;
+    if (!widget) return;
+    QWidget* const topLevel = widget->window();
+    topLevel->setWindowState(topLevel->windowState() & ~Qt::WindowMinimized);
+    topLevel->show();
+    topLevel->raise();
+    topLevel->activateWindow();
 }
 
 }  // namespace vexa

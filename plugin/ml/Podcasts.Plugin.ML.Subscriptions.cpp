@@ -1,0 +1,191 @@
+// What the storage offers to a host that asks for more than rows and nodes.
+
+#include "Podcasts.Core.Subscribing.h"
+#include "Podcasts.Plugin.FileManager.h"
+#include "Podcasts.Plugin.ML.h"
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+/// One outcome of a task, as a property list.
+class TaskOutcome : public TVEXAPropertyListAs<IVEXAMLTaskOutcome> {
+public:
+    QString ItemText, CaptionText, File, ErrorText;
+    std::int32_t NewEpisodes = 0;
+    bool IsDropped = false;
+
+protected:
+    void DoGetValueAsVariant(std::int32_t propertyID, Variant& value, HResult& result) override {
+        switch (propertyID) {
+            case Item:
+                value = ToVariant(ItemText);
+                break;
+            case Caption:
+                value = ToVariant(CaptionText.isEmpty() ? ItemText : CaptionText);
+                break;
+            case NewCount:
+                value = ToVariant(NewEpisodes);
+                break;
+            case FileName:
+                value = ToVariant(File);
+                break;
+            case Error:
+                value = ToVariant(ErrorText);
+                break;
+            case Dropped:
+                value = ToVariant(IsDropped ? 1 : 0);
+                break;
+            default:
+                TVEXAPropertyListAs::DoGetValueAsVariant(propertyID, value, result);
+        }
+    }
+};
+
+Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) {
+    auto outcome = NewObject<TaskOutcome>();
+    outcome->ItemText = from.FeedURL;
+    if (const auto feed = db.GetFeed(from.FeedURL, false)) outcome->CaptionText = feed->Fields[pffTitle];
+    outcome->NewEpisodes = static_cast<std::int32_t>(from.NewEpisodes.size());
+    outcome->ErrorText = from.Error;
+    outcome->IsDropped = from.IsDropped || from.IsUnsubscribed;
+    return outcome;
+}
+
+Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastDownloadOutcome& from) {
+    auto outcome = NewObject<TaskOutcome>();
+    outcome->ItemText = from.EpisodeKey;
+    if (const auto episode = db.GetEpisode(from.EpisodeKey)) outcome->CaptionText = episode->Fields[pefTitle];
+    outcome->File = from.FileName;
+    outcome->ErrorText = from.Error;
+    outcome->IsDropped = from.IsDropped;
+    return outcome;
+}
+
+template <class Outcomes>
+Ref<IVEXAObjectList> ToList(TPodcastsDB& db, const Outcomes& outcomes, std::int32_t first) {
+    auto list = CreateHostObject<IVEXAObjectList>();
+    for (const auto& outcome : outcomes.From(static_cast<std::size_t>(std::max(first, 0)))) {
+        const auto object = ToOutcome(db, outcome);
+        RaiseIfFailed(list->Add(static_cast<TInterfacedObjectEx*>(object.Get())));
+    }
+    return list;
+}
+
+HResult ResultOf(const TPodcastSubscription& subscription) {
+    switch (subscription.What) {
+        case TPodcastSubscription::Result::Subscribed:
+            return S_OK;
+        case TPodcastSubscription::Result::AlreadySubscribed:
+            return E_ABORT;
+        case TPodcastSubscription::Result::Failed:
+            break;
+    }
+    return IsFeedLocation(subscription.Location) ? E_FAIL : E_INVALIDARG;
+}
+
+/// Subscribes on a worker thread and tells on the main one. Holds the client all the while; when that is to go, it
+/// stops.
+class SubscribeTask final : public Task {
+public:
+    SubscribeTask(TPodcastsClientPass client, QStringList locations, Ref<IVEXAMLSubscriptionEvents> events)
+        : FClient(std::move(client)), FLocations(std::move(locations)), FEvents(std::move(events)) {}
+
+    void Execute() override {
+        const auto tell = [this](const TPodcastSubscription& subscription) {
+            if (!FEvents) return;
+            const bool isError = subscription.What == TPodcastSubscription::Result::Failed;
+            const auto text = ToHostString(isError ? subscription.Error : subscription.FeedTitle);
+            const auto location = ToHostString(subscription.Location);
+            const HResult result = ResultOf(subscription);
+            RunInMainThread([&] { FEvents->OnSubscribed(location.Get(), result, text.Get()); }, true);
+        };
+        SubscribeByAddress(
+            *FClient.Get(), FLocations, [] { return TPodcastsClientPass::IsClosing(); }, tell);
+    }
+    void Complete() override {
+        if (FEvents) RunInMainThread([this] { FEvents->OnCompleted(); }, true);
+        FEvents = nullptr;
+        FClient = {};
+    }
+
+private:
+    TPodcastsClientPass FClient;
+    QStringList FLocations;
+    Ref<IVEXAMLSubscriptionEvents> FEvents;
+};
+
+HResult StartSubscribing(QStringList locations, IVEXAMLSubscriptionEvents* events) {
+    auto client = TPodcastsClientPass::Enter();
+    if (!client) return E_FAIL;
+    WorkerPool::Run(std::make_unique<SubscribeTask>(std::move(client), std::move(locations), events));
+    return S_OK;
+}
+
+/// Runs what works on a file; its failure becomes E_FAIL with the message in `error`.
+template <class Body>
+HResult WithFile(IVEXAErrorInfo* error, Body body) noexcept {
+    return GuardedCall("working on a list of subscriptions", [&] {
+        try {
+            return body();
+        } catch (const std::runtime_error& failure) {
+            if (error) error->SetInfo(-1, ToHostString(QString::fromUtf8(failure.what())).Get(), nullptr);
+            return E_FAIL;
+        }
+    });
+}
+
+}  // namespace
+
+HResult TVEXAPodcastsMLExtension::GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
+                                              std::int64_t* count) noexcept {
+    *count = 0;
+    return GuardedCall("counting rows", [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        const auto statement = TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter);
+        *count = FRows.Count(client->DB(), statement);
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {
+    return GuardedCall("subscribing", [&] { return StartSubscribing(StringsOf(addresses), events); });
+}
+
+HResult TVEXAPodcastsMLExtension::ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,
+                                             IVEXAErrorInfo* error) noexcept {
+    return WithFile(error, [&] { return StartSubscribing(ReadOpmlFile(FromHostString(fileName)), events); });
+}
+
+HResult TVEXAPodcastsMLExtension::ExportOPML(IVEXAString* fileName, IVEXAErrorInfo* error) noexcept {
+    return WithFile(error, [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        WriteOpmlFile(*client.Get(), FromHostString(fileName));
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t first,
+                                              IVEXAObjectList** outcomes) noexcept {
+    *outcomes = nullptr;
+    return GuardedCall("reading what became of a task", [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        switch (taskID) {
+            case Downloads:
+                *outcomes = ToList(client->DB(), client->DownloadOutcomes(), first).Detach();
+                return S_OK;
+            case Refresh:
+                *outcomes = ToList(client->DB(), client->RefreshOutcomes(), first).Detach();
+                return S_OK;
+            default:
+                return E_INVALIDARG;
+        }
+    });
+}
+
+}  // namespace podcasts

@@ -1,0 +1,205 @@
+#include "Podcasts.Plugin.ML.h"
+
+#include "Podcasts.Plugin.FileManager.h"
+#include "Podcasts.Plugin.ML.DataProvider.Tree.h"
+
+#include <algorithm>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+using TaskKind = IVEXAMLSubscriptionStorage::TaskID;
+
+const QString kCaptionKey = QStringLiteral("Podcasts\\Caption");
+const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
+const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
+
+/// Runs `body` and answers S_OK, or E_UNEXPECTED when it throws.
+template <class Body>
+HResult Done(const char* what, Body body) noexcept {
+    return GuardedCall(what, [&] {
+        body();
+        return S_OK;
+    });
+}
+
+}  // namespace
+
+TVEXAPodcastsMLExtension::TVEXAPodcastsMLExtension(TPodcastClient& client) : FClient(client.Links()) {}
+
+Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& client) {
+    auto extension = NewObject<TVEXAPodcastsMLExtension>(client);
+    client.Listeners().Add(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(extension.Get())));
+    return extension;
+}
+
+Ref<IUnknown> TVEXAPodcastsMLExtension::DoGetValueAsObject(std::int32_t propertyID) {
+    switch (propertyID) {
+        case IVEXAMLExtensionDataStorage::ID:
+            return ToHostString(kStorageID);
+        case IVEXAMLExtensionDataStorage::Caption:
+            return ToHostString(LocalizedText(kCaptionKey));
+        default:
+            return Implements::DoGetValueAsObject(propertyID);
+    }
+}
+
+void TVEXAPodcastsMLExtension::DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, HResult& result) {
+    if (propertyID == IVEXAMLExtensionDataStorage::Capabilities)
+        value = Filtering | Grouping | Searching;
+    else
+        Implements::DoGetValueAsInt32(propertyID, value, result);
+}
+
+// ---- The storage ----
+
+void TVEXAPodcastsMLExtension::Finalize() noexcept {
+    Done("leaving the library", [&] {
+        if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
+        FTasks.Finalize();
+        FManager = nullptr;
+    });
+}
+
+void TVEXAPodcastsMLExtension::Initialize(IVEXAMLDataStorageManager* manager) noexcept {
+    Done("joining the library", [&] {
+        FManager = manager;
+        FTasks.Initialize(manager);
+        if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Hook(this);
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::LoadConfig(IUnknown*) noexcept {
+    return S_OK;
+}
+
+HResult TVEXAPodcastsMLExtension::SaveConfig(IUnknown*) noexcept {
+    return S_OK;
+}
+
+HResult TVEXAPodcastsMLExtension::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
+    *fields = nullptr;
+    return Done("listing the fields", [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
+}
+
+HResult TVEXAPodcastsMLExtension::GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept {
+    return Done("offering the tree", [&] {
+        TPodcastClient* const client = FClient.Get();
+        if (schema != kSchemaTree || !client) return;
+        const auto tree = NewObject<TVEXAPodcastsMLDataProviderGroupingTree>(client->DB());
+        presets->Add(ToHostString(kGroupingPresetID).Get(), nullptr, 0, tree.Get());
+    });
+}
+
+void TVEXAPodcastsMLExtension::FlushCache() noexcept {}
+
+HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
+                                          IUnknown** data) noexcept {
+    *data = nullptr;
+    return GuardedCall("reading the library", [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        const auto statement = TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter);
+        // A page is read at once, so that nothing of the database stays open; all rows stream from a reader of their
+        // own.
+        const auto provider = statement.Count > 0
+                                  ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(client->DB(), statement))
+                                  : NewObject<TVEXAMLSQLTableDataProvider>(std::as_const(client->DB()), statement.SQL);
+        *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Variant* values, IVEXAPropertyList*,
+                                              IVEXAImageContainer** image) noexcept {
+    *image = nullptr;
+    return GuardedCall("looking for an episode's picture", [&] {
+        const std::int32_t count = fields->GetCount();
+        for (std::int32_t i = 0; i < count; ++i) {
+            Ref<IVEXAString> name;
+            if (Failed(fields->GetObject(i, IVEXAString::IID, name.PutVoid()))) continue;
+            if (FromHostString(name.Get()).compare(u"FileName", Qt::CaseInsensitive) == 0)
+                return TVEXAPodcastsAlbumArtProvider::GetAlbumArt(VariantToText(values[i]), image);
+        }
+        return E_FAIL;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
+                                       IVEXAMLGroupingTreeSelection** selection) noexcept {
+    *filter = nullptr;
+    *selection = nullptr;
+    return GuardedCall("finding an episode in the library", [&] {
+        Ref<IVEXAString> fileName;
+        if (!info || Failed(info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, fileName.PutVoid())))
+            return E_NOINTERFACE;
+        const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(fileName.Get()));
+        if (!resolved) return E_NOINTERFACE;
+        *selection = TVEXAPodcastsMLGroupingTreeSelection::ForFeed(*resolved->Feed).Detach();
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::Execute(WindowHandle) noexcept {
+    return E_NOTIMPL;
+}
+
+// ---- What the client tells ----
+
+void TVEXAPodcastsMLExtension::RefreshFeedsStarted() {
+    FTasks.StartTask(TaskKind::Refresh, kRefreshKey, nullptr);
+}
+
+void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
+    FTasks.UpdateTask(TaskKind::Refresh, feedURL);
+}
+
+void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool) {
+    FTasks.FinishTask(TaskKind::Refresh);
+}
+
+void TVEXAPodcastsMLExtension::DownloadsStarted() {
+    FTasks.StartTask(TaskKind::Downloads, kDownloadKey, [link = FClient] {
+        if (TPodcastClient* const client = link.Get()) client->CancelDownloads();
+    });
+}
+
+void TVEXAPodcastsMLExtension::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
+    const double percent = static_cast<double>(position) * 100 / static_cast<double>(std::max<std::int64_t>(size, 1));
+    FTasks.UpdateTask(TaskKind::Downloads, QString::number(static_cast<qint64>(percent)) + u"% - " + caption);
+}
+
+void TVEXAPodcastsMLExtension::DownloadsFinished() {
+    FTasks.FinishTask(TaskKind::Downloads);
+}
+
+void TVEXAPodcastsMLExtension::DataChanged() {
+    if (FManager) FManager->Changed();
+}
+
+// ---- The host's messages ----
+
+void TVEXAPodcastsMLExtension::OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept {
+    Done("following the host's messages", [&] {
+        if (message == kMsgPlaybackStarted)
+            MarkPlayedEpisode();
+        else if (message == kMsgLanguageChanged)
+            DataChanged();
+    });
+}
+
+void TVEXAPodcastsMLExtension::MarkPlayedEpisode() {
+    TPodcastClient* const client = FClient.Get();
+    if (!client || !client->Options().MarkEpisodesListenedOnStartPlayback) return;
+    const auto player = HostService<IVEXAServicePlayer>();
+    Ref<IVEXAFileInfo> info;
+    if (!player || Failed(player->GetInfo(info.Put()))) return;
+    QString episodeKey;
+    if (TVEXAPodcastsFileManager::ParseURI(ReadPropertyString(info.Get(), IVEXAFileInfo::FileName), episodeKey))
+        client->UpdateState(episodeKey, pesListened);
+}
+
+}  // namespace podcasts

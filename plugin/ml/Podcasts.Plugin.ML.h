@@ -1,0 +1,95 @@
+#pragma once
+// The podcasts as a storage of the host's music library: the one object through which the library sees them.
+
+#include "Podcasts.Core.h"
+#include "Podcasts.Plugin.ML.Rows.h"
+#include "Podcasts.Plugin.ML.Tasks.h"
+#include "apiWrappers.h"
+
+#include <memory>
+
+namespace podcasts {
+
+inline const QString kStorageID = QStringLiteral("VEXA.Podcasts.ML.Storage");
+inline const QString kGroupingPresetID = QStringLiteral("VEXA.Podcasts.ML.Default");
+
+/// By this the plug-in knows its own storage.
+struct IVEXAPodcastsMLExtension : vexa::IUnknown {
+    static constexpr vexa::Guid IID = vexa::ParseGuid("{95B6499A-3FCE-46C4-8EE2-4979131D3B51}");
+    /// Null once the client is gone.
+    virtual TPodcastClient* GetClient() noexcept = 0;
+
+protected:
+    ~IVEXAPodcastsMLExtension() = default;
+};
+
+/// Hands the library its fields, rows, tree and pictures, tells it of the client's work, and tells the client what the
+/// host plays. Main thread, but for rows, numbers of rows, pictures, outcomes and the progress of downloads.
+class TVEXAPodcastsMLExtension
+    : public vexa::Implements<vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener,
+                              IPodcastClientDownloadsListener, IPodcastClientChangeListener, IVEXAPodcastsMLExtension,
+                              vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
+                              vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
+                              vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage> {
+public:
+    /// Makes the object and adds it to the client's listeners.
+    static vexa::Ref<TVEXAPodcastsMLExtension> Create(TPodcastClient& client);
+
+    // The client's listener.
+    void RefreshFeedsStarted() override;
+    void RefreshFeed(const QString& feedURL) override;
+    void RefreshFeedsFinished(bool hasNewEpisodes) override;
+    void DownloadsStarted() override;
+    void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override;
+    void DownloadsFinished() override;
+    void DataChanged() override;
+
+    TPodcastClient* GetClient() noexcept override { return FClient.Get(); }
+
+    // The storage.
+    void Finalize() noexcept override;
+    void Initialize(vexa::IVEXAMLDataStorageManager* manager) noexcept override;
+    vexa::HResult LoadConfig(vexa::IUnknown* config) noexcept override;
+    vexa::HResult SaveConfig(vexa::IUnknown* config) noexcept override;
+    vexa::HResult GetFields(std::int32_t schema, vexa::IVEXAObjectList** fields) noexcept override;
+    vexa::HResult GetGroupingPresets(std::int32_t schema, vexa::IVEXAMLGroupingPresets* presets) noexcept override;
+    void FlushCache() noexcept override;
+
+    vexa::HResult GetData(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
+                          vexa::IUnknown** data) noexcept override;
+    vexa::HResult GetAlbumArt(vexa::IVEXAObjectList* fields, const vexa::Variant* values,
+                              vexa::IVEXAPropertyList* options, vexa::IVEXAImageContainer** image) noexcept override;
+    vexa::HResult Find(vexa::IVEXAFileInfo* info, vexa::IVEXAMLDataFilter** filter,
+                       vexa::IVEXAMLGroupingTreeSelection** selection) noexcept override;
+    vexa::HResult Execute(vexa::WindowHandle owner) noexcept override;
+    void OnMessage(std::uint32_t message, std::int32_t param1, void* param2, vexa::HResult* result) noexcept override;
+
+    // What a storage of subscriptions offers beyond.
+    vexa::HResult GetRowCount(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
+                              std::int64_t* count) noexcept override;
+    vexa::HResult Subscribe(vexa::IVEXAObjectList* addresses,
+                            vexa::IVEXAMLSubscriptionEvents* events) noexcept override;
+    vexa::HResult ImportOPML(vexa::IVEXAString* fileName, vexa::IVEXAMLSubscriptionEvents* events,
+                             vexa::IVEXAErrorInfo* error) noexcept override;
+    vexa::HResult ExportOPML(vexa::IVEXAString* fileName, vexa::IVEXAErrorInfo* error) noexcept override;
+    vexa::HResult GetOutcomes(std::int32_t taskID, std::int32_t first,
+                              vexa::IVEXAObjectList** outcomes) noexcept override;
+
+protected:
+    vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;
+    void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, vexa::HResult& result) override;
+
+private:
+    template <class T, class... Arguments>
+    friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
+    explicit TVEXAPodcastsMLExtension(TPodcastClient& client);
+
+    void MarkPlayedEpisode();
+
+    vexa::Link<TPodcastClient> FClient;
+    TVEXAPodcastsMLBackgroundTaskHelper FTasks;
+    TPodcastsRows FRows;
+    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // between Initialize and Finalize
+};
+
+}  // namespace podcasts
