@@ -14,7 +14,7 @@ public:
     explicit ConfigService(const QString& profileFolder);
 
     /// Nothing when the key is missing.
-    std::optional<QString> Find(const QString& keyPath) const { return FFile.Find(keyPath); }
+    std::optional<QString> Find(const QString& keyPath) { return FFile.Find(keyPath); }
     /// False for a key path that the file could not hold.
     bool Write(const QString& keyPath, const QString& value);
     /// Writes to disk what was set. Empty, or why it could not, which is logged too.
