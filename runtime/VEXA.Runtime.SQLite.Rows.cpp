@@ -85,7 +85,7 @@ void SqliteRowSet::FreeValue::operator()(sqlite3_value* value) const noexcept {
 }
 
 void SqliteRowSet::Append(SqliteCursor& cursor) {
-    FColumns = cursor.ColumnCount();
+    FColumns = FVisibleColumns = cursor.ColumnCount();
     do {
         for (int i = 0; i < FColumns; ++i) {
             FValues.emplace_back(sqlite3_value_dup(sqlite3_column_value(cursor.FStatement, i)));

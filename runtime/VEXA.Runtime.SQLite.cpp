@@ -9,8 +9,11 @@
 #include <unicode/ucol.h>
 #include <unicode/uiter.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <thread>
 
 namespace vexa {
@@ -53,12 +56,16 @@ const char* Advice(int code) {
 
 /// Root collation of the Unicode Collation Algorithm: the same order on every machine. Texts that it calls equal are
 /// told apart by their bytes, so that equality stays exact.
+///
+/// Most texts are printable ASCII, which needs no library: its characters neither combine nor are ignored, so texts
+/// compare by their characters' primary weights, then by the first difference in letter case, small before capital.
 class UnicodeCollator {
 public:
     UnicodeCollator() {
         UErrorCode status = U_ZERO_ERROR;
         FCollator = ucol_open("root", &status);
         if (U_FAILURE(status)) FCollator = nullptr;
+        if (FCollator) RankAscii();
     }
     ~UnicodeCollator() {
         if (FCollator) ucol_close(FCollator);
@@ -68,6 +75,9 @@ public:
 
     static int Compare(void*, int sizeA, const void* a, int sizeB, const void* b) {
         static const UnicodeCollator collator;
+        if (const auto order = collator.CompareAscii(static_cast<const unsigned char*>(a), sizeA,
+                                                     static_cast<const unsigned char*>(b), sizeB))
+            return *order;
         if (collator.FCollator) {
             UErrorCode status = U_ZERO_ERROR;
             const auto order = ucol_strcollUTF8(collator.FCollator, static_cast<const char*>(a), sizeA,
@@ -79,7 +89,58 @@ public:
     }
 
 private:
+    static constexpr int kFirstPrintable = 0x20, kLastPrintable = 0x7E;
+
+    /// Gives each printable character its place by primary weight; a letter's two cases share one.
+    void RankAscii() {
+        UErrorCode status = U_ZERO_ERROR;
+        UCollator* const primary = ucol_open("root", &status);
+        if (U_FAILURE(status)) return;
+        ucol_setStrength(primary, UCOL_PRIMARY);
+        std::vector<UChar> characters;
+        for (int c = kFirstPrintable; c <= kLastPrintable; ++c) characters.push_back(static_cast<UChar>(c));
+        const auto isLess = [&](UChar a, UChar b) { return ucol_strcoll(primary, &a, 1, &b, 1) == UCOL_LESS; };
+        std::stable_sort(characters.begin(), characters.end(), isLess);
+        unsigned char rank = 0;
+        for (std::size_t i = 0; i < characters.size(); ++i) {
+            if (i == 0 || isLess(characters[i - 1], characters[i])) ++rank;
+            FRanks[characters[i]] = rank;
+        }
+        ucol_close(primary);
+    }
+
+    /// Nothing unless both texts are printable ASCII as far as the comparison looks.
+    std::optional<int> CompareAscii(const unsigned char* a, int sizeA, const unsigned char* b, int sizeB) const {
+        const int size = std::min(sizeA, sizeB);
+        int order = 0, caseOrder = 0, i = 0;
+        for (; i < size; ++i) {
+            if (a[i] == b[i]) {
+                if (FRanks[a[i]] == 0) return std::nullopt;
+                continue;
+            }
+            const int rankA = FRanks[a[i]], rankB = FRanks[b[i]];
+            if (rankA == 0 || rankB == 0) return std::nullopt;
+            if (rankA != rankB) {
+                order = rankA - rankB;
+                break;
+            }
+            if (caseOrder == 0) caseOrder = b[i] - a[i];  // small letters have the larger codes
+        }
+        // What follows could combine with what was compared last.
+        for (int j = i; j < std::min(sizeA, i + 2); ++j)
+            if (FRanks[a[j]] == 0) return std::nullopt;
+        for (int j = i; j < std::min(sizeB, i + 2); ++j)
+            if (FRanks[b[j]] == 0) return std::nullopt;
+        if (order != 0) return order;
+        for (int j = i; j < sizeA; ++j)
+            if (FRanks[a[j]] == 0) return std::nullopt;
+        for (int j = i; j < sizeB; ++j)
+            if (FRanks[b[j]] == 0) return std::nullopt;
+        return sizeA != sizeB ? sizeA - sizeB : caseOrder;
+    }
+
     UCollator* FCollator;
+    std::array<unsigned char, 256> FRanks{};  // 0: not printable ASCII
 };
 
 std::string_view ArgumentBytes(sqlite3_value* value) {
@@ -202,6 +263,14 @@ qint64 SqliteReader::QueryInteger(std::string_view sql) {
 
 void SqliteReader::ExecuteSQL(std::string_view sql) {
     const auto cursor = Query(sql);
+}
+
+SqliteSnapshot::~SqliteSnapshot() {
+    try {
+        FReader.ExecuteSQL("COMMIT");
+    } catch (const SqliteError& error) {
+        qCWarning(LogDatabase) << error.what();
+    }
 }
 
 void SqliteReader::Interrupt() noexcept {

@@ -112,12 +112,14 @@ public:
     void Append(SqliteCursor& cursor);
     /// Puts the rows into the order that `order` says: the row of index order[i] becomes row i.
     void Reorder(const std::vector<std::size_t>& order);
+    /// Takes the last column out of sight.
+    void DropLastColumn() { --FVisibleColumns; }
     /// Goes to a row, counted from 0; on the first one at first.
     void GoTo(std::size_t row) { FRow = row; }
     std::size_t RowCount() const;
 
     bool Next() override;
-    int ColumnCount() const override { return FColumns; }
+    int ColumnCount() const override { return FVisibleColumns; }
     QString Text(int column) const override;
     int Integer(int column) const override;
     qint64 Integer64(int column) const override;
@@ -132,6 +134,7 @@ private:
     sqlite3_value* At(int column) const;
 
     int FColumns = 0;
+    int FVisibleColumns = 0;
     std::size_t FRow = 0;
     std::vector<Value> FValues;  // row by row
 };
@@ -177,6 +180,18 @@ public:
     qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
     /// Ends the statement that runs, from any thread, with an error.
     void Interrupt() noexcept;
+};
+
+/// While it lives, the reader sees one state of the database.
+class VEXA_RUNTIME_API SqliteSnapshot {
+public:
+    explicit SqliteSnapshot(SqliteReader& reader) : FReader(reader) { FReader.ExecuteSQL("BEGIN"); }
+    ~SqliteSnapshot();
+    SqliteSnapshot(const SqliteSnapshot&) = delete;
+    SqliteSnapshot& operator=(const SqliteSnapshot&) = delete;
+
+private:
+    SqliteReader& FReader;
 };
 
 class VEXA_RUNTIME_API SqliteDatabase : public SqliteConnection {

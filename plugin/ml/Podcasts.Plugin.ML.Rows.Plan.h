@@ -1,0 +1,29 @@
+#pragma once
+// How a statement of the library can be run in another way that gives the same rows in the same order.
+
+#include "Podcasts.Plugin.ML.DataProvider.h"
+#include "VEXA.Runtime.SQLite.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace podcasts {
+
+/// What is known of a statement's rows. All texts follow "SELECT … FROM PodcastEpisodes WHERE 1 = 1".
+struct TPodcastsRowPlan {
+    bool IsKnown = false;   // false: run the statement as it stands
+    bool IsSorted = false;  // no index gives the order: all rows are sorted for each page
+    QString Conditions;     // over episodes alone, without the search
+    QString Order;          // total: equal rows are told apart as SQLite does for the statement
+
+    QString IDs() const;
+    QString Count() const;
+    /// Names the rows and their order.
+    QString Key() const { return Conditions + Order; }
+};
+
+/// Looks at SQLite's plan for the statement, without its range. Gives an unknown plan for whatever it does not
+/// understand; throws vexa::SqliteError when the statement is none.
+TPodcastsRowPlan PlanRows(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
+
+}  // namespace podcasts
