@@ -10,8 +10,6 @@ namespace vexa::host {
 
 namespace {
 
-constexpr QLatin1String kIdentity("ID");
-
 /// A storage cannot be asked for what it does not know: it would take the name for one of its own making.
 const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
@@ -49,15 +47,7 @@ Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& que
     const auto add = [&](const RowOrder& order) {
         list->Add(Ref<IVEXAString>(new SortItem(order.Field, order.Direction)).Get());
     };
-    bool isWhole = false;
-    for (const RowOrder& order : query.Sort) {
-        add({OfRows(storage, order.Field).Name, order.Direction});
-        isWhole = isWhole || order.Field == kIdentity;
-    }
-    // Rows that are equal in all of these may come in another order for every range, so that a page would show again
-    // what another one has shown. The identity decides between them.
-    const LibraryField* identity = storage.Field(kIdentity);
-    if (!isWhole && query.Limit > 0 && identity && identity->HasRows()) add({identity->Name});
+    for (const RowOrder& order : query.Sort) add({OfRows(storage, order.Field).Name, order.Direction});
     return list;
 }
 

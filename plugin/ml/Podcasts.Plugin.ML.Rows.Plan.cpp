@@ -14,6 +14,7 @@ namespace {
 
 const QString kFeedSearch = QStringLiteral("SEARCH PodcastFeeds USING INTEGER PRIMARY KEY (rowid=?)");
 const QString kTableScan = QStringLiteral("SCAN PodcastEpisodes");
+const QString kOfFeed = QStringLiteral("PodcastEpisodes.FeedID IN (SELECT FeedID FROM PodcastFeeds WHERE URLFeed =");
 const QString kSort = QStringLiteral("USE TEMP B-TREE FOR ORDER BY");
 const QString kDateIndexes[] = {
     QStringLiteral("PodcastEpisodesByDate"), QStringLiteral("PodcastEpisodesByStateAndDate"),
@@ -68,8 +69,7 @@ QString OverEpisodes(QString conditions) {
     static const QRegularExpression state(QStringLiteral("\\(State = '(\\d{1,9})' COLLATE NOCASE \\)"));
     conditions.replace(state, QStringLiteral("(State = '\\1')"));
     static const QRegularExpression feed(QStringLiteral("\\(PodcastFeeds\\.URLFeed = ('(?:[^']|'')+')\\)"));
-    return conditions.replace(
-        feed, QStringLiteral("(PodcastEpisodes.FeedID IN (SELECT FeedID FROM PodcastFeeds WHERE URLFeed = \\1))"));
+    return conditions.replace(feed, u'(' + kOfFeed + u" \\1))");
 }
 
 }  // namespace
@@ -78,22 +78,26 @@ QString TPodcastsRowPlan::IDs() const {
     return u"SELECT PodcastEpisodes.rowid FROM PodcastEpisodes WHERE 1 = 1" + Conditions + Order;
 }
 
-QString TPodcastsRowPlan::Count() const {
-    // Without a condition SQLite counts the entries of the smallest index.
-    return u"SELECT Count(*) FROM PodcastEpisodes" +
-           (Conditions.isEmpty() ? QString() : QString(u" WHERE 1 = 1" + Conditions));
+namespace {
+
+QString Plain(const TVEXAPodcastsMLStatement& statement, const QString& columns) {
+    return u"SELECT " + columns +
+           u" FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)" +
+           statement.Conditions + statement.Search;
 }
 
+}  // namespace
+
 TPodcastsRowPlan PlanRows(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
-    const QString sql = u"SELECT " + statement.Columns +
-                        u" FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)" +
-                        statement.Conditions + statement.Search + statement.Order;
-    const QStringList lines = ExplainPlan(reader, sql);
     TPodcastsRowPlan plan;
-    const auto order = TotalOrder(statement, lines);
+    const QString plain = Plain(statement, statement.Columns) + statement.Order;
+    const auto order = TotalOrder(statement, ExplainPlan(reader, plain));
     if (!order) return plan;
     plan.Conditions = OverEpisodes(statement.Conditions);
     plan.Order = *order;
+    plan.IsOfFeed = plan.Conditions.contains(kOfFeed);
+    // One feed's rows are quicker sorted than picked out of all in their order.
+    if (plan.IsOfFeed) plan.Order.replace(QLatin1String(" ORDER BY "), QLatin1String(" ORDER BY +"));
     try {
         // Conditions and order may need the feeds' columns after all.
         plan.IsSorted = ExplainPlan(reader, plan.IDs()).contains(kSort);
@@ -101,6 +105,20 @@ TPodcastsRowPlan PlanRows(SqliteReader& reader, const TVEXAPodcastsMLStatement& 
     } catch (const SqliteError&) {
     }
     return plan;
+}
+
+QString PlanCount(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
+    ExplainPlan(reader, Plain(statement, QStringLiteral("Count(*)")));
+    const QString conditions = OverEpisodes(statement.Conditions);
+    // Without a condition SQLite counts the entries of the smallest index.
+    const QString sql = u"SELECT Count(*) FROM PodcastEpisodes" +
+                        (conditions.isEmpty() ? QString() : QString(u" WHERE 1 = 1" + conditions));
+    try {
+        ExplainPlan(reader, sql);
+        return sql;
+    } catch (const SqliteError&) {
+        return {};
+    }
 }
 
 }  // namespace podcasts

@@ -13,11 +13,11 @@ namespace podcasts {
 struct TPodcastsRowPlan {
     bool IsKnown = false;   // false: run the statement as it stands
     bool IsSorted = false;  // no index gives the order: all rows are sorted for each page
+    bool IsOfFeed = false;  // the rows are those of one feed: few
     QString Conditions;     // over episodes alone, without the search
     QString Order;          // total: equal rows are told apart as SQLite does for the statement
 
     QString IDs() const;
-    QString Count() const;
     /// Names the rows and their order.
     QString Key() const { return Conditions + Order; }
 };
@@ -25,5 +25,9 @@ struct TPodcastsRowPlan {
 /// Looks at SQLite's plan for the statement, without its range. Gives an unknown plan for whatever it does not
 /// understand; throws vexa::SqliteError when the statement is none.
 TPodcastsRowPlan PlanRows(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
+
+/// A statement that counts the rows without looking at each one's feed. Right only while no episode lacks its feed.
+/// Empty when there is none; throws vexa::SqliteError when the statement is none.
+QString PlanCount(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
 
 }  // namespace podcasts

@@ -162,7 +162,7 @@ std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TVE
     } else if (!(ids = FindKept(plan.Key())) && plan.IsSorted) {
         // Sorting for one page near the top is quicker than sorting all; for a second page it is not.
         const bool isAgain = std::exchange(FLastKey, plan.Key()) == plan.Key();
-        if (isAgain || statement.Offset > kNearOffset) ids = OrderedIDs(plan);
+        if (plan.IsOfFeed || isAgain || statement.Offset > kNearOffset) ids = OrderedIDs(plan);
     }
     if (ids) {
         const auto begin = std::min<std::size_t>(static_cast<std::size_t>(statement.Offset), ids->size());
@@ -178,13 +178,13 @@ qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TVEXAPodcastsMLStatemen
     const std::lock_guard lock(FMutex);
     Begin(db);
     const SqliteSnapshot snapshot(*FReader);
-    const TPodcastsRowPlan plan = PlanOf(statement);
-    if (plan.IsKnown && statement.Search.isEmpty()) {
-        if (const auto kept = FindKept(plan.Key())) return static_cast<qint64>(kept->size());
-        return FReader->QueryInteger(ToUtf8(plan.Count()));
-    }
-    if (plan.IsKnown && TPodcastsRowText::CanSearch(statement.SearchText, statement.SearchedColumns))
+    if (statement.Search.isEmpty()) {
+        const QString sql = PlanCount(*FReader, statement);
+        if (!sql.isEmpty() && !HasOrphans()) return FReader->QueryInteger(ToUtf8(sql));
+    } else if (const TPodcastsRowPlan plan = PlanOf(statement);
+               plan.IsKnown && TPodcastsRowText::CanSearch(statement.SearchText, statement.SearchedColumns)) {
         return static_cast<qint64>(SearchedIDs(plan, statement)->size());
+    }
     return FReader->QueryInteger(ToUtf8(QString(
         u"SELECT Count(*) FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)" +
         statement.Conditions + statement.Search)));
