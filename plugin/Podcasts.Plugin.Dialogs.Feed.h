@@ -44,8 +44,8 @@ private:
 
     void edFeedURLChange() { UpdateControls(); }
     void btnOKClick();
-    bool dtFeedURLOver(const QMimeData& data) const;
-    void dtFeedURLDrop(const QMimeData& data);
+    bool dtFeedURLOver(const QMimeData& dragged) const;
+    void dtFeedURLDrop(const QMimeData& dragged);
 
     QLineEdit* edFeedURL;
     QLabel* lbDownloadHint;

@@ -15,8 +15,8 @@ namespace podcasts {
 /// Whether this program can show windows. When it cannot, a warning that `what` is impossible is logged.
 bool CanShowWindows(const char* what);
 
-/// A text from outside as a label can show it: on one line, no more than `letters` of it, with places to break where a
-/// word is longer than a line, and without what turns the direction of the text around it.
+/// A text from outside as a wrapping label can show it: without line ends of its own, no more than `letters` of it,
+/// with places to break where a word is longer than a line, and without what turns the direction of the text around it.
 QString TextForLabel(const QString& text, qsizetype letters);
 
 /// `format` with its first "%s" replaced by `argument`, in which nothing counts as a format.
@@ -24,10 +24,6 @@ QString FormatText(const QString& format, const QString& argument);
 
 /// A box without a title that waits for its button. `text` is plain. The owner may be destroyed meanwhile.
 void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text);
-
-/// Runs a control's event: what it throws is logged and shown to the user.
-template <class Event>
-void RunEvent(QWidget* owner, Event event) noexcept;
 
 /// The base of the dialogs: a fixed frame in the middle of the screen, with the plug-in's icon.
 class TPodcastsCustomForm : public QDialog {
@@ -59,9 +55,10 @@ private:
     QPointer<Dialog> FDialog;
 };
 
-/// Told of the exception that is being handled.
+/// Logs the exception that is being handled, and shows it.
 void ReportCaughtException(QWidget* owner) noexcept;
 
+/// Runs a control's event: what it throws is logged and shown to the user.
 template <class Event>
 void RunEvent(QWidget* owner, Event event) noexcept {
     const QPointer<QWidget> guard(owner);
