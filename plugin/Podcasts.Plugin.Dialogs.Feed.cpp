@@ -133,6 +133,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     lbDownloadHint->setObjectName(QStringLiteral("lbDownloadHint"));
     lbDownloadHint->setTextFormat(Qt::PlainText);
     lbDownloadHint->setEnabled(false);
+    lbDownloadHint->setForegroundRole(QPalette::PlaceholderText);  // greyed, but to be read
     QSizePolicy keepsItsPlace = lbDownloadHint->sizePolicy();
     keepsItsPlace.setRetainSizeWhenHidden(true);
     lbDownloadHint->setSizePolicy(keepsItsPlace);
