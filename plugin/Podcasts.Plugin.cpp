@@ -83,8 +83,11 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 
 void TVEXAPodcastsPlugin::Start() {
     FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
+    FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(*FClient);
     const auto library = TVEXAPodcastsMLExtension::Create(*FClient);
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
+    HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
+                                  static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
     LoadSettings();
     FClient->RefreshFeedsOnStartup();
@@ -109,10 +112,16 @@ void TVEXAPodcastsPlugin::Stop() noexcept {
         });
     };
     FAreSettingsLoaded = false;
+    step("letting go of the options page", [this] { FOptionsFrame = nullptr; });
     step("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
     step("closing the podcasts", [this] { FClient.reset(); });
     TVEXACustomPlugin::Finalize();
     IsAnyRunning = FIsRunning = false;
+}
+
+void TVEXAPodcastsPlugin::Show(WindowHandle) noexcept {
+    const auto dialog = HostService<IVEXAServiceOptionsDialog>();
+    if (dialog && FOptionsFrame) dialog->FrameShow(FOptionsFrame.Get(), kTrue);
 }
 
 void TVEXAPodcastsPlugin::LoadSettings() {

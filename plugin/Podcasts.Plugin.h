@@ -2,6 +2,7 @@
 // The plug-in object: wires everything together when the host starts it and takes it apart when the host ends.
 
 #include "Podcasts.Core.h"
+#include "Podcasts.Plugin.Dialogs.Settings.h"
 #include "VEXACustomPlugin.h"
 
 #include <memory>
@@ -9,7 +10,7 @@
 namespace podcasts {
 
 /// All operations are called by the host on its main thread. One object can be initialised at a time in a process.
-class TVEXAPodcastsPlugin : public vexa::TVEXACustomPlugin {
+class TVEXAPodcastsPlugin : public vexa::Implements<vexa::TVEXACustomPlugin, vexa::IVEXAExternalSettingsDialog> {
 public:
     const char16_t* GetInformation(std::int32_t index) noexcept override;
     std::uint32_t GetCategories() noexcept override;
@@ -18,6 +19,8 @@ public:
     vexa::HResult Initialize(vexa::IVEXACore* core) noexcept override;
     /// Does what Initialize got to; nothing when that failed or was never called.
     void Finalize() noexcept override;
+    /// Opens the host's options dialog at the podcasts' page, where the host has such a dialog.
+    void Show(vexa::WindowHandle parentWindow) noexcept override;
 
 protected:
     ~TVEXAPodcastsPlugin() override;
@@ -29,6 +32,7 @@ private:
     void SaveSettings();
 
     std::unique_ptr<TPodcastClient> FClient;
+    vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
     bool FIsRunning = false;          // the core reference is this object's
     bool FAreSettingsLoaded = false;  // only what was loaded may be saved
 };

@@ -1,5 +1,6 @@
 #include "Podcasts.Plugin.ML.h"
 
+#include "Podcasts.Plugin.Dialogs.Feed.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
 #include "VEXA.Runtime.Desktop.h"
@@ -152,8 +153,13 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
     });
 }
 
-HResult TVEXAPodcastsMLExtension::Execute(WindowHandle) noexcept {
-    return E_NOTIMPL;
+HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
+    return GuardedCall("subscribing in a dialog", [&] {
+        TPodcastClient* const client = FClient.Get();
+        if (!client) return E_FAIL;
+        TfrmPodcastFeed::Subscribe(owner, *client);
+        return S_OK;
+    });
 }
 
 // ---- What the client tells ----

@@ -1,9 +1,13 @@
-// The main function of every test program.
+// The main function of every test program. With TEST_WINDOWS it is one that shows windows, on no screen.
 
 #include "TempFolder.h"
 #include "VEXA.Runtime.Threads.h"
 
+#ifdef TEST_WINDOWS
+#include <QApplication>
+#else
 #include <QCoreApplication>
+#endif
 #include <QLoggingCategory>
 
 #include <gtest/gtest.h>
@@ -18,7 +22,12 @@ int main(int argc, char** argv) {
     qputenv("no_proxy", "*");
     QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false\nvexa.*=false"));
 
+#ifdef TEST_WINDOWS
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+#else
     QCoreApplication application(argc, argv);
+#endif
     vexa::AttachMainThread();
     return RUN_ALL_TESTS();
 }

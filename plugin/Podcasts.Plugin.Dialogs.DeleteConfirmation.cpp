@@ -1,0 +1,106 @@
+#include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
+
+#include "apiWrappers.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QPushButton>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+constexpr qsizetype kLongestTitle = 200;     // letters in the question
+constexpr qsizetype kLongestToolTip = 1000;  // and in the tool tip of one that is longer
+constexpr int kIconSize = 32;
+constexpr int kTextWidth = 388;
+constexpr QSize kButtonSize(96, 25);
+constexpr int kRightOfButtons = 112;  // they stand in the middle of a window of the usual width
+
+}  // namespace
+
+bool TfrmPodcastDeleteConfirmation::Execute(WindowHandle owner, const QString& feedTitle, bool& deleteCachedFiles) {
+    if (!CanShowWindows("the question before unsubscribing")) return false;
+    TOpenDialog<TfrmPodcastDeleteConfirmation> dialog(owner, feedTitle);
+    const bool isConfirmed = dialog.ExecuteOK();
+    if (isConfirmed) deleteCachedFiles = dialog->cbDeleteCachedFiles->isChecked();
+    return isConfirmed;
+}
+
+TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner, const QString& feedTitle)
+    : TPodcastsCustomForm(owner), FFeedName(feedTitle), cbDeleteCachedFiles(new QCheckBox) {
+    const auto text = [](const char* key) { return LocalizedText(QString::fromLatin1(key)); };
+
+    auto* const imIcon = new QLabel;
+    imIcon->setObjectName(QStringLiteral("imIcon"));
+    QIcon glyph;
+    for (const char* const name : {"QUESTION", "QUESTION192"})
+        glyph.addFile(QStringLiteral(":/PNG/") + QLatin1String(name));
+    imIcon->setPixmap(glyph.pixmap(QSize(kIconSize, kIconSize), devicePixelRatioF()));
+    imIcon->setFixedSize(kIconSize, kIconSize);
+
+    auto* const lbText = new QLabel;
+    lbText->setObjectName(QStringLiteral("lbText"));
+    lbText->setTextFormat(Qt::PlainText);
+    lbText->setWordWrap(true);
+    lbText->setAlignment(Qt::AlignTop | Qt::AlignLeading);
+    lbText->setFixedWidth(kTextWidth);
+    lbText->setMinimumHeight(kIconSize);
+    const QString name = TextForLabel(FFeedName, kLongestTitle);
+    lbText->setText(FormatText(text("Podcasts\\MSG6"), name));
+    // Tool tips guess whether they are markup, so this one is markup for certain.
+    if (name != FFeedName)
+        lbText->setToolTip(QStringLiteral("<qt>") + TextForLabel(FFeedName, kLongestToolTip).toHtmlEscaped());
+
+    cbDeleteCachedFiles->setObjectName(QStringLiteral("cbDeleteCachedFiles"));
+    cbDeleteCachedFiles->setText(text("Podcasts\\MSG5"));
+    cbDeleteCachedFiles->setChecked(true);
+
+    const auto newButton = [&](const char* objectName, const char* key) {
+        auto* const button = new QPushButton(text(key));
+        button->setObjectName(QLatin1String(objectName));
+        button->setMinimumSize(kButtonSize);
+        return button;
+    };
+    auto* const btnOK = newButton("btnOK", "CommonDialogs\\B1");
+    btnOK->setDefault(true);
+    auto* const btnCancel = newButton("btnCancel", "CommonDialogs\\B2");
+    btnCancel->setAutoDefault(false);
+    connect(btnOK, &QPushButton::clicked, this, &QDialog::accept);
+    connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
+
+    auto* const texts = new QVBoxLayout;
+    texts->setSpacing(6);
+    texts->addWidget(lbText);
+    texts->addWidget(cbDeleteCachedFiles, 0, Qt::AlignLeading);
+    auto* const question = new QHBoxLayout;
+    question->setSpacing(9);
+    question->addWidget(imIcon, 0, Qt::AlignTop);
+    question->addLayout(texts, 1);
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(6);
+    buttons->addStretch();
+    buttons->addWidget(btnOK);
+    buttons->addWidget(btnCancel);
+    buttons->addSpacing(kRightOfButtons - buttons->spacing());
+    auto* const all = new QVBoxLayout(this);
+    all->setContentsMargins(10, 8, 8, 8);
+    all->setSpacing(12);
+    all->addLayout(question);
+    all->addLayout(buttons);
+    all->setSizeConstraint(QLayout::SetFixedSize);
+
+    setWindowTitle(text("Podcasts\\MSG4"));
+}
+
+void TfrmPodcastDeleteConfirmation::showEvent(QShowEvent* event) {
+    TPodcastsCustomForm::showEvent(event);
+    QApplication::beep();
+}
+
+}  // namespace podcasts

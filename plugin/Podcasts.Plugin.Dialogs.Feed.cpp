@@ -1,0 +1,253 @@
+#include "Podcasts.Plugin.Dialogs.Feed.h"
+
+#include "Podcasts.Core.Subscribing.h"
+#include "VEXA.Runtime.Http.h"
+#include "apiWrappers.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDropEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QUrl>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+constexpr qsizetype kLongestReason = 300;  // letters of why a fetch failed
+constexpr int kMargin = 8;
+constexpr int kEditWidth = 431;
+constexpr QSize kButtonSize(96, 25);
+
+QString FileOfAddress(const QString& address) {
+    const QUrl url(address);
+    return url.isLocalFile() ? url.toLocalFile() : address;
+}
+
+QString TextOf(const QMimeData& data) {
+    const QList<QUrl> urls = data.urls();
+    return urls.size() == 1 && urls[0].isLocalFile() ? urls[0].toLocalFile() : data.text();
+}
+
+/// What is dropped on a control, in place of what the control itself takes.
+class DropTarget final : public QObject {
+public:
+    using Over = std::function<bool(const QMimeData&)>;
+    using Drop = std::function<void(const QMimeData&)>;
+
+    DropTarget(QWidget& control, Over onOver, Drop onDrop)
+        : QObject(&control), FOnOver(std::move(onOver)), FOnDrop(std::move(onDrop)) {
+        control.setAcceptDrops(true);
+        control.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove && event->type() != QEvent::Drop)
+            return false;
+        auto& drop = *static_cast<QDropEvent*>(event);
+        if (!FOnOver(*drop.mimeData())) {
+            drop.ignore();
+            return true;
+        }
+        // The source keeps what it gives.
+        drop.setDropAction(Qt::CopyAction);
+        drop.accept();
+        if (event->type() == QEvent::Drop) FOnDrop(*drop.mimeData());
+        return true;
+    }
+
+private:
+    Over FOnOver;
+    Drop FOnDrop;
+};
+
+}  // namespace
+
+QString FeedLocationFromText(const QString& text) {
+    const QString trimmed = text.trimmed();
+    if (trimmed.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) return FileOfAddress(trimmed);
+    if (!trimmed.startsWith(QLatin1String("feed:"), Qt::CaseInsensitive)) return trimmed;
+    const QString rest = trimmed.mid(5);
+    return rest.startsWith(QLatin1String("//")) ? QStringLiteral("https:") + rest : rest;
+}
+
+/// Fetches for a dialog; tells it unless it is gone by then.
+class TfrmPodcastFeed::FetchTask final : public Task {
+public:
+    FetchTask(TfrmPodcastFeed& dialog, const QString& url) : FDialog(dialog.FLinks), FURL(url) {}
+
+    void Execute() override {
+        const auto outcome = std::make_shared<FetchOutcome>();
+        try {
+            outcome->Feed = TPodcastClient::FetchFeed(
+                FURL, [this] { return IsCancelled(); }, true);
+        } catch (const std::exception& error) {
+            outcome->LastError = QString::fromUtf8(error.what());
+        }
+        RunInMainThread(
+            [dialog = FDialog, outcome] {
+                if (TfrmPodcastFeed* const form = dialog.Get()) form->FetchComplete(*outcome);
+            },
+            false);
+    }
+    QString Caption() const override { return FURL; }
+
+private:
+    const Link<TfrmPodcastFeed> FDialog;  // looked up on the main thread
+    const QString FURL;
+};
+
+void TfrmPodcastFeed::Subscribe(WindowHandle owner, TPodcastClient& client) {
+    if (!CanShowWindows("subscribing in a dialog")) return;
+    const Link<TPodcastClient> link(client.Links());
+    TOpenDialog<TfrmPodcastFeed> dialog(owner, client);
+    if (!dialog.ExecuteOK() || !dialog->FFeed) return;
+    if (TPodcastClient* const present = link.Get()) present->Subscribe(*dialog->FFeed);
+}
+
+void TfrmPodcastFeed::Edit(WindowHandle owner, TPodcastClient& client, const QString& feedURL) {
+    if (!CanShowWindows("editing a subscription in a dialog")) return;
+    const Link<TPodcastClient> link(client.Links());
+    TOpenDialog<TfrmPodcastFeed> dialog(owner, client);
+    dialog->SetEditedURL(feedURL);
+    if (!dialog.ExecuteOK()) return;
+    if (TPodcastClient* const present = link.Get()) present->ChangeFeedURL(feedURL, dialog->Location());
+}
+
+TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
+    : TPodcastsCustomForm(owner),
+      edFeedURL(new QLineEdit),
+      lbDownloadHint(new QLabel),
+      btnOK(new QPushButton),
+      btnCancel(new QPushButton),
+      FClient(client.Links()) {
+    edFeedURL->setObjectName(QStringLiteral("edFeedURL"));
+    edFeedURL->setMinimumWidth(kEditWidth);
+    lbDownloadHint->setObjectName(QStringLiteral("lbDownloadHint"));
+    lbDownloadHint->setTextFormat(Qt::PlainText);
+    lbDownloadHint->setEnabled(false);
+    lbDownloadHint->setForegroundRole(QPalette::PlaceholderText);  // greyed, but to be read
+    QSizePolicy keepsItsPlace = lbDownloadHint->sizePolicy();
+    keepsItsPlace.setRetainSizeWhenHidden(true);
+    lbDownloadHint->setSizePolicy(keepsItsPlace);
+    btnOK->setObjectName(QStringLiteral("btnOK"));
+    btnOK->setMinimumSize(kButtonSize);
+    btnOK->setDefault(true);
+    btnCancel->setObjectName(QStringLiteral("btnCancel"));
+    btnCancel->setMinimumSize(kButtonSize);
+    btnCancel->setAutoDefault(false);
+
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(6);
+    buttons->addWidget(lbDownloadHint, 1);
+    buttons->addWidget(btnOK);
+    buttons->addWidget(btnCancel);
+    auto* const all = new QVBoxLayout(this);
+    all->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    all->setSpacing(kMargin + 1);
+    all->addWidget(edFeedURL);
+    all->addLayout(buttons);
+    all->setSizeConstraint(QLayout::SetFixedSize);
+
+    const auto text = [](const char* key) { return LocalizedText(QString::fromLatin1(key)); };
+    setWindowTitle(text("Podcasts\\MSG0"));
+    btnOK->setText(text("CommonDialogs\\B1"));
+    btnCancel->setText(text("CommonDialogs\\B2"));
+    edFeedURL->setPlaceholderText(text("Podcasts\\MSG3"));
+    edFeedURL->setAccessibleName(edFeedURL->placeholderText());
+    lbDownloadHint->setText(text("MSG\\73"));
+
+    auto* const dtFeedURL = new DropTarget(
+        *edFeedURL, [this](const QMimeData& dragged) { return dtFeedURLOver(dragged); },
+        [this](const QMimeData& dragged) { dtFeedURLDrop(dragged); });
+    dtFeedURL->setObjectName(QStringLiteral("dtFeedURL"));
+    connect(edFeedURL, &QLineEdit::textChanged, this, [this] { edFeedURLChange(); });
+    connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(this, [this] { btnOKClick(); }); });
+    connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
+
+    const QString copied = FeedLocationFromText(QApplication::clipboard()->text());
+    if (IsUrl(copied)) edFeedURL->setText(copied);
+    edFeedURL->selectAll();
+    edFeedURL->setFocus();
+    UpdateControls();
+}
+
+TfrmPodcastFeed::~TfrmPodcastFeed() {
+    // The main thread serves its queue while it waits, and the fetch's end may be in there.
+    FLinks.Invalidate();
+    WorkerPool::Cancel(FFetchTask, true);
+}
+
+void TfrmPodcastFeed::SetEditedURL(const QString& feedURL) {
+    FEditedURL = feedURL;
+    edFeedURL->setText(feedURL);
+    edFeedURL->selectAll();
+}
+
+/// The feed's location that the edit names. An address that nobody has touched is the stored one to the letter.
+QString TfrmPodcastFeed::Location() const {
+    const QString text = edFeedURL->text();
+    return text == FEditedURL ? text : NormalizedFeedLocation(FeedLocationFromText(text));
+}
+
+void TfrmPodcastFeed::UpdateControls() {
+    const bool isFetching = FFetchTask != 0;
+    const QString location = Location();
+    const bool isAcceptable = IsFeedLocation(location);
+    lbDownloadHint->setVisible(isFetching);
+    btnOK->setEnabled(!isFetching && isAcceptable);
+    QString missing;
+    if (isFetching)
+        missing = lbDownloadHint->text();
+    else if (!isAcceptable)
+        missing =
+            LocalizedText(location.isEmpty() ? QStringLiteral("Podcasts\\MSG13") : QStringLiteral("Podcasts\\MSG14"));
+    btnOK->setToolTip(missing);
+}
+
+void TfrmPodcastFeed::btnOKClick() {
+    TPodcastClient* const client = FClient.Get();
+    if (!client) return reject();
+    const QString location = Location();
+    if (location != FEditedURL && client->IsSubscribed(location))
+        return ShowMessageBox(this, QMessageBox::Warning, LocalizedText(QStringLiteral("Podcasts\\MSG1")));
+    if (!FEditedURL.isEmpty()) return accept();
+    DownloadFeed(location);
+    UpdateControls();
+}
+
+void TfrmPodcastFeed::DownloadFeed(const QString& url) {
+    if (FFetchTask != 0) return;
+    FLastError.clear();
+    FFetchTask = WorkerPool::Run(std::make_unique<FetchTask>(*this, url));
+}
+
+void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
+    FFetchTask = 0;
+    FFeed = std::move(outcome.Feed);
+    FLastError = outcome.LastError;
+    UpdateControls();
+    if (!isVisible()) return;  // it has its result already
+    if (!FClient.Get()) return reject();
+    if (FFeed) return accept();
+    QString message = LocalizedText(QStringLiteral("Podcasts\\MSG2"));
+    if (!FLastError.isEmpty()) message += QStringLiteral("\r\n\r\n") + TextForLabel(FLastError, kLongestReason);
+    ShowMessageBox(this, QMessageBox::Critical, message);
+}
+
+bool TfrmPodcastFeed::dtFeedURLOver(const QMimeData& dragged) const {
+    return dragged.hasText() && IsFeedLocation(FeedLocationFromText(TextOf(dragged)));
+}
+
+void TfrmPodcastFeed::dtFeedURLDrop(const QMimeData& dragged) {
+    if (dtFeedURLOver(dragged)) edFeedURL->setText(FeedLocationFromText(TextOf(dragged)));
+}
+
+}  // namespace podcasts

@@ -1,0 +1,63 @@
+#pragma once
+// The dialog for a feed's address: subscribes to a feed that could be read, or changes the address of a stored one.
+
+#include "Podcasts.Core.h"
+#include "Podcasts.Plugin.Dialogs.h"
+
+#include <memory>
+
+class QLabel;
+class QLineEdit;
+class QMimeData;
+class QPushButton;
+
+namespace podcasts {
+
+/// An address as a user gives it, as the feed's location: without blanks and line ends around it, a "file:" address as
+/// the file's name, a "feed:" address as the web address that it stands for.
+QString FeedLocationFromText(const QString& text);
+
+/// Main thread. The owner may be destroyed, and the client too, while a dialog is open.
+class TfrmPodcastFeed : public TPodcastsCustomForm {
+public:
+    /// Waits for the user. Throws what storing the feed throws.
+    static void Subscribe(vexa::WindowHandle owner, TPodcastClient& client);
+    /// Waits for the user. Throws what changing the stored address throws.
+    static void Edit(vexa::WindowHandle owner, TPodcastClient& client, const QString& feedURL);
+
+    TfrmPodcastFeed(vexa::WindowHandle owner, TPodcastClient& client);
+    /// Cancels the fetch and waits for it.
+    ~TfrmPodcastFeed() override;
+
+private:
+    class FetchTask;
+    struct FetchOutcome {
+        std::unique_ptr<TPodcastFeed> Feed;
+        QString LastError;
+    };
+
+    void SetEditedURL(const QString& feedURL);
+    QString Location() const;
+    void UpdateControls();
+    void DownloadFeed(const QString& url);
+    void FetchComplete(FetchOutcome& outcome);
+
+    void edFeedURLChange() { UpdateControls(); }
+    void btnOKClick();
+    bool dtFeedURLOver(const QMimeData& dragged) const;
+    void dtFeedURLDrop(const QMimeData& dragged);
+
+    QLineEdit* edFeedURL;
+    QLabel* lbDownloadHint;
+    QPushButton* btnOK;
+    QPushButton* btnCancel;
+
+    QString FLastError;                   // of the last fetch
+    vexa::TaskHandle FFetchTask = 0;      // 0: none runs
+    QString FEditedURL;                   // empty: the dialog subscribes
+    std::unique_ptr<TPodcastFeed> FFeed;  // what the last fetch brought
+    vexa::Link<TPodcastClient> FClient;
+    vexa::LinkSource<TfrmPodcastFeed> FLinks{this};  // for the fetch, to find the dialog or that it is gone
+};
+
+}  // namespace podcasts

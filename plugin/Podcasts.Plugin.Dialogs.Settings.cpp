@@ -1,0 +1,258 @@
+#include "Podcasts.Plugin.Dialogs.Settings.h"
+
+#include "Podcasts.Plugin.Dialogs.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QIcon>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QSignalBlocker>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+const QString kPrefix = QStringLiteral("Podcasts.Settings\\");
+const QString kBrowse = QStringLiteral("...");
+const QString kTemplateInFolder = QStringLiteral("%FeedTitle%\\%EpisodeFileName%");
+constexpr int kDefaultUpdates = 2;  // daily
+constexpr int kLastUpdates = static_cast<int>(kUpdateIntervals.size()) - 1;
+constexpr QSize kPageSize(434, 500);
+constexpr int kMargin = 8;
+constexpr int kSpacing = 6;
+
+QString CommonText(const char* name) {
+    return LocalizedText(QStringLiteral("CommonDialogs\\") + QLatin1String(name));
+}
+
+/// The button's image for 96, 144 and 192 DPI, of which the toolkit takes the one that fits.
+QIcon Images() {
+    QIcon images;
+    for (const char* const size : {"", "144", "192"})
+        images.addFile(QStringLiteral(":/PNG/MACROS") + QLatin1String(size));
+    return images;
+}
+
+template <class Control>
+Control* Named(Control* control, const char* name) {
+    control->setObjectName(QLatin1String(name));
+    return control;
+}
+
+}  // namespace
+
+TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client)
+    : QScrollArea(parent),
+      GB1(Named(new QGroupBox, "GB1")),
+      cbUpdates(Named(new QComboBox, "cbUpdates")),
+      CB1(Named(new QCheckBox, "CB1")),
+      CB3(Named(new QCheckBox, "CB3")),
+      GB2(Named(new QGroupBox, "GB2")),
+      L1(Named(new QLabel, "L1")),
+      edDownloadPath(Named(new QLineEdit, "edDownloadPath")),
+      edDownloadPathButtons0(Named(new QToolButton, "edDownloadPathButtons0")),
+      edDownloadPathButtons1(Named(new QToolButton, "edDownloadPathButtons1")),
+      CB2(Named(new QCheckBox, "CB2")),
+      GB3(Named(new QGroupBox, "GB3")),
+      CB4(Named(new QCheckBox, "CB4")),
+      pmMacrosLegend(Named(new QMenu(this), "pmMacrosLegend")),
+      FClient(client.Links()) {
+    for (int value = 0; value <= kLastUpdates; ++value) cbUpdates->addItem(QString(), value);
+    L1->setTextFormat(Qt::PlainText);
+    L1->setBuddy(edDownloadPath);
+    edDownloadPath->setContextMenuPolicy(Qt::CustomContextMenu);
+    edDownloadPathButtons0->setText(kBrowse);
+    edDownloadPathButtons1->setIcon(Images());
+    LayOut();
+
+    // Only what the user does: the controls are set by the page too.
+    for (QCheckBox* const box : {CB1, CB2, CB3, CB4})
+        connect(box, &QCheckBox::clicked, this, [this] { ModifiedHandler(); });
+    connect(cbUpdates, &QComboBox::activated, this, [this] { ModifiedHandler(); });
+    connect(edDownloadPath, &QLineEdit::textChanged, this, [this] { ModifiedHandler(); });
+    connect(edDownloadPath, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& at) { pmMacrosLegend->popup(edDownloadPath->mapToGlobal(at)); });
+    connect(edDownloadPathButtons0, &QToolButton::clicked, this,
+            [this] { RunEvent(this, [this] { edDownloadPathButtons0Click(); }); });
+    connect(edDownloadPathButtons1, &QToolButton::clicked, this, [this] { edDownloadPathButtons1Click(); });
+    connect(pmMacrosLegend, &QMenu::aboutToShow, this, [this] { pmMacrosLegendPopup(); });
+}
+
+QLayout* TfrmPodcastsSettings::LayOutPath() {
+    auto* const path = new QHBoxLayout;
+    path->setSpacing(2);
+    path->addWidget(edDownloadPath, 1);
+    for (QToolButton* const button : {edDownloadPathButtons0, edDownloadPathButtons1}) {
+        button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::MinimumExpanding);
+        path->addWidget(button);
+    }
+    return path;
+}
+
+void TfrmPodcastsSettings::LayOut() {
+    auto* const page = new QWidget;
+    auto* const groups = new QVBoxLayout(page);
+    groups->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    groups->setSpacing(kMargin);
+    const auto fill = [&](QGroupBox* group, auto... parts) {
+        auto* const column = new QVBoxLayout(group);
+        column->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+        column->setSpacing(kSpacing);
+        const auto add = [&](auto* part) {
+            if constexpr (std::is_base_of_v<QWidget, std::remove_pointer_t<decltype(part)>>)
+                column->addWidget(part);
+            else
+                column->addLayout(part);
+        };
+        (add(parts), ...);
+        groups->addWidget(group);
+    };
+    fill(GB1, cbUpdates, CB1, CB3);
+    fill(GB2, L1, LayOutPath(), CB2);
+    fill(GB3, CB4);
+    groups->addStretch();
+
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setWidgetResizable(true);
+    setWidget(page);
+    // The dialog's own background, whatever that is.
+    page->setAutoFillBackground(false);
+    viewport()->setAutoFillBackground(false);
+    resize(kPageSize);
+}
+
+// ---- What the host asks for ----
+
+void TfrmPodcastsSettings::Load() {
+    TPodcastClient* const client = FClient.Get();
+    if (!client) return;
+    const TPodcastClientOptions& options = client->Options();
+    CB1->setChecked(options.CheckUpdatesOnStartup());
+    CB2->setChecked(options.DownloadNewEpisodesAutomatically());
+    CB3->setChecked(options.ShowNotifications());
+    CB4->setChecked(options.MarkEpisodesListenedOnStartPlayback);
+    cbUpdates->setCurrentIndex(cbUpdates->findData(std::min<int>(options.CheckUpdates(), kLastUpdates)));
+    const QSignalBlocker isNoChange(edDownloadPath);
+    edDownloadPath->setText(options.CacheFileNameTemplate());
+}
+
+void TfrmPodcastsSettings::Save() {
+    TPodcastClient* const client = FClient.Get();
+    if (!client) return;
+    TPodcastClientOptions& options = client->Options();
+    options.SetCheckUpdates(static_cast<std::uint8_t>(cbUpdates->currentData().toInt()));
+    options.SetCheckUpdatesOnStartup(CB1->isChecked());
+    options.SetCacheFileNameTemplate(edDownloadPath->text());
+    options.SetDownloadNewEpisodesAutomatically(CB2->isChecked());
+    options.SetShowNotifications(CB3->isChecked());
+    options.MarkEpisodesListenedOnStartPlayback = CB4->isChecked();
+}
+
+void TfrmPodcastsSettings::Reset() {
+    CB1->setChecked(false);
+    CB2->setChecked(false);
+    CB3->setChecked(true);
+    CB4->setChecked(true);
+    cbUpdates->setCurrentIndex(cbUpdates->findData(kDefaultUpdates));
+    edDownloadPath->setText(TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
+}
+
+void TfrmPodcastsSettings::Localize() {
+    LocalizeForm(*this, kPrefix);
+    edDownloadPathButtons0->setText(kBrowse);  // the same in every language
+    const int selected = cbUpdates->currentIndex();
+    for (int i = 0; i < cbUpdates->count(); ++i)
+        cbUpdates->setItemText(i, LocalizedTextPart(kPrefix + QStringLiteral("V1"), i));
+    cbUpdates->setCurrentIndex(selected);
+}
+
+// ---- Events ----
+
+void TfrmPodcastsSettings::ModifiedHandler() {
+    if (const auto dialog = HostService<IVEXAServiceOptionsDialog>()) dialog->FrameModified(nullptr);
+}
+
+void TfrmPodcastsSettings::edDownloadPathButtons0Click() {
+    TOpenDialog<QFileDialog> browser(this, CommonText("L1"));
+    browser->setFileMode(QFileDialog::Directory);
+    browser->setOption(QFileDialog::ShowDirsOnly);
+    browser->setLabelText(QFileDialog::Accept, CommonText("B1"));
+    browser->setLabelText(QFileDialog::Reject, CommonText("B2"));
+    if (auto* const newFolder = browser->findChild<QToolButton*>(QStringLiteral("newFolderButton")))
+        newFolder->setToolTip(CommonText("B3"));
+    if (!browser.ExecuteOK()) return;
+    const QString folder = QDir::toNativeSeparators(browser->selectedFiles().value(0));
+    if (folder.isEmpty()) return;
+    const QString delimiter = folder.endsWith(QDir::separator()) ? QString() : QString(QDir::separator());
+    edDownloadPath->setText(folder + delimiter + kTemplateInFolder);
+}
+
+void TfrmPodcastsSettings::edDownloadPathButtons1Click() {
+    QToolButton& button = *edDownloadPathButtons1;
+    // Pressed by a key, it opens where the button is, not wherever the mouse happens to be.
+    pmMacrosLegend->popup(button.underMouse() ? QCursor::pos() : button.mapToGlobal(button.rect().bottomLeft()));
+}
+
+void TfrmPodcastsSettings::pmMacrosLegendPopup() {
+    pmMacrosLegend->clear();
+    for (const QString& name : TPodcastInfoFormatString::Instance().Macros()) {
+        const QString macro = u'%' + name + u'%';
+        QAction* const item = pmMacrosLegend->addAction(macro);
+        item->setToolTip(macro);
+        connect(item, &QAction::triggered, this, [this, macro] { pmMacrosLegendClick(macro); });
+    }
+}
+
+void TfrmPodcastsSettings::pmMacrosLegendClick(const QString& macro) {
+    edDownloadPath->insert(macro);
+    edDownloadPath->setFocus();
+}
+
+// ---- The page ----
+
+QString TVEXAPodcastsOptionsFrame::GetPageCaption() {
+    return LocalizedText(QStringLiteral("Podcasts\\Caption"));
+}
+
+QWidget* TVEXAPodcastsOptionsFrame::CreatePageForm(WindowHandle, QWidget* parentControl) {
+    TPodcastClient* const client = FClient.Get();
+    return client ? new TfrmPodcastsSettings(parentControl, *client) : nullptr;
+}
+
+void TVEXAPodcastsOptionsFrame::HandleNotification(std::int32_t notification) noexcept {
+    auto* const form = static_cast<TfrmPodcastsSettings*>(Form());
+    if (!form) return;
+    GuardedCall("following the options dialog", [&] {
+        switch (notification) {
+            case Load:
+                form->Load();
+                break;
+            case Localize:
+                form->Localize();
+                break;
+            case Save:
+                form->Save();
+                break;
+            case Reset:
+                form->Reset();
+                break;
+            default:
+                break;
+        }
+        return S_OK;
+    });
+}
+
+}  // namespace podcasts

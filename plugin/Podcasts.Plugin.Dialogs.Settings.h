@@ -1,0 +1,72 @@
+#pragma once
+// The podcasts' page of the host's options dialog. Main thread.
+
+#include "Podcasts.Core.h"
+#include "apiWrappersGUI.h"
+
+#include <QScrollArea>
+
+class QCheckBox;
+class QComboBox;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QMenu;
+class QToolButton;
+
+namespace podcasts {
+
+/// What the page shows: the client's options, which change only when it is told to save. In a window that is too small
+/// for it the page scrolls. It does nothing once the client is gone.
+class TfrmPodcastsSettings : public QScrollArea {
+public:
+    TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client);
+
+    void Load();
+    void Localize();
+    void Save();
+    void Reset();
+
+private:
+    void LayOut();
+    QLayout* LayOutPath();
+
+    /// Tells the host that there is something to apply.
+    void ModifiedHandler();
+    void edDownloadPathButtons0Click();
+    void edDownloadPathButtons1Click();
+    void pmMacrosLegendPopup();
+    void pmMacrosLegendClick(const QString& macro);
+
+    QGroupBox* GB1;
+    QComboBox* cbUpdates;
+    QCheckBox* CB1;
+    QCheckBox* CB3;
+    QGroupBox* GB2;
+    QLabel* L1;
+    QLineEdit* edDownloadPath;
+    QToolButton* edDownloadPathButtons0;
+    QToolButton* edDownloadPathButtons1;
+    QCheckBox* CB2;
+    QGroupBox* GB3;
+    QCheckBox* CB4;
+    QMenu* pmMacrosLegend;
+    vexa::Link<TPodcastClient> FClient;
+};
+
+/// The page as the host knows it.
+class TVEXAPodcastsOptionsFrame : public vexa::TVEXACustomOptionsFrame {
+public:
+    explicit TVEXAPodcastsOptionsFrame(TPodcastClient& client) : FClient(client.Links()) {}
+
+    void HandleNotification(std::int32_t notification) noexcept override;
+
+protected:
+    QWidget* CreatePageForm(vexa::WindowHandle parentWindow, QWidget* parentControl) override;
+    QString GetPageCaption() override;
+
+private:
+    vexa::Link<TPodcastClient> FClient;
+};
+
+}  // namespace podcasts

@@ -1,0 +1,127 @@
+#include "Podcasts.Plugin.Dialogs.h"
+
+#include "VEXA.Runtime.Log.h"
+#include "apiWrappers.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QIcon>
+#include <QScreen>
+#include <QShowEvent>
+#include <QTextBoundaryFinder>
+#include <QWindow>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+constexpr qsizetype kLongestWord = 24;      // letters that surely fit on a line
+constexpr qsizetype kLongestMessage = 600;  // of a reason that a server gives
+
+/// Marks, overrides and isolates of direction.
+bool TurnsDirection(char16_t c) {
+    return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0x200E || c == 0x200F;
+}
+
+/// On one line, without what turns the direction.
+QString Plain(const QString& text) {
+    QString plain;
+    plain.reserve(text.size());
+    for (const QChar c : text)
+        if (!TurnsDirection(c.unicode())) plain += c.category() == QChar::Other_Control ? QChar(u' ') : c;
+    return plain.simplified();
+}
+
+QIcon MainIcon() {
+    QIcon icon;
+    for (const char* const size : {"", "16", "24", "32", "48"})
+        icon.addFile(QStringLiteral(":/ICON/MAINICON") + QLatin1String(size));
+    return icon;
+}
+
+QWidget* OwnWindow(WindowHandle handle) {
+    QWidget* const widget = handle != 0 ? QWidget::find(static_cast<WId>(handle)) : nullptr;
+    return widget ? widget->window() : nullptr;
+}
+
+}  // namespace
+
+bool CanShowWindows(const char* what) {
+    const bool can = qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr;
+    if (!can) qCWarning(LogPlugin) << what << "takes a program with windows, which this one is not";
+    return can;
+}
+
+QString TextForLabel(const QString& text, qsizetype letters) {
+    // Far more than can be shown is not even looked at: a letter may have any number of accents.
+    QString plain = Plain(text.left(letters * 8));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, plain);
+    QString result;
+    qsizetype begin = 0, wordLength = 0, count = 0;
+    for (qsizetype end = finder.toNextBoundary(); end >= 0; begin = end, end = finder.toNextBoundary()) {
+        if (count++ == letters) return result + u'…';
+        wordLength = plain[begin].isSpace() ? 0 : wordLength + 1;
+        if (wordLength > kLongestWord) {
+            result += QChar(0x200B);  // no width, but a place to break
+            wordLength = 1;
+        }
+        result += QStringView(plain).sliced(begin, end - begin);
+    }
+    return result;
+}
+
+QString FormatText(const QString& format, const QString& argument) {
+    const auto placeholder = format.indexOf(QLatin1String("%s"));
+    return placeholder < 0 ? format : QString(format).replace(placeholder, 2, argument);
+}
+
+void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text) {
+    if (!CanShowWindows("a message")) return;
+    TOpenDialog<QMessageBox> box(icon, QString(), text, QMessageBox::Ok, owner);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    box->setOption(QMessageBox::Option::DontUseNativeDialog);
+#endif
+    box->setTextFormat(Qt::PlainText);
+    if (const QString caption = LocalizedText(QStringLiteral("CommonDialogs\\B1")); !caption.isEmpty())
+        box->button(QMessageBox::Ok)->setText(caption);
+    box->exec();
+}
+
+void ReportCaughtException(QWidget* owner) noexcept {
+    LogCaughtException("a dialog's command");
+    try {
+        QString reason;
+        try {
+            throw;
+        } catch (const std::exception& error) {
+            reason = QString::fromUtf8(error.what());
+        }
+        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(reason, kLongestMessage));
+    } catch (...) {
+        // There is nothing left to tell it with; it is in the log.
+    }
+}
+
+TPodcastsCustomForm::TPodcastsCustomForm(WindowHandle owner)
+    : QDialog(OwnWindow(owner), Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint) {
+    if (const QWidget* const window = parentWidget()) {
+        setWindowFlag(Qt::WindowStaysOnTopHint, window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    } else if (QWindow* const foreign = owner != 0 ? QWindow::fromWinId(static_cast<WId>(owner)) : nullptr) {
+        winId();
+        windowHandle()->setTransientParent(foreign);
+        connect(this, &QObject::destroyed, foreign, &QObject::deleteLater);
+    }
+    setModal(true);
+    setWindowIcon(MainIcon());
+}
+
+void TPodcastsCustomForm::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (event->spontaneous()) return;
+    if (const QScreen* const itsScreen = parentWidget() ? parentWidget()->screen() : screen())
+        move(itsScreen->availableGeometry().center() - QRect(QPoint(0, 0), frameGeometry().size()).center());
+}
+
+}  // namespace podcasts

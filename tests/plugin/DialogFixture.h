@@ -1,0 +1,65 @@
+#pragma once
+// A host over a profile of the test's own, a client, and hands that use the windows.
+
+#include "Host.h"
+#include "Podcasts.Core.h"
+#include "TempFolder.h"
+#include "Texts.h"
+#include "Waiting.h"
+#include "apiWrappers.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace podcasts {
+
+class DialogTest : public testing::Test {
+protected:
+    DialogTest() { vexa::TVEXAAPIWrappers::Initialize(&Host.TheCore()); }
+    ~DialogTest() override { vexa::TVEXAAPIWrappers::Finalize(); }
+
+    /// Does `act` to the dialog that `open` shows and waits for; whatever is still open afterwards is closed.
+    template <class Open, class Act>
+    static void WithDialog(Open open, Act act) {
+        QTimer::singleShot(0, [act] {
+            ASSERT_TRUE(tests::WaitUntil([] { return QApplication::activeModalWidget() != nullptr; }));
+            act(*QApplication::activeModalWidget());
+            while (QWidget* const left = QApplication::activeModalWidget()) left->close();
+        });
+        open();
+    }
+    /// What the message box says that `act` brings up, then or soon after. It is closed.
+    template <class Act>
+    static QString MessageOf(Act act) {
+        QString text;
+        QTimer closer;
+        QObject::connect(&closer, &QTimer::timeout, [&] {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box) return;
+            EXPECT_EQ(box->textFormat(), Qt::PlainText);
+            text = (box->icon() == QMessageBox::Warning ? QString("warning: ") : QString("error: ")) + box->text();
+            box->close();
+        });
+        closer.start(1);
+        act();
+        tests::WaitUntil([&] { return !text.isEmpty(); });
+        return text;
+    }
+    template <class Control>
+    static Control& Find(QWidget& form, const char* name) {
+        auto* const control = form.findChild<Control*>(QLatin1String(name));
+        if (!control) throw std::runtime_error(std::string("no control ") + name);
+        return *control;
+    }
+    static void Click(QWidget& control) { QTest::mouseClick(&control, Qt::LeftButton); }
+
+    tests::TempFolder Profile;
+    vexa::host::Host Host{{Profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}}};
+    std::unique_ptr<TPodcastClient> Client = std::make_unique<TPodcastClient>(Profile.File("Test.db"));
+};
+
+}  // namespace podcasts

@@ -1,0 +1,213 @@
+// The dialogs for subscribing, editing and unsubscribing, as a user meets them.
+
+#include "DialogFixture.h"
+#include "LoopbackServer.h"
+#include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
+#include "Podcasts.Plugin.Dialogs.Feed.h"
+
+#include <QCheckBox>
+#include <QClipboard>
+#include <QDropEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QUrl>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+const QByteArray kFeed = "<rss version='2.0'><channel><title>A show</title></channel></rss>";
+
+class FeedDialogTest : public DialogTest {
+protected:
+    FeedDialogTest() { QApplication::clipboard()->clear(); }
+
+    static QLineEdit& Edit(QWidget& dialog) { return Find<QLineEdit>(dialog, "edFeedURL"); }
+    static QPushButton& OK(QWidget& dialog) { return Find<QPushButton>(dialog, "btnOK"); }
+    template <class Act>
+    void Subscribing(Act act) {
+        WithDialog([&] { TfrmPodcastFeed::Subscribe(0, *Client); }, act);
+    }
+    QString Store(const QString& path) {
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = Server.Url(path);
+        Client->Subscribe(feed);
+        return feed.Fields[pffURLFeed];
+    }
+
+    tests::LoopbackServer Server;
+};
+
+TEST(FeedLocationTest, ReadsAddressesAsUsersGiveThem) {
+    const std::pair<const char*, const char*> cases[] = {
+        {" \n https://a.example/f \r\n", "https://a.example/f"},
+        {"feed://a.example/f", "https://a.example/f"},
+        {"feed:https://a.example/f", "https://a.example/f"},
+        {"FEED:http://a.example/f", "http://a.example/f"},
+        {"file:///tmp/My%20feed%25.xml", "/tmp/My feed%.xml"},
+        {"file://elsewhere/f.xml", "//elsewhere/f.xml"},
+        {"feedback", "feedback"},
+    };
+    for (const auto& [text, location] : cases) EXPECT_EQ(FeedLocationFromText(text), location) << text;
+}
+
+TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
+    Server.Serve("/f", tests::Response::Of(kFeed));
+    Subscribing([&](QWidget& dialog) {
+        EXPECT_FALSE(OK(dialog).isEnabled());
+        EXPECT_EQ(OK(dialog).toolTip(), "The address of a feed is missing.");
+        QTest::keyClicks(&Edit(dialog), " ftp://x");
+        EXPECT_TRUE(OK(dialog).toolTip().startsWith("This is neither"));
+        Edit(dialog).setText(" " + Server.Url("/f") + " ");
+        EXPECT_TRUE(OK(dialog).isEnabled());
+        QTest::keyClick(&Edit(dialog), Qt::Key_Return);
+        EXPECT_FALSE(OK(dialog).isEnabled());
+        EXPECT_TRUE(Find<QLabel>(dialog, "lbDownloadHint").isVisible());
+        EXPECT_TRUE(tests::WaitUntil([] { return !QApplication::activeModalWidget(); }));
+    });
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
+}
+
+TEST_F(FeedDialogTest, SaysWhyThereIsNoFeedAndStaysOpen) {
+    Store("/known");
+    Server.Serve("/page", tests::Response::Of("<other/>"));
+    const QString failed = "error: The feed could not be loaded. Check the address and try again.";
+    const std::pair<const char*, QString> cases[] = {
+        {"/missing", failed + "\r\n\r\nthe server answered 404 Not Found"},
+        {"/page", failed},
+        {"/known", "warning: You are subscribed to this podcast already."},
+    };
+    Subscribing([&](QWidget& dialog) {
+        for (const auto& [path, message] : cases) {
+            Edit(dialog).setText(Server.Url(path));
+            EXPECT_EQ(MessageOf([&] { OK(dialog).click(); }), message);
+            EXPECT_TRUE(dialog.isVisible() && OK(dialog).isEnabled());
+            EXPECT_FALSE(Find<QLabel>(dialog, "lbDownloadHint").isVisible());
+        }
+    });
+    EXPECT_FALSE(Client->IsSubscribed(Server.Url("/page")));
+}
+
+TEST_F(FeedDialogTest, EndsAFetchThatIsNeverAnsweredWithTheDialog) {
+    Server.Serve("/never", tests::Response::Of(kFeed).With(tests::Fault::Wait));
+    enum class End { ByCancel, WithOwner, WithoutClient };
+    for (const End end : {End::ByCancel, End::WithOwner, End::WithoutClient}) {
+        SCOPED_TRACE(static_cast<int>(end));
+        Server.Forget();
+        auto owner = std::make_unique<QWidget>(nullptr, Qt::Window | Qt::WindowStaysOnTopHint);
+        const auto open = [&] { TfrmPodcastFeed::Subscribe(owner->winId(), *Client); };
+        WithDialog(open, [&](QWidget& dialog) {
+            EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+            Edit(dialog).setText(Server.Url("/never"));
+            OK(dialog).click();
+            EXPECT_TRUE(tests::WaitUntil([&] { return Server.Count("/never") == 1; }));
+            if (end == End::ByCancel) return Click(Find<QPushButton>(dialog, "btnCancel"));
+            if (end == End::WithOwner) return owner.reset();
+            Client.reset();
+            Server.Release("/never");
+            EXPECT_TRUE(tests::WaitUntil([] { return !QApplication::activeModalWidget(); }));
+        });
+        EXPECT_FALSE(Client && Client->IsSubscribed(Server.Url("/never")));
+    }
+}
+
+TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"some words", ""}, {LANGUAGES "/English.xml", ""}, {"\thttps://a.example/f\n", "https://a.example/f"}};
+    for (const auto& [copied, shown] : cases) {
+        QApplication::clipboard()->setText(copied);
+        Subscribing([&, expected = QString(shown)](QWidget& dialog) {
+            EXPECT_EQ(Edit(dialog).text(), expected);
+            EXPECT_EQ(OK(dialog).isEnabled(), !expected.isEmpty());
+        });
+    }
+}
+
+TEST_F(FeedDialogTest, AcceptsWhatIsDroppedOnlyWhenItNamesAFeed) {
+    const QString file = Profile.File("a feed.xml");
+    WriteWhole(file, kFeed);
+    QMimeData words, address, document;
+    words.setText("some words");
+    address.setText("feed:https://a.example/f\n");
+    document.setUrls({QUrl::fromLocalFile(file)});
+    const std::pair<QMimeData*, QString> cases[] = {
+        {&words, QString()}, {&address, "https://a.example/f"}, {&document, file}};
+    Subscribing([&](QWidget& dialog) {
+        for (const auto& [dragged, shown] : cases) {
+            Edit(dialog).clear();
+            QDragEnterEvent over({5, 5}, Qt::CopyAction, dragged, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&Edit(dialog), &over);
+            EXPECT_EQ(over.isAccepted(), !shown.isEmpty());
+            QDropEvent drop({5, 5}, Qt::CopyAction, dragged, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&Edit(dialog), &drop);
+            EXPECT_EQ(Edit(dialog).text(), shown);
+        }
+    });
+}
+
+TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
+    const QString old = Store("/old"), other = Store("/other");
+    const auto edit = [&] { TfrmPodcastFeed::Edit(0, *Client, old); };
+    WithDialog(edit, [&](QWidget& dialog) {
+        EXPECT_EQ(Edit(dialog).text(), old);
+        OK(dialog).click();
+        EXPECT_FALSE(dialog.isVisible()) << "an address that stays is no other subscription's";
+    });
+    WithDialog(edit, [&](QWidget& dialog) {
+        Edit(dialog).setText(other);
+        EXPECT_TRUE(MessageOf([&] { OK(dialog).click(); }).startsWith("warning: "));
+        Edit(dialog).setText(Server.Url("/new"));
+        OK(dialog).click();
+    });
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/new")));
+    EXPECT_FALSE(Client->IsSubscribed(old));
+    EXPECT_TRUE(Server.Paths().isEmpty());
+}
+
+TEST_F(DialogTest, ConfirmsAndTellsWhetherFilesGo) {
+    struct {
+        bool Box;
+        const char* Button;
+        bool Confirmed, Flag;
+    } const cases[] = {{false, "btnOK", true, true}, {true, "btnOK", true, false}, {false, "btnCancel", false, false}};
+    for (const auto& [box, button, confirmed, expected] : cases) {
+        bool result = false, flag = false;
+        WithDialog([&] { result = TfrmPodcastDeleteConfirmation::Execute(0, "A show", flag); },
+                   [&](QWidget& dialog) {
+                       if (box) Find<QCheckBox>(dialog, "cbDeleteCachedFiles").click();
+                       Click(Find<QPushButton>(dialog, button));
+                   });
+        EXPECT_EQ(result, confirmed);
+        EXPECT_EQ(flag, expected);
+    }
+}
+
+TEST_F(DialogTest, ShowsHostileTitlesAsTheyAreAndWithinBounds) {
+    const std::pair<QString, QString> cases[] = {
+        {"100% %s & <b>bold</b>", "100% %s & <b>bold</b>"},
+        {QString("two\nlines ") + QChar(0x202E), "two lines"},
+    };
+    for (const auto& [title, shown] : cases) {
+        TfrmPodcastDeleteConfirmation dialog(0, title);
+        const auto& label = Find<QLabel>(dialog, "lbText");
+        EXPECT_EQ(label.text(), QString::fromUtf8("Do you really want to unsubscribe from “%1”?").arg(shown));
+        EXPECT_EQ(label.textFormat(), Qt::PlainText);
+    }
+    const QString kinds[] = {QString(2000, 'W'), QString("wide ").repeated(400), QString("a\u0301").repeated(1000)};
+    for (const QString& title : kinds) {
+        TfrmPodcastDeleteConfirmation dialog(0, title);
+        dialog.show();
+        const auto& label = Find<QLabel>(dialog, "lbText");
+        EXPECT_LE(dialog.height(), 400);
+        EXPECT_GE(label.height(), label.heightForWidth(label.width())) << "nothing is cut off";
+        EXPECT_EQ(dialog.width(), 447);
+    }
+}
+
+}  // namespace
+
+}  // namespace podcasts

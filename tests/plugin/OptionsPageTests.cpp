@@ -1,0 +1,189 @@
+// The settings page inside a dialog of the host's.
+
+#include "DialogFixture.h"
+#include "Podcasts.Plugin.Dialogs.Settings.h"
+#include "Podcasts.Plugin.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QToolButton>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+class OptionsDialog final : public RefCountedObject<IVEXAServiceOptionsDialog>, public host::ExtensionTarget {
+public:
+    int Modified = 0;
+    Ref<IVEXAOptionsDialogFrame> Registered, Shown;
+
+    HResult FrameModified(IVEXAOptionsDialogFrame*) noexcept override { return ++Modified, S_OK; }
+    HResult FrameShow(IVEXAOptionsDialogFrame* frame, Bool32) noexcept override { return Shown = frame, S_OK; }
+    HResult AddExtension(IUnknown* extension) override {
+        Registered = Query<IVEXAOptionsDialogFrame>(extension);
+        return S_OK;
+    }
+    void RemoveExtension(IUnknown*) override { Registered = nullptr; }
+};
+
+class OptionsPageTest : public DialogTest {
+protected:
+    OptionsPageTest() {
+        Host.TheCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
+        Window->resize(500, 400);
+        Outside.setParent(Window.get());
+        Window->show();
+        const WindowHandle page = Frame->CreatePage(Window->winId());
+        EXPECT_EQ(page, Page().winId());
+        Outside.setFocus();
+        for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
+            Frame->HandleNotification(notification);
+    }
+    QWidget& Page() { return *Window->findChild<QScrollArea*>(); }
+    template <class Control>
+    Control& On(const char* name) {
+        return Find<Control>(Page(), name);
+    }
+    QString Focused() const { return Window->focusWidget() ? Window->focusWidget()->objectName() : QString(); }
+
+    Ref<OptionsDialog> Dialog{new OptionsDialog};
+    std::unique_ptr<QWidget> Window = std::make_unique<QWidget>();
+    QLineEdit& Outside = *new QLineEdit;
+    Ref<TVEXAPodcastsOptionsFrame> Frame = NewObject<TVEXAPodcastsOptionsFrame>(*Client);
+};
+
+TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
+    EXPECT_EQ(On<QComboBox>("cbUpdates").currentText(), "Daily");
+    EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
+    EXPECT_TRUE(On<QLineEdit>("edDownloadPath").toolTip().contains("%FeedTitle%"));
+    const std::pair<const char*, bool> boxes[] = {{"CB1", false}, {"CB2", false}, {"CB3", true}, {"CB4", true}};
+    for (const auto& [name, isChecked] : boxes) EXPECT_EQ(On<QCheckBox>(name).isChecked(), isChecked) << name;
+    Window->resize(620, 440);
+    EXPECT_EQ(Page().geometry(), QRect(0, 0, 620, 440));
+
+    Host.Language().Switch("German");
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Localize);
+    EXPECT_EQ(On<QComboBox>("cbUpdates").currentText(), QString::fromUtf8("Täglich"));
+    EXPECT_EQ(On<QLabel>("L1").text(), "Folgen speichern unter:");
+    EXPECT_EQ(On<QGroupBox>("GB3").title(), "");
+    EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
+    EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
+}
+
+TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
+    for (const char* const name : {"CB1", "CB2", "CB3", "CB4"}) On<QCheckBox>(name).click();
+    QTest::keyClick(&On<QComboBox>("cbUpdates"), Qt::Key_Down);
+    On<QLineEdit>("edDownloadPath").selectAll();
+    QTest::keyClick(&On<QLineEdit>("edDownloadPath"), Qt::Key_X);
+    EXPECT_EQ(Dialog->Modified, 6);
+    const TPodcastClientOptions& options = Client->Options();
+    EXPECT_FALSE(options.CheckUpdatesOnStartup());
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
+    EXPECT_TRUE(options.CheckUpdatesOnStartup() && options.DownloadNewEpisodesAutomatically());
+    EXPECT_FALSE(options.ShowNotifications() || options.MarkEpisodesListenedOnStartPlayback);
+    EXPECT_EQ(options.CheckUpdates(), 3);
+    EXPECT_EQ(options.CacheFileNameTemplate(), "x");
+
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Reset);
+    EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "reset changes the page alone";
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
+    EXPECT_EQ(options.CacheFileNameTemplate(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
+    EXPECT_EQ(options.CheckUpdates(), 2);
+}
+
+TEST_F(OptionsPageTest, PutsAMacroInPlaceOfTheSelection) {
+    auto& edit = On<QLineEdit>("edDownloadPath");
+    edit.setText("a/bcd/e");
+    edit.setSelection(2, 3);
+    Click(On<QToolButton>("edDownloadPathButtons1"));
+    auto& menu = On<QMenu>("pmMacrosLegend");
+    ASSERT_TRUE(menu.isVisible());
+    ASSERT_EQ(menu.actions().size(), TPodcastInfoFormatString::Instance().Macros().size());
+    QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().last()).center());
+    EXPECT_EQ(edit.text(), "a/%FeedTitle%/e");
+}
+
+TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
+    const QString folder = Profile.File("Casts");
+    QDir().mkpath(folder);
+    const int modified = Dialog->Modified;
+    WithDialog([&] { Click(On<QToolButton>("edDownloadPathButtons0")); },
+               [&](QWidget& browser) {
+                   EXPECT_EQ(browser.windowTitle(), "Choose a folder:");
+                   Find<QLineEdit>(browser, "fileNameEdit").setText(folder);
+                   static_cast<QFileDialog&>(browser).QDialog::accept();
+               });
+    EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), folder + "/%FeedTitle%\\%EpisodeFileName%");
+    EXPECT_EQ(Dialog->Modified, modified + 1);
+}
+
+TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
+    QStringList forward, backward;
+    for (Bool32 more = Frame->FocusFirstControl(); more != kFalse; more = Frame->FocusNextControl(kTrue, kTrue))
+        forward += Focused();
+    const QStringList order{
+        "cbUpdates", "CB1", "CB3", "edDownloadPath", "edDownloadPathButtons0", "edDownloadPathButtons1", "CB2", "CB4"};
+    EXPECT_EQ(forward, order);
+    for (Bool32 more = Frame->FocusLastControl(); more != kFalse; more = Frame->FocusNextControl(kFalse, kTrue))
+        backward.prepend(Focused());
+    EXPECT_EQ(backward, order);
+
+    On<QCheckBox>("CB3").setFocus();
+    EXPECT_EQ(Frame->FocusNextControl(kFalse, kFalse), kTrue);
+    EXPECT_EQ(Focused(), "CB1");
+    On<QCheckBox>("CB3").setFocus();
+    EXPECT_EQ(Frame->FocusNextControl(kTrue, kFalse), kFalse) << "an arrow key stays in its group";
+    Page().setEnabled(false);
+    EXPECT_EQ(Frame->FocusFirstControl(), kFalse);
+    EXPECT_EQ(Frame->FocusLastControl(), kFalse);
+}
+
+TEST_F(OptionsPageTest, TakesTheMnemonicsOfItsControls) {
+    On<QCheckBox>("CB1").setText("&Start");
+    On<QLabel>("L1").setText("&Folder && file");
+    EXPECT_EQ(Frame->HandleDialogChar(u's', 0), kTrue);
+    EXPECT_TRUE(On<QCheckBox>("CB1").isChecked());
+    EXPECT_EQ(Frame->HandleDialogChar(u'F', 0), kTrue);
+    EXPECT_EQ(Focused(), "edDownloadPath");
+    EXPECT_EQ(Frame->HandleDialogChar(u'&', 0), kFalse);
+    EXPECT_EQ(Frame->HandleDialogKey(27, 0), kFalse) << "Escape is the host's";
+}
+
+TEST_F(OptionsPageTest, SurvivesItsParentAndItsClient) {
+    Window.reset();
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
+    EXPECT_EQ(Frame->FocusFirstControl(), kFalse);
+    Frame->DestroyPage();
+    EXPECT_EQ(Frame->CreatePage(0), 0u);
+    QWidget other;
+    EXPECT_NE(Frame->CreatePage(other.winId()), 0u);
+    Client.reset();
+    Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
+    EXPECT_EQ(Frame->CreatePage(other.winId()), 0u);
+}
+
+TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
+    TVEXAAPIWrappers::Finalize();
+    const auto plugin = NewObject<TVEXAPodcastsPlugin>();
+    ASSERT_EQ(plugin->Initialize(&Host.TheCore()), S_OK);
+    ASSERT_TRUE(Dialog->Registered);
+    Ref<IVEXAString> caption;
+    EXPECT_EQ(Dialog->Registered->QueryCaption(caption.Put()), S_OK);
+    EXPECT_EQ(FromHostString(caption.Get()), "Podcasts");
+    EXPECT_TRUE(Query<IVEXAOptionsDialogFrameKeyboardHelper>(Dialog->Registered.Get()));
+    const auto settings = Query<IVEXAExternalSettingsDialog>(static_cast<TInterfacedObjectEx*>(plugin.Get()));
+    settings->Show(0);
+    EXPECT_EQ(Dialog->Shown, Dialog->Registered);
+    plugin->Finalize();
+}
+
+}  // namespace
+
+}  // namespace podcasts
