@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Config.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
+#include "Podcasts.Plugin.Menus.h"
 
 #include <QDir>
 
@@ -86,6 +87,7 @@ void TVEXAPodcastsPlugin::Start() {
     const auto library = TVEXAPodcastsMLExtension::Create(*FClient);
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
+    RegisterMenuCommands(*FClient);
     LoadSettings();
     FClient->RefreshFeedsOnStartup();
 }
