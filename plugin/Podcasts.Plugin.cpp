@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Config.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
+#include "Podcasts.Plugin.Menus.h"
 
 #include <QDir>
 
@@ -89,6 +90,7 @@ void TVEXAPodcastsPlugin::Start() {
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
+    RegisterMenuCommands(*FClient);
     LoadSettings();
     FClient->RefreshFeedsOnStartup();
 }

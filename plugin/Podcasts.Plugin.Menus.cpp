@@ -1,0 +1,157 @@
+#include "Podcasts.Plugin.Menus.h"
+
+#include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
+#include "Podcasts.Plugin.Dialogs.Feed.h"
+
+namespace podcasts {
+
+using namespace vexa;
+
+// ---- What commands have in common ----
+
+QString TVEXAPodcastsCustomMenuItem::GetGlyphName() const {
+    return QStringLiteral("MENUGLYPH");
+}
+
+int TVEXAPodcastsCustomMenuItem::GetState() {
+    return Client() ? TVEXAUICustomMenuItem::GetState() : Disabled;
+}
+
+void TVEXAPodcastsCustomMenuItem::Execute(IUnknown*) {
+    if (TPodcastClient* const client = Client()) Run(*client);
+}
+
+TVEXAFileList& TVEXAPodcastsCustomMenuItem::Files() const {
+    const auto controller = Query<IVEXAUIFileBasedMenuItemController>(Controller().Get());
+    if (!controller) throw std::logic_error("the controller has no files");
+    return controller->GetFiles();
+}
+
+int TVEXAPodcastsAbstractFileDependedMenuItem::GetState() {
+    return Client() && Files().Count() > 0 ? Enabled | Visible : Disabled;
+}
+
+// ---- Feeds ----
+
+void TVEXAPodcastsRefreshFeedsMenuItem::Run(TPodcastClient& client) {
+    client.RefreshFeeds();
+}
+
+void TVEXAPodcastsRefreshFeedMenuItem::Run(TPodcastClient& client) {
+    client.RefreshFeeds(Files().Files());
+}
+
+void TVEXAPodcastsSubscribeMenuItem::Run(TPodcastClient& client) {
+    TfrmPodcastFeed::Subscribe(HostMainWindow(), client);
+}
+
+void TVEXAPodcastsEditSubscriptionMenuItem::Run(TPodcastClient& client) {
+    const QString feedURL = Files().GetFocused();
+    if (!feedURL.isEmpty()) TfrmPodcastFeed::Edit(HostMainWindow(), client, feedURL);
+}
+
+void TVEXAPodcastsUnsubcribeMenuItem::Run(TPodcastClient& client) {
+    const auto feed = client.DB().GetFeed(Files().GetFocused(), false);
+    if (!feed) return;
+    bool deleteCachedFiles = false;
+    if (!TfrmPodcastDeleteConfirmation::Execute(HostMainWindow(), feed->Fields[pffTitle], deleteCachedFiles)) return;
+    if (TPodcastClient* const present = Client()) present->Unsubscribe(feed->Fields[pffURLFeed], deleteCachedFiles);
+}
+
+// ---- Episodes ----
+
+void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem) {
+    TVEXAPodcastsAbstractFileDependedMenuItem::UpdateMenuState(hostItem);
+    hostItem.DeleteChildren();
+    TPodcastClient* const client = Client();
+    if (!client) return;
+    for (const TPodcastEpisodeState state : {pesListened, pesNew, pesPostponed}) {
+        const auto entry = NewObject<TVEXAPodcastsMarkAsMenuItem>(*client, Controller(), state);
+        CreateSubItem(hostItem, LocalizedTextPart(QStringLiteral("Podcasts\\MSG7"), state), *entry);
+    }
+}
+
+void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient& client) {
+    client.UpdateState(Files().Files(), FState);
+}
+
+namespace {
+
+/// By the key, since the list holds keys, of which not every one is an address.
+bool HasLocalCopy(TPodcastClient& client, const QString& episodeKey) {
+    QString fileName;
+    const auto episode = client.DB().GetEpisode(episodeKey);
+    const auto feed = episode ? client.DB().GetFeed(episode->FeedID, false) : nullptr;
+    return feed && client.GetLocalFileName(*episode, *feed, fileName);
+}
+
+}  // namespace
+
+void TVEXAPodcastsCacheMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem) {
+    TPodcastClient* const client = Client();
+    const TVEXAFileList& files = Files();
+    FIsCached = client && files.FocusIndex >= 0 && HasLocalCopy(*client, files.GetFocused());
+    const QString caption = LocalizedTextPart(QStringLiteral("Podcasts\\MSG11"), FIsCached ? 1 : 0);
+    hostItem.SetValueAsObject(IVEXAMenuItem::Caption, ToHostString(caption).Get());
+    TVEXAPodcastsAbstractFileDependedMenuItem::UpdateMenuState(hostItem);
+}
+
+void TVEXAPodcastsCacheMenuItem::Run(TPodcastClient& client) {
+    if (FIsCached)
+        client.DeleteCachedEpisodes(Files().Files());
+    else
+        client.DownloadEpisodes(Files().Files());
+}
+
+void TVEXAPodcastsCheckLocalCopiesMenuItem::Run(TPodcastClient& client) {
+    client.CheckLocalCopies();
+}
+
+// ---- The table of commands ----
+
+namespace {
+
+/// Registers commands that share a controller.
+class Block {
+public:
+    Block(TPodcastClient& client, Ref<IVEXAUIMenuItemController> controller, BuiltInMenu menu)
+        : FClient(client), FController(std::move(controller)), FMenu(ToVariant(std::int32_t{menu})) {}
+
+    template <class Command>
+    Block& Add(QStringView id) {
+        NewObject<Command>(FClient, FController)->Register(id.toString(), FMenu);
+        return *this;
+    }
+
+private:
+    TPodcastClient& FClient;
+    Ref<IVEXAUIMenuItemController> FController;
+    Variant FMenu;
+};
+
+template <class Controller>
+Block BlockOf(TPodcastClient& client, BuiltInMenu menu) {
+    return Block(client, Ref<IVEXAUIMenuItemController>(NewObject<Controller>()), menu);
+}
+
+}  // namespace
+
+void RegisterMenuCommands(TPodcastClient& client) {
+    BlockOf<TVEXAPodcastsGroupingTreeMenuItemController>(client, kMenuLibraryTree)
+        .Add<TVEXAPodcastsRefreshFeedsMenuItem>(u"VEXA.Podcasts.Actions.RefreshFeeds")
+        .Add<TVEXAPodcastsRefreshFeedMenuItem>(u"VEXA.Podcasts.Actions.RefreshFeed")
+        .Add<TVEXAPodcastsUnsubcribeMenuItem>(u"VEXA.Podcasts.Actions.Unsubscribe")
+        .Add<TVEXAPodcastsEditSubscriptionMenuItem>(u"VEXA.Podcasts.Actions.EditSubscription")
+        .Add<TVEXAPodcastsSubscribeMenuItem>(u"VEXA.Podcasts.Actions.Subscribe")
+        .Add<TVEXAPodcastsCreateSmartPlaylistMenuItem>(u"VEXA.Podcasts.Actions.CreateSmartPlaylist");
+    BlockOf<TVEXAPodcastsMLTableMenuItemController>(client, kMenuLibraryTable)
+        .Add<TVEXAPodcastsMarkAsSubMenuMenuItem>(u"VEXA.Podcasts.Actions.MarkAs")
+        .Add<TVEXAPodcastsCacheMenuItem>(u"VEXA.Podcasts.Actions.CachedFilesControl");
+    BlockOf<TVEXAPodcastsMLTableMenuItemController>(client, kMenuLibrary)
+        .Add<TVEXAPodcastsCheckLocalCopiesMenuItem>(u"VEXA.Podcasts.Actions.CheckCachedFiles");
+    BlockOf<TVEXAPodcastsPlaylistMenuItemController>(client, kMenuPlaylistItem)
+        .Add<TVEXAPodcastsMarkAsSubMenuMenuItem>(u"VEXA.Podcasts.Actions.MarkAs.PL")
+        .Add<TVEXAPodcastsCacheMenuItem>(u"VEXA.Podcasts.Actions.CachedFilesControl.PL");
+}
+
+}  // namespace podcasts
