@@ -22,6 +22,22 @@ QJsonObject Folder(Host& host, const QStringList& arguments);
 QJsonObject Config(Host& host, const QStringList& arguments);
 QJsonObject Text(Host& host, const QStringList& arguments);
 
+// Commands.Library.cpp
+QJsonObject Storages(Host& host, const QStringList& arguments);
+QJsonObject Fields(Host& host, const QStringList& arguments);
+QJsonObject ListTree(Host& host, const QStringList& arguments);
+QJsonObject Rows(Host& host, const QStringList& arguments);
+QJsonObject Count(Host& host, const QStringList& arguments);
+QJsonObject Find(Host& host, const QStringList& arguments);
+QJsonObject Play(Host& host, const QStringList& arguments);
+
+// Commands.Tasks.cpp
+QJsonObject Tasks(Host& host, const QStringList& arguments);
+QJsonObject Cancel(Host& host, const QStringList& arguments);
+QJsonObject Subscribe(Host& host, const QStringList& arguments);
+QJsonObject Import(Host& host, const QStringList& arguments);
+QJsonObject Export(Host& host, const QStringList& arguments);
+
 // Commands.cpp
 QJsonObject Help(Host& host, const QStringList& arguments);
 

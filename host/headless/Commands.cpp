@@ -1,14 +1,22 @@
 #include "Commands.h"
 
 #include "Commands.Functions.h"
+#include "Library.h"
 
 #include <QJsonArray>
+
+#include <limits>
 
 namespace vexa::host {
 
 namespace {
 
 using enum Command::Thread;
+
+constexpr int kAny = std::numeric_limits<int>::max();
+constexpr char kRowOptions[] =
+    "[--node VALUE]... [--where FIELD OP VALUE [VALUE2]]... [--search TEXT] [--sort FIELD[:desc]]... "
+    "[--range OFFSET,COUNT] [--fields A,B,C]";
 
 constexpr Command kCommands[] = {
     {"load", "[FILE]", 0, 1, "load a plug-in; without a file, libPodcasts.so beside this program", Main,
@@ -25,6 +33,19 @@ constexpr Command kCommands[] = {
      commands::Config},
     {"text", "KEY [PART]", 1, 2, "a text of the language, such as Podcasts\\MSG3, or one of its parts", Main,
      commands::Text},
+    {"storages", "", 0, 0, "the music library's storages", Main, commands::Storages},
+    {"fields", "[SCHEMA]", 0, 1, "the fields of the storage that shows, or their names for a purpose", Main,
+     commands::Fields},
+    {"tree", "[NODEVALUE...]", 0, kAny, "the nodes below a node; without one, the top level", Main, commands::ListTree},
+    {"rows", kRowOptions, 0, kAny, "rows of the storage that shows", Main, commands::Rows},
+    {"count", kRowOptions, 0, kAny, "how many rows there are, whatever the range", Main, commands::Count},
+    {"find", "ADDRESS", 1, 1, "the node that holds a file", Main, commands::Find},
+    {"play", "ADDRESS", 1, 1, "start a file, without sound", Main, commands::Play},
+    {"tasks", "", 0, 0, "what goes on in the background, and how the last tasks went", Main, commands::Tasks},
+    {"cancel", "TASKID", 1, 1, "cancel a task", Main, commands::Cancel},
+    {"subscribe", "ADDRESS...", 1, kAny, "subscribe to feeds, and wait until that is done", Main, commands::Subscribe},
+    {"import", "FILE", 1, 1, "subscribe to the feeds of an OPML file, and wait", Main, commands::Import},
+    {"export", "FILE", 1, 1, "write the subscriptions to an OPML file", Main, commands::Export},
     {"unload", "", 0, 0, "end the plug-in and write the settings", Main, commands::Unload},
     {"quit", "", 0, 0, "unload, and end", Main, commands::Quit, true},
     {"help", "", 0, 0, "list the commands", Main, commands::Help},
@@ -83,6 +104,8 @@ QJsonObject Answer(const Command& command, Host& host, const QStringList& argume
         return Success(command.Run(host, arguments));
     } catch (const CommandError& error) {
         return Failure(QString::fromUtf8(error.what()), error.Code());
+    } catch (const LibraryError& error) {
+        return Failure(error.Message(), E_FAIL);
     } catch (const std::exception& error) {
         return Failure(QString::fromUtf8(error.what()), E_UNEXPECTED);
     }

@@ -16,8 +16,13 @@ constexpr QLatin1String kIdentity("ID");
 const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
     if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');
-    if (!field->HasRows()) throw LibraryError(u"rows have no field \"" + name + u'"');
     return *field;
+}
+
+const LibraryField& OfRows(const LibraryStorage& storage, const QString& name) {
+    const LibraryField& field = Listed(storage, name);
+    if (!field.HasRows()) throw LibraryError(u"rows have no field \"" + name + u'"');
+    return field;
 }
 
 void AddCondition(IVEXAMLGroupFilter& group, const RowCondition& condition) {
@@ -46,7 +51,7 @@ Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& que
     };
     bool isWhole = false;
     for (const RowOrder& order : query.Sort) {
-        add({Listed(storage, order.Field).Name, order.Direction});
+        add({OfRows(storage, order.Field).Name, order.Direction});
         isWhole = isWhole || order.Field == kIdentity;
     }
     // Rows that are equal in all of these may come in another order for every range, so that a page would show again
@@ -76,7 +81,7 @@ Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery
 
 std::vector<const LibraryField*> Columns(const LibraryStorage& storage, const RowQuery& query) {
     std::vector<const LibraryField*> columns;
-    for (const QString& name : query.Fields) columns.push_back(&Listed(storage, name));
+    for (const QString& name : query.Fields) columns.push_back(&OfRows(storage, name));
     if (columns.empty()) throw LibraryError(QStringLiteral("no field was asked for"));
     return columns;
 }

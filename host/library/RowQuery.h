@@ -34,9 +34,10 @@ struct RowQuery {
     std::int32_t Limit = 0;  // 0: all rows, whatever the offset
 };
 
-/// Main thread. Throws LibraryError for a field that the storage does not list, or that rows do not have.
+/// Main thread. Throws LibraryError for a field that the storage does not list, and for an order by one that rows do
+/// not have. A condition on a field of tree nodes is a storage's own affair.
 Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery& query);
-/// The columns of the rows, in the order asked for; throws LibraryError as above, and when there is none.
+/// The columns of the rows, in the order asked for; throws LibraryError for one that rows do not have, and for none.
 std::vector<const LibraryField*> Columns(const LibraryStorage& storage, const RowQuery& query);
 
 }  // namespace vexa::host

@@ -4,7 +4,6 @@
 #include "ObjectList.h"
 #include "VEXA.Runtime.Threads.h"
 
-#include <optional>
 #include <utility>
 
 namespace vexa::host {
@@ -173,7 +172,10 @@ void RowReader::Ask(Request& request) {
         request.IsCount ? AskCount(request) : AskRows(request);
         return S_OK;
     });
-    if (Failed(result)) request.Page.Error = request.Rows.Error = Refusal(result);
+    if (Failed(result)) {
+        request.Page.Rows.clear();
+        request.Page.Error = request.Rows.Error = Refusal(result);
+    }
 }
 
 void RowReader::AskRows(Request& request) {

@@ -53,6 +53,19 @@ HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields)
     return S_OK;
 }
 
+std::optional<std::vector<Episode>> EpisodeStorage::Select(IVEXAMLDataFilter* filter, QStringList* conditions) {
+    std::vector<Episode> found = Episodes;
+    for (std::int32_t i = 0; i < filter->GetChildCount(); ++i) {
+        Ref<IVEXAMLFieldFilter> child;
+        if (Failed(filter->GetChild(i, IVEXAMLFieldFilter::IID, child.PutVoid()))) return {};
+        const QString field = TextOf(child.Get(), IVEXAMLFieldFilter::Field);
+        const QString value = TextOf(child.Get(), IVEXAMLFieldFilter::Value1);
+        *conditions += QString(field + u'=' + value);
+        std::erase_if(found, [&](const Episode& episode) { return !Meets(episode, field, value); });
+    }
+    return found;
+}
+
 HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept {
     *data = nullptr;
     QStringList names, conditions;
@@ -61,15 +74,9 @@ HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filt
         fields->GetObject(i, IVEXAString::IID, name.PutVoid());
         names += ToQString(name.Get());
     }
-    std::vector<Episode> found = Episodes;
-    for (std::int32_t i = 0; i < filter->GetChildCount(); ++i) {
-        Ref<IVEXAMLFieldFilter> child;
-        if (Failed(filter->GetChild(i, IVEXAMLFieldFilter::IID, child.PutVoid()))) return E_FAIL;
-        const QString field = TextOf(child.Get(), IVEXAMLFieldFilter::Field);
-        const QString value = TextOf(child.Get(), IVEXAMLFieldFilter::Value1);
-        conditions += QString(field + u'=' + value);
-        std::erase_if(found, [&](const Episode& episode) { return !Meets(episode, field, value); });
-    }
+    const auto selected = Select(filter, &conditions);
+    if (!selected) return E_FAIL;
+    std::vector<Episode> found = *selected;
     QStringList order;
     Ref<IVEXAObjectList> sort;
     filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, sort.PutVoid());
@@ -123,6 +130,56 @@ HResult EpisodeStorage::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
         return S_OK;
     }
     return E_NOINTERFACE;
+}
+
+HResult EpisodeStorage::GetRowCount(IVEXAObjectList*, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept {
+    QStringList conditions;
+    const auto selected = Select(filter, &conditions);
+    if (!selected) return E_FAIL;
+    *count = static_cast<std::int64_t>(selected->size());
+    return S_OK;
+}
+
+HResult EpisodeStorage::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {
+    RunInMainThread(
+        [addresses = Ref<IVEXAObjectList>(addresses), events = Ref<IVEXAMLSubscriptionEvents>(events)] {
+            for (std::int32_t i = 0; i < addresses->GetCount(); ++i) {
+                Ref<IVEXAString> address;
+                addresses->GetObject(i, IVEXAString::IID, address.PutVoid());
+                const QString text = ToQString(address.Get());
+                const HResult result = !text.startsWith(u"http") ? E_INVALIDARG
+                                       : text.endsWith(u"known") ? E_ABORT
+                                                                 : S_OK;
+                events->OnSubscribed(address.Get(), result, MakeString("said").Get());
+            }
+            events->OnCompleted();
+        },
+        false);
+    return S_OK;
+}
+
+HResult EpisodeStorage::ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,
+                                   IVEXAErrorInfo* error) noexcept {
+    if (!ToQString(fileName).endsWith(u"/empty.opml")) {
+        SetError(error, E_FAIL, "no such file");
+        return E_FAIL;
+    }
+    events->OnCompleted();  // with nothing to fetch it is done before this returns
+    return S_OK;
+}
+
+HResult EpisodeStorage::ExportOPML(IVEXAString*, IVEXAErrorInfo*) noexcept {
+    return E_FAIL;
+}
+
+HResult EpisodeStorage::GetOutcomes(std::int32_t taskID, std::int32_t, IVEXAObjectList** outcomes) noexcept {
+    const Ref<IVEXAObjectList> list(new ObjectList);
+    const Ref<IVEXAMLTaskOutcome> outcome(new PropertyList<IVEXAMLTaskOutcome>);
+    outcome->SetValueAsObject(IVEXAMLTaskOutcome::Item, MakeString("http://feed").Get());
+    outcome->SetValueAsInt32(IVEXAMLTaskOutcome::NewCount, 3);
+    if (taskID == Refresh) list->Add(outcome.Get());
+    *outcomes = Ref(list).Detach();
+    return S_OK;
 }
 
 }  // namespace tests

@@ -10,6 +10,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 
 namespace tests {
 
@@ -104,8 +105,9 @@ public:
     HResult GetFieldForAlphabeticIndex(IVEXAString**) noexcept override { return E_NOTIMPL; }
 };
 
-class EpisodeStorage final : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage,
-                                                       IVEXAMLDataProvider, IVEXAMLDataStorageCommandFindInLibrary> {
+class EpisodeStorage final
+    : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage, IVEXAMLDataProvider,
+                                IVEXAMLDataStorageCommandFindInLibrary, IVEXAMLSubscriptionStorage> {
 public:
     explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s) {
         SetValueAsObject(IVEXAMLExtensionDataStorage::ID, host::MakeString(id).Get());
@@ -118,6 +120,7 @@ public:
                                   {"e3", "Fog", "A", 0, 30},
                                   {"e4", "Storm", "A", 2, 45}};
     Ref<IVEXAMLDataStorageManager> Manager;
+    bool OffersSubscriptions = false;
 
     /// From now on requests wait inside the storage until they are let through.
     void Hold() { SetHolding(true); }
@@ -132,6 +135,10 @@ public:
         FChanged.wait(lock, [&] { return FAsked.size() >= count; });
     }
 
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        if (iid == IVEXAMLSubscriptionStorage::IID && !OffersSubscriptions) return *object = nullptr, E_NOINTERFACE;
+        return PropertyList::QueryInterface(iid, object);
+    }
     void Finalize() noexcept override { Manager = nullptr; }
     void Initialize(IVEXAMLDataStorageManager* manager) noexcept override {
         Manager = Ref<IVEXAMLDataStorageManager>(manager);
@@ -149,7 +156,17 @@ public:
     HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                  IVEXAMLGroupingTreeSelection** selection) noexcept override;
 
+    HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override;
+    /// What begins with "http" is a feed's address; one that ends with "known" is subscribed already.
+    HResult Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept override;
+    HResult ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,
+                       IVEXAErrorInfo* error) noexcept override;
+    HResult ExportOPML(IVEXAString* fileName, IVEXAErrorInfo* error) noexcept override;
+    HResult GetOutcomes(std::int32_t taskID, std::int32_t first, IVEXAObjectList** outcomes) noexcept override;
+
 private:
+    /// The episodes that meet a filter's conditions; nothing when it holds something else.
+    std::optional<std::vector<Episode>> Select(IVEXAMLDataFilter* filter, QStringList* conditions);
     void SetHolding(bool isHolding) {
         const std::lock_guard lock(FMutex);
         FIsHolding = isHolding;

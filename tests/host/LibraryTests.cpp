@@ -148,11 +148,18 @@ TEST_F(LibraryTest, RowsComeAsTheirFieldsSay) {
         {.Fields = {"title"}},
         {.Fields = {"Title"}, .Where = {{.Field = "1=1; --"}}},
         {.Fields = {"Title"}, .Sort = {{"Unlisted"}}},
+        {.Fields = {"Title"}, .Sort = {{"Node"}}},
     };
     for (const RowQuery& query : refused) EXPECT_THROW(reader.ReadNow(query), LibraryError);
     const RowQuery array{.Fields = {"Title"}, .Where = {{.Field = "ID", .OneOf = {u"e1"_s, u"e2"_s}}}};
     EXPECT_NE(reader.ReadNow(array).Error, "");  // this storage takes no arrays
     EXPECT_NE(reader.CountNow(array).Error, "");
+
+    Plain->OffersSubscriptions = true;
+    const qsizetype before = Plain->Asked().size();
+    const LibraryStorage counting = Open();
+    EXPECT_EQ(RowReader(counting).CountNow({.Fields = {"Title"}, .Limit = 1}).Count, 4);
+    EXPECT_EQ(Plain->Asked().size(), before);  // it counts by itself
 }
 
 TEST_F(LibraryTest, TheNewestPageInSightComesFirstAndDroppedOnesAreNeverAsked) {

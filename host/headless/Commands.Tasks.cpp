@@ -1,0 +1,150 @@
+// What the active storage does in the background, and its subscriptions.
+
+#include "Commands.Functions.h"
+#include "ErrorInfo.h"
+#include "Guarded.h"
+#include "Library.h"
+#include "ObjectList.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QJsonArray>
+
+#include <functional>
+
+namespace vexa::host::commands {
+
+namespace {
+
+/// Notes how a request went, and ends the wait for it. It may be told of the end before the wait begins, or after the
+/// wait was given up.
+class Outcome final : public RefCountedObject<IVEXAMLSubscriptionEvents> {
+public:
+    void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
+        Guarded("noting a subscription", [&] {
+            FResults += QJsonObject{{QStringLiteral("address"), ToQString(address)},
+                                    {QStringLiteral("code"), ToHex(result)},
+                                    {QStringLiteral("text"), ToQString(text)}};
+            return S_OK;
+        });
+    }
+    void OnCompleted() noexcept override {
+        FIsComplete = true;
+        if (FLoop) FLoop->quit();
+    }
+
+    /// The event loop turns meanwhile, as it does for a player with windows.
+    QJsonObject Wait() {
+        if (!FIsComplete) {
+            QEventLoop loop;
+            FLoop = &loop;
+            loop.exec();
+            FLoop = nullptr;
+        }
+        if (!FIsComplete) throw CommandError(QStringLiteral("the program ends before all is subscribed"), E_ABORT);
+        return {{QStringLiteral("results"), FResults}};
+    }
+
+private:
+    QJsonArray FResults;
+    bool FIsComplete = false;
+    QEventLoop* FLoop = nullptr;
+};
+
+Ref<IVEXAMLSubscriptionStorage> Subscriptions(Host& host) {
+    auto subscriptions = LibraryStorage(host.Library()).Subscriptions();
+    if (!subscriptions) throw CommandError(QStringLiteral("the storage is none of subscriptions"), E_NOINTERFACE);
+    return subscriptions;
+}
+
+[[noreturn]] void Complain(const ErrorInfo& error, const QString& otherwise, HResult result) {
+    const QString message = error.Message();
+    throw CommandError(message.isEmpty() ? otherwise : message, result);
+}
+
+/// A plug-in knows nothing of the folder that the program was started in.
+Ref<IVEXAString> WholeName(const QString& fileName) {
+    return MakeString(QDir::current().absoluteFilePath(fileName));
+}
+
+QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
+    Ref<IVEXAObjectList> outcomes;
+    QJsonArray list;
+    if (Failed(storage.GetOutcomes(taskID, 0, outcomes.Put())) || !outcomes) return list;
+    for (std::int32_t i = 0; i < outcomes->GetCount(); ++i) {
+        Ref<IVEXAMLTaskOutcome> outcome;
+        if (Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
+        const auto text = [&](std::int32_t id) {
+            Ref<IVEXAString> value;
+            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
+            return ToQString(value.Get());
+        };
+        const auto number = [&](std::int32_t id) {
+            std::int32_t value = 0;
+            return Succeeded(outcome->GetValueAsInt32(id, &value)) ? value : 0;
+        };
+        list += QJsonObject{{QStringLiteral("item"), text(IVEXAMLTaskOutcome::Item)},
+                            {QStringLiteral("caption"), text(IVEXAMLTaskOutcome::Caption)},
+                            {QStringLiteral("new"), number(IVEXAMLTaskOutcome::NewCount)},
+                            {QStringLiteral("file"), text(IVEXAMLTaskOutcome::FileName)},
+                            {QStringLiteral("error"), text(IVEXAMLTaskOutcome::Error)},
+                            {QStringLiteral("dropped"), number(IVEXAMLTaskOutcome::Dropped) != 0}};
+    }
+    return list;
+}
+
+}  // namespace
+
+QJsonObject Tasks(Host& host, const QStringList&) {
+    const LibraryStorage storage(host.Library());
+    QJsonArray tasks;
+    for (const BackgroundTask& task : host.Library().Tasks(storage.ID()))
+        tasks += QJsonObject{{QStringLiteral("id"), task.ID},
+                             {QStringLiteral("caption"), ToQString(task.Caption.Get())},
+                             {QStringLiteral("canCancel"), static_cast<bool>(task.Cancel)}};
+    QJsonObject answer{{QStringLiteral("tasks"), tasks}};
+    if (const auto subscriptions = storage.Subscriptions()) {
+        answer.insert(QStringLiteral("downloads"), Outcomes(*subscriptions, IVEXAMLSubscriptionStorage::Downloads));
+        answer.insert(QStringLiteral("refresh"), Outcomes(*subscriptions, IVEXAMLSubscriptionStorage::Refresh));
+    }
+    return answer;
+}
+
+QJsonObject Cancel(Host& host, const QStringList& arguments) {
+    for (const BackgroundTask& task : host.Library().Tasks(LibraryStorage(host.Library()).ID())) {
+        if (QString::number(task.ID) != arguments[0]) continue;
+        if (!task.Cancel) throw CommandError(u"the task " + arguments[0] + u" cannot be cancelled", E_NOTIMPL);
+        task.Cancel->OnExecute(nullptr);
+        return {};
+    }
+    throw CommandError(u"there is no task " + arguments[0] + u": tasks lists them", E_INVALIDARG);
+}
+
+QJsonObject Subscribe(Host& host, const QStringList& arguments) {
+    const auto subscriptions = Subscriptions(host);
+    const Ref<IVEXAObjectList> addresses(new ObjectList);
+    for (const QString& address : arguments) addresses->Add(MakeString(address).Get());
+    const Ref<Outcome> outcome(new Outcome);
+    const HResult result = subscriptions->Subscribe(addresses.Get(), outcome.Get());
+    if (Failed(result)) throw CommandError(QStringLiteral("the storage does not subscribe"), result);
+    return outcome->Wait();
+}
+
+QJsonObject Import(Host& host, const QStringList& arguments) {
+    const auto subscriptions = Subscriptions(host);
+    const Ref<Outcome> outcome(new Outcome);
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    const HResult result = subscriptions->ImportOPML(WholeName(arguments[0]).Get(), outcome.Get(), error.Get());
+    if (Failed(result)) Complain(*error, QString(arguments[0] + u" cannot be read"), result);
+    return outcome->Wait();
+}
+
+QJsonObject Export(Host& host, const QStringList& arguments) {
+    const auto subscriptions = Subscriptions(host);
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    const HResult result = subscriptions->ExportOPML(WholeName(arguments[0]).Get(), error.Get());
+    if (Failed(result)) Complain(*error, QString(arguments[0] + u" cannot be written"), result);
+    return {};
+}
+
+}  // namespace vexa::host::commands

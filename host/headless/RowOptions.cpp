@@ -1,0 +1,127 @@
+#include "RowOptions.h"
+
+#include "Commands.h"
+#include "Tree.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace vexa::host {
+
+namespace {
+
+struct Operator {
+    const char* Text;
+    IVEXAMLFieldFilter::Operations Code;
+};
+constexpr Operator kOperators[] = {
+    {"=", IVEXAMLFieldFilter::Equals},          {"<>", IVEXAMLFieldFilter::NotEquals},
+    {"between", IVEXAMLFieldFilter::Between},   {"<", IVEXAMLFieldFilter::Less},
+    {"<=", IVEXAMLFieldFilter::LessOrEqual},    {">", IVEXAMLFieldFilter::Greater},
+    {">=", IVEXAMLFieldFilter::GreaterOrEqual}, {"contains", IVEXAMLFieldFilter::Contains},
+    {"begins", IVEXAMLFieldFilter::BeginsWith}, {"ends", IVEXAMLFieldFilter::EndsWith},
+};
+
+/// Takes the words of a line one after the other.
+class Words {
+public:
+    explicit Words(const QStringList& words) : FWords(words) {}
+
+    bool AreLeft() const { return FNext < FWords.size(); }
+    QString Take(const QString& what) {
+        if (!AreLeft()) throw CommandError(what + u" is missing at the end of the line", E_INVALIDARG);
+        return FWords[FNext++];
+    }
+
+private:
+    const QStringList FWords;
+    qsizetype FNext = 0;
+};
+
+RowCondition TakeCondition(Words& words) {
+    RowCondition condition;
+    condition.Field = words.Take(QStringLiteral("the field of --where"));
+    const QString name = words.Take(QStringLiteral("the operator of --where"));
+    const QString value = words.Take(QStringLiteral("the value of --where"));
+    if (name == u"in") {
+        for (const QString& one : value.split(u'|')) condition.OneOf.emplace_back(one);
+        return condition;
+    }
+    const auto found = std::find_if(std::begin(kOperators), std::end(kOperators),
+                                    [&](const Operator& known) { return name == QLatin1String(known.Text); });
+    if (found == std::end(kOperators)) {
+        QStringList known{QStringLiteral("in")};
+        for (const Operator& one : kOperators) known += QString::fromLatin1(one.Text);
+        throw CommandError(u"there is no operator " + name + u": take one of " + known.join(u' '), E_INVALIDARG);
+    }
+    condition.Operation = found->Code;
+    condition.Value1 = value;
+    if (found->Code == IVEXAMLFieldFilter::Between)
+        condition.Value2 = words.Take(QStringLiteral("the second value of between"));
+    return condition;
+}
+
+RowOrder TakeOrder(Words& words) {
+    QString name = words.Take(QStringLiteral("the field of --sort"));
+    const QString suffix = QStringLiteral(":desc");
+    if (!name.endsWith(suffix)) return {name};
+    name.chop(suffix.size());
+    return {name, IVEXAMLSortDirection::Descending};
+}
+
+void TakeRange(Words& words, RowQuery& query) {
+    const QStringList numbers = words.Take(QStringLiteral("the range")).split(u',');
+    bool isOffset = false, isCount = false;
+    query.Offset = numbers.value(0).toInt(&isOffset);
+    query.Limit = numbers.value(1).toInt(&isCount);
+    if (numbers.size() != 2 || !isOffset || !isCount || query.Offset < 0 || query.Limit <= 0)
+        throw CommandError(QStringLiteral("a range is OFFSET,COUNT, such as 0,100"), E_INVALIDARG);
+}
+
+}  // namespace
+
+Ref<IVEXAMLGroupingTreeDataProvider> FirstTree(const LibraryStorage& storage) {
+    const std::vector<GroupingPreset> presets = storage.Presets();
+    if (presets.empty()) throw CommandError(QStringLiteral("the storage has no tree"));
+    return presets.front().Provider;
+}
+
+std::vector<TreePair> FindNode(const LibraryStorage& storage, const QStringList& values) {
+    const std::optional<TreeWay> way = Tree(FirstTree(storage)).FindByValues(values);
+    if (!way) throw CommandError(u"the tree has no node " + values.join(QStringLiteral(" > ")), E_INVALIDARG);
+    return PairsOf(*way);
+}
+
+RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& arguments) {
+    RowQuery query;
+    QStringList node;
+    for (Words words(arguments); words.AreLeft();) {
+        const QString option = words.Take({});
+        if (option == u"--node")
+            node += words.Take(QStringLiteral("the value of --node"));
+        else if (option == u"--where")
+            query.Where.push_back(TakeCondition(words));
+        else if (option == u"--search")
+            query.Search = words.Take(QStringLiteral("the text of --search"));
+        else if (option == u"--sort")
+            query.Sort.push_back(TakeOrder(words));
+        else if (option == u"--range")
+            TakeRange(words, query);
+        else if (option == u"--fields")
+            query.Fields = words.Take(QStringLiteral("the list of --fields")).split(u',');
+        else
+            throw CommandError(
+                u"there is no option " + option + u": take --node, --where, --search, --sort, --range or --fields",
+                E_INVALIDARG);
+    }
+    if (!node.isEmpty()) {
+        query.Tree = FirstTree(storage);
+        query.Node = FindNode(storage, node);
+    }
+    if (query.Fields.isEmpty())
+        for (const LibraryField& field : storage.Fields())
+            if (field.HasRows()) query.Fields += field.Name;
+    return query;
+}
+
+}  // namespace vexa::host

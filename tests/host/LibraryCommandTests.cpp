@@ -1,0 +1,88 @@
+// The library's commands of a host without a window.
+
+#include "Commands.h"
+#include "EpisodeStorage.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+using namespace vexa::host;
+
+namespace {
+
+class LibraryCommands : public HostTest {
+protected:
+    LibraryCommands() {
+        Storage->OffersSubscriptions = true;
+        const Ref<IVEXAMLDataProvider> extension(Storage);
+        Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+    }
+
+    /// The answer to a line: the member `key` of it, or the error.
+    std::string Say(const QString& line, const QString& key) {
+        QStringList words = SplitLine(line);
+        const Command* command = FindCommand(words.takeFirst());
+        if (!command) return "no such command";
+        const QJsonObject answer = Answer(*command, Host, words);
+        if (!answer[u"ok"].toBool()) return answer[u"error"].toString().toStdString();
+        return QJsonDocument(QJsonObject{{u"_"_s, answer[key]}})
+            .toJson(QJsonDocument::Compact)
+            .mid(5)
+            .chopped(1)
+            .toStdString();
+    }
+
+    Ref<tests::EpisodeStorage> Storage{new tests::EpisodeStorage};
+};
+
+}  // namespace
+
+TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
+    struct {
+        const char *Line, *Key, *Answer;
+    } const cases[] = {
+        {"rows --where ID = e2", "rows",
+         R"([{"Duration":90.5,"ID":"e2","State":"1","Title":"Bell","shown":{"State":"new"}}])"},
+        {"rows --node shows --node \"show A\" --sort Title:desc --range 1,1 --fields Title", "rows",
+         R"([{"Title":"Storm"}])"},
+        {"count --node \"state 1\" --node \"show A\" --range 0,1", "count", "1"},
+        {"count --where Node = \"state 2\"", "count", "1"},
+        {"count", "count", "4"},
+        {"count --node shows --node nobody", "count", "the tree has no node shows > nobody"},
+        {"rows --where Titel = x", "rows", "the storage has no field \"Titel\""},
+        {"rows --where Title is x", "rows",
+         "there is no operator is: take one of in = <> between < <= > >= contains begins ends"},
+        {"rows --where Title between a", "rows", "the second value of between is missing at the end of the line"},
+        {"rows --range 5", "rows", "a range is OFFSET,COUNT, such as 0,100"},
+        {"rows Title", "rows", "there is no option Title: take --node, --where, --search, --sort, --range or --fields"},
+        {"fields 10", "fields", R"(["Title","State"])"},
+        {"tree shows", "nodes",
+         R"([{"caption":"A","field":"Node","hasChildren":false,"image":3,"standalone":true,"value":"show A"},)"
+         R"({"caption":"B","field":"Node","hasChildren":false,"image":3,"standalone":true,"value":"show B"}])"},
+        {"tree shows \"show A\"", "nodes", "[]"},
+        {"find episode://e1", "node", R"([{"field":"Node","value":"shows"},{"field":"Node","value":"show A"}])"},
+        {"find episode://e9", "node", "episode://e9 is not in the library"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
+    EXPECT_EQ(Say("rows --where ID in e1|e2", ""), "the storage could not read its rows (0x80004005)");  // no arrays
+}
+
+TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
+    const Ref<IVEXAString> caption = MakeString("Refreshing");
+    Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
+    EXPECT_EQ(Say("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
+    EXPECT_EQ(Say("tasks", "downloads"), "[]");
+    EXPECT_EQ(Say("tasks", "refresh"),
+              R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","new":3}])");
+    EXPECT_EQ(Say("cancel 2", ""), "the task 2 cannot be cancelled");
+    EXPECT_EQ(Say("cancel 1", ""), "there is no task 1: tasks lists them");
+    EXPECT_EQ(Say("subscribe http://a no http://known", "results"),
+              R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
+              R"({"address":"no","code":"0x80070057","text":"said"},)"
+              R"({"address":"http://known","code":"0x80004004","text":"said"}])");
+    EXPECT_EQ(Say("import empty.opml", "results"), "[]");
+    EXPECT_EQ(Say("import none.opml", "results"), "no such file");
+    EXPECT_EQ(Say("export out.opml", ""), "out.opml cannot be written");
+    Storage->OffersSubscriptions = false;
+    EXPECT_EQ(Say("subscribe http://a", ""), "the storage is none of subscriptions");
+}
