@@ -49,7 +49,7 @@ QJsonObject Menu(Host& host, const QStringList& arguments) {
 
 QJsonObject Run(Host& host, const QStringList& arguments) {
     MenuManager& menus = host.Menus();
-    const ItemName name = ReadItemName(arguments[0]);
+    const ItemName name = menus.Find(arguments[0]) ? ItemName{arguments[0]} : ReadItemName(arguments[0]);
     const auto item = menus.Find(name.ID);
     if (!item) throw CommandError(u"there is no action " + name.ID + u": menu lists them", E_INVALIDARG);
     HResult result = E_FAIL;

@@ -197,8 +197,7 @@ void PlaylistFollower::OnStorageAdded(const QString& storageID) {
             PlaylistFollower* alive = link.Get();
             if (!alive) return;
             for (Followed& followed : alive->FFollowed)
-                if (followed.StorageID == storageID) followed.IsAwaited = false;
-            alive->OnDataChanged(storageID);
+                if (followed.StorageID == storageID && std::exchange(followed.IsAwaited, false)) alive->Read(followed);
         },
         false);
 }

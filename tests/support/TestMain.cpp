@@ -1,24 +1,9 @@
-// The main function of every test program.
+// The main function of every test program without windows.
 
-#include "TempFolder.h"
-#include "VEXA.Runtime.Threads.h"
+#include "TestMain.h"
 
 #include <QCoreApplication>
-#include <QLoggingCategory>
-
-#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    // The user's own folders, the trash and the music among them, are out of reach.
-    const tests::TempFolder home;
-    qputenv("HOME", QFile::encodeName(home.Path()));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(home.File(QStringLiteral("data"))));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.File(QStringLiteral("config"))));
-    qputenv("no_proxy", "*");
-    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false\nvexa.*=false"));
-
-    QCoreApplication application(argc, argv);
-    vexa::AttachMainThread();
-    return RUN_ALL_TESTS();
+    return tests::RunAll<QCoreApplication>(argc, argv);
 }
