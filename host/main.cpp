@@ -1,18 +1,20 @@
 // vexa: the player. For now without a window.
 
+#include "OptionsDialog.h"
 #include "Session.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
 
+#include <QApplication>
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QDir>
 
 #include <pthread.h>
 #include <signal.h>
 
 #include <cstdio>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -64,15 +66,28 @@ int RunHeadless(const QCommandLineParser& arguments) {
             return Complain(u"there is no service " + service + u": take one of " +
                             host.TheCore().ServiceNames().join(QStringLiteral(", ")));
     if (const QString plugin = arguments.value(QStringLiteral("plugin")); !plugin.isEmpty()) host.LoadPlugin(plugin);
+    const OptionsWindow optionsWindow(host);
     const Session session(host);
-    return QCoreApplication::exec();
+    return QApplication::exec();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     HandleSignals();
-    QCoreApplication application(argc, argv);
+    // The toolkit takes "--plugin" and others for its own: it sees no argument but the program's name.
+    QStringList words;
+    for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
+    int one = 1;
+    // Commands of plug-ins open windows, which without a display are drawn in memory.
+    std::unique_ptr<QCoreApplication> application;
+    if (words.contains(QStringLiteral("--headless"))) {
+        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QApplication>(one, argv);
+        QApplication::setQuitOnLastWindowClosed(false);
+    } else {
+        application = std::make_unique<QCoreApplication>(one, argv);
+    }
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     AttachMainThread();
@@ -89,7 +104,7 @@ int main(int argc, char** argv) {
         {QStringLiteral("without"), QStringLiteral("Hide a service from plug-ins; may be repeated."),
          QStringLiteral("SERVICE")},
     });
-    arguments.process(application);
+    arguments.process(words);
     if (!arguments.positionalArguments().isEmpty())
         return Complain(u"what is " + arguments.positionalArguments().first() + u"? --help says what there is");
     if (!arguments.isSet(QStringLiteral("headless")))

@@ -38,6 +38,15 @@ QJsonObject Subscribe(Host& host, const QStringList& arguments);
 QJsonObject Import(Host& host, const QStringList& arguments);
 QJsonObject Export(Host& host, const QStringList& arguments);
 
+// Commands.Menus.cpp
+QJsonObject Menu(Host& host, const QStringList& arguments);
+QJsonObject Run(Host& host, const QStringList& arguments);
+QJsonObject Select(Host& host, const QStringList& arguments);
+
+// Commands.Playlists.cpp
+QJsonObject Playlists(Host& host, const QStringList& arguments);
+QJsonObject PlaylistCommand(Host& host, const QStringList& arguments);
+
 // Commands.cpp
 QJsonObject Help(Host& host, const QStringList& arguments);
 

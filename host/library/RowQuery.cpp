@@ -1,8 +1,11 @@
 #include "RowQuery.h"
 
+#include "FilterJson.h"
 #include "Filters.h"
 #include "ObjectList.h"
 #include "Tree.h"
+
+#include <QJsonArray>
 
 #include <algorithm>
 
@@ -51,6 +54,23 @@ Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& que
     return list;
 }
 
+/// Conditions that are joined as those of the request anyway need no group of their own: groups inside groups are what
+/// storages run out of first.
+void AddWithin(const LibraryStorage& storage, const QJsonObject& json, IVEXAMLDataFilter& filter) {
+    for (const QString& field : FieldsOfFilter(json)) Listed(storage, field);
+    const qsizetype count = json[QLatin1String("children")].toArray().size();
+    const int operation = json[QLatin1String("operation")].toInt();
+    if (count == 0) return;
+    const bool isPlain = operation == IVEXAMLGroupFilter::And || (operation == IVEXAMLGroupFilter::Or && count == 1);
+    QJsonObject conditions = json;
+    for (const char* more : {"search", "sort", "limit", "offset"}) conditions.remove(QLatin1String(more));
+    Ref<IVEXAMLGroupFilter> group(&filter);
+    if (!isPlain && Failed(filter.AddGroup(group.Put()))) throw LibraryError(QStringLiteral("out of memory"));
+    if (!AddJsonToFilter(conditions, *group))
+        throw LibraryError(QStringLiteral("the filter holds what is no condition"));
+    if (isPlain) filter.SetValueAsInt32(IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
+}
+
 }  // namespace
 
 Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery& query) {
@@ -61,6 +81,7 @@ Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery
         Listed(storage, condition.Field);
         AddCondition(*filter, condition);
     }
+    AddWithin(storage, query.Within, *filter);
     if (!query.Search.isEmpty())
         filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, MakeString(query.Search).Get());
     if (!query.Sort.empty()) filter->SetValueAsObject(IVEXAMLDataFilter::SortList, SortList(storage, query).Get());

@@ -4,6 +4,7 @@
 
 #include "Library.h"
 
+#include <QJsonObject>
 #include <QStringList>
 
 #include <vector>
@@ -28,6 +29,7 @@ struct RowQuery {
     Ref<IVEXAMLGroupingTreeDataProvider> Tree = {};  // whose node narrows the rows; null: none does
     std::vector<TreePair> Node = {};                 // the way to it
     std::vector<RowCondition> Where = {};            // all of them must hold
+    QJsonObject Within = {};                         // and so must a filter's conditions, as FilterJson.h writes them
     QString Search = {};
     std::vector<RowOrder> Sort = {};
     std::int32_t Offset = 0;

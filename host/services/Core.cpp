@@ -20,9 +20,10 @@ QStringList Core::ServiceNames() const {
     return names;
 }
 
-void Core::FinalizeExtensions(std::size_t from) {
-    for (std::size_t i = FExtensions.size(); i > from; --i) {
-        const Extension extension = FExtensions[i - 1];
+void Core::FinalizeExtensions(std::uint64_t from) {
+    const std::vector<Extension> extensions = FExtensions;
+    for (auto entry = extensions.rbegin(); entry != extensions.rend() && entry->Number >= from; ++entry) {
+        const Extension& extension = *entry;
         Guarded("finalising an extension", [&] {
             extension.Target->FinalizeExtension(extension.Object.Get());
             return S_OK;
@@ -30,8 +31,8 @@ void Core::FinalizeExtensions(std::size_t from) {
     }
 }
 
-void Core::RemoveExtensions(std::size_t from) {
-    while (FExtensions.size() > from) {
+void Core::RemoveExtensions(std::uint64_t from) {
+    while (!FExtensions.empty() && FExtensions.back().Number >= from) {
         const Extension extension = FExtensions.back();
         FExtensions.pop_back();
         Guarded("releasing an extension", [&] {
@@ -39,6 +40,12 @@ void Core::RemoveExtensions(std::size_t from) {
             return S_OK;
         });
     }
+}
+
+void Core::ForgetExtension(const ExtensionTarget* target, IUnknown* extension) {
+    const auto object = Query<IUnknown>(extension);
+    std::erase_if(FExtensions,
+                  [&](const Extension& entry) { return entry.Target == target && entry.Object == object; });
 }
 
 const Core::Service* Core::Find(const Guid& identifier) const noexcept {
@@ -79,9 +86,11 @@ HResult Core::RegisterExtension(const Guid& service, IUnknown* extension) noexce
         const Service* found = Find(service);
         if (!found) return E_NOINTERFACE;
         if (!found->Extensions) return E_INVALIDARG;
-        const Extension entry{found->Extensions, Query<IUnknown>(extension)};
+        Extension entry{found->Extensions, Query<IUnknown>(extension), 0};
         const HResult result = entry.Target->AddExtension(entry.Object.Get());
-        if (Succeeded(result)) FExtensions.push_back(entry);
+        if (Failed(result)) return result;
+        entry.Number = FNextNumber++;
+        FExtensions.push_back(std::move(entry));
         return result;
     });
 }

@@ -9,6 +9,7 @@
 
 #include <QStringList>
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -36,12 +37,14 @@ public:
     bool HideService(const QString& name);
     QStringList ServiceNames() const;
 
-    /// Marks a moment: what is registered later can be taken back together.
-    std::size_t ExtensionCount() const { return FExtensions.size(); }
+    /// Marks a moment: what is registered later can be taken back together. 0 is the beginning.
+    std::uint64_t Mark() const { return FNextNumber; }
     /// Tells the extensions registered since a mark that the end is near, the last one first. Main thread.
-    void FinalizeExtensions(std::size_t from);
+    void FinalizeExtensions(std::uint64_t from);
     /// Lets go of them. Main thread.
-    void RemoveExtensions(std::size_t from);
+    void RemoveExtensions(std::uint64_t from);
+    /// Lets go of one that its service has taken out by itself. Main thread.
+    void ForgetExtension(const ExtensionTarget* target, IUnknown* extension);
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override;
     HResult CreateObject(const Guid& iid, void** object) noexcept override;
@@ -62,6 +65,7 @@ private:
     struct Extension {
         ExtensionTarget* Target;
         Ref<IUnknown> Object;
+        std::uint64_t Number;  // ascending, never used again
     };
 
     template <class Interface>
@@ -74,7 +78,9 @@ private:
     QSet<QString> FMissing;
     std::vector<Service> FServices;
     std::vector<Factory> FFactories;
-    std::vector<Extension> FExtensions;  // main thread
+    // Both main thread.
+    std::vector<Extension> FExtensions;
+    std::uint64_t FNextNumber = 0;
 };
 
 }  // namespace vexa::host

@@ -33,7 +33,11 @@ Host::Host(const HostOptions& options)
       FFileInfos(new FileInfoService),
       FFileSystems(new FileSystemService),
       FAlbumArt(new AlbumArtService),
-      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())) {
+      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())),
+      FMenus(new MenuManager(*FCore, FLanguage)),
+      FOptions(new OptionsService),
+      FSelection(new LibrarySelection(FLibrary)),
+      FPlaylists(new PlaylistManager(options.ProfileFolder, FLibrary, FFileInfos, FLanguage)) {
     FMessages->Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });  // until there is one
 
     FCore->AddFactory<IVEXAString, HostString>();
@@ -43,6 +47,7 @@ Host::Host(const HostOptions& options)
     FCore->AddFactory<IVEXAFileInfo, FileInfo>();
     FCore->AddFactory<IVEXAImage, Image>();
     FCore->AddFactory<IVEXAImageContainer, ImageContainer>();
+    FCore->AddFactory<IVEXAMenuItem, MenuItem>();
     FCore->AddFactory<IVEXAMLDataField, DataField>();
     FCore->AddFactory<IVEXAMLDataFilter, DataFilter>();
 
@@ -56,6 +61,11 @@ Host::Host(const HostOptions& options)
     FCore->AddService<IVEXAServiceFileSystem>(QStringLiteral("filesystem"), FFileSystems, FFileSystems.Get());
     FCore->AddService<IVEXAServiceAlbumArt>(QStringLiteral("albumart"), FAlbumArt, FAlbumArt.Get());
     FCore->AddService<IVEXAServicePlayer>(QStringLiteral("player"), FPlayer, FPlayer.Get());
+    FCore->AddService<IVEXAServiceMenuManager>(QStringLiteral("menus"), FMenus, FMenus.Get());
+    FCore->AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), FOptions, FOptions.Get());
+    FCore->AddService<IVEXAServiceMusicLibraryUI>(QStringLiteral("selection"), FSelection);
+    FCore->AddService<IVEXAServicePlaylistManager, IVEXAServicePlaylistManager2>(QStringLiteral("playlists"),
+                                                                                 FPlaylists);
 }
 
 Host::~Host() {
@@ -67,7 +77,7 @@ const Plugin& Host::LoadPlugin(const QString& fileName) {
 }
 
 const Plugin& Host::StartPlugin(Plugin plugin) {
-    const std::size_t before = FCore->ExtensionCount();
+    const std::uint64_t before = FCore->Mark();
     try {
         plugin.Initialize(FCore.Get());
     } catch (...) {
@@ -81,13 +91,16 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
 }
 
 QString Host::UnloadPlugins() {
+    FPlaylists->StopDescribing();
+    QStringList problems{FPlaylists->Save()};
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
     FHttp->CancelAll();
-    const QString problem = FConfig->Save();
+    problems += FConfig->Save();
     FCore->RemoveExtensions(0);
     FPlugins.clear();
-    return problem;
+    problems.removeAll({});
+    return problems.join(QStringLiteral("; "));
 }
 
 }  // namespace vexa::host

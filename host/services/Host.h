@@ -13,9 +13,13 @@
 #include "FileSystem.h"
 #include "Http.h"
 #include "Language.h"
+#include "LibrarySelection.h"
+#include "Menus.h"
 #include "Messages.h"
 #include "MusicLibrary.h"
+#include "OptionsPages.h"
 #include "Player.h"
+#include "Playlists.h"
 #include "PluginLoader.h"
 
 #include <vector>
@@ -35,8 +39,8 @@ public:
     const Plugin& LoadPlugin(const QString& fileName);
     const Plugin& StartPlugin(Plugin plugin);
     const std::vector<Plugin>& Plugins() const noexcept { return FPlugins; }
-    /// Finalises the storages, then the plug-ins, the last one first; writes the settings; lets go of all. No other
-    /// thread calls an extension any more. Empty, or why the settings could not be written.
+    /// Finalises the storages, then the plug-ins, the last one first; writes the playlists and the settings; lets go of
+    /// all. No other thread calls an extension any more. Empty, or what could not be written, and why.
     QString UnloadPlugins();
 
     Core& TheCore() noexcept { return *FCore; }
@@ -50,6 +54,10 @@ public:
     FileSystemService& FileSystems() noexcept { return *FFileSystems; }
     AlbumArtService& AlbumArt() noexcept { return *FAlbumArt; }
     PlayerService& Player() noexcept { return *FPlayer; }
+    MenuManager& Menus() noexcept { return *FMenus; }
+    OptionsService& Options() noexcept { return *FOptions; }
+    LibrarySelection& Selection() noexcept { return *FSelection; }
+    PlaylistManager& Playlists() noexcept { return *FPlaylists; }
 
 private:
     // Services are made after those that they use.
@@ -64,6 +72,10 @@ private:
     Ref<FileSystemService> FFileSystems;
     Ref<AlbumArtService> FAlbumArt;
     Ref<PlayerService> FPlayer;
+    Ref<MenuManager> FMenus;
+    Ref<OptionsService> FOptions;
+    Ref<LibrarySelection> FSelection;
+    Ref<PlaylistManager> FPlaylists;
     std::vector<Plugin> FPlugins;
 };
 

@@ -63,6 +63,11 @@ QImage ToQImage(IVEXAImageContainer* container) {
     return container ? DecodeImage(View(*container)) : QImage();
 }
 
+QImage ToQImage(IVEXAImage* image) {
+    const auto* own = dynamic_cast<Image*>(image);
+    return own ? own->Picture() : QImage();
+}
+
 Ref<IVEXAImageContainer> MakeImageContainer(const QByteArray& bytes) {
     Ref<IVEXAImageContainer> container(new ImageContainer);
     if (bytes.size() > IVEXAImageContainer::kMostBytes) return {};

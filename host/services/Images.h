@@ -58,5 +58,7 @@ QImage DecodeImage(const QByteArray& bytes);
 
 /// The picture of anybody's container, decoded; null when there is none. Any thread, one at a time.
 QImage ToQImage(IVEXAImageContainer* container);
+/// The picture of an image that the host made; null for another, and for an empty one.
+QImage ToQImage(IVEXAImage* image);
 
 }  // namespace vexa::host

@@ -120,6 +120,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
     if (FActiveID.isEmpty()) FActiveID = id;
     object->Initialize(manager.Get());
     if (FConfig) object->LoadConfig(FConfig.Get());
+    Tell(&MusicLibraryListener::OnStorageAdded, id);
     return S_OK;
 }
 
@@ -127,6 +128,7 @@ void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage storage = *found;
+    Tell(&MusicLibraryListener::OnStorageEnding, storage.ID);
     storage.Object->FlushCache();
     if (FConfig) storage.Object->SaveConfig(FConfig.Get());
     storage.Object->Finalize();

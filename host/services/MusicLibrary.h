@@ -20,6 +20,10 @@ public:
     virtual void OnTasksChanged(const QString& storageID) = 0;
     /// The storage is the one to show now.
     virtual void OnActiveStorageChanged(const QString&) {}
+    /// A storage was registered. Its plug-in may still be at it: what is asked of the storage is asked later.
+    virtual void OnStorageAdded(const QString&) {}
+    /// A storage is about to be finalised: nothing of it may be held, or asked, any more.
+    virtual void OnStorageEnding(const QString&) {}
 
 protected:
     ~MusicLibraryListener() = default;

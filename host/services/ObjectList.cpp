@@ -1,6 +1,7 @@
 #include "ObjectList.h"
 
 #include "Guarded.h"
+#include "Strings.h"
 
 #include <utility>
 
@@ -65,6 +66,22 @@ HResult ObjectList::SetObject(std::int32_t index, IUnknown* object) noexcept {
     if (!Has(index)) return E_INVALIDARG;
     std::swap(replaced, FObjects[static_cast<std::size_t>(index)]);
     return S_OK;
+}
+
+Ref<IVEXAObjectList> MakeStringList(const QStringList& texts) {
+    Ref<IVEXAObjectList> list(new ObjectList);
+    for (const QString& text : texts) list->Add(MakeString(text).Get());
+    return list;
+}
+
+QStringList ToQStringList(IVEXAObjectList* list) {
+    QStringList texts;
+    const std::int32_t count = list ? list->GetCount() : 0;
+    for (std::int32_t i = 0; i < count; ++i) {
+        Ref<IVEXAString> text;
+        if (Succeeded(list->GetObject(i, IVEXAString::IID, text.PutVoid()))) texts += ToQString(text.Get());
+    }
+    return texts;
 }
 
 }  // namespace vexa::host

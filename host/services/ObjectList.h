@@ -4,6 +4,8 @@
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.SDK.Objects.h"
 
+#include <QStringList>
+
 #include <mutex>
 #include <vector>
 
@@ -28,5 +30,10 @@ private:
     std::mutex FMutex;
     std::vector<Ref<IUnknown>> FObjects;  // guarded by FMutex; objects are let go of outside it
 };
+
+/// The texts as IVEXAString objects.
+Ref<IVEXAObjectList> MakeStringList(const QStringList& texts);
+/// The texts of anybody's list; other objects are left out.
+QStringList ToQStringList(IVEXAObjectList* list);
 
 }  // namespace vexa::host

@@ -78,20 +78,10 @@ QString TPodcastsRowPlan::IDs() const {
     return u"SELECT PodcastEpisodes.rowid FROM PodcastEpisodes WHERE 1 = 1" + Conditions + Order;
 }
 
-namespace {
-
-QString Plain(const TVEXAPodcastsMLStatement& statement, const QString& columns) {
-    return u"SELECT " + columns +
-           u" FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)" +
-           statement.Conditions + statement.Search;
-}
-
-}  // namespace
-
 TPodcastsRowPlan PlanRows(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
     TPodcastsRowPlan plan;
-    const QString plain = Plain(statement, statement.Columns) + statement.Order;
-    const auto order = TotalOrder(statement, ExplainPlan(reader, plain));
+    // With its range: SQLite may sort for a short one, and go along an index for a long one.
+    const auto order = TotalOrder(statement, ExplainPlan(reader, statement.SQL));
     if (!order) return plan;
     plan.Conditions = OverEpisodes(statement.Conditions);
     plan.Order = *order;
@@ -108,7 +98,7 @@ TPodcastsRowPlan PlanRows(SqliteReader& reader, const TVEXAPodcastsMLStatement& 
 }
 
 QString PlanCount(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
-    ExplainPlan(reader, Plain(statement, QStringLiteral("Count(*)")));
+    ExplainPlan(reader, statement.SQL);
     const QString conditions = OverEpisodes(statement.Conditions);
     // Without a condition SQLite counts the entries of the smallest index.
     const QString sql = u"SELECT Count(*) FROM PodcastEpisodes" +

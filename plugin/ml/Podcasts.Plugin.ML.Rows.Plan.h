@@ -22,7 +22,7 @@ struct TPodcastsRowPlan {
     QString Key() const { return Conditions + Order; }
 };
 
-/// Looks at SQLite's plan for the statement, without its range. Gives an unknown plan for whatever it does not
+/// Looks at SQLite's plan for the statement. Gives an unknown plan for whatever it does not
 /// understand; throws vexa::SqliteError when the statement is none.
 TPodcastsRowPlan PlanRows(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
 

@@ -18,6 +18,8 @@ QString Value(const Episode& episode, const QString& field) {
     if (field == u"Title") return episode.Title;
     if (field == u"State") return QString::number(episode.State);
     if (field == u"Duration") return QString::number(episode.Duration);
+    if (field == u"FileName") return "episode://" + episode.ID;
+    if (field == u"Show") return episode.Show;
     return episode.ID;
 }
 
@@ -33,6 +35,7 @@ HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields)
     const Ref<IVEXAObjectList> list(new ObjectList);
     if (schema == kSchemaTable)
         for (const QString& name : {u"Title"_s, u"Unlisted"_s, u"State"_s}) list->Add(MakeString(name).Get());
+    if (schema == kSchemaPlaylistGroups && OffersFiles) list->Add(MakeString("Show").Get());
     const auto add = [&](const QString& name, std::int32_t type, std::int32_t flags) {
         const Ref<IVEXAMLDataField> field(new DataField);
         field->SetValueAsObject(IVEXAMLDataField::Name, MakeString(name).Get());
@@ -47,6 +50,10 @@ HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields)
         add("Duration", IVEXAMLDataField::Duration, 2);
         const Ref<StateWords> words(new StateWords);
         add("State", IVEXAMLDataField::Text, 3)->SetValueAsObject(IVEXAMLDataField::DisplayValue, words.Get());
+        if (OffersFiles) {
+            add("FileName", IVEXAMLDataField::FileName, 2);
+            add("Show", IVEXAMLDataField::Text, 3);
+        }
         add("Node", IVEXAMLDataField::Text, 6)->SetValueAsInt32(IVEXAMLDataField::GroupingImage, 3);
     }
     *fields = Ref(list).Detach();

@@ -121,6 +121,7 @@ public:
                                   {"e4", "Storm", "A", 2, 45}};
     Ref<IVEXAMLDataStorageManager> Manager;
     bool OffersSubscriptions = false;
+    bool OffersFiles = false;  // rows name files, "episode://e1", and the shows that entries of playlists stand by
 
     /// From now on requests wait inside the storage until they are let through.
     void Hold() { SetHolding(true); }

@@ -3,7 +3,6 @@
 #include "HostFixture.h"
 #include "PropertyList.h"
 #include "Streams.h"
-#include "VEXA.SDK.Options.h"
 
 #include <functional>
 
@@ -158,7 +157,7 @@ TEST_F(HostTest, AStorageTellsTheLibraryUntilItIsFinalized) {
     IUnknown* object = static_cast<IVEXAMLExtensionDataStorage*>(storage.Get());
     Core& core = Host.TheCore();
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, MakeString("x").Get()), E_INVALIDARG);
-    EXPECT_EQ(core.RegisterExtension(IVEXAServiceOptionsDialog::IID, object), E_NOINTERFACE);
+    EXPECT_EQ(core.RegisterExtension(IVEXAMenuItem::IID, object), E_NOINTERFACE);
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), S_OK);
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), E_INVALIDARG);
     EXPECT_EQ(Host.Library().ActiveStorageID(), "S");

@@ -6,9 +6,20 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <functional>
+
 using namespace vexa::host;
 
 namespace {
+
+class Event final : public RefCountedObject<IVEXAActionEvent> {
+public:
+    explicit Event(std::function<void()> act) : FAct(std::move(act)) {}
+    void OnExecute(IUnknown*) noexcept override { FAct(); }
+
+private:
+    const std::function<void()> FAct;
+};
 
 class LibraryCommands : public HostTest {
 protected:
@@ -85,4 +96,55 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
     EXPECT_EQ(Say("export out.opml", ""), "out.opml cannot be written");
     Storage->OffersSubscriptions = false;
     EXPECT_EQ(Say("subscribe http://a", ""), "the storage is none of subscriptions");
+}
+
+TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
+    // A submenu whose entries are the selected files, made when it is about to show.
+    const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
+    QStringList done;
+    const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {
+        const Ref<IVEXAMenuItem> item(new MenuItem);
+        item->SetValueAsObject(IVEXAMenuItem::ID, MakeString(id).Get());
+        item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(id).Get());
+        item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
+        item->SetValueAsObject(event, Ref<Event>(new Event(std::move(act))).Get());
+        Host.TheCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
+        return item;
+    };
+    Ref<IVEXAMenuItem> menu;
+    menu = add("Files", Host.Menus().BuiltIn(71), IVEXAMenuItem::OnShow, [&] {
+        menu->DeleteChildren();
+        Ref<IVEXAObjectList> files;
+        library->GetFiles(kFilesSelected, files.Put());
+        menu->SetValueAsInt32(IVEXAMenuItem::Visible, files->GetCount() > 0);
+        for (const QString& file : ToQStringList(files.Get()))
+            add(file, menu, IVEXAMenuItem::Event, [&done, file] { done += file; });
+    });
+    struct {
+        const char *Line, *Key, *Answer;
+    } const cases[] = {
+        {"menu 71", "items",
+         R"([{"caption":"Files","children":[],"enabled":true,"glyph":false,"id":"Files","visible":false}])"},
+        {"run Files/0", "", "the action Files has 0 entries"},
+        {"run Files", "", "the action Files is hidden or disabled now"},
+        {"run none", "", "there is no action none: menu lists them"},
+        {"menu 5", "", "a menu is 32, 51, 71 or 80"},
+        {"select a", "", "what is a? take --node, --files or --focus before it"},
+        {"select --node nobody", "", "the tree has no node nobody"},
+        {"select --node shows \"show A\" --files a b --focus b", "", ""},
+        {"run Files/1", "", ""},
+        {"run Files", "", "the action Files has nothing to run"},
+        {"playlist rows P", "", "there is no playlist P: playlists lists them"},
+        {"playlist add P a b", "name", R"("P")"},
+        {"playlist add Q", "name", R"("Q")"},
+        {"playlist select P 1", "", ""},
+        {"playlist select P 2", "", "the playlist has no entry 2"},
+        {"playlist rows P", "rows",
+         R"([{"file":"a","group":"","selected":false,"text":"a"},{"file":"b","group":"","selected":true,"text":"b"}])"},
+        {"playlist rows P", "focus", "1"},
+        {"playlist remove Q", "", ""},
+        {"playlists", "playlists", R"([{"active":true,"name":"P","smart":false}])"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
+    EXPECT_EQ(done, QStringList{"b"});
 }

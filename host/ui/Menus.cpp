@@ -1,0 +1,227 @@
+#include "Menus.h"
+
+#include "Guarded.h"
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr PropertyRule kRules[] = {
+    {IVEXAMenuItem::ID},
+    {IVEXAMenuItem::Caption},
+    {IVEXAMenuItem::Enabled},
+    {IVEXAMenuItem::Event, &IVEXAActionEvent::IID},
+    {IVEXAMenuItem::OnShow, &IVEXAActionEvent::IID},
+    {IVEXAMenuItem::Shortcut},
+    {IVEXAMenuItem::Glyph, &IVEXAImage::IID},
+    {IVEXAMenuItem::Parent, &IVEXAMenuItem::IID},
+    {IVEXAMenuItem::Visible},
+};
+
+// Items can be put under each other in a circle; no menu is as deep as this.
+constexpr int kDeepest = 16;
+
+template <class Interface>
+Ref<Interface> ObjectOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
+    Ref<Interface> object;
+    item.GetValueAsObject(property, Interface::IID, object.PutVoid());
+    return object;
+}
+
+QString TextOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
+    return ToQString(ObjectOf<IVEXAString>(item, property).Get());
+}
+
+bool IsSet(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
+    std::int32_t value = 0;
+    return Failed(item.GetValueAsInt32(property, &value)) || value != 0;
+}
+
+}  // namespace
+
+MenuItem::MenuItem() : PropertyList(kRules) {
+    Set(Enabled, std::int32_t{1});
+    Set(Visible, std::int32_t{1});
+}
+
+HResult MenuItem::DeleteChildren() noexcept {
+    return Guarded("taking menu items away", [this] {
+        if (FManager) FManager->DeleteChildren(*this);
+        return S_OK;
+    });
+}
+
+HResult MenuItem::SetDPI(std::int32_t dpi) noexcept {
+    if (dpi <= 0) return E_INVALIDARG;
+    FDPI = dpi;
+    return S_OK;
+}
+
+MenuManager::MenuManager(Core& core, Ref<LanguageService> language) : FCore(core), FLanguage(std::move(language)) {
+    for (const std::int32_t number : {kMenuPlaylistItem, kMenuLibrary, kMenuLibraryTable, kMenuLibraryTree}) {
+        FMenus.push_back({number, Ref<MenuItem>(new MenuItem)});
+        FMenus.back().Item->FManager = this;
+    }
+}
+
+MenuManager::~MenuManager() {
+    for (const Menu& menu : FMenus) menu.Item->FManager = nullptr;
+    while (!FItems.empty()) Take(*FItems.back());
+}
+
+MenuManager::Item MenuManager::BuiltIn(std::int32_t menu) const {
+    for (const Menu& known : FMenus)
+        if (known.Number == menu) return known.Item;
+    return {};
+}
+
+MenuManager::Item MenuManager::Find(const QString& id) const {
+    if (id.isEmpty()) return {};
+    for (const Item& item : FItems)
+        if (ID(*item) == id) return item;
+    return {};
+}
+
+std::vector<MenuManager::Item> MenuManager::Children(IVEXAMenuItem& parent) const {
+    std::vector<Item> children;
+    for (const Item& item : FItems)
+        if (const Item above = Parent(*item); above && IsSameObject(above.Get(), &parent)) children.push_back(item);
+    return children;
+}
+
+QString MenuManager::ID(IVEXAMenuItem& item) const {
+    return TextOf(item, IVEXAMenuItem::ID);
+}
+
+QString MenuManager::Caption(IVEXAMenuItem& item) const {
+    const QString own = TextOf(item, IVEXAMenuItem::Caption);
+    const QString id = ID(item);
+    return own.isEmpty() && !id.isEmpty() ? FLanguage->Text(u"Actions\\" + id) : own;
+}
+
+bool MenuManager::IsEnabled(IVEXAMenuItem& item) const {
+    return IsSet(item, IVEXAMenuItem::Enabled);
+}
+
+bool MenuManager::IsVisible(IVEXAMenuItem& item) const {
+    return IsSet(item, IVEXAMenuItem::Visible);
+}
+
+QKeySequence MenuManager::Shortcut(IVEXAMenuItem& item) const {
+    return QKeySequence::fromString(TextOf(item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
+}
+
+Ref<IVEXAImage> MenuManager::Glyph(IVEXAMenuItem& item) const {
+    return ObjectOf<IVEXAImage>(item, IVEXAMenuItem::Glyph);
+}
+
+bool MenuManager::HasEvent(IVEXAMenuItem& item) const {
+    return static_cast<bool>(ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::Event));
+}
+
+MenuManager::Item MenuManager::Parent(IVEXAMenuItem& item) const {
+    return ObjectOf<IVEXAMenuItem>(item, IVEXAMenuItem::Parent);
+}
+
+bool MenuManager::Has(IVEXAMenuItem& item) const {
+    return std::any_of(FItems.begin(), FItems.end(),
+                       [&](const Item& known) { return IsSameObject(known.Get(), &item); });
+}
+
+void MenuManager::PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi) {
+    // One item's event may see to others, those of other menus included.
+    for (const Item& item : FItems)
+        if (const auto aware = Query<IVEXADPIAware>(item.Get())) aware->SetDPI(dpi);
+    Prepare(menu, 0);
+}
+
+void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
+    if (depth > kDeepest) return;
+    for (const Item& item : Children(menu))
+        if (const auto event = ObjectOf<IVEXAActionEvent>(*item, IVEXAMenuItem::OnShow)) event->OnExecute(item.Get());
+    for (const Item& item : Children(menu)) Prepare(*item, depth + 1);  // which the events may have made
+}
+
+HResult MenuManager::Trigger(IVEXAMenuItem& item) {
+    Item shown(&item);
+    for (int depth = 0; shown && depth <= kDeepest; ++depth, shown = Parent(*shown))
+        if (!IsVisible(*shown) || !IsEnabled(*shown)) return E_ABORT;
+    const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::Event);
+    if (!event) return E_NOTIMPL;
+    const Item alive(&item);  // the command may take its own item away
+    event->OnExecute(alive.Get());
+    return S_OK;
+}
+
+void MenuManager::PrepareAround(IVEXAMenuItem& item) {
+    Item menu(&item);
+    for (int depth = 0; depth <= kDeepest; ++depth)
+        if (const Item above = Parent(*menu)) menu = above;
+    if (!IsSameObject(menu.Get(), &item)) return PrepareToShow(*menu);
+    // It stands in no menu: it is told alone.
+    if (const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::OnShow)) event->OnExecute(menu.Get());
+}
+
+HResult MenuManager::Run(IVEXAMenuItem& item) {
+    const Item alive(&item);
+    PrepareAround(item);
+    return Has(item) ? Trigger(item) : E_FAIL;
+}
+
+bool MenuManager::RunShortcut(const QKeySequence& keys) {
+    if (keys.isEmpty()) return false;
+    for (const auto items = FItems; const Item& item : items)
+        if (Has(*item) && Shortcut(*item) == keys && Succeeded(Run(*item))) return true;
+    return false;
+}
+
+void MenuManager::DeleteChildren(IVEXAMenuItem& parent) {
+    for (const Item& item : Children(parent)) {
+        if (!Has(*item)) continue;
+        Take(*item);  // before those under it, so that a circle ends
+        DeleteChildren(*item);
+        FCore.ForgetExtension(this, item.Get());
+    }
+}
+
+void MenuManager::Take(IVEXAMenuItem& item) {
+    if (auto* own = dynamic_cast<MenuItem*>(&item)) own->FManager = nullptr;
+    const Item alive(&item);
+    std::erase_if(FItems, [&](const Item& known) { return IsSameObject(known.Get(), alive.Get()); });
+}
+
+HResult MenuManager::AddExtension(IUnknown* extension) {
+    const Item item = Query<IVEXAMenuItem>(extension);
+    if (!item || Has(*item) || Find(ID(*item))) return E_INVALIDARG;
+    FItems.push_back(item);
+    if (auto* own = dynamic_cast<MenuItem*>(item.Get())) own->FManager = this;
+    return S_OK;
+}
+
+void MenuManager::RemoveExtension(IUnknown* extension) {
+    const Item item = Query<IVEXAMenuItem>(extension);
+    if (!item) return;
+    Take(*item);
+    // A menu that still shows it reaches nothing of the plug-in's any more.
+    for (const auto property : {IVEXAMenuItem::Event, IVEXAMenuItem::OnShow, IVEXAMenuItem::Parent})
+        item->SetValueAsObject(property, nullptr);
+}
+
+HResult MenuManager::GetByID(IVEXAString* id, IVEXAMenuItem** item) noexcept {
+    if (!item) return E_POINTER;
+    *item = nullptr;
+    return Guarded("finding a menu item", [&] {
+        *item = Find(ToQString(id)).Detach();
+        return *item ? S_OK : E_FAIL;
+    });
+}
+
+HResult MenuManager::GetBuiltIn(std::int32_t menu, IVEXAMenuItem** item) noexcept {
+    if (!item) return E_POINTER;
+    *item = BuiltIn(menu).Detach();
+    return *item ? S_OK : E_INVALIDARG;
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,212 @@
+#include "PlaylistFollower.h"
+
+#include "Log.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr qsizetype kLongestName = 100;
+
+/// The field of the rows that names their files; null when there is none.
+const LibraryField* FileField(const LibraryStorage& storage) {
+    const LibraryField* named = storage.Field(QStringLiteral("FileName"));
+    if (named && named->HasRows()) return named;
+    for (const LibraryField& field : storage.Fields())
+        if (field.Type == IVEXAMLDataField::FileName && field.HasRows()) return &field;
+    return nullptr;
+}
+
+QStringList GroupFields(const LibraryStorage& storage) {
+    QStringList names = storage.FieldNames(kSchemaPlaylistGroups);
+    names.removeIf([&](const QString& name) { return !storage.Field(name)->HasRows(); });
+    return names;
+}
+
+/// The files first, then the titles where rows have them, then what entries stand together by.
+RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
+    const LibraryField* file = FileField(storage);
+    if (!file) throw LibraryError(QStringLiteral("the storage's rows name no files"));
+    const LibraryField* title = storage.Field(QStringLiteral("Title"));
+    const QStringList groups = GroupFields(storage);
+    RowQuery query;
+    query.Fields = QStringList{file->Name, title && title->HasRows() ? title->Name : file->Name} + groups;
+    query.Within = filter;
+    query.Search = filter[QLatin1String("search")].toString();
+    if (!query.Search.isEmpty()) query.Fields += storage.FieldNames(kSchemaSearch);  // which are what is searched
+    query.Limit = filter[QLatin1String("limit")].toInt();
+    query.Offset = filter[QLatin1String("offset")].toInt();
+    for (const QJsonValue order : filter[QLatin1String("sort")].toArray())
+        query.Sort.push_back({order[QLatin1String("field")].toString(),
+                              order[QLatin1String("direction")].toInt() == IVEXAMLSortDirection::Descending
+                                  ? IVEXAMLSortDirection::Descending
+                                  : IVEXAMLSortDirection::Ascending});
+    if (!query.Sort.empty()) return query;
+    for (const QString& group : groups) query.Sort.push_back({group});
+    for (const LibraryField& field : storage.Fields()) {
+        if (field.Type != IVEXAMLDataField::DateTime || !field.HasRows()) continue;
+        query.Sort.push_back({field.Name, IVEXAMLSortDirection::Descending});
+        break;
+    }
+    return query;
+}
+
+QString TextOf(const QJsonValue& value) {
+    if (value.isDouble()) return QString::number(value.toDouble());
+    if (const QJsonObject number = value.toObject(); !number.isEmpty())
+        return number.begin()->isString() ? number.begin()->toString() : QString::number(number.begin()->toInt());
+    return value.toString();
+}
+
+/// The values that rows must have. What rows must not have, and what lies below an inner group, makes no name.
+QStringList ValuesOf(const QJsonObject& filter, const LibraryStorage& storage) {
+    QStringList values;
+    if (filter[QLatin1String("operation")].toInt() > IVEXAMLGroupFilter::And) return values;
+    for (const QJsonValue child : filter[QLatin1String("children")].toArray()) {
+        const LibraryField* field = storage.Field(child[QLatin1String("field")].toString());
+        if (!field || field->Is(IVEXAMLDataField::Internal)) continue;
+        if (child[QLatin1String("operation")].toInt() != IVEXAMLFieldFilter::Equals) continue;
+        QJsonArray all = child[QLatin1String("values")].toArray();
+        if (all.isEmpty()) all += child[QLatin1String("value")];
+        for (const QJsonValue value : all)
+            if (const QString text = field->Shown(TextOf(value)).simplified(); !text.isEmpty()) values += text;
+    }
+    return values;
+}
+
+}  // namespace
+
+PlaylistFollower::PlaylistFollower(Ref<MusicLibraryService> library) : FLibrary(std::move(library)) {
+    FLibrary->AddListener(this);
+}
+
+PlaylistFollower::~PlaylistFollower() {
+    FLinks.Invalidate();
+    FLibrary->RemoveListener(this);
+}
+
+std::vector<PlaylistFollower::Followed>::iterator PlaylistFollower::Find(const Playlist& playlist) {
+    return std::find_if(FFollowed.begin(), FFollowed.end(),
+                        [&](const Followed& followed) { return followed.List.Get() == &playlist; });
+}
+
+void PlaylistFollower::Follow(const Ref<Playlist>& playlist) {
+    const auto preimage = playlist->Preimage();
+    const QString storageID = preimage ? host::Describe(*preimage).StorageID : QString();
+    auto found = Find(*playlist);
+    if (found == FFollowed.end()) found = FFollowed.insert(found, Followed{playlist, {}});
+    found->StorageID = storageID;
+    Read(*found);
+}
+
+void PlaylistFollower::Leave(const Playlist& playlist) {
+    if (const auto found = Find(playlist); found != FFollowed.end()) FFollowed.erase(found);
+}
+
+bool PlaylistFollower::IsReading(const Playlist& playlist) const {
+    return std::any_of(FFollowed.begin(), FFollowed.end(), [&](const Followed& followed) {
+        return followed.List.Get() == &playlist && (followed.IsAwaited || followed.IsReading);
+    });
+}
+
+PlaylistFollower::Source& PlaylistFollower::Open(const QString& storageID) {
+    auto& source = FSources[storageID];
+    if (!source) source = std::make_unique<Source>(*FLibrary, storageID);
+    return *source;
+}
+
+void PlaylistFollower::Read(Followed& followed) {
+    if (followed.IsReading) {
+        followed.IsStale = true;
+        return;
+    }
+    if (followed.IsAwaited || FEnding.contains(followed.StorageID)) return;
+    if (!FLibrary->StorageIDs().contains(followed.StorageID)) return;
+    try {
+        const auto preimage = followed.List->Preimage();
+        if (!preimage) return;
+        Source& source = Open(followed.StorageID);
+        const RowQuery query = QueryFor(source.Storage, host::Describe(*preimage).Filter);
+        source.Reader.Read(
+            query, [this, list = followed.List.Get()](const RowPage& page) { Take(*list, page); },
+            RowReader::Urgency::Ahead);
+        followed.IsReading = true;
+    } catch (const LibraryError& error) {
+        qCWarning(LogHost).noquote() << "the playlist" << followed.List->Name()
+                                     << "cannot follow its filter:" << error.Message();
+    }
+}
+
+void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
+    const auto found = Find(playlist);
+    if (found == FFollowed.end()) return;  // it is gone; nothing is done with the address
+    const Ref<Playlist> list = found->List;
+    const LibraryStorage& storage = Open(found->StorageID).Storage;
+    found->IsReading = false;
+    if (std::exchange(found->IsStale, false)) Read(*found);
+    if (!page.Error.isEmpty()) {
+        qCWarning(LogHost).noquote() << "the playlist" << list->Name() << "could not be read:" << page.Error;
+        return;
+    }
+    const std::size_t groups = static_cast<std::size_t>(GroupFields(storage).size());
+    std::vector<PlaylistEntry> entries;
+    entries.reserve(page.Rows.size());
+    for (const auto& row : page.Rows) {
+        if (row[0].Text.isEmpty()) continue;
+        PlaylistEntry entry;
+        entry.File = row[0].Text;
+        entry.Text = row[1].Text;
+        entry.IsDescribed = true;
+        QStringList group;
+        for (std::size_t i = 0; i < groups; ++i) {
+            const RowValue& value = row[2 + i];
+            if (const QString& text = value.Shown.isEmpty() ? value.Text : value.Shown; !text.isEmpty()) group += text;
+        }
+        entry.Group = group.join(QStringLiteral(" – "));
+        entries.push_back(std::move(entry));
+    }
+    list->SetEntries(std::move(entries));
+}
+
+QString PlaylistFollower::NameFor(const PreimageDescription& preimage) const {
+    if (!FLibrary->StorageIDs().contains(preimage.StorageID)) return {};
+    try {
+        const LibraryStorage storage(*FLibrary, preimage.StorageID);
+        QString name = ValuesOf(preimage.Filter, storage).join(QStringLiteral(", "));
+        return name.size() > kLongestName ? QString(name.left(kLongestName - 1) + u'…') : name;
+    } catch (const LibraryError&) {
+        return {};
+    }
+}
+
+void PlaylistFollower::OnDataChanged(const QString& storageID) {
+    for (Followed& followed : FFollowed)
+        if (followed.StorageID == storageID) Read(followed);
+}
+
+void PlaylistFollower::OnStorageAdded(const QString& storageID) {
+    FEnding.remove(storageID);
+    for (Followed& followed : FFollowed) followed.IsAwaited = followed.IsAwaited || followed.StorageID == storageID;
+    RunInMainThread(
+        [link = Link<PlaylistFollower>(FLinks), storageID] {
+            PlaylistFollower* alive = link.Get();
+            if (!alive) return;
+            for (Followed& followed : alive->FFollowed)
+                if (followed.StorageID == storageID && std::exchange(followed.IsAwaited, false)) alive->Read(followed);
+        },
+        false);
+}
+
+void PlaylistFollower::OnStorageEnding(const QString& storageID) {
+    FEnding.insert(storageID);
+    FSources.erase(storageID);  // waits for what the storage is being asked now
+    for (Followed& followed : FFollowed)
+        if (followed.StorageID == storageID) followed.IsAwaited = followed.IsReading = followed.IsStale = false;
+}
+
+}  // namespace vexa::host

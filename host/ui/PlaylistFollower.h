@@ -1,0 +1,63 @@
+#pragma once
+// Keeps smart playlists as their filters say: reads their files from their storages, on a thread of its own, and again
+// when a storage's data changed. Main thread.
+
+#include "Playlist.h"
+#include "Preimages.h"
+#include "Rows.h"
+
+#include <QSet>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace vexa::host {
+
+class PlaylistFollower final : private MusicLibraryListener {
+public:
+    explicit PlaylistFollower(Ref<MusicLibraryService> library);
+    ~PlaylistFollower();
+
+    /// Reads a smart playlist, and from now on again whenever it must be. While its storage is missing it stays as it
+    /// is.
+    void Follow(const Ref<Playlist>& playlist);
+    void Leave(const Playlist& playlist);
+    /// Whether the playlist's entries are about to be replaced.
+    bool IsReading(const Playlist& playlist) const;
+
+    /// A name for what a filter gives, from its values as a person is shown them; empty when there is none to be had.
+    QString NameFor(const PreimageDescription& preimage) const;
+
+private:
+    struct Source {
+        Source(MusicLibraryService& library, const QString& id) : Storage(library, id), Reader(Storage) {}
+        LibraryStorage Storage;
+        RowReader Reader;
+    };
+    struct Followed {
+        Ref<Playlist> List;
+        QString StorageID;
+        bool IsAwaited = false;  // its storage has come, but is not ready yet
+        bool IsReading = false;
+        bool IsStale = false;  // to be read again when what is being read has come
+    };
+
+    void OnDataChanged(const QString& storageID) override;
+    void OnTasksChanged(const QString&) override {}
+    void OnStorageAdded(const QString& storageID) override;
+    void OnStorageEnding(const QString& storageID) override;
+
+    std::vector<Followed>::iterator Find(const Playlist& playlist);
+    Source& Open(const QString& storageID);
+    void Read(Followed& followed);
+    void Take(const Playlist& playlist, const RowPage& page);
+
+    const Ref<MusicLibraryService> FLibrary;
+    std::vector<Followed> FFollowed;
+    std::map<QString, std::unique_ptr<Source>> FSources;
+    QSet<QString> FEnding;  // storages that are not to be asked any more
+    LinkSource<PlaylistFollower> FLinks{this};
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,275 @@
+#include "Playlists.h"
+
+#include "FileInfo.h"
+#include "Guarded.h"
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+// Several changes in a row are written once.
+constexpr std::chrono::seconds kSaveDelay{2};
+// What is known so far shows while more is looked at.
+constexpr qsizetype kDescribedAtOnce = 100;
+
+}  // namespace
+
+/// Looks at files on a worker thread, since plug-ins and disks may take their time.
+class PlaylistManager::DescribeTask final : public Task {
+public:
+    using Found = QHash<QString, PlaylistDescription>;
+
+    DescribeTask(QStringList files, Ref<FileInfoService> infos, Link<PlaylistManager> owner, int number)
+        : FFiles(std::move(files)), FInfos(std::move(infos)), FOwner(std::move(owner)), FNumber(number) {}
+
+    void Execute() override {
+        Found found;
+        QStringList unknown;
+        for (const QString& file : FFiles) {
+            if (IsCancelled()) break;
+            const Ref<FileInfo> info(new FileInfo);
+            if (Succeeded(FInfos->GetFileInfo(MakeString(file).Get(), 0, info.Get())))
+                found.insert(file, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
+            else
+                unknown += file;
+            if (found.size() >= kDescribedAtOnce) Hand(std::exchange(found, {}), {}, false);
+        }
+        Hand(std::move(found), std::move(unknown), true);
+    }
+
+private:
+    void Hand(Found found, QStringList unknown, bool isLast) {
+        RunInMainThread(
+            [owner = FOwner, found = std::move(found), unknown = std::move(unknown), isLast, number = FNumber] {
+                PlaylistManager* alive = owner.Get();
+                if (!alive || alive->FDescribeNumber != number) return;  // stopped meanwhile
+                if (!found.isEmpty())
+                    for (const auto playlists = alive->FPlaylists; const Ref<Playlist>& playlist : playlists)
+                        playlist->Describe(found);
+                for (const QString& file : unknown) alive->FUnknown.insert(file);
+                if (!isLast) return;
+                alive->FIsDescribing = false;
+                if (alive->FIsToDescribe) alive->DescribeNow();
+            },
+            false);
+    }
+
+    const QStringList FFiles;
+    const Ref<FileInfoService> FInfos;
+    const Link<PlaylistManager> FOwner;
+    const int FNumber;
+};
+
+PlaylistManager::PlaylistManager(const QString& profileFolder, Ref<MusicLibraryService> library,
+                                 Ref<FileInfoService> infos, Ref<LanguageService> language)
+    : FLibrary(library),
+      FInfos(std::move(infos)),
+      FLanguage(std::move(language)),
+      FFile(profileFolder),
+      FFollower(std::move(library)),
+      FSaver(kSaveDelay, [this] { Save(); }) {
+    FSaver.SetEnabled(false);
+    FLibrary->AddListener(this);
+    Load();
+}
+
+PlaylistManager::~PlaylistManager() {
+    FLibrary->RemoveListener(this);
+    FLinks.Invalidate();
+    StopDescribing();
+    for (const Ref<Playlist>& playlist : FPlaylists) playlist->CutOff();
+}
+
+void PlaylistManager::Load() {
+    for (const SavedPlaylist& saved : FFile.Load()) {
+        const Ref<Playlist> playlist(new Playlist(saved.Name, nullptr));
+        if (saved.Preimage)
+            playlist->SetValueAsObject(IVEXAPlaylist::Preimage, MakePreimage(*saved.Preimage).Get());
+        else
+            playlist->SetEntries(saved.Entries);
+        playlist->FocusEntry(saved.Focus);
+        playlist->Observe(this);
+        FPlaylists.push_back(playlist);
+        if (saved.IsActive || !FActive) FActive = playlist;
+        if (saved.Preimage) FFollower.Follow(playlist);
+    }
+}
+
+QString PlaylistManager::Save() {
+    FSaver.SetEnabled(false);
+    if (!FIsChanged) return {};
+    std::vector<SavedPlaylist> list;
+    for (const Ref<Playlist>& playlist : FPlaylists) {
+        SavedPlaylist& saved = list.emplace_back();
+        saved.Name = playlist->Name();
+        saved.Focus = playlist->FocusedEntry();
+        saved.IsActive = playlist == FActive;
+        if (const auto preimage = playlist->Preimage())
+            saved.Preimage = host::Describe(*preimage);
+        else
+            saved.Entries = playlist->Entries();
+    }
+    const QString problem = FFile.Save(list);
+    FIsChanged = !problem.isEmpty();
+    return problem;
+}
+
+void PlaylistManager::MarkChanged() {
+    FIsChanged = true;
+    FSaver.SetEnabled(true);
+}
+
+template <class Call>
+void PlaylistManager::Tell(Call call) {
+    for (const auto listeners = FListeners; PlaylistListener * listener : listeners)
+        if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) call(*listener);
+}
+
+Ref<Playlist> PlaylistManager::Find(const QString& name) const {
+    for (const Ref<Playlist>& playlist : FPlaylists)
+        if (playlist->Name() == name) return playlist;
+    return {};
+}
+
+void PlaylistManager::Activate(Playlist* playlist) {
+    if (FActive.Get() == playlist) return;
+    FActive = Ref<Playlist>(playlist);
+    MarkChanged();
+    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+}
+
+QString PlaylistManager::FreeName(const QString& wanted) const {
+    QString name = wanted;
+    for (int number = 2; Find(name); ++number) name = wanted + u" (" + QString::number(number) + u')';
+    return name;
+}
+
+QString PlaylistManager::NextName() const {
+    QString pattern = FLanguage->Text(QStringLiteral("Playlists\\New"));
+    if (!pattern.contains(u"%s")) pattern = QStringLiteral("Playlist %s");
+    for (int number = 1;; ++number) {
+        const QString name = QString(pattern).replace(QStringLiteral("%s"), QString::number(number));
+        if (!Find(name)) return name;
+    }
+}
+
+Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
+    const QString plain = name.simplified();
+    const Ref<Playlist> playlist(new Playlist(plain.isEmpty() ? NextName() : plain, this));
+    if (plain.isEmpty()) FUnnamed.push_back(playlist.Get());
+    FPlaylists.push_back(playlist);
+    if (activate || !FActive) FActive = playlist;
+    MarkChanged();
+    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    return playlist;
+}
+
+void PlaylistManager::Remove(Playlist& playlist) {
+    const auto found = std::find(FPlaylists.begin(), FPlaylists.end(), Ref<Playlist>(&playlist));
+    if (found == FPlaylists.end()) return;
+    const Ref<Playlist> removed = *found;
+    const auto next = FPlaylists.erase(found);
+    removed->CutOff();
+    FFollower.Leave(*removed);
+    std::erase(FUnnamed, removed.Get());
+    if (FActive == removed)
+        FActive = FPlaylists.empty() ? nullptr : next != FPlaylists.end() ? *next : FPlaylists.back();
+    MarkChanged();
+    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+}
+
+void PlaylistManager::NameAfterFilter(Playlist& playlist) {
+    if (std::erase(FUnnamed, &playlist) == 0) return;
+    const auto preimage = playlist.Preimage();
+    const QString name = preimage ? FFollower.NameFor(host::Describe(*preimage)) : QString();
+    if (!name.isEmpty()) playlist.Rename(FreeName(name));
+}
+
+void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
+    if (change == Change::Preimage) {
+        NameAfterFilter(playlist);
+        if (playlist.IsSmart())
+            FFollower.Follow(Ref<Playlist>(&playlist));
+        else
+            FFollower.Leave(playlist);
+    }
+    if (change == Change::Name) std::erase(FUnnamed, &playlist);
+    if (change == Change::Entries && !playlist.IsSmart()) DescribeLater();
+    // What a smart playlist reads, and what is selected, is not kept.
+    if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
+    if (change == Change::Entries || change == Change::Selection)
+        Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
+    else
+        Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+}
+
+bool PlaylistManager::IsBusy(const Playlist& playlist) const {
+    return FFollower.IsReading(playlist) || ((FIsDescribing || FIsToDescribe) && !playlist.IsSmart());
+}
+
+void PlaylistManager::OnStorageAdded(const QString&) {
+    FUnknown.clear();  // its plug-in may know more
+    DescribeLater();
+}
+
+void PlaylistManager::DescribeLater() {
+    if (std::exchange(FIsToDescribe, true)) return;
+    RunInMainThread(
+        [link = Link<PlaylistManager>(FLinks)] {
+            if (PlaylistManager* alive = link.Get(); alive && alive->FIsToDescribe && !alive->FIsDescribing)
+                alive->DescribeNow();
+        },
+        false);
+}
+
+void PlaylistManager::DescribeNow() {
+    FIsToDescribe = false;
+    QStringList files;
+    QSet<QString> known = FUnknown;
+    for (const Ref<Playlist>& playlist : FPlaylists)
+        for (const PlaylistEntry& entry : playlist->Entries())
+            if (!entry.IsDescribed && !known.contains(entry.File)) {
+                known.insert(entry.File);
+                files += entry.File;
+            }
+    if (files.isEmpty()) return;
+    FIsDescribing = true;
+    FDescribing = WorkerPool::Run(
+        std::make_unique<DescribeTask>(std::move(files), FInfos, Link<PlaylistManager>(FLinks), ++FDescribeNumber));
+}
+
+void PlaylistManager::StopDescribing() {
+    WorkerPool::Cancel(std::exchange(FDescribing, 0), true);
+    ++FDescribeNumber;
+    FIsToDescribe = FIsDescribing = false;
+}
+
+HResult PlaylistManager::GetActivePlaylist(IVEXAPlaylist** playlist) noexcept {
+    if (!playlist) return E_POINTER;
+    *playlist = Ref<IVEXAPlaylist>(FActive).Detach();
+    return *playlist ? S_OK : E_FAIL;
+}
+
+HResult PlaylistManager::GetPreimageFactoryByID(IVEXAString* id, IVEXAPlaylistPreimageFactory** factory) noexcept {
+    if (!factory) return E_POINTER;
+    *factory = nullptr;
+    return Guarded("giving a preimage factory", [&] {
+        const QString storageID = ToQString(id);
+        if (!FLibrary->StorageIDs().contains(storageID)) return E_FAIL;
+        *factory = Ref<IVEXAPlaylistPreimageFactory>(new PreimageFactory(storageID)).Detach();
+        return S_OK;
+    });
+}
+
+HResult PlaylistManager::CreatePlaylist(IVEXAString* name, Bool32 activate, IVEXAPlaylist** playlist) noexcept {
+    if (!playlist) return E_POINTER;
+    *playlist = nullptr;
+    return Guarded("creating a playlist", [&] {
+        *playlist = Ref<IVEXAPlaylist>(Create(ToQString(name), activate != kFalse)).Detach();
+        return S_OK;
+    });
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,88 @@
+#include "MenuBuilder.h"
+
+#include "Images.h"
+
+#include <QFontMetrics>
+#include <QStyle>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vexa::host {
+
+namespace {
+
+// In widths of an average character.
+constexpr int kLongestCaption = 60;
+constexpr int kDeepest = 16;
+
+int DpiOf(const QWidget& widget) {
+    return static_cast<int>(std::lround(widget.logicalDpiX() * widget.devicePixelRatioF()));
+}
+
+QIcon IconOf(IVEXAMenuItem& item, const MenuManager& menus, const QWidget& widget) {
+    const QImage picture = ToQImage(menus.Glyph(item).Get());
+    if (picture.isNull()) return {};
+    QPixmap pixmap = QPixmap::fromImage(picture);
+    // A picture that was made for a higher resolution is as large as others, and finer.
+    const int size = widget.style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, &widget);
+    pixmap.setDevicePixelRatio(std::max(1.0, static_cast<double>(pixmap.width()) / std::max(size, 1)));
+    return QIcon(pixmap);
+}
+
+void Add(QMenu& target, const Ref<MenuManager>& menus, const Ref<IVEXAMenuItem>& item, int depth) {
+    if (!menus->IsVisible(*item)) return;
+    const auto children = menus->Children(*item);
+    const QString caption = menus->Caption(*item);
+    QMenu* submenu = children.empty() || depth >= kDeepest ? nullptr : new QMenu(&target);
+    QAction* action = submenu ? submenu->menuAction() : new QAction(&target);
+    action->setText(MenuText(caption, target.fontMetrics()));
+    action->setToolTip(Qt::convertFromPlainText(caption));
+    action->setMenuRole(QAction::NoRole);
+    action->setIcon(IconOf(*item, *menus, target));
+    action->setObjectName(menus->ID(*item));
+    action->setEnabled(menus->IsEnabled(*item) && (submenu || menus->HasEvent(*item)));
+    target.addAction(action);
+    if (submenu) {
+        for (const auto& child : children) Add(*submenu, menus, child, depth + 1);
+        return;
+    }
+    if (const QKeySequence keys = menus->Shortcut(*item); !keys.isEmpty()) {
+        // Shown only: pressed while the menu is closed, it has to run what is selected then.
+        action->setShortcut(keys);
+        action->setShortcutContext(Qt::WidgetShortcut);
+    }
+    QObject::connect(action, &QAction::triggered, action, [menus, item] { menus->Trigger(*item); });
+}
+
+}  // namespace
+
+QString MenuText(const QString& caption, const QFontMetrics& font) {
+    QString text = caption;
+    // A tab would begin the column of the shortcuts.
+    for (QChar& c : text)
+        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = u' ';
+    text = font.elidedText(text, Qt::ElideRight, kLongestCaption * font.averageCharWidth());
+    return text.replace(u'&', QStringLiteral("&&"));
+}
+
+void FillMenu(QMenu& target, MenuManager& menus, IVEXAMenuItem& menu) {
+    menus.PrepareToShow(menu, DpiOf(target));
+    for (const auto& item : menus.Children(menu)) Add(target, Ref<MenuManager>(&menus), item, 0);
+}
+
+QMenu* BuildMenu(MenuManager& menus, IVEXAMenuItem& menu, QWidget* parent) {
+    auto* target =
+        new QMenu(MenuText(menus.Caption(menu), parent ? parent->fontMetrics() : QFontMetrics(QFont())), parent);
+    QObject::connect(target, &QMenu::aboutToShow, target,
+                     [target, manager = Ref<MenuManager>(&menus), item = Ref<IVEXAMenuItem>(&menu)] {
+                         target->clear();
+                         qDeleteAll(target->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
+                         FillMenu(*target, *manager, *item);
+                     });
+    return target;
+}
+
+}  // namespace vexa::host

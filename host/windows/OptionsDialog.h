@@ -1,0 +1,92 @@
+#pragma once
+// The options dialog: the pages that plug-ins registered. Main thread.
+//
+//     OptionsWindow options(host);            // from now on plug-ins can open it, too
+//     options.SetParent(&mainWindow);
+//     options.ShowPage(nullptr, true);        // returns at once; the dialog is modal to the program
+
+#include "Host.h"
+
+#include <QDialog>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class QDialogButtonBox;
+class QListWidget;
+class QStackedWidget;
+
+namespace vexa::host {
+
+class OptionsPage;
+
+/// One life of the dialog, from its showing to its closing. A page's window is made when the page is first shown, and
+/// destroyed when the dialog closes.
+class OptionsDialog final : public QDialog {
+    Q_OBJECT
+public:
+    OptionsDialog(OptionsService& service, LanguageService& language, QWidget* parent);
+    /// Destroys the pages' windows.
+    ~OptionsDialog() override;
+
+    void ShowPage(IVEXAOptionsDialogFrame* page);
+    /// Null: the page that shows.
+    void SetModified(IVEXAOptionsDialogFrame* page);
+    void RemovePage(IVEXAOptionsDialogFrame* page);
+    void Localize();
+
+    /// Saves all pages whose windows there are.
+    void Apply();
+    /// Shows the defaults on the page that shows.
+    void Reset();
+
+    void done(int result) override;
+
+protected:
+    bool focusNextPrevChild(bool next) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    OptionsPage* Current() const;
+    OptionsPage* FocusedPage() const;
+    void ShowRow(int row);
+    void SaveAll();
+    void ClosePages();
+    std::vector<QWidget*> Stops() const;
+
+    LanguageService& FLanguage;
+    std::vector<std::unique_ptr<OptionsPage>> FPages;  // as the list shows them
+    QListWidget* FList;
+    QStackedWidget* FStack;
+    QDialogButtonBox* FButtons;
+    bool FIsLoading = false;  // what a page changes then, the user did not
+};
+
+/// Opens the dialog, at most one at a time, when the user or a plug-in asks for it.
+class OptionsWindow final : public OptionsView {
+public:
+    explicit OptionsWindow(Host& host);
+    /// Closes the dialog.
+    ~OptionsWindow();
+    OptionsWindow(const OptionsWindow&) = delete;
+    OptionsWindow& operator=(const OptionsWindow&) = delete;
+
+    /// The window that the dialog belongs to; null for none.
+    void SetParent(QWidget* parent) { FParent = parent; }
+    /// Null while it is closed.
+    OptionsDialog* Dialog() const { return FDialog; }
+
+    void PageModified(IVEXAOptionsDialogFrame* page) override;
+    bool ShowPage(IVEXAOptionsDialogFrame* page, bool isForced) override;
+    void RemovePage(IVEXAOptionsDialogFrame* page) override;
+
+private:
+    Host& FHost;
+    QPointer<QWidget> FParent;
+    QPointer<OptionsDialog> FDialog;
+    Ref<IVEXAMessageHook> FLanguageHook;
+};
+
+}  // namespace vexa::host

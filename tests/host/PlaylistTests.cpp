@@ -1,0 +1,248 @@
+// Playlists, those that follow a filter among them, and what is selected in the library.
+
+#include "EpisodeStorage.h"
+#include "FilterJson.h"
+#include "HostFixture.h"
+#include "Waiting.h"
+
+#include <QJsonDocument>
+
+using namespace vexa::host;
+using tests::EpisodeStorage;
+
+namespace {
+
+Variant Value(const PropertyValue& value) {
+    Variant variant;
+    ToVariant(value, variant);
+    return variant;
+}
+
+QStringList Files(Playlist& playlist) {
+    QStringList files;
+    for (const PlaylistEntry& entry : playlist.Entries()) files += entry.File;
+    return files;
+}
+
+/// A plug-in's file information: what ends with "known" is of the album "A".
+class Knowing final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
+public:
+    HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
+        if (!ToQString(file).endsWith(u"known")) return E_FAIL;
+        info->SetValueAsObject(IVEXAFileInfo::Album, MakeString("A").Get());
+        return info->SetValueAsObject(IVEXAFileInfo::Title, MakeString("title").Get());
+    }
+};
+
+class Playlists : public HostTest {
+protected:
+    Playlists() { Storage->OffersFiles = true; }
+
+    void Register(host::Host& host) {
+        const Ref<IVEXAMLDataProvider> extension(Storage);
+        ASSERT_EQ(host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
+    }
+    static void Wait(host::Host& host, const Playlist& playlist) {
+        ASSERT_TRUE(tests::WaitUntil([&] { return !host.Playlists().IsBusy(playlist); }));
+    }
+    /// What a plug-in does to make a smart playlist of the episodes of that state.
+    Ref<Playlist> MakeSmart(int state) {
+        const auto service = Query<IVEXAServicePlaylistManager2>(&Host.TheCore());
+        Ref<IVEXAPlaylistPreimageFactory> factory;
+        Ref<IVEXAPlaylistPreimage> preimage;
+        Ref<IVEXAMLDataFilter> filter;
+        Ref<IVEXAPlaylist> playlist;
+        EXPECT_EQ(service->GetPreimageFactoryByID(MakeString("nobody").Get(), factory.Put()), E_FAIL);
+        EXPECT_EQ(service->GetPreimageFactoryByID(MakeString("Tests.Episodes").Get(), factory.Put()), S_OK);
+        EXPECT_EQ(factory->CreatePreimage(preimage.Put()), S_OK);
+        const auto library = Query<IVEXAMLPlaylistPreimage>(preimage.Get());
+        EXPECT_EQ(library->GetFilter(filter.Put()), S_OK);
+        const Variant value = Value(state);
+        filter->Add(MakeString("State").Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
+        EXPECT_EQ(service->CreatePlaylist(nullptr, kTrue, playlist.Put()), S_OK);
+        EXPECT_EQ(Host.Playlists().Active()->Name(), "Playlist 1");
+        EXPECT_EQ(Query<IVEXAPropertyList>(playlist.Get())->SetValueAsObject(IVEXAPlaylist::Preimage, library.Get()),
+                  S_OK);
+        return Host.Playlists().Active();
+    }
+
+    Ref<EpisodeStorage> Storage{new EpisodeStorage};
+};
+
+}  // namespace
+
+TEST_F(Playlists, APlaylistSaysWhatIsSelectedAndInFocus) {
+    const Ref<Playlist> playlist = Host.Playlists().Create("P", true);
+    EXPECT_EQ(playlist->AddFiles(MakeStringList({"a", "b", "c", "d"}).Get(), -1), S_OK);
+    EXPECT_EQ(playlist->AddFiles(MakeStringList({"0"}).Get(), 0), S_OK);
+    EXPECT_EQ(playlist->AddFiles(MakeStringList({"z"}).Get(), 6), E_INVALIDARG);
+    playlist->Describe({{"b", {"B", "album"}}, {"c", {"C", "album"}}});
+    playlist->Select({2, 3, 99});
+    Ref<IVEXAPlaylistItem> item;
+    EXPECT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::FocusObject, IVEXAPlaylistItem::IID, item.PutVoid()), E_FAIL);
+    EXPECT_EQ(playlist->SetValueAsInt32(IVEXAPlaylist::FocusIndex, 3), S_OK);
+    EXPECT_EQ(playlist->SetValueAsInt32(IVEXAPlaylist::FocusIndex, 5), E_INVALIDARG);
+    Ref<IVEXAObjectList> files;
+    const QStringList expected[] = {{"0", "a", "b", "c", "d"}, {"b", "c"}, {"c"}};
+    for (std::uint32_t flags = 0; flags < 3; ++flags) {
+        EXPECT_EQ(playlist->GetFiles(flags, files.Put()), S_OK);
+        EXPECT_EQ(ToQStringList(files.Get()), expected[flags]);
+    }
+    ASSERT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::FocusObject, IVEXAPlaylistItem::IID, item.PutVoid()), S_OK);
+    std::int32_t isSelected = 0;
+    Ref<IVEXAString> text;
+    item->GetValueAsInt32(IVEXAPlaylistItem::Selected, &isSelected);
+    item->GetValueAsObject(IVEXAPlaylistItem::DisplayText, IVEXAString::IID, text.PutVoid());
+    EXPECT_EQ(isSelected, 1);
+    EXPECT_EQ(ToQString(text.Get()), "C");
+    item->SetValueAsInt32(IVEXAPlaylistItem::Selected, 0);
+    EXPECT_FALSE(playlist->Entries()[3].IsSelected);
+
+    playlist->FocusSectionOf(3);
+    EXPECT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::FocusObject, IVEXAPlaylistItem::IID, item.PutVoid()),
+              E_NOINTERFACE);
+    Ref<IVEXAPlaylistGroup> group;
+    ASSERT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::FocusObject, IVEXAPlaylistGroup::IID, group.PutVoid()), S_OK);
+    EXPECT_EQ(group->GetItemCount(), 2);
+    EXPECT_EQ(group->GetItem(2, IVEXAPlaylistItem::IID, item.PutVoid()), E_INVALIDARG);
+    ASSERT_EQ(group->GetItem(0, IVEXAPlaylistItem::IID, item.PutVoid()), S_OK);
+    item->GetValueAsObject(IVEXAPlaylistItem::FileName, IVEXAString::IID, text.PutVoid());
+    EXPECT_EQ(ToQString(text.Get()), "b");
+    EXPECT_EQ(playlist->Sections().size(), 3u);
+    playlist->Remove({0, 1, 2});
+    EXPECT_EQ(Files(*playlist), QStringList({"c", "d"}));
+}
+
+TEST_F(Playlists, ASmartOneFollowsItsFilter) {
+    Register(Host);
+    const Ref<Playlist> playlist = MakeSmart(1);
+    EXPECT_EQ(playlist->Name(), "new");  // as a person is shown the state
+    EXPECT_EQ(playlist->AddFiles(MakeStringList({"x"}).Get(), -1), E_FAIL);
+    Wait(Host, *playlist);
+    EXPECT_EQ(Files(*playlist), QStringList({"episode://e1", "episode://e2"}));
+    EXPECT_EQ(playlist->Sections()[1].Caption, "B");
+    EXPECT_EQ(playlist->Entries()[1].Shown(), "Bell");
+    playlist->Select({1});
+    playlist->FocusEntry(1);
+
+    Storage->Hold();
+    Storage->Manager->Changed();
+    Storage->WaitUntilAsked(2);
+    for (int i = 0; i < 5; ++i) Storage->Manager->Changed();  // read once more, not five times
+    Storage->Episodes[0].State = 0;
+    Storage->Episodes[3].State = 1;
+    Storage->LetThrough();
+    Wait(Host, *playlist);
+    EXPECT_EQ(Files(*playlist), QStringList({"episode://e4", "episode://e2"}));
+    EXPECT_EQ(Storage->Asked().size(), 3);
+    EXPECT_TRUE(playlist->Entries()[1].IsSelected);
+    EXPECT_EQ(playlist->FocusedEntry(), 1);
+    EXPECT_EQ(MakeSmart(1)->Name(), "new (2)");
+
+    Storage->Hold();
+    Storage->Manager->Changed();
+    Storage->WaitUntilAsked(4);
+    Storage->LetThrough();
+    Host.UnloadPlugins();  // waits for the storage, and asks it no more
+    const auto asked = Storage->Asked().size();
+    host::Host next(Options(Profile));
+    ASSERT_EQ(next.Playlists().All().size(), 2u);
+    const Ref<Playlist> restored = next.Playlists().All()[0];
+    EXPECT_TRUE(restored->IsSmart() && restored->Name() == "new" && restored->Count() == 0);
+    EXPECT_EQ(Storage->Asked().size(), asked);
+    Register(next);
+    Wait(next, *restored);
+    EXPECT_EQ(Files(*restored), QStringList({"episode://e4", "episode://e2"}));
+    next.Playlists().Remove(*restored);
+    Storage->Manager->Changed();
+    EXPECT_EQ(next.Playlists().All().size(), 1u);
+}
+
+TEST_F(Playlists, FilesAreKeptBetweenStarts) {
+    const Ref<Knowing> knowing(new Knowing);
+    Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
+    const Ref<Playlist> one = Host.Playlists().Create("One \"1\"", false);
+    one->Add({"podcast://known", "gone"});
+    Host.Playlists().Create("", true)->Add({"x"});
+    one->FocusEntry(1);
+    Wait(Host, *one);
+    EXPECT_EQ(one->Entries()[0].Group, "A");
+    EXPECT_EQ(Host.UnloadPlugins(), "");
+
+    host::Host next(Options(Profile));
+    ASSERT_EQ(next.Playlists().All().size(), 2u);
+    const Ref<Playlist> again = next.Playlists().Find("One \"1\"");
+    ASSERT_TRUE(again);
+    EXPECT_EQ(Files(*again), QStringList({"podcast://known", "gone"}));
+    EXPECT_EQ(again->Entries()[0].Shown(), "title");
+    EXPECT_EQ(again->FocusedEntry(), 1);
+    EXPECT_EQ(next.Playlists().Active()->Name(), "Playlist 1");
+    EXPECT_EQ(next.Playlists().Create("", false)->Name(), "Playlist 2");
+    next.Playlists().Remove(*next.Playlists().Active());
+    EXPECT_EQ(next.Playlists().Active()->Name(), "Playlist 2");
+}
+
+TEST_F(Playlists, ADamagedFileIsMovedAside) {
+    const QString file = Profile.File("Playlists.json");
+    int number = 1;
+    for (const QByteArray bytes : {"", "{\"playlists\":[", "[]", "{\"playlists\":{}}", "\xff\xfe"}) {
+        SCOPED_TRACE(bytes.toStdString());
+        WriteWhole(file, bytes);
+        host::Host next(Options(Profile));
+        EXPECT_TRUE(next.Playlists().All().empty());
+        EXPECT_EQ(ReadWhole(file + ".damaged" + (number == 1 ? u""_s : QString::number(number))), bytes);
+        ++number;
+        next.Playlists().Create("P", false);
+        EXPECT_EQ(next.UnloadPlugins(), "");
+        EXPECT_TRUE(ReadWhole(file).contains("\"P\""));
+    }
+    WriteWhole(file, R"({"playlists":[{"name":"Odd","entries":[{"file":""},7,{"file":"a"}]},7,{}]})");
+    host::Host next(Options(Profile));
+    ASSERT_EQ(next.Playlists().All().size(), 1u);  // what can be read is
+    EXPECT_EQ(Files(*next.Playlists().All()[0]), QStringList{"a"});
+}
+
+TEST_F(Playlists, FiltersAreWrittenAndReadAgain) {
+    const QByteArray text =
+        R"({"operation":1,"limit":5,"offset":2,"search":"x","sort":[{"direction":2,"field":"Title"}],"children":[)"
+        R"({"field":"a","operation":2,"value":{"int32":-1},"value2":{"int64":"9007199254740993"}},)"
+        R"({"field":"b","values":["x",1.5,null,{"int32":0}]},)"
+        R"({"operation":3,"children":[{"field":"c","operation":7,"value":"t"},{"operation":0,"children":[]}]}]})";
+    const QJsonObject json = QJsonDocument::fromJson(text).object();
+    const Ref<DataFilter> filter(new DataFilter);
+    EXPECT_TRUE(AddJsonToFilter(json, *filter));
+    EXPECT_EQ(FilterToJson(*filter), json);
+    EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
+    for (const QByteArray odd : {R"({"children":[7]})", R"({"children":[{"field":"a","operation":99}]})",
+                                 R"({"children":[{"field":"a","value":[]}]})", R"({"operation":8})"}) {
+        const Ref<DataFilter> left(new DataFilter);
+        EXPECT_FALSE(AddJsonToFilter(QJsonDocument::fromJson(odd).object(), *left)) << odd.toStdString();
+        EXPECT_EQ(left->GetChildCount(), 0);
+    }
+}
+
+TEST_F(Playlists, TheLibrarySaysWhatIsSelectedInIt) {
+    Register(Host);
+    const auto service = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
+    Ref<IVEXAObjectList> files;
+    Ref<IVEXAMLDataFilter> filter;
+    EXPECT_EQ(service->GetFiles(kFilesSelected, files.Put()), S_OK);
+    EXPECT_EQ(files->GetCount(), 0);
+    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), E_FAIL);
+
+    const auto selection = std::make_shared<FixedSelection>();
+    selection->Files = {"a", "b"};
+    selection->Focused = "b";
+    selection->Provider = LibraryStorage(Host.Library()).Presets()[0].Provider;
+    selection->Way = {{"Node", u"shows"_s}, {"Node", u"show A"_s}};
+    Host.Selection().SetModel(selection);
+    service->GetFiles(kFilesSelected, files.Put());
+    EXPECT_EQ(ToQStringList(files.Get()), QStringList({"a", "b"}));
+    service->GetFiles(kFilesFocused, files.Put());
+    EXPECT_EQ(ToQStringList(files.Get()), QStringList{"b"});
+    EXPECT_EQ(service->GetFiles(7, files.Put()), E_INVALIDARG);
+    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), S_OK);
+    EXPECT_EQ(filter->GetChildCount(), 2);
+    Host.UnloadPlugins();
+    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), E_FAIL);  // the storage is gone
+}

@@ -1,0 +1,10 @@
+// The main function of the tests of windows, which are drawn in memory.
+
+#include "TestMain.h"
+
+#include <QApplication>
+
+int main(int argc, char** argv) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    return tests::RunAll<QApplication>(argc, argv);
+}

@@ -1,0 +1,29 @@
+#pragma once
+// What every test program's main function does, with the application object that its tests need.
+
+#include "TempFolder.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <QLoggingCategory>
+
+#include <gtest/gtest.h>
+
+namespace tests {
+
+template <class Application>
+int RunAll(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    // The user's own folders, the trash and the music among them, are out of reach.
+    const TempFolder home;
+    qputenv("HOME", QFile::encodeName(home.Path()));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(home.File(QStringLiteral("data"))));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.File(QStringLiteral("config"))));
+    qputenv("no_proxy", "*");
+    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false\nvexa.*=false"));
+
+    Application application(argc, argv);
+    vexa::AttachMainThread();
+    return RUN_ALL_TESTS();
+}
+
+}  // namespace tests
