@@ -121,6 +121,7 @@ TEST_F(Menus, OnShowReachesHiddenItemsSubmenusAndCircles) {
     EXPECT_EQ(Host.Menus().Run(*one), E_NOTIMPL);
     one->DeleteChildren();
     EXPECT_FALSE(Host.Menus().Find("two"));
+    two->SetValueAsObject(IVEXAMenuItem::Parent, nullptr);
 }
 
 TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
