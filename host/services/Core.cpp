@@ -3,6 +3,8 @@
 #include "Guarded.h"
 #include "Strings.h"
 
+#include <algorithm>
+
 namespace vexa::host {
 
 Core::Core(const HostOptions& options) : FProfileFolder(options.ProfileFolder), FMissing(options.MissingServices) {}
@@ -49,9 +51,10 @@ void Core::ForgetExtension(const ExtensionTarget* target, IUnknown* extension) {
 }
 
 const Core::Service* Core::Find(const Guid& identifier) const noexcept {
-    for (const Service& service : FServices)
-        if (service.Identifier == identifier && !FMissing.contains(service.Name)) return &service;
-    return nullptr;
+    const auto found = std::find_if(FServices.rbegin(), FServices.rend(), [&](const Service& service) {
+        return service.Identifier == identifier && !FMissing.contains(service.Name);
+    });
+    return found == FServices.rend() ? nullptr : &*found;
 }
 
 HResult Core::QueryInterface(const Guid& iid, void** object) noexcept {
@@ -64,12 +67,11 @@ HResult Core::CreateObject(const Guid& iid, void** object) noexcept {
     if (!object) return E_POINTER;
     *object = nullptr;
     return Guarded("making an object", [&] {
-        for (const Factory& factory : FFactories) {
-            if (!(factory.Identifier == iid)) continue;
-            factory.Make(object);
-            return S_OK;
-        }
-        return E_NOINTERFACE;
+        const auto found = std::find_if(FFactories.rbegin(), FFactories.rend(),
+                                        [&](const Factory& factory) { return factory.Identifier == iid; });
+        if (found == FFactories.rend()) return E_NOINTERFACE;
+        found->Make(object);
+        return S_OK;
     });
 }
 

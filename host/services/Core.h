@@ -21,7 +21,7 @@ class Core final : public RefCountedObject<IVEXACore> {
 public:
     explicit Core(const HostOptions& options);
 
-    /// Offers `object` as the services `Interfaces`. `name` is the short one. `extensions`, which may be null, lives as
+    /// Offers `object` as the services `Interfaces`, in place of those that were added before. `name` is the short one. `extensions`, which may be null, lives as
     /// long as the object.
     template <class... Interfaces, class Object>
     void AddService(const QString& name, const Ref<Object>& object, ExtensionTarget* extensions = nullptr) {

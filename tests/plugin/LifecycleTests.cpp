@@ -1,0 +1,201 @@
+// The plug-in's beginning and end, in a host that loads it as a file.
+
+#include "FileInfo.h"
+#include "HostFixture.h"
+#include "LoopbackServer.h"
+#include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Settings.h"
+#include "Waiting.h"
+
+#include <QProcess>
+
+#include <thread>
+
+namespace tests {
+namespace {
+
+class Lifecycle : public testing::Test {
+protected:
+    std::unique_ptr<host::Host> NewHost(const QSet<QString>& missing = {}) {
+        return std::make_unique<host::Host>(
+            host::HostOptions{Profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), missing});
+    }
+    static HResult Load(host::Host& host) {
+        try {
+            host.LoadPlugin(QStringLiteral(PLUGIN));
+            return S_OK;
+        } catch (const host::PluginError& error) {
+            return error.Code();
+        }
+    }
+    QString Setting(const QString& key) {
+        return SettingsFile(SettingsFileName(Profile.Path())).Read(u"Podcasts\\" + key, u"missing"_s);
+    }
+    void WriteSettings(const QByteArray& text) {
+        QFile file(SettingsFileName(Profile.Path()));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+
+    TempFolder Profile;
+};
+
+TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
+    const auto host = NewHost();
+    const host::Plugin plugin(QStringLiteral(PLUGIN)), other(QStringLiteral(PLUGIN));
+    EXPECT_EQ(plugin.Information(IVEXAPlugin::Name), "Podcasts");
+    EXPECT_FALSE(plugin.Information(IVEXAPlugin::Author).isEmpty());
+    EXPECT_EQ(plugin.Information(IVEXAPlugin::ShortDescription), "Provides support for Podcasts feeds");
+    EXPECT_EQ(*plugin.Object()->GetInformation(3), u'\0');
+    EXPECT_EQ(plugin.Categories(), 1u);
+    EXPECT_NE(plugin.Object(), other.Object());
+
+    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), S_OK);
+    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
+    EXPECT_EQ(other.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
+    other.Object()->Finalize();  // of what never began: nothing
+    EXPECT_EQ(host->Library().StorageIDs(), QStringList("VEXA.Podcasts.ML.Storage"));
+    plugin.Object()->Finalize();
+    plugin.Object()->Finalize();
+}
+
+TEST_F(Lifecycle, AHostThatLacksSomethingGetsAnAnswerAndKeepsItsSettings) {
+    const QByteArray kSettings = "[Podcasts]\nCheckUpdates=3\n";
+    const struct {
+        QSet<QString> Missing;
+        HResult Result;
+        bool HasDatabase;
+    } cases[] = {
+        {{"library"}, E_NOTIMPL, false}, {{"config"}, E_UNEXPECTED, true},
+        {{"language"}, S_OK, true},      {{"http"}, S_OK, true},
+        {{"messages"}, S_OK, true},      {{"player", "decoder"}, S_OK, true},
+        {{"menus"}, S_OK, true},         {{"options", "playlists"}, S_OK, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Missing.values().join(u' ').toStdString());
+        QFile::remove(Profile.File("Podcasts.db"));
+        WriteSettings(kSettings);
+        {
+            const auto host = NewHost(c.Missing);
+            EXPECT_EQ(Load(*host), c.Result);
+        }
+        EXPECT_EQ(QFile::exists(Profile.File("Podcasts.db")), c.HasDatabase);
+        EXPECT_EQ(Setting("CheckUpdates"), "3");
+        // What was never loaded was not saved.
+        EXPECT_EQ(Setting("ShowNotifications"), c.Result == S_OK ? "1" : "missing");
+    }
+}
+
+TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
+    WriteSettings("[Podcasts]\nCheckUpdates=3\n");
+    QFile file(Profile.File("Podcasts.db"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(4096, 'x'));
+    file.close();
+    {
+        const auto host = NewHost();
+        EXPECT_EQ(Load(*host), E_UNEXPECTED);
+        EXPECT_TRUE(host->Library().StorageIDs().isEmpty());
+        ASSERT_TRUE(file.remove());
+        EXPECT_EQ(Load(*host), S_OK);
+    }
+    EXPECT_EQ(Setting("CheckUpdates"), "3");
+}
+
+TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
+    {
+        const auto host = NewHost();
+        ASSERT_EQ(Load(*host), S_OK);
+        // Another process changes one option while the host runs, and sets one that nobody had set.
+        WriteSettings("[Podcasts]\nCheckUpdates=1\n");
+        EXPECT_EQ(host->UnloadPlugins(), QString());
+    }
+    EXPECT_EQ(Setting("CheckUpdates"), "1");
+    EXPECT_EQ(Setting("CheckUpdatesOnStartup"), "0");
+    EXPECT_EQ(Setting("CheckUpdatesLastTime"), "0");
+    EXPECT_TRUE(Setting("CacheFileNameTemplate").endsWith("%FeedTitle%\\%EpisodeFileName%"));
+
+    WriteSettings("[Podcasts]\nCheckUpdates=0\nCheckUpdatesLastTime=77\nMarkEpisodesListenedOnStartPlayback=2\n");
+    { EXPECT_EQ(Load(*NewHost()), S_OK); }
+    EXPECT_EQ(Setting("CheckUpdates"), "0");
+    EXPECT_EQ(Setting("CheckUpdatesLastTime"), "77");
+    EXPECT_EQ(Setting("MarkEpisodesListenedOnStartPlayback"), "1");
+}
+
+TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreSaidAndEverythingElseEnds) {
+    const auto host = NewHost();
+    ASSERT_EQ(Load(*host), S_OK);
+    // A folder in the file's place: nothing can be written there, not even by root.
+    ASSERT_TRUE(QDir().mkpath(SettingsFileName(Profile.Path()) + u"/x"));
+    EXPECT_FALSE(host->UnloadPlugins().isEmpty());
+    EXPECT_TRUE(host->Library().StorageIDs().isEmpty());
+    EXPECT_EQ(Load(*host), S_OK);  // nothing of it runs any more
+}
+
+TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
+    LoopbackServer server;
+    server.Serve("/feed", Response::Of("<rss><channel><title>T</title><item><title>E</title><guid>g</guid><enclosure "
+                                       "url=\"http://h/e.mp3\"/></item></channel></rss>"));
+    {
+        podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
+        podcasts::TPodcastFeed feed;
+        feed.Fields[podcasts::pffURLFeed] = server.Url("/feed");
+        db.AddOrUpdate(feed);
+    }
+    WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
+    const auto host = NewHost();
+    ASSERT_EQ(Load(*host), S_OK);
+    EXPECT_TRUE(WaitUntil([&] { return server.Count("/feed") == 1; }));
+}
+
+TEST_F(Lifecycle, EndsWhileHostThreadsAskAndALogoNeverArrives) {
+    LoopbackServer server;
+    server.Serve("/logo", Response::Of(QByteArray(100, 'x'), "image/png").With(Fault::Wait, 10));
+    server.Serve("/feed", Response::Of("<rss/>").With(Fault::Wait));
+    {
+        podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
+        podcasts::TPodcastFeed feed;
+        feed.Fields[podcasts::pffURLFeed] = server.Url("/feed");
+        feed.Fields[podcasts::pffURLLogo] = server.Url("/logo");
+        for (int i = 0; i < 50; ++i) {
+            auto& episode = feed.NewEpisode();
+            episode.Fields[podcasts::pefGUID] = QString::number(i);
+            episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
+        }
+        db.AddOrUpdate(feed);
+    }
+    WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
+    const auto host = NewHost();
+    ASSERT_EQ(Load(*host), S_OK);
+    std::atomic<bool> stop{false};
+    std::atomic<int> found{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; !stop; i = (i + 1) % 50) {
+                const auto address = host::MakeString(QString("podcast://h/%1.mp3").arg(i));
+                if (t == 0) {
+                    Ref<IVEXAImageContainer> image;
+                    host->AlbumArt().GetAlbumArt(address.Get(), nullptr, nullptr, nullptr, image.Put());
+                } else if (t == 1) {
+                    Ref<IVEXAAudioDecoder> decoder;
+                    host->Decoders().CreateDecoder(address.Get(), 0, nullptr, decoder.Put());
+                } else {
+                    const Ref<host::FileInfo> info(new host::FileInfo);
+                    if (host->FileInfos().GetFileInfo(address.Get(), 0, info.Get()) == S_OK) ++found;
+                }
+            }
+        });
+    }
+    EXPECT_TRUE(WaitUntil([&] { return found > 20 && server.Count("/logo") > 0; }));
+    // The library is asked for nothing more, but the threads go on: what is gone is not found.
+    const auto plugin = host->Plugins()[0].Object();
+    plugin->Finalize();
+    stop = true;
+    for (auto& thread : threads) thread.join();
+    const Ref<host::FileInfo> info(new host::FileInfo);
+    EXPECT_EQ(host->FileInfos().GetFileInfo(host::MakeString("podcast://h/1.mp3").Get(), 0, info.Get()), E_FAIL);
+}
+
+}  // namespace
+}  // namespace tests
