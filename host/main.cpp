@@ -1,5 +1,6 @@
 // vexa: the player. For now without a window.
 
+#include "Notifications.h"
 #include "OptionsDialog.h"
 #include "Session.h"
 #include "VEXA.Runtime.Files.h"
@@ -65,6 +66,7 @@ int RunHeadless(const QCommandLineParser& arguments) {
         if (!host.TheCore().HideService(service))
             return Complain(u"there is no service " + service + u": take one of " +
                             host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+    PrintNotifications();
     if (const QString plugin = arguments.value(QStringLiteral("plugin")); !plugin.isEmpty()) host.LoadPlugin(plugin);
     const OptionsWindow optionsWindow(host);
     const Session session(host);

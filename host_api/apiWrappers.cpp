@@ -153,6 +153,11 @@ QString LocalizedText(const QString& key) {
     return FromHostString(text.Get());
 }
 
+QString FormatText(QString format, const QString& value) {
+    const auto placeholder = format.indexOf(QLatin1String("%s"));
+    return placeholder < 0 ? format : format.replace(placeholder, 2, value);
+}
+
 QString LocalizedTextPart(const QString& key, int part) {
     const auto service = HostService<IVEXAServiceLanguage>();
     Ref<IVEXAString> text;

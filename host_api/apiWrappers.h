@@ -80,6 +80,8 @@ std::int64_t VariantToInt64(const Variant& value);
 
 /// The text of the user's language for a key such as "Podcasts\Caption"; empty when there is none.
 QString LocalizedText(const QString& key);
+/// `format` with its first "%s" replaced by `value`, in which nothing is taken for a placeholder.
+QString FormatText(QString format, const QString& value);
 /// One of the parts that the key's value holds, counted from 0.
 QString LocalizedTextPart(const QString& key, int part);
 

@@ -72,11 +72,6 @@ QString TextForLabel(const QString& text, qsizetype letters) {
     return result;
 }
 
-QString FormatText(const QString& format, const QString& argument) {
-    const auto placeholder = format.indexOf(QLatin1String("%s"));
-    return placeholder < 0 ? format : QString(format).replace(placeholder, 2, argument);
-}
-
 void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text) {
     if (!CanShowWindows("a message")) return;
     TOpenDialog<QMessageBox> box(icon, QString(), text, QMessageBox::Ok, owner);

@@ -19,9 +19,6 @@ bool CanShowWindows(const char* what);
 /// with places to break where a word is longer than a line, and without what turns the direction of the text around it.
 QString TextForLabel(const QString& text, qsizetype letters);
 
-/// `format` with its first "%s" replaced by `argument`, in which nothing counts as a format.
-QString FormatText(const QString& format, const QString& argument);
-
 /// A box without a title that waits for its button. `text` is plain. The owner may be destroyed meanwhile.
 void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text);
 

@@ -34,6 +34,7 @@ QJsonObject Play(Host& host, const QStringList& arguments);
 // Commands.Tasks.cpp
 QJsonObject Tasks(Host& host, const QStringList& arguments);
 QJsonObject Cancel(Host& host, const QStringList& arguments);
+QJsonObject ClickNotification(Host& host, const QStringList& arguments);
 QJsonObject Subscribe(Host& host, const QStringList& arguments);
 QJsonObject Import(Host& host, const QStringList& arguments);
 QJsonObject Export(Host& host, const QStringList& arguments);

@@ -42,6 +42,7 @@ constexpr Command kCommands[] = {
     {"find", "ADDRESS", 1, 1, "the node that holds a file", Main, commands::Find},
     {"play", "ADDRESS", 1, 1, "start a file, without sound", Main, commands::Play},
     {"tasks", "", 0, 0, "what goes on in the background, and how the last tasks went", Main, commands::Tasks},
+    {"click-notification", "", 0, 0, "click the notification that shows", Main, commands::ClickNotification},
     {"cancel", "TASKID", 1, 1, "cancel a task", Main, commands::Cancel},
     {"subscribe", "ADDRESS...", 1, kAny, "subscribe to feeds, and wait until that is done", Main, commands::Subscribe},
     {"import", "FILE", 1, 1, "subscribe to the feeds of an OPML file, and wait", Main, commands::Import},

@@ -11,16 +11,10 @@ namespace {
 using NodeData = TVEXAPodcastsMLDataProviderGroupingTreeData;
 using Cursor = IVEXAMLGroupingTreeDataProviderSelection;
 
-/// `text` with its first "%s" replaced; nothing in the value is taken for a placeholder.
-QString Formatted(QString text, const QString& value) {
-    const auto placeholder = text.indexOf(QLatin1String("%s"));
-    return placeholder < 0 ? text : text.replace(placeholder, 2, value);
-}
-
 /// Part 0 of the text is for none, part 1 for a number.
 QString StateCaption(const QString& key, int count) {
     const QString text = LocalizedTextPart(key, count > 0 ? 1 : 0);
-    return count > 0 ? Formatted(text, QString::number(count)) : text;
+    return count > 0 ? FormatText(text, QString::number(count)) : text;
 }
 
 void AddStateGroup(NodeData& nodes, TPodcastEpisodeState state, const QString& key, int count,

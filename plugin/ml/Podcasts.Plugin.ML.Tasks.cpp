@@ -44,11 +44,9 @@ void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QS
         if (!FTasks || found == FTasks->end()) return;
         info = found->second;
     }
-    QString caption = info.CaptionFormat;
-    if (const auto placeholder = caption.indexOf(QLatin1String("%s")); placeholder >= 0)
-        caption.replace(placeholder, 2, text);
-    else
-        caption += u' ' + text;
+    const QString& format = info.CaptionFormat;
+    const QString caption =
+        format.contains(QLatin1String("%s")) ? FormatText(format, text) : QString(format + u' ' + text);
     info.Caption->SetChars(reinterpret_cast<const char16_t*>(caption.utf16()), static_cast<int>(caption.size()));
 }
 

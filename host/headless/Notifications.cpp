@@ -1,0 +1,44 @@
+#include "Notifications.h"
+
+#include "Commands.Functions.h"
+#include "VEXA.Runtime.Notifications.h"
+
+#include <cstdio>
+#include <optional>
+
+namespace vexa::host {
+
+namespace {
+
+std::optional<Notification> Shown;
+
+class Printer final : public NotificationPresenter {
+public:
+    void Show(const Notification& notification, std::function<void()>) override {
+        Shown = notification;
+        std::fprintf(stderr, "notification: %s: %s\n", qUtf8Printable(notification.Title),
+                     qUtf8Printable(notification.Text));
+    }
+    void Hide() override { Shown.reset(); }
+};
+
+}  // namespace
+
+void PrintNotifications() {
+    std::vector<std::unique_ptr<NotificationPresenter>> presenters;
+    presenters.push_back(std::make_unique<Printer>());
+    SetNotificationPresenters(std::move(presenters));
+}
+
+namespace commands {
+
+QJsonObject ClickNotification(Host&, const QStringList&) {
+    if (!Shown) throw CommandError(QStringLiteral("no notification shows"));
+    const Notification clicked = *Shown;
+    if (clicked.OnClick) clicked.OnClick();
+    return {{QStringLiteral("title"), clicked.Title}, {QStringLiteral("text"), clicked.Text}};
+}
+
+}  // namespace commands
+
+}  // namespace vexa::host

@@ -1,0 +1,209 @@
+// The podcasts in a host's library, through the plug-in that the host loads: tree, rows, progress, marks.
+
+#include "FileInfo.h"
+#include "HostFixture.h"
+#include "Library.h"
+#include "LoopbackServer.h"
+#include "ObjectList.h"
+#include "PlainSqlite.h"
+#include "Podcasts.Core.DB.h"
+#include "Rows.h"
+#include "Tree.h"
+#include "VEXA.Runtime.Notifications.h"
+#include "Waiting.h"
+
+namespace tests {
+namespace {
+
+using namespace podcasts;
+
+/// Takes what a desktop would show.
+class Desktop final : public NotificationPresenter {
+public:
+    static inline std::vector<Notification> Shown;
+    void Show(const Notification& notification, std::function<void()>) override { Shown.push_back(notification); }
+    void Hide() override { Shown.clear(); }
+};
+
+class Storage : public HostTest, public host::MusicLibraryListener {
+protected:
+    void SetUp() override {
+        Desktop::Shown.clear();
+        std::vector<std::unique_ptr<NotificationPresenter>> presenters;
+        presenters.push_back(std::make_unique<Desktop>());
+        SetNotificationPresenters(std::move(presenters));
+        Host.Library().AddListener(this);
+        Host.LoadPlugin(QStringLiteral(PLUGIN));
+    }
+    void TearDown() override {
+        Host.UnloadPlugins();
+        Host.Library().RemoveListener(this);
+    }
+    void OnDataChanged(const QString&) override { ++Changes; }
+    void OnTasksChanged(const QString& id) override {
+        for (const auto& task : Host.Library().Tasks(id)) Captions += host::ToQString(task.Caption.Get());
+    }
+
+    static QByteArray Feed(const QByteArray& title, int episodes, const QByteArray& audio = "http://h/") {
+        QByteArray feed = "<rss version=\"2.0\"><channel><title>" + title + "</title>";
+        for (int i = 1; i <= episodes; ++i) {
+            const QByteArray n = QByteArray::number(i);
+            feed += "<item><title>" + title + " " + n + "</title><guid>" + n + "</guid><enclosure url=\"" + audio +
+                    title + n + ".mp3\"/></item>";
+        }
+        return feed + "</channel></rss>";
+    }
+    void Subscribe(const QString& path, const QByteArray& document) {
+        Server.Serve(path, Response::Of(document));
+        QFile list(Profile.File("list.opml"));
+        ASSERT_TRUE(list.open(QIODevice::WriteOnly));
+        list.write("<opml><body><outline xmlUrl=\"" + Server.Url(path).toUtf8() + "\"/></body></opml>");
+        list.close();
+        Library().Subscriptions()->ImportOPML(host::MakeString(list.fileName()).Get(), nullptr, nullptr);
+        ASSERT_TRUE(WaitUntil([&] { return Rows({}).contains(Server.Url(path)); }));
+    }
+    host::LibraryStorage Library() { return host::LibraryStorage(Host.Library()); }
+    /// Addresses of the feeds that are stored.
+    QStringList Rows(const QString&) {
+        return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLFeed FROM PodcastFeeds");
+    }
+    QString States() {
+        return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT State FROM PodcastEpisodes ORDER BY URI").join("");
+    }
+    QStringList Nodes(const std::vector<QString>& values = {}) {
+        const auto storage = Library();
+        const host::Tree tree(storage.Presets()[0].Provider);
+        QStringList nodes;
+        const auto children =
+            values.empty() ? tree.Children() : tree.Children(tree.FindByValues({values.begin(), values.end()})->back());
+        for (const auto& node : children)
+            nodes += node.Caption + u"/" + QString::number(node.Flags) + u"/" + QString::number(node.Image);
+        return nodes;
+    }
+
+    LoopbackServer Server;
+    int Changes = 0;
+    QStringList Captions;
+};
+
+TEST_F(Storage, TheTreeFollowsWhatIsStored) {
+    EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));
+    EXPECT_TRUE(Nodes({"01"}).isEmpty());
+    Subscribe("/b", Feed("(3) News", 2));
+    Subscribe("/a", Feed("Äpfel", 1));
+    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE Title = '(3) News 1'");
+    EXPECT_EQ(Nodes(), QStringList({"New (2)/3/4", "Postponed (1)/3/5", "Subscriptions/3/0"}));
+    EXPECT_EQ(Nodes({"01"}), QStringList({"(3) News/2/3", "Äpfel/2/3"}));
+    EXPECT_EQ(Nodes({"032"}), QStringList({"(1) (3) News/0/3"}));
+    EXPECT_GE(Changes, 2);
+
+    Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
+    const auto provider = Library().Presets()[0].Provider;
+    const struct {
+        const char *Field, *Value;
+        HResult Result;
+    } cases[] = {
+        {"Node", "04x", E_FAIL}, {"Node", "02x", E_FAIL}, {"Title", "031", E_UNEXPECTED}, {"node", "03x", E_FAIL}};
+    for (const auto& c : cases) {
+        const Ref<IVEXAMLGroupingTreeSelection> way(
+            new host::TreeSelection({{c.Field, host::PropertyValue(QString(c.Value))}}));
+        EXPECT_EQ(provider->ListChildren(way.Get(), nodes.Put()), c.Result) << c.Field << c.Value;
+    }
+    EXPECT_EQ(provider->GetCapabilities(), 3u);
+}
+
+TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
+    Subscribe("/a", Feed("A", 40));
+    const auto storage = Library();
+    host::RowReader reader(storage);
+    const host::RowQuery query{.Fields = {"Title", "State"}, .Sort = {{"Title"}}, .Offset = 10, .Limit = 10};
+    const auto first = reader.ReadNow(query);
+    EXPECT_EQ(reader.ReadNow(query).Rows, first.Rows);
+    PlainSqlite other(Profile.File("Podcasts.db"));
+    other.Run("UPDATE PodcastEpisodes SET State = 0 WHERE GUID = '2'");
+    other.Run("DELETE FROM PodcastEpisodes WHERE GUID IN ('1', '10')");
+    const auto second = reader.ReadNow(query);
+    ASSERT_EQ(second.Rows.size(), 10u);
+    EXPECT_EQ(second.Rows[0][0].Text, first.Rows[2][0].Text);
+    EXPECT_EQ(second.Rows[8][1].Text, first.Rows[0][0].Text == u"A 18" ? "0" : second.Rows[8][1].Text);
+    EXPECT_EQ(reader.CountNow(query).Count, 38);
+}
+
+TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
+    Subscribe("/a", Feed("A", 2));
+    EXPECT_EQ(States(), "11");
+    Host.Player().Play(host::MakeString("file:///tmp/x.mp3").Get(), nullptr);
+    EXPECT_EQ(States(), "11");
+    Host.Player().Play(host::MakeString("podcast://h/A2.mp3").Get(), nullptr);
+    EXPECT_EQ(States(), "10");
+    const int before = Changes;
+    Host.Messages().Send(kMsgLanguageChanged, 0, nullptr);
+    EXPECT_EQ(Changes, before + 1);
+}
+
+TEST_F(Storage, ARefreshShowsAsATaskAndNewEpisodesAsANotification) {
+    Subscribe("/a", Feed("A", 1));
+    Server.Serve("/a", Response::Of(Feed("A", 2)));
+    EXPECT_TRUE(Desktop::Shown.empty());
+    Captions.clear();
+    const auto refresh = Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds");
+    ASSERT_TRUE(refresh);
+    Host.Menus().Run(*refresh);
+    ASSERT_TRUE(WaitUntil([&] { return !Desktop::Shown.empty(); }));
+    EXPECT_EQ(Desktop::Shown[0].Title, "Podcasts");
+    EXPECT_FALSE(Desktop::Shown[0].Text.isEmpty());
+    ASSERT_FALSE(Captions.isEmpty());
+    EXPECT_TRUE(WaitUntil([&] { return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty(); }));
+    Desktop::Shown[0].OnClick();
+    EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); }));  // hidden by the click
+
+    Ref<IVEXAObjectList> outcomes;
+    ASSERT_EQ(Library().Subscriptions()->GetOutcomes(2, 0, outcomes.Put()), S_OK);
+    Ref<IVEXAMLTaskOutcome> outcome;
+    ASSERT_EQ(outcomes->GetObject(0, IVEXAMLTaskOutcome::IID, outcome.PutVoid()), S_OK);
+    std::int32_t count = 0;
+    outcome->GetValueAsInt32(IVEXAMLTaskOutcome::NewCount, &count);
+    EXPECT_EQ(count, 1);
+}
+
+TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
+    const QByteArray audio(200'000, 'x');
+    Subscribe("/a", Feed("A", 1, Server.Url("/").toUtf8()));
+    Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Wait, 100'000));
+    const QString key = PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URI FROM PodcastEpisodes")[0];
+    const auto selection = std::make_shared<host::FixedSelection>();
+    selection->Files = {key};
+    selection->Focused = key;
+    Host.Selection().SetModel(selection);
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
+    const auto caption = [&] {
+        const auto tasks = Host.Library().Tasks("VEXA.Podcasts.ML.Storage");
+        return tasks.empty() ? QString() : host::ToQString(tasks[0].Caption.Get());
+    };
+    EXPECT_TRUE(WaitUntil([&] { return caption().contains("50% - "); })) << caption().toStdString();
+    const auto tasks = Host.Library().Tasks("VEXA.Podcasts.ML.Storage");
+    ASSERT_TRUE(tasks[0].Cancel);
+    tasks[0].Cancel->OnExecute(nullptr);
+    EXPECT_TRUE(Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty());
+    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
+}
+
+TEST_F(Storage, EndsWhileATaskReports) {
+    Subscribe("/a", Feed("A", 3));
+    Server.Serve("/a", Response::Of("<rss/>").With(Fault::Wait));
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    ASSERT_TRUE(WaitUntil([&] { return Server.Count("/a") > 1; }));
+    const auto provider = Library().Presets()[0].Provider;
+    const auto rows = Library().Rows();
+    EXPECT_EQ(Host.UnloadPlugins(), QString());
+    // What the host still holds answers, and finds nothing.
+    Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
+    const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
+    EXPECT_EQ(provider->ListChildren(root.Get(), nodes.Put()), E_FAIL);
+    Ref<IUnknown> data;
+    const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
+    EXPECT_EQ(rows->GetData(host::MakeStringList({"Title"}).Get(), filter.Get(), data.Put()), E_FAIL);
+}
+
+}  // namespace
+}  // namespace tests
