@@ -91,7 +91,7 @@ TEST_F(Storage, TheTreeFollowsWhatIsStored) {
     EXPECT_TRUE(Nodes({"01"}).isEmpty());
     Subscribe("/b", Feed("(3) News", 2));
     Subscribe("/a", Feed("Äpfel", 1));
-    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE Title = '(3) News 1'");
+    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE URI LIKE '%News1.mp3'");
     EXPECT_EQ(Nodes(), QStringList({"New (2)/3/4", "Postponed (1)/3/5", "Subscriptions/3/0"}));
     EXPECT_EQ(Nodes({"01"}), QStringList({"(3) News/2/3", "Äpfel/2/3"}));
     EXPECT_EQ(Nodes({"032"}), QStringList({"(1) (3) News/0/3"}));
