@@ -2,6 +2,8 @@
 
 #include "Podcasts.Plugin.FileManager.h"
 
+#include <limits>
+
 namespace podcasts {
 
 using namespace vexa;
@@ -181,12 +183,14 @@ auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateFeedsInCategory(const QStr
 
 auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateFeedsWithState(const QString& value) -> Data {
     auto nodes = std::make_unique<NodeData>();
-    const auto state = static_cast<TPodcastEpisodeState>(value.toInt());
-    FDB->EnumFeedsWithState(state, [&](const QString& urlFeed, const QString& name, int count) {
-        const QString caption = u'(' + QString::number(count) + u") " + name;
-        nodes->push_back(
-            {caption, false, Cursor::Feed, false, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
-    });
+    const int state = value.toInt();
+    if (state < 0 || state > std::numeric_limits<std::uint8_t>::max()) return nodes;
+    FDB->EnumFeedsWithState(
+        static_cast<TPodcastEpisodeState>(state), [&](const QString& urlFeed, const QString& name, int count) {
+            const QString caption = u'(' + QString::number(count) + u") " + name;
+            nodes->push_back(
+                {caption, false, Cursor::Feed, false, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
+        });
     return nodes;
 }
 

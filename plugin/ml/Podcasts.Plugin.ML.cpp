@@ -71,6 +71,7 @@ void TVEXAPodcastsMLExtension::Finalize() noexcept {
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
         FTasks.Finalize();
         FManager = nullptr;
+        FRows.Close();
     });
 }
 
