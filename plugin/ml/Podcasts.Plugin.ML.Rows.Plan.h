@@ -18,8 +18,6 @@ struct TPodcastsRowPlan {
     QString Order;          // total: equal rows are told apart as SQLite does for the statement
 
     QString IDs() const;
-    /// Names the rows and their order.
-    QString Key() const { return Conditions + Order; }
 };
 
 /// Looks at SQLite's plan for the statement. Gives an unknown plan for whatever it does not

@@ -72,15 +72,16 @@ TPodcastsRowPlan TPodcastsRows::PlanOf(const TVEXAPodcastsMLStatement& statement
     return plan;
 }
 
-auto TPodcastsRows::FindKept(const QString& key) -> std::shared_ptr<const RowIDs> {
-    const auto found = std::find_if(FKept.begin(), FKept.end(), [&](const KeptIDs& kept) { return kept.Key == key; });
+auto TPodcastsRows::FindKept(const QString& rows, const QString& order) -> std::shared_ptr<const RowIDs> {
+    const auto found = std::find_if(FKept.begin(), FKept.end(),
+                                    [&](const KeptIDs& kept) { return kept.Rows == rows && kept.Order == order; });
     if (found == FKept.end()) return nullptr;
     FKept.splice(FKept.begin(), FKept, found);
     return found->IDs;
 }
 
-auto TPodcastsRows::Keep(const QString& key, RowIDs ids) -> std::shared_ptr<const RowIDs> {
-    FKept.push_front({key, std::make_shared<const RowIDs>(std::move(ids))});
+auto TPodcastsRows::Keep(const QString& rows, const QString& order, RowIDs ids) -> std::shared_ptr<const RowIDs> {
+    FKept.push_front({rows, order, std::make_shared<const RowIDs>(std::move(ids))});
     if (FKept.size() > kMostKept) FKept.pop_back();
     return FKept.front().IDs;
 }
@@ -94,20 +95,20 @@ auto TPodcastsRows::ReadIDs(const QString& sql) -> std::optional<RowIDs> {
 }
 
 auto TPodcastsRows::OrderedIDs(const TPodcastsRowPlan& plan) -> std::shared_ptr<const RowIDs> {
-    if (auto kept = FindKept(plan.Key())) return kept;
-    return Keep(plan.Key(), *ReadIDs(plan.IDs()));
+    if (auto kept = FindKept(plan.Conditions, plan.Order)) return kept;
+    return Keep(plan.Conditions, plan.Order, *ReadIDs(plan.IDs()));
 }
 
 auto TPodcastsRows::SearchedIDs(const TPodcastsRowPlan& plan, const TVEXAPodcastsMLStatement& statement)
     -> std::shared_ptr<const RowIDs> {
-    const QString key = plan.Key() + statement.Search;
-    if (auto kept = FindKept(key)) return kept;
+    const QString rows = plan.Conditions + statement.Search;
+    if (auto kept = FindKept(rows, plan.Order)) return kept;
     const TPodcastsRowSet found = FText.Search(*FReader, statement.SearchText, statement.SearchedColumns);
     const auto all = OrderedIDs(plan);
     RowIDs ids;
     std::copy_if(all->begin(), all->end(), std::back_inserter(ids),
                  [&](std::uint32_t id) { return id < found.size() && found[id]; });
-    return Keep(key, std::move(ids));
+    return Keep(rows, plan.Order, std::move(ids));
 }
 
 std::unique_ptr<SqliteRows> TPodcastsRows::ReadPlain(const QString& sql) {
@@ -159,9 +160,10 @@ std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TVE
         if (!TPodcastsRowText::CanSearch(statement.SearchText, statement.SearchedColumns))
             return ReadPlain(statement.SQL);
         ids = SearchedIDs(plan, statement);
-    } else if (!(ids = FindKept(plan.Key())) && plan.IsSorted) {
+    } else if (!(ids = FindKept(plan.Conditions, plan.Order)) && plan.IsSorted) {
         // Sorting for one page near the top is quicker than sorting all; for a second page it is not.
-        const bool isAgain = std::exchange(FLastKey, plan.Key()) == plan.Key();
+        const QString key = plan.Conditions + plan.Order;
+        const bool isAgain = std::exchange(FLastKey, key) == key;
         if (plan.IsOfFeed || isAgain || statement.Offset > kNearOffset) ids = OrderedIDs(plan);
     }
     if (ids) {
@@ -183,6 +185,10 @@ qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TVEXAPodcastsMLStatemen
         if (!sql.isEmpty() && !HasOrphans()) return FReader->QueryInteger(ToUtf8(sql));
     } else if (const TPodcastsRowPlan plan = PlanOf(statement);
                plan.IsKnown && TPodcastsRowText::CanSearch(statement.SearchText, statement.SearchedColumns)) {
+        // In whatever order they were found for a page.
+        const QString rows = plan.Conditions + statement.Search;
+        for (const KeptIDs& kept : FKept)
+            if (kept.Rows == rows) return static_cast<qint64>(kept.IDs->size());
         return static_cast<qint64>(SearchedIDs(plan, statement)->size());
     }
     return FReader->QueryInteger(ToUtf8(QString(

@@ -33,14 +33,15 @@ public:
 private:
     using RowIDs = std::vector<std::uint32_t>;
     struct KeptIDs {
-        QString Key;  // conditions, search and order
+        QString Rows;  // which: conditions and search
+        QString Order;
         std::shared_ptr<const RowIDs> IDs;
     };
 
     void Begin(const TPodcastsDB& db);
     TPodcastsRowPlan PlanOf(const TVEXAPodcastsMLStatement& statement);
-    std::shared_ptr<const RowIDs> FindKept(const QString& key);
-    std::shared_ptr<const RowIDs> Keep(const QString& key, RowIDs ids);
+    std::shared_ptr<const RowIDs> FindKept(const QString& rows, const QString& order);
+    std::shared_ptr<const RowIDs> Keep(const QString& rows, const QString& order, RowIDs ids);
     std::shared_ptr<const RowIDs> OrderedIDs(const TPodcastsRowPlan& plan);
     std::shared_ptr<const RowIDs> SearchedIDs(const TPodcastsRowPlan& plan, const TVEXAPodcastsMLStatement& statement);
     std::optional<RowIDs> ReadIDs(const QString& sql);
