@@ -55,6 +55,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     FAnswer->setObjectName(QStringLiteral("Answer"));
     FAddress->setObjectName(QStringLiteral("Address"));
     FAddress->setMinimumHeight(34);
+    FAddress->setTextMargins(4, 0, 4, 0);
     FAddress->setAcceptDrops(false);  // the page takes what is dropped
     FSubscribe->setObjectName(QStringLiteral("Subscribe"));
     FSubscribe->setMinimumHeight(34);
@@ -72,6 +73,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     auto* inner = new QVBoxLayout(card);
     inner->setSpacing(12);
     inner->addWidget(FPicture);
+    FPicture->setMinimumHeight(kPicture);
     inner->addWidget(FTitle);
     inner->addWidget(FText);
     inner->addSpacing(8);

@@ -168,6 +168,10 @@ void LibraryController::OnActiveStorageChanged(const QString&) {
     FOpening.start();
 }
 
+void LibraryController::OnStorageAdded(const QString& storageID) {
+    if (!FSource && storageID == FHost.Library().ActiveStorageID()) FOpening.start();
+}
+
 void LibraryController::OnStorageEnding(const QString& storageID) {
     if (!FSource || storageID != FSource->Storage.ID()) return;
     Close();

@@ -50,6 +50,7 @@ private:
     void OnDataChanged(const QString& storageID) override;
     void OnTasksChanged(const QString& storageID) override;
     void OnActiveStorageChanged(const QString& storageID) override;
+    void OnStorageAdded(const QString& storageID) override;
     void OnStorageEnding(const QString& storageID) override;
 
     void Open();

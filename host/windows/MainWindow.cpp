@@ -100,7 +100,7 @@ void MainWindow::Arrange() {
     FSplitter->addWidget(FTable);
     FSplitter->addWidget(FSide);
     FSplitter->setStretchFactor(1, 1);
-    FSplitter->setSizes({230, 640, 320});
+    FSplitter->setSizes({220, 680, 300});
     for (QSplitter* splitter : {FSplitter, FSide}) {
         splitter->setHandleWidth(1);
         splitter->setChildrenCollapsible(false);

@@ -65,8 +65,8 @@ void PlainTransportBar::Update() {
     if (isPlaying) FFile = playing;
     if (const QString title = TitleOf(*Ref<PlayerService>(&FHost.Player())); isPlaying || FFile.isEmpty()) {
         QString shown = title.isEmpty() ? FTexts("NothingPlays") : title;
+        FTitle->setAccessibleName(shown);
         FTitle->setText(shown.replace(u'&', QStringLiteral("&&")));
-        FTitle->setAccessibleName(title);
     }
     FButton->setEnabled(!FFile.isEmpty());
     FTitle->setEnabled(!FFile.isEmpty());

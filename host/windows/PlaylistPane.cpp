@@ -1,5 +1,6 @@
 #include "PlaylistPane.h"
 
+#include "RowDelegate.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -46,6 +47,7 @@ PlaylistPane::PlaylistPane(Host& host, QWidget* parent)
     FLists->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     FView->setObjectName(QStringLiteral("Entries"));
     FView->setModel(FModel);
+    FView->setItemDelegate(new RowDelegate(FView));
     FView->setFrameShape(QFrame::NoFrame);
     FView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     FView->setDragDropMode(QAbstractItemView::DragDrop);

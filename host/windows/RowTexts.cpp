@@ -30,7 +30,11 @@ QString ShownDuration(double seconds) {
 
 QString ShownDate(double date) {
     const QDateTime local = Local(date);
-    return local.isValid() ? QLocale().toString(local.date(), QLocale::ShortFormat) : QString();
+    if (!local.isValid()) return {};
+    // Old episodes are found, and two digits leave the century open.
+    QString format = QLocale().dateFormat(QLocale::ShortFormat);
+    if (!format.contains(u"yyyy")) format.replace(QStringLiteral("yy"), QStringLiteral("yyyy"));
+    return QLocale().toString(local.date(), format);
 }
 
 QString ShownDateTime(double date) {

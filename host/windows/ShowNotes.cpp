@@ -123,7 +123,7 @@ ShowNotes::ShowNotes(QWidget* parent) : QTextBrowser(parent) {
     setOpenLinks(false);
     setFrameShape(QFrame::NoFrame);
     setUndoRedoEnabled(false);
-    document()->setDocumentMargin(2);
+    document()->setDocumentMargin(0);
     setTextInteractionFlags(Qt::TextBrowserInteraction);
     connect(this, &QTextBrowser::anchorClicked, this, &ShowNotes::Open);
 }

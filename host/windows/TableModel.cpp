@@ -15,6 +15,7 @@ namespace {
 constexpr int kMostPages = 24;    // kept beside those in sight
 constexpr int kMostReloaded = 8;  // pages, when the selection is spread over many
 
+const QString kMarkField = QStringLiteral("URLAudioCached");
 const QString kNotThere = QStringLiteral("…");
 
 int AsCount(std::int64_t count) {
@@ -48,12 +49,13 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
             if (!field.Is(IVEXAMLDataField::Internal)) FColumns.push_back(&field);
         }
         for (const LibraryField* field : FColumns) FQuery.Fields += field->Name;
-        const LibraryField* id = FStorage->Field(QStringLiteral("ID"));
-        for (const LibraryField* field : {file, id && id->HasRows() ? id : file}) {
-            if (!field) continue;
-            (field == file ? FFileColumn : FIDColumn) = static_cast<int>(FQuery.Fields.size());
+        const auto add = [this](const LibraryField* field) {
+            if (!field || !field->HasRows()) return -1;
             FQuery.Fields += field->Name;
-        }
+            return static_cast<int>(FQuery.Fields.size()) - 1;
+        };
+        FFileColumn = add(file);
+        FIDColumn = add(FStorage->Field(QStringLiteral("ID")));
         if (FIDColumn < 0) FIDColumn = FFileColumn;
     }
     endResetModel();
@@ -306,7 +308,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const auto column = static_cast<std::size_t>(index.column());
     if (!index.isValid() || column >= FColumns.size()) return {};
     const LibraryField& field = *FColumns[column];
-    const bool isMark = field.Name == u"URLAudioCached";
+    const bool isMark = field.Name == kMarkField;
     if (role == Qt::TextAlignmentRole)
         return QVariant(Qt::AlignVCenter | (field.Type == IVEXAMLDataField::Duration ? Qt::AlignRight : Qt::AlignLeft));
     const auto* values = Row(index.row());
@@ -333,8 +335,14 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
     if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignVCenter | Qt::AlignLeft);
-    if (role != Qt::DisplayRole) return {};
-    return FTexts.Field(FColumns[static_cast<std::size_t>(section)]->Name);
+    if (role != Qt::DisplayRole && role != Qt::DecorationRole && role != Qt::ToolTipRole &&
+        role != Qt::AccessibleTextRole)
+        return {};
+    // Over a column of marks stands the mark.
+    const QString& name = FColumns[static_cast<std::size_t>(section)]->Name;
+    const bool isMark = name == kMarkField;
+    if (role == Qt::DecorationRole) return isMark ? QVariant(WindowIcon(QStringLiteral("downloaded"))) : QVariant();
+    return isMark && role == Qt::DisplayRole ? QString() : FTexts.Field(name);
 }
 
 Qt::ItemFlags TableModel::flags(const QModelIndex& index) const {

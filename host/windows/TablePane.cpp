@@ -1,5 +1,6 @@
 #include "TablePane.h"
 
+#include "RowDelegate.h"
 #include "WindowIcons.h"
 
 #include <QAction>
@@ -11,7 +12,6 @@
 #include <QLocale>
 #include <QMenu>
 #include <QScrollBar>
-#include <QStyledItemDelegate>
 #include <QTableView>
 
 #include <algorithm>
@@ -20,32 +20,19 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kRowHeight = 28, kSearchWidth = 280;
+constexpr int kRowHeight = RowDelegate::kHeight, kSearchWidth = 280, kSearchHeight = 28;
 constexpr int kTypingPause = 150;  // milliseconds
-
-/// A whole row has the focus, not one of its cells.
-class RowDelegate final : public QStyledItemDelegate {
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
-        QStyledItemDelegate::initStyleOption(option, index);
-        option->state &= ~QStyle::State_HasFocus;
-        option->textElideMode = Qt::ElideRight;
-    }
-};
 
 int WidthOf(const LibraryField& field) {
     if (field.Name == u"Title") return 360;
-    if (field.Name == u"URLAudioCached") return 44;
+    if (field.Name == u"URLAudioCached") return 34;
     switch (field.Type) {
         case IVEXAMLDataField::Duration:
             return 80;
         case IVEXAMLDataField::DateTime:
-            return 100;
+            return 124;
         default:
-            return field.DisplayValues ? 100 : 170;
+            return field.DisplayValues ? 90 : 150;
     }
 }
 
@@ -61,6 +48,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FSearch->setObjectName(QStringLiteral("Search"));
     FSearch->setClearButtonEnabled(true);
     FSearch->setMaximumWidth(kSearchWidth);
+    FSearch->setMinimumHeight(kSearchHeight);
     FSearch->addAction(QIcon(), QLineEdit::LeadingPosition);
     FCount->setObjectName(QStringLiteral("Faint"));
     FCount->setTextFormat(Qt::PlainText);
@@ -89,7 +77,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     header->setHighlightSections(false);
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->setContextMenuPolicy(Qt::CustomContextMenu);
-    header->setMinimumSectionSize(32);
+    header->setMinimumSectionSize(34);
     FView->installEventFilter(this);
     FView->viewport()->installEventFilter(this);
     FSearch->installEventFilter(this);
@@ -133,7 +121,11 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     ArrangeColumns(*storage);
     if (!layout.isEmpty()) header->restoreState(layout);
     header->setSectionsMovable(true);
-    header->setStretchLastSection(true);
+    // The title takes what the others leave.
+    if (const int title = FModel->ColumnOf(QStringLiteral("Title")); title >= 0)
+        header->setSectionResizeMode(title, QHeaderView::Stretch);
+    else
+        header->setStretchLastSection(true);
     header->setSortIndicatorShown(true);
     FModel->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
 }
@@ -147,6 +139,7 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
         order.removeAll(QStringLiteral("Artist"));
         order.insert(1, QStringLiteral("FeedName"));
     }
+    header->setSortIndicator(-1, Qt::AscendingOrder);
     int place = 0;
     for (const QString& name : order)
         if (const int column = FModel->ColumnOf(name); column >= 0)
@@ -169,7 +162,7 @@ void TablePane::ShowColumnMenu(const QPoint& position) {
     const int shown = header->count() - header->hiddenSectionCount();
     for (int place = 0; place < header->count(); ++place) {
         const int column = header->logicalIndex(place);
-        QString caption = FModel->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+        QString caption = FModel->headerData(column, Qt::Horizontal, Qt::AccessibleTextRole).toString();
         QAction* action = menu.addAction(caption.replace(u'&', QStringLiteral("&&")));
         action->setCheckable(true);
         action->setChecked(!header->isSectionHidden(column));

@@ -1,32 +1,18 @@
 #include "TreePane.h"
 
+#include "RowDelegate.h"
+
 #include <QBoxLayout>
 #include <QHeaderView>
-#include <QStyledItemDelegate>
 #include <QTreeView>
 
 namespace vexa::host {
-
-namespace {
-
-constexpr int kRowHeight = 28;
-
-class NodeDelegate final : public QStyledItemDelegate {
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-        const QSize size = QStyledItemDelegate::sizeHint(option, index);
-        return {size.width(), std::max(size.height(), kRowHeight)};
-    }
-};
-
-}  // namespace
 
 TreePane::TreePane(const LanguageService& language, QWidget* parent)
     : QWidget(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
     FView->setObjectName(QStringLiteral("Tree"));
     FView->setModel(FModel);
-    FView->setItemDelegate(new NodeDelegate(FView));
+    FView->setItemDelegate(new RowDelegate(FView));
     FView->header()->hide();
     FView->setUniformRowHeights(true);
     FView->setFrameShape(QFrame::NoFrame);

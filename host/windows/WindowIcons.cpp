@@ -5,6 +5,11 @@
 #include <QPainter>
 #include <QPalette>
 
+/// The drawings stand in a static library: nobody else asks for them.
+static void LoadDrawings() {
+    Q_INIT_RESOURCE(WindowIcons);
+}
+
 namespace vexa::host {
 
 namespace {
@@ -30,6 +35,7 @@ QPixmap Tinted(const QString& file, const QColor& colour) {
 QIcon WindowIcon(const QString& name) {
     const auto known = Known().constFind(name);
     if (known != Known().constEnd()) return *known;
+    if (Known().isEmpty()) LoadDrawings();
     const QPalette palette = QApplication::palette();
     QIcon icon;
     for (const int size : kSizes) {

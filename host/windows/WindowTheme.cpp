@@ -2,6 +2,7 @@
 
 #include "WindowIcons.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -9,15 +10,18 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QFontDatabase>
+#include <QPainter>
 #include <QPalette>
-#include <QStyle>
+#include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 
 namespace vexa::host {
 
 namespace {
 
 constexpr double kFontSize = 10;  // points
+constexpr int kRowMargin = 5;
 constexpr uint kPrefersDark = 1;  // as the desktop's portal numbers it
 
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
@@ -27,13 +31,31 @@ const QString kGroup = QStringLiteral("org.freedesktop.appearance");
 const QString kKey = QStringLiteral("color-scheme");
 
 struct Colours {
-    QRgb Window, Base, Alternate, Text, Faint, Button, Line, Highlight, HighlightedText, Link;
+    QRgb Window, Base, Alternate, Text, Faint, Button, Line, Highlight, Accent, Thumb, Link;
 };
 // All texts reach a contrast of 4.5 to 1 on their grounds.
-constexpr Colours kLight = {0xfff4f4f6, 0xffffffff, 0xfff7f8fa, 0xff1d1f24, 0xff5c6270,
-                            0xfffafafb, 0xffd9dbe1, 0xff2f62c9, 0xffffffff, 0xff1f55bf};
-constexpr Colours kDark = {0xff1f2126, 0xff17191d, 0xff1c1e23, 0xffe6e8ec, 0xffa2a8b4,
-                           0xff2a2d34, 0xff363a42, 0xff3a66c4, 0xffffffff, 0xff8ab0ff};
+constexpr Colours kLight = {0xfff4f4f6, 0xffffffff, 0xfff8f8fa, 0xff1d1f24, 0xff5c6270, 0xfffafafb,
+                            0xffdcdee4, 0xffd3e1fb, 0xff2f62c9, 0xffc2c6d0, 0xff1f55bf};
+constexpr Colours kDark = {0xff1f2126, 0xff17191d, 0xff1b1d22, 0xffe6e8ec, 0xffa2a8b4, 0xff2a2d34,
+                           0xff33373f, 0xff2c4373, 0xff6b9bff, 0xff4a4f5a, 0xff8ab0ff};
+
+/// Rows of views are flat, with some air around their texts.
+class FlatStyle final : public QProxyStyle {
+public:
+    FlatStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
+        if (metric == PM_FocusFrameHMargin && qobject_cast<const QAbstractItemView*>(widget)) return kRowMargin;
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override {
+        const bool isRow = element == PE_PanelItemViewItem || element == PE_PanelItemViewRow;
+        if (!isRow || !(option->state & State_Selected))
+            return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        painter->fillRect(option->rect, option->palette.brush(QPalette::Highlight));
+    }
+};
 
 bool IsDarkPalette() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
@@ -49,11 +71,11 @@ QPalette PaletteOf(const Colours& c) {
     palette.setColor(QPalette::PlaceholderText, c.Faint);
     palette.setColor(QPalette::Button, c.Button);
     palette.setColor(QPalette::ButtonText, c.Text);
-    palette.setColor(QPalette::BrightText, c.HighlightedText);
+    palette.setColor(QPalette::BrightText, c.Text);
     palette.setColor(QPalette::ToolTipBase, c.Button);
     palette.setColor(QPalette::ToolTipText, c.Text);
     palette.setColor(QPalette::Highlight, c.Highlight);
-    palette.setColor(QPalette::HighlightedText, c.HighlightedText);
+    palette.setColor(QPalette::HighlightedText, c.Text);
     palette.setColor(QPalette::Link, c.Link);
     palette.setColor(QPalette::LinkVisited, c.Link);
     palette.setColor(QPalette::Light, QColor(c.Button).lighter(108));
@@ -77,9 +99,8 @@ QString SheetOf(const Colours& c) {
                "QSplitter::handle{background:%1}"
                "QHeaderView{background:%2;border:none}"
                "QHeaderView::section{background:%2;color:%3;border:none;border-bottom:1px solid %1;"
-               "padding:5px 8px 5px 6px;font-weight:normal}"
+               "padding:6px 6px 6px 6px;font-weight:normal}"
                "QTableView,QTreeView,QListView{border:none;outline:none}"
-               "QTableView::item{padding:0 6px}"
                "QStatusBar{border-top:1px solid %1}"
                "QStatusBar::item{border:none}"
                "QMenuBar{border-bottom:1px solid %1}"
@@ -88,16 +109,23 @@ QString SheetOf(const Colours& c) {
                "QProgressBar::chunk{border-radius:2px;background:%4}"
                "QLabel#Faint{color:%3}"
                "QLabel#PaneTitle{color:%3;padding:6px 8px}"
+               "QScrollBar{background:transparent;border:none;margin:0}"
+               "QScrollBar:vertical{width:12px}QScrollBar:horizontal{height:12px}"
+               "QScrollBar::handle{background:%6;border-radius:3px;margin:3px}"
+               "QScrollBar::handle:vertical{min-height:36px}QScrollBar::handle:horizontal{min-width:36px}"
+               "QScrollBar::handle:hover{background:%3}"
+               "QScrollBar::add-line,QScrollBar::sub-line{width:0;height:0}"
+               "QScrollBar::add-page,QScrollBar::sub-page{background:transparent}"
                "QFrame#Line{background:%1;border:none;max-height:1px;min-height:1px}"
                "QFrame#Banner,QFrame#Card{background:%5;border:1px solid %1;border-radius:8px}")
-        .arg(name(c.Line), name(c.Base), name(c.Faint), name(c.Highlight), name(c.Button));
+        .arg(name(c.Line), name(c.Base), name(c.Faint), name(c.Accent), name(c.Button), name(c.Thumb));
 }
 
 }  // namespace
 
 WindowTheme::WindowTheme(Choice choice, QObject* parent)
     : QObject(parent), FChoice(choice), FIsDesktopDark(IsDarkPalette()) {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new FlatStyle);
     QFont font = QApplication::font();
     for (const QString& family : {QStringLiteral("Inter"), QStringLiteral("DejaVu Sans")})
         if (QFontDatabase::hasFamily(family)) {
