@@ -94,6 +94,7 @@ void DetailsPane::Show(const QString& file, double date) {
 
 void DetailsPane::Stop() {
     Show({}, 0);
+    FCoverOf.clear();
     FHost.Http().CancelAll();  // a cover may be on its way for long
     FFactReader.Stop();
     FCoverReader.Stop();

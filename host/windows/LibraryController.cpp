@@ -137,14 +137,8 @@ void LibraryController::ReloadNow() {
 }
 
 void LibraryController::LookWhetherEmpty() {
-    FIsEmpty = false;
-    if (!FSource->Storage.Subscriptions() || !FTree.Model().Provider()) return;
     // A storage without subscriptions has a tree without leaves, and no row either.
-    const TreeModel& model = FTree.Model();
-    const Tree tree(model.Provider());
-    FIsEmpty = true;
-    for (const TreeNode& node : tree.Children())
-        if (node.HasChildren() && !tree.Children(node).empty()) FIsEmpty = false;
+    FIsEmpty = FSource->Storage.Subscriptions() && FTree.Model().Provider() && !FTree.Model().HasLeaves();
 }
 
 void LibraryController::OnDataChanged(const QString& storageID) {

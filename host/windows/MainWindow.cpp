@@ -62,6 +62,7 @@ MainWindow::MainWindow(Host& host)
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
     setStatusBar(FTasks);
+    setAcceptDrops(true);
     Arrange();
     AddMenuItems();
     FLibrary = std::make_unique<LibraryController>(FHost, *FTree, *FTable);
@@ -344,6 +345,15 @@ void MainWindow::OnThemeChanged() {
     FTasks->OnThemeChanged();
     FTransport->OnThemeChanged();
     FBanner->OnThemeChanged();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (FSubscriber->CanSubscribe() && !AddressesIn(*event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    FSubscriber->Subscribe(AddressesIn(*event->mimeData()));
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -28,11 +28,11 @@ int WidthOf(const LibraryField& field) {
     if (field.Name == u"URLAudioCached") return 34;
     switch (field.Type) {
         case IVEXAMLDataField::Duration:
-            return 80;
+            return 76;
         case IVEXAMLDataField::DateTime:
-            return 124;
+            return 116;
         default:
-            return field.DisplayValues ? 90 : 150;
+            return field.DisplayValues ? 84 : 140;
     }
 }
 

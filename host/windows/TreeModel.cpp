@@ -119,6 +119,13 @@ void TreeModel::Update(Node& node) {
     }
 }
 
+bool TreeModel::HasLeaves() const {
+    const auto hasLeaves = [this](const auto& node) {
+        return node->IsRead ? !node->Children.empty() : node->What.HasChildren() && !Read(*node).empty();
+    };
+    return FProvider && std::any_of(FRoot->Children.rbegin(), FRoot->Children.rend(), hasLeaves);
+}
+
 TreeModel::Node* TreeModel::NodeOf(const QModelIndex& index) const {
     return index.isValid() ? static_cast<Node*>(index.internalPointer()) : FRoot.get();
 }

@@ -24,6 +24,9 @@ public:
     /// The icons are drawn anew.
     void Repaint();
 
+    /// Whether a node of the top level has nodes below it; one that was opened already is not read again.
+    bool HasLeaves() const;
+
     /// The way to a node, empty for no node.
     TreeWay Way(const QModelIndex& index) const;
     /// The node that the values lead to; those above it are read as they must be.

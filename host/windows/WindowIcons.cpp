@@ -41,7 +41,7 @@ QIcon WindowIcon(const QString& name) {
     for (const int size : kSizes) {
         const QString file = u":/window/" + name + u'-' + QString::number(size);
         icon.addPixmap(Tinted(file, palette.color(QPalette::Active, QPalette::Text)), QIcon::Normal);
-        icon.addPixmap(Tinted(file, palette.color(QPalette::Active, QPalette::HighlightedText)), QIcon::Selected);
+        icon.addPixmap(Tinted(file, palette.color(QPalette::Active, QPalette::Text)), QIcon::Selected);
         icon.addPixmap(Tinted(file, palette.color(QPalette::Disabled, QPalette::Text)), QIcon::Disabled);
     }
     Known().insert(name, icon);

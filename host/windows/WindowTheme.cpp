@@ -31,13 +31,13 @@ const QString kGroup = QStringLiteral("org.freedesktop.appearance");
 const QString kKey = QStringLiteral("color-scheme");
 
 struct Colours {
-    QRgb Window, Base, Alternate, Text, Faint, Button, Line, Highlight, Accent, Thumb, Link;
+    QRgb Window, Base, Alternate, Text, Faint, Button, Line, Selection, Accent, Thumb, Link;
 };
 // All texts reach a contrast of 4.5 to 1 on their grounds.
 constexpr Colours kLight = {0xfff4f4f6, 0xffffffff, 0xfff8f8fa, 0xff1d1f24, 0xff5c6270, 0xfffafafb,
                             0xffdcdee4, 0xffd3e1fb, 0xff2f62c9, 0xffc2c6d0, 0xff1f55bf};
 constexpr Colours kDark = {0xff1f2126, 0xff17191d, 0xff1b1d22, 0xffe6e8ec, 0xffa2a8b4, 0xff2a2d34,
-                           0xff33373f, 0xff2c4373, 0xff6b9bff, 0xff4a4f5a, 0xff8ab0ff};
+                           0xff33373f, 0xff2c4373, 0xff3f70d8, 0xff4a4f5a, 0xff8ab0ff};
 
 /// Rows of views are flat, with some air around their texts.
 class FlatStyle final : public QProxyStyle {
@@ -74,8 +74,8 @@ QPalette PaletteOf(const Colours& c) {
     palette.setColor(QPalette::BrightText, c.Text);
     palette.setColor(QPalette::ToolTipBase, c.Button);
     palette.setColor(QPalette::ToolTipText, c.Text);
-    palette.setColor(QPalette::Highlight, c.Highlight);
-    palette.setColor(QPalette::HighlightedText, c.Text);
+    palette.setColor(QPalette::Highlight, c.Accent);
+    palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, c.Link);
     palette.setColor(QPalette::LinkVisited, c.Link);
     palette.setColor(QPalette::Light, QColor(c.Button).lighter(108));
@@ -174,7 +174,12 @@ void WindowTheme::OnDesktopSetting(const QString& group, const QString& key, con
 
 void WindowTheme::Apply() {
     const Colours& colours = IsDark() ? kDark : kLight;
-    QApplication::setPalette(PaletteOf(colours));
+    QPalette palette = PaletteOf(colours);
+    QApplication::setPalette(palette);
+    // Selected rows are many and large: a tint is enough, on which the texts keep their colour.
+    palette.setColor(QPalette::Highlight, colours.Selection);
+    palette.setColor(QPalette::HighlightedText, colours.Text);
+    QApplication::setPalette(palette, "QAbstractItemView");
     ForgetWindowIcons();
     if (auto* application = qobject_cast<QApplication*>(QCoreApplication::instance()))
         application->setStyleSheet(SheetOf(colours));
