@@ -9,7 +9,7 @@ CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 .PHONY: help setup build run test test-asan test-tsan bench format clean
 
 help:
-	@echo "make run               set up, build, and show a short session on sample feeds"
+	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
 	@echo "make run ARGS='...'    set up, build, and run one command, e.g. ARGS='subscribe https://…'"
 	@echo "make test              set up, build, and run the tests"
 	@echo "make build             the programs, in build/bin"
@@ -26,7 +26,8 @@ build: setup
 
 run: build
 ifeq ($(strip $(ARGS)),)
-	@./tools/demo build/bin
+	@if [ -n "$$QT_QPA_PLATFORM$$DISPLAY$$WAYLAND_DISPLAY" ]; then build/bin/vexa; \
+	else echo "There is no display for the player: a session at the command line instead."; ./tools/demo build/bin; fi
 else
 	@build/bin/podcasts $(ARGS)
 endif

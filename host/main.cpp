@@ -1,5 +1,6 @@
-// vexa: the player. For now without a window.
+// vexa: the player, with a window or without.
 
+#include "MainWindow.h"
 #include "Notifications.h"
 #include "OptionsDialog.h"
 #include "Session.h"
@@ -43,6 +44,12 @@ void HandleSignals() {
     }).detach();
 }
 
+bool HasDisplay() {
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        if (!qEnvironmentVariableIsEmpty(name)) return true;
+    return false;
+}
+
 /// The language files lie beside the program where it was built, and in the shared data where it is installed.
 QString LanguageFolder() {
     const QDir program(QCoreApplication::applicationDirPath());
@@ -50,26 +57,53 @@ QString LanguageFolder() {
     return QDir(beside).exists() ? beside : program.filePath(QStringLiteral("../share/vexa/lang"));
 }
 
+class UsageError : public std::runtime_error {
+public:
+    explicit UsageError(const QString& message) : std::runtime_error(message.toStdString()) {}
+};
+
 int Complain(const QString& message) {
     std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(message));
     return kUsage;
 }
 
-int RunHeadless(const QCommandLineParser& arguments) {
+HostOptions OptionsOf(const QCommandLineParser& arguments) {
     const QString profile = arguments.value(QStringLiteral("profile"));
     HostOptions options;
     options.ProfileFolder = QDir(profile.isEmpty() ? DefaultProfileFolder() : profile).absolutePath();
     options.LanguageFolder = LanguageFolder();
     options.Language = arguments.value(QStringLiteral("language"));
-    Host host(options);
+    return options;
+}
+
+/// Throws std::runtime_error when there is no such service.
+void HideServices(Host& host, const QCommandLineParser& arguments) {
     for (const QString& service : arguments.values(QStringLiteral("without")))
         if (!host.TheCore().HideService(service))
-            return Complain(u"there is no service " + service + u": take one of " +
-                            host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+            throw UsageError(u"there is no service " + service + u": take one of " +
+                             host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+}
+
+int RunHeadless(const QCommandLineParser& arguments) {
+    Host host(OptionsOf(arguments));
+    HideServices(host, arguments);
     PrintNotifications();
     if (const QString plugin = arguments.value(QStringLiteral("plugin")); !plugin.isEmpty()) host.LoadPlugin(plugin);
     const OptionsWindow optionsWindow(host);
     const Session session(host);
+    return QApplication::exec();
+}
+
+/// A plug-in beside the program is loaded without being asked for. One that cannot be is said, and missed.
+int RunWindow(const QCommandLineParser& arguments) {
+    Host host(OptionsOf(arguments));
+    HideServices(host, arguments);
+    MainWindow window(host);
+    QString plugin = arguments.value(QStringLiteral("plugin"));
+    const QString beside = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libPodcasts.so"));
+    if (plugin.isEmpty() && QFile::exists(beside)) plugin = beside;
+    window.show();
+    if (!plugin.isEmpty()) window.LoadPlugin(plugin);
     return QApplication::exec();
 }
 
@@ -81,15 +115,14 @@ int main(int argc, char** argv) {
     QStringList words;
     for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
     int one = 1;
-    // Commands of plug-ins open windows, which without a display are drawn in memory.
-    std::unique_ptr<QCoreApplication> application;
-    if (words.contains(QStringLiteral("--headless"))) {
-        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-        application = std::make_unique<QApplication>(one, argv);
-        QApplication::setQuitOnLastWindowClosed(false);
-    } else {
-        application = std::make_unique<QCoreApplication>(one, argv);
-    }
+    // Commands of plug-ins open windows, which without a display are drawn in memory. What is only to be told of the
+    // program needs no display either.
+    const bool isHeadless = words.contains(QStringLiteral("--headless"));
+    const bool hasDisplay = HasDisplay();
+    if ((isHeadless || !hasDisplay) && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(one, argv);
+    if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     AttachMainThread();
@@ -109,10 +142,12 @@ int main(int argc, char** argv) {
     arguments.process(words);
     if (!arguments.positionalArguments().isEmpty())
         return Complain(u"what is " + arguments.positionalArguments().first() + u"? --help says what there is");
-    if (!arguments.isSet(QStringLiteral("headless")))
-        return Complain(QStringLiteral("only --headless is available yet: start it with --headless"));
+    if (!isHeadless && !hasDisplay)
+        return Complain(QStringLiteral("there is no display: start it with --headless, or set DISPLAY"));
     try {
-        return RunHeadless(arguments);
+        return isHeadless ? RunHeadless(arguments) : RunWindow(arguments);
+    } catch (const UsageError& error) {
+        return Complain(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "vexa: %s\n", error.what());
         return 1;

@@ -1,0 +1,190 @@
+#include "DetailsPane.h"
+
+#include "FileInfo.h"
+#include "Images.h"
+#include "RowTexts.h"
+#include "ShowNotes.h"
+
+#include <QBoxLayout>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLocale>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kPause = 60;  // milliseconds, in which the keyboard may have gone on to the next row
+constexpr int kCover = 112, kLargestCover = 2 * kCover;
+
+QString TextOf(IVEXAFileInfo& info, std::int32_t id) {
+    Ref<IVEXAString> value;
+    info.GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
+    return ToQString(value.Get());
+}
+
+QLabel* PlainLabel(const char* name = "") {
+    auto* label = new QLabel;
+    label->setObjectName(QString::fromLatin1(name));
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    return label;
+}
+
+}  // namespace
+
+DetailsPane::DetailsPane(Host& host, QWidget* parent)
+    : QWidget(parent),
+      FHost(host),
+      FTexts(host.Language()),
+      FCover(new QLabel),
+      FTitle(PlainLabel()),
+      FPodcast(PlainLabel("Faint")),
+      FFigures(PlainLabel("Faint")),
+      FNothing(PlainLabel("Faint")),
+      FNotes(new ShowNotes),
+      FContent(new QWidget) {
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Base);
+    QFont bold = FTitle->font();
+    bold.setPointSizeF(bold.pointSizeF() + 2);
+    bold.setBold(true);
+    FTitle->setFont(bold);
+    FCover->setFixedSize(kCover, kCover);
+    FCover->setAlignment(Qt::AlignCenter);
+    FNothing->setAlignment(Qt::AlignCenter);
+    auto* content = new QVBoxLayout(FContent);
+    content->setContentsMargins(14, 12, 14, 0);
+    content->setSpacing(6);
+    content->addWidget(FCover);
+    content->addSpacing(4);
+    content->addWidget(FTitle);
+    content->addWidget(FPodcast);
+    content->addWidget(FFigures);
+    content->addSpacing(4);
+    content->addWidget(FNotes, 1);
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->addWidget(FContent, 1);
+    whole->addWidget(FNothing, 1);
+    FPause.setSingleShot(true);
+    FPause.setInterval(kPause);
+    connect(&FPause, &QTimer::timeout, this, &DetailsPane::Read);
+    connect(FNotes, &ShowNotes::SeekWanted, this, [this](double seconds) { Q_EMIT SeekWanted(FFile, seconds); });
+    FContent->hide();
+    Localize();
+}
+
+DetailsPane::~DetailsPane() = default;
+
+void DetailsPane::Show(const QString& file, double date) {
+    FDate = date;
+    if (file != FFile) FFile = file;
+    if (file.isEmpty()) {
+        FFacts = {};
+        FContent->hide();
+        FNothing->show();
+        FPause.stop();
+        return;
+    }
+    if (!FPause.isActive()) FPause.start();
+}
+
+void DetailsPane::Stop() {
+    Show({}, 0);
+    FCoverOf.clear();
+    FHost.Http().CancelAll();  // a cover may be on its way for long
+    FFactReader.Stop();
+    FCoverReader.Stop();
+}
+
+auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player, const QString& file) -> Facts {
+    Facts facts;
+    const Ref<FileInfo> info(new FileInfo);
+    if (Failed(infos.GetFileInfo(MakeString(file).Get(), 0, info.Get()))) {
+        facts.Title = file;
+        return facts;
+    }
+    facts.Title = TextOf(*info, IVEXAFileInfo::Title);
+    facts.Podcast = TextOf(*info, IVEXAFileInfo::Album);
+    facts.Notes = TextOf(*info, IVEXAFileInfo::Comment);
+    info->GetValueAsFloat(IVEXAFileInfo::Duration, &facts.Duration);
+    // The player opens the local copy where there is one.
+    if (const QFileInfo source(player.Resolve(file).Source); source.isAbsolute() && source.isFile())
+        facts.LocalSize = source.size();
+    return facts;
+}
+
+void DetailsPane::Read() {
+    if (FFile.isEmpty()) return;
+    FFactReader.Run([this, file = FFile, infos = Ref<FileInfoService>(&FHost.FileInfos()),
+                     player = Ref<PlayerService>(&FHost.Player())] {
+        const Facts facts = ReadFacts(*infos, *player, file);
+        return [this, file, facts] {
+            if (file == FFile) ShowFacts(facts);
+        };
+    });
+}
+
+void DetailsPane::ShowFacts(const Facts& facts) {
+    const bool isShown = FContent->isVisibleTo(this);
+    if (!isShown || facts != FFacts) {
+        const bool areOtherNotes = !isShown || facts.Notes != FFacts.Notes || facts.Title != FFacts.Title;
+        FFacts = facts;
+        if (areOtherNotes) FNotes->SetNotes(facts.Notes);
+    }
+    FNothing->hide();
+    FContent->show();
+    Fill();
+    // Covers are the podcast's: going through its episodes asks once.
+    if (!FFacts.Podcast.isEmpty() && FFacts.Podcast == FCoverOf) return;
+    FCoverOf = FFacts.Podcast;
+    FCover->clear();
+    FCover->hide();
+    FCoverReader.Run([this, file = FFile, podcast = FFacts.Podcast, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {
+        Ref<IVEXAImageContainer> container;
+        QImage cover;
+        if (Succeeded(arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(podcast).Get(), nullptr,
+                                        container.Put())))
+            cover = ToQImage(container.Get());
+        if (!cover.isNull())
+            cover = cover.scaled(kLargestCover, kLargestCover, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        return [this, cover] { ShowCover(cover); };
+    });
+}
+
+void DetailsPane::ShowCover(const QImage& cover) {
+    if (cover.isNull()) return FCover->hide();
+    QPixmap pixmap = QPixmap::fromImage(cover);
+    pixmap.setDevicePixelRatio(std::max(pixmap.width(), pixmap.height()) / double{kCover});
+    FCover->setPixmap(pixmap);
+    FCover->show();
+}
+
+void DetailsPane::Fill() {
+    FTitle->setText(FFacts.Title.simplified());
+    FPodcast->setText(FFacts.Podcast.simplified());
+    FPodcast->setVisible(!FFacts.Podcast.isEmpty());
+    QStringList figures{ShownDateTime(FDate), ShownDuration(FFacts.Duration)};
+    if (FFacts.LocalSize >= 0) figures += FTexts("LocalCopy", QLocale().formattedDataSize(FFacts.LocalSize));
+    figures.removeAll({});
+    FFigures->setText(figures.join(QStringLiteral("  ·  ")));
+    FFigures->setVisible(!figures.isEmpty());
+}
+
+void DetailsPane::Localize() {
+    FNothing->setText(FTexts("NothingSelected"));
+    FCover->setAccessibleName(FTexts("Cover"));
+    FNotes->setAccessibleName(FTexts("Notes"));
+    setAccessibleName(FTexts("Details"));
+    if (FContent->isVisibleTo(this)) Fill();
+}
+
+void DetailsPane::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    FNothing->setMaximumWidth(width());
+}
+
+}  // namespace vexa::host

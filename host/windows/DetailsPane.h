@@ -1,0 +1,64 @@
+#pragma once
+// What is known of one episode: cover, titles, figures and show notes. All of it is read on worker threads. Main
+// thread.
+
+#include "Host.h"
+#include "LatestTask.h"
+#include "WindowTexts.h"
+
+#include <QImage>
+#include <QTimer>
+#include <QWidget>
+
+class QLabel;
+
+namespace vexa::host {
+
+class ShowNotes;
+
+class DetailsPane final : public QWidget {
+    Q_OBJECT
+public:
+    explicit DetailsPane(Host& host, QWidget* parent = nullptr);
+    ~DetailsPane() override;
+
+    /// Empty: none. `date` as rows have it; 0 for none. For the file that shows already, its figures are read again.
+    void Show(const QString& file, double date);
+    /// Nothing of a plug-in's is asked any more until Show is called.
+    void Stop();
+    void Localize();
+
+Q_SIGNALS:
+    void SeekWanted(const QString& file, double seconds);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    struct Facts {
+        QString Title, Podcast, Notes;
+        double Duration = 0;
+        qint64 LocalSize = -1;  // −1: there is no local copy
+        bool operator==(const Facts&) const = default;
+    };
+    static Facts ReadFacts(FileInfoService& infos, const PlayerService& player, const QString& file);
+
+    void Read();
+    void ShowFacts(const Facts& facts);
+    void ShowCover(const QImage& cover);
+    void Fill();
+
+    Host& FHost;
+    const WindowTexts FTexts;
+    QLabel *FCover, *FTitle, *FPodcast, *FFigures, *FNothing;
+    ShowNotes* FNotes;
+    QWidget* FContent;
+    QTimer FPause;
+    QString FFile;
+    double FDate = 0;
+    Facts FFacts;
+    QString FCoverOf;  // the podcast whose cover shows
+    LatestTask FFactReader, FCoverReader;
+};
+
+}  // namespace vexa::host

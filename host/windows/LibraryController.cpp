@@ -1,0 +1,175 @@
+#include "LibraryController.h"
+
+#include <QTreeView>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kReloadPause = 50, kWorkingInterval = 1000;  // milliseconds
+
+}  // namespace
+
+/// What is selected in the panes, as plug-ins ask for it.
+class LibraryController::Selection final : public LibrarySelectionModel {
+public:
+    Selection(TreePane& tree, TablePane& table) : FTree(tree), FTable(table) {}
+
+    QStringList AllFiles() const override { return FTable.AllFiles(); }
+    QStringList SelectedFiles() const override { return FTable.SelectedFiles(); }
+    std::optional<QString> FocusedFile() const override {
+        const QString file = FTable.CurrentFile();
+        return file.isEmpty() ? std::nullopt : std::optional(file);
+    }
+    Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return FTree.Model().Provider(); }
+    std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedWay()); }
+
+private:
+    TreePane& FTree;
+    TablePane& FTable;
+};
+
+LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& table)
+    : FHost(host), FTree(tree), FTable(table) {
+    const auto prepare = [this](QTimer& timer, int interval, void (LibraryController::*then)()) {
+        timer.setSingleShot(true);
+        timer.setInterval(interval);
+        connect(&timer, &QTimer::timeout, this, then);
+    };
+    prepare(FOpening, 0, &LibraryController::Open);
+    prepare(FReloading, kReloadPause, &LibraryController::ReloadNow);
+    prepare(FWorking, kWorkingInterval, &LibraryController::ReloadNow);
+    FWorking.setSingleShot(false);
+    connect(&FTree, &TreePane::SelectionChanged, this, &LibraryController::Narrow);
+    connect(&FTable, &TablePane::SearchChanged, this, [this](const QString& text) {
+        FSearch = text;
+        Narrow();
+    });
+    connect(&FTable.Model(), &TableModel::Shown, this, [this] {
+        if (!FWanted.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FWanted, {}));
+    });
+    FHost.Library().AddListener(this);
+    Open();
+}
+
+LibraryController::~LibraryController() {
+    FHost.Library().RemoveListener(this);
+    Close();
+}
+
+void LibraryController::Open() {
+    Close();
+    if (FHost.Library().ActiveStorageID().isEmpty()) return Q_EMIT StorageChanged();
+    try {
+        FSource = std::make_unique<Source>(FHost.Library());
+    } catch (const LibraryError& error) {
+        qCWarning(LogHost).noquote() << "the library cannot show its storage:" << error.what();
+        return Q_EMIT StorageChanged();
+    }
+    FHost.Selection().SetModel(std::make_shared<Selection>(FTree, FTable));
+    const QString layout = FHost.Config().Find(Key("Columns")).value_or(QString());
+    const QString node = FHost.Config().Find(Key("Node")).value_or(QString());
+    FTable.SetSource(&FSource->Storage, &FSource->Reader, QByteArray::fromBase64(layout.toLatin1()));
+    const auto presets = FSource->Storage.Presets();
+    FTree.SetProvider(presets.empty() ? nullptr : presets.front().Provider,
+                      node.isEmpty() ? QStringList() : node.split(u'\t'));
+    Narrow();
+    LookWhetherEmpty();
+    OnTasksChanged(FSource->Storage.ID());
+    Q_EMIT StorageChanged();
+}
+
+void LibraryController::Close() {
+    FOpening.stop();
+    FReloading.stop();
+    FWorking.stop();
+    if (!FSource) return;
+    SaveLayout();
+    FHost.Selection().SetModel(nullptr);
+    FTable.SetSource(nullptr, nullptr, {});
+    FTree.SetProvider(nullptr, {});
+    FSource.reset();
+    FIsEmpty = false;
+}
+
+QString LibraryController::Key(const char* name) const {
+    return u"Window\\" + QString::fromLatin1(name) + u'.' + FSource->Storage.ID();
+}
+
+void LibraryController::SaveLayout() {
+    if (!FSource) return;
+    FHost.Config().Write(Key("Columns"), QString::fromLatin1(FTable.SaveLayout().toBase64()));
+    FHost.Config().Write(Key("Node"), FTree.SelectedValues().join(u'\t'));
+}
+
+void LibraryController::Narrow() {
+    if (!FSource) return;
+    RowQuery query;
+    query.Tree = FTree.Model().Provider();
+    query.Node = PairsOf(FTree.SelectedWay());
+    if (query.Node.empty()) query.Tree = nullptr;
+    query.Search = FSearch;
+    FTable.Model().SetQuery(std::move(query));
+}
+
+void LibraryController::Find(const QString& file) {
+    const auto place = FSource ? FSource->Storage.Find(file) : std::nullopt;
+    if (!place) return;
+    QStringList values;
+    for (const TreePair& pair : place->Node) Convert(pair.Value, values.emplace_back());
+    FWanted = file;
+    if (FTree.SelectedValues() == values)
+        Narrow();
+    else
+        FTree.Select(values);
+}
+
+void LibraryController::Reload() {
+    if (FSource && !FReloading.isActive()) FReloading.start();
+}
+
+void LibraryController::ReloadNow() {
+    if (!FSource) return;
+    FTree.Model().Reload();
+    FTable.Model().Reload();
+    LookWhetherEmpty();
+    Q_EMIT Reloaded();
+}
+
+void LibraryController::LookWhetherEmpty() {
+    // A storage without subscriptions has a tree without leaves, and no row either.
+    FIsEmpty = FSource->Storage.Subscriptions() && FTree.Model().Provider() && !FTree.Model().HasLeaves();
+}
+
+void LibraryController::OnDataChanged(const QString& storageID) {
+    if (FSource && storageID == FSource->Storage.ID()) Reload();
+}
+
+void LibraryController::OnTasksChanged(const QString& storageID) {
+    if (!FSource || storageID != FSource->Storage.ID()) return;
+    const bool isWorking = !FHost.Library().Tasks(storageID).empty();
+    if (isWorking && !FWorking.isActive()) FWorking.start();
+    if (!isWorking) {
+        FWorking.stop();
+        Reload();
+    }
+    Q_EMIT TasksChanged();
+}
+
+void LibraryController::OnActiveStorageChanged(const QString&) {
+    // Its plug-in may still be at it.
+    Close();
+    FOpening.start();
+}
+
+void LibraryController::OnStorageAdded(const QString& storageID) {
+    if (!FSource && storageID == FHost.Library().ActiveStorageID()) FOpening.start();
+}
+
+void LibraryController::OnStorageEnding(const QString& storageID) {
+    if (!FSource || storageID != FSource->Storage.ID()) return;
+    Close();
+    Q_EMIT StorageChanged();
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,366 @@
+#include "MainWindow.h"
+
+#include "Banner.h"
+#include "DetailsPane.h"
+#include "ErrorInfo.h"
+#include "FirstStartPage.h"
+#include "PlainTransportBar.h"
+#include "PlaylistPane.h"
+#include "RowTexts.h"
+#include "TaskBar.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QScreen>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QTableView>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr QSize kFirstSize(1200, 760);
+
+const QString kGeometryKey = QStringLiteral("Window\\Geometry");
+const QString kSplitterKey = QStringLiteral("Window\\Splitter");
+const QString kSideKey = QStringLiteral("Window\\Side");
+const QString kThemeKey = QStringLiteral("Window\\Theme");
+
+WindowTheme::Choice StoredTheme(ConfigService& config) {
+    return static_cast<WindowTheme::Choice>(std::clamp(config.Find(kThemeKey).value_or(QString()).toInt(), 0, 2));
+}
+
+}  // namespace
+
+MainWindow::MainWindow(Host& host)
+    : FHost(host),
+      FTexts(host.Language()),
+      FTheme(StoredTheme(host.Config())),
+      FTree(new TreePane(host.Language())),
+      FTable(new TablePane(host.Language())),
+      FSubscriber(new Subscriber(host, this)),
+      FDetails(new DetailsPane(host)),
+      FPlaylists(new PlaylistPane(host)),
+      FFirstStart(new FirstStartPage(host, *FSubscriber)),
+      FTasks(new TaskBar(host.Library(), host.Language())),
+      FSplitter(new QSplitter(Qt::Horizontal)),
+      FSide(new QSplitter(Qt::Vertical)),
+      FPages(new QStackedWidget),
+      FPlace(new QWidget),
+      FPlaceLayout(new QVBoxLayout(FPlace)),
+      FBanner(new Banner(FPlace)),
+      FMenuBar(new WindowMenuBar(host, FTheme)),
+      FOptions(host),
+      FCommands(new WindowCommands(host, *this)),
+      FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
+    setObjectName(QStringLiteral("MainWindow"));
+    setMenuBar(FMenuBar);
+    setStatusBar(FTasks);
+    setAcceptDrops(true);
+    Arrange();
+    AddMenuItems();
+    FLibrary = std::make_unique<LibraryController>(FHost, *FTree, *FTable);
+    FOptions.SetParent(this);
+    SetTransportBar(new PlainTransportBar(FHost));
+    ConnectLibrary();
+    ConnectMenus();
+    AnswerMessages();
+    std::vector<std::unique_ptr<NotificationPresenter>> presenters;
+    presenters.push_back(MakeServicePresenter());
+    presenters.push_back(MakeTrayPresenter());
+    presenters.push_back(MakeBannerPresenter(FBanner, [this] { return FTexts("Show"); }));
+    SetNotificationPresenters(std::move(presenters));
+    RestoreLayout();
+    Localize();
+    ShowPage();
+}
+
+MainWindow::~MainWindow() {
+    SaveLayout();
+    LetGo();
+    FLibrary.reset();
+    std::vector<std::unique_ptr<NotificationPresenter>> presenters;
+    presenters.push_back(MakeServicePresenter());
+    presenters.push_back(MakeTrayPresenter());
+    SetNotificationPresenters(std::move(presenters));
+    FHost.Messages().Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });
+    FHost.Messages().Handle(kMsgShowWindow, [](std::int32_t, void*) { return E_NOTIMPL; });
+}
+
+void MainWindow::Arrange() {
+    FSide->addWidget(FDetails);
+    FSide->addWidget(FPlaylists);
+    FSide->setSizes({420, 240});
+    FSplitter->addWidget(FTree);
+    FSplitter->addWidget(FTable);
+    FSplitter->addWidget(FSide);
+    FSplitter->setStretchFactor(1, 1);
+    FSplitter->setSizes({220, 680, 300});
+    for (QSplitter* splitter : {FSplitter, FSide}) {
+        splitter->setHandleWidth(1);
+        splitter->setChildrenCollapsible(false);
+    }
+    FTree->setMinimumWidth(140);
+    FTable->setMinimumWidth(260);
+    FSide->setMinimumWidth(220);
+    FPages->addWidget(FSplitter);
+    FPages->addWidget(FFirstStart);
+    auto* line = new QFrame;
+    line->setObjectName(QStringLiteral("Line"));
+    FPlaceLayout->setContentsMargins({});
+    FPlaceLayout->setSpacing(0);
+    FPlaceLayout->addWidget(FPages, 1);
+    FPlaceLayout->addWidget(line);
+    setCentralWidget(FPlace);
+}
+
+void MainWindow::AddMenuItems() {
+    const auto add = [this](const char* key, QWidget* pane, const QKeySequence& keys) {
+        auto* toggle = new QAction(this);
+        toggle->setObjectName(QString::fromLatin1(key));
+        toggle->setCheckable(true);
+        toggle->setShortcut(keys);
+        toggle->setChecked(FHost.Config().Find(u"Window\\" + QString::fromLatin1(key)).value_or(QString()) != u"0");
+        pane->setVisible(toggle->isChecked());
+        connect(toggle, &QAction::toggled, this, [this, pane, key](bool isShown) {
+            pane->setVisible(isShown);
+            FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
+            FHost.Config().Write(u"Window\\" + QString::fromLatin1(key),
+                                 isShown ? QStringLiteral("1") : QStringLiteral("0"));
+        });
+        FMenuBar->AddPane(key, toggle);
+    };
+    add("PaneDetails", FDetails, QKeySequence(Qt::Key_F9));
+    add("PanePlaylists", FPlaylists, QKeySequence(Qt::SHIFT | Qt::Key_F9));
+    FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
+}
+
+void MainWindow::ConnectLibrary() {
+    connect(FTable, &TablePane::Activated, this, &MainWindow::Play);
+    connect(FTable, &TablePane::CurrentChanged, this, &MainWindow::ShowDetails);
+    connect(FPlaylists, &PlaylistPane::Activated, this, &MainWindow::Play);
+    connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
+        if (FHost.Player().FileName() != file) Play(file);
+        FTransport->Seek(seconds);
+    });
+    connect(FTable, &TablePane::MenuWanted, this, [this](const QPoint& position) {
+        FCommands->ShowMenu(kMenuLibraryTable, position, [this](QMenu& menu) {
+            const bool hasRow = !FTable->CurrentFile().isEmpty();
+            QAction* play = menu.addAction(FTexts("Play"), this, [this] { Play(FTable->CurrentFile()); });
+            QAction* add =
+                menu.addAction(FTexts("AddToPlaylist"), this, [this] { FPlaylists->Add(FTable->SelectedFiles()); });
+            for (QAction* action : {play, add}) action->setEnabled(hasRow);
+        });
+    });
+    connect(FTree, &TreePane::MenuWanted, this,
+            [this](const QPoint& position) { FCommands->ShowMenu(kMenuLibraryTree, position); });
+    connect(FPlaylists, &PlaylistPane::MenuWanted, this, [this](const QPoint& position) {
+        FCommands->ShowMenu(kMenuPlaylistItem, position, [this](QMenu& menu) { FPlaylists->FillMenu(menu); });
+    });
+    connect(FCommands, &WindowCommands::Ran, FLibrary.get(), &LibraryController::Reload);
+    connect(FLibrary.get(), &LibraryController::TasksChanged, this, [this] { FTasks->Update(FLibrary->Storage()); });
+    connect(FLibrary.get(), &LibraryController::Reloaded, this, &MainWindow::ShowPage);
+    connect(FLibrary.get(), &LibraryController::StorageChanged, this, [this] {
+        if (!FLibrary->Storage()) LetGo();
+        FTasks->Update(FLibrary->Storage());
+        ShowPage();
+    });
+    connect(&FTable->Model(), &TableModel::Failed, this,
+            [this](const QString& reason) { FBanner->Show(FTexts("Library"), reason); });
+    connect(FSubscriber, &Subscriber::Finished, this, &MainWindow::Report);
+}
+
+void MainWindow::ConnectMenus() {
+    connect(&FTheme, &WindowTheme::Changed, this, &MainWindow::OnThemeChanged);
+    connect(FMenuBar, &WindowMenuBar::Subscribe, this, [this] {
+        const LibraryStorage* storage = FLibrary->Storage();
+        if (const auto add = storage ? storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>()
+                                     : Ref<IVEXAMLDataStorageCommandAddFilesDialog>())
+            add->Execute(winId());
+    });
+    connect(FMenuBar, &WindowMenuBar::Import, this, &MainWindow::Import);
+    connect(FFirstStart, &FirstStartPage::ImportWanted, this, &MainWindow::Import);
+    connect(FMenuBar, &WindowMenuBar::Export, this, &MainWindow::Export);
+    connect(FMenuBar, &WindowMenuBar::Options, this, [this] { FOptions.ShowPage(nullptr, true); });
+    connect(FMenuBar, &WindowMenuBar::Quit, this, &QWidget::close);
+    connect(FMenuBar, &WindowMenuBar::FocusSearch, FTable->Search(), [this] {
+        FTable->Search()->setFocus(Qt::ShortcutFocusReason);
+        FTable->Search()->selectAll();
+    });
+}
+
+void MainWindow::ShowPage() {
+    QWidget* page = FSplitter;
+    if (FLibrary->IsEmpty()) page = FFirstStart;
+    if (FPages->currentWidget() == page) return;
+    FPages->setCurrentWidget(page);
+    if (page == FSplitter) FTable->View()->setFocus();
+}
+
+void MainWindow::ShowDetails() {
+    double date = 0;
+    const QModelIndex current = FTable->View()->currentIndex();
+    const TableModel& model = FTable->Model();
+    if (const auto* row = current.isValid() ? model.Row(current.row()) : nullptr)
+        for (std::size_t i = 0; i < model.Columns().size(); ++i)
+            if (model.Columns()[i]->Type == IVEXAMLDataField::DateTime) date = (*row)[i].Number;
+    FDetails->Show(FTable->CurrentFile(), date);
+}
+
+void MainWindow::LetGo() {
+    FDetails->Stop();
+    FTasks->Update(nullptr);
+}
+
+void MainWindow::Import() {
+    const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), FTexts("OpmlFiles"));
+    if (file.isEmpty()) return;
+    if (const QString problem = FSubscriber->Import(file); !problem.isEmpty())
+        Warn(problem == file ? FTexts("CannotRead", file) : problem);
+}
+
+void MainWindow::Export() {
+    QString file = QFileDialog::getSaveFileName(this, QString(), QStringLiteral("podcasts.opml"), FTexts("OpmlFiles"));
+    if (file.isEmpty()) return;
+    if (const QString problem = FSubscriber->Export(file); !problem.isEmpty())
+        Warn(problem == file ? FTexts("CannotWrite", file) : problem);
+    else
+        FBanner->Show(FTexts("Exported", file), {});
+}
+
+void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
+    FLibrary->Reload();
+    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;  // the page says it beside its field
+    if (outcomes.size() > 3) {
+        std::vector<TaskProblem> problems;
+        for (const auto& outcome : outcomes)
+            if (outcome.Code != S_OK)
+                problems.push_back({outcome.Address, SubscriptionReport({outcome}, FTexts, true)});
+        const auto count = QLocale().toString(static_cast<int>(outcomes.size() - problems.size()));
+        FTasks->AddProblems(std::move(problems));
+        return FBanner->Show(FTexts("Subscribed", count), {});
+    }
+    if (const QString report = SubscriptionReport(outcomes, FTexts, false); !report.isEmpty())
+        FBanner->Show(report, {});
+}
+
+void MainWindow::AnswerMessages() {
+    FHost.Messages().Handle(kMsgGetMainWindow, [this](std::int32_t, void* window) {
+        if (!window) return E_POINTER;
+        *static_cast<WindowHandle*>(window) = winId();
+        return S_OK;
+    });
+    FHost.Messages().Handle(kMsgShowWindow, [this](std::int32_t which, void* command) {
+        if (which != kWindowLibrary) return E_INVALIDARG;
+        auto* value = static_cast<std::int32_t*>(command);
+        const bool isToShow = !value || *value == 0;
+        if (value) *value = isVisible() ? 0 : 1;
+        if (!isToShow) return S_OK;
+        if (isMinimized())
+            showNormal();
+        else
+            show();
+        raise();
+        activateWindow();
+        return S_OK;
+    });
+}
+
+void MainWindow::SetTransportBar(TransportBar* bar) {
+    delete FTransport;
+    FTransport = bar;
+    FPlaceLayout->addWidget(bar);
+    connect(bar, &TransportBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
+    connect(bar, &TransportBar::Failed, this, &MainWindow::Warn);
+}
+
+void MainWindow::Warn(const QString& message) {
+    auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
+    box->setTextFormat(Qt::PlainText);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void MainWindow::LoadPlugin(const QString& fileName) {
+    try {
+        FHost.LoadPlugin(fileName);
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
+}
+
+void MainWindow::Play(const QString& file) {
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    if (file.isEmpty() || Succeeded(FHost.Player().Play(MakeString(file).Get(), error.Get()))) return;
+    const QString reason = error->Message();
+    Warn(reason.isEmpty() ? FTexts("CannotPlay", file) : reason);
+}
+
+void MainWindow::RestoreLayout() {
+    const auto bytes = [this](const QString& key) {
+        return QByteArray::fromBase64(FHost.Config().Find(key).value_or(QString()).toLatin1());
+    };
+    const QByteArray geometry = bytes(kGeometryKey);
+    if (geometry.isEmpty() || !restoreGeometry(geometry)) resize(kFirstSize.boundedTo(screen()->availableSize()));
+    if (const QByteArray sizes = bytes(kSplitterKey); !sizes.isEmpty()) FSplitter->restoreState(sizes);
+    if (const QByteArray sizes = bytes(kSideKey); !sizes.isEmpty()) FSide->restoreState(sizes);
+    for (QSplitter* splitter : {FSplitter, FSide}) splitter->setHandleWidth(1);
+}
+
+void MainWindow::SaveLayout() {
+    const auto write = [this](const QString& key, const QByteArray& value) {
+        FHost.Config().Write(key, QString::fromLatin1(value.toBase64()));
+    };
+    write(kGeometryKey, saveGeometry());
+    write(kSplitterKey, FSplitter->saveState());
+    write(kSideKey, FSide->saveState());
+    FHost.Config().Write(kThemeKey, QString::number(static_cast<int>(FTheme.Chosen())));
+}
+
+void MainWindow::Localize() {
+    QLocale::setDefault(LocaleOf(FHost.Language().Language()));
+    setWindowTitle(FTexts("Title"));
+    FMenuBar->Localize();
+    FTree->Localize();
+    FTable->Localize();
+    FDetails->Localize();
+    FPlaylists->Localize();
+    FFirstStart->Localize();
+    FTasks->Localize();
+    FTransport->Localize();
+    FBanner->SetDismissName(FTexts("Dismiss"));
+}
+
+void MainWindow::OnThemeChanged() {
+    FTree->Model().Repaint();
+    FTable->OnThemeChanged();
+    FPlaylists->OnThemeChanged();
+    FFirstStart->OnThemeChanged();
+    FTasks->OnThemeChanged();
+    FTransport->OnThemeChanged();
+    FBanner->OnThemeChanged();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (FSubscriber->CanSubscribe() && !AddressesIn(*event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    FSubscriber->Subscribe(AddressesIn(*event->mimeData()));
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    FLibrary->SaveLayout();
+    SaveLayout();
+    event->accept();
+    QApplication::quit();
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,97 @@
+#pragma once
+// The player's window: which panes there are, where they stand, and who hears whom. Main thread.
+//
+//     Host host(options);
+//     MainWindow window(host);
+//     host.LoadPlugin(fileName);
+//     window.show();
+//
+// It ends before its host. When plug-ins are unloaded meanwhile, it lets go of all that is theirs.
+
+#include "Host.h"
+#include "LibraryController.h"
+#include "OptionsDialog.h"
+#include "Subscriber.h"
+#include "TransportBar.h"
+#include "WindowCommands.h"
+#include "WindowMenuBar.h"
+#include "WindowTheme.h"
+
+#include <QMainWindow>
+
+class QSplitter;
+class QStackedWidget;
+class QVBoxLayout;
+
+namespace vexa::host {
+
+class Banner;
+class DetailsPane;
+class FirstStartPage;
+class PlaylistPane;
+class TaskBar;
+
+class MainWindow final : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit MainWindow(Host& host);
+    ~MainWindow() override;
+
+    /// In place of the bar that there is; the window owns it.
+    void SetTransportBar(TransportBar* bar);
+    TransportBar* Transport() const noexcept { return FTransport; }
+    WindowTheme& Theme() noexcept { return FTheme; }
+    LibraryController& Library() noexcept { return *FLibrary; }
+
+    /// Loads a plug-in, or says why it cannot.
+    void LoadPlugin(const QString& fileName);
+    /// Plays a file, or says why it cannot.
+    void Play(const QString& file);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void Warn(const QString& message);
+    void AnswerMessages();
+    void Arrange();
+    void AddMenuItems();
+    void ConnectLibrary();
+    void ConnectMenus();
+    void ShowPage();
+    void ShowDetails();
+    void LetGo();
+    void Import();
+    void Export();
+    void Report(const std::vector<Subscriber::Outcome>& outcomes);
+    void RestoreLayout();
+    void SaveLayout();
+    void Localize();
+    void OnThemeChanged();
+
+    Host& FHost;
+    const WindowTexts FTexts;
+    WindowTheme FTheme;
+    TreePane* FTree;
+    TablePane* FTable;
+    Subscriber* FSubscriber;
+    DetailsPane* FDetails;
+    PlaylistPane* FPlaylists;
+    FirstStartPage* FFirstStart;
+    TaskBar* FTasks;
+    QSplitter *FSplitter, *FSide;
+    QStackedWidget* FPages;
+    QWidget* FPlace;  // of all but menu and status bar
+    QVBoxLayout* FPlaceLayout;
+    Banner* FBanner;
+    TransportBar* FTransport = nullptr;
+    WindowMenuBar* FMenuBar;
+    OptionsWindow FOptions;
+    WindowCommands* FCommands;
+    std::unique_ptr<LibraryController> FLibrary;
+    MessageListener FLanguage;
+};
+
+}  // namespace vexa::host

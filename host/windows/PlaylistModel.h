@@ -1,0 +1,46 @@
+#pragma once
+// The entries of one playlist, as the toolkit's views take them: dragged to other places, and files dropped among them.
+// Main thread.
+
+#include "Playlists.h"
+
+#include <QAbstractListModel>
+
+namespace vexa::host {
+
+class PlaylistModel final : public QAbstractListModel {
+    Q_OBJECT
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    /// Null: there is no entry.
+    void SetPlaylist(const Ref<Playlist>& playlist);
+    Playlist* List() const noexcept { return FPlaylist.Get(); }
+    /// The playlist says that it changed.
+    void Update();
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
+    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                         const QModelIndex& parent) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
+
+Q_SIGNALS:
+    /// Files were dropped while there is no playlist that takes them.
+    void NewWanted(const QStringList& files);
+    /// What is selected is to be read from the playlist again.
+    void Updated();
+
+private:
+    void Move(std::vector<int> rows, int target);
+
+    Ref<Playlist> FPlaylist;
+    std::vector<std::pair<QString, QString>> FShown;  // texts and groups
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,12 @@
+#pragma once
+// A list of what did not work, each with its reason. Main thread.
+
+#include "TaskBar.h"
+
+namespace vexa::host {
+
+/// Shows the list and returns at once.
+void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& problems, const WindowTexts& texts,
+                       QWidget* parent);
+
+}  // namespace vexa::host

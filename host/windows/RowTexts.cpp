@@ -1,0 +1,56 @@
+#include "RowTexts.h"
+
+#include "VEXA.Runtime.Dates.h"
+
+#include <QDateTime>
+
+#include <cmath>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr double kLongest = 1e9;  // seconds; beyond it a feed has written nonsense
+
+QDateTime Local(double date) {
+    const QDateTime utc = date != 0 ? FromOleDate(date) : QDateTime();
+    return utc.isValid() ? utc.toLocalTime() : utc;
+}
+
+}  // namespace
+
+QString ShownDuration(double seconds) {
+    if (!(seconds >= 0.5) || seconds > kLongest) return {};
+    const auto whole = static_cast<qint64>(std::llround(seconds));
+    const qint64 hours = whole / 3600, minutes = whole / 60 % 60;
+    const QString rest = QStringLiteral(":%1").arg(whole % 60, 2, 10, QChar(u'0'));
+    if (hours == 0) return QString::number(minutes) + rest;
+    return QStringLiteral("%1:%2").arg(hours).arg(minutes, 2, 10, QChar(u'0')) + rest;
+}
+
+QString ShownDate(double date) {
+    const QDateTime local = Local(date);
+    if (!local.isValid()) return {};
+    // Old episodes are found, and two digits leave the century open.
+    QString format = QLocale().dateFormat(QLocale::ShortFormat);
+    if (!format.contains(u"yyyy")) format.replace(QStringLiteral("yy"), QStringLiteral("yyyy"));
+    return QLocale().toString(local.date(), format);
+}
+
+QString ShownDateTime(double date) {
+    const QDateTime local = Local(date);
+    if (!local.isValid()) return {};
+    return QString(QLocale().toString(local.date(), QLocale::LongFormat) + u", " +
+                   QLocale().toString(local.time(), QLocale::ShortFormat));
+}
+
+QLocale LocaleOf(const QString& language) {
+    const QLocale system = QLocale::system();
+    if (QLocale::languageToString(system.language()) == language) return system;
+    for (int i = QLocale::AnyLanguage + 1; i <= QLocale::LastLanguage; ++i)
+        if (const auto known = static_cast<QLocale::Language>(i); QLocale::languageToString(known) == language)
+            return QLocale(known);
+    return system;
+}
+
+}  // namespace vexa::host

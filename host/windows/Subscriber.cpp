@@ -1,0 +1,121 @@
+#include "Subscriber.h"
+
+#include "ErrorInfo.h"
+#include "Guarded.h"
+#include "Library.h"
+#include "ObjectList.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMimeData>
+#include <QUrl>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr qint64 kLook = 4096;  // bytes, within which a document says what it is
+
+bool IsSubscriptionList(const QString& fileName) {
+    QFile file(fileName);
+    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) return false;
+    return file.read(kLook).toLower().contains("<opml");
+}
+
+}  // namespace
+
+/// Collects what a storage tells, and hands it on when all is told. The subscriber may be gone by then.
+class Subscriber::Events final : public RefCountedObject<IVEXAMLSubscriptionEvents> {
+public:
+    explicit Events(Link<Subscriber> owner) : FOwner(std::move(owner)) {}
+
+    void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
+        Guarded("noting a subscription", [&] {
+            FOutcomes.push_back({ToQString(address), result, ToQString(text)});
+            return S_OK;
+        });
+    }
+    void OnCompleted() noexcept override {
+        Guarded("ending a subscription", [&] {
+            if (Subscriber* owner = FOwner.Get()) owner->End(FOutcomes);
+            return S_OK;
+        });
+    }
+
+private:
+    const Link<Subscriber> FOwner;
+    std::vector<Outcome> FOutcomes;
+};
+
+Subscriber::Subscriber(Host& host, QObject* parent) : QObject(parent), FHost(host) {}
+
+Ref<IVEXAMLSubscriptionStorage> Subscriber::Storage() const {
+    if (FHost.Library().ActiveStorageID().isEmpty()) return {};
+    return LibraryStorage(FHost.Library()).Subscriptions();
+}
+
+bool Subscriber::CanSubscribe() const {
+    return static_cast<bool>(Storage());
+}
+
+Ref<Subscriber::Events> Subscriber::Begin() {
+    if (FRunning++ == 0) Q_EMIT Started();
+    return Ref<Events>(new Events(Link<Subscriber>(FLinks)));
+}
+
+void Subscriber::End(const std::vector<Outcome>& outcomes) {
+    --FRunning;
+    Q_EMIT Finished(outcomes);
+}
+
+void Subscriber::Subscribe(const QStringList& addresses) {
+    const auto storage = Storage();
+    if (!storage) return;
+    QStringList feeds;
+    for (const QString& address : addresses) {
+        const QString trimmed = address.trimmed();
+        if (!IsSubscriptionList(trimmed)) {
+            if (!trimmed.isEmpty()) feeds += trimmed;
+        } else if (const QString problem = Import(trimmed); !problem.isEmpty()) {
+            Begin();
+            End({{trimmed, E_FAIL, problem}});
+        }
+    }
+    if (feeds.isEmpty()) return;
+    const auto events = Begin();
+    const HResult result = storage->Subscribe(MakeStringList(feeds).Get(), events.Get());
+    if (Failed(result)) End({{feeds.join(QStringLiteral(", ")), result, {}}});
+}
+
+QString Subscriber::Import(const QString& fileName) {
+    const auto storage = Storage();
+    if (!storage) return fileName;
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    const auto events = Begin();
+    if (Succeeded(storage->ImportOPML(MakeString(fileName).Get(), events.Get(), error.Get()))) return {};
+    End({});
+    const QString message = error->Message();
+    return message.isEmpty() ? fileName : message;
+}
+
+QString Subscriber::Export(const QString& fileName) {
+    const auto storage = Storage();
+    if (!storage) return fileName;
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    if (Succeeded(storage->ExportOPML(MakeString(fileName).Get(), error.Get()))) return {};
+    const QString message = error->Message();
+    return message.isEmpty() ? fileName : message;
+}
+
+QStringList AddressesIn(const QMimeData& data) {
+    QStringList addresses;
+    for (const QUrl& url : data.urls())
+        addresses += url.isLocalFile() ? url.toLocalFile() : QString::fromUtf8(url.toEncoded());
+    if (addresses.isEmpty() && data.hasText())
+        for (const QString& line : data.text().split(u'\n', Qt::SkipEmptyParts))
+            if (const QString trimmed = line.trimmed(); trimmed.contains(u"://") || trimmed.startsWith(u'/'))
+                addresses += trimmed;
+    return addresses;
+}
+
+}  // namespace vexa::host

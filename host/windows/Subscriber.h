@@ -1,0 +1,56 @@
+#pragma once
+// Subscribing from the window: by address and by a list of subscriptions, in the background. Main thread.
+
+#include "Host.h"
+
+#include <QObject>
+
+#include <vector>
+
+class QMimeData;
+
+namespace vexa::host {
+
+class Subscriber final : public QObject {
+    Q_OBJECT
+public:
+    struct Outcome {
+        QString Address;
+        HResult Code;  // as IVEXAMLSubscriptionEvents says
+        QString Text;
+    };
+
+    explicit Subscriber(Host& host, QObject* parent = nullptr);
+
+    /// Whether the storage that shows is one of subscriptions.
+    bool CanSubscribe() const;
+    bool IsBusy() const noexcept { return FRunning > 0; }
+
+    /// Feeds by their addresses; files and text dropped on a window are addresses, too. A list of subscriptions among
+    /// them is imported.
+    void Subscribe(const QStringList& addresses);
+    /// Both are empty, or why the file cannot be read or written.
+    QString Import(const QString& fileName);
+    QString Export(const QString& fileName);
+
+Q_SIGNALS:
+    void Started();
+    /// All that was asked for at once is done.
+    void Finished(const std::vector<Subscriber::Outcome>& outcomes);
+
+private:
+    class Events;
+
+    Ref<IVEXAMLSubscriptionStorage> Storage() const;
+    Ref<Events> Begin();
+    void End(const std::vector<Outcome>& outcomes);
+
+    Host& FHost;
+    int FRunning = 0;
+    LinkSource<Subscriber> FLinks{this};
+};
+
+/// The addresses in what is dragged over a window, or pasted: web addresses and the names of local files.
+QStringList AddressesIn(const QMimeData& data);
+
+}  // namespace vexa::host

@@ -1,0 +1,382 @@
+#include "TableModel.h"
+
+#include "RowTexts.h"
+#include "WindowIcons.h"
+
+#include <QMimeData>
+
+#include <algorithm>
+#include <limits>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kMostPages = 24;    // kept beside those in sight
+constexpr int kMostReloaded = 8;  // pages, when the selection is spread over many
+
+const QString kMarkField = QStringLiteral("URLAudioCached");
+const QString kNotThere = QStringLiteral("…");
+
+int AsCount(std::int64_t count) {
+    return static_cast<int>(std::clamp<std::int64_t>(count, 0, std::numeric_limits<int>::max() / 64));
+}
+
+}  // namespace
+
+TableModel::TableModel(const LanguageService& language, QObject* parent)
+    : QAbstractTableModel(parent), FTexts(language) {}
+
+TableModel::~TableModel() {
+    Forget();
+}
+
+void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
+    beginResetModel();
+    Forget();
+    FStorage = storage;
+    FReader = reader;
+    FColumns.clear();
+    FPages.clear();
+    FCount = 0;
+    FIDColumn = FFileColumn = -1;
+    FQuery = {};
+    if (FStorage) {
+        const LibraryField* file = nullptr;
+        for (const LibraryField& field : FStorage->Fields()) {
+            if (!field.HasRows()) continue;
+            if (field.Type == IVEXAMLDataField::FileName) file = &field;
+            if (!field.Is(IVEXAMLDataField::Internal)) FColumns.push_back(&field);
+        }
+        for (const LibraryField* field : FColumns) FQuery.Fields += field->Name;
+        const auto add = [this](const LibraryField* field) {
+            if (!field || !field->HasRows()) return -1;
+            FQuery.Fields += field->Name;
+            return static_cast<int>(FQuery.Fields.size()) - 1;
+        };
+        FFileColumn = add(file);
+        FIDColumn = add(FStorage->Field(QStringLiteral("ID")));
+        if (FIDColumn < 0) FIDColumn = FFileColumn;
+    }
+    endResetModel();
+}
+
+void TableModel::Forget() {
+    if (FReader) {
+        for (const RowReader::Ticket ticket : {FFirst, FCounting}) FReader->Cancel(ticket);
+        for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);
+        if (FReloading)
+            for (const RowReader::Ticket ticket : FReloading->Tickets) FReader->Cancel(ticket);
+    }
+    FFirst = FCounting = 0;
+    FAsked.clear();
+    FReloading.reset();
+    FIsToReload = false;
+}
+
+void TableModel::SetQuery(RowQuery query) {
+    query.Fields = FQuery.Fields;
+    query.Sort = FQuery.Sort;
+    FQuery = std::move(query);
+    Ask();
+}
+
+void TableModel::Ask() {
+    Forget();
+    if (!FReader) return;
+    try {
+        FFirst = FReader->Read(PageQuery(0), [this](RowPage page) { TakeFirst(std::move(page)); });
+        Q_EMIT BusyChanged(true);
+    } catch (const LibraryError& error) {
+        Q_EMIT Failed(error.Message());
+    }
+}
+
+RowQuery TableModel::PageQuery(int page) const {
+    RowQuery query = FQuery;
+    query.Offset = page * kPageSize;
+    query.Limit = kPageSize;
+    return query;
+}
+
+void TableModel::TakeFirst(RowPage page) {
+    FFirst = 0;
+    beginResetModel();
+    FPages.clear();
+    FCount = static_cast<int>(page.Rows.size());
+    FPages[0] = std::move(page.Rows);
+    endResetModel();
+    if (!page.Error.isEmpty()) Q_EMIT Failed(page.Error);
+    // A short page is the whole answer.
+    if (FCount == kPageSize)
+        FCounting = FReader->Count(FQuery, [this](const RowCount& count) {
+            FCounting = 0;
+            TakeCount(count);
+        });
+    Q_EMIT BusyChanged(false);
+    Q_EMIT Shown();
+}
+
+void TableModel::TakeCount(const RowCount& count) {
+    if (!count.Error.isEmpty()) return Q_EMIT Failed(count.Error);
+    SetCount(std::max(AsCount(count.Count), FCount));
+    Q_EMIT Shown();
+}
+
+void TableModel::SetCount(int count) {
+    if (count > FCount) {
+        beginInsertRows({}, FCount, count - 1);
+        FCount = count;
+        endInsertRows();
+    } else if (count < FCount) {
+        beginRemoveRows({}, count, FCount - 1);
+        FCount = count;
+        endRemoveRows();
+    }
+}
+
+void TableModel::SetSight(int first, int last) {
+    FSightFirst = std::max(first, 0);
+    FSightLast = std::max(last, FSightFirst);
+    AskPages();
+}
+
+void TableModel::AskPages() {
+    if (!FReader || IsBusy() || FCount == 0) return;
+    const int first = FSightFirst / kPageSize, last = std::min(FSightLast, FCount - 1) / kPageSize;
+    for (auto asked = FAsked.begin(); asked != FAsked.end();) {
+        if (asked->first >= first && asked->first <= last) {
+            ++asked;
+            continue;
+        }
+        FReader->Cancel(asked->second);
+        asked = FAsked.erase(asked);
+    }
+    for (int page = first; page <= last; ++page) {
+        if (FPages.contains(page) || FAsked.contains(page)) continue;
+        FAsked[page] = FReader->Read(PageQuery(page), [this, page](RowPage answer) {
+            FAsked.erase(page);
+            if (!answer.Error.isEmpty()) return Q_EMIT Failed(answer.Error);
+            const bool isShort = answer.Rows.size() < kPageSize && (page + 1) * kPageSize < FCount;
+            FPages[page] = std::move(answer.Rows);
+            Q_EMIT dataChanged(index(page * kPageSize, 0),
+                               index(std::min((page + 1) * kPageSize, FCount) - 1, columnCount() - 1));
+            Q_EMIT Shown();
+            if (isShort) Reload();  // rows have gone since they were counted
+        });
+    }
+    while (FPages.size() > static_cast<std::size_t>(kMostPages + last - first)) {
+        const bool isLow = first - FPages.begin()->first > FPages.rbegin()->first - last;
+        FPages.erase(isLow ? FPages.begin() : std::prev(FPages.end()));
+    }
+}
+
+void TableModel::Reload() {
+    if (!FReader || IsBusy()) return;
+    if (FReloading || FCounting != 0)
+        FIsToReload = true;
+    else
+        BeginReload();
+}
+
+void TableModel::BeginReload() {
+    // The pages in sight, those where somebody stands, and their neighbours, into which rows may have moved.
+    std::set<int> wanted;
+    const auto want = [&](int page) {
+        for (int near = page - 1; near <= page + 1; ++near)
+            if (near >= 0 && near <= FCount / kPageSize) wanted.insert(near);
+    };
+    for (int page = FSightFirst / kPageSize; page <= FSightLast / kPageSize; ++page) want(page);
+    const QModelIndexList kept = persistentIndexList();
+    for (const QModelIndex& index : kept)
+        if (wanted.size() < kMostReloaded) want(index.row() / kPageSize);
+    FReloading.emplace();
+    for (const int page : wanted) {
+        auto ticket = std::make_shared<RowReader::Ticket>();
+        *ticket = FReader->Read(PageQuery(page), [this, page, ticket](RowPage answer) {
+            FReloading->Tickets.erase(*ticket);
+            if (answer.Error.isEmpty()) FReloading->Arrived[page] = std::move(answer.Rows);
+            if (!FReloading->Tickets.empty()) return;
+            const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
+                const Reloading reloaded = *std::move(FReloading);
+                FReloading.reset();
+                if (count.Error.isEmpty()) TakeReloaded(reloaded.Arrived, AsCount(count.Count));
+                if (std::exchange(FIsToReload, false)) Reload();
+            });
+            FReloading->Tickets.insert(counting);
+        });
+        FReloading->Tickets.insert(*ticket);
+    }
+}
+
+void TableModel::TakeReloaded(Pages pages, int count) {
+    for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);
+    FAsked.clear();
+    SetCount(std::max(count, FCount));
+    MoveRows(std::move(pages));
+    SetCount(count);
+    Q_EMIT Shown();
+    AskPages();
+}
+
+void TableModel::MoveRows(Pages pages) {
+    QHash<QString, int> places;
+    bool haveMoved = false;
+    for (const auto& [number, page] : pages)
+        for (int i = 0; i < static_cast<int>(page.size()); ++i) {
+            const int row = number * kPageSize + i;
+            const QString id = ID(pages, row);
+            places.insert(id, row);
+            haveMoved = haveMoved || (Row(row) && ID(FPages, row) != id);
+        }
+    if (!haveMoved) {
+        FPages = std::move(pages);
+        if (FCount > 0) Q_EMIT dataChanged(index(0, 0), index(FCount - 1, columnCount() - 1));
+        return;
+    }
+    Q_EMIT layoutAboutToBeChanged();
+    const QModelIndexList from = persistentIndexList();
+    QModelIndexList to;
+    for (const QModelIndex& old : from) {
+        const int row = Row(old.row()) ? places.value(ID(FPages, old.row()), -1) : old.row();
+        to += row < 0 ? QModelIndex() : index(row, old.column());
+    }
+    FPages = std::move(pages);
+    changePersistentIndexList(from, to);
+    Q_EMIT layoutChanged();
+}
+
+const std::vector<RowValue>* TableModel::Row(const Pages& pages, int row) const {
+    const auto page = pages.find(row / kPageSize);
+    if (row < 0 || page == pages.end()) return nullptr;
+    const auto place = static_cast<std::size_t>(row % kPageSize);
+    return place < page->second.size() ? &page->second[place] : nullptr;
+}
+
+const std::vector<RowValue>* TableModel::Row(int row) const {
+    return Row(FPages, row);
+}
+
+QString TableModel::ID(const Pages& pages, int row) const {
+    const auto* values = Row(pages, row);
+    return values && FIDColumn >= 0 ? (*values)[static_cast<std::size_t>(FIDColumn)].Text : QString();
+}
+
+QString TableModel::File(int row) const {
+    const auto* values = Row(row);
+    return values && FFileColumn >= 0 ? (*values)[static_cast<std::size_t>(FFileColumn)].Text : QString();
+}
+
+QStringList TableModel::Files(int first, int last) {
+    QStringList files;
+    for (int row = first; row <= last;) {
+        if (Row(row)) {
+            files += File(row++);
+            continue;
+        }
+        int end = row;
+        while (end < last && !Row(end + 1)) ++end;
+        RowQuery query = FQuery;
+        query.Offset = row;
+        query.Limit = end - row + 1;
+        if (FReader)
+            for (const auto& values : FReader->ReadNow(query).Rows)
+                files += values[static_cast<std::size_t>(FFileColumn)].Text;
+        row = end + 1;
+    }
+    return files;
+}
+
+int TableModel::FindFile(const QString& file) const {
+    for (const auto& [number, page] : FPages)
+        for (int i = 0; i < static_cast<int>(page.size()); ++i)
+            if (File(number * kPageSize + i) == file) return number * kPageSize + i;
+    return -1;
+}
+
+int TableModel::ColumnOf(const QString& field) const noexcept {
+    const auto found =
+        std::find_if(FColumns.begin(), FColumns.end(), [&](const LibraryField* known) { return known->Name == field; });
+    return found == FColumns.end() ? -1 : static_cast<int>(found - FColumns.begin());
+}
+
+int TableModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(FColumns.size());
+}
+
+QVariant TableModel::data(const QModelIndex& index, int role) const {
+    const auto column = static_cast<std::size_t>(index.column());
+    if (!index.isValid() || column >= FColumns.size()) return {};
+    const LibraryField& field = *FColumns[column];
+    const bool isMark = field.Name == kMarkField;
+    if (role == Qt::TextAlignmentRole)
+        return QVariant(Qt::AlignVCenter | (field.Type == IVEXAMLDataField::Duration ? Qt::AlignRight : Qt::AlignLeft));
+    const auto* values = Row(index.row());
+    if (!values) return role == Qt::DisplayRole && !isMark ? QVariant(kNotThere) : QVariant();
+    const RowValue& value = (*values)[column];
+    // The name of the local copy says less than that there is one.
+    if (isMark && !value.Text.isEmpty()) {
+        if (role == Qt::DecorationRole) return WindowIcon(QStringLiteral("downloaded"));
+        if (role == Qt::AccessibleTextRole) return FTexts("Downloaded");
+        if (role == Qt::ToolTipRole) return value.Text.toHtmlEscaped();
+    }
+    if (isMark || (role != Qt::DisplayRole && role != Qt::ToolTipRole)) return {};
+    QString text;
+    if (field.Type == IVEXAMLDataField::Duration)
+        text = ShownDuration(value.Number);
+    else if (field.Type == IVEXAMLDataField::DateTime)
+        text = role == Qt::ToolTipRole ? ShownDateTime(value.Number) : ShownDate(value.Number);
+    else
+        text = (field.DisplayValues ? value.Shown : value.Text).simplified();
+    if (role == Qt::DisplayRole || text.isEmpty()) return text;
+    return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // wrapped, and nothing in it is markup
+}
+
+QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
+    if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignVCenter | Qt::AlignLeft);
+    if (role != Qt::DisplayRole && role != Qt::DecorationRole && role != Qt::ToolTipRole &&
+        role != Qt::AccessibleTextRole)
+        return {};
+    // Over a column of marks stands the mark.
+    const QString& name = FColumns[static_cast<std::size_t>(section)]->Name;
+    const bool isMark = name == kMarkField;
+    if (role == Qt::DecorationRole) return isMark ? QVariant(WindowIcon(QStringLiteral("downloaded"))) : QVariant();
+    return isMark && role == Qt::DisplayRole ? QString() : FTexts.Field(name);
+}
+
+Qt::ItemFlags TableModel::flags(const QModelIndex& index) const {
+    return QAbstractTableModel::flags(index) | Qt::ItemNeverHasChildren | Qt::ItemIsDragEnabled;
+}
+
+void TableModel::sort(int column, Qt::SortOrder order) {
+    const bool isColumn = column >= 0 && column < columnCount();
+    FQuery.Sort.clear();
+    if (isColumn)
+        FQuery.Sort = {{FColumns[static_cast<std::size_t>(column)]->Name, order == Qt::AscendingOrder
+                                                                              ? IVEXAMLSortDirection::Ascending
+                                                                              : IVEXAMLSortDirection::Descending}};
+    Ask();
+}
+
+QStringList TableModel::mimeTypes() const {
+    return {QString::fromLatin1(kFilesMimeType)};
+}
+
+QMimeData* TableModel::mimeData(const QModelIndexList& indexes) const {
+    std::set<int> rows;
+    for (const QModelIndex& index : indexes) rows.insert(index.row());
+    QStringList files;
+    for (const int row : rows)
+        if (const QString file = File(row); !file.isEmpty()) files += file;
+    auto* data = new QMimeData;
+    data->setData(QString::fromLatin1(kFilesMimeType), files.join(u'\n').toUtf8());
+    return data;
+}
+
+void TableModel::Localize() {
+    if (columnCount() > 0) Q_EMIT headerDataChanged(Qt::Horizontal, 0, columnCount() - 1);
+    Reload();
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,274 @@
+#include "TablePane.h"
+
+#include "RowDelegate.h"
+#include "WindowIcons.h"
+
+#include <QAction>
+#include <QBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QScrollBar>
+#include <QTableView>
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kRowHeight = RowDelegate::kHeight, kSearchWidth = 280, kSearchHeight = 28;
+constexpr int kTypingPause = 150;  // milliseconds
+
+int WidthOf(const LibraryField& field) {
+    if (field.Name == u"Title") return 360;
+    if (field.Name == u"URLAudioCached") return 34;
+    switch (field.Type) {
+        case IVEXAMLDataField::Duration:
+            return 76;
+        case IVEXAMLDataField::DateTime:
+            return 116;
+        default:
+            return field.DisplayValues ? 84 : 140;
+    }
+}
+
+}  // namespace
+
+TablePane::TablePane(const LanguageService& language, QWidget* parent)
+    : QWidget(parent),
+      FTexts(language),
+      FModel(new TableModel(language, this)),
+      FSearch(new QLineEdit),
+      FView(new QTableView),
+      FCount(new QLabel) {
+    FSearch->setObjectName(QStringLiteral("Search"));
+    FSearch->setClearButtonEnabled(true);
+    FSearch->setMaximumWidth(kSearchWidth);
+    FSearch->setMinimumHeight(kSearchHeight);
+    FSearch->addAction(QIcon(), QLineEdit::LeadingPosition);
+    FCount->setObjectName(QStringLiteral("Faint"));
+    FCount->setTextFormat(Qt::PlainText);
+    FView->setObjectName(QStringLiteral("Rows"));
+    FView->setModel(FModel);
+    FView->setItemDelegate(new RowDelegate(FView));
+    FView->setSelectionBehavior(QAbstractItemView::SelectRows);
+    FView->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    FView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    FView->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    FView->setAlternatingRowColors(true);
+    FView->setShowGrid(false);
+    FView->setWordWrap(false);
+    FView->setFrameShape(QFrame::NoFrame);
+    FView->setTabKeyNavigation(false);
+    FView->setDragEnabled(true);
+    FView->setDragDropMode(QAbstractItemView::DragOnly);
+    FView->setContextMenuPolicy(Qt::CustomContextMenu);
+    FView->setCornerButtonEnabled(false);
+    FView->setSortingEnabled(true);
+    FView->verticalHeader()->hide();
+    FView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    FView->verticalHeader()->setDefaultSectionSize(kRowHeight);
+    QHeaderView* header = FView->horizontalHeader();
+    header->setSectionsMovable(true);
+    header->setHighlightSections(false);
+    header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    header->setContextMenuPolicy(Qt::CustomContextMenu);
+    header->setMinimumSectionSize(34);
+    FView->installEventFilter(this);
+    FView->viewport()->installEventFilter(this);
+    FSearch->installEventFilter(this);
+
+    auto* upper = new QHBoxLayout;
+    upper->setContentsMargins(10, 8, 10, 8);
+    upper->addWidget(FSearch, 1);
+    upper->addStretch(0);
+    upper->addWidget(FCount);
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->setSpacing(0);
+    whole->addLayout(upper);
+    whole->addWidget(FView, 1);
+
+    FTyping.setSingleShot(true);
+    FTyping.setInterval(kTypingPause);
+    connect(FSearch, &QLineEdit::textChanged, &FTyping, qOverload<>(&QTimer::start));
+    connect(&FTyping, &QTimer::timeout, this, [this] { Q_EMIT SearchChanged(FSearch->text().trimmed()); });
+    connect(FModel, &TableModel::Shown, this, &TablePane::OnShown);
+    connect(FModel, &QAbstractItemModel::layoutAboutToBeChanged, this, &TablePane::KeepTop);
+    connect(FModel, &QAbstractItemModel::modelAboutToBeReset, this, [this] { FCurrentRow = -1; });
+    connect(FView->verticalScrollBar(), &QScrollBar::valueChanged, this, &TablePane::UpdateSight);
+    connect(FView->selectionModel(), &QItemSelectionModel::currentRowChanged, this, [this] { OnShown(); });
+    connect(FView, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
+        if (const QString file = FModel->File(index.row()); !file.isEmpty()) Q_EMIT Activated(file);
+    });
+    connect(FView, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& position) { Q_EMIT MenuWanted(FView->viewport()->mapToGlobal(position)); });
+    connect(header, &QWidget::customContextMenuRequested, this, &TablePane::ShowColumnMenu);
+    Localize();
+    OnThemeChanged();
+}
+
+void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, const QByteArray& layout) {
+    FCurrentFile.clear();
+    FCurrentRow = -1;
+    FModel->SetSource(storage, reader);
+    if (!storage) return;
+    QHeaderView* header = FView->horizontalHeader();
+    ArrangeColumns(*storage);
+    if (!layout.isEmpty()) header->restoreState(layout);
+    header->setSectionsMovable(true);
+    // The title takes what the others leave.
+    if (const int title = FModel->ColumnOf(QStringLiteral("Title")); title >= 0)
+        header->setSectionResizeMode(title, QHeaderView::Stretch);
+    else
+        header->setStretchLastSection(true);
+    header->setSortIndicatorShown(true);
+    FModel->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
+}
+
+void TablePane::ArrangeColumns(const LibraryStorage& storage) {
+    QHeaderView* header = FView->horizontalHeader();
+    const QStringList wanted = storage.FieldNames(kSchemaTable);
+    // Where all rows of a storage mix, what they belong to stands beside their title.
+    QStringList order = wanted;
+    if (!order.contains(u"FeedName") && FModel->ColumnOf(QStringLiteral("FeedName")) >= 0 && order.size() > 1) {
+        order.removeAll(QStringLiteral("Artist"));
+        order.insert(1, QStringLiteral("FeedName"));
+    }
+    header->setSortIndicator(-1, Qt::AscendingOrder);
+    int place = 0;
+    for (const QString& name : order)
+        if (const int column = FModel->ColumnOf(name); column >= 0)
+            header->moveSection(header->visualIndex(column), place++);
+    for (int column = 0; column < FModel->columnCount(); ++column) {
+        const LibraryField& field = *FModel->Columns()[static_cast<std::size_t>(column)];
+        header->setSectionHidden(column, !order.contains(field.Name));
+        header->resizeSection(column, WidthOf(field));
+        if (field.Type == IVEXAMLDataField::DateTime) header->setSortIndicator(column, Qt::DescendingOrder);
+    }
+}
+
+QByteArray TablePane::SaveLayout() const {
+    return FView->horizontalHeader()->saveState();
+}
+
+void TablePane::ShowColumnMenu(const QPoint& position) {
+    QHeaderView* header = FView->horizontalHeader();
+    QMenu menu(this);
+    const int shown = header->count() - header->hiddenSectionCount();
+    for (int place = 0; place < header->count(); ++place) {
+        const int column = header->logicalIndex(place);
+        QString caption = FModel->headerData(column, Qt::Horizontal, Qt::AccessibleTextRole).toString();
+        QAction* action = menu.addAction(caption.replace(u'&', QStringLiteral("&&")));
+        action->setCheckable(true);
+        action->setChecked(!header->isSectionHidden(column));
+        action->setEnabled(shown > 1 || header->isSectionHidden(column));
+        connect(action, &QAction::toggled, header,
+                [header, column](bool isShown) { header->setSectionHidden(column, !isShown); });
+    }
+    menu.exec(header->mapToGlobal(position));
+}
+
+void TablePane::UpdateSight() {
+    const int height = FView->viewport()->height();
+    const int first = FView->rowAt(0);
+    const int last = FView->rowAt(std::max(height - 1, 0));
+    FModel->SetSight(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
+}
+
+void TablePane::KeepTop() {
+    FTopRow = FView->verticalScrollBar()->value() > 0 ? FView->rowAt(0) : -1;
+    FTopFile = FTopRow >= 0 ? FModel->File(FTopRow) : QString();
+}
+
+void TablePane::OnShown() {
+    if (const int top = std::exchange(FTopRow, -1); top >= 0 && !FTopFile.isEmpty())
+        if (const int now = FModel->FindFile(FTopFile); now >= 0 && now != top)
+            FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (now - top) * kRowHeight);
+    UpdateSight();
+    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    const QModelIndex current = FView->currentIndex();
+    if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
+        // Where the current row has gone, the one in its place takes over; among other rows it stays by its name.
+        const int row = FCurrentRow >= 0         ? std::min(FCurrentRow, FModel->rowCount() - 1)
+                        : FCurrentFile.isEmpty() ? -1
+                                                 : FModel->FindFile(FCurrentFile);
+        FCurrentRow = -1;
+        if (row >= 0) return FView->selectRow(row);
+    }
+    FCurrentRow = current.isValid() ? current.row() : -1;
+    FCurrentFile = CurrentFile();
+    Q_EMIT CurrentChanged();
+}
+
+QString TablePane::CurrentFile() const {
+    const QModelIndex current = FView->currentIndex();
+    return current.isValid() ? FModel->File(current.row()) : QString();
+}
+
+QStringList TablePane::SelectedFiles() {
+    std::vector<std::pair<int, int>> ranges;
+    for (const QItemSelectionRange& range : FView->selectionModel()->selection())
+        ranges.emplace_back(range.top(), range.bottom());
+    std::sort(ranges.begin(), ranges.end());
+    QStringList files;
+    int next = 0;  // ranges of several columns may say a row twice
+    for (const auto& [top, bottom] : ranges) {
+        files += FModel->Files(std::max(top, next), bottom);
+        next = std::max(next, bottom + 1);
+    }
+    return files;
+}
+
+QStringList TablePane::AllFiles() {
+    return FModel->Files(0, FModel->rowCount() - 1);
+}
+
+bool TablePane::ShowFile(const QString& file) {
+    const int row = FModel->FindFile(file);
+    if (row < 0) return false;
+    FView->selectRow(row);
+    FView->scrollTo(FModel->index(row, 0), QAbstractItemView::PositionAtCenter);
+    return true;
+}
+
+void TablePane::Localize() {
+    FSearch->setPlaceholderText(FTexts("Search"));
+    FSearch->setAccessibleName(FTexts("Search"));
+    FView->setAccessibleName(FTexts("Episodes"));
+    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    FModel->Localize();
+}
+
+void TablePane::OnThemeChanged() {
+    FSearch->actions().first()->setIcon(WindowIcon(QStringLiteral("search")));
+    FView->viewport()->update();
+}
+
+bool TablePane::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize && watched == FView->viewport())
+        QTimer::singleShot(0, this, &TablePane::UpdateSight);
+    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (watched == FView && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+        key->modifiers() == Qt::NoModifier) {
+        if (const QString file = CurrentFile(); !file.isEmpty()) Q_EMIT Activated(file);
+        return true;
+    }
+    if (watched == FSearch && key->key() == Qt::Key_Escape && !FSearch->text().isEmpty()) {
+        FSearch->clear();
+        return true;
+    }
+    if (watched == FSearch && key->key() == Qt::Key_Down) {
+        FView->setFocus(Qt::TabFocusReason);
+        if (!FView->currentIndex().isValid() && FModel->rowCount() > 0) FView->selectRow(0);
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,190 @@
+#include "TaskBar.h"
+
+#include "ProblemDialog.h"
+#include "WindowIcons.h"
+
+#include <QBoxLayout>
+#include <QFontMetrics>
+#include <QLabel>
+#include <QPointer>
+#include <QProgressBar>
+#include <QToolButton>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kPolling = 250;          // milliseconds
+constexpr std::int32_t kOwnTask = -1;  // no storage's
+constexpr int kCaptionWidth = 380, kBarWidth = 90;
+
+}  // namespace
+
+/// One task: its caption, a bar that only says that it goes on, and a button to stop it.
+class TaskBar::Entry {
+public:
+    Entry(TaskBar& owner, const BackgroundTask& task)
+        : FTexts(owner.FTexts), FCaption(task.Caption), FWidget(new QWidget(&owner)), FLabel(new QLabel) {
+        FLabel->setTextFormat(Qt::PlainText);
+        auto* bar = new QProgressBar;
+        bar->setRange(0, 0);
+        bar->setTextVisible(false);
+        bar->setFixedWidth(kBarWidth);
+        bar->setAccessibleName(FTexts("Tasks"));
+        auto* row = new QHBoxLayout(FWidget);
+        row->setContentsMargins(6, 0, 6, 0);
+        row->addWidget(FLabel);
+        row->addWidget(bar);
+        if (task.Cancel) {
+            FCancel = new QToolButton;
+            FCancel->setAutoRaise(true);
+            FCancel->setFocusPolicy(Qt::StrongFocus);
+            QObject::connect(FCancel, &QToolButton::clicked, FCancel, [cancel = task.Cancel, button = FCancel] {
+                button->setEnabled(false);
+                cancel->OnExecute(nullptr);
+            });
+            row->addWidget(FCancel);
+        }
+        Paint();
+        Update();
+    }
+    ~Entry() { delete FWidget; }
+
+    QWidget* Widget() const { return FWidget; }
+    void Update() {
+        const QString caption = ToQString(FCaption.Get()).simplified();
+        FLabel->setText(FLabel->fontMetrics().elidedText(caption, Qt::ElideMiddle, kCaptionWidth));
+        FLabel->setAccessibleName(caption);
+        if (!FCancel) return;
+        const QString name = FTexts("CancelTask", caption);
+        FCancel->setAccessibleName(name);
+        FCancel->setToolTip(Qt::convertFromPlainText(name));
+    }
+    void Paint() {
+        if (FCancel) FCancel->setIcon(WindowIcon(QStringLiteral("cancel")));
+    }
+
+private:
+    const WindowTexts& FTexts;
+    const Ref<IVEXAString> FCaption;
+    const QPointer<QWidget> FWidget;
+    QLabel* const FLabel;
+    QToolButton* FCancel = nullptr;
+};
+
+std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
+    std::vector<TaskProblem> problems;
+    Ref<IVEXAObjectList> outcomes;
+    if (Failed(storage.GetOutcomes(taskID, 0, outcomes.Put())) || !outcomes) return problems;
+    const std::int32_t count = outcomes->GetCount();
+    for (std::int32_t i = 0; i < count; ++i) {
+        Ref<IVEXAMLTaskOutcome> outcome;
+        if (vexa::Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
+        const auto text = [&](std::int32_t id) {
+            Ref<IVEXAString> value;
+            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
+            return ToQString(value.Get());
+        };
+        if (const QString why = text(IVEXAMLTaskOutcome::Error); !why.isEmpty())
+            problems.push_back({text(IVEXAMLTaskOutcome::Caption), why});
+    }
+    return problems;
+}
+
+TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent)
+    : QStatusBar(parent),
+      FLibrary(library),
+      FTexts(language),
+      FProblemButton(new QToolButton),
+      FDismiss(new QToolButton) {
+    setSizeGripEnabled(false);
+    for (QToolButton* button : {FProblemButton, FDismiss}) {
+        button->setAutoRaise(true);
+        button->setFocusPolicy(Qt::StrongFocus);
+        button->hide();
+        addPermanentWidget(button);
+    }
+    FProblemButton->setObjectName(QStringLiteral("Problems"));
+    FProblemButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    connect(FProblemButton, &QToolButton::clicked, this, &TaskBar::ShowProblems);
+    connect(FDismiss, &QToolButton::clicked, this, [this] {
+        FProblems.clear();
+        NameProblems();
+    });
+    FPolling.setInterval(kPolling);
+    connect(&FPolling, &QTimer::timeout, this, &TaskBar::Poll);
+    Localize();
+    OnThemeChanged();
+}
+
+TaskBar::~TaskBar() = default;
+
+void TaskBar::Update(const LibraryStorage* storage) {
+    const QString id = storage ? storage->ID() : QString();
+    if (FStorageID != id) {
+        FEntries.clear();
+        FProblems.clear();
+        FStorageID = id;
+    }
+    std::map<std::int32_t, std::unique_ptr<Entry>> entries;
+    if (storage)
+        for (const BackgroundTask& task : FLibrary.Tasks(id)) {
+            auto& entry = entries[task.ID];
+            if (const auto known = FEntries.find(task.ID); known != FEntries.end()) {
+                entry = std::move(known->second);
+                FEntries.erase(known);
+                continue;
+            }
+            FProblems.erase(task.ID);
+            entry = std::make_unique<Entry>(*this, task);
+            addWidget(entry->Widget());
+            entry->Widget()->show();
+        }
+    // What is left has ended.
+    if (const auto subscriptions = storage ? storage->Subscriptions() : Ref<IVEXAMLSubscriptionStorage>())
+        for (const auto& [task, entry] : FEntries)
+            if (auto problems = ReadProblems(*subscriptions, task); !problems.empty())
+                FProblems[task] = std::move(problems);
+    FEntries = std::move(entries);
+    FEntries.empty() ? FPolling.stop() : FPolling.start();
+    NameProblems();
+}
+
+void TaskBar::AddProblems(std::vector<TaskProblem> problems) {
+    FProblems[kOwnTask] = std::move(problems);
+    NameProblems();
+}
+
+void TaskBar::Poll() {
+    for (const auto& [task, entry] : FEntries) entry->Update();
+}
+
+void TaskBar::NameProblems() {
+    std::size_t count = 0;
+    for (const auto& [task, problems] : FProblems) count += problems.size();
+    FProblemButton->setText(FTexts("Problems", QString::number(count)));
+    FProblemButton->setVisible(count > 0);
+    FDismiss->setVisible(count > 0);
+}
+
+void TaskBar::ShowProblems() {
+    std::vector<TaskProblem> all;
+    for (const auto& [task, problems] : FProblems) all.insert(all.end(), problems.begin(), problems.end());
+    ShowProblemDialog(FTexts("ProblemsTitle"), all, FTexts, window());
+}
+
+void TaskBar::Localize() {
+    setAccessibleName(FTexts("Tasks"));
+    FDismiss->setAccessibleName(FTexts("Dismiss"));
+    FDismiss->setToolTip(FTexts("Dismiss"));
+    NameProblems();
+    Poll();
+}
+
+void TaskBar::OnThemeChanged() {
+    FProblemButton->setIcon(WindowIcon(QStringLiteral("warning")));
+    FDismiss->setIcon(WindowIcon(QStringLiteral("remove")));
+    for (const auto& [task, entry] : FEntries) entry->Paint();
+}
+
+}  // namespace vexa::host

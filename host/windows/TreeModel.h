@@ -1,0 +1,56 @@
+#pragma once
+// The library's tree as the toolkit's views take it. Nodes are read level by level as they are opened; a reload changes
+// only what has changed, so that a view keeps what is selected and open, by the nodes' values. Main thread.
+
+#include "Tree.h"
+
+#include <QAbstractItemModel>
+
+#include <memory>
+#include <vector>
+
+namespace vexa::host {
+
+class TreeModel final : public QAbstractItemModel {
+    Q_OBJECT
+public:
+    explicit TreeModel(QObject* parent = nullptr);
+    ~TreeModel() override;
+
+    /// Null: there is no node.
+    void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider);
+    const Ref<IVEXAMLGroupingTreeDataProvider>& Provider() const noexcept { return FProvider; }
+    void Reload();
+    /// The icons are drawn anew.
+    void Repaint();
+
+    /// Whether a node of the top level has nodes below it; one that was opened already is not read again.
+    bool HasLeaves() const;
+
+    /// The way to a node, empty for no node.
+    TreeWay Way(const QModelIndex& index) const;
+    /// The node that the values lead to; those above it are read as they must be.
+    QModelIndex Find(const QStringList& values);
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& index) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& = {}) const override { return 1; }
+    bool hasChildren(const QModelIndex& parent = {}) const override;
+    bool canFetchMore(const QModelIndex& parent) const override;
+    void fetchMore(const QModelIndex& parent) override;
+    QVariant data(const QModelIndex& index, int role) const override;
+
+private:
+    struct Node;
+
+    Node* NodeOf(const QModelIndex& index) const;
+    QModelIndex IndexOf(const Node& node) const;
+    std::vector<TreeNode> Read(const Node& node) const;
+    void Update(Node& node);
+
+    Ref<IVEXAMLGroupingTreeDataProvider> FProvider;
+    std::unique_ptr<Node> FRoot;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,66 @@
+#include "TreePane.h"
+
+#include "RowDelegate.h"
+
+#include <QBoxLayout>
+#include <QHeaderView>
+#include <QTreeView>
+
+namespace vexa::host {
+
+TreePane::TreePane(const LanguageService& language, QWidget* parent)
+    : QWidget(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
+    FView->setObjectName(QStringLiteral("Tree"));
+    FView->setModel(FModel);
+    FView->setItemDelegate(new RowDelegate(FView));
+    FView->header()->hide();
+    FView->setUniformRowHeights(true);
+    FView->setFrameShape(QFrame::NoFrame);
+    FView->setIndentation(16);
+    FView->setTextElideMode(Qt::ElideRight);
+    FView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    FView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    FView->setContextMenuPolicy(Qt::CustomContextMenu);
+    FView->setExpandsOnDoubleClick(true);
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->addWidget(FView);
+    connect(FView->selectionModel(), &QItemSelectionModel::selectionChanged, this, &TreePane::SelectionChanged);
+    connect(FView, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& position) { Q_EMIT MenuWanted(FView->viewport()->mapToGlobal(position)); });
+    Localize();
+}
+
+void TreePane::SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values) {
+    FModel->SetProvider(std::move(provider));
+    // A tree that is not deep is easier to see whole at its first level.
+    const int count = FModel->rowCount();
+    if (count > 0) FView->expand(FModel->index(count - 1, 0));
+    if (values.isEmpty() || !Select(values)) FView->setCurrentIndex(FModel->index(0, 0));
+}
+
+TreeWay TreePane::SelectedWay() const {
+    const QModelIndexList selected = FView->selectionModel()->selectedIndexes();
+    return selected.isEmpty() ? TreeWay() : FModel->Way(selected.first());
+}
+
+QStringList TreePane::SelectedValues() const {
+    QStringList values;
+    for (const TreeNode& node : SelectedWay()) values += node.Value();
+    return values;
+}
+
+bool TreePane::Select(const QStringList& values) {
+    const QModelIndex found = FModel->Find(values);
+    if (!found.isValid()) return false;
+    FView->setCurrentIndex(found);
+    FView->scrollTo(found);
+    return true;
+}
+
+void TreePane::Localize() {
+    FView->setAccessibleName(FTexts("Library"));
+    FModel->Reload();
+}
+
+}  // namespace vexa::host

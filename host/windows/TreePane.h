@@ -1,0 +1,38 @@
+#pragma once
+// The library's tree. Main thread.
+
+#include "TreeModel.h"
+#include "WindowTexts.h"
+
+#include <QWidget>
+
+class QTreeView;
+
+namespace vexa::host {
+
+class TreePane final : public QWidget {
+    Q_OBJECT
+public:
+    explicit TreePane(const LanguageService& language, QWidget* parent = nullptr);
+
+    TreeModel& Model() noexcept { return *FModel; }
+    QTreeView* View() const noexcept { return FView; }
+
+    /// Shows a tree, with the node that the values lead to as the selected one, else the first one.
+    void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values);
+    TreeWay SelectedWay() const;
+    QStringList SelectedValues() const;
+    bool Select(const QStringList& values);
+    void Localize();
+
+Q_SIGNALS:
+    void SelectionChanged();
+    void MenuWanted(const QPoint& position);
+
+private:
+    const WindowTexts FTexts;
+    TreeModel* const FModel;
+    QTreeView* const FView;
+};
+
+}  // namespace vexa::host

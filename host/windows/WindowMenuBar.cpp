@@ -1,0 +1,87 @@
+#include "WindowMenuBar.h"
+
+#include "LanguageFile.h"
+#include "MenuBuilder.h"
+
+#include <QActionGroup>
+
+namespace vexa::host {
+
+WindowMenuBar::WindowMenuBar(Host& host, WindowTheme& theme, QWidget* parent)
+    : QMenuBar(parent), FHost(host), FTexts(host.Language()) {
+    QMenu* file = AddMenuOf("MenuFile");
+    Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
+    file->addSeparator();
+    Add(file, "Import", QKeySequence(Qt::CTRL | Qt::Key_O), &WindowMenuBar::Import);
+    Add(file, "Export", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), &WindowMenuBar::Export);
+    file->addSeparator();
+    Add(file, "Options", QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowMenuBar::Options);
+    file->addSeparator();
+    Add(file, "Quit", QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowMenuBar::Quit);
+    FLibrary = BuildMenu(FHost.Menus(), *FHost.Menus().BuiltIn(kMenuLibrary), this);
+    addMenu(FLibrary);
+    FCaptions.push_back({FLibrary->menuAction(), "MenuLibrary"});
+    FView = AddMenuOf("MenuView");
+    Add(FView, "Find", QKeySequence(QKeySequence::Find), &WindowMenuBar::FocusSearch);
+    FView->addSeparator();
+    AddThemes(theme);
+    AddLanguages();
+    FView->addSeparator();
+    Localize();
+}
+
+QMenu* WindowMenuBar::AddMenuOf(const char* key) {
+    QMenu* menu = addMenu(QString());
+    FCaptions.push_back({menu->menuAction(), key});
+    return menu;
+}
+
+QAction* WindowMenuBar::Add(QMenu* menu, const char* key, const QKeySequence& keys, void (WindowMenuBar::*signal)()) {
+    QAction* action = menu->addAction(QString());
+    action->setObjectName(QString::fromLatin1(key));
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, this, signal);
+    FCaptions.push_back({action, key});
+    return action;
+}
+
+void WindowMenuBar::AddPane(const char* key, QAction* toggle) {
+    FView->addAction(toggle);
+    FCaptions.push_back({toggle, key});
+    Localize();
+}
+
+void WindowMenuBar::AddThemes(WindowTheme& theme) {
+    QMenu* menu = FView->addMenu(QString());
+    FCaptions.push_back({menu->menuAction(), "Theme"});
+    auto* group = new QActionGroup(this);
+    using Choice = WindowTheme::Choice;
+    for (const auto& [choice, key] :
+         {std::pair(Choice::Desktop, "ThemeDesktop"), {Choice::Light, "ThemeLight"}, {Choice::Dark, "ThemeDark"}}) {
+        QAction* action = menu->addAction(QString());
+        action->setCheckable(true);
+        action->setChecked(theme.Chosen() == choice);
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [&theme, choice = choice] { theme.Choose(choice); });
+        FCaptions.push_back({action, key});
+    }
+}
+
+void WindowMenuBar::AddLanguages() {
+    QMenu* menu = FView->addMenu(QString());
+    FCaptions.push_back({menu->menuAction(), "Language"});
+    auto* group = new QActionGroup(this);
+    for (const QString& language : FHost.Language().Languages()) {
+        QAction* action = menu->addAction(QString(language).replace(u'&', QStringLiteral("&&")));
+        action->setCheckable(true);
+        action->setChecked(language == FHost.Language().Language());
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [this, language] { FHost.Language().Switch(language); });
+    }
+}
+
+void WindowMenuBar::Localize() {
+    for (const Captioned& captioned : FCaptions) captioned.Action->setText(FTexts(captioned.Key));
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,51 @@
+#pragma once
+// The window's menu bar. Main thread.
+
+#include "Host.h"
+#include "WindowTexts.h"
+#include "WindowTheme.h"
+
+#include <QMenuBar>
+
+#include <vector>
+
+class QAction;
+class QActionGroup;
+
+namespace vexa::host {
+
+class WindowMenuBar final : public QMenuBar {
+    Q_OBJECT
+public:
+    WindowMenuBar(Host& host, WindowTheme& theme, QWidget* parent = nullptr);
+
+    /// A pane that can be hidden. `key` names its caption.
+    void AddPane(const char* key, QAction* toggle);
+    void Localize();
+
+Q_SIGNALS:
+    void Subscribe();
+    void Import();
+    void Export();
+    void Options();
+    void Quit();
+    void FocusSearch();
+
+private:
+    struct Captioned {
+        QAction* Action;
+        const char* Key;
+    };
+    QAction* Add(QMenu* menu, const char* key, const QKeySequence& keys, void (WindowMenuBar::*signal)());
+    QMenu* AddMenuOf(const char* key);
+    void AddThemes(WindowTheme& theme);
+    void AddLanguages();
+
+    Host& FHost;
+    const WindowTexts FTexts;
+    std::vector<Captioned> FCaptions;
+    QMenu* FView = nullptr;
+    QMenu* FLibrary = nullptr;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,63 @@
+#pragma once
+// What every part of the window needs of the host's texts and messages. Main thread.
+
+#include "Guarded.h"
+#include "Language.h"
+#include "Messages.h"
+
+#include <functional>
+
+namespace vexa::host {
+
+/// The window's own texts, in the user's language.
+class WindowTexts {
+public:
+    explicit WindowTexts(const LanguageService& language) : FLanguage(language) {}
+
+    QString operator()(const char* key, int part = 0) const {
+        return FLanguage.Text(u"Window\\" + QString::fromLatin1(key), part);
+    }
+    /// With its first place filled. What is filled in is not looked at again.
+    QString operator()(const char* key, const QString& value) const {
+        QString text = (*this)(key);
+        const auto place = text.indexOf(QLatin1String("%s"));
+        return place < 0 ? text : text.replace(place, 2, value);
+    }
+    QString Field(const QString& name) const {
+        const QString caption = FLanguage.Text(u"Fields\\" + name);
+        return caption.isEmpty() ? name : caption;
+    }
+
+private:
+    const LanguageService& FLanguage;
+};
+
+/// Hears one kind of message as long as it lives.
+class MessageListener {
+public:
+    MessageListener(MessageDispatcher& messages, std::uint32_t message, std::function<void()> then)
+        : FMessages(&messages), FHook(new Hook(message, std::move(then))) {
+        FMessages->Hook(FHook.Get());
+    }
+    ~MessageListener() { FMessages->Unhook(FHook.Get()); }
+    MessageListener(const MessageListener&) = delete;
+    MessageListener& operator=(const MessageListener&) = delete;
+
+private:
+    class Hook final : public RefCountedObject<IVEXAMessageHook> {
+    public:
+        Hook(std::uint32_t message, std::function<void()> then) : FMessage(message), FThen(std::move(then)) {}
+        void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
+            if (message == FMessage) Guarded("hearing a message", [this] { return FThen(), S_OK; });
+        }
+
+    private:
+        const std::uint32_t FMessage;
+        const std::function<void()> FThen;
+    };
+
+    const Ref<MessageDispatcher> FMessages;
+    const Ref<IVEXAMessageHook> FHook;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,233 @@
+// The window: its models over a storage of the tests' own, and the whole of it over the podcasts plug-in.
+
+#include "DetailsPane.h"
+#include "EpisodeStorage.h"
+#include "FirstStartPage.h"
+#include "MainWindow.h"
+#include "ShowNotes.h"
+#include "Waiting.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTreeView>
+
+using namespace vexa::host;
+using tests::EpisodeStorage;
+using tests::WaitUntil;
+
+namespace {
+
+/// A table over a storage in memory.
+class Table : public HostTest {
+protected:
+    void SetUp() override {
+        Storage->OffersFiles = Storage->OffersSubscriptions = true;
+        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Identity()), S_OK);
+    }
+    IUnknown* Identity() { return static_cast<IVEXAPropertyList2*>(Storage.Get()); }
+
+    void Open() {
+        Library.emplace(Host.Library());
+        Reader.emplace(*Library);
+        Pane.emplace(Host.Language());
+        Pane->resize(600, 400);
+        Pane->SetSource(&*Library, &*Reader, {});
+        Pane->show();
+        Settle();
+    }
+    void Settle() {
+        // Whatever was asked for is answered in between.
+        for (int i = 0; i < 2; ++i) Reader->CountNow({.Fields = {"Title"}});
+        QCoreApplication::processEvents();
+        ASSERT_TRUE(WaitUntil([&] { return !Pane->Model().IsBusy(); }));
+    }
+    /// The ranges of rows that were asked for.
+    QStringList Ranges() {
+        QStringList ranges;
+        for (const QString& asked : Storage->Asked())
+            if (const QString range = asked.section(u';', -1); range != u"0,0") ranges += range;
+        ranges.removeDuplicates();
+        return ranges;
+    }
+    void TearDown() override {
+        Pane.reset();
+        Reader.reset();
+        Library.reset();
+    }
+
+    Ref<EpisodeStorage> Storage{new EpisodeStorage};
+    std::optional<LibraryStorage> Library;
+    std::optional<RowReader> Reader;
+    std::optional<TablePane> Pane;
+};
+
+/// The window with the plug-in, as the program starts it.
+class Window : public HostTest {
+protected:
+    void Start() {
+        TheWindow.emplace(Host);
+        TheWindow->show();
+        Host.LoadPlugin(QStringLiteral(PLUGIN));
+        ASSERT_TRUE(WaitUntil([&] { return TheWindow->Library().Storage() != nullptr; }));
+    }
+    template <class Widget>
+    Widget* Find(const char* name) {
+        return TheWindow->findChild<Widget*>(QString::fromLatin1(name));
+    }
+    QString WriteFeed() {
+        const QString name = Profile.File("tides.xml");
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly)) return {};
+        file.write("<rss version='2.0'><channel><title>Tides</title>");
+        for (int i = 0; i < 3; ++i)
+            file.write(QByteArray("<item><title>Part " + QByteArray::number(i) + "</title><guid>g" +
+                                  QByteArray::number(i) + "</guid><enclosure url='http://127.0.0.1:9/" +
+                                  QByteArray::number(i) + ".mp3' type='audio/mpeg'/></item>"));
+        file.write("</channel></rss>");
+        return name;
+    }
+    void Subscribe() {
+        Find<QLineEdit>("Address")->setText(WriteFeed());
+        auto* page = TheWindow->findChild<FirstStartPage*>();
+        ASSERT_TRUE(page->isVisible());
+        page->findChild<QPushButton*>("Subscribe")->click();
+        ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && Find<QTableView>("Rows")->isVisible(); }));
+        EXPECT_FALSE(page->isVisible());
+    }
+    QAbstractItemModel* Rows() { return Find<QTableView>("Rows")->model(); }
+
+    std::optional<MainWindow> TheWindow;
+};
+
+QAction* ActionNamed(const QMenu* menu, const QString& name) {
+    for (QAction* action : menu->actions()) {
+        if (action->text() == name) return action;
+        if (QAction* inner = action->menu() ? ActionNamed(action->menu(), name) : nullptr) return inner;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+TEST_F(Table, OnlyRowsInSightAreAsked) {
+    Storage->Episodes.clear();
+    for (int i = 0; i < 5000; ++i)
+        Storage->Episodes.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
+    Open();
+    ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5000; }));
+    EXPECT_EQ(Ranges(), QStringList("0,100"));
+    Storage->Hold();
+    QScrollBar* bar = Pane->View()->verticalScrollBar();
+    bar->setValue(bar->maximum() / 4);  // scrolled past before it could be read
+    bar->setValue(bar->maximum());
+    EXPECT_EQ(Pane->Model().index(4999, Pane->Model().ColumnOf("Title")).data().toString(), "…");
+    Storage->LetThrough();
+    ASSERT_TRUE(WaitUntil([&] { return Pane->Model().Row(4999) != nullptr; }));
+    EXPECT_EQ(Pane->Model().File(4999), "episode://e4999");
+    EXPECT_LE(Ranges().size(), 4);
+    EXPECT_EQ(Ranges().last(), "4900,100");
+}
+
+TEST_F(Table, AReloadKeepsWhereOneIs) {
+    Open();
+    ASSERT_TRUE(Pane->ShowFile("episode://e2"));
+    Pane->View()->selectionModel()->select(Pane->Model().index(Pane->Model().FindFile("episode://e4"), 0),
+                                           QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    // Rows come before them, one of them goes.
+    Storage->Episodes.insert(Storage->Episodes.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
+    QSignalSpy shown(&Pane->Model(), &TableModel::Shown);
+    Pane->Model().Reload();
+    ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 6 && shown.count() > 0; }));
+    EXPECT_EQ(Pane->CurrentFile(), "episode://e2");
+    EXPECT_EQ(Pane->SelectedFiles(), QStringList({"episode://e2", "episode://e4"}));
+    std::erase_if(Storage->Episodes, [](const auto& episode) { return episode.ID == "e2"; });
+    Pane->Model().Reload();
+    ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5; }));
+    EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // what stands in its place
+}
+
+TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
+    Open();
+    const int before = Pane->Model().rowCount();
+    Storage->Hold();
+    const auto asked = Storage->Asked().size();
+    QSignalSpy resets(&Pane->Model(), &QAbstractItemModel::modelReset);
+    Pane->Model().SetQuery({.Fields = {}, .Search = "i"});
+    Storage->WaitUntilAsked(static_cast<int>(asked) + 1);  // the storage has it already
+    Pane->Model().SetQuery({.Fields = {}, .Where = {{"Title", IVEXAMLFieldFilter::Equals, QString("Fog")}}});
+    EXPECT_EQ(Pane->Model().rowCount(), before);  // nothing flickers meanwhile
+    Storage->LetThrough();
+    ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 1; }));
+    EXPECT_EQ(Pane->Model().File(0), "episode://e3");
+    EXPECT_EQ(resets.count(), 1);
+}
+
+TEST(ShowNotes, NotesAreHarmless) {
+    struct {
+        const char *Notes, *Html;
+    } const cases[] = {
+        {"One\nTwo <3", "One<br>Two &lt;3"},
+        {"See https://a.b/c?d=1&e=2.", "See <a href=\"https://a.b/c?d=1&amp;e=2\">https://a.b/c?d=1&amp;e=2</a>."},
+        {"0:45 start, 1:02:03 end, 10:75 no",
+         "<a href=\"seek:45\">0:45</a> start, <a href=\"seek:3723\">1:02:03</a> end, 10:75 no"},
+        {"<p style='color:#fff'>a<img src='file:///dev/zero'></p>", "<p>a</p>"},
+        {"<a href=\"javascript:x()\">a</a><a href='mailto:b@c.d'>b</a>", "a<a href=\"mailto:b@c.d\">b</a>"},
+        {"<script>alert(1)</script><b>2:00</b>", "<b><a href=\"seek:120\">2:00</a></b>"},
+        {"<a href=\"https://x.y\">https://x.y</a>", "<a href=\"https://x.y\">https://x.y</a>"},
+        {"<b>open <script>never closed", "<b>open "},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ShowNotesHtml(c.Notes), c.Html) << c.Notes;
+    vexa::host::ShowNotes notes;
+    EXPECT_TRUE(notes.loadResource(QTextDocument::ImageResource, QUrl("file:///dev/zero")).toByteArray().isEmpty());
+    QSignalSpy seeks(&notes, &ShowNotes::SeekWanted);
+    Q_EMIT notes.anchorClicked(QUrl("seek:45"));
+    EXPECT_EQ(seeks.value(0).value(0).toDouble(), 45);
+}
+
+TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
+    Start();
+    Subscribe();
+    EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
+    Host.Language().Switch("German");
+    EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
+    // What has a focus says what it is.
+    for (const QWidget* widget : TheWindow->findChildren<QWidget*>())
+        if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() &&
+            widget->accessibleName().isEmpty())
+            ADD_FAILURE() << widget->metaObject()->className() << " " << widget->objectName().toStdString();
+    EXPECT_TRUE(Host.UnloadPlugins().isEmpty());
+    EXPECT_EQ(Rows()->rowCount(), 0);
+}
+
+TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
+    Start();
+    Subscribe();
+    auto* view = Find<QTableView>("Rows");
+    view->selectRow(1);
+    const QString file = TheWindow->findChild<TablePane*>()->CurrentFile();
+    QTimer watcher;
+    QObject::connect(&watcher, &QTimer::timeout, &watcher, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu) return;
+        QAction* action = ActionNamed(menu, "Postponed");
+        ASSERT_TRUE(action);
+        watcher.stop();
+        // As a click on it does.
+        QMenu* owner = qobject_cast<QMenu*>(action->parent());
+        action->trigger();
+        if (owner) owner->close();
+        menu->close();
+    });
+    watcher.start(5);
+    Q_EMIT view->customContextMenuRequested(QPoint(5, 5));
+    RowQuery query{.Fields = {"FileName"}, .Where = {{"State", IVEXAMLFieldFilter::Equals, QString("2")}}};
+    RowReader reader(*TheWindow->Library().Storage());
+    ASSERT_TRUE(WaitUntil([&] { return reader.CountNow(query).Count == 1; }));
+    EXPECT_EQ(reader.ReadNow(query).Rows[0][0].Text, file);
+}
