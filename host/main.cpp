@@ -1,5 +1,6 @@
 // vexa: the player. For now without a window.
 
+#include "Installation.h"
 #include "OptionsDialog.h"
 #include "Session.h"
 #include "VEXA.Runtime.Files.h"
@@ -42,13 +43,6 @@ void HandleSignals() {
     }).detach();
 }
 
-/// The language files lie beside the program where it was built, and in the shared data where it is installed.
-QString LanguageFolder() {
-    const QDir program(QCoreApplication::applicationDirPath());
-    const QString beside = program.filePath(QStringLiteral("lang"));
-    return QDir(beside).exists() ? beside : program.filePath(QStringLiteral("../share/vexa/lang"));
-}
-
 int Complain(const QString& message) {
     std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(message));
     return kUsage;
@@ -89,6 +83,7 @@ int main(int argc, char** argv) {
         application = std::make_unique<QCoreApplication>(one, argv);
     }
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));  // which gives windows their icon
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     AttachMainThread();
 
