@@ -3,10 +3,12 @@
 JOBS  ?= $(shell nproc)
 ARGS  ?=
 STRICT ?= OFF
+PREFIX ?= /usr/local
+DESTDIR ?=
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan bench format clean
+.PHONY: help setup build run test test-asan test-tsan bench install uninstall deb check-desktop format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -16,6 +18,9 @@ help:
 	@echo "make test-asan         the tests under the address and undefined-behaviour sanitizers"
 	@echo "make test-tsan         the engine's tests under the thread sanitizer"
 	@echo "make bench             the comparison with other programs (see bench/README.md)"
+	@echo "make install           installs to PREFIX (/usr/local), below DESTDIR if set; make uninstall takes it away"
+	@echo "make deb               a Debian package, in build"
+	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
 
 setup:
 	@./tools/setup packages.txt
@@ -50,6 +55,30 @@ bench: setup
 	@$(CONFIGURE) bench >/dev/null
 	@$(BUILD) bench
 	@./bench/compare build/bench/bin
+
+# What is built already is installed as it is: root leaves no files of a build in the user's folder.
+install:
+	@test -e build/bin/vexa || $(MAKE) build
+	@DESTDIR="$(DESTDIR)" cmake --install build --strip --prefix "$(PREFIX)" >/dev/null
+ifeq ($(DESTDIR),)
+	@./desktop/announce "$(PREFIX)"
+endif
+
+uninstall:
+	@sed 's|^|$(DESTDIR)|' build/install_manifest.txt | xargs -d '\n' rm -f
+	@for folder in lib/vexa/plugins lib/vexa/runtime lib/vexa share/vexa/lang share/vexa share/doc/vexa; do \
+	    rmdir "$(DESTDIR)$(PREFIX)/$$folder"; done
+ifeq ($(DESTDIR),)
+	@./desktop/announce "$(PREFIX)"
+endif
+
+deb: build
+	@./tools/setup desktop/packages.txt
+	@cd build && cpack -G DEB >/dev/null && ls "$$PWD"/*.deb
+
+check-desktop:
+	@./tools/setup desktop/packages.txt
+	@./desktop/check
 
 format:
 	@find sdk runtime core host_api plugin cli host tests bench -name '*.h' -o -name '*.cpp' | xargs clang-format -i

@@ -1,5 +1,6 @@
 // vexa: the player, with a window or without.
 
+#include "Installation.h"
 #include "MainWindow.h"
 #include "Notifications.h"
 #include "OptionsDialog.h"
@@ -50,13 +51,6 @@ bool HasDisplay() {
     return false;
 }
 
-/// The language files lie beside the program where it was built, and in the shared data where it is installed.
-QString LanguageFolder() {
-    const QDir program(QCoreApplication::applicationDirPath());
-    const QString beside = program.filePath(QStringLiteral("lang"));
-    return QDir(beside).exists() ? beside : program.filePath(QStringLiteral("../share/vexa/lang"));
-}
-
 class UsageError : public std::runtime_error {
 public:
     explicit UsageError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -100,8 +94,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     HideServices(host, arguments);
     MainWindow window(host);
     QString plugin = arguments.value(QStringLiteral("plugin"));
-    const QString beside = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libPodcasts.so"));
-    if (plugin.isEmpty() && QFile::exists(beside)) plugin = beside;
+    if (plugin.isEmpty()) plugin = PodcastsPlugin();
     window.show();
     if (!plugin.isEmpty()) window.LoadPlugin(plugin);
     return QApplication::exec();
@@ -124,6 +117,7 @@ int main(int argc, char** argv) {
     const QApplication application(one, argv);
     if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));  // which gives windows their icon
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     AttachMainThread();
 

@@ -1,9 +1,7 @@
 // The life of a plug-in.
 
 #include "Commands.Functions.h"
-
-#include <QCoreApplication>
-#include <QDir>
+#include "Installation.h"
 
 namespace vexa::host::commands {
 
@@ -18,9 +16,8 @@ const Plugin& Loaded(const Host& host) {
 
 QJsonObject Load(Host& host, const QStringList& arguments) {
     if (!host.Plugins().empty()) throw CommandError(QStringLiteral("a plug-in is loaded already: unload it first"));
-    const QString beside = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libPodcasts.so"));
     try {
-        host.LoadPlugin(arguments.value(0, beside));
+        host.LoadPlugin(arguments.value(0, PodcastsPlugin()));
     } catch (const PluginError& error) {
         throw CommandError(QString::fromUtf8(error.what()), error.Code());
     }

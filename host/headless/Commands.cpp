@@ -19,8 +19,7 @@ constexpr char kRowOptions[] =
     "[--range OFFSET,COUNT] [--fields A,B,C]";
 
 constexpr Command kCommands[] = {
-    {"load", "[FILE]", 0, 1, "load a plug-in; without a file, libPodcasts.so beside this program", Main,
-     commands::Load},
+    {"load", "[FILE]", 0, 1, "load a plug-in; without a file, the podcasts", Main, commands::Load},
     {"without", "SERVICE", 1, 1, "hide a service of the host from plug-ins, before load", Main, commands::Without},
     {"plugin", "", 0, 0, "what the plug-in says of itself", Main, commands::Describe},
     {"resolve", "ADDRESS", 1, 1, "how decoders and hooks answer, and the source that would be played", Worker,

@@ -1,0 +1,94 @@
+# bash completion of podcasts. The program's own help says which commands, options and operands there are.
+
+# What can stand for an operand or an option's value of that kind, a line each. The other arguments are the program, and
+# the option that says which profile to look into.
+_podcasts_values() {
+    local kind=$1
+    shift
+    case $kind in
+        FEED) "$@" feeds | sed -n '2,$ s/^ *\([0-9]*\) .*/\1/p' ;;
+        KEY) "$@" episodes --limit 200 | sed 's/ .*//' ;;
+        STATE) printf '%s\n' listened new postponed ;;
+        NAME) "$@" options | sed 's/=.*//' ;;
+    esac 2>/dev/null
+}
+
+# The files that can: folders, and those that match a pattern.
+_podcasts_files() {
+    compgen -d -- "$2"
+    [[ $1 ]] && compgen -f -X "!$1" -- "$2"
+}
+
+_podcasts() {
+    COMPREPLY=()
+    # Readline cuts words at ":" and "=" too; keys have the one, options with their values the other.
+    local line=${COMP_LINE:0:COMP_POINT} words
+    read -ra words <<<"$line"
+    [[ $line == *[[:space:]] ]] && words+=("")
+    local last=$((${#words[@]} - 1)) current=${words[-1]} i
+
+    # The command is the first word that is neither an option nor the profile's folder.
+    local program=("${words[0]/#\~/$HOME}") command="" first=$last
+    for ((i = 1; i < last && first == last; ++i)); do
+        case ${words[i]} in
+            --profile) ((++i)) ;;
+            -*) ;;
+            *) command=${words[i]} first=$i ;;
+        esac
+    done
+    local help valued
+    help=$("${program[0]}" ${command:+"$command"} --help 2>/dev/null) || return
+    # One blank after an option is followed by the placeholder of its value, several by what it does.
+    valued=$(sed -n 's/^  \(--[^ ]* [^ ]\+\) .*/\1/p' <<<"$help")
+
+    # How many operands are given, and whether the word is an option's value.
+    local given=0 option="" isEnded=""
+    for ((i = 1; i < last; ++i)); do
+        local word=${words[i]}
+        if [[ $option ]]; then
+            [[ $option == --profile ]] && program=("${program[0]}" --profile "${word/#\~/$HOME}")
+            option=""
+        elif [[ $isEnded || $word != -?* ]]; then
+            ((i > first)) && ((++given))
+        elif [[ $word == -- ]]; then
+            isEnded=1
+        elif [[ $word == --profile=* ]]; then
+            program=("${program[0]}" "${word/=\~/=$HOME}")
+        elif [[ $'\n'$valued == *$'\n'"$word "* ]]; then
+            option=$word
+        fi
+    done
+    if [[ ! $option && ! $isEnded && $current == --*=* ]]; then
+        option=${current%%=*} current=${current#*=}
+    fi
+
+    local kind="" choices=""
+    if [[ $option ]]; then
+        kind=$(sed -n "s/^$option //p" <<<"$valued" 2>/dev/null)
+    elif [[ ! $isEnded && $current == -* ]]; then
+        choices=$(sed -n 's/^  \(--[^ ]*\) .*/\1/p' <<<"$help")
+    elif [[ ! $command ]]; then
+        choices=$(sed -n '/^Commands:/,/^$/ s/^  \([^ ]*\) .*/\1/p' <<<"$help")
+    else
+        # From "usage: podcasts mark STATE KEY…"; without options and brackets.
+        local operands
+        read -ra operands < <(sed -n '1{s/^usage: podcasts [^ ]*//; s/\[--[^]]*\]//g; s/|.*//; s/[][]//g; p}' <<<"$help")
+        kind=${operands[given]:-}
+        [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
+    fi
+    case $kind in
+        DIR | LOCATION… | FILE.opml) compopt -o filenames 2>/dev/null ;;&
+        DIR) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
+        LOCATION…) mapfile -t COMPREPLY < <(_podcasts_files "*.xml" "$current") ;;
+        FILE.opml) mapfile -t COMPREPLY < <(_podcasts_files "*.opml" "$current") ;;
+        *)
+            [[ $kind ]] && choices=$(_podcasts_values "${kind%…}" "${program[@]}")
+            mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
+            ;;
+    esac
+    # Where Readline cuts at ":", it replaces only what follows the last one.
+    if [[ $current == *:* && $COMP_WORDBREAKS == *:* ]]; then
+        COMPREPLY=("${COMPREPLY[@]#"${current%:*}:"}")
+    fi
+}
+complete -F _podcasts podcasts

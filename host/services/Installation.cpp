@@ -1,0 +1,27 @@
+#include "Installation.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+namespace vexa::host {
+
+namespace {
+
+QString Find(const QString& built, const QString& installed) {
+    const QDir program(QCoreApplication::applicationDirPath());
+    return QDir::cleanPath(program.filePath(QFileInfo::exists(program.filePath(built)) ? built : installed));
+}
+
+}  // namespace
+
+QString LanguageFolder() {
+    // The prefix's folder of programs may hold anything; a folder "lang" of somebody else's there has no such file.
+    return QFileInfo(Find(QStringLiteral("lang/English.lng"), QStringLiteral("../share/vexa/lang/English.lng"))).path();
+}
+
+QString PodcastsPlugin() {
+    return Find(QStringLiteral("libPodcasts.so"), QStringLiteral("../lib/vexa/plugins/libPodcasts.so"));
+}
+
+}  // namespace vexa::host
