@@ -243,7 +243,8 @@ void MediaOutput::HandleError(GstMessage* message) {
     Problem problem = Problem::Other;
     if (g_error_matches(error, GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
         g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND))
+        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
+        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
         problem = Problem::NoCodec;
     else if (FIsPrerolled)
         problem = FIsLocal ? Problem::Other : Problem::BrokeOff;

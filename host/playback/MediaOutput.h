@@ -47,7 +47,9 @@ public:
     void SetVolume(double volume);
 
     State TheState() const noexcept { return FState; }
+    /// Of the last Start, and of what it started.
     Problem LastProblem() const noexcept { return FProblem; }
+    void ForgetProblem() noexcept { FProblem = Problem::None; }
     double Position() const;
     /// Seconds; 0 while it is not known.
     double Duration() const noexcept { return FDuration; }

@@ -126,9 +126,9 @@ void Playback::Play(const QString& address) {
 void Playback::Start(const QString& address) {
     FError.clear();
     const Ref<ErrorInfo> error(new ErrorInfo);
+    FOutput->ForgetProblem();
     if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
-        OnProblem(TheState() == State::Stopped ? FOutput->LastProblem() : MediaOutput::Problem::Other, error->Message(),
-                  true);
+        OnProblem(FOutput->LastProblem(), error->Message(), true);
 }
 
 void Playback::Resume() {
