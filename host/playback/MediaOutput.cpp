@@ -20,6 +20,7 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
+constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
 
@@ -63,6 +64,11 @@ void SetUpSource(GstElement*, GstElement* source, void*) {
     if (g_object_class_find_property(type, "user-agent")) g_object_set(source, "user-agent", kUserAgent, nullptr);
 }
 
+bool IsMadeBy(const char* factoryName, GstObject* object) {
+    GstElementFactory* factory = GST_IS_ELEMENT(object) ? gst_element_get_factory(GST_ELEMENT(object)) : nullptr;
+    return factory && g_str_equal(gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory)), factoryName);
+}
+
 QString Text(const GError* error) {
     return error ? QString::fromUtf8(error->message) : QString();
 }
@@ -85,15 +91,16 @@ void MediaOutput::Start(const QString& source) {
     FWantsPlaying = true;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
+    FCanSeek = true;
     try {
         if (const QString problem = Initialize(); !problem.isEmpty()) {
             FProblem = Problem::NoPlayer;
             throw std::runtime_error(problem.toStdString());
         }
         FProblem = Problem::NotFound;
-        const QByteArray uri = ToUri(source);
+        FUri = ToUri(source);
         FProblem = Problem::None;
-        Open(uri);
+        Open();
     } catch (...) {
         SetState(State::Stopped);
         throw;
@@ -101,11 +108,11 @@ void MediaOutput::Start(const QString& source) {
     SetState(State::Loading);
 }
 
-void MediaOutput::Open(const QByteArray& uri) {
+void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
     FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
-    g_object_set(FPipeline, "uri", uri.constData(), "flags", kAudioWithVolume, "audio-filter",
+    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume, "audio-filter",
                  gst_element_factory_make("scaletempo", nullptr), nullptr);
     if (!FSink.isEmpty()) {
         GError* error = nullptr;
@@ -136,13 +143,29 @@ void MediaOutput::Close() {
     FPosition = Position();
     Q_EMIT Closing();
     if (!FPipeline) return;  // a slot was quicker
+    Drop();
+}
+
+void MediaOutput::Drop() {
     GstElement* pipeline = std::exchange(FPipeline, nullptr);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     GstBus* bus = gst_element_get_bus(pipeline);
     gst_bus_set_sync_handler(bus, nullptr, nullptr, nullptr);
     gst_object_unref(bus);
     gst_object_unref(pipeline);
-    FIsPrerolled = FIsBuffering = false;
+    FIsPrerolled = FIsBuffering = FHasPlayed = false;
+    FTriesLeft = 0;
+}
+
+/// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
+void MediaOutput::ReopenWithoutSeeking() {
+    Drop();
+    FCanSeek = false;
+    FTarget.reset();
+    FPosition = 0;
+    Open();
+    Apply();
+    Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
 void MediaOutput::Stop() {
@@ -164,6 +187,7 @@ void MediaOutput::Pause() {
 
 void MediaOutput::Seek(double seconds) {
     if (!FPipeline || !std::isfinite(seconds)) return;
+    if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable, {}));
     FTarget = std::max(0.0, FDuration > 0 ? std::min(seconds, FDuration) : seconds);
     if (FIsPrerolled) SeekNow(*FTarget);
     Q_EMIT PositionChanged(*FTarget);
@@ -213,7 +237,7 @@ void MediaOutput::Handle(GstMessage* message) {
         case GST_MESSAGE_WARNING: {
             GError* error = nullptr;
             gst_message_parse_warning(message, &error, nullptr);
-            const bool isDevice = g_str_has_prefix(GST_OBJECT_NAME(GST_MESSAGE_SRC(message)), "autoaudiosink");
+            const bool isDevice = IsMadeBy("autoaudiosink", GST_MESSAGE_SRC(message));
             const QString text = Text(error);
             g_clear_error(&error);
             qCInfo(LogHost).noquote() << "playing:" << text;
@@ -250,13 +274,19 @@ void MediaOutput::HandleError(GstMessage* message) {
         problem = FIsLocal ? Problem::Other : Problem::BrokeOff;
     else if (error && error->domain == GST_RESOURCE_ERROR)
         problem = Problem::NotFound;
+    const bool isSeek = FTarget && g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
     g_clear_error(&error);
     g_free(debug);
-    Fail(problem, text);
+    if (isSeek)
+        ReopenWithoutSeeking();
+    else
+        Fail(problem, text);
 }
 
 void MediaOutput::HandleEnd() {
     if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
+    // Where a stream does not say how long it is, a jump may lead behind its end.
+    if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
@@ -288,7 +318,15 @@ void MediaOutput::Fail(Problem problem, const QString& details) {
 void MediaOutput::Prerolled() {
     AskDuration();
     const bool isFirst = !std::exchange(FIsPrerolled, true);
-    if (isFirst && (FTarget || FSpeed != 1)) return SeekNow(FTarget.value_or(0));
+    if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
+        const double target = FTarget.value_or(0);
+        if (TrySeek(target)) return;
+        FTarget = target;
+        FTriesLeft = kSeekTries;
+        g_object_set(FPipeline, "mute", TRUE, nullptr);
+        return Apply();
+    }
+    if (FTriesLeft > 0) return;
     if (FTarget) FPosition = *FTarget;
     FTarget.reset();
     Apply();
@@ -304,16 +342,25 @@ void MediaOutput::AskDuration() {
     Q_EMIT DurationChanged(FDuration);
 }
 
-void MediaOutput::SeekNow(double seconds) {
+bool MediaOutput::TrySeek(double seconds) {
     // Exact where that costs nothing; over the network it might mean to read all that comes before.
     const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | (FIsLocal ? GST_SEEK_FLAG_ACCURATE : 0));
     FTarget = seconds;
+    FHasPlayed = false;
     const auto position = static_cast<gint64>(std::llround(seconds * kSecond));
-    if (gst_element_seek(FPipeline, FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE, 0))
-        return;
+    return gst_element_seek(FPipeline, FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE,
+                            0);
+}
+
+void MediaOutput::SeekNow(double seconds) {
+    if (!TrySeek(seconds) && FTriesLeft == 0) GiveUpSeeking();
+}
+
+void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
-    Q_EMIT Warned(Problem::NotSeekable, {});
+    g_object_set(FPipeline, "mute", FALSE, nullptr);
     Apply();
+    Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
 void MediaOutput::Apply() {
@@ -335,6 +382,17 @@ void MediaOutput::SetState(State state) {
 }
 
 void MediaOutput::Tick() {
+    if (FTriesLeft > 0) {
+        --FTriesLeft;
+        if (TrySeek(*FTarget)) {
+            FTriesLeft = 0;
+            g_object_set(FPipeline, "mute", FALSE, nullptr);
+        } else if (FTriesLeft == 0) {
+            GiveUpSeeking();
+        }
+        return;
+    }
+    FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
     FPosition = Position();
     Q_EMIT PositionChanged(FPosition);
 }

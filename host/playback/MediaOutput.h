@@ -70,8 +70,10 @@ Q_SIGNALS:
     void Warned(Problem problem, const QString& details);
 
 private:
-    void Open(const QByteArray& uri);
+    void Open();
     void Close();
+    void Drop();
+    void ReopenWithoutSeeking();
     void Fail(Problem problem, const QString& details);
     void Drain();
     void Handle(GstMessage* message);
@@ -79,7 +81,9 @@ private:
     void HandleEnd();
     void Prerolled();
     void AskDuration();
+    bool TrySeek(double seconds);
     void SeekNow(double seconds);
+    void GiveUpSeeking();
     void Apply();
     void SetState(State state);
     void Tick();
@@ -91,6 +95,10 @@ private:
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
+    bool FCanSeek = true;     // as far as is known
+    bool FHasPlayed = false;  // since it was sought last
+    int FTriesLeft = 0;       // of a seek that the source is not ready for
+    QByteArray FUri;
     std::optional<double> FTarget;  // where a seek that is under way, or is to come, leads
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };

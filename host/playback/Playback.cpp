@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5};
 constexpr double kMoment = 5;  // seconds: what is past that, "previous" goes back to the beginning of
+constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
 const QString kVolume = QStringLiteral("Player\\Volume");
 
@@ -97,7 +98,9 @@ Playback::~Playback() {
 }
 
 double Playback::Duration() const {
-    return FOutput->Duration() > 0 ? FOutput->Duration() : FCurrent.Duration;
+    // A stream that does not say how long it is seems to be as long as what was read of it.
+    const double played = FOutput->Duration(), described = FCurrent.Duration;
+    return played <= 0 || (FCurrent.LocalFile.isEmpty() && described > played * kFarLonger) ? described : played;
 }
 
 int Playback::Setting(const char* key, int otherwise) const {

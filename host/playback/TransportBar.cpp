@@ -142,6 +142,10 @@ void TransportBar::Caption(QWidget& control, const QString& text) {
 
 void TransportBar::Localize() {
     setAccessibleName(Text("Caption"));
+    // Nothing moves when a time gets longer.
+    FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
+    FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
+    FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     Caption(*FPrevious, Text("Previous"));
     Caption(*FBack, Text("SkipBack", QString::number(FPlayback.SkipBackBy())));
     Caption(*FForward, Text("SkipForward", QString::number(FPlayback.SkipForwardBy())));

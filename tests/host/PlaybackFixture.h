@@ -44,6 +44,7 @@ protected:
         Player.reset();
         Player.emplace(Host, sink);
         QObject::connect(&*Player, &host::Playback::Failed, [this](const QString& text) { Errors += text; });
+        QObject::connect(&*Player, &host::Playback::Warned, [this](const QString& text) { Warnings += text; });
         QObject::connect(&*Player, &host::Playback::Finished, [this](const QString& one) { Heard += one; });
     }
     QString Tone(const QString& name, double seconds) {
@@ -56,5 +57,5 @@ protected:
     }
 
     std::optional<host::Playback> Player;
-    QStringList Errors, Heard;
+    QStringList Errors, Warnings, Heard;
 };

@@ -190,6 +190,25 @@ TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
     EXPECT_LT(Player->Position(), died + 3);
 }
 
+TEST_F(PlaybackTest, AServerThatSendsNoPartsIsPlayedFromTheBeginning) {
+    tests::LoopbackServer server;
+    const auto stream = tests::Response::Of(MakeTone(600), "audio/x-wav");
+    for (const bool hasRanges : {false, true}) {
+        Warnings.clear();
+        const QString address = server.Url(hasRanges ? u"/ranges"_s : u"/whole"_s);
+        server.Serve(address.sliced(server.Url({}).size()), hasRanges ? stream.WithRanges() : stream);
+        Player->Play(address);
+        Player->Seek(500);
+        EXPECT_EQ(Player->Position(), 500);
+        ASSERT_TRUE(WaitUntil([&] { return hasRanges ? Player->Position() > 500.2 : !Warnings.isEmpty(); }));
+        if (hasRanges) continue;
+        EXPECT_EQ(Warnings, QStringList{Host.Language().Text(u"Player\\Problem"_s, 7)});
+        ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 0.3; }));
+        EXPECT_LT(Player->Position(), 100);
+    }
+    EXPECT_TRUE(Errors.isEmpty());
+}
+
 TEST_F(PlaybackTest, WhatCannotBePlayedSaysWhy) {
     tests::LoopbackServer server;
     server.Serve(u"/text"_s, tests::Response::Of("a feed, and no audio at all", "text/plain"));
