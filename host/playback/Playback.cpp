@@ -15,7 +15,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr std::chrono::seconds kSaveEvery{5};
+constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kMoment = 5;  // seconds: what is past that, "previous" goes back to the beginning of
 constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
@@ -84,7 +84,7 @@ Playback::Playback(Host& host, const QString& sink)
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
         Remember();
-        FPositions.SaveInBackground();
+        SaveSoon();
     });
 }
 
@@ -230,13 +230,17 @@ void Playback::PlayLast(const QStringList& addresses) {
 void Playback::SetUpNext(const QStringList& addresses) {
     if (addresses == UpNext()) return;
     FPositions.SetUpNext(addresses);
-    FPositions.SaveInBackground();
+    SaveSoon();
     Q_EMIT UpNextChanged();
 }
 
 void Playback::ForgetPosition(const QString& address) {
     FPositions.Forget(address);
     Q_EMIT PositionsChanged();
+}
+
+void Playback::SaveSoon() {
+    if (!FPositions.SaveInBackground()) QTimer::singleShot(kSaveAgain, this, &Playback::SaveSoon);
 }
 
 QString Playback::Save() {
@@ -280,7 +284,7 @@ void Playback::OnEnded() {
         Stop();
     else
         Start(next);
-    FPositions.SaveInBackground();
+    SaveSoon();
 }
 
 void Playback::OnState() {
@@ -291,7 +295,7 @@ void Playback::OnState() {
         FSaver.stop();
     if (state == State::Paused || state == State::Failed || state == State::Stopped) {
         Remember();
-        FPositions.SaveInBackground();
+        SaveSoon();
     }
     if (state == State::Stopped && !std::exchange(FCurrent, {}).Address.isEmpty()) Q_EMIT CurrentChanged();
     Q_EMIT StateChanged();
@@ -316,7 +320,7 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
         return;
     }
     FError = text;
-    FPositions.SaveInBackground();
+    SaveSoon();
     Q_EMIT Failed(text);
 }
 

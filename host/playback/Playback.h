@@ -99,6 +99,8 @@ public Q_SLOTS:
     /// Puts them after what PlayNext and PlayLast have put there, before the order goes on.
     void PlayLast(const QStringList& addresses);
     void SetUpNext(const QStringList& addresses);
+    /// The order is to call it when what it answers has changed.
+    void OrderChanged() { Q_EMIT UpNextChanged(); }
     /// An episode begins anew the next time, such as one that was marked as listened.
     void ForgetPosition(const QString& address);
     /// Writes positions now, such as when the session ends. Empty, or why it could not.
@@ -121,6 +123,7 @@ Q_SIGNALS:
     void Warned(const QString& message);
     /// An episode was heard to its end.
     void Finished(const QString& address);
+    /// Other things come next.
     void UpNextChanged();
     /// Episodes were begun, left or finished.
     void PositionsChanged();
@@ -135,6 +138,7 @@ private:
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
     void Remember();
+    void SaveSoon();
     void Start(const QString& address);
     QString TakeNext();
     int Setting(const char* key, int otherwise) const;

@@ -113,10 +113,12 @@ QString Positions::Save() {
     return problem;
 }
 
-void Positions::SaveInBackground() {
-    if (!FIsChanged || FState->IsSaving.exchange(true)) return;
+bool Positions::SaveInBackground() {
+    if (!FIsChanged) return true;
+    if (FState->IsSaving.exchange(true)) return false;
     FIsChanged = false;
     FSaving = WorkerPool::Run(std::make_unique<SaveTask>(FFile, ToJson(), FState));
+    return true;
 }
 
 }  // namespace vexa::host

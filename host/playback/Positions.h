@@ -50,8 +50,8 @@ public:
 
     /// Writes what was changed. Empty, or why it could not.
     QString Save();
-    /// Writes it on another thread, unless that is still busy with the last time: then it is left to the next time.
-    void SaveInBackground();
+    /// Writes it on another thread. False when that is still busy with the last time, so that it has to be asked again.
+    bool SaveInBackground();
 
 private:
     /// What the thread that writes tells.
