@@ -23,7 +23,8 @@ HostOptions WithProfile(const HostOptions& options) {
 }  // namespace
 
 Host::Host(const HostOptions& options)
-    : FCore(new Core(WithProfile(options))),
+    : FProfileFolder(options.ProfileFolder),
+      FCore(new Core(WithProfile(options))),
       FMessages(new MessageDispatcher),
       FConfig(new ConfigService(options.ProfileFolder)),
       FLanguage(new LanguageService(options.LanguageFolder, options.Language, FMessages)),

@@ -43,6 +43,7 @@ public:
     /// all. No other thread calls an extension any more. Empty, or what could not be written, and why.
     QString UnloadPlugins();
 
+    QString ProfileFolder() const { return FProfileFolder; }
     Core& TheCore() noexcept { return *FCore; }
     MessageDispatcher& Messages() noexcept { return *FMessages; }
     ConfigService& Config() noexcept { return *FConfig; }
@@ -60,6 +61,7 @@ public:
     PlaylistManager& Playlists() noexcept { return *FPlaylists; }
 
 private:
+    const QString FProfileFolder;
     // Services are made after those that they use.
     Ref<Core> FCore;
     Ref<MessageDispatcher> FMessages;

@@ -75,6 +75,8 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
         try {
             FOutput->Start(resolved.Source);
         } catch (const std::exception& failure) {
+            FFileName.clear();
+            FSource.clear();
             SetError(error, E_FAIL, QString::fromUtf8(failure.what()));
             return E_FAIL;
         }

@@ -13,7 +13,8 @@ namespace vexa::host {
 class AudioOutput {
 public:
     virtual ~AudioOutput() = default;
-    /// Plays a local file or a web address in place of what plays. Throws std::runtime_error when it cannot begin.
+    /// Plays a local file or a web address in place of what plays. Throws std::runtime_error when it cannot begin;
+    /// nothing plays then.
     virtual void Start(const QString& source) = 0;
     virtual void Stop() = 0;
 };

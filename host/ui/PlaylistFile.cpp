@@ -1,12 +1,8 @@
 #include "PlaylistFile.h"
 
-#include "Log.h"
-
 #include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 namespace vexa::host {
 
@@ -57,44 +53,20 @@ SavedPlaylist FromJson(const QJsonObject& json) {
 }  // namespace
 
 PlaylistFile::PlaylistFile(const QString& profileFolder)
-    : FFileName(QDir(profileFolder).filePath(QStringLiteral("Playlists.json"))) {}
+    : FFile(QDir(profileFolder).filePath(QStringLiteral("Playlists.json")), QStringLiteral("the playlists")) {}
 
 std::vector<SavedPlaylist> PlaylistFile::Load() {
     std::vector<SavedPlaylist> playlists;
-    QFile file(FFileName);
-    if (!file.exists()) return playlists;
-    if (!file.open(QIODevice::ReadOnly)) return MoveAside(file.errorString()), playlists;
-    QJsonParseError error;
-    const QJsonDocument json = QJsonDocument::fromJson(file.readAll(), &error);
-    file.close();
-    if (error.error != QJsonParseError::NoError) return MoveAside(error.errorString()), playlists;
-    if (!json[kPlaylists].isArray()) return MoveAside(QStringLiteral("it holds no playlists")), playlists;
-    for (const QJsonValue value : json[kPlaylists].toArray())
+    for (const QJsonValue value : FFile.Load(kPlaylists)[kPlaylists].toArray())
         if (SavedPlaylist playlist = FromJson(value.toObject()); !playlist.Name.isEmpty())
             playlists.push_back(std::move(playlist));
     return playlists;
 }
 
-void PlaylistFile::MoveAside(const QString& reason) {
-    const QString first = FFileName + u".damaged";
-    QString target = first;
-    for (int number = 2; QFile::exists(target); ++number) target = first + QString::number(number);
-    FMayWrite = QFile::rename(FFileName, target);
-    qCWarning(LogHost).noquote() << "the playlists in" << FFileName << "cannot be read:" << reason
-                                 << (FMayWrite ? "- the file is now" : "- no playlists will be kept, for it cannot be")
-                                 << target;
-}
-
 QString PlaylistFile::Save(const std::vector<SavedPlaylist>& playlists) {
-    if (!FMayWrite) return {};  // which was told when it was read
     QJsonArray list;
     for (const SavedPlaylist& playlist : playlists) list += ToJson(playlist);
-    const QByteArray bytes = QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson();
-    QSaveFile file(FFileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit()) return {};
-    const QString problem = u"the playlists could not be written to " + FFileName + u": " + file.errorString();
-    qCWarning(LogHost).noquote() << problem;
-    return problem;
+    return FFile.Save(QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson());
 }
 
 }  // namespace vexa::host

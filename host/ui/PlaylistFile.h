@@ -1,6 +1,7 @@
 #pragma once
 // Playlists.json of the profile: the playlists between starts. Main thread.
 
+#include "JsonFile.h"
 #include "Playlist.h"
 #include "Preimages.h"
 
@@ -21,17 +22,13 @@ class PlaylistFile {
 public:
     explicit PlaylistFile(const QString& profileFolder);
 
-    /// None when there is no file. A damaged one is moved aside, with a warning, as Playlists.json.damaged (or with a
-    /// number behind that), so that the next Save does not destroy what a person might still rescue.
+    /// None when there is no file, or a damaged one, which is moved aside as JsonFile says.
     std::vector<SavedPlaylist> Load();
     /// Writes it whole and renames it. Empty, or why it could not.
     QString Save(const std::vector<SavedPlaylist>& playlists);
 
 private:
-    void MoveAside(const QString& reason);
-
-    const QString FFileName;
-    bool FMayWrite = true;  // not over a damaged file that could not be moved
+    JsonFile FFile;
 };
 
 }  // namespace vexa::host

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace tests {
@@ -35,6 +36,24 @@ Response Response::Of(const QByteArray& body, const QByteArray& type, const QByt
     const QByteArray typeHeader = type.isEmpty() ? QByteArray() : "Content-Type: " + type + "\r\n";
     const QByteArray lengthHeader = "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
     return {"HTTP/1.1 " + status + "\r\n" + lengthHeader + typeHeader + moreHeaders + "\r\n", body};
+}
+
+Response Response::WithRanges() const {
+    Response response = *this;
+    response.HasRanges = true;
+    response.Head.replace("\r\n\r\n", "\r\nAccept-Ranges: bytes\r\n\r\n");
+    return response;
+}
+
+Response Response::To(const QByteArray& requestHead) const {
+    static const QByteArray kRange = "\r\nrange: bytes=";
+    const qsizetype at = HasRanges ? requestHead.toLower().indexOf(kRange) : -1;
+    if (at < 0) return *this;
+    const qsizetype first = requestHead.sliced(at + kRange.size()).split('-')[0].toLongLong();
+    const QByteArray last = QByteArray::number(Body.size() - 1), size = QByteArray::number(Body.size());
+    return Of(
+        Body.sliced(std::min(first, Body.size())), "application/octet-stream", "206 Partial Content",
+        "Accept-Ranges: bytes\r\nContent-Range: bytes " + QByteArray::number(first) + '-' + last + '/' + size + "\r\n");
 }
 
 LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -101,7 +120,7 @@ void LoopbackServer::Talk(int socket, int connection) {
         FRequests.push_back({head, path, connection});
         const Response response = FResponses.contains(path) ? FResponses[path] : Response::Failure("404 Not Found");
         lock.unlock();
-        isOpen = Answer(socket, path, response);
+        isOpen = Answer(socket, path, response.To(head));
     }
     lock.lock();
     FSockets.erase(socket);

@@ -26,7 +26,8 @@ enum class Fault { None, Close, Reset, Wait };
 struct Response {
     QByteArray Head, Body;
     Fault What = Fault::None;
-    int FaultAfter = -1;  // how much of the body goes out before the fault; not even the head when negative
+    int FaultAfter = -1;     // how much of the body goes out before the fault; not even the head when negative
+    bool HasRanges = false;  // a request for the rest from a byte on gets that
 
     static Response Of(const QByteArray& body, const QByteArray& type = "application/rss+xml",
                        const QByteArray& status = "200 OK", const QByteArray& moreHeaders = {});
@@ -34,7 +35,10 @@ struct Response {
         return Of("<html>no feed, no audio</html>", "text/html", status, moreHeaders);
     }
     static Response Redirect(const QByteArray& to) { return Failure("302 Found", "Location: " + to + "\r\n"); }
-    Response With(Fault what, int after = -1) const { return {Head, Body, what, after}; }
+    Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges}; }
+    Response WithRanges() const;
+    /// The answer to a request with this head.
+    Response To(const QByteArray& requestHead) const;
 };
 
 class LoopbackServer {

@@ -1,0 +1,400 @@
+#include "MediaOutput.h"
+
+#include "AudioTags.h"
+#include "Log.h"
+#include "VEXA.Runtime.Version.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+
+#include <gst/gst.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <stdexcept>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr std::chrono::milliseconds kTick{200};
+constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
+constexpr double kSecond = GST_SECOND;
+constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
+
+struct FreeMessage {
+    void operator()(GstMessage* message) const { gst_message_unref(message); }
+};
+using Message = std::unique_ptr<GstMessage, FreeMessage>;
+
+QString Initialize() {
+    static const QString problem = [] {
+        GError* error = nullptr;
+        if (!gst_init_check(nullptr, nullptr, &error)) {
+            QString text = QString::fromUtf8(error ? error->message : "it cannot start");
+            if (error) g_error_free(error);
+            return text;
+        }
+        for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"}) {
+            GstElementFactory* factory = gst_element_factory_find(needed);
+            if (!factory) return QString(u"GStreamer lacks its element " + QString::fromLatin1(needed));
+            gst_object_unref(factory);
+        }
+        return QString();
+    }();
+    return problem;
+}
+
+QByteArray ToUri(const QString& source) {
+    if (const QString file = LocalFileName(source); !file.isEmpty()) {
+        // A pipe or a device would be read for ever.
+        if (!QFileInfo(file).isFile()) throw std::runtime_error(QString(u"there is no file " + file).toStdString());
+        return QUrl::fromLocalFile(file).toEncoded();
+    }
+    const QUrl url(source);
+    if (url.scheme() != u"http" && url.scheme() != u"https")
+        throw std::runtime_error(QString(u"neither a file nor a web address: " + source).toStdString());
+    return url.toEncoded();
+}
+
+void SetUpSource(GstElement*, GstElement* source, void*) {
+    GObjectClass* type = G_OBJECT_GET_CLASS(source);
+    if (g_object_class_find_property(type, "user-agent")) g_object_set(source, "user-agent", kUserAgent, nullptr);
+}
+
+bool IsMadeBy(const char* factoryName, GstObject* object) {
+    GstElementFactory* factory = GST_IS_ELEMENT(object) ? gst_element_get_factory(GST_ELEMENT(object)) : nullptr;
+    return factory && g_str_equal(gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory)), factoryName);
+}
+
+QString Text(const GError* error) {
+    return error ? QString::fromUtf8(error->message) : QString();
+}
+
+}  // namespace
+
+MediaOutput::MediaOutput(const QString& sink) : FSink(sink) {
+    FTicker.setInterval(kTick);
+    connect(&FTicker, &QTimer::timeout, this, &MediaOutput::Tick);
+}
+
+MediaOutput::~MediaOutput() {
+    Close();
+}
+
+void MediaOutput::Start(const QString& source) {
+    Close();
+    FPosition = FDuration = 0;
+    FTarget.reset();
+    FWantsPlaying = true;
+    FProblem = Problem::None;
+    FIsLocal = !LocalFileName(source).isEmpty();
+    FCanSeek = true;
+    try {
+        if (const QString problem = Initialize(); !problem.isEmpty()) {
+            FProblem = Problem::NoPlayer;
+            throw std::runtime_error(problem.toStdString());
+        }
+        FProblem = Problem::NotFound;
+        FUri = ToUri(source);
+        FProblem = Problem::None;
+        Open();
+    } catch (...) {
+        SetState(State::Stopped);
+        throw;
+    }
+    SetState(State::Loading);
+}
+
+void MediaOutput::Open() {
+    GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
+    if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
+    FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
+    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume, "audio-filter",
+                 gst_element_factory_make("scaletempo", nullptr), nullptr);
+    if (!FSink.isEmpty()) {
+        GError* error = nullptr;
+        GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &error);
+        const QString problem = Text(error);
+        g_clear_error(&error);
+        if (sink) g_object_set(FPipeline, "audio-sink", sink, nullptr);
+        if (!problem.isEmpty()) qCWarning(LogHost).noquote() << "the sound's way out:" << problem;
+    }
+    g_signal_connect(FPipeline, "source-setup", G_CALLBACK(SetUpSource), nullptr);
+    SetVolume(FVolume);
+
+    GstBus* bus = gst_element_get_bus(FPipeline);
+    // It is called on GStreamer's threads, which are joined before this object goes.
+    const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
+        auto* output = static_cast<MediaOutput*>(self);
+        QMetaObject::invokeMethod(output, &MediaOutput::Drain, Qt::QueuedConnection);
+        return GST_BUS_PASS;
+    };
+    gst_bus_set_sync_handler(bus, handler, this, nullptr);
+    gst_object_unref(bus);
+    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure comes as a message, too
+}
+
+void MediaOutput::Close() {
+    FTicker.stop();
+    if (!FPipeline) return;
+    FPosition = Position();
+    Q_EMIT Closing();
+    if (!FPipeline) return;  // a slot was quicker
+    Drop();
+}
+
+void MediaOutput::Drop() {
+    GstElement* pipeline = std::exchange(FPipeline, nullptr);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    gst_bus_set_sync_handler(bus, nullptr, nullptr, nullptr);
+    gst_object_unref(bus);
+    gst_object_unref(pipeline);
+    FIsPrerolled = FIsBuffering = FHasPlayed = false;
+    FTriesLeft = 0;
+}
+
+/// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
+void MediaOutput::ReopenWithoutSeeking() {
+    Drop();
+    FCanSeek = false;
+    FTarget.reset();
+    FPosition = 0;
+    Open();
+    Apply();
+    Q_EMIT Warned(Problem::NotSeekable, {});
+}
+
+void MediaOutput::Stop() {
+    Close();
+    FTarget.reset();
+    FWantsPlaying = false;
+    SetState(State::Stopped);
+}
+
+void MediaOutput::Play() {
+    FWantsPlaying = true;
+    Apply();
+}
+
+void MediaOutput::Pause() {
+    FWantsPlaying = false;
+    Apply();
+}
+
+void MediaOutput::Seek(double seconds) {
+    if (!FPipeline || !std::isfinite(seconds)) return;
+    if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable, {}));
+    FTarget = std::max(0.0, FDuration > 0 ? std::min(seconds, FDuration) : seconds);
+    if (FIsPrerolled) SeekNow(*FTarget);
+    Q_EMIT PositionChanged(*FTarget);
+}
+
+void MediaOutput::SetSpeed(double speed) {
+    speed = std::clamp(speed, kSlowest, kFastest);
+    if (!std::isfinite(speed) || speed == FSpeed) return;
+    FSpeed = speed;
+    if (FPipeline && FIsPrerolled) SeekNow(Position());  // a speed takes effect with a seek only
+}
+
+void MediaOutput::SetVolume(double volume) {
+    FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
+    if (FPipeline) g_object_set(FPipeline, "volume", FVolume * FVolume * FVolume, nullptr);
+}
+
+double MediaOutput::Position() const {
+    if (!FPipeline) return FPosition;
+    if (FTarget) return *FTarget;
+    gint64 position = 0;
+    if (!FIsPrerolled || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) return FPosition;
+    const double seconds = static_cast<double>(position) / kSecond;
+    return FDuration > 0 ? std::min(seconds, FDuration) : seconds;
+}
+
+void MediaOutput::Drain() {
+    while (FPipeline) {
+        GstBus* bus = gst_element_get_bus(FPipeline);
+        const Message message(gst_bus_pop(bus));
+        gst_object_unref(bus);
+        if (!message) return;
+        Handle(message.get());
+    }
+}
+
+void MediaOutput::Handle(GstMessage* message) {
+    switch (GST_MESSAGE_TYPE(message)) {
+        case GST_MESSAGE_ERROR:
+            return HandleError(message);
+        case GST_MESSAGE_EOS:
+            return HandleEnd();
+        case GST_MESSAGE_ASYNC_DONE:
+            return Prerolled();
+        case GST_MESSAGE_DURATION_CHANGED:
+            return AskDuration();
+        case GST_MESSAGE_WARNING: {
+            GError* error = nullptr;
+            gst_message_parse_warning(message, &error, nullptr);
+            const bool isDevice = IsMadeBy("autoaudiosink", GST_MESSAGE_SRC(message));
+            const QString text = Text(error);
+            g_clear_error(&error);
+            qCInfo(LogHost).noquote() << "playing:" << text;
+            if (isDevice) Q_EMIT Warned(Problem::NoDevice, text);
+            return;
+        }
+        case GST_MESSAGE_BUFFERING: {
+            gint percent = 100;
+            gst_message_parse_buffering(message, &percent);
+            FIsBuffering = percent < 100;
+            return Apply();
+        }
+        case GST_MESSAGE_CLOCK_LOST:
+            gst_element_set_state(FPipeline, GST_STATE_PAUSED);
+            return Apply();
+        default:
+            return;
+    }
+}
+
+void MediaOutput::HandleError(GstMessage* message) {
+    GError* error = nullptr;
+    gchar* debug = nullptr;
+    gst_message_parse_error(message, &error, &debug);
+    const QString text = Text(error);
+    qCInfo(LogHost).noquote() << "playing:" << text << (debug ? debug : "");
+    Problem problem = Problem::Other;
+    if (g_error_matches(error, GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
+        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
+        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
+        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
+        problem = Problem::NoCodec;
+    else if (FIsPrerolled)
+        problem = FIsLocal ? Problem::Other : Problem::BrokeOff;
+    else if (error && error->domain == GST_RESOURCE_ERROR)
+        problem = Problem::NotFound;
+    const bool isSeek = FTarget && g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
+    g_clear_error(&error);
+    g_free(debug);
+    if (isSeek)
+        ReopenWithoutSeeking();
+    else
+        Fail(problem, text);
+}
+
+void MediaOutput::HandleEnd() {
+    if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
+    // Where a stream does not say how long it is, a jump may lead behind its end.
+    if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
+    FTarget.reset();
+    if (FDuration > 0) FPosition = FDuration;
+    FTicker.stop();
+    Q_EMIT Ended();
+}
+
+/// A connection that ends too early looks like the end of the episode to all but who counts the bytes.
+bool MediaOutput::IsShortOfItsSize() const {
+    if (FIsLocal) return false;
+    GstElement* source = nullptr;
+    g_object_get(FPipeline, "source", &source, nullptr);
+    if (!source) return false;
+    gint64 size = 0, read = 0;
+    const bool isShort = gst_element_query_duration(source, GST_FORMAT_BYTES, &size) &&
+                         gst_element_query_position(source, GST_FORMAT_BYTES, &read) && size > 0 && read < size;
+    gst_object_unref(source);
+    return isShort;
+}
+
+void MediaOutput::Fail(Problem problem, const QString& details) {
+    FPosition = Position();
+    FTarget.reset();
+    Close();
+    FProblem = problem;
+    SetState(State::Failed);
+    Q_EMIT Failed(problem, details);
+}
+
+void MediaOutput::Prerolled() {
+    AskDuration();
+    const bool isFirst = !std::exchange(FIsPrerolled, true);
+    if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
+        const double target = FTarget.value_or(0);
+        if (TrySeek(target)) return;
+        FTarget = target;
+        FTriesLeft = kSeekTries;
+        g_object_set(FPipeline, "mute", TRUE, nullptr);
+        return Apply();
+    }
+    if (FTriesLeft > 0) return;
+    if (FTarget) FPosition = *FTarget;
+    FTarget.reset();
+    Apply();
+    Tick();
+}
+
+void MediaOutput::AskDuration() {
+    gint64 duration = 0;
+    if (!gst_element_query_duration(FPipeline, GST_FORMAT_TIME, &duration) || duration <= 0) return;
+    const double seconds = static_cast<double>(duration) / kSecond;
+    if (seconds == FDuration) return;
+    FDuration = seconds;
+    Q_EMIT DurationChanged(FDuration);
+}
+
+bool MediaOutput::TrySeek(double seconds) {
+    // Exact where that costs nothing; over the network it might mean to read all that comes before.
+    const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | (FIsLocal ? GST_SEEK_FLAG_ACCURATE : 0));
+    FTarget = seconds;
+    FHasPlayed = false;
+    const auto position = static_cast<gint64>(std::llround(seconds * kSecond));
+    return gst_element_seek(FPipeline, FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE,
+                            0);
+}
+
+void MediaOutput::SeekNow(double seconds) {
+    if (!TrySeek(seconds) && FTriesLeft == 0) GiveUpSeeking();
+}
+
+void MediaOutput::GiveUpSeeking() {
+    FTarget.reset();
+    g_object_set(FPipeline, "mute", FALSE, nullptr);
+    Apply();
+    Q_EMIT Warned(Problem::NotSeekable, {});
+}
+
+void MediaOutput::Apply() {
+    if (!FPipeline) return;
+    const bool canPlay = FIsPrerolled && !FIsBuffering;
+    gst_element_set_state(FPipeline, canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+    if (!FWantsPlaying)
+        SetState(State::Paused);
+    else
+        SetState(canPlay ? State::Playing : State::Loading);
+}
+
+void MediaOutput::SetState(State state) {
+    if (state == State::Playing)
+        FTicker.start();
+    else
+        FTicker.stop();
+    if (std::exchange(FState, state) != state) Q_EMIT StateChanged();
+}
+
+void MediaOutput::Tick() {
+    if (FTriesLeft > 0) {
+        --FTriesLeft;
+        if (TrySeek(*FTarget)) {
+            FTriesLeft = 0;
+            g_object_set(FPipeline, "mute", FALSE, nullptr);
+        } else if (FTriesLeft == 0) {
+            GiveUpSeeking();
+        }
+        return;
+    }
+    FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
+    FPosition = Position();
+    Q_EMIT PositionChanged(FPosition);
+}
+
+}  // namespace vexa::host

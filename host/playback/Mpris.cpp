@@ -1,0 +1,131 @@
+#include "Mpris.h"
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QUrl>
+
+#include <cmath>
+#include <utility>
+
+namespace vexa::host {
+
+namespace {
+
+const QString kPath = QStringLiteral("/org/mpris/MediaPlayer2");
+constexpr double kMicroseconds = 1e6;
+
+qlonglong ToMicroseconds(double seconds) {
+    return std::llround(seconds * kMicroseconds);
+}
+
+}  // namespace
+
+Mpris::Mpris(Playback& playback, const QDBusConnection& bus) : FBus(bus) {
+    new MprisRoot(*this);
+    new MprisPlayer(*this, playback);
+    if (!FBus.isConnected() || !FBus.registerObject(kPath, this)) return;
+    const QString name = QStringLiteral("org.mpris.MediaPlayer2.vexa");
+    for (const QString& wanted :
+         {name, QString(name + u".instance" + QString::number(QCoreApplication::applicationPid()))})
+        if (FBus.registerService(wanted)) {
+            FName = wanted;
+            return;
+        }
+}
+
+Mpris::~Mpris() {
+    if (!FName.isEmpty()) FBus.unregisterService(FName);
+    FBus.unregisterObject(kPath);
+}
+
+void Mpris::TellChanged(const QVariantMap& properties) {
+    QDBusMessage signal = QDBusMessage::createSignal(kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                     QStringLiteral("PropertiesChanged"));
+    signal.setArguments({QStringLiteral("org.mpris.MediaPlayer2.Player"), properties, QStringList()});
+    FBus.send(signal);
+}
+
+QStringList MprisRoot::Schemes() const {
+    return {QStringLiteral("podcast"), QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file")};
+}
+
+QStringList MprisRoot::MimeTypes() const {
+    return {QStringLiteral("audio/mpeg"), QStringLiteral("audio/mp4"), QStringLiteral("audio/ogg"),
+            QStringLiteral("audio/flac"), QStringLiteral("audio/x-wav")};
+}
+
+MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback)
+    : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {
+    connect(&FPlayback, &Playback::StateChanged, this, &MprisPlayer::TellTrack);
+    connect(&FPlayback, &Playback::CurrentChanged, this, &MprisPlayer::TellTrack);
+    connect(&FPlayback, &Playback::DurationChanged, this, &MprisPlayer::TellTrack);
+    connect(&FPlayback, &Playback::UpNextChanged, this, &MprisPlayer::TellTrack);
+    connect(&FPlayback, &Playback::SpeedChanged, this, [this](double speed) {
+        FOwner.TellChanged({{QStringLiteral("Rate"), speed}});
+    });
+    connect(&FPlayback, &Playback::VolumeChanged, this, [this](double volume) {
+        FOwner.TellChanged({{QStringLiteral("Volume"), volume}});
+    });
+    connect(&FPlayback, &Playback::Seeked, this, [this](double seconds) { Q_EMIT Seeked(ToMicroseconds(seconds)); });
+    TellTrack();
+}
+
+QString MprisPlayer::Status() const {
+    if (!HasTrack()) return QStringLiteral("Stopped");
+    return FPlayback.IsPlaying() ? QStringLiteral("Playing") : QStringLiteral("Paused");
+}
+
+void MprisPlayer::SetRate(double rate) {
+    if (rate == 0)
+        FPlayback.Pause();  // which it stands for
+    else if (rate > 0)
+        FPlayback.SetSpeed(rate);
+}
+
+QDBusObjectPath MprisPlayer::Track() const {
+    if (!HasTrack()) return QDBusObjectPath(QStringLiteral("/org/mpris/MediaPlayer2/TrackList/NoTrack"));
+    return QDBusObjectPath(u"/vexa/track/" + QString::number(FTrack));
+}
+
+QVariantMap MprisPlayer::Metadata() const {
+    QVariantMap data{{QStringLiteral("mpris:trackid"), QVariant::fromValue(Track())}};
+    if (!HasTrack()) return data;
+    const NowPlaying& now = FPlayback.Current();
+    data.insert(QStringLiteral("xesam:title"), now.Title.isEmpty() ? now.Address : now.Title);
+    data.insert(QStringLiteral("xesam:url"), now.Address);
+    if (!now.Artist.isEmpty()) data.insert(QStringLiteral("xesam:artist"), QStringList{now.Artist});
+    if (!now.Album.isEmpty()) data.insert(QStringLiteral("xesam:album"), now.Album);
+    if (FPlayback.Duration() > 0) data.insert(QStringLiteral("mpris:length"), ToMicroseconds(FPlayback.Duration()));
+    return data;
+}
+
+qlonglong MprisPlayer::Position() const {
+    return HasTrack() ? ToMicroseconds(FPlayback.Position()) : 0;
+}
+
+void MprisPlayer::Seek(qlonglong offset) {
+    if (!HasTrack()) return;
+    const double target = FPlayback.Position() + static_cast<double>(offset) / kMicroseconds;
+    if (FPlayback.Duration() > 0 && target > FPlayback.Duration())
+        FPlayback.Next();
+    else
+        FPlayback.Seek(target);
+}
+
+void MprisPlayer::SetPosition(const QDBusObjectPath& track, qlonglong position) {
+    const double seconds = static_cast<double>(position) / kMicroseconds;
+    if (HasTrack() && track == Track() && seconds >= 0 && seconds <= FPlayback.Duration()) FPlayback.Seek(seconds);
+}
+
+void MprisPlayer::TellTrack() {
+    if (std::exchange(FTrackAddress, FPlayback.Current().Address) != FPlayback.Current().Address) ++FTrack;
+    FOwner.TellChanged({{QStringLiteral("PlaybackStatus"), Status()},
+                        {QStringLiteral("Metadata"), Metadata()},
+                        {QStringLiteral("CanGoNext"), CanGoNext()},
+                        {QStringLiteral("CanGoPrevious"), HasTrack()},
+                        {QStringLiteral("CanPlay"), CanPlay()},
+                        {QStringLiteral("CanPause"), HasTrack()},
+                        {QStringLiteral("CanSeek"), HasTrack()}});
+}
+
+}  // namespace vexa::host

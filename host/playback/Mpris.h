@@ -1,0 +1,123 @@
+#pragma once
+// The desktop's controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it does
+// nothing. Main thread; it goes before the Playback.
+
+#include "Playback.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QStringList>
+#include <QVariantMap>
+
+namespace vexa::host {
+
+class Mpris final : public QObject {
+    Q_OBJECT
+public:
+    explicit Mpris(Playback& playback, const QDBusConnection& bus = QDBusConnection::sessionBus());
+    ~Mpris() override;
+
+    /// The name on the bus; with the process's number behind it where another one has that. Empty without a bus.
+    QString ServiceName() const { return FName; }
+
+Q_SIGNALS:
+    /// The window is to come to the front.
+    void RaiseRequested();
+    void QuitRequested();
+
+private:
+    friend class MprisPlayer;
+    void TellChanged(const QVariantMap& properties);
+
+    QDBusConnection FBus;
+    QString FName;
+};
+
+class MprisRoot final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2")
+    Q_PROPERTY(bool CanQuit READ Yes CONSTANT)
+    Q_PROPERTY(bool CanRaise READ Yes CONSTANT)
+    Q_PROPERTY(bool HasTrackList READ No CONSTANT)
+    Q_PROPERTY(QString Identity READ Identity CONSTANT)
+    Q_PROPERTY(QString DesktopEntry READ DesktopEntry CONSTANT)
+    Q_PROPERTY(QStringList SupportedUriSchemes READ Schemes CONSTANT)
+    Q_PROPERTY(QStringList SupportedMimeTypes READ MimeTypes CONSTANT)
+public:
+    explicit MprisRoot(Mpris& owner) : QDBusAbstractAdaptor(&owner), FOwner(owner) {}
+
+    bool Yes() const { return true; }
+    bool No() const { return false; }
+    QString Identity() const { return QStringLiteral("vexa"); }
+    QString DesktopEntry() const { return QStringLiteral("vexa"); }
+    QStringList Schemes() const;
+    QStringList MimeTypes() const;
+
+public Q_SLOTS:
+    void Raise() { Q_EMIT FOwner.RaiseRequested(); }
+    void Quit() { Q_EMIT FOwner.QuitRequested(); }
+
+private:
+    Mpris& FOwner;
+};
+
+/// Times are in microseconds.
+class MprisPlayer final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
+    Q_PROPERTY(QString PlaybackStatus READ Status)
+    Q_PROPERTY(double Rate READ Rate WRITE SetRate)
+    Q_PROPERTY(double MinimumRate READ MinimumRate CONSTANT)
+    Q_PROPERTY(double MaximumRate READ MaximumRate CONSTANT)
+    Q_PROPERTY(QVariantMap Metadata READ Metadata)
+    Q_PROPERTY(double Volume READ Volume WRITE SetVolume)
+    Q_PROPERTY(qlonglong Position READ Position)
+    Q_PROPERTY(bool CanGoNext READ CanGoNext)
+    Q_PROPERTY(bool CanGoPrevious READ HasTrack)
+    Q_PROPERTY(bool CanPlay READ CanPlay)
+    Q_PROPERTY(bool CanPause READ HasTrack)
+    Q_PROPERTY(bool CanSeek READ HasTrack)
+    Q_PROPERTY(bool CanControl READ CanControl CONSTANT)
+public:
+    MprisPlayer(Mpris& owner, Playback& playback);
+
+    QString Status() const;
+    double Rate() const { return FPlayback.Speed(); }
+    void SetRate(double rate);
+    double MinimumRate() const { return MediaOutput::kSlowest; }
+    double MaximumRate() const { return MediaOutput::kFastest; }
+    QVariantMap Metadata() const;
+    double Volume() const { return FPlayback.Volume(); }
+    void SetVolume(double volume) { FPlayback.SetVolume(volume); }
+    qlonglong Position() const;
+    bool CanGoNext() const { return FPlayback.HasNext(); }
+    bool HasTrack() const { return !FPlayback.Current().Address.isEmpty(); }
+    bool CanPlay() const { return HasTrack() || !FPlayback.Left().Begun().empty(); }
+    bool CanControl() const { return true; }
+
+public Q_SLOTS:
+    void Next() { FPlayback.Next(); }
+    void Previous() { FPlayback.Previous(); }
+    void Pause() { FPlayback.Pause(); }
+    void PlayPause() { FPlayback.PlayOrPause(); }
+    void Stop() { FPlayback.Stop(); }
+    void Play() { FPlayback.Resume(); }
+    void Seek(qlonglong offset);
+    void SetPosition(const QDBusObjectPath& track, qlonglong position);
+    void OpenUri(const QString& uri) { FPlayback.Play(uri); }
+
+Q_SIGNALS:
+    void Seeked(qlonglong position);
+
+private:
+    QDBusObjectPath Track() const;
+    void TellTrack();
+
+    Mpris& FOwner;
+    Playback& FPlayback;
+    int FTrack = 0;  // counted, so that an order for an earlier one is known as such
+    QString FTrackAddress;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,160 @@
+#pragma once
+// What plays, and all that a listener does with it. It gives the host's player its output, and hears of what is started
+// through the player by others, plug-ins among them. Main thread; it goes before the host unloads its plug-ins.
+//
+//     Host host(options);
+//     Playback playback(host);
+//     playback.SetOrder(&playlistPane);        // what comes after what; may be left out
+//     Mpris mpris(playback);                   // the desktop's controls and the media keys
+//     PlaybackBar bar(playback, host);
+//     playback.Play(QStringLiteral("podcast://…"));
+//
+// Everything is called by the name or address that it was started by, never by what that resolved to.
+
+#include "Chapters.h"
+#include "Host.h"
+#include "MediaOutput.h"
+#include "Positions.h"
+#include "SleepTimer.h"
+
+#include <QObject>
+
+#include <vector>
+
+namespace vexa::host {
+
+/// The order in which things play by themselves, such as a playlist's. Main thread.
+class PlayOrder {
+public:
+    /// Empty when nothing comes after it, or when it is none of this order's.
+    virtual QString After(const QString& address) = 0;
+    virtual QString Before(const QString& address) = 0;
+
+protected:
+    ~PlayOrder() = default;
+};
+
+/// What plays. All empty while nothing does; but for the address, while it is not known yet.
+struct NowPlaying {
+    QString Address, Title, Artist, Album;
+    QString LocalFile;  // what is read, where that is a file of this machine
+    double Duration = 0;
+    std::vector<Chapter> Chapters;
+};
+
+class Playback final : public QObject {
+    Q_OBJECT
+public:
+    using State = MediaOutput::State;
+
+    /// `sink` as MediaOutput takes it.
+    explicit Playback(Host& host, const QString& sink = {});
+    /// Stops, and writes where that was.
+    ~Playback() override;
+
+    State TheState() const { return FOutput->TheState(); }
+    bool IsPlaying() const { return TheState() == State::Playing || TheState() == State::Loading; }
+    const NowPlaying& Current() const noexcept { return FCurrent; }
+    double Position() const { return FOutput->Position(); }
+    /// Seconds; 0 while it is not known.
+    double Duration() const;
+    double Speed() const { return FOutput->Speed(); }
+    double Volume() const { return FOutput->Volume(); }
+    /// Seconds that the skips jump by: Player\SkipBack and Player\SkipForward of the settings, 15 and 30 without.
+    int SkipBackBy() const;
+    int SkipForwardBy() const;
+    /// Where each episode was left, "continue listening" among it.
+    const Positions& Left() const noexcept { return FPositions; }
+    SleepTimer& Sleep() noexcept { return FSleep; }
+    /// Why the last thing could not be played, in the user's language; empty when it could.
+    QString LastError() const { return FError; }
+
+    /// What was put before the order. Addresses may stand in it more than once.
+    const QStringList& UpNext() const { return FPositions.UpNext(); }
+    /// Null for none. It is taken away before it ends.
+    void SetOrder(PlayOrder* order) noexcept { FOrder = order; }
+    bool HasNext() const;
+    bool HasPrevious() const;
+
+public Q_SLOTS:
+    /// From where it was left. What plays already, or failed while it played, goes on.
+    void Play(const QString& address);
+    /// Goes on with what was paused, or what failed.
+    void Resume();
+    void Pause();
+    void PlayOrPause();
+    void Stop();
+    void Seek(double seconds);
+    void SkipBack();
+    void SkipForward();
+    /// From MediaOutput::kSlowest to kFastest, remembered for the podcast that plays.
+    void SetSpeed(double speed);
+    /// From 0 to 1, kept in the settings (Player\Volume).
+    void SetVolume(double volume);
+    void Next();
+    /// The beginning, when it is more than a moment past; else what comes before.
+    void Previous();
+    /// Puts them before all that is to come.
+    void PlayNext(const QStringList& addresses);
+    /// Puts them after what PlayNext and PlayLast have put there, before the order goes on.
+    void PlayLast(const QStringList& addresses);
+    void SetUpNext(const QStringList& addresses);
+    /// The order is to call it when what it answers has changed.
+    void OrderChanged() { Q_EMIT UpNextChanged(); }
+    /// An episode begins anew the next time, such as one that was marked as listened.
+    void ForgetPosition(const QString& address);
+    /// Writes positions now, such as when the session ends. Empty, or why it could not.
+    QString Save();
+
+Q_SIGNALS:
+    void StateChanged();
+    /// Another thing plays, or more is known of it.
+    void CurrentChanged();
+    /// As it plays, several times a second.
+    void PositionChanged(double seconds);
+    /// Somebody jumped there.
+    void Seeked(double seconds);
+    void DurationChanged(double seconds);
+    void SpeedChanged(double speed);
+    void VolumeChanged(double volume);
+    /// It stopped; Resume tries to go on. The text is the user's.
+    void Failed(const QString& message);
+    /// It plays on. The text is the user's.
+    void Warned(const QString& message);
+    /// An episode was heard to its end.
+    void Finished(const QString& address);
+    /// Other things come next.
+    void UpNextChanged();
+    /// Episodes were begun, left or finished.
+    void PositionsChanged();
+
+private:
+    class DescribeTask;
+    class Hook;
+
+    void OnStarted();
+    void OnDescribed(const NowPlaying& described);
+    void OnEnded();
+    void OnState();
+    void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
+    void Remember();
+    void SaveSoon();
+    void Start(const QString& address);
+    QString TakeNext();
+    int Setting(const char* key, int otherwise) const;
+    QString Describe(MediaOutput::Problem problem, const QString& details) const;
+
+    Host& FHost;
+    Positions FPositions;
+    MediaOutput* const FOutput;  // the host's player owns it
+    SleepTimer FSleep;
+    QTimer FSaver;
+    Ref<IVEXAMessageHook> FHook;
+    PlayOrder* FOrder = nullptr;
+    NowPlaying FCurrent;
+    QString FError;
+    bool FHasEnded = false;  // what plays: where it is left does not count
+    TaskHandle FDescribing = 0;
+};
+
+}  // namespace vexa::host

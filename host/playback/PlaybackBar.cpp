@@ -1,0 +1,245 @@
+#include "PlaybackBar.h"
+
+#include "Guarded.h"
+#include "TransportIcons.h"
+
+#include <QBoxLayout>
+#include <QEvent>
+#include <QLabel>
+#include <QLocale>
+#include <QMenu>
+#include <QScopedValueRollback>
+#include <QSlider>
+#include <QToolButton>
+
+#include <cmath>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr double kSpeeds[] = {0.5, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3};
+constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
+constexpr int kVolumeSteps = 100;
+constexpr int kPageSeconds = 60;
+constexpr QSize kIconSize(22, 22), kPlayIconSize(30, 30);
+
+class LanguageHook final : public RefCountedObject<IVEXAMessageHook> {
+public:
+    explicit LanguageHook(PlaybackBar& bar) : FBar(bar) {}
+    void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
+        if (message == kMsgLanguageChanged)
+            Guarded("changing the player's language", [this] { return FBar.Localize(), S_OK; });
+    }
+
+private:
+    PlaybackBar& FBar;  // which unhooks it
+};
+
+QString SpeedText(double speed) {
+    return QLocale().toString(speed, 'g', 3) + u'×';
+}
+
+}  // namespace
+
+QString TimeText(double seconds) {
+    const auto whole = static_cast<qint64>(std::isfinite(seconds) && seconds > 0 ? seconds : 0);
+    const auto two = [](qint64 number) { return QString(QString::number(number).rightJustified(2, u'0')); };
+    if (whole < 3600) return QString::number(whole / 60) + u':' + two(whole % 60);
+    return QString::number(whole / 3600) + u':' + two(whole / 60 % 60) + u':' + two(whole % 60);
+}
+
+PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
+    : QWidget(parent), FPlayback(playback), FHost(host), FLanguageHook(new LanguageHook(*this)) {
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(8, 4, 8, 4);
+    row->setSpacing(4);
+    FPrevious = AddButton("previous");
+    FBack = AddButton("back");
+    FPlay = AddButton("play");
+    FPlay->setIconSize(kPlayIconSize);
+    FForward = AddButton("forward");
+    FNext = AddButton("next");
+    row->addWidget(FElapsed = new QLabel);
+    FPosition = new QSlider(Qt::Horizontal);
+    FPosition->setObjectName(QStringLiteral("position"));
+    FPosition->setTracking(false);  // jumps when it is let go
+    row->addWidget(FPosition, 1);
+    row->addWidget(FRest = new QLabel);
+    FSpeed = AddMenu("speed");
+    FSleep = AddMenu("sleep");
+    FSleep->setCheckable(true);
+    row->addWidget(FVolumeIcon = new QLabel);
+    FVolume = new QSlider(Qt::Horizontal);
+    FVolume->setObjectName(QStringLiteral("volume"));
+    FVolume->setRange(0, kVolumeSteps);
+    FVolume->setPageStep(10);
+    FVolume->setSingleStep(5);
+    FVolume->setFixedWidth(96);
+    row->addWidget(FVolume);
+
+    connect(FPrevious, &QToolButton::clicked, &FPlayback, &Playback::Previous);
+    connect(FBack, &QToolButton::clicked, &FPlayback, &Playback::SkipBack);
+    connect(FPlay, &QToolButton::clicked, &FPlayback, &Playback::PlayOrPause);
+    connect(FForward, &QToolButton::clicked, &FPlayback, &Playback::SkipForward);
+    connect(FNext, &QToolButton::clicked, &FPlayback, &Playback::Next);
+    connect(FPosition, &QSlider::valueChanged, this, [this](int seconds) {
+        if (!FIsShowing) FPlayback.Seek(seconds);
+    });
+    connect(FPosition, &QSlider::sliderMoved, this, [this](int seconds) { FElapsed->setText(TimeText(seconds)); });
+    connect(FVolume, &QSlider::valueChanged, this, [this](int value) {
+        if (!FIsShowing) FPlayback.SetVolume(static_cast<double>(value) / kVolumeSteps);
+    });
+    connect(&FPlayback, &Playback::StateChanged, this, &PlaybackBar::ShowState);
+    connect(&FPlayback, &Playback::CurrentChanged, this, &PlaybackBar::ShowState);
+    connect(&FPlayback, &Playback::UpNextChanged, this, &PlaybackBar::ShowState);
+    connect(&FPlayback, &Playback::DurationChanged, this, &PlaybackBar::ShowState);
+    connect(&FPlayback, &Playback::PositionChanged, this, &PlaybackBar::ShowPosition);
+    connect(&FPlayback, &Playback::SpeedChanged, this, &PlaybackBar::ShowSpeed);
+    connect(&FPlayback, &Playback::VolumeChanged, this, &PlaybackBar::ShowVolume);
+    connect(&FPlayback.Sleep(), &SleepTimer::Changed, this, &PlaybackBar::ShowState);
+    FHost.Messages().Hook(FLanguageHook.Get());
+    SetIcons();
+    Localize();
+}
+
+PlaybackBar::~PlaybackBar() {
+    FHost.Messages().Unhook(FLanguageHook.Get());
+}
+
+QToolButton* PlaybackBar::AddButton(const char* name) {
+    auto* button = new QToolButton;
+    button->setObjectName(QString::fromLatin1(name));
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::StrongFocus);
+    button->setIconSize(kIconSize);
+    layout()->addWidget(button);
+    return button;
+}
+
+QToolButton* PlaybackBar::AddMenu(const char* name) {
+    QToolButton* button = AddButton(name);
+    button->setPopupMode(QToolButton::InstantPopup);
+    auto* menu = new QMenu(button);
+    connect(menu, &QMenu::aboutToShow, this,
+            button->objectName() == u"speed" ? &PlaybackBar::FillSpeeds : &PlaybackBar::FillSleep);
+    button->setMenu(menu);
+    return button;
+}
+
+QString PlaybackBar::Text(const char* key, int part) const {
+    return FHost.Language().Text(u"Player\\" + QLatin1String(key), part);
+}
+
+QString PlaybackBar::Text(const char* key, const QString& value) const {
+    return Text(key).replace(QStringLiteral("%s"), value);
+}
+
+void PlaybackBar::Caption(QWidget& control, const QString& text) {
+    control.setToolTip(text);
+    control.setAccessibleName(text);
+}
+
+void PlaybackBar::Localize() {
+    setAccessibleName(Text("Caption"));
+    // Nothing moves when a time gets longer.
+    FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
+    FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
+    FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    Caption(*FPrevious, Text("Previous"));
+    Caption(*FBack, Text("SkipBack", QString::number(FPlayback.SkipBackBy())));
+    Caption(*FForward, Text("SkipForward", QString::number(FPlayback.SkipForwardBy())));
+    Caption(*FNext, Text("Next"));
+    Caption(*FPosition, Text("Position"));
+    Caption(*FVolume, Text("Volume"));
+    Caption(*FSleep, Text("Sleep"));
+    ShowState();
+    ShowSpeed();
+    ShowVolume();
+}
+
+void PlaybackBar::SetIcons() {
+    const QColor color = palette().color(QPalette::Active, QPalette::ButtonText);
+    const QColor disabled = palette().color(QPalette::Disabled, QPalette::ButtonText);
+    const auto make = [&](TransportIcon icon) { return MakeTransportIcon(icon, color, disabled); };
+    FPrevious->setIcon(make(TransportIcon::Previous));
+    FBack->setIcon(make(TransportIcon::Back));
+    FPlay->setIcon(make(FPlayback.IsPlaying() ? TransportIcon::Pause : TransportIcon::Play));
+    FForward->setIcon(make(TransportIcon::Forward));
+    FNext->setIcon(make(TransportIcon::Next));
+    FSleep->setIcon(make(TransportIcon::Sleep));
+    FVolumeIcon->setPixmap(make(TransportIcon::Volume).pixmap(kIconSize, devicePixelRatioF()));
+}
+
+void PlaybackBar::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) SetIcons();
+    QWidget::changeEvent(event);
+}
+
+void PlaybackBar::FillSpeeds() {
+    QMenu* menu = FSpeed->menu();
+    menu->clear();
+    for (const double speed : kSpeeds) {
+        QAction* action = menu->addAction(SpeedText(speed), this, [this, speed] { FPlayback.SetSpeed(speed); });
+        action->setCheckable(true);
+        action->setChecked(FPlayback.Speed() == speed);
+    }
+}
+
+void PlaybackBar::FillSleep() {
+    QMenu* menu = FSleep->menu();
+    menu->clear();
+    SleepTimer& sleep = FPlayback.Sleep();
+    using Mode = SleepTimer::Mode;
+    if (sleep.TheMode() == Mode::AfterTime) {
+        const double seconds = static_cast<double>(sleep.Remaining().count()) / 1000;
+        menu->addAction(Text("Left", TimeText(seconds)))->setEnabled(false);
+    }
+    QAction* off = menu->addAction(Text("SleepOff"), this, [&sleep] { sleep.Cancel(); });
+    off->setCheckable(true);
+    off->setChecked(sleep.TheMode() == Mode::Off);
+    for (const int minutes : kSleepMinutes)
+        menu->addAction(Text("SleepIn", QString::number(minutes)), this,
+                        [&sleep, minutes] { sleep.SetTime(std::chrono::minutes(minutes)); });
+    QAction* atEnd = menu->addAction(Text("SleepAtEnd"), this, [&sleep] { sleep.SetAtEnd(); });
+    atEnd->setCheckable(true);
+    atEnd->setChecked(sleep.TheMode() == Mode::AtEnd);
+}
+
+void PlaybackBar::ShowState() {
+    const bool hasCurrent = !FPlayback.Current().Address.isEmpty();
+    Caption(*FPlay, Text("Play", FPlayback.IsPlaying() ? 1 : 0));
+    SetIcons();
+    FPlay->setEnabled(hasCurrent || !FPlayback.Left().Begun().empty());
+    for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
+    FPosition->setEnabled(hasCurrent);
+    FNext->setEnabled(FPlayback.HasNext());
+    FSleep->setChecked(FPlayback.Sleep().TheMode() != SleepTimer::Mode::Off);
+    ShowPosition(hasCurrent ? FPlayback.Position() : 0);
+}
+
+void PlaybackBar::ShowPosition(double seconds) {
+    if (FPosition->isSliderDown()) return;
+    const QScopedValueRollback showing(FIsShowing, true);
+    const double duration = FPlayback.Current().Address.isEmpty() ? 0 : FPlayback.Duration();
+    FPosition->setRange(0, static_cast<int>(duration));
+    FPosition->setPageStep(kPageSeconds);
+    FPosition->setSingleStep(FPlayback.SkipBackBy());
+    FPosition->setValue(static_cast<int>(seconds));
+    FElapsed->setText(TimeText(seconds));
+    FRest->setText(duration > 0 ? QString(u'−' + TimeText(duration - seconds)) : TimeText(0));
+    FPosition->setAccessibleDescription(FElapsed->text() + u" / " + TimeText(duration));
+}
+
+void PlaybackBar::ShowSpeed() {
+    FSpeed->setText(SpeedText(FPlayback.Speed()));
+    FSpeed->setToolTip(Text("Speed"));
+    FSpeed->setAccessibleName(Text("Speed") + u' ' + FSpeed->text());
+}
+
+void PlaybackBar::ShowVolume() {
+    const QScopedValueRollback showing(FIsShowing, true);
+    FVolume->setValue(static_cast<int>(std::lround(FPlayback.Volume() * kVolumeSteps)));
+}
+
+}  // namespace vexa::host

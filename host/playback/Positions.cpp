@@ -1,0 +1,124 @@
+#include "Positions.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <utility>
+
+namespace vexa::host {
+
+namespace {
+
+const QString kAddress = QStringLiteral("address"), kBegun = QStringLiteral("begun"),
+              kDuration = QStringLiteral("duration"), kPosition = QStringLiteral("position"),
+              kSpeeds = QStringLiteral("speeds"), kUpNext = QStringLiteral("next"), kWhen = QStringLiteral("when");
+
+constexpr std::size_t kMost = 2000;                   // which keeps the file small enough to be written often
+constexpr double kEndShare = 0.01, kEndSeconds = 10;  // the rest that does not count, whichever is less
+
+}  // namespace
+
+class Positions::SaveTask final : public Task {
+public:
+    SaveTask(std::shared_ptr<JsonFile> file, QByteArray json, std::shared_ptr<SaveState> state)
+        : FFile(std::move(file)), FJson(std::move(json)), FState(std::move(state)) {}
+    void Execute() override {
+        if (!FFile->Save(FJson).isEmpty()) FState->HasFailed = true;
+    }
+    void Complete() override { FState->IsSaving = false; }
+
+private:
+    const std::shared_ptr<JsonFile> FFile;
+    const QByteArray FJson;
+    const std::shared_ptr<SaveState> FState;
+};
+
+Positions::Positions(const QString& profileFolder)
+    : FFile(std::make_shared<JsonFile>(QDir(profileFolder).filePath(QStringLiteral("Positions.json")),
+                                       QStringLiteral("where episodes were left"))) {
+    const QJsonObject json = FFile->Load(kBegun);
+    for (const QJsonValue value : json[kBegun].toArray()) {
+        HeardEpisode one{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),
+                         static_cast<qint64>(value[kWhen].toDouble())};
+        if (!one.Address.isEmpty() && one.Position > 0 && FBegun.size() < kMost) FBegun.push_back(std::move(one));
+    }
+    const QJsonObject speeds = json[kSpeeds].toObject();
+    for (auto speed = speeds.begin(); speed != speeds.end(); ++speed)
+        if (speed.value().toDouble() > 0) FSpeeds.insert(speed.key(), speed.value().toDouble());
+    for (const QJsonValue value : json[kUpNext].toArray())
+        if (value.isString()) FUpNext += value.toString();
+}
+
+Positions::~Positions() {
+    WorkerPool::Cancel(FSaving, true);
+}
+
+double Positions::Find(const QString& address) const {
+    const auto found =
+        std::find_if(FBegun.begin(), FBegun.end(), [&](const auto& one) { return one.Address == address; });
+    return found == FBegun.end() ? 0 : found->Position;
+}
+
+void Positions::Leave(const QString& address, double position, double duration) {
+    const double rest = std::min(kEndSeconds, kEndShare * duration);
+    if (address.isEmpty()) return;
+    if (position <= 0 || (duration > 0 && position >= duration - rest)) return Forget(address);
+    std::erase_if(FBegun, [&](const auto& one) { return one.Address == address; });
+    FBegun.insert(FBegun.begin(), {address, position, duration, QDateTime::currentMSecsSinceEpoch()});
+    if (FBegun.size() > kMost) FBegun.resize(kMost);
+    FIsChanged = true;
+}
+
+void Positions::Forget(const QString& address) {
+    if (std::erase_if(FBegun, [&](const auto& one) { return one.Address == address; }) > 0) FIsChanged = true;
+}
+
+void Positions::SetSpeed(const QString& album, double speed) {
+    if (album.isEmpty() || Speed(album) == speed) return;
+    if (speed == 1)
+        FSpeeds.remove(album);
+    else
+        FSpeeds.insert(album, speed);
+    FIsChanged = true;
+}
+
+void Positions::SetUpNext(const QStringList& addresses) {
+    if (FUpNext == addresses) return;
+    FUpNext = addresses;
+    FIsChanged = true;
+}
+
+QByteArray Positions::ToJson() const {
+    QJsonArray begun;
+    for (const HeardEpisode& one : FBegun)
+        begun += QJsonObject{{kAddress, one.Address},
+                             {kPosition, one.Position},
+                             {kDuration, one.Duration},
+                             {kWhen, static_cast<double>(one.When)}};
+    QJsonObject speeds;
+    for (auto speed = FSpeeds.begin(); speed != FSpeeds.end(); ++speed) speeds.insert(speed.key(), speed.value());
+    const QJsonObject json{{kBegun, begun}, {kSpeeds, speeds}, {kUpNext, QJsonArray::fromStringList(FUpNext)}};
+    return QJsonDocument(json).toJson();
+}
+
+QString Positions::Save() {
+    WorkerPool::Cancel(std::exchange(FSaving, 0), true);
+    if (FState->HasFailed.exchange(false)) FIsChanged = true;
+    if (!FIsChanged) return {};
+    const QString problem = FFile->Save(ToJson());
+    FIsChanged = !problem.isEmpty();
+    return problem;
+}
+
+bool Positions::SaveInBackground() {
+    if (!FIsChanged) return true;
+    if (FState->IsSaving.exchange(true)) return false;
+    FIsChanged = false;
+    FSaving = WorkerPool::Run(std::make_unique<SaveTask>(FFile, ToJson(), FState));
+    return true;
+}
+
+}  // namespace vexa::host

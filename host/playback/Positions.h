@@ -1,0 +1,74 @@
+#pragma once
+// Positions.json of the profile: where every episode was left, at what speed each podcast is heard, and what is to play
+// next. Main thread.
+//
+// The list's order, not the clock, says what was heard last. The file is written whole and renamed, so that a crash
+// leaves the last one that was written.
+
+#include "JsonFile.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace vexa::host {
+
+struct HeardEpisode {
+    QString Address;
+    double Position = 0, Duration = 0;  // seconds; a duration of 0 is not known
+    qint64 When = 0;                    // milliseconds since 1970, by the clock at that time: for showing only
+};
+
+class Positions {
+public:
+    /// Reads the file.
+    explicit Positions(const QString& profileFolder);
+    /// Waits for what is being written.
+    ~Positions();
+    Positions(const Positions&) = delete;
+    Positions& operator=(const Positions&) = delete;
+
+    /// Seconds; 0 for what begins anew.
+    double Find(const QString& address) const;
+    /// What was begun and not heard to its end, the last heard first.
+    const std::vector<HeardEpisode>& Begun() const noexcept { return FBegun; }
+    /// It was left there; at its beginning, and so near to its end that it counts as heard, it is forgotten.
+    void Leave(const QString& address, double position, double duration);
+    /// It was heard to its end, or is to begin anew.
+    void Forget(const QString& address);
+
+    /// 1 for a podcast that has none of its own.
+    double Speed(const QString& album) const { return FSpeeds.value(album, 1); }
+    void SetSpeed(const QString& album, double speed);
+
+    const QStringList& UpNext() const noexcept { return FUpNext; }
+    void SetUpNext(const QStringList& addresses);
+
+    /// Writes what was changed. Empty, or why it could not.
+    QString Save();
+    /// Writes it on another thread. False when that is still busy with the last time, so that it has to be asked again.
+    bool SaveInBackground();
+
+private:
+    /// What the thread that writes tells.
+    struct SaveState {
+        std::atomic<bool> IsSaving{false}, HasFailed{false};
+    };
+    class SaveTask;
+
+    QByteArray ToJson() const;
+
+    const std::shared_ptr<JsonFile> FFile;
+    std::vector<HeardEpisode> FBegun;
+    QHash<QString, double> FSpeeds;
+    QStringList FUpNext;
+    bool FIsChanged = false;
+    TaskHandle FSaving = 0;
+    std::shared_ptr<SaveState> FState = std::make_shared<SaveState>();
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,245 @@
+// Playing, with real sound that goes nowhere.
+
+#include "Chapters.h"
+#include "LoopbackServer.h"
+#include "PlaybackFixture.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+
+#include <chapterframe.h>
+#include <id3v2tag.h>
+#include <textidentificationframe.h>
+#include <wavfile.h>
+
+using namespace vexa::host;
+using tests::WaitUntil;
+
+namespace {
+
+void Tag(const QString& file, const char* album, const std::vector<Chapter>& chapters = {}) {
+    TagLib::RIFF::WAV::File wav(QFile::encodeName(file).constData());
+    wav.ID3v2Tag()->setAlbum(album);
+    for (const Chapter& chapter : chapters) {
+        auto* title = new TagLib::ID3v2::TextIdentificationFrame("TIT2", TagLib::String::UTF8);
+        title->setText(TagLib::String(chapter.Title.toStdString(), TagLib::String::UTF8));
+        const QByteArray id = chapter.Title.toUtf8();
+        auto* frame = new TagLib::ID3v2::ChapterFrame(TagLib::ByteVector(id.constData(), uint(id.size())),
+                                                      uint(chapter.Start * 1000), 0, 0xFFFFFFFF, 0xFFFFFFFF);
+        frame->addEmbeddedFrame(title);
+        wav.ID3v2Tag()->addFrame(frame);
+    }
+    ASSERT_TRUE(wav.save());
+}
+
+/// Those of the list, in its order.
+struct ListOrder final : PlayOrder {
+    explicit ListOrder(QStringList list) : List(std::move(list)) {}
+    QString After(const QString& address) override {
+        return List.contains(address) ? List.value(List.indexOf(address) + 1) : QString();
+    }
+    QString Before(const QString& address) override { return List.value(List.indexOf(address) - 1); }
+    const QStringList List;
+};
+
+TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
+    const QString file = Tone(u"a.wav"_s, 30);
+    Player->Play(file);
+    Player->Seek(20);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.3; }));
+    EXPECT_NEAR(Player->Duration(), 30, 0.01);
+    Player->Stop();
+    EXPECT_EQ(Player->Current().Address, QString());
+
+    Open();
+    ASSERT_EQ(Player->Left().Begun().size(), 1u);
+    EXPECT_EQ(Player->Left().Begun()[0].Address, file);
+    EXPECT_NEAR(Player->Left().Begun()[0].Duration, 30, 0.01);
+    Player->PlayOrPause();  // what was heard last
+    EXPECT_GT(Player->Position(), 20.2);
+    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.6; }));
+    EXPECT_LT(Player->Position(), 25);
+    Player->Pause();
+    Player->SkipBack();
+    EXPECT_LT(Player->Position(), 10);
+    Host.Config().Write(u"Player\\SkipForward"_s, u"24"_s);
+    Player->SkipForward();
+    EXPECT_GT(Player->Position(), 28);
+    Player->Resume();
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    EXPECT_EQ(Heard, QStringList{file});
+    EXPECT_TRUE(Player->Left().Begun().empty());
+    Player->Play(file);
+    EXPECT_EQ(Player->Position(), 0);
+    EXPECT_TRUE(Errors.isEmpty());
+}
+
+TEST_F(PlaybackTest, AnotherSpeedKeepsThePitchAndBelongsToThePodcast) {
+    const QString first = Tone(u"first.wav"_s, 4), other = Tone(u"other.wav"_s, 4), second = Tone(u"second.wav"_s, 4);
+    Tag(first, "Quick");
+    Tag(second, "Quick");
+    Tag(other, "Slow");
+    const auto play = [this](const QString& file) {
+        Player->Play(file);
+        return WaitUntil([&] { return !Player->Current().Album.isEmpty(); }) && WaitFor(State::Playing);
+    };
+    ASSERT_TRUE(play(first));
+    Player->SetSpeed(2);
+    ASSERT_TRUE(play(other));
+    EXPECT_EQ(Player->Speed(), 1);
+
+    const QString sound = Profile.File(u"sound"_s);
+    Open(u"audioconvert ! audio/x-raw,format=S16LE,rate=8000,channels=1 ! filesink sync=true location="_s + sound);
+    ASSERT_TRUE(play(second));
+    EXPECT_EQ(Player->Speed(), 2);
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    Player.reset();
+    const QByteArray bytes = ReadWhole(sound);
+    const auto* samples = reinterpret_cast<const qint16*>(bytes.constData());
+    // The last second was played at twice the speed, whenever that began.
+    const qsizetype end = bytes.size() / 2 - 800, begin = end - 8000;
+    ASSERT_GT(begin, 0);
+    int ups = 0;
+    for (qsizetype i = begin + 1; i < end; ++i) ups += samples[i - 1] < 0 && samples[i] >= 0;
+    EXPECT_NEAR(ups, kTone, 15);
+    EXPECT_LT(bytes.size() / 2, 8000 * 3);
+}
+
+TEST_F(PlaybackTest, PositionsSurviveTheKillOfTheProgram) {
+    const tests::TempFolder profile;
+    const QString file = Tone(u"a.wav"_s, 60);
+    QProcess program;
+    program.start(QCoreApplication::applicationFilePath(), {u"--play"_s, profile.Path(), file});
+    ASSERT_TRUE(program.waitForStarted());
+    const bool isKept = WaitUntil([&] { return Positions(profile.Path()).Find(file) > 20; });
+    program.kill();
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_TRUE(isKept);
+    EXPECT_EQ(program.exitStatus(), QProcess::CrashExit);
+    EXPECT_GT(Positions(profile.Path()).Find(file), 20);
+}
+
+TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {
+    for (const QByteArray damaged : {"", "{", "[]", "{\"begun\": 1}"}) {
+        const tests::TempFolder profile;
+        const QString name = profile.File(u"Positions.json"_s);
+        WriteWhole(name, damaged);
+        Positions positions(profile.Path());
+        EXPECT_EQ(ReadWhole(name + u".damaged"), damaged);
+        for (const QString& address : {u"a"_s, u"b"_s, u"c"_s, u"a"_s}) positions.Leave(address, 50, 100);
+        positions.Leave(u"c"_s, 99.5, 100);
+        positions.Leave(u"d"_s, 5, 0);
+        positions.SaveInBackground();
+        positions.SetUpNext({u"x"_s, u"x"_s});
+        EXPECT_EQ(positions.Save(), QString());
+
+        // Whatever the clock said.
+        QByteArray json = ReadWhole(name);
+        WriteWhole(name, json.replace("\"when\": 1", "\"when\": -9"));
+        const Positions again(profile.Path());
+        QStringList begun;
+        for (const HeardEpisode& one : again.Begun()) begun += one.Address;
+        EXPECT_EQ(begun, (QStringList{u"d"_s, u"a"_s, u"b"_s}));
+        EXPECT_EQ(again.UpNext().size(), 2);
+    }
+}
+
+TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
+    QStringList files;
+    for (const char* name : {"a", "b", "c", "d", "e"}) files += Tone(QString::fromLatin1(name), 0.3);
+    ListOrder order({files[0], files[1]});
+    Player->SetOrder(&order);
+    Player->PlayLast({files[2], files[3]});
+    Player->PlayNext({files[4]});
+    Player->Play(files[0]);
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    EXPECT_EQ(Heard, (QStringList{files[0], files[4], files[2], files[3]}));  // which is none of the order's
+    Heard.clear();
+    Player->Play(files[0]);
+    ASSERT_TRUE(WaitUntil([&] { return Heard.size() == 1; }));
+    Player->Sleep().SetAtEnd();
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    EXPECT_EQ(Heard, order.List);
+
+    Player->Play(Tone(u"long"_s, 60));
+    ASSERT_TRUE(WaitFor(State::Playing));
+    Player->Sleep().SetTime(std::chrono::milliseconds(50));
+    EXPECT_TRUE(WaitFor(State::Paused));
+    EXPECT_EQ(Player->Sleep().TheMode(), SleepTimer::Mode::Off);
+    Player->SetOrder(nullptr);
+}
+
+TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
+    tests::LoopbackServer server;
+    const auto stream = tests::Response::Of(MakeTone(10, 192000, 8), "audio/x-wav");
+    server.Serve(u"/a.wav"_s, stream.With(tests::Fault::Close, 20'000'000));
+    const QString address = server.Url(u"/a.wav"_s);
+    Player->Play(address);
+    ASSERT_TRUE(WaitFor(State::Failed));
+    ASSERT_EQ(Errors.size(), 1);
+    EXPECT_TRUE(Errors[0].startsWith(Host.Language().Text(u"Player\\Problem"_s, 4))) << Errors[0].toStdString();
+    const double died = Player->Position();
+    EXPECT_GT(died, 0.5);
+    EXPECT_EQ(Player->Current().Address, address);
+
+    server.Serve(u"/a.wav"_s, stream.WithRanges());
+    Player->Resume();
+    EXPECT_EQ(Player->Position(), died);
+    ASSERT_TRUE(WaitUntil([&] { return Player->TheState() == State::Playing && Player->Position() > died + 0.3; }));
+    EXPECT_LT(Player->Position(), died + 3);
+}
+
+TEST_F(PlaybackTest, AServerThatSendsNoPartsIsPlayedFromTheBeginning) {
+    tests::LoopbackServer server;
+    const auto stream = tests::Response::Of(MakeTone(600), "audio/x-wav");
+    for (const bool hasRanges : {false, true}) {
+        Warnings.clear();
+        const QString address = server.Url(hasRanges ? u"/ranges"_s : u"/whole"_s);
+        server.Serve(address.sliced(server.Url({}).size()), hasRanges ? stream.WithRanges() : stream);
+        Player->Play(address);
+        Player->Seek(500);
+        EXPECT_EQ(Player->Position(), 500);
+        ASSERT_TRUE(WaitUntil([&] { return hasRanges ? Player->Position() > 500.2 : !Warnings.isEmpty(); }));
+        if (hasRanges) continue;
+        EXPECT_EQ(Warnings, QStringList{Host.Language().Text(u"Player\\Problem"_s, 7)});
+        ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 0.3; }));
+        EXPECT_LT(Player->Position(), 100);
+    }
+    EXPECT_TRUE(Errors.isEmpty());
+}
+
+TEST_F(PlaybackTest, WhatCannotBePlayedSaysWhy) {
+    tests::LoopbackServer server;
+    server.Serve(u"/text"_s, tests::Response::Of("a feed, and no audio at all", "text/plain"));
+    WriteWhole(Profile.File(u"text.mp3"_s), QByteArray(5000, 'x'));
+    struct Case {
+        QString Address;
+        int Problem;
+    };
+    const Case cases[] = {{Profile.File(u"missing.mp3"_s), 0}, {u"/dev/zero"_s, 0},
+                          {u"ftp://127.0.0.1/a"_s, 3},         {server.Url(u"/missing"_s), 3},
+                          {u"http://127.0.0.1:1/a"_s, 3},      {server.Url(u"/text"_s), 2},
+                          {Profile.File(u"text.mp3"_s), 2}};
+    for (const Case& one : cases) {
+        Errors.clear();
+        Player->Play(one.Address);
+        ASSERT_TRUE(WaitUntil([&] { return !Errors.isEmpty(); })) << one.Address.toStdString();
+        EXPECT_TRUE(Errors[0].startsWith(Host.Language().Text(u"Player\\Problem"_s, one.Problem)))
+            << one.Address.toStdString() << ": " << Errors[0].toStdString();
+        EXPECT_FALSE(Player->IsPlaying());
+    }
+}
+
+TEST_F(PlaybackTest, ChaptersAreReadInTheirOrder) {
+    const QString file = Tone(u"a.wav"_s, 2);
+    Tag(file, "Chapters", {{1.5, u"Später"_s}, {0.25, u"First"_s}});
+    Player->Play(file);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Current().Chapters.size() == 2; }));
+    EXPECT_EQ(Player->Current().Chapters[0].Title, u"First"_s);
+    EXPECT_EQ(Player->Current().Chapters[1].Start, 1.5);
+    EXPECT_EQ(Player->Current().Chapters[1].Title, u"Später"_s);
+    EXPECT_TRUE(ReadChapters(u"/dev/zero"_s).empty());
+}
+
+}  // namespace
