@@ -8,6 +8,7 @@ namespace vexa::host {
 
 namespace {
 
+constexpr int kIndent = 16;              // pixels, of lists
 constexpr qsizetype kLongest = 200'000;  // characters; more are cut, so that no feed holds up the window
 
 const QString kSeek = QStringLiteral("seek");
@@ -124,6 +125,7 @@ ShowNotes::ShowNotes(QWidget* parent) : QTextBrowser(parent) {
     setFrameShape(QFrame::NoFrame);
     setUndoRedoEnabled(false);
     document()->setDocumentMargin(0);
+    document()->setIndentWidth(kIndent);
     setTextInteractionFlags(Qt::TextBrowserInteraction);
     connect(this, &QTextBrowser::anchorClicked, this, &ShowNotes::Open);
 }
