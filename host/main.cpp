@@ -2,8 +2,11 @@
 
 #include "Installation.h"
 #include "MainWindow.h"
+#include "Mpris.h"
 #include "Notifications.h"
 #include "OptionsDialog.h"
+#include "PlaybackTransport.h"
+#include "PlaylistOrder.h"
 #include "Session.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
@@ -92,7 +95,18 @@ int RunHeadless(const QCommandLineParser& arguments) {
 int RunWindow(const QCommandLineParser& arguments) {
     Host host(OptionsOf(arguments));
     HideServices(host, arguments);
+    Playback playback(host);
+    PlaylistOrder order(host.Playlists());
+    playback.SetOrder(&order);
+    Mpris mpris(playback);
     MainWindow window(host);
+    window.SetTransportBar(new PlaybackTransport(playback, host));
+    QObject::connect(&mpris, &Mpris::RaiseRequested, &window, [&window] {
+        window.showNormal();
+        window.raise();
+        window.activateWindow();
+    });
+    QObject::connect(&mpris, &Mpris::QuitRequested, &window, &QWidget::close);
     QString plugin = arguments.value(QStringLiteral("plugin"));
     if (plugin.isEmpty()) plugin = PodcastsPlugin();
     window.show();
