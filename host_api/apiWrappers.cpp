@@ -7,22 +7,36 @@
 
 #include <cmath>
 #include <limits>
+#include <mutex>
+#include <utility>
 
 namespace vexa {
 
 namespace {
 
-// Let go of when the module is unloaded, should Finalize never have been called.
+// Host threads may still be asking when the plug-in ends: each takes a reference of its own.
+std::mutex CoreMutex;
+// Guarded by CoreMutex. Let go of when the module is unloaded, should Finalize never have been called.
 Ref<IVEXACore> Core;
+
+Ref<IVEXACore> CurrentCore() noexcept {
+    const std::lock_guard lock(CoreMutex);
+    return Core;
+}
+
+void SetCore(Ref<IVEXACore> core) noexcept {
+    const std::lock_guard lock(CoreMutex);
+    std::swap(Core, core);
+}
 
 }  // namespace
 
 void TVEXAAPIWrappers::Initialize(IVEXACore* core) {
-    Core = core;
+    SetCore(core);
 }
 
 void TVEXAAPIWrappers::Finalize() {
-    Core = nullptr;
+    SetCore(nullptr);
 }
 
 void RaiseIfFailed(HResult code, const QString& format) {
@@ -31,12 +45,14 @@ void RaiseIfFailed(HResult code, const QString& format) {
 }
 
 Ref<IVEXACore> HostCore() {
-    if (!Core) throw EHostError(QStringLiteral("Plugin was not initialized"));
-    return Core;
+    auto core = CurrentCore();
+    if (!core) throw EHostError(QStringLiteral("Plugin was not initialized"));
+    return core;
 }
 
 bool QueryHostService(const Guid& iid, void** service) noexcept {
-    return Core && Succeeded(Core->QueryInterface(iid, service));
+    const auto core = CurrentCore();
+    return core && Succeeded(core->QueryInterface(iid, service));
 }
 
 void CreateHostObject(const Guid& iid, void** object) {

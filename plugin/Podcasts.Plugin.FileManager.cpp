@@ -148,8 +148,9 @@ HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t f
         if (!HasPodcastScheme(address)) return E_NOTIMPL;
         const auto resolved = ResolveEpisode(address);
         if (!resolved) {
-            if (error)
-                error->SetInfo(-1, ToHostString(LocalizedText(QStringLiteral("Podcasts\\MSG12"))).Get(), nullptr);
+            const QString message = LocalizedText(QStringLiteral("Podcasts\\MSG12"));
+            // Without a message there may be no host left to make its string.
+            if (error) error->SetInfo(-1, message.isEmpty() ? nullptr : ToHostString(message).Get(), nullptr);
             return E_ABORT;
         }
         const QString localFile = resolved->LocalFileName();

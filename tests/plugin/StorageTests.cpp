@@ -188,6 +188,41 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
 }
 
+TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {
+    const QByteArray audio = Server.Url("/").toUtf8();
+    for (const char* title : {"A", "B", "C"}) {
+        Subscribe(QString("/%1").arg(title), Feed(title, 60, audio));
+        Server.Serve(QString("/%1").arg(title), Response::Of(Feed(title, 80, audio)));
+        for (int i = 1; i <= 5; ++i)
+            Server.Serve(QString("/%1%2.mp3").arg(title).arg(i), Response::Of(QByteArray(50'000, 'x'), "audio/mpeg"));
+    }
+    const auto selection = std::make_shared<host::FixedSelection>();
+    for (const char* title : {"A", "B", "C"})
+        for (int i = 1; i <= 5; ++i)
+            selection->Files += Server.Url(QString("/%1%2.mp3").arg(title).arg(i)).replace("http://", "podcast://");
+    selection->Focused = selection->Files[0];
+    Host.Selection().SetModel(selection);
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    const auto storage = Library();
+    host::RowReader reader(storage);
+    int offset = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        host::RowQuery query{
+            .Fields = {"Title", "State", "FeedName"}, .Sort = {{"Title"}}, .Offset = offset, .Limit = 20};
+        offset = (offset + 20) % 160;
+        EXPECT_EQ(reader.ReadNow(query).Error, QString());
+        query.Search = "A 7";
+        EXPECT_EQ(reader.CountNow(query).Error, QString());
+        EXPECT_GE(Nodes().size(), 3);
+        return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty();
+    }));
+    EXPECT_EQ(reader.CountNow({.Fields = {"Title"}}).Count, 240);
+    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db"))
+                  .Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URLAudioCached <> ''")[0],
+              "15");
+}
+
 TEST_F(Storage, EndsWhileATaskReports) {
     Subscribe("/a", Feed("A", 3));
     Server.Serve("/a", Response::Of("<rss/>").With(Fault::Wait));
