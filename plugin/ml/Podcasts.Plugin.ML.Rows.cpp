@@ -29,11 +29,15 @@ void TPodcastsRows::Close() {
     FText.Clear();
 }
 
-void TPodcastsRows::Begin(const TPodcastsDB& db) {
-    if (!FReader || FReader->FileName() != db.FileName()) {
-        FReader = std::make_unique<SqliteReader>(db.FileName());
-        FVersion = -1;
-    }
+void TPodcastsRows::Open(const TPodcastsDB& db) {
+    if (FReader && FReader->FileName() == db.FileName()) return;
+    FReader = std::make_unique<SqliteReader>(db.FileName());
+    FVersion = -1;
+}
+
+void TPodcastsRows::DropWhatChanged() {
+    // The first read fixes the state that the snapshot shows; only then does the number belong to it.
+    FReader->QueryInteger("SELECT Count(*) FROM sqlite_master");
     const qint64 version = FReader->DataVersion();
     if (version == FVersion) return;
     FVersion = version;
@@ -86,7 +90,7 @@ auto TPodcastsRows::Keep(const QString& rows, const QString& order, RowIDs ids) 
     return FKept.front().IDs;
 }
 
-auto TPodcastsRows::ReadIDs(const QString& sql) -> std::optional<RowIDs> {
+auto TPodcastsRows::ReadIDs(const QString& sql) -> RowIDs {
     RowIDs ids;
     if (const auto cursor = FReader->Query(ToUtf8(sql))) do
             ids.push_back(static_cast<std::uint32_t>(cursor->Integer64(0)));
@@ -96,7 +100,7 @@ auto TPodcastsRows::ReadIDs(const QString& sql) -> std::optional<RowIDs> {
 
 auto TPodcastsRows::OrderedIDs(const TPodcastsRowPlan& plan) -> std::shared_ptr<const RowIDs> {
     if (auto kept = FindKept(plan.Conditions, plan.Order)) return kept;
-    return Keep(plan.Conditions, plan.Order, *ReadIDs(plan.IDs()));
+    return Keep(plan.Conditions, plan.Order, ReadIDs(plan.IDs()));
 }
 
 auto TPodcastsRows::SearchedIDs(const TPodcastsRowPlan& plan, const TVEXAPodcastsMLStatement& statement)
@@ -149,10 +153,11 @@ std::unique_ptr<SqliteRows> TPodcastsRows::ReadByIDs(const TVEXAPodcastsMLStatem
 
 std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement) {
     const std::lock_guard lock(FMutex);
-    Begin(db);
+    Open(db);
     if (statement.Count <= 0 || statement.Offset < 0) return ReadPlain(statement.SQL);
     // One snapshot for all that follows: what another thread commits meanwhile is seen by the next request.
     const SqliteSnapshot snapshot(*FReader);
+    DropWhatChanged();
     const TPodcastsRowPlan plan = PlanOf(statement);
     if (!plan.IsKnown) return ReadPlain(statement.SQL);
     std::shared_ptr<const RowIDs> ids;
@@ -173,13 +178,14 @@ std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TVE
     }
     if (plan.IsSorted) return ReadPlain(statement.SQL);
     const auto page = ReadIDs(WithRange(plan.IDs(), statement));
-    return ReadByIDs(statement, page->data(), page->size());
+    return ReadByIDs(statement, page.data(), page.size());
 }
 
 qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement) {
     const std::lock_guard lock(FMutex);
-    Begin(db);
+    Open(db);
     const SqliteSnapshot snapshot(*FReader);
+    DropWhatChanged();
     if (statement.Search.isEmpty()) {
         const QString sql = PlanCount(*FReader, statement);
         if (!sql.isEmpty() && !HasOrphans()) return FReader->QueryInteger(ToUtf8(sql));

@@ -38,13 +38,15 @@ private:
         std::shared_ptr<const RowIDs> IDs;
     };
 
-    void Begin(const TPodcastsDB& db);
+    void Open(const TPodcastsDB& db);
+    /// Inside a snapshot, so that what is kept and what is read are of one state.
+    void DropWhatChanged();
     TPodcastsRowPlan PlanOf(const TVEXAPodcastsMLStatement& statement);
     std::shared_ptr<const RowIDs> FindKept(const QString& rows, const QString& order);
     std::shared_ptr<const RowIDs> Keep(const QString& rows, const QString& order, RowIDs ids);
     std::shared_ptr<const RowIDs> OrderedIDs(const TPodcastsRowPlan& plan);
     std::shared_ptr<const RowIDs> SearchedIDs(const TPodcastsRowPlan& plan, const TVEXAPodcastsMLStatement& statement);
-    std::optional<RowIDs> ReadIDs(const QString& sql);
+    RowIDs ReadIDs(const QString& sql);
     std::unique_ptr<vexa::SqliteRows> ReadPlain(const QString& sql);
     std::unique_ptr<vexa::SqliteRows> ReadByIDs(const TVEXAPodcastsMLStatement& statement, const std::uint32_t* ids,
                                                 std::size_t count);

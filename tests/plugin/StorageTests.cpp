@@ -60,11 +60,10 @@ protected:
         list.write("<opml><body><outline xmlUrl=\"" + Server.Url(path).toUtf8() + "\"/></body></opml>");
         list.close();
         Library().Subscriptions()->ImportOPML(host::MakeString(list.fileName()).Get(), nullptr, nullptr);
-        ASSERT_TRUE(WaitUntil([&] { return Rows({}).contains(Server.Url(path)); }));
+        ASSERT_TRUE(WaitUntil([&] { return FeedAddresses().contains(Server.Url(path)); }));
     }
     host::LibraryStorage Library() { return host::LibraryStorage(Host.Library()); }
-    /// Addresses of the feeds that are stored.
-    QStringList Rows(const QString&) {
+    QStringList FeedAddresses() {
         return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLFeed FROM PodcastFeeds");
     }
     QString States() {
