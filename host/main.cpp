@@ -5,7 +5,6 @@
 #include "Mpris.h"
 #include "Notifications.h"
 #include "OptionsDialog.h"
-#include "PlaybackTransport.h"
 #include "PlaylistOrder.h"
 #include "Session.h"
 #include "VEXA.Runtime.Files.h"
@@ -99,8 +98,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     PlaylistOrder order(host.Playlists());
     playback.SetOrder(&order);
     Mpris mpris(playback);
-    MainWindow window(host);
-    window.SetTransportBar(new PlaybackTransport(playback, host));
+    MainWindow window(host, playback);
     QObject::connect(&mpris, &Mpris::RaiseRequested, &window, [&window] {
         window.showNormal();
         window.raise();

@@ -255,7 +255,7 @@ void Playback::OnStarted() {
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
     FError.clear();
-    if (const double position = FPositions.Find(FCurrent.Address); position > 0) FOutput->Seek(position);
+    if (const HeardEpisode* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
     WorkerPool::Cancel(FDescribing, false);
     FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(FCurrent, FHost.FileInfos(), this));

@@ -56,10 +56,10 @@ Positions::~Positions() {
     WorkerPool::Cancel(FSaving, true);
 }
 
-double Positions::Find(const QString& address) const {
+const HeardEpisode* Positions::Find(const QString& address) const {
     const auto found =
         std::find_if(FBegun.begin(), FBegun.end(), [&](const auto& one) { return one.Address == address; });
-    return found == FBegun.end() ? 0 : found->Position;
+    return found == FBegun.end() ? nullptr : &*found;
 }
 
 void Positions::Leave(const QString& address, double position, double duration) {

@@ -32,8 +32,8 @@ public:
     Positions(const Positions&) = delete;
     Positions& operator=(const Positions&) = delete;
 
-    /// Seconds; 0 for what begins anew.
-    double Find(const QString& address) const;
+    /// Null for what begins anew. It holds until the next change.
+    const HeardEpisode* Find(const QString& address) const;
     /// What was begun and not heard to its end, the last heard first.
     const std::vector<HeardEpisode>& Begun() const noexcept { return FBegun; }
     /// It was left there; at its beginning, and so near to its end that it counts as heard, it is forgotten.

@@ -2,9 +2,9 @@
 
 #include "Banner.h"
 #include "DetailsPane.h"
-#include "ErrorInfo.h"
 #include "FirstStartPage.h"
-#include "PlainTransportBar.h"
+#include "ListeningPane.h"
+#include "PlaybackBar.h"
 #include "PlaylistPane.h"
 #include "RowTexts.h"
 #include "TaskBar.h"
@@ -29,6 +29,7 @@ constexpr QSize kFirstSize(1200, 760);
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
+const QString kLeftKey = QStringLiteral("Window\\Left");
 const QString kSideKey = QStringLiteral("Window\\Side");
 const QString kThemeKey = QStringLiteral("Window\\Theme");
 
@@ -38,8 +39,9 @@ WindowTheme::Choice StoredTheme(ConfigService& config) {
 
 }  // namespace
 
-MainWindow::MainWindow(Host& host)
+MainWindow::MainWindow(Host& host, Playback& playback)
     : FHost(host),
+      FPlayback(playback),
       FTexts(host.Language()),
       FTheme(StoredTheme(host.Config())),
       FTree(new TreePane(host.Language())),
@@ -47,15 +49,18 @@ MainWindow::MainWindow(Host& host)
       FSubscriber(new Subscriber(host, this)),
       FDetails(new DetailsPane(host)),
       FPlaylists(new PlaylistPane(host)),
+      FListening(new ListeningPane(host, playback)),
       FFirstStart(new FirstStartPage(host, *FSubscriber)),
       FTasks(new TaskBar(host.Library(), host.Language())),
       FSplitter(new QSplitter(Qt::Horizontal)),
+      FLeft(new QSplitter(Qt::Vertical)),
       FSide(new QSplitter(Qt::Vertical)),
       FPages(new QStackedWidget),
       FPlace(new QWidget),
       FPlaceLayout(new QVBoxLayout(FPlace)),
       FBanner(new Banner(FPlace)),
-      FMenuBar(new WindowMenuBar(host, FTheme)),
+      FBar(new PlaybackBar(playback, host)),
+      FMenuBar(new WindowMenuBar(host, playback, FTheme)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
@@ -67,8 +72,8 @@ MainWindow::MainWindow(Host& host)
     AddMenuItems();
     FLibrary = std::make_unique<LibraryController>(FHost, *FTree, *FTable);
     FOptions.SetParent(this);
-    SetTransportBar(new PlainTransportBar(FHost));
     ConnectLibrary();
+    ConnectPlayback();
     ConnectMenus();
     AnswerMessages();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
@@ -97,16 +102,19 @@ void MainWindow::Arrange() {
     FSide->addWidget(FDetails);
     FSide->addWidget(FPlaylists);
     FSide->setSizes({420, 240});
-    FSplitter->addWidget(FTree);
+    FLeft->addWidget(FTree);
+    FLeft->addWidget(FListening);
+    FLeft->setSizes({440, 220});
+    FSplitter->addWidget(FLeft);
     FSplitter->addWidget(FTable);
     FSplitter->addWidget(FSide);
     FSplitter->setStretchFactor(1, 1);
     FSplitter->setSizes({220, 680, 300});
-    for (QSplitter* splitter : {FSplitter, FSide}) {
+    for (QSplitter* splitter : {FSplitter, FLeft, FSide}) {
         splitter->setHandleWidth(1);
         splitter->setChildrenCollapsible(false);
     }
-    FTree->setMinimumWidth(140);
+    FLeft->setMinimumWidth(140);
     FTable->setMinimumWidth(260);
     FSide->setMinimumWidth(220);
     FPages->addWidget(FSplitter);
@@ -117,27 +125,29 @@ void MainWindow::Arrange() {
     FPlaceLayout->setSpacing(0);
     FPlaceLayout->addWidget(FPages, 1);
     FPlaceLayout->addWidget(line);
+    FPlaceLayout->addWidget(FBar);
     setCentralWidget(FPlace);
 }
 
 void MainWindow::AddMenuItems() {
-    const auto add = [this](const char* key, QWidget* pane, const QKeySequence& keys) {
+    const auto add = [this](const char* key, const QKeySequence& keys, auto show) {
         auto* toggle = new QAction(this);
         toggle->setObjectName(QString::fromLatin1(key));
         toggle->setCheckable(true);
         toggle->setShortcut(keys);
         toggle->setChecked(FHost.Config().Find(u"Window\\" + QString::fromLatin1(key)).value_or(QString()) != u"0");
-        pane->setVisible(toggle->isChecked());
-        connect(toggle, &QAction::toggled, this, [this, pane, key](bool isShown) {
-            pane->setVisible(isShown);
+        show(toggle->isChecked());
+        connect(toggle, &QAction::toggled, this, [this, show, key](bool isShown) {
+            show(isShown);
             FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
             FHost.Config().Write(u"Window\\" + QString::fromLatin1(key),
                                  isShown ? QStringLiteral("1") : QStringLiteral("0"));
         });
         FMenuBar->AddPane(key, toggle);
     };
-    add("PaneDetails", FDetails, QKeySequence(Qt::Key_F9));
-    add("PanePlaylists", FPlaylists, QKeySequence(Qt::SHIFT | Qt::Key_F9));
+    add("PaneDetails", Qt::Key_F9, [this](bool isShown) { FDetails->setVisible(isShown); });
+    add("PanePlaylists", Qt::SHIFT | Qt::Key_F9, [this](bool isShown) { FPlaylists->setVisible(isShown); });
+    add("PaneListening", Qt::CTRL | Qt::Key_F9, [this](bool isShown) { FListening->SetWanted(isShown); });
     FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
 }
 
@@ -145,17 +155,15 @@ void MainWindow::ConnectLibrary() {
     connect(FTable, &TablePane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::CurrentChanged, this, &MainWindow::ShowDetails);
     connect(FPlaylists, &PlaylistPane::Activated, this, &MainWindow::Play);
-    connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
-        if (FHost.Player().FileName() != file) Play(file);
-        FTransport->Seek(seconds);
-    });
     connect(FTable, &TablePane::MenuWanted, this, [this](const QPoint& position) {
         FCommands->ShowMenu(kMenuLibraryTable, position, [this](QMenu& menu) {
-            const bool hasRow = !FTable->CurrentFile().isEmpty();
-            QAction* play = menu.addAction(FTexts("Play"), this, [this] { Play(FTable->CurrentFile()); });
-            QAction* add =
-                menu.addAction(FTexts("AddToPlaylist"), this, [this] { FPlaylists->Add(FTable->SelectedFiles()); });
-            for (QAction* action : {play, add}) action->setEnabled(hasRow);
+            const auto add = [&](const char* key, auto then) {
+                menu.addAction(FTexts(key), this, then)->setEnabled(!FTable->CurrentFile().isEmpty());
+            };
+            add("Play", [this] { Play(FTable->CurrentFile()); });
+            add("PlayNext", [this] { FPlayback.PlayNext(FTable->SelectedFiles()); });
+            add("PlayLast", [this] { FPlayback.PlayLast(FTable->SelectedFiles()); });
+            add("AddToPlaylist", [this] { FPlaylists->Add(FTable->SelectedFiles()); });
         });
     });
     connect(FTree, &TreePane::MenuWanted, this,
@@ -174,6 +182,20 @@ void MainWindow::ConnectLibrary() {
     connect(&FTable->Model(), &TableModel::Failed, this,
             [this](const QString& reason) { FBanner->Show(FTexts("Library"), reason); });
     connect(FSubscriber, &Subscriber::Finished, this, &MainWindow::Report);
+}
+
+void MainWindow::ConnectPlayback() {
+    FTable->Model().SetPositions(&FPlayback.Left());
+    connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
+    connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
+    connect(&FPlayback, &Playback::Warned, this, [this](const QString& text) { FBanner->Show(text, {}); });
+    connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
+    connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
+    connect(FListening, &ListeningPane::Activated, &FPlayback, &Playback::Play);
+    connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
+        if (FPlayback.Current().Address != file) FPlayback.Play(file);
+        FPlayback.Seek(seconds);
+    });
 }
 
 void MainWindow::ConnectMenus() {
@@ -215,6 +237,7 @@ void MainWindow::ShowDetails() {
 
 void MainWindow::LetGo() {
     FDetails->Stop();
+    FListening->Model().Stop();
     FTasks->Update(nullptr);
 }
 
@@ -272,14 +295,6 @@ void MainWindow::AnswerMessages() {
     });
 }
 
-void MainWindow::SetTransportBar(TransportBar* bar) {
-    delete FTransport;
-    FTransport = bar;
-    FPlaceLayout->addWidget(bar);
-    connect(bar, &TransportBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
-    connect(bar, &TransportBar::Failed, this, &MainWindow::Warn);
-}
-
 void MainWindow::Warn(const QString& message) {
     auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
     box->setTextFormat(Qt::PlainText);
@@ -296,10 +311,7 @@ void MainWindow::LoadPlugin(const QString& fileName) {
 }
 
 void MainWindow::Play(const QString& file) {
-    const Ref<ErrorInfo> error(new ErrorInfo);
-    if (file.isEmpty() || Succeeded(FHost.Player().Play(MakeString(file).Get(), error.Get()))) return;
-    const QString reason = error->Message();
-    Warn(reason.isEmpty() ? FTexts("CannotPlay", file) : reason);
+    FPlayback.Play(file);
 }
 
 void MainWindow::RestoreLayout() {
@@ -310,7 +322,8 @@ void MainWindow::RestoreLayout() {
     if (geometry.isEmpty() || !restoreGeometry(geometry)) resize(kFirstSize.boundedTo(screen()->availableSize()));
     if (const QByteArray sizes = bytes(kSplitterKey); !sizes.isEmpty()) FSplitter->restoreState(sizes);
     if (const QByteArray sizes = bytes(kSideKey); !sizes.isEmpty()) FSide->restoreState(sizes);
-    for (QSplitter* splitter : {FSplitter, FSide}) splitter->setHandleWidth(1);
+    if (const QByteArray sizes = bytes(kLeftKey); !sizes.isEmpty()) FLeft->restoreState(sizes);
+    for (QSplitter* splitter : {FSplitter, FLeft, FSide}) splitter->setHandleWidth(1);
 }
 
 void MainWindow::SaveLayout() {
@@ -319,6 +332,7 @@ void MainWindow::SaveLayout() {
     };
     write(kGeometryKey, saveGeometry());
     write(kSplitterKey, FSplitter->saveState());
+    write(kLeftKey, FLeft->saveState());
     write(kSideKey, FSide->saveState());
     FHost.Config().Write(kThemeKey, QString::number(static_cast<int>(FTheme.Chosen())));
 }
@@ -333,7 +347,7 @@ void MainWindow::Localize() {
     FPlaylists->Localize();
     FFirstStart->Localize();
     FTasks->Localize();
-    FTransport->Localize();
+    FListening->Localize();
     FBanner->SetDismissName(FTexts("Dismiss"));
 }
 
@@ -343,7 +357,6 @@ void MainWindow::OnThemeChanged() {
     FPlaylists->OnThemeChanged();
     FFirstStart->OnThemeChanged();
     FTasks->OnThemeChanged();
-    FTransport->OnThemeChanged();
     FBanner->OnThemeChanged();
 }
 

@@ -2,17 +2,18 @@
 // The player's window: which panes there are, where they stand, and who hears whom. Main thread.
 //
 //     Host host(options);
-//     MainWindow window(host);
+//     Playback playback(host);
+//     MainWindow window(host, playback);
 //     host.LoadPlugin(fileName);
 //     window.show();
 //
-// It ends before its host. When plug-ins are unloaded meanwhile, it lets go of all that is theirs.
+// It ends before its player and its host. When plug-ins are unloaded meanwhile, it lets go of all that is theirs.
 
 #include "Host.h"
 #include "LibraryController.h"
 #include "OptionsDialog.h"
+#include "Playback.h"
 #include "Subscriber.h"
-#include "TransportBar.h"
 #include "WindowCommands.h"
 #include "WindowMenuBar.h"
 #include "WindowTheme.h"
@@ -28,18 +29,17 @@ namespace vexa::host {
 class Banner;
 class DetailsPane;
 class FirstStartPage;
+class ListeningPane;
+class PlaybackBar;
 class PlaylistPane;
 class TaskBar;
 
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
-    explicit MainWindow(Host& host);
+    MainWindow(Host& host, Playback& playback);
     ~MainWindow() override;
 
-    /// In place of the bar that there is; the window owns it.
-    void SetTransportBar(TransportBar* bar);
-    TransportBar* Transport() const noexcept { return FTransport; }
     WindowTheme& Theme() noexcept { return FTheme; }
     LibraryController& Library() noexcept { return *FLibrary; }
 
@@ -58,6 +58,7 @@ private:
     void AnswerMessages();
     void Arrange();
     void AddMenuItems();
+    void ConnectPlayback();
     void ConnectLibrary();
     void ConnectMenus();
     void ShowPage();
@@ -72,6 +73,7 @@ private:
     void OnThemeChanged();
 
     Host& FHost;
+    Playback& FPlayback;
     const WindowTexts FTexts;
     WindowTheme FTheme;
     TreePane* FTree;
@@ -79,14 +81,15 @@ private:
     Subscriber* FSubscriber;
     DetailsPane* FDetails;
     PlaylistPane* FPlaylists;
+    ListeningPane* FListening;
     FirstStartPage* FFirstStart;
     TaskBar* FTasks;
-    QSplitter *FSplitter, *FSide;
+    QSplitter *FSplitter, *FLeft, *FSide;
     QStackedWidget* FPages;
     QWidget* FPlace;  // of all but menu and status bar
     QVBoxLayout* FPlaceLayout;
     Banner* FBanner;
-    TransportBar* FTransport = nullptr;
+    PlaybackBar* FBar;
     WindowMenuBar* FMenuBar;
     OptionsWindow FOptions;
     WindowCommands* FCommands;

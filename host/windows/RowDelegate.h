@@ -1,11 +1,14 @@
 #pragma once
-// How the window's views draw their rows: all of one height, and a row that has the focus as a whole. Main thread.
+// How the window's views draw their rows: all of one height, a row that has the focus as a whole, and how far one is in
+// an episode: the time that is left beside its title, a line of progress below it. Main thread.
 
 #include <QStyledItemDelegate>
 
-#include <algorithm>
-
 namespace vexa::host {
+
+/// What models tell of what was begun: the part that was heard, from 0 to 1, and the time that is left, as text. Empty
+/// for what was not.
+enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole };
 
 class RowDelegate final : public QStyledItemDelegate {
 public:
@@ -13,17 +16,11 @@ public:
 
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-        const QSize size = QStyledItemDelegate::sizeHint(option, index);
-        return {size.width(), std::max(size.height(), kHeight)};
-    }
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
 protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
-        QStyledItemDelegate::initStyleOption(option, index);
-        // What is focused, but not selected, still has to be seen.
-        if (option->state & QStyle::State_Selected) option->state &= ~QStyle::State_HasFocus;
-    }
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 };
 
 }  // namespace vexa::host

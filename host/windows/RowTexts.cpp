@@ -19,13 +19,16 @@ QDateTime Local(double date) {
 
 }  // namespace
 
+QString TimeText(double seconds) {
+    const auto whole = static_cast<qint64>(std::isfinite(seconds) && seconds > 0 ? seconds : 0);
+    const auto two = [](qint64 number) { return QString(QString::number(number).rightJustified(2, u'0')); };
+    if (whole < 3600) return QString::number(whole / 60) + u':' + two(whole % 60);
+    return QString::number(whole / 3600) + u':' + two(whole / 60 % 60) + u':' + two(whole % 60);
+}
+
 QString ShownDuration(double seconds) {
     if (!(seconds >= 0.5) || seconds > kLongest) return {};
-    const auto whole = static_cast<qint64>(std::llround(seconds));
-    const qint64 hours = whole / 3600, minutes = whole / 60 % 60;
-    const QString rest = QStringLiteral(":%1").arg(whole % 60, 2, 10, QChar(u'0'));
-    if (hours == 0) return QString::number(minutes) + rest;
-    return QStringLiteral("%1:%2").arg(hours).arg(minutes, 2, 10, QChar(u'0')) + rest;
+    return TimeText(std::round(seconds));
 }
 
 QString ShownDate(double date) {

@@ -6,7 +6,9 @@
 
 namespace vexa::host {
 
-/// "1:02:03", or "2:03" below an hour; empty when it is unknown.
+/// "1:02:03", or "2:03" below an hour.
+QString TimeText(double seconds);
+/// The same, rounded; empty when it is unknown.
 QString ShownDuration(double seconds);
 /// An OLE Automation date in UTC, in the user's zone; empty for none. Short, as a column shows it, or with the time.
 QString ShownDate(double date);

@@ -1,5 +1,6 @@
 #include "TableModel.h"
 
+#include "RowDelegate.h"
 #include "RowTexts.h"
 #include "WindowIcons.h"
 
@@ -39,7 +40,7 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     FColumns.clear();
     FPages.clear();
     FCount = 0;
-    FIDColumn = FFileColumn = -1;
+    FIDColumn = FFileColumn = FTitleColumn = FDurationColumn = -1;
     FQuery = {};
     if (FStorage) {
         const LibraryField* file = nullptr;
@@ -48,7 +49,12 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
             if (field.Type == IVEXAMLDataField::FileName) file = &field;
             if (!field.Is(IVEXAMLDataField::Internal)) FColumns.push_back(&field);
         }
-        for (const LibraryField* field : FColumns) FQuery.Fields += field->Name;
+        for (const LibraryField* field : FColumns) {
+            if (field->Type == IVEXAMLDataField::Duration && FDurationColumn < 0)
+                FDurationColumn = static_cast<int>(FQuery.Fields.size());
+            FQuery.Fields += field->Name;
+        }
+        FTitleColumn = ColumnOf(QStringLiteral("Title"));
         const auto add = [this](const LibraryField* field) {
             if (!field || !field->HasRows()) return -1;
             FQuery.Fields += field->Name;
@@ -314,6 +320,8 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const auto* values = Row(index.row());
     if (!values) return role == Qt::DisplayRole && !isMark ? QVariant(kNotThere) : QVariant();
     const RowValue& value = (*values)[column];
+    if (role == kProgressRole || role == kTimeLeftRole || role == Qt::AccessibleDescriptionRole)
+        return index.column() == FTitleColumn ? Progress(index.row(), role) : QVariant();
     // The name of the local copy says less than that there is one.
     if (isMark && !value.Text.isEmpty()) {
         if (role == Qt::DecorationRole) return WindowIcon(QStringLiteral("downloaded"));
@@ -330,6 +338,23 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
         text = (field.DisplayValues ? value.Shown : value.Text).simplified();
     if (role == Qt::DisplayRole || text.isEmpty()) return text;
     return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // wrapped, and nothing in it is markup
+}
+
+QVariant TableModel::Progress(int row, int role) const {
+    const HeardEpisode* left = FPositions ? FPositions->Find(File(row)) : nullptr;
+    if (!left) return {};
+    double duration = left->Duration;
+    if (!(duration > 0) && FDurationColumn >= 0)
+        duration = (*Row(row))[static_cast<std::size_t>(FDurationColumn)].Number;
+    if (!(duration > left->Position)) return {};
+    if (role == kProgressRole) return left->Position / duration;
+    return FTexts("TimeLeft", ShownDuration(duration - left->Position));
+}
+
+void TableModel::OnPositionsChanged() {
+    if (FCount == 0 || FTitleColumn < 0) return;
+    Q_EMIT dataChanged(index(std::min(FSightFirst, FCount - 1), FTitleColumn),
+                       index(std::min(FSightLast, FCount - 1), FTitleColumn), {kProgressRole, kTimeLeftRole});
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -8,6 +8,7 @@
 //     model.SetSight(first, last);         // after every scrolling
 //     model.Reload();                      // rows may have changed; who stands where is kept by the rows' IDs
 
+#include "Positions.h"
 #include "Rows.h"
 #include "WindowTexts.h"
 
@@ -34,6 +35,9 @@ public:
     const RowQuery& Query() const noexcept { return FQuery; }
     void SetSight(int first, int last);
     void Reload();
+    /// Where episodes were left, shown beside their titles. It outlives the model; null for nothing.
+    void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
+    void OnPositionsChanged();
     /// Whether an answer to a query is awaited.
     bool IsBusy() const noexcept { return FFirst != 0; }
 
@@ -81,6 +85,7 @@ private:
     void SetCount(int count);
     void BeginReload();
     void TakeReloaded(Pages pages, int count);
+    QVariant Progress(int row, int role) const;
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
     QString ID(const Pages& pages, int row) const;
     void MoveRows(Pages pages);
@@ -89,7 +94,8 @@ private:
     const LibraryStorage* FStorage = nullptr;
     RowReader* FReader = nullptr;
     std::vector<const LibraryField*> FColumns;
-    int FIDColumn = -1, FFileColumn = -1;
+    int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FDurationColumn = -1;
+    const Positions* FPositions = nullptr;
     RowQuery FQuery;  // with all fields: the columns, then those that only the model looks at
     int FCount = 0;
     Pages FPages;

@@ -7,7 +7,7 @@
 
 namespace vexa::host {
 
-WindowMenuBar::WindowMenuBar(Host& host, WindowTheme& theme, QWidget* parent)
+WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent)
     : QMenuBar(parent), FHost(host), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
     Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
@@ -21,6 +21,8 @@ WindowMenuBar::WindowMenuBar(Host& host, WindowTheme& theme, QWidget* parent)
     FLibrary = BuildMenu(FHost.Menus(), *FHost.Menus().BuiltIn(kMenuLibrary), this);
     addMenu(FLibrary);
     FCaptions.push_back({FLibrary->menuAction(), "MenuLibrary"});
+    FPlayback = new PlaybackMenu(host, playback, this);
+    addMenu(FPlayback);
     FView = AddMenuOf("MenuView");
     Add(FView, "Find", QKeySequence(QKeySequence::Find), &WindowMenuBar::FocusSearch);
     FView->addSeparator();
@@ -82,6 +84,7 @@ void WindowMenuBar::AddLanguages() {
 
 void WindowMenuBar::Localize() {
     for (const Captioned& captioned : FCaptions) captioned.Action->setText(FTexts(captioned.Key));
+    FPlayback->Localize();
 }
 
 }  // namespace vexa::host

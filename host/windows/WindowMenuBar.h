@@ -2,6 +2,7 @@
 // The window's menu bar. Main thread.
 
 #include "Host.h"
+#include "PlaybackMenu.h"
 #include "WindowTexts.h"
 #include "WindowTheme.h"
 
@@ -17,7 +18,7 @@ namespace vexa::host {
 class WindowMenuBar final : public QMenuBar {
     Q_OBJECT
 public:
-    WindowMenuBar(Host& host, WindowTheme& theme, QWidget* parent = nullptr);
+    WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent = nullptr);
 
     /// A pane that can be hidden. `key` names its caption.
     void AddPane(const char* key, QAction* toggle);
@@ -46,6 +47,7 @@ private:
     std::vector<Captioned> FCaptions;
     QMenu* FView = nullptr;
     QMenu* FLibrary = nullptr;
+    PlaybackMenu* FPlayback = nullptr;
 };
 
 }  // namespace vexa::host

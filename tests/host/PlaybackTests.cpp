@@ -112,12 +112,18 @@ TEST_F(PlaybackTest, PositionsSurviveTheKillOfTheProgram) {
     QProcess program;
     program.start(QCoreApplication::applicationFilePath(), {u"--play"_s, profile.Path(), file});
     ASSERT_TRUE(program.waitForStarted());
-    const bool isKept = WaitUntil([&] { return Positions(profile.Path()).Find(file) > 20; });
+    const bool isKept = WaitUntil([&] { 
+        const Positions positions(profile.Path());
+        const HeardEpisode* left = positions.Find(file);
+        return left && left->Position > 20;
+    });
     program.kill();
     ASSERT_TRUE(program.waitForFinished());
     EXPECT_TRUE(isKept);
     EXPECT_EQ(program.exitStatus(), QProcess::CrashExit);
-    EXPECT_GT(Positions(profile.Path()).Find(file), 20);
+    const Positions positions(profile.Path());
+    ASSERT_TRUE(positions.Find(file));
+    EXPECT_GT(positions.Find(file)->Position, 20);
 }
 
 TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {

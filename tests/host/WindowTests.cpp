@@ -71,7 +71,8 @@ protected:
 class Window : public HostTest {
 protected:
     void Start() {
-        TheWindow.emplace(Host);
+        Player.emplace(Host, QStringLiteral("fakesink sync=true"));
+        TheWindow.emplace(Host, *Player);
         TheWindow->show();
         Host.LoadPlugin(QStringLiteral(PLUGIN));
         ASSERT_TRUE(WaitUntil([&] { return TheWindow->Library().Storage() != nullptr; }));
@@ -102,6 +103,7 @@ protected:
     }
     QAbstractItemModel* Rows() { return Find<QTableView>("Rows")->model(); }
 
+    std::optional<Playback> Player;
     std::optional<MainWindow> TheWindow;
 };
 

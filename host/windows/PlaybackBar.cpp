@@ -1,6 +1,7 @@
 #include "PlaybackBar.h"
 
-#include "Guarded.h"
+#include "MenuBuilder.h"
+#include "RowTexts.h"
 #include "TransportIcons.h"
 
 #include <QBoxLayout>
@@ -10,8 +11,10 @@
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QSlider>
+#include <QTextDocument>
 #include <QToolButton>
 
+#include <algorithm>
 #include <cmath>
 
 namespace vexa::host {
@@ -24,60 +27,55 @@ constexpr int kVolumeSteps = 100;
 constexpr int kPageSeconds = 60;
 constexpr QSize kIconSize(22, 22), kPlayIconSize(30, 30);
 
-class LanguageHook final : public RefCountedObject<IVEXAMessageHook> {
-public:
-    explicit LanguageHook(PlaybackBar& bar) : FBar(bar) {}
-    void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-        if (message == kMsgLanguageChanged)
-            Guarded("changing the player's language", [this] { return FBar.Localize(), S_OK; });
-    }
-
-private:
-    PlaybackBar& FBar;  // which unhooks it
-};
-
 QString SpeedText(double speed) {
     return QLocale().toString(speed, 'g', 3) + u'×';
 }
 
 }  // namespace
 
-QString TimeText(double seconds) {
-    const auto whole = static_cast<qint64>(std::isfinite(seconds) && seconds > 0 ? seconds : 0);
-    const auto two = [](qint64 number) { return QString(QString::number(number).rightJustified(2, u'0')); };
-    if (whole < 3600) return QString::number(whole / 60) + u':' + two(whole % 60);
-    return QString::number(whole / 3600) + u':' + two(whole / 60 % 60) + u':' + two(whole % 60);
-}
-
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
-    : QWidget(parent), FPlayback(playback), FHost(host), FLanguageHook(new LanguageHook(*this)) {
-    auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(8, 4, 8, 4);
-    row->setSpacing(4);
+    : QWidget(parent),
+      FPlayback(playback),
+      FHost(host),
+      FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(8, 4, 8, 4);
+    whole->setSpacing(0);
+    FTitle = new QToolButton;
+    FTitle->setObjectName(QStringLiteral("NowPlaying"));
+    FTitle->setAutoRaise(true);
+    FTitle->setFocusPolicy(Qt::StrongFocus);
+    FTitle->setVisible(false);
+    whole->addWidget(FTitle, 0, Qt::AlignHCenter);
+    FRow = new QHBoxLayout;
+    FRow->setSpacing(4);
+    whole->addLayout(FRow);
     FPrevious = AddButton("previous");
     FBack = AddButton("back");
     FPlay = AddButton("play");
     FPlay->setIconSize(kPlayIconSize);
     FForward = AddButton("forward");
     FNext = AddButton("next");
-    row->addWidget(FElapsed = new QLabel);
+    FRow->addWidget(FElapsed = new QLabel);
     FPosition = new QSlider(Qt::Horizontal);
     FPosition->setObjectName(QStringLiteral("position"));
     FPosition->setTracking(false);  // jumps when it is let go
-    row->addWidget(FPosition, 1);
-    row->addWidget(FRest = new QLabel);
-    FSpeed = AddMenu("speed");
-    FSleep = AddMenu("sleep");
+    FRow->addWidget(FPosition, 1);
+    FRow->addWidget(FRest = new QLabel);
+    FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
+    FSpeed = AddMenu("speed", &PlaybackBar::FillSpeeds);
+    FSleep = AddMenu("sleep", &PlaybackBar::FillSleep);
     FSleep->setCheckable(true);
-    row->addWidget(FVolumeIcon = new QLabel);
+    FRow->addWidget(FVolumeIcon = new QLabel);
     FVolume = new QSlider(Qt::Horizontal);
     FVolume->setObjectName(QStringLiteral("volume"));
     FVolume->setRange(0, kVolumeSteps);
     FVolume->setPageStep(10);
     FVolume->setSingleStep(5);
     FVolume->setFixedWidth(96);
-    row->addWidget(FVolume);
+    FRow->addWidget(FVolume);
 
+    connect(FTitle, &QToolButton::clicked, this, [this] { Q_EMIT ShowInLibrary(FPlayback.Current().Address); });
     connect(FPrevious, &QToolButton::clicked, &FPlayback, &Playback::Previous);
     connect(FBack, &QToolButton::clicked, &FPlayback, &Playback::SkipBack);
     connect(FPlay, &QToolButton::clicked, &FPlayback, &Playback::PlayOrPause);
@@ -98,13 +96,8 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     connect(&FPlayback, &Playback::SpeedChanged, this, &PlaybackBar::ShowSpeed);
     connect(&FPlayback, &Playback::VolumeChanged, this, &PlaybackBar::ShowVolume);
     connect(&FPlayback.Sleep(), &SleepTimer::Changed, this, &PlaybackBar::ShowState);
-    FHost.Messages().Hook(FLanguageHook.Get());
     SetIcons();
     Localize();
-}
-
-PlaybackBar::~PlaybackBar() {
-    FHost.Messages().Unhook(FLanguageHook.Get());
 }
 
 QToolButton* PlaybackBar::AddButton(const char* name) {
@@ -113,16 +106,15 @@ QToolButton* PlaybackBar::AddButton(const char* name) {
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::StrongFocus);
     button->setIconSize(kIconSize);
-    layout()->addWidget(button);
+    FRow->addWidget(button);
     return button;
 }
 
-QToolButton* PlaybackBar::AddMenu(const char* name) {
+QToolButton* PlaybackBar::AddMenu(const char* name, void (PlaybackBar::*fill)()) {
     QToolButton* button = AddButton(name);
     button->setPopupMode(QToolButton::InstantPopup);
     auto* menu = new QMenu(button);
-    connect(menu, &QMenu::aboutToShow, this,
-            button->objectName() == u"speed" ? &PlaybackBar::FillSpeeds : &PlaybackBar::FillSleep);
+    connect(menu, &QMenu::aboutToShow, this, fill);
     button->setMenu(menu);
     return button;
 }
@@ -152,6 +144,7 @@ void PlaybackBar::Localize() {
     Caption(*FNext, Text("Next"));
     Caption(*FPosition, Text("Position"));
     Caption(*FVolume, Text("Volume"));
+    Caption(*FChapters, Text("Chapters"));
     Caption(*FSleep, Text("Sleep"));
     ShowState();
     ShowSpeed();
@@ -167,6 +160,7 @@ void PlaybackBar::SetIcons() {
     FPlay->setIcon(make(FPlayback.IsPlaying() ? TransportIcon::Pause : TransportIcon::Play));
     FForward->setIcon(make(TransportIcon::Forward));
     FNext->setIcon(make(TransportIcon::Next));
+    FChapters->setIcon(make(TransportIcon::Chapters));
     FSleep->setIcon(make(TransportIcon::Sleep));
     FVolumeIcon->setPixmap(make(TransportIcon::Volume).pixmap(kIconSize, devicePixelRatioF()));
 }
@@ -186,6 +180,19 @@ void PlaybackBar::FillSpeeds() {
     }
 }
 
+void PlaybackBar::FillChapters() {
+    QMenu* menu = FChapters->menu();
+    menu->clear();
+    const auto& chapters = FPlayback.Current().Chapters;
+    for (std::size_t i = 0; i < chapters.size(); ++i) {
+        const QString title = TimeText(chapters[i].Start) + u"  " + chapters[i].Title;
+        QAction* action = menu->addAction(MenuText(title, menu->fontMetrics()), this,
+                                          [this, start = chapters[i].Start] { FPlayback.Seek(start); });
+        action->setCheckable(true);
+        action->setChecked(static_cast<int>(i) == FChapter);
+    }
+}
+
 void PlaybackBar::FillSleep() {
     QMenu* menu = FSleep->menu();
     menu->clear();
@@ -193,7 +200,7 @@ void PlaybackBar::FillSleep() {
     using Mode = SleepTimer::Mode;
     if (sleep.TheMode() == Mode::AfterTime) {
         const double seconds = static_cast<double>(sleep.Remaining().count()) / 1000;
-        menu->addAction(Text("Left", TimeText(seconds)))->setEnabled(false);
+        menu->addAction(WindowTexts(FHost.Language())("TimeLeft", TimeText(seconds)))->setEnabled(false);
     }
     QAction* off = menu->addAction(Text("SleepOff"), this, [&sleep] { sleep.Cancel(); });
     off->setCheckable(true);
@@ -210,6 +217,8 @@ void PlaybackBar::ShowState() {
     const bool hasCurrent = !FPlayback.Current().Address.isEmpty();
     Caption(*FPlay, Text("Play", FPlayback.IsPlaying() ? 1 : 0));
     SetIcons();
+    ShowTitle();
+    FChapters->setVisible(!FPlayback.Current().Chapters.empty());
     FPlay->setEnabled(hasCurrent || !FPlayback.Left().Begun().empty());
     for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
     FPosition->setEnabled(hasCurrent);
@@ -218,7 +227,34 @@ void PlaybackBar::ShowState() {
     ShowPosition(hasCurrent ? FPlayback.Position() : 0);
 }
 
+void PlaybackBar::ShowTitle() {
+    const NowPlaying& current = FPlayback.Current();
+    QStringList parts{current.Title.isEmpty() ? current.Address : current.Title, current.Album};
+    if (FChapter >= 0 && FChapter < static_cast<int>(current.Chapters.size()))
+        parts += current.Chapters[static_cast<std::size_t>(FChapter)].Title;
+    parts.removeAll({});
+    const QString text = parts.join(QStringLiteral("  –  ")).simplified();
+    FTitle->setText(fontMetrics()
+                        .elidedText(text, Qt::ElideRight, std::max(width() - 40, 100))
+                        .replace(u'&', QStringLiteral("&&")));
+    FTitle->setAccessibleName(text);
+    FTitle->setToolTip(Qt::convertFromPlainText(text));
+    FTitle->setVisible(!current.Address.isEmpty());
+}
+
+void PlaybackBar::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    ShowTitle();
+}
+
 void PlaybackBar::ShowPosition(double seconds) {
+    const auto& chapters = FPlayback.Current().Chapters;
+    const auto later = std::upper_bound(chapters.begin(), chapters.end(), seconds,
+                                        [](double time, const Chapter& chapter) { return time < chapter.Start; });
+    if (const int chapter = static_cast<int>(later - chapters.begin()) - 1; chapter != FChapter) {
+        FChapter = chapter;
+        ShowTitle();
+    }
     if (FPosition->isSliderDown()) return;
     const QScopedValueRollback showing(FIsShowing, true);
     const double duration = FPlayback.Current().Address.isEmpty() ? 0 : FPlayback.Duration();

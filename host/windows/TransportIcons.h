@@ -6,7 +6,7 @@
 
 namespace vexa::host {
 
-enum class TransportIcon { Play, Pause, Back, Forward, Next, Previous, Volume, Sleep };
+enum class TransportIcon { Play, Pause, Back, Forward, Next, Previous, Volume, Sleep, Chapters };
 
 QIcon MakeTransportIcon(TransportIcon icon, const QColor& color, const QColor& disabled);
 

@@ -1,11 +1,14 @@
 #pragma once
-// The bar of controls: play and pause, skips, next and previous, the position with its times, speed, volume, sleep
-// timer. Every control has a name for screen readers and is reached by Tab. Main thread; it goes before the Playback.
+// The bar of controls: what plays, play and pause, skips, next and previous, the position with its times, chapters,
+// speed, sleep timer, volume. Every control has a name for screen readers and is reached by Tab. Main thread; it goes
+// before the Playback.
 
 #include "Playback.h"
+#include "WindowTexts.h"
 
 #include <QWidget>
 
+class QHBoxLayout;
 class QLabel;
 class QMenu;
 class QSlider;
@@ -13,41 +16,46 @@ class QToolButton;
 
 namespace vexa::host {
 
-/// "1:02:03" or "2:03".
-QString TimeText(double seconds);
-
 class PlaybackBar final : public QWidget {
     Q_OBJECT
 public:
     PlaybackBar(Playback& playback, Host& host, QWidget* parent = nullptr);
-    ~PlaybackBar() override;
 
     /// Reads the captions anew.
     void Localize();
 
+Q_SIGNALS:
+    /// The title was clicked: what plays is to be shown in the library.
+    void ShowInLibrary(const QString& address);
+
 protected:
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QToolButton* AddButton(const char* name);
-    QToolButton* AddMenu(const char* name);
+    QToolButton* AddMenu(const char* name, void (PlaybackBar::*fill)());
     void Caption(QWidget& control, const QString& text);
     QString Text(const char* key, int part = 0) const;
     QString Text(const char* key, const QString& value) const;
     void FillSpeeds();
     void FillSleep();
+    void FillChapters();
     void SetIcons();
     void ShowState();
+    void ShowTitle();
     void ShowPosition(double seconds);
     void ShowSpeed();
     void ShowVolume();
 
     Playback& FPlayback;
     Host& FHost;
-    Ref<IVEXAMessageHook> FLanguageHook;
-    QToolButton *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FSpeed, *FSleep;
+    MessageListener FLanguage;
+    QHBoxLayout* FRow;
+    QToolButton *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;
     QSlider *FPosition, *FVolume;
+    int FChapter = -1;        // of the chapters, the one that plays
     bool FIsShowing = false;  // the sliders move by themselves
 };
 

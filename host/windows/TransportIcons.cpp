@@ -58,6 +58,12 @@ void Draw(QPainter& painter, TransportIcon icon, const QColor& color) {
             shadow.addEllipse(QRectF(9.5, 1.5, 14, 14));
             return painter.drawPath(moon.subtracted(shadow));
         }
+        case TransportIcon::Chapters:
+            for (const double y : {6.0, 12.0, 18.0}) {
+                painter.drawEllipse(QPointF(5, y), 1.5, 1.5);
+                painter.drawRoundedRect(QRectF(9, y - 1, 12, 2), 1, 1);
+            }
+            return;
     }
 }
 

@@ -1,0 +1,143 @@
+#include "ListeningModel.h"
+
+#include "FileInfo.h"
+#include "RowDelegate.h"
+#include "RowTexts.h"
+#include "Strings.h"
+
+#include <QFont>
+#include <QSet>
+
+#include <algorithm>
+
+namespace vexa::host {
+
+ListeningModel::ListeningModel(Host& host, Playback& playback, QObject* parent)
+    : QAbstractListModel(parent), FHost(host), FPlayback(playback), FTexts(host.Language()) {
+    connect(&FPlayback, &Playback::UpNextChanged, this, &ListeningModel::Update);
+    connect(&FPlayback, &Playback::PositionsChanged, this, &ListeningModel::Update);
+    Update();
+}
+
+ListeningModel::~ListeningModel() = default;
+
+void ListeningModel::Update() {
+    std::vector<Entry> now;
+    const auto add = [&now](Part part, auto&& addresses, auto entry) {
+        int place = 0;
+        for (const auto& one : addresses) {
+            if (place == 0) now.push_back({part, {}});
+            if (part == Part::Begun && place == kMostBegun) break;
+            now.push_back(entry(one, place++));
+        }
+    };
+    add(Part::UpNext, FPlayback.UpNext(), [](const QString& address, int place) {
+        return Entry{Part::UpNext, address, 0, 0, place};
+    });
+    add(Part::Begun, FPlayback.Left().Begun(), [](const HeardEpisode& one, int place) {
+        return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
+    });
+    const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),
+                                   [](auto& a, auto& b) { return a.Where == b.Where && a.Address == b.Address; });
+    // Most changes are of what plays getting on: the view keeps its place.
+    if (isSame) {
+        FEntries = std::move(now);
+        if (!FEntries.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1), {kProgressRole, kTimeLeftRole});
+        return;
+    }
+    beginResetModel();
+    FEntries = std::move(now);
+    endResetModel();
+    AskTitles();
+}
+
+void ListeningModel::AskTitles() {
+    QStringList unknown;
+    for (const Entry& entry : FEntries)
+        if (!entry.Address.isEmpty() && !FTitles.contains(entry.Address)) unknown += entry.Address;
+    if (unknown.isEmpty()) return;
+    FTitleReader.Run([this, unknown, infos = Ref<FileInfoService>(&FHost.FileInfos())] {
+        QHash<QString, Title> titles;
+        for (const QString& address : unknown) {
+            const Ref<FileInfo> info(new FileInfo);
+            if (Failed(infos->GetFileInfo(MakeString(address).Get(), 0, info.Get()))) continue;
+            titles.insert(address, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
+        }
+        return [this, titles] {
+            if (titles.isEmpty()) return;
+            FTitles.insert(titles);
+            if (!FEntries.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+        };
+    });
+}
+
+void ListeningModel::Stop() {
+    FTitleReader.Stop();
+}
+
+const ListeningModel::Entry* ListeningModel::At(const QModelIndex& index) const {
+    if (!index.isValid() || index.row() >= rowCount()) return nullptr;
+    const Entry& entry = FEntries[static_cast<std::size_t>(index.row())];
+    return entry.Address.isEmpty() ? nullptr : &entry;
+}
+
+void ListeningModel::Remove(const QModelIndexList& indexes) {
+    QSet<int> places;
+    QStringList begun, left;
+    for (const QModelIndex& index : indexes)
+        if (const Entry* entry = At(index)) {
+            if (entry->Where == Part::UpNext)
+                places.insert(entry->Place);
+            else
+                begun += entry->Address;
+        }
+    for (qsizetype i = 0; i < FPlayback.UpNext().size(); ++i)
+        if (!places.contains(static_cast<int>(i))) left += FPlayback.UpNext()[i];
+    for (const QString& address : begun) FPlayback.ForgetPosition(address);
+    FPlayback.SetUpNext(left);
+}
+
+void ListeningModel::Localize() {
+    if (!FEntries.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+}
+
+int ListeningModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(FEntries.size());
+}
+
+QVariant ListeningModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount()) return {};
+    const Entry& entry = FEntries[static_cast<std::size_t>(index.row())];
+    if (entry.Address.isEmpty()) {
+        QFont font;
+        font.setWeight(QFont::DemiBold);
+        if (role == Qt::FontRole) return font;
+        return role == Qt::DisplayRole ? FTexts(entry.Where == Part::UpNext ? "UpNext" : "ContinueListening")
+                                       : QVariant();
+    }
+    const Title title = FTitles.value(entry.Address);
+    const QString shown = title.Text.isEmpty() ? entry.Address : title.Text;
+    const bool hasRest = entry.Duration > entry.Position && entry.Position > 0;
+    switch (role) {
+        case Qt::DisplayRole:
+            return shown.simplified();
+        case Qt::ToolTipRole: {
+            const QString podcast =
+                title.Podcast.isEmpty() ? QString() : QString(u"<br>" + title.Podcast.toHtmlEscaped());
+            return QString(u"<span>" + shown.toHtmlEscaped() + podcast + u"</span>");
+        }
+        case kProgressRole:
+            return hasRest ? entry.Position / entry.Duration : QVariant();
+        case kTimeLeftRole:
+        case Qt::AccessibleDescriptionRole:
+            return hasRest ? FTexts("TimeLeft", ShownDuration(entry.Duration - entry.Position)) : QVariant();
+        default:
+            return {};
+    }
+}
+
+Qt::ItemFlags ListeningModel::flags(const QModelIndex& index) const {
+    return At(index) ? Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren : Qt::ItemNeverHasChildren;
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,26 @@
+#pragma once
+// The menu of what a listener does most: its shortcuts work while it is closed. Main thread; it goes before the
+// Playback.
+
+#include "Playback.h"
+
+#include <QMenu>
+
+namespace vexa::host {
+
+class PlaybackMenu final : public QMenu {
+    Q_OBJECT
+public:
+    PlaybackMenu(Host& host, Playback& playback, QWidget* parent = nullptr);
+
+    void Localize();
+
+private:
+    QAction* Add(const char* name, const QKeySequence& keys, void (Playback::*slot)());
+
+    Host& FHost;
+    Playback& FPlayback;
+    QAction *FPlay, *FBack, *FForward, *FPrevious, *FNext;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,64 @@
+#include "RowDelegate.h"
+
+#include "WindowTheme.h"
+
+#include <QApplication>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+
+constexpr int kMargin = 8, kLine = 2;
+
+}  // namespace
+
+QSize RowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    const QSize size = QStyledItemDelegate::sizeHint(option, index);
+    return {size.width(), std::max(size.height(), kHeight)};
+}
+
+void RowDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
+    QStyledItemDelegate::initStyleOption(option, index);
+    // What is focused, but not selected, still has to be seen.
+    if (option->state & QStyle::State_Selected) option->state &= ~QStyle::State_HasFocus;
+}
+
+void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    const QVariant progress = index.data(kProgressRole);
+    if (!progress.isValid()) return QStyledItemDelegate::paint(painter, option, index);
+    QStyleOptionViewItem row = option;
+    initStyleOption(&row, index);
+    const QStyle* style = row.widget ? row.widget->style() : QApplication::style();
+    const bool isSelected = row.state & QStyle::State_Selected;
+    const QString left = index.data(kTimeLeftRole).toString();
+    // The ground of the whole row, then what stands on it, so that the title ends before the time.
+    QStyleOptionViewItem ground = row;
+    ground.text.clear();
+    ground.icon = {};
+    style->drawControl(QStyle::CE_ItemViewItem, &ground, painter, row.widget);
+    const QRect all = row.rect;
+    const int width = std::min(row.fontMetrics.horizontalAdvance(left) + 2 * kMargin, all.width() / 2);
+    row.rect.setRight(all.right() - width);
+    row.state &= ~QStyle::State_HasFocus;
+    style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
+
+    painter->save();
+    painter->setFont(row.font);
+    painter->setPen(isSelected ? row.palette.color(QPalette::HighlightedText) : FaintText());
+    const QRect place(all.right() - width + kMargin, all.top(), width - 2 * kMargin, all.height());
+    painter->drawText(place, Qt::AlignRight | Qt::AlignVCenter,
+                      row.fontMetrics.elidedText(left, Qt::ElideRight, place.width()));
+    const QRect track(all.left() + kMargin, all.bottom() - kLine - 1, all.width() - 2 * kMargin, kLine);
+    QRect heard = track;
+    heard.setWidth(static_cast<int>(track.width() * std::clamp(progress.toDouble(), 0.0, 1.0)));
+    QColor rest = row.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Mid);
+    if (isSelected) rest.setAlphaF(0.35F);
+    painter->fillRect(track, rest);
+    painter->fillRect(heard, row.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Highlight));
+    painter->restore();
+}
+
+}  // namespace vexa::host
