@@ -94,7 +94,7 @@ QLayout* TfrmPodcastsSettings::LayOutPath() {
     path->setSpacing(2);
     path->addWidget(edDownloadPath, 1);
     for (QToolButton* const button : {edDownloadPathButtons0, edDownloadPathButtons1}) {
-        button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::MinimumExpanding);
+        button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
         path->addWidget(button);
     }
     return path;

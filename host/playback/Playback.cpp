@@ -4,6 +4,7 @@
 #include "ErrorInfo.h"
 #include "FileInfo.h"
 #include "Guarded.h"
+#include "Log.h"
 #include "Strings.h"
 
 #include <QPointer>
@@ -314,14 +315,14 @@ QString Playback::Describe(MediaOutput::Problem problem, const QString& details)
 }
 
 void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal) {
-    const QString text = Describe(problem, details);
     if (!isFatal) {
-        Q_EMIT Warned(text);
+        if (!details.isEmpty()) qCInfo(LogHost).noquote() << "playing:" << details;
+        Q_EMIT Warned(Describe(problem, {}));
         return;
     }
-    FError = text;
+    FError = Describe(problem, details);
     SaveSoon();
-    Q_EMIT Failed(text);
+    Q_EMIT Failed(QString(FError));
 }
 
 }  // namespace vexa::host

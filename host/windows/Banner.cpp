@@ -104,8 +104,11 @@ void Banner::OnThemeChanged() {
 void Banner::Place() {
     const int width = std::min(kWidth, parentWidget()->width() - 2 * kMargin);
     setFixedWidth(std::max(width, 1));
-    const int height = std::min(std::max(heightForWidth(this->width()), sizeHint().height()), parentWidget()->height());
-    resize(this->width(), height);
+    layout()->invalidate();
+    layout()->activate();
+    const int wanted =
+        layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(this->width()) : sizeHint().height();
+    resize(this->width(), std::min(wanted, parentWidget()->height()));
     move(parentWidget()->width() - this->width() - kMargin, kMargin);
 }
 

@@ -98,7 +98,10 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
         WriteRefreshing();
         Q_EMIT ImportWanted();
     });
-    connect(&FSubscriber, &Subscriber::Started, this, [this] { ShowBusy(true); });
+    connect(&FSubscriber, &Subscriber::Started, this, [this] {
+        if (isVisible()) WriteRefreshing();  // dropped addresses too
+        ShowBusy(true);
+    });
     connect(&FSubscriber, &Subscriber::Finished, this, [this](const std::vector<Subscriber::Outcome>& outcomes) {
         ShowBusy(FSubscriber.IsBusy());
         FAnswer->setText(SubscriptionReport(outcomes, FTexts, true));
@@ -112,7 +115,6 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
 }
 
 void FirstStartPage::Subscribe(const QStringList& addresses) {
-    WriteRefreshing();
     FAnswer->hide();
     FSubscriber.Subscribe(addresses);
 }

@@ -31,6 +31,8 @@ public:
     /// Plays no longer next, or begins anew the next time.
     void Remove(const QModelIndexList& indexes);
     void Localize();
+    /// Plug-ins that know titles have come.
+    void AskTitles();
     /// Titles are asked of plug-ins no more until the next change.
     void Stop();
 
@@ -44,7 +46,6 @@ private:
     };
 
     void Update();
-    void AskTitles();
 
     Host& FHost;
     Playback& FPlayback;

@@ -175,7 +175,10 @@ void MainWindow::ConnectLibrary() {
     connect(FLibrary.get(), &LibraryController::TasksChanged, this, [this] { FTasks->Update(FLibrary->Storage()); });
     connect(FLibrary.get(), &LibraryController::Reloaded, this, &MainWindow::ShowPage);
     connect(FLibrary.get(), &LibraryController::StorageChanged, this, [this] {
-        if (!FLibrary->Storage()) LetGo();
+        if (FLibrary->Storage())
+            FListening->Model().AskTitles();
+        else
+            LetGo();
         FTasks->Update(FLibrary->Storage());
         ShowPage();
     });

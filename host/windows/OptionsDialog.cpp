@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScreen>
 #include <QStackedWidget>
 
 #include <algorithm>
@@ -17,6 +18,7 @@ namespace vexa::host {
 namespace {
 
 constexpr int kListWidth = 160;
+constexpr QSize kFirstSize(660, 560);
 constexpr char16_t kReturn = 13, kEscape = 27;
 
 class LanguageHook final : public RefCountedObject<IVEXAMessageHook> {
@@ -46,6 +48,7 @@ OptionsDialog::OptionsDialog(OptionsService& service, LanguageService& language,
       FButtons(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Apply |
                                     QDialogButtonBox::Reset)) {
     setModal(true);
+    resize(kFirstSize.boundedTo(screen()->availableSize()));
     FList->setObjectName(QStringLiteral("Pages"));
     FList->setMaximumWidth(kListWidth);
     auto* upper = new QHBoxLayout;

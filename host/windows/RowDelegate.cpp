@@ -40,7 +40,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     ground.icon = {};
     style->drawControl(QStyle::CE_ItemViewItem, &ground, painter, row.widget);
     const QRect all = row.rect;
-    const int width = std::min(row.fontMetrics.horizontalAdvance(left) + 2 * kMargin, all.width() / 2);
+    const int width = std::min(row.fontMetrics.horizontalAdvance(left) + 1 + 2 * kMargin, all.width() / 2);
     row.rect.setRight(all.right() - width);
     row.state &= ~QStyle::State_HasFocus;
     style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
@@ -54,10 +54,8 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     const QRect track(all.left() + kMargin, all.bottom() - kLine - 1, all.width() - 2 * kMargin, kLine);
     QRect heard = track;
     heard.setWidth(static_cast<int>(track.width() * std::clamp(progress.toDouble(), 0.0, 1.0)));
-    QColor rest = row.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Mid);
-    if (isSelected) rest.setAlphaF(0.35F);
-    painter->fillRect(track, rest);
-    painter->fillRect(heard, row.palette.color(isSelected ? QPalette::HighlightedText : QPalette::Highlight));
+    painter->fillRect(track, row.palette.color(isSelected ? QPalette::Base : QPalette::Mid));
+    painter->fillRect(heard, row.palette.color(QPalette::Link));
     painter->restore();
 }
 

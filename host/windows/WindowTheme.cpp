@@ -48,6 +48,11 @@ public:
         if (metric == PM_FocusFrameHMargin && qobject_cast<const QAbstractItemView*>(widget)) return kRowMargin;
         return QProxyStyle::pixelMetric(metric, option, widget);
     }
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* answer) const override {
+        if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+        return QProxyStyle::styleHint(hint, option, widget, answer);
+    }
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override {
         const bool isRow = element == PE_PanelItemViewItem || element == PE_PanelItemViewRow;
