@@ -8,7 +8,7 @@ DESTDIR ?=
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan bench install uninstall deb check-desktop format clean
+.PHONY: help setup build run test test-asan test-tsan test-session bench install uninstall deb check-desktop format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -17,6 +17,7 @@ help:
 	@echo "make build             the programs, in build/bin"
 	@echo "make test-asan         the tests under the address and undefined-behaviour sanitizers"
 	@echo "make test-tsan         the engine's tests under the thread sanitizer"
+	@echo "make test-session      a session with the player by real mouse and keys, on a display of its own"
 	@echo "make bench             the comparison with other programs (see bench/README.md)"
 	@echo "make install           installs to PREFIX (/usr/local), below DESTDIR if set; make uninstall takes it away"
 	@echo "make deb               a Debian package, in build"
@@ -49,6 +50,10 @@ test-tsan: setup
 	@$(CONFIGURE) tsan >/dev/null
 	@$(BUILD) tsan
 	@ctest --preset tsan
+
+test-session: build
+	@./tools/setup tests/session/packages.txt
+	@./tests/session/session build/bin
 
 bench: setup
 	@./tools/setup bench/packages.txt
