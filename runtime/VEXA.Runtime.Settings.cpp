@@ -5,24 +5,60 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QSaveFile>
 #include <QStringList>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace vexa {
 
 namespace {
 
-constexpr int kLockMilliseconds = 5000;
+constexpr auto kLongestWait = std::chrono::seconds(5);
+constexpr auto kLockPoll = std::chrono::milliseconds(5);
 
 [[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
     throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
 }
+
+/// Keeps other programs that write to files of a folder out. The kernel lets go of it whatever ends the process; a file
+/// that stands for the lock would be left behind, and nobody could tell whose it was.
+class FolderLock {
+public:
+    explicit FolderLock(const QString& folder)
+        : FDescriptor(open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
+        while (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
+            // A file system without locks, or no such folder: writing will tell.
+            if (errno != EWOULDBLOCK && errno != EINTR) return;
+            if (std::chrono::steady_clock::now() > deadline) {
+                FIsBusy = true;
+                return;
+            }
+            std::this_thread::sleep_for(kLockPoll);
+        }
+    }
+    ~FolderLock() {
+        if (FDescriptor >= 0) close(FDescriptor);
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+    bool IsBusy() const { return FIsBusy; }
+
+private:
+    const int FDescriptor;
+    bool FIsBusy = false;
+};
 
 QStringList ReadLines(const QString& fileName) {
     QFile file(fileName);
@@ -174,11 +210,12 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
 
 void SettingsFile::Save() {
     if (FPending.isEmpty()) return;
-    QDir().mkpath(QFileInfo(FFileName).path());
-    QLockFile lock(FFileName + u".lock");
-    if (!lock.tryLock(kLockMilliseconds))
+    const QString folder = QFileInfo(FFileName).path();
+    QDir().mkpath(folder);
+    const FolderLock lock(folder);
+    if (lock.IsBusy())
         Fail(QStringLiteral("cannot write the settings"), FFileName,
-             QStringLiteral("the folder is not writable, or another program holds the lock file beside it"));
+             QStringLiteral("another program is writing to its folder; try again in a moment"));
     QStringList lines = ReadLines(FFileName);
     const QHash<QString, QString> present = ParseLines(lines);
     for (const QString& key : std::exchange(FMissing, {})) {
