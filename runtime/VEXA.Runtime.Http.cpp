@@ -116,6 +116,8 @@ QString ReasonPhrase(int status) {
         const char* Phrase;
     };
     static constexpr Named phrases[] = {
+        {204, "No Content"},
+        {206, "Partial Content"},
         {300, "Multiple Choices"},
         {301, "Moved Permanently"},
         {302, "Found"},
@@ -158,6 +160,9 @@ QString CurlReason(CURLcode code, const char* detail) {
         case CURLE_TOO_MANY_REDIRECTS:
             return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
+            // The library's one code for two things; what does not begin like an answer it takes for HTTP/0.9.
+            if (QByteArrayView(detail).contains("HTTP/0.9"))
+                return QStringLiteral("the server sent something that is not HTTP");
             return QStringLiteral("the address, or one that it redirects to, is not http or https");
         case CURLE_PARTIAL_FILE:
             return QStringLiteral("the connection ended before the whole body arrived");
@@ -251,9 +256,14 @@ private:
             return Failure(Kind::TooLarge,
                            QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-        // A redirect that leads nowhere is not the server's last word: say why it could not be followed.
-        const bool isLostRedirect = IsRedirect() && code != CURLE_OK && code != CURLE_WRITE_ERROR;
-        if (IsFailureStatus() && !isLostRedirect) return Failure(Kind::Status, StatusText());
+        // A redirect that leads nowhere, and an announcement of an answer, are not the server's last word: say why
+        // nothing followed.
+        const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
+        if (IsFailureStatus() && isLastWord) return Failure(Kind::Status, StatusText());
+        if (!FHeadEnded && code == CURLE_OK)  // which the library takes for an answer without a body
+            return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
+        if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
+            return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
         if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
         // A body without a single byte never reached the write callback.
         if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
@@ -266,7 +276,10 @@ private:
         return HttpErrorInfo{kind, FStatus, message, nullptr};
     }
 
-    bool IsFailureStatus() const { return FStatus != 0 && (FStatus < 200 || FStatus >= 300); }
+    /// Also an answer without content, and a part of one: nobody asks for parts here.
+    bool IsFailureStatus() const {
+        return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || (FStatus >= 204 && FStatus <= 206));
+    }
 
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
 
@@ -337,12 +350,14 @@ private:
         return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
     }
 
-    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found").
+    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), and whether its headers ended.
     static std::size_t HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
         const std::size_t bytes = size * count;
         const QByteArrayView line(data, static_cast<qsizetype>(bytes));
+        auto& transfer = *static_cast<Transfer*>(self);
+        if (line.trimmed().isEmpty()) transfer.FHeadEnded = true;
         if (line.startsWith("HTTP/")) {
-            auto& transfer = *static_cast<Transfer*>(self);
+            transfer.FHeadEnded = false;
             transfer.Guarded([&] {
                 const QString text = QString::fromUtf8(line).simplified().left(200);
                 transfer.FPhrase = text.section(u' ', 2);
@@ -377,7 +392,7 @@ private:
     int FStatus = 0;
     QString FPhrase;
     qint64 FReceived = 0;
-    bool FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
+    bool FHeadEnded = false, FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
     std::exception_ptr FCause;
     Clock::time_point FLastProgress{};
 };
@@ -433,7 +448,7 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
         document.Info = info;
         // Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
         constexpr qint64 kUsualRatio = 6;
-        document.Body.reserve(std::min(info.Size * kUsualRatio, maxBytes));
+        document.Body.reserve(std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio);
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {
