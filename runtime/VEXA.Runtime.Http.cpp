@@ -27,9 +27,13 @@ constexpr int kMaxRedirects = 10;
 constexpr int kPollMilliseconds = 50;
 constexpr auto kProgressInterval = std::chrono::milliseconds(50);
 constexpr long kReceiveBuffer = 256 * 1024;
+// Bytes a second; what is slower stands still. A server that sends a byte now and then would hold up all that is
+// queued.
+constexpr long kLeastSpeed = 100;
 
 std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
 std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
+std::atomic<std::int64_t> DocumentSeconds{HttpTimeouts{}.Document.count()};
 
 /// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
 class Share {
@@ -157,6 +161,8 @@ QString CurlReason(CURLcode code, const char* detail) {
             return QStringLiteral("the server could not be reached (connection refused or no route)");
         case CURLE_OPERATION_TIMEDOUT:
             return QStringLiteral("the server did not answer in time");
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return QStringLiteral("the server's certificate is not trusted: ") + QString::fromUtf8(detail).trimmed();
         case CURLE_TOO_MANY_REDIRECTS:
             return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
@@ -195,8 +201,9 @@ public:
         Set(CURLOPT_NOSIGNAL, 1L);
         Set(CURLOPT_QUICK_EXIT, 1L);
         Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
-        Set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+        Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
         Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
+        Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
         Set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
         Set(CURLOPT_ERRORBUFFER, FErrorText);
         if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
@@ -285,7 +292,12 @@ private:
 
     QString StatusText() const {
         const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
-        return QStringLiteral("the server answered %1").arg(FStatus) + (phrase.isEmpty() ? QString() : u' ' + phrase);
+        QString text = QStringLiteral("the server answered %1").arg(FStatus);
+        if (!phrase.isEmpty()) text += u' ' + phrase;
+        curl_off_t seconds = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_RETRY_AFTER, &seconds);
+        if (seconds > 0) text += QStringLiteral("; it asks to wait %1 seconds").arg(seconds);
+        return text;
     }
 
     /// Runs foreign code; what it throws is kept and ends the transfer.
@@ -444,6 +456,7 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.Url = url;
     request.Compressed = true;
     request.MaxBytes = maxBytes;
+    request.Longest = std::chrono::seconds(DocumentSeconds.load());
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
         // Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
@@ -466,6 +479,7 @@ bool IsUrl(const QString& text) {
 void SetHttpTimeouts(HttpTimeouts timeouts) {
     ConnectSeconds = timeouts.Connect.count();
     StalledSeconds = timeouts.Stalled.count();
+    DocumentSeconds = timeouts.Document.count();
 }
 
 }  // namespace vexa

@@ -4,11 +4,6 @@
 #include "VEXA.Runtime.Http.h"
 
 #include <QProcess>
-#include <QRegularExpression>
-#include <QScopeGuard>
-
-#include <signal.h>
-#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
@@ -18,7 +13,9 @@ namespace {
 class ClientFaults : public ClientTest {
 protected:
     ClientFaults() {
-        vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(1), .Stalled = std::chrono::seconds(1)});
+        vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(1),
+                               .Stalled = std::chrono::seconds(1),
+                               .Document = std::chrono::seconds(3)});
         Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
         Client->UpdateState(Key("/good.mp3"), pesPostponed);
         Server.Serve("/good.mp3", Response::Of("sound", "audio/mpeg"));
@@ -85,7 +82,7 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
         {"an endless page with a redirect",
          Raw("HTTP/1.1 302 Found\r\nLocation: /missing\r\n\r\n", "<p>", Fault::Repeat, 0), "404 Not Found"},
         {"too many requests", Response::Failure("429 Too Many Requests", "Retry-After: 120\r\n"),
-         "429 Too Many Requests"},
+         "429 Too Many Requests; it asks to wait 120 seconds"},
         {"a part", Response::Of(body, "audio/mpeg", "206 Partial Content", "Content-Range: bytes 0-9/1000\r\n"),
          "206 Partial Content"},
         {"no content", Raw("HTTP/1.1 204 No Content\r\n\r\n"), "204 No Content"},
@@ -104,11 +101,53 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
     for (const Row& row : rows) {
         Response answer = row.Answer;
         for (const QString& error : {RefreshError(answer), DownloadError(answer)}) {
-            
             EXPECT_TRUE(error.contains(row.Message) && !error.contains(u"secret"))
                 << row.Name << ": " << error.toStdString();
         }
     }
+}
+
+TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
+    const Response feed = Document("a", {{"3", "/3.mp3"}}),
+                   audio = Response::Of(QByteArray(300'000, 's'), "audio/mpeg");
+    const QByteArray document = feed.Head + feed.Body, sound = audio.Head + audio.Body;
+    for (int sent = 0; sent < document.size(); sent += 7)
+        EXPECT_NE(RefreshError(Response{{}, document}.With(Fault::Reset, sent)), "") << sent;
+    for (int sent = 0; sent < sound.size(); sent += sent < audio.Head.size() + 9 ? 3 : 29'989)
+        EXPECT_NE(DownloadError(Response{{}, sound}.With(Fault::Reset, sent)), "") << sent;
+}
+
+TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDiskGives) {
+    const Response endless = Raw("HTTP/1.1 200 OK\r\n\r\n", QByteArray(60'000, ' '), Fault::Repeat, 0);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    EXPECT_EQ(RefreshError(endless), "the document is larger than 64 MiB");
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 300 * 1024) << "KiB";
+    EXPECT_EQ(RefreshError(Response::Of("no gzip", "text/xml", "200 OK", "Content-Encoding: gzip\r\n")),
+              "the compressed body is damaged");
+    EXPECT_EQ(RefreshError(Response::Of(QByteArray(9999, ' ')).With(Fault::Drip, 100)),
+              "the server did not answer in time");
+    const FileSizeLimit full(20'000'000);
+    EXPECT_TRUE(DownloadError(endless).startsWith(u"cannot write the file "));
+}
+
+TEST_F(ClientFaults, ACertificateThatNobodyTrustsIsRefused) {
+    QProcess openssl;
+    const QString key = Folder.File("key.pem"), certificate = Folder.File("certificate.pem");
+    const auto run = [&](const QString& words) { openssl.start("openssl", words.split(' ')); };
+    run("req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout " + key +
+        " -out " + certificate);
+    if (!openssl.waitForFinished() || openssl.exitCode() != 0) GTEST_SKIP() << "openssl makes no certificate";
+    run("s_server -accept 127.0.0.1:0 -www -key " + key + " -cert " + certificate);
+    QString line;
+    while (!line.startsWith(u"ACCEPT") && (openssl.canReadLine() || openssl.waitForReadyRead()))
+        line = QString::fromUtf8(openssl.readLine()).trimmed();
+    const Response moved = Response::Redirect("https://" + line.section(' ', 1).toUtf8() + "/");
+    for (const QString& error : {RefreshError(moved), DownloadError(moved)})
+        EXPECT_TRUE(error.startsWith(u"the server's certificate is not trusted: ")) << error.toStdString();
+    openssl.kill();
+    openssl.waitForFinished();
 }
 
 }  // namespace

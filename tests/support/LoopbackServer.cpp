@@ -138,6 +138,10 @@ bool LoopbackServer::Answer(int socket, const QString& path, const Response& res
         while (SendAll(socket, rest)) {
         }
     }
+    if (response.What == Fault::Drip) {
+        for (qsizetype at = sent; at < answer.size() && SendAll(socket, answer.sliced(at, 1)); ++at)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     if (response.What == Fault::Reset) {
         const linger atOnce{1, 0};
         setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);

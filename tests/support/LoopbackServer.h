@@ -20,8 +20,9 @@ struct Request {
 };
 
 /// What happens in place of the rest of an answer: the connection ends, it ends with a reset, the rest waits until the
-/// test releases the path, or the rest goes out again and again for as long as anybody takes it.
-enum class Fault { None, Close, Reset, Wait, Repeat };
+/// test releases the path, the rest goes out byte by byte with a pause after each, or it goes out again and again for
+/// as long as anybody takes it.
+enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 
 struct Response {
     QByteArray Head, Body;
