@@ -109,10 +109,11 @@ TEST_F(Crashes, ARefreshKilledAtAnyInstantLosesNothingThatWasCommitted) {
             EXPECT_EQ(Run("mark postponed " + keys[marks++]).Status, 0);
         },
         [&] {
-            EXPECT_EQ(Keys("--state postponed").size(), marks);
             ExpectSound(1);
+            EXPECT_EQ(Rows("SELECT 1 FROM PodcastEpisodes WHERE State = 2").size(), marks);
             // A feed is stored whole or not at all.
-            for (const auto& feed : Json("feeds").array()) EXPECT_EQ(feed[u"episodes"].toInt() % 20, 0);
+            const QString parts = "SELECT FeedID FROM PodcastEpisodes GROUP BY FeedID HAVING Count(*) % 20 <> 0";
+            EXPECT_EQ(Rows(parts), QStringList());
         });
     EXPECT_EQ(Run("refresh").Status, 0);
     EXPECT_EQ(Episodes().size(), 2 * count);
@@ -147,14 +148,13 @@ TEST_F(Crashes, AMarkKilledAtAnyInstantIsMadeOnAllItsEpisodesOrOnNone) {
     KillAtRandom(
         "mark listened " + marked.join(' '),
         [&] {
-            EXPECT_EQ(Run("mark postponed " + keys[0]).Status, 0);
             EXPECT_EQ(Run("mark new " + marked.join(' ')).Status, 0);
+            EXPECT_EQ(Run("mark postponed " + keys[0]).Status, 0);
         },
         [&] {
             ExpectSound(0);
-            EXPECT_EQ(Keys("--state postponed"), keys.mid(0, 1));
-            const QStringList listened = Keys("--state listened");
-            EXPECT_TRUE(listened.isEmpty() || listened == marked) << listened.size();
+            const QStringList states = Rows("SELECT State, Count(*) FROM PodcastEpisodes GROUP BY State");
+            EXPECT_TRUE(states == QStringList({"0|59", "2|1"}) || states == QStringList({"1|59", "2|1"}));
         });
     EXPECT_EQ(Run("mark listened " + marked.join(' ')).Status, 0);
     EXPECT_EQ(Keys("--state listened"), marked);
@@ -166,33 +166,37 @@ TEST_F(Crashes, AnUnsubscriptionKilledAtAnyInstantIsWholeOrHasOnlyLostFiles) {
     ASSERT_EQ(Run("subscribe " + stays).Status, 0);
     const QString kept = Keys().value(0);
     ASSERT_EQ(Run("mark postponed " + kept).Status + Run("download " + kept).Status, 0);
-    const auto before = Json("episodes 1");
+    const QString other = "SELECT * FROM PodcastEpisodes WHERE FeedID = 1";
+    const QStringList before = Rows(other);
+    const auto isSubscribed = [&] { return Rows("SELECT 1 FROM PodcastFeeds").size() == 2; };
     KillAtRandom(
         "unsubscribe --delete-files " + gone,
         [&] {
-            if (Json("feeds").array().size() < 2) {
+            if (!isSubscribed()) {
                 EXPECT_EQ(Run("subscribe " + gone).Status, 0);
             }
-            EXPECT_EQ(Run("download " + Keys(gone + u" --limit 3").join(' ')).Status, 0);
+            const QStringList three = Rows("SELECT URI FROM PodcastEpisodes WHERE FeedID > 1 LIMIT 3");
+            EXPECT_EQ(Run("download " + three.join(' ')).Status, 0);
         },
         [&] {
             EXPECT_EQ(Run("check-files").Status, 0);
             ExpectSound(100);
-            EXPECT_EQ(Json("episodes 1"), before);
-            EXPECT_EQ(Episodes().size(), Json("feeds").array().size() == 2 ? 203 : 3);
+            EXPECT_EQ(Rows(other), before);
+            EXPECT_EQ(Rows("SELECT 1 FROM PodcastEpisodes").size(), isSubscribed() ? 203 : 3);
         });
 }
 
 TEST_F(Crashes, AChangeOfAnOptionKilledAtAnyInstantIsWholeAndStopsNoOther) {
+    const QString settings = Profile.File("Settings.ini");
     QString others;
     KillAtRandom(
         "options CheckUpdates 3",
         [&] {
             EXPECT_EQ(Run("options CheckUpdates 1").Status, 0);
-            others = Run("options").Out;
+            others = ReadWhole(settings);
         },
         [&] {
-            const QString now = Run("options").Out;
+            const QString now = ReadWhole(settings);
             EXPECT_TRUE(now == others || now == QString(others).replace("CheckUpdates=1", "CheckUpdates=3"))
                 << now.toStdString();
         });
@@ -291,7 +295,7 @@ TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
 TEST_F(Crashes, AnUpgradeKilledAtAnyInstantIsDoneByTheNextStart) {
     const QString file = Profile.File("Podcasts.db"), old = Files.File("Old.db");
     PlainSqlite(old).Run(QByteArray(kFirstLayout) +
-                         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+                         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
                          "INSERT INTO PodcastEpisodes SELECT 1, 'g' || i, 'Title ' || i, hex(zeroblob(200)), '', '', "
                          "'http://h/' || i || '.mp3', '', 45000 + i, 60, i % 3 FROM n");
     KillAtRandom(
@@ -306,7 +310,7 @@ TEST_F(Crashes, AnUpgradeKilledAtAnyInstantIsDoneByTheNextStart) {
             constexpr char sums[] =
                 "SELECT Count(*), Sum(State), Count(DISTINCT GUID), Sum(Format GLOB 'MP3'), "
                 "Sum(URI = 'podcast://h/' || substr(GUID, 2) || '.mp3') FROM PodcastEpisodes";
-            EXPECT_EQ(PlainSqlite(file).Rows(sums), QStringList("20000|20001|20000|20000|20000"));
+            EXPECT_EQ(Rows(sums), QStringList("5000|5001|5000|5000|5000"));
         });
 }
 
