@@ -145,8 +145,7 @@ TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing
     const QString before = "30|0|31|1", after = "60|60|61|1";
     FailingFiles files;
     int accesses = 0, failures = 0;
-    for (const auto& [isLasting, writeError] :
-         {std::pair(false, SQLITE_FULL), {true, SQLITE_FULL}, {true, SQLITE_IOERR_WRITE}}) {
+    for (const auto& [isLasting, writeError] : {std::pair(false, SQLITE_IOERR_WRITE), {true, SQLITE_FULL}}) {
         for (int call = 1; !HasFailure(); ++call) {
             Restore();
             files.FailAt(call, isLasting, writeError);

@@ -140,7 +140,7 @@ bool LoopbackServer::Answer(int socket, const QString& path, const Response& res
     }
     if (response.What == Fault::Drip) {
         for (qsizetype at = sent; at < answer.size() && SendAll(socket, answer.sliced(at, 1)); ++at)
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     if (response.What == Fault::Reset) {
         const linger atOnce{1, 0};
