@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 
@@ -283,9 +284,18 @@ private:
         return HttpErrorInfo{kind, FStatus, message, nullptr};
     }
 
-    /// Also an answer without content, and a part of one: nobody asks for parts here.
+    /// Also an answer without content, and a part of one, which nobody asks for here.
     bool IsFailureStatus() const {
-        return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || (FStatus >= 204 && FStatus <= 206));
+        if (FStatus == 206) return !IsWholePart();
+        return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || FStatus == 204 || FStatus == 205);
+    }
+
+    /// Some servers call the whole a part.
+    bool IsWholePart() const {
+        curl_header* range = nullptr;
+        if (curl_easy_header(FEasy, "Content-Range", 0, CURLH_HEADER, -1, &range) != CURLHE_OK) return false;
+        long long last = 0, size = 0;
+        return std::sscanf(range->value, "bytes 0-%lld/%lld", &last, &size) == 2 && last == size - 1;
     }
 
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
