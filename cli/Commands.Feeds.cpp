@@ -43,7 +43,7 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
                     session.Out().PrintLine(said);
                 if (alreadyFails) status = kFailed;
             } else {
-                session.Out().Complain(u"cannot read the feed " + result.Location + u": " + result.Error);
+                session.Out().Complain(u"cannot subscribe to " + result.Location + u": " + result.Error);
                 status = kFailed;
             }
         });

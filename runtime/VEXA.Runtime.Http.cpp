@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 
@@ -27,9 +28,13 @@ constexpr int kMaxRedirects = 10;
 constexpr int kPollMilliseconds = 50;
 constexpr auto kProgressInterval = std::chrono::milliseconds(50);
 constexpr long kReceiveBuffer = 256 * 1024;
+// Bytes a second; what is slower stands still. A server that sends a byte now and then would hold up all that is
+// queued.
+constexpr long kLeastSpeed = 100;
 
 std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
 std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
+std::atomic<std::int64_t> DocumentSeconds{HttpTimeouts{}.Document.count()};
 
 /// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
 class Share {
@@ -116,6 +121,8 @@ QString ReasonPhrase(int status) {
         const char* Phrase;
     };
     static constexpr Named phrases[] = {
+        {204, "No Content"},
+        {206, "Partial Content"},
         {300, "Multiple Choices"},
         {301, "Moved Permanently"},
         {302, "Found"},
@@ -155,9 +162,14 @@ QString CurlReason(CURLcode code, const char* detail) {
             return QStringLiteral("the server could not be reached (connection refused or no route)");
         case CURLE_OPERATION_TIMEDOUT:
             return QStringLiteral("the server did not answer in time");
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return QStringLiteral("the server's certificate is not trusted: ") + QString::fromUtf8(detail).trimmed();
         case CURLE_TOO_MANY_REDIRECTS:
             return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
+            // The library's one code for two things; what does not begin like an answer it takes for HTTP/0.9.
+            if (QByteArrayView(detail).contains("HTTP/0.9"))
+                return QStringLiteral("the server sent something that is not HTTP");
             return QStringLiteral("the address, or one that it redirects to, is not http or https");
         case CURLE_PARTIAL_FILE:
             return QStringLiteral("the connection ended before the whole body arrived");
@@ -190,8 +202,9 @@ public:
         Set(CURLOPT_NOSIGNAL, 1L);
         Set(CURLOPT_QUICK_EXIT, 1L);
         Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
-        Set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+        Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
         Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
+        Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
         Set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
         Set(CURLOPT_ERRORBUFFER, FErrorText);
         if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
@@ -251,9 +264,14 @@ private:
             return Failure(Kind::TooLarge,
                            QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
         if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-        // A redirect that leads nowhere is not the server's last word: say why it could not be followed.
-        const bool isLostRedirect = IsRedirect() && code != CURLE_OK && code != CURLE_WRITE_ERROR;
-        if (IsFailureStatus() && !isLostRedirect) return Failure(Kind::Status, StatusText());
+        // A redirect that leads nowhere, and an announcement of an answer, are not the server's last word: say why
+        // nothing followed.
+        const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
+        if (IsFailureStatus() && isLastWord) return Failure(Kind::Status, StatusText());
+        if (!FHeadEnded && code == CURLE_OK)  // which the library takes for an answer without a body
+            return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
+        if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
+            return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
         if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
         // A body without a single byte never reached the write callback.
         if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
@@ -266,13 +284,30 @@ private:
         return HttpErrorInfo{kind, FStatus, message, nullptr};
     }
 
-    bool IsFailureStatus() const { return FStatus != 0 && (FStatus < 200 || FStatus >= 300); }
+    /// Also an answer without content, and a part of one, which nobody asks for here.
+    bool IsFailureStatus() const {
+        if (FStatus == 206) return !IsWholePart();
+        return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || FStatus == 204 || FStatus == 205);
+    }
+
+    /// Some servers call the whole a part.
+    bool IsWholePart() const {
+        curl_header* range = nullptr;
+        if (curl_easy_header(FEasy, "Content-Range", 0, CURLH_HEADER, -1, &range) != CURLHE_OK) return false;
+        long long last = 0, size = 0;
+        return std::sscanf(range->value, "bytes 0-%lld/%lld", &last, &size) == 2 && last == size - 1;
+    }
 
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
 
     QString StatusText() const {
         const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
-        return QStringLiteral("the server answered %1").arg(FStatus) + (phrase.isEmpty() ? QString() : u' ' + phrase);
+        QString text = QStringLiteral("the server answered %1").arg(FStatus);
+        if (!phrase.isEmpty()) text += u' ' + phrase;
+        curl_off_t seconds = 0;
+        curl_easy_getinfo(FEasy, CURLINFO_RETRY_AFTER, &seconds);
+        if (seconds > 0) text += QStringLiteral("; it asks to wait %1 seconds").arg(seconds);
+        return text;
     }
 
     /// Runs foreign code; what it throws is kept and ends the transfer.
@@ -337,12 +372,14 @@ private:
         return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
     }
 
-    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found").
+    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), and whether its headers ended.
     static std::size_t HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
         const std::size_t bytes = size * count;
         const QByteArrayView line(data, static_cast<qsizetype>(bytes));
+        auto& transfer = *static_cast<Transfer*>(self);
+        if (line.trimmed().isEmpty()) transfer.FHeadEnded = true;
         if (line.startsWith("HTTP/")) {
-            auto& transfer = *static_cast<Transfer*>(self);
+            transfer.FHeadEnded = false;
             transfer.Guarded([&] {
                 const QString text = QString::fromUtf8(line).simplified().left(200);
                 transfer.FPhrase = text.section(u' ', 2);
@@ -377,7 +414,7 @@ private:
     int FStatus = 0;
     QString FPhrase;
     qint64 FReceived = 0;
-    bool FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
+    bool FHeadEnded = false, FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
     std::exception_ptr FCause;
     Clock::time_point FLastProgress{};
 };
@@ -429,11 +466,12 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.Url = url;
     request.Compressed = true;
     request.MaxBytes = maxBytes;
+    request.Longest = std::chrono::seconds(DocumentSeconds.load());
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
         // Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
         constexpr qint64 kUsualRatio = 6;
-        document.Body.reserve(std::min(info.Size * kUsualRatio, maxBytes));
+        document.Body.reserve(std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio);
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {
@@ -451,6 +489,7 @@ bool IsUrl(const QString& text) {
 void SetHttpTimeouts(HttpTimeouts timeouts) {
     ConnectSeconds = timeouts.Connect.count();
     StalledSeconds = timeouts.Stalled.count();
+    DocumentSeconds = timeouts.Document.count();
 }
 
 }  // namespace vexa

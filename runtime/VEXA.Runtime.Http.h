@@ -2,9 +2,9 @@
 // HTTP GET, blocking, with callbacks: the transfers of feeds, logos and audio files.
 //
 // Addresses are http or https, also after redirects (at most 10). Certificates are checked. Connecting may take 15 s
-// and a transfer may stand still for 30 s; there is no limit on the whole. A cancel check is polled at least every
-// 50 ms, also while a name is resolved or nothing arrives. Each thread keeps its own connections for reuse; names and
-// TLS sessions are shared between threads.
+// and a transfer may stand still for 30 s; only documents have a limit on the whole. A cancel check is polled at least
+// every 50 ms, also while a name is resolved or nothing arrives. Each thread keeps its own connections for reuse; names
+// and TLS sessions are shared between threads.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.Threads.h"
@@ -51,8 +51,9 @@ struct HttpResponseInfo {
 /// throws ends the transfer as a failure and is kept in the error information.
 struct VEXA_RUNTIME_API HttpGet {
     QString Url;
-    bool Compressed = false;  // ask for (and undo) content encodings: for documents, not for audio
-    qint64 MaxBytes = 0;      // bound on the body after decompression, 0 = none
+    bool Compressed = false;          // ask for (and undo) content encodings: for documents, not for audio
+    qint64 MaxBytes = 0;              // bound on the body after decompression, 0 = none
+    std::chrono::seconds Longest{0};  // bound on the whole transfer, 0 = none
 
     /// Status 2xx and all headers are there; false ends the transfer. Called once, before any data.
     std::function<bool(const HttpResponseInfo&)> OnAccepted;
@@ -80,6 +81,7 @@ VEXA_RUNTIME_API bool IsUrl(const QString& text);
 struct HttpTimeouts {
     std::chrono::seconds Connect{15};
     std::chrono::seconds Stalled{30};
+    std::chrono::seconds Document{15 * 60};  // the whole of one
 };
 /// For all transfers that start afterwards.
 VEXA_RUNTIME_API void SetHttpTimeouts(HttpTimeouts timeouts);

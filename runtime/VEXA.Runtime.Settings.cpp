@@ -5,24 +5,90 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
-#include <QSaveFile>
 #include <QStringList>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace vexa {
 
 namespace {
 
-constexpr int kLockMilliseconds = 5000;
+constexpr auto kLongestWait = std::chrono::seconds(5);
+constexpr auto kLockPoll = std::chrono::milliseconds(5);
 
 [[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
     throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
 }
+
+/// The file that takes the settings' place once it is whole; until then its lock keeps other programs from writing.
+/// Whatever ends the process, the kernel lets go of the lock, and the next one writes to the same file.
+class SettingsSuccessor {
+public:
+    explicit SettingsSuccessor(const QString& fileName) : FFileName(fileName) {
+        const QFileInfo present(fileName);  // a link stays one
+        FTarget = QFile::encodeName(present.isSymLink() ? present.symLinkTarget() : fileName);
+        FName = FTarget + ".new";
+        const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
+        for (;;) {
+            FDescriptor = open(FName.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+            if (FDescriptor < 0) Fail();
+            // A file system without locks: nothing more can be done.
+            const bool isHeld = flock(FDescriptor, LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR);
+            // Whoever held the lock until now has given the file another name.
+            if (!isHeld && IsStillNamed()) return;
+            Close();
+            if (std::chrono::steady_clock::now() > deadline)
+                vexa::Fail(kWhat, FFileName, QStringLiteral("another program is writing them; try again in a moment"));
+            if (isHeld) std::this_thread::sleep_for(kLockPoll);
+        }
+    }
+    ~SettingsSuccessor() {
+        if (IsStillNamed()) unlink(FName.constData());
+        Close();
+    }
+    SettingsSuccessor(const SettingsSuccessor&) = delete;
+    SettingsSuccessor& operator=(const SettingsSuccessor&) = delete;
+
+    void Replace(std::string_view bytes) {
+        struct stat present {};
+        if (stat(FTarget.constData(), &present) == 0 && fchmod(FDescriptor, present.st_mode & 0777) != 0) Fail();
+        if (ftruncate(FDescriptor, 0) != 0) Fail();
+        while (!bytes.empty()) {
+            const ssize_t written = write(FDescriptor, bytes.data(), bytes.size());
+            if (written < 0 && errno != EINTR) Fail();
+            if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
+        }
+        if (fsync(FDescriptor) != 0 || rename(FName.constData(), FTarget.constData()) != 0) Fail();
+    }
+
+private:
+    static inline const QString kWhat = QStringLiteral("cannot write the settings");
+
+    [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, QString::fromLocal8Bit(std::strerror(errno))); }
+    bool IsStillNamed() const {
+        struct stat opened {
+        }, named{};
+        return fstat(FDescriptor, &opened) == 0 && stat(FName.constData(), &named) == 0 &&
+               opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+    }
+    void Close() { close(FDescriptor); }
+
+    const QString FFileName;
+    QByteArray FTarget, FName;
+    int FDescriptor = -1;
+};
 
 QStringList ReadLines(const QString& fileName) {
     QFile file(fileName);
@@ -175,10 +241,7 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
 void SettingsFile::Save() {
     if (FPending.isEmpty()) return;
     QDir().mkpath(QFileInfo(FFileName).path());
-    QLockFile lock(FFileName + u".lock");
-    if (!lock.tryLock(kLockMilliseconds))
-        Fail(QStringLiteral("cannot write the settings"), FFileName,
-             QStringLiteral("the folder is not writable, or another program holds the lock file beside it"));
+    SettingsSuccessor successor(FFileName);
     QStringList lines = ReadLines(FFileName);
     const QHash<QString, QString> present = ParseLines(lines);
     for (const QString& key : std::exchange(FMissing, {})) {
@@ -189,12 +252,7 @@ void SettingsFile::Save() {
     QStringList keys = FPending.keys();
     keys.sort();
     for (const QString& key : keys) SetKey(lines, key, FPending.value(key));
-    QSaveFile file(FFileName);
-    const std::string bytes = ToUtf8(QString(lines.join(u'\n') + u'\n'));
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(bytes.data(), static_cast<qint64>(bytes.size())) != static_cast<qint64>(bytes.size()) ||
-        !file.commit())
-        Fail(QStringLiteral("cannot write the settings"), FFileName, file.errorString());
+    successor.Replace(ToUtf8(QString(lines.join(u'\n') + u'\n')));
     for (const QString& key : keys) FRead.insert(key, FPending.take(key));
 }
 

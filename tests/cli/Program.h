@@ -89,6 +89,9 @@ protected:
         return keys;
     }
 
+    /// What the database holds.
+    QStringList Rows(const QString& sql) { return PlainSqlite(Profile.File("Podcasts.db")).Rows(sql.toUtf8()); }
+
     /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; gives its address.
     static QString WriteFeed(const FolderServer& server, const QString& name, int count, int audioSize = 100) {
         const QString item =
@@ -98,8 +101,9 @@ protected:
             "<enclosure url='%4/%1-%2.mp3'/></item>";
         QString feed = "<rss version='2.0'><channel><title>" + name + "</title>";
         for (int i = 1; i <= count; ++i) {
-            WriteWhole(server.Folder.File(u"%1-%2.mp3"_s.arg(name).arg(i)),
-                       QByteArray(audioSize, static_cast<char>('a' + i % 26)));
+            const QString audio = server.Folder.File(u"%1-%2.mp3"_s.arg(name).arg(i));
+            if (QFileInfo(audio).size() != audioSize)
+                WriteWhole(audio, QByteArray(audioSize, static_cast<char>('a' + i % 26)));
             feed += item.arg(name, QString::number(i), QString::number(1 + i % 28), server.Address);
         }
         WriteWhole(server.Folder.File(name + u".xml"), feed.toUtf8() + "</channel></rss>");

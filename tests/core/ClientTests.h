@@ -9,6 +9,8 @@
 #include "Waiting.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
 namespace podcasts {
 
@@ -39,6 +41,26 @@ private:
         Events += event;
         if (OnEvent) OnEvent(event);
     }
+};
+
+/// While it lives, no file grows beyond its bytes: a disk that takes no more.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : FHandler(signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &FBefore);
+        const rlimit small{bytes, FBefore.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &FBefore);
+        signal(SIGXFSZ, FHandler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit FBefore{};
+    const sighandler_t FHandler;
 };
 
 class ClientTest : public testing::Test {

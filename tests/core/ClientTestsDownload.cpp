@@ -1,9 +1,6 @@
 #include "ClientTests.h"
 #include "Podcasts.Core.TargetFile.h"
 
-#include <signal.h>
-#include <sys/resource.h>
-
 namespace podcasts {
 namespace {
 
@@ -127,14 +124,10 @@ TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTake
         EXPECT_EQ(ReadWhole(name), "half");
         EXPECT_EQ(CachedFile("/1.mp3"), "");
     }
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{2'000'000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    Download({Key("/1.mp3")});
-    setrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, handler);
+    {
+        const FileSizeLimit full(2'000'000);
+        Download({Key("/1.mp3")});
+    }
     EXPECT_TRUE(LastError().starts_with("cannot write the file " + name.toStdString())) << LastError();
     EXPECT_EQ(Files(), QStringList());
     EXPECT_EQ(CachedFile("/1.mp3"), "");

@@ -75,7 +75,11 @@ TEST_F(Http, GivesTheBodyByteForByteWithItsTypeAndItsProgress) {
     const Response chunked = {"HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nTransfer-Encoding: chunked\r\n\r\n",
                               QByteArray::number(random.size(), 16) + "\r\n" + random + "\r\n0\r\n\r\n"};
     const std::tuple<Response, QByteArray, qint64> rows[] = {
-        {Response::Of(random, type), random, random.size()}, {Response::Of("", type), "", 0}, {chunked, random, 0}};
+        {Response::Of(random, type), random, random.size()},
+        {Response::Of(random, type, "206 Partial Content", "Content-Range: bytes 0-2999999/3000000\r\n"), random,
+         random.size()},
+        {Response::Of("", type), "", 0},
+        {chunked, random, 0}};
     for (const auto& [answer, body, announced] : rows) {
         Server.Serve("/", answer);
         const HttpDocument document = HttpGetDocument(Server.Url("/"), 0, {});

@@ -132,6 +132,16 @@ bool LoopbackServer::Answer(int socket, const QString& path, const Response& res
     if (response.What == Fault::None) return SendAll(socket, answer);
     const qsizetype sent = response.FaultAfter < 0 ? 0 : response.Head.size() + response.FaultAfter;
     if (!SendAll(socket, answer.first(sent))) return false;
+    if (response.What == Fault::Repeat) {
+        QByteArray rest = answer.sliced(sent);
+        rest = rest.repeated(1 + 65536 / rest.size());
+        while (SendAll(socket, rest)) {
+        }
+    }
+    if (response.What == Fault::Drip) {
+        for (qsizetype at = sent; at < answer.size() && SendAll(socket, answer.sliced(at, 1)); ++at)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     if (response.What == Fault::Reset) {
         const linger atOnce{1, 0};
         setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);

@@ -19,9 +19,10 @@ struct Request {
     int Connection = 0;  // which connection it came over, counted from 1
 };
 
-/// What happens in place of the rest of an answer: the connection ends, it ends with a reset, or the rest waits until
-/// the test releases the path.
-enum class Fault { None, Close, Reset, Wait };
+/// What happens in place of the rest of an answer: the connection ends, it ends with a reset, the rest waits until the
+/// test releases the path, the rest goes out byte by byte with a pause after each, or it goes out again and again for
+/// as long as anybody takes it.
+enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 
 struct Response {
     QByteArray Head, Body;

@@ -1,0 +1,153 @@
+// Servers that misbehave at every stage of an answer, met by a refresh and by a download.
+
+#include "ClientTests.h"
+#include "VEXA.Runtime.Http.h"
+
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+
+namespace podcasts {
+namespace {
+
+class ClientFaults : public ClientTest {
+protected:
+    ClientFaults() {
+        vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(3), .Stalled = std::chrono::seconds(2)});
+        Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
+        Client->UpdateState(Key("/good.mp3"), pesPostponed);
+        Server.Serve("/good.mp3", Response::Of("sound", "audio/mpeg"));
+    }
+    ~ClientFaults() override { vexa::SetHttpTimeouts({}); }
+
+    void Serve(const QString& path, Response response) {
+        response.Head.replace("SELF", path.toUtf8());
+        Server.Serve(path, response);
+    }
+    QString RefreshError(const Response& response) {
+        Serve("/a", response);
+        Refresh("/a");
+        const QString error = Client->RefreshOutcomes().From().at(0).Error;
+        EXPECT_EQ(EpisodeCount("/a"), 2) << error.toStdString();
+        EXPECT_EQ(Episode("/good.mp3").State, pesPostponed) << error.toStdString();
+        return error;
+    }
+    QString DownloadError(const Response& response) {
+        Serve("/bad.mp3", response);
+        Client->DB().SetCachedFile(Key("/good.mp3"), {});
+        Download({Key("/good.mp3"), Key("/bad.mp3")});
+        const QString error = Client->DownloadOutcomes().From().at(0).Error;
+        EXPECT_EQ(CachedFile("/bad.mp3"), "") << error.toStdString();
+        EXPECT_EQ(QDir(Folder.File("audio/a")).entryList(QDir::Files), QStringList("good.mp3")) << error.toStdString();
+        EXPECT_EQ(ReadWhole(CachedFile("/good.mp3")), "sound") << "on the same thread, after " << error.toStdString();
+        return error;
+    }
+    static Response Raw(const QByteArray& head, const QByteArray& body = {}, Fault what = Fault::Close,
+                        int after = -2) {
+        return Response{head, body}.With(what, after == -2 ? static_cast<int>(body.size()) : after);
+    }
+};
+
+TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
+    const QByteArray ok = "HTTP/1.1 200 OK\r\n", chunked = ok + "Transfer-Encoding: chunked\r\n\r\n",
+                     body = Document("a", {{"3", "/3.mp3"}}).Body;
+    const auto length = [&](const QByteArray& text) { return Raw(ok + "Content-Length: " + text + "\r\n\r\n", body); };
+    struct Row {
+        const char* Name;
+        Response Answer;
+        const char* Message;
+    };
+    const Row rows[] = {
+        {"silence", Response::Of(body).With(Fault::Wait), "in time"},
+        {"silence in the head", Raw(ok + "Content-Le", {}, Fault::Wait), "in time"},
+        {"half a status line", Raw("HTTP/1."), "without an answer"},
+        {"half a head", Raw(ok + "Content-Le"), "before all headers"},
+        {"another protocol", Raw("SSH-2.0-Server\r\n"), "not HTTP"},
+        {"nothing but zeros", Raw(QByteArray(5000, '\0')), "not HTTP"},
+        {"length too large", length("100000"), "before the whole body"},
+        {"length enormous", length("9223372036854775807"), "before the whole body"},
+        {"length negative", length("-5"), "Content-Length"},
+        {"length no number", length("many"), "Content-Length"},
+        {"chunks cut", Raw(chunked, "5\r\nhello\r\n"), "before the whole body"},
+        {"a chunk cut", Raw(chunked, "500\r\nhello"), "before the whole body"},
+        {"a chunk of no size", Raw(chunked, "zz\r\nhello\r\n"), "hexadecimal"},
+        {"a chunk beyond numbers", Raw(chunked, "fffffffffffffffffff\r\nhello"), "hexadecimal"},
+        {"endless headers", Raw(ok, "X-Filler: of a header\r\n", Fault::Repeat, 0), "Too large response headers"},
+        {"an endless header", Raw(ok, "X-Filler: of a header", Fault::Repeat, 0),
+         "header of the server's answer is too long"},
+        {"endless beginnings", Raw("", "HTTP/1.1 100 Continue\r\n\r\n", Fault::Repeat, 0), "headers"},
+        {"an endless error page", Raw("HTTP/1.1 500 Oops\r\n\r\n", "<p>", Fault::Repeat, 0), "500 Oops"},
+        {"an endless page with a redirect",
+         Raw("HTTP/1.1 302 Found\r\nLocation: /missing\r\n\r\n", "<p>", Fault::Repeat, 0), "404 Not Found"},
+        {"too many requests", Response::Failure("429 Too Many Requests", "Retry-After: 120\r\n"),
+         "429 Too Many Requests; it asks to wait 120 seconds"},
+        {"a part", Response::Of(body, "audio/mpeg", "206 Partial Content", "Content-Range: bytes 0-9/1000\r\n"),
+         "206 Partial Content"},
+        {"no content", Raw("HTTP/1.1 204 No Content\r\n\r\n"), "204 No Content"},
+        {"nothing changed", Raw("HTTP/1.1 304 Not Modified\r\n\r\n"), "304 Not Modified"},
+        {"redirect to itself", Response::Redirect("SELF"), "more than 10 times"},
+        {"redirect to a file", Response::Redirect("file:///etc/passwd"), "not http or https"},
+        {"redirect to another scheme", Response::Redirect("gopher://127.0.0.1/1"), "not http or https"},
+        {"redirect without an address", Response::Redirect(""), "302 Found"},
+        {"redirect to no host", Response::Redirect("http://"), "redirect target"},
+        {"redirect to TLS where there is none", Response::Redirect(Server.Url("/x").replace("http", "https").toUtf8()),
+         "in time"},
+        {"redirect with a password", Response::Redirect(Server.Url("/x").replace("//", "//me:secret@").toUtf8()),
+         "404"},
+        {"redirect to nobody", Response::Redirect("http://127.0.0.1:1/"), "could not be reached"},
+    };
+    for (const Row& row : rows) {
+        Response answer = row.Answer;
+        for (const QString& error : {RefreshError(answer), DownloadError(answer)}) {
+            EXPECT_TRUE(error.contains(row.Message) && !error.contains(u"secret"))
+                << row.Name << ": " << error.toStdString();
+        }
+    }
+}
+
+TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
+    const Response feed = Document("a", {{"3", "/3.mp3"}}),
+                   audio = Response::Of(QByteArray(300'000, 's'), "audio/mpeg");
+    const QByteArray document = feed.Head + feed.Body, sound = audio.Head + audio.Body;
+    for (int sent = 0; sent < document.size(); sent += 7)
+        EXPECT_NE(RefreshError(Response{{}, document}.With(Fault::Reset, sent)), "") << sent;
+    for (int sent = 0; sent < sound.size(); sent += sent < audio.Head.size() + 9 ? 3 : 29'989)
+        EXPECT_NE(DownloadError(Response{{}, sound}.With(Fault::Reset, sent)), "") << sent;
+}
+
+TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDiskGives) {
+    const Response endless = Raw("HTTP/1.1 200 OK\r\n\r\n", QByteArray(60'000, ' '), Fault::Repeat, 0);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    EXPECT_EQ(RefreshError(endless), "the document is larger than 64 MiB");
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 300 * 1024) << "KiB";
+    EXPECT_EQ(RefreshError(Response::Of("no gzip", "text/xml", "200 OK", "Content-Encoding: gzip\r\n")),
+              "the compressed body is damaged");
+    vexa::SetHttpTimeouts({.Document = std::chrono::seconds(1)});
+    EXPECT_EQ(RefreshError(Response::Of(QByteArray(9999, ' ')).With(Fault::Drip, 0)),
+              "the server did not answer in time");
+    const FileSizeLimit full(20'000'000);
+    EXPECT_TRUE(DownloadError(endless).startsWith(u"cannot write the file "));
+}
+
+TEST_F(ClientFaults, ACertificateThatNobodyTrustsIsRefused) {
+    QProcess openssl;
+    const QString key = Folder.File("key.pem"), certificate = Folder.File("certificate.pem");
+    const auto run = [&](const QString& words) { openssl.start("openssl", words.split(' ')); };
+    run("req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout " + key +
+        " -out " + certificate);
+    if (!openssl.waitForFinished() || openssl.exitCode() != 0) GTEST_SKIP() << "openssl makes no certificate";
+    run("s_server -accept 127.0.0.1:0 -www -key " + key + " -cert " + certificate);
+    QString line;
+    while (!line.startsWith(u"ACCEPT") && (openssl.canReadLine() || openssl.waitForReadyRead()))
+        line = QString::fromUtf8(openssl.readLine()).trimmed();
+    const Response moved = Response::Redirect("https://" + line.section(' ', 1).toUtf8() + "/");
+    for (const QString& error : {RefreshError(moved), DownloadError(moved)})
+        EXPECT_TRUE(error.startsWith(u"the server's certificate is not trusted: ")) << error.toStdString();
+    openssl.kill();
+    openssl.waitForFinished();
+}
+
+}  // namespace
+}  // namespace podcasts
