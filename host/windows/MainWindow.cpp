@@ -58,6 +58,7 @@ MainWindow::MainWindow(Host& host)
       FMenuBar(new WindowMenuBar(host, FTheme)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
+      FOpener(host, *FSubscriber, *this),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
@@ -174,6 +175,8 @@ void MainWindow::ConnectLibrary() {
     connect(&FTable->Model(), &TableModel::Failed, this,
             [this](const QString& reason) { FBanner->Show(FTexts("Library"), reason); });
     connect(FSubscriber, &Subscriber::Finished, this, &MainWindow::Report);
+    connect(&FOpener, &Opener::PlayWanted, this, &MainWindow::Play);
+    connect(&FOpener, &Opener::Failed, this, &MainWindow::Warn);
 }
 
 void MainWindow::ConnectMenus() {
@@ -262,14 +265,16 @@ void MainWindow::AnswerMessages() {
         const bool isToShow = !value || *value == 0;
         if (value) *value = isVisible() ? 0 : 1;
         if (!isToShow) return S_OK;
-        if (isMinimized())
-            showNormal();
-        else
-            show();
-        raise();
-        activateWindow();
+        BringToFront();
         return S_OK;
     });
+}
+
+void MainWindow::BringToFront() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
 }
 
 void MainWindow::SetTransportBar(TransportBar* bar) {
@@ -302,6 +307,11 @@ void MainWindow::Play(const QString& file) {
     Warn(reason.isEmpty() ? FTexts("CannotPlay", file) : reason);
 }
 
+void MainWindow::Open(const QStringList& addresses) {
+    BringToFront();
+    FOpener.Open(addresses);
+}
+
 void MainWindow::RestoreLayout() {
     const auto bytes = [this](const QString& key) {
         return QByteArray::fromBase64(FHost.Config().Find(key).value_or(QString()).toLatin1());
@@ -314,6 +324,7 @@ void MainWindow::RestoreLayout() {
 }
 
 void MainWindow::SaveLayout() {
+    FLibrary->SaveLayout();
     const auto write = [this](const QString& key, const QByteArray& value) {
         FHost.Config().Write(key, QString::fromLatin1(value.toBase64()));
     };
@@ -357,7 +368,6 @@ void MainWindow::dropEvent(QDropEvent* event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    FLibrary->SaveLayout();
     SaveLayout();
     event->accept();
     QApplication::quit();

@@ -10,6 +10,7 @@
 
 #include "Host.h"
 #include "LibraryController.h"
+#include "Opener.h"
 #include "OptionsDialog.h"
 #include "Subscriber.h"
 #include "TransportBar.h"
@@ -47,6 +48,13 @@ public:
     void LoadPlugin(const QString& fileName);
     /// Plays a file, or says why it cannot.
     void Play(const QString& file);
+    /// As Opener says; the window comes to the front.
+    void Open(const QStringList& addresses);
+    void BringToFront();
+    /// Says what went wrong, without waiting for an answer.
+    void Warn(const QString& message);
+    /// Gives the settings where everything stands.
+    void SaveLayout();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -54,7 +62,6 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void Warn(const QString& message);
     void AnswerMessages();
     void Arrange();
     void AddMenuItems();
@@ -67,7 +74,6 @@ private:
     void Export();
     void Report(const std::vector<Subscriber::Outcome>& outcomes);
     void RestoreLayout();
-    void SaveLayout();
     void Localize();
     void OnThemeChanged();
 
@@ -90,6 +96,7 @@ private:
     WindowMenuBar* FMenuBar;
     OptionsWindow FOptions;
     WindowCommands* FCommands;
+    Opener FOpener;
     std::unique_ptr<LibraryController> FLibrary;
     MessageListener FLanguage;
 };
