@@ -24,6 +24,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -109,11 +110,12 @@ void Tell(const QString& problem) {
 /// Saves, and asks what to do as long as that fails: space can be made meanwhile. False when it was given up.
 template <class Save>
 bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
+    static QString told;
     const WindowTexts texts(host.Language());
     for (;;) {
         const QString problem = save();
         if (problem.isEmpty()) return true;
-        Tell(problem);
+        if (problem != std::exchange(told, problem)) Tell(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
         box.setInformativeText(problem);
@@ -172,9 +174,11 @@ int RunWindow(const QCommandLineParser& arguments) {
         window.show();
         if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
             Tell(problem);
-            window.Warn(WindowTexts(host.Language())("CannotKeep", host.ProfileFolder()) + problem);
+            window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
         }
         if (!plugin.isEmpty()) window.LoadPlugin(plugin);
+        if (host.Language().Text(QStringLiteral("Window\\Title")).isEmpty())
+            window.Warn(u"the language files are missing in " + options.LanguageFolder + u": install the program anew");
         if (!addresses.isEmpty()) window.Open(addresses);
         QApplication::exec();
         isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);

@@ -172,13 +172,19 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
         FPending.insert(keyPath, value);
 }
 
+void SettingsFile::Reload() {
+    FRead.insert(ParseLines(ReadLines(FFileName)));  // beside the defaults that others took for missing keys
+}
+
 void SettingsFile::Save() {
     if (FPending.isEmpty()) return;
     QDir().mkpath(QFileInfo(FFileName).path());
     QLockFile lock(FFileName + u".lock");
     if (!lock.tryLock(kLockMilliseconds))
         Fail(QStringLiteral("cannot write the settings"), FFileName,
-             QStringLiteral("the folder is not writable, or another program holds the lock file beside it"));
+             lock.error() == QLockFile::LockFailedError
+                 ? QStringLiteral("another program holds the lock file beside it")
+                 : QStringLiteral("the folder is not writable, or the disk is full"));
     QStringList lines = ReadLines(FFileName);
     const QHash<QString, QString> present = ParseLines(lines);
     for (const QString& key : std::exchange(FMissing, {})) {

@@ -10,7 +10,7 @@ QString WhyNotWritable(const QString& folder) {
     QTemporaryFile file(QDir(folder).filePath(QStringLiteral("Probe.XXXXXX")));
     const QByteArray page(4096, ' ');
     if (file.open() && file.write(page) == page.size() && file.flush()) return {};
-    return u"files cannot be written in " + folder + u": " + file.errorString();
+    return u"no files can be written in " + folder + u": " + file.errorString();
 }
 
 }  // namespace vexa::host

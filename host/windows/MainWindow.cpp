@@ -275,6 +275,8 @@ void MainWindow::BringToFront() {
     show();
     raise();
     activateWindow();
+    // Where no window manager keeps a dialog above its window.
+    if (QWidget* dialog = QApplication::activeModalWidget()) dialog->raise();
 }
 
 void MainWindow::SetTransportBar(TransportBar* bar) {
@@ -286,10 +288,15 @@ void MainWindow::SetTransportBar(TransportBar* bar) {
 }
 
 void MainWindow::Warn(const QString& message) {
-    auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
-    box->setTextFormat(Qt::PlainText);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->open();
+    // What comes while one is open is told in it: a box behind a box is not read.
+    if (FWarning && FWarning->isVisible()) {
+        if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
+        return;
+    }
+    FWarning = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
+    FWarning->setTextFormat(Qt::PlainText);
+    FWarning->setAttribute(Qt::WA_DeleteOnClose);
+    FWarning->open();
 }
 
 void MainWindow::LoadPlugin(const QString& fileName) {

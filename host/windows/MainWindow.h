@@ -20,6 +20,7 @@
 
 #include <QMainWindow>
 
+class QMessageBox;
 class QSplitter;
 class QStackedWidget;
 class QVBoxLayout;
@@ -99,6 +100,7 @@ private:
     Opener FOpener;
     std::unique_ptr<LibraryController> FLibrary;
     MessageListener FLanguage;
+    QPointer<QMessageBox> FWarning;
 };
 
 }  // namespace vexa::host
