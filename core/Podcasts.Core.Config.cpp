@@ -30,8 +30,11 @@ std::span<const TPodcastConfigKey> PodcastConfigKeys() {
 }
 
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
-    TPodcastClientOptions& options = client.Options();
     client.LastRefreshTime = static_cast<std::uint32_t>(config.ReadInteger(kLastTime.KeyPath(), 0));
+    ReadPodcastOptions(config, client.Options());
+}
+
+void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options) {
     options.SetCacheFileNameTemplate(
         config.ReadString(kTemplate.KeyPath(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate()));
     options.SetCheckUpdates(static_cast<std::uint8_t>(config.ReadInteger(kCheckUpdates.KeyPath(), 2)));

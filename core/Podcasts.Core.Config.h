@@ -9,6 +9,7 @@
 namespace podcasts {
 
 class TPodcastClient;
+class TPodcastClientOptions;
 
 class IPodcastConfig {
 public:
@@ -40,6 +41,8 @@ extern const TPodcastConfigKey kCheckUpdatesLastTime;
 
 /// Reads the time of the last refresh and the options into the client, in their order.
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client);
+/// Reads the options alone, such as when something else has written some.
+void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options);
 /// Writes them back, in theirs.
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client);
 

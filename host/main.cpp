@@ -6,7 +6,10 @@
 #include "Notifications.h"
 #include "OptionsDialog.h"
 #include "PlaylistOrder.h"
+#include "ProfileFolder.h"
 #include "Session.h"
+#include "SingleInstance.h"
+#include "StopSignals.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
@@ -14,13 +17,13 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
-
-#include <pthread.h>
-#include <signal.h>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSessionManager>
 
 #include <cstdio>
 #include <memory>
-#include <thread>
+#include <utility>
 
 namespace {
 
@@ -28,24 +31,6 @@ using namespace vexa;
 using namespace vexa::host;
 
 constexpr int kUsage = 2;
-
-/// The signals that ask a program to stop end the event loop, so that the plug-in ends as it should. A thread waits for
-/// them, because next to nothing may be done inside a signal handler.
-void HandleSignals() {
-    signal(SIGPIPE, SIG_IGN);  // a closed pipe shows as an error of the write
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::thread([signals] {
-        int number = 0;
-        while (sigwait(&signals, &number) != 0) {
-        }
-        RunInMainThread([] { QCoreApplication::quit(); }, false);
-        // Asked once more, it ends at once.
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    }).detach();
-}
 
 bool HasDisplay() {
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
@@ -83,6 +68,7 @@ void HideServices(Host& host, const QCommandLineParser& arguments) {
 int RunHeadless(const QCommandLineParser& arguments) {
     Host host(OptionsOf(arguments));
     HideServices(host, arguments);
+    const StopSignals signals([] { QCoreApplication::exit(); });
     PrintNotifications();
     if (const QString plugin = arguments.value(QStringLiteral("plugin")); !plugin.isEmpty()) host.LoadPlugin(plugin);
     const OptionsWindow optionsWindow(host);
@@ -90,32 +76,119 @@ int RunHeadless(const QCommandLineParser& arguments) {
     return QApplication::exec();
 }
 
+/// What a second start of this profile's window would give the first one.
+QStringList AddressesOf(const QCommandLineParser& arguments) {
+    QStringList addresses;
+    try {
+        for (const QString& argument : arguments.positionalArguments())
+            addresses += AddressFromArgument(argument, QDir::currentPath());
+    } catch (const std::runtime_error& error) {
+        throw UsageError(QString::fromUtf8(error.what()));
+    }
+    return addresses;
+}
+
+/// What restores this window in the user's next session: what plays is remembered, what was opened is done.
+QStringList RestartCommand(const QCommandLineParser& arguments) {
+    QStringList command{QCoreApplication::applicationFilePath()};
+    for (const QString& option : arguments.optionNames())
+        for (const QString& value : arguments.values(option)) command += {u"--" + option, value};
+    return command;
+}
+
+/// Whether anybody sees a window.
+bool IsSeen() {
+    return QGuiApplication::platformName() != u"offscreen" && QGuiApplication::platformName() != u"minimal";
+}
+
+/// What goes wrong where there is no window yet, or no more.
+void Tell(const QString& problem) {
+    std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(problem));
+}
+
+/// Saves, and asks what to do as long as that fails: space can be made meanwhile. False when it was given up.
+template <class Save>
+bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
+    static QString told;
+    const WindowTexts texts(host.Language());
+    for (;;) {
+        const QString problem = save();
+        if (problem.isEmpty()) return true;
+        if (problem != std::exchange(told, problem)) Tell(problem);
+        if (!mayAsk) return false;
+        QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
+        box.setInformativeText(problem);
+        box.setTextFormat(Qt::PlainText);
+        QPushButton* again = box.addButton(texts("TryAgain"), QMessageBox::AcceptRole);
+        box.addButton(texts("EndUnsaved"), QMessageBox::RejectRole);
+        box.setDefaultButton(again);
+        box.exec();
+        if (box.clickedButton() != again) return false;
+    }
+}
+
 /// A plug-in beside the program is loaded without being asked for. One that cannot be is said, and missed.
 int RunWindow(const QCommandLineParser& arguments) {
-    Host host(OptionsOf(arguments));
+    const QStringList addresses = AddressesOf(arguments);
+    const HostOptions options = OptionsOf(arguments);
+    SingleInstance instance(options.ProfileFolder);
+    if (!instance.IsFirst()) {
+        const QString problem = instance.HandOver(addresses);
+        if (problem.isEmpty()) return 0;
+        Tell(u"the window that is open already does not answer: " + problem);
+        return 1;
+    }
+    Host host(options);
     HideServices(host, arguments);
-    Playback playback(host);
-    PlaylistOrder order(host.Playlists());
-    playback.SetOrder(&order);
-    Mpris mpris(playback);
-    MainWindow window(host, playback);
-    QObject::connect(&mpris, &Mpris::RaiseRequested, &window, [&window] {
-        window.showNormal();
-        window.raise();
-        window.activateWindow();
+    bool isStopped = false, isSaved = true;
+    const StopSignals signals([&] {
+        isStopped = true;
+        QCoreApplication::exit();  // also out of dialogs, which would refuse to close
     });
-    QObject::connect(&mpris, &Mpris::QuitRequested, &window, &QWidget::close);
-    QString plugin = arguments.value(QStringLiteral("plugin"));
-    if (plugin.isEmpty()) plugin = PodcastsPlugin();
-    window.show();
-    if (!plugin.isEmpty()) window.LoadPlugin(plugin);
-    return QApplication::exec();
+    {
+        Playback playback(host);
+        PlaylistOrder order(host.Playlists());
+        playback.SetOrder(&order);
+        Mpris mpris(playback);
+        MainWindow window(host, playback);
+        const auto save = [&] {
+            window.SaveLayout();
+            QStringList problems{playback.Save(), host.Playlists().Save(), host.Config().Save()};
+            problems.removeAll({});
+            return problems.join(QStringLiteral("; "));
+        };
+        QObject::connect(
+            qApp, &QGuiApplication::commitDataRequest, &window, [&] { SaveOrAsk(host, false, save); },
+            Qt::DirectConnection);
+        QObject::connect(
+            qApp, &QGuiApplication::saveStateRequest, &window,
+            [&](QSessionManager& session) { session.setRestartCommand(RestartCommand(arguments)); },
+            Qt::DirectConnection);
+        QObject::connect(&mpris, &Mpris::RaiseRequested, &window, &MainWindow::BringToFront);
+        QObject::connect(&mpris, &Mpris::QuitRequested, &window, &QWidget::close);
+        QObject::connect(&instance, &SingleInstance::Opened, &window, &MainWindow::Open);
+        QString plugin = arguments.value(QStringLiteral("plugin"));
+        if (plugin.isEmpty()) plugin = PodcastsPlugin();
+        window.show();
+        if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
+            Tell(problem);
+            window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
+        }
+        if (!plugin.isEmpty()) window.LoadPlugin(plugin);
+        if (host.Language().Text(QStringLiteral("Window\\Title")).isEmpty())
+            window.Warn(u"the language files are missing in " + options.LanguageFolder + u": install the program anew");
+        if (!addresses.isEmpty()) window.Open(addresses);
+        QApplication::exec();
+        isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);
+    }
+    isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { return host.UnloadPlugins(); }) && isSaved;
+    return isSaved ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    HandleSignals();
+    CatchStopSignals();
     // The toolkit takes "--plugin" and others for its own: it sees no argument but the program's name.
     QStringList words;
     for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
@@ -145,9 +218,16 @@ int main(int argc, char** argv) {
         {QStringLiteral("without"), QStringLiteral("Hide a service from plug-ins; may be repeated."),
          QStringLiteral("SERVICE")},
     });
+    arguments.addPositionalArgument(
+        QStringLiteral("ADDRESS"),
+        QStringLiteral(
+            "What to open: an episode (podcast:), a feed (podcast:, feed:, http:, https:), or a file of a feed "
+            "or of subscriptions (OPML). An open window of the same profile opens it."),
+        QStringLiteral("[ADDRESS...]"));
     arguments.process(words);
-    if (!arguments.positionalArguments().isEmpty())
-        return Complain(u"what is " + arguments.positionalArguments().first() + u"? --help says what there is");
+    if (isHeadless && !arguments.positionalArguments().isEmpty())
+        return Complain(u"what is " + arguments.positionalArguments().first() +
+                        u"? With --headless nothing is opened; --help says what there is");
     if (!isHeadless && !hasDisplay)
         return Complain(QStringLiteral("there is no display: start it with --headless, or set DISPLAY"));
     try {
@@ -155,7 +235,10 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         return Complain(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "vexa: %s\n", error.what());
+        Tell(QString::fromUtf8(error.what()));
+        if (isHeadless || !IsSeen()) return 1;
+        const StopSignals signals([] { QCoreApplication::exit(); });
+        QMessageBox::critical(nullptr, QStringLiteral("VEXA"), QString::fromUtf8(error.what()));
         return 1;
     }
 }

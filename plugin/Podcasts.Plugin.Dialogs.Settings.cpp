@@ -237,6 +237,7 @@ void TVEXAPodcastsOptionsFrame::HandleNotification(std::int32_t notification) no
     GuardedCall("following the options dialog", [&] {
         switch (notification) {
             case Load:
+                if (FOnLoad && FClient.Get()) FOnLoad();
                 form->Load();
                 break;
             case Localize:
@@ -244,6 +245,7 @@ void TVEXAPodcastsOptionsFrame::HandleNotification(std::int32_t notification) no
                 break;
             case Save:
                 form->Save();
+                if (FOnSave && FClient.Get()) FOnSave();
                 break;
             case Reset:
                 form->Reset();

@@ -6,6 +6,8 @@
 
 #include <QScrollArea>
 
+#include <functional>
+
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
@@ -57,7 +59,10 @@ private:
 /// The page as the host knows it.
 class TVEXAPodcastsOptionsFrame : public vexa::TVEXACustomOptionsFrame {
 public:
-    explicit TVEXAPodcastsOptionsFrame(TPodcastClient& client) : FClient(client.Links()) {}
+    /// `onLoad` is called before the page shows the options, `onSave` after it has set them.
+    explicit TVEXAPodcastsOptionsFrame(TPodcastClient& client, std::function<void()> onLoad = {},
+                                       std::function<void()> onSave = {})
+        : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)) {}
 
     void HandleNotification(std::int32_t notification) noexcept override;
 
@@ -67,6 +72,7 @@ protected:
 
 private:
     vexa::Link<TPodcastClient> FClient;
+    const std::function<void()> FOnLoad, FOnSave;
 };
 
 }  // namespace podcasts

@@ -72,7 +72,13 @@ void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem
 }
 
 void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient& client) {
-    client.UpdateState(Files().Files(), FState);
+    const QStringList episodeKeys = Files().Files();
+    client.UpdateState(episodeKeys, FState);
+    if (FState != pesListened) return;
+    // What keeps positions lets go of these, other than when an episode counts as listened because it has begun.
+    auto names = CreateHostObject<IVEXAObjectList>();
+    for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
+    SendHostMessage(kMsgFilesHeard, 0, names.Get());
 }
 
 namespace {

@@ -84,7 +84,8 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 
 void TVEXAPodcastsPlugin::Start() {
     FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
-    FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(*FClient);
+    FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
     const auto library = TVEXAPodcastsMLExtension::Create(*FClient);
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
@@ -98,6 +99,7 @@ void TVEXAPodcastsPlugin::Start() {
 void TVEXAPodcastsPlugin::Finalize() noexcept {
     if (FAreSettingsLoaded) {
         GuardedCall("saving the podcasts' options", [this] {
+            ReloadOptions();
             SaveSettings();
             return S_OK;
         });
@@ -130,6 +132,11 @@ void TVEXAPodcastsPlugin::LoadSettings() {
     HostConfig config(ServiceGetConfig());
     ReadPodcastConfig(config, *FClient);
     FAreSettingsLoaded = true;
+}
+
+void TVEXAPodcastsPlugin::ReloadOptions() {
+    HostConfig config(ServiceGetConfig());
+    ReadPodcastOptions(config, FClient->Options());
 }
 
 void TVEXAPodcastsPlugin::SaveSettings() {

@@ -29,6 +29,8 @@ private:
     void Start();
     void Stop() noexcept;
     void LoadSettings();
+    /// What the page sets is written at once: where the configuration differs, the host or another program has set it.
+    void ReloadOptions();
     void SaveSettings();
 
     std::unique_ptr<TPodcastClient> FClient;

@@ -238,6 +238,10 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
         FPending.insert(keyPath, value);
 }
 
+void SettingsFile::Reload() {
+    FRead.insert(ParseLines(ReadLines(FFileName)));  // beside the defaults that others took for missing keys
+}
+
 void SettingsFile::Save() {
     if (FPending.isEmpty()) return;
     QDir().mkpath(QFileInfo(FFileName).path());

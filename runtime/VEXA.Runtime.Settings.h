@@ -33,6 +33,9 @@ public:
     /// file's key alone.
     void Write(const QString& keyPath, const QString& value);
 
+    /// Takes over what other processes have set meanwhile; what was remembered for the next Save stays. Throws
+    /// std::runtime_error.
+    void Reload();
     /// Writes what was remembered. Throws std::runtime_error.
     void Save();
 

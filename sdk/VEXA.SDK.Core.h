@@ -124,6 +124,7 @@ enum HostMessage : std::uint32_t {
     kMsgShowWindow = 4121,     // a command; 1: kWindowLibrary; 2: int32*, 0 shows the window, filled with its old value
     kMsgPlaybackStarted = 8195,  // an event: another file has started to play
     kMsgLanguageChanged = 8209,  // an event: captions are to be read anew
+    kMsgFilesHeard = 16385,      // an event: somebody called files heard; 2: IVEXAObjectList* of their names
 };
 inline constexpr std::int32_t kWindowLibrary = 1;
 

@@ -50,7 +50,7 @@ public:
     bool Yes() const { return true; }
     bool No() const { return false; }
     QString Identity() const { return QStringLiteral("vexa"); }
-    QString DesktopEntry() const { return QStringLiteral("vexa"); }
+    QString DesktopEntry() const { return QStringLiteral("org.vexa_podcasts.Vexa"); }
     QStringList Schemes() const;
     QStringList MimeTypes() const;
 

@@ -5,6 +5,7 @@
 #include "FileInfo.h"
 #include "Guarded.h"
 #include "Log.h"
+#include "ObjectList.h"
 #include "Strings.h"
 
 #include <QPointer>
@@ -28,9 +29,14 @@ const QString kVolume = QStringLiteral("Player\\Volume");
 class Playback::Hook final : public RefCountedObject<IVEXAMessageHook> {
 public:
     explicit Hook(Playback& owner) : FOwner(owner) {}
-    void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-        if (message == kMsgPlaybackStarted)
-            Guarded("following the player", [this] { return FOwner.OnStarted(), S_OK; });
+    void OnMessage(std::uint32_t message, std::int32_t, void* names, HResult*) noexcept override {
+        Guarded("following the player", [&] {
+            if (message == kMsgPlaybackStarted) FOwner.OnStarted();
+            if (message == kMsgFilesHeard && names)
+                for (const QString& name : ToQStringList(static_cast<IVEXAObjectList*>(names)))
+                    FOwner.ForgetPosition(name);
+            return S_OK;
+        });
     }
 
 private:
@@ -237,6 +243,8 @@ void Playback::SetUpNext(const QStringList& addresses) {
 
 void Playback::ForgetPosition(const QString& address) {
     FPositions.Forget(address);
+    if (address == FCurrent.Address) FHasEnded = true;  // until somebody jumps in it
+    SaveSoon();
     Q_EMIT PositionsChanged();
 }
 

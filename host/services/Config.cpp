@@ -32,6 +32,14 @@ bool ConfigService::Write(const QString& keyPath, const QString& value) {
     return true;
 }
 
+void ConfigService::Reload() {
+    try {
+        FFile.Reload();
+    } catch (const std::exception& error) {
+        qCWarning(LogHost).noquote() << error.what();
+    }
+}
+
 QString ConfigService::Save() {
     try {
         FFile.Save();

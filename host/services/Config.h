@@ -17,6 +17,9 @@ public:
     std::optional<QString> Find(const QString& keyPath) { return FFile.Find(keyPath); }
     /// False for a key path that the file could not hold.
     bool Write(const QString& keyPath, const QString& value);
+    /// Takes over what other programs have written meanwhile; what was set here stays. One that cannot be read is
+    /// logged.
+    void Reload();
     /// Writes to disk what was set. Empty, or why it could not, which is logged too.
     QString Save();
 

@@ -2,6 +2,10 @@
 
 #include <QFileInfo>
 #include <QLibrary>
+#include <QtGlobal>
+
+#include <atomic>
+#include <mutex>
 
 namespace vexa::host {
 
@@ -21,6 +25,37 @@ VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
     return entry;
 }
 
+/// The last warning of the log while it lives: a plug-in answers a mere code, and logs why. One at a time.
+class LastWarning {
+public:
+    LastWarning() {
+        const std::lock_guard lock(Mutex);
+        LastText.clear();
+        Previous = qInstallMessageHandler(Note);
+    }
+    ~LastWarning() { qInstallMessageHandler(Previous); }
+    LastWarning(const LastWarning&) = delete;
+    LastWarning& operator=(const LastWarning&) = delete;
+
+    QString Text() const {
+        const std::lock_guard lock(Mutex);
+        return LastText;
+    }
+
+private:
+    static void Note(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        if (type == QtWarningMsg || type == QtCriticalMsg) {
+            const std::lock_guard lock(Mutex);
+            LastText = text;
+        }
+        if (Previous) Previous(type, context, text);
+    }
+
+    inline static std::mutex Mutex;
+    inline static QString LastText;  // guarded by Mutex
+    inline static std::atomic<QtMessageHandler> Previous = nullptr;
+};
+
 }  // namespace
 
 Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absoluteFilePath()) {
@@ -31,9 +66,12 @@ Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absolute
 }
 
 void Plugin::Initialize(IVEXACore* core) {
+    const LastWarning warning;
     const HResult result = FObject->Initialize(core);
     if (Succeeded(result)) return;
-    const QString reason = result == E_NOTIMPL ? QStringLiteral(": the host lacks a service that it needs") : QString();
+    QString reason = warning.Text();
+    if (reason.isEmpty() && result == E_NOTIMPL) reason = QStringLiteral("the host lacks a service that it needs");
+    if (!reason.isEmpty()) reason.prepend(u": ");
     throw PluginError(u"the plug-in " + FFileName + u" refused to start (" + ToHex(result) + u')' + reason, result);
 }
 

@@ -63,6 +63,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
       FMenuBar(new WindowMenuBar(host, playback, FTheme)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
+      FOpener(host, *FSubscriber, *this),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
@@ -185,6 +186,8 @@ void MainWindow::ConnectLibrary() {
     connect(&FTable->Model(), &TableModel::Failed, this,
             [this](const QString& reason) { FBanner->Show(FTexts("Library"), reason); });
     connect(FSubscriber, &Subscriber::Finished, this, &MainWindow::Report);
+    connect(&FOpener, &Opener::PlayWanted, this, &MainWindow::Play);
+    connect(&FOpener, &Opener::Failed, this, &MainWindow::Warn);
 }
 
 void MainWindow::ConnectPlayback() {
@@ -288,21 +291,30 @@ void MainWindow::AnswerMessages() {
         const bool isToShow = !value || *value == 0;
         if (value) *value = isVisible() ? 0 : 1;
         if (!isToShow) return S_OK;
-        if (isMinimized())
-            showNormal();
-        else
-            show();
-        raise();
-        activateWindow();
+        BringToFront();
         return S_OK;
     });
 }
 
+void MainWindow::BringToFront() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+    // Where no window manager keeps a dialog above its window.
+    if (QWidget* dialog = QApplication::activeModalWidget()) dialog->raise();
+}
+
 void MainWindow::Warn(const QString& message) {
-    auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
-    box->setTextFormat(Qt::PlainText);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->open();
+    // What comes while one is open is told in it: a box behind a box is not read.
+    if (FWarning && FWarning->isVisible()) {
+        if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
+        return;
+    }
+    FWarning = new QMessageBox(QMessageBox::Warning, windowTitle(), message, QMessageBox::Ok, this);
+    FWarning->setTextFormat(Qt::PlainText);
+    FWarning->setAttribute(Qt::WA_DeleteOnClose);
+    FWarning->open();
 }
 
 void MainWindow::LoadPlugin(const QString& fileName) {
@@ -315,6 +327,11 @@ void MainWindow::LoadPlugin(const QString& fileName) {
 
 void MainWindow::Play(const QString& file) {
     FPlayback.Play(file);
+}
+
+void MainWindow::Open(const QStringList& addresses) {
+    BringToFront();
+    FOpener.Open(addresses);
 }
 
 void MainWindow::RestoreLayout() {
@@ -330,6 +347,7 @@ void MainWindow::RestoreLayout() {
 }
 
 void MainWindow::SaveLayout() {
+    FLibrary->SaveLayout();
     const auto write = [this](const QString& key, const QByteArray& value) {
         FHost.Config().Write(key, QString::fromLatin1(value.toBase64()));
     };
@@ -373,7 +391,6 @@ void MainWindow::dropEvent(QDropEvent* event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    FLibrary->SaveLayout();
     SaveLayout();
     event->accept();
     QApplication::quit();

@@ -11,6 +11,7 @@
 
 #include "Host.h"
 #include "LibraryController.h"
+#include "Opener.h"
 #include "OptionsDialog.h"
 #include "Playback.h"
 #include "Subscriber.h"
@@ -20,6 +21,7 @@
 
 #include <QMainWindow>
 
+class QMessageBox;
 class QSplitter;
 class QStackedWidget;
 class QVBoxLayout;
@@ -47,6 +49,13 @@ public:
     void LoadPlugin(const QString& fileName);
     /// Plays a file, or says why it cannot.
     void Play(const QString& file);
+    /// As Opener says; the window comes to the front.
+    void Open(const QStringList& addresses);
+    void BringToFront();
+    /// Says what went wrong, without waiting for an answer.
+    void Warn(const QString& message);
+    /// Gives the settings where everything stands.
+    void SaveLayout();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -54,7 +63,6 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void Warn(const QString& message);
     void AnswerMessages();
     void Arrange();
     void AddMenuItems();
@@ -68,7 +76,6 @@ private:
     void Export();
     void Report(const std::vector<Subscriber::Outcome>& outcomes);
     void RestoreLayout();
-    void SaveLayout();
     void Localize();
     void OnThemeChanged();
 
@@ -93,8 +100,10 @@ private:
     WindowMenuBar* FMenuBar;
     OptionsWindow FOptions;
     WindowCommands* FCommands;
+    Opener FOpener;
     std::unique_ptr<LibraryController> FLibrary;
     MessageListener FLanguage;
+    QPointer<QMessageBox> FWarning;
 };
 
 }  // namespace vexa::host

@@ -241,6 +241,7 @@ void OptionsWindow::PageModified(IVEXAOptionsDialogFrame* page) {
 bool OptionsWindow::ShowPage(IVEXAOptionsDialogFrame* page, bool isForced) {
     if (!FDialog && !isForced) return false;
     if (!FDialog) {
+        FHost.Config().Reload();  // the command line may have changed options
         FDialog = new OptionsDialog(FHost.Options(), FHost.Language(), FParent);
         // What the plug-in's own code on the stack still uses of the dialog lives until it has returned.
         QObject::connect(FDialog, &QDialog::finished, FDialog, [this, closed = FDialog] {

@@ -1,8 +1,8 @@
 // What controls playing from outside: the desktop over its bus, and the bar.
 
 #include "Mpris.h"
-#include "PlaybackFixture.h"
 #include "PlaybackBar.h"
+#include "PlaybackFixture.h"
 
 #include <QAbstractButton>
 #include <QAbstractSlider>

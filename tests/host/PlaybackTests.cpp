@@ -2,6 +2,7 @@
 
 #include "Chapters.h"
 #include "LoopbackServer.h"
+#include "ObjectList.h"
 #include "PlaybackFixture.h"
 
 #include <QCoreApplication>
@@ -73,6 +74,25 @@ TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
     Player->Play(file);
     EXPECT_EQ(Player->Position(), 0);
     EXPECT_TRUE(Errors.isEmpty());
+}
+
+TEST_F(PlaybackTest, WhatSomebodyCallsHeardBeginsAnew) {
+    const QString left = Tone(u"left.wav"_s, 30), open = Tone(u"open.wav"_s, 30);
+    for (const QString& file : {left, open}) {
+        Player->Play(file);
+        Player->Seek(20);
+        ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.1; }));
+        Player->Pause();
+    }
+    ASSERT_EQ(Player->Left().Begun().size(), 2u);
+    Host.Messages().Send(kMsgFilesHeard, 0, MakeStringList({left, open}).Get());
+    EXPECT_TRUE(Player->Left().Begun().empty());
+    EXPECT_EQ(Player->Save(), "");  // of the one that is still open, too
+
+    Open();
+    EXPECT_TRUE(Player->Left().Begun().empty());
+    Player->Play(open);
+    EXPECT_EQ(Player->Position(), 0);
 }
 
 TEST_F(PlaybackTest, AnotherSpeedKeepsThePitchAndBelongsToThePodcast) {

@@ -5,12 +5,16 @@
 #include "FirstStartPage.h"
 #include "MainWindow.h"
 #include "ShowNotes.h"
+#include "SubscribeDialog.h"
 #include "Waiting.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -205,6 +209,51 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
             ADD_FAILURE() << widget->metaObject()->className() << " " << widget->objectName().toStdString();
     EXPECT_TRUE(Host.UnloadPlugins().isEmpty());
     EXPECT_EQ(Rows()->rowCount(), 0);
+    EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
+}
+
+TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
+    Start();
+    QSignalSpy subscribed(TheWindow->findChild<Subscriber*>(), &Subscriber::Started);
+    TheWindow->Open({"feed://example.org/a", "podcast://example.org/b"});
+    auto* dialog = Find<SubscribeDialog>("SubscribeDialog");
+    ASSERT_TRUE(dialog && dialog->isVisible());
+    TheWindow->Open({"feed:http://example.org/c", "https://example.org/d", "feed://example.org/a"});
+    EXPECT_EQ(dialog->findChild<QPlainTextEdit*>()->toPlainText(),
+              "https://example.org/a\nhttps://example.org/b\nhttp://example.org/c\nhttps://example.org/d");
+    EXPECT_EQ(subscribed.count(), 0);
+    dialog->findChild<QPlainTextEdit*>()->setPlainText(WriteFeed());
+    dialog->findChild<QPushButton*>("Subscribe")->click();
+    EXPECT_EQ(subscribed.count(), 1);
+    ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3; }));
+
+    TheWindow->Open({"podcast://127.0.0.1:9/1.mp3"});
+    EXPECT_EQ(Host.Player().FileName(), "podcast://127.0.0.1:9/1.mp3");
+    TheWindow->Open({WriteFeed()});  // a document of this machine, without a question
+    EXPECT_EQ(subscribed.count(), 2);
+    for (const QString& wrong : {u"gopher://example.org"_s, Profile.File("none")}) TheWindow->Open({wrong});
+    const auto* box = TheWindow->findChild<QMessageBox*>();
+    ASSERT_TRUE(box && box->isVisible());
+    EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // the one box says both
+    QSignalSpy done(TheWindow->findChild<Subscriber*>(), &Subscriber::Finished);
+    ASSERT_TRUE(WaitUntil([&] { return done.count() > 0; }));
+}
+
+TEST_F(Window, TheOptionsShowWhatAnotherProgramHasSet) {
+    Start();
+    SettingsFile other(SettingsFileName(Profile.Path()));
+    other.Write("Podcasts\\ShowNotifications", "0");
+    other.Save();
+    ASSERT_TRUE(Host.Options().FrameShow(nullptr, kTrue) == S_OK);
+    auto* shown = Find<QCheckBox>("CB3");
+    ASSERT_TRUE(shown);
+    EXPECT_FALSE(shown->isChecked());
+    Find<QCheckBox>("CB1")->click();
+    TheWindow->findChild<OptionsDialog*>()->accept();
+    EXPECT_TRUE(Host.UnloadPlugins().isEmpty());
+    SettingsFile written(SettingsFileName(Profile.Path()));
+    EXPECT_EQ(written.Find("Podcasts\\ShowNotifications"), "0");
+    EXPECT_EQ(written.Find("Podcasts\\CheckUpdatesOnStartup"), "1");
 }
 
 TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {

@@ -1,5 +1,6 @@
 // The commands, of a plug-in that is loaded, in the host's own menus.
 
+#include "ObjectList.h"
 #include "EpisodeStorage.h"
 #include "Podcasts.Core.DB.h"
 #include "Preimages.h"
@@ -124,6 +125,19 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     Host.Selection().SetModel(nullptr);  // what was selected when the menu was shown is what counts
     Host.Menus().Trigger(*states[2]);
     for (const QString& uri : kURIs) EXPECT_EQ(DB.GetEpisode(uri)->State, podcasts::pesPostponed);
+
+    // Only what is called listened is told, so that it begins anew.
+    QStringList heard;
+    Host.Messages().Handle(kMsgFilesHeard, [&](std::int32_t, void* names) {
+        return heard = host::ToQStringList(static_cast<IVEXAObjectList*>(names)), S_OK;
+    });
+    for (const std::size_t state : {1, 0}) {
+        EXPECT_TRUE(heard.isEmpty());
+        Select({}, {kURIs[0]});
+        Show();
+        Host.Menus().Trigger(*Host.Menus().Children(*Find("MarkAs"))[state]);
+    }
+    EXPECT_EQ(heard, QStringList{kURIs[0]});
 }
 
 TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {

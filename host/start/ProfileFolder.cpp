@@ -1,0 +1,16 @@
+#include "ProfileFolder.h"
+
+#include <QDir>
+#include <QTemporaryFile>
+
+namespace vexa::host {
+
+QString WhyNotWritable(const QString& folder) {
+    // Rights do not tell of a full disk, nor does an empty file.
+    QTemporaryFile file(QDir(folder).filePath(QStringLiteral("Probe.XXXXXX")));
+    const QByteArray page(4096, ' ');
+    if (file.open() && file.write(page) == page.size() && file.flush()) return {};
+    return u"no files can be written in " + folder + u": " + file.errorString();
+}
+
+}  // namespace vexa::host

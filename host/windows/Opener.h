@@ -1,0 +1,49 @@
+#pragma once
+// What the window is asked to open: arguments of the program, and what the desktop hands it. Main thread.
+//
+// A document of this machine goes where a drop of it goes. An address of an episode that is known is played. Any other
+// address may come from a page that somebody clicked on, so it is only offered as a subscription.
+
+#include "Subscriber.h"
+#include "WindowTexts.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace vexa::host {
+
+class SubscribeDialog;
+
+/// An argument as an address to open: the absolute name of a file, or an address with a scheme. A relative name is
+/// below `folder`. Throws std::runtime_error when there is no such file, or the scheme is none that can be opened.
+QString AddressFromArgument(const QString& argument, const QString& folder);
+
+/// The web address that an address of a feed stands for: "podcast://h/f" and "feed://h/f" for "https://h/f",
+/// "feed:https://h/f" for what follows. What is a web address already stays as it is.
+QString WebAddressOf(const QString& address);
+
+class Opener final : public QObject {
+    Q_OBJECT
+public:
+    /// Dialogs belong to `window`, which goes after this.
+    Opener(Host& host, Subscriber& subscriber, QWidget& window);
+
+    /// As AddressFromArgument gives them, or as the desktop does.
+    void Open(const QStringList& addresses);
+
+Q_SIGNALS:
+    void PlayWanted(const QString& address);
+    void Failed(const QString& message);
+
+private:
+    bool IsKnownEpisode(const QString& address) const;
+    void Offer(const QStringList& addresses);
+
+    Host& FHost;
+    Subscriber& FSubscriber;
+    QWidget& FWindow;
+    const WindowTexts FTexts;
+    QPointer<SubscribeDialog> FDialog;
+};
+
+}  // namespace vexa::host

@@ -1,0 +1,195 @@
+// The window's program from outside: what it is given at its start, and how it ends. Each test starts the built
+// program, whose windows are drawn in memory.
+
+#include "TempFolder.h"
+#include "Texts.h"
+#include "Waiting.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using tests::WaitUntil;
+
+namespace {
+
+constexpr int kLongest = 120000;  // ms; nothing takes that long but a program that hangs
+constexpr auto kPlayer = "org.mpris.MediaPlayer2.vexa";
+
+/// A start of the program.
+class Start {
+public:
+    Start(const QProcessEnvironment& environment, const QStringList& words, const QString& folder = {},
+          const QString& program = QStringLiteral(VEXA)) {
+        Process.setProcessEnvironment(environment);
+        Process.setWorkingDirectory(folder);
+        QObject::connect(&Process, &QProcess::readyReadStandardError,
+                         [this] { Error += QString::fromUtf8(Process.readAllStandardError()); });
+        Process.start(program, words);
+    }
+    ~Start() {
+        Process.kill();
+        Process.waitForFinished(kLongest);
+    }
+    /// Its exit status; -1 when it crashed or hangs.
+    int Finish() {
+        if (Process.state() != QProcess::NotRunning && !Process.waitForFinished(kLongest)) return -1;
+        return Process.exitStatus() == QProcess::NormalExit ? Process.exitCode() : -1;
+    }
+    int Terminate() {
+        Process.terminate();
+        return Finish();
+    }
+
+    QProcess Process;
+    QString Error;
+};
+
+class Window : public testing::Test {
+protected:
+    void SetUp() override {
+        Environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        Environment.insert(u"XDG_RUNTIME_DIR"_s, Home.Path());
+        WriteWhole(Home.File("tides.xml"),
+                   "<rss version='2.0'><channel><title>Tides</title><item><title>One</title><guid>g</guid>"
+                   "<enclosure url='http://127.0.0.1:9/1.mp3' type='audio/mpeg'/></item></channel></rss>");
+    }
+    QStringList Words(const QStringList& more = {}, const QString& profile = u"profile"_s) {
+        return QStringList{"--language", "English", "--profile", Home.File(profile)} + more;
+    }
+    static QStringList Names() { return QDBusConnection::sessionBus().interface()->registeredServiceNames(); }
+    static qsizetype Windows() { return Names().filter(u"org.vexa_podcasts.Vexa.Profile"_s).size(); }
+    /// Whether it can be controlled: all of it is there then.
+    static bool Plays(const QString& file) {
+        QDBusMessage call = QDBusMessage::createMethodCall(kPlayer, u"/org/mpris/MediaPlayer2"_s,
+                                                           u"org.mpris.MediaPlayer2.Player"_s, u"OpenUri"_s);
+        call << file;
+        return QDBusConnection::sessionBus().call(call).type() == QDBusMessage::ReplyMessage;
+    }
+    static qlonglong Position() {
+        QDBusMessage call = QDBusMessage::createMethodCall(kPlayer, u"/org/mpris/MediaPlayer2"_s,
+                                                           u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+        call << u"org.mpris.MediaPlayer2.Player"_s << u"Position"_s;
+        const QVariantList answer = QDBusConnection::sessionBus().call(call).arguments();
+        return answer.isEmpty() ? 0 : answer[0].value<QDBusVariant>().variant().toLongLong();
+    }
+    /// By the command line, which shares the profile.
+    QString Podcasts(const QStringList& words) {
+        QProcess program;
+        program.start(PODCASTS, QStringList{"--profile", Home.File("profile")} + words);
+        program.waitForFinished(kLongest);
+        return QString::fromUtf8(program.readAllStandardOutput() + program.readAllStandardError());
+    }
+    QByteArray Settings() { return ReadWhole(Home.File("profile/Settings.ini")); }
+
+    tests::TempFolder Home;
+    QProcessEnvironment Environment = QProcessEnvironment::systemEnvironment();
+};
+
+}  // namespace
+
+TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
+    for (const bool hasBus : {true, false}) {
+        SCOPED_TRACE(hasBus);
+        if (!hasBus) Environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, "unix:path=" + Home.File("no bus"));
+        const QString profile = hasBus ? u"profile"_s : u"other"_s;
+        const auto sockets = [&] { return QDir(Home.Path()).entryList({"vexa-*"}, QDir::System).size(); };
+        const auto count = [&] { return hasBus ? Windows() : sockets(); };
+        Start first(Environment, Words({}, profile));
+        ASSERT_TRUE(WaitUntil([&] { return count() == 1; })) << first.Error.toStdString();
+        // By another name of the folder, and a file named from where the second one is.
+        Start second(Environment, Words({"tides.xml"}, "./" + profile), Home.Path());
+        EXPECT_EQ(second.Finish(), 0) << second.Error.toStdString();
+        const QString database = Home.File(profile + "/Podcasts.db-wal");
+        EXPECT_TRUE(WaitUntil([&] { return QFile::exists(database) && ReadWhole(database).contains("Tides"); }));
+        EXPECT_EQ(first.Process.state(), QProcess::Running);
+        Start another(Environment, Words({}, "third" + profile));
+        EXPECT_TRUE(WaitUntil([&] { return count() == 2; }));
+        EXPECT_EQ(first.Terminate(), 0) << first.Error.toStdString();
+        EXPECT_EQ(another.Terminate(), 0) << another.Error.toStdString();
+        // Whoever was the first is no more.
+        Start next(Environment, Words({}, profile));
+        EXPECT_TRUE(WaitUntil([&] { return count() == 1; }));
+        EXPECT_EQ(next.Terminate(), 0);
+    }
+}
+
+TEST_F(Window, WrongArgumentsAreComplainedAbout) {
+    struct {
+        QString Argument;
+        const char* Error;
+    } const cases[] = {
+        {u"none.xml"_s, "there is no file"}, {u"file:///none.xml"_s, "there is no file /none.xml"},
+        {Home.Path(), "is no file"},         {u"ftp://127.0.0.1/feed.xml"_s, "cannot be opened"},
+        {u"feed:"_s, "names no server"},
+    };
+    for (const auto& c : cases) {
+        Start program(Environment, Words({c.Argument}));
+        EXPECT_EQ(program.Finish(), 2) << c.Error;
+        EXPECT_TRUE(program.Error.contains(c.Error)) << program.Error.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(Home.File("profile")));
+}
+
+TEST_F(Window, ASignalKeepsWhereEverythingWas) {
+    // A minute of silence: 8 bits, 8000 Hz.
+    const QByteArray header = QByteArray::fromHex(
+        "52494646a453070057415645666d74201000000001000100401f0000401f000001000800646174618053070000");
+    const QString file = Home.File("a.wav");
+    WriteWhole(file, header.first(44) + QByteArray(480000, char(0x80)));
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+        SCOPED_TRACE(signalNumber);
+        QFile::remove(Home.File("profile/Positions.json"));
+        Start program(Environment, Words());
+        ASSERT_TRUE(WaitUntil([] { return Names().contains(kPlayer); })) << program.Error.toStdString();
+        ASSERT_TRUE(Plays(file));
+        ASSERT_TRUE(WaitUntil([] { return Position() > 500000; })) << program.Error.toStdString();
+        kill(static_cast<pid_t>(program.Process.processId()), signalNumber);
+        EXPECT_EQ(program.Finish(), 0) << program.Error.toStdString();
+        const auto begun = QJsonDocument::fromJson(ReadWhole(Home.File("profile/Positions.json")))["begun"].toArray();
+        ASSERT_EQ(begun.size(), 1);
+        EXPECT_EQ(begun[0]["address"].toString(), file);
+        EXPECT_GT(begun[0]["position"].toDouble(), 0.4);
+        EXPECT_TRUE(Settings().contains("Geometry=") && Settings().contains("CheckUpdates=2"));
+    }
+}
+
+TEST_F(Window, WhatAnotherProgramSetsMeanwhileStays) {
+    Podcasts({"options", "CheckUpdates", "1"});
+    Start program(Environment, Words({"tides.xml"}), Home.Path());
+    ASSERT_TRUE(WaitUntil([&] { return Podcasts({"feeds"}).contains("Tides"); })) << program.Error.toStdString();
+    Podcasts({"options", "ShowNotifications", "0"});
+    Podcasts({"options", "CheckUpdates", "3"});
+    EXPECT_EQ(program.Terminate(), 0);
+    EXPECT_TRUE(Settings().contains("ShowNotifications=0")) << Settings().toStdString();
+    EXPECT_TRUE(Settings().contains("CheckUpdates=3")) << Settings().toStdString();
+}
+
+TEST_F(Window, AProfileThatCannotBeWrittenIsSaidAndLeftAsItIs) {
+    WriteWhole(Home.File("profile/Settings.ini"), "[A]\nb=1\n");
+    struct {
+        QString Shell;  // starts the program, whose words follow
+        QString Profile;
+    } const cases[] = {
+        {u"exec \"$@\""_s, u"/proc"_s},                         // nobody can make a file there
+        {u"ulimit -f 0; exec \"$@\""_s, Home.File("profile")},  // no byte can be added, as on a full disk
+    };
+    for (const auto& [shell, profile] : cases) {
+        SCOPED_TRACE(profile.toStdString());
+        Start program(Environment, {"-c", shell, "sh", VEXA, "--language", "English", "--profile", profile}, {}, "sh");
+        ASSERT_TRUE(WaitUntil([&] { return program.Error.contains("no files can be written in " + profile); }))
+            << program.Error.toStdString();
+        EXPECT_TRUE(WaitUntil([&] { return program.Error.contains("starting the podcasts failed"); }));
+        EXPECT_EQ(program.Terminate(), 1);
+        EXPECT_TRUE(program.Error.contains("cannot write the settings")) << program.Error.toStdString();
+    }
+    EXPECT_EQ(Settings(), "[A]\nb=1\n");
+}
