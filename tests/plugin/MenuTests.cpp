@@ -3,6 +3,7 @@
 #include "EpisodeStorage.h"
 #include "Podcasts.Core.DB.h"
 #include "Preimages.h"
+#include "Waiting.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -123,7 +124,8 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     EXPECT_EQ(Host.Menus().Caption(*states[0]), "Listened");
     Host.Selection().SetModel(nullptr);  // what was selected when the menu was shown is what counts
     Host.Menus().Trigger(*states[2]);
-    for (const QString& uri : kURIs) EXPECT_EQ(DB.GetEpisode(uri)->State, podcasts::pesPostponed);
+    for (const QString& uri : kURIs)
+        EXPECT_TRUE(tests::WaitUntil([&] { return DB.GetEpisode(uri)->State == podcasts::pesPostponed; }));
 }
 
 TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
@@ -159,7 +161,7 @@ TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
         EXPECT_EQ(saysDelete("CachedFilesControl.PL"), selected == 0);
     }
     Host.Menus().Trigger(*Find("CachedFilesControl.PL"));
-    EXPECT_FALSE(QFile::exists(Profile.File("2.mp3")));
+    EXPECT_TRUE(tests::WaitUntil([&] { return !QFile::exists(Profile.File("2.mp3")); }));
 }
 
 TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {
