@@ -261,7 +261,9 @@ void TPodcastClient::UpdateTimerHandler() {
 }
 
 void TPodcastClient::NotifyDataChanged() {
-    FListeners->Notify<IPodcastClientChangeListener>([](auto& listener) { listener.DataChanged(); });
+    vexa::RunInMainThread(
+        [this] { FListeners->Notify<IPodcastClientChangeListener>([](auto& listener) { listener.DataChanged(); }); },
+        true);
 }
 
 void TPodcastClient::NotifyRefreshFeedsStarted() {

@@ -190,11 +190,12 @@ public:
     /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes. Any thread, which
     /// waits for the main one to tell the listeners.
     bool SubscribeNew(TPodcastFeed& feed);
-    /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay.
+    /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay. Any
+    /// thread.
     QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);
     void ChangeFeedURL(const QString& oldURL, const QString& newURL);
 
-    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
+    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);  // any thread
     void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);
 
     void DownloadEpisode(const QString& episodeKey);
@@ -209,11 +210,12 @@ public:
     /// episode's row records that. False for an episode that was never cached. Any thread may call it.
     bool GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName);
     /// Moves the files to the desktop's trash and marks the episodes as not cached. Returns the names of files for
-    /// which there is no trash: they stay on disk. Notifies nobody.
+    /// which there is no trash: they stay on disk. Notifies nobody. Any thread.
     QStringList DeleteCachedEpisodes(const QStringList& episodeKeys);
-    /// Marks episodes as not cached whose file is gone; returns how many.
+    /// Marks episodes as not cached whose file is gone; returns how many. Any thread.
     int CheckLocalCopies();
 
+    /// Any thread, which waits for the main one to tell the listeners; so does all that changes data.
     void NotifyDataChanged();
 
 private:

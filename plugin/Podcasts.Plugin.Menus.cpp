@@ -1,5 +1,6 @@
 #include "Podcasts.Plugin.Menus.h"
 
+#include "Podcasts.Plugin.Commands.h"
 #include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
 #include "Podcasts.Plugin.Dialogs.Feed.h"
 
@@ -55,7 +56,10 @@ void TVEXAPodcastsUnsubcribeMenuItem::Run(TPodcastClient& client) {
     if (!feed) return;
     bool deleteCachedFiles = false;
     if (!TfrmPodcastDeleteConfirmation::Execute(HostMainWindow(), feed->Fields[pffTitle], deleteCachedFiles)) return;
-    if (TPodcastClient* const present = Client()) present->Unsubscribe(feed->Fields[pffURLFeed], deleteCachedFiles);
+    if (!Client()) return;
+    RunCommand([feedURL = feed->Fields[pffURLFeed], deleteCachedFiles](TPodcastClient& present) {
+        Unsubscribe(present, feedURL, deleteCachedFiles);
+    });
 }
 
 // ---- Episodes ----
@@ -71,14 +75,22 @@ void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem
     }
 }
 
-void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient& client) {
-    const QStringList episodeKeys = Files().Files();
-    client.UpdateState(episodeKeys, FState);
-    if (FState != pesListened) return;
-    // What keeps positions lets go of these, other than when an episode counts as listened because it has begun.
-    auto names = CreateHostObject<IVEXAObjectList>();
+namespace {
+
+/// What keeps positions lets go of these, other than when an episode counts as listened because it has begun.
+void TellHeard(const QStringList& episodeKeys) {
+    const auto names = CreateHostObject<IVEXAObjectList>();
     for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
     SendHostMessage(kMsgFilesHeard, 0, names.Get());
+}
+
+}  // namespace
+
+void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient&) {
+    RunCommand([keys = Files().Files(), state = FState](TPodcastClient& client) {
+        client.UpdateState(keys, state);
+        if (state == pesListened) RunInMainThread([&] { TellHeard(keys); }, true);
+    });
 }
 
 namespace {
@@ -102,15 +114,17 @@ void TVEXAPodcastsCacheMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem) {
     TVEXAPodcastsAbstractFileDependedMenuItem::UpdateMenuState(hostItem);
 }
 
-void TVEXAPodcastsCacheMenuItem::Run(TPodcastClient& client) {
-    if (FIsCached)
-        client.DeleteCachedEpisodes(Files().Files());
-    else
-        client.DownloadEpisodes(Files().Files());
+void TVEXAPodcastsCacheMenuItem::Run(TPodcastClient&) {
+    RunCommand([keys = Files().Files(), isCached = FIsCached](TPodcastClient& client) {
+        if (isCached)
+            DeleteCachedEpisodes(client, keys);
+        else
+            RunInMainThread([&] { client.DownloadEpisodes(keys); }, true);
+    });
 }
 
-void TVEXAPodcastsCheckLocalCopiesMenuItem::Run(TPodcastClient& client) {
-    client.CheckLocalCopies();
+void TVEXAPodcastsCheckLocalCopiesMenuItem::Run(TPodcastClient&) {
+    RunCommand([](TPodcastClient& client) { client.CheckLocalCopies(); });
 }
 
 // ---- The table of commands ----

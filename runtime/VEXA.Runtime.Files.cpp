@@ -44,6 +44,15 @@ qsizetype ExtensionDot(QStringView component) {
     return dot > 0 && component.size() - dot - 1 <= kLongestExtension && dot + 1 < component.size() ? dot : -1;
 }
 
+/// Qt makes what is missing of the user's trash itself, but when it cannot it puts files below the current folder.
+bool MakeTrash() {
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString trash = data + u"/Trash";
+    QDir().mkpath(data);
+    mkdir(QFile::encodeName(trash).constData(), S_IRWXU);  // nobody else is to see what is in there
+    return QDir().mkpath(trash + u"/files") && QDir().mkpath(trash + u"/info");
+}
+
 qsizetype DelimiterBefore(const QString& path) {
     return std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
 }
@@ -156,9 +165,7 @@ QString ExtensionOfMimeType(const QString& mimeType) {
 bool MoveToRecycleBin(const QString& fileName) {
     const QFileInfo file(fileName);
     if (!file.exists() && !file.isSymLink()) return true;
-    // Qt puts the file below the current folder when the data folder is missing.
-    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    if (QFile::moveToTrash(fileName)) return true;
+    if (MakeTrash() && QFile::moveToTrash(fileName)) return true;
     qCWarning(LogRuntime).noquote() << "there is no trash for" << fileName << "- it stays where it is";
     return false;
 }

@@ -1,9 +1,10 @@
 // The commands, of a plug-in that is loaded, in the host's own menus.
 
-#include "ObjectList.h"
 #include "EpisodeStorage.h"
+#include "ObjectList.h"
 #include "Podcasts.Core.DB.h"
 #include "Preimages.h"
+#include "Waiting.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -124,7 +125,8 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     EXPECT_EQ(Host.Menus().Caption(*states[0]), "Listened");
     Host.Selection().SetModel(nullptr);  // what was selected when the menu was shown is what counts
     Host.Menus().Trigger(*states[2]);
-    for (const QString& uri : kURIs) EXPECT_EQ(DB.GetEpisode(uri)->State, podcasts::pesPostponed);
+    for (const QString& uri : kURIs)
+        EXPECT_TRUE(tests::WaitUntil([&] { return DB.GetEpisode(uri)->State == podcasts::pesPostponed; }));
 
     // Only what is called listened is told, so that it begins anew.
     QStringList heard;
@@ -137,6 +139,7 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
         Show();
         Host.Menus().Trigger(*Host.Menus().Children(*Find("MarkAs"))[state]);
     }
+    EXPECT_TRUE(tests::WaitUntil([&] { return !heard.isEmpty(); }));
     EXPECT_EQ(heard, QStringList{kURIs[0]});
 }
 
@@ -173,7 +176,7 @@ TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
         EXPECT_EQ(saysDelete("CachedFilesControl.PL"), selected == 0);
     }
     Host.Menus().Trigger(*Find("CachedFilesControl.PL"));
-    EXPECT_FALSE(QFile::exists(Profile.File("2.mp3")));
+    EXPECT_TRUE(tests::WaitUntil([&] { return !QFile::exists(Profile.File("2.mp3")); }));
 }
 
 TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {

@@ -38,6 +38,14 @@ TEST(Files, GoToTheTrashAndAMissingOneIsNoError) {
     EXPECT_FALSE(FileExists(file));
     EXPECT_EQ(ReadWhole(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/show.mp3"), "sound");
     EXPECT_TRUE(MoveToRecycleBin(file));
+
+    WriteWhole(file, "sound");
+    const QByteArray data = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder.Path()));
+    WriteWhole(folder.File("Trash"), "no folder");
+    EXPECT_FALSE(MoveToRecycleBin(file));
+    EXPECT_TRUE(FileExists(file)) << "without a trash it stays";
+    qputenv("XDG_DATA_HOME", data);
 }
 
 }  // namespace

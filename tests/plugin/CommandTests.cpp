@@ -1,0 +1,89 @@
+// What commands do on another thread, and what they tell of it.
+
+#include "DialogFixture.h"
+#include "Podcasts.Plugin.Commands.h"
+#include "Podcasts.Plugin.Dialogs.h"
+#include "Podcasts.Plugin.FileManager.h"
+#include "VEXA.Runtime.Threads.h"
+
+#include <QDir>
+
+#include <atomic>
+#include <thread>
+
+namespace podcasts {
+
+using namespace vexa;
+
+namespace {
+
+class CommandTest : public DialogTest {
+protected:
+    CommandTest() { TVEXAPodcastsFileManager::RegisterFileManager(*Client); }
+    ~CommandTest() override { TVEXAPodcastsFileManager::UnregisterFileManager(); }
+};
+
+TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBeforeTheClientGoes) {
+    std::atomic<bool> mayEnd{false};
+    std::string order;
+    RunCommand([&](TPodcastClient&) {
+        EXPECT_FALSE(IsMainThread());
+        while (!mayEnd) std::this_thread::yield();
+        order += '1';
+    });
+    mayEnd = true;  // which the main thread could not say if it waited
+    const QString message = MessageOf([&] {
+        RunCommand([&](TPodcastClient&) {
+            order += '2';
+            throw std::runtime_error("cannot be <b>done</b>");
+        });
+    });
+    EXPECT_EQ(message, "warning: cannot be <b>done</b>");
+    RunCommand([&](TPodcastClient& client) {
+        while (!TPodcastsClientPass::IsClosing()) std::this_thread::yield();
+        EXPECT_FALSE(client.IsSubscribed("http://h/f"));
+        order += '3';
+    });
+    RunCommand([&](TPodcastClient& client) { client.NotifyDataChanged(), order += '4'; });
+    TVEXAPodcastsFileManager::UnregisterFileManager();
+    EXPECT_EQ(order, "1234");
+    RunCommand([&](TPodcastClient&) { order += "too late"; });
+    EXPECT_EQ(order, "1234");
+}
+
+TEST_F(CommandTest, FilesWithoutATrashStayAndAreTold) {
+    const QString noTrash = qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash";
+    QDir(noTrash).removeRecursively();
+    QDir().mkpath(qEnvironmentVariable("XDG_DATA_HOME"));
+    WriteWhole(noTrash, "a file in place of the folder");
+    TPodcastFeed feed;
+    feed.Fields[pffURLFeed] = "http://h/f";
+    QStringList keys, files;
+    for (int i = 0; i < 22; ++i) {
+        auto& episode = feed.NewEpisode();
+        episode.Fields[pefGUID] = QString::number(i);
+        episode.Fields[pefURLAudio] = QString("http://h/%1.mp3").arg(i);
+        keys += QString("podcast://h/%1.mp3").arg(i);
+        files += Profile.File(QString("%1 <i>.mp3").arg(i));
+        WriteWhole(files.last(), "sound");
+    }
+    Client->Subscribe(feed);
+    for (int i = 0; i < keys.size(); ++i) Client->DB().SetCachedFile(keys[i], files[i]);
+
+    const auto shown = [&](int i) { return TextForLabel(files[i], 300); };
+    const QString begin = "warning: There is no trash for %1 of the files. They were not deleted:\n\n";
+    const QString few =
+        MessageOf([&] { RunCommand([&](TPodcastClient& client) { DeleteCachedEpisodes(client, keys.mid(0, 1)); }); });
+    EXPECT_EQ(few, begin.arg(1) + shown(0));
+    const QString many =
+        MessageOf([&] { RunCommand([&](TPodcastClient& client) { Unsubscribe(client, "http://h/f", true); }); });
+    EXPECT_TRUE(many.startsWith(begin.arg(21) + shown(1))) << many.toStdString();
+    EXPECT_TRUE(many.endsWith(shown(10) + u"\n…")) << many.toStdString();
+    EXPECT_FALSE(Client->IsSubscribed("http://h/f"));
+    for (const QString& file : files) EXPECT_TRUE(QFile::exists(file));
+    QFile::remove(noTrash);
+}
+
+}  // namespace
+
+}  // namespace podcasts
