@@ -90,6 +90,13 @@ TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
         EXPECT_EQ(Built(c.IsAndNeeded), c.SQL);
     }
     Filter->Clear();
+    WritePropertyInt32(Filter.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
+    Ref<IVEXAMLGroupFilter> empty;
+    RaiseIfFailed(Filter->AddGroup(empty.Put()));
+    RaiseIfFailed(Filter->AddGroup(empty.Put()));
+    WritePropertyInt32(empty.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotOr);
+    EXPECT_EQ(Built(false), "(1 = 1) AND ( NOT 1 = 1)");
+    Filter->Clear();
     WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Offset, 40);
     SortBy(*Filter, {{"a", 1}, {"b", 2}});
     EXPECT_EQ(Built(true), " ORDER BY a, b DESC");
