@@ -31,7 +31,8 @@ public:
     RandomFilter(const std::uint8_t* data, std::size_t size) : FData(data, size) {
         Filter = CreateHostObject<IVEXAMLDataFilter>();
         Fields = CreateHostObject<IVEXAObjectList>();
-        for (int i = FData.ConsumeIntegralInRange(1, 5); i > 0; --i) Fields->Add(ToHostString(Field()).Get());
+        Fields->Add(ToHostString(QStringLiteral("ID")).Get());
+        for (int i = FData.ConsumeIntegralInRange(0, 5); i > 0; --i) Fields->Add(ToHostString(Field()).Get());
         if (FData.ConsumeBool()) WritePropertyString(Filter.Get(), IVEXAMLDataFilter::SearchText, Text());
         if (FData.ConsumeBool()) WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Limit, Number());
         if (FData.ConsumeBool()) WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Offset, Number());
@@ -39,7 +40,7 @@ public:
         for (int i = FData.ConsumeIntegralInRange(0, 3); i > 0; --i) {
             const auto direction =
                 FData.ConsumeBool() ? IVEXAMLSortDirection::Ascending : IVEXAMLSortDirection::Descending;
-            order->Add(Ref<IVEXAString>(new host::SortItem(Field(), direction)).Get());
+            order->Add(Ref<IVEXAString>(new host::SortItem(Column(), direction)).Get());
         }
         WritePropertyObject(Filter.Get(), IVEXAMLDataFilter::SortList, order.Get());
         Fill(*Filter, 0);
@@ -58,6 +59,12 @@ private:
         if (FData.ConsumeIntegralInRange(0, 15) > 0) return QString::fromLatin1(FData.PickValueInArray(kFields));
         IsSure = false;
         return Text();
+    }
+    /// A field that has a column, as all have but one.
+    QString Column() {
+        const QString field = Field();
+        if (field == kNodeField) IsSure = false;
+        return field;
     }
     Variant Value() {
         switch (FData.ConsumeIntegralInRange(0, 4)) {
@@ -87,14 +94,15 @@ private:
                 case 1: {
                     std::vector<Variant> values(FData.ConsumeIntegralInRange<std::size_t>(0, 4));
                     for (Variant& value : values) value = Value();
-                    RaiseIfFailed(group.AddArray(ToHostString(Field()).Get(), values.data(),
+                    RaiseIfFailed(group.AddArray(ToHostString(Column()).Get(), values.data(),
                                                  static_cast<std::int32_t>(values.size()), nullptr));
                     break;
                 }
                 default: {
                     const Variant first = Value(), second = Value();
-                    RaiseIfFailed(group.Add(ToHostString(Field()).Get(), &first, &second,
-                                            FData.ConsumeIntegralInRange(0, 9), nullptr));
+                    const int operation = FData.ConsumeIntegralInRange(0, 9);
+                    const QString field = operation < IVEXAMLFieldFilter::Between ? Field() : Column();
+                    RaiseIfFailed(group.Add(ToHostString(field).Get(), &first, &second, operation, nullptr));
                 }
             }
         }

@@ -13,7 +13,10 @@ namespace {
 
 QString Written(const QStringList& parts) {
     QStringList written = parts;
-    for (QString& part : written) part.replace(u'\\', u"\\\\").replace(u'\n', u"\\n").replace(u'|', u"\\|");
+    for (QString& part : written) {
+        part.replace(u'\\', QLatin1String("\\\\"));
+        part.replace(u'\n', QLatin1String("\\n")).replace(u'|', QLatin1String("\\|"));
+    }
     return written.join(u'|');
 }
 
