@@ -145,8 +145,10 @@ private:
         return 0;
     }
     std::size_t TagEnd(std::size_t at) const {
-        while ((at = FText.find_first_of("\"'>", at)) < FText.size() && FText[at] != '>')
-            at = EndOf(at + 1, FText.substr(at, 1));
+        while (at < FText.size() && FText[at] != '>') {
+            const bool isQuote = FText[at] == '"' || FText[at] == '\'';
+            at = isQuote ? EndOf(at + 1, FText.substr(at, 1)) : at + 1;
+        }
         return at;
     }
     std::size_t EndOf(std::size_t from, std::string_view close) const {
