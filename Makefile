@@ -3,12 +3,13 @@
 JOBS  ?= $(shell nproc)
 ARGS  ?=
 STRICT ?= OFF
+SECONDS ?= 60
 PREFIX ?= /usr/local
 DESTDIR ?=
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan test-session bench install uninstall deb check-desktop format clean
+.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -18,6 +19,7 @@ help:
 	@echo "make test-asan         the tests under the address and undefined-behaviour sanitizers"
 	@echo "make test-tsan         the engine's tests under the thread sanitizer"
 	@echo "make test-session      a session with the player by real mouse and keys, on a display of its own"
+	@echo "make fuzz SECONDS=60   the fuzzing programs, each for so long; findings in build/fuzz/findings"
 	@echo "make bench             the comparison with other programs (see bench/README.md)"
 	@echo "make install           installs to PREFIX (/usr/local), below DESTDIR if set; make uninstall takes it away"
 	@echo "make deb               a Debian package, in build"
@@ -54,6 +56,12 @@ test-tsan: setup
 test-session: build
 	@./tools/setup tests/session/packages.txt
 	@./tests/session/session build/bin
+
+fuzz: setup
+	@./tools/setup tests/fuzz/packages.txt
+	@$(CONFIGURE) fuzz >/dev/null
+	@$(BUILD) fuzz
+	@./tests/fuzz/run build/fuzz/bin $(SECONDS)
 
 bench: setup
 	@./tools/setup bench/packages.txt

@@ -19,10 +19,11 @@ QByteArray ReadFeedFile(const QString& fileName) {
     QFile file(fileName);
     auto fail = [&](const QString& reason) { throw std::runtime_error(reason.toStdString()); };
     if (!file.open(QIODevice::ReadOnly)) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
-    QByteArray bytes = file.read(kLargestFeed + 1);
-    if (file.error() != QFileDevice::NoError) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
-    if (bytes.size() > kLargestFeed)
+    if (file.size() > kLargestFeed)
         fail(QStringLiteral("the document is larger than %1 MiB").arg(kLargestFeed / (1024 * 1024)));
+    // A read of at most so much would take that much memory first, however small the file.
+    QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
     return bytes;
 }
 

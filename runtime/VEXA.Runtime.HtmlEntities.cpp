@@ -112,7 +112,7 @@ std::size_t ForbiddenReference(std::string_view text) {
     return control || surrogate || point > 0x10FFFF ? at + 1 : 0;
 }
 
-/// Tells whether positions, asked in ascending order, lie in a CDATA section or a comment.
+/// Tells whether positions, asked in ascending order, lie in a CDATA section, a comment or a processing instruction.
 class Sections {
 public:
     explicit Sections(std::string_view text) : FText(text) {}
@@ -127,15 +127,29 @@ public:
     }
 
 private:
+    /// What opens a section inside a tag is a part of an attribute's value.
     std::size_t Next(std::size_t from) const {
-        const void* found = memmem(FText.data() + from, FText.size() - from, "<!", 2);
-        return found ? static_cast<std::size_t>(static_cast<const char*>(found) - FText.data()) : FText.size();
+        for (std::size_t at = from; (at = FText.find('<', at)) < FText.size();) {
+            if (End(at) != 0) return at;
+            const bool isDeclaration = FText.substr(at).starts_with("<!");  // which may hold comments
+            at = isDeclaration ? at + 2 : TagEnd(at + 1);
+        }
+        return FText.size();
     }
+    /// 0 when no section begins there.
     std::size_t End(std::size_t begin) const {
         const std::string_view rest = FText.substr(begin);
         if (rest.starts_with("<![CDATA[")) return EndOf(begin, "]]>");
         if (rest.starts_with("<!--")) return EndOf(begin + 4, "-->");
-        return begin + 2;
+        if (rest.starts_with("<?")) return EndOf(begin + 2, "?>");
+        return 0;
+    }
+    std::size_t TagEnd(std::size_t at) const {
+        while (at < FText.size() && FText[at] != '>') {
+            const bool isQuote = FText[at] == '"' || FText[at] == '\'';
+            at = isQuote ? EndOf(at + 1, FText.substr(at, 1)) : at + 1;
+        }
+        return at;
     }
     std::size_t EndOf(std::size_t from, std::string_view close) const {
         const std::size_t at = FText.find(close, from);

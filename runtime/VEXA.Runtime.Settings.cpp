@@ -174,29 +174,33 @@ QString KeyPath(const QString& section, const QString& key) {
     return section.isEmpty() ? key : section + u'\\' + key;
 }
 
-/// Replaces the key's line, or adds one at the end of its section (which is made at the file's end when missing).
+/// Replaces the key's line, of several the last one, which counts; or adds one at the end of its section (which is made
+/// at the file's end when missing). A key with a back slash may stand in a section of a shorter name.
 void SetKey(QStringList& lines, const QString& keyPath, const QString& value) {
     const qsizetype delimiter = keyPath.lastIndexOf(u'\\');
     const QString wanted = delimiter < 0 ? QString() : keyPath.first(delimiter);
-    const QString written = keyPath.sliced(delimiter + 1) + u'=' + Quoted(value);
     QString section;
-    qsizetype insertAt = wanted.isEmpty() ? 0 : -1;
+    qsizetype insertAt = wanted.isEmpty() ? 0 : -1, found = -1;
+    QString foundKey;
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const Line line = ParseLine(lines[i]);
         if (line.Section) section = *line.Section;
-        if (section != wanted) continue;
-        if (!line.Section && KeyPath(section, line.Key) == keyPath) {
-            lines[i] = written;
-            return;
+        if (!line.Section && !line.Key.isEmpty() && KeyPath(section, line.Key) == keyPath) {
+            found = i;
+            foundKey = line.Key;
         }
-        if (!lines[i].trimmed().isEmpty()) insertAt = i + 1;
+        if (section == wanted && !lines[i].trimmed().isEmpty()) insertAt = i + 1;
+    }
+    if (found >= 0) {
+        lines[found] = foundKey + u'=' + Quoted(value);
+        return;
     }
     if (insertAt < 0) {
         if (!lines.isEmpty()) lines += QString();
         lines += u'[' + wanted + u']';
         insertAt = lines.size();
     }
-    lines.insert(insertAt, written);
+    lines.insert(insertAt, keyPath.sliced(delimiter + 1) + u'=' + Quoted(value));
 }
 
 QHash<QString, QString> ParseLines(const QStringList& lines) {

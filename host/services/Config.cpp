@@ -17,9 +17,10 @@ bool IsKeyPath(const QString& keyPath) {
     const QString key = keyPath.sliced(keyPath.lastIndexOf(u'\\') + 1);
     const QString section = keyPath.chopped(key.size());
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    return !key.isEmpty() && key == key.trimmed() && !key.contains(u'=') &&
-           !QStringView(u";#[").contains(key.front()) && std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) &&
-           section.count(u'[') + section.count(u']') == 0;
+    // The mark would be taken for the file's own.
+    return !key.isEmpty() && !keyPath.startsWith(u'\\') && key == key.trimmed() && !key.contains(u'=') &&
+           !QStringView(u";#[\uFEFF").contains(key.front()) &&
+           std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) && section.count(u'[') + section.count(u']') == 0;
 }
 
 }  // namespace

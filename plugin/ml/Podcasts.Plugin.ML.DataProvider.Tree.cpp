@@ -119,7 +119,7 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::AddSelectionConditions(
             Ref<IVEXAString> field;
             Variant value;
             if (Failed(selection->GetValue(i, field.Put(), &value))) continue;
-            const Variant none;
+            const Variant none{};
             RaiseIfFailed(filter->Add(field.Get(), &value, &none, IVEXAMLFieldFilter::Equals, nullptr));
         }
         return S_OK;

@@ -80,30 +80,32 @@ QString TPodcastsRowPlan::IDs() const {
 
 TPodcastsRowPlan PlanRows(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
     TPodcastsRowPlan plan;
-    // With its range: SQLite may sort for a short one, and go along an index for a long one.
-    const auto order = TotalOrder(statement, ExplainPlan(reader, statement.SQL));
-    if (!order) return plan;
-    plan.Conditions = OverEpisodes(statement.Conditions);
-    plan.Order = *order;
-    plan.IsOfFeed = plan.Conditions.contains(kOfFeed);
-    // One feed's rows are quicker sorted than picked out of all in their order.
-    if (plan.IsOfFeed) plan.Order.replace(QLatin1String(" ORDER BY "), QLatin1String(" ORDER BY +"));
     try {
+        // With its range: SQLite may sort for a short one, and go along an index for a long one.
+        const auto order = TotalOrder(statement, ExplainPlan(reader, statement.SQL));
+        if (!order) return plan;
+        plan.Conditions = OverEpisodes(statement.Conditions);
+        plan.Order = *order;
+        plan.IsOfFeed = plan.Conditions.contains(kOfFeed);
+        // One feed's rows are quicker sorted than picked out of all in their order.
+        if (plan.IsOfFeed) plan.Order.replace(QLatin1String(" ORDER BY "), QLatin1String(" ORDER BY +"));
         // Conditions and order may need the feeds' columns after all.
         plan.IsSorted = ExplainPlan(reader, plan.IDs()).contains(kSort);
         plan.IsKnown = true;
     } catch (const SqliteError&) {
+        // Groups may be nested so deeply that the statement is taken, but not when it is to be explained.
     }
     return plan;
 }
 
 QString PlanCount(SqliteReader& reader, const TVEXAPodcastsMLStatement& statement) {
-    ExplainPlan(reader, statement.SQL);
     const QString conditions = OverEpisodes(statement.Conditions);
     // Without a condition SQLite counts the entries of the smallest index.
     const QString sql = u"SELECT Count(*) FROM PodcastEpisodes" +
                         (conditions.isEmpty() ? QString() : QString(u" WHERE 1 = 1" + conditions));
     try {
+        // What is wrong in the statement itself may be right over one table.
+        ExplainPlan(reader, statement.SQL);
         ExplainPlan(reader, sql);
         return sql;
     } catch (const SqliteError&) {

@@ -20,12 +20,12 @@ struct TPodcastsRowPlan {
     QString IDs() const;
 };
 
-/// Looks at SQLite's plan for the statement. Gives an unknown plan for whatever it does not
-/// understand; throws vexa::SqliteError when the statement is none.
+/// Looks at SQLite's plan for the statement. Gives an unknown plan for whatever it does not understand, a statement that
+/// is none included.
 TPodcastsRowPlan PlanRows(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
 
 /// A statement that counts the rows without looking at each one's feed. Right only while no episode lacks its feed.
-/// Empty when there is none; throws vexa::SqliteError when the statement is none.
+/// Empty when there is none.
 QString PlanCount(vexa::SqliteReader& reader, const TVEXAPodcastsMLStatement& statement);
 
 }  // namespace podcasts

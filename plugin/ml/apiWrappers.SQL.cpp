@@ -138,6 +138,8 @@ void TVEXAMLSQLAdapter::AddGroup(IVEXAMLGroupFilter& group, int depth) {
     const bool isAnd = operation == IVEXAMLGroupFilter::And || operation == IVEXAMLGroupFilter::NotAnd;
     const std::int32_t children = group.GetChildCount();
     if (isNegated) FText += u" NOT ";
+    // One without conditions restricts nothing, as a whole filter without any.
+    if (children <= 0) FText += u"1 = 1";
     if (isNegated && children > 1) FText += u'(';
     for (std::int32_t i = 0; i < children; ++i) {
         if (i > 0) FText += isAnd ? u" AND " : u" OR ";

@@ -100,8 +100,9 @@ TEST_F(HostTest, SettingsAreReadByTheirType) {
     EXPECT_EQ(QByteArray(static_cast<char*>(back->GetData()), back->GetSize()), QByteArray("\0\xff", 2));
     config.Write("A\\k", "no base64!");
     EXPECT_EQ(config.GetValueAsStream(key.Get(), back.Get()), E_FAIL);
-    for (const char* bad : {"", "A\\", "A\\a=b", "A\\;x", "A\\x\ny"})
-        EXPECT_EQ(config.SetValueAsInt32(MakeString(bad).Get(), 1), E_INVALIDARG) << bad;
+    const QStringList none = {"", "A\\", "A\\a=b", "A\\;x", "A\\x\ny", "\\x", QChar(0xFEFF) + u"x"_s};
+    for (const QString& bad : none)
+        EXPECT_EQ(config.SetValueAsInt32(MakeString(bad).Get(), 1), E_INVALIDARG) << bad.toStdString();
 }
 
 TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {

@@ -90,6 +90,13 @@ TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
         EXPECT_EQ(Built(c.IsAndNeeded), c.SQL);
     }
     Filter->Clear();
+    WritePropertyInt32(Filter.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
+    Ref<IVEXAMLGroupFilter> empty;
+    RaiseIfFailed(Filter->AddGroup(empty.Put()));
+    RaiseIfFailed(Filter->AddGroup(empty.Put()));
+    WritePropertyInt32(empty.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotOr);
+    EXPECT_EQ(Built(false), "(1 = 1) AND ( NOT 1 = 1)");
+    Filter->Clear();
     WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Offset, 40);
     SortBy(*Filter, {{"a", 1}, {"b", 2}});
     EXPECT_EQ(Built(true), " ORDER BY a, b DESC");
@@ -411,6 +418,35 @@ TEST_F(RandomFilterTest, FiltersBeyondTheDatabasesLimitsFail) {
     EXPECT_NO_THROW(DB.Read(Builder::BuildQuery(List({"ID"}).Get(), filter.Get()).toStdString()));
     for (int i = 0; i < 200; ++i) Add(*filter, "Title", QString::number(i));
     EXPECT_THROW(DB.Read(Builder::BuildQuery(List({"ID"}).Get(), filter.Get()).toStdString()), SqliteError);
+    // Up to that limit a page is what the statement gives.
+    TPodcastsRows rows;
+    int taken = 0;
+    for (int depth = 0; depth < 60; ++depth) {
+        const auto nested = CreateHostObject<IVEXAMLDataFilter>();
+        WritePropertyInt32(nested.Get(), IVEXAMLDataFilter::Limit, 10);
+        Ref<IVEXAMLGroupFilter> group = nested;
+        for (int i = 0; i < depth; ++i) {
+            Ref<IVEXAMLGroupFilter> inner;
+            group->AddGroup(inner.Put());
+            group = inner;
+            WritePropertyInt32(group.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotOr);
+        }
+        Add(*group, "State", "1");
+        const auto statement = Builder::BuildStatement(List({"ID"}).Get(), nested.Get());
+        std::unique_ptr<SqliteRows> plain;
+        try {
+            plain = DB.Read(statement.SQL.toStdString());
+        } catch (const SqliteError&) {
+            EXPECT_THROW(rows.Read(DB, statement), SqliteError);
+            EXPECT_THROW(rows.Count(DB, statement), SqliteError);
+            continue;
+        }
+        ++taken;
+        EXPECT_EQ(Texts(rows.Read(DB, statement).get()), Texts(plain.get())) << depth;
+        EXPECT_NO_THROW(rows.Count(DB, statement)) << depth;
+    }
+    EXPECT_GT(taken, 20);
+    EXPECT_LT(taken, 60);
     const auto deep = CreateHostObject<IVEXAMLDataFilter>();
     Ref<IVEXAMLGroupFilter> group = deep;
     for (int i = 0; i < 200; ++i) {

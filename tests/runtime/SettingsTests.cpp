@@ -28,6 +28,15 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
 }
 
+TEST_F(Settings, WriteWhereAValueIsReadFrom) {
+    WriteWhole(FileName, "[A]\nk=1\nk=2\n[A\\B]\nC=3\n[A]\nB\\C=4\n[B]\nk=5\n[A]\nk=6\n");
+    SettingsFile settings(FileName);
+    settings.Write("A\\k", "new");
+    settings.Write("A\\B\\C", "new");
+    settings.Save();
+    EXPECT_EQ(ReadWhole(FileName), "[A]\nk=1\nk=2\n[A\\B]\nC=3\n[A]\nB\\C=new\n[B]\nk=5\n[A]\nk=new\n");
+}
+
 TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     WriteWhole(FileName, "[P]\nChanged=1\nUntouched=1\n");
     SettingsFile mine(FileName), theirs(FileName);

@@ -41,6 +41,8 @@ TEST(Xml, ForgivesWhatRealFeedsGetWrong) {
         {"<r>a&nbsp;b&eacute;&hellip;&amp;&lt;</r>", "a\u00A0b\u00E9\u2026&<"},
         {"<r><![CDATA[a&nbsp;b&#0;]]></r>", "a&nbsp;b&#0;"},
         {"<r><!-- &eacute; -->&eacute;<![CDATA[&eacute;]]>&eacute;</r>", "\u00E9&eacute;\u00E9"},
+        {"<?x <![CDATA[ &#0; ?><r a=\"'<!-->\">&#14;<b c='<![CDATA['/>&nbsp;</r>", "\uFFFD\u00A0"},
+        {"<!DOCTYPE r [<!-- don't --><!ENTITY e 'a'>]><r>&nbsp;<![CDATA[&nbsp;]]></r>", "\u00A0&nbsp;"},
         {"<r>Q & A &c; &nosuch; http://a/?b=1&copy=2</r>", "Q & A &c; &nosuch; http://a/?b=1&copy=2"},
         {"<r>a&#0;b&#x1F;c&#xD800;d&#233;</r>", "a\uFFFDb\uFFFDc\uFFFDd\u00E9"},
         {QByteArray("<r>a\0b\x01\x1F\tc</r>", 14), "a b  \tc"},

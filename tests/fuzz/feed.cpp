@@ -1,0 +1,76 @@
+// A feed's document, read as a refresh reads it, and stored as it stores it.
+
+#include "Fuzzing.h"
+#include "Podcasts.Core.DB.h"
+#include "Podcasts.Core.Fetching.h"
+#include "Podcasts.Core.Parsers.h"
+#include "TempFolder.h"
+#include "Texts.h"
+#include "VEXA.Runtime.Text.h"
+
+#include <iterator>
+
+using namespace podcasts;
+using fuzzing::Require;
+
+namespace {
+
+/// Thrown to take back what an input has written.
+struct Undo {};
+
+class FeedStore {
+public:
+    QString Location() const { return FFolder.File(QStringLiteral("feed.xml")); }
+
+    /// Every episode is in its row as it was parsed, and a second merge of the same document writes nothing.
+    void Check(TPodcastFeed& feed) {
+        try {
+            FDatabase.RunInTransaction([&] {
+                const auto episodes = TPodcastsDB::DistinctEpisodes(feed);
+                FDatabase.AddOrUpdate(feed);
+                const auto stored = FDatabase.LoadStoredEpisodes(feed.ID);
+                for (const auto& [episode, uri] : episodes) CheckRow(*episode, stored.FindURI(vexa::ToUtf8(uri)));
+                Require(FDatabase.GetEpisodeCount(feed.ID) == static_cast<int>(episodes.size()), "one row an episode");
+                const int writes = FDatabase.QueryInteger("SELECT total_changes()");
+                FDatabase.AddOrUpdate(feed, episodes, stored);
+                Require(FDatabase.QueryInteger("SELECT total_changes()") == writes, "what is the same is not written");
+                throw Undo();
+            });
+        } catch (const Undo&) {
+        }
+    }
+
+private:
+    static void CheckRow(const TPodcastEpisode& episode, const TPodcastStoredEpisodes::Row* row) {
+        Require(row, "an episode has a row", episode.Fields[pefURLAudio]);
+        const std::pair<TPodcastEpisodeField, std::string_view> texts[] = {
+            {pefGUID, row->GUID}, {pefTitle, row->Title},   {pefDescription, row->Description},
+            {pefURL, row->URL},   {pefArtist, row->Artist}, {pefURLAudio, row->URLAudio}};
+        for (const auto& [field, text] : texts)
+            Require(vexa::FromUtf8(text) == episode.Fields[field], "a text is stored as it is", episode.Fields[field]);
+        Require(row->PublishDate == episode.PublishDate, "a date is stored as it is");
+        Require(static_cast<float>(row->Duration) == episode.Duration, "a duration is stored as it is");
+    }
+
+    tests::TempFolder FFolder;
+    TPodcastsDB FDatabase{FFolder.File(QStringLiteral("Podcasts.db"))};
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static FeedStore store;
+    // The last byte says what the transport calls the encoding; a document may well end in any.
+    static const char* const charsets[] = {"", "utf-16", "windows-1251", "Shift_JIS", "utf-7", "no such"};
+    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    WriteWhole(store.Location(), bytes);
+    try {
+        if (const auto feed = ParseFeedDocument(LoadFeedDocument(store.Location(), {}), store.Location()))
+            store.Check(*feed);
+        const char* charset = charsets[size > 0 ? data[size - 1] % std::size(charsets) : 0];
+        const auto fetched = TPodcastParser::ParseDocument(vexa::XmlDocument(bytes, QString::fromLatin1(charset)));
+        if (fetched && charset[0] != '\0') store.Check(*fetched);
+    } catch (const vexa::XmlError&) {
+    }
+    return 0;
+}
