@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QToolButton>
 
 namespace podcasts {
@@ -75,6 +76,24 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(On<QGroupBox>("GB3").title(), "");
     EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
     EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
+}
+
+TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
+    const QFont usual = QApplication::font();
+    QApplication::setFont(QFont(usual.family(), 16));
+    for (const QString& language : {QString("English"), QString("German"), QString("Russian")}) {
+        Host.Language().Switch(language);
+        Window->resize(434, 500);
+        Frame->DestroyPage();
+        Frame->CreatePage(Window->winId());
+        Frame->HandleNotification(IVEXAOptionsDialogFrame::Localize);
+        QApplication::processEvents();
+        EXPECT_EQ(static_cast<QScrollArea&>(Page()).horizontalScrollBar()->maximum(), 0) << language.toStdString();
+        const auto& box = On<QCheckBox>("CB4");
+        EXPECT_GE(box.height(), box.heightForWidth(box.width())) << "nothing is cut off";
+        EXPECT_GT(box.height(), 3 * box.fontMetrics().height() / 2) << "two lines";
+    }
+    QApplication::setFont(usual);
 }
 
 TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
