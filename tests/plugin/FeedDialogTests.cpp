@@ -168,6 +168,26 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     EXPECT_TRUE(Server.Paths().isEmpty());
 }
 
+TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) {
+    const QString old = Store("/old");
+    WithDialog([&] { TfrmPodcastFeed::Edit(0, *Client, old); },
+               [&](QWidget& dialog) {
+                   Edit(dialog).setText(Server.Url("/new"));
+                   Client.reset();
+                   OK(dialog).click();
+                   EXPECT_FALSE(dialog.isVisible());
+               });
+    Client = std::make_unique<TPodcastClient>(Profile.File("Test.db"));
+    EXPECT_TRUE(Client->IsSubscribed(old));
+    Subscribing([&](QWidget& dialog) {
+        Edit(dialog).setText(old);
+        QTimer::singleShot(0, [&] { Client.reset(); });
+        EXPECT_TRUE(MessageOf([&] { OK(dialog).click(); }).startsWith("warning: "));
+        OK(dialog).click();
+        EXPECT_FALSE(dialog.isVisible());
+    });
+}
+
 TEST_F(DialogTest, ConfirmsAndTellsWhetherFilesGo) {
     struct {
         bool Box;

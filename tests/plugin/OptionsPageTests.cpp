@@ -143,6 +143,15 @@ TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
     EXPECT_EQ(Dialog->Modified, modified + 1);
 }
 
+TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
+    WithDialog([&] { On<QToolButton>("edDownloadPathButtons0").click(); },
+               [&](QWidget&) {
+                   Frame->DestroyPage();
+                   Client.reset();
+               });
+    EXPECT_FALSE(Window->findChild<QScrollArea*>());
+}
+
 TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
     QStringList forward, backward;
     for (Bool32 more = Frame->FocusFirstControl(); more != kFalse; more = Frame->FocusNextControl(kTrue, kTrue))
