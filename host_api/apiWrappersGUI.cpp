@@ -176,7 +176,9 @@ WindowHandle TVEXACustomOptionsFrame::CreatePage(WindowHandle parentWindow) noex
             FForm->winId();
             FForm->windowHandle()->setParent(FForeignParent.get());
         }
-        FForm->setGeometry(QRect(QPoint(0, 0), parent ? parent->size() : FForeignParent->size()));
+        // Not every platform knows the size of another program's window; the form then keeps its own.
+        const QSize room = parent ? parent->size() : FForeignParent->size();
+        FForm->setGeometry(QRect(QPoint(0, 0), parent || !room.isEmpty() ? room : FForm->size()));
         FForm->setVisible(true);
         result = FForm->winId();
         return S_OK;

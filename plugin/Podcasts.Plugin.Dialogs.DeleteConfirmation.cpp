@@ -9,6 +9,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace podcasts {
 
 using namespace vexa;
@@ -19,8 +21,10 @@ constexpr qsizetype kLongestTitle = 200;     // letters in the question
 constexpr qsizetype kLongestToolTip = 1000;  // and in the tool tip of one that is longer
 constexpr int kIconSize = 32;
 constexpr int kTextWidth = 388;
+constexpr int kLettersInLine = 45;  // at least, in a large font
 constexpr QSize kButtonSize(96, 25);
-constexpr int kRightOfButtons = 112;  // they stand in the middle of a window of the usual width
+constexpr int kLeftOfButtons = 113;  // they stand in the middle
+constexpr int kRightOfButtons = 106;
 
 }  // namespace
 
@@ -49,8 +53,11 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     lbText->setTextFormat(Qt::PlainText);
     lbText->setWordWrap(true);
     lbText->setAlignment(Qt::AlignTop | Qt::AlignLeading);
-    lbText->setFixedWidth(kTextWidth);
-    lbText->setMinimumHeight(kIconSize);
+    // As wide as the window, which the text itself does not make wider.
+    QSizePolicy asWideAsThere = lbText->sizePolicy();
+    asWideAsThere.setHorizontalPolicy(QSizePolicy::Ignored);
+    lbText->setSizePolicy(asWideAsThere);
+    lbText->setMinimumSize(std::max(kTextWidth, kLettersInLine * fontMetrics().averageCharWidth()), kIconSize);
     const QString name = TextForLabel(FFeedName, kLongestTitle);
     lbText->setText(FormatText(text("Podcasts\\MSG6"), name));
     // Tool tips guess whether they are markup, so this one is markup for certain.
@@ -84,10 +91,10 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     question->addLayout(texts, 1);
     auto* const buttons = new QHBoxLayout;
     buttons->setSpacing(6);
-    buttons->addStretch();
+    buttons->addItem(new QSpacerItem(kLeftOfButtons, 0, QSizePolicy::Expanding));
     buttons->addWidget(btnOK);
     buttons->addWidget(btnCancel);
-    buttons->addSpacing(kRightOfButtons - buttons->spacing());
+    buttons->addItem(new QSpacerItem(kRightOfButtons, 0, QSizePolicy::Expanding));
     auto* const all = new QVBoxLayout(this);
     all->setContentsMargins(10, 8, 8, 8);
     all->setSpacing(12);

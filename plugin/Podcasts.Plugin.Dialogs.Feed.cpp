@@ -14,6 +14,8 @@
 #include <QPushButton>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace podcasts {
 
 using namespace vexa;
@@ -23,6 +25,7 @@ namespace {
 constexpr qsizetype kLongestReason = 300;  // letters of why a fetch failed
 constexpr int kMargin = 8;
 constexpr int kEditWidth = 431;
+constexpr int kLettersInEdit = 50;  // at least, in a large font
 constexpr QSize kButtonSize(96, 25);
 
 QString FileOfAddress(const QString& address) {
@@ -129,7 +132,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
       btnCancel(new QPushButton),
       FClient(client.Links()) {
     edFeedURL->setObjectName(QStringLiteral("edFeedURL"));
-    edFeedURL->setMinimumWidth(kEditWidth);
+    edFeedURL->setMinimumWidth(std::max(kEditWidth, kLettersInEdit * fontMetrics().averageCharWidth()));
     lbDownloadHint->setObjectName(QStringLiteral("lbDownloadHint"));
     lbDownloadHint->setTextFormat(Qt::PlainText);
     lbDownloadHint->setEnabled(false);

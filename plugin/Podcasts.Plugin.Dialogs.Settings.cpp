@@ -11,7 +11,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QSignalBlocker>
+#include <QStyle>
+#include <QStyleOptionButton>
+#include <QTextLayout>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -44,6 +48,52 @@ QIcon Images() {
     return images;
 }
 
+/// A check box that breaks its caption into lines where it must be narrower.
+class WrappingCheckBox final : public QCheckBox {
+public:
+    WrappingCheckBox() {
+        QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred, QSizePolicy::CheckBox);
+        policy.setHeightForWidth(true);
+        setSizePolicy(policy);
+    }
+
+    QSize minimumSizeHint() const override {
+        int longest = 0;
+        for (const QString& word : text().split(u' '))
+            longest = std::max(longest, fontMetrics().horizontalAdvance(word));
+        return {SizeAround({longest, 0}).width(), QCheckBox::minimumSizeHint().height()};
+    }
+    int heightForWidth(int width) const override {
+        const QSize lines = fontMetrics().size(Qt::TextShowMnemonic, Wrapped(width));
+        return std::max(SizeAround(lines).height(), QCheckBox::sizeHint().height());
+    }
+
+protected:
+    void initStyleOption(QStyleOptionButton* option) const override {
+        QCheckBox::initStyleOption(option);
+        option->text = Wrapped(width());
+    }
+
+private:
+    QSize SizeAround(const QSize& contents) const {
+        QStyleOptionButton option;
+        QCheckBox::initStyleOption(&option);
+        return style()->sizeFromContents(QStyle::CT_CheckBox, &option, contents, this);
+    }
+    QString Wrapped(int width) const {
+        QTextLayout layout(text(), font());
+        const int room = width - SizeAround({0, 0}).width();
+        QStringList lines;
+        layout.beginLayout();
+        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+            line.setLineWidth(room);
+            lines += text().mid(line.textStart(), line.textLength()).trimmed();
+        }
+        layout.endLayout();
+        return lines.join(u'\n');
+    }
+};
+
 template <class Control>
 Control* Named(Control* control, const char* name) {
     control->setObjectName(QLatin1String(name));
@@ -56,20 +106,21 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
     : QScrollArea(parent),
       GB1(Named(new QGroupBox, "GB1")),
       cbUpdates(Named(new QComboBox, "cbUpdates")),
-      CB1(Named(new QCheckBox, "CB1")),
-      CB3(Named(new QCheckBox, "CB3")),
+      CB1(Named(new WrappingCheckBox, "CB1")),
+      CB3(Named(new WrappingCheckBox, "CB3")),
       GB2(Named(new QGroupBox, "GB2")),
       L1(Named(new QLabel, "L1")),
       edDownloadPath(Named(new QLineEdit, "edDownloadPath")),
       edDownloadPathButtons0(Named(new QToolButton, "edDownloadPathButtons0")),
       edDownloadPathButtons1(Named(new QToolButton, "edDownloadPathButtons1")),
-      CB2(Named(new QCheckBox, "CB2")),
+      CB2(Named(new WrappingCheckBox, "CB2")),
       GB3(Named(new QGroupBox, "GB3")),
-      CB4(Named(new QCheckBox, "CB4")),
+      CB4(Named(new WrappingCheckBox, "CB4")),
       pmMacrosLegend(Named(new QMenu(this), "pmMacrosLegend")),
       FClient(client.Links()) {
     for (int value = 0; value <= kLastUpdates; ++value) cbUpdates->addItem(QString(), value);
     L1->setTextFormat(Qt::PlainText);
+    L1->setWordWrap(true);
     L1->setBuddy(edDownloadPath);
     edDownloadPath->setContextMenuPolicy(Qt::CustomContextMenu);
     edDownloadPathButtons0->setText(kBrowse);
@@ -131,6 +182,17 @@ void TfrmPodcastsSettings::LayOut() {
     page->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     resize(kPageSize);
+}
+
+/// All captions on one line, whatever the font; no less than the page's own size.
+QSize TfrmPodcastsSettings::sizeHint() const {
+    return widget()->sizeHint().expandedTo({kPageSize.width(), 0});
+}
+
+/// Of the width that needs no scrolling to the side.
+QSize TfrmPodcastsSettings::minimumSizeHint() const {
+    const int width = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
+    return {width, QScrollArea::minimumSizeHint().height()};
 }
 
 // ---- What the host asks for ----

@@ -19,10 +19,13 @@ class QToolButton;
 namespace podcasts {
 
 /// What the page shows: the client's options, which change only when it is told to save. In a window that is too small
-/// for it the page scrolls. It does nothing once the client is gone.
+/// for it the page breaks its lines, and scrolls. It does nothing once the client is gone.
 class TfrmPodcastsSettings : public QScrollArea {
 public:
     TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
     void Load();
     void Localize();

@@ -168,6 +168,26 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     EXPECT_TRUE(Server.Paths().isEmpty());
 }
 
+TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) {
+    const QString old = Store("/old");
+    WithDialog([&] { TfrmPodcastFeed::Edit(0, *Client, old); },
+               [&](QWidget& dialog) {
+                   Edit(dialog).setText(Server.Url("/new"));
+                   Client.reset();
+                   OK(dialog).click();
+                   EXPECT_FALSE(dialog.isVisible());
+               });
+    Client = std::make_unique<TPodcastClient>(Profile.File("Test.db"));
+    EXPECT_TRUE(Client->IsSubscribed(old));
+    Subscribing([&](QWidget& dialog) {
+        Edit(dialog).setText(old);
+        QTimer::singleShot(0, [&] { Client.reset(); });
+        EXPECT_TRUE(MessageOf([&] { OK(dialog).click(); }).startsWith("warning: "));
+        OK(dialog).click();
+        EXPECT_FALSE(dialog.isVisible());
+    });
+}
+
 TEST_F(DialogTest, ConfirmsAndTellsWhetherFilesGo) {
     struct {
         bool Box;
@@ -197,6 +217,16 @@ TEST_F(DialogTest, ShowsHostileTitlesAsTheyAreAndWithinBounds) {
         EXPECT_EQ(label.text(), QString::fromUtf8("Do you really want to unsubscribe from “%1”?").arg(shown));
         EXPECT_EQ(label.textFormat(), Qt::PlainText);
     }
+    const QFont usual = QApplication::font();
+    for (const int size : {usual.pointSize(), 16}) {
+        QApplication::setFont(QFont(usual.family(), size));
+        TfrmPodcastDeleteConfirmation dialog(0, QString("wide ").repeated(20));
+        Find<QCheckBox>(dialog, "cbDeleteCachedFiles").setText(QString(60, 'x'));
+        dialog.show();
+        const auto& label = Find<QLabel>(dialog, "lbText");
+        EXPECT_GE(label.height(), label.heightForWidth(label.width())) << "nothing is cut off beside wide controls";
+    }
+    QApplication::setFont(usual);
     const QString kinds[] = {QString(2000, 'W'), QString("wide ").repeated(400), QString("a\u0301").repeated(1000)};
     for (const QString& title : kinds) {
         TfrmPodcastDeleteConfirmation dialog(0, title);

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QToolButton>
 
 namespace podcasts {
@@ -77,6 +78,24 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
 }
 
+TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
+    const QFont usual = QApplication::font();
+    QApplication::setFont(QFont(usual.family(), 16));
+    for (const QString& language : {QString("English"), QString("German"), QString("Russian")}) {
+        Host.Language().Switch(language);
+        Window->resize(434, 500);
+        Frame->DestroyPage();
+        Frame->CreatePage(Window->winId());
+        Frame->HandleNotification(IVEXAOptionsDialogFrame::Localize);
+        QApplication::processEvents();
+        EXPECT_EQ(static_cast<QScrollArea&>(Page()).horizontalScrollBar()->maximum(), 0) << language.toStdString();
+        const auto& box = On<QCheckBox>("CB4");
+        EXPECT_GE(box.height(), box.heightForWidth(box.width())) << "nothing is cut off";
+        EXPECT_GT(box.height(), 3 * box.fontMetrics().height() / 2) << "two lines";
+    }
+    QApplication::setFont(usual);
+}
+
 TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
     for (const char* const name : {"CB1", "CB2", "CB3", "CB4"}) On<QCheckBox>(name).click();
     QTest::keyClick(&On<QComboBox>("cbUpdates"), Qt::Key_Down);
@@ -122,6 +141,15 @@ TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
                });
     EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), folder + "/%FeedTitle%\\%EpisodeFileName%");
     EXPECT_EQ(Dialog->Modified, modified + 1);
+}
+
+TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
+    WithDialog([&] { On<QToolButton>("edDownloadPathButtons0").click(); },
+               [&](QWidget&) {
+                   Frame->DestroyPage();
+                   Client.reset();
+               });
+    EXPECT_FALSE(Window->findChild<QScrollArea*>());
 }
 
 TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
