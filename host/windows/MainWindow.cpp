@@ -83,6 +83,8 @@ MainWindow::MainWindow(Host& host)
 }
 
 MainWindow::~MainWindow() {
+    FSubscriber->disconnect(
+        this);  // a subscription that ends while the library's thread is waited for finds no library
     SaveLayout();
     LetGo();
     FLibrary.reset();
