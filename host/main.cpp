@@ -134,9 +134,11 @@ int RunWindow(const QCommandLineParser& arguments) {
     SingleInstance instance(options.ProfileFolder);
     if (!instance.IsFirst()) {
         const QString problem = instance.HandOver(addresses);
-        if (problem.isEmpty()) return 0;
-        Tell(u"the window that is open already does not answer: " + problem);
-        return 1;
+        if (!problem.isEmpty()) {
+            Tell(u"the window that is open already does not answer: " + problem);
+            return 1;
+        }
+        if (!instance.IsFirst()) return 0;
     }
     Host host(options);
     HideServices(host, arguments);
@@ -179,6 +181,8 @@ int RunWindow(const QCommandLineParser& arguments) {
             window.Warn(u"the language files are missing in " + options.LanguageFolder + u": install the program anew");
         if (!addresses.isEmpty()) window.Open(addresses);
         QApplication::exec();
+        instance.StopListening();
+        playback.Pause();  // it may take a while until the last question is answered
         isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);
     }
     isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { return host.UnloadPlugins(); }) && isSaved;

@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QDBusMessage>
 #include <QDataStream>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 #include <QLocalSocket>
@@ -17,8 +18,8 @@ namespace vexa::host {
 namespace {
 
 constexpr int kLongestAnswer = 60000;  // milliseconds: the first one may still be starting
-constexpr int kTry = 100;              // milliseconds between two attempts to reach it
-constexpr int kStream = QDataStream::Qt_6_0;
+constexpr int kTry = 100;              // milliseconds between two attempts to reach it, or to become the first
+constexpr auto kStream = QDataStream::Qt_6_0;
 const QString kName = QStringLiteral("org.vexa_podcasts.Vexa");
 const QString kPath = QStringLiteral("/org/vexa_podcasts/Vexa");
 const QString kInterface = QStringLiteral("org.freedesktop.Application");
@@ -60,10 +61,20 @@ QVariantMap PlatformData() {
 }  // namespace
 
 SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnection& bus)
-    : FBus(bus), FMark(MarkOf(profileFolder)) {
+    : FBus(bus),
+      FMark(MarkOf(profileFolder)),
+      FIsUsersOwn(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
     new ApplicationAdaptor(*this);
-    FIsFirst =
-        FBus.isConnected() ? TakeNames(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) : TakeSocket();
+    // Who finds the name finds the object too.
+    FBus.registerObject(kPath, this);
+    connect(&FServer, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket* other = FServer.nextPendingConnection()) {
+            connect(other, &QLocalSocket::disconnected, other, &QObject::deleteLater);
+            connect(other, &QLocalSocket::readyRead, this, [this, other] { Read(*other); });
+            if (other->bytesAvailable() > 0) Read(*other);
+        }
+    });
+    Take();
 }
 
 SingleInstance::~SingleInstance() {
@@ -71,12 +82,15 @@ SingleInstance::~SingleInstance() {
     FBus.unregisterObject(kPath);
 }
 
-bool SingleInstance::TakeNames(bool isUsersOwn) {
-    // Who finds the name finds the object too.
-    if (!FBus.registerObject(kPath, this)) return true;
+void SingleInstance::StopListening() {
+    FBus.unregisterObject(kPath);
+    FServer.close();
+}
+
+bool SingleInstance::TakeNames() {
     if (!FBus.registerService(NameOf(FMark))) return false;
     FNames += NameOf(FMark);
-    if (isUsersOwn && FBus.registerService(kName)) FNames += kName;
+    if (FIsUsersOwn && FBus.registerService(kName)) FNames += kName;
     return true;
 }
 
@@ -88,13 +102,6 @@ bool SingleInstance::TakeSocket() {
     if (!FLock->tryLock(0)) return FLock->error() != QLockFile::LockFailedError;
     QLocalServer::removeServer(socket);
     FServer.setSocketOptions(QLocalServer::UserAccessOption);
-    connect(&FServer, &QLocalServer::newConnection, this, [this] {
-        while (QLocalSocket* other = FServer.nextPendingConnection()) {
-            connect(other, &QLocalSocket::disconnected, other, &QObject::deleteLater);
-            connect(other, &QLocalSocket::readyRead, this, [this, other] { Read(*other); });
-            if (other->bytesAvailable() > 0) Read(*other);
-        }
-    });
     FServer.listen(socket);
     return true;
 }
@@ -121,7 +128,14 @@ void SingleInstance::Receive(const QStringList& addresses, const QVariantMap& pl
 
 QString SingleInstance::HandOver(const QStringList& addresses) {
     const QVariantMap data = PlatformData();
-    return FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
+    QString problem;
+    const QDeadlineTimer end(kLongestAnswer);
+    do {
+        problem = FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
+        if (problem.isEmpty() || Take()) return {};
+        QThread::msleep(kTry);
+    } while (!end.hasExpired());
+    return problem;
 }
 
 QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
@@ -135,13 +149,8 @@ QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVaria
 
 QString SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
     QLocalSocket socket;
-    // The first one takes its lock a moment before it listens.
-    for (int waited = 0; waited < kLongestAnswer; waited += kTry) {
-        socket.connectToServer(SocketOf(FMark));
-        if (socket.waitForConnected(kTry)) break;
-        QThread::msleep(kTry);
-    }
-    if (socket.state() != QLocalSocket::ConnectedState) return socket.errorString();
+    socket.connectToServer(SocketOf(FMark));
+    if (!socket.waitForConnected(kLongestAnswer)) return socket.errorString();
     QDataStream out(&socket);
     out.setVersion(kStream);
     out << addresses << platformData;

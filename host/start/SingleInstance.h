@@ -24,8 +24,11 @@ public:
     ~SingleInstance() override;
 
     bool IsFirst() const noexcept { return FIsFirst; }
-    /// To the first one: it opens them, and comes to the front. Empty, or why it could not be told.
+    /// To the first one: it opens them, and comes to the front. Where that is about to end, its end is waited for, and
+    /// this one is the first. Empty, or why it could not be told.
     QString HandOver(const QStringList& addresses);
+    /// The first one is about to end: it takes no more addresses.
+    void StopListening();
 
 Q_SIGNALS:
     /// Another start wants them opened; none: only that the window comes to the front.
@@ -34,16 +37,19 @@ Q_SIGNALS:
 private:
     friend class ApplicationAdaptor;
 
-    bool TakeNames(bool isUsersOwn);
+    bool Take() { return FIsFirst = FBus.isConnected() ? TakeNames() : TakeSocket(); }
+    bool TakeNames();
     bool TakeSocket();
     void Read(QLocalSocket& socket);
     void Receive(const QStringList& addresses, const QVariantMap& platformData);
+    /// Empty: it was told.
     QString HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
     QString HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
 
     QDBusConnection FBus;
     const QString FMark;  // of the profile's folder
-    QStringList FNames;   // owned on the bus
+    const bool FIsUsersOwn;
+    QStringList FNames;  // owned on the bus
     std::unique_ptr<QLockFile> FLock;
     QLocalServer FServer;
     bool FIsFirst = false;
