@@ -13,7 +13,6 @@ namespace {
 class ClientFaults : public ClientTest {
 protected:
     ClientFaults() {
-        vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(3), .Stalled = std::chrono::seconds(2)});
         Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
         Client->UpdateState(Key("/good.mp3"), pesPostponed);
         Server.Serve("/good.mp3", Response::Of("sound", "audio/mpeg"));
@@ -97,8 +96,10 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
         {"redirect to nobody", Response::Redirect("http://127.0.0.1:1/"), "could not be reached"},
     };
     for (const Row& row : rows) {
-        Response answer = row.Answer;
-        for (const QString& error : {RefreshError(answer), DownloadError(answer)}) {
+        const bool isWaiting = QByteArrayView(row.Message) == "in time";  // else a slow machine has its time
+        vexa::SetHttpTimeouts(isWaiting ? vexa::HttpTimeouts{std::chrono::seconds(2), std::chrono::seconds(2)}
+                                        : vexa::HttpTimeouts());
+        for (const QString& error : {RefreshError(row.Answer), DownloadError(row.Answer)}) {
             EXPECT_TRUE(error.contains(row.Message) && !error.contains(u"secret"))
                 << row.Name << ": " << error.toStdString();
         }
