@@ -260,7 +260,10 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
     Subscribe();
     auto* view = Find<QTableView>("Rows");
     view->selectRow(1);
-    const QString file = TheWindow->findChild<TablePane*>()->CurrentFile();
+    const auto* pane = TheWindow->findChild<TablePane*>();
+    // The table counts its rows before it reads them.
+    ASSERT_TRUE(WaitUntil([&] { return !pane->CurrentFile().isEmpty(); }));
+    const QString file = pane->CurrentFile();
     QTimer watcher;
     QObject::connect(&watcher, &QTimer::timeout, &watcher, [&] {
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
