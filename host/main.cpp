@@ -13,6 +13,7 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
+#include "WindowIcons.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -140,6 +141,7 @@ int RunWindow(const QCommandLineParser& arguments) {
         }
         if (!instance.IsFirst()) return 0;
     }
+    QGuiApplication::setWindowIcon(ProgramIcon());
     Host host(options);
     HideServices(host, arguments);
     bool isStopped = false, isSaved = true;
@@ -206,7 +208,7 @@ int main(int argc, char** argv) {
     const QApplication application(one, argv);
     if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));  // which gives windows their icon
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     AttachMainThread();
 

@@ -4,6 +4,7 @@
 #include "RowDelegate.h"
 #include "RowTexts.h"
 #include "Strings.h"
+#include "WindowTheme.h"
 
 #include <QFont>
 #include <QSet>
@@ -112,6 +113,7 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         QFont font;
         font.setWeight(QFont::DemiBold);
         if (role == Qt::FontRole) return font;
+        if (role == Qt::ForegroundRole) return FaintText();  // that of what is disabled is fainter than one can read
         return role == Qt::DisplayRole ? FTexts(entry.Where == Part::UpNext ? "UpNext" : "ContinueListening")
                                        : QVariant();
     }
@@ -137,6 +139,7 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
 }
 
 Qt::ItemFlags ListeningModel::flags(const QModelIndex& index) const {
+    if (!index.isValid()) return Qt::NoItemFlags;
     return At(index) ? Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren : Qt::ItemNeverHasChildren;
 }
 

@@ -1,6 +1,7 @@
 #include "OptionsDialog.h"
 
 #include "OptionsPage.h"
+#include "RowDelegate.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -61,6 +62,7 @@ OptionsDialog::OptionsDialog(OptionsService& service, LanguageService& language,
         FPages.push_back(std::make_unique<OptionsPage>(frame));
         FStack->addWidget(FPages.back()->Place());
         FList->addItem(QString());
+        FList->item(FList->count() - 1)->setSizeHint({0, RowDelegate::kHeight});
     }
     connect(FList, &QListWidget::currentRowChanged, this, &OptionsDialog::ShowRow);
     connect(FButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -48,6 +48,13 @@ QIcon WindowIcon(const QString& name) {
     return icon;
 }
 
+QIcon ProgramIcon() {
+    LoadDrawings();
+    QIcon icon;
+    for (const int size : kSizes) icon.addFile(u":/window/vexa-" + QString::number(size));
+    return icon;
+}
+
 void ForgetWindowIcons() {
     Known().clear();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The window's icons, in the colour of the text they stand beside. Main thread.
+// The window's icons, in the colour of the text they stand beside, and the program's own. Main thread.
 
 #include <QIcon>
 
@@ -7,6 +7,8 @@ namespace vexa::host {
 
 /// A drawing by the name of its file in icons/. Made once for each colour; anew after ForgetWindowIcons.
 QIcon WindowIcon(const QString& name);
+/// In its own colours, for the desktops that do not find it by the name of the desktop file.
+QIcon ProgramIcon();
 /// The colours have changed.
 void ForgetWindowIcons();
 

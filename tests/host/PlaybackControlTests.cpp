@@ -1,14 +1,21 @@
-// What controls playing from outside: the desktop over its bus, and the bar.
+// What controls playing and shows it: the desktop over its bus, the bar, the menu, the list of what is listened to.
 
+#include "ListeningModel.h"
 #include "Mpris.h"
 #include "PlaybackBar.h"
 #include "PlaybackFixture.h"
+#include "PlaybackMenu.h"
+#include "RowDelegate.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemModelTester>
 #include <QAbstractSlider>
 #include <QDBusArgument>
 #include <QDBusInterface>
 #include <QDBusReply>
+#include <QFileInfo>
+#include <QMainWindow>
+#include <QTest>
 
 using namespace vexa::host;
 using tests::WaitUntil;
@@ -117,6 +124,57 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     EXPECT_LT(Player->Position(), 50);
     bar.findChild<QAbstractButton*>(u"play"_s)->click();
     EXPECT_TRUE(WaitFor(State::Paused));
+}
+
+TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
+    QMainWindow window;
+    PlaybackMenu menu(Host, *Player, &window);
+    window.addActions(menu.actions());
+    window.show();
+    QApplication::setActiveWindow(&window);
+    Player->Play(Tone(u"a.wav"_s, 60));
+    ASSERT_TRUE(WaitFor(State::Playing));
+    QTest::keyClick(&window, Qt::Key_Space, Qt::ControlModifier);
+    ASSERT_TRUE(WaitFor(State::Paused));
+    EXPECT_EQ(menu.findChild<QAction*>(u"Play"_s)->text(), Host.Language().Text(u"Player\\Play"_s, 0));
+    QTest::keyClick(&window, Qt::Key_Right, Qt::ControlModifier);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 30; }));
+    QTest::keyClick(&window, Qt::Key_Left, Qt::ControlModifier);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() < 30; }));
+}
+
+TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
+    const QString a = Tone(u"a.wav"_s, 60), b = Tone(u"b.wav"_s, 100);
+    ListeningModel model(Host, *Player);
+    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    EXPECT_EQ(model.rowCount(), 0);
+    const auto shown = [&](int role = Qt::DisplayRole) {
+        QStringList texts;
+        for (int row = 0; row < model.rowCount(); ++row)
+            texts += QFileInfo(model.index(row).data(role).toString()).completeBaseName();
+        return texts;
+    };
+    Player->Play(b);
+    ASSERT_TRUE(WaitFor(State::Playing));
+    Player->Pause();
+    Player->Seek(40);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 40; }));
+    Player->Stop();
+    ASSERT_TRUE(WaitUntil([&] { return shown() == QStringList({u"Continue listening"_s, u"b"_s}); }));
+    EXPECT_NEAR(model.index(1).data(kProgressRole).toDouble(), 0.4, 0.02);
+    EXPECT_EQ(shown(kTimeLeftRole)[1], "1:00 left");
+    EXPECT_FALSE(model.flags(model.index(0)) & Qt::ItemIsSelectable);
+    EXPECT_EQ(model.At(model.index(0)), nullptr);
+
+    Player->PlayNext({a, b, a});
+    EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"a"_s, u"b"_s, u"a"_s, u"Continue listening"_s, u"b"_s}));
+    EXPECT_EQ(shown(kTimeLeftRole)[2], "");
+    // One of two of the same address, and a heading, which is nothing.
+    model.Remove({model.index(3), model.index(0)});
+    EXPECT_EQ(Player->UpNext(), QStringList({a, b}));
+    model.Remove({model.index(1), model.index(4)});
+    EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"b"_s}));
+    EXPECT_EQ(Player->Left().Find(b), nullptr);
 }
 
 }  // namespace
