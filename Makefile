@@ -17,7 +17,7 @@ help:
 	@echo "make test              set up, build, and run the tests"
 	@echo "make build             the programs, in build/bin"
 	@echo "make test-asan         the tests under the address and undefined-behaviour sanitizers"
-	@echo "make test-tsan         the engine's tests under the thread sanitizer"
+	@echo "make test-tsan         the tests under the thread sanitizer"
 	@echo "make test-session      a session with the player by real mouse and keys, on a display of its own"
 	@echo "make fuzz SECONDS=60   the fuzzing programs, each for so long; findings in build/fuzz/findings"
 	@echo "make bench             the comparison with other programs (see bench/README.md)"

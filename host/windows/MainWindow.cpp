@@ -88,8 +88,8 @@ MainWindow::MainWindow(Host& host, Playback& playback)
 }
 
 MainWindow::~MainWindow() {
-    FSubscriber->disconnect(
-        this);  // a subscription that ends while the library's thread is waited for finds no library
+    // A subscription that ends while the library's thread is waited for finds no library.
+    FSubscriber->disconnect(this);
     SaveLayout();
     LetGo();
     FLibrary.reset();
