@@ -158,20 +158,4 @@ void FirstStartPage::OnThemeChanged() {
     FPicture->setPixmap(WindowIcon(QStringLiteral("feed")).pixmap(kPicture, kPicture));
 }
 
-QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
-                           bool onlyProblems) {
-    QStringList lines;
-    for (const Subscriber::Outcome& outcome : outcomes) {
-        const QString what = outcome.Text.isEmpty() ? outcome.Address : outcome.Text;
-        if (outcome.Code == S_OK && !onlyProblems)
-            lines += texts("Subscribed", what);
-        else if (outcome.Code == E_ABORT)
-            lines += texts("SubscribedAlready", what);
-        else if (Failed(outcome.Code))
-            lines += QString(texts("SubscribeFailed", outcome.Address) +
-                             (outcome.Code == E_INVALIDARG || outcome.Text.isEmpty() ? texts("NoFeed") : outcome.Text));
-    }
-    return lines.join(u'\n');
-}
-
 }  // namespace vexa::host

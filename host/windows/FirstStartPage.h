@@ -47,8 +47,4 @@ private:
     QProgressBar* FBusy;
 };
 
-/// What became of subscribing, a line for each.
-QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
-                           bool onlyProblems);
-
 }  // namespace vexa::host

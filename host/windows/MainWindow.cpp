@@ -271,8 +271,8 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     if (outcomes.size() > 3) {
         std::vector<TaskProblem> problems;
         for (const auto& outcome : outcomes)
-            if (outcome.Code != S_OK)
-                problems.push_back({outcome.Address, SubscriptionReport({outcome}, FTexts, true)});
+            if (const QString problem = SubscriptionProblem(outcome, FTexts); !problem.isEmpty())
+                problems.push_back({outcome.Address, problem});
         const auto count = QLocale().toString(static_cast<int>(outcomes.size() - problems.size()));
         FTasks->AddProblems(std::move(problems));
         return FBanner->Show(FTexts("Subscribed", count), {});

@@ -1,9 +1,12 @@
 #include "ProblemDialog.h"
 
+#include "RowDelegate.h"
+
 #include <QBoxLayout>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
 #include <QTreeWidget>
 
@@ -11,8 +14,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr QSize kSize(640, 360);
-constexpr int kWhatWidth = 240;
+constexpr QSize kSize(720, 420);
+constexpr int kWhatWidth = 300, kReasonLines = 3;
 
 }  // namespace
 
@@ -26,19 +29,34 @@ void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& pro
     auto* list = new QTreeWidget;
     list->setAccessibleName(title);
     list->setRootIsDecorated(false);
+    list->setUniformRowHeights(true);
     list->setAlternatingRowColors(true);
+    list->setAllColumnsShowFocus(true);
+    list->setItemDelegate(new RowDelegate(list));
     list->setHeaderLabels({texts("ProblemWhat"), texts("ProblemWhy")});
-    for (const TaskProblem& problem : problems) {
-        auto* item = new QTreeWidgetItem(list, {problem.What.simplified(), problem.Why.simplified()});
-        item->setToolTip(1, QString(u"<span>" + problem.Why.toHtmlEscaped() + u"</span>"));
-    }
+    QList<QTreeWidgetItem*> items;
+    for (const TaskProblem& problem : problems)
+        items += new QTreeWidgetItem({problem.What.simplified(), problem.Why.simplified()});
+    list->addTopLevelItems(items);
     list->setColumnWidth(0, kWhatWidth);
+    // Reasons are long: the one of the row that is looked at is read, and copied, below.
+    auto* reason = new QLabel;
+    reason->setTextFormat(Qt::PlainText);
+    reason->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    reason->setAccessibleName(texts("ProblemWhy"));
+    reason->setWordWrap(true);
+    reason->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+    reason->setMinimumHeight(kReasonLines * reason->fontMetrics().lineSpacing());
+    QObject::connect(list, &QTreeWidget::currentItemChanged, reason,
+                     [reason](const QTreeWidgetItem* item) { reason->setText(item ? item->text(1) : QString()); });
+    if (!items.isEmpty()) list->setCurrentItem(items.first());
     auto* buttons = new QDialogButtonBox;
     QPushButton* close = buttons->addButton(texts("Close"), QDialogButtonBox::RejectRole);
     close->setDefault(true);
     QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
     auto* whole = new QVBoxLayout(dialog);
-    whole->addWidget(list);
+    whole->addWidget(list, 1);
+    whole->addWidget(reason);
     whole->addWidget(buttons);
     dialog->open();
 }

@@ -107,6 +107,28 @@ QString Subscriber::Export(const QString& fileName) {
     return message.isEmpty() ? fileName : message;
 }
 
+QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts) {
+    if (outcome.Code == E_ABORT)
+        return texts("SubscribedAlready", outcome.Text.isEmpty() ? outcome.Address : outcome.Text);
+    if (Succeeded(outcome.Code)) return {};
+    return outcome.Code == E_INVALIDARG || outcome.Text.isEmpty() ? texts("NoFeed") : outcome.Text;
+}
+
+QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
+                           bool onlyProblems) {
+    QStringList lines;
+    for (const Subscriber::Outcome& outcome : outcomes) {
+        const QString problem = SubscriptionProblem(outcome, texts);
+        if (Failed(outcome.Code) && outcome.Code != E_ABORT)
+            lines += QString(outcome.Address + u": " + problem);
+        else if (!problem.isEmpty())
+            lines += problem;
+        else if (!onlyProblems)
+            lines += texts("Subscribed", outcome.Text.isEmpty() ? outcome.Address : outcome.Text);
+    }
+    return lines.join(u'\n');
+}
+
 QStringList AddressesIn(const QMimeData& data) {
     QStringList addresses;
     for (const QUrl& url : data.urls())

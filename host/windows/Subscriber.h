@@ -2,6 +2,7 @@
 // Subscribing from the window: by address and by a list of subscriptions, in the background. Main thread.
 
 #include "Host.h"
+#include "WindowTexts.h"
 
 #include <QObject>
 
@@ -49,6 +50,12 @@ private:
     int FRunning = 0;
     LinkSource<Subscriber> FLinks{this};
 };
+
+/// Why there is no new subscription, in the user's language; empty when there is one.
+QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts);
+/// What became of subscribing, a line for each.
+QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
+                           bool onlyProblems);
 
 /// The addresses in what is dragged over a window, or pasted: web addresses and the names of local files.
 QStringList AddressesIn(const QMimeData& data);

@@ -252,6 +252,10 @@ void TablePane::OnThemeChanged() {
 bool TablePane::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Resize && watched == FView->viewport())
         QTimer::singleShot(0, this, &TablePane::UpdateSight);
+    // By itself the view would make the first row the current one, with its details shown, and not select it.
+    if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
+        FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
+        FView->selectRow(0);
     if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
     const auto* key = static_cast<QKeyEvent*>(event);
     if (watched == FView && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
