@@ -25,7 +25,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr QSize kFirstSize(1200, 760);
+constexpr QSize kFirstSize(1320, 800);
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
@@ -112,7 +112,7 @@ void MainWindow::Arrange() {
     FSplitter->addWidget(FTable);
     FSplitter->addWidget(FSide);
     FSplitter->setStretchFactor(1, 1);
-    FSplitter->setSizes({220, 680, 300});
+    FSplitter->setSizes({220, 800, 300});
     for (QSplitter* splitter : {FSplitter, FLeft, FSide}) {
         splitter->setHandleWidth(1);
         splitter->setChildrenCollapsible(false);
