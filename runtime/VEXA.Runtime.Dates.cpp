@@ -100,7 +100,7 @@ std::optional<double> FromUsualForm(QStringView text) {
         clock[i] = TakeNumber(text, at, 2);
     }
     const QDate date(year, static_cast<int>(month / 4) + 1, day);
-    if (!date.isValid() || clock[0] < 0 || clock[0] > 23 || clock[1] < 0 || clock[1] > 59 || clock[2] < 0 ||
+    if (year < 0 || !date.isValid() || clock[0] < 0 || clock[0] > 23 || clock[1] < 0 || clock[1] > 59 || clock[2] < 0 ||
         clock[2] > 59)
         return std::nullopt;
     const QStringView zone = text.sliced(at);
@@ -159,8 +159,9 @@ double ToOleDate(const QDateTime& date) {
 }
 
 QDateTime FromOleDate(double date) {
-    // 1,000,000 days cover the years that a calendar shows; beyond, and for not-a-number, there is no date.
-    if (!(std::abs(date) < 1'000'000 * 3.0)) return {};
+    // Beyond the years that a calendar shows, and for not-a-number, there is no date.
+    constexpr double kMostDays = 3'000'000;  // a little more than to the end of the year 9999
+    if (!(std::abs(date) < kMostDays)) return {};
     return QDateTime::fromMSecsSinceEpoch(std::llround((date - kUnixEpoch) * kMillisecondsPerDay), Qt::UTC);
 }
 
