@@ -141,7 +141,7 @@ QStringList TPodcastClient::NewEpisodesToDownload() {
 }
 
 void TPodcastClient::DownloadNewEpisodes() {
-    // Collected first: a task must not start while the query is open, since the cursor holds the database's lock.
+    // Collected first: no query stays open while the listeners hear that downloads start.
     const QStringList keys = NewEpisodesToDownload();
     if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
@@ -168,6 +168,7 @@ bool TPodcastClient::GetLocalFileName(const TPodcastEpisode& episode, const TPod
 QStringList TPodcastClient::DeleteCachedEpisodes(const QStringList& episodeKeys) {
     QStringList files, kept;
     FDB->EnumCachedFiles(episodeKeys, [&](const QString& fileName) { files += fileName; });
+    files.removeDuplicates();
     for (const QString& fileName : files)
         if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
     FDB->RunInTransaction([&] {

@@ -296,9 +296,9 @@ void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeSta
 }
 
 void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor) {
-    std::set<QString> visited;  // a row named by keys of two groups is still one row
+    std::set<qint64> visited;  // a row named by keys of two groups is still one row
     for (qsizetype begin = 0; begin < episodeKeys.size(); begin += kKeysPerStatement) {
-        SqlBuilder sql("SELECT URLAudioCached FROM PodcastEpisodes WHERE (");
+        SqlBuilder sql("SELECT URLAudioCached, rowid FROM PodcastEpisodes WHERE (");
         TPodcastsDBQueryBuilder::CachedFileLength(sql);
         const char* separator = " > 0) AND ((";
         for (const QString& key : episodeKeys.mid(begin, kKeysPerStatement)) {
@@ -306,8 +306,7 @@ void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisi
             separator = ") OR (";
         }
         ForEachRow(Read(sql.Raw("))")), [&](const SqliteCursor& row) {
-            const QString file = row.Text(0);
-            if (visited.insert(file).second) visitor(file);
+            if (visited.insert(row.Integer64(1)).second) visitor(row.Text(0));
         });
     }
 }

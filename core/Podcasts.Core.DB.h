@@ -130,6 +130,7 @@ public:
     void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
 
     /// Cached files.
+    /// One visit a row: a file that several rows record is visited for each.
     void EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor);
     /// An empty name marks the episode as not cached.
     void SetCachedFile(const QString& episodeKey, const QString& fileName);

@@ -93,15 +93,15 @@ std::optional<double> FromUsualForm(QStringView text) {
     const qsizetype month = text.size() >= at + 5 ? months.indexOf(text.sliced(at, 5)) : -1;
     if (day < 0 || month < 0) return std::nullopt;
     at += 5;
-    const int year = TakeNumber(text, at, 4);
+    const int year = TakeNumber(text, at, 4);  // below 100 it lacks its century, which the library knows to add
     int clock[3];
     for (int i = 0; i < 3; ++i) {
         if (at >= text.size() || text[at++] != (i == 0 ? u' ' : u':')) return std::nullopt;
         clock[i] = TakeNumber(text, at, 2);
     }
     const QDate date(year, static_cast<int>(month / 4) + 1, day);
-    if (!date.isValid() || clock[0] < 0 || clock[0] > 23 || clock[1] < 0 || clock[1] > 59 || clock[2] < 0 ||
-        clock[2] > 59)
+    if (year < 100 || !date.isValid() || clock[0] < 0 || clock[0] > 23 || clock[1] < 0 || clock[1] > 59 ||
+        clock[2] < 0 || clock[2] > 59)
         return std::nullopt;
     const QStringView zone = text.sliced(at);
     int offset = 0;  // minutes east of Greenwich
@@ -159,8 +159,9 @@ double ToOleDate(const QDateTime& date) {
 }
 
 QDateTime FromOleDate(double date) {
-    // 1,000,000 days cover the years that a calendar shows; beyond, and for not-a-number, there is no date.
-    if (!(std::abs(date) < 1'000'000 * 3.0)) return {};
+    // Beyond the years that a calendar shows, and for not-a-number, there is no date.
+    constexpr double kMostDays = 3'000'000;  // a little more than to the end of the year 9999
+    if (!(std::abs(date) < kMostDays)) return {};
     return QDateTime::fromMSecsSinceEpoch(std::llround((date - kUnixEpoch) * kMillisecondsPerDay), Qt::UTC);
 }
 

@@ -53,8 +53,17 @@ bool MakeTrash() {
     return QDir().mkpath(trash + u"/files") && QDir().mkpath(trash + u"/info");
 }
 
-qsizetype DelimiterBefore(const QString& path) {
-    return std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
+QStringView LastComponent(QStringView path) {
+    return path.sliced(std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\')) + 1);
+}
+
+/// The extension of the last component without its dot; empty when there is none.
+QStringView Extension(QStringView path) {
+    const QStringView name = LastComponent(path);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    if (dot < 0) return {};
+    const QStringView extension = name.sliced(dot + 1);
+    return extension.contains(u' ') ? QStringView() : extension;  // "Dr. No" has none
 }
 
 }  // namespace
@@ -93,15 +102,12 @@ QString ClampComponent(const QString& component, qsizetype maxBytes) {
 }
 
 QString ExtractFileName(const QString& path) {
-    return path.sliced(DelimiterBefore(path) + 1);
+    return LastComponent(path).toString();
 }
 
 QString ExtractFileExt(const QString& path) {
-    const QString name = ExtractFileName(path);
-    const qsizetype dot = name.lastIndexOf(u'.');
-    if (dot < 0 || dot + 1 == name.size()) return {};
-    const QString extension = name.sliced(dot);
-    return extension.contains(u' ') ? QString() : extension;  // "Dr. No" has none
+    const QStringView extension = Extension(path);
+    return extension.isEmpty() ? QString() : QString(u'.' + extension);
 }
 
 QString FileFormat(const QString& addressOrFile) {
@@ -112,9 +118,7 @@ QString FileFormat(const QString& addressOrFile) {
         path = path.first(std::find_if(path.begin(), path.end(), isEnd) - path.begin());
         if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
     }
-    qsizetype dot = path.size();
-    while (dot > 0 && path[dot - 1] != u'.' && path[dot - 1] != u'/' && path[dot - 1] != u'\\') --dot;
-    return dot > 0 && path[dot - 1] == u'.' ? path.sliced(dot).toString().toUpper() : QString();
+    return Extension(path).toString().toUpper();
 }
 
 bool MatchesFileMask(const QString& text, const QString& masks) {

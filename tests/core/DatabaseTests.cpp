@@ -190,13 +190,13 @@ TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreTaken) {
     QStringList keys, files;
     for (int i = 0; i < 2000; ++i) {
         const QString name = QString::number(i);
-        files += "/f/" + name;
+        files += "/f/" + QString::number(i / 2);  // two rows record one file
         AddEpisode(feed, name, "http://h/" + name).Fields[pefURLAudioCached] = files.last();
         keys += i % 2 ? QString("podcast://h/" + name) : MakeEpisodeKey(1, name);
     }
     DB.AddOrUpdate(feed);
     ASSERT_EQ(feed.ID, 1);
-    keys += keys;  // named twice, visited once
+    keys += keys;  // each row is named twice and visited once
     QStringList visited = CachedFiles(keys);
     visited.sort();
     files.sort();

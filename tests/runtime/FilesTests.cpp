@@ -29,6 +29,20 @@ TEST(FileNames, AreMadeOneHarmlessComponent) {
     }
 }
 
+TEST(FileNames, HaveAnExtensionThatNamesTheFormat) {
+    const std::tuple<QString, QString, QString> rows[] = {{"http://h/d.x/a.mp3", ".mp3", "MP3"},
+                                                          {"C:\\d.x\\a.tar.Gz", ".Gz", "GZ"},
+                                                          {"http://h/d.x/a", "", ""},
+                                                          {"http://h/a.", "", ""},
+                                                          {"http://h/Dr. No", "", ""},
+                                                          {"http://h/a.m4a?f=b.ogg#c.wav", ".wav", "M4A"},
+                                                          {"http://h.com", ".com", ""}};
+    for (const auto& [name, extension, format] : rows) {
+        EXPECT_EQ(ExtractFileExt(name), extension) << name.toStdString();
+        EXPECT_EQ(FileFormat(name), format) << name.toStdString();
+    }
+}
+
 TEST(Files, GoToTheTrashAndAMissingOneIsNoError) {
     const tests::TempFolder folder;
     const QString file = folder.File("show.mp3");
