@@ -176,9 +176,9 @@ protected:
     using ParentClass::ParentClass;
 };
 
-/// Runs `body` for a host and turns what it throws into E_UNEXPECTED, logged with `what`.
+/// Runs `body` for a host and turns what it throws into `failure`, logged with `what`.
 template <class Body>
-HResult GuardedCall(const char* what, Body body) noexcept;
+HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
 
 /// An object that the host reads and writes as a property list. The host's operations ask CanProceed first, then call
 /// the virtual operation of the same name with Do in front; derived classes override those that they serve.
@@ -305,12 +305,12 @@ private:
 void LogCaughtException(const char* what) noexcept;
 
 template <class Body>
-HResult GuardedCall(const char* what, Body body) noexcept {
+HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
     try {
         return body();
     } catch (...) {
         LogCaughtException(what);
-        return E_UNEXPECTED;
+        return failure;
     }
 }
 

@@ -133,7 +133,7 @@ std::uint32_t TVEXAPodcastsMLDataProviderGroupingTree::GetCapabilities() noexcep
 HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
     IVEXAMLGroupingTreeSelection* selection, IVEXAMLGroupingTreeDataProviderSelection** nodes) noexcept {
     *nodes = nullptr;
-    try {
+    const auto list = [&] {
         Ref<IVEXAString> field;
         Variant first;
         if (Failed(selection->GetValue(0, field.Put(), &first)))
@@ -150,10 +150,8 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
         if (data->empty()) return E_FAIL;  // a node without children: nothing to log
         *nodes = NewObject<TVEXAPodcastsMLDataProviderGroupingTreeSelection>(std::move(data)).Detach();
         return S_OK;
-    } catch (...) {
-        LogCaughtException("listing the nodes of the tree");
-        return E_FAIL;
-    }
+    };
+    return GuardedCall("listing the nodes of the tree", list, E_FAIL);
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTree::GetFieldForAlphabeticIndex(IVEXAString** field) noexcept {

@@ -127,7 +127,7 @@ HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFi
 HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Variant* values, IVEXAPropertyList*,
                                               IVEXAImageContainer** image) noexcept {
     *image = nullptr;
-    return GuardedCall("looking for an episode's picture", [&] {
+    const auto lookUp = [&] {
         const std::int32_t count = fields->GetCount();
         for (std::int32_t i = 0; i < count; ++i) {
             Ref<IVEXAString> name;
@@ -136,14 +136,15 @@ HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Var
                 return TVEXAPodcastsAlbumArtProvider::GetAlbumArt(VariantToText(values[i]), image);
         }
         return E_FAIL;
-    });
+    };
+    return GuardedCall("looking for an episode's picture", lookUp, E_FAIL);
 }
 
 HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                                        IVEXAMLGroupingTreeSelection** selection) noexcept {
     *filter = nullptr;
     *selection = nullptr;
-    return GuardedCall("finding an episode in the library", [&] {
+    const auto find = [&] {
         Ref<IVEXAString> fileName;
         if (!info || Failed(info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, fileName.PutVoid())))
             return E_NOINTERFACE;
@@ -151,7 +152,8 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
         if (!resolved) return E_NOINTERFACE;
         *selection = TVEXAPodcastsMLGroupingTreeSelection::ForFeed(*resolved->Feed).Detach();
         return S_OK;
-    });
+    };
+    return GuardedCall("finding an episode in the library", find, E_NOINTERFACE);
 }
 
 HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
