@@ -195,7 +195,7 @@ struct IVEXAMLDataProvider : IUnknown {
     static constexpr Guid IID = ParseGuid("{915D2F5F-5173-4EA8-AB85-F3C2B023CEA2}");
 
     /// 3: `fields` holds names as IVEXAString. `data` offers IVEXAMLDataProviderSelection unless there is no row.
-    /// E_FAIL when the filter cannot be answered.
+    /// Fails when the filter cannot be answered.
     virtual HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept = 0;
 
 protected:
