@@ -130,7 +130,8 @@ struct IVEXAMLGroupFilter : IVEXAPropertyList {
     virtual HResult Delete(std::int32_t index) noexcept = 0;
     /// 19
     virtual std::int32_t GetChildCount() noexcept = 0;
-    /// 20: As IVEXAMLGroupFilter, IVEXAMLFieldFilter or IVEXAMLArrayFieldFilter; E_NOINTERFACE when it is another.
+    /// 20: As IUnknown, or as what it is: IVEXAMLGroupFilter, IVEXAMLFieldFilter or IVEXAMLArrayFieldFilter;
+    /// E_NOINTERFACE when it is another.
     virtual HResult GetChild(std::int32_t index, const Guid& iid, void** child) noexcept = 0;
 
 protected:
