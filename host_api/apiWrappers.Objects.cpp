@@ -172,13 +172,9 @@ void TVEXAPropertyList::DoReset(HResult& result) {
 
 // ---- TVEXAStreamAdapter ----
 
-namespace {
-
 QString ResourcePath(const QString& name, const QString& type) {
     return u":/" + type + u'/' + name;
 }
-
-}  // namespace
 
 void TVEXAStreamAdapter::Attach(QIODevice* source, Ownership ownership) {
     if (!source || !Accepts(*source)) throw EStreamError(QStringLiteral("Unsupported stream class"));

@@ -259,6 +259,9 @@ public:
     }
 };
 
+/// Where the toolkit finds a resource of this module, for instance ("MENUGLYPH", "PNG").
+QString ResourcePath(const QString& name, const QString& type);
+
 /// A stream of ours as a stream of the host's.
 class TVEXAStreamAdapter : public Implements<TInterfacedObjectEx, IVEXAStream> {
 public:
@@ -272,7 +275,7 @@ public:
         adapter->Attach(source, ownership);
         return adapter;
     }
-    /// A resource of this module, for instance ("MENUGLYPH", "PNG"). Throws EStreamError when there is none.
+    /// A resource of this module. Throws EStreamError when there is none.
     static Ref<TVEXAStreamAdapter> CreateFromResource(const QString& name, const QString& type);
     static bool ResourceExists(const QString& name, const QString& type);
 

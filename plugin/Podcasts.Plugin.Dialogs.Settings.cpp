@@ -44,7 +44,7 @@ QString CommonText(const char* name) {
 QIcon Images() {
     QIcon images;
     for (const char* const size : {"", "144", "192"})
-        images.addFile(QStringLiteral(":/PNG/MACROS") + QLatin1String(size));
+        images.addFile(ResourcePath(QStringLiteral("MACROS") + QLatin1String(size), QStringLiteral("PNG")));
     return images;
 }
 

@@ -22,8 +22,8 @@ const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
 const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
 
-QByteArray ResourceBytes(const QString& name, const QString& type) {
-    QFile file(u":/" + type + u'/' + name);
+QByteArray TrayIconBytes() {
+    QFile file(ResourcePath(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
@@ -118,7 +118,7 @@ HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFi
         // own.
         const auto provider = statement.Count > 0
                                   ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(client->DB(), statement))
-                                  : NewObject<TVEXAMLSQLTableDataProvider>(std::as_const(client->DB()), statement.SQL);
+                                  : NewObject<TVEXAMLSQLTableDataProvider>(client->DB(), statement.SQL);
         *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
         return S_OK;
     });
@@ -205,7 +205,7 @@ void TVEXAPodcastsMLExtension::DataChanged() {
 void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::function<void()> onClick) {
     if (!FTrayIcon) {
         FTrayIcon = std::make_unique<NotificationIcon>();
-        FTrayIcon->SetIcon(ResourceBytes(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
+        FTrayIcon->SetIcon(TrayIconBytes());
     }
     FTrayIcon->SetOnClick(std::move(onClick));
     FTrayIcon->SetVisible(true);
