@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <type_traits>
 
 class QIODevice;
 
@@ -176,7 +177,7 @@ protected:
     using ParentClass::ParentClass;
 };
 
-/// Runs `body` for a host and turns what it throws into `failure`, logged with `what`.
+/// Runs `body` for a host and turns what it throws into `failure`, logged with `what`. A body without a result is S_OK.
 template <class Body>
 HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
 
@@ -310,7 +311,12 @@ void LogCaughtException(const char* what) noexcept;
 template <class Body>
 HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
     try {
-        return body();
+        if constexpr (std::is_void_v<decltype(body())>) {
+            body();
+            return S_OK;
+        } else {
+            return body();
+        }
     } catch (...) {
         LogCaughtException(what);
         return failure;

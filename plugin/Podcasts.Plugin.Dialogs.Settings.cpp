@@ -311,7 +311,6 @@ void TVEXAPodcastsOptionsFrame::HandleNotification(std::int32_t notification) no
             default:
                 break;
         }
-        return S_OK;
     });
 }
 

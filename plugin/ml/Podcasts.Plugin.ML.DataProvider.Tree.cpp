@@ -38,10 +38,7 @@ TVEXAPodcastsMLDataProviderGroupingTreeSelection::TVEXAPodcastsMLDataProviderGro
 
 HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetDisplayValue(IVEXAString** text) noexcept {
     *text = nullptr;
-    return GuardedCall("reading a node", [&] {
-        *text = ToHostString(Node().DisplayValue).Detach();
-        return S_OK;
-    });
+    return GuardedCall("reading a node", [&] { *text = ToHostString(Node().DisplayValue).Detach(); });
 }
 
 std::uint32_t TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetFlags() noexcept {
@@ -58,7 +55,6 @@ HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetValue(IVEXAString**
     return GuardedCall("reading a node", [&] {
         *value = ToVariant(Node().Value);
         *field = Ref(FFieldName).Detach();
-        return S_OK;
     });
 }
 
@@ -122,7 +118,6 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::AddSelectionConditions(
             const Variant none{};
             RaiseIfFailed(filter->Add(field.Get(), &value, &none, IVEXAMLFieldFilter::Equals, nullptr));
         }
-        return S_OK;
     });
 }
 

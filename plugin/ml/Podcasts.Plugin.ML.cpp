@@ -27,15 +27,6 @@ QByteArray TrayIconBytes() {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Runs `body` and answers S_OK, or E_UNEXPECTED when it throws.
-template <class Body>
-HResult Done(const char* what, Body body) noexcept {
-    return GuardedCall(what, [&] {
-        body();
-        return S_OK;
-    });
-}
-
 }  // namespace
 
 TVEXAPodcastsMLExtension::TVEXAPodcastsMLExtension(TPodcastClient& client) : FClient(client.Links()) {}
@@ -67,7 +58,7 @@ void TVEXAPodcastsMLExtension::DoGetValueAsInt32(std::int32_t propertyID, std::i
 // ---- The storage ----
 
 void TVEXAPodcastsMLExtension::Finalize() noexcept {
-    Done("leaving the library", [&] {
+    GuardedCall("leaving the library", [&] {
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
         FTasks.Finalize();
         FManager = nullptr;
@@ -76,7 +67,7 @@ void TVEXAPodcastsMLExtension::Finalize() noexcept {
 }
 
 void TVEXAPodcastsMLExtension::Initialize(IVEXAMLDataStorageManager* manager) noexcept {
-    Done("joining the library", [&] {
+    GuardedCall("joining the library", [&] {
         FManager = manager;
         FTasks.Initialize(manager);
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Hook(this);
@@ -93,11 +84,12 @@ HResult TVEXAPodcastsMLExtension::SaveConfig(IUnknown*) noexcept {
 
 HResult TVEXAPodcastsMLExtension::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
     *fields = nullptr;
-    return Done("listing the fields", [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
+    return GuardedCall("listing the fields",
+                       [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
 }
 
 HResult TVEXAPodcastsMLExtension::GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept {
-    return Done("offering the tree", [&] {
+    return GuardedCall("offering the tree", [&] {
         TPodcastClient* const client = FClient.Get();
         if (schema != kSchemaTree || !client) return;
         const auto tree = NewObject<TVEXAPodcastsMLDataProviderGroupingTree>(client->DB());
@@ -227,7 +219,7 @@ void TVEXAPodcastsMLExtension::OpenPodcasts() {
 // ---- The host's messages ----
 
 void TVEXAPodcastsMLExtension::OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept {
-    Done("following the host's messages", [&] {
+    GuardedCall("following the host's messages", [&] {
         if (message == kMsgPlaybackStarted)
             MarkPlayedEpisode();
         else if (message == kMsgLanguageChanged)

@@ -315,7 +315,6 @@ Bool32 TVEXAMLSQLTableDataProvider::NextRow() noexcept {
     Bool32 result = kFalse;
     GuardedCall("reading rows", [&] {
         if (FRows && FRows->Next()) result = kTrue;
-        return S_OK;
     });
     return result;
 }
