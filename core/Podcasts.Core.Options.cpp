@@ -28,8 +28,12 @@ TPodcastClientOptions::TPodcastClientOptions(NotifyEvent onChange) {
     FOnChange = std::move(onChange);
 }
 
+QString TPodcastClientOptions::CacheFileNameTemplateIn(const QString& folder) {
+    return folder + u"%FeedTitle%\\%EpisodeFileName%";
+}
+
 QString TPodcastClientOptions::GetDefaultCacheFileNameTemplate() {
-    return vexa::MusicFolder() + u"Podcasts\\" + u"%FeedTitle%\\%EpisodeFileName%";
+    return CacheFileNameTemplateIn(vexa::MusicFolder() + u"Podcasts\\");
 }
 
 QString TPodcastClientOptions::CacheFileNameTemplate() const {

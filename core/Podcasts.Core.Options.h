@@ -34,7 +34,9 @@ public:
     /// Sets the defaults; `onChange` hears of later changes only.
     explicit TPodcastClientOptions(NotifyEvent onChange = {});
 
-    /// The user's music folder + "Podcasts\" + "%FeedTitle%\%EpisodeFileName%".
+    /// What names files in this folder, given with its delimiter: folder + "%FeedTitle%\%EpisodeFileName%".
+    static QString CacheFileNameTemplateIn(const QString& folder);
+    /// That of the user's music folder + "Podcasts\".
     static QString GetDefaultCacheFileNameTemplate();
 
     QString CacheFileNameTemplate() const;

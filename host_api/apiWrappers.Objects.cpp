@@ -172,13 +172,9 @@ void TVEXAPropertyList::DoReset(HResult& result) {
 
 // ---- TVEXAStreamAdapter ----
 
-namespace {
-
 QString ResourcePath(const QString& name, const QString& type) {
     return u":/" + type + u'/' + name;
 }
-
-}  // namespace
 
 void TVEXAStreamAdapter::Attach(QIODevice* source, Ownership ownership) {
     if (!source || !Accepts(*source)) throw EStreamError(QStringLiteral("Unsupported stream class"));
@@ -216,7 +212,6 @@ HResult TVEXAStreamAdapter::SetSize(std::int64_t size) noexcept {
         } else {
             throw EStreamError(QStringLiteral("The stream has no size that can be set"));
         }
-        return S_OK;
     });
 }
 
@@ -249,10 +244,7 @@ HResult TVEXAStreamAdapter::Seek(std::int64_t offset, std::int32_t mode) noexcep
 
 std::int32_t TVEXAStreamAdapter::Read(void* buffer, std::uint32_t count) noexcept {
     std::int32_t result = -1;
-    GuardedCall("reading a stream", [&] {
-        result = DoRead(buffer, count);
-        return S_OK;
-    });
+    GuardedCall("reading a stream", [&] { result = DoRead(buffer, count); });
     return result;
 }
 
@@ -269,7 +261,6 @@ HResult TVEXAStreamAdapter::Write(const void* buffer, std::uint32_t count, std::
         const qint64 result = FSource->write(static_cast<const char*>(buffer), count);
         if (result < 0) throw EStreamError(FSource->errorString());
         if (written) *written = static_cast<std::uint32_t>(result);
-        return S_OK;
     });
 }
 

@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <type_traits>
 
 class QIODevice;
 
@@ -176,9 +177,9 @@ protected:
     using ParentClass::ParentClass;
 };
 
-/// Runs `body` for a host and turns what it throws into E_UNEXPECTED, logged with `what`.
+/// Runs `body` for a host and turns what it throws into `failure`, logged with `what`. A body without a result is S_OK.
 template <class Body>
-HResult GuardedCall(const char* what, Body body) noexcept;
+HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
 
 /// An object that the host reads and writes as a property list. The host's operations ask CanProceed first, then call
 /// the virtual operation of the same name with Do in front; derived classes override those that they serve.
@@ -259,6 +260,9 @@ public:
     }
 };
 
+/// Where the toolkit finds a resource of this module, for instance ("MENUGLYPH", "PNG").
+QString ResourcePath(const QString& name, const QString& type);
+
 /// A stream of ours as a stream of the host's.
 class TVEXAStreamAdapter : public Implements<TInterfacedObjectEx, IVEXAStream> {
 public:
@@ -272,7 +276,7 @@ public:
         adapter->Attach(source, ownership);
         return adapter;
     }
-    /// A resource of this module, for instance ("MENUGLYPH", "PNG"). Throws EStreamError when there is none.
+    /// A resource of this module. Throws EStreamError when there is none.
     static Ref<TVEXAStreamAdapter> CreateFromResource(const QString& name, const QString& type);
     static bool ResourceExists(const QString& name, const QString& type);
 
@@ -305,12 +309,17 @@ private:
 void LogCaughtException(const char* what) noexcept;
 
 template <class Body>
-HResult GuardedCall(const char* what, Body body) noexcept {
+HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
     try {
-        return body();
+        if constexpr (std::is_void_v<decltype(body())>) {
+            body();
+            return S_OK;
+        } else {
+            return body();
+        }
     } catch (...) {
         LogCaughtException(what);
-        return E_UNEXPECTED;
+        return failure;
     }
 }
 

@@ -150,10 +150,7 @@ QString TVEXACustomOptionsFrame::GetPageCaption() {
 
 HResult TVEXACustomOptionsFrame::QueryCaption(IVEXAString** caption) noexcept {
     *caption = nullptr;
-    return GuardedCall("naming an options page", [&] {
-        *caption = ToHostString(GetPageCaption()).Detach();
-        return S_OK;
-    });
+    return GuardedCall("naming an options page", [&] { *caption = ToHostString(GetPageCaption()).Detach(); });
 }
 
 WindowHandle TVEXACustomOptionsFrame::CreatePage(WindowHandle parentWindow) noexcept {
@@ -181,17 +178,13 @@ WindowHandle TVEXACustomOptionsFrame::CreatePage(WindowHandle parentWindow) noex
         FForm->setGeometry(QRect(QPoint(0, 0), parent || !room.isEmpty() ? room : FForm->size()));
         FForm->setVisible(true);
         result = FForm->winId();
-        return S_OK;
     });
     if (result == 0) DestroyPage();
     return result;
 }
 
 void TVEXACustomOptionsFrame::DestroyPage() noexcept {
-    GuardedCall("removing an options page", [this] {
-        FreeForm();
-        return S_OK;
-    });
+    GuardedCall("removing an options page", [this] { FreeForm(); });
 }
 
 void TVEXACustomOptionsFrame::FreeForm() {
@@ -249,19 +242,13 @@ bool TVEXACustomOptionsFrame::SelectFirst(bool forward) {
 
 Bool32 TVEXACustomOptionsFrame::FocusFirstControl() noexcept {
     bool isFocused = false;
-    GuardedCall("focusing an options page", [&] {
-        isFocused = SelectFirst(true);
-        return S_OK;
-    });
+    GuardedCall("focusing an options page", [&] { isFocused = SelectFirst(true); });
     return isFocused ? kTrue : kFalse;
 }
 
 Bool32 TVEXACustomOptionsFrame::FocusLastControl() noexcept {
     bool isFocused = false;
-    GuardedCall("focusing an options page", [&] {
-        isFocused = SelectFirst(false);
-        return S_OK;
-    });
+    GuardedCall("focusing an options page", [&] { isFocused = SelectFirst(false); });
     return isFocused ? kTrue : kFalse;
 }
 

@@ -55,14 +55,6 @@ void RegisterHostItem(IVEXAMenuItem& hostItem) {
     HostCore()->RegisterExtension(IVEXAServiceMenuManager::IID, &hostItem);
 }
 
-template <class Body>
-bool Attempt(const char* what, Body body) noexcept {
-    return Succeeded(GuardedCall(what, [&] {
-        body();
-        return S_OK;
-    }));
-}
-
 }  // namespace
 
 // ---- TVEXAUICustomMenuItem ----
@@ -129,7 +121,7 @@ void TVEXAUICustomMenuItem::OnExecute(IUnknown* data) noexcept {
         Execute(data);
     } catch (...) {
         LogCaughtException("a menu command");
-        Attempt("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
+        GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
     }
 }
 
@@ -152,9 +144,9 @@ void TVEXAUICustomMenuItemController::OnExecute(IUnknown*) noexcept {
 
 void TVEXAUICustomMenuItemController::Refresh() noexcept {
     FIsAvailable = false;
-    Attempt("looking at what is selected", [this] { FIsAvailable = CheckAvailability(); });
+    GuardedCall("looking at what is selected", [this] { FIsAvailable = CheckAvailability(); });
     // One item's failure leaves the others as they should be.
-    for (TVEXAUICustomMenuItem* item : FItems) Attempt("updating a menu item", [&] { UpdateItem(*item); });
+    for (TVEXAUICustomMenuItem* item : FItems) GuardedCall("updating a menu item", [&] { UpdateItem(*item); });
 }
 
 void TVEXAUICustomMenuItemController::UpdateItem(TVEXAUICustomMenuItem& item) {

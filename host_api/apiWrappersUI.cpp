@@ -21,7 +21,6 @@ void TVEXAUINotifyEventAdapter::OnExecute(IUnknown* data) noexcept {
 void TVEXAUINotifyEventAdapter::Call(IUnknown* sender) noexcept {
     GuardedCall("an event", [&] {
         if (FEvent) FEvent(sender);
-        return S_OK;
     });
 }
 

@@ -68,7 +68,7 @@ public:
             } catch (const std::exception& error) {
                 LogCaughtException("a menu command");
                 const QString reason = QString::fromUtf8(error.what());
-                GuardedCall("showing an error", [&] { return Tell([&] { return reason; }), S_OK; });
+                GuardedCall("showing an error", [&] { Tell([&] { return reason; }); });
             } catch (...) {
                 LogCaughtException("a menu command");
             }

@@ -44,7 +44,7 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     imIcon->setObjectName(QStringLiteral("imIcon"));
     QIcon glyph;
     for (const char* const name : {"QUESTION", "QUESTION192"})
-        glyph.addFile(QStringLiteral(":/PNG/") + QLatin1String(name));
+        glyph.addFile(ResourcePath(QLatin1String(name), QStringLiteral("PNG")));
     imIcon->setPixmap(glyph.pixmap(QSize(kIconSize, kIconSize), devicePixelRatioF()));
     imIcon->setFixedSize(kIconSize, kIconSize);
 

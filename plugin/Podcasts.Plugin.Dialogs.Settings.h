@@ -33,6 +33,7 @@ public:
     void Reset();
 
 private:
+    void Show(const TPodcastClientOptions& options);
     void LayOut();
     QLayout* LayOutPath();
 

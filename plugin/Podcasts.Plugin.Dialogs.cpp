@@ -37,7 +37,7 @@ QString Plain(const QString& text) {
 QIcon MainIcon() {
     QIcon icon;
     for (const char* const size : {"", "16", "24", "32", "48"})
-        icon.addFile(QStringLiteral(":/ICON/MAINICON") + QLatin1String(size));
+        icon.addFile(ResourcePath(QStringLiteral("MAINICON") + QLatin1String(size), QStringLiteral("ICON")));
     return icon;
 }
 

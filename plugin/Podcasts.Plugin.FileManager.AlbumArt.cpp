@@ -106,7 +106,8 @@ HResult TVEXAPodcastsAlbumArtProvider::GetAlbumArt(const QString& address, IVEXA
 HResult TVEXAPodcastsAlbumArtProvider::QueryAlbumArt(IVEXAString* address, IVEXAString*, IVEXAString*,
                                                      IVEXAPropertyList*, IVEXAImageContainer** image) noexcept {
     *image = nullptr;
-    return GuardedCall("looking for a podcast's logo", [&] { return GetAlbumArt(FromHostString(address), image); });
+    return GuardedCall(
+        "looking for a podcast's logo", [&] { return GetAlbumArt(FromHostString(address), image); }, E_FAIL);
 }
 
 std::int32_t TVEXAPodcastsAlbumArtProvider::QueryProviderCategory() noexcept {

@@ -161,7 +161,7 @@ HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t f
 }
 
 HResult TVEXAPodcastsFileManager::QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept {
-    return GuardedCall("describing a podcast episode", [&] {
+    const auto describe = [&] {
         const auto resolved = ResolveEpisode(FromHostString(file));
         if (!resolved) return E_FAIL;
         if (const QString localFile = resolved->LocalFileName(); !localFile.isEmpty()) {
@@ -182,7 +182,8 @@ HResult TVEXAPodcastsFileManager::QueryFileInfo(IVEXAString* file, IVEXAFileInfo
         write(IVEXAFileInfo::Copyright, feed.Fields[pffCopyright]);
         write(IVEXAFileInfo::Genre, feed.Fields[pffCategory]);
         return S_OK;
-    });
+    };
+    return GuardedCall("describing a podcast episode", describe, E_FAIL);
 }
 
 // ---- TVEXAPodcastsFileSystem ----
@@ -200,20 +201,22 @@ Ref<IUnknown> TVEXAPodcastsFileSystem::DoGetValueAsObject(std::int32_t propertyI
 }
 
 HResult TVEXAPodcastsFileSystem::CanOpenFolder(IVEXAString* address) noexcept {
-    return GuardedCall("looking for an episode's file", [&] {
+    const auto look = [&] {
         const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(address));
         return resolved && !resolved->LocalFileName().isEmpty() ? S_OK : E_FAIL;
-    });
+    };
+    return GuardedCall("looking for an episode's file", look, E_FAIL);
 }
 
 HResult TVEXAPodcastsFileSystem::OpenFolder(IVEXAString* address) noexcept {
-    return GuardedCall("showing an episode's file", [&] {
+    const auto show = [&] {
         QString fileName;
         // The desktop may take its time, for which the client need not wait.
         if (const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(address)))
             fileName = resolved->LocalFileName();
         return !fileName.isEmpty() && ShowInFolder(fileName) ? S_OK : E_FAIL;
-    });
+    };
+    return GuardedCall("showing an episode's file", show, E_FAIL);
 }
 
 }  // namespace podcasts

@@ -74,10 +74,7 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
     if (IsAnyRunning) return E_UNEXPECTED;
     TVEXACustomPlugin::Initialize(core);
     IsAnyRunning = FIsRunning = true;
-    const HResult result = GuardedCall("starting the podcasts", [this] {
-        Start();
-        return S_OK;
-    });
+    const HResult result = GuardedCall("starting the podcasts", [this] { Start(); });
     if (Failed(result)) Stop();
     return result;
 }
@@ -101,7 +98,6 @@ void TVEXAPodcastsPlugin::Finalize() noexcept {
         GuardedCall("saving the podcasts' options", [this] {
             ReloadOptions();
             SaveSettings();
-            return S_OK;
         });
     }
     Stop();
@@ -109,16 +105,10 @@ void TVEXAPodcastsPlugin::Finalize() noexcept {
 
 void TVEXAPodcastsPlugin::Stop() noexcept {
     if (!FIsRunning) return;
-    const auto step = [](const char* what, auto body) {
-        GuardedCall(what, [&] {
-            body();
-            return S_OK;
-        });
-    };
     FAreSettingsLoaded = false;
-    step("letting go of the options page", [this] { FOptionsFrame = nullptr; });
-    step("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
-    step("closing the podcasts", [this] { FClient.reset(); });
+    GuardedCall("letting go of the options page", [this] { FOptionsFrame = nullptr; });
+    GuardedCall("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
+    GuardedCall("closing the podcasts", [this] { FClient.reset(); });
     TVEXACustomPlugin::Finalize();
     IsAnyRunning = FIsRunning = false;
 }

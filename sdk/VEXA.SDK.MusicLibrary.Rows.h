@@ -130,7 +130,8 @@ struct IVEXAMLGroupFilter : IVEXAPropertyList {
     virtual HResult Delete(std::int32_t index) noexcept = 0;
     /// 19
     virtual std::int32_t GetChildCount() noexcept = 0;
-    /// 20: As IVEXAMLGroupFilter, IVEXAMLFieldFilter or IVEXAMLArrayFieldFilter; E_NOINTERFACE when it is another.
+    /// 20: As IUnknown, or as what it is: IVEXAMLGroupFilter, IVEXAMLFieldFilter or IVEXAMLArrayFieldFilter;
+    /// E_NOINTERFACE when it is another.
     virtual HResult GetChild(std::int32_t index, const Guid& iid, void** child) noexcept = 0;
 
 protected:
@@ -195,7 +196,7 @@ struct IVEXAMLDataProvider : IUnknown {
     static constexpr Guid IID = ParseGuid("{915D2F5F-5173-4EA8-AB85-F3C2B023CEA2}");
 
     /// 3: `fields` holds names as IVEXAString. `data` offers IVEXAMLDataProviderSelection unless there is no row.
-    /// E_FAIL when the filter cannot be answered.
+    /// Fails when the filter cannot be answered.
     virtual HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept = 0;
 
 protected:

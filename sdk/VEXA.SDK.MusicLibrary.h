@@ -3,7 +3,7 @@
 //
 // A storage is an extension of the music-library service. It names its fields, and gives rows for a list of fields and
 // a filter (VEXA.SDK.MusicLibrary.Rows.h), and nodes for its trees. The host asks for rows by range on a reader thread
-// of its own; everything else on the main thread.
+// of its own, everything else on the main thread unless said.
 
 #include "VEXA.SDK.Files.h"
 #include "VEXA.SDK.MusicLibrary.Rows.h"

@@ -38,10 +38,7 @@ TVEXAPodcastsMLDataProviderGroupingTreeSelection::TVEXAPodcastsMLDataProviderGro
 
 HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetDisplayValue(IVEXAString** text) noexcept {
     *text = nullptr;
-    return GuardedCall("reading a node", [&] {
-        *text = ToHostString(Node().DisplayValue).Detach();
-        return S_OK;
-    });
+    return GuardedCall("reading a node", [&] { *text = ToHostString(Node().DisplayValue).Detach(); });
 }
 
 std::uint32_t TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetFlags() noexcept {
@@ -58,7 +55,6 @@ HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetValue(IVEXAString**
     return GuardedCall("reading a node", [&] {
         *value = ToVariant(Node().Value);
         *field = Ref(FFieldName).Detach();
-        return S_OK;
     });
 }
 
@@ -122,7 +118,6 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::AddSelectionConditions(
             const Variant none{};
             RaiseIfFailed(filter->Add(field.Get(), &value, &none, IVEXAMLFieldFilter::Equals, nullptr));
         }
-        return S_OK;
     });
 }
 
@@ -133,7 +128,7 @@ std::uint32_t TVEXAPodcastsMLDataProviderGroupingTree::GetCapabilities() noexcep
 HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
     IVEXAMLGroupingTreeSelection* selection, IVEXAMLGroupingTreeDataProviderSelection** nodes) noexcept {
     *nodes = nullptr;
-    try {
+    const auto list = [&] {
         Ref<IVEXAString> field;
         Variant first;
         if (Failed(selection->GetValue(0, field.Put(), &first)))
@@ -150,10 +145,8 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
         if (data->empty()) return E_FAIL;  // a node without children: nothing to log
         *nodes = NewObject<TVEXAPodcastsMLDataProviderGroupingTreeSelection>(std::move(data)).Detach();
         return S_OK;
-    } catch (...) {
-        LogCaughtException("listing the nodes of the tree");
-        return E_FAIL;
-    }
+    };
+    return GuardedCall("listing the nodes of the tree", list, E_FAIL);
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTree::GetFieldForAlphabeticIndex(IVEXAString** field) noexcept {

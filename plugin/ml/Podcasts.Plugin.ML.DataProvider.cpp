@@ -82,7 +82,6 @@ const char16_t* TVEXAPodcastsStateFieldDisplayValue::GetDisplayValue(const Varia
         FText = LocalizedTextPart(QStringLiteral("Podcasts\\MSG7"), VariantToInt32(*value));
         *length = static_cast<std::int32_t>(FText.size());
         result = reinterpret_cast<const char16_t*>(FText.utf16());
-        return S_OK;
     });
     return result;
 }

@@ -16,9 +16,11 @@ const QString kFeedSearch = QStringLiteral("SEARCH PodcastFeeds USING INTEGER PR
 const QString kTableScan = QStringLiteral("SCAN PodcastEpisodes");
 const QString kOfFeed = QStringLiteral("PodcastEpisodes.FeedID IN (SELECT FeedID FROM PodcastFeeds WHERE URLFeed =");
 const QString kSort = QStringLiteral("USE TEMP B-TREE FOR ORDER BY");
-const QString kDateIndexes[] = {
-    QStringLiteral("PodcastEpisodesByDate"), QStringLiteral("PodcastEpisodesByStateAndDate"),
-    QStringLiteral("PodcastEpisodesByFeedAndDate"), QStringLiteral("PodcastEpisodesByFeedAndState")};
+const QString kStateAndDateIndex = QStringLiteral("PodcastEpisodesByStateAndDate");
+// Whose entries come by date within whatever conditions hold to one value.
+const QString kDateIndexes[] = {QStringLiteral("PodcastEpisodesByDate"), kStateAndDateIndex,
+                                QStringLiteral("PodcastEpisodesByFeedAndDate"),
+                                QStringLiteral("PodcastEpisodesByFeedAndState")};
 
 QStringList ExplainPlan(SqliteReader& reader, const QString& sql) {
     QStringList lines;
@@ -57,7 +59,7 @@ std::optional<QString> TotalOrder(const TVEXAPodcastsMLStatement& statement, con
     if (column == u"PublishDate" &&
         std::find(std::begin(kDateIndexes), std::end(kDateIndexes), index) != std::end(kDateIndexes))
         return QString(statement.Order + u", PodcastEpisodes.rowid" + direction);
-    if (column == u"State" && index == kDateIndexes[1])
+    if (column == u"State" && index == kStateAndDateIndex)
         return QString(statement.Order + u", PublishDate" + direction + u", PodcastEpisodes.rowid" + direction);
     return {};
 }

@@ -22,18 +22,9 @@ const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
 const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
 
-QByteArray ResourceBytes(const QString& name, const QString& type) {
-    QFile file(u":/" + type + u'/' + name);
+QByteArray TrayIconBytes() {
+    QFile file(ResourcePath(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// Runs `body` and answers S_OK, or E_UNEXPECTED when it throws.
-template <class Body>
-HResult Done(const char* what, Body body) noexcept {
-    return GuardedCall(what, [&] {
-        body();
-        return S_OK;
-    });
 }
 
 }  // namespace
@@ -67,7 +58,7 @@ void TVEXAPodcastsMLExtension::DoGetValueAsInt32(std::int32_t propertyID, std::i
 // ---- The storage ----
 
 void TVEXAPodcastsMLExtension::Finalize() noexcept {
-    Done("leaving the library", [&] {
+    GuardedCall("leaving the library", [&] {
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
         FTasks.Finalize();
         FManager = nullptr;
@@ -76,7 +67,7 @@ void TVEXAPodcastsMLExtension::Finalize() noexcept {
 }
 
 void TVEXAPodcastsMLExtension::Initialize(IVEXAMLDataStorageManager* manager) noexcept {
-    Done("joining the library", [&] {
+    GuardedCall("joining the library", [&] {
         FManager = manager;
         FTasks.Initialize(manager);
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Hook(this);
@@ -93,11 +84,12 @@ HResult TVEXAPodcastsMLExtension::SaveConfig(IUnknown*) noexcept {
 
 HResult TVEXAPodcastsMLExtension::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
     *fields = nullptr;
-    return Done("listing the fields", [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
+    return GuardedCall("listing the fields",
+                       [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
 }
 
 HResult TVEXAPodcastsMLExtension::GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept {
-    return Done("offering the tree", [&] {
+    return GuardedCall("offering the tree", [&] {
         TPodcastClient* const client = FClient.Get();
         if (schema != kSchemaTree || !client) return;
         const auto tree = NewObject<TVEXAPodcastsMLDataProviderGroupingTree>(client->DB());
@@ -118,7 +110,7 @@ HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFi
         // own.
         const auto provider = statement.Count > 0
                                   ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(client->DB(), statement))
-                                  : NewObject<TVEXAMLSQLTableDataProvider>(std::as_const(client->DB()), statement.SQL);
+                                  : NewObject<TVEXAMLSQLTableDataProvider>(client->DB(), statement.SQL);
         *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
         return S_OK;
     });
@@ -127,7 +119,7 @@ HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFi
 HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Variant* values, IVEXAPropertyList*,
                                               IVEXAImageContainer** image) noexcept {
     *image = nullptr;
-    return GuardedCall("looking for an episode's picture", [&] {
+    const auto lookUp = [&] {
         const std::int32_t count = fields->GetCount();
         for (std::int32_t i = 0; i < count; ++i) {
             Ref<IVEXAString> name;
@@ -136,14 +128,15 @@ HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Var
                 return TVEXAPodcastsAlbumArtProvider::GetAlbumArt(VariantToText(values[i]), image);
         }
         return E_FAIL;
-    });
+    };
+    return GuardedCall("looking for an episode's picture", lookUp, E_FAIL);
 }
 
 HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                                        IVEXAMLGroupingTreeSelection** selection) noexcept {
     *filter = nullptr;
     *selection = nullptr;
-    return GuardedCall("finding an episode in the library", [&] {
+    const auto find = [&] {
         Ref<IVEXAString> fileName;
         if (!info || Failed(info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, fileName.PutVoid())))
             return E_NOINTERFACE;
@@ -151,7 +144,8 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
         if (!resolved) return E_NOINTERFACE;
         *selection = TVEXAPodcastsMLGroupingTreeSelection::ForFeed(*resolved->Feed).Detach();
         return S_OK;
-    });
+    };
+    return GuardedCall("finding an episode in the library", find, E_NOINTERFACE);
 }
 
 HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
@@ -203,7 +197,7 @@ void TVEXAPodcastsMLExtension::DataChanged() {
 void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::function<void()> onClick) {
     if (!FTrayIcon) {
         FTrayIcon = std::make_unique<NotificationIcon>();
-        FTrayIcon->SetIcon(ResourceBytes(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
+        FTrayIcon->SetIcon(TrayIconBytes());
     }
     FTrayIcon->SetOnClick(std::move(onClick));
     FTrayIcon->SetVisible(true);
@@ -225,7 +219,7 @@ void TVEXAPodcastsMLExtension::OpenPodcasts() {
 // ---- The host's messages ----
 
 void TVEXAPodcastsMLExtension::OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept {
-    Done("following the host's messages", [&] {
+    GuardedCall("following the host's messages", [&] {
         if (message == kMsgPlaybackStarted)
             MarkPlayedEpisode();
         else if (message == kMsgLanguageChanged)

@@ -1,6 +1,5 @@
 #include "apiWrappers.SQL.h"
 
-#include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <algorithm>
@@ -20,7 +19,7 @@ TVEXAMLSQLAdapter::FieldMap& SharedFieldMap() {
 
 bool IsIdentifier(const QString& name) {
     const auto isLetter = [](QChar c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_'; };
-    return !name.isEmpty() && isLetter(name[0]) &&
+    return isLetter(name[0]) &&
            std::all_of(name.begin(), name.end(), [&](QChar c) { return isLetter(c) || (c >= u'0' && c <= u'9'); });
 }
 
@@ -65,7 +64,8 @@ TVEXAMLSQLAdapter::TVEXAMLSQLAdapter(InitializeFieldMapFunction initialize) {
 
 QString TVEXAMLSQLAdapter::MapField(const QString& field) const {
     if (const auto found = SharedFieldMap().constFind(field); found != SharedFieldMap().constEnd()) return *found;
-    if (!IsIdentifier(field)) throw std::invalid_argument('"' + field.toStdString() + "\" is no name of a field");
+    if (!field.isEmpty() && !IsIdentifier(field))
+        throw std::invalid_argument('"' + field.toStdString() + "\" is no name of a field");
     return field;
 }
 
@@ -315,7 +315,6 @@ Bool32 TVEXAMLSQLTableDataProvider::NextRow() noexcept {
     Bool32 result = kFalse;
     GuardedCall("reading rows", [&] {
         if (FRows && FRows->Next()) result = kTrue;
-        return S_OK;
     });
     return result;
 }

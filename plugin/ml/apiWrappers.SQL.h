@@ -35,8 +35,8 @@ public:
     void AddSelectList(IVEXAObjectList* fields);
     void Append(const QString& text) { FText += text; }
 
-    /// The expression of a field: empty for one that has no column. Throws std::invalid_argument for a name that is no
-    /// SQL identifier, since it would become a part of the statement.
+    /// The expression of a field: empty for one that has no column, as for no name. Throws std::invalid_argument for a
+    /// name that is no SQL identifier, since it would become a part of the statement.
     QString MapField(const QString& field) const;
     QString ToString() const { return FText; }
 

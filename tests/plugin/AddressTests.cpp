@@ -2,7 +2,9 @@
 
 #include "FileInfo.h"
 #include "HostFixture.h"
+#include "Library.h"
 #include "LoopbackServer.h"
+#include "ObjectList.h"
 #include "PlainSqlite.h"
 #include "Podcasts.Core.DB.h"
 
@@ -200,12 +202,33 @@ TEST_F(Addresses, ALogoThatCannotBeHadIsAskedForAgain) {
 }
 
 TEST_F(Addresses, NothingThrownReachesTheHost) {
-    PlainSqlite(Profile.File("Podcasts.db")).Run("DROP TABLE PodcastFeeds");
+    const QString address = "podcast://h/abc.wav";
+    const host::LibraryStorage storage(Host.Library());
     const Ref<host::FileInfo> info(new host::FileInfo);
-    EXPECT_TRUE(Failed(Info("podcast://h/abc.wav", *info)));
-    EXPECT_EQ(Open("podcast://h/abc.wav"), E_UNEXPECTED);
-    EXPECT_TRUE(Failed(Art()));
-    EXPECT_EQ(Host.Player().Play(host::MakeString("podcast://h/abc.wav").Get(), nullptr), E_UNEXPECTED);
+    info->SetValueAsObject(IVEXAFileInfo::FileName, host::MakeString(address).Get());
+    const auto find = [&] {
+        Ref<IVEXAMLDataFilter> rows;
+        Ref<IVEXAMLGroupingTreeSelection> node;
+        return storage.Offered<IVEXAMLDataStorageCommandFindInLibrary>()->Find(info.Get(), rows.Put(), node.Put());
+    };
+    const auto picture = [&] {
+        Ref<IVEXAImageContainer> image;
+        Variant value;
+        value.Type = VariantType::Text;
+        value.Text = host::MakeString(address);
+        return storage.Offered<IVEXAMLAlbumArtProvider>()->GetAlbumArt(host::MakeStringList({"filename"}).Get(), &value,
+                                                                       nullptr, image.Put());
+    };
+    Server.Serve("/logo", Response::Of(Png(8), "image/png"));
+    EXPECT_EQ(find(), S_OK);
+    EXPECT_EQ(picture(), S_OK);
+    PlainSqlite(Profile.File("Podcasts.db")).Run("DROP TABLE PodcastFeeds");
+    EXPECT_EQ(find(), E_NOINTERFACE);
+    EXPECT_EQ(picture(), E_FAIL);
+    EXPECT_EQ(Info(address, *info), E_FAIL);
+    EXPECT_EQ(Art(), E_FAIL);
+    EXPECT_EQ(Open(address), E_UNEXPECTED);
+    EXPECT_EQ(Host.Player().Play(host::MakeString(address).Get(), nullptr), E_UNEXPECTED);
 }
 
 }  // namespace

@@ -40,8 +40,8 @@ TEST_F(FilterTest, StatementsReadAsAgreed) {
               "SELECT Title, Name FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = "
               "PodcastFeeds.FeedID) AND (State = '1') AND ((UPPER(Title) LIKE '%NEWS%') OR (UPPER(Name) LIKE "
               "'%NEWS%')) ORDER BY PublishDate DESC LIMIT 0, 100;");
-    // The hidden field has no column, and the address is not searched.
-    const QString sql = Builder::BuildQuery(List({"ID", "Node", "FileName", "Title"}).Get(), Filter.Get());
+    // The hidden field has no column, nor has what has no name; and the address is not searched.
+    const QString sql = Builder::BuildQuery(List({"ID", "Node", "FileName", "", "Title"}).Get(), Filter.Get());
     EXPECT_TRUE(sql.startsWith("SELECT URI, URI, Title FROM ")) << sql.toStdString();
     EXPECT_EQ(sql.count("UPPER("), 1);
 }
@@ -108,7 +108,9 @@ TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
 }
 
 TEST_F(FilterTest, NamesThatAreNoColumnsNeverReachTheDatabase) {
-    for (const char* name : {"", "Title; DROP TABLE PodcastFeeds", "Title)--", "1", "a b", "Titel\"", "é"}) {
+    Add(*Filter, "", "x");
+    EXPECT_THROW(Built(true), std::invalid_argument);
+    for (const char* name : {"Title; DROP TABLE PodcastFeeds", "Title)--", "1", "a b", "Titel\"", "é"}) {
         Filter->Clear();
         Add(*Filter, name, "x");
         EXPECT_THROW(Built(true), std::invalid_argument) << name;
