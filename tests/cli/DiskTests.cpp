@@ -1,5 +1,6 @@
 // A disk that takes no more, and folders that may not be written to.
 
+#include "FileSizeLimit.h"
 #include "Program.h"
 
 #include <QDir>
@@ -30,6 +31,7 @@ protected:
 };
 
 TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
+    if (!tests::kCanLimitFileSize) GTEST_SKIP();
     const FolderServer server;
     const QString address = WriteFeed(server, "A", 40), other = WriteFeed(server, "B", 30);
     ASSERT_EQ(Run("subscribe " + address).Status, 0);

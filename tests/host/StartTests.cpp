@@ -1,6 +1,7 @@
 // The window's program from outside: what it is given at its start, and how it ends. Each test starts the built
 // program, whose windows are drawn in memory.
 
+#include "FileSizeLimit.h"
 #include "TempFolder.h"
 #include "Texts.h"
 #include "Waiting.h"
@@ -184,6 +185,7 @@ TEST_F(Window, AProfileThatCannotBeWrittenIsSaidAndLeftAsItIs) {
     };
     for (const auto& [shell, profile] : cases) {
         SCOPED_TRACE(profile.toStdString());
+        if (!tests::kCanLimitFileSize && shell.startsWith(u"ulimit")) continue;
         Start program(Environment, {"-c", shell, "sh", VEXA, "--language", "English", "--profile", profile}, {}, "sh");
         ASSERT_TRUE(WaitUntil([&] { return program.Error.contains("no files can be written in " + profile); }))
             << program.Error.toStdString();
