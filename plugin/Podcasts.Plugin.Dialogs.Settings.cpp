@@ -1,6 +1,7 @@
 #include "Podcasts.Plugin.Dialogs.Settings.h"
 
 #include "Podcasts.Plugin.Dialogs.h"
+#include "VEXA.Runtime.Files.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -254,8 +255,11 @@ void TfrmPodcastsSettings::edDownloadPathButtons0Click() {
     if (!browser.ExecuteOK()) return;
     const QString folder = QDir::toNativeSeparators(browser->selectedFiles().value(0));
     if (folder.isEmpty()) return;
-    const QString delimiter = folder.endsWith(QDir::separator()) ? QString() : QString(QDir::separator());
-    edDownloadPath->setText(folder + delimiter + kTemplateInFolder);
+    {
+        const QSignalBlocker isToldBelow(edDownloadPath);
+        edDownloadPath->setText(WithTrailingDelimiter(folder) + kTemplateInFolder);
+    }
+    ModifiedHandler();
 }
 
 void TfrmPodcastsSettings::edDownloadPathButtons1Click() {
