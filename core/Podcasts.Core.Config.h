@@ -1,6 +1,7 @@
 #pragma once
-// The configuration keys under "Podcasts\": their names, kinds, defaults and orders, once. The host's configuration
-// service and the profile's Settings.ini both fill the small interface below.
+// The configuration keys under "Podcasts\": their names, kinds and orders, once. A key that is missing counts as the
+// option's default. The host's configuration service and the profile's Settings.ini both fill the small interface
+// below.
 
 #include <QString>
 

@@ -169,16 +169,16 @@ QString LocalizedText(const QString& key) {
     return FromHostString(text.Get());
 }
 
-QString FormatText(QString format, const QString& value) {
-    const auto placeholder = format.indexOf(QLatin1String("%s"));
-    return placeholder < 0 ? format : format.replace(placeholder, 2, value);
-}
-
 QString LocalizedTextPart(const QString& key, int part) {
     const auto service = HostService<IVEXAServiceLanguage>();
     Ref<IVEXAString> text;
     if (!service || Failed(service->GetValuePart(ToHostString(key).Get(), part, text.Put()))) return {};
     return FromHostString(text.Get());
+}
+
+QString FormatText(QString format, const QString& value) {
+    const auto placeholder = format.indexOf(QLatin1String("%s"));
+    return placeholder < 0 ? format : format.replace(placeholder, 2, value);
 }
 
 std::int32_t ReadPropertyInt32(IVEXAPropertyList* list, std::int32_t id, std::int32_t defaultValue) noexcept {
@@ -259,14 +259,22 @@ void TVEXAServiceConfig::WriteString(const QString& keyPath, const QString& valu
     FService->SetValueAsString(ToHostString(keyPath).Get(), ToHostString(value).Get());
 }
 
-void LogCaughtException(const char* what) noexcept {
+QString CaughtMessage() {
     try {
         throw;
     } catch (const std::exception& error) {
-        qCWarning(LogPlugin).noquote() << what << "failed:" << error.what();
+        return QString::fromUtf8(error.what());
     } catch (...) {
-        qCWarning(LogPlugin).noquote() << what << "failed for an unknown reason";
+        return {};
     }
+}
+
+void LogCaughtException(const char* what) noexcept {
+    const QString message = CaughtMessage();
+    if (message.isEmpty())
+        qCWarning(LogPlugin).noquote() << what << "failed for an unknown reason";
+    else
+        qCWarning(LogPlugin).noquote() << what << "failed:" << message;
 }
 
 }  // namespace vexa

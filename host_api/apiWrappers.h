@@ -81,10 +81,10 @@ std::int64_t VariantToInt64(const Variant& value);
 
 /// The text of the user's language for a key such as "Podcasts\Caption"; empty when there is none.
 QString LocalizedText(const QString& key);
-/// `format` with its first "%s" replaced by `value`, in which nothing is taken for a placeholder.
-QString FormatText(QString format, const QString& value);
 /// One of the parts that the key's value holds, counted from 0.
 QString LocalizedTextPart(const QString& key, int part);
+/// `format` with its first "%s" replaced by `value`, in which nothing is taken for a placeholder.
+QString FormatText(QString format, const QString& value);
 
 // ---- Property lists ----
 
@@ -305,7 +305,9 @@ private:
     Ownership FOwnership = Ownership::Borrowed;
 };
 
-/// Writes a warning that `what` failed, with the message of the exception that is being handled.
+/// The message of the exception that is being handled; empty when it has none.
+QString CaughtMessage();
+/// Writes a warning that `what` failed, with that message.
 void LogCaughtException(const char* what) noexcept;
 
 template <class Body>

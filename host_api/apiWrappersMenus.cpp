@@ -12,17 +12,6 @@ constexpr int kPlainDPI = 96;
 constexpr int kGlyphDPIs[] = {120, 144, 168, 192};
 const QString kGlyphType = QStringLiteral("PNG");
 
-/// The message of the exception that is being handled.
-QString CaughtMessage() {
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        return QString::fromUtf8(error.what());
-    } catch (...) {
-        return {};
-    }
-}
-
 /// The sharpest one that is not too large.
 QString GlyphResource(const QString& name, int dpi) {
     QString result = name;

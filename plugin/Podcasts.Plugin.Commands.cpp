@@ -65,12 +65,10 @@ public:
         while (const TPodcastsCommandWork work = Waiting.Next()) {
             try {
                 work(*FClient.Get());
-            } catch (const std::exception& error) {
-                LogCaughtException("a menu command");
-                const QString reason = QString::fromUtf8(error.what());
-                GuardedCall("showing an error", [&] { Tell([&] { return reason; }); });
             } catch (...) {
                 LogCaughtException("a menu command");
+                const QString reason = CaughtMessage();
+                GuardedCall("showing an error", [&] { Tell([&] { return reason; }); });
             }
         }
     }

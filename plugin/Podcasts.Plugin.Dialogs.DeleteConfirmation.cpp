@@ -8,6 +8,7 @@
 #include <QIcon>
 #include <QLabel>
 #include <QPushButton>
+#include <QShowEvent>
 
 #include <algorithm>
 
@@ -107,7 +108,7 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
 
 void TfrmPodcastDeleteConfirmation::showEvent(QShowEvent* event) {
     TPodcastsCustomForm::showEvent(event);
-    QApplication::beep();
+    if (!event->spontaneous()) QApplication::beep();
 }
 
 }  // namespace podcasts

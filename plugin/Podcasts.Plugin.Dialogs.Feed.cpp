@@ -38,6 +38,10 @@ QString TextOf(const QMimeData& data) {
     return urls.size() == 1 && urls[0].isLocalFile() ? urls[0].toLocalFile() : data.text();
 }
 
+void ShowAlreadySubscribed(QWidget* owner) {
+    ShowMessageBox(owner, QMessageBox::Warning, LocalizedText(QStringLiteral("Podcasts\\MSG1")));
+}
+
 /// What is dropped on a control, in place of what the control itself takes.
 class DropTarget final : public QObject {
 public:
@@ -112,7 +116,9 @@ void TfrmPodcastFeed::Subscribe(WindowHandle owner, TPodcastClient& client) {
     const Link<TPodcastClient> link(client.Links());
     TOpenDialog<TfrmPodcastFeed> dialog(owner, client);
     if (!dialog.ExecuteOK() || !dialog->FFeed) return;
-    if (TPodcastClient* const present = link.Get()) present->Subscribe(*dialog->FFeed);
+    TPodcastClient* const present = link.Get();
+    // Somebody else may have subscribed while the document was on its way, and have heard or downloaded episodes since.
+    if (present && !present->SubscribeNew(*dialog->FFeed)) ShowAlreadySubscribed(dialog->parentWidget());
 }
 
 void TfrmPodcastFeed::Edit(WindowHandle owner, TPodcastClient& client, const QString& feedURL) {
@@ -219,8 +225,7 @@ void TfrmPodcastFeed::btnOKClick() {
     TPodcastClient* const client = FClient.Get();
     if (!client) return reject();
     const QString location = Location();
-    if (location != FEditedURL && client->IsSubscribed(location))
-        return ShowMessageBox(this, QMessageBox::Warning, LocalizedText(QStringLiteral("Podcasts\\MSG1")));
+    if (location != FEditedURL && client->IsSubscribed(location)) return ShowAlreadySubscribed(this);
     if (!FEditedURL.isEmpty()) return accept();
     DownloadFeed(location);
     UpdateControls();

@@ -1,6 +1,7 @@
 #include "Podcasts.Plugin.Dialogs.Settings.h"
 
 #include "Podcasts.Plugin.Dialogs.h"
+#include "VEXA.Runtime.Files.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -199,10 +200,10 @@ void TfrmPodcastsSettings::Load() {
     TPodcastClient* const client = FClient.Get();
     if (!client) return;
     const QSignalBlocker isNoChange(edDownloadPath);
-    Show(client->Options());
+    ShowOptions(client->Options());
 }
 
-void TfrmPodcastsSettings::Show(const TPodcastClientOptions& options) {
+void TfrmPodcastsSettings::ShowOptions(const TPodcastClientOptions& options) {
     CB1->setChecked(options.CheckUpdatesOnStartup());
     CB2->setChecked(options.DownloadNewEpisodesAutomatically());
     CB3->setChecked(options.ShowNotifications());
@@ -224,7 +225,7 @@ void TfrmPodcastsSettings::Save() {
 }
 
 void TfrmPodcastsSettings::Reset() {
-    Show(TPodcastClientOptions());
+    ShowOptions(TPodcastClientOptions());
 }
 
 void TfrmPodcastsSettings::Localize() {
@@ -253,8 +254,11 @@ void TfrmPodcastsSettings::edDownloadPathButtons0Click() {
     if (!browser.ExecuteOK()) return;
     const QString folder = QDir::toNativeSeparators(browser->selectedFiles().value(0));
     if (folder.isEmpty()) return;
-    const QString delimiter = folder.endsWith(QDir::separator()) ? QString() : QString(QDir::separator());
-    edDownloadPath->setText(TPodcastClientOptions::CacheFileNameTemplateIn(folder + delimiter));
+    {
+        const QSignalBlocker isToldBelow(edDownloadPath);
+        edDownloadPath->setText(TPodcastClientOptions::CacheFileNameTemplateIn(WithTrailingDelimiter(folder)));
+    }
+    ModifiedHandler();
 }
 
 void TfrmPodcastsSettings::edDownloadPathButtons1Click() {

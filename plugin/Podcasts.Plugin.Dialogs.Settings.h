@@ -33,9 +33,9 @@ public:
     void Reset();
 
 private:
-    void Show(const TPodcastClientOptions& options);
     void LayOut();
     QLayout* LayOutPath();
+    void ShowOptions(const TPodcastClientOptions& options);
 
     /// Tells the host that there is something to apply.
     void ModifiedHandler();

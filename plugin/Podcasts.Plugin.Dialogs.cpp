@@ -87,13 +87,7 @@ void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text)
 void ReportCaughtException(QWidget* owner) noexcept {
     LogCaughtException("a dialog's command");
     try {
-        QString reason;
-        try {
-            throw;
-        } catch (const std::exception& error) {
-            reason = QString::fromUtf8(error.what());
-        }
-        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(reason, kLongestMessage));
+        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kLongestMessage));
     } catch (...) {
         // There is nothing left to tell it with; it is in the log.
     }

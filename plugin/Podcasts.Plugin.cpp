@@ -4,8 +4,7 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"
-
-#include <QDir>
+#include "VEXA.Runtime.Files.h"
 
 namespace podcasts {
 
@@ -19,10 +18,6 @@ QString ProfileFolder() {
     Ref<IVEXAString> path;
     RaiseIfFailed(HostCore()->GetPath(IVEXACore::PathProfile, path.Put()));
     return FromHostString(path.Get());
-}
-
-QString WithTrailingDelimiter(const QString& folder) {
-    return folder.endsWith(u'/') || folder.endsWith(QDir::separator()) ? folder : QString(folder + QDir::separator());
 }
 
 /// The host's configuration as the engine reads and writes it.

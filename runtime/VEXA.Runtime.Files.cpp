@@ -174,10 +174,13 @@ bool MoveToRecycleBin(const QString& fileName) {
     return false;
 }
 
+QString WithTrailingDelimiter(const QString& folder) {
+    const QChar native = QDir::separator();
+    return folder.endsWith(u'/') || folder.endsWith(native) ? folder : QString(folder + native);
+}
+
 QString MusicFolder() {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
-    if (!folder.endsWith(u'/')) folder += u'/';
-    return folder;
+    return WithTrailingDelimiter(QStandardPaths::writableLocation(QStandardPaths::MusicLocation));
 }
 
 QString DefaultProfileFolder() {

@@ -37,6 +37,8 @@ VEXA_RUNTIME_API QString ExtensionOfMimeType(const QString& mimeType);
 /// no trash for it: it then stays where it is and a warning is logged.
 VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName);
 
+/// The folder's name ending in a delimiter, as it is when it ends in one.
+VEXA_RUNTIME_API QString WithTrailingDelimiter(const QString& folder);
 /// The user's music folder, ending in a delimiter.
 VEXA_RUNTIME_API QString MusicFolder();
 /// The folder that profiles live in unless the program is told another: the user's data folder, "vexa" below it.

@@ -72,6 +72,21 @@ TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
 }
 
+TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
+    Server.Serve("/f", tests::Response::Of(kFeed).With(tests::Fault::Wait));
+    const auto subscribe = [&] {
+        Subscribing([&](QWidget& dialog) {
+            Edit(dialog).setText(Server.Url("/f"));
+            OK(dialog).click();
+            Store("/f");
+            Server.Release("/f");
+            EXPECT_TRUE(tests::WaitUntil([&] { return !dialog.isVisible(); }));
+        });
+    };
+    EXPECT_EQ(MessageOf(subscribe), "warning: You are subscribed to this podcast already.");
+    EXPECT_EQ(Client->DB().GetFeed(Server.Url("/f"), false)->Fields[pffTitle], QString());
+}
+
 TEST_F(FeedDialogTest, SaysWhyThereIsNoFeedAndStaysOpen) {
     Store("/known");
     Server.Serve("/page", tests::Response::Of("<other/>"));
