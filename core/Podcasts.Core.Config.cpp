@@ -35,13 +35,16 @@ void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
 }
 
 void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options) {
-    options.SetCacheFileNameTemplate(
-        config.ReadString(kTemplate.KeyPath(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate()));
-    options.SetCheckUpdates(static_cast<std::uint8_t>(config.ReadInteger(kCheckUpdates.KeyPath(), 2)));
-    options.SetCheckUpdatesOnStartup(config.ReadBool(kOnStartup.KeyPath(), false));
-    options.SetDownloadNewEpisodesAutomatically(config.ReadBool(kDownloadNew.KeyPath(), false));
-    options.SetShowNotifications(config.ReadBool(kNotifications.KeyPath(), true));
-    options.MarkEpisodesListenedOnStartPlayback = config.ReadBool(kMarkListened.KeyPath(), true);
+    const TPodcastClientOptions defaults;
+    options.SetCacheFileNameTemplate(config.ReadString(kTemplate.KeyPath(), defaults.CacheFileNameTemplate()));
+    options.SetCheckUpdates(
+        static_cast<std::uint8_t>(config.ReadInteger(kCheckUpdates.KeyPath(), defaults.CheckUpdates())));
+    options.SetCheckUpdatesOnStartup(config.ReadBool(kOnStartup.KeyPath(), defaults.CheckUpdatesOnStartup()));
+    options.SetDownloadNewEpisodesAutomatically(
+        config.ReadBool(kDownloadNew.KeyPath(), defaults.DownloadNewEpisodesAutomatically()));
+    options.SetShowNotifications(config.ReadBool(kNotifications.KeyPath(), defaults.ShowNotifications()));
+    options.MarkEpisodesListenedOnStartPlayback =
+        config.ReadBool(kMarkListened.KeyPath(), defaults.MarkEpisodesListenedOnStartPlayback);
 }
 
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {

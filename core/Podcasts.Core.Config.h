@@ -1,6 +1,6 @@
 #pragma once
-// The configuration keys under "Podcasts\": their names, kinds, defaults and orders, once. The host's configuration
-// service and the profile's Settings.ini both fill the small interface below.
+// The configuration keys under "Podcasts\": their names, kinds and orders, once; a missing one has the default of new
+// options. The host's configuration service and the profile's Settings.ini both fill the small interface below.
 
 #include <QString>
 

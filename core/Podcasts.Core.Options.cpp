@@ -29,7 +29,7 @@ TPodcastClientOptions::TPodcastClientOptions(NotifyEvent onChange) {
 }
 
 QString TPodcastClientOptions::GetDefaultCacheFileNameTemplate() {
-    return vexa::MusicFolder() + u"Podcasts\\" + u"%FeedTitle%\\%EpisodeFileName%";
+    return vexa::MusicFolder() + u"Podcasts\\" + kCacheFileNameInFolder;
 }
 
 QString TPodcastClientOptions::CacheFileNameTemplate() const {

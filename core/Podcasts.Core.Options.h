@@ -26,6 +26,9 @@ std::uint32_t UpdateInterval(std::uint8_t checkUpdates) noexcept;
 /// Whether the tick count has passed the time of the last refresh plus the interval, in 32-bit arithmetic that wraps.
 bool IsRefreshDue(std::uint32_t tickCount, std::uint32_t lastRefreshTime, std::uint32_t interval) noexcept;
 
+/// Where the files go below the folder that is chosen for all of them.
+inline constexpr QStringView kCacheFileNameInFolder = u"%FeedTitle%\\%EpisodeFileName%";
+
 /// Written on the main thread. Background tasks read CacheFileNameTemplate, which has a lock of its own.
 class TPodcastClientOptions final : public vexa::LockablePersistent {
 public:

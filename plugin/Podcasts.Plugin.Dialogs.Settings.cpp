@@ -29,8 +29,6 @@ namespace {
 
 const QString kPrefix = QStringLiteral("Podcasts.Settings\\");
 const QString kBrowse = QStringLiteral("...");
-const QString kTemplateInFolder = QStringLiteral("%FeedTitle%\\%EpisodeFileName%");
-constexpr int kDefaultUpdates = 2;  // daily
 constexpr int kLastUpdates = static_cast<int>(kUpdateIntervals.size()) - 1;
 constexpr QSize kPageSize(434, 500);
 constexpr int kMargin = 8;
@@ -200,13 +198,16 @@ QSize TfrmPodcastsSettings::minimumSizeHint() const {
 void TfrmPodcastsSettings::Load() {
     TPodcastClient* const client = FClient.Get();
     if (!client) return;
-    const TPodcastClientOptions& options = client->Options();
+    const QSignalBlocker isNoChange(edDownloadPath);
+    ShowOptions(client->Options());
+}
+
+void TfrmPodcastsSettings::ShowOptions(const TPodcastClientOptions& options) {
     CB1->setChecked(options.CheckUpdatesOnStartup());
     CB2->setChecked(options.DownloadNewEpisodesAutomatically());
     CB3->setChecked(options.ShowNotifications());
     CB4->setChecked(options.MarkEpisodesListenedOnStartPlayback);
     cbUpdates->setCurrentIndex(cbUpdates->findData(std::min<int>(options.CheckUpdates(), kLastUpdates)));
-    const QSignalBlocker isNoChange(edDownloadPath);
     edDownloadPath->setText(options.CacheFileNameTemplate());
 }
 
@@ -223,12 +224,7 @@ void TfrmPodcastsSettings::Save() {
 }
 
 void TfrmPodcastsSettings::Reset() {
-    CB1->setChecked(false);
-    CB2->setChecked(false);
-    CB3->setChecked(true);
-    CB4->setChecked(true);
-    cbUpdates->setCurrentIndex(cbUpdates->findData(kDefaultUpdates));
-    edDownloadPath->setText(TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
+    ShowOptions(TPodcastClientOptions());
 }
 
 void TfrmPodcastsSettings::Localize() {
@@ -258,7 +254,7 @@ void TfrmPodcastsSettings::edDownloadPathButtons0Click() {
     const QString folder = QDir::toNativeSeparators(browser->selectedFiles().value(0));
     if (folder.isEmpty()) return;
     const QString delimiter = folder.endsWith(QDir::separator()) ? QString() : QString(QDir::separator());
-    edDownloadPath->setText(folder + delimiter + kTemplateInFolder);
+    edDownloadPath->setText(folder + delimiter + kCacheFileNameInFolder);
 }
 
 void TfrmPodcastsSettings::edDownloadPathButtons1Click() {

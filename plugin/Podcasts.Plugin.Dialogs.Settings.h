@@ -35,6 +35,7 @@ public:
 private:
     void LayOut();
     QLayout* LayOutPath();
+    void ShowOptions(const TPodcastClientOptions& options);
 
     /// Tells the host that there is something to apply.
     void ModifiedHandler();
