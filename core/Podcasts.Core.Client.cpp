@@ -69,8 +69,7 @@ bool TPodcastClient::IsSubscribed(const QString& feedURL) {
 
 void TPodcastClient::Subscribe(TPodcastFeed& feed) {
     FDB->AddOrUpdate(feed);
-    NotifyDataChanged();
-    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+    FeedSubscribed();
 }
 
 bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
@@ -80,13 +79,13 @@ bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
         if (isNew) FDB->AddOrUpdate(feed);
     });
     if (!isNew) return false;
-    vexa::RunInMainThread(
-        [this] {
-            NotifyDataChanged();
-            if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
-        },
-        true);
+    vexa::RunInMainThread([this] { FeedSubscribed(); }, true);
     return true;
+}
+
+void TPodcastClient::FeedSubscribed() {
+    NotifyDataChanged();
+    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
 }
 
 QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCachedFiles) {

@@ -41,9 +41,11 @@ void CreateFolderOf(const QString& fileName) {
 struct TPodcastClientTaskDownloadEpisodes::Download {
     QString EpisodeKey;
     QString Caption;
+    QString URL;
     QString FileName;  // as the template has it; the extension may change when the response arrives
     std::unique_ptr<TPodcastEpisode> Episode;
     TPodcastTargetFile File;
+    bool IsRecordBlanked = false;  // of a file that was gone
 };
 
 void TPodcastClientTaskDownloadEpisodes::Execute() {
@@ -53,8 +55,7 @@ void TPodcastClientTaskDownloadEpisodes::Execute() {
         try {
             Download download;
             download.EpisodeKey = key;
-            QString url;
-            if (PrepareDownload(download, url, outcome)) Transfer(download, url, outcome);
+            if (PrepareDownload(download, outcome)) Transfer(download, outcome);
         } catch (const std::exception& error) {
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FDownloadOutcomes.Add(outcome);
@@ -66,8 +67,7 @@ void TPodcastClientTaskDownloadEpisodes::Execute() {
     }
 }
 
-bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, QString& url,
-                                                         TPodcastDownloadOutcome& outcome) {
+bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome) {
     TPodcastsDB& db = FClient.DB();
     download.Episode = db.GetEpisode(download.EpisodeKey);
     const auto feed = download.Episode ? db.GetFeed(download.Episode->FeedID, false) : nullptr;
@@ -84,58 +84,24 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, QSt
     download.FileName =
         TPodcastInfoFormatString::Expand(FClient.Options().CacheFileNameTemplate(), *feed, *download.Episode);
     download.Caption = feed->Fields[pffTitle] + u" - " + download.Episode->Fields[pefTitle];
-    url = download.Episode->Fields[pefURLAudio];
-    return true;
+    download.URL = download.Episode->Fields[pefURLAudio];
+    if (!QDir::isAbsolutePath(download.FileName))
+        outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
+    else if (download.URL.isEmpty())
+        outcome.Error = QStringLiteral("the episode has no audio file");
+    return outcome.Error.isEmpty();
 }
 
-void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QString& url,
-                                                  TPodcastDownloadOutcome& outcome) {
-    TPodcastsDB& db = FClient.DB();
-    const TPodcastEpisode& episode = *download.Episode;
-    TPodcastTargetFile& file = download.File;
-    const QString& recorded = episode.Fields[pefURLAudioCached];
-    bool isRecordBlanked = false;
-    if (!QDir::isAbsolutePath(download.FileName)) {
-        outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
-        return;
-    }
-    if (url.isEmpty()) {
-        outcome.Error = QStringLiteral("the episode has no audio file");
-        return;
-    }
-
+void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDownloadOutcome& outcome) {
     vexa::HttpGet request;
-    request.Url = url;
+    request.Url = download.URL;
     request.OnAccepted = [&](const vexa::HttpResponseInfo& response) {
-        const QString fileName = WithExtensionOf(response.MimeType, download.FileName);
-        CreateFolderOf(fileName);
-        // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike,
-        // and a whole file must not be given up for one that may fail. Asked again under the file's lock, which a
-        // download of another process holds until its row records the file.
-        for (int number = 1;; ++number) {
-            const QString name = NumberedName(fileName, number);
-            const auto isTaken = [&](bool exists) {
-                return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
-            };
-            if (isTaken(vexa::FileExists(name))) continue;
-            // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
-            // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
-            // there is a file.
-            if (db.IsFileRecorded(name)) db.ForgetFile(name);
-            if (!recorded.isEmpty() && !isRecordBlanked) {
-                db.SetCachedFile(download.EpisodeKey, QString());
-                isRecordBlanked = true;
-            }
-            const bool isCreated = file.Open(name);
-            if (!isTaken(!isCreated)) break;
-            file.Discard();
-        }
-        file.Truncate();
+        OpenTarget(download, response.MimeType);
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {
-        if (!file.IsOpen()) return false;
-        file.Write(data, size);
+        if (!download.File.IsOpen()) return false;
+        download.File.Write(data, size);
         return true;
     };
     request.OnProgress = [&](qint64 position, qint64 size) {
@@ -143,25 +109,62 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, const QStr
     };
     request.OnCompleted = [&](const vexa::HttpErrorInfo& info) {
         outcome.Error = info.Message;
-        if (info.Succeeded()) {
-            try {
-                file.Flush();
-            } catch (const std::exception& error) {
-                outcome.Error = QString::fromUtf8(error.what());
-            }
-        }
-        if (!outcome.Error.isEmpty()) {
-            // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
-            const bool isAnotherName = !file.IsOpen() || file.FileName() != recorded;
-            file.Discard();
-            if (isRecordBlanked && isAnotherName) db.SetCachedFile(download.EpisodeKey, recorded);
-            return;
-        }
-        db.SetCachedFile(download.EpisodeKey, file.FileName());
-        outcome.FileName = file.FileName();
-        file.Close();
+        Finish(download, outcome);
     };
     request.Run([this] { return IsCancelled(); });
+}
+
+void TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download, const QString& mimeType) {
+    TPodcastsDB& db = FClient.DB();
+    const TPodcastEpisode& episode = *download.Episode;
+    TPodcastTargetFile& file = download.File;
+    const QString fileName = WithExtensionOf(mimeType, download.FileName);
+    CreateFolderOf(fileName);
+    // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike, and a
+    // whole file must not be given up for one that may fail. Asked again under the file's lock, which a download of
+    // another process holds until its row records the file.
+    for (int number = 1;; ++number) {
+        const QString name = NumberedName(fileName, number);
+        const auto isTaken = [&](bool exists) {
+            return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
+        };
+        if (isTaken(vexa::FileExists(name))) continue;
+        // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
+        // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
+        // there is a file.
+        if (db.IsFileRecorded(name)) db.ForgetFile(name);
+        if (!episode.Fields[pefURLAudioCached].isEmpty() && !download.IsRecordBlanked) {
+            db.SetCachedFile(download.EpisodeKey, QString());
+            download.IsRecordBlanked = true;
+        }
+        const bool isCreated = file.Open(name);
+        if (!isTaken(!isCreated)) break;
+        file.Discard();
+    }
+    file.Truncate();
+}
+
+void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDownloadOutcome& outcome) {
+    TPodcastsDB& db = FClient.DB();
+    TPodcastTargetFile& file = download.File;
+    if (outcome.Error.isEmpty()) {
+        try {
+            file.Flush();
+        } catch (const std::exception& error) {
+            outcome.Error = QString::fromUtf8(error.what());
+        }
+    }
+    if (!outcome.Error.isEmpty()) {
+        // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
+        const QString& recorded = download.Episode->Fields[pefURLAudioCached];
+        const bool isAnotherName = !file.IsOpen() || file.FileName() != recorded;
+        file.Discard();
+        if (download.IsRecordBlanked && isAnotherName) db.SetCachedFile(download.EpisodeKey, recorded);
+        return;
+    }
+    db.SetCachedFile(download.EpisodeKey, file.FileName());
+    outcome.FileName = file.FileName();
+    file.Close();
 }
 
 void TPodcastClientTaskDownloadEpisodes::Complete() {

@@ -24,24 +24,20 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
 
 void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher,
                                              TPodcastRefreshOutcome& outcome) {
-    std::unique_ptr<vexa::XmlDocument> document;
+    std::unique_ptr<TPodcastFeed> feed;
     try {
-        document = fetcher.Take(feedURL, [this] { return IsCancelled(); });
+        auto document = fetcher.Take(feedURL, [this] { return IsCancelled(); });
+        // The next document may come while this one is stored. It is a guess: what is queued meanwhile goes first.
+        if (QString next; !IsCancelled() && FClient.RefreshQueue().Peek(next)) fetcher.Begin(next);
+        feed = ParseFeedDocument(std::move(document), feedURL);
+        if (!feed) outcome.Error = DescribeMissingFeed(feedURL);
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }
-    // The next document may come while this one is stored. It is a guess: what is queued meanwhile goes first.
-    if (QString next; !IsCancelled() && FClient.RefreshQueue().Peek(next)) fetcher.Begin(next);
-    if (outcome.Error.isEmpty()) {
-        const auto feed = ParseFeedDocument(std::move(document), feedURL);
-        if (!feed) {
-            outcome.Error = DescribeMissingFeed(feedURL);
-        } else if (IsCancelled()) {
-            outcome.Error = QStringLiteral("cancelled");
-        } else {
-            MergeFeed(*feed, outcome);
-        }
-    }
+    if (feed && IsCancelled())
+        outcome.Error = QStringLiteral("cancelled");
+    else if (feed)
+        MergeFeed(*feed, outcome);
     if (!outcome.Error.isEmpty() && !IsCancelled())
         qCWarning(vexa::LogRefresh).noquote() << "cannot refresh" << feedURL + u": " + outcome.Error;
 }

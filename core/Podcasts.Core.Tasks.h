@@ -42,8 +42,13 @@ public:
 
 private:
     struct Download;
-    bool PrepareDownload(Download& download, QString& url, TPodcastDownloadOutcome& outcome);
-    void Transfer(Download& download, const QString& url, TPodcastDownloadOutcome& outcome);
+    /// False when there is nothing to fetch: there is a file already, or the outcome says why there can be none.
+    bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
+    void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
+    /// Opens the file that the response goes to.
+    void OpenTarget(Download& download, const QString& mimeType);
+    /// Records the file, or takes it away when the outcome holds an error.
+    void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };
 
 }  // namespace podcasts

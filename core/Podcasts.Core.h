@@ -229,6 +229,9 @@ private:
         Stopped,   // cancelled or failed: what is left is dropped
     };
 
+    /// What follows when a new feed is stored.
+    void FeedSubscribed();
+
     void StartRefreshTask();
     void StartDownloadTask();
     void RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end);
