@@ -91,12 +91,15 @@ private:
 };
 
 QStringList ReadLines(const QString& fileName) {
-    QFile file(fileName);
-    if (!file.exists()) return {};
-    if (!file.open(QIODevice::ReadOnly)) Fail(QStringLiteral("cannot read the settings"), fileName, file.errorString());
+    const QString what = QStringLiteral("cannot read the settings");
+    // Only a file that is not there has no settings: where it cannot be looked at, what it holds would be written over.
+    const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
+    if (descriptor < 0) Fail(what, fileName, QString::fromLocal8Bit(std::strerror(errno)));
+    QFile file;
+    file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        Fail(QStringLiteral("cannot read the settings"), fileName, file.errorString());
+    if (file.error() != QFileDevice::NoError) Fail(what, fileName, file.errorString());
     QStringList lines = FromUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())}).split(u'\n');
     if (!lines.isEmpty() && lines.first().startsWith(QChar(0xFEFF))) lines.first().remove(0, 1);
     for (QString& line : lines)

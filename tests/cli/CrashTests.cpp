@@ -280,7 +280,8 @@ TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
             }
             for (const auto& [marked, state] : states) EXPECT_EQ(value("State", marked).toInt(), state);
             if (!option.isEmpty() && random() % 8 == 0) {
-                EXPECT_EQ(Run(self ? "options ShowNotifications" : "options CheckUpdates").Out, option + '\n');
+                EXPECT_EQ(Run(self ? "options ShowNotifications" : "options CheckUpdates").Out, QString(option + '\n'))
+                    << ReadWhole(Profile.File("Settings.ini")).toStdString();
             }
         }
     };
