@@ -82,7 +82,12 @@ QString EpisodeKeys::Resolve(const QString& text) {
     const auto at = std::lower_bound(entries.begin(), entries.end(), least,
                                      [](const Entry& entry, const Digest& value) { return entry.Value < value; });
     const auto begins = [&](auto entry) { return entry != entries.end() && Hex(entry->Value).startsWith(digits); };
-    if (!begins(at)) throw KeyError(u"there is no episode " + text + u": \"podcasts episodes\" prints the keys");
+    if (!begins(at)) {
+        // A key that was printed before the publisher changed the GUID.
+        const QStringList guids = FDB.FindByOlderGUID(feedID, digits);
+        if (guids.size() == 1) return MakeEpisodeKey(feedID, guids.first());
+        throw KeyError(u"there is no episode " + text + u": \"podcasts episodes\" prints the keys");
+    }
     if (begins(std::next(at))) throw KeyError(u"the key " + text + u" names several episodes: give more of its digits");
     return MakeEpisodeKey(feedID, at->GUID);
 }

@@ -53,6 +53,7 @@ public:
     float Duration = 0;      // seconds; 0 when unknown
     int FeedID = 0;          // 0 until stored or loaded
     double PublishDate = 0;  // OLE Automation date in UTC; 0 when unknown
+    qint64 RowID = 0;        // of its row, when it was loaded by its key
     TPodcastEpisodeState State = pesListened;
 };
 

@@ -98,8 +98,10 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
             FDownloadQueue->Remove(episode->Fields[pefURI]);
             FDownloadQueue->Remove(MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID]));
             QString fileName;
-            if (deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName) && !vexa::MoveToRecycleBin(fileName))
-                kept += fileName;
+            if (!deleteCachedFiles || !GetLocalFileName(*episode, *feed, fileName)) continue;
+            // A file that an episode of another feed records as well stays for that one.
+            if (FDB->IsFileOfAnotherFeed(fileName, feed->ID)) continue;
+            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
         }
     }
     FDB->Remove(feedURL);

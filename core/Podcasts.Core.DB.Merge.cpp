@@ -1,57 +1,177 @@
-// Storing a feed: what is stored already, what of the new document counts, and which rows are written.
+// Storing a feed: what is stored already, which rows are written, and in which order, since rows may take each other's
+// URIs.
 
 #include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QHash>
 
 #include <algorithm>
-#include <cstring>
 
 namespace podcasts {
 
 using vexa::EqualsUtf8;
+using vexa::FromUtf8;
 using vexa::SqlBuilder;
+using Row = TPodcastStoredEpisodes::Row;
+using Matches = std::vector<TPodcastEpisodeMatch>;
 
-std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
-    if (bytes.empty()) return {};
-    if (bytes.size() > FChunkLeft) {
-        const std::size_t size = std::max(bytes.size(), kChunkSize);
-        FChunks.push_back(std::make_unique_for_overwrite<char[]>(size));
-        // A text larger than a chunk gets one of its own, filled at once; the next text begins a new one.
-        FChunkLeft = size;
-        FChunkAt = FChunks.back().get();
+namespace {
+
+constexpr std::size_t kStatementSize = 64 * 1024;  // bytes; SQLite takes a thousand million
+constexpr std::size_t kRowsPerStatement = 500;
+
+// The columns of an episode, as bits of what is NULL in a row or differs from it. Their order is that of
+// LoadStoredEpisodes and of the members of Row.
+enum Column : unsigned {
+    ccURI,
+    ccGUID,
+    ccTitle,
+    ccDescription,
+    ccArtist,
+    ccURL,
+    ccURLAudio,
+    ccURLAudioCached,
+    ccFormat,
+    ccPublishDate,
+    ccDuration,
+    ccState,
+};
+constexpr std::string_view kColumnNames[] = {"URI",    "GUID",        "Title",    "Description",
+                                             "Artist", "URL",         "URLAudio", "URLAudioCached",
+                                             "Format", "PublishDate", "Duration", "State"};
+
+/// What a match makes of its row: the record with what follows from it.
+struct NewRow {
+    const TPodcastEpisodeMatch& Match;
+    QString Format = MakeFormat(Match.Episode->Fields[pefURLAudio]);
+
+    /// The bits of the columns in which the stored row differs.
+    unsigned DifferencesFrom(const Row& row) const {
+        const TPodcastEpisode& episode = *Match.Episode;
+        const auto& fields = episode.Fields;
+        unsigned bits = row.Nulls;
+        const auto text = [&](Column column, const QString& value, std::string_view stored) {
+            if (!EqualsUtf8(value, stored)) bits |= 1u << column;
+        };
+        text(ccURI, Match.URI, row.URI);
+        text(ccGUID, fields[pefGUID], row.GUID);
+        text(ccTitle, fields[pefTitle], row.Title);
+        text(ccArtist, fields[pefArtist], row.Artist);
+        text(ccURL, fields[pefURL], row.URL);
+        text(ccURLAudio, fields[pefURLAudio], row.URLAudio);
+        text(ccURLAudioCached, fields[pefURLAudioCached], row.URLAudioCached);
+        text(ccFormat, Format, row.Format);
+        text(ccDescription, fields[pefDescription], row.Description);
+        if (row.PublishDate != episode.PublishDate) bits |= 1u << ccPublishDate;
+        if (row.Duration != static_cast<double>(episode.Duration)) bits |= 1u << ccDuration;
+        if (row.State != episode.State) bits |= 1u << ccState;
+        return bits;
     }
-    char* const place = FChunkAt;
-    std::memcpy(place, bytes.data(), bytes.size());
-    FChunkAt += bytes.size();
-    FChunkLeft -= bytes.size();
-    return {place, bytes.size()};
-}
 
-void TPodcastStoredEpisodes::BuildIndexes() {
-    // A rowid tells when a row was written last: REPLACE gives it a new one. Sorted here, since SQLite would carry the
-    // rows' whole texts through its sorter.
-    std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
-    FByGUID.reserve(FRows.size());
-    FByURI.reserve(FRows.size());
-    for (int index = 0; index < static_cast<int>(FRows.size()); ++index) {
-        const Row& row = FRows[static_cast<std::size_t>(index)];
-        FByGUID[row.GUID] = index;
-        FByURI[row.URI] = index;
+    void AppendValue(SqlBuilder& sql, Column column) const {
+        const TPodcastEpisode& episode = *Match.Episode;
+        switch (column) {
+            case ccURI:
+                sql.Text(Match.URI);
+                break;
+            case ccGUID:
+                sql.Text(episode.Fields[pefGUID]);
+                break;
+            case ccTitle:
+                sql.Text(episode.Fields[pefTitle]);
+                break;
+            case ccDescription:
+                sql.Text(episode.Fields[pefDescription]);
+                break;
+            case ccArtist:
+                sql.Text(episode.Fields[pefArtist]);
+                break;
+            case ccURL:
+                sql.Text(episode.Fields[pefURL]);
+                break;
+            case ccURLAudio:
+                sql.Text(episode.Fields[pefURLAudio]);
+                break;
+            case ccURLAudioCached:
+                sql.Text(episode.Fields[pefURLAudioCached]);
+                break;
+            case ccFormat:
+                sql.Text(Format);
+                break;
+            case ccPublishDate:
+                sql.Double(episode.PublishDate);
+                break;
+            case ccDuration:
+                sql.Double(static_cast<double>(episode.Duration));
+                break;
+            case ccState:
+                sql.Integer(episode.State);
+                break;
+        }
     }
+};
+
+/// Collects statements and runs them together: preparing one costs as much as running several.
+class Batch {
+public:
+    explicit Batch(TPodcastsDB& db) : FDB(db) {}
+    SqlBuilder& Sql() { return FSql; }
+    bool IsEmpty() const { return FSql.IsEmpty(); }
+    void RunIfFull() {
+        if (FSql.Sql().size() >= kStatementSize) Run();
+    }
+    void Run() {
+        if (!FSql.IsEmpty()) FDB.ExecuteSQL(FSql);
+        FSql.Clear();
+    }
+
+private:
+    TPodcastsDB& FDB;
+    SqlBuilder FSql;
+};
+
+// ---- What a row and its twins hand on ----
+
+using FoundFiles = QHash<QString, bool>;
+
+/// Names of twins' files that nobody has looked for yet.
+QStringList UnknownFiles(const Matches& matches, const TPodcastStoredEpisodes& stored, const FoundFiles& found) {
+    QStringList unknown;
+    for (const auto& match : matches) {
+        for (const int twin : match.Twins) {
+            const QString file = FromUtf8(stored.Rows()[static_cast<std::size_t>(twin)].URLAudioCached);
+            if (!file.isEmpty() && !found.contains(file)) unknown += file;
+        }
+    }
+    return unknown;
 }
 
-const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::Find(std::string_view guid, std::string_view uri) const {
-    if (const Row* row = FindURI(uri); row && row->GUID == guid) return row;
-    const auto found = FByGUID.find(guid);
-    return found == FByGUID.end() ? nullptr : &FRows[static_cast<std::size_t>(found->second)];
+/// The mark: the row's own unless that is new, else listened if a twin was, else postponed if one was.
+TPodcastEpisodeState KeptState(const TPodcastEpisodeMatch& match, std::span<const Row> rows) {
+    int state = rows[static_cast<std::size_t>(match.Row)].State;
+    if (state != pesNew) return static_cast<TPodcastEpisodeState>(state);
+    for (const int twin : match.Twins) {
+        const int other = rows[static_cast<std::size_t>(twin)].State;
+        if (other == pesListened) return pesListened;
+        if (other == pesPostponed) state = pesPostponed;
+    }
+    return static_cast<TPodcastEpisodeState>(state);
 }
 
-const TPodcastStoredEpisodes::Row* TPodcastStoredEpisodes::FindURI(std::string_view uri) const {
-    const auto found = FByURI.find(uri);
-    return found == FByURI.end() ? nullptr : &FRows[static_cast<std::size_t>(found->second)];
+/// The file: the row's own, else that of the newest twin whose file exists.
+QString KeptFile(const TPodcastEpisodeMatch& match, std::span<const Row> rows, const FoundFiles& found) {
+    const std::string_view own = rows[static_cast<std::size_t>(match.Row)].URLAudioCached;
+    if (!own.empty()) return FromUtf8(own);
+    for (auto twin = match.Twins.rbegin(); twin != match.Twins.rend(); ++twin) {
+        const QString file = FromUtf8(rows[static_cast<std::size_t>(*twin)].URLAudioCached);
+        if (!file.isEmpty() && found.value(file)) return file;
+    }
+    return {};
 }
+
+}  // namespace
 
 TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
     TPodcastStoredEpisodes stored;
@@ -59,90 +179,178 @@ TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
                                          "Format, PublishDate, Duration, State, rowid FROM PodcastEpisodes "
                                          "WHERE FeedID = ")
                                   .Integer(feedID));
-    if (!cursor) return stored;
-    using Row = TPodcastStoredEpisodes::Row;
-    static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
-                                                       &Row::Description, &Row::Artist,         &Row::URL,
-                                                       &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
-    do {
-        Row row;
-        int column = 0;
-        for (const auto text : texts) row.*text = stored.Keep(cursor->Utf8(column++));
-        for (int i = 0; i < column + 3; ++i) row.HasNull = row.HasNull || cursor->IsNull(i);
-        row.PublishDate = cursor->Double(column);
-        row.Duration = cursor->Double(column + 1);
-        row.State = cursor->Integer(column + 2);
-        row.RowID = cursor->Integer64(column + 3);
-        stored.FRows.push_back(row);
-    } while (cursor->Next());
-    stored.BuildIndexes();
+    if (cursor) {
+        static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
+                                                           &Row::Description, &Row::Artist,         &Row::URL,
+                                                           &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
+        do {
+            Row row;
+            int column = 0;
+            for (const auto text : texts) row.*text = cursor->Utf8(column++);
+            row.PublishDate = cursor->Double(ccPublishDate);
+            row.Duration = cursor->Double(ccDuration);
+            row.State = cursor->Integer(ccState);
+            row.RowID = cursor->Integer64(ccState + 1);
+            for (column = ccURI; column <= static_cast<int>(ccState); ++column)
+                if (cursor->IsNull(column)) row.Nulls |= 1u << column;
+            stored.Add(row);
+        } while (cursor->Next());
+    }
+    stored.BuildIndex();
     return stored;
 }
-
-std::vector<TPodcastEpisodeAndURI> TPodcastsDB::DistinctEpisodes(const TPodcastFeed& feed) {
-    std::vector<TPodcastEpisodeAndURI> episodes;
-    episodes.reserve(feed.Episodes().size());
-    QHash<QString, std::size_t> lastOfURI;
-    lastOfURI.reserve(feed.EpisodeCount());
-    for (const auto& episode : feed.Episodes()) {
-        episodes.push_back({episode.get(), TPodcastsDBQueryBuilder::MakeEpisodeURI(*episode, feed)});
-        lastOfURI.insert(episodes.back().URI, episodes.size() - 1);
-    }
-    if (lastOfURI.size() == static_cast<qsizetype>(episodes.size())) return episodes;
-    std::size_t index = 0;
-    std::erase_if(episodes, [&](const auto& item) { return lastOfURI.value(item.URI) != index++; });
-    return episodes;
-}
-
-namespace {
-
-constexpr std::size_t kStatementSize = 64 * 1024;  // bytes; SQLite takes a thousand million
-
-bool IsStoredAlready(const TPodcastStoredEpisodes::Row& row, const TPodcastEpisode& episode, const QString& format) {
-    const auto& fields = episode.Fields;
-    return !row.HasNull && row.State == episode.State && row.PublishDate == episode.PublishDate &&
-           row.Duration == static_cast<double>(episode.Duration) && EqualsUtf8(fields[pefGUID], row.GUID) &&
-           EqualsUtf8(fields[pefTitle], row.Title) && EqualsUtf8(fields[pefArtist], row.Artist) &&
-           EqualsUtf8(fields[pefURL], row.URL) && EqualsUtf8(fields[pefURLAudio], row.URLAudio) &&
-           EqualsUtf8(fields[pefURLAudioCached], row.URLAudioCached) && EqualsUtf8(format, row.Format) &&
-           EqualsUtf8(fields[pefDescription], row.Description);
-}
-
-}  // namespace
 
 void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed) {
     // One transaction round the lookup of the feed and the writing of its episodes, so that what is compared is what
     // is replaced.
     RunInTransaction([&] {
-        const int id = GetFeedID(feed.Fields[pffURLFeed]);
-        AddOrUpdate(feed, DistinctEpisodes(feed), id > 0 ? LoadStoredEpisodes(id) : TPodcastStoredEpisodes());
+        StoreFeedRow(feed);
+        for (const auto& episode : feed.Episodes()) episode->FeedID = feed.ID;
+        const TPodcastStoredEpisodes stored = LoadStoredEpisodes(feed.ID);
+        const Matches matches = MatchEpisodesByURI(feed, stored);
+        KeepOlderNames(feed.ID, matches, stored);
+        WriteEpisodes(feed.ID, matches, stored);
     });
 }
 
-void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed, const std::vector<TPodcastEpisodeAndURI>& episodes,
-                              const TPodcastStoredEpisodes& stored) {
-    StoreFeedRow(feed);
-    for (const auto& episode : feed.Episodes()) episode->FeedID = feed.ID;
-    if (episodes.empty()) return;
-    RunInTransaction([&] {
-        // Many rows to a statement: preparing one costs as much as writing several rows.
-        SqlBuilder sql;
-        for (const auto& [episode, uri] : episodes) {
-            const QString format = MakeFormat(episode->Fields[pefURLAudio]);
-            const auto* row = stored.FindURI(vexa::ToUtf8(uri));
-            if (row && IsStoredAlready(*row, *episode, format)) continue;
-            sql.Raw(sql.IsEmpty() ? "REPLACE INTO PodcastEpisodes VALUES (" : ", (").Text(uri);
-            sql.Raw(", ").Integer(feed.ID);
-            for (const auto field :
-                 {pefGUID, pefTitle, pefDescription, pefArtist, pefURL, pefURLAudio, pefURLAudioCached})
-                sql.Raw(", ").Text(episode->Fields[field]);
-            sql.Raw(", ").Double(episode->PublishDate).Raw(", ").Double(episode->Duration);
-            sql.Raw(", ").Integer(episode->State).Raw(", ").Text(format).Raw(")");
-            if (sql.Sql().size() < kStatementSize) continue;
-            ExecuteSQL(sql);
-            sql.Clear();
+TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed) {
+    TPodcastMergeResult result;
+    FoundFiles found;
+    // The disk is not waited for while the database is locked: when twins' files are to be looked for, the merge ends
+    // without having written, and begins anew with what was found.
+    for (QStringList unknown; !unknown.isEmpty() || !result.IsSubscribed;) {
+        for (const QString& file : unknown) found.insert(file, vexa::FileExists(file));
+        bool isGone = false;
+        // One transaction from the look at the subscription to the last row: a mark, a finished download or an
+        // unsubscription of another thread or process can come before or after, never in between.
+        RunInTransaction([&] {
+            const int id = feed.Fields[pffURLFeed].isEmpty() ? 0 : GetFeedID(feed.Fields[pffURLFeed]);
+            isGone = id < 1;
+            if (isGone) return;
+            const TPodcastStoredEpisodes stored = LoadStoredEpisodes(id);
+            const Matches matches = MatchEpisodes(feed, stored);
+            unknown = UnknownFiles(matches, stored, found);
+            if (!unknown.isEmpty()) return;
+            result = {true, {}, {}};
+            const auto rows = stored.Rows();
+            for (const auto& match : matches) {
+                TPodcastEpisode& episode = *match.Episode;
+                const bool isPlayable = HasAudio(episode);
+                const Row* row = match.Row >= 0 ? &rows[static_cast<std::size_t>(match.Row)] : nullptr;
+                if (isPlayable && (!row || row->URLAudio.empty()))
+                    result.NewEpisodes += MakeEpisodeKey(id, episode.Fields[pefGUID]);
+                if (!row) continue;
+                episode.State = KeptState(match, rows);
+                episode.Fields[pefURLAudioCached] = KeptFile(match, rows, found);
+                if (!isPlayable) episode.Fields[pefURLAudio] = FromUtf8(row->URLAudio);
+                for (const int twin : match.Twins) {
+                    const QString file = FromUtf8(rows[static_cast<std::size_t>(twin)].URLAudioCached);
+                    if (found.value(file) && file != episode.Fields[pefURLAudioCached]) result.SpareFiles += file;
+                }
+            }
+            StoreFeedRow(feed);
+            for (const auto& episode : feed.Episodes()) episode->FeedID = id;
+            KeepOlderNames(id, matches, stored);
+            WriteEpisodes(id, matches, stored);
+        });
+        if (isGone) return {};
+    }
+    result.SpareFiles.removeDuplicates();
+    result.SpareFiles.removeIf([this](const QString& file) { return IsFileRecorded(file); });
+    return result;
+}
+
+void TPodcastsDB::ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs) {
+    for (std::size_t begin = 0; begin < rowIDs.size(); begin += kRowsPerStatement) {
+        SqlBuilder statement(sql);
+        const char* separator = " (";
+        for (std::size_t i = begin; i < std::min(begin + kRowsPerStatement, rowIDs.size()); ++i) {
+            statement.Raw(separator).Integer(rowIDs[i]);
+            separator = ", ";
         }
-        if (!sql.IsEmpty()) ExecuteSQL(sql);
+        ExecuteSQL(statement.Raw(")"));
+    }
+}
+
+void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodcastStoredEpisodes& stored) {
+    const auto rows = stored.Rows();
+    struct Change {
+        const NewRow* Row;
+        unsigned Columns;
+    };
+    std::vector<NewRow> newRows;
+    newRows.reserve(matches.size());
+    for (const auto& match : matches) newRows.push_back({match});
+
+    std::vector<const NewRow*> added;
+    std::vector<std::pair<qint64, Change>> changed;  // by row id: rows that lie together are written together
+    enum class Fate : char { Stays, Moves, Goes };
+    std::vector<Fate> fates(rows.size(), Fate::Stays);
+    for (const NewRow& newRow : newRows) {
+        const TPodcastEpisodeMatch& match = newRow.Match;
+        for (const int twin : match.Twins) fates[static_cast<std::size_t>(twin)] = Fate::Goes;
+        if (match.Row < 0) {
+            added.push_back(&newRow);
+            continue;
+        }
+        const Row& row = rows[static_cast<std::size_t>(match.Row)];
+        const unsigned columns = newRow.DifferencesFrom(row);
+        if (columns == 0) continue;
+        changed.push_back({row.RowID, {&newRow, columns}});
+        if ((columns & (1u << ccURI)) != 0) fates[static_cast<std::size_t>(match.Row)] = Fate::Moves;
+    }
+    if (added.empty() && changed.empty() && std::find(fates.begin(), fates.end(), Fate::Goes) == fates.end()) return;
+
+    RunInTransaction([&] {
+        // A URI that is taken is given up first: by a row that moves as well, or by one that no episode of the document
+        // is, which is replaced. The table's constraint would delete the row without a word.
+        std::vector<qint64> leaving, replaced;
+        for (const NewRow& newRow : newRows) {
+            const int row = newRow.Match.Row;
+            if (row >= 0 && fates[static_cast<std::size_t>(row)] != Fate::Moves) continue;
+            const int owner = stored.FindURI(vexa::ToUtf8(newRow.Match.URI));
+            if (owner < 0 || owner == row) continue;
+            Fate& fate = fates[static_cast<std::size_t>(owner)];
+            leaving.push_back(rows[static_cast<std::size_t>(owner)].RowID);
+            if (fate != Fate::Stays) continue;
+            fate = Fate::Goes;
+            replaced.push_back(leaving.back());
+        }
+        ExecuteForRows("UPDATE PodcastEpisodes SET URI = char(1) || rowid WHERE rowid IN", leaving);
+
+        Batch batch(*this);
+        std::sort(changed.begin(), changed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (const auto& [rowID, change] : changed) {
+            const char* separator = "UPDATE PodcastEpisodes SET ";
+            for (unsigned column = ccURI; column <= ccState; ++column) {
+                if ((change.Columns & (1u << column)) == 0) continue;
+                batch.Sql().Raw(separator).Raw(kColumnNames[column]).Raw(" = ");
+                change.Row->AppendValue(batch.Sql(), static_cast<Column>(column));
+                separator = ", ";
+            }
+            batch.Sql().Raw(" WHERE rowid = ").Integer(rowID).Raw(";");
+            batch.RunIfFull();
+        }
+        batch.Run();
+        for (const NewRow* newRow : added) {
+            static constexpr Column kOrder[] = {ccURI,         ccGUID,     ccTitle,    ccDescription,
+                                                ccArtist,      ccURL,      ccURLAudio, ccURLAudioCached,
+                                                ccPublishDate, ccDuration, ccState,    ccFormat};
+            batch.Sql().Raw(batch.IsEmpty() ? "INSERT INTO PodcastEpisodes VALUES (" : ", (");
+            for (const Column column : kOrder) {
+                newRow->AppendValue(batch.Sql(), column);
+                if (column == ccURI) batch.Sql().Raw(", ").Integer(feedID);
+                batch.Sql().Raw(column == kOrder[std::size(kOrder) - 1] ? ")" : ", ");
+            }
+            batch.RunIfFull();
+        }
+        batch.Run();
+        // Last, so that no new row has got the id of an old one.
+        std::vector<qint64> going;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            if (fates[i] == Fate::Goes) going.push_back(rows[i].RowID);
+        ExecuteForRows("DELETE FROM PodcastEpisodes WHERE rowid IN", going);
+        ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", replaced);
     });
 }
 

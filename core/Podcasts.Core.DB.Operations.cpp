@@ -76,8 +76,11 @@ void TPodcastsDBQueryBuilder::EpisodeCondition(SqlBuilder& builder, const QStrin
 QString TPodcastsDBQueryBuilder::MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
     const QString& guid = episode.Fields[pefGUID];
     const QString& audio = episode.Fields[pefURLAudio];
-    if (!guid.isEmpty() && audio.contains(u"time")) return MakeURI(feed.Fields[pffURLFeed] + u"-/" + guid);
-    return MakeURI(audio);
+    return !guid.isEmpty() && audio.contains(u"time") ? MakeStandInURI(episode, feed) : MakeURI(audio);
+}
+
+QString TPodcastsDBQueryBuilder::MakeStandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
+    return MakeURI(feed.Fields[pffURLFeed] + u"-/" + episode.Fields[pefGUID]);
 }
 
 void TPodcastsDBQueryBuilder::CachedFileLength(SqlBuilder& builder) {
@@ -142,6 +145,7 @@ std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(const QString& urlFeed, bool 
 void TPodcastsDB::Remove(int id) {
     if (id <= 0) return;
     RunInTransaction([&] {
+        RemoveOlderNames(id);
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedLogos WHERE ID = ").Integer(id));
@@ -189,14 +193,20 @@ void TPodcastsDB::EnumFeedSummaries(
 }
 
 std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
-    SqlBuilder sql("SELECT * FROM PodcastEpisodes WHERE ");
+    static constexpr std::string_view select = "SELECT *, rowid AS RowID FROM PodcastEpisodes WHERE ";
+    SqlBuilder sql(select);
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
     // Of several rows of a GUID the one written last has the audio address that is valid now.
     if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
-    const auto cursor = Read(sql);
+    auto cursor = Read(sql);
+    if (!cursor) {
+        const qint64 row = FindByOlderName(episodeKey);
+        if (row != 0) cursor = Read(SqlBuilder(select).Raw("rowid = ").Integer(row));
+    }
     if (!cursor) return nullptr;
     auto episode = std::make_unique<TPodcastEpisode>();
     EpisodeColumns(*cursor).Read(*cursor, *episode);
+    episode->RowID = cursor->Integer64(cursor->ColumnIndex("RowID"));
     return episode;
 }
 
@@ -278,32 +288,50 @@ void TPodcastsDB::EnumGUIDs(int feedID, const TextVisitor& visitor) {
                [&](const SqliteCursor& row) { visitor(row.Text(0)); });
 }
 
+bool TPodcastsDB::HasEpisode(const QString& episodeKey) {
+    SqlBuilder sql("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE ");
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
+    return ReadInteger(sql.Raw(")")) == 1;
+}
+
 int TPodcastsDB::CountEpisodes(const QString& episodeKey) {
     SqlBuilder sql("SELECT Count(*) FROM PodcastEpisodes WHERE ");
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
-    return ReadInteger(sql);
+    const int count = ReadInteger(sql);
+    return count == 0 && FindByOlderName(episodeKey) != 0 ? 1 : count;
+}
+
+void TPodcastsDB::UpdateEpisode(const SqlBuilder& update, const QString& episodeKey) {
+    SqlBuilder sql(update.Sql());
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql.Raw(" WHERE "), episodeKey);
+    ExecuteSQL(sql);
+    if (ChangedRows() > 0) return;
+    if (const qint64 row = FindByOlderName(episodeKey); row != 0)
+        ExecuteSQL(SqlBuilder(update.Sql()).Raw(" WHERE rowid = ").Integer(row));
 }
 
 void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
     if (episodeKeys.isEmpty()) return;
     RunInTransaction([&] {
-        for (const QString& key : episodeKeys) {
-            SqlBuilder sql("UPDATE PodcastEpisodes SET State = ");
-            TPodcastsDBQueryBuilder::EpisodeCondition(sql.Integer(state).Raw(" WHERE "), key);
-            ExecuteSQL(sql);
-        }
+        const SqlBuilder update = SqlBuilder("UPDATE PodcastEpisodes SET State = ").Integer(state);
+        for (const QString& key : episodeKeys) UpdateEpisode(update, key);
     });
 }
 
 void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor) {
+    const bool hasOlderNames = HasOlderNames();
     std::set<qint64> visited;  // a row named by keys of two groups is still one row
     for (qsizetype begin = 0; begin < episodeKeys.size(); begin += kKeysPerStatement) {
         SqlBuilder sql("SELECT URLAudioCached, rowid FROM PodcastEpisodes WHERE (");
         TPodcastsDBQueryBuilder::CachedFileLength(sql);
         const char* separator = " > 0) AND ((";
         for (const QString& key : episodeKeys.mid(begin, kKeysPerStatement)) {
-            TPodcastsDBQueryBuilder::EpisodeCondition(sql.Raw(separator), key);
+            sql.Raw(separator);
             separator = ") OR (";
+            if (const qint64 row = hasOlderNames && !HasEpisode(key) ? FindByOlderName(key) : 0; row != 0)
+                sql.Raw("rowid = ").Integer(row);
+            else
+                TPodcastsDBQueryBuilder::EpisodeCondition(sql, key);
         }
         ForEachRow(Read(sql.Raw("))")), [&](const SqliteCursor& row) {
             if (visited.insert(row.Integer64(1)).second) visitor(row.Text(0));
@@ -312,9 +340,20 @@ void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisi
 }
 
 void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileName) {
+    const auto lock = Lock();
+    UpdateEpisode(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ").Text(fileName), episodeKey);
+}
+
+bool TPodcastsDB::SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName) {
+    const auto lock = Lock();
     SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = ");
-    TPodcastsDBQueryBuilder::EpisodeCondition(sql.Text(fileName).Raw(" WHERE "), episodeKey);
-    ExecuteSQL(sql);
+    sql.Text(fileName).Raw(" WHERE FeedID = ").Integer(episode.FeedID).Raw(" AND ");
+    // The row keeps its id when it moves. Another program of an older version writes it anew, under one of its names.
+    sql.Raw("rowid = ifnull((SELECT rowid FROM PodcastEpisodes WHERE rowid = ").Integer(episode.RowID);
+    sql.Raw(" AND FeedID = ").Integer(episode.FeedID).Raw("), (SELECT rowid FROM PodcastEpisodes WHERE FeedID = ");
+    sql.Integer(episode.FeedID).Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Raw(" AND URI = ");
+    ExecuteSQL(sql.Text(episode.Fields[pefURI]).Raw("))"));
+    return ChangedRows() > 0;
 }
 
 int TPodcastsDB::ResetMissingCachedFiles() {
@@ -363,6 +402,15 @@ bool TPodcastsDB::IsFileRecorded(const QString& fileName) {
     return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
                                   "URLAudioCached = ")
                            .Text(fileName)
+                           .Raw(")")) == 1;
+}
+
+bool TPodcastsDB::IsFileOfAnotherFeed(const QString& fileName, int feedID) {
+    return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                                  "URLAudioCached = ")
+                           .Text(fileName)
+                           .Raw(" AND FeedID <> ")
+                           .Integer(feedID)
                            .Raw(")")) == 1;
 }
 

@@ -38,10 +38,13 @@ constexpr SqlColumn kEpisodeColumns[] = {
     {"Format", ShownText},
 };
 constexpr SqlColumn kLogoColumns[] = {{"ID", Integer}, {"Data", Blob}};
+constexpr SqlColumn kNameColumns[] = {
+    {"ID", Key}, {"Name", Integer}, {"Episode", Integer}, {"FeedID", Integer}, {"GUIDCheck", Integer},
+};
 
 // What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
 // may change with a library's version, and plain sqlite3 could not write to the table any more.
-constexpr std::array<TPodcastsDB::Index, 7> kIndexes = {{
+constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
     {"PodcastFeedsByURLFeed", "PodcastFeeds (URLFeed)"},
     {"PodcastEpisodesByGUID", "PodcastEpisodes (FeedID, GUID)"},
     {"PodcastEpisodesByDate", "PodcastEpisodes (PublishDate)"},
@@ -49,16 +52,19 @@ constexpr std::array<TPodcastsDB::Index, 7> kIndexes = {{
     {"PodcastEpisodesByFeedAndDate", "PodcastEpisodes (FeedID, PublishDate)"},
     {"PodcastEpisodesByFeedAndState", "PodcastEpisodes (FeedID, State, PublishDate)"},
     {"PodcastEpisodesByFile", "PodcastEpisodes (URLAudioCached) WHERE URLAudioCached IS NOT ''"},
+    {"PodcastEpisodeNamesByName", "PodcastEpisodeNames (Name)"},
+    {"PodcastEpisodeNamesByEpisode", "PodcastEpisodeNames (Episode)"},
 }};
 
 struct Table {
     std::string_view Name;
     std::span<const SqlColumn> Columns;
 };
-constexpr std::array<Table, 3> kTables = {{
+constexpr std::array<Table, 4> kTables = {{
     {"PodcastFeeds", kFeedColumns},
     {"PodcastEpisodes", kEpisodeColumns},
     {"PodcastFeedLogos", kLogoColumns},
+    {"PodcastEpisodeNames", kNameColumns},
 }};
 
 bool Contains(const std::vector<std::string>& names, std::string_view name) {
@@ -119,6 +125,7 @@ void TPodcastsDB::InitializeTables() {
         CreateEpisodesTable();
         ExecuteSQL(SqlBuilder().CreateTable("PodcastFeeds", kFeedColumns));
         ExecuteSQL(SqlBuilder().CreateTable("PodcastFeedLogos", kLogoColumns));
+        ExecuteSQL(SqlBuilder().CreateTable("PodcastEpisodeNames", kNameColumns));
         for (const auto& [name, definition] : kIndexes)
             ExecuteSQL(SqlBuilder("CREATE INDEX IF NOT EXISTS ").Raw(name).Raw(" ON ").Raw(definition));
     });

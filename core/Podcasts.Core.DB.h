@@ -4,8 +4,11 @@
 // Every operation may be called by any thread. A missing row is a false result, an ID <= 0, or nothing done; SQL errors
 // are vexa::SqliteError. Operations keep no state between calls. Visitors are called on the calling thread while the
 // query is open.
+//
+// Episodes are named by keys. A key that names no row any more, since the episode's address or GUID changed, still
+// names the row of that episode (see docs/database.md, "Older names").
 
-#include "Podcasts.Core.Classes.h"
+#include "Podcasts.Core.Identity.h"
 #include "VEXA.Runtime.SQLite.h"
 
 #include <QByteArray>
@@ -17,7 +20,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace podcasts {
@@ -32,6 +34,8 @@ public:
     /// The text of column URI: "podcast" in place of the audio address's scheme. Where the address contains "time" (it
     /// would differ at every refresh), the feed's address + "-/" + GUID stands in for it.
     static QString MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
+    /// A URI that no audio address is needed for: made of the feed's address + "-/" + GUID.
+    static QString MakeStandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
     /// Appends the length of the cached file's name, 0 for none.
     static void CachedFileLength(vexa::SqlBuilder& builder);
     static void FileExistsCondition(vexa::SqlBuilder& builder, std::string_view column);
@@ -39,40 +43,11 @@ public:
     static std::string StateCountQuery(TPodcastEpisodeState state, bool joinFeed);
 };
 
-/// What the database holds of one feed's episodes, read at once for a merge.
-class TPodcastStoredEpisodes {
-public:
-    struct Row {
-        std::string_view URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, Format;
-        bool HasNull = false;  // a column that we always write is NULL
-        double PublishDate = 0, Duration = 0;
-        int State = 0;
-        qint64 RowID = 0;
-    };
-
-    /// The row of a GUID: of several (an audio address that changed) the one with this URI, else the one written last.
-    const Row* Find(std::string_view guid, std::string_view uri) const;
-    const Row* FindURI(std::string_view uri) const;
-
-private:
-    friend class TPodcastsDB;
-    static constexpr std::size_t kChunkSize = 1 << 20;
-
-    std::string_view Keep(std::string_view bytes);
-    void BuildIndexes();
-
-    std::vector<std::unique_ptr<char[]>> FChunks;  // hold the rows' texts
-    char* FChunkAt = nullptr;
-    std::size_t FChunkLeft = 0;
-    std::vector<Row> FRows;                             // in the order written
-    std::unordered_map<std::string_view, int> FByGUID;  // the row written last
-    std::unordered_map<std::string_view, int> FByURI;
-};
-
-/// An episode of a parsed feed with the URI that it is stored under.
-struct TPodcastEpisodeAndURI {
-    TPodcastEpisode* Episode;
-    QString URI;
+/// What a merge brought.
+struct TPodcastMergeResult {
+    bool IsSubscribed = false;  // false: nothing was stored
+    QStringList NewEpisodes;    // keys of those that can be played and could not be before
+    QStringList SpareFiles;     // downloaded files of rows that became one with others, and that no row records now
 };
 
 /// Which episodes EnumEpisodes visits.
@@ -100,6 +75,11 @@ public:
     /// Stores a feed with all its episodes and sets its ID. Rows of the same (URI, FeedID) are replaced as a whole when
     /// any value differs; stored episodes that the record does not hold stay.
     void AddOrUpdate(TPodcastFeed& feed);
+    /// Stores what a refresh brought of a feed that is still stored. An episode that is stored already, by whatever
+    /// address, GUID, title and date it is known (see MatchEpisodes), keeps its row, its mark and its file; in `feed`,
+    /// too. All in one transaction, but for the look at the files of rows that become one.
+    TPodcastMergeResult Merge(TPodcastFeed& feed);
+    TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
     void Remove(int id);
     void Remove(const QString& urlFeed);
     void ChangeFeedURL(const QString& oldURL, const QString& newURL);
@@ -125,6 +105,11 @@ public:
     /// Newest first.
     void EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor);
     void EnumGUIDs(int feedID, const TextVisitor& visitor);
+    /// GUIDs of the feed's episodes that once had another one, whose MD5 digest begins with these hexadecimal digits
+    /// (8 to 16; further ones are not looked at).
+    QStringList FindByOlderGUID(int feedID, const QString& digits);
+    /// A number that differs whenever episodes have got other URIs, by this program or another one.
+    qint64 GetMoveCount();
     /// How many rows a key names.
     int CountEpisodes(const QString& episodeKey);
     void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
@@ -134,12 +119,15 @@ public:
     void EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor);
     /// An empty name marks the episode as not cached.
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
+    /// The same for the one row that GetEpisode read, wherever a merge has moved it since. False when it is gone.
+    bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// Marks episodes as not cached whose file is gone; returns how many.
     int ResetMissingCachedFiles();
     /// Whether the row of another episode records this file: one of another URI and another GUID.
     bool IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode);
-    /// Whether any row records this file.
+    /// Whether any row records this file; whether one of another feed does.
     bool IsFileRecorded(const QString& fileName);
+    bool IsFileOfAnotherFeed(const QString& fileName, int feedID);
     /// Marks every episode that records this file as not cached.
     void ForgetFile(const QString& fileName);
 
@@ -153,13 +141,6 @@ public:
     /// The indexes that are created when missing.
     static std::span<const Index> Indexes();
 
-    /// The parts of a merge, for use in one transaction. Of several episodes with one URI the last one counts, since
-    /// they share a row.
-    static std::vector<TPodcastEpisodeAndURI> DistinctEpisodes(const TPodcastFeed& feed);
-    TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
-    void AddOrUpdate(TPodcastFeed& feed, const std::vector<TPodcastEpisodeAndURI>& episodes,
-                     const TPodcastStoredEpisodes& stored);
-
 protected:
     void InitializeFunctions() override;
     void VerifyLayout() override;
@@ -170,6 +151,26 @@ private:
     void CreateEpisodesTable();
     void UpgradeEpisodesTable();
     void StoreFeedRow(TPodcastFeed& feed);
+    /// Makes the stored rows what the records of the matches say.
+    void WriteEpisodes(int feedID, const std::vector<TPodcastEpisodeMatch>& matches,
+                       const TPodcastStoredEpisodes& stored);
+    /// Runs a statement for the rows of these ids, in groups. `sql` ends before the list.
+    void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
+
+    bool HasEpisode(const QString& episodeKey);
+    /// Runs an UPDATE without its condition for the episodes of a key. Hold the lock.
+    void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey);
+
+    // Older names (Podcasts.Core.DB.Names.cpp).
+    /// Notes the names that stored rows are about to lose, and those of rows that are about to become one with others.
+    void KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMatch>& matches,
+                        const TPodcastStoredEpisodes& stored);
+    void RemoveOlderNames(int feedID);
+    /// The row id of the one episode that the key named once; 0 without one. Ask for a key only when no row has it now:
+    /// a present name goes before an older one.
+    qint64 FindByOlderName(const QString& episodeKey);
+    bool HasOlderNames();
+
     std::string FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed);
 };
 

@@ -134,7 +134,7 @@ void TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download, const QS
         // there is a file.
         if (db.IsFileRecorded(name)) db.ForgetFile(name);
         if (!episode.Fields[pefURLAudioCached].isEmpty() && !download.IsRecordBlanked) {
-            db.SetCachedFile(download.EpisodeKey, QString());
+            db.SetCachedFileOfRow(episode, QString());
             download.IsRecordBlanked = true;
         }
         const bool isCreated = file.Open(name);
@@ -159,10 +159,12 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
         const QString& recorded = download.Episode->Fields[pefURLAudioCached];
         const bool isAnotherName = !file.IsOpen() || file.FileName() != recorded;
         file.Discard();
-        if (download.IsRecordBlanked && isAnotherName) db.SetCachedFile(download.EpisodeKey, recorded);
+        if (download.IsRecordBlanked && isAnotherName) db.SetCachedFileOfRow(*download.Episode, recorded);
         return;
     }
-    db.SetCachedFile(download.EpisodeKey, file.FileName());
+    // By the row and not by the key: a refresh may have given the row another address meanwhile, and its address to
+    // another episode.
+    db.SetCachedFileOfRow(*download.Episode, file.FileName());
     outcome.FileName = file.FileName();
     file.Close();
 }

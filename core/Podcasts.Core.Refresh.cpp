@@ -1,6 +1,6 @@
 #include "Podcasts.Core.Tasks.h"
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
-#include "VEXA.Runtime.Text.h"
 
 namespace podcasts {
 
@@ -43,29 +43,11 @@ void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFee
 }
 
 void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, TPodcastRefreshOutcome& outcome) {
-    TPodcastsDB& db = FClient.DB();
-    const auto episodes = TPodcastsDB::DistinctEpisodes(feed);
-    // One transaction from the look at the subscription to the last row: a mark, a finished download or an
-    // unsubscription of another thread or process can come before or after, never in between.
-    db.RunInTransaction([&] {
-        if (!FClient.IsSubscribed(feed.Fields[pffURLFeed])) {
-            outcome.IsUnsubscribed = true;
-            return;
-        }
-        const int id = db.GetFeedID(feed.Fields[pffURLFeed]);
-        const TPodcastStoredEpisodes stored = db.LoadStoredEpisodes(id);
-        for (const auto& [episode, uri] : episodes) {
-            const auto* known = stored.Find(vexa::ToUtf8(episode->Fields[pefGUID]), vexa::ToUtf8(uri));
-            if (known) {
-                episode->Fields[pefURLAudioCached] = vexa::FromUtf8(known->URLAudioCached);
-                episode->State = static_cast<TPodcastEpisodeState>(known->State);
-            } else {
-                outcome.NewEpisodes += MakeEpisodeKey(id, episode->Fields[pefGUID]);
-            }
-        }
-        db.AddOrUpdate(feed, episodes, stored);
-    });
-    if (!outcome.NewEpisodes.isEmpty()) FHasNewEpisodes = true;
+    const TPodcastMergeResult merged = FClient.DB().Merge(feed);
+    outcome.IsUnsubscribed = !merged.IsSubscribed;
+    outcome.NewEpisodes = merged.NewEpisodes;
+    if (!merged.NewEpisodes.isEmpty()) FHasNewEpisodes = true;
+    for (const QString& file : merged.SpareFiles) vexa::MoveToRecycleBin(file);
 }
 
 void TPodcastClientTaskRefreshFeeds::Complete() {

@@ -94,6 +94,24 @@ TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     ExpectFailure("show 1:00000000", {"1:00000000"});
 }
 
+TEST_F(Program, AnEpisodeIsStillNamedAsBeforeItsPublisherChangedItsAddressAndGuid) {
+    const FolderServer server;
+    const QString feed = WriteFeed(server, "Show", 3);
+    Run("subscribe " + feed);
+    const QString key = Keys().last(), uri = "podcast" + server.Address.sliced(4) + u"/Show-1.mp3";
+    WriteFeed(server, "Show", 3, 100, "?token=1");
+    QByteArray document = ReadWhole(server.Folder.File("Show.xml"));
+    WriteWhole(server.Folder.File("Show.xml"), document.replace("<guid>", "<guid>new-"));
+    EXPECT_EQ(Json("refresh")[u"new"], 0);
+    EXPECT_EQ(Episodes().size(), 3);
+    EXPECT_EQ(Run("mark postponed " + key).Status, 0);
+    EXPECT_EQ(Run("download " + uri).Status, 0);
+    const QJsonObject episode = Episodes("--state postponed")[0].toObject();
+    EXPECT_EQ(episode[u"guid"], "new-Show-1");
+    EXPECT_TRUE(episode[u"cached"].toString().endsWith(u"Show-1.mp3"));
+    EXPECT_TRUE(Run("show " + uri).Out.contains(uri + u"?token=1"));
+}
+
 TEST_F(Program, AnAddressThatFitsSeveralEpisodesIsRefused) {
     const FolderServer server;
     WriteFeed(server, "Show", 1);

@@ -90,7 +90,8 @@ TEST_F(Crashes, ARefreshKilledAtAnyInstantLosesNothingThatWasCommitted) {
     const FolderServer server;
     int count = 100, marks = 0;
     const auto writeFeeds = [&]() -> QString {
-        return WriteFeed(server, "A", count, 1) + ' ' + WriteFeed(server, "B", count, 1);
+        const QString token = "?t=" + QString::number(count);  // all addresses change
+        return WriteFeed(server, "A", count, 1, token) + ' ' + WriteFeed(server, "B", count, 1, token);
     };
     const QStringList addresses = writeFeeds().split(' ');
     ASSERT_EQ(Run("subscribe " + addresses.join(' ')).Status, 0);

@@ -92,19 +92,21 @@ protected:
     /// What the database holds.
     QStringList Rows(const QString& sql) { return PlainSqlite(Profile.File("Podcasts.db")).Rows(sql.toUtf8()); }
 
-    /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; gives its address.
-    static QString WriteFeed(const FolderServer& server, const QString& name, int count, int audioSize = 100) {
+    /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; gives its address. Audio
+    /// addresses end in `token`.
+    static QString WriteFeed(const FolderServer& server, const QString& name, int count, int audioSize = 100,
+                             const QString& token = {}) {
         const QString item =
             "<item><guid>%1-%2</guid><title>%1, part-%2</title><itunes:author>Ann</itunes:author>"
             "<itunes:duration>1:30</itunes:duration><pubDate>%3 Jan 2024 10:00:00 GMT</pubDate>"
             "<description>&lt;p&gt;Notes &lt;a href=\"http://h/\"&gt;here&lt;/a&gt;</description>"
-            "<enclosure url='%4/%1-%2.mp3'/></item>";
+            "<enclosure url='%4/%1-%2.mp3%5'/></item>";
         QString feed = "<rss version='2.0'><channel><title>" + name + "</title>";
         for (int i = 1; i <= count; ++i) {
             const QString audio = server.Folder.File(u"%1-%2.mp3"_s.arg(name).arg(i));
             if (QFileInfo(audio).size() != audioSize)
                 WriteWhole(audio, QByteArray(audioSize, static_cast<char>('a' + i % 26)));
-            feed += item.arg(name, QString::number(i), QString::number(1 + i % 28), server.Address);
+            feed += item.arg(name, QString::number(i), QString::number(1 + i % 28), server.Address, token);
         }
         WriteWhole(server.Folder.File(name + u".xml"), feed.toUtf8() + "</channel></rss>");
         return server.Address + u'/' + name + u".xml";

@@ -172,5 +172,35 @@ TEST_F(ClientDownload, TakesNoEpisodeOfAFeedUnsubscribedMeanwhile) {
     EXPECT_FALSE(QFile::exists(AudioFile("b/2.mp3")));
 }
 
+TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
+    Subscribe("a", {{"1", "/latest.mp3", "First"}});
+    StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
+    // Whatever is newest has this address, and what had it goes elsewhere.
+    Server.Serve("/a", Document("a", {{"2", "/latest.mp3", "Second"}, {"1", "/1.mp3", "First"}}));
+    Client->RefreshFeeds({Server.Url("/a")});
+    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
+    Server.Release("/latest.mp3");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/latest.mp3"));
+    EXPECT_EQ(CachedFile("/latest.mp3"), "");
+    EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
+}
+
+TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribedWithFiles) {
+    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
+    Subscribe("b", {{"1", "/1.mp3"}});
+    ServeAudio({"/1.mp3", "/2.mp3"});
+    Download({Key("/1.mp3"), Key("/2.mp3")});
+    Client->DownloadNewEpisodes();  // what is there already is recorded for the other feed, too
+    ASSERT_TRUE(WaitForTasks());
+    const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
+    EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), true)->Episodes(0).Fields[pefURLAudioCached], shared);
+    Client->Unsubscribe(Server.Url("/a"), true);
+    EXPECT_TRUE(QFile::exists(shared));
+    EXPECT_FALSE(QFile::exists(own));
+    Client->Unsubscribe(Server.Url("/b"), true);
+    EXPECT_FALSE(QFile::exists(shared));
+}
+
 }  // namespace
 }  // namespace podcasts

@@ -30,24 +30,66 @@ TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
     EXPECT_EQ(Server.Paths(), QStringList({"/gamma", "/beta", "/alpha"}));
 }
 
-TEST_F(ClientRefresh, KeepsFileAndMarkAlsoOfAnAudioAddressThatChanged) {
-    Subscribe("a", {{"1", "/old.mp3"}});
-    Client->UpdateState(Key("/old.mp3"), pesPostponed);
-    Server.Serve("/a", Document("a", {{"1", "/new.mp3"}}));
-    Refresh("/a");
-    EXPECT_FALSE(Heard->Events.contains("refresh finished, new"));
-    EXPECT_EQ(Episode("/new.mp3").State, pesPostponed) << "taken over from the old address";
-    Client->UpdateState(Key("/new.mp3"), pesListened);
-    Client->DB().SetCachedFile(Key("/new.mp3"), "/somewhere/1.mp3");
+TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlderNames) {
+    Subscribe("a", {{"1", "/old.mp3?t=1"}});
+    const QString oldKey = Key("/old.mp3?t=1");
+    Client->UpdateState(oldKey, pesPostponed);
+    Client->DB().SetCachedFile(oldKey, "/somewhere/1.mp3");
     Server.Serve("/a", Document("a", {{"1", "/new.mp3", "Renamed"}}));
     Refresh("/a");
+    EXPECT_FALSE(Heard->Events.contains("refresh finished, new"));
+    EXPECT_EQ(EpisodeCount("/a"), 1);
     EXPECT_EQ(Episode("/new.mp3").Fields[pefTitle], "Renamed");
+    EXPECT_EQ(Episode("/new.mp3").State, pesPostponed);
     EXPECT_EQ(CachedFile("/new.mp3"), "/somewhere/1.mp3");
+    // By its older name the episode is still found, marked and recorded.
+    EXPECT_EQ(Episode("/old.mp3?t=2").Fields[pefURI], Key("/new.mp3"));
+    Client->UpdateState(oldKey, pesListened);
+    Client->DB().SetCachedFile(oldKey, "/elsewhere/1.mp3");
     EXPECT_EQ(Episode("/new.mp3").State, pesListened);
-    Server.Serve("/a", Document("a", {{"1", "/old.mp3"}}));
+    EXPECT_EQ(CachedFile("/new.mp3"), "/elsewhere/1.mp3");
+    QStringList files;
+    Client->DB().EnumCachedFiles({oldKey}, [&](const QString& file) { files += file; });
+    EXPECT_EQ(files, QStringList("/elsewhere/1.mp3"));
+    // Another episode that has the name now goes before it.
+    Server.Serve("/a", Document("a", {{"1", "/new.mp3", "Renamed"}, {"2", "/old.mp3?t=1", "Second"}}));
     Refresh("/a");
-    EXPECT_EQ(Episode("/old.mp3").State, pesPostponed) << "each address keeps its own mark";
-    EXPECT_EQ(Episode("/new.mp3").State, pesListened);
+    EXPECT_EQ(Episode("/old.mp3?t=1").Fields[pefTitle], "Second");
+    EXPECT_EQ(Episode("/old.mp3?t=3").Fields[pefTitle], "Renamed");
+}
+
+TEST_F(ClientRefresh, AMarkByAnAddressThatIsChangingReachesItsEpisode) {
+    Subscribe("a", {{"1", "/1.mp3?t=0"}});
+    for (int round = 1; round <= 20; ++round) {
+        Server.Serve("/a", Document("a", {{"1", QString("/1.mp3?t=%1").arg(round)}}));
+        Client->RefreshFeeds({Server.Url("/a")});
+        const auto state = round % 2 == 0 ? pesListened : pesPostponed;
+        Client->UpdateState(Key(QString("/1.mp3?t=%1").arg(round - 1)), state);
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(Episode(QString("/1.mp3?t=%1").arg(round)).State, state) << round;
+    }
+    EXPECT_EQ(EpisodeCount("/a"), 1);
+}
+
+TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceAndOnlyWhenItCanBePlayed) {
+    const auto serve = [&](const QString& items) {
+        Server.Serve(
+            "/a", Response::Of(("<rss version='2.0'><channel><title>a</title>" + items + "</channel></rss>").toUtf8()));
+        Refresh("/a");
+        return Client->RefreshOutcomes().From().at(0).NewEpisodes.size();
+    };
+    const QString first = "<item><guid>1</guid><title>One</title>%1</item>";
+    const QString audio = "<enclosure url='" + Server.Url("/1.mp3") + "'/>";
+    Subscribe("a", {});
+    EXPECT_EQ(serve(first.arg("")), 0) << "a text";
+    EXPECT_EQ(Client->NewEpisodesToDownload(), QStringList());
+    EXPECT_EQ(serve(first.arg(audio)), 1) << "its audio";
+    EXPECT_EQ(EpisodeCount("/a"), 1);
+    Client->UpdateState(Key("/1.mp3"), pesListened);
+    EXPECT_EQ(serve(first.arg("")), 0) << "without audio for once";
+    EXPECT_EQ(Episode("/1.mp3").State, pesListened);
+    EXPECT_EQ(serve(first.arg(audio)), 0) << "the same audio again";
+    EXPECT_EQ(Episode("/1.mp3").State, pesListened);
 }
 
 TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {

@@ -128,21 +128,28 @@ protected:
 
 TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing) {
     const QString feed = Folder.File("feed.xml");
+    // Of the newer document every address is another one, and that of episodes 2 and 3 is each other's.
     const auto publish = [&](int count, const QString& title) {
         std::vector<Item> items;
-        for (int i = 0; i < count; ++i)
-            items.push_back({QString::number(i), u"/%1.mp3"_s.arg(i), title + QString(900, 'x')});
+        for (int i = 0; i < count; ++i) {
+            const QString audio = title == u"old" || i == 2 || i == 3 ? u"/%1.mp3"_s : u"/%1.mp3?new"_s;
+            const int number = title == u"new" && (i == 2 || i == 3) ? 5 - i : i;
+            items.push_back({QString::number(i), audio.arg(number), title + QString(900, 'x')});
+        }
         WriteWhole(feed, Document("a", items).Body);
     };
     publish(30, "old");
     Client->Subscribe(*TPodcastClient::FetchFeed(feed, {}, true));
     Client->UpdateState(Key("/0.mp3"), pesPostponed);
     Client->DB().SetCachedFile(Key("/1.mp3"), "/somewhere/1.mp3");
+    Client->UpdateState(Key("/2.mp3"), pesListened);
     Keep();
     publish(60, "new");
     const QByteArray sums =
-        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(URLAudioCached <> '') FROM PodcastEpisodes";
-    const QString before = "30|0|31|1", after = "60|60|61|1";
+        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), Sum(GUID * (State = "
+        "0)), "
+        "Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
+    const QString before = "30|0|30|1|2|0|0", after = "60|60|60|1|2|58|30";
     FailingFiles files;
     int accesses = 0, failures = 0;
     for (const auto& [isLasting, writeError] : {std::pair(false, SQLITE_IOERR_WRITE), {true, SQLITE_FULL}}) {

@@ -34,7 +34,9 @@ TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
     PlainSqlite plain(File);
     EXPECT_EQ(plain.Rows("SELECT m.name, group_concat(c.name || ' ' || c.type, ', ') FROM sqlite_master m, "
                          "pragma_table_info(m.name) c WHERE m.name GLOB 'Podcast*' GROUP BY m.name"),
-              QStringList({"PodcastEpisodes|URI TEXT, FeedID INTEGER, GUID TEXT, Title TEXT, Description TEXT, "
+              QStringList({"PodcastEpisodeNames|ID INTEGER, Name INTEGER, Episode INTEGER, FeedID INTEGER, "
+                           "GUIDCheck INTEGER",
+                           "PodcastEpisodes|URI TEXT, FeedID INTEGER, GUID TEXT, Title TEXT, Description TEXT, "
                            "Artist TEXT, URL TEXT, URLAudio TEXT, URLAudioCached TEXT, PublishDate DOUBLE, "
                            "Duration DOUBLE, State INTEGER, Format TEXT",
                            "PodcastFeedLogos|ID INTEGER, Data BLOB",

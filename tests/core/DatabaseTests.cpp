@@ -100,16 +100,19 @@ TEST_F(Database, WhatIsStoredComesBackInEveryFieldWhateverTheTextHolds) {
 
 TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
     const int id = Store(kFeed, "abc");
+    Other.Run(
+        "CREATE TABLE Written (Episode INTEGER);"
+        "CREATE TRIGGER A AFTER UPDATE ON PodcastEpisodes BEGIN INSERT INTO Written VALUES (NEW.rowid); END;"
+        "CREATE TRIGGER B AFTER INSERT ON PodcastEpisodes BEGIN INSERT INTO Written VALUES (-NEW.rowid); END");
     const auto changeAndStore = [&](const std::function<void(TPodcastEpisode&)>& change) {
         const auto feed = DB.GetFeed(id, true);
-        const QStringList before = Rows("SELECT rowid FROM PodcastEpisodes ORDER BY GUID");
+        Other.Run("DELETE FROM Written");
         TPodcastEpisode& episode = feed->Episodes(1);
         ASSERT_TRUE(episode.Fields[pefGUID].startsWith(u'b'));
         change(episode);
         DB.AddOrUpdate(*feed);
-        const QStringList after = Rows("SELECT rowid FROM PodcastEpisodes ORDER BY GUID");
-        EXPECT_EQ(after, QStringList({before[0], after.value(1), before[2]}));
-        EXPECT_NE(after[1], before[1]);
+        // A row that is written again keeps its id, by which other tables know it.
+        EXPECT_EQ(Rows("SELECT Episode FROM Written"), QStringList("2"));
         ExpectEqual(DB.GetEpisode(MakeEpisodeKey(id, episode.Fields[pefGUID])).get(), episode);
         const QString version = Other.DataVersion();
         DB.AddOrUpdate(*feed);

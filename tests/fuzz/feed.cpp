@@ -26,13 +26,16 @@ public:
     void Check(TPodcastFeed& feed) {
         try {
             FDatabase.RunInTransaction([&] {
-                const auto episodes = TPodcastsDB::DistinctEpisodes(feed);
                 FDatabase.AddOrUpdate(feed);
                 const auto stored = FDatabase.LoadStoredEpisodes(feed.ID);
-                for (const auto& [episode, uri] : episodes) CheckRow(*episode, stored.FindURI(vexa::ToUtf8(uri)));
-                Require(FDatabase.GetEpisodeCount(feed.ID) == static_cast<int>(episodes.size()), "one row an episode");
+                const auto matches = MatchEpisodes(feed, stored);
+                for (const auto& match : matches) {
+                    Require(match.Row >= 0, "an episode has a row", match.Episode->Fields[pefURLAudio]);
+                    CheckRow(*match.Episode, stored.Rows()[static_cast<std::size_t>(match.Row)]);
+                }
+                Require(stored.Rows().size() == matches.size(), "one row an episode");
                 const int writes = FDatabase.QueryInteger("SELECT total_changes()");
-                FDatabase.AddOrUpdate(feed, episodes, stored);
+                Require(FDatabase.Merge(feed).NewEpisodes.isEmpty(), "nothing is new the second time");
                 Require(FDatabase.QueryInteger("SELECT total_changes()") == writes, "what is the same is not written");
                 throw Undo();
             });
@@ -41,15 +44,14 @@ public:
     }
 
 private:
-    static void CheckRow(const TPodcastEpisode& episode, const TPodcastStoredEpisodes::Row* row) {
-        Require(row, "an episode has a row", episode.Fields[pefURLAudio]);
+    static void CheckRow(const TPodcastEpisode& episode, const TPodcastStoredEpisodes::Row& row) {
         const std::pair<TPodcastEpisodeField, std::string_view> texts[] = {
-            {pefGUID, row->GUID}, {pefTitle, row->Title},   {pefDescription, row->Description},
-            {pefURL, row->URL},   {pefArtist, row->Artist}, {pefURLAudio, row->URLAudio}};
+            {pefGUID, row.GUID}, {pefTitle, row.Title},   {pefDescription, row.Description},
+            {pefURL, row.URL},   {pefArtist, row.Artist}, {pefURLAudio, row.URLAudio}};
         for (const auto& [field, text] : texts)
             Require(vexa::FromUtf8(text) == episode.Fields[field], "a text is stored as it is", episode.Fields[field]);
-        Require(row->PublishDate == episode.PublishDate, "a date is stored as it is");
-        Require(static_cast<float>(row->Duration) == episode.Duration, "a duration is stored as it is");
+        Require(row.PublishDate == episode.PublishDate, "a date is stored as it is");
+        Require(static_cast<float>(row.Duration) == episode.Duration, "a duration is stored as it is");
     }
 
     tests::TempFolder FFolder;
@@ -69,7 +71,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             store.Check(*feed);
         const char* charset = charsets[size > 0 ? data[size - 1] % std::size(charsets) : 0];
         const auto fetched = TPodcastParser::ParseDocument(vexa::XmlDocument(bytes, QString::fromLatin1(charset)));
-        if (fetched && charset[0] != '\0') store.Check(*fetched);
+        if (!fetched || charset[0] == '\0') return 0;
+        fetched->Fields[pffURLFeed] = store.Location();
+        store.Check(*fetched);
     } catch (const vexa::XmlError&) {
     }
     return 0;

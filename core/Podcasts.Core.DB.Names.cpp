@@ -1,0 +1,242 @@
+// Older names of episodes: the table PodcastEpisodeNames. docs/database.md describes it.
+
+#include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Text.h"
+
+#include <QCryptographicHash>
+
+#include <algorithm>
+#include <numeric>
+#include <optional>
+#include <set>
+#include <unordered_map>
+
+namespace podcasts {
+
+using vexa::FromUtf8;
+using vexa::SqlBuilder;
+using Row = TPodcastStoredEpisodes::Row;
+
+namespace {
+
+constexpr std::size_t kMostNames = 8;  // of one episode: the newest
+constexpr int kDigestDigits = 16;      // hexadecimal
+
+/// The first 64 bits of the MD5 digest of the UTF-8 bytes. Stored: never to change. Of a GUID it is the beginning of
+/// the digest that the command line's short keys show.
+qint64 DigestOf(std::string_view utf8) {
+    const QByteArray hash = QCryptographicHash::hash(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())),
+                                                     QCryptographicHash::Md5);
+    quint64 digest = 0;
+    for (int i = 0; i < 8; ++i) digest = digest << 8 | static_cast<unsigned char>(hash[i]);
+    return static_cast<qint64>(digest);
+}
+
+/// Tells a row whose id now belongs to another episode, such as after the file was made anew from a dump.
+qint64 CheckOf(std::string_view guid) {
+    return DigestOf(guid) & 0xFFFFFFFF;
+}
+
+std::string_view WithoutQuery(std::string_view uri) {
+    return uri.substr(0, uri.find_first_of("?#"));
+}
+
+/// The names under which a feed's rows will be looked for once they have moved.
+class URINames {
+public:
+    URINames(std::span<const Row> rows, const std::vector<TPodcastEpisodeMatch>& matches) {
+        std::vector<int> episodes(rows.size());  // rows that become one are one episode
+        std::iota(episodes.begin(), episodes.end(), 0);
+        for (const auto& match : matches)
+            for (const int twin : match.Twins) episodes[static_cast<std::size_t>(twin)] = match.Row;
+        FOwners.reserve(rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const auto [owner, isNew] = FOwners.try_emplace(WithoutQuery(rows[i].URI), episodes[i]);
+            if (!isNew && owner->second != episodes[i]) owner->second = kShared;
+        }
+    }
+    /// Queries hold tokens that differ at every refresh, and do not count, unless they are what tells the feed's
+    /// episodes apart, or the URI is made of a GUID.
+    std::string_view Of(const Row& row) const {
+        const bool isMadeOfGUID = FromUtf8(row.URI) != MakeURI(FromUtf8(row.URLAudio));
+        const std::string_view name = WithoutQuery(row.URI);
+        return isMadeOfGUID || FOwners.at(name) == kShared ? row.URI : name;
+    }
+
+private:
+    static constexpr int kShared = -1;
+    std::unordered_map<std::string_view, int> FOwners;  // the episode of a name
+};
+
+}  // namespace
+
+void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMatch>& matches,
+                                 const TPodcastStoredEpisodes& stored) {
+    const auto rows = stored.Rows();
+    const auto rowAt = [&](int index) -> const Row& { return rows[static_cast<std::size_t>(index)]; };
+    struct Renamed {
+        qint64 RowID;
+        std::vector<qint64> Names;  // that it had, the oldest first
+        qint64 Check;
+        bool HasNewCheck;
+    };
+    std::vector<Renamed> renamed;
+    std::unordered_map<qint64, std::size_t> renamedByRow;  // their indexes, also by the rows that became one with them
+    std::vector<qint64> twins;
+    std::optional<URINames> uriNames;
+    for (const auto& match : matches) {
+        if (match.Row < 0) continue;
+        const std::string uri = vexa::ToUtf8(match.URI);
+        const QString& guid = match.Episode->Fields[pefGUID];
+        const Row& row = rowAt(match.Row);
+        const bool hasNewGUID = !vexa::EqualsUtf8(guid, row.GUID);
+        if (match.Twins.empty() && uri == row.URI && !hasNewGUID) continue;
+        if (!uriNames) uriNames.emplace(rows, matches);
+        Renamed& entry = renamed.emplace_back(Renamed{row.RowID, {}, CheckOf(vexa::ToUtf8(guid)), hasNewGUID});
+        const auto note = [&](const Row& older) {
+            if (!older.URI.empty() && older.URI != uri) entry.Names.push_back(DigestOf(uriNames->Of(older)));
+            if (!older.GUID.empty() && !vexa::EqualsUtf8(guid, older.GUID)) entry.Names.push_back(DigestOf(older.GUID));
+            renamedByRow.emplace(older.RowID, renamed.size() - 1);
+        };
+        for (const int twin : match.Twins) {
+            note(rowAt(twin));
+            twins.push_back(rowAt(twin).RowID);
+        }
+        note(row);
+    }
+    if (renamed.empty()) return;
+
+    struct Kept {
+        qint64 ID, Name;
+    };
+    std::vector<std::vector<Kept>> kept(renamed.size());  // names that are stored already, the oldest first
+    std::vector<std::vector<qint64>> handedOn(renamed.size());
+    std::vector<qint64> dropped;
+    if (const auto cursor = Query(SqlBuilder("SELECT Episode, Name, ID, GUIDCheck, GUID, PodcastEpisodeNames.FeedID "
+                                             "FROM PodcastEpisodes JOIN PodcastEpisodeNames ON Episode = "
+                                             "PodcastEpisodes.rowid WHERE PodcastEpisodes.FeedID = ")
+                                      .Integer(feedID)
+                                      .Raw(" ORDER BY ID")))
+        do {
+            if (cursor->Integer(5) != feedID || cursor->Integer64(3) != CheckOf(cursor->Utf8(4))) {
+                dropped.push_back(cursor->Integer64(2));  // of an episode that had the row's id before
+                continue;
+            }
+            const auto found = renamedByRow.find(cursor->Integer64(0));
+            if (found == renamedByRow.end()) continue;
+            Renamed& entry = renamed[found->second];
+            if (entry.RowID == found->first)
+                kept[found->second].push_back({cursor->Integer64(2), cursor->Integer64(1)});
+            else
+                handedOn[found->second].push_back(cursor->Integer64(1));
+        } while (cursor->Next());
+
+    SqlBuilder sql;
+    const auto insert = [&](const Renamed& entry, qint64 name) {
+        sql.Raw(sql.IsEmpty() ? "INSERT INTO PodcastEpisodeNames (Name, Episode, FeedID, GUIDCheck) VALUES (" : ", (");
+        sql.Integer(name).Raw(", ").Integer(entry.RowID).Raw(", ").Integer(feedID).Raw(", ");
+        sql.Integer(entry.Check).Raw(")");
+    };
+    for (std::size_t i = 0; i < renamed.size(); ++i) {
+        Renamed& entry = renamed[i];
+        if (entry.HasNewCheck && !kept[i].empty())
+            ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodeNames SET GUIDCheck = ")
+                           .Integer(entry.Check)
+                           .Raw(" WHERE Episode = ")
+                           .Integer(entry.RowID));
+        entry.Names.insert(entry.Names.begin(), handedOn[i].begin(), handedOn[i].end());
+        std::set<qint64> known;
+        for (const Kept& name : kept[i]) known.insert(name.Name);
+        std::erase_if(entry.Names, [&](qint64 name) { return !known.insert(name).second; });
+        if (entry.Names.size() > kMostNames) entry.Names.erase(entry.Names.begin(), entry.Names.end() - kMostNames);
+        const std::size_t total = kept[i].size() + entry.Names.size();
+        for (std::size_t old = 0; old + kMostNames < total; ++old) dropped.push_back(kept[i][old].ID);
+        for (const qint64 name : entry.Names) insert(entry, name);
+    }
+    // The greatest ID says that rows have moved: where every name is known already, one is written anew.
+    if (sql.IsEmpty()) {
+        for (std::size_t i = 0; i < renamed.size() && sql.IsEmpty(); ++i) {
+            if (kept[i].empty()) continue;
+            dropped.push_back(kept[i].back().ID);
+            insert(renamed[i], kept[i].back().Name);
+        }
+    }
+    ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE ID IN", dropped);
+    ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", twins);
+    if (!sql.IsEmpty()) ExecuteSQL(sql);
+}
+
+void TPodcastsDB::RemoveOlderNames(int feedID) {
+    ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodeNames WHERE Episode IN (SELECT rowid FROM PodcastEpisodes "
+                          "WHERE FeedID = ")
+                   .Integer(feedID)
+                   .Raw(")"));
+}
+
+bool TPodcastsDB::HasOlderNames() {
+    return ReadInteger("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames)") == 1;
+}
+
+qint64 TPodcastsDB::GetMoveCount() {
+    const auto cursor = Read("SELECT ifnull(max(ID), 0) FROM PodcastEpisodeNames");
+    return cursor ? cursor->Integer64(0) : 0;
+}
+
+namespace {
+
+/// The statement that finds rows by the digest of an older name; the caller adds conditions.
+SqlBuilder SelectByName() {
+    return SqlBuilder(
+        "SELECT Episode, GUIDCheck, GUID FROM PodcastEpisodeNames JOIN PodcastEpisodes ON PodcastEpisodes.rowid = "
+        "Episode AND PodcastEpisodes.FeedID = PodcastEpisodeNames.FeedID WHERE EXISTS (SELECT 1 FROM PodcastFeeds "
+        "WHERE PodcastFeeds.FeedID = PodcastEpisodeNames.FeedID) AND ");
+}
+
+}  // namespace
+
+qint64 TPodcastsDB::FindByOlderName(const QString& episodeKey) {
+    // Row ids of the episodes that had the name, at most two of them.
+    const auto find = [this](const SqlBuilder& condition) {
+        std::set<qint64> rows;
+        if (const auto cursor = Read(SelectByName().Raw(condition.Sql()))) do {
+                if (cursor->Integer64(1) == CheckOf(cursor->Utf8(2))) rows.insert(cursor->Integer64(0));
+            } while (rows.size() < 2 && cursor->Next());
+        return rows;
+    };
+    std::set<qint64> rows;
+    if (const QChar delimiter(kEpisodeKeyDelimiter); episodeKey.startsWith(delimiter)) {
+        rows = find(SqlBuilder("Name = ")
+                        .Integer(DigestOf(vexa::ToUtf8(episodeKey.section(delimiter, 2))))
+                        .Raw(" AND PodcastEpisodeNames.FeedID = ")
+                        .Integer(episodeKey.section(delimiter, 1, 1).toInt()));
+    } else if (const std::string uri = vexa::ToUtf8(episodeKey); !uri.empty()) {
+        rows = find(SqlBuilder("Name = ").Integer(DigestOf(uri)));
+        const std::string_view path = WithoutQuery(uri);
+        if (rows.empty() && path != uri) rows = find(SqlBuilder("Name = ").Integer(DigestOf(path)));
+    }
+    return rows.size() == 1 ? *rows.begin() : 0;  // a name of two episodes names none
+}
+
+QStringList TPodcastsDB::FindByOlderGUID(int feedID, const QString& digits) {
+    const QByteArray prefix = digits.left(kDigestDigits).toLatin1();
+    // Read as signed numbers, those with one beginning stand together.
+    const auto bound = [&](char fill) {
+        const QByteArray whole = prefix + QByteArray(kDigestDigits - prefix.size(), fill);
+        return static_cast<qint64>(whole.toULongLong(nullptr, 16));
+    };
+    QStringList guids;
+    const auto cursor = Read(SelectByName()
+                                 .Raw("PodcastEpisodeNames.FeedID = ")
+                                 .Integer(feedID)
+                                 .Raw(" AND Name BETWEEN ")
+                                 .Integer(bound('0'))
+                                 .Raw(" AND ")
+                                 .Integer(bound('f')));
+    if (cursor) do
+            if (cursor->Integer64(1) == CheckOf(cursor->Utf8(2))) guids += cursor->Text(2);
+        while (cursor->Next());
+    guids.removeDuplicates();
+    return guids;
+}
+
+}  // namespace podcasts

@@ -1,0 +1,519 @@
+#include "Podcasts.Core.Identity.h"
+
+#include "Podcasts.Core.DB.h"
+#include "VEXA.Runtime.Text.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <optional>
+#include <tuple>
+#include <unordered_set>
+
+namespace podcasts {
+
+using vexa::EqualsUtf8;
+using Row = TPodcastStoredEpisodes::Row;
+
+// ---- TPodcastStoredEpisodes ----
+
+std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
+    if (bytes.empty()) return {};
+    if (bytes.size() > FChunkLeft) {
+        const std::size_t size = std::max(bytes.size(), kChunkSize);
+        FChunks.push_back(std::make_unique_for_overwrite<char[]>(size));
+        // A text larger than a chunk gets one of its own, filled at once; the next text begins a new one.
+        FChunkLeft = size;
+        FChunkAt = FChunks.back().get();
+    }
+    char* const place = FChunkAt;
+    std::memcpy(place, bytes.data(), bytes.size());
+    FChunkAt += bytes.size();
+    FChunkLeft -= bytes.size();
+    return {place, bytes.size()};
+}
+
+void TPodcastStoredEpisodes::Add(const Row& row) {
+    static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
+                                                       &Row::Description, &Row::Artist,         &Row::URL,
+                                                       &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
+    FRows.push_back(row);
+    for (const auto text : texts) FRows.back().*text = Keep(row.*text);
+}
+
+void TPodcastStoredEpisodes::BuildIndex() {
+    // Sorted here, since SQLite would carry the rows' whole texts through its sorter.
+    std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
+    FByURI.reserve(FRows.size());
+    for (int index = 0; index < static_cast<int>(FRows.size()); ++index)
+        FByURI[FRows[static_cast<std::size_t>(index)].URI] = index;
+}
+
+int TPodcastStoredEpisodes::FindURI(std::string_view uri) const {
+    const auto found = FByURI.find(uri);
+    return found == FByURI.end() ? -1 : found->second;
+}
+
+namespace {
+
+// ---- What is compared ----
+
+bool IsBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+std::string_view Trimmed(std::string_view text) {
+    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+/// An address or a GUID as it is compared: without blanks around it and without the scheme, which publishers change
+/// from http to https. "://" stays, so that an address never equals a text that is none.
+std::string_view WithoutScheme(std::string_view text) {
+    text = Trimmed(text);
+    const std::size_t delimiter = text.find("://");
+    if (delimiter == std::string_view::npos || delimiter == 0) return text;
+    // RFC 3986, section 3.1.
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const bool isScheme =
+        isLetter(text[0]) && std::all_of(text.begin(), text.begin() + std::ptrdiff_t(delimiter), [&](char c) {
+            return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+        });
+    return isScheme ? text.substr(delimiter) : text;
+}
+
+QString URIOf(const TPodcastEpisode& episode, const TPodcastFeed& document) {
+    return HasAudio(episode) ? TPodcastsDBQueryBuilder::MakeEpisodeURI(episode, document) : QString();
+}
+
+/// What the rules look at of an episode of the document or of a stored row.
+struct Compared {
+    std::string_view GUID, Title, Address;
+    double Date = 0;
+};
+
+Compared ComparedOf(const Row& row) {
+    return {WithoutScheme(row.GUID), Trimmed(row.Title), WithoutScheme(row.URLAudio), row.PublishDate};
+}
+
+/// The same of an item of the document, with the bytes that it refers to.
+struct Item {
+    std::string GUID, Title, Address;
+    Compared Is;
+};
+
+/// Several things that must all be the same.
+struct Key {
+    std::string_view A, B = {};
+    double Date = 0;
+    std::string_view C = {};
+    bool operator==(const Key&) const = default;
+};
+
+struct KeyHash {
+    std::size_t operator()(const Key& key) const noexcept {
+        std::size_t hash = std::hash<std::string_view>()(key.A);
+        for (const std::size_t part : {std::hash<std::string_view>()(key.B), std::hash<std::string_view>()(key.C),
+                                       std::hash<double>()(key.Date)})
+            hash = (hash ^ part) * 0x9E3779B97F4A7C15u;
+        return hash;
+    }
+};
+
+/// Rows by what they have in common, those written last first.
+class RowIndex {
+public:
+    explicit RowIndex(std::size_t rows) : FNext(rows, -1) { FFirst.reserve(rows); }
+
+    /// Add rows in the order of their ids.
+    void Add(const Key& key, int row) {
+        const auto [found, isNew] = FFirst.try_emplace(key, row);
+        if (isNew) return;
+        FNext[static_cast<std::size_t>(row)] = found->second;
+        found->second = row;
+    }
+    /// The row written last of those that are not taken; −1 without one. Forgets the taken ones before it.
+    int Last(const Key& key, const std::vector<bool>& taken) {
+        const auto found = FFirst.find(key);
+        if (found == FFirst.end()) return -1;
+        while (found->second >= 0 && taken[static_cast<std::size_t>(found->second)])
+            found->second = Next(found->second);
+        return found->second;
+    }
+    int Next(int row) const { return FNext[static_cast<std::size_t>(row)]; }
+
+private:
+    std::unordered_map<Key, int, KeyHash> FFirst;
+    std::vector<int> FNext;
+};
+
+/// One pass over a document and what is stored of its feed.
+class Matcher {
+public:
+    Matcher(const TPodcastFeed& document, const TPodcastStoredEpisodes& stored)
+        : FDocument(document), FStored(stored), FRows(stored.Rows()), FTaken(FRows.size(), false) {}
+
+    std::vector<TPodcastEpisodeMatch> Run() {
+        ChooseEpisodes();
+        FFreeRows = FRows.size();
+        FLeft = FMatches.size();
+        ApplyRule(&Matcher::SameAddressAndTitle);
+        ApplyRule(&Matcher::SameAddressAndGUID);
+        ApplyRule(&Matcher::SameGUID);
+        ApplyRule(&Matcher::SameTitleAndDate);
+        ApplyRule(&Matcher::SameAddressAndOneThingMore);
+        ApplyRule(&Matcher::SameTitle);
+        KeepAddressesOfThoseWithoutAudio();
+        FindTwins();
+        return std::move(FMatches);
+    }
+
+private:
+    const Row& RowAt(int index) const { return FRows[static_cast<std::size_t>(index)]; }
+    bool IsFree(int row) const { return !FTaken[static_cast<std::size_t>(row)]; }
+    const TPodcastEpisode& Episode(std::size_t match) const { return *FMatches[match].Episode; }
+
+    // ---- The document ----
+
+    /// Of several episodes of one URI, which share a row, one counts.
+    void ChooseEpisodes() {
+        const auto& episodes = FDocument.Episodes();
+        FMatches.reserve(episodes.size());
+        FOwners.reserve(static_cast<qsizetype>(episodes.size()));
+        for (const auto& episode : episodes) {
+            const QString uri = URIOf(*episode, FDocument);
+            FMatches.push_back({episode.get(), uri, -1, {}});
+            FOwners.insert(uri, FMatches.size() - 1);
+        }
+        FItemOf.resize(FMatches.size());
+        for (std::size_t i = 0; i < FItemOf.size(); ++i) FItemOf[i] = i;
+        if (FOwners.size() == static_cast<qsizetype>(FMatches.size())) return;
+        // The last of one URI that is stored with this address and GUID goes before the last of them.
+        std::unordered_set<Key, KeyHash> known;
+        for (const Row& row : FRows)
+            if (const Compared is = ComparedOf(row); !is.Address.empty()) known.insert({is.Address, is.GUID});
+        QHash<QString, std::size_t> knownOwners;
+        for (std::size_t i = 0; i < FMatches.size(); ++i)
+            if (known.contains({ItemAt(i).Is.Address, ItemAt(i).Is.GUID})) knownOwners.insert(FMatches[i].URI, i);
+        FOwners.insert(knownOwners);
+        std::vector<TPodcastEpisodeMatch> counting;
+        FItemOf.clear();
+        for (std::size_t i = 0; i < FMatches.size(); ++i) {
+            if (FOwners.value(FMatches[i].URI) != i) continue;
+            counting.push_back(std::move(FMatches[i]));
+            FItemOf.push_back(i);
+        }
+        FMatches = std::move(counting);
+    }
+
+    /// An item of the document, those included that do not count, as it is compared.
+    const Item& ItemAt(std::size_t index) {
+        if (FItems.empty()) {
+            FItems.resize(FDocument.Episodes().size());
+            for (std::size_t i = 0; i < FItems.size(); ++i) {
+                const TPodcastEpisode& episode = *FDocument.Episodes()[i];
+                Item& item = FItems[i];
+                item.GUID = vexa::ToUtf8(episode.Fields[pefGUID]);
+                item.Title = vexa::ToUtf8(episode.Fields[pefTitle]);
+                item.Address = vexa::ToUtf8(episode.Fields[pefURLAudio]);
+                item.Is = {WithoutScheme(item.GUID), Trimmed(item.Title), WithoutScheme(item.Address),
+                           episode.PublishDate};
+            }
+        }
+        return FItems[index];
+    }
+    const Compared& Of(std::size_t match) { return ItemAt(FItemOf[match]).Is; }
+
+    /// How often things stand in the document.
+    struct Counts {
+        std::unordered_map<std::string_view, int> GUIDs, Titles;
+        std::unordered_map<Key, int, KeyHash> TitlesAndDates;
+        std::unordered_set<std::string_view> Addresses;
+    };
+    const Counts& InDocument() {
+        if (FCounts) return *FCounts;
+        Counts& counts = FCounts.emplace();
+        for (std::size_t i = 0; i < FDocument.Episodes().size(); ++i) {
+            const Compared& is = ItemAt(i).Is;
+            ++counts.GUIDs[is.GUID];
+            ++counts.Titles[is.Title];
+            ++counts.TitlesAndDates[{is.Title, {}, is.Date}];
+            if (!is.Address.empty()) counts.Addresses.insert(is.Address);
+        }
+        return counts;
+    }
+    /// Whether a GUID stands exactly once in the document: only then it tells which episode is meant.
+    bool Tells(std::string_view guid) {
+        const auto found = InDocument().GUIDs.find(guid);
+        return !guid.empty() && found != InDocument().GUIDs.end() && found->second == 1;
+    }
+    bool StandsInDocument(std::string_view address) { return InDocument().Addresses.contains(address); }
+
+    // ---- The stored rows ----
+
+    const Compared& ComparedRow(int row) {
+        if (FComparedRows.empty()) {
+            FComparedRows.reserve(FRows.size());
+            for (const Row& each : FRows) FComparedRows.push_back(ComparedOf(each));
+        }
+        return FComparedRows[static_cast<std::size_t>(row)];
+    }
+    /// An index over the free rows, made when it is first asked for. `keyOf` gives no key for a row to be left out.
+    template <class KeyOf>
+    RowIndex& Index(std::optional<RowIndex>& index, KeyOf keyOf) {
+        if (index) return *index;
+        index.emplace(FRows.size());
+        for (int row = 0; row < static_cast<int>(FRows.size()); ++row)
+            if (IsFree(row))
+                if (const std::optional<Key> key = keyOf(ComparedRow(row))) index->Add(*key, row);
+        return *index;
+    }
+
+    /// The row that the episode's URI is taken by, if it is free.
+    int RowOfURI(std::size_t match) {
+        const int row = FStored.FindURI(vexa::ToUtf8(FMatches[match].URI));
+        return row >= 0 && IsFree(row) ? row : -1;
+    }
+
+    /// Of several rows: the one whose URI the episode will have, else one whose address stands nowhere in the document,
+    /// else the one written last.
+    auto Preference(int row, std::size_t match) {
+        return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).URI),
+                               !StandsInDocument(ComparedRow(row).Address), row);
+    }
+
+    // ---- The rules ----
+
+    using Rule = int (Matcher::*)(std::size_t match);
+
+    /// Each rule goes over all episodes in order; an episode or a row that is found once is out.
+    void ApplyRule(Rule rule) {
+        if (FLeft == 0 || FFreeRows == 0) return;
+        for (std::size_t i = 0; i < FMatches.size(); ++i) {
+            if (FMatches[i].Row >= 0) continue;
+            const int row = (this->*rule)(i);
+            if (row < 0) continue;
+            FMatches[i].Row = row;
+            FTaken[static_cast<std::size_t>(row)] = true;
+            --FLeft;
+            --FFreeRows;
+        }
+    }
+
+    int SameAddressAndTitle(std::size_t match) {
+        const TPodcastEpisode& episode = Episode(match);
+        const int own = RowOfURI(match);
+        if (own >= 0) {
+            // Most episodes of most documents are as they were: told without making anything of them.
+            const Row& row = RowAt(own);
+            if (EqualsUtf8(episode.Fields[pefURLAudio], row.URLAudio) &&
+                EqualsUtf8(episode.Fields[pefTitle], row.Title) &&
+                ((episode.PublishDate != 0 && episode.PublishDate == row.PublishDate) ||
+                 EqualsUtf8(episode.Fields[pefGUID], row.GUID)))
+                return own;
+        }
+        const Compared& is = Of(match);
+        // Two without audio are of one address here, since they share a row.
+        const auto isSame = [&](const Compared& row) {
+            return row.Address == is.Address && row.Title == is.Title &&
+                   ((is.Date != 0 && row.Date == is.Date) || row.GUID == is.GUID);
+        };
+        if (own >= 0 && isSame(ComparedRow(own))) return own;
+        if (is.Address.empty()) return -1;
+        const int byDate =
+            is.Date == 0
+                ? -1
+                : Index(FByAddressTitleDate, [](const Compared& row) {
+                      return row.Address.empty() ? std::nullopt : std::optional(Key{row.Address, row.Title, row.Date});
+                  }).Last({is.Address, is.Title, is.Date}, FTaken);
+        const int byGUID =
+            Index(FByAddressTitleGUID, [](const Compared& row) {
+                return row.Address.empty() ? std::nullopt : std::optional(Key{row.Address, row.Title, 0, row.GUID});
+            }).Last({is.Address, is.Title, 0, is.GUID}, FTaken);
+        return std::max(byDate, byGUID);
+    }
+
+    RowIndex& ByGUID() {
+        return Index(FByGUID, [](const Compared& row) { return std::optional(Key{row.GUID}); });
+    }
+
+    int SameAddressAndGUID(std::size_t match) {
+        const Compared& is = Of(match);
+        if (is.Address.empty() || !Tells(is.GUID)) return -1;
+        return BestOf(ByGUID(), {is.GUID}, match, [&](int row) { return ComparedRow(row).Address == is.Address; });
+    }
+
+    int SameGUID(std::size_t match) {
+        const Compared& is = Of(match);
+        if (!Tells(is.GUID)) return -1;
+        return BestOf(ByGUID(), {is.GUID}, match, [&](int index) {
+            // Some publishers never change a GUID: where all else differs it is a new episode.
+            const Compared& row = ComparedRow(index);
+            const bool isOtherDate = is.Date != 0 && row.Date != 0 && is.Date != row.Date;
+            const bool isOtherAddress = is.Address.empty() || is.Address != row.Address;
+            return !(row.Title != is.Title && isOtherDate && isOtherAddress);
+        });
+    }
+
+    int SameTitleAndDate(std::size_t match) {
+        const Compared& is = Of(match);
+        if (is.Date == 0 || InDocument().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
+        RowIndex& index = Index(FByTitleAndDate, [](const Compared& row) {
+            return row.Date == 0 ? std::nullopt : std::optional(Key{row.Title, {}, row.Date});
+        });
+        const auto isEligible = [&](int row) { return !Tells(ComparedRow(row).GUID); };
+        // One that has something to lose goes first.
+        const auto isKept = [&](int row) { return !RowAt(row).URLAudioCached.empty() || RowAt(row).State != pesNew; };
+        const Key key{is.Title, {}, is.Date};
+        const int kept = BestOf(index, key, match, [&](int row) { return isEligible(row) && isKept(row); });
+        return kept >= 0 ? kept : BestOf(index, key, match, isEligible);
+    }
+
+    int SameAddressAndOneThingMore(std::size_t match) {
+        // An address alone is not enough: some publishers put whatever is newest at one address.
+        const Compared& is = Of(match);
+        if (is.Address.empty()) return -1;
+        if (const int own = RowOfURI(match); own >= 0) {
+            const Compared& row = ComparedRow(own);
+            const bool isSame = row.Address == is.Address &&
+                                ((!is.GUID.empty() && row.GUID == is.GUID) ||
+                                 (!is.Title.empty() && row.Title == is.Title) || (is.Date != 0 && row.Date == is.Date));
+            if (isSame && !Tells(row.GUID)) return own;
+        }
+        const auto key = [this](bool isThere, const Compared& row, const Key& made) {
+            return isThere && !row.Address.empty() && !Tells(row.GUID) ? std::optional<Key>(made) : std::nullopt;
+        };
+        RowIndex& byGUID = Index(FByAddressAndGUID, [&](const Compared& row) {
+            return key(!row.GUID.empty(), row, {row.Address, {}, 0, row.GUID});
+        });
+        RowIndex& byTitle = Index(FByAddressAndTitle, [&](const Compared& row) {
+            return key(!row.Title.empty(), row, {row.Address, row.Title});
+        });
+        RowIndex& byDate = Index(FByAddressAndDate, [&](const Compared& row) {
+            return key(row.Date != 0, row, {row.Address, {}, row.Date});
+        });
+        return std::max({byGUID.Last({is.Address, {}, 0, is.GUID}, FTaken),
+                         byTitle.Last({is.Address, is.Title}, FTaken),
+                         is.Date == 0 ? -1 : byDate.Last({is.Address, {}, is.Date}, FTaken)});
+    }
+
+    int SameTitle(std::size_t match) {
+        // Short lists of one title a day without dates are new every day.
+        constexpr std::size_t kFewestItems = 5;
+        const Compared& is = Of(match);
+        if (FDocument.Episodes().size() < kFewestItems || is.Title.empty()) return -1;
+        if (InDocument().Titles.at(is.Title) != 1) return -1;
+        if (FRowsOfTitle.empty()) {
+            for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
+                auto& [count, last] = FRowsOfTitle[ComparedRow(row).Title];
+                ++count;
+                last = row;
+            }
+        }
+        const auto found = FRowsOfTitle.find(is.Title);
+        if (found == FRowsOfTitle.end() || found->second.first != 1) return -1;
+        const int row = found->second.second;
+        const bool isUndated = is.Date == 0 || ComparedRow(row).Date == 0;
+        return IsFree(row) && isUndated && !Tells(ComparedRow(row).GUID) ? row : -1;
+    }
+
+    template <class Accepts>
+    int BestOf(RowIndex& index, const Key& key, std::size_t match, Accepts accepts) {
+        int best = -1;
+        for (int row = index.Last(key, FTaken); row >= 0; row = index.Next(row))
+            if (IsFree(row) && accepts(row) && (best < 0 || Preference(row, match) > Preference(best, match)))
+                best = row;
+        return best;
+    }
+
+    // ---- What follows ----
+
+    /// An episode that lacks its audio, often for an hour only, leaves the row's address as it is.
+    void KeepAddressesOfThoseWithoutAudio() {
+        for (TPodcastEpisodeMatch& match : FMatches) {
+            if (match.Row < 0 || HasAudio(*match.Episode)) continue;
+            match.URI = vexa::FromUtf8(RowAt(match.Row).URI);
+            // Another episode of the document may have the address now. Both stay: this one is named by its GUID.
+            if (match.URI.isEmpty() || !FOwners.contains(match.URI)) continue;
+            match.URI = TPodcastsDBQueryBuilder::MakeStandInURI(*match.Episode, FDocument);
+            if (FOwners.contains(match.URI) || FStored.FindURI(vexa::ToUtf8(match.URI)) >= 0)
+                match.URI += u'#' + QString::number(RowAt(match.Row).RowID);
+        }
+    }
+
+    /// Rows that earlier versions of the program made of one episode whose address had changed.
+    void FindTwins() {
+        if (FFreeRows == 0) return;
+        std::unordered_multimap<std::string_view, std::size_t> found;
+        for (std::size_t i = 0; i < FMatches.size(); ++i)
+            if (FMatches[i].Row >= 0) found.emplace(WithoutScheme(RowAt(FMatches[i].Row).GUID), i);
+        for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
+            if (!IsFree(row)) continue;
+            const std::string_view guid = WithoutScheme(RowAt(row).GUID);
+            const auto [begin, end] = found.equal_range(guid);
+            if (begin == end || !Tells(guid)) continue;
+            // Rows of one GUID were found in no certain order; the document's decides.
+            std::optional<std::size_t> owner;
+            for (auto it = begin; it != end; ++it)
+                if ((!owner || it->second < *owner) && IsTwin(row, it->second)) owner = it->second;
+            if (owner) FMatches[*owner].Twins.push_back(row);
+        }
+    }
+
+    bool IsTwin(int row, std::size_t match) {
+        const Compared twin = ComparedRow(row), &is = Of(match), &kept = ComparedRow(FMatches[match].Row);
+        const bool isSameTitle = twin.Title == kept.Title || twin.Title == is.Title;
+        const bool isSameDate = twin.Date != 0 && (twin.Date == kept.Date || twin.Date == is.Date);
+        if (!isSameTitle && !isSameDate) return false;
+        return !StandsInDocument(twin.Address) || twin.Address == is.Address;
+    }
+
+    const TPodcastFeed& FDocument;
+    const TPodcastStoredEpisodes& FStored;
+    const std::span<const Row> FRows;
+    std::vector<bool> FTaken;  // by row
+    std::size_t FFreeRows = 0;
+    std::vector<TPodcastEpisodeMatch> FMatches;
+    std::size_t FLeft = 0;                // matches without a row
+    std::vector<std::size_t> FItemOf;     // by match: the index of its item in the document
+    QHash<QString, std::size_t> FOwners;  // by URI: the item that counts
+
+    // Made when they are first asked for: an unchanged document needs none of them.
+    std::vector<Item> FItems;
+    std::optional<Counts> FCounts;
+    std::vector<Compared> FComparedRows;
+    std::unordered_map<std::string_view, std::pair<int, int>> FRowsOfTitle;  // their number, and the last
+    std::optional<RowIndex> FByAddressTitleDate, FByAddressTitleGUID, FByGUID, FByTitleAndDate, FByAddressAndGUID,
+        FByAddressAndTitle, FByAddressAndDate;
+};
+
+}  // namespace
+
+std::vector<TPodcastEpisodeMatch> MatchEpisodes(const TPodcastFeed& document, const TPodcastStoredEpisodes& stored) {
+    return Matcher(document, stored).Run();
+}
+
+std::vector<TPodcastEpisodeMatch> MatchEpisodesByURI(const TPodcastFeed& document,
+                                                     const TPodcastStoredEpisodes& stored) {
+    std::vector<TPodcastEpisodeMatch> matches;
+    matches.reserve(document.Episodes().size());
+    QHash<QString, std::size_t> last;
+    for (const auto& episode : document.Episodes()) {
+        const QString uri = URIOf(*episode, document);
+        matches.push_back({episode.get(), uri, stored.FindURI(vexa::ToUtf8(uri)), {}});
+        last.insert(uri, matches.size() - 1);
+    }
+    std::size_t index = 0;
+    std::erase_if(matches, [&](const TPodcastEpisodeMatch& match) { return last.value(match.URI) != index++; });
+    return matches;
+}
+
+bool HasAudio(const TPodcastEpisode& episode) {
+    const QString& address = episode.Fields[pefURLAudio];
+    return std::any_of(address.begin(), address.end(), [](QChar c) { return !c.isSpace(); });
+}
+
+}  // namespace podcasts
