@@ -8,18 +8,19 @@
 #include <QHash>
 
 #include <algorithm>
+#include <map>
 
 namespace podcasts {
 
 using vexa::EqualsUtf8;
 using vexa::FromUtf8;
 using vexa::SqlBuilder;
+using vexa::SqliteStatement;
 using Row = TPodcastStoredEpisodes::Row;
 using Matches = std::vector<TPodcastEpisodeMatch>;
 
 namespace {
 
-constexpr std::size_t kStatementSize = 64 * 1024;  // bytes; SQLite takes a thousand million
 constexpr std::size_t kRowsPerStatement = 500;
 
 // The columns of an episode, as bits of what is NULL in a row or differs from it. Their order is that of
@@ -70,67 +71,67 @@ struct NewRow {
         return bits;
     }
 
-    void AppendValue(SqlBuilder& sql, Column column) const {
+    void AppendValue(SqliteStatement& statement, Column column) const {
         const TPodcastEpisode& episode = *Match.Episode;
         switch (column) {
             case ccURI:
-                sql.Text(Match.URI);
+                statement.Text(Match.URI);
                 break;
             case ccGUID:
-                sql.Text(episode.Fields[pefGUID]);
+                statement.Text(episode.Fields[pefGUID]);
                 break;
             case ccTitle:
-                sql.Text(episode.Fields[pefTitle]);
+                statement.Text(episode.Fields[pefTitle]);
                 break;
             case ccDescription:
-                sql.Text(episode.Fields[pefDescription]);
+                statement.Text(episode.Fields[pefDescription]);
                 break;
             case ccArtist:
-                sql.Text(episode.Fields[pefArtist]);
+                statement.Text(episode.Fields[pefArtist]);
                 break;
             case ccURL:
-                sql.Text(episode.Fields[pefURL]);
+                statement.Text(episode.Fields[pefURL]);
                 break;
             case ccURLAudio:
-                sql.Text(episode.Fields[pefURLAudio]);
+                statement.Text(episode.Fields[pefURLAudio]);
                 break;
             case ccURLAudioCached:
-                sql.Text(episode.Fields[pefURLAudioCached]);
+                statement.Text(episode.Fields[pefURLAudioCached]);
                 break;
             case ccFormat:
-                sql.Text(Format);
+                statement.Text(Format);
                 break;
             case ccPublishDate:
-                sql.Double(episode.PublishDate);
+                statement.Double(episode.PublishDate);
                 break;
             case ccDuration:
-                sql.Double(static_cast<double>(episode.Duration));
+                statement.Double(static_cast<double>(episode.Duration));
                 break;
             case ccState:
-                sql.Integer(episode.State);
+                statement.Integer(episode.State);
                 break;
         }
     }
 };
 
-/// Collects statements and runs them together: preparing one costs as much as running several.
-class Batch {
-public:
-    explicit Batch(TPodcastsDB& db) : FDB(db) {}
-    SqlBuilder& Sql() { return FSql; }
-    bool IsEmpty() const { return FSql.IsEmpty(); }
-    void RunIfFull() {
-        if (FSql.Sql().size() >= kStatementSize) Run();
-    }
-    void Run() {
-        if (!FSql.IsEmpty()) FDB.ExecuteSQL(FSql);
-        FSql.Clear();
-    }
-
-private:
-    TPodcastsDB& FDB;
-    SqlBuilder FSql;
+/// A stored row that is written anew in some columns.
+struct Change {
+    unsigned Columns;  // as bits
+    qint64 RowID;
+    const NewRow* To;
 };
+
+/// An UPDATE of these columns, whose parameters are their values in order and the row id.
+SqliteStatement UpdateOf(TPodcastsDB& db, unsigned columns) {
+    std::string sql = "UPDATE PodcastEpisodes SET ";
+    const char* separator = "";
+    for (unsigned column = ccURI; column <= ccState; ++column) {
+        if ((columns & (1u << column)) == 0) continue;
+        sql.append(separator).append(kColumnNames[column]).append(" = ?");
+        separator = ", ";
+    }
+    return SqliteStatement(db, sql + " WHERE rowid = ?");
+}
 
 // ---- What a row and its twins hand on ----
 
@@ -274,16 +275,12 @@ void TPodcastsDB::ExecuteForRows(std::string_view sql, const std::vector<qint64>
 
 void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodcastStoredEpisodes& stored) {
     const auto rows = stored.Rows();
-    struct Change {
-        const NewRow* Row;
-        unsigned Columns;
-    };
     std::vector<NewRow> newRows;
     newRows.reserve(matches.size());
     for (const auto& match : matches) newRows.push_back({match});
 
     std::vector<const NewRow*> added;
-    std::vector<std::pair<qint64, Change>> changed;  // by row id: rows that lie together are written together
+    std::vector<Change> changed;
     enum class Fate : char { Stays, Moves, Goes };
     std::vector<Fate> fates(rows.size(), Fate::Stays);
     for (const NewRow& newRow : newRows) {
@@ -296,62 +293,54 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
         const Row& row = rows[static_cast<std::size_t>(match.Row)];
         const unsigned columns = newRow.DifferencesFrom(row);
         if (columns == 0) continue;
-        changed.push_back({row.RowID, {&newRow, columns}});
+        changed.push_back({columns, row.RowID, &newRow});
         if ((columns & (1u << ccURI)) != 0) fates[static_cast<std::size_t>(match.Row)] = Fate::Moves;
     }
     if (added.empty() && changed.empty() && std::find(fates.begin(), fates.end(), Fate::Goes) == fates.end()) return;
 
-    RunInTransaction([&] {
-        // A URI that is taken is given up first: by a row that moves as well, or by one that no episode of the document
-        // is, which is replaced. The table's constraint would delete the row without a word.
-        std::vector<qint64> leaving, replaced;
-        for (const NewRow& newRow : newRows) {
-            const int row = newRow.Match.Row;
-            if (row >= 0 && fates[static_cast<std::size_t>(row)] != Fate::Moves) continue;
-            const int owner = stored.FindURI(vexa::ToUtf8(newRow.Match.URI));
-            if (owner < 0 || owner == row) continue;
-            Fate& fate = fates[static_cast<std::size_t>(owner)];
-            leaving.push_back(rows[static_cast<std::size_t>(owner)].RowID);
-            if (fate != Fate::Stays) continue;
-            fate = Fate::Goes;
-            replaced.push_back(leaving.back());
-        }
-        ExecuteForRows("UPDATE PodcastEpisodes SET URI = char(1) || rowid WHERE rowid IN", leaving);
+    // A URI that is taken is given up first: by a row that moves as well, or by one that no episode of the document
+    // is, which is replaced. The table's constraint would delete the row without a word.
+    std::vector<qint64> leaving, replaced;
+    for (const NewRow& newRow : newRows) {
+        const int row = newRow.Match.Row;
+        if (row >= 0 && fates[static_cast<std::size_t>(row)] != Fate::Moves) continue;
+        const int owner = stored.FindURI(vexa::ToUtf8(newRow.Match.URI));
+        if (owner < 0 || owner == row) continue;
+        Fate& fate = fates[static_cast<std::size_t>(owner)];
+        leaving.push_back(rows[static_cast<std::size_t>(owner)].RowID);
+        if (fate != Fate::Stays) continue;
+        fate = Fate::Goes;
+        replaced.push_back(leaving.back());
+    }
+    ExecuteForRows("UPDATE PodcastEpisodes SET URI = char(1) || rowid WHERE rowid IN", leaving);
 
-        Batch batch(*this);
-        std::sort(changed.begin(), changed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-        for (const auto& [rowID, change] : changed) {
-            const char* separator = "UPDATE PodcastEpisodes SET ";
-            for (unsigned column = ccURI; column <= ccState; ++column) {
-                if ((change.Columns & (1u << column)) == 0) continue;
-                batch.Sql().Raw(separator).Raw(kColumnNames[column]).Raw(" = ");
-                change.Row->AppendValue(batch.Sql(), static_cast<Column>(column));
-                separator = ", ";
-            }
-            batch.Sql().Raw(" WHERE rowid = ").Integer(rowID).Raw(";");
-            batch.RunIfFull();
-        }
-        batch.Run();
+    // In the order in which the rows lie in the file.
+    std::sort(changed.begin(), changed.end(), [](const Change& a, const Change& b) { return a.RowID < b.RowID; });
+    std::map<unsigned, SqliteStatement> updates;  // by the columns that they write
+    for (const auto& [columns, rowID, newRow] : changed) {
+        auto update = updates.find(columns);
+        if (update == updates.end()) update = updates.emplace(columns, UpdateOf(*this, columns)).first;
+        for (unsigned column = ccURI; column <= ccState; ++column)
+            if ((columns & (1u << column)) != 0) newRow->AppendValue(update->second, static_cast<Column>(column));
+        update->second.Integer(rowID).Run();
+    }
+    if (!added.empty()) {
+        SqliteStatement insert(*this,
+                               "INSERT INTO PodcastEpisodes (URI, GUID, Title, Description, Artist, URL, "
+                               "URLAudio, URLAudioCached, Format, PublishDate, Duration, State, FeedID) "
+                               "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         for (const NewRow* newRow : added) {
-            static constexpr Column kOrder[] = {ccURI,         ccGUID,     ccTitle,    ccDescription,
-                                                ccArtist,      ccURL,      ccURLAudio, ccURLAudioCached,
-                                                ccPublishDate, ccDuration, ccState,    ccFormat};
-            batch.Sql().Raw(batch.IsEmpty() ? "INSERT INTO PodcastEpisodes VALUES (" : ", (");
-            for (const Column column : kOrder) {
-                newRow->AppendValue(batch.Sql(), column);
-                if (column == ccURI) batch.Sql().Raw(", ").Integer(feedID);
-                batch.Sql().Raw(column == kOrder[std::size(kOrder) - 1] ? ")" : ", ");
-            }
-            batch.RunIfFull();
+            for (unsigned column = ccURI; column <= ccState; ++column)
+                newRow->AppendValue(insert, static_cast<Column>(column));
+            insert.Integer(feedID).Run();
         }
-        batch.Run();
-        // Last, so that no new row has got the id of an old one.
-        std::vector<qint64> going;
-        for (std::size_t i = 0; i < rows.size(); ++i)
-            if (fates[i] == Fate::Goes) going.push_back(rows[i].RowID);
-        ExecuteForRows("DELETE FROM PodcastEpisodes WHERE rowid IN", going);
-        ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", replaced);
-    });
+    }
+    // Last, so that no new row has got the id of an old one.
+    std::vector<qint64> going;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        if (fates[i] == Fate::Goes) going.push_back(rows[i].RowID);
+    ExecuteForRows("DELETE FROM PodcastEpisodes WHERE rowid IN", going);
+    ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", replaced);
 }
 
 void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {

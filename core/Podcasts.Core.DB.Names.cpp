@@ -15,6 +15,7 @@ namespace podcasts {
 
 using vexa::FromUtf8;
 using vexa::SqlBuilder;
+using vexa::SqliteStatement;
 using Row = TPodcastStoredEpisodes::Row;
 
 namespace {
@@ -77,7 +78,7 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
     struct Renamed {
         qint64 RowID;
         std::vector<qint64> Names;  // that it had, the oldest first
-        qint64 Check;
+        qint64 Check;               // for the GUID that it gets
         bool HasNewCheck;
     };
     std::vector<Renamed> renamed;
@@ -131,19 +132,16 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
                 handedOn[found->second].push_back(cursor->Integer64(1));
         } while (cursor->Next());
 
-    SqlBuilder sql;
-    const auto insert = [&](const Renamed& entry, qint64 name) {
-        sql.Raw(sql.IsEmpty() ? "INSERT INTO PodcastEpisodeNames (Name, Episode, FeedID, GUIDCheck) VALUES (" : ", (");
-        sql.Integer(name).Raw(", ").Integer(entry.RowID).Raw(", ").Integer(feedID).Raw(", ");
-        sql.Integer(entry.Check).Raw(")");
+    SqliteStatement insert(*this,
+                           "INSERT INTO PodcastEpisodeNames (Name, Episode, FeedID, GUIDCheck) VALUES (?, ?, ?, ?)");
+    SqliteStatement updateCheck(*this, "UPDATE PodcastEpisodeNames SET GUIDCheck = ? WHERE Episode = ?");
+    const auto keep = [&](const Renamed& entry, qint64 name) {
+        insert.Integer(name).Integer(entry.RowID).Integer(feedID).Integer(entry.Check).Run();
     };
+    bool isAnyNew = false;
     for (std::size_t i = 0; i < renamed.size(); ++i) {
         Renamed& entry = renamed[i];
-        if (entry.HasNewCheck && !kept[i].empty())
-            ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodeNames SET GUIDCheck = ")
-                           .Integer(entry.Check)
-                           .Raw(" WHERE Episode = ")
-                           .Integer(entry.RowID));
+        if (entry.HasNewCheck && !kept[i].empty()) updateCheck.Integer(entry.Check).Integer(entry.RowID).Run();
         entry.Names.insert(entry.Names.begin(), handedOn[i].begin(), handedOn[i].end());
         std::set<qint64> known;
         for (const Kept& name : kept[i]) known.insert(name.Name);
@@ -151,19 +149,18 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         if (entry.Names.size() > kMostNames) entry.Names.erase(entry.Names.begin(), entry.Names.end() - kMostNames);
         const std::size_t total = kept[i].size() + entry.Names.size();
         for (std::size_t old = 0; old + kMostNames < total; ++old) dropped.push_back(kept[i][old].ID);
-        for (const qint64 name : entry.Names) insert(entry, name);
+        for (const qint64 name : entry.Names) keep(entry, name);
+        isAnyNew = isAnyNew || !entry.Names.empty();
     }
     // The greatest ID says that rows have moved: where every name is known already, one is written anew.
-    if (sql.IsEmpty()) {
-        for (std::size_t i = 0; i < renamed.size() && sql.IsEmpty(); ++i) {
-            if (kept[i].empty()) continue;
-            dropped.push_back(kept[i].back().ID);
-            insert(renamed[i], kept[i].back().Name);
-        }
+    for (std::size_t i = 0; i < renamed.size() && !isAnyNew; ++i) {
+        if (kept[i].empty()) continue;
+        dropped.push_back(kept[i].back().ID);
+        keep(renamed[i], kept[i].back().Name);
+        isAnyNew = true;
     }
     ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE ID IN", dropped);
     ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", twins);
-    if (!sql.IsEmpty()) ExecuteSQL(sql);
 }
 
 void TPodcastsDB::RemoveOlderNames(int feedID) {

@@ -151,7 +151,8 @@ private:
     void CreateEpisodesTable();
     void UpgradeEpisodesTable();
     void StoreFeedRow(TPodcastFeed& feed);
-    /// Makes the stored rows what the records of the matches say.
+    /// Makes the stored rows what the records of the matches say. Call it in a transaction: a savepoint of its own
+    /// would copy every page that it changes.
     void WriteEpisodes(int feedID, const std::vector<TPodcastEpisodeMatch>& matches,
                        const TPodcastStoredEpisodes& stored);
     /// Runs a statement for the rows of these ids, in groups. `sql` ends before the list.

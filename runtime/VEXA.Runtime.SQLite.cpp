@@ -433,4 +433,63 @@ int SqliteDatabase::ChangedRows() const {
     return sqlite3_changes(FHandle);
 }
 
+// ---- SqliteStatement ----
+
+SqliteStatement::SqliteStatement(SqliteDatabase& database, std::string_view sql) : FDatabase(database) {
+    const auto lock = FDatabase.Lock();
+    FStatement = SqliteConnection::Statement(FDatabase, sql).Release();
+}
+
+SqliteStatement::SqliteStatement(SqliteStatement&& other) noexcept
+    : FDatabase(other.FDatabase),
+      FStatement(std::exchange(other.FStatement, nullptr)),
+      FParameter(other.FParameter),
+      FTexts(std::move(other.FTexts)),
+      FPieces(std::move(other.FPieces)) {}
+
+SqliteStatement::~SqliteStatement() {
+    const auto lock = FDatabase.Lock();
+    sqlite3_finalize(FStatement);
+}
+
+SqliteStatement& SqliteStatement::Text(QStringView value) {
+    const std::size_t begin = FTexts.size();
+    AppendUtf8(FTexts, value);
+    FPieces.push_back({++FParameter, begin, FTexts.size()});
+    return *this;
+}
+
+SqliteStatement& SqliteStatement::Integer(qint64 value) {
+    sqlite3_bind_int64(FStatement, ++FParameter, value);
+    return *this;
+}
+
+SqliteStatement& SqliteStatement::Double(double value) {
+    sqlite3_bind_double(FStatement, ++FParameter, value);
+    return *this;
+}
+
+void SqliteStatement::Run() {
+    const auto lock = FDatabase.Lock();
+    // Bound only now that the texts do not move any more.
+    for (const auto& [parameter, begin, end] : FPieces)
+        sqlite3_bind_text64(FStatement, parameter, FTexts.data() + begin, end - begin, SQLITE_STATIC, SQLITE_UTF8);
+    int code;
+    while ((code = sqlite3_step(FStatement)) == SQLITE_ROW) {
+    }
+    FPieces.clear();
+    FTexts.clear();
+    FParameter = 0;
+    if (code != SQLITE_DONE) {
+        // Read before the reset, which ends the statement's transaction and forgets why.
+        try {
+            FDatabase.Raise("cannot write", code);
+        } catch (...) {
+            sqlite3_reset(FStatement);
+            throw;
+        }
+    }
+    sqlite3_reset(FStatement);
+}
+
 }  // namespace vexa

@@ -248,6 +248,7 @@ protected:
 
 private:
     friend struct SqliteReturnReader;
+    friend class SqliteStatement;
     void EnterWal();
     SqliteBorrowedReader BorrowReader();
 
@@ -256,6 +257,35 @@ private:
     std::atomic<std::thread::id> FTransactionThread{};  // whose transaction is open
     std::mutex FReadersMutex;
     std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
+};
+
+/// A statement that writes, prepared once and run again and again with other values for its parameters ("?"). Any text
+/// can be a value, U+0000 and lone surrogates included. Its database must outlive it. One thread uses it at a time.
+class VEXA_RUNTIME_API SqliteStatement {
+public:
+    SqliteStatement(SqliteDatabase& database, std::string_view sql);
+    ~SqliteStatement();
+    SqliteStatement(SqliteStatement&& other) noexcept;
+    SqliteStatement& operator=(SqliteStatement&&) = delete;
+
+    /// Each gives the next parameter its value.
+    SqliteStatement& Text(QStringView value);
+    SqliteStatement& Integer(qint64 value);
+    SqliteStatement& Double(double value);
+    /// Runs it with the values given since the last time.
+    void Run();
+
+private:
+    struct Piece {
+        int Parameter;
+        std::size_t Begin, End;
+    };
+
+    SqliteDatabase& FDatabase;
+    sqlite3_stmt* FStatement = nullptr;
+    int FParameter = 0;          // the last one that has got a value
+    std::string FTexts;          // of all text values, side by side
+    std::vector<Piece> FPieces;  // where each lies
 };
 
 }  // namespace vexa
