@@ -25,6 +25,10 @@ def judge(results):
         results.goal("20,000 episodes: peak memory", results.peak(works.BIG_IMPORT, OURS), 400, "MB")
     if ran(works.BIG_REFRESH):
         results.goal("20,000 episodes: refresh with one new", results.median(works.BIG_REFRESH, OURS), 0.6, "s")
+    if ran(works.TOKENS):
+        results.goal("20,000 episodes: every address another, against nothing new",
+                     results.ratio(works.TOKENS, OURS, OURS, works.TOKENS_UNCHANGED), 2.5)
+        results.goal("the file after 25 such refreshes against before", results.growth, 1.1)
     if ran(works.DOWNLOAD):
         results.goal("download against curl's", results.ratio(works.DOWNLOAD, OURS, "curl"), 1.1)
     if ran(works.DOWNLOAD) and ran(works.SMALL_DOWNLOAD):

@@ -1,5 +1,6 @@
 """The programs that are measured, each in a folder of its own where it finds nothing of its user's settings."""
 
+import contextlib
 import pathlib
 import shutil
 import sqlite3
@@ -84,6 +85,13 @@ class Podcasts(Program):
 
     def count(self):
         return int(self._ask("len(episodes)"))
+
+    def database_size(self):
+        """In bytes, once everything is in the one file."""
+        database = self.profile / "Podcasts.db"
+        with contextlib.closing(sqlite3.connect(database)) as connection:
+            connection.execute("PRAGMA wal_checkpoint(TRUNCATE)")
+        return database.stat().st_size
 
     def first_key(self):
         return self._ask("episodes[0]['key']")

@@ -18,6 +18,7 @@ class Results:
         self.rounds = {}  # (work, program) -> its costs, in the order of the rounds
         self.goals = []
         self.notes = []
+        self.growth = None  # of our database's file, while every address changes
 
     def add(self, work, program, cost):
         self.rounds.setdefault((work, program), []).append(cost)

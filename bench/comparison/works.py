@@ -1,6 +1,7 @@
 """What is measured. Within each round the programs take turns, so that all of them meet the same machine."""
 
 import os
+import re
 
 from .site import Feeds, Server
 
@@ -10,10 +11,13 @@ NEW = "refresh, 5 new in every tenth feed"
 PLAIN = "refresh, nothing new, a site without validators"
 BIG_IMPORT = "import of one feed of 20,000"
 BIG_REFRESH = "refresh of one feed of 20,000, one new"
+TOKENS_UNCHANGED = "refresh of one feed of 20,000, nothing new"
+TOKENS = "refresh of one feed of 20,000, every audio address another"
 DOWNLOAD = "download of 300 MB"
 SMALL_DOWNLOAD = "download of 30 MB"
 
 BIG_EPISODES = 20_000
+TOKEN_ROUNDS = 25
 MEGABYTE = 1_000_000
 
 
@@ -111,6 +115,26 @@ class Comparison:
             for program in programs:
                 self._expect(program, feeds.count_with_new, BIG_REFRESH)
 
+    def run_tokens(self):
+        """A host that puts another token into every audio address at each fetch. Ours alone: to the others all would be
+        new each time."""
+        if self.podcasts not in self.readers:
+            return
+        folder = self.root / "tokens"
+        folder.mkdir()
+        with Server(self.bin_dir, folder, "--no-compression", *self.habits) as server:
+            feeds = Tokens(Feeds(self.bin_dir, folder, server.base, 1, BIG_EPISODES, new=0, every=1))
+            self.podcasts.fresh()
+            self.podcasts.first_import(feeds)
+            self.podcasts.refresh()
+            before = self.podcasts.database_size()
+            for number in range(1, TOKEN_ROUNDS + 1):
+                self._measure(TOKENS_UNCHANGED, self.podcasts, self.podcasts.refresh)
+                feeds.publish(number)
+                self._measure(TOKENS, self.podcasts, self.podcasts.refresh)
+            self.results.growth = self.podcasts.database_size() / before
+            self._expect(self.podcasts, feeds.count, TOKENS)
+
     def run_downloads(self):
         for work, size in ((SMALL_DOWNLOAD, 30 * MEGABYTE), (DOWNLOAD, 300 * MEGABYTE)):
             folder = self.root / f"audio-{size}"
@@ -153,6 +177,22 @@ class Comparison:
         found = program.count()
         if found != count:
             self.results.note(f"{program.name}, {work}: {found} episodes are stored, {count} were published")
+
+
+class Tokens:
+    """Feeds whose audio addresses get another token each time that they are published."""
+
+    def __init__(self, feeds):
+        self.files = {file: file.read_text() for file in feeds.served.glob("*.xml")}
+        self.count, self.list = feeds.count, feeds.list
+        self.publish(0)
+
+    def publish(self, number):
+        def with_token(enclosure):
+            return enclosure[1] + ("&amp;" if "?" in enclosure[1] else "?") + f"updated={number}"
+
+        for file, text in self.files.items():
+            file.write_text(re.sub(r'(<enclosure url="[^"]*)', with_token, text))
 
 
 class OneEpisode:

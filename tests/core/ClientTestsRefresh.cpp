@@ -58,6 +58,38 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     EXPECT_EQ(Episode("/old.mp3?t=3").Fields[pefTitle], "Renamed");
 }
 
+TEST_F(ClientRefresh, RowsThatAnEarlierVersionMadeOfOneEpisodeBecomeOne) {
+    Subscribe("a", {{"1", "/1.mp3?t=1"}, {"2", "/2.mp3?t=1", "Two"}});
+    // A changed address got a row of its own.
+    TPodcastFeed feed;
+    feed.Fields[pffURLFeed] = Server.Url("/a");
+    for (const auto& [guid, title] : {std::pair("1", "Episode"), {"2", "Two"}}) {
+        TPodcastEpisode& episode = feed.NewEpisode();
+        episode.Fields[pefGUID] = guid;
+        episode.Fields[pefTitle] = title;
+        episode.Fields[pefURLAudio] = Server.Url(QString("/%1.mp3?t=2").arg(guid));
+    }
+    Client->DB().AddOrUpdate(feed);
+    ASSERT_EQ(EpisodeCount("/a"), 4);
+    const QString older = Folder.File("older.mp3"), newer = Folder.File("newer.mp3"), only = Folder.File("only.mp3");
+    for (const QString& file : {older, newer, only}) WriteWhole(file, "sound");
+    Client->DB().SetCachedFile(Key("/1.mp3?t=1"), older);
+    Client->DB().SetCachedFile(Key("/1.mp3?t=2"), newer);
+    Client->DB().SetCachedFile(Key("/2.mp3?t=1"), only);
+    Client->UpdateState(Key("/1.mp3?t=1"), pesListened);
+    Client->UpdateState(Key("/2.mp3?t=1"), pesPostponed);
+    Server.Serve("/a", Document("a", {{"1", "/1.mp3?t=2"}, {"2", "/2.mp3?t=2", "Two"}}));
+    Refresh("/a");
+    EXPECT_FALSE(Heard->Events.contains("refresh finished, new"));
+    EXPECT_EQ(EpisodeCount("/a"), 2);
+    EXPECT_EQ(CachedFile("/1.mp3?t=2"), newer);
+    EXPECT_EQ(Episode("/1.mp3?t=2").State, pesListened);
+    EXPECT_EQ(CachedFile("/2.mp3?t=2"), only);
+    EXPECT_EQ(Episode("/2.mp3?t=2").State, pesPostponed);
+    EXPECT_FALSE(QFile::exists(older)) << "in the recycle bin";
+    EXPECT_TRUE(QFile::exists(newer));
+}
+
 TEST_F(ClientRefresh, AMarkByAnAddressThatIsChangingReachesItsEpisode) {
     Subscribe("a", {{"1", "/1.mp3?t=0"}});
     for (int round = 1; round <= 20; ++round) {
