@@ -4,7 +4,7 @@
 
 #include <unicode/ucnv.h>
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -87,12 +87,62 @@ std::string WithoutMark(std::string text) {
     return text;
 }
 
-/// Empty optional when ICU does not know `encoding`.
-std::optional<std::string> DecodeAs(std::string_view bytes, const char* encoding) {
-    if (IsNamed(encoding, "UTF-8") || IsNamed(encoding, "US-ASCII") || IsNamed(encoding, "ASCII")) {
-        if (IsUtf8(bytes)) return std::string(bytes);
+bool IsUtf8Name(const char* encoding) {
+    return IsNamed(encoding, "UTF-8") || IsNamed(encoding, "US-ASCII") || IsNamed(encoding, "ASCII");
+}
+
+/// How many bytes at the start are ASCII.
+std::size_t AsciiLength(std::string_view bytes) {
+    const auto isOther = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+    return static_cast<std::size_t>(std::find_if(bytes.begin(), bytes.end(), isOther) - bytes.begin());
+}
+
+/// Whether every character of `encoding` is one byte, so that its texts hardly ever pass for UTF-8.
+bool IsSingleByte(const char* encoding) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(encoding, &status), ucnv_close);
+    return U_SUCCESS(status) && ucnv_getMaxCharSize(converter.get()) == 1;
+}
+
+/// The length of the UTF-8 sequence of several bytes at the start of `bytes` (RFC 3629, section 4); 0 when none begins
+/// there.
+std::size_t SequenceLength(std::string_view bytes) {
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    const std::size_t length = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    return length > 0 && length <= bytes.size() && IsUtf8(bytes.substr(0, length)) ? length : 0;
+}
+
+/// The text of what says that it is UTF-8 and is not quite: each broken byte becomes U+FFFD. Nothing when the broken
+/// bytes are the rule, as in a text that is windows-1252 in truth. A pair of its accented letters and signs passes for
+/// a sequence now and then, so one sequence outweighs only a few broken bytes.
+std::optional<std::string> WithBrokenBytesReplaced(std::string_view bytes) {
+    constexpr std::size_t kOutweighed = 8;
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    std::size_t sequences = 0, broken = 0;
+    std::string text;
+    text.reserve(bytes.size() + 64);
+    while (!bytes.empty()) {
+        const std::size_t ascii = AsciiLength(bytes);
+        text += bytes.substr(0, ascii);
+        bytes.remove_prefix(ascii);
+        if (bytes.empty()) break;
+        const std::size_t length = SequenceLength(bytes);
+        text += length > 0 ? bytes.substr(0, length) : replacement;
+        bytes.remove_prefix(std::max<std::size_t>(length, 1));
+        ++(length > 0 ? sequences : broken);
+    }
+    if (sequences * kOutweighed < broken) return std::nullopt;
+    return text;
+}
+
+/// Empty optional when ICU does not know `encoding`. `isUtf8`: whether the bytes are UTF-8.
+std::optional<std::string> DecodeAs(std::string_view bytes, const char* encoding, bool isUtf8) {
+    if (IsUtf8Name(encoding)) {
+        if (isUtf8) return std::string(bytes);
+        if (auto text = WithBrokenBytesReplaced(bytes)) return text;
         return Convert(bytes, "windows-1252");
     }
+    if (isUtf8 && IsSingleByte(encoding)) return std::string(bytes);
     if (IsNamed(encoding, "ISO-8859-1") || IsNamed(encoding, "latin1")) encoding = "windows-1252";
     return Convert(bytes, encoding);
 }
@@ -106,19 +156,25 @@ bool IsUtf8(std::string_view bytes) noexcept {
 std::string DecodeXml(std::string_view bytes, const QString& charset) {
     for (const auto& [mark, encoding] : kByteOrderMarks) {
         if (!bytes.starts_with(mark)) continue;
-        if (auto text = DecodeAs(bytes.substr(mark.size()), encoding)) return WithoutMark(std::move(*text));
+        const std::string_view content = bytes.substr(mark.size());
+        if (auto text = DecodeAs(content, encoding, IsUtf8(content))) return WithoutMark(std::move(*text));
     }
     for (const auto& [begin, encoding] : kFirstCharacters) {
         if (!bytes.starts_with(begin)) continue;
-        if (auto text = DecodeAs(bytes, encoding)) return WithoutMark(std::move(*text));
+        if (auto text = DecodeAs(bytes, encoding, false)) return WithoutMark(std::move(*text));
     }
+    const bool isUtf8 = IsUtf8(bytes);
     const std::string declared(DeclaredEncoding(bytes));
     // The bytes were read as ASCII to find the declaration, so a claim of UTF-16 in it is false.
     if (!declared.empty() && !declared.starts_with("UTF-16") && !declared.starts_with("utf-16"))
-        if (auto text = DecodeAs(bytes, declared.c_str())) return WithoutMark(std::move(*text));
-    if (!charset.isEmpty())
-        if (auto text = DecodeAs(bytes, charset.toLatin1().constData())) return WithoutMark(std::move(*text));
-    return WithoutMark(DecodeAs(bytes, "UTF-8").value());
+        if (auto text = DecodeAs(bytes, declared.c_str(), isUtf8)) return WithoutMark(std::move(*text));
+    const QByteArray name = charset.toLatin1();
+    // What a server is set up to say of all its files does not stand against a document that shows what it is.
+    const bool isRefuted =
+        !name.isEmpty() && isUtf8 && !IsUtf8Name(name.constData()) && AsciiLength(bytes) < bytes.size();
+    if (!name.isEmpty() && !isRefuted)
+        if (auto text = DecodeAs(bytes, name.constData(), isUtf8)) return WithoutMark(std::move(*text));
+    return WithoutMark(DecodeAs(bytes, "UTF-8", isUtf8).value());
 }
 
 }  // namespace vexa

@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Encoding.h"
 #include "VEXA.Runtime.HtmlEntities.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.XML.Recovery.h"
 
 #include <algorithm>
 #include <pugixml.hpp>
@@ -20,18 +21,80 @@ pugi::xml_node FirstElement(pugi::xml_node node) {
     return node;
 }
 
-/// Control characters that no XML document may hold (XML 1.0, production 2) become blanks: a stray one in a feed's
-/// text is no reason to lose the feed, and a NUL would cut the text short.
-void BlankForbiddenCharacters(std::string& text) {
-    for (char& c : text) {  // without a branch, so that the compiler can take many at once
-        const bool forbidden = (static_cast<unsigned char>(c) < 0x20) & (c != '\t') & (c != '\n') & (c != '\r');
-        c = forbidden ? ' ' : c;
+constexpr qsizetype kLargestRecovered = 8 * 1024 * 1024;  // bytes
+// More than any feed has. A tree takes some 100 bytes for each element or attribute, however short it is written.
+constexpr std::size_t kMostMarks = 4'000'000;
+constexpr std::size_t kMostItems = 250'000;
+
+bool IsForbidden(unsigned char c) {
+    return (c < 0x20) & (c != '\t') & (c != '\n') & (c != '\r');
+}
+
+struct Census {
+    std::size_t Marks = 0;  // "<" and "=": there are no more elements and attributes than that
+    bool HasForbidden = false;
+};
+
+/// Looks at every byte once. A block of a fixed size at a time, without a branch inside, so that the compiler can take
+/// many bytes at once; a byte can count what is in it.
+Census TakeCensus(std::string_view text) {
+    constexpr std::size_t kBlock = 240;
+    static_assert(('<' & 0xFE) == '<' && ('=' & 0xFE) == '<', "one comparison tells both");
+    Census census;
+    const auto look = [&](const char* bytes, std::size_t size) {
+        unsigned char marks = 0, forbidden = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            const auto c = static_cast<unsigned char>(bytes[i]);
+            marks = static_cast<unsigned char>(marks + ((c & 0xFE) == '<'));
+            forbidden = static_cast<unsigned char>(forbidden | IsForbidden(c));
+        }
+        census.Marks += marks;
+        census.HasForbidden |= forbidden != 0;
+    };
+    std::size_t at = 0;
+    for (; at + kBlock <= text.size(); at += kBlock) look(text.data() + at, kBlock);
+    look(text.data() + at, text.size() - at);
+    return census;
+}
+
+std::size_t CountTags(std::string_view text, std::string_view name) {
+    std::string tag(1, '<');
+    tag += name;
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(tag, at)) != std::string_view::npos;) {
+        at += tag.size();
+        count += at < text.size() && std::string_view(" \t\r\n/>").find(text[at]) != std::string_view::npos;
     }
+    return count;
+}
+
+/// The document's text, for the tree's reader. Throws XmlError when its tree would take memory without reason.
+std::string ReadableText(const QByteArray& bytes, const QString& charset) {
+    std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
+    const auto [marks, hasForbidden] = TakeCensus(text);
+    const bool hasTooManyItems = marks > kMostItems && CountTags(text, "item") + CountTags(text, "entry") > kMostItems;
+    if (marks > kMostMarks || hasTooManyItems) throw XmlError("the document has too many elements");
+    // Control characters that no XML document may hold (XML 1.0, production 2) become blanks: a stray one in a feed's
+    // text is no reason to lose the feed, and a NUL would cut the text short.
+    if (hasForbidden)
+        std::replace_if(
+            text.begin(), text.end(), [](char c) { return IsForbidden(static_cast<unsigned char>(c)); }, ' ');
+    ReplaceHtmlEntities(text);
+    return text;
 }
 
 std::string_view Trimmed(std::string_view text) {
     const auto begin = text.find_first_not_of(" \t\r\n");
     return begin == std::string_view::npos ? std::string_view() : text.substr(begin);
+}
+
+void AppendMarkup(std::string& out, const pugi::xml_node& node) {
+    struct Writer final : pugi::xml_writer {
+        explicit Writer(std::string& out) : Out(out) {}
+        void write(const void* data, std::size_t size) override { Out.append(static_cast<const char*>(data), size); }
+        std::string& Out;
+    } writer(out);
+    node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
 }
 
 std::string Where(std::string_view text, std::ptrdiff_t offset) {
@@ -68,12 +131,44 @@ QString XmlNode::Text() const {
     return first ? FromUtf8(first.value()) : QString();
 }
 
+QString XmlNode::Markup() const {
+    const pugi::xml_node node(FNode);
+    if (!FirstElement(node.first_child())) return Text();
+    std::string markup;
+    for (const pugi::xml_node child : node.children()) {
+        if (child.type() == pugi::node_cdata)
+            markup += child.value();
+        else
+            AppendMarkup(markup, child);
+    }
+    return FromUtf8(markup);
+}
+
+QString XmlNode::DeepText() const {
+    const pugi::xml_node node(FNode);
+    std::string text;
+    for (pugi::xml_node at = node.first_child(); at;) {  // without recursion: elements may be any number deep
+        if (IsTextNode(at)) text += at.value();
+        pugi::xml_node next = at.first_child();
+        while (!next && at != node) {
+            next = at.next_sibling();
+            at = at.parent();
+        }
+        at = next;
+    }
+    return FromUtf8(text);
+}
+
 QString XmlNode::Attribute(const char* name) const {
-    return FromUtf8(pugi::xml_node(FNode).attribute(name).value());
+    return FromUtf8(AttributeBytes(name));
+}
+
+std::string_view XmlNode::AttributeBytes(const char* name) const noexcept {
+    return pugi::xml_node(FNode).attribute(name).value();
 }
 
 bool XmlNode::AttributeIs(const char* name, std::string_view value) const noexcept {
-    return pugi::xml_node(FNode).attribute(name).value() == value;
+    return AttributeBytes(name) == value;
 }
 
 XmlNode XmlNode::FindChild(const char* name) const noexcept {
@@ -94,10 +189,7 @@ XmlNode::Iterator& XmlNode::Iterator::operator++() noexcept {
 }
 
 XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
-    : FText(DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset)),
-      FTree(std::make_unique<pugi::xml_document>()) {
-    BlankForbiddenCharacters(FText);
-    ReplaceHtmlEntities(FText);
+    : FText(ReadableText(bytes, charset)), FTree(std::make_unique<pugi::xml_document>()) {
     const std::string_view content = Trimmed(FText);
     if (content.empty()) throw XmlError("the document is empty");
     // parse_ws_pcdata keeps the white space between two CDATA pieces of one text.
@@ -106,14 +198,19 @@ XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     const auto result =
         FTree->load_buffer_inplace(FText.data() + skipped, content.size(), options, pugi::encoding_utf8);
     if (result) return;
-    // The tree was read in place, so the position is told from a second decoding.
-    std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
-    ReplaceHtmlEntities(text);
-    throw XmlError("not well-formed XML at " + Where(text, result.offset + static_cast<std::ptrdiff_t>(skipped)) +
+    // The text was changed by reading it in place.
+    FText = ReadableText(bytes, charset);
+    FIsRecovered = bytes.size() < kLargestRecovered && RecoverXml(FText, *FTree);
+    if (FIsRecovered) return;
+    throw XmlError("not well-formed XML at " + Where(FText, result.offset + static_cast<std::ptrdiff_t>(skipped)) +
                    ": " + result.description());
 }
 
 XmlDocument::~XmlDocument() = default;
+
+std::size_t XmlDocument::CountStartTags(std::string_view name) const {
+    return FIsRecovered ? CountTags(FText, name) : 0;
+}
 
 XmlNode XmlDocument::Node() const noexcept {
     return XmlNode(FTree->internal_object());

@@ -3,7 +3,9 @@
 //
 // Encodings are told apart by VEXA.Runtime.Encoding. Real documents are forgiven white space before the declaration,
 // HTML's named entities (&nbsp;), bare ampersands, and characters that XML forbids; nothing is ever fetched and no
-// declared entity is expanded. A document that is cut off or otherwise not well-formed is an error, never a short one.
+// declared entity is expanded. A document below 8 MiB that is not well-formed beyond that is recovered, if its end is
+// there (VEXA.Runtime.XML.Recovery); a document that is cut off is an error, never a short one. One with too many
+// elements is refused before it takes memory.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -39,8 +41,15 @@ public:
     std::string_view Name() const noexcept;
     /// All direct text and CDATA of the element, joined in order.
     QString Text() const;
+    /// The text with the elements that stand in it: "<p>Hello</p>" for HTML that was not escaped. Plain text is as it
+    /// is in Text.
+    QString Markup() const;
+    /// The text of the element and of all elements inside it, joined in order.
+    QString DeepText() const;
     /// The attribute's value; empty when absent.
     QString Attribute(const char* name) const;
+    /// The same in UTF-8, without a copy.
+    std::string_view AttributeBytes(const char* name) const noexcept;
     bool AttributeIs(const char* name, std::string_view value) const noexcept;
 
     /// The first direct child element of that name.
@@ -83,8 +92,14 @@ public:
     /// The first element along a path of names from the document.
     XmlNode FindPath(std::initializer_list<const char*> names) const noexcept;
 
+    /// Whether the document is not well-formed: some of it may be missing, or in another place than was meant.
+    bool IsRecovered() const noexcept { return FIsRecovered; }
+    /// How often a recovered document's text has a start tag of that name, or what looks like one.
+    std::size_t CountStartTags(std::string_view name) const;
+
 private:
-    std::string FText;  // the tree points into it
+    std::string FText;  // the tree points into it, unless it is recovered
+    bool FIsRecovered = false;
     std::unique_ptr<pugi::xml_document> FTree;
 };
 

@@ -30,6 +30,16 @@ TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
         {"<r>\x80\xE9</r>", "no-such-charset", euro},
         {"<?xml version='1.0' encoding='UTF-16'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<?xml version='1.0' encoding='Shift_JIS'?><r>\x83\x65</r>", {}, "\u30C6"},
+        // What shows that it is UTF-8 is, whatever is said of it.
+        {"<r>\xE2\x82\xAC\xC3\xA9</r>", "iso-8859-1", euro},
+        {"<r>\xE2\x82\xAC\xC3\xA9</r>", "Shift_JIS", euro},
+        {"<?xml version='1.0' encoding='windows-1251'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
+        {"<r>\x1B$B%F\x1B(B</r>", "ISO-2022-JP", "\u30C6"},
+        // Only what is broken in UTF-8 is lost, a byte at a time.
+        {"<r>\xE2\x82\xAC\xC3\xA9 caf\xE9</r>", {}, euro + " caf\uFFFD"},
+        {"<?xml version='1.0' encoding='utf-8'?><r>\xE2\x82\xAC\xC3\xA9\xE6\x97</r>", {}, euro + "\uFFFD\uFFFD"},
+        {"\xEF\xBB\xBF<r>\xE2\x82\xAC\xC3\xA9\xED\xA0\x80</r>", {}, euro + "\uFFFD\uFFFD\uFFFD"},
+        {"<r>\xC9\xA0" + QByteArray(9, '\xE9') + "</r>", {}, "\u00C9\u00A0" + QString(9, u'\u00E9')},
     };
     for (const auto& [bytes, charset, text] : rows) EXPECT_EQ(RootText(bytes, charset), text) << bytes.toStdString();
 }
@@ -57,6 +67,8 @@ TEST(Xml, RefusesWhatIsCutOffOrNotXmlAndSaysWhere) {
         {"<a>\n\n<b></a></b>", "line 3, column"},
         {"<a>&nbsp;\n<b></a></b>", "line 2, column"},
         {"<a href='x></a>", "not well-formed XML at line 1"},
+        {"<a><b></a>text", "not well-formed"},
+        {"<a b=c></a>", "not well-formed"},
     };
     for (const auto& [bytes, message] : rows) {
         try {
@@ -66,6 +78,71 @@ TEST(Xml, RefusesWhatIsCutOffOrNotXmlAndSaysWhere) {
             EXPECT_NE(std::string_view(error.what()).find(message), std::string_view::npos) << error.what();
         }
     }
+}
+
+/// A document as text: "name(attribute=value|text|child)".
+QString Outline(const XmlNode& node) {
+    QString outline = QString::fromUtf8(node.Name()) + u'(' + node.Attribute("a") + u'|' + node.Text();
+    for (const XmlNode child : node) outline += u' ' + Outline(child);
+    return outline + u')';
+}
+
+TEST(Xml, RecoversADamagedDocumentWhoseEndIsThere) {
+    const std::pair<QByteArray, QString> rows[] = {
+        {"<r><t>I <3 radio & a < b, x <y</t></r>", "r(| t(|I <3 radio & a < b, x <y))"},
+        {"<r><t>&nbsp;&nosuch; &amp; <3 &#233;</t></r>", "r(| t(|\u00A0&nosuch; & <3 \u00E9))"},
+        {"<r><t a='x < y & z' a='again'>]]><3</t></r>", "r(| t(x < y & z|]]><3))"},
+        {"<r><t><![CDATA[<p>a]]>b</p>]]></t><u>c</u></r>", "r(| t(|<p>ab</p>]]>) u(|c))"},
+        {"<r><t>Hello<br>world<p>x</t><u>c</u></r>", "r(| t(|Hello br(|world p(|x))) u(|c))"},
+        {"<r><item><t>1</t><item><t>2</t></item></item></x></r>", "r(|</item></x> item(| t(|1)) item(| t(|2)))"},
+        {"<r><item><t>1<item><t>2</t></r>", "r(| item(| t(|1)) item(| t(|2)))"},
+        {"<b>Warning</b><br><?xml version='1.0'?><r><t>1</u></t></r>", "r(| t(|1</u>))"},
+        {"<!DOCTYPE r [<!ENTITY e 'no'><!-- ]> -->]><r>&e;</x></r><!-- </r> --> \n", "r(|&e;</x>)"},
+        {QByteArray("<r>a</x></r>\0\0", 14), "r(|a</x>)"},
+        {"<r><t>see </r> there</t></r>", "r(| t(|see </r> there))"},
+    };
+    for (const auto& [bytes, outline] : rows) {
+        const XmlDocument document(bytes);
+        EXPECT_EQ(Outline(*document.Node().begin()), outline) << bytes.toStdString();
+        EXPECT_TRUE(document.IsRecovered()) << bytes.toStdString();
+    }
+    const XmlDocument whole("<r><item>1</item></r>"), damaged("<r><item>1</x></item><item a=''/><items/></r>");
+    EXPECT_FALSE(whole.IsRecovered());
+    EXPECT_EQ(whole.CountStartTags("item"), 0U);
+    EXPECT_EQ(damaged.CountStartTags("item"), 2U);
+    EXPECT_EQ(XmlDocument("<r>a<b>c<d/>e</b>f</r>").FindPath({"r"}).DeepText(), "acef");
+    EXPECT_EQ(XmlDocument("<r>a<b>c&amp;<d/></b><![CDATA[<i>]]>&lt;</r>").FindPath({"r"}).Markup(),
+              "a<b>c&amp;<d/></b><i>&lt;");
+}
+
+TEST(Xml, NeverTakesABeginningForADamagedDocument) {
+    const QByteArray document =
+        "<?xml version='1.0'?><rss a='1'><channel><title>a <3 </rss> b</title><item><title>1</title>"
+        "<description>say </rss> <p>or <i></rss> <![CDATA[</rss>]]> &amp;</p></description></item>"
+        "<item><b>2</b></channel></rss>";
+    ASSERT_TRUE(XmlDocument(document).IsRecovered());
+    for (qsizetype size = 0; size < document.size(); ++size)
+        EXPECT_THROW(XmlDocument{document.first(size)}, XmlError) << document.first(size).toStdString();
+    const QByteArray deep = "<r><3" + QByteArray("<a>").repeated(300) + QByteArray("</a>").repeated(300) + "</r>";
+    EXPECT_THROW(XmlDocument{deep}, XmlError) << "deeper than the reader goes";
+    const QByteArray large = "<r><3" + QByteArray(8 * 1024 * 1024, ' ') + "</r>";
+    EXPECT_THROW(XmlDocument{large}, XmlError);
+}
+
+TEST(Xml, RefusesMoreElementsThanAnyFeedHas) {
+    const auto message = [](const QByteArray& document) {
+        try {
+            XmlDocument read(document);
+        } catch (const XmlError& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    for (const QByteArray& piece : {QByteArray("<item/>"), QByteArray("<entry >")})
+        EXPECT_EQ(message("<r>" + piece.repeated(250'001)), "the document has too many elements");
+    EXPECT_EQ(message("<r>" + QByteArray("<item/>").repeated(250'000) + "</r>"), "");
+    EXPECT_EQ(message("<r a='" + QByteArray("=<").repeated(2'000'000) + "'/>"), "the document has too many elements");
+    EXPECT_EQ(message("<r a='" + QByteArray("=").repeated(3'999'990) + "'/>"), "");
 }
 
 TEST(Xml, ExpandsNoDeclaredEntity) {
