@@ -1,5 +1,7 @@
 #include "VEXA.Runtime.Dates.h"
 
+#include "VEXA.Runtime.Dates.Lenient.h"
+
 #include <QDateTime>
 #include <QTimeZone>
 
@@ -143,11 +145,16 @@ bool LooksIso(QStringView text) {
 double DecodeRfc822Date(const QString& text) {
     const QStringView trimmed = QStringView(text).trimmed();
     if (const auto date = FromUsualForm(trimmed)) return *date;
-    if (LooksIso(trimmed)) return FromIso(trimmed);
-    std::array<char, 64> spelling;
-    if (trimmed.isEmpty() || !ToCurlSpelling(trimmed, spelling)) return 0;
-    const time_t seconds = curl_getdate(spelling.data(), nullptr);
-    return seconds == -1 ? 0 : kUnixEpoch + static_cast<double>(seconds) / kSecondsPerDay;
+    if (trimmed.isEmpty()) return 0;
+    const auto toDate = [](qint64 seconds) { return kUnixEpoch + static_cast<double>(seconds) / kSecondsPerDay; };
+    if (LooksIso(trimmed)) {
+        if (const double date = FromIso(trimmed); date != 0) return date;
+    } else if (std::array<char, 64> spelling; !IsMisreadByCurl(trimmed) && ToCurlSpelling(trimmed, spelling)) {
+        // Before the lenient reader, so that a date that was always read stays what it was.
+        if (const time_t seconds = curl_getdate(spelling.data(), nullptr); seconds != -1) return toDate(seconds);
+    }
+    const auto seconds = DecodeLenientDate(trimmed);
+    return seconds ? toDate(*seconds) : 0;
 }
 
 double DecodeIsoDate(const QString& text) {

@@ -10,8 +10,9 @@ class QDateTime;
 
 namespace vexa {
 
-/// An RFC 822 date-time (RFC 2822, 3.3, and the variations that real feeds show: any letter case, missing weekday or
-/// seconds, whole names ("September"), "+02:00", ISO 8601 forms). Without a zone it counts as UTC. 0 when unreadable.
+/// An RFC 822 date-time (RFC 2822, 3.3), and the variations that real feeds show: any letter case, missing weekday or
+/// seconds, ISO 8601 forms, names of months and days in other languages, AM and PM, more zones (docs/feeds.md lists
+/// them). Without a zone it counts as UTC. 0 when unreadable.
 VEXA_RUNTIME_API double DecodeRfc822Date(const QString& text);
 
 /// An XML date-time (ISO 8601). Without a zone it counts as UTC. 0 when unreadable.

@@ -80,6 +80,48 @@ TEST(Dates, AreReadInTheFormsThatFeedsShow) {
     for (const auto& [text, moment] : iso) expect(DecodeIsoDate(text), moment);
 }
 
+TEST(Dates, AreReadInTheWordsOfManyLanguages) {
+    const std::pair<QString, QString> rows[] = {
+        {"Di, 24 Nov 2026 06:00:00 +0100", "2026-11-24T05:00:00Z"},
+        {"Dienstag, 24. M\u00E4rz 2026 um 6:00 Uhr", "2026-03-24T06:00:00Z"},
+        {"mar., 24 nov. 2026 06:00:00 +0100", "2026-11-24T05:00:00Z"},
+        {"Mar, 24 Sep 2026 06:00:00 GMT", "2026-09-24T06:00:00Z"},
+        {"dim. 2 ao\u00FBt 2026 06:00:00 CEST", "2026-08-02T04:00:00Z"},
+        {"s\u00E1b, 24 de enero de 2026 06:00", "2026-01-24T06:00:00Z"},
+        {"gioved\u00EC 24 giugno 2026 06:00:00", "2026-06-24T06:00:00Z"},
+        {"ter, 24 mar\u00E7o 2026 06:00:00 BRT", "2026-03-24T09:00:00Z"},
+        {"wo, 24 mrt 2026 06:00:00 MEZ", "2026-03-24T05:00:00Z"},
+        {"\u015Br., 24 pa\u017Adziernika 2026 06:00:00 CET", "2026-10-24T05:00:00Z"},
+        {"\u0412\u0442, 24 \u043C\u0430\u044F 2026 06:00:00 MSK", "2026-05-24T03:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 GMT+2", "2026-11-24T04:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 UTC-02:30", "2026-11-24T08:30:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 AEDT", "2026-11-23T19:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 CAT", "2026-11-24T04:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 XYZT", "2026-11-24T06:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 America/New_York", "2026-11-24T11:00:00Z"},
+        {"Fri, 24 Jul 2026 06:00:00 America/New_York", "2026-07-24T10:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 America/Nowhere", ""},
+        {"Tue, 24 Nov 2026 06:00:00 PM +0000", "2026-11-24T18:00:00Z"},
+        {"Tue, 24 Nov 2026 12:02:33 a.m. EST", "2026-11-24T05:02:33Z"},
+        {"11/24/2026 12:30 PM", "2026-11-24T12:30:00Z"},
+        {"11/24/2026 12:30", ""},
+        {"2026-11-24 06:00:00 +0100", "2026-11-24T05:00:00Z"},
+        {"2026-11-24 06:00:00.5 PM PST", "2026-11-25T02:00:00Z"},
+        {"Di, 31 Nov 2026 06:00:00", ""},
+        {"Di, 24 Nov 2026 25:00:00", ""},
+        {"Di, 24 Nov", ""},
+        {"Folge 24, November 2026", ""},
+        {"0000-00-00 00:00:00", ""},
+        {"1795500000", ""}};
+    for (const auto& [text, moment] : rows) {
+        const double date = DecodeRfc822Date(text);
+        if (moment.isEmpty())
+            EXPECT_EQ(date, 0) << text.toStdString();
+        else
+            EXPECT_EQ(FromOleDate(date), QDateTime::fromString(moment, Qt::ISODate)) << text.toStdString();
+    }
+}
+
 TEST(Dates, AreWrittenByAPatternAndStayStableOutsideTheCalendar) {
     for (const double date : {0.0, 1e300, -1e300, std::numeric_limits<double>::quiet_NaN()})
         EXPECT_EQ(FormatOleDate(date, u"yyyy.MM.dd"), "1899.12.30") << date;
