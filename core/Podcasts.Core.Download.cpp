@@ -1,5 +1,6 @@
 #include "Podcasts.Core.TargetFile.h"
 #include "Podcasts.Core.Tasks.h"
+#include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
@@ -11,12 +12,33 @@ namespace podcasts {
 
 namespace {
 
+/// What servers send in place of audio: pages that ask to log in, errors with a status of success.
+bool IsPageType(const QString& mimeType) {
+    return mimeType == u"text/html" || mimeType == u"application/json";
+}
+
+enum class Body { Undecided, Audio, WebPage };
+
+/// Tells by the type and the first bytes what a response is; not yet when these are too few. The bytes have the last
+/// word: some servers call everything text/html.
+Body JudgeBody(const QString& mimeType, const QByteArray& start, bool isWhole) {
+    constexpr qsizetype kLongestSignature = 8, kLongestPrologue = 4096;  // bytes
+    if (vexa::BeginsLikeMedia(start)) return Body::Audio;
+    if (IsPageType(mimeType)) return isWhole || start.size() >= kLongestSignature ? Body::WebPage : Body::Undecided;
+    if (vexa::BeginsLikeHtmlPage(start)) return Body::WebPage;
+    const QByteArrayView text = QByteArrayView(start).trimmed();
+    const bool mayBePage = text.isEmpty() || text.startsWith('<') || text.startsWith('\xEF');  // a byte-order mark
+    return mayBePage && !isWhole && start.size() < kLongestPrologue ? Body::Undecided : Body::Audio;
+}
+
 /// The name with the extension that the response's type asks for.
 QString WithExtensionOf(const QString& mimeType, QString fileName) {
-    const bool isUnspecific = mimeType.compare(u"application/octet-stream", Qt::CaseInsensitive) == 0;
+    const QString present = vexa::KnownExtension(fileName);
+    const bool isUnspecific = vexa::IsUnspecificMimeType(mimeType) || IsPageType(mimeType);
+    if (isUnspecific && vexa::IsMediaExtension(present)) return fileName;
     const QString extension = isUnspecific ? QStringLiteral(".mp3") : vexa::ExtensionOfMimeType(mimeType);
     if (extension.isEmpty()) return fileName;
-    const qsizetype length = vexa::ExtractFileExt(fileName).size() - 1;  // without the dot
+    const qsizetype length = present.size() - 1;  // without the dot
     if (length == 3 || length == 4) fileName.chop(length + 1);
     return fileName + extension;
 }
@@ -24,7 +46,7 @@ QString WithExtensionOf(const QString& mimeType, QString fileName) {
 /// "name.mp3", "name (2).mp3", "name (3).mp3", …
 QString NumberedName(const QString& fileName, int number) {
     if (number == 1) return fileName;
-    const QString extension = vexa::ExtractFileExt(fileName);
+    const QString extension = vexa::KnownExtension(fileName);
     return fileName.chopped(extension.size()) + u" (" + QString::number(number) + u")" + extension;
 }
 
@@ -44,6 +66,8 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
     QString URL;
     QString FileName;  // as the template has it; the extension may change when the response arrives
     std::unique_ptr<TPodcastEpisode> Episode;
+    QString MimeType;
+    QByteArray Start;  // of the body, until there is enough of it to tell audio from a page
     TPodcastTargetFile File;
     bool IsRecordBlanked = false;  // of a file that was gone
 };
@@ -96,12 +120,16 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
     vexa::HttpGet request;
     request.Url = download.URL;
     request.OnAccepted = [&](const vexa::HttpResponseInfo& response) {
-        OpenTarget(download, response.MimeType);
+        download.MimeType = response.MimeType;
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {
-        if (!download.File.IsOpen()) return false;
-        download.File.Write(data, size);
+        if (download.File.IsOpen()) {
+            download.File.Write(data, size);
+        } else {
+            download.Start.append(data, static_cast<qsizetype>(size));
+            BeginFile(download, false);
+        }
         return true;
     };
     request.OnProgress = [&](qint64 position, qint64 size) {
@@ -114,11 +142,20 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
     request.Run([this] { return IsCancelled(); });
 }
 
-void TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download, const QString& mimeType) {
+void TPodcastClientTaskDownloadEpisodes::BeginFile(Download& download, bool isWhole) {
+    const Body body = JudgeBody(download.MimeType, download.Start, isWhole);
+    if (body == Body::Undecided) return;  // and nothing is replaced yet, nor is a record blanked
+    if (body == Body::WebPage) throw std::runtime_error("the server sent a web page in place of the audio");
+    OpenTarget(download);
+    download.File.Write(download.Start.constData(), static_cast<std::size_t>(download.Start.size()));
+    download.Start.clear();
+}
+
+void TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
     TPodcastsDB& db = FClient.DB();
     const TPodcastEpisode& episode = *download.Episode;
     TPodcastTargetFile& file = download.File;
-    const QString fileName = WithExtensionOf(mimeType, download.FileName);
+    const QString fileName = WithExtensionOf(download.MimeType, download.FileName);
     CreateFolderOf(fileName);
     // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike, and a
     // whole file must not be given up for one that may fail. Asked again under the file's lock, which a download of
@@ -149,6 +186,7 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
     TPodcastTargetFile& file = download.File;
     if (outcome.Error.isEmpty()) {
         try {
+            if (!file.IsOpen()) BeginFile(download, true);
             file.Flush();
         } catch (const std::exception& error) {
             outcome.Error = QString::fromUtf8(error.what());

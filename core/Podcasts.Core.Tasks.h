@@ -45,8 +45,10 @@ private:
     /// False when there is nothing to fetch: there is a file already, or the outcome says why there can be none.
     bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
     void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
+    /// Opens the file once enough of the body has come to see that it is audio, and writes that. Throws for a web page.
+    void BeginFile(Download& download, bool isWhole);
     /// Opens the file that the response goes to.
-    void OpenTarget(Download& download, const QString& mimeType);
+    void OpenTarget(Download& download);
     /// Records the file, or takes it away when the outcome holds an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };

@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMimeDatabase>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -134,36 +133,6 @@ bool FileExists(const QString& fileName) {
     if (fileName.isEmpty() || fileName.contains(QChar::Null)) return false;
     struct stat status {};
     return stat(QFile::encodeName(fileName).constData(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-QString ExtensionOfMimeType(const QString& mimeType) {
-    struct Known {
-        QStringView Type, Extension;
-    };
-    // The audio (and video) types of podcasts: the system's database prefers unusual extensions for some of them and
-    // does not know others.
-    static constexpr Known table[] = {
-        {u"audio/mpeg", u".mp3"},      {u"audio/mp3", u".mp3"},      {u"audio/mpeg3", u".mp3"},
-        {u"audio/x-mpeg", u".mp3"},    {u"audio/x-mp3", u".mp3"},    {u"audio/mpg", u".mp3"},
-        {u"audio/x-mpeg-3", u".mp3"},  {u"audio/mp4", u".m4a"},      {u"audio/m4a", u".m4a"},
-        {u"audio/x-m4a", u".m4a"},     {u"audio/x-m4b", u".m4b"},    {u"audio/aac", u".aac"},
-        {u"audio/aacp", u".aac"},      {u"audio/x-aac", u".aac"},    {u"audio/ogg", u".ogg"},
-        {u"application/ogg", u".ogg"}, {u"audio/vorbis", u".ogg"},   {u"audio/opus", u".opus"},
-        {u"audio/flac", u".flac"},     {u"audio/x-flac", u".flac"},  {u"audio/wav", u".wav"},
-        {u"audio/wave", u".wav"},      {u"audio/x-wav", u".wav"},    {u"audio/vnd.wave", u".wav"},
-        {u"audio/webm", u".weba"},     {u"audio/x-ms-wma", u".wma"}, {u"audio/midi", u".mid"},
-        {u"audio/aiff", u".aif"},      {u"audio/x-aiff", u".aif"},   {u"audio/x-ms-wax", u".wax"},
-        {u"audio/ac3", u".ac3"},       {u"audio/basic", u".au"},     {u"audio/amr", u".amr"},
-        {u"video/mp4", u".mp4"},       {u"video/x-m4v", u".m4v"},    {u"video/mpeg", u".mpg"},
-        {u"video/quicktime", u".mov"}, {u"video/webm", u".webm"},    {u"video/ogg", u".ogv"},
-    };
-    const QString type = mimeType.section(u';', 0, 0).trimmed().toLower();
-    for (const auto& [known, extension] : table)
-        if (type == known) return extension.toString();
-    const QMimeType registered = QMimeDatabase().mimeTypeForName(type);
-    if (!registered.isValid() || registered.isDefault()) return {};
-    const QString suffix = registered.preferredSuffix();
-    return suffix.isEmpty() ? QString() : u'.' + suffix;
 }
 
 bool MoveToRecycleBin(const QString& fileName) {

@@ -1,5 +1,5 @@
 #pragma once
-// File names, file types, standard folders and the desktop's trash.
+// File names, standard folders and the desktop's trash.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -29,9 +29,6 @@ VEXA_RUNTIME_API bool MatchesFileMask(const QString& text, const QString& masks)
 
 /// Whether a regular file of that name exists, symbolic links followed.
 VEXA_RUNTIME_API bool FileExists(const QString& fileName);
-
-/// The extension, with its dot, registered for a MIME type ("audio/mpeg": ".mp3"); empty for an unknown type.
-VEXA_RUNTIME_API QString ExtensionOfMimeType(const QString& mimeType);
 
 /// Moves a file to the desktop's trash. True when the file is gone (one that was missing included); false when there is
 /// no trash for it: it then stays where it is and a warning is logged.

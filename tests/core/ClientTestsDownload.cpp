@@ -46,7 +46,10 @@ TEST_F(ClientDownload, TakesTheExtensionFromTheResponse) {
                                {"/e.audio", "audio/mpeg", "e.audio.mp3"},
                                {"/f.MP3?x=1", "audio/mp4; codecs=x", "f.m4a"},
                                {"/g.mp3", "application/x-unheard-of", "g.mp3"},
-                               {"/h.mp3", "", "h.mp3"}};
+                               {"/h.mp3", "", "h.mp3"},
+                               {"/i.MP4", "application/octet-stream", "i.MP4"},
+                               {"/j.141", "audio/mpeg", "j.141.mp3"},
+                               {"/k.php", "audio/x-m4a", "k.m4a"}};
     std::vector<Item> items;
     QStringList keys, files;
     for (const auto& [audio, type, file] : rows) {
@@ -90,6 +93,44 @@ TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
     Download({Key("/1.mp3")});
     EXPECT_EQ(ReadWhole(file), "/1.mp3");
     EXPECT_EQ(CachedFile("/1.mp3"), file);
+}
+
+TEST_F(ClientDownload, TakesNoWebPageForAudioAndTouchesNothingForOne) {
+    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3"}});
+    const QString file = AudioFile("a/1.mp3");
+    WriteWhole(file, "left from an earlier subscription");
+    Client->DB().SetCachedFile(Key("/3.mp3"), AudioFile("a/gone.mp3"));
+    const QByteArray blanks(3000, ' ');
+    const std::pair<QByteArray, QByteArray> pages[] = {{"Please log in", "text/html; charset=utf-8"},
+                                                       {"{\"error\": 1}", "application/json"},
+                                                       {"", "text/html"},
+                                                       {"<!DOCTYPE html><title>Log in", "audio/mpeg"},
+                                                       {blanks + "<html>", ""},
+                                                       {"\xEF\xBB\xBF<!-- " + blanks + " --><HEAD>", "audio/mpeg"}};
+    for (const auto& [body, type] : pages) {
+        const Response page = Response::Of(body, type);
+        for (const char* path : {"/1.mp3", "/3.mp3"}) {
+            Server.Serve(path, body.size() < 40 ? page.With(Fault::Drip, 0) : page);
+            Download({Key(path)});
+            EXPECT_EQ(LastError(), "the server sent a web page in place of the audio") << body.constData();
+        }
+        EXPECT_EQ(ReadWhole(file), "left from an earlier subscription");
+        EXPECT_EQ(CachedFile("/1.mp3"), "");
+        EXPECT_EQ(CachedFile("/3.mp3"), AudioFile("a/gone.mp3")) << "the record is blanked for a sound alone";
+        EXPECT_EQ(Files(), QStringList("1.mp3"));
+    }
+    const std::pair<QByteArray, QByteArray> sounds[] = {{"ID3 sound", "text/html"},
+                                                        {"\1\2\3\4ftypM4A", "application/json"},
+                                                        {"<sound> that is no page", "audio/mpeg"},
+                                                        {"  ", "audio/mpeg"},
+                                                        {"", "audio/mpeg"}};
+    for (const auto& [body, type] : sounds) {
+        Server.Serve("/2.mp3", Response::Of(body, type));
+        Client->DB().SetCachedFile(Key("/2.mp3"), {});
+        Download({Key("/2.mp3")});
+        EXPECT_EQ(CachedFile("/2.mp3"), AudioFile("a/2.mp3")) << LastError();
+        EXPECT_EQ(ReadWhole(AudioFile("a/2.mp3")), body);
+    }
 }
 
 TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst) {

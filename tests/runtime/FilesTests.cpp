@@ -1,5 +1,6 @@
 #include "TempFolder.h"
 #include "Texts.h"
+#include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Files.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,35 @@ TEST(FileNames, HaveAnExtensionThatNamesTheFormat) {
         EXPECT_EQ(ExtractFileExt(name), extension) << name.toStdString();
         EXPECT_EQ(FileFormat(name), format) << name.toStdString();
     }
+}
+
+TEST(FileTypes, AreToldByTypeExtensionAndFirstBytes) {
+    const std::tuple<const char*, const char*, bool> media[] = {{"audio/mpeg", "http://h/a.jpg", true},
+                                                                {" Video/MP4 ; x=y", "http://h/a", true},
+                                                                {"application/ogg", "http://h/a", true},
+                                                                {"image/jpeg", "http://h/a.mp3", false},
+                                                                {"", " http://h/a.M4A?x=1 ", true},
+                                                                {"mp3", "http://h/a.mp3", true},
+                                                                {"application/octet-stream", "http://h/a.mp4", true},
+                                                                {"application/octet-stream", "http://h/a.jpg", false},
+                                                                {"", "http://h/a", false}};
+    for (const auto& [type, address, isMedia] : media) EXPECT_EQ(IsMedia(type, address), isMedia) << type << address;
+    for (const char* extension : {".mp3", ".MP4", ".bin", ".jpeg"})
+        EXPECT_EQ(KnownExtension(u"a.b" + QString(extension)), extension);
+    for (const char* name : {"Chapter 3.141", "Inside example.org", "Dr. No", "a", "mp3"})
+        EXPECT_EQ(KnownExtension(name), "") << name;
+    for (const QByteArray bytes : {"ID3", "\xFF\xFB", "\xFF\xE3", "OggS", "fLaC", "RIFF",
+                                   "\x01\x02\x03\x04"
+                                   "ftyp",
+                                   "\x1A\x45\xDF\xA3"})
+        EXPECT_TRUE(BeginsLikeMedia(bytes)) << bytes.toHex().constData();
+    for (const QByteArray bytes : {"", "ID", "\xFF", "\xFF\xFE<", "ftyp", "<html>", "sound"})
+        EXPECT_FALSE(BeginsLikeMedia(bytes)) << bytes.toHex().constData();
+    for (const char* page : {"<!DOCTYPE html>", "\xEF\xBB\xBF \n<HTML lang='en'>", "<meta charset=utf-8>",
+                             "<?xml version='1.0'?><!-- <rss> --><html>"})
+        EXPECT_TRUE(BeginsLikeHtmlPage(page)) << page;
+    for (const char* other : {"", "<", "<htm", "<pod>", "<?xml version='1.0'?><rss>", "html>", "<?xml <html>"})
+        EXPECT_FALSE(BeginsLikeHtmlPage(other)) << other;
 }
 
 TEST(Files, GoToTheTrashAndAMissingOneIsNoError) {
