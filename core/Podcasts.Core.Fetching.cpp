@@ -1,5 +1,6 @@
 #include "Podcasts.Core.Fetching.h"
 
+#include "Podcasts.Core.Documents.h"
 #include "Podcasts.Core.Parsers.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
@@ -27,9 +28,13 @@ QByteArray ReadFeedFile(const QString& fileName) {
     return bytes;
 }
 
-bool LooksLikeHtml(const QByteArray& bytes) {
-    const QByteArray start = bytes.left(1024).trimmed().toLower();
-    return start.startsWith("<!doctype html") || start.startsWith("<html");
+/// Throws for a document of which mending left little: its feed would take the place of the whole one that is stored.
+void CheckLosses(const vexa::XmlDocument& document, const TPodcastFeed& feed) {
+    const std::size_t promised = document.CountStartTags("item") + document.CountStartTags("entry");
+    const auto found = static_cast<std::size_t>(feed.EpisodeCount());
+    if (found * 2 >= promised) return;
+    throw vexa::XmlError("the document is damaged: only " + std::to_string(found) + " of its " +
+                         std::to_string(promised) + " items can be read");
 }
 
 }  // namespace
@@ -50,24 +55,30 @@ std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, con
         loaded.Body = ReadFeedFile(location);
     else
         return nullptr;
+    QString foreign;
     try {
-        return std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
+        auto document = std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
+        // The tags of a page can be mended to a tree that shows no sign of it.
+        if (document->IsRecovered()) foreign = DescribeForeignDocument(loaded.Body);
+        if (foreign.isEmpty()) return document;
     } catch (const vexa::XmlError&) {
-        if (!LooksLikeHtml(loaded.Body)) throw;
-        throw vexa::XmlError("the document is an HTML page, not a feed");
+        foreign = DescribeForeignDocument(loaded.Body);
+        if (foreign.isEmpty()) throw;
     }
+    throw vexa::XmlError(foreign.toStdString());
 }
 
-std::unique_ptr<TPodcastFeed> ParseFeedDocument(std::unique_ptr<vexa::XmlDocument> document, const QString& location) {
-    auto feed = document ? TPodcastParser::ParseDocument(*document) : nullptr;
-    if (feed) feed->Fields[pffURLFeed] = location;
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(const vexa::XmlDocument* document, const QString& location) {
+    auto feed = document ? TPodcastParser::ParseDocument(*document, location) : nullptr;
+    if (!feed) return nullptr;
+    if (document->IsRecovered()) CheckLosses(*document, *feed);
+    feed->Fields[pffURLFeed] = location;
     return feed;
 }
 
-QString DescribeMissingFeed(const QString& location) {
-    return IsFeedLocation(location)
-               ? QStringLiteral("the document is neither an RSS 2.0 feed nor a feed of the iTunes store")
-               : QStringLiteral("this is neither an http or https address nor an existing .xml file");
+QString DescribeMissingFeed(const vexa::XmlDocument* document) {
+    return document ? DescribeForeignDocument(*document)
+                    : QStringLiteral("this is neither an http or https address nor an existing .xml file");
 }
 
 TPodcastFeedFetcher::TPodcastFeedFetcher() : FThread([this] { Work(); }) {}

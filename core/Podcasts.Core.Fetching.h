@@ -26,10 +26,11 @@ bool IsFeedLocation(const QString& text);
 std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
 
 /// The feed of a loaded document (or of none), its pffURLFeed set to `location`; nothing when no parser recognises it.
-std::unique_ptr<TPodcastFeed> ParseFeedDocument(std::unique_ptr<vexa::XmlDocument> document, const QString& location);
+/// Throws XmlError when the document is so damaged that fewer than half of its items can be read.
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(const vexa::XmlDocument* document, const QString& location);
 
-/// Why there is no feed at a location that loaded without an error.
-QString DescribeMissingFeed(const QString& location);
+/// Why there is no feed in a document, or at a location that gave none.
+QString DescribeMissingFeed(const vexa::XmlDocument* document);
 
 /// Fetches feeds on a thread of its own, one at a time, so that connections are kept and the next document can be on
 /// its way while the last one is stored. One thread uses it.

@@ -1,11 +1,15 @@
 #include "Podcasts.Core.Parsers.h"
 
 #include "VEXA.Runtime.Dates.h"
+#include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QCryptographicHash>
+#include <QUrl>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace podcasts {
 
@@ -16,48 +20,169 @@ namespace {
 
 constexpr char16_t kITunesNamespace[] = u"http://itunes.apple.com/rss";
 
-void ReadRssItem(const XmlNode& item, TPodcastEpisode& episode) {
-    for (const XmlNode child : item) {
-        const std::string_view name = child.Name();
-        if (name == "title") {
-            episode.Fields[pefTitle] = child.Text();
-        } else if (name == "guid") {
-            episode.Fields[pefGUID] = child.Text();
-        } else if (name == "pubDate") {
-            episode.PublishDate = vexa::DecodeRfc822Date(child.Text());
-        } else if (name == "link") {
-            episode.Fields[pefURL] = child.Text();
-        } else if (name == "description" || name == "itunes:summary") {
-            episode.Fields[pefDescription] = child.Text();
-        } else if (name == "itunes:author") {
-            episode.Fields[pefArtist] = child.Text();
-        } else if (name == "itunes:duration") {
-            const auto seconds = static_cast<float>(TPodcastParserRSS20::ParseDuration(child.Text()));
-            episode.Duration = std::isfinite(seconds) ? seconds : 0;
-        } else if (name == "enclosure" && episode.Fields[pefURLAudio].isEmpty()) {
-            episode.Fields[pefURLAudio] = child.Attribute("url");
-        }
-    }
+bool IsBlank(QStringView text) {
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
 }
 
-void ReadStoreEntry(const XmlNode& entry, TPodcastEpisode& episode) {
+/// Sets a field, unless that would blank it.
+void Take(QString& field, QString text) {
+    if (field.isEmpty() || !IsBlank(text)) field = std::move(text);
+}
+
+/// What relative addresses in an element are relative to.
+class Base {
+public:
+    explicit Base(const QString& address) : FAddress(address) {}
+
+    /// The same inside `node`, which may have an xml:base of its own.
+    Base Of(const XmlNode& node) const {
+        return node.AttributeBytes("xml:base").empty() ? *this : Base(Resolve(node.Attribute("xml:base")));
+    }
+
+    /// The address as it stands when it is whole, or when there is nothing to resolve it against.
+    QString Resolve(QString address) const {
+        const QStringView trimmed = QStringView(address).trimmed();
+        if (trimmed.isEmpty() || HasScheme(trimmed) || !HasScheme(FAddress)) return address;
+        QUrl base(FAddress);
+        base.setUserInfo({});  // which are for the feed's server to know, not to be stored with every episode
+        const QUrl resolved = base.resolved(QUrl(trimmed.toString()));
+        return resolved.isValid() ? QString::fromLatin1(resolved.toEncoded()) : address;
+    }
+
+    /// The same of the text of an element. A text with blanks in it is none.
+    QString ResolveText(const XmlNode& node) const {
+        QString text = node.Text();
+        const QStringView trimmed = QStringView(text).trimmed();
+        const auto isSpace = [](QChar c) { return c.isSpace(); };
+        if (HasScheme(trimmed) || std::any_of(trimmed.begin(), trimmed.end(), isSpace)) return text;
+        return Of(node).Resolve(std::move(text));
+    }
+
+private:
+    /// RFC 3986, section 3.1.
+    static bool HasScheme(QStringView address) {
+        const qsizetype colon = address.indexOf(u':');
+        const auto isPart = [](QChar c) {
+            return c.unicode() < 0x80 && (c.isLetterOrNumber() || c == u'+' || c == u'-' || c == u'.');
+        };
+        return colon > 0 && address[0].isLetter() && std::all_of(address.begin(), address.begin() + colon, isPart);
+    }
+
+    QString FAddress;
+};
+
+/// The one among an episode's files that is to be played: the first enclosure that is audio or video, else the first of
+/// all; without an enclosure the first audio or video of its media:content.
+class AudioChoice {
+public:
+    AudioChoice(TPodcastEpisode& episode, const Base& base) : FAddress(episode.Fields[pefURLAudio]), FBase(base) {}
+
+    /// True when this one is the best so far.
+    bool OfferEnclosure(const XmlNode& enclosure, const char* addressAttribute) {
+        const QString address = enclosure.Attribute(addressAttribute);
+        if (FIsMedia || IsBlank(address)) return false;
+        // Nearly every enclosure is audio, and is looked at in every refresh.
+        FIsMedia = enclosure.AttributeBytes("type").starts_with("audio/") ||
+                   vexa::IsMedia(enclosure.Attribute("type"), address);
+        if (FHasEnclosure && !FIsMedia) return false;
+        FHasEnclosure = true;
+        FAddress = FBase.Of(enclosure).Resolve(address);
+        return true;
+    }
+
+    void OfferMedia(const XmlNode& content) {
+        const QString address = content.Attribute("url");
+        if (FHasEnclosure || !FAddress.isEmpty() || IsBlank(address)) return;
+        const QString medium = content.Attribute("medium").trimmed(), type = content.Attribute("type").trimmed();
+        // A clip beside a picture illustrates a text, unless it is called the item's medium.
+        const bool isIllustration = FHasPicture && type.startsWith(u"video/", Qt::CaseInsensitive);
+        const bool isMedia = medium.isEmpty() ? vexa::IsMedia(type, address) && !isIllustration
+                                              : medium == u"audio" || medium == u"video";
+        if (isMedia)
+            FAddress = FBase.Of(content).Resolve(address);
+        else
+            FHasPicture = true;
+    }
+
+private:
+    QString& FAddress;
+    const Base& FBase;
+    bool FHasEnclosure = false, FIsMedia = false, FHasPicture = false;
+};
+
+/// How an RSS document's elements are read.
+class RssReader {
+public:
+    explicit RssReader(const XmlDocument& document) : FIsRecovered(document.IsRecovered()) {}
+
+    void ReadItem(const XmlNode& item, const Base& base, TPodcastEpisode& episode) const {
+        AudioChoice audio(episode, base);
+        QString notes;  // of content:encoded, which are the whole where others are an extract
+        for (const XmlNode child : item) {
+            const std::string_view name = child.Name();
+            if (name == "title") {
+                Take(episode.Fields[pefTitle], Text(child));
+            } else if (name == "guid") {
+                Take(episode.Fields[pefGUID], Text(child));
+            } else if (name == "pubDate") {
+                const QString text = child.Text();
+                if (!IsBlank(text)) episode.PublishDate = vexa::DecodeRfc822Date(text);
+            } else if (name == "link") {
+                Take(episode.Fields[pefURL], base.ResolveText(child));
+            } else if (name == "description" || name == "itunes:summary") {
+                Take(episode.Fields[pefDescription], Notes(child));
+            } else if (name == "content:encoded") {
+                Take(notes, Notes(child));
+            } else if (name == "itunes:author") {
+                Take(episode.Fields[pefArtist], child.Text());
+            } else if (name == "itunes:duration") {
+                ReadDuration(child.Text(), episode);
+            } else if (name == "enclosure") {
+                audio.OfferEnclosure(child, "url");
+            } else if (name == "media:content") {
+                audio.OfferMedia(child);
+            } else if (name == "media:group") {
+                for (const XmlNode content : child)
+                    if (content.Name() == "media:content") audio.OfferMedia(content);
+            }
+        }
+        if (!IsBlank(notes)) episode.Fields[pefDescription] = std::move(notes);
+    }
+
+    QString Text(const XmlNode& node) const { return FIsRecovered ? node.DeepText() : node.Text(); }
+
+    /// The notes are HTML; some publishers do not escape it. In a recovered document the elements are where they were
+    /// found, not necessarily where they were meant.
+    QString Notes(const XmlNode& node) const { return FIsRecovered ? node.DeepText() : node.Markup(); }
+
+private:
+    static void ReadDuration(const QString& text, TPodcastEpisode& episode) {
+        if (IsBlank(text)) return;
+        const auto seconds = static_cast<float>(TPodcastParserRSS20::ParseDuration(text));
+        episode.Duration = std::isfinite(seconds) ? seconds : 0;
+    }
+
+    bool FIsRecovered;
+};
+
+void ReadStoreEntry(const XmlNode& entry, const Base& base, TPodcastEpisode& episode) {
+    AudioChoice audio(episode, base);
     for (const XmlNode child : entry) {
         const std::string_view name = child.Name();
         if (name == "im:artist") {
-            episode.Fields[pefArtist] = child.Text();
+            Take(episode.Fields[pefArtist], child.Text());
         } else if (name == "im:name" || name == "title") {
-            episode.Fields[pefTitle] = child.Text();
+            Take(episode.Fields[pefTitle], child.Text());
         } else if (name == "id") {
-            episode.Fields[pefGUID] = child.Text();
+            Take(episode.Fields[pefGUID], child.Text());
         } else if (name == "updated") {
-            episode.PublishDate = vexa::DecodeIsoDate(child.Text());
+            const QString text = child.Text();
+            if (!IsBlank(text)) episode.PublishDate = vexa::DecodeIsoDate(text);
         } else if (name == "link") {
-            if (child.AttributeIs("rel", "alternate")) {
-                episode.Fields[pefURL] = child.Attribute("href");
-            } else if (child.AttributeIs("rel", "enclosure") && episode.Fields[pefURLAudio].isEmpty()) {
-                episode.Fields[pefURLAudio] = child.Attribute("href");
+            if (child.AttributeIs("rel", "alternate"))
+                Take(episode.Fields[pefURL], base.Of(child).Resolve(child.Attribute("href")));
+            else if (child.AttributeIs("rel", "enclosure") && audio.OfferEnclosure(child, "href"))
                 episode.Duration = static_cast<float>(static_cast<double>(child.ChildInteger("im:duration")) / 1000);
-            }
         }
     }
 }
@@ -73,12 +198,12 @@ double ReadDecimal(QStringView text) {
 
 }  // namespace
 
-std::unique_ptr<TPodcastFeed> TPodcastParser::ParseDocument(const XmlDocument& document) {
+std::unique_ptr<TPodcastFeed> TPodcastParser::ParseDocument(const XmlDocument& document, const QString& address) {
     static const TPodcastParserRSS20 rss;
     static const TPodcastParserITunes store;
     for (const TPodcastParser* parser :
          {static_cast<const TPodcastParser*>(&rss), static_cast<const TPodcastParser*>(&store)})
-        if (parser->CanParse(document)) return parser->Parse(document);
+        if (parser->CanParse(document)) return parser->Parse(document, address);
     return nullptr;
 }
 
@@ -95,34 +220,37 @@ bool TPodcastParserRSS20::CanParse(const XmlDocument& document) const {
     return rss && rss.AttributeIs("version", "2.0") && rss.FindChild("channel");
 }
 
-std::unique_ptr<TPodcastFeed> TPodcastParserRSS20::Parse(const XmlDocument& document) const {
+std::unique_ptr<TPodcastFeed> TPodcastParserRSS20::Parse(const XmlDocument& document, const QString& address) const {
     auto feed = std::make_unique<TPodcastFeed>();
-    for (const XmlNode child : document.FindPath({"rss", "channel"})) {
+    const XmlNode channel = document.FindPath({"rss", "channel"});
+    const Base base = Base(address).Of(document.FindPath({"rss"})).Of(channel);
+    const RssReader reader(document);
+    for (const XmlNode child : channel) {
         const std::string_view name = child.Name();
         if (name == "item") {
             TPodcastEpisode& episode = feed->NewEpisode();
-            ReadRssItem(child, episode);
+            reader.ReadItem(child, base.Of(child), episode);
             MakeGUID(episode);
         } else if (name == "title") {
-            feed->Fields[pffTitle] = child.Text();
+            Take(feed->Fields[pffTitle], reader.Text(child));
         } else if (name == "description") {
-            feed->Fields[pffDescription] = child.Text();
+            Take(feed->Fields[pffDescription], reader.Notes(child));
         } else if (name == "link") {
-            feed->Fields[pffURL] = child.Text();
+            Take(feed->Fields[pffURL], base.ResolveText(child));
         } else if (name == "copyright") {
-            feed->Fields[pffCopyright] = child.Text();
+            Take(feed->Fields[pffCopyright], child.Text());
         } else if (name == "language") {
-            feed->Fields[pffLanguage] = child.Text();
+            Take(feed->Fields[pffLanguage], child.Text());
         } else if (name == "category") {
-            feed->Fields[pffCategory] = child.Text();
+            Take(feed->Fields[pffCategory], child.Text());
         } else if (name == "itunes:author") {
-            feed->Fields[pffAuthor] = child.Text();
+            Take(feed->Fields[pffAuthor], child.Text());
         } else if (name == "itunes:category") {
-            feed->Fields[pffCategory] = child.Attribute("text");
+            Take(feed->Fields[pffCategory], child.Attribute("text"));
         } else if (name == "itunes:keywords") {
-            feed->Fields[pffKeywords] = child.Text();
+            Take(feed->Fields[pffKeywords], child.Text());
         } else if (name == "itunes:image") {
-            feed->Fields[pffURLLogo] = child.Attribute("href");
+            Take(feed->Fields[pffURLLogo], base.Of(child).Resolve(child.Attribute("href")));
         }
     }
     return feed;
@@ -151,20 +279,21 @@ bool TPodcastParserITunes::CanParse(const XmlDocument& document) const {
     return feed && feed.Attribute("xmlns:im").compare(QStringView(kITunesNamespace), Qt::CaseInsensitive) == 0;
 }
 
-std::unique_ptr<TPodcastFeed> TPodcastParserITunes::Parse(const XmlDocument& document) const {
+std::unique_ptr<TPodcastFeed> TPodcastParserITunes::Parse(const XmlDocument& document, const QString& address) const {
     auto feed = std::make_unique<TPodcastFeed>();
     const XmlNode root = document.FindPath({"feed"});
     if (!root) return feed;
+    const Base base = Base(address).Of(root);
     feed->Fields[pffTitle] = root.ChildText("title");
     feed->Fields[pffCopyright] = root.ChildText("rights");
     feed->Fields[pffLanguage] = root.Attribute("xml:lang");
-    feed->Fields[pffURL] = root.ChildText("link");
-    feed->Fields[pffURLLogo] = root.ChildText("icon");
+    feed->Fields[pffURL] = base.ResolveText(root.FindChild("link"));
+    feed->Fields[pffURLLogo] = base.ResolveText(root.FindChild("icon"));
     if (const XmlNode author = root.FindChild("author")) feed->Fields[pffAuthor] = author.ChildText("name");
     for (const XmlNode child : root) {
         if (child.Name() != "entry") continue;
         TPodcastEpisode& episode = feed->NewEpisode();
-        ReadStoreEntry(child, episode);
+        ReadStoreEntry(child, base.Of(child), episode);
         MakeGUID(episode);
     }
     return feed;

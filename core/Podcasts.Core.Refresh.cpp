@@ -29,8 +29,8 @@ void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFee
         auto document = fetcher.Take(feedURL, [this] { return IsCancelled(); });
         // The next document may come while this one is stored. It is a guess: what is queued meanwhile goes first.
         if (QString next; !IsCancelled() && FClient.RefreshQueue().Peek(next)) fetcher.Begin(next);
-        feed = ParseFeedDocument(std::move(document), feedURL);
-        if (!feed) outcome.Error = DescribeMissingFeed(feedURL);
+        feed = ParseFeedDocument(document.get(), feedURL);
+        if (!feed) outcome.Error = DescribeMissingFeed(document.get());
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }

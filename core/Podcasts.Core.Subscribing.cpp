@@ -24,11 +24,12 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fe
         }
         auto document = fetcher.Take(location, isCancelled);
         if (!next.isEmpty() && !client.IsSubscribed(next)) fetcher.Begin(next);
-        const auto feed = ParseFeedDocument(std::move(document), location);
+        const auto feed = ParseFeedDocument(document.get(), location);
         if (!feed) {
-            subscription.Error = DescribeMissingFeed(location);
+            subscription.Error = DescribeMissingFeed(document.get());
             return subscription;
         }
+        document.reset();
         subscription.FeedTitle = feed->Fields[pffTitle];
         // Somebody else may have subscribed while the document was on its way.
         const bool isNew = client.SubscribeNew(*feed);

@@ -142,6 +142,34 @@ TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {
     }
 }
 
+TEST_F(ClientRefresh, SaysWhatTheDocumentIsThatIsNoFeed) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    const std::pair<QByteArray, const char*> rows[] = {
+        {"<feed xmlns='http://www.w3.org/2005/Atom'/>", "an Atom feed;"},
+        {"<rdf:RDF xmlns='http://purl.org/rss/1.0/'><channel/></rdf:RDF>", "an RSS 1.0 (RDF) feed;"},
+        {"<rss version='0.92'><channel/></rss>", "an RSS feed of version \"0.92\";"},
+        {"<rss><channel/></rss>", "an RSS feed without a version;"},
+        {"<rss version='2.0'/>", "an RSS document without a channel,"},
+        {"<RSS VERSION='2.0'><CHANNEL/></RSS>", "an RSS feed whose tags are not in small letters;"},
+        {"<opml version='2.0'><body/></opml>", "an OPML list of subscriptions,"},
+        {"<?xml version='1.0'?><html><body/></html>", "an HTML page,"},
+        {"<!doctype html><p>Moved<br>", "an HTML page,"},
+        {"<meta charset=utf-8><title>x</title>", "an HTML page,"},
+        {" {\"version\": \"https://jsonfeed.org/version/1.1\"}", "a JSON document,"},
+        {"ID3 sound", "an audio or video file,"},
+        {"<x/>", "neither an RSS 2.0 feed nor a feed of the iTunes store"},
+        {"<b>Warning</b><rss version='2.0'><channel><item>", "not well-formed XML at line 1"},
+        {"<rss version='2.0'><channel><item/><item</x></channel></rss><!--<item <item >-->",
+         "the document is damaged: only 1 of its 3 items can be read"}};
+    for (const auto& [body, message] : rows) {
+        Server.Serve("/a", Response::Of(body));
+        Refresh("/a");
+        const std::string error = Client->RefreshOutcomes().From().at(0).Error.toStdString();
+        EXPECT_NE(error.find(message), std::string::npos) << error;
+    }
+    EXPECT_EQ(EpisodeCount("/a"), 1);
+}
+
 TEST_F(ClientRefresh, TakesRequestsMadeWhileItRunsAndStartsAgainForOneMadeDuringItsCompletion) {
     Heard->OnEvent = [&](const QString& event) {
         if (event == "refresh finished" && Server.Count("/c") == 0) Client->RefreshFeeds({Server.Url("/c")});

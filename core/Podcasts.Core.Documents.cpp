@@ -1,0 +1,62 @@
+#include "Podcasts.Core.Documents.h"
+
+#include "VEXA.Runtime.FileTypes.h"
+
+#include <algorithm>
+
+namespace podcasts {
+
+namespace {
+
+constexpr char kHtmlPage[] = "an HTML page";
+
+QString NotAFeed(const QString& what) {
+    return u"the document is " + what + u", not a feed";
+}
+
+QString OtherFeed(const QString& what) {
+    return u"the document is " + what + u"; only RSS 2.0 feeds and feeds of the iTunes store can be read";
+}
+
+/// Of an RSS document that the parser did not take.
+QString DescribeRss(const vexa::XmlNode& rss) {
+    const QString version = rss.Attribute("version");
+    if (version == u"2.0") return NotAFeed(QStringLiteral("an RSS document without a channel"));
+    if (version.isEmpty()) return OtherFeed(QStringLiteral("an RSS feed without a version"));
+    return OtherFeed(QStringLiteral("an RSS feed of version \"%1\"").arg(version));
+}
+
+/// Empty for an element that tells nothing.
+QString DescribeRoot(const vexa::XmlNode& root) {
+    const QString name = QString::fromUtf8(root.Name());
+    const QString local = name.section(u':', -1).toLower();
+    if (name == u"rss") return DescribeRss(root);
+    if (local == u"rss") return OtherFeed(QStringLiteral("an RSS feed whose tags are not in small letters"));
+    if (local == u"rdf") return OtherFeed(QStringLiteral("an RSS 1.0 (RDF) feed"));
+    if (local == u"feed") return OtherFeed(QStringLiteral("an Atom feed"));
+    if (local == u"html") return NotAFeed(kHtmlPage);
+    if (local == u"opml") return NotAFeed(QStringLiteral("an OPML list of subscriptions"));
+    return {};
+}
+
+}  // namespace
+
+QString DescribeForeignDocument(const vexa::XmlDocument& document) {
+    for (const vexa::XmlNode root : document.Node())
+        if (const QString description = DescribeRoot(root); !description.isEmpty()) return description;
+    return QStringLiteral("the document is neither an RSS 2.0 feed nor a feed of the iTunes store");
+}
+
+QString DescribeForeignDocument(QByteArrayView bytes) {
+    constexpr qsizetype kStart = 4096;  // bytes that messages of a server's scripts may take in front of a feed
+    const QByteArrayView start = bytes.first(std::min(bytes.size(), kStart));
+    if (start.contains("<rss") || start.contains("<feed")) return {};
+    const QByteArrayView text = start.trimmed();
+    if (vexa::BeginsLikeHtmlPage(bytes)) return NotAFeed(kHtmlPage);
+    if (text.startsWith('{') || text.startsWith('[')) return NotAFeed(QStringLiteral("a JSON document"));
+    if (bytes.startsWith("\x1F\x8B")) return NotAFeed(QStringLiteral("a gzip archive"));
+    if (vexa::BeginsLikeMedia(bytes)) return NotAFeed(QStringLiteral("an audio or video file"));
+    return {};
+}
+
+}  // namespace podcasts

@@ -1,0 +1,18 @@
+#pragma once
+// What a document is that was expected to be a feed: the one place that knows what else people have at an address.
+
+#include "VEXA.Runtime.XML.h"
+
+#include <QByteArrayView>
+#include <QString>
+
+namespace podcasts {
+
+/// Why a document is no feed that can be read here: "the document is an Atom feed; …", by its root element.
+QString DescribeForeignDocument(const vexa::XmlDocument& document);
+
+/// The same of bytes that are no tree of elements, or one that had to be mended, by how they begin; empty when that
+/// tells nothing.
+QString DescribeForeignDocument(QByteArrayView bytes);
+
+}  // namespace podcasts
