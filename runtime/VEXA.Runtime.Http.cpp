@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace vexa {
 
@@ -190,9 +191,18 @@ public:
     Transfer(const HttpGet& request, CURL* easy, const CancelCheck& isCancelled)
         : FRequest(request), FEasy(easy), FIsCancelled(isCancelled) {}
 
-    HttpErrorInfo Perform(CURLM* multi, const QByteArray& url) {
+    HttpErrorInfo Perform(CURLM* multi, const QByteArray& address) {
         curl_easy_reset(FEasy);
-        Set(CURLOPT_URL, url.constData());
+        QUrl url = QUrl::fromEncoded(address);
+        const QByteArray user = url.userName(QUrl::FullyDecoded).toUtf8();
+        const QByteArray password = url.password(QUrl::FullyDecoded).toUtf8();
+        url.setUserInfo(QString());
+        // As options: the library sends these to the first host, port and scheme only, whatever it is redirected to.
+        if (!user.isEmpty() || !password.isEmpty()) {
+            Set(CURLOPT_USERNAME, user.constData());
+            Set(CURLOPT_PASSWORD, password.constData());
+        }
+        Set(CURLOPT_URL, url.toEncoded().constData());
         Set(CURLOPT_SHARE, Share::Handle());
         Set(CURLOPT_USERAGENT, kUserAgent);
         Set(CURLOPT_PROTOCOLS_STR, "http,https");
@@ -226,7 +236,27 @@ public:
         return info;
     }
 
+    /// Where to ask again with the request's user name and password, after a redirect to the same host's https has been
+    /// refused for want of them: the library takes that for another host. Empty when there is no such place.
+    QString AddressToRepeat() const {
+        if (FStatus != 401 || FHops.size() < 2) return {};
+        const QString& last = FHops.back().Address;
+        const QString repeated = WithCredentialsOf(FRequest.Url, last);
+        return repeated != last && QUrl(last).scheme() != QUrl(FRequest.Url).scheme() ? repeated : QString();
+    }
+    /// Takes over what another transfer came by before this one.
+    void ContinueAfter(const Transfer& other) {
+        FHops = other.FHops;
+        FHops.pop_back();  // asked again
+    }
+
 private:
+    /// One request of the chain that redirects make, and its answer.
+    struct Hop {
+        QString Address;  // without user name and password of the request
+        int Status;
+    };
+
     template <class Value>
     void Set(CURLoption option, Value value) {
         curl_easy_setopt(FEasy, option, value);
@@ -331,6 +361,8 @@ private:
         FAccepted = true;
         HttpResponseInfo response;
         response.Size = AnnouncedSize();
+        if (!FHops.empty()) response.Address = WithCredentialsOf(FRequest.Url, FHops.back().Address);
+        response.MovedTo = MovedTo();
         const char* type = nullptr;
         curl_easy_getinfo(FEasy, CURLINFO_CONTENT_TYPE, &type);
         if (type) {
@@ -346,6 +378,24 @@ private:
             return false;
         }
         return true;
+    }
+
+    QString MovedTo() const {
+        std::size_t permanent = 0;
+        while (permanent + 1 < FHops.size() && (FHops[permanent].Status == 301 || FHops[permanent].Status == 308))
+            ++permanent;
+        if (permanent == 0) return {};
+        QUrl address(FHops[permanent].Address);
+        address.setFragment(QString());
+        const QString moved = QString::fromUtf8(address.toEncoded());
+        return IsSameUrl(moved, FRequest.Url) ? QString() : WithCredentialsOf(FRequest.Url, moved);
+    }
+
+    void NoteHop(const QString& statusLine) {
+        const int status = statusLine.section(u' ', 1, 1).toInt();
+        const char* address = nullptr;
+        curl_easy_getinfo(FEasy, CURLINFO_EFFECTIVE_URL, &address);
+        if (status >= 200 && address) FHops.push_back({QString::fromUtf8(address), status});
     }
 
     bool Write(const char* data, std::size_t size) {
@@ -372,7 +422,8 @@ private:
         return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
     }
 
-    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), and whether its headers ended.
+    /// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), whether its headers ended, and whom
+    /// it came from.
     static std::size_t HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
         const std::size_t bytes = size * count;
         const QByteArrayView line(data, static_cast<qsizetype>(bytes));
@@ -383,6 +434,7 @@ private:
             transfer.Guarded([&] {
                 const QString text = QString::fromUtf8(line).simplified().left(200);
                 transfer.FPhrase = text.section(u' ', 2);
+                transfer.NoteHop(text);
                 return true;
             });
         }
@@ -413,29 +465,23 @@ private:
     char FErrorText[CURL_ERROR_SIZE] = {};
     int FStatus = 0;
     QString FPhrase;
+    std::vector<Hop> FHops;
     qint64 FReceived = 0;
     bool FHeadEnded = false, FAccepted = false, FCancelled = false, FTooLarge = false, FRefused = false;
     std::exception_ptr FCause;
     Clock::time_point FLastProgress{};
 };
 
-/// The address as it goes over the wire (spaces, IRIs and international host names encoded); empty when it is none.
-QByteArray EncodedUrl(const QString& text) {
-    const QUrl url(text.trimmed(), QUrl::TolerantMode);
-    const QString scheme = url.scheme();
-    if (!url.isValid() || url.host().isEmpty() || (scheme != u"http" && scheme != u"https")) return {};
-    return url.toEncoded();
-}
-
 }  // namespace
 
-HttpError::HttpError(const QString& message) : std::runtime_error(message.toStdString()) {}
+HttpError::HttpError(HttpErrorInfo::Kind what, const QString& message)
+    : std::runtime_error(message.toStdString()), FWhat(what) {}
 HttpError::~HttpError() = default;
 
 void HttpErrorInfo::RaiseIfFailed() const {
     if (Succeeded()) return;
     if (Cause) std::rethrow_exception(Cause);
-    throw HttpError(Message);
+    throw HttpError(What, Message);
 }
 
 HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
@@ -450,12 +496,18 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
         const PipeSignalBlocked blocked;
         used.InUse = true;
         const auto free = qScopeGuard([&] { used.InUse = false; });
-        info = Transfer(*this, used.Easy(), isCancelled).Perform(used.Multi(), url);
+        Transfer transfer(*this, used.Easy(), isCancelled);
+        info = transfer.Perform(used.Multi(), url);
+        if (const QString address = transfer.AddressToRepeat(); !address.isEmpty()) {
+            Transfer repeated(*this, used.Easy(), isCancelled);
+            repeated.ContinueAfter(transfer);
+            info = repeated.Perform(used.Multi(), EncodedUrl(address));
+        }
     }
     if (info.Succeeded())
-        qCDebug(LogHttp).noquote() << "fetched" << Url;
+        qCDebug(LogHttp).noquote() << "fetched" << MaskedUrl(Url);
     else
-        qCDebug(LogHttp).noquote() << "could not fetch" << Url << "-" << info.Message;
+        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(Url) << "-" << info.Message;
     if (OnCompleted) OnCompleted(info);
     return info;
 }
@@ -480,10 +532,6 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     };
     request.Run(isCancelled).RaiseIfFailed();
     return document;
-}
-
-bool IsUrl(const QString& text) {
-    return !EncodedUrl(text).isEmpty() && !text.isEmpty() && !text.at(0).isSpace();
 }
 
 void SetHttpTimeouts(HttpTimeouts timeouts) {

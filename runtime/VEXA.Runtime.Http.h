@@ -1,13 +1,15 @@
 #pragma once
 // HTTP GET, blocking, with callbacks: the transfers of feeds, logos and audio files.
 //
-// Addresses are http or https, also after redirects (at most 10). Certificates are checked. Connecting may take 15 s
+// Addresses are http or https, also after redirects (at most 10). A user name and a password in an address are sent to
+// its own host alone, see WithCredentialsOf, also after a redirect. Certificates are checked. Connecting may take 15 s
 // and a transfer may stand still for 30 s; only documents have a limit on the whole. A cancel check is polled at least
 // every 50 ms, also while a name is resolved or nothing arrives. Each thread keeps its own connections for reuse; names
 // and TLS sessions are shared between threads.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.Threads.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QByteArray>
 #include <QString>
@@ -18,13 +20,6 @@
 #include <stdexcept>
 
 namespace vexa {
-
-/// Why a transfer failed; the message holds the reason alone ("the server answered 404 Not Found"), not the address.
-class VEXA_RUNTIME_API HttpError : public std::runtime_error {
-public:
-    explicit HttpError(const QString& message);
-    ~HttpError() override;
-};
 
 /// How a transfer ended.
 struct VEXA_RUNTIME_API HttpErrorInfo {
@@ -40,11 +35,27 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
     void RaiseIfFailed() const;
 };
 
+/// Why a transfer failed; the message holds the reason alone ("the server answered 404 Not Found"), not the address.
+class VEXA_RUNTIME_API HttpError : public std::runtime_error {
+public:
+    HttpError(HttpErrorInfo::Kind what, const QString& message);
+    HttpError(const HttpError&) = default;
+    ~HttpError() override;
+
+    HttpErrorInfo::Kind What() const noexcept { return FWhat; }
+
+private:
+    HttpErrorInfo::Kind FWhat;
+};
+
 /// What the headers of the final response say.
 struct HttpResponseInfo {
     QString MimeType;  // lower case, without parameters; empty when not given
     QString Charset;   // the charset parameter, empty when not given
     qint64 Size = 0;   // announced, as transferred; 0 when unknown
+    QString Address;   // that answered, after all redirects
+    QString
+        MovedTo;  // where the permanent redirects (301, 308) led that came before any other one; empty when none did
 };
 
 /// One GET. Fill in the callbacks that matter, then Run. All callbacks are called on the calling thread; what one
@@ -74,9 +85,6 @@ struct HttpDocument {
 
 /// Fetches a whole document into memory, compressed where the server can. Throws HttpError.
 VEXA_RUNTIME_API HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCheck& isCancelled);
-
-/// Whether `text` is an absolute http or https address with a host.
-VEXA_RUNTIME_API bool IsUrl(const QString& text);
 
 struct HttpTimeouts {
     std::chrono::seconds Connect{15};

@@ -169,5 +169,65 @@ TEST_F(Http, SaysWhoItIsCompressesOnlyDocumentsAndKeepsAConnectionForEachThread)
     EXPECT_EQ(compressed, (std::vector{1, 0, 0, 0}));
 }
 
+TEST_F(Http, TellsWhereRedirectsLedAndWhichOfThemAreForGood) {
+    const QByteArray gone = "301 Moved Permanently", forGood = "308 Permanent Redirect";
+    struct {
+        QList<QByteArray> Statuses;
+        int PermanentHops;
+    } const chains[] = {
+        {{}, 0},
+        {{gone}, 1},
+        {{forGood}, 1},
+        {{gone, forGood}, 2},
+        {{"302 Found"}, 0},
+        {{"303 See Other"}, 0},
+        {{"307 Temporary Redirect"}, 0},
+        {{"302 Found", gone}, 0},
+        {{gone, "302 Found", gone}, 1},
+    };
+    for (const auto& [statuses, permanent] : chains) {
+        SCOPED_TRACE(statuses.join(", ").toStdString());
+        const qsizetype count = statuses.size();
+        for (qsizetype i = 0; i < count; ++i)
+            Server.Serve("/" + QString::number(i), Response::Redirect("/" + QByteArray::number(i + 1), statuses[i]));
+        Server.Serve("/" + QString::number(count), Response::Of("body"));
+        const HttpResponseInfo info = HttpGetDocument(Server.Url("/0"), 0, {}).Info;
+        EXPECT_EQ(info.Address, Server.Url("/" + QString::number(count)));
+        EXPECT_EQ(info.MovedTo, permanent == 0 ? QString() : Server.Url("/" + QString::number(permanent)));
+    }
+    Server.Serve("/0", Response::Redirect("/\xC3\xBC my#part", gone));
+    Server.Serve("/%c3%bc%20my", Response::Of("body"));
+    EXPECT_EQ(HttpGetDocument(Server.Url("/0"), 0, {}).Info.MovedTo.toLower(), Server.Url("/%c3%bc%20my"));
+}
+
+TEST_F(Http, SendsAUserNameAndAPasswordToTheirOwnHostAlone) {
+    tests::LoopbackServer other;
+    const QByteArray header = "\r\nAuthorization: Basic " + QByteArray("us er:p@ss").toBase64() + "\r\n";
+    Server.Serve("/f", Response::Of("body"));
+    other.Serve("/f", Response::Of("body"));
+    Server.Serve("/here", Response::Redirect("/f", "301 Moved Permanently"));
+    Server.Serve("/whole", Response::Redirect(Server.Url("/f").toUtf8()));
+    Server.Serve("/away", Response::Redirect(other.Url("/f").toUtf8(), "301 Moved Permanently"));
+    QString with = Server.Url("");
+    with.replace("://", "://us%20er:p%40ss@");
+    for (const char* path : {"/f", "/here", "/whole", "/away"}) {
+        const HttpResponseInfo info = HttpGetDocument(with + path, 0, {}).Info;
+        const bool isAway = QByteArray(path) == "/away";
+        EXPECT_EQ(info.Address, (isAway ? other.Url("") : with) + "/f") << path;
+        if (isAway) {
+            EXPECT_EQ(info.MovedTo, other.Url("/f"));
+        }
+    }
+    EXPECT_EQ(HttpGetDocument(with + "/here", 0, {}).Info.MovedTo, with + "/f");
+    for (const auto& request : Server.Requests())
+        EXPECT_TRUE(request.Head.contains(header)) << request.Path.toStdString();
+    EXPECT_EQ(other.Paths().size(), 1);
+    for (const auto& request : other.Requests())
+        EXPECT_FALSE(request.Head.contains("Authorization")) << request.Path.toStdString();
+    Server.Forget();
+    Get(Server.Url("/f"));
+    EXPECT_FALSE(Server.Requests().at(0).Head.contains("Authorization")) << "of the thread's next transfer";
+}
+
 }  // namespace
 }  // namespace vexa

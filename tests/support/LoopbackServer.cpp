@@ -25,6 +25,7 @@ QByteArray ReceiveHead(int socket) {
         const ssize_t received = recv(socket, block, sizeof block, 0);
         if (received <= 0) return {};
         head.append(block, received);
+        if (head[0] == '\x16') return {};  // the beginning of a TLS handshake (RFC 8446, 5.1), which it does not speak
     }
     return head;
 }

@@ -35,7 +35,9 @@ struct Response {
     static Response Failure(const QByteArray& status, const QByteArray& moreHeaders = {}) {
         return Of("<html>no feed, no audio</html>", "text/html", status, moreHeaders);
     }
-    static Response Redirect(const QByteArray& to) { return Failure("302 Found", "Location: " + to + "\r\n"); }
+    static Response Redirect(const QByteArray& to, const QByteArray& status = "302 Found") {
+        return Failure(status, "Location: " + to + "\r\n");
+    }
     Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges}; }
     Response WithRanges() const;
     /// The answer to a request with this head.

@@ -1,0 +1,142 @@
+#include "VEXA.Runtime.Html.h"
+
+#include "VEXA.Runtime.Encoding.h"
+#include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Url.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+
+#include <libxml/HTMLparser.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+namespace vexa {
+
+namespace {
+
+constexpr qsizetype kLook = 1024;             // bytes, within which a document says what it is
+constexpr qsizetype kMostRead = 1024 * 1024;  // bytes; links stand in a page's head
+constexpr int kDeepest = 256;                 // elements; the parser searches all that are open for each end tag
+constexpr std::size_t kMostLinks = 100;
+constexpr qsizetype kLongestTitle = 300;
+constexpr qsizetype kLongestAddress = 8192;
+
+/// The charset that the page names itself (HTML Standard, 13.2.3.2), near enough.
+QString CharsetOf(const QByteArray& start) {
+    static const QRegularExpression named(QStringLiteral("<meta[^>]+charset\\s*=\\s*[\"']?\\s*([A-Za-z0-9_.:-]+)"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    return named.match(QString::fromLatin1(start)).captured(1);
+}
+
+QUrl Resolved(const QUrl& base, const QString& address) {
+    const QUrl url(address);
+    return base.isEmpty() ? url : base.resolved(url);
+}
+
+/// What the parser tells of the elements as it goes; no tree is made.
+class LinkCollector {
+public:
+    LinkCollector(const QString& relation, const QString& type) : FRelation(relation), FType(type) {}
+
+    void Read(const std::string& page) {
+        htmlSAXHandler handler{};
+        handler.startElement = Start;
+        handler.endElement = End;
+        const std::unique_ptr<htmlParserCtxt, decltype(&htmlFreeParserCtxt)> parser(htmlNewParserCtxt(),
+                                                                                    htmlFreeParserCtxt);
+        if (!parser) throw std::bad_alloc();
+        *parser->sax = handler;
+        parser->userData = this;
+        FParser = parser.get();
+        htmlCtxtReadMemory(
+            FParser, page.data(), static_cast<int>(page.size()), nullptr, "UTF-8",
+            HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET | HTML_PARSE_IGNORE_ENC);
+        FParser = nullptr;
+    }
+
+    QString Base;  // as the page has it
+    std::vector<HtmlLink> Links;
+
+private:
+    static QString Attribute(const xmlChar** attributes, const char* name) {
+        for (; attributes && attributes[0]; attributes += 2)
+            if (attributes[1] && xmlStrcasecmp(attributes[0], reinterpret_cast<const xmlChar*>(name)) == 0)
+                return FromUtf8(reinterpret_cast<const char*>(attributes[1]));
+        return {};
+    }
+
+    static void Start(void* self, const xmlChar* name, const xmlChar** attributes) noexcept {
+        auto& collector = *static_cast<LinkCollector*>(self);
+        try {
+            collector.Note(reinterpret_cast<const char*>(name), attributes);
+        } catch (...) {  // out of memory: what is found so far has to do
+            collector.FIsFull = true;
+        }
+        if (++collector.FDepth > kDeepest || collector.FIsFull) xmlStopParser(collector.FParser);
+    }
+    static void End(void* self, const xmlChar*) noexcept { --static_cast<LinkCollector*>(self)->FDepth; }
+
+    void Note(QByteArrayView name, const xmlChar** attributes) {
+        if (name == "base" && Base.isEmpty()) Base = Attribute(attributes, "href").trimmed();
+        if (name != "link") return;
+        const QStringList relations = Attribute(attributes, "rel").simplified().split(u' ');
+        const QString type = Attribute(attributes, "type").section(u';', 0, 0).trimmed();
+        if (!relations.contains(FRelation, Qt::CaseInsensitive) || type.compare(FType, Qt::CaseInsensitive) != 0)
+            return;
+        const QString address = Attribute(attributes, "href").trimmed();
+        if (address.isEmpty() || address.size() > kLongestAddress) return;
+        Links.push_back({address, Attribute(attributes, "title").simplified().left(kLongestTitle)});
+        FIsFull = Links.size() >= kMostLinks;
+    }
+
+    const QString FRelation, FType;
+    xmlParserCtxtPtr FParser = nullptr;
+    int FDepth = 0;
+    bool FIsFull = false;
+};
+
+}  // namespace
+
+bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
+    // Past a byte-order mark, the XML declaration and comments, which pages may have before their first tag.
+    static const QRegularExpression first(
+        QStringLiteral("^(?:\\x{FEFF}|\\s|<\\?[^>]*>|<!--.*?-->)*<(!doctype\\s+)?([A-Za-z][A-Za-z0-9:-]*)"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    static const QStringList tags{QStringLiteral("html"),  QStringLiteral("head"),    QStringLiteral("meta"),
+                                  QStringLiteral("title"), QStringLiteral("link"),    QStringLiteral("script"),
+                                  QStringLiteral("style"), QStringLiteral("body"),    QStringLiteral("base"),
+                                  QStringLiteral("div"),   QStringLiteral("noscript")};
+    const auto match =
+        first.match(FromUtf8(DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kLook))})));
+    if (match.hasMatch() && tags.contains(match.captured(2), Qt::CaseInsensitive)) return true;
+    const bool isDeclared = mimeType == u"text/html" || mimeType == u"application/xhtml+xml";
+    static const QStringList feeds{QStringLiteral("rss"), QStringLiteral("feed"), QStringLiteral("rdf:RDF"),
+                                   QStringLiteral("opml")};
+    return isDeclared && match.hasMatch() && !feeds.contains(match.captured(2), Qt::CaseInsensitive);
+}
+
+std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& charset, const QString& address,
+                                    const QString& relation, const QString& type) {
+    QByteArray start = bytes.left(kMostRead);
+    if (start.size() < bytes.size()) start.truncate(start.lastIndexOf('>') + 1);  // not within a character
+    std::string page = DecodeXml({start.constData(), static_cast<std::size_t>(start.size())},
+                                 charset.isEmpty() ? CharsetOf(start.left(kLook)) : charset);
+    std::replace(page.begin(), page.end(), '\0', ' ');  // the parser would stop there
+    LinkCollector collector(relation, type);
+    collector.Read(page);
+
+    const QUrl base = Resolved(QUrl(address), collector.Base);
+    std::vector<HtmlLink> links;
+    for (HtmlLink& link : collector.Links) {
+        link.Address = QString::fromUtf8(EncodedUrl(Resolved(base, link.Address).toString(QUrl::FullyEncoded)));
+        const bool isKnown = std::any_of(links.begin(), links.end(),
+                                         [&](const HtmlLink& known) { return known.Address == link.Address; });
+        if (!link.Address.isEmpty() && !isKnown) links.push_back(std::move(link));
+    }
+    return links;
+}
+
+}  // namespace vexa
