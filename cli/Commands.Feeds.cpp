@@ -3,8 +3,12 @@
 #include "Podcasts.Core.Subscribing.h"
 #include "Reporters.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QDateTime>
+
+#include <algorithm>
+#include <limits>
 
 namespace podcasts::cli {
 
@@ -14,36 +18,58 @@ QString Plural(qint64 count, const QString& singular, const QString& plural) {
     return QString::number(count) + u' ' + (count == 1 ? singular : plural);
 }
 
+const QString kFeed = QStringLiteral("--feed");
+
+QString Feeds(qint64 count) {
+    return Plural(count, QStringLiteral("feed"), QStringLiteral("feeds"));
+}
+
 QString Episodes(qint64 count) {
     return Plural(count, QStringLiteral("episode"), QStringLiteral("episodes"));
 }
 
 QString TitleOr(const QString& title, const QString& address) {
     const QString line = OneLine(title);
-    return line.isEmpty() ? OneLine(address) : line;
+    return line.isEmpty() ? OneLine(vexa::MaskedUrl(address)) : line;
+}
+
+/// What to choose from.
+void ListChoices(Session& session, const TPodcastSubscription& result) {
+    session.Out().Complain(vexa::MaskedUrl(result.Location) + u" names " +
+                           Feeds(static_cast<qint64>(result.Choices.size())) + u"; take one with --feed N:");
+    for (std::size_t i = 0; i < result.Choices.size(); ++i) {
+        const QString title = OneLine(result.Choices[i].Title);
+        session.Out().Complain(QString::number(i + 1).rightJustified(4) + u"  " +
+                               (title.isEmpty() ? QString() : title + u"  ") +
+                               OneLine(vexa::MaskedUrl(result.Choices[i].Address)));
+    }
 }
 
 /// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
-int Subscribe(Session& session, const QStringList& locations, bool alreadyFails) {
+int Subscribe(Session& session, const QStringList& locations, int choice, bool alreadyFails) {
     int status = kDone;
     const vexa::Ref<DownloadReporter> downloads(new DownloadReporter(session, false));
     session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(downloads.Get()));
     SubscribeByAddress(
-        session.Client(), locations, [&] { return session.IsInterrupted(); },
+        session.Client(), locations, choice, [&] { return session.IsInterrupted(); },
         [&](const TPodcastSubscription& result) {
             using Result = TPodcastSubscription::Result;
             const QString title = TitleOr(result.FeedTitle, result.Location);
+            const QString shownLocation = vexa::MaskedUrl(result.Location);
             if (result.What == Result::Subscribed) {
                 session.Out().PrintLine(u"subscribed to " + title + u": " + Episodes(result.EpisodeCount));
             } else if (result.What == Result::AlreadySubscribed) {
-                const QString said = u"already subscribed to " + title + u" (" + result.Location + u")";
+                const QString said = u"already subscribed to " + title + u" (" + shownLocation + u")";
                 if (alreadyFails)
                     session.Out().Complain(said);
                 else
                     session.Out().PrintLine(said);
                 if (alreadyFails) status = kFailed;
+            } else if (result.What == Result::SeveralFeeds) {
+                ListChoices(session, result);
+                status = kFailed;
             } else {
-                session.Out().Complain(u"cannot subscribe to " + result.Location + u": " + result.Error);
+                session.Out().Complain(u"cannot subscribe to " + shownLocation + u": " + result.Error);
                 status = kFailed;
             }
         });
@@ -53,14 +79,19 @@ int Subscribe(Session& session, const QStringList& locations, bool alreadyFails)
 
 }  // namespace
 
+void CheckSubscribe(const Arguments& arguments) {
+    if (arguments.Number(kFeed).value_or(1) < 1) throw UsageError(QStringLiteral("feeds are counted from 1"));
+}
+
 int RunSubscribe(Session& session, const Arguments& arguments) {
-    return Subscribe(session, arguments.Operands, true);
+    const qint64 choice = std::min<qint64>(arguments.Number(kFeed).value_or(0), std::numeric_limits<int>::max());
+    return Subscribe(session, arguments.Operands, static_cast<int>(choice), true);
 }
 
 int RunImport(Session& session, const Arguments& arguments) {
     const QStringList locations = ReadOpmlFile(arguments.Operands.first());
     if (locations.isEmpty()) session.Out().PrintLine(QStringLiteral("the list names no feeds"));
-    return Subscribe(session, locations, false);
+    return Subscribe(session, locations, 0, false);
 }
 
 int RunExport(Session& session, const Arguments& arguments) {
@@ -92,7 +123,7 @@ int RunSetAddress(Session& session, const Arguments& arguments) {
         return kFailed;
     }
     if (session.Client().IsSubscribed(newAddress)) {
-        session.Out().Complain(u"another subscription has the address " + newAddress);
+        session.Out().Complain(u"another subscription has the address " + vexa::MaskedUrl(newAddress));
         return kFailed;
     }
     session.Client().ChangeFeedURL(oldAddress, newAddress);
@@ -141,7 +172,7 @@ int RunFeeds(Session& session, const Arguments& arguments) {
          QStringLiteral("episodes"), QStringLiteral("address"));
     for (const Row& row : rows)
         line(QString::number(row.ID), row.Title, QString::number(row.New), QString::number(row.Postponed),
-             QString::number(row.Episodes), row.Address);
+             QString::number(row.Episodes), vexa::MaskedUrl(row.Address));
     return kDone;
 }
 

@@ -76,17 +76,22 @@ int RunRefresh(Session& session, const Arguments& arguments) {
     session.Out().ShowStatus(QString());
 
     QStringList newEpisodes;
-    QJsonArray failed;
+    QJsonArray failed, moved;
     for (const auto& outcome : refresh->Outcomes()) {
         newEpisodes += outcome.NewEpisodes;
         if (!outcome.Error.isEmpty())
             failed +=
                 QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
+        if (!outcome.MovedTo.isEmpty())
+            moved += QJsonObject{{QStringLiteral("address"), outcome.FeedURL},
+                                 {QStringLiteral("to"), outcome.MovedTo},
+                                 {QStringLiteral("stored"), !outcome.IsMoveRefused}};
     }
     if (session.IsInterrupted()) return kFailed;
     if (arguments.Json) {
         const QJsonObject result{{QStringLiteral("feeds"), static_cast<qint64>(refresh->Outcomes().size())},
                                  {QStringLiteral("failed"), failed},
+                                 {QStringLiteral("moved"), moved},
                                  {QStringLiteral("new"), newEpisodes.size()}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
     } else {

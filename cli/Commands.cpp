@@ -11,13 +11,15 @@ QString operator""_s(const char16_t* text, std::size_t size) {
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {u"subscribe"_s,
-         u"LOCATION…"_s,
-         u"subscribe to feeds by address or local *.xml file\nEach document is fetched, checked and stored."_s,
-         {},
+         u"LOCATION… [--feed N]"_s,
+         u"subscribe to feeds by address, by a page that names one, or by local *.xml file\n"
+         "Each document is fetched, checked and stored. An address may lack its scheme."_s,
+         {{u"--feed"_s, u"N"_s, u"the N-th of the feeds that a page names"_s}},
          1,
          -1,
          false,
-         RunSubscribe},
+         RunSubscribe,
+         CheckSubscribe},
         {u"unsubscribe"_s,
          u"FEED [--delete-files]"_s,
          u"end a subscription"_s,

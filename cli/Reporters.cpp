@@ -48,17 +48,22 @@ template class OutcomeReporter<TPodcastRefreshOutcome>;
 template class OutcomeReporter<TPodcastDownloadOutcome>;
 
 QString RefreshReporter::SuccessText(const TPodcastRefreshOutcome& outcome) {
-    if (outcome.IsUnsubscribed) return OneLine(outcome.FeedURL) + u": unsubscribed meanwhile";
-    const auto feed = FSession.DB().GetFeed(outcome.FeedURL, false);
+    const QString address = OneLine(vexa::MaskedUrl(outcome.FeedURL));
+    if (outcome.IsUnsubscribed) return address + u": unsubscribed meanwhile";
+    const bool hasMoved = !outcome.MovedTo.isEmpty() && !outcome.IsMoveRefused;
+    const auto feed = FSession.DB().GetFeed(hasMoved ? outcome.MovedTo : outcome.FeedURL, false);
     const QString title = OneLine(feed ? feed->Fields[pffTitle] : QString());
     const auto count = outcome.NewEpisodes.size();
-    return (title.isEmpty() ? OneLine(outcome.FeedURL) : title) + u": " +
-           (count == 0 ? QStringLiteral("nothing new")
-                       : QString::number(count) + (count == 1 ? u" new episode" : u" new episodes"));
+    QString text = (title.isEmpty() ? address : title) + u": " +
+                   (count == 0 ? QStringLiteral("nothing new")
+                               : QString::number(count) + (count == 1 ? u" new episode" : u" new episodes"));
+    if (!outcome.MovedTo.isEmpty()) text += u"; moved to " + OneLine(vexa::MaskedUrl(outcome.MovedTo));
+    if (outcome.IsMoveRefused) text += u", which is subscribed too: both stay as they are";
+    return text;
 }
 
 QString RefreshReporter::FailureText(const TPodcastRefreshOutcome& outcome) {
-    return u"cannot refresh " + outcome.FeedURL + u": " + outcome.Error;
+    return u"cannot refresh " + vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error;
 }
 
 void DownloadReporter::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {

@@ -5,6 +5,7 @@
 // notifications only keep a terminal's status line moving.
 
 #include "Session.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QHash>
 #include <QString>
@@ -51,7 +52,9 @@ public:
 
     void RefreshFeedsStarted() override { Restart(); }
     void RefreshFeedsFinished(bool) override { Report(); }
-    void RefreshFeed(const QString& feedURL) override { FSession.Out().ShowStatus(u"fetching " + feedURL); }
+    void RefreshFeed(const QString& feedURL) override {
+        FSession.Out().ShowStatus(u"fetching " + vexa::MaskedUrl(feedURL));
+    }
 
 private:
     QString SuccessText(const TPodcastRefreshOutcome& outcome) override;

@@ -5,6 +5,7 @@
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -102,10 +103,11 @@ QString Session::FindFeed(const QString& feed) {
     if (isNumber) {
         if (const auto stored = DB().GetFeed(id, false); stored && id > 0) return stored->Fields[pffURLFeed];
     } else {
-        for (const QString& location : {feed, NormalizedFeedLocation(feed), QDir().absoluteFilePath(feed)})
+        for (const QString& location :
+             QStringList(feed) + FeedLocationsOf(feed) + QStringList(QDir().absoluteFilePath(feed)))
             if (FClient->IsSubscribed(location)) return location;
     }
-    FTerminal.Complain(u"there is no subscription " + feed + u": \"podcasts feeds\" lists them");
+    FTerminal.Complain(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
     return {};
 }
 

@@ -61,7 +61,8 @@ public:
 class TPodcastFeed {
 public:
     std::array<QString, kFeedFieldCount> Fields;
-    int ID = 0;  // FeedID in the database; 0 for a parsed feed, positive once stored
+    int ID = 0;          // FeedID in the database; 0 for a parsed feed, positive once stored
+    QString NewFeedURL;  // where a parsed document says that the feed has moved, a web address; not stored
 
     /// Appends an episode in state pesNew; the feed keeps it.
     TPodcastEpisode& NewEpisode();

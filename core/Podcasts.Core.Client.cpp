@@ -56,7 +56,7 @@ void TPodcastClient::CancelRefresh() {
 std::unique_ptr<TPodcastFeed> TPodcastClient::FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
                                                         bool raiseErrors) {
     try {
-        return ParseFeedDocument(LoadFeedDocument(location, isCancelled).get(), location);
+        return ParseFeedDocument(LoadFeedDocument(location, isCancelled), location);
     } catch (...) {
         if (raiseErrors) throw;
         return nullptr;

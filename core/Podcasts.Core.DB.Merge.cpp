@@ -214,7 +214,8 @@ void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed) {
     });
 }
 
-TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed) {
+TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL) {
+    const QString oldURL = feed.Fields[pffURLFeed];
     TPodcastMergeResult result;
     FoundFiles found;
     // The disk is not waited for while the database is locked: when twins' files are to be looked for, the merge ends
@@ -225,14 +226,18 @@ TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed) {
         // One transaction from the look at the subscription to the last row: a mark, a finished download or an
         // unsubscription of another thread or process can come before or after, never in between.
         RunInTransaction([&] {
-            const int id = feed.Fields[pffURLFeed].isEmpty() ? 0 : GetFeedID(feed.Fields[pffURLFeed]);
+            const int id = oldURL.isEmpty() ? 0 : GetFeedID(oldURL);
             isGone = id < 1;
             if (isGone) return;
+            // Before the episodes are looked at, since some of their URIs hold the feed's address.
+            const bool isMoving = !newURL.isEmpty() && newURL != oldURL && GetFeedID(newURL) < 1;
+            feed.Fields[pffURLFeed] = isMoving ? newURL : oldURL;
             const TPodcastStoredEpisodes stored = LoadStoredEpisodes(id);
             const Matches matches = MatchEpisodes(feed, stored);
             unknown = UnknownFiles(matches, stored, found);
             if (!unknown.isEmpty()) return;
             result = {true, {}, {}};
+            result.IsMoved = isMoving && ChangeFeedURL(oldURL, newURL);
             const auto rows = stored.Rows();
             for (const auto& match : matches) {
                 TPodcastEpisode& episode = *match.Episode;

@@ -156,13 +156,16 @@ void TPodcastsDB::Remove(const QString& urlFeed) {
     Remove(GetFeedID(urlFeed));
 }
 
-void TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
-    if (newURL.isEmpty() || newURL == oldURL) return;
+bool TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
+    if (newURL.isEmpty() || newURL == oldURL) return false;
+    bool isChanged = false;
     RunInTransaction([&] {
         const int id = GetFeedID(oldURL);
         if (id <= 0 || GetFeedID(newURL) >= 1) return;
         ExecuteSQL(SqlBuilder("UPDATE PodcastFeeds SET URLFeed = ").Text(newURL).Raw(" WHERE FeedID = ").Integer(id));
+        isChanged = true;
     });
+    return isChanged;
 }
 
 void TPodcastsDB::EnumFeeds(const QString& category, const FeedVisitor& visitor) {

@@ -48,6 +48,7 @@ struct TPodcastMergeResult {
     bool IsSubscribed = false;  // false: nothing was stored
     QStringList NewEpisodes;    // keys of those that can be played and could not be before
     QStringList SpareFiles;     // downloaded files of rows that became one with others, and that no row records now
+    bool IsMoved = false;       // the feed has its new address
 };
 
 /// Which episodes EnumEpisodes visits.
@@ -78,11 +79,13 @@ public:
     /// Stores what a refresh brought of a feed that is still stored. An episode that is stored already, by whatever
     /// address, GUID, title and date it is known (see MatchEpisodes), keeps its row, its mark and its file; in `feed`,
     /// too. All in one transaction, but for the look at the files of rows that become one.
-    TPodcastMergeResult Merge(TPodcastFeed& feed);
+    /// `newURL`: the feed's address from then on, unless another feed has that; empty when it stays.
+    TPodcastMergeResult Merge(TPodcastFeed& feed, const QString& newURL = {});
     TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
     void Remove(int id);
     void Remove(const QString& urlFeed);
-    void ChangeFeedURL(const QString& oldURL, const QString& newURL);
+    /// False, and nothing changes, when there is no feed of the old address, or one of the new address already.
+    bool ChangeFeedURL(const QString& oldURL, const QString& newURL);
     /// By name; only feeds of `category` unless that is empty. The count is 0.
     void EnumFeeds(const QString& category, const FeedVisitor& visitor);
     void EnumFeeds(const FeedVisitor& visitor) { EnumFeeds(QString(), visitor); }

@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Documents.h"
 
 #include "VEXA.Runtime.FileTypes.h"
+#include "VEXA.Runtime.Html.h"
 
 #include <algorithm>
 
@@ -34,7 +35,7 @@ QString DescribeRoot(const vexa::XmlNode& root) {
     if (local == u"rss") return OtherFeed(QStringLiteral("an RSS feed whose tags are not in small letters"));
     if (local == u"rdf") return OtherFeed(QStringLiteral("an RSS 1.0 (RDF) feed"));
     if (local == u"feed") return OtherFeed(QStringLiteral("an Atom feed"));
-    if (local == u"html") return NotAFeed(kHtmlPage);
+    if (local == u"html") return DescribeHtmlPage();
     if (local == u"opml") return NotAFeed(QStringLiteral("an OPML list of subscriptions"));
     return {};
 }
@@ -47,16 +48,31 @@ QString DescribeForeignDocument(const vexa::XmlDocument& document) {
     return QStringLiteral("the document is neither an RSS 2.0 feed nor a feed of the iTunes store");
 }
 
-QString DescribeForeignDocument(QByteArrayView bytes) {
+namespace {
+
+bool BeginsWithFeed(QByteArrayView bytes) {
     constexpr qsizetype kStart = 4096;  // bytes that messages of a server's scripts may take in front of a feed
     const QByteArrayView start = bytes.first(std::min(bytes.size(), kStart));
-    if (start.contains("<rss") || start.contains("<feed")) return {};
-    const QByteArrayView text = start.trimmed();
-    if (vexa::BeginsLikeHtmlPage(bytes)) return NotAFeed(kHtmlPage);
+    return start.contains("<rss") || start.contains("<feed");
+}
+
+}  // namespace
+
+QString DescribeForeignDocument(QByteArrayView bytes) {
+    if (BeginsWithFeed(bytes)) return {};
+    const QByteArrayView text = bytes.trimmed();
     if (text.startsWith('{') || text.startsWith('[')) return NotAFeed(QStringLiteral("a JSON document"));
     if (bytes.startsWith("\x1F\x8B")) return NotAFeed(QStringLiteral("a gzip archive"));
     if (vexa::BeginsLikeMedia(bytes)) return NotAFeed(QStringLiteral("an audio or video file"));
     return {};
+}
+
+bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
+    return !BeginsWithFeed(bytes) && vexa::IsHtmlPage(bytes, mimeType);
+}
+
+QString DescribeHtmlPage() {
+    return NotAFeed(kHtmlPage);
 }
 
 }  // namespace podcasts

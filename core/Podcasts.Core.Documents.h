@@ -3,6 +3,7 @@
 
 #include "VEXA.Runtime.XML.h"
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
 
@@ -12,7 +13,12 @@ namespace podcasts {
 QString DescribeForeignDocument(const vexa::XmlDocument& document);
 
 /// The same of bytes that are no tree of elements, or one that had to be mended, by how they begin; empty when that
-/// tells nothing.
+/// tells nothing, and for a page.
 QString DescribeForeignDocument(QByteArrayView bytes);
+
+/// Whether bytes are an HTML page, by how they begin or by the response's type (lower case, may be empty). A feed that
+/// the messages of a server's scripts stand in front of is none.
+bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType);
+QString DescribeHtmlPage();
 
 }  // namespace podcasts

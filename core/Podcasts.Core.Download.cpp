@@ -108,7 +108,7 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
     download.FileName =
         TPodcastInfoFormatString::Expand(FClient.Options().CacheFileNameTemplate(), *feed, *download.Episode);
     download.Caption = feed->Fields[pffTitle] + u" - " + download.Episode->Fields[pefTitle];
-    download.URL = download.Episode->Fields[pefURLAudio];
+    download.URL = vexa::WithCredentialsOf(feed->Fields[pffURLFeed], download.Episode->Fields[pefURLAudio]);
     if (!QDir::isAbsolutePath(download.FileName))
         outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
     else if (download.URL.isEmpty())

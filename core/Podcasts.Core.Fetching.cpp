@@ -8,6 +8,7 @@
 #include <QFile>
 
 #include <stdexcept>
+#include <utility>
 
 namespace podcasts {
 
@@ -43,42 +44,55 @@ bool IsLocalFeedFile(const QString& text) {
     return vexa::FileExists(text) && vexa::MatchesFileMask(text, QStringLiteral("*.xml;"));
 }
 
-bool IsFeedLocation(const QString& text) {
-    return vexa::IsUrl(text) || IsLocalFeedFile(text);
-}
+TPodcastPageError::TPodcastPageError(std::vector<TPodcastFeedLink> feeds)
+    : XmlError(DescribeHtmlPage().toStdString()), FFeeds(std::move(feeds)) {}
 
-std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
+TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
+    TPodcastFeedDocument document;
     vexa::HttpDocument loaded;
-    if (vexa::IsUrl(location))
+    document.Address = location;
+    if (vexa::IsUrl(location)) {
         loaded = vexa::HttpGetDocument(location, kLargestFeed, isCancelled);
-    else if (IsLocalFeedFile(location))
+        document.Address = loaded.Info.Address;
+        document.MovedTo = loaded.Info.MovedTo;
+    } else if (IsLocalFeedFile(location)) {
         loaded.Body = ReadFeedFile(location);
-    else
-        return nullptr;
-    QString foreign;
-    try {
-        auto document = std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
-        // The tags of a page can be mended to a tree that shows no sign of it.
-        if (document->IsRecovered()) foreign = DescribeForeignDocument(loaded.Body);
-        if (foreign.isEmpty()) return document;
-    } catch (const vexa::XmlError&) {
-        foreign = DescribeForeignDocument(loaded.Body);
-        if (foreign.isEmpty()) throw;
+    } else {
+        return document;
     }
-    throw vexa::XmlError(foreign.toStdString());
+    const auto throwPage = [&] {
+        throw TPodcastPageError(vexa::FindHtmlLinks(loaded.Body, loaded.Info.Charset, document.Address,
+                                                    QStringLiteral("alternate"),
+                                                    QStringLiteral("application/rss+xml")));
+    };
+    const auto checkBeginning = [&] {
+        if (IsHtmlPage(loaded.Body, loaded.Info.MimeType)) throwPage();
+        const QString foreign = DescribeForeignDocument(loaded.Body);
+        if (!foreign.isEmpty()) throw vexa::XmlError(foreign.toStdString());
+    };
+    try {
+        document.Tree = std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
+    } catch (const vexa::XmlError&) {
+        checkBeginning();
+        throw;
+    }
+    // The tags of a page can be mended to a tree that shows no sign of it; a page can be well-formed, too.
+    if (document.Tree->IsRecovered()) checkBeginning();
+    if (document.Tree->FindPath({"html"})) throwPage();
+    return document;
 }
 
-std::unique_ptr<TPodcastFeed> ParseFeedDocument(const vexa::XmlDocument* document, const QString& location) {
-    auto feed = document ? TPodcastParser::ParseDocument(*document, location) : nullptr;
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location) {
+    auto feed = document.Tree ? TPodcastParser::ParseDocument(*document.Tree, location) : nullptr;
     if (!feed) return nullptr;
-    if (document->IsRecovered()) CheckLosses(*document, *feed);
+    if (document.Tree->IsRecovered()) CheckLosses(*document.Tree, *feed);
     feed->Fields[pffURLFeed] = location;
     return feed;
 }
 
-QString DescribeMissingFeed(const vexa::XmlDocument* document) {
-    return document ? DescribeForeignDocument(*document)
-                    : QStringLiteral("this is neither an http or https address nor an existing .xml file");
+QString DescribeMissingFeed(const TPodcastFeedDocument& document) {
+    return document.Tree ? DescribeForeignDocument(*document.Tree)
+                         : QStringLiteral("this is neither an http or https address nor an existing .xml file");
 }
 
 TPodcastFeedFetcher::TPodcastFeedFetcher() : FThread([this] { Work(); }) {}
@@ -101,7 +115,7 @@ void TPodcastFeedFetcher::Drop(std::unique_lock<std::mutex>& lock) {
         FChanged.wait(lock, [this] { return FState != State::Running; });
     }
     FState = State::Idle;
-    FDocument.reset();
+    FDocument = {};
     FError = nullptr;
 }
 
@@ -115,8 +129,7 @@ void TPodcastFeedFetcher::Begin(const QString& location) {
     FChanged.notify_all();
 }
 
-std::unique_ptr<vexa::XmlDocument> TPodcastFeedFetcher::Take(const QString& location,
-                                                             const vexa::CancelCheck& isCancelled) {
+TPodcastFeedDocument TPodcastFeedFetcher::Take(const QString& location, const vexa::CancelCheck& isCancelled) {
     Begin(location);
     std::unique_lock lock(FMutex);
     while (FState != State::Done) {
@@ -125,7 +138,7 @@ std::unique_ptr<vexa::XmlDocument> TPodcastFeedFetcher::Take(const QString& loca
     }
     FState = State::Idle;
     if (FError) std::rethrow_exception(std::exchange(FError, nullptr));
-    return std::move(FDocument);
+    return std::exchange(FDocument, {});
 }
 
 void TPodcastFeedFetcher::Work() {
@@ -136,7 +149,7 @@ void TPodcastFeedFetcher::Work() {
         FState = State::Running;
         const QString location = FLocation;
         lock.unlock();
-        std::unique_ptr<vexa::XmlDocument> document;
+        TPodcastFeedDocument document;
         std::exception_ptr error;
         try {
             document = LoadFeedDocument(location, [this] { return FAbandoned.load(); });

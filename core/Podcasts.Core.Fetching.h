@@ -2,6 +2,7 @@
 // Loading one feed document, and fetching the next one while the last is stored.
 
 #include "Podcasts.Core.Classes.h"
+#include "VEXA.Runtime.Html.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.XML.h"
 
@@ -13,24 +14,43 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace podcasts {
 
 /// Whether `text` names an existing local file that matches "*.xml;".
 bool IsLocalFeedFile(const QString& text);
-/// Whether `text` is a web address or a local feed file.
-bool IsFeedLocation(const QString& text);
 
-/// Loads the document at `location`. Nothing when the location is neither a web address nor a local feed file. Throws
-/// HttpError, XmlError and what reading a file throws.
-std::unique_ptr<vexa::XmlDocument> LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
+/// A feed that a page names.
+using TPodcastFeedLink = vexa::HtmlLink;
+
+/// The document is an HTML page, which may name feeds.
+class TPodcastPageError : public vexa::XmlError {
+public:
+    explicit TPodcastPageError(std::vector<TPodcastFeedLink> feeds);
+
+    const std::vector<TPodcastFeedLink>& Feeds() const noexcept { return FFeeds; }
+
+private:
+    std::vector<TPodcastFeedLink> FFeeds;
+};
+
+struct TPodcastFeedDocument {
+    std::unique_ptr<vexa::XmlDocument> Tree;  // null: the location was none
+    QString Address;                          // that the document came from, after all redirects
+    QString MovedTo;                          // where permanent redirects led; empty when there were none
+};
+
+/// Loads the document at `location`. An empty one when the location is neither a web address nor a local feed file.
+/// Throws HttpError, XmlError, TPodcastPageError and what reading a file throws.
+TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
 
 /// The feed of a loaded document (or of none), its pffURLFeed set to `location`; nothing when no parser recognises it.
 /// Throws XmlError when the document is so damaged that fewer than half of its items can be read.
-std::unique_ptr<TPodcastFeed> ParseFeedDocument(const vexa::XmlDocument* document, const QString& location);
+std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location);
 
 /// Why there is no feed in a document, or at a location that gave none.
-QString DescribeMissingFeed(const vexa::XmlDocument* document);
+QString DescribeMissingFeed(const TPodcastFeedDocument& document);
 
 /// Fetches feeds on a thread of its own, one at a time, so that connections are kept and the next document can be on
 /// its way while the last one is stored. One thread uses it.
@@ -45,7 +65,7 @@ public:
     void Begin(const QString& location);
     /// What LoadFeedDocument gives or throws for the location, fetched now unless it was begun. Begin the next one,
     /// then make and store this one's records: the two threads then have about half of the work each.
-    std::unique_ptr<vexa::XmlDocument> Take(const QString& location, const vexa::CancelCheck& isCancelled);
+    TPodcastFeedDocument Take(const QString& location, const vexa::CancelCheck& isCancelled);
 
 private:
     void Work();
@@ -56,7 +76,7 @@ private:
     // All guarded by FMutex.
     enum class State { Idle, Requested, Running, Done, Stopping } FState = State::Idle;
     QString FLocation;
-    std::unique_ptr<vexa::XmlDocument> FDocument;
+    TPodcastFeedDocument FDocument;
     std::exception_ptr FError;
 
     std::atomic<bool> FAbandoned{false};

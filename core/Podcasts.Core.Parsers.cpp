@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QCryptographicHash>
 #include <QUrl>
@@ -251,6 +252,8 @@ std::unique_ptr<TPodcastFeed> TPodcastParserRSS20::Parse(const XmlDocument& docu
             Take(feed->Fields[pffKeywords], child.Text());
         } else if (name == "itunes:image") {
             Take(feed->Fields[pffURLLogo], base.Of(child).Resolve(child.Attribute("href")));
+        } else if (name == "itunes:new-feed-url") {
+            if (const QString named = child.Text().trimmed(); vexa::IsUrl(named)) feed->NewFeedURL = named;
         }
     }
     return feed;

@@ -1,9 +1,10 @@
 #include "Podcasts.Core.Subscribing.h"
 
-#include <QFileInfo>
+#include <QFile>
 #include <QSaveFile>
 
 #include <stdexcept>
+#include <utility>
 
 namespace podcasts {
 
@@ -11,31 +12,40 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fetcher, const QString& location,
+TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fetcher, const QString& text, int choice,
                                  const QString& next, const vexa::CancelCheck& isCancelled) {
     TPodcastSubscription subscription;
-    subscription.Location = location;
-    try {
-        if (client.IsSubscribed(location)) {
-            if (const auto stored = client.DB().GetFeed(location, false))
-                subscription.FeedTitle = stored->Fields[pffTitle];
-            subscription.What = Result::AlreadySubscribed;
-            return subscription;
-        }
+    const QStringList locations = FeedLocationsOf(text);
+    subscription.Location = locations.size() == 1 ? locations.first() : text.trimmed();
+    const auto isSubscribed = [&](const QString& address) { return client.IsSubscribed(address); };
+    // The first document may have been fetched ahead; what it leads to is fetched here, while the next one comes.
+    const auto load = [&, isFirst = true](const QString& location) mutable {
+        if (!std::exchange(isFirst, false)) return LoadFeedDocument(location, isCancelled);
         auto document = fetcher.Take(location, isCancelled);
         if (!next.isEmpty() && !client.IsSubscribed(next)) fetcher.Begin(next);
-        const auto feed = ParseFeedDocument(document.get(), location);
-        if (!feed) {
-            subscription.Error = DescribeMissingFeed(document.get());
+        return document;
+    };
+    try {
+        TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
+        subscription.Error = found.Error;
+        if (!found.Error.isEmpty()) return subscription;
+        if (!found.Choices.empty()) {
+            subscription.What = Result::SeveralFeeds;
+            subscription.Choices = std::move(found.Choices);
             return subscription;
         }
-        document.reset();
-        subscription.FeedTitle = feed->Fields[pffTitle];
+        subscription.Location = found.Address;
         // Somebody else may have subscribed while the document was on its way.
-        const bool isNew = client.SubscribeNew(*feed);
+        const bool isNew = !found.IsSubscribed && client.SubscribeNew(*found.Feed);
         subscription.What = isNew ? Result::Subscribed : Result::AlreadySubscribed;
-        if (isNew) subscription.EpisodeCount = client.DB().GetEpisodeCount(feed->ID);
+        if (isNew) {
+            subscription.FeedTitle = found.Feed->Fields[pffTitle];
+            subscription.EpisodeCount = client.DB().GetEpisodeCount(found.Feed->ID);
+        } else if (const auto stored = client.DB().GetFeed(found.Address, false)) {
+            subscription.FeedTitle = stored->Fields[pffTitle];
+        }
     } catch (const std::exception& error) {
+        subscription.What = Result::Failed;
         subscription.Error = QString::fromUtf8(error.what());
     }
     return subscription;
@@ -43,17 +53,13 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fe
 
 }  // namespace
 
-QString NormalizedFeedLocation(const QString& location) {
-    const QString trimmed = location.trimmed();
-    return IsLocalFeedFile(trimmed) ? QFileInfo(trimmed).absoluteFilePath() : trimmed;
-}
-
-void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, const vexa::CancelCheck& isCancelled,
+void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
+                        const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished) {
     TPodcastFeedFetcher fetcher;
-    for (qsizetype i = 0; i < locations.size() && !isCancelled(); ++i) {
-        const QString next = i + 1 < locations.size() ? NormalizedFeedLocation(locations[i + 1]) : QString();
-        finished(SubscribeTo(client, fetcher, NormalizedFeedLocation(locations[i]), next, isCancelled));
+    for (qsizetype i = 0; i < texts.size() && !isCancelled(); ++i) {
+        const QString next = i + 1 < texts.size() ? NormalizedFeedLocation(texts[i + 1]) : QString();
+        finished(SubscribeTo(client, fetcher, texts[i], choice, next, isCancelled));
     }
 }
 

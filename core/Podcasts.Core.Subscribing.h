@@ -1,6 +1,7 @@
 #pragma once
 // Subscribing by address, with its checks; and the subscription list as OPML.
 
+#include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.OPML.h"
 #include "Podcasts.Core.h"
 
@@ -12,22 +13,22 @@
 namespace podcasts {
 
 struct TPodcastSubscription {
-    enum class Result { Subscribed, AlreadySubscribed, Failed };
+    enum class Result { Subscribed, AlreadySubscribed, Failed, SeveralFeeds };
 
     Result What = Result::Failed;
-    QString Location;   // as it is stored: a local file's name is made absolute
+    QString Location;   // as the feed is stored; without a feed, what was asked for
     QString FeedTitle;  // when there is a feed
     int EpisodeCount = 0;
-    QString Error;  // why it failed
+    std::vector<TPodcastFeedLink> Choices;  // the several feeds that the page at the location names
+    QString Error;                          // why it failed
 };
 
-/// Subscribes to feeds one after the other on the calling thread; the document after the present one is fetched ahead.
-/// `finished` is told each result there. Stops between two when cancelled.
-void SubscribeByAddress(TPodcastClient& client, const QStringList& locations, const vexa::CancelCheck& isCancelled,
+/// Subscribes to what each text names (see FindFeed) one after the other on the calling thread; the document after the
+/// present one is fetched ahead. `choice` as in FindFeed. `finished` is told each result there. Stops between two when
+/// cancelled.
+void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
+                        const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished);
-
-/// The location as it is stored: trimmed, an existing local file by its absolute name.
-QString NormalizedFeedLocation(const QString& location);
 
 /// All subscriptions, by name.
 QByteArray ExportOpml(TPodcastClient& client);

@@ -28,7 +28,8 @@ public:
 
 private:
     void Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher, TPodcastRefreshOutcome& outcome);
-    void MergeFeed(TPodcastFeed& feed, TPodcastRefreshOutcome& outcome);
+    /// `newURL`: where the feed is from now on, unless another one is there; empty when it stays.
+    void MergeFeed(TPodcastFeed& feed, const QString& newURL, TPodcastRefreshOutcome& outcome);
 
     bool FHasNewEpisodes = false;
 };

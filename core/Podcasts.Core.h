@@ -113,6 +113,8 @@ struct TPodcastRefreshOutcome {
     QString Error;                // why it failed; empty when it did not
     bool IsDropped = false;       // the task was stopped before its turn came
     bool IsUnsubscribed = false;  // while its document was on its way: nothing was stored
+    QString MovedTo{};            // the feed's new address; empty when it stays where it was
+    bool IsMoveRefused = false;   // another subscription has that address: both stay as they are
 };
 
 /// What happened to one episode of the last downloads.

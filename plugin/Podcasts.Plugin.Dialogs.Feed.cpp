@@ -1,7 +1,7 @@
 #include "Podcasts.Plugin.Dialogs.Feed.h"
 
-#include "Podcasts.Core.Subscribing.h"
-#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.ChoiceDialog.h"
+#include "VEXA.Runtime.Url.h"
 #include "apiWrappers.h"
 
 #include <QApplication>
@@ -27,11 +27,6 @@ constexpr int kMargin = 8;
 constexpr int kEditWidth = 431;
 constexpr int kLettersInEdit = 50;  // at least, in a large font
 constexpr QSize kButtonSize(96, 25);
-
-QString FileOfAddress(const QString& address) {
-    const QUrl url(address);
-    return url.isLocalFile() ? url.toLocalFile() : address;
-}
 
 QString TextOf(const QMimeData& data) {
     const QList<QUrl> urls = data.urls();
@@ -77,26 +72,21 @@ private:
 
 }  // namespace
 
-QString FeedLocationFromText(const QString& text) {
-    const QString trimmed = text.trimmed();
-    if (trimmed.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) return FileOfAddress(trimmed);
-    if (!trimmed.startsWith(QLatin1String("feed:"), Qt::CaseInsensitive)) return trimmed;
-    const QString rest = trimmed.mid(5);
-    return rest.startsWith(QLatin1String("//")) ? QStringLiteral("https:") + rest : rest;
-}
-
 /// Fetches for a dialog; tells it unless it is gone by then.
 class TfrmPodcastFeed::FetchTask final : public Task {
 public:
-    FetchTask(TfrmPodcastFeed& dialog, const QString& url) : FDialog(dialog.FLinks), FURL(url) {}
+    FetchTask(TfrmPodcastFeed& dialog, const QString& text) : FDialog(dialog.FLinks), FText(text) {}
 
     void Execute() override {
         const auto outcome = std::make_shared<FetchOutcome>();
         try {
-            outcome->Feed = TPodcastClient::FetchFeed(
-                FURL, [this] { return IsCancelled(); }, true);
+            // What is subscribed to already is found out when the feed is stored.
+            outcome->Found = FindFeed(
+                FText, 0,
+                [this](const QString& address) { return LoadFeedDocument(address, [this] { return IsCancelled(); }); },
+                [](const QString&) { return false; });
         } catch (const std::exception& error) {
-            outcome->LastError = QString::fromUtf8(error.what());
+            outcome->Found.Error = QString::fromUtf8(error.what());
         }
         RunInMainThread(
             [dialog = FDialog, outcome] {
@@ -104,11 +94,11 @@ public:
             },
             false);
     }
-    QString Caption() const override { return FURL; }
+    QString Caption() const override { return MaskedUrl(FText); }
 
 private:
     const Link<TfrmPodcastFeed> FDialog;  // looked up on the main thread
-    const QString FURL;
+    const QString FText;
 };
 
 void TfrmPodcastFeed::Subscribe(WindowHandle owner, TPodcastClient& client) {
@@ -181,8 +171,9 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(this, [this] { btnOKClick(); }); });
     connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
 
-    const QString copied = FeedLocationFromText(QApplication::clipboard()->text());
-    if (IsUrl(copied)) edFeedURL->setText(copied);
+    // Not a text that merely begins with an address, nor one that only looks like an address.
+    const QString copied = QApplication::clipboard()->text().trimmed();
+    if (IsWholeFeedAddress(copied)) edFeedURL->setText(copied);
     edFeedURL->selectAll();
     edFeedURL->setFocus();
     UpdateControls();
@@ -203,7 +194,7 @@ void TfrmPodcastFeed::SetEditedURL(const QString& feedURL) {
 /// The feed's location that the edit names. An address that nobody has touched is the stored one to the letter.
 QString TfrmPodcastFeed::Location() const {
     const QString text = edFeedURL->text();
-    return text == FEditedURL ? text : NormalizedFeedLocation(FeedLocationFromText(text));
+    return text == FEditedURL ? text : NormalizedFeedLocation(text);
 }
 
 void TfrmPodcastFeed::UpdateControls() {
@@ -224,38 +215,57 @@ void TfrmPodcastFeed::UpdateControls() {
 void TfrmPodcastFeed::btnOKClick() {
     TPodcastClient* const client = FClient.Get();
     if (!client) return reject();
-    const QString location = Location();
-    if (location != FEditedURL && client->IsSubscribed(location)) return ShowAlreadySubscribed(this);
+    if (Location() != FEditedURL)
+        for (const QString& location : FeedLocationsOf(edFeedURL->text()))
+            if (client->IsSubscribed(location)) return ShowAlreadySubscribed(this);
     if (!FEditedURL.isEmpty()) return accept();
-    DownloadFeed(location);
+    DownloadFeed(edFeedURL->text());
     UpdateControls();
 }
 
-void TfrmPodcastFeed::DownloadFeed(const QString& url) {
+void TfrmPodcastFeed::DownloadFeed(const QString& text) {
     if (FFetchTask != 0) return;
     FLastError.clear();
-    FFetchTask = WorkerPool::Run(std::make_unique<FetchTask>(*this, url));
+    FFetchTask = WorkerPool::Run(std::make_unique<FetchTask>(*this, text));
 }
 
 void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
     FFetchTask = 0;
-    FFeed = std::move(outcome.Feed);
-    FLastError = outcome.LastError;
+    FFeed = std::move(outcome.Found.Feed);
+    FLastError = outcome.Found.IsUnknownFormat ? QString() : outcome.Found.Error;
     UpdateControls();
     if (!isVisible()) return;  // it has its result already
     if (!FClient.Get()) return reject();
     if (FFeed) return accept();
+    if (!outcome.Found.Choices.empty()) return ChooseFeed(outcome.Found.Choices);
     QString message = LocalizedText(QStringLiteral("Podcasts\\MSG2"));
     if (!FLastError.isEmpty()) message += QStringLiteral("\r\n\r\n") + TextForLabel(FLastError, kLongestReason);
     ShowMessageBox(this, QMessageBox::Critical, message);
 }
 
+void TfrmPodcastFeed::ChooseFeed(const std::vector<TPodcastFeedLink>& feeds) {
+    std::vector<ChoiceDialog::Row> rows;
+    for (const TPodcastFeedLink& feed : feeds) rows.push_back({feed.Title, MaskedUrl(feed.Address)});
+    const ChoiceDialog::Texts texts{windowTitle(), LocalizedText(QStringLiteral("Podcasts\\MSG16")), btnOK->text(),
+                                    btnCancel->text()};
+    const Link<TfrmPodcastFeed> link(FLinks);
+    TOpenDialog<ChoiceDialog> dialog(texts, rows, this);
+    if (!dialog.ExecuteOK() || !link.Get() || !isVisible()) return;
+    const int choice = dialog->Choice();
+    if (choice < 0) return;
+    edFeedURL->setText(feeds[static_cast<std::size_t>(choice)].Address);
+    btnOKClick();
+}
+
 bool TfrmPodcastFeed::dtFeedURLOver(const QMimeData& dragged) const {
-    return dragged.hasText() && IsFeedLocation(FeedLocationFromText(TextOf(dragged)));
+    return dragged.hasText() && IsFeedLocation(TextOf(dragged));
 }
 
 void TfrmPodcastFeed::dtFeedURLDrop(const QMimeData& dragged) {
-    if (dtFeedURLOver(dragged)) edFeedURL->setText(FeedLocationFromText(TextOf(dragged)));
+    if (!dtFeedURLOver(dragged)) return;
+    // As it came where more than one address may be meant.
+    const QStringList locations = FeedLocationsOf(TextOf(dragged));
+    edFeedURL->setText(locations.size() == 1 ? locations.first() : TextOf(dragged).trimmed());
 }
 
 }  // namespace podcasts

@@ -1,10 +1,12 @@
 #pragma once
 // The dialog for a feed's address: subscribes to a feed that could be read, or changes the address of a stored one.
 
+#include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.Dialogs.h"
 
 #include <memory>
+#include <vector>
 
 class QLabel;
 class QLineEdit;
@@ -12,10 +14,6 @@ class QMimeData;
 class QPushButton;
 
 namespace podcasts {
-
-/// An address as a user gives it, as the feed's location: without blanks and line ends around it, a "file:" address as
-/// the file's name, a "feed:" address as the web address that it stands for.
-QString FeedLocationFromText(const QString& text);
 
 /// Main thread. The owner may be destroyed, and the client too, while a dialog is open.
 class TfrmPodcastFeed : public TPodcastsCustomForm {
@@ -32,14 +30,15 @@ public:
 private:
     class FetchTask;
     struct FetchOutcome {
-        std::unique_ptr<TPodcastFeed> Feed;
-        QString LastError;
+        TPodcastFoundFeed Found;
     };
 
     void SetEditedURL(const QString& feedURL);
     QString Location() const;
     void UpdateControls();
-    void DownloadFeed(const QString& url);
+    void DownloadFeed(const QString& text);
+    /// Lets the user choose among the feeds of a page, and fetches that one.
+    void ChooseFeed(const std::vector<TPodcastFeedLink>& feeds);
     void FetchComplete(FetchOutcome& outcome);
 
     void edFeedURLChange() { UpdateControls(); }

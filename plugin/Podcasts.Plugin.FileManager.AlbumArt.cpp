@@ -1,4 +1,5 @@
 #include "Podcasts.Plugin.FileManager.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <condition_variable>
 #include <cstring>
@@ -82,7 +83,8 @@ Ref<IVEXAImageContainer> FetchAndStoreLogo(TPodcastsResolvedEpisode& resolved) {
         ~Ending() { Transfers.End(FeedID); }
     } const ending{feedID};
     if (auto stored = StoredLogo(resolved)) return stored;  // by one who ended just before
-    auto container = FetchLogo(resolved.Feed->Fields[pffURLLogo]);
+    const auto& fields = resolved.Feed->Fields;
+    auto container = FetchLogo(WithCredentialsOf(fields[pffURLFeed], fields[pffURLLogo]));
     // Stored whatever it is: a logo that is no image is not asked for again.
     if (container && !TPodcastsClientPass::IsClosing())
         resolved.Client->DB().SetFeedLogo(feedID, container->GetData(), container->GetDataSize());

@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Desktop.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <algorithm>
 #include <atomic>
@@ -133,7 +134,8 @@ void TVEXAPodcastsFileManager::ResolvePlaybackURL(IVEXAString* address, Bool32* 
     GuardedCall("resolving a podcast address", [&] {
         const auto resolved = ResolveEpisode(FromHostString(address));
         if (!resolved) return E_FAIL;
-        const QString& audio = resolved->Episode->Fields[pefURLAudio];
+        const QString audio =
+            WithCredentialsOf(resolved->Feed->Fields[pffURLFeed], resolved->Episode->Fields[pefURLAudio]);
         RaiseIfFailed(address->SetChars(reinterpret_cast<const char16_t*>(audio.utf16()), int(audio.size())));
         *handled = kTrue;
         return S_OK;

@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.Html.h"
 
 #include "VEXA.Runtime.Encoding.h"
+#include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Text.h"
 #include "VEXA.Runtime.Url.h"
 
@@ -101,21 +102,17 @@ private:
 }  // namespace
 
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
-    // Past a byte-order mark, the XML declaration and comments, which pages may have before their first tag.
+    const std::string start = DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kLook))});
+    if (BeginsLikeHtmlPage(QByteArrayView(start))) return true;
+    if (mimeType != u"text/html" && mimeType != u"application/xhtml+xml") return false;
+    // Past the XML declaration and comments, which documents may have before their first tag.
     static const QRegularExpression first(
-        QStringLiteral("^(?:\\x{FEFF}|\\s|<\\?[^>]*>|<!--.*?-->)*<(!doctype\\s+)?([A-Za-z][A-Za-z0-9:-]*)"),
+        QStringLiteral("^(?:\\s|<\\?[^>]*>|<!--.*?-->)*<(?:!doctype\\s+)?([a-z][a-z0-9:-]*)"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
-    static const QStringList tags{QStringLiteral("html"),  QStringLiteral("head"),    QStringLiteral("meta"),
-                                  QStringLiteral("title"), QStringLiteral("link"),    QStringLiteral("script"),
-                                  QStringLiteral("style"), QStringLiteral("body"),    QStringLiteral("base"),
-                                  QStringLiteral("div"),   QStringLiteral("noscript")};
-    const auto match =
-        first.match(FromUtf8(DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kLook))})));
-    if (match.hasMatch() && tags.contains(match.captured(2), Qt::CaseInsensitive)) return true;
-    const bool isDeclared = mimeType == u"text/html" || mimeType == u"application/xhtml+xml";
     static const QStringList feeds{QStringLiteral("rss"), QStringLiteral("feed"), QStringLiteral("rdf:RDF"),
                                    QStringLiteral("opml")};
-    return isDeclared && match.hasMatch() && !feeds.contains(match.captured(2), Qt::CaseInsensitive);
+    const auto match = first.match(FromUtf8(start));
+    return match.hasMatch() && !feeds.contains(match.captured(1), Qt::CaseInsensitive);
 }
 
 std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& charset, const QString& address,

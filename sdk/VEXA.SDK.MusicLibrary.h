@@ -182,13 +182,26 @@ struct IVEXAMLSubscriptionEvents : IUnknown {
     static constexpr Guid IID = ParseGuid("{FBD001A4-CD9F-48CC-8A42-C239DC1A98AC}");
 
     /// 3: Once for each address: S_OK, E_INVALIDARG when it is no feed's, E_ABORT when it was subscribed already, else
-    /// E_FAIL. `text`: the feed's title, or the reason.
+    /// E_FAIL. `text`: the feed's title, or the reason. With a feed, `address` is the one that it is stored under.
     virtual void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept = 0;
     /// 4: Nothing more will come.
     virtual void OnCompleted() noexcept = 0;
 
 protected:
     ~IVEXAMLSubscriptionEvents() = default;
+};
+
+/// Offered by the events of a host whose user can choose: hears of an address that leads to several feeds, such as a
+/// page that names them. Main thread.
+struct IVEXAMLSubscriptionChoices : IUnknown {
+    static constexpr Guid IID = ParseGuid("{0D5C1F36-9A4E-4C0B-8F4D-6B1E52C7A9D3}");
+
+    /// 3: In place of OnSubscribed for `address`. `feeds`: addresses to subscribe to, `titles`: as many; a title may be
+    /// empty. Both hold IVEXAString. Nothing is waited for: subscribe to what the user has chosen.
+    virtual void OnChoices(IVEXAString* address, IVEXAObjectList* feeds, IVEXAObjectList* titles) noexcept = 0;
+
+protected:
+    ~IVEXAMLSubscriptionChoices() = default;
 };
 
 /// What happened to one item of a background task.
@@ -203,6 +216,8 @@ struct IVEXAMLTaskOutcome : IVEXAPropertyList {
         FileName = 4,  // text: the episode's local copy
         Error = 5,     // text: why it failed; empty when it did not
         Dropped = 6,   // 1: the task was stopped before its turn came
+        MovedTo = 7,   // text: the feed's new address, where it was found to have moved; else empty
+        Refused = 8,   // 1: another subscription has the new address already, so both stay as they are
     };
 
 protected:
@@ -217,7 +232,8 @@ struct IVEXAMLSubscriptionStorage : IUnknown {
 
     /// 3: Rows that GetData would give without a range. Any thread.
     virtual HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept = 0;
-    /// 4: Fetches, checks and stores feeds in the background. `events` may be null.
+    /// 4: Fetches, checks and stores feeds in the background: addresses as users write them, those of pages that name a
+    /// feed among them. `events` may be null; they may offer IVEXAMLSubscriptionChoices.
     virtual HResult Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept = 0;
     /// 5: The same for all feeds of an OPML file. E_FAIL, with `error` filled, when it cannot be read.
     virtual HResult ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,

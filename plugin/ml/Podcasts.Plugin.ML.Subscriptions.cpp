@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Subscribing.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
+#include "VEXA.Runtime.Url.h"
 
 namespace podcasts {
 
@@ -13,9 +14,9 @@ namespace {
 /// One outcome of a task, as a property list.
 class TaskOutcome : public TVEXAPropertyListAs<IVEXAMLTaskOutcome> {
 public:
-    QString ItemText, CaptionText, File, ErrorText;
+    QString ItemText, CaptionText, File, ErrorText, NewAddress;
     std::int32_t NewEpisodes = 0;
-    bool IsDropped = false;
+    bool IsDropped = false, IsMoveRefused = false;
 
 protected:
     void DoGetValueAsVariant(std::int32_t propertyID, Variant& value, HResult& result) override {
@@ -24,7 +25,7 @@ protected:
                 value = ToVariant(ItemText);
                 break;
             case Caption:
-                value = ToVariant(CaptionText.isEmpty() ? ItemText : CaptionText);
+                value = ToVariant(CaptionText.isEmpty() ? MaskedUrl(ItemText) : CaptionText);
                 break;
             case NewCount:
                 value = ToVariant(NewEpisodes);
@@ -38,6 +39,12 @@ protected:
             case Dropped:
                 value = ToVariant(IsDropped ? 1 : 0);
                 break;
+            case MovedTo:
+                value = ToVariant(NewAddress);
+                break;
+            case Refused:
+                value = ToVariant(IsMoveRefused ? 1 : 0);
+                break;
             default:
                 TVEXAPropertyListAs::DoGetValueAsVariant(propertyID, value, result);
         }
@@ -47,7 +54,10 @@ protected:
 Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) {
     auto outcome = NewObject<TaskOutcome>();
     outcome->ItemText = from.FeedURL;
-    if (const auto feed = db.GetFeed(from.FeedURL, false)) outcome->CaptionText = feed->Fields[pffTitle];
+    const QString& present = from.MovedTo.isEmpty() || from.IsMoveRefused ? from.FeedURL : from.MovedTo;
+    if (const auto feed = db.GetFeed(present, false)) outcome->CaptionText = feed->Fields[pffTitle];
+    outcome->NewAddress = from.MovedTo;
+    outcome->IsMoveRefused = from.IsMoveRefused;
     outcome->NewEpisodes = static_cast<std::int32_t>(from.NewEpisodes.size());
     outcome->ErrorText = from.Error;
     outcome->IsDropped = from.IsDropped || from.IsUnsubscribed;
@@ -80,6 +90,7 @@ HResult ResultOf(const TPodcastSubscription& subscription) {
             return S_OK;
         case TPodcastSubscription::Result::AlreadySubscribed:
             return E_ABORT;
+        case TPodcastSubscription::Result::SeveralFeeds:
         case TPodcastSubscription::Result::Failed:
             break;
     }
@@ -95,15 +106,10 @@ public:
 
     void Execute() override {
         const auto tell = [this](const TPodcastSubscription& subscription) {
-            if (!FEvents) return;
-            const bool isError = subscription.What == TPodcastSubscription::Result::Failed;
-            const auto text = ToHostString(isError ? subscription.Error : subscription.FeedTitle);
-            const auto location = ToHostString(subscription.Location);
-            const HResult result = ResultOf(subscription);
-            RunInMainThread([&] { FEvents->OnSubscribed(location.Get(), result, text.Get()); }, true);
+            if (FEvents) RunInMainThread([&] { Tell(subscription); }, true);
         };
         SubscribeByAddress(
-            *FClient.Get(), FLocations, [] { return TPodcastsClientPass::IsClosing(); }, tell);
+            *FClient.Get(), FLocations, 0, [] { return TPodcastsClientPass::IsClosing(); }, tell);
     }
     void Complete() override {
         if (FEvents) RunInMainThread([this] { FEvents->OnCompleted(); }, true);
@@ -112,6 +118,25 @@ public:
     }
 
 private:
+    void Tell(const TPodcastSubscription& subscription) {
+        const auto location = ToHostString(subscription.Location);
+        const auto choices = Query<IVEXAMLSubscriptionChoices>(FEvents.Get());
+        if (choices && !subscription.Choices.empty()) {
+            const auto feeds = CreateHostObject<IVEXAObjectList>(), titles = CreateHostObject<IVEXAObjectList>();
+            for (const TPodcastFeedLink& feed : subscription.Choices) {
+                RaiseIfFailed(feeds->Add(ToHostString(feed.Address).Get()));
+                RaiseIfFailed(titles->Add(ToHostString(feed.Title).Get()));
+            }
+            return choices->OnChoices(location.Get(), feeds.Get(), titles.Get());
+        }
+        const bool isStored = subscription.What == TPodcastSubscription::Result::Subscribed ||
+                              subscription.What == TPodcastSubscription::Result::AlreadySubscribed;
+        QString text = isStored ? subscription.FeedTitle : subscription.Error;
+        if (!subscription.Choices.empty())
+            text = QStringLiteral("the page names %1 feeds: take the address of one").arg(subscription.Choices.size());
+        FEvents->OnSubscribed(location.Get(), ResultOf(subscription), ToHostString(text).Get());
+    }
+
     TPodcastsClientPass FClient;
     QStringList FLocations;
     Ref<IVEXAMLSubscriptionEvents> FEvents;

@@ -60,7 +60,7 @@ TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
         results += u"%1 %2 %3"_s.arg(static_cast<int>(result.What)).arg(result.FeedTitle).arg(result.EpisodeCount);
     };
     SubscribeByAddress(
-        client, {file, file, folder.File("none.xml"), "ftp://h/feed"}, [] { return false; }, note);
+        client, {file, file, folder.File("none.xml"), "ftp://h/feed"}, 0, [] { return false; }, note);
     EXPECT_EQ(results, QStringList({"0 T 1", "1 T 0", "2  0", "2  0"}));
     EXPECT_EQ(Read(ExportOpml(client)), QStringList("T=" + file));
 }

@@ -80,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     WriteWhole(store.Location(), bytes);
     try {
-        if (const auto feed = ParseFeedDocument(LoadFeedDocument(store.Location(), {}).get(), store.Location()))
+        if (const auto feed = ParseFeedDocument(LoadFeedDocument(store.Location(), {}), store.Location()))
             store.Check(*feed);
         const char* charset = charsets[size > 0 ? data[size - 1] % std::size(charsets) : 0];
         const vexa::XmlDocument document(bytes, QString::fromLatin1(charset));

@@ -201,6 +201,26 @@ TEST_F(Addresses, ALogoThatCannotBeHadIsAskedForAgain) {
     EXPECT_EQ(Art(), S_OK);
 }
 
+TEST_F(Addresses, TheFeedsUserNameGoesWithLogoAndAudioToItsHostAlone) {
+    LoopbackServer elsewhere;
+    QString with = Server.Url("/feed");
+    with.replace("://", "://ann:secret@");
+    PlainSqlite database(Profile.File("Podcasts.db"));
+    for (LoopbackServer* server : {&Server, &elsewhere}) {
+        const bool isOwn = server == &Server;
+        SCOPED_TRACE(isOwn ? "the feed's server" : "another one");
+        database.Run(
+            ("UPDATE PodcastFeeds SET URLFeed = '" + with + "', URLLogo = '" + server->Url("/logo") + "'").toUtf8());
+        database.Run(("UPDATE PodcastEpisodes SET URLAudio = '" + server->Url("/1.mp3") + "'").toUtf8());
+        database.Run("DELETE FROM PodcastFeedLogos");
+        server->Serve("/logo", Response::Of(Png(8), "image/png"));
+        EXPECT_EQ(Art(), S_OK);
+        EXPECT_EQ(server->Requests().at(0).Head.contains("Authorization: Basic YW5uOnNlY3JldA=="), isOwn);
+        const QString audio = Host.Player().Resolve("podcast://h/abc.wav").Source;
+        EXPECT_EQ(audio, isOwn ? with.chopped(5) + "/1.mp3" : server->Url("/1.mp3"));
+    }
+}
+
 TEST_F(Addresses, NothingThrownReachesTheHost) {
     const QString address = "podcast://h/abc.wav";
     const host::LibraryStorage storage(Host.Library());

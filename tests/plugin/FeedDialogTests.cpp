@@ -12,7 +12,10 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
+#include <QTreeWidget>
 #include <QUrl>
+
+#include <functional>
 
 namespace podcasts {
 
@@ -41,19 +44,6 @@ protected:
 
     tests::LoopbackServer Server;
 };
-
-TEST(FeedLocationTest, ReadsAddressesAsUsersGiveThem) {
-    const std::pair<const char*, const char*> cases[] = {
-        {" \n https://a.example/f \r\n", "https://a.example/f"},
-        {"feed://a.example/f", "https://a.example/f"},
-        {"feed:https://a.example/f", "https://a.example/f"},
-        {"FEED:http://a.example/f", "http://a.example/f"},
-        {"file:///tmp/My%20feed%25.xml", "/tmp/My feed%.xml"},
-        {"file://elsewhere/f.xml", "//elsewhere/f.xml"},
-        {"feedback", "feedback"},
-    };
-    for (const auto& [text, location] : cases) EXPECT_EQ(FeedLocationFromText(text), location) << text;
-}
 
 TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
     Server.Serve("/f", tests::Response::Of(kFeed));
@@ -131,8 +121,13 @@ TEST_F(FeedDialogTest, EndsAFetchThatIsNeverAnsweredWithTheDialog) {
 }
 
 TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"some words", ""}, {LANGUAGES "/English.xml", ""}, {"\thttps://a.example/f\n", "https://a.example/f"}};
+    const std::pair<const char*, const char*> cases[] = {{"some words", ""},
+                                                         {LANGUAGES "/English.xml", ""},
+                                                         {"\thttps://a.example/f\n", "https://a.example/f"},
+                                                         {"feed://a.example/f", "feed://a.example/f"},
+                                                         {"a.example/f", ""},
+                                                         {"https://a.example/f\n\nDear Ann,\nthis is the address.", ""},
+                                                         {"https://a.example/f and more", ""}};
     for (const auto& [copied, shown] : cases) {
         QApplication::clipboard()->setText(copied);
         Subscribing([&, expected = QString(shown)](QWidget& dialog) {
@@ -145,12 +140,13 @@ TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
 TEST_F(FeedDialogTest, AcceptsWhatIsDroppedOnlyWhenItNamesAFeed) {
     const QString file = Profile.File("a feed.xml");
     WriteWhole(file, kFeed);
-    QMimeData words, address, document;
+    QMimeData words, bare, address, document;
     words.setText("some words");
+    bare.setText(" a.example/f\n");
     address.setText("feed:https://a.example/f\n");
     document.setUrls({QUrl::fromLocalFile(file)});
     const std::pair<QMimeData*, QString> cases[] = {
-        {&words, QString()}, {&address, "https://a.example/f"}, {&document, file}};
+        {&words, QString()}, {&bare, "a.example/f"}, {&address, "https://a.example/f"}, {&document, file}};
     Subscribing([&](QWidget& dialog) {
         for (const auto& [dragged, shown] : cases) {
             Edit(dialog).clear();
@@ -162,6 +158,45 @@ TEST_F(FeedDialogTest, AcceptsWhatIsDroppedOnlyWhenItNamesAFeed) {
             EXPECT_EQ(Edit(dialog).text(), shown);
         }
     });
+}
+
+TEST_F(FeedDialogTest, LetsTheUserChooseAmongTheFeedsOfAPage) {
+    const auto link = [](const QByteArray& path, const QByteArray& title) -> QByteArray {
+        return "<link rel=alternate type=application/rss+xml href=" + path + " title='" + title + "'>";
+    };
+    Server.Serve("/page",
+                 tests::Response::Of("<html>" + link("/f", "&lt;b>One\xE2\x80\xAE") + link("/g", ""), "text/html"));
+    Server.Serve("/g", tests::Response::Of(kFeed));
+    const auto choose = [&](QWidget& dialog, const std::function<void(QWidget&)>& act) {
+        QTimer chooser;
+        int chosen = 0;
+        QObject::connect(&chooser, &QTimer::timeout, [&] {
+            QWidget* const choices = QApplication::activeModalWidget();
+            if (choices && choices->objectName() == "ChoiceDialog" && chosen++ == 0) act(*choices);
+        });
+        chooser.start(1);
+        OK(dialog).click();
+        EXPECT_TRUE(tests::WaitUntil([&] { return chosen > 0; }));
+    };
+    Subscribing([&](QWidget& dialog) {
+        Edit(dialog).setText(Server.Url("/page"));
+        choose(dialog, [&](QWidget& choices) {
+            const auto& list = Find<QTreeWidget>(choices, "Choices");
+            ASSERT_EQ(list.topLevelItemCount(), 2);
+            EXPECT_EQ(list.topLevelItem(0)->text(0), "<b>One");
+            EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g")) << "what has no title is named by its address";
+            choices.close();
+        });
+        EXPECT_TRUE(dialog.isVisible() && OK(dialog).isEnabled()) << "for another address";
+        choose(dialog, [&](QWidget& choices) {
+            auto& list = Find<QTreeWidget>(choices, "Choices");
+            list.setCurrentItem(list.topLevelItem(1));
+            Find<QPushButton>(choices, "Accept").click();
+        });
+        EXPECT_TRUE(tests::WaitUntil([&] { return !dialog.isVisible(); }));
+    });
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/g")));
+    EXPECT_EQ(Server.Count("/f"), 0);
 }
 
 TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {

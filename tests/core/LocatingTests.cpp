@@ -1,0 +1,293 @@
+// From what people have to a feed, and to where it has moved.
+
+#include "ClientTests.h"
+#include "Podcasts.Core.Subscribing.h"
+
+#include <QUrl>
+
+namespace podcasts {
+namespace {
+
+using Result = TPodcastSubscription::Result;
+
+TEST(FeedLocations, AreMadeOfAddressesAsPeopleWriteThem) {
+    tests::TempFolder folder;
+    const QString file = folder.File("my feed.xml"), list = folder.File("list.opml");
+    WriteWhole(file, "<rss/>");
+    WriteWhole(list, "<opml/>");
+    const QString both = "https://h.org/f|http://h.org/f";
+    const std::pair<QString, QString> cases[] = {
+        {" \n https://h.org/f \r\n", "https://h.org/f"},
+        {"HTTPS://H.org/F", "https://H.org/F"},
+        {"http://h.org/a b", "http://h.org/a b"},
+        {"feed:https://h.org/f", "https://h.org/f"},
+        {"FEED:http://h.org/f", "http://h.org/f"},
+        {"feed://https://h.org/f", "https://h.org/f"},
+        {"feed://h.org/f", both},
+        {"feed:h.org/f", both},
+        {"Itpc://h.org/f", both},
+        {"pcast://h.org/f", both},
+        {"podcast://h.org/f", both},
+        {"feed://localhost/f", "https://localhost/f|http://localhost/f"},
+        {"h.org/f", both},
+        {"127.0.0.1:80/f", "https://127.0.0.1:80/f|http://127.0.0.1:80/f"},
+        {file, file},
+        {" " + file + "\n", file},
+        {QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded), file},
+        {list, ""},
+        {folder.File("none.xml"), ""},
+        {"none.xml", ""},
+        {"file:///none.xml", ""},
+        {"feed:", ""},
+        {"feed:ftp://h.org/f", ""},
+        {"ftp://h.org/f", ""},
+        {"feedback", ""},
+        {"see h.org", ""},
+        {"", ""},
+    };
+    for (const auto& [text, locations] : cases) {
+        EXPECT_EQ(FeedLocationsOf(text).join('|'), locations) << text.toStdString();
+        EXPECT_EQ(IsFeedLocation(text), !locations.isEmpty()) << text.toStdString();
+    }
+    for (const char* text : {"https://h.org/f", "FEED://h.org/f", "itpc://h.org/f"})
+        EXPECT_TRUE(IsWholeFeedAddress(text)) << text;
+    for (const QString& text : {QString("h.org/f"), file, QString("https://h.org/f it is"),
+                                QString("http://h.org/\nDear"), QString("feed:ftp://h.org"), QString()})
+        EXPECT_FALSE(IsWholeFeedAddress(text)) << text.toStdString();
+}
+
+class Subscribing : public ClientTest {
+protected:
+    static Response Page(const QByteArray& links) { return Response::Of("<!doctype html><head>" + links, "text/html"); }
+    static QByteArray Link(const QByteArray& address, const QByteArray& title = {}) {
+        return "<link rel=alternate type='application/rss+xml' href='" + address + "' title='" + title + "'>";
+    }
+    TPodcastSubscription To(const QString& text, int choice = 0) {
+        TPodcastSubscription last;
+        SubscribeByAddress(
+            *Client, {text}, choice, [] { return false; }, [&](auto& result) { last = result; });
+        return last;
+    }
+    TPodcastSubscription ToPath(const QString& path, int choice = 0) { return To(Server.Url(path), choice); }
+};
+
+TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
+    Server.Serve("/f", Document("Show", {{"1", "/1.mp3"}}));
+    Server.Serve("/site/", Page("<base href='/'>" + Link("f")));
+    Server.Serve("/moved", Response::Redirect("/site/", "301 Moved Permanently"));
+    Server.Serve("/none", Page("<p>Not found"));
+    Server.Serve("/xhtml", Response::Of("<?xml version='1.0'?><html xmlns='http://www.w3.org/1999/xhtml'/>"));
+    Server.Serve("/dead", Page(Link("/gone")));
+    Server.Serve("/pages", Page(Link("/none")));
+    const auto found = ToPath("/moved");
+    EXPECT_EQ(found.What, Result::Subscribed) << found.Error.toStdString();
+    EXPECT_EQ(found.Location, Server.Url("/f"));
+    EXPECT_EQ(found.EpisodeCount, 1);
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
+    Server.Forget();
+    EXPECT_EQ(ToPath("/site/").What, Result::AlreadySubscribed) << "asked again with the address found";
+    EXPECT_EQ(Server.Paths(), QStringList("/site/"));
+    const std::pair<const char*, QString> failures[] = {
+        {"/none", "HTML page"},
+        {"/xhtml", "HTML page"},
+        {"/dead", Server.Url("/gone") + ", but the server answered 404"},
+        {"/pages", Server.Url("/none") + ", but the document is an HTML page"},
+    };
+    for (const auto& [path, error] : failures) {
+        const auto failed = ToPath(path);
+        EXPECT_EQ(failed.What, Result::Failed);
+        EXPECT_TRUE(failed.Error.contains(error)) << failed.Error.toStdString();
+        EXPECT_EQ(failed.Location, Server.Url(path));
+    }
+}
+
+TEST_F(Subscribing, OffersTheFeedsOfAPageThatNamesSeveral) {
+    Server.Serve("/", Page(Link("/f", "Episodes") + Link("/g", "Comments")));
+    for (const QString name : {"f", "g"}) Server.Serve("/" + name, Document(name, {}));
+    const auto offered = ToPath("/");
+    EXPECT_EQ(offered.What, Result::SeveralFeeds);
+    ASSERT_EQ(offered.Choices.size(), 2u);
+    EXPECT_EQ(offered.Choices[1].Address, Server.Url("/g"));
+    EXPECT_EQ(offered.Choices[1].Title, "Comments");
+    EXPECT_EQ(ToPath("/", 2).Location, Server.Url("/g"));
+    EXPECT_TRUE(ToPath("/", 3).Error.contains("names 2 feeds"));
+    EXPECT_EQ(ToPath("/f", 3).What, Result::Subscribed) << "a feed leaves no choice";
+}
+
+TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
+    Server.Serve("/f", Document("Show", {}));
+    Server.Serve("/page", Page(Link("/f")));
+    const QString bare = Server.Url("").sliced(7);
+    const auto missing = To(bare + "/none");
+    EXPECT_EQ(missing.Error, "the server answered 404 Not Found") << "not that there is no https";
+    EXPECT_EQ(missing.Location, bare + "/none");
+    EXPECT_EQ(To("feed://" + bare + "/page").Location, Server.Url("/f"));
+    EXPECT_EQ(To(bare + "/f").What, Result::AlreadySubscribed);
+    Client->Unsubscribe(Server.Url("/f"), false);
+    EXPECT_EQ(To(bare + "/f").Location, Server.Url("/f"));
+    EXPECT_TRUE(To("nowhere").Error.startsWith("this is neither"));
+}
+
+TEST_F(Subscribing, StoresTheAddressThatTheFeedHasMovedTo) {
+    Server.Serve("/old", Response::Redirect("/new", "301 Moved Permanently"));
+    Server.Serve("/new", Document("Show", {{"1", "/1.mp3"}}));
+    EXPECT_EQ(ToPath("/old").Location, Server.Url("/new"));
+    EXPECT_FALSE(Client->IsSubscribed(Server.Url("/old")));
+    EXPECT_EQ(ToPath("/old").What, Result::AlreadySubscribed);
+}
+
+class Moving : public ClientTest {
+protected:
+    Response Feed(const QString& title, const QString& newPath, const std::vector<Item>& items = {{"1", "/1.mp3"}}) {
+        Response response = Document(title, items);
+        const QString address = newPath.startsWith('/') ? Server.Url(newPath) : newPath;
+        response.Body.replace("</title><item>",
+                              ("</title><itunes:new-feed-url> " + address + " </itunes:new-feed-url><item>").toUtf8());
+        return Response::Of(response.Body);
+    }
+    static Response Gone(const QByteArray& to) { return Response::Redirect(to, "301 Moved Permanently"); }
+    TPodcastRefreshOutcome Outcome(const QString& path) {
+        Refresh(path);
+        return Client->RefreshOutcomes().From().at(0);
+    }
+};
+
+TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
+    struct {
+        const char* Name;
+        std::vector<std::pair<QString, Response>> Served;
+        const char *To, *Title;
+    } const cases[] = {
+        {"a permanent redirect", {{"/a", Gone("/b")}, {"/b", Document("B", {{"1", "/1.mp3"}})}}, "/b", "B"},
+        {"one that goes on for now",
+         {{"/a", Gone("/b")}, {"/b", Response::Redirect("/c")}, {"/c", Feed("C", "")}},
+         "/b",
+         "C"},
+        {"a redirect for now", {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "")}}, "", "B"},
+        {"for now, then for good",
+         {{"/a", Response::Redirect("/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "")}},
+         "",
+         "C"},
+        {"the document's word", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/b")}}, "/b", "B"},
+        {"a chain of words", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
+        {"a word, then a redirect", {{"/a", Feed("A", "/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "/c")}}, "/c", "C"},
+        {"a redirect, then a word", {{"/a", Gone("/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
+        {"a word for where a redirect for now leads",
+         {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "/b")}},
+         "/b",
+         "B"},
+        {"its own address", {{"/a", Feed("A", "/a")}}, "", "A"},
+        {"an address that gives no feed", {{"/a", Feed("A", "/none")}}, "", "A"},
+        {"a page", {{"/a", Feed("A", "/b")}, {"/b", Response::Of("<html>soon", "text/html")}}, "", "A"},
+        {"a chain whose end gives no feed", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/none")}}, "/b", "B"},
+        {"round", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/a")}}, "", "A"},
+        {"round by a third", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "/b")}}, "", "A"},
+        {"round by a redirect", {{"/a", Feed("A", "/b")}, {"/b", Gone("/a")}}, "", "A"},
+        {"the address that redirects here", {{"/a", Gone("/b")}, {"/b", Feed("B", "/a")}}, "/b", "B"},
+        {"no address", {{"/a", Feed("A", "ftp://127.0.0.1/b")}}, "", "A"},
+        {"a relative address", {{"/a", Feed("A", "b")}, {"/b", Feed("B", "")}}, "", "A"},
+        {"a file", {{"/a", Feed("A", "file:///etc/a.xml")}}, "", "A"},
+    };
+    for (const auto& [name, served, to, title] : cases) {
+        SCOPED_TRACE(name);
+        Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
+        const int id = Client->DB().GetFeedID(Server.Url("/a"));
+        Client->UpdateState(Key("/1.mp3"), pesPostponed);
+        Client->DB().SetCachedFile(Key("/2.mp3"), "/somewhere/2.mp3");
+        for (const char* path : {"/b", "/c"}) Server.Serve(path, Response::Failure("404 Not Found"));
+        for (const auto& [path, response] : served) Server.Serve(path, response);
+        const QString there = *to ? to : "/a";
+        const auto outcome = Outcome("/a");
+        EXPECT_EQ(outcome.Error, "");
+        EXPECT_EQ(outcome.FeedURL, Server.Url("/a"));
+        EXPECT_EQ(outcome.MovedTo, *to ? Server.Url(to) : QString());
+        EXPECT_FALSE(outcome.IsMoveRefused);
+        EXPECT_EQ(outcome.NewEpisodes, QStringList());
+        const auto feed = Client->DB().GetFeed(Server.Url(there), false);
+        ASSERT_TRUE(feed) << "at " << there.toStdString();
+        EXPECT_EQ(feed->ID, id);
+        EXPECT_EQ(feed->Fields[pffTitle], title);
+        EXPECT_EQ(EpisodeCount(there), 2);
+        EXPECT_EQ(Episode("/1.mp3").State, pesPostponed);
+        EXPECT_EQ(CachedFile("/2.mp3"), "/somewhere/2.mp3");
+        EXPECT_EQ(Outcome(there).MovedTo, "") << "there it stays";
+        Client->Unsubscribe(Server.Url(there), false);
+    }
+}
+
+TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    Server.Serve("/a", Feed("A", "/b", {{"1", "/1.mp3"}, {"2", "/2.mp3"}}));
+    for (const QString& expected : {QString(), Server.Url("/b")}) {
+        const auto outcome = Outcome("/a");
+        EXPECT_EQ(outcome.MovedTo, expected);
+        EXPECT_EQ(outcome.NewEpisodes.size(), expected.isEmpty() ? 1 : 0) << "the old one's content counts meanwhile";
+        Server.Serve("/b", Feed("B", ""));
+    }
+}
+
+TEST_F(Moving, LeavesBothWhereTheyAreWhenTheNewAddressIsSubscribedToo) {
+    for (const bool byRedirect : {true, false}) {
+        SCOPED_TRACE(byRedirect);
+        Subscribe("a", {{"1", "/1.mp3"}});
+        Subscribe("b", {{"2", "/2.mp3"}});
+        Server.Serve("/a", byRedirect ? Gone("/b") : Feed("A", "/b"));
+        const auto outcome = Outcome("/a");
+        EXPECT_EQ(outcome.Error, "");
+        EXPECT_EQ(outcome.MovedTo, Server.Url("/b"));
+        EXPECT_TRUE(outcome.IsMoveRefused);
+        EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), false)->Fields[pffTitle], "b");
+        for (const char* path : {"/a", "/b"}) {
+            EXPECT_TRUE(Client->IsSubscribed(Server.Url(path)));
+            Client->Unsubscribe(Server.Url(path), false);
+        }
+    }
+}
+
+TEST_F(Moving, EndsAChainThatGoesOnForEver) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    Server.Serve("/a", Feed("A", "/0"));
+    for (int i = 0; i < 100; ++i) Server.Serve(QString("/%1").arg(i), Feed("N", QString("/%1").arg(i + 1)));
+    Server.Forget();
+    const auto outcome = Outcome("/a");
+    EXPECT_LE(Server.Paths().size(), 10);
+    EXPECT_TRUE(Client->IsSubscribed(outcome.MovedTo)) << "as far as it went";
+}
+
+TEST_F(Moving, StoresNothingOfAFeedWhoseAddressWasChangedMeanwhile) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    Server.Serve("/a", Feed("A", "/b"));
+    Server.Serve("/b", Feed("B", "").With(Fault::Wait));
+    Client->RefreshFeeds({Server.Url("/a")});
+    ASSERT_TRUE(WaitForRequest("/b"));
+    Client->ChangeFeedURL(Server.Url("/a"), Server.Url("/c"));
+    Server.Release("/b");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_TRUE(Client->RefreshOutcomes().From().at(0).IsUnsubscribed);
+    EXPECT_FALSE(Client->IsSubscribed(Server.Url("/b")));
+    EXPECT_EQ(Client->DB().GetFeed(Server.Url("/c"), false)->Fields[pffTitle], "a");
+}
+
+TEST_F(Moving, KeepsTheUserNameOfAnAddressOnItsHostAndSendsItWithTheAudio) {
+    tests::LoopbackServer elsewhere;
+    const auto secret = [](QString address) { return address.replace("://", "://ann:secret@"); };
+    elsewhere.Serve("/2.mp3", Response::Of("audio", "audio/mpeg"));
+    for (const char* path : {"/1.mp3", "/3.mp3"}) Server.Serve(path, Response::Of("audio", "audio/mpeg"));
+    Server.Serve("/a", Gone("/b"));
+    Response feed = Document("B", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
+    feed.Body.replace(Server.Url("/2.mp3").toUtf8(), elsewhere.Url("/2.mp3").toUtf8());
+    Server.Serve("/b", Response::Of(feed.Body));
+    SubscribeByAddress(
+        *Client, {secret(Server.Url("/a"))}, 0, [] { return false; }, [](auto&) {});
+    ASSERT_TRUE(Client->IsSubscribed(secret(Server.Url("/b"))));
+    Download({Key("/1.mp3"), MakeURI(elsewhere.Url("/2.mp3"))});
+    EXPECT_EQ(Server.Count("/1.mp3"), 1);
+    for (const auto& request : Server.Requests())
+        EXPECT_TRUE(request.Head.contains("\r\nAuthorization: Basic YW5uOnNlY3JldA==\r\n"))
+            << request.Path.toStdString();
+    ASSERT_EQ(elsewhere.Count("/2.mp3"), 1);
+    EXPECT_FALSE(elsewhere.Requests()[0].Head.contains("Authorization"));
+}
+
+}  // namespace
+}  // namespace podcasts
