@@ -227,8 +227,9 @@ int main(int argc, char** argv) {
     arguments.addPositionalArgument(
         QStringLiteral("ADDRESS"),
         QStringLiteral(
-            "What to open: an episode (podcast:), a feed (podcast:, feed:, http:, https:), or a file of a feed "
-            "or of subscriptions (OPML). An open window of the same profile opens it."),
+            "What to open: an episode (podcast:), a feed or a page that names one (podcast:, feed:, itpc:, pcast:, "
+            "http:, https:), or a file of a feed or of subscriptions (OPML). An open window of the same profile opens "
+            "it."),
         QStringLiteral("[ADDRESS...]"));
     arguments.process(words);
     if (isHeadless && !arguments.positionalArguments().isEmpty())

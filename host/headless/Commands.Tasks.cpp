@@ -18,13 +18,25 @@ namespace {
 
 /// Notes how a request went, and ends the wait for it. It may be told of the end before the wait begins, or after the
 /// wait was given up.
-class Outcome final : public RefCountedObject<IVEXAMLSubscriptionEvents> {
+class Outcome final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
         Guarded("noting a subscription", [&] {
             FResults += QJsonObject{{QStringLiteral("address"), ToQString(address)},
                                     {QStringLiteral("code"), ToHex(result)},
                                     {QStringLiteral("text"), ToQString(text)}};
+            return S_OK;
+        });
+    }
+    void OnChoices(IVEXAString* address, IVEXAObjectList* feeds, IVEXAObjectList* titles) noexcept override {
+        Guarded("noting what to choose from", [&] {
+            const QStringList addresses = ToQStringList(feeds), captions = ToQStringList(titles);
+            QJsonArray choices;
+            for (qsizetype i = 0; i < addresses.size(); ++i)
+                choices += QJsonObject{{QStringLiteral("address"), addresses[i]},
+                                       {QStringLiteral("title"), captions.value(i)}};
+            FResults +=
+                QJsonObject{{QStringLiteral("address"), ToQString(address)}, {QStringLiteral("choices"), choices}};
             return S_OK;
         });
     }
@@ -88,7 +100,9 @@ QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
                             {QStringLiteral("new"), number(IVEXAMLTaskOutcome::NewCount)},
                             {QStringLiteral("file"), text(IVEXAMLTaskOutcome::FileName)},
                             {QStringLiteral("error"), text(IVEXAMLTaskOutcome::Error)},
-                            {QStringLiteral("dropped"), number(IVEXAMLTaskOutcome::Dropped) != 0}};
+                            {QStringLiteral("dropped"), number(IVEXAMLTaskOutcome::Dropped) != 0},
+                            {QStringLiteral("moved"), text(IVEXAMLTaskOutcome::MovedTo)},
+                            {QStringLiteral("refused"), number(IVEXAMLTaskOutcome::Refused) != 0}};
     }
     return list;
 }

@@ -65,7 +65,7 @@ private:
         return S_OK;
     }
     HResult Fail(IVEXAErrorInfo* error, const QString& reason) {
-        SetError(error, E_FAIL, u"cannot fetch " + FAddress + u": " + reason);
+        SetError(error, E_FAIL, u"cannot fetch " + MaskedUrl(FAddress) + u": " + reason);
         return E_FAIL;
     }
 

@@ -12,6 +12,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace vexa::host {
 
 namespace {
@@ -106,7 +108,9 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
         ShowBusy(FSubscriber.IsBusy());
         FAnswer->setText(SubscriptionReport(outcomes, FTexts, true));
         FAnswer->setVisible(!FAnswer->text().isEmpty());
-        if (FAnswer->text().isEmpty()) FAddress->clear();
+        const bool isAsked =
+            std::any_of(outcomes.begin(), outcomes.end(), [](auto& one) { return !one.Choices.empty(); });
+        if (FAnswer->text().isEmpty() && !isAsked) FAddress->clear();
     });
     ShowBusy(false);
     FAnswer->hide();

@@ -26,6 +26,7 @@ namespace vexa::host {
 namespace {
 
 constexpr QSize kFirstSize(1320, 800);
+constexpr std::size_t kMostReported = 3;  // subscriptions that are told of one by one
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
@@ -64,6 +65,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
       FOpener(host, *FSubscriber, *this),
+      FChooser(host.Language(), *FSubscriber, *this),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
@@ -267,8 +269,10 @@ void MainWindow::Export() {
 
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     FLibrary->Reload();
+    // Not for each page of a long list.
+    if (outcomes.size() <= kMostReported) FChooser.Ask(outcomes);
     if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;  // the page says it beside its field
-    if (outcomes.size() > 3) {
+    if (outcomes.size() > kMostReported) {
         std::vector<TaskProblem> problems;
         for (const auto& outcome : outcomes)
             if (const QString problem = SubscriptionProblem(outcome, FTexts); !problem.isEmpty())

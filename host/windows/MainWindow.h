@@ -15,6 +15,7 @@
 #include "OptionsDialog.h"
 #include "Playback.h"
 #include "Subscriber.h"
+#include "SubscriptionChooser.h"
 #include "WindowCommands.h"
 #include "WindowMenuBar.h"
 #include "WindowTheme.h"
@@ -101,6 +102,7 @@ private:
     OptionsWindow FOptions;
     WindowCommands* FCommands;
     Opener FOpener;
+    SubscriptionChooser FChooser;
     std::unique_ptr<LibraryController> FLibrary;
     MessageListener FLanguage;
     QPointer<QMessageBox> FWarning;

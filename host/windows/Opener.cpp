@@ -2,6 +2,7 @@
 
 #include "FileInfo.h"
 #include "SubscribeDialog.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -16,14 +17,18 @@ namespace {
 
 const QString kEpisodeScheme = QStringLiteral("podcast");
 
-/// In lower case; empty for the name of a file.
+/// In lower case; empty for what has none.
 QString SchemeOf(const QString& address) {
     static const QRegularExpression scheme(QStringLiteral("^([A-Za-z][A-Za-z0-9+.-]+):"));
     return scheme.match(address).captured(1).toLower();
 }
 
-bool IsWeb(const QString& scheme) {
-    return scheme == u"http" || scheme == u"https";
+/// Whether a text with a scheme names a server: "feed:https://h/f", "feed://h/f" and "feed:h/f" do.
+bool NamesServer(const QString& address) {
+    QString rest = address;
+    while (!SchemeOf(rest).isEmpty() && !IsUrlWithoutScheme(rest)) rest = rest.sliced(rest.indexOf(u':') + 1);
+    while (rest.startsWith(u'/')) rest.remove(0, 1);
+    return !QUrl(u"https://" + rest).host().isEmpty();
 }
 
 [[noreturn]] void Refuse(const QString& message) {
@@ -35,9 +40,10 @@ bool IsWeb(const QString& scheme) {
 QString AddressFromArgument(const QString& argument, const QString& folder) {
     const QString text = argument.trimmed();
     const QString scheme = SchemeOf(text);
-    if (scheme == kEpisodeScheme || scheme == u"feed" || IsWeb(scheme)) {
-        const QUrl url(WebAddressOf(text));
-        if (url.host().isEmpty()) Refuse(text + u" is no address: it names no server");
+    static const QStringList opened{kEpisodeScheme,          QStringLiteral("feed"), QStringLiteral("itpc"),
+                                    QStringLiteral("pcast"), QStringLiteral("http"), QStringLiteral("https")};
+    if (opened.contains(scheme)) {
+        if (!NamesServer(text)) Refuse(text + u" is no address: it names no server");
         return text;
     }
     const QString name = scheme == u"file" ? QUrl(text).toLocalFile() : argument;
@@ -47,18 +53,12 @@ QString AddressFromArgument(const QString& argument, const QString& folder) {
         if (!info.isReadable()) Refuse(u"the file " + file + u" cannot be read");
         return file;
     }
+    if (IsUrlWithoutScheme(text)) return text;
     if (!scheme.isEmpty() && scheme != u"file")
-        Refuse(text + u" cannot be opened: take podcast, feed, http, https and file addresses, and names of files");
+        Refuse(text +
+               u" cannot be opened: take podcast, feed, itpc, pcast, http, https and file addresses, and names " +
+               u"of files");
     Refuse(u"there is no file " + (file.isEmpty() ? argument : file));
-}
-
-QString WebAddressOf(const QString& address) {
-    const QString text = address.trimmed();
-    const QString scheme = SchemeOf(text);
-    if (scheme != kEpisodeScheme && scheme != u"feed") return text;
-    const QString rest = text.sliced(scheme.size() + 1);
-    if (IsWeb(SchemeOf(rest))) return rest;
-    return u"https:" + (rest.startsWith(u"//") ? rest : QString(u"//" + rest));
 }
 
 Opener::Opener(Host& host, Subscriber& subscriber, QWidget& window)
@@ -78,10 +78,10 @@ void Opener::Open(const QStringList& addresses) {
             const QString address = AddressFromArgument(given, QDir::rootPath());
             if (IsKnownEpisode(address))
                 played = played.isEmpty() ? address : played;
-            else if (SchemeOf(address).isEmpty())
+            else if (QDir::isAbsolutePath(address))
                 files += address;
             else
-                offered += WebAddressOf(address);
+                offered += address;
         } catch (const std::runtime_error& error) {
             Q_EMIT Failed(QString::fromUtf8(error.what()));
         }

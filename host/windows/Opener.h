@@ -14,13 +14,10 @@ namespace vexa::host {
 
 class SubscribeDialog;
 
-/// An argument as an address to open: the absolute name of a file, or an address with a scheme. A relative name is
-/// below `folder`. Throws std::runtime_error when there is no such file, or the scheme is none that can be opened.
+/// An argument as an address to open: the absolute name of a file, or an address, which may lack its scheme where no
+/// file has that name. A relative name is below `folder`. Throws std::runtime_error when there is no such file, or the
+/// scheme is none that can be opened.
 QString AddressFromArgument(const QString& argument, const QString& folder);
-
-/// The web address that an address of a feed stands for: "podcast://h/f" and "feed://h/f" for "https://h/f",
-/// "feed:https://h/f" for what follows. What is a web address already stays as it is.
-QString WebAddressOf(const QString& address);
 
 class Opener final : public QObject {
     Q_OBJECT

@@ -4,10 +4,12 @@
 #include "Guarded.h"
 #include "Library.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QMimeData>
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace vexa::host {
@@ -25,13 +27,23 @@ bool IsSubscriptionList(const QString& fileName) {
 }  // namespace
 
 /// Collects what a storage tells, and hands it on when all is told. The subscriber may be gone by then.
-class Subscriber::Events final : public RefCountedObject<IVEXAMLSubscriptionEvents> {
+class Subscriber::Events final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     explicit Events(Link<Subscriber> owner) : FOwner(std::move(owner)) {}
 
     void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
         Guarded("noting a subscription", [&] {
             FOutcomes.push_back({ToQString(address), result, ToQString(text)});
+            return S_OK;
+        });
+    }
+    void OnChoices(IVEXAString* address, IVEXAObjectList* feeds, IVEXAObjectList* titles) noexcept override {
+        Guarded("noting what to choose from", [&] {
+            const QStringList addresses = ToQStringList(feeds), captions = ToQStringList(titles);
+            Outcome outcome{ToQString(address), E_FAIL, {}};
+            for (qsizetype i = 0; i < addresses.size(); ++i)
+                outcome.Choices.push_back({addresses[i], captions.value(i)});
+            FOutcomes.push_back(std::move(outcome));
             return S_OK;
         });
     }
@@ -109,8 +121,9 @@ QString Subscriber::Export(const QString& fileName) {
 
 QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts) {
     if (outcome.Code == E_ABORT)
-        return texts("SubscribedAlready", outcome.Text.isEmpty() ? outcome.Address : outcome.Text);
+        return texts("SubscribedAlready", outcome.Text.isEmpty() ? MaskedUrl(outcome.Address) : outcome.Text);
     if (Succeeded(outcome.Code)) return {};
+    if (!outcome.Choices.empty()) return texts("SeveralFeeds", QString::number(outcome.Choices.size()));
     return outcome.Code == E_INVALIDARG || outcome.Text.isEmpty() ? texts("NoFeed") : outcome.Text;
 }
 
@@ -118,15 +131,22 @@ QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, con
                            bool onlyProblems) {
     QStringList lines;
     for (const Subscriber::Outcome& outcome : outcomes) {
+        if (!outcome.Choices.empty()) continue;  // the user is asked
         const QString problem = SubscriptionProblem(outcome, texts);
         if (Failed(outcome.Code) && outcome.Code != E_ABORT)
-            lines += QString(outcome.Address + u": " + problem);
+            lines += QString(MaskedUrl(outcome.Address) + u": " + problem);
         else if (!problem.isEmpty())
             lines += problem;
         else if (!onlyProblems)
-            lines += texts("Subscribed", outcome.Text.isEmpty() ? outcome.Address : outcome.Text);
+            lines += texts("Subscribed", outcome.Text.isEmpty() ? MaskedUrl(outcome.Address) : outcome.Text);
     }
     return lines.join(u'\n');
+}
+
+bool IsAddress(const QString& text) {
+    static const QRegularExpression scheme(QStringLiteral("^(podcast|feed|itpc|pcast|https?):\\S+$"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    return scheme.match(text).hasMatch() || IsUrlWithoutScheme(text);
 }
 
 QStringList AddressesIn(const QMimeData& data) {
@@ -135,7 +155,8 @@ QStringList AddressesIn(const QMimeData& data) {
         addresses += url.isLocalFile() ? url.toLocalFile() : QString::fromUtf8(url.toEncoded());
     if (addresses.isEmpty() && data.hasText())
         for (const QString& line : data.text().split(u'\n', Qt::SkipEmptyParts))
-            if (const QString trimmed = line.trimmed(); trimmed.contains(u"://") || trimmed.startsWith(u'/'))
+            if (const QString trimmed = line.trimmed();
+                trimmed.contains(u"://") || trimmed.startsWith(u'/') || IsAddress(trimmed))
                 addresses += trimmed;
     return addresses;
 }

@@ -15,10 +15,14 @@ namespace vexa::host {
 class Subscriber final : public QObject {
     Q_OBJECT
 public:
+    struct Choice {
+        QString Address, Title;
+    };
     struct Outcome {
         QString Address;
         HResult Code;  // as IVEXAMLSubscriptionEvents says
         QString Text;
+        std::vector<Choice> Choices{};  // what the address leads to, where that is left to the user
     };
 
     explicit Subscriber(Host& host, QObject* parent = nullptr);
@@ -53,10 +57,12 @@ private:
 
 /// Why there is no new subscription, in the user's language; empty when there is one.
 QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts);
-/// What became of subscribing, a line for each.
+/// What became of subscribing, a line for each; but for what the user is asked about.
 QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
                            bool onlyProblems);
 
+/// Whether `text` is an address as users write it: one with a scheme that can be opened, or a web address without one.
+bool IsAddress(const QString& text);
 /// The addresses in what is dragged over a window, or pasted: web addresses and the names of local files.
 QStringList AddressesIn(const QMimeData& data);
 

@@ -128,9 +128,10 @@ TEST_F(Window, WrongArgumentsAreComplainedAbout) {
         QString Argument;
         const char* Error;
     } const cases[] = {
-        {u"none.xml"_s, "there is no file"}, {u"file:///none.xml"_s, "there is no file /none.xml"},
-        {Home.Path(), "is no file"},         {u"ftp://127.0.0.1/feed.xml"_s, "cannot be opened"},
-        {u"feed:"_s, "names no server"},
+        {u"none.xml"_s, "there is no file"},  {u"file:///none.xml"_s, "there is no file /none.xml"},
+        {Home.Path(), "is no file"},          {u"ftp://127.0.0.1/feed.xml"_s, "cannot be opened"},
+        {u"feed:"_s, "names no server"},      {u"itpc:feed:"_s, "names no server"},
+        {u"none.opml"_s, "there is no file"}, {u"two words.org"_s, "there is no file"},
     };
     for (const auto& c : cases) {
         Start program(Environment, Words({c.Argument}));

@@ -3,26 +3,33 @@
 #include "DetailsPane.h"
 #include "EpisodeStorage.h"
 #include "FirstStartPage.h"
+#include "LoopbackServer.h"
 #include "MainWindow.h"
 #include "ShowNotes.h"
 #include "SubscribeDialog.h"
+#include "VEXA.Runtime.ChoiceDialog.h"
 #include "Waiting.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTreeView>
+#include <QTreeWidget>
 
 using namespace vexa::host;
 using tests::EpisodeStorage;
+using tests::LoopbackServer;
+using tests::Response;
 using tests::WaitUntil;
 
 namespace {
@@ -221,9 +228,10 @@ TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     TheWindow->Open({"feed://example.org/a", "podcast://example.org/b"});
     auto* dialog = Find<SubscribeDialog>("SubscribeDialog");
     ASSERT_TRUE(dialog && dialog->isVisible());
-    TheWindow->Open({"feed:http://example.org/c", "https://example.org/d", "feed://example.org/a"});
+    TheWindow->Open({"feed:http://example.org/c", "https://example.org/d", "example.org/e", "feed://example.org/a"});
     EXPECT_EQ(dialog->findChild<QPlainTextEdit*>()->toPlainText(),
-              "https://example.org/a\nhttps://example.org/b\nhttp://example.org/c\nhttps://example.org/d");
+              "feed://example.org/a\npodcast://example.org/b\nfeed:http://example.org/c\nhttps://example.org/d\n"
+              "example.org/e");
     EXPECT_EQ(subscribed.count(), 0);
     dialog->findChild<QPlainTextEdit*>()->setPlainText(WriteFeed());
     dialog->findChild<QPushButton*>("Subscribe")->click();
@@ -238,6 +246,51 @@ TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     const auto* box = TheWindow->findChild<QMessageBox*>();
     ASSERT_TRUE(box && box->isVisible());
     EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // the one box says both
+}
+
+TEST_F(Window, WhichOfThePagesFeedsIsMeantIsAsked) {
+    Start();
+    LoopbackServer server;
+    const auto link = [](const QByteArray& path) -> QByteArray {
+        return "<link rel=alternate type=application/rss+xml title='About " + path + "' href=/" + path + ">";
+    };
+    server.Serve("/page", Response::Of("<html>" + link("a") + link("b"), "text/html"));
+    server.Serve("/b", Response::Of(ReadWhole(WriteFeed())));
+    auto* page = TheWindow->findChild<FirstStartPage*>();
+    const auto ask = [&] {
+        Find<QLineEdit>("Address")->setText(server.Url("/page"));
+        page->findChild<QPushButton*>("Subscribe")->click();
+        EXPECT_TRUE(WaitUntil([&] { return Find<ChoiceDialog>("ChoiceDialog") != nullptr; }));
+        return Find<ChoiceDialog>("ChoiceDialog");
+    };
+    ask()->reject();
+    EXPECT_TRUE(WaitUntil([&] { return !Find<ChoiceDialog>("ChoiceDialog"); }));
+    EXPECT_FALSE(page->findChild<QLabel*>("Answer")->isVisible()) << "nothing went wrong";
+    EXPECT_EQ(Find<QLineEdit>("Address")->text(), server.Url("/page"));
+    ChoiceDialog* const dialog = ask();
+    auto* list = dialog->findChild<QTreeWidget*>("Choices");
+    ASSERT_EQ(list->topLevelItemCount(), 2);
+    EXPECT_EQ(list->topLevelItem(0)->text(0), "About a");
+    list->setCurrentItem(list->topLevelItem(1));
+    dialog->findChild<QPushButton*>("Accept")->click();
+    ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3; }));
+    EXPECT_EQ(server.Count("/a"), 0);
+}
+
+TEST(DroppedText, IsAnAddressWhereEachLineReadsAsOne) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"https://h.org/f", "https://h.org/f"},
+        {" h.org/f \n\nfeed:h.org/g\n", "h.org/f|feed:h.org/g"},
+        {"/tmp/a.xml", "/tmp/a.xml"},
+        {"see h.org", ""},
+        {"mailto:ada@h.org", ""},
+        {"a word", ""},
+    };
+    for (const auto& [text, addresses] : cases) {
+        QMimeData data;
+        data.setText(text);
+        EXPECT_EQ(AddressesIn(data).join('|'), addresses) << text;
+    }
 }
 
 TEST_F(Window, TheOptionsShowWhatAnotherProgramHasSet) {
