@@ -8,6 +8,7 @@
 #include "PlaylistPane.h"
 #include "RowTexts.h"
 #include "TaskBar.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -276,7 +277,7 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
         std::vector<TaskProblem> problems;
         for (const auto& outcome : outcomes)
             if (const QString problem = SubscriptionProblem(outcome, FTexts); !problem.isEmpty())
-                problems.push_back({outcome.Address, problem});
+                problems.push_back({MaskedUrl(outcome.Address), problem});
         const auto count = QLocale().toString(static_cast<int>(outcomes.size() - problems.size()));
         FTasks->AddProblems(std::move(problems));
         return FBanner->Show(FTexts("Subscribed", count), {});

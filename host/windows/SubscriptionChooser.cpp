@@ -5,6 +5,16 @@
 
 namespace vexa::host {
 
+namespace {
+
+constexpr qsizetype kLongestAddress = 80;  // letters in the question, where nothing breaks a line
+
+QString Shortened(const QString& address) {
+    return address.size() > kLongestAddress ? address.first(kLongestAddress - 1) + u'…' : address;
+}
+
+}  // namespace
+
 SubscriptionChooser::SubscriptionChooser(const LanguageService& language, Subscriber& subscriber, QWidget& window)
     : FLanguage(language), FTexts(language), FSubscriber(subscriber), FWindow(window) {}
 
@@ -20,7 +30,7 @@ void SubscriptionChooser::AskNext() {
     FWaiting.pop_front();
     std::vector<ChoiceDialog::Row> rows;
     for (const auto& [address, title] : asked.Choices) rows.push_back({title, MaskedUrl(address)});
-    FDialog = new ChoiceDialog({FTexts("SubscribeButton"), FTexts("ChooseFeed", MaskedUrl(asked.Address)),
+    FDialog = new ChoiceDialog({FTexts("SubscribeButton"), FTexts("ChooseFeed", Shortened(MaskedUrl(asked.Address))),
                                 FTexts("SubscribeButton"), FLanguage.Text(QStringLiteral("CommonDialogs\\B2"))},
                                rows, &FWindow);
     FDialog->setAttribute(Qt::WA_DeleteOnClose);

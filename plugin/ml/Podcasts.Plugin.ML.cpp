@@ -4,6 +4,7 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
 #include "VEXA.Runtime.Desktop.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QFile>
 
@@ -164,7 +165,7 @@ void TVEXAPodcastsMLExtension::RefreshFeedsStarted() {
 }
 
 void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
-    FTasks.UpdateTask(TaskKind::Refresh, feedURL);
+    FTasks.UpdateTask(TaskKind::Refresh, MaskedUrl(feedURL));
 }
 
 void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {

@@ -11,8 +11,8 @@ namespace vexa {
 
 namespace {
 
-constexpr QSize kSize(560, 260);
-constexpr int kCaptionWidth = 260, kRowPadding = 4;
+constexpr QSize kSize(640, 260);
+constexpr int kCaptionWidth = 320, kRowPadding = 4;
 constexpr qsizetype kLongest = 400;  // letters of a row that are shown
 
 /// On one line, without what has no glyph but may turn the direction of the text.
@@ -45,7 +45,9 @@ ChoiceDialog::ChoiceDialog(const Texts& texts, const std::vector<Row>& rows, QWi
         const QString caption = Plain(row.Caption), detail = Plain(row.Detail);
         auto* const item = new QTreeWidgetItem(FList, {caption.isEmpty() ? detail : caption, detail});
         item->setFirstColumnSpanned(caption.isEmpty());
-        item->setForeground(1, palette().brush(QPalette::PlaceholderText));
+        // What does not fit is read in full; tool tips guess whether they are markup, so this one is for certain.
+        item->setToolTip(0, Qt::convertFromPlainText(item->text(0)));
+        item->setToolTip(1, Qt::convertFromPlainText(detail));
         item->setSizeHint(0, QSize(0, fontMetrics().height() + 2 * kRowPadding));
     }
     FList->setColumnWidth(0, kCaptionWidth);

@@ -215,6 +215,18 @@ TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
     }
 }
 
+TEST_F(Moving, ChangesTheNamesThatHoldTheFeedsAddress) {
+    Subscribe("a", {{"1", "/time/1.mp3"}});
+    const auto name = [&](const QString& path) -> QString { return MakeURI(Server.Url(path)) + "-/1"; };
+    Client->UpdateState(name("/a"), pesPostponed);
+    Server.Serve("/a", Gone("/b"));
+    Server.Serve("/b", Document("B", {{"1", "/time/1.mp3"}}));
+    EXPECT_EQ(Outcome("/a").NewEpisodes, QStringList());
+    const auto episode = Client->DB().GetEpisode(name("/b"));
+    ASSERT_TRUE(episode);
+    EXPECT_EQ(episode->State, pesPostponed);
+}
+
 TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/a", Feed("A", "/b", {{"1", "/1.mp3"}, {"2", "/2.mp3"}}));
@@ -233,6 +245,7 @@ TEST_F(Moving, LeavesBothWhereTheyAreWhenTheNewAddressIsSubscribedToo) {
         Subscribe("b", {{"2", "/2.mp3"}});
         Server.Serve("/a", byRedirect ? Gone("/b") : Feed("A", "/b"));
         const auto outcome = Outcome("/a");
+        EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to be read there";
         EXPECT_EQ(outcome.Error, "");
         EXPECT_EQ(outcome.MovedTo, Server.Url("/b"));
         EXPECT_TRUE(outcome.IsMoveRefused);
