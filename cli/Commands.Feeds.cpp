@@ -36,7 +36,7 @@ QString TitleOr(const QString& title, const QString& address) {
 /// What to choose from.
 void ListChoices(Session& session, const TPodcastSubscription& result) {
     session.Out().Complain(vexa::MaskedUrl(result.Location) + u" names " +
-                           Feeds(static_cast<qint64>(result.Choices.size())) + u"; take one with --feed N:");
+                           Feeds(static_cast<qint64>(result.Choices.size())) + u"; take one with subscribe --feed N:");
     for (std::size_t i = 0; i < result.Choices.size(); ++i) {
         const QString title = OneLine(result.Choices[i].Title);
         session.Out().Complain(QString::number(i + 1).rightJustified(4) + u"  " +

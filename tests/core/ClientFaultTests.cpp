@@ -90,7 +90,7 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
         {"redirect without an address", Response::Redirect(""), "302 Found"},
         {"redirect to no host", Response::Redirect("http://"), "redirect target"},
         {"redirect to TLS where there is none", Response::Redirect(Server.Url("/x").replace("http", "https").toUtf8()),
-         "in time"},
+         "SSL"},
         {"redirect with a password", Response::Redirect(Server.Url("/x").replace("//", "//me:secret@").toUtf8()),
          "404"},
         {"redirect to nobody", Response::Redirect("http://127.0.0.1:1/"), "could not be reached"},

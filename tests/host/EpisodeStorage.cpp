@@ -154,6 +154,12 @@ HResult EpisodeStorage::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptio
                 Ref<IVEXAString> address;
                 addresses->GetObject(i, IVEXAString::IID, address.PutVoid());
                 const QString text = ToQString(address.Get());
+                const auto choices = Query<IVEXAMLSubscriptionChoices>(events.Get());
+                if (choices && text.endsWith(u"several")) {
+                    choices->OnChoices(address.Get(), MakeStringList({"http://x", "http://y"}).Get(),
+                                       MakeStringList({"X", ""}).Get());
+                    continue;
+                }
                 const HResult result = !text.startsWith(u"http") ? E_INVALIDARG
                                        : text.endsWith(u"known") ? E_ABORT
                                                                  : S_OK;

@@ -83,14 +83,18 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
     EXPECT_EQ(Say("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
     EXPECT_EQ(Say("tasks", "downloads"), "[]");
-    EXPECT_EQ(Say("tasks", "refresh"),
-              R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","new":3}])");
+    EXPECT_EQ(
+        Say("tasks", "refresh"),
+        R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,"refused":false}])");
     EXPECT_EQ(Say("cancel 2", ""), "the task 2 cannot be cancelled");
     EXPECT_EQ(Say("cancel 1", ""), "there is no task 1: tasks lists them");
     EXPECT_EQ(Say("subscribe http://a no http://known", "results"),
               R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
               R"({"address":"no","code":"0x80070057","text":"said"},)"
               R"({"address":"http://known","code":"0x80004004","text":"said"}])");
+    EXPECT_EQ(Say("subscribe http://several", "results"),
+              R"([{"address":"http://several","choices":[{"address":"http://x","title":"X"},)"
+              R"({"address":"http://y","title":""}]}])");
     EXPECT_EQ(Say("import empty.opml", "results"), "[]");
     EXPECT_EQ(Say("import none.opml", "results"), "no such file");
     EXPECT_EQ(Say("export out.opml", ""), "out.opml cannot be written");
