@@ -225,6 +225,8 @@ TEST_F(Moving, ChangesTheNamesThatHoldTheFeedsAddress) {
     const auto episode = Client->DB().GetEpisode(name("/b"));
     ASSERT_TRUE(episode);
     EXPECT_EQ(episode->State, pesPostponed);
+    EXPECT_EQ(EpisodeCount("/b"), 1) << "the row itself has the new name";
+    EXPECT_TRUE(Client->DB().GetEpisode(name("/a"))) << "the older name goes on naming it";
 }
 
 TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
