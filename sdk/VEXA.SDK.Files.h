@@ -170,6 +170,27 @@ protected:
     ~IVEXAFileSystemCommandOpenFileFolder() = default;
 };
 
+/// Command of a file system: what an address is called now. An address moves when what it names is given another one,
+/// as when a publisher renames its files; a host asks for the present ones of all that it keeps, so that positions and
+/// playlists go on. An address that names something at present has not moved, whatever it named before. Any thread.
+struct IVEXAFileSystemCommandPresentAddress : IUnknown {
+    static constexpr Guid IID = ParseGuid("{77288258-5DAD-4C01-A044-D5210C52FF0F}");
+
+    /// 3: S_OK: `address` holds another address now, the present one; S_FALSE: it is the present one; E_FAIL: it names
+    /// nothing that is known, or cannot be looked up now. It stays as it was unless the answer is S_OK.
+    virtual HResult GetPresentAddress(IVEXAString* address) noexcept = 0;
+    /// 4: The same for many: IVEXAString objects of the caller's, which get their present addresses; those that name
+    /// nothing known, and other objects, stay as they are. S_OK: at least one was changed; S_FALSE: none; E_FAIL: they
+    /// cannot be looked up now, and none was changed.
+    virtual HResult GetPresentAddresses(IVEXAObjectList* addresses) noexcept = 0;
+    /// 5: A number that grows whenever addresses have moved, whichever process moved them: while it is the same there
+    /// is nothing new to ask for. E_FAIL when it cannot be read now. It is to be cheap.
+    virtual HResult GetMoveCount(std::int64_t* count) noexcept = 0;
+
+protected:
+    ~IVEXAFileSystemCommandPresentAddress() = default;
+};
+
 /// Service: album art. Any thread.
 struct IVEXAServiceAlbumArt : IUnknown {
     static constexpr Guid IID = ParseGuid("{EEC3C9A5-0705-4A91-A8B7-21C9A787484E}");

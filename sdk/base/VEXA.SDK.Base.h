@@ -46,6 +46,7 @@ consteval Guid ParseGuid(const char (&text)[39]) {
 using HResult = std::int32_t;
 
 inline constexpr HResult S_OK = 0;
+inline constexpr HResult S_FALSE = 1;  // a success, too; operations that give it say what it means
 inline constexpr HResult E_NOTIMPL = static_cast<HResult>(0x80004001u);
 inline constexpr HResult E_NOINTERFACE = static_cast<HResult>(0x80004002u);
 inline constexpr HResult E_POINTER = static_cast<HResult>(0x80004003u);
