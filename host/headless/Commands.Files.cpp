@@ -90,4 +90,19 @@ QJsonObject Folder(Host& host, const QStringList& arguments) {
     return {{QStringLiteral("canOpen"), canOpen}, {QStringLiteral("opened"), true}};
 }
 
+QJsonObject Present(Host& host, const QStringList& arguments) {
+    const auto address = MakeString(arguments[0]);
+    Ref<IVEXAFileSystemCommandPresentAddress> command;
+    const HResult found =
+        host.FileSystems().GetFileSystem(address.Get(), IVEXAFileSystemCommandPresentAddress::IID, command.PutVoid());
+    if (Failed(found)) throw CommandError(u"no file system knows present addresses of " + arguments[0], found);
+    std::int64_t moves = 0;
+    const HResult counted = command->GetMoveCount(&moves);
+    if (Failed(counted)) throw CommandError(u"the moves cannot be counted of " + arguments[0], counted);
+    const HResult result = command->GetPresentAddress(address.Get());
+    if (Failed(result)) throw CommandError(u"nothing is known of " + arguments[0], result);
+    return {{QStringLiteral("present"), ToQString(address.Get())},
+            {QStringLiteral("moves"), static_cast<qint64>(moves)}};
+}
+
 }  // namespace vexa::host::commands

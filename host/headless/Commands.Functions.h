@@ -17,6 +17,7 @@ QJsonObject Resolve(Host& host, const QStringList& arguments);
 QJsonObject Info(Host& host, const QStringList& arguments);
 QJsonObject Art(Host& host, const QStringList& arguments);
 QJsonObject Folder(Host& host, const QStringList& arguments);
+QJsonObject Present(Host& host, const QStringList& arguments);
 
 // Commands.Settings.cpp
 QJsonObject Config(Host& host, const QStringList& arguments);

@@ -28,6 +28,7 @@ constexpr Command kCommands[] = {
     {"art", "ADDRESS", 1, 1, "size, format and bytes of its picture", Worker, commands::Art},
     {"folder", "ADDRESS [open]", 1, 2, "whether its folder can be opened; with open, opens it", Worker,
      commands::Folder},
+    {"present", "ADDRESS", 1, 1, "what an address is called now, and how many have moved", Worker, commands::Present},
     {"config", "get KEY [DEFAULT] | set KEY VALUE", 2, 3, "read or set a setting, such as Podcasts\\CheckUpdates", Main,
      commands::Config},
     {"text", "KEY [PART]", 1, 2, "a text of the language, such as Podcasts\\MSG3, or one of its parts", Main,

@@ -6,6 +6,16 @@
 
 namespace vexa::host {
 
+auto FileSystemService::All() const -> std::vector<Entry> {
+    const std::lock_guard lock(FMutex);
+    return FEntries;
+}
+
+QString FileSystemService::SchemeOf(const QString& address) {
+    const qsizetype end = address.indexOf(u"://");
+    return end > 0 ? FoldCase(address.first(end)) : QString();
+}
+
 Ref<IVEXAExtensionFileSystem> FileSystemService::Find(const QString& scheme) const {
     const std::lock_guard lock(FMutex);
     for (const Entry& entry : FEntries)
@@ -39,10 +49,8 @@ HResult FileSystemService::GetFileSystem(IVEXAString* address, const Guid& iid, 
     if (!fileSystem) return E_POINTER;
     *fileSystem = nullptr;
     return Guarded("looking for a file system", [&] {
-        const QString text = ToQString(address);
-        const qsizetype end = text.indexOf(u"://");
-        if (end <= 0) return E_FAIL;
-        const auto found = Find(FoldCase(text.first(end)));
+        const QString scheme = SchemeOf(ToQString(address));
+        const auto found = scheme.isEmpty() ? nullptr : Find(scheme);
         return found ? found->QueryInterface(iid, fileSystem) : E_FAIL;
     });
 }

@@ -18,15 +18,19 @@ public:
     HResult AddExtension(IUnknown* extension) override;
     void RemoveExtension(IUnknown* extension) override;
 
-    HResult GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept override;
-
-private:
     struct Entry {
         QString Scheme;  // case-folded
         Ref<IVEXAExtensionFileSystem> Object;
     };
+    std::vector<Entry> All() const;
+    /// Case-folded; empty for an address without one.
+    static QString SchemeOf(const QString& address);
+    /// Null when the scheme, case-folded, is nobody's.
     Ref<IVEXAExtensionFileSystem> Find(const QString& scheme) const;
 
+    HResult GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept override;
+
+private:
     mutable std::mutex FMutex;
     std::vector<Entry> FEntries;  // guarded by FMutex
 };

@@ -33,12 +33,13 @@ Host::Host(const HostOptions& options)
       FDecoders(new AudioDecoderService),
       FFileInfos(new FileInfoService),
       FFileSystems(new FileSystemService),
+      FAddresses(std::make_shared<PresentAddresses>(FFileSystems, FLibrary)),
       FAlbumArt(new AlbumArtService),
-      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, std::make_unique<SilentOutput>())),
+      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, FAddresses, std::make_unique<SilentOutput>())),
       FMenus(new MenuManager(*FCore, FLanguage)),
       FOptions(new OptionsService),
       FSelection(new LibrarySelection(FLibrary)),
-      FPlaylists(new PlaylistManager(options.ProfileFolder, FLibrary, FFileInfos, FLanguage)) {
+      FPlaylists(new PlaylistManager(options.ProfileFolder, FLibrary, FFileInfos, FLanguage, FAddresses)) {
     FMessages->Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });  // until there is one
 
     FCore->AddFactory<IVEXAString, HostString>();
@@ -88,11 +89,13 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
         throw;
     }
     FPlugins.push_back(std::move(plugin));
+    FAddresses->Start();
     return FPlugins.back();
 }
 
 QString Host::UnloadPlugins() {
     FPlaylists->StopDescribing();
+    FAddresses->Stop();
     QStringList problems{FPlaylists->Save()};
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();

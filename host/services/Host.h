@@ -21,6 +21,7 @@
 #include "Player.h"
 #include "Playlists.h"
 #include "PluginLoader.h"
+#include "PresentAddresses.h"
 
 #include <vector>
 
@@ -53,6 +54,7 @@ public:
     AudioDecoderService& Decoders() noexcept { return *FDecoders; }
     FileInfoService& FileInfos() noexcept { return *FFileInfos; }
     FileSystemService& FileSystems() noexcept { return *FFileSystems; }
+    PresentAddresses& Addresses() noexcept { return *FAddresses; }
     AlbumArtService& AlbumArt() noexcept { return *FAlbumArt; }
     PlayerService& Player() noexcept { return *FPlayer; }
     MenuManager& Menus() noexcept { return *FMenus; }
@@ -72,6 +74,7 @@ private:
     Ref<AudioDecoderService> FDecoders;
     Ref<FileInfoService> FFileInfos;
     Ref<FileSystemService> FFileSystems;
+    std::shared_ptr<PresentAddresses> FAddresses;
     Ref<AlbumArtService> FAlbumArt;
     Ref<PlayerService> FPlayer;
     Ref<MenuManager> FMenus;

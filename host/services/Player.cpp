@@ -8,11 +8,23 @@
 namespace vexa::host {
 
 PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos,
-                             Ref<MessageDispatcher> messages, std::unique_ptr<AudioOutput> output)
+                             Ref<MessageDispatcher> messages, std::shared_ptr<PresentAddresses> addresses,
+                             std::unique_ptr<AudioOutput> output)
     : FDecoders(std::move(decoders)),
       FInfos(std::move(infos)),
       FMessages(std::move(messages)),
-      FOutput(std::move(output)) {}
+      FAddresses(std::move(addresses)),
+      FOutput(std::move(output)) {
+    FAddresses->AddKeeper(this);
+}
+
+PlayerService::~PlayerService() {
+    FAddresses->RemoveKeeper(this);
+}
+
+QStringList PlayerService::KeptAddresses() const {
+    return FFileName.isEmpty() ? QStringList() : QStringList(FFileName);
+}
 
 void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
     Stop();

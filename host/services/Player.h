@@ -4,6 +4,7 @@
 #include "AudioDecoder.h"
 #include "FileInfoService.h"
 #include "Messages.h"
+#include "PresentAddresses.h"
 
 #include <memory>
 
@@ -28,10 +29,11 @@ public:
     QString Source;
 };
 
-class PlayerService final : public RefCountedObject<IVEXAServicePlayer>, public ExtensionTarget {
+class PlayerService final : public RefCountedObject<IVEXAServicePlayer>, public ExtensionTarget, private AddressKeeper {
 public:
     PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos, Ref<MessageDispatcher> messages,
-                  std::unique_ptr<AudioOutput> output);
+                  std::shared_ptr<PresentAddresses> addresses, std::unique_ptr<AudioOutput> output);
+    ~PlayerService() override;
 
     /// In place of the one that it has. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
@@ -48,7 +50,7 @@ public:
     /// What the first hook makes of an address; empty when none knows it. Any thread.
     QString AskHooks(const QString& address) const;
 
-    /// The name that what plays was started by; empty when nothing plays. Main thread.
+    /// The name that what plays was started by, or the one that it has since; empty when nothing plays. Main thread.
     QString FileName() const { return FFileName; }
     /// What the output was given. Main thread.
     QString Source() const { return FSource; }
@@ -61,9 +63,13 @@ public:
     HResult Stop() noexcept override;
 
 private:
+    QStringList KeptAddresses() const override;
+    void OnAddressesMoved(const AddressMoves& moves) override { FFileName = moves.value(FFileName, FFileName); }
+
     const Ref<AudioDecoderService> FDecoders;
     const Ref<FileInfoService> FInfos;
     const Ref<MessageDispatcher> FMessages;
+    const std::shared_ptr<PresentAddresses> FAddresses;
     std::unique_ptr<AudioOutput> FOutput;
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;
     QString FFileName, FSource;

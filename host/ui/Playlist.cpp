@@ -136,6 +136,36 @@ void Playlist::Remove(const std::vector<int>& indexes) {
     Tell(PlaylistObserver::Change::Entries);
 }
 
+void Playlist::MoveFiles(const AddressMoves& moves) {
+    if (std::none_of(FEntries.begin(), FEntries.end(), [&](const auto& entry) { return moves.contains(entry.File); }))
+        return;
+    AddressMover mover(moves);
+    std::vector<PlaylistEntry> left;
+    left.reserve(FEntries.size());
+    int focus = -1;
+    // Of the entries that go.
+    QSet<QString> selected;
+    std::optional<QString> focused;
+    for (int i = 0; i < Count(); ++i) {
+        PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];
+        if (mover.Move(entry.File)) {
+            if (i == FFocus) focus = static_cast<int>(left.size());
+            left.push_back(std::move(entry));
+            continue;
+        }
+        if (i == FFocus) focused = entry.File;
+        if (entry.IsSelected) selected.insert(entry.File);
+    }
+    FEntries = std::move(left);
+    FFocus = focus;
+    for (int i = 0; i < Count() && (focused || !selected.isEmpty()); ++i) {
+        PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];
+        if (selected.contains(entry.File)) entry.IsSelected = true;
+        if (focused == entry.File) FFocus = i;
+    }
+    Tell(PlaylistObserver::Change::Entries);
+}
+
 void Playlist::Describe(const QHash<QString, PlaylistDescription>& files) {
     bool isChanged = false;
     for (PlaylistEntry& entry : FEntries) {

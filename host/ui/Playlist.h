@@ -1,6 +1,7 @@
 #pragma once
 // A playlist: its entries, which of them are selected, and what has the focus. Main thread.
 
+#include "AddressMoves.h"
 #include "PropertyList.h"
 #include "VEXA.SDK.Playlists.h"
 
@@ -66,6 +67,8 @@ public:
     void Add(const QStringList& files, int index = -1);
     /// Indexes in any order; those that are none are left out.
     void Remove(const std::vector<int>& indexes);
+    /// Files are called by other names now. Of entries that were of different files and are of one now the first stays.
+    void MoveFiles(const AddressMoves& moves);
     /// What became known of files, by their names.
     void Describe(const QHash<QString, PlaylistDescription>& files);
 

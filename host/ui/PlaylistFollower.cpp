@@ -79,9 +79,21 @@ QStringList ValuesOf(const QJsonObject& filter, const LibraryStorage& storage) {
     return values;
 }
 
+/// What is selected or in focus, and not among the entries that are to come.
+QStringList LostFiles(const Playlist& playlist, const std::vector<PlaylistEntry>& entries) {
+    QSet<QString> lost;
+    for (const PlaylistEntry& entry : playlist.Entries())
+        if (entry.IsSelected) lost.insert(entry.File);
+    if (const int focused = playlist.FocusedEntry(); focused >= 0)
+        lost.insert(playlist.Entries()[static_cast<std::size_t>(focused)].File);
+    for (auto entry = entries.begin(); !lost.isEmpty() && entry != entries.end(); ++entry) lost.remove(entry->File);
+    return lost.values();
+}
+
 }  // namespace
 
-PlaylistFollower::PlaylistFollower(Ref<MusicLibraryService> library) : FLibrary(std::move(library)) {
+PlaylistFollower::PlaylistFollower(Ref<MusicLibraryService> library, std::shared_ptr<PresentAddresses> addresses)
+    : FLibrary(std::move(library)), FAddresses(std::move(addresses)) {
     FLibrary->AddListener(this);
 }
 
@@ -147,9 +159,8 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
     if (found == FFollowed.end()) return;  // it is gone; nothing is done with the address
     const Ref<Playlist> list = found->List;
     const LibraryStorage& storage = Open(found->StorageID).Storage;
-    found->IsReading = false;
-    if (std::exchange(found->IsStale, false)) Read(*found);
     if (!page.Error.isEmpty()) {
+        EndReading(*found);
         qCWarning(LogHost).noquote() << "the playlist" << list->Name() << "could not be read:" << page.Error;
         return;
     }
@@ -170,7 +181,24 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
         entry.Group = group.join(QStringLiteral(" – "));
         entries.push_back(std::move(entry));
     }
+    const QStringList lost = LostFiles(*list, entries);
+    if (lost.isEmpty()) return Replace(list, std::move(entries));
+    // They may be among them under other names, which the playlist then has been told of.
+    FAddresses->Ask(lost, [link = Link<PlaylistFollower>(FLinks), list, entries](const AddressMoves&) {
+        if (PlaylistFollower* alive = link.Get()) alive->Replace(list, entries);
+    });
+}
+
+void PlaylistFollower::Replace(const Ref<Playlist>& list, std::vector<PlaylistEntry> entries) {
+    const auto found = Find(*list);
+    if (found == FFollowed.end()) return;
+    EndReading(*found);
     list->SetEntries(std::move(entries));
+}
+
+void PlaylistFollower::EndReading(Followed& followed) {
+    followed.IsReading = false;
+    if (std::exchange(followed.IsStale, false)) Read(followed);
 }
 
 QString PlaylistFollower::NameFor(const PreimageDescription& preimage) const {

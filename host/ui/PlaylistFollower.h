@@ -4,6 +4,7 @@
 
 #include "Playlist.h"
 #include "Preimages.h"
+#include "PresentAddresses.h"
 #include "Rows.h"
 
 #include <QSet>
@@ -16,7 +17,7 @@ namespace vexa::host {
 
 class PlaylistFollower final : private MusicLibraryListener {
 public:
-    explicit PlaylistFollower(Ref<MusicLibraryService> library);
+    PlaylistFollower(Ref<MusicLibraryService> library, std::shared_ptr<PresentAddresses> addresses);
     ~PlaylistFollower();
 
     /// Reads a smart playlist, and from now on again whenever it must be. While its storage is missing it stays as it
@@ -52,8 +53,11 @@ private:
     Source& Open(const QString& storageID);
     void Read(Followed& followed);
     void Take(const Playlist& playlist, const RowPage& page);
+    void EndReading(Followed& followed);
+    void Replace(const Ref<Playlist>& list, std::vector<PlaylistEntry> entries);
 
     const Ref<MusicLibraryService> FLibrary;
+    const std::shared_ptr<PresentAddresses> FAddresses;
     std::vector<Followed> FFollowed;
     std::map<QString, std::unique_ptr<Source>> FSources;
     QSet<QString> FEnding;  // storages that are not to be asked any more

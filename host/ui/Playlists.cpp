@@ -63,19 +63,23 @@ private:
 };
 
 PlaylistManager::PlaylistManager(const QString& profileFolder, Ref<MusicLibraryService> library,
-                                 Ref<FileInfoService> infos, Ref<LanguageService> language)
+                                 Ref<FileInfoService> infos, Ref<LanguageService> language,
+                                 std::shared_ptr<PresentAddresses> addresses)
     : FLibrary(library),
       FInfos(std::move(infos)),
       FLanguage(std::move(language)),
+      FAddresses(std::move(addresses)),
       FFile(profileFolder),
-      FFollower(std::move(library)),
+      FFollower(std::move(library), FAddresses),
       FSaver(kSaveDelay, [this] { Save(); }) {
     FSaver.SetEnabled(false);
     FLibrary->AddListener(this);
+    FAddresses->AddKeeper(this);
     Load();
 }
 
 PlaylistManager::~PlaylistManager() {
+    FAddresses->RemoveKeeper(this);
     FLibrary->RemoveListener(this);
     FLinks.Invalidate();
     StopDescribing();
@@ -206,7 +210,19 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
 }
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {
-    return FFollower.IsReading(playlist) || ((FIsDescribing || FIsToDescribe) && !playlist.IsSmart());
+    return FFollower.IsReading(playlist) || FAddresses->IsBusy() ||
+           ((FIsDescribing || FIsToDescribe) && !playlist.IsSmart());
+}
+
+QStringList PlaylistManager::KeptAddresses() const {
+    QStringList files;
+    for (const Ref<Playlist>& playlist : FPlaylists)
+        for (const PlaylistEntry& entry : playlist->Entries()) files += entry.File;
+    return files;
+}
+
+void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
+    for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists) playlist->MoveFiles(moves);
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {

@@ -13,6 +13,7 @@
 #include "Playlist.h"
 #include "PlaylistFile.h"
 #include "PlaylistFollower.h"
+#include "PresentAddresses.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <vector>
@@ -33,10 +34,11 @@ protected:
 
 class PlaylistManager final : public RefCountedObject<IVEXAServicePlaylistManager2>,
                               private PlaylistObserver,
-                              private MusicLibraryListener {
+                              private MusicLibraryListener,
+                              private AddressKeeper {
 public:
     PlaylistManager(const QString& profileFolder, Ref<MusicLibraryService> library, Ref<FileInfoService> infos,
-                    Ref<LanguageService> language);
+                    Ref<LanguageService> language, std::shared_ptr<PresentAddresses> addresses);
     ~PlaylistManager() override;
 
     const std::vector<Ref<Playlist>>& All() const noexcept { return FPlaylists; }
@@ -51,7 +53,8 @@ public:
     /// When it was the active one, that in its place becomes active.
     void Remove(Playlist& playlist);
 
-    /// Whether a smart playlist's entries are about to be replaced, or files of another one are being looked at.
+    /// Whether a smart playlist's entries are about to be replaced, or files of another one are being looked at, or may
+    /// be about to get other names.
     bool IsBusy(const Playlist& playlist) const;
     /// Looks at no more files until a storage comes, and waits for the one that is being looked at.
     void StopDescribing();
@@ -73,6 +76,8 @@ private:
     void OnDataChanged(const QString&) override {}
     void OnTasksChanged(const QString&) override {}
     void OnStorageAdded(const QString&) override;
+    QStringList KeptAddresses() const override;
+    void OnAddressesMoved(const AddressMoves& moves) override;
 
     void Load();
     QString FreeName(const QString& wanted) const;
@@ -87,6 +92,7 @@ private:
     const Ref<MusicLibraryService> FLibrary;
     const Ref<FileInfoService> FInfos;
     const Ref<LanguageService> FLanguage;
+    const std::shared_ptr<PresentAddresses> FAddresses;
     PlaylistFile FFile;
     PlaylistFollower FFollower;
     std::vector<Ref<Playlist>> FPlaylists;

@@ -2,6 +2,7 @@
 
 #include "Commands.h"
 #include "EpisodeStorage.h"
+#include "MovingFiles.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -151,4 +152,15 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
     };
     for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
     EXPECT_EQ(done, QStringList{"b"});
+}
+
+TEST_F(LibraryCommands, AnAddressIsCalledWhatItsFileSystemSays) {
+    const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
+    const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
+    Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
+    moving->Move("episode://a", "episode://b");
+    EXPECT_EQ(Say("present episode://a", "present"), "\"episode://b\"");
+    EXPECT_EQ(Say("present episode://a", "moves"), "1");
+    EXPECT_EQ(Say("present episode://z", "present"), "nothing is known of episode://z");
+    EXPECT_EQ(Say("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
 }

@@ -1,0 +1,181 @@
+#include "PresentAddresses.h"
+
+#include "Guarded.h"
+#include "ObjectList.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <optional>
+
+namespace vexa::host {
+
+namespace {
+
+using Command = IVEXAFileSystemCommandPresentAddress;
+
+// A file system is asked about so many at once, so that stopping need not wait for all of a large playlist.
+constexpr qsizetype kAtOnce = 1000;
+
+/// Nothing when a file system could not say.
+std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
+                                      const std::atomic<bool>& isStopped) {
+    QHash<QString, QStringList> byScheme;
+    QSet<QString> seen;
+    for (const QString& address : addresses) {
+        const QString scheme = FileSystemService::SchemeOf(address);
+        if (scheme.isEmpty() || seen.contains(address)) continue;
+        seen.insert(address);
+        byScheme[scheme] += address;
+    }
+    AddressMoves moves;
+    for (auto group = byScheme.cbegin(); group != byScheme.cend(); ++group) {
+        const auto command = Query<Command>(fileSystems.Find(group.key()).Get());
+        for (qsizetype from = 0; command && from < group->size(); from += kAtOnce) {
+            if (isStopped) return {};
+            const QStringList asked = group->mid(from, kAtOnce);
+            std::vector<Ref<IVEXAString>> texts;
+            const Ref<IVEXAObjectList> list(new ObjectList);
+            for (const QString& address : asked) list->Add(texts.emplace_back(MakeString(address)).Get());
+            const HResult result = command->GetPresentAddresses(list.Get());
+            if (Failed(result)) return {};
+            for (std::size_t i = 0; result == S_OK && i < texts.size(); ++i) {
+                const QString& before = asked[static_cast<qsizetype>(i)];
+                const QString present = ToQString(texts[i].Get());
+                if (present != before && !present.isEmpty()) moves.insert(before, present);
+            }
+        }
+    }
+    return moves;
+}
+
+/// `work` on the worker, then `then` with what came of it; nothing when it threw.
+template <class Work, class Then>
+void Run(LatestTask& worker, bool& isBusy, Work work, Then then) {
+    isBusy = true;
+    worker.Run([&isBusy, work, then] {
+        std::optional<decltype(work())> result;
+        Guarded("asking for present addresses", [&] {
+            result = work();
+            return S_OK;
+        });
+        return [&isBusy, then, result] {
+            isBusy = false;
+            then(result);
+        };
+    });
+}
+
+}  // namespace
+
+PresentAddresses::PresentAddresses(Ref<FileSystemService> fileSystems, Ref<MusicLibraryService> library)
+    : FFileSystems(std::move(fileSystems)), FLibrary(std::move(library)) {
+    FLibrary->AddListener(this);
+}
+
+PresentAddresses::~PresentAddresses() {
+    FLibrary->RemoveListener(this);
+    FLinks.Invalidate();
+    Stop();
+}
+
+void PresentAddresses::Start() {
+    FIsStopped = false;
+    FCounts.clear();
+    LookSoon();
+}
+
+void PresentAddresses::Stop() {
+    FIsStopped = true;
+    FRequests.clear();
+    FLooker.Stop();
+    FAnswerer.Stop();
+    FIsToLook = FIsLooking = FIsAnswering = false;
+}
+
+void PresentAddresses::LookSoon() {
+    if (FIsStopped || std::exchange(FIsToLook, true)) return;
+    // Whoever tells of a change may still be at it.
+    RunInMainThread(
+        [link = Link<PresentAddresses>(FLinks)] {
+            if (PresentAddresses* alive = link.Get()) alive->Look();
+        },
+        false);
+}
+
+PresentAddresses::Ticket PresentAddresses::Ask(const QStringList& addresses, Then then) {
+    FRequests.push_back({++FLastTicket, addresses, std::move(then)});
+    Answer();
+    return FLastTicket;
+}
+
+void PresentAddresses::Cancel(Ticket ticket) {
+    for (Request& request : FRequests)
+        if (request.Number == ticket) request.Call = nullptr;
+}
+
+QString PresentAddresses::Present(const QString& address) const {
+    const Ref<IVEXAString> text = MakeString(address);
+    Ref<Command> command;
+    if (Failed(FFileSystems->GetFileSystem(text.Get(), Command::IID, command.PutVoid()))) return address;
+    if (command->GetPresentAddress(text.Get()) != S_OK) return address;
+    const QString present = ToQString(text.Get());
+    return present.isEmpty() ? address : present;
+}
+
+void PresentAddresses::Look() {
+    if (FIsLooking || !std::exchange(FIsToLook, false)) return;
+    const auto count = [systems = FFileSystems] {
+        Counts counts;
+        for (const auto& [scheme, system] : systems->All()) {
+            const auto command = Query<Command>(system.Get());
+            std::int64_t moves = 0;
+            if (command && Succeeded(command->GetMoveCount(&moves))) counts.insert_or_assign(scheme, moves);
+        }
+        return counts;
+    };
+    Run(FLooker, FIsLooking, count, [this](const std::optional<Counts>& counts) {
+        if (counts && *counts != FCounts)
+            AskKept(*counts);
+        else
+            Look();
+    });
+}
+
+void PresentAddresses::AskKept(const Counts& counts) {
+    QStringList kept;
+    for (const AddressKeeper* keeper : FKeepers) kept += keeper->KeptAddresses();
+    const auto find = [this, kept, systems = FFileSystems] { return FindMoves(*systems, kept, FIsStopped); };
+    Run(FLooker, FIsLooking, find, [this, counts](const auto& moves) {
+        // What could not be answered is asked again after the next change.
+        if (moves && *moves) {
+            FCounts = counts;
+            Tell(**moves);
+        }
+        Look();
+    });
+}
+
+void PresentAddresses::Answer() {
+    if (FIsAnswering || FRequests.empty()) return;
+    const auto find = [this, asked = FRequests.front().Addresses, systems = FFileSystems] {
+        return FindMoves(*systems, asked, FIsStopped);
+    };
+    Run(FAnswerer, FIsAnswering, find, [this](const auto& found) {
+        const AddressMoves moves = found ? found->value_or(AddressMoves()) : AddressMoves();
+        const Then call = std::move(FRequests.front().Call);
+        FRequests.pop_front();
+        if (!moves.isEmpty()) LookSoon();  // what else is kept may have moved, too
+        Tell(moves);
+        if (call) call(moves);
+        Answer();
+    });
+}
+
+void PresentAddresses::Tell(const AddressMoves& moves) {
+    if (moves.isEmpty()) return;
+    for (const auto keepers = FKeepers; AddressKeeper * keeper : keepers)
+        if (std::find(FKeepers.begin(), FKeepers.end(), keeper) != FKeepers.end()) keeper->OnAddressesMoved(moves);
+}
+
+}  // namespace vexa::host

@@ -1,0 +1,115 @@
+// What the player keeps by address follows where that moves.
+
+#include "EpisodeStorage.h"
+#include "MovingFiles.h"
+#include "Waiting.h"
+
+using namespace vexa::host;
+using tests::WaitUntil;
+
+namespace {
+
+QStringList Files(const Playlist& playlist) {
+    QStringList files;
+    for (const PlaylistEntry& entry : playlist.Entries()) files += entry.File;
+    return files;
+}
+
+class MovedAddresses : public HostTest {
+protected:
+    MovedAddresses() {
+        Storage->OffersFiles = Storage->OffersSubscriptions = true;
+        Register(Host);
+    }
+    void Register(host::Host& host) {
+        const Ref<IVEXAMLDataProvider> storage(Storage);
+        EXPECT_EQ(host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage.Get()), S_OK);
+        const Ref<IVEXAFileSystemCommandPresentAddress> files(Moving);
+        EXPECT_EQ(host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, files.Get()), S_OK);
+        host.Addresses().Start();
+    }
+    bool Settle() {
+        return WaitUntil([&] { return !Host.Addresses().IsBusy(); });
+    }
+    bool Change() {
+        Storage->Manager->Changed();
+        return Settle();
+    }
+
+    Ref<tests::EpisodeStorage> Storage{new tests::EpisodeStorage};
+    Ref<tests::MovingFiles> Moving{new tests::MovingFiles};
+};
+
+}  // namespace
+
+TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
+    const Ref<Playlist> list = Host.Playlists().Create("P", true);
+    list->Add({"episode://a", "/music/b.mp3", "episode://c", "episode://gone", "episode://d", "episode://d"});
+    ASSERT_TRUE(Settle());
+    list->Select({2, 4});
+    list->FocusEntry(2);
+    Moving->Move("episode://a", "episode://a2");
+    Moving->Move("episode://c", "episode://a2");  // the same episode by now
+    ASSERT_TRUE(Change());
+    // What was there twice before stays so.
+    EXPECT_EQ(Files(*list),
+              QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d", "episode://d"}));
+    EXPECT_EQ(list->FocusedEntry(), 0);
+    EXPECT_TRUE(list->Entries()[0].IsSelected && list->Entries()[3].IsSelected && !list->Entries()[4].IsSelected);
+    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_TRUE(ReadWhole(Profile.File("Playlists.json")).contains("episode://a2"));
+
+    // What moved while the program was not there is followed at its start.
+    Moving->Move("episode://d", "episode://d2");
+    host::Host next(Options(Profile));
+    const Ref<Playlist> again = next.Playlists().Find("P");
+    ASSERT_TRUE(again);
+    Register(next);
+    ASSERT_TRUE(WaitUntil([&] { return !next.Playlists().IsBusy(*again); }));
+    EXPECT_EQ(Files(*again),
+              QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
+}
+
+TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
+    Host.Playlists().Create("P", true)->Add({"episode://a", "episode://a", "/music/b.mp3"});
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(Moving->TakeAsked(), QStringList("episode://a"));  // at the start, once each, of this scheme alone
+    ASSERT_TRUE(Change());
+    EXPECT_EQ(Moving->TakeAsked(), QStringList());
+    // What could not be answered is asked again with the next change.
+    Moving->Move("episode://a", "episode://b");
+    Moving->Fail(true);
+    ASSERT_TRUE(Change());
+    Moving->Fail(false);
+    ASSERT_TRUE(Change());
+    EXPECT_EQ(Moving->TakeAsked(), QStringList({"episode://a", "episode://a"}));
+    EXPECT_EQ(Files(*Host.Playlists().Active()), QStringList({"episode://b", "episode://b", "/music/b.mp3"}));
+    // While plug-ins end, they are asked nothing.
+    Host.Addresses().Stop();
+    Moving->Move("episode://b", "episode://c");
+    bool isAnswered = false;
+    Host.Addresses().Ask({"episode://b"}, [&](const AddressMoves& moves) { isAnswered = moves.isEmpty(); });
+    Storage->Manager->Changed();
+    ASSERT_TRUE(WaitUntil([&] { return isAnswered && !Host.Addresses().IsBusy(); }));
+    EXPECT_EQ(Moving->TakeAsked(), QStringList());
+}
+
+TEST_F(MovedAddresses, ASmartPlaylistKeepsWhatIsSelected) {
+    const Ref<Playlist> list = Host.Playlists().Create("P", true);
+    const Ref<IVEXAPlaylistPreimage> all = MakePreimage({"Tests.Episodes", {}});
+    list->SetValueAsObject(IVEXAPlaylist::Preimage, all.Get());
+    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*list) && list->Count() == 4; }));
+    list->Select({1, 3});
+    list->FocusEntry(3);
+    ASSERT_EQ(Files(*list), QStringList({"episode://e1", "episode://e3", "episode://e4", "episode://e2"}));
+    Storage->Episodes[2].ID = "moved";
+    Storage->Episodes[1].ID = "gone";
+    // Uncounted, the rows are there before anybody is told that they have moved.
+    Moving->Move("episode://e3", "episode://moved", false);
+    Storage->Manager->Changed();
+    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*list); }));
+    EXPECT_EQ(list->Entries()[1].File, "episode://moved");
+    EXPECT_TRUE(list->Entries()[1].IsSelected);
+    EXPECT_FALSE(list->Entries()[3].IsSelected);
+    EXPECT_EQ(list->FocusedEntry(), -1);
+}
