@@ -66,6 +66,9 @@ MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback)
     connect(&FPlayback, &Playback::VolumeChanged, this, [this](double volume) {
         FOwner.TellChanged({{QStringLiteral("Volume"), volume}});
     });
+    // What plays under another address is the same track.
+    connect(&FPlayback, &Playback::AddressesMoved, this,
+            [this](const AddressMoves& moves) { FTrackAddress = moves.value(FTrackAddress, FTrackAddress); });
     connect(&FPlayback, &Playback::Seeked, this, [this](double seconds) { Q_EMIT Seeked(ToMicroseconds(seconds)); });
     TellTrack();
 }

@@ -74,6 +74,7 @@ Playback::Playback(Host& host, const QString& sink)
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Messages().Hook(FHook.Get());
+    FHost.Addresses().AddKeeper(this);
     bool isNumber = false;
     const double volume = FHost.Config().Find(kVolume).value_or(QString()).toDouble(&isNumber);
     if (isNumber) FOutput->SetVolume(volume);
@@ -96,6 +97,7 @@ Playback::Playback(Host& host, const QString& sink)
 }
 
 Playback::~Playback() {
+    FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
     WorkerPool::Cancel(FDescribing, true);
     Remember();
@@ -125,8 +127,10 @@ int Playback::SkipForwardBy() const {
     return Setting("SkipForward", 30);
 }
 
-void Playback::Play(const QString& address) {
-    if (address.isEmpty()) return;
+void Playback::Play(const QString& named) {
+    if (named.isEmpty()) return;
+    // By an older address it would not go on from where it was left.
+    const QString address = FHost.Addresses().Present(named);
     if (address == FCurrent.Address && !FHasEnded)
         Resume();
     else
@@ -266,17 +270,44 @@ void Playback::OnStarted() {
     FError.clear();
     if (const HeardEpisode* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
+    DescribeCurrent();
+}
+
+void Playback::DescribeCurrent() {
     WorkerPool::Cancel(FDescribing, false);
     FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(FCurrent, FHost.FileInfos(), this));
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
     if (described.Address != FCurrent.Address) return;  // something else plays by now
+    FDescribing = 0;
     FCurrent = described;
     // A podcast without a speed of its own is not heard at the last one's.
     FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
+}
+
+QStringList Playback::KeptAddresses() const {
+    QStringList kept = UpNext();
+    for (const HeardEpisode& one : FPositions.Begun()) kept += one.Address;
+    if (!FCurrent.Address.isEmpty()) kept += FCurrent.Address;
+    return kept;
+}
+
+void Playback::OnAddressesMoved(const AddressMoves& moves) {
+    const auto current = moves.constFind(FCurrent.Address);
+    const bool isCurrent = current != moves.constEnd();
+    if (!FPositions.Move(moves) && !isCurrent) return;
+    if (isCurrent) {
+        FCurrent.Address = *current;
+        if (FDescribing != 0) DescribeCurrent();  // what is being found out is said of the older address
+    }
+    SaveSoon();
+    Q_EMIT AddressesMoved(moves);
+    if (isCurrent) Q_EMIT CurrentChanged();
+    Q_EMIT PositionsChanged();
+    Q_EMIT UpNextChanged();
 }
 
 void Playback::OnEnded() {

@@ -9,7 +9,8 @@
 //     PlaybackBar bar(playback, host);
 //     playback.Play(QStringLiteral("podcast://…"));
 //
-// Everything is called by the name or address that it was started by, never by what that resolved to.
+// Everything is called by the name or address that it was started by, never by what that resolved to; when that address
+// moves, by the one that it has then.
 
 #include "Chapters.h"
 #include "Host.h"
@@ -42,7 +43,7 @@ struct NowPlaying {
     std::vector<Chapter> Chapters;
 };
 
-class Playback final : public QObject {
+class Playback final : public QObject, private AddressKeeper {
     Q_OBJECT
 public:
     using State = MediaOutput::State;
@@ -127,12 +128,17 @@ Q_SIGNALS:
     void UpNextChanged();
     /// Episodes were begun, left or finished.
     void PositionsChanged();
+    /// What plays, was begun or is to come is called by other addresses. What has changed by that is told afterwards.
+    void AddressesMoved(const AddressMoves& moves);
 
 private:
     class DescribeTask;
     class Hook;
 
+    QStringList KeptAddresses() const override;
+    void OnAddressesMoved(const AddressMoves& moves) override;
     void OnStarted();
+    void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
     void OnEnded();
     void OnState();
@@ -153,8 +159,8 @@ private:
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     QString FError;
-    bool FHasEnded = false;  // what plays: where it is left does not count
-    TaskHandle FDescribing = 0;
+    bool FHasEnded = false;      // what plays: where it is left does not count
+    TaskHandle FDescribing = 0;  // 0 as soon as it is described
 };
 
 }  // namespace vexa::host

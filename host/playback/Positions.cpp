@@ -76,6 +76,23 @@ void Positions::Forget(const QString& address) {
     if (std::erase_if(FBegun, [&](const auto& one) { return one.Address == address; }) > 0) FIsChanged = true;
 }
 
+bool Positions::Move(const AddressMoves& moves) {
+    const auto hasMoved = [&](const QString& address) { return moves.contains(address); };
+    const bool areBegun =
+        std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardEpisode& one) { return hasMoved(one.Address); });
+    if (!areBegun && std::none_of(FUpNext.begin(), FUpNext.end(), hasMoved)) return false;
+    AddressMover begunMover(moves), nextMover(moves);
+    std::vector<HeardEpisode> begun;
+    QStringList next;
+    for (HeardEpisode& one : FBegun)
+        if (begunMover.Move(one.Address)) begun.push_back(std::move(one));
+    for (QString& address : FUpNext)
+        if (nextMover.Move(address)) next += address;
+    FBegun = std::move(begun);
+    FUpNext = next;
+    return FIsChanged = true;
+}
+
 void Positions::SetSpeed(const QString& album, double speed) {
     if (album.isEmpty() || Speed(album) == speed) return;
     if (speed == 1)

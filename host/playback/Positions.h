@@ -5,6 +5,7 @@
 // The list's order, not the clock, says what was heard last. The file is written whole and renamed, so that a crash
 // leaves the last one that was written.
 
+#include "AddressMoves.h"
 #include "JsonFile.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -40,6 +41,9 @@ public:
     void Leave(const QString& address, double position, double duration);
     /// It was heard to its end, or is to begin anew.
     void Forget(const QString& address);
+
+    /// Of episodes that have become one it was left where it was heard last. False when none of them is kept.
+    bool Move(const AddressMoves& moves);
 
     /// 1 for a podcast that has none of its own.
     double Speed(const QString& album) const { return FSpeeds.value(album, 1); }

@@ -16,6 +16,7 @@ namespace vexa::host {
 ListeningModel::ListeningModel(Host& host, Playback& playback, QObject* parent)
     : QAbstractListModel(parent), FHost(host), FPlayback(playback), FTexts(host.Language()) {
     connect(&FPlayback, &Playback::UpNextChanged, this, &ListeningModel::Update);
+    connect(&FPlayback, &Playback::AddressesMoved, this, &ListeningModel::OnAddressesMoved);
     connect(&FPlayback, &Playback::PositionsChanged, this, &ListeningModel::Update);
     Update();
 }
@@ -50,6 +51,18 @@ void ListeningModel::Update() {
     FEntries = std::move(now);
     endResetModel();
     AskTitles();
+}
+
+void ListeningModel::OnAddressesMoved(const AddressMoves& moves) {
+    // The update that follows finds them as they are, and the view keeps its place.
+    for (Entry& entry : FEntries) {
+        const auto moved = moves.constFind(entry.Address);
+        if (moved == moves.constEnd()) continue;
+        if (const auto title = FTitles.constFind(entry.Address); title != FTitles.constEnd())
+            FTitles.insert(*moved, Title(*title));
+        entry.Address = *moved;
+    }
+    AskTitles();  // those that were on their way come under older addresses
 }
 
 void ListeningModel::AskTitles() {

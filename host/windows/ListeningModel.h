@@ -45,6 +45,7 @@ private:
         QString Text, Podcast;
     };
 
+    void OnAddressesMoved(const AddressMoves& moves);
     void Update();
 
     Host& FHost;

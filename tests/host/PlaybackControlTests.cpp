@@ -1,6 +1,7 @@
 // What controls playing and shows it: the desktop over its bus, the bar, the menu, the list of what is listened to.
 
 #include "ListeningModel.h"
+#include "MovingFiles.h"
 #include "Mpris.h"
 #include "PlaybackBar.h"
 #include "PlaybackFixture.h"
@@ -15,7 +16,11 @@
 #include <QDBusReply>
 #include <QFileInfo>
 #include <QMainWindow>
+#include <QSignalSpy>
 #include <QTest>
+
+#include <atomic>
+#include <thread>
 
 using namespace vexa::host;
 using tests::WaitUntil;
@@ -175,6 +180,90 @@ TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
     model.Remove({model.index(1), model.index(4)});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"b"_s}));
     EXPECT_EQ(Player->Left().Find(b), nullptr);
+}
+
+/// A plug-in's file information, which may be waited for.
+class Titles final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
+public:
+    HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
+        while (IsHolding) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        const QString title = u"title of " + ToQString(file);
+        return info->SetValueAsObject(IVEXAFileInfo::Title, MakeString(title).Get());
+    }
+    std::atomic<bool> IsHolding{false};
+};
+
+TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
+    const QString a = u"episode://a"_s, b = u"episode://b"_s, c = u"episode://c"_s, d = u"episode://d"_s;
+    const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
+    const Ref<Titles> titles(new Titles);
+    moving->Source = Tone(u"a.wav"_s, 60);
+    const Ref<IVEXAExtensionPlayerHook> hook(moving);
+    for (const Guid& service : {IVEXAServicePlayer::IID, IVEXAServiceFileSystem::IID})
+        ASSERT_EQ(Host.TheCore().RegisterExtension(service, hook.Get()), S_OK);
+    Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
+    const auto settle = [this] {
+        Host.Addresses().Start();  // as after a plug-in has come: all that is kept is asked about
+        return WaitUntil([this] { return !Host.Addresses().IsBusy(); });
+    };
+    const auto leave = [this](const QString& address, double position) {
+        Player->Play(address);
+        EXPECT_TRUE(WaitFor(State::Playing));
+        Player->Pause();
+        Player->Seek(position);
+        EXPECT_TRUE(WaitUntil([&] { return Player->Position() >= position; }));
+        Player->Stop();
+    };
+    const auto begun = [this] {
+        QStringList addresses;
+        for (const auto& one : Player->Left().Begun()) addresses += one.Address;
+        return addresses;
+    };
+    leave(d, 10);
+    leave(c, 20);
+    leave(b, 30);
+    ListeningModel model(Host, *Player);
+    Player->PlayLast({a, d, a, c});
+    ASSERT_TRUE(WaitUntil([&] { return model.index(1).data().toString() == u"title of " + a; }));
+    EXPECT_EQ(begun(), QStringList({b, c, d}));
+    QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+    moving->Move(a, a + u'2');
+    ASSERT_TRUE(settle());
+    EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', d, a + u'2', c}));
+    EXPECT_EQ(model.index(1).data().toString(), u"title of " + a);  // no address shows meanwhile
+    EXPECT_EQ(resets.count(), 0);
+
+    // Two that become one: where it was heard last counts.
+    moving->Move(d, b);
+    moving->Move(c, b);
+    ASSERT_TRUE(settle());
+    EXPECT_EQ(begun(), QStringList{b});
+    EXPECT_GE(Player->Left().Find(b)->Position, 30);
+    EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', b, a + u'2'}));
+
+    Mpris mpris(*Player);
+    Remote remote(mpris.ServiceName());
+    const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
+    titles->IsHolding = true;
+    Player->Play(d);  // by an older address it goes on where it was left by the present one
+    ASSERT_TRUE(WaitFor(State::Playing));
+    EXPECT_GE(Player->Position(), 30);
+    EXPECT_EQ(Player->Current().Address, b);
+    const auto before = track();
+    QSignalSpy states(&*Player, &Playback::StateChanged);
+    moving->Move(b, b + u'2');
+    ASSERT_TRUE(settle());
+    EXPECT_EQ(states.count(), 0);
+    EXPECT_EQ(Player->TheState(), State::Playing);
+    EXPECT_EQ(Host.Player().FileName(), b + u'2');
+    EXPECT_EQ(track()[u"xesam:url"_s].toString(), b + u'2');
+    EXPECT_EQ(track()[u"mpris:trackid"_s].value<QDBusObjectPath>(),
+              before[u"mpris:trackid"_s].value<QDBusObjectPath>());
+    titles->IsHolding = false;  // what is found out of the older address by now is of the present one
+    EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == u"title of " + b + u'2'; }));
+    EXPECT_EQ(Player->Save(), "");
+    EXPECT_EQ(begun(), QStringList{b + u'2'});
+    EXPECT_FALSE(ReadWhole(Profile.File(u"Positions.json"_s)).contains("episode://b\""));
 }
 
 }  // namespace
