@@ -48,6 +48,7 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     connect(&FTable.Model(), &TableModel::Shown, this, [this] {
         if (!FWanted.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FWanted, {}));
     });
+    FTable.Model().SetAddresses(FHost.Addresses());
     FHost.Library().AddListener(this);
     Open();
 }
@@ -117,7 +118,7 @@ void LibraryController::Find(const QString& file) {
     if (!place) return;
     QStringList values;
     for (const TreePair& pair : place->Node) Convert(pair.Value, values.emplace_back());
-    FWanted = file;
+    FWanted = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();
     else

@@ -30,6 +30,26 @@ TableModel::TableModel(const LanguageService& language, QObject* parent)
 
 TableModel::~TableModel() {
     Forget();
+    if (FAddresses) FAddresses->RemoveKeeper(this);
+}
+
+void TableModel::SetAddresses(PresentAddresses& addresses) {
+    FAddresses = &addresses;
+    FAddresses->AddKeeper(this);
+}
+
+void TableModel::OnAddressesMoved(const AddressMoves& moves) {
+    bool isChanged = false;
+    for (auto& [number, page] : FPages)
+        for (auto& row : page) {
+            if (FFileColumn < 0) return;
+            QString& file = row[static_cast<std::size_t>(FFileColumn)].Text;
+            const auto moved = moves.constFind(file);
+            if (moved == moves.constEnd()) continue;
+            file = *moved;
+            isChanged = true;
+        }
+    if (isChanged) Q_EMIT Shown();
 }
 
 void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
@@ -74,6 +94,7 @@ void TableModel::Forget() {
         if (FReloading)
             for (const RowReader::Ticket ticket : FReloading->Tickets) FReader->Cancel(ticket);
     }
+    if (FReloading && FAddresses) FAddresses->Cancel(FReloading->Asked);
     FFirst = FCounting = 0;
     FAsked.clear();
     FReloading.reset();
@@ -204,9 +225,9 @@ void TableModel::BeginReload() {
             if (answer.Error.isEmpty()) FReloading->Arrived[page] = std::move(answer.Rows);
             if (!FReloading->Tickets.empty()) return;
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
-                const Reloading reloaded = *std::move(FReloading);
+                FReloading->Tickets.clear();
+                if (count.Error.isEmpty()) return FindLost(AsCount(count.Count));
                 FReloading.reset();
-                if (count.Error.isEmpty()) TakeReloaded(reloaded.Arrived, AsCount(count.Count));
                 if (std::exchange(FIsToReload, false)) Reload();
             });
             FReloading->Tickets.insert(counting);
@@ -215,7 +236,30 @@ void TableModel::BeginReload() {
     }
 }
 
-void TableModel::TakeReloaded(Pages pages, int count) {
+/// A row's ID may be made of its file's address and move with it: then the file tells which row it is.
+void TableModel::FindLost(int count) {
+    const QStringList lost = FAddresses ? LostFiles(FReloading->Arrived) : QStringList();
+    if (lost.isEmpty()) return TakeReloaded(count);
+    FReloading->Asked = FAddresses->Ask(lost, [this, count](const AddressMoves&) { TakeReloaded(count); });
+}
+
+QStringList TableModel::LostFiles(const Pages& pages) const {
+    QSet<QString> known;
+    for (const auto& [number, page] : pages)
+        for (int i = 0; i < static_cast<int>(page.size()); ++i) {
+            known.insert(ID(pages, number * kPageSize + i));
+            known.insert(Value(pages, number * kPageSize + i, FFileColumn));
+        }
+    QStringList lost;
+    for (const auto& [number, page] : pages)
+        for (int row = number * kPageSize; row < std::min((number + 1) * kPageSize, FCount); ++row)
+            if (Row(row) && !known.contains(ID(FPages, row)) && !known.contains(File(row))) lost += File(row);
+    return lost;
+}
+
+void TableModel::TakeReloaded(int count) {
+    Pages pages = std::move(FReloading->Arrived);
+    FReloading.reset();
     for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);
     FAsked.clear();
     SetCount(std::max(count, FCount));
@@ -223,16 +267,18 @@ void TableModel::TakeReloaded(Pages pages, int count) {
     SetCount(count);
     Q_EMIT Shown();
     AskPages();
+    if (std::exchange(FIsToReload, false)) Reload();
 }
 
 void TableModel::MoveRows(Pages pages) {
-    QHash<QString, int> places;
+    QHash<QString, int> places, placesOfFiles;
     bool haveMoved = false;
     for (const auto& [number, page] : pages)
         for (int i = 0; i < static_cast<int>(page.size()); ++i) {
             const int row = number * kPageSize + i;
             const QString id = ID(pages, row);
             places.insert(id, row);
+            placesOfFiles.insert(Value(pages, row, FFileColumn), row);
             haveMoved = haveMoved || (Row(row) && ID(FPages, row) != id);
         }
     if (!haveMoved) {
@@ -244,7 +290,8 @@ void TableModel::MoveRows(Pages pages) {
     const QModelIndexList from = persistentIndexList();
     QModelIndexList to;
     for (const QModelIndex& old : from) {
-        const int row = Row(old.row()) ? places.value(ID(FPages, old.row()), -1) : old.row();
+        int row = old.row();
+        if (Row(row)) row = places.value(ID(FPages, row), placesOfFiles.value(File(row), -1));
         to += row < 0 ? QModelIndex() : index(row, old.column());
     }
     FPages = std::move(pages);
@@ -263,14 +310,13 @@ const std::vector<RowValue>* TableModel::Row(int row) const {
     return Row(FPages, row);
 }
 
-QString TableModel::ID(const Pages& pages, int row) const {
+QString TableModel::Value(const Pages& pages, int row, int column) const {
     const auto* values = Row(pages, row);
-    return values && FIDColumn >= 0 ? (*values)[static_cast<std::size_t>(FIDColumn)].Text : QString();
+    return values && column >= 0 ? (*values)[static_cast<std::size_t>(column)].Text : QString();
 }
 
 QString TableModel::File(int row) const {
-    const auto* values = Row(row);
-    return values && FFileColumn >= 0 ? (*values)[static_cast<std::size_t>(FFileColumn)].Text : QString();
+    return Value(FPages, row, FFileColumn);
 }
 
 QStringList TableModel::Files(int first, int last) {

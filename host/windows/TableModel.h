@@ -9,6 +9,7 @@
 //     model.Reload();                      // rows may have changed; who stands where is kept by the rows' IDs
 
 #include "Positions.h"
+#include "PresentAddresses.h"
 #include "Rows.h"
 #include "WindowTexts.h"
 
@@ -20,7 +21,7 @@
 
 namespace vexa::host {
 
-class TableModel final : public QAbstractTableModel {
+class TableModel final : public QAbstractTableModel, private AddressKeeper {
     Q_OBJECT
 public:
     static constexpr int kPageSize = 100;
@@ -38,6 +39,8 @@ public:
     /// Where episodes were left, shown beside their titles. It outlives the model; null for nothing.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
     void OnPositionsChanged();
+    /// By which rows are found again whose files, and IDs with them, have moved. It outlives the model.
+    void SetAddresses(PresentAddresses& addresses);
     /// Whether an answer to a query is awaited.
     bool IsBusy() const noexcept { return FFirst != 0; }
 
@@ -74,7 +77,11 @@ private:
     struct Reloading {
         std::set<RowReader::Ticket> Tickets;
         Pages Arrived;
+        PresentAddresses::Ticket Asked = 0;  // for rows that are not among those that arrived
     };
+
+    QStringList KeptAddresses() const override { return {}; }  // it asks itself, when it reads rows anew
+    void OnAddressesMoved(const AddressMoves& moves) override;
 
     RowQuery PageQuery(int page) const;
     void Ask();
@@ -84,10 +91,13 @@ private:
     void Forget();
     void SetCount(int count);
     void BeginReload();
-    void TakeReloaded(Pages pages, int count);
+    void FindLost(int count);
+    QStringList LostFiles(const Pages& pages) const;
+    void TakeReloaded(int count);
     QVariant Progress(int row, int role) const;
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
-    QString ID(const Pages& pages, int row) const;
+    QString Value(const Pages& pages, int row, int column) const;
+    QString ID(const Pages& pages, int row) const { return Value(pages, row, FIDColumn); }
     void MoveRows(Pages pages);
 
     const WindowTexts FTexts;
@@ -96,6 +106,7 @@ private:
     std::vector<const LibraryField*> FColumns;
     int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FDurationColumn = -1;
     const Positions* FPositions = nullptr;
+    PresentAddresses* FAddresses = nullptr;
     RowQuery FQuery;  // with all fields: the columns, then those that only the model looks at
     int FCount = 0;
     Pages FPages;

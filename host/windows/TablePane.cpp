@@ -182,13 +182,13 @@ void TablePane::UpdateSight() {
 
 void TablePane::KeepTop() {
     FTopRow = FView->verticalScrollBar()->value() > 0 ? FView->rowAt(0) : -1;
-    FTopFile = FTopRow >= 0 ? FModel->File(FTopRow) : QString();
+    FTop = FTopRow >= 0 ? FModel->index(FTopRow, 0) : QModelIndex();
 }
 
 void TablePane::OnShown() {
-    if (const int top = std::exchange(FTopRow, -1); top >= 0 && !FTopFile.isEmpty())
-        if (const int now = FModel->FindFile(FTopFile); now >= 0 && now != top)
-            FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (now - top) * kRowHeight);
+    const int top = std::exchange(FTopRow, -1), topNow = std::exchange(FTop, {}).row();
+    if (top >= 0 && topNow >= 0 && topNow != top)
+        FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
     UpdateSight();
     FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
     const QModelIndex current = FView->currentIndex();

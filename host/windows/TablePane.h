@@ -62,8 +62,8 @@ private:
     QTimer FTyping;
     QString FCurrentFile;
     int FCurrentRow = -1;
-    // What stood at the top before rows moved.
-    QString FTopFile;
+    // What stood at the top before rows moved, and where.
+    QPersistentModelIndex FTop;
     int FTopRow = -1;
 };
 

@@ -1,8 +1,13 @@
 // What the player keeps by address follows where that moves.
 
 #include "EpisodeStorage.h"
+#include "LibraryController.h"
 #include "MovingFiles.h"
 #include "Waiting.h"
+
+#include <QScrollBar>
+#include <QTableView>
+#include <QTreeView>
 
 using namespace vexa::host;
 using tests::WaitUntil;
@@ -112,4 +117,44 @@ TEST_F(MovedAddresses, ASmartPlaylistKeepsWhatIsSelected) {
     EXPECT_TRUE(list->Entries()[1].IsSelected);
     EXPECT_FALSE(list->Entries()[3].IsSelected);
     EXPECT_EQ(list->FocusedEntry(), -1);
+}
+
+TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhicheverComesFirst) {
+    Storage->Episodes.clear();
+    for (int i = 0; i < 300; ++i) Storage->Episodes.push_back({"e" + QString::number(i), "T", "A", 1, 60});
+    for (const bool isCounted : {false, true}) {
+        // Uncounted, the rows are there before anybody is told that they have moved.
+        SCOPED_TRACE(isCounted);
+        const QString name = isCounted ? "counted" : "uncounted";
+        TreePane tree(Host.Language());
+        TablePane table(Host.Language());
+        table.resize(600, 400);
+        table.show();
+        LibraryController library(Host, tree, table);
+        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(Storage->Episodes.size()); }));
+        table.View()->selectRow(50);
+        table.View()->selectionModel()->select(QItemSelection(table.Model().index(48, 0), table.Model().index(52, 0)),
+                                               QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        QScrollBar* bar = table.View()->verticalScrollBar();
+        ASSERT_TRUE(WaitUntil([&] { return bar->maximum() > 45 * table.View()->rowHeight(0); }));
+        bar->setValue(45 * table.View()->rowHeight(0));
+        ASSERT_EQ(table.View()->rowAt(0), 45);
+
+        for (std::size_t i = 40; i < 60; ++i) {
+            QString& id = Storage->Episodes[i].ID;
+            const QString present = name + QString::number(i);
+            Moving->Move("episode://" + id, "episode://" + present, isCounted);
+            id = present;
+        }
+        const auto rows = Storage->Episodes.size();
+        Storage->Episodes.insert(Storage->Episodes.begin(), 3, {name, "New", "A", 1, 1});
+        Storage->Manager->Changed();
+        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(rows) + 3; }));
+        EXPECT_EQ(table.CurrentFile(), "episode://" + name + "50");
+        QStringList selected;
+        for (int i = 48; i <= 52; ++i) selected += "episode://" + name + QString::number(i);
+        EXPECT_EQ(table.SelectedFiles(), selected);
+        EXPECT_EQ(table.View()->rowAt(0), 48);
+        ASSERT_TRUE(Settle());
+    }
 }
