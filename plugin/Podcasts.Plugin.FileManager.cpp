@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <vector>
 
 namespace podcasts {
 
@@ -28,6 +29,21 @@ ClientGate Gate;
 
 bool HasPodcastScheme(const QString& address) {
     return address.startsWith(kPrefix, Qt::CaseInsensitive);
+}
+
+/// What the host is to call the episode that an address names; empty when it names none.
+QString PresentAddress(TPodcastsDB& db, const QString& address) {
+    QString episodeKey;
+    if (!TVEXAPodcastsFileManager::ParseURI(address, episodeKey)) return {};
+    const auto episode = db.GetEpisode(episodeKey);
+    if (!episode) return {};
+    // A URI without our scheme, or one that reads as the older form, would not lead back here.
+    const QString& uri = episode->Fields[pefURI];
+    return TVEXAPodcastsFileManager::ParseURI(uri, episodeKey) && episodeKey == uri ? uri : address;
+}
+
+void SetText(IVEXAString& to, const QString& text) {
+    RaiseIfFailed(to.SetChars(reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::int32_t>(text.size())));
 }
 
 QString FirstOf(const QString& text, const QString& otherwise) {
@@ -134,9 +150,8 @@ void TVEXAPodcastsFileManager::ResolvePlaybackURL(IVEXAString* address, Bool32* 
     GuardedCall("resolving a podcast address", [&] {
         const auto resolved = ResolveEpisode(FromHostString(address));
         if (!resolved) return E_FAIL;
-        const QString audio =
-            WithCredentialsOf(resolved->Feed->Fields[pffURLFeed], resolved->Episode->Fields[pefURLAudio]);
-        RaiseIfFailed(address->SetChars(reinterpret_cast<const char16_t*>(audio.utf16()), int(audio.size())));
+        SetText(*address,
+                WithCredentialsOf(resolved->Feed->Fields[pffURLFeed], resolved->Episode->Fields[pefURLAudio]));
         *handled = kTrue;
         return S_OK;
     });
@@ -219,6 +234,52 @@ HResult TVEXAPodcastsFileSystem::OpenFolder(IVEXAString* address) noexcept {
         return !fileName.isEmpty() && ShowInFolder(fileName) ? S_OK : E_FAIL;
     };
     return GuardedCall("showing an episode's file", show, E_FAIL);
+}
+
+HResult TVEXAPodcastsFileSystem::GetPresentAddress(IVEXAString* address) noexcept {
+    const auto look = [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        const QString before = FromHostString(address);
+        const QString present = client ? PresentAddress(client->DB(), before) : QString();
+        if (present.isEmpty()) return E_FAIL;
+        if (present == before) return S_FALSE;
+        SetText(*address, present);
+        return S_OK;
+    };
+    return GuardedCall("looking for an episode's present address", look, E_FAIL);
+}
+
+HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses) noexcept {
+    const auto look = [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client || !addresses) return E_FAIL;
+        // None is changed before all are known: the host must not take one half of an answer for the whole.
+        std::vector<std::pair<Ref<IVEXAString>, QString>> moved;
+        const std::int32_t count = addresses->GetCount();
+        for (std::int32_t i = 0; i < count; ++i) {
+            if (TPodcastsClientPass::IsClosing()) return E_FAIL;
+            Ref<IVEXAString> text;
+            if (Failed(addresses->GetObject(i, IVEXAString::IID, text.PutVoid()))) continue;
+            const QString before = FromHostString(text.Get());
+            QString present = PresentAddress(client->DB(), before);
+            if (!present.isEmpty() && present != before) moved.emplace_back(std::move(text), std::move(present));
+        }
+        for (const auto& [text, present] : moved) SetText(*text, present);
+        return moved.empty() ? S_FALSE : S_OK;
+    };
+    return GuardedCall("looking for episodes' present addresses", look, E_FAIL);
+}
+
+HResult TVEXAPodcastsFileSystem::GetMoveCount(std::int64_t* count) noexcept {
+    if (!count) return E_POINTER;
+    *count = 0;
+    const auto read = [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        *count = client->DB().GetMoveCount();
+        return S_OK;
+    };
+    return GuardedCall("counting moved episodes", read, E_FAIL);
 }
 
 }  // namespace podcasts

@@ -70,11 +70,15 @@ public:
 };
 
 /// Claims the scheme "podcast".
-class TVEXAPodcastsFileSystem : public vexa::Implements<vexa::TVEXAPropertyListAs<vexa::IVEXAExtensionFileSystem>,
-                                                        vexa::IVEXAFileSystemCommandOpenFileFolder> {
+class TVEXAPodcastsFileSystem
+    : public vexa::Implements<vexa::TVEXAPropertyListAs<vexa::IVEXAExtensionFileSystem>,
+                              vexa::IVEXAFileSystemCommandOpenFileFolder, vexa::IVEXAFileSystemCommandPresentAddress> {
 public:
     vexa::HResult CanOpenFolder(vexa::IVEXAString* address) noexcept override;
     vexa::HResult OpenFolder(vexa::IVEXAString* address) noexcept override;
+    vexa::HResult GetPresentAddress(vexa::IVEXAString* address) noexcept override;
+    vexa::HResult GetPresentAddresses(vexa::IVEXAObjectList* addresses) noexcept override;
+    vexa::HResult GetMoveCount(std::int64_t* count) noexcept override;
 
 protected:
     void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, vexa::HResult& result) override;

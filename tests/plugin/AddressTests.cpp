@@ -7,9 +7,11 @@
 #include "ObjectList.h"
 #include "PlainSqlite.h"
 #include "Podcasts.Core.DB.h"
+#include "Waiting.h"
 
 #include <QBuffer>
 #include <QImage>
+#include <QProcess>
 
 namespace tests {
 namespace {
@@ -219,6 +221,108 @@ TEST_F(Addresses, TheFeedsUserNameGoesWithLogoAndAudioToItsHostAlone) {
         const QString audio = Host.Player().Resolve("podcast://h/abc.wav").Source;
         EXPECT_EQ(audio, isOwn ? with.chopped(5) + "/1.mp3" : server->Url("/1.mp3"));
     }
+}
+
+/// A feed that another program refreshes, and the plug-in over the same profile.
+class MovedEpisodes : public HostTest {
+protected:
+    using Command = IVEXAFileSystemCommandPresentAddress;
+
+    void SetUp() override {
+        Serve({"a.mp3", "b.mp3?token=1", "c.mp3", "d.mp3"});
+        Run({"subscribe", Server.Url("/feed")});
+        Host.LoadPlugin(QStringLiteral(PLUGIN));
+        ASSERT_EQ(Host.FileSystems().GetFileSystem(host::MakeString(Of("a.mp3")).Get(), Command::IID, Files.PutVoid()),
+                  S_OK);
+    }
+    void Serve(const QStringList& audios) {
+        QString document = "<rss version='2.0'><channel><title>Feed</title>";
+        for (int i = 0; i < audios.size(); ++i)
+            document +=
+                QString("<item><title>T%1</title><guid>g%1</guid><enclosure url='%2' type='audio/mpeg'/></item>")
+                    .arg(QString::number(i), Server.Url('/' + audios[i]));
+        Server.Serve("/feed", Response::Of(QString(document + u"</channel></rss>").toUtf8()));
+    }
+    void Run(const QStringList& words) const {
+        EXPECT_EQ(QProcess::execute(QStringLiteral(PODCASTS), QStringList{"--profile", Profile.Path()} + words), 0);
+    }
+    QString Of(const QString& audio) const { return Server.Url('/' + audio).replace("http", "podcast"); }
+    std::int64_t Count() {
+        std::int64_t count = -1;
+        EXPECT_EQ(Files->GetMoveCount(&count), S_OK);
+        return count;
+    }
+
+    LoopbackServer Server;
+    Ref<Command> Files;
+};
+
+TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
+    EXPECT_EQ(Count(), 0);
+    // The last one's address reads as one of the older form, which names the first one.
+    Serve({"a2.mp3", "b.mp3?token=2", "c.mp3", "feed-1_ZzA="});
+    Run({"refresh"});
+    const struct {
+        QString Address;
+        HResult Result;
+        QString Present;
+    } cases[] = {
+        {Of("a.mp3"), S_OK, Of("a2.mp3")},
+        {Of("a2.mp3"), S_FALSE, {}},
+        {"podcast://x/feed-1_" + QString(QByteArray("g0").toBase64()), S_OK, Of("a2.mp3")},
+        {Of("b.mp3?token=1"), S_OK, Of("b.mp3?token=2")},
+        {Of("c.mp3"), S_FALSE, {}},
+        {Of("d.mp3"), S_FALSE, {}},
+        {Of("e.mp3"), E_FAIL, {}},
+        {"podcast://x/feed-1_" + QString(QByteArray("g9").toBase64()), E_FAIL, {}},
+        {Server.Url("/a.mp3"), E_FAIL, {}},
+        {{}, E_FAIL, {}},
+    };
+    QStringList all, present;
+    for (const auto& c : cases) {
+        const auto text = host::MakeString(c.Address);
+        EXPECT_EQ(Files->GetPresentAddress(text.Get()), c.Result) << c.Address.toStdString();
+        all += c.Address;
+        present += c.Result == S_OK ? c.Present : c.Address;
+        EXPECT_EQ(host::ToQString(text.Get()), present.last());
+    }
+    const auto list = host::MakeStringList(all);
+    list->Insert(0, Ref<IUnknown>(Files.Get()).Get());  // no text: left alone
+    EXPECT_EQ(Files->GetPresentAddresses(list.Get()), S_OK);
+    EXPECT_EQ(host::ToQStringList(list.Get()), present);
+    EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Of("e.mp3")}).Get()), S_FALSE);
+    EXPECT_EQ(Files->GetPresentAddresses(Ref<IVEXAObjectList>(new host::ObjectList).Get()), S_FALSE);
+
+    // An address that differs in its token alone is another one, too.
+    const auto count = Count();
+    EXPECT_GT(count, 0);
+    Run({"refresh"});
+    EXPECT_EQ(Count(), count);
+    Serve({"a2.mp3", "b.mp3?token=3", "c.mp3", "feed-1_ZzA="});
+    Run({"refresh"});
+    EXPECT_GT(Count(), count);
+    EXPECT_EQ(Host.Addresses().Present(Of("b.mp3?token=1")), Of("b.mp3?token=3"));
+
+    Host.UnloadPlugins();
+    std::int64_t none = 0;
+    EXPECT_EQ(Files->GetMoveCount(&none), E_FAIL);
+    EXPECT_EQ(Files->GetPresentAddress(host::MakeString(Of("a.mp3")).Get()), E_FAIL);
+    EXPECT_EQ(Files->GetPresentAddresses(list.Get()), E_FAIL);
+}
+
+TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
+    const auto list = Host.Playlists().Create("P", true);
+    const QString old = "podcast://x/feed-1_" + QString(QByteArray("g2").toBase64());
+    list->Add({Of("a.mp3"), old, Of("gone.mp3")});
+    Serve({"a2.mp3", "b.mp3?token=1", "c.mp3", "d.mp3"});
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    const auto files = [&] {
+        QStringList names;
+        for (const auto& entry : list->Entries()) names += entry.File;
+        return names;
+    };
+    const QStringList expected{Of("a2.mp3"), Of("c.mp3"), Of("gone.mp3")};
+    EXPECT_TRUE(WaitUntil([&] { return files() == expected; })) << files().join(' ').toStdString();
 }
 
 TEST_F(Addresses, NothingThrownReachesTheHost) {
