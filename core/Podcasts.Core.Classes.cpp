@@ -46,6 +46,16 @@ QString MakeURI(const QString& text) {
     return delimiter >= 1 ? u"podcast" + text.sliced(delimiter) : text;
 }
 
+QString EpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
+    const QString& audio = episode.Fields[pefURLAudio];
+    const bool hasTime = !episode.Fields[pefGUID].isEmpty() && audio.contains(u"time");
+    return hasTime ? StandInURI(episode, feed) : MakeURI(audio);
+}
+
+QString StandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
+    return MakeURI(feed.Fields[pffURLFeed] + u"-/" + episode.Fields[pefGUID]);
+}
+
 QString MakeFormat(const QString& addressOrFile) {
     return vexa::FileFormat(addressOrFile);
 }

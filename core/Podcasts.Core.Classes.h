@@ -81,6 +81,12 @@ private:
 /// `text` with everything before its first "://" replaced by "podcast"; unchanged without one (at position 1 or later).
 QString MakeURI(const QString& text);
 
+/// The URI that an episode of a feed is stored under: "podcast" in place of the audio address's scheme. Where the
+/// address contains "time" (it would differ at every refresh), StandInURI.
+QString EpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
+/// A URI that no audio address is needed for: made of the feed's address + "-/" + GUID.
+QString StandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
+
 /// The file format of an address or file name ("MP3"), as column Format and the SQL function hold it.
 QString MakeFormat(const QString& addressOrFile);
 

@@ -51,66 +51,33 @@ struct NewRow {
     /// The bits of the columns in which the stored row differs.
     unsigned DifferencesFrom(const Row& row) const {
         const TPodcastEpisode& episode = *Match.Episode;
-        const auto& fields = episode.Fields;
         unsigned bits = row.Nulls;
-        const auto text = [&](Column column, const QString& value, std::string_view stored) {
-            if (!EqualsUtf8(value, stored)) bits |= 1u << column;
-        };
-        text(ccURI, Match.URI, row.URI);
-        text(ccGUID, fields[pefGUID], row.GUID);
-        text(ccTitle, fields[pefTitle], row.Title);
-        text(ccArtist, fields[pefArtist], row.Artist);
-        text(ccURL, fields[pefURL], row.URL);
-        text(ccURLAudio, fields[pefURLAudio], row.URLAudio);
-        text(ccURLAudioCached, fields[pefURLAudioCached], row.URLAudioCached);
-        text(ccFormat, Format, row.Format);
-        text(ccDescription, fields[pefDescription], row.Description);
+        for (unsigned column = ccURI; column <= ccFormat; ++column)
+            if (!EqualsUtf8(Text(static_cast<Column>(column)), row.*TPodcastStoredEpisodes::kTexts[column]))
+                bits |= 1u << column;
         if (row.PublishDate != episode.PublishDate) bits |= 1u << ccPublishDate;
         if (row.Duration != static_cast<double>(episode.Duration)) bits |= 1u << ccDuration;
         if (row.State != episode.State) bits |= 1u << ccState;
         return bits;
     }
 
-    void AppendValue(SqliteStatement& statement, Column column) const {
-        const TPodcastEpisode& episode = *Match.Episode;
-        switch (column) {
-            case ccURI:
-                statement.Text(Match.URI);
-                break;
-            case ccGUID:
-                statement.Text(episode.Fields[pefGUID]);
-                break;
-            case ccTitle:
-                statement.Text(episode.Fields[pefTitle]);
-                break;
-            case ccDescription:
-                statement.Text(episode.Fields[pefDescription]);
-                break;
-            case ccArtist:
-                statement.Text(episode.Fields[pefArtist]);
-                break;
-            case ccURL:
-                statement.Text(episode.Fields[pefURL]);
-                break;
-            case ccURLAudio:
-                statement.Text(episode.Fields[pefURLAudio]);
-                break;
-            case ccURLAudioCached:
-                statement.Text(episode.Fields[pefURLAudioCached]);
-                break;
-            case ccFormat:
-                statement.Text(Format);
-                break;
-            case ccPublishDate:
-                statement.Double(episode.PublishDate);
-                break;
-            case ccDuration:
-                statement.Double(static_cast<double>(episode.Duration));
-                break;
-            case ccState:
-                statement.Integer(episode.State);
-                break;
-        }
+    void GiveValue(SqliteStatement& statement, Column column) const {
+        if (column == ccPublishDate)
+            statement.Double(Match.Episode->PublishDate);
+        else if (column == ccDuration)
+            statement.Double(static_cast<double>(Match.Episode->Duration));
+        else if (column == ccState)
+            statement.Integer(Match.Episode->State);
+        else
+            statement.Text(Text(column));
+    }
+
+private:
+    const QString& Text(Column column) const {
+        static constexpr TPodcastEpisodeField fields[] = {pefURI,    pefGUID, pefTitle,    pefDescription,
+                                                          pefArtist, pefURL,  pefURLAudio, pefURLAudioCached};
+        if (column == ccURI) return Match.URI;
+        return column == ccFormat ? Format : Match.Episode->Fields[fields[column]];
     }
 };
 
@@ -181,13 +148,10 @@ TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
                                          "WHERE FeedID = ")
                                   .Integer(feedID));
     if (cursor) {
-        static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
-                                                           &Row::Description, &Row::Artist,         &Row::URL,
-                                                           &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
         do {
             Row row;
             int column = 0;
-            for (const auto text : texts) row.*text = cursor->Utf8(column++);
+            for (const auto text : TPodcastStoredEpisodes::kTexts) row.*text = cursor->Utf8(column++);
             row.PublishDate = cursor->Double(ccPublishDate);
             row.Duration = cursor->Double(ccDuration);
             row.State = cursor->Integer(ccState);
@@ -326,7 +290,7 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
         auto update = updates.find(columns);
         if (update == updates.end()) update = updates.emplace(columns, UpdateOf(*this, columns)).first;
         for (unsigned column = ccURI; column <= ccState; ++column)
-            if ((columns & (1u << column)) != 0) newRow->AppendValue(update->second, static_cast<Column>(column));
+            if ((columns & (1u << column)) != 0) newRow->GiveValue(update->second, static_cast<Column>(column));
         update->second.Integer(rowID).Run();
     }
     if (!added.empty()) {
@@ -336,7 +300,7 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
                                "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         for (const NewRow* newRow : added) {
             for (unsigned column = ccURI; column <= ccState; ++column)
-                newRow->AppendValue(insert, static_cast<Column>(column));
+                newRow->GiveValue(insert, static_cast<Column>(column));
             insert.Integer(feedID).Run();
         }
     }

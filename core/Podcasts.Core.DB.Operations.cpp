@@ -73,16 +73,6 @@ void TPodcastsDBQueryBuilder::EpisodeCondition(SqlBuilder& builder, const QStrin
     builder.Raw(") AND (GUID = ").Text(episodeKey.section(delimiter, 2)).Raw(")");
 }
 
-QString TPodcastsDBQueryBuilder::MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
-    const QString& guid = episode.Fields[pefGUID];
-    const QString& audio = episode.Fields[pefURLAudio];
-    return !guid.isEmpty() && audio.contains(u"time") ? MakeStandInURI(episode, feed) : MakeURI(audio);
-}
-
-QString TPodcastsDBQueryBuilder::MakeStandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
-    return MakeURI(feed.Fields[pffURLFeed] + u"-/" + episode.Fields[pefGUID]);
-}
-
 void TPodcastsDBQueryBuilder::CachedFileLength(SqlBuilder& builder) {
     builder.Raw("ifnull(length(URLAudioCached), 0)");
 }

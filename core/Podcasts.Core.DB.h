@@ -31,11 +31,10 @@ public:
 
     /// Appends the condition that names one episode by its key.
     static void EpisodeCondition(vexa::SqlBuilder& builder, const QString& episodeKey);
-    /// The text of column URI: "podcast" in place of the audio address's scheme. Where the address contains "time" (it
-    /// would differ at every refresh), the feed's address + "-/" + GUID stands in for it.
-    static QString MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
-    /// A URI that no audio address is needed for: made of the feed's address + "-/" + GUID.
-    static QString MakeStandInURI(const TPodcastEpisode& episode, const TPodcastFeed& feed);
+    /// The text of column URI.
+    static QString MakeEpisodeURI(const TPodcastEpisode& episode, const TPodcastFeed& feed) {
+        return EpisodeURI(episode, feed);
+    }
     /// Appends the length of the cached file's name, 0 for none.
     static void CachedFileLength(vexa::SqlBuilder& builder);
     static void FileExistsCondition(vexa::SqlBuilder& builder, std::string_view column);

@@ -1,12 +1,11 @@
 #include "Podcasts.Core.Identity.h"
 
-#include "Podcasts.Core.DB.h"
+#include "Podcasts.Core.Identity.Compared.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QHash>
 
 #include <algorithm>
-#include <cstring>
 #include <initializer_list>
 #include <optional>
 #include <tuple>
@@ -14,141 +13,22 @@
 
 namespace podcasts {
 
+using identity::Compared;
+using identity::ComparedOf;
+using identity::Item;
+using identity::Key;
+using identity::KeyHash;
+using identity::RowIndex;
+using identity::Trimmed;
+using identity::WithoutScheme;
 using vexa::EqualsUtf8;
 using Row = TPodcastStoredEpisodes::Row;
 
-// ---- TPodcastStoredEpisodes ----
-
-std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
-    if (bytes.empty()) return {};
-    if (bytes.size() > FChunkLeft) {
-        const std::size_t size = std::max(bytes.size(), kChunkSize);
-        FChunks.push_back(std::make_unique_for_overwrite<char[]>(size));
-        // A text larger than a chunk gets one of its own, filled at once; the next text begins a new one.
-        FChunkLeft = size;
-        FChunkAt = FChunks.back().get();
-    }
-    char* const place = FChunkAt;
-    std::memcpy(place, bytes.data(), bytes.size());
-    FChunkAt += bytes.size();
-    FChunkLeft -= bytes.size();
-    return {place, bytes.size()};
-}
-
-void TPodcastStoredEpisodes::Add(const Row& row) {
-    static constexpr std::string_view Row::*texts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
-                                                       &Row::Description, &Row::Artist,         &Row::URL,
-                                                       &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
-    FRows.push_back(row);
-    for (const auto text : texts) FRows.back().*text = Keep(row.*text);
-}
-
-void TPodcastStoredEpisodes::BuildIndex() {
-    // Sorted here, since SQLite would carry the rows' whole texts through its sorter.
-    std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
-    FByURI.reserve(FRows.size());
-    for (int index = 0; index < static_cast<int>(FRows.size()); ++index)
-        FByURI[FRows[static_cast<std::size_t>(index)].URI] = index;
-}
-
-int TPodcastStoredEpisodes::FindURI(std::string_view uri) const {
-    const auto found = FByURI.find(uri);
-    return found == FByURI.end() ? -1 : found->second;
-}
-
 namespace {
 
-// ---- What is compared ----
-
-bool IsBlank(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-    return text;
-}
-
-/// An address or a GUID as it is compared: without blanks around it and without the scheme, which publishers change
-/// from http to https. "://" stays, so that an address never equals a text that is none.
-std::string_view WithoutScheme(std::string_view text) {
-    text = Trimmed(text);
-    const std::size_t delimiter = text.find("://");
-    if (delimiter == std::string_view::npos || delimiter == 0) return text;
-    // RFC 3986, section 3.1.
-    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
-    const bool isScheme =
-        isLetter(text[0]) && std::all_of(text.begin(), text.begin() + std::ptrdiff_t(delimiter), [&](char c) {
-            return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-        });
-    return isScheme ? text.substr(delimiter) : text;
-}
-
 QString URIOf(const TPodcastEpisode& episode, const TPodcastFeed& document) {
-    return HasAudio(episode) ? TPodcastsDBQueryBuilder::MakeEpisodeURI(episode, document) : QString();
+    return HasAudio(episode) ? EpisodeURI(episode, document) : QString();
 }
-
-/// What the rules look at of an episode of the document or of a stored row.
-struct Compared {
-    std::string_view GUID, Title, Address;
-    double Date = 0;
-};
-
-Compared ComparedOf(const Row& row) {
-    return {WithoutScheme(row.GUID), Trimmed(row.Title), WithoutScheme(row.URLAudio), row.PublishDate};
-}
-
-/// The same of an item of the document, with the bytes that it refers to.
-struct Item {
-    std::string GUID, Title, Address;
-    Compared Is;
-};
-
-/// Several things that must all be the same.
-struct Key {
-    std::string_view A, B = {};
-    double Date = 0;
-    std::string_view C = {};
-    bool operator==(const Key&) const = default;
-};
-
-struct KeyHash {
-    std::size_t operator()(const Key& key) const noexcept {
-        std::size_t hash = std::hash<std::string_view>()(key.A);
-        for (const std::size_t part : {std::hash<std::string_view>()(key.B), std::hash<std::string_view>()(key.C),
-                                       std::hash<double>()(key.Date)})
-            hash = (hash ^ part) * 0x9E3779B97F4A7C15u;
-        return hash;
-    }
-};
-
-/// Rows by what they have in common, those written last first.
-class RowIndex {
-public:
-    explicit RowIndex(std::size_t rows) : FNext(rows, -1) { FFirst.reserve(rows); }
-
-    /// Add rows in the order of their ids.
-    void Add(const Key& key, int row) {
-        const auto [found, isNew] = FFirst.try_emplace(key, row);
-        if (isNew) return;
-        FNext[static_cast<std::size_t>(row)] = found->second;
-        found->second = row;
-    }
-    /// The row written last of those that are not taken; −1 without one. Forgets the taken ones before it.
-    int Last(const Key& key, const std::vector<bool>& taken) {
-        const auto found = FFirst.find(key);
-        if (found == FFirst.end()) return -1;
-        while (found->second >= 0 && taken[static_cast<std::size_t>(found->second)])
-            found->second = Next(found->second);
-        return found->second;
-    }
-    int Next(int row) const { return FNext[static_cast<std::size_t>(row)]; }
-
-private:
-    std::unordered_map<Key, int, KeyHash> FFirst;
-    std::vector<int> FNext;
-};
 
 /// One pass over a document and what is stored of its feed.
 class Matcher {
@@ -438,7 +318,7 @@ private:
             match.URI = vexa::FromUtf8(RowAt(match.Row).URI);
             // Another episode of the document may have the address now. Both stay: this one is named by its GUID.
             if (match.URI.isEmpty() || !FOwners.contains(match.URI)) continue;
-            match.URI = TPodcastsDBQueryBuilder::MakeStandInURI(*match.Episode, FDocument);
+            match.URI = StandInURI(*match.Episode, FDocument);
             if (FOwners.contains(match.URI) || FStored.FindURI(vexa::ToUtf8(match.URI)) >= 0)
                 match.URI += u'#' + QString::number(RowAt(match.Row).RowID);
         }

@@ -5,50 +5,13 @@
 // The rules, for a listener and with what cannot be told, are in docs/database.md. They look at a whole document and
 // all that is stored of its feed at once: no database, no files. One thread uses these objects at a time.
 
-#include "Podcasts.Core.Classes.h"
+#include "Podcasts.Core.StoredEpisodes.h"
 
 #include <QString>
 
-#include <memory>
-#include <span>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace podcasts {
-
-/// What the database holds of one feed's episodes, read at once for a merge. Owns the texts of its rows.
-class TPodcastStoredEpisodes {
-public:
-    struct Row {
-        std::string_view URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, Format;
-        double PublishDate = 0, Duration = 0;
-        int State = 0;
-        qint64 RowID = 0;
-        unsigned Nulls = 0;  // a bit for each column that is NULL, in the order of these members
-    };
-
-    /// Appends a row whose texts are copied.
-    void Add(const Row& row);
-    /// Call once when all rows are there.
-    void BuildIndex();
-
-    /// By row id, so that the row written last is the last one.
-    std::span<const Row> Rows() const noexcept { return FRows; }
-    /// The index of the row with this URI; −1 without one.
-    int FindURI(std::string_view uri) const;
-
-private:
-    static constexpr std::size_t kChunkSize = 1 << 20;
-
-    std::string_view Keep(std::string_view bytes);
-
-    std::vector<std::unique_ptr<char[]>> FChunks;  // hold the rows' texts
-    char* FChunkAt = nullptr;
-    std::size_t FChunkLeft = 0;
-    std::vector<Row> FRows;
-    std::unordered_map<std::string_view, int> FByURI;
-};
 
 /// An episode of a document that counts, and the stored one that it is.
 struct TPodcastEpisodeMatch {

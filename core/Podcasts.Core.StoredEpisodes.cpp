@@ -1,0 +1,42 @@
+#include "Podcasts.Core.StoredEpisodes.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace podcasts {
+
+std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
+    if (bytes.empty()) return {};
+    if (bytes.size() > FChunkLeft) {
+        const std::size_t size = std::max(bytes.size(), kChunkSize);
+        FChunks.push_back(std::make_unique_for_overwrite<char[]>(size));
+        // A text larger than a chunk gets one of its own, filled at once; the next text begins a new one.
+        FChunkLeft = size;
+        FChunkAt = FChunks.back().get();
+    }
+    char* const place = FChunkAt;
+    std::memcpy(place, bytes.data(), bytes.size());
+    FChunkAt += bytes.size();
+    FChunkLeft -= bytes.size();
+    return {place, bytes.size()};
+}
+
+void TPodcastStoredEpisodes::Add(const Row& row) {
+    FRows.push_back(row);
+    for (const auto text : kTexts) FRows.back().*text = Keep(row.*text);
+}
+
+void TPodcastStoredEpisodes::BuildIndex() {
+    // Sorted here, since SQLite would carry the rows' whole texts through its sorter.
+    std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
+    FByURI.reserve(FRows.size());
+    for (int index = 0; index < static_cast<int>(FRows.size()); ++index)
+        FByURI[FRows[static_cast<std::size_t>(index)].URI] = index;
+}
+
+int TPodcastStoredEpisodes::FindURI(std::string_view uri) const {
+    const auto found = FByURI.find(uri);
+    return found == FByURI.end() ? -1 : found->second;
+}
+
+}  // namespace podcasts

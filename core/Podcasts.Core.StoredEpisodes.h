@@ -1,0 +1,51 @@
+#pragma once
+// What the database holds of one feed's episodes, as a merge needs it.
+
+#include "Podcasts.Core.Classes.h"
+
+#include <memory>
+#include <span>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace podcasts {
+
+/// The rows of one feed, read at once. Owns their texts. One thread uses it at a time.
+class TPodcastStoredEpisodes {
+public:
+    struct Row {
+        std::string_view URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, Format;
+        double PublishDate = 0, Duration = 0;
+        int State = 0;
+        qint64 RowID = 0;
+        unsigned Nulls = 0;  // a bit for each column that is NULL, in the order of these members
+    };
+    /// The texts of a row, in their order.
+    static constexpr std::string_view Row::*kTexts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
+                                                        &Row::Description, &Row::Artist,         &Row::URL,
+                                                        &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
+
+    /// Appends a row whose texts are copied.
+    void Add(const Row& row);
+    /// Call once when all rows are there.
+    void BuildIndex();
+
+    /// By row id, so that the row written last is the last one.
+    std::span<const Row> Rows() const noexcept { return FRows; }
+    /// The index of the row with this URI; −1 without one.
+    int FindURI(std::string_view uri) const;
+
+private:
+    static constexpr std::size_t kChunkSize = 1 << 20;
+
+    std::string_view Keep(std::string_view bytes);
+
+    std::vector<std::unique_ptr<char[]>> FChunks;  // hold the rows' texts
+    char* FChunkAt = nullptr;
+    std::size_t FChunkLeft = 0;
+    std::vector<Row> FRows;
+    std::unordered_map<std::string_view, int> FByURI;
+};
+
+}  // namespace podcasts
