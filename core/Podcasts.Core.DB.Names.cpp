@@ -9,7 +9,9 @@
 #include <numeric>
 #include <optional>
 #include <set>
+#include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace podcasts {
 
@@ -75,16 +77,21 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
                                  const TPodcastStoredEpisodes& stored) {
     const auto rows = stored.Rows();
     const auto rowAt = [&](int index) -> const Row& { return rows[static_cast<std::size_t>(index)]; };
+    struct Name {
+        qint64 Digest;
+        bool IsTaken = false;  // by another episode of the document
+    };
     struct Renamed {
         qint64 RowID;
-        std::vector<qint64> Names;  // that it had, the oldest first
-        qint64 Check;               // for the GUID that it gets
+        std::vector<Name> Names;  // that it had, the oldest first
+        qint64 Check;             // for the GUID that it gets
         bool HasNewCheck;
     };
     std::vector<Renamed> renamed;
     std::unordered_map<qint64, std::size_t> renamedByRow;  // their indexes, also by the rows that became one with them
     std::vector<qint64> twins;
     std::optional<URINames> uriNames;
+    std::unordered_set<std::string> takenURIs;
     for (const auto& match : matches) {
         if (match.Row < 0) continue;
         const std::string uri = vexa::ToUtf8(match.URI);
@@ -92,11 +99,16 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         const Row& row = rowAt(match.Row);
         const bool hasNewGUID = !vexa::EqualsUtf8(guid, row.GUID);
         if (match.Twins.empty() && uri == row.URI && !hasNewGUID) continue;
-        if (!uriNames) uriNames.emplace(rows, matches);
+        if (!uriNames) {
+            uriNames.emplace(rows, matches);
+            for (const auto& each : matches) takenURIs.insert(vexa::ToUtf8(each.URI));
+        }
         Renamed& entry = renamed.emplace_back(Renamed{row.RowID, {}, CheckOf(vexa::ToUtf8(guid)), hasNewGUID});
         const auto note = [&](const Row& older) {
-            if (!older.URI.empty() && older.URI != uri) entry.Names.push_back(DigestOf(uriNames->Of(older)));
-            if (!older.GUID.empty() && !vexa::EqualsUtf8(guid, older.GUID)) entry.Names.push_back(DigestOf(older.GUID));
+            if (!older.URI.empty() && older.URI != uri)
+                entry.Names.push_back({DigestOf(uriNames->Of(older)), takenURIs.contains(std::string(older.URI))});
+            if (!older.GUID.empty() && !vexa::EqualsUtf8(guid, older.GUID))
+                entry.Names.push_back({DigestOf(older.GUID)});
             renamedByRow.emplace(older.RowID, renamed.size() - 1);
         };
         for (const int twin : match.Twins) {
@@ -110,8 +122,8 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
     struct Kept {
         qint64 ID, Name;
     };
-    std::vector<std::vector<Kept>> kept(renamed.size());  // names that are stored already, the oldest first
-    std::vector<std::vector<qint64>> handedOn(renamed.size());
+    std::vector<std::vector<Kept>> kept(renamed.size());      // names that are stored already, the oldest first
+    std::vector<std::vector<Kept>> handedOn(renamed.size());  // those of rows that become one with others
     std::vector<qint64> dropped;
     if (const auto cursor = Query(SqlBuilder("SELECT Episode, Name, ID, GUIDCheck, GUID, PodcastEpisodeNames.FeedID "
                                              "FROM PodcastEpisodes JOIN PodcastEpisodeNames ON Episode = "
@@ -125,40 +137,50 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
             }
             const auto found = renamedByRow.find(cursor->Integer64(0));
             if (found == renamedByRow.end()) continue;
-            Renamed& entry = renamed[found->second];
-            if (entry.RowID == found->first)
-                kept[found->second].push_back({cursor->Integer64(2), cursor->Integer64(1)});
-            else
-                handedOn[found->second].push_back(cursor->Integer64(1));
+            const bool isOwn = renamed[found->second].RowID == found->first;
+            (isOwn ? kept : handedOn)[found->second].push_back({cursor->Integer64(2), cursor->Integer64(1)});
         } while (cursor->Next());
 
     SqliteStatement insert(*this,
                            "INSERT INTO PodcastEpisodeNames (Name, Episode, FeedID, GUIDCheck) VALUES (?, ?, ?, ?)");
     SqliteStatement updateCheck(*this, "UPDATE PodcastEpisodeNames SET GUIDCheck = ? WHERE Episode = ?");
-    const auto keep = [&](const Renamed& entry, qint64 name) {
-        insert.Integer(name).Integer(entry.RowID).Integer(feedID).Integer(entry.Check).Run();
-    };
+    SqliteStatement handOn(*this, "UPDATE PodcastEpisodeNames SET GUIDCheck = ?, Episode = ? WHERE ID = ?");
     bool isAnyNew = false;
+    // Gives a name a new ID; one that was stored before loses its old one.
+    const auto keep = [&](const Renamed& entry, std::vector<Kept>& names, qint64 name) {
+        std::erase_if(names, [&](const Kept& one) {
+            if (one.Name == name) dropped.push_back(one.ID);
+            return one.Name == name;
+        });
+        insert.Integer(name).Integer(entry.RowID).Integer(feedID).Integer(entry.Check).Run();
+        isAnyNew = true;
+    };
     for (std::size_t i = 0; i < renamed.size(); ++i) {
-        Renamed& entry = renamed[i];
+        const Renamed& entry = renamed[i];
         if (entry.HasNewCheck && !kept[i].empty()) updateCheck.Integer(entry.Check).Integer(entry.RowID).Run();
-        entry.Names.insert(entry.Names.begin(), handedOn[i].begin(), handedOn[i].end());
         std::set<qint64> known;
         for (const Kept& name : kept[i]) known.insert(name.Name);
-        std::erase_if(entry.Names, [&](qint64 name) { return !known.insert(name).second; });
-        if (entry.Names.size() > kMostNames) entry.Names.erase(entry.Names.begin(), entry.Names.end() - kMostNames);
-        const std::size_t total = kept[i].size() + entry.Names.size();
-        for (std::size_t old = 0; old + kMostNames < total; ++old) dropped.push_back(kept[i][old].ID);
-        for (const qint64 name : entry.Names) keep(entry, name);
-        isAnyNew = isAnyNew || !entry.Names.empty();
+        for (const Kept& name : handedOn[i]) {
+            if (!known.insert(name.Name).second) continue;
+            handOn.Integer(entry.Check).Integer(entry.RowID).Integer(name.ID).Run();
+            kept[i].push_back(name);
+        }
+        std::sort(kept[i].begin(), kept[i].end(), [](const Kept& a, const Kept& b) { return a.ID < b.ID; });
+        std::size_t added = 0;
+        for (const Name& name : entry.Names) {
+            // A known name stays where it is among the others, unless another episode is called so from now on: who
+            // kept the name until now is then led on by its new ID.
+            const bool isNew = known.insert(name.Digest).second;
+            if (!isNew && !name.IsTaken) continue;
+            keep(entry, kept[i], name.Digest);
+            ++added;
+        }
+        for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added > kMostNames; ++old)
+            dropped.push_back(kept[i][old].ID);
     }
     // The greatest ID says that rows have moved: where every name is known already, one is written anew.
-    for (std::size_t i = 0; i < renamed.size() && !isAnyNew; ++i) {
-        if (kept[i].empty()) continue;
-        dropped.push_back(kept[i].back().ID);
-        keep(renamed[i], kept[i].back().Name);
-        isAnyNew = true;
-    }
+    for (std::size_t i = 0; i < renamed.size() && !isAnyNew; ++i)
+        if (!renamed[i].Names.empty()) keep(renamed[i], kept[i], renamed[i].Names.back().Digest);
     ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE ID IN", dropped);
     ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE Episode IN", twins);
 }
@@ -212,6 +234,23 @@ qint64 TPodcastsDB::FindByOlderName(const QString& episodeKey) {
         if (rows.empty() && path != uri) rows = find(SqlBuilder("Name = ").Integer(DigestOf(path)));
     }
     return rows.size() == 1 ? *rows.begin() : 0;  // a name of two episodes names none
+}
+
+qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) {
+    SqlBuilder sql = SelectByName();
+    if (const QChar delimiter(kEpisodeKeyDelimiter); episodeKey.startsWith(delimiter)) {
+        sql.Raw("Name = ").Integer(DigestOf(vexa::ToUtf8(episodeKey.section(delimiter, 2))));
+        sql.Raw(" AND PodcastEpisodeNames.FeedID = ").Integer(episodeKey.section(delimiter, 1, 1).toInt());
+    } else {
+        const std::string uri = vexa::ToUtf8(episodeKey);
+        sql.Raw("Name IN (").Integer(DigestOf(uri)).Raw(", ").Integer(DigestOf(WithoutQuery(uri))).Raw(")");
+    }
+    // The first to lose the name since is the one that had it then.
+    const auto cursor = Read(sql.Raw(" AND ID > ").Integer(moveCount).Raw(" ORDER BY ID"));
+    if (cursor) do
+            if (cursor->Integer64(1) == CheckOf(cursor->Utf8(2))) return cursor->Integer64(0);
+        while (cursor->Next());
+    return 0;
 }
 
 QStringList TPodcastsDB::FindByOlderGUID(int feedID, const QString& digits) {

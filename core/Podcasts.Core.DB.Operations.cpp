@@ -185,22 +185,36 @@ void TPodcastsDB::EnumFeedSummaries(
     });
 }
 
-std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
-    static constexpr std::string_view select = "SELECT *, rowid AS RowID FROM PodcastEpisodes WHERE ";
-    SqlBuilder sql(select);
-    TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
-    // Of several rows of a GUID the one written last has the audio address that is valid now.
-    if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
-    auto cursor = Read(sql);
-    if (!cursor) {
-        const qint64 row = FindByOlderName(episodeKey);
-        if (row != 0) cursor = Read(SqlBuilder(select).Raw("rowid = ").Integer(row));
-    }
+namespace {
+
+constexpr std::string_view kSelectEpisode = "SELECT *, rowid AS RowID FROM PodcastEpisodes WHERE ";
+
+std::unique_ptr<TPodcastEpisode> EpisodeAt(const std::unique_ptr<SqliteCursor>& cursor) {
     if (!cursor) return nullptr;
     auto episode = std::make_unique<TPodcastEpisode>();
     EpisodeColumns(*cursor).Read(*cursor, *episode);
     episode->RowID = cursor->Integer64(cursor->ColumnIndex("RowID"));
     return episode;
+}
+
+}  // namespace
+
+std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisodeOfRow(qint64 rowID) {
+    return rowID == 0 ? nullptr : EpisodeAt(Read(SqlBuilder(kSelectEpisode).Raw("rowid = ").Integer(rowID)));
+}
+
+std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
+    SqlBuilder sql(kSelectEpisode);
+    TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
+    // Of several rows of a GUID the one written last has the audio address that is valid now.
+    if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
+    if (auto episode = EpisodeAt(Read(sql))) return episode;
+    return GetEpisodeOfRow(FindByOlderName(episodeKey));
+}
+
+std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisodeOf(const QString& episodeKey, qint64 moveCount) {
+    auto moved = moveCount >= 0 ? GetEpisodeOfRow(FindMovedSince(episodeKey, moveCount)) : nullptr;
+    return moved ? std::move(moved) : GetEpisode(episodeKey);
 }
 
 bool TPodcastsDB::GetEpisodeCounts(int feedID, int& newCount, int& postponedCount) {

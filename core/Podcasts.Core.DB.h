@@ -97,6 +97,9 @@ public:
 
     /// Episodes.
     std::unique_ptr<TPodcastEpisode> GetEpisode(const QString& episodeKey);
+    /// The episode that the key named when GetMoveCount gave `moveCount`: one that has lost the name since goes before
+    /// the one that has it now. Below 0: it is not known when; as GetEpisode.
+    std::unique_ptr<TPodcastEpisode> GetEpisodeOf(const QString& episodeKey, qint64 moveCount);
     /// ID 0 counts over all feeds. False when there is no such feed.
     bool GetEpisodeCounts(int feedID, int& newCount, int& postponedCount);
     /// An empty address counts over all feeds.
@@ -172,7 +175,10 @@ private:
     /// The row id of the one episode that the key named once; 0 without one. Ask for a key only when no row has it now:
     /// a present name goes before an older one.
     qint64 FindByOlderName(const QString& episodeKey);
+    /// The row id of the first episode that has lost the name since the count of moves was this; 0 without one.
+    qint64 FindMovedSince(const QString& episodeKey, qint64 moveCount);
     bool HasOlderNames();
+    std::unique_ptr<TPodcastEpisode> GetEpisodeOfRow(qint64 rowID);
 
     std::string FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed);
 };

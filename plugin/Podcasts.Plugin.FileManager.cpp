@@ -31,11 +31,12 @@ bool HasPodcastScheme(const QString& address) {
     return address.startsWith(kPrefix, Qt::CaseInsensitive);
 }
 
-/// What the host is to call the episode that an address names; empty when it names none.
-QString PresentAddress(TPodcastsDB& db, const QString& address) {
+/// What the host is to call the episode that an address named when the count of moves was this (below 0: it is
+/// not known when); empty when it names none.
+QString PresentAddress(TPodcastsDB& db, const QString& address, std::int64_t moveCount) {
     QString episodeKey;
     if (!TVEXAPodcastsFileManager::ParseURI(address, episodeKey)) return {};
-    const auto episode = db.GetEpisode(episodeKey);
+    const auto episode = db.GetEpisodeOf(episodeKey, moveCount);
     if (!episode) return {};
     // A URI without our scheme, or one that reads as the older form, would not lead back here.
     const QString& uri = episode->Fields[pefURI];
@@ -240,7 +241,7 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddress(IVEXAString* address) noexcep
     const auto look = [&] {
         const auto client = TPodcastsClientPass::Enter();
         const QString before = FromHostString(address);
-        const QString present = client ? PresentAddress(client->DB(), before) : QString();
+        const QString present = client ? PresentAddress(client->DB(), before, -1) : QString();
         if (present.isEmpty()) return E_FAIL;
         if (present == before) return S_FALSE;
         SetText(*address, present);
@@ -249,7 +250,7 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddress(IVEXAString* address) noexcep
     return GuardedCall("looking for an episode's present address", look, E_FAIL);
 }
 
-HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses) noexcept {
+HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses, std::int64_t moveCount) noexcept {
     const auto look = [&] {
         const auto client = TPodcastsClientPass::Enter();
         if (!client || !addresses) return E_FAIL;
@@ -261,7 +262,7 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses)
             Ref<IVEXAString> text;
             if (Failed(addresses->GetObject(i, IVEXAString::IID, text.PutVoid()))) continue;
             const QString before = FromHostString(text.Get());
-            QString present = PresentAddress(client->DB(), before);
+            QString present = PresentAddress(client->DB(), before, moveCount);
             if (!present.isEmpty() && present != before) moved.emplace_back(std::move(text), std::move(present));
         }
         for (const auto& [text, present] : moved) SetText(*text, present);

@@ -77,7 +77,7 @@ public:
     vexa::HResult CanOpenFolder(vexa::IVEXAString* address) noexcept override;
     vexa::HResult OpenFolder(vexa::IVEXAString* address) noexcept override;
     vexa::HResult GetPresentAddress(vexa::IVEXAString* address) noexcept override;
-    vexa::HResult GetPresentAddresses(vexa::IVEXAObjectList* addresses) noexcept override;
+    vexa::HResult GetPresentAddresses(vexa::IVEXAObjectList* addresses, std::int64_t moveCount) noexcept override;
     vexa::HResult GetMoveCount(std::int64_t* count) noexcept override;
 
 protected:

@@ -180,9 +180,11 @@ struct IVEXAFileSystemCommandPresentAddress : IUnknown {
     /// nothing that is known, or cannot be looked up now. It stays as it was unless the answer is S_OK.
     virtual HResult GetPresentAddress(IVEXAString* address) noexcept = 0;
     /// 4: The same for many: IVEXAString objects of the caller's, which get their present addresses; those that name
-    /// nothing known, and other objects, stay as they are. S_OK: at least one was changed; S_FALSE: none; E_FAIL: they
-    /// cannot be looked up now, and none was changed.
-    virtual HResult GetPresentAddresses(IVEXAObjectList* addresses) noexcept = 0;
+    /// nothing known, and other objects, stay as they are. `moveCount`: what GetMoveCount gave when these were the
+    /// present addresses; one that names something else by now then leads to what it named at that time. Below 0: it
+    /// is not known. S_OK: at least one was changed; S_FALSE: none; E_FAIL: they cannot be looked up now, and none was
+    /// changed.
+    virtual HResult GetPresentAddresses(IVEXAObjectList* addresses, std::int64_t moveCount) noexcept = 0;
     /// 5: A number that grows whenever addresses have moved, whichever process moved them: while it is the same there
     /// is nothing new to ask for. E_FAIL when it cannot be read now. It is to be cheap.
     virtual HResult GetMoveCount(std::int64_t* count) noexcept = 0;

@@ -33,7 +33,7 @@ Host::Host(const HostOptions& options)
       FDecoders(new AudioDecoderService),
       FFileInfos(new FileInfoService),
       FFileSystems(new FileSystemService),
-      FAddresses(std::make_shared<PresentAddresses>(FFileSystems, FLibrary)),
+      FAddresses(std::make_shared<PresentAddresses>(options.ProfileFolder, FFileSystems, FLibrary)),
       FAlbumArt(new AlbumArtService),
       FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, FAddresses, std::make_unique<SilentOutput>())),
       FMenus(new MenuManager(*FCore, FLanguage)),

@@ -3,6 +3,9 @@
 #include "Guarded.h"
 #include "ObjectList.h"
 
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QSet>
 
 #include <algorithm>
@@ -14,12 +17,16 @@ namespace {
 
 using Command = IVEXAFileSystemCommandPresentAddress;
 
+const QString kFollowed = QStringLiteral("followed");
+const QString kScheme = QStringLiteral("scheme");
+const QString kCount = QStringLiteral("count");
+
 // A file system is asked about so many at once, so that stopping need not wait for all of a large playlist.
 constexpr qsizetype kAtOnce = 1000;
 
 /// Nothing when a file system could not say.
 std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
-                                      const std::atomic<bool>& isStopped) {
+                                      const MoveCounts& followed, const std::atomic<bool>& isStopped) {
     QHash<QString, QStringList> byScheme;
     QSet<QString> seen;
     for (const QString& address : addresses) {
@@ -31,13 +38,15 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
     AddressMoves moves;
     for (auto group = byScheme.cbegin(); group != byScheme.cend(); ++group) {
         const auto command = Query<Command>(fileSystems.Find(group.key()).Get());
+        const auto count = followed.find(group.key());
         for (qsizetype from = 0; command && from < group->size(); from += kAtOnce) {
             if (isStopped) return {};
             const QStringList asked = group->mid(from, kAtOnce);
             std::vector<Ref<IVEXAString>> texts;
             const Ref<IVEXAObjectList> list(new ObjectList);
             for (const QString& address : asked) list->Add(texts.emplace_back(MakeString(address)).Get());
-            const HResult result = command->GetPresentAddresses(list.Get());
+            const HResult result =
+                command->GetPresentAddresses(list.Get(), count == followed.end() ? -1 : count->second);
             if (Failed(result)) return {};
             for (std::size_t i = 0; result == S_OK && i < texts.size(); ++i) {
                 const QString& before = asked[static_cast<qsizetype>(i)];
@@ -68,8 +77,14 @@ void Run(LatestTask& worker, bool& isBusy, Work work, Then then) {
 
 }  // namespace
 
-PresentAddresses::PresentAddresses(Ref<FileSystemService> fileSystems, Ref<MusicLibraryService> library)
-    : FFileSystems(std::move(fileSystems)), FLibrary(std::move(library)) {
+PresentAddresses::PresentAddresses(const QString& profileFolder, Ref<FileSystemService> fileSystems,
+                                   Ref<MusicLibraryService> library)
+    : FFileSystems(std::move(fileSystems)),
+      FLibrary(std::move(library)),
+      FFile(QDir(profileFolder).filePath(QStringLiteral("Addresses.json")),
+            QStringLiteral("the counts of moved addresses")) {
+    for (const QJsonValue& one : FFile.Load(kFollowed)[kFollowed].toArray())
+        FFollowed[one[kScheme].toString()] = one[kCount].toInteger();
     FLibrary->AddListener(this);
 }
 
@@ -126,7 +141,7 @@ QString PresentAddresses::Present(const QString& address) const {
 void PresentAddresses::Look() {
     if (FIsLooking || !std::exchange(FIsToLook, false)) return;
     const auto count = [systems = FFileSystems] {
-        Counts counts;
+        MoveCounts counts;
         for (const auto& [scheme, system] : systems->All()) {
             const auto command = Query<Command>(system.Get());
             std::int64_t moves = 0;
@@ -134,7 +149,7 @@ void PresentAddresses::Look() {
         }
         return counts;
     };
-    Run(FLooker, FIsLooking, count, [this](const std::optional<Counts>& counts) {
+    Run(FLooker, FIsLooking, count, [this](const std::optional<MoveCounts>& counts) {
         if (counts && *counts != FCounts)
             AskKept(*counts);
         else
@@ -142,24 +157,34 @@ void PresentAddresses::Look() {
     });
 }
 
-void PresentAddresses::AskKept(const Counts& counts) {
+void PresentAddresses::AskKept(const MoveCounts& counts) {
     QStringList kept;
     for (const AddressKeeper* keeper : FKeepers) kept += keeper->KeptAddresses();
-    const auto find = [this, kept, systems = FFileSystems] { return FindMoves(*systems, kept, FIsStopped); };
+    const auto find = [this, kept, systems = FFileSystems, followed = FFollowed] {
+        return FindMoves(*systems, kept, followed, FIsStopped);
+    };
     Run(FLooker, FIsLooking, find, [this, counts](const auto& moves) {
         // What could not be answered is asked again after the next change.
         if (moves && *moves) {
             FCounts = counts;
             Tell(**moves);
+            if (std::exchange(FFollowed, counts) != counts) SaveFollowed();
         }
         Look();
     });
 }
 
+void PresentAddresses::SaveFollowed() const {
+    QJsonArray followed;
+    for (const auto& [scheme, count] : FFollowed)
+        followed.append(QJsonObject{{kScheme, scheme}, {kCount, qint64(count)}});
+    FFile.Save(QJsonDocument(QJsonObject{{kFollowed, followed}}).toJson());
+}
+
 void PresentAddresses::Answer() {
     if (FIsAnswering || FRequests.empty()) return;
-    const auto find = [this, asked = FRequests.front().Addresses, systems = FFileSystems] {
-        return FindMoves(*systems, asked, FIsStopped);
+    const auto find = [this, asked = FRequests.front().Addresses, systems = FFileSystems, followed = FFollowed] {
+        return FindMoves(*systems, asked, followed, FIsStopped);
     };
     Run(FAnswerer, FIsAnswering, find, [this](const auto& found) {
         const AddressMoves moves = found ? found->value_or(AddressMoves()) : AddressMoves();

@@ -9,9 +9,13 @@
 //
 // All that is kept is asked about when a plug-in has come; then again when a storage's data changed or one of its tasks
 // began or ended, if a file system has counted more moves since. What is not known any more stays as it is.
+//
+// An address may name something else by now, as where a publisher puts whatever is newest at one address. So the count
+// of moves up to which all that is kept has followed is kept, too, in the profile's Addresses.json.
 
 #include "AddressMoves.h"
 #include "FileSystem.h"
+#include "JsonFile.h"
 #include "LatestTask.h"
 #include "MusicLibrary.h"
 
@@ -38,12 +42,16 @@ protected:
     ~AddressKeeper() = default;
 };
 
+/// Counts of moves, by the file systems' schemes.
+using MoveCounts = std::map<QString, std::int64_t>;
+
 class PresentAddresses final : private MusicLibraryListener {
 public:
     using Ticket = std::uint64_t;
     using Then = std::function<void(const AddressMoves&)>;
 
-    PresentAddresses(Ref<FileSystemService> fileSystems, Ref<MusicLibraryService> library);
+    PresentAddresses(const QString& profileFolder, Ref<FileSystemService> fileSystems,
+                     Ref<MusicLibraryService> library);
     ~PresentAddresses();
     PresentAddresses(const PresentAddresses&) = delete;
     PresentAddresses& operator=(const PresentAddresses&) = delete;
@@ -73,14 +81,14 @@ private:
         QStringList Addresses;
         Then Call;
     };
-    using Counts = std::map<QString, std::int64_t>;  // of moves, by the file systems' schemes
 
     void OnDataChanged(const QString&) override { LookSoon(); }
     void OnTasksChanged(const QString&) override { LookSoon(); }
 
     void LookSoon();
     void Look();
-    void AskKept(const Counts& counts);
+    void AskKept(const MoveCounts& counts);
+    void SaveFollowed() const;
     void Answer();
     void Tell(const AddressMoves& moves);
 
@@ -89,7 +97,9 @@ private:
     std::vector<AddressKeeper*> FKeepers;
     std::atomic<bool> FIsStopped{true};  // read by the workers, too, which then ask no more
     bool FIsToLook = false;              // whether there are new moves
-    Counts FCounts;                      // as they were before all that is kept was asked about
+    MoveCounts FCounts;                  // as they were before all that is kept was asked about
+    MoveCounts FFollowed;                // the same, also from the program's last run
+    JsonFile FFile;                      // keeps FFollowed
     std::deque<Request> FRequests;
     Ticket FLastTicket = 0;
     // Two, so that a request need not wait for all that is kept. Each does one thing at a time: answers come in order.

@@ -73,12 +73,14 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     ASSERT_TRUE(WaitUntil([&] { return !next.Playlists().IsBusy(*again); }));
     EXPECT_EQ(Files(*again),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
+    EXPECT_EQ(Moving->AskedSince(), 2) << "the count up to which they had followed";
 }
 
 TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
     Host.Playlists().Create("P", true)->Add({"episode://a", "episode://a", "/music/b.mp3"});
     ASSERT_TRUE(Settle());
     EXPECT_EQ(Moving->TakeAsked(), QStringList("episode://a"));  // at the start, once each, of this scheme alone
+    EXPECT_EQ(Moving->AskedSince(), -1) << "nobody knows when it was called so";
     ASSERT_TRUE(Change());
     EXPECT_EQ(Moving->TakeAsked(), QStringList());
     // What could not be answered is asked again with the next change.

@@ -37,6 +37,12 @@ public:
         return std::exchange(FAsked, {});
     }
 
+    /// The count of moves that was named with the last question.
+    std::int64_t AskedSince() {
+        const std::lock_guard lock(FMutex);
+        return FAskedSince;
+    }
+
     QString Source;  // what the addresses play
 
     void ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept override {
@@ -50,10 +56,11 @@ public:
         if (FFails || found == FMoves.constEnd()) return E_FAIL;
         return address->SetChars(reinterpret_cast<const char16_t*>(found->utf16()), int(found->size()));
     }
-    HResult GetPresentAddresses(IVEXAObjectList* addresses) noexcept override {
+    HResult GetPresentAddresses(IVEXAObjectList* addresses, std::int64_t moveCount) noexcept override {
         {
             const std::lock_guard lock(FMutex);
             FAsked += host::ToQStringList(addresses);
+            FAskedSince = moveCount;
             if (FFails) return E_FAIL;
         }
         HResult result = S_FALSE;
@@ -77,6 +84,7 @@ private:
     std::int64_t FCount = 0;
     bool FFails = false;
     QStringList FAsked;
+    std::int64_t FAskedSince = 0;
 };
 
 }  // namespace tests

@@ -257,6 +257,25 @@ protected:
     Ref<Command> Files;
 };
 
+TEST_F(MovedEpisodes, AreToldFromThoseThatHaveTheirAddressesNow) {
+    const auto present = [&](const QStringList& addresses, std::int64_t since) {
+        const auto list = host::MakeStringList(addresses);
+        EXPECT_TRUE(Succeeded(Files->GetPresentAddresses(list.Get(), since)));
+        return host::ToQStringList(list.Get());
+    };
+    const QStringList kept{Of("a.mp3"), Of("b.mp3?token=1")};
+    // The two episodes take each other's addresses, twice.
+    const QString token = "b.mp3?token=1";
+    for (const QStringList& audios : {QStringList{token, "a.mp3"}, {"a.mp3", token}, {token, "a.mp3"}}) {
+        const std::int64_t before = Count();
+        Serve(audios + QStringList{"c.mp3", "d.mp3"});
+        Run({"refresh"});
+        EXPECT_EQ(present(kept, before), QStringList({kept[1], kept[0]})) << "since the last time";
+        EXPECT_EQ(present(kept, -1), kept) << "as they are called now";
+        EXPECT_EQ(present(kept, Count()), kept);
+    }
+}
+
 TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     EXPECT_EQ(Count(), 0);
     // The last one's address reads as one of the older form, which names the first one.
@@ -288,10 +307,10 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     }
     const auto list = host::MakeStringList(all);
     list->Insert(0, Ref<IUnknown>(Files.Get()).Get());  // no text: left alone
-    EXPECT_EQ(Files->GetPresentAddresses(list.Get()), S_OK);
+    EXPECT_EQ(Files->GetPresentAddresses(list.Get(), -1), S_OK);
     EXPECT_EQ(host::ToQStringList(list.Get()), present);
-    EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Of("e.mp3")}).Get()), S_FALSE);
-    EXPECT_EQ(Files->GetPresentAddresses(Ref<IVEXAObjectList>(new host::ObjectList).Get()), S_FALSE);
+    EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Of("e.mp3")}).Get(), -1), S_FALSE);
+    EXPECT_EQ(Files->GetPresentAddresses(Ref<IVEXAObjectList>(new host::ObjectList).Get(), -1), S_FALSE);
 
     // An address that differs in its token alone is another one, too.
     const auto count = Count();
@@ -307,7 +326,7 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     std::int64_t none = 0;
     EXPECT_EQ(Files->GetMoveCount(&none), E_FAIL);
     EXPECT_EQ(Files->GetPresentAddress(host::MakeString(Of("a.mp3")).Get()), E_FAIL);
-    EXPECT_EQ(Files->GetPresentAddresses(list.Get()), E_FAIL);
+    EXPECT_EQ(Files->GetPresentAddresses(list.Get(), -1), E_FAIL);
 }
 
 TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
