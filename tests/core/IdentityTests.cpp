@@ -28,8 +28,16 @@ struct PlainRow {
     Entry Is;
     QString URI, File;
     int State = pesNew;
-    int Age = 0;        // rows written later have a greater one
-    QStringList Names;  // older ones, the newest last
+    int Age = 0;                   // rows written later have a greater one
+    std::map<int, QString> Names;  // older ones, by when they were noted
+
+    bool Has(const QString& name) const {
+        return std::any_of(Names.begin(), Names.end(), [&](const auto& one) { return one.second == name; });
+    }
+    void Note(const QString& name, int when) {
+        std::erase_if(Names, [&](const auto& one) { return one.second == name; });
+        Names[when] = name;
+    }
 };
 
 QString Compared(const QString& text) {
@@ -98,6 +106,14 @@ public:
 
         std::set<const PlainRow*> gone;
         std::vector<PlainRow> after;
+        const auto uriOf = [&](std::size_t i) {
+            return found[i] && episodes[i].Audio.isEmpty() ? KeptURI(*found[i], episodes[i]) : URIOf(episodes[i]);
+        };
+        std::set<QString> uris;
+        for (std::size_t i = 0; i < episodes.size(); ++i) uris.insert(uriOf(i));
+        bool isAnyNoted = false;
+        int renamed = -1;  // the first row that loses a name
+        QString lastLost;
         for (std::size_t i = 0; i < episodes.size(); ++i) {
             const Entry& is = episodes[i];
             if (!found[i]) {
@@ -118,15 +134,28 @@ public:
                 twins.push_back(&twin);
                 gone.insert(&twin);
             }
-            const QString uri = is.Audio.isEmpty() ? KeptURI(row, is) : URIOf(is);
-            QStringList names;
-            for (const PlainRow* twin : twins) names += twin->Names;
+            const QString uri = uriOf(i);
+            for (const PlainRow* twin : twins)
+                for (const auto& [when, name] : twin->Names)
+                    if (!row.Has(name)) row.Names[when] = name;
             std::vector<const PlainRow*> one(twins.begin(), twins.end());
             one.push_back(found[i]);
-            for (const PlainRow* each : one) names += NamesOf(*each, one, uri, is.GUID);
-            for (const QString& name : names)
-                if (!row.Names.contains(name)) row.Names += name;
-            while (row.Names.size() > 8) row.Names.removeFirst();
+            QStringList lost;
+            for (const PlainRow* each : one) {
+                for (const QString& name : NamesOf(*each, one, uri, is.GUID)) {
+                    lost += name;
+                    // A known one is noted anew only if another episode is called so from now on.
+                    const bool isTaken = name.startsWith('u') && uris.contains(each->URI);
+                    if (row.Has(name) && !isTaken) continue;
+                    row.Note(name, ++LastNoted);
+                    isAnyNoted = true;
+                }
+            }
+            while (row.Names.size() > 8) row.Names.erase(row.Names.begin());
+            if (!lost.isEmpty() && renamed < 0) {
+                renamed = static_cast<int>(after.size());
+                lastLost = lost.last();
+            }
             const int own = row.State;
             for (const PlainRow* twin : twins)
                 if (own == pesNew && (twin->State == pesListened || row.State == pesNew))
@@ -141,6 +170,7 @@ public:
             row.Is.Audio = address;
             after.push_back(row);
         }
+        if (!isAnyNoted && renamed >= 0) after[static_cast<std::size_t>(renamed)].Note(lastLost, ++LastNoted);
         for (PlainRow& row : Rows) {
             const bool isReplaced = std::any_of(after.begin(), after.end(), [&](auto& r) { return r.URI == row.URI; });
             if (!isOut(row) && !gone.contains(&row) && !isReplaced) after.push_back(row);
@@ -162,7 +192,7 @@ public:
              uri.isEmpty() ? QStringList("g" + guid) : QStringList{"u" + uri, "u" + WithoutQuery(uri)})
             if (found.empty())
                 for (const PlainRow& row : Rows)
-                    if (row.Names.contains(name)) found.insert(row.URI);
+                    if (row.Has(name)) found.insert(row.URI);
         return found.size() == 1 ? *found.begin() : QString();
     }
 
@@ -238,6 +268,7 @@ private:
     }
 
     std::vector<Entry> Document;
+    int LastNoted = 0;
 };
 
 /// A publisher's whims.
