@@ -151,8 +151,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     });
     {
         Playback playback(host);
-        PlaylistOrder order(host.Playlists());
-        playback.SetOrder(&order);
+        const PlaylistOrder order(playback, host.Playlists());
         Mpris mpris(playback);
         MainWindow window(host, playback);
         const auto save = [&] {

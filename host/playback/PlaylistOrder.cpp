@@ -1,8 +1,20 @@
 #include "PlaylistOrder.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vexa::host {
+
+PlaylistOrder::PlaylistOrder(Playback& playback, PlaylistManager& playlists)
+    : FPlayback(playback), FPlaylists(playlists) {
+    FPlaylists.AddListener(this);
+    FPlayback.SetOrder(this);
+}
+
+PlaylistOrder::~PlaylistOrder() {
+    FPlayback.SetOrder(nullptr);
+    FPlaylists.RemoveListener(this);
+}
 
 QString PlaylistOrder::Beside(const QString& address, int step) const {
     const Ref<Playlist> playlist = FPlaylists.Active();
@@ -15,6 +27,17 @@ QString PlaylistOrder::Beside(const QString& address, int step) const {
     return index < 0 || index >= static_cast<std::ptrdiff_t>(entries.size())
                ? QString()
                : entries[static_cast<std::size_t>(index)].File;
+}
+
+void PlaylistOrder::OnPlaylistChanged(Playlist& playlist) {
+    if (FPlaylists.Active().Get() == &playlist) TellIfChanged();
+}
+
+void PlaylistOrder::TellIfChanged() {
+    // Listeners are told of every selection, too: most of what they hear changes nothing here.
+    const QString& current = FPlayback.Current().Address;
+    Neighbours now{Before(current), current, After(current)};
+    if (std::exchange(FTold, now) != now) FPlayback.OrderChanged();
 }
 
 }  // namespace vexa::host

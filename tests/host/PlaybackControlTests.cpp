@@ -6,6 +6,7 @@
 #include "PlaybackBar.h"
 #include "PlaybackFixture.h"
 #include "PlaybackMenu.h"
+#include "PlaylistOrder.h"
 #include "RowDelegate.h"
 
 #include <QAbstractButton>
@@ -129,6 +130,37 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     EXPECT_LT(Player->Position(), 50);
     bar.findChild<QAbstractButton*>(u"play"_s)->click();
     EXPECT_TRUE(WaitFor(State::Paused));
+}
+
+TEST_F(PlaybackTest, WhatChangesInThePlaylistThatPlaysChangesWhatIsNext) {
+    const PlaylistOrder order(*Player, Host.Playlists());
+    PlaybackBar bar(*Player, Host);
+    Mpris mpris(*Player);
+    Remote remote(mpris.ServiceName());
+    const QAbstractButton* next = bar.findChild<QAbstractButton*>(u"next"_s);
+    const auto isNext = [&](bool can) {
+        return next->isEnabled() == can &&
+               WaitUntil([&] { return remote.Changed.value(u"CanGoNext"_s, !can).toBool() == can; });
+    };
+    const QString a = Tone(u"a.wav"_s, 60), b = Tone(u"b.wav"_s, 60);
+    const Ref<Playlist> list = Host.Playlists().Create(u"list"_s, true);
+    const Ref<Playlist> other = Host.Playlists().Create(u"other"_s, false);
+    list->Add({a});
+    Player->Play(a);
+    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(isNext(false));
+    list->Add({b});
+    EXPECT_TRUE(isNext(true)) << "an entry was added after what plays";
+    list->Remove({1});
+    EXPECT_TRUE(isNext(false)) << "the entry after what plays was removed";
+    other->Add({a, b});
+    Host.Playlists().Activate(other.Get());
+    EXPECT_TRUE(isNext(true)) << "in the playlist that shows now something comes after it";
+
+    QSignalSpy changes(&*Player, &Playback::UpNextChanged);
+    other->Select({0, 1});
+    list->Add({b});
+    EXPECT_EQ(changes.count(), 0) << "what plays has the same neighbours";
 }
 
 TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
