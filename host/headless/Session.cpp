@@ -2,8 +2,11 @@
 
 #include "VEXA.Runtime.Threads.h"
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QDialog>
+#include <QEvent>
 #include <QJsonDocument>
+#include <QPointer>
 
 #include <unistd.h>
 
@@ -23,6 +26,34 @@ public:
 
 private:
     std::function<void()> FWork;
+};
+
+/// Closes the modal windows that are open, and those that are opened as long as it lives.
+class DialogCloser final : public QObject {
+public:
+    DialogCloser() {
+        qApp->installEventFilter(this);
+        CloseLater();
+    }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show && watched->isWidgetType() && static_cast<QWidget*>(watched)->isModal())
+            CloseLater();
+        return false;
+    }
+
+private:
+    /// A dialog is shown before it waits in its event loop, and only a loop that runs can be ended.
+    void CloseLater() { QMetaObject::invokeMethod(this, &DialogCloser::Close, Qt::QueuedConnection); }
+    void Close() {
+        const QPointer<QWidget> window = QApplication::activeModalWidget();
+        if (!window) return;
+        if (auto* dialog = qobject_cast<QDialog*>(window))
+            dialog->reject();
+        else
+            window->close();
+        if (window) window->hide();  // also one that refuses to close
+        CloseLater();                // the dialog that this one was opened from
+    }
 };
 
 }  // namespace
@@ -45,6 +76,7 @@ void Session::Read() {
     } else {
         FInput.setEnabled(false);
         FHasEnded = true;
+        FDialogCloser = std::make_unique<DialogCloser>();
         if (!FUnread.isEmpty()) FUnread.append('\n');
     }
     for (qsizetype end = FUnread.indexOf('\n'); end >= 0; end = FUnread.indexOf('\n')) {
@@ -60,7 +92,7 @@ void Session::Proceed() {
         FLines.pop_front();
         Begin(line);
     }
-    if (!FIsBusy && FHasEnded) QCoreApplication::quit();
+    if (!FIsBusy && FHasEnded) Quit();
 }
 
 void Session::Begin(const QString& line) {
@@ -89,15 +121,22 @@ void Session::End(const Command& command, const QJsonObject& answer) {
     if (!command.EndsSession) return;
     FInput.setEnabled(false);
     FLines.clear();
-    QCoreApplication::quit();
+    Quit();
+}
+
+/// Also out of a dialog that no command waits for: QCoreApplication::quit() asks windows, which may refuse.
+void Session::Quit() {
+    QCoreApplication::exit(FStatus);
 }
 
 void Session::Write(const QJsonObject& answer) {
     const QByteArray line = QJsonDocument(answer).toJson(QJsonDocument::Compact) + '\n';
     if (std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout) !=
             static_cast<std::size_t>(line.size()) ||
-        std::fflush(stdout) != 0)
-        QCoreApplication::exit(1);  // nobody hears the answers any more
+        std::fflush(stdout) != 0) {
+        FStatus = 1;  // nobody hears the answers any more
+        Quit();
+    }
 }
 
 }  // namespace vexa::host

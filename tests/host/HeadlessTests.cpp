@@ -127,3 +127,13 @@ TEST_F(Headless, ASignalEndsThePluginAsItShould) {
     EXPECT_EQ(program.exitCode(), 0);
     EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains("Finalized=1"));
 }
+
+TEST_F(Headless, TheEndOfTheInputEndsDialogsOfCommands) {
+    // The first dialog is open when the input ends. The second one opens later, after a command on a worker thread.
+    const Outcome outcome =
+        RunHere("load\nrun VEXA.Podcasts.Actions.Subscribe\nresolve x\nrun VEXA.Podcasts.Actions.Subscribe\nplugin\n");
+    EXPECT_EQ(outcome.Status, 0) << outcome.Error.toStdString();
+    ASSERT_EQ(outcome.Answers.size(), 5);
+    for (const QJsonObject& answer : outcome.Answers) EXPECT_TRUE(answer[u"ok"].toBool());
+    EXPECT_EQ(outcome.Answers[4][u"name"].toString(), "Podcasts");
+}
