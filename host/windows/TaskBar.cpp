@@ -20,7 +20,8 @@ constexpr int kCaptionWidth = 380, kBarWidth = 90;
 
 }  // namespace
 
-/// One task: its caption, a bar that only says that it goes on, and a button to stop it.
+/// One task: its caption, a bar that only says that it goes on, and a button to stop it. Hidden until the caption is
+/// read by Update: a storage may hand over the caption's format, and put the text into it afterwards.
 class TaskBar::Entry {
 public:
     Entry(TaskBar& owner, const BackgroundTask& task)
@@ -46,7 +47,7 @@ public:
             row->addWidget(FCancel);
         }
         Paint();
-        Update();
+        FWidget->hide();
     }
     ~Entry() { delete FWidget; }
 
@@ -55,6 +56,7 @@ public:
         const QString caption = ToQString(FCaption.Get()).simplified();
         FLabel->setText(FLabel->fontMetrics().elidedText(caption, Qt::ElideMiddle, kCaptionWidth));
         FLabel->setAccessibleName(caption);
+        FWidget->show();
         if (!FCancel) return;
         const QString name = FTexts("CancelTask", caption);
         FCancel->setAccessibleName(name);
@@ -138,7 +140,7 @@ void TaskBar::Update(const LibraryStorage* storage) {
             FProblems.erase(task.ID);
             entry = std::make_unique<Entry>(*this, task);
             addWidget(entry->Widget());
-            entry->Widget()->show();
+            QMetaObject::invokeMethod(this, &TaskBar::Poll, Qt::QueuedConnection);
         }
     // What is left has ended.
     if (const auto subscriptions = storage ? storage->Subscriptions() : Ref<IVEXAMLSubscriptionStorage>())

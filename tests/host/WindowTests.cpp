@@ -7,6 +7,7 @@
 #include "MainWindow.h"
 #include "ShowNotes.h"
 #include "SubscribeDialog.h"
+#include "TaskBar.h"
 #include "VEXA.Runtime.ChoiceDialog.h"
 #include "Waiting.h"
 
@@ -181,6 +182,29 @@ TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 1; }));
     EXPECT_EQ(Pane->Model().File(0), "episode://e3");
     EXPECT_EQ(resets.count(), 1);
+}
+
+TEST_F(Table, ACaptionThatIsMadeAfterItsTaskHasBegunShowsAsItWasMade) {
+    Open();
+    TaskBar bar(Host.Library(), Host.Language());
+    bar.show();
+    const auto shown = [&bar] {
+        QStringList texts;
+        for (const QLabel* label : bar.findChildren<QLabel*>())
+            if (label->isVisible()) texts += label->text();
+        return texts;
+    };
+    const Ref<IVEXAString> caption = MakeString("Loading: %s");
+    Storage->Manager->BackgroundTaskStarted(1, caption.Get(), nullptr);
+    bar.Update(&*Library);
+    EXPECT_EQ(shown(), QStringList());
+    const QString made = u"Loading: 1 of 3"_s;
+    caption->SetChars(reinterpret_cast<const char16_t*>(made.utf16()), static_cast<std::int32_t>(made.size()));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(shown(), QStringList(made));
+    Storage->Manager->BackgroundTaskFinished(1);
+    bar.Update(&*Library);
+    EXPECT_EQ(shown(), QStringList());
 }
 
 TEST(ShowNotes, NotesAreHarmless) {
