@@ -9,6 +9,7 @@
 #include <QKeyEvent>
 #include <QKeySequence>
 #include <QLabel>
+#include <QMenu>
 #include <QScrollArea>
 #include <QWindow>
 
@@ -47,7 +48,8 @@ QWidget* FindNextControl(QWidget& container, QWidget* start, bool forward, Accep
     const std::ptrdiff_t step = forward ? 1 : -1;
     for (i += step; i >= 0 && i < count; i += step) {
         QWidget* const control = controls[static_cast<std::size_t>(i)];
-        if (!CanFocus(*control)) continue;
+        // One with a proxy, as the edit inside a spin box, hands the focus on to a control that has its own place.
+        if (!CanFocus(*control) || control->focusProxy()) continue;
         if (accept == Accept::TabStops && !(control->focusPolicy() & Qt::TabFocus)) continue;
         if (accept == Accept::DirectChildren && control->parentWidget() != &container) continue;
         return control;
@@ -127,15 +129,27 @@ bool IsInternal(const QString& name) {
     return name.isEmpty() || name.startsWith(QLatin1String("qt_")) || name.startsWith(QLatin1String("_q_"));
 }
 
+/// Whether it is a window of its own, such as a dialog that the form has opened. Menus are parts of the form.
+bool IsOtherWindow(const QObject& component) {
+    const auto* const widget = qobject_cast<const QWidget*>(&component);
+    return widget && widget->isWindow() && !qobject_cast<const QMenu*>(widget);
+}
+
+void LocalizeInside(QObject& container, const QString& prefix) {
+    for (QObject* const component : container.children()) {
+        if (IsOtherWindow(*component)) continue;
+        const auto* const action = qobject_cast<QAction*>(component);
+        if (!IsInternal(component->objectName()) && !(action && action->isSeparator()))
+            Localize(*component, prefix + component->objectName());
+        LocalizeInside(*component, prefix);
+    }
+}
+
 }  // namespace
 
 void LocalizeForm(QWidget& form, const QString& prefix) {
     form.setWindowTitle(LocalizedText(prefix + u"Caption"));
-    for (QObject* const component : form.findChildren<QObject*>()) {
-        const auto* const action = qobject_cast<QAction*>(component);
-        if (IsInternal(component->objectName()) || (action && action->isSeparator())) continue;
-        Localize(*component, prefix + component->objectName());
-    }
+    LocalizeInside(form, prefix);
 }
 
 TVEXACustomOptionsFrame::TVEXACustomOptionsFrame() = default;

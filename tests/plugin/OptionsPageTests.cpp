@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
+#include <QSpinBox>
 #include <QToolButton>
 
 namespace podcasts {
@@ -136,6 +137,10 @@ TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
     WithDialog([&] { Click(On<QToolButton>("edDownloadPathButtons0")); },
                [&](QWidget& browser) {
                    EXPECT_EQ(browser.windowTitle(), "Choose a folder:");
+                   const QString label = Find<QLabel>(browser, "lookInLabel").text();
+                   EXPECT_NE(label, "");
+                   Frame->HandleNotification(IVEXAOptionsDialogFrame::Localize);
+                   EXPECT_EQ(Find<QLabel>(browser, "lookInLabel").text(), label);
                    Find<QLineEdit>(browser, "fileNameEdit").setText(folder);
                    static_cast<QFileDialog&>(browser).QDialog::accept();
                });
@@ -153,13 +158,21 @@ TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
 }
 
 TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
+    // Its edit can have the focus, too, and gives it to the box.
+    auto* const number = new QSpinBox(&On<QGroupBox>("GB3"));
+    number->setObjectName("number");
+    number->show();
     QStringList forward, backward;
-    for (Bool32 more = Frame->FocusFirstControl(); more != kFalse; more = Frame->FocusNextControl(kTrue, kTrue))
-        forward += Focused();
     const QStringList order{
-        "cbUpdates", "CB1", "CB3", "edDownloadPath", "edDownloadPathButtons0", "edDownloadPathButtons1", "CB2", "CB4"};
+        "cbUpdates", "CB1", "CB3",   "edDownloadPath", "edDownloadPathButtons0", "edDownloadPathButtons1",
+        "CB2",       "CB4", "number"};
+    const auto isStuck = [&](const QStringList& way) { return way.size() > order.size(); };
+    for (Bool32 more = Frame->FocusFirstControl(); more && !isStuck(forward);
+         more = Frame->FocusNextControl(kTrue, kTrue))
+        forward += Focused();
     EXPECT_EQ(forward, order);
-    for (Bool32 more = Frame->FocusLastControl(); more != kFalse; more = Frame->FocusNextControl(kFalse, kTrue))
+    for (Bool32 more = Frame->FocusLastControl(); more && !isStuck(backward);
+         more = Frame->FocusNextControl(kFalse, kTrue))
         backward.prepend(Focused());
     EXPECT_EQ(backward, order);
 
