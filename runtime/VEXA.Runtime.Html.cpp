@@ -18,9 +18,10 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kLook = 1024;             // bytes, within which a document says what it is
-constexpr qsizetype kMostRead = 1024 * 1024;  // bytes; links stand in a page's head
-constexpr int kDeepest = 256;                 // elements; the parser searches all that are open for each end tag
+constexpr qsizetype kLook = 1024;               // bytes, within which a document says what it is
+constexpr qsizetype kMostRead = 1024 * 1024;    // bytes; links stand in a page's head
+constexpr int kDeepest = 256;                   // elements; the parser searches all that are open for each end tag
+constexpr std::size_t kLongestTag = 64 * 1024;  // bytes; the parser compares each attribute with all before it
 constexpr std::size_t kMostLinks = 100;
 constexpr qsizetype kLongestTitle = 300;
 constexpr qsizetype kLongestAddress = 8192;
@@ -42,18 +43,20 @@ class LinkCollector {
 public:
     LinkCollector(const QString& relation, const QString& type) : FRelation(relation), FType(type) {}
 
-    void Read(const std::string& page) {
+    void Read(std::string_view page) {
         htmlSAXHandler handler{};
         handler.startElement = Start;
         handler.endElement = End;
+        handler.characters = handler.cdataBlock = Text;
         const std::unique_ptr<htmlParserCtxt, decltype(&htmlFreeParserCtxt)> parser(htmlNewParserCtxt(),
                                                                                     htmlFreeParserCtxt);
         if (!parser) throw std::bad_alloc();
         *parser->sax = handler;
         parser->userData = this;
         FParser = parser.get();
-        htmlCtxtReadMemory(
-            FParser, page.data(), static_cast<int>(page.size()), nullptr, "UTF-8",
+        FRest = page;
+        htmlCtxtReadIO(
+            FParser, GivePart, nullptr, this, nullptr, "UTF-8",
             HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET | HTML_PARSE_IGNORE_ENC);
         FParser = nullptr;
     }
@@ -69,8 +72,21 @@ private:
         return {};
     }
 
+    /// The page comes to an end where the parser asks for ever more without telling of anything.
+    static int GivePart(void* self, char* to, int size) noexcept {
+        auto& collector = *static_cast<LinkCollector*>(self);
+        if (collector.FSilent >= kLongestTag) return 0;
+        const std::string_view part = collector.FRest.substr(0, static_cast<std::size_t>(size));
+        std::copy(part.begin(), part.end(), to);
+        collector.FRest.remove_prefix(part.size());
+        collector.FSilent += part.size();
+        return static_cast<int>(part.size());
+    }
+    static void Text(void* self, const xmlChar*, int) noexcept { static_cast<LinkCollector*>(self)->FSilent = 0; }
+
     static void Start(void* self, const xmlChar* name, const xmlChar** attributes) noexcept {
         auto& collector = *static_cast<LinkCollector*>(self);
+        collector.FSilent = 0;
         try {
             collector.Note(reinterpret_cast<const char*>(name), attributes);
         } catch (...) {  // out of memory: what is found so far has to do
@@ -95,6 +111,8 @@ private:
 
     const QString FRelation, FType;
     xmlParserCtxtPtr FParser = nullptr;
+    std::string_view FRest;   // of the page, which the parser has not got
+    std::size_t FSilent = 0;  // bytes that it has got since it told of something
     int FDepth = 0;
     bool FIsFull = false;
 };

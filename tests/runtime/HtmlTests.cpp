@@ -61,6 +61,9 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     EXPECT_EQ(Links(kLink + QByteArray(100'000, 'x') + ">"), "");
     EXPECT_EQ(Links(kLink + "f>" + QByteArray(5'000'000, 'x') + kLink + "g>"), "https://h/dir/f");
     // Elements that are never closed, end tags of none: each of these would be looked for among all that are open.
+    // Attributes: each is compared with all before it.
+    QByteArray attributes;
+    for (int i = 0; i < 150'000; ++i) attributes += " a" + QByteArray::number(i, 36);
     const QByteArray pages[] = {
         kLink + "f>" + QByteArray("<b>").repeated(300'000),
         kLink + "f>" + QByteArray("<i><b>").repeated(80'000) + QByteArray("</u>").repeated(130'000),
@@ -69,7 +72,12 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
         kLink + "f>" + QByteArray("<!--").repeated(200'000),
         kLink + "f>" + QByteArray("&#x110000;&am").repeated(60'000),
         kLink + "f>" + "<p " + QByteArray("a='b' ").repeated(150'000) + ">",
+        kLink + "f>" + "<p" + attributes + ">" + kLink + "g>",
     };
+    EXPECT_EQ(Links("<script>" + QByteArray(300'000, 'x') + "</script><style>" + QByteArray("a{}\n").repeated(80'000) +
+                    "</style>" + kLink + "f>"),
+              "https://h/dir/f")
+        << "long texts are no reason to stop";
     for (const QByteArray& page : pages) {
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Links(page), "https://h/dir/f") << page.mid(60, 40).toStdString();
