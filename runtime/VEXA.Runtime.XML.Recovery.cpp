@@ -23,6 +23,8 @@ using Kind = XmlPiece::Kind;
 
 // RSS knows no items inside items.
 constexpr std::string_view kItem = "item";
+// Of one element; further ones are left out. libxml2 compares each with all before it.
+constexpr int kMostAttributes = 1000;
 
 bool IsBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -129,7 +131,7 @@ private:
         FOut += '<';
         FOut += piece.Name;
         std::string_view attributes = piece.Attributes, name, quoted;
-        while (TakeXmlAttribute(attributes, name, quoted)) {
+        for (int i = 0; i < kMostAttributes && TakeXmlAttribute(attributes, name, quoted); ++i) {
             FOut += ' ';
             FOut += name;
             FOut += '=';

@@ -125,6 +125,12 @@ TEST(Xml, NeverTakesABeginningForADamagedDocument) {
         EXPECT_THROW(XmlDocument{document.first(size)}, XmlError) << document.first(size).toStdString();
     const QByteArray deep = "<r><3" + QByteArray("<a>").repeated(300) + QByteArray("</a>").repeated(300) + "</r>";
     EXPECT_THROW(XmlDocument{deep}, XmlError) << "deeper than the reader goes";
+    QByteArray attributes;  // each of which the reader compares with all before it
+    for (int i = 0; i < 300'000; ++i) attributes += " a" + QByteArray::number(i, 36) + "='x'";
+    const XmlDocument wide("<r><3<a" + attributes + "/><b>c</b></r>");
+    EXPECT_EQ(wide.FindPath({"r", "a"}).Attribute("a1"), "x");
+    EXPECT_EQ(wide.FindPath({"r", "a"}).Attribute("azzz"), "") << "more attributes than any element has";
+    EXPECT_EQ(wide.FindPath({"r", "b"}).Text(), "c");
     const QByteArray large = "<r><3" + QByteArray(8 * 1024 * 1024, ' ') + "</r>";
     EXPECT_THROW(XmlDocument{large}, XmlError);
 }
