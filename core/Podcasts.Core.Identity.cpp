@@ -327,28 +327,44 @@ private:
     /// Rows that earlier versions of the program made of one episode whose address had changed.
     void FindTwins() {
         if (FFreeRows == 0) return;
-        std::unordered_multimap<std::string_view, std::size_t> found;
-        for (std::size_t i = 0; i < FMatches.size(); ++i)
-            if (FMatches[i].Row >= 0) found.emplace(WithoutScheme(RowAt(FMatches[i].Row).GUID), i);
+        std::unordered_set<std::string_view> found;
+        for (const TPodcastEpisodeMatch& match : FMatches)
+            if (match.Row >= 0) found.insert(WithoutScheme(RowAt(match.Row).GUID));
+        Owners owners;
         for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
             if (!IsFree(row)) continue;
             const std::string_view guid = WithoutScheme(RowAt(row).GUID);
-            const auto [begin, end] = found.equal_range(guid);
-            if (begin == end || !Tells(guid)) continue;
-            // Rows of one GUID were found in no certain order; the document's decides.
-            std::optional<std::size_t> owner;
-            for (auto it = begin; it != end; ++it)
-                if ((!owner || it->second < *owner) && IsTwin(row, it->second)) owner = it->second;
-            if (owner) FMatches[*owner].Twins.push_back(row);
+            if (!found.contains(guid) || !Tells(guid)) continue;
+            if (owners.empty()) owners = OwnersOfTwins();
+            const Compared& twin = ComparedRow(row);
+            const std::string_view address = StandsInDocument(twin.Address) ? twin.Address : std::string_view();
+            auto owner = owners.find({guid, twin.Title, 0, address});
+            const auto byDate = twin.Date == 0 ? owners.end() : owners.find({guid, {}, twin.Date, address});
+            if (owner == owners.end() || (byDate != owners.end() && byDate->second < owner->second)) owner = byDate;
+            if (owner != owners.end()) FMatches[owner->second].Twins.push_back(row);
         }
     }
 
-    bool IsTwin(int row, std::size_t match) {
-        const Compared twin = ComparedRow(row), &is = Of(match), &kept = ComparedRow(FMatches[match].Row);
-        const bool isSameTitle = twin.Title == kept.Title || twin.Title == is.Title;
-        const bool isSameDate = twin.Date != 0 && (twin.Date == kept.Date || twin.Date == is.Date);
-        if (!isSameTitle && !isSameDate) return false;
-        return !StandsInDocument(twin.Address) || twin.Address == is.Address;
+    /// Matches by what a twin has in common with one: the GUID of the row found, the title or the date of that row or
+    /// of the episode; and the episode's address, which a twin whose address stands in the document must have.
+    using Owners = std::unordered_map<Key, std::size_t, KeyHash>;
+
+    /// Of several matches the first in the document.
+    Owners OwnersOfTwins() {
+        Owners owners;
+        for (std::size_t i = 0; i < FMatches.size(); ++i) {
+            if (FMatches[i].Row < 0) continue;
+            const std::string_view guid = WithoutScheme(RowAt(FMatches[i].Row).GUID);
+            if (!Tells(guid)) continue;
+            const Compared &is = Of(i), &kept = ComparedRow(FMatches[i].Row);
+            for (const std::string_view address : {std::string_view(), is.Address}) {
+                for (const std::string_view title : {is.Title, kept.Title})
+                    owners.try_emplace({guid, title, 0, address}, i);
+                for (const double date : {is.Date, kept.Date})
+                    if (date != 0) owners.try_emplace({guid, {}, date, address}, i);
+            }
+        }
+        return owners;
     }
 
     const TPodcastFeed& FDocument;
