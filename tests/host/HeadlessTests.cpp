@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QProcessEnvironment>
 
 #include <gtest/gtest.h>
 
@@ -22,9 +23,19 @@ struct Outcome {
     QString Error;
 };
 
+/// As where there is no display: with one, or with a platform that needs none, the program without options opens its
+/// window.
+void Start(QProcess& program, const QStringList& options) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        environment.remove(QString::fromLatin1(name));
+    program.setProcessEnvironment(environment);
+    program.start(VEXA, options);
+}
+
 Outcome RunProgram(const QStringList& options, const QByteArray& input) {
     QProcess program;
-    program.start(VEXA, options);
+    Start(program, options);
     program.write(input);
     program.closeWriteChannel();
     if (!program.waitForFinished(kLongest)) return {-2, {}, "it did not end"};
@@ -119,7 +130,7 @@ TEST_F(Headless, WrongOptionsAndPluginsAreComplainedAbout) {
 
 TEST_F(Headless, ASignalEndsThePluginAsItShould) {
     QProcess program;
-    program.start(VEXA, Options({"--plugin", TEST_PLUGIN}));
+    Start(program, Options({"--plugin", TEST_PLUGIN}));
     program.write("help\n");
     while (!program.canReadLine()) ASSERT_TRUE(program.waitForReadyRead(kLongest));
     program.terminate();
