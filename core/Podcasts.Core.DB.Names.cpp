@@ -166,16 +166,16 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
             kept[i].push_back(name);
         }
         std::sort(kept[i].begin(), kept[i].end(), [](const Kept& a, const Kept& b) { return a.ID < b.ID; });
-        std::size_t added = 0;
+        std::vector<qint64> added;
         for (const Name& name : entry.Names) {
             // A known name stays where it is among the others, unless another episode is called so from now on: who
             // kept the name until now is then led on by its new ID.
             const bool isNew = known.insert(name.Digest).second;
-            if (!isNew && !name.IsTaken) continue;
-            keep(entry, kept[i], name.Digest);
-            ++added;
+            if (isNew || name.IsTaken) added.push_back(name.Digest);
         }
-        for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added > kMostNames; ++old)
+        if (added.size() > kMostNames) added.erase(added.begin(), added.end() - kMostNames);
+        for (const qint64 name : added) keep(entry, kept[i], name);
+        for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added.size() > kMostNames; ++old)
             dropped.push_back(kept[i][old].ID);
     }
     // The greatest ID says that rows have moved: where every name is known already, one is written anew.

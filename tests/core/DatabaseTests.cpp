@@ -54,6 +54,25 @@ protected:
     PlainSqlite Other{File};
 };
 
+TEST_F(Database, OfRowsThatBecomeOneTheNewestEightNamesAreKept) {
+    const auto feed = [](int address) {
+        TPodcastFeed made;
+        made.Fields[pffURLFeed] = kFeed;
+        AddEpisode(made, "guid", QString("http://h/%1.mp3").arg(address), 45000);
+        return made;
+    };
+    for (int i = 0; i < 20; ++i) {
+        TPodcastFeed stored = feed(i);
+        DB.AddOrUpdate(stored);
+    }
+    TPodcastFeed document = feed(20);
+    DB.Merge(document);
+    EXPECT_EQ(Rows("SELECT URI FROM PodcastEpisodes"), QStringList("podcast://h/20.mp3"));
+    EXPECT_EQ(DB.QueryInteger("SELECT Count(*) FROM PodcastEpisodeNames"), 8);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
+}
+
 TEST_F(Database, WhatIsStoredComesBackInEveryFieldWhateverTheTextHolds) {
     const QString longText = u"a"_s.repeated(100000);
     const QStringList texts = {"",
