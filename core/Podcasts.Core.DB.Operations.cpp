@@ -353,13 +353,18 @@ void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileNa
 
 bool TPodcastsDB::SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName) {
     const auto lock = Lock();
+    const auto ofFeed = [&](std::string_view columns) {
+        return SqlBuilder("(SELECT ").Raw(columns).Raw(" FROM PodcastEpisodes WHERE FeedID = ").Integer(episode.FeedID);
+    };
+    // The row keeps its id when it moves. Another program of an older version writes it anew, under one of its names. A
+    // row that has become one with others is the one of its GUID, which may have a file already.
     SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = ");
-    sql.Text(fileName).Raw(" WHERE FeedID = ").Integer(episode.FeedID).Raw(" AND ");
-    // The row keeps its id when it moves. Another program of an older version writes it anew, under one of its names.
-    sql.Raw("rowid = ifnull((SELECT rowid FROM PodcastEpisodes WHERE rowid = ").Integer(episode.RowID);
-    sql.Raw(" AND FeedID = ").Integer(episode.FeedID).Raw("), (SELECT rowid FROM PodcastEpisodes WHERE FeedID = ");
-    sql.Integer(episode.FeedID).Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Raw(" AND URI = ");
-    ExecuteSQL(sql.Text(episode.Fields[pefURI]).Raw("))"));
+    sql.Text(fileName).Raw(" WHERE rowid = coalesce(");
+    sql.Raw(ofFeed("rowid").Raw(" AND rowid = ").Integer(episode.RowID).Raw("), ").Sql());
+    sql.Raw(ofFeed("rowid").Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Sql());
+    sql.Raw(" AND URI = ").Text(episode.Fields[pefURI]).Raw("), ");
+    sql.Raw(ofFeed("CASE WHEN Count(*) = 1 AND Count(nullif(URLAudioCached, '')) = 0 THEN max(rowid) END").Sql());
+    ExecuteSQL(sql.Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Raw("))"));
     return ChangedRows() > 0;
 }
 

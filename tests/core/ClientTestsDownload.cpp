@@ -227,6 +227,25 @@ TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
     EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
 }
 
+TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowHasBecomeOneWithMeanwhile) {
+    Subscribe("a", {{"1", "/old.mp3"}});
+    StartAndStall({Key("/old.mp3")}, "/old.mp3", AudioFile("a/old.mp3"));
+    TPodcastFeed feed;  // as an earlier version stored a changed address
+    feed.Fields[pffURLFeed] = Server.Url("/a");
+    TPodcastEpisode& twin = feed.NewEpisode();
+    twin.Fields[pefGUID] = "1";
+    twin.Fields[pefTitle] = Episode("/old.mp3").Fields[pefTitle];
+    twin.Fields[pefURLAudio] = Server.Url("/new.mp3");
+    Client->DB().AddOrUpdate(feed);
+    Server.Serve("/a", Document("a", {{"1", "/new.mp3"}}));
+    Client->RefreshFeeds({Server.Url("/a")});
+    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
+    ASSERT_EQ(EpisodeCount("/a"), 1);
+    Server.Release("/old.mp3");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(CachedFile("/new.mp3"), AudioFile("a/old.mp3"));
+}
+
 TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribedWithFiles) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
     Subscribe("b", {{"1", "/1.mp3"}});
