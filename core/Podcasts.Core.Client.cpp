@@ -103,8 +103,9 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
             if (FDB->IsFileOfAnotherFeed(fileName, feed->ID)) continue;
             if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
         }
+        // By the number: a refresh of another process may have given the feed another address meanwhile.
+        FDB->Remove(feed->ID);
     }
-    FDB->Remove(feedURL);
     NotifyDataChanged();
     return kept;
 }
