@@ -83,7 +83,9 @@ TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::Cance
 }
 
 std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location) {
-    auto feed = document.Tree ? TPodcastParser::ParseDocument(*document.Tree, location) : nullptr;
+    // Its relative addresses are meant from where it is kept from now on.
+    const QString& base = document.MovedTo.isEmpty() ? location : document.MovedTo;
+    auto feed = document.Tree ? TPodcastParser::ParseDocument(*document.Tree, base) : nullptr;
     if (!feed) return nullptr;
     if (document.Tree->IsRecovered()) CheckLosses(*document.Tree, *feed);
     feed->Fields[pffURLFeed] = location;

@@ -134,6 +134,11 @@ TEST_F(Subscribing, StoresTheAddressThatTheFeedHasMovedTo) {
     EXPECT_EQ(ToPath("/old").Location, Server.Url("/new"));
     EXPECT_FALSE(Client->IsSubscribed(Server.Url("/old")));
     EXPECT_EQ(ToPath("/old").What, Result::AlreadySubscribed);
+    Server.Serve("/former", Response::Redirect("/folder/feed", "301 Moved Permanently"));
+    Server.Serve("/folder/feed", Response::Of("<rss version='2.0'><channel><item><enclosure url='2.mp3'/></item>"
+                                              "</channel></rss>"));
+    ToPath("/former");
+    EXPECT_TRUE(Client->DB().GetEpisode(Key("/folder/2.mp3"))) << "relative addresses are meant from there";
 }
 
 class Moving : public ClientTest {
