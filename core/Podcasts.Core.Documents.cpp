@@ -10,6 +10,7 @@ namespace podcasts {
 namespace {
 
 constexpr char kHtmlPage[] = "an HTML page";
+constexpr char16_t kHtmlRoot[] = u"html";
 
 QString NotAFeed(const QString& what) {
     return u"the document is " + what + u", not a feed";
@@ -27,15 +28,19 @@ QString DescribeRss(const vexa::XmlNode& rss) {
     return OtherFeed(QStringLiteral("an RSS feed of version \"%1\"").arg(version));
 }
 
+/// Without a namespace prefix, in small letters.
+QString LocalName(const vexa::XmlNode& node) {
+    return QString::fromUtf8(node.Name()).section(u':', -1).toLower();
+}
+
 /// Empty for an element that tells nothing.
 QString DescribeRoot(const vexa::XmlNode& root) {
-    const QString name = QString::fromUtf8(root.Name());
-    const QString local = name.section(u':', -1).toLower();
-    if (name == u"rss") return DescribeRss(root);
+    const QString local = LocalName(root);
+    if (root.Name() == "rss") return DescribeRss(root);
     if (local == u"rss") return OtherFeed(QStringLiteral("an RSS feed whose tags are not in small letters"));
     if (local == u"rdf") return OtherFeed(QStringLiteral("an RSS 1.0 (RDF) feed"));
     if (local == u"feed") return OtherFeed(QStringLiteral("an Atom feed"));
-    if (local == u"html") return DescribeHtmlPage();
+    if (local == kHtmlRoot) return DescribeHtmlPage();
     if (local == u"opml") return NotAFeed(QStringLiteral("an OPML list of subscriptions"));
     return {};
 }
@@ -69,6 +74,11 @@ QString DescribeForeignDocument(QByteArrayView bytes) {
 
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
     return !BeginsWithFeed(bytes) && vexa::IsHtmlPage(bytes, mimeType);
+}
+
+bool IsHtmlPage(const vexa::XmlDocument& document) {
+    const auto root = document.Node().begin();
+    return root != document.Node().end() && LocalName(*root) == kHtmlRoot;
 }
 
 QString DescribeHtmlPage() {

@@ -19,6 +19,8 @@ QString DescribeForeignDocument(QByteArrayView bytes);
 /// Whether bytes are an HTML page, by how they begin or by the response's type (lower case, may be empty). A feed that
 /// the messages of a server's scripts stand in front of is none.
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType);
+/// The same of one that is well-formed, by its root element.
+bool IsHtmlPage(const vexa::XmlDocument& document);
 QString DescribeHtmlPage();
 
 }  // namespace podcasts

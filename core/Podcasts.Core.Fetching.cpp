@@ -78,7 +78,7 @@ TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::Cance
     }
     // The tags of a page can be mended to a tree that shows no sign of it; a page can be well-formed, too.
     if (document.Tree->IsRecovered()) checkBeginning();
-    if (document.Tree->FindPath({"html"})) throwPage();
+    if (IsHtmlPage(*document.Tree)) throwPage();
     return document;
 }
 

@@ -78,6 +78,8 @@ TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
     Server.Serve("/none", Page("<p>Not found"));
     Server.Serve("/xhtml", Response::Of("<?xml version='1.0'?><html xmlns='http://www.w3.org/1999/xhtml'/>"));
     Server.Serve("/dead", Page(Link("/gone")));
+    Server.Serve("/capitals", Response::Of("<HTML><HEAD><LINK REL='alternate' TYPE='application/rss+xml' HREF='/gone'/>"
+                                           "</HEAD></HTML>"));
     Server.Serve("/pages", Page(Link("/none")));
     const auto found = ToPath("/moved");
     EXPECT_EQ(found.What, Result::Subscribed) << found.Error.toStdString();
@@ -90,6 +92,7 @@ TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
     const std::pair<const char*, QString> failures[] = {
         {"/none", "HTML page"},
         {"/xhtml", "HTML page"},
+        {"/capitals", Server.Url("/gone") + ", but the server answered 404"},
         {"/dead", Server.Url("/gone") + ", but the server answered 404"},
         {"/pages", Server.Url("/none") + ", but the document is an HTML page"},
     };
