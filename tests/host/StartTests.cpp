@@ -35,6 +35,7 @@ public:
         QObject::connect(&Process, &QProcess::readyReadStandardError,
                          [this] { Error += QString::fromUtf8(Process.readAllStandardError()); });
         Process.start(program, words);
+        Process.waitForStarted(kLongest);  // else it counts as starting for as long as nothing waits for it
     }
     ~Start() {
         Process.kill();
