@@ -219,7 +219,7 @@ template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {
         Outcome outcome{item, {}, {}};
-        outcome.Error = QStringLiteral("not done: the work was stopped before");
+        outcome.Error = kTaskStopped;
         outcome.IsDropped = true;
         outcomes.Add(std::move(outcome));
     }

@@ -70,8 +70,14 @@ void TPodcastListenerList::Clear() {
     FListeners.clear();
 }
 
+bool TPodcastListenerList::IsNotifying() {
+    const std::lock_guard lock(FMutex);
+    return FVisits > 0;
+}
+
 void TPodcastListenerList::Visit(const std::function<void(vexa::IUnknown*)>& visitor) {
     const std::lock_guard lock(FMutex);
+    ++FVisits;
     for (std::size_t position = 0; position < FListeners.size();) {
         const vexa::Ref<vexa::IUnknown> current = FListeners[position];
         try {
@@ -84,6 +90,7 @@ void TPodcastListenerList::Visit(const std::function<void(vexa::IUnknown*)>& vis
         // A listener that removed itself has given its position to its successor.
         if (std::find(FListeners.begin(), FListeners.end(), current) != FListeners.end()) ++position;
     }
+    --FVisits;
 }
 
 }  // namespace podcasts

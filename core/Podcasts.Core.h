@@ -64,6 +64,8 @@ public:
     void Add(vexa::Ref<vexa::IUnknown> listener);
     void Remove(vexa::IUnknown* listener);
     void Clear();
+    /// Whether the calling thread is inside a notification.
+    bool IsNotifying();
 
     /// Calls `notify` for every listener that offers the interface T. What one throws is logged.
     template <class T, class Call>
@@ -78,6 +80,7 @@ private:
 
     std::recursive_mutex FMutex;
     std::vector<vexa::Ref<vexa::IUnknown>> FListeners;  // guarded by FMutex
+    int FVisits = 0;                                    // of the thread that holds FMutex
 };
 
 /// Work that waits: texts, unique when letter case is ignored, handed out last in, first out. Any thread may call it.
@@ -105,6 +108,9 @@ private:
     ItemList FItems;                                         // guarded by FMutex
     std::unordered_map<QString, ItemList::iterator> FIndex;  // by the case-folded item; guarded by FMutex
 };
+
+/// The reason of what was not done because its task was stopped.
+inline const QString kTaskStopped = QStringLiteral("not done: the work was stopped before");
 
 /// What happened to one feed of the last refresh.
 struct TPodcastRefreshOutcome {

@@ -61,19 +61,22 @@ HResult TVEXAPropertyList::Reset() noexcept {
 }
 
 HResult TVEXAPropertyList::GetValueAsFloat(std::int32_t propertyID, double* value) noexcept {
+    if (!AreGiven(value)) return E_POINTER;
     return Serve("reading a property", [&](HResult& result) { DoGetValueAsFloat(propertyID, *value, result); });
 }
 
 HResult TVEXAPropertyList::GetValueAsInt32(std::int32_t propertyID, std::int32_t* value) noexcept {
+    if (!AreGiven(value)) return E_POINTER;
     return Serve("reading a property", [&](HResult& result) { DoGetValueAsInt32(propertyID, *value, result); });
 }
 
 HResult TVEXAPropertyList::GetValueAsInt64(std::int32_t propertyID, std::int64_t* value) noexcept {
+    if (!AreGiven(value)) return E_POINTER;
     return Serve("reading a property", [&](HResult& result) { DoGetValueAsInt64(propertyID, *value, result); });
 }
 
 HResult TVEXAPropertyList::GetValueAsObject(std::int32_t propertyID, const Guid& iid, void** value) noexcept {
-    *value = nullptr;
+    if (!ClearOut(value)) return E_POINTER;
     return Serve("reading a property", [&](HResult& result) {
         const Ref<IUnknown> object = DoGetValueAsObject(propertyID);
         result = object ? object->QueryInterface(iid, value) : E_INVALIDARG;
@@ -81,6 +84,7 @@ HResult TVEXAPropertyList::GetValueAsObject(std::int32_t propertyID, const Guid&
 }
 
 HResult TVEXAPropertyList::GetValueAsVariant(std::int32_t propertyID, Variant* value) noexcept {
+    if (!AreGiven(value)) return E_POINTER;
     return Serve("reading a property", [&](HResult& result) { DoGetValueAsVariant(propertyID, *value, result); });
 }
 
@@ -101,6 +105,7 @@ HResult TVEXAPropertyList::SetValueAsObject(std::int32_t propertyID, IUnknown* v
 }
 
 HResult TVEXAPropertyList::SetValueAsVariant(std::int32_t propertyID, const Variant* value) noexcept {
+    if (!AreGiven(value)) return E_POINTER;
     return Serve("writing a property", [&](HResult& result) { DoSetValueAsVariant(propertyID, *value, result); });
 }
 
@@ -243,6 +248,7 @@ HResult TVEXAStreamAdapter::Seek(std::int64_t offset, std::int32_t mode) noexcep
 }
 
 std::int32_t TVEXAStreamAdapter::Read(void* buffer, std::uint32_t count) noexcept {
+    if (count > 0 && !AreGiven(buffer)) return -1;
     std::int32_t result = -1;
     GuardedCall("reading a stream", [&] { result = DoRead(buffer, count); });
     return result;
@@ -257,6 +263,7 @@ std::int32_t TVEXAStreamAdapter::DoRead(void* buffer, std::uint32_t count) {
 
 HResult TVEXAStreamAdapter::Write(const void* buffer, std::uint32_t count, std::uint32_t* written) noexcept {
     if (written) *written = 0;
+    if (count > 0 && !AreGiven(buffer)) return E_POINTER;
     return GuardedCall("writing a stream", [&] {
         const qint64 result = FSource->write(static_cast<const char*>(buffer), count);
         if (result < 0) throw EStreamError(FSource->errorString());

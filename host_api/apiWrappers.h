@@ -124,6 +124,21 @@ private:
     Ref<IVEXAServiceConfig> FService;
 };
 
+// ---- Arguments from the host ----
+
+/// Whether no pointer that an operation cannot do without is null; where one is, the operation answers E_POINTER.
+template <class... Pointers>
+constexpr bool AreGiven(const Pointers*... pointers) noexcept {
+    return ((pointers != nullptr) && ...);
+}
+
+/// Makes the out arguments null, as they have to be on failure; false when one of them is missing.
+template <class... Objects>
+bool ClearOut(Objects**... out) noexcept {
+    ((out ? void(*out = nullptr) : void()), ...);
+    return AreGiven(out...);
+}
+
 // ---- Objects for the host ----
 
 /// The base of every object that the host may hold. NewObject makes one; while its constructor runs the count is 1, so

@@ -163,7 +163,7 @@ QString TVEXACustomOptionsFrame::GetPageCaption() {
 }
 
 HResult TVEXACustomOptionsFrame::QueryCaption(IVEXAString** caption) noexcept {
-    *caption = nullptr;
+    if (!ClearOut(caption)) return E_POINTER;
     return GuardedCall("naming an options page", [&] { *caption = ToHostString(GetPageCaption()).Detach(); });
 }
 

@@ -107,7 +107,7 @@ HResult TVEXAPodcastsAlbumArtProvider::GetAlbumArt(const QString& address, IVEXA
 
 HResult TVEXAPodcastsAlbumArtProvider::QueryAlbumArt(IVEXAString* address, IVEXAString*, IVEXAString*,
                                                      IVEXAPropertyList*, IVEXAImageContainer** image) noexcept {
-    *image = nullptr;
+    if (!ClearOut(image)) return E_POINTER;
     return GuardedCall(
         "looking for a podcast's logo", [&] { return GetAlbumArt(FromHostString(address), image); }, E_FAIL);
 }

@@ -70,6 +70,12 @@ TPodcastsClientPass::~TPodcastsClientPass() {
     if (Gate.IsClosing) WakeMainThread();
 }
 
+void TPodcastsClientPass::Close() {
+    const std::lock_guard lock(Gate.Mutex);
+    Gate.Client = nullptr;
+    Gate.IsClosing = true;
+}
+
 bool TPodcastsClientPass::IsClosing() noexcept {
     return Gate.IsClosing;
 }
@@ -100,11 +106,7 @@ void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
 }
 
 void TVEXAPodcastsFileManager::UnregisterFileManager() {
-    {
-        const std::lock_guard lock(Gate.Mutex);
-        Gate.Client = nullptr;
-        Gate.IsClosing = true;
-    }
+    TPodcastsClientPass::Close();
     // What runs inside may itself wait for the main thread, so serve it meanwhile.
     DrainMainThreadUntil([] {
         const std::lock_guard lock(Gate.Mutex);
@@ -148,6 +150,7 @@ std::optional<TPodcastsResolvedEpisode> TVEXAPodcastsFileManager::ResolveEpisode
 }
 
 void TVEXAPodcastsFileManager::ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept {
+    if (!AreGiven(address, handled)) return;
     GuardedCall("resolving a podcast address", [&] {
         const auto resolved = ResolveEpisode(FromHostString(address));
         if (!resolved) return E_FAIL;
@@ -160,7 +163,7 @@ void TVEXAPodcastsFileManager::ResolvePlaybackURL(IVEXAString* address, Bool32* 
 
 HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t flags, IVEXAErrorInfo* error,
                                               IVEXAAudioDecoder** decoder) noexcept {
-    *decoder = nullptr;
+    if (!ClearOut(decoder)) return E_POINTER;
     return GuardedCall("opening a podcast episode", [&] {
         const QString address = FromHostString(file);
         if (!HasPodcastScheme(address)) return E_NOTIMPL;
@@ -179,6 +182,7 @@ HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t f
 }
 
 HResult TVEXAPodcastsFileManager::QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept {
+    if (!AreGiven(info)) return E_POINTER;
     const auto describe = [&] {
         const auto resolved = ResolveEpisode(FromHostString(file));
         if (!resolved) return E_FAIL;

@@ -25,6 +25,8 @@ public:
 
     /// Without a client when none is registered.
     static TPodcastsClientPass Enter();
+    /// From now on there is no pass to be had.
+    static void Close();
     /// Whether the client is about to be taken away: what takes long is to end.
     static bool IsClosing() noexcept;
 

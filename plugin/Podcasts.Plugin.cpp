@@ -6,6 +6,13 @@
 #include "Podcasts.Plugin.Menus.h"
 #include "VEXA.Runtime.Files.h"
 
+#include <QCoreApplication>
+#include <QScopedValueRollback>
+#include <QTimerEvent>
+
+#include <chrono>
+#include <utility>
+
 namespace podcasts {
 
 using namespace vexa;
@@ -43,6 +50,39 @@ private:
 
 }  // namespace
 
+/// Keeps a plug-in that was finalised too early, and ends it as soon as that is possible: at a turn of the event loop,
+/// at the loop's end, or with the application.
+class TVEXAPodcastsPlugin::LateEnd final : public QObject {
+public:
+    explicit LateEnd(TVEXAPodcastsPlugin& plugin) : QObject(QCoreApplication::instance()), FPlugin(&plugin) {
+        startTimer(kPatience);
+        if (parent())
+            connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { TryToEnd(); });
+    }
+    ~LateEnd() override {
+        // An application that is destroyed inside the operation waits for nothing, and the process ends.
+        if (!TryToEnd()) (void)FPlugin.Detach();
+    }
+
+protected:
+    void timerEvent(QTimerEvent*) override {
+        if (TryToEnd()) deleteLater();
+    }
+
+private:
+    static constexpr auto kPatience = std::chrono::milliseconds(10);
+
+    bool TryToEnd() {
+        if (!FPlugin) return true;
+        if (FPlugin->IsClientInUse()) return false;
+        FPlugin->Stop();
+        FPlugin = nullptr;
+        return true;
+    }
+
+    Ref<TVEXAPodcastsPlugin> FPlugin;  // null once it has ended
+};
+
 TVEXAPodcastsPlugin::~TVEXAPodcastsPlugin() {
     Stop();
 }
@@ -65,11 +105,15 @@ std::uint32_t TVEXAPodcastsPlugin::GetCategories() noexcept {
 }
 
 HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
+    const Ref<TVEXAPodcastsPlugin> self(this);  // the host may let go of it inside
     if (!Query<IVEXAServiceMusicLibrary>(core)) return E_NOTIMPL;
     if (IsAnyRunning) return E_UNEXPECTED;
     TVEXACustomPlugin::Initialize(core);
     IsAnyRunning = FIsRunning = true;
-    const HResult result = GuardedCall("starting the podcasts", [this] { Start(); });
+    FIsStarting = true;
+    HResult result = GuardedCall("starting the podcasts", [this] { Start(); });
+    FIsStarting = false;
+    if (FIsEnding && Succeeded(result)) result = E_ABORT;
     if (Failed(result)) Stop();
     return result;
 }
@@ -88,14 +132,26 @@ void TVEXAPodcastsPlugin::Start() {
     FClient->RefreshFeedsOnStartup();
 }
 
+bool TVEXAPodcastsPlugin::IsClientInUse() const {
+    return FIsWithSettings || IsAnyThreadWaiting() || (FClient && FClient->Listeners().IsNotifying());
+}
+
 void TVEXAPodcastsPlugin::Finalize() noexcept {
+    const Ref<TVEXAPodcastsPlugin> self(this);  // likewise
+    if (!FIsRunning || std::exchange(FIsEnding, true)) return;
     if (FAreSettingsLoaded) {
         GuardedCall("saving the podcasts' options", [this] {
             ReloadOptions();
             SaveSettings();
         });
     }
-    Stop();
+    if (FIsStarting) return;  // Initialize sees to the rest
+    if (!IsClientInUse()) return Stop();
+    GuardedCall("closing the podcasts", [this] {
+        FClient->Listeners().Clear();
+        TPodcastsClientPass::Close();
+        new LateEnd(*this);  // the application's
+    });
 }
 
 void TVEXAPodcastsPlugin::Stop() noexcept {
@@ -105,7 +161,7 @@ void TVEXAPodcastsPlugin::Stop() noexcept {
     GuardedCall("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
     GuardedCall("closing the podcasts", [this] { FClient.reset(); });
     TVEXACustomPlugin::Finalize();
-    IsAnyRunning = FIsRunning = false;
+    IsAnyRunning = FIsRunning = FIsEnding = false;
 }
 
 void TVEXAPodcastsPlugin::Show(WindowHandle) noexcept {
@@ -114,17 +170,20 @@ void TVEXAPodcastsPlugin::Show(WindowHandle) noexcept {
 }
 
 void TVEXAPodcastsPlugin::LoadSettings() {
+    const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastConfig(config, *FClient);
     FAreSettingsLoaded = true;
 }
 
 void TVEXAPodcastsPlugin::ReloadOptions() {
+    const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastOptions(config, FClient->Options());
 }
 
 void TVEXAPodcastsPlugin::SaveSettings() {
+    const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     WritePodcastConfig(config, *FClient);
 }
@@ -134,7 +193,7 @@ void TVEXAPodcastsPlugin::SaveSettings() {
 /// The library's one exported function.
 extern "C" __attribute__((visibility("default"))) vexa::HResult VEXAPluginGetHeader(
     vexa::IVEXAPlugin** header) noexcept {
-    *header = nullptr;
+    if (!vexa::ClearOut(header)) return vexa::E_POINTER;
     return vexa::GuardedCall("making the plug-in", [header] {
         *header = vexa::NewObject<podcasts::TVEXAPodcastsPlugin>().Detach();
         return vexa::S_OK;

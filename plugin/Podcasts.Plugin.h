@@ -17,7 +17,9 @@ public:
     /// E_NOTIMPL without a music-library service. E_UNEXPECTED, with everything undone and the reason logged, when
     /// something fails on the way, or when a plug-in object runs already.
     vexa::HResult Initialize(vexa::IVEXACore* core) noexcept override;
-    /// Does what Initialize got to; nothing when that failed or was never called.
+    /// Undoes what Initialize got to; nothing when that failed or was never called. Called from within an operation of
+    /// the host's that the plug-in calls, it saves and lets nobody in any more; the rest follows as soon as that
+    /// operation has returned and the event loop runs again (see LateEnd).
     void Finalize() noexcept override;
     /// Opens the host's options dialog at the podcasts' page, where the host has such a dialog.
     void Show(vexa::WindowHandle parentWindow) noexcept override;
@@ -26,7 +28,11 @@ protected:
     ~TVEXAPodcastsPlugin() override;
 
 private:
+    class LateEnd;
+
     void Start();
+    /// Whether code of the client is on the stack, or another thread waits for what is: the client cannot go now.
+    bool IsClientInUse() const;
     void Stop() noexcept;
     void LoadSettings();
     /// What the page sets is written at once: where the configuration differs, the host or another program has set it.
@@ -35,7 +41,10 @@ private:
 
     std::unique_ptr<TPodcastClient> FClient;
     vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
-    bool FIsRunning = false;          // the core reference is this object's
+    bool FIsRunning = false;  // the core reference is this object's
+    bool FIsStarting = false;
+    bool FIsEnding = false;           // Finalize was called
+    bool FIsWithSettings = false;     // the host's configuration is being asked or told
     bool FAreSettingsLoaded = false;  // only what was loaded may be saved
 };
 

@@ -78,6 +78,9 @@ public:
         WakeEventLoop();
     }
 
+    /// Main thread: whether a procedure is running that any thread waits for.
+    bool IsRunningForAny() const noexcept { return FWaitedFor > 0; }
+
     /// Main thread: whether a procedure is running that this task waits for.
     bool IsRunningFor(TaskHandle task) const {
         return std::find(FRunningFor.begin(), FRunningFor.end(), task) != FRunningFor.end();
@@ -123,6 +126,7 @@ private:
             FItems.pop_front();
         }
         FRunningFor.push_back(item->Task);
+        FWaitedFor += item->Waited ? 1 : 0;
         try {
             item->Procedure();
         } catch (...) {
@@ -131,6 +135,7 @@ private:
             else
                 LogEscaped("a procedure of the main thread");
         }
+        FWaitedFor -= item->Waited ? 1 : 0;
         FRunningFor.pop_back();
         item->Procedure = nullptr;  // what it owns is freed here, on the main thread
         {
@@ -157,6 +162,7 @@ private:
     std::deque<std::shared_ptr<QueuedProcedure>> FItems;  // guarded by FMutex
     std::uint64_t FWakeUps = 0;                           // guarded by FMutex
     std::vector<TaskHandle> FRunningFor;                  // main thread only
+    int FWaitedFor = 0;                                   // how many of them are waited for; main thread only
     std::atomic<std::thread::id> FMainThread{};
     std::atomic<bool> FEventPosted{false};
 };
@@ -182,6 +188,10 @@ void RunInMainThread(std::function<void()> procedure, bool wait) {
     if (!wait) return;
     queue.Wait(item);
     if (item->Error) std::rethrow_exception(item->Error);
+}
+
+bool IsAnyThreadWaiting() noexcept {
+    return MainThreadQueue::Instance().IsRunningForAny();
 }
 
 void DrainMainThreadUntil(const std::function<bool()>& done, std::chrono::milliseconds poll) {

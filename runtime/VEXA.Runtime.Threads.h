@@ -29,6 +29,10 @@ VEXA_RUNTIME_API bool IsMainThread() noexcept;
 /// main thread itself it then runs at once. Without `wait` it is queued, and what it throws is logged.
 VEXA_RUNTIME_API void RunInMainThread(std::function<void()> procedure, bool wait);
 
+/// Main thread only: whether it is inside a procedure that another thread waits for. To wait for that thread here would
+/// be to wait for ever.
+VEXA_RUNTIME_API bool IsAnyThreadWaiting() noexcept;
+
 /// Main thread only: runs what is queued until `done` holds, sleeping while there is nothing to run.
 /// `done` is asked after every procedure, whenever WakeMainThread is called, and at least every `poll`.
 VEXA_RUNTIME_API void DrainMainThreadUntil(const std::function<bool()>& done,

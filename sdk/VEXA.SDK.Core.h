@@ -46,7 +46,9 @@ struct IVEXAPlugin : IUnknown {
     /// 5: E_NOTIMPL when the host lacks a service that the plug-in cannot do without. After any failure the host calls
     /// Finalize and lets go of the plug-in.
     virtual HResult Initialize(IVEXACore* core) noexcept = 0;
-    /// 6
+    /// 6: May be called at any moment, also inside an operation that the plug-in is just calling. Then it returns
+    /// before all is done: the rest follows when that operation has returned, from the event loop of the main thread at
+    /// the latest; until then Initialize answers E_UNEXPECTED.
     virtual void Finalize() noexcept = 0;
     /// 7: No notification is defined yet; unknown ones are to be ignored.
     virtual void SystemNotify(std::int32_t notification, IUnknown* data) noexcept = 0;

@@ -172,7 +172,7 @@ protected:
 // ---- Rows ----
 
 /// Rows, on one of which it stands; on the first one at first. Columns count from 0 in the order of the fields asked
-/// for (fields that rows do not have are left out). One thread at a time.
+/// for (fields that rows do not have are left out; rows may be asked for none). One thread at a time.
 struct IVEXAMLDataProviderSelection : IUnknown {
     static constexpr Guid IID = ParseGuid("{42C14F05-46F4-4B5B-AF9A-66459E4B5054}");
 
@@ -184,7 +184,7 @@ struct IVEXAMLDataProviderSelection : IUnknown {
     virtual std::int64_t GetValueAsInt64(std::int32_t column) noexcept = 0;
     /// 6: Valid until the next row or the object's end.
     virtual const char16_t* GetValueAsString(std::int32_t column, std::int32_t* length) noexcept = 0;
-    /// 7: kFalse at the end, after which nothing may be read.
+    /// 7: kFalse at the end, where it stays; values read there are 0 and null.
     virtual Bool32 NextRow() noexcept = 0;
 
 protected:
@@ -196,7 +196,8 @@ struct IVEXAMLDataProvider : IUnknown {
     static constexpr Guid IID = ParseGuid("{915D2F5F-5173-4EA8-AB85-F3C2B023CEA2}");
 
     /// 3: `fields` holds names as IVEXAString. `data` offers IVEXAMLDataProviderSelection unless there is no row.
-    /// Fails when the filter cannot be answered.
+    /// E_INVALIDARG for a filter that can be none, such as one with a name that is no field's, another failure when it
+    /// cannot be answered.
     virtual HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept = 0;
 
 protected:

@@ -37,7 +37,7 @@ TVEXAPodcastsMLDataProviderGroupingTreeSelection::TVEXAPodcastsMLDataProviderGro
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetDisplayValue(IVEXAString** text) noexcept {
-    *text = nullptr;
+    if (!ClearOut(text)) return E_POINTER;
     return GuardedCall("reading a node", [&] { *text = ToHostString(Node().DisplayValue).Detach(); });
 }
 
@@ -46,12 +46,13 @@ std::uint32_t TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetFlags() noexc
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetImageIndex(std::int32_t* index) noexcept {
+    if (!AreGiven(index)) return E_POINTER;
     *index = Node().ImageIndex;
     return S_OK;
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTreeSelection::GetValue(IVEXAString** field, Variant* value) noexcept {
-    *field = nullptr;
+    if (!ClearOut(field) || !AreGiven(value)) return E_POINTER;
     return GuardedCall("reading a node", [&] {
         *value = ToVariant(Node().Value);
         *field = Ref(FFieldName).Detach();
@@ -84,7 +85,7 @@ std::int32_t TVEXAPodcastsMLGroupingTreeSelection::GetCount() noexcept {
 
 HResult TVEXAPodcastsMLGroupingTreeSelection::GetValue(std::int32_t index, IVEXAString** field,
                                                        Variant* value) noexcept {
-    *field = nullptr;
+    if (!ClearOut(field) || !AreGiven(value)) return E_POINTER;
     *value = {};
     if (index < 0 || index >= GetCount()) return E_INVALIDARG;
     const Pair& pair = FPairs[static_cast<std::size_t>(index)];
@@ -103,6 +104,7 @@ TVEXAPodcastsMLDataProviderGroupingTree::TVEXAPodcastsMLDataProviderGroupingTree
 
 HResult TVEXAPodcastsMLDataProviderGroupingTree::AddSelectionConditions(
     IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* selection) noexcept {
+    if (!AreGiven(filter, selection)) return E_POINTER;
     return GuardedCall("adding a node's conditions", [&] {
         struct Update {
             IVEXAMLDataFilter* Filter;
@@ -127,7 +129,7 @@ std::uint32_t TVEXAPodcastsMLDataProviderGroupingTree::GetCapabilities() noexcep
 
 HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
     IVEXAMLGroupingTreeSelection* selection, IVEXAMLGroupingTreeDataProviderSelection** nodes) noexcept {
-    *nodes = nullptr;
+    if (!ClearOut(nodes) || !AreGiven(selection)) return E_POINTER;
     const auto list = [&] {
         Ref<IVEXAString> field;
         Variant first;
@@ -150,8 +152,7 @@ HResult TVEXAPodcastsMLDataProviderGroupingTree::ListChildren(
 }
 
 HResult TVEXAPodcastsMLDataProviderGroupingTree::GetFieldForAlphabeticIndex(IVEXAString** field) noexcept {
-    *field = nullptr;
-    return E_NOTIMPL;
+    return ClearOut(field) ? E_NOTIMPL : E_POINTER;
 }
 
 auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateRoot(const QString&) -> Data {

@@ -77,7 +77,8 @@ void TVEXAPodcastsGroupingTreeValue::Decode(const QString& text, std::uint8_t& c
 const char16_t* TVEXAPodcastsStateFieldDisplayValue::GetDisplayValue(const Variant* value,
                                                                      std::int32_t* length) noexcept {
     const char16_t* result = nullptr;
-    *length = 0;
+    if (length) *length = 0;
+    if (!AreGiven(value, length)) return result;
     GuardedCall("showing a state", [&] {
         FText = LocalizedTextPart(QStringLiteral("Podcasts\\MSG7"), VariantToInt32(*value));
         *length = static_cast<std::int32_t>(FText.size());
@@ -117,6 +118,8 @@ TVEXAPodcastsMLStatement TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStat
     builder.Append(QStringLiteral("SELECT "));
     const qsizetype columns = builder.ToString().size();
     builder.AddSelectList(fields);
+    // Rows that are asked for no column of theirs are rows all the same, but SQL wants a column.
+    if (builder.ToString().size() == columns) builder.Append(QStringLiteral("NULL"));
     const qsizetype from = builder.ToString().size();
     builder.Append(kFrom);
     builder.Append(kJoin);

@@ -105,13 +105,19 @@ public:
         : FClient(std::move(client)), FLocations(std::move(locations)), FEvents(std::move(events)) {}
 
     void Execute() override {
-        const auto tell = [this](const TPodcastSubscription& subscription) {
-            if (FEvents) RunInMainThread([&] { Tell(subscription); }, true);
-        };
         SubscribeByAddress(
-            *FClient.Get(), FLocations, 0, [] { return TPodcastsClientPass::IsClosing(); }, tell);
+            *FClient.Get(), FLocations, 0, [] { return TPodcastsClientPass::IsClosing(); },
+            [this](const TPodcastSubscription& subscription) { Tell(subscription); });
     }
     void Complete() override {
+        GuardedCall("telling of what was not subscribed to", [this] {
+            while (FTold < FLocations.size()) {
+                TPodcastSubscription dropped;
+                dropped.Location = FLocations[FTold];
+                dropped.Error = kTaskStopped;
+                Tell(dropped);
+            }
+        });
         if (FEvents) RunInMainThread([this] { FEvents->OnCompleted(); }, true);
         FEvents = nullptr;
         FClient = {};
@@ -119,6 +125,10 @@ public:
 
 private:
     void Tell(const TPodcastSubscription& subscription) {
+        ++FTold;
+        if (FEvents) RunInMainThread([&] { TellEvents(subscription); }, true);
+    }
+    void TellEvents(const TPodcastSubscription& subscription) {
         const auto location = ToHostString(subscription.Location);
         const auto choices = Query<IVEXAMLSubscriptionChoices>(FEvents.Get());
         if (choices && !subscription.Choices.empty()) {
@@ -139,6 +149,7 @@ private:
 
     TPodcastsClientPass FClient;
     QStringList FLocations;
+    qsizetype FTold = 0;  // how many of them the events have heard of
     Ref<IVEXAMLSubscriptionEvents> FEvents;
 };
 
@@ -166,17 +177,14 @@ HResult WithFile(IVEXAErrorInfo* error, Body body) noexcept {
 
 HResult TVEXAPodcastsMLExtension::GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
                                               std::int64_t* count) noexcept {
+    if (!AreGiven(count)) return E_POINTER;
     *count = 0;
-    return GuardedCall("counting rows", [&] {
-        const auto client = TPodcastsClientPass::Enter();
-        if (!client) return E_FAIL;
-        const auto statement = TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter);
-        *count = FRows.Count(client->DB(), statement);
-        return S_OK;
-    });
+    return WithStatement("counting rows", fields, filter,
+                         [&](TPodcastsDB& db, const auto& statement) { *count = FRows.Count(db, statement); });
 }
 
 HResult TVEXAPodcastsMLExtension::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {
+    if (!AreGiven(addresses)) return E_POINTER;
     return GuardedCall("subscribing", [&] { return StartSubscribing(StringsOf(addresses), events); });
 }
 
@@ -196,7 +204,7 @@ HResult TVEXAPodcastsMLExtension::ExportOPML(IVEXAString* fileName, IVEXAErrorIn
 
 HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t first,
                                               IVEXAObjectList** outcomes) noexcept {
-    *outcomes = nullptr;
+    if (!ClearOut(outcomes)) return E_POINTER;
     return GuardedCall("reading what became of a task", [&] {
         const auto client = TPodcastsClientPass::Enter();
         if (!client) return E_FAIL;

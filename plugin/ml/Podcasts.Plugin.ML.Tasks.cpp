@@ -24,10 +24,11 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
                                                     const CancelAction& cancel) {
     const QString format = LocalizedText(captionKey);
     const TInfo info{ToHostString(format), format};
-    if (FManager) {
+    // Inside the manager's operations this object may be finalised.
+    if (const auto manager = FManager) {
         Ref<IVEXAActionEvent> cancelEvent;
         if (cancel) cancelEvent = NewObject<TVEXAUINotifyEventAdapter>([cancel](IUnknown*) { cancel(); });
-        FManager->BackgroundTaskStarted(kind, info.Caption.Get(), cancelEvent.Get());
+        manager->BackgroundTaskStarted(kind, info.Caption.Get(), cancelEvent.Get());
     }
     {
         const std::lock_guard lock(FMutex);
@@ -51,7 +52,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QS
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::FinishTask(std::int32_t kind) {
-    if (FManager) FManager->BackgroundTaskFinished(kind);
+    if (const auto manager = FManager) manager->BackgroundTaskFinished(kind);
     const std::lock_guard lock(FMutex);
     if (FTasks) FTasks->erase(kind);
 }

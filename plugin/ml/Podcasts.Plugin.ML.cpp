@@ -84,12 +84,13 @@ HResult TVEXAPodcastsMLExtension::SaveConfig(IUnknown*) noexcept {
 }
 
 HResult TVEXAPodcastsMLExtension::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
-    *fields = nullptr;
+    if (!ClearOut(fields)) return E_POINTER;
     return GuardedCall("listing the fields",
                        [&] { *fields = TVEXAPodcastsMLDataStorage::BuildFieldList(schema).Detach(); });
 }
 
 HResult TVEXAPodcastsMLExtension::GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept {
+    if (!AreGiven(presets)) return E_POINTER;
     return GuardedCall("offering the tree", [&] {
         TPodcastClient* const client = FClient.Get();
         if (schema != kSchemaTree || !client) return;
@@ -102,24 +103,35 @@ void TVEXAPodcastsMLExtension::FlushCache() noexcept {}
 
 HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
                                           IUnknown** data) noexcept {
-    *data = nullptr;
-    return GuardedCall("reading the library", [&] {
-        const auto client = TPodcastsClientPass::Enter();
-        if (!client) return E_FAIL;
-        const auto statement = TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter);
+    if (!ClearOut(data)) return E_POINTER;
+    return WithStatement("reading the library", fields, filter, [&](TPodcastsDB& db, const auto& statement) {
         // A page is read at once, so that nothing of the database stays open; all rows stream from a reader of their
         // own.
-        const auto provider = statement.Count > 0
-                                  ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(client->DB(), statement))
-                                  : NewObject<TVEXAMLSQLTableDataProvider>(client->DB(), statement.SQL);
+        const auto provider = statement.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(db, statement))
+                                                  : NewObject<TVEXAMLSQLTableDataProvider>(db, statement.SQL);
         *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
-        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::WithStatement(const char* what, IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
+                                                const StatementUser& use) noexcept {
+    if (!AreGiven(fields, filter)) return E_POINTER;
+    return GuardedCall(what, [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        try {
+            use(client->DB(), TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter));
+            return S_OK;
+        } catch (const std::invalid_argument&) {
+            LogCaughtException(what);
+            return E_INVALIDARG;
+        }
     });
 }
 
 HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Variant* values, IVEXAPropertyList*,
                                               IVEXAImageContainer** image) noexcept {
-    *image = nullptr;
+    if (!ClearOut(image) || !AreGiven(fields, values)) return E_POINTER;
     const auto lookUp = [&] {
         const std::int32_t count = fields->GetCount();
         for (std::int32_t i = 0; i < count; ++i) {
@@ -135,8 +147,7 @@ HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Var
 
 HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                                        IVEXAMLGroupingTreeSelection** selection) noexcept {
-    *filter = nullptr;
-    *selection = nullptr;
+    if (!ClearOut(filter, selection)) return E_POINTER;
     const auto find = [&] {
         Ref<IVEXAString> fileName;
         if (!info || Failed(info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, fileName.PutVoid())))
@@ -190,7 +201,8 @@ void TVEXAPodcastsMLExtension::DownloadsFinished() {
 }
 
 void TVEXAPodcastsMLExtension::DataChanged() {
-    if (FManager) FManager->Changed();
+    // The library may let go of the storage meanwhile.
+    if (const auto manager = FManager) manager->Changed();
 }
 
 // ---- Notifications ----
@@ -206,6 +218,7 @@ void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::fun
 }
 
 void TVEXAPodcastsMLExtension::OpenPodcasts() {
+    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may let go of the storage meanwhile
     if (const auto library = HostService<IVEXAServiceMusicLibrary>()) {
         Ref<IUnknown> storage;
         if (Succeeded(library->GetStorageByID(ToHostString(kStorageID).Get(), IUnknown::IID, storage.PutVoid())))

@@ -85,6 +85,12 @@ private:
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
     explicit TVEXAPodcastsMLExtension(TPodcastClient& client);
 
+    using StatementUser = std::function<void(TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement)>;
+
+    /// Calls `use` with the statement of a request. E_POINTER without fields or filter, E_INVALIDARG for a filter that
+    /// cannot be one, E_FAIL once the client is gone.
+    static vexa::HResult WithStatement(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
+                                       const StatementUser& use) noexcept;
     void ShowNotification(const QString& textKey, std::function<void()> onClick);
     void OpenPodcasts();
     void MarkPlayedEpisode();

@@ -69,6 +69,12 @@ QString TVEXAMLSQLAdapter::MapField(const QString& field) const {
     return field;
 }
 
+QString TVEXAMLSQLAdapter::RequireColumn(const QString& field) const {
+    QString column = MapField(field);
+    if (column.isEmpty()) throw std::invalid_argument("the field \"" + field.toStdString() + "\" has no column");
+    return column;
+}
+
 QString TVEXAMLSQLAdapter::Literal(const QString& text) {
     return FromUtf8(SqlBuilder().Text(text).Sql());
 }
@@ -134,6 +140,9 @@ void TVEXAMLSQLAdapter::Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields
 void TVEXAMLSQLAdapter::AddGroup(IVEXAMLGroupFilter& group, int depth) {
     if (depth > kDeepestGroup) throw std::invalid_argument("the filter's groups are nested too deeply");
     const std::int32_t operation = ReadPropertyInt32(&group, IVEXAMLGroupFilter::Operation);
+    // Taken for one of the four it would be an OR, which Build would not know to enclose.
+    if (operation < IVEXAMLGroupFilter::Or || operation > IVEXAMLGroupFilter::NotAnd)
+        throw std::invalid_argument("there is no operation " + std::to_string(operation) + " of a group");
     const bool isNegated = operation == IVEXAMLGroupFilter::NotOr || operation == IVEXAMLGroupFilter::NotAnd;
     const bool isAnd = operation == IVEXAMLGroupFilter::And || operation == IVEXAMLGroupFilter::NotAnd;
     const std::int32_t children = group.GetChildCount();
@@ -172,7 +181,7 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
         case Filter::LessOrEqual:
         case Filter::Greater:
         case Filter::GreaterOrEqual:
-            FText += MapField(field) + OperatorText(operation) + Literal(value);
+            FText += RequireColumn(field) + OperatorText(operation) + Literal(value);
             if (operation == Filter::Between)
                 FText += u" AND " + Literal(ReadPropertyString(&condition, Filter::Value2));
             break;
@@ -181,7 +190,7 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
         case Filter::EndsWith: {
             const QString before = operation == Filter::BeginsWith ? QString() : QStringLiteral("%");
             const QString after = operation == Filter::EndsWith ? QString() : QStringLiteral("%");
-            FText += u"UPPER(" + MapField(field) + u')' + OperatorText(operation) +
+            FText += u"UPPER(" + RequireColumn(field) + u')' + OperatorText(operation) +
                      Literal(QString(before + value.toUpper() + after));
             break;
         }
@@ -192,9 +201,9 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
 
 void TVEXAMLSQLAdapter::AddComparison(const QString& field, const QString& value, std::int32_t operation) {
     if (IsKeyField(field))
-        FText += u"KeyContains(" + MapField(field) + u", " + Literal(value) + u')';
+        FText += u"KeyContains(" + RequireColumn(field) + u", " + Literal(value) + u')';
     else
-        FText += MapField(field) + OperatorText(operation) + Literal(value) + u" COLLATE NOCASE ";
+        FText += RequireColumn(field) + OperatorText(operation) + Literal(value) + u" COLLATE NOCASE ";
 }
 
 void TVEXAMLSQLAdapter::AddArrayCondition(IVEXAMLArrayFieldFilter& condition) {
@@ -207,10 +216,10 @@ void TVEXAMLSQLAdapter::AddArrayCondition(IVEXAMLArrayFieldFilter& condition) {
         values.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(count, 0, std::int64_t(values.size()))));
     }
     if (IsKeyField(field)) {
-        FText += u"KeyContainsOneFrom(" + MapField(field);
+        FText += u"KeyContainsOneFrom(" + RequireColumn(field);
         for (const Variant& value : values) FText += u", " + Literal(value);
     } else {
-        FText += MapField(field) + u" IN (";
+        FText += RequireColumn(field) + u" IN (";
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (i > 0) FText += u", ";
             FText += Literal(values[i]);
@@ -246,7 +255,7 @@ void TVEXAMLSQLAdapter::AddOrder(IVEXAObjectList& sortList) {
         std::int32_t value = 0;
         if (!field || !direction || Failed(direction->GetValue(&value))) continue;
         FText += isFirst ? u" ORDER BY " : u", ";
-        FText += MapField(FromHostString(field.Get()));
+        FText += RequireColumn(FromHostString(field.Get()));
         if (value == IVEXAMLSortDirection::Descending) FText += u" DESC";
         isFirst = false;
     }
@@ -266,15 +275,18 @@ void TVEXAMLSQLAdapter::AddSelectList(IVEXAObjectList* fields) {
 // ---- TVEXAMLSQLTableDataProvider ----
 
 TVEXAMLSQLTableDataProvider::TVEXAMLSQLTableDataProvider(const SqliteDatabase& database, const QString& sql)
-    : FReader(std::make_unique<SqliteReader>(database.FileName())), FRows(FReader->Query(ToUtf8(sql))) {}
+    : FReader(std::make_unique<SqliteReader>(database.FileName())),
+      FRows(FReader->Query(ToUtf8(sql))),
+      FHasRows(FRows != nullptr) {}
 
-TVEXAMLSQLTableDataProvider::TVEXAMLSQLTableDataProvider(std::unique_ptr<SqliteRows> rows) : FRows(std::move(rows)) {}
+TVEXAMLSQLTableDataProvider::TVEXAMLSQLTableDataProvider(std::unique_ptr<SqliteRows> rows)
+    : FRows(std::move(rows)), FHasRows(FRows != nullptr) {}
 
 HResult TVEXAMLSQLTableDataProvider::QueryInterface(const Guid& iid, void** object) noexcept {
     if (!object) return E_POINTER;
     *object = nullptr;
     if (iid != IVEXAMLDataProviderSelection::IID) return TInterfacedObjectEx::QueryInterface(iid, object);
-    if (!FRows) return E_NOINTERFACE;
+    if (!FHasRows) return E_NOINTERFACE;
     *object = static_cast<IVEXAMLDataProviderSelection*>(this);
     AddRef();
     return S_OK;
@@ -298,25 +310,27 @@ std::int64_t TVEXAMLSQLTableDataProvider::GetValueAsInt64(std::int32_t column) n
 
 const char16_t* TVEXAMLSQLTableDataProvider::GetValueAsString(std::int32_t column, std::int32_t* length) noexcept {
     const char16_t* result = nullptr;
+    if (!AreGiven(length)) return result;
     *length = 0;
     GuardedCall("reading a row", [&] {
-        if (!IsColumn(column)) return E_INVALIDARG;
+        if (!IsColumn(column)) return;
         FTexts.resize(static_cast<std::size_t>(FRows->ColumnCount()));
         QString& text = FTexts[static_cast<std::size_t>(column)];
         text = FRows->Text(column);
         *length = static_cast<std::int32_t>(text.size());
         result = reinterpret_cast<const char16_t*>(text.utf16());
-        return S_OK;
     });
     return result;
 }
 
 Bool32 TVEXAMLSQLTableDataProvider::NextRow() noexcept {
-    Bool32 result = kFalse;
-    GuardedCall("reading rows", [&] {
-        if (FRows && FRows->Next()) result = kTrue;
-    });
-    return result;
+    bool hasRow = false;
+    GuardedCall("reading rows", [&] { hasRow = FRows && FRows->Next(); });
+    if (hasRow) return kTrue;
+    // Rows at their end are not to be read, nor would a statement's end be its last: it would begin anew.
+    FRows.reset();
+    FReader.reset();
+    return kFalse;
 }
 
 }  // namespace vexa

@@ -28,8 +28,8 @@ public:
 
     /// Appends conditions, order and range. `fields` holds the names asked for, which the search text is looked for in;
     /// it may be null. `isAndNeeded`: the text holds a condition already. Throws std::invalid_argument for a condition
-    /// on a field without a name, or whose name can be no column, or for groups nested too deeply for SQLite;
-    /// EHostError when the host fails.
+    /// on a field without a name, or whose name can be no column, for an operation that there is not, or for groups
+    /// nested too deeply for SQLite; EHostError when the host fails.
     void Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded);
     /// Appends the columns of the fields asked for.
     void AddSelectList(IVEXAObjectList* fields);
@@ -38,6 +38,8 @@ public:
     /// The expression of a field: empty for one that has no column, as for no name. Throws std::invalid_argument for a
     /// name that is no SQL identifier, since it would become a part of the statement.
     QString MapField(const QString& field) const;
+    /// The same for a condition or an order, which needs a column: throws std::invalid_argument where there is none.
+    QString RequireColumn(const QString& field) const;
     QString ToString() const { return FText; }
 
     /// A value as SQL spells it.
@@ -84,7 +86,8 @@ private:
 /// The names in a list of host strings; what is no string is left out.
 QStringList StringsOf(IVEXAObjectList* list);
 
-/// Rows for the host. Without a row it offers no IVEXAMLDataProviderSelection.
+/// Rows for the host. Without a row it offers no IVEXAMLDataProviderSelection. After the last row, or when reading the
+/// next one failed, it stays at the end, where its values are 0 and its texts null.
 class TVEXAMLSQLTableDataProvider : public TInterfacedObjectEx, public IVEXAMLDataProviderSelection {
 public:
     /// Runs the statement on a reader of its own, which it keeps until it is released.
@@ -106,7 +109,8 @@ private:
     bool IsColumn(std::int32_t column) const noexcept;
 
     std::unique_ptr<SqliteReader> FReader;  // of a cursor; freed after it
-    std::unique_ptr<SqliteRows> FRows;
+    std::unique_ptr<SqliteRows> FRows;      // null at the end
+    const bool FHasRows;
     std::vector<QString> FTexts;  // of the current row, by column: what was handed out
 };
 

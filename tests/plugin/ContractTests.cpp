@@ -1,0 +1,340 @@
+// What the plug-in promises to any host: answers to calls that lack something, rows and filters at their edges, and an
+// end at any moment.
+
+#include "FileInfo.h"
+#include "Filters.h"
+#include "HostFixture.h"
+#include "LoopbackServer.h"
+#include "ObjectList.h"
+#include "Podcasts.Core.DB.h"
+#include "Tree.h"
+#include "Waiting.h"
+
+#include <set>
+
+namespace tests {
+namespace {
+
+/// The host's core, which keeps what is registered with it.
+class Core final : public RefCountedObject<IVEXACore> {
+public:
+    explicit Core(IVEXACore& core) : FCore(&core) {}
+
+    template <class Interface>
+    Ref<Interface> Registered() const {
+        for (const auto& extension : FExtensions)
+            if (const auto offered = Query<Interface>(extension.Get())) return offered;
+        return nullptr;
+    }
+
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        return FCore->QueryInterface(iid, object);
+    }
+    HResult CreateObject(const Guid& iid, void** object) noexcept override { return FCore->CreateObject(iid, object); }
+    HResult GetPath(std::int32_t kind, IVEXAString** path) noexcept override { return FCore->GetPath(kind, path); }
+    HResult RegisterExtension(const Guid& service, IUnknown* extension) noexcept override {
+        FExtensions.insert(FExtensions.begin(), extension);
+        return FCore->RegisterExtension(service, extension);
+    }
+
+private:
+    const Ref<IVEXACore> FCore;
+    std::vector<Ref<IUnknown>> FExtensions;  // the newest first
+};
+
+class Contract : public HostTest, public host::MusicLibraryListener {
+protected:
+    Contract() {
+        {
+            podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
+            podcasts::TPodcastFeed feed;
+            feed.Fields[podcasts::pffURLFeed] = Server.Url("/stored");
+            feed.Fields[podcasts::pffTitle] = "F";
+            for (int i = 0; i < 3; ++i) {
+                auto& episode = feed.NewEpisode();
+                episode.Fields[podcasts::pefGUID] = episode.Fields[podcasts::pefTitle] = QString::number(i);
+                episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
+            }
+            db.AddOrUpdate(feed);
+        }
+        Host.Library().AddListener(this);
+        EXPECT_EQ(Plugin.Object()->Initialize(TheCore.Get()), S_OK);
+        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+    }
+    ~Contract() override {
+        Host.Library().RemoveListener(this);
+        Plugin.Object()->Finalize();
+    }
+    void OnDataChanged(const QString&) override { Call("Changed"); }
+    void OnTasksChanged(const QString& id) override {
+        Call(Host.Library().Tasks(id).empty() ? "BackgroundTaskFinished" : "BackgroundTaskStarted");
+    }
+    /// The host's user closes the window inside the operation of that name.
+    void Call(const std::string& operation) {
+        if (operation != EndsIn) return;
+        EndsIn.clear();
+        Plugin.Object()->Finalize();
+        HasReturned = true;
+    }
+    template <class Interface>
+    Ref<Interface> Of() {
+        auto offered = Query<Interface>(Storage.Get());
+        EXPECT_TRUE(offered);
+        return offered;
+    }
+    HResult Rows(IVEXAMLDataFilter& filter, const QStringList& fields, Ref<IVEXAMLDataProviderSelection>& rows) {
+        Ref<IUnknown> data;
+        const HResult result =
+            Of<IVEXAMLDataProvider>()->GetData(host::MakeStringList(fields).Get(), &filter, data.Put());
+        rows = Query<IVEXAMLDataProviderSelection>(data.Get());
+        return result;
+    }
+
+    LoopbackServer Server;
+    const host::Plugin Plugin{QStringLiteral(PLUGIN)};
+    const Ref<Core> TheCore{new Core(Host.TheCore())};
+    Ref<IVEXAMLExtensionDataStorage> Storage;
+    std::string EndsIn;
+    bool HasReturned = false;
+};
+
+TEST_F(Contract, AMissingPointerIsAnswered) {
+    const auto library = Of<IVEXAMLDataProvider>();
+    const auto subscriptions = Of<IVEXAMLSubscriptionStorage>();
+    const auto properties = Of<IVEXAPropertyList2>();
+    const auto art = Of<IVEXAMLAlbumArtProvider>();
+    const auto find = Of<IVEXAMLDataStorageCommandFindInLibrary>();
+    const auto decoder = TheCore->Registered<IVEXAExtensionAudioDecoderOld>();
+    const auto infos = TheCore->Registered<IVEXAExtensionFileInfoProvider>();
+    const auto hook = TheCore->Registered<IVEXAExtensionPlayerHook>();
+    const auto logos = TheCore->Registered<IVEXAExtensionAlbumArtProvider>();
+    const auto page = TheCore->Registered<IVEXAOptionsDialogFrame>();
+    const auto tree = host::LibraryStorage(Host.Library()).Presets()[0].Provider;
+
+    const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
+    const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
+    const auto fields = host::MakeStringList({"FileName"});
+    const auto address = host::MakeString("podcast://h/1.mp3");
+    const Ref<IVEXAFileInfo> info(new host::FileInfo);
+    const Variant value{};
+    std::int64_t count = 0;
+    std::int32_t length = 0;
+    Ref<IUnknown> data;
+    Ref<IVEXAObjectList> list;
+    Ref<IVEXAImageContainer> image;
+    Ref<IVEXAMLDataFilter> found;
+    Ref<IVEXAMLGroupingTreeSelection> way;
+    Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
+    Ref<IVEXAString> text;
+    ASSERT_EQ(tree->ListChildren(root.Get(), nodes.Put()), S_OK);
+    Ref<IVEXAMLDataProviderSelection> rows;
+    ASSERT_EQ(Rows(*filter, {"Title"}, rows), S_OK);
+
+    const std::pair<const char*, HResult> answers[] = {
+        {"GetData without data", library->GetData(fields.Get(), filter.Get(), nullptr)},
+        {"GetData without a filter", library->GetData(fields.Get(), nullptr, data.Put())},
+        {"GetData without fields", library->GetData(nullptr, filter.Get(), data.Put())},
+        {"GetRowCount without a count", subscriptions->GetRowCount(fields.Get(), filter.Get(), nullptr)},
+        {"GetRowCount without a filter", subscriptions->GetRowCount(fields.Get(), nullptr, &count)},
+        {"Subscribe without addresses", subscriptions->Subscribe(nullptr, nullptr)},
+        {"GetOutcomes", subscriptions->GetOutcomes(1, 0, nullptr)},
+        {"GetFields", Storage->GetFields(0, nullptr)},
+        {"GetGroupingPresets", Storage->GetGroupingPresets(1, nullptr)},
+        {"GetAlbumArt without an image", art->GetAlbumArt(fields.Get(), &value, nullptr, nullptr)},
+        {"GetAlbumArt without fields", art->GetAlbumArt(nullptr, &value, nullptr, image.Put())},
+        {"GetAlbumArt without values", art->GetAlbumArt(fields.Get(), nullptr, nullptr, image.Put())},
+        {"Find without a filter", find->Find(info.Get(), nullptr, way.Put())},
+        {"Find without a selection", find->Find(info.Get(), found.Put(), nullptr)},
+        {"GetValueAsFloat", properties->GetValueAsFloat(1, nullptr)},
+        {"GetValueAsInt32", properties->GetValueAsInt32(2, nullptr)},
+        {"GetValueAsInt64", properties->GetValueAsInt64(2, nullptr)},
+        {"GetValueAsObject", properties->GetValueAsObject(0, IVEXAString::IID, nullptr)},
+        {"GetValueAsVariant", properties->GetValueAsVariant(2, nullptr)},
+        {"SetValueAsVariant", properties->SetValueAsVariant(2, nullptr)},
+        {"QueryInterface", properties->QueryInterface(IVEXAString::IID, nullptr)},
+        {"ListChildren without nodes", tree->ListChildren(root.Get(), nullptr)},
+        {"ListChildren without a selection", tree->ListChildren(nullptr, nodes.Put())},
+        {"AddSelectionConditions without a filter", tree->AddSelectionConditions(nullptr, root.Get())},
+        {"AddSelectionConditions without a selection", tree->AddSelectionConditions(filter.Get(), nullptr)},
+        {"GetFieldForAlphabeticIndex", tree->GetFieldForAlphabeticIndex(nullptr)},
+        {"OpenDecoder", decoder->OpenDecoder(address.Get(), 0, nullptr, nullptr)},
+        {"QueryFileInfo", infos->QueryFileInfo(address.Get(), nullptr)},
+        {"QueryAlbumArt", logos->QueryAlbumArt(address.Get(), nullptr, nullptr, nullptr, nullptr)},
+        {"QueryCaption", page->QueryCaption(nullptr)},
+    };
+    for (const auto& [call, answer] : answers) EXPECT_EQ(answer, E_POINTER) << call;
+    ASSERT_EQ(tree->ListChildren(root.Get(), nodes.Put()), S_OK);
+    EXPECT_EQ(nodes->GetDisplayValue(nullptr), E_POINTER);
+    EXPECT_EQ(nodes->GetImageIndex(nullptr), E_POINTER);
+    EXPECT_EQ(nodes->GetValue(text.Put(), nullptr), E_POINTER);
+    EXPECT_EQ(rows->GetValueAsString(0, nullptr), nullptr);
+    hook->ResolvePlaybackURL(address.Get(), nullptr);
+    EXPECT_EQ(host::ToQString(address.Get()), "podcast://h/1.mp3");
+    const host::LibraryStorage storage(Host.Library());
+    EXPECT_EQ(storage.Field("State")->DisplayValues->GetDisplayValue(nullptr, &length), nullptr);
+    // Nothing is asked for in vain: an absent text is the empty one.
+    EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
+}
+
+TEST_F(Contract, RowsStayAtTheirEnd) {
+    for (const int limit : {0, 2}) {
+        const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
+        filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
+        Ref<IVEXAMLDataProviderSelection> rows;
+        ASSERT_EQ(Rows(*filter, {"Title", "State"}, rows), S_OK);
+        for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(rows->NextRow(), kFalse) << limit;
+            std::int32_t length = -1;
+            EXPECT_EQ(rows->GetValueAsString(0, &length), nullptr);
+            EXPECT_EQ(length, 0);
+            EXPECT_EQ(rows->GetValueAsInt64(1), 0);
+        }
+        EXPECT_TRUE(Query<IVEXAMLDataProviderSelection>(rows.Get()));
+    }
+}
+
+TEST_F(Contract, RowsWithoutAColumnOfTheirsAreRows) {
+    for (const QStringList& fields : {QStringList("Node"), QStringList()}) {
+        for (const int limit : {0, 2}) {
+            const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
+            filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
+            Ref<IVEXAMLDataProviderSelection> rows;
+            ASSERT_EQ(Rows(*filter, fields, rows), S_OK);
+            ASSERT_TRUE(rows);
+            int count = 1;
+            while (rows->NextRow()) ++count;
+            EXPECT_EQ(count, limit ? limit : 3);
+        }
+    }
+}
+
+TEST_F(Contract, WhatCannotBeAFilterIsAnInvalidArgument) {
+    const auto equals = [](IVEXAMLGroupFilter& group, const char* field, std::int32_t operation = 0) {
+        Variant value;
+        value.Type = VariantType::Text;
+        value.Text = host::MakeString("1");
+        EXPECT_EQ(group.Add(host::MakeString(field).Get(), &value, nullptr, operation, nullptr), S_OK);
+    };
+    const std::pair<const char*, std::function<void(host::DataFilter&)>> cases[] = {
+        {"a group's operation above 3",
+         [&](auto& filter) {
+             equals(filter, "Title"), equals(filter, "State");
+             filter.SetValueAsInt32(IVEXAMLGroupFilter::Operation, 4);
+         }},
+        {"an inner group's operation below 0",
+         [&](auto& filter) {
+             Ref<IVEXAMLGroupFilter> group;
+             filter.AddGroup(group.Put());
+             equals(*group, "Title");
+             group->SetValueAsInt32(IVEXAMLGroupFilter::Operation, -1);
+         }},
+        {"a name that is none", [&](auto& filter) { equals(filter, "1=1--"); }},
+        {"a comparison of nodes", [&](auto& filter) { equals(filter, "Node", IVEXAMLFieldFilter::Less); }},
+        {"an order by nodes",
+         [](auto& filter) {
+             const Ref<IVEXAObjectList> order(new host::ObjectList);
+             order->Add(Ref<IVEXAString>(new host::SortItem("Node", IVEXAMLSortDirection::Ascending)).Get());
+             filter.SetValueAsObject(IVEXAMLDataFilter::SortList, order.Get());
+         }},
+    };
+    for (const auto& [what, fill] : cases) {
+        const Ref<host::DataFilter> filter(new host::DataFilter);
+        fill(*filter.Get());
+        Ref<IVEXAMLDataProviderSelection> rows;
+        EXPECT_EQ(Rows(*filter, {"Title"}, rows), E_INVALIDARG) << what;
+        std::int64_t count = 0;
+        EXPECT_EQ(
+            Of<IVEXAMLSubscriptionStorage>()->GetRowCount(host::MakeStringList({"Title"}).Get(), filter.Get(), &count),
+            E_INVALIDARG)
+            << what;
+    }
+}
+
+// ---- The end ----
+
+using Operation = std::function<void(const std::string& operation)>;
+
+class Events final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
+public:
+    explicit Events(Operation called) : FCalled(std::move(called)) {}
+    QStringList Told;
+    int Ends = 0;
+
+    void OnSubscribed(IVEXAString* address, HResult, IVEXAString*) noexcept override {
+        EXPECT_EQ(Ends, 0);
+        Told += host::ToQString(address);
+        FCalled("OnSubscribed");
+    }
+    void OnChoices(IVEXAString* address, IVEXAObjectList*, IVEXAObjectList*) noexcept override {
+        Told += host::ToQString(address);
+        FCalled("OnChoices");
+    }
+    void OnCompleted() noexcept override {
+        ++Ends;
+        FCalled("OnCompleted");
+    }
+
+private:
+    const Operation FCalled;
+};
+
+TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
+    const QByteArray feed = "<rss><channel><title>T</title></channel></rss>";
+    for (int i = 0; i < 10; ++i) Server.Serve(QString("/%1").arg(i), Response::Of(feed));
+    Server.Serve("/stored", Response::Of(feed));
+    Server.Serve("/page", Response::Of("<html><head><link rel=alternate type='application/rss+xml' href=/0><link "
+                                       "rel=alternate type='application/rss+xml' href=/1></head></html>",
+                                       "text/html"));
+    for (const char* operation :
+         {"BackgroundTaskStarted", "BackgroundTaskFinished", "Changed", "OnSubscribed", "OnChoices", "OnCompleted"}) {
+        SCOPED_TRACE(operation);
+        EndsIn = operation;
+        HasReturned = false;
+        QStringList addresses{Server.Url("/page")};
+        for (int i = 0; i < 10; ++i) addresses += Server.Url(QString("/%1").arg(i));
+        std::vector<Ref<Events>> events;
+        if (EndsIn.starts_with("On")) {
+            for (int i = 0; i < 10; ++i) {
+                events.push_back(new Events([this](const std::string& called) { Call(called); }));
+                ASSERT_EQ(Of<IVEXAMLSubscriptionStorage>()->Subscribe(host::MakeStringList(addresses).Get(),
+                                                                      events.back().Get()),
+                          S_OK);
+            }
+        } else {
+            Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+        }
+        ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
+        // It has ended once it can begin again.
+        Host.TheCore().FinalizeExtensions(0);
+        Host.TheCore().RemoveExtensions(0);
+        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(TheCore.Get()) == S_OK; }));
+        for (const auto& heard : events) {
+            EXPECT_EQ(heard->Ends, 1);
+            EXPECT_EQ(QSet<QString>(heard->Told.begin(), heard->Told.end()).size(), addresses.size());
+        }
+        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+        Host.Library().SetActiveStorage(Storage.Get());
+    }
+}
+
+TEST_F(Contract, EverySubscriptionHearsOfItsEnd) {
+    Server.Serve("/never", Response::Of("<rss/>").With(Fault::Wait));
+    const QStringList addresses{Server.Url("/never"), Server.Url("/a"), Server.Url("/b")};
+    std::vector<Ref<Events>> events;
+    for (int i = 0; i < 10; ++i) {
+        events.push_back(new Events([](const std::string&) {}));
+        ASSERT_EQ(
+            Of<IVEXAMLSubscriptionStorage>()->Subscribe(host::MakeStringList(addresses).Get(), events.back().Get()),
+            S_OK);
+    }
+    ASSERT_TRUE(WaitUntil([&] { return Server.Count("/never") > 0; }));
+    Plugin.Object()->Finalize();
+    for (const auto& heard : events) {
+        EXPECT_EQ(heard->Ends, 1);
+        EXPECT_EQ(heard->Told, addresses);
+    }
+}
+
+}  // namespace
+}  // namespace tests
