@@ -1,6 +1,6 @@
 #include "apiWrappersMenus.h"
 
-#include "VEXA.Runtime.MessageBox.h"
+#include "apiWrappersUI.h"
 
 #include <algorithm>
 
@@ -109,8 +109,7 @@ void TVEXAUICustomMenuItem::OnExecute(IUnknown* data) noexcept {
     try {
         Execute(data);
     } catch (...) {
-        LogCaughtException("a menu command");
-        GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
+        TellCaughtException("a menu command");
     }
 }
 

@@ -1,6 +1,13 @@
 #include "apiWrappersUI.h"
 
+#include "VEXA.Runtime.MessageBox.h"
+
 namespace vexa {
+
+void TellCaughtException(const char* what) noexcept {
+    LogCaughtException(what);
+    GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
+}
 
 HResult TVEXAUICustomEventAdapter::QueryInterface(const Guid& iid, void** object) noexcept {
     const HResult result = TInterfacedObjectEx::QueryInterface(iid, object);

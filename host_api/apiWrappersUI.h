@@ -1,11 +1,15 @@
 #pragma once
-// Method calls as the host's event interfaces.
+// Method calls as the host's event interfaces, and what the user is told when what they asked for fails.
 
 #include "apiWrappers.h"
 
 #include <functional>
 
 namespace vexa {
+
+/// Logs the exception that is being handled, with `what` failed, and shows its message in front of the host's main
+/// window. For whatever the user has asked for. Main thread.
+void TellCaughtException(const char* what) noexcept;
 
 /// Lets several adapters stand behind one object: what this one does not offer, its master is asked for.
 class TVEXAUICustomEventAdapter : public TInterfacedObjectEx {

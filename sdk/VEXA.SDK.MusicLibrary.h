@@ -168,7 +168,7 @@ protected:
 struct IVEXAMLDataStorageCommandAddFilesDialog : IUnknown {
     static constexpr Guid IID = ParseGuid("{704CCC29-5F87-4846-AAA3-62CFF0ECE2EC}");
 
-    /// 3
+    /// 3: Waits for the user in a dialog of the storage's, and tells the user itself of what fails.
     virtual HResult Execute(WindowHandle owner) noexcept = 0;
 
 protected:

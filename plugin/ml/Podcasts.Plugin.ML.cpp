@@ -5,6 +5,7 @@
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
 #include "VEXA.Runtime.Desktop.h"
 #include "VEXA.Runtime.Url.h"
+#include "apiWrappersUI.h"
 
 #include <QFile>
 
@@ -161,12 +162,16 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
 }
 
 HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
-    return GuardedCall("subscribing in a dialog", [&] {
-        TPodcastClient* const client = FClient.Get();
-        if (!client) return E_FAIL;
+    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may let go of the storage while the dialog is open
+    TPodcastClient* const client = FClient.Get();
+    if (!client) return E_FAIL;
+    try {
         TfrmPodcastFeed::Subscribe(owner, *client);
         return S_OK;
-    });
+    } catch (...) {
+        TellCaughtException("subscribing in a dialog");
+        return E_UNEXPECTED;
+    }
 }
 
 // ---- What the client tells ----

@@ -4,6 +4,7 @@
 #include "LoopbackServer.h"
 #include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
 #include "Podcasts.Plugin.Dialogs.Feed.h"
+#include "Podcasts.Plugin.ML.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -75,6 +76,23 @@ TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
     };
     EXPECT_EQ(MessageOf(subscribe), "warning: You are subscribed to this podcast already.");
     EXPECT_EQ(Client->DB().GetFeed(Server.Url("/f"), false)->Fields[pffTitle], QString());
+}
+
+TEST_F(FeedDialogTest, TellsTheUserOfTheLibrarysAddButtonWhatTheDatabaseRefuses) {
+    Server.Serve("/f", tests::Response::Of(kFeed));
+    Client->DB().ExecuteSQL("CREATE TRIGGER T BEFORE INSERT ON PodcastFeeds BEGIN SELECT RAISE(ABORT, 'no room'); END");
+    const auto library = TVEXAPodcastsMLExtension::Create(*Client);
+    HResult result = S_OK;
+    const QString message = MessageOf([&] {
+        WithDialog([&] { result = library->Execute(0); },
+                   [&](QWidget& dialog) {
+                       Edit(dialog).setText(Server.Url("/f"));
+                       OK(dialog).click();
+                       EXPECT_TRUE(tests::WaitUntil([&] { return !dialog.isVisible(); }));
+                   });
+    });
+    EXPECT_TRUE(message.startsWith("warning: ") && message.contains("no room")) << message.toStdString();
+    EXPECT_EQ(result, E_UNEXPECTED);
 }
 
 TEST_F(FeedDialogTest, SaysWhyThereIsNoFeedAndStaysOpen) {
