@@ -121,6 +121,18 @@ void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys
     TellOfKeptFiles(kept);
 }
 
+void MarkListened(TPodcastClient& client, const QString& episodeKey) {
+    GuardedCall("marking an episode as listened", [&] {
+        for (;;) {
+            try {
+                return client.UpdateState(episodeKey, pesListened);
+            } catch (const SqliteError& error) {
+                if (!error.IsBusy() || TPodcastsClientPass::IsClosing()) throw;
+            }
+        }
+    });
+}
+
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles) {
     TellOfKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
 }

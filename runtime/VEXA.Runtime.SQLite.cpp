@@ -182,6 +182,10 @@ void CallFunction(sqlite3_context* context, int, sqlite3_value** arguments) {
 
 SqliteError::~SqliteError() = default;
 
+bool SqliteError::IsBusy() const noexcept {
+    return (FCode & 0xFF) == SQLITE_BUSY;
+}
+
 /// Owns one prepared statement.
 class SqliteConnection::Statement {
 public:
@@ -306,7 +310,7 @@ void SqliteDatabase::EnterWal() {
         try {
             return ExecuteSQL("PRAGMA journal_mode=WAL");
         } catch (const SqliteError& error) {
-            if ((error.Code() & 0xFF) != SQLITE_BUSY || std::chrono::steady_clock::now() > deadline) throw;
+            if (!error.IsBusy() || std::chrono::steady_clock::now() > deadline) throw;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

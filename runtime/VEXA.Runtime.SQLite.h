@@ -35,6 +35,8 @@ public:
     SqliteError(const SqliteError&) = default;
     ~SqliteError() override;
     int Code() const noexcept { return FCode; }
+    /// Whether another connection held the lock for all the time that was waited for it: the same may work later.
+    bool IsBusy() const noexcept;
 
 private:
     int FCode;

@@ -1,5 +1,6 @@
 #include "Podcasts.Plugin.ML.h"
 
+#include "Podcasts.Plugin.Commands.h"
 #include "Podcasts.Plugin.Dialogs.Feed.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
@@ -247,14 +248,14 @@ void TVEXAPodcastsMLExtension::OnMessage(std::uint32_t message, std::int32_t, vo
 }
 
 void TVEXAPodcastsMLExtension::MarkPlayedEpisode() {
-    TPodcastClient* const client = FClient.Get();
+    const TPodcastClient* const client = FClient.Get();
     if (!client || !client->Options().MarkEpisodesListenedOnStartPlayback) return;
     const auto player = HostService<IVEXAServicePlayer>();
     Ref<IVEXAFileInfo> info;
     if (!player || Failed(player->GetInfo(info.Put()))) return;
     QString episodeKey;
     if (TVEXAPodcastsFileManager::ParseURI(ReadPropertyString(info.Get(), IVEXAFileInfo::FileName), episodeKey))
-        client->UpdateState(episodeKey, pesListened);
+        RunCommand([episodeKey](TPodcastClient& present) { MarkListened(present, episodeKey); });
 }
 
 }  // namespace podcasts

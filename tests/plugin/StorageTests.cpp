@@ -12,6 +12,10 @@
 #include "VEXA.Runtime.Notifications.h"
 #include "Waiting.h"
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 namespace tests {
 namespace {
 
@@ -134,10 +138,27 @@ TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
     Host.Player().Play(host::MakeString("file:///tmp/x.mp3").Get(), nullptr);
     EXPECT_EQ(States(), "11");
     Host.Player().Play(host::MakeString("podcast://h/A2.mp3").Get(), nullptr);
-    EXPECT_EQ(States(), "10");
+    EXPECT_TRUE(WaitUntil([&] { return States() == "10"; }));
     const int before = Changes;
     Host.Messages().Send(kMsgLanguageChanged, 0, nullptr);
     EXPECT_EQ(Changes, before + 1);
+}
+
+TEST_F(Storage, TheMarkOfWhatPlaysWaitsForAnotherProgramAndNobodyWaitsForTheMark) {
+    Subscribe("/a", Feed("A", 2));
+    PlainSqlite other(Profile.File("Podcasts.db"));
+    // For longer than a connection waits for the lock.
+    std::atomic<bool> isLocked{true};
+    other.Run("BEGIN IMMEDIATE");
+    std::thread holder([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5500));
+        other.Run("COMMIT");
+        isLocked = false;
+    });
+    Host.Player().Play(host::MakeString("podcast://h/A2.mp3").Get(), nullptr);
+    EXPECT_TRUE(isLocked);  // or it was waited for
+    EXPECT_TRUE(WaitUntil([&] { return States() == "10"; }, std::chrono::seconds(20)));
+    holder.join();
 }
 
 TEST_F(Storage, ARefreshShowsAsATaskAndNewEpisodesAsANotification) {
