@@ -5,6 +5,7 @@
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Log.h"
 
 #include <QCoreApplication>
 #include <QScopedValueRollback>
@@ -106,8 +107,13 @@ std::uint32_t TVEXAPodcastsPlugin::GetCategories() noexcept {
 
 HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
     const Ref<TVEXAPodcastsPlugin> self(this);  // the host may let go of it inside
+    if (!HasThisSdk(core)) {
+        qCWarning(LogPlugin) << "the host was built with another version of the interfaces than" << kSdkMajor;
+        return E_NOTIMPL;
+    }
     if (!Query<IVEXAServiceMusicLibrary>(core)) return E_NOTIMPL;
     if (IsAnyRunning) return E_UNEXPECTED;
+    AttachMainThread();  // the host need not know of the runtime that is between it and the engine
     TVEXACustomPlugin::Initialize(core);
     IsAnyRunning = FIsRunning = true;
     FIsStarting = true;

@@ -10,6 +10,31 @@
 
 namespace vexa {
 
+/// The version of these headers, which is not the project's. The first number changes when something that they say is no
+/// longer so, the second when something is added.
+inline constexpr std::int32_t kSdkMajor = 1;
+inline constexpr std::int32_t kSdkMinor = 0;
+
+/// Offered by a host's core and by a plug-in's object: the version of the headers that it was built with. One that does
+/// not offer it was built with 1.0. Any thread.
+struct IVEXASdkVersion : IUnknown {
+    static constexpr Guid IID = ParseGuid("{D44FC3FA-4676-42A4-AD38-417DE65B3347}");
+
+    /// 3
+    virtual HResult GetSdkVersion(std::int32_t* major, std::int32_t* minor) noexcept = 0;
+
+protected:
+    ~IVEXASdkVersion() = default;
+};
+
+/// Whether the other side can be talked to. The host asks before Initialize and lets go of another plug-in; the plug-in
+/// asks in Initialize and answers E_NOTIMPL to another host.
+inline bool HasThisSdk(IUnknown* other) noexcept {
+    std::int32_t major = 1, minor = 0;
+    if (const auto version = Query<IVEXASdkVersion>(other)) version->GetSdkVersion(&major, &minor);
+    return major == kSdkMajor;
+}
+
 /// The host itself. A service is asked for by QueryInterface with the service's identifier; a host that lacks one
 /// answers E_NOINTERFACE.
 struct IVEXACore : IUnknown {
@@ -43,8 +68,9 @@ struct IVEXAPlugin : IUnknown {
     virtual const char16_t* GetInformation(std::int32_t index) noexcept = 0;
     /// 4: A set of Category bits.
     virtual std::uint32_t GetCategories() noexcept = 0;
-    /// 5: E_NOTIMPL when the host lacks a service that the plug-in cannot do without. After any failure the host calls
-    /// Finalize and lets go of the plug-in.
+    /// 5: The calling thread is the main thread from now on; the event loop of the toolkit's application object runs on
+    /// it. E_NOTIMPL when the host lacks a service that the plug-in cannot do without, or has other headers. After any
+    /// failure the host calls Finalize and lets go of the plug-in.
     virtual HResult Initialize(IVEXACore* core) noexcept = 0;
     /// 6: May be called at any moment, also inside an operation that the plug-in is just calling. Then it returns
     /// before all is done: the rest follows when that operation has returned, from the event loop of the main thread at

@@ -5,7 +5,7 @@
 // - Operations are noexcept and numbered by their slot; 0 to 2 are those of IUnknown.
 // - An out argument of an interface type is null on failure; on success it holds a reference that the caller owns
 //   (Ref::Put takes it). An in argument is borrowed for the call; who keeps it adds a reference (Ref does).
-// - A null pointer where an operation needs one is E_POINTER, whatever else would be wrong.
+// - A null pointer where an operation needs one is E_POINTER, where the operation says nothing else.
 // - Texts are UTF-16 code units with their count, or IVEXAString. An absent (null) string reads as the empty text.
 // - Dates are OLE Automation dates in UTC: days since 1899-12-30 as a double. Durations are seconds.
 // - An interface that extends another one than IUnknown names it as `Base`; objects answer queries for both.

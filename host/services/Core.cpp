@@ -97,4 +97,11 @@ HResult Core::RegisterExtension(const Guid& service, IUnknown* extension) noexce
     });
 }
 
+HResult Core::GetSdkVersion(std::int32_t* major, std::int32_t* minor) noexcept {
+    if (!major || !minor) return E_POINTER;
+    *major = kSdkMajor;
+    *minor = kSdkMinor;
+    return S_OK;
+}
+
 }  // namespace vexa::host

@@ -17,7 +17,7 @@ namespace vexa::host {
 
 /// Services, factories and the missing ones are set up on the main thread, before a plug-in is loaded; from then on any
 /// thread may ask.
-class Core final : public RefCountedObject<IVEXACore> {
+class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(const HostOptions& options);
 
@@ -50,6 +50,7 @@ public:
     HResult CreateObject(const Guid& iid, void** object) noexcept override;
     HResult GetPath(std::int32_t kind, IVEXAString** path) noexcept override;
     HResult RegisterExtension(const Guid& service, IUnknown* extension) noexcept override;
+    HResult GetSdkVersion(std::int32_t* major, std::int32_t* minor) noexcept override;
 
 private:
     struct Service {

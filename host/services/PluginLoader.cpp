@@ -66,6 +66,10 @@ Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absolute
 }
 
 void Plugin::Initialize(IVEXACore* core) {
+    if (!HasThisSdk(FObject.Get()))
+        throw PluginError(u"the plug-in " + FFileName +
+                              u" was built with another version of the interfaces: get the one for this player",
+                          E_NOTIMPL);
     const LastWarning warning;
     const HResult result = FObject->Initialize(core);
     if (Succeeded(result)) return;

@@ -53,9 +53,10 @@ public:
 };
 
 /// A plug-in that registers a storage, and answers as told.
-class StoragePlugin final : public RefCountedObject<IVEXAPlugin> {
+class StoragePlugin final : public RefCountedObject<IVEXAPlugin, IVEXASdkVersion> {
 public:
-    StoragePlugin(HResult answer, QStringList* log) : FAnswer(answer), FLog(log) {}
+    StoragePlugin(HResult answer, QStringList* log, std::int32_t sdk = kSdkMajor)
+        : FAnswer(answer), FLog(log), FSdk(sdk) {}
     ~StoragePlugin() override { *FLog += "plug-in freed"; }
 
     const char16_t* GetInformation(std::int32_t) noexcept override { return nullptr; }
@@ -68,10 +69,16 @@ public:
     }
     void Finalize() noexcept override { *FLog += "plug-in finalized"; }
     void SystemNotify(std::int32_t, IUnknown*) noexcept override {}
+    HResult GetSdkVersion(std::int32_t* major, std::int32_t* minor) noexcept override {
+        *major = FSdk;
+        *minor = kSdkMinor + 1;
+        return S_OK;
+    }
 
 private:
     HResult FAnswer;
     QStringList* FLog;
+    std::int32_t FSdk;
 };
 
 }  // namespace
@@ -191,6 +198,10 @@ TEST_F(HostTest, APluginEndsAfterItsStorageAndIsReleasedLast) {
     log.clear();
     EXPECT_THROW(Host.StartPlugin(plugin(E_FAIL, &log)), PluginError);
     EXPECT_EQ(log, end);
+    log.clear();
+    Plugin foreign(Ref<IVEXAPlugin>(new StoragePlugin(S_OK, &log, kSdkMajor + 1)), "another's");
+    EXPECT_THROW(Host.StartPlugin(std::move(foreign)), PluginError);
+    EXPECT_FALSE(log.contains("initialized S"));
     EXPECT_TRUE(Host.Library().StorageIDs().isEmpty());
 }
 

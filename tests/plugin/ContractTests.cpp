@@ -16,9 +16,9 @@ namespace tests {
 namespace {
 
 /// The host's core, which keeps what is registered with it.
-class Core final : public RefCountedObject<IVEXACore> {
+class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
-    explicit Core(IVEXACore& core) : FCore(&core) {}
+    explicit Core(IVEXACore& core, std::int32_t sdk = kSdkMajor) : FCore(&core), FSdk(sdk) {}
 
     template <class Interface>
     Ref<Interface> Registered() const {
@@ -28,7 +28,13 @@ public:
     }
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        if (iid == IVEXASdkVersion::IID) return RefCountedObject::QueryInterface(iid, object);
         return FCore->QueryInterface(iid, object);
+    }
+    HResult GetSdkVersion(std::int32_t* major, std::int32_t* minor) noexcept override {
+        *major = FSdk;
+        *minor = kSdkMinor + 1;
+        return S_OK;
     }
     HResult CreateObject(const Guid& iid, void** object) noexcept override { return FCore->CreateObject(iid, object); }
     HResult GetPath(std::int32_t kind, IVEXAString** path) noexcept override { return FCore->GetPath(kind, path); }
@@ -39,6 +45,7 @@ public:
 
 private:
     const Ref<IVEXACore> FCore;
+    const std::int32_t FSdk;
     std::vector<Ref<IUnknown>> FExtensions;  // the newest first
 };
 
@@ -249,6 +256,15 @@ TEST_F(Contract, WhatCannotBeAFilterIsAnInvalidArgument) {
             E_INVALIDARG)
             << what;
     }
+}
+
+TEST_F(Contract, AHostOfOtherInterfacesIsRefused) {
+    Plugin.Object()->Finalize();
+    const Ref<Core> foreign(new Core(Host.TheCore(), kSdkMajor + 1));
+    EXPECT_EQ(Plugin.Object()->Initialize(foreign.Get()), E_NOTIMPL);
+    std::int32_t major = 0, minor = -1;
+    EXPECT_EQ(Query<IVEXASdkVersion>(Plugin.Object())->GetSdkVersion(&major, &minor), S_OK);
+    EXPECT_EQ(std::pair(major, minor), std::pair(kSdkMajor, kSdkMinor));
 }
 
 // ---- The end ----
