@@ -1,6 +1,7 @@
 // Storing a feed: what is stored already, which rows are written, and in which order, since rows may take each other's
 // URIs.
 
+#include "Podcasts.Core.DB.Columns.h"
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Text.h"
@@ -23,25 +24,26 @@ namespace {
 
 constexpr std::size_t kRowsPerStatement = 500;
 
-// The columns of an episode, as bits of what is NULL in a row or differs from it. Their order is that of
-// LoadStoredEpisodes and of the members of Row.
-enum Column : unsigned {
-    ccURI,
-    ccGUID,
-    ccTitle,
-    ccDescription,
-    ccArtist,
-    ccURL,
-    ccURLAudio,
-    ccURLAudioCached,
-    ccFormat,
-    ccPublishDate,
-    ccDuration,
-    ccState,
-};
-constexpr std::string_view kColumnNames[] = {"URI",    "GUID",        "Title",    "Description",
-                                             "Artist", "URL",         "URLAudio", "URLAudioCached",
-                                             "Format", "PublishDate", "Duration", "State"};
+// Sets of columns are bits, in the order of kEpisodeColumns.
+static_assert(kEpisodeColumnCount <= 32);
+constexpr unsigned BitOf(int column) {
+    return 1u << column;
+}
+constexpr int kFeedIDColumn = EpisodeColumn("FeedID");
+constexpr int kPublishDateColumn = EpisodeColumn("PublishDate");
+constexpr int kDurationColumn = EpisodeColumn("Duration");
+constexpr int kStateColumn = EpisodeColumn("State");
+constexpr int kFormatColumn = EpisodeColumn("Format");
+
+/// "URI, FeedID, …", or with "?" in place of each.
+std::string ListOfColumns(bool asParameters = false) {
+    std::string list;
+    for (const auto& column : kEpisodeColumns) {
+        if (!list.empty()) list += ", ";
+        list += asParameters ? "?" : column.Sql.Name;
+    }
+    return list;
+}
 
 /// What a match makes of its row: the record with what follows from it.
 struct NewRow {
@@ -50,34 +52,52 @@ struct NewRow {
 
     /// The bits of the columns in which the stored row differs.
     unsigned DifferencesFrom(const Row& row) const {
-        const TPodcastEpisode& episode = *Match.Episode;
         unsigned bits = row.Nulls;
-        for (unsigned column = ccURI; column <= ccFormat; ++column)
-            if (!EqualsUtf8(Text(static_cast<Column>(column)), row.*TPodcastStoredEpisodes::kTexts[column]))
-                bits |= 1u << column;
-        if (row.PublishDate != episode.PublishDate) bits |= 1u << ccPublishDate;
-        if (row.Duration != static_cast<double>(episode.Duration)) bits |= 1u << ccDuration;
-        if (row.State != episode.State) bits |= 1u << ccState;
+        for (int column = 0; column < kEpisodeColumnCount; ++column)
+            if (!IsSame(row, column)) bits |= BitOf(column);
         return bits;
     }
 
-    void GiveValue(SqliteStatement& statement, Column column) const {
-        if (column == ccPublishDate)
-            statement.Double(Match.Episode->PublishDate);
-        else if (column == ccDuration)
-            statement.Double(static_cast<double>(Match.Episode->Duration));
-        else if (column == ccState)
-            statement.Integer(Match.Episode->State);
-        else
-            statement.Text(Text(column));
+    SqliteStatement& GiveValue(SqliteStatement& statement, int column) const {
+        const TPodcastEpisode& episode = *Match.Episode;
+        switch (column) {
+            case kFeedIDColumn:
+                return statement.Integer(episode.FeedID);
+            case kPublishDateColumn:
+                return statement.Double(episode.PublishDate);
+            case kDurationColumn:
+                return statement.Double(static_cast<double>(episode.Duration));
+            case kStateColumn:
+                return statement.Integer(episode.State);
+            case kFormatColumn:
+                return statement.Text(Format);
+            default:
+                return statement.Text(Text(kEpisodeColumns[column].Field));
+        }
     }
 
 private:
-    const QString& Text(Column column) const {
-        static constexpr TPodcastEpisodeField fields[] = {pefURI,    pefGUID, pefTitle,    pefDescription,
-                                                          pefArtist, pefURL,  pefURLAudio, pefURLAudioCached};
-        if (column == ccURI) return Match.URI;
-        return column == ccFormat ? Format : Match.Episode->Fields[fields[column]];
+    bool IsSame(const Row& row, int column) const {
+        const TPodcastEpisode& episode = *Match.Episode;
+        switch (column) {
+            case kFeedIDColumn:
+                return true;  // by which the rows were read
+            case kPublishDateColumn:
+                return row.PublishDate == episode.PublishDate;
+            case kDurationColumn:
+                return row.Duration == static_cast<double>(episode.Duration);
+            case kStateColumn:
+                return row.State == episode.State;
+            case kFormatColumn:
+                return EqualsUtf8(Format, row.Format);
+            default: {
+                const int field = kEpisodeColumns[column].Field;
+                return EqualsUtf8(Text(field), row.Fields[static_cast<std::size_t>(field)]);
+            }
+        }
+    }
+    const QString& Text(int field) const {
+        return field == pefURI ? Match.URI : Match.Episode->Fields[static_cast<std::size_t>(field)];
     }
 };
 
@@ -92,9 +112,9 @@ struct Change {
 SqliteStatement UpdateOf(TPodcastsDB& db, unsigned columns) {
     std::string sql = "UPDATE PodcastEpisodes SET ";
     const char* separator = "";
-    for (unsigned column = ccURI; column <= ccState; ++column) {
-        if ((columns & (1u << column)) == 0) continue;
-        sql.append(separator).append(kColumnNames[column]).append(" = ?");
+    for (int column = 0; column < kEpisodeColumnCount; ++column) {
+        if ((columns & BitOf(column)) == 0) continue;
+        sql.append(separator).append(kEpisodeColumns[column].Sql.Name).append(" = ?");
         separator = ", ";
     }
     return SqliteStatement(db, sql + " WHERE rowid = ?");
@@ -109,7 +129,7 @@ QStringList UnknownFiles(const Matches& matches, const TPodcastStoredEpisodes& s
     QStringList unknown;
     for (const auto& match : matches) {
         for (const int twin : match.Twins) {
-            const QString file = FromUtf8(stored.Rows()[static_cast<std::size_t>(twin)].URLAudioCached);
+            const QString file = FromUtf8(stored.Rows()[static_cast<std::size_t>(twin)].Fields[pefURLAudioCached]);
             if (!file.isEmpty() && !found.contains(file)) unknown += file;
         }
     }
@@ -130,10 +150,10 @@ TPodcastEpisodeState KeptState(const TPodcastEpisodeMatch& match, std::span<cons
 
 /// The file: the row's own, else that of the newest twin whose file exists.
 QString KeptFile(const TPodcastEpisodeMatch& match, std::span<const Row> rows, const FoundFiles& found) {
-    const std::string_view own = rows[static_cast<std::size_t>(match.Row)].URLAudioCached;
+    const std::string_view own = rows[static_cast<std::size_t>(match.Row)].Fields[pefURLAudioCached];
     if (!own.empty()) return FromUtf8(own);
     for (auto twin = match.Twins.rbegin(); twin != match.Twins.rend(); ++twin) {
-        const QString file = FromUtf8(rows[static_cast<std::size_t>(*twin)].URLAudioCached);
+        const QString file = FromUtf8(rows[static_cast<std::size_t>(*twin)].Fields[pefURLAudioCached]);
         if (!file.isEmpty() && found.value(file)) return file;
     }
     return {};
@@ -143,21 +163,21 @@ QString KeptFile(const TPodcastEpisodeMatch& match, std::span<const Row> rows, c
 
 TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
     TPodcastStoredEpisodes stored;
-    const auto cursor = Query(SqlBuilder("SELECT URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, "
-                                         "Format, PublishDate, Duration, State, rowid FROM PodcastEpisodes "
-                                         "WHERE FeedID = ")
-                                  .Integer(feedID));
+    const auto cursor =
+        Query(SqlBuilder("SELECT " + ListOfColumns() + ", rowid FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
     if (cursor) {
         do {
             Row row;
-            int column = 0;
-            for (const auto text : TPodcastStoredEpisodes::kTexts) row.*text = cursor->Utf8(column++);
-            row.PublishDate = cursor->Double(ccPublishDate);
-            row.Duration = cursor->Double(ccDuration);
-            row.State = cursor->Integer(ccState);
-            row.RowID = cursor->Integer64(ccState + 1);
-            for (column = ccURI; column <= static_cast<int>(ccState); ++column)
-                if (cursor->IsNull(column)) row.Nulls |= 1u << column;
+            for (int column = 0; column < kEpisodeColumnCount; ++column) {
+                if (const int field = kEpisodeColumns[column].Field; field >= 0)
+                    row.Fields[static_cast<std::size_t>(field)] = cursor->Utf8(column);
+                if (cursor->IsNull(column)) row.Nulls |= BitOf(column);
+            }
+            row.Format = cursor->Utf8(kFormatColumn);
+            row.PublishDate = cursor->Double(kPublishDateColumn);
+            row.Duration = cursor->Double(kDurationColumn);
+            row.State = cursor->Integer(kStateColumn);
+            row.RowID = cursor->Integer64(kEpisodeColumnCount);
             stored.Add(row);
         } while (cursor->Next());
     }
@@ -174,7 +194,7 @@ void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed) {
         const TPodcastStoredEpisodes stored = LoadStoredEpisodes(feed.ID);
         const Matches matches = MatchEpisodesByURI(feed, stored);
         KeepOlderNames(feed.ID, matches, stored);
-        WriteEpisodes(feed.ID, matches, stored);
+        WriteEpisodes(matches, stored);
     });
 }
 
@@ -207,21 +227,21 @@ TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL
                 TPodcastEpisode& episode = *match.Episode;
                 const bool isPlayable = HasAudio(episode);
                 const Row* row = match.Row >= 0 ? &rows[static_cast<std::size_t>(match.Row)] : nullptr;
-                if (isPlayable && (!row || row->URLAudio.empty()))
+                if (isPlayable && (!row || row->Fields[pefURLAudio].empty()))
                     result.NewEpisodes += MakeEpisodeKey(id, episode.Fields[pefGUID]);
                 if (!row) continue;
                 episode.State = KeptState(match, rows);
                 episode.Fields[pefURLAudioCached] = KeptFile(match, rows, found);
-                if (!isPlayable) episode.Fields[pefURLAudio] = FromUtf8(row->URLAudio);
+                if (!isPlayable) episode.Fields[pefURLAudio] = FromUtf8(row->Fields[pefURLAudio]);
                 for (const int twin : match.Twins) {
-                    const QString file = FromUtf8(rows[static_cast<std::size_t>(twin)].URLAudioCached);
+                    const QString file = FromUtf8(rows[static_cast<std::size_t>(twin)].Fields[pefURLAudioCached]);
                     if (found.value(file) && file != episode.Fields[pefURLAudioCached]) result.SpareFiles += file;
                 }
             }
             StoreFeedRow(feed);
             for (const auto& episode : feed.Episodes()) episode->FeedID = id;
             KeepOlderNames(id, matches, stored);
-            WriteEpisodes(id, matches, stored);
+            WriteEpisodes(matches, stored);
         });
         if (isGone) return {};
     }
@@ -242,7 +262,7 @@ void TPodcastsDB::ExecuteForRows(std::string_view sql, const std::vector<qint64>
     }
 }
 
-void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodcastStoredEpisodes& stored) {
+void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpisodes& stored) {
     const auto rows = stored.Rows();
     std::vector<NewRow> newRows;
     newRows.reserve(matches.size());
@@ -263,7 +283,7 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
         const unsigned columns = newRow.DifferencesFrom(row);
         if (columns == 0) continue;
         changed.push_back({columns, row.RowID, &newRow});
-        if ((columns & (1u << ccURI)) != 0) fates[static_cast<std::size_t>(match.Row)] = Fate::Moves;
+        if ((columns & BitOf(EpisodeColumn("URI"))) != 0) fates[static_cast<std::size_t>(match.Row)] = Fate::Moves;
     }
     if (added.empty() && changed.empty() && std::find(fates.begin(), fates.end(), Fate::Goes) == fates.end()) return;
 
@@ -289,19 +309,16 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
     for (const auto& [columns, rowID, newRow] : changed) {
         auto update = updates.find(columns);
         if (update == updates.end()) update = updates.emplace(columns, UpdateOf(*this, columns)).first;
-        for (unsigned column = ccURI; column <= ccState; ++column)
-            if ((columns & (1u << column)) != 0) newRow->GiveValue(update->second, static_cast<Column>(column));
+        for (int column = 0; column < kEpisodeColumnCount; ++column)
+            if ((columns & BitOf(column)) != 0) newRow->GiveValue(update->second, column);
         update->second.Integer(rowID).Run();
     }
     if (!added.empty()) {
-        SqliteStatement insert(*this,
-                               "INSERT INTO PodcastEpisodes (URI, GUID, Title, Description, Artist, URL, "
-                               "URLAudio, URLAudioCached, Format, PublishDate, Duration, State, FeedID) "
-                               "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+        SqliteStatement insert(
+            *this, "INSERT INTO PodcastEpisodes (" + ListOfColumns() + ") VALUES (" + ListOfColumns(true) + ")");
         for (const NewRow* newRow : added) {
-            for (unsigned column = ccURI; column <= ccState; ++column)
-                newRow->GiveValue(insert, static_cast<Column>(column));
-            insert.Integer(feedID).Run();
+            for (int column = 0; column < kEpisodeColumnCount; ++column) newRow->GiveValue(insert, column);
+            insert.Run();
         }
     }
     // Last, so that no new row has got the id of an old one.
@@ -313,42 +330,37 @@ void TPodcastsDB::WriteEpisodes(int feedID, const Matches& matches, const TPodca
 }
 
 void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {
-    struct Column {
-        std::string_view Name;
-        TPodcastFeedField Field;
-    };
-    static constexpr Column updated[] = {{"Name", pffTitle},
-                                         {"Category", pffCategory},
-                                         {"Copyright", pffCopyright},
-                                         {"Description", pffDescription},
-                                         {"Language", pffLanguage},
-                                         {"Author", pffAuthor},
-                                         {"URL", pffURL},
-                                         {"URLLogo", pffURLLogo}};
+    // The key is given by the database, the address finds the row.
+    const auto isUpdated = [](const TPodcastColumn& column) { return column.Field >= 0 && column.Field != pffURLFeed; };
     const auto lock = Lock();
     const auto& fields = feed.Fields;
     feed.ID = GetFeedID(fields[pffURLFeed]);
     if (feed.ID > 0) {
         const auto stored = GetFeed(feed.ID, false);
-        const bool isStored = stored && std::all_of(std::begin(updated), std::end(updated), [&](const Column& column) {
-                                  return stored->Fields[column.Field] == fields[column.Field];
-                              });
+        const bool isStored =
+            stored && std::all_of(std::begin(kFeedColumns), std::end(kFeedColumns), [&](const TPodcastColumn& column) {
+                return !isUpdated(column) || stored->Fields[column.Field] == fields[column.Field];
+            });
         if (isStored) return;
         SqlBuilder sql("UPDATE PodcastFeeds SET ");
         const char* separator = "";
-        for (const auto& [name, field] : updated) {
-            sql.Raw(separator).Raw(name).Raw(" = ").Text(fields[field]);
+        for (const auto& column : kFeedColumns) {
+            if (!isUpdated(column)) continue;
+            sql.Raw(separator).Raw(column.Sql.Name).Raw(" = ").Text(fields[column.Field]);
             separator = ", ";
         }
         ExecuteSQL(sql.Raw(" WHERE FeedID = ").Integer(feed.ID));
         return;
     }
-    SqlBuilder sql("INSERT INTO PodcastFeeds VALUES (NULL");
-    for (const auto field : {pffTitle, pffCategory, pffCopyright, pffDescription, pffLanguage})
-        sql.Raw(", ").Text(fields[field]);
-    sql.Raw(", '', ''");  // login and password, which are not ours to keep
-    for (const auto field : {pffAuthor, pffURL, pffURLFeed, pffURLLogo}) sql.Raw(", ").Text(fields[field]);
-    ExecuteSQL(sql.Raw(")"));
+    SqlBuilder names("INSERT INTO PodcastFeeds ("), values(") VALUES (");
+    const char* separator = "";
+    for (const auto& [sql, field] : kFeedColumns) {
+        if (sql.Kind == vexa::SqlColumn::Type::Key) continue;
+        names.Raw(separator).Raw(sql.Name);
+        values.Raw(separator).Text(field >= 0 ? fields[field] : QString());
+        separator = ", ";
+    }
+    ExecuteSQL(names.Raw(values.Sql()).Raw(")"));
     feed.ID = GetFeedID(fields[pffURLFeed]);
 }
 

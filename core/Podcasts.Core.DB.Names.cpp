@@ -54,16 +54,16 @@ public:
             for (const int twin : match.Twins) episodes[static_cast<std::size_t>(twin)] = match.Row;
         FOwners.reserve(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            const auto [owner, isNew] = FOwners.try_emplace(WithoutQuery(rows[i].URI), episodes[i]);
+            const auto [owner, isNew] = FOwners.try_emplace(WithoutQuery(rows[i].Fields[pefURI]), episodes[i]);
             if (!isNew && owner->second != episodes[i]) owner->second = kShared;
         }
     }
     /// Queries hold tokens that differ at every refresh, and do not count, unless they are what tells the feed's
     /// episodes apart, or the URI is made of a GUID.
     std::string_view Of(const Row& row) const {
-        const bool isMadeOfGUID = FromUtf8(row.URI) != MakeURI(FromUtf8(row.URLAudio));
-        const std::string_view name = WithoutQuery(row.URI);
-        return isMadeOfGUID || FOwners.at(name) == kShared ? row.URI : name;
+        const bool isMadeOfGUID = FromUtf8(row.Fields[pefURI]) != MakeURI(FromUtf8(row.Fields[pefURLAudio]));
+        const std::string_view name = WithoutQuery(row.Fields[pefURI]);
+        return isMadeOfGUID || FOwners.at(name) == kShared ? row.Fields[pefURI] : name;
     }
 
 private:
@@ -97,18 +97,19 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         const std::string uri = vexa::ToUtf8(match.URI);
         const QString& guid = match.Episode->Fields[pefGUID];
         const Row& row = rowAt(match.Row);
-        const bool hasNewGUID = !vexa::EqualsUtf8(guid, row.GUID);
-        if (match.Twins.empty() && uri == row.URI && !hasNewGUID) continue;
+        const bool hasNewGUID = !vexa::EqualsUtf8(guid, row.Fields[pefGUID]);
+        if (match.Twins.empty() && uri == row.Fields[pefURI] && !hasNewGUID) continue;
         if (!uriNames) {
             uriNames.emplace(rows, matches);
             for (const auto& each : matches) takenURIs.insert(vexa::ToUtf8(each.URI));
         }
         Renamed& entry = renamed.emplace_back(Renamed{row.RowID, {}, CheckOf(vexa::ToUtf8(guid)), hasNewGUID});
         const auto note = [&](const Row& older) {
-            if (!older.URI.empty() && older.URI != uri)
-                entry.Names.push_back({DigestOf(uriNames->Of(older)), takenURIs.contains(std::string(older.URI))});
-            if (!older.GUID.empty() && !vexa::EqualsUtf8(guid, older.GUID))
-                entry.Names.push_back({DigestOf(older.GUID)});
+            if (!older.Fields[pefURI].empty() && older.Fields[pefURI] != uri)
+                entry.Names.push_back(
+                    {DigestOf(uriNames->Of(older)), takenURIs.contains(std::string(older.Fields[pefURI]))});
+            if (!older.Fields[pefGUID].empty() && !vexa::EqualsUtf8(guid, older.Fields[pefGUID]))
+                entry.Names.push_back({DigestOf(older.Fields[pefGUID])});
             renamedByRow.emplace(older.RowID, renamed.size() - 1);
         };
         for (const int twin : match.Twins) {

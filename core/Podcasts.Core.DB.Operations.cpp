@@ -1,8 +1,10 @@
 // Every other read and write of podcast data: each statement stands here once.
 
+#include "Podcasts.Core.DB.Columns.h"
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Files.h"
 
+#include <array>
 #include <set>
 
 namespace podcasts {
@@ -18,7 +20,8 @@ constexpr qsizetype kKeysPerStatement = 500;
 /// The columns of one episode, found once for all rows of a cursor.
 struct EpisodeColumns {
     explicit EpisodeColumns(const SqliteCursor& cursor) {
-        for (std::size_t i = 0; i < std::size(kTexts); ++i) Texts[i] = cursor.ColumnIndex(kTexts[i].Name);
+        for (const auto& [sql, field] : kEpisodeColumns)
+            if (field >= 0) Texts[static_cast<std::size_t>(field)] = cursor.ColumnIndex(sql.Name);
         FeedID = cursor.ColumnIndex("FeedID");
         PublishDate = cursor.ColumnIndex("PublishDate");
         Duration = cursor.ColumnIndex("Duration");
@@ -26,7 +29,7 @@ struct EpisodeColumns {
     }
 
     void Read(const SqliteCursor& cursor, TPodcastEpisode& episode) const {
-        for (std::size_t i = 0; i < std::size(kTexts); ++i) episode.Fields[kTexts[i].Field] = cursor.Text(Texts[i]);
+        for (std::size_t field = 0; field < Texts.size(); ++field) episode.Fields[field] = cursor.Text(Texts[field]);
         episode.FeedID = cursor.Integer(FeedID);
         episode.PublishDate = cursor.Double(PublishDate);
         episode.Duration = static_cast<float>(cursor.Double(Duration));
@@ -34,15 +37,7 @@ struct EpisodeColumns {
     }
 
 private:
-    struct TextColumn {
-        std::string_view Name;
-        TPodcastEpisodeField Field;
-    };
-    static constexpr TextColumn kTexts[] = {{"Artist", pefArtist},     {"Description", pefDescription},
-                                            {"GUID", pefGUID},         {"Title", pefTitle},
-                                            {"URI", pefURI},           {"URL", pefURL},
-                                            {"URLAudio", pefURLAudio}, {"URLAudioCached", pefURLAudioCached}};
-    int Texts[std::size(kTexts)];
+    std::array<int, kEpisodeFieldCount> Texts;  // by field
     int FeedID, PublishDate, Duration, State;
 };
 
@@ -110,15 +105,8 @@ std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
         if (!cursor) return nullptr;
         feed = std::make_unique<TPodcastFeed>();
         feed->ID = id;
-        feed->Fields[pffCategory] = cursor->Text("Category");
-        feed->Fields[pffCopyright] = cursor->Text("Copyright");
-        feed->Fields[pffDescription] = cursor->Text("Description");
-        feed->Fields[pffAuthor] = cursor->Text("Author");
-        feed->Fields[pffLanguage] = cursor->Text("Language");
-        feed->Fields[pffTitle] = cursor->Text("Name");
-        feed->Fields[pffURL] = cursor->Text("URL");
-        feed->Fields[pffURLFeed] = cursor->Text("URLFeed");
-        feed->Fields[pffURLLogo] = cursor->Text("URLLogo");
+        for (const auto& [sql, field] : kFeedColumns)
+            if (field >= 0) feed->Fields[static_cast<std::size_t>(field)] = cursor->Text(sql.Name);
     }
     if (!withEpisodes) return feed;
     const auto cursor = Read(SqlBuilder("SELECT * FROM PodcastEpisodes WHERE FeedID = ").Integer(id));

@@ -1,5 +1,6 @@
 #include "Podcasts.Core.DB.h"
 
+#include "Podcasts.Core.DB.Columns.h"
 #include "VEXA.Runtime.Files.h"
 
 #include <algorithm>
@@ -16,27 +17,8 @@ namespace {
 
 using enum SqlColumn::Type;
 
-constexpr SqlColumn kFeedColumns[] = {
-    {"FeedID", Key},
-    {"Name", ShownText},
-    {"Category", ShownText},
-    {"Copyright", ShownText},
-    {"Description", ShownText},
-    {"Language", ShownText},
-    {"AuthLogin", Text},
-    {"AuthPassword", Text},
-    {"Author", ShownText},
-    {"URL", Text},
-    {"URLFeed", Text},
-    {"URLLogo", Text},
-};
-constexpr SqlColumn kEpisodeColumns[] = {
-    {"URI", Text},           {"FeedID", Integer},        {"GUID", Text},
-    {"Title", ShownText},    {"Description", ShownText}, {"Artist", ShownText},
-    {"URL", Text},           {"URLAudio", Text},         {"URLAudioCached", Text},
-    {"PublishDate", Double}, {"Duration", Double},       {"State", Integer},
-    {"Format", ShownText},
-};
+constexpr auto kFeedTable = SqlColumns(kFeedColumns);
+constexpr auto kEpisodeTable = SqlColumns(kEpisodeColumns);
 constexpr SqlColumn kLogoColumns[] = {{"ID", Integer}, {"Data", Blob}};
 constexpr SqlColumn kNameColumns[] = {
     {"ID", Key}, {"Name", Integer}, {"Episode", Integer}, {"FeedID", Integer}, {"GUIDCheck", Integer},
@@ -59,13 +41,18 @@ constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
 struct Table {
     std::string_view Name;
     std::span<const SqlColumn> Columns;
+    std::string_view Constraint = {};
 };
 constexpr std::array<Table, 4> kTables = {{
-    {"PodcastFeeds", kFeedColumns},
-    {"PodcastEpisodes", kEpisodeColumns},
+    {"PodcastFeeds", kFeedTable},
+    // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
+    // otherwise stop the upgrade for ever.
+    {"PodcastEpisodes", kEpisodeTable, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"},
     {"PodcastFeedLogos", kLogoColumns},
     {"PodcastEpisodeNames", kNameColumns},
 }};
+
+constexpr const Table& kEpisodes = kTables[1];
 
 bool Contains(const std::vector<std::string>& names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -88,7 +75,7 @@ void TPodcastsDB::InitializeFunctions() {
 }
 
 void TPodcastsDB::VerifyLayout() {
-    for (const auto& [table, known] : kTables) {
+    for (const auto& [table, known, constraint] : kTables) {
         const std::vector<std::string> columns = TableColumns(table);
         // The first layout called the episode's identifier ID.
         const bool isFirstLayout = table == "PodcastEpisodes" && !Contains(columns, "GUID");
@@ -113,47 +100,43 @@ bool TPodcastsDB::IsLayoutComplete() {
     const bool hasIndexes =
         std::all_of(kIndexes.begin(), kIndexes.end(), [&](auto& i) { return names.contains(i.Name); });
     if (!hasTables || !hasIndexes) return false;
-    const auto columns = TableColumns("PodcastEpisodes");
-    return Contains(columns, "GUID") && Contains(columns, "Format");
+    return std::all_of(kTables.begin(), kTables.end(), [this](const Table& table) {
+        const std::vector<std::string> columns = TableColumns(table.Name);
+        return std::all_of(table.Columns.begin(), table.Columns.end(),
+                           [&](const SqlColumn& column) { return Contains(columns, column.Name); });
+    });
 }
 
 void TPodcastsDB::InitializeTables() {
     // Nothing is written, and no lock taken, when there is nothing to do: the program starts while another one writes.
     if (IsLayoutComplete()) return;
     RunInTransaction([this] {
-        UpgradeEpisodesTable();
-        CreateEpisodesTable();
-        ExecuteSQL(SqlBuilder().CreateTable("PodcastFeeds", kFeedColumns));
-        ExecuteSQL(SqlBuilder().CreateTable("PodcastFeedLogos", kLogoColumns));
-        ExecuteSQL(SqlBuilder().CreateTable("PodcastEpisodeNames", kNameColumns));
+        UpgradeFirstLayout();
+        for (const auto& [name, columns, constraint] : kTables) {
+            ExecuteSQL(SqlBuilder().CreateTable(name, columns, constraint));
+            const std::vector<std::string> present = TableColumns(name);
+            for (const SqlColumn& column : columns)
+                if (!Contains(present, column.Name)) ExecuteSQL(SqlBuilder().AddColumn(name, column));
+        }
         for (const auto& [name, definition] : kIndexes)
             ExecuteSQL(SqlBuilder("CREATE INDEX IF NOT EXISTS ").Raw(name).Raw(" ON ").Raw(definition));
     });
 }
 
-void TPodcastsDB::CreateEpisodesTable() {
-    // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
-    // otherwise stop the upgrade for ever.
-    ExecuteSQL(
-        SqlBuilder().CreateTable("PodcastEpisodes", kEpisodeColumns, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"));
-}
-
-void TPodcastsDB::UpgradeEpisodesTable() {
-    const std::vector<std::string> columns = TableColumns("PodcastEpisodes");
-    if (columns.empty()) return;
-    if (!Contains(columns, "GUID")) {
-        RunInTransaction([this] {
-            ExecuteSQL("ALTER TABLE PodcastEpisodes RENAME TO PodcastEpisodes_old;");
-            CreateEpisodesTable();
-            ExecuteSQL(
-                "INSERT INTO PodcastEpisodes SELECT MakeURI(URLAudio), FeedID, ID, Title, Description, Artist, URL, "
-                "URLAudio, URLAudioCached, PublishDate, Duration, State, MakeFormat(URLAudio) "
-                "FROM PodcastEpisodes_old GROUP BY URLAudio;");
-            ExecuteSQL("DROP TABLE PodcastEpisodes_old;");
-        });
-    } else if (!Contains(columns, "Format")) {
-        ExecuteSQL("ALTER TABLE PodcastEpisodes ADD COLUMN Format TEXT COLLATE UNICODE;");
-    }
+void TPodcastsDB::UpgradeFirstLayout() {
+    const std::vector<std::string> columns = TableColumns(kEpisodes.Name);
+    if (columns.empty() || Contains(columns, "GUID")) return;
+    RunInTransaction([this] {
+        ExecuteSQL("ALTER TABLE PodcastEpisodes RENAME TO PodcastEpisodes_old;");
+        ExecuteSQL(SqlBuilder().CreateTable(kEpisodes.Name, kEpisodes.Columns, kEpisodes.Constraint));
+        // By name, since the table has whatever columns there are today.
+        ExecuteSQL(
+            "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, Description, Artist, URL, URLAudio, "
+            "URLAudioCached, PublishDate, Duration, State, Format) "
+            "SELECT MakeURI(URLAudio), FeedID, ID, Title, Description, Artist, URL, URLAudio, URLAudioCached, "
+            "PublishDate, Duration, State, MakeFormat(URLAudio) FROM PodcastEpisodes_old GROUP BY URLAudio;");
+        ExecuteSQL("DROP TABLE PodcastEpisodes_old;");
+    });
 }
 
 }  // namespace podcasts

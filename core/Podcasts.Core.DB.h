@@ -153,13 +153,12 @@ protected:
 
 private:
     bool IsLayoutComplete();
-    void CreateEpisodesTable();
-    void UpgradeEpisodesTable();
+    /// Makes an episodes' table of the first layout, where the identifier was called ID, one of today's.
+    void UpgradeFirstLayout();
     void StoreFeedRow(TPodcastFeed& feed);
-    /// Makes the stored rows what the records of the matches say. Call it in a transaction: a savepoint of its own
-    /// would copy every page that it changes.
-    void WriteEpisodes(int feedID, const std::vector<TPodcastEpisodeMatch>& matches,
-                       const TPodcastStoredEpisodes& stored);
+    /// Makes the stored rows what the records of the matches say, whose FeedID is set. Call it in a transaction: a
+    /// savepoint of its own would copy every page that it changes.
+    void WriteEpisodes(const std::vector<TPodcastEpisodeMatch>& matches, const TPodcastStoredEpisodes& stored);
     /// Runs a statement for the rows of these ids, in groups. `sql` ends before the list.
     void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
 

@@ -45,7 +45,8 @@ struct Compared {
 };
 
 inline Compared ComparedOf(const TPodcastStoredEpisodes::Row& row) {
-    return {WithoutScheme(row.GUID), Trimmed(row.Title), WithoutScheme(row.URLAudio), row.PublishDate};
+    return {WithoutScheme(row.Fields[pefGUID]), Trimmed(row.Fields[pefTitle]), WithoutScheme(row.Fields[pefURLAudio]),
+            row.PublishDate};
 }
 
 /// The same of an item of the document, with the bytes that it refers to.

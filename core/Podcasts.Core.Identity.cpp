@@ -161,7 +161,7 @@ private:
     /// Of several rows: the one whose URI the episode will have, else one whose address stands nowhere in the document,
     /// else the one written last.
     auto Preference(int row, std::size_t match) {
-        return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).URI),
+        return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).Fields[pefURI]),
                                !StandsInDocument(ComparedRow(row).Address), row);
     }
 
@@ -189,10 +189,10 @@ private:
         if (own >= 0) {
             // Most episodes of most documents are as they were: told without making anything of them.
             const Row& row = RowAt(own);
-            if (EqualsUtf8(episode.Fields[pefURLAudio], row.URLAudio) &&
-                EqualsUtf8(episode.Fields[pefTitle], row.Title) &&
+            if (EqualsUtf8(episode.Fields[pefURLAudio], row.Fields[pefURLAudio]) &&
+                EqualsUtf8(episode.Fields[pefTitle], row.Fields[pefTitle]) &&
                 ((episode.PublishDate != 0 && episode.PublishDate == row.PublishDate) ||
-                 EqualsUtf8(episode.Fields[pefGUID], row.GUID)))
+                 EqualsUtf8(episode.Fields[pefGUID], row.Fields[pefGUID])))
                 return own;
         }
         const Compared& is = Of(match);
@@ -246,7 +246,9 @@ private:
         });
         const auto isEligible = [&](int row) { return !Tells(ComparedRow(row).GUID); };
         // One that has something to lose goes first.
-        const auto isKept = [&](int row) { return !RowAt(row).URLAudioCached.empty() || RowAt(row).State != pesNew; };
+        const auto isKept = [&](int row) {
+            return !RowAt(row).Fields[pefURLAudioCached].empty() || RowAt(row).State != pesNew;
+        };
         const Key key{is.Title, {}, is.Date};
         const int kept = BestOf(index, key, match, [&](int row) { return isEligible(row) && isKept(row); });
         return kept >= 0 ? kept : BestOf(index, key, match, isEligible);
@@ -315,7 +317,7 @@ private:
     void KeepAddressesOfThoseWithoutAudio() {
         for (TPodcastEpisodeMatch& match : FMatches) {
             if (match.Row < 0 || HasAudio(*match.Episode)) continue;
-            match.URI = vexa::FromUtf8(RowAt(match.Row).URI);
+            match.URI = vexa::FromUtf8(RowAt(match.Row).Fields[pefURI]);
             // Another episode of the document may have the address now. Both stay: this one is named by its GUID.
             if (match.URI.isEmpty() || !FOwners.contains(match.URI)) continue;
             match.URI = StandInURI(*match.Episode, FDocument);
@@ -329,11 +331,11 @@ private:
         if (FFreeRows == 0) return;
         std::unordered_set<std::string_view> found;
         for (const TPodcastEpisodeMatch& match : FMatches)
-            if (match.Row >= 0) found.insert(WithoutScheme(RowAt(match.Row).GUID));
+            if (match.Row >= 0) found.insert(WithoutScheme(RowAt(match.Row).Fields[pefGUID]));
         Owners owners;
         for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
             if (!IsFree(row)) continue;
-            const std::string_view guid = WithoutScheme(RowAt(row).GUID);
+            const std::string_view guid = WithoutScheme(RowAt(row).Fields[pefGUID]);
             if (!found.contains(guid) || !Tells(guid)) continue;
             if (owners.empty()) owners = OwnersOfTwins();
             const Compared& twin = ComparedRow(row);
@@ -354,7 +356,7 @@ private:
         Owners owners;
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
             if (FMatches[i].Row < 0) continue;
-            const std::string_view guid = WithoutScheme(RowAt(FMatches[i].Row).GUID);
+            const std::string_view guid = WithoutScheme(RowAt(FMatches[i].Row).Fields[pefGUID]);
             if (!Tells(guid)) continue;
             const Compared &is = Of(i), &kept = ComparedRow(FMatches[i].Row);
             for (const std::string_view address : {std::string_view(), is.Address}) {

@@ -23,7 +23,8 @@ std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
 
 void TPodcastStoredEpisodes::Add(const Row& row) {
     FRows.push_back(row);
-    for (const auto text : kTexts) FRows.back().*text = Keep(row.*text);
+    for (std::string_view& text : FRows.back().Fields) text = Keep(text);
+    FRows.back().Format = Keep(row.Format);
 }
 
 void TPodcastStoredEpisodes::BuildIndex() {
@@ -31,7 +32,7 @@ void TPodcastStoredEpisodes::BuildIndex() {
     std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
     FByURI.reserve(FRows.size());
     for (int index = 0; index < static_cast<int>(FRows.size()); ++index)
-        FByURI[FRows[static_cast<std::size_t>(index)].URI] = index;
+        FByURI[FRows[static_cast<std::size_t>(index)].Fields[pefURI]] = index;
 }
 
 int TPodcastStoredEpisodes::FindURI(std::string_view uri) const {

@@ -3,6 +3,7 @@
 
 #include "Podcasts.Core.Classes.h"
 
+#include <array>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -15,16 +16,13 @@ namespace podcasts {
 class TPodcastStoredEpisodes {
 public:
     struct Row {
-        std::string_view URI, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, Format;
+        std::array<std::string_view, kEpisodeFieldCount> Fields;
+        std::string_view Format;
         double PublishDate = 0, Duration = 0;
         int State = 0;
         qint64 RowID = 0;
-        unsigned Nulls = 0;  // a bit for each column that is NULL, in the order of these members
+        unsigned Nulls = 0;  // a bit for each column that is NULL, in the order of the table
     };
-    /// The texts of a row, in their order.
-    static constexpr std::string_view Row::*kTexts[] = {&Row::URI,         &Row::GUID,           &Row::Title,
-                                                        &Row::Description, &Row::Artist,         &Row::URL,
-                                                        &Row::URLAudio,    &Row::URLAudioCached, &Row::Format};
 
     /// Appends a row whose texts are copied.
     void Add(const Row& row);

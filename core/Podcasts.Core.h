@@ -204,7 +204,7 @@ public:
     void ChangeFeedURL(const QString& oldURL, const QString& newURL);
 
     void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);  // any thread
-    void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);  // any thread
+    void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);       // any thread
 
     void DownloadEpisode(const QString& episodeKey);
     void DownloadEpisodes(const QStringList& episodeKeys);

@@ -42,37 +42,39 @@ SqlBuilder& SqlBuilder::Double(double value) {
     return *this;
 }
 
+SqlBuilder& SqlBuilder::Declare(const SqlColumn& column) {
+    FSql.append(column.Name).append(" ");
+    switch (column.Kind) {
+        case SqlColumn::Type::Key:
+            return Raw("INTEGER PRIMARY KEY AUTOINCREMENT");
+        case SqlColumn::Type::Integer:
+            return Raw("INTEGER");
+        case SqlColumn::Type::Double:
+            return Raw("DOUBLE");
+        case SqlColumn::Type::Text:
+            return Raw("TEXT");
+        case SqlColumn::Type::ShownText:
+            return Raw("TEXT COLLATE UNICODE");
+        case SqlColumn::Type::Blob:
+            return Raw("BLOB");
+    }
+    return *this;
+}
+
 SqlBuilder& SqlBuilder::CreateTable(std::string_view name, std::span<const SqlColumn> columns,
                                     std::string_view constraint) {
     FSql.append("CREATE TABLE IF NOT EXISTS ").append(name).append(" (");
     const char* separator = "";
-    for (const auto& [column, kind] : columns) {
-        FSql.append(separator).append(column).append(" ");
-        switch (kind) {
-            case SqlColumn::Type::Key:
-                FSql += "INTEGER PRIMARY KEY AUTOINCREMENT";
-                break;
-            case SqlColumn::Type::Integer:
-                FSql += "INTEGER";
-                break;
-            case SqlColumn::Type::Double:
-                FSql += "DOUBLE";
-                break;
-            case SqlColumn::Type::Text:
-                FSql += "TEXT";
-                break;
-            case SqlColumn::Type::ShownText:
-                FSql += "TEXT COLLATE UNICODE";
-                break;
-            case SqlColumn::Type::Blob:
-                FSql += "BLOB";
-                break;
-        }
+    for (const SqlColumn& column : columns) {
+        Raw(separator).Declare(column);
         separator = ", ";
     }
     if (!constraint.empty()) FSql.append(separator).append(constraint);
-    FSql += ");";
-    return *this;
+    return Raw(");");
+}
+
+SqlBuilder& SqlBuilder::AddColumn(std::string_view table, const SqlColumn& column) {
+    return Raw("ALTER TABLE ").Raw(table).Raw(" ADD COLUMN ").Declare(column).Raw(";");
 }
 
 }  // namespace vexa

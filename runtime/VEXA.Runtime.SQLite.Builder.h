@@ -45,6 +45,8 @@ public:
     /// CREATE TABLE IF NOT EXISTS with an optional table constraint.
     SqlBuilder& CreateTable(std::string_view name, std::span<const SqlColumn> columns,
                             std::string_view constraint = {});
+    /// ALTER TABLE … ADD COLUMN.
+    SqlBuilder& AddColumn(std::string_view table, const SqlColumn& column);
 
     const std::string& Sql() const noexcept { return FSql; }
     bool IsEmpty() const noexcept { return FSql.empty(); }
@@ -52,6 +54,8 @@ public:
     void Clear() noexcept { FSql.clear(); }
 
 private:
+    SqlBuilder& Declare(const SqlColumn& column);
+
     std::string FSql;
 };
 

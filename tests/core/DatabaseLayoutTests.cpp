@@ -93,6 +93,47 @@ TEST_F(DatabaseLayout, TheSecondLayoutGainsAnEmptyFormat) {
     EXPECT_EQ(Rows("SELECT name FROM pragma_table_info('PodcastEpisodes')").last(), "Format");
 }
 
+TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
+    // One version's columns and indexes are what the version before it lacks, today's included.
+    const auto add = [&] {
+        TPodcastsDB db(File);
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = "http://h/f";
+        auto& episode = feed.NewEpisode();
+        for (int i = 0; i < kEpisodeFieldCount; ++i) episode.Fields[i] = QString::number(i);
+        episode.Fields[pefURI] = episode.Fields[pefURLAudio];
+        db.AddOrUpdate(feed);
+        const auto stored = db.GetFeed("http://h/f", true);
+        ASSERT_TRUE(stored);
+        EXPECT_EQ(stored->Episodes(0).Fields, episode.Fields);
+    };
+    constexpr char columns[] =
+        "SELECT m.name || '.' || c.name FROM sqlite_master m, pragma_table_info(m.name) c WHERE m.name GLOB 'Podcast*' "
+        "AND m.type = 'table' ORDER BY 1";
+    constexpr char indexes[] = "SELECT name FROM sqlite_master WHERE type = 'index' AND sql IS NOT NULL ORDER BY 1";
+    add();
+    const QStringList allColumns = Rows(columns), allIndexes = Rows(indexes);
+    for (const QString& column : allColumns) {
+        const QString table = column.section('.', 0, 0), name = column.section('.', 1);
+        // A key cannot be dropped; without a GUID the layout is the first one.
+        static const QStringList keys{"PodcastFeeds.FeedID", "PodcastEpisodeNames.ID", "PodcastEpisodes.URI",
+                                      "PodcastEpisodes.FeedID", "PodcastEpisodes.GUID"};
+        if (keys.contains(column)) continue;
+        SCOPED_TRACE(column.toStdString());
+        {
+            PlainSqlite plain(File);
+            for (const QString& index : allIndexes) plain.Run("DROP INDEX " + index.toUtf8());
+            plain.Run(QString("ALTER TABLE %1 DROP COLUMN %2").arg(table, name).toUtf8());
+        }
+        add();
+        EXPECT_EQ(Rows(columns), allColumns);
+        EXPECT_EQ(Rows(indexes), allIndexes);
+    }
+    PlainSqlite(File).Run("DROP TABLE PodcastFeedLogos");
+    add();
+    EXPECT_EQ(Rows(columns), allColumns);
+}
+
 TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotTouched) {
     for (const QByteArray table : {"PodcastEpisodes", "PodcastFeeds", "PodcastFeedLogos"}) {
         QFile::remove(File);
