@@ -2,6 +2,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <map>
 
 namespace podcasts::cli {
@@ -40,23 +41,32 @@ bool ReadSwitch(const QString& name, const QString& value) {
     throw UsageError(name + u" is 1 or 0, not \"" + value + u'"');
 }
 
+/// −1 for what is no number from 0 on.
+int ReadNumber(const QString& value) {
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    return isNumber ? std::max(number, -1) : -1;
+}
+
 void Change(SettingsConfig& config, const TPodcastConfigKey& key, const QString& value) {
     switch (key.Type) {
         case TPodcastConfigKey::Kind::Bool:
             config.WriteBool(key.KeyPath(), ReadSwitch(key.Name(), value));
             break;
-        case TPodcastConfigKey::Kind::Integer: {
-            bool isNumber = false;
-            const int number = value.toInt(&isNumber);
-            if (!isNumber || number < 0 || number >= static_cast<int>(kUpdateIntervals.size()))
+        case TPodcastConfigKey::Kind::Interval:
+            if (const int index = ReadNumber(value); index < 0 || index >= static_cast<int>(kUpdateIntervals.size()))
                 throw UsageError(key.Name() + u" is 0 (never), 1 (hourly), 2 (daily) or 3 (weekly), not \"" + value +
                                  u'"');
-            config.WriteInteger(key.KeyPath(), number);
+            [[fallthrough]];
+        case TPodcastConfigKey::Kind::Integer:
+            if (ReadNumber(value) < 0) throw UsageError(key.Name() + u" is a number from 0 on, not \"" + value + u'"');
+            config.WriteInteger(key.KeyPath(), ReadNumber(value));
             break;
-        }
-        case TPodcastConfigKey::Kind::String:
+        case TPodcastConfigKey::Kind::FileName:
             if (!QDir::isAbsolutePath(QString(value).replace(u'\\', u'/')))
                 throw UsageError(key.Name() + u" is a full file name that begins with \"/\", not \"" + value + u'"');
+            [[fallthrough]];
+        case TPodcastConfigKey::Kind::String:
             config.WriteString(key.KeyPath(), value);
             break;
     }

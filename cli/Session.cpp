@@ -18,6 +18,7 @@ namespace podcasts::cli {
 
 namespace {
 
+// By the state's number.
 const QStringList kStateNames = {QStringLiteral("listened"), QStringLiteral("new"), QStringLiteral("postponed")};
 
 QString ProfileFolder(const QString& profile) {
@@ -152,7 +153,8 @@ QString StateName(TPodcastEpisodeState state) {
 
 TPodcastEpisodeState ReadState(const QString& name) {
     const auto index = kStateNames.indexOf(name);
-    if (index < 0) throw UsageError(u"a state is listened, new or postponed, not \"" + name + u'"');
+    if (index < 0)
+        throw UsageError(u"a state is " + kStateNames.join(QStringLiteral(" or ")) + u", not \"" + name + u'"');
     return static_cast<TPodcastEpisodeState>(index);
 }
 

@@ -24,8 +24,10 @@ enum TPodcastFeedField {
     pffURL,      // of the podcast's web page
     pffURLFeed,  // of the feed document: the feed's identity
     pffURLLogo,
+
+    pffCount_,  // of the fields: no field itself
 };
-inline constexpr int kFeedFieldCount = pffURLLogo + 1;
+inline constexpr int kFeedFieldCount = pffCount_;
 
 /// Index of an episode's text fields.
 enum TPodcastEpisodeField {
@@ -37,8 +39,10 @@ enum TPodcastEpisodeField {
     pefURLAudio,        // of the audio file
     pefURLAudioCached,  // full local file name of the downloaded copy; empty when there is none
     pefURI,             // podcast://…, filled only when loaded from the database
+
+    pefCount_,  // of the fields: no field itself
 };
-inline constexpr int kEpisodeFieldCount = pefURI + 1;
+inline constexpr int kEpisodeFieldCount = pefCount_;
 
 /// An episode's listening state; the numbers are stored.
 enum TPodcastEpisodeState : std::uint8_t {

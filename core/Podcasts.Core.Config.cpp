@@ -10,16 +10,16 @@ using Kind = TPodcastConfigKey::Kind;
 
 namespace {
 
-constexpr TPodcastConfigKey kTemplate = {u"Podcasts\\CacheFileNameTemplate", Kind::String, true};
-constexpr TPodcastConfigKey kCheckUpdates = {u"Podcasts\\CheckUpdates", Kind::Integer, true};
+constexpr TPodcastConfigKey kTemplate = {u"Podcasts\\CacheFileNameTemplate", Kind::FileName, true};
+constexpr TPodcastConfigKey kCheckUpdates = {u"Podcasts\\CheckUpdates", Kind::Interval, true};
 constexpr TPodcastConfigKey kLastTime = {u"Podcasts\\CheckUpdatesLastTime", Kind::Integer, false};
 constexpr TPodcastConfigKey kOnStartup = {u"Podcasts\\CheckUpdatesOnStartup", Kind::Bool, true};
 constexpr TPodcastConfigKey kDownloadNew = {u"Podcasts\\DownloadNewEpisodesAutomatically", Kind::Bool, true};
 constexpr TPodcastConfigKey kMarkListened = {u"Podcasts\\MarkEpisodesListenedOnStartPlayback", Kind::Bool, true};
 constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Kind::Bool, true};
 
-constexpr std::array<TPodcastConfigKey, 7> kWriteOrder = {kTemplate,    kCheckUpdates, kLastTime,     kOnStartup,
-                                                          kDownloadNew, kMarkListened, kNotifications};
+constexpr std::array kWriteOrder = {kTemplate,    kCheckUpdates, kLastTime,     kOnStartup,
+                                    kDownloadNew, kMarkListened, kNotifications};
 
 }  // namespace
 

@@ -24,10 +24,16 @@ public:
 };
 
 struct TPodcastConfigKey {
-    enum class Kind { Integer, Bool, String };
+    enum class Kind {
+        Integer,   // from 0 on
+        Interval,  // an index of kUpdateIntervals
+        Bool,
+        String,
+        FileName,  // a full one
+    };
     const char16_t* Path;
     Kind Type;
-    bool IsOption;  // one of the six options, rather than state that the client keeps
+    bool IsOption;  // an option, rather than state that the client keeps
 
     QString KeyPath() const { return QString::fromUtf16(Path); }
     /// The last part of the path: what a person calls it.

@@ -1,7 +1,11 @@
+#include "Podcasts.Core.Config.h"
 #include "Podcasts.Core.h"
+#include "TempFolder.h"
 #include "Texts.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +47,42 @@ TEST(Options, AnnounceEachChangeOnceAndAnEqualValueNever) {
     for (int i = 0; i < 2; ++i) tested.Assign(source);
     EXPECT_EQ(count, expected + 1);
     EXPECT_EQ(values(), std::tuple(1, true, true, true, false, u"/m/%FeedTitle%"_s));
+}
+
+/// A configuration in memory, in which numbers are texts.
+class MapConfig final : public IPodcastConfig {
+public:
+    std::map<QString, QString> Values;
+
+    int ReadInteger(const QString& key, int otherwise) override {
+        return Values.contains(key) ? Values[key].toInt() : otherwise;
+    }
+    bool ReadBool(const QString& key, bool otherwise) override { return ReadInteger(key, otherwise ? 1 : 0) != 0; }
+    QString ReadString(const QString& key, const QString& otherwise) override {
+        return Values.contains(key) ? Values[key] : otherwise;
+    }
+    void WriteInteger(const QString& key, int value) override { Values[key] = QString::number(value); }
+    void WriteBool(const QString& key, bool value) override { WriteInteger(key, value ? 1 : 0); }
+    void WriteString(const QString& key, const QString& value) override { Values[key] = value; }
+};
+
+TEST(ConfigKeys, EveryOptionIsReadAssignedAndWritten) {
+    tests::TempFolder folder;
+    TPodcastClient client(folder.File("Podcasts.db"));
+    MapConfig defaults, changed, written;
+    WritePodcastConfig(defaults, client);
+    for (const TPodcastConfigKey& key : PodcastConfigKeys()) {
+        if (!key.IsOption) continue;
+        const QString value = defaults.Values[key.KeyPath()];
+        const bool isText =
+            key.Type == TPodcastConfigKey::Kind::String || key.Type == TPodcastConfigKey::Kind::FileName;
+        changed.Values[key.KeyPath()] = isText ? QString(value + "x") : QString(value == "1" ? "0" : "1");
+    }
+    TPodcastClientOptions options;
+    ReadPodcastOptions(changed, options);
+    client.Options().Assign(options);
+    WritePodcastConfig(written, client);
+    for (const auto& [key, value] : changed.Values) EXPECT_EQ(written.Values[key], value) << key.toStdString();
 }
 
 TEST(UpdateTimer, ARefreshIsDueOnlyAfterTheIntervalAndTheCounterWraps) {
