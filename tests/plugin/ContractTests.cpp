@@ -258,6 +258,40 @@ TEST_F(Contract, WhatCannotBeAFilterIsAnInvalidArgument) {
     }
 }
 
+TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
+    const auto text = [](const QString& value) {
+        Variant variant;
+        variant.Type = VariantType::Text;
+        variant.Text = host::MakeString(value);
+        return variant;
+    };
+    const auto add = [&](IVEXAMLGroupFilter& group, const QString& value, std::int32_t operation) {
+        const Variant variant = text(value);
+        group.Add(host::MakeString("Title").Get(), &variant, nullptr, operation, nullptr);
+    };
+    for (const auto& [operation, groups] : {std::pair(IVEXAMLGroupFilter::Or, 20), {IVEXAMLGroupFilter::NotAnd, 15}}) {
+        const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
+        Ref<IVEXAMLGroupFilter> group = filter;
+        int conditions = 0;
+        for (int depth = 0; depth < groups; ++depth) {
+            Ref<IVEXAMLGroupFilter> inner;
+            group->AddGroup(inner.Put());
+            inner->SetValueAsInt32(IVEXAMLGroupFilter::Operation, operation);
+            add(*inner, "1", IVEXAMLFieldFilter::Less);
+            ++conditions;
+            group = inner;
+        }
+        while (++conditions < 500) add(*group, QString::number(conditions), IVEXAMLFieldFilter::NotEquals);
+        add(*group, QString(49'998, 'x'), IVEXAMLFieldFilter::Contains);
+        filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, host::MakeString(QString(49'998, 'x')).Get());
+        for (const int limit : {0, 2}) {
+            filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
+            Ref<IVEXAMLDataProviderSelection> rows;
+            EXPECT_EQ(Rows(*filter, {"Title"}, rows), S_OK) << operation << ' ' << limit;
+        }
+    }
+}
+
 TEST_F(Contract, AHostOfOtherInterfacesIsRefused) {
     Plugin.Object()->Finalize();
     const Ref<Core> foreign(new Core(Host.TheCore(), kSdkMajor + 1));
