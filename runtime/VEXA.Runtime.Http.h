@@ -12,11 +12,13 @@
 #include "VEXA.Runtime.Url.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <chrono>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 
 namespace vexa {
@@ -38,22 +40,32 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
 /// Why a transfer failed; the message holds the reason alone ("the server answered 404 Not Found"), not the address.
 class VEXA_RUNTIME_API HttpError : public std::runtime_error {
 public:
-    HttpError(HttpErrorInfo::Kind what, const QString& message);
+    explicit HttpError(const HttpErrorInfo& info);
     HttpError(const HttpError&) = default;
     ~HttpError() override;
 
     HttpErrorInfo::Kind What() const noexcept { return FWhat; }
+    int Status() const noexcept { return FStatus; }
 
 private:
     HttpErrorInfo::Kind FWhat;
+    int FStatus;
+};
+
+/// Which bytes of a whole a response holds (RFC 9110, section 14.4).
+struct HttpContentRange {
+    qint64 First, Last, Size;
 };
 
 /// What the headers of the final response say.
 struct HttpResponseInfo {
+    int Status = 0;    // 2xx; 304 where conditions were sent
     QString MimeType;  // lower case, without parameters; empty when not given
     QString Charset;   // the charset parameter, empty when not given
     qint64 Size = 0;   // announced, as transferred; 0 when unknown
-    QString Address;   // that answered, after all redirects
+    std::optional<HttpContentRange> Part;
+    QByteArray ETag, LastModified, Date;  // as they stand; empty when not given
+    QString Address;                      // that answered, after all redirects
     QString
         MovedTo;  // where the permanent redirects (301, 308) led that came before any other one; empty when none did
 };
@@ -65,8 +77,13 @@ struct VEXA_RUNTIME_API HttpGet {
     bool Compressed = false;          // ask for (and undo) content encodings: for documents, not for audio
     qint64 MaxBytes = 0;              // bound on the body after decompression, 0 = none
     std::chrono::seconds Longest{0};  // bound on the whole transfer, 0 = none
+    /// Header lines such as "If-None-Match: …". They are not sent on to another host. With any, 304 is no failure.
+    QList<QByteArray> Conditions;
+    /// Asks for the rest from this byte on. 206 is accepted then, whatever part it holds: look at it.
+    qint64 FirstByte = 0;
+    QByteArray IfRange;  // a validator; sent on to other hosts, too, where files usually are
 
-    /// Status 2xx and all headers are there; false ends the transfer. Called once, before any data.
+    /// The status is no failure and all headers are there; false ends the transfer. Called once, before any data.
     std::function<bool(const HttpResponseInfo&)> OnAccepted;
     /// A block of the body; false ends the transfer.
     std::function<bool(const char* data, std::size_t size)> OnData;

@@ -1,0 +1,482 @@
+#include "VEXA.Runtime.Http.Transfer.h"
+
+#include "VEXA.Runtime.Version.h"
+
+#include <QUrl>
+
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <mutex>
+#include <optional>
+
+namespace vexa {
+
+namespace {
+
+constexpr int kMaxRedirects = 10;
+constexpr auto kProgressInterval = std::chrono::milliseconds(50);
+constexpr long kReceiveBuffer = 256 * 1024;
+// Bytes a second; what is slower stands still. A server that sends a byte now and then would hold up all that is
+// queued.
+constexpr long kLeastSpeed = 100;
+
+std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
+std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
+std::atomic<std::int64_t> DocumentSeconds{HttpTimeouts{}.Document.count()};
+
+/// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
+class Share {
+public:
+    static CURLSH* Handle() {
+        static auto* share = new Share;  // used by threads that outlive static destruction
+        return share->FHandle;
+    }
+
+private:
+    Share() {
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+        FHandle = curl_share_init();
+        curl_share_setopt(FHandle, CURLSHOPT_USERDATA, this);
+        curl_share_setopt(FHandle, CURLSHOPT_LOCKFUNC, Lock);
+        curl_share_setopt(FHandle, CURLSHOPT_UNLOCKFUNC, Unlock);
+        curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
+        curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    }
+    static void Lock(CURL*, curl_lock_data data, curl_lock_access, void* self) {
+        static_cast<Share*>(self)->FMutexes[data].lock();
+    }
+    static void Unlock(CURL*, curl_lock_data data, void* self) { static_cast<Share*>(self)->FMutexes[data].unlock(); }
+
+    CURLSH* FHandle = nullptr;
+    std::array<std::mutex, CURL_LOCK_DATA_LAST> FMutexes;
+};
+
+QString ReasonPhrase(int status) {
+    // HTTP/2 and 3 send no phrases; RFC 9110, section 15.
+    struct Named {
+        int Status;
+        const char* Phrase;
+    };
+    static constexpr Named phrases[] = {
+        {204, "No Content"},
+        {206, "Partial Content"},
+        {300, "Multiple Choices"},
+        {301, "Moved Permanently"},
+        {302, "Found"},
+        {303, "See Other"},
+        {304, "Not Modified"},
+        {307, "Temporary Redirect"},
+        {308, "Permanent Redirect"},
+        {400, "Bad Request"},
+        {401, "Unauthorized"},
+        {402, "Payment Required"},
+        {403, "Forbidden"},
+        {404, "Not Found"},
+        {405, "Method Not Allowed"},
+        {406, "Not Acceptable"},
+        {408, "Request Timeout"},
+        {410, "Gone"},
+        {416, "Range Not Satisfiable"},
+        {421, "Misdirected Request"},
+        {429, "Too Many Requests"},
+        {451, "Unavailable For Legal Reasons"},
+        {500, "Internal Server Error"},
+        {501, "Not Implemented"},
+        {502, "Bad Gateway"},
+        {503, "Service Unavailable"},
+        {504, "Gateway Timeout"},
+    };
+    for (const auto& [number, phrase] : phrases)
+        if (number == status) return QString::fromLatin1(phrase);
+    return {};
+}
+
+QString CurlReason(CURLcode code, const char* detail) {
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return QStringLiteral("the server's name could not be resolved");
+        case CURLE_COULDNT_CONNECT:
+            return QStringLiteral("the server could not be reached (connection refused or no route)");
+        case CURLE_OPERATION_TIMEDOUT:
+            return QStringLiteral("the server did not answer in time");
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return QStringLiteral("the server's certificate is not trusted: ") + QString::fromUtf8(detail).trimmed();
+        case CURLE_TOO_MANY_REDIRECTS:
+            return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
+        case CURLE_UNSUPPORTED_PROTOCOL:
+            // The library's one code for two things; what does not begin like an answer it takes for HTTP/0.9.
+            if (QByteArrayView(detail).contains("HTTP/0.9"))
+                return QStringLiteral("the server sent something that is not HTTP");
+            return QStringLiteral("the address, or one that it redirects to, is not http or https");
+        case CURLE_PARTIAL_FILE:
+            return QStringLiteral("the connection ended before the whole body arrived");
+        case CURLE_GOT_NOTHING:
+            return QStringLiteral("the server closed the connection without an answer");
+        case CURLE_BAD_CONTENT_ENCODING:
+            return QStringLiteral("the compressed body is damaged");
+        default:
+            break;
+    }
+    const QString text = QString::fromUtf8(detail && *detail ? detail : curl_easy_strerror(code)).trimmed();
+    return QStringLiteral("the transfer failed: ") + text;
+}
+
+std::optional<HttpContentRange> ParseContentRange(const QByteArray& value) {
+    long long first = 0, last = 0, size = 0;
+    if (std::sscanf(value.constData(), "bytes %lld-%lld/%lld", &first, &last, &size) != 3) return std::nullopt;
+    return HttpContentRange{first, last, size};
+}
+
+/// The same scheme, host and port (RFC 6454, section 4).
+bool IsSameOrigin(const QUrl& a, const QUrl& b) {
+    const auto port = [](const QUrl& url) { return url.port(url.scheme() == u"https" ? 443 : 80); };
+    return a.scheme() == b.scheme() && a.host() == b.host() && port(a) == port(b);
+}
+
+}  // namespace
+
+CURLSH* HttpShareHandle() {
+    return Share::Handle();
+}
+
+PipeSignalBlocked::PipeSignalBlocked() {
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe, &FBefore);
+}
+
+PipeSignalBlocked::~PipeSignalBlocked() {
+    if (sigismember(&FBefore, SIGPIPE)) return;
+    // One that came meanwhile is taken before it can be delivered.
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    const timespec none{};
+    while (sigtimedwait(&pipe, nullptr, &none) > 0) {
+    }
+    pthread_sigmask(SIG_SETMASK, &FBefore, nullptr);
+}
+
+HttpTransfer::~HttpTransfer() {
+    curl_slist_free_all(FHeaders);
+}
+
+bool HttpTransfer::Prepare(CURL* easy) {
+    FEasy = easy;
+    FLastArrival = Clock::now();
+    const QByteArray address = EncodedUrl(FRepeatedAddress.isEmpty() ? FRequest.Url : FRepeatedAddress);
+    if (address.isEmpty()) {
+        FOutcome = Failure(HttpErrorInfo::Kind::BadAddress, QStringLiteral("this is not an http or https address"));
+        return false;
+    }
+    curl_easy_reset(FEasy);
+    QUrl url = QUrl::fromEncoded(address);
+    const QByteArray user = url.userName(QUrl::FullyDecoded).toUtf8();
+    const QByteArray password = url.password(QUrl::FullyDecoded).toUtf8();
+    url.setUserInfo(QString());
+    // As options: the library sends these to the first host, port and scheme only, whatever it is redirected to.
+    if (!user.isEmpty() || !password.isEmpty()) {
+        Set(CURLOPT_USERNAME, user.constData());
+        Set(CURLOPT_PASSWORD, password.constData());
+    }
+    Set(CURLOPT_URL, url.toEncoded().constData());
+    Set(CURLOPT_SHARE, Share::Handle());
+    Set(CURLOPT_USERAGENT, kUserAgent);
+    Set(CURLOPT_PROTOCOLS_STR, "http,https");
+    Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    Set(CURLOPT_FOLLOWLOCATION, 1L);
+    Set(CURLOPT_MAXREDIRS, static_cast<long>(kMaxRedirects));
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_QUICK_EXIT, 1L);
+    Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
+    Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
+    Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
+    Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
+    Set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
+    Set(CURLOPT_ERRORBUFFER, FErrorText);
+    if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
+    if (FRequest.FirstByte > 0)
+        Set(CURLOPT_RANGE, QByteArray(QByteArray::number(FRequest.FirstByte) + "-").constData());
+    SetHeaders(true);
+    Set(CURLOPT_WRITEFUNCTION, &HttpTransfer::WriteCallback);
+    Set(CURLOPT_WRITEDATA, this);
+    Set(CURLOPT_HEADERFUNCTION, &HttpTransfer::HeaderCallback);
+    Set(CURLOPT_HEADERDATA, this);
+    return true;
+}
+
+/// The library sends custom headers on to whatever host it is redirected to, so they are set anew before it goes there.
+void HttpTransfer::SetHeaders(bool isOwnHost) {
+    curl_slist* headers = nullptr;
+    if (!FRequest.IfRange.isEmpty())
+        headers = curl_slist_append(headers, QByteArray("If-Range: " + FRequest.IfRange).constData());
+    if (isOwnHost)
+        for (const QByteArray& condition : FRequest.Conditions)
+            headers = curl_slist_append(headers, condition.constData());
+    Set(CURLOPT_HTTPHEADER, headers);
+    curl_slist_free_all(FHeaders);
+    FHeaders = headers;
+}
+
+bool HttpTransfer::End(CURLcode code) {
+    long status = 0;
+    curl_easy_getinfo(FEasy, CURLINFO_RESPONSE_CODE, &status);
+    FStatus = static_cast<int>(status);
+    FOutcome = Judge(code);
+    FRepeatedAddress = AddressToRepeat();
+    if (FRepeatedAddress.isEmpty()) return false;
+    FHops.pop_back();  // asked again
+    FStatus = 0;
+    FReceived = 0;
+    FHasBegun = FHeadEnded = FAccepted = false;
+    return true;
+}
+
+void HttpTransfer::Fail(const QString& message) {
+    FOutcome = Failure(HttpErrorInfo::Kind::Network, message);
+}
+
+/// Where to ask again with the request's user name and password, after a redirect to the same host's https has been
+/// refused for want of them: the library takes that for another host. Empty when there is no such place.
+QString HttpTransfer::AddressToRepeat() const {
+    if (FStatus != 401 || FHops.size() < 2 || !FRepeatedAddress.isEmpty()) return {};
+    const QString& last = FHops.back().Address;
+    const QString repeated = WithCredentialsOf(FRequest.Url, last);
+    return repeated != last && QUrl(last).scheme() != QUrl(FRequest.Url).scheme() ? repeated : QString();
+}
+
+HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
+    using Kind = HttpErrorInfo::Kind;
+    if (FCause) {
+        HttpErrorInfo info = Failure(Kind::Callback, QStringLiteral("an internal error"));
+        info.Cause = FCause;
+        try {
+            std::rethrow_exception(FCause);
+        } catch (const std::exception& error) {
+            info.Message = QString::fromUtf8(error.what());
+        } catch (...) {
+        }
+        return info;
+    }
+    if (FCancelled) return Failure(Kind::Cancelled, QStringLiteral("cancelled"));
+    if (FTooLarge)
+        return Failure(Kind::TooLarge,
+                       QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
+    if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
+    // A redirect that leads nowhere, and an announcement of an answer, are not the server's last word: say why
+    // nothing followed.
+    const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
+    if (IsFailureStatus() && isLastWord) return Failure(Kind::Status, StatusText());
+    if (!FHeadEnded && code == CURLE_OK)  // which the library takes for an answer without a body
+        return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
+    if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
+        return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
+    if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
+    // A body without a single byte never reached the write callback.
+    if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
+    Progress(true);
+    if (FCause) return Judge(CURLE_OK);
+    return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr};
+}
+
+HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const QString& message) const {
+    return HttpErrorInfo{kind, FStatus, message, nullptr};
+}
+
+/// Also an answer without content, and a part or "not modified" where nobody asked for these.
+bool HttpTransfer::IsFailureStatus() const {
+    if (FStatus == 206) return FRequest.FirstByte == 0 && !IsWholePart();
+    if (FStatus == 304) return FRequest.Conditions.isEmpty();
+    return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || FStatus == 204 || FStatus == 205);
+}
+
+/// Some servers call the whole a part.
+bool HttpTransfer::IsWholePart() const {
+    const auto part = ParseContentRange(Header("Content-Range"));
+    return part && part->First == 0 && part->Last == part->Size - 1;
+}
+
+QByteArray HttpTransfer::Header(const char* name) const {
+    curl_header* header = nullptr;
+    const bool isThere = curl_easy_header(FEasy, name, 0, CURLH_HEADER, -1, &header) == CURLHE_OK;
+    return isThere ? QByteArray(header->value).trimmed() : QByteArray();
+}
+
+QString HttpTransfer::StatusText() const {
+    const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
+    QString text = QStringLiteral("the server answered %1").arg(FStatus);
+    if (!phrase.isEmpty()) text += u' ' + phrase;
+    curl_off_t seconds = 0;
+    curl_easy_getinfo(FEasy, CURLINFO_RETRY_AFTER, &seconds);
+    if (seconds > 0) text += QStringLiteral("; it asks to wait %1 seconds").arg(seconds);
+    return text;
+}
+
+/// Runs foreign code; what it throws is kept and ends the transfer.
+template <class Call>
+bool HttpTransfer::Guarded(Call call) noexcept {
+    try {
+        return call();
+    } catch (...) {
+        FCause = std::current_exception();
+        return false;
+    }
+}
+
+bool HttpTransfer::IsCancelled() noexcept {
+    if (FIsCancelled && !Guarded([this] { return !FIsCancelled(); })) FCancelled = true;
+    return FCancelled;
+}
+
+bool HttpTransfer::Accept() {
+    FAccepted = true;
+    HttpResponseInfo response;
+    response.Status = FStatus;
+    response.Size = AnnouncedSize();
+    response.Part = ParseContentRange(Header("Content-Range"));
+    response.ETag = Header("ETag");
+    response.LastModified = Header("Last-Modified");
+    response.Date = Header("Date");
+    if (!FHops.empty()) response.Address = WithCredentialsOf(FRequest.Url, FHops.back().Address);
+    response.MovedTo = MovedTo();
+    const char* type = nullptr;
+    curl_easy_getinfo(FEasy, CURLINFO_CONTENT_TYPE, &type);
+    if (type) {
+        const QString whole = QString::fromUtf8(type);
+        response.MimeType = whole.section(u';', 0, 0).trimmed().toLower();
+        for (const QString& parameter : whole.section(u';', 1).split(u';')) {
+            if (!parameter.trimmed().startsWith(u"charset=", Qt::CaseInsensitive)) continue;
+            response.Charset = parameter.section(u'=', 1).trimmed().remove(u'"').remove(u'\'');
+        }
+    }
+    if (FRequest.OnAccepted && !FRequest.OnAccepted(response)) {
+        FRefused = true;
+        return false;
+    }
+    return true;
+}
+
+QString HttpTransfer::MovedTo() const {
+    std::size_t permanent = 0;
+    while (permanent + 1 < FHops.size() && (FHops[permanent].Status == 301 || FHops[permanent].Status == 308))
+        ++permanent;
+    if (permanent == 0) return {};
+    QUrl address(FHops[permanent].Address);
+    address.setFragment(QString());
+    const QString moved = QString::fromUtf8(address.toEncoded());
+    return IsSameUrl(moved, FRequest.Url) ? QString() : WithCredentialsOf(FRequest.Url, moved);
+}
+
+void HttpTransfer::NoteHop(const QString& statusLine) {
+    const int status = statusLine.section(u' ', 1, 1).toInt();
+    const char* address = nullptr;
+    curl_easy_getinfo(FEasy, CURLINFO_EFFECTIVE_URL, &address);
+    if (status >= 200 && address) FHops.push_back({QString::fromUtf8(address), status});
+}
+
+void HttpTransfer::NoteRedirect(const QString& location) {
+    const char* address = nullptr;
+    curl_easy_getinfo(FEasy, CURLINFO_EFFECTIVE_URL, &address);
+    const QUrl here(QString::fromUtf8(address)), own(FRequest.Url);
+    SetHeaders(IsSameOrigin(here.resolved(QUrl(location)), own) && IsSameOrigin(here, own));
+}
+
+bool HttpTransfer::Write(const char* data, std::size_t size) {
+    long status = 0;
+    curl_easy_getinfo(FEasy, CURLINFO_RESPONSE_CODE, &status);
+    FStatus = static_cast<int>(status);
+    FReceived += static_cast<qint64>(size);
+    if (IsFailureStatus()) return FReceived <= kReceiveBuffer;  // an error page: read it for the connection's sake
+    if (!FAccepted && !Accept()) return false;
+    if (FRequest.MaxBytes > 0 && FReceived > FRequest.MaxBytes) {
+        FTooLarge = true;
+        return false;
+    }
+    if (FRequest.OnData && !FRequest.OnData(data, size)) {
+        FRefused = true;
+        return false;
+    }
+    return !IsCancelled();
+}
+
+std::size_t HttpTransfer::WriteCallback(char* data, std::size_t size, std::size_t count, void* self) {
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    transfer.FLastArrival = Clock::now();
+    if (transfer.IsHeld && transfer.IsHeld()) return CURL_WRITEFUNC_PAUSE;
+    const std::size_t bytes = size * count;
+    return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
+}
+
+/// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), whether its headers ended, and whom
+/// it came from.
+std::size_t HttpTransfer::HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
+    const std::size_t bytes = size * count;
+    const QByteArrayView line(data, static_cast<qsizetype>(bytes));
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    transfer.FHasBegun = true;
+    transfer.FLastArrival = Clock::now();
+    if (line.trimmed().isEmpty()) transfer.FHeadEnded = true;
+    if (line.startsWith("HTTP/")) {
+        transfer.FHeadEnded = false;
+        transfer.Guarded([&] {
+            const QString text = QString::fromUtf8(line).simplified().left(200);
+            transfer.FPhrase = text.section(u' ', 2);
+            transfer.NoteHop(text);
+            return true;
+        });
+    } else if (!transfer.FRequest.Conditions.isEmpty() &&
+               line.first(std::min<qsizetype>(line.size(), 9)).compare("location:", Qt::CaseInsensitive) == 0) {
+        transfer.Guarded([&] {
+            transfer.NoteRedirect(QString::fromUtf8(line.sliced(9)).trimmed());
+            return true;
+        });
+    }
+    return bytes;
+}
+
+/// As transferred; 0 when unknown.
+qint64 HttpTransfer::AnnouncedSize() const {
+    curl_off_t size = 0;
+    curl_easy_getinfo(FEasy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &size);
+    return std::max<qint64>(size, 0);
+}
+
+void HttpTransfer::Progress(bool last) {
+    if (!FRequest.OnProgress || !FAccepted || FCause) return;
+    const auto now = Clock::now();
+    if (!last && now - FLastProgress < kProgressInterval) return;
+    FLastProgress = now;
+    Guarded([&] {
+        FRequest.OnProgress(FReceived, AnnouncedSize());
+        return true;
+    });
+}
+
+HttpError::HttpError(const HttpErrorInfo& info)
+    : std::runtime_error(info.Message.toStdString()), FWhat(info.What), FStatus(info.Status) {}
+HttpError::~HttpError() = default;
+
+void HttpErrorInfo::RaiseIfFailed() const {
+    if (Succeeded()) return;
+    if (Cause) std::rethrow_exception(Cause);
+    throw HttpError(*this);
+}
+
+void SetHttpTimeouts(HttpTimeouts timeouts) {
+    ConnectSeconds = timeouts.Connect.count();
+    StalledSeconds = timeouts.Stalled.count();
+    DocumentSeconds = timeouts.Document.count();
+}
+
+std::chrono::seconds HttpDocumentTimeout() {
+    return std::chrono::seconds(DocumentSeconds.load());
+}
+
+}  // namespace vexa
