@@ -48,11 +48,18 @@ void ListChoices(Session& session, const TPodcastSubscription& result) {
 /// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, int choice, bool alreadyFails) {
     int status = kDone;
+    qsizetype done = 0;
+    const auto showProgress = [&] {
+        if (locations.size() > 1)
+            session.Out().ShowStatus(QStringLiteral("subscribing: %1 of %2").arg(done).arg(locations.size()));
+    };
     const vexa::Ref<DownloadReporter> downloads(new DownloadReporter(session, false));
     session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(downloads.Get()));
+    showProgress();
     SubscribeByAddress(
         session.Client(), locations, choice, [&] { return session.IsInterrupted(); },
         [&](const TPodcastSubscription& result) {
+            ++done;
             using Result = TPodcastSubscription::Result;
             const QString title = TitleOr(result.FeedTitle, result.Location);
             const QString shownLocation = vexa::MaskedUrl(result.Location);
@@ -72,7 +79,9 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
                 session.Out().Complain(u"cannot subscribe to " + shownLocation + u": " + result.Error);
                 status = kFailed;
             }
+            showProgress();
         });
+    ComplainOfDropped(session, locations.size() - done);
     session.RunUntilIdle([&] { downloads->Report(); });
     return session.IsInterrupted() || downloads->HasFailures() ? kFailed : status;
 }

@@ -23,6 +23,10 @@ QString ProgressLine(qint64 position, qint64 size, const QString& caption) {
 
 }  // namespace
 
+void ComplainOfDropped(Session& session, qsizetype count) {
+    if (count > 0) session.Out().Complain(QString::number(count) + u" more not done: the work was stopped before");
+}
+
 template <class Outcome>
 void OutcomeReporter<Outcome>::Report() {
     const std::vector<Outcome> news = FSource.From(FSeen);
@@ -38,8 +42,7 @@ void OutcomeReporter<Outcome>::Report() {
         else if (!FIsQuiet && !FSession.IsInterrupted())
             FSession.Out().PrintLine(SuccessText(outcome));
     }
-    // What a stopped task left, in one line instead of one for each.
-    if (dropped > 0) FSession.Out().Complain(QString::number(dropped) + u" more not done: the work was stopped before");
+    ComplainOfDropped(FSession, dropped);
     FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
     FSession.Out().FlushLines();
 }

@@ -14,6 +14,9 @@
 
 namespace podcasts::cli {
 
+/// Says in one line what a stopped command leaves undone, if anything.
+void ComplainOfDropped(Session& session, qsizetype count);
+
 /// Collects the outcomes of all tasks of one kind that run while it is registered as a listener.
 template <class Outcome>
 class OutcomeReporter {

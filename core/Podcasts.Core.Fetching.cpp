@@ -15,7 +15,6 @@ namespace podcasts {
 namespace {
 
 constexpr qint64 kLargestFeed = 64 * 1024 * 1024;  // bytes, after decompression
-constexpr auto kCancelPoll = std::chrono::milliseconds(20);
 
 QByteArray ReadFeedFile(const QString& fileName) {
     QFile file(fileName);
@@ -48,18 +47,22 @@ TPodcastPageError::TPodcastPageError(std::vector<TPodcastFeedLink> feeds)
     : XmlError(DescribeHtmlPage().toStdString()), FFeeds(std::move(feeds)) {}
 
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
+    if (vexa::IsUrl(location))
+        return ReadFeedDocument(location, vexa::HttpGetDocument(location, kLargestFeed, isCancelled));
+    if (IsLocalFeedFile(location)) return ReadFeedDocument(location, {ReadFeedFile(location), {}});
+    return {nullptr, location, {}};
+}
+
+vexa::HttpFetch FeedDocumentFetch() {
+    vexa::HttpFetch fetch;
+    fetch.MaxBytes = kLargestFeed;
+    return fetch;
+}
+
+TPodcastFeedDocument ReadFeedDocument(const QString& location, vexa::HttpDocument loaded) {
     TPodcastFeedDocument document;
-    vexa::HttpDocument loaded;
-    document.Address = location;
-    if (vexa::IsUrl(location)) {
-        loaded = vexa::HttpGetDocument(location, kLargestFeed, isCancelled);
-        document.Address = loaded.Info.Address;
-        document.MovedTo = loaded.Info.MovedTo;
-    } else if (IsLocalFeedFile(location)) {
-        loaded.Body = ReadFeedFile(location);
-    } else {
-        return document;
-    }
+    document.Address = loaded.Info.Address.isEmpty() ? location : loaded.Info.Address;
+    document.MovedTo = loaded.Info.MovedTo;
     const auto throwPage = [&] {
         throw TPodcastPageError(vexa::FindHtmlLinks(loaded.Body, loaded.Info.Charset, document.Address,
                                                     QStringLiteral("alternate"),
@@ -95,75 +98,6 @@ std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& docu
 QString DescribeMissingFeed(const TPodcastFeedDocument& document) {
     return document.Tree ? DescribeForeignDocument(*document.Tree)
                          : QStringLiteral("this is neither an http or https address nor an existing .xml file");
-}
-
-TPodcastFeedFetcher::TPodcastFeedFetcher() : FThread([this] { Work(); }) {}
-
-TPodcastFeedFetcher::~TPodcastFeedFetcher() {
-    {
-        std::unique_lock lock(FMutex);
-        Drop(lock);
-        FState = State::Stopping;
-    }
-    FChanged.notify_all();
-    FThread.join();
-}
-
-/// Leaves the fetcher idle.
-void TPodcastFeedFetcher::Drop(std::unique_lock<std::mutex>& lock) {
-    if (FState == State::Requested) FState = State::Idle;
-    if (FState == State::Running) {
-        FAbandoned = true;
-        FChanged.wait(lock, [this] { return FState != State::Running; });
-    }
-    FState = State::Idle;
-    FDocument = {};
-    FError = nullptr;
-}
-
-void TPodcastFeedFetcher::Begin(const QString& location) {
-    std::unique_lock lock(FMutex);
-    if (FState != State::Idle && FLocation == location) return;
-    Drop(lock);
-    FAbandoned = false;
-    FLocation = location;
-    FState = State::Requested;
-    FChanged.notify_all();
-}
-
-TPodcastFeedDocument TPodcastFeedFetcher::Take(const QString& location, const vexa::CancelCheck& isCancelled) {
-    Begin(location);
-    std::unique_lock lock(FMutex);
-    while (FState != State::Done) {
-        if (isCancelled && isCancelled()) FAbandoned = true;
-        FChanged.wait_for(lock, kCancelPoll);
-    }
-    FState = State::Idle;
-    if (FError) std::rethrow_exception(std::exchange(FError, nullptr));
-    return std::exchange(FDocument, {});
-}
-
-void TPodcastFeedFetcher::Work() {
-    std::unique_lock lock(FMutex);
-    for (;;) {
-        FChanged.wait(lock, [this] { return FState == State::Requested || FState == State::Stopping; });
-        if (FState == State::Stopping) return;
-        FState = State::Running;
-        const QString location = FLocation;
-        lock.unlock();
-        TPodcastFeedDocument document;
-        std::exception_ptr error;
-        try {
-            document = LoadFeedDocument(location, [this] { return FAbandoned.load(); });
-        } catch (...) {
-            error = std::current_exception();
-        }
-        lock.lock();
-        FDocument = std::move(document);
-        FError = error;
-        FState = State::Done;
-        FChanged.notify_all();
-    }
 }
 
 }  // namespace podcasts

@@ -44,6 +44,7 @@ struct TPodcastFoundFeed {
     bool IsSubscribed = false;              // to that address, already; Feed may be missing
     std::vector<TPodcastFeedLink> Choices;  // several: call again with the address of one
     QString Error;
+    bool MayPass = false;          // the error is of a kind that may pass, see HttpErrorInfo
     bool IsUnknownFormat = false;  // the error is that there is a document, but of no format that is known
 };
 

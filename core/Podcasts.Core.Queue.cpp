@@ -50,6 +50,26 @@ void TPodcastClientQueue::Clear() {
     FIndex.clear();
 }
 
+QStringList TPodcastClientQueue::Upcoming(qsizetype count) const {
+    const std::lock_guard lock(FMutex);
+    QStringList items;
+    for (auto item = FItems.rbegin(); item != FItems.rend() && items.size() < count; ++item) items += *item;
+    return items;
+}
+
+bool TPodcastClientQueue::TakeNext(const QString& item) {
+    const std::lock_guard lock(FMutex);
+    if (FItems.empty() || FItems.back() != item) return false;
+    QString taken;
+    return Pop(taken);
+}
+
+void TPodcastClientQueue::Defer(const QString& item) {
+    const std::lock_guard lock(FMutex);
+    const auto entry = FIndex.find(FoldCase(item));
+    if (entry != FIndex.end()) FItems.splice(FItems.begin(), FItems, entry->second);
+}
+
 QStringList TPodcastClientQueue::Items() const {
     const std::lock_guard lock(FMutex);
     return QStringList(FItems.begin(), FItems.end());

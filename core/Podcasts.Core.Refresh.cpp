@@ -1,55 +1,81 @@
 #include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Url.h"
+
+#include <QScopeGuard>
+
+#include <map>
 
 namespace podcasts {
 
 void TPodcastClientTaskRefreshFeeds::Execute() {
-    TPodcastFeedFetcher fetcher;
-    QString feedURL;
-    while (!IsCancelled() && FClient.RefreshQueue().Pop(feedURL)) {
-        vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
+    TPodcastFetchRun run(
+        FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; }, [this] { return IsCancelled(); });
+    std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed, for a second try
+    const auto addThoseWithoutAnother = qScopeGuard([&] {
+        for (auto& [feedURL, outcome] : putAside) AddOutcome(std::move(outcome));
+    });
+    while (const auto turn = run.Next()) {
+        const QString& feedURL = turn->Item;
+        putAside.erase(feedURL);
+        if (!turn->IsSecondTry) vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
         TPodcastRefreshOutcome outcome{feedURL, {}, {}};
+        bool mayPass = false;
         try {
-            Refresh(feedURL, fetcher, outcome);
+            mayPass = Refresh(run, outcome);
         } catch (const std::exception& error) {
             // The database failed: this ends the task, and its completion accounts for the feeds that are left.
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FRefreshOutcomes.Add(std::move(outcome));
             throw;
         }
-        FClient.FRefreshOutcomes.Add(std::move(outcome));
+        if (mayPass && !turn->IsSecondTry && !IsCancelled()) {
+            run.TryAgain();
+            putAside.emplace(feedURL, std::move(outcome));
+            continue;
+        }
+        AddOutcome(std::move(outcome));
     }
 }
 
-void TPodcastClientTaskRefreshFeeds::Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher,
-                                             TPodcastRefreshOutcome& outcome) {
-    const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
+void TPodcastClientTaskRefreshFeeds::AddOutcome(TPodcastRefreshOutcome outcome) {
+    if (!outcome.Error.isEmpty() && !IsCancelled())
+        qCWarning(vexa::LogRefresh).noquote()
+            << "cannot refresh" << vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error;
+    FClient.FRefreshOutcomes.Add(std::move(outcome));
+}
+
+bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome) {
+    const QString& feedURL = outcome.FeedURL;
     std::unique_ptr<TPodcastFeed> feed;
     TPodcastFeedDocument place;  // of the document, without it
     try {
-        auto document = fetcher.Take(feedURL, isCancelled);
-        // The next document may come while this one is stored. It is a guess: what is queued meanwhile goes first.
-        if (QString next; !IsCancelled() && FClient.RefreshQueue().Peek(next)) fetcher.Begin(next);
+        const TPodcastFeedDocument document = run.TakeDocument();
         place = {nullptr, document.Address, document.MovedTo};
         feed = ParseFeedDocument(document, feedURL);
         if (!feed) outcome.Error = DescribeMissingFeed(document);
+    } catch (const vexa::HttpError& error) {
+        outcome.Error = QString::fromUtf8(error.what());
+        return error.MayPass();
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }
+    if (!feed) return false;
     QString newURL;
-    if (feed && !IsCancelled())
+    if (!IsCancelled()) {
+        const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
         newURL = FollowMoves(
             feed, place, [&](const QString& address) { return LoadFeedDocument(address, isCancelled); },
             [this](const QString& address) { return FClient.IsSubscribed(address); });
-    if (feed && IsCancelled())
+    }
+    if (IsCancelled())
         outcome.Error = QStringLiteral("cancelled");
-    else if (feed)
+    else
         MergeFeed(*feed, newURL, outcome);
-    if (!outcome.Error.isEmpty() && !IsCancelled())
-        qCWarning(vexa::LogRefresh).noquote() << "cannot refresh" << vexa::MaskedUrl(feedURL) + u": " + outcome.Error;
+    return false;
 }
 
 void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, const QString& newURL,

@@ -1,8 +1,11 @@
 #include "Podcasts.Core.Subscribing.h"
 
 #include <QFile>
+#include <QHash>
 #include <QSaveFile>
 
+#include <algorithm>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -12,22 +15,61 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fetcher, const QString& text, int choice,
-                                 const QString& next, const vexa::CancelCheck& isCancelled) {
+/// The texts in their order; those put off at the end.
+class TextQueue final : public IPodcastFetchQueue {
+public:
+    explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) {}
+
+    QStringList Upcoming(qsizetype count) const override { return FTexts.first(std::min(count, FTexts.size())); }
+    bool TakeNext(const QString& item) override {
+        if (FTexts.isEmpty() || FTexts.first() != item) return false;
+        FTexts.removeFirst();
+        return true;
+    }
+    void Defer(const QString& item) override {
+        if (FTexts.removeOne(item)) FTexts.append(item);
+    }
+
+private:
+    QStringList FTexts;
+};
+
+/// Where the first document of each text is. Empty for a feed that is subscribed to already, which is not read.
+class Locations {
+public:
+    explicit Locations(TPodcastClient& client) : FClient(client) {}
+
+    QString Of(const QString& text) {
+        auto known = FKnown.find(text);
+        if (known == FKnown.end()) {
+            const QString location = NormalizedFeedLocation(text);
+            known = FKnown.insert(text, FClient.IsSubscribed(location) ? QString() : location);
+        }
+        return *known;
+    }
+
+private:
+    TPodcastClient& FClient;
+    QHash<QString, QString> FKnown;
+};
+
+/// One turn of the run. `mayPass`: a second try may succeed.
+TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, const QString& text,
+                                 const QString& firstLocation, int choice, const vexa::CancelCheck& isCancelled,
+                                 bool& mayPass) {
     TPodcastSubscription subscription;
     const QStringList locations = FeedLocationsOf(text);
     subscription.Location = locations.size() == 1 ? locations.first() : text.trimmed();
     const auto isSubscribed = [&](const QString& address) { return client.IsSubscribed(address); };
-    // The first document may have been fetched ahead; what it leads to is fetched here, while the next one comes.
+    // The first document has been fetched ahead; what it leads to is fetched here.
     const auto load = [&, isFirst = true](const QString& location) mutable {
-        if (!std::exchange(isFirst, false)) return LoadFeedDocument(location, isCancelled);
-        auto document = fetcher.Take(location, isCancelled);
-        if (!next.isEmpty() && !client.IsSubscribed(next)) fetcher.Begin(next);
-        return document;
+        const bool isAhead = std::exchange(isFirst, false) && location == firstLocation;
+        return isAhead ? run.TakeDocument() : LoadFeedDocument(location, isCancelled);
     };
     try {
         TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
         subscription.Error = found.Error;
+        mayPass = found.MayPass;
         if (!found.Error.isEmpty()) return subscription;
         if (!found.Choices.empty()) {
             subscription.What = Result::SeveralFeeds;
@@ -56,10 +98,30 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFeedFetcher& fe
 void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
                         const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished) {
-    TPodcastFeedFetcher fetcher;
-    for (qsizetype i = 0; i < texts.size() && !isCancelled(); ++i) {
-        const QString next = i + 1 < texts.size() ? NormalizedFeedLocation(texts[i + 1]) : QString();
-        finished(SubscribeTo(client, fetcher, texts[i], choice, next, isCancelled));
+    TextQueue queue(texts);
+    Locations locations(client);
+    TPodcastFetchRun run(
+        queue, [&](const QString& text) { return locations.Of(text); }, isCancelled);
+    std::map<QString, TPodcastSubscription> putAside;  // by text, for a second try
+    while (const auto turn = run.Next()) {
+        putAside.erase(turn->Item);
+        bool mayPass = false;
+        auto subscription =
+            SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, mayPass);
+        if (mayPass && !turn->IsSecondTry) {
+            run.TryAgain();
+            putAside.emplace(turn->Item, std::move(subscription));
+        } else {
+            finished(subscription);
+        }
+    }
+    for (const auto& [text, subscription] : putAside) finished(subscription);
+    for (const QString& text : queue.Upcoming(texts.size())) {
+        TPodcastSubscription dropped;
+        dropped.Location = text;
+        dropped.Error = kTaskStopped;
+        dropped.IsDropped = true;
+        finished(dropped);
     }
 }
 

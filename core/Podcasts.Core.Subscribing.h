@@ -21,11 +21,12 @@ struct TPodcastSubscription {
     int EpisodeCount = 0;
     std::vector<TPodcastFeedLink> Choices;  // the several feeds that the page at the location names
     QString Error;                          // why it failed
+    bool IsDropped = false;                 // the work was stopped before its turn came
 };
 
-/// Subscribes to what each text names (see FindFeed) one after the other on the calling thread; the document after the
-/// present one is fetched ahead. `choice` as in FindFeed. `finished` is told each result there. Stops between two when
-/// cancelled.
+/// Subscribes to what each text names (see FindFeed), one after the other on the calling thread, in the order of a
+/// TPodcastFetchRun: documents are fetched ahead, and servers that keep silent come last. `choice` as in FindFeed.
+/// `finished` is told the result for each text there. A cancelled run ends at once; what is stored stays.
 void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
                         const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished);

@@ -27,7 +27,9 @@ public:
     void Complete() override;
 
 private:
-    void Refresh(const QString& feedURL, TPodcastFeedFetcher& fetcher, TPodcastRefreshOutcome& outcome);
+    /// The turn that the run has given. True when it failed in a way that may pass, see HttpErrorInfo.
+    bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
+    void AddOutcome(TPodcastRefreshOutcome outcome);
     /// `newURL`: where the feed is from now on, unless another one is there; empty when it stays.
     void MergeFeed(TPodcastFeed& feed, const QString& newURL, TPodcastRefreshOutcome& outcome);
 

@@ -5,7 +5,7 @@
 // All operations belong to the main thread unless they say otherwise.
 
 #include "Podcasts.Core.DB.h"
-#include "Podcasts.Core.Fetching.h"
+#include "Podcasts.Core.FetchRun.h"
 #include "Podcasts.Core.Options.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Threads.h"
@@ -84,7 +84,7 @@ private:
 };
 
 /// Work that waits: texts, unique when letter case is ignored, handed out last in, first out. Any thread may call it.
-class TPodcastClientQueue {
+class TPodcastClientQueue final : public IPodcastFetchQueue {
 public:
     void Add(const QString& item);
     void Add(const QStringList& items);
@@ -94,6 +94,9 @@ public:
     bool Peek(QString& item) const;
     void Remove(const QString& item);
     void Clear();
+    QStringList Upcoming(qsizetype count) const override;
+    bool TakeNext(const QString& item) override;
+    void Defer(const QString& item) override;
     /// All items, in the order added.
     QStringList Items() const;
 

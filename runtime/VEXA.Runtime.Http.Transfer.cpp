@@ -273,21 +273,29 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
     // A redirect that leads nowhere, and an announcement of an answer, are not the server's last word: say why
     // nothing followed.
     const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
-    if (IsFailureStatus() && isLastWord) return Failure(Kind::Status, StatusText());
+    if (IsFailureStatus() && isLastWord) {
+        HttpErrorInfo info = Failure(Kind::Status, StatusText());
+        if (FStatus == 429 || FStatus == 503) info.RetryAfter = RetryAfter();
+        return info;
+    }
     if (!FHeadEnded && code == CURLE_OK)  // which the library takes for an answer without a body
         return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
     if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
         return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
-    if (code != CURLE_OK) return Failure(Kind::Network, CurlReason(code, FErrorText));
+    if (code != CURLE_OK) {
+        HttpErrorInfo info = Failure(Kind::Network, CurlReason(code, FErrorText));
+        info.MayPass = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
+        return info;
+    }
     // A body without a single byte never reached the write callback.
     if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
     Progress(true);
     if (FCause) return Judge(CURLE_OK);
-    return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr};
+    return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr, false, {}};
 }
 
 HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const QString& message) const {
-    return HttpErrorInfo{kind, FStatus, message, nullptr};
+    return HttpErrorInfo{kind, FStatus, message, nullptr, false, {}};
 }
 
 /// Also an answer without content, and a part or "not modified" where nobody asked for these.
@@ -313,10 +321,25 @@ QString HttpTransfer::StatusText() const {
     const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
     QString text = QStringLiteral("the server answered %1").arg(FStatus);
     if (!phrase.isEmpty()) text += u' ' + phrase;
-    curl_off_t seconds = 0;
-    curl_easy_getinfo(FEasy, CURLINFO_RETRY_AFTER, &seconds);
+    const auto seconds = RetryAfter().count();
     if (seconds > 0) text += QStringLiteral("; it asks to wait %1 seconds").arg(seconds);
     return text;
+}
+
+/// RFC 9110, section 10.2.3.
+std::chrono::seconds HttpTransfer::RetryAfter() const {
+    curl_off_t seconds = 0;
+    curl_easy_getinfo(FEasy, CURLINFO_RETRY_AFTER, &seconds);
+    return std::chrono::seconds(std::max<curl_off_t>(seconds, 0));
+}
+
+QString HttpTransfer::AnsweringAddress() const {
+    return FHops.empty() ? FRequest.Url : FHops.back().Address;
+}
+
+void HttpTransfer::TimeOut() {
+    FOutcome = Failure(HttpErrorInfo::Kind::Network, CurlReason(CURLE_OPERATION_TIMEDOUT, nullptr));
+    FOutcome.MayPass = true;
 }
 
 /// Runs foreign code; what it throws is kept and ends the transfer.
@@ -460,7 +483,7 @@ void HttpTransfer::Progress(bool last) {
 }
 
 HttpError::HttpError(const HttpErrorInfo& info)
-    : std::runtime_error(info.Message.toStdString()), FWhat(info.What), FStatus(info.Status) {}
+    : std::runtime_error(info.Message.toStdString()), FWhat(info.What), FStatus(info.Status), FMayPass(info.MayPass) {}
 HttpError::~HttpError() = default;
 
 void HttpErrorInfo::RaiseIfFailed() const {

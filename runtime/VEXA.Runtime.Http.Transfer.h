@@ -54,7 +54,11 @@ public:
     bool End(CURLcode code);
     /// Notes that the library itself failed before it could report an end.
     void Fail(const QString& message);
+    /// The driver has given the transfer up, since the server keeps silent.
+    void TimeOut();
     const HttpErrorInfo& Outcome() const noexcept { return FOutcome; }
+    /// That the last answer came from, after redirects.
+    QString AnsweringAddress() const;
 
     /// Asked before each block of the body is taken; true leaves it with the library, which has paused the transfer
     /// then. May be empty.
@@ -90,6 +94,7 @@ private:
     bool IsWholePart() const;
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
     QString StatusText() const;
+    std::chrono::seconds RetryAfter() const;
     /// The value of a header of the final response; empty without one.
     QByteArray Header(const char* name) const;
     QString AddressToRepeat() const;

@@ -28,9 +28,11 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
     enum class Kind { Success, Cancelled, BadAddress, Network, Status, TooLarge, Refused, Callback };
 
     Kind What = Kind::Success;
-    int Status = 0;            // HTTP status of the last response, 0 when none came
-    QString Message;           // empty on success
-    std::exception_ptr Cause;  // what a callback threw (Kind::Callback)
+    int Status = 0;                      // HTTP status of the last response, 0 when none came
+    QString Message;                     // empty on success
+    std::exception_ptr Cause;            // what a callback threw (Kind::Callback)
+    bool MayPass = false;                // a refused connection or a time-out: worth a second try later
+    std::chrono::seconds RetryAfter{0};  // with status 429 or 503: for how long the server wants to be left alone
 
     bool Succeeded() const noexcept { return What == Kind::Success; }
     /// Throws the callback's own exception, or an HttpError with the message, unless the transfer succeeded.
@@ -46,10 +48,12 @@ public:
 
     HttpErrorInfo::Kind What() const noexcept { return FWhat; }
     int Status() const noexcept { return FStatus; }
+    bool MayPass() const noexcept { return FMayPass; }
 
 private:
     HttpErrorInfo::Kind FWhat;
     int FStatus;
+    bool FMayPass;
 };
 
 /// Which bytes of a whole a response holds (RFC 9110, section 14.4).

@@ -181,9 +181,9 @@ protected:
 struct IVEXAMLSubscriptionEvents : IUnknown {
     static constexpr Guid IID = ParseGuid("{FBD001A4-CD9F-48CC-8A42-C239DC1A98AC}");
 
-    /// 3: Once for each address, also for those that the storage's end comes before: S_OK, E_INVALIDARG when it is no
-    /// feed's, E_ABORT when it was subscribed already, else E_FAIL. `text`: the feed's title, or the reason. With a
-    /// feed, `address` is the one that it is stored under.
+    /// 3: Once for each address: S_OK, S_FALSE when the work was stopped before the address's turn came, E_INVALIDARG
+    /// when it is no feed's, E_ABORT when it was subscribed already, else E_FAIL. `text`: the feed's title, or the
+    /// reason. With a feed, `address` is the one that it is stored under.
     virtual void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept = 0;
     /// 4: Nothing more will come. Called once for every request that was answered with success, also at the storage's
     /// end.

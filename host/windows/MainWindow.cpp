@@ -275,10 +275,13 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;  // the page says it beside its field
     if (outcomes.size() > kMostReported) {
         std::vector<TaskProblem> problems;
-        for (const auto& outcome : outcomes)
+        int subscribed = 0;
+        for (const auto& outcome : outcomes) {
+            if (outcome.Code == S_OK) ++subscribed;
             if (const QString problem = SubscriptionProblem(outcome, FTexts); !problem.isEmpty())
                 problems.push_back({MaskedUrl(outcome.Address), problem});
-        const auto count = QLocale().toString(static_cast<int>(outcomes.size() - problems.size()));
+        }
+        const auto count = QLocale().toString(subscribed);
         FTasks->AddProblems(std::move(problems));
         return FBanner->Show(FTexts("Subscribed", count), {});
     }

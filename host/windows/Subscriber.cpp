@@ -132,6 +132,7 @@ QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, con
     QStringList lines;
     for (const Subscriber::Outcome& outcome : outcomes) {
         if (!outcome.Choices.empty()) continue;  // the user is asked
+        if (outcome.Code == S_FALSE) continue;   // the user has stopped it
         const QString problem = SubscriptionProblem(outcome, texts);
         if (Failed(outcome.Code) && outcome.Code != E_ABORT)
             lines += QString(MaskedUrl(outcome.Address) + u": " + problem);

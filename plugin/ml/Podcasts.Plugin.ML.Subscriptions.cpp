@@ -5,6 +5,9 @@
 #include "Podcasts.Plugin.ML.h"
 #include "VEXA.Runtime.Url.h"
 
+#include <atomic>
+#include <memory>
+
 namespace podcasts {
 
 using namespace vexa;
@@ -85,6 +88,7 @@ Ref<IVEXAObjectList> ToList(TPodcastsDB& db, const Outcomes& outcomes, std::int3
 }
 
 HResult ResultOf(const TPodcastSubscription& subscription) {
+    if (subscription.IsDropped) return S_FALSE;
     switch (subscription.What) {
         case TPodcastSubscription::Result::Subscribed:
             return S_OK;
@@ -97,28 +101,63 @@ HResult ResultOf(const TPodcastSubscription& subscription) {
     return IsFeedLocation(subscription.Location) ? E_FAIL : E_INVALIDARG;
 }
 
+/// A list that is subscribed to, as a task of the library that shows how far it has come.
+class SubscribingProgress {
+public:
+    /// Main thread, as the destructor. Keeps the storage alive, whose member `tasks` is.
+    SubscribingProgress(Ref<IUnknown> storage, TVEXAPodcastsMLBackgroundTaskHelper& tasks, qsizetype count)
+        : FStorage(std::move(storage)), FTasks(tasks), FCount(count), FTask(NextTask()) {
+        FTasks.StartTask(FTask, QStringLiteral("Podcasts\\MSG17"), [cancelled = FIsCancelled] { *cancelled = true; });
+        Tell(0);
+    }
+    ~SubscribingProgress() { FTasks.FinishTask(FTask); }
+    SubscribingProgress(const SubscribingProgress&) = delete;
+    SubscribingProgress& operator=(const SubscribingProgress&) = delete;
+
+    // Any thread.
+    void Tell(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
+    bool IsCancelled() const { return *FIsCancelled; }
+
+private:
+    /// Beyond the numbers of IVEXAMLSubscriptionStorage::TaskID; several lists may be subscribed to at a time.
+    static std::int32_t NextTask() {
+        static std::int32_t number = 100;
+        return number++;
+    }
+
+    const Ref<IUnknown> FStorage;
+    TVEXAPodcastsMLBackgroundTaskHelper& FTasks;
+    const qsizetype FCount;
+    const std::shared_ptr<std::atomic<bool>> FIsCancelled = std::make_shared<std::atomic<bool>>(false);
+    const std::int32_t FTask;
+};
+
 /// Subscribes on a worker thread and tells on the main one. Holds the client all the while; when that is to go, it
 /// stops.
 class SubscribeTask final : public Task {
 public:
-    SubscribeTask(TPodcastsClientPass client, QStringList locations, Ref<IVEXAMLSubscriptionEvents> events)
-        : FClient(std::move(client)), FLocations(std::move(locations)), FEvents(std::move(events)) {}
+    /// `progress` may be null.
+    SubscribeTask(TPodcastsClientPass client, QStringList locations, Ref<IVEXAMLSubscriptionEvents> events,
+                  std::unique_ptr<SubscribingProgress> progress)
+        : FClient(std::move(client)),
+          FLocations(std::move(locations)),
+          FEvents(std::move(events)),
+          FProgress(std::move(progress)) {}
 
     void Execute() override {
-        SubscribeByAddress(
-            *FClient.Get(), FLocations, 0, [] { return TPodcastsClientPass::IsClosing(); },
-            [this](const TPodcastSubscription& subscription) { Tell(subscription); });
+        const auto isCancelled = [this] {
+            return TPodcastsClientPass::IsClosing() || (FProgress && FProgress->IsCancelled());
+        };
+        SubscribeByAddress(*FClient.Get(), FLocations, 0, isCancelled,
+                           [this](const TPodcastSubscription& subscription) { Tell(subscription); });
     }
     void Complete() override {
-        GuardedCall("telling of what was not subscribed to", [this] {
-            while (FTold < FLocations.size()) {
-                TPodcastSubscription dropped;
-                dropped.Location = FLocations[FTold];
-                dropped.Error = kTaskStopped;
-                Tell(dropped);
-            }
-        });
-        if (FEvents) RunInMainThread([this] { FEvents->OnCompleted(); }, true);
+        RunInMainThread(
+            [this] {
+                FProgress.reset();
+                if (FEvents) FEvents->OnCompleted();
+            },
+            true);
         FEvents = nullptr;
         FClient = {};
     }
@@ -126,7 +165,11 @@ public:
 private:
     void Tell(const TPodcastSubscription& subscription) {
         ++FTold;
-        if (FEvents) RunInMainThread([&] { TellEvents(subscription); }, true);
+        if (FProgress) FProgress->Tell(FTold);
+        if (!FEvents) return;
+        // Whatever one call comes to, the others are made.
+        GuardedCall("telling what became of an address",
+                    [&] { RunInMainThread([&] { TellEvents(subscription); }, true); });
     }
     void TellEvents(const TPodcastSubscription& subscription) {
         const auto location = ToHostString(subscription.Location);
@@ -149,16 +192,10 @@ private:
 
     TPodcastsClientPass FClient;
     QStringList FLocations;
-    qsizetype FTold = 0;  // how many of them the events have heard of
+    qsizetype FTold = 0;
     Ref<IVEXAMLSubscriptionEvents> FEvents;
+    std::unique_ptr<SubscribingProgress> FProgress;
 };
-
-HResult StartSubscribing(QStringList locations, IVEXAMLSubscriptionEvents* events) {
-    auto client = TPodcastsClientPass::Enter();
-    if (!client) return E_FAIL;
-    WorkerPool::Run(std::make_unique<SubscribeTask>(std::move(client), std::move(locations), events));
-    return S_OK;
-}
 
 /// Runs what works on a file; its failure becomes E_FAIL with the message in `error`.
 template <class Body>
@@ -186,6 +223,18 @@ HResult TVEXAPodcastsMLExtension::GetRowCount(IVEXAObjectList* fields, IVEXAMLDa
 HResult TVEXAPodcastsMLExtension::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {
     if (!AreGiven(addresses)) return E_POINTER;
     return GuardedCall("subscribing", [&] { return StartSubscribing(StringsOf(addresses), events); });
+}
+
+HResult TVEXAPodcastsMLExtension::StartSubscribing(QStringList locations, IVEXAMLSubscriptionEvents* events) {
+    auto client = TPodcastsClientPass::Enter();
+    if (!client) return E_FAIL;
+    std::unique_ptr<SubscribingProgress> progress;
+    if (locations.size() > 1)
+        progress = std::make_unique<SubscribingProgress>(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(this)), FTasks,
+                                                         locations.size());
+    WorkerPool::Run(
+        std::make_unique<SubscribeTask>(std::move(client), std::move(locations), events, std::move(progress)));
+    return S_OK;
 }
 
 HResult TVEXAPodcastsMLExtension::ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,

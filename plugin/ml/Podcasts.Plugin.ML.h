@@ -91,6 +91,7 @@ private:
     /// cannot be one, E_FAIL once the client is gone.
     static vexa::HResult WithStatement(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                        const StatementUser& use) noexcept;
+    vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
     void ShowNotification(const QString& textKey, std::function<void()> onClick);
     void OpenPodcasts();
     void MarkPlayedEpisode();

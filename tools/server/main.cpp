@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kKeepAliveRequests = 1'000'000;
 constexpr std::time_t kKeepAliveSeconds = 10;
 // Each connection holds a thread while it lives, also when it is idle.
-constexpr std::size_t kConnections = 64;
+constexpr std::size_t kConnections = 512;
 
 struct Options {
     std::filesystem::path Folder;

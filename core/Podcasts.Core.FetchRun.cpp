@@ -1,0 +1,210 @@
+#include "Podcasts.Core.FetchRun.h"
+
+#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Url.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace podcasts {
+
+namespace {
+
+// Items that are looked at ahead. Lists have a host's feeds side by side, and of one host only a few documents are
+// fetched at once, so the window has to reach several hosts.
+constexpr qsizetype kWindow = 1024;
+constexpr qsizetype kRefill = 64;  // taken before the window moves on
+constexpr auto kSilence = std::chrono::seconds(3);
+constexpr auto kSecondTries = std::chrono::seconds(30);
+constexpr auto kPoll = std::chrono::milliseconds(20);  // for what is queued or cancelled meanwhile
+
+}  // namespace
+
+TPodcastFetchRun::TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, vexa::CancelCheck isCancelled)
+    : FQueue(queue),
+      FLocator(std::move(locator)),
+      FIsCancelled(std::move(isCancelled)),
+      FFetcher([this] {
+          const std::lock_guard lock(FMutex);
+          NoteChange();
+      }),
+      FReader([this] { ReadAhead(); }) {}
+
+TPodcastFetchRun::~TPodcastFetchRun() {
+    {
+        const std::lock_guard lock(FMutex);
+        FIsStopping = true;
+    }
+    FChanged.notify_all();
+    FReader.join();
+}
+
+/// Hold the lock.
+void TPodcastFetchRun::NoteChange() {
+    ++FChanges;
+    FChanged.notify_all();
+}
+
+std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
+    while (!FIsCancelled()) {
+        const quint64 changes = Changes();
+        const QStringList upcoming = FQueue.Upcoming(kWindow);
+        if (!IsInWindow(upcoming)) SetWindow(upcoming);
+        if (FSecondTries.empty()) FDeadline.reset();
+        if (upcoming.isEmpty()) {
+            if (FSecondTries.empty()) return std::nullopt;
+            if (auto turn = NextSecondTry()) return turn;
+        } else {
+            const QString& item = upcoming.first();
+            const QString location = FLocator(item);
+            const bool isAlone = upcoming.size() == 1 && FSecondTries.empty();
+            if (isAlone || IsReady(location)) {
+                if (!FQueue.TakeNext(item)) continue;
+                std::erase_if(FSecondTries, [&](const SecondTry& one) { return one.Item == item; });
+                FItem = item;
+                FLocation = location;
+                FFailure = nullptr;
+                ++FTakenOfWindow;
+                return Turn{item};
+            }
+            FFetcher.Await(location);
+            if (FFetcher.SilenceOf(location) >= kSilence && IsAnyReady(upcoming)) {
+                FQueue.Defer(item);
+                FDeferred += item;
+                continue;
+            }
+        }
+        std::unique_lock lock(FMutex);
+        FChanged.wait_for(lock, kPoll, [&] { return FChanges != changes; });
+    }
+    return std::nullopt;
+}
+
+quint64 TPodcastFetchRun::Changes() {
+    const std::lock_guard lock(FMutex);
+    return FChanges;
+}
+
+std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::NextSecondTry() {
+    const auto now = Clock::now();
+    if (!FDeadline) FDeadline = now + kSecondTries;
+    auto next = std::find_if(FSecondTries.begin(), FSecondTries.end(),
+                             [this](const SecondTry& one) { return IsReady(one.Location); });
+    if (next == FSecondTries.end() && now < *FDeadline) return std::nullopt;
+    const bool isTooLate = next == FSecondTries.end();
+    if (isTooLate) next = FSecondTries.begin();
+    FItem = next->Item;
+    FLocation = next->Location;
+    FFailure = isTooLate ? next->Failure : nullptr;
+    FSecondTries.erase(next);
+    return Turn{FItem, true};
+}
+
+/// Whether the window still tells the order of what is to come, but for its end.
+bool TPodcastFetchRun::IsInWindow(const QStringList& upcoming) const {
+    return !upcoming.isEmpty() && FTakenOfWindow < kRefill && FUpcoming.value(FTakenOfWindow) == upcoming.first() &&
+           FUpcoming.size() - FTakenOfWindow <= upcoming.size();
+}
+
+/// Hands the order of what is to come on to the fetcher.
+void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
+    FUpcoming = upcoming;
+    FTakenOfWindow = 0;
+    QStringList locations;
+    QSet<QString> secondTries;
+    for (const QString& item : upcoming) locations += FLocator(item);
+    // What was put at the queue's end goes on being waited for.
+    if (upcoming.size() < kWindow) FDeferred.clear();
+    for (const QString& item : FDeferred) locations += FLocator(item);
+    if (FDeadline || upcoming.isEmpty()) {
+        for (const SecondTry& one : FSecondTries) {
+            locations += one.Location;
+            secondTries.insert(one.Location);
+        }
+    }
+    const std::lock_guard lock(FMutex);
+    FWindow = locations;
+    if (FRead && !FWindow.contains(FRead->Location)) FRead.reset();
+    locations.removeIf([this](const QString& location) {
+        return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location);
+    });
+    FFetcher.Want(locations, [&](const QString& location) {
+        vexa::HttpFetch fetch = FeedDocumentFetch();
+        fetch.IsSecondTry = secondTries.contains(location);
+        if (fetch.IsSecondTry) fetch.Longest = kSecondTries;
+        return fetch;
+    });
+    FChanged.notify_all();  // the reader looks for another document to read
+}
+
+bool TPodcastFetchRun::IsReady(const QString& location) {
+    const std::lock_guard lock(FMutex);
+    return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location) ||
+           FFetcher.IsReady(location);
+}
+
+bool TPodcastFetchRun::IsAnyReady(const QStringList& items) {
+    return std::any_of(items.begin(), items.end(), [this](const QString& item) { return IsReady(FLocator(item)); });
+}
+
+TPodcastFeedDocument TPodcastFetchRun::TakeDocument() {
+    if (FFailure) std::rethrow_exception(std::exchange(FFailure, nullptr));
+    if (!vexa::IsUrl(FLocation)) return LoadFeedDocument(FLocation, FIsCancelled);
+    Read read;
+    {
+        std::unique_lock lock(FMutex);
+        FTaken = FLocation;
+        FChanged.wait(lock, [this] { return FReading != FLocation; });
+        if (FRead && FRead->Location == FLocation) {
+            read = std::move(*FRead);
+            FRead.reset();
+        }
+    }
+    if (read.Location.isEmpty()) read = ReadNow(FLocation, FFetcher.Take(FLocation, FIsCancelled));
+    if (read.Error) {
+        FFailure = read.Error;
+        std::rethrow_exception(std::exchange(read.Error, nullptr));
+    }
+    return std::move(read.Document);
+}
+
+void TPodcastFetchRun::TryAgain() {
+    FSecondTries.push_back({FItem, FLocation, std::exchange(FFailure, nullptr)});
+}
+
+TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::HttpFetched fetched) const {
+    Read read{location, {}, {}};
+    try {
+        fetched.Outcome.RaiseIfFailed();
+        read.Document = ReadFeedDocument(location, std::move(fetched.Document));
+    } catch (...) {
+        read.Error = std::current_exception();
+    }
+    return read;
+}
+
+/// Makes the tree of the next document that has arrived while the present one is stored: the two threads then have
+/// about half of the work each.
+void TPodcastFetchRun::ReadAhead() {
+    std::unique_lock lock(FMutex);
+    while (!FIsStopping) {
+        const auto next =
+            FRead ? FWindow.end() : std::find_if(FWindow.begin(), FWindow.end(), [this](const QString& location) {
+                return location != FTaken && FFetcher.IsReady(location);
+            });
+        if (next == FWindow.end()) {
+            FChanged.wait(lock);
+            continue;
+        }
+        const QString location = FReading = *next;
+        vexa::HttpFetched fetched = FFetcher.Take(location, {});
+        lock.unlock();
+        Read read = ReadNow(location, std::move(fetched));
+        lock.lock();
+        FReading.clear();
+        FRead = std::move(read);
+        NoteChange();
+    }
+}
+
+}  // namespace podcasts

@@ -1,0 +1,482 @@
+#include "VEXA.Runtime.Http.Fetcher.h"
+
+#include "VEXA.Runtime.Http.Transfer.h"
+#include "VEXA.Runtime.Log.h"
+
+#include <QDateTime>
+#include <QUrl>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace vexa {
+
+namespace {
+
+using Clock = HttpTransfer::Clock;
+using std::chrono::milliseconds;
+
+constexpr auto kTick = milliseconds(25);  // between two looks at who is silent
+constexpr auto kIdle = milliseconds(1000);
+constexpr auto kCancelPoll = milliseconds(20);
+
+/// Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
+qint64 RoomFor(const HttpResponseInfo& info, qint64 maxBytes) {
+    constexpr qint64 kUsualRatio = 6;
+    return std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio;
+}
+
+QString ServerOf(const QString& address) {
+    return QUrl(address).authority(QUrl::FullyEncoded).section(u'@', -1).toLower();
+}
+
+/// What is known of a server in this run.
+struct Server {
+    int Running = 0;  // transfers on their way, but for those that are held back
+    bool HasAnswered = false;
+    QString Failure;       // why a transfer came to nothing that may succeed later; empty without one
+    QDateTime RestsUntil;  // null: it has not asked to be left alone
+};
+
+/// An address of the window.
+struct Item {
+    enum class Stage { Waiting, Running, Done };
+
+    QString Address;
+    Server* From = nullptr;  // guarded by the fetcher's mutex, as what it points to
+    HttpFetch Fetch;
+
+    // Guarded by the fetcher's mutex.
+    Stage At = Stage::Waiting;
+    Clock::time_point Begun{}, LastArrival{};  // as published by the thread
+    bool IsAnswered = false;
+    bool IsPaused = false;
+    quint64 Window = 0;  // the last one that named it
+
+    std::atomic<bool> IsAwaited{false};
+
+    // The thread's own until the stage is Done.
+    HttpGet Request;
+    CancelCheck NoCancelCheck;
+    std::unique_ptr<HttpTransfer> Transfer;
+    CURL* Easy = nullptr;
+    HttpFetched Result;
+    qint64 Held = 0;  // bytes
+    bool IsHeldBack = false;
+
+    bool IsRunning() const { return At == Stage::Running; }
+};
+
+}  // namespace
+
+struct HttpFetcher::Impl {
+    Impl(std::function<void()> changed, HttpFetcherLimits limits)
+        : FChangedCall(std::move(changed)), FLimits(limits), FShare(HttpShareHandle()), FMulti(curl_multi_init()) {
+        if (!FMulti) throw std::bad_alloc();
+        // Of a host and protocol that allow it, transfers share a connection (HTTP/2); idle ones are kept for the run.
+        curl_multi_setopt(FMulti, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
+        curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.AtOnce + limits.Silent)));
+        FThread = std::thread([this] { Work(); });
+    }
+    ~Impl() {
+        {
+            const std::lock_guard lock(FMutex);
+            FIsStopping = true;
+        }
+        Wake();
+        FThread.join();
+        for (CURL* easy : FFreeHandles) curl_easy_cleanup(easy);
+        curl_multi_cleanup(FMulti);
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    // ---- Any thread ----
+
+    void Wake() { curl_multi_wakeup(FMulti); }
+    /// Hold the lock.
+    void RequireSchedule() {
+        FIsScheduleDue = true;
+        Wake();
+    }
+
+    Item* Find(const QString& address) const {
+        const auto found = FItems.find(address);
+        return found == FItems.end() ? nullptr : found->second.get();
+    }
+
+    /// Takes an item out of the window. Hold the lock.
+    std::unique_ptr<Item> Remove(const QString& address) {
+        auto node = FItems.extract(address);
+        std::erase(FOrder, node.mapped().get());
+        if (node.mapped()->At == Item::Stage::Done) FHeld -= node.mapped()->Held;
+        return std::move(node.mapped());
+    }
+    /// As Remove, for one that nobody wants any more: its transfer is the thread's to end. Hold the lock.
+    void Drop(const QString& address) {
+        auto item = Remove(address);
+        if (item->IsRunning()) FDropped.push_back(std::move(item));
+    }
+
+    milliseconds SilenceOf(const Item& item, Clock::time_point now) const {
+        const auto since = [&](const Item& one) {
+            return std::chrono::duration_cast<milliseconds>(now - one.LastArrival);
+        };
+        if (item.At == Item::Stage::Done || item.IsPaused) return {};
+        if (item.IsRunning()) return since(item);
+        // It waits for its turn: its server is silent if it is to all who have asked.
+        milliseconds shortest = milliseconds::max();
+        for (const Item* other : FOrder)
+            if (other->IsRunning() && !other->IsPaused && other->From == item.From)
+                shortest = std::min(shortest, since(*other));
+        return shortest == milliseconds::max() ? milliseconds(0) : shortest;
+    }
+
+    // ---- The fetcher's thread ----
+
+    void Work() {
+        const PipeSignalBlocked blocked;
+        for (;;) {
+            std::vector<std::unique_ptr<Item>> dropped;
+            std::vector<Item*> begun;
+            bool hasChanged = false;
+            {
+                const std::lock_guard lock(FMutex);
+                if (FIsStopping) break;
+                const auto now = Clock::now();
+                if (std::exchange(FIsScheduleDue, false) || now - FScheduled >= kTick) {
+                    dropped.swap(FDropped);
+                    for (const auto& item : dropped) Leave(*item);
+                    PublishArrivals();
+                    hasChanged = Schedule(begun, now);
+                    FScheduled = now;
+                }
+            }
+            for (const auto& item : dropped) {
+                Release(*item);
+                FHeld -= item->Held;
+            }
+            for (Item* item : begun) Begin(*item);
+            int running = 0;
+            curl_multi_perform(FMulti, &running);
+            hasChanged = EndTransfers() || hasChanged;
+            ResumeHeldBack();
+            if (hasChanged) {
+                FChanged.notify_all();
+                if (FChangedCall) FChangedCall();
+                continue;  // others may begin now
+            }
+            const auto pause = FRunning.empty() ? kIdle : kTick;
+            curl_multi_poll(FMulti, nullptr, 0, static_cast<int>(pause.count()), nullptr);
+        }
+        for (Item* item : FRunning) {
+            curl_multi_remove_handle(FMulti, item->Easy);
+            curl_easy_cleanup(item->Easy);
+        }
+    }
+
+    void PublishArrivals() {
+        for (Item* item : FRunning) {
+            item->LastArrival = item->Transfer->LastArrival();
+            item->IsPaused = item->IsHeldBack;
+            if (item->IsAnswered || !item->Transfer->HasBegun()) continue;
+            item->IsAnswered = true;
+            item->From->HasAnswered = true;
+            // Of the last few answers, the newest counting most.
+            const auto latency = item->LastArrival - item->Begun;
+            FLatency = FLatency.count() == 0 ? latency : (7 * FLatency + latency) / 8;
+        }
+    }
+
+    /// Decides which transfers begin, which give way, and which addresses are not asked for at all. True when there are
+    /// any of the last two. Hold the lock.
+    bool Schedule(std::vector<Item*>& begun, Clock::time_point now) {
+        bool hasFailed = false;
+        for (auto& [name, server] : FServers) server.Running = 0;
+        int active = 0;
+        std::vector<Item*> silent;
+        for (Item* item : FRunning) {
+            if (item->IsPaused) continue;
+            ++item->From->Running;
+            if (now - item->LastArrival < FLimits.SilentAfter)
+                ++active;
+            else
+                silent.push_back(item);
+        }
+        std::sort(silent.begin(), silent.end(),
+                  [](const Item* a, const Item* b) { return a->LastArrival > b->LastArrival; });
+        for (Item* item : FOrder) {
+            if (item->At != Item::Stage::Waiting) continue;
+            Server& server = *item->From;
+            const bool isUrgent = item->IsAwaited || item->Fetch.IsSecondTry;
+            if (const QString reason = ReasonNotToAsk(*item, server); !reason.isEmpty()) {
+                item->Result.Outcome.What = HttpErrorInfo::Kind::Network;
+                item->Result.Outcome.Message = reason;
+                item->Result.Outcome.MayPass = server.RestsUntil.isNull();
+                item->At = Item::Stage::Done;
+                hasFailed = true;
+                continue;
+            }
+            if (server.Running >= FLimits.ToHost) continue;
+            if (static_cast<int>(FRunning.size() + begun.size()) >= FLimits.AllTogether) break;
+            if (!isUrgent) {
+                if (active >= FLimits.AtOnce || FHeld >= FLimits.HeldBytes) continue;
+                if (static_cast<int>(silent.size()) >= FLimits.Silent) {
+                    if (!GiveWay(silent, now)) continue;
+                    hasFailed = true;
+                }
+            }
+            item->At = Item::Stage::Running;
+            item->Begun = item->LastArrival = now;
+            ++server.Running;
+            ++active;
+            begun.push_back(item);
+        }
+        return hasFailed;
+    }
+
+    QString ReasonNotToAsk(const Item& item, const Server& server) const {
+        if (!server.RestsUntil.isNull()) {
+            return QStringLiteral("it was not asked for, since its server wants to be left alone until ") +
+                   server.RestsUntil.toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+        }
+        return server.HasAnswered || item.Fetch.IsSecondTry ? QString() : server.Failure;
+    }
+
+    /// Ends the transfer that has been silent for longest, if others are answered in a fraction of that time: over a
+    /// slow line all of them take long. Hold the lock.
+    bool GiveWay(std::vector<Item*>& silent, Clock::time_point now) {
+        const auto patience = std::max<Clock::duration>(FLimits.GivesWayAfter, 4 * FLatency);
+        const auto found = std::find_if(silent.rbegin(), silent.rend(), [&](const Item* item) {
+            return !item->IsAwaited && !item->Fetch.IsSecondTry && now - item->LastArrival >= patience;
+        });
+        if (found == silent.rend() || FLatency.count() == 0) return false;
+        Item* item = *found;
+        silent.erase(std::next(found).base());
+        item->Transfer->TimeOut();
+        Leave(*item);
+        Finish(*item);
+        return true;
+    }
+
+    void Begin(Item& item) {
+        FRunning.push_back(&item);
+        item.Request.Url = item.Address;
+        item.Request.Compressed = true;
+        item.Request.MaxBytes = item.Fetch.MaxBytes;
+        item.Request.Longest = HttpDocumentTimeout();
+        if (item.Fetch.Longest.count() > 0) item.Request.Longest = std::min(item.Request.Longest, item.Fetch.Longest);
+        item.Request.Conditions = item.Fetch.Conditions;
+        item.Request.OnAccepted = [&item](const HttpResponseInfo& info) {
+            item.Result.Document.Info = info;
+            item.Result.Document.Body.reserve(RoomFor(info, item.Fetch.MaxBytes));
+            return true;
+        };
+        item.Request.OnData = [this, &item](const char* data, std::size_t size) {
+            item.Result.Document.Body.append(data, static_cast<qsizetype>(size));
+            item.Held += static_cast<qint64>(size);
+            FHeld += static_cast<qint64>(size);
+            return true;
+        };
+        item.Transfer = std::make_unique<HttpTransfer>(item.Request, item.NoCancelCheck);
+        item.Transfer->IsHeld = [this, &item] {
+            return item.IsHeldBack = FHeld >= FLimits.HeldBytes && !item.IsAwaited;
+        };
+        if (FFreeHandles.empty()) FFreeHandles.push_back(curl_easy_init());
+        item.Easy = FFreeHandles.back();
+        FFreeHandles.pop_back();
+        Perform(item);
+    }
+
+    /// Hands the transfer to the library. One that cannot be begun has ended.
+    void Perform(Item& item) {
+        if (item.Transfer->Prepare(item.Easy)) {
+            curl_easy_setopt(item.Easy, CURLOPT_PRIVATE, &item);
+            const CURLMcode added = curl_multi_add_handle(FMulti, item.Easy);
+            if (added == CURLM_OK) return;
+            item.Transfer->Fail(QString::fromUtf8(curl_multi_strerror(added)));
+        }
+        FStillborn.push_back(&item);
+    }
+
+    /// True when any has ended.
+    bool EndTransfers() {
+        std::vector<Item*> ended = std::exchange(FStillborn, {});
+        int left = 0;
+        while (const CURLMsg* message = curl_multi_info_read(FMulti, &left)) {
+            if (message->msg != CURLMSG_DONE) continue;
+            const CURLcode code = message->data.result;
+            CURL* easy = message->easy_handle;
+            char* pointer = nullptr;
+            curl_easy_getinfo(easy, CURLINFO_PRIVATE, &pointer);
+            Item& item = *reinterpret_cast<Item*>(pointer);
+            const bool again = item.Transfer->End(code);
+            curl_multi_remove_handle(FMulti, easy);
+            if (again)
+                Perform(item);
+            else
+                ended.push_back(&item);
+        }
+        if (ended.empty()) return false;
+        const std::lock_guard lock(FMutex);
+        PublishArrivals();
+        for (Item* item : ended) {
+            Leave(*item);
+            Finish(*item);
+        }
+        return true;
+    }
+
+    /// The transfer is on its way no more. Hold the lock.
+    void Leave(Item& item) { std::erase(FRunning, &item); }
+
+    /// Hands an ended transfer's result over. Hold the lock.
+    void Finish(Item& item) {
+        item.Result.Outcome = item.Transfer->Outcome();
+        Server& server = *item.From;
+        FIsScheduleDue = true;
+        const HttpErrorInfo& outcome = item.Result.Outcome;
+        if (outcome.MayPass) server.Failure = outcome.Message;
+        if (outcome.RetryAfter.count() > 0)
+            FServers[ServerOf(item.Transfer->AnsweringAddress())].RestsUntil =
+                QDateTime::currentDateTime().addSecs(outcome.RetryAfter.count());
+        if (!outcome.Succeeded()) {
+            FHeld -= std::exchange(item.Held, 0);
+            item.Result.Document.Body.clear();
+        }
+        Release(item);
+        item.At = Item::Stage::Done;
+    }
+
+    /// Gives up the transfer's handle.
+    void Release(Item& item) {
+        curl_multi_remove_handle(FMulti, item.Easy);
+        curl_easy_reset(item.Easy);  // the handle outlives the transfer, which it points to
+        FFreeHandles.push_back(std::exchange(item.Easy, nullptr));
+        item.Transfer.reset();
+    }
+
+    void ResumeHeldBack() {
+        for (Item* item : FRunning) {
+            if (!item->IsHeldBack || (FHeld >= FLimits.HeldBytes && !item->IsAwaited)) continue;
+            item->IsHeldBack = false;
+            curl_easy_pause(item->Easy, CURLPAUSE_CONT);
+        }
+    }
+
+    const std::function<void()> FChangedCall;
+    const HttpFetcherLimits FLimits;
+    CURLSH* const FShare;  // made before the handles that use it
+    CURLM* const FMulti;
+
+    mutable std::mutex FMutex;
+    std::condition_variable FChanged;
+    // Guarded by FMutex.
+    bool FIsStopping = false;
+    std::unordered_map<QString, std::unique_ptr<Item>> FItems;
+    std::vector<Item*> FOrder;  // the window
+    quint64 FWindow = 0;        // counts them
+    bool FIsScheduleDue = false;
+    std::vector<std::unique_ptr<Item>> FDropped;
+    std::map<QString, Server> FServers;  // none is ever taken out
+
+    std::atomic<qint64> FHeld{0};  // bytes of all documents, arriving ones included
+
+    // The thread's own.
+    std::vector<Item*> FRunning, FStillborn;
+    std::vector<CURL*> FFreeHandles;
+    Clock::time_point FScheduled{};
+    Clock::duration FLatency{};  // from a transfer's begin to the first that comes; 0: nobody has answered yet
+
+    std::thread FThread;
+};
+
+HttpFetcher::HttpFetcher(std::function<void()> changed, HttpFetcherLimits limits)
+    : FImpl(std::make_unique<Impl>(std::move(changed), limits)) {}
+
+HttpFetcher::~HttpFetcher() = default;
+
+void HttpFetcher::Want(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe) {
+    Impl& impl = *FImpl;
+    QStringList unknown;
+    {
+        const std::lock_guard lock(impl.FMutex);
+        for (const QString& address : addresses)
+            if (!impl.Find(address)) unknown += address;
+    }
+    std::vector<std::unique_ptr<Item>> added;
+    for (const QString& address : unknown) {
+        added.push_back(std::make_unique<Item>());
+        added.back()->Address = address;
+        added.back()->Fetch = describe(address);
+    }
+    const std::lock_guard lock(impl.FMutex);
+    for (auto& item : added) {
+        const QString address = item->Address;
+        item->From = &impl.FServers[ServerOf(address)];
+        impl.FItems.try_emplace(address, std::move(item));
+    }
+    ++impl.FWindow;
+    std::vector<Item*> order;
+    for (const QString& address : addresses) {
+        Item* item = impl.Find(address);
+        if (std::exchange(item->Window, impl.FWindow) != impl.FWindow) order.push_back(item);
+    }
+    std::vector<Item*> former = std::exchange(impl.FOrder, std::move(order));
+    for (const Item* item : former)
+        if (item->Window != impl.FWindow) impl.Drop(item->Address);
+    impl.RequireSchedule();
+}
+
+void HttpFetcher::Await(const QString& address) {
+    const std::lock_guard lock(FImpl->FMutex);
+    for (Item* item : FImpl->FOrder) item->IsAwaited = item->Address == address;
+    FImpl->RequireSchedule();
+}
+
+bool HttpFetcher::IsReady(const QString& address) const {
+    const std::lock_guard lock(FImpl->FMutex);
+    const Item* item = FImpl->Find(address);
+    return item && item->At == Item::Stage::Done;
+}
+
+std::chrono::milliseconds HttpFetcher::SilenceOf(const QString& address) const {
+    const std::lock_guard lock(FImpl->FMutex);
+    const Item* item = FImpl->Find(address);
+    return item ? FImpl->SilenceOf(*item, Clock::now()) : milliseconds(0);
+}
+
+HttpFetched HttpFetcher::Take(const QString& address, const CancelCheck& isCancelled) {
+    if (!IsReady(address)) Await(address);
+    std::unique_lock lock(FImpl->FMutex);
+    const Item* item = FImpl->Find(address);
+    HttpFetched fetched;
+    bool isGivenUp = !item;
+    while (!isGivenUp && item->At != Item::Stage::Done) {
+        isGivenUp = isCancelled && isCancelled();
+        if (!isGivenUp) FImpl->FChanged.wait_for(lock, kCancelPoll);
+    }
+    if (isGivenUp) {
+        fetched.Outcome.What = HttpErrorInfo::Kind::Cancelled;
+        fetched.Outcome.Message = QStringLiteral("cancelled");
+        if (item) FImpl->Drop(address);
+        FImpl->RequireSchedule();
+    } else {
+        fetched = std::move(FImpl->Remove(address)->Result);
+    }
+    lock.unlock();
+    if (fetched.Outcome.Succeeded())
+        qCDebug(LogHttp).noquote() << "fetched" << MaskedUrl(address);
+    else
+        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(address) << "-" << fetched.Outcome.Message;
+    return fetched;
+}
+
+}  // namespace vexa

@@ -1,0 +1,176 @@
+#include "LoopbackServer.h"
+#include "VEXA.Runtime.Http.Fetcher.h"
+#include "Waiting.h"
+
+#include <QDateTime>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <thread>
+
+namespace vexa {
+namespace {
+
+using tests::Fault;
+using tests::Response;
+using namespace std::chrono_literals;
+
+constexpr qint64 kLargest = 10'000'000;
+
+/// Several servers, each of which counts as one host.
+class HttpFetching : public testing::Test {
+protected:
+    static constexpr int kServers = 5, kPaths = 10;
+
+    HttpFetching() { Limits.SilentAfter = 1h; }
+    void SetUp() override {
+        for (auto& server : Servers)
+            for (int path = 0; path < kPaths; ++path)
+                server.Serve(QString("/%1").arg(path), Response::Of("document").With(Fault::Wait));
+    }
+    void Start() {
+        Fetcher.emplace([] {}, Limits);
+    }
+    /// All paths of a server, one server after the other.
+    QStringList Addresses(int servers = kServers) {
+        QStringList addresses;
+        for (int server = 0; server < servers; ++server)
+            for (int path = 0; path < kPaths; ++path)
+                addresses += Servers[static_cast<std::size_t>(server)].Url(QString("/%1").arg(path));
+        return addresses;
+    }
+    void Want(const QStringList& addresses, bool isSecondTry = false) {
+        Fetcher->Want(addresses, [&](const QString&) {
+            HttpFetch fetch;
+            fetch.MaxBytes = kLargest;
+            fetch.IsSecondTry = isSecondTry;
+            return fetch;
+        });
+    }
+    int Requests(int server) { return static_cast<int>(Servers[static_cast<std::size_t>(server)].Requests().size()); }
+    int AllRequests() {
+        int count = 0;
+        for (int server = 0; server < kServers; ++server) count += Requests(server);
+        return count;
+    }
+    /// Once no more requests come.
+    int SettledRequests() {
+        int before = -1;
+        while (before != AllRequests()) {
+            before = AllRequests();
+            std::this_thread::sleep_for(150ms);
+        }
+        return before;
+    }
+    HttpErrorInfo Take(const QString& address) { return Fetcher->Take(address, {}).Outcome; }
+
+    std::array<tests::LoopbackServer, kServers> Servers;
+    HttpFetcherLimits Limits;
+    std::optional<HttpFetcher> Fetcher;
+};
+
+TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsTaken) {
+    Start();
+    Want(Addresses());
+    EXPECT_EQ(SettledRequests(), 12);
+    for (int server = 0; server < 4; ++server) EXPECT_EQ(Requests(server), 3) << server;
+    EXPECT_EQ(Requests(4), 0);
+    Servers[0].Release("/1");
+    EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
+    EXPECT_EQ(SettledRequests(), 13);
+    EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
+    // What is not wanted any more makes room, too.
+    Want({Servers[4].Url("/7")});
+    EXPECT_EQ(SettledRequests(), 14);
+    EXPECT_EQ(Servers[4].Count("/7"), 1);
+}
+
+TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThem) {
+    Limits.SilentAfter = 50ms;
+    Limits.AtOnce = 1;
+    Limits.Silent = 4;
+    Limits.GivesWayAfter = 300ms;
+    for (int path = 0; path < kPaths; ++path) Servers[4].Serve(QString("/%1").arg(path), Response::Of("document"));
+    Start();
+    const QStringList addresses = Addresses();
+    Want(addresses);
+    EXPECT_EQ(SettledRequests(), 4) << "as many as may be silent, and nobody has answered to compare them with";
+    EXPECT_GE(Fetcher->SilenceOf(addresses[0]), 100ms);
+    EXPECT_GE(Fetcher->SilenceOf(addresses[5]), 100ms) << "waits for a server that is silent";
+    EXPECT_EQ(Fetcher->SilenceOf(addresses.last()), 0ms) << "not asked yet";
+    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "one that is awaited is asked all the same";
+    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); })) << "it has given way";
+    const HttpErrorInfo outcome = Take(addresses[0]);
+    EXPECT_EQ(outcome.Message, "the server did not answer in time");
+    EXPECT_TRUE(outcome.MayPass);
+    // Its server's other addresses fail with it, until it is asked once more.
+    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
+    const int asked = Requests(0);
+    Want({addresses[9]});
+    EXPECT_TRUE(Take(addresses[9]).MayPass);
+    EXPECT_EQ(Requests(0), asked);
+    Servers[0].Serve("/9", Response::Of("document"));
+    Want({addresses[9]}, true);
+    EXPECT_TRUE(Take(addresses[9]).Succeeded());
+}
+
+TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
+    constexpr int kSize = 1'000'000;
+    Limits.HeldBytes = 5 * kSize / 2;
+    for (auto& server : Servers)
+        for (int path = 0; path < kPaths; ++path)
+            server.Serve(QString("/%1").arg(path), Response::Of(QByteArray(kSize, 'x')));
+    Start();
+    const QStringList addresses = Addresses();
+    Want(addresses);
+    const auto ready = [&] {
+        return std::count_if(addresses.begin(), addresses.end(), [&](auto& one) { return Fetcher->IsReady(one); });
+    };
+    EXPECT_LE(SettledRequests(), 12);
+    EXPECT_LE(ready(), 3);
+    EXPECT_GE(ready(), 1);
+    // From the end, against the order in which they were begun.
+    for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {
+        const HttpFetched fetched = Fetcher->Take(*address, {});
+        ASSERT_TRUE(fetched.Outcome.Succeeded()) << fetched.Outcome.Message.toStdString();
+        ASSERT_EQ(fetched.Document.Body.size(), kSize);
+        EXPECT_LE(ready(), 3);
+    }
+}
+
+TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
+    Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
+    for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
+    Limits.ToHost = 1;
+    Start();
+    const QStringList addresses = Addresses(2);
+    Want(addresses);
+    EXPECT_EQ(Take(addresses[0]).Message, "the server answered 429 Too Many Requests; it asks to wait 7200 seconds");
+    const QString until = QDateTime::currentDateTime().addSecs(7200).toString("yyyy-MM-dd HH:");
+    for (int path = 1; path < kPaths; ++path) {
+        const HttpErrorInfo outcome = Take(addresses[path]);
+        EXPECT_TRUE(outcome.Message.startsWith("it was not asked for, since its server wants to be left alone until "));
+        EXPECT_TRUE(outcome.Message.contains(until)) << outcome.Message.toStdString();
+        EXPECT_FALSE(outcome.MayPass) << "not worth a second try in the same run";
+    }
+    EXPECT_EQ(Requests(0), 1);
+    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";
+}
+
+TEST_F(HttpFetching, EndsAtOnceWithAllTransfersOnTheirWay) {
+    Start();
+    const QStringList addresses = Addresses();
+    Want(addresses);
+    EXPECT_EQ(SettledRequests(), 12);
+    bool isAsked = false;
+    const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
+    EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
+    Fetcher.reset();
+    EXPECT_EQ(SettledRequests(), 12);
+}
+
+}  // namespace
+}  // namespace vexa
