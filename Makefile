@@ -9,7 +9,7 @@ DESTDIR ?=
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop format clean
+.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop arrows format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -24,6 +24,7 @@ help:
 	@echo "make install           installs to PREFIX (/usr/local), below DESTDIR if set; make uninstall takes it away"
 	@echo "make deb               a Debian package, in build"
 	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
+	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
 
 setup:
 	@./tools/setup packages.txt
@@ -92,6 +93,9 @@ deb: build
 check-desktop:
 	@./tools/setup desktop/packages.txt
 	@./desktop/check
+
+arrows: setup
+	@./tools/arrows
 
 format:
 	@find sdk runtime core host_api plugin cli host tests bench -name '*.h' -o -name '*.cpp' | xargs clang-format -i

@@ -1,5 +1,6 @@
 #include "TableModel.h"
 
+#include "DraggedFiles.h"
 #include "RowDelegate.h"
 #include "RowTexts.h"
 #include "WindowIcons.h"

@@ -1,6 +1,6 @@
 #include "PlaylistModel.h"
 
-#include "TableModel.h"
+#include "DraggedFiles.h"
 
 #include <QMimeData>
 

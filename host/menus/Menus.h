@@ -7,7 +7,7 @@
 //     host.Menus().Trigger(*item);                       // chosen in a menu that shows
 //     host.Menus().RunShortcut(QKeySequence(…));         // chosen without one
 //
-// windows/MenuBuilder.h makes menus of the toolkit's from it.
+// windows/base/MenuBuilder.h makes menus of the toolkit's from it.
 
 #include "Core.h"
 #include "Language.h"

@@ -1,6 +1,6 @@
 #pragma once
-// Service: the options dialog's pages, and the way from them to the dialog, which windows/OptionsDialog.h makes. Main
-// thread.
+// Service: the options dialog's pages, and the way from them to the dialog, which windows/options/OptionsDialog.h
+// makes. Main thread.
 
 #include "Extensions.h"
 #include "VEXA.Runtime.Classes.h"

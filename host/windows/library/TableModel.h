@@ -117,7 +117,4 @@ private:
     bool FIsToReload = false;
 };
 
-/// The type of what is dragged from the table: files, one a line.
-inline constexpr char kFilesMimeType[] = "application/x-vexa-files";
-
 }  // namespace vexa::host
