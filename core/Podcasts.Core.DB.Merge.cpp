@@ -195,10 +195,11 @@ void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed) {
         const Matches matches = MatchEpisodesByURI(feed, stored);
         KeepOlderNames(feed.ID, matches, stored);
         WriteEpisodes(matches, stored);
+        ForgetDocument(feed.ID);
     });
 }
 
-TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL) {
+TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL, const TPodcastDocumentNote& note) {
     const QString oldURL = feed.Fields[pffURLFeed];
     TPodcastMergeResult result;
     FoundFiles found;
@@ -242,6 +243,7 @@ TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL
             for (const auto& episode : feed.Episodes()) episode->FeedID = id;
             KeepOlderNames(id, matches, stored);
             WriteEpisodes(matches, stored);
+            NoteDocument(feed, isMoving ? TPodcastDocumentNote() : note);
         });
         if (isGone) return {};
     }

@@ -127,6 +127,7 @@ void TPodcastsDB::Remove(int id) {
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedLogos WHERE ID = ").Integer(id));
+        ForgetDocument(id);
     });
 }
 

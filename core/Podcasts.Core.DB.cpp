@@ -24,6 +24,12 @@ constexpr SqlColumn kNameColumns[] = {
     {"ID", Key}, {"Name", Integer}, {"Episode", Integer}, {"FeedID", Integer}, {"GUIDCheck", Integer},
 };
 
+constexpr SqlColumn kDocumentColumns[] = {
+    {"FeedID", Integer}, {"URLFeed", Text},         {"Address", Text},    {"Charset", Text},
+    {"ETag", Text},      {"LastModified", Text},    {"Digest", Text},     {"WantedAddress", Text},
+    {"Rules", Integer},  {"EpisodeCount", Integer}, {"LastRow", Integer},
+};
+
 // What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
 // may change with a library's version, and plain sqlite3 could not write to the table any more.
 constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
@@ -43,13 +49,14 @@ struct Table {
     std::span<const SqlColumn> Columns;
     std::string_view Constraint = {};
 };
-constexpr std::array<Table, 4> kTables = {{
+constexpr std::array<Table, 5> kTables = {{
     {"PodcastFeeds", kFeedTable},
     // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
     // otherwise stop the upgrade for ever.
     {"PodcastEpisodes", kEpisodeTable, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"},
     {"PodcastFeedLogos", kLogoColumns},
     {"PodcastEpisodeNames", kNameColumns},
+    {"PodcastFeedDocuments", kDocumentColumns, "UNIQUE (FeedID) ON CONFLICT REPLACE"},
 }};
 
 constexpr const Table& kEpisodes = kTables[1];

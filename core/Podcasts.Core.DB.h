@@ -8,6 +8,7 @@
 // Episodes are named by keys. A key that names no row any more, since the episode's address or GUID changed, still
 // names the row of that episode (see docs/database.md, "Older names").
 
+#include "Podcasts.Core.DocumentNotes.h"
 #include "Podcasts.Core.Identity.h"
 #include "VEXA.Runtime.SQLite.h"
 
@@ -16,7 +17,9 @@
 #include <QStringList>
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -78,8 +81,14 @@ public:
     /// Stores what a refresh brought of a feed that is still stored. An episode that is stored already, by whatever
     /// address, GUID, title and date it is known (see MatchEpisodes), keeps its row, its mark and its file; in `feed`,
     /// too. All in one transaction, but for the look at the files of rows that become one.
-    /// `newURL`: the feed's address from then on, unless another feed has that; empty when it stays.
-    TPodcastMergeResult Merge(TPodcastFeed& feed, const QString& newURL = {});
+    /// `newURL`: the feed's address from then on, unless another feed has that; empty when it stays. `note`: of the
+    /// document that `feed` was made of; a feed that moves gets none, since it is another document's from then on.
+    TPodcastMergeResult Merge(TPodcastFeed& feed, const QString& newURL = {}, const TPodcastDocumentNote& note = {});
+    /// What was noted of the document from which the feed's rows were last merged; nothing when they may have been
+    /// written by anything else since, or the feed has another address.
+    std::optional<TPodcastDocumentNote> GetDocumentNote(const QString& feedURL);
+    /// Writes other validators into the notes of feeds, where these are of the same document still.
+    void UpdateValidators(const std::map<QString, TPodcastDocumentNote>& notes);
     TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
     void Remove(int id);
     void Remove(const QString& urlFeed);
@@ -156,6 +165,9 @@ private:
     /// Makes an episodes' table of the first layout, where the identifier was called ID, one of today's.
     void UpgradeFirstLayout();
     void StoreFeedRow(TPodcastFeed& feed);
+    /// What a merge notes at its end, in its transaction; and whatever else writes rows takes away.
+    void NoteDocument(const TPodcastFeed& feed, const TPodcastDocumentNote& note);
+    void ForgetDocument(int feedID);
     /// Makes the stored rows what the records of the matches say, whose FeedID is set. Call it in a transaction: a
     /// savepoint of its own would copy every page that it changes.
     void WriteEpisodes(const std::vector<TPodcastEpisodeMatch>& matches, const TPodcastStoredEpisodes& stored);

@@ -20,9 +20,11 @@ constexpr auto kPoll = std::chrono::milliseconds(20);  // for what is queued or 
 
 }  // namespace
 
-TPodcastFetchRun::TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, vexa::CancelCheck isCancelled)
+TPodcastFetchRun::TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, NoteReader notes,
+                                   vexa::CancelCheck isCancelled)
     : FQueue(queue),
       FLocator(std::move(locator)),
+      FNotes(std::move(notes)),
       FIsCancelled(std::move(isCancelled)),
       FFetcher([this] {
           const std::lock_guard lock(FMutex);
@@ -132,6 +134,11 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
         vexa::HttpFetch fetch = FeedDocumentFetch();
         fetch.IsSecondTry = secondTries.contains(location);
         if (fetch.IsSecondTry) fetch.Longest = kSecondTries;
+        FKnown.remove(location);
+        if (const auto known = FNotes ? FNotes(location) : std::nullopt) {
+            FKnown.insert(location, *known);
+            fetch.Conditions = ConditionsOf(*known);
+        }
         return fetch;
     });
     FChanged.notify_all();  // the reader looks for another document to read
@@ -161,6 +168,7 @@ TPodcastFeedDocument TPodcastFetchRun::TakeDocument() {
         }
     }
     if (read.Location.isEmpty()) read = ReadNow(FLocation, FFetcher.Take(FLocation, FIsCancelled));
+    if (read.IsToBeLoadedWhole) return LoadFeedDocument(FLocation, FIsCancelled);
     if (read.Error) {
         FFailure = read.Error;
         std::rethrow_exception(std::exchange(read.Error, nullptr));
@@ -172,11 +180,18 @@ void TPodcastFetchRun::TryAgain() {
     FSecondTries.push_back({FItem, FLocation, std::exchange(FFailure, nullptr)});
 }
 
-TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::HttpFetched fetched) const {
+TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::HttpFetched fetched) {
+    std::optional<TPodcastDocumentNote> known;
+    {
+        const std::lock_guard lock(FMutex);
+        if (FKnown.contains(location)) known = FKnown.take(location);
+    }
     Read read{location, {}, {}};
     try {
         fetched.Outcome.RaiseIfFailed();
-        read.Document = ReadFeedDocument(location, std::move(fetched.Document));
+        auto document = ReadFeedDocument(location, std::move(fetched.Document), known);
+        read.IsToBeLoadedWhole = !document;
+        if (document) read.Document = std::move(*document);
     } catch (...) {
         read.Error = std::current_exception();
     }

@@ -10,6 +10,7 @@
 #include "Podcasts.Core.Fetching.h"
 #include "VEXA.Runtime.Http.Fetcher.h"
 
+#include <QHash>
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -42,7 +43,11 @@ public:
     /// Where an item's document is.
     using Locator = std::function<QString(const QString& item)>;
 
-    TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, vexa::CancelCheck isCancelled);
+    /// What is known of the document at a location. Called on the run's own thread.
+    using NoteReader = std::function<std::optional<TPodcastDocumentNote>(const QString& location)>;
+
+    /// Without `notes` nothing is known, and every document comes whole.
+    TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, NoteReader notes, vexa::CancelCheck isCancelled);
     /// Ends all transfers.
     ~TPodcastFetchRun();
     TPodcastFetchRun(const TPodcastFetchRun&) = delete;
@@ -55,7 +60,8 @@ public:
     /// Waits until it is clear which item is the next, and takes it out of the queue. Nothing when the queue is empty
     /// and there is nothing left to try again, or when the run is cancelled.
     std::optional<Turn> Next();
-    /// The document of the item that Next gave; waits for it where it has not arrived. Throws as LoadFeedDocument does.
+    /// The document of the item that Next gave, or the word that it has not changed; waits for it where it has not
+    /// arrived. Throws as LoadFeedDocument does.
     TPodcastFeedDocument TakeDocument();
     /// Puts the item that Next gave aside for a second try, which is the last one.
     void TryAgain();
@@ -66,6 +72,7 @@ private:
         QString Location;
         TPodcastFeedDocument Document;
         std::exception_ptr Error;
+        bool IsToBeLoadedWhole = false;  // a server's word is not believed
     };
     struct SecondTry {
         QString Item, Location;
@@ -81,17 +88,18 @@ private:
     bool IsAnyReady(const QStringList& items);
     /// The second try that can be taken now.
     std::optional<Turn> NextSecondTry();
-    Read ReadNow(const QString& location, vexa::HttpFetched fetched) const;
+    Read ReadNow(const QString& location, vexa::HttpFetched fetched);
     void ReadAhead();
 
     IPodcastFetchQueue& FQueue;
     const Locator FLocator;
+    const NoteReader FNotes;
     const vexa::CancelCheck FIsCancelled;
 
     // The run's own thread.
     QStringList FUpcoming;  // when the window was set
     qsizetype FTakenOfWindow = 0;
-    QStringList FDeferred;  // beyond the window
+    QStringList FDeferred;     // beyond the window
     QString FItem, FLocation;  // of the turn
     std::exception_ptr FFailure;
     std::deque<SecondTry> FSecondTries;
@@ -100,11 +108,12 @@ private:
     std::mutex FMutex;
     std::condition_variable FChanged;
     // Guarded by FMutex.
-    QStringList FWindow;        // locations
-    QString FTaken;             // the location of the turn's document, which is not to be read ahead
-    QString FReading;           // the location of the document that is being read ahead; empty: none
-    std::optional<Read> FRead;  // ahead
-    quint64 FChanges = 0;       // counts what may decide which item is next
+    QStringList FWindow;                          // locations
+    QString FTaken;                               // the location of the turn's document, which is not to be read ahead
+    QString FReading;                             // the location of the document that is being read ahead; empty: none
+    std::optional<Read> FRead;                    // ahead
+    QHash<QString, TPodcastDocumentNote> FKnown;  // by location, as it was when its transfer was asked for
+    quint64 FChanges = 0;                         // counts what may decide which item is next
     bool FIsStopping = false;
 
     vexa::HttpFetcher FFetcher;

@@ -5,6 +5,7 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 
 #include <stdexcept>
@@ -14,6 +15,7 @@ namespace podcasts {
 
 namespace {
 
+constexpr int kNotModified = 304;
 constexpr qint64 kLargestFeed = 64 * 1024 * 1024;  // bytes, after decompression
 
 QByteArray ReadFeedFile(const QString& fileName) {
@@ -48,8 +50,8 @@ TPodcastPageError::TPodcastPageError(std::vector<TPodcastFeedLink> feeds)
 
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
     if (vexa::IsUrl(location))
-        return ReadFeedDocument(location, vexa::HttpGetDocument(location, kLargestFeed, isCancelled));
-    if (IsLocalFeedFile(location)) return ReadFeedDocument(location, {ReadFeedFile(location), {}});
+        return *ReadFeedDocument(location, vexa::HttpGetDocument(location, kLargestFeed, isCancelled), {});
+    if (IsLocalFeedFile(location)) return *ReadFeedDocument(location, {ReadFeedFile(location), {}}, {});
     return {nullptr, location, {}};
 }
 
@@ -59,10 +61,38 @@ vexa::HttpFetch FeedDocumentFetch() {
     return fetch;
 }
 
-TPodcastFeedDocument ReadFeedDocument(const QString& location, vexa::HttpDocument loaded) {
+QList<QByteArray> ConditionsOf(const TPodcastDocumentNote& known) {
+    QList<QByteArray> conditions;
+    if (!known.ETag.isEmpty()) conditions += "If-None-Match: " + known.ETag;
+    if (!known.LastModified.isEmpty()) conditions += "If-Modified-Since: " + known.LastModified;
+    return conditions;
+}
+
+std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
+                                                     const std::optional<TPodcastDocumentNote>& known) {
+    const vexa::HttpResponseInfo& info = loaded.Info;
     TPodcastFeedDocument document;
-    document.Address = loaded.Info.Address.isEmpty() ? location : loaded.Info.Address;
-    document.MovedTo = loaded.Info.MovedTo;
+    document.Address = info.Address.isEmpty() ? location : info.Address;
+    document.MovedTo = info.MovedTo;
+    if (info.Status == kNotModified) {
+        // Said by another address, it would be said of another document.
+        if (!known || known->Address != document.Address) return std::nullopt;
+        document.Note = *known;
+        if (!info.ETag.isEmpty()) document.Note.ETag = info.ETag;
+        if (!info.LastModified.isEmpty()) document.Note.LastModified = info.LastModified;
+        document.IsUnchanged = true;
+        return document;
+    }
+    if (info.Status != 0) {
+        const QByteArray digest = QCryptographicHash::hash(loaded.Body, QCryptographicHash::Sha1).toHex();
+        document.Note = {document.Address, info.Charset, info.ETag, info.LastModified, digest, {}};
+        document.IsUnchanged =
+            known && known->Digest == digest && known->Charset == info.Charset && known->Address == document.Address;
+        if (document.IsUnchanged) {
+            document.Note.WantedAddress = known->WantedAddress;
+            return document;
+        }
+    }
     const auto throwPage = [&] {
         throw TPodcastPageError(vexa::FindHtmlLinks(loaded.Body, loaded.Info.Charset, document.Address,
                                                     QStringLiteral("alternate"),

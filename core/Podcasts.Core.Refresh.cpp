@@ -13,7 +13,9 @@ namespace podcasts {
 
 void TPodcastClientTaskRefreshFeeds::Execute() {
     TPodcastFetchRun run(
-        FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; }, [this] { return IsCancelled(); });
+        FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; },
+        [this](const QString& feedURL) { return FClient.DB().GetDocumentNote(feedURL); },
+        [this] { return IsCancelled(); });
     std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed, for a second try
     const auto addThoseWithoutAnother = qScopeGuard([&] {
         for (auto& [feedURL, outcome] : putAside) AddOutcome(std::move(outcome));
@@ -39,6 +41,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         }
         AddOutcome(std::move(outcome));
     }
+    FClient.DB().UpdateValidators(FNewValidators);
 }
 
 void TPodcastClientTaskRefreshFeeds::AddOutcome(TPodcastRefreshOutcome outcome) {
@@ -50,13 +53,21 @@ void TPodcastClientTaskRefreshFeeds::AddOutcome(TPodcastRefreshOutcome outcome) 
 
 bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome) {
     const QString& feedURL = outcome.FeedURL;
+    const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
+    const TPodcastDocumentLoader load = [&](const QString& address) { return LoadFeedDocument(address, isCancelled); };
     std::unique_ptr<TPodcastFeed> feed;
     TPodcastFeedDocument place;  // of the document, without it
     try {
-        const TPodcastFeedDocument document = run.TakeDocument();
-        place = {nullptr, document.Address, document.MovedTo};
+        TPodcastFeedDocument document = run.TakeDocument();
+        if (document.IsUnchanged) {
+            if (IsKept(document, outcome)) return false;
+            document = load(feedURL);
+        }
+        place = {nullptr, document.Address, document.MovedTo, document.Note};
         feed = ParseFeedDocument(document, feedURL);
         if (!feed) outcome.Error = DescribeMissingFeed(document);
+    } catch (const vexa::SqliteError&) {
+        throw;
     } catch (const vexa::HttpError& error) {
         outcome.Error = QString::fromUtf8(error.what());
         return error.MayPass();
@@ -64,23 +75,39 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         outcome.Error = QString::fromUtf8(error.what());
     }
     if (!feed) return false;
+    const QString named = vexa::WithCredentialsOf(feedURL, feed->NewFeedURL);
     QString newURL;
-    if (!IsCancelled()) {
-        const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
-        newURL = FollowMoves(
-            feed, place, [&](const QString& address) { return LoadFeedDocument(address, isCancelled); },
-            [this](const QString& address) { return FClient.IsSubscribed(address); });
-    }
-    if (IsCancelled())
+    if (!IsCancelled())
+        newURL =
+            FollowMoves(feed, place, load, [this](const QString& address) { return FClient.IsSubscribed(address); });
+    if (IsCancelled()) {
         outcome.Error = QStringLiteral("cancelled");
-    else
-        MergeFeed(*feed, newURL, outcome);
+        return false;
+    }
+    // Should the feed stay, it is wanted elsewhere all the same, and the next refresh tries again.
+    place.Note.WantedAddress = newURL.isEmpty() && !vexa::IsSameUrl(named, feedURL) ? named : newURL;
+    MergeFeed(*feed, newURL, place.Note, outcome);
     return false;
 }
 
+/// Whether the feed stays as it is stored, since its document has not changed. Not when its rows were written by
+/// anything else than that document's merge meanwhile, nor when it is time to follow the feed's move once more.
+bool TPodcastClientTaskRefreshFeeds::IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome) {
+    const auto present = FClient.DB().GetDocumentNote(outcome.FeedURL);
+    if (!present || present->Digest != document.Note.Digest || present->Address != document.Note.Address) return false;
+    const QString& wanted = document.MovedTo.isEmpty() ? present->WantedAddress : document.MovedTo;
+    if (!wanted.isEmpty()) {
+        if (!FClient.IsSubscribed(wanted)) return false;
+        outcome.MovedTo = wanted;
+        outcome.IsMoveRefused = true;
+    }
+    if (*present != document.Note) FNewValidators.insert_or_assign(outcome.FeedURL, document.Note);
+    return true;
+}
+
 void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, const QString& newURL,
-                                               TPodcastRefreshOutcome& outcome) {
-    const TPodcastMergeResult merged = FClient.DB().Merge(feed, newURL);
+                                               const TPodcastDocumentNote& note, TPodcastRefreshOutcome& outcome) {
+    const TPodcastMergeResult merged = FClient.DB().Merge(feed, newURL, note);
     outcome.IsUnsubscribed = !merged.IsSubscribed;
     outcome.NewEpisodes = merged.NewEpisodes;
     if (merged.IsSubscribed) outcome.MovedTo = newURL;

@@ -101,7 +101,7 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     TextQueue queue(texts);
     Locations locations(client);
     TPodcastFetchRun run(
-        queue, [&](const QString& text) { return locations.Of(text); }, isCancelled);
+        queue, [&](const QString& text) { return locations.Of(text); }, {}, isCancelled);
     std::map<QString, TPodcastSubscription> putAside;  // by text, for a second try
     while (const auto turn = run.Next()) {
         putAside.erase(turn->Item);

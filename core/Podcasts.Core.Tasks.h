@@ -29,11 +29,14 @@ public:
 private:
     /// The turn that the run has given. True when it failed in a way that may pass, see HttpErrorInfo.
     bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
+    bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
     void AddOutcome(TPodcastRefreshOutcome outcome);
     /// `newURL`: where the feed is from now on, unless another one is there; empty when it stays.
-    void MergeFeed(TPodcastFeed& feed, const QString& newURL, TPodcastRefreshOutcome& outcome);
+    void MergeFeed(TPodcastFeed& feed, const QString& newURL, const TPodcastDocumentNote& note,
+                   TPodcastRefreshOutcome& outcome);
 
     bool FHasNewEpisodes = false;
+    std::map<QString, TPodcastDocumentNote> FNewValidators;  // by feed, of documents that have not changed
 };
 
 /// Takes episode keys from the download queue until it is empty: each audio file goes straight to disk.

@@ -22,6 +22,8 @@ namespace {
 constexpr int kMaxRedirects = 10;
 constexpr auto kProgressInterval = std::chrono::milliseconds(50);
 constexpr long kReceiveBuffer = 256 * 1024;
+// What the library unpacks at once, and keeps where a transfer is held back, is several times this.
+constexpr long kPackedReceiveBuffer = 64 * 1024;
 // Bytes a second; what is slower stands still. A server that sends a byte now and then would hold up all that is
 // queued.
 constexpr long kLeastSpeed = 100;
@@ -199,7 +201,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
     Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
     Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
-    Set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
+    Set(CURLOPT_BUFFERSIZE, FRequest.Compressed ? kPackedReceiveBuffer : kReceiveBuffer);
     Set(CURLOPT_ERRORBUFFER, FErrorText);
     if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
     if (FRequest.FirstByte > 0)

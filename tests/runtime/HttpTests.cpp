@@ -200,6 +200,42 @@ TEST_F(Http, TellsWhereRedirectsLedAndWhichOfThemAreForGood) {
     EXPECT_EQ(HttpGetDocument(Server.Url("/0"), 0, {}).Info.MovedTo.toLower(), Server.Url("/%c3%bc%20my"));
 }
 
+TEST_F(Http, SendsConditionsToTheirOwnHostAloneAndTakesNotModifiedOnlyWhereItSentSome) {
+    tests::LoopbackServer other;
+    const Response document = Response::Of("document").WithETag("\"1\"");
+    Server.Serve("/own", document);
+    other.Serve("/other", document);
+    const std::string own = "/own, conditions, 304", stranger = "/other, 200";
+    const auto fetch = [&](const QString& path) {
+        HttpGet request;
+        request.Url = Server.Url(path);
+        request.Conditions = {"If-None-Match: \"1\""};
+        std::string said;
+        request.OnAccepted = [&](const HttpResponseInfo& info) {
+            const auto requests = info.Address.startsWith(Server.Url("")) ? Server.Requests() : other.Requests();
+            said = info.Address.section('/', 3).prepend('/').toStdString() +
+                   (requests.back().Head.contains("If-None-Match") ? ", conditions" : "") + ", " +
+                   std::to_string(info.Status);
+            EXPECT_EQ(info.ETag, "\"1\"");
+            return true;
+        };
+        EXPECT_TRUE(request.Run({}).Succeeded());
+        return said;
+    };
+    EXPECT_EQ(fetch("/own"), own);
+    Server.Serve("/redirect", Response::Redirect("/own"));
+    EXPECT_EQ(fetch("/redirect"), own);
+    Server.Serve("/redirect", Response::Redirect(other.Url("/other").toUtf8()));
+    EXPECT_EQ(fetch("/redirect"), stranger);
+    other.Serve("/back", Response::Redirect(Server.Url("/own").toUtf8()));
+    Server.Serve("/redirect", Response::Redirect(other.Url("/back").toUtf8()));
+    EXPECT_EQ(fetch("/redirect"), "/own, 200") << "and not once more when it comes back from there";
+    Server.Serve("/never", Response::Failure("304 Not Modified"));
+    HttpGet request;
+    request.Url = Server.Url("/never");
+    EXPECT_EQ(request.Run({}).What, HttpErrorInfo::Kind::Status);
+}
+
 TEST_F(Http, SendsAUserNameAndAPasswordToTheirOwnHostAlone) {
     tests::LoopbackServer other;
     const QByteArray header = "\r\nAuthorization: Basic " + QByteArray("us er:p@ss").toBase64() + "\r\n";

@@ -46,7 +46,17 @@ Response Response::WithRanges() const {
     return response;
 }
 
+Response Response::WithETag(const QByteArray& etag) const {
+    Response response = *this;
+    response.ETag = etag;
+    response.Head.chop(2);
+    response.Head += "ETag: " + etag + "\r\n\r\n";
+    return response;
+}
+
 Response Response::To(const QByteArray& requestHead) const {
+    if (!ETag.isEmpty() && requestHead.contains(QByteArray("\r\nIf-None-Match: " + ETag + "\r\n")))
+        return Of({}, {}, "304 Not Modified", "ETag: " + ETag + "\r\n");
     static const QByteArray kRange = "\r\nrange: bytes=";
     const qsizetype at = HasRanges ? requestHead.toLower().indexOf(kRange) : -1;
     if (at < 0) return *this;

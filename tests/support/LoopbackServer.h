@@ -29,6 +29,7 @@ struct Response {
     Fault What = Fault::None;
     int FaultAfter = -1;     // how much of the body goes out before the fault; not even the head when negative
     bool HasRanges = false;  // a request for the rest from a byte on gets that
+    QByteArray ETag{};       // a request that names it gets 304
 
     static Response Of(const QByteArray& body, const QByteArray& type = "application/rss+xml",
                        const QByteArray& status = "200 OK", const QByteArray& moreHeaders = {});
@@ -38,7 +39,8 @@ struct Response {
     static Response Redirect(const QByteArray& to, const QByteArray& status = "302 Found") {
         return Failure(status, "Location: " + to + "\r\n");
     }
-    Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges}; }
+    Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges, ETag}; }
+    Response WithETag(const QByteArray& etag) const;
     Response WithRanges() const;
     /// The answer to a request with this head.
     Response To(const QByteArray& requestHead) const;

@@ -1,0 +1,121 @@
+#include "ClientTests.h"
+#include "PlainSqlite.h"
+
+namespace podcasts {
+namespace {
+
+/// Feeds whose documents do not change. Titles are changed behind the engine's back, so that a merge shows.
+class ClientUnchanged : public ClientTest {
+protected:
+    void SetUp() override {
+        Subscribe("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}});
+        Whole = Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}});
+        Server.Serve("/a", Whole.WithETag("\"1\""));
+    }
+    void Write(const QString& sql) { PlainSqlite(Folder.File("Podcasts.db")).Run(sql.toUtf8()); }
+    /// Refreshes, and says what was sent and what came of it.
+    std::string RefreshAnd(const QString& path = "/a") {
+        Write("UPDATE PodcastEpisodes SET Title = 'changed' WHERE GUID = '1'");
+        Server.Forget();
+        Refresh(path);
+        std::string said;
+        for (const auto& request : Server.Requests()) {
+            const qsizetype at = request.Head.indexOf("If-None-Match: ");
+            said +=
+                at < 0 ? "whole, " : "if not " + request.Head.sliced(at + 15).split('\r').first().toStdString() + ", ";
+        }
+        const auto outcome = Client->RefreshOutcomes().From().at(0);
+        if (!outcome.Error.isEmpty()) return said + outcome.Error.toStdString();
+        return said + (Episode("/1.mp3").Fields[pefTitle] == "changed" ? "kept" : "merged");
+    }
+
+    Response Whole;
+};
+
+TEST_F(ClientUnchanged, IsAskedForWithItsValidatorsAndNeitherReadNorMerged) {
+    EXPECT_EQ(RefreshAnd(), "whole, merged") << "subscribing notes nothing";
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", kept");
+    Server.Serve("/a", Whole);
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "the same bytes, without validators";
+    EXPECT_EQ(RefreshAnd(), "whole, kept");
+    // Validators that are new at every answer.
+    for (const char* etag : {"\"2\"", "\"3\""}) {
+        Server.Serve("/a", Whole.WithETag(etag));
+        RefreshAnd();
+    }
+    EXPECT_EQ(RefreshAnd(), "if not \"3\", kept");
+    Server.Serve("/a", Document("a", {{"1", "/1.mp3", "Uno"}}).WithETag("\"4\""));
+    EXPECT_EQ(RefreshAnd(), "if not \"3\", merged");
+    EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
+}
+
+TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
+    const QString other =
+        "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, URLAudio, State) VALUES ('x', 1, 'x', "
+        "'x', 'x', 1)";
+    const struct {
+        const char* What;
+        std::function<void()> Change;
+        const char* Expected;
+    } cases[] = {
+        {"a mark", [&] { Client->UpdateState(Key("/2.mp3"), pesListened); }, "if not \"1\", kept"},
+        {"a subscription", [&] { Client->Subscribe(*TPodcastClient::FetchFeed(Server.Url("/a"), {}, true)); },
+         "whole, merged"},
+        {"another program's row", [&] { Write(other); }, "whole, merged"},
+        {"a row that another program deleted", [&] { Write("DELETE FROM PodcastEpisodes WHERE GUID = 'x'"); },
+         "whole, merged"},
+        {"a row that another program replaced",
+         [&] { Write("UPDATE PodcastEpisodes SET rowid = 77 WHERE GUID = '2'"); }, "whole, merged"},
+        {"older rules", [&] { Write("UPDATE PodcastFeedDocuments SET Rules = Rules - 1"); }, "whole, merged"},
+    };
+    RefreshAnd();
+    for (const auto& [what, change, expected] : cases) {
+        change();
+        EXPECT_EQ(RefreshAnd(), expected) << what;
+        EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "after " << what;
+    }
+    // An older program knows nothing of the table.
+    Write("UPDATE PodcastFeeds SET URLFeed = '" + Server.Url("/b") + "'");
+    Server.Serve("/b", Whole.WithETag("\"1\""));
+    EXPECT_EQ(RefreshAnd("/b"), "whole, merged") << "another address";
+    Client->Unsubscribe(Server.Url("/b"), false);
+    EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastFeedDocuments"), 0);
+}
+
+TEST_F(ClientUnchanged, IsNotBelievedOfAnotherDocument) {
+    Server.Serve("/elsewhere", Whole.WithETag("\"1\""));
+    Server.Serve("/a", Response::Redirect("/elsewhere"));
+    EXPECT_EQ(RefreshAnd(), "whole, whole, merged");
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", if not \"1\", kept");
+    // Now the redirecting address has a document of its own, with a validator of the same name.
+    Server.Serve("/a", Document("a", {{"1", "/1.mp3", "Uno"}}).WithETag("\"1\""));
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, merged");
+    EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
+    // One that says so without having been asked.
+    Write("DELETE FROM PodcastFeedDocuments");
+    Server.Serve("/a", Response::Failure("304 Not Modified"));
+    EXPECT_EQ(RefreshAnd(), "whole, the server answered 304 Not Modified");
+    EXPECT_EQ(EpisodeCount("/a"), 2);
+}
+
+TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatCanBeRead) {
+    const QByteArray named =
+        "<title>a</title><itunes:new-feed-url>" + Server.Url("/new").toUtf8() + "</itunes:new-feed-url>";
+    QByteArray body = Whole.Body;
+    body.replace("<title>a</title>", named);
+    body.replace("<rss ", "<rss xmlns:itunes='http://www.itunes.com/dtds/podcast-1.0.dtd' ");
+    Server.Serve("/a", Response::Of(body).WithETag("\"1\""));
+    EXPECT_EQ(RefreshAnd(), "whole, whole, merged") << "the new address gives 404";
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, whole, merged") << "and is tried again";
+    Subscribe("new", {});
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "another subscription has it";
+    EXPECT_TRUE(Client->RefreshOutcomes().From().at(0).IsMoveRefused);
+    Client->Unsubscribe(Server.Url("/new"), false);
+    Server.Serve("/new", Whole);
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, whole, merged");
+    EXPECT_EQ(Client->RefreshOutcomes().From().at(0).MovedTo, Server.Url("/new"));
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/new")));
+}
+
+}  // namespace
+}  // namespace podcasts
