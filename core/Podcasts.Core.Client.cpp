@@ -2,6 +2,8 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
 
+#include <QSet>
+
 namespace podcasts {
 
 namespace {
@@ -94,20 +96,37 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
         // Held while files are recycled, so that the download task cannot take one of these episodes meanwhile.
         const std::lock_guard lock(*FDownloadQueue);
+        QSet<QString> recycled;
+        const auto recycle = [&](const QString& fileName) {
+            // A file that an episode of another feed records as well stays for that one.
+            if (recycled.contains(fileName) || FDB->IsFileOfAnotherFeed(fileName, feed->ID)) return;
+            recycled.insert(fileName);
+            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+        };
         for (const auto& episode : feed->Episodes()) {
             FDownloadQueue->Remove(episode->Fields[pefURI]);
             FDownloadQueue->Remove(MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID]));
-            QString fileName;
-            if (!deleteCachedFiles || !GetLocalFileName(*episode, *feed, fileName)) continue;
-            // A file that an episode of another feed records as well stays for that one.
-            if (FDB->IsFileOfAnotherFeed(fileName, feed->ID)) continue;
-            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+            if (QString fileName; deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName)) recycle(fileName);
         }
-        // By the number: a refresh of another process may have given the feed another address meanwhile.
-        FDB->Remove(feed->ID);
+        if (!deleteCachedFiles) FFeedsWithKeptFiles.insert(feed->ID);
+        // A download, of this program or another one, may have recorded a file since the feed was read. What ends later
+        // finds no row, and takes its file away itself.
+        QStringList late;
+        FDB->RunInTransaction([&] {
+            if (deleteCachedFiles)
+                FDB->EnumCachedFilesOfFeed(feed->ID, [&](const QString& fileName) { late += fileName; });
+            // By the number: a refresh of another process may have given the feed another address meanwhile.
+            FDB->Remove(feed->ID);
+        });
+        for (const QString& fileName : late) recycle(fileName);
     }
     NotifyDataChanged();
     return kept;
+}
+
+bool TPodcastClient::AreFilesKept(int feedID) {
+    const std::lock_guard lock(*FDownloadQueue);
+    return FFeedsWithKeptFiles.contains(feedID);
 }
 
 void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL) {

@@ -16,6 +16,7 @@
 
 #include <list>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -33,11 +34,14 @@ protected:
     ~IPodcastClientChangeListener() = default;
 };
 
+inline const QString kWaitingForConnection = QStringLiteral("waiting for the connection: ");
+
 /// Hears of downloads.
 struct IPodcastClientDownloadsListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{33D44065-4BBD-45D6-A0FE-A9A1647D1487}");
     virtual void DownloadsFinished() = 0;
-    /// Bytes received and the expected total (0 when unknown). Called on the downloading thread.
+    /// Bytes received and the expected total (0 when unknown). While a broken transfer waits for its next attempt, the
+    /// caption begins with kWaitingForConnection. Called on the downloading thread.
     virtual void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) = 0;
     virtual void DownloadsStarted() = 0;
 
@@ -242,6 +246,8 @@ private:
 
     /// What follows when a new feed is stored.
     void FeedSubscribed();
+    /// Whether this client has unsubscribed from the feed and left its files where they are. Any thread.
+    bool AreFilesKept(int feedID);
 
     void StartRefreshTask();
     void StartDownloadTask();
@@ -268,6 +274,7 @@ private:
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;
     TPodcastOutcomes<TPodcastDownloadOutcome> FDownloadOutcomes;
+    std::set<int> FFeedsWithKeptFiles;  // see AreFilesKept; guarded by the download queue's lock
 
     // Main thread only.
     vexa::TaskHandle FRefreshTask = 0;

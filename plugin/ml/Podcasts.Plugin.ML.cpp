@@ -9,8 +9,7 @@
 #include "apiWrappersUI.h"
 
 #include <QFile>
-
-#include <algorithm>
+#include <QLocale>
 
 namespace podcasts {
 
@@ -198,8 +197,10 @@ void TVEXAPodcastsMLExtension::DownloadsStarted() {
 }
 
 void TVEXAPodcastsMLExtension::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
-    const double percent = static_cast<double>(position) * 100 / static_cast<double>(std::max<std::int64_t>(size, 1));
-    FTasks.UpdateTask(TaskKind::Downloads, QString::number(static_cast<qint64>(percent)) + u"% - " + caption);
+    // Of a file whose size is not known the percentage is not known either: what has arrived is shown in its place.
+    const QString share =
+        size > 0 ? QString::number(position * 100 / size) + u'%' : QLocale().formattedDataSize(position);
+    FTasks.UpdateTask(TaskKind::Downloads, share + u" - " + caption);
 }
 
 void TVEXAPodcastsMLExtension::DownloadsFinished() {

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <set>
@@ -27,8 +28,10 @@ enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 struct Response {
     QByteArray Head, Body;
     Fault What = Fault::None;
-    int FaultAfter = -1;     // how much of the body goes out before the fault; not even the head when negative
-    bool HasRanges = false;  // a request for the rest from a byte on gets that
+    int FaultAfter = -1;  // how much of the body goes out before the fault; not even the head when negative
+    /// A request for the rest from a byte on gets that, unless it is meant for another version: one with another ETag
+    /// or time of change. FaultAfter counts from the first byte that goes out.
+    bool HasRanges = false;
 
     static Response Of(const QByteArray& body, const QByteArray& type = "application/rss+xml",
                        const QByteArray& status = "200 OK", const QByteArray& moreHeaders = {});
@@ -51,7 +54,9 @@ public:
 
     QString Url(const QString& path) const { return FAddress + path; }
     /// From now on `path` is answered so. Other paths give 404.
-    void Serve(const QString& path, const Response& response);
+    void Serve(const QString& path, const Response& response) { ServeInTurn(path, {response}); }
+    /// Each request takes the next of the responses, and all later ones the last.
+    void ServeInTurn(const QString& path, const std::vector<Response>& responses);
     /// Lets the waiting responses of `path` go on, and all later ones until it is served anew.
     void Release(const QString& path);
 
@@ -80,7 +85,7 @@ private:
     std::condition_variable FChanged;
     // All guarded by FMutex.
     bool FIsStopping = false;
-    std::map<QString, Response> FResponses;
+    std::map<QString, std::deque<Response>> FResponses;  // to come
     std::set<QString> FReleased;
     std::vector<Request> FRequests;
     std::set<int> FSockets;
