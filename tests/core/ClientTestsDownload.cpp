@@ -151,6 +151,18 @@ TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst)
     EXPECT_EQ(ReadWhole(AudioFile("a/audio.mp3")), "/1/audio.mp3");
 }
 
+TEST_F(ClientDownload, ThatFailsPutsTheRecordBackUnlessItNamesTheFileThatWasBegun) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Close, 3));
+    for (const auto& [recorded, after] : {std::pair("unmounted.mp3", "unmounted.mp3"), {"1.mp3", ""}}) {
+        const auto name = [&](const QString& file) { return file.isEmpty() ? file : AudioFile("a/" + file); };
+        Client->DB().SetCachedFile(Key("/1.mp3"), name(recorded));
+        Download({Key("/1.mp3")});
+        EXPECT_EQ(CachedFile("/1.mp3"), name(after));
+        EXPECT_EQ(Files(), QStringList());
+    }
+}
+
 TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTakesNoMore) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of(QByteArray(6'000'000, 's'), "audio/mpeg"));
