@@ -10,13 +10,14 @@ namespace {
 constexpr auto kUpdateTimerInterval = std::chrono::milliseconds(600000);
 }
 
-TPodcastClient::TPodcastClient(const QString& dbFileName)
-    : FListeners(std::make_unique<TPodcastListenerList>()),
+TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
+    : FClocks(std::move(clocks)),
+      FListeners(std::make_unique<TPodcastListenerList>()),
       FDB(std::make_unique<TPodcastsDB>(dbFileName)),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
-      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { UpdateTimerHandler(); })) {
+      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { RefreshFeedsIfDue(); })) {
     OptionsChanged();
 }
 
@@ -35,7 +36,8 @@ TPodcastClient::~TPodcastClient() {
 }
 
 void TPodcastClient::RefreshFeeds() {
-    LastRefreshTime = vexa::TickCount();
+    LastRefreshTime = FClocks.TickCount();
+    LastRefreshDate = FClocks.Calendar();
     QStringList feedURLs;
     FDB->EnumFeeds([&](const QString& urlFeed, const QString&, int) { feedURLs += urlFeed; });
     FRefreshQueue->Add(feedURLs);
@@ -49,6 +51,14 @@ void TPodcastClient::RefreshFeeds(const QStringList& feedURLs) {
 
 void TPodcastClient::RefreshFeedsOnStartup() {
     if (FOptions->CheckUpdatesOnStartup()) RefreshFeeds();
+}
+
+void TPodcastClient::RefreshFeedsIfDue() {
+    // The tick count begins anew with the machine: alone it would never say so of one that is switched off every night.
+    const std::uint32_t interval = UpdateInterval(FOptions->CheckUpdates());
+    if (IsRefreshDue(FClocks.TickCount(), LastRefreshTime, interval) ||
+        IsRefreshDue(FClocks.Calendar(), LastRefreshDate, interval))
+        RefreshFeeds();
 }
 
 void TPodcastClient::CancelRefresh() {
@@ -276,10 +286,6 @@ void TPodcastClient::DownloadsComplete(TaskEnd end) {
 void TPodcastClient::OptionsChanged() {
     // The options raise no event while they are constructed, so the timer exists.
     FUpdateTimer->SetEnabled(FOptions->CheckUpdates() != 0);
-}
-
-void TPodcastClient::UpdateTimerHandler() {
-    if (IsRefreshDue(vexa::TickCount(), LastRefreshTime, UpdateInterval(FOptions->CheckUpdates()))) RefreshFeeds();
 }
 
 void TPodcastClient::NotifyDataChanged() {

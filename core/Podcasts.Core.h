@@ -11,9 +11,11 @@
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <list>
 #include <mutex>
 #include <set>
@@ -163,10 +165,16 @@ private:
     std::vector<Outcome> FItems;  // guarded by FMutex
 };
 
+/// Where the client reads the time. A test gives it clocks of its own.
+struct TPodcastClocks {
+    std::function<std::uint32_t()> TickCount = vexa::TickCount;
+    std::function<QDateTime()> Calendar = QDateTime::currentDateTimeUtc;
+};
+
 class TPodcastClient {
 public:
     /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
-    explicit TPodcastClient(const QString& dbFileName);
+    explicit TPodcastClient(const QString& dbFileName, TPodcastClocks clocks = {});
     /// Cancels the tasks and waits for them. Nobody is notified any more. Not to be called by a listener, for which a
     /// task waits.
     ~TPodcastClient();
@@ -182,8 +190,9 @@ public:
     /// Weak references to the client, null once it is being destroyed.
     const vexa::LinkSource<TPodcastClient>& Links() const noexcept { return FLinks; }
 
-    /// Tick count at which the last refresh of all feeds was requested.
+    /// When the last refresh of all feeds was requested: the tick count, and the calendar's time (invalid: unknown).
     std::uint32_t LastRefreshTime = 0;
+    QDateTime LastRefreshDate;
     vexa::TaskHandle RefreshTask() const noexcept { return FRefreshTask; }    // 0: none runs
     vexa::TaskHandle DownloadTask() const noexcept { return FDownloadTask; }  // 0: none runs
     vexa::Timer& UpdateTimer() noexcept { return *FUpdateTimer; }
@@ -194,6 +203,9 @@ public:
     void RefreshFeeds();
     void RefreshFeeds(const QStringList& feedURLs);
     void RefreshFeedsOnStartup();
+    /// All feeds, if the interval of the options has passed since the last time, by either clock. The update timer
+    /// calls it every ten minutes.
+    void RefreshFeedsIfDue();
     void CancelRefresh();
     /// One feed document; nothing when the location is none or the document no feed. Errors of loading are thrown only
     /// with `raiseErrors`. Any thread may call it.
@@ -264,8 +276,8 @@ private:
     void NotifyDownloadsFinished();
 
     void OptionsChanged();
-    void UpdateTimerHandler();
 
+    const TPodcastClocks FClocks;
     std::unique_ptr<TPodcastListenerList> FListeners;
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
