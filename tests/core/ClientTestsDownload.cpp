@@ -297,6 +297,18 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
     EXPECT_EQ(ReadWhole(file), "sound");
 }
 
+TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
+    Subscribe("a", {{"1", "/1/audio.mp3"}, {"2", "/2/audio.mp3"}});
+    Client->DB().SetCachedFile(Key("/1/audio.mp3"), AudioFile("a/gone.mp3"));
+    TPodcastTargetFile other;  // of the second episode
+    WriteWhole(AudioFile("a/audio.mp3"), {});
+    other.Open(AudioFile("a/audio.mp3"));
+    ServeAudio({"/1/audio.mp3"});
+    Download({Key("/1/audio.mp3")});
+    EXPECT_TRUE(LastError().starts_with("another program is writing the file")) << LastError();
+    EXPECT_EQ(CachedFile("/1/audio.mp3"), AudioFile("a/gone.mp3"));
+}
+
 TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Of("sound", "audio/mpeg")});
