@@ -78,7 +78,6 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
     QByteArray Start;      // of the body, until there is enough of it to tell audio from a page
     bool IsAudio = false;  // it has been told
     QString WantedName;    // of the file, before it gets a number
-    QStringList TriedNames;
     TPodcastTargetFile File;
     bool IsRecordBlanked = false;  // of a file that was gone
     QString FileOfAnother;         // that another download of the episode has made meanwhile
@@ -227,7 +226,6 @@ bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
             if (db.IsFileRecorded(name)) db.ForgetFile(name);
             if (!recorded.isEmpty() && db.ReplaceCachedFileOfRow(episode, recorded, QString()))
                 download.IsRecordBlanked = true;
-            download.TriedNames += name;
             const bool isCreated = file.Open(name);
             if (!isTaken(!isCreated)) break;
             file.Discard();
@@ -295,10 +293,10 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
     }
     // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
     file.Discard();
-    // The record that was blanked is put back, unless somebody may write a file of that name now.
+    // The file of a record that was blanked may come back, with a disk; unless somebody is writing one of that name
+    // now.
     const QString& recorded = episode.Fields[pefURLAudioCached];
-    if (download.IsRecordBlanked && !download.TriedNames.contains(recorded) &&
-        !TPodcastTargetFile::IsBeingWritten(recorded))
+    if (download.IsRecordBlanked && !TPodcastTargetFile::IsBeingWritten(recorded))
         db.ReplaceCachedFileOfRow(episode, QString(), recorded);
 }
 

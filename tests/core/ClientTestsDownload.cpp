@@ -151,16 +151,25 @@ TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst)
     EXPECT_EQ(ReadWhole(AudioFile("a/audio.mp3")), "/1/audio.mp3");
 }
 
-TEST_F(ClientDownload, ThatFailsPutsTheRecordBackUnlessItNamesTheFileThatWasBegun) {
+TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Close, 3));
-    for (const auto& [recorded, after] : {std::pair("unmounted.mp3", "unmounted.mp3"), {"1.mp3", ""}}) {
-        const auto name = [&](const QString& file) { return file.isEmpty() ? file : AudioFile("a/" + file); };
-        Client->DB().SetCachedFile(Key("/1.mp3"), name(recorded));
+    const QString unmounted = Folder.File("unmounted.mp3"), own = AudioFile("a/1.mp3");
+    const auto recordAfter = [&](const QString& recorded) {
+        Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
         Download({Key("/1.mp3")});
-        EXPECT_EQ(CachedFile("/1.mp3"), name(after));
         EXPECT_EQ(Files(), QStringList());
-    }
+        return CachedFile("/1.mp3");
+    };
+    EXPECT_EQ(recordAfter(unmounted), unmounted);
+    EXPECT_EQ(recordAfter(own), "") << "its beginning was there";
+    // Another program begins the recorded file while this one fetches it under another name.
+    Client->DB().SetCachedFile(Key("/1.mp3"), unmounted);
+    StartAndStall({Key("/1.mp3")}, "/1.mp3", own);
+    TPodcastTargetFile other;
+    other.Open(unmounted);
+    Client->CancelDownloads();
+    EXPECT_EQ(CachedFile("/1.mp3"), "");
 }
 
 TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTakesNoMore) {

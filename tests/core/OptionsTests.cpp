@@ -90,7 +90,7 @@ TEST(ConfigKeys, TheTimeOfTheLastRefreshIsATickCountAndADateInUTC) {
     const QDateTime now(QDate(2024, 8, 30), QTime(10, 0), Qt::UTC);
     TPodcastClient client(folder.File("Podcasts.db"));
     MapConfig config;
-    const auto written = [&] {
+    const auto written = [&]() -> QString {
         WritePodcastConfig(config, client);
         return config.Values[u"Podcasts\\CheckUpdatesLastTime"_s] + ' ' +
                config.Values[u"Podcasts\\CheckUpdatesLastDate"_s];
