@@ -454,10 +454,12 @@ bool TPodcastsDB::IsFileOfAnotherFeed(const QString& fileName, int feedID) {
                            .Raw(")")) == 1;
 }
 
-void TPodcastsDB::ForgetFile(const QString& fileName) {
-    ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND "
-                          "URLAudioCached = ")
-                   .Text(fileName));
+void TPodcastsDB::ForgetMissingFile(const QString& fileName) {
+    SqlBuilder sql(
+        "UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND URLAudioCached = ");
+    sql.Text(fileName).Raw(" AND NOT");
+    TPodcastsDBQueryBuilder::FileExistsCondition(sql, "URLAudioCached");
+    ExecuteSQL(sql);
 }
 
 bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {

@@ -143,8 +143,8 @@ public:
     /// Whether any row records this file; whether one of another feed does.
     bool IsFileRecorded(const QString& fileName);
     bool IsFileOfAnotherFeed(const QString& fileName, int feedID);
-    /// Marks every episode that records this file as not cached.
-    void ForgetFile(const QString& fileName);
+    /// Marks every episode that records this file as not cached, if it is gone.
+    void ForgetMissingFile(const QString& fileName);
 
     /// Logos: the bytes of an image file as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);

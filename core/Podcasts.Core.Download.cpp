@@ -223,8 +223,8 @@ bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
             // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
             // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
             // there is a file.
-            if (db.IsFileRecorded(name)) db.ForgetFile(name);
-            if (!recorded.isEmpty() && db.ReplaceCachedFileOfRow(episode, recorded, QString()))
+            if (db.IsFileRecorded(name)) db.ForgetMissingFile(name);
+            if (!recorded.isEmpty() && recorded != name && db.ReplaceCachedFileOfRow(episode, recorded, QString()))
                 download.IsRecordBlanked = true;
             const bool isCreated = file.Open(name);
             if (!isTaken(!isCreated)) break;
@@ -232,7 +232,7 @@ bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
         }
         // It may be taken by another download of this very episode, which has ended since this one looked for a file.
         const QString present = db.GetCachedFileOfRow(episode).value_or(QString());
-        if (present != recorded && vexa::FileExists(present)) {
+        if (vexa::FileExists(present)) {
             download.FileOfAnother = present;
             return false;
         }

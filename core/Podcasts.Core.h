@@ -36,14 +36,15 @@ protected:
     ~IPodcastClientChangeListener() = default;
 };
 
+/// What the caption of a download begins with while its transfer, which has broken, waits for the next attempt.
 inline const QString kWaitingForConnection = QStringLiteral("waiting for the connection: ");
 
 /// Hears of downloads.
 struct IPodcastClientDownloadsListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{33D44065-4BBD-45D6-A0FE-A9A1647D1487}");
     virtual void DownloadsFinished() = 0;
-    /// Bytes received and the expected total (0 when unknown). While a broken transfer waits for its next attempt, the
-    /// caption begins with kWaitingForConnection. Called on the downloading thread.
+    /// Bytes received and the expected total (0 when unknown); the caption may begin with kWaitingForConnection. Called
+    /// on the downloading thread.
     virtual void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) = 0;
     virtual void DownloadsStarted() = 0;
 

@@ -139,8 +139,9 @@ void SetDesktopProxySource(DesktopProxySource source) {
 }
 
 void SetHttpProxy(CURL* easy, const QUrl& address) {
-    const bool isDesktops = !IsNamedByEnvironment(address.scheme()) && !IsThisMachine(address.host());
-    const HttpProxy proxy = isDesktops ? Desktop::Instance().ProxyFor(address) : HttpProxy();
+    const QString host = address.host();  // none in a redirect that leads nowhere
+    const bool isForDesktop = !host.isEmpty() && !IsNamedByEnvironment(address.scheme()) && !IsThisMachine(host);
+    const HttpProxy proxy = isForDesktop ? Desktop::Instance().ProxyFor(address) : HttpProxy();
     const auto set = [&](CURLoption option, const QByteArray& text) {
         curl_easy_setopt(easy, option, text.isEmpty() ? nullptr : text.constData());
     };

@@ -320,20 +320,26 @@ TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
 
 TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
     Subscribe("a", {{"1", "/1.mp3"}});
-    Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Of("sound", "audio/mpeg")});
-    Server.Serve("/late", Response::Of("other", "audio/mpeg").With(Fault::Wait));
+    const QString file = AudioFile("a/1.mp3");
     TPodcastClient other(Folder.File("Podcasts.db"));
     other.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
-    Client->DownloadEpisode(Key("/1.mp3"));
-    ASSERT_TRUE(WaitForRequest("/late"));
-    other.DownloadEpisode(Key("/1.mp3"));
-    ASSERT_TRUE(tests::WaitUntil([&] { return other.DownloadTask() == 0; }));
-    Server.Release("/late");
-    ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(LastError(), "");
-    EXPECT_EQ(Client->DownloadOutcomes().From().at(0).FileName, AudioFile("a/1.mp3"));
-    EXPECT_EQ(Files(), QStringList("1.mp3"));
-    EXPECT_EQ(ReadWhole(CachedFile("/1.mp3")), "sound");
+    for (const QString& recorded : {QString(), file, AudioFile("a/gone.mp3")}) {
+        QFile::remove(file);
+        Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
+        Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Of("sound", "audio/mpeg")});
+        Server.Serve("/late", Response::Of("other", "audio/mpeg").With(Fault::Wait));
+        Server.Forget();
+        Client->DownloadEpisode(Key("/1.mp3"));
+        ASSERT_TRUE(WaitForRequest("/late"));
+        other.DownloadEpisode(Key("/1.mp3"));
+        ASSERT_TRUE(tests::WaitUntil([&] { return other.DownloadTask() == 0; }));
+        Server.Release("/late");
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(LastError(), "");
+        EXPECT_EQ(Client->DownloadOutcomes().From().at(0).FileName, file);
+        EXPECT_EQ(Files(), QStringList("1.mp3"));
+        EXPECT_EQ(ReadWhole(CachedFile("/1.mp3")), "sound");
+    }
 }
 
 TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
