@@ -47,8 +47,8 @@ protected:
         }
     }
 
-    static constexpr const char* kVariables[] = {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy",
-                                                 "ALL_PROXY",  "no_proxy",    "NO_PROXY"};
+    static constexpr const char* kVariables[] = {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY",
+                                                 "all_proxy",  "ALL_PROXY",  "no_proxy",    "NO_PROXY"};
     tests::LoopbackServer Proxy, Other, Own;
 };
 
@@ -108,6 +108,13 @@ TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
         EXPECT_EQ(chosen.Port, host.isEmpty() ? 0 : 8080);
         EXPECT_EQ(chosen.User + chosen.Password, host.isEmpty() ? u""_s : u"mesecret"_s);
     }
+}
+
+TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
+    // libcurl takes an upper-case HTTP_PROXY for no setting; what the toolkit asks takes it for one of the desktop's.
+    SetDesktopProxySource({});
+    qputenv("HTTP_PROXY", Proxy.Url({}).toUtf8());
+    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
 }
 
 /// Speaks SOCKS 5 (RFC 1928) with one client, and answers the request that comes through it.
