@@ -146,7 +146,8 @@ void LoopbackServer::Talk(int socket, int connection) {
 bool LoopbackServer::Answer(int socket, const QString& path, const Response& response) {
     const QByteArray answer = response.Head + response.Body;
     if (response.What == Fault::None) return SendAll(socket, answer);
-    const qsizetype sent = response.FaultAfter < 0 ? 0 : response.Head.size() + response.FaultAfter;
+    const qsizetype sent =
+        response.FaultAfter < 0 ? 0 : std::min(response.Head.size() + response.FaultAfter, answer.size());
     if (!SendAll(socket, answer.first(sent))) return false;
     if (response.What == Fault::Repeat) {
         QByteArray rest = answer.sliced(sent);
