@@ -69,9 +69,7 @@ int RunRefresh(Session& session, const Arguments& arguments) {
         session.Client().RefreshFeeds(waiting);
         session.RunUntilIdle(report);
     }
-    if (isAll)
-        session.Config().WriteInteger(kCheckUpdatesLastTime.KeyPath(),
-                                      static_cast<int>(session.Client().LastRefreshTime));
+    if (isAll) WritePodcastRefreshTime(session.Config(), session.Client());
     session.Config().Save();
     session.Out().ShowStatus(QString());
 

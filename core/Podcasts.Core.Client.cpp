@@ -2,19 +2,22 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
 
+#include <QSet>
+
 namespace podcasts {
 
 namespace {
 constexpr auto kUpdateTimerInterval = std::chrono::milliseconds(600000);
 }
 
-TPodcastClient::TPodcastClient(const QString& dbFileName)
-    : FListeners(std::make_unique<TPodcastListenerList>()),
+TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
+    : FClocks(std::move(clocks)),
+      FListeners(std::make_unique<TPodcastListenerList>()),
       FDB(std::make_unique<TPodcastsDB>(dbFileName)),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
-      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { UpdateTimerHandler(); })) {
+      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { RefreshFeedsIfDue(); })) {
     OptionsChanged();
 }
 
@@ -33,7 +36,8 @@ TPodcastClient::~TPodcastClient() {
 }
 
 void TPodcastClient::RefreshFeeds() {
-    LastRefreshTime = vexa::TickCount();
+    LastRefreshTime = FClocks.TickCount();
+    LastRefreshDate = FClocks.Calendar();
     QStringList feedURLs;
     FDB->EnumFeeds([&](const QString& urlFeed, const QString&, int) { feedURLs += urlFeed; });
     FRefreshQueue->Add(feedURLs);
@@ -47,6 +51,14 @@ void TPodcastClient::RefreshFeeds(const QStringList& feedURLs) {
 
 void TPodcastClient::RefreshFeedsOnStartup() {
     if (FOptions->CheckUpdatesOnStartup()) RefreshFeeds();
+}
+
+void TPodcastClient::RefreshFeedsIfDue() {
+    // The tick count begins anew with the machine: alone it would never say so of one that is switched off every night.
+    const std::uint32_t interval = UpdateInterval(FOptions->CheckUpdates());
+    if (IsRefreshDue(FClocks.TickCount(), LastRefreshTime, interval) ||
+        IsRefreshDue(FClocks.Calendar(), LastRefreshDate, interval))
+        RefreshFeeds();
 }
 
 void TPodcastClient::CancelRefresh() {
@@ -94,20 +106,37 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
         // Held while files are recycled, so that the download task cannot take one of these episodes meanwhile.
         const std::lock_guard lock(*FDownloadQueue);
+        QSet<QString> recycled;
+        const auto recycle = [&](const QString& fileName) {
+            // A file that an episode of another feed records as well stays for that one.
+            if (recycled.contains(fileName) || FDB->IsFileOfAnotherFeed(fileName, feed->ID)) return;
+            recycled.insert(fileName);
+            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+        };
         for (const auto& episode : feed->Episodes()) {
             FDownloadQueue->Remove(episode->Fields[pefURI]);
             FDownloadQueue->Remove(MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID]));
-            QString fileName;
-            if (!deleteCachedFiles || !GetLocalFileName(*episode, *feed, fileName)) continue;
-            // A file that an episode of another feed records as well stays for that one.
-            if (FDB->IsFileOfAnotherFeed(fileName, feed->ID)) continue;
-            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+            if (QString fileName; deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName)) recycle(fileName);
         }
-        // By the number: a refresh of another process may have given the feed another address meanwhile.
-        FDB->Remove(feed->ID);
+        if (!deleteCachedFiles) FFeedsWithKeptFiles.insert(feed->ID);
+        // A download, of this program or another one, may have recorded a file since the feed was read. What ends later
+        // finds no row, and takes its file away itself.
+        QStringList late;
+        FDB->RunInTransaction([&] {
+            if (deleteCachedFiles)
+                FDB->EnumCachedFilesOfFeed(feed->ID, [&](const QString& fileName) { late += fileName; });
+            // By the number: a refresh of another process may have given the feed another address meanwhile.
+            FDB->Remove(feed->ID);
+        });
+        for (const QString& fileName : late) recycle(fileName);
     }
     NotifyDataChanged();
     return kept;
+}
+
+bool TPodcastClient::AreFilesKept(int feedID) {
+    const std::lock_guard lock(*FDownloadQueue);
+    return FFeedsWithKeptFiles.contains(feedID);
 }
 
 void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
@@ -257,10 +286,6 @@ void TPodcastClient::DownloadsComplete(TaskEnd end) {
 void TPodcastClient::OptionsChanged() {
     // The options raise no event while they are constructed, so the timer exists.
     FUpdateTimer->SetEnabled(FOptions->CheckUpdates() != 0);
-}
-
-void TPodcastClient::UpdateTimerHandler() {
-    if (IsRefreshDue(vexa::TickCount(), LastRefreshTime, UpdateInterval(FOptions->CheckUpdates()))) RefreshFeeds();
 }
 
 void TPodcastClient::NotifyDataChanged() {

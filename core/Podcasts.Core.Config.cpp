@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Config.h"
 
 #include "Podcasts.Core.h"
+#include "VEXA.Runtime.Dates.h"
 
 #include <array>
 
@@ -13,17 +14,22 @@ namespace {
 constexpr TPodcastConfigKey kTemplate = {u"Podcasts\\CacheFileNameTemplate", Kind::FileName, true};
 constexpr TPodcastConfigKey kCheckUpdates = {u"Podcasts\\CheckUpdates", Kind::Interval, true};
 constexpr TPodcastConfigKey kLastTime = {u"Podcasts\\CheckUpdatesLastTime", Kind::Integer, false};
+constexpr TPodcastConfigKey kLastDate = {u"Podcasts\\CheckUpdatesLastDate", Kind::String, false};
 constexpr TPodcastConfigKey kOnStartup = {u"Podcasts\\CheckUpdatesOnStartup", Kind::Bool, true};
 constexpr TPodcastConfigKey kDownloadNew = {u"Podcasts\\DownloadNewEpisodesAutomatically", Kind::Bool, true};
 constexpr TPodcastConfigKey kMarkListened = {u"Podcasts\\MarkEpisodesListenedOnStartPlayback", Kind::Bool, true};
 constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Kind::Bool, true};
 
-constexpr std::array kWriteOrder = {kTemplate,    kCheckUpdates, kLastTime,     kOnStartup,
-                                    kDownloadNew, kMarkListened, kNotifications};
+constexpr std::array kWriteOrder = {kTemplate,  kCheckUpdates, kLastTime,     kLastDate,
+                                    kOnStartup, kDownloadNew,  kMarkListened, kNotifications};
+
+/// Invalid unless the text is an ISO 8601 date and time. In UTC where it names no zone.
+QDateTime ReadDate(const QString& text) {
+    const double date = vexa::DecodeIsoDate(text);
+    return date == 0 ? QDateTime() : vexa::FromOleDate(date);
+}
 
 }  // namespace
-
-const TPodcastConfigKey kCheckUpdatesLastTime = kLastTime;
 
 std::span<const TPodcastConfigKey> PodcastConfigKeys() {
     return kWriteOrder;
@@ -31,6 +37,7 @@ std::span<const TPodcastConfigKey> PodcastConfigKeys() {
 
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
     client.LastRefreshTime = static_cast<std::uint32_t>(config.ReadInteger(kLastTime.KeyPath(), 0));
+    client.LastRefreshDate = ReadDate(config.ReadString(kLastDate.KeyPath(), {}));
     ReadPodcastOptions(config, client.Options());
 }
 
@@ -51,11 +58,16 @@ void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {
     const TPodcastClientOptions& options = client.Options();
     config.WriteString(kTemplate.KeyPath(), options.CacheFileNameTemplate());
     config.WriteInteger(kCheckUpdates.KeyPath(), options.CheckUpdates());
-    config.WriteInteger(kLastTime.KeyPath(), static_cast<int>(client.LastRefreshTime));
+    WritePodcastRefreshTime(config, client);
     config.WriteBool(kOnStartup.KeyPath(), options.CheckUpdatesOnStartup());
     config.WriteBool(kDownloadNew.KeyPath(), options.DownloadNewEpisodesAutomatically());
     config.WriteBool(kMarkListened.KeyPath(), options.MarkEpisodesListenedOnStartPlayback);
     config.WriteBool(kNotifications.KeyPath(), options.ShowNotifications());
+}
+
+void WritePodcastRefreshTime(IPodcastConfig& config, const TPodcastClient& client) {
+    config.WriteInteger(kLastTime.KeyPath(), static_cast<int>(client.LastRefreshTime));
+    config.WriteString(kLastDate.KeyPath(), client.LastRefreshDate.toUTC().toString(Qt::ISODate));
 }
 
 }  // namespace podcasts

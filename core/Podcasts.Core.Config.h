@@ -43,14 +43,13 @@ struct TPodcastConfigKey {
 /// All keys in the order in which they are written.
 std::span<const TPodcastConfigKey> PodcastConfigKeys();
 
-/// The time of the last refresh of all feeds, a tick count.
-extern const TPodcastConfigKey kCheckUpdatesLastTime;
-
 /// Reads the time of the last refresh and the options into the client, in their order.
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client);
 /// Reads the options alone, such as when something else has written some.
 void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options);
 /// Writes them back, in theirs.
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client);
+/// Writes the time of the last refresh alone.
+void WritePodcastRefreshTime(IPodcastConfig& config, const TPodcastClient& client);
 
 }  // namespace podcasts

@@ -36,7 +36,7 @@ void TPodcastsDB::NoteDocument(const TPodcastFeed& feed, const TPodcastDocumentN
     const auto rows = Query(
         SqlBuilder("SELECT Count(*), ifnull(max(rowid), 0) FROM PodcastEpisodes WHERE FeedID = ").Integer(feed.ID));
     SqliteStatement(*this,
-                    "INSERT INTO PodcastFeedDocuments (FeedID, URLFeed, Address, Charset, ETag, LastModified, Digest, "
+                    "REPLACE INTO PodcastFeedDocuments (FeedID, URLFeed, Address, Charset, ETag, LastModified, Digest, "
                     "WantedAddress, Rules, EpisodeCount, LastRow) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
         .Integer(feed.ID)
         .Text(feedURL)

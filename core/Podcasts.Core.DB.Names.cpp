@@ -254,6 +254,40 @@ qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) 
     return 0;
 }
 
+qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
+    const QString& guid = episode.Fields[pefGUID];
+    // The row keeps its id when it moves. The id is given again when the row goes, so the row must have the GUID, or
+    // have had it.
+    const SqlBuilder ofRow = SqlBuilder(" = ").Integer(episode.RowID).Raw(" AND FeedID = ").Integer(episode.FeedID);
+    if (const auto row = Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE rowid").Raw(ofRow.Sql()))) {
+        if (row->Text(0) == guid) return episode.RowID;
+        const qint64 check = CheckOf(row->Utf8(0));
+        if (ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames WHERE Episode")
+                            .Raw(ofRow.Sql())
+                            .Raw(" AND Name = ")
+                            .Integer(DigestOf(vexa::ToUtf8(guid)))
+                            .Raw(" AND GUIDCheck = ")
+                            .Integer(check)
+                            .Raw(")")) == 1)
+            return episode.RowID;
+    }
+    // Another program of an older version writes the row anew, under one of its names. A row that has become one with
+    // others is the one of its GUID, which may have a file already.
+    const auto ofGUID = [&](std::string_view column) {
+        return SqlBuilder("(SELECT ")
+            .Raw(column)
+            .Raw(" FROM PodcastEpisodes WHERE FeedID = ")
+            .Integer(episode.FeedID)
+            .Raw(" AND GUID = ")
+            .Text(guid);
+    };
+    SqlBuilder sql("SELECT coalesce(");
+    sql.Raw(ofGUID("rowid").Raw(" AND URI = ").Text(episode.Fields[pefURI]).Raw("), ").Sql());
+    sql.Raw(ofGUID("CASE WHEN Count(*) = 1 AND Count(nullif(URLAudioCached, '')) = 0 THEN max(rowid) END").Sql());
+    const auto found = Read(sql.Raw("), 0)"));
+    return found ? found->Integer64(0) : 0;
+}
+
 QStringList TPodcastsDB::FindByOlderGUID(int feedID, const QString& digits) {
     const QByteArray prefix = digits.left(kDigestDigits).toLatin1();
     // Read as signed numbers, those with one beginning stand together.

@@ -341,20 +341,60 @@ void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileNa
 }
 
 bool TPodcastsDB::SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName) {
-    const auto lock = Lock();
-    const auto ofFeed = [&](std::string_view columns) {
-        return SqlBuilder("(SELECT ").Raw(columns).Raw(" FROM PodcastEpisodes WHERE FeedID = ").Integer(episode.FeedID);
-    };
-    // The row keeps its id when it moves. Another program of an older version writes it anew, under one of its names. A
-    // row that has become one with others is the one of its GUID, which may have a file already.
-    SqlBuilder sql("UPDATE PodcastEpisodes SET URLAudioCached = ");
-    sql.Text(fileName).Raw(" WHERE rowid = coalesce(");
-    sql.Raw(ofFeed("rowid").Raw(" AND rowid = ").Integer(episode.RowID).Raw("), ").Sql());
-    sql.Raw(ofFeed("rowid").Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Sql());
-    sql.Raw(" AND URI = ").Text(episode.Fields[pefURI]).Raw("), ");
-    sql.Raw(ofFeed("CASE WHEN Count(*) = 1 AND Count(nullif(URLAudioCached, '')) = 0 THEN max(rowid) END").Sql());
-    ExecuteSQL(sql.Raw(" AND GUID = ").Text(episode.Fields[pefGUID]).Raw("))"));
-    return ChangedRows() > 0;
+    bool isSet = false;
+    RunInTransaction([&] {
+        const qint64 row = FindRowOf(episode);
+        isSet = row != 0;
+        if (isSet)
+            ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ")
+                           .Text(fileName)
+                           .Raw(" WHERE rowid = ")
+                           .Integer(row));
+    });
+    return isSet;
+}
+
+bool TPodcastsDB::ReplaceCachedFileOfRow(const TPodcastEpisode& episode, const QString& present,
+                                         const QString& fileName) {
+    bool isSet = false;
+    RunInTransaction([&] { isSet = GetCachedFileOfRow(episode) == present && SetCachedFileOfRow(episode, fileName); });
+    return isSet;
+}
+
+bool TPodcastsDB::SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName) {
+    bool isSet = false;
+    RunInTransaction([&] {
+        isSet = ReplaceCachedFileOfRow(episode, episode.Fields[pefURLAudioCached], fileName);
+        if (!isSet) return;
+        // While the row has its URI, the others have the same audio; a merge may have given it to another episode.
+        const QString& uri = episode.Fields[pefURI];
+        ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ")
+                       .Text(fileName)
+                       .Raw(" WHERE URI = ")
+                       .Text(uri)
+                       .Raw(" AND ifnull(URLAudioCached, '') = '' AND EXISTS (SELECT 1 FROM PodcastEpisodes WHERE "
+                            "rowid = ")
+                       .Integer(FindRowOf(episode))
+                       .Raw(" AND URI = ")
+                       .Text(uri)
+                       .Raw(")"));
+    });
+    return isSet;
+}
+
+std::optional<QString> TPodcastsDB::GetCachedFileOfRow(const TPodcastEpisode& episode) {
+    const qint64 row = FindRowOf(episode);
+    if (row == 0) return std::nullopt;
+    const auto cursor =
+        Read(SqlBuilder("SELECT ifnull(URLAudioCached, '') FROM PodcastEpisodes WHERE rowid = ").Integer(row));
+    return cursor ? std::optional(cursor->Text(0)) : std::nullopt;
+}
+
+void TPodcastsDB::EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor) {
+    ForEachRow(Read(SqlBuilder("SELECT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
+                               "URLAudioCached IS NOT NULL AND FeedID = ")
+                        .Integer(feedID)),
+               [&](const SqliteCursor& row) { visitor(row.Text(0)); });
 }
 
 int TPodcastsDB::ResetMissingCachedFiles() {
@@ -415,10 +455,12 @@ bool TPodcastsDB::IsFileOfAnotherFeed(const QString& fileName, int feedID) {
                            .Raw(")")) == 1;
 }
 
-void TPodcastsDB::ForgetFile(const QString& fileName) {
-    ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND "
-                          "URLAudioCached = ")
-                   .Text(fileName));
+void TPodcastsDB::ForgetMissingFile(const QString& fileName) {
+    SqlBuilder sql(
+        "UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE URLAudioCached IS NOT '' AND URLAudioCached = ");
+    sql.Text(fileName).Raw(" AND NOT");
+    TPodcastsDBQueryBuilder::FileExistsCondition(sql, "URLAudioCached");
+    ExecuteSQL(sql);
 }
 
 bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {

@@ -25,9 +25,9 @@ constexpr SqlColumn kNameColumns[] = {
 };
 
 constexpr SqlColumn kDocumentColumns[] = {
-    {"FeedID", Integer}, {"URLFeed", Text},         {"Address", Text},    {"Charset", Text},
-    {"ETag", Text},      {"LastModified", Text},    {"Digest", Text},     {"WantedAddress", Text},
-    {"Rules", Integer},  {"EpisodeCount", Integer}, {"LastRow", Integer},
+    {"FeedID", Key},    {"URLFeed", Text},         {"Address", Text},    {"Charset", Text},
+    {"ETag", Text},     {"LastModified", Text},    {"Digest", Text},     {"WantedAddress", Text},
+    {"Rules", Integer}, {"EpisodeCount", Integer}, {"LastRow", Integer},
 };
 
 // What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
@@ -56,7 +56,7 @@ constexpr std::array<Table, 5> kTables = {{
     {"PodcastEpisodes", kEpisodeTable, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"},
     {"PodcastFeedLogos", kLogoColumns},
     {"PodcastEpisodeNames", kNameColumns},
-    {"PodcastFeedDocuments", kDocumentColumns, "UNIQUE (FeedID) ON CONFLICT REPLACE"},
+    {"PodcastFeedDocuments", kDocumentColumns},
 }};
 
 constexpr const Table& kEpisodes = kTables[1];

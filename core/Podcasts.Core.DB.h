@@ -131,10 +131,19 @@ public:
     /// Cached files.
     /// One visit a row: a file that several rows record is visited for each.
     void EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor);
+    void EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor);
     /// An empty name marks the episode as not cached.
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
-    /// The same for the one row that GetEpisode read, wherever a merge has moved it since. False when it is gone.
+    /// The same for the one row that GetEpisode read, wherever a merge has moved it since. False when it is gone, or
+    /// has become one with a row that has a file.
     bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    /// The same if the row still records `present`; else false, and nothing changes.
+    bool ReplaceCachedFileOfRow(const TPodcastEpisode& episode, const QString& present, const QString& fileName);
+    /// Records a file that was found to be the episode's: on its row if that still records what GetEpisode read, else
+    /// false; and then on rows of other feeds with the same audio that record none.
+    bool SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    /// What the row that GetEpisode read records now; nothing when SetCachedFileOfRow would find no row.
+    std::optional<QString> GetCachedFileOfRow(const TPodcastEpisode& episode);
     /// Marks episodes as not cached whose file is gone; returns how many.
     int ResetMissingCachedFiles();
     /// Whether the row of another episode records this file: one of another URI and another GUID.
@@ -142,8 +151,8 @@ public:
     /// Whether any row records this file; whether one of another feed does.
     bool IsFileRecorded(const QString& fileName);
     bool IsFileOfAnotherFeed(const QString& fileName, int feedID);
-    /// Marks every episode that records this file as not cached.
-    void ForgetFile(const QString& fileName);
+    /// Marks every episode that records this file as not cached, if it is gone.
+    void ForgetMissingFile(const QString& fileName);
 
     /// Logos: the bytes of an image file as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);
@@ -190,6 +199,9 @@ private:
     qint64 FindMovedSince(const QString& episodeKey, qint64 moveCount);
     bool HasOlderNames();
     std::unique_ptr<TPodcastEpisode> GetEpisodeOfRow(qint64 rowID);
+    /// The row id of an episode that GetEpisode read before; 0 when it is gone, or has become one with a row that has a
+    /// file.
+    qint64 FindRowOf(const TPodcastEpisode& episode);
 
     std::string FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed);
 };

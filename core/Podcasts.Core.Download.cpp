@@ -1,16 +1,23 @@
+#include "Podcasts.Core.Resuming.h"
 #include "Podcasts.Core.TargetFile.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <thread>
+
 namespace podcasts {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 /// What servers send in place of audio: pages that ask to log in, errors with a status of success.
 bool IsPageType(const QString& mimeType) {
@@ -66,10 +73,16 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
     QString URL;
     QString FileName;  // as the template has it; the extension may change when the response arrives
     std::unique_ptr<TPodcastEpisode> Episode;
+    TPodcastResumption Resumption;
     QString MimeType;
-    QByteArray Start;  // of the body, until there is enough of it to tell audio from a page
+    QByteArray Start;      // of the body, until there is enough of it to tell audio from a page
+    bool IsAudio = false;  // it has been told
+    QString WantedName;    // of the file, before it gets a number
     TPodcastTargetFile File;
     bool IsRecordBlanked = false;  // of a file that was gone
+    QString FileOfAnother;         // that another download of the episode has made meanwhile
+    bool IsStored = true;          // the episode, when it was looked for last
+    Clock::time_point NextLook{};
 };
 
 void TPodcastClientTaskDownloadEpisodes::Execute() {
@@ -100,8 +113,11 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
         return false;
     }
     QString local;
-    if (FClient.GetLocalFileName(*download.Episode, *feed, local)) {
-        db.SetCachedFile(download.EpisodeKey, local);
+    // What is there may be the beginning of a file. Another program blanks the record before it fetches a recorded file
+    // that was gone, so the file counts only while the row still records what has been read.
+    const bool isThere = FClient.GetLocalFileName(*download.Episode, *feed, local) &&
+                         !TPodcastTargetFile::IsBeingWritten(local) && db.SetFoundFileOfRow(*download.Episode, local);
+    if (isThere) {
         outcome.FileName = local;
         return false;
     }
@@ -117,94 +133,171 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
 }
 
 void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDownloadOutcome& outcome) {
+    using Kind = TPodcastResumption::Decision::Kind;
+    for (;;) {
+        const vexa::HttpErrorInfo info = Attempt(download);
+        if (!download.FileOfAnother.isEmpty()) {
+            outcome.FileName = download.FileOfAnother;
+            return;
+        }
+        const TPodcastResumption::Decision next = download.Resumption.After(info);
+        outcome.Error = next.Error;
+        if (next.What != Kind::Again) break;
+        if (next.Pause.count() > 0) {
+            qCInfo(vexa::LogDownload).noquote() << "the transfer of" << vexa::MaskedUrl(download.URL) << "broke at byte"
+                                                << download.Resumption.Held() << "-" << info.Message;
+            WaitForConnection(download, next.Pause);
+        }
+        if (IsToStop(download)) {
+            outcome.Error = QStringLiteral("cancelled");
+            break;
+        }
+    }
+    Finish(download, outcome);
+}
+
+vexa::HttpErrorInfo TPodcastClientTaskDownloadEpisodes::Attempt(Download& download) {
+    TPodcastResumption& resumption = download.Resumption;
     vexa::HttpGet request;
     request.Url = download.URL;
-    request.OnAccepted = [&](const vexa::HttpResponseInfo& response) {
-        download.MimeType = response.MimeType;
-        return true;
-    };
+    resumption.Prepare(request);
+    request.OnAccepted = [&](const vexa::HttpResponseInfo& response) { return Accept(download, response); };
     request.OnData = [&](const char* data, std::size_t size) {
-        if (download.File.IsOpen()) {
+        resumption.Arrived(size);
+        if (download.IsAudio) {
             download.File.Write(data, size);
-        } else {
-            download.Start.append(data, static_cast<qsizetype>(size));
-            BeginFile(download, false);
+            return true;
         }
-        return true;
+        download.Start.append(data, static_cast<qsizetype>(size));
+        return BeginFile(download, false);
     };
-    request.OnProgress = [&](qint64 position, qint64 size) {
-        FClient.NotifyDownloadsProgress(position, size, download.Caption);
+    request.OnProgress = [&](qint64, qint64) {
+        FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), download.Caption);
     };
-    request.OnCompleted = [&](const vexa::HttpErrorInfo& info) {
-        outcome.Error = info.Message;
-        Finish(download, outcome);
-    };
-    request.Run([this] { return IsCancelled(); });
+    return request.Run([&] { return IsToStop(download); });
 }
 
-void TPodcastClientTaskDownloadEpisodes::BeginFile(Download& download, bool isWhole) {
+bool TPodcastClientTaskDownloadEpisodes::Accept(Download& download, const vexa::HttpResponseInfo& response) {
+    const auto answer = download.Resumption.Accept(response);
+    if (answer != TPodcastResumption::Answer::BeginsAnew) return answer == TPodcastResumption::Answer::GoesOn;
+    download.MimeType = response.MimeType;
+    download.Start.clear();
+    download.IsAudio = false;
+    if (!download.File.IsOpen()) return true;
+    // The other version may be of another type, and so of another name.
+    if (WithExtensionOf(response.MimeType, download.FileName) == download.WantedName)
+        download.File.Truncate();
+    else
+        download.File.Discard();
+    return true;
+}
+
+bool TPodcastClientTaskDownloadEpisodes::BeginFile(Download& download, bool isWhole) {
     const Body body = JudgeBody(download.MimeType, download.Start, isWhole);
-    if (body == Body::Undecided) return;  // and nothing is replaced yet, nor is a record blanked
+    if (body == Body::Undecided) return true;  // and nothing is replaced yet, nor is a record blanked
     if (body == Body::WebPage) throw std::runtime_error("the server sent a web page in place of the audio");
-    OpenTarget(download);
+    if (download.Start.isEmpty()) throw std::runtime_error("the server sent an empty file");
+    if (!download.File.IsOpen() && !OpenTarget(download)) return false;
+    download.IsAudio = true;
     download.File.Write(download.Start.constData(), static_cast<std::size_t>(download.Start.size()));
     download.Start.clear();
+    return true;
 }
 
-void TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
+bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
     TPodcastsDB& db = FClient.DB();
     const TPodcastEpisode& episode = *download.Episode;
+    const QString& recorded = episode.Fields[pefURLAudioCached];
     TPodcastTargetFile& file = download.File;
-    const QString fileName = WithExtensionOf(download.MimeType, download.FileName);
-    CreateFolderOf(fileName);
+    download.WantedName = WithExtensionOf(download.MimeType, download.FileName);
+    CreateFolderOf(download.WantedName);
     // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike, and a
     // whole file must not be given up for one that may fail. Asked again under the file's lock, which a download of
     // another process holds until its row records the file.
     for (int number = 1;; ++number) {
-        const QString name = NumberedName(fileName, number);
+        const QString name = NumberedName(download.WantedName, number);
         const auto isTaken = [&](bool exists) {
             return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
         };
-        if (isTaken(vexa::FileExists(name))) continue;
-        // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
-        // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
-        // there is a file.
-        if (db.IsFileRecorded(name)) db.ForgetFile(name);
-        if (!episode.Fields[pefURLAudioCached].isEmpty() && !download.IsRecordBlanked) {
-            db.SetCachedFileOfRow(episode, QString());
-            download.IsRecordBlanked = true;
+        if (!isTaken(vexa::FileExists(name))) {
+            // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
+            // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
+            // there is a file.
+            if (db.IsFileRecorded(name)) db.ForgetMissingFile(name);
+            if (!recorded.isEmpty() && recorded != name && db.ReplaceCachedFileOfRow(episode, recorded, QString()))
+                download.IsRecordBlanked = true;
+            const bool isCreated = file.Open(name);
+            if (!isTaken(!isCreated)) break;
+            file.Discard();
         }
-        const bool isCreated = file.Open(name);
-        if (!isTaken(!isCreated)) break;
-        file.Discard();
+        // It may be taken by another download of this very episode, which has ended since this one looked for a file.
+        const QString present = db.GetCachedFileOfRow(episode).value_or(QString());
+        if (vexa::FileExists(present)) {
+            download.FileOfAnother = present;
+            return false;
+        }
     }
     file.Truncate();
+    return true;
+}
+
+void TPodcastClientTaskDownloadEpisodes::WaitForConnection(Download& download, std::chrono::milliseconds pause) {
+    constexpr auto kStep = std::chrono::milliseconds(50);
+    const TPodcastResumption& resumption = download.Resumption;
+    FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), kWaitingForConnection + download.Caption);
+    const auto end = Clock::now() + pause;
+    for (auto now = Clock::now(); now < end && !IsToStop(download); now = Clock::now())
+        std::this_thread::sleep_for(std::min<Clock::duration>(kStep, end - now));
+}
+
+bool TPodcastClientTaskDownloadEpisodes::IsToStop(Download& download) {
+    constexpr auto kBetweenLooks = std::chrono::seconds(1);
+    if (IsCancelled() || !download.IsStored) return true;
+    const auto now = Clock::now();
+    if (now < download.NextLook) return false;
+    download.NextLook = now + kBetweenLooks;
+    // Somebody may have unsubscribed from the feed, perhaps in another program.
+    const TPodcastEpisode& episode = *download.Episode;
+    try {
+        download.IsStored = FClient.DB().GetCachedFileOfRow(episode) || FClient.AreFilesKept(episode.FeedID);
+    } catch (const vexa::SqliteError&) {
+        // The next look will tell, or the end.
+    }
+    return !download.IsStored;
 }
 
 void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDownloadOutcome& outcome) {
     TPodcastsDB& db = FClient.DB();
+    const TPodcastEpisode& episode = *download.Episode;
     TPodcastTargetFile& file = download.File;
     if (outcome.Error.isEmpty()) {
         try {
-            if (!file.IsOpen()) BeginFile(download, true);
+            if (!download.IsAudio && !BeginFile(download, true)) {
+                outcome.FileName = download.FileOfAnother;
+                return;
+            }
             file.Flush();
         } catch (const std::exception& error) {
             outcome.Error = QString::fromUtf8(error.what());
         }
     }
-    if (!outcome.Error.isEmpty()) {
-        // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
-        const QString& recorded = download.Episode->Fields[pefURLAudioCached];
-        const bool isAnotherName = !file.IsOpen() || file.FileName() != recorded;
-        file.Discard();
-        if (download.IsRecordBlanked && isAnotherName) db.SetCachedFileOfRow(*download.Episode, recorded);
+    // By the row and not by the key: a refresh may have given the row another address meanwhile, and its address to
+    // another episode. A file that no row takes would never be found again.
+    if (outcome.Error.isEmpty())
+        download.IsStored = db.SetCachedFileOfRow(episode, file.FileName()) || FClient.AreFilesKept(episode.FeedID);
+    if (!download.IsStored) outcome.Error = QStringLiteral("the episode is not stored any more");
+    if (outcome.Error.isEmpty()) {
+        outcome.FileName = file.FileName();
+        file.Close();
         return;
     }
-    // By the row and not by the key: a refresh may have given the row another address meanwhile, and its address to
-    // another episode.
-    db.SetCachedFileOfRow(*download.Episode, file.FileName());
-    outcome.FileName = file.FileName();
-    file.Close();
+    // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
+    file.Discard();
+    // The file of a record that was blanked may come back, with a disk; unless somebody is writing one of that name
+    // now.
+    const QString& recorded = episode.Fields[pefURLAudioCached];
+    if (download.IsRecordBlanked && !TPodcastTargetFile::IsBeingWritten(recorded))
+        db.ReplaceCachedFileOfRow(episode, QString(), recorded);
 }
 
 void TPodcastClientTaskDownloadEpisodes::Complete() {

@@ -18,6 +18,10 @@ bool IsRefreshDue(std::uint32_t tickCount, std::uint32_t lastRefreshTime, std::u
     return tickCount > lastRefreshTime + interval;
 }
 
+bool IsRefreshDue(const QDateTime& now, const QDateTime& lastRefresh, std::uint32_t interval) {
+    return !lastRefresh.isValid() || lastRefresh > now || now > lastRefresh.addMSecs(interval);
+}
+
 TPodcastClientOptions::TPodcastClientOptions(NotifyEvent onChange) {
     SetCacheFileNameTemplate(GetDefaultCacheFileNameTemplate());
     SetCheckUpdates(2);

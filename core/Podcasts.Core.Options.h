@@ -3,6 +3,7 @@
 
 #include "VEXA.Runtime.Classes.h"
 
+#include <QDateTime>
 #include <QString>
 
 #include <array>
@@ -25,6 +26,9 @@ std::uint32_t UpdateInterval(std::uint8_t checkUpdates) noexcept;
 
 /// Whether the tick count has passed the time of the last refresh plus the interval, in 32-bit arithmetic that wraps.
 bool IsRefreshDue(std::uint32_t tickCount, std::uint32_t lastRefreshTime, std::uint32_t interval) noexcept;
+/// The same by the calendar, which also counts what passes while the machine is off. A time of the last refresh that is
+/// not known (invalid) counts as due, and so does one to come: the clock has been set back since.
+bool IsRefreshDue(const QDateTime& now, const QDateTime& lastRefresh, std::uint32_t interval);
 
 /// Written on the main thread. Background tasks read CacheFileNameTemplate, which has a lock of its own.
 class TPodcastClientOptions final : public vexa::LockablePersistent {

@@ -62,8 +62,16 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
     }
 }
 
+bool TPodcastTargetFile::IsBeingWritten(const QString& fileName) {
+    const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return false;
+    const bool isHeld = flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    close(descriptor);
+    return isHeld;
+}
+
 void TPodcastTargetFile::Truncate() {
-    if (ftruncate(FDescriptor, 0) != 0) Fail("cannot write the file");
+    if (ftruncate(FDescriptor, 0) != 0 || lseek(FDescriptor, 0, SEEK_SET) != 0) Fail("cannot write the file");
     FIsOurs = true;
     FWritten = FSentToDisk = 0;
 }
@@ -84,6 +92,8 @@ void TPodcastTargetFile::Write(const char* data, std::size_t size) {
 
 void TPodcastTargetFile::Flush() {
     if (fdatasync(FDescriptor) != 0) Fail("cannot write the file");
+    if (!IsStillLinked())
+        throw std::runtime_error("the file " + FFileName.toStdString() + " was taken away while it was downloaded");
 }
 
 void TPodcastTargetFile::Close() noexcept {

@@ -17,10 +17,12 @@ public:
     /// Opens or creates the file and locks it; what it holds stays as it is. The folder must exist. True when the file
     /// was created.
     bool Open(const QString& fileName);
-    /// Empties the file: from here on it is this download's.
+    /// Whether another program, or another download of this one, is writing the file.
+    static bool IsBeingWritten(const QString& fileName);
+    /// Empties the file, to be written from its start: from here on it is this download's.
     void Truncate();
     void Write(const char* data, std::size_t size);
-    /// Returns when everything written is on the disk.
+    /// Returns when everything written is on the disk. Throws when somebody has taken the file away.
     void Flush();
     void Close() noexcept;
     /// Takes the file away if Open created it or Truncate emptied it, and closes it.

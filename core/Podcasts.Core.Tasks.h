@@ -2,8 +2,11 @@
 // The client's two background tasks. Made and started by the client alone.
 
 #include "Podcasts.Core.h"
+#include "VEXA.Runtime.Http.h"
 
 #include <QString>
+
+#include <chrono>
 
 namespace podcasts {
 
@@ -50,11 +53,21 @@ private:
     struct Download;
     /// False when there is nothing to fetch: there is a file already, or the outcome says why there can be none.
     bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
+    /// Fetches the file, by as many connections as it takes.
     void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
+    /// One connection.
+    vexa::HttpErrorInfo Attempt(Download& download);
+    /// False when the body is of no use.
+    bool Accept(Download& download, const vexa::HttpResponseInfo& response);
     /// Opens the file once enough of the body has come to see that it is audio, and writes that. Throws for a web page.
-    void BeginFile(Download& download, bool isWhole);
-    /// Opens the file that the response goes to.
-    void OpenTarget(Download& download);
+    /// False when there is a whole file meanwhile.
+    bool BeginFile(Download& download, bool isWhole);
+    /// Opens the file that the response goes to; false when another download has made one meanwhile.
+    bool OpenTarget(Download& download);
+    /// Returns after `pause`, or as soon as the download is to stop.
+    void WaitForConnection(Download& download, std::chrono::milliseconds pause);
+    /// Whether the task is cancelled, or nobody waits for this file any more.
+    bool IsToStop(Download& download);
     /// Records the file, or takes it away when the outcome holds an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };

@@ -11,11 +11,14 @@
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <list>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -33,11 +36,15 @@ protected:
     ~IPodcastClientChangeListener() = default;
 };
 
+/// What the caption of a download begins with while its transfer, which has broken, waits for the next attempt.
+inline const QString kWaitingForConnection = QStringLiteral("waiting for the connection: ");
+
 /// Hears of downloads.
 struct IPodcastClientDownloadsListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{33D44065-4BBD-45D6-A0FE-A9A1647D1487}");
     virtual void DownloadsFinished() = 0;
-    /// Bytes received and the expected total (0 when unknown). Called on the downloading thread.
+    /// Bytes received and the expected total (0 when unknown); the caption may begin with kWaitingForConnection. Called
+    /// on the downloading thread.
     virtual void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) = 0;
     virtual void DownloadsStarted() = 0;
 
@@ -159,10 +166,16 @@ private:
     std::vector<Outcome> FItems;  // guarded by FMutex
 };
 
+/// Where the client reads the time. A test gives it clocks of its own.
+struct TPodcastClocks {
+    std::function<std::uint32_t()> TickCount = vexa::TickCount;
+    std::function<QDateTime()> Calendar = QDateTime::currentDateTimeUtc;
+};
+
 class TPodcastClient {
 public:
     /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
-    explicit TPodcastClient(const QString& dbFileName);
+    explicit TPodcastClient(const QString& dbFileName, TPodcastClocks clocks = {});
     /// Cancels the tasks and waits for them. Nobody is notified any more. Not to be called by a listener, for which a
     /// task waits.
     ~TPodcastClient();
@@ -178,8 +191,9 @@ public:
     /// Weak references to the client, null once it is being destroyed.
     const vexa::LinkSource<TPodcastClient>& Links() const noexcept { return FLinks; }
 
-    /// Tick count at which the last refresh of all feeds was requested.
+    /// When the last refresh of all feeds was requested: the tick count, and the calendar's time (invalid: unknown).
     std::uint32_t LastRefreshTime = 0;
+    QDateTime LastRefreshDate;
     vexa::TaskHandle RefreshTask() const noexcept { return FRefreshTask; }    // 0: none runs
     vexa::TaskHandle DownloadTask() const noexcept { return FDownloadTask; }  // 0: none runs
     vexa::Timer& UpdateTimer() noexcept { return *FUpdateTimer; }
@@ -190,6 +204,9 @@ public:
     void RefreshFeeds();
     void RefreshFeeds(const QStringList& feedURLs);
     void RefreshFeedsOnStartup();
+    /// All feeds, if the interval of the options has passed since the last time, by either clock. The update timer
+    /// calls it every ten minutes.
+    void RefreshFeedsIfDue();
     void CancelRefresh();
     /// One feed document; nothing when the location is none or the document no feed. Errors of loading are thrown only
     /// with `raiseErrors`. Any thread may call it.
@@ -242,6 +259,8 @@ private:
 
     /// What follows when a new feed is stored.
     void FeedSubscribed();
+    /// Whether this client has unsubscribed from the feed and left its files where they are. Any thread.
+    bool AreFilesKept(int feedID);
 
     void StartRefreshTask();
     void StartDownloadTask();
@@ -258,8 +277,8 @@ private:
     void NotifyDownloadsFinished();
 
     void OptionsChanged();
-    void UpdateTimerHandler();
 
+    const TPodcastClocks FClocks;
     std::unique_ptr<TPodcastListenerList> FListeners;
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
@@ -268,6 +287,7 @@ private:
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;
     TPodcastOutcomes<TPodcastDownloadOutcome> FDownloadOutcomes;
+    std::set<int> FFeedsWithKeptFiles;  // see AreFilesKept; guarded by the download queue's lock
 
     // Main thread only.
     vexa::TaskHandle FRefreshTask = 0;

@@ -7,8 +7,8 @@
 // for 0.15 s is "silent" and does not count among the 12; 60 silent ones are kept, and where there are
 // more, the one that has waited longest gives way, which counts as a time-out, if others are answered in a fraction of
 // its time. Of a server that has timed out and never answered, nothing more is asked: its other addresses fail at once.
-// Documents that have arrived wait in memory until they are taken: 64 MiB in all, arriving parts included. Beyond that
-// nothing is begun, and what arrives is held back, but for the document that is awaited.
+// Documents that have arrived wait in memory until they are taken: 48 MiB, arriving parts included. Beyond that nothing
+// is begun, and what arrives is held back, but for the document that is awaited.
 //
 // Redirects, limits of a transfer and messages are those of HttpGet.
 
@@ -29,7 +29,7 @@ struct HttpFetcherLimits {
     int AllTogether = 500;  // of all kinds; each needs a file descriptor
     std::chrono::milliseconds SilentAfter{150};
     std::chrono::milliseconds GivesWayAfter{1500};
-    qint64 HeldBytes = 64 * 1024 * 1024;
+    qint64 HeldBytes = 48 * 1024 * 1024;  // and what the library has unpacked of transfers that are held back
 };
 
 /// One document to fetch.

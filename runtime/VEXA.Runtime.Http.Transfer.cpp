@@ -1,5 +1,6 @@
 #include "VEXA.Runtime.Http.Transfer.h"
 
+#include "VEXA.Runtime.Http.Proxy.h"
 #include "VEXA.Runtime.Version.h"
 
 #include <QUrl>
@@ -82,6 +83,7 @@ QString ReasonPhrase(int status) {
         {404, "Not Found"},
         {405, "Method Not Allowed"},
         {406, "Not Acceptable"},
+        {407, "Proxy Authentication Required"},
         {408, "Request Timeout"},
         {410, "Gone"},
         {416, "Range Not Satisfiable"},
@@ -103,6 +105,8 @@ QString CurlReason(CURLcode code, const char* detail) {
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST:
             return QStringLiteral("the server's name could not be resolved");
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return QStringLiteral("the proxy's name could not be resolved");
         case CURLE_COULDNT_CONNECT:
             return QStringLiteral("the server could not be reached (connection refused or no route)");
         case CURLE_OPERATION_TIMEDOUT:
@@ -189,6 +193,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
         Set(CURLOPT_PASSWORD, password.constData());
     }
     Set(CURLOPT_URL, url.toEncoded().constData());
+    SetHttpProxy(FEasy, url);
     Set(CURLOPT_SHARE, Share::Handle());
     Set(CURLOPT_USERAGENT, kUserAgent);
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
@@ -409,8 +414,9 @@ void HttpTransfer::NoteHop(const QString& statusLine) {
 void HttpTransfer::NoteRedirect(const QString& location) {
     const char* address = nullptr;
     curl_easy_getinfo(FEasy, CURLINFO_EFFECTIVE_URL, &address);
-    const QUrl here(QString::fromUtf8(address)), own(FRequest.Url);
-    SetHeaders(IsSameOrigin(here.resolved(QUrl(location)), own) && IsSameOrigin(here, own));
+    const QUrl here(QString::fromUtf8(address)), own(FRequest.Url), next = here.resolved(QUrl(location));
+    SetHttpProxy(FEasy, next);
+    if (!FRequest.Conditions.isEmpty()) SetHeaders(IsSameOrigin(next, own) && IsSameOrigin(here, own));
 }
 
 bool HttpTransfer::Write(const char* data, std::size_t size) {
@@ -456,8 +462,7 @@ std::size_t HttpTransfer::HeaderCallback(char* data, std::size_t size, std::size
             transfer.NoteHop(text);
             return true;
         });
-    } else if (!transfer.FRequest.Conditions.isEmpty() &&
-               line.first(std::min<qsizetype>(line.size(), 9)).compare("location:", Qt::CaseInsensitive) == 0) {
+    } else if (line.first(std::min<qsizetype>(line.size(), 9)).compare("location:", Qt::CaseInsensitive) == 0) {
         transfer.Guarded([&] {
             transfer.NoteRedirect(QString::fromUtf8(line.sliced(9)).trimmed());
             return true;

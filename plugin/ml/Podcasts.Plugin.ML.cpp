@@ -9,8 +9,7 @@
 #include "apiWrappersUI.h"
 
 #include <QFile>
-
-#include <algorithm>
+#include <QLocale>
 
 namespace podcasts {
 
@@ -24,6 +23,7 @@ const QString kCaptionKey = QStringLiteral("Podcasts\\Caption");
 const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
 const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
+const QString kWaitingKey = QStringLiteral("Podcasts\\MSG18");
 
 QByteArray TrayIconBytes() {
     QFile file(ResourcePath(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
@@ -192,14 +192,20 @@ void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
 }
 
 void TVEXAPodcastsMLExtension::DownloadsStarted() {
+    FWaitingFormat = LocalizedText(kWaitingKey);
     FTasks.StartTask(TaskKind::Downloads, kDownloadKey, [link = FClient] {
         if (TPodcastClient* const client = link.Get()) client->CancelDownloads();
     });
 }
 
 void TVEXAPodcastsMLExtension::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
-    const double percent = static_cast<double>(position) * 100 / static_cast<double>(std::max<std::int64_t>(size, 1));
-    FTasks.UpdateTask(TaskKind::Downloads, QString::number(static_cast<qint64>(percent)) + u"% - " + caption);
+    // Of a file whose size is not known the percentage is not known either: what has arrived is shown in its place.
+    const QString share =
+        size > 0 ? QString::number(position * 100 / size) + u'%' : QLocale().formattedDataSize(position);
+    const bool isWaiting = caption.startsWith(kWaitingForConnection) && FWaitingFormat.contains(QLatin1String("%s"));
+    const QString shown =
+        isWaiting ? FormatText(FWaitingFormat, caption.sliced(kWaitingForConnection.size())) : caption;
+    FTasks.UpdateTask(TaskKind::Downloads, share + u" - " + shown);
 }
 
 void TVEXAPodcastsMLExtension::DownloadsFinished() {

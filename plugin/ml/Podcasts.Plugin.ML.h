@@ -99,6 +99,7 @@ private:
     vexa::Link<TPodcastClient> FClient;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
+    QString FWaitingFormat;  // of the caption; written before a download task begins, and read by that
     vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // between Initialize and Finalize
     std::unique_ptr<vexa::NotificationIcon> FTrayIcon;    // from the first notification on
 };

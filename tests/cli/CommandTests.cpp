@@ -48,7 +48,8 @@ TEST_F(Program, AFeedIsSubscribedListedRefreshedAndEnded) {
     const Result refreshed = Run("refresh");
     EXPECT_EQ(refreshed.Status, 0);
     EXPECT_TRUE(refreshed.Out.startsWith(u"Show: 1 new episode\n1 new episode:\n1:")) << refreshed.Out.toStdString();
-    EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains("CheckUpdatesLastTime="));
+    for (const char* key : {"CheckUpdatesLastTime=", "CheckUpdatesLastDate=2"})
+        EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains(key)) << key;
     const QJsonObject feed{{"id", 1},  {"title", "Show"}, {"address", address},
                            {"new", 3}, {"postponed", 0},  {"episodes", 3}};
     EXPECT_EQ(Json("feeds").array(), QJsonArray{feed});

@@ -1,6 +1,7 @@
 // Servers that misbehave at every stage of an answer, met by a refresh and by a download.
 
 #include "ClientTests.h"
+#include "Podcasts.Core.Resuming.h"
 #include "VEXA.Runtime.Http.h"
 
 #include <QProcess>
@@ -16,8 +17,12 @@ protected:
         Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
         Client->UpdateState(Key("/good.mp3"), pesPostponed);
         Server.Serve("/good.mp3", Response::Of("sound", "audio/mpeg"));
+        SetDownloadPauseUnit(std::chrono::milliseconds(1));
     }
-    ~ClientFaults() override { vexa::SetHttpTimeouts({}); }
+    ~ClientFaults() override {
+        vexa::SetHttpTimeouts({});
+        SetDownloadPauseUnit(std::chrono::seconds(1));
+    }
 
     void Serve(const QString& path, Response response) {
         response.Head.replace("SELF", path.toUtf8());

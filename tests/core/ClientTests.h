@@ -24,13 +24,18 @@ class Listener final : public vexa::RefCountedObject<IPodcastClientChangeListene
 public:
     QStringList Events;  // but for the progress
     std::function<void(const QString&)> OnEvent;
-    QString Progress;  // the last; written on the download's thread
+    /// The last. Any thread may call it.
+    QString Progress() const {
+        const std::lock_guard lock(FMutex);
+        return FProgress;
+    }
 
     void DataChanged() override { Note("changed"); }
     void DownloadsStarted() override { Note("downloads started"); }
     void DownloadsFinished() override { Note("downloads finished"); }
     void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override {
-        Progress = QString("%1 of %2: ").arg(position).arg(size) + caption;
+        const std::lock_guard lock(FMutex);
+        FProgress = QString("%1 of %2: ").arg(position).arg(size) + caption;
     }
     void RefreshFeedsStarted() override { Note("refresh started"); }
     void RefreshFeed(const QString& feedURL) override { Note("feed /" + feedURL.section('/', 3)); }
@@ -41,6 +46,9 @@ private:
         Events += event;
         if (OnEvent) OnEvent(event);
     }
+
+    mutable std::mutex FMutex;
+    QString FProgress;  // guarded by FMutex
 };
 
 /// While it lives, no file grows beyond its bytes: a disk that takes no more.

@@ -1,4 +1,5 @@
 #include "ClientTests.h"
+#include "PlainSqlite.h"
 #include "Podcasts.Core.TargetFile.h"
 
 namespace podcasts {
@@ -29,7 +30,7 @@ TEST_F(ClientDownload, TakesTheEpisodeQueuedLastFirstAndRecordsEachFile) {
     Download({Key("/3.mp3"), Key("/2.mp3"), Key("/1.mp3"), "podcast://unknown"});
     EXPECT_EQ(Server.Paths(), paths);
     EXPECT_EQ(Heard->Events.join('|'), "downloads started|downloads finished|changed");
-    EXPECT_EQ(Heard->Progress, "700006 of 700006: a - Third");
+    EXPECT_EQ(Heard->Progress(), "700006 of 700006: a - Third");
     for (const QString& path : paths) {
         EXPECT_EQ(CachedFile(path), AudioFile("a" + path));
         EXPECT_TRUE(ReadWhole(CachedFile(path)) == sound + path.toUtf8());
@@ -69,8 +70,8 @@ TEST_F(ClientDownload, LeavesNoFileAndNoRecordWhenItFailsAndGoesOn) {
     ServeAudio({"/good.mp3"});
     const Response audio = Response::Of(QByteArray(100'000, 's'), "audio/mpeg");
     for (const Response& response :
-         {audio.With(Fault::Close, 50'000), audio.With(Fault::Reset, 50'000), audio.With(Fault::Close),
-          Response::Failure("404 Not Found"), Response::Failure("500 Internal Server Error"),
+         {Response::Of("", "audio/mpeg"), audio.With(Fault::Close, 50'000), audio.With(Fault::Reset, 50'000),
+          audio.With(Fault::Close), Response::Failure("404 Not Found"), Response::Failure("500 Internal Server Error"),
           Response::Redirect("/bad.mp3"), Response::Redirect("file:///etc/passwd")}) {
         Server.Serve("/bad.mp3", response);
         Client->DB().SetCachedFile(Key("/good.mp3"), {});
@@ -122,8 +123,7 @@ TEST_F(ClientDownload, TakesNoWebPageForAudioAndTouchesNothingForOne) {
     const std::pair<QByteArray, QByteArray> sounds[] = {{"ID3 sound", "text/html"},
                                                         {"\1\2\3\4ftypM4A", "application/json"},
                                                         {"<sound> that is no page", "audio/mpeg"},
-                                                        {"  ", "audio/mpeg"},
-                                                        {"", "audio/mpeg"}};
+                                                        {"  ", "audio/mpeg"}};
     for (const auto& [body, type] : sounds) {
         Server.Serve("/2.mp3", Response::Of(body, type));
         Client->DB().SetCachedFile(Key("/2.mp3"), {});
@@ -149,6 +149,27 @@ TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst)
     EXPECT_EQ(CachedFile("/2/audio.mp3"), second) << "its own name again";
     EXPECT_EQ(ReadWhole(second), "sound");
     EXPECT_EQ(ReadWhole(AudioFile("a/audio.mp3")), "/1/audio.mp3");
+}
+
+TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Close, 3));
+    const QString unmounted = Folder.File("unmounted.mp3"), own = AudioFile("a/1.mp3");
+    const auto recordAfter = [&](const QString& recorded) {
+        Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
+        Download({Key("/1.mp3")});
+        EXPECT_EQ(Files(), QStringList());
+        return CachedFile("/1.mp3");
+    };
+    EXPECT_EQ(recordAfter(unmounted), unmounted);
+    EXPECT_EQ(recordAfter(own), "") << "its beginning was there";
+    // Another program begins the recorded file while this one fetches it under another name.
+    Client->DB().SetCachedFile(Key("/1.mp3"), unmounted);
+    StartAndStall({Key("/1.mp3")}, "/1.mp3", own);
+    TPodcastTargetFile other;
+    other.Open(unmounted);
+    Client->CancelDownloads();
+    EXPECT_EQ(CachedFile("/1.mp3"), "");
 }
 
 TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTakesNoMore) {
@@ -211,6 +232,114 @@ TEST_F(ClientDownload, TakesNoEpisodeOfAFeedUnsubscribedMeanwhile) {
     EXPECT_EQ(Server.Paths(), QStringList({"/2.mp3", "/1.mp3"}));
     EXPECT_EQ(Files(), QStringList("1.mp3"));
     EXPECT_FALSE(QFile::exists(AudioFile("b/2.mp3")));
+}
+
+TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles) {
+    struct {
+        bool ByThisClient, WithFiles;
+        QStringList Files;
+    } const rows[] = {{true, true, {}}, {false, true, {}}, {false, false, {}}, {true, false, {"1.mp3"}}};
+    for (const auto& [byThisClient, withFiles, files] : rows) {
+        Subscribe("a", {{"1", "/1.mp3"}});
+        StartAndStall({Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
+        TPodcastClient other(Folder.File("Podcasts.db"));
+        EXPECT_EQ((byThisClient ? *Client : other).Unsubscribe(Server.Url("/a"), withFiles), QStringList());
+        // A transfer that nobody waits for ends by itself, and one whose file is to stay goes on.
+        if (!files.isEmpty()) Server.Release("/1.mp3");
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(Files(), files);
+        EXPECT_EQ(LastError(), files.isEmpty() ? "the episode is not stored any more" : "");
+    }
+}
+
+TEST_F(ClientDownload, AFileThatIsRecordedWhileItsFeedIsUnsubscribedGoesWithTheOthers) {
+    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
+    const QString first = AudioFile("a/1.mp3"), second = AudioFile("a/2.mp3");
+    for (const QString& file : {first, second}) WriteWhole(file, "sound");
+    Client->DB().SetCachedFile(Key("/1.mp3"), first);
+    // A download of another program records the second file once the first one is in the trash.
+    std::thread download([&] {
+        PlainSqlite db(Folder.File("Podcasts.db"));
+        db.Run("BEGIN IMMEDIATE");
+        WriteWhole(Folder.File("locked"), {});
+        while (QFile::exists(first)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        db.Run(("UPDATE PodcastEpisodes SET URLAudioCached = '" + second + "' WHERE GUID GLOB '2'; COMMIT").toUtf8());
+    });
+    while (!QFile::exists(Folder.File("locked"))) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Client->Unsubscribe(Server.Url("/a"), true);
+    download.join();
+    EXPECT_EQ(Files(), QStringList());
+}
+
+TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    const QString file = AudioFile("a/1.mp3");
+    Client->DB().SetCachedFile(Key("/1.mp3"), file);
+    // Both programs have seen that the file is gone. The one of "/late" hears from its server when the other one has
+    // begun the file.
+    Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Redirect("/early")});
+    Server.Serve("/late", Response::Of("sound", "audio/mpeg").With(Fault::Wait));
+    Server.Serve("/early", Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
+    TPodcastClient late(Folder.File("Podcasts.db"));
+    late.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
+    const auto lateError = [&] {
+        EXPECT_TRUE(tests::WaitUntil([&] { return late.DownloadTask() == 0; }));
+        return late.DownloadOutcomes().From().at(0).Error.toStdString();
+    };
+    late.DownloadEpisode(Key("/1.mp3"));
+    ASSERT_TRUE(WaitForRequest("/late"));
+    Client->DownloadEpisode(Key("/1.mp3"));
+    ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(file).size() == 3; }));
+    Server.Release("/late");
+    EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
+    EXPECT_EQ(CachedFile("/1.mp3"), "");
+    // Nor does one that begins now, or has only just read the row, take the beginning for the file.
+    late.DownloadEpisode(Key("/1.mp3"));
+    EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
+    TPodcastEpisode before = Episode("/1.mp3");
+    before.Fields[pefURLAudioCached] = file;
+    EXPECT_FALSE(Client->DB().SetFoundFileOfRow(before, file));
+    EXPECT_EQ(CachedFile("/1.mp3"), "");
+    Server.Release("/early");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(CachedFile("/1.mp3"), file);
+    EXPECT_EQ(ReadWhole(file), "sound");
+}
+
+TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
+    Subscribe("a", {{"1", "/1/audio.mp3"}, {"2", "/2/audio.mp3"}});
+    Client->DB().SetCachedFile(Key("/1/audio.mp3"), AudioFile("a/gone.mp3"));
+    TPodcastTargetFile other;  // of the second episode
+    WriteWhole(AudioFile("a/audio.mp3"), {});
+    other.Open(AudioFile("a/audio.mp3"));
+    ServeAudio({"/1/audio.mp3"});
+    Download({Key("/1/audio.mp3")});
+    EXPECT_TRUE(LastError().starts_with("another program is writing the file")) << LastError();
+    EXPECT_EQ(CachedFile("/1/audio.mp3"), AudioFile("a/gone.mp3"));
+}
+
+TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    const QString file = AudioFile("a/1.mp3");
+    TPodcastClient other(Folder.File("Podcasts.db"));
+    other.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
+    for (const QString& recorded : {QString(), file, AudioFile("a/gone.mp3")}) {
+        QFile::remove(file);
+        Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
+        Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Of("sound", "audio/mpeg")});
+        Server.Serve("/late", Response::Of("other", "audio/mpeg").With(Fault::Wait));
+        Server.Forget();
+        Client->DownloadEpisode(Key("/1.mp3"));
+        ASSERT_TRUE(WaitForRequest("/late"));
+        other.DownloadEpisode(Key("/1.mp3"));
+        ASSERT_TRUE(tests::WaitUntil([&] { return other.DownloadTask() == 0; }));
+        Server.Release("/late");
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(LastError(), "");
+        EXPECT_EQ(Client->DownloadOutcomes().From().at(0).FileName, file);
+        EXPECT_EQ(Files(), QStringList("1.mp3"));
+        EXPECT_EQ(ReadWhole(CachedFile("/1.mp3")), "sound");
+    }
 }
 
 TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {

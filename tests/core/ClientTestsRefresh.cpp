@@ -33,6 +33,38 @@ TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
     EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /gamma|feed /beta|feed /alpha");
 }
 
+TEST_F(ClientRefresh, ComesDueByEitherClockWhenAnHourADayOrAWeekHasPassed) {
+    QDateTime now(QDate(2024, 8, 30), QTime(10, 0), Qt::UTC);
+    std::uint32_t ticks = 5;
+    TPodcastClient client(Folder.File("Other.db"), {[&] { return ticks; }, [&] { return now; }});
+    const auto isDue = [&] {
+        client.RefreshFeedsIfDue();
+        const bool isRunning = client.RefreshTask() != 0;
+        EXPECT_TRUE(tests::WaitUntil([&] { return client.RefreshTask() == 0; }));
+        return isRunning;
+    };
+    EXPECT_TRUE(isDue()) << "it is not known when the last one was";
+    EXPECT_EQ(client.LastRefreshTime, ticks);
+    EXPECT_EQ(client.LastRefreshDate, now);
+    constexpr qint64 kHour = 60 * 60;
+    for (const auto& [option, seconds] : {std::pair(1, kHour), {2, 24 * kHour}, {3, 7 * 24 * kHour}}) {
+        client.Options().SetCheckUpdates(static_cast<std::uint8_t>(option));
+        // While the machine is off only the calendar goes on, and ticks begin anew.
+        ticks = 5;
+        now = now.addSecs(seconds);
+        EXPECT_FALSE(isDue()) << option;
+        now = now.addSecs(1);
+        EXPECT_TRUE(isDue()) << option;
+        // The calendar may stand still.
+        ticks += static_cast<std::uint32_t>(1000 * seconds);
+        EXPECT_FALSE(isDue()) << option;
+        EXPECT_TRUE((++ticks, isDue())) << option;
+        now = now.addSecs(-1);
+        EXPECT_TRUE(isDue()) << option << ": set back";
+        EXPECT_FALSE(isDue()) << option;
+    }
+}
+
 TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlderNames) {
     Subscribe("a", {{"1", "/old.mp3?t=1"}});
     const QString oldKey = Key("/old.mp3?t=1");

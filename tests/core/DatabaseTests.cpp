@@ -297,6 +297,51 @@ TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
     EXPECT_FALSE(DB.GetFeedLogo(6, read));
 }
 
+TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
+    const int id = Store(kFeed, "a"), other = Store("http://h/2", "x");
+    const auto read = DB.GetEpisode(MakeEpisodeKey(id, "a"));
+    const auto rows = [&] { return Rows("SELECT FeedID, GUID, URLAudioCached FROM PodcastEpisodes ORDER BY 1, 2"); };
+    const auto add = [&](qint64 row, int feed, const QString& guid, const QString& uri) {
+        Other.Run(
+            u"INSERT INTO PodcastEpisodes (rowid, FeedID, GUID, URI, URLAudioCached) VALUES (%1, %2, '%3', '%4', '')"_s
+                .arg(row)
+                .arg(feed)
+                .arg(guid, uri)
+                .toUtf8());
+    };
+    DB.Remove(other);
+    // Wherever a merge moves the row.
+    TPodcastFeed feed;
+    feed.Fields[pffURLFeed] = kFeed;
+    AddEpisode(feed, "b", read->Fields[pefURLAudio], read->PublishDate).Fields[pefTitle] = read->Fields[pefTitle];
+    DB.Merge(feed);
+    EXPECT_TRUE(DB.SetCachedFileOfRow(*read, "/f"));
+    EXPECT_EQ(rows(), QStringList("1|b|/f"));
+    EXPECT_FALSE(DB.ReplaceCachedFileOfRow(*read, "", "/g"));
+    EXPECT_TRUE(DB.ReplaceCachedFileOfRow(*read, "/f", ""));
+    EXPECT_EQ(DB.GetCachedFileOfRow(*read), "");
+    // The row goes, and another episode gets its id.
+    Other.Run("DELETE FROM PodcastEpisodes");
+    add(read->RowID, id, "c", "u");
+    EXPECT_FALSE(DB.SetCachedFileOfRow(*read, "/f"));
+    EXPECT_FALSE(DB.GetCachedFileOfRow(*read));
+    EXPECT_EQ(rows(), QStringList("1|c|"));
+    // Another program writes the row anew.
+    add(99, id, "a", "moved");
+    EXPECT_TRUE(DB.SetCachedFileOfRow(*read, "/f"));
+    EXPECT_EQ(rows(), QStringList({"1|a|/f", "1|c|"}));
+    // A file that was found is also that of other feeds' rows, while the row has the audio that they have.
+    Other.Run("DELETE FROM PodcastEpisodes");
+    add(read->RowID, id, "a", "moved");
+    add(99, other, "x", read->Fields[pefURI]);
+    EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/f"));
+    EXPECT_EQ(rows(), QStringList({"1|a|/f", "2|x|"}));
+    EXPECT_FALSE(DB.SetFoundFileOfRow(*read, "/g")) << "it records another one since it was read";
+    Other.Run("UPDATE PodcastEpisodes SET URI = '" + read->Fields[pefURI].toUtf8() + "', URLAudioCached = ''");
+    EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/g"));
+    EXPECT_EQ(rows(), QStringList({"1|a|/g", "2|x|/g"}));
+}
+
 TEST_F(Database, RecordsOfFilesThatAreGoneAreBlankedAndOthersStay) {
     const int id = Store(kFeed, "abcd");
     const QString there = Folder.File("it's.mp3");

@@ -85,6 +85,32 @@ TEST(ConfigKeys, EveryOptionIsReadAssignedAndWritten) {
     for (const auto& [key, value] : changed.Values) EXPECT_EQ(written.Values[key], value) << key.toStdString();
 }
 
+TEST(ConfigKeys, TheTimeOfTheLastRefreshIsATickCountAndADateInUTC) {
+    tests::TempFolder folder;
+    const QDateTime now(QDate(2024, 8, 30), QTime(10, 0), Qt::UTC);
+    TPodcastClient client(folder.File("Podcasts.db"));
+    MapConfig config;
+    const auto written = [&]() -> QString {
+        WritePodcastConfig(config, client);
+        return config.Values[u"Podcasts\\CheckUpdatesLastTime"_s] + ' ' +
+               config.Values[u"Podcasts\\CheckUpdatesLastDate"_s];
+    };
+    EXPECT_EQ(written(), "0 ");
+    client.LastRefreshTime = 77;
+    client.LastRefreshDate = now;
+    EXPECT_EQ(written(), "77 2024-08-30T10:00:00Z");
+    const std::pair<QString, QDateTime> texts[] = {{"2024-08-30T10:00:00Z", now},
+                                                   {"2024-08-30T12:00:00+02:00", now},
+                                                   {"2024-08-30T10:00:00", now},
+                                                   {"", {}},
+                                                   {"yesterday", {}}};
+    for (const auto& [text, date] : texts) {
+        config.Values[u"Podcasts\\CheckUpdatesLastDate"_s] = text;
+        ReadPodcastConfig(config, client);
+        EXPECT_EQ(client.LastRefreshDate, date) << text.toStdString();
+    }
+}
+
 TEST(UpdateTimer, ARefreshIsDueOnlyAfterTheIntervalAndTheCounterWraps) {
     constexpr std::uint32_t hour = 3600000, top = 0xFFFFFFFF;
     const std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, bool> cases[] = {

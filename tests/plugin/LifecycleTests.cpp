@@ -115,10 +115,13 @@ TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
     EXPECT_EQ(Setting("CheckUpdatesLastTime"), "0");
     EXPECT_TRUE(Setting("CacheFileNameTemplate").endsWith("%FeedTitle%\\%EpisodeFileName%"));
 
-    WriteSettings("[Podcasts]\nCheckUpdates=0\nCheckUpdatesLastTime=77\nMarkEpisodesListenedOnStartPlayback=2\n");
+    WriteSettings(
+        "[Podcasts]\nCheckUpdates=0\nCheckUpdatesLastTime=77\nCheckUpdatesLastDate=2024-08-30T10:00:"
+        "00Z\nMarkEpisodesListenedOnStartPlayback=2\n");
     { EXPECT_EQ(Load(*NewHost()), S_OK); }
     EXPECT_EQ(Setting("CheckUpdates"), "0");
     EXPECT_EQ(Setting("CheckUpdatesLastTime"), "77");
+    EXPECT_EQ(Setting("CheckUpdatesLastDate"), "2024-08-30T10:00:00Z");
     EXPECT_EQ(Setting("MarkEpisodesListenedOnStartPlayback"), "1");
 }
 
@@ -146,6 +149,9 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
     EXPECT_TRUE(WaitUntil([&] { return server.Count("/feed") == 1; }));
+    EXPECT_EQ(host->UnloadPlugins(), QString());
+    const QDateTime noted = QDateTime::fromString(Setting("CheckUpdatesLastDate"), Qt::ISODate);
+    EXPECT_LT(std::abs(noted.secsTo(QDateTime::currentDateTimeUtc())), 3600);
 }
 
 TEST_F(Lifecycle, EndsWhileHostThreadsAskAndALogoNeverArrives) {

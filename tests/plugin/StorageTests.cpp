@@ -206,6 +206,19 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     tasks[0].Cancel->OnExecute(nullptr);
     EXPECT_TRUE(Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty());
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
+    // Of a size that the server does not tell.
+    Server.Serve("/A1.mp3",
+                 Response{"HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\n\r\n", audio}.With(Fault::Wait, 102'400));
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
+    const QString shown = QLocale().formattedDataSize(102'400) + u" - ";
+    EXPECT_TRUE(WaitUntil([&] { return caption().contains(shown); })) << caption().toStdString();
+    // And one whose connection breaks.
+    Host.Library().Tasks("VEXA.Podcasts.ML.Storage")[0].Cancel->OnExecute(nullptr);
+    Host.Language().Switch("German");
+    Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Close, 100'000));
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
+    EXPECT_TRUE(WaitUntil([&] { return caption().contains("50% - warte auf die Verbindung: "); }))
+        << caption().toStdString();
 }
 
 TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {

@@ -56,14 +56,11 @@ protected:
         for (int server = 0; server < kServers; ++server) count += Requests(server);
         return count;
     }
-    /// Once no more requests come.
-    int SettledRequests() {
-        int before = -1;
-        while (before != AllRequests()) {
-            before = AllRequests();
-            std::this_thread::sleep_for(150ms);
-        }
-        return before;
+    /// Whether so many requests come, and then no more.
+    bool ComeTo(int count) {
+        if (!tests::WaitUntil([&] { return AllRequests() >= count; })) return false;
+        std::this_thread::sleep_for(150ms);
+        return AllRequests() == count;
     }
     HttpErrorInfo Take(const QString& address) { return Fetcher->Take(address, {}).Outcome; }
 
@@ -75,16 +72,16 @@ protected:
 TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsTaken) {
     Start();
     Want(Addresses());
-    EXPECT_EQ(SettledRequests(), 12);
+    EXPECT_TRUE(ComeTo(12));
     for (int server = 0; server < 4; ++server) EXPECT_EQ(Requests(server), 3) << server;
     EXPECT_EQ(Requests(4), 0);
     Servers[0].Release("/1");
     EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
-    EXPECT_EQ(SettledRequests(), 13);
+    EXPECT_TRUE(ComeTo(13));
     EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
     // What is not wanted any more makes room, too.
     Want({Servers[4].Url("/7")});
-    EXPECT_EQ(SettledRequests(), 14);
+    EXPECT_TRUE(ComeTo(14));
     EXPECT_EQ(Servers[4].Count("/7"), 1);
 }
 
@@ -97,7 +94,7 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_EQ(SettledRequests(), 4) << "as many as may be silent, and nobody has answered to compare them with";
+    EXPECT_TRUE(ComeTo(4)) << "as many as may be silent, and nobody has answered to compare them with";
     EXPECT_GE(Fetcher->SilenceOf(addresses[0]), 100ms);
     EXPECT_GE(Fetcher->SilenceOf(addresses[5]), 100ms) << "waits for a server that is silent";
     EXPECT_EQ(Fetcher->SilenceOf(addresses.last()), 0ms) << "not asked yet";
@@ -129,9 +126,10 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     const auto ready = [&] {
         return std::count_if(addresses.begin(), addresses.end(), [&](auto& one) { return Fetcher->IsReady(one); });
     };
-    EXPECT_LE(SettledRequests(), 12);
+    ASSERT_TRUE(tests::WaitUntil([&] { return ready() >= 1; }));
+    std::this_thread::sleep_for(150ms);
+    EXPECT_LE(AllRequests(), 3 + 12) << "those that are there, and those that are on their way";
     EXPECT_LE(ready(), 3);
-    EXPECT_GE(ready(), 1);
     // From the end, against the order in which they were begun.
     for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {
         const HttpFetched fetched = Fetcher->Take(*address, {});
@@ -164,12 +162,12 @@ TEST_F(HttpFetching, EndsAtOnceWithAllTransfersOnTheirWay) {
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_EQ(SettledRequests(), 12);
+    EXPECT_TRUE(ComeTo(12));
     bool isAsked = false;
     const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
     EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
     Fetcher.reset();
-    EXPECT_EQ(SettledRequests(), 12);
+    EXPECT_TRUE(ComeTo(12));
 }
 
 }  // namespace

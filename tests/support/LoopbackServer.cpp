@@ -30,6 +30,15 @@ QByteArray ReceiveHead(int socket) {
     return head;
 }
 
+/// The value of a header of a request or an answer; empty without one.
+QByteArray HeaderOf(const QByteArray& head, const QByteArray& name) {
+    for (const QByteArray& line : head.split('\n'))
+        if (const qsizetype colon = line.indexOf(':');
+            colon > 0 && line.first(colon).compare(name, Qt::CaseInsensitive) == 0)
+            return line.sliced(colon + 1).trimmed();
+    return {};
+}
+
 }  // namespace
 
 Response Response::Of(const QByteArray& body, const QByteArray& type, const QByteArray& status,
@@ -48,23 +57,27 @@ Response Response::WithRanges() const {
 
 Response Response::WithETag(const QByteArray& etag) const {
     Response response = *this;
-    response.ETag = etag;
     response.Head.chop(2);
     response.Head += "ETag: " + etag + "\r\n\r\n";
     return response;
 }
 
 Response Response::To(const QByteArray& requestHead) const {
-    if (!ETag.isEmpty() && requestHead.contains(QByteArray("\r\nIf-None-Match: " + ETag + "\r\n")))
-        return Of({}, {}, "304 Not Modified", "ETag: " + ETag + "\r\n");
-    static const QByteArray kRange = "\r\nrange: bytes=";
-    const qsizetype at = HasRanges ? requestHead.toLower().indexOf(kRange) : -1;
-    if (at < 0) return *this;
-    const qsizetype first = requestHead.sliced(at + kRange.size()).split('-')[0].toLongLong();
+    const QByteArray tag = HeaderOf(Head, "etag");
+    if (!tag.isEmpty() && HeaderOf(requestHead, "if-none-match") == tag)
+        return Of({}, {}, "304 Not Modified", "ETag: " + tag + "\r\n");
+    const QByteArray range = HeaderOf(requestHead, "range"), version = HeaderOf(requestHead, "if-range");
+    const bool isOther =
+        !version.isEmpty() && version != HeaderOf(Head, "etag") && version != HeaderOf(Head, "last-modified");
+    if (!HasRanges || !range.startsWith("bytes=") || isOther) return *this;
+    const qsizetype first = range.sliced(6).split('-')[0].toLongLong();
     const QByteArray last = QByteArray::number(Body.size() - 1), size = QByteArray::number(Body.size());
-    return Of(
-        Body.sliced(std::min(first, Body.size())), "application/octet-stream", "206 Partial Content",
-        "Accept-Ranges: bytes\r\nContent-Range: bytes " + QByteArray::number(first) + '-' + last + '/' + size + "\r\n");
+    QByteArray headers =
+        "Accept-Ranges: bytes\r\nContent-Range: bytes " + QByteArray::number(first) + '-' + last + '/' + size + "\r\n";
+    for (const char* name : {"ETag", "Last-Modified", "Date"})
+        if (const QByteArray value = HeaderOf(Head, name); !value.isEmpty()) headers += name + (": " + value) + "\r\n";
+    return Of(Body.sliced(std::min(first, Body.size())), "application/octet-stream", "206 Partial Content", headers)
+        .With(What, FaultAfter);
 }
 
 LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -92,9 +105,9 @@ LoopbackServer::~LoopbackServer() {
     close(FListener);
 }
 
-void LoopbackServer::Serve(const QString& path, const Response& response) {
+void LoopbackServer::ServeInTurn(const QString& path, const std::vector<Response>& responses) {
     const std::lock_guard lock(FMutex);
-    FResponses[path] = response;
+    FResponses[path].assign(responses.begin(), responses.end());
     FReleased.erase(path);
 }
 
@@ -129,7 +142,9 @@ void LoopbackServer::Talk(int socket, int connection) {
         const QString path = head.split(' ').value(1);
         lock.lock();
         FRequests.push_back({head, path, connection});
-        const Response response = FResponses.contains(path) ? FResponses[path] : Response::Failure("404 Not Found");
+        auto& responses = FResponses[path];
+        const Response response = responses.empty() ? Response::Failure("404 Not Found") : responses.front();
+        if (responses.size() > 1) responses.pop_front();
         lock.unlock();
         isOpen = Answer(socket, path, response.To(head));
     }
@@ -141,7 +156,8 @@ void LoopbackServer::Talk(int socket, int connection) {
 bool LoopbackServer::Answer(int socket, const QString& path, const Response& response) {
     const QByteArray answer = response.Head + response.Body;
     if (response.What == Fault::None) return SendAll(socket, answer);
-    const qsizetype sent = response.FaultAfter < 0 ? 0 : response.Head.size() + response.FaultAfter;
+    const qsizetype sent =
+        response.FaultAfter < 0 ? 0 : std::min(response.Head.size() + response.FaultAfter, answer.size());
     if (!SendAll(socket, answer.first(sent))) return false;
     if (response.What == Fault::Repeat) {
         QByteArray rest = answer.sliced(sent);

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <set>
@@ -27,9 +28,10 @@ enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 struct Response {
     QByteArray Head, Body;
     Fault What = Fault::None;
-    int FaultAfter = -1;     // how much of the body goes out before the fault; not even the head when negative
-    bool HasRanges = false;  // a request for the rest from a byte on gets that
-    QByteArray ETag{};       // a request that names it gets 304
+    int FaultAfter = -1;  // how much of the body goes out before the fault; not even the head when negative
+    /// A request for the rest from a byte on gets that, unless it is meant for another version: one with another ETag
+    /// or time of change. FaultAfter counts from the first byte that goes out.
+    bool HasRanges = false;
 
     static Response Of(const QByteArray& body, const QByteArray& type = "application/rss+xml",
                        const QByteArray& status = "200 OK", const QByteArray& moreHeaders = {});
@@ -39,7 +41,8 @@ struct Response {
     static Response Redirect(const QByteArray& to, const QByteArray& status = "302 Found") {
         return Failure(status, "Location: " + to + "\r\n");
     }
-    Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges, ETag}; }
+    Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges}; }
+    /// A request that names it gets 304.
     Response WithETag(const QByteArray& etag) const;
     Response WithRanges() const;
     /// The answer to a request with this head.
@@ -53,7 +56,9 @@ public:
 
     QString Url(const QString& path) const { return FAddress + path; }
     /// From now on `path` is answered so. Other paths give 404.
-    void Serve(const QString& path, const Response& response);
+    void Serve(const QString& path, const Response& response) { ServeInTurn(path, {response}); }
+    /// Each request takes the next of the responses, and all later ones the last.
+    void ServeInTurn(const QString& path, const std::vector<Response>& responses);
     /// Lets the waiting responses of `path` go on, and all later ones until it is served anew.
     void Release(const QString& path);
 
@@ -82,7 +87,7 @@ private:
     std::condition_variable FChanged;
     // All guarded by FMutex.
     bool FIsStopping = false;
-    std::map<QString, Response> FResponses;
+    std::map<QString, std::deque<Response>> FResponses;  // to come
     std::set<QString> FReleased;
     std::vector<Request> FRequests;
     std::set<int> FSockets;

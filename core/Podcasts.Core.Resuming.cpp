@@ -1,0 +1,122 @@
+#include "Podcasts.Core.Resuming.h"
+
+#include "VEXA.Runtime.Dates.h"
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <stdexcept>
+
+namespace podcasts {
+
+namespace {
+
+constexpr qint64 kEnough = 64 * 1024;             // bytes that make a transfer worth taking up
+constexpr std::array kPauses = {1, 2, 4, 8, 15};  // units
+constexpr int kMostRestarts = 2;                  // of one download
+
+std::atomic<std::int64_t> PauseUnit{1000};  // milliseconds
+
+/// What tells one version of a file from every other; empty when nothing does. An ETag, unless it is marked as weak;
+/// where there is none, the time of the last change, if the answer came a minute later at least: a file that changes
+/// twice in a second has one such time for both versions (RFC 9110, section 8.8.2.2).
+QByteArray StrongValidator(const vexa::HttpResponseInfo& response) {
+    constexpr int kSecondsPerDay = 24 * 60 * 60;
+    const QByteArray& tag = response.ETag;
+    if (!tag.isEmpty()) return tag.size() >= 2 && tag.startsWith('"') && tag.endsWith('"') ? tag : QByteArray();
+    const double changed = vexa::DecodeRfc822Date(QString::fromLatin1(response.LastModified));
+    const double answered = vexa::DecodeRfc822Date(QString::fromLatin1(response.Date));
+    const bool isOldEnough = std::round((answered - changed) * kSecondsPerDay) >= 60;
+    return changed != 0 && answered != 0 && isOldEnough ? response.LastModified : QByteArray();
+}
+
+bool IsWhole(const vexa::HttpResponseInfo& response) {
+    const auto& part = response.Part;
+    return response.Status != 206 || (part && part->First == 0 && part->Last == part->Size - 1);
+}
+
+}  // namespace
+
+void SetDownloadPauseUnit(std::chrono::milliseconds unit) {
+    PauseUnit = unit.count();
+}
+
+bool TPodcastResumption::CanGoOn() const noexcept {
+    return !FValidator.isEmpty() && FHeld >= kEnough;
+}
+
+void TPodcastResumption::Prepare(vexa::HttpGet& request) {
+    FAsked = CanGoOn() ? FHeld : 0;
+    FHeldBefore = FHeld;
+    FIsUseless = false;
+    request.FirstByte = FAsked;
+    request.IfRange = FAsked > 0 ? FValidator : QByteArray();
+}
+
+TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseInfo& response) {
+    const QByteArray validator = StrongValidator(response);
+    const auto& part = response.Part;
+    const bool isRest = FAsked > 0 && response.Status == 206 && part && part->First == FAsked;
+    if (isRest && validator == FValidator && (FSize == 0 || part->Size == FSize)) {
+        FSize = part->Size;
+        return Answer::GoesOn;
+    }
+    FIsUseless = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
+    if (FIsUseless) return Answer::IsUseless;
+    if (FHasBegun) ++FRestarts;
+    FHasBegun = true;
+    FValidator = validator;
+    FSize = response.Size;
+    FHeld = FHeldBefore = 0;
+    return Answer::BeginsAnew;
+}
+
+void TPodcastResumption::Arrived(std::size_t size) {
+    FHeld += static_cast<qint64>(size);
+    FIsWorthwhile = FIsWorthwhile || FHeld >= kEnough;
+    if (FSize > 0 && FHeld > FSize) throw std::runtime_error("the server sent more than the file that it announced");
+}
+
+TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo& info) {
+    using Kind = vexa::HttpErrorInfo::Kind;
+    const bool isWhole = FSize > 0 ? FHeld == FSize : info.Succeeded();
+    switch (info.What) {
+        case Kind::Success:
+        case Kind::Network:
+            if (isWhole) return {Decision::Kind::Done};
+            // A server may send less of the rest than was asked for.
+            return AfterBreak(info.Succeeded() ? QStringLiteral("the server ended before the whole file had arrived")
+                                               : info.Message);
+        case Kind::Refused:
+            if (FIsUseless)
+                return AskForAll(
+                    QStringLiteral("the connection broke, and the server does not go on with the file; try again"));
+            break;
+        case Kind::Status: {
+            constexpr int kTooManyRequests = 429, kServerErrors = 500;
+            if (info.Status >= kServerErrors) return AfterBreak(info.Message);
+            if (FAsked > 0 && info.Status != kTooManyRequests) return AskForAll(info.Message);
+            break;
+        }
+        default:
+            break;
+    }
+    return {Decision::Kind::Failed, {}, info.Message};
+}
+
+TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
+    if (FHeld - FHeldBefore >= kEnough) FPauses = 0;
+    const bool mayBeginAnew = FRestarts < kMostRestarts;
+    if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanGoOn() || mayBeginAnew))
+        return {Decision::Kind::Failed, {}, reason};
+    const int units = kPauses[static_cast<std::size_t>(FPauses++)];
+    return {Decision::Kind::Again, std::chrono::milliseconds(units * PauseUnit.load())};
+}
+
+TPodcastResumption::Decision TPodcastResumption::AskForAll(const QString& reason) {
+    FValidator.clear();
+    if (FRestarts == kMostRestarts) return {Decision::Kind::Failed, {}, reason};
+    return {Decision::Kind::Again};
+}
+
+}  // namespace podcasts

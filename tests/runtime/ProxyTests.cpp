@@ -1,0 +1,203 @@
+// Proxies of the environment and of the desktop, on loopback.
+
+#include "LoopbackServer.h"
+#include "VEXA.Runtime.DesktopProxies.h"
+#include "VEXA.Runtime.Http.h"
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <mutex>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace vexa {
+namespace {
+
+using tests::Response;
+
+/// No name here is resolved by anybody but a proxy.
+class Proxies : public testing::Test {
+protected:
+    Proxies() {
+        for (const char* name : kVariables) qunsetenv(name);
+        Proxy.Serve(u"http://a.example/feed"_s, Response::Of("by proxy"));
+        Proxy.Serve(u"http://a.example/away"_s, Response::Redirect("http://b.example/feed"));
+        Proxy.Serve(u"http://a.example/home"_s, Response::Redirect(Own.Url(u"/feed"_s).toUtf8()));
+        Own.Serve(u"/feed"_s, Response::Of("directly"));
+        Other.Serve(u"http://b.example/feed"_s, Response::Of("by the other proxy"));
+    }
+    ~Proxies() override {
+        for (const char* name : kVariables) qunsetenv(name);
+        SetDesktopProxySource({});
+    }
+
+    static HttpProxy At(const tests::LoopbackServer& server) {
+        return {HttpProxy::Kind::Http, u"127.0.0.1"_s, QUrl(server.Url({})).port()};
+    }
+    /// The body, or why there is none.
+    static QString Get(const QString& url) {
+        try {
+            return QString::fromUtf8(HttpGetDocument(url, 0, {}).Body);
+        } catch (const HttpError& error) {
+            return QString::fromUtf8(error.what());
+        }
+    }
+
+    static constexpr const char* kVariables[] = {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY",
+                                                 "all_proxy",  "ALL_PROXY",  "no_proxy",    "NO_PROXY"};
+    tests::LoopbackServer Proxy, Other, Own;
+};
+
+TEST_F(Proxies, TheEnvironmentGoesBeforeTheDesktop) {
+    int asked = 0;
+    SetDesktopProxySource([&](const QUrl&) { return ++asked, At(Other); });
+    for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
+        qputenv(name, Proxy.Url({}).toUtf8());
+        EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s) << name;
+        Proxy.Serve(Own.Url(u"/feed"_s), Response::Of("by proxy"));
+        EXPECT_EQ(Get(Own.Url(u"/feed"_s)), u"by proxy"_s) << "it may name a proxy for this machine, too";
+        qunsetenv(name);
+    }
+    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(Get(u"http://b.example/feed"_s), u"by the other proxy"_s);
+    qputenv("no_proxy", "b.example");
+    EXPECT_EQ(Get(u"http://b.example/feed"_s), u"the server's name could not be resolved"_s);
+}
+
+TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainButForThisMachine) {
+    QStringList asked;
+    SetDesktopProxySource([&](const QUrl& url) {
+        asked += url.scheme() + u"://"_s + url.host();
+        return At(url.host() == u"b.example" ? Other : Proxy);
+    });
+    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
+    EXPECT_EQ(Get(u"http://a.example/away"_s), u"by the other proxy"_s);
+    EXPECT_EQ(Get(u"http://a.example/home"_s), u"directly"_s);
+    EXPECT_EQ(Get(Own.Url(u"/feed"_s)), u"directly"_s);
+    EXPECT_EQ(asked, QStringList({u"http://a.example"_s, u"http://b.example"_s})) << "answers are remembered";
+    Proxy.Serve(u"a.example:443"_s, Response::Failure("403 Forbidden"));
+    EXPECT_TRUE(Get(u"https://a.example/feed"_s).contains(u"403")) << Get(u"https://a.example/feed"_s).toStdString();
+    EXPECT_EQ(asked.last(), u"https://a.example"_s);
+    EXPECT_TRUE(Proxy.Requests().back().Head.startsWith("CONNECT a.example:443 "));
+}
+
+TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
+    const auto at = [](QNetworkProxy::ProxyType type, const QString& host) {
+        return QNetworkProxy(type, host, 8080, u"me"_s, u"secret"_s);
+    };
+    const QNetworkProxy http = at(QNetworkProxy::HttpProxy, u"http"_s),
+                        socks = at(QNetworkProxy::Socks5Proxy, u"socks"_s),
+                        caching = at(QNetworkProxy::HttpCachingProxy, u"caching"_s),
+                        ftp = at(QNetworkProxy::FtpCachingProxy, u"ftp"_s), nowhere = at(QNetworkProxy::HttpProxy, {}),
+                        none(QNetworkProxy::NoProxy);
+    using Kind = HttpProxy::Kind;
+    const std::tuple<QList<QNetworkProxy>, Kind, QString> rows[] = {{{http, socks}, Kind::Http, u"http"_s},
+                                                                    {{caching}, Kind::Http, u"caching"_s},
+                                                                    {{socks, none}, Kind::Socks5, u"socks"_s},
+                                                                    {{ftp, nowhere, http}, Kind::Http, u"http"_s},
+                                                                    {{none, http}, Kind::None, {}},
+                                                                    {QList<QNetworkProxy>(), Kind::None, {}}};
+    for (const auto& [proxies, kind, host] : rows) {
+        const HttpProxy chosen = FirstUsableProxy(proxies);
+        EXPECT_EQ(chosen.What, kind) << host.toStdString();
+        EXPECT_EQ(chosen.Host, host);
+        EXPECT_EQ(chosen.Port, host.isEmpty() ? 0 : 8080);
+        EXPECT_EQ(chosen.User + chosen.Password, host.isEmpty() ? u""_s : u"mesecret"_s);
+    }
+}
+
+TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
+    // libcurl takes an upper-case HTTP_PROXY for no setting; what the toolkit asks takes it for one of the desktop's.
+    SetDesktopProxySource({});
+    qputenv("HTTP_PROXY", Proxy.Url({}).toUtf8());
+    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
+}
+
+/// Speaks SOCKS 5 (RFC 1928) with one client, and answers the request that comes through it.
+class SocksProxy {
+public:
+    SocksProxy() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        if (bind(FListener, generic, size) || listen(FListener, 1) || getsockname(FListener, generic, &size))
+            throw std::runtime_error("the SOCKS proxy cannot listen");
+        Port = ntohs(address.sin_port);
+        FThread = std::thread([this] { Talk(accept4(FListener, nullptr, nullptr, SOCK_CLOEXEC)); });
+    }
+    ~SocksProxy() {
+        shutdown(FListener, SHUT_RDWR);
+        FThread.join();
+        close(FListener);
+    }
+
+    quint16 Port = 0;
+    QByteArray Asked;  // read it when the transfer has ended
+
+private:
+    void Talk(int client) {
+        if (client < 0) return;
+        char block[4096];
+        const auto receive = [&] {
+            return QByteArray(block, std::max<ssize_t>(recv(client, block, sizeof block, 0), 0));
+        };
+        const auto answer = [&](const QByteArray& bytes) {
+            send(client, bytes.data(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL);
+        };
+        receive();
+        answer(QByteArray("\5\0", 2));
+        Asked = receive();
+        answer(QByteArray("\5\0\0\1\0\0\0\0\0\0", 10));
+        receive();
+        answer("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\nby SOCKS");
+        close(client);
+    }
+
+    int FListener;
+    std::thread FThread;
+};
+
+TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
+    SocksProxy socks;
+    SetDesktopProxySource([&](const QUrl&) { return HttpProxy{HttpProxy::Kind::Socks5, u"127.0.0.1"_s, socks.Port}; });
+    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by SOCKS"_s);
+    EXPECT_EQ(socks.Asked, QByteArray("\5\1\0\3\x09"
+                                      "a.example\0P",
+                                      16));
+}
+
+TEST_F(Proxies, AUserNameAndAPasswordGoToTheProxyAndNoFurther) {
+    HttpProxy proxy = At(Proxy);
+    proxy.User = u"us er"_s;
+    proxy.Password = u"p:ss"_s;
+    SetDesktopProxySource([&](const QUrl&) { return proxy; });
+    Proxy.ServeInTurn(u"http://a.example/feed"_s, {Response::Failure("407 Proxy Authentication Required",
+                                                                     "Proxy-Authenticate: Basic realm=\"p\"\r\n"),
+                                                   Response::Redirect(Own.Url(u"/feed"_s).toUtf8())});
+    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"directly"_s);
+    const QByteArray header = "\r\nProxy-Authorization: Basic " + QByteArray("us er:p:ss").toBase64() + "\r\n";
+    EXPECT_TRUE(Proxy.Requests().back().Head.contains(header)) << Proxy.Requests().back().Head.constData();
+    EXPECT_FALSE(Own.Requests().back().Head.contains("Proxy-Authorization"));
+}
+
+TEST_F(Proxies, ADesktopThatDoesNotAnswerHoldsUpOneRequestAndIsHeardLater) {
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    SetDesktopProxySource([&](const QUrl&) {
+        const std::lock_guard waiting(mutex);
+        return At(Proxy);
+    });
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(Get(u"http://a.example/feed"_s), u"the server's name could not be resolved"_s);
+    lock.unlock();
+    while (Get(u"http://a.example/feed"_s) != u"by proxy"_s) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+}  // namespace
+}  // namespace vexa
