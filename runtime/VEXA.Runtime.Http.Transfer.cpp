@@ -13,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <optional>
 
@@ -196,6 +197,8 @@ bool HttpTransfer::Prepare(CURL* easy) {
     SetHttpProxy(FEasy, url);
     Set(CURLOPT_SHARE, Share::Handle());
     Set(CURLOPT_USERAGENT, kUserAgent);
+    // Where the desktop or an administrator names other authorities, as OpenSSL and curl's own tool take them.
+    if (const char* authorities = std::getenv("SSL_CERT_FILE")) Set(CURLOPT_CAINFO, authorities);
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_FOLLOWLOCATION, 1L);

@@ -113,13 +113,14 @@ class Newsboat(Program):
     name = "newsboat"
     most_rounds = 3
     most_import_rounds = 3
+    settings = ""
 
     def __init__(self, folder):
         super().__init__(folder, shutil.which("newsboat"))
 
     def first_import(self, feeds):
         (self.state / "urls").write_text("".join(url + "\n" for url in feeds.urls))
-        (self.state / "config").touch()
+        (self.state / "config").write_text(self.settings)
         return self.refresh()
 
     def refresh(self):

@@ -35,6 +35,30 @@ def generate(bin_dir, folder, base, feeds, episodes, new=0, every=1):
     return listing
 
 
+class DistantFeeds:
+    """Feeds on several hosts, all of which are this machine: names below localhost, as RFC 6761 has them."""
+
+    DOMAIN = "pod.localhost"
+
+    def __init__(self, bin_dir, root, base, feeds, episodes, hosts):
+        self.count = feeds * episodes
+        self.list = generate(bin_dir, root, base, feeds, episodes)
+        scheme, _, port = base.split(":")
+        names = sorted(file.name for file in root.glob("*.xml"))
+        self.urls = [f"{scheme}://h{number % hosts}.{self.DOMAIN}:{port}/{name}" for number, name in enumerate(names)]
+        outlines = "".join(f'<outline type="rss" text="{name}" xmlUrl="{url}"/>' for name, url in zip(names, self.urls))
+        self.list.write_text(f'<opml version="2.0"><head/><body>{outlines}</body></opml>\n')
+
+
+def make_certificate(folder):
+    """A certificate for all hosts of DistantFeeds, and its key."""
+    certificate, key = folder / "certificate.pem", folder / "key.pem"
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                    "-subj", f"/CN={DistantFeeds.DOMAIN}", "-addext", f"subjectAltName=DNS:*.{DistantFeeds.DOMAIN}",
+                    "-keyout", str(key), "-out", str(certificate), "-days", "2"], check=True, stderr=subprocess.DEVNULL)
+    return certificate, key
+
+
 class Feeds:
     """A folder of feeds that has a second state, with newer episodes, and can go back and forth between the two."""
 

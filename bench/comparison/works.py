@@ -3,7 +3,7 @@
 import os
 import re
 
-from .site import Feeds, Server
+from .site import DistantFeeds, Feeds, Server, make_certificate
 
 IMPORT = "first import"
 UNCHANGED = "refresh, nothing new"
@@ -13,6 +13,10 @@ BIG_IMPORT = "import of one feed of 20,000"
 BIG_REFRESH = "refresh of one feed of 20,000, one new"
 TOKENS_UNCHANGED = "refresh of one feed of 20,000, nothing new"
 TOKENS = "refresh of one feed of 20,000, every audio address another"
+DISTANT = "48 feeds on 12 hosts, 0.1 s late, nothing new"
+TLS_IMPORT = "200 feeds on 150 hosts, TLS, 0.1 s late, first import"
+TLS_UNCHANGED = "200 feeds on 150 hosts, TLS, 0.1 s late, nothing new"
+LIST = "import of 2,000 feeds on 50 hosts, 0.05 s late"
 DOWNLOAD = "download of 300 MB"
 SMALL_DOWNLOAD = "download of 30 MB"
 
@@ -134,6 +138,40 @@ class Comparison:
                 self._measure(TOKENS, self.podcasts, self.podcasts.refresh)
             self.results.growth = self.podcasts.database_size() / before
             self._expect(self.podcasts, feeds.count, TOKENS)
+
+    def run_distant(self):
+        """Servers far away. newsboat fetches eight feeds at a time here; gpodder's library finds no such names."""
+        programs = [program for program in self.readers if program.name != "gpodder"]
+        for program in programs:
+            if program.name == "newsboat":
+                program.settings = "reload-threads 8\nssl-verifypeer no\n"
+        self._distant(programs, None, DISTANT, 48, 12, 100)
+        certificate, key = make_certificate(self.root)
+        self.podcasts.environment["SSL_CERT_FILE"] = str(certificate)
+        self._distant(programs, TLS_IMPORT, TLS_UNCHANGED, 200, 150, 100, "--tls", certificate, key)
+        self._distant([self.podcasts] if self.podcasts in programs else [], LIST, None, 2000, 50, 50)
+
+    def _distant(self, programs, importing, refreshing, feed_count, hosts, late, *options):
+        folder = self.root / f"distant-{feed_count}"
+        folder.mkdir()
+        with Server(self.bin_dir, folder, "--latency-ms", str(late), *map(str, options), *self.habits) as server:
+            feeds = DistantFeeds(self.bin_dir, folder, server.base, feed_count, 20, hosts)
+            for number in range(self.rounds if importing else 1):
+                for program in programs:
+                    if number >= program.most_import_rounds:
+                        continue
+                    program.fresh()
+                    if importing:
+                        self._measure(importing, program, lambda: program.first_import(feeds))
+                    else:
+                        program.first_import(feeds)
+            for program in programs:
+                program.refresh()
+                self._expect(program, feeds.count, refreshing or importing)
+            for number in range(self.rounds if refreshing else 0):
+                for program in programs:
+                    if number < program.most_rounds:
+                        self._measure(refreshing, program, program.refresh)
 
     def run_downloads(self):
         for work, size in ((SMALL_DOWNLOAD, 30 * MEGABYTE), (DOWNLOAD, 300 * MEGABYTE)):

@@ -1,11 +1,13 @@
-// loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N]
+// loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N] [--tls CERT KEY]
 //
-// Serves the files of DIR on 127.0.0.1 at a free port, says where in its first line ("http://127.0.0.1:PORT"), and ends
-// when its standard input closes: a parent that dies, however it dies, takes the server along.
+// Serves the files of DIR on 127.0.0.1 at a free port, says where in its first line ("http://127.0.0.1:PORT", or https
+// with the certificate and key of two PEM files), and ends when its standard input closes: a parent that dies, however
+// it dies, takes the server along.
 
 #include "http_folder.h"
 
 #include <httplib.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -22,12 +24,14 @@ namespace {
 constexpr std::size_t kKeepAliveRequests = 1'000'000;
 constexpr std::time_t kKeepAliveSeconds = 10;
 // Each connection holds a thread while it lives, also when it is idle.
-constexpr std::size_t kConnections = 512;
+constexpr int kConnections = 512;
 
 struct Options {
     std::filesystem::path Folder;
     SiteHabits Habits;
     std::chrono::milliseconds Latency{0};
+    const char* Certificate = nullptr;  // with a key: https
+    const char* Key = nullptr;
 };
 
 std::optional<Options> Parse(int argc, char** argv) {
@@ -46,6 +50,9 @@ std::optional<Options> Parse(int argc, char** argv) {
             const auto end = number.data() + number.size();
             if (std::from_chars(number.data(), end, milliseconds).ptr != end || milliseconds < 0) return {};
             options.Latency = std::chrono::milliseconds(milliseconds);
+        } else if (word == "--tls" && i + 2 < argc) {
+            options.Certificate = argv[++i];
+            options.Key = argv[++i];
         } else if (!word.starts_with('-') && options.Folder.empty()) {
             options.Folder = word;
         } else {
@@ -56,6 +63,15 @@ std::optional<Options> Parse(int argc, char** argv) {
     return options;
 }
 
+/// The library lets five connections wait to be accepted. A further one would be dropped, and tried again a second
+/// later.
+template <class Base>
+class WithLongQueue final : public Base {
+public:
+    using Base::Base;
+    void LengthenQueue() { listen(this->svr_sock_, kConnections); }
+};
+
 /// Ends the process at the end of standard input. Nothing here needs saving, and a graceful stop would wait for idle
 /// connections to time out.
 void EndWithStandardInput() {
@@ -65,16 +81,13 @@ void EndWithStandardInput() {
     std::_Exit(EXIT_SUCCESS);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const auto options = Parse(argc, argv);
-    if (!options) {
-        std::cerr << "usage: loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N]\n";
-        return 2;
+template <class Base>
+int Serve(const Options& options, WithLongQueue<Base>& server, const char* scheme) {
+    if (!server.is_valid()) {
+        std::cerr << "the certificate or its key cannot be used\n";
+        return 1;
     }
-    HttpFolder folder(options->Folder, options->Habits);
-    httplib::Server server;
+    HttpFolder folder(options.Folder, options.Habits);
     server.new_task_queue = [] { return new httplib::ThreadPool(kConnections); };
     server.set_keep_alive_max_count(kKeepAliveRequests);
     server.set_keep_alive_timeout(kKeepAliveSeconds);
@@ -82,7 +95,7 @@ int main(int argc, char** argv) {
     // Before routing, which would run a regular expression over each path. HEAD comes the same way.
     server.set_pre_routing_handler([&](const httplib::Request& request, httplib::Response& response) {
         if (request.method != "GET" && request.method != "HEAD") return httplib::Server::HandlerResponse::Unhandled;
-        std::this_thread::sleep_for(options->Latency);
+        std::this_thread::sleep_for(options.Latency);
         folder.Answer(request, response);
         return httplib::Server::HandlerResponse::Handled;
     });
@@ -91,7 +104,25 @@ int main(int argc, char** argv) {
         std::cerr << "cannot listen on 127.0.0.1: no port is free\n";
         return 1;
     }
-    std::cout << "http://127.0.0.1:" << port << std::endl;
+    server.LengthenQueue();
+    std::cout << scheme << "://127.0.0.1:" << port << std::endl;
     std::thread(EndWithStandardInput).detach();
     return server.listen_after_bind() ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const auto options = Parse(argc, argv);
+    if (!options) {
+        std::cerr << "usage: loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] "
+                     "[--latency-ms N] [--tls CERT KEY]\n";
+        return 2;
+    }
+    if (options->Certificate) {
+        WithLongQueue<httplib::SSLServer> server(options->Certificate, options->Key);
+        return Serve(*options, server, "https");
+    }
+    WithLongQueue<httplib::Server> server;
+    return Serve(*options, server, "http");
 }
