@@ -6,6 +6,9 @@
 
 #include <QProcess>
 
+#include <array>
+#include <map>
+
 using namespace Qt::StringLiterals;
 
 namespace podcasts {
@@ -46,22 +49,24 @@ protected:
         EXPECT_EQ(ReadWhole(CachedFile("/good.mp3")), "sound") << "on the same thread, after " << error.toStdString();
         return error;
     }
+    struct Row {
+        const char* Name;
+        Response Answer;
+        const char* Message;
+    };
+    std::vector<Row> Misbehaviours() const;
+
     static Response Raw(const QByteArray& head, const QByteArray& body = {}, Fault what = Fault::Close,
                         int after = -2) {
         return Response{head, body}.With(what, after == -2 ? static_cast<int>(body.size()) : after);
     }
 };
 
-TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
+std::vector<ClientFaults::Row> ClientFaults::Misbehaviours() const {
     const QByteArray ok = "HTTP/1.1 200 OK\r\n", chunked = ok + "Transfer-Encoding: chunked\r\n\r\n",
                      body = Document("a", {{"3", "/3.mp3"}}).Body;
     const auto length = [&](const QByteArray& text) { return Raw(ok + "Content-Length: " + text + "\r\n\r\n", body); };
-    struct Row {
-        const char* Name;
-        Response Answer;
-        const char* Message;
-    };
-    const Row rows[] = {
+    return {
         {"silence", Response::Of(body).With(Fault::Wait), "in time"},
         {"silence in the head", Raw(ok + "Content-Le", {}, Fault::Wait), "in time"},
         {"half a status line", Raw("HTTP/1."), "without an answer"},
@@ -100,7 +105,10 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
          "404"},
         {"redirect to nobody", Response::Redirect("http://127.0.0.1:1/"), "could not be reached"},
     };
-    for (const Row& row : rows) {
+}
+
+TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
+    for (const Row& row : Misbehaviours()) {
         const bool isWaiting = QByteArrayView(row.Message) == "in time";  // else a slow machine has its time
         vexa::SetHttpTimeouts(isWaiting ? vexa::HttpTimeouts{std::chrono::seconds(2), std::chrono::seconds(2)}
                                         : vexa::HttpTimeouts());
@@ -108,6 +116,38 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
             EXPECT_TRUE(error.contains(row.Message) && !error.contains(u"secret"))
                 << row.Name << ": " << error.toStdString();
         }
+    }
+}
+
+TEST_F(ClientFaults, ManyMisbehavingServersAtOnceHoldUpNobodyAndLoseNothing) {
+    std::array<tests::LoopbackServer, 4> servers;  // three transfers each, twelve in all
+    vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(2), .Stalled = std::chrono::seconds(2)});
+    std::vector<std::pair<QString, const Row*>> feeds;
+    const std::vector<Row> rows = Misbehaviours();
+    for (const Row& row : rows) {
+        if (row.Answer.Head.contains("Retry-After")) continue;  // by which its server's other feeds would not be asked
+        auto& server = servers[feeds.size() % servers.size()];
+        const QString path = QString("/%1").arg(feeds.size());
+        Response answer = row.Answer;
+        answer.Head.replace("SELF", path.toUtf8());
+        server.Serve(path, answer);
+        feeds.emplace_back(server.Url(path), &row);
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = server.Url(path);
+        feed.NewEpisode().Fields[pefURLAudio] = server.Url(path + ".mp3");
+        Client->DB().AddOrUpdate(feed);
+    }
+    Server.Serve("/a", Document("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}, {"3", "/3.mp3"}}));
+    Client->RefreshFeeds();
+    ASSERT_TRUE(WaitForTasks());
+    std::map<QString, QString> errors;
+    for (const auto& outcome : Client->RefreshOutcomes().From()) errors[outcome.FeedURL] = outcome.Error;
+    EXPECT_EQ(errors.size(), feeds.size() + 1);
+    EXPECT_EQ(EpisodeCount("/a"), 3) << errors[Server.Url("/a")].toStdString();
+    EXPECT_EQ(Episode("/good.mp3").State, pesPostponed);
+    for (const auto& [feedURL, row] : feeds) {
+        EXPECT_TRUE(errors[feedURL].contains(row->Message)) << row->Name << ": " << errors[feedURL].toStdString();
+        EXPECT_EQ(Client->DB().GetEpisodeCount(Client->DB().GetFeedID(feedURL)), 1) << row->Name;
     }
 }
 

@@ -266,6 +266,19 @@ TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
     EXPECT_EQ(EpisodeCount("/a"), 2);
 }
 
+TEST_F(ClientRefresh, AFeedThatIsUnsubscribedWhileItIsFetchedAheadIsNeitherAnnouncedNorStored) {
+    for (const QString name : {"a", "b"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
+    Server.Serve("/b", Document("b", {}).With(Fault::Wait));
+    Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
+    ASSERT_TRUE(WaitForRequest("/a") && WaitForRequest("/b"));
+    Client->Unsubscribe(Server.Url("/a"), false);
+    Server.Release("/b");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /b");
+    EXPECT_FALSE(Client->IsSubscribed(Server.Url("/a")));
+    EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastEpisodes"), 1);
+}
+
 TEST_F(ClientRefresh, AFeedWhoseServerKeepsSilentComesLastAndIsAnnouncedOnce) {
     tests::LoopbackServer silent;
     silent.Serve("/b", Document("b", {{"1", "/b1.mp3"}}).With(Fault::Wait));
