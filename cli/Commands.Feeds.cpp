@@ -48,7 +48,7 @@ void ListChoices(Session& session, const TPodcastSubscription& result) {
 /// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, int choice, bool alreadyFails) {
     int status = kDone;
-    qsizetype done = 0;
+    qsizetype done = 0, dropped = 0;
     const auto showProgress = [&] {
         if (locations.size() > 1)
             session.Out().ShowStatus(QStringLiteral("subscribing: %1 of %2").arg(done).arg(locations.size()));
@@ -59,6 +59,10 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
     SubscribeByAddress(
         session.Client(), locations, choice, [&] { return session.IsInterrupted(); },
         [&](const TPodcastSubscription& result) {
+            if (result.IsDropped) {
+                ++dropped;
+                return;
+            }
             ++done;
             using Result = TPodcastSubscription::Result;
             const QString title = TitleOr(result.FeedTitle, result.Location);
@@ -81,7 +85,7 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
             }
             showProgress();
         });
-    ComplainOfDropped(session, locations.size() - done);
+    ComplainOfDropped(session, dropped);
     session.RunUntilIdle([&] { downloads->Report(); });
     return session.IsInterrupted() || downloads->HasFailures() ? kFailed : status;
 }
