@@ -48,7 +48,7 @@ private:
             const std::lock_guard lock(Mutex);
             LastText = text;
         }
-        if (Previous) Previous(type, context, text);
+        if (const QtMessageHandler previous = Previous) previous(type, context, text);
     }
 
     inline static std::mutex Mutex;

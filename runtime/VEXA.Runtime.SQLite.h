@@ -152,6 +152,7 @@ public:
 
 protected:
     friend class SqliteCursor;
+    friend class SqliteStatement;
     class Statement;
 
     SqliteConnection() = default;

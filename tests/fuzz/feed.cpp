@@ -46,11 +46,9 @@ public:
 
 private:
     static void CheckRow(const TPodcastEpisode& episode, const TPodcastStoredEpisodes::Row& row) {
-        const std::pair<TPodcastEpisodeField, std::string_view> texts[] = {
-            {pefGUID, row.GUID}, {pefTitle, row.Title},   {pefDescription, row.Description},
-            {pefURL, row.URL},   {pefArtist, row.Artist}, {pefURLAudio, row.URLAudio}};
-        for (const auto& [field, text] : texts)
-            Require(vexa::FromUtf8(text) == episode.Fields[field], "a text is stored as it is", episode.Fields[field]);
+        for (const auto field : {pefGUID, pefTitle, pefDescription, pefURL, pefArtist, pefURLAudio})
+            Require(vexa::FromUtf8(row.Fields[field]) == episode.Fields[field], "a text is stored as it is",
+                    episode.Fields[field]);
         Require(row.PublishDate == episode.PublishDate, "a date is stored as it is");
         Require(static_cast<float>(row.Duration) == episode.Duration, "a duration is stored as it is");
     }
