@@ -388,7 +388,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant TableModel::Progress(int row, int role) const {
-    const HeardEpisode* left = FPositions ? FPositions->Find(File(row)) : nullptr;
+    const HeardFile* left = FPositions ? FPositions->Find(File(row)) : nullptr;
     if (!left) return {};
     double duration = left->Duration;
     if (!(duration > 0) && FDurationColumn >= 0)
