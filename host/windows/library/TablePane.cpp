@@ -117,6 +117,8 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     FCurrentFile.clear();
     FCurrentRow = -1;
     FModel->SetSource(storage, reader);
+    FStorageID = storage ? storage->ID() : QString();
+    NameRows();
     if (!storage) return;
     QHeaderView* header = FView->horizontalHeader();
     ArrangeColumns(*storage);
@@ -195,7 +197,7 @@ void TablePane::OnShown() {
     if (top >= 0 && topNow >= 0 && topNow != top)
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
     UpdateSight();
-    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    ShowCount();
     const QModelIndex current = FView->currentIndex();
     if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
         // Where the current row has gone, the one in its place takes over; among other rows it stays by its name.
@@ -241,11 +243,20 @@ bool TablePane::ShowFile(const QString& file) {
     return true;
 }
 
+void TablePane::NameRows() {
+    FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
+    FSearch->setAccessibleName(FSearch->placeholderText());
+    FView->setAccessibleName(FTexts.Rows(FStorageID, WindowTexts::RowText::Name));
+    ShowCount();
+}
+
+void TablePane::ShowCount() {
+    FCount->setText(WindowTexts::Filled(FTexts.Rows(FStorageID, WindowTexts::RowText::Count),
+                                        QLocale().toString(FModel->rowCount())));
+}
+
 void TablePane::Localize() {
-    FSearch->setPlaceholderText(FTexts("Search"));
-    FSearch->setAccessibleName(FTexts("Search"));
-    FView->setAccessibleName(FTexts("Episodes"));
-    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    NameRows();
     FModel->Localize();
 }
 

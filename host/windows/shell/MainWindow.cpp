@@ -186,6 +186,8 @@ void MainWindow::ConnectLibrary() {
         else
             LetGo();
         FTasks->Update(FLibrary->Storage());
+        FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
+        FMenuBar->ShowOffers(FLibrary->Storage());
         FFirstStart->ReadOptions();
         ShowPage();
     });
