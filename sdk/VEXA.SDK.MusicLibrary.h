@@ -275,8 +275,9 @@ protected:
     ~IVEXAMLOption() = default;
 };
 
-/// Offered by a storage that asks a new user about some of its options. While it has no subscription, a host shows these
-/// options with the values that the storage proposes, and sets them when the user begins to subscribe. Main thread.
+/// Offered by a storage that asks a new user about some of its options. While it has no subscription, a host shows
+/// these options with the values that the storage proposes, and sets them when the user begins to subscribe. Main
+/// thread.
 struct IVEXAMLStartOptions : IUnknown {
     static constexpr Guid IID = ParseGuid("{C9D482A2-BCC7-4477-90BB-5A358C3230BF}");
 
