@@ -24,4 +24,9 @@ QString PodcastsPlugin() {
     return Find(QStringLiteral("libPodcasts.so"), QStringLiteral("../lib/vexa/plugins/libPodcasts.so"));
 }
 
+QStringList OpenedSchemes() {
+    return {QStringLiteral("podcast"), QStringLiteral("feed"), QStringLiteral("itpc"),
+            QStringLiteral("pcast"),   QStringLiteral("http"), QStringLiteral("https")};
+}
+
 }  // namespace vexa::host

@@ -1,8 +1,10 @@
 #pragma once
-// Where the program's own files lie: beside it where it was built, in the prefix's folders where it is installed. Any
-// thread, with a QCoreApplication.
+// What belongs to the program as it is installed: where its own files lie (beside it where it was built, in the
+// prefix's folders where it is installed), the plug-in that it comes with, and what the desktop hands it. Any thread,
+// with a QCoreApplication.
 
 #include <QString>
+#include <QStringList>
 
 namespace vexa::host {
 
@@ -10,5 +12,7 @@ namespace vexa::host {
 QString LanguageFolder();
 /// The file name of the podcasts' plug-in, whether or not it is there.
 QString PodcastsPlugin();
+/// The schemes of the addresses that it opens: those of its desktop entry, and the web's. In lower case.
+QStringList OpenedSchemes();
 
 }  // namespace vexa::host

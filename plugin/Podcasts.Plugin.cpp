@@ -128,7 +128,8 @@ void TVEXAPodcastsPlugin::Start() {
     FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
         *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
-    const auto library = TVEXAPodcastsMLExtension::Create(*FClient);
+    const auto library = TVEXAPodcastsMLExtension::Create(
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));

@@ -29,12 +29,26 @@ struct IVEXAMLDataField : IVEXAPropertyList {
         FlagBits = 3,       // Flags
         GroupingImage = 4,  // index of the icon for tree nodes of this field, see NodeImage
         DisplayValue = 5,   // IVEXAMLDataFieldDisplayValue
+        Role = 6,           // Roles; None where it is not set
     };
     enum FieldType : std::int32_t {
         FileName = 0,
         Text = 4,
         DateTime = 10,  // OLE Automation date in UTC
         Duration = 11,  // seconds
+    };
+    /// What a field is to its row. A host goes by the role where it treats a field in a way of its own, never by the
+    /// name. A role has one field; of several, the first that rows have counts. A storage may set none: then all its
+    /// fields are plain columns. Numbers that a host does not know are None to it.
+    enum Roles : std::int32_t {
+        None = 0,
+        Title = 1,      // what the row is called
+        Container = 2,  // what the row is a part of, such as an album or a series
+        Performer = 3,  // who is heard
+        Date = 4,       // a DateTime: when it came out
+        Length = 5,     // a Duration: how long it plays
+        State = 6,      // what the user has done with the row, or has marked it as
+        LocalFile = 7,  // the name of its copy on this machine; empty while there is none
     };
     enum Flags : std::int32_t {
         Filterable = 1,  // users may set conditions on it, search it and group by it

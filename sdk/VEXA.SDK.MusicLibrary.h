@@ -35,7 +35,12 @@ struct IVEXAMLGroupingTreeDataProviderSelection : IUnknown {
         Standalone = 2,  // a place of its own: shown in the weight of a heading, kept when its children are merged
     };
     /// The host's icons for nodes.
-    enum NodeImage : std::int32_t { Folder = 0, Feed = 3, New = 4, Postponed = 5 };
+    enum NodeImage : std::int32_t {
+        Folder = 0,
+        Source = 3,  // where rows come from, such as a feed or a station
+        New = 4,     // rows that the user has not seen to yet
+        Later = 5,   // rows that the user has put off
+    };
 
     /// 3: The caption, shown as it is.
     virtual HResult GetDisplayValue(IVEXAString** text) noexcept = 0;
@@ -247,6 +252,43 @@ struct IVEXAMLSubscriptionStorage : IUnknown {
 
 protected:
     ~IVEXAMLSubscriptionStorage() = default;
+};
+
+// ---- Options of storages: optional ----
+
+/// One option that a storage lets the host show to the user. A copy: changing it changes nothing.
+struct IVEXAMLOption : IVEXAPropertyList {
+    using Base = IVEXAPropertyList;
+    static constexpr Guid IID = ParseGuid("{889FBF76-3C28-47B2-AC03-617D2C2FC1B0}");
+
+    enum Property : std::int32_t {
+        ID = 1,       // text, the storage's own name for it
+        Caption = 2,  // text, in the user's language
+        Kind = 3,     // Kinds; a host leaves out an option of a kind that it does not know
+        Value = 4,    // as the kind says
+    };
+    enum Kinds : std::int32_t {
+        Check = 0,  // the value is 1 or 0
+    };
+
+protected:
+    ~IVEXAMLOption() = default;
+};
+
+/// Offered by a storage that asks a new user about some of its options. While it has no subscription, a host shows
+/// these options with the values that the storage proposes, and sets them when the user begins to subscribe. Main
+/// thread.
+struct IVEXAMLStartOptions : IUnknown {
+    static constexpr Guid IID = ParseGuid("{C9D482A2-BCC7-4477-90BB-5A358C3230BF}");
+
+    /// 3: IVEXAMLOption objects in the order in which to show them, at most a few. Their values are proposals: until
+    /// SetOption the options are what they were.
+    virtual HResult GetOptions(IVEXAObjectList** options) noexcept = 0;
+    /// 4: Sets an option and keeps it. E_INVALIDARG for an ID that GetOptions does not give.
+    virtual HResult SetOption(IVEXAString* id, const Variant* value) noexcept = 0;
+
+protected:
+    ~IVEXAMLStartOptions() = default;
 };
 
 // ---- Services ----

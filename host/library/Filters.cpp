@@ -25,6 +25,7 @@ constexpr PropertyRule kDataFieldRules[] = {
     {IVEXAMLDataField::FlagBits},
     {IVEXAMLDataField::GroupingImage},
     {IVEXAMLDataField::DisplayValue, &IVEXAMLDataFieldDisplayValue::IID},
+    {IVEXAMLDataField::Role},
 };
 
 /// A condition's own text, so that one who rewrites the string it was given changes no condition.

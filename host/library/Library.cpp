@@ -32,6 +32,7 @@ LibraryField ReadField(IVEXAMLDataField* object) {
     if (Succeeded(object->GetValueAsInt32(IVEXAMLDataField::GroupingImage, &image))) field.GroupingImage = image;
     object->GetValueAsObject(IVEXAMLDataField::DisplayValue, IVEXAMLDataFieldDisplayValue::IID,
                              field.DisplayValues.PutVoid());
+    field.Role = static_cast<IVEXAMLDataField::Roles>(NumberOf(object, IVEXAMLDataField::Role));
     return field;
 }
 
@@ -79,8 +80,10 @@ LibraryStorage::LibraryStorage(MusicLibraryService& library, const QString& id)
     FObject->GetFields(kSchemaAllFields, list.Put());
     for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
         Ref<IVEXAMLDataField> field;
-        if (Succeeded(list->GetObject(i, IVEXAMLDataField::IID, field.PutVoid())))
-            FFields.push_back(ReadField(field.Get()));
+        if (Failed(list->GetObject(i, IVEXAMLDataField::IID, field.PutVoid()))) continue;
+        LibraryField known = ReadField(field.Get());
+        if (!known.HasRows() || FieldOf(known.Role)) known.Role = IVEXAMLDataField::None;
+        FFields.push_back(std::move(known));
     }
 }
 
@@ -95,6 +98,20 @@ bool LibraryStorage::Can(IVEXAMLExtensionDataStorage::CapabilityFlags capability
 const LibraryField* LibraryStorage::Field(const QString& name) const noexcept {
     const auto found =
         std::find_if(FFields.begin(), FFields.end(), [&](const LibraryField& field) { return field.Name == name; });
+    return found != FFields.end() ? &*found : nullptr;
+}
+
+const LibraryField* LibraryStorage::FieldOf(IVEXAMLDataField::Roles role) const noexcept {
+    const auto found = std::find_if(FFields.begin(), FFields.end(), [&](const LibraryField& field) {
+        return role != IVEXAMLDataField::None && field.Role == role;
+    });
+    return found != FFields.end() ? &*found : nullptr;
+}
+
+const LibraryField* LibraryStorage::FileField() const noexcept {
+    const auto found = std::find_if(FFields.begin(), FFields.end(), [](const LibraryField& field) {
+        return field.Type == IVEXAMLDataField::FileName && field.HasRows();
+    });
     return found != FFields.end() ? &*found : nullptr;
 }
 

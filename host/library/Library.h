@@ -25,9 +25,10 @@ public:
 struct LibraryField {
     QString Name;
     IVEXAMLDataField::FieldType Type = IVEXAMLDataField::Text;
-    std::int32_t Flags = 0;                           // IVEXAMLDataField::Flags
-    std::optional<std::int32_t> GroupingImage;        // icon of tree nodes of this field
-    Ref<IVEXAMLDataFieldDisplayValue> DisplayValues;  // null: values are shown as they are
+    std::int32_t Flags = 0;                                 // IVEXAMLDataField::Flags
+    std::optional<std::int32_t> GroupingImage;              // icon of tree nodes of this field
+    Ref<IVEXAMLDataFieldDisplayValue> DisplayValues;        // null: values are shown as they are
+    IVEXAMLDataField::Roles Role = IVEXAMLDataField::None;  // no two fields of a storage have the same
 
     bool Is(IVEXAMLDataField::Flags flag) const noexcept { return (Flags & flag) != 0; }
     bool IsNumber() const noexcept { return Type == IVEXAMLDataField::DateTime || Type == IVEXAMLDataField::Duration; }
@@ -72,6 +73,10 @@ public:
     const std::vector<LibraryField>& Fields() const noexcept { return FFields; }
     /// Null when the storage has none of that name. Names are compared exactly.
     const LibraryField* Field(const QString& name) const noexcept;
+    /// The field of the rows that has the role; null when none has.
+    const LibraryField* FieldOf(IVEXAMLDataField::Roles role) const noexcept;
+    /// The field of the rows that names their files; null when there is none.
+    const LibraryField* FileField() const noexcept;
     /// The names that the storage gives for a purpose, those of fields that it lists.
     QStringList FieldNames(LibrarySchema schema) const;
     std::vector<GroupingPreset> Presets() const;

@@ -61,8 +61,8 @@ public:
     std::optional<TreeWay> FindByValues(const QStringList& values) const;
     std::optional<TreeWay> FindByCaptions(const QStringList& captions) const;
 
-    /// Adds the conditions that a node means to a filter: those of the whole way to it, so that a feed below "new
-    /// episodes" means that feed's new episodes. Throws LibraryError when the provider cannot.
+    /// Adds the conditions that a node means to a filter: those of the whole way to it, so that a source below
+    /// "new" means what is new of that source. Throws LibraryError when the provider cannot.
     void AddConditions(const std::vector<TreePair>& node, IVEXAMLDataFilter* filter) const;
     /// A filter of them alone.
     Ref<IVEXAMLDataFilter> Conditions(const std::vector<TreePair>& node) const;

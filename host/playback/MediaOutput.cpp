@@ -293,7 +293,7 @@ void MediaOutput::HandleEnd() {
     Q_EMIT Ended();
 }
 
-/// A connection that ends too early looks like the end of the episode to all but who counts the bytes.
+/// A connection that ends too early looks like the end of the file to all but who counts the bytes.
 bool MediaOutput::IsShortOfItsSize() const {
     if (FIsLocal) return false;
     GstElement* source = nullptr;

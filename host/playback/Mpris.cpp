@@ -21,7 +21,7 @@ qlonglong ToMicroseconds(double seconds) {
 }  // namespace
 
 Mpris::Mpris(Playback& playback, const QDBusConnection& bus) : FBus(bus) {
-    new MprisRoot(*this);
+    new MprisRoot(*this, playback);
     new MprisPlayer(*this, playback);
     if (!FBus.isConnected() || !FBus.registerObject(kPath, this)) return;
     const QString name = QStringLiteral("org.mpris.MediaPlayer2.vexa");
@@ -43,10 +43,6 @@ void Mpris::TellChanged(const QVariantMap& properties) {
                                                      QStringLiteral("PropertiesChanged"));
     signal.setArguments({QStringLiteral("org.mpris.MediaPlayer2.Player"), properties, QStringList()});
     FBus.send(signal);
-}
-
-QStringList MprisRoot::Schemes() const {
-    return {QStringLiteral("podcast"), QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file")};
 }
 
 QStringList MprisRoot::MimeTypes() const {

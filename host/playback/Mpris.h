@@ -42,16 +42,17 @@ class MprisRoot final : public QDBusAbstractAdaptor {
     Q_PROPERTY(bool HasTrackList READ No CONSTANT)
     Q_PROPERTY(QString Identity READ Identity CONSTANT)
     Q_PROPERTY(QString DesktopEntry READ DesktopEntry CONSTANT)
-    Q_PROPERTY(QStringList SupportedUriSchemes READ Schemes CONSTANT)
+    Q_PROPERTY(QStringList SupportedUriSchemes READ Schemes)
     Q_PROPERTY(QStringList SupportedMimeTypes READ MimeTypes CONSTANT)
 public:
-    explicit MprisRoot(Mpris& owner) : QDBusAbstractAdaptor(&owner), FOwner(owner) {}
+    MprisRoot(Mpris& owner, const Playback& playback)
+        : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {}
 
     bool Yes() const { return true; }
     bool No() const { return false; }
     QString Identity() const { return QStringLiteral("vexa"); }
     QString DesktopEntry() const { return QStringLiteral("org.vexa_podcasts.Vexa"); }
-    QStringList Schemes() const;
+    QStringList Schemes() const { return FPlayback.Schemes(); }
     QStringList MimeTypes() const;
 
 public Q_SLOTS:
@@ -60,6 +61,7 @@ public Q_SLOTS:
 
 private:
     Mpris& FOwner;
+    const Playback& FPlayback;
 };
 
 /// Times are in microseconds.

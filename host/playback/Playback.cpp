@@ -268,9 +268,15 @@ void Playback::OnStarted() {
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
     FError.clear();
-    if (const HeardEpisode* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
+    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
+}
+
+QStringList Playback::Schemes() const {
+    QStringList schemes{QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file")};
+    for (const FileSystemService::Entry& entry : FHost.FileSystems().All()) schemes += entry.Scheme;
+    return schemes;
 }
 
 void Playback::DescribeCurrent() {
@@ -282,7 +288,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
     if (described.Address != FCurrent.Address) return;  // something else plays by now
     FDescribing = 0;
     FCurrent = described;
-    // A podcast without a speed of its own is not heard at the last one's.
+    // An album without a speed of its own is not heard at the last one's.
     FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
@@ -290,7 +296,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
 
 QStringList Playback::KeptAddresses() const {
     QStringList kept = UpNext();
-    for (const HeardEpisode& one : FPositions.Begun()) kept += one.Address;
+    for (const HeardFile& one : FPositions.Begun()) kept += one.Address;
     if (!FCurrent.Address.isEmpty()) kept += FCurrent.Address;
     return kept;
 }

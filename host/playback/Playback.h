@@ -7,7 +7,7 @@
 //     playback.SetOrder(&playlistPane);        // what comes after what; may be left out
 //     Mpris mpris(playback);                   // the desktop's controls and the media keys
 //     PlaybackBar bar(playback, host);
-//     playback.Play(QStringLiteral("podcast://…"));
+//     playback.Play(QStringLiteral("https://…"));
 //
 // Everything is called by the name or address that it was started by, never by what that resolved to; when that address
 // moves, by the one that it has then.
@@ -64,9 +64,11 @@ public:
     /// Seconds that the skips jump by: Player\SkipBack and Player\SkipForward of the settings, 15 and 30 without.
     int SkipBackBy() const;
     int SkipForwardBy() const;
-    /// Where each episode was left, "continue listening" among it.
+    /// Where each file was left, "continue listening" among it.
     const Positions& Left() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
+    /// The schemes of the addresses that it plays: the plug-ins' file systems', and its own.
+    QStringList Schemes() const;
     /// Why the last thing could not be played, in the user's language; empty when it could.
     QString LastError() const { return FError; }
 
@@ -88,7 +90,7 @@ public Q_SLOTS:
     void Seek(double seconds);
     void SkipBack();
     void SkipForward();
-    /// From MediaOutput::kSlowest to kFastest, remembered for the podcast that plays.
+    /// From MediaOutput::kSlowest to kFastest, remembered for the album that plays.
     void SetSpeed(double speed);
     /// From 0 to 1, kept in the settings (Player\Volume).
     void SetVolume(double volume);
@@ -102,7 +104,7 @@ public Q_SLOTS:
     void SetUpNext(const QStringList& addresses);
     /// The order is to call it when what it answers has changed.
     void OrderChanged() { Q_EMIT UpNextChanged(); }
-    /// An episode begins anew the next time, such as one that was marked as listened.
+    /// The file begins anew the next time, such as one that was marked as listened.
     void ForgetPosition(const QString& address);
     /// Writes positions now, such as when the session ends. Empty, or why it could not.
     QString Save();
@@ -122,11 +124,11 @@ Q_SIGNALS:
     void Failed(const QString& message);
     /// It plays on. The text is the user's.
     void Warned(const QString& message);
-    /// An episode was heard to its end.
+    /// A file was heard to its end.
     void Finished(const QString& address);
     /// Other things come next.
     void UpNextChanged();
-    /// Episodes were begun, left or finished.
+    /// Files were begun, left or finished.
     void PositionsChanged();
     /// What plays, was begun or is to come is called by other addresses. What has changed by that is told afterwards.
     void AddressesMoved(const AddressMoves& moves);

@@ -38,11 +38,11 @@ private:
 
 Positions::Positions(const QString& profileFolder)
     : FFile(std::make_shared<JsonFile>(QDir(profileFolder).filePath(QStringLiteral("Positions.json")),
-                                       QStringLiteral("where episodes were left"))) {
+                                       QStringLiteral("where files were left"))) {
     const QJsonObject json = FFile->Load(kBegun);
     for (const QJsonValue value : json[kBegun].toArray()) {
-        HeardEpisode one{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),
-                         static_cast<qint64>(value[kWhen].toDouble())};
+        HeardFile one{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),
+                      static_cast<qint64>(value[kWhen].toDouble())};
         if (!one.Address.isEmpty() && one.Position > 0 && FBegun.size() < kMost) FBegun.push_back(std::move(one));
     }
     const QJsonObject speeds = json[kSpeeds].toObject();
@@ -56,7 +56,7 @@ Positions::~Positions() {
     WorkerPool::Cancel(FSaving, true);
 }
 
-const HeardEpisode* Positions::Find(const QString& address) const {
+const HeardFile* Positions::Find(const QString& address) const {
     const auto found =
         std::find_if(FBegun.begin(), FBegun.end(), [&](const auto& one) { return one.Address == address; });
     return found == FBegun.end() ? nullptr : &*found;
@@ -79,12 +79,12 @@ void Positions::Forget(const QString& address) {
 bool Positions::Move(const AddressMoves& moves) {
     const auto hasMoved = [&](const QString& address) { return moves.contains(address); };
     const bool areBegun =
-        std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardEpisode& one) { return hasMoved(one.Address); });
+        std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardFile& one) { return hasMoved(one.Address); });
     if (!areBegun && std::none_of(FUpNext.begin(), FUpNext.end(), hasMoved)) return false;
     AddressMover begunMover(moves), nextMover(moves);
-    std::vector<HeardEpisode> begun;
+    std::vector<HeardFile> begun;
     QStringList next;
-    for (HeardEpisode& one : FBegun)
+    for (HeardFile& one : FBegun)
         if (begunMover.Move(one.Address)) begun.push_back(std::move(one));
     for (QString& address : FUpNext)
         if (nextMover.Move(address)) next += address;
@@ -110,7 +110,7 @@ void Positions::SetUpNext(const QStringList& addresses) {
 
 QByteArray Positions::ToJson() const {
     QJsonArray begun;
-    for (const HeardEpisode& one : FBegun)
+    for (const HeardFile& one : FBegun)
         begun += QJsonObject{{kAddress, one.Address},
                              {kPosition, one.Position},
                              {kDuration, one.Duration},

@@ -1,5 +1,5 @@
 #pragma once
-// Positions.json of the profile: where every episode was left, at what speed each podcast is heard, and what is to play
+// Positions.json of the profile: where every file was left, at what speed each album is heard, and what is to play
 // next. Main thread.
 //
 // The list's order, not the clock, says what was heard last. The file is written whole and renamed, so that a crash
@@ -18,7 +18,7 @@
 
 namespace vexa::host {
 
-struct HeardEpisode {
+struct HeardFile {
     QString Address;
     double Position = 0, Duration = 0;  // seconds; a duration of 0 is not known
     qint64 When = 0;                    // milliseconds since 1970, by the clock at that time: for showing only
@@ -34,18 +34,18 @@ public:
     Positions& operator=(const Positions&) = delete;
 
     /// Null for what begins anew. It holds until the next change.
-    const HeardEpisode* Find(const QString& address) const;
+    const HeardFile* Find(const QString& address) const;
     /// What was begun and not heard to its end, the last heard first.
-    const std::vector<HeardEpisode>& Begun() const noexcept { return FBegun; }
+    const std::vector<HeardFile>& Begun() const noexcept { return FBegun; }
     /// It was left there; at its beginning, and so near to its end that it counts as heard, it is forgotten.
     void Leave(const QString& address, double position, double duration);
     /// It was heard to its end, or is to begin anew.
     void Forget(const QString& address);
 
-    /// Of episodes that have become one it was left where it was heard last. False when none of them is kept.
+    /// Of files that have become one it was left where it was heard last. False when none of them is kept.
     bool Move(const AddressMoves& moves);
 
-    /// 1 for a podcast that has none of its own.
+    /// 1 for an album that has none of its own.
     double Speed(const QString& album) const { return FSpeeds.value(album, 1); }
     void SetSpeed(const QString& album, double speed);
 
@@ -67,7 +67,7 @@ private:
     QByteArray ToJson() const;
 
     const std::shared_ptr<JsonFile> FFile;
-    std::vector<HeardEpisode> FBegun;
+    std::vector<HeardFile> FBegun;
     QHash<QString, double> FSpeeds;
     QStringList FUpNext;
     bool FIsChanged = false;

@@ -1,5 +1,5 @@
 #pragma once
-// Ends playing after a while, or at the end of the episode. It counts the time that passes, not the clock. Main thread.
+// Ends playing after a while, or at the end of what plays. It counts the time that passes, not the clock. Main thread.
 
 #include <QObject>
 #include <QTimer>

@@ -15,7 +15,7 @@ namespace vexa::host {
 struct PlaylistEntry {
     QString File;   // as it was added
     QString Text;   // what is shown; empty while nothing is known but the name
-    QString Group;  // what it stands together by, such as a podcast's title
+    QString Group;  // what it stands together by, such as an album's title
     bool IsSelected = false;
     bool IsDescribed = false;  // Text and Group are known
 

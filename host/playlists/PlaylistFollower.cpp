@@ -13,29 +13,20 @@ namespace {
 
 constexpr qsizetype kLongestName = 100;
 
-/// The field of the rows that names their files; null when there is none.
-const LibraryField* FileField(const LibraryStorage& storage) {
-    const LibraryField* named = storage.Field(QStringLiteral("FileName"));
-    if (named && named->HasRows()) return named;
-    for (const LibraryField& field : storage.Fields())
-        if (field.Type == IVEXAMLDataField::FileName && field.HasRows()) return &field;
-    return nullptr;
-}
-
 QStringList GroupFields(const LibraryStorage& storage) {
     QStringList names = storage.FieldNames(kSchemaPlaylistGroups);
     names.removeIf([&](const QString& name) { return !storage.Field(name)->HasRows(); });
     return names;
 }
 
-/// The files first, then the titles where rows have them, then what entries stand together by.
+/// The files first, then the titles where rows have them, else the files again, then what entries stand together by.
 RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
-    const LibraryField* file = FileField(storage);
+    const LibraryField* file = storage.FileField();
     if (!file) throw LibraryError(QStringLiteral("the storage's rows name no files"));
-    const LibraryField* title = storage.Field(QStringLiteral("Title"));
+    const LibraryField* title = storage.FieldOf(IVEXAMLDataField::Title);
     const QStringList groups = GroupFields(storage);
     RowQuery query;
-    query.Fields = QStringList{file->Name, title && title->HasRows() ? title->Name : file->Name} + groups;
+    query.Fields = QStringList{file->Name, title ? title->Name : file->Name} + groups;
     query.Within = filter;
     query.Search = filter[QLatin1String("search")].toString();
     if (!query.Search.isEmpty()) query.Fields += storage.FieldNames(kSchemaSearch);  // which are what is searched
@@ -48,11 +39,8 @@ RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
                                   : IVEXAMLSortDirection::Ascending});
     if (!query.Sort.empty()) return query;
     for (const QString& group : groups) query.Sort.push_back({group});
-    for (const LibraryField& field : storage.Fields()) {
-        if (field.Type != IVEXAMLDataField::DateTime || !field.HasRows()) continue;
-        query.Sort.push_back({field.Name, IVEXAMLSortDirection::Descending});
-        break;
-    }
+    if (const LibraryField* date = storage.FieldOf(IVEXAMLDataField::Date))
+        query.Sort.push_back({date->Name, IVEXAMLSortDirection::Descending});
     return query;
 }
 
@@ -165,6 +153,7 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
         return;
     }
     const std::size_t groups = static_cast<std::size_t>(GroupFields(storage).size());
+    const bool hasTitles = storage.FieldOf(IVEXAMLDataField::Title) != nullptr;
     std::vector<PlaylistEntry> entries;
     entries.reserve(page.Rows.size());
     for (const auto& row : page.Rows) {
@@ -172,7 +161,7 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
         PlaylistEntry entry;
         entry.File = row[0].Text;
         entry.Text = row[1].Text;
-        entry.IsDescribed = true;
+        entry.IsDescribed = hasTitles;  // else the file's own information describes it
         QStringList group;
         for (std::size_t i = 0; i < groups; ++i) {
             const RowValue& value = row[2 + i];

@@ -160,7 +160,7 @@ auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateRoot(const QString&) -> Da
     int newCount = 0, postponedCount = 0;
     if (FDB->GetEpisodeCounts(0, newCount, postponedCount)) {
         AddStateGroup(*nodes, pesNew, QStringLiteral("Podcasts\\New"), newCount, Cursor::New);
-        AddStateGroup(*nodes, pesPostponed, QStringLiteral("Podcasts\\Postponed"), postponedCount, Cursor::Postponed);
+        AddStateGroup(*nodes, pesPostponed, QStringLiteral("Podcasts\\Postponed"), postponedCount, Cursor::Later);
     }
     nodes->push_back({LocalizedText(QStringLiteral("Podcasts\\Subscriptions")), true, Cursor::Folder, true,
                       TVEXAPodcastsGroupingTreeValue::Encode(pscSubscriptions, {})});
@@ -170,7 +170,7 @@ auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateRoot(const QString&) -> Da
 auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateFeedsInCategory(const QString& value) -> Data {
     auto nodes = std::make_unique<NodeData>();
     FDB->EnumFeeds(value, [&](const QString& urlFeed, const QString& name, int) {
-        nodes->push_back({name, false, Cursor::Feed, true, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
+        nodes->push_back({name, false, Cursor::Source, true, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
     });
     return nodes;
 }
@@ -183,7 +183,7 @@ auto TVEXAPodcastsMLDataProviderGroupingTree::PopulateFeedsWithState(const QStri
         static_cast<TPodcastEpisodeState>(state), [&](const QString& urlFeed, const QString& name, int count) {
             const QString caption = u'(' + QString::number(count) + u") " + name;
             nodes->push_back(
-                {caption, false, Cursor::Feed, false, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
+                {caption, false, Cursor::Source, false, TVEXAPodcastsGroupingTreeValue::Encode(pscFeed, urlFeed)});
         });
     return nodes;
 }

@@ -14,22 +14,23 @@ struct FieldDefinition {
     const char16_t* Name;
     std::int32_t Type;
     std::int32_t Flags;
+    std::int32_t Role = Field::None;
 };
 
 // In the order in which they are handed to the host.
 constexpr FieldDefinition kFields[] = {
     {u"ID", Field::Text, Field::Internal},
     {u"FileName", Field::FileName, Field::Internal},
-    {u"Title", Field::Text, Field::Filterable},
-    {u"Artist", Field::Text, Field::Filterable},
+    {u"Title", Field::Text, Field::Filterable, Field::Title},
+    {u"Artist", Field::Text, Field::Filterable, Field::Performer},
     {u"Category", Field::Text, Field::Filterable},
-    {u"Duration", Field::Duration, 0},
-    {u"PublishDate", Field::DateTime, Field::Filterable},
+    {u"Duration", Field::Duration, 0, Field::Length},
+    {u"PublishDate", Field::DateTime, Field::Filterable, Field::Date},
     {u"Author", Field::Text, Field::Filterable},
-    {u"FeedName", Field::Text, Field::Filterable},
-    {u"URLAudioCached", Field::Text, 0},
+    {u"FeedName", Field::Text, Field::Filterable, Field::Container},
+    {u"URLAudioCached", Field::Text, 0, Field::LocalFile},
     {u"FileFormat", Field::Text, 0},
-    {u"State", Field::Text, Field::Filterable},
+    {u"State", Field::Text, Field::Filterable, Field::State},
     {u"Node", Field::Text, Field::Internal},
 };
 
@@ -46,13 +47,14 @@ Ref<IVEXAMLDataField> NewField(const FieldDefinition& definition) {
     WritePropertyInt32(field.Get(), Field::Type, definition.Type);
     WritePropertyString(field.Get(), Field::Name, name);
     WritePropertyInt32(field.Get(), Field::FlagBits, definition.Flags | Field::Readable);
-    // A host that has no use for these two shows the field all the same.
+    // A host that has no use for these three shows the field all the same.
+    if (definition.Role != Field::None) field->SetValueAsInt32(Field::Role, definition.Role);
     if (name == u"State") {
         const auto display = NewObject<TVEXAPodcastsStateFieldDisplayValue>();
         field->SetValueAsObject(Field::DisplayValue, static_cast<TInterfacedObjectEx*>(display.Get()));
     }
     if (name == kNodeField)
-        field->SetValueAsInt32(Field::GroupingImage, IVEXAMLGroupingTreeDataProviderSelection::Feed);
+        field->SetValueAsInt32(Field::GroupingImage, IVEXAMLGroupingTreeDataProviderSelection::Source);
     return field;
 }
 

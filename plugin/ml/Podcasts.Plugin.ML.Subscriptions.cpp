@@ -54,6 +54,32 @@ protected:
     }
 };
 
+const QString kRefreshAtStart = QStringLiteral("RefreshAtStart");
+
+/// Whether feeds are refreshed when the player starts, as a new user is asked. It is proposed to those who subscribe in
+/// the player, although it is off by default.
+class RefreshAtStartOption : public TVEXAPropertyListAs<IVEXAMLOption> {
+protected:
+    void DoGetValueAsVariant(std::int32_t propertyID, Variant& value, HResult& result) override {
+        switch (propertyID) {
+            case ID:
+                value = ToVariant(kRefreshAtStart);
+                break;
+            case Caption:
+                value = ToVariant(LocalizedText(QStringLiteral("Podcasts.Settings\\CB1")));
+                break;
+            case Kind:
+                value = ToVariant(Check);
+                break;
+            case Value:
+                value = ToVariant(1);
+                break;
+            default:
+                TVEXAPropertyListAs::DoGetValueAsVariant(propertyID, value, result);
+        }
+    }
+};
+
 Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) {
     auto outcome = NewObject<TaskOutcome>();
     outcome->ItemText = from.FeedURL;
@@ -267,6 +293,28 @@ HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t 
             default:
                 return E_INVALIDARG;
         }
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::GetOptions(IVEXAObjectList** options) noexcept {
+    if (!ClearOut(options)) return E_POINTER;
+    return GuardedCall("listing the options of the start", [&] {
+        auto list = CreateHostObject<IVEXAObjectList>();
+        RaiseIfFailed(list->Add(static_cast<TInterfacedObjectEx*>(NewObject<RefreshAtStartOption>().Get())));
+        *options = list.Detach();
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::SetOption(IVEXAString* id, const Variant* value) noexcept {
+    if (!AreGiven(id, value)) return E_POINTER;
+    return GuardedCall("setting an option", [&] {
+        TPodcastClient* const client = FClient.Get();
+        if (!client) return E_FAIL;
+        if (FromHostString(id) != kRefreshAtStart) return E_INVALIDARG;
+        if (FOnLoad) FOnLoad();
+        client->Options().SetCheckUpdatesOnStartup(VariantToInt32(*value) != 0);
+        if (FOnSave) FOnSave();
+        return S_OK;
     });
 }
 

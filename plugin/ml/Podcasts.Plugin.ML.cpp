@@ -32,10 +32,13 @@ QByteArray TrayIconBytes() {
 
 }  // namespace
 
-TVEXAPodcastsMLExtension::TVEXAPodcastsMLExtension(TPodcastClient& client) : FClient(client.Links()) {}
+TVEXAPodcastsMLExtension::TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad,
+                                                   std::function<void()> onSave)
+    : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)) {}
 
-Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& client) {
-    auto extension = NewObject<TVEXAPodcastsMLExtension>(client);
+Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& client, std::function<void()> onLoad,
+                                                               std::function<void()> onSave) {
+    auto extension = NewObject<TVEXAPodcastsMLExtension>(client, std::move(onLoad), std::move(onSave));
     client.Listeners().Add(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(extension.Get())));
     return extension;
 }

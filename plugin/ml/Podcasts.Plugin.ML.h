@@ -7,6 +7,7 @@
 #include "VEXA.Runtime.Notifications.h"
 #include "apiWrappers.h"
 
+#include <functional>
 #include <memory>
 
 namespace podcasts {
@@ -31,10 +32,13 @@ class TVEXAPodcastsMLExtension
                               IPodcastClientDownloadsListener, IPodcastClientChangeListener, IVEXAPodcastsMLExtension,
                               vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
-                              vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage> {
+                              vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
+                              vexa::IVEXAMLStartOptions> {
 public:
-    /// Makes the object and adds it to the client's listeners.
-    static vexa::Ref<TVEXAPodcastsMLExtension> Create(TPodcastClient& client);
+    /// Makes the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
+    /// afterwards; neither once the client is gone.
+    static vexa::Ref<TVEXAPodcastsMLExtension> Create(TPodcastClient& client, std::function<void()> onLoad = {},
+                                                      std::function<void()> onSave = {});
 
     // The client's listener.
     void RefreshFeedsStarted() override;
@@ -76,6 +80,10 @@ public:
     vexa::HResult GetOutcomes(std::int32_t taskID, std::int32_t first,
                               vexa::IVEXAObjectList** outcomes) noexcept override;
 
+    // What a new user is asked about.
+    vexa::HResult GetOptions(vexa::IVEXAObjectList** options) noexcept override;
+    vexa::HResult SetOption(vexa::IVEXAString* id, const vexa::Variant* value) noexcept override;
+
 protected:
     vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;
     void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, vexa::HResult& result) override;
@@ -83,7 +91,7 @@ protected:
 private:
     template <class T, class... Arguments>
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
-    explicit TVEXAPodcastsMLExtension(TPodcastClient& client);
+    TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad, std::function<void()> onSave);
 
     using StatementUser = std::function<void(TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement)>;
 
@@ -97,6 +105,7 @@ private:
     void MarkPlayedEpisode();
 
     vexa::Link<TPodcastClient> FClient;
+    const std::function<void()> FOnLoad, FOnSave;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
     QString FWaitingFormat;  // of the caption; written before a download task begins, and read by that

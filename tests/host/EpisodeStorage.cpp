@@ -36,23 +36,21 @@ HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields)
     if (schema == kSchemaTable)
         for (const QString& name : {u"Title"_s, u"Unlisted"_s, u"State"_s}) list->Add(MakeString(name).Get());
     if (schema == kSchemaPlaylistGroups && OffersFiles) list->Add(MakeString("Show").Get());
-    const auto add = [&](const QString& name, std::int32_t type, std::int32_t flags) {
-        const Ref<IVEXAMLDataField> field(new DataField);
-        field->SetValueAsObject(IVEXAMLDataField::Name, MakeString(name).Get());
-        field->SetValueAsInt32(IVEXAMLDataField::Type, type);
-        field->SetValueAsInt32(IVEXAMLDataField::FlagBits, flags);
+    const auto add = [&](auto... of) {
+        const auto field = MakeField(of...);
         list->Add(field.Get());
         return field;
     };
     if (schema == kSchemaAllFields) {
         add("ID", IVEXAMLDataField::Text, 6);
-        add("Title", IVEXAMLDataField::Text, 3);
-        add("Duration", IVEXAMLDataField::Duration, 2);
+        add("Title", IVEXAMLDataField::Text, 3, IVEXAMLDataField::Title);
+        add("Duration", IVEXAMLDataField::Duration, 2, IVEXAMLDataField::Length);
         const Ref<StateWords> words(new StateWords);
-        add("State", IVEXAMLDataField::Text, 3)->SetValueAsObject(IVEXAMLDataField::DisplayValue, words.Get());
+        add("State", IVEXAMLDataField::Text, 3, IVEXAMLDataField::State)
+            ->SetValueAsObject(IVEXAMLDataField::DisplayValue, words.Get());
         if (OffersFiles) {
             add("FileName", IVEXAMLDataField::FileName, 2);
-            add("Show", IVEXAMLDataField::Text, 3);
+            add("Show", IVEXAMLDataField::Text, 3, IVEXAMLDataField::Container);
         }
         add("Node", IVEXAMLDataField::Text, 6)->SetValueAsInt32(IVEXAMLDataField::GroupingImage, 3);
     }
@@ -120,7 +118,7 @@ HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filt
         rows.push_back(row);
     }
     Ref<IUnknown> result(new ObjectList);
-    if (!rows.empty()) result = Ref<IUnknown>(new EpisodeRows(rows));
+    if (!rows.empty()) result = Ref<IUnknown>(new TextRows(rows));
     *data = result.Detach();
     return S_OK;
 }

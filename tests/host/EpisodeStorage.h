@@ -1,11 +1,9 @@
 #pragma once
 // A storage over a list in memory, as a plug-in would bring one: rows, a tree of the states and shows, finding.
 
-#include "Filters.h"
 #include "HostFixture.h"
 #include "Library.h"
-#include "ObjectList.h"
-#include "Tree.h"
+#include "StorageParts.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <condition_variable>
@@ -22,25 +20,6 @@ struct Episode {
     double Duration;
 };
 
-/// Rows of texts, read as numbers where a number is asked for.
-class EpisodeRows final : public RefCountedObject<IVEXAMLDataProviderSelection> {
-public:
-    explicit EpisodeRows(std::vector<QStringList> rows) : FRows(std::move(rows)) {}
-    double GetValueAsFloat(std::int32_t column) noexcept override { return Value(column).toDouble(); }
-    std::int32_t GetValueAsInt32(std::int32_t column) noexcept override { return Value(column).toInt(); }
-    std::int64_t GetValueAsInt64(std::int32_t column) noexcept override { return Value(column).toLongLong(); }
-    const char16_t* GetValueAsString(std::int32_t column, std::int32_t* length) noexcept override {
-        *length = static_cast<std::int32_t>(Value(column).size());
-        return reinterpret_cast<const char16_t*>(Value(column).constData());
-    }
-    Bool32 NextRow() noexcept override { return ++FRow < FRows.size() ? kTrue : kFalse; }
-
-private:
-    const QString& Value(std::int32_t column) const { return FRows[FRow][column]; }
-    std::vector<QStringList> FRows;
-    std::size_t FRow = 0;
-};
-
 /// Texts for the states 0 to 2.
 class StateWords final : public RefCountedObject<IVEXAMLDataFieldDisplayValue> {
 public:
@@ -55,24 +34,6 @@ public:
 
 private:
     QString FText;
-};
-
-class EpisodeNodes final : public RefCountedObject<IVEXAMLGroupingTreeDataProviderSelection> {
-public:
-    explicit EpisodeNodes(std::vector<host::TreeNode> nodes) : FNodes(std::move(nodes)) {}
-    HResult GetDisplayValue(IVEXAString** text) noexcept override { return host::PutString(Node().Caption, text); }
-    std::uint32_t GetFlags() noexcept override { return Node().Flags; }
-    HResult GetImageIndex(std::int32_t* index) noexcept override { return *index = Node().Image, S_OK; }
-    HResult GetValue(IVEXAString** field, Variant* value) noexcept override {
-        host::ToVariant(Node().Pair.Value, *value);
-        return host::PutString(Node().Pair.Field, field);
-    }
-    Bool32 NextRow() noexcept override { return ++FNode < FNodes.size() ? kTrue : kFalse; }
-
-private:
-    const host::TreeNode& Node() const { return FNodes[FNode]; }
-    std::vector<host::TreeNode> FNodes;
-    std::size_t FNode = 0;
 };
 
 /// "new" and "shows" with the shows below each of them. Values are "state 1", "shows", "show NAME".
@@ -99,7 +60,7 @@ public:
         else
             list = {{value == u"shows" ? u"A"_s : u"(1) A"_s, 2, 3, {"Node", u"show A"_s}},
                     {"B", 2, 3, {"Node", u"show B"_s}}};
-        *nodes = Ref<EpisodeNodes>(new EpisodeNodes(list)).Detach();
+        *nodes = Ref<FixedNodes>(new FixedNodes(list)).Detach();
         return S_OK;
     }
     HResult GetFieldForAlphabeticIndex(IVEXAString**) noexcept override { return E_NOTIMPL; }

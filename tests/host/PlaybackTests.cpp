@@ -134,7 +134,7 @@ TEST_F(PlaybackTest, PositionsSurviveTheKillOfTheProgram) {
     ASSERT_TRUE(program.waitForStarted());
     const bool isKept = WaitUntil([&] { 
         const Positions positions(profile.Path());
-        const HeardEpisode* left = positions.Find(file);
+        const HeardFile* left = positions.Find(file);
         return left && left->Position > 20;
     });
     program.kill();
@@ -165,7 +165,7 @@ TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {
         WriteWhole(name, json.replace("\"when\": 1", "\"when\": -9"));
         const Positions again(profile.Path());
         QStringList begun;
-        for (const HeardEpisode& one : again.Begun()) begun += one.Address;
+        for (const HeardFile& one : again.Begun()) begun += one.Address;
         EXPECT_EQ(begun, (QStringList{u"d"_s, u"a"_s, u"b"_s}));
         EXPECT_EQ(again.UpNext().size(), 2);
     }

@@ -6,6 +6,7 @@
 #include "LoopbackServer.h"
 #include "MainWindow.h"
 #include "ShowNotes.h"
+#include "ShownColumns.h"
 #include "SubscribeDialog.h"
 #include "TaskBar.h"
 #include "VEXA.Runtime.ChoiceDialog.h"
@@ -233,6 +234,10 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     Start();
     Subscribe();
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
+    EXPECT_EQ(ShownColumns(*Find<QTableView>("Rows")),
+              QStringList({"Title", "Podcast", "Duration", "State", "Published", "Local copy"}));
+    EXPECT_EQ(Rows()->headerData(Find<QTableView>("Rows")->horizontalHeader()->sortIndicatorSection(), Qt::Horizontal),
+              "Published");
     Host.Language().Switch("German");
     EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
     // What has a focus says what it is.
@@ -243,6 +248,24 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     EXPECT_TRUE(Host.UnloadPlugins().isEmpty());
     EXPECT_EQ(Rows()->rowCount(), 0);
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
+}
+
+TEST_F(Window, TheFirstPageHasTheStoragesOptionsAndSetsThem) {
+    Start();
+    const auto option = [&] { return TheWindow->findChild<FirstStartPage*>()->findChild<QCheckBox*>(); };
+    ASSERT_TRUE(option());
+    EXPECT_EQ(option()->text(), "Refresh the feeds when the player starts");
+    EXPECT_TRUE(option()->isChecked());
+    option()->click();
+    Host.Language().Switch("German");
+    EXPECT_EQ(option()->text(), "Feeds beim Start des Programms aktualisieren");
+    EXPECT_FALSE(option()->isChecked()) << "the user's choice does not depend on the language";
+    Subscribe();
+    EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "0");
+    const Variant value;
+    Ref<IVEXAMLStartOptions> options;
+    ASSERT_EQ(Host.Library().GetActiveStorage(IVEXAMLStartOptions::IID, options.PutVoid()), S_OK);
+    EXPECT_EQ(options->SetOption(MakeString("another").Get(), &value), E_INVALIDARG);
 }
 
 TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {

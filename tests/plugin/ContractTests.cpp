@@ -108,6 +108,7 @@ protected:
 TEST_F(Contract, AMissingPointerIsAnswered) {
     const auto library = Of<IVEXAMLDataProvider>();
     const auto subscriptions = Of<IVEXAMLSubscriptionStorage>();
+    const auto start = Of<IVEXAMLStartOptions>();
     const auto properties = Of<IVEXAPropertyList2>();
     const auto art = Of<IVEXAMLAlbumArtProvider>();
     const auto find = Of<IVEXAMLDataStorageCommandFindInLibrary>();
@@ -145,6 +146,9 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
         {"GetRowCount without a filter", subscriptions->GetRowCount(fields.Get(), nullptr, &count)},
         {"Subscribe without addresses", subscriptions->Subscribe(nullptr, nullptr)},
         {"GetOutcomes", subscriptions->GetOutcomes(1, 0, nullptr)},
+        {"GetOptions", start->GetOptions(nullptr)},
+        {"SetOption without a value", start->SetOption(address.Get(), nullptr)},
+        {"SetOption without an ID", start->SetOption(nullptr, &value)},
         {"GetFields", Storage->GetFields(0, nullptr)},
         {"GetGroupingPresets", Storage->GetGroupingPresets(1, nullptr)},
         {"GetAlbumArt without an image", art->GetAlbumArt(fields.Get(), &value, nullptr, nullptr)},

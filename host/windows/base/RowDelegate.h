@@ -1,6 +1,6 @@
 #pragma once
 // How the window's views draw their rows: all of one height, a row that has the focus as a whole, and how far one is in
-// an episode: the time that is left beside its title, a line of progress below it. Main thread.
+// a file: the time that is left beside its title, a line of progress below it. Main thread.
 
 #include <QStyledItemDelegate>
 

@@ -34,7 +34,7 @@ QString ShownDuration(double seconds) {
 QString ShownDate(double date) {
     const QDateTime local = Local(date);
     if (!local.isValid()) return {};
-    // Old episodes are found, and two digits leave the century open.
+    // Old rows are found, and two digits leave the century open.
     QString format = QLocale().dateFormat(QLocale::ShortFormat);
     if (!format.contains(u"yyyy")) format.replace(QStringLiteral("yy"), QStringLiteral("yyyy"));
     return QLocale().toString(local.date(), format);

@@ -18,10 +18,17 @@ public:
         return FLanguage.Text(u"Window\\" + QString::fromLatin1(key), part);
     }
     /// With its first place filled. What is filled in is not looked at again.
-    QString operator()(const char* key, const QString& value) const {
-        QString text = (*this)(key);
+    QString operator()(const char* key, const QString& value) const { return Filled((*this)(key), value); }
+    static QString Filled(QString text, const QString& value) {
         const auto place = text.indexOf(QLatin1String("%s"));
         return place < 0 ? text : text.replace(place, 2, value);
+    }
+    /// What the rows of a storage are called: its own texts, or the window's where the language has none for it.
+    enum class RowText { Search, Name, Count, NothingSelected };
+    QString Rows(const QString& storageID, RowText which) const {
+        const int part = static_cast<int>(which);
+        const QString own = FLanguage.Text(u"Rows\\" + storageID, part);
+        return own.isEmpty() ? (*this)("Rows", part) : own;
     }
     QString Field(const QString& name) const {
         const QString caption = FLanguage.Text(u"Fields\\" + name);

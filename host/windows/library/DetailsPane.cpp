@@ -41,7 +41,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
       FTexts(host.Language()),
       FCover(new QLabel),
       FTitle(PlainLabel()),
-      FPodcast(PlainLabel("Faint")),
+      FContainer(PlainLabel("Faint")),
       FFigures(PlainLabel("Faint")),
       FNothing(PlainLabel("Faint")),
       FNotes(new ShowNotes),
@@ -61,7 +61,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     content->addWidget(FCover);
     content->addSpacing(4);
     content->addWidget(FTitle);
-    content->addWidget(FPodcast);
+    content->addWidget(FContainer);
     content->addWidget(FFigures);
     content->addSpacing(4);
     content->addWidget(FNotes, 1);
@@ -108,7 +108,7 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
         return facts;
     }
     facts.Title = TextOf(*info, IVEXAFileInfo::Title);
-    facts.Podcast = TextOf(*info, IVEXAFileInfo::Album);
+    facts.Container = TextOf(*info, IVEXAFileInfo::Album);
     facts.Notes = TextOf(*info, IVEXAFileInfo::Comment);
     info->GetValueAsFloat(IVEXAFileInfo::Duration, &facts.Duration);
     // The player opens the local copy where there is one.
@@ -138,16 +138,16 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     FNothing->hide();
     FContent->show();
     Fill();
-    // Covers are the podcast's: going through its episodes asks once.
-    if (!FFacts.Podcast.isEmpty() && FFacts.Podcast == FCoverOf) return;
-    FCoverOf = FFacts.Podcast;
+    // Covers are the container's: going through its files asks once.
+    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverOf) return;
+    FCoverOf = FFacts.Container;
     FCover->clear();
     FCover->hide();
-    FCoverReader.Run([this, file = FFile, podcast = FFacts.Podcast, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {
+    FCoverReader.Run([this, file = FFile, name = FFacts.Container, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {
         Ref<IVEXAImageContainer> container;
         QImage cover;
-        if (Succeeded(arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(podcast).Get(), nullptr,
-                                        container.Put())))
+        if (Succeeded(
+                arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(name).Get(), nullptr, container.Put())))
             cover = ToQImage(container.Get());
         if (!cover.isNull())
             cover = cover.scaled(kLargestCover, kLargestCover, Qt::KeepAspectRatio, Qt::SmoothTransformation);
@@ -165,8 +165,8 @@ void DetailsPane::ShowCover(const QImage& cover) {
 
 void DetailsPane::Fill() {
     FTitle->setText(FFacts.Title.simplified());
-    FPodcast->setText(FFacts.Podcast.simplified());
-    FPodcast->setVisible(!FFacts.Podcast.isEmpty());
+    FContainer->setText(FFacts.Container.simplified());
+    FContainer->setVisible(!FFacts.Container.isEmpty());
     QStringList figures{ShownDateTime(FDate), ShownDuration(FFacts.Duration)};
     if (FFacts.LocalSize >= 0) figures += FTexts("LocalCopy", QLocale().formattedDataSize(FFacts.LocalSize));
     figures.removeAll({});
@@ -174,8 +174,13 @@ void DetailsPane::Fill() {
     FFigures->setVisible(!figures.isEmpty());
 }
 
+void DetailsPane::SetStorage(const QString& storageID) {
+    FStorageID = storageID;
+    FNothing->setText(FTexts.Rows(FStorageID, WindowTexts::RowText::NothingSelected));
+}
+
 void DetailsPane::Localize() {
-    FNothing->setText(FTexts("NothingSelected"));
+    SetStorage(FStorageID);
     FCover->setAccessibleName(FTexts("Cover"));
     FNotes->setAccessibleName(FTexts("Notes"));
     setAccessibleName(FTexts("Details"));

@@ -1,5 +1,5 @@
 #pragma once
-// What is known of one episode: cover, titles, figures and show notes. All of it is read on worker threads. Main
+// What is known of one file: cover, titles, figures and show notes. All of it is read on worker threads. Main
 // thread.
 
 #include "Host.h"
@@ -24,6 +24,8 @@ public:
 
     /// Empty: none. `date` as rows have it; 0 for none. For the file that shows already, its figures are read again.
     void Show(const QString& file, double date);
+    /// The storage whose rows show; empty for none. It says what the pane calls them.
+    void SetStorage(const QString& storageID);
     /// Nothing of a plug-in's is asked any more until Show is called.
     void Stop();
     void Localize();
@@ -36,7 +38,7 @@ protected:
 
 private:
     struct Facts {
-        QString Title, Podcast, Notes;
+        QString Title, Container, Notes;
         double Duration = 0;
         qint64 LocalSize = -1;  // −1: there is no local copy
         bool operator==(const Facts&) const = default;
@@ -50,14 +52,15 @@ private:
 
     Host& FHost;
     const WindowTexts FTexts;
-    QLabel *FCover, *FTitle, *FPodcast, *FFigures, *FNothing;
+    QLabel *FCover, *FTitle, *FContainer, *FFigures, *FNothing;
     ShowNotes* FNotes;
     QWidget* FContent;
     QTimer FPause;
+    QString FStorageID;
     QString FFile;
     double FDate = 0;
     Facts FFacts;
-    QString FCoverOf;  // the podcast whose cover shows
+    QString FCoverOf;  // the container whose cover shows
     LatestTask FFactReader, FCoverReader;
 };
 

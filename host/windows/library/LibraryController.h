@@ -25,7 +25,7 @@ public:
     const LibraryStorage* Storage() const noexcept { return FSource ? &FSource->Storage : nullptr; }
     /// Whether there is nothing to show yet: the storage keeps subscriptions, and has none.
     bool IsEmpty() const noexcept { return FIsEmpty; }
-    /// Shows the episode in tree and table, if the library has it.
+    /// Shows the file in tree and table, if the library has it.
     void Find(const QString& file);
     /// What shows now is remembered for the next start.
     void SaveLayout();

@@ -90,7 +90,7 @@ QString Cleaned(const QString& notes) {
         done = match.capturedEnd();
         QString name = match.captured(3).toLower();
         const bool isEnd = match.captured(2) == u"/";
-        if (name == u"h1" || name == u"h2" || name == u"h3") name = QStringLiteral("h4");  // below the episode's title
+        if (name == u"h1" || name == u"h2" || name == u"h3") name = QStringLiteral("h4");  // below the file's title
         if (name == u"a") {
             if (isEnd && links > 0) {
                 clean += QStringLiteral("</a>");

@@ -17,7 +17,6 @@ namespace {
 constexpr int kMostPages = 24;    // kept beside those in sight
 constexpr int kMostReloaded = 8;  // pages, when the selection is spread over many
 
-const QString kMarkField = QStringLiteral("URLAudioCached");
 const QString kNotThere = QStringLiteral("…");
 
 int AsCount(std::int64_t count) {
@@ -61,27 +60,22 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     FColumns.clear();
     FPages.clear();
     FCount = 0;
-    FIDColumn = FFileColumn = FTitleColumn = FDurationColumn = -1;
+    FIDColumn = FFileColumn = FTitleColumn = FLengthColumn = -1;
     FQuery = {};
     if (FStorage) {
-        const LibraryField* file = nullptr;
         for (const LibraryField& field : FStorage->Fields()) {
-            if (!field.HasRows()) continue;
-            if (field.Type == IVEXAMLDataField::FileName) file = &field;
-            if (!field.Is(IVEXAMLDataField::Internal)) FColumns.push_back(&field);
+            if (!field.HasRows() || field.Is(IVEXAMLDataField::Internal)) continue;
+            FColumns.push_back(&field);
+            FQuery.Fields += field.Name;
         }
-        for (const LibraryField* field : FColumns) {
-            if (field->Type == IVEXAMLDataField::Duration && FDurationColumn < 0)
-                FDurationColumn = static_cast<int>(FQuery.Fields.size());
-            FQuery.Fields += field->Name;
-        }
-        FTitleColumn = ColumnOf(QStringLiteral("Title"));
+        FTitleColumn = ColumnOf(IVEXAMLDataField::Title);
+        FLengthColumn = ColumnOf(IVEXAMLDataField::Length);
         const auto add = [this](const LibraryField* field) {
             if (!field || !field->HasRows()) return -1;
             FQuery.Fields += field->Name;
             return static_cast<int>(FQuery.Fields.size()) - 1;
         };
-        FFileColumn = add(file);
+        FFileColumn = add(FStorage->FileField());
         FIDColumn = add(FStorage->Field(QStringLiteral("ID")));
         if (FIDColumn < 0) FIDColumn = FFileColumn;
     }
@@ -353,6 +347,11 @@ int TableModel::ColumnOf(const QString& field) const noexcept {
     return found == FColumns.end() ? -1 : static_cast<int>(found - FColumns.begin());
 }
 
+int TableModel::ColumnOf(IVEXAMLDataField::Roles role) const noexcept {
+    const LibraryField* field = FStorage ? FStorage->FieldOf(role) : nullptr;
+    return field ? ColumnOf(field->Name) : -1;
+}
+
 int TableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(FColumns.size());
 }
@@ -361,7 +360,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const auto column = static_cast<std::size_t>(index.column());
     if (!index.isValid() || column >= FColumns.size()) return {};
     const LibraryField& field = *FColumns[column];
-    const bool isMark = field.Name == kMarkField;
+    const bool isMark = field.Role == IVEXAMLDataField::LocalFile;
     if (role == Qt::TextAlignmentRole)
         return QVariant(Qt::AlignVCenter | (field.Type == IVEXAMLDataField::Duration ? Qt::AlignRight : Qt::AlignLeft));
     const auto* values = Row(index.row());
@@ -388,11 +387,10 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant TableModel::Progress(int row, int role) const {
-    const HeardEpisode* left = FPositions ? FPositions->Find(File(row)) : nullptr;
+    const HeardFile* left = FPositions ? FPositions->Find(File(row)) : nullptr;
     if (!left) return {};
     double duration = left->Duration;
-    if (!(duration > 0) && FDurationColumn >= 0)
-        duration = (*Row(row))[static_cast<std::size_t>(FDurationColumn)].Number;
+    if (!(duration > 0) && FLengthColumn >= 0) duration = (*Row(row))[static_cast<std::size_t>(FLengthColumn)].Number;
     if (!(duration > left->Position)) return {};
     if (role == kProgressRole) return left->Position / duration;
     return FTexts("TimeLeft", ShownDuration(duration - left->Position));
@@ -411,10 +409,10 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
         role != Qt::AccessibleTextRole)
         return {};
     // Over a column of marks stands the mark.
-    const QString& name = FColumns[static_cast<std::size_t>(section)]->Name;
-    const bool isMark = name == kMarkField;
+    const LibraryField& field = *FColumns[static_cast<std::size_t>(section)];
+    const bool isMark = field.Role == IVEXAMLDataField::LocalFile;
     if (role == Qt::DecorationRole) return isMark ? QVariant(WindowIcon(QStringLiteral("downloaded"))) : QVariant();
-    return isMark && role == Qt::DisplayRole ? QString() : FTexts.Field(name);
+    return isMark && role == Qt::DisplayRole ? QString() : FTexts.Field(field.Name);
 }
 
 Qt::ItemFlags TableModel::flags(const QModelIndex& index) const {

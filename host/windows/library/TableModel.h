@@ -36,7 +36,7 @@ public:
     const RowQuery& Query() const noexcept { return FQuery; }
     void SetSight(int first, int last);
     void Reload();
-    /// Where episodes were left, shown beside their titles. It outlives the model; null for nothing.
+    /// Where files were left, shown beside their titles. It outlives the model; null for nothing.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
     void OnPositionsChanged();
     /// By which rows are found again whose files, and IDs with them, have moved. It outlives the model.
@@ -45,7 +45,9 @@ public:
     bool IsBusy() const noexcept { return FFirst != 0; }
 
     const std::vector<const LibraryField*>& Columns() const noexcept { return FColumns; }
+    /// −1 when it is none of the columns.
     int ColumnOf(const QString& field) const noexcept;
+    int ColumnOf(IVEXAMLDataField::Roles role) const noexcept;
     /// Null for a row that is not there yet.
     const std::vector<RowValue>* Row(int row) const;
     /// Empty for a row that is not there yet.
@@ -104,7 +106,7 @@ private:
     const LibraryStorage* FStorage = nullptr;
     RowReader* FReader = nullptr;
     std::vector<const LibraryField*> FColumns;
-    int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FDurationColumn = -1;
+    int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1;
     const Positions* FPositions = nullptr;
     PresentAddresses* FAddresses = nullptr;
     RowQuery FQuery;  // with all fields: the columns, then those that only the model looks at

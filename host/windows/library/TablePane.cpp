@@ -24,15 +24,16 @@ constexpr int kRowHeight = RowDelegate::kHeight, kSearchWidth = 280, kSearchHeig
 constexpr int kTypingPause = 150;  // milliseconds
 
 int WidthOf(const LibraryField& field) {
-    if (field.Name == u"Title") return 360;
-    if (field.Name == u"URLAudioCached") return 34;
+    if (field.Role == IVEXAMLDataField::Title) return 360;
+    if (field.Role == IVEXAMLDataField::LocalFile) return 34;
+    if (field.Role == IVEXAMLDataField::State) return 84;
     switch (field.Type) {
         case IVEXAMLDataField::Duration:
             return 76;
         case IVEXAMLDataField::DateTime:
             return 116;
         default:
-            return field.DisplayValues ? 84 : 140;
+            return 140;
     }
 }
 
@@ -116,28 +117,34 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     FCurrentFile.clear();
     FCurrentRow = -1;
     FModel->SetSource(storage, reader);
+    FStorageID = storage ? storage->ID() : QString();
+    NameRows();
     if (!storage) return;
     QHeaderView* header = FView->horizontalHeader();
     ArrangeColumns(*storage);
     if (!layout.isEmpty()) header->restoreState(layout);
     header->setSectionsMovable(true);
-    // The title takes what the others leave.
-    if (const int title = FModel->ColumnOf(QStringLiteral("Title")); title >= 0)
-        header->setSectionResizeMode(title, QHeaderView::Stretch);
-    else
-        header->setStretchLastSection(true);
+    // The title takes what the others leave, and where there is none the last column.
+    const int title = FModel->ColumnOf(IVEXAMLDataField::Title);
+    header->setSectionResizeMode(QHeaderView::Interactive);
+    header->setStretchLastSection(title < 0);
+    if (title >= 0) header->setSectionResizeMode(title, QHeaderView::Stretch);
     header->setSortIndicatorShown(true);
     FModel->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
 }
 
 void TablePane::ArrangeColumns(const LibraryStorage& storage) {
     QHeaderView* header = FView->horizontalHeader();
-    const QStringList wanted = storage.FieldNames(kSchemaTable);
-    // Where all rows of a storage mix, what they belong to stands beside their title.
-    QStringList order = wanted;
-    if (!order.contains(u"FeedName") && FModel->ColumnOf(QStringLiteral("FeedName")) >= 0 && order.size() > 1) {
-        order.removeAll(QStringLiteral("Artist"));
-        order.insert(1, QStringLiteral("FeedName"));
+    QStringList order = storage.FieldNames(kSchemaTable);
+    if (order.isEmpty())
+        for (const LibraryField* field : FModel->Columns()) order += field->Name;
+    // Rows of several containers stand in one table, so what they belong to stands beside their title. It says more
+    // than who is heard in them.
+    const LibraryField* container = storage.FieldOf(IVEXAMLDataField::Container);
+    if (container && FModel->ColumnOf(container->Name) >= 0 && !order.contains(container->Name) && order.size() > 1) {
+        if (const LibraryField* performer = storage.FieldOf(IVEXAMLDataField::Performer))
+            order.removeAll(performer->Name);
+        order.insert(1, container->Name);
     }
     header->setSortIndicator(-1, Qt::AscendingOrder);
     int place = 0;
@@ -148,7 +155,7 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
         const LibraryField& field = *FModel->Columns()[static_cast<std::size_t>(column)];
         header->setSectionHidden(column, !order.contains(field.Name));
         header->resizeSection(column, WidthOf(field));
-        if (field.Type == IVEXAMLDataField::DateTime) header->setSortIndicator(column, Qt::DescendingOrder);
+        if (field.Role == IVEXAMLDataField::Date) header->setSortIndicator(column, Qt::DescendingOrder);
     }
 }
 
@@ -190,7 +197,7 @@ void TablePane::OnShown() {
     if (top >= 0 && topNow >= 0 && topNow != top)
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
     UpdateSight();
-    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    ShowCount();
     const QModelIndex current = FView->currentIndex();
     if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
         // Where the current row has gone, the one in its place takes over; among other rows it stays by its name.
@@ -236,11 +243,20 @@ bool TablePane::ShowFile(const QString& file) {
     return true;
 }
 
+void TablePane::NameRows() {
+    FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
+    FSearch->setAccessibleName(FSearch->placeholderText());
+    FView->setAccessibleName(FTexts.Rows(FStorageID, WindowTexts::RowText::Name));
+    ShowCount();
+}
+
+void TablePane::ShowCount() {
+    FCount->setText(WindowTexts::Filled(FTexts.Rows(FStorageID, WindowTexts::RowText::Count),
+                                        QLocale().toString(FModel->rowCount())));
+}
+
 void TablePane::Localize() {
-    FSearch->setPlaceholderText(FTexts("Search"));
-    FSearch->setAccessibleName(FTexts("Search"));
-    FView->setAccessibleName(FTexts("Episodes"));
-    FCount->setText(FTexts("Count", QLocale().toString(FModel->rowCount())));
+    NameRows();
     FModel->Localize();
 }
 

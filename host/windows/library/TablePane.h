@@ -53,6 +53,8 @@ private:
     void ArrangeColumns(const LibraryStorage& storage);
     void ShowColumnMenu(const QPoint& position);
     void KeepTop();
+    void NameRows();
+    void ShowCount();
 
     const WindowTexts FTexts;
     TableModel* const FModel;
@@ -60,6 +62,7 @@ private:
     QTableView* const FView;
     QLabel* const FCount;
     QTimer FTyping;
+    QString FStorageID;  // whose rows show; empty for none
     QString FCurrentFile;
     int FCurrentRow = -1;
     // What stood at the top before rows moved, and where.

@@ -29,12 +29,12 @@ namespace {
 QString IconName(std::int32_t image) {
     using Cursor = IVEXAMLGroupingTreeDataProviderSelection;
     switch (image) {
-        case Cursor::Feed:
-            return QStringLiteral("feed");
+        case Cursor::Source:
+            return QStringLiteral("source");
         case Cursor::New:
             return QStringLiteral("new");
-        case Cursor::Postponed:
-            return QStringLiteral("postponed");
+        case Cursor::Later:
+            return QStringLiteral("later");
         default:
             return QStringLiteral("folder");
     }

@@ -36,7 +36,7 @@ void ListeningModel::Update() {
     add(Part::UpNext, FPlayback.UpNext(), [](const QString& address, int place) {
         return Entry{Part::UpNext, address, 0, 0, place};
     });
-    add(Part::Begun, FPlayback.Left().Begun(), [](const HeardEpisode& one, int place) {
+    add(Part::Begun, FPlayback.Left().Begun(), [](const HeardFile& one, int place) {
         return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),
@@ -137,9 +137,9 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         case Qt::DisplayRole:
             return shown.simplified();
         case Qt::ToolTipRole: {
-            const QString podcast =
-                title.Podcast.isEmpty() ? QString() : QString(u"<br>" + title.Podcast.toHtmlEscaped());
-            return QString(u"<span>" + shown.toHtmlEscaped() + podcast + u"</span>");
+            const QString container =
+                title.Container.isEmpty() ? QString() : QString(u"<br>" + title.Container.toHtmlEscaped());
+            return QString(u"<span>" + shown.toHtmlEscaped() + container + u"</span>");
         }
         case kProgressRole:
             return hasRest ? entry.Position / entry.Duration : QVariant();

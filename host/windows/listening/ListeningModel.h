@@ -42,7 +42,7 @@ public:
 
 private:
     struct Title {
-        QString Text, Podcast;
+        QString Text, Container;
     };
 
     void OnAddressesMoved(const AddressMoves& moves);

@@ -186,6 +186,9 @@ void MainWindow::ConnectLibrary() {
         else
             LetGo();
         FTasks->Update(FLibrary->Storage());
+        FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
+        FMenuBar->ShowOffers(FLibrary->Storage());
+        FFirstStart->ReadOptions();
         ShowPage();
     });
     connect(&FTable->Model(), &TableModel::Failed, this,
@@ -240,9 +243,9 @@ void MainWindow::ShowDetails() {
     double date = 0;
     const QModelIndex current = FTable->View()->currentIndex();
     const TableModel& model = FTable->Model();
-    if (const auto* row = current.isValid() ? model.Row(current.row()) : nullptr)
-        for (std::size_t i = 0; i < model.Columns().size(); ++i)
-            if (model.Columns()[i]->Type == IVEXAMLDataField::DateTime) date = (*row)[i].Number;
+    const int column = model.ColumnOf(IVEXAMLDataField::Date);
+    if (const auto* row = current.isValid() && column >= 0 ? model.Row(current.row()) : nullptr)
+        date = (*row)[static_cast<std::size_t>(column)].Number;
     FDetails->Show(FTable->CurrentFile(), date);
 }
 
@@ -260,7 +263,8 @@ void MainWindow::Import() {
 }
 
 void MainWindow::Export() {
-    QString file = QFileDialog::getSaveFileName(this, QString(), QStringLiteral("podcasts.opml"), FTexts("OpmlFiles"));
+    QString file =
+        QFileDialog::getSaveFileName(this, QString(), QStringLiteral("subscriptions.opml"), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
     if (const QString problem = FSubscriber->Export(file); !problem.isEmpty())
         Warn(problem == file ? FTexts("CannotWrite", file) : problem);

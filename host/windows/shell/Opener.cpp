@@ -1,6 +1,7 @@
 #include "Opener.h"
 
 #include "FileInfo.h"
+#include "Installation.h"
 #include "SubscribeDialog.h"
 #include "VEXA.Runtime.Url.h"
 
@@ -14,8 +15,6 @@
 namespace vexa::host {
 
 namespace {
-
-const QString kEpisodeScheme = QStringLiteral("podcast");
 
 /// In lower case; empty for what has none.
 QString SchemeOf(const QString& address) {
@@ -40,9 +39,7 @@ bool NamesServer(const QString& address) {
 QString AddressFromArgument(const QString& argument, const QString& folder) {
     const QString text = argument.trimmed();
     const QString scheme = SchemeOf(text);
-    static const QStringList opened{kEpisodeScheme,          QStringLiteral("feed"), QStringLiteral("itpc"),
-                                    QStringLiteral("pcast"), QStringLiteral("http"), QStringLiteral("https")};
-    if (opened.contains(scheme)) {
+    if (OpenedSchemes().contains(scheme)) {
         if (!NamesServer(text)) Refuse(text + u" is no address: it names no server");
         return text;
     }
@@ -55,17 +52,16 @@ QString AddressFromArgument(const QString& argument, const QString& folder) {
     }
     if (IsUrlWithoutScheme(text)) return text;
     if (!scheme.isEmpty() && scheme != u"file")
-        Refuse(text +
-               u" cannot be opened: take podcast, feed, itpc, pcast, http, https and file addresses, and names " +
-               u"of files");
+        Refuse(text + u" cannot be opened: take " + OpenedSchemes().join(QStringLiteral(", ")) +
+               u" and file addresses, and names of files");
     Refuse(u"there is no file " + (file.isEmpty() ? argument : file));
 }
 
 Opener::Opener(Host& host, Subscriber& subscriber, QWidget& window)
     : FHost(host), FSubscriber(subscriber), FWindow(window), FTexts(host.Language()) {}
 
-bool Opener::IsKnownEpisode(const QString& address) const {
-    if (SchemeOf(address) != kEpisodeScheme) return false;
+bool Opener::IsKnownFile(const QString& address) const {
+    if (!FHost.FileSystems().Find(SchemeOf(address))) return false;
     const Ref<FileInfo> info(new FileInfo);
     return Succeeded(FHost.FileInfos().GetFileInfo(MakeString(address).Get(), 0, info.Get()));
 }
@@ -76,7 +72,7 @@ void Opener::Open(const QStringList& addresses) {
     for (const QString& given : addresses) {
         try {
             const QString address = AddressFromArgument(given, QDir::rootPath());
-            if (IsKnownEpisode(address))
+            if (IsKnownFile(address))
                 played = played.isEmpty() ? address : played;
             else if (QDir::isAbsolutePath(address))
                 files += address;

@@ -1,8 +1,8 @@
 #pragma once
 // What the window is asked to open: arguments of the program, and what the desktop hands it. Main thread.
 //
-// A document of this machine goes where a drop of it goes. An address of an episode that is known is played. Any other
-// address may come from a page that somebody clicked on, so it is only offered as a subscription.
+// A document of this machine goes where a drop of it goes. A file that a plug-in's file system knows is played. Any
+// other address may come from a page that somebody clicked on, so it is only offered as a subscription.
 
 #include "Subscriber.h"
 #include "WindowTexts.h"
@@ -33,7 +33,7 @@ Q_SIGNALS:
     void Failed(const QString& message);
 
 private:
-    bool IsKnownEpisode(const QString& address) const;
+    bool IsKnownFile(const QString& address) const;
     void Offer(const QStringList& addresses);
 
     Host& FHost;

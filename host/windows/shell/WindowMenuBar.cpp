@@ -10,10 +10,10 @@ namespace vexa::host {
 WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent)
     : QMenuBar(parent), FHost(host), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
-    Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
+    FSubscribe = Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
     file->addSeparator();
-    Add(file, "Import", QKeySequence(Qt::CTRL | Qt::Key_O), &WindowMenuBar::Import);
-    Add(file, "Export", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), &WindowMenuBar::Export);
+    FImport = Add(file, "Import", QKeySequence(Qt::CTRL | Qt::Key_O), &WindowMenuBar::Import);
+    FExport = Add(file, "Export", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), &WindowMenuBar::Export);
     file->addSeparator();
     Add(file, "Options", QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowMenuBar::Options);
     file->addSeparator();
@@ -29,6 +29,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     AddThemes(theme);
     AddLanguages();
     FView->addSeparator();
+    ShowOffers(nullptr);
     Localize();
 }
 
@@ -80,6 +81,11 @@ void WindowMenuBar::AddLanguages() {
         group->addAction(action);
         connect(action, &QAction::triggered, this, [this, language] { FHost.Language().Switch(language); });
     }
+}
+
+void WindowMenuBar::ShowOffers(const LibraryStorage* storage) {
+    FSubscribe->setEnabled(storage && storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>());
+    for (QAction* action : {FImport, FExport}) action->setEnabled(storage && storage->Subscriptions());
 }
 
 void WindowMenuBar::Localize() {

@@ -2,6 +2,7 @@
 // The window's menu bar. Main thread.
 
 #include "Host.h"
+#include "Library.h"
 #include "PlaybackMenu.h"
 #include "WindowTexts.h"
 #include "WindowTheme.h"
@@ -22,6 +23,8 @@ public:
 
     /// A pane that can be hidden. `key` names its caption.
     void AddPane(const char* key, QAction* toggle);
+    /// What the storage that shows does not offer is disabled; null while none shows.
+    void ShowOffers(const LibraryStorage* storage);
     void Localize();
 
 Q_SIGNALS:
@@ -45,6 +48,7 @@ private:
     Host& FHost;
     const WindowTexts FTexts;
     std::vector<Captioned> FCaptions;
+    QAction *FSubscribe, *FImport, *FExport;
     QMenu* FView = nullptr;
     QMenu* FLibrary = nullptr;
     PlaybackMenu* FPlayback = nullptr;

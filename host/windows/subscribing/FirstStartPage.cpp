@@ -1,5 +1,6 @@
 #include "FirstStartPage.h"
 
+#include "Library.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -13,6 +14,8 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace vexa::host {
 
@@ -20,7 +23,39 @@ namespace {
 
 constexpr int kWidth = 520, kPicture = 64;
 
-const QString kRefreshKey = QStringLiteral("Podcasts\\CheckUpdatesOnStartup");
+/// The active storage's; null when it asks about none.
+Ref<IVEXAMLStartOptions> StartOptions(Host& host) {
+    Ref<IVEXAMLStartOptions> options;
+    host.Library().GetActiveStorage(IVEXAMLStartOptions::IID, options.PutVoid());
+    return options;
+}
+
+struct CheckOption {
+    QString ID, Caption;
+    bool IsProposed;
+};
+
+/// Those of the active storage's options that a check box can show.
+std::vector<CheckOption> ReadCheckOptions(Host& host) {
+    std::vector<CheckOption> found;
+    Ref<IVEXAObjectList> list;
+    if (const auto options = StartOptions(host)) options->GetOptions(list.Put());
+    for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
+        Ref<IVEXAMLOption> option;
+        if (Failed(list->GetObject(i, IVEXAMLOption::IID, option.PutVoid()))) continue;
+        const auto text = [&](std::int32_t id) {
+            Ref<IVEXAString> value;
+            option->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
+            return ToQString(value.Get());
+        };
+        std::int32_t kind = -1, value = 0;
+        option->GetValueAsInt32(IVEXAMLOption::Kind, &kind);
+        option->GetValueAsInt32(IVEXAMLOption::Value, &value);
+        if (kind == IVEXAMLOption::Check)
+            found.push_back({text(IVEXAMLOption::ID), text(IVEXAMLOption::Caption), value != 0});
+    }
+    return found;
+}
 
 QLabel* CentredLabel() {
     auto* label = new QLabel;
@@ -44,8 +79,8 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
       FAddress(new QLineEdit),
       FSubscribe(new QPushButton),
       FImport(new QPushButton),
-      FRefresh(new QCheckBox),
-      FBusy(new QProgressBar) {
+      FBusy(new QProgressBar),
+      FOptionsPlace(new QVBoxLayout) {
     setAcceptDrops(true);
     setAutoFillBackground(true);
     setBackgroundRole(QPalette::Base);
@@ -63,7 +98,6 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     FSubscribe->setMinimumHeight(34);
     FSubscribe->setDefault(true);
     FImport->setFlat(true);
-    FRefresh->setChecked(true);
     FBusy->setRange(0, 0);
     FBusy->setTextVisible(false);
 
@@ -82,7 +116,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     inner->addLayout(row);
     inner->addWidget(FBusy);
     inner->addWidget(FAnswer);
-    inner->addWidget(FRefresh, 0, Qt::AlignHCenter);
+    inner->addLayout(FOptionsPlace);
     inner->addWidget(FImport, 0, Qt::AlignHCenter);
     auto* whole = new QVBoxLayout(this);
     whole->addStretch(2);
@@ -97,11 +131,11 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     connect(FAddress, &QLineEdit::textChanged, this,
             [this] { FSubscribe->setEnabled(!FAddress->text().trimmed().isEmpty() && !FSubscriber.IsBusy()); });
     connect(FImport, &QPushButton::clicked, this, [this] {
-        WriteRefreshing();
+        WriteOptions();
         Q_EMIT ImportWanted();
     });
     connect(&FSubscriber, &Subscriber::Started, this, [this] {
-        if (isVisible()) WriteRefreshing();  // dropped addresses too
+        if (isVisible()) WriteOptions();  // dropped addresses too
         ShowBusy(true);
     });
     connect(&FSubscriber, &Subscriber::Finished, this, [this](const std::vector<Subscriber::Outcome>& outcomes) {
@@ -123,8 +157,34 @@ void FirstStartPage::Subscribe(const QStringList& addresses) {
     FSubscriber.Subscribe(addresses);
 }
 
-void FirstStartPage::WriteRefreshing() {
-    FHost.Config().SetValueAsInt32(MakeString(kRefreshKey).Get(), FRefresh->isChecked() ? 1 : 0);
+void FirstStartPage::ReadOptions() {
+    std::map<QString, QCheckBox*> former = std::exchange(FOptions, {});
+    const QString storageID = FHost.Library().ActiveStorageID();
+    if (std::exchange(FStorageID, storageID) != storageID)
+        for (auto& [id, box] : former) delete std::exchange(box, nullptr);
+    for (const CheckOption& option : ReadCheckOptions(FHost)) {
+        if (FOptions.contains(option.ID)) continue;
+        // In another language it is the same option, which the user may have changed.
+        QCheckBox* box = std::exchange(former[option.ID], nullptr);
+        if (!box) {
+            box = new QCheckBox;
+            box->setChecked(option.IsProposed);
+            FOptionsPlace->addWidget(box, 0, Qt::AlignHCenter);
+        }
+        box->setText(QString(option.Caption).replace(u'&', QStringLiteral("&&")));
+        FOptions[option.ID] = box;
+    }
+    for (const auto& [id, box] : former) delete box;
+}
+
+void FirstStartPage::WriteOptions() {
+    const auto options = StartOptions(FHost);
+    if (!options) return;
+    for (const auto& [id, box] : FOptions) {
+        Variant value;
+        ToVariant(std::int32_t{box->isChecked() ? 1 : 0}, value);
+        options->SetOption(MakeString(id).Get(), &value);
+    }
 }
 
 void FirstStartPage::ShowBusy(bool isBusy) {
@@ -152,14 +212,14 @@ void FirstStartPage::Localize() {
     FText->setText(FTexts("WelcomeText"));
     FAddress->setPlaceholderText(FTexts("Address"));
     FAddress->setAccessibleName(FTexts("AddressName"));
-    FRefresh->setText(FTexts("RefreshAtStart"));
     FImport->setText(FTexts("ImportButton"));
     FBusy->setAccessibleName(FTexts("Subscribing"));
+    ReadOptions();
     ShowBusy(FSubscriber.IsBusy());
 }
 
 void FirstStartPage::OnThemeChanged() {
-    FPicture->setPixmap(WindowIcon(QStringLiteral("feed")).pixmap(kPicture, kPicture));
+    FPicture->setPixmap(WindowIcon(QStringLiteral("source")).pixmap(kPicture, kPicture));
 }
 
 }  // namespace vexa::host

@@ -1,5 +1,6 @@
 #pragma once
-// What the window shows while there is no subscription: one field, and what to do with it. Main thread.
+// What the window shows while there is no subscription: one field, what to do with it, and the options that the storage
+// asks a new user about. Main thread.
 
 #include "Host.h"
 #include "Subscriber.h"
@@ -7,11 +8,14 @@
 
 #include <QWidget>
 
+#include <map>
+
 class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
 class QPushButton;
+class QVBoxLayout;
 
 namespace vexa::host {
 
@@ -21,6 +25,8 @@ public:
     FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent = nullptr);
 
     QLineEdit* Address() const noexcept { return FAddress; }
+    /// Another storage shows, or none: its options take the place of those that stood here.
+    void ReadOptions();
     void Localize();
     void OnThemeChanged();
 
@@ -35,7 +41,7 @@ protected:
 private:
     void Subscribe(const QStringList& addresses);
     void ShowBusy(bool isBusy);
-    void WriteRefreshing();
+    void WriteOptions();
 
     Host& FHost;
     Subscriber& FSubscriber;
@@ -43,8 +49,10 @@ private:
     QLabel *FPicture, *FTitle, *FText, *FAnswer;
     QLineEdit* FAddress;
     QPushButton *FSubscribe, *FImport;
-    QCheckBox* FRefresh;
     QProgressBar* FBusy;
+    QVBoxLayout* FOptionsPlace;
+    std::map<QString, QCheckBox*> FOptions;  // by their IDs
+    QString FStorageID;                      // whose options they are
 };
 
 }  // namespace vexa::host

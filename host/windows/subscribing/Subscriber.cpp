@@ -2,6 +2,7 @@
 
 #include "ErrorInfo.h"
 #include "Guarded.h"
+#include "Installation.h"
 #include "Library.h"
 #include "ObjectList.h"
 #include "VEXA.Runtime.Url.h"
@@ -145,9 +146,9 @@ QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, con
 }
 
 bool IsAddress(const QString& text) {
-    static const QRegularExpression scheme(QStringLiteral("^(podcast|feed|itpc|pcast|https?):\\S+$"),
-                                           QRegularExpression::CaseInsensitiveOption);
-    return scheme.match(text).hasMatch() || IsUrlWithoutScheme(text);
+    static const QRegularExpression address(QString(u"^(" + OpenedSchemes().join(u'|') + u"):\\S+$"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    return address.match(text).hasMatch() || IsUrlWithoutScheme(text);
 }
 
 QStringList AddressesIn(const QMimeData& data) {

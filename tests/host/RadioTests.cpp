@@ -1,0 +1,93 @@
+// The window over a storage of another kind than the podcasts.
+
+#include "FirstStartPage.h"
+#include "LoopbackServer.h"
+#include "MainWindow.h"
+#include "PlaybackFixture.h"
+#include "Radio.h"
+#include "ShownColumns.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QTreeView>
+
+using namespace vexa::host;
+using tests::WaitUntil;
+
+namespace {
+
+class RadioWindow : public PlaybackTest {
+protected:
+    void Start(IVEXAMLDataField::Roles title) {
+        Server.Serve("/harbour", tests::Response::Of(MakeTone(30), "audio/x-wav"));
+        std::vector<tests::Station> stations{{"Quay", "Talk", Server.Url("/quay"), 64},
+                                             {"Harbour", "Music", Server.Url("/harbour"), 128},
+                                             {"Lighthouse", "Music", Server.Url("/lighthouse"), 192}};
+        const Ref<tests::Radio> radio(new tests::Radio(std::move(stations), title));
+        TheWindow.emplace(Host, *Player);
+        TheWindow->show();
+        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
+        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
+        ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && IsShown("Harbour"); }));
+    }
+    template <class Widget>
+    Widget* Find(const char* name) {
+        return TheWindow->findChild<Widget*>(QString::fromLatin1(name));
+    }
+    QTableView* View() { return Find<QTableView>("Rows"); }
+    QAbstractItemModel* Rows() { return View()->model(); }
+    bool IsShown(const QString& text) { return RowOf(text) >= 0; }
+    int RowOf(const QString& text) {
+        const QModelIndexList found = Rows()->match(Rows()->index(0, 0), Qt::DisplayRole, text);
+        return found.isEmpty() ? -1 : found.first().row();
+    }
+    bool ShowsText(const QString& text) {
+        for (const QLabel* label : TheWindow->findChildren<QLabel*>())
+            if (label->isVisible() && label->text() == text) return true;
+        return false;
+    }
+
+    tests::LoopbackServer Server;
+    std::optional<MainWindow> TheWindow;
+};
+
+}  // namespace
+
+TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
+    Start(IVEXAMLDataField::Title);
+    EXPECT_FALSE(TheWindow->findChild<FirstStartPage*>()->isVisible());
+    EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
+    EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
+    // The podcasts' words are theirs alone.
+    EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search");
+    EXPECT_TRUE(ShowsText("Entries: 3"));
+    EXPECT_TRUE(ShowsText("Select an entry to read about it."));
+    for (const char* name : {"Subscribe", "Import", "Export"})
+        EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is nothing that a radio offers";
+
+    auto* tree = Find<QTreeView>("Tree");
+    const QModelIndex stations = tree->model()->index(0, 0);
+    ASSERT_EQ(tree->model()->rowCount(stations), 2);
+    EXPECT_EQ(tree->model()->index(1, 0, stations).data().toString(), "Talk");
+    tree->setCurrentIndex(tree->model()->index(0, 0, stations));
+    EXPECT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 2 && !IsShown("Quay"); }));
+    Find<QLineEdit>("Search")->setText("Harb");
+    ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 1 && IsShown("Harbour"); }));
+
+    View()->selectRow(0);
+    EXPECT_TRUE(WaitUntil([&] { return ShowsText("Harbour"); })) << "in the details";
+    Q_EMIT View()->doubleClicked(Rows()->index(0, 0));
+    EXPECT_EQ(Host.Player().FileName(), Server.Url("/harbour"));
+    EXPECT_TRUE(WaitFor(State::Playing)) << Errors.join('\n').toStdString();
+    EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == "Harbour"; }));
+}
+
+TEST_F(RadioWindow, FieldsWithoutRolesArePlainColumns) {
+    Start(IVEXAMLDataField::None);
+    EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
+    EXPECT_TRUE(View()->horizontalHeader()->stretchLastSection());
+    View()->sortByColumn(0, Qt::AscendingOrder);
+    EXPECT_TRUE(WaitUntil([&] { return RowOf("Harbour") == 0 && RowOf("Quay") == 2; }));
+    Q_EMIT View()->doubleClicked(Rows()->index(0, 0));
+    EXPECT_EQ(Host.Player().FileName(), Server.Url("/harbour"));
+}
