@@ -126,7 +126,7 @@ void TPodcastsDB::Remove(int id) {
         RemoveOlderNames(id);
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
-        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedLogos WHERE ID = ").Integer(id));
+        ForgetLogo(id);
         ForgetDocument(id);
     });
 }
@@ -461,20 +461,6 @@ void TPodcastsDB::ForgetMissingFile(const QString& fileName) {
     sql.Text(fileName).Raw(" AND NOT");
     TPodcastsDBQueryBuilder::FileExistsCondition(sql, "URLAudioCached");
     ExecuteSQL(sql);
-}
-
-bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {
-    if (id < 0) return false;
-    const auto cursor = Read(SqlBuilder("SELECT * FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));
-    if (!cursor) return false;
-    QByteArray bytes = cursor->Blob("Data");
-    if (bytes.isEmpty()) return false;
-    data = std::move(bytes);
-    return true;
-}
-
-void TPodcastsDB::SetFeedLogo(int id, const void* data, std::size_t size) {
-    ExecuteWithBlob(SqlBuilder("REPLACE INTO PodcastFeedLogos VALUES (").Integer(id).Raw(", ?)").Sql(), data, size);
 }
 
 }  // namespace podcasts

@@ -29,6 +29,12 @@ constexpr SqlColumn kDocumentColumns[] = {
     {"ETag", Text},     {"LastModified", Text},    {"Digest", Text},     {"WantedAddress", Text},
     {"Rules", Integer}, {"EpisodeCount", Integer}, {"LastRow", Integer},
 };
+constexpr SqlColumn kLogoLookColumns[] = {
+    {"FeedID", Key},
+    {"URLLogo", Text},
+    {"LookedAt", Integer},
+    {"Outcome", Integer},
+};
 
 // What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
 // may change with a library's version, and plain sqlite3 could not write to the table any more.
@@ -49,7 +55,7 @@ struct Table {
     std::span<const SqlColumn> Columns;
     std::string_view Constraint = {};
 };
-constexpr std::array<Table, 5> kTables = {{
+constexpr std::array<Table, 6> kTables = {{
     {"PodcastFeeds", kFeedTable},
     // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
     // otherwise stop the upgrade for ever.
@@ -57,6 +63,7 @@ constexpr std::array<Table, 5> kTables = {{
     {"PodcastFeedLogos", kLogoColumns},
     {"PodcastEpisodeNames", kNameColumns},
     {"PodcastFeedDocuments", kDocumentColumns},
+    {"PodcastFeedLogoLooks", kLogoLookColumns},
 }};
 
 constexpr const Table& kEpisodes = kTables[1];

@@ -62,6 +62,20 @@ struct TPodcastEpisodeFilter {
     qint64 Offset = 0;
 };
 
+/// What came when a feed's logo was asked for on the network. The numbers are stored.
+enum class TPodcastLogoOutcome {
+    NoPicture = 0,
+    Picture = 1,
+    Failure = 2,  // nothing came
+};
+
+/// When a feed's logo was last looked at.
+struct TPodcastLogoLook {
+    QString URLLogo;  // the feed's at that time
+    qint64 Time = 0;  // seconds since 1970-01-01, UTC
+    TPodcastLogoOutcome Outcome = TPodcastLogoOutcome::Failure;
+};
+
 class TPodcastsDB final : public vexa::SqliteDatabase {
 public:
     using FeedVisitor = std::function<void(const QString& urlFeed, const QString& name, int count)>;
@@ -157,6 +171,10 @@ public:
     /// Logos: the bytes of an image file as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);
     void SetFeedLogo(int id, const void* data, std::size_t size);
+    std::optional<TPodcastLogoLook> GetLogoLook(int feedID);
+    /// Notes a look, unless the feed has been removed meanwhile. With Outcome Picture, `picture` replaces what is
+    /// stored where it differs; returns whether it did.
+    bool NoteLogoLook(int feedID, const TPodcastLogoLook& look, const QByteArray& picture = {});
 
     struct Index {
         std::string_view Name, Definition;
@@ -177,6 +195,7 @@ private:
     /// What a merge notes at its end, in its transaction; and whatever else writes rows takes away.
     void NoteDocument(const TPodcastFeed& feed, const TPodcastDocumentNote& note);
     void ForgetDocument(int feedID);
+    void ForgetLogo(int feedID);
     /// Makes the stored rows what the records of the matches say, whose FeedID is set. Call it in a transaction: a
     /// savepoint of its own would copy every page that it changes.
     void WriteEpisodes(const std::vector<TPodcastEpisodeMatch>& matches, const TPodcastStoredEpisodes& stored);

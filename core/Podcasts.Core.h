@@ -191,6 +191,9 @@ public:
     /// Weak references to the client, null once it is being destroyed.
     const vexa::LinkSource<TPodcastClient>& Links() const noexcept { return FLinks; }
 
+    /// The calendar's time, in UTC. Any thread.
+    QDateTime Now() const { return FClocks.Calendar(); }
+
     /// When the last refresh of all feeds was requested: the tick count, and the calendar's time (invalid: unknown).
     std::uint32_t LastRefreshTime = 0;
     QDateTime LastRefreshDate;

@@ -2,9 +2,9 @@
 
 #include "VEXA.Runtime.Http.Transfer.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QDateTime>
-#include <QUrl>
 
 #include <algorithm>
 #include <atomic>
@@ -31,10 +31,6 @@ constexpr auto kCancelPoll = milliseconds(20);
 qint64 RoomFor(const HttpResponseInfo& info, qint64 maxBytes) {
     constexpr qint64 kUsualRatio = 6;
     return std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio;
-}
-
-QString ServerOf(const QString& address) {
-    return QUrl(address).authority(QUrl::FullyEncoded).section(u'@', -1).toLower();
 }
 
 /// What is known of a server in this run.

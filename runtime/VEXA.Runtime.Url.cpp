@@ -71,6 +71,10 @@ bool IsUrlWithoutScheme(const QString& text) {
     return host.startsWith(u'[') || IsIPv4(host) || IsPublicName(host);
 }
 
+QString ServerOf(const QString& address) {
+    return QUrl(address).authority(QUrl::FullyEncoded).section(u'@', -1).toLower();
+}
+
 bool IsSameUrl(const QString& a, const QString& b) {
     const auto plain = [](const QString& text) {
         QUrl url = Parse(text).adjusted(QUrl::RemoveUserInfo | QUrl::RemoveFragment);

@@ -20,6 +20,9 @@ VEXA_RUNTIME_API bool IsUrlWithoutScheme(const QString& text);
 /// http or https address.
 VEXA_RUNTIME_API QByteArray EncodedUrl(const QString& text);
 
+/// The host and, where the address names one, the port: limits for each server count by it.
+VEXA_RUNTIME_API QString ServerOf(const QString& address);
+
 /// Whether two addresses name one document: user name, password, fragment and the spelling of characters aside.
 VEXA_RUNTIME_API bool IsSameUrl(const QString& a, const QString& b);
 

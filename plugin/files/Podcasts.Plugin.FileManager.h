@@ -87,7 +87,7 @@ protected:
     vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;
 };
 
-/// Serves the feeds' logos: from the database, else from the network, whence they are stored.
+/// Serves the feeds' logos, see FeedLogo.
 class TVEXAPodcastsAlbumArtProvider
     : public vexa::Implements<vexa::TInterfacedObjectEx, vexa::IVEXAExtensionAlbumArtProvider> {
 public:

@@ -47,6 +47,7 @@ TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
                            "PodcastFeedDocuments|FeedID INTEGER, URLFeed TEXT, Address TEXT, Charset TEXT, ETag TEXT, "
                            "LastModified TEXT, Digest TEXT, WantedAddress TEXT, Rules INTEGER, EpisodeCount INTEGER, "
                            "LastRow INTEGER",
+                           "PodcastFeedLogoLooks|FeedID INTEGER, URLLogo TEXT, LookedAt INTEGER, Outcome INTEGER",
                            "PodcastFeedLogos|ID INTEGER, Data BLOB",
                            "PodcastFeeds|FeedID INTEGER, Name TEXT, Category TEXT, Copyright TEXT, Description TEXT, "
                            "Language TEXT, AuthLogin TEXT, AuthPassword TEXT, Author TEXT, URL TEXT, URLFeed TEXT, "
@@ -123,8 +124,10 @@ TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
     for (const QString& column : allColumns) {
         const QString table = column.section('.', 0, 0), name = column.section('.', 1);
         // A key cannot be dropped; without a GUID the layout is the first one.
-        static const QStringList keys{"PodcastFeeds.FeedID", "PodcastFeedDocuments.FeedID", "PodcastEpisodeNames.ID",
-                                      "PodcastEpisodes.URI", "PodcastEpisodes.FeedID",      "PodcastEpisodes.GUID"};
+        static const QStringList keys{"PodcastFeeds.FeedID",         "PodcastFeedDocuments.FeedID",
+                                      "PodcastFeedLogoLooks.FeedID", "PodcastEpisodeNames.ID",
+                                      "PodcastEpisodes.URI",         "PodcastEpisodes.FeedID",
+                                      "PodcastEpisodes.GUID"};
         if (keys.contains(column)) continue;
         SCOPED_TRACE(column.toStdString());
         {

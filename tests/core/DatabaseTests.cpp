@@ -286,9 +286,12 @@ TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
     const int one = Store(kFeed, "ab"), two = Store("http://h/2", "a");
     const QByteArray bytes("\x89PNG\0'\xFF", 7);
     for (const int id : {one, one, two}) DB.SetFeedLogo(id, bytes.constData(), 7);
+    const TPodcastLogoLook look{"http://h/logo", 5, TPodcastLogoOutcome::Picture};
+    for (const int id : {one, two}) EXPECT_FALSE(DB.NoteLogoLook(id, look, bytes)) << "it is stored already";
     DB.Remove(kFeed);
-    for (const char* sql :
-         {"SELECT FeedID FROM PodcastFeeds", "SELECT FeedID FROM PodcastEpisodes", "SELECT ID FROM PodcastFeedLogos"})
+    EXPECT_FALSE(DB.NoteLogoLook(one, look, bytes));  // that goes on while the feed goes
+    for (const char* sql : {"SELECT FeedID FROM PodcastFeeds", "SELECT FeedID FROM PodcastEpisodes",
+                            "SELECT ID FROM PodcastFeedLogos", "SELECT FeedID FROM PodcastFeedLogoLooks"})
         EXPECT_EQ(Rows(sql), QStringList(QString::number(two)));
     QByteArray read;
     EXPECT_TRUE(DB.GetFeedLogo(two, read));

@@ -185,24 +185,6 @@ TEST_F(Addresses, ShowTheFeedsLogoAndFetchItOnce) {
     EXPECT_EQ(Server.Count("/logo"), 1);
 }
 
-TEST_F(Addresses, ALogoThatIsNoImageIsNotAskedForAgain) {
-    Server.Serve("/logo", Response::Of("<html>", "text/html"));
-    EXPECT_EQ(Art(), E_FAIL);
-    EXPECT_EQ(Art(), E_FAIL);
-    EXPECT_EQ(Server.Count("/logo"), 1);
-}
-
-TEST_F(Addresses, ALogoThatCannotBeHadIsAskedForAgain) {
-    for (const Response& response :
-         {Response::Failure("404 Not Found"), Response::Of(QByteArray(50 << 20, 'x'), "image/png"),
-          Response::Of(Png(8), "image/png").With(Fault::Close, 20)}) {
-        Server.Serve("/logo", response);
-        EXPECT_EQ(Art(), E_FAIL);
-    }
-    Server.Serve("/logo", Response::Of(Png(8), "image/png"));
-    EXPECT_EQ(Art(), S_OK);
-}
-
 TEST_F(Addresses, TheFeedsUserNameGoesWithLogoAndAudioToItsHostAlone) {
     LoopbackServer elsewhere;
     QString with = Server.Url("/feed");
