@@ -13,7 +13,7 @@ namespace vexa {
 /// The version of these headers, which is not the project's. The first number changes when something that they say is no
 /// longer so, the second when something is added.
 inline constexpr std::int32_t kSdkMajor = 1;
-inline constexpr std::int32_t kSdkMinor = 0;
+inline constexpr std::int32_t kSdkMinor = 1;
 
 /// Offered by a host's core and by a plug-in's object: the version of the headers that it was built with. One that does
 /// not offer it was built with 1.0. Any thread.

@@ -59,6 +59,7 @@ private:
     QLineEdit* const FSearch;
     QTableView* const FView;
     QLabel* const FCount;
+    QLabel* const FFailure;  // over the rows' place while the storage can give none
     QTimer FTyping;
     QString FCurrentFile;
     int FCurrentRow = -1;
