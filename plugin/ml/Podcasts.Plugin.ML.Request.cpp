@@ -15,17 +15,21 @@ const QString kDateColumn = QStringLiteral("PublishDate");
 const QString kStateColumn = QStringLiteral("State");
 const QString kRowID = QStringLiteral("PodcastEpisodes.rowid");
 // What statements over the episodes alone may name. Whatever else is asked for, feeds are joined.
-const QStringList kEpisodeColumns = {
-    QStringLiteral("URI"), QStringLiteral("Title"),          QStringLiteral("Artist"), QStringLiteral("Duration"),
-    kDateColumn,           QStringLiteral("URLAudioCached"), QStringLiteral("Format"), kStateColumn};
+const QStringList kEpisodeColumns = {QStringLiteral("URI"),
+                                     QStringLiteral("Title"),
+                                     QStringLiteral("Artist"),
+                                     QStringLiteral("Duration"),
+                                     kDateColumn,
+                                     QStringLiteral("URLAudioCached"),
+                                     QStringLiteral("Format"),
+                                     kStateColumn,
+                                     kRowID};
+// In which an index holds the rows: it keeps equal entries by row id, and is walked in one direction.
+const QStringList kIndexOrders[] = {{kRowID}, {kDateColumn, kRowID}, {kStateColumn, kDateColumn, kRowID}};
 
 bool AreOfEpisodes(const QStringList& columns) {
     return std::all_of(columns.begin(), columns.end(),
-                       [](const QString& column) { return kEpisodeColumns.contains(column, Qt::CaseInsensitive); });
-}
-
-bool IsColumn(const SortKey& key, const QString& column) {
-    return key.Column.compare(column, Qt::CaseInsensitive) == 0;
+                       [](const QString& column) { return kEpisodeColumns.contains(column); });
 }
 
 /// Writes conditions in the words that the indexes understand.
@@ -55,71 +59,75 @@ private:
     bool FIsOfFeed = false, FIsOfCategory = false;
 };
 
-void AddTieBreakers(std::vector<SortKey>& keys) {
-    const bool isDescending = !keys.empty() && keys.back().IsDescending;
-    const auto isDate = [](const SortKey& key) { return IsColumn(key, kDateColumn); };
-    if (!keys.empty() && std::none_of(keys.begin(), keys.end(), isDate)) keys.push_back({kDateColumn, isDescending});
-    keys.push_back({kRowID, isDescending});
-}
+/// A total order.
+class TOrder {
+public:
+    explicit TOrder(std::vector<SortKey> keys) : FKeys(std::move(keys)) {
+        const bool isDescending = !FKeys.empty() && FKeys.back().IsDescending;
+        if (!FKeys.empty() && !Columns().contains(kDateColumn)) FKeys.push_back({kDateColumn, isDescending});
+        FKeys.push_back({kRowID, isDescending});
+    }
+    QStringList Columns() const {
+        QStringList columns;
+        for (const SortKey& key : FKeys) columns += key.Column;
+        return columns;
+    }
+    bool IsOfIndex() const {
+        return std::none_of(FKeys.begin(), FKeys.end(),
+                            [&](const SortKey& key) { return key.IsDescending != FKeys.front().IsDescending; }) &&
+               std::find(std::begin(kIndexOrders), std::end(kIndexOrders), Columns()) != std::end(kIndexOrders);
+    }
+    /// `isSorted`: the rows are quicker sorted than picked out of all rows in their order. A "+" keeps SQLite from
+    /// using an index for the order.
+    QString ToString(bool isSorted = false) const {
+        std::vector<SortKey> keys = FKeys;
+        if (isSorted) keys.front().Column.prepend(u'+');
+        Builder builder;
+        builder.AddOrder(keys);
+        return builder.ToString();
+    }
 
-/// An index on (PublishDate) or (State, PublishDate) holds equal entries by row id, and is walked in one direction.
-bool AreInIndexOrder(const std::vector<SortKey>& keys) {
-    for (const SortKey& key : keys)
-        if (key.IsDescending != keys.front().IsDescending) return false;
-    const auto isPair = [&](const QString& first, const QString& second) {
-        return IsColumn(keys[0], first) && IsColumn(keys[1], second);
-    };
-    return keys.size() == 1 || (keys.size() == 2 && isPair(kDateColumn, kRowID)) ||
-           (keys.size() == 3 && isPair(kStateColumn, kDateColumn));
-}
+private:
+    std::vector<SortKey> FKeys;
+};
 
-}  // namespace
-
-TPodcastsRowRequest ReadRowRequest(IVEXAObjectList* fields, IVEXAMLDataFilter* filter) {
-    TPodcastsRowRequest request;
-    request.Count = std::max(ReadPropertyInt32(filter, IVEXAMLDataFilter::Limit), 0);
-    request.Offset = std::max(ReadPropertyInt32(filter, IVEXAMLDataFilter::Offset), 0);
-
-    Builder whole;
-    request.Search = whole.SearchOf(*filter, fields);
-    std::vector<SortKey> order = whole.SortKeysOf(*filter);
-    AddTieBreakers(order);
-    whole.AddSelect(fields);
-    whole.AddConditions(*filter, true);
-    whole.AddSearch(request.Search);
-    whole.AddOrder(order);
-    request.Statement = whole.ToString();
-    whole.AddRange(*filter);
-    request.Range = whole.ToString().mid(request.Statement.size());
-
-    Builder columns;
-    columns.AddSelectList(fields);
-    request.Columns = columns.ToString();
-    if (request.Columns.isEmpty()) request.Columns = QStringLiteral("NULL");
-
-    TRowIDBuilder rows;
-    rows.AddConditions(*filter, true);
-    const QString conditions = rows.ToString();
-    rows.AddSearch(request.Search);
-    QStringList sorted;
-    for (const SortKey& key : order)
-        if (key.Column != kRowID) sorted += key.Column;
-    const bool needsFeeds = rows.NeedsFeeds() || !AreOfEpisodes(sorted);
+/// The parts of which row ids are read.
+void ReadRowIDs(TPodcastsRowRequest& request, IVEXAMLDataFilter& filter, const TOrder& order) {
+    TRowIDBuilder builder;
+    builder.AddConditions(filter, true);
+    const QString conditions = builder.ToString();
+    builder.AddSearch(request.Search);
+    const bool needsFeeds = builder.NeedsFeeds() || !AreOfEpisodes(order.Columns());
     const bool searchNeedsFeeds = !request.Search.Text.isEmpty() && !AreOfEpisodes(request.Search.Columns);
     const auto from = [](bool isJoined) {
         return isJoined ? kFromEpisodesAndFeeds : QStringLiteral(" FROM PodcastEpisodes WHERE 1 = 1");
     };
     request.Rows = from(needsFeeds) + conditions;
-    request.FoundRows = from(needsFeeds || searchNeedsFeeds) + rows.ToString();
+    request.FoundRows = from(needsFeeds || searchNeedsFeeds) + builder.ToString();
+    request.IsOfFeed = builder.IsOfFeed();
+    request.IsInIndexOrder = order.IsOfIndex();
+    request.Order = order.ToString(request.IsOfFeed);
+}
 
-    request.IsOfFeed = rows.IsOfFeed();
-    request.IsInIndexOrder = AreInIndexOrder(order);
-    // One feed's rows are quicker sorted than picked out of all rows in their order: the "+" keeps an index from being
-    // used for the order.
-    if (request.IsOfFeed) order.front().Column.prepend(u'+');
-    Builder ordered;
-    ordered.AddOrder(order);
-    request.Order = ordered.ToString();
+}  // namespace
+
+TPodcastsRowRequest ReadRowRequest(IVEXAObjectList* fields, IVEXAMLDataFilter* filter) {
+    Builder columns, whole, range;
+    TPodcastsRowRequest request;
+    request.Search = whole.SearchOf(*filter, fields);
+    request.Count = std::max(ReadPropertyInt32(filter, IVEXAMLDataFilter::Limit), 0);
+    request.Offset = std::max(ReadPropertyInt32(filter, IVEXAMLDataFilter::Offset), 0);
+    columns.AddSelectList(fields);
+    request.Columns = columns.ToString().isEmpty() ? QStringLiteral("NULL") : columns.ToString();
+    range.AddRange(*filter);
+    request.Range = range.ToString();
+
+    const TOrder order(whole.SortKeysOf(*filter));
+    whole.AddSelect(fields);
+    whole.AddConditions(*filter, true);
+    whole.AddSearch(request.Search);
+    request.Statement = whole.ToString() + order.ToString();
+    ReadRowIDs(request, *filter, order);
     return request;
 }
 
