@@ -2,7 +2,6 @@
 
 #include "VEXA.Runtime.Text.h"
 
-#include <QCryptographicHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -13,14 +12,6 @@ namespace podcasts::cli {
 namespace {
 
 constexpr int kFewestDigits = 8;
-
-std::array<unsigned char, 16> DigestOf(const QString& guid) {
-    const std::string bytes = vexa::ToUtf8(guid);
-    const QByteArray hash = QCryptographicHash::hash(QByteArrayView(bytes), QCryptographicHash::Md5);
-    std::array<unsigned char, 16> digest;
-    std::memcpy(digest.data(), hash.constData(), digest.size());
-    return digest;
-}
 
 QString Hex(const std::array<unsigned char, 16>& digest) {
     return QString::fromLatin1(QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), 16).toHex());
@@ -40,24 +31,36 @@ const QRegularExpression& ShortForm() {
 
 }  // namespace
 
+QString EpisodeKeys::Entries::GUID(std::size_t index) const {
+    return vexa::FromUtf8(std::string_view(GUIDs).substr(Begins[index], Begins[index + 1] - Begins[index]));
+}
+
+EpisodeKeys::Digest EpisodeKeys::DigestOf(std::string_view guid) {
+    FHash.reset();
+    FHash.addData(QByteArrayView(guid.data(), static_cast<qsizetype>(guid.size())));
+    Digest digest;
+    std::memcpy(digest.data(), FHash.resultView().data(), digest.size());
+    return digest;
+}
+
 const EpisodeKeys::Entries& EpisodeKeys::EntriesOf(int feedID) {
     const auto [found, isNew] = FEntries.try_emplace(feedID);
-    if (!isNew) return found->second;
     Entries& entries = found->second;
-    FDB.EnumGUIDs(feedID, [&](const QString& guid) { entries.push_back({DigestOf(guid), guid}); });
-    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.Value < b.Value; });
+    if (!isNew) return entries;
+    entries.Begins.push_back(0);
+    FDB.EnumGUIDs(feedID, [&](std::string_view guid) {
+        entries.Digests.push_back(DigestOf(guid));
+        entries.GUIDs.append(guid);
+        entries.Begins.push_back(entries.GUIDs.size());
+    });
     return entries;
 }
 
 QString EpisodeKeys::Short(int feedID, const QString& guid) {
-    const Entries& entries = EntriesOf(feedID);
-    const Digest digest = DigestOf(guid);
-    const auto at = std::lower_bound(entries.begin(), entries.end(), digest,
-                                     [](const Entry& entry, const Digest& value) { return entry.Value < value; });
+    const Digest digest = DigestOf(vexa::ToUtf8(guid));
     int digits = kFewestDigits;
-    if (at != entries.begin()) digits = std::max(digits, CommonDigits(std::prev(at)->Value, digest) + 1);
-    if (at != entries.end() && std::next(at) != entries.end())
-        digits = std::max(digits, CommonDigits(std::next(at)->Value, digest) + 1);
+    for (const Digest& other : EntriesOf(feedID).Digests)
+        if (other != digest) digits = std::max(digits, CommonDigits(other, digest) + 1);
     return QString::number(feedID) + u':' + Hex(digest).left(digits);
 }
 
@@ -76,20 +79,21 @@ QString EpisodeKeys::Resolve(const QString& text) {
     const int feedID = match.captured(1).toInt();
     const QString digits = match.captured(2).toLower();
     const Entries& entries = EntriesOf(feedID);
-    Digest least{};
-    const QByteArray bytes = QByteArray::fromHex(digits.leftJustified(32, u'0').toLatin1());
-    std::memcpy(least.data(), bytes.constData(), least.size());
-    const auto at = std::lower_bound(entries.begin(), entries.end(), least,
-                                     [](const Entry& entry, const Digest& value) { return entry.Value < value; });
-    const auto begins = [&](auto entry) { return entry != entries.end() && Hex(entry->Value).startsWith(digits); };
-    if (!begins(at)) {
-        // A key that was printed before the publisher changed the GUID.
-        const QStringList guids = FDB.FindByOlderGUID(feedID, digits);
-        if (guids.size() == 1) return MakeEpisodeKey(feedID, guids.first());
-        throw KeyError(u"there is no episode " + text + u": \"podcasts episodes\" prints the keys");
-    }
-    if (begins(std::next(at))) throw KeyError(u"the key " + text + u" names several episodes: give more of its digits");
-    return MakeEpisodeKey(feedID, at->GUID);
+    // The digits as bytes, the last of which may be half a byte.
+    const QByteArray whole = QByteArray::fromHex(digits.left(digits.size() / 2 * 2).toLatin1());
+    const auto begins = [&](const Digest& digest) {
+        return std::memcmp(digest.data(), whole.constData(), static_cast<std::size_t>(whole.size())) == 0 &&
+               (digits.size() % 2 == 0 || Hex(digest).startsWith(digits));
+    };
+    QStringList guids;
+    for (std::size_t i = 0; i < entries.Digests.size(); ++i)
+        if (begins(entries.Digests[i])) guids += entries.GUID(i);
+    guids.removeDuplicates();
+    if (guids.size() > 1) throw KeyError(u"the key " + text + u" names several episodes: give more of its digits");
+    // Else a key that was printed before the publisher changed the GUID.
+    if (guids.isEmpty()) guids = FDB.FindByOlderGUID(feedID, digits);
+    if (guids.size() != 1) throw KeyError(u"there is no episode " + text + u": \"podcasts episodes\" prints the keys");
+    return MakeEpisodeKey(feedID, guids.first());
 }
 
 }  // namespace podcasts::cli

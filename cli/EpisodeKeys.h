@@ -4,11 +4,14 @@
 
 #include "Podcasts.Core.DB.h"
 
+#include <QCryptographicHash>
 #include <QString>
 
 #include <array>
 #include <map>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace podcasts::cli {
@@ -32,15 +35,21 @@ public:
 
 private:
     using Digest = std::array<unsigned char, 16>;
-    struct Entry {
-        Digest Value;
-        QString GUID;
-    };
-    using Entries = std::vector<Entry>;  // sorted by digest
+    // One page of episodes may name a hundred feeds, of a thousand episodes each: nothing is allocated for each of
+    // them.
+    struct Entries {
+        std::vector<Digest> Digests;
+        std::string GUIDs;                // in UTF-8, one after the other
+        std::vector<std::size_t> Begins;  // of the GUIDs, by digest, and the end of the last one
 
+        QString GUID(std::size_t index) const;
+    };
+
+    Digest DigestOf(std::string_view guid);
     const Entries& EntriesOf(int feedID);
 
     TPodcastsDB& FDB;
+    QCryptographicHash FHash{QCryptographicHash::Md5};
     std::map<int, Entries> FEntries;  // of the feeds asked for so far
 };
 

@@ -279,9 +279,9 @@ void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const Episod
     });
 }
 
-void TPodcastsDB::EnumGUIDs(int feedID, const TextVisitor& visitor) {
-    ForEachRow(Read(SqlBuilder("SELECT DISTINCT GUID FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID)),
-               [&](const SqliteCursor& row) { visitor(row.Text(0)); });
+void TPodcastsDB::EnumGUIDs(int feedID, const std::function<void(std::string_view guid)>& visitor) {
+    ForEachRow(Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID)),
+               [&](const SqliteCursor& row) { visitor(row.Utf8(0)); });
 }
 
 bool TPodcastsDB::HasEpisode(const QString& episodeKey) {

@@ -132,7 +132,8 @@ public:
     void EnumNewEpisodes(const TextVisitor& visitor);
     /// Newest first.
     void EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor);
-    void EnumGUIDs(int feedID, const TextVisitor& visitor);
+    /// In UTF-8, each as often as there are rows of it.
+    void EnumGUIDs(int feedID, const std::function<void(std::string_view guid)>& visitor);
     /// GUIDs of the feed's episodes that once had another one, whose MD5 digest begins with these hexadecimal digits
     /// (8 to 16; further ones are not looked at).
     QStringList FindByOlderGUID(int feedID, const QString& digits);

@@ -85,7 +85,7 @@ void SqliteRowSet::FreeValue::operator()(sqlite3_value* value) const noexcept {
 }
 
 void SqliteRowSet::Append(SqliteCursor& cursor) {
-    FColumns = FVisibleColumns = cursor.ColumnCount();
+    FColumns = cursor.ColumnCount();
     do {
         for (int i = 0; i < FColumns; ++i) {
             FValues.emplace_back(sqlite3_value_dup(sqlite3_column_value(cursor.FStatement, i)));
@@ -94,21 +94,8 @@ void SqliteRowSet::Append(SqliteCursor& cursor) {
     } while (cursor.Next());
 }
 
-void SqliteRowSet::Reorder(const std::vector<std::size_t>& order) {
-    std::vector<Value> values;
-    values.reserve(FValues.size());
-    const auto columns = static_cast<std::size_t>(FColumns);
-    for (const std::size_t row : order)
-        for (std::size_t i = 0; i < columns; ++i) values.push_back(std::move(FValues[row * columns + i]));
-    FValues = std::move(values);
-}
-
-std::size_t SqliteRowSet::RowCount() const {
-    return FColumns == 0 ? 0 : FValues.size() / static_cast<std::size_t>(FColumns);
-}
-
 bool SqliteRowSet::Next() {
-    return ++FRow < RowCount();
+    return ++FRow * static_cast<std::size_t>(FColumns) < FValues.size();
 }
 
 sqlite3_value* SqliteRowSet::At(int column) const {

@@ -186,6 +186,10 @@ bool SqliteError::IsBusy() const noexcept {
     return (FCode & 0xFF) == SQLITE_BUSY;
 }
 
+bool SqliteError::IsOfStatement() const noexcept {
+    return FCode == SQLITE_ERROR || FCode == SQLITE_TOOBIG;
+}
+
 /// Owns one prepared statement.
 class SqliteConnection::Statement {
 public:

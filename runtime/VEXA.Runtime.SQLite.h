@@ -37,6 +37,8 @@ public:
     int Code() const noexcept { return FCode; }
     /// Whether another connection held the lock for all the time that was waited for it: the same may work later.
     bool IsBusy() const noexcept;
+    /// Whether the statement itself cannot be run: it goes beyond SQLite's limits, or names what is not there.
+    bool IsOfStatement() const noexcept;
 
 private:
     int FCode;
@@ -112,16 +114,9 @@ class VEXA_RUNTIME_API SqliteRowSet final : public SqliteRows {
 public:
     /// Appends all rows of the cursor, from its current one on.
     void Append(SqliteCursor& cursor);
-    /// Puts the rows into the order that `order` says: the row of index order[i] becomes row i.
-    void Reorder(const std::vector<std::size_t>& order);
-    /// Takes the last column out of sight.
-    void DropLastColumn() { --FVisibleColumns; }
-    /// Goes to a row, counted from 0; on the first one at first.
-    void GoTo(std::size_t row) { FRow = row; }
-    std::size_t RowCount() const;
 
     bool Next() override;
-    int ColumnCount() const override { return FVisibleColumns; }
+    int ColumnCount() const override { return FColumns; }
     QString Text(int column) const override;
     int Integer(int column) const override;
     qint64 Integer64(int column) const override;
@@ -136,7 +131,6 @@ private:
     sqlite3_value* At(int column) const;
 
     int FColumns = 0;
-    int FVisibleColumns = 0;
     std::size_t FRow = 0;
     std::vector<Value> FValues;  // row by row
 };

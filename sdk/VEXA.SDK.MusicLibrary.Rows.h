@@ -162,6 +162,7 @@ struct IVEXAMLDataFilter : IVEXAMLGroupFilter {
         Offset = 12,      // rows skipped; counts only with Limit
         SortList = 15,    // IVEXAObjectList of sort items
         SearchText = 20,  // text
+        ErrorInfo = 30,   // IVEXAErrorInfo, or none: the storage fills it when it cannot answer, for the user to read
     };
 
 protected:
@@ -211,7 +212,7 @@ struct IVEXAMLDataProvider : IUnknown {
 
     /// 3: `fields` holds names as IVEXAString. `data` offers IVEXAMLDataProviderSelection unless there is no row.
     /// E_INVALIDARG for a filter that can be none, such as one with a name that is no field's, another failure when it
-    /// cannot be answered.
+    /// cannot be answered; then the filter's ErrorInfo, if it has one, says why.
     virtual HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept = 0;
 
 protected:

@@ -17,7 +17,7 @@ constexpr PropertyRule kGroupFilterRules[] = {{IVEXAMLGroupFilter::Operation}};
 constexpr PropertyRule kDataFilterRules[] = {
     {IVEXAMLGroupFilter::Operation}, {IVEXAMLDataFilter::Limit},
     {IVEXAMLDataFilter::Offset},     {IVEXAMLDataFilter::SortList, &IVEXAObjectList::IID},
-    {IVEXAMLDataFilter::SearchText},
+    {IVEXAMLDataFilter::SearchText}, {IVEXAMLDataFilter::ErrorInfo, &IVEXAErrorInfo::IID},
 };
 constexpr PropertyRule kDataFieldRules[] = {
     {IVEXAMLDataField::Name},

@@ -10,7 +10,9 @@ namespace vexa::host {
 
 namespace {
 
-QString Refusal(HResult result) {
+/// What the storage says, if it says something.
+QString Refusal(const ErrorInfo& why, HResult result) {
+    if (const QString message = why.Message(); !message.isEmpty()) return message;
     return QString(u"the storage could not read its rows (0x" +
                    QString::number(static_cast<std::uint32_t>(result), 16).toUpper() + u')');
 }
@@ -71,6 +73,8 @@ RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::fun
     request->IsCount = isCount;
     request->Columns = Columns(FStorage, query);
     request->Filter = BuildFilter(FStorage, query);
+    request->Why = Ref<ErrorInfo>(new ErrorInfo);
+    request->Filter->SetValueAsObject(IVEXAMLDataFilter::ErrorInfo, request->Why.Get());
     request->Fields = Ref<IVEXAObjectList>(new ObjectList);
     for (const LibraryField* field : request->Columns) request->Fields->Add(MakeString(field->Name).Get());
     request->Page.Columns = request->Columns;
@@ -174,7 +178,7 @@ void RowReader::Ask(Request& request) {
     });
     if (Failed(result)) {
         request.Page.Rows.clear();
-        request.Page.Error = request.Rows.Error = Refusal(result);
+        request.Page.Error = request.Rows.Error = Refusal(*request.Why, result);
     }
 }
 
@@ -182,7 +186,7 @@ void RowReader::AskRows(Request& request) {
     Ref<IUnknown> data;
     const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
     if (Failed(result)) {
-        request.Page.Error = Refusal(result);
+        request.Page.Error = Refusal(*request.Why, result);
         return;
     }
     const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
@@ -198,12 +202,12 @@ void RowReader::AskRows(Request& request) {
 void RowReader::AskCount(Request& request) {
     if (FCounter) {
         const HResult result = FCounter->GetRowCount(request.Fields.Get(), request.Filter.Get(), &request.Rows.Count);
-        if (Failed(result)) request.Rows = {0, Refusal(result)};
+        if (Failed(result)) request.Rows = {0, Refusal(*request.Why, result)};
         return;
     }
     Ref<IUnknown> data;
     const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
-    if (Failed(result)) request.Rows.Error = Refusal(result);
+    if (Failed(result)) request.Rows.Error = Refusal(*request.Why, result);
     const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
     if (!rows) return;
     do ++request.Rows.Count;

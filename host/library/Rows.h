@@ -9,6 +9,7 @@
 //
 // A reader goes before its storage, and both before the plug-ins are unloaded.
 
+#include "ErrorInfo.h"
 #include "RowQuery.h"
 #include "VEXA.Runtime.Classes.h"
 
@@ -81,6 +82,7 @@ private:
         std::vector<const LibraryField*> Columns;
         Ref<IVEXAObjectList> Fields;
         Ref<IVEXAMLDataFilter> Filter;
+        Ref<ErrorInfo> Why;  // the storage fills it when it fails
         std::atomic<bool> IsCancelled{false};
         RowPage Page;
         RowCount Rows;

@@ -38,9 +38,6 @@ constexpr const char16_t* kGroupFields[] = {u"FeedName"};
 constexpr const char16_t* kTableFields[] = {u"Title", u"Artist",      u"Duration",
                                             u"State", u"PublishDate", u"URLAudioCached"};
 
-const QString kFrom = QStringLiteral(" FROM PodcastEpisodes, PodcastFeeds WHERE ");
-const QString kJoin = QStringLiteral("(PodcastEpisodes.FeedID = PodcastFeeds.FeedID)");
-
 Ref<IVEXAMLDataField> NewField(const FieldDefinition& definition) {
     const QString name = QString::fromUtf16(definition.Name);
     auto field = CreateHostObject<IVEXAMLDataField>();
@@ -111,37 +108,19 @@ Ref<IVEXAObjectList> TVEXAPodcastsMLDataStorage::BuildFieldList(std::int32_t sch
 }
 
 QString TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildQuery(IVEXAObjectList* fields, IVEXAMLDataFilter* filter) {
-    return BuildStatement(fields, filter).SQL;
+    TVEXAPodcastsMLDataProviderTableQueryBuilder builder;
+    builder.AddSelect(fields);
+    builder.Build(filter, fields, true);
+    return builder.ToString() + u';';
 }
 
-TVEXAPodcastsMLStatement TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(IVEXAObjectList* fields,
-                                                                                      IVEXAMLDataFilter* filter) {
-    TVEXAPodcastsMLDataProviderTableQueryBuilder builder;
-    builder.Append(QStringLiteral("SELECT "));
-    const qsizetype columns = builder.ToString().size();
-    builder.AddSelectList(fields);
+void TVEXAPodcastsMLDataProviderTableQueryBuilder::AddSelect(IVEXAObjectList* fields) {
+    Append(QStringLiteral("SELECT "));
+    const qsizetype columns = ToString().size();
+    AddSelectList(fields);
     // Rows that are asked for no column of theirs are rows all the same, but SQL wants a column.
-    if (builder.ToString().size() == columns) builder.Append(QStringLiteral("NULL"));
-    const qsizetype from = builder.ToString().size();
-    builder.Append(kFrom);
-    builder.Append(kJoin);
-    const qsizetype conditions = builder.ToString().size();
-    builder.Build(filter, fields, true);
-
-    const Parts& parts = builder.BuiltParts();
-    const QString text = builder.ToString();
-    const qsizetype search = parts.Search < 0 ? parts.Order : parts.Search;
-    TVEXAPodcastsMLStatement statement;
-    statement.SQL = text + u';';
-    statement.Columns = text.mid(columns, from - columns);
-    statement.Conditions = text.mid(conditions, search - conditions);
-    statement.Search = text.mid(search, parts.Order - search);
-    statement.Order = text.mid(parts.Order, parts.Limit - parts.Order);
-    statement.SearchedColumns = parts.SearchedColumns;
-    statement.SearchText = parts.SearchText;
-    statement.Count = std::max(ReadPropertyInt32(filter, IVEXAMLDataFilter::Limit), 0);
-    statement.Offset = ReadPropertyInt32(filter, IVEXAMLDataFilter::Offset);
-    return statement;
+    if (ToString().size() == columns) Append(QStringLiteral("NULL"));
+    Append(kFromEpisodesAndFeeds);
 }
 
 bool TVEXAPodcastsMLDataProviderTableQueryBuilder::IsFieldExcludedFromSearch(const QString& field) const {

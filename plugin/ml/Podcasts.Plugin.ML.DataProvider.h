@@ -21,6 +21,10 @@ enum TVEXAPodcastsMLDataStorageCategory : std::uint8_t {
 /// The field by which nodes become conditions; rows do not have it.
 inline const QString kNodeField = QStringLiteral("Node");
 
+/// What episodes and their feeds are read from, up to the condition that joins them.
+inline const QString kFromEpisodesAndFeeds =
+    QStringLiteral(" FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)");
+
 /// The value of the field "Node": the category as two hexadecimal digits, then the node's value.
 class TVEXAPodcastsGroupingTreeValue {
 public:
@@ -48,19 +52,6 @@ public:
     static vexa::Ref<vexa::IVEXAObjectList> BuildFieldList(std::int32_t schema);
 };
 
-/// A statement over episodes and feeds, whole and in its parts.
-struct TVEXAPodcastsMLStatement {
-    QString SQL;
-    QString Columns;     // "Title, Name"
-    QString Conditions;  // " AND (State = '1')", without those of the search
-    QString Search;      // " AND ((UPPER(Title) LIKE '%NEWS%') OR …)"
-    QString Order;       // " ORDER BY PublishDate DESC"
-    QStringList SearchedColumns;
-    QString SearchText;
-    qint64 Offset = 0;
-    qint64 Count = 0;  // 0: all rows
-};
-
 /// Turns requests for episodes into statements.
 class TVEXAPodcastsMLDataProviderTableQueryBuilder : public vexa::TVEXAMLSQLAdapter {
 public:
@@ -68,7 +59,8 @@ public:
 
     /// Throws as TVEXAMLSQLAdapter::Build does.
     static QString BuildQuery(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter);
-    static TVEXAPodcastsMLStatement BuildStatement(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter);
+    /// Appends the statement up to its first condition, the one that joins an episode with its feed.
+    void AddSelect(vexa::IVEXAObjectList* fields);
 
 protected:
     bool IsFieldExcludedFromSearch(const QString& field) const override;

@@ -31,10 +31,6 @@ std::string_view Visible(std::string_view text) {
     return text.substr(0, text.find('\0'));
 }
 
-bool Contains(std::string_view text, std::string_view wanted) {
-    return memmem(text.data(), text.size(), wanted.data(), wanted.size()) != nullptr;
-}
-
 }  // namespace
 
 bool TPodcastsRowText::CanSearch(const QString& text, const QStringList& columns) {
@@ -48,8 +44,7 @@ bool TPodcastsRowText::CanSearch(const QString& text, const QStringList& columns
 
 void TPodcastsRowText::Clear() {
     FRowIDs = {};
-    FTexts.clear();
-    FShared.clear();
+    FColumns.clear();
 }
 
 void TPodcastsRowText::Load(SqliteReader& reader, const QStringList& columns) {
@@ -60,45 +55,38 @@ void TPodcastsRowText::Load(SqliteReader& reader, const QStringList& columns) {
         sql += u" CROSS JOIN PodcastFeeds USING (FeedID)";
     sql += u" ORDER BY PodcastEpisodes.rowid";
     struct Loading {
-        Texts* Own;
-        SharedTexts* Shared;
-        std::unordered_map<std::string, std::uint32_t> Codes;
+        Column* To;
+        bool IsShared;
+        std::unordered_map<std::string, std::uint32_t> Known;
     };
     std::vector<Loading> loading;
-    for (const QString& column : columns) {
-        if (kOwnTexts.contains(column))
-            loading.push_back({&FTexts[column], nullptr, {}});
-        else
-            loading.push_back({nullptr, &FShared[column], {}});
-    }
+    for (const QString& column : columns) loading.push_back({&FColumns[column], kSharedTexts.contains(column), {}});
     const bool isFirst = FRowIDs.empty();
     const auto cursor = reader.Query(ToUtf8(sql));
     if (!cursor) return;
     do {
         if (isFirst) FRowIDs.push_back(static_cast<std::uint32_t>(cursor->Integer64(0)));
-        for (std::size_t i = 0; i < loading.size(); ++i) {
-            const std::string_view text = Visible(cursor->Utf8(static_cast<int>(i) + 1));
-            if (Texts* own = loading[i].Own) {
-                if (own->Bytes.size() + text.size() >= kMostBytes) throw std::bad_alloc();
-                own->Begins.push_back(static_cast<std::uint32_t>(own->Bytes.size()));
-                own->Bytes.append(text).push_back('\0');
-            } else {
-                SharedTexts& shared = *loading[i].Shared;
-                const auto [found, isNew] =
-                    loading[i].Codes.try_emplace(std::string(text), static_cast<std::uint32_t>(shared.Values.size()));
-                if (isNew) shared.Values.emplace_back(text);
-                shared.Codes.push_back(found->second);
+        int index = 0;
+        for (auto& [to, isShared, known] : loading) {
+            const std::string_view text = Visible(cursor->Utf8(++index));
+            if (isShared) {
+                const auto next = static_cast<std::uint32_t>(to->Begins.size());
+                const auto [found, isNew] = known.try_emplace(std::string(text), next);
+                to->TextOfRow.push_back(found->second);
+                if (!isNew) continue;
             }
+            if (to->Texts.size() + text.size() >= kMostBytes) throw std::bad_alloc();
+            to->Begins.push_back(static_cast<std::uint32_t>(to->Texts.size()));
+            to->Texts.append(text).push_back('\0');
         }
     } while (cursor->Next());
-    for (Loading& column : loading)
-        if (column.Own) column.Own->Bytes.shrink_to_fit();
+    for (const Loading& column : loading) column.To->Texts.shrink_to_fit();
 }
 
 TPodcastsRowSet TPodcastsRowText::Search(SqliteReader& reader, const QString& text, const QStringList& columns) {
     QStringList missing;
     for (const QString& column : columns)
-        if (!FTexts.contains(column) && !FShared.contains(column) && !missing.contains(column)) missing += column;
+        if (!FColumns.contains(column) && !missing.contains(column)) missing += column;
     if (!missing.isEmpty()) {
         try {
             Load(reader, missing);
@@ -109,28 +97,26 @@ TPodcastsRowSet TPodcastsRowText::Search(SqliteReader& reader, const QString& te
     }
     TPodcastsRowSet found(FRowIDs.empty() ? 0 : FRowIDs.back() + std::size_t{1});
     const std::string wanted = ToUtf8(text.toUpper());
-    for (const QString& column : columns) {
-        if (const auto own = FTexts.find(column); own != FTexts.end()) {
-            const auto& [bytes, begins] = own->second;
-            // One walk over all texts; no match reaches across the zero between two.
-            const char* at = bytes.data();
-            const char* const end = at + bytes.size();
-            while (const void* match = memmem(at, static_cast<std::size_t>(end - at), wanted.data(), wanted.size())) {
-                const auto offset = static_cast<std::uint32_t>(static_cast<const char*>(match) - bytes.data());
-                const auto next = std::upper_bound(begins.begin(), begins.end(), offset);
-                found[FRowIDs[static_cast<std::size_t>(next - begins.begin()) - 1]] = true;
-                if (next == begins.end()) break;
-                at = bytes.data() + *next;
-            }
-        } else {
-            const SharedTexts& shared = FShared[column];
-            std::vector<bool> matches(shared.Values.size());
-            bool hasMatch = false;
-            for (std::size_t i = 0; i < matches.size(); ++i)
-                if (Contains(shared.Values[i], wanted)) matches[i] = hasMatch = true;
-            for (std::size_t row = 0; hasMatch && row < FRowIDs.size(); ++row)
-                if (matches[shared.Codes[row]]) found[FRowIDs[row]] = true;
+    for (const QString& name : columns) {
+        const Column& column = FColumns[name];
+        std::vector<bool> matches(column.TextOfRow.empty() ? 0 : column.Begins.size());
+        // One walk over all texts; no match reaches across the zero between two.
+        const char* at = column.Texts.data();
+        const char* const end = at + column.Texts.size();
+        while (const void* match = memmem(at, static_cast<std::size_t>(end - at), wanted.data(), wanted.size())) {
+            const auto offset = static_cast<std::uint32_t>(static_cast<const char*>(match) - column.Texts.data());
+            const auto next = std::upper_bound(column.Begins.begin(), column.Begins.end(), offset);
+            const auto index = static_cast<std::size_t>(next - column.Begins.begin()) - 1;
+            if (matches.empty())
+                found[FRowIDs[index]] = true;
+            else
+                matches[index] = true;
+            if (next == column.Begins.end()) break;
+            at = column.Texts.data() + *next;
         }
+        const bool hasMatch = std::find(matches.begin(), matches.end(), true) != matches.end();
+        for (std::size_t row = 0; hasMatch && row < FRowIDs.size(); ++row)
+            if (matches[column.TextOfRow[row]]) found[FRowIDs[row]] = true;
     }
     return found;
 }

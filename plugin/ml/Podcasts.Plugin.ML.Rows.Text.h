@@ -16,7 +16,7 @@ namespace podcasts {
 /// Which rows a search finds: one bit for each row id.
 using TPodcastsRowSet = std::vector<bool>;
 
-/// Columns in upper case, one after the other. The owner throws it away when the database has changed.
+/// Columns in upper case. The owner throws it away when the database has changed.
 class TPodcastsRowText {
 public:
     /// Whether a search text is found by plain comparison of bytes: no wildcards, nothing that SQLite reads otherwise.
@@ -27,22 +27,16 @@ public:
     void Clear();
 
 private:
-    // A column of texts that differ from row to row.
-    struct Texts {
-        std::string Bytes;                  // each row's text and a zero
-        std::vector<std::uint32_t> Begins;  // by row, in the order of FRowIDs
-    };
-    // A column of texts that many rows share.
-    struct SharedTexts {
-        std::vector<std::string> Values;
-        std::vector<std::uint32_t> Codes;  // by row
+    struct Column {
+        std::string Texts;                     // one after the other, each with a zero at its end
+        std::vector<std::uint32_t> Begins;     // of the texts
+        std::vector<std::uint32_t> TextOfRow;  // by row; empty: every row has a text of its own
     };
 
     void Load(vexa::SqliteReader& reader, const QStringList& columns);
 
     std::vector<std::uint32_t> FRowIDs;  // ascending
-    std::map<QString, Texts> FTexts;     // by column
-    std::map<QString, SharedTexts> FShared;
+    std::map<QString, Column> FColumns;
 };
 
 }  // namespace podcasts

@@ -1,14 +1,12 @@
 #pragma once
 // Pages of the library's table, and their numbers of rows, fast for a million episodes.
 //
-// A request gives the rows that its statement gives, in the statement's own order, ties included. Where the order that
-// SQLite takes can be told from its plan, the rows are found in another way: the row ids alone, from an index and
-// without the join, then the page's rows by their ids; ids in order kept for the next page; a search text looked for in
-// memory. Whatever is not understood runs as it stands.
+// A page is found in two steps: the row ids in the request's order, then the rows of these ids. Row ids come from an
+// index, without the feeds. Where no index holds the order, the ids of all rows are sorted once and kept until anybody
+// writes to the database. A search text is looked for in memory.
 
 #include "Podcasts.Core.DB.h"
-#include "Podcasts.Plugin.ML.DataProvider.h"
-#include "Podcasts.Plugin.ML.Rows.Plan.h"
+#include "Podcasts.Plugin.ML.Request.h"
 #include "Podcasts.Plugin.ML.Rows.Text.h"
 
 #include <list>
@@ -19,47 +17,45 @@
 
 namespace podcasts {
 
-/// Reads on a connection of its own, which never waits for a writer. Any thread, one after the other. What is kept is
-/// thrown away as soon as anybody has written to the database.
+/// Reads on a connection of its own, which never waits for a writer. Any thread, one after the other.
 class TPodcastsRows {
 public:
-    /// The rows of a statement; null for none. Throws vexa::SqliteError.
-    std::unique_ptr<vexa::SqliteRows> Read(const TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement);
+    /// The rows of a request; null for none. Throws vexa::SqliteError.
+    std::unique_ptr<vexa::SqliteRows> Read(const TPodcastsDB& db, const TPodcastsRowRequest& request);
     /// The number of rows without the range.
-    qint64 Count(const TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement);
+    qint64 Count(const TPodcastsDB& db, const TPodcastsRowRequest& request);
     /// Closes the connection and drops what is kept.
     void Close();
 
 private:
     using RowIDs = std::vector<std::uint32_t>;
+    using SharedRowIDs = std::shared_ptr<const RowIDs>;
     struct KeptIDs {
-        QString Rows;  // which: conditions and search
+        QString Rows;
         QString Order;
-        std::shared_ptr<const RowIDs> IDs;
+        SharedRowIDs IDs;
     };
 
     void Open(const TPodcastsDB& db);
     /// Inside a snapshot, so that what is kept and what is read are of one state.
     void DropWhatChanged();
-    TPodcastsRowPlan PlanOf(const TVEXAPodcastsMLStatement& statement);
-    std::shared_ptr<const RowIDs> FindKept(const QString& rows, const QString& order);
-    std::shared_ptr<const RowIDs> Keep(const QString& rows, const QString& order, RowIDs ids);
-    std::shared_ptr<const RowIDs> OrderedIDs(const TPodcastsRowPlan& plan);
-    std::shared_ptr<const RowIDs> SearchedIDs(const TPodcastsRowPlan& plan, const TVEXAPodcastsMLStatement& statement);
-    RowIDs ReadIDs(const QString& sql);
-    std::unique_ptr<vexa::SqliteRows> ReadPlain(const QString& sql);
-    std::unique_ptr<vexa::SqliteRows> ReadByIDs(const TVEXAPodcastsMLStatement& statement, const std::uint32_t* ids,
-                                                std::size_t count);
-    bool HasSmallIDs();
-    bool HasOrphans();
+    /// Whether the two steps give what the whole statement gives.
+    bool IsRegular();
+    /// The ids of all rows of a request; null where those of the page alone are found sooner.
+    SharedRowIDs AllIDs(const TPodcastsRowRequest& request);
+    SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request);
+    SharedRowIDs OrderedIDs(const QString& rows, const QString& order);
+    SharedRowIDs FindKept(const QString& rows, const QString& order);
+    SharedRowIDs Keep(const QString& rows, const QString& order, RowIDs ids);
+    RowIDs ReadIDs(const QString& statement);
+    std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement);
 
     std::mutex FMutex;  // guards all below
     std::unique_ptr<vexa::SqliteReader> FReader;
-    qint64 FVersion = -1;              // of the database, as FReader tells it
-    std::list<KeptIDs> FKept;          // the ones used last in front
-    std::optional<bool> FHasSmallIDs;  // whether all row ids fit into 32 bits
-    std::optional<bool> FHasOrphans;   // whether an episode lacks its feed
-    QString FLastKey;                  // of the last request that had to sort
+    qint64 FVersion = -1;  // of the database, as FReader tells it; what follows is of this version
+    std::optional<bool> FIsRegular;
+    std::list<KeptIDs> FKept;  // the ones used last in front
+    QString FLastSorted;       // the last request whose page was sorted out of all rows
     TPodcastsRowText FText;
 };
 

@@ -242,8 +242,8 @@ HResult TVEXAPodcastsMLExtension::GetRowCount(IVEXAObjectList* fields, IVEXAMLDa
                                               std::int64_t* count) noexcept {
     if (!AreGiven(count)) return E_POINTER;
     *count = 0;
-    return WithStatement("counting rows", fields, filter,
-                         [&](TPodcastsDB& db, const auto& statement) { *count = FRows.Count(db, statement); });
+    return WithRequest("counting rows", fields, filter,
+                       [&](TPodcastsDB& db, const auto& request) { *count = FRows.Count(db, request); });
 }
 
 HResult TVEXAPodcastsMLExtension::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {

@@ -22,12 +22,26 @@ using TaskKind = IVEXAMLSubscriptionStorage::TaskID;
 const QString kCaptionKey = QStringLiteral("Podcasts\\Caption");
 const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
+const QString kFilterLimitsKey = QStringLiteral("Podcasts\\FilterLimits");
 const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
 const QString kWaitingKey = QStringLiteral("Podcasts\\MSG18");
 
 QByteArray TrayIconBytes() {
     QFile file(ResourcePath(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// For the user, with the limits of filters where those may be the reason.
+QString ReasonOf(const SqliteError& error) {
+    const QString reason = QString::fromUtf8(error.what());
+    const QString limits = error.IsOfStatement() ? LocalizedText(kFilterLimitsKey) : QString();
+    return limits.isEmpty() ? reason : FormatText(limits, reason);
+}
+
+void TellWhy(IVEXAMLDataFilter& filter, const QString& reason) {
+    Ref<IVEXAErrorInfo> error;
+    if (Succeeded(filter.GetValueAsObject(IVEXAMLDataFilter::ErrorInfo, IVEXAErrorInfo::IID, error.PutVoid())))
+        error->SetInfo(-1, ToHostString(reason).Get(), nullptr);
 }
 
 }  // namespace
@@ -109,27 +123,32 @@ void TVEXAPodcastsMLExtension::FlushCache() noexcept {}
 HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
                                           IUnknown** data) noexcept {
     if (!ClearOut(data)) return E_POINTER;
-    return WithStatement("reading the library", fields, filter, [&](TPodcastsDB& db, const auto& statement) {
+    return WithRequest("reading the library", fields, filter, [&](TPodcastsDB& db, const auto& request) {
         // A page is read at once, so that nothing of the database stays open; all rows stream from a reader of their
         // own.
-        const auto provider = statement.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(db, statement))
-                                                  : NewObject<TVEXAMLSQLTableDataProvider>(db, statement.SQL);
+        const auto provider = request.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(db, request))
+                                                : NewObject<TVEXAMLSQLTableDataProvider>(db, request.Statement);
         *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
     });
 }
 
-HResult TVEXAPodcastsMLExtension::WithStatement(const char* what, IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
-                                                const StatementUser& use) noexcept {
+HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
+                                              const RequestUser& use) noexcept {
     if (!AreGiven(fields, filter)) return E_POINTER;
     return GuardedCall(what, [&] {
         const auto client = TPodcastsClientPass::Enter();
         if (!client) return E_FAIL;
         try {
-            use(client->DB(), TVEXAPodcastsMLDataProviderTableQueryBuilder::BuildStatement(fields, filter));
+            use(client->DB(), ReadRowRequest(fields, filter));
             return S_OK;
-        } catch (const std::invalid_argument&) {
+        } catch (const std::invalid_argument& error) {
             LogCaughtException(what);
+            TellWhy(*filter, QString::fromUtf8(error.what()));
             return E_INVALIDARG;
+        } catch (const SqliteError& error) {
+            LogCaughtException(what);
+            TellWhy(*filter, ReasonOf(error));
+            return E_UNEXPECTED;
         }
     });
 }

@@ -93,12 +93,12 @@ private:
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
     TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad, std::function<void()> onSave);
 
-    using StatementUser = std::function<void(TPodcastsDB& db, const TVEXAPodcastsMLStatement& statement)>;
+    using RequestUser = std::function<void(TPodcastsDB& db, const TPodcastsRowRequest& request)>;
 
-    /// Calls `use` with the statement of a request. E_POINTER without fields or filter, E_INVALIDARG for a filter that
-    /// cannot be one, E_FAIL once the client is gone.
-    static vexa::HResult WithStatement(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
-                                       const StatementUser& use) noexcept;
+    /// Calls `use` with a request of the host's. E_POINTER without fields or filter, E_INVALIDARG for a filter that
+    /// cannot be one, E_FAIL once the client is gone; the filter is told why it could not be answered.
+    static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
+                                     const RequestUser& use) noexcept;
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
     void ShowNotification(const QString& textKey, std::function<void()> onClick);
     void OpenPodcasts();

@@ -75,6 +75,11 @@ QString TVEXAMLSQLAdapter::RequireColumn(const QString& field) const {
     return column;
 }
 
+QString TVEXAMLSQLAdapter::ConditionColumn(const QString& field) {
+    FConditionColumns += RequireColumn(field);
+    return FConditionColumns.last();
+}
+
 QString TVEXAMLSQLAdapter::Literal(const QString& text) {
     return FromUtf8(SqlBuilder().Text(text).Sql());
 }
@@ -108,33 +113,24 @@ void TVEXAMLSQLAdapter::AddJoiner() {
 }
 
 void TVEXAMLSQLAdapter::Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded) {
-    FIsAndNeeded = isAndNeeded;
-    FParts = {};
-    if (const std::int32_t children = filter->GetChildCount(); children > 0) {
-        // AND binds closer than OR: beside an earlier condition the alternatives must stand together.
-        const bool isEnclosed = isAndNeeded && children > 1 &&
-                                ReadPropertyInt32(filter, IVEXAMLGroupFilter::Operation) == IVEXAMLGroupFilter::Or;
-        AddJoiner();
-        if (isEnclosed) FText += u'(';
-        AddGroup(*filter, 0);
-        if (isEnclosed) FText += u')';
-    }
-    if (fields) {
-        const QString text = ReadPropertyString(filter, IVEXAMLDataFilter::SearchText);
-        if (!text.isEmpty()) {
-            FParts.Search = FText.size();
-            AddSearch(text, *fields);
-        }
-    }
+    AddConditions(*filter, isAndNeeded);
+    AddSearch(SearchOf(*filter, fields));
     if (!FIsAndNeeded) FText += u"(1 = 1)";
-    FParts.Order = FText.size();
-    Ref<IVEXAObjectList> sortList;
-    if (Succeeded(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, sortList.PutVoid())))
-        AddOrder(*sortList);
-    FParts.Limit = FText.size();
-    const std::int32_t offset = ReadPropertyInt32(filter, IVEXAMLDataFilter::Offset);
-    const std::int32_t count = ReadPropertyInt32(filter, IVEXAMLDataFilter::Limit);
-    if (count > 0) FText += u" LIMIT " + QString::number(offset) + u", " + QString::number(count);
+    AddOrder(SortKeysOf(*filter));
+    AddRange(*filter);
+}
+
+void TVEXAMLSQLAdapter::AddConditions(IVEXAMLDataFilter& filter, bool isAndNeeded) {
+    FIsAndNeeded = isAndNeeded;
+    const std::int32_t children = filter.GetChildCount();
+    if (children <= 0) return;
+    // AND binds closer than OR: beside an earlier condition the alternatives must stand together.
+    const bool isEnclosed = isAndNeeded && children > 1 &&
+                            ReadPropertyInt32(&filter, IVEXAMLGroupFilter::Operation) == IVEXAMLGroupFilter::Or;
+    AddJoiner();
+    if (isEnclosed) FText += u'(';
+    AddGroup(filter, 0);
+    if (isEnclosed) FText += u')';
 }
 
 void TVEXAMLSQLAdapter::AddGroup(IVEXAMLGroupFilter& group, int depth) {
@@ -181,7 +177,7 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
         case Filter::LessOrEqual:
         case Filter::Greater:
         case Filter::GreaterOrEqual:
-            FText += RequireColumn(field) + OperatorText(operation) + Literal(value);
+            FText += ConditionColumn(field) + OperatorText(operation) + Literal(value);
             if (operation == Filter::Between)
                 FText += u" AND " + Literal(ReadPropertyString(&condition, Filter::Value2));
             break;
@@ -190,7 +186,7 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
         case Filter::EndsWith: {
             const QString before = operation == Filter::BeginsWith ? QString() : QStringLiteral("%");
             const QString after = operation == Filter::EndsWith ? QString() : QStringLiteral("%");
-            FText += u"UPPER(" + RequireColumn(field) + u')' + OperatorText(operation) +
+            FText += u"UPPER(" + ConditionColumn(field) + u')' + OperatorText(operation) +
                      Literal(QString(before + value.toUpper() + after));
             break;
         }
@@ -201,9 +197,9 @@ void TVEXAMLSQLAdapter::AddFieldCondition(IVEXAMLFieldFilter& condition) {
 
 void TVEXAMLSQLAdapter::AddComparison(const QString& field, const QString& value, std::int32_t operation) {
     if (IsKeyField(field))
-        FText += u"KeyContains(" + RequireColumn(field) + u", " + Literal(value) + u')';
+        FText += u"KeyContains(" + ConditionColumn(field) + u", " + Literal(value) + u')';
     else
-        FText += RequireColumn(field) + OperatorText(operation) + Literal(value) + u" COLLATE NOCASE ";
+        FText += ConditionColumn(field) + OperatorText(operation) + Literal(value) + u" COLLATE NOCASE ";
 }
 
 void TVEXAMLSQLAdapter::AddArrayCondition(IVEXAMLArrayFieldFilter& condition) {
@@ -216,10 +212,10 @@ void TVEXAMLSQLAdapter::AddArrayCondition(IVEXAMLArrayFieldFilter& condition) {
         values.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(count, 0, std::int64_t(values.size()))));
     }
     if (IsKeyField(field)) {
-        FText += u"KeyContainsOneFrom(" + RequireColumn(field);
+        FText += u"KeyContainsOneFrom(" + ConditionColumn(field);
         for (const Variant& value : values) FText += u", " + Literal(value);
     } else {
-        FText += RequireColumn(field) + u" IN (";
+        FText += ConditionColumn(field) + u" IN (";
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (i > 0) FText += u", ";
             FText += Literal(values[i]);
@@ -228,37 +224,62 @@ void TVEXAMLSQLAdapter::AddArrayCondition(IVEXAMLArrayFieldFilter& condition) {
     FText += u')';
 }
 
-void TVEXAMLSQLAdapter::AddSearch(const QString& text, IVEXAObjectList& fields) {
+TVEXAMLSQLAdapter::Search TVEXAMLSQLAdapter::SearchOf(IVEXAMLDataFilter& filter, IVEXAObjectList* fields) const {
+    Search search;
+    if (!fields) return search;
+    search.Text = ReadPropertyString(&filter, IVEXAMLDataFilter::SearchText);
+    for (const QString& field : StringsOf(fields)) {
+        if (IsFieldExcludedFromSearch(field)) continue;
+        if (const QString column = MapField(field); !column.isEmpty()) search.Columns += column;
+    }
+    return search;
+}
+
+void TVEXAMLSQLAdapter::AddSearch(const Search& search) {
+    if (search.Text.isEmpty()) return;
     AddJoiner();
     FText += u'(';
-    FParts.SearchText = text;
-    const QString pattern = Literal(QString(u'%' + text.toUpper() + u'%'));
-    for (const QString& field : StringsOf(&fields)) {
-        if (IsFieldExcludedFromSearch(field)) continue;
-        const QString column = MapField(field);
-        if (column.isEmpty()) continue;
-        if (!FParts.SearchedColumns.isEmpty()) FText += u" OR ";
+    const QString pattern = Literal(QString(u'%' + search.Text.toUpper() + u'%'));
+    bool isFirst = true;
+    for (const QString& column : search.Columns) {
+        if (!isFirst) FText += u" OR ";
         FText += u"(UPPER(" + column + u") LIKE " + pattern + u')';
-        FParts.SearchedColumns += column;
+        isFirst = false;
     }
     // Nothing to look in: nothing is found.
-    if (FParts.SearchedColumns.isEmpty()) FText += u"1 = 0";
+    if (isFirst) FText += u"1 = 0";
     FText += u')';
 }
 
-void TVEXAMLSQLAdapter::AddOrder(IVEXAObjectList& sortList) {
-    bool isFirst = true;
-    const std::int32_t count = sortList.GetCount();
+std::vector<TVEXAMLSQLAdapter::SortKey> TVEXAMLSQLAdapter::SortKeysOf(IVEXAMLDataFilter& filter) const {
+    std::vector<SortKey> keys;
+    Ref<IVEXAObjectList> list;
+    if (Failed(filter.GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, list.PutVoid()))) return keys;
+    const std::int32_t count = list->GetCount();
     for (std::int32_t i = 0; i < count; ++i) {
-        const auto field = ItemOf<IVEXAString>(sortList, i);
-        const auto direction = ItemOf<IVEXAMLSortDirection>(sortList, i);
+        const auto field = ItemOf<IVEXAString>(*list, i);
+        const auto direction = ItemOf<IVEXAMLSortDirection>(*list, i);
         std::int32_t value = 0;
         if (!field || !direction || Failed(direction->GetValue(&value))) continue;
+        keys.push_back({RequireColumn(FromHostString(field.Get())), value == IVEXAMLSortDirection::Descending});
+    }
+    return keys;
+}
+
+void TVEXAMLSQLAdapter::AddOrder(const std::vector<SortKey>& keys) {
+    bool isFirst = true;
+    for (const SortKey& key : keys) {
         FText += isFirst ? u" ORDER BY " : u", ";
-        FText += RequireColumn(FromHostString(field.Get()));
-        if (value == IVEXAMLSortDirection::Descending) FText += u" DESC";
+        FText += key.Column;
+        if (key.IsDescending) FText += u" DESC";
         isFirst = false;
     }
+}
+
+void TVEXAMLSQLAdapter::AddRange(IVEXAMLDataFilter& filter) {
+    const std::int32_t offset = ReadPropertyInt32(&filter, IVEXAMLDataFilter::Offset);
+    const std::int32_t count = ReadPropertyInt32(&filter, IVEXAMLDataFilter::Limit);
+    if (count > 0) FText += u" LIMIT " + QString::number(offset) + u", " + QString::number(count);
 }
 
 void TVEXAMLSQLAdapter::AddSelectList(IVEXAObjectList* fields) {

@@ -33,6 +33,26 @@ public:
     void Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded);
     /// Appends the columns of the fields asked for.
     void AddSelectList(IVEXAObjectList* fields);
+
+    // The steps of Build, for those who make other statements of the same filter.
+    struct Search {
+        QString Text;  // empty: nothing is looked for
+        QStringList Columns;
+    };
+    struct SortKey {
+        QString Column;
+        bool IsDescending = false;
+    };
+    void AddConditions(IVEXAMLDataFilter& filter, bool isAndNeeded);
+    Search SearchOf(IVEXAMLDataFilter& filter, IVEXAObjectList* fields) const;
+    /// After AddConditions.
+    void AddSearch(const Search& search);
+    std::vector<SortKey> SortKeysOf(IVEXAMLDataFilter& filter) const;
+    void AddOrder(const std::vector<SortKey>& keys);
+    void AddRange(IVEXAMLDataFilter& filter);
+    /// The columns that AddConditions has written, but for those that a derived class writes itself.
+    const QStringList& ConditionColumns() const noexcept { return FConditionColumns; }
+
     void Append(const QString& text) { FText += text; }
 
     /// The expression of a field: empty for one that has no column, as for no name. Throws std::invalid_argument for a
@@ -59,27 +79,16 @@ protected:
     /// Writes a comparison for equality or inequality.
     virtual void AddComparison(const QString& field, const QString& value, std::int32_t operation);
 
-    // Where the parts of the text begin, for those who run the statement in another way.
-    struct Parts {
-        qsizetype Search = -1;  // the search condition with its joiner; −1: none
-        qsizetype Order = 0;
-        qsizetype Limit = 0;
-        QStringList SearchedColumns;
-        QString SearchText;
-    };
-    const Parts& BuiltParts() const noexcept { return FParts; }
-
 private:
     void AddJoiner();
     void AddGroup(IVEXAMLGroupFilter& group, int depth);
     void AddChild(IVEXAMLGroupFilter& group, std::int32_t index, int depth);
     void AddFieldCondition(IVEXAMLFieldFilter& condition);
     void AddArrayCondition(IVEXAMLArrayFieldFilter& condition);
-    void AddSearch(const QString& text, IVEXAObjectList& fields);
-    void AddOrder(IVEXAObjectList& sortList);
+    QString ConditionColumn(const QString& field);
 
     QString FText;
-    Parts FParts;
+    QStringList FConditionColumns;
     bool FIsAndNeeded = false;
 };
 

@@ -113,6 +113,25 @@ TEST_F(Program, APasswordInAnAddressIsShownToNobody) {
     }
 }
 
+TEST_F(Program, AKeyIsAsLongAsItTakesToTellItsEpisodeFromOthersOfTheFeed) {
+    Run("feeds");
+    PlainSqlite database(Profile.File("Podcasts.db"));
+    database.Run("INSERT INTO PodcastFeeds (Name, URLFeed) VALUES ('Show', 'http://h/'), ('Other', 'http://o/')");
+    // The digests of the first two have nine digits in common; two rows of one GUID have one key.
+    const std::pair<const char*, int> rows[] = {{"g630047", 1}, {"g682862", 1}, {"g1", 1}, {"g1", 1}, {"g630047", 2}};
+    for (int i = 0; const auto& [guid, feed] : rows)
+        database.Run(QString("INSERT INTO PodcastEpisodes (URI, FeedID, GUID, PublishDate, State) VALUES "
+                             "('podcast://%1', %2, '%3', %1, 1)")
+                         .arg(++i)
+                         .arg(feed)
+                         .arg(guid)
+                         .toUtf8());
+    EXPECT_EQ(Keys(), QStringList({"2:0e1d77a7", "1:0120a4f9", "1:0120a4f9", "1:0e1d77a724", "1:0e1d77a72e"}));
+    ExpectFailure("mark listened 1:0e1d77a7 1:0e1d77a72", {"1:0e1d77a7 names several", "1:0e1d77a72 names several"});
+    EXPECT_EQ(Run("mark listened 1:0e1d77a72E 2:0e1d77a7 1:0120a4f9").Status, 0);
+    EXPECT_EQ(Keys("--state new"), QStringList("1:0e1d77a724"));
+}
+
 TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     const FolderServer server;
     Run("subscribe " + WriteFeed(server, "Show", 3) + ' ' + WriteFeed(server, "Other", 1));

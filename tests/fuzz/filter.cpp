@@ -176,26 +176,25 @@ QStringList Texts(SqliteRows* rows) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Library& library = *new Library;  // the end of the process is its end
     const RandomFilter random(data, size);
-    TVEXAPodcastsMLStatement statement;
+    TPodcastsRowRequest request;
     try {
-        statement = Builder::BuildStatement(random.Fields.Get(), random.Filter.Get());
+        request = ReadRowRequest(random.Fields.Get(), random.Filter.Get());
     } catch (const std::invalid_argument& error) {
         Require(!random.IsSure, "a filter of known fields has a statement", QString::fromUtf8(error.what()));
         return 0;
     }
-    const std::string sql = ToUtf8(statement.SQL);
+    const QString statement = request.Statement + request.Range;
+    const std::string sql = ToUtf8(statement);
     library.CheckSelect(sql);
     QStringList plain;
     try {
         plain = Texts(library.DB.Read(sql).get());
     } catch (const SqliteError& error) {
-        Require(!random.IsSure, "the database takes the statement",
-                QString::fromUtf8(error.what()) + u" " + statement.SQL);
+        Require(!random.IsSure, "the database takes the statement", QString::fromUtf8(error.what()) + u" " + statement);
         return 0;
     }
-    Require(Texts(library.Rows.Read(library.DB, statement).get()) == plain, "a page is that of the statement",
-            statement.SQL);
-    const qint64 count = library.Rows.Count(library.DB, statement);
-    if (statement.Count == 0) Require(count == plain.size(), "rows are counted as they are read", statement.SQL);
+    Require(Texts(library.Rows.Read(library.DB, request).get()) == plain, "a page is that of the statement", statement);
+    const qint64 count = library.Rows.Count(library.DB, request);
+    if (request.Count == 0) Require(count == plain.size(), "rows are counted as they are read", statement);
     return 0;
 }

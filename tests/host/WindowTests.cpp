@@ -268,6 +268,20 @@ TEST_F(Window, TheFirstPageHasTheStoragesOptionsAndSetsThem) {
     EXPECT_EQ(options->SetOption(MakeString("another").Get(), &value), E_INVALIDARG);
 }
 
+TEST_F(Window, ASearchThatTheStorageCannotAnswerSaysWhyInThePlaceOfTheRows) {
+    Start();
+    Subscribe();
+    auto* const search = Find<QLineEdit>("Search");
+    auto* const failure = Find<QLabel>("Failure");
+    search->setText(QString(30'000, u'\u4e00'));
+    ASSERT_TRUE(WaitUntil([&] { return failure->isVisible(); }));
+    EXPECT_TRUE(failure->text().contains("pattern too complex")) << failure->text().toStdString();
+    EXPECT_TRUE(failure->text().contains("10,000 letters")) << failure->text().toStdString();
+    search->setText("Part 1");
+    ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 1; }));
+    EXPECT_FALSE(failure->isVisible());
+}
+
 TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     Start();
     QSignalSpy subscribed(TheWindow->findChild<Subscriber*>(), &Subscriber::Started);

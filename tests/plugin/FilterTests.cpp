@@ -213,8 +213,10 @@ public:
     }
     int Below(int bound) { return int(FRandom() % unsigned(bound)); }
     QString Word() {
-        static const QString words[] = {"News", "news", "It's",          "100%", "a_b", "Привет", "привет", "",    "ÄÖ",
-                                        "é",    "e",    "o'brien \"x\"", "1",    "2",   "日本",   "zz",     "New", "ß"};
+        static const QString words[] = {"News", "news", "It's", "100%", "a_b", "Привет", "привет", "", "ÄÖ", "é", "e",
+                                        "o'brien \"x\"", "1", "2", "日本", "zz", "New", "ß",
+                                        // what statements are made of
+                                        "(PodcastFeeds.URLFeed = '')", "(State = '1' COLLATE NOCASE )"};
         return words[Below(int(std::size(words)))];
     }
 
@@ -373,82 +375,111 @@ TEST_F(RandomFilterTest, MeanWhatTheySay) {
     }
 }
 
-TEST_F(RandomFilterTest, PagesAreThoseOfThePlainStatementTiesIncluded) {
+TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
     const unsigned first = std::random_device{}();
     RandomFilter words(*this, first);
     Fill(words);
     TPodcastsRows rows;
+    static const std::pair<const char*, const char*> fields[] = {
+        {"PublishDate", "PublishDate"}, {"State", "State"},       {"Title", "Title"},
+        {"FeedName", "Name"},           {"Duration", "Duration"}, {"FileName", "URI"}};
     for (unsigned seed = first; seed < first + 400; ++seed) {
         RandomFilter random(*this, seed);
         const auto filter = CreateHostObject<IVEXAMLDataFilter>();
         WritePropertyInt32(filter.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
         if (random.Below(3) == 0) Add(*filter, "Node", QString("03%1").arg(random.Below(3)));
         if (random.Below(3) == 0) Add(*filter, "Node", QString("04http://host/%1").arg(random.Below(5)));
-        if (random.Below(4) == 0) Add(*filter, "State", QString::number(random.Below(3)));
+        if (random.Below(6) == 0) Add(*filter, "Node", QString("02" + random.Word()));
+        if (random.Below(4) == 0) Add(*filter, "State", QString::number(random.Below(3)), random.Below(2));
         if (random.Below(4) == 0) Add(*filter, "PublishDate", QString::number(40000 + random.Below(8)));
-        if (random.Below(3) == 0) Add(*filter, "Title", random.Word(), 3 + random.Below(7), random.Word());
+        if (random.Below(3) == 0) Add(*filter, "Title", random.Word(), random.Below(10), random.Word());
+        if (random.Below(6) == 0) Add(*filter, "FeedName", random.Word(), random.Below(10), random.Word());
         if (random.Below(2) == 0) WritePropertyString(filter.Get(), IVEXAMLDataFilter::SearchText, random.Word());
+        const auto columns = List({"ID", "Title", "FeedName", "PublishDate", "State"});
+        QString sql = Builder::BuildQuery(columns.Get(), filter.Get());
+        sql.chop(1);
+        const QString counting = "SELECT Count(*) FROM (" + sql + ")";
         std::vector<std::pair<QString, int>> order;
-        static const QString fields[] = {"PublishDate", "State", "Title", "FeedName", "Duration", "FileName"};
-        for (int i = random.Below(3); i > 0; --i) order.push_back({fields[random.Below(6)], 1 + random.Below(2)});
+        QString direction;
+        sql += " ORDER BY ";
+        for (int i = random.Below(3); i > 0; --i) {
+            const auto& [field, column] = fields[random.Below(6)];
+            order.push_back({field, 1 + random.Below(2)});
+            direction = order.back().second == IVEXAMLSortDirection::Descending ? " DESC" : "";
+            sql += column + direction + ", ";
+        }
+        if (!order.empty()) sql += "PublishDate" + direction + ", ";
+        sql += "PodcastEpisodes.rowid" + direction;
         SortBy(*filter, order);
         // With an episode whose feed is gone the join leaves something out.
         if (seed == first + 200) DB.ExecuteSQL("DELETE FROM PodcastFeeds WHERE FeedID = 3");
         if (seed == first + 250) DB.UpdateState({URIs[7]}, pesPostponed);
-        const auto columns = List({"ID", "Title", "FeedName", "PublishDate", "State"});
-        for (int page = 0; page < 3; ++page) {
-            WritePropertyInt32(filter.Get(), IVEXAMLDataFilter::Limit, 1 + random.Below(40));
-            WritePropertyInt32(filter.Get(), IVEXAMLDataFilter::Offset, random.Below(3) == 0 ? 0 : random.Below(320));
-            const auto statement = Builder::BuildStatement(columns.Get(), filter.Get());
-            const auto plain = DB.Read(statement.SQL.toStdString());
-            ASSERT_EQ(Texts(rows.Read(DB, statement).get()), Texts(plain.get()))
-                << "seed " << seed << ": " << statement.SQL.toStdString();
-            const std::string count =
-                "SELECT Count(*) FROM PodcastEpisodes, PodcastFeeds WHERE "
-                "(PodcastEpisodes.FeedID = PodcastFeeds.FeedID)" +
-                QString(statement.Conditions + statement.Search).toStdString();
-            ASSERT_EQ(rows.Count(DB, statement), DB.ReadInteger(count)) << "seed " << seed << ": " << count;
+        const QStringList expected = Texts(DB.Read(sql.toStdString()).get());
+        const auto read = [&](int offset, int limit) {
+            WritePropertyInt32(filter.Get(), IVEXAMLDataFilter::Limit, limit);
+            WritePropertyInt32(filter.Get(), IVEXAMLDataFilter::Offset, offset);
+            const auto request = ReadRowRequest(columns.Get(), filter.Get());
+            EXPECT_EQ(rows.Count(DB, request), DB.ReadInteger(counting.toStdString()));
+            return Texts(rows.Read(DB, request).get());
+        };
+        SCOPED_TRACE(QString("seed %1: %2").arg(seed).arg(sql).toStdString());
+        for (int offset = random.Below(2) * random.Below(320), page = 0; page < 5; ++page) {
+            const int limit = 1 + random.Below(40);
+            ASSERT_EQ(read(offset, limit), expected.mid(offset, limit)) << offset << ", " << limit;
+            offset += limit;
         }
+        ASSERT_EQ(read(0, 0), expected);
     }
 }
 
-TEST_F(RandomFilterTest, FiltersBeyondTheDatabasesLimitsFail) {
+TEST_F(RandomFilterTest, FiltersUpToTheLimitsAreTakenAndLargerOnesRefused) {
     RandomFilter words(*this, 1);
     Fill(words);
-    const auto filter = CreateHostObject<IVEXAMLDataFilter>();
-    for (int i = 0; i < 900; ++i) Add(*filter, "Title", QString::number(i));
-    EXPECT_NO_THROW(DB.Read(Builder::BuildQuery(List({"ID"}).Get(), filter.Get()).toStdString()));
-    for (int i = 0; i < 200; ++i) Add(*filter, "Title", QString::number(i));
-    EXPECT_THROW(DB.Read(Builder::BuildQuery(List({"ID"}).Get(), filter.Get()).toStdString()), SqliteError);
-    // Up to that limit a page is what the statement gives.
     TPodcastsRows rows;
-    int taken = 0;
-    for (int depth = 0; depth < 60; ++depth) {
-        const auto nested = CreateHostObject<IVEXAMLDataFilter>();
-        WritePropertyInt32(nested.Get(), IVEXAMLDataFilter::Limit, 10);
-        Ref<IVEXAMLGroupFilter> group = nested;
-        for (int i = 0; i < depth; ++i) {
-            Ref<IVEXAMLGroupFilter> inner;
-            group->AddGroup(inner.Put());
-            group = inner;
-            WritePropertyInt32(group.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotOr);
-        }
-        Add(*group, "State", "1");
-        const auto statement = Builder::BuildStatement(List({"ID"}).Get(), nested.Get());
-        std::unique_ptr<SqliteRows> plain;
+    const auto isTaken = [&](IVEXAMLDataFilter& filter) {
+        WritePropertyInt32(&filter, IVEXAMLDataFilter::Limit, 10);
+        SortBy(filter, {{"FeedName", 2}});
+        const auto request = ReadRowRequest(List({"ID"}).Get(), &filter);
         try {
-            plain = DB.Read(statement.SQL.toStdString());
-        } catch (const SqliteError&) {
-            EXPECT_THROW(rows.Read(DB, statement), SqliteError);
-            EXPECT_THROW(rows.Count(DB, statement), SqliteError);
-            continue;
+            const QStringList page = Texts(rows.Read(DB, request).get());
+            EXPECT_EQ(page, Texts(DB.Read(QString(request.Statement + request.Range).toStdString()).get()));
+            rows.Count(DB, request);
+            return true;
+        } catch (const SqliteError& error) {
+            EXPECT_TRUE(error.IsOfStatement()) << error.what();
+            EXPECT_THROW(rows.Count(DB, request), SqliteError);
+            return false;
         }
-        ++taken;
-        EXPECT_EQ(Texts(rows.Read(DB, statement).get()), Texts(plain.get())) << depth;
-        EXPECT_NO_THROW(rows.Count(DB, statement)) << depth;
+    };
+    for (const auto& [count, isSmall] : {std::pair{500, true}, {1100, false}}) {
+        const auto filter = CreateHostObject<IVEXAMLDataFilter>();
+        for (int i = 0; i < count; ++i) Add(*filter, "Title", QString::number(i));
+        EXPECT_EQ(isTaken(*filter), isSmall) << count << " conditions";
     }
-    EXPECT_GT(taken, 20);
-    EXPECT_LT(taken, 60);
+    for (const auto& [length, isSmall] : {std::pair{10'000, true}, {60'000, false}}) {
+        const auto filter = CreateHostObject<IVEXAMLDataFilter>();
+        Add(*filter, "Title", QString(length, QChar(u'\u4e00')), IVEXAMLFieldFilter::Contains);
+        EXPECT_EQ(isTaken(*filter), isSmall) << length << " letters";
+    }
+    struct Groups {
+        int Operation, Depth;
+        bool IsSmall;
+    };
+    for (const auto& [operation, depth, isSmall] : {Groups{IVEXAMLGroupFilter::Or, 20, true},
+                                                    {IVEXAMLGroupFilter::NotOr, 14, true},
+                                                    {IVEXAMLGroupFilter::NotOr, 60, false}}) {
+        const auto filter = CreateHostObject<IVEXAMLDataFilter>();
+        Ref<IVEXAMLGroupFilter> group = filter;
+        for (int i = 0; i < depth; ++i) {
+            Add(*group, "Node", "04http://host/3");
+            WritePropertyInt32(group.Get(), IVEXAMLGroupFilter::Operation, operation);
+            Ref<IVEXAMLGroupFilter> inner;
+            RaiseIfFailed(group->AddGroup(inner.Put()));
+            group = inner;
+        }
+        Add(*group, "Node", "04http://host/3");
+        EXPECT_EQ(isTaken(*filter), isSmall) << depth << " groups of operation " << operation;
+    }
     const auto deep = CreateHostObject<IVEXAMLDataFilter>();
     Ref<IVEXAMLGroupFilter> group = deep;
     for (int i = 0; i < 200; ++i) {

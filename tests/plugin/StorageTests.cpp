@@ -132,6 +132,17 @@ TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
     EXPECT_EQ(reader.CountNow(query).Count, 38);
 }
 
+TEST_F(Storage, AFilterThatIsTooLargeIsRefusedWithTheLimits) {
+    const auto storage = Library();
+    host::RowReader reader(storage);
+    host::RowQuery query{.Fields = {"Title"}, .Limit = 10};
+    query.Where.assign(1100, {.Field = "Title", .Value1 = host::PropertyValue(QString("x"))});
+    for (const QString& error : {reader.ReadNow(query).Error, reader.CountNow(query).Error}) {
+        EXPECT_TRUE(error.contains("Expression tree is too large")) << error.toStdString();
+        EXPECT_TRUE(error.contains("500 conditions")) << error.toStdString();
+    }
+}
+
 TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
     Subscribe("/a", Feed("A", 2));
     EXPECT_EQ(States(), "11");

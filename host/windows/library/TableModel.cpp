@@ -60,6 +60,7 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     FColumns.clear();
     FPages.clear();
     FCount = 0;
+    FFailure.clear();
     FIDColumn = FFileColumn = FTitleColumn = FLengthColumn = -1;
     FQuery = {};
     if (FStorage) {
@@ -127,8 +128,8 @@ void TableModel::TakeFirst(RowPage page) {
     FPages.clear();
     FCount = static_cast<int>(page.Rows.size());
     FPages[0] = std::move(page.Rows);
+    FFailure = page.Error;
     endResetModel();
-    if (!page.Error.isEmpty()) Q_EMIT Failed(page.Error);
     // A short page is the whole answer.
     if (FCount == kPageSize)
         FCounting = FReader->Count(FQuery, [this](const RowCount& count) {
@@ -253,6 +254,7 @@ QStringList TableModel::LostFiles(const Pages& pages) const {
 }
 
 void TableModel::TakeReloaded(int count) {
+    FFailure.clear();
     Pages pages = std::move(FReloading->Arrived);
     FReloading.reset();
     for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);

@@ -41,6 +41,8 @@ public:
     void OnPositionsChanged();
     /// By which rows are found again whose files, and IDs with them, have moved. It outlives the model.
     void SetAddresses(PresentAddresses& addresses);
+    /// Why the storage gave no rows; empty when it did.
+    const QString& Failure() const noexcept { return FFailure; }
     /// Whether an answer to a query is awaited.
     bool IsBusy() const noexcept { return FFirst != 0; }
 
@@ -112,6 +114,7 @@ private:
     RowQuery FQuery;  // with all fields: the columns, then those that only the model looks at
     int FCount = 0;
     Pages FPages;
+    QString FFailure;
     int FSightFirst = 0, FSightLast = 0;
     RowReader::Ticket FFirst = 0, FCounting = 0;
     std::map<int, RowReader::Ticket> FAsked;  // pages in sight that are on their way

@@ -45,7 +45,8 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
       FModel(new TableModel(language, this)),
       FSearch(new QLineEdit),
       FView(new QTableView),
-      FCount(new QLabel) {
+      FCount(new QLabel),
+      FFailure(new QLabel) {
     FSearch->setObjectName(QStringLiteral("Search"));
     FSearch->setClearButtonEnabled(true);
     FSearch->setMaximumWidth(kSearchWidth);
@@ -53,6 +54,12 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FSearch->addAction(QIcon(), QLineEdit::LeadingPosition);
     FCount->setObjectName(QStringLiteral("Faint"));
     FCount->setTextFormat(Qt::PlainText);
+    FFailure->setObjectName(QStringLiteral("Failure"));
+    FFailure->setTextFormat(Qt::PlainText);
+    FFailure->setWordWrap(true);
+    FFailure->setAlignment(Qt::AlignCenter);
+    FFailure->setAttribute(Qt::WA_TransparentForMouseEvents);
+    FFailure->hide();
     FView->setObjectName(QStringLiteral("Rows"));
     FView->setModel(FModel);
     FView->setItemDelegate(new RowDelegate(FView));
@@ -83,6 +90,8 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FView->viewport()->installEventFilter(this);
     FSearch->installEventFilter(this);
 
+    auto* over = new QVBoxLayout(FView->viewport());
+    over->addWidget(FFailure);
     auto* upper = new QHBoxLayout;
     upper->setContentsMargins(10, 8, 10, 8);
     upper->addWidget(FSearch, 1);
@@ -198,6 +207,8 @@ void TablePane::OnShown() {
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
     UpdateSight();
     ShowCount();
+    FFailure->setText(FModel->Failure());
+    FFailure->setVisible(!FModel->Failure().isEmpty());
     const QModelIndex current = FView->currentIndex();
     if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
         // Where the current row has gone, the one in its place takes over; among other rows it stays by its name.

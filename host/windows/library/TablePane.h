@@ -61,6 +61,7 @@ private:
     QLineEdit* const FSearch;
     QTableView* const FView;
     QLabel* const FCount;
+    QLabel* const FFailure;  // over the rows' place while the storage can give none
     QTimer FTyping;
     QString FStorageID;  // whose rows show; empty for none
     QString FCurrentFile;
