@@ -51,7 +51,8 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
     while (!FIsCancelled()) {
         const quint64 changes = Changes();
         const QStringList upcoming = FQueue.Upcoming(kWindow);
-        if (!IsInWindow(upcoming)) SetWindow(upcoming);
+        // An item before this one may have taken the document that both name.
+        if (!IsInWindow(upcoming) || !IsComing(FLocator(upcoming.first()))) SetWindow(upcoming);
         if (FSecondTries.empty()) FDeadline.reset();
         if (upcoming.isEmpty()) {
             if (FSecondTries.empty()) return std::nullopt;
@@ -127,9 +128,7 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
     const std::lock_guard lock(FMutex);
     FWindow = locations;
     if (FRead && !FWindow.contains(FRead->Location)) FRead.reset();
-    locations.removeIf([this](const QString& location) {
-        return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location);
-    });
+    locations.removeIf([this](const QString& location) { return IsHere(location); });
     FFetcher.Want(locations, [&](const QString& location) {
         vexa::HttpFetch fetch = FeedDocumentFetch();
         fetch.IsSecondTry = secondTries.contains(location);
@@ -144,10 +143,19 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
     FChanged.notify_all();  // the reader looks for another document to read
 }
 
+/// Whether the document is local, or has been taken from the fetcher. Hold the lock.
+bool TPodcastFetchRun::IsHere(const QString& location) const {
+    return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location);
+}
+
 bool TPodcastFetchRun::IsReady(const QString& location) {
     const std::lock_guard lock(FMutex);
-    return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location) ||
-           FFetcher.IsReady(location);
+    return IsHere(location) || FFetcher.IsReady(location);
+}
+
+bool TPodcastFetchRun::IsComing(const QString& location) {
+    const std::lock_guard lock(FMutex);
+    return IsHere(location) || FFetcher.IsWanted(location);
 }
 
 bool TPodcastFetchRun::IsAnyReady(const QStringList& items) {

@@ -84,7 +84,9 @@ private:
     quint64 Changes();
     bool IsInWindow(const QStringList& upcoming) const;
     void SetWindow(const QStringList& upcoming);
+    bool IsHere(const QString& location) const;
     bool IsReady(const QString& location);
+    bool IsComing(const QString& location);
     bool IsAnyReady(const QStringList& items);
     /// The second try that can be taken now.
     std::optional<Turn> NextSecondTry();

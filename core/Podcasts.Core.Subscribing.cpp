@@ -18,7 +18,7 @@ using Result = TPodcastSubscription::Result;
 /// The texts in their order; those put off at the end.
 class TextQueue final : public IPodcastFetchQueue {
 public:
-    explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) {}
+    explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) { FTexts.removeDuplicates(); }
 
     QStringList Upcoming(qsizetype count) const override { return FTexts.first(std::min(count, FTexts.size())); }
     bool TakeNext(const QString& item) override {

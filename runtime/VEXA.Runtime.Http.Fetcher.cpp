@@ -437,6 +437,11 @@ void HttpFetcher::Await(const QString& address) {
     FImpl->RequireSchedule();
 }
 
+bool HttpFetcher::IsWanted(const QString& address) const {
+    const std::lock_guard lock(FImpl->FMutex);
+    return FImpl->Find(address) != nullptr;
+}
+
 bool HttpFetcher::IsReady(const QString& address) const {
     const std::lock_guard lock(FImpl->FMutex);
     const Item* item = FImpl->Find(address);

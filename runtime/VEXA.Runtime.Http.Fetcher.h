@@ -61,6 +61,8 @@ public:
     /// This address is waited for: its document is begun now and never held back.
     void Await(const QString& address);
 
+    /// Whether the address is in the window, and has not been taken.
+    bool IsWanted(const QString& address) const;
     /// Whether the document has arrived or failed, so that Take does not wait.
     bool IsReady(const QString& address) const;
     /// For how long the address's server has sent nothing although it was asked; 0 when it has not been asked.

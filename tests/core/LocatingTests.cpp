@@ -131,6 +131,19 @@ TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
     EXPECT_TRUE(To("nowhere").Error.startsWith("this is neither"));
 }
 
+TEST_F(Subscribing, TellsOfEachTextOfAListAlsoOfThoseThatNameOneDocument) {
+    const QString dead = Server.Url("/dead");
+    Server.Serve("/f", Document("Show", {}));
+    QStringList told;
+    SubscribeByAddress(
+        *Client, {dead, dead + " ", dead, Server.Url("/f"), " " + dead}, 0, [] { return false; },
+        [&](const TPodcastSubscription& one) {
+            told += one.Location.section('/', 3) + (one.Error.isEmpty() ? QString() : QString(": " + one.Error));
+        });
+    const QString missing = "dead: the server answered 404 Not Found";
+    EXPECT_EQ(told.join('|'), QStringList({missing, missing, "f", missing}).join('|'));
+}
+
 TEST_F(Subscribing, StoresTheAddressThatTheFeedHasMovedTo) {
     Server.Serve("/old", Response::Redirect("/new", "301 Moved Permanently"));
     Server.Serve("/new", Document("Show", {{"1", "/1.mp3"}}));
