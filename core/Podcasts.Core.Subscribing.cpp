@@ -18,7 +18,7 @@ using Result = TPodcastSubscription::Result;
 /// The texts in their order; those put off at the end.
 class TextQueue final : public IPodcastFetchQueue {
 public:
-    explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) { FTexts.removeDuplicates(); }
+    explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) {}
 
     QStringList Upcoming(qsizetype count) const override { return FTexts.first(std::min(count, FTexts.size())); }
     bool TakeNext(const QString& item) override {
@@ -102,20 +102,24 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     Locations locations(client);
     TPodcastFetchRun run(
         queue, [&](const QString& text) { return locations.Of(text); }, {}, isCancelled);
-    std::map<QString, TPodcastSubscription> putAside;  // by text, for a second try
+    // By text, for a second try; several where the text stands in the list more than once.
+    std::map<QString, std::vector<TPodcastSubscription>> putAside;
     while (const auto turn = run.Next()) {
-        putAside.erase(turn->Item);
         bool mayPass = false;
         auto subscription =
             SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, mayPass);
+        auto& others = putAside[turn->Item];
         if (mayPass && !turn->IsSecondTry) {
             run.TryAgain();
-            putAside.emplace(turn->Item, std::move(subscription));
-        } else {
-            finished(subscription);
+            others.push_back(std::move(subscription));
+            continue;
         }
+        const std::size_t count = others.size() + (turn->IsSecondTry ? 0 : 1);
+        for (std::size_t told = 0; told < count; ++told) finished(subscription);
+        others.clear();
     }
-    for (const auto& [text, subscription] : putAside) finished(subscription);
+    for (const auto& [text, subscriptions] : putAside)
+        for (const auto& subscription : subscriptions) finished(subscription);
     for (const QString& text : queue.Upcoming(texts.size())) {
         TPodcastSubscription dropped;
         dropped.Location = text;

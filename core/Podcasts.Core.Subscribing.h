@@ -26,7 +26,7 @@ struct TPodcastSubscription {
 
 /// Subscribes to what each text names (see FindFeed), one after the other on the calling thread, in the order of a
 /// TPodcastFetchRun: documents are fetched ahead, and servers that keep silent come last. `choice` as in FindFeed.
-/// `finished` is told the result for each text there, once where it stands twice. A cancelled run ends at once; what is
+/// `finished` is told the result for each text there. A cancelled run ends at once; what is
 /// stored stays.
 void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
                         const vexa::CancelCheck& isCancelled,
