@@ -27,12 +27,6 @@ constexpr auto kTick = milliseconds(25);  // between two looks at who is silent
 constexpr auto kIdle = milliseconds(1000);
 constexpr auto kCancelPoll = milliseconds(20);
 
-/// Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
-qint64 RoomFor(const HttpResponseInfo& info, qint64 maxBytes) {
-    constexpr qint64 kUsualRatio = 6;
-    return std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio;
-}
-
 /// What is known of a server in this run.
 struct Server {
     int Running = 0;  // transfers on their way, but for those that are held back
@@ -272,7 +266,7 @@ struct HttpFetcher::Impl {
         item.Request.Conditions = item.Fetch.Conditions;
         item.Request.OnAccepted = [&item](const HttpResponseInfo& info) {
             item.Result.Document.Info = info;
-            item.Result.Document.Body.reserve(RoomFor(info, item.Fetch.MaxBytes));
+            item.Result.Document.Body.reserve(RoomForDocument(info, item.Fetch.MaxBytes));
             return true;
         };
         item.Request.OnData = [this, &item](const char* data, std::size_t size) {

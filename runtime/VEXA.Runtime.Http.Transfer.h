@@ -9,6 +9,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <exception>
@@ -19,6 +20,13 @@ namespace vexa {
 
 /// The bound on the whole of a document's transfer.
 std::chrono::seconds HttpDocumentTimeout();
+
+/// What to reserve for a document, in bytes. Documents pack to a fifth or so; a wrong guess costs a copy, or room that
+/// is not used.
+inline qint64 RoomForDocument(const HttpResponseInfo& info, qint64 maxBytes) {
+    constexpr qint64 kUsualRatio = 6;
+    return std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio;
+}
 
 /// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
 CURLSH* HttpShareHandle();

@@ -3,7 +3,6 @@
 
 #include <QScopeGuard>
 
-#include <algorithm>
 #include <memory>
 
 namespace vexa {
@@ -92,9 +91,7 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.Longest = HttpDocumentTimeout();
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
-        // Documents pack to a fifth or so. A wrong guess costs a copy, or room that is not used.
-        constexpr qint64 kUsualRatio = 6;
-        document.Body.reserve(std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio);
+        document.Body.reserve(RoomForDocument(info, maxBytes));
         return true;
     };
     request.OnData = [&](const char* data, std::size_t size) {
