@@ -6,6 +6,7 @@ STRICT ?= OFF
 SECONDS ?= 60
 PREFIX ?= /usr/local
 DESTDIR ?=
+SOURCES := sdk runtime core host_api plugin cli host tools samples tests bench
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
@@ -98,7 +99,7 @@ arrows: setup
 	@./tools/arrows
 
 format:
-	@find sdk runtime core host_api plugin cli host tests bench -name '*.h' -o -name '*.cpp' | xargs clang-format -i
+	@find $(SOURCES) -name '*.h' -o -name '*.cpp' | xargs clang-format-16 -i
 
 clean:
 	@rm -rf build

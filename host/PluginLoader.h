@@ -29,7 +29,8 @@ public:
     Plugin(Plugin&&) noexcept = default;
     Plugin& operator=(Plugin&&) noexcept = default;
 
-    /// Throws PluginError when the plug-in refuses, or was built with other interfaces; it is only to be finalised and destroyed then.
+    /// Throws PluginError when the plug-in refuses, or was built with other interfaces; it is only to be finalised and
+    /// destroyed then.
     void Initialize(IVEXACore* core);
     void Finalize();
 

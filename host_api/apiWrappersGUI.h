@@ -16,8 +16,8 @@ namespace vexa {
 /// Gives a form and what is inside it the texts of the user's language. The form's window title is the text of `prefix`
 /// + "Caption". Each control, menu and action with an objectName gets the text of `prefix` + name as its caption
 /// (`title`, else `text`; a control whose text is its content shows no caption, so there it is the name that screen
-/// readers tell), and that of `prefix` + name + ".h" as its tool tip. What has no text becomes empty. Other windows that
-/// the form owns, such as a dialog that it has opened, are left as they are.
+/// readers tell), and that of `prefix` + name + ".h" as its tool tip. What has no text becomes empty. Other windows
+/// that the form owns, such as a dialog that it has opened, are left as they are.
 void LocalizeForm(QWidget& form, const QString& prefix);
 
 /// Derived classes supply the form, the caption and what the notifications mean. Without windows (the program is no

@@ -14,8 +14,9 @@ class TVEXAPodcastsPlugin : public vexa::Implements<vexa::TVEXACustomPlugin, vex
 public:
     const char16_t* GetInformation(std::int32_t index) noexcept override;
     std::uint32_t GetCategories() noexcept override;
-    /// E_NOTIMPL without a music-library service, and to a host of another version of the interfaces. E_UNEXPECTED, with everything undone and the reason logged, when
-    /// something fails on the way, or when a plug-in object runs already.
+    /// E_NOTIMPL without a music-library service, and to a host of another version of the interfaces. E_UNEXPECTED,
+    /// with everything undone and the reason logged, when something fails on the way, or when a plug-in object runs
+    /// already.
     vexa::HResult Initialize(vexa::IVEXACore* core) noexcept override;
     /// Undoes what Initialize got to; nothing when that failed or was never called. Called from within an operation of
     /// the host's that the plug-in calls, it saves and lets nobody in any more; the rest follows as soon as that

@@ -21,8 +21,8 @@ class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(const HostOptions& options);
 
-    /// Offers `object` as the services `Interfaces`, in place of those that were added before. `name` is the short one. `extensions`, which may be null, lives as
-    /// long as the object.
+    /// Offers `object` as the services `Interfaces`, in place of those that were added before. `name` is the short one.
+    /// `extensions`, which may be null, lives as long as the object.
     template <class... Interfaces, class Object>
     void AddService(const QString& name, const Ref<Object>& object, ExtensionTarget* extensions = nullptr) {
         (Add(name, Interfaces::IID, Ref<Interfaces>(object), extensions), ...);

@@ -18,8 +18,8 @@ void RunCommand(TPodcastsCommandWork work);
 
 /// Tells the user of files that there is no trash for.
 void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys);
-/// Marks an episode of which the user does not know that it is being marked: while another program holds the database it
-/// tries again and again, and what else fails is only logged.
+/// Marks an episode of which the user does not know that it is being marked: while another program holds the database
+/// it tries again and again, and what else fails is only logged.
 void MarkListened(TPodcastClient& client, const QString& episodeKey);
 /// Tells the user of files that there is no trash for.
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles);

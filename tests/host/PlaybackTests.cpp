@@ -132,7 +132,7 @@ TEST_F(PlaybackTest, PositionsSurviveTheKillOfTheProgram) {
     QProcess program;
     program.start(QCoreApplication::applicationFilePath(), {u"--play"_s, profile.Path(), file});
     ASSERT_TRUE(program.waitForStarted());
-    const bool isKept = WaitUntil([&] { 
+    const bool isKept = WaitUntil([&] {
         const Positions positions(profile.Path());
         const HeardFile* left = positions.Find(file);
         return left && left->Position > 20;

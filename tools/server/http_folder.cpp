@@ -158,8 +158,10 @@ void HttpFolder::AnswerText(const File& file, bool packed, httplib::Response& re
     PackedDocuments::Body body;
     if (packed) {
         const std::string version = file.Path.string() + ' ' + file.Tag;
-        if (habits_.PacksEachTime) body = PackedDocuments::Gzip(file.Read());
-        else body = packed_.Find(version);
+        if (habits_.PacksEachTime)
+            body = PackedDocuments::Gzip(file.Read());
+        else
+            body = packed_.Find(version);
         if (!body) body = packed_.Pack(version, file.Read());
     }
     if (body)
