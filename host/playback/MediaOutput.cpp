@@ -21,6 +21,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
 constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
+constexpr int kTicksOfAnEnd = 5;
+constexpr double kEndTolerance = 0.25;  // s; sound that was stretched ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
 
@@ -154,7 +156,7 @@ void MediaOutput::Drop() {
     gst_object_unref(bus);
     gst_object_unref(pipeline);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
-    FTriesLeft = 0;
+    FTriesLeft = FTicksAtEnd = 0;
 }
 
 /// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
@@ -293,6 +295,19 @@ void MediaOutput::HandleEnd() {
     Q_EMIT Ended();
 }
 
+/// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
+/// played to its last sample would seem to play for ever.
+bool MediaOutput::StandsAtItsEnd() {
+    const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
+    gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
+    if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
+        FTicksAtEnd = 0;
+        return false;
+    }
+    if (std::exchange(FEndPosition, position) != position) FTicksAtEnd = 0;
+    return ++FTicksAtEnd > kTicksOfAnEnd;
+}
+
 /// A connection that ends too early looks like the end of the file to all but who counts the bytes.
 bool MediaOutput::IsShortOfItsSize() const {
     if (FIsLocal) return false;
@@ -394,6 +409,7 @@ void MediaOutput::Tick() {
     }
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
     FPosition = Position();
+    if (StandsAtItsEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }
 
