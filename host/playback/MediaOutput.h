@@ -14,6 +14,7 @@
 
 #include <optional>
 
+using GstBin = struct _GstBin;
 using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
@@ -75,6 +76,8 @@ private:
     void Open();
     void Close();
     void Drop();
+    static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
+    void ReopenThroughFile();
     void ReopenWithoutSeeking();
     void Fail(Problem problem, const QString& details);
     void Drain();
@@ -99,6 +102,7 @@ private:
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
+    bool FIsThroughFile = false;
     bool FCanSeek = true;     // as far as is known
     bool FHasPlayed = false;  // since it was sought last
     bool FHasMoved = false;   // since Start
