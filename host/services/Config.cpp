@@ -12,12 +12,12 @@ namespace vexa::host {
 
 namespace {
 
-/// What would read back as another key, or as none, is no key path.
+/// A key path is refused if the file, read back, would yield another key or none.
 bool IsKeyPath(const QString& keyPath) {
     const QString key = keyPath.sliced(keyPath.lastIndexOf(u'\\') + 1);
     const QString section = keyPath.chopped(key.size());
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    // The mark would be taken for the file's own.
+    // U+FEFF in front would be read as the file's byte-order mark.
     return !key.isEmpty() && !keyPath.startsWith(u'\\') && key == key.trimmed() && !key.contains(u'=') &&
            !QStringView(u";#[\uFEFF").contains(key.front()) &&
            std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) && section.count(u'[') + section.count(u']') == 0;

@@ -10,17 +10,17 @@ namespace vexa::host {
 /// Numbers are written in decimal, Booleans as 1 and 0, streams in base64.
 class ConfigService final : public RefCountedObject<IVEXAServiceConfig> {
 public:
-    /// Reads the file. Throws std::runtime_error when there is one that cannot be read.
+    /// Reads the file, which may be missing. Throws std::runtime_error when the file exists but cannot be read.
     explicit ConfigService(const QString& profileFolder);
 
     /// Nothing when the key is missing.
     std::optional<QString> Find(const QString& keyPath) { return FFile.Find(keyPath); }
-    /// False for a key path that the file could not hold.
+    /// False for a key path that the file format cannot hold.
     bool Write(const QString& keyPath, const QString& value);
-    /// Takes over what other programs have written meanwhile; what was set here stays. One that cannot be read is
-    /// logged.
+    /// Takes over what other programs have written to the file; values set here and not saved yet stay. A file that
+    /// cannot be read is logged.
     void Reload();
-    /// Writes to disk what was set. Empty, or why it could not, which is logged too.
+    /// Writes the values that were set to disk. Returns why that failed, which is logged, too; empty on success.
     QString Save();
 
     HResult Flush() noexcept override;

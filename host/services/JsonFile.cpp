@@ -33,7 +33,7 @@ void JsonFile::MoveAside(const QString& reason) {
 }
 
 QString JsonFile::Save(const QByteArray& json) const {
-    if (!FMayWrite) return {};  // which was told when it was read
+    if (!FMayWrite) return {};  // MoveAside has logged why
     QSaveFile file(FFileName);
     if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return {};
     const QString problem = FWhat + u" could not be written to " + FFileName + u": " + file.errorString();

@@ -7,7 +7,7 @@
 
 namespace vexa::host {
 
-/// A storage's way to the library, until the storage is finalised.
+/// Through this a storage reaches the library, until the storage is finalised.
 class MusicLibraryService::Manager final : public RefCountedObject<IVEXAMLDataStorageManager> {
 public:
     Manager(MusicLibraryService* library, const QString& storageID) : FLibrary(library), FStorageID(storageID) {}

@@ -69,7 +69,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
         if (FFileName.isEmpty()) return E_FAIL;
         const Ref<IVEXAFileInfo> made(new FileInfo);
         const Ref<IVEXAString> name = MakeString(FFileName);
-        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // nobody may know it: then the name is all
+        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // if no provider knows the file, only its name is given
         made->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(FFileName).Get());
         *info = Ref(made).Detach();
         return S_OK;

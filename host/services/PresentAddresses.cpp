@@ -21,10 +21,10 @@ const QString kFollowed = QStringLiteral("followed");
 const QString kScheme = QStringLiteral("scheme");
 const QString kCount = QStringLiteral("count");
 
-// A file system is asked about so many at once, so that stopping need not wait for all of a large playlist.
+// A file system is asked about so many addresses in one call, so that Stop need not wait for all of a large playlist.
 constexpr qsizetype kAtOnce = 1000;
 
-/// Nothing when a file system could not say.
+/// Nothing when a file system failed to answer, or `isStopped` was set.
 std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
                                       const MoveCounts& followed, const std::atomic<bool>& isStopped) {
     QHash<QString, QStringList> byScheme;
@@ -58,7 +58,7 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
     return moves;
 }
 
-/// `work` on the worker, then `then` with what came of it; nothing when it threw.
+/// Runs `work` on the worker, then `then` on the main thread with its result, or with nothing when it threw.
 template <class Work, class Then>
 void Run(LatestTask& worker, bool& isBusy, Work work, Then then) {
     isBusy = true;
@@ -110,7 +110,7 @@ void PresentAddresses::Stop() {
 
 void PresentAddresses::LookSoon() {
     if (FIsStopped || std::exchange(FIsToLook, true)) return;
-    // Whoever tells of a change may still be at it.
+    // Deferred, because whoever reports a change may not have completed it yet.
     RunInMainThread(
         [link = Link<PresentAddresses>(FLinks)] {
             if (PresentAddresses* alive = link.Get()) alive->Look();
@@ -164,7 +164,7 @@ void PresentAddresses::AskKept(const MoveCounts& counts) {
         return FindMoves(*systems, kept, followed, FIsStopped);
     };
     Run(FLooker, FIsLooking, find, [this, counts](const auto& moves) {
-        // What could not be answered is asked again after the next change.
+        // Without an answer, FCounts stays, so that all is asked again after the next change.
         if (moves && *moves) {
             FCounts = counts;
             Tell(**moves);
@@ -190,7 +190,7 @@ void PresentAddresses::Answer() {
         const AddressMoves moves = found ? found->value_or(AddressMoves()) : AddressMoves();
         const Then call = std::move(FRequests.front().Call);
         FRequests.pop_front();
-        if (!moves.isEmpty()) LookSoon();  // what else is kept may have moved, too
+        if (!moves.isEmpty()) LookSoon();  // other kept addresses may have moved, too
         Tell(moves);
         if (call) call(moves);
         Answer();
