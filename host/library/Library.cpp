@@ -36,7 +36,7 @@ LibraryField ReadField(IVEXAMLDataField* object) {
     return field;
 }
 
-/// Takes a storage's trees.
+/// Collects the trees that a storage offers.
 class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
 public:
     explicit Presets(const QString& caption) : FCaption(caption) {}

@@ -13,7 +13,8 @@ namespace vexa::host {
 
 namespace {
 
-/// A storage cannot be asked for what it does not know: it would take the name for one of its own making.
+/// Throws LibraryError for an unlisted field: a storage must not be given a name that it does not know, because it might
+/// use the name as it stands.
 const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
     if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');
@@ -54,8 +55,8 @@ Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& que
     return list;
 }
 
-/// Conditions that are joined as those of the request anyway need no group of their own: groups inside groups are what
-/// storages run out of first.
+/// Conditions that are joined by And, as those of the request are, are added without a group of their own, because
+/// storages limit the depth of groups.
 void AddWithin(const LibraryStorage& storage, const QJsonObject& json, IVEXAMLDataFilter& filter) {
     for (const QString& field : FieldsOfFilter(json)) Listed(storage, field);
     const qsizetype count = json[QLatin1String("children")].toArray().size();

@@ -10,7 +10,7 @@ namespace vexa::host {
 
 namespace {
 
-/// What the storage says, if it says something.
+/// The storage's own message, or a general one if there is none.
 QString Refusal(const ErrorInfo& why, HResult result) {
     if (const QString message = why.Message(); !message.isEmpty()) return message;
     return QString(u"the storage could not read its rows (0x" +
@@ -33,8 +33,8 @@ RowValue ReadValue(IVEXAMLDataProviderSelection& rows, std::int32_t column, cons
     return value;
 }
 
-/// The words for values come from an object that holds the last one it gave, and from the user's language: they are
-/// asked for on the main thread, once for each value of a page.
+/// Fills in the texts that users see. They are asked for on the main thread, once for each different value of a page,
+/// because the object that gives them owns the last text it gave, and because they depend on the user's language.
 void Show(RowPage& page) {
     for (std::size_t i = 0; i < page.Columns.size(); ++i) {
         const LibraryField& field = *page.Columns[i];
@@ -61,7 +61,7 @@ RowReader::~RowReader() {
         FIsEnding = true;
     }
     FIsWanted.notify_one();
-    // A storage that hands something to the main thread, and waits for it, must not wait for ever.
+    // The storage may be waiting for a function that it has posted to the main thread.
     DrainMainThreadUntil([this] { return FHasEnded.load(); });
     FThread.join();
 }
@@ -144,7 +144,7 @@ RowCount RowReader::CountNow(const RowQuery& query) {
 }
 
 void RowReader::Wait(Ticket ticket) {
-    // What runs meanwhile may cancel the request.
+    // The functions run meanwhile may cancel the request.
     DrainMainThreadUntil([&] { return !FAsked.contains(ticket); });
 }
 

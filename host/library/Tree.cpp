@@ -9,7 +9,7 @@ namespace vexa::host {
 
 namespace {
 
-// A provider that never comes to an end must not take the host with it.
+// A limit, so that a provider whose list never ends does not hang the host.
 constexpr std::size_t kMostNodes = 1'000'000;
 
 QString ValueOf(const TreeNode& node) {

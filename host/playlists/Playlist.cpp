@@ -23,8 +23,8 @@ constexpr PropertyRule kPlaylistRules[] = {
     {IVEXAPlaylist::Preimage, &IVEXAPlaylistPreimage::IID},
 };
 
-/// An entry as plug-ins see it: made when they ask, since a playlist may have hundreds of thousands. It says what the
-/// entry was then; selecting it selects the entry as long as it is where it was.
+/// An entry as plug-ins see it, made on demand, because a playlist may have hundreds of thousands. It is a copy of the
+/// entry at that time; selecting it selects the entry, as long as the same file is still at the same index.
 class Item final : public PropertyList<IVEXAPlaylistItem> {
 public:
     Item(const PlaylistEntry& entry, int index, Link<Playlist> owner)
@@ -32,7 +32,7 @@ public:
         Set(DisplayText, entry.Shown());
         Set(FileName, entry.File);
         Set(Selected, std::int32_t{entry.IsSelected});
-        FOwner = std::move(owner);  // from here on changes are the owner's, too
+        FOwner = std::move(owner);  // last: from here on a change of the item changes the playlist, too
     }
 
 protected:
@@ -128,7 +128,7 @@ void Playlist::Remove(const std::vector<int>& indexes) {
     std::vector<PlaylistEntry> left;
     int focus = -1;
     for (int i = 0; i < Count(); ++i) {
-        if (i == FFocus) focus = static_cast<int>(left.size());  // what moves into its place has it then
+        if (i == FFocus) focus = static_cast<int>(left.size());  // if it is removed, the next entry gets the focus
         if (!gone.contains(i)) left.push_back(std::move(FEntries[static_cast<std::size_t>(i)]));
     }
     FEntries = std::move(left);
@@ -143,7 +143,7 @@ void Playlist::MoveFiles(const AddressMoves& moves) {
     std::vector<PlaylistEntry> left;
     left.reserve(FEntries.size());
     int focus = -1;
-    // Of the entries that go.
+    // Selection and focus of the entries that are removed.
     QSet<QString> selected;
     std::optional<QString> focused;
     for (int i = 0; i < Count(); ++i) {

@@ -9,14 +9,14 @@ namespace vexa::host {
 
 namespace {
 
-// Several changes in a row are written once.
+// Long enough that a series of changes is written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// What is known so far shows while more is looked at.
+// Files per step: what is known so far is shown while the task goes on.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
 
-/// Looks at files on a worker thread, since plug-ins and disks may take their time.
+/// Describes files on a worker thread, because plug-ins and disks may be slow.
 class PlaylistManager::DescribeTask final : public Task {
 public:
     using Found = QHash<QString, PlaylistDescription>;
@@ -44,7 +44,7 @@ private:
         RunInMainThread(
             [owner = FOwner, found = std::move(found), unknown = std::move(unknown), isLast, number = FNumber] {
                 PlaylistManager* alive = owner.Get();
-                if (!alive || alive->FDescribeNumber != number) return;  // stopped meanwhile
+                if (!alive || alive->FDescribeNumber != number) return;  // the task was stopped meanwhile
                 if (!found.isEmpty())
                     for (const auto playlists = alive->FPlaylists; const Ref<Playlist>& playlist : playlists)
                         playlist->Describe(found);
@@ -201,7 +201,7 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
     }
     if (change == Change::Name) std::erase(FUnnamed, &playlist);
     if (change == Change::Entries && !playlist.IsSmart()) DescribeLater();
-    // What a smart playlist reads, and what is selected, is not kept.
+    // The entries of a smart playlist and the selection are not saved.
     if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
     if (change == Change::Entries || change == Change::Selection)
         Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
@@ -226,7 +226,7 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {
-    FUnknown.clear();  // its plug-in may know more
+    FUnknown.clear();  // the storage's plug-in may know these files
     DescribeLater();
 }
 
