@@ -1,4 +1,4 @@
-// What the services know of files and addresses. These run on a worker thread.
+// Commands about files and addresses. They run on a worker thread.
 
 #include "Commands.Functions.h"
 #include "FileInfo.h"

@@ -1,4 +1,4 @@
-// What the active storage of the music library holds.
+// Commands about the contents of the music library's active storage.
 
 #include "Commands.Functions.h"
 #include "ErrorInfo.h"

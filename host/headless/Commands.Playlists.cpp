@@ -1,4 +1,4 @@
-// Playlists.
+// Commands about playlists.
 
 #include "Commands.Functions.h"
 #include "VEXA.Runtime.Threads.h"
@@ -11,7 +11,7 @@ namespace vexa::host::commands {
 
 namespace {
 
-// Nothing says when a file that is looked at is known: it is asked this often.
+// How often to ask whether a playlist is still busy: no event tells when its files have been described.
 constexpr std::chrono::milliseconds kPoll{20};
 
 Ref<Playlist> Named(Host& host, const QString& name) {

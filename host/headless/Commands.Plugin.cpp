@@ -1,4 +1,4 @@
-// The life of a plug-in.
+// Commands that load, describe and unload a plug-in, and end the session.
 
 #include "Commands.Functions.h"
 #include "Installation.h"

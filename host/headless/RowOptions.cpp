@@ -22,7 +22,7 @@ constexpr Operator kOperators[] = {
     {"begins", IVEXAMLFieldFilter::BeginsWith}, {"ends", IVEXAMLFieldFilter::EndsWith},
 };
 
-/// Takes the words of a line one after the other.
+/// Reads the words of a line one after the other.
 class Words {
 public:
     explicit Words(const QStringList& words) : FWords(words) {}

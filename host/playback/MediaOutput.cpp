@@ -20,9 +20,9 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
-constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
+constexpr int kSeekTries = 25;  // one per tick: some formats have to be read for a while before a seek works
 constexpr int kTicksOfAnEnd = 5;
-constexpr double kEndTolerance = 0.25;  // s; sound that was stretched ends a little before its duration
+constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
 
@@ -51,7 +51,7 @@ QString Initialize() {
 
 QByteArray ToUri(const QString& source) {
     if (const QString file = LocalFileName(source); !file.isEmpty()) {
-        // A pipe or a device would be read for ever.
+        // Regular files only: a pipe or a device would be read for ever.
         if (!QFileInfo(file).isFile()) throw std::runtime_error(QString(u"there is no file " + file).toStdString());
         return QUrl::fromLocalFile(file).toEncoded();
     }
@@ -128,7 +128,7 @@ void MediaOutput::Open() {
     SetVolume(FVolume);
 
     GstBus* bus = gst_element_get_bus(FPipeline);
-    // It is called on GStreamer's threads, which are joined before this object goes.
+    // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
         auto* output = static_cast<MediaOutput*>(self);
         QMetaObject::invokeMethod(output, &MediaOutput::Drain, Qt::QueuedConnection);
@@ -136,7 +136,7 @@ void MediaOutput::Open() {
     };
     gst_bus_set_sync_handler(bus, handler, this, nullptr);
     gst_object_unref(bus);
-    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure comes as a message, too
+    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure is reported as a message, too
 }
 
 void MediaOutput::Close() {
@@ -144,7 +144,7 @@ void MediaOutput::Close() {
     if (!FPipeline) return;
     FPosition = Position();
     Q_EMIT Closing();
-    if (!FPipeline) return;  // a slot was quicker
+    if (!FPipeline) return;  // a slot of Closing has closed it
     Drop();
 }
 
@@ -159,7 +159,8 @@ void MediaOutput::Drop() {
     FTriesLeft = FTicksAtEnd = 0;
 }
 
-/// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
+/// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.
+/// So the source is opened again, from its beginning.
 void MediaOutput::ReopenWithoutSeeking() {
     Drop();
     FCanSeek = false;
@@ -199,7 +200,7 @@ void MediaOutput::SetSpeed(double speed) {
     speed = std::clamp(speed, kSlowest, kFastest);
     if (!std::isfinite(speed) || speed == FSpeed) return;
     FSpeed = speed;
-    if (FPipeline && FIsPrerolled) SeekNow(Position());  // a speed takes effect with a seek only
+    if (FPipeline && FIsPrerolled) SeekNow(Position());  // the speed takes effect only with a seek
 }
 
 void MediaOutput::SetVolume(double volume) {
@@ -287,7 +288,7 @@ void MediaOutput::HandleError(GstMessage* message) {
 
 void MediaOutput::HandleEnd() {
     if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
-    // Where a stream does not say how long it is, a jump may lead behind its end.
+    // In a stream of unknown duration a seek may have gone beyond the end.
     if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
@@ -295,11 +296,11 @@ void MediaOutput::HandleEnd() {
     Q_EMIT Ended();
 }
 
-/// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
-/// played to its last sample would seem to play for ever.
+/// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
+/// its last sample would seem to play for ever.
 bool MediaOutput::StandsAtItsEnd() {
     const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
-    gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
+    gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
     if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;
         return false;
@@ -308,7 +309,7 @@ bool MediaOutput::StandsAtItsEnd() {
     return ++FTicksAtEnd > kTicksOfAnEnd;
 }
 
-/// A connection that ends too early looks like the end of the file to all but who counts the bytes.
+/// A connection that ends too early looks like the end of the file, unless the bytes are counted.
 bool MediaOutput::IsShortOfItsSize() const {
     if (FIsLocal) return false;
     GstElement* source = nullptr;
@@ -358,7 +359,7 @@ void MediaOutput::AskDuration() {
 }
 
 bool MediaOutput::TrySeek(double seconds) {
-    // Exact where that costs nothing; over the network it might mean to read all that comes before.
+    // Seek exactly in local files; over the network that might mean reading everything before the target.
     const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | (FIsLocal ? GST_SEEK_FLAG_ACCURATE : 0));
     FTarget = seconds;
     FHasPlayed = false;

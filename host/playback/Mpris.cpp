@@ -62,7 +62,7 @@ MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback)
     connect(&FPlayback, &Playback::VolumeChanged, this, [this](double volume) {
         FOwner.TellChanged({{QStringLiteral("Volume"), volume}});
     });
-    // What plays under another address is the same track.
+    // A track whose address moves is still the same track.
     connect(&FPlayback, &Playback::AddressesMoved, this,
             [this](const AddressMoves& moves) { FTrackAddress = moves.value(FTrackAddress, FTrackAddress); });
     connect(&FPlayback, &Playback::Seeked, this, [this](double seconds) { Q_EMIT Seeked(ToMicroseconds(seconds)); });
@@ -76,7 +76,7 @@ QString MprisPlayer::Status() const {
 
 void MprisPlayer::SetRate(double rate) {
     if (rate == 0)
-        FPlayback.Pause();  // which it stands for
+        FPlayback.Pause();  // as MPRIS defines a rate of 0
     else if (rate > 0)
         FPlayback.SetSpeed(rate);
 }

@@ -1,6 +1,6 @@
 #pragma once
-// The desktop's controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it does
-// nothing. Main thread; it goes before the Playback.
+// The desktop's media controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it does
+// nothing. Main thread; destroy it before the Playback.
 
 #include "Playback.h"
 
@@ -18,11 +18,11 @@ public:
     explicit Mpris(Playback& playback, const QDBusConnection& bus = QDBusConnection::sessionBus());
     ~Mpris() override;
 
-    /// The name on the bus; with the process's number behind it where another one has that. Empty without a bus.
+    /// The name on the bus, with the process ID appended if another instance has the plain name. Empty without a bus.
     QString ServiceName() const { return FName; }
 
 Q_SIGNALS:
-    /// The window is to come to the front.
+    /// Bring the window to the front.
     void RaiseRequested();
     void QuitRequested();
 
@@ -64,7 +64,7 @@ private:
     const Playback& FPlayback;
 };
 
-/// Times are in microseconds.
+/// Times on the bus are in microseconds.
 class MprisPlayer final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
@@ -118,7 +118,7 @@ private:
 
     Mpris& FOwner;
     Playback& FPlayback;
-    int FTrack = 0;  // counted, so that an order for an earlier one is known as such
+    int FTrack = 0;  // the number in the track's ID; counted up so that calls for an earlier track are recognised
     QString FTrackAddress;
 };
 

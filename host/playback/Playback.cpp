@@ -18,14 +18,14 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
-constexpr double kMoment = 5;  // seconds: what is past that, "previous" goes back to the beginning of
+constexpr double kMoment = 5;  // seconds; after that Previous() goes to the beginning of the current file
 constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
 
-/// Hears of all that the player starts, whoever asked it to.
+/// Is told about everything that the player starts, whoever asked it to.
 class Playback::Hook final : public RefCountedObject<IVEXAMessageHook> {
 public:
     explicit Hook(Playback& owner) : FOwner(owner) {}
@@ -40,10 +40,10 @@ public:
     }
 
 private:
-    Playback& FOwner;  // which unhooks it
+    Playback& FOwner;  // unhooks this hook before it is destroyed
 };
 
-/// Who knows a file may have to wait for its data.
+/// Describes the current file on a worker thread, because a provider that knows the file may have to wait for its data.
 class Playback::DescribeTask final : public Task {
 public:
     DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner)
@@ -66,7 +66,7 @@ public:
 private:
     NowPlaying FPlaying;
     const Ref<FileInfoService> FInfos;
-    const QPointer<Playback> FOwner;  // looked at on the main thread only
+    const QPointer<Playback> FOwner;  // used on the main thread only
 };
 
 Playback::Playback(Host& host, const QString& sink)
@@ -107,7 +107,7 @@ Playback::~Playback() {
 }
 
 double Playback::Duration() const {
-    // A stream that does not say how long it is seems to be as long as what was read of it.
+    // The output takes a stream of unknown length to be as long as the part read so far.
     const double played = FOutput->Duration(), described = FCurrent.Duration;
     return played <= 0 || (FCurrent.LocalFile.isEmpty() && described > played * kFarLonger) ? described : played;
 }
@@ -129,7 +129,7 @@ int Playback::SkipForwardBy() const {
 
 void Playback::Play(const QString& named) {
     if (named.isEmpty()) return;
-    // By an older address it would not go on from where it was left.
+    // Its position is stored by the present address; by an older one the file would start from its beginning.
     const QString address = FHost.Addresses().Present(named);
     if (address == FCurrent.Address && !FHasEnded)
         Resume();
@@ -152,7 +152,7 @@ void Playback::Resume() {
         case State::Failed:
             return Start(QString(FCurrent.Address));
         case State::Stopped:
-            // Nothing was chosen since the start: what was heard last goes on.
+            // The user has not chosen anything yet: go on with the file heard last.
             if (!FPositions.Begun().empty()) Start(QString(FPositions.Begun().front().Address));
             return;
         default:
@@ -247,7 +247,7 @@ void Playback::SetUpNext(const QStringList& addresses) {
 
 void Playback::ForgetPosition(const QString& address) {
     FPositions.Forget(address);
-    if (address == FCurrent.Address) FHasEnded = true;  // until somebody jumps in it
+    if (address == FCurrent.Address) FHasEnded = true;  // until the next Seek
     SaveSoon();
     Q_EMIT PositionsChanged();
 }
@@ -285,10 +285,10 @@ void Playback::DescribeCurrent() {
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
-    if (described.Address != FCurrent.Address) return;  // something else plays by now
+    if (described.Address != FCurrent.Address) return;  // another file plays by now
     FDescribing = 0;
     FCurrent = described;
-    // An album without a speed of its own is not heard at the last one's.
+    // An album without a speed of its own is played at 1, not at the speed of the last album.
     FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
@@ -307,7 +307,7 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     if (!FPositions.Move(moves) && !isCurrent) return;
     if (isCurrent) {
         FCurrent.Address = *current;
-        if (FDescribing != 0) DescribeCurrent();  // what is being found out is said of the older address
+        if (FDescribing != 0) DescribeCurrent();  // OnDescribed would drop a description of the old address
     }
     SaveSoon();
     Q_EMIT AddressesMoved(moves);
@@ -322,7 +322,7 @@ void Playback::OnEnded() {
     FHasEnded = true;
     Q_EMIT PositionsChanged();
     Q_EMIT Finished(address);
-    if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started something
+    if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started another file, or jumped back
     const bool sleeps = FSleep.TheMode() == SleepTimer::Mode::AtEnd;
     if (sleeps) FSleep.Cancel();
     const QString next = sleeps ? QString() : TakeNext();

@@ -34,7 +34,7 @@ void PlaylistOrder::OnPlaylistChanged(Playlist& playlist) {
 }
 
 void PlaylistOrder::TellIfChanged() {
-    // Listeners are told of every selection, too: most of what they hear changes nothing here.
+    // Listeners are told about every change of the selection, too; most changes do not affect the neighbours.
     const QString& current = FPlayback.Current().Address;
     Neighbours now{Before(current), current, After(current)};
     if (std::exchange(FTold, now) != now) FPlayback.OrderChanged();

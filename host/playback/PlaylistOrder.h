@@ -1,13 +1,13 @@
 #pragma once
-// What comes after what: the entries of the playlist that shows. Main thread.
+// The order of the active playlist's entries, as the playback's order. Main thread.
 
 #include "Playback.h"
 #include "Playlists.h"
 
 namespace vexa::host {
 
-/// Is the playback's order from its construction to its end, and tells it when what plays gets another neighbour in the
-/// playlist. Playback and playlists outlive it.
+/// Is the playback's order from its construction to its destruction, and tells the playback when the current file gets
+/// other neighbours in the playlist. The playback and the playlists outlive it.
 class PlaylistOrder final : public PlayOrder, private PlaylistListener {
 public:
     PlaylistOrder(Playback& playback, PlaylistManager& playlists);
@@ -31,7 +31,7 @@ private:
 
     Playback& FPlayback;
     PlaylistManager& FPlaylists;
-    Neighbours FTold;  // as they were when the playlists changed last
+    Neighbours FTold;  // as of the last change of the playlists
 };
 
 }  // namespace vexa::host

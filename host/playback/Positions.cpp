@@ -16,8 +16,8 @@ const QString kAddress = QStringLiteral("address"), kBegun = QStringLiteral("beg
               kDuration = QStringLiteral("duration"), kPosition = QStringLiteral("position"),
               kSpeeds = QStringLiteral("speeds"), kUpNext = QStringLiteral("next"), kWhen = QStringLiteral("when");
 
-constexpr std::size_t kMost = 2000;                   // which keeps the file small enough to be written often
-constexpr double kEndShare = 0.01, kEndSeconds = 10;  // the rest that does not count, whichever is less
+constexpr std::size_t kMost = 2000;                   // few enough for the file to be written often
+constexpr double kEndShare = 0.01, kEndSeconds = 10;  // with no more than the smaller one left, a file counts as heard
 
 }  // namespace
 

@@ -24,10 +24,10 @@ const QString kName = QStringLiteral("org.vexa_podcasts.Vexa");
 const QString kPath = QStringLiteral("/org/vexa_podcasts/Vexa");
 const QString kInterface = QStringLiteral("org.freedesktop.Application");
 
-/// One folder is one, by whatever way it is named.
+/// The canonical name of a folder, so that different names of one folder give the same instance.
 QString RealFolder(const QString& folder) {
     QFileInfo known(QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
-    QString missing;  // below the last folder that is there
+    QString missing;  // the part of the path that does not exist yet
     while (!known.exists() && !known.isRoot()) {
         missing = u'/' + known.fileName() + missing;
         known = QFileInfo(known.path());
@@ -40,7 +40,7 @@ QString MarkOf(const QString& folder) {
     return QString::fromLatin1(digest.toHex().first(16));
 }
 
-/// An element of a name on the bus does not begin with a digit.
+/// The mark has a prefix, because an element of a bus name must not begin with a digit.
 QString NameOf(const QString& mark) {
     return kName + u".Profile" + mark;
 }
@@ -49,7 +49,7 @@ QString SocketOf(const QString& mark) {
     return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)).filePath(u"vexa-" + mark);
 }
 
-/// What lets a window come to the front although another program has the focus.
+/// The data that allows a window to come to the front while another program has the focus.
 QVariantMap PlatformData() {
     QVariantMap data;
     for (const auto& [key, variable] :
@@ -65,7 +65,7 @@ SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnecti
       FMark(MarkOf(profileFolder)),
       FIsUsersOwn(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
     new ApplicationAdaptor(*this);
-    // Who finds the name finds the object too.
+    // Before the name, so that whoever finds the name finds the object, too.
     FBus.registerObject(kPath, this);
     connect(&FServer, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket* other = FServer.nextPendingConnection()) {
@@ -95,7 +95,7 @@ bool SingleInstance::TakeNames() {
 }
 
 bool SingleInstance::TakeSocket() {
-    // The lock says who is the first, for a socket may be left over from one that crashed.
+    // The lock decides who is the first: a socket may be left over from an instance that crashed.
     const QString socket = SocketOf(FMark);
     FLock = std::make_unique<QLockFile>(socket + u".lock");
     FLock->setStaleLockTime(0);
@@ -121,8 +121,8 @@ void SingleInstance::Read(QLocalSocket& socket) {
 
 void SingleInstance::Receive(const QStringList& addresses, const QVariantMap& platformData) {
     if (const QString token = platformData.value(QStringLiteral("activation-token")).toString(); !token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // where the toolkit looks for it
-    // Whoever called gets its answer before dialogs open.
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // the toolkit looks for it there
+    // Deferred, so that the caller gets its answer before dialogs open.
     QTimer::singleShot(0, this, [this, addresses] { Q_EMIT Opened(addresses); });
 }
 
