@@ -26,7 +26,8 @@ private:
 };
 
 struct Command {
-    /// The thread a command runs on. Commands that call extensions which a host calls on its own threads run on a worker.
+    /// The thread a command runs on. Commands that call extensions which a host calls on its own threads run on a
+    /// worker.
     enum class Thread { Main, Worker };
     using Function = QJsonObject (*)(Host& host, const QStringList& arguments);
 

@@ -13,9 +13,9 @@
 
 namespace vexa::host {
 
-/// Reads while the event loop runs, and ends the loop at the end of the input or at `quit`. Answers come in the order of
-/// the commands: while a command runs on a worker thread, the event loop goes on and later lines wait. After the end of
-/// the input no further command can close a dialog that a command has opened, so the session cancels it.
+/// Reads while the event loop runs, and ends the loop at the end of the input or at `quit`. Answers come in the order
+/// of the commands: while a command runs on a worker thread, the event loop goes on and later lines wait. After the end
+/// of the input no further command can close a dialog that a command has opened, so the session cancels it.
 class Session {
 public:
     explicit Session(Host& host);

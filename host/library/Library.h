@@ -32,8 +32,8 @@ struct LibraryField {
 
     bool Is(IVEXAMLDataField::Flags flag) const noexcept { return (Flags & flag) != 0; }
     bool IsNumber() const noexcept { return Type == IVEXAMLDataField::DateTime || Type == IVEXAMLDataField::Duration; }
-    /// Whether rows have this field. An internal field with a tree icon is for tree nodes only, whatever its other flags
-    /// say.
+    /// Whether rows have this field. An internal field with a tree icon is for tree nodes only, whatever its other
+    /// flags say.
     bool HasRows() const noexcept {
         return Is(IVEXAMLDataField::Readable) && !(Is(IVEXAMLDataField::Internal) && GroupingImage);
     }

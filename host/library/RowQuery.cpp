@@ -13,8 +13,8 @@ namespace vexa::host {
 
 namespace {
 
-/// Throws LibraryError for an unlisted field: a storage must not be given a name that it does not know, because it might
-/// use the name as it stands.
+/// Throws LibraryError for an unlisted field: a storage must not be given a name that it does not know, because it
+/// might use the name as it stands.
 const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
     if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');

@@ -1,6 +1,6 @@
 #pragma once
-// Which rows of a storage are wanted, in what order and with which fields: a value that can be stored and changed. A new
-// filter object for the storage is built from it for every request.
+// Which rows of a storage are wanted, in what order and with which fields: a value that can be stored and changed. A
+// new filter object for the storage is built from it for every request.
 
 #include "Library.h"
 

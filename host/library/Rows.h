@@ -1,6 +1,6 @@
 #pragma once
-// Reads ranges of rows on a thread of the reader's own, so that no window waits for a storage. Main thread; the rows are
-// delivered on the main thread, too.
+// Reads ranges of rows on a thread of the reader's own, so that no window waits for a storage. Main thread; the rows
+// are delivered on the main thread, too.
 //
 //     RowReader reader(storage);
 //     const auto ticket = reader.Read({.Fields = {"Title"}, .Limit = 100}, [](const RowPage& page) { … });

@@ -8,7 +8,8 @@
 
 namespace vexa::host {
 
-/// Returns what `act` returns. An exception is logged, with `what` naming what was being done, and becomes E_UNEXPECTED.
+/// Returns what `act` returns. An exception is logged, with `what` naming what was being done, and becomes
+/// E_UNEXPECTED.
 template <class Act>
 HResult Guarded(const char* what, Act&& act) noexcept {
     try {

@@ -299,7 +299,8 @@ void MediaOutput::HandleEnd() {
 /// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
 /// its last sample would seem to play for ever.
 bool MediaOutput::StandsAtItsEnd() {
-    const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
+    const bool isAtEnd =
+        FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
     gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
     if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;

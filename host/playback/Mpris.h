@@ -1,6 +1,6 @@
 #pragma once
-// The desktop's media controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it does
-// nothing. Main thread; destroy it before the Playback.
+// The desktop's media controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it
+// does nothing. Main thread; destroy it before the Playback.
 
 #include "Playback.h"
 

@@ -21,7 +21,7 @@ namespace vexa::host {
 struct HeardFile {
     QString Address;
     double Position = 0, Duration = 0;  // seconds; a duration of 0 is unknown
-    qint64 When = 0;                    // when it was left, in ms since 1970 by the clock of that time; only for display
+    qint64 When = 0;  // when it was left, in ms since 1970 by the clock of that time; only for display
 };
 
 class Positions {
@@ -43,8 +43,8 @@ public:
     /// Forgets a file that was heard to its end or is to start from its beginning.
     void Forget(const QString& address);
 
-    /// Replaces moved addresses. Where several files have become one, the position of the file heard last is kept. False
-    /// when none of the addresses is stored here.
+    /// Replaces moved addresses. Where several files have become one, the position of the file heard last is kept.
+    /// False when none of the addresses is stored here.
     bool Move(const AddressMoves& moves);
 
     /// The speed of an album; 1 when none is stored.

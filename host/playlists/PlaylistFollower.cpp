@@ -19,8 +19,8 @@ QStringList GroupFields(const LibraryStorage& storage) {
     return names;
 }
 
-/// The query for a filter's rows. Its columns are the file, the title (the file again where rows have no title), and the
-/// fields that entries are grouped by.
+/// The query for a filter's rows. Its columns are the file, the title (the file again where rows have no title), and
+/// the fields that entries are grouped by.
 RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
     const LibraryField* file = storage.FileField();
     if (!file) throw LibraryError(QStringLiteral("the storage's rows name no files"));

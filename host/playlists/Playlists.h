@@ -49,8 +49,8 @@ public:
     Ref<Playlist> Active() const { return FActive; }
     void Activate(Playlist* playlist);
 
-    /// Creates a playlist at the end. With an empty name one is made up; a smart playlist is renamed after its filter as
-    /// soon as it has one.
+    /// Creates a playlist at the end. With an empty name one is made up; a smart playlist is renamed after its filter
+    /// as soon as it has one.
     Ref<Playlist> Create(const QString& name, bool activate);
     /// Removes a playlist. If it was the active one, the playlist that takes its place in the list becomes active.
     void Remove(Playlist& playlist);

@@ -21,8 +21,9 @@ class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(const HostOptions& options);
 
-    /// Offers `object` as the services `Interfaces`, each in place of one that was added before. `name` is the service's
-    /// short name. `extensions`, which may be null, takes the service's extensions and lives as long as the object.
+    /// Offers `object` as the services `Interfaces`, each in place of one that was added before. `name` is the
+    /// service's short name. `extensions`, which may be null, takes the service's extensions and lives as long as the
+    /// object.
     template <class... Interfaces, class Object>
     void AddService(const QString& name, const Ref<Object>& object, ExtensionTarget* extensions = nullptr) {
         (Add(name, Interfaces::IID, Ref<Interfaces>(object), extensions), ...);

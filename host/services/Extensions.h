@@ -28,8 +28,8 @@ inline bool IsSameObject(IUnknown* a, IUnknown* b) {
     return Query<IUnknown>(a) == Query<IUnknown>(b);
 }
 
-/// Extensions of one kind, in the order registered. Any thread. Callers call the extensions of a Copy(), so that no lock
-/// is held during a call and an extension removed meanwhile lives until the call has returned.
+/// Extensions of one kind, in the order registered. Any thread. Callers call the extensions of a Copy(), so that no
+/// lock is held during a call and an extension removed meanwhile lives until the call has returned.
 template <class Interface>
 class ExtensionList {
 public:

@@ -15,8 +15,8 @@ public:
     /// renamed, with a warning, to its name and ".damaged" (followed by a number), so that the next Save does not
     /// destroy what a person might still rescue.
     QJsonObject Load(const QString& key);
-    /// Writes a new file and renames it over the old one. Returns why that failed; empty on success. A damaged file that
-    /// could not be renamed is never overwritten: then Save does nothing. Any thread, one at a time.
+    /// Writes a new file and renames it over the old one. Returns why that failed; empty on success. A damaged file
+    /// that could not be renamed is never overwritten: then Save does nothing. Any thread, one at a time.
     QString Save(const QByteArray& json) const;
 
 private:

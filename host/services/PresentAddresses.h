@@ -1,8 +1,8 @@
 #pragma once
 // Keeps the addresses that the player stores up to date. An address can move while the file that it names stays the
 // same, as when a publisher renames a file; file systems that offer IVEXAFileSystemCommandPresentAddress know the
-// present address. Only this class asks them, on a worker thread; it tells all keepers of addresses about the moves: the
-// playlists, the positions, the player, the table. Main thread.
+// present address. Only this class asks them, on a worker thread; it tells all keepers of addresses about the moves:
+// the playlists, the positions, the player, the table. Main thread.
 //
 //     host.Addresses().AddKeeper(&positions);              // told about all moves from now on
 //     host.Addresses().Ask(files, [](const auto& moves) { … });    // asks about some, such as those of rows not found
@@ -64,7 +64,8 @@ public:
 
     /// Called when a plug-in was loaded: asks about all kept addresses.
     void Start();
-    /// Drops all requests and asks nothing until the next Start. Waits for the calls of file systems that are under way.
+    /// Drops all requests and asks nothing until the next Start. Waits for the calls of file systems that are under
+    /// way.
     void Stop();
 
     /// Asks about `addresses`. The keepers are told about the moves, then `then` is called with them, once and never

@@ -24,9 +24,9 @@ public:
     ~SingleInstance() override;
 
     bool IsFirst() const noexcept { return FIsFirst; }
-    /// Hands addresses to the first instance, which opens them and comes to the front. If the first instance is about to
-    /// end, waits for its end and becomes the first one. Returns why the first instance could not be reached; empty on
-    /// success.
+    /// Hands addresses to the first instance, which opens them and comes to the front. If the first instance is about
+    /// to end, waits for its end and becomes the first one. Returns why the first instance could not be reached; empty
+    /// on success.
     QString HandOver(const QStringList& addresses);
     /// Called when the first instance is about to end: it accepts no more addresses.
     void StopListening();

@@ -30,7 +30,8 @@ void GiveUp(int) {
     _exit(1);
 }
 
-/// A signal handler may do hardly anything: it leaves the rest to the main thread, which it wakes by a byte in the pipe.
+/// A signal handler may do hardly anything: it leaves the rest to the main thread, which it wakes by a byte in the
+/// pipe.
 void OnStopSignal(int) {
     const int error = errno;
     for (const int number : kStopSignals) SetHandler(number, SIG_DFL);

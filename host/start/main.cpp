@@ -200,8 +200,8 @@ int main(int argc, char** argv) {
     QStringList words;
     for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
     int one = 1;
-    // Commands of plug-ins open windows, which are drawn in memory when there is no display. Printing help or the version
-    // needs no display, either.
+    // Commands of plug-ins open windows, which are drawn in memory when there is no display. Printing help or the
+    // version needs no display, either.
     const bool isHeadless = words.contains(QStringLiteral("--headless"));
     const bool hasDisplay = HasDisplay();
     if ((isHeadless || !hasDisplay) && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))

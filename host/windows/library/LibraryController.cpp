@@ -10,7 +10,7 @@ constexpr int kReloadPause = 50, kWorkingInterval = 1000;  // milliseconds
 
 }  // namespace
 
-/// What is selected in the panes, as plug-ins ask for it.
+/// The selection in the panes, which plug-ins ask for.
 class LibraryController::Selection final : public LibrarySelectionModel {
 public:
     Selection(TreePane& tree, TablePane& table) : FTree(tree), FTable(table) {}
@@ -138,7 +138,7 @@ void LibraryController::ReloadNow() {
 }
 
 void LibraryController::LookWhetherEmpty() {
-    // A storage without subscriptions has a tree without leaves, and no row either.
+    // While there are no subscriptions, the tree has no leaves and there are no rows.
     FIsEmpty = FSource->Storage.Subscriptions() && FTree.Model().Provider() && !FTree.Model().HasLeaves();
 }
 
@@ -158,7 +158,7 @@ void LibraryController::OnTasksChanged(const QString& storageID) {
 }
 
 void LibraryController::OnActiveStorageChanged(const QString&) {
-    // Its plug-in may still be at it.
+    // Opened later, because the plug-in may still be registering the storage.
     Close();
     FOpening.start();
 }

@@ -14,8 +14,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kMostPages = 24;    // kept beside those in sight
-constexpr int kMostReloaded = 8;  // pages, when the selection is spread over many
+constexpr int kMostPages = 24;    // pages kept besides those in sight
+constexpr int kMostReloaded = 8;  // pages read again when the selection is spread over many
 
 const QString kNotThere = QStringLiteral("…");
 
@@ -130,7 +130,7 @@ void TableModel::TakeFirst(RowPage page) {
     FPages[0] = std::move(page.Rows);
     FFailure = page.Error;
     endResetModel();
-    // A short page is the whole answer.
+    // A page that is not full contains all rows.
     if (FCount == kPageSize)
         FCounting = FReader->Count(FQuery, [this](const RowCount& count) {
             FCounting = 0;
@@ -185,7 +185,7 @@ void TableModel::AskPages() {
             Q_EMIT dataChanged(index(page * kPageSize, 0),
                                index(std::min((page + 1) * kPageSize, FCount) - 1, columnCount() - 1));
             Q_EMIT Shown();
-            if (isShort) Reload();  // rows have gone since they were counted
+            if (isShort) Reload();  // rows were removed since they were counted
         });
     }
     while (FPages.size() > static_cast<std::size_t>(kMostPages + last - first)) {
@@ -203,7 +203,7 @@ void TableModel::Reload() {
 }
 
 void TableModel::BeginReload() {
-    // The pages in sight, those where somebody stands, and their neighbours, into which rows may have moved.
+    // Read the pages in sight, those of persistent indexes, and their neighbours, to which rows may have moved.
     std::set<int> wanted;
     const auto want = [&](int page) {
         for (int near = page - 1; near <= page + 1; ++near)
@@ -232,7 +232,7 @@ void TableModel::BeginReload() {
     }
 }
 
-/// A row's ID may be made of its file's address and move with it: then the file tells which row it is.
+/// A row's ID may be derived from its file's address and change with it; then the row is found again by its file.
 void TableModel::FindLost(int count) {
     const QStringList lost = FAddresses ? LostFiles(FReloading->Arrived) : QStringList();
     if (lost.isEmpty()) return TakeReloaded(count);
@@ -370,7 +370,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const RowValue& value = (*values)[column];
     if (role == kProgressRole || role == kTimeLeftRole || role == Qt::AccessibleDescriptionRole)
         return index.column() == FTitleColumn ? Progress(index.row(), role) : QVariant();
-    // The name of the local copy says less than that there is one.
+    // Show a mark instead of the local copy's name: that there is a copy matters more than its name.
     if (isMark && !value.Text.isEmpty()) {
         if (role == Qt::DecorationRole) return WindowIcon(QStringLiteral("downloaded"));
         if (role == Qt::AccessibleTextRole) return FTexts("Downloaded");
@@ -385,7 +385,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     else
         text = (field.DisplayValues ? value.Shown : value.Text).simplified();
     if (role == Qt::DisplayRole || text.isEmpty()) return text;
-    return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // wrapped, and nothing in it is markup
+    return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // as rich text, so that the tool tip wraps
 }
 
 QVariant TableModel::Progress(int row, int role) const {
@@ -410,7 +410,7 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
     if (role != Qt::DisplayRole && role != Qt::DecorationRole && role != Qt::ToolTipRole &&
         role != Qt::AccessibleTextRole)
         return {};
-    // Over a column of marks stands the mark.
+    // The header of a column of marks shows the mark.
     const LibraryField& field = *FColumns[static_cast<std::size_t>(section)];
     const bool isMark = field.Role == IVEXAMLDataField::LocalFile;
     if (role == Qt::DecorationRole) return isMark ? QVariant(WindowIcon(QStringLiteral("downloaded"))) : QVariant();

@@ -13,7 +13,7 @@ namespace vexa::host {
 struct TreeModel::Node {
     TreeNode What;
     Node* Parent = nullptr;
-    bool IsRead = false;  // its children
+    bool IsRead = false;  // whether the children were read
     std::vector<std::unique_ptr<Node>> Children;
 
     int Row() const {
@@ -195,7 +195,7 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
         case Qt::DecorationRole:
             return WindowIcon(IconName(node.What.Image));
         case Qt::FontRole:
-            // Below a heading all would be headings.
+            // Only at the top level, because otherwise all nodes below a heading would be headings.
             if (node.What.IsStandalone() && node.Parent == FRoot.get()) {
                 QFont font;
                 font.setWeight(QFont::DemiBold);

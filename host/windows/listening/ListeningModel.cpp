@@ -41,7 +41,7 @@ void ListeningModel::Update() {
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),
                                    [](auto& a, auto& b) { return a.Where == b.Where && a.Address == b.Address; });
-    // Most changes are of what plays getting on: the view keeps its place.
+    // Most changes are only progress of the current file: do not reset the model, so that the view does not scroll.
     if (isSame) {
         FEntries = std::move(now);
         if (!FEntries.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1), {kProgressRole, kTimeLeftRole});
@@ -54,7 +54,7 @@ void ListeningModel::Update() {
 }
 
 void ListeningModel::OnAddressesMoved(const AddressMoves& moves) {
-    // The update that follows finds them as they are, and the view keeps its place.
+    // Replace the addresses here, so that the Update that follows finds the same entries and does not reset the model.
     for (Entry& entry : FEntries) {
         const auto moved = moves.constFind(entry.Address);
         if (moved == moves.constEnd()) continue;
@@ -62,7 +62,7 @@ void ListeningModel::OnAddressesMoved(const AddressMoves& moves) {
             FTitles.insert(*moved, Title(*title));
         entry.Address = *moved;
     }
-    AskTitles();  // those that were on their way come under older addresses
+    AskTitles();  // titles already being read will come with the old addresses
 }
 
 void ListeningModel::AskTitles() {
@@ -126,7 +126,7 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         QFont font;
         font.setWeight(QFont::DemiBold);
         if (role == Qt::FontRole) return font;
-        if (role == Qt::ForegroundRole) return FaintText();  // that of what is disabled is fainter than one can read
+        if (role == Qt::ForegroundRole) return FaintText();  // the colour of disabled items is too faint to read
         return role == Qt::DisplayRole ? FTexts(entry.Where == Part::UpNext ? "UpNext" : "ContinueListening")
                                        : QVariant();
     }

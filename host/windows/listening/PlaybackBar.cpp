@@ -59,7 +59,7 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FRow->addWidget(FElapsed = new QLabel);
     FPosition = new QSlider(Qt::Horizontal);
     FPosition->setObjectName(QStringLiteral("position"));
-    FPosition->setTracking(false);  // jumps when it is let go
+    FPosition->setTracking(false);  // seek when the slider is released
     FRow->addWidget(FPosition, 1);
     FRow->addWidget(FRest = new QLabel);
     FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
@@ -134,7 +134,7 @@ void PlaybackBar::Caption(QWidget& control, const QString& text) {
 
 void PlaybackBar::Localize() {
     setAccessibleName(Text("Caption"));
-    // Nothing moves when a time gets longer.
+    // Wide enough for any usual time, so that nothing moves when a time gets longer.
     FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
     FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
     FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);

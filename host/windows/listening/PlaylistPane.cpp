@@ -18,7 +18,7 @@ namespace vexa::host {
 
 namespace {
 
-/// Sets a flag for as long as it lives.
+/// Sets a flag during its lifetime.
 class Flagged {
 public:
     explicit Flagged(bool& flag) : FFlag(flag), FWas(std::exchange(flag, true)) {}

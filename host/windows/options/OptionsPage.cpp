@@ -30,7 +30,7 @@ OptionsPage::OptionsPage(const Ref<IVEXAOptionsDialogFrame>& frame)
       FKeyboard(Query<IVEXAOptionsDialogFrameKeyboardHelper>(frame.Get())),
       FKeyboard2(Query<IVEXAOptionsDialogFrameKeyboardHelper2>(frame.Get())),
       FPlace(new QWidget) {
-    // Only the place itself has to be a window of the system's.
+    // Only this widget needs a native window, not its ancestors.
     FPlace->setAttribute(Qt::WA_DontCreateNativeAncestors);
     FPlace->setAttribute(Qt::WA_NativeWindow);
 }
@@ -54,7 +54,7 @@ void OptionsPage::Open() {
         return;
     }
     FIsOpen = true;
-    // A page of our own toolkit follows the dialog's size; one of another toolkit's keeps the size that it took.
+    // A page made with the host's toolkit follows the dialog's size; a page of another toolkit keeps its own size.
     if (QWidget* page = QWidget::find(window); page && page != FPlace && FPlace->isAncestorOf(page)) {
         auto* layout = new QVBoxLayout(FPlace);
         layout->setContentsMargins({});

@@ -27,7 +27,7 @@ namespace vexa::host {
 namespace {
 
 constexpr QSize kFirstSize(1320, 800);
-constexpr std::size_t kMostReported = 3;  // subscriptions that are told of one by one
+constexpr std::size_t kMostReported = 3;  // more subscriptions than this are reported by their number only
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
@@ -91,7 +91,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
 }
 
 MainWindow::~MainWindow() {
-    // A subscription that ends while the library's thread is waited for finds no library.
+    // A subscription may end while FLibrary, being destroyed, waits for its thread; then Report must not use it.
     FSubscriber->disconnect(this);
     SaveLayout();
     LetGo();
@@ -274,9 +274,10 @@ void MainWindow::Export() {
 
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     FLibrary->Reload();
-    // Not for each page of a long list.
+    // Do not ask about every page of a long list.
     if (outcomes.size() <= kMostReported) FChooser.Ask(outcomes);
-    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;  // the page says it beside its field
+    // The first start page shows a single result beside its field.
+    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;
     if (outcomes.size() > kMostReported) {
         std::vector<TaskProblem> problems;
         int subscribed = 0;
@@ -315,12 +316,12 @@ void MainWindow::BringToFront() {
     show();
     raise();
     activateWindow();
-    // Where no window manager keeps a dialog above its window.
+    // For window managers that do not keep a dialog above its window.
     if (QWidget* dialog = QApplication::activeModalWidget()) dialog->raise();
 }
 
 void MainWindow::Warn(const QString& message) {
-    // What comes while one is open is told in it: a box behind a box is not read.
+    // Add the message to an open box, because nobody would read a box behind another box.
     if (FWarning && FWarning->isVisible()) {
         if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
         return;

@@ -39,7 +39,7 @@ void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& pro
         items += new QTreeWidgetItem({problem.What.simplified(), problem.Why.simplified()});
     list->addTopLevelItems(items);
     list->setColumnWidth(0, kWhatWidth);
-    // Reasons are long: the one of the row that is looked at is read, and copied, below.
+    // Reasons are long, so that of the current row is also shown below the list, where it can be read and copied.
     auto* reason = new QLabel;
     reason->setTextFormat(Qt::PlainText);
     reason->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);

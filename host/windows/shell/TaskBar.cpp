@@ -15,13 +15,13 @@ namespace vexa::host {
 namespace {
 
 constexpr int kPolling = 250;          // milliseconds
-constexpr std::int32_t kOwnTask = -1;  // no storage's
+constexpr std::int32_t kOwnTask = -1;  // stands for the window's own tasks; no storage uses this ID
 constexpr int kCaptionWidth = 380, kBarWidth = 90;
 
 }  // namespace
 
-/// One task: its caption, a bar that only says that it goes on, and a button to stop it. Hidden until the caption is
-/// read by Update: a storage may hand over the caption's format, and put the text into it afterwards.
+/// One task: its caption, a busy indicator, and a button to cancel it. Hidden until the caption is read by Update,
+/// because a storage may hand over a caption that it fills with text only afterwards.
 class TaskBar::Entry {
 public:
     Entry(TaskBar& owner, const BackgroundTask& task)
@@ -142,7 +142,7 @@ void TaskBar::Update(const LibraryStorage* storage) {
             addWidget(entry->Widget());
             QMetaObject::invokeMethod(this, &TaskBar::Poll, Qt::QueuedConnection);
         }
-    // What is left has ended.
+    // The entries left in FEntries are those of tasks that have ended.
     if (const auto subscriptions = storage ? storage->Subscriptions() : Ref<IVEXAMLSubscriptionStorage>())
         for (const auto& [task, entry] : FEntries)
             if (auto problems = ReadProblems(*subscriptions, task); !problems.empty())
