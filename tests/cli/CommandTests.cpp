@@ -191,7 +191,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     const FolderServer server;
     Run("subscribe " + WriteFeed(server, "Show", 4));
     QFile::remove(server.Folder.File("Show-1.mp3"));
-    const QStringList keys = Keys();  // of parts 4, 3, 2, 1
+    const QStringList keys = Keys();  // the keys of parts 4, 3, 2, 1
     ASSERT_EQ(keys.size(), 4);
     const auto fileOf = [&](int part) { return Files.File(u"Show/Show-%1.mp3"_s.arg(part)); };
     const QJsonObject one{{"downloaded", QJsonArray{QJsonObject{{"key", keys[0]}, {"file", fileOf(4)}}}},
@@ -214,7 +214,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     EXPECT_EQ(Run("delete-files --permanently " + keys[2]).Status, 0);
     EXPECT_FALSE(QFile::exists(fileOf(2)) || QFile::exists(trash + u"Show-2.mp3"));
 
-    // What a refresh brings is downloaded before it ends.
+    // New episodes are downloaded before the refresh command ends.
     Run("options DownloadNewEpisodesAutomatically 1");
     WriteFeed(server, "Show", 6, 300000);
     EXPECT_EQ(Run("refresh").Status, 0);
@@ -265,7 +265,7 @@ TEST_F(Program, ADownloadThatIsStoppedLeavesNoRecordAndUnlessKilledNoFile) {
     server.Serve("/l.mp3", tests::Response::Of(QByteArray(9999, 'x'), "audio/mpeg").With(tests::Fault::Wait, 100));
     const QString file = Files.File("Long/l.mp3");
     for (const int signalNumber : {SIGINT, SIGTERM, SIGKILL}) {
-        // Downloaded once already, and then lost: it is fetched again under the name that its row records.
+        // The file was downloaded before and is gone; it is fetched again under the name that its row records.
         const QString sql = u"UPDATE PodcastEpisodes SET URLAudio = '%1', URLAudioCached = '%2'"_s;
         PlainSqlite(Profile.File("Podcasts.db")).Run(sql.arg(server.Url("/l.mp3"), file).toUtf8());
         QProcess download;

@@ -49,13 +49,13 @@ TEST_F(ClientRefresh, ComesDueByEitherClockWhenAnHourADayOrAWeekHasPassed) {
     constexpr qint64 kHour = 60 * 60;
     for (const auto& [option, seconds] : {std::pair(1, kHour), {2, 24 * kHour}, {3, 7 * 24 * kHour}}) {
         client.Options().SetCheckUpdates(static_cast<std::uint8_t>(option));
-        // While the machine is off only the calendar goes on, and ticks begin anew.
+        // While the machine is off only the calendar goes on; the tick count restarts.
         ticks = 5;
         now = now.addSecs(seconds);
         EXPECT_FALSE(isDue()) << option;
         now = now.addSecs(1);
         EXPECT_TRUE(isDue()) << option;
-        // The calendar may stand still.
+        // The tick count alone suffices, should the calendar stand still.
         ticks += static_cast<std::uint32_t>(1000 * seconds);
         EXPECT_FALSE(isDue()) << option;
         EXPECT_TRUE((++ticks, isDue())) << option;
@@ -77,7 +77,7 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     EXPECT_EQ(Episode("/new.mp3").Fields[pefTitle], "Renamed");
     EXPECT_EQ(Episode("/new.mp3").State, pesPostponed);
     EXPECT_EQ(CachedFile("/new.mp3"), "/somewhere/1.mp3");
-    // By its older name the episode is still found, marked and recorded.
+    // The episode can still be found, marked and given a file by its older name.
     EXPECT_EQ(Episode("/old.mp3?t=2").Fields[pefURI], Key("/new.mp3"));
     Client->UpdateState(oldKey, pesListened);
     Client->DB().SetCachedFile(oldKey, "/elsewhere/1.mp3");
@@ -86,7 +86,7 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     QStringList files;
     Client->DB().EnumCachedFiles({oldKey}, [&](const QString& file) { files += file; });
     EXPECT_EQ(files, QStringList("/elsewhere/1.mp3"));
-    // Another episode that has the name now goes before it.
+    // An episode that has the name now takes precedence.
     Server.Serve("/a", Document("a", {{"1", "/new.mp3", "Renamed"}, {"2", "/old.mp3?t=1", "Second"}}));
     Refresh("/a");
     EXPECT_EQ(Episode("/old.mp3?t=1").Fields[pefTitle], "Second");
@@ -95,7 +95,7 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
 
 TEST_F(ClientRefresh, RowsThatAnEarlierVersionMadeOfOneEpisodeBecomeOne) {
     Subscribe("a", {{"1", "/1.mp3?t=1"}, {"2", "/2.mp3?t=1", "Two"}});
-    // A changed address got a row of its own.
+    // Earlier versions stored a changed address as a row of its own.
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = Server.Url("/a");
     for (const auto& [guid, title] : {std::pair("1", "Episode"), {"2", "Two"}}) {
@@ -236,7 +236,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document was there";
     Refresh("/b");
     EXPECT_EQ(EpisodeCount("/b"), 1);
-    for (int round = 0; round < 10; ++round) {  // ended at whatever point it is
+    for (int round = 0; round < 10; ++round) {  // the refresh is ended at a different point in each round
         Server.Forget();
         const vexa::Link<TPodcastClient> link(Client->Links());
         Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
@@ -254,7 +254,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
 TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
     for (const QString name : {"a", "b", "c"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/a", Document("a", {{"1", "/a1.mp3"}, {"2", "/a2.mp3"}}));
-    // While this thread holds the database, b cannot be stored, but a is there already.
+    // While this thread locks the database, b cannot be stored; a has already been fetched.
     auto lock = Client->DB().Lock();
     Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
     ASSERT_TRUE(tests::WaitUntil([&] { return Heard->Events.contains("feed /b") && Server.Count("/a") == 1; }));
@@ -307,7 +307,7 @@ TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
     vexa::SetHttpTimeouts(timeouts);
     Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
     ASSERT_TRUE(WaitForRequest("/a"));
-    Server.Serve("/a", answer);  // the next time
+    Server.Serve("/a", answer);  // for the second attempt
     ASSERT_TRUE(WaitForTasks());
     vexa::SetHttpTimeouts({});
     EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /a|feed /b");

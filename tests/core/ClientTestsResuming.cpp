@@ -36,7 +36,7 @@ protected:
         return Response::Of(body, "audio/mpeg", "206 Partial Content",
                             "Content-Range: bytes " + range + "\r\n" + headers);
     }
-    /// Downloads the episode; gives why it failed.
+    /// Downloads the episode; returns why it failed.
     QString DownloadError() {
         Client->DB().SetCachedFile(Key("/1.mp3"), {});
         Server.Forget();
@@ -72,10 +72,10 @@ TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
     Server.Serve("/moved.mp3", whole);
     struct {
         const char* Name;
-        QByteArray Validator;  // of the answer that breaks
+        QByteArray Validator;  // of the answer whose connection breaks
         std::vector<Response> Answers;
-        QByteArray File;   // empty: the download fails
-        QList<int> Asked;  // first bytes, but for the first request
+        QByteArray File;   // empty if the download fails
+        QList<int> Asked;  // the first bytes asked for, without the first request
     } const rows[] = {
         {"the rest", v1, {whole}, First, {kBreak}},
         {"elsewhere now", v1, {Response::Redirect("/moved.mp3")}, First, {kBreak, kBreak}},
@@ -126,7 +126,8 @@ TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
 
 TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
     const auto breaking = [](int after) { return Audio(First).With(Fault::Close, after); };
-    // Five pauses follow a break, and begin again with the first where an attempt has brought 64 KiB.
+    // After a break there are five attempts, with growing pauses; the count restarts when an attempt has brought 64
+    // KiB.
     Server.Serve("/1.mp3", breaking(65'536));
     EXPECT_EQ(DownloadError(), "");
     EXPECT_EQ(Asked(), QList({0, 65'536, 2 * 65'536, 3 * 65'536, 4 * 65'536}));
@@ -142,7 +143,7 @@ TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
                                   nothing, nothing, nothing, Audio(First)});
     EXPECT_EQ(DownloadError(), "");
     EXPECT_TRUE(ReadWhole(AudioFile()) == First);
-    // What can only be begun anew is begun three times in all.
+    // A download that can only start over is started three times in all.
     Server.Serve("/1.mp3", Response::Of(First, "audio/mpeg").With(Fault::Close, kBreak));
     EXPECT_EQ(DownloadError(), "the connection ended before the whole body arrived");
     EXPECT_EQ(Asked(), QList({0, 0, 0}));

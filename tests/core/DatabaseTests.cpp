@@ -23,7 +23,8 @@ TPodcastEpisode& AddEpisode(TPodcastFeed& feed, const QString& guid, const QStri
 
 class Database : public testing::Test {
 protected:
-    /// Stores a feed with one episode for each letter of `guids`, each a day younger than the one before; gives its ID.
+    /// Stores a feed with one episode for each letter of `guids`, each a day younger than the one before; returns the
+    /// feed's ID.
     int Store(const QString& address, const QString& guids, const QString& title = "Feed") {
         TPodcastFeed feed;
         feed.Fields[pffURLFeed] = address;
@@ -130,7 +131,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
         ASSERT_TRUE(episode.Fields[pefGUID].startsWith(u'b'));
         change(episode);
         DB.AddOrUpdate(*feed);
-        // A row that is written again keeps its id, by which other tables know it.
+        // A row that is written again keeps its ID, because other tables refer to it.
         EXPECT_EQ(Rows("SELECT Episode FROM Written"), QStringList("2"));
         ExpectEqual(DB.GetEpisode(MakeEpisodeKey(id, episode.Fields[pefGUID])).get(), episode);
         const QString version = Other.DataVersion();
@@ -145,7 +146,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
     changeAndStore([](auto& episode) { episode.PublishDate += 1e-9; });
     changeAndStore([](auto& episode) { episode.Duration = 1.5F; });
     changeAndStore([](auto& episode) { episode.State = pesListened; });
-    // A value that another program left NULL differs from an empty one; its login and the other episodes stay.
+    // NULL, which another program may have left, differs from an empty value; login and other episodes stay.
     Other.Run("UPDATE PodcastEpisodes SET Artist = NULL WHERE GUID = 'a'; UPDATE PodcastFeeds SET AuthLogin = 'me'");
     EXPECT_EQ(Store(kFeed, "a", "Renamed"), id);
     EXPECT_EQ(Rows("SELECT FeedID, Name, AuthLogin FROM PodcastFeeds"), QStringList("1|Renamed|me"));
@@ -173,7 +174,7 @@ TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
     const int id = Store(kFeed, "ab");
     DB.RunInTransaction([&] {
         EXPECT_THROW(Store(kFeed, "dec", "Renamed"), vexa::SqliteError);
-        DB.UpdateState({MakeEpisodeKey(id, "a")}, pesPostponed);  // the outer transaction goes on
+        DB.UpdateState({MakeEpisodeKey(id, "a")}, pesPostponed);  // the outer transaction still works
     });
     EXPECT_EQ(Rows("SELECT GUID, State FROM PodcastEpisodes"), QStringList({"a|2", "b|1"}));
     EXPECT_EQ(DB.GetFeed(id, false)->Fields[pffTitle], "Feed");
@@ -262,7 +263,7 @@ TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
     const int id = Store(kFeed, "abc", "Привет");
     Store("http://h/2", "d%_", "Two");
     DB.UpdateState({MakeEpisodeKey(id, "b")}, pesPostponed);
-    // Of two with one date the row written later comes first.
+    // Of two episodes with the same date the row written later comes first.
     const std::pair<TPodcastEpisodeFilter, QString> cases[] = {
         {{0, -1, ""}, "_c%bda"},     {{id, -1, ""}, "cba"},   {{0, pesPostponed, ""}, "b"},
         {{id, pesListened, ""}, ""}, {{0, -1, "ПРИ"}, "cba"}, {{0, -1, "TITLE OF D"}, "d"},
@@ -274,7 +275,7 @@ TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
         DB.EnumEpisodes(filter, [&](auto& episode, const QString&) { visited += episode.Fields[pefGUID]; });
         EXPECT_EQ(visited, guids) << filter.Search.toStdString();
     }
-    // Those to download are new and without file.
+    // Episodes to download are new and have no file.
     visited.clear();
     DB.SetCachedFile(MakeEpisodeKey(id, "c"), "/c.mp3");
     Other.Run("UPDATE PodcastEpisodes SET URLAudioCached = NULL WHERE GUID = 'a'");
@@ -289,7 +290,7 @@ TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
     const TPodcastLogoLook look{"http://h/logo", 5, TPodcastLogoOutcome::Picture};
     for (const int id : {one, two}) EXPECT_FALSE(DB.NoteLogoLook(id, look, bytes)) << "it is stored already";
     DB.Remove(kFeed);
-    EXPECT_FALSE(DB.NoteLogoLook(one, look, bytes));  // that goes on while the feed goes
+    EXPECT_FALSE(DB.NoteLogoLook(one, look, bytes));  // as when a logo arrives after the feed was removed
     for (const char* sql : {"SELECT FeedID FROM PodcastFeeds", "SELECT FeedID FROM PodcastEpisodes",
                             "SELECT ID FROM PodcastFeedLogos", "SELECT FeedID FROM PodcastFeedLogoLooks"})
         EXPECT_EQ(Rows(sql), QStringList(QString::number(two)));
@@ -313,7 +314,7 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
                 .toUtf8());
     };
     DB.Remove(other);
-    // Wherever a merge moves the row.
+    // A merge may move the row meanwhile.
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     AddEpisode(feed, "b", read->Fields[pefURLAudio], read->PublishDate).Fields[pefTitle] = read->Fields[pefTitle];
@@ -323,7 +324,7 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
     EXPECT_FALSE(DB.ReplaceCachedFileOfRow(*read, "", "/g"));
     EXPECT_TRUE(DB.ReplaceCachedFileOfRow(*read, "/f", ""));
     EXPECT_EQ(DB.GetCachedFileOfRow(*read), "");
-    // The row goes, and another episode gets its id.
+    // The row is deleted, and another episode gets its ID.
     Other.Run("DELETE FROM PodcastEpisodes");
     add(read->RowID, id, "c", "u");
     EXPECT_FALSE(DB.SetCachedFileOfRow(*read, "/f"));
@@ -333,7 +334,7 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
     add(99, id, "a", "moved");
     EXPECT_TRUE(DB.SetCachedFileOfRow(*read, "/f"));
     EXPECT_EQ(rows(), QStringList({"1|a|/f", "1|c|"}));
-    // A file that was found is also that of other feeds' rows, while the row has the audio that they have.
+    // A file that was found is also recorded for other feeds' rows, as long as the row has the same audio as they.
     Other.Run("DELETE FROM PodcastEpisodes");
     add(read->RowID, id, "a", "moved");
     add(99, other, "x", read->Fields[pefURI]);

@@ -1,5 +1,5 @@
-// Which stored episode a document's episode is: random series of documents, merged by the database and by a plain
-// evaluation of the rules, which compares everything with everything.
+// Matching of a document's episodes with stored ones: random series of documents are merged by the database and by a
+// plain evaluation of the rules, which compares everything with everything.
 
 #include "Podcasts.Core.DB.h"
 #include "TempFolder.h"
@@ -23,13 +23,13 @@ struct Entry {
     double Date = 0;
 };
 
-/// A stored episode as the plain evaluation knows it.
+/// A stored episode of the plain evaluation.
 struct PlainRow {
     Entry Is;
     QString URI, File;
     int State = pesNew;
-    int Age = 0;                   // rows written later have a greater one
-    std::map<int, QString> Names;  // older ones, by when they were noted
+    int Age = 0;                   // larger for rows written later
+    std::map<int, QString> Names;  // older names, in the order in which they were noted
 
     bool Has(const QString& name) const {
         return std::any_of(Names.begin(), Names.end(), [&](const auto& one) { return one.second == name; });
@@ -71,8 +71,8 @@ QString WithoutQuery(const QString& uri) {
 class PlainStore {
 public:
     std::vector<PlainRow> Rows;
-    QStringList Announced;   // GUIDs, of the last merge
-    QStringList SpareFiles;  // of the last merge
+    QStringList Announced;   // GUIDs announced by the last merge
+    QStringList SpareFiles;  // as reported by the last merge
     std::set<QString> Existing;
 
     void Merge(const std::vector<Entry>& document) {
@@ -144,7 +144,7 @@ public:
             for (const PlainRow* each : one) {
                 for (const QString& name : NamesOf(*each, one, uri, is.GUID)) {
                     lost += name;
-                    // A known one is noted anew only if another episode is called so from now on.
+                    // A known name is noted again only if another episode has this name from now on.
                     const bool isTaken = name.startsWith('u') && uris.contains(each->URI);
                     if (row.Has(name) && !isTaken) continue;
                     row.Note(name, ++LastNoted);
@@ -183,7 +183,7 @@ public:
         SpareFiles.sort();
     }
 
-    /// The URI of the row that a URI or (feed, GUID) names; empty without one.
+    /// The URI of the row named by a URI or by a GUID; empty when there is none.
     QString Find(const QString& uri, const QString& guid) const {
         std::set<QString> found;
         for (const PlainRow& row : Rows)
@@ -203,7 +203,7 @@ private:
     bool Stands(const Entry& row) const {
         return std::any_of(Document.begin(), Document.end(), [&](auto& e) { return IsSameAddress(e, row); });
     }
-    /// Whether an item of the document counts among those of one URI.
+    /// Whether this item counts, of the document's items with the same URI.
     bool Counts(std::size_t item) const {
         std::size_t last = item, lastKnown = Document.size();
         for (std::size_t i = 0; i < Document.size(); ++i) {
@@ -253,7 +253,7 @@ private:
         const bool isStored = std::any_of(Rows.begin(), Rows.end(), [&](auto& r) { return r.URI == uri; });
         return isStored || isOfDocument(uri) ? uri + '#' + QString::number(row.Age) : uri;
     }
-    /// The names that a row loses, one of several that become one.
+    /// The names that `row`, one of several that become one, loses.
     QStringList NamesOf(const PlainRow& row, const std::vector<const PlainRow*>& one, const QString& newURI,
                         const QString& newGUID) const {
         QStringList names;
@@ -271,7 +271,7 @@ private:
     int LastNoted = 0;
 };
 
-/// A publisher's whims.
+/// A publisher who changes a feed at random.
 class Publisher {
 public:
     explicit Publisher(unsigned seed) : FRandom(seed), FIsUndated(Chance(10)), FHasAlikeGUIDs(Chance(8)) {
@@ -329,7 +329,7 @@ public:
                 case 12:
                     item = {item.GUID, NewTitle(), NewAudio(), NewDate()};
                     break;
-                case 13:  // whatever is newest is at one address, and what was there moves
+                case 13:  // the newest episode always has one address, and the previous one moves
                     item.Audio = NewAudio();
                     FItems.insert(FItems.begin(), NewItem());
                     FItems.front().Audio = "http://h/latest.mp3";
@@ -348,7 +348,7 @@ public:
 
 private:
     Entry NewItem() { return {NewGUID(), NewTitle(), NewAudio(), NewDate()}; }
-    // From small sets, so that what should tell episodes apart often does not.
+    // From small sets, so that what should distinguish episodes often does not.
     QString NewGUID() {
         return FHasAlikeGUIDs ? QString("same") : (Chance(6) ? "http://h/g" : "g") + QString::number(Number(30));
     }
@@ -396,7 +396,7 @@ protected:
         }
     }
 
-    /// As versions before older names did: by exact GUIDs, a changed address gets a row of its own.
+    /// Merges as the versions without older names did: by exact GUIDs, and with a row of its own for a changed address.
     void MergeAsBefore(const std::vector<Entry>& document) {
         auto feed = FeedOf(document);
         const auto stored = DB.GetFeed(kFeed, true);
@@ -419,7 +419,7 @@ protected:
         }
     }
 
-    /// What the listener did meanwhile.
+    /// Changes marks and files at random, as the listener does between merges.
     void Listen(Publisher& random) {
         DB.RunInTransaction([&] {
             for (const PlainRow& row : Plain.Rows) {
@@ -434,7 +434,7 @@ protected:
     }
     static QString MakeKey(const PlainRow& row) { return row.URI; }
 
-    /// Takes what is stored over into the plain store; rows that are still there keep their older names.
+    /// Copies the database's contents into the plain store; rows that still exist keep their older names.
     void TakeOver() {
         std::vector<PlainRow> rows;
         const auto cursor = DB.Query(
@@ -473,7 +473,7 @@ protected:
         return rows;
     }
 
-    /// Merges into both stores, which must then be alike; gives the GUIDs that were announced.
+    /// Merges into both stores, which must be equal afterwards; returns the GUIDs that were announced.
     QStringList Merge(const std::vector<Entry>& document) {
         QStringList shown;
         for (const Entry& entry : document) shown += Describe(entry);
@@ -493,7 +493,7 @@ protected:
         result.SpareFiles.sort();
         EXPECT_EQ(result.SpareFiles, Plain.SpareFiles);
         for (const PlainRow& row : Plain.Rows) {
-            // Without audio an episode had no address that anybody could know.
+            // An episode without audio had no address that could have been stored elsewhere.
             const QString was = before.contains(row.Age) ? before[row.Age] : QString();
             if (was.isEmpty() || was == row.URI) continue;
             EXPECT_NE(DB.GetMoveCount(), moves);
@@ -501,7 +501,7 @@ protected:
         return announced;
     }
 
-    /// Every name that ever was leads to the row that the plain store says, or nowhere.
+    /// Every name that ever existed must lead to the same row as in the plain store, or to none.
     void CheckNames(const std::set<QString>& uris, const std::set<QString>& guids) {
         const auto check = [&](const QString& key, const QString& expected) {
             const auto named = DB.GetEpisode(key);
@@ -534,8 +534,8 @@ protected:
             const std::vector<Entry> document = publisher.Next();
             Merge(document);
             CheckNames(uris, guids);
-            // The same document once more brings nothing new, though rows of a GUID that is an episode's only now may
-            // still become one; and then nothing at all.
+            // Merging the same document again announces nothing, although rows may still be joined by a GUID that only
+            // now belongs to one episode. A third merge writes nothing at all.
             EXPECT_EQ(Merge(document), QStringList());
             const int writes = DB.QueryInteger("SELECT total_changes()");
             EXPECT_EQ(Merge(document), QStringList());

@@ -1,4 +1,4 @@
-// From what people have to a feed, and to where it has moved.
+// Finding a feed from what users enter, and following moved feeds.
 
 #include "ClientTests.h"
 #include "Podcasts.Core.Subscribing.h"

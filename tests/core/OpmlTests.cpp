@@ -30,7 +30,7 @@ TEST(Opml, OutlinesAreReadAtAnyDepthInDocumentOrder) {
 }
 
 TEST(Opml, WhatIsWrittenReadsBack) {
-    // What no document may hold is replaced, and nothing after it is lost.
+    // Characters that XML does not allow are replaced, and nothing after them is lost.
     const QString title = "a<b>&\"c\"'d' ]]> Ж\U0001F399\tx\ny";
     const QStringList read = Read(WriteOpml("Mine & yours", {{title, "http://h/?a=1&b=\"2\"<3>"},
                                                              {u"a\u0001\uFFFE"_s + QChar(0xD800) + u"b", "http://h/3"},

@@ -29,7 +29,7 @@ TEST(Records, AnEpisodesUriIsItsAudioAddressUnlessThatChangesWithTime) {
     }
 }
 
-/// Everything that a template can take from a feed and an episode is `text`, but for the audio address.
+/// Expands the template with `text` for all fields of feed and episode except the audio address.
 QString ExpandWith(const QString& text, const QString& audio, const QString& templateText) {
     TPodcastFeed feed;
     feed.Fields.fill(text);

@@ -175,7 +175,7 @@ HResult EpisodeStorage::ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEve
         SetError(error, E_FAIL, "no such file");
         return E_FAIL;
     }
-    events->OnCompleted();  // with nothing to fetch it is done before this returns
+    events->OnCompleted();  // nothing to fetch, so it completes before this returns
     return S_OK;
 }
 

@@ -1,4 +1,4 @@
-// The built program, driven by line as a script drives it.
+// The built program in headless mode, driven by lines as from a script.
 
 #include "TempFolder.h"
 #include "Texts.h"
@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kLongest = 120000;  // ms; nothing takes that long but a program that hangs
+constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 
 struct Outcome {
     int Status = -1;
@@ -23,8 +23,8 @@ struct Outcome {
     QString Error;
 };
 
-/// As where there is no display: with one, or with a platform that needs none, the program without options opens its
-/// window.
+/// Starts the program without a display: with one, or with a platform that needs none, it would open its window when
+/// there are no options.
 void Start(QProcess& program, const QStringList& options) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
@@ -140,7 +140,7 @@ TEST_F(Headless, ASignalEndsThePluginAsItShould) {
 }
 
 TEST_F(Headless, TheEndOfTheInputEndsDialogsOfCommands) {
-    // The first dialog is open when the input ends. The second one opens later, after a command on a worker thread.
+    // The first dialog is open when the input ends; the second one opens later, after a command on a worker thread.
     const Outcome outcome =
         RunHere("load\nrun VEXA.Podcasts.Actions.Subscribe\nresolve x\nrun VEXA.Podcasts.Actions.Subscribe\nplugin\n");
     EXPECT_EQ(outcome.Status, 0) << outcome.Error.toStdString();

@@ -1,4 +1,4 @@
-// Core, configuration, messages, storages, and a plug-in's life.
+// Core, configuration, messages, storages, and loading and unloading of plug-ins.
 
 #include "HostFixture.h"
 #include "PropertyList.h"
@@ -17,7 +17,7 @@ public:
     std::function<void(Hook&, HResult*)> Act;
 };
 
-/// A storage that writes down what happens to it.
+/// A storage that logs what happens to it.
 class Storage final : public PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage> {
 public:
     Storage(const QString& id, QStringList* log) : FID(id), FLog(log) {}
@@ -52,7 +52,7 @@ public:
     QStringList Heard;
 };
 
-/// A plug-in that registers a storage, and answers as told.
+/// A plug-in that registers a storage, and returns a given result.
 class StoragePlugin final : public RefCountedObject<IVEXAPlugin, IVEXASdkVersion> {
 public:
     StoragePlugin(HResult answer, QStringList* log, std::int32_t sdk = kSdkMajor)
@@ -116,7 +116,7 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=1\ny=1\n");
     const Ref<ConfigService> held(new ConfigService(Profile.Path()));
     ConfigService& config = *held;
-    config.Write("A\\x", "1");  // as it was: left alone
+    config.Write("A\\x", "1");  // the value that was read, so it is not written
     config.Write("A\\y", "2");
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=5\ny=1\nz=7\n");
     EXPECT_EQ(config.Save(), "");
@@ -148,7 +148,7 @@ TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
     EXPECT_EQ(messages.Hook(first.Get()), E_INVALIDARG);
     messages.Hook(second.Get());
     messages.Hook(third.Get());
-    EXPECT_EQ(messages.Send(1, 0, nullptr), E_ABORT);  // taken over: the host itself is left out
+    EXPECT_EQ(messages.Send(1, 0, nullptr), E_ABORT);  // a hook has handled it, so the host's handler is not called
     EXPECT_EQ(heard, QStringList({"first", "second"}));
     messages.Unhook(second.Get());
     heard.clear();

@@ -13,7 +13,7 @@ constexpr char kActions[] =
     "RefreshFeeds RefreshFeed Unsubscribe EditSubscription Subscribe CreateSmartPlaylist MarkAs CachedFilesControl "
     "CheckCachedFiles MarkAs.PL CachedFilesControl.PL";
 
-/// What a translation has to keep of a text: how many parts it has, and where other text goes.
+/// What a translation must preserve of a text: the number of parts, and the placeholders in each.
 QString Shape(const QStringList& parts) {
     QStringList shapes;
     for (const QString& part : parts)

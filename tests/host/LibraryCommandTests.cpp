@@ -1,4 +1,4 @@
-// The library's commands of a host without a window.
+// The commands about the library, menus and playlists of a host without a window.
 
 #include "Commands.h"
 #include "EpisodeStorage.h"
@@ -30,7 +30,7 @@ protected:
         Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
     }
 
-    /// The answer to a line: the member `key` of it, or the error.
+    /// The member `key` of the answer to a line, or the error.
     std::string Say(const QString& line, const QString& key) {
         QStringList words = SplitLine(line);
         const Command* command = FindCommand(words.takeFirst());
@@ -104,7 +104,7 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
 }
 
 TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
-    // A submenu whose entries are the selected files, made when it is about to show.
+    // A submenu whose entries, the selected files, are made just before it is shown.
     const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
     QStringList done;
     const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {

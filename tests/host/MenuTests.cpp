@@ -1,4 +1,4 @@
-// Menus, as a plug-in fills them and as a window shows them.
+// Menus, filled as by a plug-in, and shown as by a window.
 
 #include "HostFixture.h"
 #include "Images.h"
@@ -35,7 +35,7 @@ protected:
     }
     Ref<IVEXAServiceMenuManager> Service() { return Query<IVEXAServiceMenuManager>(&Host.TheCore()); }
 
-    /// An item as a plug-in makes it, before it is registered.
+    /// Makes an item as a plug-in does, without registering it.
     Item Make(const QString& id, const Item& parent) {
         Item item;
         EXPECT_EQ(Host.TheCore().CreateObject(IVEXAMenuItem::IID, item.PutVoid()), S_OK);
@@ -58,7 +58,7 @@ protected:
     static void SetCaption(const Item& item, const QString& caption) {
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(caption).Get());
     }
-    /// A submenu that makes its three entries whenever it shows.
+    /// Adds a submenu that makes its three entries whenever it is shown.
     Item AddMarkAs(const Item& menu) {
         const Item item = Add("Mark", menu);
         On(item, IVEXAMenuItem::OnShow, [this, raw = item.Get()] {
@@ -102,7 +102,7 @@ TEST_F(Menus, ItemsStandWhereTheyWereRegistered) {
     On(a, IVEXAMenuItem::Event, [this] { Done += "a"; });
     Host.UnloadPlugins();
     EXPECT_TRUE(Host.Menus().Children(*tree).empty());
-    EXPECT_EQ(Host.Menus().Trigger(*a), E_NOTIMPL);  // nothing of a plug-in runs once it has ended
+    EXPECT_EQ(Host.Menus().Trigger(*a), E_NOTIMPL);  // after unloading nothing of the plug-in may run
     EXPECT_EQ(a->DeleteChildren(), S_OK);
 }
 
@@ -114,7 +114,7 @@ TEST_F(Menus, OnShowReachesHiddenItemsSubmenusAndCircles) {
         On(item, IVEXAMenuItem::OnShow, [this, text = name] { Done += text; });
     Host.Menus().PrepareToShow(*menu, 144);
     EXPECT_EQ(Done, QStringList({"hidden", "inner"}));
-    EXPECT_EQ(Query<IVEXADPIAware>(other.Get())->GetDPI(), 144);  // whose glyph another menu's event may set
+    EXPECT_EQ(Query<IVEXADPIAware>(other.Get())->GetDPI(), 144);  // an event of another menu may set its glyph
 
     const Item one = Add("one", nullptr), two = Add("two", one);
     one->SetValueAsObject(IVEXAMenuItem::Parent, two.Get());
@@ -150,7 +150,7 @@ TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
 
     const Item below = Add("below", mark, [&] { Done += "below"; });
     selected = "refused";
-    EXPECT_EQ(Host.Menus().Run(*below), E_ABORT);  // as its menu cannot be opened
+    EXPECT_EQ(Host.Menus().Run(*below), E_ABORT);  // its parent is disabled
 }
 
 TEST_F(Menus, EntriesThatAreMadeAnewReplaceTheOldOnes) {
@@ -160,14 +160,14 @@ TEST_F(Menus, EntriesThatAreMadeAnewReplaceTheOldOnes) {
         Host.Menus().PrepareToShow(*menu);
         EXPECT_EQ(Host.Menus().Children(*mark).size(), 3u);
     }
-    EXPECT_EQ(Event::Alive, before + 3);  // nobody holds those of the last times
+    EXPECT_EQ(Event::Alive, before + 3);  // the earlier entries were released
 
     QMenu* shown = BuildMenu(Host.Menus(), *menu, nullptr);
     for (int i = 0; i < 2; ++i) Q_EMIT shown->aboutToShow();
     ASSERT_EQ(shown->actions().size(), 1);
     const QList<QAction*> entries = shown->actions()[0]->menu()->actions();
     ASSERT_EQ(entries.size(), 3);
-    Host.Menus().PrepareToShow(*menu);  // something else, meanwhile: what was shown is what is chosen
+    Host.Menus().PrepareToShow(*menu);  // makes new entries; the shown ones must still work
     entries[1]->trigger();
     EXPECT_EQ(Done, QStringList{"1"});
     delete shown;

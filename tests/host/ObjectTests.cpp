@@ -1,4 +1,4 @@
-// The plain objects that cross between host and plug-ins.
+// The plain objects that host and plug-ins exchange.
 
 #include "FileInfo.h"
 #include "HostFixture.h"
@@ -41,7 +41,7 @@ QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
     };
     put(16, width);
     put(20, height);
-    std::uint32_t crc = 0xFFFFFFFFu;  // of the chunk's type and data (RFC 2083, appendix)
+    std::uint32_t crc = 0xFFFFFFFFu;  // over the chunk's type and data (RFC 2083, appendix)
     for (qsizetype i = 12; i < 29; ++i) {
         crc ^= static_cast<std::uint8_t>(bytes[i]);
         for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1u) ? 0xEDB88320u : 0u);
@@ -100,7 +100,7 @@ TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
 
     const Ref<IVEXAString> title = MakeString("a");
     EXPECT_EQ(info->SetValueAsObject(kProperty, title.Get()), S_OK);
-    title->SetChars(u"b", 1);  // the text was read when it was given
+    title->SetChars(u"b", 1);  // changes nothing: the property has a copy of the text
     Variant value;
     EXPECT_EQ(Query<IVEXAPropertyList2>(info.Get())->GetValueAsVariant(kProperty, &value), S_OK);
     EXPECT_EQ(ToQString(value.Text.Get()), "a");

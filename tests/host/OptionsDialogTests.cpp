@@ -1,4 +1,4 @@
-// The options dialog over pages as a plug-in brings them.
+// The options dialog with pages such as a plug-in registers.
 
 #include "HostFixture.h"
 #include "OptionsDialog.h"
@@ -16,7 +16,7 @@ using namespace vexa::host;
 
 namespace {
 
-/// Two line edits, "first" and "last".
+/// A page with two line edits, "first" and "last".
 class Page : public RefCountedObject<IVEXAOptionsDialogFrame> {
 public:
     Page(Host& host, const QString& caption) : FHost(host), FCaption(caption) {}
@@ -57,7 +57,7 @@ private:
     const QString FCaption;
 };
 
-/// Goes through its controls itself, backwards in this case, to tell it from the toolkit's way.
+/// Moves the focus through its controls itself, in reverse order to distinguish it from the toolkit.
 class KeyboardPage final : public Page, public IVEXAOptionsDialogFrameKeyboardHelper2 {
 public:
     using Page::Page;
@@ -102,7 +102,7 @@ protected:
         QKeyEvent press(QEvent::KeyPress, key, modifiers);
         QApplication::sendEvent(QApplication::focusWidget(), &press);
     }
-    /// Where the focus is: an object's name, or a button's text.
+    /// The control that has the focus: a button's text, or else the object's name.
     static QString Focused() {
         const QWidget* focused = QApplication::focusWidget();
         const auto* button = qobject_cast<const QPushButton*>(focused);
@@ -126,7 +126,7 @@ TEST_F(Options, APageLivesWhileTheDialogShows) {
     EXPECT_TRUE(First->Log.isEmpty());
     EXPECT_EQ(Second->Log, QStringList({"create", "1", "2"}));
     QPushButton* apply = Button(QDialogButtonBox::Apply);
-    EXPECT_FALSE(apply->isEnabled());  // loading is no change of the user's
+    EXPECT_FALSE(apply->isEnabled());  // loading is not a change by the user
     const auto* list = Window.Dialog()->findChild<QListWidget*>();
     EXPECT_EQ(list->item(1)->text(), "two English");
     EXPECT_TRUE(Second->Form->isVisible());
@@ -159,7 +159,7 @@ TEST_F(Options, APageThatFailsOrGoesLeavesTheOthers) {
     Host.Options().FrameShow(nullptr, kTrue);
     Button(QDialogButtonBox::Reset)->click();
     Window.Dialog()->Apply();
-    EXPECT_EQ(First->Log, QStringList{"create"});  // no window, no notifications
+    EXPECT_EQ(First->Log, QStringList{"create"});  // a page without a window gets no notifications
     Button(QDialogButtonBox::Cancel)->click();
 
     Register(Second);
@@ -205,7 +205,7 @@ TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
     }
     Press(Qt::Key_Escape);
     EXPECT_EQ(own->Log.last(), "key 27");
-    EXPECT_TRUE(Window.Dialog());  // the page took it
+    EXPECT_TRUE(Window.Dialog());  // the page has handled the key
     Host.Options().FrameShow(First.Get(), kTrue);
     First->Edit("last")->setFocus();
     Press(Qt::Key_Escape);

@@ -1,4 +1,4 @@
-// What controls playing and shows it: the desktop over its bus, the bar, the menu, the list of what is listened to.
+// The controls of playback: the desktop over the session bus, the bar, the menu, and the listening list.
 
 #include "ListeningModel.h"
 #include "MovingFiles.h"
@@ -28,7 +28,7 @@ using tests::WaitUntil;
 
 namespace {
 
-/// A remote control, on a connection of its own.
+/// A desktop's media control, on a bus connection of its own.
 class Remote : public QObject {
     Q_OBJECT
 public:
@@ -206,7 +206,7 @@ TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
     Player->PlayNext({a, b, a});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"a"_s, u"b"_s, u"a"_s, u"Continue listening"_s, u"b"_s}));
     EXPECT_EQ(shown(kTimeLeftRole)[2], "");
-    // One of two of the same address, and a heading, which is nothing.
+    // Remove one of two entries of the same address; the heading is ignored.
     model.Remove({model.index(3), model.index(0)});
     EXPECT_EQ(Player->UpNext(), QStringList({a, b}));
     model.Remove({model.index(1), model.index(4)});
@@ -214,7 +214,7 @@ TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
     EXPECT_EQ(Player->Left().Find(b), nullptr);
 }
 
-/// A plug-in's file information, which may be waited for.
+/// A plug-in's file information, which can be made to block.
 class Titles final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
 public:
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
@@ -235,7 +235,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
         ASSERT_EQ(Host.TheCore().RegisterExtension(service, hook.Get()), S_OK);
     Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
     const auto settle = [this] {
-        Host.Addresses().Start();  // as after a plug-in has come: all that is kept is asked about
+        Host.Addresses().Start();  // as after loading a plug-in: asks about all kept addresses
         return WaitUntil([this] { return !Host.Addresses().IsBusy(); });
     };
     const auto leave = [this](const QString& address, double position) {
@@ -262,10 +262,10 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(a, a + u'2');
     ASSERT_TRUE(settle());
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', d, a + u'2', c}));
-    EXPECT_EQ(model.index(1).data().toString(), u"title of " + a);  // no address shows meanwhile
+    EXPECT_EQ(model.index(1).data().toString(), u"title of " + a);  // no address is shown meanwhile
     EXPECT_EQ(resets.count(), 0);
 
-    // Two that become one: where it was heard last counts.
+    // Of two files that become one, the position of the one heard last is kept.
     moving->Move(d, b);
     moving->Move(c, b);
     ASSERT_TRUE(settle());
@@ -277,7 +277,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     Remote remote(mpris.ServiceName());
     const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
     titles->IsHolding = true;
-    Player->Play(d);  // by an older address it goes on where it was left by the present one
+    Player->Play(d);  // an older address; the position is stored by the present one
     ASSERT_TRUE(WaitFor(State::Playing));
     EXPECT_GE(Player->Position(), 30);
     EXPECT_EQ(Player->Current().Address, b);
@@ -291,7 +291,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     EXPECT_EQ(track()[u"xesam:url"_s].toString(), b + u'2');
     EXPECT_EQ(track()[u"mpris:trackid"_s].value<QDBusObjectPath>(),
               before[u"mpris:trackid"_s].value<QDBusObjectPath>());
-    titles->IsHolding = false;  // what is found out of the older address by now is of the present one
+    titles->IsHolding = false;  // the file must be described again by its present address
     EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == u"title of " + b + u'2'; }));
     EXPECT_EQ(Player->Save(), "");
     EXPECT_EQ(begun(), QStringList{b + u'2'});

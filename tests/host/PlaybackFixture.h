@@ -1,5 +1,5 @@
 #pragma once
-// Playback over a host with a profile of the test's own, and tones to play.
+// Playback over a host with a profile of its own, and tones to play.
 
 #include "HostFixture.h"
 #include "Playback.h"
@@ -13,7 +13,7 @@
 
 constexpr int kTone = 440;  // Hz
 
-/// A WAV file of one tone, in 16 bits.
+/// A WAV file of one tone with 16 bits per sample.
 inline QByteArray MakeTone(double seconds, int rate = 8000, int channels = 1) {
     const auto frames = static_cast<qsizetype>(seconds * rate);
     const auto size = static_cast<quint32>(frames * channels * 2);
@@ -39,7 +39,7 @@ protected:
     using State = host::Playback::State;
 
     void SetUp() override { Open(); }
-    /// As after a new start of the program.
+    /// Makes a new Playback, as a new start of the program does.
     void Open(const QString& sink = u"fakesink sync=true"_s) {
         Player.reset();
         Player.emplace(Host, sink);

@@ -1,4 +1,4 @@
-// Playing, with real sound that goes nowhere.
+// Playback of real sound into a fake sink.
 
 #include "Chapters.h"
 #include "LoopbackServer.h"
@@ -33,7 +33,7 @@ void Tag(const QString& file, const char* album, const std::vector<Chapter>& cha
     ASSERT_TRUE(wav.save());
 }
 
-/// Those of the list, in its order.
+/// The order of a list.
 struct ListOrder final : PlayOrder {
     explicit ListOrder(QStringList list) : List(std::move(list)) {}
     QString After(const QString& address) override {
@@ -56,7 +56,7 @@ TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
     ASSERT_EQ(Player->Left().Begun().size(), 1u);
     EXPECT_EQ(Player->Left().Begun()[0].Address, file);
     EXPECT_NEAR(Player->Left().Begun()[0].Duration, 30, 0.01);
-    Player->PlayOrPause();  // what was heard last
+    Player->PlayOrPause();  // starts the file heard last
     EXPECT_GT(Player->Position(), 20.2);
     ASSERT_TRUE(WaitFor(State::Playing));
     ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.6; }));
@@ -87,7 +87,7 @@ TEST_F(PlaybackTest, WhatSomebodyCallsHeardBeginsAnew) {
     ASSERT_EQ(Player->Left().Begun().size(), 2u);
     Host.Messages().Send(kMsgFilesHeard, 0, MakeStringList({left, open}).Get());
     EXPECT_TRUE(Player->Left().Begun().empty());
-    EXPECT_EQ(Player->Save(), "");  // of the one that is still open, too
+    EXPECT_EQ(Player->Save(), "");  // must not store the position of the open file again
 
     Open();
     EXPECT_TRUE(Player->Left().Begun().empty());
@@ -117,7 +117,7 @@ TEST_F(PlaybackTest, AnotherSpeedKeepsThePitchAndBelongsToThePodcast) {
     Player.reset();
     const QByteArray bytes = ReadWhole(sound);
     const auto* samples = reinterpret_cast<const qint16*>(bytes.constData());
-    // The last second was played at twice the speed, whenever that began.
+    // The last second was played at twice the speed, whenever the new speed took effect.
     const qsizetype end = bytes.size() / 2 - 800, begin = end - 8000;
     ASSERT_GT(begin, 0);
     int ups = 0;
@@ -160,7 +160,7 @@ TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {
         positions.SetUpNext({u"x"_s, u"x"_s});
         EXPECT_EQ(positions.Save(), QString());
 
-        // Whatever the clock said.
+        // The order does not depend on the times.
         QByteArray json = ReadWhole(name);
         WriteWhole(name, json.replace("\"when\": 1", "\"when\": -9"));
         const Positions again(profile.Path());
@@ -180,7 +180,7 @@ TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
     Player->PlayNext({files[4]});
     Player->Play(files[0]);
     ASSERT_TRUE(WaitFor(State::Stopped));
-    EXPECT_EQ(Heard, (QStringList{files[0], files[4], files[2], files[3]}));  // which is none of the order's
+    EXPECT_EQ(Heard, (QStringList{files[0], files[4], files[2], files[3]}));  // files[4] is not part of the order
     Heard.clear();
     Player->Play(files[0]);
     ASSERT_TRUE(WaitUntil([&] { return Heard.size() == 1; }));

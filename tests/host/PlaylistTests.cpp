@@ -1,4 +1,4 @@
-// Playlists, those that follow a filter among them, and what is selected in the library.
+// Playlists, including smart ones, and the library's selection.
 
 #include "EpisodeStorage.h"
 #include "FilterJson.h"
@@ -24,7 +24,7 @@ QStringList Files(Playlist& playlist) {
     return files;
 }
 
-/// A plug-in's file information: what ends with "known" is of the album "A".
+/// A plug-in's file information: files whose names end in "known" belong to the album "A".
 class Knowing final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
 public:
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
@@ -45,7 +45,7 @@ protected:
     static void Wait(host::Host& host, const Playlist& playlist) {
         ASSERT_TRUE(tests::WaitUntil([&] { return !host.Playlists().IsBusy(playlist); }));
     }
-    /// What a plug-in does to make a smart playlist of the episodes of that state.
+    /// Makes a smart playlist of the episodes in that state, as a plug-in does.
     Ref<Playlist> MakeSmart(int state) {
         const auto service = Query<IVEXAServicePlaylistManager2>(&Host.TheCore());
         Ref<IVEXAPlaylistPreimageFactory> factory;
@@ -116,7 +116,7 @@ TEST_F(Playlists, APlaylistSaysWhatIsSelectedAndInFocus) {
 TEST_F(Playlists, ASmartOneFollowsItsFilter) {
     Register(Host);
     const Ref<Playlist> playlist = MakeSmart(1);
-    EXPECT_EQ(playlist->Name(), "new");  // as a person is shown the state
+    EXPECT_EQ(playlist->Name(), "new");  // the state as users see it
     EXPECT_EQ(playlist->AddFiles(MakeStringList({"x"}).Get(), -1), E_FAIL);
     Wait(Host, *playlist);
     EXPECT_EQ(Files(*playlist), QStringList({"episode://e1", "episode://e2"}));
@@ -128,7 +128,7 @@ TEST_F(Playlists, ASmartOneFollowsItsFilter) {
     Storage->Hold();
     Storage->Manager->Changed();
     Storage->WaitUntilAsked(2);
-    for (int i = 0; i < 5; ++i) Storage->Manager->Changed();  // read once more, not five times
+    for (int i = 0; i < 5; ++i) Storage->Manager->Changed();  // all of these together cause one more reading
     Storage->Episodes[0].State = 0;
     Storage->Episodes[3].State = 1;
     Storage->LetThrough();
@@ -143,7 +143,7 @@ TEST_F(Playlists, ASmartOneFollowsItsFilter) {
     Storage->Manager->Changed();
     Storage->WaitUntilAsked(4);
     Storage->LetThrough();
-    Host.UnloadPlugins();  // waits for the storage, and asks it no more
+    Host.UnloadPlugins();  // waits for the call of the storage, and does not call it again
     const auto asked = Storage->Asked().size();
     host::Host next(Options(Profile));
     ASSERT_EQ(next.Playlists().All().size(), 2u);
@@ -198,7 +198,7 @@ TEST_F(Playlists, ADamagedFileIsMovedAside) {
     }
     WriteWhole(file, R"({"playlists":[{"name":"Odd","entries":[{"file":""},7,{"file":"a"}]},7,{}]})");
     host::Host next(Options(Profile));
-    ASSERT_EQ(next.Playlists().All().size(), 1u);  // what can be read is
+    ASSERT_EQ(next.Playlists().All().size(), 1u);  // the valid entries are read
     EXPECT_EQ(Files(*next.Playlists().All()[0]), QStringList{"a"});
 }
 

@@ -1,4 +1,4 @@
-// The window over a storage of another kind than the podcasts.
+// The window over a storage that has nothing to do with podcasts.
 
 #include "FirstStartPage.h"
 #include "LoopbackServer.h"
@@ -58,7 +58,7 @@ TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     EXPECT_FALSE(TheWindow->findChild<FirstStartPage*>()->isVisible());
     EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
-    // The podcasts' words are theirs alone.
+    // The texts about podcasts are not used for other storages.
     EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search");
     EXPECT_TRUE(ShowsText("Entries: 3"));
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));

@@ -22,7 +22,7 @@ using namespace vexa::host;
 
 namespace {
 
-/// Cancels when told, and keeps how it ended.
+/// Cancels when told, and keeps the outcome.
 class Events final : public RefCountedObject<IVEXAHttpClientEvents> {
 public:
     Bool32 IsCancelled() noexcept override { return Cancels ? kTrue : kFalse; }
@@ -36,10 +36,10 @@ public:
     std::atomic<bool> Cancels = false;
     std::atomic<HResult> Result = 1;
     std::atomic<int> Count = 0;
-    QString Message;  // read when Count says so
+    QString Message;  // may be read once Count is not 0
 };
 
-/// Everything that can be an extension: answers for addresses that begin with its name.
+/// An extension of every kind, for addresses that begin with its name.
 class Extension final : public RefCountedObject<IVEXAExtensionAudioDecoderOld, IVEXAExtensionPlayerHook,
                                                 IVEXAExtensionFileInfoProvider, IVEXAExtensionAlbumArtProvider> {
 public:
@@ -102,7 +102,7 @@ protected:
     Ref<MemoryStream> Body{new MemoryStream};
 };
 
-/// A second of silence with tags and a picture.
+/// Writes a second of silence with tags and a picture, which is returned.
 QByteArray WriteWave(const QString& fileName) {
     QByteArray bytes(
         "RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0data\x40\x1f\0\0", 44);
@@ -202,7 +202,7 @@ TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
         if (!info) continue;
         Ref<IVEXAString> name;
         info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, name.PutVoid());
-        EXPECT_EQ(ToQString(name.Get()), c.File);  // what a hook makes of it stays inside
+        EXPECT_EQ(ToQString(name.Get()), c.File);  // not the address that a hook has replaced it by
     }
 }
 
@@ -217,7 +217,7 @@ TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
     Host.UnloadPlugins();
     Asked.clear();
     Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put());
-    EXPECT_TRUE(Asked.isEmpty());  // an extension is let go of everywhere
+    EXPECT_TRUE(Asked.isEmpty());  // every service has released its extensions
 }
 
 TEST_F(ServiceTest, ALocalFileSpeaksForItself) {

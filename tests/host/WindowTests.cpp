@@ -1,4 +1,4 @@
-// The window: its models over a storage of the tests' own, and the whole of it over the podcasts plug-in.
+// The window: its models over a test storage, and the whole window with the podcasts plug-in.
 
 #include "DetailsPane.h"
 #include "EpisodeStorage.h"
@@ -55,12 +55,12 @@ protected:
         Settle();
     }
     void Settle() {
-        // Whatever was asked for is answered in between.
+        // The reader answers everything that was asked for before.
         for (int i = 0; i < 2; ++i) Reader->CountNow({.Fields = {"Title"}});
         QCoreApplication::processEvents();
         ASSERT_TRUE(WaitUntil([&] { return !Pane->Model().IsBusy(); }));
     }
-    /// The ranges of rows that were asked for.
+    /// The ranges of rows that were read.
     QStringList Ranges() {
         QStringList ranges;
         for (const QString& asked : Storage->Asked())
@@ -80,7 +80,7 @@ protected:
     std::optional<TablePane> Pane;
 };
 
-/// The window with the plug-in, as the program starts it.
+/// The window with the plug-in, started as the program does.
 class Window : public HostTest {
 protected:
     void Start() {
@@ -139,9 +139,9 @@ TEST_F(Table, OnlyRowsInSightAreAsked) {
     EXPECT_EQ(Ranges(), QStringList("0,100"));
     Storage->Hold();
     QScrollBar* bar = Pane->View()->verticalScrollBar();
-    // The view lays its rows out later than the model has them.
+    // The view lays its rows out after the model has reported them.
     ASSERT_TRUE(WaitUntil([&] { return bar->maximum() > 4000 * Pane->View()->rowHeight(0); }));
-    bar->setValue(bar->maximum() / 4);  // scrolled past before it could be read
+    bar->setValue(bar->maximum() / 4);  // scrolled past before the rows can be read
     bar->setValue(bar->maximum());
     EXPECT_EQ(Pane->Model().index(4999, Pane->Model().ColumnOf("Title")).data().toString(), "…");
     Storage->LetThrough();
@@ -156,7 +156,7 @@ TEST_F(Table, AReloadKeepsWhereOneIs) {
     ASSERT_TRUE(Pane->ShowFile("episode://e2"));
     Pane->View()->selectionModel()->select(Pane->Model().index(Pane->Model().FindFile("episode://e4"), 0),
                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    // Rows come before them, one of them goes.
+    // Rows are inserted before the selected ones, then one of those is removed.
     Storage->Episodes.insert(Storage->Episodes.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
     QSignalSpy shown(&Pane->Model(), &TableModel::Shown);
     Pane->Model().Reload();
@@ -166,7 +166,7 @@ TEST_F(Table, AReloadKeepsWhereOneIs) {
     std::erase_if(Storage->Episodes, [](const auto& episode) { return episode.ID == "e2"; });
     Pane->Model().Reload();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5; }));
-    EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // what stands in its place
+    EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // the row that took its place
 }
 
 TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
@@ -176,9 +176,9 @@ TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
     const auto asked = Storage->Asked().size();
     QSignalSpy resets(&Pane->Model(), &QAbstractItemModel::modelReset);
     Pane->Model().SetQuery({.Fields = {}, .Search = "i"});
-    Storage->WaitUntilAsked(static_cast<int>(asked) + 1);  // the storage has it already
+    Storage->WaitUntilAsked(static_cast<int>(asked) + 1);  // the storage is being asked already
     Pane->Model().SetQuery({.Fields = {}, .Where = {{"Title", IVEXAMLFieldFilter::Equals, QString("Fog")}}});
-    EXPECT_EQ(Pane->Model().rowCount(), before);  // nothing flickers meanwhile
+    EXPECT_EQ(Pane->Model().rowCount(), before);  // the old rows stay meanwhile
     Storage->LetThrough();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 1; }));
     EXPECT_EQ(Pane->Model().File(0), "episode://e3");
@@ -240,7 +240,7 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
               "Published");
     Host.Language().Switch("German");
     EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
-    // What has a focus says what it is.
+    // Everything that can have the focus has an accessible name.
     for (const QWidget* widget : TheWindow->findChildren<QWidget*>())
         if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() &&
             widget->accessibleName().isEmpty())
@@ -301,12 +301,12 @@ TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
 
     TheWindow->Open({"podcast://127.0.0.1:9/1.mp3"});
     EXPECT_EQ(Host.Player().FileName(), "podcast://127.0.0.1:9/1.mp3");
-    TheWindow->Open({WriteFeed()});  // a document of this machine, without a question
+    TheWindow->Open({WriteFeed()});  // a local document is subscribed without asking
     EXPECT_EQ(subscribed.count(), 2);
     for (const QString& wrong : {u"gopher://example.org"_s, Profile.File("none")}) TheWindow->Open({wrong});
     const auto* box = TheWindow->findChild<QMessageBox*>();
     ASSERT_TRUE(box && box->isVisible());
-    EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // the one box says both
+    EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // one box for both
 }
 
 TEST_F(Window, WhichOfThePagesFeedsIsMeantIsAsked) {

@@ -62,13 +62,13 @@ TEST_F(MenuItems, ShowingTheFirstUpdatesAllThatAreLeft) {
     };
     EXPECT_EQ(std::count_if(menu.begin(), menu.end(), hasOnShow), 1);
     EXPECT_TRUE(hasOnShow(menu[0]));
-    menu[1]->SetValueAsObject(IVEXAMenuItem::Event, nullptr);  // which ends the command
+    menu[1]->SetValueAsObject(IVEXAMenuItem::Event, nullptr);  // destroys the command
     for (const bool isReadable : {true, false}) {
         TheController->IsReadable = isReadable;
         Host.Menus().PrepareToShow(*Host.Menus().BuiltIn(kMenuLibrary));
         EXPECT_EQ(Host.Menus().IsVisible(*menu[2]) && Host.Menus().IsEnabled(*menu[2]), isReadable);
-        EXPECT_EQ(TheController->GetFiles().Count(), isReadable ? 1 : 0);        // never a part of them
-        EXPECT_EQ(Host.Menus().Trigger(*menu[2]), isReadable ? S_OK : E_ABORT);  // what it throws stays inside
+        EXPECT_EQ(TheController->GetFiles().Count(), isReadable ? 1 : 0);        // all or none
+        EXPECT_EQ(Host.Menus().Trigger(*menu[2]), isReadable ? S_OK : E_ABORT);  // an exception does not reach the host
     }
 }
 

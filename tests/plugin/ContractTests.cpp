@@ -1,5 +1,5 @@
-// What the plug-in promises to any host: answers to calls that lack something, rows and filters at their edges, and an
-// end at any moment.
+// The plug-in's promises to any host: results for missing arguments, rows and filters at their limits, and unloading at
+// any moment.
 
 #include "FileInfo.h"
 #include "Filters.h"
@@ -15,7 +15,7 @@
 namespace tests {
 namespace {
 
-/// The host's core, which keeps what is registered with it.
+/// A wrapper of the host's core that records the registered extensions.
 class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(IVEXACore& core, std::int32_t sdk = kSdkMajor) : FCore(&core), FSdk(sdk) {}
@@ -46,7 +46,7 @@ public:
 private:
     const Ref<IVEXACore> FCore;
     const std::int32_t FSdk;
-    std::vector<Ref<IUnknown>> FExtensions;  // the newest first
+    std::vector<Ref<IUnknown>> FExtensions;  // newest first
 };
 
 class Contract : public HostTest, public host::MusicLibraryListener {
@@ -76,7 +76,7 @@ protected:
     void OnTasksChanged(const QString& id) override {
         Call(Host.Library().Tasks(id).empty() ? "BackgroundTaskFinished" : "BackgroundTaskStarted");
     }
-    /// The host's user closes the window inside the operation of that name.
+    /// Finalises the plug-in if `operation`, which is being called by it, is the one in EndsIn.
     void Call(const std::string& operation) {
         if (operation != EndsIn) return;
         EndsIn.clear();
@@ -183,7 +183,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     EXPECT_EQ(host::ToQString(address.Get()), "podcast://h/1.mp3");
     const host::LibraryStorage storage(Host.Library());
     EXPECT_EQ(storage.Field("State")->DisplayValues->GetDisplayValue(nullptr, &length), nullptr);
-    // Nothing is asked for in vain: an absent text is the empty one.
+    // A null text is treated as an empty one.
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
@@ -305,7 +305,7 @@ TEST_F(Contract, AHostOfOtherInterfacesIsRefused) {
     EXPECT_EQ(std::pair(major, minor), std::pair(kSdkMajor, kSdkMinor));
 }
 
-// ---- The end ----
+// ---- Unloading ----
 
 using Operation = std::function<void(const std::string& operation)>;
 
@@ -359,7 +359,7 @@ TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
             Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
         }
         ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
-        // It has ended once it can begin again.
+        // The plug-in has ended when it can be initialised again.
         Host.TheCore().FinalizeExtensions(0);
         Host.TheCore().RemoveExtensions(0);
         ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(TheCore.Get()) == S_OK; }));

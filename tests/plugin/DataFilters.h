@@ -1,5 +1,5 @@
 #pragma once
-// A host that makes filters, and short ways to fill them.
+// A host that makes filters, and short functions to fill them.
 
 #include "Filters.h"
 #include "Host.h"

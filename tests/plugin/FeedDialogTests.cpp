@@ -1,4 +1,4 @@
-// The dialogs for subscribing, editing and unsubscribing, as a user meets them.
+// The dialogs for subscribing, editing and unsubscribing, used as by a user.
 
 #include "DialogFixture.h"
 #include "LoopbackServer.h"

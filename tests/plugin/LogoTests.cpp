@@ -1,4 +1,4 @@
-// Feeds' logos, with a clock that the test moves.
+// The feeds' logos, with a clock that the test sets.
 
 #include "HostFixture.h"
 #include "LoopbackServer.h"
@@ -34,7 +34,7 @@ public:
     int Count = 0;
 };
 
-/// Feeds by number, whose logos are at "/" + number.
+/// Numbered feeds, whose logos are at "/" + number.
 class Logos : public HostTest {
 protected:
     Logos() {
@@ -62,7 +62,7 @@ protected:
     }
     void Serve(int number, const Response& logo) { Server.Serve(QString("/%1").arg(number), logo); }
     int Asked(int number = 1) const { return Server.Count(QString("/%1").arg(number)); }
-    /// The picture's bytes; empty without one.
+    /// The bytes of the picture; empty when there is none.
     static QByteArray Cover(int number = 1) {
         Ref<IVEXAImageContainer> image;
         const QString address = QString("podcast://h/%1.mp3").arg(number);
@@ -70,7 +70,7 @@ protected:
         return {static_cast<const char*>(image->GetData()), static_cast<qsizetype>(image->GetDataSize())};
     }
     qint64 LookedAt() { return Client->DB().GetLogoLook(1)->Time; }
-    /// Until feed 1 has been looked at, at the clock's present time.
+    /// Waits until the logo of feed 1 was checked at the clock's present time.
     bool WaitForLook() {
         return tests::WaitUntil([this] { return LookedAt() == Seconds; });
     }
@@ -194,7 +194,7 @@ TEST_F(Logos, OfOneServerAreAskedForThreeAtATimeAndHoldUpNoOther) {
     Seconds += kWeek + 1;
     for (int i = 1; i <= kOther; ++i) EXPECT_EQ(Cover(i), Red);
     EXPECT_TRUE(tests::WaitUntil([&] { return Server.Paths().size() >= 3 && Cover(kOther) == Blue; }));
-    for (int i = 1; i <= kOfServer; ++i) EXPECT_EQ(Cover(i), Red);  // which asks for none once more
+    for (int i = 1; i <= kOfServer; ++i) EXPECT_EQ(Cover(i), Red);  // must not ask for any of them again
     EXPECT_EQ(Server.Paths().size(), 3);
     for (int i = 1; i <= kOfServer; ++i) Server.Release(QString("/%1").arg(i));
     for (int i = 1; i <= kOfServer; ++i) EXPECT_TRUE(tests::WaitUntil([&] { return Cover(i) == Blue; })) << i;

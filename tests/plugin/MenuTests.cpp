@@ -1,4 +1,4 @@
-// The commands, of a plug-in that is loaded, in the host's own menus.
+// The commands of the loaded plug-in in the host's menus.
 
 #include "EpisodeStorage.h"
 #include "ObjectList.h"
@@ -43,7 +43,7 @@ protected:
         EXPECT_EQ(Host.Menus().IsVisible(*item), Host.Menus().IsEnabled(*item)) << action.toStdString();
         return Host.Menus().IsVisible(*item);
     }
-    /// Selects in the library, and shows the menus.
+    /// Sets the library's selection, and prepares the menus.
     void Select(const QStringList& nodes, const QStringList& files = {}, std::optional<QString> focused = {}) {
         const auto selection = std::make_shared<host::FixedSelection>();
         selection->Provider = host::LibraryStorage(Host.Library()).Presets().front().Provider;
@@ -65,7 +65,7 @@ TEST_F(MenuCommands, TheSelectedNodeSaysWhichFeedAndWhatASmartPlaylistFollows) {
     const struct {
         QStringList Nodes;
         bool IsFeed;
-        QString Conditions;  // empty: no playlist
+        QString Conditions;  // empty if no playlist can be made
         int Operation = IVEXAMLGroupFilter::Or;
     } cases[] = {
         {{}, false, ""},
@@ -123,12 +123,12 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     const auto states = Host.Menus().Children(*Find("MarkAs"));
     ASSERT_EQ(states.size(), 3u);
     EXPECT_EQ(Host.Menus().Caption(*states[0]), "Listened");
-    Host.Selection().SetModel(nullptr);  // what was selected when the menu was shown is what counts
+    Host.Selection().SetModel(nullptr);  // the selection at the time when the menu was shown counts
     Host.Menus().Trigger(*states[2]);
     for (const QString& uri : kURIs)
         EXPECT_TRUE(tests::WaitUntil([&] { return DB.GetEpisode(uri)->State == podcasts::pesPostponed; }));
 
-    // Only what is called listened is told, so that it begins anew.
+    // The player is told only about episodes marked as listened, whose positions it forgets.
     QStringList heard;
     Host.Messages().Handle(kMsgFilesHeard, [&](std::int32_t, void* names) {
         return heard = host::ToQStringList(static_cast<IVEXAObjectList*>(names)), S_OK;
@@ -165,7 +165,7 @@ TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
         EXPECT_EQ(saysDelete("CachedFilesControl"), isCached) << files.join(u' ').toStdString();
     }
 
-    // In a playlist a group's heading may have the focus; what is not selected has none.
+    // In a playlist the heading of a group may have the focus. Entries that are not selected do not count as focused.
     const auto playlist = Host.Playlists().Create("P", true);
     playlist->Add({kURIs[1], kURIs[0]});
     playlist->Describe({{kURIs[0], {"1", "Tides"}}, {kURIs[1], {"2", "Tides"}}});
@@ -191,7 +191,7 @@ TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {
 
 TEST_F(MenuCommands, DoNothingOnceThePluginHasEnded) {
     Select({kFeedNode}, {kURIs[0]});
-    std::vector<Ref<IVEXAActionEvent>> events;  // of a host that keeps them too long
+    std::vector<Ref<IVEXAActionEvent>> events;  // kept longer than the plug-in, as by a careless host
     for (const int menu : {kMenuLibraryTable, kMenuLibraryTree})
         for (const Item& item : Host.Menus().Children(*Host.Menus().BuiltIn(menu)))
             for (const int property : {IVEXAMenuItem::OnShow, IVEXAMenuItem::Event})

@@ -1,4 +1,4 @@
-// The settings page inside a dialog of the host's.
+// The settings page inside the host's options dialog.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
@@ -158,7 +158,7 @@ TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
 }
 
 TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
-    // Its edit can have the focus, too, and gives it to the box.
+    // The line edit inside a spin box can have the focus, too, and passes it on to the box.
     auto* const number = new QSpinBox(&On<QGroupBox>("GB3"));
     number->setObjectName("number");
     number->show();

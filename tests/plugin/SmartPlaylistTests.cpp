@@ -1,4 +1,4 @@
-// Smart playlists of the selected node, with hosts that refuse.
+// Smart playlists of the selected node, also with hosts that refuse.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Menus.h"
@@ -27,7 +27,7 @@ class PlainPlaylist final : public RefCountedObject<IVEXAPlaylist> {
     HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
 };
 
-/// One that takes none of them.
+/// A playlist whose properties cannot be set.
 class FixedPlaylist final : public Implements<TVEXAPropertyList, IVEXAPlaylist> {
     HResult GetFiles(std::uint32_t, IVEXAObjectList**) noexcept override { return E_FAIL; }
     HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
@@ -48,7 +48,7 @@ private:
     const Step FRefused;
 };
 
-/// Refuses at one step.
+/// A playlist service that refuses one step.
 class Playlists final : public RefCountedObject<IVEXAServicePlaylistManager2> {
 public:
     explicit Playlists(Step refused) : FRefused(refused) {}

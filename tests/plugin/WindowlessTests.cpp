@@ -1,4 +1,4 @@
-// The plug-in in a program that can show no windows.
+// The plug-in in a program that cannot show windows.
 
 #include "Host.h"
 #include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"

@@ -60,8 +60,8 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     EXPECT_LE(Links(kLink + "f title='" + QByteArray(100'000, 'x') + "'>").size(), 400);
     EXPECT_EQ(Links(kLink + QByteArray(100'000, 'x') + ">"), "");
     EXPECT_EQ(Links(kLink + "f>" + QByteArray(5'000'000, 'x') + kLink + "g>"), "https://h/dir/f");
-    // Elements that are never closed, end tags of none: each of these would be looked for among all that are open.
-    // Attributes: each is compared with all before it.
+    // Elements that are never closed, and end tags without an element, each of which would be searched for among all
+    // open elements. Many attributes, each of which is compared with all before it.
     QByteArray attributes;
     for (int i = 0; i < 150'000; ++i) attributes += " a" + QByteArray::number(i, 36);
     const QByteArray pages[] = {

@@ -56,7 +56,7 @@ protected:
         for (int server = 0; server < kServers; ++server) count += Requests(server);
         return count;
     }
-    /// Whether so many requests come, and then no more.
+    /// Whether `count` requests come, and then no more.
     bool ComeTo(int count) {
         if (!tests::WaitUntil([&] { return AllRequests() >= count; })) return false;
         std::this_thread::sleep_for(150ms);
@@ -79,7 +79,7 @@ TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsT
     EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
     EXPECT_TRUE(ComeTo(13));
     EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
-    // What is not wanted any more makes room, too.
+    // A transfer that is not wanted any more makes room, too.
     Want({Servers[4].Url("/7")});
     EXPECT_TRUE(ComeTo(14));
     EXPECT_EQ(Servers[4].Count("/7"), 1);
@@ -103,7 +103,7 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
     const HttpErrorInfo outcome = Take(addresses[0]);
     EXPECT_EQ(outcome.Message, "the server did not answer in time");
     EXPECT_TRUE(outcome.MayPass);
-    // Its server's other addresses fail with it, until it is asked once more.
+    // The server's other addresses fail with it, until the server is asked again.
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
     const int asked = Requests(0);
     Want({addresses[9]});
@@ -130,7 +130,7 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     std::this_thread::sleep_for(150ms);
     EXPECT_LE(AllRequests(), 3 + 12) << "those that are there, and those that are on their way";
     EXPECT_LE(ready(), 3);
-    // From the end, against the order in which they were begun.
+    // Taken from the end, in the reverse of the order in which they were begun.
     for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {
         const HttpFetched fetched = Fetcher->Take(*address, {});
         ASSERT_TRUE(fetched.Outcome.Succeeded()) << fetched.Outcome.Message.toStdString();

@@ -34,7 +34,7 @@ protected:
 TEST_F(Http, AFailureIsToldByItsKindItsStatusAndAMessage) {
     const Response digits = Response::Of("0123456789");
     const std::tuple<Response, Kind, int, const char*> rows[] = {
-        // the last is a part of the message
+        // answer, kind, status, part of the message
         {Response::Failure("404 Not Found"), Kind::Status, 404, "404 Not Found"},
         {Response::Failure("500 Out of tea"), Kind::Status, 500, "500 Out of tea"},
         {Response::Failure("503 "), Kind::Status, 503, "503 Service Unavailable"},
@@ -135,12 +135,13 @@ TEST_F(Http, EndsWhenACallbackRefusesAndKeepsWhatItThrows) {
 TEST_F(Http, BoundsADocumentByItsSizeAfterDecompression) {
     constexpr int kBound = 1024 * 1024;
     const auto serve = [&](int size) {
-        const QByteArray compressed = qCompress(QByteArray(size, ' ')).sliced(4);  // behind Qt's own head
+        const QByteArray compressed =
+            qCompress(QByteArray(size, ' ')).sliced(4);  // without the header that qCompress adds
         Server.Serve("/", Response::Of(compressed, "text/xml", "200 OK", "Content-Encoding: deflate\r\n"));
     };
     serve(kBound);
     EXPECT_EQ(HttpGetDocument(Server.Url("/"), kBound, {}).Body.size(), kBound);
-    serve(100 * kBound);  // on the wire a tenth of the bound
+    serve(100 * kBound);  // compressed, a tenth of the bound
     HttpGet request;
     request.Url = Server.Url("/");
     request.Compressed = true;

@@ -1,4 +1,4 @@
-// Proxies of the environment and of the desktop, on loopback.
+// Proxies from the environment and from the desktop, on loopback.
 
 #include "LoopbackServer.h"
 #include "VEXA.Runtime.DesktopProxies.h"
@@ -19,7 +19,7 @@ namespace {
 
 using tests::Response;
 
-/// No name here is resolved by anybody but a proxy.
+/// Only a proxy can resolve the host names used here.
 class Proxies : public testing::Test {
 protected:
     Proxies() {
@@ -111,7 +111,7 @@ TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
 }
 
 TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
-    // libcurl takes an upper-case HTTP_PROXY for no setting; what the toolkit asks takes it for one of the desktop's.
+    // libcurl ignores an upper-case HTTP_PROXY; the toolkit takes it for a setting of the desktop.
     SetDesktopProxySource({});
     qputenv("HTTP_PROXY", Proxy.Url({}).toUtf8());
     EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
@@ -138,7 +138,7 @@ public:
     }
 
     quint16 Port = 0;
-    QByteArray Asked;  // read it when the transfer has ended
+    QByteArray Asked;  // to be read after the transfer has ended
 
 private:
     void Talk(int client) {

@@ -44,7 +44,7 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     theirs.Write("P\\Untouched", "theirs");
     theirs.Write("P\\Missing", "theirs");
     theirs.Save();
-    mine.Write("P\\Untouched", "1");  // as it was read
+    mine.Write("P\\Untouched", "1");  // the value that was read
     mine.Write("P\\Missing", "default");
     mine.Write("P\\Changed", "mine");
     mine.Save();

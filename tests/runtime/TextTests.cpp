@@ -47,14 +47,14 @@ TEST(FormatString, ReplacesWhatItKnowsAndLeavesTheRest) {
         {"%Up(%Name%", "%Up(bob%Name%"},
         {"%Up%%Up(x)", "%Up%%Up(x)"}};
     const Greeter greeter;
-    const QString name = "bob%Name%";  // a value is never looked into
+    const QString name = "bob%Name%";  // macros in a value are not expanded
     for (const auto& [text, result] : rows) EXPECT_EQ(greeter.Evaluate(text, &name).toString(), result);
     const QString deep = QString("%Up(").repeated(20'000) + u"x" + QString(")%").repeated(20'000);
     EXPECT_FALSE(greeter.Evaluate(deep, &name).toString().isEmpty());
 }
 
 TEST(Dates, AreReadInTheFormsThatFeedsShow) {
-    // Without a moment: unreadable.
+    // An empty second text means that the date is invalid.
     const std::pair<QString, QString> mail[] = {{"  fri, 17 may 2024 09:05:07 +0200 ", "2024-05-17T07:05:07Z"},
                                                 {"Fri, 17 May 2024 09:05:07 -04:30", "2024-05-17T13:35:07Z"},
                                                 {"17 May 2024 09:05", "2024-05-17T09:05:00Z"},

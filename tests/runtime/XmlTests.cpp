@@ -30,12 +30,12 @@ TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
         {"<r>\x80\xE9</r>", "no-such-charset", euro},
         {"<?xml version='1.0' encoding='UTF-16'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<?xml version='1.0' encoding='Shift_JIS'?><r>\x83\x65</r>", {}, "\u30C6"},
-        // What shows that it is UTF-8 is, whatever is said of it.
+        // A document that is valid UTF-8 is read as such, whatever encoding is declared.
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "iso-8859-1", euro},
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "Shift_JIS", euro},
         {"<?xml version='1.0' encoding='windows-1251'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<r>\x1B$B%F\x1B(B</r>", "ISO-2022-JP", "\u30C6"},
-        // Only what is broken in UTF-8 is lost, a byte at a time.
+        // In UTF-8 with errors, only the invalid bytes are lost, one at a time.
         {"<r>\xE2\x82\xAC\xC3\xA9 caf\xE9</r>", {}, euro + " caf\uFFFD"},
         {"<?xml version='1.0' encoding='utf-8'?><r>\xE2\x82\xAC\xC3\xA9\xE6\x97</r>", {}, euro + "\uFFFD\uFFFD"},
         {"\xEF\xBB\xBF<r>\xE2\x82\xAC\xC3\xA9\xED\xA0\x80</r>", {}, euro + "\uFFFD\uFFFD\uFFFD"},
@@ -125,7 +125,7 @@ TEST(Xml, NeverTakesABeginningForADamagedDocument) {
         EXPECT_THROW(XmlDocument{document.first(size)}, XmlError) << document.first(size).toStdString();
     const QByteArray deep = "<r><3" + QByteArray("<a>").repeated(300) + QByteArray("</a>").repeated(300) + "</r>";
     EXPECT_THROW(XmlDocument{deep}, XmlError) << "deeper than the reader goes";
-    QByteArray attributes;  // each of which the reader compares with all before it
+    QByteArray attributes;  // the reader compares each with all before it
     for (int i = 0; i < 300'000; ++i) attributes += " a" + QByteArray::number(i, 36) + "='x'";
     const XmlDocument wide("<r><3<a" + attributes + "/><b>c</b></r>");
     EXPECT_EQ(wide.FindPath({"r", "a"}).Attribute("a1"), "x");

@@ -12,12 +12,12 @@ namespace tests {
 
 namespace {
 
-/// A blocking socket takes all bytes, or it is broken.
+/// False when the connection is broken; a blocking socket otherwise sends all bytes.
 bool SendAll(int socket, const QByteArray& bytes) {
     return send(socket, bytes.data(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL) == bytes.size();
 }
 
-/// The next request's head; empty when the peer is gone. No client sends a second request before the first's answer.
+/// The next request's head; empty when the peer is gone. Clients do not send a request before the previous answer.
 QByteArray ReceiveHead(int socket) {
     QByteArray head;
     while (!head.endsWith("\r\n\r\n")) {
@@ -25,7 +25,7 @@ QByteArray ReceiveHead(int socket) {
         const ssize_t received = recv(socket, block, sizeof block, 0);
         if (received <= 0) return {};
         head.append(block, received);
-        if (head[0] == '\x16') return {};  // the beginning of a TLS handshake (RFC 8446, 5.1), which it does not speak
+        if (head[0] == '\x16') return {};  // the beginning of a TLS handshake (RFC 8446, 5.1): TLS is not supported
     }
     return head;
 }
@@ -101,7 +101,7 @@ LoopbackServer::~LoopbackServer() {
     }
     shutdown(FListener, SHUT_RDWR);
     FAcceptor.join();
-    for (auto& connection : FConnections) connection.join();  // nobody adds any more
+    for (auto& connection : FConnections) connection.join();  // no lock: the acceptor, which adds to them, has ended
     close(FListener);
 }
 
