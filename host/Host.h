@@ -48,6 +48,9 @@ public:
     /// any more. Returns what could not be written and why; empty when everything was written.
     QString UnloadPlugins();
 
+    /// Switches, and keeps the choice for the next start. False, with all as it was, when there is no such language.
+    bool ChooseLanguage(const QString& language);
+
     QString ProfileFolder() const { return FProfileFolder; }
     Core& TheCore() noexcept { return *FCore; }
     MessageDispatcher& Messages() noexcept { return *FMessages; }

@@ -36,8 +36,12 @@ public:
     /// Takes over what other processes have set meanwhile; what was remembered for the next Save stays. Throws
     /// std::runtime_error.
     void Reload();
-    /// Writes what was remembered. Throws std::runtime_error.
+    /// Writes what was remembered, which counts as read from then on. Throws std::runtime_error.
     void Save();
+    bool HasChanges() const { return !FPending.isEmpty(); }
+    /// Another thread may save a copy of this object: `copied` is the object as it was then, `saved` the copy after its
+    /// Save. What was written counts as read; what was set here meanwhile stays for the next Save.
+    void TakeSaved(const SettingsFile& copied, const SettingsFile& saved);
 
     QString FileName() const { return FFileName; }
 

@@ -150,7 +150,7 @@ protected:
 enum HostMessage : std::uint32_t {
     kMsgGetMainWindow = 4118,  // a query; 2: WindowHandle*, filled with the main window's. E_FAIL without a window
     kMsgShowWindow = 4121,     // a command; 1: kWindowLibrary; 2: int32*, 0 shows the window, filled with its old value
-    kMsgPlaybackStarted = 8195,  // an event: another file has started to play
+    kMsgPlaybackStarted = 8195,  // an event: another file plays, and its position has begun to move
     kMsgLanguageChanged = 8209,  // an event: captions are to be read anew
     kMsgFilesHeard = 16385,      // an event: somebody called files heard; 2: IVEXAObjectList* of their names
 };

@@ -91,6 +91,7 @@ void MediaOutput::Start(const QString& source) {
     FPosition = FDuration = 0;
     FTarget.reset();
     FWantsPlaying = true;
+    FHasMoved = false;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
     FCanSeek = true;
@@ -293,7 +294,14 @@ void MediaOutput::HandleEnd() {
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
+    if (FHasPlayed || FDuration > 0) TellMoved();  // what is shorter than a tick
     Q_EMIT Ended();
+}
+
+void MediaOutput::TellMoved() {
+    if (std::exchange(FHasMoved, true)) return;
+    if (Moved) Moved();
+    Q_EMIT Begun();
 }
 
 /// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
@@ -409,8 +417,9 @@ void MediaOutput::Tick() {
         }
         return;
     }
+    const double before = std::exchange(FPosition, Position());
+    if (FHasPlayed && FPosition > before) TellMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
-    FPosition = Position();
     if (StandsAtItsEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }

@@ -61,6 +61,8 @@ Q_SIGNALS:
     void StateChanged();
     void PositionChanged(double seconds);
     void DurationChanged(double seconds);
+    /// The position has moved for the first time since Start. AudioOutput::Moved is called first.
+    void Begun();
     /// The source is about to be closed; Position() is still valid.
     void Closing();
     /// The source was played to its end.
@@ -80,6 +82,7 @@ private:
     void Handle(GstMessage* message);
     void HandleError(GstMessage* message);
     void HandleEnd();
+    void TellMoved();
     bool StandsAtItsEnd();
     void Prerolled();
     void AskDuration();
@@ -99,6 +102,7 @@ private:
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
     bool FCanSeek = true;     // false once a seek has failed
     bool FHasPlayed = false;  // since the last seek
+    bool FHasMoved = false;   // since Start
     int FTriesLeft = 0;       // of a seek that the source was not ready for
     QByteArray FUri;
     int FTicksAtEnd = 0;            // ticks at the end of the source without an end-of-stream message

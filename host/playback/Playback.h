@@ -21,6 +21,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <vector>
 
 namespace vexa::host {
@@ -124,8 +125,11 @@ Q_SIGNALS:
     void DurationChanged(double seconds);
     void SpeedChanged(double speed);
     void VolumeChanged(double volume);
-    /// Playback has stopped; Resume tries to go on. The message is in the user's language.
+    /// Playback has stopped; Resume tries to go on. The message is in the user's language, and names what failed.
     void Failed(const QString& message);
+    /// A file that was to follow by itself could not be played, and the next one is tried. Both texts are in the user's
+    /// language.
+    void Skipped(const QString& name, const QString& reason);
     /// There is a problem, but playback goes on. The message is in the user's language.
     void Warned(const QString& message);
     /// A file was heard to its end.
@@ -147,7 +151,12 @@ private:
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
+    void OnBegun();
     void OnEnded();
+    bool Advance();
+    bool SkipAhead(const QString& reason);
+    void GiveBackTaken();
+    void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
     void Remember();
@@ -166,8 +175,13 @@ private:
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     QString FError;
-    bool FHasEnded = false;      // the current file was heard to its end: its position is not saved
-    TaskHandle FDescribing = 0;  // 0 once the current file is described
+    bool FHasEnded = false;           // the current file was heard to its end: its position is not saved
+    QString FTried;                   // the file that was started last
+    bool FIsAdvancing = false;        // FTried was started by Next or by itself, and nothing was heard of it yet
+    int FSkips = 0;                   // files skipped since something was heard
+    QStringList FTaken;               // taken from UpNext since something was heard
+    TaskHandle FDescribing = 0;       // 0 once the current file is described
+    std::vector<TaskHandle> FNaming;  // tasks that find names of skipped files; may contain ended ones
 };
 
 }  // namespace vexa::host

@@ -29,8 +29,9 @@ public:
 
     /// Shows the tasks of a storage; null for none. Call it again whenever tasks began or ended.
     void Update(const LibraryStorage* storage);
-    /// Adds problems of a task of the window itself.
+    /// AddProblems replaces the problems of the window's own tasks, AddProblem adds one to them.
     void AddProblems(std::vector<TaskProblem> problems);
+    void AddProblem(TaskProblem problem);
     void Localize();
     void OnThemeChanged();
 
