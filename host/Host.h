@@ -48,7 +48,8 @@ public:
     /// any more. Returns what could not be written and why; empty when everything was written.
     QString UnloadPlugins();
 
-    /// Switches, and keeps the choice for the next start. False, with all as it was, when there is no such language.
+    /// Switches the language and stores the choice for the next start. False, with nothing changed, when there is no such
+    /// language.
     bool ChooseLanguage(const QString& language);
 
     QString ProfileFolder() const { return FProfileFolder; }

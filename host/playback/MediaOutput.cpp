@@ -294,7 +294,7 @@ void MediaOutput::HandleEnd() {
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
-    if (FHasPlayed || FDuration > 0) TellMoved();  // what is shorter than a tick
+    if (FHasPlayed || FDuration > 0) TellMoved();  // for sources shorter than a tick
     Q_EMIT Ended();
 }
 

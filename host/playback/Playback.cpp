@@ -22,7 +22,7 @@ constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kMoment = 5;  // seconds; after that Previous() goes to the beginning of the current file
 constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
-constexpr int kMostSkips = 3;  // in a row: then it is not the entries that something is wrong with
+constexpr int kMostSkips = 3;  // in a row; if more files fail, the problem is not in the files
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
@@ -47,7 +47,7 @@ private:
 /// Describes the current file on a worker thread, because a provider that knows the file may have to wait for its data.
 class Playback::DescribeTask final : public Task {
 public:
-    /// `tell` is called on the main thread, if `owner` is still there.
+    /// `tell` is called on the main thread, if `owner` still exists.
     DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner,
                  std::function<void(const NowPlaying& described)> tell)
         : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner), FTell(std::move(tell)) {}
@@ -140,7 +140,7 @@ void Playback::Play(const QString& named) {
     if (named.isEmpty()) return;
     // Its position is stored by the present address; by an older one the file would start from its beginning.
     const QString address = FHost.Addresses().Present(named);
-    OnBegun();  // whatever was skipped before is done with
+    OnBegun();  // the user has chosen a file, so earlier skips do not count any more
     if (address == FCurrent.Address && !FHasEnded)
         Resume();
     else
@@ -248,7 +248,7 @@ void Playback::OnBegun() {
     FTaken.clear();
 }
 
-/// Whether what comes after an entry that failed was tried instead.
+/// If the file that failed was started by Next or by itself, starts the file after it. False when it does not.
 bool Playback::SkipAhead(const QString& reason) {
     if (!FIsAdvancing || FSkips == kMostSkips) return false;
     const QString failed = FTried, next = TakeNext();
@@ -259,7 +259,7 @@ bool Playback::SkipAhead(const QString& reason) {
     return true;
 }
 
-/// What was skipped because nothing could be played, such as without a network, is not lost.
+/// Puts skipped files back into UpNext when nothing could be played, as without a network, so that they are not lost.
 void Playback::GiveBackTaken() {
     if (FIsAdvancing && !FTaken.isEmpty()) SetUpNext(FTaken + UpNext());
     OnBegun();

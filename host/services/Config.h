@@ -12,8 +12,8 @@
 
 namespace vexa::host {
 
-/// What is set is on the disk a second later, written by another thread: no end of the program loses more. Numbers are
-/// written in decimal, Booleans as 1 and 0, streams in base64.
+/// A second after a value was set, a worker thread writes the file, so that even a crash loses no more than that second.
+/// Numbers are written in decimal, Booleans as 1 and 0, streams in base64.
 class ConfigService final : public RefCountedObject<IVEXAServiceConfig> {
 public:
     /// Reads the file, which may be missing. Throws std::runtime_error when the file exists but cannot be read.
@@ -48,13 +48,14 @@ private:
     HResult Set(IVEXAString* keyPath, const QString& value);
     class SaveTask;
     void SaveInBackground();
-    /// `saved` is null when that failed.
+    /// Called on the main thread after SaveInBackground. `copied` is the file as it was then, `saved` the copy after it
+    /// was written; null when writing failed.
     void OnSaved(const SettingsFile& copied, const SettingsFile* saved);
 
     SettingsFile FFile;
     QTimer FSaver;
-    TaskHandle FSaving = 0;                       // 0 while none is
-    const std::shared_ptr<ConfigService*> FSelf;  // null when this object is gone; looked at on the main thread only
+    TaskHandle FSaving = 0;                       // 0 while no task is saving
+    const std::shared_ptr<ConfigService*> FSelf;  // null once this object is destroyed; used on the main thread only
 };
 
 }  // namespace vexa::host

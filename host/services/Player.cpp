@@ -97,7 +97,7 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
             SetError(error, resolved.Result, resolved.Message);
             return resolved.Result;
         }
-        // What broke off and goes on is heard already.
+        // A file that is resumed after a failure was reported as heard before.
         if (name != FFileName) FHasMoved = false;
         FFileName = name;
         FSource = resolved.Source;

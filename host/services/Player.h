@@ -20,8 +20,8 @@ public:
     virtual void Start(const QString& source) = 0;
     virtual void Stop() = 0;
 
-    /// The output calls it when the position of what it plays has moved for the first time since Start: only then is it
-    /// known that the file can be played. It may be called from within Start.
+    /// Called by the output when the position has moved for the first time since Start: only then it is known that the
+    /// source can be played. May be called from within Start.
     std::function<void()> Moved;
 };
 
@@ -45,8 +45,8 @@ public:
 
     /// Stops, and replaces the output. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
-    /// `listener` is called when another file was given to the output, or the same one once more. Plug-ins are told by
-    /// a message, and not before the file is heard. Null for none. Main thread.
+    /// Sets the listener that is called whenever a file was given to the output, even the same file again; null for none.
+    /// Plug-ins get a message instead, and only once the file is heard. Main thread.
     void SetStartListener(std::function<void()> listener) { FStarted = std::move(listener); }
     AudioOutput& Output() noexcept { return *FOutput; }
 
@@ -90,7 +90,7 @@ private:
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;
     std::function<void()> FStarted;
     QString FFileName, FSource;
-    bool FHasMoved = false;  // and the plug-ins know that the file plays
+    bool FHasMoved = false;  // the position has moved, and the plug-ins were told that the file plays
 };
 
 }  // namespace vexa::host

@@ -63,5 +63,5 @@ protected:
 
     std::optional<host::Playback> Player;
     QStringList Errors, Warnings, Heard, Skipped;
-    int Started = 0;  // as plug-ins were told
+    int Started = 0;  // number of messages that a file plays
 };
