@@ -294,11 +294,11 @@ void MediaOutput::HandleEnd() {
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
-    if (FHasPlayed || FDuration > 0) TellMoved();  // for sources shorter than a tick
+    if (FHasPlayed || FDuration > 0) NotifyMoved();  // for sources shorter than a tick
     Q_EMIT Ended();
 }
 
-void MediaOutput::TellMoved() {
+void MediaOutput::NotifyMoved() {
     if (std::exchange(FHasMoved, true)) return;
     if (Moved) Moved();
     Q_EMIT Begun();
@@ -418,7 +418,7 @@ void MediaOutput::Tick() {
         return;
     }
     const double before = std::exchange(FPosition, Position());
-    if (FHasPlayed && FPosition > before) TellMoved();
+    if (FHasPlayed && FPosition > before) NotifyMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
     if (StandsAtItsEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);

@@ -46,7 +46,7 @@ public:
     /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
 
-    State TheState() const noexcept { return FState; }
+    State CurrentState() const noexcept { return FState; }
     /// The last problem of the last Start and of the playback that it started.
     Problem LastProblem() const noexcept { return FProblem; }
     void ForgetProblem() noexcept { FProblem = Problem::None; }
@@ -82,7 +82,7 @@ private:
     void Handle(GstMessage* message);
     void HandleError(GstMessage* message);
     void HandleEnd();
-    void TellMoved();
+    void NotifyMoved();
     bool StandsAtItsEnd();
     void Prerolled();
     void AskDuration();

@@ -28,7 +28,7 @@ Q_SIGNALS:
 
 private:
     friend class MprisPlayer;
-    void TellChanged(const QVariantMap& properties);
+    void NotifyChanged(const QVariantMap& properties);
 
     QDBusConnection FBus;
     QString FName;
@@ -37,9 +37,9 @@ private:
 class MprisRoot final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2")
-    Q_PROPERTY(bool CanQuit READ Yes CONSTANT)
-    Q_PROPERTY(bool CanRaise READ Yes CONSTANT)
-    Q_PROPERTY(bool HasTrackList READ No CONSTANT)
+    Q_PROPERTY(bool CanQuit READ Supported CONSTANT)
+    Q_PROPERTY(bool CanRaise READ Supported CONSTANT)
+    Q_PROPERTY(bool HasTrackList READ Unsupported CONSTANT)
     Q_PROPERTY(QString Identity READ Identity CONSTANT)
     Q_PROPERTY(QString DesktopEntry READ DesktopEntry CONSTANT)
     Q_PROPERTY(QStringList SupportedUriSchemes READ Schemes)
@@ -48,8 +48,8 @@ public:
     MprisRoot(Mpris& owner, const Playback& playback)
         : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {}
 
-    bool Yes() const { return true; }
-    bool No() const { return false; }
+    bool Supported() const { return true; }
+    bool Unsupported() const { return false; }
     QString Identity() const { return QStringLiteral("vexa"); }
     QString DesktopEntry() const { return QStringLiteral("org.vexa_podcasts.Vexa"); }
     QStringList Schemes() const { return FPlayback.Schemes(); }
@@ -95,7 +95,7 @@ public:
     qlonglong Position() const;
     bool CanGoNext() const { return FPlayback.HasNext(); }
     bool HasTrack() const { return !FPlayback.Current().Address.isEmpty(); }
-    bool CanPlay() const { return HasTrack() || !FPlayback.Left().Begun().empty(); }
+    bool CanPlay() const { return HasTrack() || !FPlayback.SavedPositions().Begun().empty(); }
     bool CanControl() const { return true; }
 
 public Q_SLOTS:
@@ -114,7 +114,7 @@ Q_SIGNALS:
 
 private:
     QDBusObjectPath Track() const;
-    void TellTrack();
+    void NotifyTrack();
 
     Mpris& FOwner;
     Playback& FPlayback;

@@ -157,7 +157,7 @@ void Playback::Start(const QString& address) {
 }
 
 void Playback::Resume() {
-    switch (TheState()) {
+    switch (CurrentState()) {
         case State::Paused:
             return FOutput->Play();
         case State::Failed:
@@ -379,14 +379,14 @@ void Playback::OnEnded() {
     Q_EMIT PositionsChanged();
     Q_EMIT Finished(address);
     if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started another file, or jumped back
-    const bool sleeps = FSleep.TheMode() == SleepTimer::Mode::AtEnd;
+    const bool sleeps = FSleep.CurrentMode() == SleepTimer::Mode::AtEnd;
     if (sleeps) FSleep.Cancel();
     if (sleeps || !Advance()) Stop();
     SaveSoon();
 }
 
 void Playback::OnState() {
-    const State state = TheState();
+    const State state = CurrentState();
     if (state == State::Playing)
         FSaver.start();
     else
@@ -400,7 +400,7 @@ void Playback::OnState() {
 }
 
 void Playback::Remember() {
-    if (FHasEnded || FCurrent.Address.isEmpty() || TheState() == State::Stopped) return;
+    if (FHasEnded || FCurrent.Address.isEmpty() || CurrentState() == State::Stopped) return;
     FPositions.Leave(FCurrent.Address, Position(), Duration());
     Q_EMIT PositionsChanged();
 }

@@ -56,8 +56,8 @@ public:
     /// Stops, and saves the position.
     ~Playback() override;
 
-    State TheState() const { return FOutput->TheState(); }
-    bool IsPlaying() const { return TheState() == State::Playing || TheState() == State::Loading; }
+    State CurrentState() const { return FOutput->CurrentState(); }
+    bool IsPlaying() const { return CurrentState() == State::Playing || CurrentState() == State::Loading; }
     const NowPlaying& Current() const noexcept { return FCurrent; }
     double Position() const { return FOutput->Position(); }
     /// Seconds; 0 while the duration is unknown.
@@ -69,7 +69,7 @@ public:
     int SkipBackBy() const;
     int SkipForwardBy() const;
     /// Where each file was left, which includes the files to continue listening to.
-    const Positions& Left() const noexcept { return FPositions; }
+    const Positions& SavedPositions() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
     /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
     QStringList Schemes() const;

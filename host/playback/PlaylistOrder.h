@@ -15,8 +15,8 @@ public:
     PlaylistOrder(const PlaylistOrder&) = delete;
     PlaylistOrder& operator=(const PlaylistOrder&) = delete;
 
-    QString After(const QString& address) override { return Beside(address, 1); }
-    QString Before(const QString& address) override { return Beside(address, -1); }
+    QString After(const QString& address) override { return NeighbourOf(address, 1); }
+    QString Before(const QString& address) override { return NeighbourOf(address, -1); }
 
 private:
     struct Neighbours {
@@ -24,14 +24,14 @@ private:
         bool operator==(const Neighbours&) const = default;
     };
 
-    void OnPlaylistsChanged() override { TellIfChanged(); }
+    void OnPlaylistsChanged() override { NotifyIfChanged(); }
     void OnPlaylistChanged(Playlist& playlist) override;
-    QString Beside(const QString& address, int step) const;
-    void TellIfChanged();
+    QString NeighbourOf(const QString& address, int step) const;
+    void NotifyIfChanged();
 
     Playback& FPlayback;
     PlaylistManager& FPlaylists;
-    Neighbours FTold;  // as of the last change of the playlists
+    Neighbours FLastNeighbours;  // as of the last change of the playlists
 };
 
 }  // namespace vexa::host

@@ -114,7 +114,7 @@ QByteArray Positions::ToJson() const {
         begun += QJsonObject{{kAddress, one.Address},
                              {kPosition, one.Position},
                              {kDuration, one.Duration},
-                             {kWhen, static_cast<double>(one.When)}};
+                             {kWhen, static_cast<double>(one.LeftAt)}};
     QJsonObject speeds;
     for (auto speed = FSpeeds.begin(); speed != FSpeeds.end(); ++speed) speeds.insert(speed.key(), speed.value());
     const QJsonObject json{{kBegun, begun}, {kSpeeds, speeds}, {kUpNext, QJsonArray::fromStringList(FUpNext)}};

@@ -21,7 +21,7 @@ namespace vexa::host {
 struct HeardFile {
     QString Address;
     double Position = 0, Duration = 0;  // seconds; a duration of 0 is unknown
-    qint64 When = 0;  // when it was left, in ms since 1970 by the clock of that time; only for display
+    qint64 LeftAt = 0;  // when it was left, in ms since 1970 by the clock of that time; only for display
 };
 
 class Positions {

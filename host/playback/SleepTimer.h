@@ -16,7 +16,7 @@ public:
 
     SleepTimer();
 
-    Mode TheMode() const noexcept { return FMode; }
+    Mode CurrentMode() const noexcept { return FMode; }
     /// The time left; 0 unless the mode is AfterTime.
     std::chrono::milliseconds Remaining() const;
 

@@ -211,7 +211,7 @@ TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
     EXPECT_EQ(Player->UpNext(), QStringList({a, b}));
     model.Remove({model.index(1), model.index(4)});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"b"_s}));
-    EXPECT_EQ(Player->Left().Find(b), nullptr);
+    EXPECT_EQ(Player->SavedPositions().Find(b), nullptr);
 }
 
 /// A plug-in's file information, which can be made to block.
@@ -248,7 +248,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     };
     const auto begun = [this] {
         QStringList addresses;
-        for (const auto& one : Player->Left().Begun()) addresses += one.Address;
+        for (const auto& one : Player->SavedPositions().Begun()) addresses += one.Address;
         return addresses;
     };
     leave(d, 10);
@@ -270,7 +270,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(c, b);
     ASSERT_TRUE(settle());
     EXPECT_EQ(begun(), QStringList{b});
-    EXPECT_GE(Player->Left().Find(b)->Position, 30);
+    EXPECT_GE(Player->SavedPositions().Find(b)->Position, 30);
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', b, a + u'2'}));
 
     Mpris mpris(*Player);
@@ -286,7 +286,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(b, b + u'2');
     ASSERT_TRUE(settle());
     EXPECT_EQ(states.count(), 0);
-    EXPECT_EQ(Player->TheState(), State::Playing);
+    EXPECT_EQ(Player->CurrentState(), State::Playing);
     EXPECT_EQ(Host.Player().FileName(), b + u'2');
     EXPECT_EQ(track()[u"xesam:url"_s].toString(), b + u'2');
     EXPECT_EQ(track()[u"mpris:trackid"_s].value<QDBusObjectPath>(),

@@ -58,7 +58,7 @@ protected:
         return file;
     }
     bool WaitFor(State state) {
-        return tests::WaitUntil([&] { return Player->TheState() == state; }, std::chrono::seconds(20));
+        return tests::WaitUntil([&] { return Player->CurrentState() == state; }, std::chrono::seconds(20));
     }
 
     std::optional<host::Playback> Player;

@@ -53,9 +53,9 @@ TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
     EXPECT_EQ(Player->Current().Address, QString());
 
     Open();
-    ASSERT_EQ(Player->Left().Begun().size(), 1u);
-    EXPECT_EQ(Player->Left().Begun()[0].Address, file);
-    EXPECT_NEAR(Player->Left().Begun()[0].Duration, 30, 0.01);
+    ASSERT_EQ(Player->SavedPositions().Begun().size(), 1u);
+    EXPECT_EQ(Player->SavedPositions().Begun()[0].Address, file);
+    EXPECT_NEAR(Player->SavedPositions().Begun()[0].Duration, 30, 0.01);
     Player->PlayOrPause();  // starts the file heard last
     EXPECT_GT(Player->Position(), 20.2);
     ASSERT_TRUE(WaitFor(State::Playing));
@@ -70,7 +70,7 @@ TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
     Player->Resume();
     ASSERT_TRUE(WaitFor(State::Stopped));
     EXPECT_EQ(Heard, QStringList{file});
-    EXPECT_TRUE(Player->Left().Begun().empty());
+    EXPECT_TRUE(Player->SavedPositions().Begun().empty());
     Player->Play(file);
     EXPECT_EQ(Player->Position(), 0);
     EXPECT_TRUE(Errors.isEmpty());
@@ -84,13 +84,13 @@ TEST_F(PlaybackTest, WhatSomebodyCallsHeardBeginsAnew) {
         ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.1; }));
         Player->Pause();
     }
-    ASSERT_EQ(Player->Left().Begun().size(), 2u);
+    ASSERT_EQ(Player->SavedPositions().Begun().size(), 2u);
     Host.Messages().Send(kMsgFilesHeard, 0, MakeStringList({left, open}).Get());
-    EXPECT_TRUE(Player->Left().Begun().empty());
+    EXPECT_TRUE(Player->SavedPositions().Begun().empty());
     EXPECT_EQ(Player->Save(), "");  // must not store the position of the open file again
 
     Open();
-    EXPECT_TRUE(Player->Left().Begun().empty());
+    EXPECT_TRUE(Player->SavedPositions().Begun().empty());
     Player->Play(open);
     EXPECT_EQ(Player->Position(), 0);
 }
@@ -193,7 +193,7 @@ TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
     ASSERT_TRUE(WaitFor(State::Playing));
     Player->Sleep().SetTime(std::chrono::milliseconds(50));
     EXPECT_TRUE(WaitFor(State::Paused));
-    EXPECT_EQ(Player->Sleep().TheMode(), SleepTimer::Mode::Off);
+    EXPECT_EQ(Player->Sleep().CurrentMode(), SleepTimer::Mode::Off);
     Player->SetOrder(nullptr);
 }
 
@@ -213,7 +213,7 @@ TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
     server.Serve(u"/a.wav"_s, stream.WithRanges());
     Player->Resume();
     EXPECT_EQ(Player->Position(), died);
-    ASSERT_TRUE(WaitUntil([&] { return Player->TheState() == State::Playing && Player->Position() > died + 0.3; }));
+    ASSERT_TRUE(WaitUntil([&] { return Player->CurrentState() == State::Playing && Player->Position() > died + 0.3; }));
     EXPECT_LT(Player->Position(), died + 3);
     EXPECT_EQ(Started, 1) << "what goes on has not started anew";
 }

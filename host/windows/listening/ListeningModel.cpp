@@ -36,7 +36,7 @@ void ListeningModel::Update() {
     add(Part::UpNext, FPlayback.UpNext(), [](const QString& address, int place) {
         return Entry{Part::UpNext, address, 0, 0, place};
     });
-    add(Part::Begun, FPlayback.Left().Begun(), [](const HeardFile& one, int place) {
+    add(Part::Begun, FPlayback.SavedPositions().Begun(), [](const HeardFile& one, int place) {
         return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),

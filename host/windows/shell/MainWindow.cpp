@@ -199,7 +199,7 @@ void MainWindow::ConnectLibrary() {
 }
 
 void MainWindow::ConnectPlayback() {
-    FTable->Model().SetPositions(&FPlayback.Left());
+    FTable->Model().SetPositions(&FPlayback.SavedPositions());
     connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
     connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
     connect(&FPlayback, &Playback::Skipped, this, [this](const QString& name, const QString& reason) {
