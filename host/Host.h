@@ -48,12 +48,12 @@ public:
     /// any more. Returns what could not be written and why; empty when everything was written.
     QString UnloadPlugins();
 
-    /// Switches the language and stores the choice for the next start. False, with nothing changed, when there is no such
-    /// language.
+    /// Switches the language and stores the choice for the next start. False, with nothing changed, when there is no
+    /// such language.
     bool ChooseLanguage(const QString& language);
 
     QString ProfileFolder() const { return FProfileFolder; }
-    Core& TheCore() noexcept { return *FCore; }
+    Core& PluginCore() noexcept { return *FCore; }
     MessageDispatcher& Messages() noexcept { return *FMessages; }
     ConfigService& Config() noexcept { return *FConfig; }
     LanguageService& Language() noexcept { return *FLanguage; }

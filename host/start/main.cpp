@@ -61,9 +61,9 @@ HostOptions OptionsOf(const QCommandLineParser& arguments) {
 /// Throws UsageError when there is no such service.
 void HideServices(Host& host, const QCommandLineParser& arguments) {
     for (const QString& service : arguments.values(QStringLiteral("without")))
-        if (!host.TheCore().HideService(service))
+        if (!host.PluginCore().HideService(service))
             throw UsageError(u"there is no service " + service + u": take one of " +
-                             host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+                             host.PluginCore().ServiceNames().join(QStringLiteral(", ")));
 }
 
 int RunHeadless(const QCommandLineParser& arguments) {

@@ -116,7 +116,7 @@ private:
 class Library {
 public:
     Library() {
-        TVEXAAPIWrappers::Initialize(&FHost.TheCore());
+        TVEXAAPIWrappers::Initialize(&FHost.PluginCore());
         const char* words[] = {"News", "It's", "100%", "a_b", "ÄÖ", "", "1", "zz"};
         for (int f = 0; f < 3; ++f) {
             TPodcastFeed feed;

@@ -167,7 +167,7 @@ TEST_F(HostTest, AStorageTellsTheLibraryUntilItIsFinalized) {
     Host.Library().AddListener(&listener);
     const Ref<Storage> storage(new Storage("S", &log));
     IUnknown* object = static_cast<IVEXAMLExtensionDataStorage*>(storage.Get());
-    Core& core = Host.TheCore();
+    Core& core = Host.PluginCore();
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, MakeString("x").Get()), E_INVALIDARG);
     EXPECT_EQ(core.RegisterExtension(IVEXAMenuItem::IID, object), E_NOINTERFACE);
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), S_OK);
@@ -232,8 +232,8 @@ TEST_F(HostTest, ALibraryIsLoadedAndEndsBeforeTheSettingsAreWritten) {
     EXPECT_EQ(Host.UnloadPlugins(), "");
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
 
-    ASSERT_TRUE(Host.TheCore().HideService("library"));
-    EXPECT_FALSE(Host.TheCore().HideService("no such"));
+    ASSERT_TRUE(Host.PluginCore().HideService("library"));
+    EXPECT_FALSE(Host.PluginCore().HideService("no such"));
     try {
         Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
         ADD_FAILURE() << "it was loaded without the library";

@@ -27,7 +27,7 @@ protected:
     LibraryCommands() {
         Storage->OffersSubscriptions = true;
         const Ref<IVEXAMLDataProvider> extension(Storage);
-        Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+        Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
     }
 
     /// The member `key` of the answer to a line, or the error.
@@ -105,7 +105,7 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
 
 TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
     // A submenu whose entries, the selected files, are made just before it is shown.
-    const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
+    const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     QStringList done;
     const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {
         const Ref<IVEXAMenuItem> item(new MenuItem);
@@ -113,7 +113,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
         item->SetValueAsObject(event, Ref<Event>(new Event(std::move(act))).Get());
-        Host.TheCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
+        Host.PluginCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
         return item;
     };
     Ref<IVEXAMenuItem> menu;
@@ -157,7 +157,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
 TEST_F(LibraryCommands, AnAddressIsCalledWhatItsFileSystemSays) {
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
-    Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
     moving->Move("episode://a", "episode://b");
     EXPECT_EQ(Say("present episode://a", "present"), "\"episode://b\"");
     EXPECT_EQ(Say("present episode://a", "moves"), "1");

@@ -11,7 +11,7 @@ namespace {
 template <class Interface>
 Ref<Interface> Make(Host& host) {
     Ref<Interface> made;
-    EXPECT_EQ(host.TheCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
+    EXPECT_EQ(host.PluginCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
     return made;
 }
 

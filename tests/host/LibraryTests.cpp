@@ -14,7 +14,7 @@ class LibraryTest : public HostTest {
 protected:
     LibraryTest() {
         const Ref<IVEXAMLDataProvider> extension(Plain);
-        EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
+        EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
     }
 
     LibraryStorage Open() { return LibraryStorage(Host.Library()); }
@@ -87,7 +87,7 @@ TEST_F(LibraryTest, ListenersHearOfDataTasksAndTheStorageThatShows) {
 
     const Ref<EpisodeStorage> other(new EpisodeStorage("Other"));
     const Ref<IVEXAMLDataProvider> extension(other);
-    Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
     for (int i = 0; i < 2; ++i) EXPECT_EQ(Host.Library().SetActiveStorage(extension.Get()), S_OK);
     EXPECT_EQ(Open().ID(), "Other");
     EXPECT_EQ(listener.Heard,

@@ -33,18 +33,18 @@ protected:
         EXPECT_EQ(Service()->GetBuiltIn(number, menu.Put()), S_OK);
         return menu;
     }
-    Ref<IVEXAServiceMenuManager> Service() { return Query<IVEXAServiceMenuManager>(&Host.TheCore()); }
+    Ref<IVEXAServiceMenuManager> Service() { return Query<IVEXAServiceMenuManager>(&Host.PluginCore()); }
 
     /// Makes an item as a plug-in does, without registering it.
     Item Make(const QString& id, const Item& parent) {
         Item item;
-        EXPECT_EQ(Host.TheCore().CreateObject(IVEXAMenuItem::IID, item.PutVoid()), S_OK);
+        EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAMenuItem::IID, item.PutVoid()), S_OK);
         if (!id.isEmpty()) item->SetValueAsObject(IVEXAMenuItem::ID, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
         return item;
     }
     HResult Register(const Item& item) {
-        return Host.TheCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
+        return Host.PluginCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
     }
     Item Add(const QString& id, const Item& parent, std::function<void()> act = {}) {
         const Item item = Make(id, parent);

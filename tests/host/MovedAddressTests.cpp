@@ -28,9 +28,9 @@ protected:
     }
     void Register(host::Host& host) {
         const Ref<IVEXAMLDataProvider> storage(Storage);
-        EXPECT_EQ(host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage.Get()), S_OK);
+        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage.Get()), S_OK);
         const Ref<IVEXAFileSystemCommandPresentAddress> files(Moving);
-        EXPECT_EQ(host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, files.Get()), S_OK);
+        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, files.Get()), S_OK);
         host.Addresses().Start();
     }
     bool Settle() {

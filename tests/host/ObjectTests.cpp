@@ -230,9 +230,9 @@ TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
     for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
                             IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID}) {
         Ref<IUnknown> object;
-        EXPECT_EQ(Host.TheCore().CreateObject(iid, object.PutVoid()), S_OK);
+        EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
         EXPECT_TRUE(object);
     }
     Ref<IUnknown> object;
-    EXPECT_EQ(Host.TheCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
+    EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
 }

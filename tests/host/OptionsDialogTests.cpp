@@ -93,7 +93,7 @@ private:
 class Options : public HostTest {
 protected:
     void Register(const Ref<Page>& page) {
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, page.Get()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, page.Get()), S_OK);
     }
     QPushButton* Button(QDialogButtonBox::StandardButton button) {
         return Window.Dialog()->findChild<QDialogButtonBox*>()->button(button);

@@ -232,8 +232,8 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Source = Tone(u"a.wav"_s, 60);
     const Ref<IVEXAExtensionPlayerHook> hook(moving);
     for (const Guid& service : {IVEXAServicePlayer::IID, IVEXAServiceFileSystem::IID})
-        ASSERT_EQ(Host.TheCore().RegisterExtension(service, hook.Get()), S_OK);
-    Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(service, hook.Get()), S_OK);
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
     const auto settle = [this] {
         Host.Addresses().Start();  // as after loading a plug-in: asks about all kept addresses
         return WaitUntil([this] { return !Host.Addresses().IsBusy(); });

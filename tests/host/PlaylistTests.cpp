@@ -40,14 +40,14 @@ protected:
 
     void Register(host::Host& host) {
         const Ref<IVEXAMLDataProvider> extension(Storage);
-        ASSERT_EQ(host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
+        ASSERT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
     }
     static void Wait(host::Host& host, const Playlist& playlist) {
         ASSERT_TRUE(tests::WaitUntil([&] { return !host.Playlists().IsBusy(playlist); }));
     }
     /// Makes a smart playlist of the episodes in that state, as a plug-in does.
     Ref<Playlist> MakeSmart(int state) {
-        const auto service = Query<IVEXAServicePlaylistManager2>(&Host.TheCore());
+        const auto service = Query<IVEXAServicePlaylistManager2>(&Host.PluginCore());
         Ref<IVEXAPlaylistPreimageFactory> factory;
         Ref<IVEXAPlaylistPreimage> preimage;
         Ref<IVEXAMLDataFilter> filter;
@@ -160,7 +160,7 @@ TEST_F(Playlists, ASmartOneFollowsItsFilter) {
 
 TEST_F(Playlists, FilesAreKeptBetweenStarts) {
     const Ref<Knowing> knowing(new Knowing);
-    Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
     const Ref<Playlist> one = Host.Playlists().Create("One \"1\"", false);
     one->Add({"podcast://known", "gone"});
     Host.Playlists().Create("", true)->Add({"x"});
@@ -223,7 +223,7 @@ TEST_F(Playlists, FiltersAreWrittenAndReadAgain) {
 
 TEST_F(Playlists, TheLibrarySaysWhatIsSelectedInIt) {
     Register(Host);
-    const auto service = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
+    const auto service = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     Ref<IVEXAObjectList> files;
     Ref<IVEXAMLDataFilter> filter;
     EXPECT_EQ(service->GetFiles(kFilesSelected, files.Put()), S_OK);

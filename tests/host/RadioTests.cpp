@@ -26,8 +26,8 @@ protected:
         const Ref<tests::Radio> radio(new tests::Radio(std::move(stations), title));
         TheWindow.emplace(Host, *Player);
         TheWindow->show();
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && IsShown("Harbour"); }));
     }
     template <class Widget>

@@ -91,7 +91,7 @@ protected:
         const Ref<IVEXAExtensionPlayerHook> object(new Extension(name, opens, category, &Asked));
         for (const Guid& service : {IVEXAServiceAudioDecoder::IID, IVEXAServicePlayer::IID, IVEXAServiceFileInfo::IID,
                                     IVEXAServiceAlbumArt::IID})
-            EXPECT_EQ(Host.TheCore().RegisterExtension(service, object.Get()), S_OK);
+            EXPECT_EQ(Host.PluginCore().RegisterExtension(service, object.Get()), S_OK);
     }
     HResult Fetch(const QString& url, std::uint32_t flags, const Ref<Events>& events) {
         return Host.Http().Get(MakeString(url).Get(), flags, Body.Get(), events.Get());
@@ -258,9 +258,9 @@ TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
 
 TEST_F(ServiceTest, ASchemeIsItsFileSystemsWhateverItsLetterCase) {
     const Ref<IVEXAExtensionFileSystem> scheme(new Scheme("Abc"));
-    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
-    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID,
-                                               Ref<IVEXAExtensionFileSystem>(new Scheme("aBC")).Get()),
+    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
+    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID,
+                                                  Ref<IVEXAExtensionFileSystem>(new Scheme("aBC")).Get()),
               E_INVALIDARG);
     using Command = IVEXAFileSystemCommandOpenFileFolder;
     struct {

@@ -41,7 +41,7 @@ class Table : public HostTest {
 protected:
     void SetUp() override {
         Storage->OffersFiles = Storage->OffersSubscriptions = true;
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Identity()), S_OK);
     }
     IUnknown* Identity() { return static_cast<IVEXAPropertyList2*>(Storage.Get()); }
 

@@ -23,7 +23,7 @@ public:
 
 class MenuItems : public HostTest {
 protected:
-    MenuItems() { TVEXAAPIWrappers::Initialize(&Host.TheCore()); }
+    MenuItems() { TVEXAAPIWrappers::Initialize(&Host.PluginCore()); }
     ~MenuItems() override { TVEXAAPIWrappers::Finalize(); }
 
     static QString FailureOf(Command& command, const QString& id, const Variant& parent) {

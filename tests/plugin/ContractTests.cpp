@@ -99,7 +99,7 @@ protected:
 
     LoopbackServer Server;
     const host::Plugin Plugin{QStringLiteral(PLUGIN)};
-    const Ref<Core> TheCore{new Core(Host.TheCore())};
+    const Ref<Core> TheCore{new Core(Host.PluginCore())};
     Ref<IVEXAMLExtensionDataStorage> Storage;
     std::string EndsIn;
     bool HasReturned = false;
@@ -298,7 +298,7 @@ TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
 
 TEST_F(Contract, AHostOfOtherInterfacesIsRefused) {
     Plugin.Object()->Finalize();
-    const Ref<Core> foreign(new Core(Host.TheCore(), kSdkMajor + 1));
+    const Ref<Core> foreign(new Core(Host.PluginCore(), kSdkMajor + 1));
     EXPECT_EQ(Plugin.Object()->Initialize(foreign.Get()), E_NOTIMPL);
     std::int32_t major = 0, minor = -1;
     EXPECT_EQ(Query<IVEXASdkVersion>(Plugin.Object())->GetSdkVersion(&major, &minor), S_OK);
@@ -360,8 +360,8 @@ TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
         }
         ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
         // The plug-in has ended when it can be initialised again.
-        Host.TheCore().FinalizeExtensions(0);
-        Host.TheCore().RemoveExtensions(0);
+        Host.PluginCore().FinalizeExtensions(0);
+        Host.PluginCore().RemoveExtensions(0);
         ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(TheCore.Get()) == S_OK; }));
         for (const auto& heard : events) {
             EXPECT_EQ(heard->Ends, 1);

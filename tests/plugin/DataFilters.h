@@ -40,7 +40,7 @@ public:
     }
 
 protected:
-    FilterHost() { vexa::TVEXAAPIWrappers::Initialize(&FHost.TheCore()); }
+    FilterHost() { vexa::TVEXAAPIWrappers::Initialize(&FHost.PluginCore()); }
     ~FilterHost() override { vexa::TVEXAAPIWrappers::Finalize(); }
 
 private:

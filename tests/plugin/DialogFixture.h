@@ -19,7 +19,7 @@ namespace podcasts {
 
 class DialogTest : public testing::Test {
 protected:
-    DialogTest() { vexa::TVEXAAPIWrappers::Initialize(&Host.TheCore()); }
+    DialogTest() { vexa::TVEXAAPIWrappers::Initialize(&Host.PluginCore()); }
     ~DialogTest() override { vexa::TVEXAAPIWrappers::Finalize(); }
 
     /// Runs `act` on the dialog that `open` shows and waits for; afterwards closes whatever is still open.

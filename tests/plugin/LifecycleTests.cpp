@@ -50,9 +50,9 @@ TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
     EXPECT_EQ(plugin.Categories(), 1u);
     EXPECT_NE(plugin.Object(), other.Object());
 
-    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), S_OK);
-    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
-    EXPECT_EQ(other.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
+    EXPECT_EQ(plugin.Object()->Initialize(&host->PluginCore()), S_OK);
+    EXPECT_EQ(plugin.Object()->Initialize(&host->PluginCore()), E_UNEXPECTED);
+    EXPECT_EQ(other.Object()->Initialize(&host->PluginCore()), E_UNEXPECTED);
     other.Object()->Finalize();  // does nothing, because it was never initialised
     EXPECT_EQ(host->Library().StorageIDs(), QStringList("VEXA.Podcasts.ML.Storage"));
     plugin.Object()->Finalize();

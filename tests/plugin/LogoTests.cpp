@@ -38,7 +38,7 @@ public:
 class Logos : public HostTest {
 protected:
     Logos() {
-        TVEXAAPIWrappers::Initialize(&Host.TheCore());
+        TVEXAAPIWrappers::Initialize(&Host.PluginCore());
         Client->Listeners().Add(static_cast<TInterfacedObjectEx*>(Changes.Get()));
         TVEXAPodcastsFileManager::RegisterFileManager(*Client);
     }

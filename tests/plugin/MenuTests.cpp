@@ -108,7 +108,7 @@ TEST_F(MenuCommands, ShowOnlyWhereTheyApply) {
     playlist->Select({0, 2});
     const Ref<tests::EpisodeStorage> other(new tests::EpisodeStorage);
     IUnknown* const storage = static_cast<IVEXAMLExtensionDataStorage*>(other.Get());
-    Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage);
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage);
     Host.Library().SetActiveStorage(storage);
     Show();
     for (const QString& action :

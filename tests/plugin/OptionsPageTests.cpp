@@ -38,7 +38,7 @@ public:
 class OptionsPageTest : public DialogTest {
 protected:
     OptionsPageTest() {
-        Host.TheCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
+        Host.PluginCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
         Window->resize(500, 400);
         Outside.setParent(Window.get());
         Window->show();
@@ -213,7 +213,7 @@ TEST_F(OptionsPageTest, SurvivesItsParentAndItsClient) {
 TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
     TVEXAAPIWrappers::Finalize();
     const auto plugin = NewObject<TVEXAPodcastsPlugin>();
-    ASSERT_EQ(plugin->Initialize(&Host.TheCore()), S_OK);
+    ASSERT_EQ(plugin->Initialize(&Host.PluginCore()), S_OK);
     ASSERT_TRUE(Dialog->Registered);
     Ref<IVEXAString> caption;
     EXPECT_EQ(Dialog->Registered->QueryCaption(caption.Put()), S_OK);

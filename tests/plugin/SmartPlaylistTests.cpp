@@ -76,7 +76,7 @@ class SmartPlaylistTest : public DialogTest {
 protected:
     QString FailureOf(Step refused) {
         Service = Ref<Playlists>(new Playlists(refused));
-        Host.TheCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
+        Host.PluginCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
         try {
             Command->Execute(nullptr);
         } catch (const std::exception& error) {

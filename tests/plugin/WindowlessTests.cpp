@@ -14,7 +14,7 @@ namespace podcasts {
 TEST(WindowlessTest, RefusesItsWindowsAndGoesOn) {
     const tests::TempFolder profile;
     vexa::host::Host host({profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}});
-    vexa::TVEXAAPIWrappers::Initialize(&host.TheCore());
+    vexa::TVEXAAPIWrappers::Initialize(&host.PluginCore());
     {
         TPodcastClient client(profile.File("Test.db"));
         EXPECT_EQ(TVEXAPodcastsMLExtension::Create(client)->Execute(0), vexa::S_OK);
