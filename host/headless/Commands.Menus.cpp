@@ -88,7 +88,7 @@ QJsonObject Select(Host& host, const QStringList& arguments) {
     if (!node.isEmpty()) {
         const LibraryStorage storage(host.Library());
         selection->Provider = FirstTree(storage);
-        selection->Way = FindNode(storage, node);
+        selection->Path = FindNode(storage, node);
     }
     host.Selection().SetModel(selection);
     return {};

@@ -87,9 +87,9 @@ Ref<IVEXAMLGroupingTreeDataProvider> FirstTree(const LibraryStorage& storage) {
 }
 
 std::vector<TreePair> FindNode(const LibraryStorage& storage, const QStringList& values) {
-    const std::optional<TreeWay> way = Tree(FirstTree(storage)).FindByValues(values);
-    if (!way) throw CommandError(u"the tree has no node " + values.join(QStringLiteral(" > ")), E_INVALIDARG);
-    return PairsOf(*way);
+    const std::optional<TreePath> path = Tree(FirstTree(storage)).FindByValues(values);
+    if (!path) throw CommandError(u"the tree has no node " + values.join(QStringLiteral(" > ")), E_INVALIDARG);
+    return PairsOf(*path);
 }
 
 RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& arguments) {

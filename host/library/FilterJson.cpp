@@ -114,10 +114,10 @@ QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
     for (std::int32_t i = 0; sort && i < sort->GetCount(); ++i) {
         Ref<IVEXAString> field;
         Ref<IVEXAMLSortDirection> direction;
-        std::int32_t way = IVEXAMLSortDirection::Ascending;
+        std::int32_t value = IVEXAMLSortDirection::Ascending;
         if (Failed(sort->GetObject(i, IVEXAString::IID, field.PutVoid()))) continue;
-        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&way);
-        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, way}};
+        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&value);
+        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, value}};
     }
     return list;
 }

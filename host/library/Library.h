@@ -54,7 +54,7 @@ struct TreePair {
 };
 
 /// Where a file is found in the library.
-struct LibraryPlace {
+struct FileLocation {
     std::vector<TreePair> Node;     // the path to the tree node, top level first
     Ref<IVEXAMLDataFilter> Filter;  // the rows to select; null: the row of the file itself
 };
@@ -92,7 +92,7 @@ public:
     Ref<IVEXAMLSubscriptionStorage> Subscriptions() const noexcept { return Offered<IVEXAMLSubscriptionStorage>(); }
 
     /// Where the file is in this storage; nothing when the storage does not have the file or cannot find files.
-    std::optional<LibraryPlace> Find(const QString& file) const;
+    std::optional<FileLocation> Find(const QString& file) const;
     /// The picture of the row whose values are `values`; null when it has none. Any thread. May block as long as
     /// fetching a picture takes.
     Ref<IVEXAImageContainer> AlbumArt(const std::vector<TreePair>& values) const;

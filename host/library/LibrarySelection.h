@@ -30,13 +30,13 @@ struct FixedSelection final : LibrarySelectionModel {
     QStringList Files;
     std::optional<QString> Focused;
     Ref<IVEXAMLGroupingTreeDataProvider> Provider;
-    std::vector<TreePair> Way;
+    std::vector<TreePair> Path;
 
     QStringList AllFiles() const override { return Files; }
     QStringList SelectedFiles() const override { return Files; }
     std::optional<QString> FocusedFile() const override { return Focused; }
     Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return Provider; }
-    std::vector<TreePair> Node() const override { return Way; }
+    std::vector<TreePair> Node() const override { return Path; }
 };
 
 class LibrarySelection final : public RefCountedObject<IVEXAServiceMusicLibraryUI>, private MusicLibraryListener {

@@ -4,8 +4,8 @@
 //
 //     Tree tree(storage.Presets().front().Provider);
 //     for (const TreeNode& node : tree.Children({})) …                  // the top level
-//     const auto way = tree.FindByValues({u"03" "1"_s});               // a node, with the nodes above it
-//     for (const TreeNode& node : tree.Children(way->back())) …
+//     const auto path = tree.FindByValues({u"03" "1"_s});               // a node, with the nodes above it
+//     for (const TreeNode& node : tree.Children(path->back())) …
 
 #include "Library.h"
 
@@ -42,9 +42,9 @@ struct TreeNode {
 };
 
 /// A node and the nodes above it, top level first. Empty: the root.
-using TreeWay = std::vector<TreeNode>;
+using TreePath = std::vector<TreeNode>;
 /// The pairs that select the last node of the path.
-std::vector<TreePair> PairsOf(const TreeWay& way);
+std::vector<TreePair> PairsOf(const TreePath& path);
 
 class Tree {
 public:
@@ -59,8 +59,8 @@ public:
     }
 
     /// The path to the node with the given values, or captions, one per level; nothing when one of them does not exist.
-    std::optional<TreeWay> FindByValues(const QStringList& values) const;
-    std::optional<TreeWay> FindByCaptions(const QStringList& captions) const;
+    std::optional<TreePath> FindByValues(const QStringList& values) const;
+    std::optional<TreePath> FindByCaptions(const QStringList& captions) const;
 
     /// Adds a node's conditions to a filter: those of the whole path, so that a source below "new" selects only what is
     /// new of that source. Throws LibraryError when the provider cannot add them.
@@ -70,7 +70,7 @@ public:
 
 private:
     std::vector<TreeNode> List(std::vector<TreePair> selection) const;
-    std::optional<TreeWay> Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const;
+    std::optional<TreePath> Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const;
 
     Ref<IVEXAMLGroupingTreeDataProvider> FProvider;
 };

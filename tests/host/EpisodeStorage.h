@@ -39,8 +39,8 @@ private:
 /// "new" and "shows" with the shows below each of them. Values are "state 1", "shows", "show NAME".
 class EpisodeTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider> {
 public:
-    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* way) noexcept override {
-        for (const host::TreePair& pair : host::ReadSelection(way)) {
+    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
+        for (const host::TreePair& pair : host::ReadSelection(path)) {
             Variant value;
             host::ToVariant(pair.Value, value);
             filter->Add(host::MakeString(pair.Field).Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);

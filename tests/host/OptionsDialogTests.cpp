@@ -176,7 +176,7 @@ TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
     Register(Ref<Page>(own.Get()));
     struct {
         Page* Shown;
-        QStringList Way;
+        QStringList FocusOrder;
     } const cases[] = {
         {First.Get(), {"Pages", "first", "last", "Reset"}},
         {own.Get(), {"Pages", "last", "first", "Reset"}},
@@ -195,13 +195,13 @@ TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
             Press(Qt::Key_Backtab, Qt::ShiftModifier);
             back.prepend(Focused());
         }
-        EXPECT_EQ(back, c.Way.first(3));
+        EXPECT_EQ(back, c.FocusOrder.first(3));
         QStringList forth;
         for (int i = 0; i < 2; ++i) {
             Press(Qt::Key_Tab);
             forth += Focused();
         }
-        EXPECT_EQ(forth, c.Way.mid(1, 2));
+        EXPECT_EQ(forth, c.FocusOrder.mid(1, 2));
     }
     Press(Qt::Key_Escape);
     EXPECT_EQ(own->Log.last(), "key 27");

@@ -234,7 +234,7 @@ TEST_F(Playlists, TheLibrarySaysWhatIsSelectedInIt) {
     selection->Files = {"a", "b"};
     selection->Focused = "b";
     selection->Provider = LibraryStorage(Host.Library()).Presets()[0].Provider;
-    selection->Way = {{"Node", u"shows"_s}, {"Node", u"show A"_s}};
+    selection->Path = {{"Node", u"shows"_s}, {"Node", u"show A"_s}};
     Host.Selection().SetModel(selection);
     service->GetFiles(kFilesSelected, files.Put());
     EXPECT_EQ(ToQStringList(files.Get()), QStringList({"a", "b"}));

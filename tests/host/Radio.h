@@ -22,8 +22,8 @@ class RadioTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider>
 public:
     explicit RadioTree(QStringList genres) : FGenres(std::move(genres)) {}
 
-    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* way) noexcept override {
-        for (const host::TreePair& pair : host::ReadSelection(way)) {
+    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
+        for (const host::TreePair& pair : host::ReadSelection(path)) {
             Variant value;
             host::ToVariant(pair.Value, value);
             if (pair.Value != host::PropertyValue(QString()))

@@ -131,7 +131,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     Ref<IVEXAObjectList> list;
     Ref<IVEXAImageContainer> image;
     Ref<IVEXAMLDataFilter> found;
-    Ref<IVEXAMLGroupingTreeSelection> way;
+    Ref<IVEXAMLGroupingTreeSelection> path;
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     Ref<IVEXAString> text;
     ASSERT_EQ(tree->ListChildren(root.Get(), nodes.Put()), S_OK);
@@ -154,7 +154,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
         {"GetAlbumArt without an image", art->GetAlbumArt(fields.Get(), &value, nullptr, nullptr)},
         {"GetAlbumArt without fields", art->GetAlbumArt(nullptr, &value, nullptr, image.Put())},
         {"GetAlbumArt without values", art->GetAlbumArt(fields.Get(), nullptr, nullptr, image.Put())},
-        {"Find without a filter", find->Find(info.Get(), nullptr, way.Put())},
+        {"Find without a filter", find->Find(info.Get(), nullptr, path.Put())},
         {"Find without a selection", find->Find(info.Get(), found.Put(), nullptr)},
         {"GetValueAsFloat", properties->GetValueAsFloat(1, nullptr)},
         {"GetValueAsInt32", properties->GetValueAsInt32(2, nullptr)},

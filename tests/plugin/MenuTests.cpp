@@ -47,7 +47,7 @@ protected:
     void Select(const QStringList& nodes, const QStringList& files = {}, std::optional<QString> focused = {}) {
         const auto selection = std::make_shared<host::FixedSelection>();
         selection->Provider = host::LibraryStorage(Host.Library()).Presets().front().Provider;
-        for (const QString& node : nodes) selection->Way.push_back({"Node", node});
+        for (const QString& node : nodes) selection->Path.push_back({"Node", node});
         selection->Files = files;
         selection->Focused = focused;
         Host.Selection().SetModel(selection);

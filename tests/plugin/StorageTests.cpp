@@ -108,9 +108,9 @@ TEST_F(Storage, TheTreeFollowsWhatIsStored) {
     } cases[] = {
         {"Node", "04x", E_FAIL}, {"Node", "02x", E_FAIL}, {"Title", "031", E_UNEXPECTED}, {"node", "03x", E_FAIL}};
     for (const auto& c : cases) {
-        const Ref<IVEXAMLGroupingTreeSelection> way(
+        const Ref<IVEXAMLGroupingTreeSelection> path(
             new host::TreeSelection({{c.Field, host::PropertyValue(QString(c.Value))}}));
-        EXPECT_EQ(provider->ListChildren(way.Get(), nodes.Put()), c.Result) << c.Field << c.Value;
+        EXPECT_EQ(provider->ListChildren(path.Get(), nodes.Put()), c.Result) << c.Field << c.Value;
     }
     EXPECT_EQ(provider->GetCapabilities(), 3u);
 }

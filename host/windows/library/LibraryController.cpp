@@ -22,7 +22,7 @@ public:
         return file.isEmpty() ? std::nullopt : std::optional(file);
     }
     Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return FTree.Model().Provider(); }
-    std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedWay()); }
+    std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedPath()); }
 
 private:
     TreePane& FTree;
@@ -107,17 +107,17 @@ void LibraryController::Narrow() {
     if (!FSource) return;
     RowQuery query;
     query.Tree = FTree.Model().Provider();
-    query.Node = PairsOf(FTree.SelectedWay());
+    query.Node = PairsOf(FTree.SelectedPath());
     if (query.Node.empty()) query.Tree = nullptr;
     query.Search = FSearch;
     FTable.Model().SetQuery(std::move(query));
 }
 
 void LibraryController::Find(const QString& file) {
-    const auto place = FSource ? FSource->Storage.Find(file) : std::nullopt;
-    if (!place) return;
+    const auto location = FSource ? FSource->Storage.Find(file) : std::nullopt;
+    if (!location) return;
     QStringList values;
-    for (const TreePair& pair : place->Node) Convert(pair.Value, values.emplace_back());
+    for (const TreePair& pair : location->Node) Convert(pair.Value, values.emplace_back());
     FWanted = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();

@@ -134,12 +134,12 @@ QModelIndex TreeModel::IndexOf(const Node& node) const {
     return node.Parent ? createIndex(node.Row(), 0, &node) : QModelIndex();
 }
 
-TreeWay TreeModel::Way(const QModelIndex& index) const {
+TreePath TreeModel::Path(const QModelIndex& index) const {
     std::vector<const Node*> upwards;
     for (const Node* node = NodeOf(index); node->Parent; node = node->Parent) upwards.push_back(node);
-    TreeWay way;
-    for (auto node = upwards.rbegin(); node != upwards.rend(); ++node) way.push_back((*node)->What);
-    return way;
+    TreePath path;
+    for (auto node = upwards.rbegin(); node != upwards.rend(); ++node) path.push_back((*node)->What);
+    return path;
 }
 
 QModelIndex TreeModel::Find(const QStringList& values) {

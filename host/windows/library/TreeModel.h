@@ -29,7 +29,7 @@ public:
     bool HasLeaves() const;
 
     /// The path to a node; empty for an invalid index.
-    TreeWay Way(const QModelIndex& index) const;
+    TreePath Path(const QModelIndex& index) const;
     /// The node at the path of `values`; the levels above it are read as needed.
     QModelIndex Find(const QStringList& values);
 

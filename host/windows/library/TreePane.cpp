@@ -39,14 +39,14 @@ void TreePane::SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const 
     if (values.isEmpty() || !Select(values)) FView->setCurrentIndex(FModel->index(0, 0));
 }
 
-TreeWay TreePane::SelectedWay() const {
+TreePath TreePane::SelectedPath() const {
     const QModelIndexList selected = FView->selectionModel()->selectedIndexes();
-    return selected.isEmpty() ? TreeWay() : FModel->Way(selected.first());
+    return selected.isEmpty() ? TreePath() : FModel->Path(selected.first());
 }
 
 QStringList TreePane::SelectedValues() const {
     QStringList values;
-    for (const TreeNode& node : SelectedWay()) values += node.Value();
+    for (const TreeNode& node : SelectedPath()) values += node.Value();
     return values;
 }
 

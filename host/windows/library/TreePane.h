@@ -20,7 +20,7 @@ public:
 
     /// Shows a tree and selects the node at the path of `values`, or else the first node.
     void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values);
-    TreeWay SelectedWay() const;
+    TreePath SelectedPath() const;
     QStringList SelectedValues() const;
     bool Select(const QStringList& values);
     void Localize();
