@@ -35,18 +35,18 @@ QString RealFolder(const QString& folder) {
     return QDir::cleanPath(known.canonicalFilePath() + missing);
 }
 
-QString MarkOf(const QString& folder) {
+QString HashOf(const QString& folder) {
     const QByteArray digest = QCryptographicHash::hash(RealFolder(folder).toUtf8(), QCryptographicHash::Sha256);
     return QString::fromLatin1(digest.toHex().first(16));
 }
 
-/// The mark has a prefix, because an element of a bus name must not begin with a digit.
-QString NameOf(const QString& mark) {
-    return kName + u".Profile" + mark;
+/// The hash has a prefix, because an element of a bus name must not begin with a digit.
+QString NameOf(const QString& hash) {
+    return kName + u".Profile" + hash;
 }
 
-QString SocketOf(const QString& mark) {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)).filePath(u"vexa-" + mark);
+QString SocketOf(const QString& hash) {
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)).filePath(u"vexa-" + hash);
 }
 
 /// The data that allows a window to come to the front while another program has the focus.
@@ -62,8 +62,8 @@ QVariantMap PlatformData() {
 
 SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnection& bus)
     : FBus(bus),
-      FMark(MarkOf(profileFolder)),
-      FIsUsersOwn(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
+      FProfileHash(HashOf(profileFolder)),
+      FIsDefaultProfile(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
     new ApplicationAdaptor(*this);
     // Before the name, so that whoever finds the name finds the object, too.
     FBus.registerObject(kPath, this);
@@ -74,7 +74,7 @@ SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnecti
             if (other->bytesAvailable() > 0) Read(*other);
         }
     });
-    Take();
+    Acquire();
 }
 
 SingleInstance::~SingleInstance() {
@@ -87,16 +87,16 @@ void SingleInstance::StopListening() {
     FServer.close();
 }
 
-bool SingleInstance::TakeNames() {
-    if (!FBus.registerService(NameOf(FMark))) return false;
-    FNames += NameOf(FMark);
-    if (FIsUsersOwn && FBus.registerService(kName)) FNames += kName;
+bool SingleInstance::AcquireNames() {
+    if (!FBus.registerService(NameOf(FProfileHash))) return false;
+    FNames += NameOf(FProfileHash);
+    if (FIsDefaultProfile && FBus.registerService(kName)) FNames += kName;
     return true;
 }
 
-bool SingleInstance::TakeSocket() {
+bool SingleInstance::AcquireSocket() {
     // The lock decides who is the first: a socket may be left over from an instance that crashed.
-    const QString socket = SocketOf(FMark);
+    const QString socket = SocketOf(FProfileHash);
     FLock = std::make_unique<QLockFile>(socket + u".lock");
     FLock->setStaleLockTime(0);
     if (!FLock->tryLock(0)) return FLock->error() != QLockFile::LockFailedError;
@@ -132,15 +132,16 @@ QString SingleInstance::HandOver(const QStringList& addresses) {
     const QDeadlineTimer end(kLongestAnswer);
     do {
         problem = FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
-        if (problem.isEmpty() || Take()) return {};
+        if (problem.isEmpty() || Acquire()) return {};
         QThread::msleep(kTry);
     } while (!end.hasExpired());
     return problem;
 }
 
 QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        NameOf(FMark), kPath, kInterface, addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(NameOf(FProfileHash), kPath, kInterface,
+                                       addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!addresses.isEmpty()) call << addresses;
     call << platformData;
     const QDBusMessage answer = FBus.call(call, QDBus::Block, kLongestAnswer);
@@ -149,7 +150,7 @@ QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVaria
 
 QString SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
     QLocalSocket socket;
-    socket.connectToServer(SocketOf(FMark));
+    socket.connectToServer(SocketOf(FProfileHash));
     if (!socket.waitForConnected(kLongestAnswer)) return socket.errorString();
     QDataStream out(&socket);
     out.setVersion(kStream);

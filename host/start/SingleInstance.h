@@ -38,9 +38,9 @@ Q_SIGNALS:
 private:
     friend class ApplicationAdaptor;
 
-    bool Take() { return FIsFirst = FBus.isConnected() ? TakeNames() : TakeSocket(); }
-    bool TakeNames();
-    bool TakeSocket();
+    bool Acquire() { return FIsFirst = FBus.isConnected() ? AcquireNames() : AcquireSocket(); }
+    bool AcquireNames();
+    bool AcquireSocket();
     void Read(QLocalSocket& socket);
     void Receive(const QStringList& addresses, const QVariantMap& platformData);
     /// Both return why handing over failed; empty on success.
@@ -48,8 +48,8 @@ private:
     QString HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
 
     QDBusConnection FBus;
-    const QString FMark;  // hash of the profile's folder
-    const bool FIsUsersOwn;
+    const QString FProfileHash;  // hash of the profile's folder
+    const bool FIsDefaultProfile;
     QStringList FNames;  // names owned on the bus
     std::unique_ptr<QLockFile> FLock;
     QLocalServer FServer;

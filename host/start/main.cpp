@@ -104,7 +104,7 @@ bool IsSeen() {
 }
 
 /// Reports a problem while there is no window yet, or none any more.
-void Tell(const QString& problem) {
+void PrintProblem(const QString& problem) {
     std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(problem));
 }
 
@@ -116,7 +116,7 @@ bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
     for (;;) {
         const QString problem = save();
         if (problem.isEmpty()) return true;
-        if (problem != std::exchange(told, problem)) Tell(problem);
+        if (problem != std::exchange(told, problem)) PrintProblem(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
         box.setInformativeText(problem);
@@ -138,7 +138,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     if (!instance.IsFirst()) {
         const QString problem = instance.HandOver(addresses);
         if (!problem.isEmpty()) {
-            Tell(u"the window that is open already does not answer: " + problem);
+            PrintProblem(u"the window that is open already does not answer: " + problem);
             return 1;
         }
         if (!instance.IsFirst()) return 0;
@@ -176,7 +176,7 @@ int RunWindow(const QCommandLineParser& arguments) {
         if (plugin.isEmpty()) plugin = PodcastsPlugin();
         window.show();
         if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
-            Tell(problem);
+            PrintProblem(problem);
             window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
         }
         if (!plugin.isEmpty()) window.LoadPlugin(plugin);
@@ -243,7 +243,7 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         return Complain(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        Tell(QString::fromUtf8(error.what()));
+        PrintProblem(QString::fromUtf8(error.what()));
         if (isHeadless || !IsSeen()) return 1;
         const StopSignals signals([] { QCoreApplication::exit(); });
         QMessageBox::critical(nullptr, QStringLiteral("VEXA"), QString::fromUtf8(error.what()));
