@@ -68,7 +68,7 @@ MenuManager::MenuManager(Core& core, Ref<LanguageService> language) : FCore(core
 
 MenuManager::~MenuManager() {
     for (const Menu& menu : FMenus) menu.Item->FManager = nullptr;
-    while (!FItems.empty()) Take(*FItems.back());
+    while (!FItems.empty()) Unregister(*FItems.back());
 }
 
 MenuManager::Item MenuManager::BuiltIn(std::int32_t menu) const {
@@ -180,13 +180,13 @@ bool MenuManager::RunShortcut(const QKeySequence& keys) {
 void MenuManager::DeleteChildren(IVEXAMenuItem& parent) {
     for (const Item& item : Children(parent)) {
         if (!Has(*item)) continue;
-        Take(*item);  // before the items below it, so that the recursion ends even in a circle
+        Unregister(*item);  // before the items below it, so that the recursion ends even in a circle
         DeleteChildren(*item);
         FCore.ForgetExtension(this, item.Get());
     }
 }
 
-void MenuManager::Take(IVEXAMenuItem& item) {
+void MenuManager::Unregister(IVEXAMenuItem& item) {
     if (auto* own = dynamic_cast<MenuItem*>(&item)) own->FManager = nullptr;
     const Item alive(&item);
     std::erase_if(FItems, [&](const Item& known) { return IsSameObject(known.Get(), alive.Get()); });
@@ -203,7 +203,7 @@ HResult MenuManager::AddExtension(IUnknown* extension) {
 void MenuManager::RemoveExtension(IUnknown* extension) {
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item) return;
-    Take(*item);
+    Unregister(*item);
     // So that a menu that still shows the item cannot reach the plug-in any more.
     for (const auto property : {IVEXAMenuItem::Event, IVEXAMenuItem::OnShow, IVEXAMenuItem::Parent})
         item->SetValueAsObject(property, nullptr);

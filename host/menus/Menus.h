@@ -95,7 +95,7 @@ private:
     Item Parent(IVEXAMenuItem& item) const;
     bool Has(IVEXAMenuItem& item) const;
     void Prepare(IVEXAMenuItem& menu, int depth);
-    void Take(IVEXAMenuItem& item);
+    void Unregister(IVEXAMenuItem& item);
 
     Core& FCore;
     const Ref<LanguageService> FLanguage;

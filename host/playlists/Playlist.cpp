@@ -76,7 +76,7 @@ Playlist::Playlist(const QString& name, PlaylistObserver* observer)
     Set(IVEXAPlaylist::Name, name);
 }
 
-void Playlist::Tell(PlaylistObserver::Change change) {
+void Playlist::Notify(PlaylistObserver::Change change) {
     if (FObserver) FObserver->OnChanged(*this, change);
 }
 
@@ -85,7 +85,7 @@ bool Playlist::Rename(const QString& name) {
     if (plain.isEmpty()) return false;
     if (plain == Name()) return true;
     Set(IVEXAPlaylist::Name, plain);
-    Tell(PlaylistObserver::Change::Name);
+    Notify(PlaylistObserver::Change::Name);
     return true;
 }
 
@@ -106,7 +106,7 @@ void Playlist::SetEntries(std::vector<PlaylistEntry> entries) {
                                 : std::find_if(FEntries.begin(), FEntries.end(),
                                                [&](const auto& entry) { return entry.File == focused; });
     FFocus = found != FEntries.end() ? static_cast<int>(found - FEntries.begin()) : -1;
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Add(const QStringList& files, int index) {
@@ -120,7 +120,7 @@ void Playlist::Add(const QStringList& files, int index) {
     if (FFocus >= place) FFocus += static_cast<int>(files.size());
     FEntries.insert(FEntries.begin() + place, std::make_move_iterator(added.begin()),
                     std::make_move_iterator(added.end()));
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Remove(const std::vector<int>& indexes) {
@@ -133,7 +133,7 @@ void Playlist::Remove(const std::vector<int>& indexes) {
     }
     FEntries = std::move(left);
     FFocus = std::min(focus, Count() - 1);
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::MoveFiles(const AddressMoves& moves) {
@@ -163,7 +163,7 @@ void Playlist::MoveFiles(const AddressMoves& moves) {
         if (selected.contains(entry.File)) entry.IsSelected = true;
         if (focused == entry.File) FFocus = i;
     }
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Describe(const QHash<QString, PlaylistDescription>& files) {
@@ -175,7 +175,7 @@ void Playlist::Describe(const QHash<QString, PlaylistDescription>& files) {
         entry.Group = found->Group;
         entry.IsDescribed = isChanged = true;
     }
-    if (isChanged) Tell(PlaylistObserver::Change::Entries);
+    if (isChanged) Notify(PlaylistObserver::Change::Entries);
 }
 
 std::vector<PlaylistSection> Playlist::Sections() const {
@@ -204,26 +204,26 @@ int Playlist::FocusedEntry() const noexcept {
 void Playlist::FocusEntry(int index) {
     FFocus = Has(index) ? index : -1;
     FIsHeadingFocused = false;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::FocusSectionOf(int entry) {
     FFocus = Has(entry) ? SectionOf(entry).First : -1;
     FIsHeadingFocused = Has(entry);
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::Select(const std::vector<int>& indexes) {
     for (PlaylistEntry& entry : FEntries) entry.IsSelected = false;
     for (const int index : indexes)
         if (Has(index)) FEntries[static_cast<std::size_t>(index)].IsSelected = true;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::SetSelected(int index, bool isSelected) {
     if (!Has(index) || std::exchange(FEntries[static_cast<std::size_t>(index)].IsSelected, isSelected) == isSelected)
         return;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 HResult Playlist::GetValueAsInt32(std::int32_t id, std::int32_t* value) noexcept {
@@ -267,7 +267,7 @@ HResult Playlist::SetValueAsObject(std::int32_t id, IUnknown* value) noexcept {
             return text && Rename(ToQString(text.Get())) ? S_OK : E_INVALIDARG;
         }
         const HResult result = PropertyList::SetValueAsObject(id, value);
-        if (Succeeded(result) && id == IVEXAPlaylist::Preimage) Tell(PlaylistObserver::Change::Preimage);
+        if (Succeeded(result) && id == IVEXAPlaylist::Preimage) Notify(PlaylistObserver::Change::Preimage);
         return result;
     });
 }

@@ -47,10 +47,10 @@ protected:
 
 class Playlist final : public PropertyList<IVEXAPropertyList2, IVEXAPlaylist> {
 public:
-    /// `observer` may be null. Call CutOff before destroying it.
+    /// `observer` may be null. Call DetachObserver before destroying it.
     Playlist(const QString& name, PlaylistObserver* observer);
     void Observe(PlaylistObserver* observer) noexcept { FObserver = observer; }
-    void CutOff() noexcept { FObserver = nullptr; }
+    void DetachObserver() noexcept { FObserver = nullptr; }
 
     QString Name() const { return Text(IVEXAPlaylist::Name); }
     /// False, with nothing changed, for an empty name.
@@ -98,7 +98,7 @@ private:
     bool Has(int index) const noexcept { return index >= 0 && index < Count(); }
     PlaylistSection SectionOf(int entry) const;
     QStringList Files(std::uint32_t flags) const;
-    void Tell(PlaylistObserver::Change change);
+    void Notify(PlaylistObserver::Change change);
 
     PlaylistObserver* FObserver;
     std::vector<PlaylistEntry> FEntries;

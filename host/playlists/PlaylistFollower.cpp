@@ -134,7 +134,7 @@ void PlaylistFollower::Read(Followed& followed) {
         Source& source = Open(followed.StorageID);
         const RowQuery query = QueryFor(source.Storage, host::Describe(*preimage).Filter);
         source.Reader.Read(
-            query, [this, list = followed.List.Get()](const RowPage& page) { Take(*list, page); },
+            query, [this, list = followed.List.Get()](const RowPage& page) { OnRead(*list, page); },
             RowReader::Urgency::Ahead);
         followed.IsReading = true;
     } catch (const LibraryError& error) {
@@ -143,7 +143,7 @@ void PlaylistFollower::Read(Followed& followed) {
     }
 }
 
-void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
+void PlaylistFollower::OnRead(const Playlist& playlist, const RowPage& page) {
     const auto found = Find(playlist);
     if (found == FFollowed.end()) return;  // no longer followed; `playlist` may be gone and is only compared by address
     const Ref<Playlist> list = found->List;

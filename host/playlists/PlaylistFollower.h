@@ -52,7 +52,7 @@ private:
     std::vector<Followed>::iterator Find(const Playlist& playlist);
     Source& Open(const QString& storageID);
     void Read(Followed& followed);
-    void Take(const Playlist& playlist, const RowPage& page);
+    void OnRead(const Playlist& playlist, const RowPage& page);
     void EndReading(Followed& followed);
     void Replace(const Ref<Playlist>& list, std::vector<PlaylistEntry> entries);
 

@@ -83,7 +83,7 @@ PlaylistManager::~PlaylistManager() {
     FLibrary->RemoveListener(this);
     FLinks.Invalidate();
     StopDescribing();
-    for (const Ref<Playlist>& playlist : FPlaylists) playlist->CutOff();
+    for (const Ref<Playlist>& playlist : FPlaylists) playlist->DetachObserver();
 }
 
 void PlaylistManager::Load() {
@@ -126,7 +126,7 @@ void PlaylistManager::MarkChanged() {
 }
 
 template <class Call>
-void PlaylistManager::Tell(Call call) {
+void PlaylistManager::Notify(Call call) {
     for (const auto listeners = FListeners; PlaylistListener * listener : listeners)
         if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) call(*listener);
 }
@@ -141,10 +141,10 @@ void PlaylistManager::Activate(Playlist* playlist) {
     if (FActive.Get() == playlist) return;
     FActive = Ref<Playlist>(playlist);
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
-QString PlaylistManager::FreeName(const QString& wanted) const {
+QString PlaylistManager::UniqueName(const QString& wanted) const {
     QString name = wanted;
     for (int number = 2; Find(name); ++number) name = wanted + u" (" + QString::number(number) + u')';
     return name;
@@ -166,7 +166,7 @@ Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
     FPlaylists.push_back(playlist);
     if (activate || !FActive) FActive = playlist;
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
     return playlist;
 }
 
@@ -175,20 +175,20 @@ void PlaylistManager::Remove(Playlist& playlist) {
     if (found == FPlaylists.end()) return;
     const Ref<Playlist> removed = *found;
     const auto next = FPlaylists.erase(found);
-    removed->CutOff();
+    removed->DetachObserver();
     FFollower.Leave(*removed);
     std::erase(FUnnamed, removed.Get());
     if (FActive == removed)
         FActive = FPlaylists.empty() ? nullptr : next != FPlaylists.end() ? *next : FPlaylists.back();
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 void PlaylistManager::NameAfterFilter(Playlist& playlist) {
     if (std::erase(FUnnamed, &playlist) == 0) return;
     const auto preimage = playlist.Preimage();
     const QString name = preimage ? FFollower.NameFor(host::Describe(*preimage)) : QString();
-    if (!name.isEmpty()) playlist.Rename(FreeName(name));
+    if (!name.isEmpty()) playlist.Rename(UniqueName(name));
 }
 
 void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
@@ -204,9 +204,9 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
     // The entries of a smart playlist and the selection are not saved.
     if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
     if (change == Change::Entries || change == Change::Selection)
-        Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
+        Notify([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
     else
-        Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+        Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {

@@ -83,14 +83,14 @@ private:
     void OnAddressesMoved(const AddressMoves& moves) override;
 
     void Load();
-    QString FreeName(const QString& wanted) const;
+    QString UniqueName(const QString& wanted) const;
     QString NextName() const;
     void NameAfterFilter(Playlist& playlist);
     void DescribeLater();
     void DescribeNow();
     void MarkChanged();
     template <class Call>
-    void Tell(Call call);
+    void Notify(Call call);
 
     const Ref<MusicLibraryService> FLibrary;
     const Ref<FileInfoService> FInfos;

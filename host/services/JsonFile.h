@@ -8,8 +8,8 @@ namespace vexa::host {
 
 class JsonFile {
 public:
-    /// `what` names the file's contents in messages: "the playlists".
-    JsonFile(const QString& fileName, const QString& what);
+    /// `contents` names the file's contents in messages: "the playlists".
+    JsonFile(const QString& fileName, const QString& contents);
 
     /// Empty when there is no file or the file holds no list under `key`. A file without the list is damaged: it is
     /// renamed, with a warning, to its name and ".damaged" (followed by a number), so that the next Save does not
@@ -22,7 +22,7 @@ public:
 private:
     void MoveAside(const QString& reason);
 
-    const QString FFileName, FWhat;
+    const QString FFileName, FContents;
     bool FMayWrite = true;
 };
 

@@ -75,7 +75,7 @@ private:
 
     const Storage* Find(const QString& id) const;
     const Storage* Find(IUnknown* object) const;
-    void Tell(void (MusicLibraryListener::*what)(const QString&), const QString& storageID);
+    void Notify(void (MusicLibraryListener::*what)(const QString&), const QString& storageID);
 
     Ref<IUnknown> FConfig;
     std::vector<Storage> FStorages;

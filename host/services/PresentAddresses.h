@@ -77,7 +77,7 @@ public:
     QString Present(const QString& address) const;
 
     /// Whether an answer is awaited after which keepers may be told about moves.
-    bool IsBusy() const noexcept { return FIsToLook || FIsLooking || FIsAnswering; }
+    bool IsBusy() const noexcept { return FIsCheckDue || FIsChecking || FIsAnswering; }
 
 private:
     struct Request {
@@ -86,21 +86,21 @@ private:
         Then Call;
     };
 
-    void OnDataChanged(const QString&) override { LookSoon(); }
-    void OnTasksChanged(const QString&) override { LookSoon(); }
+    void OnDataChanged(const QString&) override { CheckMovesSoon(); }
+    void OnTasksChanged(const QString&) override { CheckMovesSoon(); }
 
-    void LookSoon();
-    void Look();
+    void CheckMovesSoon();
+    void CheckMoves();
     void AskKept(const MoveCounts& counts);
     void SaveFollowed() const;
     void Answer();
-    void Tell(const AddressMoves& moves);
+    void Notify(const AddressMoves& moves);
 
     const Ref<FileSystemService> FFileSystems;
     const Ref<MusicLibraryService> FLibrary;
     std::vector<AddressKeeper*> FKeepers;
     std::atomic<bool> FIsStopped{true};  // the workers read it, too, and stop asking
-    bool FIsToLook = false;              // the counts of moves are to be asked for
+    bool FIsCheckDue = false;            // the counts of moves are to be asked for
     MoveCounts FCounts;                  // as read before the kept addresses were last asked about; empty after Start
     MoveCounts FFollowed;                // up to which the kept addresses are up to date; survives in FFile
     JsonFile FFile;                      // stores FFollowed
@@ -108,8 +108,8 @@ private:
     Ticket FLastTicket = 0;
     // Two workers, so that a request need not wait until all kept addresses were asked about. Each does one thing at a
     // time, so that answers come in order.
-    LatestTask FLooker, FAnswerer;
-    bool FIsLooking = false, FIsAnswering = false;
+    LatestTask FChecker, FAnswerer;
+    bool FIsChecking = false, FIsAnswering = false;
     LinkSource<PresentAddresses> FLinks{this};
 };
 
