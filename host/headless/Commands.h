@@ -32,10 +32,10 @@ struct Command {
     using Function = QJsonObject (*)(Host& host, const QStringList& arguments);
 
     const char* Name;
-    const char* Arguments;  // "ADDRESS [open]"
-    int Least, Most;        // number of arguments
+    const char* Arguments;           // "ADDRESS [open]"
+    int MinArguments, MaxArguments;  // number of arguments
     const char* Help;
-    Thread Where;
+    Thread RunsOn;
     Function Run;  // returns what is answered beside "ok"; throws CommandError
     bool EndsSession = false;
 };

@@ -102,7 +102,7 @@ void Session::Begin(const QString& line) {
     const Command* command = FindCommand(name);
     if (!command) return Write(Failure(u"there is no command " + name + u": help lists them", E_INVALIDARG));
     FIsBusy = true;  // makes later lines wait, even if the command runs an event loop
-    if (command->Where == Command::Thread::Main) return End(*command, Answer(*command, FHost, words));
+    if (command->RunsOn == Command::Thread::Main) return End(*command, Answer(*command, FHost, words));
     FTask = WorkerPool::Run(std::make_unique<CommandTask>([this, command, words, alive = std::weak_ptr(FIsAlive)] {
         const QJsonObject answer = Answer(*command, FHost, words);
         RunInMainThread(
