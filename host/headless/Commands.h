@@ -32,8 +32,8 @@ struct Command {
     using Function = QJsonObject (*)(Host& host, const QStringList& arguments);
 
     const char* Name;
-    const char* Arguments;           // "ADDRESS [open]"
-    int MinArguments, MaxArguments;  // number of arguments
+    const char* Arguments;  // "ADDRESS [open]"
+    int MinArguments, MaxArguments;
     const char* Help;
     Thread RunsOn;
     Function Run;  // returns what is answered beside "ok"; throws CommandError

@@ -83,7 +83,7 @@ private:
         std::vector<const LibraryField*> Columns;
         Ref<IVEXAObjectList> Fields;
         Ref<IVEXAMLDataFilter> Filter;
-        Ref<ErrorInfo> Why;  // the storage says there why it failed
+        Ref<ErrorInfo> Error;  // the storage says there why it failed
         std::atomic<bool> IsCancelled{false};
         RowPage Page;
         RowCount Rows;
@@ -91,8 +91,8 @@ private:
     using RequestPointer = std::shared_ptr<Request>;
     /// A request with its handler. The handler is kept apart from the request, so that it is destroyed on the main
     /// thread, whichever thread releases the request last.
-    struct Asked {
-        RequestPointer What;
+    struct Pending {
+        RequestPointer Sent;
         std::function<void(Request&)> Then;
     };
 
@@ -109,12 +109,12 @@ private:
     const LibraryStorage& FStorage;
     const Ref<IVEXAMLDataProvider> FProvider;
     const Ref<IVEXAMLSubscriptionStorage> FCounter;  // null: rows are counted one by one
-    std::map<Ticket, Asked> FAsked;                  // main thread; requests neither delivered nor cancelled
+    std::map<Ticket, Pending> FPending;              // main thread; requests neither delivered nor cancelled
     Ticket FLastTicket = 0;                          // main thread
     LinkSource<RowReader> FLinks{this};
 
     std::mutex FMutex;
-    std::condition_variable FIsWanted;
+    std::condition_variable FHasWork;
     std::deque<RequestPointer> FWaiting;  // guarded by FMutex
     std::atomic<bool> FIsEnding{false}, FHasEnded{false};
     std::thread FThread;  // the last member, because the thread uses the others
