@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
 constexpr int kSeekTries = 25;  // one per tick: some formats have to be read for a while before a seek works
-constexpr int kTicksOfAnEnd = 5;
+constexpr int kTicksAtEnd = 5;
 constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
@@ -235,7 +235,7 @@ void MediaOutput::Handle(GstMessage* message) {
         case GST_MESSAGE_EOS:
             return HandleEnd();
         case GST_MESSAGE_ASYNC_DONE:
-            return Prerolled();
+            return OnPrerolled();
         case GST_MESSAGE_DURATION_CHANGED:
             return AskDuration();
         case GST_MESSAGE_WARNING: {
@@ -288,7 +288,7 @@ void MediaOutput::HandleError(GstMessage* message) {
 }
 
 void MediaOutput::HandleEnd() {
-    if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
+    if (IsTruncated()) return Fail(Problem::BrokeOff, {});
     // In a stream of unknown duration a seek may have gone beyond the end.
     if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
     FTarget.reset();
@@ -306,7 +306,7 @@ void MediaOutput::NotifyMoved() {
 
 /// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
 /// its last sample would seem to play for ever.
-bool MediaOutput::StandsAtItsEnd() {
+bool MediaOutput::HasReachedEnd() {
     const bool isAtEnd =
         FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
     gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
@@ -315,11 +315,11 @@ bool MediaOutput::StandsAtItsEnd() {
         return false;
     }
     if (std::exchange(FEndPosition, position) != position) FTicksAtEnd = 0;
-    return ++FTicksAtEnd > kTicksOfAnEnd;
+    return ++FTicksAtEnd > kTicksAtEnd;
 }
 
 /// A connection that ends too early looks like the end of the file, unless the bytes are counted.
-bool MediaOutput::IsShortOfItsSize() const {
+bool MediaOutput::IsTruncated() const {
     if (FIsLocal) return false;
     GstElement* source = nullptr;
     g_object_get(FPipeline, "source", &source, nullptr);
@@ -340,7 +340,7 @@ void MediaOutput::Fail(Problem problem, const QString& details) {
     Q_EMIT Failed(problem, details);
 }
 
-void MediaOutput::Prerolled() {
+void MediaOutput::OnPrerolled() {
     AskDuration();
     const bool isFirst = !std::exchange(FIsPrerolled, true);
     if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
@@ -420,7 +420,7 @@ void MediaOutput::Tick() {
     const double before = std::exchange(FPosition, Position());
     if (FHasPlayed && FPosition > before) NotifyMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
-    if (StandsAtItsEnd()) return HandleEnd();
+    if (HasReachedEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }
 

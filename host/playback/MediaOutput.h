@@ -83,8 +83,8 @@ private:
     void HandleError(GstMessage* message);
     void HandleEnd();
     void NotifyMoved();
-    bool StandsAtItsEnd();
-    void Prerolled();
+    bool HasReachedEnd();
+    void OnPrerolled();
     void AskDuration();
     bool TrySeek(double seconds);
     void SeekNow(double seconds);
@@ -92,7 +92,7 @@ private:
     void Apply();
     void SetState(State state);
     void Tick();
-    bool IsShortOfItsSize() const;
+    bool IsTruncated() const;
 
     const QString FSink;
     GstElement* FPipeline = nullptr;

@@ -260,7 +260,7 @@ bool Playback::SkipAhead(const QString& reason) {
 }
 
 /// Puts skipped files back into UpNext when nothing could be played, as without a network, so that they are not lost.
-void Playback::GiveBackTaken() {
+void Playback::RestoreTaken() {
     if (FIsAdvancing && !FTaken.isEmpty()) SetUpNext(FTaken + UpNext());
     OnBegun();
 }
@@ -420,7 +420,7 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
     FError = Describe(problem, details);
     SaveSoon();
     if (SkipAhead(QString(FError))) return;
-    GiveBackTaken();
+    RestoreTaken();
     WithName(FTried, [this, reason = FError](const QString& name) { Q_EMIT Failed(name + u": " + reason); });
 }
 

@@ -155,7 +155,7 @@ private:
     void OnEnded();
     bool Advance();
     bool SkipAhead(const QString& reason);
-    void GiveBackTaken();
+    void RestoreTaken();
     void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);

@@ -99,7 +99,7 @@ QStringList RestartCommand(const QCommandLineParser& arguments) {
 }
 
 /// Whether windows are visible.
-bool IsSeen() {
+bool HasVisibleWindows() {
     return QGuiApplication::platformName() != u"offscreen" && QGuiApplication::platformName() != u"minimal";
 }
 
@@ -186,9 +186,10 @@ int RunWindow(const QCommandLineParser& arguments) {
         QApplication::exec();
         instance.StopListening();
         playback.Pause();  // the user may take a while to answer the last question
-        isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);
+        isSaved = SaveOrAsk(host, !isStopped && HasVisibleWindows(), save);
     }
-    isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { return host.UnloadPlugins(); }) && isSaved;
+    isSaved =
+        SaveOrAsk(host, isSaved && !isStopped && HasVisibleWindows(), [&] { return host.UnloadPlugins(); }) && isSaved;
     return isSaved ? 0 : 1;
 }
 
@@ -244,7 +245,7 @@ int main(int argc, char** argv) {
         return Complain(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
         PrintProblem(QString::fromUtf8(error.what()));
-        if (isHeadless || !IsSeen()) return 1;
+        if (isHeadless || !HasVisibleWindows()) return 1;
         const StopSignals signals([] { QCoreApplication::exit(); });
         QMessageBox::critical(nullptr, QStringLiteral("VEXA"), QString::fromUtf8(error.what()));
         return 1;

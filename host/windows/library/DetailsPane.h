@@ -55,12 +55,12 @@ private:
     QLabel *FCover, *FTitle, *FContainer, *FFigures, *FNothing;
     ShowNotes* FNotes;
     QWidget* FContent;
-    QTimer FPause;
+    QTimer FDelay;
     QString FStorageID;
     QString FFile;
     double FDate = 0;
     Facts FFacts;
-    QString FCoverOf;  // the container whose cover is shown
+    QString FCoverContainer;  // the container whose cover is shown
     LatestTask FFactReader, FCoverReader;
 };
 

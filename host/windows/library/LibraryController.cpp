@@ -46,7 +46,7 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
         Narrow();
     });
     connect(&FTable.Model(), &TableModel::Shown, this, [this] {
-        if (!FWanted.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FWanted, {}));
+        if (!FFileToShow.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FFileToShow, {}));
     });
     FTable.Model().SetAddresses(FHost.Addresses());
     FHost.Library().AddListener(this);
@@ -75,7 +75,7 @@ void LibraryController::Open() {
     FTree.SetProvider(presets.empty() ? nullptr : presets.front().Provider,
                       node.isEmpty() ? QStringList() : node.split(u'\t'));
     Narrow();
-    LookWhetherEmpty();
+    UpdateIsEmpty();
     OnTasksChanged(FSource->Storage.ID());
     Q_EMIT StorageChanged();
 }
@@ -118,7 +118,7 @@ void LibraryController::Find(const QString& file) {
     if (!location) return;
     QStringList values;
     for (const TreePair& pair : location->Node) Convert(pair.Value, values.emplace_back());
-    FWanted = FHost.Addresses().Present(file);
+    FFileToShow = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();
     else
@@ -133,11 +133,11 @@ void LibraryController::ReloadNow() {
     if (!FSource) return;
     FTree.Model().Reload();
     FTable.Model().Reload();
-    LookWhetherEmpty();
+    UpdateIsEmpty();
     Q_EMIT Reloaded();
 }
 
-void LibraryController::LookWhetherEmpty() {
+void LibraryController::UpdateIsEmpty() {
     // While there are no subscriptions, the tree has no leaves and there are no rows.
     FIsEmpty = FSource->Storage.Subscriptions() && FTree.Model().Provider() && !FTree.Model().HasLeaves();
 }

@@ -57,7 +57,7 @@ private:
     void Close();
     void ReloadNow();
     void Narrow();
-    void LookWhetherEmpty();
+    void UpdateIsEmpty();
     QString Key(const char* name) const;
 
     Host& FHost;
@@ -66,7 +66,7 @@ private:
     std::unique_ptr<Source> FSource;
     QTimer FOpening, FReloading, FWorking;
     QString FSearch;
-    QString FWanted;  // a file to be shown once its rows have been read
+    QString FFileToShow;  // a file to be shown once its rows have been read
     bool FIsEmpty = false;
 };
 

@@ -40,7 +40,7 @@ void ListeningModel::Update() {
         return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),
-                                   [](auto& a, auto& b) { return a.Where == b.Where && a.Address == b.Address; });
+                                   [](auto& a, auto& b) { return a.Section == b.Section && a.Address == b.Address; });
     // Most changes are only progress of the current file: do not reset the model, so that the view does not scroll.
     if (isSame) {
         FEntries = std::move(now);
@@ -100,8 +100,8 @@ void ListeningModel::Remove(const QModelIndexList& indexes) {
     QStringList begun, left;
     for (const QModelIndex& index : indexes)
         if (const Entry* entry = At(index)) {
-            if (entry->Where == Part::UpNext)
-                places.insert(entry->Place);
+            if (entry->Section == Part::UpNext)
+                places.insert(entry->Index);
             else
                 begun += entry->Address;
         }
@@ -127,7 +127,7 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         font.setWeight(QFont::DemiBold);
         if (role == Qt::FontRole) return font;
         if (role == Qt::ForegroundRole) return FaintText();  // the colour of disabled items is too faint to read
-        return role == Qt::DisplayRole ? FTexts(entry.Where == Part::UpNext ? "UpNext" : "ContinueListening")
+        return role == Qt::DisplayRole ? FTexts(entry.Section == Part::UpNext ? "UpNext" : "ContinueListening")
                                        : QVariant();
     }
     const Title title = FTitles.value(entry.Address);

@@ -17,10 +17,10 @@ public:
     static constexpr int kMostBegun = 50;
     enum class Part { UpNext, Begun };
     struct Entry {
-        Part Where;
+        Part Section;
         QString Address;  // empty for the heading
         double Position = 0, Duration = 0;
-        int Place = 0;  // index within its part
+        int Index = 0;  // index within its part
     };
 
     ListeningModel(Host& host, Playback& playback, QObject* parent = nullptr);

@@ -60,7 +60,7 @@ OptionsDialog::OptionsDialog(OptionsService& service, LanguageService& language,
     whole->addWidget(FButtons);
     for (const auto& frame : service.Pages()) {
         FPages.push_back(std::make_unique<OptionsPage>(frame));
-        FStack->addWidget(FPages.back()->Place());
+        FStack->addWidget(FPages.back()->Container());
         FList->addItem(QString());
         FList->item(FList->count() - 1)->setSizeHint({0, RowDelegate::kHeight});
     }
@@ -93,7 +93,7 @@ void OptionsDialog::Localize() {
     for (std::size_t i = 0; i < FPages.size(); ++i) {
         const QString caption = FPages[i]->Caption();
         FList->item(static_cast<int>(i))->setText(caption);
-        FPages[i]->Place()->setAccessibleName(caption);
+        FPages[i]->Container()->setAccessibleName(caption);
         FPages[i]->Notify(IVEXAOptionsDialogFrame::Localize);
     }
     FIsLoading = wasLoading;
@@ -135,8 +135,8 @@ void OptionsDialog::RemovePage(IVEXAOptionsDialogFrame* page) {
     const int row = static_cast<int>(found - FPages.begin());
     FPages.erase(found);
     removed->Close();
-    FStack->removeWidget(removed->Place());
-    delete removed->Place();
+    FStack->removeWidget(removed->Container());
+    delete removed->Container();
     delete FList->takeItem(row);
 }
 

@@ -8,7 +8,7 @@
 
 namespace vexa::host {
 
-/// The owner calls Close before the stack of the dialog destroys Place().
+/// The owner calls Close before the stack of the dialog destroys Container().
 class OptionsPage final {
 public:
     explicit OptionsPage(const Ref<IVEXAOptionsDialogFrame>& frame);
@@ -18,11 +18,11 @@ public:
 
     IVEXAOptionsDialogFrame* Frame() const noexcept { return FFrame.Get(); }
     /// The native window for the page's window, empty until Open. The stack that it is put in owns it.
-    QWidget* Place() const noexcept { return FPlace; }
+    QWidget* Container() const noexcept { return FContainer; }
     QString Caption() const;
 
-    /// Has the plug-in make the page's window, once, and load and localise it. If the plug-in makes none, Place() stays
-    /// empty and a warning is logged.
+    /// Has the plug-in make the page's window, once, and load and localise it. If the plug-in makes none, Container()
+    /// stays empty and a warning is logged.
     void Open();
     /// Destroys the page's window.
     void Close();
@@ -45,7 +45,7 @@ private:
     const Ref<IVEXAOptionsDialogFrame> FFrame;
     const Ref<IVEXAOptionsDialogFrameKeyboardHelper> FKeyboard;    // null: the host handles the keyboard
     const Ref<IVEXAOptionsDialogFrameKeyboardHelper2> FKeyboard2;  // the same
-    QWidget* const FPlace;
+    QWidget* const FContainer;
     bool FIsOpen = false, FHasFailed = false;
 };
 

@@ -58,9 +58,9 @@ MainWindow::MainWindow(Host& host, Playback& playback)
       FLeft(new QSplitter(Qt::Vertical)),
       FSide(new QSplitter(Qt::Vertical)),
       FPages(new QStackedWidget),
-      FPlace(new QWidget),
-      FPlaceLayout(new QVBoxLayout(FPlace)),
-      FBanner(new Banner(FPlace)),
+      FContent(new QWidget),
+      FContentLayout(new QVBoxLayout(FContent)),
+      FBanner(new Banner(FContent)),
       FBar(new PlaybackBar(playback, host)),
       FMenuBar(new WindowMenuBar(host, playback, FTheme)),
       FOptions(host),
@@ -94,7 +94,7 @@ MainWindow::~MainWindow() {
     // A subscription may end while FLibrary, being destroyed, waits for its thread; then Report must not use it.
     FSubscriber->disconnect(this);
     SaveLayout();
-    LetGo();
+    ReleasePlugins();
     FLibrary.reset();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
     presenters.push_back(MakeServicePresenter());
@@ -127,12 +127,12 @@ void MainWindow::Arrange() {
     FPages->addWidget(FFirstStart);
     auto* line = new QFrame;
     line->setObjectName(QStringLiteral("Line"));
-    FPlaceLayout->setContentsMargins({});
-    FPlaceLayout->setSpacing(0);
-    FPlaceLayout->addWidget(FPages, 1);
-    FPlaceLayout->addWidget(line);
-    FPlaceLayout->addWidget(FBar);
-    setCentralWidget(FPlace);
+    FContentLayout->setContentsMargins({});
+    FContentLayout->setSpacing(0);
+    FContentLayout->addWidget(FPages, 1);
+    FContentLayout->addWidget(line);
+    FContentLayout->addWidget(FBar);
+    setCentralWidget(FContent);
 }
 
 void MainWindow::AddMenuItems() {
@@ -184,7 +184,7 @@ void MainWindow::ConnectLibrary() {
         if (FLibrary->Storage())
             FListening->Model().AskTitles();
         else
-            LetGo();
+            ReleasePlugins();
         FTasks->Update(FLibrary->Storage());
         FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
         FMenuBar->ShowOffers(FLibrary->Storage());
@@ -253,7 +253,7 @@ void MainWindow::ShowDetails() {
     FDetails->Show(FTable->CurrentFile(), date);
 }
 
-void MainWindow::LetGo() {
+void MainWindow::ReleasePlugins() {
     FDetails->Stop();
     FListening->Model().Stop();
     FTasks->Update(nullptr);

@@ -72,7 +72,7 @@ private:
     void ConnectMenus();
     void ShowPage();
     void ShowDetails();
-    void LetGo();
+    void ReleasePlugins();
     void Import();
     void Export();
     void Report(const std::vector<Subscriber::Outcome>& outcomes);
@@ -94,8 +94,8 @@ private:
     TaskBar* FTasks;
     QSplitter *FSplitter, *FLeft, *FSide;
     QStackedWidget* FPages;
-    QWidget* FPlace;  // contains everything but menu bar and status bar
-    QVBoxLayout* FPlaceLayout;
+    QWidget* FContent;  // contains everything but menu bar and status bar
+    QVBoxLayout* FContentLayout;
     Banner* FBanner;
     PlaybackBar* FBar;
     WindowMenuBar* FMenuBar;

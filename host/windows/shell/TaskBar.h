@@ -16,7 +16,7 @@ namespace vexa::host {
 
 /// An item of a task that failed, and the reason.
 struct TaskProblem {
-    QString What, Why;
+    QString Item, Reason;
 };
 /// The failed items of the last task with that ID.
 std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID);

@@ -17,12 +17,12 @@ namespace vexa::host {
 
 namespace {
 
-constexpr qint64 kLook = 4096;  // bytes; the type of a document shows within these
+constexpr qint64 kProbeBytes = 4096;  // read to recognise the type of a document
 
 bool IsSubscriptionList(const QString& fileName) {
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) return false;
-    return file.read(kLook).toLower().contains("<opml");
+    return file.read(kProbeBytes).toLower().contains("<opml");
 }
 
 }  // namespace
