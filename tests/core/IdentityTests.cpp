@@ -25,7 +25,7 @@ struct Entry {
 
 /// A stored episode of the plain evaluation.
 struct PlainRow {
-    Entry Is;
+    Entry Data;
     QString URI, File;
     int State = pesNew;
     int Age = 0;                   // larger for rows written later
@@ -96,7 +96,7 @@ public:
                     if (isOut(row) || !Holds(rule, episodes[i], row)) continue;
                     const auto preference = [&](const PlainRow& r) {
                         const bool isKept = rule == 4 && (!r.File.isEmpty() || r.State != pesNew);
-                        return std::make_tuple(isKept, r.URI == URIOf(episodes[i]), !Stands(r.Is), r.Age);
+                        return std::make_tuple(isKept, r.URI == URIOf(episodes[i]), !Stands(r.Data), r.Age);
                     };
                     if (!best || preference(row) > preference(*best)) best = &row;
                 }
@@ -115,22 +115,23 @@ public:
         int renamed = -1;  // the first row that loses a name
         QString lastLost;
         for (std::size_t i = 0; i < episodes.size(); ++i) {
-            const Entry& is = episodes[i];
+            const Entry& entry = episodes[i];
             if (!found[i]) {
-                after.push_back({is, URIOf(is), {}, pesNew, ++lastAge, {}});
-                if (!is.Audio.isEmpty()) Announced += is.GUID;
+                after.push_back({entry, URIOf(entry), {}, pesNew, ++lastAge, {}});
+                if (!entry.Audio.isEmpty()) Announced += entry.GUID;
                 continue;
             }
             PlainRow row = *found[i];
-            if (row.Is.Audio.isEmpty() && !is.Audio.isEmpty()) Announced += is.GUID;
+            if (row.Data.Audio.isEmpty() && !entry.Audio.isEmpty()) Announced += entry.GUID;
             std::vector<PlainRow*> twins;
             for (PlainRow& twin : Rows) {
-                if (isOut(twin) || gone.contains(&twin) || !IsSame(twin.Is.GUID, row.Is.GUID) || !Tells(row.Is.GUID))
+                if (isOut(twin) || gone.contains(&twin) || !IsSame(twin.Data.GUID, row.Data.GUID) ||
+                    !Tells(row.Data.GUID))
                     continue;
-                if (!IsSameTitle(twin.Is, row.Is) && !IsSameTitle(twin.Is, is) && !IsSameDate(twin.Is, row.Is) &&
-                    !IsSameDate(twin.Is, is))
+                if (!IsSameTitle(twin.Data, row.Data) && !IsSameTitle(twin.Data, entry) &&
+                    !IsSameDate(twin.Data, row.Data) && !IsSameDate(twin.Data, entry))
                     continue;
-                if (Stands(twin.Is) && !IsSameAddress(twin.Is, is)) continue;
+                if (Stands(twin.Data) && !IsSameAddress(twin.Data, entry)) continue;
                 twins.push_back(&twin);
                 gone.insert(&twin);
             }
@@ -142,7 +143,7 @@ public:
             one.push_back(found[i]);
             QStringList lost;
             for (const PlainRow* each : one) {
-                for (const QString& name : NamesOf(*each, one, uri, is.GUID)) {
+                for (const QString& name : NamesOf(*each, one, uri, entry.GUID)) {
                     lost += name;
                     // A known name is noted again only if another episode has this name from now on.
                     const bool isTaken = name.startsWith('u') && uris.contains(each->URI);
@@ -165,9 +166,9 @@ public:
             for (const PlainRow* twin : twins)
                 if (Existing.contains(twin->File) && twin->File != row.File) SpareFiles += twin->File;
             row.URI = uri;
-            const QString address = is.Audio.isEmpty() ? row.Is.Audio : is.Audio;
-            row.Is = is;
-            row.Is.Audio = address;
+            const QString address = entry.Audio.isEmpty() ? row.Data.Audio : entry.Audio;
+            row.Data = entry;
+            row.Data.Audio = address;
             after.push_back(row);
         }
         if (!isAnyNoted && renamed >= 0) after[static_cast<std::size_t>(renamed)].Note(lastLost, ++LastNoted);
@@ -187,7 +188,7 @@ public:
     QString Find(const QString& uri, const QString& guid) const {
         std::set<QString> found;
         for (const PlainRow& row : Rows)
-            if (uri.isEmpty() ? row.Is.GUID == guid : row.URI == uri) found.insert(row.URI);
+            if (uri.isEmpty() ? row.Data.GUID == guid : row.URI == uri) found.insert(row.URI);
         for (const QString& name :
              uri.isEmpty() ? QStringList("g" + guid) : QStringList{"u" + uri, "u" + WithoutQuery(uri)})
             if (found.empty())
@@ -207,49 +208,49 @@ private:
     bool Counts(std::size_t item) const {
         std::size_t last = item, lastKnown = Document.size();
         for (std::size_t i = 0; i < Document.size(); ++i) {
-            const Entry& is = Document[i];
-            if (URIOf(is) != URIOf(Document[item])) continue;
+            const Entry& entry = Document[i];
+            if (URIOf(entry) != URIOf(Document[item])) continue;
             last = i;
             for (const PlainRow& row : Rows)
-                if (IsSameAddress(is, row.Is) && IsSame(is.GUID, row.Is.GUID)) lastKnown = i;
+                if (IsSameAddress(entry, row.Data) && IsSame(entry.GUID, row.Data.GUID)) lastKnown = i;
         }
         return item == (lastKnown < Document.size() ? lastKnown : last);
     }
-    bool Holds(int rule, const Entry& is, const PlainRow& stored) const {
-        const Entry& row = stored.Is;
-        const bool isSameGUID = IsSame(is.GUID, row.GUID), tells = Tells(is.GUID), rowTells = Tells(row.GUID);
+    bool Holds(int rule, const Entry& entry, const PlainRow& stored) const {
+        const Entry& row = stored.Data;
+        const bool isSameGUID = IsSame(entry.GUID, row.GUID), tells = Tells(entry.GUID), rowTells = Tells(row.GUID);
         switch (rule) {
             case 1:
-                return (IsSameAddress(is, row) || (is.Audio.isEmpty() && row.Audio.isEmpty())) &&
-                       IsSameTitle(is, row) && (IsSameDate(is, row) || isSameGUID);
+                return (IsSameAddress(entry, row) || (entry.Audio.isEmpty() && row.Audio.isEmpty())) &&
+                       IsSameTitle(entry, row) && (IsSameDate(entry, row) || isSameGUID);
             case 2:
-                return IsSameAddress(is, row) && isSameGUID && tells;
+                return IsSameAddress(entry, row) && isSameGUID && tells;
             case 3: {
-                const bool differs = !IsSameTitle(is, row) && is.Date != 0 && row.Date != 0 && is.Date != row.Date &&
-                                     !IsSameAddress(is, row);
+                const bool differs = !IsSameTitle(entry, row) && entry.Date != 0 && row.Date != 0 &&
+                                     entry.Date != row.Date && !IsSameAddress(entry, row);
                 return isSameGUID && tells && !differs;
             }
             case 4:
-                return IsSameTitle(is, row) && IsSameDate(is, row) && !rowTells &&
+                return IsSameTitle(entry, row) && IsSameDate(entry, row) && !rowTells &&
                        std::count_if(Document.begin(), Document.end(),
-                                     [&](auto& e) { return IsSameTitle(e, is) && e.Date == is.Date; }) == 1;
+                                     [&](auto& e) { return IsSameTitle(e, entry) && e.Date == entry.Date; }) == 1;
             case 5:
-                return IsSameAddress(is, row) && (isSameGUID || IsSameTitle(is, row) || IsSameDate(is, row)) &&
+                return IsSameAddress(entry, row) && (isSameGUID || IsSameTitle(entry, row) || IsSameDate(entry, row)) &&
                        !rowTells;
             default: {
-                const auto hasTitle = [&](const Entry& e) { return IsSameTitle(e, is); };
-                return IsSameTitle(is, row) && std::count_if(Document.begin(), Document.end(), hasTitle) == 1 &&
-                       std::count_if(Rows.begin(), Rows.end(), [&](auto& r) { return hasTitle(r.Is); }) == 1 &&
-                       (is.Date == 0 || row.Date == 0) && !rowTells && Document.size() >= 5;
+                const auto hasTitle = [&](const Entry& e) { return IsSameTitle(e, entry); };
+                return IsSameTitle(entry, row) && std::count_if(Document.begin(), Document.end(), hasTitle) == 1 &&
+                       std::count_if(Rows.begin(), Rows.end(), [&](auto& r) { return hasTitle(r.Data); }) == 1 &&
+                       (entry.Date == 0 || row.Date == 0) && !rowTells && Document.size() >= 5;
             }
         }
     }
-    QString KeptURI(const PlainRow& row, const Entry& is) const {
+    QString KeptURI(const PlainRow& row, const Entry& entry) const {
         const auto isOfDocument = [&](const QString& uri) {
             return std::any_of(Document.begin(), Document.end(), [&](auto& e) { return URIOf(e) == uri; });
         };
         if (row.URI.isEmpty() || !isOfDocument(row.URI)) return row.URI;
-        const QString uri = StandInURI(is);
+        const QString uri = StandInURI(entry);
         const bool isStored = std::any_of(Rows.begin(), Rows.end(), [&](auto& r) { return r.URI == uri; });
         return isStored || isOfDocument(uri) ? uri + '#' + QString::number(row.Age) : uri;
     }
@@ -263,7 +264,7 @@ private:
         const bool isMadeOfGUID = row.URI.startsWith(StandInURI({}));
         if (!row.URI.isEmpty() && row.URI != newURI)
             names += "u" + (isShared || isMadeOfGUID ? row.URI : WithoutQuery(row.URI));
-        if (row.Is.GUID != newGUID) names += "g" + row.Is.GUID;
+        if (row.Data.GUID != newGUID) names += "g" + row.Data.GUID;
         return names;
     }
 
@@ -382,8 +383,8 @@ std::unique_ptr<TPodcastFeed> FeedOf(const std::vector<Entry>& document) {
     return feed;
 }
 
-QString Describe(const Entry& is) {
-    return QStringList{is.GUID, is.Title, is.Audio, QString::number(is.Date)}.join('|');
+QString Describe(const Entry& entry) {
+    return QStringList{entry.GUID, entry.Title, entry.Audio, QString::number(entry.Date)}.join('|');
 }
 
 class Identity : public testing::Test {
@@ -457,10 +458,10 @@ protected:
     QStringList Stored() {
         QStringList rows;
         DB.EnumEpisodes({}, [&](const TPodcastEpisode& e, const QString&) {
-            const Entry is{e.Fields[pefGUID], e.Fields[pefTitle], e.Fields[pefURLAudio], e.PublishDate};
+            const Entry entry{e.Fields[pefGUID], e.Fields[pefTitle], e.Fields[pefURLAudio], e.PublishDate};
             rows +=
-                QStringList{e.Fields[pefURI], Describe(is), QString::number(e.State), e.Fields[pefURLAudioCached]}.join(
-                    '|');
+                QStringList{e.Fields[pefURI], Describe(entry), QString::number(e.State), e.Fields[pefURLAudioCached]}
+                    .join('|');
         });
         rows.sort();
         return rows;
@@ -468,7 +469,7 @@ protected:
     QStringList Expected() const {
         QStringList rows;
         for (const PlainRow& row : Plain.Rows)
-            rows += QStringList{row.URI, Describe(row.Is), QString::number(row.State), row.File}.join('|');
+            rows += QStringList{row.URI, Describe(row.Data), QString::number(row.State), row.File}.join('|');
         rows.sort();
         return rows;
     }
@@ -529,7 +530,7 @@ protected:
             TakeOver();
             for (const PlainRow& row : Plain.Rows) {
                 uris.insert(row.URI);
-                guids.insert(row.Is.GUID);
+                guids.insert(row.Data.GUID);
             }
             const std::vector<Entry> document = publisher.Next();
             Merge(document);

@@ -31,7 +31,7 @@ protected:
     }
 
     /// The member `key` of the answer to a line, or the error.
-    std::string Say(const QString& line, const QString& key) {
+    std::string AnswerTo(const QString& line, const QString& key) {
         QStringList words = SplitLine(line);
         const Command* command = FindCommand(words.takeFirst());
         if (!command) return "no such command";
@@ -75,32 +75,33 @@ TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
         {"find episode://e1", "node", R"([{"field":"Node","value":"shows"},{"field":"Node","value":"show A"}])"},
         {"find episode://e9", "node", "episode://e9 is not in the library"},
     };
-    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
-    EXPECT_EQ(Say("rows --where ID in e1|e2", ""), "the storage could not read its rows (0x80004005)");  // no arrays
+    for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
+    EXPECT_EQ(AnswerTo("rows --where ID in e1|e2", ""),
+              "the storage could not read its rows (0x80004005)");  // no arrays
 }
 
 TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
     const Ref<IVEXAString> caption = MakeString("Refreshing");
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
-    EXPECT_EQ(Say("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
-    EXPECT_EQ(Say("tasks", "downloads"), "[]");
+    EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
+    EXPECT_EQ(AnswerTo("tasks", "downloads"), "[]");
     EXPECT_EQ(
-        Say("tasks", "refresh"),
+        AnswerTo("tasks", "refresh"),
         R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,"refused":false}])");
-    EXPECT_EQ(Say("cancel 2", ""), "the task 2 cannot be cancelled");
-    EXPECT_EQ(Say("cancel 1", ""), "there is no task 1: tasks lists them");
-    EXPECT_EQ(Say("subscribe http://a no http://known", "results"),
+    EXPECT_EQ(AnswerTo("cancel 2", ""), "the task 2 cannot be cancelled");
+    EXPECT_EQ(AnswerTo("cancel 1", ""), "there is no task 1: tasks lists them");
+    EXPECT_EQ(AnswerTo("subscribe http://a no http://known", "results"),
               R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
               R"({"address":"no","code":"0x80070057","text":"said"},)"
               R"({"address":"http://known","code":"0x80004004","text":"said"}])");
-    EXPECT_EQ(Say("subscribe http://several", "results"),
+    EXPECT_EQ(AnswerTo("subscribe http://several", "results"),
               R"([{"address":"http://several","choices":[{"address":"http://x","title":"X"},)"
               R"({"address":"http://y","title":""}]}])");
-    EXPECT_EQ(Say("import empty.opml", "results"), "[]");
-    EXPECT_EQ(Say("import none.opml", "results"), "no such file");
-    EXPECT_EQ(Say("export out.opml", ""), "out.opml cannot be written");
+    EXPECT_EQ(AnswerTo("import empty.opml", "results"), "[]");
+    EXPECT_EQ(AnswerTo("import none.opml", "results"), "no such file");
+    EXPECT_EQ(AnswerTo("export out.opml", ""), "out.opml cannot be written");
     Storage->OffersSubscriptions = false;
-    EXPECT_EQ(Say("subscribe http://a", ""), "the storage is none of subscriptions");
+    EXPECT_EQ(AnswerTo("subscribe http://a", ""), "the storage is none of subscriptions");
 }
 
 TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
@@ -150,7 +151,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
         {"playlist remove Q", "", ""},
         {"playlists", "playlists", R"([{"active":true,"name":"P","smart":false}])"},
     };
-    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
+    for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
     EXPECT_EQ(done, QStringList{"b"});
 }
 
@@ -159,8 +160,8 @@ TEST_F(LibraryCommands, AnAddressIsCalledWhatItsFileSystemSays) {
     const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
     Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
     moving->Move("episode://a", "episode://b");
-    EXPECT_EQ(Say("present episode://a", "present"), "\"episode://b\"");
-    EXPECT_EQ(Say("present episode://a", "moves"), "1");
-    EXPECT_EQ(Say("present episode://z", "present"), "nothing is known of episode://z");
-    EXPECT_EQ(Say("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
+    EXPECT_EQ(AnswerTo("present episode://a", "present"), "\"episode://b\"");
+    EXPECT_EQ(AnswerTo("present episode://a", "moves"), "1");
+    EXPECT_EQ(AnswerTo("present episode://z", "present"), "nothing is known of episode://z");
+    EXPECT_EQ(AnswerTo("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
 }

@@ -25,7 +25,7 @@ QStringList Files(Playlist& playlist) {
 }
 
 /// A plug-in's file information: files whose names end in "known" belong to the album "A".
-class Knowing final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
+class AlbumProvider final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
 public:
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
         if (!ToQString(file).endsWith(u"known")) return E_FAIL;
@@ -159,7 +159,7 @@ TEST_F(Playlists, ASmartOneFollowsItsFilter) {
 }
 
 TEST_F(Playlists, FilesAreKeptBetweenStarts) {
-    const Ref<Knowing> knowing(new Knowing);
+    const Ref<AlbumProvider> knowing(new AlbumProvider);
     Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
     const Ref<Playlist> one = Host.Playlists().Create("One \"1\"", false);
     one->Add({"podcast://known", "gone"});

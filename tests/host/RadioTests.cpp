@@ -24,15 +24,15 @@ protected:
                                              {"Harbour", "Music", Server.Url("/harbour"), 128},
                                              {"Lighthouse", "Music", Server.Url("/lighthouse"), 192}};
         const Ref<tests::Radio> radio(new tests::Radio(std::move(stations), title));
-        TheWindow.emplace(Host, *Player);
-        TheWindow->show();
+        PlayerWindow.emplace(Host, *Player);
+        PlayerWindow->show();
         ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
         ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && IsShown("Harbour"); }));
     }
     template <class Widget>
     Widget* Find(const char* name) {
-        return TheWindow->findChild<Widget*>(QString::fromLatin1(name));
+        return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
     QTableView* View() { return Find<QTableView>("Rows"); }
     QAbstractItemModel* Rows() { return View()->model(); }
@@ -42,20 +42,20 @@ protected:
         return found.isEmpty() ? -1 : found.first().row();
     }
     bool ShowsText(const QString& text) {
-        for (const QLabel* label : TheWindow->findChildren<QLabel*>())
+        for (const QLabel* label : PlayerWindow->findChildren<QLabel*>())
             if (label->isVisible() && label->text() == text) return true;
         return false;
     }
 
     tests::LoopbackServer Server;
-    std::optional<MainWindow> TheWindow;
+    std::optional<MainWindow> PlayerWindow;
 };
 
 }  // namespace
 
 TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     Start(IVEXAMLDataField::Title);
-    EXPECT_FALSE(TheWindow->findChild<FirstStartPage*>()->isVisible());
+    EXPECT_FALSE(PlayerWindow->findChild<FirstStartPage*>()->isVisible());
     EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
     // The texts about podcasts are not used for other storages.

@@ -85,14 +85,14 @@ class Window : public HostTest {
 protected:
     void Start() {
         Player.emplace(Host, QStringLiteral("fakesink sync=true"));
-        TheWindow.emplace(Host, *Player);
-        TheWindow->show();
+        PlayerWindow.emplace(Host, *Player);
+        PlayerWindow->show();
         Host.LoadPlugin(QStringLiteral(PLUGIN));
-        ASSERT_TRUE(WaitUntil([&] { return TheWindow->Library().Storage() != nullptr; }));
+        ASSERT_TRUE(WaitUntil([&] { return PlayerWindow->Library().Storage() != nullptr; }));
     }
     template <class Widget>
     Widget* Find(const char* name) {
-        return TheWindow->findChild<Widget*>(QString::fromLatin1(name));
+        return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
     QString WriteFeed() {
         const QString name = Profile.File("tides.xml");
@@ -108,7 +108,7 @@ protected:
     }
     void Subscribe() {
         Find<QLineEdit>("Address")->setText(WriteFeed());
-        auto* page = TheWindow->findChild<FirstStartPage*>();
+        auto* page = PlayerWindow->findChild<FirstStartPage*>();
         ASSERT_TRUE(page->isVisible());
         page->findChild<QPushButton*>("Subscribe")->click();
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && Find<QTableView>("Rows")->isVisible(); }));
@@ -117,7 +117,7 @@ protected:
     QAbstractItemModel* Rows() { return Find<QTableView>("Rows")->model(); }
 
     std::optional<Playback> Player;
-    std::optional<MainWindow> TheWindow;
+    std::optional<MainWindow> PlayerWindow;
 };
 
 QAction* ActionNamed(const QMenu* menu, const QString& name) {
@@ -241,7 +241,7 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     Host.Language().Switch("German");
     EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
     // Everything that can have the focus has an accessible name.
-    for (const QWidget* widget : TheWindow->findChildren<QWidget*>())
+    for (const QWidget* widget : PlayerWindow->findChildren<QWidget*>())
         if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() &&
             widget->accessibleName().isEmpty())
             ADD_FAILURE() << widget->metaObject()->className() << " " << widget->objectName().toStdString();
@@ -252,7 +252,7 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
 
 TEST_F(Window, TheFirstPageHasTheStoragesOptionsAndSetsThem) {
     Start();
-    const auto option = [&] { return TheWindow->findChild<FirstStartPage*>()->findChild<QCheckBox*>(); };
+    const auto option = [&] { return PlayerWindow->findChild<FirstStartPage*>()->findChild<QCheckBox*>(); };
     ASSERT_TRUE(option());
     EXPECT_EQ(option()->text(), "Refresh the feeds when the player starts");
     EXPECT_TRUE(option()->isChecked());
@@ -284,12 +284,12 @@ TEST_F(Window, ASearchThatTheStorageCannotAnswerSaysWhyInThePlaceOfTheRows) {
 
 TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     Start();
-    QSignalSpy subscribed(TheWindow->findChild<Subscriber*>(), &Subscriber::Started);
-    QSignalSpy done(TheWindow->findChild<Subscriber*>(), &Subscriber::Finished);
-    TheWindow->Open({"feed://example.org/a", "podcast://example.org/b"});
+    QSignalSpy subscribed(PlayerWindow->findChild<Subscriber*>(), &Subscriber::Started);
+    QSignalSpy done(PlayerWindow->findChild<Subscriber*>(), &Subscriber::Finished);
+    PlayerWindow->Open({"feed://example.org/a", "podcast://example.org/b"});
     auto* dialog = Find<SubscribeDialog>("SubscribeDialog");
     ASSERT_TRUE(dialog && dialog->isVisible());
-    TheWindow->Open({"feed:http://example.org/c", "https://example.org/d", "example.org/e", "feed://example.org/a"});
+    PlayerWindow->Open({"feed:http://example.org/c", "https://example.org/d", "example.org/e", "feed://example.org/a"});
     EXPECT_EQ(dialog->findChild<QPlainTextEdit*>()->toPlainText(),
               "feed://example.org/a\npodcast://example.org/b\nfeed:http://example.org/c\nhttps://example.org/d\n"
               "example.org/e");
@@ -299,12 +299,12 @@ TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     EXPECT_EQ(subscribed.count(), 1);
     ASSERT_TRUE(WaitUntil([&] { return done.count() == 1; }));
 
-    TheWindow->Open({"podcast://127.0.0.1:9/1.mp3"});
+    PlayerWindow->Open({"podcast://127.0.0.1:9/1.mp3"});
     EXPECT_EQ(Host.Player().FileName(), "podcast://127.0.0.1:9/1.mp3");
-    TheWindow->Open({WriteFeed()});  // a local document is subscribed without asking
+    PlayerWindow->Open({WriteFeed()});  // a local document is subscribed without asking
     EXPECT_EQ(subscribed.count(), 2);
-    for (const QString& wrong : {u"gopher://example.org"_s, Profile.File("none")}) TheWindow->Open({wrong});
-    const auto* box = TheWindow->findChild<QMessageBox*>();
+    for (const QString& wrong : {u"gopher://example.org"_s, Profile.File("none")}) PlayerWindow->Open({wrong});
+    const auto* box = PlayerWindow->findChild<QMessageBox*>();
     ASSERT_TRUE(box && box->isVisible());
     EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // one box for both
 }
@@ -317,7 +317,7 @@ TEST_F(Window, WhichOfThePagesFeedsIsMeantIsAsked) {
     };
     server.Serve("/page", Response::Of("<html>" + link("a") + link("b"), "text/html"));
     server.Serve("/b", Response::Of(ReadWhole(WriteFeed())));
-    auto* page = TheWindow->findChild<FirstStartPage*>();
+    auto* page = PlayerWindow->findChild<FirstStartPage*>();
     const auto ask = [&] {
         Find<QLineEdit>("Address")->setText(server.Url("/page"));
         page->findChild<QPushButton*>("Subscribe")->click();
@@ -364,7 +364,7 @@ TEST_F(Window, TheOptionsShowWhatAnotherProgramHasSet) {
     ASSERT_TRUE(shown);
     EXPECT_FALSE(shown->isChecked());
     Find<QCheckBox>("CB1")->click();
-    TheWindow->findChild<OptionsDialog*>()->accept();
+    PlayerWindow->findChild<OptionsDialog*>()->accept();
     EXPECT_TRUE(Host.UnloadPlugins().isEmpty());
     SettingsFile written(SettingsFileName(Profile.Path()));
     EXPECT_EQ(written.Find("Podcasts\\ShowNotifications"), "0");
@@ -376,7 +376,7 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
     Subscribe();
     auto* view = Find<QTableView>("Rows");
     view->selectRow(1);
-    const auto* pane = TheWindow->findChild<TablePane*>();
+    const auto* pane = PlayerWindow->findChild<TablePane*>();
     // The table counts its rows before it reads them.
     ASSERT_TRUE(WaitUntil([&] { return !pane->CurrentFile().isEmpty(); }));
     const QString file = pane->CurrentFile();
@@ -396,7 +396,7 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
     watcher.start(5);
     Q_EMIT view->customContextMenuRequested(QPoint(5, 5));
     RowQuery query{.Fields = {"FileName"}, .Where = {{"State", IVEXAMLFieldFilter::Equals, QString("2")}}};
-    RowReader reader(*TheWindow->Library().Storage());
+    RowReader reader(*PlayerWindow->Library().Storage());
     ASSERT_TRUE(WaitUntil([&] { return reader.CountNow(query).Count == 1; }));
     EXPECT_EQ(reader.ReadNow(query).Rows[0][0].Text, file);
 }

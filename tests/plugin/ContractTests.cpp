@@ -65,8 +65,8 @@ protected:
             db.AddOrUpdate(feed);
         }
         Host.Library().AddListener(this);
-        EXPECT_EQ(Plugin.Object()->Initialize(TheCore.Get()), S_OK);
-        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+        EXPECT_EQ(Plugin.Object()->Initialize(RecordingCore.Get()), S_OK);
+        Storage = RecordingCore->Registered<IVEXAMLExtensionDataStorage>();
     }
     ~Contract() override {
         Host.Library().RemoveListener(this);
@@ -99,7 +99,7 @@ protected:
 
     LoopbackServer Server;
     const host::Plugin Plugin{QStringLiteral(PLUGIN)};
-    const Ref<Core> TheCore{new Core(Host.PluginCore())};
+    const Ref<Core> RecordingCore{new Core(Host.PluginCore())};
     Ref<IVEXAMLExtensionDataStorage> Storage;
     std::string EndsIn;
     bool HasReturned = false;
@@ -112,11 +112,11 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     const auto properties = Of<IVEXAPropertyList2>();
     const auto art = Of<IVEXAMLAlbumArtProvider>();
     const auto find = Of<IVEXAMLDataStorageCommandFindInLibrary>();
-    const auto decoder = TheCore->Registered<IVEXAExtensionAudioDecoderOld>();
-    const auto infos = TheCore->Registered<IVEXAExtensionFileInfoProvider>();
-    const auto hook = TheCore->Registered<IVEXAExtensionPlayerHook>();
-    const auto logos = TheCore->Registered<IVEXAExtensionAlbumArtProvider>();
-    const auto page = TheCore->Registered<IVEXAOptionsDialogFrame>();
+    const auto decoder = RecordingCore->Registered<IVEXAExtensionAudioDecoderOld>();
+    const auto infos = RecordingCore->Registered<IVEXAExtensionFileInfoProvider>();
+    const auto hook = RecordingCore->Registered<IVEXAExtensionPlayerHook>();
+    const auto logos = RecordingCore->Registered<IVEXAExtensionAlbumArtProvider>();
+    const auto page = RecordingCore->Registered<IVEXAOptionsDialogFrame>();
     const auto tree = host::LibraryStorage(Host.Library()).Presets()[0].Provider;
 
     const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
@@ -362,12 +362,12 @@ TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
         // The plug-in has ended when it can be initialised again.
         Host.PluginCore().FinalizeExtensions(0);
         Host.PluginCore().RemoveExtensions(0);
-        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(TheCore.Get()) == S_OK; }));
+        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }));
         for (const auto& heard : events) {
             EXPECT_EQ(heard->Ends, 1);
             EXPECT_EQ(QSet<QString>(heard->Told.begin(), heard->Told.end()).size(), addresses.size());
         }
-        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+        Storage = RecordingCore->Registered<IVEXAMLExtensionDataStorage>();
         Host.Library().SetActiveStorage(Storage.Get());
     }
 }

@@ -57,7 +57,7 @@ protected:
         return count;
     }
     /// Whether `count` requests come, and then no more.
-    bool ComeTo(int count) {
+    bool WaitForRequests(int count) {
         if (!tests::WaitUntil([&] { return AllRequests() >= count; })) return false;
         std::this_thread::sleep_for(150ms);
         return AllRequests() == count;
@@ -72,16 +72,16 @@ protected:
 TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsTaken) {
     Start();
     Want(Addresses());
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
     for (int server = 0; server < 4; ++server) EXPECT_EQ(Requests(server), 3) << server;
     EXPECT_EQ(Requests(4), 0);
     Servers[0].Release("/1");
     EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
-    EXPECT_TRUE(ComeTo(13));
+    EXPECT_TRUE(WaitForRequests(13));
     EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
     // A transfer that is not wanted any more makes room, too.
     Want({Servers[4].Url("/7")});
-    EXPECT_TRUE(ComeTo(14));
+    EXPECT_TRUE(WaitForRequests(14));
     EXPECT_EQ(Servers[4].Count("/7"), 1);
 }
 
@@ -94,7 +94,7 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_TRUE(ComeTo(4)) << "as many as may be silent, and nobody has answered to compare them with";
+    EXPECT_TRUE(WaitForRequests(4)) << "as many as may be silent, and nobody has answered to compare them with";
     EXPECT_GE(Fetcher->SilenceOf(addresses[0]), 100ms);
     EXPECT_GE(Fetcher->SilenceOf(addresses[5]), 100ms) << "waits for a server that is silent";
     EXPECT_EQ(Fetcher->SilenceOf(addresses.last()), 0ms) << "not asked yet";
@@ -162,12 +162,12 @@ TEST_F(HttpFetching, EndsAtOnceWithAllTransfersOnTheirWay) {
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
     bool isAsked = false;
     const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
     EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
     Fetcher.reset();
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ Response Response::To(const QByteArray& requestHead) const {
     for (const char* name : {"ETag", "Last-Modified", "Date"})
         if (const QByteArray value = HeaderOf(Head, name); !value.isEmpty()) headers += name + (": " + value) + "\r\n";
     return Of(Body.sliced(std::min(first, Body.size())), "application/octet-stream", "206 Partial Content", headers)
-        .With(What, FaultAfter);
+        .With(Kind, FaultAfter);
 }
 
 LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -155,25 +155,25 @@ void LoopbackServer::Talk(int socket, int connection) {
 
 bool LoopbackServer::Answer(int socket, const QString& path, const Response& response) {
     const QByteArray answer = response.Head + response.Body;
-    if (response.What == Fault::None) return SendAll(socket, answer);
+    if (response.Kind == Fault::None) return SendAll(socket, answer);
     const qsizetype sent =
         response.FaultAfter < 0 ? 0 : std::min(response.Head.size() + response.FaultAfter, answer.size());
     if (!SendAll(socket, answer.first(sent))) return false;
-    if (response.What == Fault::Repeat) {
+    if (response.Kind == Fault::Repeat) {
         QByteArray rest = answer.sliced(sent);
         rest = rest.repeated(1 + 65536 / rest.size());
         while (SendAll(socket, rest)) {
         }
     }
-    if (response.What == Fault::Drip) {
+    if (response.Kind == Fault::Drip) {
         for (qsizetype at = sent; at < answer.size() && SendAll(socket, answer.sliced(at, 1)); ++at)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    if (response.What == Fault::Reset) {
+    if (response.Kind == Fault::Reset) {
         const linger atOnce{1, 0};
         setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     }
-    if (response.What != Fault::Wait) return false;
+    if (response.Kind != Fault::Wait) return false;
     {
         std::unique_lock lock(FMutex);
         FChanged.wait(lock, [&] { return FIsStopping || FReleased.contains(path); });

@@ -27,7 +27,7 @@ enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 
 struct Response {
     QByteArray Head, Body;
-    Fault What = Fault::None;
+    Fault Kind = Fault::None;
     int FaultAfter = -1;  // bytes of the body sent before the fault; if negative, not even the head is sent
     /// Whether range requests are answered with the range, unless their If-Range names another version by ETag or time
     /// of change. FaultAfter counts from the first byte sent.
