@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST_F(Program, WrongUsageEndsWithTwoAndSaysWhyOnStandardError) {
+TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
     const QString cases =
         "|nonsense|--nonsense|feeds extra|feeds --new|feeds --json=1|feeds --profile|subscribe|show|show 1: --json|"
         "show 1:00000000 1:00000001|mark new|mark heard 1:00000000|download|download --new 1:00000000|episodes --limit|"
@@ -36,7 +36,7 @@ TEST_F(Program, HelpAndVersionNeedNoProfile) {
     EXPECT_FALSE(QDir(Profile.File("none")).exists());
 }
 
-TEST_F(Program, AFeedIsSubscribedListedRefreshedAndEnded) {
+TEST_F(Program, AFeedIsSubscribedListedRefreshedAndUnsubscribed) {
     const FolderServer server;
     const QString address = WriteFeed(server, "Show", 2);
     EXPECT_EQ(Json("feeds").array(), QJsonArray());
@@ -113,7 +113,7 @@ TEST_F(Program, APasswordInAnAddressIsShownToNobody) {
     }
 }
 
-TEST_F(Program, AKeyIsAsLongAsItTakesToTellItsEpisodeFromOthersOfTheFeed) {
+TEST_F(Program, AKeyIsAsLongAsNeededToBeUniqueInItsFeed) {
     Run("feeds");
     PlainSqlite database(Profile.File("Podcasts.db"));
     database.Run("INSERT INTO PodcastFeeds (Name, URLFeed) VALUES ('Show', 'http://h/'), ('Other', 'http://o/')");
@@ -161,7 +161,7 @@ TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     ExpectFailure("show 1:00000000", {"1:00000000"});
 }
 
-TEST_F(Program, AnEpisodeIsStillNamedAsBeforeItsPublisherChangedItsAddressAndGuid) {
+TEST_F(Program, AnEpisodeCanStillBeNamedAsBeforeItsAddressAndGuidChanged) {
     const FolderServer server;
     const QString feed = WriteFeed(server, "Show", 3);
     Run("subscribe " + feed);
@@ -179,7 +179,7 @@ TEST_F(Program, AnEpisodeIsStillNamedAsBeforeItsPublisherChangedItsAddressAndGui
     EXPECT_TRUE(Run("show " + uri).Out.contains(uri + u"?token=1"));
 }
 
-TEST_F(Program, AnAddressThatFitsSeveralEpisodesIsRefused) {
+TEST_F(Program, AnAmbiguousAddressIsRefused) {
     const FolderServer server;
     WriteFeed(server, "Show", 1);
     QFile::copy(server.Folder.File("Show.xml"), server.Folder.File("Copy.xml"));
@@ -223,7 +223,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     EXPECT_EQ(QDir(Files.File("Show")).entryList(QDir::Files), QStringList());
 }
 
-TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsStandAnywhere) {
+TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_EQ(Run("options CheckUpdates 3").Status, 0);
     EXPECT_EQ(Run("options shownotifications off").Status, 0);
     const QString options = "CacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
@@ -258,7 +258,7 @@ TEST_F(Program, SubscriptionsMoveToOtherAddressesAndProfiles) {
     EXPECT_EQ(inSecond("import " + Files.File("none")).Status, 1);
 }
 
-TEST_F(Program, ADownloadThatIsStoppedLeavesNoRecordAndUnlessKilledNoFile) {
+TEST_F(Program, AStoppedDownloadLeavesNoRecordAndUnlessKilledNoFile) {
     const FolderServer feeds;
     ASSERT_EQ(Run("subscribe " + WriteFeed(feeds, "Long", 1)).Status, 0);
     tests::LoopbackServer server;

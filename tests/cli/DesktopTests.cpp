@@ -74,7 +74,7 @@ TEST_F(Desktop, CompletionOffersEveryCommandAndOptionAndNoOther) {
     }
 }
 
-TEST_F(Desktop, CompletionOffersWhatTheProfileHolds) {
+TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
     const FolderServer server;
     ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 2)).Status, 0);
     QStringList keys = Keys(), tails;

@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
+TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
     if (!tests::kCanLimitFileSize) GTEST_SKIP();
     const FolderServer server;
     const QString address = WriteFeed(server, "A", 40), other = WriteFeed(server, "B", 30);
@@ -65,7 +65,7 @@ TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
     EXPECT_EQ(Run("refresh").Status, 0);
 }
 
-TEST_F(Disk, OnWhichTheProfileMayNotBeWrittenIsToldByEveryCommand) {
+TEST_F(Disk, EveryCommandReportsAProfileThatCannotBeWritten) {
     const FolderServer server;
     ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 3)).Status, 0);
     const QString key = Keys().value(0);

@@ -107,7 +107,7 @@ std::vector<ClientFaults::Row> ClientFaults::Misbehaviours() const {
     };
 }
 
-TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
+TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsReportedAndLosesNothing) {
     for (const Row& row : Misbehaviours()) {
         // Short timeouts only where they are the point, so that slow machines do not fail elsewhere.
         const bool isWaiting = QByteArrayView(row.Message) == "in time";
@@ -120,7 +120,7 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
     }
 }
 
-TEST_F(ClientFaults, ManyMisbehavingServersAtOnceHoldUpNobodyAndLoseNothing) {
+TEST_F(ClientFaults, ManyMisbehavingServersAtOnceDelayNoOtherAndLoseNothing) {
     std::array<tests::LoopbackServer, 4> servers;  // three transfers each, twelve in all
     vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(2), .Stalled = std::chrono::seconds(2)});
     std::vector<std::pair<QString, const Row*>> feeds;
@@ -152,7 +152,7 @@ TEST_F(ClientFaults, ManyMisbehavingServersAtOnceHoldUpNobodyAndLoseNothing) {
     }
 }
 
-TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
+TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsReported) {
     const Response feed = Document("a", {{"3", "/3.mp3"}}),
                    audio = Response::Of(QByteArray(300'000, 's'), "audio/mpeg");
     const QByteArray document = feed.Head + feed.Body, sound = audio.Head + audio.Body;
@@ -162,7 +162,7 @@ TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
         EXPECT_NE(DownloadError(Response{{}, sound}.With(Fault::Reset, sent)), "") << sent;
 }
 
-TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDiskGives) {
+TEST_F(ClientFaults, AnEndlessBodyIsLimitedInSizeAndTimeAndByTheDisk) {
     const Response endless = Raw("HTTP/1.1 200 OK\r\n\r\n", QByteArray(60'000, ' '), Fault::Repeat, 0);
     rusage before{}, after{};
     getrusage(RUSAGE_SELF, &before);
@@ -178,7 +178,7 @@ TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDis
     EXPECT_TRUE(DownloadError(endless).startsWith(u"cannot write the file "));
 }
 
-TEST_F(ClientFaults, ACertificateThatNobodyTrustsIsRefused) {
+TEST_F(ClientFaults, AnUntrustedCertificateIsRefused) {
     QProcess openssl;
     const QString key = Folder.File("key.pem"), certificate = Folder.File("certificate.pem");
     const auto run = [&](const QString& words) { openssl.start("openssl", words.split(' ')); };

@@ -22,7 +22,7 @@ protected:
     std::string LastError() const { return Client->DownloadOutcomes().From().at(0).Error.toStdString(); }
 };
 
-TEST_F(ClientDownload, TakesTheEpisodeQueuedLastFirstAndRecordsEachFile) {
+TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3", "Third"}});
     const QStringList paths = {"/1.mp3", "/2.mp3", "/3.mp3"};
     const QByteArray sound(700'000, 's');
@@ -83,7 +83,7 @@ TEST_F(ClientDownload, LeavesNoFileAndNoRecordWhenItFailsAndGoesOn) {
     }
 }
 
-TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
+TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceAudioArrives) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     WriteWhole(file, "left from an earlier subscription, longer than the new one");
@@ -96,7 +96,7 @@ TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
     EXPECT_EQ(CachedFile("/1.mp3"), file);
 }
 
-TEST_F(ClientDownload, TakesNoWebPageForAudioAndTouchesNothingForOne) {
+TEST_F(ClientDownload, RejectsAWebPageAndTouchesNoFileForIt) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     WriteWhole(file, "left from an earlier subscription");
@@ -151,7 +151,7 @@ TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst)
     EXPECT_EQ(ReadWhole(AudioFile("a/audio.mp3")), "/1/audio.mp3");
 }
 
-TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
+TEST_F(ClientDownload, RestoresOnFailureTheRecordOfAFileThatNobodyIsWriting) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Close, 3));
     const QString unmounted = Folder.File("unmounted.mp3"), own = AudioFile("a/1.mp3");
@@ -172,7 +172,7 @@ TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
     EXPECT_EQ(CachedFile("/1.mp3"), "");
 }
 
-TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTakesNoMore) {
+TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskIsFull) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of(QByteArray(6'000'000, 's'), "audio/mpeg"));
     const QString name = AudioFile("a/1.mp3");
@@ -219,7 +219,7 @@ TEST_F(ClientDownload, IsCancelledWithEverythingQueuedAndEndsQuietlyWithTheClien
     EXPECT_EQ(CachedFile("/2.mp3"), "");
 }
 
-TEST_F(ClientDownload, TakesNoEpisodeOfAFeedUnsubscribedMeanwhile) {
+TEST_F(ClientDownload, SkipsEpisodesOfAFeedUnsubscribedMeanwhile) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Subscribe("b", {{"2", "/2.mp3"}, {"3", "/3.mp3"}, {"4", "/4.mp3"}});
     ServeAudio({"/2.mp3", "/3.mp3", "/4.mp3"});
@@ -252,7 +252,7 @@ TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles)
     }
 }
 
-TEST_F(ClientDownload, AFileThatIsRecordedWhileItsFeedIsUnsubscribedGoesWithTheOthers) {
+TEST_F(ClientDownload, AFileRecordedWhileItsFeedIsUnsubscribedIsDeletedWithTheOthers) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
     const QString first = AudioFile("a/1.mp3"), second = AudioFile("a/2.mp3");
     for (const QString& file : {first, second}) WriteWhole(file, "sound");
@@ -271,7 +271,7 @@ TEST_F(ClientDownload, AFileThatIsRecordedWhileItsFeedIsUnsubscribedGoesWithTheO
     EXPECT_EQ(Files(), QStringList());
 }
 
-TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
+TEST_F(ClientDownload, TwoForOneEpisodeWhoseFileIsMissingNeverRecordHalfAFile) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     Client->DB().SetCachedFile(Key("/1.mp3"), file);
@@ -306,7 +306,7 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
     EXPECT_EQ(ReadWhole(file), "sound");
 }
 
-TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
+TEST_F(ClientDownload, UsesNoFileThatIsBeingWrittenForAnotherEpisode) {
     Subscribe("a", {{"1", "/1/audio.mp3"}, {"2", "/2/audio.mp3"}});
     Client->DB().SetCachedFile(Key("/1/audio.mp3"), AudioFile("a/gone.mp3"));
     TPodcastTargetFile other;  // the file of the second episode
@@ -318,7 +318,7 @@ TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
     EXPECT_EQ(CachedFile("/1/audio.mp3"), AudioFile("a/gone.mp3"));
 }
 
-TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
+TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     TPodcastClient other(Folder.File("Podcasts.db"));
@@ -342,7 +342,7 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
     }
 }
 
-TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
+TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesTheRow) {
     Subscribe("a", {{"1", "/latest.mp3", "First"}});
     StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
     // The newest episode always gets this address, and the previous one moves to another.
@@ -356,7 +356,7 @@ TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
     EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
 }
 
-TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowHasBecomeOneWithMeanwhile) {
+TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowWasMergedInto) {
     Subscribe("a", {{"1", "/old.mp3"}});
     StartAndStall({Key("/old.mp3")}, "/old.mp3", AudioFile("a/old.mp3"));
     TPodcastFeed feed;  // an earlier version stored a changed address as a second row

@@ -6,7 +6,7 @@ namespace {
 
 class ClientRefresh : public ClientTest {};
 
-TEST_F(ClientRefresh, TakesTheFeedQueuedLastFirstAndAnnouncesEachBeforeItsDataChange) {
+TEST_F(ClientRefresh, StartsWithTheFeedQueuedLastAndAnnouncesEachBeforeItsDataChange) {
     for (const QString name : {"b", "c", "a"}) {
         Subscribe(name, {{"1", "/" + name + "1.mp3"}});
         Server.Serve("/" + name, Document(name, {{"1", "/" + name + "1.mp3"}, {"2", "/" + name + "2.mp3"}}));
@@ -24,7 +24,7 @@ TEST_F(ClientRefresh, TakesTheFeedQueuedLastFirstAndAnnouncesEachBeforeItsDataCh
     }
 }
 
-TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
+TEST_F(ClientRefresh, VisitsAllFeedsByNameFromTheLastAndNotesItsTimeAtOnce) {
     for (const char* name : {"beta", "gamma", "alpha"}) Subscribe(name, {});
     Client->LastRefreshTime = 0;
     Client->RefreshFeeds();
@@ -33,7 +33,7 @@ TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
     EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /gamma|feed /beta|feed /alpha");
 }
 
-TEST_F(ClientRefresh, ComesDueByEitherClockWhenAnHourADayOrAWeekHasPassed) {
+TEST_F(ClientRefresh, IsDueByEitherClockAfterAnHourADayOrAWeek) {
     QDateTime now(QDate(2024, 8, 30), QTime(10, 0), Qt::UTC);
     std::uint32_t ticks = 5;
     TPodcastClient client(Folder.File("Other.db"), {[&] { return ticks; }, [&] { return now; }});
@@ -93,7 +93,7 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     EXPECT_EQ(Episode("/old.mp3?t=3").Fields[pefTitle], "Renamed");
 }
 
-TEST_F(ClientRefresh, RowsThatAnEarlierVersionMadeOfOneEpisodeBecomeOne) {
+TEST_F(ClientRefresh, JoinsRowsThatAnEarlierVersionMadeOfOneEpisode) {
     Subscribe("a", {{"1", "/1.mp3?t=1"}, {"2", "/2.mp3?t=1", "Two"}});
     // Earlier versions stored a changed address as a row of its own.
     TPodcastFeed feed;
@@ -159,7 +159,7 @@ TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceAndOnlyWhenItCanBePlayed) {
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
 }
 
-TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {
+TEST_F(ClientRefresh, ChangesNothingWhenNoCompleteFeedArrives) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const Response whole = Document("other", {{"2", "/2.mp3"}, {"3", "/3.mp3"}});
     for (const Response& response :
@@ -177,7 +177,7 @@ TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {
     }
 }
 
-TEST_F(ClientRefresh, SaysWhatTheDocumentIsThatIsNoFeed) {
+TEST_F(ClientRefresh, SaysWhatADocumentIsIfItIsNotAFeed) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const std::pair<QByteArray, const char*> rows[] = {
         {"<feed xmlns='http://www.w3.org/2005/Atom'/>", "an Atom feed;"},
@@ -205,7 +205,7 @@ TEST_F(ClientRefresh, SaysWhatTheDocumentIsThatIsNoFeed) {
     EXPECT_EQ(EpisodeCount("/a"), 1);
 }
 
-TEST_F(ClientRefresh, TakesRequestsMadeWhileItRunsAndStartsAgainForOneMadeDuringItsCompletion) {
+TEST_F(ClientRefresh, ServesRequestsMadeWhileItRunsAndRestartsForOneMadeAtItsCompletion) {
     Heard->OnEvent = [&](const QString& event) {
         if (event == "refresh finished" && Server.Count("/c") == 0) Client->RefreshFeeds({Server.Url("/c")});
     };
@@ -251,7 +251,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     }
 }
 
-TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
+TEST_F(ClientRefresh, ServesNewlyQueuedFeedsBeforeThoseBeingFetched) {
     for (const QString name : {"a", "b", "c"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/a", Document("a", {{"1", "/a1.mp3"}, {"2", "/a2.mp3"}}));
     // While this thread locks the database, b cannot be stored; a has already been fetched.
@@ -266,7 +266,7 @@ TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
     EXPECT_EQ(EpisodeCount("/a"), 2);
 }
 
-TEST_F(ClientRefresh, AFeedThatIsUnsubscribedWhileItIsFetchedAheadIsNeitherAnnouncedNorStored) {
+TEST_F(ClientRefresh, AFeedUnsubscribedWhileBeingFetchedIsNeitherAnnouncedNorStored) {
     for (const QString name : {"a", "b"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/b", Document("b", {}).With(Fault::Wait));
     Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
@@ -279,7 +279,7 @@ TEST_F(ClientRefresh, AFeedThatIsUnsubscribedWhileItIsFetchedAheadIsNeitherAnnou
     EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastEpisodes"), 1);
 }
 
-TEST_F(ClientRefresh, AFeedWhoseServerKeepsSilentComesLastAndIsAnnouncedOnce) {
+TEST_F(ClientRefresh, AFeedWhoseServerIsSilentComesLastAndIsAnnouncedOnce) {
     tests::LoopbackServer silent;
     silent.Serve("/b", Document("b", {{"1", "/b1.mp3"}}).With(Fault::Wait));
     Subscribe("a", {});
@@ -297,7 +297,7 @@ TEST_F(ClientRefresh, AFeedWhoseServerKeepsSilentComesLastAndIsAnnouncedOnce) {
     EXPECT_EQ(silent.Count("/b"), 1) << "the transfer was kept";
 }
 
-TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
+TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedAgainAtTheEnd) {
     Subscribe("a", {});
     Subscribe("b", {});
     const Response answer = Document("a", {{"1", "/a1.mp3"}});
@@ -319,7 +319,7 @@ TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
     EXPECT_EQ(outcomes[1].NewEpisodes.size(), 1);
 }
 
-TEST_F(ClientRefresh, TellsEveryListenerAlsoWhenOneLeavesAndOneThrows) {
+TEST_F(ClientRefresh, NotifiesEveryListenerEvenIfOneLeavesAndOneThrows) {
     QString calls;
     const vexa::Ref<Listener> leaves(new Listener), throws(new Listener), hears(new Listener);
     for (const auto& listener : {leaves, throws, hears})

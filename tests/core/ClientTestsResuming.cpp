@@ -63,7 +63,7 @@ protected:
     inline static const QByteArray First = RandomBytes(1), Second = RandomBytes(2);
 };
 
-TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
+TEST_F(ClientResuming, ContinuesTheSameFileAndStartsOverWithAnyOther) {
     const QByteArray v1 = "ETag: \"1\"\r\n", v2 = "ETag: \"2\"\r\n", weak = "ETag: W/\"1\"\r\n",
                      old = "Last-Modified: Fri, 30 Aug 2024 10:00:00 GMT\r\nDate: Fri, 30 Aug 2024 10:0",
                      younger = old + "0:59 GMT\r\n", older = old + "1:00 GMT\r\n", later = old + "5:00 GMT\r\n",
@@ -160,7 +160,7 @@ TEST_F(ClientResuming, TheOtherVersionMayBeOfAnotherType) {
     EXPECT_TRUE(ReadWhole(CachedFile("/1.mp3")) == Second);
 }
 
-TEST_F(ClientResuming, SaysThatItWaitsAndCanBeCancelledMeanwhile) {
+TEST_F(ClientResuming, SaysThatItIsWaitingAndCanBeCancelledMeanwhile) {
     SetDownloadPauseUnit(std::chrono::hours(1));
     Server.Serve("/1.mp3", Broken());
     Client->DownloadEpisode(Key("/1.mp3"));

@@ -32,7 +32,7 @@ protected:
     Response Whole;
 };
 
-TEST_F(ClientUnchanged, IsAskedForWithItsValidatorsAndNeitherReadNorMerged) {
+TEST_F(ClientUnchanged, IsRequestedWithItsValidatorsAndNeitherParsedNorMerged) {
     EXPECT_EQ(RefreshAnd(), "whole, merged") << "subscribing notes nothing";
     EXPECT_EQ(RefreshAnd(), "if not \"1\", kept");
     Server.Serve("/a", Whole);
@@ -49,7 +49,7 @@ TEST_F(ClientUnchanged, IsAskedForWithItsValidatorsAndNeitherReadNorMerged) {
     EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
 }
 
-TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
+TEST_F(ClientUnchanged, IsParsedAgainWhenAnythingElseHasWrittenItsRows) {
     const QString other =
         "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, URLAudio, State) VALUES ('x', 1, 'x', "
         "'x', 'x', 1)";
@@ -82,7 +82,7 @@ TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
     EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastFeedDocuments"), 0);
 }
 
-TEST_F(ClientUnchanged, IsNotBelievedOfAnotherDocument) {
+TEST_F(ClientUnchanged, IsNotAssumedOfAnotherDocument) {
     Server.Serve("/elsewhere", Whole.WithETag("\"1\""));
     Server.Serve("/a", Response::Redirect("/elsewhere"));
     EXPECT_EQ(RefreshAnd(), "whole, whole, merged");
@@ -98,7 +98,7 @@ TEST_F(ClientUnchanged, IsNotBelievedOfAnotherDocument) {
     EXPECT_EQ(EpisodeCount("/a"), 2);
 }
 
-TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatCanBeRead) {
+TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatIsReadable) {
     const QByteArray named =
         "<title>a</title><itunes:new-feed-url>" + Server.Url("/new").toUtf8() + "</itunes:new-feed-url>";
     QByteArray body = Whole.Body;

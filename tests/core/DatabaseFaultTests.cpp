@@ -126,7 +126,7 @@ protected:
     }
 };
 
-TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing) {
+TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
     const QString feed = Folder.File("feed.xml");
     // In the newer document every address has changed, and episodes 2 and 3 have swapped theirs.
     const auto publish = [&](int count, const QString& title) {
@@ -182,7 +182,7 @@ TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing
     EXPECT_GT(failures, 50);
 }
 
-TEST_F(DatabaseFaults, AFileWithAnyBytesChangedIsReadAsFarAsItGoesAndNeverTakesTheProgramAlong) {
+TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgram) {
     std::vector<Item> items;
     for (int i = 0; i < 400; ++i) items.push_back({QString::number(i), u"/%1.mp3"_s.arg(i), u"Title Ж %1"_s.arg(i)});
     Subscribe("a", items);

@@ -101,7 +101,7 @@ TEST_F(DatabaseLayout, TheSecondLayoutGainsAnEmptyFormat) {
               QStringList("podcast://h/1|1|g|NULL|NULL|NULL|NULL|NULL|NULL|NULL|NULL|2|NULL"));
 }
 
-TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
+TEST_F(DatabaseLayout, MissingPartsOfAnOlderLayoutAreAdded) {
     // One version's columns and indexes are what the version before it lacks, today's included.
     const auto add = [&] {
         TPodcastsDB db(File);
@@ -144,7 +144,7 @@ TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
     EXPECT_EQ(Rows(columns), allColumns);
 }
 
-TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotTouched) {
+TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotChanged) {
     for (const QByteArray table : {"PodcastEpisodes", "PodcastFeeds", "PodcastFeedLogos"}) {
         QFile::remove(File);
         Open();

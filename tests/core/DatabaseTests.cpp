@@ -55,7 +55,7 @@ protected:
     PlainSqlite Other{File};
 };
 
-TEST_F(Database, OfRowsThatBecomeOneTheNewestEightNamesAreKept) {
+TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
     const auto feed = [](int address) {
         TPodcastFeed made;
         made.Fields[pffURLFeed] = kFeed;
@@ -74,7 +74,7 @@ TEST_F(Database, OfRowsThatBecomeOneTheNewestEightNamesAreKept) {
         EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
 }
 
-TEST_F(Database, WhatIsStoredComesBackInEveryFieldWhateverTheTextHolds) {
+TEST_F(Database, EveryFieldIsReadBackWhateverTheTextContains) {
     const QString longText = u"a"_s.repeated(100000);
     const QStringList texts = {"",
                                "it's \"quoted\"; DROP TABLE PodcastFeeds; --",
@@ -154,7 +154,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
     EXPECT_EQ(Rows("SELECT Artist, Format FROM PodcastEpisodes WHERE GUID = 'a'"), QStringList("|MP3"));
 }
 
-TEST_F(Database, EpisodesWithoutAudioShareOneRowAndTheLastOfThemIsKept) {
+TEST_F(Database, EpisodesWithoutAudioShareOneRowWhichKeepsTheLast) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     for (const QString& guid : QStringList{"a", "b", "c"}) AddEpisode(feed, guid, QString());
@@ -165,7 +165,7 @@ TEST_F(Database, EpisodesWithoutAudioShareOneRowAndTheLastOfThemIsKept) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
+TEST_F(Database, AFailedStoreLeavesNothingBehind) {
     Other.Run(
         "CREATE TRIGGER A BEFORE INSERT ON PodcastEpisodes WHEN NEW.GUID = 'c' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(Store(kFeed, "abc"), vexa::SqliteError);
@@ -184,7 +184,7 @@ TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
     EXPECT_EQ(DB.GetEpisode(MakeEpisodeKey(id, "a"))->State, pesPostponed);
 }
 
-TEST_F(Database, WhatIsNotThereIsNotFoundAndNothingIsDone) {
+TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {
     Store(kFeed, "a");
     const QString version = Other.DataVersion();
     for (const int id : {-1, 99}) {
@@ -207,7 +207,7 @@ TEST_F(Database, WhatIsNotThereIsNotFoundAndNothingIsDone) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreTaken) {
+TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreAccepted) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     QStringList keys, files;
@@ -229,7 +229,7 @@ TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreTaken) {
     EXPECT_EQ(DB.ResetMissingCachedFiles(), 2000);
 }
 
-TEST_F(Database, FeedsComeByNameAsPeopleSortThemWithTheNumbersOfTheirEpisodes) {
+TEST_F(Database, FeedsAreSortedByTheCollationWithTheNumbersOfTheirEpisodes) {
     Store("4", "", "Zebra");
     const int second = Store("2", "abc", "Äpfel");
     Store("3", "d", "bananas");
@@ -259,7 +259,7 @@ TEST_F(Database, FeedsComeByNameAsPeopleSortThemWithTheNumbersOfTheirEpisodes) {
     }
 }
 
-TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
+TEST_F(Database, EpisodesAreReturnedNewestFirstFilteredSearchedAndPaged) {
     const int id = Store(kFeed, "abc", "Привет");
     Store("http://h/2", "d%_", "Two");
     DB.UpdateState({MakeEpisodeKey(id, "b")}, pesPostponed);
@@ -283,7 +283,7 @@ TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
     EXPECT_EQ(visited, "_%da");
 }
 
-TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
+TEST_F(Database, RemovingAFeedRemovesItsEpisodesAndLogos) {
     const int one = Store(kFeed, "ab"), two = Store("http://h/2", "a");
     const QByteArray bytes("\x89PNG\0'\xFF", 7);
     for (const int id : {one, one, two}) DB.SetFeedLogo(id, bytes.constData(), 7);
@@ -301,7 +301,7 @@ TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
     EXPECT_FALSE(DB.GetFeedLogo(6, read));
 }
 
-TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
+TEST_F(Database, AFileIsRecordedOnlyForTheEpisodeThatWasRead) {
     const int id = Store(kFeed, "a"), other = Store("http://h/2", "x");
     const auto read = DB.GetEpisode(MakeEpisodeKey(id, "a"));
     const auto rows = [&] { return Rows("SELECT FeedID, GUID, URLAudioCached FROM PodcastEpisodes ORDER BY 1, 2"); };

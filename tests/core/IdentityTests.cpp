@@ -549,7 +549,7 @@ protected:
     PlainStore Plain;
 };
 
-TEST_F(Identity, RandomSeriesOfDocumentsBecomeWhatAPlainEvaluationOfTheRulesGives) {
+TEST_F(Identity, RandomSeriesOfDocumentsMergeAsAPlainEvaluationOfTheRulesSays) {
     const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 100;
     const unsigned first = qEnvironmentVariableIntValue("VEXA_TEST_FIRST_SEED");
     for (unsigned seed = first; seed < first + static_cast<unsigned>(seeds) && !HasFailure(); ++seed) RunSeries(seed);

@@ -10,7 +10,7 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-TEST(FeedLocations, AreMadeOfAddressesAsPeopleWriteThem) {
+TEST(FeedLocations, AreMadeOfAddressesAsUsersWriteThem) {
     tests::TempFolder folder;
     const QString file = folder.File("my feed.xml"), list = folder.File("list.opml");
     WriteWhole(file, "<rss/>");
@@ -71,7 +71,7 @@ protected:
     TPodcastSubscription ToPath(const QString& path, int choice = 0) { return To(Server.Url(path), choice); }
 };
 
-TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
+TEST_F(Subscribing, FollowsAPageToItsFeed) {
     Server.Serve("/f", Document("Show", {{"1", "/1.mp3"}}));
     Server.Serve("/site/", Page("<base href='/'>" + Link("f")));
     Server.Serve("/moved", Response::Redirect("/site/", "301 Moved Permanently"));
@@ -104,7 +104,7 @@ TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
     }
 }
 
-TEST_F(Subscribing, OffersTheFeedsOfAPageThatNamesSeveral) {
+TEST_F(Subscribing, OffersTheFeedsOfAPageWithSeveral) {
     Server.Serve("/", Page(Link("/f", "Episodes") + Link("/g", "Comments")));
     for (const QString name : {"f", "g"}) Server.Serve("/" + name, Document(name, {}));
     const auto offered = ToPath("/");
@@ -117,7 +117,7 @@ TEST_F(Subscribing, OffersTheFeedsOfAPageThatNamesSeveral) {
     EXPECT_EQ(ToPath("/f", 3).What, Result::Subscribed) << "a feed leaves no choice";
 }
 
-TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
+TEST_F(Subscribing, TriesPlainHttpIfTheAddressHasNoScheme) {
     Server.Serve("/f", Document("Show", {}));
     Server.Serve("/page", Page(Link("/f")));
     const QString bare = Server.Url("").sliced(7);
@@ -131,7 +131,7 @@ TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
     EXPECT_TRUE(To("nowhere").Error.startsWith("this is neither"));
 }
 
-TEST_F(Subscribing, TellsOfEachTextOfAListAlsoOfThoseThatNameOneDocument) {
+TEST_F(Subscribing, ReportsEachTextOfAListEvenIfSeveralNameOneDocument) {
     const QString dead = Server.Url("/dead");
     Server.Serve("/f", Document("Show", {}));
     QStringList told;
@@ -173,7 +173,7 @@ protected:
     }
 };
 
-TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
+TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
     struct {
         const char* Name;
         std::vector<std::pair<QString, Response>> Served;
@@ -236,7 +236,7 @@ TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
     }
 }
 
-TEST_F(Moving, ChangesTheNamesThatHoldTheFeedsAddress) {
+TEST_F(Moving, ChangesTheNamesThatContainTheFeedsAddress) {
     Subscribe("a", {{"1", "/time/1.mp3"}});
     const auto name = [&](const QString& path) -> QString { return MakeURI(Server.Url(path)) + "-/1"; };
     Client->UpdateState(name("/a"), pesPostponed);
@@ -261,7 +261,7 @@ TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
     }
 }
 
-TEST_F(Moving, LeavesBothWhereTheyAreWhenTheNewAddressIsSubscribedToo) {
+TEST_F(Moving, ChangesNeitherFeedWhenTheNewAddressIsSubscribedToo) {
     for (const bool byRedirect : {true, false}) {
         SCOPED_TRACE(byRedirect);
         Subscribe("a", {{"1", "/1.mp3"}});

@@ -122,7 +122,7 @@ TEST(UpdateTimer, ARefreshIsDueOnlyAfterTheIntervalAndTheCounterWraps) {
     for (const auto& [value, interval] : intervals) EXPECT_EQ(UpdateInterval(value), interval);
 }
 
-TEST(Queue, HandsOutTheLastFirstAndTakesTextsThatDifferInCaseForOne) {
+TEST(Queue, ReturnsTheLastFirstAndIgnoresCase) {
     TPodcastClientQueue queue;
     for (const QString& text : QStringList{"A", "Жук", "C", "a", "жУК", "ss", "ß"}) queue.Add(text);
     EXPECT_EQ(queue.Items(), QStringList({"A", "Жук", "C", "ss", "ß"}));

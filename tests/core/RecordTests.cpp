@@ -73,7 +73,7 @@ TEST(FileNameTemplate, NeverLeavesItsFolderWhateverTheTitles) {
     }
 }
 
-TEST(FileNameTemplate, CutsLongNamesToWhatAFileSystemTakesAndKeepsTheExtension) {
+TEST(FileNameTemplate, ShortensNamesToTheFileSystemsLimitAndKeepsTheExtension) {
     for (const QString& letter : QStringList{"a", "ж", "語", "\U0001F399"}) {
         const QString title = letter.repeated(1000);
         const QString name =

@@ -59,7 +59,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Headless, EveryLineIsAnsweredInItsOrder) {
+TEST_F(Headless, EveryLineIsAnsweredInOrder) {
     const Outcome outcome =
         RunHere("plugin\nload " TEST_PLUGIN
                 "\nload\nresolve test://x\ntext Podcasts\\New 1\n\ninfo \"test://a \"\"b\"\nwithout http\n"
@@ -96,7 +96,7 @@ TEST_F(Headless, EveryLineIsAnsweredInItsOrder) {
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nb=1  2\n\n[Test]\nFinalized=1\nInitialized=1\n");
 }
 
-TEST_F(Headless, AServiceThatIsHiddenIsMissedByThePlugin) {
+TEST_F(Headless, AHiddenServiceIsMissingForThePlugin) {
     for (const bool atStart : {false, true}) {
         const Outcome outcome = RunHere(
             QByteArray(atStart ? "" : "without nothing\nwithout library\n") + "load " TEST_PLUGIN "\nquit\nhelp\n",
@@ -108,7 +108,7 @@ TEST_F(Headless, AServiceThatIsHiddenIsMissedByThePlugin) {
     }
 }
 
-TEST_F(Headless, WrongOptionsAndPluginsAreComplainedAbout) {
+TEST_F(Headless, WrongOptionsAndPluginsAreReported) {
     struct {
         QStringList Options;
         int Status;
@@ -128,7 +128,7 @@ TEST_F(Headless, WrongOptionsAndPluginsAreComplainedAbout) {
     }
 }
 
-TEST_F(Headless, ASignalEndsThePluginAsItShould) {
+TEST_F(Headless, ASignalEndsThePluginProperly) {
     QProcess program;
     Start(program, Options({"--plugin", TEST_PLUGIN}));
     program.write("help\n");
@@ -139,7 +139,7 @@ TEST_F(Headless, ASignalEndsThePluginAsItShould) {
     EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains("Finalized=1"));
 }
 
-TEST_F(Headless, TheEndOfTheInputEndsDialogsOfCommands) {
+TEST_F(Headless, TheEndOfTheInputClosesDialogsOfCommands) {
     // The first dialog is open when the input ends; the second one opens later, after a command on a worker thread.
     const Outcome outcome =
         RunHere("load\nrun VEXA.Podcasts.Actions.Subscribe\nresolve x\nrun VEXA.Podcasts.Actions.Subscribe\nplugin\n");

@@ -134,7 +134,7 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     EXPECT_EQ(lost->Flush(), E_FAIL);
 }
 
-TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
+TEST_F(HostTest, HooksAreCalledInOrderAndMayUnhookMeanwhile) {
     QStringList heard;
     MessageDispatcher& messages = Host.Messages();
     const Ref<Hook> first(new Hook([&](Hook& self, HResult*) {
@@ -161,7 +161,7 @@ TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
     EXPECT_EQ(messages.Send(2, 0, nullptr), E_NOTIMPL);
 }
 
-TEST_F(HostTest, AStorageTellsTheLibraryUntilItIsFinalized) {
+TEST_F(HostTest, AStorageNotifiesTheLibraryUntilItIsFinalized) {
     QStringList log;
     Listener listener;
     Host.Library().AddListener(&listener);
@@ -209,7 +209,7 @@ TEST_F(HostTest, APluginEndsAfterItsStorageAndIsReleasedLast) {
     EXPECT_TRUE(Host.Library().StorageIDs().isEmpty());
 }
 
-TEST_F(HostTest, WhatCannotBeLoadedIsSaidSo) {
+TEST_F(HostTest, AFileThatCannotBeLoadedIsReported) {
     WriteWhole(Profile.File("text.so"), "no library");
     const std::pair<QString, const char*> cases[] = {
         {Profile.File("none.so"), "there is no file"},
@@ -226,7 +226,7 @@ TEST_F(HostTest, WhatCannotBeLoadedIsSaidSo) {
     }
 }
 
-TEST_F(HostTest, ALibraryIsLoadedAndEndsBeforeTheSettingsAreWritten) {
+TEST_F(HostTest, ALibraryIsLoadedAndFinalizedBeforeTheSettingsAreWritten) {
     Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
     EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
     EXPECT_EQ(Host.UnloadPlugins(), "");

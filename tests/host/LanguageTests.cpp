@@ -59,7 +59,7 @@ TEST(Languages, EveryLanguageIsComplete) {
     }
 }
 
-TEST(Languages, LinesThatMeanNothingAreSkipped) {
+TEST(Languages, InvalidLinesAreSkipped) {
     const LanguageFile file(
         "Name = X \r\nStray=1\r\n[A B]\r\n; no\r\nk=1\\n2\\|3|\\\\4\\5\r\nno equals\r\n=no key\r\n[open\r\nK=again\r\n"
         "e=\r\n[\r\n[C]\r\nu=a=b",

@@ -49,7 +49,7 @@ protected:
 
 }  // namespace
 
-TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
+TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
     struct {
         const char *Line, *Key, *Answer;
     } const cases[] = {
@@ -80,7 +80,7 @@ TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
               "the storage could not read its rows (0x80004005)");  // no arrays
 }
 
-TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
+TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
     const Ref<IVEXAString> caption = MakeString("Refreshing");
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
     EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
@@ -104,7 +104,7 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
     EXPECT_EQ(AnswerTo("subscribe http://a", ""), "the storage is none of subscriptions");
 }
 
-TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
+TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
     // A submenu whose entries, the selected files, are made just before it is shown.
     const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     QStringList done;
@@ -155,7 +155,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
     EXPECT_EQ(done, QStringList{"b"});
 }
 
-TEST_F(LibraryCommands, AnAddressIsCalledWhatItsFileSystemSays) {
+TEST_F(LibraryCommands, AnAddressIsResolvedToItsPresentOne) {
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
     Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());

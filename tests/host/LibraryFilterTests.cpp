@@ -93,7 +93,7 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     EXPECT_EQ(filter->GetChildCount(), 0);
 }
 
-TEST_F(LibraryFilters, AnArrayGivesItsCountThenAsManyValuesAsThereIsRoomFor) {
+TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
     const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
     std::vector<Variant> values;
     for (std::int32_t i = 0; i < 3; ++i) values.push_back(Value(i));
@@ -146,7 +146,7 @@ TEST_F(LibraryFilters, ARequestHasItsOrderItsRangeAndItsSearchText) {
               E_INVALIDARG);
 }
 
-TEST_F(LibraryFilters, AFieldKeepsWhatItIsGiven) {
+TEST_F(LibraryFilters, AFieldKeepsItsProperties) {
     const auto field = Make<IVEXAMLDataField>(Host);
     EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::Name, MakeString("State").Get()), S_OK);
     EXPECT_EQ(field->SetValueAsInt32(IVEXAMLDataField::Type, IVEXAMLDataField::Text), S_OK);

@@ -51,7 +51,7 @@ public:
 
 }  // namespace
 
-TEST_F(LibraryTest, AStorageSaysWhatItHas) {
+TEST_F(LibraryTest, AStorageReportsItsContents) {
     const LibraryStorage storage = Open();
     EXPECT_EQ(storage.ID(), "Tests.Episodes");
     EXPECT_EQ(storage.Caption(), "Episodes");
@@ -69,7 +69,7 @@ TEST_F(LibraryTest, AStorageSaysWhatItHas) {
     EXPECT_THROW(LibraryStorage(Host.Library(), "nobody"), LibraryError);
 }
 
-TEST_F(LibraryTest, ListenersHearOfDataTasksAndTheStorageThatShows) {
+TEST_F(LibraryTest, ListenersAreToldOfDataTasksAndTheActiveStorage) {
     Listener listener;
     Host.Library().AddListener(&listener);
     const Ref<IVEXAString> caption = MakeString("Working");
@@ -123,7 +123,7 @@ TEST_F(LibraryTest, ATreeIsListedLevelByLevel) {
     EXPECT_FALSE(storage.Find("episode://e9"));
 }
 
-TEST_F(LibraryTest, RowsComeAsTheirFieldsSay) {
+TEST_F(LibraryTest, RowsHaveTheTypesOfTheirFields) {
     const LibraryStorage storage = Open();
     RowReader reader(storage);
     const RowPage page = reader.ReadNow({.Fields = {"State", "Duration", "Title"},
@@ -161,7 +161,7 @@ TEST_F(LibraryTest, RowsComeAsTheirFieldsSay) {
     EXPECT_EQ(Plain->Asked().size(), before);  // the storage itself has counted
 }
 
-TEST_F(LibraryTest, TheNewestPageInSightComesFirstAndDroppedOnesAreNeverAsked) {
+TEST_F(LibraryTest, TheNewestPageInSightIsReadFirstAndCancelledOnesNever) {
     const LibraryStorage storage = Open();
     QStringList delivered;
     const auto deliver = [&](const RowPage& page) {

@@ -76,7 +76,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Menus, ItemsStandWhereTheyWereRegistered) {
+TEST_F(Menus, ItemsAppearWhereTheyWereRegistered) {
     const Item tree = MenuOf(80);
     Item item;
     EXPECT_EQ(Service()->GetBuiltIn(33, item.Put()), E_INVALIDARG);
@@ -124,7 +124,7 @@ TEST_F(Menus, OnShowReachesHiddenItemsSubmenusAndCircles) {
     two->SetValueAsObject(IVEXAMenuItem::Parent, nullptr);
 }
 
-TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
+TEST_F(Menus, AShortcutActsOnThePresentSelection) {
     const Item menu = MenuOf(71);
     QString selected, collected;
     const Item mark = Add("mark", menu, [&] { Done += collected; });
@@ -153,7 +153,7 @@ TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
     EXPECT_EQ(Host.Menus().Run(*below), E_ABORT);  // its parent is disabled
 }
 
-TEST_F(Menus, EntriesThatAreMadeAnewReplaceTheOldOnes) {
+TEST_F(Menus, NewlyMadeEntriesReplaceTheOldOnes) {
     const Item menu = MenuOf(32), mark = AddMarkAs(menu);
     const int before = Event::Alive;
     for (int i = 0; i < 3; ++i) {
@@ -173,7 +173,7 @@ TEST_F(Menus, EntriesThatAreMadeAnewReplaceTheOldOnes) {
     delete shown;
 }
 
-TEST_F(Menus, CaptionsAreShownAsTheyAre) {
+TEST_F(Menus, CaptionsAreShownLiterally) {
     const Item menu = MenuOf(51);
     const QString captions[] = {"A & B", "<b>bold</b>", "a\tb\nc", QString(5000, u'x'), "hidden"};
     for (const QString& caption : captions) SetCaption(Add({}, menu, [] {}), caption);

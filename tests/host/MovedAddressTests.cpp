@@ -102,7 +102,7 @@ TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
     EXPECT_EQ(Moving->TakeAsked(), QStringList());
 }
 
-TEST_F(MovedAddresses, ASmartPlaylistKeepsWhatIsSelected) {
+TEST_F(MovedAddresses, ASmartPlaylistKeepsItsSelection) {
     const Ref<Playlist> list = Host.Playlists().Create("P", true);
     const Ref<IVEXAPlaylistPreimage> all = MakePreimage({"Tests.Episodes", {}});
     list->SetValueAsObject(IVEXAPlaylist::Preimage, all.Get());
@@ -122,7 +122,7 @@ TEST_F(MovedAddresses, ASmartPlaylistKeepsWhatIsSelected) {
     EXPECT_EQ(list->FocusedEntry(), -1);
 }
 
-TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhicheverComesFirst) {
+TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
     Storage->Episodes.clear();
     for (int i = 0; i < 300; ++i) Storage->Episodes.push_back({"e" + QString::number(i), "T", "A", 1, 60});
     for (const bool isCounted : {false, true}) {

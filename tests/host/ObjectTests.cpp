@@ -52,7 +52,7 @@ QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
 
 }  // namespace
 
-TEST(Objects, APropertyIsConvertedWhereNothingIsLost) {
+TEST(Objects, APropertyIsConvertedIfNothingIsLost) {
     constexpr auto kBig = (std::int64_t{1} << 53) + 1;
     const auto none = std::nullopt;
     const Conversion cases[] = {
@@ -83,7 +83,7 @@ TEST(Objects, APropertyIsConvertedWhereNothingIsLost) {
     }
 }
 
-TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
+TEST(Objects, AMissingOrUnknownPropertyIsReported) {
     const Ref<FileInfo> info(new FileInfo);
     std::int32_t number = 5;
     Ref<IVEXAString> text;
@@ -108,7 +108,7 @@ TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
     EXPECT_EQ(info->GetValueAsInt32(kProperty, &number), E_NOTIMPL);
 }
 
-TEST(Objects, ATextThatIsRewrittenMeanwhileIsReadWhole) {
+TEST(Objects, ATextIsReadWholeWhileAnotherThreadWritesIt) {
     const Ref<IVEXAString> text = MakeString("a");
     std::atomic<bool> done = false;
     std::thread writer([&] {
@@ -129,7 +129,7 @@ TEST(Objects, ATextThatIsRewrittenMeanwhileIsReadWhole) {
     EXPECT_EQ(text->SetChars(nullptr, 1), E_POINTER);
 }
 
-TEST(Objects, AListKeepsOrderAndRefusesWhatIsOutOfRange) {
+TEST(Objects, AListKeepsItsOrderAndRefusesIndexesOutOfRange) {
     const Ref<ObjectList> list(new ObjectList);
     list->Add(MakeString("b").Get());
     list->Insert(0, MakeString("a").Get());
@@ -147,7 +147,7 @@ TEST(Objects, AListKeepsOrderAndRefusesWhatIsOutOfRange) {
     EXPECT_EQ(list->GetCount(), 2);
 }
 
-TEST(Objects, AStreamRefusesNonsenseAndStaysAsItWas) {
+TEST(Objects, AStreamRefusesInvalidRequestsAndStaysUnchanged) {
     const Ref<MemoryStream> stream(new MemoryStream);
     std::uint32_t written = 1;
     EXPECT_EQ(stream->GetData(), nullptr);
@@ -171,7 +171,7 @@ TEST(Objects, AStreamRefusesNonsenseAndStaysAsItWas) {
     EXPECT_EQ(std::string(static_cast<char*>(stream->GetData()), 9), std::string("abcdef\0\0i", 9));
 }
 
-TEST(Objects, ReplacingTheRestOfAStreamAllOrNothing) {
+TEST(Objects, TheRestOfAStreamIsReplacedCompletelyOrNotAtAll) {
     const Ref<MemoryStream> stream(new MemoryStream);
     stream->Write("abcdef", 6, nullptr);
     stream->Seek(2, IVEXAStream::FromBeginning);
@@ -188,7 +188,7 @@ TEST(Objects, ReplacingTheRestOfAStreamAllOrNothing) {
     EXPECT_EQ(stream->GetSize(), 1);
 }
 
-TEST(Objects, APictureIsReadWithinTheBoundsOnly) {
+TEST(Objects, APictureBeyondTheBoundsIsRefused) {
     const QByteArray good = PngHeader(1, 1);
     QByteArray padded = good;
     padded.resize(qsizetype{33} << 20, '\0');

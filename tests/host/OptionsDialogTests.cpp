@@ -115,7 +115,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Options, APageLivesWhileTheDialogShows) {
+TEST_F(Options, APageExistsWhileTheDialogIsOpen) {
     Register(First);
     Register(Second);
     EXPECT_EQ(Host.Options().FrameShow(First.Get(), kFalse), E_FAIL);
@@ -153,7 +153,7 @@ TEST_F(Options, APageLivesWhileTheDialogShows) {
     EXPECT_EQ(First->Log, QStringList({"create", "1", "2", "destroy"}));
 }
 
-TEST_F(Options, APageThatFailsOrGoesLeavesTheOthers) {
+TEST_F(Options, APageThatFailsOrIsRemovedDoesNotAffectTheOthers) {
     First->Fails = true;
     Register(First);
     Host.Options().FrameShow(nullptr, kTrue);
@@ -170,7 +170,7 @@ TEST_F(Options, APageThatFailsOrGoesLeavesTheOthers) {
     EXPECT_EQ(Window.Dialog()->findChild<QListWidget*>()->count(), 0);
 }
 
-TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
+TEST_F(Options, TheKeyboardMovesTheFocusThroughThePageAndOutOfIt) {
     const Ref<KeyboardPage> own(new KeyboardPage(Host, "own "));
     Register(First);
     Register(Ref<Page>(own.Get()));

@@ -132,7 +132,7 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     EXPECT_TRUE(WaitFor(State::Paused));
 }
 
-TEST_F(PlaybackTest, WhatChangesInThePlaylistThatPlaysChangesWhatIsNext) {
+TEST_F(PlaybackTest, ChangesOfThePlayingPlaylistChangeWhatIsNext) {
     const PlaylistOrder order(*Player, Host.Playlists());
     PlaybackBar bar(*Player, Host);
     Mpris mpris(*Player);
@@ -180,7 +180,7 @@ TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
     ASSERT_TRUE(WaitUntil([&] { return Player->Position() < 30; }));
 }
 
-TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
+TEST_F(PlaybackTest, NextAndBegunFilesAreListedUnderTheirHeadings) {
     const QString a = Tone(u"a.wav"_s, 60), b = Tone(u"b.wav"_s, 100);
     ListeningModel model(Host, *Player);
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
@@ -225,7 +225,7 @@ public:
     std::atomic<bool> IsHolding{false};
 };
 
-TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
+TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     const QString a = u"episode://a"_s, b = u"episode://b"_s, c = u"episode://c"_s, d = u"episode://d"_s;
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<Titles> titles(new Titles);

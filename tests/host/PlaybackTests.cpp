@@ -43,7 +43,7 @@ struct ListOrder final : PlayOrder {
     const QStringList List;
 };
 
-TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
+TEST_F(PlaybackTest, AnEpisodeResumesWhereItWasLeftUntilItIsHeard) {
     const QString file = Tone(u"a.wav"_s, 30);
     Player->Play(file);
     Player->Seek(20);
@@ -76,7 +76,7 @@ TEST_F(PlaybackTest, AnEpisodeGoesOnWhereItWasLeftUntilItIsHeard) {
     EXPECT_TRUE(Errors.isEmpty());
 }
 
-TEST_F(PlaybackTest, WhatSomebodyCallsHeardBeginsAnew) {
+TEST_F(PlaybackTest, AFileMarkedAsHeardStartsFromTheBeginning) {
     const QString left = Tone(u"left.wav"_s, 30), open = Tone(u"open.wav"_s, 30);
     for (const QString& file : {left, open}) {
         Player->Play(file);
@@ -146,7 +146,7 @@ TEST_F(PlaybackTest, PositionsSurviveTheKillOfTheProgram) {
     EXPECT_GT(positions.Find(file)->Position, 20);
 }
 
-TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {
+TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
     for (const QByteArray damaged : {"", "{", "[]", "{\"begun\": 1}"}) {
         const tests::TempFolder profile;
         const QString name = profile.File(u"Positions.json"_s);
@@ -171,7 +171,7 @@ TEST(PositionsFile, IsMovedAsideWhenDamagedAndKeepsTheOrderOfHearing) {
     }
 }
 
-TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
+TEST_F(PlaybackTest, FilesUpNextComeBeforeTheOrderAndTheSleepTimerEndsPlayback) {
     QStringList files;
     for (const char* name : {"a", "b", "c", "d", "e"}) files += Tone(QString::fromLatin1(name), 0.3);
     ListOrder order({files[0], files[1]});
@@ -197,7 +197,7 @@ TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
     Player->SetOrder(nullptr);
 }
 
-TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
+TEST_F(PlaybackTest, ABrokenStreamIsReportedAndCanBeResumed) {
     tests::LoopbackServer server;
     const auto stream = tests::Response::Of(MakeTone(10, 192000, 8), "audio/x-wav");
     server.Serve(u"/a.wav"_s, stream.With(tests::Fault::Close, 20'000'000));
@@ -218,7 +218,7 @@ TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
     EXPECT_EQ(Started, 1) << "what goes on has not started anew";
 }
 
-TEST_F(PlaybackTest, AServerThatSendsNoPartsIsPlayedFromTheBeginning) {
+TEST_F(PlaybackTest, AServerWithoutRangeRequestsIsPlayedFromTheBeginning) {
     tests::LoopbackServer server;
     const auto stream = tests::Response::Of(MakeTone(600), "audio/x-wav");
     for (const bool hasRanges : {false, true}) {
@@ -237,7 +237,7 @@ TEST_F(PlaybackTest, AServerThatSendsNoPartsIsPlayedFromTheBeginning) {
     EXPECT_TRUE(Errors.isEmpty());
 }
 
-TEST_F(PlaybackTest, WhatCannotBePlayedSaysWhy) {
+TEST_F(PlaybackTest, AFileThatCannotBePlayedGivesTheReason) {
     tests::LoopbackServer server;
     server.Serve(u"/text"_s, tests::Response::Of("a feed, and no audio at all", "text/plain"));
     WriteWhole(Profile.File(u"text.mp3"_s), QByteArray(5000, 'x'));

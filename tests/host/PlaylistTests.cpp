@@ -71,7 +71,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Playlists, APlaylistSaysWhatIsSelectedAndInFocus) {
+TEST_F(Playlists, APlaylistReportsSelectionAndFocus) {
     const Ref<Playlist> playlist = Host.Playlists().Create("P", true);
     EXPECT_EQ(playlist->AddFiles(MakeStringList({"a", "b", "c", "d"}).Get(), -1), S_OK);
     EXPECT_EQ(playlist->AddFiles(MakeStringList({"0"}).Get(), 0), S_OK);
@@ -113,7 +113,7 @@ TEST_F(Playlists, APlaylistSaysWhatIsSelectedAndInFocus) {
     EXPECT_EQ(Files(*playlist), QStringList({"c", "d"}));
 }
 
-TEST_F(Playlists, ASmartOneFollowsItsFilter) {
+TEST_F(Playlists, ASmartPlaylistFollowsItsFilter) {
     Register(Host);
     const Ref<Playlist> playlist = MakeSmart(1);
     EXPECT_EQ(playlist->Name(), "new");  // the state as users see it
@@ -158,7 +158,7 @@ TEST_F(Playlists, ASmartOneFollowsItsFilter) {
     EXPECT_EQ(next.Playlists().All().size(), 1u);
 }
 
-TEST_F(Playlists, FilesAreKeptBetweenStarts) {
+TEST_F(Playlists, FilesAreKeptBetweenRuns) {
     const Ref<AlbumProvider> knowing(new AlbumProvider);
     Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
     const Ref<Playlist> one = Host.Playlists().Create("One \"1\"", false);
@@ -182,7 +182,7 @@ TEST_F(Playlists, FilesAreKeptBetweenStarts) {
     EXPECT_EQ(next.Playlists().Active()->Name(), "Playlist 2");
 }
 
-TEST_F(Playlists, ADamagedFileIsMovedAside) {
+TEST_F(Playlists, ADamagedFileIsRenamed) {
     const QString file = Profile.File("Playlists.json");
     int number = 1;
     for (const QByteArray bytes : {"", "{\"playlists\":[", "[]", "{\"playlists\":{}}", "\xff\xfe"}) {
@@ -221,7 +221,7 @@ TEST_F(Playlists, FiltersAreWrittenAndReadAgain) {
     }
 }
 
-TEST_F(Playlists, TheLibrarySaysWhatIsSelectedInIt) {
+TEST_F(Playlists, TheLibraryReportsItsSelection) {
     Register(Host);
     const auto service = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     Ref<IVEXAObjectList> files;

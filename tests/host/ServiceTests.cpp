@@ -156,7 +156,7 @@ TEST_F(ServiceTest, AFailedTransferLeavesTheStreamAsItWas) {
     EXPECT_EQ(Fetch("", 0, {}), E_INVALIDARG);
 }
 
-TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndByTheHostsEnd) {
+TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndAtTheHostsEnd) {
     Server.Serve("/slow", tests::Response::Of("body", "image/png").With(tests::Fault::Wait, 2));
     for (const bool isHostsEnd : {false, true}) {
         const Ref<Events> events(new Events);
@@ -172,7 +172,7 @@ TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndByTheHostsEnd) {
     EXPECT_EQ(Body->GetSize(), 0);
 }
 
-TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
+TEST_F(ServiceTest, DecodersAreAskedBeforeHooksAndHooksBeforeTheFileItself) {
     Register("a", E_ABORT, IVEXAExtensionAlbumArtProvider::Internet);
     Register("b", E_NOTIMPL, IVEXAExtensionAlbumArtProvider::Files);
     int started = 0;
@@ -206,7 +206,7 @@ TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
     }
 }
 
-TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
+TEST_F(ServiceTest, PictureProvidersAreAskedInTheOrderOfTheirCategories) {
     Register("net", E_FAIL, IVEXAExtensionAlbumArtProvider::Internet);
     Register("file", E_FAIL, IVEXAExtensionAlbumArtProvider::Files);
     Ref<IVEXAImageContainer> image;
@@ -220,7 +220,7 @@ TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
     EXPECT_TRUE(Asked.isEmpty());  // every service has released its extensions
 }
 
-TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
+TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
     Register("a", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
     const QString wave = Profile.File("a b.wav");
     const QByteArray picture = WriteWave(wave);
@@ -256,7 +256,7 @@ TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
             E_FAIL);
 }
 
-TEST_F(ServiceTest, ASchemeIsItsFileSystemsWhateverItsLetterCase) {
+TEST_F(ServiceTest, AFileSystemIsFoundByItsSchemeInAnyLetterCase) {
     const Ref<IVEXAExtensionFileSystem> scheme(new Scheme("Abc"));
     EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
     EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID,

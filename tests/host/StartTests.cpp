@@ -124,7 +124,7 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
     }
 }
 
-TEST_F(Window, WrongArgumentsAreComplainedAbout) {
+TEST_F(Window, WrongArgumentsAreReported) {
     struct {
         QString Argument;
         const char* Error;
@@ -142,7 +142,7 @@ TEST_F(Window, WrongArgumentsAreComplainedAbout) {
     EXPECT_FALSE(QFile::exists(Home.File("profile")));
 }
 
-TEST_F(Window, ASignalKeepsWhereEverythingWas) {
+TEST_F(Window, ASignalSavesPositionsAndLayout) {
     // A minute of silence: 8 bits, 8000 Hz.
     const QByteArray header = QByteArray::fromHex(
         "52494646a453070057415645666d74201000000001000100401f0000401f000001000800646174618053070000");
@@ -165,7 +165,7 @@ TEST_F(Window, ASignalKeepsWhereEverythingWas) {
     }
 }
 
-TEST_F(Window, WhatAnotherProgramSetsMeanwhileStays) {
+TEST_F(Window, SettingsThatAnotherProgramChangesMeanwhileStay) {
     Podcasts({"options", "CheckUpdates", "1"});
     Start program(Environment, Words({"tides.xml"}), Home.Path());
     ASSERT_TRUE(WaitUntil([&] { return Podcasts({"feeds"}).contains("Tides"); })) << program.Error.toStdString();
@@ -176,7 +176,7 @@ TEST_F(Window, WhatAnotherProgramSetsMeanwhileStays) {
     EXPECT_TRUE(Settings().contains("CheckUpdates=3")) << Settings().toStdString();
 }
 
-TEST_F(Window, AProfileThatCannotBeWrittenIsSaidAndLeftAsItIs) {
+TEST_F(Window, AProfileThatCannotBeWrittenIsReportedAndNotChanged) {
     WriteWhole(Home.File("profile/Settings.ini"), "[A]\nb=1\n");
     struct {
         QString Shell;  // shell command that runs its arguments, the program's command line

@@ -130,7 +130,7 @@ QAction* ActionNamed(const QMenu* menu, const QString& name) {
 
 }  // namespace
 
-TEST_F(Table, OnlyRowsInSightAreAsked) {
+TEST_F(Table, OnlyRowsInSightAreRead) {
     Storage->Episodes.clear();
     for (int i = 0; i < 5000; ++i)
         Storage->Episodes.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
@@ -151,7 +151,7 @@ TEST_F(Table, OnlyRowsInSightAreAsked) {
     EXPECT_EQ(Ranges().last(), "4900,100");
 }
 
-TEST_F(Table, AReloadKeepsWhereOneIs) {
+TEST_F(Table, AReloadKeepsCurrentRowAndSelection) {
     Open();
     ASSERT_TRUE(Pane->ShowFile("episode://e2"));
     Pane->View()->selectionModel()->select(Pane->Model().index(Pane->Model().FindFile("episode://e4"), 0),
@@ -185,7 +185,7 @@ TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
     EXPECT_EQ(resets.count(), 1);
 }
 
-TEST_F(Table, ACaptionThatIsMadeAfterItsTaskHasBegunShowsAsItWasMade) {
+TEST_F(Table, ACaptionSetAfterItsTaskHasBegunIsShown) {
     Open();
     TaskBar bar(Host.Library(), Host.Language());
     bar.show();
@@ -208,7 +208,7 @@ TEST_F(Table, ACaptionThatIsMadeAfterItsTaskHasBegunShowsAsItWasMade) {
     EXPECT_EQ(shown(), QStringList());
 }
 
-TEST(ShowNotes, NotesAreHarmless) {
+TEST(ShowNotes, BecomeHarmlessHtml) {
     struct {
         const char *Notes, *Html;
     } const cases[] = {
@@ -250,7 +250,7 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
 }
 
-TEST_F(Window, TheFirstPageHasTheStoragesOptionsAndSetsThem) {
+TEST_F(Window, TheFirstStartPageShowsAndSetsTheStoragesOptions) {
     Start();
     const auto option = [&] { return PlayerWindow->findChild<FirstStartPage*>()->findChild<QCheckBox*>(); };
     ASSERT_TRUE(option());
@@ -268,7 +268,7 @@ TEST_F(Window, TheFirstPageHasTheStoragesOptionsAndSetsThem) {
     EXPECT_EQ(options->SetOption(MakeString("another").Get(), &value), E_INVALIDARG);
 }
 
-TEST_F(Window, ASearchThatTheStorageCannotAnswerSaysWhyInThePlaceOfTheRows) {
+TEST_F(Window, ASearchThatFailsShowsTheReasonInPlaceOfTheRows) {
     Start();
     Subscribe();
     auto* const search = Find<QLineEdit>("Search");
@@ -282,7 +282,7 @@ TEST_F(Window, ASearchThatTheStorageCannotAnswerSaysWhyInThePlaceOfTheRows) {
     EXPECT_FALSE(failure->isVisible());
 }
 
-TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
+TEST_F(Window, AddressesFromOutsideArePlayedReadOrOffered) {
     Start();
     QSignalSpy subscribed(PlayerWindow->findChild<Subscriber*>(), &Subscriber::Started);
     QSignalSpy done(PlayerWindow->findChild<Subscriber*>(), &Subscriber::Finished);
@@ -309,7 +309,7 @@ TEST_F(Window, WhatIsOpenedFromOutsideIsPlayedReadOrOffered) {
     EXPECT_TRUE(box->text().contains("gopher") && box->text().contains("there is no file"));  // one box for both
 }
 
-TEST_F(Window, WhichOfThePagesFeedsIsMeantIsAsked) {
+TEST_F(Window, TheUserChoosesAmongThePagesFeeds) {
     Start();
     LoopbackServer server;
     const auto link = [](const QByteArray& path) -> QByteArray {
@@ -338,7 +338,7 @@ TEST_F(Window, WhichOfThePagesFeedsIsMeantIsAsked) {
     EXPECT_EQ(server.Count("/a"), 0);
 }
 
-TEST(DroppedText, IsAnAddressWhereEachLineReadsAsOne) {
+TEST(DroppedText, IsAcceptedIfEveryLineIsAnAddress) {
     const std::pair<const char*, const char*> cases[] = {
         {"https://h.org/f", "https://h.org/f"},
         {" h.org/f \n\nfeed:h.org/g\n", "h.org/f|feed:h.org/g"},
@@ -354,7 +354,7 @@ TEST(DroppedText, IsAnAddressWhereEachLineReadsAsOne) {
     }
 }
 
-TEST_F(Window, TheOptionsShowWhatAnotherProgramHasSet) {
+TEST_F(Window, TheOptionsDialogShowsWhatAnotherProgramHasSet) {
     Start();
     SettingsFile other(SettingsFileName(Profile.Path()));
     other.Write("Podcasts\\ShowNotifications", "0");

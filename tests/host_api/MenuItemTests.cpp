@@ -39,7 +39,7 @@ protected:
     const Ref<Controller> SharedController = NewObject<Controller>();
 };
 
-TEST_F(MenuItems, WhatCannotBeRegisteredIsSaidSoAndLeavesNothingBehind) {
+TEST_F(MenuItems, AnItemThatCannotBeRegisteredIsReportedAndLeavesNothingBehind) {
     const auto command = NewObject<Command>(SharedController);
     EXPECT_EQ(FailureOf(*command, "", Menu), "Cannot register menu item without ID");
     EXPECT_EQ(FailureOf(*command, "A", ToVariant(0)), QString::number(E_INVALIDARG));
@@ -53,7 +53,7 @@ TEST_F(MenuItems, WhatCannotBeRegisteredIsSaidSoAndLeavesNothingBehind) {
     EXPECT_EQ(Host.Menus().Children(*Host.Menus().Find("A")).size(), 1u);
 }
 
-TEST_F(MenuItems, ShowingTheFirstUpdatesAllThatAreLeft) {
+TEST_F(MenuItems, ShowingTheFirstUpdatesAllRemainingOnes) {
     for (const QString& id : {u"A"_s, u"B"_s, u"C"_s}) NewObject<Command>(SharedController)->Register(id, Menu);
     const auto menu = Host.Menus().Children(*Host.Menus().BuiltIn(kMenuLibrary));
     const auto hasOnShow = [](const auto& item) {

@@ -89,7 +89,7 @@ protected:
     int FeedID = 0;
 };
 
-TEST_F(Addresses, OfEitherFormNameAnEpisodeAndOthersDoNot) {
+TEST_F(Addresses, NameAnEpisodeInEitherFormAndInNoOther) {
     const auto old = [&](const QString& id, const QByteArray& guid) {
         return QString(u"podcast://x/feed-" + id + u'_' + QString::fromLatin1(guid.toBase64()));
     };
@@ -123,7 +123,7 @@ TEST_F(Addresses, OfEitherFormNameAnEpisodeAndOthersDoNot) {
     }
 }
 
-TEST_F(Addresses, LeadToTheDownloadedCopyOrElseToTheRemoteAudio) {
+TEST_F(Addresses, ResolveToTheDownloadedCopyOrElseToTheRemoteAudio) {
     const QString cached = "podcast://h/cached.wav";
     const auto resolve = [&](const QString& address) {
         const Ref<IVEXAString> text = host::MakeString(address);
@@ -185,7 +185,7 @@ TEST_F(Addresses, ShowTheFeedsLogoAndFetchItOnce) {
     EXPECT_EQ(Server.Count("/logo"), 1);
 }
 
-TEST_F(Addresses, TheFeedsUserNameGoesWithLogoAndAudioToItsHostAlone) {
+TEST_F(Addresses, SendTheFeedsUserNameForLogoAndAudioToItsHostOnly) {
     LoopbackServer elsewhere;
     QString with = Server.Url("/feed");
     with.replace("://", "://ann:secret@");
@@ -239,7 +239,7 @@ protected:
     Ref<Command> Files;
 };
 
-TEST_F(MovedEpisodes, AreToldFromThoseThatHaveTheirAddressesNow) {
+TEST_F(MovedEpisodes, AreDistinguishedFromThoseThatHaveTheirAddressesNow) {
     const auto present = [&](const QStringList& addresses, std::int64_t since) {
         const auto list = host::MakeStringList(addresses);
         EXPECT_TRUE(Succeeded(Files->GetPresentAddresses(list.Get(), since)));
@@ -326,7 +326,7 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
     EXPECT_TRUE(WaitUntil([&] { return files() == expected; })) << files().join(' ').toStdString();
 }
 
-TEST_F(Addresses, NothingThrownReachesTheHost) {
+TEST_F(Addresses, LetNoExceptionReachTheHost) {
     const QString address = "podcast://h/abc.wav";
     const host::LibraryStorage storage(Host.Library());
     const Ref<host::FileInfo> info(new host::FileInfo);

@@ -23,7 +23,7 @@ protected:
     ~CommandTest() override { TVEXAPodcastsFileManager::UnregisterFileManager(); }
 };
 
-TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBeforeTheClientGoes) {
+TEST_F(CommandTest, LongWorkDoesNotBlockTheMainThreadKeepsItsOrderAndEndsBeforeTheClient) {
     std::atomic<bool> mayEnd{false};
     std::string order;
     RunCommand([&](TPodcastClient&) {
@@ -51,7 +51,7 @@ TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBefor
     EXPECT_EQ(order, "1234");
 }
 
-TEST_F(CommandTest, FilesWithoutATrashStayAndAreTold) {
+TEST_F(CommandTest, FilesThatCannotBeTrashedStayAndAreReported) {
     const QString noTrash = qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash";
     QDir(noTrash).removeRecursively();
     QDir().mkpath(qEnvironmentVariable("XDG_DATA_HOME"));

@@ -105,7 +105,7 @@ protected:
     bool HasReturned = false;
 };
 
-TEST_F(Contract, AMissingPointerIsAnswered) {
+TEST_F(Contract, AMissingPointerGivesAnError) {
     const auto library = Of<IVEXAMLDataProvider>();
     const auto subscriptions = Of<IVEXAMLSubscriptionStorage>();
     const auto start = Of<IVEXAMLStartOptions>();
@@ -187,7 +187,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
-TEST_F(Contract, RowsStayAtTheirEnd) {
+TEST_F(Contract, RowsStayAtTheEndOnceReached) {
     for (const int limit : {0, 2}) {
         const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
         filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
@@ -205,7 +205,7 @@ TEST_F(Contract, RowsStayAtTheirEnd) {
     }
 }
 
-TEST_F(Contract, RowsWithoutAColumnOfTheirsAreRows) {
+TEST_F(Contract, RowsWithoutAKnownColumnAreStillCounted) {
     for (const QStringList& fields : {QStringList("Node"), QStringList()}) {
         for (const int limit : {0, 2}) {
             const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
@@ -220,7 +220,7 @@ TEST_F(Contract, RowsWithoutAColumnOfTheirsAreRows) {
     }
 }
 
-TEST_F(Contract, WhatCannotBeAFilterIsAnInvalidArgument) {
+TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
     const auto equals = [](IVEXAMLGroupFilter& group, const char* field, std::int32_t operation = 0) {
         Variant value;
         value.Type = VariantType::Text;
@@ -333,7 +333,7 @@ private:
     const Operation FCalled;
 };
 
-TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
+TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
     const QByteArray feed = "<rss><channel><title>T</title></channel></rss>";
     for (int i = 0; i < 10; ++i) Server.Serve(QString("/%1").arg(i), Response::Of(feed));
     Server.Serve("/stored", Response::Of(feed));
@@ -372,7 +372,7 @@ TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
     }
 }
 
-TEST_F(Contract, EverySubscriptionHearsOfItsEnd) {
+TEST_F(Contract, EverySubscriptionIsCompleted) {
     Server.Serve("/never", Response::Of("<rss/>").With(Fault::Wait));
     const QStringList addresses{Server.Url("/never"), Server.Url("/a"), Server.Url("/b")};
     std::vector<Ref<Events>> events;

@@ -46,7 +46,7 @@ protected:
     tests::LoopbackServer Server;
 };
 
-TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
+TEST_F(FeedDialogTest, SubscribesToAFeedOnceItWasRead) {
     Server.Serve("/f", tests::Response::Of(kFeed));
     Subscribing([&](QWidget& dialog) {
         EXPECT_FALSE(OK(dialog).isEnabled());
@@ -63,7 +63,7 @@ TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
 }
 
-TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
+TEST_F(FeedDialogTest, KeepsASubscriptionThatSomebodyElseMadeMeanwhile) {
     Server.Serve("/f", tests::Response::Of(kFeed).With(tests::Fault::Wait));
     const auto subscribe = [&] {
         Subscribing([&](QWidget& dialog) {
@@ -78,7 +78,7 @@ TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
     EXPECT_EQ(Client->DB().GetFeed(Server.Url("/f"), false)->Fields[pffTitle], QString());
 }
 
-TEST_F(FeedDialogTest, TellsTheUserOfTheLibrarysAddButtonWhatTheDatabaseRefuses) {
+TEST_F(FeedDialogTest, ShowsAtTheLibrarysAddButtonWhatTheDatabaseRefuses) {
     Server.Serve("/f", tests::Response::Of(kFeed));
     Client->DB().ExecuteSQL("CREATE TRIGGER T BEFORE INSERT ON PodcastFeeds BEGIN SELECT RAISE(ABORT, 'no room'); END");
     const auto library = TVEXAPodcastsMLExtension::Create(*Client);
@@ -115,7 +115,7 @@ TEST_F(FeedDialogTest, SaysWhyThereIsNoFeedAndStaysOpen) {
     EXPECT_FALSE(Client->IsSubscribed(Server.Url("/page")));
 }
 
-TEST_F(FeedDialogTest, EndsAFetchThatIsNeverAnsweredWithTheDialog) {
+TEST_F(FeedDialogTest, CancelsAnUnansweredFetchWhenItCloses) {
     Server.Serve("/never", tests::Response::Of(kFeed).With(tests::Fault::Wait));
     enum class End { ByCancel, WithOwner, WithoutClient };
     for (const End end : {End::ByCancel, End::WithOwner, End::WithoutClient}) {
@@ -155,7 +155,7 @@ TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
     }
 }
 
-TEST_F(FeedDialogTest, AcceptsWhatIsDroppedOnlyWhenItNamesAFeed) {
+TEST_F(FeedDialogTest, AcceptsADropOnlyIfItNamesAFeed) {
     const QString file = Profile.File("a feed.xml");
     WriteWhole(file, kFeed);
     QMimeData words, bare, address, document;
@@ -236,7 +236,7 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     EXPECT_TRUE(Server.Paths().isEmpty());
 }
 
-TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) {
+TEST_F(FeedDialogTest, SurvivesTheEndOfTheClientWhileADialogOrItsMessageIsOpen) {
     const QString old = Store("/old");
     WithDialog([&] { TfrmPodcastFeed::Edit(0, *Client, old); },
                [&](QWidget& dialog) {
@@ -256,7 +256,7 @@ TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) 
     });
 }
 
-TEST_F(DialogTest, ConfirmsAndTellsWhetherFilesGo) {
+TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
     struct {
         bool Box;
         const char* Button;

@@ -28,7 +28,7 @@ protected:
     Ref<IVEXAMLDataFilter> Filter = CreateHostObject<IVEXAMLDataFilter>();
 };
 
-TEST_F(FilterTest, StatementsReadAsAgreed) {
+TEST_F(FilterTest, StatementsHaveTheExpectedText) {
     Add(*Filter, "Node", "031");
     SortBy(*Filter, {{"PublishDate", 2}});
     EXPECT_EQ(Builder::BuildQuery(List({"Title", "FeedName", "Duration"}).Get(), Filter.Get()),
@@ -46,7 +46,7 @@ TEST_F(FilterTest, StatementsReadAsAgreed) {
     EXPECT_EQ(sql.count("UPPER("), 1);
 }
 
-TEST_F(FilterTest, EachOperationIsSpelledInItsOwnWay) {
+TEST_F(FilterTest, EachOperationHasItsOwnExpression) {
     const struct {
         int Operation;
         const char *Value1, *Value2, *SQL;
@@ -69,7 +69,7 @@ TEST_F(FilterTest, EachOperationIsSpelledInItsOwnWay) {
     }
 }
 
-TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
+TEST_F(FilterTest, GroupsJoinNegateAndNest) {
     const struct {
         int Operation, Children;
         bool IsAndNeeded;
@@ -107,7 +107,7 @@ TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
     EXPECT_TRUE(Built(true, List({"Node"}).Get()).startsWith(" AND (1 = 0)"));
 }
 
-TEST_F(FilterTest, NamesThatAreNoColumnsNeverReachTheDatabase) {
+TEST_F(FilterTest, UnknownColumnNamesNeverReachTheDatabase) {
     Add(*Filter, "", "x");
     EXPECT_THROW(Built(true), std::invalid_argument);
     for (const char* name : {"Title; DROP TABLE PodcastFeeds", "Title)--", "1", "a b", "Titel\"", "é"}) {
@@ -356,7 +356,7 @@ protected:
     std::vector<QString> URIs;
 };
 
-TEST_F(RandomFilterTest, MeanWhatTheySay) {
+TEST_F(RandomFilterTest, SelectTheRowsThatTheyDescribe) {
     const unsigned first = std::random_device{}();
     RandomFilter words(*this, first);
     const auto records = Fill(words);
@@ -375,7 +375,7 @@ TEST_F(RandomFilterTest, MeanWhatTheySay) {
     }
 }
 
-TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
+TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
     const unsigned first = std::random_device{}();
     RandomFilter words(*this, first);
     Fill(words);
@@ -432,7 +432,7 @@ TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
     }
 }
 
-TEST_F(RandomFilterTest, FiltersUpToTheLimitsAreTakenAndLargerOnesRefused) {
+TEST_F(RandomFilterTest, FiltersUpToTheLimitsAreAcceptedAndLargerOnesRefused) {
     RandomFilter words(*this, 1);
     Fill(words);
     TPodcastsRows rows;

@@ -57,7 +57,7 @@ protected:
     WindowHandle Foreign = 0;
 };
 
-TEST_F(ForeignWindowTest, ThePageShowsInItWhateverTheScaleAndOutlivesIt) {
+TEST_F(ForeignWindowTest, ThePageIsShownInItAtAnyScaleAndOutlivesIt) {
     const auto frame = NewObject<TVEXAPodcastsOptionsFrame>(*Client);
     const WindowHandle handle = frame->CreatePage(Foreign);
     ASSERT_NE(handle, 0u);
@@ -78,7 +78,7 @@ TEST_F(ForeignWindowTest, ThePageShowsInItWhateverTheScaleAndOutlivesIt) {
     frame->DestroyPage();
 }
 
-TEST_F(ForeignWindowTest, ADialogBelongsToItAndIsOnItsScreen) {
+TEST_F(ForeignWindowTest, ADialogIsTransientForItAndOnItsScreen) {
     WithDialog([&] { TfrmPodcastFeed::Subscribe(Foreign, *Client); },
                [&](QWidget& dialog) {
                    const QWindow* const owner = dialog.windowHandle()->transientParent();

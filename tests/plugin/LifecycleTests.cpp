@@ -40,7 +40,7 @@ protected:
     TempFolder Profile;
 };
 
-TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
+TEST_F(Lifecycle, ThePluginDescribesItselfAndRefusesASecondStart) {
     const auto host = NewHost();
     const host::Plugin plugin(QStringLiteral(PLUGIN)), other(QStringLiteral(PLUGIN));
     EXPECT_EQ(plugin.Information(IVEXAPlugin::Name), "Podcasts");
@@ -59,7 +59,7 @@ TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
     plugin.Object()->Finalize();
 }
 
-TEST_F(Lifecycle, AHostThatLacksSomethingGetsAnAnswerAndKeepsItsSettings) {
+TEST_F(Lifecycle, AHostThatLacksAServiceGetsAnErrorAndKeepsItsSettings) {
     const QByteArray kSettings = "[Podcasts]\nCheckUpdates=3\n";
     const struct {
         QSet<QString> Missing;
@@ -102,7 +102,7 @@ TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
     EXPECT_EQ(Setting("CheckUpdates"), "3");
 }
 
-TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
+TEST_F(Lifecycle, OptionsAreLoadedFromTheSettingsAndSavedThere) {
     {
         const auto host = NewHost();
         ASSERT_EQ(Load(*host), S_OK);
@@ -125,7 +125,7 @@ TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
     EXPECT_EQ(Setting("MarkEpisodesListenedOnStartPlayback"), "1");
 }
 
-TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreSaidAndEverythingElseEnds) {
+TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreReportedAndEverythingElseEnds) {
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
     // A folder in place of the file, so that not even root can write it.
@@ -135,7 +135,7 @@ TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreSaidAndEverythingElseEnds) {
     EXPECT_EQ(Load(*host), S_OK);  // the first one has ended completely
 }
 
-TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
+TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     LoopbackServer server;
     server.Serve("/feed", Response::Of("<rss><channel><title>T</title><item><title>E</title><guid>g</guid><enclosure "
                                        "url=\"http://h/e.mp3\"/></item></channel></rss>"));
@@ -154,7 +154,7 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
     EXPECT_LT(std::abs(noted.secsTo(QDateTime::currentDateTimeUtc())), 3600);
 }
 
-TEST_F(Lifecycle, EndsWhileHostThreadsAskAndALogoNeverArrives) {
+TEST_F(Lifecycle, CanEndWhileHostThreadsAskAndALogoNeverArrives) {
     LoopbackServer server;
     server.Serve("/logo", Response::Of(QByteArray(100, 'x'), "image/png").With(Fault::Wait, 10));
     server.Serve("/feed", Response::Of("<rss/>").With(Fault::Wait));

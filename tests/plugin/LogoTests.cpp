@@ -104,7 +104,7 @@ std::vector<Worthless> WorthlessAnswers() {
     };
 }
 
-TEST_F(Logos, WhatIsNoPictureIsNotAskedForAgainBeforeItsTime) {
+TEST_F(Logos, AreNotFetchedAgainTooSoonIfTheAnswerIsNoPicture) {
     int number = 0;
     for (const auto& [name, answer, after] : WorthlessAnswers()) {
         SCOPED_TRACE(name);
@@ -120,7 +120,7 @@ TEST_F(Logos, WhatIsNoPictureIsNotAskedForAgainBeforeItsTime) {
     }
 }
 
-TEST_F(Logos, AreLookedAtOnceAWeekInTheBackgroundAndShownAnewWhenTheyAreOthers) {
+TEST_F(Logos, AreCheckedWeeklyInTheBackgroundAndReplacedWhenTheyHaveChanged) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Serve(1, IsBlue);
@@ -144,7 +144,7 @@ TEST_F(Logos, AreLookedAtOnceAWeekInTheBackgroundAndShownAnewWhenTheyAreOthers) 
     EXPECT_EQ(Changes->Count, 1);
 }
 
-TEST_F(Logos, StayWhenNothingBetterComes) {
+TEST_F(Logos, StayWhenNoUsablePictureArrives) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Seconds += kWeek + 1;
@@ -162,7 +162,7 @@ TEST_F(Logos, StayWhenNothingBetterComes) {
     EXPECT_EQ(Changes->Count, 0);
 }
 
-TEST_F(Logos, OfAnotherAddressAreLookedAtAtOnce) {
+TEST_F(Logos, AreCheckedAtOnceWhenTheirAddressHasChanged) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Serve(2, IsBlue);
@@ -172,7 +172,7 @@ TEST_F(Logos, OfAnotherAddressAreLookedAtAtOnce) {
     EXPECT_EQ(Asked(2), 1);
 }
 
-TEST_F(Logos, StoredByEarlierVersionsAreLookedAtWhateverTheyAre) {
+TEST_F(Logos, AreCheckedIfStoredByEarlierVersionsWhateverTheyAre) {
     Subscribe(1, IsRed);
     Client->DB().SetFeedLogo(1, "<html>", 6);
     EXPECT_EQ(Cover(), Red);
@@ -182,7 +182,7 @@ TEST_F(Logos, StoredByEarlierVersionsAreLookedAtWhateverTheyAre) {
     EXPECT_TRUE(tests::WaitUntil([this] { return Cover(2) == Red; }));
 }
 
-TEST_F(Logos, OfOneServerAreAskedForThreeAtATimeAndHoldUpNoOther) {
+TEST_F(Logos, AreFetchedThreeAtATimePerServerAndDelayNoOther) {
     constexpr int kOfServer = 5, kOther = kOfServer + 1;
     tests::LoopbackServer other;
     for (int i = 1; i <= kOfServer; ++i) Subscribe(i, IsRed);
@@ -201,7 +201,7 @@ TEST_F(Logos, OfOneServerAreAskedForThreeAtATimeAndHoldUpNoOther) {
     EXPECT_EQ(Server.Paths().size(), kOfServer);
 }
 
-TEST_F(Logos, StayWhenTheClientEndsInTheMiddleOfALook) {
+TEST_F(Logos, StayWhenTheClientEndsDuringACheck) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     const qint64 before = LookedAt();

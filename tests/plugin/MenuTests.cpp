@@ -58,7 +58,7 @@ protected:
     QString SecondInOldForm;
 };
 
-TEST_F(MenuCommands, TheSelectedNodeSaysWhichFeedAndWhatASmartPlaylistFollows) {
+TEST_F(MenuCommands, TheSelectedNodeDecidesTheFeedAndTheSmartPlaylist) {
     const QString state = uR"({"field":"State","operation":0,"value":{"int32":1}})"_s;
     const QString category = uR"({"field":"Category","operation":0,"value":"News"})"_s;
     const QString feed = uR"({"field":"FeedName","operation":0,"value":"Tides"})"_s;
@@ -96,7 +96,7 @@ TEST_F(MenuCommands, TheSelectedNodeSaysWhichFeedAndWhatASmartPlaylistFollows) {
     }
 }
 
-TEST_F(MenuCommands, ShowOnlyWhereTheyApply) {
+TEST_F(MenuCommands, AreShownOnlyWhereTheyApply) {
     const auto playlist = Host.Playlists().Create("P", true);
     playlist->Add({u"file.mp3"_s, u"http://h/1.mp3"_s, kURIs[0]});
     playlist->Select({0, 1});
@@ -143,7 +143,7 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     EXPECT_EQ(heard, QStringList{kURIs[0]});
 }
 
-TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
+TEST_F(MenuCommands, TheFocusedEpisodeDecidesWhatHappensToLocalCopies) {
     WriteWhole(Profile.File("2.mp3"), "audio");
     DB.SetCachedFile(kURIs[1], Profile.File("2.mp3"));
     const struct {
@@ -189,7 +189,7 @@ TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {
     EXPECT_FALSE(Host.Menus().Glyph(*Find("CreateSmartPlaylist")));
 }
 
-TEST_F(MenuCommands, DoNothingOnceThePluginHasEnded) {
+TEST_F(MenuCommands, DoNothingAfterThePluginHasEnded) {
     Select({kFeedNode}, {kURIs[0]});
     std::vector<Ref<IVEXAActionEvent>> events;  // kept longer than the plug-in, as by a careless host
     for (const int menu : {kMenuLibraryTable, kMenuLibraryTree})

@@ -79,7 +79,7 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
 }
 
-TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
+TEST_F(OptionsPageTest, WrapsItsLinesInsteadOfScrollingSideways) {
     const QFont usual = QApplication::font();
     QApplication::setFont(QFont(usual.family(), 16));
     for (const QString& language : {QString("English"), QString("German"), QString("Russian")}) {
@@ -97,7 +97,7 @@ TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
     QApplication::setFont(usual);
 }
 
-TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
+TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     for (const char* const name : {"CB1", "CB2", "CB3", "CB4"}) On<QCheckBox>(name).click();
     QTest::keyClick(&On<QComboBox>("cbUpdates"), Qt::Key_Down);
     On<QLineEdit>("edDownloadPath").selectAll();
@@ -118,7 +118,7 @@ TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
     EXPECT_EQ(options.CheckUpdates(), 2);
 }
 
-TEST_F(OptionsPageTest, PutsAMacroInPlaceOfTheSelection) {
+TEST_F(OptionsPageTest, ReplacesTheSelectionByAMacro) {
     auto& edit = On<QLineEdit>("edDownloadPath");
     edit.setText("a/bcd/e");
     edit.setSelection(2, 3);
@@ -130,7 +130,7 @@ TEST_F(OptionsPageTest, PutsAMacroInPlaceOfTheSelection) {
     EXPECT_EQ(edit.text(), "a/%FeedTitle%/e");
 }
 
-TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
+TEST_F(OptionsPageTest, UsesTheFolderThatTheUserChooses) {
     const QString folder = Profile.File("Casts");
     QDir().mkpath(folder);
     const int modified = Dialog->Modified;
@@ -148,7 +148,7 @@ TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
     EXPECT_EQ(Dialog->Modified, modified + 1);
 }
 
-TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
+TEST_F(OptionsPageTest, MayBeRemovedWhileTheUserChoosesAFolder) {
     WithDialog([&] { On<QToolButton>("edDownloadPathButtons0").click(); },
                [&](QWidget&) {
                    Frame->DestroyPage();
@@ -157,7 +157,7 @@ TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
     EXPECT_FALSE(Window->findChild<QScrollArea*>());
 }
 
-TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
+TEST_F(OptionsPageTest, MovesTheFocusThroughThePageAndOutOfIt) {
     // The line edit inside a spin box can have the focus, too, and passes it on to the box.
     auto* const number = new QSpinBox(&On<QGroupBox>("GB3"));
     number->setObjectName("number");
@@ -186,7 +186,7 @@ TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
     EXPECT_EQ(Frame->FocusLastControl(), kFalse);
 }
 
-TEST_F(OptionsPageTest, TakesTheMnemonicsOfItsControls) {
+TEST_F(OptionsPageTest, HandlesTheMnemonicsOfItsControls) {
     On<QCheckBox>("CB1").setText("&Start");
     On<QLabel>("L1").setText("&Folder && file");
     EXPECT_EQ(Frame->HandleDialogChar(u's', 0), kTrue);

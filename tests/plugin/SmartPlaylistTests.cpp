@@ -94,7 +94,7 @@ protected:
     Ref<Playlists> Service;
 };
 
-TEST_F(SmartPlaylistTest, SayWhatTheHostRefused) {
+TEST_F(SmartPlaylistTest, ReportsWhatTheHostRefused) {
     Selected.Category = "News";
     const struct {
         Step Refused;
@@ -113,7 +113,7 @@ TEST_F(SmartPlaylistTest, SayWhatTheHostRefused) {
         EXPECT_EQ(FailureOf(refused), QString(message).arg(code)) << message;
 }
 
-TEST_F(SmartPlaylistTest, AreMadeOfOneNodeOnly) {
+TEST_F(SmartPlaylistTest, IsMadeOfOneNodeOnly) {
     EXPECT_EQ(FailureOf(Step::Set), "") << "nothing is selected";
     EXPECT_EQ(Service->Created, 0);
     Selected.Add(QStringLiteral("http://h/a"));
@@ -122,7 +122,7 @@ TEST_F(SmartPlaylistTest, AreMadeOfOneNodeOnly) {
     EXPECT_EQ(Service->Created, 0);
 }
 
-TEST_F(SmartPlaylistTest, NeitherThisNorUnsubscribingMindsThatTheClientIsGone) {
+TEST_F(SmartPlaylistTest, CreatingAndUnsubscribingSurviveTheEndOfTheClient) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = "http://h/a";
     Client->Subscribe(feed);

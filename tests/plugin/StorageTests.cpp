@@ -89,7 +89,7 @@ protected:
     QStringList Captions;
 };
 
-TEST_F(Storage, TheTreeFollowsWhatIsStored) {
+TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));
     EXPECT_TRUE(Nodes({"01"}).isEmpty());
     Subscribe("/b", Feed("(3) News", 2));
@@ -115,7 +115,7 @@ TEST_F(Storage, TheTreeFollowsWhatIsStored) {
     EXPECT_EQ(provider->GetCapabilities(), 3u);
 }
 
-TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
+TEST_F(Storage, APageShowsWhatAnotherProcessHasWritten) {
     Subscribe("/a", Feed("A", 40));
     const auto storage = Library();
     host::RowReader reader(storage);
@@ -132,7 +132,7 @@ TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
     EXPECT_EQ(reader.CountNow(query).Count, 38);
 }
 
-TEST_F(Storage, AFilterThatIsTooLargeIsRefusedWithTheLimits) {
+TEST_F(Storage, ATooLargeFilterIsRefusedWithTheLimits) {
     const auto storage = Library();
     host::RowReader reader(storage);
     host::RowQuery query{.Fields = {"Title"}, .Limit = 10};
@@ -143,7 +143,7 @@ TEST_F(Storage, AFilterThatIsTooLargeIsRefusedWithTheLimits) {
     }
 }
 
-TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
+TEST_F(Storage, ThePlayingEpisodeIsMarkedAsListenedUnlessThatIsOff) {
     Subscribe("/a", Feed("A", 2));
     EXPECT_EQ(States(), "11");
     Host.Player().Play(host::MakeString("file:///tmp/x.mp3").Get(), nullptr);
@@ -155,7 +155,7 @@ TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
     EXPECT_EQ(Changes, before + 1);
 }
 
-TEST_F(Storage, TheMarkOfWhatPlaysWaitsForAnotherProgramAndNobodyWaitsForTheMark) {
+TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
     Subscribe("/a", Feed("A", 2));
     PlainSqlite other(Profile.File("Podcasts.db"));
     // The other program keeps the lock longer than a connection waits for it.
@@ -172,7 +172,7 @@ TEST_F(Storage, TheMarkOfWhatPlaysWaitsForAnotherProgramAndNobodyWaitsForTheMark
     holder.join();
 }
 
-TEST_F(Storage, ARefreshShowsAsATaskAndNewEpisodesAsANotification) {
+TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Subscribe("/a", Feed("A", 1));
     Server.Serve("/a", Response::Of(Feed("A", 2)));
     EXPECT_TRUE(Desktop::Shown.empty());
@@ -232,7 +232,7 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
         << caption().toStdString();
 }
 
-TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {
+TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
     const QByteArray audio = Server.Url("/").toUtf8();
     for (const char* title : {"A", "B", "C"}) {
         Subscribe(QString("/%1").arg(title), Feed(title, 60, audio));
@@ -267,7 +267,7 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {
               "15");
 }
 
-TEST_F(Storage, EndsWhileATaskReports) {
+TEST_F(Storage, CanEndWhileATaskReports) {
     Subscribe("/a", Feed("A", 3));
     Server.Serve("/a", Response::Of("<rss/>").With(Fault::Wait));
     Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));

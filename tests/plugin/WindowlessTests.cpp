@@ -11,7 +11,7 @@
 
 namespace podcasts {
 
-TEST(WindowlessTest, RefusesItsWindowsAndGoesOn) {
+TEST(WindowlessTest, RefusesToShowWindowsAndGoesOn) {
     const tests::TempFolder profile;
     vexa::host::Host host({profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}});
     vexa::TVEXAAPIWrappers::Initialize(&host.PluginCore());

@@ -8,7 +8,7 @@
 namespace vexa {
 namespace {
 
-TEST(FileNames, AreMadeOneHarmlessComponent) {
+TEST(FileNames, BecomeOneHarmlessComponent) {
     const QString microphone = "\U0001F399";  // four bytes
     const std::pair<QString, QString> rows[] = {
         {"../../etc/passwd", "etcpasswd"},
@@ -44,7 +44,7 @@ TEST(FileNames, HaveAnExtensionThatNamesTheFormat) {
     }
 }
 
-TEST(FileTypes, AreToldByTypeExtensionAndFirstBytes) {
+TEST(FileTypes, AreRecognisedByTypeExtensionAndFirstBytes) {
     const std::tuple<const char*, const char*, bool> media[] = {{"audio/mpeg", "http://h/a.jpg", true},
                                                                 {" Video/MP4 ; x=y", "http://h/a", true},
                                                                 {"application/ogg", "http://h/a", true},
@@ -73,7 +73,7 @@ TEST(FileTypes, AreToldByTypeExtensionAndFirstBytes) {
         EXPECT_FALSE(BeginsLikeHtmlPage(other)) << other;
 }
 
-TEST(Files, GoToTheTrashAndAMissingOneIsNoError) {
+TEST(Files, AreMovedToTheTrashAndAMissingOneIsNoError) {
     const tests::TempFolder folder;
     const QString file = folder.File("show.mp3");
     WriteWhole(file, "sound");

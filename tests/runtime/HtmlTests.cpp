@@ -86,7 +86,7 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     }
 }
 
-TEST(Html, APageIsKnownByItsFirstTagOrItsType) {
+TEST(Html, APageIsRecognisedByItsFirstTagOrItsType) {
     const std::tuple<QByteArray, const char*, bool> cases[] = {
         {"<!doctype HTML>", "", true},
         {"\xEF\xBB\xBF \n<!-- <rss> --><HTML>", "", true},

@@ -69,7 +69,7 @@ protected:
     std::optional<HttpFetcher> Fetcher;
 };
 
-TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsTaken) {
+TEST_F(HttpFetching, StartsTwelveTransfersInOrderThreePerHostAndAnotherWhenOneIsTaken) {
     Start();
     Want(Addresses());
     EXPECT_TRUE(WaitForRequests(12));
@@ -85,7 +85,7 @@ TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsT
     EXPECT_EQ(Servers[4].Count("/7"), 1);
 }
 
-TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThem) {
+TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     Limits.SilentAfter = 50ms;
     Limits.AtOnce = 1;
     Limits.Silent = 4;
@@ -114,7 +114,7 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
     EXPECT_TRUE(Take(addresses[9]).Succeeded());
 }
 
-TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
+TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     constexpr int kSize = 1'000'000;
     Limits.HeldBytes = 5 * kSize / 2;
     for (auto& server : Servers)
@@ -139,7 +139,7 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     }
 }
 
-TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
+TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
     for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
     Limits.ToHost = 1;
@@ -158,7 +158,7 @@ TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
     EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";
 }
 
-TEST_F(HttpFetching, EndsAtOnceWithAllTransfersOnTheirWay) {
+TEST_F(HttpFetching, EndsAtOnceWhileTransfersAreRunning) {
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);

@@ -52,7 +52,7 @@ protected:
     tests::LoopbackServer Proxy, Other, Own;
 };
 
-TEST_F(Proxies, TheEnvironmentGoesBeforeTheDesktop) {
+TEST_F(Proxies, TheEnvironmentTakesPrecedenceOverTheDesktop) {
     int asked = 0;
     SetDesktopProxySource([&](const QUrl&) { return ++asked, At(Other); });
     for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
@@ -68,7 +68,7 @@ TEST_F(Proxies, TheEnvironmentGoesBeforeTheDesktop) {
     EXPECT_EQ(Get(u"http://b.example/feed"_s), u"the server's name could not be resolved"_s);
 }
 
-TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainButForThisMachine) {
+TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainExceptThisMachine) {
     QStringList asked;
     SetDesktopProxySource([&](const QUrl& url) {
         asked += url.scheme() + u"://"_s + url.host();
@@ -85,7 +85,7 @@ TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainButForThisMachine)
     EXPECT_TRUE(Proxy.Requests().back().Head.startsWith("CONNECT a.example:443 "));
 }
 
-TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
+TEST(DesktopProxies, TheFirstUsableOneIsChosen) {
     const auto at = [](QNetworkProxy::ProxyType type, const QString& host) {
         return QNetworkProxy(type, host, 8080, u"me"_s, u"secret"_s);
     };
@@ -172,7 +172,7 @@ TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
                                       16));
 }
 
-TEST_F(Proxies, AUserNameAndAPasswordGoToTheProxyAndNoFurther) {
+TEST_F(Proxies, UserNameAndPasswordAreSentToTheProxyOnly) {
     HttpProxy proxy = At(Proxy);
     proxy.User = u"us er"_s;
     proxy.Password = u"p:ss"_s;
@@ -186,7 +186,7 @@ TEST_F(Proxies, AUserNameAndAPasswordGoToTheProxyAndNoFurther) {
     EXPECT_FALSE(Own.Requests().back().Head.contains("Proxy-Authorization"));
 }
 
-TEST_F(Proxies, ADesktopThatDoesNotAnswerHoldsUpOneRequestAndIsHeardLater) {
+TEST_F(Proxies, ADesktopThatDoesNotAnswerDelaysOneRequestAndIsUsedLater) {
     std::mutex mutex;
     std::unique_lock lock(mutex);
     SetDesktopProxySource([&](const QUrl&) {

@@ -14,7 +14,7 @@ QString RootText(const QByteArray& bytes, const QString& charset = {}) {
     return (*document.Node().begin()).Text();
 }
 
-TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
+TEST(Xml, TakesTheEncodingFromTheMarkThenTheDeclarationThenTheTransport) {
     const QString euro = "\u20AC\u00E9", cyrillic = "\u043F\u043E\u0434";
     const QString wide = "<?xml version='1.0' encoding='utf-16'?><r>" + cyrillic + "</r>";
     const QByteArray little = QStringEncoder(QStringEncoder::Utf16LE).encode(QChar(0xFEFF) + wide);
@@ -44,7 +44,7 @@ TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
     for (const auto& [bytes, charset, text] : rows) EXPECT_EQ(RootText(bytes, charset), text) << bytes.toStdString();
 }
 
-TEST(Xml, ForgivesWhatRealFeedsGetWrong) {
+TEST(Xml, ToleratesTheErrorsOfRealFeeds) {
     const std::pair<QByteArray, QString> rows[] = {
         {" \r\n\t<?xml version='1.0'?><r>a</r>", "a"},
         {"<r>a<![CDATA[b]]> <![CDATA[c]]>d<x>no</x>e</r>", "ab cde"},
@@ -60,7 +60,7 @@ TEST(Xml, ForgivesWhatRealFeedsGetWrong) {
     for (const auto& [bytes, text] : rows) EXPECT_EQ(RootText(bytes), text) << bytes.toStdString();
 }
 
-TEST(Xml, RefusesWhatIsCutOffOrNotXmlAndSaysWhere) {
+TEST(Xml, RefusesTruncatedDocumentsAndNonXmlAndSaysWhere) {
     const std::pair<const char*, const char*> rows[] = {
         {"", "the document is empty"},
         {"<rss>\n<channel>\n<title>a</ti", "line 3"},
@@ -87,7 +87,7 @@ QString Outline(const XmlNode& node) {
     return outline + u')';
 }
 
-TEST(Xml, RecoversADamagedDocumentWhoseEndIsThere) {
+TEST(Xml, RecoversADamagedDocumentThatIsNotTruncated) {
     const std::pair<QByteArray, QString> rows[] = {
         {"<r><t>I <3 radio & a < b, x <y</t></r>", "r(| t(|I <3 radio & a < b, x <y))"},
         {"<r><t>&nbsp;&nosuch; &amp; <3 &#233;</t></r>", "r(| t(|\u00A0&nosuch; & <3 \u00E9))"},
@@ -115,7 +115,7 @@ TEST(Xml, RecoversADamagedDocumentWhoseEndIsThere) {
               "a<b>c&amp;<d/></b><i>&lt;");
 }
 
-TEST(Xml, NeverTakesABeginningForADamagedDocument) {
+TEST(Xml, NeverTakesATruncatedDocumentForADamagedOne) {
     const QByteArray document =
         "<?xml version='1.0'?><rss a='1'><channel><title>a <3 </rss> b</title><item><title>1</title>"
         "<description>say </rss> <p>or <i></rss> <![CDATA[</rss>]]> &amp;</p></description></item>"

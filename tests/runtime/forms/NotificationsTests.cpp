@@ -111,7 +111,7 @@ struct Notifications : testing::Test {
     std::unique_ptr<NotificationIcon> Icon = std::make_unique<NotificationIcon>();
 };
 
-TEST_F(Notifications, TheServiceShowsReplacesTellsClicksAndHides) {
+TEST_F(Notifications, TheServiceShowsReplacesReportsClicksAndHides) {
     Service service;
     QByteArray png;
     QBuffer file(&png);
@@ -141,7 +141,7 @@ TEST_F(Notifications, TheServiceShowsReplacesTellsClicksAndHides) {
     EXPECT_EQ(service.Calls["GetCapabilities"].size(), 1u);
 }
 
-TEST_F(Notifications, NeitherAClosedOneNorOneOfAnotherServiceIsReplaced) {
+TEST_F(Notifications, AClosedOneOrOneOfAnotherServiceIsNotReplaced) {
     auto service = std::make_unique<Service>();
     Show("one");
     service->Call("Notify");
@@ -160,7 +160,7 @@ TEST_F(Notifications, NeitherAClosedOneNorOneOfAnotherServiceIsReplaced) {
     EXPECT_EQ(Clicks, 0);
 }
 
-TEST_F(Notifications, WhatTheServiceRefusesGoesToTheNextWay) {
+TEST_F(Notifications, ARefusedOneIsPassedToTheNextPresenter) {
     for (const char* failing : {"Name", "GetCapabilities", "Notify"}) {
         std::unique_ptr<Service> service;
         if (failing != std::string("Name")) (service = std::make_unique<Service>())->Failing = failing;
@@ -176,7 +176,7 @@ TEST_F(Notifications, WhatTheServiceRefusesGoesToTheNextWay) {
     }
 }
 
-TEST_F(Notifications, HidingOrDestroyingTheIconStopsWhatIsUnderWay) {
+TEST_F(Notifications, HidingOrDestroyingTheIconCancelsPendingNotifications) {
     for (const QByteArray held : {"GetCapabilities", "Notify"})
         for (const bool fails : {true, false})
             for (const bool isDestroyed : {true, false}) {
