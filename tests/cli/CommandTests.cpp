@@ -94,7 +94,7 @@ TEST_F(Program, APageLeadsToItsFeedsAndAMovedFeedIsFollowed) {
     moveTo(one);
     EXPECT_TRUE(Run("refresh " + old).Out.startsWith("One: 1 new episode; moved to " + one));
     EXPECT_EQ(Json("refresh " + one)[u"moved"].toArray(), QJsonArray());
-    EXPECT_EQ(Keys("2").size(), 2) << "of the number that it had";
+    EXPECT_EQ(Keys("2").size(), 2) << "by the number of the feed as before";
 }
 
 TEST_F(Program, APasswordInAnAddressIsShownToNobody) {

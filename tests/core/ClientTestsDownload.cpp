@@ -117,7 +117,7 @@ TEST_F(ClientDownload, RejectsAWebPageAndTouchesNoFileForIt) {
         }
         EXPECT_EQ(ReadWhole(file), "left from an earlier subscription");
         EXPECT_EQ(CachedFile("/1.mp3"), "");
-        EXPECT_EQ(CachedFile("/3.mp3"), AudioFile("a/gone.mp3")) << "the record is blanked for a sound alone";
+        EXPECT_EQ(CachedFile("/3.mp3"), AudioFile("a/gone.mp3")) << "the record is cleared only when audio arrives";
         EXPECT_EQ(Files(), QStringList("1.mp3"));
     }
     const std::pair<QByteArray, QByteArray> sounds[] = {{"ID3 sound", "text/html"},
@@ -162,7 +162,7 @@ TEST_F(ClientDownload, RestoresOnFailureTheRecordOfAFileThatNobodyIsWriting) {
         return CachedFile("/1.mp3");
     };
     EXPECT_EQ(recordAfter(unmounted), unmounted);
-    EXPECT_EQ(recordAfter(own), "") << "its beginning was there";
+    EXPECT_EQ(recordAfter(own), "") << "a part of it had been written";
     // Another program begins to write the recorded file while this one fetches it under another name.
     Client->DB().SetCachedFile(Key("/1.mp3"), unmounted);
     StartAndStall({Key("/1.mp3")}, "/1.mp3", own);

@@ -43,7 +43,7 @@ TEST_F(ClientRefresh, IsDueByEitherClockAfterAnHourADayOrAWeek) {
         EXPECT_TRUE(tests::WaitUntil([&] { return client.RefreshTask() == 0; }));
         return isRunning;
     };
-    EXPECT_TRUE(isDue()) << "it is not known when the last one was";
+    EXPECT_TRUE(isDue()) << "the time of the last refresh is unknown";
     EXPECT_EQ(client.LastRefreshTime, ticks);
     EXPECT_EQ(client.LastRefreshDate, now);
     constexpr qint64 kHour = 60 * 60;
@@ -153,7 +153,7 @@ TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceAndOnlyWhenItCanBePlayed) {
     EXPECT_EQ(serve(first.arg(audio)), 1) << "its audio";
     EXPECT_EQ(EpisodeCount("/a"), 1);
     Client->UpdateState(Key("/1.mp3"), pesListened);
-    EXPECT_EQ(serve(first.arg("")), 0) << "without audio for once";
+    EXPECT_EQ(serve(first.arg("")), 0) << "temporarily without audio";
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
     EXPECT_EQ(serve(first.arg(audio)), 0) << "the same audio again";
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
@@ -233,7 +233,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     EXPECT_EQ(Client->RefreshQueue().Items(), QStringList());
     EXPECT_EQ(Client->RefreshOutcomes().From().size(), 2u);
     for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_FALSE(outcome.Error.isEmpty());
-    EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document was there";
+    EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document had arrived";
     Refresh("/b");
     EXPECT_EQ(EpisodeCount("/b"), 1);
     for (int round = 0; round < 10; ++round) {  // the refresh is ended at a different point in each round

@@ -120,7 +120,7 @@ TEST_F(ClientResuming, ContinuesTheSameFileAndStartsOverWithAnyOther) {
     const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + v1 + "\r\n";
     Server.ServeInTurn("/1.mp3", {Response{head, "493e0\r\n" + First}.With(Fault::Close, 7 + kBreak), whole});
     EXPECT_EQ(DownloadError(), "");
-    EXPECT_EQ(Asked(), QList({0, kBreak})) << "of what had no size";
+    EXPECT_EQ(Asked(), QList({0, kBreak})) << "for a body of unknown size";
     EXPECT_TRUE(ReadWhole(AudioFile()) == First);
 }
 

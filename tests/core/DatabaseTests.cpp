@@ -340,7 +340,7 @@ TEST_F(Database, AFileIsRecordedOnlyForTheEpisodeThatWasRead) {
     add(99, other, "x", read->Fields[pefURI]);
     EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/f"));
     EXPECT_EQ(rows(), QStringList({"1|a|/f", "2|x|"}));
-    EXPECT_FALSE(DB.SetFoundFileOfRow(*read, "/g")) << "it records another one since it was read";
+    EXPECT_FALSE(DB.SetFoundFileOfRow(*read, "/g")) << "another file was recorded since the row was read";
     Other.Run("UPDATE PodcastEpisodes SET URI = '" + read->Fields[pefURI].toUtf8() + "', URLAudioCached = ''");
     EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/g"));
     EXPECT_EQ(rows(), QStringList({"1|a|/g", "2|x|/g"}));

@@ -154,7 +154,8 @@ TEST_F(Subscribing, StoresTheAddressThatTheFeedHasMovedTo) {
     Server.Serve("/folder/feed", Response::Of("<rss version='2.0'><channel><item><enclosure url='2.mp3'/></item>"
                                               "</channel></rss>"));
     ToPath("/former");
-    EXPECT_TRUE(Client->DB().GetEpisode(Key("/folder/2.mp3"))) << "relative addresses are meant from there";
+    EXPECT_TRUE(Client->DB().GetEpisode(Key("/folder/2.mp3")))
+        << "relative addresses are resolved against the new address";
 }
 
 class Moving : public ClientTest {
@@ -231,7 +232,7 @@ TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
         EXPECT_EQ(EpisodeCount(there), 2);
         EXPECT_EQ(Episode("/1.mp3").State, pesPostponed);
         EXPECT_EQ(CachedFile("/2.mp3"), "/somewhere/2.mp3");
-        EXPECT_EQ(Outcome(there).MovedTo, "") << "there it stays";
+        EXPECT_EQ(Outcome(there).MovedTo, "") << "it has not moved on from there";
         Client->Unsubscribe(Server.Url(there), false);
     }
 }
@@ -247,7 +248,7 @@ TEST_F(Moving, ChangesTheNamesThatContainTheFeedsAddress) {
     ASSERT_TRUE(episode);
     EXPECT_EQ(episode->State, pesPostponed);
     EXPECT_EQ(EpisodeCount("/b"), 1) << "the row itself has the new name";
-    EXPECT_TRUE(Client->DB().GetEpisode(name("/a"))) << "the older name goes on naming it";
+    EXPECT_TRUE(Client->DB().GetEpisode(name("/a"))) << "the older name still leads to it";
 }
 
 TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
@@ -256,7 +257,8 @@ TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
     for (const QString& expected : {QString(), Server.Url("/b")}) {
         const auto outcome = Outcome("/a");
         EXPECT_EQ(outcome.MovedTo, expected);
-        EXPECT_EQ(outcome.NewEpisodes.size(), expected.isEmpty() ? 1 : 0) << "the old one's content counts meanwhile";
+        EXPECT_EQ(outcome.NewEpisodes.size(), expected.isEmpty() ? 1 : 0)
+            << "meanwhile the old feed's document is used";
         Server.Serve("/b", Feed("B", ""));
     }
 }
@@ -268,7 +270,7 @@ TEST_F(Moving, ChangesNeitherFeedWhenTheNewAddressIsSubscribedToo) {
         Subscribe("b", {{"2", "/2.mp3"}});
         Server.Serve("/a", byRedirect ? Gone("/b") : Feed("A", "/b"));
         const auto outcome = Outcome("/a");
-        EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to be read there";
+        EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to read there";
         EXPECT_EQ(outcome.Error, "");
         EXPECT_EQ(outcome.MovedTo, Server.Url("/b"));
         EXPECT_TRUE(outcome.IsMoveRefused);
@@ -287,7 +289,7 @@ TEST_F(Moving, EndsAChainThatGoesOnForEver) {
     Server.Forget();
     const auto outcome = Outcome("/a");
     EXPECT_LE(Server.Paths().size(), 10);
-    EXPECT_TRUE(Client->IsSubscribed(outcome.MovedTo)) << "as far as it went";
+    EXPECT_TRUE(Client->IsSubscribed(outcome.MovedTo)) << "as far as the chain was followed";
 }
 
 TEST_F(Moving, StoresNothingOfAFeedWhoseAddressWasChangedMeanwhile) {

@@ -124,7 +124,7 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nx=5\ny=2\nz=7\n");
     config.Write("A\\y", "3");
     EXPECT_TRUE(tests::WaitUntil([&] { return ReadWhole(Profile.File("Settings.ini")).contains("y=3"); }))
-        << "a program that is killed now would lose it";
+        << "a program killed now would lose it";
 
     tests::TempFolder folder;
     WriteWhole(folder.File("file"), "");

@@ -73,7 +73,7 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     ASSERT_TRUE(WaitUntil([&] { return !next.Playlists().IsBusy(*again); }));
     EXPECT_EQ(Files(*again),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
-    EXPECT_EQ(Moving->AskedSince(), 2) << "the count up to which they had followed";
+    EXPECT_EQ(Moving->AskedSince(), 2) << "the count up to which moves were followed";
 }
 
 TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
@@ -81,7 +81,7 @@ TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
     ASSERT_TRUE(Settle());
     EXPECT_EQ(Moving->TakeAsked(),
               QStringList("episode://a"));  // at the start each address of this scheme is asked about once
-    EXPECT_EQ(Moving->AskedSince(), -1) << "nobody knows when it was called so";
+    EXPECT_EQ(Moving->AskedSince(), -1) << "the address is from an unknown time";
     ASSERT_TRUE(Change());
     EXPECT_EQ(Moving->TakeAsked(), QStringList());
     // After a failure the addresses are asked about again with the next change.

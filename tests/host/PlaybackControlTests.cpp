@@ -150,17 +150,17 @@ TEST_F(PlaybackTest, ChangesOfThePlayingPlaylistChangeWhatIsNext) {
     ASSERT_TRUE(WaitFor(State::Playing));
     ASSERT_TRUE(isNext(false));
     list->Add({b});
-    EXPECT_TRUE(isNext(true)) << "an entry was added after what plays";
+    EXPECT_TRUE(isNext(true)) << "an entry was added after the current one";
     list->Remove({1});
-    EXPECT_TRUE(isNext(false)) << "the entry after what plays was removed";
+    EXPECT_TRUE(isNext(false)) << "the entry after the current one was removed";
     other->Add({a, b});
     Host.Playlists().Activate(other.Get());
-    EXPECT_TRUE(isNext(true)) << "in the playlist that shows now something comes after it";
+    EXPECT_TRUE(isNext(true)) << "another entry follows it in the playlist that is active now";
 
     QSignalSpy changes(&*Player, &Playback::UpNextChanged);
     other->Select({0, 1});
     list->Add({b});
-    EXPECT_EQ(changes.count(), 0) << "what plays has the same neighbours";
+    EXPECT_EQ(changes.count(), 0) << "the current file has the same neighbours";
 }
 
 TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {

@@ -215,7 +215,7 @@ TEST_F(PlaybackTest, ABrokenStreamIsReportedAndCanBeResumed) {
     EXPECT_EQ(Player->Position(), died);
     ASSERT_TRUE(WaitUntil([&] { return Player->CurrentState() == State::Playing && Player->Position() > died + 0.3; }));
     EXPECT_LT(Player->Position(), died + 3);
-    EXPECT_EQ(Started, 1) << "what goes on has not started anew";
+    EXPECT_EQ(Started, 1) << "resuming is not a new start";
 }
 
 TEST_F(PlaybackTest, AServerWithoutRangeRequestsIsPlayedFromTheBeginning) {
@@ -257,7 +257,7 @@ TEST_F(PlaybackTest, AFileThatCannotBePlayedGivesTheReason) {
             << one.Address.toStdString() << ": " << Errors[0].toStdString();
         EXPECT_FALSE(Player->IsPlaying());
     }
-    EXPECT_EQ(Started, 0) << "what was never heard would count as listened";
+    EXPECT_EQ(Started, 0) << "a file never heard must not count as listened";
 }
 
 TEST_F(PlaybackTest, WhatCannotBePlayedIsSkippedAndNothingIsLostWhereNothingCanBe) {
@@ -279,7 +279,7 @@ TEST_F(PlaybackTest, WhatCannotBePlayedIsSkippedAndNothingIsLostWhereNothingCanB
     Player->Next();
     ASSERT_TRUE(WaitUntil([&] { return !Errors.isEmpty(); }));
     EXPECT_TRUE(Errors[0].startsWith(u"gone.mp3: "_s)) << Errors[0].toStdString();
-    EXPECT_EQ(Player->UpNext(), five) << "an evening without a network would empty it";
+    EXPECT_EQ(Player->UpNext(), five) << "a time without a network must not empty it";
     EXPECT_EQ(Started, 2);
 }
 

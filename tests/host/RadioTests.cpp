@@ -63,7 +63,7 @@ TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     EXPECT_TRUE(ShowsText("Entries: 3"));
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));
     for (const char* name : {"Subscribe", "Import", "Export"})
-        EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is nothing that a radio offers";
+        EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is not offered by a radio";
 
     auto* tree = Find<QTreeView>("Tree");
     const QModelIndex stations = tree->model()->index(0, 0);

@@ -253,7 +253,7 @@ TEST_F(MovedEpisodes, AreDistinguishedFromThoseThatHaveTheirAddressesNow) {
         Serve(audios + QStringList{"c.mp3", "d.mp3"});
         Run({"refresh"});
         EXPECT_EQ(present(kept, before), QStringList({kept[1], kept[0]})) << "since the last time";
-        EXPECT_EQ(present(kept, -1), kept) << "as they are called now";
+        EXPECT_EQ(present(kept, -1), kept) << "taken as present addresses";
         EXPECT_EQ(present(kept, Count()), kept);
     }
 }

@@ -202,7 +202,8 @@ TEST_F(FeedDialogTest, LetsTheUserChooseAmongTheFeedsOfAPage) {
             const auto& list = Find<QTreeWidget>(choices, "Choices");
             ASSERT_EQ(list.topLevelItemCount(), 2);
             EXPECT_EQ(list.topLevelItem(0)->text(0), "<b>One");
-            EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g")) << "what has no title is named by its address";
+            EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g"))
+                << "a feed without a title is named by its address";
             choices.close();
         });
         EXPECT_TRUE(dialog.isVisible() && OK(dialog).isEnabled()) << "for another address";
@@ -223,7 +224,7 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     WithDialog(edit, [&](QWidget& dialog) {
         EXPECT_EQ(Edit(dialog).text(), old);
         OK(dialog).click();
-        EXPECT_FALSE(dialog.isVisible()) << "an address that stays is no other subscription's";
+        EXPECT_FALSE(dialog.isVisible()) << "an unchanged address does not conflict with its own subscription";
     });
     WithDialog(edit, [&](QWidget& dialog) {
         Edit(dialog).setText(other);

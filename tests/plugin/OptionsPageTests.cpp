@@ -76,7 +76,7 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(On<QLabel>("L1").text(), "Folgen speichern unter:");
     EXPECT_EQ(On<QGroupBox>("GB3").title(), "");
     EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
-    EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
+    EXPECT_EQ(Dialog->Modified, 0) << "changes by the page itself do not count";
 }
 
 TEST_F(OptionsPageTest, WrapsItsLinesInsteadOfScrollingSideways) {
@@ -112,7 +112,7 @@ TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     EXPECT_EQ(options.CacheFileNameTemplate(), "x");
 
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Reset);
-    EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "reset changes the page alone";
+    EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "Reset changes only the page";
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
     EXPECT_EQ(options.CacheFileNameTemplate(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
     EXPECT_EQ(options.CheckUpdates(), 2);

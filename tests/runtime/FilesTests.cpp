@@ -26,7 +26,7 @@ TEST(FileNames, BecomeOneHarmlessComponent) {
         {QString(199, u'a') + u" b", QString(199, u'a')}};
     for (const auto& [text, component] : rows) {
         EXPECT_EQ(ToFileNameComponent(text), component) << text.toStdString();
-        EXPECT_EQ(ToFileNameComponent(component), component) << "made once, it stays";
+        EXPECT_EQ(ToFileNameComponent(component), component) << "converting it again changes nothing";
     }
 }
 
@@ -77,7 +77,7 @@ TEST(Files, AreMovedToTheTrashAndAMissingOneIsNoError) {
     const tests::TempFolder folder;
     const QString file = folder.File("show.mp3");
     WriteWhole(file, "sound");
-    EXPECT_FALSE(FileExists(folder.Path())) << "a folder is no file";
+    EXPECT_FALSE(FileExists(folder.Path())) << "a folder is not a file";
     EXPECT_TRUE(MoveToRecycleBin(file));
     EXPECT_FALSE(FileExists(file));
     EXPECT_EQ(ReadWhole(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/show.mp3"), "sound");

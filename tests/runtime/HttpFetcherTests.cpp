@@ -78,7 +78,7 @@ TEST_F(HttpFetching, StartsTwelveTransfersInOrderThreePerHostAndAnotherWhenOneIs
     Servers[0].Release("/1");
     EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
     EXPECT_TRUE(WaitForRequests(13));
-    EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
+    EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next one of a host with room";
     // A transfer that is not wanted any more makes room, too.
     Want({Servers[4].Url("/7")});
     EXPECT_TRUE(WaitForRequests(14));
@@ -94,12 +94,13 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_TRUE(WaitForRequests(4)) << "as many as may be silent, and nobody has answered to compare them with";
+    EXPECT_TRUE(WaitForRequests(4)) << "the number of servers that may be silent; none has answered yet";
     EXPECT_GE(Fetcher->SilenceOf(addresses[0]), 100ms);
     EXPECT_GE(Fetcher->SilenceOf(addresses[5]), 100ms) << "waits for a server that is silent";
     EXPECT_EQ(Fetcher->SilenceOf(addresses.last()), 0ms) << "not asked yet";
-    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "one that is awaited is asked all the same";
-    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); })) << "it has given way";
+    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "an awaited address is requested all the same";
+    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); }))
+        << "it was cancelled in favour of others";
     const HttpErrorInfo outcome = Take(addresses[0]);
     EXPECT_EQ(outcome.Message, "the server did not answer in time");
     EXPECT_TRUE(outcome.MayPass);
@@ -128,7 +129,7 @@ TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     };
     ASSERT_TRUE(tests::WaitUntil([&] { return ready() >= 1; }));
     std::this_thread::sleep_for(150ms);
-    EXPECT_LE(AllRequests(), 3 + 12) << "those that are there, and those that are on their way";
+    EXPECT_LE(AllRequests(), 3 + 12) << "the finished ones, and those being transferred";
     EXPECT_LE(ready(), 3);
     // Taken from the end, in the reverse of the order in which they were begun.
     for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {

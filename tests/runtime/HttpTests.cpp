@@ -230,7 +230,7 @@ TEST_F(Http, SendsConditionsToTheirOwnHostOnlyAndAcceptsNotModifiedOnlyForThem) 
     EXPECT_EQ(fetch("/redirect"), stranger);
     other.Serve("/back", Response::Redirect(Server.Url("/own").toUtf8()));
     Server.Serve("/redirect", Response::Redirect(other.Url("/back").toUtf8()));
-    EXPECT_EQ(fetch("/redirect"), "/own, 200") << "and not once more when it comes back from there";
+    EXPECT_EQ(fetch("/redirect"), "/own, 200") << "nor when it comes back to the own host from there";
     Server.Serve("/never", Response::Failure("304 Not Modified"));
     HttpGet request;
     request.Url = Server.Url("/never");

@@ -126,7 +126,7 @@ TEST(Dates, AreFormattedByAPatternAndStayStableOutsideTheCalendar) {
     for (const double date : {0.0, 1e300, -1e300, std::numeric_limits<double>::quiet_NaN()})
         EXPECT_EQ(FormatOleDate(date, u"yyyy.MM.dd"), "1899.12.30") << date;
     const double moment = DecodeIsoDate("2024-05-17T09:05:59.999Z");
-    EXPECT_EQ(FormatOleDate(moment, u"yyyy.MM.dd hh-mm:ss"), "2024.05.17 09-05:59") << "no rounding up";
+    EXPECT_EQ(FormatOleDate(moment, u"yyyy.MM.dd hh-mm:ss"), "2024.05.17 09-05:59") << "it is not rounded up";
 }
 
 }  // namespace

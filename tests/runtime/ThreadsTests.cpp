@@ -40,7 +40,7 @@ TEST(WorkerPool, CanBeCancelledFromTheMainThreadWhileTheTaskWaitsForIt) {
         }
         WorkerPool::Cancel(handle, true);
         ASSERT_TRUE(wasCancelled);
-        ASSERT_EQ(completed, 1) << "the completion belongs to the task";
+        ASSERT_EQ(completed, 1) << "the completion is part of the task";
         WorkerPool::Cancel(handle, true);  // ended already
     }
 }
