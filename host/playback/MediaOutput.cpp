@@ -168,7 +168,7 @@ void MediaOutput::ReopenWithoutSeeking() {
     FTarget.reset();
     FPosition = 0;
     Open();
-    Apply();
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
@@ -181,12 +181,12 @@ void MediaOutput::Stop() {
 
 void MediaOutput::Play() {
     FWantsPlaying = true;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Pause() {
     FWantsPlaying = false;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Seek(double seconds) {
@@ -252,11 +252,11 @@ void MediaOutput::Handle(GstMessage* message) {
             gint percent = 100;
             gst_message_parse_buffering(message, &percent);
             FIsBuffering = percent < 100;
-            return Apply();
+            return UpdatePipeline();
         }
         case GST_MESSAGE_CLOCK_LOST:
             gst_element_set_state(FPipeline, GST_STATE_PAUSED);
-            return Apply();
+            return UpdatePipeline();
         default:
             return;
     }
@@ -349,12 +349,12 @@ void MediaOutput::OnPrerolled() {
         FTarget = target;
         FTriesLeft = kSeekTries;
         g_object_set(FPipeline, "mute", TRUE, nullptr);
-        return Apply();
+        return UpdatePipeline();
     }
     if (FTriesLeft > 0) return;
     if (FTarget) FPosition = *FTarget;
     FTarget.reset();
-    Apply();
+    UpdatePipeline();
     Tick();
 }
 
@@ -384,11 +384,11 @@ void MediaOutput::SeekNow(double seconds) {
 void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
     g_object_set(FPipeline, "mute", FALSE, nullptr);
-    Apply();
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
-void MediaOutput::Apply() {
+void MediaOutput::UpdatePipeline() {
     if (!FPipeline) return;
     const bool canPlay = FIsPrerolled && !FIsBuffering;
     gst_element_set_state(FPipeline, canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);

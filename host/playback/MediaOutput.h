@@ -89,7 +89,7 @@ private:
     bool TrySeek(double seconds);
     void SeekNow(double seconds);
     void GiveUpSeeking();
-    void Apply();
+    void UpdatePipeline();
     void SetState(State state);
     void Tick();
     bool IsTruncated() const;

@@ -88,7 +88,7 @@ Playback::Playback(Host& host, const QString& sink)
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
-    connect(FOutput, &MediaOutput::Closing, this, &Playback::Remember);
+    connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
     connect(FOutput, &MediaOutput::Failed, this,
@@ -98,7 +98,7 @@ Playback::Playback(Host& host, const QString& sink)
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
-        Remember();
+        StorePosition();
         SaveSoon();
     });
 }
@@ -109,7 +109,7 @@ Playback::~Playback() {
     FHost.Player().SetStartListener(nullptr);
     WorkerPool::Cancel(FDescribing, true);
     for (const TaskHandle naming : FNaming) WorkerPool::Cancel(naming, true);
-    Remember();
+    StorePosition();
     FOutput->disconnect(this);
     FHost.Player().SetOutput(std::make_unique<SilentOutput>());
     FPositions.Save();
@@ -312,7 +312,7 @@ void Playback::SaveSoon() {
 }
 
 QString Playback::Save() {
-    Remember();
+    StorePosition();
     return FPositions.Save();
 }
 
@@ -392,14 +392,14 @@ void Playback::OnState() {
     else
         FSaver.stop();
     if (state == State::Paused || state == State::Failed || state == State::Stopped) {
-        Remember();
+        StorePosition();
         SaveSoon();
     }
     if (state == State::Stopped && !std::exchange(FCurrent, {}).Address.isEmpty()) Q_EMIT CurrentChanged();
     Q_EMIT StateChanged();
 }
 
-void Playback::Remember() {
+void Playback::StorePosition() {
     if (FHasEnded || FCurrent.Address.isEmpty() || CurrentState() == State::Stopped) return;
     FPositions.Leave(FCurrent.Address, Position(), Duration());
     Q_EMIT PositionsChanged();

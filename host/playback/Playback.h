@@ -159,7 +159,7 @@ private:
     void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
-    void Remember();
+    void StorePosition();
     void SaveSoon();
     void Start(const QString& address);
     QString TakeNext();

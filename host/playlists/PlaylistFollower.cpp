@@ -69,14 +69,15 @@ QStringList ValuesOf(const QJsonObject& filter, const LibraryStorage& storage) {
 }
 
 /// The files of selected or focused entries that are missing among the new `entries`.
-QStringList LostFiles(const Playlist& playlist, const std::vector<PlaylistEntry>& entries) {
-    QSet<QString> lost;
+QStringList MissingFiles(const Playlist& playlist, const std::vector<PlaylistEntry>& entries) {
+    QSet<QString> missing;
     for (const PlaylistEntry& entry : playlist.Entries())
-        if (entry.IsSelected) lost.insert(entry.File);
+        if (entry.IsSelected) missing.insert(entry.File);
     if (const int focused = playlist.FocusedEntry(); focused >= 0)
-        lost.insert(playlist.Entries()[static_cast<std::size_t>(focused)].File);
-    for (auto entry = entries.begin(); !lost.isEmpty() && entry != entries.end(); ++entry) lost.remove(entry->File);
-    return lost.values();
+        missing.insert(playlist.Entries()[static_cast<std::size_t>(focused)].File);
+    for (auto entry = entries.begin(); !missing.isEmpty() && entry != entries.end(); ++entry)
+        missing.remove(entry->File);
+    return missing.values();
 }
 
 }  // namespace
@@ -171,10 +172,10 @@ void PlaylistFollower::OnRead(const Playlist& playlist, const RowPage& page) {
         entry.Group = group.join(QStringLiteral(" – "));
         entries.push_back(std::move(entry));
     }
-    const QStringList lost = LostFiles(*list, entries);
-    if (lost.isEmpty()) return Replace(list, std::move(entries));
+    const QStringList missing = MissingFiles(*list, entries);
+    if (missing.isEmpty()) return Replace(list, std::move(entries));
     // The missing files may be among the new entries under other names; Ask tells the playlist about those first.
-    FAddresses->Ask(lost, [link = Link<PlaylistFollower>(FLinks), list, entries](const AddressMoves&) {
+    FAddresses->Ask(missing, [link = Link<PlaylistFollower>(FLinks), list, entries](const AddressMoves&) {
         if (PlaylistFollower* alive = link.Get()) alive->Replace(list, entries);
     });
 }

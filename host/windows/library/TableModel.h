@@ -5,7 +5,7 @@
 //     TableModel model(host.Language());
 //     model.SetSource(&storage, &reader);
 //     model.SetQuery({.Search = "…"});     // the previous rows stay until the answer has come
-//     model.SetSight(first, last);         // after every scroll
+//     model.SetVisibleRows(first, last);   // after every scroll
 //     model.Reload();                      // when rows may have changed; persistent indexes follow the rows' IDs
 
 #include "Positions.h"
@@ -34,7 +34,7 @@ public:
     /// The model sets the query's fields, range and order itself. An answer to an earlier query is dropped.
     void SetQuery(RowQuery query);
     const RowQuery& Query() const noexcept { return FQuery; }
-    void SetSight(int first, int last);
+    void SetVisibleRows(int first, int last);
     void Reload();
     /// Where files were left, for the progress beside their titles; null for none. Outlives the model.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
@@ -84,20 +84,20 @@ private:
         PresentAddresses::Ticket Asked = 0;  // the request for files missing in Arrived
     };
 
-    QStringList KeptAddresses() const override { return {}; }  // FindLost asks for the addresses that it needs
+    QStringList KeptAddresses() const override { return {}; }  // FindMissingRows asks for the addresses that it needs
     void OnAddressesMoved(const AddressMoves& moves) override;
 
     RowQuery PageQuery(int page) const;
-    void Ask();
-    void TakeFirst(RowPage page);
-    void AskPages();
-    void TakeCount(const RowCount& count);
-    void Forget();
+    void RequestRows();
+    void OnFirstPage(RowPage page);
+    void RequestPages();
+    void OnCount(const RowCount& count);
+    void CancelRequests();
     void SetCount(int count);
     void BeginReload();
-    void FindLost(int count);
-    QStringList LostFiles(const Pages& pages) const;
-    void TakeReloaded(int count);
+    void FindMissingRows(int count);
+    QStringList MissingFiles(const Pages& pages) const;
+    void OnReloaded(int count);
     QVariant Progress(int row, int role) const;
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
     QString Value(const Pages& pages, int row, int column) const;
@@ -115,7 +115,7 @@ private:
     int FCount = 0;
     Pages FPages;
     QString FFailure;
-    int FSightFirst = 0, FSightLast = 0;
+    int FFirstVisible = 0, FLastVisible = 0;
     RowReader::Ticket FFirst = 0, FCounting = 0;
     std::map<int, RowReader::Ticket> FAsked;  // by page number: requests for pages in sight
     std::optional<Reloading> FReloading;

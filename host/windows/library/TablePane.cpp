@@ -110,7 +110,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     connect(FModel, &TableModel::Shown, this, &TablePane::OnShown);
     connect(FModel, &QAbstractItemModel::layoutAboutToBeChanged, this, &TablePane::KeepTop);
     connect(FModel, &QAbstractItemModel::modelAboutToBeReset, this, [this] { FCurrentRow = -1; });
-    connect(FView->verticalScrollBar(), &QScrollBar::valueChanged, this, &TablePane::UpdateSight);
+    connect(FView->verticalScrollBar(), &QScrollBar::valueChanged, this, &TablePane::UpdateVisibleRows);
     connect(FView->selectionModel(), &QItemSelectionModel::currentRowChanged, this, [this] { OnShown(); });
     connect(FView, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
         if (const QString file = FModel->File(index.row()); !file.isEmpty()) Q_EMIT Activated(file);
@@ -127,7 +127,7 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     FCurrentRow = -1;
     FModel->SetSource(storage, reader);
     FStorageID = storage ? storage->ID() : QString();
-    NameRows();
+    SetRowTexts();
     if (!storage) return;
     QHeaderView* header = FView->horizontalHeader();
     ArrangeColumns(*storage);
@@ -189,11 +189,11 @@ void TablePane::ShowColumnMenu(const QPoint& position) {
     menu.exec(header->mapToGlobal(position));
 }
 
-void TablePane::UpdateSight() {
+void TablePane::UpdateVisibleRows() {
     const int height = FView->viewport()->height();
     const int first = FView->rowAt(0);
     const int last = FView->rowAt(std::max(height - 1, 0));
-    FModel->SetSight(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
+    FModel->SetVisibleRows(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
 }
 
 void TablePane::KeepTop() {
@@ -205,7 +205,7 @@ void TablePane::OnShown() {
     const int top = std::exchange(FTopRow, -1), topNow = std::exchange(FTop, {}).row();
     if (top >= 0 && topNow >= 0 && topNow != top)
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
-    UpdateSight();
+    UpdateVisibleRows();
     ShowCount();
     FFailure->setText(FModel->Failure());
     FFailure->setVisible(!FModel->Failure().isEmpty());
@@ -255,7 +255,7 @@ bool TablePane::ShowFile(const QString& file) {
     return true;
 }
 
-void TablePane::NameRows() {
+void TablePane::SetRowTexts() {
     FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
     FSearch->setAccessibleName(FSearch->placeholderText());
     FView->setAccessibleName(FTexts.Rows(FStorageID, WindowTexts::RowText::Name));
@@ -268,7 +268,7 @@ void TablePane::ShowCount() {
 }
 
 void TablePane::Localize() {
-    NameRows();
+    SetRowTexts();
     FModel->Localize();
 }
 
@@ -279,7 +279,7 @@ void TablePane::OnThemeChanged() {
 
 bool TablePane::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Resize && watched == FView->viewport())
-        QTimer::singleShot(0, this, &TablePane::UpdateSight);
+        QTimer::singleShot(0, this, &TablePane::UpdateVisibleRows);
     // The view itself would make the first row current, and so show its details, without selecting it.
     if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
         FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)

@@ -48,12 +48,12 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void UpdateSight();
+    void UpdateVisibleRows();
     void OnShown();
     void ArrangeColumns(const LibraryStorage& storage);
     void ShowColumnMenu(const QPoint& position);
     void KeepTop();
-    void NameRows();
+    void SetRowTexts();
     void ShowCount();
 
     const WindowTexts FTexts;

@@ -79,7 +79,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
     ConnectLibrary();
     ConnectPlayback();
     ConnectMenus();
-    AnswerMessages();
+    HandleMessages();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
     presenters.push_back(MakeServicePresenter());
     presenters.push_back(MakeTrayPresenter());
@@ -187,7 +187,7 @@ void MainWindow::ConnectLibrary() {
             ReleasePlugins();
         FTasks->Update(FLibrary->Storage());
         FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
-        FMenuBar->ShowOffers(FLibrary->Storage());
+        FMenuBar->EnableOffered(FLibrary->Storage());
         FFirstStart->ReadOptions();
         ShowPage();
     });
@@ -298,7 +298,7 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
         FBanner->Show(report, {});
 }
 
-void MainWindow::AnswerMessages() {
+void MainWindow::HandleMessages() {
     FHost.Messages().Handle(kMsgGetMainWindow, [this](std::int32_t, void* window) {
         if (!window) return E_POINTER;
         *static_cast<WindowHandle*>(window) = winId();

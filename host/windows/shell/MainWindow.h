@@ -64,7 +64,7 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void AnswerMessages();
+    void HandleMessages();
     void Arrange();
     void AddMenuItems();
     void ConnectPlayback();

@@ -111,7 +111,7 @@ TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, 
     connect(FProblemButton, &QToolButton::clicked, this, &TaskBar::ShowProblems);
     connect(FDismiss, &QToolButton::clicked, this, [this] {
         FProblems.clear();
-        NameProblems();
+        UpdateProblemButton();
     });
     FPolling.setInterval(kPolling);
     connect(&FPolling, &QTimer::timeout, this, &TaskBar::Poll);
@@ -149,24 +149,24 @@ void TaskBar::Update(const LibraryStorage* storage) {
                 FProblems[task] = std::move(problems);
     FEntries = std::move(entries);
     FEntries.empty() ? FPolling.stop() : FPolling.start();
-    NameProblems();
+    UpdateProblemButton();
 }
 
 void TaskBar::AddProblems(std::vector<TaskProblem> problems) {
     FProblems[kOwnTask] = std::move(problems);
-    NameProblems();
+    UpdateProblemButton();
 }
 
 void TaskBar::AddProblem(TaskProblem problem) {
     FProblems[kOwnTask].push_back(std::move(problem));
-    NameProblems();
+    UpdateProblemButton();
 }
 
 void TaskBar::Poll() {
     for (const auto& [task, entry] : FEntries) entry->Update();
 }
 
-void TaskBar::NameProblems() {
+void TaskBar::UpdateProblemButton() {
     std::size_t count = 0;
     for (const auto& [task, problems] : FProblems) count += problems.size();
     FProblemButton->setText(FTexts("Problems", QString::number(count)));
@@ -184,7 +184,7 @@ void TaskBar::Localize() {
     setAccessibleName(FTexts("Tasks"));
     FDismiss->setAccessibleName(FTexts("Dismiss"));
     FDismiss->setToolTip(FTexts("Dismiss"));
-    NameProblems();
+    UpdateProblemButton();
     Poll();
 }
 

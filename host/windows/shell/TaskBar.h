@@ -40,7 +40,7 @@ private:
 
     void Poll();
     void ShowProblems();
-    void NameProblems();
+    void UpdateProblemButton();
 
     MusicLibraryService& FLibrary;
     const WindowTexts FTexts;

@@ -24,7 +24,7 @@ public:
     /// Adds an item that shows and hides a pane. `key` is the key of its caption.
     void AddPane(const char* key, QAction* toggle);
     /// Disables the items for which the storage has no command; null while no storage is shown.
-    void ShowOffers(const LibraryStorage* storage);
+    void EnableOffered(const LibraryStorage* storage);
     void Localize();
 
 Q_SIGNALS:
