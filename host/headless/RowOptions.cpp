@@ -44,14 +44,14 @@ RowCondition ReadCondition(Words& words) {
     const QString name = words.Next(QStringLiteral("the operator of --where"));
     const QString value = words.Next(QStringLiteral("the value of --where"));
     if (name == u"in") {
-        for (const QString& one : value.split(u'|')) condition.OneOf.emplace_back(one);
+        for (const QString& text : value.split(u'|')) condition.OneOf.emplace_back(text);
         return condition;
     }
     const auto found = std::find_if(std::begin(kOperators), std::end(kOperators),
                                     [&](const Operator& known) { return name == QLatin1String(known.Text); });
     if (found == std::end(kOperators)) {
         QStringList known{QStringLiteral("in")};
-        for (const Operator& one : kOperators) known += QString::fromLatin1(one.Text);
+        for (const Operator& each : kOperators) known += QString::fromLatin1(each.Text);
         throw CommandError(u"there is no operator " + name + u": take one of " + known.join(u' '), E_INVALIDARG);
     }
     condition.Operation = found->Code;

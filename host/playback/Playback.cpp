@@ -270,10 +270,10 @@ void Playback::WithName(const QString& address, std::function<void(const QString
         return described.Title.isEmpty() ? QUrl(described.Address).fileName() : described.Title;
     };
     if (address == FCurrent.Address && FDescribing == 0) return tell(nameOf(FCurrent));
-    NowPlaying one;
-    one.Address = address;
+    NowPlaying file;
+    file.Address = address;
     FNaming.push_back(WorkerPool::Run(std::make_unique<DescribeTask>(
-        one, FHost.FileInfos(), this,
+        file, FHost.FileInfos(), this,
         [nameOf, tell = std::move(tell)](const NowPlaying& described) { tell(nameOf(described)); })));
 }
 
@@ -352,7 +352,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
 
 QStringList Playback::KeptAddresses() const {
     QStringList kept = UpNext();
-    for (const HeardFile& one : FPositions.Begun()) kept += one.Address;
+    for (const HeardFile& file : FPositions.Begun()) kept += file.Address;
     if (!FCurrent.Address.isEmpty()) kept += FCurrent.Address;
     return kept;
 }

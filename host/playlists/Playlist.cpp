@@ -124,14 +124,14 @@ void Playlist::Add(const QStringList& files, int index) {
 }
 
 void Playlist::Remove(const std::vector<int>& indexes) {
-    const QSet<int> gone(indexes.begin(), indexes.end());
-    std::vector<PlaylistEntry> left;
+    const QSet<int> removed(indexes.begin(), indexes.end());
+    std::vector<PlaylistEntry> remaining;
     int focus = -1;
     for (int i = 0; i < Count(); ++i) {
-        if (i == FFocus) focus = static_cast<int>(left.size());  // if it is removed, the next entry gets the focus
-        if (!gone.contains(i)) left.push_back(std::move(FEntries[static_cast<std::size_t>(i)]));
+        if (i == FFocus) focus = static_cast<int>(remaining.size());  // if it is removed, the next entry gets the focus
+        if (!removed.contains(i)) remaining.push_back(std::move(FEntries[static_cast<std::size_t>(i)]));
     }
-    FEntries = std::move(left);
+    FEntries = std::move(remaining);
     FFocus = std::min(focus, Count() - 1);
     Notify(PlaylistObserver::Change::Entries);
 }
@@ -140,8 +140,8 @@ void Playlist::MoveFiles(const AddressMoves& moves) {
     if (std::none_of(FEntries.begin(), FEntries.end(), [&](const auto& entry) { return moves.contains(entry.File); }))
         return;
     AddressMover mover(moves);
-    std::vector<PlaylistEntry> left;
-    left.reserve(FEntries.size());
+    std::vector<PlaylistEntry> remaining;
+    remaining.reserve(FEntries.size());
     int focus = -1;
     // Selection and focus of the entries that are removed.
     QSet<QString> selected;
@@ -149,14 +149,14 @@ void Playlist::MoveFiles(const AddressMoves& moves) {
     for (int i = 0; i < Count(); ++i) {
         PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];
         if (mover.Move(entry.File)) {
-            if (i == FFocus) focus = static_cast<int>(left.size());
-            left.push_back(std::move(entry));
+            if (i == FFocus) focus = static_cast<int>(remaining.size());
+            remaining.push_back(std::move(entry));
             continue;
         }
         if (i == FFocus) focused = entry.File;
         if (entry.IsSelected) selected.insert(entry.File);
     }
-    FEntries = std::move(left);
+    FEntries = std::move(remaining);
     FFocus = focus;
     for (int i = 0; i < Count() && (focused || !selected.isEmpty()); ++i) {
         PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];

@@ -39,9 +39,9 @@ public:
     HResult Run() {
         const Ref<ErrorInfo> error(new ErrorInfo);
         const HResult result = Guarded("an HTTP transfer", [&] { return Fetch(error.Get()); });
-        const HResult told = result == E_UNEXPECTED ? E_FAIL : result;
-        if (FEvents) FEvents->OnCompleted(told, error.Get());
-        return told;
+        const HResult reported = result == E_UNEXPECTED ? E_FAIL : result;
+        if (FEvents) FEvents->OnCompleted(reported, error.Get());
+        return reported;
     }
 
     TaskHandle Handle = 0;  // guarded by the mutex of FRunning

@@ -111,12 +111,12 @@ void PrintProblem(const QString& problem) {
 /// Saves, and while that fails, asks the user what to do, who may make space meanwhile. False when it was given up.
 template <class Save>
 bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
-    static QString told;
+    static QString printed;
     const WindowTexts texts(host.Language());
     for (;;) {
         const QString problem = save();
         if (problem.isEmpty()) return true;
-        if (problem != std::exchange(told, problem)) PrintProblem(problem);
+        if (problem != std::exchange(printed, problem)) PrintProblem(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
         box.setInformativeText(problem);
@@ -200,14 +200,14 @@ int main(int argc, char** argv) {
     // The toolkit gets only the program's name, because it would take "--plugin" and other options for its own.
     QStringList words;
     for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
-    int one = 1;
+    int argumentCount = 1;
     // Commands of plug-ins open windows, which are drawn in memory when there is no display. Printing help or the
     // version needs no display, either.
     const bool isHeadless = words.contains(QStringLiteral("--headless"));
     const bool hasDisplay = HasDisplay();
     if ((isHeadless || !hasDisplay) && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(one, argv);
+    const QApplication application(argumentCount, argv);
     if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));
