@@ -248,7 +248,7 @@ void Playback::OnBegun() {
     FTaken.clear();
 }
 
-/// If the file that failed was started by Next or by itself, starts the file after it. False when it does not.
+/// If the file that failed was started by Next or automatically, starts the file after it. False when it does not.
 bool Playback::SkipAhead(const QString& reason) {
     if (!FIsAdvancing || FSkips == kMostSkips) return false;
     const QString failed = FTried, next = TakeNext();

@@ -127,8 +127,8 @@ Q_SIGNALS:
     void VolumeChanged(double volume);
     /// Playback has stopped; Resume tries to go on. The message is in the user's language, and names what failed.
     void Failed(const QString& message);
-    /// A file that was to follow by itself could not be played, and the next one is tried. Both texts are in the user's
-    /// language.
+    /// A file that was to follow automatically could not be played, and the next one is tried. Both texts are in the
+    /// user's language.
     void Skipped(const QString& name, const QString& reason);
     /// There is a problem, but playback goes on. The message is in the user's language.
     void Warned(const QString& message);
@@ -175,9 +175,9 @@ private:
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     QString FError;
-    bool FHasEnded = false;           // the current file was heard to its end: its position is not saved
+    bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved
     QString FTried;                   // the file that was started last
-    bool FIsAdvancing = false;        // FTried was started by Next or by itself, and nothing was heard of it yet
+    bool FIsAdvancing = false;        // FTried was started by Next or automatically, and nothing was heard of it yet
     int FSkips = 0;                   // files skipped since something was heard
     QStringList FTaken;               // taken from UpNext since something was heard
     TaskHandle FDescribing = 0;       // 0 once the current file is described
