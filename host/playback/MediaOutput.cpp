@@ -298,7 +298,8 @@ void MediaOutput::HandleEnd() {
 /// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
 /// played to its last sample would seem to play for ever.
 bool MediaOutput::StandsAtItsEnd() {
-    const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
+    const bool isAtEnd =
+        FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
     gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
     if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;

@@ -100,8 +100,8 @@ private:
     bool FHasPlayed = false;  // since it was sought last
     int FTriesLeft = 0;       // of a seek that the source is not ready for
     QByteArray FUri;
-    int FTicksAtEnd = 0;      // without a word of the end
-    qint64 FEndPosition = 0;  // of the sound in those ticks, in ns
+    int FTicksAtEnd = 0;            // without a word of the end
+    qint64 FEndPosition = 0;        // of the sound in those ticks, in ns
     std::optional<double> FTarget;  // where a seek that is under way, or is to come, leads
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };

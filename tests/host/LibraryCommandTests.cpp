@@ -84,9 +84,9 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
     EXPECT_EQ(Say("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
     EXPECT_EQ(Say("tasks", "downloads"), "[]");
-    EXPECT_EQ(
-        Say("tasks", "refresh"),
-        R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,"refused":false}])");
+    EXPECT_EQ(Say("tasks", "refresh"),
+              R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
+              R"("refused":false}])");
     EXPECT_EQ(Say("cancel 2", ""), "the task 2 cannot be cancelled");
     EXPECT_EQ(Say("cancel 1", ""), "there is no task 1: tasks lists them");
     EXPECT_EQ(Say("subscribe http://a no http://known", "results"),

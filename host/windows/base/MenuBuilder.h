@@ -1,8 +1,13 @@
 #pragma once
 // Menus of the toolkit's, made of the items of the menu manager. Main thread.
 //
-//     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);   // a menu that is always
-//     there QMenu context(this);                                                              // or one for this once
+// A menu that is always there:
+//
+//     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);
+//
+// One for this time only:
+//
+//     QMenu context(this);
 //     context.addAction(play);
 //     FillMenu(context, host.Menus(), *host.Menus().BuiltIn(kMenuLibraryTable));
 //     context.exec(position);
