@@ -5,9 +5,9 @@
 // The same words on the command line give the same bytes on every machine. --new puts K newer episodes on top of every
 // E-th feed and leaves every other byte as it was.
 
-#include "feed_document.h"
-#include "opml_document.h"
-#include "show.h"
+#include "FeedDocument.h"
+#include "OpmlDocument.h"
+#include "Show.h"
 
 #include <charconv>
 #include <filesystem>

@@ -4,7 +4,7 @@
 // with the certificate and key of two PEM files), and ends when its standard input closes: a parent that dies, however
 // it dies, takes the server along.
 
-#include "http_folder.h"
+#include "HttpFolder.h"
 
 #include <httplib.h>
 #include <sys/socket.h>

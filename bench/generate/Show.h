@@ -2,8 +2,8 @@
 // A show: what stays the same over its episodes, and how its publisher writes them. Number N is the same show in every
 // run.
 
-#include "dates.h"
-#include "languages.h"
+#include "Dates.h"
+#include "Languages.h"
 
 #include <cstdint>
 #include <string>

@@ -1,8 +1,8 @@
 #pragma once
 // Text that reads like a podcast's from afar: titles, sentences, and show notes in HTML.
 
-#include "languages.h"
-#include "random.h"
+#include "Languages.h"
+#include "Random.h"
 
 #include <string>
 #include <string_view>

@@ -4,7 +4,7 @@
 //
 // The folder may change while it is served; every request looks at the file anew. Any thread may call Answer.
 
-#include "packed_documents.h"
+#include "PackedDocuments.h"
 
 #include <httplib.h>
 
@@ -32,7 +32,7 @@ private:
     void AnswerText(const File& file, bool packed, httplib::Response& response);
     static void AnswerFromDisk(const File& file, httplib::Response& response);
 
-    const std::filesystem::path folder_;
-    const SiteHabits habits_;
-    PackedDocuments packed_;
+    const std::filesystem::path FFolder;
+    const SiteHabits FHabits;
+    PackedDocuments FPacked;
 };
