@@ -65,7 +65,7 @@ struct TPodcastEpisodeFilter {
 
 /// The outcome of fetching a feed's logo. The numbers are stored.
 enum class TPodcastLogoOutcome {
-    NoPicture = 0,  // the response was not a picture
+    NoPicture = 0,  // the response was not a usable picture
     Picture = 1,
     Failure = 2,  // there was no response
 };
