@@ -23,16 +23,16 @@ namespace {
 using Clock = HttpTransfer::Clock;
 using std::chrono::milliseconds;
 
-constexpr auto kTick = milliseconds(25);  // between two looks at who is silent
+constexpr auto kTick = milliseconds(25);  // between two checks for silent transfers
 constexpr auto kIdle = milliseconds(1000);
 constexpr auto kCancelPoll = milliseconds(20);
 
-/// What is known of a server in this run.
+/// What this fetcher knows about a server.
 struct Server {
-    int Running = 0;  // transfers on their way, but for those that are held back
+    int Running = 0;  // running transfers, without those that are held back
     bool HasAnswered = false;
-    QString Failure;       // why a transfer came to nothing that may succeed later; empty without one
-    QDateTime RestsUntil;  // null: it has not asked to be left alone
+    QString Failure;       // the message of a failure that may pass; empty when there was none
+    QDateTime RestsUntil;  // until when the server asked not to be asked again; null if it did not
 };
 
 /// An address of the window.
@@ -40,19 +40,19 @@ struct Item {
     enum class Stage { Waiting, Running, Done };
 
     QString Address;
-    Server* From = nullptr;  // guarded by the fetcher's mutex, as what it points to
+    Server* From = nullptr;  // the pointer and the Server are guarded by the fetcher's mutex
     HttpFetch Fetch;
 
     // Guarded by the fetcher's mutex.
     Stage At = Stage::Waiting;
-    Clock::time_point Begun{}, LastArrival{};  // as published by the thread
+    Clock::time_point Begun{}, LastArrival{};  // copied from the transfer by the fetcher's thread
     bool IsAnswered = false;
     bool IsPaused = false;
-    quint64 Window = 0;  // the last one that named it
+    quint64 Window = 0;  // the number of the last window that contained the address
 
     std::atomic<bool> IsAwaited{false};
 
-    // The thread's own until the stage is Done.
+    // Used only by the fetcher's thread until the stage is Done.
     HttpGet Request;
     CancelCheck NoCancelCheck;
     std::unique_ptr<HttpTransfer> Transfer;
@@ -70,7 +70,7 @@ struct HttpFetcher::Impl {
     Impl(std::function<void()> changed, HttpFetcherLimits limits)
         : FChangedCall(std::move(changed)), FLimits(limits), FShare(HttpShareHandle()), FMulti(curl_multi_init()) {
         if (!FMulti) throw std::bad_alloc();
-        // Of a host and protocol that allow it, transfers share a connection (HTTP/2); idle ones are kept for the run.
+        // Transfers from one host share a connection where the protocol allows it (HTTP/2). Idle connections are kept.
         curl_multi_setopt(FMulti, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
         curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.AtOnce + limits.Silent)));
         FThread = std::thread([this] { Work(); });
@@ -102,14 +102,14 @@ struct HttpFetcher::Impl {
         return found == FItems.end() ? nullptr : found->second.get();
     }
 
-    /// Takes an item out of the window. Hold the lock.
+    /// Removes an item from the window. Hold the lock.
     std::unique_ptr<Item> Remove(const QString& address) {
         auto node = FItems.extract(address);
         std::erase(FOrder, node.mapped().get());
         if (node.mapped()->At == Item::Stage::Done) FHeld -= node.mapped()->Held;
         return std::move(node.mapped());
     }
-    /// As Remove, for one that nobody wants any more: its transfer is the thread's to end. Hold the lock.
+    /// Removes an item that is no longer wanted; the fetcher's thread will end its transfer. Hold the lock.
     void Drop(const QString& address) {
         auto item = Remove(address);
         if (item->IsRunning()) FDropped.push_back(std::move(item));
@@ -121,7 +121,7 @@ struct HttpFetcher::Impl {
         };
         if (item.At == Item::Stage::Done || item.IsPaused) return {};
         if (item.IsRunning()) return since(item);
-        // It waits for its turn: its server is silent if it is to all who have asked.
+        // The item is waiting for its turn: its server is silent if it is silent to all running transfers.
         milliseconds shortest = milliseconds::max();
         for (const Item* other : FOrder)
             if (other->IsRunning() && !other->IsPaused && other->From == item.From)
@@ -161,7 +161,7 @@ struct HttpFetcher::Impl {
             if (hasChanged) {
                 FChanged.notify_all();
                 if (FChangedCall) FChangedCall();
-                continue;  // others may begin now
+                continue;  // other transfers may start now
             }
             const auto pause = FRunning.empty() ? kIdle : kTick;
             curl_multi_poll(FMulti, nullptr, 0, static_cast<int>(pause.count()), nullptr);
@@ -179,14 +179,14 @@ struct HttpFetcher::Impl {
             if (item->IsAnswered || !item->Transfer->HasBegun()) continue;
             item->IsAnswered = true;
             item->From->HasAnswered = true;
-            // Of the last few answers, the newest counting most.
+            // A moving average, in which the newest response counts most.
             const auto latency = item->LastArrival - item->Begun;
             FLatency = FLatency.count() == 0 ? latency : (7 * FLatency + latency) / 8;
         }
     }
 
-    /// Decides which transfers begin, which give way, and which addresses are not asked for at all. True when there are
-    /// any of the last two. Hold the lock.
+    /// Decides which transfers start, which are ended early, and which addresses fail without being asked. True when
+    /// there are any of the last two kinds. Hold the lock.
     bool Schedule(std::vector<Item*>& begun, Clock::time_point now) {
         bool hasFailed = false;
         for (auto& [name, server] : FServers) server.Running = 0;
@@ -240,8 +240,8 @@ struct HttpFetcher::Impl {
         return server.HasAnswered || item.Fetch.IsSecondTry ? QString() : server.Failure;
     }
 
-    /// Ends the transfer that has been silent for longest, if others are answered in a fraction of that time: over a
-    /// slow line all of them take long. Hold the lock.
+    /// Ends the transfer that has been silent for longest, if other servers answer in a fraction of that time; over a
+    /// slow connection all transfers take long. Hold the lock.
     bool GiveWay(std::vector<Item*>& silent, Clock::time_point now) {
         const auto patience = std::max<Clock::duration>(FLimits.GivesWayAfter, 4 * FLatency);
         const auto found = std::find_if(silent.rbegin(), silent.rend(), [&](const Item* item) {
@@ -285,7 +285,7 @@ struct HttpFetcher::Impl {
         Perform(item);
     }
 
-    /// Hands the transfer to the library. One that cannot be begun has ended.
+    /// Starts the transfer in libcurl. A transfer that cannot be started counts as ended.
     void Perform(Item& item) {
         if (item.Transfer->Prepare(item.Easy)) {
             curl_easy_setopt(item.Easy, CURLOPT_PRIVATE, &item);
@@ -296,7 +296,7 @@ struct HttpFetcher::Impl {
         FStillborn.push_back(&item);
     }
 
-    /// True when any has ended.
+    /// True when any transfer has ended.
     bool EndTransfers() {
         std::vector<Item*> ended = std::exchange(FStillborn, {});
         int left = 0;
@@ -324,10 +324,10 @@ struct HttpFetcher::Impl {
         return true;
     }
 
-    /// The transfer is on its way no more. Hold the lock.
+    /// Removes the transfer from the running ones. Hold the lock.
     void Leave(Item& item) { std::erase(FRunning, &item); }
 
-    /// Hands an ended transfer's result over. Hold the lock.
+    /// Publishes the result of an ended transfer. Hold the lock.
     void Finish(Item& item) {
         item.Result.Outcome = item.Transfer->Outcome();
         Server& server = *item.From;
@@ -345,10 +345,10 @@ struct HttpFetcher::Impl {
         item.At = Item::Stage::Done;
     }
 
-    /// Gives up the transfer's handle.
+    /// Returns the transfer's handle to the free ones.
     void Release(Item& item) {
         curl_multi_remove_handle(FMulti, item.Easy);
-        curl_easy_reset(item.Easy);  // the handle outlives the transfer, which it points to
+        curl_easy_reset(item.Easy);  // the handle outlives the transfer, to which its options point
         FFreeHandles.push_back(std::exchange(item.Easy, nullptr));
         item.Transfer.reset();
     }
@@ -363,7 +363,7 @@ struct HttpFetcher::Impl {
 
     const std::function<void()> FChangedCall;
     const HttpFetcherLimits FLimits;
-    CURLSH* const FShare;  // made before the handles that use it
+    CURLSH* const FShare;  // created before the handles that use it
     CURLM* const FMulti;
 
     mutable std::mutex FMutex;
@@ -372,18 +372,18 @@ struct HttpFetcher::Impl {
     bool FIsStopping = false;
     std::unordered_map<QString, std::unique_ptr<Item>> FItems;
     std::vector<Item*> FOrder;  // the window
-    quint64 FWindow = 0;        // counts them
+    quint64 FWindow = 0;        // counts the windows
     bool FIsScheduleDue = false;
     std::vector<std::unique_ptr<Item>> FDropped;
-    std::map<QString, Server> FServers;  // none is ever taken out
+    std::map<QString, Server> FServers;  // never removed, since items point to them
 
     std::atomic<qint64> FHeld{0};  // bytes of all documents, arriving ones included
 
-    // The thread's own.
+    // Used only by the fetcher's thread.
     std::vector<Item*> FRunning, FStillborn;
     std::vector<CURL*> FFreeHandles;
     Clock::time_point FScheduled{};
-    Clock::duration FLatency{};  // from a transfer's begin to the first that comes; 0: nobody has answered yet
+    Clock::duration FLatency{};  // from a transfer's start to its first data; 0 while no server has answered
 
     std::thread FThread;
 };
