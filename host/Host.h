@@ -44,6 +44,9 @@ public:
     /// all. No other thread calls an extension any more. Empty, or what could not be written, and why.
     QString UnloadPlugins();
 
+    /// Switches, and keeps the choice for the next start. False, with all as it was, when there is no such language.
+    bool ChooseLanguage(const QString& language);
+
     QString ProfileFolder() const { return FProfileFolder; }
     Core& TheCore() noexcept { return *FCore; }
     MessageDispatcher& Messages() noexcept { return *FMessages; }

@@ -268,6 +268,17 @@ void SettingsFile::Save() {
     for (const QString& key : keys) FRead.insert(key, FPending.take(key));
 }
 
+void SettingsFile::TakeSaved(const SettingsFile& copied, const SettingsFile& saved) {
+    FMissing.subtract(copied.FMissing);
+    for (auto key = copied.FPending.keyBegin(); key != copied.FPending.keyEnd(); ++key) {
+        // A value that was set back to the one read is pending no more.
+        const QString wanted = FPending.contains(*key) ? FPending.take(*key) : FRead.value(*key);
+        const QString written = saved.FRead.value(*key);
+        FRead.insert(*key, written);
+        if (wanted != copied.FPending.value(*key) && wanted != written) FPending.insert(*key, wanted);
+    }
+}
+
 QString SettingsFileName(const QString& profileFolder) {
     return QDir(profileFolder).filePath(QStringLiteral("Settings.ini"));
 }

@@ -37,8 +37,13 @@ public:
     /// Reads the values that other processes have set meanwhile; values remembered for the next Save are kept. Throws
     /// std::runtime_error.
     void Reload();
-    /// Writes the remembered values. Throws std::runtime_error.
+    /// Writes the remembered values, which count as read from then on. Throws std::runtime_error.
     void Save();
+    bool HasChanges() const { return !FPending.isEmpty(); }
+    /// To save on another thread, copy this object and save the copy there. Then call this function with `copied`, the
+    /// state of this object when it was copied, and `saved`, the copy after its Save: the written values count as read,
+    /// and values set in this object meanwhile are kept for the next Save.
+    void TakeSaved(const SettingsFile& copied, const SettingsFile& saved);
 
     QString FileName() const { return FFileName; }
 

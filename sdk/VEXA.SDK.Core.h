@@ -151,7 +151,7 @@ protected:
 enum HostMessage : std::uint32_t {
     kMsgGetMainWindow = 4118,  // a query; 2: WindowHandle*, receives the main window's handle. E_FAIL without a window
     kMsgShowWindow = 4121,  // a command; 1: kWindowLibrary; 2: int32*, 0 shows the window; receives 0 if it was visible
-    kMsgPlaybackStarted = 8195,  // an event: another file has started to play
+    kMsgPlaybackStarted = 8195,  // an event: another file plays, and its position has begun to move
     kMsgLanguageChanged = 8209,  // an event: all captions have to be read again
     kMsgFilesHeard = 16385,      // an event: files were marked as heard; 2: IVEXAObjectList* of their names
 };

@@ -91,6 +91,7 @@ void MediaOutput::Start(const QString& source) {
     FPosition = FDuration = 0;
     FTarget.reset();
     FWantsPlaying = true;
+    FHasMoved = false;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
     FCanSeek = true;
@@ -292,13 +293,21 @@ void MediaOutput::HandleEnd() {
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
+    if (FHasPlayed || FDuration > 0) TellMoved();  // what is shorter than a tick
     Q_EMIT Ended();
+}
+
+void MediaOutput::TellMoved() {
+    if (std::exchange(FHasMoved, true)) return;
+    if (Moved) Moved();
+    Q_EMIT Begun();
 }
 
 /// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
 /// played to its last sample would seem to play for ever.
 bool MediaOutput::StandsAtItsEnd() {
-    const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
+    const bool isAtEnd =
+        FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
     gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
     if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;
@@ -407,8 +416,9 @@ void MediaOutput::Tick() {
         }
         return;
     }
+    const double before = std::exchange(FPosition, Position());
+    if (FHasPlayed && FPosition > before) TellMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
-    FPosition = Position();
     if (StandsAtItsEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }

@@ -60,6 +60,8 @@ Q_SIGNALS:
     void StateChanged();
     void PositionChanged(double seconds);
     void DurationChanged(double seconds);
+    /// The position has moved for the first time since Start; AudioOutput::Moved is called before.
+    void Begun();
     /// What played is being let go of; its position is still right.
     void Closing();
     /// It played to its end.
@@ -79,6 +81,7 @@ private:
     void Handle(GstMessage* message);
     void HandleError(GstMessage* message);
     void HandleEnd();
+    void TellMoved();
     bool StandsAtItsEnd();
     void Prerolled();
     void AskDuration();
@@ -98,10 +101,11 @@ private:
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
     bool FCanSeek = true;     // as far as is known
     bool FHasPlayed = false;  // since it was sought last
+    bool FHasMoved = false;   // since Start
     int FTriesLeft = 0;       // of a seek that the source is not ready for
     QByteArray FUri;
-    int FTicksAtEnd = 0;      // without a word of the end
-    qint64 FEndPosition = 0;  // of the sound in those ticks, in ns
+    int FTicksAtEnd = 0;            // without a word of the end
+    qint64 FEndPosition = 0;        // of the sound in those ticks, in ns
     std::optional<double> FTarget;  // where a seek that is under way, or is to come, leads
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };

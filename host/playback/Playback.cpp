@@ -9,6 +9,7 @@
 #include "Strings.h"
 
 #include <QPointer>
+#include <QUrl>
 
 #include <algorithm>
 #include <utility>
@@ -21,17 +22,17 @@ constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kMoment = 5;  // seconds: what is past that, "previous" goes back to the beginning of
 constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
+constexpr int kMostSkips = 3;  // in a row: then it is not the entries that something is wrong with
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
 
-/// Hears of all that the player starts, whoever asked it to.
+/// Hears of the files that somebody calls heard.
 class Playback::Hook final : public RefCountedObject<IVEXAMessageHook> {
 public:
     explicit Hook(Playback& owner) : FOwner(owner) {}
     void OnMessage(std::uint32_t message, std::int32_t, void* names, HResult*) noexcept override {
         Guarded("following the player", [&] {
-            if (message == kMsgPlaybackStarted) FOwner.OnStarted();
             if (message == kMsgFilesHeard && names)
                 for (const QString& name : ToQStringList(static_cast<IVEXAObjectList*>(names)))
                     FOwner.ForgetPosition(name);
@@ -46,8 +47,10 @@ private:
 /// Who knows a file may have to wait for its data.
 class Playback::DescribeTask final : public Task {
 public:
-    DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner)
-        : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner) {}
+    /// `tell` is called on the main thread, if `owner` is still there.
+    DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner,
+                 std::function<void(const NowPlaying& described)> tell)
+        : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner), FTell(std::move(tell)) {}
 
     void Execute() override {
         const Ref<FileInfo> info(new FileInfo);
@@ -57,22 +60,25 @@ public:
         FPlaying.Album = info->Text(IVEXAFileInfo::Album);
         info->GetValueAsFloat(IVEXAFileInfo::Duration, &FPlaying.Duration);
         if (!FPlaying.LocalFile.isEmpty() && !IsCancelled()) FPlaying.Chapters = ReadChapters(FPlaying.LocalFile);
-        const auto tell = [playing = FPlaying, owner = FOwner] {
-            if (owner) owner->OnDescribed(playing);
-        };
-        RunInMainThread(tell, false);
+        RunInMainThread(
+            [playing = FPlaying, owner = FOwner, tell = FTell] {
+                if (owner) tell(playing);
+            },
+            false);
     }
 
 private:
     NowPlaying FPlaying;
     const Ref<FileInfoService> FInfos;
     const QPointer<Playback> FOwner;  // looked at on the main thread only
+    const std::function<void(const NowPlaying&)> FTell;
 };
 
 Playback::Playback(Host& host, const QString& sink)
     : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
+    FHost.Player().SetStartListener([this] { OnStarted(); });
     FHost.Messages().Hook(FHook.Get());
     FHost.Addresses().AddKeeper(this);
     bool isNumber = false;
@@ -83,6 +89,7 @@ Playback::Playback(Host& host, const QString& sink)
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
     connect(FOutput, &MediaOutput::Closing, this, &Playback::Remember);
+    connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
     connect(FOutput, &MediaOutput::Failed, this,
             [this](Problem problem, const QString& details) { OnProblem(problem, details, true); });
@@ -99,7 +106,9 @@ Playback::Playback(Host& host, const QString& sink)
 Playback::~Playback() {
     FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
+    FHost.Player().SetStartListener(nullptr);
     WorkerPool::Cancel(FDescribing, true);
+    for (const TaskHandle naming : FNaming) WorkerPool::Cancel(naming, true);
     Remember();
     FOutput->disconnect(this);
     FHost.Player().SetOutput(std::make_unique<SilentOutput>());
@@ -131,6 +140,7 @@ void Playback::Play(const QString& named) {
     if (named.isEmpty()) return;
     // By an older address it would not go on from where it was left.
     const QString address = FHost.Addresses().Present(named);
+    OnBegun();  // whatever was skipped before is done with
     if (address == FCurrent.Address && !FHasEnded)
         Resume();
     else
@@ -139,6 +149,7 @@ void Playback::Play(const QString& named) {
 
 void Playback::Start(const QString& address) {
     FError.clear();
+    FTried = address;
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
     if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
@@ -212,14 +223,58 @@ bool Playback::HasPrevious() const {
 
 QString Playback::TakeNext() {
     QStringList waiting = UpNext();
-    if (waiting.isEmpty()) return FOrder ? FOrder->After(FCurrent.Address) : QString();
+    if (waiting.isEmpty()) return FOrder ? FOrder->After(FIsAdvancing ? FTried : FCurrent.Address) : QString();
     const QString next = waiting.takeFirst();
     SetUpNext(waiting);
+    FTaken += next;
     return next;
 }
 
+bool Playback::Advance() {
+    const QString next = TakeNext();
+    if (next.isEmpty()) return false;
+    FIsAdvancing = true;
+    Start(next);
+    return true;
+}
+
 void Playback::Next() {
-    if (const QString next = TakeNext(); !next.isEmpty()) Start(next);
+    Advance();
+}
+
+void Playback::OnBegun() {
+    FIsAdvancing = false;
+    FSkips = 0;
+    FTaken.clear();
+}
+
+/// Whether what comes after an entry that failed was tried instead.
+bool Playback::SkipAhead(const QString& reason) {
+    if (!FIsAdvancing || FSkips == kMostSkips) return false;
+    const QString failed = FTried, next = TakeNext();
+    if (next.isEmpty()) return false;
+    ++FSkips;
+    WithName(failed, [this, reason](const QString& name) { Q_EMIT Skipped(name, reason); });
+    Start(next);
+    return true;
+}
+
+/// What was skipped because nothing could be played, such as without a network, is not lost.
+void Playback::GiveBackTaken() {
+    if (FIsAdvancing && !FTaken.isEmpty()) SetUpNext(FTaken + UpNext());
+    OnBegun();
+}
+
+void Playback::WithName(const QString& address, std::function<void(const QString& name)> tell) {
+    const auto nameOf = [](const NowPlaying& described) {
+        return described.Title.isEmpty() ? QUrl(described.Address).fileName() : described.Title;
+    };
+    if (address == FCurrent.Address && FDescribing == 0) return tell(nameOf(FCurrent));
+    NowPlaying one;
+    one.Address = address;
+    FNaming.push_back(WorkerPool::Run(std::make_unique<DescribeTask>(
+        one, FHost.FileInfos(), this,
+        [nameOf, tell = std::move(tell)](const NowPlaying& described) { tell(nameOf(described)); })));
 }
 
 void Playback::Previous() {
@@ -281,7 +336,8 @@ QStringList Playback::Schemes() const {
 
 void Playback::DescribeCurrent() {
     WorkerPool::Cancel(FDescribing, false);
-    FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(FCurrent, FHost.FileInfos(), this));
+    FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(
+        FCurrent, FHost.FileInfos(), this, [this](const NowPlaying& described) { OnDescribed(described); }));
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
@@ -325,11 +381,7 @@ void Playback::OnEnded() {
     if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started something
     const bool sleeps = FSleep.TheMode() == SleepTimer::Mode::AtEnd;
     if (sleeps) FSleep.Cancel();
-    const QString next = sleeps ? QString() : TakeNext();
-    if (next.isEmpty())
-        Stop();
-    else
-        Start(next);
+    if (sleeps || !Advance()) Stop();
     SaveSoon();
 }
 
@@ -367,7 +419,9 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
     }
     FError = Describe(problem, details);
     SaveSoon();
-    Q_EMIT Failed(QString(FError));
+    if (SkipAhead(QString(FError))) return;
+    GiveBackTaken();
+    WithName(FTried, [this, reason = FError](const QString& name) { Q_EMIT Failed(name + u": " + reason); });
 }
 
 }  // namespace vexa::host

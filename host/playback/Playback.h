@@ -20,6 +20,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <vector>
 
 namespace vexa::host {
@@ -120,8 +121,10 @@ Q_SIGNALS:
     void DurationChanged(double seconds);
     void SpeedChanged(double speed);
     void VolumeChanged(double volume);
-    /// It stopped; Resume tries to go on. The text is the user's.
+    /// It stopped; Resume tries to go on. The text is the user's, and names what failed.
     void Failed(const QString& message);
+    /// What was to come by itself could not be played, and what comes after it is tried. The texts are the user's.
+    void Skipped(const QString& name, const QString& reason);
     /// It plays on. The text is the user's.
     void Warned(const QString& message);
     /// A file was heard to its end.
@@ -142,7 +145,12 @@ private:
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
+    void OnBegun();
     void OnEnded();
+    bool Advance();
+    bool SkipAhead(const QString& reason);
+    void GiveBackTaken();
+    void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
     void Remember();
@@ -161,8 +169,13 @@ private:
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     QString FError;
-    bool FHasEnded = false;      // what plays: where it is left does not count
-    TaskHandle FDescribing = 0;  // 0 as soon as it is described
+    bool FHasEnded = false;           // what plays: where it is left does not count
+    QString FTried;                   // what was to start last
+    bool FIsAdvancing = false;        // that came by itself, or by Next, and was not heard yet
+    int FSkips = 0;                   // since something was heard
+    QStringList FTaken;               // from Up next, since something was heard
+    TaskHandle FDescribing = 0;       // 0 as soon as it is described
+    std::vector<TaskHandle> FNaming;  // ended ones among them
 };
 
 }  // namespace vexa::host

@@ -6,11 +6,15 @@
 #include "Strings.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
+#include <utility>
 
 namespace vexa::host {
 
 namespace {
+
+constexpr std::chrono::seconds kSaveAfter{1};
 
 /// What would read back as another key, or as none, is no key path.
 bool IsKeyPath(const QString& keyPath) {
@@ -25,12 +29,63 @@ bool IsKeyPath(const QString& keyPath) {
 
 }  // namespace
 
-ConfigService::ConfigService(const QString& profileFolder) : FFile(SettingsFileName(profileFolder)) {}
+/// The disk may be slow, and another program may hold the file's lock.
+class ConfigService::SaveTask final : public Task {
+public:
+    SaveTask(const SettingsFile& file, std::shared_ptr<ConfigService*> owner)
+        : FCopied(file), FSaved(file), FOwner(std::move(owner)) {}
+
+    void Execute() override {
+        try {
+            FSaved.Save();
+            FIsSaved = true;
+        } catch (const std::exception& error) {
+            qCWarning(LogHost).noquote() << error.what();  // the next change, or the end, tries again
+        }
+    }
+    void Complete() override {
+        RunInMainThread(
+            [copied = FCopied, saved = FSaved, isSaved = FIsSaved, owner = FOwner] {
+                if (*owner) (*owner)->OnSaved(copied, isSaved ? &saved : nullptr);
+            },
+            false);
+    }
+
+private:
+    const SettingsFile FCopied;
+    SettingsFile FSaved;
+    bool FIsSaved = false;
+    const std::shared_ptr<ConfigService*> FOwner;
+};
+
+ConfigService::ConfigService(const QString& profileFolder)
+    : FFile(SettingsFileName(profileFolder)), FSelf(std::make_shared<ConfigService*>(this)) {
+    FSaver.setSingleShot(true);
+    FSaver.setInterval(kSaveAfter);
+    FSaver.callOnTimeout([this] { SaveInBackground(); });
+}
+
+ConfigService::~ConfigService() {
+    *FSelf = nullptr;
+}
 
 bool ConfigService::Write(const QString& keyPath, const QString& value) {
     if (!IsKeyPath(keyPath)) return false;
     FFile.Write(keyPath, value);
+    if (FFile.HasChanges() && FSaving == 0 && !FSaver.isActive()) FSaver.start();
     return true;
+}
+
+void ConfigService::SaveInBackground() {
+    FSaving = WorkerPool::Run(std::make_unique<SaveTask>(FFile, FSelf));
+}
+
+void ConfigService::OnSaved(const SettingsFile& copied, const SettingsFile* saved) {
+    if (FSaving == 0) return;  // everything has been saved since
+    FSaving = 0;
+    if (!saved) return;
+    FFile.TakeSaved(copied, *saved);
+    if (FFile.HasChanges()) FSaver.start();
 }
 
 void ConfigService::Reload() {
@@ -42,6 +97,9 @@ void ConfigService::Reload() {
 }
 
 QString ConfigService::Save() {
+    FSaver.stop();
+    // What is being written now is older.
+    WorkerPool::Cancel(std::exchange(FSaving, 0), true);
     try {
         FFile.Save();
         return {};

@@ -3,15 +3,22 @@
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Settings.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Core.h"
+
+#include <QTimer>
+
+#include <memory>
 
 namespace vexa::host {
 
-/// Numbers are written in decimal, Booleans as 1 and 0, streams in base64.
+/// What is set is on the disk a second later, written by another thread: no end of the program loses more. Numbers are
+/// written in decimal, Booleans as 1 and 0, streams in base64.
 class ConfigService final : public RefCountedObject<IVEXAServiceConfig> {
 public:
     /// Reads the file. Throws std::runtime_error when there is one that cannot be read.
     explicit ConfigService(const QString& profileFolder);
+    ~ConfigService() override;
 
     /// Nothing when the key is missing.
     std::optional<QString> Find(const QString& keyPath) { return FFile.Find(keyPath); }
@@ -20,7 +27,7 @@ public:
     /// Takes over what other programs have written meanwhile; what was set here stays. One that cannot be read is
     /// logged.
     void Reload();
-    /// Writes to disk what was set. Empty, or why it could not, which is logged too.
+    /// Writes to disk at once what was set. Empty, or why it could not, which is logged too.
     QString Save();
 
     HResult Flush() noexcept override;
@@ -39,8 +46,15 @@ private:
     template <class Number>
     HResult Get(IVEXAString* keyPath, Number* number) noexcept;
     HResult Set(IVEXAString* keyPath, const QString& value);
+    class SaveTask;
+    void SaveInBackground();
+    /// `saved` is null when that failed.
+    void OnSaved(const SettingsFile& copied, const SettingsFile* saved);
 
     SettingsFile FFile;
+    QTimer FSaver;
+    TaskHandle FSaving = 0;                       // 0 while none is
+    const std::shared_ptr<ConfigService*> FSelf;  // null when this object is gone; looked at on the main thread only
 };
 
 }  // namespace vexa::host

@@ -9,7 +9,7 @@ namespace vexa::host {
 struct HostOptions {
     QString ProfileFolder;          // the user's data, Settings.ini among them; made when missing
     QString LanguageFolder;         // where the *.lng files are
-    QString Language;               // a file's base name ("English"); empty: the user's own where there is one
+    QString Language;               // a file's base name ("English"); empty: the one chosen before, else the user's own
     QSet<QString> MissingServices;  // short names of services that this host is to lack
 };
 

@@ -6,6 +6,7 @@
 #include "Messages.h"
 #include "PresentAddresses.h"
 
+#include <functional>
 #include <memory>
 
 namespace vexa::host {
@@ -18,12 +19,19 @@ public:
     /// nothing plays then.
     virtual void Start(const QString& source) = 0;
     virtual void Stop() = 0;
+
+    /// The output calls it when the position of what it plays has moved for the first time since Start: only then is it
+    /// known that the file can be played. It may be called from within Start.
+    std::function<void()> Moved;
 };
 
 /// Makes no sound, and remembers what it would play.
 class SilentOutput final : public AudioOutput {
 public:
-    void Start(const QString& source) override { Source = source; }
+    void Start(const QString& source) override {
+        Source = source;
+        if (Moved) Moved();
+    }
     void Stop() override { Source.clear(); }
 
     QString Source;
@@ -37,6 +45,9 @@ public:
 
     /// In place of the one that it has. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
+    /// `listener` is called when another file was given to the output, or the same one once more. Plug-ins are told by
+    /// a message, and not before the file is heard. Null for none. Main thread.
+    void SetStartListener(std::function<void()> listener) { FStarted = std::move(listener); }
     AudioOutput& Output() noexcept { return *FOutput; }
 
     /// What the output is given for a file: S_OK with the source, or why there is none. Any thread.
@@ -65,6 +76,9 @@ public:
 private:
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override { FFileName = moves.value(FFileName, FFileName); }
+    void ListenToOutput();
+    void OnMoved();
+    void Forget();
 
     const Ref<AudioDecoderService> FDecoders;
     const Ref<FileInfoService> FInfos;
@@ -72,7 +86,9 @@ private:
     const std::shared_ptr<PresentAddresses> FAddresses;
     std::unique_ptr<AudioOutput> FOutput;
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;
+    std::function<void()> FStarted;
     QString FFileName, FSource;
+    bool FHasMoved = false;  // and the plug-ins know that the file plays
 };
 
 }  // namespace vexa::host

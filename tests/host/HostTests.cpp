@@ -3,6 +3,7 @@
 #include "HostFixture.h"
 #include "PropertyList.h"
 #include "Streams.h"
+#include "Waiting.h"
 
 #include <functional>
 
@@ -121,6 +122,9 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=5\ny=1\nz=7\n");
     EXPECT_EQ(config.Save(), "");
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nx=5\ny=2\nz=7\n");
+    config.Write("A\\y", "3");
+    EXPECT_TRUE(tests::WaitUntil([&] { return ReadWhole(Profile.File("Settings.ini")).contains("y=3"); }))
+        << "a program that is killed now would lose it";
 
     tests::TempFolder folder;
     WriteWhole(folder.File("file"), "");

@@ -97,3 +97,13 @@ TEST_F(HostTest, ALanguageIsSwitchedAndFallsBackToEnglish) {
     EXPECT_EQ(service->GetValue(MakeString("A\\z").Get(), text.Put()), E_FAIL);
     EXPECT_FALSE(text);
 }
+
+TEST_F(HostTest, TheChosenLanguageIsTheNextStartsUnlessThatAsksForAnother) {
+    EXPECT_FALSE(Host.ChooseLanguage("Klingon"));
+    EXPECT_TRUE(Host.ChooseLanguage("german"));
+    EXPECT_EQ(Host.UnloadPlugins(), "");
+    HostOptions options = Options(Profile);
+    EXPECT_EQ(vexa::host::Host(options).Language().Language(), "English");
+    options.Language.clear();
+    EXPECT_EQ(vexa::host::Host(options).Language().Language(), "German");
+}

@@ -38,13 +38,18 @@ class PlaybackTest : public HostTest {
 protected:
     using State = host::Playback::State;
 
-    void SetUp() override { Open(); }
+    void SetUp() override {
+        Host.Messages().Handle(kMsgPlaybackStarted, [this](std::int32_t, void*) { return ++Started, S_OK; });
+        Open();
+    }
     /// As after a new start of the program.
     void Open(const QString& sink = u"fakesink sync=true"_s) {
         Player.reset();
         Player.emplace(Host, sink);
         QObject::connect(&*Player, &host::Playback::Failed, [this](const QString& text) { Errors += text; });
         QObject::connect(&*Player, &host::Playback::Warned, [this](const QString& text) { Warnings += text; });
+        QObject::connect(&*Player, &host::Playback::Skipped,
+                         [this](const QString& name, const QString& why) { Skipped += name + u": " + why; });
         QObject::connect(&*Player, &host::Playback::Finished, [this](const QString& one) { Heard += one; });
     }
     QString Tone(const QString& name, double seconds) {
@@ -57,5 +62,6 @@ protected:
     }
 
     std::optional<host::Playback> Player;
-    QStringList Errors, Warnings, Heard;
+    QStringList Errors, Warnings, Heard, Skipped;
+    int Started = 0;  // as plug-ins were told
 };

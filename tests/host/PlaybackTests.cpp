@@ -181,6 +181,7 @@ TEST_F(PlaybackTest, WhatWasPutNextComesBeforeTheOrderAndTheSleepTimerEndsIt) {
     Player->Play(files[0]);
     ASSERT_TRUE(WaitFor(State::Stopped));
     EXPECT_EQ(Heard, (QStringList{files[0], files[4], files[2], files[3]}));  // which is none of the order's
+    EXPECT_EQ(Started, 4);
     Heard.clear();
     Player->Play(files[0]);
     ASSERT_TRUE(WaitUntil([&] { return Heard.size() == 1; }));
@@ -204,7 +205,7 @@ TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
     Player->Play(address);
     ASSERT_TRUE(WaitFor(State::Failed));
     ASSERT_EQ(Errors.size(), 1);
-    EXPECT_TRUE(Errors[0].startsWith(Host.Language().Text(u"Player\\Problem"_s, 4))) << Errors[0].toStdString();
+    EXPECT_TRUE(Errors[0].contains(Host.Language().Text(u"Player\\Problem"_s, 4))) << Errors[0].toStdString();
     const double died = Player->Position();
     EXPECT_GT(died, 0.5);
     EXPECT_EQ(Player->Current().Address, address);
@@ -214,6 +215,7 @@ TEST_F(PlaybackTest, AStreamThatDiesSaysSoAndGoesOn) {
     EXPECT_EQ(Player->Position(), died);
     ASSERT_TRUE(WaitUntil([&] { return Player->TheState() == State::Playing && Player->Position() > died + 0.3; }));
     EXPECT_LT(Player->Position(), died + 3);
+    EXPECT_EQ(Started, 1) << "what goes on has not started anew";
 }
 
 TEST_F(PlaybackTest, AServerThatSendsNoPartsIsPlayedFromTheBeginning) {
@@ -251,10 +253,34 @@ TEST_F(PlaybackTest, WhatCannotBePlayedSaysWhy) {
         Errors.clear();
         Player->Play(one.Address);
         ASSERT_TRUE(WaitUntil([&] { return !Errors.isEmpty(); })) << one.Address.toStdString();
-        EXPECT_TRUE(Errors[0].startsWith(Host.Language().Text(u"Player\\Problem"_s, one.Problem)))
+        EXPECT_TRUE(Errors[0].contains(Host.Language().Text(u"Player\\Problem"_s, one.Problem)))
             << one.Address.toStdString() << ": " << Errors[0].toStdString();
         EXPECT_FALSE(Player->IsPlaying());
     }
+    EXPECT_EQ(Started, 0) << "what was never heard would count as listened";
+}
+
+TEST_F(PlaybackTest, WhatCannotBePlayedIsSkippedAndNothingIsLostWhereNothingCanBe) {
+    tests::LoopbackServer server;
+    const QString gone = server.Url(u"/gone.mp3"_s), none = Profile.File(u"none.wav"_s);
+    const QString first = Tone(u"first.wav"_s, 0.3), last = Tone(u"last.wav"_s, 0.3);
+    Player->PlayLast({gone, none, last});
+    Player->Play(first);
+    ASSERT_TRUE(WaitUntil([&] { return Heard.size() == 2; }));
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    EXPECT_EQ(Heard, (QStringList{first, last}));
+    ASSERT_TRUE(WaitUntil([&] { return Skipped.size() == 2; }));
+    EXPECT_TRUE(Skipped[0].startsWith(u"gone.mp3: "_s)) << Skipped[0].toStdString();
+    EXPECT_TRUE(Skipped[1].startsWith(u"none.wav: "_s)) << Skipped[1].toStdString();
+    EXPECT_TRUE(Errors.isEmpty());
+
+    const QStringList five{gone, gone, none, gone, last};
+    Player->PlayLast(five);
+    Player->Next();
+    ASSERT_TRUE(WaitUntil([&] { return !Errors.isEmpty(); }));
+    EXPECT_TRUE(Errors[0].startsWith(u"gone.mp3: "_s)) << Errors[0].toStdString();
+    EXPECT_EQ(Player->UpNext(), five) << "an evening without a network would empty it";
+    EXPECT_EQ(Started, 2);
 }
 
 TEST_F(PlaybackTest, ChaptersAreReadInTheirOrder) {

@@ -51,6 +51,25 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=theirs\nMissing=theirs\n");
 }
 
+TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {
+    WriteWhole(FileName, "[P]\nSet=1\nTwice=1\nBack=1\n");
+    SettingsFile file(FileName);
+    EXPECT_FALSE(file.Find("P\\Missing"));
+    for (const char* key : {"P\\Set", "P\\Twice", "P\\Back", "P\\Missing"}) file.Write(key, "2");
+    const SettingsFile copied = file;
+    SettingsFile saved = copied;
+    WriteWhole(FileName, ReadWhole(FileName) + "Missing=theirs\n");
+    saved.Save();
+    file.Write("P\\Twice", "3");
+    file.Write("P\\Back", "1");
+    file.TakeSaved(copied, saved);
+    EXPECT_TRUE(file.HasChanges());
+    EXPECT_EQ(file.Find("P\\Missing"), "theirs");
+    WriteWhole(FileName, ReadWhole(FileName).replace("Set=2", "Set=theirs"));
+    file.Save();
+    EXPECT_EQ(ReadWhole(FileName), "[P]\nSet=theirs\nTwice=3\nBack=1\nMissing=theirs\n");
+}
+
 TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
     const QString values[] = {"",
                               " blanks around ",

@@ -202,6 +202,9 @@ void MainWindow::ConnectPlayback() {
     FTable->Model().SetPositions(&FPlayback.Left());
     connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
     connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
+    connect(&FPlayback, &Playback::Skipped, this, [this](const QString& name, const QString& reason) {
+        FTasks->AddProblem({name, reason});
+    });
     connect(&FPlayback, &Playback::Warned, this, [this](const QString& text) { FBanner->Show(text, {}); });
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
@@ -214,6 +217,7 @@ void MainWindow::ConnectPlayback() {
 
 void MainWindow::ConnectMenus() {
     connect(&FTheme, &WindowTheme::Changed, this, &MainWindow::OnThemeChanged);
+    connect(&FTheme, &WindowTheme::Changed, this, &MainWindow::SaveLayout);
     connect(FMenuBar, &WindowMenuBar::Subscribe, this, [this] {
         const LibraryStorage* storage = FLibrary->Storage();
         if (const auto add = storage ? storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>()

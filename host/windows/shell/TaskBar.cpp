@@ -157,6 +157,11 @@ void TaskBar::AddProblems(std::vector<TaskProblem> problems) {
     NameProblems();
 }
 
+void TaskBar::AddProblem(TaskProblem problem) {
+    FProblems[kOwnTask].push_back(std::move(problem));
+    NameProblems();
+}
+
 void TaskBar::Poll() {
     for (const auto& [task, entry] : FEntries) entry->Update();
 }

@@ -29,8 +29,9 @@ public:
 
     /// The storage whose tasks show; null for none. To be called again when tasks began or ended.
     void Update(const LibraryStorage* storage);
-    /// Of what the window itself did.
+    /// Of what the window itself did: in place of those that it told before, and one beside them.
     void AddProblems(std::vector<TaskProblem> problems);
+    void AddProblem(TaskProblem problem);
     void Localize();
     void OnThemeChanged();
 

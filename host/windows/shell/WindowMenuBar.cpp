@@ -79,7 +79,7 @@ void WindowMenuBar::AddLanguages() {
         action->setCheckable(true);
         action->setChecked(language == FHost.Language().Language());
         group->addAction(action);
-        connect(action, &QAction::triggered, this, [this, language] { FHost.Language().Switch(language); });
+        connect(action, &QAction::triggered, this, [this, language] { FHost.ChooseLanguage(language); });
     }
 }
 
