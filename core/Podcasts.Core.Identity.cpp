@@ -30,7 +30,7 @@ QString URIOf(const TPodcastEpisode& episode, const TPodcastFeed& document) {
     return HasAudio(episode) ? EpisodeURI(episode, document) : QString();
 }
 
-/// One pass over a document and what is stored of its feed.
+/// Matches one document with the stored episodes of its feed.
 class Matcher {
 public:
     Matcher(const TPodcastFeed& document, const TPodcastStoredEpisodes& stored)
@@ -58,7 +58,7 @@ private:
 
     // ---- The document ----
 
-    /// Of several episodes of one URI, which share a row, one counts.
+    /// If several episodes have the same URI, and so the same row, keeps only one of them.
     void ChooseEpisodes() {
         const auto& episodes = FDocument.Episodes();
         FMatches.reserve(episodes.size());
@@ -71,7 +71,7 @@ private:
         FItemOf.resize(FMatches.size());
         for (std::size_t i = 0; i < FItemOf.size(); ++i) FItemOf[i] = i;
         if (FOwners.size() == static_cast<qsizetype>(FMatches.size())) return;
-        // The last of one URI that is stored with this address and GUID goes before the last of them.
+        // Of those with one URI, keep the last that is stored with its address and GUID, else the last of all.
         std::unordered_set<Key, KeyHash> known;
         for (const Row& row : FRows)
             if (const Compared is = ComparedOf(row); !is.Address.empty()) known.insert({is.Address, is.GUID});
@@ -89,7 +89,7 @@ private:
         FMatches = std::move(counting);
     }
 
-    /// An item of the document, those included that do not count, as it is compared.
+    /// The compared values of an item of the document, including the items dropped by ChooseEpisodes.
     const Item& ItemAt(std::size_t index) {
         if (FItems.empty()) {
             FItems.resize(FDocument.Episodes().size());
@@ -107,7 +107,7 @@ private:
     }
     const Compared& Of(std::size_t match) { return ItemAt(FItemOf[match]).Is; }
 
-    /// How often things stand in the document.
+    /// How often values occur in the document.
     struct Counts {
         std::unordered_map<std::string_view, int> GUIDs, Titles;
         std::unordered_map<Key, int, KeyHash> TitlesAndDates;
@@ -125,7 +125,7 @@ private:
         }
         return counts;
     }
-    /// Whether a GUID stands exactly once in the document: only then it tells which episode is meant.
+    /// Whether a GUID occurs exactly once in the document: only then does it identify an episode.
     bool Tells(std::string_view guid) {
         const auto found = InDocument().GUIDs.find(guid);
         return !guid.empty() && found != InDocument().GUIDs.end() && found->second == 1;
@@ -141,7 +141,7 @@ private:
         }
         return FComparedRows[static_cast<std::size_t>(row)];
     }
-    /// An index over the free rows, made when it is first asked for. `keyOf` gives no key for a row to be left out.
+    /// An index over the free rows, built on first use. `keyOf` returns no key for a row to be left out.
     template <class KeyOf>
     RowIndex& Index(std::optional<RowIndex>& index, KeyOf keyOf) {
         if (index) return *index;
@@ -152,14 +152,14 @@ private:
         return *index;
     }
 
-    /// The row that the episode's URI is taken by, if it is free.
+    /// The row that has the episode's URI, if it is free; else −1.
     int RowOfURI(std::size_t match) {
         const int row = FStored.FindURI(vexa::ToUtf8(FMatches[match].URI));
         return row >= 0 && IsFree(row) ? row : -1;
     }
 
-    /// Of several rows: the one whose URI the episode will have, else one whose address stands nowhere in the document,
-    /// else the one written last.
+    /// The order in which to prefer rows: first the row whose URI the episode will have, then a row whose address does
+    /// not occur in the document, then the row written last.
     auto Preference(int row, std::size_t match) {
         return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).Fields[pefURI]),
                                !StandsInDocument(ComparedRow(row).Address), row);
@@ -169,7 +169,7 @@ private:
 
     using Rule = int (Matcher::*)(std::size_t match);
 
-    /// Each rule goes over all episodes in order; an episode or a row that is found once is out.
+    /// Applies a rule to all episodes in order. Matched episodes and rows are not considered again.
     void ApplyRule(Rule rule) {
         if (FLeft == 0 || FFreeRows == 0) return;
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
@@ -187,7 +187,7 @@ private:
         const TPodcastEpisode& episode = Episode(match);
         const int own = RowOfURI(match);
         if (own >= 0) {
-            // Most episodes of most documents are as they were: told without making anything of them.
+            // Most episodes of most documents are unchanged, so check that first, without building compared values.
             const Row& row = RowAt(own);
             if (EqualsUtf8(episode.Fields[pefURLAudio], row.Fields[pefURLAudio]) &&
                 EqualsUtf8(episode.Fields[pefTitle], row.Fields[pefTitle]) &&
@@ -196,7 +196,7 @@ private:
                 return own;
         }
         const Compared& is = Of(match);
-        // Two without audio are of one address here, since they share a row.
+        // Two episodes without audio count as having the same address here, since they have the same URI.
         const auto isSame = [&](const Compared& row) {
             return row.Address == is.Address && row.Title == is.Title &&
                    ((is.Date != 0 && row.Date == is.Date) || row.GUID == is.GUID);
@@ -230,7 +230,7 @@ private:
         const Compared& is = Of(match);
         if (!Tells(is.GUID)) return -1;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int index) {
-            // Some publishers never change a GUID: where all else differs it is a new episode.
+            // Some publishers use one GUID for all episodes, so if everything else differs it is a new episode.
             const Compared& row = ComparedRow(index);
             const bool isOtherDate = is.Date != 0 && row.Date != 0 && is.Date != row.Date;
             const bool isOtherAddress = is.Address.empty() || is.Address != row.Address;
@@ -245,7 +245,7 @@ private:
             return row.Date == 0 ? std::nullopt : std::optional(Key{row.Title, {}, row.Date});
         });
         const auto isEligible = [&](int row) { return !Tells(ComparedRow(row).GUID); };
-        // One that has something to lose goes first.
+        // Prefer a row with a file or a mark, which could be lost.
         const auto isKept = [&](int row) {
             return !RowAt(row).Fields[pefURLAudioCached].empty() || RowAt(row).State != pesNew;
         };
@@ -255,7 +255,7 @@ private:
     }
 
     int SameAddressAndOneThingMore(std::size_t match) {
-        // An address alone is not enough: some publishers put whatever is newest at one address.
+        // An address alone is not enough, because some publishers always put the newest episode at the same address.
         const Compared& is = Of(match);
         if (is.Address.empty()) return -1;
         if (const int own = RowOfURI(match); own >= 0) {
@@ -283,7 +283,7 @@ private:
     }
 
     int SameTitle(std::size_t match) {
-        // Short lists of one title a day without dates are new every day.
+        // Short lists without dates may have new episodes with the same titles every day.
         constexpr std::size_t kFewestItems = 5;
         const Compared& is = Of(match);
         if (FDocument.Episodes().size() < kFewestItems || is.Title.empty()) return -1;
@@ -311,14 +311,14 @@ private:
         return best;
     }
 
-    // ---- What follows ----
+    // ---- After the rules ----
 
-    /// An episode that lacks its audio, often for an hour only, leaves the row's address as it is.
+    /// Keeps the stored address of an episode that has no audio now, which is often so for an hour only.
     void KeepAddressesOfThoseWithoutAudio() {
         for (TPodcastEpisodeMatch& match : FMatches) {
             if (match.Row < 0 || HasAudio(*match.Episode)) continue;
             match.URI = vexa::FromUtf8(RowAt(match.Row).Fields[pefURI]);
-            // Another episode of the document may have the address now. Both stay: this one is named by its GUID.
+            // Another episode of the document may have the address now. Then this one gets a URI made from its GUID.
             if (match.URI.isEmpty() || !FOwners.contains(match.URI)) continue;
             match.URI = StandInURI(*match.Episode, FDocument);
             if (FOwners.contains(match.URI) || FStored.FindURI(vexa::ToUtf8(match.URI)) >= 0)
@@ -326,7 +326,7 @@ private:
         }
     }
 
-    /// Rows that earlier versions of the program made of one episode whose address had changed.
+    /// Finds the twins: several rows that earlier versions of the program stored for one episode whose address changed.
     void FindTwins() {
         if (FFreeRows == 0) return;
         std::unordered_set<std::string_view> found;
@@ -347,11 +347,11 @@ private:
         }
     }
 
-    /// Matches by what a twin has in common with one: the GUID of the row found, the title or the date of that row or
-    /// of the episode; and the episode's address, which a twin whose address stands in the document must have.
+    /// Matches by the values that a twin shares with its match: the GUID of the matched row; the title or the date of
+    /// that row or of the episode; and the episode's address, if the twin's address occurs in the document.
     using Owners = std::unordered_map<Key, std::size_t, KeyHash>;
 
-    /// Of several matches the first in the document.
+    /// If several matches have the same values, the first in the document is the owner.
     Owners OwnersOfTwins() {
         Owners owners;
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
@@ -377,13 +377,13 @@ private:
     std::vector<TPodcastEpisodeMatch> FMatches;
     std::size_t FLeft = 0;                // matches without a row
     std::vector<std::size_t> FItemOf;     // by match: the index of its item in the document
-    QHash<QString, std::size_t> FOwners;  // by URI: the item that counts
+    QHash<QString, std::size_t> FOwners;  // by URI: the item that ChooseEpisodes has kept
 
-    // Made when they are first asked for: an unchanged document needs none of them.
+    // Built on first use; an unchanged document needs none of these.
     std::vector<Item> FItems;
     std::optional<Counts> FCounts;
     std::vector<Compared> FComparedRows;
-    std::unordered_map<std::string_view, std::pair<int, int>> FRowsOfTitle;  // their number, and the last
+    std::unordered_map<std::string_view, std::pair<int, int>> FRowsOfTitle;  // the number of rows, and the last one
     std::optional<RowIndex> FByAddressTitleDate, FByAddressTitleGUID, FByGUID, FByTitleAndDate, FByAddressAndGUID,
         FByAddressAndTitle, FByAddressAndDate;
 };

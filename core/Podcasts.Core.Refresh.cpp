@@ -16,7 +16,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; },
         [this](const QString& feedURL) { return FClient.DB().GetDocumentNote(feedURL); },
         [this] { return IsCancelled(); });
-    std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed, for a second try
+    std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed: outcomes that a second try may replace
     const auto addThoseWithoutAnother = qScopeGuard([&] {
         for (auto& [feedURL, outcome] : putAside) AddOutcome(std::move(outcome));
     });
@@ -29,7 +29,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         try {
             mayPass = Refresh(run, outcome);
         } catch (const std::exception& error) {
-            // The database failed: this ends the task, and its completion accounts for the feeds that are left.
+            // The database has failed: this ends the task, and its completion adds outcomes for the remaining feeds.
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FRefreshOutcomes.Add(std::move(outcome));
             throw;
@@ -56,7 +56,7 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
     const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
     const TPodcastDocumentLoader load = [&](const QString& address) { return LoadFeedDocument(address, isCancelled); };
     std::unique_ptr<TPodcastFeed> feed;
-    TPodcastFeedDocument place;  // of the document, without it
+    TPodcastFeedDocument place;  // the document's addresses and note, without its tree
     try {
         TPodcastFeedDocument document = run.TakeDocument();
         if (document.IsUnchanged) {
@@ -84,14 +84,14 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         outcome.Error = QStringLiteral("cancelled");
         return false;
     }
-    // Should the feed stay, it is wanted elsewhere all the same, and the next refresh tries again.
+    // Note the new address even if the feed could not be followed there, so that the next refresh tries again.
     place.Note.WantedAddress = newURL.isEmpty() && !vexa::IsSameUrl(named, feedURL) ? named : newURL;
     MergeFeed(*feed, newURL, place.Note, outcome);
     return false;
 }
 
-/// Whether the feed stays as it is stored, since its document has not changed. Not when its rows were written by
-/// anything else than that document's merge meanwhile, nor when it is time to follow the feed's move once more.
+/// Whether the stored feed is kept because its document has not changed. False when something other than that
+/// document's merge has written the feed's rows meanwhile, and when the feed's move has to be tried again.
 bool TPodcastClientTaskRefreshFeeds::IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome) {
     const auto present = FClient.DB().GetDocumentNote(outcome.FeedURL);
     if (!present || present->Digest != document.Note.Digest || present->Address != document.Note.Address) return false;

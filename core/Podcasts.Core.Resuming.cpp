@@ -11,15 +11,15 @@ namespace podcasts {
 
 namespace {
 
-constexpr qint64 kEnough = 64 * 1024;             // bytes that make a transfer worth taking up
+constexpr qint64 kEnough = 64 * 1024;             // bytes that make a transfer worth resuming
 constexpr std::array kPauses = {1, 2, 4, 8, 15};  // units
-constexpr int kMostRestarts = 2;                  // of one download
+constexpr int kMostRestarts = 2;                  // for each download
 
 std::atomic<std::int64_t> PauseUnit{1000};  // milliseconds
 
-/// What tells one version of a file from every other; empty when nothing does. An ETag, unless it is marked as weak;
-/// where there is none, the time of the last change, if the answer came a minute later at least: a file that changes
-/// twice in a second has one such time for both versions (RFC 9110, section 8.8.2.2).
+/// A validator that identifies one version of a file; empty when there is none. This is the ETag, unless it is weak;
+/// without an ETag, Last-Modified, if that is at least a minute before the response's date: a file that changes twice
+/// in a second has the same time for both versions (RFC 9110, section 8.8.2.2).
 QByteArray StrongValidator(const vexa::HttpResponseInfo& response) {
     constexpr int kSecondsPerDay = 24 * 60 * 60;
     const QByteArray& tag = response.ETag;
@@ -84,7 +84,7 @@ TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo
         case Kind::Success:
         case Kind::Network:
             if (isWhole) return {Decision::Kind::Done};
-            // A server may send less of the rest than was asked for.
+            // A server may send less than the requested rest.
             return AfterBreak(info.Succeeded() ? QStringLiteral("the server ended before the whole file had arrived")
                                                : info.Message);
         case Kind::Refused:

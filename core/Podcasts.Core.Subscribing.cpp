@@ -15,7 +15,7 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-/// The texts in their order; those put off at the end.
+/// The texts in their order, with deferred ones at the end.
 class TextQueue final : public IPodcastFetchQueue {
 public:
     explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) {}
@@ -34,7 +34,8 @@ private:
     QStringList FTexts;
 };
 
-/// Where the first document of each text is. Empty for a feed that is subscribed to already, which is not read.
+/// The location of the first document of each text; empty for a feed that is subscribed to already and need not be
+/// read.
 class Locations {
 public:
     explicit Locations(TPodcastClient& client) : FClient(client) {}
@@ -53,7 +54,7 @@ private:
     QHash<QString, QString> FKnown;
 };
 
-/// One turn of the run. `mayPass`: a second try may succeed.
+/// Handles one turn of the run. Sets `mayPass` when a second try may succeed.
 TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, const QString& text,
                                  const QString& firstLocation, int choice, const vexa::CancelCheck& isCancelled,
                                  bool& mayPass) {
@@ -61,7 +62,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
     const QStringList locations = FeedLocationsOf(text);
     subscription.Location = locations.size() == 1 ? locations.first() : text.trimmed();
     const auto isSubscribed = [&](const QString& address) { return client.IsSubscribed(address); };
-    // The first document has been fetched ahead; what it leads to is fetched here.
+    // The first document has been fetched ahead; those that it leads to are fetched here.
     const auto load = [&, isFirst = true](const QString& location) mutable {
         const bool isAhead = std::exchange(isFirst, false) && location == firstLocation;
         return isAhead ? run.TakeDocument() : LoadFeedDocument(location, isCancelled);
@@ -77,7 +78,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
             return subscription;
         }
         subscription.Location = found.Address;
-        // Somebody else may have subscribed while the document was on its way.
+        // Another thread or program may have subscribed to the feed meanwhile.
         const bool isNew = !found.IsSubscribed && client.SubscribeNew(*found.Feed);
         subscription.What = isNew ? Result::Subscribed : Result::AlreadySubscribed;
         if (isNew) {
@@ -102,7 +103,7 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     Locations locations(client);
     TPodcastFetchRun run(
         queue, [&](const QString& text) { return locations.Of(text); }, {}, isCancelled);
-    // By text, for a second try; several where the text stands in the list more than once.
+    // By text: results that a second try may replace; several if the text is in the list more than once.
     std::map<QString, std::vector<TPodcastSubscription>> putAside;
     while (const auto turn = run.Next()) {
         bool mayPass = false;
