@@ -33,7 +33,7 @@ QString TitleOr(const QString& title, const QString& address) {
     return line.isEmpty() ? OneLine(vexa::MaskedUrl(address)) : line;
 }
 
-/// What to choose from.
+/// Prints the feeds to choose from.
 void ListChoices(Session& session, const TPodcastSubscription& result) {
     session.Out().Complain(vexa::MaskedUrl(result.Location) + u" names " +
                            Feeds(static_cast<qint64>(result.Choices.size())) + u"; take one with subscribe --feed N:");
@@ -45,7 +45,7 @@ void ListChoices(Session& session, const TPodcastSubscription& result) {
     }
 }
 
-/// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
+/// Subscribes and prints each result. With `alreadyFails`, an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, int choice, bool alreadyFails) {
     int status = kDone;
     qsizetype done = 0, dropped = 0;

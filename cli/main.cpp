@@ -1,4 +1,4 @@
-// podcasts: the engine at a terminal.
+// podcasts: the engine's command line.
 
 #include "Commands.h"
 #include "VEXA.Runtime.Version.h"
@@ -23,11 +23,11 @@ Terminal& TheTerminal() {
     return *terminal;
 }
 
-/// Turns the signals that ask a program to stop into a flag and a wake-up. A thread waits for them, because next to
-/// nothing may be done inside a signal handler.
+/// Turns the signals that ask a program to stop into a flag and a wake-up. A thread waits for the signals, because a
+/// signal handler may call hardly anything.
 void HandleSignals() {
-    signal(SIGPIPE, SIG_IGN);  // a closed pipe shows as an error of the write
-    signal(SIGXFSZ, SIG_IGN);  // and so does a file that grows past a limit
+    signal(SIGPIPE, SIG_IGN);  // writing to a closed pipe then fails with an error
+    signal(SIGXFSZ, SIG_IGN);  // writing beyond a file-size limit, too
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -36,7 +36,7 @@ void HandleSignals() {
         for (int number = 0;;) {
             if (sigwait(&signals, &number) != 0) continue;
             if (TheTerminal().Interrupted) {
-                // Asked twice: end at once, whatever the main thread is doing. What is stored survives that.
+                // At the second signal end at once, whatever the main thread is doing. Stored data survives that.
                 signal(number, SIG_DFL);
                 pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
                 raise(number);
@@ -76,7 +76,7 @@ int main(int argc, char* argv[]) {
     setlocale(LC_NUMERIC, "C");
     vexa::AttachMainThread();
     qSetMessagePattern(QStringLiteral("%{category}: %{message}"));
-    // The commands themselves tell what could not be fetched.
+    // The commands themselves print what could not be fetched.
     if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*.warning=false"));
     Terminal& terminal = TheTerminal();

@@ -8,7 +8,7 @@ namespace podcasts {
 
 using namespace vexa;
 
-// ---- What commands have in common ----
+// ---- The base of the commands ----
 
 QString TVEXAPodcastsCustomMenuItem::GetGlyphName() const {
     return QStringLiteral("MENUGLYPH");
@@ -77,7 +77,8 @@ void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem
 
 namespace {
 
-/// What keeps positions lets go of these, other than when an episode counts as listened because it has begun.
+/// Sends kMsgFilesHeard, so that stored playing positions of these episodes are dropped. This is not done for an
+/// episode that is marked because it has begun to play.
 void TellHeard(const QStringList& episodeKeys) {
     const auto names = CreateHostObject<IVEXAObjectList>();
     for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
@@ -95,7 +96,7 @@ void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient&) {
 
 namespace {
 
-/// By the key, since the list holds keys, of which not every one is an address.
+/// Looks up the episode by its key, because the list has keys, not all of which are addresses.
 bool HasLocalCopy(TPodcastClient& client, const QString& episodeKey) {
     QString fileName;
     const auto episode = client.DB().GetEpisode(episodeKey);
