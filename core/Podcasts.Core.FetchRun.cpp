@@ -129,10 +129,10 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
     FWindow = locations;
     if (FRead && !FWindow.contains(FRead->Location)) FRead.reset();
     locations.removeIf([this](const QString& location) { return IsHere(location); });
-    FFetcher.Want(locations, [&](const QString& location) {
+    FFetcher.SetWindow(locations, [&](const QString& location) {
         vexa::HttpFetch fetch = FeedDocumentFetch();
         fetch.IsSecondTry = secondTries.contains(location);
-        if (fetch.IsSecondTry) fetch.Longest = kSecondTries;
+        if (fetch.IsSecondTry) fetch.TotalTimeout = kSecondTries;
         FKnown.remove(location);
         if (const auto known = FNotes ? FNotes(location) : std::nullopt) {
             FKnown.insert(location, *known);
@@ -155,7 +155,7 @@ bool TPodcastFetchRun::IsReady(const QString& location) {
 
 bool TPodcastFetchRun::IsComing(const QString& location) {
     const std::lock_guard lock(FMutex);
-    return IsHere(location) || FFetcher.IsWanted(location);
+    return IsHere(location) || FFetcher.IsInWindow(location);
 }
 
 bool TPodcastFetchRun::IsAnyReady(const QStringList& items) {

@@ -72,7 +72,7 @@ struct HttpFetcher::Impl {
         if (!FMulti) throw std::bad_alloc();
         // Transfers from one host share a connection where the protocol allows it (HTTP/2). Idle connections are kept.
         curl_multi_setopt(FMulti, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
-        curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.AtOnce + limits.Silent)));
+        curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.MaxActive + limits.MaxSilent)));
         FThread = std::thread([this] { Work(); });
     }
     ~Impl() {
@@ -143,7 +143,7 @@ struct HttpFetcher::Impl {
                 const auto now = Clock::now();
                 if (std::exchange(FIsScheduleDue, false) || now - FScheduled >= kTick) {
                     dropped.swap(FDropped);
-                    for (const auto& item : dropped) Leave(*item);
+                    for (const auto& item : dropped) RemoveRunning(*item);
                     PublishArrivals();
                     hasChanged = Schedule(begun, now);
                     FScheduled = now;
@@ -214,12 +214,12 @@ struct HttpFetcher::Impl {
                 hasFailed = true;
                 continue;
             }
-            if (server.Running >= FLimits.ToHost) continue;
-            if (static_cast<int>(FRunning.size() + begun.size()) >= FLimits.AllTogether) break;
+            if (server.Running >= FLimits.MaxPerHost) continue;
+            if (static_cast<int>(FRunning.size() + begun.size()) >= FLimits.MaxTotal) break;
             if (!isUrgent) {
-                if (active >= FLimits.AtOnce || FHeld >= FLimits.HeldBytes) continue;
-                if (static_cast<int>(silent.size()) >= FLimits.Silent) {
-                    if (!GiveWay(silent, now)) continue;
+                if (active >= FLimits.MaxActive || FHeld >= FLimits.MaxHeldBytes) continue;
+                if (static_cast<int>(silent.size()) >= FLimits.MaxSilent) {
+                    if (!EvictLongestSilent(silent, now)) continue;
                     hasFailed = true;
                 }
             }
@@ -242,8 +242,8 @@ struct HttpFetcher::Impl {
 
     /// Ends the transfer that has been silent for longest, if other servers answer in a fraction of that time; over a
     /// slow connection all transfers take long. Hold the lock.
-    bool GiveWay(std::vector<Item*>& silent, Clock::time_point now) {
-        const auto patience = std::max<Clock::duration>(FLimits.GivesWayAfter, 4 * FLatency);
+    bool EvictLongestSilent(std::vector<Item*>& silent, Clock::time_point now) {
+        const auto patience = std::max<Clock::duration>(FLimits.EvictableAfter, 4 * FLatency);
         const auto found = std::find_if(silent.rbegin(), silent.rend(), [&](const Item* item) {
             return !item->IsAwaited && !item->Fetch.IsSecondTry && now - item->LastArrival >= patience;
         });
@@ -251,7 +251,7 @@ struct HttpFetcher::Impl {
         Item* item = *found;
         silent.erase(std::next(found).base());
         item->Transfer->TimeOut();
-        Leave(*item);
+        RemoveRunning(*item);
         Finish(*item);
         return true;
     }
@@ -261,8 +261,8 @@ struct HttpFetcher::Impl {
         item.Request.Url = item.Address;
         item.Request.Compressed = true;
         item.Request.MaxBytes = item.Fetch.MaxBytes;
-        item.Request.Longest = HttpDocumentTimeout();
-        if (item.Fetch.Longest.count() > 0) item.Request.Longest = std::min(item.Request.Longest, item.Fetch.Longest);
+        item.Request.TotalTimeout = HttpDocumentTimeout();
+        if (item.Fetch.TotalTimeout.count() > 0) item.Request.TotalTimeout = std::min(item.Request.TotalTimeout, item.Fetch.TotalTimeout);
         item.Request.Conditions = item.Fetch.Conditions;
         item.Request.OnAccepted = [&item](const HttpResponseInfo& info) {
             item.Result.Document.Info = info;
@@ -277,7 +277,7 @@ struct HttpFetcher::Impl {
         };
         item.Transfer = std::make_unique<HttpTransfer>(item.Request, item.NoCancelCheck);
         item.Transfer->IsHeld = [this, &item] {
-            return item.IsHeldBack = FHeld >= FLimits.HeldBytes && !item.IsAwaited;
+            return item.IsHeldBack = FHeld >= FLimits.MaxHeldBytes && !item.IsAwaited;
         };
         if (FFreeHandles.empty()) FFreeHandles.push_back(curl_easy_init());
         item.Easy = FFreeHandles.back();
@@ -293,12 +293,12 @@ struct HttpFetcher::Impl {
             if (added == CURLM_OK) return;
             item.Transfer->Fail(QString::fromUtf8(curl_multi_strerror(added)));
         }
-        FStillborn.push_back(&item);
+        FFailedToStart.push_back(&item);
     }
 
     /// True when any transfer has ended.
     bool EndTransfers() {
-        std::vector<Item*> ended = std::exchange(FStillborn, {});
+        std::vector<Item*> ended = std::exchange(FFailedToStart, {});
         int left = 0;
         while (const CURLMsg* message = curl_multi_info_read(FMulti, &left)) {
             if (message->msg != CURLMSG_DONE) continue;
@@ -318,14 +318,14 @@ struct HttpFetcher::Impl {
         const std::lock_guard lock(FMutex);
         PublishArrivals();
         for (Item* item : ended) {
-            Leave(*item);
+            RemoveRunning(*item);
             Finish(*item);
         }
         return true;
     }
 
     /// Removes the transfer from the running ones. Hold the lock.
-    void Leave(Item& item) { std::erase(FRunning, &item); }
+    void RemoveRunning(Item& item) { std::erase(FRunning, &item); }
 
     /// Publishes the result of an ended transfer. Hold the lock.
     void Finish(Item& item) {
@@ -355,7 +355,7 @@ struct HttpFetcher::Impl {
 
     void ResumeHeldBack() {
         for (Item* item : FRunning) {
-            if (!item->IsHeldBack || (FHeld >= FLimits.HeldBytes && !item->IsAwaited)) continue;
+            if (!item->IsHeldBack || (FHeld >= FLimits.MaxHeldBytes && !item->IsAwaited)) continue;
             item->IsHeldBack = false;
             curl_easy_pause(item->Easy, CURLPAUSE_CONT);
         }
@@ -380,7 +380,7 @@ struct HttpFetcher::Impl {
     std::atomic<qint64> FHeld{0};  // bytes of all documents, arriving ones included
 
     // Used only by the fetcher's thread.
-    std::vector<Item*> FRunning, FStillborn;
+    std::vector<Item*> FRunning, FFailedToStart;
     std::vector<CURL*> FFreeHandles;
     Clock::time_point FScheduled{};
     Clock::duration FLatency{};  // from a transfer's start to its first data; 0 while no server has answered
@@ -393,7 +393,7 @@ HttpFetcher::HttpFetcher(std::function<void()> changed, HttpFetcherLimits limits
 
 HttpFetcher::~HttpFetcher() = default;
 
-void HttpFetcher::Want(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe) {
+void HttpFetcher::SetWindow(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe) {
     Impl& impl = *FImpl;
     QStringList unknown;
     {
@@ -431,7 +431,7 @@ void HttpFetcher::Await(const QString& address) {
     FImpl->RequireSchedule();
 }
 
-bool HttpFetcher::IsWanted(const QString& address) const {
+bool HttpFetcher::IsInWindow(const QString& address) const {
     const std::lock_guard lock(FImpl->FMutex);
     return FImpl->Find(address) != nullptr;
 }

@@ -1,7 +1,7 @@
 #pragma once
 // Fetches many documents at once, ahead of their use, on one thread that alone owns the connections.
 //
-// The owner sets the window: the addresses that it will need, in order. Want() replaces the window whenever the order
+// The owner sets the window: the addresses that it will need, in order. SetWindow() replaces the window whenever the order
 // changes; an address that is no longer in it is dropped together with its transfer. The thread starts transfers in
 // that order, at most 12 at once and 3 to a host. So that a slow server does not hold up the others, a transfer that
 // has received nothing for 0.15 s is "silent" and does not count towards the 12. At most 60 silent transfers are kept;
@@ -23,19 +23,19 @@
 namespace vexa {
 
 struct HttpFetcherLimits {
-    int AtOnce = 12;  // transfers that are not silent
-    int ToHost = 3;
-    int Silent = 60;
-    int AllTogether = 500;  // transfers of all kinds; each needs a file descriptor
+    int MaxActive = 12;  // transfers that are not silent
+    int MaxPerHost = 3;
+    int MaxSilent = 60;
+    int MaxTotal = 500;  // transfers of all kinds; each needs a file descriptor
     std::chrono::milliseconds SilentAfter{150};
-    std::chrono::milliseconds GivesWayAfter{1500};
-    qint64 HeldBytes = 48 * 1024 * 1024;  // libcurl may hold more: what it has unpacked of paused transfers
+    std::chrono::milliseconds EvictableAfter{1500};
+    qint64 MaxHeldBytes = 48 * 1024 * 1024;  // libcurl may hold more: what it has unpacked of paused transfers
 };
 
 /// One document to fetch.
 struct HttpFetch {
     qint64 MaxBytes = 0;              // limit on the document's size, after decompression
-    std::chrono::seconds Longest{0};  // limit on the whole transfer
+    std::chrono::seconds TotalTimeout{0};  // limit on the whole transfer
     QList<QByteArray> Conditions;     // see HttpGet
     bool IsSecondTry = false;         // starts regardless of other transfers, except for the limit of its host
 };
@@ -57,12 +57,12 @@ public:
 
     /// Sets the window: all addresses that are wanted, in the order in which they will be taken. `describe` is called,
     /// on the calling thread, for the addresses that were not in the window before.
-    void Want(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe);
+    void SetWindow(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe);
     /// Marks an address as awaited: its transfer starts now and is never held back.
     void Await(const QString& address);
 
     /// Whether the address is in the window and has not been taken.
-    bool IsWanted(const QString& address) const;
+    bool IsInWindow(const QString& address) const;
     /// Whether the document has arrived or failed, so that Take does not wait.
     bool IsReady(const QString& address) const;
     /// For how long the address's server has sent nothing since it was asked; 0 when it has not been asked.

@@ -210,7 +210,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
     Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
     Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
-    Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
+    Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.TotalTimeout.count()));
     Set(CURLOPT_BUFFERSIZE, FRequest.Compressed ? kPackedReceiveBuffer : kReceiveBuffer);
     Set(CURLOPT_ERRORBUFFER, FErrorText);
     if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all encodings that libcurl was built with

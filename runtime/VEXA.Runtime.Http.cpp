@@ -88,7 +88,7 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.Url = url;
     request.Compressed = true;
     request.MaxBytes = maxBytes;
-    request.Longest = HttpDocumentTimeout();
+    request.TotalTimeout = HttpDocumentTimeout();
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
         document.Body.reserve(RoomForDocument(info, maxBytes));

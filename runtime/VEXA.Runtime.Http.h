@@ -80,7 +80,7 @@ struct VEXA_RUNTIME_API HttpGet {
     QString Url;
     bool Compressed = false;          // ask for (and undo) content encodings: for documents, not for audio
     qint64 MaxBytes = 0;              // limit on the body's size after decompression; 0: none
-    std::chrono::seconds Longest{0};  // limit on the whole transfer; 0: none
+    std::chrono::seconds TotalTimeout{0};  // limit on the whole transfer; 0: none
     /// Header lines such as "If-None-Match: …". They are not sent to another host after a redirect. If there are any,
     /// status 304 is not a failure.
     QList<QByteArray> Conditions;

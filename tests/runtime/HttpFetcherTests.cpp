@@ -43,7 +43,7 @@ protected:
         return addresses;
     }
     void Want(const QStringList& addresses, bool isSecondTry = false) {
-        Fetcher->Want(addresses, [&](const QString&) {
+        Fetcher->SetWindow(addresses, [&](const QString&) {
             HttpFetch fetch;
             fetch.MaxBytes = kLargest;
             fetch.IsSecondTry = isSecondTry;
@@ -87,9 +87,9 @@ TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsT
 
 TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThem) {
     Limits.SilentAfter = 50ms;
-    Limits.AtOnce = 1;
-    Limits.Silent = 4;
-    Limits.GivesWayAfter = 300ms;
+    Limits.MaxActive = 1;
+    Limits.MaxSilent = 4;
+    Limits.EvictableAfter = 300ms;
     for (int path = 0; path < kPaths; ++path) Servers[4].Serve(QString("/%1").arg(path), Response::Of("document"));
     Start();
     const QStringList addresses = Addresses();
@@ -116,7 +116,7 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
 
 TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     constexpr int kSize = 1'000'000;
-    Limits.HeldBytes = 5 * kSize / 2;
+    Limits.MaxHeldBytes = 5 * kSize / 2;
     for (auto& server : Servers)
         for (int path = 0; path < kPaths; ++path)
             server.Serve(QString("/%1").arg(path), Response::Of(QByteArray(kSize, 'x')));
@@ -142,7 +142,7 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
 TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
     Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
     for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
-    Limits.ToHost = 1;
+    Limits.MaxPerHost = 1;
     Start();
     const QStringList addresses = Addresses(2);
     Want(addresses);
