@@ -203,7 +203,7 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
             next = FindFeedOf(page, choice, load, isSubscribed);
         } catch (const vexa::HttpError& failure) {
             next.Error = QString::fromUtf8(failure.what());
-            next.MayPass = failure.MayPass();
+            next.IsTransient = failure.IsTransient();
             isAnswer = failure.What() != vexa::HttpErrorInfo::Kind::Network;
             isCancelled = failure.What() == vexa::HttpErrorInfo::Kind::Cancelled;
         } catch (const std::exception& failure) {

@@ -47,7 +47,7 @@ struct TPodcastFoundFeed {
     bool IsSubscribed = false;              // Address is subscribed to already; Feed may be missing
     std::vector<TPodcastFeedLink> Choices;  // if there are several feeds: call again with the address of one
     QString Error;
-    bool MayPass = false;          // the error is of a kind that may pass, see HttpErrorInfo
+    bool IsTransient = false;      // the error may be gone later, see HttpErrorInfo
     bool IsUnknownFormat = false;  // the error is that the document has no known format
 };
 

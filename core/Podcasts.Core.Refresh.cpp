@@ -25,16 +25,16 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         putAside.erase(feedURL);
         if (!turn->IsSecondTry) vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
         TPodcastRefreshOutcome outcome{feedURL, {}, {}};
-        bool mayPass = false;
+        bool isTransient = false;
         try {
-            mayPass = Refresh(run, outcome);
+            isTransient = Refresh(run, outcome);
         } catch (const std::exception& error) {
             // The database has failed: this ends the task, and its completion adds outcomes for the remaining feeds.
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FRefreshOutcomes.Add(std::move(outcome));
             throw;
         }
-        if (mayPass && !turn->IsSecondTry && !IsCancelled()) {
+        if (isTransient && !turn->IsSecondTry && !IsCancelled()) {
             run.TryAgain();
             putAside.emplace(feedURL, std::move(outcome));
             continue;
@@ -70,7 +70,7 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         throw;
     } catch (const vexa::HttpError& error) {
         outcome.Error = QString::fromUtf8(error.what());
-        return error.MayPass();
+        return error.IsTransient();
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }

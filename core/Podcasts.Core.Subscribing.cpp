@@ -54,10 +54,10 @@ private:
     QHash<QString, QString> FKnown;
 };
 
-/// Handles one turn of the run. Sets `mayPass` when a second try may succeed.
+/// Handles one turn of the run. Sets `isTransient` when a second try may succeed.
 TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, const QString& text,
                                  const QString& firstLocation, int choice, const vexa::CancelCheck& isCancelled,
-                                 bool& mayPass) {
+                                 bool& isTransient) {
     TPodcastSubscription subscription;
     const QStringList locations = FeedLocationsOf(text);
     subscription.Location = locations.size() == 1 ? locations.first() : text.trimmed();
@@ -70,7 +70,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
     try {
         TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
         subscription.Error = found.Error;
-        mayPass = found.MayPass;
+        isTransient = found.IsTransient;
         if (!found.Error.isEmpty()) return subscription;
         if (!found.Choices.empty()) {
             subscription.What = Result::SeveralFeeds;
@@ -106,11 +106,11 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     // By text: results that a second try may replace; several if the text is in the list more than once.
     std::map<QString, std::vector<TPodcastSubscription>> putAside;
     while (const auto turn = run.Next()) {
-        bool mayPass = false;
+        bool isTransient = false;
         auto subscription =
-            SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, mayPass);
+            SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, isTransient);
         auto& others = putAside[turn->Item];
-        if (mayPass && !turn->IsSecondTry) {
+        if (isTransient && !turn->IsSecondTry) {
             run.TryAgain();
             others.push_back(std::move(subscription));
             continue;

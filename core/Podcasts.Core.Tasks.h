@@ -30,7 +30,7 @@ public:
     void Complete() override;
 
 private:
-    /// Refreshes the feed of the run's current turn. True when it failed in a way that may pass, see HttpErrorInfo.
+    /// Refreshes the feed of the run's current turn. True for a transient failure, see HttpErrorInfo.
     bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
     bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
     void AddOutcome(TPodcastRefreshOutcome outcome);

@@ -31,7 +31,7 @@ constexpr auto kCancelPoll = milliseconds(20);
 struct Server {
     int Running = 0;  // running transfers, without those that are held back
     bool HasAnswered = false;
-    QString Failure;       // the message of a failure that may pass; empty when there was none
+    QString Failure;       // the message of a transient failure; empty when there was none
     QDateTime RestsUntil;  // until when the server asked not to be asked again; null if it did not
 };
 
@@ -209,7 +209,7 @@ struct HttpFetcher::Impl {
             if (const QString reason = ReasonNotToAsk(*item, server); !reason.isEmpty()) {
                 item->Result.Outcome.What = HttpErrorInfo::Kind::Network;
                 item->Result.Outcome.Message = reason;
-                item->Result.Outcome.MayPass = server.RestsUntil.isNull();
+                item->Result.Outcome.IsTransient = server.RestsUntil.isNull();
                 item->At = Item::Stage::Done;
                 hasFailed = true;
                 continue;
@@ -262,7 +262,8 @@ struct HttpFetcher::Impl {
         item.Request.Compressed = true;
         item.Request.MaxBytes = item.Fetch.MaxBytes;
         item.Request.TotalTimeout = HttpDocumentTimeout();
-        if (item.Fetch.TotalTimeout.count() > 0) item.Request.TotalTimeout = std::min(item.Request.TotalTimeout, item.Fetch.TotalTimeout);
+        if (item.Fetch.TotalTimeout.count() > 0)
+            item.Request.TotalTimeout = std::min(item.Request.TotalTimeout, item.Fetch.TotalTimeout);
         item.Request.Conditions = item.Fetch.Conditions;
         item.Request.OnAccepted = [&item](const HttpResponseInfo& info) {
             item.Result.Document.Info = info;
@@ -333,7 +334,7 @@ struct HttpFetcher::Impl {
         Server& server = *item.From;
         FIsScheduleDue = true;
         const HttpErrorInfo& outcome = item.Result.Outcome;
-        if (outcome.MayPass) server.Failure = outcome.Message;
+        if (outcome.IsTransient) server.Failure = outcome.Message;
         if (outcome.RetryAfter.count() > 0)
             FServers[ServerOf(item.Transfer->AnsweringAddress())].RestsUntil =
                 QDateTime::currentDateTime().addSecs(outcome.RetryAfter.count());

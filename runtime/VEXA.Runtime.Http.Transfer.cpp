@@ -296,7 +296,7 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
         return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
     if (code != CURLE_OK) {
         HttpErrorInfo info = Failure(Kind::Network, CurlReason(code, FErrorText));
-        info.MayPass = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
+        info.IsTransient = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
         return info;
     }
     // An empty body never reaches the write callback.
@@ -351,7 +351,7 @@ QString HttpTransfer::AnsweringAddress() const {
 
 void HttpTransfer::TimeOut() {
     FOutcome = Failure(HttpErrorInfo::Kind::Network, CurlReason(CURLE_OPERATION_TIMEDOUT, nullptr));
-    FOutcome.MayPass = true;
+    FOutcome.IsTransient = true;
 }
 
 /// Runs a callback of the request; its exception is kept and ends the transfer.
@@ -495,7 +495,10 @@ void HttpTransfer::Progress(bool last) {
 }
 
 HttpError::HttpError(const HttpErrorInfo& info)
-    : std::runtime_error(info.Message.toStdString()), FWhat(info.What), FStatus(info.Status), FMayPass(info.MayPass) {}
+    : std::runtime_error(info.Message.toStdString()),
+      FWhat(info.What),
+      FStatus(info.Status),
+      FIsTransient(info.IsTransient) {}
 HttpError::~HttpError() = default;
 
 void HttpErrorInfo::RaiseIfFailed() const {

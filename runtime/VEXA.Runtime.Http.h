@@ -31,7 +31,7 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
     int Status = 0;                      // HTTP status of the last response; 0 when there was none
     QString Message;                     // empty on success
     std::exception_ptr Cause;            // the exception that a callback threw (Kind::Callback)
-    bool MayPass = false;                // a refused connection or a time-out: worth a second try later
+    bool IsTransient = false;            // a refused connection or a time-out: worth a second try later
     std::chrono::seconds RetryAfter{0};  // with status 429 or 503: for how long the server asks not to be asked again
 
     bool Succeeded() const noexcept { return What == Kind::Success; }
@@ -48,12 +48,12 @@ public:
 
     HttpErrorInfo::Kind What() const noexcept { return FWhat; }
     int Status() const noexcept { return FStatus; }
-    bool MayPass() const noexcept { return FMayPass; }
+    bool IsTransient() const noexcept { return FIsTransient; }
 
 private:
     HttpErrorInfo::Kind FWhat;
     int FStatus;
-    bool FMayPass;
+    bool FIsTransient;
 };
 
 /// Which bytes of the complete content a partial response holds (RFC 9110, section 14.4).
@@ -78,8 +78,8 @@ struct HttpResponseInfo {
 /// exception from a callback ends the transfer as a failure and is kept in the error information.
 struct VEXA_RUNTIME_API HttpGet {
     QString Url;
-    bool Compressed = false;          // ask for (and undo) content encodings: for documents, not for audio
-    qint64 MaxBytes = 0;              // limit on the body's size after decompression; 0: none
+    bool Compressed = false;               // ask for (and undo) content encodings: for documents, not for audio
+    qint64 MaxBytes = 0;                   // limit on the body's size after decompression; 0: none
     std::chrono::seconds TotalTimeout{0};  // limit on the whole transfer; 0: none
     /// Header lines such as "If-None-Match: …". They are not sent to another host after a redirect. If there are any,
     /// status 304 is not a failure.

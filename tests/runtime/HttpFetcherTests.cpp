@@ -102,12 +102,12 @@ TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThe
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); })) << "it has given way";
     const HttpErrorInfo outcome = Take(addresses[0]);
     EXPECT_EQ(outcome.Message, "the server did not answer in time");
-    EXPECT_TRUE(outcome.MayPass);
+    EXPECT_TRUE(outcome.IsTransient);
     // Its server's other addresses fail with it, until it is asked once more.
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
     const int asked = Requests(0);
     Want({addresses[9]});
-    EXPECT_TRUE(Take(addresses[9]).MayPass);
+    EXPECT_TRUE(Take(addresses[9]).IsTransient);
     EXPECT_EQ(Requests(0), asked);
     Servers[0].Serve("/9", Response::Of("document"));
     Want({addresses[9]}, true);
@@ -152,7 +152,7 @@ TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
         const HttpErrorInfo outcome = Take(addresses[path]);
         EXPECT_TRUE(outcome.Message.startsWith("it was not asked for, since its server wants to be left alone until "));
         EXPECT_TRUE(outcome.Message.contains(until)) << outcome.Message.toStdString();
-        EXPECT_FALSE(outcome.MayPass) << "not worth a second try in the same run";
+        EXPECT_FALSE(outcome.IsTransient) << "not worth a second try in the same run";
     }
     EXPECT_EQ(Requests(0), 1);
     EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";
