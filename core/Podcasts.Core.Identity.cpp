@@ -44,9 +44,9 @@ public:
         ApplyRule(&Matcher::SameAddressAndGUID);
         ApplyRule(&Matcher::SameGUID);
         ApplyRule(&Matcher::SameTitleAndDate);
-        ApplyRule(&Matcher::SameAddressAndOneThingMore);
+        ApplyRule(&Matcher::SameAddressAndAnotherValue);
         ApplyRule(&Matcher::SameTitle);
-        KeepAddressesOfThoseWithoutAudio();
+        KeepStoredAddresses();
         FindTwins();
         return std::move(FMatches);
     }
@@ -113,7 +113,7 @@ private:
         std::unordered_map<Key, int, KeyHash> TitlesAndDates;
         std::unordered_set<std::string_view> Addresses;
     };
-    const Counts& InDocument() {
+    const Counts& DocumentCounts() {
         if (FCounts) return *FCounts;
         Counts& counts = FCounts.emplace();
         for (std::size_t i = 0; i < FDocument.Episodes().size(); ++i) {
@@ -126,11 +126,11 @@ private:
         return counts;
     }
     /// Whether a GUID occurs exactly once in the document: only then does it identify an episode.
-    bool Tells(std::string_view guid) {
-        const auto found = InDocument().GUIDs.find(guid);
-        return !guid.empty() && found != InDocument().GUIDs.end() && found->second == 1;
+    bool IsUniqueGUID(std::string_view guid) {
+        const auto found = DocumentCounts().GUIDs.find(guid);
+        return !guid.empty() && found != DocumentCounts().GUIDs.end() && found->second == 1;
     }
-    bool StandsInDocument(std::string_view address) { return InDocument().Addresses.contains(address); }
+    bool OccursInDocument(std::string_view address) { return DocumentCounts().Addresses.contains(address); }
 
     // ---- The stored rows ----
 
@@ -162,7 +162,7 @@ private:
     /// not occur in the document, then the row written last.
     auto Preference(int row, std::size_t match) {
         return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).Fields[pefURI]),
-                               !StandsInDocument(ComparedRow(row).Address), row);
+                               !OccursInDocument(ComparedRow(row).Address), row);
     }
 
     // ---- The rules ----
@@ -222,13 +222,13 @@ private:
 
     int SameAddressAndGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Address.empty() || !Tells(is.GUID)) return -1;
+        if (is.Address.empty() || !IsUniqueGUID(is.GUID)) return -1;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int row) { return ComparedRow(row).Address == is.Address; });
     }
 
     int SameGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (!Tells(is.GUID)) return -1;
+        if (!IsUniqueGUID(is.GUID)) return -1;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int index) {
             // Some publishers use one GUID for all episodes, so if everything else differs it is a new episode.
             const Compared& row = ComparedRow(index);
@@ -240,11 +240,11 @@ private:
 
     int SameTitleAndDate(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Date == 0 || InDocument().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
+        if (is.Date == 0 || DocumentCounts().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
         RowIndex& index = Index(FByTitleAndDate, [](const Compared& row) {
             return row.Date == 0 ? std::nullopt : std::optional(Key{row.Title, {}, row.Date});
         });
-        const auto isEligible = [&](int row) { return !Tells(ComparedRow(row).GUID); };
+        const auto isEligible = [&](int row) { return !IsUniqueGUID(ComparedRow(row).GUID); };
         // Prefer a row with a file or a mark, which could be lost.
         const auto isKept = [&](int row) {
             return !RowAt(row).Fields[pefURLAudioCached].empty() || RowAt(row).State != pesNew;
@@ -254,7 +254,7 @@ private:
         return kept >= 0 ? kept : BestOf(index, key, match, isEligible);
     }
 
-    int SameAddressAndOneThingMore(std::size_t match) {
+    int SameAddressAndAnotherValue(std::size_t match) {
         // An address alone is not enough, because some publishers always put the newest episode at the same address.
         const Compared& is = Of(match);
         if (is.Address.empty()) return -1;
@@ -263,10 +263,10 @@ private:
             const bool isSame = row.Address == is.Address &&
                                 ((!is.GUID.empty() && row.GUID == is.GUID) ||
                                  (!is.Title.empty() && row.Title == is.Title) || (is.Date != 0 && row.Date == is.Date));
-            if (isSame && !Tells(row.GUID)) return own;
+            if (isSame && !IsUniqueGUID(row.GUID)) return own;
         }
         const auto key = [this](bool isThere, const Compared& row, const Key& made) {
-            return isThere && !row.Address.empty() && !Tells(row.GUID) ? std::optional<Key>(made) : std::nullopt;
+            return isThere && !row.Address.empty() && !IsUniqueGUID(row.GUID) ? std::optional<Key>(made) : std::nullopt;
         };
         RowIndex& byGUID = Index(FByAddressAndGUID, [&](const Compared& row) {
             return key(!row.GUID.empty(), row, {row.Address, {}, 0, row.GUID});
@@ -287,7 +287,7 @@ private:
         constexpr std::size_t kFewestItems = 5;
         const Compared& is = Of(match);
         if (FDocument.Episodes().size() < kFewestItems || is.Title.empty()) return -1;
-        if (InDocument().Titles.at(is.Title) != 1) return -1;
+        if (DocumentCounts().Titles.at(is.Title) != 1) return -1;
         if (FRowsOfTitle.empty()) {
             for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
                 auto& [count, last] = FRowsOfTitle[ComparedRow(row).Title];
@@ -299,7 +299,7 @@ private:
         if (found == FRowsOfTitle.end() || found->second.first != 1) return -1;
         const int row = found->second.second;
         const bool isUndated = is.Date == 0 || ComparedRow(row).Date == 0;
-        return IsFree(row) && isUndated && !Tells(ComparedRow(row).GUID) ? row : -1;
+        return IsFree(row) && isUndated && !IsUniqueGUID(ComparedRow(row).GUID) ? row : -1;
     }
 
     template <class Accepts>
@@ -314,7 +314,7 @@ private:
     // ---- After the rules ----
 
     /// Keeps the stored address of an episode that has no audio now, which is often so for an hour only.
-    void KeepAddressesOfThoseWithoutAudio() {
+    void KeepStoredAddresses() {
         for (TPodcastEpisodeMatch& match : FMatches) {
             if (match.Row < 0 || HasAudio(*match.Episode)) continue;
             match.URI = vexa::FromUtf8(RowAt(match.Row).Fields[pefURI]);
@@ -336,10 +336,10 @@ private:
         for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
             if (!IsFree(row)) continue;
             const std::string_view guid = WithoutScheme(RowAt(row).Fields[pefGUID]);
-            if (!found.contains(guid) || !Tells(guid)) continue;
+            if (!found.contains(guid) || !IsUniqueGUID(guid)) continue;
             if (owners.empty()) owners = OwnersOfTwins();
             const Compared& twin = ComparedRow(row);
-            const std::string_view address = StandsInDocument(twin.Address) ? twin.Address : std::string_view();
+            const std::string_view address = OccursInDocument(twin.Address) ? twin.Address : std::string_view();
             auto owner = owners.find({guid, twin.Title, 0, address});
             const auto byDate = twin.Date == 0 ? owners.end() : owners.find({guid, {}, twin.Date, address});
             if (owner == owners.end() || (byDate != owners.end() && byDate->second < owner->second)) owner = byDate;
@@ -357,7 +357,7 @@ private:
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
             if (FMatches[i].Row < 0) continue;
             const std::string_view guid = WithoutScheme(RowAt(FMatches[i].Row).Fields[pefGUID]);
-            if (!Tells(guid)) continue;
+            if (!IsUniqueGUID(guid)) continue;
             const Compared &is = Of(i), &kept = ComparedRow(FMatches[i].Row);
             for (const std::string_view address : {std::string_view(), is.Address}) {
                 for (const std::string_view title : {is.Title, kept.Title})

@@ -24,11 +24,11 @@ public:
         return *chain;
     }
 
-    void SetWays(std::vector<std::unique_ptr<NotificationPresenter>> ways) {
+    void SetPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
         Hide();
         std::vector<std::shared_ptr<NotificationPresenter>> shared;
-        for (auto& way : ways) shared.emplace_back(std::move(way));
-        FWays = std::move(shared);
+        for (auto& presenter : presenters) shared.emplace_back(std::move(presenter));
+        FPresenters = std::move(shared);
     }
 
     void Show(const void* owner, Notification notification) {
@@ -52,17 +52,17 @@ public:
 
 private:
     void Hide() {
-        const bool isShown = FOwner && FAt < FWays.size();
+        const bool isShown = FOwner && FAt < FPresenters.size();
         ++FTurn;
         FOwner = nullptr;
         FShown = {};
         if (!isShown) return;
-        const auto way = FWays[FAt];
-        way->Hide();
+        const auto presenter = FPresenters[FAt];
+        presenter->Hide();
     }
 
     void Try() {
-        if (FAt == FWays.size()) {
+        if (FAt == FPresenters.size()) {
             qCWarning(LogRuntime).noquote() << "nothing shows notifications:" << FShown.Title << "-" << FShown.Text;
             return;
         }
@@ -71,10 +71,11 @@ private:
             ++FAt;
             Try();
         };
-        const auto way = FWays[FAt];  // copies keep the presenter and the notification alive during the call
+        const auto presenter =
+            FPresenters[FAt];  // copies keep the presenter and the notification alive during the call
         const Notification shown = FShown;
         try {
-            way->Show(shown, refused);
+            presenter->Show(shown, refused);
         } catch (const std::exception& error) {
             qCWarning(LogRuntime) << "a way of showing notifications failed:" << error.what();
             refused();
@@ -85,11 +86,11 @@ private:
         if (turn == FTurn && onClick) onClick();
     }
 
-    static std::vector<std::shared_ptr<NotificationPresenter>> DefaultWays() {
+    static std::vector<std::shared_ptr<NotificationPresenter>> DefaultPresenters() {
         return {MakeServicePresenter(), MakeTrayPresenter()};
     }
 
-    std::vector<std::shared_ptr<NotificationPresenter>> FWays = DefaultWays();
+    std::vector<std::shared_ptr<NotificationPresenter>> FPresenters = DefaultPresenters();
     const void* FOwner = nullptr;  // the icon of the notification; null when none is shown
     Notification FShown;
     std::size_t FAt = 0;      // the index of the presenter that has the notification
@@ -101,7 +102,7 @@ private:
 NotificationPresenter::~NotificationPresenter() = default;
 
 void SetNotificationPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
-    Chain::Instance().SetWays(std::move(presenters));
+    Chain::Instance().SetPresenters(std::move(presenters));
 }
 
 NotificationIcon::NotificationIcon() : FImpl(std::make_shared<Impl>()) {}
