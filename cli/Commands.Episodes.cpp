@@ -129,7 +129,7 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
         // The file stays, and so does its record, so that the next attempt finds the file again.
         const QString reason =
             isPermanent ? file.errorString() : QStringLiteral("there is no trash for it (see --permanently)");
-        session.Out().Complain(u"cannot delete " + fileName + u": " + reason);
+        session.Out().PrintError(u"cannot delete " + fileName + u": " + reason);
         ++failures;
     }
     return failures == 0 ? kDone : kFailed;

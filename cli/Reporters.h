@@ -15,7 +15,7 @@
 namespace podcasts::cli {
 
 /// Prints one line that says how many items a stopped command has not processed; nothing when `count` is 0.
-void ComplainOfDropped(Session& session, qsizetype count);
+void PrintDropped(Session& session, qsizetype count);
 
 /// Collects the outcomes of all tasks of one kind that run while it is registered as a listener.
 template <class Outcome>

@@ -108,7 +108,7 @@ QString Session::FindFeed(const QString& feed) {
              QStringList(feed) + FeedLocationsOf(feed) + QStringList(QDir().absoluteFilePath(feed)))
             if (FClient->IsSubscribed(location)) return location;
     }
-    FTerminal.Complain(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
+    FTerminal.PrintError(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
     return {};
 }
 
@@ -119,7 +119,7 @@ QStringList Session::FindEpisodes(const QStringList& keys, int& unknown) {
         try {
             found += FKeys.Resolve(key);
         } catch (const KeyError& error) {
-            FTerminal.Complain(QString::fromUtf8(error.what()));
+            FTerminal.PrintError(QString::fromUtf8(error.what()));
             ++unknown;
         }
     };

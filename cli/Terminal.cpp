@@ -75,7 +75,7 @@ void Terminal::FlushLines() {
     if (std::fflush(stdout) != 0) throw OutputEnded();
 }
 
-void Terminal::Complain(const QString& message) {
+void Terminal::PrintError(const QString& message) {
     const std::lock_guard lock(FMutex);
     EraseStatus();
     std::fflush(stdout);

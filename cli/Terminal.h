@@ -30,7 +30,7 @@ public:
     void Print(const QString& text);
     void PrintLine(const QString& text) { Print(text + u'\n'); }
     /// Prints "podcasts: MESSAGE" to standard error.
-    void Complain(const QString& message);
+    void PrintError(const QString& message);
     /// Replaces the status line at the bottom of a terminal, or removes it if `text` is empty; does nothing if standard
     /// error is not a terminal.
     void ShowStatus(const QString& text);

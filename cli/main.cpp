@@ -18,7 +18,7 @@ namespace podcasts::cli {
 namespace {
 
 // Never destroyed: the thread that waits for signals lives as long as the process.
-Terminal& TheTerminal() {
+Terminal& SharedTerminal() {
     static auto* terminal = new Terminal;
     return *terminal;
 }
@@ -35,20 +35,20 @@ void HandleSignals() {
     std::thread([signals] {
         for (int number = 0;;) {
             if (sigwait(&signals, &number) != 0) continue;
-            if (TheTerminal().Interrupted) {
+            if (SharedTerminal().Interrupted) {
                 // At the second signal end at once, whatever the main thread is doing. Stored data survives that.
                 signal(number, SIG_DFL);
                 pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
                 raise(number);
             }
-            TheTerminal().Interrupted = true;
+            SharedTerminal().Interrupted = true;
             vexa::WakeMainThread();
         }
     }).detach();
 }
 
 int Run(const QStringList& words) {
-    Terminal& terminal = TheTerminal();
+    Terminal& terminal = SharedTerminal();
     const Invocation invocation = ParseArguments(words);
     if (invocation.WantsVersion) {
         terminal.PrintLine(QStringLiteral("podcasts ") + QString::fromLatin1(vexa::kVersion));
@@ -59,7 +59,7 @@ int Run(const QStringList& words) {
         const int status = invocation.Chosen->Run(session, invocation.Given);
         terminal.Flush();
         if (!session.IsInterrupted()) return status;
-        terminal.Complain(QStringLiteral("interrupted"));
+        terminal.PrintError(QStringLiteral("interrupted"));
         return kFailed;
     }
     terminal.Flush();
@@ -79,17 +79,17 @@ int main(int argc, char* argv[]) {
     // The commands themselves print what could not be fetched.
     if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*.warning=false"));
-    Terminal& terminal = TheTerminal();
+    Terminal& terminal = SharedTerminal();
     try {
         return Run(QCoreApplication::arguments().sliced(1));
     } catch (const UsageError& error) {
-        terminal.Complain(QString::fromUtf8(error.what()));
+        terminal.PrintError(QString::fromUtf8(error.what()));
         return kWrongUsage;
     } catch (const OutputEnded&) {
-        if (terminal.Interrupted) terminal.Complain(QStringLiteral("interrupted"));
+        if (terminal.Interrupted) terminal.PrintError(QStringLiteral("interrupted"));
         return kFailed;
     } catch (const std::exception& error) {
-        terminal.Complain(QString::fromUtf8(error.what()));
+        terminal.PrintError(QString::fromUtf8(error.what()));
         return kFailed;
     }
 }
