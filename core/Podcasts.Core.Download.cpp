@@ -140,7 +140,7 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
             outcome.FileName = download.FileOfAnother;
             return;
         }
-        const TPodcastResumption::Decision next = download.Resumption.After(info);
+        const TPodcastResumption::Decision next = download.Resumption.Decide(info);
         outcome.Error = next.Error;
         if (next.What != Kind::Again) break;
         if (next.Pause.count() > 0) {
@@ -148,7 +148,7 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
                                                 << download.Resumption.Held() << "-" << info.Message;
             WaitForConnection(download, next.Pause);
         }
-        if (IsToStop(download)) {
+        if (ShouldStop(download)) {
             outcome.Error = QStringLiteral("cancelled");
             break;
         }
@@ -174,12 +174,12 @@ vexa::HttpErrorInfo TPodcastClientTaskDownloadEpisodes::Attempt(Download& downlo
     request.OnProgress = [&](qint64, qint64) {
         FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), download.Caption);
     };
-    return request.Run([&] { return IsToStop(download); });
+    return request.Run([&] { return ShouldStop(download); });
 }
 
 bool TPodcastClientTaskDownloadEpisodes::Accept(Download& download, const vexa::HttpResponseInfo& response) {
     const auto answer = download.Resumption.Accept(response);
-    if (answer != TPodcastResumption::Answer::BeginsAnew) return answer == TPodcastResumption::Answer::GoesOn;
+    if (answer != TPodcastResumption::Answer::Restarts) return answer == TPodcastResumption::Answer::Continues;
     download.MimeType = response.MimeType;
     download.Start.clear();
     download.IsAudio = false;
@@ -246,11 +246,11 @@ void TPodcastClientTaskDownloadEpisodes::WaitForConnection(Download& download, s
     const TPodcastResumption& resumption = download.Resumption;
     FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), kWaitingForConnection + download.Caption);
     const auto end = Clock::now() + pause;
-    for (auto now = Clock::now(); now < end && !IsToStop(download); now = Clock::now())
+    for (auto now = Clock::now(); now < end && !ShouldStop(download); now = Clock::now())
         std::this_thread::sleep_for(std::min<Clock::duration>(kStep, end - now));
 }
 
-bool TPodcastClientTaskDownloadEpisodes::IsToStop(Download& download) {
+bool TPodcastClientTaskDownloadEpisodes::ShouldStop(Download& download) {
     constexpr auto kBetweenLooks = std::chrono::seconds(1);
     if (IsCancelled() || !download.IsStored) return true;
     const auto now = Clock::now();

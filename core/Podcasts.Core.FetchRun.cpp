@@ -176,7 +176,7 @@ TPodcastFeedDocument TPodcastFetchRun::TakeDocument() {
         }
     }
     if (read.Location.isEmpty()) read = ReadNow(FLocation, FFetcher.Take(FLocation, FIsCancelled));
-    if (read.IsToBeLoadedWhole) return LoadFeedDocument(FLocation, FIsCancelled);
+    if (read.NeedsFullLoad) return LoadFeedDocument(FLocation, FIsCancelled);
     if (read.Error) {
         FFailure = read.Error;
         std::rethrow_exception(std::exchange(read.Error, nullptr));
@@ -198,7 +198,7 @@ TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::
     try {
         fetched.Outcome.RaiseIfFailed();
         auto document = ReadFeedDocument(location, std::move(fetched.Document), known);
-        read.IsToBeLoadedWhole = !document;
+        read.NeedsFullLoad = !document;
         if (document) read.Document = std::move(*document);
     } catch (...) {
         read.Error = std::current_exception();

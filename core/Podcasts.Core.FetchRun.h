@@ -73,7 +73,7 @@ private:
         QString Location;
         TPodcastFeedDocument Document;
         std::exception_ptr Error;
-        bool IsToBeLoadedWhole = false;  // the server says "not modified" of another document than the known one
+        bool NeedsFullLoad = false;  // the server says "not modified" of another document than the known one
     };
     struct SecondTry {
         QString Item, Location;

@@ -16,13 +16,13 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; },
         [this](const QString& feedURL) { return FClient.DB().GetDocumentNote(feedURL); },
         [this] { return IsCancelled(); });
-    std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed: outcomes that a second try may replace
-    const auto addThoseWithoutAnother = qScopeGuard([&] {
-        for (auto& [feedURL, outcome] : putAside) AddOutcome(std::move(outcome));
+    std::map<QString, TPodcastRefreshOutcome> firstTries;  // by feed: outcomes that a second try may replace
+    const auto addRemaining = qScopeGuard([&] {
+        for (auto& [feedURL, outcome] : firstTries) AddOutcome(std::move(outcome));
     });
     while (const auto turn = run.Next()) {
         const QString& feedURL = turn->Item;
-        putAside.erase(feedURL);
+        firstTries.erase(feedURL);
         if (!turn->IsSecondTry) vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
         TPodcastRefreshOutcome outcome{feedURL, {}, {}};
         bool isTransient = false;
@@ -36,7 +36,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         }
         if (isTransient && !turn->IsSecondTry && !IsCancelled()) {
             run.TryAgain();
-            putAside.emplace(feedURL, std::move(outcome));
+            firstTries.emplace(feedURL, std::move(outcome));
             continue;
         }
         AddOutcome(std::move(outcome));

@@ -41,34 +41,34 @@ void SetDownloadPauseUnit(std::chrono::milliseconds unit) {
     PauseUnit = unit.count();
 }
 
-bool TPodcastResumption::CanGoOn() const noexcept {
+bool TPodcastResumption::CanResume() const noexcept {
     return !FValidator.isEmpty() && FHeld >= kEnough;
 }
 
 void TPodcastResumption::Prepare(vexa::HttpGet& request) {
-    FAsked = CanGoOn() ? FHeld : 0;
+    FFirstRequested = CanResume() ? FHeld : 0;
     FHeldBefore = FHeld;
-    FIsUseless = false;
-    request.FirstByte = FAsked;
-    request.IfRange = FAsked > 0 ? FValidator : QByteArray();
+    FIsUnusable = false;
+    request.FirstByte = FFirstRequested;
+    request.IfRange = FFirstRequested > 0 ? FValidator : QByteArray();
 }
 
 TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseInfo& response) {
     const QByteArray validator = StrongValidator(response);
     const auto& part = response.Part;
-    const bool isRest = FAsked > 0 && response.Status == 206 && part && part->First == FAsked;
+    const bool isRest = FFirstRequested > 0 && response.Status == 206 && part && part->First == FFirstRequested;
     if (isRest && validator == FValidator && (FSize == 0 || part->Size == FSize)) {
         FSize = part->Size;
-        return Answer::GoesOn;
+        return Answer::Continues;
     }
-    FIsUseless = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
-    if (FIsUseless) return Answer::IsUseless;
+    FIsUnusable = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
+    if (FIsUnusable) return Answer::Unusable;
     if (FHasBegun) ++FRestarts;
     FHasBegun = true;
     FValidator = validator;
     FSize = response.Size;
     FHeld = FHeldBefore = 0;
-    return Answer::BeginsAnew;
+    return Answer::Restarts;
 }
 
 void TPodcastResumption::Arrived(std::size_t size) {
@@ -77,7 +77,7 @@ void TPodcastResumption::Arrived(std::size_t size) {
     if (FSize > 0 && FHeld > FSize) throw std::runtime_error("the server sent more than the file that it announced");
 }
 
-TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo& info) {
+TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInfo& info) {
     using Kind = vexa::HttpErrorInfo::Kind;
     const bool isWhole = FSize > 0 ? FHeld == FSize : info.Succeeded();
     switch (info.What) {
@@ -88,14 +88,14 @@ TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo
             return AfterBreak(info.Succeeded() ? QStringLiteral("the server ended before the whole file had arrived")
                                                : info.Message);
         case Kind::Refused:
-            if (FIsUseless)
-                return AskForAll(
+            if (FIsUnusable)
+                return RequestWholeFile(
                     QStringLiteral("the connection broke, and the server does not go on with the file; try again"));
             break;
         case Kind::Status: {
             constexpr int kTooManyRequests = 429, kServerErrors = 500;
             if (info.Status >= kServerErrors) return AfterBreak(info.Message);
-            if (FAsked > 0 && info.Status != kTooManyRequests) return AskForAll(info.Message);
+            if (FFirstRequested > 0 && info.Status != kTooManyRequests) return RequestWholeFile(info.Message);
             break;
         }
         default:
@@ -106,14 +106,14 @@ TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo
 
 TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
     if (FHeld - FHeldBefore >= kEnough) FPauses = 0;
-    const bool mayBeginAnew = FRestarts < kMostRestarts;
-    if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanGoOn() || mayBeginAnew))
+    const bool mayRestart = FRestarts < kMostRestarts;
+    if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanResume() || mayRestart))
         return {Decision::Kind::Failed, {}, reason};
     const int units = kPauses[static_cast<std::size_t>(FPauses++)];
     return {Decision::Kind::Again, std::chrono::milliseconds(units * PauseUnit.load())};
 }
 
-TPodcastResumption::Decision TPodcastResumption::AskForAll(const QString& reason) {
+TPodcastResumption::Decision TPodcastResumption::RequestWholeFile(const QString& reason) {
     FValidator.clear();
     if (FRestarts == kMostRestarts) return {Decision::Kind::Failed, {}, reason};
     return {Decision::Kind::Again};

@@ -22,13 +22,13 @@ namespace podcasts {
 void SetDownloadPauseUnit(std::chrono::milliseconds unit);
 
 /// One object serves one download, on one thread. For each attempt, call Prepare with the request, Accept with the
-/// headers of a successful response, Arrived with the size of every block, and then After to learn what to do next.
+/// headers of a successful response, Arrived with the size of every block, and then Decide to learn what to do next.
 class TPodcastResumption {
 public:
     enum class Answer {
-        GoesOn,      // the body continues the bytes that have arrived
-        BeginsAnew,  // the body is a whole file: discard the bytes that have arrived before writing it
-        IsUseless,   // neither: refuse the body, and call After
+        Continues,  // the body continues the bytes that have arrived
+        Restarts,   // the body is a whole file: discard the bytes that have arrived before writing it
+        Unusable,   // neither: refuse the body, and call Decide
     };
     struct Decision {
         enum class Kind { Done, Again, Failed };
@@ -42,7 +42,7 @@ public:
     Answer Accept(const vexa::HttpResponseInfo& response);
     /// Throws std::runtime_error when more bytes have arrived than the file has.
     void Arrived(std::size_t size);
-    Decision After(const vexa::HttpErrorInfo& info);
+    Decision Decide(const vexa::HttpErrorInfo& info);
 
     /// The number of bytes that have arrived, and the file's size; 0 while it is unknown.
     qint64 Held() const noexcept { return FHeld; }
@@ -50,9 +50,9 @@ public:
 
 private:
     /// Whether the rest can be requested.
-    bool CanGoOn() const noexcept;
+    bool CanResume() const noexcept;
     Decision AfterBreak(const QString& reason);
-    Decision AskForAll(const QString& reason);
+    Decision RequestWholeFile(const QString& reason);
 
     // About the version of the file that is being fetched.
     QByteArray FValidator;  // empty: there is no strong validator
@@ -60,9 +60,9 @@ private:
     qint64 FHeld = 0;
 
     // About the current attempt.
-    qint64 FAsked = 0;        // the first byte requested
-    qint64 FHeldBefore = 0;   // FHeld when the body began
-    bool FIsUseless = false;  // whether Accept returned IsUseless
+    qint64 FFirstRequested = 0;  // the first byte requested
+    qint64 FHeldBefore = 0;      // FHeld when the body began
+    bool FIsUnusable = false;    // whether Accept returned Unusable
 
     bool FHasBegun = false;      // the body of some response was accepted
     bool FIsWorthwhile = false;  // some attempt has brought enough bytes to be worth resuming

@@ -104,12 +104,12 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     TPodcastFetchRun run(
         queue, [&](const QString& text) { return locations.Of(text); }, {}, isCancelled);
     // By text: results that a second try may replace; several if the text is in the list more than once.
-    std::map<QString, std::vector<TPodcastSubscription>> putAside;
+    std::map<QString, std::vector<TPodcastSubscription>> firstTries;
     while (const auto turn = run.Next()) {
         bool isTransient = false;
         auto subscription =
             SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, isTransient);
-        auto& others = putAside[turn->Item];
+        auto& others = firstTries[turn->Item];
         if (isTransient && !turn->IsSecondTry) {
             run.TryAgain();
             others.push_back(std::move(subscription));
@@ -119,7 +119,7 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
         for (std::size_t told = 0; told < count; ++told) finished(subscription);
         others.clear();
     }
-    for (const auto& [text, subscriptions] : putAside)
+    for (const auto& [text, subscriptions] : firstTries)
         for (const auto& subscription : subscriptions) finished(subscription);
     for (const QString& text : queue.Upcoming(texts.size())) {
         TPodcastSubscription dropped;

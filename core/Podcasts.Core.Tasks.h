@@ -67,7 +67,7 @@ private:
     /// Returns after `pause`, or as soon as the download has to stop.
     void WaitForConnection(Download& download, std::chrono::milliseconds pause);
     /// Whether the task is cancelled, or the file is no longer needed.
-    bool IsToStop(Download& download);
+    bool ShouldStop(Download& download);
     /// Records the file, or removes it when the outcome has an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };
