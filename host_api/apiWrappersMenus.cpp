@@ -109,7 +109,7 @@ void TVEXAUICustomMenuItem::OnExecute(IUnknown* data) noexcept {
     try {
         Execute(data);
     } catch (...) {
-        TellCaughtException("a menu command");
+        ShowCaughtException("a menu command");
     }
 }
 

@@ -9,7 +9,7 @@ namespace vexa {
 
 /// Logs that `what` failed, with the exception that is being handled, and shows its message in front of the host's main
 /// window. For actions that the user has requested. Main thread.
-void TellCaughtException(const char* what) noexcept;
+void ShowCaughtException(const char* what) noexcept;
 
 /// Lets several adapters act as one object: queries for interfaces that this adapter does not offer go to its master.
 class TVEXAUICustomEventAdapter : public TInterfacedObjectEx {

@@ -25,7 +25,7 @@ constexpr qsizetype kMostFilesNamed = 10;
 constexpr qsizetype kLongestName = 300;  // letters
 
 /// Work that waits for its turn.
-class Works {
+class CommandQueue {
 public:
     /// True when no task is running, so that the caller must start one.
     bool Add(TPodcastsCommandWork work) {
@@ -49,12 +49,12 @@ private:
     std::deque<TPodcastsCommandWork> FWaiting;  // guarded by FMutex
     bool FIsRunning = false;                    // guarded by FMutex
 };
-Works Waiting;
+CommandQueue WaitingCommands;
 
 /// Shows a message whose text is made on the main thread, and waits for that: once the work has ended there may be no
 /// host any more.
 template <class MakeText>
-void Tell(MakeText makeText) {
+void ShowMessage(MakeText makeText) {
     RunInMainThread([&] { ShowErrorBox(HostMainWindow(), QString(), makeText()); }, true);
 }
 
@@ -64,13 +64,13 @@ public:
     explicit CommandTask(TPodcastsClientPass client) : FClient(std::move(client)) {}
 
     void Execute() override {
-        while (const TPodcastsCommandWork work = Waiting.Next()) {
+        while (const TPodcastsCommandWork work = WaitingCommands.Next()) {
             try {
                 work(*FClient.Get());
             } catch (...) {
                 LogCaughtException("a menu command");
                 const QString reason = CaughtMessage();
-                GuardedCall("showing an error", [&] { Tell([&] { return reason; }); });
+                GuardedCall("showing an error", [&] { ShowMessage([&] { return reason; }); });
             }
         }
     }
@@ -81,9 +81,9 @@ private:
 };
 
 /// Tells the user about files that should have been deleted but still exist.
-void TellOfKeptFiles(const QStringList& files) {
+void ReportKeptFiles(const QStringList& files) {
     if (files.isEmpty()) return;
-    Tell([&] {
+    ShowMessage([&] {
         QString text = FormatText(LocalizedText(QStringLiteral("Podcasts\\MSG15")), QString::number(files.size()));
         text += u'\n';
         for (const QString& file : files.mid(0, kMostFilesNamed)) text += u'\n' + TextForLabel(file, kLongestName);
@@ -98,7 +98,7 @@ void RunCommand(TPodcastsCommandWork work) {
     auto client = TPodcastsClientPass::Enter();
     if (!client) return;
     const auto isDone = std::make_shared<std::atomic<bool>>(false);
-    const bool isFirst = Waiting.Add([work = std::move(work), isDone](TPodcastClient& itsClient) {
+    const bool isFirst = WaitingCommands.Add([work = std::move(work), isDone](TPodcastClient& itsClient) {
         struct Ending {
             std::atomic<bool>& IsDone;
             ~Ending() {
@@ -120,7 +120,7 @@ void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys
         kept += client.DeleteCachedEpisodes(episodeKeys.mid(begin, kKeysAtOnce));
         client.NotifyDataChanged();
     }
-    TellOfKeptFiles(kept);
+    ReportKeptFiles(kept);
 }
 
 void MarkListened(TPodcastClient& client, const QString& episodeKey) {
@@ -136,7 +136,7 @@ void MarkListened(TPodcastClient& client, const QString& episodeKey) {
 }
 
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles) {
-    TellOfKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
+    ReportKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
 }
 
 }  // namespace podcasts

@@ -47,7 +47,7 @@ void TPodcastsRows::Open(const TPodcastsDB& db) {
     FVersion = -1;
 }
 
-void TPodcastsRows::DropWhatChanged() {
+void TPodcastsRows::DropOutdated() {
     // The first read determines the state of the snapshot; only after it does the version belong to that state.
     FReader->QueryInteger("SELECT Count(*) FROM sqlite_master");
     const qint64 version = FReader->DataVersion();
@@ -136,7 +136,7 @@ std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TPo
     Open(db);
     // One snapshot for the whole request: the next request sees what another thread commits meanwhile.
     const SqliteSnapshot snapshot(*FReader);
-    DropWhatChanged();
+    DropOutdated();
     if (request.Count == 0 || !IsRegular()) return ReadRows(request.Statement + request.Range);
     if (const SharedRowIDs all = AllIDs(request)) {
         const auto begin = std::min(static_cast<std::size_t>(request.Offset), all->size());
@@ -151,7 +151,7 @@ qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TPodcastsRowRequest& re
     const std::lock_guard lock(FMutex);
     Open(db);
     const SqliteSnapshot snapshot(*FReader);
-    DropWhatChanged();
+    DropOutdated();
     if (!IsRegular())
         return FReader->QueryInteger(ToUtf8(QString(u"SELECT Count(*) FROM (" + request.Statement + u')')));
     for (const KeptIDs& kept : FKept)

@@ -38,7 +38,7 @@ private:
 
     void Open(const TPodcastsDB& db);
     /// Call it inside a snapshot, so that the kept ids and texts belong to the same state as the rows that are read.
-    void DropWhatChanged();
+    void DropOutdated();
     /// Whether the two steps return the same rows as the whole statement.
     bool IsRegular();
     /// The ids of all rows of a request; null when finding only those of the page is faster.

@@ -134,14 +134,14 @@ public:
     SubscribingProgress(Ref<IUnknown> storage, TVEXAPodcastsMLBackgroundTaskHelper& tasks, qsizetype count)
         : FStorage(std::move(storage)), FTasks(tasks), FCount(count), FTask(NextTask()) {
         FTasks.StartTask(FTask, QStringLiteral("Podcasts\\MSG17"), [cancelled = FIsCancelled] { *cancelled = true; });
-        Tell(0);
+        Update(0);
     }
     ~SubscribingProgress() { FTasks.FinishTask(FTask); }
     SubscribingProgress(const SubscribingProgress&) = delete;
     SubscribingProgress& operator=(const SubscribingProgress&) = delete;
 
     // Any thread.
-    void Tell(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
+    void Update(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
     bool IsCancelled() const { return *FIsCancelled; }
 
 private:
@@ -175,7 +175,7 @@ public:
             return TPodcastsClientPass::IsClosing() || (FProgress && FProgress->IsCancelled());
         };
         SubscribeByAddress(*FClient.Get(), FLocations, 0, isCancelled,
-                           [this](const TPodcastSubscription& subscription) { Tell(subscription); });
+                           [this](const TPodcastSubscription& subscription) { Finished(subscription); });
     }
     void Complete() override {
         RunInMainThread(
@@ -189,15 +189,15 @@ public:
     }
 
 private:
-    void Tell(const TPodcastSubscription& subscription) {
-        ++FTold;
-        if (FProgress) FProgress->Tell(FTold);
+    void Finished(const TPodcastSubscription& subscription) {
+        ++FFinished;
+        if (FProgress) FProgress->Update(FFinished);
         if (!FEvents) return;
         // If one call fails, the others are still made.
         GuardedCall("telling what became of an address",
-                    [&] { RunInMainThread([&] { TellEvents(subscription); }, true); });
+                    [&] { RunInMainThread([&] { ReportResult(subscription); }, true); });
     }
-    void TellEvents(const TPodcastSubscription& subscription) {
+    void ReportResult(const TPodcastSubscription& subscription) {
         const auto location = ToHostString(subscription.Location);
         const auto choices = Query<IVEXAMLSubscriptionChoices>(FEvents.Get());
         if (choices && !subscription.Choices.empty()) {
@@ -218,7 +218,7 @@ private:
 
     TPodcastsClientPass FClient;
     QStringList FLocations;
-    qsizetype FTold = 0;
+    qsizetype FFinished = 0;
     Ref<IVEXAMLSubscriptionEvents> FEvents;
     std::unique_ptr<SubscribingProgress> FProgress;
 };

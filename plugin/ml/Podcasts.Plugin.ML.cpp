@@ -38,7 +38,7 @@ QString ReasonOf(const SqliteError& error) {
     return limits.isEmpty() ? reason : FormatText(limits, reason);
 }
 
-void TellWhy(IVEXAMLDataFilter& filter, const QString& reason) {
+void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
     Ref<IVEXAErrorInfo> error;
     if (Succeeded(filter.GetValueAsObject(IVEXAMLDataFilter::ErrorInfo, IVEXAErrorInfo::IID, error.PutVoid())))
         error->SetInfo(-1, ToHostString(reason).Get(), nullptr);
@@ -143,11 +143,11 @@ HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList*
             return S_OK;
         } catch (const std::invalid_argument& error) {
             LogCaughtException(what);
-            TellWhy(*filter, QString::fromUtf8(error.what()));
+            SetErrorInfo(*filter, QString::fromUtf8(error.what()));
             return E_INVALIDARG;
         } catch (const SqliteError& error) {
             LogCaughtException(what);
-            TellWhy(*filter, ReasonOf(error));
+            SetErrorInfo(*filter, ReasonOf(error));
             return E_UNEXPECTED;
         }
     });
@@ -192,7 +192,7 @@ HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
         TfrmPodcastFeed::Subscribe(owner, *client);
         return S_OK;
     } catch (...) {
-        TellCaughtException("subscribing in a dialog");
+        ShowCaughtException("subscribing in a dialog");
         return E_UNEXPECTED;
     }
 }
