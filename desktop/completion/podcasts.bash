@@ -72,7 +72,8 @@ _podcasts() {
     else
         # The operands in "usage: podcasts mark STATE KEY…", without options and brackets.
         local operands
-        read -ra operands < <(sed -n '1{s/^usage: podcasts [^ ]*//; s/\[--[^]]*\]//g; s/|.*//; s/[][]//g; p}' <<<"$help")
+        read -ra operands < <(sed -n '1{s/^usage: podcasts [^ ]*//; s/\[--[^]]*\]//g; s/|.*//; s/[][]//g; p}' \
+            <<<"$help")
         kind=${operands[given]:-}
         [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
     fi

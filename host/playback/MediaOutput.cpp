@@ -25,6 +25,7 @@ constexpr int kTicksAtEnd = 5;
 constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
+constexpr int kThroughFile = 0x80;             // the stream is downloaded to a temporary file and read from there
 
 struct FreeMessage {
     void operator()(GstMessage* message) const { gst_message_unref(message); }
@@ -94,6 +95,7 @@ void MediaOutput::Start(const QString& source) {
     FHasMoved = false;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
+    FIsThroughFile = false;
     FCanSeek = true;
     try {
         if (const QString problem = Initialize(); !problem.isEmpty()) {
@@ -115,8 +117,10 @@ void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
     FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
-    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume, "audio-filter",
-                 gst_element_factory_make("scaletempo", nullptr), nullptr);
+    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0),
+                 "audio-filter", gst_element_factory_make("scaletempo", nullptr), nullptr);
+    if (!FIsLocal && !FIsThroughFile)
+        g_signal_connect(FPipeline, "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
         GError* error = nullptr;
         GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &error);
@@ -158,6 +162,28 @@ void MediaOutput::Drop() {
     gst_object_unref(pipeline);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
     FTriesLeft = FTicksAtEnd = 0;
+}
+
+/// GStreamer's Ogg demultiplexer (Vorbis, Opus) is unreliable when it seeks in a network stream: playback hangs, or the
+/// end of the stream is reported at once. Seeks in a file work. Called on GStreamer's threads, which are joined before
+/// this object is destroyed.
+void MediaOutput::OnElementAdded(GstBin* pipeline, GstBin*, GstElement* element, void* self) {
+    if (!IsMadeBy("oggdemux", GST_OBJECT(element))) return;
+    auto* output = static_cast<MediaOutput*>(self);
+    const auto reopen = [output, pipeline = GST_ELEMENT(pipeline)] {
+        if (output->FPipeline == pipeline) output->ReopenThroughFile();
+    };
+    QMetaObject::invokeMethod(output, reopen, Qt::QueuedConnection);
+}
+
+void MediaOutput::ReopenThroughFile() {
+    const bool wasPrerolled = FIsPrerolled;
+    const double position = Position();
+    Drop();
+    if (wasPrerolled && !FTarget) FTarget = position;
+    FIsThroughFile = true;
+    Open();
+    Apply();
 }
 
 /// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.

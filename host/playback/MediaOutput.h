@@ -14,6 +14,7 @@
 
 #include <optional>
 
+using GstBin = struct _GstBin;
 using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
@@ -76,6 +77,8 @@ private:
     void Open();
     void Close();
     void Drop();
+    static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
+    void ReopenThroughFile();
     void ReopenWithoutSeeking();
     void Fail(Problem problem, const QString& details);
     void Drain();
@@ -100,10 +103,11 @@ private:
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
-    bool FCanSeek = true;     // false once a seek has failed
-    bool FHasPlayed = false;  // since the last seek
-    bool FHasMoved = false;   // since Start
-    int FTriesLeft = 0;       // of a seek that the source was not ready for
+    bool FIsThroughFile = false;  // a network stream is read through a temporary file
+    bool FCanSeek = true;         // false once a seek has failed
+    bool FHasPlayed = false;      // since the last seek
+    bool FHasMoved = false;       // since Start
+    int FTriesLeft = 0;           // of a seek that the source was not ready for
     QByteArray FUri;
     int FTicksAtEnd = 0;            // ticks at the end of the source without an end-of-stream message
     qint64 FEndPosition = 0;        // position in those ticks, in ns

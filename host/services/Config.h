@@ -12,8 +12,8 @@
 
 namespace vexa::host {
 
-/// A second after a value was set, a worker thread writes the file, so that even a crash loses no more than that second.
-/// Numbers are written in decimal, Booleans as 1 and 0, streams in base64.
+/// A second after a value was set, a worker thread writes the file, so that even a crash loses no more than that
+/// second. Numbers are written in decimal, Booleans as 1 and 0, streams in base64.
 class ConfigService final : public RefCountedObject<IVEXAServiceConfig> {
 public:
     /// Reads the file, which may be missing. Throws std::runtime_error when the file exists but cannot be read.
@@ -27,7 +27,8 @@ public:
     /// Takes over what other programs have written to the file; values set here and not saved yet stay. A file that
     /// cannot be read is logged.
     void Reload();
-    /// Writes the values that were set to disk at once. Returns why that failed, which is logged, too; empty on success.
+    /// Writes the values that were set to disk at once. Returns why that failed, which is logged, too; empty on
+    /// success.
     QString Save();
 
     HResult Flush() noexcept override;

@@ -45,8 +45,8 @@ public:
 
     /// Stops, and replaces the output. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
-    /// Sets the listener that is called whenever a file was given to the output, even the same file again; null for none.
-    /// Plug-ins get a message instead, and only once the file is heard. Main thread.
+    /// Sets the listener that is called whenever a file was given to the output, even the same file again; null for
+    /// none. Plug-ins get a message instead, and only once the file is heard. Main thread.
     void SetStartListener(std::function<void()> listener) { FStarted = std::move(listener); }
     AudioOutput& Output() noexcept { return *FOutput; }
 

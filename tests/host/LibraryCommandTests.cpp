@@ -85,9 +85,9 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
     EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
     EXPECT_EQ(AnswerTo("tasks", "downloads"), "[]");
-    EXPECT_EQ(
-        AnswerTo("tasks", "refresh"),
-        R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,"refused":false}])");
+    EXPECT_EQ(AnswerTo("tasks", "refresh"),
+              R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
+              R"("refused":false}])");
     EXPECT_EQ(AnswerTo("cancel 2", ""), "the task 2 cannot be cancelled");
     EXPECT_EQ(AnswerTo("cancel 1", ""), "there is no task 1: tasks lists them");
     EXPECT_EQ(AnswerTo("subscribe http://a no http://known", "results"),

@@ -9,6 +9,7 @@
 #include <QProcess>
 
 #include <chapterframe.h>
+#include <gst/gst.h>
 #include <id3v2tag.h>
 #include <textidentificationframe.h>
 #include <wavfile.h>
@@ -31,6 +32,25 @@ void Tag(const QString& file, const char* album, const std::vector<Chapter>& cha
         wav.ID3v2Tag()->addFrame(frame);
     }
     ASSERT_TRUE(wav.save());
+}
+
+/// A file of one tone in Ogg Vorbis.
+void MakeOgg(const QString& file, double seconds) {
+    gst_init(nullptr, nullptr);
+    const QByteArray line =
+        "audiotestsrc num-buffers=" + QByteArray::number(int(seconds * 44100 / 1024)) +
+        " ! audio/x-raw,rate=44100 ! audioconvert ! vorbisenc ! oggmux ! filesink location=" + QFile::encodeName(file);
+    GstElement* pipeline = gst_parse_launch(line.constData(), nullptr);
+    ASSERT_NE(pipeline, nullptr);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    GstMessage* message =
+        gst_bus_timed_pop_filtered(bus, 20 * GST_SECOND, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    EXPECT_TRUE(message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS);
+    if (message) gst_message_unref(message);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(bus);
+    gst_object_unref(pipeline);
 }
 
 /// The order of a list.
@@ -216,6 +236,26 @@ TEST_F(PlaybackTest, ABrokenStreamIsReportedAndCanBeResumed) {
     ASSERT_TRUE(WaitUntil([&] { return Player->CurrentState() == State::Playing && Player->Position() > died + 0.3; }));
     EXPECT_LT(Player->Position(), died + 3);
     EXPECT_EQ(Started, 1) << "resuming is not a new start";
+}
+
+TEST_F(PlaybackTest, AnOggStreamStartsWhereItWasLeftAndAtItsSpeed) {
+    tests::LoopbackServer server;
+    MakeOgg(Profile.File(u"a.ogg"_s), 60);
+    server.Serve(u"/a.ogg"_s, tests::Response::Of(ReadWhole(Profile.File(u"a.ogg"_s)), "audio/ogg").WithRanges());
+    for (const double speed : {1.0, 1.5})
+        for (const double left : {0.0, 40.0}) {
+            SCOPED_TRACE(testing::Message() << "from " << left << " at " << speed);
+            Player->Play(server.Url(u"/a.ogg"_s));
+            Player->SetSpeed(speed);
+            Player->Seek(left);
+            ASSERT_TRUE(WaitUntil([&] { return Player->Position() > left + 0.3; }));
+            EXPECT_LT(Player->Position(), left + 5);
+            EXPECT_NEAR(Player->Duration(), 60, 1);
+            Player->Stop();
+        }
+    EXPECT_TRUE(Errors.isEmpty());
+    EXPECT_TRUE(Warnings.isEmpty());
+    EXPECT_TRUE(Heard.isEmpty());
 }
 
 TEST_F(PlaybackTest, AServerWithoutRangeRequestsIsPlayedFromTheBeginning) {

@@ -43,7 +43,7 @@ protected:
         return addresses;
     }
     void Want(const QStringList& addresses, bool isSecondTry = false) {
-        Fetcher->Want(addresses, [&](const QString&) {
+        Fetcher->SetWindow(addresses, [&](const QString&) {
             HttpFetch fetch;
             fetch.MaxBytes = kLargest;
             fetch.IsSecondTry = isSecondTry;
@@ -87,9 +87,9 @@ TEST_F(HttpFetching, StartsTwelveTransfersInOrderThreePerHostAndAnotherWhenOneIs
 
 TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     Limits.SilentAfter = 50ms;
-    Limits.AtOnce = 1;
-    Limits.Silent = 4;
-    Limits.GivesWayAfter = 300ms;
+    Limits.MaxActive = 1;
+    Limits.MaxSilent = 4;
+    Limits.EvictableAfter = 300ms;
     for (int path = 0; path < kPaths; ++path) Servers[4].Serve(QString("/%1").arg(path), Response::Of("document"));
     Start();
     const QStringList addresses = Addresses();
@@ -103,12 +103,12 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
         << "it was cancelled in favour of others";
     const HttpErrorInfo outcome = Take(addresses[0]);
     EXPECT_EQ(outcome.Message, "the server did not answer in time");
-    EXPECT_TRUE(outcome.MayPass);
-    // The server's other addresses fail with it, until the server is asked again.
+    EXPECT_TRUE(outcome.IsTransient);
+    // Its server's other addresses fail with it, until it is asked once more.
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
     const int asked = Requests(0);
     Want({addresses[9]});
-    EXPECT_TRUE(Take(addresses[9]).MayPass);
+    EXPECT_TRUE(Take(addresses[9]).IsTransient);
     EXPECT_EQ(Requests(0), asked);
     Servers[0].Serve("/9", Response::Of("document"));
     Want({addresses[9]}, true);
@@ -117,7 +117,7 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
 
 TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     constexpr int kSize = 1'000'000;
-    Limits.HeldBytes = 5 * kSize / 2;
+    Limits.MaxHeldBytes = 5 * kSize / 2;
     for (auto& server : Servers)
         for (int path = 0; path < kPaths; ++path)
             server.Serve(QString("/%1").arg(path), Response::Of(QByteArray(kSize, 'x')));
@@ -143,7 +143,7 @@ TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
 TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
     for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
-    Limits.ToHost = 1;
+    Limits.MaxPerHost = 1;
     Start();
     const QStringList addresses = Addresses(2);
     Want(addresses);
@@ -153,7 +153,7 @@ TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
         const HttpErrorInfo outcome = Take(addresses[path]);
         EXPECT_TRUE(outcome.Message.startsWith("it was not asked for, since its server wants to be left alone until "));
         EXPECT_TRUE(outcome.Message.contains(until)) << outcome.Message.toStdString();
-        EXPECT_FALSE(outcome.MayPass) << "not worth a second try in the same run";
+        EXPECT_FALSE(outcome.IsTransient) << "not worth a second try in the same run";
     }
     EXPECT_EQ(Requests(0), 1);
     EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";

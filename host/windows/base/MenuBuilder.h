@@ -1,9 +1,13 @@
 #pragma once
 // Builds the toolkit's menus from the items of the menu manager. Main thread.
 //
-//     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);    // a permanent menu
+// A permanent menu:
 //
-//     QMenu context(this);                                                                 // a context menu
+//     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);
+//
+// A context menu:
+//
+//     QMenu context(this);
 //     context.addAction(play);
 //     FillMenu(context, host.Menus(), *host.Menus().BuiltIn(kMenuLibraryTable));
 //     context.exec(position);
