@@ -1,9 +1,9 @@
 #pragma once
 // Fetches many documents at once, ahead of their use, on one thread that alone owns the connections.
 //
-// The owner sets the window: the addresses that it will need, in order. SetWindow() replaces the window whenever the order
-// changes; an address that is no longer in it is dropped together with its transfer. The thread starts transfers in
-// that order, at most 12 at once and 3 to a host. So that a slow server does not hold up the others, a transfer that
+// The owner sets the window: the addresses that it will need, in order. SetWindow() replaces the window whenever the
+// order changes; an address that is no longer in it is dropped together with its transfer. The thread starts transfers
+// in that order, at most 12 at once and 3 to a host. So that a slow server does not hold up the others, a transfer that
 // has received nothing for 0.15 s is "silent" and does not count towards the 12. At most 60 silent transfers are kept;
 // when there are more, the one that has waited longest is ended as a time-out, provided that other servers answer in a
 // fraction of its time. A server that has timed out and has never answered is not asked again: its other addresses fail
@@ -34,10 +34,10 @@ struct HttpFetcherLimits {
 
 /// One document to fetch.
 struct HttpFetch {
-    qint64 MaxBytes = 0;              // limit on the document's size, after decompression
+    qint64 MaxBytes = 0;                   // limit on the document's size, after decompression
     std::chrono::seconds TotalTimeout{0};  // limit on the whole transfer
-    QList<QByteArray> Conditions;     // see HttpGet
-    bool IsSecondTry = false;         // starts regardless of other transfers, except for the limit of its host
+    QList<QByteArray> Conditions;          // see HttpGet
+    bool IsSecondTry = false;              // starts regardless of other transfers, except for the limit of its host
 };
 
 /// The result of one fetch.

@@ -5,9 +5,9 @@
 // The same arguments give the same bytes on every machine. --new adds K newer episodes at the top of every E-th feed
 // and leaves all other bytes unchanged.
 
-#include "feed_document.h"
-#include "opml_document.h"
-#include "show.h"
+#include "FeedDocument.h"
+#include "OpmlDocument.h"
+#include "Show.h"
 
 #include <charconv>
 #include <filesystem>

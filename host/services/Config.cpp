@@ -16,12 +16,12 @@ namespace {
 
 constexpr std::chrono::seconds kSaveAfter{1};
 
-/// What would read back as another key, or as none, is no key path.
+/// A key path is refused if the file, read back, would yield another key or none.
 bool IsKeyPath(const QString& keyPath) {
     const QString key = keyPath.sliced(keyPath.lastIndexOf(u'\\') + 1);
     const QString section = keyPath.chopped(key.size());
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    // The mark would be taken for the file's own.
+    // U+FEFF in front would be read as the file's byte-order mark.
     return !key.isEmpty() && !keyPath.startsWith(u'\\') && key == key.trimmed() && !key.contains(u'=') &&
            !QStringView(u";#[\uFEFF").contains(key.front()) &&
            std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) && section.count(u'[') + section.count(u']') == 0;
@@ -29,7 +29,7 @@ bool IsKeyPath(const QString& keyPath) {
 
 }  // namespace
 
-/// The disk may be slow, and another program may hold the file's lock.
+/// Saves on a worker thread, because the disk may be slow, or another program may hold the file's lock.
 class ConfigService::SaveTask final : public Task {
 public:
     SaveTask(const SettingsFile& file, std::shared_ptr<ConfigService*> owner)
@@ -40,7 +40,7 @@ public:
             FSaved.Save();
             FIsSaved = true;
         } catch (const std::exception& error) {
-            qCWarning(LogHost).noquote() << error.what();  // the next change, or the end, tries again
+            qCWarning(LogHost).noquote() << error.what();  // tried again after the next change, and at the end
         }
     }
     void Complete() override {
@@ -81,7 +81,7 @@ void ConfigService::SaveInBackground() {
 }
 
 void ConfigService::OnSaved(const SettingsFile& copied, const SettingsFile* saved) {
-    if (FSaving == 0) return;  // everything has been saved since
+    if (FSaving == 0) return;  // Save has saved everything since
     FSaving = 0;
     if (!saved) return;
     FFile.TakeSaved(copied, *saved);
@@ -98,7 +98,7 @@ void ConfigService::Reload() {
 
 QString ConfigService::Save() {
     FSaver.stop();
-    // What is being written now is older.
+    // Wait for a write in the background, whose contents are older.
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
     try {
         FFile.Save();

@@ -82,7 +82,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
         if (FFileName.isEmpty()) return E_FAIL;
         const Ref<IVEXAFileInfo> made(new FileInfo);
         const Ref<IVEXAString> name = MakeString(FFileName);
-        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // nobody may know it: then the name is all
+        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // if no provider knows the file, only its name is given
         made->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(FFileName).Get());
         *info = Ref(made).Detach();
         return S_OK;
@@ -97,7 +97,7 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
             SetError(error, resolved.Result, resolved.Message);
             return resolved.Result;
         }
-        // What broke off and goes on is heard already.
+        // A file that is resumed after a failure was reported as heard before.
         if (name != FFileName) FHasMoved = false;
         FFileName = name;
         FSource = resolved.Source;

@@ -13,7 +13,7 @@ constexpr char kActions[] =
     "RefreshFeeds RefreshFeed Unsubscribe EditSubscription Subscribe CreateSmartPlaylist MarkAs CachedFilesControl "
     "CheckCachedFiles MarkAs.PL CachedFilesControl.PL";
 
-/// What a translation has to keep of a text: how many parts it has, and where other text goes.
+/// What a translation must preserve of a text: the number of parts, and the placeholders in each.
 QString Shape(const QStringList& parts) {
     QStringList shapes;
     for (const QString& part : parts)
@@ -59,7 +59,7 @@ TEST(Languages, EveryLanguageIsComplete) {
     }
 }
 
-TEST(Languages, LinesThatMeanNothingAreSkipped) {
+TEST(Languages, InvalidLinesAreSkipped) {
     const LanguageFile file(
         "Name = X \r\nStray=1\r\n[A B]\r\n; no\r\nk=1\\n2\\|3|\\\\4\\5\r\nno equals\r\n=no key\r\n[open\r\nK=again\r\n"
         "e=\r\n[\r\n[C]\r\nu=a=b",

@@ -1,5 +1,5 @@
 #pragma once
-// Playback over a host with a profile of the test's own, and tones to play.
+// Playback over a host with a profile of its own, and tones to play.
 
 #include "HostFixture.h"
 #include "Playback.h"
@@ -13,7 +13,7 @@
 
 constexpr int kTone = 440;  // Hz
 
-/// A WAV file of one tone, in 16 bits.
+/// A WAV file of one tone with 16 bits per sample.
 inline QByteArray MakeTone(double seconds, int rate = 8000, int channels = 1) {
     const auto frames = static_cast<qsizetype>(seconds * rate);
     const auto size = static_cast<quint32>(frames * channels * 2);
@@ -42,7 +42,7 @@ protected:
         Host.Messages().Handle(kMsgPlaybackStarted, [this](std::int32_t, void*) { return ++Started, S_OK; });
         Open();
     }
-    /// As after a new start of the program.
+    /// Makes a new Playback, as a new start of the program does.
     void Open(const QString& sink = u"fakesink sync=true"_s) {
         Player.reset();
         Player.emplace(Host, sink);
@@ -58,10 +58,10 @@ protected:
         return file;
     }
     bool WaitFor(State state) {
-        return tests::WaitUntil([&] { return Player->TheState() == state; }, std::chrono::seconds(20));
+        return tests::WaitUntil([&] { return Player->CurrentState() == state; }, std::chrono::seconds(20));
     }
 
     std::optional<host::Playback> Player;
     QStringList Errors, Warnings, Heard, Skipped;
-    int Started = 0;  // as plug-ins were told
+    int Started = 0;  // number of messages that a file plays
 };

@@ -28,7 +28,7 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
 }
 
-TEST_F(Settings, WriteWhereAValueIsReadFrom) {
+TEST_F(Settings, WriteAValueWhereItIsReadFrom) {
     WriteWhole(FileName, "[A]\nk=1\nk=2\n[A\\B]\nC=3\n[A]\nB\\C=4\n[B]\nk=5\n[A]\nk=6\n");
     SettingsFile settings(FileName);
     settings.Write("A\\k", "new");
@@ -44,7 +44,7 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     theirs.Write("P\\Untouched", "theirs");
     theirs.Write("P\\Missing", "theirs");
     theirs.Save();
-    mine.Write("P\\Untouched", "1");  // as it was read
+    mine.Write("P\\Untouched", "1");  // the value that was read
     mine.Write("P\\Missing", "default");
     mine.Write("P\\Changed", "mine");
     mine.Save();
@@ -70,7 +70,7 @@ TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {
     EXPECT_EQ(ReadWhole(FileName), "[P]\nSet=theirs\nTwice=3\nBack=1\nMissing=theirs\n");
 }
 
-TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
+TEST_F(Settings, ReturnOddValuesUnchanged) {
     const QString values[] = {"",
                               " blanks around ",
                               "\"",

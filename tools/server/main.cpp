@@ -4,7 +4,7 @@
 // or https with the certificate and key of two PEM files), and ends when its standard input closes, so that it never
 // outlives its parent process.
 
-#include "http_folder.h"
+#include "HttpFolder.h"
 
 #include <httplib.h>
 #include <sys/socket.h>

@@ -29,7 +29,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     AddThemes(theme);
     AddLanguages();
     FView->addSeparator();
-    ShowOffers(nullptr);
+    EnableOffered(nullptr);
     Localize();
 }
 
@@ -83,7 +83,7 @@ void WindowMenuBar::AddLanguages() {
     }
 }
 
-void WindowMenuBar::ShowOffers(const LibraryStorage* storage) {
+void WindowMenuBar::EnableOffered(const LibraryStorage* storage) {
     FSubscribe->setEnabled(storage && storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>());
     for (QAction* action : {FImport, FExport}) action->setEnabled(storage && storage->Subscriptions());
 }

@@ -1,7 +1,7 @@
-#include "show.h"
+#include "Show.h"
 
-#include "prose.h"
-#include "random.h"
+#include "Prose.h"
+#include "Random.h"
 
 #include <array>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #pragma once
 // A show: what its episodes have in common, and how its publisher writes them. Number N is the same show in every run.
 
-#include "dates.h"
-#include "languages.h"
+#include "Dates.h"
+#include "Languages.h"
 
 #include <cstdint>
 #include <string>

@@ -1,8 +1,8 @@
 #pragma once
 // Text that superficially resembles that of podcasts: titles, sentences, and show notes in HTML.
 
-#include "languages.h"
-#include "random.h"
+#include "Languages.h"
+#include "Random.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include "http_folder.h"
+#include "HttpFolder.h"
 
-#include "media_types.h"
+#include "MediaTypes.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,17 +20,17 @@ namespace {
 
 class Descriptor {
 public:
-    explicit Descriptor(const std::filesystem::path& file) : fd_(open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    explicit Descriptor(const std::filesystem::path& file) : FDescriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
     ~Descriptor() {
-        if (fd_ >= 0) close(fd_);
+        if (FDescriptor >= 0) close(FDescriptor);
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
-    [[nodiscard]] int Get() const noexcept { return fd_; }
+    [[nodiscard]] int Get() const noexcept { return FDescriptor; }
 
 private:
-    const int fd_;
+    const int FDescriptor;
 };
 
 std::string HttpDate(std::time_t time) {
@@ -119,19 +119,19 @@ struct HttpFolder::File {
     }
 };
 
-HttpFolder::HttpFolder(std::filesystem::path folder, SiteHabits habits) : folder_(std::move(folder)), habits_(habits) {}
+HttpFolder::HttpFolder(std::filesystem::path folder, SiteHabits habits) : FFolder(std::move(folder)), FHabits(habits) {}
 
 void HttpFolder::Answer(const httplib::Request& request, httplib::Response& response) {
-    const auto file = File::Open(folder_, request.path);
+    const auto file = File::Open(FFolder, request.path);
     if (!file) {
         ForgetRanges(request);
         response.status = 404;
         return response.set_content("There is no such file here.\n", "text/plain");
     }
-    const bool packable = file->Type.IsText && habits_.Compresses;
+    const bool packable = file->Type.IsText && FHabits.Compresses;
     const bool packed = packable && request.ranges.empty() && AcceptsGzip(request);
     if (packable) response.set_header("Vary", "Accept-Encoding");
-    if (habits_.SendsValidators) {
+    if (FHabits.SendsValidators) {
         response.set_header("ETag", '"' + file->Tag + (packed ? "-gzip\"" : "\""));
         response.set_header("Last-Modified", file->LastModified);
         if (file->IsKnownTo(request)) {
@@ -158,11 +158,11 @@ void HttpFolder::AnswerText(const File& file, bool packed, httplib::Response& re
     PackedDocuments::Body body;
     if (packed) {
         const std::string version = file.Path.string() + ' ' + file.Tag;
-        if (habits_.PacksEachTime)
+        if (FHabits.PacksEachTime)
             body = PackedDocuments::Gzip(file.Read());
         else
-            body = packed_.Find(version);
-        if (!body) body = packed_.Pack(version, file.Read());
+            body = FPacked.Find(version);
+        if (!body) body = FPacked.Pack(version, file.Read());
     }
     if (body)
         response.set_header("Content-Encoding", "gzip");

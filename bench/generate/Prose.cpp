@@ -1,4 +1,4 @@
-#include "prose.h"
+#include "Prose.h"
 
 #include <algorithm>
 

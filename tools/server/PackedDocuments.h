@@ -25,6 +25,6 @@ public:
     [[nodiscard]] Body Find(const std::string& version) const;
 
 private:
-    mutable std::mutex mutex_;  // guards bodies_
-    std::map<std::string, Body> bodies_;
+    mutable std::mutex FMutex;  // guards FBodies
+    std::map<std::string, Body> FBodies;
 };

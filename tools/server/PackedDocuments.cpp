@@ -1,4 +1,4 @@
-#include "packed_documents.h"
+#include "PackedDocuments.h"
 
 #include <zlib.h>
 
@@ -30,12 +30,12 @@ PackedDocuments::Body PackedDocuments::Gzip(const std::string& text) {
 PackedDocuments::Body PackedDocuments::Pack(const std::string& version, const std::string& text) {
     Body packed = Gzip(text);
     if (!packed) return {};
-    const std::scoped_lock lock(mutex_);
-    return bodies_.try_emplace(version, std::move(packed)).first->second;
+    const std::scoped_lock lock(FMutex);
+    return FBodies.try_emplace(version, std::move(packed)).first->second;
 }
 
 PackedDocuments::Body PackedDocuments::Find(const std::string& version) const {
-    const std::scoped_lock lock(mutex_);
-    const auto found = bodies_.find(version);
-    return found == bodies_.end() ? nullptr : found->second;
+    const std::scoped_lock lock(FMutex);
+    const auto found = FBodies.find(version);
+    return found == FBodies.end() ? nullptr : found->second;
 }

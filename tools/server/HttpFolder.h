@@ -5,7 +5,7 @@
 //
 // The folder may change while it is served, because every request reads the file again. Any thread may call Answer.
 
-#include "packed_documents.h"
+#include "PackedDocuments.h"
 
 #include <httplib.h>
 
@@ -33,7 +33,7 @@ private:
     void AnswerText(const File& file, bool packed, httplib::Response& response);
     static void AnswerFromDisk(const File& file, httplib::Response& response);
 
-    const std::filesystem::path folder_;
-    const SiteHabits habits_;
-    PackedDocuments packed_;
+    const std::filesystem::path FFolder;
+    const SiteHabits FHabits;
+    PackedDocuments FPacked;
 };

@@ -1,7 +1,7 @@
 #pragma once
 // Writes a show as an RSS 2.0 document with the tags that podcast directories ask for.
 
-#include "show.h"
+#include "Show.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
-#include "feed_document.h"
+#include "FeedDocument.h"
 
-#include "prose.h"
-#include "random.h"
+#include "Prose.h"
+#include "Random.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -13,15 +13,21 @@ class Random {
 public:
     Random(std::initializer_list<std::uint64_t> seeds) noexcept {
         for (const std::uint64_t seed : seeds) {
+<<<<<<< HEAD:bench/generate/Random.h
+            FState ^= seed;
+            // Mixed, not only added to: neighbouring seeds would give one sequence, shifted by a step.
+            FState = Next();
+=======
             state_ ^= seed;
             // Mix after each seed: merely combining them would give neighbouring seeds the same sequence, shifted by
             // one step.
             state_ = Next();
+>>>>>>> prose-engine:bench/generate/random.h
         }
     }
 
     std::uint64_t Next() noexcept {
-        std::uint64_t z = (state_ += 0x9E3779B97F4A7C15u);
+        std::uint64_t z = (FState += 0x9E3779B97F4A7C15u);
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
         return z ^ (z >> 31);
@@ -41,5 +47,5 @@ public:
     }
 
 private:
-    std::uint64_t state_ = 0;
+    std::uint64_t FState = 0;
 };
