@@ -17,7 +17,6 @@ struct TPodcastDocumentNote {
     QByteArray Digest;              // of the bytes, in hexadecimal digits; empty: there is nothing to note
     QString WantedAddress;          // where the feed says it has moved, but could not be followed to; else empty
 
-    bool HasValidators() const { return !ETag.isEmpty() || !LastModified.isEmpty(); }
     bool operator==(const TPodcastDocumentNote&) const = default;
 };
 

@@ -175,8 +175,6 @@ public:
     void ExecuteSQL(std::string_view sql);
     /// A number that changes with every commit of another connection.
     qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
-    /// Ends the statement that runs, from any thread, with an error.
-    void Interrupt() noexcept;
 };
 
 /// While it lives, the reader sees one state of the database.

@@ -12,13 +12,6 @@ namespace {
 // A provider that never comes to an end must not take the host with it.
 constexpr std::size_t kMostNodes = 1'000'000;
 
-QString ValueOf(const TreeNode& node) {
-    return node.Value();
-}
-QString CaptionOf(const TreeNode& node) {
-    return node.Caption;
-}
-
 TreeNode ReadNode(IVEXAMLGroupingTreeDataProviderSelection& nodes) {
     TreeNode node;
     Ref<IVEXAString> text, field;
@@ -71,24 +64,16 @@ std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
     return list;
 }
 
-std::optional<TreeWay> Tree::Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const {
+std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
     TreeWay way;
-    for (const QString& name : names) {
+    for (const QString& value : values) {
         const std::vector<TreeNode> level = way.empty() ? Children() : Children(way.back());
         const auto found =
-            std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return nameOf(node) == name; });
+            std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return node.Value() == value; });
         if (found == level.end()) return {};
         way.push_back(*found);
     }
     return way;
-}
-
-std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
-    return Find(values, ValueOf);
-}
-
-std::optional<TreeWay> Tree::FindByCaptions(const QStringList& captions) const {
-    return Find(captions, CaptionOf);
 }
 
 std::vector<TreePair> PairsOf(const TreeWay& way) {

@@ -57,9 +57,8 @@ public:
         return (FProvider->GetCapabilities() & capability) != 0;
     }
 
-    /// The node that is reached by the values, or the captions, level by level; nothing when one of them is not there.
+    /// The node that is reached by the values, level by level; nothing when one of them is not there.
     std::optional<TreeWay> FindByValues(const QStringList& values) const;
-    std::optional<TreeWay> FindByCaptions(const QStringList& captions) const;
 
     /// Adds the conditions that a node means to a filter: those of the whole way to it, so that a source below
     /// "new" means what is new of that source. Throws LibraryError when the provider cannot.
@@ -69,7 +68,6 @@ public:
 
 private:
     std::vector<TreeNode> List(std::vector<TreePair> selection) const;
-    std::optional<TreeWay> Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const;
 
     Ref<IVEXAMLGroupingTreeDataProvider> FProvider;
 };

@@ -138,7 +138,6 @@ void Playback::Play(const QString& named) {
 }
 
 void Playback::Start(const QString& address) {
-    FError.clear();
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
     if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
@@ -206,10 +205,6 @@ bool Playback::HasNext() const {
     return !UpNext().isEmpty() || (FOrder && !FOrder->After(FCurrent.Address).isEmpty());
 }
 
-bool Playback::HasPrevious() const {
-    return !FCurrent.Address.isEmpty();
-}
-
 QString Playback::TakeNext() {
     QStringList waiting = UpNext();
     if (waiting.isEmpty()) return FOrder ? FOrder->After(FCurrent.Address) : QString();
@@ -267,7 +262,6 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    FError.clear();
     if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
@@ -365,9 +359,8 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
         Q_EMIT Warned(Describe(problem, {}));
         return;
     }
-    FError = Describe(problem, details);
     SaveSoon();
-    Q_EMIT Failed(QString(FError));
+    Q_EMIT Failed(Describe(problem, details));
 }
 
 }  // namespace vexa::host

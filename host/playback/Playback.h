@@ -69,15 +69,12 @@ public:
     SleepTimer& Sleep() noexcept { return FSleep; }
     /// The schemes of the addresses that it plays: the plug-ins' file systems', and its own.
     QStringList Schemes() const;
-    /// Why the last thing could not be played, in the user's language; empty when it could.
-    QString LastError() const { return FError; }
 
     /// What was put before the order. Addresses may stand in it more than once.
     const QStringList& UpNext() const { return FPositions.UpNext(); }
     /// Null for none. It is taken away before it ends.
     void SetOrder(PlayOrder* order) noexcept { FOrder = order; }
     bool HasNext() const;
-    bool HasPrevious() const;
 
 public Q_SLOTS:
     /// From where it was left. What plays already, or failed while it played, goes on.
@@ -160,9 +157,8 @@ private:
     Ref<IVEXAMessageHook> FHook;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
-    QString FError;
-    bool FHasEnded = false;      // what plays: where it is left does not count
-    TaskHandle FDescribing = 0;  // 0 as soon as it is described
+    bool FHasEnded = false;  // what plays: where it is left does not count
+    LatestTask FDescriber;
 };
 
 }  // namespace vexa::host

@@ -37,7 +37,6 @@ public:
 
     /// In place of the one that it has. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
-    AudioOutput& Output() noexcept { return *FOutput; }
 
     /// What the output is given for a file: S_OK with the source, or why there is none. Any thread.
     struct Resolution {
