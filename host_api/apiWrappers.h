@@ -7,6 +7,8 @@
 // Finalize, which belong to the main thread.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Guard.h"
+#include "VEXA.Runtime.Log.h"
 #include "VEXA.SDK.h"
 
 #include <QString>
@@ -194,7 +196,9 @@ protected:
 
 /// Runs `body` for a host and turns what it throws into `failure`, logged with `what`. A body without a result is S_OK.
 template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
+HResult GuardedCall(const char* what, Body&& body, HResult failure = E_UNEXPECTED) noexcept {
+    return GuardedCall(LogPlugin(), what, body, failure);
+}
 
 /// An object that the host reads and writes as a property list. The host's operations ask CanProceed first, then call
 /// the virtual operation of the same name with Do in front; derived classes override those that they serve.
@@ -319,25 +323,5 @@ private:
 
     Ownership FOwnership = Ownership::Borrowed;
 };
-
-/// The message of the exception that is being handled; empty when it has none.
-QString CaughtMessage();
-/// Writes a warning that `what` failed, with that message.
-void LogCaughtException(const char* what) noexcept;
-
-template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
-    try {
-        if constexpr (std::is_void_v<decltype(body())>) {
-            body();
-            return S_OK;
-        } else {
-            return body();
-        }
-    } catch (...) {
-        LogCaughtException(what);
-        return failure;
-    }
-}
 
 }  // namespace vexa

@@ -2,6 +2,7 @@
 
 #include "Filters.h"
 #include "ObjectList.h"
+#include "Properties.h"
 
 #include <QJsonArray>
 
@@ -18,18 +19,6 @@ const QString kChildren = QStringLiteral("children"), kDirection = QStringLitera
               kOperation = QStringLiteral("operation"), kSearch = QStringLiteral("search"),
               kSort = QStringLiteral("sort"), kValue = QStringLiteral("value"), kValue2 = QStringLiteral("value2"),
               kValues = QStringLiteral("values");
-
-std::int32_t NumberOf(IVEXAPropertyList& object, std::int32_t property) {
-    std::int32_t number = 0;
-    object.GetValueAsInt32(property, &number);
-    return number;
-}
-
-QString TextOf(IVEXAPropertyList& object, std::int32_t property) {
-    Ref<IVEXAString> text;
-    object.GetValueAsObject(property, IVEXAString::IID, text.PutVoid());
-    return ToQString(text.Get());
-}
 
 QJsonValue ToJson(const Variant& value) {
     switch (value.Type) {
@@ -73,8 +62,8 @@ QJsonValue ValueOf(IVEXAMLFieldFilter& condition, std::int32_t property) {
 }
 
 QJsonObject ToJson(IVEXAMLFieldFilter& condition) {
-    QJsonObject json{{kField, TextOf(condition, IVEXAMLFieldFilter::Field)},
-                     {kOperation, NumberOf(condition, IVEXAMLFieldFilter::Operation)},
+    QJsonObject json{{kField, TextOf(&condition, IVEXAMLFieldFilter::Field)},
+                     {kOperation, NumberOf(&condition, IVEXAMLFieldFilter::Operation)},
                      {kValue, ValueOf(condition, IVEXAMLFieldFilter::Value1)}};
     if (const QJsonValue second = ValueOf(condition, IVEXAMLFieldFilter::Value2); !second.isNull())
         json.insert(kValue2, second);
@@ -88,7 +77,7 @@ QJsonObject ToJson(IVEXAMLArrayFieldFilter& condition) {
     condition.GetData(values.data(), &count);
     QJsonArray list;
     for (const Variant& value : values) list += ToJson(value);
-    return {{kField, TextOf(condition, IVEXAMLArrayFieldFilter::Field)}, {kValues, list}};
+    return {{kField, TextOf(&condition, IVEXAMLArrayFieldFilter::Field)}, {kValues, list}};
 }
 
 QJsonObject ToJson(IVEXAMLGroupFilter& group, int depth) {
@@ -104,7 +93,7 @@ QJsonObject ToJson(IVEXAMLGroupFilter& group, int depth) {
         else if (depth < kDeepest && Succeeded(group.GetChild(i, IVEXAMLGroupFilter::IID, inner.PutVoid())))
             children += ToJson(*inner, depth + 1);
     }
-    return {{kOperation, NumberOf(group, IVEXAMLGroupFilter::Operation)}, {kChildren, children}};
+    return {{kOperation, NumberOf(&group, IVEXAMLGroupFilter::Operation)}, {kChildren, children}};
 }
 
 QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
@@ -170,9 +159,10 @@ QJsonObject FilterToJson(IVEXAMLGroupFilter& filter) {
     QJsonObject json = ToJson(filter, 0);
     const auto whole = Query<IVEXAMLDataFilter>(&filter);
     if (!whole) return json;
-    if (const QString text = TextOf(*whole, IVEXAMLDataFilter::SearchText); !text.isEmpty()) json.insert(kSearch, text);
-    if (const int limit = NumberOf(*whole, IVEXAMLDataFilter::Limit)) json.insert(kLimit, limit);
-    if (const int offset = NumberOf(*whole, IVEXAMLDataFilter::Offset)) json.insert(kOffset, offset);
+    if (const QString text = TextOf(whole.Get(), IVEXAMLDataFilter::SearchText); !text.isEmpty())
+        json.insert(kSearch, text);
+    if (const int limit = NumberOf(whole.Get(), IVEXAMLDataFilter::Limit)) json.insert(kLimit, limit);
+    if (const int offset = NumberOf(whole.Get(), IVEXAMLDataFilter::Offset)) json.insert(kOffset, offset);
     if (const QJsonArray sort = SortToJson(*whole); !sort.isEmpty()) json.insert(kSort, sort);
     return json;
 }

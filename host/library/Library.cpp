@@ -3,6 +3,7 @@
 #include "FileInfo.h"
 #include "Guarded.h"
 #include "ObjectList.h"
+#include "Properties.h"
 #include "Tree.h"
 
 #include <algorithm>
@@ -10,17 +11,6 @@
 namespace vexa::host {
 
 namespace {
-
-QString TextOf(IVEXAPropertyList* object, std::int32_t property) {
-    Ref<IVEXAString> text;
-    if (!object || Failed(object->GetValueAsObject(property, IVEXAString::IID, text.PutVoid()))) return {};
-    return ToQString(text.Get());
-}
-
-std::int32_t NumberOf(IVEXAPropertyList* object, std::int32_t property, std::int32_t fallback = 0) {
-    std::int32_t number = 0;
-    return object && Succeeded(object->GetValueAsInt32(property, &number)) ? number : fallback;
-}
 
 LibraryField ReadField(IVEXAMLDataField* object) {
     LibraryField field;

@@ -43,32 +43,6 @@ private:
     Playback& FOwner;  // which unhooks it
 };
 
-/// Who knows a file may have to wait for its data.
-class Playback::DescribeTask final : public Task {
-public:
-    DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner)
-        : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner) {}
-
-    void Execute() override {
-        const Ref<FileInfo> info(new FileInfo);
-        FInfos->GetFileInfo(MakeString(FPlaying.Address).Get(), 0, info.Get());
-        FPlaying.Title = info->Text(IVEXAFileInfo::Title);
-        FPlaying.Artist = info->Text(IVEXAFileInfo::Artist);
-        FPlaying.Album = info->Text(IVEXAFileInfo::Album);
-        info->GetValueAsFloat(IVEXAFileInfo::Duration, &FPlaying.Duration);
-        if (!FPlaying.LocalFile.isEmpty() && !IsCancelled()) FPlaying.Chapters = ReadChapters(FPlaying.LocalFile);
-        const auto tell = [playing = FPlaying, owner = FOwner] {
-            if (owner) owner->OnDescribed(playing);
-        };
-        RunInMainThread(tell, false);
-    }
-
-private:
-    NowPlaying FPlaying;
-    const Ref<FileInfoService> FInfos;
-    const QPointer<Playback> FOwner;  // looked at on the main thread only
-};
-
 Playback::Playback(Host& host, const QString& sink)
     : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
     using Problem = MediaOutput::Problem;
@@ -99,11 +73,11 @@ Playback::Playback(Host& host, const QString& sink)
 Playback::~Playback() {
     FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
-    WorkerPool::Cancel(FDescribing, true);
+    FDescriber.Stop();
     Remember();
     FOutput->disconnect(this);
     FHost.Player().SetOutput(std::make_unique<SilentOutput>());
-    FPositions.Save();
+    Guarded("keeping where files were left", [this] { FPositions.Save(); });
 }
 
 double Playback::Duration() const {
@@ -274,13 +248,21 @@ QStringList Playback::Schemes() const {
 }
 
 void Playback::DescribeCurrent() {
-    WorkerPool::Cancel(FDescribing, false);
-    FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(FCurrent, FHost.FileInfos(), this));
+    FDescriber.Run([this, playing = FCurrent,
+                    infos = Ref<FileInfoService>(&FHost.FileInfos())](const CancelCheck& isStopped) mutable {
+        const Ref<FileInfo> info(new FileInfo);
+        infos->GetFileInfo(MakeString(playing.Address).Get(), 0, info.Get());
+        playing.Title = info->Text(IVEXAFileInfo::Title);
+        playing.Artist = info->Text(IVEXAFileInfo::Artist);
+        playing.Album = info->Text(IVEXAFileInfo::Album);
+        info->GetValueAsFloat(IVEXAFileInfo::Duration, &playing.Duration);
+        if (!playing.LocalFile.isEmpty() && !isStopped()) playing.Chapters = ReadChapters(playing.LocalFile);
+        return [this, playing] { OnDescribed(playing); };
+    });
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
     if (described.Address != FCurrent.Address) return;  // something else plays by now
-    FDescribing = 0;
     FCurrent = described;
     // An album without a speed of its own is not heard at the last one's.
     FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
@@ -301,7 +283,7 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     if (!FPositions.Move(moves) && !isCurrent) return;
     if (isCurrent) {
         FCurrent.Address = *current;
-        if (FDescribing != 0) DescribeCurrent();  // what is being found out is said of the older address
+        if (FDescriber.IsBusy()) DescribeCurrent();  // what is being found out is said of the older address
     }
     SaveSoon();
     Q_EMIT AddressesMoved(moves);

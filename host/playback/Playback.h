@@ -14,6 +14,7 @@
 
 #include "Chapters.h"
 #include "Host.h"
+#include "LatestTask.h"
 #include "MediaOutput.h"
 #include "Positions.h"
 #include "SleepTimer.h"
@@ -131,7 +132,6 @@ Q_SIGNALS:
     void AddressesMoved(const AddressMoves& moves);
 
 private:
-    class DescribeTask;
     class Hook;
 
     QStringList KeptAddresses() const override;

@@ -10,6 +10,7 @@
 
 #include "FileInfoService.h"
 #include "Language.h"
+#include "LatestTask.h"
 #include "Playlist.h"
 #include "PlaylistFile.h"
 #include "PlaylistFollower.h"
@@ -58,8 +59,8 @@ public:
     bool IsBusy(const Playlist& playlist) const;
     /// Looks at no more files until a storage comes, and waits for the one that is being looked at.
     void StopDescribing();
-    /// Writes what was changed. Empty, or why it could not.
-    QString Save();
+    /// Writes what was changed. Throws std::runtime_error when it cannot; it is tried again the next time.
+    void Save();
 
     /// A listener may add and remove listeners while it is called. It is removed before it ends.
     void AddListener(PlaylistListener* listener) { FListeners.push_back(listener); }
@@ -70,8 +71,6 @@ public:
     HResult CreatePlaylist(IVEXAString* name, Bool32 activate, IVEXAPlaylist** playlist) noexcept override;
 
 private:
-    class DescribeTask;
-
     void OnChanged(Playlist& playlist, Change change) override;
     void OnDataChanged(const QString&) override {}
     void OnTasksChanged(const QString&) override {}
@@ -100,10 +99,9 @@ private:
     std::vector<const Playlist*> FUnnamed;  // created without a name, and without a filter so far
     std::vector<PlaylistListener*> FListeners;
     bool FIsChanged = false;
-    bool FIsToDescribe = false, FIsDescribing = false;
-    TaskHandle FDescribing = 0;
-    int FDescribeNumber = 0;  // of the task whose findings count
-    QSet<QString> FUnknown;   // files of which nothing is known
+    bool FIsToDescribe = false;
+    QSet<QString> FUnknown;  // files of which nothing is known
+    LatestTask FDescriber;
     Timer FSaver;
     LinkSource<PlaylistManager> FLinks{this};
 };

@@ -11,8 +11,9 @@ namespace vexa::host {
 
 class LatestTask {
 public:
-    /// Runs on the worker; what it returns runs on the main thread, unless newer work was given meanwhile.
-    using Work = std::function<std::function<void()>()>;
+    /// Runs on the worker; what it returns runs on the main thread, unless newer work was given meanwhile. It may ask
+    /// whether it is to stop.
+    using Work = std::function<std::function<void()>(const CancelCheck& isStopped)>;
 
     LatestTask() = default;
     /// Waits for what runs.
@@ -21,6 +22,8 @@ public:
     LatestTask& operator=(const LatestTask&) = delete;
 
     void Run(Work work);
+    /// Whether something runs, or waits.
+    bool IsBusy() const noexcept { return FRunning != 0; }
     /// Drops what waits, and what comes of what runs; waits for that.
     void Stop();
 

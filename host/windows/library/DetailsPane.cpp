@@ -17,12 +17,6 @@ namespace {
 constexpr int kPause = 60;  // milliseconds, in which the keyboard may have gone on to the next row
 constexpr int kCover = 112, kLargestCover = 2 * kCover;
 
-QString TextOf(IVEXAFileInfo& info, std::int32_t id) {
-    Ref<IVEXAString> value;
-    info.GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-    return ToQString(value.Get());
-}
-
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
     label->setObjectName(QString::fromLatin1(name));

@@ -10,28 +10,12 @@
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
+#include <QScopedValueRollback>
 #include <QToolButton>
 
 #include <algorithm>
 
 namespace vexa::host {
-
-namespace {
-
-/// Sets a flag for as long as it lives.
-class Flagged {
-public:
-    explicit Flagged(bool& flag) : FFlag(flag), FWas(std::exchange(flag, true)) {}
-    ~Flagged() { FFlag = FWas; }
-    Flagged(const Flagged&) = delete;
-    Flagged& operator=(const Flagged&) = delete;
-
-private:
-    bool& FFlag;
-    const bool FWas;
-};
-
-}  // namespace
 
 PlaylistPane::PlaylistPane(Host& host, QWidget* parent)
     : QWidget(parent),

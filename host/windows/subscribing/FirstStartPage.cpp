@@ -1,6 +1,7 @@
 #include "FirstStartPage.h"
 
 #include "Library.h"
+#include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -43,16 +44,9 @@ std::vector<CheckOption> ReadCheckOptions(Host& host) {
     for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
         Ref<IVEXAMLOption> option;
         if (Failed(list->GetObject(i, IVEXAMLOption::IID, option.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            option->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        std::int32_t kind = -1, value = 0;
-        option->GetValueAsInt32(IVEXAMLOption::Kind, &kind);
-        option->GetValueAsInt32(IVEXAMLOption::Value, &value);
-        if (kind == IVEXAMLOption::Check)
-            found.push_back({text(IVEXAMLOption::ID), text(IVEXAMLOption::Caption), value != 0});
+        if (NumberOf(option.Get(), IVEXAMLOption::Kind, -1) != IVEXAMLOption::Check) continue;
+        found.push_back({TextOf(option.Get(), IVEXAMLOption::ID), TextOf(option.Get(), IVEXAMLOption::Caption),
+                         NumberOf(option.Get(), IVEXAMLOption::Value) != 0});
     }
     return found;
 }
