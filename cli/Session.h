@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <stdexcept>
 
 namespace podcasts::cli {
 
@@ -31,6 +32,12 @@ private:
     vexa::SettingsFile FFile;
 };
 
+/// What names no subscription.
+class FeedError : public std::runtime_error {
+public:
+    explicit FeedError(const QString& message) : std::runtime_error(message.toStdString()) {}
+};
+
 class Session {
 public:
     /// Opens the profile's database and reads its configuration. An empty folder name means the default one.
@@ -46,11 +53,15 @@ public:
     void RunUntilIdle(const std::function<void()>& report);
     bool IsInterrupted() const { return FTerminal.Interrupted; }
 
-    /// The address of a feed given by its address or id; complains and gives an empty text when there is none.
-    QString FindFeed(const QString& feed);
+    /// The address of a feed given by its address or id. Throws FeedError when there is none.
+    [[nodiscard]] QString FindFeed(const QString& feed);
+    struct FoundEpisodes {
+        QStringList Keys;
+        int Unknown = 0;
+    };
     /// The engine's keys for the given ones; "-" reads them from standard input, one a line, where a line that begins
     /// with a key may go on as "podcasts episodes" prints it. Keys that name nothing are complained about and counted.
-    QStringList FindEpisodes(const QStringList& keys, int& unknown);
+    [[nodiscard]] FoundEpisodes FindEpisodes(const QStringList& keys);
     /// "key  date  state  duration  title - feed", for lists.
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);
 

@@ -3,8 +3,10 @@
 #include "ErrorInfo.h"
 #include "FileInfo.h"
 #include "Filters.h"
+#include "Guarded.h"
 #include "Images.h"
 #include "ObjectList.h"
+#include "Steps.h"
 #include "Streams.h"
 
 #include <QDir>
@@ -71,7 +73,7 @@ Host::Host(const HostOptions& options)
 }
 
 Host::~Host() {
-    UnloadPlugins();
+    Guarded("unloading the plug-ins", [this] { UnloadPlugins(); });
 }
 
 const Plugin& Host::LoadPlugin(const QString& fileName) {
@@ -93,18 +95,18 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
     return FPlugins.back();
 }
 
-QString Host::UnloadPlugins() {
+void Host::UnloadPlugins() {
+    Steps ending;
     FPlaylists->StopDescribing();
     FAddresses->Stop();
-    QStringList problems{FPlaylists->Save()};
+    ending.Take([this] { FPlaylists->Save(); });
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
     FHttp->CancelAll();
-    problems += FConfig->Save();
+    ending.Take([this] { FConfig->Save(); });
     FCore->RemoveExtensions(0);
     FPlugins.clear();
-    problems.removeAll({});
-    return problems.join(QStringLiteral("; "));
+    ending.ThrowIfFailed();
 }
 
 }  // namespace vexa::host

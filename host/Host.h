@@ -41,8 +41,9 @@ public:
     const Plugin& StartPlugin(Plugin plugin);
     const std::vector<Plugin>& Plugins() const noexcept { return FPlugins; }
     /// Finalises the storages, then the plug-ins, the last one first; writes the playlists and the settings; lets go of
-    /// all. No other thread calls an extension any more. Empty, or what could not be written, and why.
-    QString UnloadPlugins();
+    /// all. No other thread calls an extension any more. Throws std::runtime_error at the end when something could not
+    /// be written; it is tried again the next time.
+    void UnloadPlugins();
 
     QString ProfileFolder() const { return FProfileFolder; }
     Core& TheCore() noexcept { return *FCore; }

@@ -1,6 +1,7 @@
 #pragma once
 // The pieces of a document that need not be well-formed. Part of VEXA.Runtime.XML.
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,8 +29,8 @@ class XmlPieces {
 public:
     explicit XmlPieces(std::string_view text) : FText(text) {}
 
-    /// False at the end of the text.
-    bool Next(XmlPiece& piece);
+    /// Nothing at the end of the text.
+    [[nodiscard]] std::optional<XmlPiece> Next();
 
 private:
     /// The markup that begins at `begin`, where a "<" stands. Text when it is none.
@@ -42,7 +43,12 @@ private:
     std::size_t FAt = 0;
 };
 
-/// Takes the first pair off `attributes`: its name, and its value with its quotation marks. False when none is left.
-bool TakeXmlAttribute(std::string_view& attributes, std::string_view& name, std::string_view& quoted);
+struct XmlAttribute {
+    std::string_view Name;
+    std::string_view Quoted;  // the value with its quotation marks
+};
+
+/// Takes the first pair off `attributes`; nothing when none is left.
+std::optional<XmlAttribute> TakeXmlAttribute(std::string_view& attributes);
 
 }  // namespace vexa

@@ -105,11 +105,8 @@ QJsonObject Find(Host& host, const QStringList& arguments) {
     const auto place = storage.Find(arguments[0]);
     if (!place) throw CommandError(arguments[0] + u" is not in the library");
     QJsonArray node;
-    for (const TreePair& pair : place->Node) {
-        QString value;
-        Convert(pair.Value, value);
-        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), value}};
-    }
+    for (const TreePair& pair : place->Node)
+        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), ToText(pair.Value)}};
     return {{QStringLiteral("node"), node}, {QStringLiteral("filtered"), static_cast<bool>(place->Filter)}};
 }
 

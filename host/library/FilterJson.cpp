@@ -36,21 +36,16 @@ QJsonValue ToJson(const Variant& value) {
     return QJsonValue::Null;
 }
 
-/// False for what no value is written as.
-bool FromJson(const QJsonValue& json, Variant& value) {
-    PropertyValue read;
-    bool isRight = true;
-    if (json.isString())
-        read = json.toString();
-    else if (json.isDouble())
-        read = json.toDouble();
-    else if (const QJsonObject number = json.toObject(); number.contains(kInt32))
-        read = static_cast<std::int32_t>(number[kInt32].toInt());
-    else if (number.contains(kInt64))
-        read = static_cast<std::int64_t>(number[kInt64].toString().toLongLong(&isRight));
-    else
-        isRight = json.isNull() || json.isUndefined();
-    return ToVariant(read, value) && isRight;
+/// Nothing for what no value is written as.
+std::optional<Variant> FromJson(const QJsonValue& json) {
+    if (json.isString()) return ToVariant(json.toString());
+    if (json.isDouble()) return ToVariant(json.toDouble());
+    if (json.isNull() || json.isUndefined()) return Variant();
+    const QJsonObject number = json.toObject();
+    if (number.contains(kInt32)) return ToVariant(static_cast<std::int32_t>(number[kInt32].toInt()));
+    bool isNumber = false;
+    const qint64 wide = number[kInt64].toString().toLongLong(&isNumber);
+    return isNumber ? std::optional(ToVariant(static_cast<std::int64_t>(wide))) : std::nullopt;
 }
 
 QJsonValue ValueOf(IVEXAMLFieldFilter& condition, std::int32_t property) {
@@ -134,13 +129,16 @@ bool AddChild(const QJsonObject& child, IVEXAMLGroupFilter& group, int depth) {
     const Ref<IVEXAString> field = MakeString(name);
     if (child.contains(kValues)) {
         std::vector<Variant> values;
-        for (const QJsonValue value : child[kValues].toArray())
-            if (!FromJson(value, values.emplace_back())) return false;
+        for (const QJsonValue value : child[kValues].toArray()) {
+            auto read = FromJson(value);
+            if (!read) return false;
+            values.push_back(*std::move(read));
+        }
         return Succeeded(group.AddArray(field.Get(), values.data(), static_cast<std::int32_t>(values.size()), nullptr));
     }
-    Variant value1, value2;
-    if (!FromJson(child[kValue], value1) || !FromJson(child[kValue2], value2)) return false;
-    return Succeeded(group.Add(field.Get(), &value1, child.contains(kValue2) ? &value2 : nullptr,
+    const auto value1 = FromJson(child[kValue]), value2 = FromJson(child[kValue2]);
+    if (!value1 || !value2) return false;
+    return Succeeded(group.Add(field.Get(), &*value1, child.contains(kValue2) ? &*value2 : nullptr,
                                child[kOperation].toInt(-1), nullptr));
 }
 

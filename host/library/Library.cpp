@@ -52,8 +52,7 @@ private:
 
 QString LibraryField::Shown(const QString& value) const {
     if (!DisplayValues) return value;
-    Variant variant;
-    ToVariant(value, variant);
+    const Variant variant = ToVariant(value);
     std::int32_t length = 0;
     const char16_t* chars = DisplayValues->GetDisplayValue(&variant, &length);
     return chars ? QString(reinterpret_cast<const QChar*>(chars), length) : value;
@@ -146,7 +145,7 @@ Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& v
     std::vector<Variant> variants(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         names->Add(MakeString(values[i].Field).Get());
-        ToVariant(values[i].Value, variants[i]);
+        variants[i] = ToVariant(values[i].Value);
     }
     Ref<IVEXAImageContainer> image;
     if (Failed(provider->GetAlbumArt(names.Get(), variants.data(), nullptr, image.Put()))) return {};

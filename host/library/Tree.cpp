@@ -32,7 +32,7 @@ HResult TreeSelection::GetValue(std::int32_t index, IVEXAString** field, Variant
     return Guarded("giving a way in a tree", [&] {
         if (index < 0 || index >= GetCount()) return E_INVALIDARG;
         const TreePair& pair = FPairs[static_cast<std::size_t>(index)];
-        ToVariant(pair.Value, *value);
+        *value = ToVariant(pair.Value);
         return PutString(pair.Field, field);
     });
 }
@@ -49,9 +49,7 @@ std::vector<TreePair> ReadSelection(IVEXAMLGroupingTreeSelection* selection) {
 }
 
 QString TreeNode::Value() const {
-    QString text;
-    Convert(Pair.Value, text);
-    return text;
+    return ToText(Pair.Value);
 }
 
 std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {

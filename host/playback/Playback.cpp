@@ -8,8 +8,6 @@
 #include "ObjectList.h"
 #include "Strings.h"
 
-#include <QPointer>
-
 #include <algorithm>
 #include <utility>
 
@@ -225,9 +223,9 @@ void Playback::SaveSoon() {
     if (!FPositions.SaveInBackground()) QTimer::singleShot(kSaveAgain, this, &Playback::SaveSoon);
 }
 
-QString Playback::Save() {
+void Playback::Save() {
     Remember();
-    return FPositions.Save();
+    FPositions.Save();
 }
 
 void Playback::OnStarted() {

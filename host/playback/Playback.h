@@ -104,8 +104,8 @@ public Q_SLOTS:
     void OrderChanged() { Q_EMIT UpNextChanged(); }
     /// The file begins anew the next time, such as one that was marked as listened.
     void ForgetPosition(const QString& address);
-    /// Writes positions now, such as when the session ends. Empty, or why it could not.
-    QString Save();
+    /// Writes positions now, such as when the session ends. Throws std::runtime_error when it cannot.
+    void Save();
 
 Q_SIGNALS:
     void StateChanged();

@@ -52,10 +52,11 @@ public:
     const QStringList& UpNext() const noexcept { return FUpNext; }
     void SetUpNext(const QStringList& addresses);
 
-    /// Writes what was changed. Empty, or why it could not.
-    QString Save();
-    /// Writes it on another thread. False when that is still busy with the last time, so that it has to be asked again.
-    bool SaveInBackground();
+    /// Writes what was changed. Throws std::runtime_error when it cannot; it is tried again the next time.
+    void Save();
+    /// Writes it on another thread, which logs a failure. False when that is still busy with the last time, so that it
+    /// has to be asked again.
+    [[nodiscard]] bool SaveInBackground();
 
 private:
     /// What the thread that writes tells.

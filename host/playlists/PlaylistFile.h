@@ -24,8 +24,8 @@ public:
 
     /// None when there is no file, or a damaged one, which is moved aside as JsonFile says.
     std::vector<SavedPlaylist> Load();
-    /// Writes it whole and renames it. Empty, or why it could not.
-    QString Save(const std::vector<SavedPlaylist>& playlists);
+    /// Writes it whole and renames it. Throws std::runtime_error when it cannot.
+    void Save(const std::vector<SavedPlaylist>& playlists);
 
 private:
     JsonFile FFile;

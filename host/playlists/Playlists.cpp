@@ -11,7 +11,7 @@ namespace {
 
 // Several changes in a row are written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// What is known so far shows while more is looked at.
+// Files: what is known of so many shows while more are looked at.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
@@ -55,9 +55,9 @@ void PlaylistManager::Load() {
     }
 }
 
-QString PlaylistManager::Save() {
+void PlaylistManager::Save() {
     FSaver.SetEnabled(false);
-    if (!FIsChanged) return {};
+    if (!FIsChanged) return;
     std::vector<SavedPlaylist> list;
     for (const Ref<Playlist>& playlist : FPlaylists) {
         SavedPlaylist& saved = list.emplace_back();
@@ -69,9 +69,8 @@ QString PlaylistManager::Save() {
         else
             saved.Entries = playlist->Entries();
     }
-    const QString problem = FFile.Save(list);
-    FIsChanged = !problem.isEmpty();
-    return problem;
+    FFile.Save(list);
+    FIsChanged = false;
 }
 
 void PlaylistManager::MarkChanged() {
@@ -196,14 +195,11 @@ void PlaylistManager::DescribeLater() {
 
 void PlaylistManager::DescribeNow() {
     FIsToDescribe = false;
-    QStringList files;
-    QSet<QString> known = FUnknown;
+    QSet<QString> files;
     for (const Ref<Playlist>& playlist : FPlaylists)
         for (const PlaylistEntry& entry : playlist->Entries())
-            if (!entry.IsDescribed && !known.contains(entry.File)) {
-                known.insert(entry.File);
-                files += entry.File;
-            }
+            if (files.size() < kDescribedAtOnce && !entry.IsDescribed && !FUnknown.contains(entry.File))
+                files.insert(entry.File);
     if (files.isEmpty()) return;
     // Plug-ins and disks may take their time.
     FDescriber.Run([this, files, infos = FInfos](const CancelCheck& isStopped) {

@@ -20,8 +20,8 @@ public:
     /// Takes over what other programs have written meanwhile; what was set here stays. One that cannot be read is
     /// logged.
     void Reload();
-    /// Writes to disk what was set. Empty, or why it could not, which is logged too.
-    QString Save();
+    /// Writes to disk what was set. Throws std::runtime_error when it cannot; it is tried again the next time.
+    void Save() { FFile.Save(); }
 
     HResult Flush() noexcept override;
     HResult GetValueAsFloat(IVEXAString* keyPath, double* value) noexcept override;

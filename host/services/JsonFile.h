@@ -15,9 +15,9 @@ public:
     /// warning, under its name and ".damaged" (and a number behind that), so that the next Save does not destroy what a
     /// person might still rescue.
     QJsonObject Load(const QString& key);
-    /// Writes it whole and renames it. Empty, or why it could not. Nothing is written over a damaged file that could
-    /// not be moved. Any thread, one at a time.
-    QString Save(const QByteArray& json) const;
+    /// Writes it whole and renames it. Throws std::runtime_error when it cannot. Nothing is written over a damaged file
+    /// that could not be moved. Any thread, one at a time.
+    void Save(const QByteArray& json) const;
 
 private:
     void MoveAside(const QString& reason);

@@ -5,7 +5,7 @@
 
 namespace vexa::host {
 
-/// Empty when files can be made and filled in the folder, or why they cannot, such as on a full disk.
-QString WhyNotWritable(const QString& folder);
+/// Throws std::runtime_error when files cannot be made and filled in the folder, such as on a full disk.
+void CheckWritable(const QString& folder);
 
 }  // namespace vexa::host

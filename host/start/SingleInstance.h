@@ -25,8 +25,8 @@ public:
 
     bool IsFirst() const noexcept { return FIsFirst; }
     /// To the first one: it opens them, and comes to the front. Where that is about to end, its end is waited for, and
-    /// this one is the first. Empty, or why it could not be told.
-    QString HandOver(const QStringList& addresses);
+    /// this one is the first. Throws std::runtime_error when it cannot be told.
+    void HandOver(const QStringList& addresses);
     /// The first one is about to end: it takes no more addresses.
     void StopListening();
 
@@ -38,13 +38,12 @@ private:
     friend class ApplicationAdaptor;
 
     bool Take() { return FIsFirst = FBus.isConnected() ? TakeNames() : TakeSocket(); }
-    bool TakeNames();
-    bool TakeSocket();
+    [[nodiscard]] bool TakeNames();
+    [[nodiscard]] bool TakeSocket();
     void Read(QLocalSocket& socket);
     void Receive(const QStringList& addresses, const QVariantMap& platformData);
-    /// Empty: it was told.
-    QString HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
-    QString HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
+    void HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
+    void HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
 
     QDBusConnection FBus;
     const QString FMark;  // of the profile's folder

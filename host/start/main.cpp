@@ -9,6 +9,7 @@
 #include "ProfileFolder.h"
 #include "Session.h"
 #include "SingleInstance.h"
+#include "Steps.h"
 #include "StopSignals.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
@@ -113,8 +114,12 @@ bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
     static QString told;
     const WindowTexts texts(host.Language());
     for (;;) {
-        const QString problem = save();
-        if (problem.isEmpty()) return true;
+        QString problem;
+        try {
+            return save(), true;
+        } catch (const std::exception& error) {
+            problem = QString::fromUtf8(error.what());
+        }
         if (problem != std::exchange(told, problem)) Tell(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
@@ -134,9 +139,10 @@ int RunWindow(const QCommandLineParser& arguments) {
     const HostOptions options = OptionsOf(arguments);
     SingleInstance instance(options.ProfileFolder);
     if (!instance.IsFirst()) {
-        const QString problem = instance.HandOver(addresses);
-        if (!problem.isEmpty()) {
-            Tell(u"the window that is open already does not answer: " + problem);
+        try {
+            instance.HandOver(addresses);
+        } catch (const std::exception& error) {
+            Tell(u"the window that is open already does not answer: " + QString::fromUtf8(error.what()));
             return 1;
         }
         if (!instance.IsFirst()) return 0;
@@ -156,9 +162,11 @@ int RunWindow(const QCommandLineParser& arguments) {
         MainWindow window(host, playback);
         const auto save = [&] {
             window.SaveLayout();
-            QStringList problems{playback.Save(), host.Playlists().Save(), host.Config().Save()};
-            problems.removeAll({});
-            return problems.join(QStringLiteral("; "));
+            Steps saving;
+            saving.Take([&] { playback.Save(); });
+            saving.Take([&] { host.Playlists().Save(); });
+            saving.Take([&] { host.Config().Save(); });
+            saving.ThrowIfFailed();
         };
         QObject::connect(
             qApp, &QGuiApplication::commitDataRequest, &window, [&] { SaveOrAsk(host, false, save); },
@@ -173,7 +181,10 @@ int RunWindow(const QCommandLineParser& arguments) {
         QString plugin = arguments.value(QStringLiteral("plugin"));
         if (plugin.isEmpty()) plugin = PodcastsPlugin();
         window.show();
-        if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
+        try {
+            CheckWritable(host.ProfileFolder());
+        } catch (const std::exception& error) {
+            const QString problem = QString::fromUtf8(error.what());
             Tell(problem);
             window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
         }
@@ -186,7 +197,7 @@ int RunWindow(const QCommandLineParser& arguments) {
         playback.Pause();  // it may take a while until the last question is answered
         isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);
     }
-    isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { return host.UnloadPlugins(); }) && isSaved;
+    isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { host.UnloadPlugins(); }) && isSaved;
     return isSaved ? 0 : 1;
 }
 

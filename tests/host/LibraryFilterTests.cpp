@@ -15,18 +15,6 @@ Ref<Interface> Make(Host& host) {
     return made;
 }
 
-Variant Value(const PropertyValue& value) {
-    Variant variant;
-    ToVariant(value, variant);
-    return variant;
-}
-
-QString Text(IVEXAPropertyList* object, std::int32_t id) {
-    Ref<IVEXAString> text;
-    object->GetValueAsObject(id, IVEXAString::IID, text.PutVoid());
-    return ToQString(text.Get());
-}
-
 /// A filter in words, read as a storage reads it.
 QString Words(IVEXAMLGroupFilter* group) {
     std::int32_t operation = -1;
@@ -62,7 +50,7 @@ using LibraryFilters = HostTest;
 TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     const auto filter = Make<IVEXAMLDataFilter>(Host);
     const Ref<IVEXAString> name = MakeString("State");
-    const Variant one = Value(std::int32_t{1}), real = Value(2.5), text = Value(u"it's"_s);
+    const Variant one = ToVariant(std::int32_t{1}), real = ToVariant(2.5), text = ToVariant(u"it's"_s);
     ASSERT_EQ(filter->Add(name.Get(), &one, nullptr, IVEXAMLFieldFilter::Equals, nullptr), S_OK);
     Ref<IVEXAMLGroupFilter> group, inner;
     ASSERT_EQ(filter->AddGroup(group.Put()), S_OK);
@@ -93,7 +81,7 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
 TEST_F(LibraryFilters, AnArrayGivesItsCountThenAsManyValuesAsThereIsRoomFor) {
     const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
     std::vector<Variant> values;
-    for (std::int32_t i = 0; i < 3; ++i) values.push_back(Value(i));
+    for (std::int32_t i = 0; i < 3; ++i) values.push_back(ToVariant(i));
     ASSERT_EQ(array->SetData(values.data(), 3), S_OK);
     const std::pair<std::int32_t, std::int32_t> rooms[] = {{5, 3}, {3, 3}, {2, 2}, {0, 0}, {-1, 0}};
     for (const auto& [room, filled] : rooms) {

@@ -293,7 +293,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
               before[u"mpris:trackid"_s].value<QDBusObjectPath>());
     titles->IsHolding = false;  // what is found out of the older address by now is of the present one
     EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == u"title of " + b + u'2'; }));
-    EXPECT_EQ(Player->Save(), "");
+    EXPECT_NO_THROW(Player->Save());
     EXPECT_EQ(begun(), QStringList{b + u'2'});
     EXPECT_FALSE(ReadWhole(Profile.File(u"Positions.json"_s)).contains("episode://b\""));
 }

@@ -274,7 +274,7 @@ TEST_F(Storage, EndsWhileATaskReports) {
     ASSERT_TRUE(WaitUntil([&] { return Server.Count("/a") > 1; }));
     const auto provider = Library().Presets()[0].Provider;
     const auto rows = Library().Rows();
-    EXPECT_EQ(Host.UnloadPlugins(), QString());
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     // What the host still holds answers, and finds nothing.
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);

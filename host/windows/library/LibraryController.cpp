@@ -117,7 +117,7 @@ void LibraryController::Find(const QString& file) {
     const auto place = FSource ? FSource->Storage.Find(file) : std::nullopt;
     if (!place) return;
     QStringList values;
-    for (const TreePair& pair : place->Node) Convert(pair.Value, values.emplace_back());
+    for (const TreePair& pair : place->Node) values += ToText(pair.Value);
     FWanted = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();

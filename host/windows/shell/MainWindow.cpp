@@ -258,18 +258,23 @@ void MainWindow::LetGo() {
 void MainWindow::Import() {
     const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Import(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotRead", file) : problem);
+    try {
+        FSubscriber->Import(file);
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Export() {
     QString file =
         QFileDialog::getSaveFileName(this, QString(), QStringLiteral("subscriptions.opml"), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Export(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotWrite", file) : problem);
-    else
+    try {
+        FSubscriber->Export(file);
         FBanner->Show(FTexts("Exported", file), {});
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {

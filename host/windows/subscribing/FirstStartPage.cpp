@@ -175,8 +175,7 @@ void FirstStartPage::WriteOptions() {
     const auto options = StartOptions(FHost);
     if (!options) return;
     for (const auto& [id, box] : FOptions) {
-        Variant value;
-        ToVariant(std::int32_t{box->isChecked() ? 1 : 0}, value);
+        const Variant value = ToVariant(std::int32_t{box->isChecked() ? 1 : 0});
         options->SetOption(MakeString(id).Get(), &value);
     }
 }
