@@ -12,12 +12,20 @@
 #include <QObject>
 #include <QTimer>
 
+#include <memory>
 #include <optional>
 
 using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
 namespace vexa::host {
+
+struct FreeGstObject {
+    void operator()(void* object) const noexcept;
+};
+/// A reference to an object of GStreamer's.
+template <class Object>
+using GstRef = std::unique_ptr<Object, FreeGstObject>;
 
 class MediaOutput final : public QObject, public AudioOutput {
     Q_OBJECT
@@ -91,7 +99,7 @@ private:
     bool IsShortOfItsSize() const;
 
     const QString FSink;
-    GstElement* FPipeline = nullptr;
+    GstRef<GstElement> FPipeline;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
@@ -100,8 +108,8 @@ private:
     bool FHasPlayed = false;  // since it was sought last
     int FTriesLeft = 0;       // of a seek that the source is not ready for
     QByteArray FUri;
-    int FTicksAtEnd = 0;      // without a word of the end
-    qint64 FEndPosition = 0;  // of the sound in those ticks, in ns
+    int FTicksAtEnd = 0;            // without a word of the end
+    qint64 FEndPosition = 0;        // of the sound in those ticks, in ns
     std::optional<double> FTarget;  // where a seek that is under way, or is to come, leads
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };
