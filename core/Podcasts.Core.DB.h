@@ -151,12 +151,12 @@ public:
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
     /// The same for the one row that GetEpisode read, wherever a merge has moved it since. False when it is gone, or
     /// has become one with a row that has a file.
-    bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    [[nodiscard]] bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// The same if the row still records `present`; else false, and nothing changes.
     bool ReplaceCachedFileOfRow(const TPodcastEpisode& episode, const QString& present, const QString& fileName);
     /// Records a file that was found to be the episode's: on its row if that still records what GetEpisode read, else
     /// false; and then on rows of other feeds with the same audio that record none.
-    bool SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    [[nodiscard]] bool SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// What the row that GetEpisode read records now; nothing when SetCachedFileOfRow would find no row.
     std::optional<QString> GetCachedFileOfRow(const TPodcastEpisode& episode);
     /// Marks episodes as not cached whose file is gone; returns how many.

@@ -59,7 +59,7 @@ public:
     };
     /// Waits until it is clear which item is the next, and takes it out of the queue. Nothing when the queue is empty
     /// and there is nothing left to try again, or when the run is cancelled.
-    std::optional<Turn> Next();
+    [[nodiscard]] std::optional<Turn> Next();
     /// The document of the item that Next gave, or the word that it has not changed; waits for it where it has not
     /// arrived. Throws as LoadFeedDocument does.
     TPodcastFeedDocument TakeDocument();
@@ -89,7 +89,7 @@ private:
     bool IsComing(const QString& location);
     bool IsAnyReady(const QStringList& items);
     /// The second try that can be taken now.
-    std::optional<Turn> NextSecondTry();
+    [[nodiscard]] std::optional<Turn> NextSecondTry();
     Read ReadNow(const QString& location, vexa::HttpFetched fetched);
     void ReadAhead();
 

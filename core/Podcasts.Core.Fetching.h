@@ -51,8 +51,8 @@ vexa::HttpFetch FeedDocumentFetch();
 QList<QByteArray> ConditionsOf(const TPodcastDocumentNote& known);
 /// LoadFeedDocument's second half, for a document that has been fetched from `location`. With `known`, one that has not
 /// changed is not read. Nothing when the server says so of another document than the one that is known.
-std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
-                                                     const std::optional<TPodcastDocumentNote>& known);
+[[nodiscard]] std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
+                                                                   const std::optional<TPodcastDocumentNote>& known);
 
 /// The feed of a loaded document (or of none), its pffURLFeed set to `location`; nothing when no parser recognises it.
 /// Throws XmlError when the document is so damaged that fewer than half of its items can be read.

@@ -31,8 +31,8 @@ public:
 
 private:
     /// The turn that the run has given. True when it failed in a way that may pass, see HttpErrorInfo.
-    bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
-    bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
+    [[nodiscard]] bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
+    [[nodiscard]] bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
     void AddOutcome(TPodcastRefreshOutcome outcome);
     /// `newURL`: where the feed is from now on, unless another one is there; empty when it stays.
     void MergeFeed(TPodcastFeed& feed, const QString& newURL, const TPodcastDocumentNote& note,
@@ -52,7 +52,7 @@ public:
 private:
     struct Download;
     /// False when there is nothing to fetch: there is a file already, or the outcome says why there can be none.
-    bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
+    [[nodiscard]] bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
     /// Fetches the file, by as many connections as it takes.
     void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
     /// One connection.
@@ -61,13 +61,13 @@ private:
     bool Accept(Download& download, const vexa::HttpResponseInfo& response);
     /// Opens the file once enough of the body has come to see that it is audio, and writes that. Throws for a web page.
     /// False when there is a whole file meanwhile.
-    bool BeginFile(Download& download, bool isWhole);
+    [[nodiscard]] bool BeginFile(Download& download, bool isWhole);
     /// Opens the file that the response goes to; false when another download has made one meanwhile.
-    bool OpenTarget(Download& download);
+    [[nodiscard]] bool OpenTarget(Download& download);
     /// Returns after `pause`, or as soon as the download is to stop.
     void WaitForConnection(Download& download, std::chrono::milliseconds pause);
     /// Whether the task is cancelled, or nobody waits for this file any more.
-    bool IsToStop(Download& download);
+    [[nodiscard]] bool IsToStop(Download& download);
     /// Records the file, or takes it away when the outcome holds an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };

@@ -96,9 +96,9 @@ public:
     void Add(const QString& item);
     void Add(const QStringList& items);
     /// Takes the item added last; false, with `item` empty, when there is none.
-    bool Pop(QString& item);
+    [[nodiscard]] bool Pop(QString& item);
     /// The item that Pop would take.
-    bool Peek(QString& item) const;
+    [[nodiscard]] bool Peek(QString& item) const;
     void Remove(const QString& item);
     void Clear();
     QStringList Upcoming(qsizetype count) const override;
@@ -220,7 +220,7 @@ public:
     void Subscribe(TPodcastFeed& feed);
     /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes. Any thread, which
     /// waits for the main one to tell the listeners.
-    bool SubscribeNew(TPodcastFeed& feed);
+    [[nodiscard]] bool SubscribeNew(TPodcastFeed& feed);
     /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay. Any
     /// thread.
     QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);

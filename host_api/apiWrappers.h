@@ -46,7 +46,7 @@ void RaiseIfFailed(HResult code, const QString& format = QStringLiteral("%d"));
 Ref<IVEXACore> HostCore();
 
 /// False when the core is not set or lacks the service.
-bool QueryHostService(const Guid& iid, void** service) noexcept;
+[[nodiscard]] bool QueryHostService(const Guid& iid, void** service) noexcept;
 
 template <class Service>
 Ref<Service> HostService() noexcept {
@@ -136,7 +136,7 @@ constexpr bool AreGiven(const Pointers*... pointers) noexcept {
 
 /// Makes the out arguments null, as they have to be on failure; false when one of them is missing.
 template <class... Objects>
-bool ClearOut(Objects**... out) noexcept {
+[[nodiscard]] bool ClearOut(Objects**... out) noexcept {
     ((out ? void(*out = nullptr) : void()), ...);
     return AreGiven(out...);
 }

@@ -56,7 +56,7 @@ public:
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 
     /// Sets the handle up. False when the request's address is none; the outcome says so.
-    bool Prepare(CURL* easy);
+    [[nodiscard]] bool Prepare(CURL* easy);
     /// Judges the transfer by the library's code. Call it while the handle still belongs to the multi handle. True when
     /// the request is to be performed once more: remove the handle, and call Prepare again.
     bool End(CURLcode code);

@@ -50,7 +50,7 @@ class VEXA_RUNTIME_API SqliteRows {
 public:
     virtual ~SqliteRows();
     /// Steps to the next row; false at the end.
-    virtual bool Next() = 0;
+    [[nodiscard]] virtual bool Next() = 0;
     virtual int ColumnCount() const = 0;
     virtual QString Text(int column) const = 0;
     virtual int Integer(int column) const = 0;

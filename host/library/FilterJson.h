@@ -19,7 +19,7 @@ namespace vexa::host {
 QJsonObject FilterToJson(IVEXAMLGroupFilter& filter);
 /// Adds what the JSON holds to a filter of the host's, and sets its operation and the rest. What it does not understand
 /// is left out; false when there was any of that.
-bool AddJsonToFilter(const QJsonObject& json, IVEXAMLGroupFilter& filter);
+[[nodiscard]] bool AddJsonToFilter(const QJsonObject& json, IVEXAMLGroupFilter& filter);
 
 /// The fields of all conditions, each once.
 QStringList FieldsOfFilter(const QJsonObject& json);

@@ -36,6 +36,6 @@ QByteArray ReadRest(IVEXAStream& stream, std::int64_t mostBytes = MemoryStream::
 
 /// Replaces the bytes from the stream's position on, and stands behind them. On failure the stream is as it was, as
 /// far as it lets itself be written to.
-HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
+[[nodiscard]] HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
 
 }  // namespace vexa::host

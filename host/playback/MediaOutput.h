@@ -90,7 +90,7 @@ private:
     bool StandsAtItsEnd();
     void Prerolled();
     void AskDuration();
-    bool TrySeek(double seconds);
+    [[nodiscard]] bool TrySeek(double seconds);
     void SeekNow(double seconds);
     void GiveUpSeeking();
     void Apply();

@@ -145,7 +145,7 @@ private:
     void Remember();
     void SaveSoon();
     void Start(const QString& address);
-    QString TakeNext();
+    [[nodiscard]] QString TakeNext();
     int Setting(const char* key, int otherwise) const;
     QString Describe(MediaOutput::Problem problem, const QString& details) const;
 

@@ -23,7 +23,7 @@ public:
     }
 
     /// Puts the present address in. False when the entry is to go.
-    bool Move(QString& address) {
+    [[nodiscard]] bool Move(QString& address) {
         const QString before = address;
         if (const auto moved = FMoves.constFind(address); moved != FMoves.constEnd()) address = *moved;
         const auto first = FBefore.find(address);

@@ -34,7 +34,7 @@ public:
     }
 
     /// Hides a service from plug-ins. Before a plug-in is loaded. False when there is none of that name.
-    bool HideService(const QString& name);
+    [[nodiscard]] bool HideService(const QString& name);
     QStringList ServiceNames() const;
 
     /// Marks a moment: what is registered later can be taken back together. 0 is the beginning.
