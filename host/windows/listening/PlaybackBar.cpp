@@ -34,10 +34,7 @@ QString SpeedText(double speed) {
 }  // namespace
 
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
-    : QWidget(parent),
-      FPlayback(playback),
-      FHost(host),
-      FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
+    : Pane(parent), FPlayback(playback), FHost(host) {
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(8, 4, 8, 4);
     whole->setSpacing(0);
@@ -160,7 +157,7 @@ void PlaybackBar::SetIcons() {
 
 void PlaybackBar::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange) SetIcons();
-    QWidget::changeEvent(event);
+    Pane::changeEvent(event);
 }
 
 void PlaybackBar::FillSpeeds() {
@@ -236,7 +233,7 @@ void PlaybackBar::ShowTitle() {
 }
 
 void PlaybackBar::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    Pane::resizeEvent(event);
     ShowTitle();
 }
 

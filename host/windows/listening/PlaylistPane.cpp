@@ -18,7 +18,7 @@
 namespace vexa::host {
 
 PlaylistPane::PlaylistPane(Host& host, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FTexts(host.Language()),
       FModel(new PlaylistModel(this)),
@@ -103,7 +103,7 @@ PlaylistPane::~PlaylistPane() {
 }
 
 void PlaylistPane::OnPlaylistsChanged() {
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     FLists->clear();
     const auto active = FHost.Playlists().Active();
     for (const auto& playlist : FHost.Playlists().All()) {
@@ -129,7 +129,7 @@ void PlaylistPane::UpdateHint() {
 }
 
 void PlaylistPane::ReadSelection() {
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     const Playlist* list = FModel->List();
     if (!list) return;
     QItemSelection selection;
@@ -143,7 +143,7 @@ void PlaylistPane::ReadSelection() {
 
 void PlaylistPane::WriteSelection() {
     if (FIsUpdating || !FModel->List()) return;
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     std::vector<int> rows;
     for (const QModelIndex& index : FView->selectionModel()->selectedIndexes()) rows.push_back(index.row());
     FModel->List()->Select(rows);
@@ -211,7 +211,7 @@ void PlaylistPane::OnThemeChanged() {
 }
 
 bool PlaylistPane::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::KeyPress) return Pane::eventFilter(watched, event);
     const int key = static_cast<QKeyEvent*>(event)->key();
     if (key == Qt::Key_Delete) {
         RemoveEntries();
@@ -221,7 +221,7 @@ bool PlaylistPane::eventFilter(QObject* watched, QEvent* event) {
         Q_EMIT FView->doubleClicked(FView->currentIndex());
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return Pane::eventFilter(watched, event);
 }
 
 }  // namespace vexa::host

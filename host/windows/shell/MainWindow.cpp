@@ -380,15 +380,9 @@ void MainWindow::SaveLayout() {
 void MainWindow::Localize() {
     QLocale::setDefault(LocaleOf(FHost.Language().Language()));
     setWindowTitle(FTexts("Title"));
-    FMenuBar->Localize();
-    FTree->Localize();
-    FTable->Localize();
-    FDetails->Localize();
-    FPlaylists->Localize();
-    FFirstStart->Localize();
-    FTasks->Localize();
-    FListening->Localize();
     FBanner->SetDismissName(FTexts("Dismiss"));
+    QEvent changed(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(this, &changed);
 }
 
 void MainWindow::OnThemeChanged() {

@@ -90,11 +90,7 @@ std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::
 }
 
 TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent)
-    : QStatusBar(parent),
-      FLibrary(library),
-      FTexts(language),
-      FProblemButton(new QToolButton),
-      FDismiss(new QToolButton) {
+    : Pane(parent), FLibrary(library), FTexts(language), FProblemButton(new QToolButton), FDismiss(new QToolButton) {
     setSizeGripEnabled(false);
     for (QToolButton* button : {FProblemButton, FDismiss}) {
         button->setAutoRaise(true);

@@ -2,6 +2,7 @@
 // The status bar: what goes on in the background, and at its end what did not work. Main thread.
 
 #include "Library.h"
+#include "Pane.h"
 #include "WindowTexts.h"
 
 #include <QStatusBar>
@@ -21,7 +22,7 @@ struct TaskProblem {
 /// Those of the last task of a kind.
 std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID);
 
-class TaskBar final : public QStatusBar {
+class TaskBar final : public Pane<QStatusBar> {
     Q_OBJECT
 public:
     TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent = nullptr);
@@ -31,12 +32,12 @@ public:
     void Update(const LibraryStorage* storage);
     /// Of what the window itself did.
     void AddProblems(std::vector<TaskProblem> problems);
-    void Localize();
     void OnThemeChanged();
 
 private:
     class Entry;
 
+    void Localize() override;
     void Poll();
     void ShowProblems();
     void NameProblems();

@@ -62,7 +62,7 @@ QLabel* CentredLabel() {
 }  // namespace
 
 FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FSubscriber(subscriber),
       FTexts(host.Language()),
@@ -196,7 +196,7 @@ void FirstStartPage::dropEvent(QDropEvent* event) {
 }
 
 void FirstStartPage::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
+    Pane::showEvent(event);
     FAddress->setFocus();
 }
 
