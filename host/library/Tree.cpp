@@ -9,7 +9,7 @@ namespace vexa::host {
 
 namespace {
 
-// A provider that never comes to an end must not take the host with it.
+// A limit, so that a provider whose list never ends does not hang the host.
 constexpr std::size_t kMostNodes = 1'000'000;
 
 TreeNode ReadNode(IVEXAMLGroupingTreeDataProviderSelection& nodes) {
@@ -62,21 +62,21 @@ std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
     return list;
 }
 
-std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
-    TreeWay way;
+std::optional<TreePath> Tree::FindByValues(const QStringList& values) const {
+    TreePath path;
     for (const QString& value : values) {
-        const std::vector<TreeNode> level = way.empty() ? Children() : Children(way.back());
+        const std::vector<TreeNode> level = path.empty() ? Children() : Children(path.back());
         const auto found =
             std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return node.Value() == value; });
         if (found == level.end()) return {};
-        way.push_back(*found);
+        path.push_back(*found);
     }
-    return way;
+    return path;
 }
 
-std::vector<TreePair> PairsOf(const TreeWay& way) {
+std::vector<TreePair> PairsOf(const TreePath& path) {
     std::vector<TreePair> pairs;
-    for (const TreeNode& node : way) pairs.push_back(node.Pair);
+    for (const TreeNode& node : path) pairs.push_back(node.Pair);
     return pairs;
 }
 

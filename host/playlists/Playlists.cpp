@@ -9,9 +9,9 @@ namespace vexa::host {
 
 namespace {
 
-// Several changes in a row are written once.
+// Long enough that a series of changes is written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// Files: what is known of so many shows while more are looked at.
+// Files per step: what is known so far is shown while more are described.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
@@ -37,7 +37,7 @@ PlaylistManager::~PlaylistManager() {
     FLibrary->RemoveListener(this);
     FLinks.Invalidate();
     StopDescribing();
-    for (const Ref<Playlist>& playlist : FPlaylists) playlist->CutOff();
+    for (const Ref<Playlist>& playlist : FPlaylists) playlist->DetachObserver();
 }
 
 void PlaylistManager::Load() {
@@ -79,7 +79,7 @@ void PlaylistManager::MarkChanged() {
 }
 
 template <class Call>
-void PlaylistManager::Tell(Call call) {
+void PlaylistManager::Notify(Call call) {
     for (const auto listeners = FListeners; PlaylistListener * listener : listeners)
         if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) call(*listener);
 }
@@ -94,10 +94,10 @@ void PlaylistManager::Activate(Playlist* playlist) {
     if (FActive.Get() == playlist) return;
     FActive = Ref<Playlist>(playlist);
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
-QString PlaylistManager::FreeName(const QString& wanted) const {
+QString PlaylistManager::UniqueName(const QString& wanted) const {
     QString name = wanted;
     for (int number = 2; Find(name); ++number) name = wanted + u" (" + QString::number(number) + u')';
     return name;
@@ -119,7 +119,7 @@ Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
     FPlaylists.push_back(playlist);
     if (activate || !FActive) FActive = playlist;
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
     return playlist;
 }
 
@@ -128,20 +128,20 @@ void PlaylistManager::Remove(Playlist& playlist) {
     if (found == FPlaylists.end()) return;
     const Ref<Playlist> removed = *found;
     const auto next = FPlaylists.erase(found);
-    removed->CutOff();
+    removed->DetachObserver();
     FFollower.Leave(*removed);
     std::erase(FUnnamed, removed.Get());
     if (FActive == removed)
         FActive = FPlaylists.empty() ? nullptr : next != FPlaylists.end() ? *next : FPlaylists.back();
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 void PlaylistManager::NameAfterFilter(Playlist& playlist) {
     if (std::erase(FUnnamed, &playlist) == 0) return;
     const auto preimage = playlist.Preimage();
     const QString name = preimage ? FFollower.NameFor(host::Describe(*preimage)) : QString();
-    if (!name.isEmpty()) playlist.Rename(FreeName(name));
+    if (!name.isEmpty()) playlist.Rename(UniqueName(name));
 }
 
 void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
@@ -154,12 +154,12 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
     }
     if (change == Change::Name) std::erase(FUnnamed, &playlist);
     if (change == Change::Entries && !playlist.IsSmart()) DescribeLater();
-    // What a smart playlist reads, and what is selected, is not kept.
+    // The entries of a smart playlist and the selection are not saved.
     if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
     if (change == Change::Entries || change == Change::Selection)
-        Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
+        Notify([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
     else
-        Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+        Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {
@@ -179,7 +179,7 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {
-    FUnknown.clear();  // its plug-in may know more
+    FUnknown.clear();  // the storage's plug-in may know these files
     DescribeLater();
 }
 

@@ -10,7 +10,7 @@
 
 namespace vexa::host {
 
-JsonFile::JsonFile(const QString& fileName, const QString& what) : FFileName(fileName), FWhat(what) {}
+JsonFile::JsonFile(const QString& fileName, const QString& contents) : FFileName(fileName), FContents(contents) {}
 
 QJsonObject JsonFile::Load(const QString& key) {
     QFile file(FFileName);
@@ -29,17 +29,17 @@ void JsonFile::MoveAside(const QString& reason) {
     QString target = first;
     for (int number = 2; QFile::exists(target); ++number) target = first + QString::number(number);
     FMayWrite = QFile::rename(FFileName, target);
-    qCWarning(LogHost).noquote() << FWhat << "in" << FFileName << "cannot be read:" << reason
+    qCWarning(LogHost).noquote() << FContents << "in" << FFileName << "cannot be read:" << reason
                                  << (FMayWrite ? "- the file is now" : "- none will be kept, for it cannot become")
                                  << target;
 }
 
 void JsonFile::Save(const QByteArray& json) const {
-    if (!FMayWrite) return;  // which was told when it was read
+    if (!FMayWrite) return;  // MoveAside has logged why
     QSaveFile file(FFileName);
     if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return;
     throw std::runtime_error(
-        QString(FWhat + u" could not be written to " + FFileName + u": " + file.errorString()).toStdString());
+        QString(FContents + u" could not be written to " + FFileName + u": " + file.errorString()).toStdString());
 }
 
 }  // namespace vexa::host

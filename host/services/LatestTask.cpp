@@ -12,7 +12,7 @@ public:
     void Execute() override {
         FThen = FWork([this] { return IsCancelled(); });
     }
-    /// Also when the work failed: the next one waits for it.
+    /// Called also when the work threw, so that waiting work is started.
     void Complete() override {
         FWork = nullptr;
         RunInMainThread(
@@ -53,7 +53,7 @@ void LatestTask::Start() {
 }
 
 void LatestTask::End(std::uint64_t number, const std::function<void()>& then) {
-    if (FRunning == 0 || number != FRunningNumber) return;  // it was stopped
+    if (FRunning == 0 || number != FRunningNumber) return;  // Stop was called meanwhile
     FRunning = 0;
     if (FWaiting)
         Start();

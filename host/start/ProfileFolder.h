@@ -1,11 +1,11 @@
 #pragma once
-// Whether the user's data can be kept.
+// Checks whether the user's data can be saved.
 
 #include <QString>
 
 namespace vexa::host {
 
-/// Throws std::runtime_error when files cannot be made and filled in the folder, such as on a full disk.
+/// Throws std::runtime_error when no files can be written in the folder, such as because the disk is full.
 void CheckWritable(const QString& folder);
 
 }  // namespace vexa::host
