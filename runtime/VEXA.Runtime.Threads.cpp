@@ -347,10 +347,6 @@ Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) 
 
 Timer::~Timer() = default;
 
-std::chrono::milliseconds Timer::Interval() const {
-    return FImpl->Clock.intervalAsDuration();
-}
-
 bool Timer::IsEnabled() const {
     return FImpl->Clock.isActive();
 }

@@ -93,7 +93,6 @@ public:
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    std::chrono::milliseconds Interval() const;
     bool IsEnabled() const;
     void SetEnabled(bool enabled);
 
