@@ -105,7 +105,7 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
     FRefreshQueue->Remove(feedURL);
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
         // Held while files are recycled, so that the download task cannot take one of these episodes meanwhile.
-        const std::lock_guard lock(*FDownloadQueue);
+        const vexa::TLock lock(FDownloadQueue->Mutex());
         QSet<QString> recycled;
         const auto recycle = [&](const QString& fileName) {
             // A file that an episode of another feed records as well stays for that one.
@@ -135,7 +135,7 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
 }
 
 bool TPodcastClient::AreFilesKept(int feedID) {
-    const std::lock_guard lock(*FDownloadQueue);
+    const vexa::TLock lock(FDownloadQueue->Mutex());
     return FFeedsWithKeptFiles.contains(feedID);
 }
 

@@ -334,7 +334,7 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
 void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {
     // The key is given by the database, the address finds the row.
     const auto isUpdated = [](const TPodcastColumn& column) { return column.Field >= 0 && column.Field != pffURLFeed; };
-    const auto lock = Lock();
+    const vexa::TLock lock(Mutex());
     const auto& fields = feed.Fields;
     feed.ID = GetFeedID(fields[pffURLFeed]);
     if (feed.ID > 0) {

@@ -204,8 +204,8 @@ private:
     void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
 
     bool HasEpisode(const QString& episodeKey);
-    /// Runs an UPDATE without its condition for the episodes of a key. Hold the lock.
-    void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey);
+    /// Runs an UPDATE without its condition for the episodes of a key.
+    void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey) VEXA_REQUIRES(Mutex());
 
     // Older names (Podcasts.Core.DB.Names.cpp).
     /// Notes the names that stored rows are about to lose, and those of rows that are about to become one with others.

@@ -41,13 +41,13 @@ QString TPodcastClientOptions::GetDefaultCacheFileNameTemplate() {
 }
 
 QString TPodcastClientOptions::CacheFileNameTemplate() const {
-    const std::lock_guard lock(FTemplateMutex);
+    const vexa::TLock lock(FTemplateMutex);
     return FCacheFileNameTemplate;
 }
 
 void TPodcastClientOptions::SetCacheFileNameTemplate(const QString& value) {
     {
-        const std::lock_guard lock(FTemplateMutex);
+        const vexa::TLock lock(FTemplateMutex);
         if (FCacheFileNameTemplate == value) return;
         FCacheFileNameTemplate = value;
     }

@@ -1,11 +1,12 @@
 #include "PluginLoader.h"
 
+#include "VEXA.Runtime.Mutex.h"
+
 #include <QFileInfo>
 #include <QLibrary>
 #include <QtGlobal>
 
 #include <atomic>
-#include <mutex>
 
 namespace vexa::host {
 
@@ -29,7 +30,7 @@ VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
 class LastWarning {
 public:
     LastWarning() {
-        const std::lock_guard lock(Mutex);
+        const TLock lock(Mutex);
         LastText.clear();
         Previous = qInstallMessageHandler(Note);
     }
@@ -38,21 +39,21 @@ public:
     LastWarning& operator=(const LastWarning&) = delete;
 
     QString Text() const {
-        const std::lock_guard lock(Mutex);
+        const TLock lock(Mutex);
         return LastText;
     }
 
 private:
     static void Note(QtMsgType type, const QMessageLogContext& context, const QString& text) {
         if (type == QtWarningMsg || type == QtCriticalMsg) {
-            const std::lock_guard lock(Mutex);
+            const TLock lock(Mutex);
             LastText = text;
         }
         if (const QtMessageHandler previous = Previous) previous(type, context, text);
     }
 
-    inline static std::mutex Mutex;
-    inline static QString LastText;  // guarded by Mutex
+    inline static TMutex Mutex;
+    inline static QString LastText VEXA_GUARDED_BY(Mutex);
     inline static std::atomic<QtMessageHandler> Previous = nullptr;
 };
 

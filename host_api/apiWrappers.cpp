@@ -1,13 +1,13 @@
 #include "apiWrappers.h"
 
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QLocale>
 
 #include <cmath>
 #include <limits>
-#include <mutex>
 #include <utility>
 
 namespace vexa {
@@ -15,17 +15,17 @@ namespace vexa {
 namespace {
 
 // Host threads may still be asking when the plug-in ends: each takes a reference of its own.
-std::mutex CoreMutex;
-// Guarded by CoreMutex. Let go of when the module is unloaded, should Finalize never have been called.
-Ref<IVEXACore> Core;
+TMutex CoreMutex;
+// Let go of when the module is unloaded, should Finalize never have been called.
+Ref<IVEXACore> Core VEXA_GUARDED_BY(CoreMutex);
 
 Ref<IVEXACore> CurrentCore() noexcept {
-    const std::lock_guard lock(CoreMutex);
+    const TLock lock(CoreMutex);
     return Core;
 }
 
 void SetCore(Ref<IVEXACore> core) noexcept {
-    const std::lock_guard lock(CoreMutex);
+    const TLock lock(CoreMutex);
     std::swap(Core, core);
 }
 

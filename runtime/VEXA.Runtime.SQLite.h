@@ -7,6 +7,7 @@
 // waiting five seconds.
 
 #include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
 
 #include <QByteArray>
@@ -15,7 +16,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -99,12 +99,12 @@ private:
     friend class SqliteConnection;
     friend class SqliteDatabase;
     friend class SqliteRowSet;
-    SqliteCursor(SqliteConnection& connection, std::unique_lock<std::recursive_mutex> lock, sqlite3_stmt* statement)
+    SqliteCursor(SqliteConnection& connection, std::unique_lock<TRecursiveMutex> lock, sqlite3_stmt* statement)
         : FConnection(connection), FLock(std::move(lock)), FStatement(statement) {}
     int Require(std::string_view name) const;
 
     SqliteConnection& FConnection;
-    std::unique_lock<std::recursive_mutex> FLock;
+    std::unique_lock<TRecursiveMutex> FLock;  // handed on, so none that the analysis follows
     SqliteBorrowedReader FReader;
     sqlite3_stmt* FStatement;
 };
@@ -153,7 +153,7 @@ protected:
     void OpenConnection(const QString& fileName, int flags);
     void Close() noexcept;
     void RegisterUnicode();
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<std::recursive_mutex> lock);
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<TRecursiveMutex> lock);
     [[noreturn]] void Raise(const std::string& what, int code) const;
 
     QString FFileName;
@@ -203,7 +203,9 @@ public:
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
     /// A cursor on the first row; nothing when there is none.
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) {
+        return SqliteConnection::Query(sql, std::unique_lock(FMutex));
+    }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
     /// The same two on a connection that only reads: they never wait for what another thread writes, and see all that
     /// was committed before. Inside a transaction of the calling thread they see its writes, on the connection's own.
@@ -218,13 +220,13 @@ public:
     /// throws undoes its writes and reaches the caller. Holds the lock all the while.
     void RunInTransaction(const std::function<void()>& procedure);
 
-    /// Groups statements of one thread. Reentrant.
-    [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() { return std::unique_lock(FMutex); }
+    /// Held, it groups statements of one thread.
+    TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
 
     /// Names of a table's columns in order; empty when there is no such table.
     std::vector<std::string> TableColumns(std::string_view table);
     /// Rows changed by the last INSERT, UPDATE or DELETE.
-    int ChangedRows() const;
+    int ChangedRows() const VEXA_REQUIRES(FMutex);
 
 protected:
     /// Opens or creates the file, then runs the three steps below in order. For the constructor of the derived class.
@@ -249,11 +251,11 @@ private:
     void EnterWal();
     SqliteBorrowedReader BorrowReader();
 
-    std::recursive_mutex FMutex;  // guards FHandle and FTransactionDepth
-    int FTransactionDepth = 0;
+    TRecursiveMutex FMutex;  // guards FHandle, too
+    int FTransactionDepth VEXA_GUARDED_BY(FMutex) = 0;
     std::atomic<std::thread::id> FTransactionThread{};  // whose transaction is open
-    std::mutex FReadersMutex;
-    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
+    TMutex FReadersMutex;
+    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders VEXA_GUARDED_BY(FReadersMutex);
 };
 
 /// A statement that writes, prepared once and run again and again with other values for its parameters ("?"). Any text

@@ -57,10 +57,10 @@ RowReader::~RowReader() {
     FLinks.Invalidate();
     CancelAll();
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsEnding = true;
     }
-    FIsWanted.notify_one();
+    FIsWanted.NotifyOne();
     // A storage that hands something to the main thread, and waits for it, must not wait for ever.
     DrainMainThreadUntil([this] { return FHasEnded.load(); });
     FThread.join();
@@ -81,13 +81,13 @@ RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::fun
     request->Page.Offset = query.Offset;
     FAsked.emplace(request->Number, Asked{request, std::move(then)});
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (urgency == Urgency::InSight)
             FWaiting.push_front(request);
         else
             FWaiting.push_back(request);
     }
-    FIsWanted.notify_one();
+    FIsWanted.NotifyOne();
     return request->Number;
 }
 
@@ -114,7 +114,7 @@ void RowReader::Cancel(Ticket ticket) {
     const RequestPointer& request = asked.What;
     FAsked.erase(found);
     request->IsCancelled = true;
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     std::erase(FWaiting, request);
 }
 
@@ -152,8 +152,8 @@ void RowReader::Run() {
     for (;;) {
         RequestPointer request;
         {
-            std::unique_lock lock(FMutex);
-            FIsWanted.wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
+            TLock lock(FMutex);
+            FIsWanted.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return FIsEnding || !FWaiting.empty(); });
             if (FIsEnding) break;
             request = std::move(FWaiting.front());
             FWaiting.pop_front();

@@ -5,19 +5,20 @@
 #include "Streams.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <atomic>
-#include <mutex>
-#include <vector>
+#include <map>
 
 namespace vexa::host {
 
 /// The transfers of one service, and whether they are to end.
 struct HttpClientService::Running {
     std::atomic<bool> IsCancelled{false};
-    std::mutex Mutex;
-    std::vector<TaskHandle> Handles;  // guarded by Mutex
+    TMutex Mutex;
+    // Of those in the background.
+    std::map<const Task*, TaskHandle> Handles VEXA_GUARDED_BY(Mutex);
 };
 
 /// One GET. Holds all that it needs, so that it can run on the caller's thread or on another one.
@@ -31,8 +32,8 @@ public:
         Run();
         FBody = nullptr;
         FEvents = nullptr;
-        const std::lock_guard lock(FRunning->Mutex);
-        std::erase(FRunning->Handles, Handle);
+        const TLock lock(FRunning->Mutex);
+        FRunning->Handles.erase(this);
     }
     /// S_OK, E_ABORT or E_FAIL, which the events have been told.
     HResult Run() {
@@ -42,8 +43,6 @@ public:
         if (FEvents) FEvents->OnCompleted(told, error.Get());
         return told;
     }
-
-    TaskHandle Handle = 0;  // guarded by the mutex of FRunning
 
 private:
     HResult Fetch(IVEXAErrorInfo* error) {
@@ -88,23 +87,21 @@ HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAS
         if (url.isEmpty() || !body) return E_INVALIDARG;
         auto transfer = std::make_unique<Transfer>(url, body, events, FRunning);
         if (flags & WaitForCompletion) return transfer->Run();
-        const std::lock_guard lock(FRunning->Mutex);
-        Transfer* const started = transfer.get();
-        const TaskHandle handle = WorkerPool::Run(std::move(transfer));
-        started->Handle = handle;  // its end waits for the lock
-        FRunning->Handles.push_back(handle);
+        const TLock lock(FRunning->Mutex);
+        const Task* const started = transfer.get();
+        FRunning->Handles[started] = WorkerPool::Run(std::move(transfer));  // its end waits for the lock
         return S_OK;
     });
 }
 
 void HttpClientService::CancelAll() {
     FRunning->IsCancelled = true;
-    std::vector<TaskHandle> handles;
+    std::map<const Task*, TaskHandle> handles;
     {
-        const std::lock_guard lock(FRunning->Mutex);
+        const TLock lock(FRunning->Mutex);
         handles = FRunning->Handles;
     }
-    for (const TaskHandle handle : handles) WorkerPool::Cancel(handle, true);
+    for (const auto& [transfer, handle] : handles) WorkerPool::Cancel(handle, true);
     FRunning->IsCancelled = false;
 }
 

@@ -34,7 +34,7 @@ QStringList LanguageService::Languages() const {
 }
 
 QString LanguageService::Language() const {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     return FLanguage;
 }
 
@@ -51,7 +51,7 @@ bool LanguageService::Use(const QString& language) {
     for (const QString& name : Languages()) {
         if (name.compare(language, Qt::CaseInsensitive) != 0) continue;
         auto texts = Load(name);
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FLanguage = name;
         FTexts = std::move(texts);
         return true;
@@ -68,7 +68,7 @@ bool LanguageService::Switch(const QString& language) {
 std::optional<QStringList> LanguageService::Find(const QString& keyPath) const {
     std::shared_ptr<const LanguageFile> texts;
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         texts = FTexts;
     }
     auto found = texts->Find(keyPath);
@@ -84,7 +84,7 @@ HResult LanguageService::GetName(IVEXAString** name) noexcept {
     return Guarded("giving the language's name", [&] {
         std::shared_ptr<const LanguageFile> texts;
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             texts = FTexts;
         }
         return PutString(texts->Name(), name);

@@ -4,11 +4,11 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.MessageBox.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <atomic>
 #include <chrono>
 #include <deque>
-#include <mutex>
 
 namespace podcasts {
 
@@ -29,13 +29,13 @@ class Works {
 public:
     /// True: nobody is at work, so that the caller is to see to it.
     bool Add(TPodcastsCommandWork work) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FWaiting.push_back(std::move(work));
         return !std::exchange(FIsRunning, true);
     }
     /// The next one; an empty one at the end, after which somebody else is to see to what comes.
     TPodcastsCommandWork Next() {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsRunning = !FWaiting.empty();
         if (!FIsRunning) return {};
         TPodcastsCommandWork next = std::move(FWaiting.front());
@@ -44,9 +44,9 @@ public:
     }
 
 private:
-    std::mutex FMutex;
-    std::deque<TPodcastsCommandWork> FWaiting;  // guarded by FMutex
-    bool FIsRunning = false;                    // guarded by FMutex
+    TMutex FMutex;
+    std::deque<TPodcastsCommandWork> FWaiting VEXA_GUARDED_BY(FMutex);
+    bool FIsRunning VEXA_GUARDED_BY(FMutex) = false;
 };
 Works Waiting;
 

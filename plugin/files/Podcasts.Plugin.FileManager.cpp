@@ -2,12 +2,12 @@
 
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Desktop.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <vector>
 
 namespace podcasts {
@@ -20,9 +20,9 @@ const QString kScheme = QStringLiteral("podcast");
 const QString kPrefix = QStringLiteral("podcast://");
 
 struct ClientGate {
-    std::mutex Mutex;
-    TPodcastClient* Client = nullptr;  // guarded by Mutex
-    int Inside = 0;                    // passes that hold a client; guarded by Mutex
+    TMutex Mutex;
+    TPodcastClient* Client VEXA_GUARDED_BY(Mutex) = nullptr;
+    int Inside VEXA_GUARDED_BY(Mutex) = 0;  // passes that hold a client
     std::atomic<bool> IsClosing{false};
 };
 ClientGate Gate;
@@ -56,7 +56,7 @@ QString FirstOf(const QString& text, const QString& otherwise) {
 // ---- The client for host threads ----
 
 TPodcastsClientPass TPodcastsClientPass::Enter() {
-    const std::lock_guard lock(Gate.Mutex);
+    const TLock lock(Gate.Mutex);
     if (Gate.Client) ++Gate.Inside;
     return TPodcastsClientPass(Gate.Client);
 }
@@ -64,14 +64,14 @@ TPodcastsClientPass TPodcastsClientPass::Enter() {
 TPodcastsClientPass::~TPodcastsClientPass() {
     if (!FClient) return;
     {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         --Gate.Inside;
     }
     if (Gate.IsClosing) WakeMainThread();
 }
 
 void TPodcastsClientPass::Close() {
-    const std::lock_guard lock(Gate.Mutex);
+    const TLock lock(Gate.Mutex);
     Gate.Client = nullptr;
     Gate.IsClosing = true;
 }
@@ -89,7 +89,7 @@ QString TPodcastsResolvedEpisode::LocalFileName() const {
 
 void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
     {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         Gate.Client = &client;
         Gate.IsClosing = false;
     }
@@ -109,7 +109,7 @@ void TVEXAPodcastsFileManager::UnregisterFileManager() {
     TPodcastsClientPass::Close();
     // What runs inside may itself wait for the main thread, so serve it meanwhile.
     DrainMainThreadUntil([] {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         return Gate.Inside == 0;
     });
 }

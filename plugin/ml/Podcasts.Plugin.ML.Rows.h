@@ -8,10 +8,10 @@
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Plugin.ML.Request.h"
 #include "Podcasts.Plugin.ML.Rows.Text.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -36,27 +36,28 @@ private:
         SharedRowIDs IDs;
     };
 
-    void Open(const TPodcastsDB& db);
+    void Open(const TPodcastsDB& db) VEXA_REQUIRES(FMutex);
     /// Inside a snapshot, so that what is kept and what is read are of one state.
-    void DropWhatChanged();
+    void DropWhatChanged() VEXA_REQUIRES(FMutex);
     /// Whether the two steps give what the whole statement gives.
-    bool IsRegular();
+    bool IsRegular() VEXA_REQUIRES(FMutex);
     /// The ids of all rows of a request; null where those of the page alone are found sooner.
-    SharedRowIDs AllIDs(const TPodcastsRowRequest& request);
-    SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request);
-    SharedRowIDs OrderedIDs(const QString& rows, const QString& order);
-    SharedRowIDs FindKept(const QString& rows, const QString& order);
-    SharedRowIDs Keep(const QString& rows, const QString& order, RowIDs ids);
-    RowIDs ReadIDs(const QString& statement);
-    std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement);
+    SharedRowIDs AllIDs(const TPodcastsRowRequest& request) VEXA_REQUIRES(FMutex);
+    SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request) VEXA_REQUIRES(FMutex);
+    SharedRowIDs OrderedIDs(const QString& rows, const QString& order) VEXA_REQUIRES(FMutex);
+    SharedRowIDs FindKept(const QString& rows, const QString& order) VEXA_REQUIRES(FMutex);
+    SharedRowIDs Keep(const QString& rows, const QString& order, RowIDs ids) VEXA_REQUIRES(FMutex);
+    RowIDs ReadIDs(const QString& statement) VEXA_REQUIRES(FMutex);
+    std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement) VEXA_REQUIRES(FMutex);
 
-    std::mutex FMutex;  // guards all below
-    std::unique_ptr<vexa::SqliteReader> FReader;
-    qint64 FVersion = -1;  // of the database, as FReader tells it; what follows is of this version
-    std::optional<bool> FIsRegular;
-    std::list<KeptIDs> FKept;  // the ones used last in front
-    QString FLastSorted;       // the last request whose page was sorted out of all rows
-    TPodcastsRowText FText;
+    vexa::TMutex FMutex;
+    std::unique_ptr<vexa::SqliteReader> FReader VEXA_GUARDED_BY(FMutex);
+    // Of the database, as FReader tells it; what follows is of this version.
+    qint64 FVersion VEXA_GUARDED_BY(FMutex) = -1;
+    std::optional<bool> FIsRegular VEXA_GUARDED_BY(FMutex);
+    std::list<KeptIDs> FKept VEXA_GUARDED_BY(FMutex);  // the ones used last in front
+    QString FLastSorted VEXA_GUARDED_BY(FMutex);       // the last request whose page was sorted out of all rows
+    TPodcastsRowText FText VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace podcasts

@@ -8,13 +8,13 @@ using namespace vexa;
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Initialize(Ref<IVEXAMLDataStorageManager> manager) {
     FManager = std::move(manager);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     FTasks.emplace();
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Finalize() {
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FTasks.reset();
     }
     FManager = nullptr;
@@ -31,7 +31,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
         manager->BackgroundTaskStarted(kind, info.Caption.Get(), cancelEvent.Get());
     }
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (FTasks) FTasks->insert_or_assign(kind, info);
     }
     UpdateTask(kind, {});
@@ -40,7 +40,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
 void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QString& text) {
     TInfo info;
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         const auto found = FTasks ? FTasks->find(kind) : decltype(FTasks->end())();
         if (!FTasks || found == FTasks->end()) return;
         info = found->second;
@@ -53,7 +53,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QS
 
 void TVEXAPodcastsMLBackgroundTaskHelper::FinishTask(std::int32_t kind) {
     if (const auto manager = FManager) manager->BackgroundTaskFinished(kind);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     if (FTasks) FTasks->erase(kind);
 }
 

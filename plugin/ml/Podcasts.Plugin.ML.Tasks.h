@@ -1,11 +1,11 @@
 #pragma once
 // The client's refreshes and downloads as background tasks of the host's library.
 
+#include "VEXA.Runtime.Mutex.h"
 #include "apiWrappers.h"
 
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 
 namespace podcasts {
@@ -32,9 +32,9 @@ private:
         QString CaptionFormat;
     };
 
-    std::mutex FMutex;
-    std::optional<std::map<std::int32_t, TInfo>> FTasks;  // by kind; guarded by FMutex; none before Initialize
-    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // main thread
+    vexa::TMutex FMutex;
+    std::optional<std::map<std::int32_t, TInfo>> FTasks VEXA_GUARDED_BY(FMutex);  // by kind; none before Initialize
+    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;                          // main thread
 };
 
 }  // namespace podcasts

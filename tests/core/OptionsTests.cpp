@@ -136,8 +136,8 @@ TEST(Queue, HandsOutTheLastFirstAndTakesTextsThatDifferInCaseForOne) {
     while (queue.Pop(item)) taken += item;
     EXPECT_EQ(taken, QStringList({"ЖУК", "ß", "ss", "C", "A"}));
     EXPECT_EQ(item, "");
-    const std::lock_guard lock(queue);  // reentrant
-    queue.Add("a");                     // what was taken may come again
+    const vexa::TLock lock(queue.Mutex());  // reentrant
+    queue.Add("a");                         // what was taken may come again
     EXPECT_EQ(queue.Items(), QStringList("a"));
     queue.Clear();
     EXPECT_FALSE(queue.Pop(item));
