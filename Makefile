@@ -10,7 +10,7 @@ SOURCES := sdk runtime core host_api plugin cli host tools samples tests bench
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop arrows format clean
+.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop arrows thread-safety format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -26,6 +26,7 @@ help:
 	@echo "make deb               a Debian package, in build"
 	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
 	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
+	@echo "make thread-safety     checks that what a mutex guards is used under it (see tools/thread-safety)"
 
 setup:
 	@./tools/setup packages.txt
@@ -97,6 +98,10 @@ check-desktop:
 
 arrows: setup
 	@./tools/arrows
+
+thread-safety: build
+	@./tools/setup tools/thread-safety/packages.txt
+	@./tools/thread-safety/check --jobs $(JOBS) build
 
 format:
 	@find $(SOURCES) -name '*.h' -o -name '*.cpp' | xargs clang-format-16 -i
