@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QSet>
 
@@ -22,6 +23,7 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
 }
 
 TPodcastClient::~TPodcastClient() {
+    VEXA_ASSERT_MAIN_THREAD();
     FListeners->Clear();
     FLinks.Invalidate();
     FIsBeingDestroyed = true;
@@ -36,6 +38,7 @@ TPodcastClient::~TPodcastClient() {
 }
 
 void TPodcastClient::RefreshFeeds() {
+    VEXA_ASSERT_MAIN_THREAD();
     LastRefreshTime = FClocks.TickCount();
     LastRefreshDate = FClocks.Calendar();
     QStringList feedURLs;
@@ -45,6 +48,7 @@ void TPodcastClient::RefreshFeeds() {
 }
 
 void TPodcastClient::RefreshFeeds(const QStringList& feedURLs) {
+    VEXA_ASSERT_MAIN_THREAD();
     FRefreshQueue->Add(feedURLs);
     StartRefreshTask();
 }
@@ -62,6 +66,7 @@ void TPodcastClient::RefreshFeedsIfDue() {
 }
 
 void TPodcastClient::CancelRefresh() {
+    VEXA_ASSERT_MAIN_THREAD();
     vexa::WorkerPool::Cancel(FRefreshTask, true);
 }
 
@@ -80,6 +85,7 @@ bool TPodcastClient::IsSubscribed(const QString& feedURL) {
 }
 
 void TPodcastClient::Subscribe(TPodcastFeed& feed) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDB->AddOrUpdate(feed);
     FeedSubscribed();
 }
@@ -96,6 +102,7 @@ bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
 }
 
 void TPodcastClient::FeedSubscribed() {
+    VEXA_ASSERT_MAIN_THREAD();
     NotifyDataChanged();
     if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
 }
@@ -140,6 +147,7 @@ bool TPodcastClient::AreFilesKept(int feedID) {
 }
 
 void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDB->ChangeFeedURL(oldURL, newURL);
     NotifyDataChanged();
 }
@@ -159,6 +167,7 @@ void TPodcastClient::DownloadEpisode(const QString& episodeKey) {
 }
 
 void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDownloadQueue->Add(episodeKeys);
     StartDownloadTask();
 }
@@ -178,6 +187,7 @@ void TPodcastClient::DownloadNewEpisodes() {
 }
 
 void TPodcastClient::CancelDownloads() {
+    VEXA_ASSERT_MAIN_THREAD();
     vexa::WorkerPool::Cancel(FDownloadTask, true);
 }
 
@@ -215,6 +225,7 @@ int TPodcastClient::CheckLocalCopies() {
 }
 
 void TPodcastClient::StartRefreshTask() {
+    VEXA_ASSERT_MAIN_THREAD();
     // A running task takes the new entries; what a completion finds too late starts another one at its end.
     if (FRefreshTask != 0 || FIsRefreshHeld) return;
     FIsRefreshHeld = true;
@@ -225,6 +236,7 @@ void TPodcastClient::StartRefreshTask() {
 }
 
 void TPodcastClient::StartDownloadTask() {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FDownloadTask != 0 || FAreDownloadsHeld) return;
     FAreDownloadsHeld = true;
     FDownloadOutcomes.Clear();
@@ -257,6 +269,7 @@ void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) 
 }  // namespace
 
 void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
+    VEXA_ASSERT_MAIN_THREAD();
     FIsRefreshHeld = true;
     if (end == TaskEnd::Stopped) DropQueue(*FRefreshQueue, FRefreshOutcomes);
     NotifyRefreshFeedsFinished(hasNewEpisodes);
@@ -273,6 +286,7 @@ void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
 }
 
 void TPodcastClient::DownloadsComplete(TaskEnd end) {
+    VEXA_ASSERT_MAIN_THREAD();
     FAreDownloadsHeld = true;
     if (end == TaskEnd::Stopped) DropQueue(*FDownloadQueue, FDownloadOutcomes);
     FDownloadTask = 0;

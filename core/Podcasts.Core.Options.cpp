@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Options.h"
 
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -86,6 +87,7 @@ void TPodcastClientOptions::DoAssign(const LockablePersistent& source) {
 }
 
 void TPodcastClientOptions::DoChanged(int) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FOnChange) FOnChange(*this);
 }
 

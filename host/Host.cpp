@@ -6,6 +6,7 @@
 #include "Images.h"
 #include "ObjectList.h"
 #include "Streams.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QDir>
 
@@ -40,6 +41,7 @@ Host::Host(const HostOptions& options)
       FOptions(new OptionsService),
       FSelection(new LibrarySelection(FLibrary)),
       FPlaylists(new PlaylistManager(options.ProfileFolder, FLibrary, FFileInfos, FLanguage, FAddresses)) {
+    VEXA_ASSERT_MAIN_THREAD();
     FMessages->Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });  // until there is one
 
     FCore->AddFactory<IVEXAString, HostString>();
@@ -79,6 +81,7 @@ const Plugin& Host::LoadPlugin(const QString& fileName) {
 }
 
 const Plugin& Host::StartPlugin(Plugin plugin) {
+    VEXA_ASSERT_MAIN_THREAD();
     const std::uint64_t before = FCore->Mark();
     try {
         plugin.Initialize(FCore.Get());
@@ -94,6 +97,7 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
 }
 
 QString Host::UnloadPlugins() {
+    VEXA_ASSERT_MAIN_THREAD();
     FPlaylists->StopDescribing();
     FAddresses->Stop();
     QStringList problems{FPlaylists->Save()};

@@ -1,6 +1,7 @@
 #include "PluginLoader.h"
 
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QFileInfo>
 #include <QLibrary>
@@ -60,6 +61,7 @@ private:
 }  // namespace
 
 Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absoluteFilePath()) {
+    VEXA_ASSERT_MAIN_THREAD();
     const HResult result = FindEntryPoint(fileName)(FObject.Put());
     if (Failed(result) || !FObject)
         throw PluginError(u"the plug-in " + fileName + u" gave no object (" + ToHex(result) + u')',
@@ -67,6 +69,7 @@ Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absolute
 }
 
 void Plugin::Initialize(IVEXACore* core) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!HasThisSdk(FObject.Get()))
         throw PluginError(u"the plug-in " + FFileName +
                               u" was built with another version of the interfaces: get the one for this player",
@@ -81,6 +84,7 @@ void Plugin::Initialize(IVEXACore* core) {
 }
 
 void Plugin::Finalize() {
+    VEXA_ASSERT_MAIN_THREAD();
     FObject->Finalize();
 }
 

@@ -11,6 +11,8 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <exception>
 #include <thread>
@@ -54,6 +56,8 @@ public:
     void Attach() { FMainThread.store(std::this_thread::get_id()); }
 
     bool IsMain() const noexcept { return FMainThread.load() == std::this_thread::get_id(); }
+
+    bool IsAttached() const noexcept { return FMainThread.load() != std::thread::id(); }
 
     void Post(const std::shared_ptr<QueuedProcedure>& item) {
         {
@@ -176,6 +180,14 @@ bool IsMainThread() noexcept {
     return MainThreadQueue::Instance().IsMain();
 }
 
+#ifdef VEXA_THREAD_ASSERTIONS
+void AssertMainThread(const char* file, int line, const char* function) noexcept {
+    if (IsMainThread() || !MainThreadQueue::Instance().IsAttached()) return;
+    std::fprintf(stderr, "%s:%d: %s was called on another thread than the main one\n", file, line, function);
+    std::abort();
+}
+#endif
+
 void RunInMainThread(std::function<void()> procedure, bool wait) {
     auto& queue = MainThreadQueue::Instance();
     if (wait && queue.IsMain()) return procedure();
@@ -190,10 +202,12 @@ void RunInMainThread(std::function<void()> procedure, bool wait) {
 }
 
 bool IsAnyThreadWaiting() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return MainThreadQueue::Instance().IsRunningForAny();
 }
 
 void DrainMainThreadUntil(const std::function<bool()>& done, std::chrono::milliseconds poll) {
+    VEXA_ASSERT_MAIN_THREAD();
     MainThreadQueue::Instance().DrainUntil(done, poll);
 }
 
@@ -332,6 +346,7 @@ struct Timer::Impl {
 };
 
 Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) : FImpl(std::make_unique<Impl>()) {
+    VEXA_ASSERT_MAIN_THREAD();
     FImpl->Clock.setInterval(interval);
     FImpl->Clock.setTimerType(Qt::VeryCoarseTimer);
     QObject::connect(&FImpl->Clock, &QTimer::timeout, &FImpl->Clock, [call = std::move(onTimer)] {
@@ -354,6 +369,7 @@ bool Timer::IsEnabled() const {
 }
 
 void Timer::SetEnabled(bool enabled) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (enabled == IsEnabled()) return;
     if (enabled)
         FImpl->Clock.start();

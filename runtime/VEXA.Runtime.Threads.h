@@ -25,6 +25,15 @@ using CancelCheck = std::function<bool()>;
 VEXA_RUNTIME_API void AttachMainThread();
 VEXA_RUNTIME_API bool IsMainThread() noexcept;
 
+/// Stands at the beginning of operations that belong to the main thread. On another thread it ends the program, and
+/// says where that was; before AttachMainThread any thread will do. Debug and sanitizer builds have it, others nothing.
+#ifdef VEXA_THREAD_ASSERTIONS
+#define VEXA_ASSERT_MAIN_THREAD() ::vexa::AssertMainThread(__FILE__, __LINE__, __func__)
+VEXA_RUNTIME_API void AssertMainThread(const char* file, int line, const char* function) noexcept;
+#else
+#define VEXA_ASSERT_MAIN_THREAD() static_cast<void>(0)
+#endif
+
 /// Runs `procedure` on the main thread. With `wait` the call returns after it has run, and throws what it threw; on the
 /// main thread itself it then runs at once. Without `wait` it is queued, and what it throws is logged.
 VEXA_RUNTIME_API void RunInMainThread(std::function<void()> procedure, bool wait);

@@ -54,6 +54,7 @@ RowReader::RowReader(const LibraryStorage& storage)
     : FStorage(storage), FProvider(storage.Rows()), FCounter(storage.Subscriptions()), FThread([this] { Run(); }) {}
 
 RowReader::~RowReader() {
+    VEXA_ASSERT_MAIN_THREAD();
     FLinks.Invalidate();
     CancelAll();
     {
@@ -68,6 +69,7 @@ RowReader::~RowReader() {
 
 RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::function<void(Request&)> then,
                                    Urgency urgency) {
+    VEXA_ASSERT_MAIN_THREAD();
     auto request = std::make_shared<Request>();
     request->Number = ++FLastTicket;
     request->IsCount = isCount;
@@ -108,6 +110,7 @@ RowReader::Ticket RowReader::Count(const RowQuery& query, std::function<void(Row
 }
 
 void RowReader::Cancel(Ticket ticket) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = FAsked.find(ticket);
     if (found == FAsked.end()) return;
     const Asked asked = std::move(found->second);
@@ -123,6 +126,7 @@ void RowReader::CancelAll() {
 }
 
 void RowReader::Deliver(Ticket ticket) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = FAsked.find(ticket);
     if (found == FAsked.end()) return;  // cancelled
     const Asked asked = std::move(found->second);

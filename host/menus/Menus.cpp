@@ -1,6 +1,7 @@
 #include "Menus.h"
 
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -131,6 +132,7 @@ bool MenuManager::Has(IVEXAMenuItem& item) const {
 }
 
 void MenuManager::PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi) {
+    VEXA_ASSERT_MAIN_THREAD();
     // One item's event may see to others, those of other menus included.
     for (const Item& item : FItems)
         if (const auto aware = Query<IVEXADPIAware>(item.Get())) aware->SetDPI(dpi);
@@ -145,6 +147,7 @@ void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
 }
 
 HResult MenuManager::Trigger(IVEXAMenuItem& item) {
+    VEXA_ASSERT_MAIN_THREAD();
     Item shown(&item);
     for (int depth = 0; shown && depth <= kDeepest; ++depth, shown = Parent(*shown))
         if (!IsVisible(*shown) || !IsEnabled(*shown)) return E_ABORT;
@@ -165,12 +168,14 @@ void MenuManager::PrepareAround(IVEXAMenuItem& item) {
 }
 
 HResult MenuManager::Run(IVEXAMenuItem& item) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item alive(&item);
     PrepareAround(item);
     return Has(item) ? Trigger(item) : E_FAIL;
 }
 
 bool MenuManager::RunShortcut(const QKeySequence& keys) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (keys.isEmpty()) return false;
     for (const auto items = FItems; const Item& item : items)
         if (Has(*item) && Shortcut(*item) == keys && Succeeded(Run(*item))) return true;
@@ -178,6 +183,7 @@ bool MenuManager::RunShortcut(const QKeySequence& keys) {
 }
 
 void MenuManager::DeleteChildren(IVEXAMenuItem& parent) {
+    VEXA_ASSERT_MAIN_THREAD();
     for (const Item& item : Children(parent)) {
         if (!Has(*item)) continue;
         Take(*item);  // before those under it, so that a circle ends
@@ -193,6 +199,7 @@ void MenuManager::Take(IVEXAMenuItem& item) {
 }
 
 HResult MenuManager::AddExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item || Has(*item) || Find(ID(*item))) return E_INVALIDARG;
     FItems.push_back(item);
@@ -201,6 +208,7 @@ HResult MenuManager::AddExtension(IUnknown* extension) {
 }
 
 void MenuManager::RemoveExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item) return;
     Take(*item);

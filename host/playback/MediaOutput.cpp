@@ -2,6 +2,7 @@
 
 #include "AudioTags.h"
 #include "Log.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
 
 #include <QFile>
@@ -87,6 +88,7 @@ MediaOutput::~MediaOutput() {
 }
 
 void MediaOutput::Start(const QString& source) {
+    VEXA_ASSERT_MAIN_THREAD();
     Close();
     FPosition = FDuration = 0;
     FTarget.reset();
@@ -171,6 +173,7 @@ void MediaOutput::ReopenWithoutSeeking() {
 }
 
 void MediaOutput::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     Close();
     FTarget.reset();
     FWantsPlaying = false;
@@ -178,16 +181,19 @@ void MediaOutput::Stop() {
 }
 
 void MediaOutput::Play() {
+    VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = true;
     Apply();
 }
 
 void MediaOutput::Pause() {
+    VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = false;
     Apply();
 }
 
 void MediaOutput::Seek(double seconds) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!FPipeline || !std::isfinite(seconds)) return;
     if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable, {}));
     FTarget = std::max(0.0, FDuration > 0 ? std::min(seconds, FDuration) : seconds);
@@ -217,6 +223,7 @@ double MediaOutput::Position() const {
 }
 
 void MediaOutput::Drain() {
+    VEXA_ASSERT_MAIN_THREAD();
     while (FPipeline) {
         GstBus* bus = gst_element_get_bus(FPipeline);
         const Message message(gst_bus_pop(bus));

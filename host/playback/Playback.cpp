@@ -7,6 +7,7 @@
 #include "Log.h"
 #include "ObjectList.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QPointer>
 
@@ -128,6 +129,7 @@ int Playback::SkipForwardBy() const {
 }
 
 void Playback::Play(const QString& named) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (named.isEmpty()) return;
     // By an older address it would not go on from where it was left.
     const QString address = FHost.Addresses().Present(named);
@@ -146,6 +148,7 @@ void Playback::Start(const QString& address) {
 }
 
 void Playback::Resume() {
+    VEXA_ASSERT_MAIN_THREAD();
     switch (TheState()) {
         case State::Paused:
             return FOutput->Play();
@@ -161,6 +164,7 @@ void Playback::Resume() {
 }
 
 void Playback::Pause() {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->Pause();
 }
 
@@ -172,11 +176,13 @@ void Playback::PlayOrPause() {
 }
 
 void Playback::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     FHost.Player().Stop();
     FHasEnded = false;
 }
 
 void Playback::Seek(double seconds) {
+    VEXA_ASSERT_MAIN_THREAD();
     FHasEnded = false;
     FOutput->Seek(seconds);
     Q_EMIT Seeked(FOutput->Position());
@@ -191,12 +197,14 @@ void Playback::SkipForward() {
 }
 
 void Playback::SetSpeed(double speed) {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetSpeed(speed);
     FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
     Q_EMIT SpeedChanged(FOutput->Speed());
 }
 
 void Playback::SetVolume(double volume) {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetVolume(volume);
     FHost.Config().Write(kVolume, QString::number(FOutput->Volume(), 'g', 3));
     Q_EMIT VolumeChanged(FOutput->Volume());
@@ -239,6 +247,7 @@ void Playback::PlayLast(const QStringList& addresses) {
 }
 
 void Playback::SetUpNext(const QStringList& addresses) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (addresses == UpNext()) return;
     FPositions.SetUpNext(addresses);
     SaveSoon();
@@ -257,11 +266,13 @@ void Playback::SaveSoon() {
 }
 
 QString Playback::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     Remember();
     return FPositions.Save();
 }
 
 void Playback::OnStarted() {
+    VEXA_ASSERT_MAIN_THREAD();
     const QString source = FHost.Player().Source();
     FCurrent = {};
     FCurrent.Address = FHost.Player().FileName();
@@ -285,6 +296,7 @@ void Playback::DescribeCurrent() {
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (described.Address != FCurrent.Address) return;  // something else plays by now
     FDescribing = 0;
     FCurrent = described;

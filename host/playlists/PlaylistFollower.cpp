@@ -96,6 +96,7 @@ std::vector<PlaylistFollower::Followed>::iterator PlaylistFollower::Find(const P
 }
 
 void PlaylistFollower::Follow(const Ref<Playlist>& playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto preimage = playlist->Preimage();
     const QString storageID = preimage ? host::Describe(*preimage).StorageID : QString();
     auto found = Find(*playlist);
@@ -105,6 +106,7 @@ void PlaylistFollower::Follow(const Ref<Playlist>& playlist) {
 }
 
 void PlaylistFollower::Leave(const Playlist& playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (const auto found = Find(playlist); found != FFollowed.end()) FFollowed.erase(found);
 }
 
@@ -143,6 +145,7 @@ void PlaylistFollower::Read(Followed& followed) {
 }
 
 void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = Find(playlist);
     if (found == FFollowed.end()) return;  // it is gone; nothing is done with the address
     const Ref<Playlist> list = found->List;

@@ -4,6 +4,7 @@
 #include "PropertyStore.h"
 #include "Streams.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 #include <optional>
@@ -28,12 +29,14 @@ bool IsKeyPath(const QString& keyPath) {
 ConfigService::ConfigService(const QString& profileFolder) : FFile(SettingsFileName(profileFolder)) {}
 
 bool ConfigService::Write(const QString& keyPath, const QString& value) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!IsKeyPath(keyPath)) return false;
     FFile.Write(keyPath, value);
     return true;
 }
 
 void ConfigService::Reload() {
+    VEXA_ASSERT_MAIN_THREAD();
     try {
         FFile.Reload();
     } catch (const std::exception& error) {
@@ -42,6 +45,7 @@ void ConfigService::Reload() {
 }
 
 QString ConfigService::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     try {
         FFile.Save();
         return {};
@@ -57,6 +61,7 @@ HResult ConfigService::Flush() noexcept {
 
 template <class Number>
 HResult ConfigService::Get(IVEXAString* keyPath, Number* number) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!number) return E_POINTER;
     *number = 0;
     return Guarded("reading a setting", [&] {
@@ -78,6 +83,7 @@ HResult ConfigService::GetValueAsInt64(IVEXAString* keyPath, std::int64_t* value
 }
 
 HResult ConfigService::GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!value) return E_POINTER;
     return Guarded("reading a setting", [&] {
         const auto text = FFile.Find(ToQString(keyPath));
@@ -88,6 +94,7 @@ HResult ConfigService::GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value
 }
 
 HResult ConfigService::GetValueAsString(IVEXAString* keyPath, IVEXAString** value) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!value) return E_POINTER;
     *value = nullptr;
     return Guarded("reading a setting", [&] {

@@ -95,6 +95,7 @@ HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAS
 }
 
 void HttpClientService::CancelAll() {
+    VEXA_ASSERT_MAIN_THREAD();
     FRunning->IsCancelled = true;
     std::map<const Task*, TaskHandle> handles;
     {

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QDir>
 #include <QLocale>
@@ -60,6 +61,7 @@ bool LanguageService::Use(const QString& language) {
 }
 
 bool LanguageService::Switch(const QString& language) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!Use(language)) return false;
     if (FMessages) FMessages->Send(kMsgLanguageChanged, 0, nullptr);
     return true;

@@ -1,6 +1,7 @@
 #include "MusicLibrary.h"
 
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +21,7 @@ public:
     int ChangeCount() const { return FChangeCount; }
 
     void BackgroundTaskStarted(std::int32_t taskID, IVEXAString* caption, IVEXAActionEvent* cancel) noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("showing a background task", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             Ref<IVEXAString> text = caption ? Ref<IVEXAString>(caption) : MakeString({});
@@ -34,6 +36,7 @@ public:
         });
     }
     void BackgroundTaskFinished(std::int32_t taskID) noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("ending a background task", [&] {
             const auto found = Find(taskID);
             if (!FLibrary || found == FTasks.end()) return E_INVALIDARG;
@@ -43,6 +46,7 @@ public:
         });
     }
     void Changed() noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("showing changed data", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             ++FChangeCount;
@@ -107,6 +111,7 @@ int MusicLibraryService::ChangeCount(const QString& storageID) const {
 }
 
 HResult MusicLibraryService::AddExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto object = Query<IVEXAMLExtensionDataStorage>(extension);
     const auto properties = Query<IVEXAPropertyList>(extension);
     if (!object || !properties) return E_INVALIDARG;
@@ -125,6 +130,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
 }
 
 void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage storage = *found;
@@ -136,6 +142,7 @@ void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
 }
 
 void MusicLibraryService::RemoveExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage removed = *found;
@@ -145,6 +152,7 @@ void MusicLibraryService::RemoveExtension(IUnknown* extension) {
 }
 
 HResult MusicLibraryService::GetActiveStorage(const Guid& iid, void** storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!storage) return E_POINTER;
     *storage = nullptr;
     return Guarded("giving the active storage", [&] {
@@ -154,6 +162,7 @@ HResult MusicLibraryService::GetActiveStorage(const Guid& iid, void** storage) n
 }
 
 HResult MusicLibraryService::GetStorageByID(IVEXAString* id, const Guid& iid, void** storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!storage) return E_POINTER;
     *storage = nullptr;
     return Guarded("giving a storage", [&] {
@@ -163,6 +172,7 @@ HResult MusicLibraryService::GetStorageByID(IVEXAString* id, const Guid& iid, vo
 }
 
 HResult MusicLibraryService::SetActiveStorage(IUnknown* storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("choosing a storage", [&] {
         const Storage* found = storage ? Find(storage) : nullptr;
         if (!found) return E_INVALIDARG;

@@ -4,6 +4,7 @@
 #include "FileInfo.h"
 #include "Guarded.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 namespace vexa::host {
 
@@ -27,6 +28,7 @@ QStringList PlayerService::KeptAddresses() const {
 }
 
 void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
+    VEXA_ASSERT_MAIN_THREAD();
     Stop();
     FOutput = std::move(output);
 }
@@ -63,6 +65,7 @@ PlayerService::Resolution PlayerService::Resolve(const QString& file) const {
 }
 
 HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!info) return E_POINTER;
     *info = nullptr;
     return Guarded("describing what plays", [&] {
@@ -77,6 +80,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
 }
 
 HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("starting playback", [&] {
         const QString name = ToQString(file);
         const Resolution resolved = Resolve(name);
@@ -100,6 +104,7 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
 }
 
 HResult PlayerService::Stop() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("stopping playback", [&] {
         FOutput->Stop();
         FFileName.clear();

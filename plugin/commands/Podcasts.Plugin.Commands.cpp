@@ -5,6 +5,7 @@
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.MessageBox.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <atomic>
 #include <chrono>
@@ -93,6 +94,7 @@ void TellOfKeptFiles(const QStringList& files) {
 }  // namespace
 
 void RunCommand(TPodcastsCommandWork work) {
+    VEXA_ASSERT_MAIN_THREAD();
     auto client = TPodcastsClientPass::Enter();
     if (!client) return;
     const auto isDone = std::make_shared<std::atomic<bool>>(false);

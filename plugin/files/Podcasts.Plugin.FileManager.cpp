@@ -4,6 +4,7 @@
 #include "VEXA.Runtime.Desktop.h"
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <algorithm>
@@ -88,6 +89,7 @@ QString TPodcastsResolvedEpisode::LocalFileName() const {
 // ---- TVEXAPodcastsFileManager ----
 
 void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
+    VEXA_ASSERT_MAIN_THREAD();
     {
         const TLock lock(Gate.Mutex);
         Gate.Client = &client;
@@ -106,6 +108,7 @@ void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
 }
 
 void TVEXAPodcastsFileManager::UnregisterFileManager() {
+    VEXA_ASSERT_MAIN_THREAD();
     TPodcastsClientPass::Close();
     // What runs inside may itself wait for the main thread, so serve it meanwhile.
     DrainMainThreadUntil([] {

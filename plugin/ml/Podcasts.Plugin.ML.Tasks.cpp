@@ -1,5 +1,6 @@
 #include "Podcasts.Plugin.ML.Tasks.h"
 
+#include "VEXA.Runtime.Threads.h"
 #include "apiWrappersUI.h"
 
 namespace podcasts {
@@ -7,12 +8,14 @@ namespace podcasts {
 using namespace vexa;
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Initialize(Ref<IVEXAMLDataStorageManager> manager) {
+    VEXA_ASSERT_MAIN_THREAD();
     FManager = std::move(manager);
     const TLock lock(FMutex);
     FTasks.emplace();
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Finalize() {
+    VEXA_ASSERT_MAIN_THREAD();
     {
         const TLock lock(FMutex);
         FTasks.reset();
@@ -22,6 +25,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::Finalize() {
 
 void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QString& captionKey,
                                                     const CancelAction& cancel) {
+    VEXA_ASSERT_MAIN_THREAD();
     const QString format = LocalizedText(captionKey);
     const TInfo info{ToHostString(format), format};
     // Inside the manager's operations this object may be finalised.
@@ -52,6 +56,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QS
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::FinishTask(std::int32_t kind) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (const auto manager = FManager) manager->BackgroundTaskFinished(kind);
     const TLock lock(FMutex);
     if (FTasks) FTasks->erase(kind);

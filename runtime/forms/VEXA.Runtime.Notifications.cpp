@@ -100,6 +100,7 @@ private:
 NotificationPresenter::~NotificationPresenter() = default;
 
 void SetNotificationPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
+    VEXA_ASSERT_MAIN_THREAD();
     Chain::Instance().SetWays(std::move(presenters));
 }
 
@@ -118,10 +119,12 @@ void NotificationIcon::SetOnClick(std::function<void()> onClick) {
 }
 
 void NotificationIcon::SetVisible(bool visible) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!visible) Chain::Instance().HideOf(FImpl.get());
 }
 
 void NotificationIcon::ShowBalloon(const QString& title, const QString& text, BalloonKind kind) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto click = [weak = std::weak_ptr<Impl>(FImpl)] {
         const auto icon = weak.lock();
         // A copy: the handler may set another.

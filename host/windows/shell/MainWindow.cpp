@@ -8,6 +8,7 @@
 #include "PlaylistPane.h"
 #include "RowTexts.h"
 #include "TaskBar.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QApplication>
@@ -320,6 +321,7 @@ void MainWindow::BringToFront() {
 }
 
 void MainWindow::Warn(const QString& message) {
+    VEXA_ASSERT_MAIN_THREAD();
     // What comes while one is open is told in it: a box behind a box is not read.
     if (FWarning && FWarning->isVisible()) {
         if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
@@ -332,6 +334,7 @@ void MainWindow::Warn(const QString& message) {
 }
 
 void MainWindow::LoadPlugin(const QString& fileName) {
+    VEXA_ASSERT_MAIN_THREAD();
     try {
         FHost.LoadPlugin(fileName);
     } catch (const std::exception& error) {
@@ -340,10 +343,12 @@ void MainWindow::LoadPlugin(const QString& fileName) {
 }
 
 void MainWindow::Play(const QString& file) {
+    VEXA_ASSERT_MAIN_THREAD();
     FPlayback.Play(file);
 }
 
 void MainWindow::Open(const QStringList& addresses) {
+    VEXA_ASSERT_MAIN_THREAD();
     BringToFront();
     FOpener.Open(addresses);
 }
