@@ -14,7 +14,7 @@ BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
 .PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop \
-        arrows format check-format clean
+        arrows thread-safety format check-format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -30,6 +30,7 @@ help:
 	@echo "make deb               a Debian package, in build"
 	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
 	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
+	@echo "make thread-safety     checks that what a mutex guards is used under it (see tools/thread-safety)"
 	@echo "make format            lays all sources out by .clang-format; make check-format only checks them"
 
 setup:
@@ -102,6 +103,10 @@ check-desktop:
 
 arrows: setup
 	@./tools/arrows
+
+thread-safety: build
+	@./tools/setup tools/thread-safety/packages.txt
+	@./tools/thread-safety/check --jobs $(JOBS) build
 
 format:
 	@./tools/setup tools/packages.txt

@@ -57,7 +57,7 @@ void Terminal::EraseStatus() {
 
 void Terminal::Print(const QString& text) {
     if (Interrupted) throw OutputEnded();
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     EraseStatus();
     const std::string bytes = vexa::ToUtf8(text);
     if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) throw OutputEnded();
@@ -65,18 +65,18 @@ void Terminal::Print(const QString& text) {
 }
 
 void Terminal::Flush() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     EraseStatus();
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw OutputEnded();
 }
 
 void Terminal::FlushLines() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     if (std::fflush(stdout) != 0) throw OutputEnded();
 }
 
 void Terminal::PrintError(const QString& message) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     EraseStatus();
     std::fflush(stdout);
     const std::string bytes = vexa::ToUtf8(QString(u"podcasts: " + SafeText(message).replace(u'\n', u' ') + u'\n'));
@@ -87,7 +87,7 @@ void Terminal::PrintError(const QString& message) {
 void Terminal::ShowStatus(const QString& text) {
     if (!FHasStatusLine) return;
     const QString line = InColumns(SafeText(text).replace(u'\n', u' '), Width() - 1);
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     if (line == FStatus) return;
     EraseStatus();
     const std::string bytes = vexa::ToUtf8(line);

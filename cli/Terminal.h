@@ -1,12 +1,13 @@
 #pragma once
 // Standard output and standard error: safe text, JSON, and a status line that is overwritten.
 
+#include "VEXA.Runtime.Mutex.h"
+
 #include <QJsonObject>
 #include <QString>
 
 #include <atomic>
 #include <exception>
-#include <mutex>
 
 namespace podcasts::cli {
 
@@ -46,10 +47,10 @@ public:
     std::atomic<bool> Interrupted{false};
 
 private:
-    void EraseStatus();
+    void EraseStatus() VEXA_REQUIRES(FMutex);
 
-    std::mutex FMutex;  // guards standard output, standard error and FStatus
-    QString FStatus;
+    vexa::TMutex FMutex;  // guards standard output and standard error, too
+    QString FStatus VEXA_GUARDED_BY(FMutex);
     const bool FHasStatusLine = IsTerminal();
     static bool IsTerminal();
 };

@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QSet>
 
@@ -22,6 +23,7 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
 }
 
 TPodcastClient::~TPodcastClient() {
+    VEXA_ASSERT_MAIN_THREAD();
     FListeners->Clear();
     FLinks.Invalidate();
     FIsBeingDestroyed = true;
@@ -36,6 +38,7 @@ TPodcastClient::~TPodcastClient() {
 }
 
 void TPodcastClient::RefreshFeeds() {
+    VEXA_ASSERT_MAIN_THREAD();
     LastRefreshTime = FClocks.TickCount();
     LastRefreshDate = FClocks.Calendar();
     QStringList feedURLs;
@@ -45,6 +48,7 @@ void TPodcastClient::RefreshFeeds() {
 }
 
 void TPodcastClient::RefreshFeeds(const QStringList& feedURLs) {
+    VEXA_ASSERT_MAIN_THREAD();
     FRefreshQueue->Add(feedURLs);
     StartRefreshTask();
 }
@@ -63,6 +67,7 @@ void TPodcastClient::RefreshFeedsIfDue() {
 }
 
 void TPodcastClient::CancelRefresh() {
+    VEXA_ASSERT_MAIN_THREAD();
     vexa::WorkerPool::Cancel(FRefreshTask, true);
 }
 
@@ -81,6 +86,7 @@ bool TPodcastClient::IsSubscribed(const QString& feedURL) {
 }
 
 void TPodcastClient::Subscribe(TPodcastFeed& feed) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDB->AddOrUpdate(feed);
     FeedSubscribed();
 }
@@ -97,6 +103,7 @@ bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
 }
 
 void TPodcastClient::FeedSubscribed() {
+    VEXA_ASSERT_MAIN_THREAD();
     NotifyDataChanged();
     if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
 }
@@ -106,7 +113,7 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
     FRefreshQueue->Remove(feedURL);
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
         // Locked while files are recycled, so that the download task cannot take one of these episodes meanwhile.
-        const std::lock_guard lock(*FDownloadQueue);
+        const vexa::TLock lock(FDownloadQueue->Mutex());
         QSet<QString> recycled;
         const auto recycle = [&](const QString& fileName) {
             // Keep a file that an episode of another feed records as well.
@@ -136,11 +143,12 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
 }
 
 bool TPodcastClient::AreFilesKept(int feedID) {
-    const std::lock_guard lock(*FDownloadQueue);
+    const vexa::TLock lock(FDownloadQueue->Mutex());
     return FFeedsWithKeptFiles.contains(feedID);
 }
 
 void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDB->ChangeFeedURL(oldURL, newURL);
     NotifyDataChanged();
 }
@@ -160,6 +168,7 @@ void TPodcastClient::DownloadEpisode(const QString& episodeKey) {
 }
 
 void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
+    VEXA_ASSERT_MAIN_THREAD();
     FDownloadQueue->Add(episodeKeys);
     StartDownloadTask();
 }
@@ -179,6 +188,7 @@ void TPodcastClient::DownloadNewEpisodes() {
 }
 
 void TPodcastClient::CancelDownloads() {
+    VEXA_ASSERT_MAIN_THREAD();
     vexa::WorkerPool::Cancel(FDownloadTask, true);
 }
 
@@ -216,6 +226,7 @@ int TPodcastClient::CheckLocalCopies() {
 }
 
 void TPodcastClient::StartRefreshTask() {
+    VEXA_ASSERT_MAIN_THREAD();
     // A running task takes the new entries. If they come too late for it, its completion starts another task at its
     // end.
     if (FRefreshTask != 0 || FIsRefreshHeld) return;
@@ -227,6 +238,7 @@ void TPodcastClient::StartRefreshTask() {
 }
 
 void TPodcastClient::StartDownloadTask() {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FDownloadTask != 0 || FAreDownloadsHeld) return;
     FAreDownloadsHeld = true;
     FDownloadOutcomes.Clear();
@@ -259,6 +271,7 @@ void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) 
 }  // namespace
 
 void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
+    VEXA_ASSERT_MAIN_THREAD();
     FIsRefreshHeld = true;
     if (end == TaskEnd::Stopped) DropQueue(*FRefreshQueue, FRefreshOutcomes);
     NotifyRefreshFeedsFinished(hasNewEpisodes);
@@ -275,6 +288,7 @@ void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
 }
 
 void TPodcastClient::DownloadsComplete(TaskEnd end) {
+    VEXA_ASSERT_MAIN_THREAD();
     FAreDownloadsHeld = true;
     if (end == TaskEnd::Stopped) DropQueue(*FDownloadQueue, FDownloadOutcomes);
     FDownloadTask = 0;

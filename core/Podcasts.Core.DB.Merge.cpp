@@ -335,7 +335,7 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
 void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {
     // The database assigns the key, and the address is what the row is found by; neither is updated.
     const auto isUpdated = [](const TPodcastColumn& column) { return column.Field >= 0 && column.Field != pffURLFeed; };
-    const auto lock = Lock();
+    const vexa::TLock lock(Mutex());
     const auto& fields = feed.Fields;
     feed.ID = GetFeedID(fields[pffURLFeed]);
     if (feed.ID > 0) {

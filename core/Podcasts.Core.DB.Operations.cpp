@@ -308,7 +308,7 @@ void TPodcastsDB::UpdateEpisode(const SqlBuilder& update, const QString& episode
 
 void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
     if (episodeKeys.isEmpty()) return;
-    RunInTransaction([&] {
+    RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
         const SqlBuilder update = SqlBuilder("UPDATE PodcastEpisodes SET State = ").Integer(state);
         for (const QString& key : episodeKeys) UpdateEpisode(update, key);
     });
@@ -336,7 +336,7 @@ void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisi
 }
 
 void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileName) {
-    const auto lock = Lock();
+    const vexa::TLock lock(Mutex());
     UpdateEpisode(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ").Text(fileName), episodeKey);
 }
 
@@ -419,7 +419,7 @@ int TPodcastsDB::ResetMissingCachedFiles() {
             sql.Raw(separator).Text(name);
             separator = ", ";
         }
-        const auto lock = Lock();
+        const vexa::TLock lock(Mutex());
         ExecuteSQL(sql.Raw(")"));
         reset += ChangedRows();
     }

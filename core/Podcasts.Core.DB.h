@@ -207,8 +207,8 @@ private:
     void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
 
     bool HasEpisode(const QString& episodeKey);
-    /// Adds the condition for `episodeKey` to the statement `update` and runs it. Hold the lock.
-    void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey);
+    /// Adds the condition for `episodeKey` to the statement `update` and runs it.
+    void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey) VEXA_REQUIRES(Mutex());
 
     // Older names (Podcasts.Core.DB.Names.cpp).
     /// Stores the names that rows are about to lose, and the names of rows that are about to be united with others.

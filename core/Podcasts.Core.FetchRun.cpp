@@ -27,24 +27,23 @@ TPodcastFetchRun::TPodcastFetchRun(IPodcastFetchQueue& queue, Locator locator, N
       FNotes(std::move(notes)),
       FIsCancelled(std::move(isCancelled)),
       FFetcher([this] {
-          const std::lock_guard lock(FMutex);
+          const vexa::TLock lock(FMutex);
           NoteChange();
       }),
       FReader([this] { ReadAhead(); }) {}
 
 TPodcastFetchRun::~TPodcastFetchRun() {
     {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FIsStopping = true;
     }
-    FChanged.notify_all();
+    FChanged.NotifyAll();
     FReader.join();
 }
 
-/// Hold the lock.
 void TPodcastFetchRun::NoteChange() {
     ++FChanges;
-    FChanged.notify_all();
+    FChanged.NotifyAll();
 }
 
 std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
@@ -77,14 +76,14 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
                 continue;
             }
         }
-        std::unique_lock lock(FMutex);
-        FChanged.wait_for(lock, kPoll, [&] { return FChanges != changes; });
+        vexa::TLock lock(FMutex);
+        FChanged.WaitFor(lock, kPoll, [&]() VEXA_REQUIRES(FMutex) { return FChanges != changes; });
     }
     return std::nullopt;
 }
 
 quint64 TPodcastFetchRun::Changes() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     return FChanges;
 }
 
@@ -125,11 +124,11 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
             secondTries.insert(attempt.Location);
         }
     }
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FWindow = locations;
     if (FRead && !FWindow.contains(FRead->Location)) FRead.reset();
-    locations.removeIf([this](const QString& location) { return IsHere(location); });
-    FFetcher.SetWindow(locations, [&](const QString& location) {
+    locations.removeIf([this](const QString& location) VEXA_REQUIRES(FMutex) { return IsHere(location); });
+    FFetcher.SetWindow(locations, [&](const QString& location) VEXA_REQUIRES(FMutex) {
         vexa::HttpFetch fetch = FeedDocumentFetch();
         fetch.IsSecondTry = secondTries.contains(location);
         if (fetch.IsSecondTry) fetch.TotalTimeout = kSecondTries;
@@ -140,21 +139,21 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
         }
         return fetch;
     });
-    FChanged.notify_all();  // ReadAhead looks for another document to read
+    FChanged.NotifyAll();  // ReadAhead looks for another document to read
 }
 
-/// Whether the document is local, or has been taken from the fetcher. Hold the lock.
+/// Whether the document is local, or has been taken from the fetcher.
 bool TPodcastFetchRun::IsHere(const QString& location) const {
     return !vexa::IsUrl(location) || location == FReading || (FRead && FRead->Location == location);
 }
 
 bool TPodcastFetchRun::IsReady(const QString& location) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     return IsHere(location) || FFetcher.IsReady(location);
 }
 
 bool TPodcastFetchRun::IsComing(const QString& location) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     return IsHere(location) || FFetcher.IsInWindow(location);
 }
 
@@ -167,9 +166,9 @@ TPodcastFeedDocument TPodcastFetchRun::TakeDocument() {
     if (!vexa::IsUrl(FLocation)) return LoadFeedDocument(FLocation, FIsCancelled);
     Read read;
     {
-        std::unique_lock lock(FMutex);
+        vexa::TLock lock(FMutex);
         FTaken = FLocation;
-        FChanged.wait(lock, [this] { return FReading != FLocation; });
+        FChanged.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return FReading != FLocation; });
         if (FRead && FRead->Location == FLocation) {
             read = std::move(*FRead);
             FRead.reset();
@@ -191,7 +190,7 @@ void TPodcastFetchRun::TryAgain() {
 TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::HttpFetched fetched) {
     std::optional<TPodcastDocumentNote> known;
     {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         if (FKnown.contains(location)) known = FKnown.take(location);
     }
     Read read{location, {}, {}};
@@ -209,21 +208,22 @@ TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::
 /// Parses the next arrived document while the current one is being stored. Each of the two threads then has about half
 /// of the work.
 void TPodcastFetchRun::ReadAhead() {
-    std::unique_lock lock(FMutex);
+    vexa::TLock lock(FMutex);
     while (!FIsStopping) {
         const auto next =
-            FRead ? FWindow.end() : std::find_if(FWindow.begin(), FWindow.end(), [this](const QString& location) {
-                return location != FTaken && FFetcher.IsReady(location);
-            });
+            FRead ? FWindow.end()
+                  : std::find_if(FWindow.begin(), FWindow.end(), [this](const QString& location) VEXA_REQUIRES(FMutex) {
+                        return location != FTaken && FFetcher.IsReady(location);
+                    });
         if (next == FWindow.end()) {
-            FChanged.wait(lock);
+            FChanged.Wait(lock);
             continue;
         }
         const QString location = FReading = *next;
         vexa::HttpFetched fetched = FFetcher.Take(location, {});
-        lock.unlock();
+        lock.Unlock();
         Read read = ReadNow(location, std::move(fetched));
-        lock.lock();
+        lock.Lock();
         FReading.clear();
         FRead = std::move(read);
         NoteChange();

@@ -10,18 +10,17 @@
 
 #include "Podcasts.Core.Fetching.h"
 #include "VEXA.Runtime.Http.Fetcher.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <QHash>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 
-#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -81,11 +80,11 @@ private:
     };
     using Clock = std::chrono::steady_clock;
 
-    void NoteChange();
+    void NoteChange() VEXA_REQUIRES(FMutex);
     quint64 Changes();
     bool IsInWindow(const QStringList& upcoming) const;
     void SetWindow(const QStringList& upcoming);
-    bool IsHere(const QString& location) const;
+    bool IsHere(const QString& location) const VEXA_REQUIRES(FMutex);
     bool IsReady(const QString& location);
     bool IsComing(const QString& location);
     bool IsAnyReady(const QStringList& items);
@@ -108,16 +107,18 @@ private:
     std::deque<SecondTry> FSecondTries;
     std::optional<Clock::time_point> FDeadline;  // of the second tries, once they have begun
 
-    std::mutex FMutex;
-    std::condition_variable FChanged;
-    // Guarded by FMutex.
-    QStringList FWindow;                          // locations
-    QString FTaken;                               // the location of the turn's document, which must not be read ahead
-    QString FReading;                             // the location of the document that is being read ahead; empty: none
-    std::optional<Read> FRead;                    // the document that has been read ahead
-    QHash<QString, TPodcastDocumentNote> FKnown;  // by location: the notes whose validators were sent to the servers
-    quint64 FChanges = 0;                         // counts events that may decide which item is next
-    bool FIsStopping = false;
+    vexa::TMutex FMutex;
+    vexa::TCondition FChanged;
+    QStringList FWindow VEXA_GUARDED_BY(FMutex);  // locations
+    // The location of the turn's document, which must not be read ahead.
+    QString FTaken VEXA_GUARDED_BY(FMutex);
+    // The location of the document that is being read ahead; empty: none.
+    QString FReading VEXA_GUARDED_BY(FMutex);
+    std::optional<Read> FRead VEXA_GUARDED_BY(FMutex);  // the document that has been read ahead
+    // By location: the notes whose validators were sent to the servers.
+    QHash<QString, TPodcastDocumentNote> FKnown VEXA_GUARDED_BY(FMutex);
+    quint64 FChanges VEXA_GUARDED_BY(FMutex) = 0;  // counts events that may decide which item is next
+    bool FIsStopping VEXA_GUARDED_BY(FMutex) = false;
 
     vexa::HttpFetcher FFetcher;
     std::thread FReader;

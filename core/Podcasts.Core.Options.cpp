@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Options.h"
 
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -41,13 +42,13 @@ QString TPodcastClientOptions::GetDefaultCacheFileNameTemplate() {
 }
 
 QString TPodcastClientOptions::CacheFileNameTemplate() const {
-    const std::lock_guard lock(FTemplateMutex);
+    const vexa::TLock lock(FTemplateMutex);
     return FCacheFileNameTemplate;
 }
 
 void TPodcastClientOptions::SetCacheFileNameTemplate(const QString& value) {
     {
-        const std::lock_guard lock(FTemplateMutex);
+        const vexa::TLock lock(FTemplateMutex);
         if (FCacheFileNameTemplate == value) return;
         FCacheFileNameTemplate = value;
     }
@@ -86,6 +87,7 @@ void TPodcastClientOptions::DoAssign(const LockablePersistent& source) {
 }
 
 void TPodcastClientOptions::DoChanged(int) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FOnChange) FOnChange(*this);
 }
 

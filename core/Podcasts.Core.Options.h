@@ -2,6 +2,7 @@
 // The six settings of the client.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <QDateTime>
 #include <QString>
@@ -10,7 +11,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
 namespace podcasts {
 
@@ -67,8 +67,8 @@ private:
     template <class T>
     void Set(T& field, const T& value);
 
-    mutable std::mutex FTemplateMutex;
-    QString FCacheFileNameTemplate;  // guarded by FTemplateMutex
+    mutable vexa::TMutex FTemplateMutex;
+    QString FCacheFileNameTemplate VEXA_GUARDED_BY(FTemplateMutex);
     NotifyEvent FOnChange;
     std::uint8_t FCheckUpdates = 0;
     bool FCheckUpdatesOnStartup = false;

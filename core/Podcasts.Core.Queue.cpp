@@ -9,18 +9,18 @@ namespace podcasts {
 using vexa::FoldCase;
 
 void TPodcastClientQueue::Add(const QString& item) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     const auto [entry, isNew] = FIndex.try_emplace(FoldCase(item));
     if (isNew) entry->second = FItems.insert(FItems.end(), item);
 }
 
 void TPodcastClientQueue::Add(const QStringList& items) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     for (const QString& item : items) Add(item);
 }
 
 bool TPodcastClientQueue::Pop(QString& item) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     item.clear();
     if (FItems.empty()) return false;
     item = std::move(FItems.back());
@@ -30,14 +30,14 @@ bool TPodcastClientQueue::Pop(QString& item) {
 }
 
 bool TPodcastClientQueue::Peek(QString& item) const {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     if (FItems.empty()) return false;
     item = FItems.back();
     return true;
 }
 
 void TPodcastClientQueue::Remove(const QString& item) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     const auto entry = FIndex.find(FoldCase(item));
     if (entry == FIndex.end()) return;
     FItems.erase(entry->second);
@@ -45,58 +45,58 @@ void TPodcastClientQueue::Remove(const QString& item) {
 }
 
 void TPodcastClientQueue::Clear() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FItems.clear();
     FIndex.clear();
 }
 
 QStringList TPodcastClientQueue::Upcoming(qsizetype count) const {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     QStringList items;
     for (auto item = FItems.rbegin(); item != FItems.rend() && items.size() < count; ++item) items += *item;
     return items;
 }
 
 bool TPodcastClientQueue::TakeNext(const QString& item) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     if (FItems.empty() || FItems.back() != item) return false;
     QString taken;
     return Pop(taken);
 }
 
 void TPodcastClientQueue::Defer(const QString& item) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     const auto entry = FIndex.find(FoldCase(item));
     if (entry != FIndex.end()) FItems.splice(FItems.begin(), FItems, entry->second);
 }
 
 QStringList TPodcastClientQueue::Items() const {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     return QStringList(FItems.begin(), FItems.end());
 }
 
 void TPodcastListenerList::Add(vexa::Ref<vexa::IUnknown> listener) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FListeners.push_back(std::move(listener));
 }
 
 void TPodcastListenerList::Remove(vexa::IUnknown* listener) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     std::erase_if(FListeners, [&](const auto& kept) { return kept.Get() == listener; });
 }
 
 void TPodcastListenerList::Clear() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FListeners.clear();
 }
 
 bool TPodcastListenerList::IsNotifying() {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     return FVisits > 0;
 }
 
 void TPodcastListenerList::Visit(const std::function<void(vexa::IUnknown*)>& visitor) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     ++FVisits;
     for (std::size_t position = 0; position < FListeners.size();) {
         const vexa::Ref<vexa::IUnknown> current = FListeners[position];

@@ -8,6 +8,7 @@
 #include "Podcasts.Core.FetchRun.h"
 #include "Podcasts.Core.Options.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
 
@@ -17,7 +18,6 @@
 
 #include <functional>
 #include <list>
-#include <mutex>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -85,9 +85,9 @@ public:
 private:
     void Visit(const std::function<void(vexa::IUnknown*)>& visitor);
 
-    std::recursive_mutex FMutex;
-    std::vector<vexa::Ref<vexa::IUnknown>> FListeners;  // guarded by FMutex
-    int FVisits = 0;                                    // nested notifications by the thread that holds FMutex
+    vexa::TRecursiveMutex FMutex;
+    std::vector<vexa::Ref<vexa::IUnknown>> FListeners VEXA_GUARDED_BY(FMutex);
+    int FVisits VEXA_GUARDED_BY(FMutex) = 0;  // nested notifications by the thread that holds FMutex
 };
 
 /// Pending work: texts, unique if letter case is ignored, taken last in, first out. Any thread may call it.
@@ -107,15 +107,14 @@ public:
     /// All items, in the order added.
     QStringList Items() const;
 
-    /// To hold the lock across several operations. Reentrant. The names are those that std::lock_guard needs.
-    void lock() { FMutex.lock(); }
-    void unlock() { FMutex.unlock(); }
+    /// To hold across several operations. Reentrant.
+    vexa::TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
 
 private:
     using ItemList = std::list<QString>;
-    mutable std::recursive_mutex FMutex;
-    ItemList FItems;                                         // guarded by FMutex
-    std::unordered_map<QString, ItemList::iterator> FIndex;  // by the case-folded item; guarded by FMutex
+    mutable vexa::TRecursiveMutex FMutex;
+    ItemList FItems VEXA_GUARDED_BY(FMutex);
+    std::unordered_map<QString, ItemList::iterator> FIndex VEXA_GUARDED_BY(FMutex);  // by the case-folded item
 };
 
 /// The error of an item that was not processed because its task was stopped.
@@ -145,24 +144,24 @@ template <class Outcome>
 class TPodcastOutcomes {
 public:
     void Clear() {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FItems.clear();
     }
     void Add(Outcome outcome) {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FItems.push_back(std::move(outcome));
     }
     /// The outcomes from index `first` on.
     std::vector<Outcome> From(std::size_t first = 0) const {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         return first < FItems.size()
                    ? std::vector<Outcome>(FItems.begin() + static_cast<std::ptrdiff_t>(first), FItems.end())
                    : std::vector<Outcome>();
     }
 
 private:
-    mutable std::mutex FMutex;
-    std::vector<Outcome> FItems;  // guarded by FMutex
+    mutable vexa::TMutex FMutex;
+    std::vector<Outcome> FItems VEXA_GUARDED_BY(FMutex);
 };
 
 /// The clocks that the client reads. Tests replace them.
@@ -290,7 +289,7 @@ private:
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;
     TPodcastOutcomes<TPodcastDownloadOutcome> FDownloadOutcomes;
-    std::set<int> FFeedsWithKeptFiles;  // see AreFilesKept; guarded by the download queue's lock
+    std::set<int> FFeedsWithKeptFiles VEXA_GUARDED_BY(FDownloadQueue->Mutex());  // see AreFilesKept
 
     // Main thread only.
     vexa::TaskHandle FRefreshTask = 0;

@@ -8,6 +8,7 @@
 #include "ObjectList.h"
 #include "Steps.h"
 #include "Streams.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QDir>
 
@@ -46,6 +47,7 @@ Host::Host(const HostOptions& options)
       FOptions(new OptionsService),
       FSelection(new LibrarySelection(FLibrary)),
       FPlaylists(new PlaylistManager(options.ProfileFolder, FLibrary, FFileInfos, FLanguage, FAddresses)) {
+    VEXA_ASSERT_MAIN_THREAD();
     FMessages->Handle(kMsgGetMainWindow, [](std::int32_t, void*) { return E_FAIL; });  // until there is one
 
     FCore->AddFactory<IVEXAString, HostString>();
@@ -91,6 +93,7 @@ const Plugin& Host::LoadPlugin(const QString& fileName) {
 }
 
 const Plugin& Host::StartPlugin(Plugin plugin) {
+    VEXA_ASSERT_MAIN_THREAD();
     const std::uint64_t before = FCore->Mark();
     try {
         plugin.Initialize(FCore.Get());
@@ -106,6 +109,7 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
 }
 
 void Host::UnloadPlugins() {
+    VEXA_ASSERT_MAIN_THREAD();
     Steps ending;
     FPlaylists->StopDescribing();
     FAddresses->Stop();

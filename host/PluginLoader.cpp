@@ -1,11 +1,13 @@
 #include "PluginLoader.h"
 
+#include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Threads.h"
+
 #include <QFileInfo>
 #include <QLibrary>
 #include <QtGlobal>
 
 #include <atomic>
-#include <mutex>
 
 namespace vexa::host {
 
@@ -30,7 +32,7 @@ VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
 class LastWarning {
 public:
     LastWarning() {
-        const std::lock_guard lock(Mutex);
+        const TLock lock(Mutex);
         LastText.clear();
         Previous = qInstallMessageHandler(Note);
     }
@@ -39,27 +41,28 @@ public:
     LastWarning& operator=(const LastWarning&) = delete;
 
     QString Text() const {
-        const std::lock_guard lock(Mutex);
+        const TLock lock(Mutex);
         return LastText;
     }
 
 private:
     static void Note(QtMsgType type, const QMessageLogContext& context, const QString& text) {
         if (type == QtWarningMsg || type == QtCriticalMsg) {
-            const std::lock_guard lock(Mutex);
+            const TLock lock(Mutex);
             LastText = text;
         }
         if (const QtMessageHandler previous = Previous) previous(type, context, text);
     }
 
-    inline static std::mutex Mutex;
-    inline static QString LastText;  // guarded by Mutex
+    inline static TMutex Mutex;
+    inline static QString LastText VEXA_GUARDED_BY(Mutex);
     inline static std::atomic<QtMessageHandler> Previous = nullptr;
 };
 
 }  // namespace
 
 Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absoluteFilePath()) {
+    VEXA_ASSERT_MAIN_THREAD();
     const HResult result = FindEntryPoint(fileName)(FObject.Put());
     if (Failed(result) || !FObject)
         throw PluginError(u"the plug-in " + fileName + u" gave no object (" + ToHex(result) + u')',
@@ -67,6 +70,7 @@ Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absolute
 }
 
 void Plugin::Initialize(IVEXACore* core) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!HasThisSdk(FObject.Get()))
         throw PluginError(u"the plug-in " + FFileName +
                               u" was built with another version of the interfaces: get the one for this player",
@@ -81,6 +85,7 @@ void Plugin::Initialize(IVEXACore* core) {
 }
 
 void Plugin::Finalize() {
+    VEXA_ASSERT_MAIN_THREAD();
     FObject->Finalize();
 }
 

@@ -1,12 +1,12 @@
 #include "apiWrappers.h"
 
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QLocale>
 
 #include <cmath>
 #include <limits>
-#include <mutex>
 #include <utility>
 
 namespace vexa {
@@ -14,17 +14,17 @@ namespace vexa {
 namespace {
 
 // Host threads may still call the plug-in while it ends, so each call adds its own reference to the core.
-std::mutex CoreMutex;
-// Guarded by CoreMutex. If Finalize was never called, the reference is released when the module is unloaded.
-Ref<IVEXACore> Core;
+TMutex CoreMutex;
+// If Finalize was never called, the reference is released when the module is unloaded.
+Ref<IVEXACore> Core VEXA_GUARDED_BY(CoreMutex);
 
 Ref<IVEXACore> CurrentCore() noexcept {
-    const std::lock_guard lock(CoreMutex);
+    const TLock lock(CoreMutex);
     return Core;
 }
 
 void SetCore(Ref<IVEXACore> core) noexcept {
-    const std::lock_guard lock(CoreMutex);
+    const TLock lock(CoreMutex);
     std::swap(Core, core);
 }
 

@@ -6,6 +6,7 @@
 #include "Podcasts.Plugin.Menus.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QCoreApplication>
 #include <QScopedValueRollback>
@@ -144,6 +145,7 @@ bool TVEXAPodcastsPlugin::IsClientInUse() const {
 }
 
 void TVEXAPodcastsPlugin::Finalize() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     const Ref<TVEXAPodcastsPlugin> self(this);  // as in Initialize
     if (!FIsRunning || std::exchange(FIsEnding, true)) return;
     if (FAreSettingsLoaded) {
@@ -172,6 +174,7 @@ void TVEXAPodcastsPlugin::Stop() noexcept {
 }
 
 void TVEXAPodcastsPlugin::Show(WindowHandle) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto dialog = HostService<IVEXAServiceOptionsDialog>();
     if (dialog && FOptionsFrame) dialog->FrameShow(FOptionsFrame.Get(), kTrue);
 }

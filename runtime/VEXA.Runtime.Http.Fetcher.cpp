@@ -2,15 +2,14 @@
 
 #include "VEXA.Runtime.Http.Transfer.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QDateTime>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -40,10 +39,10 @@ struct Item {
     enum class Stage { Waiting, Running, Done };
 
     QString Address;
-    Server* From = nullptr;  // the pointer and the Server are guarded by the fetcher's mutex
     HttpFetch Fetch;
 
-    // Guarded by the fetcher's mutex.
+    // Under the fetcher's FMutex, which cannot be named here.
+    Server* From = nullptr;
     Stage At = Stage::Waiting;
     Clock::time_point Begun{}, LastArrival{};  // copied from the transfer by the fetcher's thread
     bool IsAnswered = false;
@@ -77,7 +76,7 @@ struct HttpFetcher::Impl {
     }
     ~Impl() {
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             FIsStopping = true;
         }
         Wake();
@@ -91,31 +90,30 @@ struct HttpFetcher::Impl {
     // ---- Any thread ----
 
     void Wake() { curl_multi_wakeup(FMulti); }
-    /// Hold the lock.
-    void RequireSchedule() {
+    void RequireSchedule() VEXA_REQUIRES(FMutex) {
         FIsScheduleDue = true;
         Wake();
     }
 
-    Item* Find(const QString& address) const {
+    Item* Find(const QString& address) const VEXA_REQUIRES(FMutex) {
         const auto found = FItems.find(address);
         return found == FItems.end() ? nullptr : found->second.get();
     }
 
-    /// Removes an item from the window. Hold the lock.
-    std::unique_ptr<Item> Remove(const QString& address) {
+    /// Removes an item from the window.
+    std::unique_ptr<Item> Remove(const QString& address) VEXA_REQUIRES(FMutex) {
         auto node = FItems.extract(address);
         std::erase(FOrder, node.mapped().get());
         if (node.mapped()->At == Item::Stage::Done) FHeld -= node.mapped()->Held;
         return std::move(node.mapped());
     }
-    /// Removes an item that is no longer wanted; the fetcher's thread will end its transfer. Hold the lock.
-    void Drop(const QString& address) {
+    /// Removes an item that is no longer wanted; the fetcher's thread will end its transfer.
+    void Drop(const QString& address) VEXA_REQUIRES(FMutex) {
         auto item = Remove(address);
         if (item->IsRunning()) FDropped.push_back(std::move(item));
     }
 
-    milliseconds SilenceOf(const Item& item, Clock::time_point now) const {
+    milliseconds SilenceOf(const Item& item, Clock::time_point now) const VEXA_REQUIRES(FMutex) {
         const auto since = [&](const Item& candidate) {
             return std::chrono::duration_cast<milliseconds>(now - candidate.LastArrival);
         };
@@ -138,7 +136,7 @@ struct HttpFetcher::Impl {
             std::vector<Item*> begun;
             bool hasChanged = false;
             {
-                const std::lock_guard lock(FMutex);
+                const TLock lock(FMutex);
                 if (FIsStopping) break;
                 const auto now = Clock::now();
                 if (std::exchange(FIsScheduleDue, false) || now - FScheduled >= kTick) {
@@ -159,7 +157,7 @@ struct HttpFetcher::Impl {
             hasChanged = EndTransfers() || hasChanged;
             ResumeHeldBack();
             if (hasChanged) {
-                FChanged.notify_all();
+                FChanged.NotifyAll();
                 if (FChangedCall) FChangedCall();
                 continue;  // other transfers may start now
             }
@@ -172,7 +170,7 @@ struct HttpFetcher::Impl {
         }
     }
 
-    void PublishArrivals() {
+    void PublishArrivals() VEXA_REQUIRES(FMutex) {
         for (Item* item : FRunning) {
             item->LastArrival = item->Transfer->LastArrival();
             item->IsPaused = item->IsHeldBack;
@@ -186,8 +184,8 @@ struct HttpFetcher::Impl {
     }
 
     /// Decides which transfers start, which are ended early, and which addresses fail without being asked. True when
-    /// there are any of the last two kinds. Hold the lock.
-    bool Schedule(std::vector<Item*>& begun, Clock::time_point now) {
+    /// there are any of the last two kinds.
+    bool Schedule(std::vector<Item*>& begun, Clock::time_point now) VEXA_REQUIRES(FMutex) {
         bool hasFailed = false;
         for (auto& [name, server] : FServers) server.Running = 0;
         int active = 0;
@@ -241,8 +239,8 @@ struct HttpFetcher::Impl {
     }
 
     /// Ends the transfer that has been silent for longest, if other servers answer in a fraction of that time; over a
-    /// slow connection all transfers take long. Hold the lock.
-    bool EvictLongestSilent(std::vector<Item*>& silent, Clock::time_point now) {
+    /// slow connection all transfers take long.
+    bool EvictLongestSilent(std::vector<Item*>& silent, Clock::time_point now) VEXA_REQUIRES(FMutex) {
         const auto patience = std::max<Clock::duration>(FLimits.EvictableAfter, 4 * FLatency);
         const auto found = std::find_if(silent.rbegin(), silent.rend(), [&](const Item* item) {
             return !item->IsAwaited && !item->Fetch.IsSecondTry && now - item->LastArrival >= patience;
@@ -316,7 +314,7 @@ struct HttpFetcher::Impl {
                 ended.push_back(&item);
         }
         if (ended.empty()) return false;
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         PublishArrivals();
         for (Item* item : ended) {
             RemoveRunning(*item);
@@ -325,11 +323,11 @@ struct HttpFetcher::Impl {
         return true;
     }
 
-    /// Removes the transfer from the running ones. Hold the lock.
-    void RemoveRunning(Item& item) { std::erase(FRunning, &item); }
+    /// Removes the transfer from the running ones.
+    void RemoveRunning(Item& item) VEXA_REQUIRES(FMutex) { std::erase(FRunning, &item); }
 
-    /// Publishes the result of an ended transfer. Hold the lock.
-    void Finish(Item& item) {
+    /// Publishes the result of an ended transfer.
+    void Finish(Item& item) VEXA_REQUIRES(FMutex) {
         item.Result.Outcome = item.Transfer->Outcome();
         Server& server = *item.From;
         FIsScheduleDue = true;
@@ -367,16 +365,15 @@ struct HttpFetcher::Impl {
     CURLSH* const FShare;  // created before the handles that use it
     CURLM* const FMulti;
 
-    mutable std::mutex FMutex;
-    std::condition_variable FChanged;
-    // Guarded by FMutex.
-    bool FIsStopping = false;
-    std::unordered_map<QString, std::unique_ptr<Item>> FItems;
-    std::vector<Item*> FOrder;  // the window
-    quint64 FWindow = 0;        // counts the windows
-    bool FIsScheduleDue = false;
-    std::vector<std::unique_ptr<Item>> FDropped;
-    std::map<QString, Server> FServers;  // never removed, since items point to them
+    mutable TMutex FMutex;
+    TCondition FChanged;
+    bool FIsStopping VEXA_GUARDED_BY(FMutex) = false;
+    std::unordered_map<QString, std::unique_ptr<Item>> FItems VEXA_GUARDED_BY(FMutex);
+    std::vector<Item*> FOrder VEXA_GUARDED_BY(FMutex);  // the window
+    quint64 FWindow VEXA_GUARDED_BY(FMutex) = 0;        // counts the windows
+    bool FIsScheduleDue VEXA_GUARDED_BY(FMutex) = false;
+    std::vector<std::unique_ptr<Item>> FDropped VEXA_GUARDED_BY(FMutex);
+    std::map<QString, Server> FServers VEXA_GUARDED_BY(FMutex);  // never removed, since items point to them
 
     std::atomic<qint64> FHeld{0};  // bytes of all documents, arriving ones included
 
@@ -398,7 +395,7 @@ void HttpFetcher::SetWindow(const QStringList& addresses, const std::function<Ht
     Impl& impl = *FImpl;
     QStringList unknown;
     {
-        const std::lock_guard lock(impl.FMutex);
+        const TLock lock(impl.FMutex);
         for (const QString& address : addresses)
             if (!impl.Find(address)) unknown += address;
     }
@@ -408,7 +405,7 @@ void HttpFetcher::SetWindow(const QStringList& addresses, const std::function<Ht
         added.back()->Address = address;
         added.back()->Fetch = describe(address);
     }
-    const std::lock_guard lock(impl.FMutex);
+    const TLock lock(impl.FMutex);
     for (auto& item : added) {
         const QString address = item->Address;
         item->From = &impl.FServers[ServerOf(address)];
@@ -427,37 +424,37 @@ void HttpFetcher::SetWindow(const QStringList& addresses, const std::function<Ht
 }
 
 void HttpFetcher::Await(const QString& address) {
-    const std::lock_guard lock(FImpl->FMutex);
+    const TLock lock(FImpl->FMutex);
     for (Item* item : FImpl->FOrder) item->IsAwaited = item->Address == address;
     FImpl->RequireSchedule();
 }
 
 bool HttpFetcher::IsInWindow(const QString& address) const {
-    const std::lock_guard lock(FImpl->FMutex);
+    const TLock lock(FImpl->FMutex);
     return FImpl->Find(address) != nullptr;
 }
 
 bool HttpFetcher::IsReady(const QString& address) const {
-    const std::lock_guard lock(FImpl->FMutex);
+    const TLock lock(FImpl->FMutex);
     const Item* item = FImpl->Find(address);
     return item && item->At == Item::Stage::Done;
 }
 
 std::chrono::milliseconds HttpFetcher::SilenceOf(const QString& address) const {
-    const std::lock_guard lock(FImpl->FMutex);
+    const TLock lock(FImpl->FMutex);
     const Item* item = FImpl->Find(address);
     return item ? FImpl->SilenceOf(*item, Clock::now()) : milliseconds(0);
 }
 
 HttpFetched HttpFetcher::Take(const QString& address, const CancelCheck& isCancelled) {
     if (!IsReady(address)) Await(address);
-    std::unique_lock lock(FImpl->FMutex);
+    TLock lock(FImpl->FMutex);
     const Item* item = FImpl->Find(address);
     HttpFetched fetched;
     bool isGivenUp = !item;
     while (!isGivenUp && item->At != Item::Stage::Done) {
         isGivenUp = isCancelled && isCancelled();
-        if (!isGivenUp) FImpl->FChanged.wait_for(lock, kCancelPoll);
+        if (!isGivenUp) FImpl->FChanged.WaitFor(lock, kCancelPoll);
     }
     if (isGivenUp) {
         fetched.Outcome.What = HttpErrorInfo::Kind::Cancelled;
@@ -467,7 +464,7 @@ HttpFetched HttpFetcher::Take(const QString& address, const CancelCheck& isCance
     } else {
         fetched = std::move(FImpl->Remove(address)->Result);
     }
-    lock.unlock();
+    lock.Unlock();
     if (fetched.Outcome.Succeeded())
         qCDebug(LogHttp).noquote() << "fetched" << MaskedUrl(address);
     else

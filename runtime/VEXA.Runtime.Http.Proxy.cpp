@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.Http.Proxy.h"
 
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <QFileInfo>
 #include <QHash>
@@ -10,8 +11,6 @@
 #include <netinet/in.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace vexa {
@@ -67,7 +66,7 @@ public:
     }
 
     void Use(DesktopProxySource source) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FSource = source ? std::move(source) : DesktopProxySource(AskDesktop);
         FAnswers.clear();
         FNoWaitUntil = {};
@@ -77,7 +76,7 @@ public:
     HttpProxy ProxyFor(const QUrl& address) {
         const QString key = address.scheme() + u' ' + address.host();
         const auto end = Clock::now() + kPatience;
-        std::unique_lock lock(FMutex);
+        TLock lock(FMutex);
         for (;;) {
             if (const auto answer = FAnswers.constFind(key);
                 answer != FAnswers.cend() && Clock::now() < answer->Time + kKept)
@@ -85,7 +84,7 @@ public:
             if (!FIsAsked) Ask(address, key);
             // After one request has waited in vain, others do not wait for a while.
             if (Clock::now() < FNoWaitUntil) return {};
-            if (FChanged.wait_until(lock, end) != std::cv_status::timeout) continue;
+            if (FChanged.WaitUntil(lock, end)) continue;
             FNoWaitUntil = Clock::now() + kKept;
             qCWarning(LogHttp) << "the desktop does not say in time which proxy to use; none is used for now";
             return {};
@@ -100,26 +99,24 @@ private:
 
     Desktop() : FSource(AskDesktop) {}
 
-    /// Hold the lock.
-    void Ask(const QUrl& address, const QString& key) {
+    void Ask(const QUrl& address, const QString& key) VEXA_REQUIRES(FMutex) {
         FIsAsked = true;
         std::thread([this, address, key, source = FSource, generation = FGeneration] {
             const HttpProxy proxy = source(address);
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             if (generation == FGeneration) FAnswers.insert(key, {proxy, Clock::now()});
             FIsAsked = false;
-            FChanged.notify_all();
+            FChanged.NotifyAll();
         }).detach();
     }
 
-    std::mutex FMutex;
-    std::condition_variable FChanged;
-    // All guarded by FMutex.
-    DesktopProxySource FSource;
-    int FGeneration = 0;
-    QHash<QString, Answer> FAnswers;  // by scheme and host
-    bool FIsAsked = false;
-    Clock::time_point FNoWaitUntil{};
+    TMutex FMutex;
+    TCondition FChanged;
+    DesktopProxySource FSource VEXA_GUARDED_BY(FMutex);
+    int FGeneration VEXA_GUARDED_BY(FMutex) = 0;
+    QHash<QString, Answer> FAnswers VEXA_GUARDED_BY(FMutex);  // by scheme and host
+    bool FIsAsked VEXA_GUARDED_BY(FMutex) = false;
+    Clock::time_point FNoWaitUntil VEXA_GUARDED_BY(FMutex){};
 };
 
 /// The proxy as libcurl writes it; empty for none.

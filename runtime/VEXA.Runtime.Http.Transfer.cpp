@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.Http.Transfer.h"
 
 #include "VEXA.Runtime.Http.Proxy.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Version.h"
 
 #include <QUrl>
@@ -14,7 +15,6 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <optional>
 
 namespace vexa {
@@ -53,13 +53,16 @@ private:
         curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
         curl_share_setopt(FHandle, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     }
-    static void Lock(CURL*, curl_lock_data data, curl_lock_access, void* self) {
+    // Not analysed: the library calls these two in pairs.
+    static void Lock(CURL*, curl_lock_data data, curl_lock_access, void* self) VEXA_NOT_ANALYSED {
         static_cast<Share*>(self)->FMutexes[data].lock();
     }
-    static void Unlock(CURL*, curl_lock_data data, void* self) { static_cast<Share*>(self)->FMutexes[data].unlock(); }
+    static void Unlock(CURL*, curl_lock_data data, void* self) VEXA_NOT_ANALYSED {
+        static_cast<Share*>(self)->FMutexes[data].unlock();
+    }
 
     CURLSH* FHandle = nullptr;
-    std::array<std::mutex, CURL_LOCK_DATA_LAST> FMutexes;
+    std::array<TMutex, CURL_LOCK_DATA_LAST> FMutexes;
 };
 
 QString ReasonPhrase(int status) {

@@ -242,8 +242,7 @@ void SqliteConnection::RegisterUnicode() {
     if (code != SQLITE_OK) Raise("cannot prepare", code);
 }
 
-std::unique_ptr<SqliteCursor> SqliteConnection::Query(std::string_view sql,
-                                                      std::unique_lock<std::recursive_mutex> lock) {
+std::unique_ptr<SqliteCursor> SqliteConnection::Query(std::string_view sql, std::unique_lock<TRecursiveMutex> lock) {
     Statement statement(*this, sql);
     const int code = sqlite3_step(statement.Get());
     if (code == SQLITE_DONE) return nullptr;
@@ -338,7 +337,7 @@ void SqliteConnection::Raise(const std::string& what, int code) const {
 }
 
 void SqliteDatabase::ExecuteSQL(std::string_view sql) {
-    const auto lock = Lock();
+    const TLock lock(FMutex);
     while (!sql.empty()) {
         const char* tail = nullptr;
         const Statement statement(*this, sql, &tail);
@@ -354,7 +353,7 @@ void SqliteDatabase::ExecuteSQL(std::string_view sql) {
 SqliteBorrowedReader SqliteDatabase::BorrowReader() {
     std::unique_ptr<SqliteReader> reader;
     {
-        const std::lock_guard lock(FReadersMutex);
+        const TLock lock(FReadersMutex);
         if (!FIdleReaders.empty()) {
             reader = std::move(FIdleReaders.back());
             FIdleReaders.pop_back();
@@ -366,7 +365,7 @@ SqliteBorrowedReader SqliteDatabase::BorrowReader() {
 
 void SqliteReturnReader::operator()(SqliteReader* reader) const noexcept {
     std::unique_ptr<SqliteReader> owned(reader);
-    const std::lock_guard lock(Database->FReadersMutex);
+    const TLock lock(Database->FReadersMutex);
     if (Database->FIdleReaders.size() < kMostIdleReaders) Database->FIdleReaders.push_back(std::move(owned));
 }
 
@@ -389,7 +388,7 @@ int SqliteDatabase::QueryInteger(std::string_view sql) {
 }
 
 void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size) {
-    const auto lock = Lock();
+    const TLock lock(FMutex);
     const Statement statement(*this, sql);
     if (const int code = sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC); code != SQLITE_OK)
         Raise("cannot write", code);
@@ -397,7 +396,7 @@ void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std
 }
 
 void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
-    const auto lock = Lock();
+    const TLock lock(FMutex);
     const bool nested = FTransactionDepth > 0;
     // Immediate: a transaction that begins with a read cannot write any more once another writer has committed.
     ExecuteSQL(nested ? "SAVEPOINT Nested" : "BEGIN IMMEDIATE");
@@ -440,7 +439,7 @@ int SqliteDatabase::ChangedRows() const {
 // ---- SqliteStatement ----
 
 SqliteStatement::SqliteStatement(SqliteDatabase& database, std::string_view sql) : FDatabase(database) {
-    const auto lock = FDatabase.Lock();
+    const TLock lock(FDatabase.FMutex);
     FStatement = SqliteConnection::Statement(FDatabase, sql).Release();
 }
 
@@ -452,7 +451,7 @@ SqliteStatement::SqliteStatement(SqliteStatement&& other) noexcept
       FPieces(std::move(other.FPieces)) {}
 
 SqliteStatement::~SqliteStatement() {
-    const auto lock = FDatabase.Lock();
+    const TLock lock(FDatabase.FMutex);
     sqlite3_finalize(FStatement);
 }
 
@@ -474,7 +473,7 @@ SqliteStatement& SqliteStatement::Double(double value) {
 }
 
 void SqliteStatement::Run() {
-    const auto lock = FDatabase.Lock();
+    const TLock lock(FDatabase.FMutex);
     // Bind the texts only now that their memory does not move any more.
     for (const auto& [parameter, begin, end] : FPieces)
         sqlite3_bind_text64(FStatement, parameter, FTexts.data() + begin, end - begin, SQLITE_STATIC, SQLITE_UTF8);

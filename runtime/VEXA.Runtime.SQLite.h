@@ -7,6 +7,7 @@
 // five seconds of waiting.
 
 #include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
 
 #include <QByteArray>
@@ -15,7 +16,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -100,12 +100,12 @@ private:
     friend class SqliteConnection;
     friend class SqliteDatabase;
     friend class SqliteRowSet;
-    SqliteCursor(SqliteConnection& connection, std::unique_lock<std::recursive_mutex> lock, sqlite3_stmt* statement)
+    SqliteCursor(SqliteConnection& connection, std::unique_lock<TRecursiveMutex> lock, sqlite3_stmt* statement)
         : FConnection(connection), FLock(std::move(lock)), FStatement(statement) {}
     int Require(std::string_view name) const;
 
     SqliteConnection& FConnection;
-    std::unique_lock<std::recursive_mutex> FLock;
+    std::unique_lock<TRecursiveMutex> FLock;  // handed on, so none that the analysis follows
     SqliteBorrowedReader FReader;
     sqlite3_stmt* FStatement;
 };
@@ -154,7 +154,7 @@ protected:
     void OpenConnection(const QString& fileName, int flags);
     void Close() noexcept;
     void RegisterUnicode();
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<std::recursive_mutex> lock);
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<TRecursiveMutex> lock);
     [[noreturn]] void Raise(const std::string& what, int code) const;
 
     QString FFileName;
@@ -202,7 +202,9 @@ public:
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
     /// A cursor on the first row; null when there are no rows.
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) {
+        return SqliteConnection::Query(sql, std::unique_lock(FMutex));
+    }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
     /// Like Query and QueryInteger, but on a connection that only reads: they never wait for a thread that writes, and
     /// see everything committed before the call. Inside a transaction of the calling thread they use the writing
@@ -219,13 +221,13 @@ public:
     /// throughout.
     void RunInTransaction(const std::function<void()>& procedure);
 
-    /// Keeps other threads from running statements between those of the calling thread. Reentrant.
-    [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() { return std::unique_lock(FMutex); }
+    /// Held, it keeps other threads from running statements between those of the calling thread.
+    TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
 
     /// The names of a table's columns, in order; empty when there is no such table.
     std::vector<std::string> TableColumns(std::string_view table);
     /// The number of rows changed by the last INSERT, UPDATE or DELETE.
-    int ChangedRows() const;
+    int ChangedRows() const VEXA_REQUIRES(FMutex);
 
 protected:
     /// Opens or creates the file, then calls the three functions below in order. Called by the constructor of the
@@ -251,11 +253,11 @@ private:
     void EnterWal();
     SqliteBorrowedReader BorrowReader();
 
-    std::recursive_mutex FMutex;  // guards FHandle and FTransactionDepth
-    int FTransactionDepth = 0;
+    TRecursiveMutex FMutex;  // guards FHandle, too
+    int FTransactionDepth VEXA_GUARDED_BY(FMutex) = 0;
     std::atomic<std::thread::id> FTransactionThread{};  // the thread of the open transaction
-    std::mutex FReadersMutex;
-    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
+    TMutex FReadersMutex;
+    std::vector<std::unique_ptr<SqliteReader>> FIdleReaders VEXA_GUARDED_BY(FReadersMutex);
 };
 
 /// A statement that writes, prepared once and run repeatedly with different values for its parameters ("?"). Any text

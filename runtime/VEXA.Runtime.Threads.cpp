@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.Threads.h"
 
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -10,10 +11,10 @@
 #include <time.h>
 
 #include <algorithm>
-#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -39,7 +40,7 @@ struct QueuedProcedure {
     std::function<void()> Procedure;
     TaskHandle Task = 0;  // the task that waits for the procedure
     bool Waited = false;
-    bool Done = false;  // guarded by the queue's mutex
+    bool Done = false;  // under the queue's FMutex, which cannot be named here
     std::exception_ptr Error;
 };
 
@@ -56,25 +57,27 @@ public:
 
     bool IsMain() const noexcept { return FMainThread.load() == std::this_thread::get_id(); }
 
+    bool IsAttached() const noexcept { return FMainThread.load() != std::thread::id(); }
+
     void Post(const std::shared_ptr<QueuedProcedure>& item) {
         {
-            std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             FItems.push_back(item);
         }
         Wake();
     }
 
     void Wait(const std::shared_ptr<QueuedProcedure>& item) {
-        std::unique_lock lock(FMutex);
-        FDone.wait(lock, [&] { return item->Done; });
+        TLock lock(FMutex);
+        FDone.Wait(lock, [&] { return item->Done; });
     }
 
     void Wake() {
         {
-            std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             ++FWakeUps;
         }
-        FArrived.notify_all();
+        FArrived.NotifyAll();
         WakeEventLoop();
     }
 
@@ -90,13 +93,13 @@ public:
         for (;;) {
             std::uint64_t seen;
             {
-                std::lock_guard lock(FMutex);
+                const TLock lock(FMutex);
                 seen = FWakeUps;
             }
             if (done()) return;
             if (RunOne()) continue;
-            std::unique_lock lock(FMutex);
-            FArrived.wait_for(lock, poll, [&] { return FWakeUps != seen || !FItems.empty(); });
+            TLock lock(FMutex);
+            FArrived.WaitFor(lock, poll, [&]() VEXA_REQUIRES(FMutex) { return FWakeUps != seen || !FItems.empty(); });
         }
     }
 
@@ -120,7 +123,7 @@ private:
     bool RunOne() {
         std::shared_ptr<QueuedProcedure> item;
         {
-            std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             if (FItems.empty()) return false;
             item = std::move(FItems.front());
             FItems.pop_front();
@@ -139,10 +142,10 @@ private:
         FRunningFor.pop_back();
         item->Procedure = nullptr;  // destroys the captured objects here, on the main thread
         {
-            std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             item->Done = true;
         }
-        FDone.notify_all();
+        FDone.NotifyAll();
         return true;
     }
 
@@ -157,12 +160,12 @@ private:
         QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
     }
 
-    std::mutex FMutex;
-    std::condition_variable FArrived, FDone;
-    std::deque<std::shared_ptr<QueuedProcedure>> FItems;  // guarded by FMutex
-    std::uint64_t FWakeUps = 0;                           // guarded by FMutex
-    std::vector<TaskHandle> FRunningFor;                  // main thread only
-    int FWaitedFor = 0;                                   // running procedures that are waited for; main thread only
+    TMutex FMutex;
+    TCondition FArrived, FDone;
+    std::deque<std::shared_ptr<QueuedProcedure>> FItems VEXA_GUARDED_BY(FMutex);
+    std::uint64_t FWakeUps VEXA_GUARDED_BY(FMutex) = 0;
+    std::vector<TaskHandle> FRunningFor;  // main thread only
+    int FWaitedFor = 0;                   // running procedures that are waited for; main thread only
     std::atomic<std::thread::id> FMainThread{};
     std::atomic<bool> FEventPosted{false};
 };
@@ -176,6 +179,14 @@ void AttachMainThread() {
 bool IsMainThread() noexcept {
     return MainThreadQueue::Instance().IsMain();
 }
+
+#ifdef VEXA_THREAD_ASSERTIONS
+void AssertMainThread(const char* file, int line, const char* function) noexcept {
+    if (IsMainThread() || !MainThreadQueue::Instance().IsAttached()) return;
+    std::fprintf(stderr, "%s:%d: %s was called on another thread than the main one\n", file, line, function);
+    std::abort();
+}
+#endif
 
 void RunInMainThread(std::function<void()> procedure, bool wait) {
     auto& queue = MainThreadQueue::Instance();
@@ -191,10 +202,12 @@ void RunInMainThread(std::function<void()> procedure, bool wait) {
 }
 
 bool IsAnyThreadWaiting() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return MainThreadQueue::Instance().IsRunningForAny();
 }
 
 void DrainMainThreadUntil(const std::function<bool()>& done, std::chrono::milliseconds poll) {
+    VEXA_ASSERT_MAIN_THREAD();
     MainThreadQueue::Instance().DrainUntil(done, poll);
 }
 
@@ -224,12 +237,12 @@ public:
 
     template <class RunTask>
     TaskHandle Start(std::unique_ptr<Task> task, RunTask runTask) {
-        std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         const TaskHandle handle = ++FLastHandle;
         FRunning.emplace(handle, task.get());
         FJobs.push_back({handle, std::move(task)});
         if (FIdle >= FJobs.size()) {
-            FJobArrived.notify_one();
+            FJobArrived.NotifyOne();
         } else {
             try {
                 std::thread([this, runTask] { Work(runTask); }).detach();
@@ -245,7 +258,7 @@ public:
     template <class SetCancelled>
     void Cancel(TaskHandle handle, bool wait, SetCancelled setCancelled) {
         {
-            std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             const auto found = FRunning.find(handle);
             if (found == FRunning.end()) return;
             if (found->second) setCancelled(*found->second);
@@ -254,12 +267,12 @@ public:
         if (IsMainThread()) {
             if (MainThreadQueue::Instance().IsRunningFor(handle)) return;
             DrainMainThreadUntil([&] {
-                std::lock_guard lock(FMutex);
+                const TLock lock(FMutex);
                 return !FRunning.contains(handle);
             });
         } else {
-            std::unique_lock lock(FMutex);
-            FEnded.wait(lock, [&] { return !FRunning.contains(handle); });
+            TLock lock(FMutex);
+            FEnded.Wait(lock, [&]() VEXA_REQUIRES(FMutex) { return !FRunning.contains(handle); });
         }
     }
 
@@ -269,10 +282,10 @@ private:
         for (;;) {
             Job job;
             {
-                std::unique_lock lock(FMutex);
+                TLock lock(FMutex);
                 ++FIdle;
-                const bool arrived =
-                    FJobArrived.wait_for(lock, std::chrono::seconds(30), [&] { return !FJobs.empty(); });
+                const bool arrived = FJobArrived.WaitFor(lock, std::chrono::seconds(30),
+                                                         [&]() VEXA_REQUIRES(FMutex) { return !FJobs.empty(); });
                 --FIdle;
                 if (!arrived) return;
                 job = std::move(FJobs.front());
@@ -282,28 +295,27 @@ private:
             runTask(*job.Work);
             CurrentTask = 0;
             {
-                std::lock_guard lock(FMutex);
+                const TLock lock(FMutex);
                 FRunning[job.Handle] = nullptr;  // from here on no thread sets the task's flag
             }
             job.Work.reset();
             {
-                std::lock_guard lock(FMutex);
+                const TLock lock(FMutex);
                 FRunning.erase(job.Handle);  // only now may a waiting owner destroy what the task used
                 // Under the lock, so that this thread does not use the main thread's queue any more once the owner has
                 // seen the task's end.
                 WakeMainThread();
             }
-            FEnded.notify_all();
+            FEnded.NotifyAll();
         }
     }
 
-    std::mutex FMutex;
-    std::condition_variable FJobArrived, FEnded;
-    // All guarded by FMutex.
-    std::deque<Job> FJobs;
-    std::unordered_map<TaskHandle, Task*> FRunning;
-    std::size_t FIdle = 0;
-    TaskHandle FLastHandle = 0;
+    TMutex FMutex;
+    TCondition FJobArrived, FEnded;
+    std::deque<Job> FJobs VEXA_GUARDED_BY(FMutex);
+    std::unordered_map<TaskHandle, Task*> FRunning VEXA_GUARDED_BY(FMutex);
+    std::size_t FIdle VEXA_GUARDED_BY(FMutex) = 0;
+    TaskHandle FLastHandle VEXA_GUARDED_BY(FMutex) = 0;
 };
 
 }  // namespace
@@ -334,6 +346,7 @@ struct Timer::Impl {
 };
 
 Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) : FImpl(std::make_unique<Impl>()) {
+    VEXA_ASSERT_MAIN_THREAD();
     FImpl->Clock.setInterval(interval);
     FImpl->Clock.setTimerType(Qt::VeryCoarseTimer);
     QObject::connect(&FImpl->Clock, &QTimer::timeout, &FImpl->Clock, [call = std::move(onTimer)] {
@@ -352,6 +365,7 @@ bool Timer::IsEnabled() const {
 }
 
 void Timer::SetEnabled(bool enabled) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (enabled == IsEnabled()) return;
     if (enabled)
         FImpl->Clock.start();

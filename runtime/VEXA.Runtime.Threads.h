@@ -25,6 +25,15 @@ using CancelCheck = std::function<bool()>;
 VEXA_RUNTIME_API void AttachMainThread();
 VEXA_RUNTIME_API bool IsMainThread() noexcept;
 
+/// For the beginning of operations that belong to the main thread. On another thread it ends the program with a message
+/// that says where; before AttachMainThread any thread may call it. It exists in debug and sanitizer builds only.
+#ifdef VEXA_THREAD_ASSERTIONS
+#define VEXA_ASSERT_MAIN_THREAD() ::vexa::AssertMainThread(__FILE__, __LINE__, __func__)
+VEXA_RUNTIME_API void AssertMainThread(const char* file, int line, const char* function) noexcept;
+#else
+#define VEXA_ASSERT_MAIN_THREAD() static_cast<void>(0)
+#endif
+
 /// Runs `procedure` on the main thread. With `wait` the call returns after `procedure` has run, and rethrows its
 /// exception; on the main thread itself `procedure` then runs at once. Without `wait`, `procedure` is queued and its
 /// exception is logged.

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Threads.h"
 
 namespace vexa::host {
 
@@ -14,6 +15,7 @@ LibrarySelection::~LibrarySelection() {
 }
 
 HResult LibrarySelection::GetFiles(std::uint32_t flags, IVEXAObjectList** files) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!files) return E_POINTER;
     *files = nullptr;
     if (flags > kFilesFocused) return E_INVALIDARG;
@@ -31,6 +33,7 @@ HResult LibrarySelection::GetFiles(std::uint32_t flags, IVEXAObjectList** files)
 }
 
 HResult LibrarySelection::GetGroupingFilter(IVEXAMLDataFilter** filter) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!filter) return E_POINTER;
     *filter = nullptr;
     return Guarded("giving the selected node's conditions", [&] {

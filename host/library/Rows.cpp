@@ -54,13 +54,14 @@ RowReader::RowReader(const LibraryStorage& storage)
     : FStorage(storage), FProvider(storage.Rows()), FCounter(storage.Subscriptions()), FThread([this] { Run(); }) {}
 
 RowReader::~RowReader() {
+    VEXA_ASSERT_MAIN_THREAD();
     FLinks.Invalidate();
     CancelAll();
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsEnding = true;
     }
-    FHasWork.notify_one();
+    FHasWork.NotifyOne();
     // The storage may be waiting for a function that it has posted to the main thread.
     DrainMainThreadUntil([this] { return FHasEnded.load(); });
     FThread.join();
@@ -68,6 +69,7 @@ RowReader::~RowReader() {
 
 RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::function<void(Request&)> then,
                                    Urgency urgency) {
+    VEXA_ASSERT_MAIN_THREAD();
     auto request = std::make_shared<Request>();
     request->Number = ++FLastTicket;
     request->IsCount = isCount;
@@ -81,13 +83,13 @@ RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::fun
     request->Page.Offset = query.Offset;
     FPending.emplace(request->Number, Pending{request, std::move(then)});
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (urgency == Urgency::InSight)
             FWaiting.push_front(request);
         else
             FWaiting.push_back(request);
     }
-    FHasWork.notify_one();
+    FHasWork.NotifyOne();
     return request->Number;
 }
 
@@ -108,13 +110,14 @@ RowReader::Ticket RowReader::Count(const RowQuery& query, std::function<void(Row
 }
 
 void RowReader::Cancel(Ticket ticket) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = FPending.find(ticket);
     if (found == FPending.end()) return;
     const Pending pending = std::move(found->second);
     const RequestPointer& request = pending.Sent;
     FPending.erase(found);
     request->IsCancelled = true;
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     std::erase(FWaiting, request);
 }
 
@@ -123,6 +126,7 @@ void RowReader::CancelAll() {
 }
 
 void RowReader::Deliver(Ticket ticket) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = FPending.find(ticket);
     if (found == FPending.end()) return;  // cancelled
     const Pending pending = std::move(found->second);
@@ -152,8 +156,8 @@ void RowReader::Run() {
     for (;;) {
         RequestPointer request;
         {
-            std::unique_lock lock(FMutex);
-            FHasWork.wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
+            TLock lock(FMutex);
+            FHasWork.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return FIsEnding || !FWaiting.empty(); });
             if (FIsEnding) break;
             request = std::move(FWaiting.front());
             FWaiting.pop_front();

@@ -12,14 +12,13 @@
 #include "ErrorInfo.h"
 #include "RowQuery.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -113,9 +112,9 @@ private:
     Ticket FLastTicket = 0;                          // main thread
     LinkSource<RowReader> FLinks{this};
 
-    std::mutex FMutex;
-    std::condition_variable FHasWork;
-    std::deque<RequestPointer> FWaiting;  // guarded by FMutex
+    TMutex FMutex;
+    TCondition FHasWork;
+    std::deque<RequestPointer> FWaiting VEXA_GUARDED_BY(FMutex);
     std::atomic<bool> FIsEnding{false}, FHasEnded{false};
     std::thread FThread;  // the last member, because the thread uses the others
 };

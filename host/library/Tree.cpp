@@ -2,6 +2,7 @@
 
 #include "Filters.h"
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -53,6 +54,7 @@ QString TreeNode::Value() const {
 }
 
 std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
+    VEXA_ASSERT_MAIN_THREAD();
     const Ref<TreeSelection> parent(new TreeSelection(std::move(selection)));
     std::vector<TreeNode> list;
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
@@ -81,6 +83,7 @@ std::vector<TreePair> PairsOf(const TreePath& path) {
 }
 
 void Tree::AddConditions(const std::vector<TreePair>& node, IVEXAMLDataFilter* filter) const {
+    VEXA_ASSERT_MAIN_THREAD();
     const Ref<TreeSelection> selection(new TreeSelection(node));
     if (Failed(FProvider->AddSelectionConditions(filter, selection.Get())))
         throw LibraryError(QStringLiteral("the storage cannot say which rows belong to the selected node"));

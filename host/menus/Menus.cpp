@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "Properties.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -127,6 +128,7 @@ bool MenuManager::Has(IVEXAMenuItem& item) const {
 }
 
 void MenuManager::PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi) {
+    VEXA_ASSERT_MAIN_THREAD();
     // All items, because an item's event may also change items of other menus.
     for (const Item& item : FItems)
         if (const auto aware = Query<IVEXADPIAware>(item.Get())) aware->SetDPI(dpi);
@@ -141,6 +143,7 @@ void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
 }
 
 HResult MenuManager::Trigger(IVEXAMenuItem& item) {
+    VEXA_ASSERT_MAIN_THREAD();
     Item shown(&item);
     for (int depth = 0; shown && depth <= kDeepest; ++depth, shown = Parent(*shown))
         if (!IsVisible(*shown) || !IsEnabled(*shown)) return E_ABORT;
@@ -161,12 +164,14 @@ void MenuManager::PrepareAround(IVEXAMenuItem& item) {
 }
 
 HResult MenuManager::Run(IVEXAMenuItem& item) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item alive(&item);
     PrepareAround(item);
     return Has(item) ? Trigger(item) : E_FAIL;
 }
 
 bool MenuManager::RunShortcut(const QKeySequence& keys) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (keys.isEmpty()) return false;
     for (const auto items = FItems; const Item& item : items)
         if (Has(*item) && Shortcut(*item) == keys && Succeeded(Run(*item))) return true;
@@ -174,6 +179,7 @@ bool MenuManager::RunShortcut(const QKeySequence& keys) {
 }
 
 void MenuManager::DeleteChildren(IVEXAMenuItem& parent) {
+    VEXA_ASSERT_MAIN_THREAD();
     for (const Item& item : Children(parent)) {
         if (!Has(*item)) continue;
         Unregister(*item);  // before the items below it, so that the recursion ends even in a circle
@@ -189,6 +195,7 @@ void MenuManager::Unregister(IVEXAMenuItem& item) {
 }
 
 HResult MenuManager::AddExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item || Has(*item) || Find(ID(*item))) return E_INVALIDARG;
     FItems.push_back(item);
@@ -197,6 +204,7 @@ HResult MenuManager::AddExtension(IUnknown* extension) {
 }
 
 void MenuManager::RemoveExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item) return;
     Unregister(*item);

@@ -1,6 +1,7 @@
 #include "OptionsPages.h"
 
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 namespace vexa::host {
 
@@ -16,6 +17,7 @@ void OptionsService::RemoveExtension(IUnknown* extension) {
 }
 
 HResult OptionsService::FrameModified(IVEXAOptionsDialogFrame* page) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("noting changed options", [&] {
         if (!FView) return E_FAIL;
         FView->PageModified(page);
@@ -24,6 +26,7 @@ HResult OptionsService::FrameModified(IVEXAOptionsDialogFrame* page) noexcept {
 }
 
 HResult OptionsService::FrameShow(IVEXAOptionsDialogFrame* page, Bool32 forceShow) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("showing the options", [&] {
         const auto pages = Pages();
         if (page && std::none_of(pages.begin(), pages.end(),

@@ -10,7 +10,7 @@ HResult ErrorInfo::GetInfo(std::int32_t* errorCode, IVEXAString** message, IVEXA
     if (message) *message = nullptr;
     if (details) *details = nullptr;
     return Guarded("reading an error", [&] {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (!FIsSet) return E_FAIL;
         if (errorCode) *errorCode = FCode;
         if (message) PutString(FMessage, message);
@@ -22,7 +22,7 @@ HResult ErrorInfo::GetInfo(std::int32_t* errorCode, IVEXAString** message, IVEXA
 void ErrorInfo::SetInfo(std::int32_t errorCode, IVEXAString* message, IVEXAString* details) noexcept {
     Guarded("keeping an error", [&] {
         const QString text = ToQString(message), more = ToQString(details);
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsSet = true;
         FCode = errorCode;
         FMessage = text;
@@ -32,7 +32,7 @@ void ErrorInfo::SetInfo(std::int32_t errorCode, IVEXAString* message, IVEXAStrin
 }
 
 QString ErrorInfo::Message() const {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     return FMessage;
 }
 

@@ -2,11 +2,10 @@
 // Why something failed, for the user to read. Any thread may use it.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Objects.h"
 
 #include <QString>
-
-#include <mutex>
 
 namespace vexa::host {
 
@@ -19,11 +18,10 @@ public:
     QString Message() const;
 
 private:
-    mutable std::mutex FMutex;
-    // All guarded by FMutex.
-    bool FIsSet = false;
-    std::int32_t FCode = 0;
-    QString FMessage, FDetails;
+    mutable TMutex FMutex;
+    bool FIsSet VEXA_GUARDED_BY(FMutex) = false;
+    std::int32_t FCode VEXA_GUARDED_BY(FMutex) = 0;
+    QString FMessage VEXA_GUARDED_BY(FMutex), FDetails VEXA_GUARDED_BY(FMutex);
 };
 
 /// Fills in an error object of any implementation; does nothing when `error` is null.

@@ -10,7 +10,7 @@ namespace vexa::host {
 HResult ObjectList::Add(IUnknown* object) noexcept {
     if (!object) return E_INVALIDARG;
     return Guarded("adding to a list", [&] {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FObjects.emplace_back(object);
         return S_OK;
     });
@@ -18,14 +18,14 @@ HResult ObjectList::Add(IUnknown* object) noexcept {
 
 HResult ObjectList::Clear() noexcept {
     std::vector<Ref<IUnknown>> old;
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     old.swap(FObjects);
     return S_OK;
 }
 
 HResult ObjectList::Delete(std::int32_t index) noexcept {
     Ref<IUnknown> old;
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     if (!Has(index)) return E_INVALIDARG;
     std::swap(old, FObjects[static_cast<std::size_t>(index)]);
     FObjects.erase(FObjects.begin() + index);
@@ -35,7 +35,7 @@ HResult ObjectList::Delete(std::int32_t index) noexcept {
 HResult ObjectList::Insert(std::int32_t index, IUnknown* object) noexcept {
     if (!object) return E_INVALIDARG;
     return Guarded("inserting into a list", [&] {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (index < 0 || static_cast<std::size_t>(index) > FObjects.size()) return E_INVALIDARG;
         FObjects.emplace(FObjects.begin() + index, object);
         return S_OK;
@@ -43,7 +43,7 @@ HResult ObjectList::Insert(std::int32_t index, IUnknown* object) noexcept {
 }
 
 std::int32_t ObjectList::GetCount() noexcept {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     return static_cast<std::int32_t>(FObjects.size());
 }
 
@@ -52,7 +52,7 @@ HResult ObjectList::GetObject(std::int32_t index, const Guid& iid, void** object
     *object = nullptr;
     Ref<IUnknown> found;
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (!Has(index)) return E_INVALIDARG;
         found = FObjects[static_cast<std::size_t>(index)];
     }
@@ -62,7 +62,7 @@ HResult ObjectList::GetObject(std::int32_t index, const Guid& iid, void** object
 HResult ObjectList::SetObject(std::int32_t index, IUnknown* object) noexcept {
     if (!object) return E_INVALIDARG;
     Ref<IUnknown> replaced(object);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     if (!Has(index)) return E_INVALIDARG;
     std::swap(replaced, FObjects[static_cast<std::size_t>(index)]);
     return S_OK;

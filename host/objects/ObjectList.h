@@ -2,11 +2,11 @@
 // The host's list of objects. Any thread may use it.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Objects.h"
 
 #include <QStringList>
 
-#include <mutex>
 #include <vector>
 
 namespace vexa::host {
@@ -22,13 +22,12 @@ public:
     HResult SetObject(std::int32_t index, IUnknown* object) noexcept override;
 
 private:
-    /// The caller holds the lock.
-    bool Has(std::int32_t index) const noexcept {
+    bool Has(std::int32_t index) const noexcept VEXA_REQUIRES(FMutex) {
         return index >= 0 && static_cast<std::size_t>(index) < FObjects.size();
     }
 
-    std::mutex FMutex;
-    std::vector<Ref<IUnknown>> FObjects;  // guarded by FMutex; objects are released after unlocking it
+    TMutex FMutex;
+    std::vector<Ref<IUnknown>> FObjects VEXA_GUARDED_BY(FMutex);  // objects are released after unlocking it
 };
 
 /// A list of `texts` as IVEXAString objects.

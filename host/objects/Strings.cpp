@@ -8,7 +8,7 @@
 namespace vexa::host {
 
 std::int32_t HostString::GetChars(char16_t* buffer, std::int32_t capacity) noexcept {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     const auto length = static_cast<std::int32_t>(FText.size());
     if (buffer && capacity > 0)
         std::copy_n(reinterpret_cast<const char16_t*>(FText.constData()), std::min(length, capacity), buffer);
@@ -20,7 +20,7 @@ HResult HostString::SetChars(const char16_t* chars, std::int32_t length) noexcep
     if (!chars && length > 0) return E_POINTER;
     return Guarded("setting a text", [&] {
         QString text(reinterpret_cast<const QChar*>(chars), length);
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FText.swap(text);  // the old text is freed outside the lock
         return S_OK;
     });

@@ -2,11 +2,10 @@
 // The host's string objects, and conversions from and to QString.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Objects.h"
 
 #include <QString>
-
-#include <mutex>
 
 namespace vexa::host {
 
@@ -20,8 +19,8 @@ public:
     HResult SetChars(const char16_t* chars, std::int32_t length) noexcept override;
 
 private:
-    std::mutex FMutex;
-    QString FText;  // guarded by FMutex
+    TMutex FMutex;
+    QString FText VEXA_GUARDED_BY(FMutex);
 };
 
 Ref<IVEXAString> MakeString(const QString& text);

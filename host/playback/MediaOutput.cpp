@@ -2,6 +2,7 @@
 
 #include "AudioTags.h"
 #include "Log.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
 
 #include <QFile>
@@ -105,6 +106,7 @@ MediaOutput::~MediaOutput() {
 }
 
 void MediaOutput::Start(const QString& source) {
+    VEXA_ASSERT_MAIN_THREAD();
     Close();
     FPosition = FDuration = 0;
     FTarget.reset();
@@ -193,7 +195,7 @@ void MediaOutput::ReopenThroughFile() {
     if (wasPrerolled && !FTarget) FTarget = position;
     FIsThroughFile = true;
     Open();
-    Apply();
+    UpdatePipeline();
 }
 
 /// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.
@@ -209,6 +211,7 @@ void MediaOutput::ReopenWithoutSeeking() {
 }
 
 void MediaOutput::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     Close();
     FTarget.reset();
     FWantsPlaying = false;
@@ -216,16 +219,19 @@ void MediaOutput::Stop() {
 }
 
 void MediaOutput::Play() {
+    VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = true;
     UpdatePipeline();
 }
 
 void MediaOutput::Pause() {
+    VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = false;
     UpdatePipeline();
 }
 
 void MediaOutput::Seek(double seconds) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!FPipeline || !std::isfinite(seconds)) return;
     if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable, {}));
     FTarget = std::max(0.0, FDuration > 0 ? std::min(seconds, FDuration) : seconds);
@@ -255,6 +261,7 @@ double MediaOutput::Position() const {
 }
 
 void MediaOutput::Drain() {
+    VEXA_ASSERT_MAIN_THREAD();
     while (FPipeline) {
         const Message message(gst_bus_pop(BusOf(FPipeline).get()));
         if (!message) return;

@@ -7,6 +7,7 @@
 #include "Log.h"
 #include "ObjectList.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QPointer>
 #include <QUrl>
@@ -137,6 +138,7 @@ int Playback::SkipForwardBy() const {
 }
 
 void Playback::Play(const QString& named) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (named.isEmpty()) return;
     // Its position is stored by the present address; by an older one the file would start from its beginning.
     const QString address = FHost.Addresses().Present(named);
@@ -156,6 +158,7 @@ void Playback::Start(const QString& address) {
 }
 
 void Playback::Resume() {
+    VEXA_ASSERT_MAIN_THREAD();
     switch (CurrentState()) {
         case State::Paused:
             return FOutput->Play();
@@ -171,6 +174,7 @@ void Playback::Resume() {
 }
 
 void Playback::Pause() {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->Pause();
 }
 
@@ -182,11 +186,13 @@ void Playback::PlayOrPause() {
 }
 
 void Playback::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     FHost.Player().Stop();
     FHasEnded = false;
 }
 
 void Playback::Seek(double seconds) {
+    VEXA_ASSERT_MAIN_THREAD();
     FHasEnded = false;
     FOutput->Seek(seconds);
     Q_EMIT Seeked(FOutput->Position());
@@ -201,12 +207,14 @@ void Playback::SkipForward() {
 }
 
 void Playback::SetSpeed(double speed) {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetSpeed(speed);
     FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
     Q_EMIT SpeedChanged(FOutput->Speed());
 }
 
 void Playback::SetVolume(double volume) {
+    VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetVolume(volume);
     FHost.Config().Write(kVolume, QString::number(FOutput->Volume(), 'g', 3));
     Q_EMIT VolumeChanged(FOutput->Volume());
@@ -289,6 +297,7 @@ void Playback::PlayLast(const QStringList& addresses) {
 }
 
 void Playback::SetUpNext(const QStringList& addresses) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (addresses == UpNext()) return;
     FPositions.SetUpNext(addresses);
     SaveSoon();
@@ -307,11 +316,13 @@ void Playback::SaveSoon() {
 }
 
 void Playback::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     StorePosition();
     FPositions.Save();
 }
 
 void Playback::OnStarted() {
+    VEXA_ASSERT_MAIN_THREAD();
     const QString source = FHost.Player().Source();
     FCurrent = {};
     FCurrent.Address = FHost.Player().FileName();
@@ -335,6 +346,7 @@ void Playback::DescribeCurrent() {
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (described.Address != FCurrent.Address) return;  // another file plays by now
     FDescribing = 0;
     FCurrent = described;

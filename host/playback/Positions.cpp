@@ -1,5 +1,7 @@
 #include "Positions.h"
 
+#include "VEXA.Runtime.Threads.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QJsonArray>
@@ -68,6 +70,7 @@ const HeardFile* Positions::Find(const QString& address) const {
 }
 
 void Positions::Leave(const QString& address, double position, double duration) {
+    VEXA_ASSERT_MAIN_THREAD();
     const double rest = std::min(kEndSeconds, kEndShare * duration);
     if (address.isEmpty()) return;
     if (position <= 0 || (duration > 0 && position >= duration - rest)) return Forget(address);
@@ -78,10 +81,12 @@ void Positions::Leave(const QString& address, double position, double duration) 
 }
 
 void Positions::Forget(const QString& address) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (std::erase_if(FBegun, [&](const auto& file) { return file.Address == address; }) > 0) FIsChanged = true;
 }
 
 bool Positions::Move(const AddressMoves& moves) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto hasMoved = [&](const QString& address) { return moves.contains(address); };
     const bool areBegun =
         std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardFile& file) { return hasMoved(file.Address); });
@@ -99,6 +104,7 @@ bool Positions::Move(const AddressMoves& moves) {
 }
 
 void Positions::SetSpeed(const QString& album, double speed) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (album.isEmpty() || Speed(album) == speed) return;
     if (speed == 1)
         FSpeeds.remove(album);
@@ -108,6 +114,7 @@ void Positions::SetSpeed(const QString& album, double speed) {
 }
 
 void Positions::SetUpNext(const QStringList& addresses) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FUpNext == addresses) return;
     FUpNext = addresses;
     FIsChanged = true;
@@ -127,6 +134,7 @@ QByteArray Positions::ToJson() const {
 }
 
 void Positions::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
     if (FState->HasFailed.exchange(false)) FIsChanged = true;
     if (!FIsChanged) return;
@@ -135,6 +143,7 @@ void Positions::Save() {
 }
 
 bool Positions::SaveInBackground() {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!FIsChanged) return true;
     if (FState->IsSaving.exchange(true)) return false;
     FIsChanged = false;

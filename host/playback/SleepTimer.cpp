@@ -1,5 +1,7 @@
 #include "SleepTimer.h"
 
+#include "VEXA.Runtime.Threads.h"
+
 #include <algorithm>
 
 namespace vexa::host {
@@ -32,6 +34,7 @@ void SleepTimer::Cancel() {
 }
 
 void SleepTimer::Set(Mode mode) {
+    VEXA_ASSERT_MAIN_THREAD();
     FMode = mode;
     Q_EMIT Changed();
 }

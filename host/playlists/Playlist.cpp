@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Files.h"
 
 #include <QSet>
@@ -77,6 +78,7 @@ Playlist::Playlist(const QString& name, PlaylistObserver* observer)
 }
 
 void Playlist::Notify(PlaylistObserver::Change change) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FObserver) FObserver->OnChanged(*this, change);
 }
 
@@ -284,6 +286,7 @@ QStringList Playlist::Files(std::uint32_t flags) const {
 }
 
 HResult Playlist::GetFiles(std::uint32_t flags, IVEXAObjectList** files) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!files) return E_POINTER;
     *files = nullptr;
     if (flags > kFilesFocused) return E_INVALIDARG;

@@ -98,6 +98,7 @@ std::vector<PlaylistFollower::Followed>::iterator PlaylistFollower::Find(const P
 }
 
 void PlaylistFollower::Follow(const Ref<Playlist>& playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto preimage = playlist->Preimage();
     const QString storageID = preimage ? host::Describe(*preimage).StorageID : QString();
     auto found = Find(*playlist);
@@ -107,6 +108,7 @@ void PlaylistFollower::Follow(const Ref<Playlist>& playlist) {
 }
 
 void PlaylistFollower::Leave(const Playlist& playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (const auto found = Find(playlist); found != FFollowed.end()) FFollowed.erase(found);
 }
 
@@ -145,6 +147,7 @@ void PlaylistFollower::Read(Followed& followed) {
 }
 
 void PlaylistFollower::OnRead(const Playlist& playlist, const RowPage& page) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = Find(playlist);
     if (found == FFollowed.end()) return;  // no longer followed; `playlist` may be gone and is only compared by address
     const Ref<Playlist> list = found->List;

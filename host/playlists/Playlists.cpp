@@ -2,6 +2,7 @@
 
 #include "FileInfo.h"
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -56,6 +57,7 @@ void PlaylistManager::Load() {
 }
 
 void PlaylistManager::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     FSaver.SetEnabled(false);
     if (!FIsChanged) return;
     std::vector<SavedPlaylist> list;
@@ -91,6 +93,7 @@ Ref<Playlist> PlaylistManager::Find(const QString& name) const {
 }
 
 void PlaylistManager::Activate(Playlist* playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FActive.Get() == playlist) return;
     FActive = Ref<Playlist>(playlist);
     MarkChanged();
@@ -113,6 +116,7 @@ QString PlaylistManager::NextName() const {
 }
 
 Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
+    VEXA_ASSERT_MAIN_THREAD();
     const QString plain = name.simplified();
     const Ref<Playlist> playlist(new Playlist(plain.isEmpty() ? NextName() : plain, this));
     if (plain.isEmpty()) FUnnamed.push_back(playlist.Get());
@@ -124,6 +128,7 @@ Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
 }
 
 void PlaylistManager::Remove(Playlist& playlist) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = std::find(FPlaylists.begin(), FPlaylists.end(), Ref<Playlist>(&playlist));
     if (found == FPlaylists.end()) return;
     const Ref<Playlist> removed = *found;
@@ -224,11 +229,13 @@ void PlaylistManager::DescribeNow() {
 }
 
 void PlaylistManager::StopDescribing() {
+    VEXA_ASSERT_MAIN_THREAD();
     FDescriber.Stop();
     FIsToDescribe = false;
 }
 
 HResult PlaylistManager::GetActivePlaylist(IVEXAPlaylist** playlist) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!playlist) return E_POINTER;
     *playlist = Ref<IVEXAPlaylist>(FActive).Detach();
     return *playlist ? S_OK : E_FAIL;

@@ -38,7 +38,7 @@ HResult AlbumArtService::AddExtension(IUnknown* extension) {
     const auto object = Query<IVEXAExtensionAlbumArtProvider>(extension);
     if (!object) return E_INVALIDARG;
     const std::int32_t category = object->QueryProviderCategory();
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     const auto at = std::upper_bound(FProviders.begin(), FProviders.end(), category,
                                      [](std::int32_t c, const Provider& provider) { return c < provider.Category; });
     FProviders.insert(at, {category, object});
@@ -48,7 +48,7 @@ HResult AlbumArtService::AddExtension(IUnknown* extension) {
 void AlbumArtService::RemoveExtension(IUnknown* extension) {
     std::vector<Provider> removed;  // released after the lock
     const auto object = Query<IVEXAExtensionAlbumArtProvider>(extension);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     const auto from = std::stable_partition(FProviders.begin(), FProviders.end(),
                                             [&](const Provider& provider) { return !(provider.Object == object); });
     removed.assign(from, FProviders.end());
@@ -62,7 +62,7 @@ HResult AlbumArtService::GetAlbumArt(IVEXAString* address, IVEXAString* artist, 
     return Guarded("looking for album art", [&] {
         std::vector<Provider> providers;
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             providers = FProviders;
         }
         for (const Provider& provider : providers) {

@@ -3,9 +3,9 @@
 
 #include "Extensions.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Files.h"
 
-#include <mutex>
 #include <vector>
 
 namespace vexa::host {
@@ -27,8 +27,8 @@ private:
         std::int32_t Category;
         Ref<IVEXAExtensionAlbumArtProvider> Object;
     };
-    mutable std::mutex FMutex;
-    std::vector<Provider> FProviders;  // guarded by FMutex; in the order in which they are asked
+    mutable TMutex FMutex;
+    std::vector<Provider> FProviders VEXA_GUARDED_BY(FMutex);  // in the order in which they are asked
 };
 
 }  // namespace vexa::host

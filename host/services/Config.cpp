@@ -4,6 +4,7 @@
 #include "PropertyStore.h"
 #include "Streams.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 #include <chrono>
@@ -70,6 +71,7 @@ ConfigService::~ConfigService() {
 }
 
 bool ConfigService::Write(const QString& keyPath, const QString& value) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!IsKeyPath(keyPath)) return false;
     FFile.Write(keyPath, value);
     if (FFile.HasChanges() && FSaving == 0 && !FSaver.isActive()) FSaver.start();
@@ -89,6 +91,7 @@ void ConfigService::OnSaved(const SettingsFile& copied, const SettingsFile* save
 }
 
 void ConfigService::Reload() {
+    VEXA_ASSERT_MAIN_THREAD();
     try {
         FFile.Reload();
     } catch (const std::exception& error) {
@@ -97,6 +100,7 @@ void ConfigService::Reload() {
 }
 
 void ConfigService::Save() {
+    VEXA_ASSERT_MAIN_THREAD();
     FSaver.stop();
     // Wait for a write in the background, whose contents are older.
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
@@ -110,6 +114,7 @@ HResult ConfigService::Flush() noexcept {
 
 template <class Number>
 HResult ConfigService::Get(IVEXAString* keyPath, Number* number) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!number) return E_POINTER;
     *number = 0;
     return Guarded("reading a setting", [&] {
@@ -133,6 +138,7 @@ HResult ConfigService::GetValueAsInt64(IVEXAString* keyPath, std::int64_t* value
 }
 
 HResult ConfigService::GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!value) return E_POINTER;
     return Guarded("reading a setting", [&] {
         const auto text = FFile.Find(ToQString(keyPath));
@@ -143,6 +149,7 @@ HResult ConfigService::GetValueAsStream(IVEXAString* keyPath, IVEXAStream* value
 }
 
 HResult ConfigService::GetValueAsString(IVEXAString* keyPath, IVEXAString** value) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!value) return E_POINTER;
     *value = nullptr;
     return Guarded("reading a setting", [&] {

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -23,6 +24,7 @@ QStringList Core::ServiceNames() const {
 }
 
 void Core::FinalizeExtensions(std::uint64_t from) {
+    VEXA_ASSERT_MAIN_THREAD();
     const std::vector<Extension> extensions = FExtensions;
     for (auto entry = extensions.rbegin(); entry != extensions.rend() && entry->Number >= from; ++entry) {
         const Extension& extension = *entry;
@@ -34,6 +36,7 @@ void Core::FinalizeExtensions(std::uint64_t from) {
 }
 
 void Core::RemoveExtensions(std::uint64_t from) {
+    VEXA_ASSERT_MAIN_THREAD();
     while (!FExtensions.empty() && FExtensions.back().Number >= from) {
         const Extension extension = FExtensions.back();
         FExtensions.pop_back();
@@ -45,6 +48,7 @@ void Core::RemoveExtensions(std::uint64_t from) {
 }
 
 void Core::ForgetExtension(const ExtensionTarget* target, IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto object = Query<IUnknown>(extension);
     std::erase_if(FExtensions,
                   [&](const Extension& entry) { return entry.Target == target && entry.Object == object; });
@@ -83,6 +87,7 @@ HResult Core::GetPath(std::int32_t kind, IVEXAString** path) noexcept {
 }
 
 HResult Core::RegisterExtension(const Guid& service, IUnknown* extension) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!extension) return E_INVALIDARG;
     return Guarded("registering an extension", [&] {
         const Service* found = Find(service);

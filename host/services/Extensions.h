@@ -1,10 +1,10 @@
 #pragma once
 // How services take extensions, and how they keep them.
 
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Base.h"
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 namespace vexa::host {
@@ -36,27 +36,27 @@ public:
     HResult Add(IUnknown* extension) {
         Ref<Interface> offered = Query<Interface>(extension);
         if (!offered) return E_INVALIDARG;
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FItems.push_back(std::move(offered));
         return S_OK;
     }
     void Remove(IUnknown* extension) {
         std::vector<Ref<Interface>> removed;  // released after the lock
         const auto offered = Query<Interface>(extension);
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         const auto from = std::stable_partition(FItems.begin(), FItems.end(),
                                                 [&](const Ref<Interface>& item) { return !(item == offered); });
         removed.assign(from, FItems.end());
         FItems.erase(from, FItems.end());
     }
     std::vector<Ref<Interface>> Copy() const {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         return FItems;
     }
 
 private:
-    mutable std::mutex FMutex;
-    std::vector<Ref<Interface>> FItems;  // guarded by FMutex
+    mutable TMutex FMutex;
+    std::vector<Ref<Interface>> FItems VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace vexa::host

@@ -8,7 +8,7 @@
 namespace vexa::host {
 
 auto FileSystemService::All() const -> std::vector<Entry> {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     return FEntries;
 }
 
@@ -18,7 +18,7 @@ QString FileSystemService::SchemeOf(const QString& address) {
 }
 
 Ref<IVEXAExtensionFileSystem> FileSystemService::Find(const QString& scheme) const {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     for (const Entry& entry : FEntries)
         if (entry.Scheme == scheme) return entry.Object;
     return {};
@@ -29,7 +29,7 @@ HResult FileSystemService::AddExtension(IUnknown* extension) {
     if (!object) return E_INVALIDARG;
     const QString scheme = FoldCase(TextOf(object.Get(), IVEXAExtensionFileSystem::Scheme));
     if (scheme.isEmpty() || Find(scheme)) return E_INVALIDARG;
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     FEntries.push_back({scheme, object});
     return S_OK;
 }
@@ -37,7 +37,7 @@ HResult FileSystemService::AddExtension(IUnknown* extension) {
 void FileSystemService::RemoveExtension(IUnknown* extension) {
     std::vector<Entry> removed;  // released after the lock
     const auto object = Query<IVEXAExtensionFileSystem>(extension);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     const auto from = std::stable_partition(FEntries.begin(), FEntries.end(),
                                             [&](const Entry& entry) { return !(entry.Object == object); });
     removed.assign(from, FEntries.end());

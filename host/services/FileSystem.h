@@ -3,11 +3,11 @@
 
 #include "Extensions.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Files.h"
 
 #include <QString>
 
-#include <mutex>
 #include <vector>
 
 namespace vexa::host {
@@ -31,8 +31,8 @@ public:
     HResult GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept override;
 
 private:
-    mutable std::mutex FMutex;
-    std::vector<Entry> FEntries;  // guarded by FMutex
+    mutable TMutex FMutex;
+    std::vector<Entry> FEntries VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace vexa::host

@@ -5,19 +5,20 @@
 #include "Streams.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <atomic>
-#include <mutex>
-#include <vector>
+#include <map>
 
 namespace vexa::host {
 
 /// The background transfers of one service, and whether the service's transfers are to be cancelled.
 struct HttpClientService::Running {
     std::atomic<bool> IsCancelled{false};
-    std::mutex Mutex;
-    std::vector<TaskHandle> Handles;  // guarded by Mutex
+    TMutex Mutex;
+    // Of those in the background.
+    std::map<const Task*, TaskHandle> Handles VEXA_GUARDED_BY(Mutex);
 };
 
 /// One GET. Holds all that it needs, so that it can run on the caller's thread or on a worker.
@@ -32,8 +33,8 @@ public:
         Run();
         FBody = nullptr;
         FEvents = nullptr;
-        const std::lock_guard lock(FRunning->Mutex);
-        std::erase(FRunning->Handles, Handle);
+        const TLock lock(FRunning->Mutex);
+        FRunning->Handles.erase(this);
     }
     /// Fetches and tells the events the outcome, which it returns: S_OK, E_ABORT or E_FAIL.
     HResult Run() {
@@ -43,8 +44,6 @@ public:
         if (FEvents) FEvents->OnCompleted(reported, error.Get());
         return reported;
     }
-
-    TaskHandle Handle = 0;  // guarded by the mutex of FRunning
 
 private:
     HResult Fetch(IVEXAErrorInfo* error) {
@@ -89,23 +88,22 @@ HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAS
         if (url.isEmpty() || !body) return E_INVALIDARG;
         auto transfer = std::make_unique<Transfer>(url, body, events, FRunning);
         if (flags & WaitForCompletion) return transfer->Run();
-        const std::lock_guard lock(FRunning->Mutex);
-        Transfer* const started = transfer.get();
-        const TaskHandle handle = WorkerPool::Run(std::move(transfer));
-        started->Handle = handle;  // in time: the task takes the lock before it removes its handle
-        FRunning->Handles.push_back(handle);
+        const TLock lock(FRunning->Mutex);
+        const Task* const started = transfer.get();
+        FRunning->Handles[started] = WorkerPool::Run(std::move(transfer));  // the task's end waits for the lock
         return S_OK;
     });
 }
 
 void HttpClientService::CancelAll() {
+    VEXA_ASSERT_MAIN_THREAD();
     FRunning->IsCancelled = true;
-    std::vector<TaskHandle> handles;
+    std::map<const Task*, TaskHandle> handles;
     {
-        const std::lock_guard lock(FRunning->Mutex);
+        const TLock lock(FRunning->Mutex);
         handles = FRunning->Handles;
     }
-    for (const TaskHandle handle : handles) WorkerPool::Cancel(handle, true);
+    for (const auto& [transfer, handle] : handles) WorkerPool::Cancel(handle, true);
     FRunning->IsCancelled = false;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QDir>
 #include <QLocale>
@@ -34,7 +35,7 @@ QStringList LanguageService::Languages() const {
 }
 
 QString LanguageService::Language() const {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     return FLanguage;
 }
 
@@ -51,7 +52,7 @@ bool LanguageService::Use(const QString& language) {
     for (const QString& name : Languages()) {
         if (name.compare(language, Qt::CaseInsensitive) != 0) continue;
         auto texts = Load(name);
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FLanguage = name;
         FTexts = std::move(texts);
         return true;
@@ -60,6 +61,7 @@ bool LanguageService::Use(const QString& language) {
 }
 
 bool LanguageService::Switch(const QString& language) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!Use(language)) return false;
     if (FMessages) FMessages->Send(kMsgLanguageChanged, 0, nullptr);
     return true;
@@ -68,7 +70,7 @@ bool LanguageService::Switch(const QString& language) {
 std::optional<QStringList> LanguageService::Find(const QString& keyPath) const {
     std::shared_ptr<const LanguageFile> texts;
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         texts = FTexts;
     }
     auto found = texts->Find(keyPath);
@@ -84,7 +86,7 @@ HResult LanguageService::GetName(IVEXAString** name) noexcept {
     return Guarded("giving the language's name", [&] {
         std::shared_ptr<const LanguageFile> texts;
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             texts = FTexts;
         }
         return PutString(texts->Name(), name);

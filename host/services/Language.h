@@ -4,10 +4,10 @@
 #include "LanguageFile.h"
 #include "Messages.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Core.h"
 
 #include <memory>
-#include <mutex>
 
 namespace vexa::host {
 
@@ -41,10 +41,9 @@ private:
     const QString FFolder;
     const Ref<MessageDispatcher> FMessages;
     std::shared_ptr<const LanguageFile> FEnglish;
-    mutable std::mutex FMutex;
-    // FLanguage and FTexts are guarded by FMutex.
-    QString FLanguage;
-    std::shared_ptr<const LanguageFile> FTexts;
+    mutable TMutex FMutex;
+    QString FLanguage VEXA_GUARDED_BY(FMutex);
+    std::shared_ptr<const LanguageFile> FTexts VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace vexa::host

@@ -1,5 +1,7 @@
 #include "LatestTask.h"
 
+#include "VEXA.Runtime.Threads.h"
+
 #include <utility>
 
 namespace vexa::host {
@@ -30,17 +32,20 @@ private:
 };
 
 LatestTask::~LatestTask() {
+    VEXA_ASSERT_MAIN_THREAD();
     FLinks.Invalidate();
     WorkerPool::Cancel(FRunning, true);
 }
 
 void LatestTask::Run(Work work) {
+    VEXA_ASSERT_MAIN_THREAD();
     FWaiting = std::move(work);
     ++FNumber;
     if (FRunning == 0) Start();
 }
 
 void LatestTask::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     FWaiting = nullptr;
     ++FNumber;
     WorkerPool::Cancel(std::exchange(FRunning, 0), true);
@@ -53,6 +58,7 @@ void LatestTask::Start() {
 }
 
 void LatestTask::End(std::uint64_t number, const std::function<void()>& then) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FRunning == 0 || number != FRunningNumber) return;  // Stop was called meanwhile
     FRunning = 0;
     if (FWaiting)

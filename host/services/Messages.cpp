@@ -1,6 +1,7 @@
 #include "Messages.h"
 
 #include "Guarded.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 
@@ -11,6 +12,7 @@ bool MessageDispatcher::IsHooked(const Ref<IVEXAMessageHook>& hook) const {
 }
 
 HResult MessageDispatcher::Send(std::uint32_t message, std::int32_t param1, void* param2) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("sending a message", [&] {
         HResult result = E_NOTIMPL;
         for (const auto hooks = FHooks; const auto& hook : hooks)
@@ -24,6 +26,7 @@ HResult MessageDispatcher::Send(std::uint32_t message, std::int32_t param1, void
 }
 
 HResult MessageDispatcher::Hook(IVEXAMessageHook* hook) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!hook) return E_INVALIDARG;
     return Guarded("hooking", [&] {
         const Ref<IVEXAMessageHook> added(hook);
@@ -34,6 +37,7 @@ HResult MessageDispatcher::Hook(IVEXAMessageHook* hook) noexcept {
 }
 
 HResult MessageDispatcher::Unhook(IVEXAMessageHook* hook) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto found = std::find(FHooks.begin(), FHooks.end(), Ref<IVEXAMessageHook>(hook));
     if (found == FHooks.end()) return E_INVALIDARG;
     const Ref<IVEXAMessageHook> removed = *found;

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "Properties.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,6 +22,7 @@ public:
     int ChangeCount() const { return FChangeCount; }
 
     void BackgroundTaskStarted(std::int32_t taskID, IVEXAString* caption, IVEXAActionEvent* cancel) noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("showing a background task", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             Ref<IVEXAString> text = caption ? Ref<IVEXAString>(caption) : MakeString({});
@@ -35,6 +37,7 @@ public:
         });
     }
     void BackgroundTaskFinished(std::int32_t taskID) noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("ending a background task", [&] {
             const auto found = Find(taskID);
             if (!FLibrary || found == FTasks.end()) return E_INVALIDARG;
@@ -44,6 +47,7 @@ public:
         });
     }
     void Changed() noexcept override {
+        VEXA_ASSERT_MAIN_THREAD();
         Guarded("showing changed data", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             ++FChangeCount;
@@ -108,6 +112,7 @@ int MusicLibraryService::ChangeCount(const QString& storageID) const {
 }
 
 HResult MusicLibraryService::AddExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto object = Query<IVEXAMLExtensionDataStorage>(extension);
     const auto properties = Query<IVEXAPropertyList>(extension);
     if (!object || !properties) return E_INVALIDARG;
@@ -124,6 +129,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
 }
 
 void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage storage = *found;
@@ -135,6 +141,7 @@ void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
 }
 
 void MusicLibraryService::RemoveExtension(IUnknown* extension) {
+    VEXA_ASSERT_MAIN_THREAD();
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage removed = *found;
@@ -144,6 +151,7 @@ void MusicLibraryService::RemoveExtension(IUnknown* extension) {
 }
 
 HResult MusicLibraryService::GetActiveStorage(const Guid& iid, void** storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!storage) return E_POINTER;
     *storage = nullptr;
     return Guarded("giving the active storage", [&] {
@@ -153,6 +161,7 @@ HResult MusicLibraryService::GetActiveStorage(const Guid& iid, void** storage) n
 }
 
 HResult MusicLibraryService::GetStorageByID(IVEXAString* id, const Guid& iid, void** storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!storage) return E_POINTER;
     *storage = nullptr;
     return Guarded("giving a storage", [&] {
@@ -162,6 +171,7 @@ HResult MusicLibraryService::GetStorageByID(IVEXAString* id, const Guid& iid, vo
 }
 
 HResult MusicLibraryService::SetActiveStorage(IUnknown* storage) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("choosing a storage", [&] {
         const Storage* found = storage ? Find(storage) : nullptr;
         if (!found) return E_INVALIDARG;

@@ -4,6 +4,7 @@
 #include "FileInfo.h"
 #include "Guarded.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <utility>
 
@@ -30,6 +31,7 @@ QStringList PlayerService::KeptAddresses() const {
 }
 
 void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
+    VEXA_ASSERT_MAIN_THREAD();
     Stop();
     FOutput = std::move(output);
     ListenToOutput();
@@ -76,6 +78,7 @@ PlayerService::Resolution PlayerService::Resolve(const QString& file) const {
 }
 
 HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!info) return E_POINTER;
     *info = nullptr;
     return Guarded("describing what plays", [&] {
@@ -90,6 +93,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
 }
 
 HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("starting playback", [&] {
         const QString name = ToQString(file);
         const Resolution resolved = Resolve(name);
@@ -120,6 +124,7 @@ void PlayerService::Forget() {
 }
 
 HResult PlayerService::Stop() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return Guarded("stopping playback", [&] {
         FOutput->Stop();
         Forget();

@@ -2,6 +2,7 @@
 
 #include "Guarded.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -95,12 +96,14 @@ PresentAddresses::~PresentAddresses() {
 }
 
 void PresentAddresses::Start() {
+    VEXA_ASSERT_MAIN_THREAD();
     FIsStopped = false;
     FCounts.clear();
     CheckMovesSoon();
 }
 
 void PresentAddresses::Stop() {
+    VEXA_ASSERT_MAIN_THREAD();
     FIsStopped = true;
     FRequests.clear();
     FChecker.Stop();
@@ -109,6 +112,7 @@ void PresentAddresses::Stop() {
 }
 
 void PresentAddresses::CheckMovesSoon() {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FIsStopped || std::exchange(FIsCheckDue, true)) return;
     // Deferred, because whoever reports a change may not have completed it yet.
     RunInMainThread(
@@ -119,12 +123,14 @@ void PresentAddresses::CheckMovesSoon() {
 }
 
 PresentAddresses::Ticket PresentAddresses::Ask(const QStringList& addresses, Then then) {
+    VEXA_ASSERT_MAIN_THREAD();
     FRequests.push_back({++FLastTicket, addresses, std::move(then)});
     Answer();
     return FLastTicket;
 }
 
 void PresentAddresses::Cancel(Ticket ticket) {
+    VEXA_ASSERT_MAIN_THREAD();
     for (Request& request : FRequests)
         if (request.Number == ticket) request.Call = nullptr;
 }

@@ -4,11 +4,12 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.MessageBox.h"
+#include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <atomic>
 #include <chrono>
 #include <deque>
-#include <mutex>
 
 namespace podcasts {
 
@@ -29,14 +30,14 @@ class CommandQueue {
 public:
     /// True when no task is running, so that the caller must start one.
     bool Add(TPodcastsCommandWork work) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FWaiting.push_back(std::move(work));
         return !std::exchange(FIsRunning, true);
     }
     /// The next work. Returns an empty function when there is none; the task must then end, and the next Add returns
     /// true.
     TPodcastsCommandWork Next() {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsRunning = !FWaiting.empty();
         if (!FIsRunning) return {};
         TPodcastsCommandWork next = std::move(FWaiting.front());
@@ -45,9 +46,9 @@ public:
     }
 
 private:
-    std::mutex FMutex;
-    std::deque<TPodcastsCommandWork> FWaiting;  // guarded by FMutex
-    bool FIsRunning = false;                    // guarded by FMutex
+    TMutex FMutex;
+    std::deque<TPodcastsCommandWork> FWaiting VEXA_GUARDED_BY(FMutex);
+    bool FIsRunning VEXA_GUARDED_BY(FMutex) = false;
 };
 CommandQueue WaitingCommands;
 
@@ -95,6 +96,7 @@ void ReportKeptFiles(const QStringList& files) {
 }  // namespace
 
 void RunCommand(TPodcastsCommandWork work) {
+    VEXA_ASSERT_MAIN_THREAD();
     auto client = TPodcastsClientPass::Enter();
     if (!client) return;
     const auto isDone = std::make_shared<std::atomic<bool>>(false);

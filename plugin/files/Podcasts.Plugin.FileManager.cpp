@@ -2,12 +2,13 @@
 
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Desktop.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <vector>
 
 namespace podcasts {
@@ -20,9 +21,9 @@ const QString kScheme = QStringLiteral("podcast");
 const QString kPrefix = QStringLiteral("podcast://");
 
 struct ClientGate {
-    std::mutex Mutex;
-    TPodcastClient* Client = nullptr;  // guarded by Mutex
-    int Inside = 0;                    // number of passes that hold the client; guarded by Mutex
+    TMutex Mutex;
+    TPodcastClient* Client VEXA_GUARDED_BY(Mutex) = nullptr;
+    int Inside VEXA_GUARDED_BY(Mutex) = 0;  // number of passes that hold the client
     std::atomic<bool> IsClosing{false};
 };
 ClientGate Gate;
@@ -56,7 +57,7 @@ QString FirstOf(const QString& text, const QString& otherwise) {
 // ---- The client for host threads ----
 
 TPodcastsClientPass TPodcastsClientPass::Enter() {
-    const std::lock_guard lock(Gate.Mutex);
+    const TLock lock(Gate.Mutex);
     if (Gate.Client) ++Gate.Inside;
     return TPodcastsClientPass(Gate.Client);
 }
@@ -64,14 +65,14 @@ TPodcastsClientPass TPodcastsClientPass::Enter() {
 TPodcastsClientPass::~TPodcastsClientPass() {
     if (!FClient) return;
     {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         --Gate.Inside;
     }
     if (Gate.IsClosing) WakeMainThread();
 }
 
 void TPodcastsClientPass::Close() {
-    const std::lock_guard lock(Gate.Mutex);
+    const TLock lock(Gate.Mutex);
     Gate.Client = nullptr;
     Gate.IsClosing = true;
 }
@@ -88,8 +89,9 @@ QString TPodcastsResolvedEpisode::LocalFileName() const {
 // ---- TVEXAPodcastsFileManager ----
 
 void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
+    VEXA_ASSERT_MAIN_THREAD();
     {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         Gate.Client = &client;
         Gate.IsClosing = false;
     }
@@ -106,10 +108,11 @@ void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
 }
 
 void TVEXAPodcastsFileManager::UnregisterFileManager() {
+    VEXA_ASSERT_MAIN_THREAD();
     TPodcastsClientPass::Close();
     // Calls that still use the client may wait for the main thread, so run queued procedures meanwhile.
     DrainMainThreadUntil([] {
-        const std::lock_guard lock(Gate.Mutex);
+        const TLock lock(Gate.Mutex);
         return Gate.Inside == 0;
     });
 }

@@ -1,15 +1,14 @@
 #include "Podcasts.Plugin.Logos.h"
 
 #include "Podcasts.Plugin.FileManager.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <optional>
 
 namespace podcasts {
@@ -46,9 +45,9 @@ public:
     /// case. False: another thread has fetched it meanwhile (a table full of one feed's episodes asks for the logo on
     /// many threads at once), or the client is about to be destroyed.
     bool Begin(int feedID, const QString& server) {
-        std::unique_lock lock(FMutex);
+        TLock lock(FMutex);
         bool hasOtherLooked = false;
-        FChanged.wait(lock, [&] {
+        FChanged.Wait(lock, [&]() VEXA_REQUIRES(FMutex) {
             if (FRunning.contains(feedID)) {
                 hasOtherLooked = true;
                 return false;
@@ -62,17 +61,17 @@ public:
     }
     void End(int feedID) {
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             FRunning.erase(feedID);
         }
-        FChanged.notify_all();
+        FChanged.NotifyAll();
     }
 
     /// Adds a feed to those that wait. True: the caller must start one more task, which calls Next for its feeds.
     bool Add(int feedID, const QString& server) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (FRunning.contains(feedID) || !FWaiting.emplace(feedID, server).second) return false;
-        FChanged.notify_all();
+        FChanged.NotifyAll();
         if (FTasks >= kMostInBackground) return false;
         ++FTasks;
         return true;
@@ -80,12 +79,13 @@ public:
     /// Waits for a feed whose server may be asked; the task must fetch its logo and then call End. Nothing: the task
     /// must end.
     std::optional<int> Next() {
-        std::unique_lock lock(FMutex);
+        TLock lock(FMutex);
         auto next = FWaiting.end();
-        FChanged.wait(lock, [&] {
+        FChanged.Wait(lock, [&]() VEXA_REQUIRES(FMutex) {
             // These feeds will still be due when there is a client again.
             if (TPodcastsClientPass::IsClosing()) FWaiting.clear();
-            next = std::find_if(FWaiting.begin(), FWaiting.end(), [&](auto& look) { return HasPlace(look.second); });
+            next = std::find_if(FWaiting.begin(), FWaiting.end(),
+                                [&](auto& look) VEXA_REQUIRES(FMutex) { return HasPlace(look.second); });
             return FWaiting.empty() || next != FWaiting.end();
         });
         if (next == FWaiting.end()) {
@@ -98,16 +98,16 @@ public:
     }
 
 private:
-    bool HasPlace(const QString& server) const {
+    bool HasPlace(const QString& server) const VEXA_REQUIRES(FMutex) {
         return std::count_if(FRunning.begin(), FRunning.end(), [&](auto& look) { return look.second == server; }) <
                kMostOfServer;
     }
 
-    std::mutex FMutex;
-    std::condition_variable FChanged;
-    // The server of each feed, by feed. A feed is in at most one of the two. Guarded by FMutex.
-    std::map<int, QString> FRunning, FWaiting;
-    int FTasks = 0;  // number of background tasks; guarded by FMutex
+    TMutex FMutex;
+    TCondition FChanged;
+    // The server of each feed, by feed. A feed is in at most one of the two.
+    std::map<int, QString> FRunning VEXA_GUARDED_BY(FMutex), FWaiting VEXA_GUARDED_BY(FMutex);
+    int FTasks VEXA_GUARDED_BY(FMutex) = 0;  // number of background tasks
 };
 LogoLooks Looks;
 

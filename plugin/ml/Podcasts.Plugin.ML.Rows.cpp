@@ -35,7 +35,7 @@ QString StatementOf(const QString& columns, std::span<const std::uint32_t> ids) 
 }  // namespace
 
 void TPodcastsRows::Close() {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     FReader.reset();
     FKept.clear();
     FText.Clear();
@@ -132,7 +132,7 @@ std::unique_ptr<SqliteRows> TPodcastsRows::ReadRows(const QString& statement) {
 }
 
 std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TPodcastsRowRequest& request) {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     Open(db);
     // One snapshot for the whole request: the next request sees what another thread commits meanwhile.
     const SqliteSnapshot snapshot(*FReader);
@@ -148,7 +148,7 @@ std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TPo
 }
 
 qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TPodcastsRowRequest& request) {
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     Open(db);
     const SqliteSnapshot snapshot(*FReader);
     DropOutdated();

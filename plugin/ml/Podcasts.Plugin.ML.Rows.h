@@ -8,10 +8,10 @@
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Plugin.ML.Request.h"
 #include "Podcasts.Plugin.ML.Rows.Text.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -36,27 +36,28 @@ private:
         SharedRowIDs IDs;
     };
 
-    void Open(const TPodcastsDB& db);
+    void Open(const TPodcastsDB& db) VEXA_REQUIRES(FMutex);
     /// Call it inside a snapshot, so that the kept ids and texts belong to the same state as the rows that are read.
-    void DropOutdated();
+    void DropOutdated() VEXA_REQUIRES(FMutex);
     /// Whether the two steps return the same rows as the whole statement.
-    bool IsRegular();
+    bool IsRegular() VEXA_REQUIRES(FMutex);
     /// The ids of all rows of a request; null when finding only those of the page is faster.
-    SharedRowIDs AllIDs(const TPodcastsRowRequest& request);
-    SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request);
-    SharedRowIDs OrderedIDs(const QString& rows, const QString& order);
-    SharedRowIDs FindKept(const QString& rows, const QString& order);
-    SharedRowIDs Keep(const QString& rows, const QString& order, RowIDs ids);
-    RowIDs ReadIDs(const QString& statement);
-    std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement);
+    SharedRowIDs AllIDs(const TPodcastsRowRequest& request) VEXA_REQUIRES(FMutex);
+    SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request) VEXA_REQUIRES(FMutex);
+    SharedRowIDs OrderedIDs(const QString& rows, const QString& order) VEXA_REQUIRES(FMutex);
+    SharedRowIDs FindKept(const QString& rows, const QString& order) VEXA_REQUIRES(FMutex);
+    SharedRowIDs Keep(const QString& rows, const QString& order, RowIDs ids) VEXA_REQUIRES(FMutex);
+    RowIDs ReadIDs(const QString& statement) VEXA_REQUIRES(FMutex);
+    std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement) VEXA_REQUIRES(FMutex);
 
-    std::mutex FMutex;  // guards all members below
-    std::unique_ptr<vexa::SqliteReader> FReader;
-    qint64 FVersion = -1;  // FReader's DataVersion to which the members below belong
-    std::optional<bool> FIsRegular;
-    std::list<KeptIDs> FKept;  // the most recently used first
-    QString FLastSorted;       // the last request whose page was found by sorting all rows
-    TPodcastsRowText FText;
+    vexa::TMutex FMutex;
+    std::unique_ptr<vexa::SqliteReader> FReader VEXA_GUARDED_BY(FMutex);
+    // FReader's DataVersion to which the members below belong.
+    qint64 FVersion VEXA_GUARDED_BY(FMutex) = -1;
+    std::optional<bool> FIsRegular VEXA_GUARDED_BY(FMutex);
+    std::list<KeptIDs> FKept VEXA_GUARDED_BY(FMutex);  // the most recently used first
+    QString FLastSorted VEXA_GUARDED_BY(FMutex);       // the last request whose page was found by sorting all rows
+    TPodcastsRowText FText VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace podcasts

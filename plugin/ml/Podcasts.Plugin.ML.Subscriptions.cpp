@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Subscribing.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <atomic>
@@ -252,6 +253,7 @@ HResult TVEXAPodcastsMLExtension::Subscribe(IVEXAObjectList* addresses, IVEXAMLS
 }
 
 HResult TVEXAPodcastsMLExtension::StartSubscribing(QStringList locations, IVEXAMLSubscriptionEvents* events) {
+    VEXA_ASSERT_MAIN_THREAD();
     auto client = TPodcastsClientPass::Enter();
     if (!client) return E_FAIL;
     std::unique_ptr<SubscribingProgress> progress;
@@ -269,6 +271,7 @@ HResult TVEXAPodcastsMLExtension::ImportOPML(IVEXAString* fileName, IVEXAMLSubsc
 }
 
 HResult TVEXAPodcastsMLExtension::ExportOPML(IVEXAString* fileName, IVEXAErrorInfo* error) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     return WithFile(error, [&] {
         const auto client = TPodcastsClientPass::Enter();
         if (!client) return E_FAIL;
@@ -297,6 +300,7 @@ HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t 
 }
 
 HResult TVEXAPodcastsMLExtension::GetOptions(IVEXAObjectList** options) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!ClearOut(options)) return E_POINTER;
     return GuardedCall("listing the options of the start", [&] {
         auto list = CreateHostObject<IVEXAObjectList>();
@@ -306,6 +310,7 @@ HResult TVEXAPodcastsMLExtension::GetOptions(IVEXAObjectList** options) noexcept
 }
 
 HResult TVEXAPodcastsMLExtension::SetOption(IVEXAString* id, const Variant* value) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!AreGiven(id, value)) return E_POINTER;
     return GuardedCall("setting an option", [&] {
         TPodcastClient* const client = FClient.Get();

@@ -1,5 +1,6 @@
 #include "Podcasts.Plugin.ML.Tasks.h"
 
+#include "VEXA.Runtime.Threads.h"
 #include "apiWrappersUI.h"
 
 namespace podcasts {
@@ -7,14 +8,16 @@ namespace podcasts {
 using namespace vexa;
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Initialize(Ref<IVEXAMLDataStorageManager> manager) {
+    VEXA_ASSERT_MAIN_THREAD();
     FManager = std::move(manager);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     FTasks.emplace();
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::Finalize() {
+    VEXA_ASSERT_MAIN_THREAD();
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FTasks.reset();
     }
     FManager = nullptr;
@@ -22,6 +25,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::Finalize() {
 
 void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QString& captionKey,
                                                     const CancelAction& cancel) {
+    VEXA_ASSERT_MAIN_THREAD();
     const QString format = LocalizedText(captionKey);
     const TInfo info{ToHostString(format), format};
     // This object may be finalised during a call of the manager.
@@ -31,7 +35,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
         manager->BackgroundTaskStarted(kind, info.Caption.Get(), cancelEvent.Get());
     }
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         if (FTasks) FTasks->insert_or_assign(kind, info);
     }
     UpdateTask(kind, {});
@@ -40,7 +44,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
 void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QString& text) {
     TInfo info;
     {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         const auto found = FTasks ? FTasks->find(kind) : decltype(FTasks->end())();
         if (!FTasks || found == FTasks->end()) return;
         info = found->second;
@@ -52,8 +56,9 @@ void TVEXAPodcastsMLBackgroundTaskHelper::UpdateTask(std::int32_t kind, const QS
 }
 
 void TVEXAPodcastsMLBackgroundTaskHelper::FinishTask(std::int32_t kind) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (const auto manager = FManager) manager->BackgroundTaskFinished(kind);
-    const std::lock_guard lock(FMutex);
+    const TLock lock(FMutex);
     if (FTasks) FTasks->erase(kind);
 }
 

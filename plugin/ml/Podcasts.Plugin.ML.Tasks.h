@@ -1,11 +1,11 @@
 #pragma once
 // Shows the client's refreshes and downloads as background tasks of the host's library.
 
+#include "VEXA.Runtime.Mutex.h"
 #include "apiWrappers.h"
 
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 
 namespace podcasts {
@@ -32,8 +32,9 @@ private:
         QString CaptionFormat;
     };
 
-    std::mutex FMutex;
-    std::optional<std::map<std::int32_t, TInfo>> FTasks;  // by kind; guarded by FMutex; empty before Initialize
+    vexa::TMutex FMutex;
+    // By kind; empty before Initialize.
+    std::optional<std::map<std::int32_t, TInfo>> FTasks VEXA_GUARDED_BY(FMutex);
     vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // main thread only
 };
 

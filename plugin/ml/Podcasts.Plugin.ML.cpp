@@ -5,6 +5,7 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.DataProvider.Tree.h"
 #include "VEXA.Runtime.Desktop.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 #include "apiWrappersUI.h"
 
@@ -78,6 +79,7 @@ void TVEXAPodcastsMLExtension::DoGetValueAsInt32(std::int32_t propertyID, std::i
 // ---- The storage ----
 
 void TVEXAPodcastsMLExtension::Finalize() noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     GuardedCall("leaving the library", [&] {
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
         FTasks.Finalize();
@@ -87,6 +89,7 @@ void TVEXAPodcastsMLExtension::Finalize() noexcept {
 }
 
 void TVEXAPodcastsMLExtension::Initialize(IVEXAMLDataStorageManager* manager) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     GuardedCall("joining the library", [&] {
         FManager = manager;
         FTasks.Initialize(manager);
@@ -109,6 +112,7 @@ HResult TVEXAPodcastsMLExtension::GetFields(std::int32_t schema, IVEXAObjectList
 }
 
 HResult TVEXAPodcastsMLExtension::GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!AreGiven(presets)) return E_POINTER;
     return GuardedCall("offering the tree", [&] {
         TPodcastClient* const client = FClient.Get();
@@ -171,6 +175,7 @@ HResult TVEXAPodcastsMLExtension::GetAlbumArt(IVEXAObjectList* fields, const Var
 
 HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                                        IVEXAMLGroupingTreeSelection** selection) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!ClearOut(filter, selection)) return E_POINTER;
     const auto find = [&] {
         Ref<IVEXAString> fileName;
@@ -185,6 +190,7 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
 }
 
 HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may release the storage while the dialog is open
     TPodcastClient* const client = FClient.Get();
     if (!client) return E_FAIL;
@@ -235,6 +241,7 @@ void TVEXAPodcastsMLExtension::DownloadsFinished() {
 }
 
 void TVEXAPodcastsMLExtension::DataChanged() {
+    VEXA_ASSERT_MAIN_THREAD();
     // The library may release the storage during the call.
     if (const auto manager = FManager) manager->Changed();
 }
@@ -267,6 +274,7 @@ void TVEXAPodcastsMLExtension::OpenPodcasts() {
 // ---- The host's messages ----
 
 void TVEXAPodcastsMLExtension::OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
     GuardedCall("following the host's messages", [&] {
         if (message == kMsgPlaybackStarted)
             MarkPlayedEpisode();

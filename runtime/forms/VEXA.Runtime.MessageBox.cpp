@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.MessageBox.h"
 
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Threads.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -8,6 +9,7 @@
 namespace vexa {
 
 void ShowErrorBox(std::uintptr_t owner, const QString& title, const QString& text) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
         qCWarning(LogRuntime).noquote() << title << text;
         return;

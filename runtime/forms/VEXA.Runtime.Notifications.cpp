@@ -102,6 +102,7 @@ private:
 NotificationPresenter::~NotificationPresenter() = default;
 
 void SetNotificationPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
+    VEXA_ASSERT_MAIN_THREAD();
     Chain::Instance().SetPresenters(std::move(presenters));
 }
 
@@ -120,10 +121,12 @@ void NotificationIcon::SetOnClick(std::function<void()> onClick) {
 }
 
 void NotificationIcon::SetVisible(bool visible) {
+    VEXA_ASSERT_MAIN_THREAD();
     if (!visible) Chain::Instance().HideOf(FImpl.get());
 }
 
 void NotificationIcon::ShowBalloon(const QString& title, const QString& text, BalloonKind kind) {
+    VEXA_ASSERT_MAIN_THREAD();
     const auto click = [weak = std::weak_ptr<Impl>(FImpl)] {
         const auto icon = weak.lock();
         // Call a copy, because the handler may set another one.

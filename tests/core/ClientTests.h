@@ -6,6 +6,7 @@
 #include "Podcasts.Core.h"
 #include "TempFolder.h"
 #include "Texts.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "Waiting.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ public:
     std::function<void(const QString&)> OnEvent;
     /// The last progress. Any thread may call it.
     QString Progress() const {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         return FProgress;
     }
 
@@ -34,7 +35,7 @@ public:
     void DownloadsStarted() override { Note("downloads started"); }
     void DownloadsFinished() override { Note("downloads finished"); }
     void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FProgress = QString("%1 of %2: ").arg(position).arg(size) + caption;
     }
     void RefreshFeedsStarted() override { Note("refresh started"); }
@@ -47,8 +48,8 @@ private:
         if (OnEvent) OnEvent(event);
     }
 
-    mutable std::mutex FMutex;
-    QString FProgress;  // guarded by FMutex
+    mutable vexa::TMutex FMutex;
+    QString FProgress VEXA_GUARDED_BY(FMutex);
 };
 
 /// During its lifetime no file grows beyond a size, as on a full disk.

@@ -255,11 +255,11 @@ TEST_F(ClientRefresh, ServesNewlyQueuedFeedsBeforeThoseBeingFetched) {
     for (const QString name : {"a", "b", "c"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/a", Document("a", {{"1", "/a1.mp3"}, {"2", "/a2.mp3"}}));
     // While this thread locks the database, b cannot be stored; a has already been fetched.
-    auto lock = Client->DB().Lock();
+    vexa::TLock lock(Client->DB().Mutex());
     Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
     ASSERT_TRUE(tests::WaitUntil([&] { return Heard->Events.contains("feed /b") && Server.Count("/a") == 1; }));
     Client->RefreshFeeds({Server.Url("/c")});
-    lock.unlock();
+    lock.Unlock();
     ASSERT_TRUE(WaitForTasks());
     EXPECT_EQ(Heard->Events.join('|'), "refresh started|feed /b|feed /c|feed /a|refresh finished, new|changed");
     EXPECT_EQ(Server.Count("/a"), 1) << "fetched once";

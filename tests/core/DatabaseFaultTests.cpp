@@ -2,6 +2,7 @@
 
 #include "ClientTests.h"
 #include "PlainSqlite.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <array>
 #include <cstring>
@@ -64,7 +65,7 @@ private:
     }
     void Wrap(sqlite3_file* file) {
         using IO = sqlite3_io_methods;
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         Methods& changed = FMethods[file->pMethods];
         if (!changed.Usual) {
             static_cast<IO&>(changed) = *file->pMethods;
@@ -89,8 +90,8 @@ private:
     static inline FailingFiles* Current;
     static inline sqlite3_vfs* Usual;
     sqlite3_vfs FVfs;
-    std::mutex FMutex;
-    std::map<const sqlite3_io_methods*, Methods> FMethods;  // guarded by FMutex
+    vexa::TMutex FMutex;
+    std::map<const sqlite3_io_methods*, Methods> FMethods VEXA_GUARDED_BY(FMutex);
     std::atomic<int> FCalls = 0, FCall = 0;
     bool FLater = false;
     int FWriteError = 0;

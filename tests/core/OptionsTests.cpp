@@ -136,8 +136,8 @@ TEST(Queue, ReturnsTheLastFirstAndIgnoresCase) {
     while (queue.Pop(item)) taken += item;
     EXPECT_EQ(taken, QStringList({"ЖУК", "ß", "ss", "C", "A"}));
     EXPECT_EQ(item, "");
-    const std::lock_guard lock(queue);  // reentrant
-    queue.Add("a");                     // a text that was taken may be added again
+    const vexa::TLock lock(queue.Mutex());  // reentrant
+    queue.Add("a");                         // a text that was taken may be added again
     EXPECT_EQ(queue.Items(), QStringList("a"));
     queue.Clear();
     EXPECT_FALSE(queue.Pop(item));

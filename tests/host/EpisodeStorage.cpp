@@ -103,12 +103,12 @@ HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filt
     filter->GetValueAsInt32(IVEXAMLDataFilter::Offset, &offset);
     filter->GetValueAsInt32(IVEXAMLDataFilter::Limit, &limit);
     {
-        std::unique_lock lock(FMutex);
+        vexa::TLock lock(FMutex);
         FAsked += QStringList{names.join(u' '), conditions.join(u' '), order.join(u' '),
                               QString(QString::number(offset) + u',' + QString::number(limit))}
                       .join(u';');
-        FChanged.notify_all();
-        FChanged.wait(lock, [this] { return !FIsHolding; });
+        FChanged.NotifyAll();
+        FChanged.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return !FIsHolding; });
     }
     std::vector<QStringList> rows;
     for (std::size_t i = limit > 0 ? static_cast<std::size_t>(offset) : 0; i < found.size(); ++i) {

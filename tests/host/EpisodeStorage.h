@@ -4,10 +4,9 @@
 #include "HostFixture.h"
 #include "Library.h"
 #include "StorageParts.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 
 namespace tests {
@@ -88,12 +87,12 @@ public:
     void LetThrough() { SetHolding(false); }
     /// The requests so far, each as "Title Duration;State=1;sort Title:2;2,1".
     QStringList Asked() {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         return FAsked;
     }
     void WaitUntilAsked(int count) {
-        std::unique_lock lock(FMutex);
-        FChanged.wait(lock, [&] { return FAsked.size() >= count; });
+        TLock lock(FMutex);
+        FChanged.Wait(lock, [&]() VEXA_REQUIRES(FMutex) { return FAsked.size() >= count; });
     }
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override {
@@ -129,15 +128,15 @@ private:
     /// The episodes that satisfy a filter's conditions; nothing when the filter contains anything else.
     std::optional<std::vector<Episode>> Select(IVEXAMLDataFilter* filter, QStringList* conditions);
     void SetHolding(bool isHolding) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FIsHolding = isHolding;
-        FChanged.notify_all();
+        FChanged.NotifyAll();
     }
 
-    std::mutex FMutex;
-    std::condition_variable FChanged;
-    QStringList FAsked;       // guarded by FMutex
-    bool FIsHolding = false;  // guarded by FMutex
+    TMutex FMutex;
+    TCondition FChanged;
+    QStringList FAsked VEXA_GUARDED_BY(FMutex);
+    bool FIsHolding VEXA_GUARDED_BY(FMutex) = false;
 };
 
 }  // namespace tests

@@ -4,12 +4,11 @@
 #include "ObjectList.h"
 #include "PropertyList.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.SDK.Files.h"
 
 #include <QHash>
 #include <QStringList>
-
-#include <mutex>
 
 namespace tests {
 
@@ -22,24 +21,24 @@ public:
 
     /// Without `isCounted` the count of moves does not change, so that only those who ask about the address find it.
     void Move(const QString& before, const QString& present, bool isCounted = true) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FMoves.insert(before, present);
         if (isCounted) ++FCount;
     }
     /// Whether all questions fail from now on.
     void Fail(bool fails) {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         FFails = fails;
     }
     /// The addresses that were asked about since the last call.
     QStringList TakeAsked() {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         return std::exchange(FAsked, {});
     }
 
     /// The count of moves that was passed with the last question.
     std::int64_t AskedSince() {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         return FAskedSince;
     }
 
@@ -51,14 +50,14 @@ public:
         *handled = kTrue;
     }
     HResult GetPresentAddress(IVEXAString* address) noexcept override {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         const auto found = FMoves.constFind(host::ToQString(address));
         if (FFails || found == FMoves.constEnd()) return E_FAIL;
         return address->SetChars(reinterpret_cast<const char16_t*>(found->utf16()), int(found->size()));
     }
     HResult GetPresentAddresses(IVEXAObjectList* addresses, std::int64_t moveCount) noexcept override {
         {
-            const std::lock_guard lock(FMutex);
+            const TLock lock(FMutex);
             FAsked += host::ToQStringList(addresses);
             FAskedSince = moveCount;
             if (FFails) return E_FAIL;
@@ -72,19 +71,18 @@ public:
         return result;
     }
     HResult GetMoveCount(std::int64_t* count) noexcept override {
-        const std::lock_guard lock(FMutex);
+        const TLock lock(FMutex);
         *count = FCount;
         return S_OK;
     }
 
 private:
-    std::mutex FMutex;
-    // The members below are guarded by FMutex.
-    QHash<QString, QString> FMoves;
-    std::int64_t FCount = 0;
-    bool FFails = false;
-    QStringList FAsked;
-    std::int64_t FAskedSince = 0;
+    TMutex FMutex;
+    QHash<QString, QString> FMoves VEXA_GUARDED_BY(FMutex);
+    std::int64_t FCount VEXA_GUARDED_BY(FMutex) = 0;
+    bool FFails VEXA_GUARDED_BY(FMutex) = false;
+    QStringList FAsked VEXA_GUARDED_BY(FMutex);
+    std::int64_t FAskedSince VEXA_GUARDED_BY(FMutex) = 0;
 };
 
 }  // namespace tests

@@ -3,13 +3,13 @@
 #include "LoopbackServer.h"
 #include "VEXA.Runtime.DesktopProxies.h"
 #include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Mutex.h"
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <mutex>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -187,15 +187,15 @@ TEST_F(Proxies, UserNameAndPasswordAreSentToTheProxyOnly) {
 }
 
 TEST_F(Proxies, ADesktopThatDoesNotAnswerDelaysOneRequestAndIsUsedLater) {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
+    TMutex mutex;
+    TLock lock(mutex);
     SetDesktopProxySource([&](const QUrl&) {
-        const std::lock_guard waiting(mutex);
+        const TLock waiting(mutex);
         return At(Proxy);
     });
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(Get(u"http://a.example/feed"_s), u"the server's name could not be resolved"_s);
-    lock.unlock();
+    lock.Unlock();
     while (Get(u"http://a.example/feed"_s) != u"by proxy"_s) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 

@@ -94,10 +94,10 @@ LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_
 
 LoopbackServer::~LoopbackServer() {
     {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FIsStopping = true;
         for (const int socket : FSockets) shutdown(socket, SHUT_RDWR);
-        FChanged.notify_all();
+        FChanged.NotifyAll();
     }
     shutdown(FListener, SHUT_RDWR);
     FAcceptor.join();
@@ -106,15 +106,15 @@ LoopbackServer::~LoopbackServer() {
 }
 
 void LoopbackServer::ServeInTurn(const QString& path, const std::vector<Response>& responses) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FResponses[path].assign(responses.begin(), responses.end());
     FReleased.erase(path);
 }
 
 void LoopbackServer::Release(const QString& path) {
-    const std::lock_guard lock(FMutex);
+    const vexa::TLock lock(FMutex);
     FReleased.insert(path);
-    FChanged.notify_all();
+    FChanged.NotifyAll();
 }
 
 QStringList LoopbackServer::Paths() const {
@@ -126,7 +126,7 @@ QStringList LoopbackServer::Paths() const {
 void LoopbackServer::Accept() {
     for (int connection = 1;; ++connection) {
         const int socket = accept4(FListener, nullptr, nullptr, SOCK_CLOEXEC);
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         if (socket < 0) return;
         FSockets.insert(socket);
         if (FIsStopping) shutdown(socket, SHUT_RDWR);
@@ -135,20 +135,19 @@ void LoopbackServer::Accept() {
 }
 
 void LoopbackServer::Talk(int socket, int connection) {
-    std::unique_lock lock(FMutex, std::defer_lock);
     for (bool isOpen = true; isOpen;) {
         const QByteArray head = ReceiveHead(socket);
         if (head.isEmpty()) break;
         const QString path = head.split(' ').value(1);
-        lock.lock();
+        vexa::TLock lock(FMutex);
         FRequests.push_back({head, path, connection});
         auto& responses = FResponses[path];
         const Response response = responses.empty() ? Response::Failure("404 Not Found") : responses.front();
         if (responses.size() > 1) responses.pop_front();
-        lock.unlock();
+        lock.Unlock();
         isOpen = Answer(socket, path, response.To(head));
     }
-    lock.lock();
+    const vexa::TLock lock(FMutex);
     FSockets.erase(socket);
     close(socket);
 }
@@ -175,8 +174,8 @@ bool LoopbackServer::Answer(int socket, const QString& path, const Response& res
     }
     if (response.Kind != Fault::Wait) return false;
     {
-        std::unique_lock lock(FMutex);
-        FChanged.wait(lock, [&] { return FIsStopping || FReleased.contains(path); });
+        vexa::TLock lock(FMutex);
+        FChanged.Wait(lock, [&]() VEXA_REQUIRES(FMutex) { return FIsStopping || FReleased.contains(path); });
     }
     return SendAll(socket, answer.sliced(sent));
 }

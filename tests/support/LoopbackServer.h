@@ -2,12 +2,12 @@
 // An HTTP server inside the test program, on real sockets: it answers and misbehaves as told, and records the requests.
 // It listens on a free port of 127.0.0.1 and stops when it is destroyed, whatever its clients do.
 
+#include "VEXA.Runtime.Mutex.h"
+
 #include <QStringList>
 
-#include <condition_variable>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -64,13 +64,13 @@ public:
 
     /// The requests since the last Forget, in order.
     std::vector<Request> Requests() const {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         return FRequests;
     }
     QStringList Paths() const;
     int Count(const QString& path) const { return static_cast<int>(Paths().count(path)); }
     void Forget() {
-        const std::lock_guard lock(FMutex);
+        const vexa::TLock lock(FMutex);
         FRequests.clear();
     }
 
@@ -83,15 +83,14 @@ private:
     int FListener = -1;
     QString FAddress;
     std::thread FAcceptor;
-    mutable std::mutex FMutex;
-    std::condition_variable FChanged;
-    // The members below are guarded by FMutex.
-    bool FIsStopping = false;
-    std::map<QString, std::deque<Response>> FResponses;  // the next ones, by path
-    std::set<QString> FReleased;
-    std::vector<Request> FRequests;
-    std::set<int> FSockets;
-    std::vector<std::thread> FConnections;
+    mutable vexa::TMutex FMutex;
+    vexa::TCondition FChanged;
+    bool FIsStopping VEXA_GUARDED_BY(FMutex) = false;
+    std::map<QString, std::deque<Response>> FResponses VEXA_GUARDED_BY(FMutex);  // the next ones, by path
+    std::set<QString> FReleased VEXA_GUARDED_BY(FMutex);
+    std::vector<Request> FRequests VEXA_GUARDED_BY(FMutex);
+    std::set<int> FSockets VEXA_GUARDED_BY(FMutex);
+    std::vector<std::thread> FConnections VEXA_GUARDED_BY(FMutex);
 };
 
 }  // namespace tests

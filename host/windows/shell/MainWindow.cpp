@@ -8,6 +8,7 @@
 #include "PlaylistPane.h"
 #include "RowTexts.h"
 #include "TaskBar.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QApplication>
@@ -330,6 +331,7 @@ void MainWindow::BringToFront() {
 }
 
 void MainWindow::Warn(const QString& message) {
+    VEXA_ASSERT_MAIN_THREAD();
     // Add the message to an open box, because nobody would read a box behind another box.
     if (FWarning && FWarning->isVisible()) {
         if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
@@ -342,6 +344,7 @@ void MainWindow::Warn(const QString& message) {
 }
 
 void MainWindow::LoadPlugin(const QString& fileName) {
+    VEXA_ASSERT_MAIN_THREAD();
     try {
         FHost.LoadPlugin(fileName);
     } catch (const std::exception& error) {
@@ -350,10 +353,12 @@ void MainWindow::LoadPlugin(const QString& fileName) {
 }
 
 void MainWindow::Play(const QString& file) {
+    VEXA_ASSERT_MAIN_THREAD();
     FPlayback.Play(file);
 }
 
 void MainWindow::Open(const QStringList& addresses) {
+    VEXA_ASSERT_MAIN_THREAD();
     BringToFront();
     FOpener.Open(addresses);
 }

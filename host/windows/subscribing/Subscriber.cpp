@@ -5,6 +5,7 @@
 #include "Installation.h"
 #include "Library.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QFile>
@@ -75,11 +76,13 @@ bool Subscriber::CanSubscribe() const {
 }
 
 Ref<Subscriber::Events> Subscriber::Begin() {
+    VEXA_ASSERT_MAIN_THREAD();
     if (FRunning++ == 0) Q_EMIT Started();
     return Ref<Events>(new Events(Link<Subscriber>(FLinks)));
 }
 
 void Subscriber::End(const std::vector<Outcome>& outcomes) {
+    VEXA_ASSERT_MAIN_THREAD();
     --FRunning;
     Q_EMIT Finished(outcomes);
 }
