@@ -7,10 +7,14 @@ SECONDS ?= 60
 PREFIX ?= /usr/local
 DESTDIR ?=
 SOURCES := sdk runtime core host_api plugin cli host tools samples tests bench
+SOURCE_FILES := find $(SOURCES) -name '*.h' -o -name '*.cpp'
+TEXT_FILES := find Makefile *.md docs desktop $(SOURCES) -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.md' \
+              -o -name '*.py' -o -name CMakeLists.txt -o -name Makefile -o -perm -u+x \)
 BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
-.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop arrows thread-safety format clean
+.PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop \
+        arrows thread-safety format check-format clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -27,6 +31,7 @@ help:
 	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
 	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
 	@echo "make thread-safety     checks that what a mutex guards is used under it (see tools/thread-safety)"
+	@echo "make format            lays all sources out by .clang-format; make check-format only checks them"
 
 setup:
 	@./tools/setup packages.txt
@@ -104,7 +109,15 @@ thread-safety: build
 	@./tools/thread-safety/check --jobs $(JOBS) build
 
 format:
-	@find $(SOURCES) -name '*.h' -o -name '*.cpp' | xargs clang-format-16 -i
+	@./tools/setup tools/packages.txt
+	@$(SOURCE_FILES) | xargs clang-format-16 -i
+
+# clang-format leaves long literals as they are, and scripts and documents alone. Only tables and links of documents may
+# be longer than 120 columns.
+check-format:
+	@./tools/setup tools/packages.txt
+	@$(SOURCE_FILES) | xargs clang-format-16 --dry-run -Werror
+	@! $(TEXT_FILES) | LC_ALL=C.UTF-8 xargs grep -nE '^.{121}' | grep -vE '^[^:]*\.md:[0-9]+:(\||.*\]\()'
 
 clean:
 	@rm -rf build

@@ -56,8 +56,8 @@ Invocation ParseArguments(const QStringList& words) {
     bool onlyOperands = false;
     std::vector<std::pair<QString, std::optional<QString>>> options;  // name, value after "="
     QStringList operands;
-    // The command decides which options take a value, so find it first: the first word that is neither an option nor
-    // the value of a global one.
+    // The command determines which options take a value, so find it first: it is the first word that is neither an
+    // option nor the value of a global option.
     for (qsizetype i = 0; i < words.size() && !invocation.Chosen; ++i) {
         if (words[i] == u"--profile")
             ++i;
@@ -71,7 +71,7 @@ Invocation ParseArguments(const QStringList& words) {
         const QString& word = words[i];
         if (onlyOperands || !word.startsWith(u'-') || word == u"-") {
             if (!commandSeen)
-                commandSeen = true;  // the command's own name
+                commandSeen = true;  // the word is the command's name
             else
                 invocation.Given.Operands += word;
             continue;

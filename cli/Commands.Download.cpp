@@ -26,14 +26,14 @@ int RunDownload(Session& session, const Arguments& arguments) {
         keys = session.Client().NewEpisodesToDownload();
     } else {
         keys = session.FindEpisodes(arguments.Operands, unknown);
-        // What is queued last is taken first; named keys are wanted in the order given. (New ones come newest first,
-        // and so are downloaded oldest first.)
+        // The queue is last in, first out, but given keys are to be downloaded in their order. (New episodes are listed
+        // newest first, and so are downloaded oldest first.)
         std::reverse(keys.begin(), keys.end());
     }
-    keys.removeDuplicates();  // one address may be an episode of several feeds
+    keys.removeDuplicates();  // episodes of several feeds may have the same address
     const vexa::Ref<DownloadReporter> reporter(new DownloadReporter(session, arguments.Json));
     session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(reporter.Get()));
-    // The queue takes keys that differ only in letter case for one; whichever had no outcome is asked for again.
+    // The queue treats keys that differ only in letter case as the same key, so queue those without an outcome again.
     QStringList waiting = keys;
     for (qsizetype left = -1; !waiting.isEmpty() && waiting.size() != left && !session.IsInterrupted();) {
         left = waiting.size();

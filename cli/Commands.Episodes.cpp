@@ -122,14 +122,14 @@ int RunDeleteFiles(Session& session, const Arguments& arguments) {
         QFile file(fileName);
         const bool isGone = isPermanent ? !file.exists() || file.remove() : vexa::MoveToRecycleBin(fileName);
         if (isGone) {
-            session.Client().DeleteCachedEpisodes({key});  // at once: the record must not outlive the file
+            session.Client().DeleteCachedEpisodes({key});  // immediately, since the record must not outlive the file
             session.Out().PrintLine(u"deleted " + fileName);
             continue;
         }
-        // It stays, and so does its record: the next attempt finds it again.
+        // The file stays, and so does its record, so that the next attempt finds the file again.
         const QString reason =
             isPermanent ? file.errorString() : QStringLiteral("there is no trash for it (see --permanently)");
-        session.Out().Complain(u"cannot delete " + fileName + u": " + reason);
+        session.Out().PrintError(u"cannot delete " + fileName + u": " + reason);
         ++failures;
     }
     return failures == 0 ? kDone : kFailed;

@@ -23,8 +23,8 @@ QString ProgressLine(qint64 position, qint64 size, const QString& caption) {
 
 }  // namespace
 
-void ComplainOfDropped(Session& session, qsizetype count) {
-    if (count > 0) session.Out().Complain(QString::number(count) + u" more not done: the work was stopped before");
+void PrintDropped(Session& session, qsizetype count) {
+    if (count > 0) session.Out().PrintError(QString::number(count) + u" more not done: the work was stopped before");
 }
 
 template <class Outcome>
@@ -38,11 +38,11 @@ void OutcomeReporter<Outcome>::Report() {
         if (outcome.IsDropped)
             ++dropped;
         else if (!outcome.Error.isEmpty())
-            FSession.Out().Complain(FailureText(outcome));
+            FSession.Out().PrintError(FailureText(outcome));
         else if (!FIsQuiet && !FSession.IsInterrupted())
             FSession.Out().PrintLine(SuccessText(outcome));
     }
-    ComplainOfDropped(FSession, dropped);
+    PrintDropped(FSession, dropped);
     FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
     FSession.Out().FlushLines();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// What every command works with: the profile, its configuration, the client, the terminal.
+// The objects that every command uses: the profile, its configuration, the client, the terminal.
 
 #include "EpisodeKeys.h"
 #include "Podcasts.Core.Config.h"
@@ -33,7 +33,7 @@ private:
 
 class Session {
 public:
-    /// Opens the profile's database and reads its configuration. An empty folder name means the default one.
+    /// Opens the database in the folder `profile` and reads its configuration. An empty name means the default folder.
     Session(const QString& profile, Terminal& terminal);
 
     TPodcastClient& Client() noexcept { return *FClient; }
@@ -42,16 +42,18 @@ public:
     EpisodeKeys& Keys() noexcept { return FKeys; }
     Terminal& Out() noexcept { return FTerminal; }
 
-    /// Runs the main thread until neither task runs; a signal cancels them. Calls `report` several times a second.
+    /// Runs the main thread's queue until neither task runs; a signal cancels the tasks. Calls `report` several times a
+    /// second.
     void RunUntilIdle(const std::function<void()>& report);
     bool IsInterrupted() const { return FTerminal.Interrupted; }
 
-    /// The address of a feed given by its address or id; complains and gives an empty text when there is none.
+    /// The address of the feed with this address or id; prints an error and returns an empty text when there is none.
     QString FindFeed(const QString& feed);
-    /// The engine's keys for the given ones; "-" reads them from standard input, one a line, where a line that begins
-    /// with a key may go on as "podcasts episodes" prints it. Keys that name nothing are complained about and counted.
+    /// The engine's keys for `keys`. "-" reads keys from standard input, one at the beginning of each line; the rest of
+    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no episode, and
+    /// returns the number of such keys in `unknown`.
     QStringList FindEpisodes(const QStringList& keys, int& unknown);
-    /// "key  date  state  duration  title - feed", for lists.
+    /// A line for lists: "key  date  state  duration  title - feed".
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);
 
 private:

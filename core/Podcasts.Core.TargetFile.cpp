@@ -15,7 +15,8 @@ namespace podcasts {
 
 namespace {
 
-// How much may wait in memory before the kernel is told to write it: the flush at the end then has little left to do.
+// How much data may wait in memory before the kernel is told to write it, so that the final flush has little left to
+// do.
 constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 
 }  // namespace
@@ -50,13 +51,13 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
         }
         if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
             const bool isHeld = errno == EWOULDBLOCK;
-            if (!isHeld && errno != EINTR) return FIsOurs;  // a file system without locks: nothing more can be done
+            if (!isHeld && errno != EINTR) return FIsOurs;  // the file system has no locks: go on without
             Close();
             if (!isHeld) continue;
             throw std::runtime_error("another program is writing the file " + fileName.toStdString() +
                                      "; try again when it has finished");
         }
-        // Whoever held the lock until now may have taken the file away.
+        // The previous holder of the lock may have removed the file.
         if (IsStillLinked()) return FIsOurs;
         Close();
     }

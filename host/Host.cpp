@@ -14,6 +14,8 @@ namespace vexa::host {
 
 namespace {
 
+const QString kLanguageKey = QStringLiteral("Window\\Language");
+
 HostOptions WithProfile(const HostOptions& options) {
     if (!QDir().mkpath(options.ProfileFolder))
         throw std::runtime_error(
@@ -28,7 +30,9 @@ Host::Host(const HostOptions& options)
       FCore(new Core(WithProfile(options))),
       FMessages(new MessageDispatcher),
       FConfig(new ConfigService(options.ProfileFolder)),
-      FLanguage(new LanguageService(options.LanguageFolder, options.Language, FMessages)),
+      FLanguage(new LanguageService(
+          options.LanguageFolder,
+          options.Language.isEmpty() ? FConfig->Find(kLanguageKey).value_or(QString()) : options.Language, FMessages)),
       FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))),
       FHttp(new HttpClientService),
       FDecoders(new AudioDecoderService),
@@ -74,6 +78,12 @@ Host::Host(const HostOptions& options)
 
 Host::~Host() {
     UnloadPlugins();
+}
+
+bool Host::ChooseLanguage(const QString& language) {
+    if (!FLanguage->Switch(language)) return false;
+    FConfig->Write(kLanguageKey, FLanguage->Language());
+    return true;
 }
 
 const Plugin& Host::LoadPlugin(const QString& fileName) {

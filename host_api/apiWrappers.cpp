@@ -14,9 +14,9 @@ namespace vexa {
 
 namespace {
 
-// Host threads may still be asking when the plug-in ends: each takes a reference of its own.
+// Host threads may still call the plug-in while it ends, so each call adds its own reference to the core.
 TMutex CoreMutex;
-// Let go of when the module is unloaded, should Finalize never have been called.
+// If Finalize was never called, the reference is released when the module is unloaded.
 Ref<IVEXACore> Core VEXA_GUARDED_BY(CoreMutex);
 
 Ref<IVEXACore> CurrentCore() noexcept {
@@ -138,7 +138,7 @@ std::int64_t VariantToInt64(const Variant& value) {
         case VariantType::Int64:
             return value.Integer;
         case VariantType::Float: {
-            // The bounds themselves: −2⁶³ is a double, 2⁶³ the first one too large.
+            // The exact bounds: −2⁶³ can be represented as a double, and 2⁶³ is the first double that is too large.
             const double whole = std::nearbyint(value.Float);
             if (!(whole >= -0x1p63 && whole < 0x1p63)) throw std::invalid_argument("the number is no integer");
             return static_cast<std::int64_t>(whole);

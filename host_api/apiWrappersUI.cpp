@@ -4,7 +4,7 @@
 
 namespace vexa {
 
-void TellCaughtException(const char* what) noexcept {
+void ShowCaughtException(const char* what) noexcept {
     LogCaughtException(what);
     GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
 }

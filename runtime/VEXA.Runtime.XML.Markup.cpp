@@ -80,7 +80,7 @@ XmlPiece XmlPieces::Section(std::size_t begin, std::size_t from, std::string_vie
 }
 
 XmlPiece XmlPieces::DocumentType(std::size_t begin) const {
-    int brackets = 0;  // of the internal subset, which holds declarations
+    int brackets = 0;  // open brackets of the internal subset, which contains declarations
     for (std::size_t at = begin; at < FText.size(); ++at) {
         const char c = FText[at];
         if (c == '"' || c == '\'') {

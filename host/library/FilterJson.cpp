@@ -9,7 +9,7 @@ namespace vexa::host {
 
 namespace {
 
-// Deeper groups than a storage could answer are no reason to run out of stack.
+// Groups nested deeper than any storage could answer are refused, so that they cannot exhaust the stack.
 constexpr int kDeepest = 64;
 
 const QString kChildren = QStringLiteral("children"), kDirection = QStringLiteral("direction"),
@@ -36,7 +36,7 @@ QJsonValue ToJson(const Variant& value) {
         case VariantType::Int32:
             return QJsonObject{{kInt32, static_cast<qint64>(value.Integer)}};
         case VariantType::Int64:
-            return QJsonObject{{kInt64, QString::number(value.Integer)}};  // JSON's numbers would round it
+            return QJsonObject{{kInt64, QString::number(value.Integer)}};  // JSON numbers would round it
         case VariantType::Float:
             return value.Float;
         case VariantType::Text:
@@ -47,7 +47,7 @@ QJsonValue ToJson(const Variant& value) {
     return QJsonValue::Null;
 }
 
-/// False for what no value is written as.
+/// False when `json` is not a value as ToJson writes them.
 bool FromJson(const QJsonValue& json, Variant& value) {
     PropertyValue read;
     bool isRight = true;
@@ -114,10 +114,10 @@ QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
     for (std::int32_t i = 0; sort && i < sort->GetCount(); ++i) {
         Ref<IVEXAString> field;
         Ref<IVEXAMLSortDirection> direction;
-        std::int32_t way = IVEXAMLSortDirection::Ascending;
+        std::int32_t value = IVEXAMLSortDirection::Ascending;
         if (Failed(sort->GetObject(i, IVEXAString::IID, field.PutVoid()))) continue;
-        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&way);
-        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, way}};
+        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&value);
+        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, value}};
     }
     return list;
 }

@@ -36,7 +36,7 @@ LibraryField ReadField(IVEXAMLDataField* object) {
     return field;
 }
 
-/// Takes a storage's trees.
+/// Collects the trees that a storage offers.
 class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
 public:
     explicit Presets(const QString& caption) : FCaption(caption) {}
@@ -137,16 +137,16 @@ std::vector<GroupingPreset> LibraryStorage::Presets() const {
     return presets->Taken;
 }
 
-std::optional<LibraryPlace> LibraryStorage::Find(const QString& file) const {
+std::optional<FileLocation> LibraryStorage::Find(const QString& file) const {
     const auto command = Offered<IVEXAMLDataStorageCommandFindInLibrary>();
     if (!command) return {};
     const Ref<FileInfo> info(new FileInfo);
     info->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(file).Get());
-    LibraryPlace place;
+    FileLocation location;
     Ref<IVEXAMLGroupingTreeSelection> node;
-    if (Failed(command->Find(info.Get(), place.Filter.Put(), node.Put()))) return {};
-    place.Node = ReadSelection(node.Get());
-    return place;
+    if (Failed(command->Find(info.Get(), location.Filter.Put(), node.Put()))) return {};
+    location.Node = ReadSelection(node.Get());
+    return location;
 }
 
 Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& values) const {

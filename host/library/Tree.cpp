@@ -10,7 +10,7 @@ namespace vexa::host {
 
 namespace {
 
-// A provider that never comes to an end must not take the host with it.
+// A limit, so that a provider whose list never ends does not hang the host.
 constexpr std::size_t kMostNodes = 1'000'000;
 
 QString ValueOf(const TreeNode& node) {
@@ -73,29 +73,29 @@ std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
     return list;
 }
 
-std::optional<TreeWay> Tree::Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const {
-    TreeWay way;
+std::optional<TreePath> Tree::Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const {
+    TreePath path;
     for (const QString& name : names) {
-        const std::vector<TreeNode> level = way.empty() ? Children() : Children(way.back());
+        const std::vector<TreeNode> level = path.empty() ? Children() : Children(path.back());
         const auto found =
             std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return nameOf(node) == name; });
         if (found == level.end()) return {};
-        way.push_back(*found);
+        path.push_back(*found);
     }
-    return way;
+    return path;
 }
 
-std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
+std::optional<TreePath> Tree::FindByValues(const QStringList& values) const {
     return Find(values, ValueOf);
 }
 
-std::optional<TreeWay> Tree::FindByCaptions(const QStringList& captions) const {
+std::optional<TreePath> Tree::FindByCaptions(const QStringList& captions) const {
     return Find(captions, CaptionOf);
 }
 
-std::vector<TreePair> PairsOf(const TreeWay& way) {
+std::vector<TreePair> PairsOf(const TreePath& path) {
     std::vector<TreePair> pairs;
-    for (const TreeNode& node : way) pairs.push_back(node.Pair);
+    for (const TreeNode& node : path) pairs.push_back(node.Pair);
     return pairs;
 }
 

@@ -24,7 +24,7 @@ private:
     QString FMessage VEXA_GUARDED_BY(FMutex), FDetails VEXA_GUARDED_BY(FMutex);
 };
 
-/// Fills anybody's error information, if there is any.
+/// Fills in an error object of any implementation; does nothing when `error` is null.
 void SetError(IVEXAErrorInfo* error, std::int32_t code, const QString& message);
 
 }  // namespace vexa::host

@@ -1,5 +1,5 @@
 #pragma once
-// The border between the host's code, which throws, and its interfaces, which answer with result codes.
+// The border between the host's code, which throws, and its interfaces, which return result codes.
 
 #include "Log.h"
 #include "VEXA.SDK.Base.h"
@@ -8,7 +8,8 @@
 
 namespace vexa::host {
 
-/// What `act` answers; what it throws is logged and becomes E_UNEXPECTED.
+/// Returns what `act` returns. An exception is logged, with `what` naming what was being done, and becomes
+/// E_UNEXPECTED.
 template <class Act>
 HResult Guarded(const char* what, Act&& act) noexcept {
     try {

@@ -27,12 +27,12 @@ private:
     }
 
     TMutex FMutex;
-    std::vector<Ref<IUnknown>> FObjects VEXA_GUARDED_BY(FMutex);  // objects are let go of outside it
+    std::vector<Ref<IUnknown>> FObjects VEXA_GUARDED_BY(FMutex);  // objects are released after unlocking it
 };
 
-/// The texts as IVEXAString objects.
+/// A list of `texts` as IVEXAString objects.
 Ref<IVEXAObjectList> MakeStringList(const QStringList& texts);
-/// The texts of anybody's list; other objects are left out.
+/// The texts of a list of any implementation; objects that are not texts are left out.
 QStringList ToQStringList(IVEXAObjectList* list);
 
 }  // namespace vexa::host

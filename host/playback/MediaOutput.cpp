@@ -21,11 +21,12 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
-constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
-constexpr int kTicksOfAnEnd = 5;
-constexpr double kEndTolerance = 0.25;  // s; sound that was stretched ends a little before its duration
+constexpr int kSeekTries = 25;  // one per tick: some formats have to be read for a while before a seek works
+constexpr int kTicksAtEnd = 5;
+constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
+constexpr int kThroughFile = 0x80;             // the stream is downloaded to a temporary file and read from there
 
 struct FreeMessage {
     void operator()(GstMessage* message) const { gst_message_unref(message); }
@@ -52,7 +53,7 @@ QString Initialize() {
 
 QByteArray ToUri(const QString& source) {
     if (const QString file = LocalFileName(source); !file.isEmpty()) {
-        // A pipe or a device would be read for ever.
+        // Regular files only: a pipe or a device would be read for ever.
         if (!QFileInfo(file).isFile()) throw std::runtime_error(QString(u"there is no file " + file).toStdString());
         return QUrl::fromLocalFile(file).toEncoded();
     }
@@ -93,8 +94,10 @@ void MediaOutput::Start(const QString& source) {
     FPosition = FDuration = 0;
     FTarget.reset();
     FWantsPlaying = true;
+    FHasMoved = false;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
+    FIsThroughFile = false;
     FCanSeek = true;
     try {
         if (const QString problem = Initialize(); !problem.isEmpty()) {
@@ -116,8 +119,10 @@ void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
     FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
-    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume, "audio-filter",
-                 gst_element_factory_make("scaletempo", nullptr), nullptr);
+    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0),
+                 "audio-filter", gst_element_factory_make("scaletempo", nullptr), nullptr);
+    if (!FIsLocal && !FIsThroughFile)
+        g_signal_connect(FPipeline, "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
         GError* error = nullptr;
         GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &error);
@@ -130,7 +135,7 @@ void MediaOutput::Open() {
     SetVolume(FVolume);
 
     GstBus* bus = gst_element_get_bus(FPipeline);
-    // It is called on GStreamer's threads, which are joined before this object goes.
+    // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
         auto* output = static_cast<MediaOutput*>(self);
         QMetaObject::invokeMethod(output, &MediaOutput::Drain, Qt::QueuedConnection);
@@ -138,7 +143,7 @@ void MediaOutput::Open() {
     };
     gst_bus_set_sync_handler(bus, handler, this, nullptr);
     gst_object_unref(bus);
-    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure comes as a message, too
+    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure is reported as a message, too
 }
 
 void MediaOutput::Close() {
@@ -146,7 +151,7 @@ void MediaOutput::Close() {
     if (!FPipeline) return;
     FPosition = Position();
     Q_EMIT Closing();
-    if (!FPipeline) return;  // a slot was quicker
+    if (!FPipeline) return;  // a slot of Closing has closed it
     Drop();
 }
 
@@ -161,14 +166,37 @@ void MediaOutput::Drop() {
     FTriesLeft = FTicksAtEnd = 0;
 }
 
-/// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
+/// GStreamer's Ogg demultiplexer (Vorbis, Opus) is unreliable when it seeks in a network stream: playback hangs, or the
+/// end of the stream is reported at once. Seeks in a file work. Called on GStreamer's threads, which are joined before
+/// this object is destroyed.
+void MediaOutput::OnElementAdded(GstBin* pipeline, GstBin*, GstElement* element, void* self) {
+    if (!IsMadeBy("oggdemux", GST_OBJECT(element))) return;
+    auto* output = static_cast<MediaOutput*>(self);
+    const auto reopen = [output, pipeline = GST_ELEMENT(pipeline)] {
+        if (output->FPipeline == pipeline) output->ReopenThroughFile();
+    };
+    QMetaObject::invokeMethod(output, reopen, Qt::QueuedConnection);
+}
+
+void MediaOutput::ReopenThroughFile() {
+    const bool wasPrerolled = FIsPrerolled;
+    const double position = Position();
+    Drop();
+    if (wasPrerolled && !FTarget) FTarget = position;
+    FIsThroughFile = true;
+    Open();
+    Apply();
+}
+
+/// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.
+/// So the source is opened again, from its beginning.
 void MediaOutput::ReopenWithoutSeeking() {
     Drop();
     FCanSeek = false;
     FTarget.reset();
     FPosition = 0;
     Open();
-    Apply();
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
@@ -183,13 +211,13 @@ void MediaOutput::Stop() {
 void MediaOutput::Play() {
     VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = true;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Pause() {
     VEXA_ASSERT_MAIN_THREAD();
     FWantsPlaying = false;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Seek(double seconds) {
@@ -205,7 +233,7 @@ void MediaOutput::SetSpeed(double speed) {
     speed = std::clamp(speed, kSlowest, kFastest);
     if (!std::isfinite(speed) || speed == FSpeed) return;
     FSpeed = speed;
-    if (FPipeline && FIsPrerolled) SeekNow(Position());  // a speed takes effect with a seek only
+    if (FPipeline && FIsPrerolled) SeekNow(Position());  // the speed takes effect only with a seek
 }
 
 void MediaOutput::SetVolume(double volume) {
@@ -240,7 +268,7 @@ void MediaOutput::Handle(GstMessage* message) {
         case GST_MESSAGE_EOS:
             return HandleEnd();
         case GST_MESSAGE_ASYNC_DONE:
-            return Prerolled();
+            return OnPrerolled();
         case GST_MESSAGE_DURATION_CHANGED:
             return AskDuration();
         case GST_MESSAGE_WARNING: {
@@ -257,11 +285,11 @@ void MediaOutput::Handle(GstMessage* message) {
             gint percent = 100;
             gst_message_parse_buffering(message, &percent);
             FIsBuffering = percent < 100;
-            return Apply();
+            return UpdatePipeline();
         }
         case GST_MESSAGE_CLOCK_LOST:
             gst_element_set_state(FPipeline, GST_STATE_PAUSED);
-            return Apply();
+            return UpdatePipeline();
         default:
             return;
     }
@@ -293,30 +321,38 @@ void MediaOutput::HandleError(GstMessage* message) {
 }
 
 void MediaOutput::HandleEnd() {
-    if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
-    // Where a stream does not say how long it is, a jump may lead behind its end.
+    if (IsTruncated()) return Fail(Problem::BrokeOff, {});
+    // In a stream of unknown duration a seek may have gone beyond the end.
     if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
+    if (FHasPlayed || FDuration > 0) NotifyMoved();  // for sources shorter than a tick
     Q_EMIT Ended();
 }
 
-/// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
-/// played to its last sample would seem to play for ever.
-bool MediaOutput::StandsAtItsEnd() {
-    const bool isAtEnd = FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
-    gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
+void MediaOutput::NotifyMoved() {
+    if (std::exchange(FHasMoved, true)) return;
+    if (Moved) Moved();
+    Q_EMIT Begun();
+}
+
+/// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
+/// its last sample would seem to play for ever.
+bool MediaOutput::HasReachedEnd() {
+    const bool isAtEnd =
+        FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
+    gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
     if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;
         return false;
     }
     if (std::exchange(FEndPosition, position) != position) FTicksAtEnd = 0;
-    return ++FTicksAtEnd > kTicksOfAnEnd;
+    return ++FTicksAtEnd > kTicksAtEnd;
 }
 
-/// A connection that ends too early looks like the end of the file to all but who counts the bytes.
-bool MediaOutput::IsShortOfItsSize() const {
+/// A connection that ends too early looks like the end of the file, unless the bytes are counted.
+bool MediaOutput::IsTruncated() const {
     if (FIsLocal) return false;
     GstElement* source = nullptr;
     g_object_get(FPipeline, "source", &source, nullptr);
@@ -337,7 +373,7 @@ void MediaOutput::Fail(Problem problem, const QString& details) {
     Q_EMIT Failed(problem, details);
 }
 
-void MediaOutput::Prerolled() {
+void MediaOutput::OnPrerolled() {
     AskDuration();
     const bool isFirst = !std::exchange(FIsPrerolled, true);
     if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
@@ -346,12 +382,12 @@ void MediaOutput::Prerolled() {
         FTarget = target;
         FTriesLeft = kSeekTries;
         g_object_set(FPipeline, "mute", TRUE, nullptr);
-        return Apply();
+        return UpdatePipeline();
     }
     if (FTriesLeft > 0) return;
     if (FTarget) FPosition = *FTarget;
     FTarget.reset();
-    Apply();
+    UpdatePipeline();
     Tick();
 }
 
@@ -365,7 +401,7 @@ void MediaOutput::AskDuration() {
 }
 
 bool MediaOutput::TrySeek(double seconds) {
-    // Exact where that costs nothing; over the network it might mean to read all that comes before.
+    // Seek exactly in local files; over the network that might mean reading everything before the target.
     const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | (FIsLocal ? GST_SEEK_FLAG_ACCURATE : 0));
     FTarget = seconds;
     FHasPlayed = false;
@@ -381,11 +417,11 @@ void MediaOutput::SeekNow(double seconds) {
 void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
     g_object_set(FPipeline, "mute", FALSE, nullptr);
-    Apply();
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
-void MediaOutput::Apply() {
+void MediaOutput::UpdatePipeline() {
     if (!FPipeline) return;
     const bool canPlay = FIsPrerolled && !FIsBuffering;
     gst_element_set_state(FPipeline, canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
@@ -414,9 +450,10 @@ void MediaOutput::Tick() {
         }
         return;
     }
+    const double before = std::exchange(FPosition, Position());
+    if (FHasPlayed && FPosition > before) NotifyMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
-    FPosition = Position();
-    if (StandsAtItsEnd()) return HandleEnd();
+    if (HasReachedEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }
 

@@ -10,14 +10,14 @@ namespace vexa::host {
 
 namespace {
 
-// Several changes in a row are written once.
+// Long enough that a series of changes is written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// What is known so far shows while more is looked at.
+// Files per step: what is known so far is shown while the task goes on.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
 
-/// Looks at files on a worker thread, since plug-ins and disks may take their time.
+/// Describes files on a worker thread, because plug-ins and disks may be slow.
 class PlaylistManager::DescribeTask final : public Task {
 public:
     using Found = QHash<QString, PlaylistDescription>;
@@ -45,7 +45,7 @@ private:
         RunInMainThread(
             [owner = FOwner, found = std::move(found), unknown = std::move(unknown), isLast, number = FNumber] {
                 PlaylistManager* alive = owner.Get();
-                if (!alive || alive->FDescribeNumber != number) return;  // stopped meanwhile
+                if (!alive || alive->FDescribeNumber != number) return;  // the task was stopped meanwhile
                 if (!found.isEmpty())
                     for (const auto playlists = alive->FPlaylists; const Ref<Playlist>& playlist : playlists)
                         playlist->Describe(found);
@@ -84,7 +84,7 @@ PlaylistManager::~PlaylistManager() {
     FLibrary->RemoveListener(this);
     FLinks.Invalidate();
     StopDescribing();
-    for (const Ref<Playlist>& playlist : FPlaylists) playlist->CutOff();
+    for (const Ref<Playlist>& playlist : FPlaylists) playlist->DetachObserver();
 }
 
 void PlaylistManager::Load() {
@@ -128,7 +128,7 @@ void PlaylistManager::MarkChanged() {
 }
 
 template <class Call>
-void PlaylistManager::Tell(Call call) {
+void PlaylistManager::Notify(Call call) {
     for (const auto listeners = FListeners; PlaylistListener * listener : listeners)
         if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) call(*listener);
 }
@@ -144,10 +144,10 @@ void PlaylistManager::Activate(Playlist* playlist) {
     if (FActive.Get() == playlist) return;
     FActive = Ref<Playlist>(playlist);
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
-QString PlaylistManager::FreeName(const QString& wanted) const {
+QString PlaylistManager::UniqueName(const QString& wanted) const {
     QString name = wanted;
     for (int number = 2; Find(name); ++number) name = wanted + u" (" + QString::number(number) + u')';
     return name;
@@ -170,7 +170,7 @@ Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
     FPlaylists.push_back(playlist);
     if (activate || !FActive) FActive = playlist;
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
     return playlist;
 }
 
@@ -180,20 +180,20 @@ void PlaylistManager::Remove(Playlist& playlist) {
     if (found == FPlaylists.end()) return;
     const Ref<Playlist> removed = *found;
     const auto next = FPlaylists.erase(found);
-    removed->CutOff();
+    removed->DetachObserver();
     FFollower.Leave(*removed);
     std::erase(FUnnamed, removed.Get());
     if (FActive == removed)
         FActive = FPlaylists.empty() ? nullptr : next != FPlaylists.end() ? *next : FPlaylists.back();
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 void PlaylistManager::NameAfterFilter(Playlist& playlist) {
     if (std::erase(FUnnamed, &playlist) == 0) return;
     const auto preimage = playlist.Preimage();
     const QString name = preimage ? FFollower.NameFor(host::Describe(*preimage)) : QString();
-    if (!name.isEmpty()) playlist.Rename(FreeName(name));
+    if (!name.isEmpty()) playlist.Rename(UniqueName(name));
 }
 
 void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
@@ -206,12 +206,12 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
     }
     if (change == Change::Name) std::erase(FUnnamed, &playlist);
     if (change == Change::Entries && !playlist.IsSmart()) DescribeLater();
-    // What a smart playlist reads, and what is selected, is not kept.
+    // The entries of a smart playlist and the selection are not saved.
     if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
     if (change == Change::Entries || change == Change::Selection)
-        Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
+        Notify([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
     else
-        Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+        Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {
@@ -231,7 +231,7 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {
-    FUnknown.clear();  // its plug-in may know more
+    FUnknown.clear();  // the storage's plug-in may know these files
     DescribeLater();
 }
 

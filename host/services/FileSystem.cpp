@@ -36,7 +36,7 @@ HResult FileSystemService::AddExtension(IUnknown* extension) {
 }
 
 void FileSystemService::RemoveExtension(IUnknown* extension) {
-    std::vector<Entry> removed;  // let go of outside the lock
+    std::vector<Entry> removed;  // released after the lock
     const auto object = Query<IVEXAExtensionFileSystem>(extension);
     const TLock lock(FMutex);
     const auto from = std::stable_partition(FEntries.begin(), FEntries.end(),

@@ -12,7 +12,7 @@ public:
         : FWork(std::move(work)), FNumber(number), FOwner(std::move(owner)) {}
 
     void Execute() override { FThen = FWork(); }
-    /// Also when the work failed: the next one waits for it.
+    /// Called also when the work threw, so that waiting work is started.
     void Complete() override {
         FWork = nullptr;
         RunInMainThread(
@@ -57,7 +57,7 @@ void LatestTask::Start() {
 
 void LatestTask::End(std::uint64_t number, const std::function<void()>& then) {
     VEXA_ASSERT_MAIN_THREAD();
-    if (FRunning == 0 || number != FRunningNumber) return;  // it was stopped
+    if (FRunning == 0 || number != FRunningNumber) return;  // Stop was called meanwhile
     FRunning = 0;
     if (FWaiting)
         Start();

@@ -6,7 +6,7 @@
 namespace vexa::host {
 
 QString WhyNotWritable(const QString& folder) {
-    // Rights do not tell of a full disk, nor does an empty file.
+    // Write a page: neither permissions nor an empty file reveal a full disk.
     QTemporaryFile file(QDir(folder).filePath(QStringLiteral("Probe.XXXXXX")));
     const QByteArray page(4096, ' ');
     if (file.open() && file.write(page) == page.size() && file.flush()) return {};

@@ -11,7 +11,7 @@ namespace {
 template <class Interface>
 Ref<Interface> Make(Host& host) {
     Ref<Interface> made;
-    EXPECT_EQ(host.TheCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
+    EXPECT_EQ(host.PluginCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
     return made;
 }
 
@@ -27,7 +27,7 @@ QString Text(IVEXAPropertyList* object, std::int32_t id) {
     return ToQString(text.Get());
 }
 
-/// A filter in words, read as a storage reads it.
+/// A filter as text, read as a storage reads it.
 QString Words(IVEXAMLGroupFilter* group) {
     std::int32_t operation = -1;
     group->GetValueAsInt32(IVEXAMLGroupFilter::Operation, &operation);
@@ -82,7 +82,7 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     EXPECT_EQ(group->Delete(2), E_INVALIDARG);
     EXPECT_EQ(group->Delete(-1), E_INVALIDARG);
     EXPECT_EQ(group->Delete(0), S_OK);
-    EXPECT_EQ(Text(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // who holds it may still read it
+    EXPECT_EQ(Text(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // a reference to it stays valid
     EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(0(State in 1 it's)))");
     Ref<IVEXAMLFieldFilter> child;
     EXPECT_EQ(filter->GetChild(1, IVEXAMLFieldFilter::IID, child.PutVoid()), E_NOINTERFACE);
@@ -93,7 +93,7 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     EXPECT_EQ(filter->GetChildCount(), 0);
 }
 
-TEST_F(LibraryFilters, AnArrayGivesItsCountThenAsManyValuesAsThereIsRoomFor) {
+TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
     const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
     std::vector<Variant> values;
     for (std::int32_t i = 0; i < 3; ++i) values.push_back(Value(i));
@@ -146,7 +146,7 @@ TEST_F(LibraryFilters, ARequestHasItsOrderItsRangeAndItsSearchText) {
               E_INVALIDARG);
 }
 
-TEST_F(LibraryFilters, AFieldKeepsWhatItIsGiven) {
+TEST_F(LibraryFilters, AFieldKeepsItsProperties) {
     const auto field = Make<IVEXAMLDataField>(Host);
     EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::Name, MakeString("State").Get()), S_OK);
     EXPECT_EQ(field->SetValueAsInt32(IVEXAMLDataField::Type, IVEXAMLDataField::Text), S_OK);

@@ -1,5 +1,5 @@
 #pragma once
-// A file system of the scheme "episode", whose files get other addresses when a test says so, and all play the same.
+// A file system of the scheme "episode" whose files get new addresses when a test says so; all of them play one source.
 
 #include "ObjectList.h"
 #include "PropertyList.h"
@@ -19,30 +19,30 @@ class MovingFiles final : public host::PropertyList<IVEXAExtensionFileSystem, IV
 public:
     MovingFiles() { Set(Scheme, QStringLiteral("episode")); }
 
-    /// A move that is not counted is found by those who ask only.
+    /// Without `isCounted` the count of moves does not change, so that only those who ask about the address find it.
     void Move(const QString& before, const QString& present, bool isCounted = true) {
         const TLock lock(FMutex);
         FMoves.insert(before, present);
         if (isCounted) ++FCount;
     }
-    /// What cannot be looked up now.
+    /// Whether all questions fail from now on.
     void Fail(bool fails) {
         const TLock lock(FMutex);
         FFails = fails;
     }
-    /// What was asked since the last time.
+    /// The addresses that were asked about since the last call.
     QStringList TakeAsked() {
         const TLock lock(FMutex);
         return std::exchange(FAsked, {});
     }
 
-    /// The count of moves that was named with the last question.
+    /// The count of moves that was passed with the last question.
     std::int64_t AskedSince() {
         const TLock lock(FMutex);
         return FAskedSince;
     }
 
-    QString Source;  // what the addresses play
+    QString Source;  // the source that all addresses resolve to
 
     void ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept override {
         if (!host::ToQString(address).startsWith(u"episode://")) return;

@@ -14,7 +14,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kPause = 60;  // milliseconds, in which the keyboard may have gone on to the next row
+constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
 constexpr int kCover = 112, kLargestCover = 2 * kCover;
 
 QString TextOf(IVEXAFileInfo& info, std::int32_t id) {
@@ -69,9 +69,9 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     whole->setContentsMargins({});
     whole->addWidget(FContent, 1);
     whole->addWidget(FNothing, 1);
-    FPause.setSingleShot(true);
-    FPause.setInterval(kPause);
-    connect(&FPause, &QTimer::timeout, this, &DetailsPane::Read);
+    FDelay.setSingleShot(true);
+    FDelay.setInterval(kDelay);
+    connect(&FDelay, &QTimer::timeout, this, &DetailsPane::Read);
     connect(FNotes, &ShowNotes::SeekWanted, this, [this](double seconds) { Q_EMIT SeekWanted(FFile, seconds); });
     FContent->hide();
     Localize();
@@ -86,16 +86,16 @@ void DetailsPane::Show(const QString& file, double date) {
         FFacts = {};
         FContent->hide();
         FNothing->show();
-        FPause.stop();
+        FDelay.stop();
         return;
     }
-    if (!FPause.isActive()) FPause.start();
+    if (!FDelay.isActive()) FDelay.start();
 }
 
 void DetailsPane::Stop() {
     Show({}, 0);
-    FCoverOf.clear();
-    FHost.Http().CancelAll();  // a cover may be on its way for long
+    FCoverContainer.clear();
+    FHost.Http().CancelAll();  // the transfer of a cover may take long
     FFactReader.Stop();
     FCoverReader.Stop();
 }
@@ -111,7 +111,7 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
     facts.Container = TextOf(*info, IVEXAFileInfo::Album);
     facts.Notes = TextOf(*info, IVEXAFileInfo::Comment);
     info->GetValueAsFloat(IVEXAFileInfo::Duration, &facts.Duration);
-    // The player opens the local copy where there is one.
+    // The player resolves a file to its local copy if there is one.
     if (const QFileInfo source(player.Resolve(file).Source); source.isAbsolute() && source.isFile())
         facts.LocalSize = source.size();
     return facts;
@@ -138,9 +138,9 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     FNothing->hide();
     FContent->show();
     Fill();
-    // Covers are the container's: going through its files asks once.
-    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverOf) return;
-    FCoverOf = FFacts.Container;
+    // The cover is the container's, so it is asked for once while the user goes through its files.
+    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverContainer) return;
+    FCoverContainer = FFacts.Container;
     FCover->clear();
     FCover->hide();
     FCoverReader.Run([this, file = FFile, name = FFacts.Container, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {

@@ -18,9 +18,9 @@ public:
     TreeModel& Model() noexcept { return *FModel; }
     QTreeView* View() const noexcept { return FView; }
 
-    /// Shows a tree, with the node that the values lead to as the selected one, else the first one.
+    /// Shows a tree and selects the node at the path of `values`, or else the first node.
     void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values);
-    TreeWay SelectedWay() const;
+    TreePath SelectedPath() const;
     QStringList SelectedValues() const;
     bool Select(const QStringList& values);
     void Localize();

@@ -1,6 +1,6 @@
 #pragma once
-// The list of what plays next and of what was begun: Enter plays, Delete takes away. It hides while there is neither.
-// Main thread.
+// The list of the files that play next and of those that were begun: Enter plays an entry, Delete removes it. The pane
+// is hidden while the list is empty. Main thread.
 
 #include "ListeningModel.h"
 
@@ -17,7 +17,7 @@ public:
     ListeningPane(Host& host, Playback& playback, QWidget* parent = nullptr);
 
     ListeningModel& Model() noexcept { return *FModel; }
-    /// Shown only when it has something to show, too.
+    /// Whether the user wants the pane. It is shown only while the list is not empty, too.
     void SetWanted(bool isWanted);
     void Localize();
 

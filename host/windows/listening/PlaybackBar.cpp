@@ -59,7 +59,7 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FRow->addWidget(FElapsed = new QLabel);
     FPosition = new QSlider(Qt::Horizontal);
     FPosition->setObjectName(QStringLiteral("position"));
-    FPosition->setTracking(false);  // jumps when it is let go
+    FPosition->setTracking(false);  // seek when the slider is released
     FRow->addWidget(FPosition, 1);
     FRow->addWidget(FRest = new QLabel);
     FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
@@ -134,7 +134,7 @@ void PlaybackBar::Caption(QWidget& control, const QString& text) {
 
 void PlaybackBar::Localize() {
     setAccessibleName(Text("Caption"));
-    // Nothing moves when a time gets longer.
+    // Wide enough for any usual time, so that nothing moves when a time gets longer.
     FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
     FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
     FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -198,19 +198,19 @@ void PlaybackBar::FillSleep() {
     menu->clear();
     SleepTimer& sleep = FPlayback.Sleep();
     using Mode = SleepTimer::Mode;
-    if (sleep.TheMode() == Mode::AfterTime) {
+    if (sleep.CurrentMode() == Mode::AfterTime) {
         const double seconds = static_cast<double>(sleep.Remaining().count()) / 1000;
         menu->addAction(WindowTexts(FHost.Language())("TimeLeft", TimeText(seconds)))->setEnabled(false);
     }
     QAction* off = menu->addAction(Text("SleepOff"), this, [&sleep] { sleep.Cancel(); });
     off->setCheckable(true);
-    off->setChecked(sleep.TheMode() == Mode::Off);
+    off->setChecked(sleep.CurrentMode() == Mode::Off);
     for (const int minutes : kSleepMinutes)
         menu->addAction(Text("SleepIn", QString::number(minutes)), this,
                         [&sleep, minutes] { sleep.SetTime(std::chrono::minutes(minutes)); });
     QAction* atEnd = menu->addAction(Text("SleepAtEnd"), this, [&sleep] { sleep.SetAtEnd(); });
     atEnd->setCheckable(true);
-    atEnd->setChecked(sleep.TheMode() == Mode::AtEnd);
+    atEnd->setChecked(sleep.CurrentMode() == Mode::AtEnd);
 }
 
 void PlaybackBar::ShowState() {
@@ -219,11 +219,11 @@ void PlaybackBar::ShowState() {
     SetIcons();
     ShowTitle();
     FChapters->setVisible(!FPlayback.Current().Chapters.empty());
-    FPlay->setEnabled(hasCurrent || !FPlayback.Left().Begun().empty());
+    FPlay->setEnabled(hasCurrent || !FPlayback.SavedPositions().Begun().empty());
     for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
     FPosition->setEnabled(hasCurrent);
     FNext->setEnabled(FPlayback.HasNext());
-    FSleep->setChecked(FPlayback.Sleep().TheMode() != SleepTimer::Mode::Off);
+    FSleep->setChecked(FPlayback.Sleep().CurrentMode() != SleepTimer::Mode::Off);
     ShowPosition(hasCurrent ? FPlayback.Position() : 0);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// The menu of what a listener does most: its shortcuts work while it is closed. Main thread; it goes before the
-// Playback.
+// The menu of the most frequent playback commands. Its shortcuts work while it is closed. Main thread; destroy it
+// before the Playback.
 
 #include "Playback.h"
 

@@ -18,13 +18,13 @@ namespace vexa::host {
 
 namespace {
 
-/// Sets a flag for as long as it lives.
-class Flagged {
+/// Sets a flag during its lifetime.
+class ScopedFlag {
 public:
-    explicit Flagged(bool& flag) : FFlag(flag), FWas(std::exchange(flag, true)) {}
-    ~Flagged() { FFlag = FWas; }
-    Flagged(const Flagged&) = delete;
-    Flagged& operator=(const Flagged&) = delete;
+    explicit ScopedFlag(bool& flag) : FFlag(flag), FWas(std::exchange(flag, true)) {}
+    ~ScopedFlag() { FFlag = FWas; }
+    ScopedFlag(const ScopedFlag&) = delete;
+    ScopedFlag& operator=(const ScopedFlag&) = delete;
 
 private:
     bool& FFlag;
@@ -119,7 +119,7 @@ PlaylistPane::~PlaylistPane() {
 }
 
 void PlaylistPane::OnPlaylistsChanged() {
-    const Flagged updating(FIsUpdating);
+    const ScopedFlag updating(FIsUpdating);
     FLists->clear();
     const auto active = FHost.Playlists().Active();
     for (const auto& playlist : FHost.Playlists().All()) {
@@ -145,7 +145,7 @@ void PlaylistPane::UpdateHint() {
 }
 
 void PlaylistPane::ReadSelection() {
-    const Flagged updating(FIsUpdating);
+    const ScopedFlag updating(FIsUpdating);
     const Playlist* list = FModel->List();
     if (!list) return;
     QItemSelection selection;
@@ -159,7 +159,7 @@ void PlaylistPane::ReadSelection() {
 
 void PlaylistPane::WriteSelection() {
     if (FIsUpdating || !FModel->List()) return;
-    const Flagged updating(FIsUpdating);
+    const ScopedFlag updating(FIsUpdating);
     std::vector<int> rows;
     for (const QModelIndex& index : FView->selectionModel()->selectedIndexes()) rows.push_back(index.row());
     FModel->List()->Select(rows);

@@ -1,5 +1,5 @@
 #pragma once
-// The playlists and the entries of the active one. Main thread.
+// The list of playlists, and the entries of the active one. Main thread.
 
 #include "Host.h"
 #include "PlaylistModel.h"
@@ -22,9 +22,9 @@ public:
     ~PlaylistPane() override;
 
     QListView* View() const noexcept { return FView; }
-    /// At the end of the active playlist, or of a new one where that takes none.
+    /// Adds files at the end of the active playlist, or of a new one if that accepts none.
     void Add(const QStringList& files);
-    /// The pane's own items of the entries' context menu.
+    /// Adds the pane's own items to the context menu of the entries.
     void FillMenu(QMenu& menu);
     void Localize();
     void OnThemeChanged();
@@ -55,7 +55,7 @@ private:
     QToolButton *const FNew, *const FMore;
     QListView* const FView;
     QLabel* const FHint;
-    bool FIsUpdating = false;  // what changes then, the user did not
+    bool FIsUpdating = false;  // the pane itself is changing the selection, not the user
 };
 
 }  // namespace vexa::host

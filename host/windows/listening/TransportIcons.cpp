@@ -16,7 +16,7 @@ QPainterPath Triangle(double left, double right) {
     return path;
 }
 
-/// On a square of 24 by 24.
+/// Draws the icon on a square of 24 by 24.
 void Draw(QPainter& painter, TransportIcon icon, const QColor& color) {
     const QPen pen(color, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
     painter.setPen(Qt::NoPen);

@@ -1,5 +1,5 @@
 #pragma once
-// The pictures on the player's buttons, drawn in a colour of the palette at whatever size the screen asks for.
+// The icons on the player's buttons, drawn in a given colour at whatever size is needed.
 
 #include <QColor>
 #include <QIcon>

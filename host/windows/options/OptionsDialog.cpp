@@ -34,7 +34,7 @@ private:
     const std::function<void()> FThen;
 };
 
-/// Nothing in the texts of plug-ins is a mnemonic.
+/// Escapes mnemonics, which texts of plug-ins do not have.
 QString Plain(QString text) {
     return text.replace(u'&', QStringLiteral("&&"));
 }
@@ -60,7 +60,7 @@ OptionsDialog::OptionsDialog(OptionsService& service, LanguageService& language,
     whole->addWidget(FButtons);
     for (const auto& frame : service.Pages()) {
         FPages.push_back(std::make_unique<OptionsPage>(frame));
-        FStack->addWidget(FPages.back()->Place());
+        FStack->addWidget(FPages.back()->Container());
         FList->addItem(QString());
         FList->item(FList->count() - 1)->setSizeHint({0, RowDelegate::kHeight});
     }
@@ -93,7 +93,7 @@ void OptionsDialog::Localize() {
     for (std::size_t i = 0; i < FPages.size(); ++i) {
         const QString caption = FPages[i]->Caption();
         FList->item(static_cast<int>(i))->setText(caption);
-        FPages[i]->Place()->setAccessibleName(caption);
+        FPages[i]->Container()->setAccessibleName(caption);
         FPages[i]->Notify(IVEXAOptionsDialogFrame::Localize);
     }
     FIsLoading = wasLoading;
@@ -135,13 +135,13 @@ void OptionsDialog::RemovePage(IVEXAOptionsDialogFrame* page) {
     const int row = static_cast<int>(found - FPages.begin());
     FPages.erase(found);
     removed->Close();
-    FStack->removeWidget(removed->Place());
-    delete removed->Place();
+    FStack->removeWidget(removed->Container());
+    delete removed->Container();
     delete FList->takeItem(row);
 }
 
 void OptionsDialog::SaveAll() {
-    // All are asked before the first one writes. A page that was never shown has nothing to save.
+    // All pages are asked before the first one saves. A page that was never shown has nothing to save.
     for (const auto& page : FPages) page->Notify(IVEXAOptionsDialogFrame::CanSave);
     for (const auto& page : FPages) page->Notify(IVEXAOptionsDialogFrame::Save);
 }
@@ -204,7 +204,7 @@ bool OptionsDialog::focusNextPrevChild(bool next) {
 }
 
 void OptionsDialog::keyPressEvent(QKeyEvent* event) {
-    // What arrives here the control that has the focus did not take.
+    // The focused control has not handled this key.
     if (OptionsPage* page = FocusedPage()) {
         const int key = event->key();
         const bool isForward = key == Qt::Key_Right || key == Qt::Key_Down;
@@ -245,7 +245,7 @@ bool OptionsWindow::ShowPage(IVEXAOptionsDialogFrame* page, bool isForced) {
     if (!FDialog) {
         FHost.Config().Reload();  // the command line may have changed options
         FDialog = new OptionsDialog(FHost.Options(), FHost.Language(), FParent);
-        // What the plug-in's own code on the stack still uses of the dialog lives until it has returned.
+        // Deleted later, because code of a plug-in on the stack may still use the dialog.
         QObject::connect(FDialog, &QDialog::finished, FDialog, [this, closed = FDialog] {
             FDialog = nullptr;
             closed->deleteLater();

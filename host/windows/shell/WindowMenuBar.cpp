@@ -29,7 +29,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     AddThemes(theme);
     AddLanguages();
     FView->addSeparator();
-    ShowOffers(nullptr);
+    EnableOffered(nullptr);
     Localize();
 }
 
@@ -79,11 +79,11 @@ void WindowMenuBar::AddLanguages() {
         action->setCheckable(true);
         action->setChecked(language == FHost.Language().Language());
         group->addAction(action);
-        connect(action, &QAction::triggered, this, [this, language] { FHost.Language().Switch(language); });
+        connect(action, &QAction::triggered, this, [this, language] { FHost.ChooseLanguage(language); });
     }
 }
 
-void WindowMenuBar::ShowOffers(const LibraryStorage* storage) {
+void WindowMenuBar::EnableOffered(const LibraryStorage* storage) {
     FSubscribe->setEnabled(storage && storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>());
     for (QAction* action : {FImport, FExport}) action->setEnabled(storage && storage->Subscriptions());
 }

@@ -21,10 +21,10 @@ class WindowMenuBar final : public QMenuBar {
 public:
     WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent = nullptr);
 
-    /// A pane that can be hidden. `key` names its caption.
+    /// Adds an item that shows and hides a pane. `key` is the key of its caption.
     void AddPane(const char* key, QAction* toggle);
-    /// What the storage that shows does not offer is disabled; null while none shows.
-    void ShowOffers(const LibraryStorage* storage);
+    /// Disables the items for which the storage has no command; null while no storage is shown.
+    void EnableOffered(const LibraryStorage* storage);
     void Localize();
 
 Q_SIGNALS:

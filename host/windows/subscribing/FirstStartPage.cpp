@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kWidth = 520, kPicture = 64;
 
-/// The active storage's; null when it asks about none.
+/// The active storage's options for a new user; null when it has none.
 Ref<IVEXAMLStartOptions> StartOptions(Host& host) {
     Ref<IVEXAMLStartOptions> options;
     host.Library().GetActiveStorage(IVEXAMLStartOptions::IID, options.PutVoid());
@@ -35,7 +35,7 @@ struct CheckOption {
     bool IsProposed;
 };
 
-/// Those of the active storage's options that a check box can show.
+/// The active storage's options for a new user that a check box can show.
 std::vector<CheckOption> ReadCheckOptions(Host& host) {
     std::vector<CheckOption> found;
     Ref<IVEXAObjectList> list;
@@ -93,7 +93,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     FAddress->setObjectName(QStringLiteral("Address"));
     FAddress->setMinimumHeight(34);
     FAddress->setTextMargins(4, 0, 4, 0);
-    FAddress->setAcceptDrops(false);  // the page takes what is dropped
+    FAddress->setAcceptDrops(false);  // the page itself accepts drops
     FSubscribe->setObjectName(QStringLiteral("Subscribe"));
     FSubscribe->setMinimumHeight(34);
     FSubscribe->setDefault(true);
@@ -135,7 +135,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
         Q_EMIT ImportWanted();
     });
     connect(&FSubscriber, &Subscriber::Started, this, [this] {
-        if (isVisible()) WriteOptions();  // dropped addresses too
+        if (isVisible()) WriteOptions();  // here, so that dropped addresses are included
         ShowBusy(true);
     });
     connect(&FSubscriber, &Subscriber::Finished, this, [this](const std::vector<Subscriber::Outcome>& outcomes) {
@@ -164,7 +164,7 @@ void FirstStartPage::ReadOptions() {
         for (auto& [id, box] : former) delete std::exchange(box, nullptr);
     for (const CheckOption& option : ReadCheckOptions(FHost)) {
         if (FOptions.contains(option.ID)) continue;
-        // In another language it is the same option, which the user may have changed.
+        // Keep the box of an option that only has a new caption: the user may have changed it.
         QCheckBox* box = std::exchange(former[option.ID], nullptr);
         if (!box) {
             box = new QCheckBox;

@@ -1,6 +1,6 @@
 #pragma once
-// What the window shows while there is no subscription: one field, what to do with it, and the options that the storage
-// asks a new user about. Main thread.
+// The page that the window shows while there is no subscription: a field for an address, buttons to subscribe and
+// import, and the options that the storage asks a new user about. Main thread.
 
 #include "Host.h"
 #include "Subscriber.h"
@@ -25,7 +25,7 @@ public:
     FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent = nullptr);
 
     QLineEdit* Address() const noexcept { return FAddress; }
-    /// Another storage shows, or none: its options take the place of those that stood here.
+    /// Shows the active storage's options; called when another storage, or none, has become active.
     void ReadOptions();
     void Localize();
     void OnThemeChanged();
@@ -51,8 +51,8 @@ private:
     QPushButton *FSubscribe, *FImport;
     QProgressBar* FBusy;
     QVBoxLayout* FOptionsPlace;
-    std::map<QString, QCheckBox*> FOptions;  // by their IDs
-    QString FStorageID;                      // whose options they are
+    std::map<QString, QCheckBox*> FOptions;  // by option ID
+    QString FStorageID;                      // the storage that the options belong to
 };
 
 }  // namespace vexa::host

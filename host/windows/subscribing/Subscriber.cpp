@@ -18,17 +18,18 @@ namespace vexa::host {
 
 namespace {
 
-constexpr qint64 kLook = 4096;  // bytes, within which a document says what it is
+constexpr qint64 kProbeBytes = 4096;  // read to recognise the type of a document
 
 bool IsSubscriptionList(const QString& fileName) {
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) return false;
-    return file.read(kLook).toLower().contains("<opml");
+    return file.read(kProbeBytes).toLower().contains("<opml");
 }
 
 }  // namespace
 
-/// Collects what a storage tells, and hands it on when all is told. The subscriber may be gone by then.
+/// Collects the outcomes that a storage reports, and passes them on when all have come. The subscriber may be gone by
+/// then.
 class Subscriber::Events final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     explicit Events(Link<Subscriber> owner) : FOwner(std::move(owner)) {}
@@ -135,8 +136,8 @@ QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, con
                            bool onlyProblems) {
     QStringList lines;
     for (const Subscriber::Outcome& outcome : outcomes) {
-        if (!outcome.Choices.empty()) continue;  // the user is asked
-        if (outcome.Code == S_FALSE) continue;   // the user has stopped it
+        if (!outcome.Choices.empty()) continue;  // the user will be asked
+        if (outcome.Code == S_FALSE) continue;   // the user has cancelled it
         const QString problem = SubscriptionProblem(outcome, texts);
         if (Failed(outcome.Code) && outcome.Code != E_ABORT)
             lines += QString(MaskedUrl(outcome.Address) + u": " + problem);

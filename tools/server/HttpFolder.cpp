@@ -1,6 +1,6 @@
-#include "http_folder.h"
+#include "HttpFolder.h"
 
-#include "media_types.h"
+#include "MediaTypes.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,17 +20,17 @@ namespace {
 
 class Descriptor {
 public:
-    explicit Descriptor(const std::filesystem::path& file) : fd_(open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    explicit Descriptor(const std::filesystem::path& file) : FDescriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
     ~Descriptor() {
-        if (fd_ >= 0) close(fd_);
+        if (FDescriptor >= 0) close(FDescriptor);
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
 
-    [[nodiscard]] int Get() const noexcept { return fd_; }
+    [[nodiscard]] int Get() const noexcept { return FDescriptor; }
 
 private:
-    const int fd_;
+    const int FDescriptor;
 };
 
 std::string HttpDate(std::time_t time) {
@@ -41,8 +41,8 @@ std::string HttpDate(std::time_t time) {
     return text;
 }
 
-/// The last piece of what names a file's bytes: its size and its time of change to the nanosecond, since the files of a
-/// benchmark are replaced several times a second.
+/// The last part of a file's ETag: its size, and its modification time in nanoseconds, since the files of a benchmark
+/// are replaced several times a second.
 std::string Tag(const struct stat& status) {
     char text[64];
     std::snprintf(text, sizeof text, "%llx-%llx.%lx", static_cast<unsigned long long>(status.st_size),
@@ -58,7 +58,7 @@ bool AcceptsGzip(const httplib::Request& request) {
     return !std::string_view(accepted).substr(at).starts_with("gzip;q=0,") && !accepted.ends_with("gzip;q=0");
 }
 
-/// Leaves a request whose ranges cannot be used as one for the whole. The library hands requests out as const, but
+/// Turns a request whose ranges cannot be used into one for the whole file. The library passes requests as const, but
 /// reads the ranges again when it writes the body.
 void ForgetRanges(const httplib::Request& request) {
     const_cast<httplib::Request&>(request).ranges.clear();
@@ -74,7 +74,7 @@ struct HttpFolder::File {
     std::string LastModified;
     MediaType Type;
 
-    /// Nothing for what is no file, and for paths that climb out of the folder.
+    /// Nothing for paths that name no file or lead out of the folder.
     static std::optional<File> Open(const std::filesystem::path& folder, const std::string& urlPath) {
         const auto relative = std::filesystem::path(urlPath).relative_path();
         if (std::ranges::find(relative, std::filesystem::path("..")) != relative.end()) return {};
@@ -91,7 +91,7 @@ struct HttpFolder::File {
                     std::move(type)};
     }
 
-    /// If-None-Match decides alone where it is sent; the date has only whole seconds.
+    /// If the request has If-None-Match, only that counts, because the date has only whole seconds.
     [[nodiscard]] bool IsKnownTo(const httplib::Request& request) const {
         if (request.has_header("If-None-Match")) {
             const std::string known = request.get_header_value("If-None-Match");
@@ -119,19 +119,19 @@ struct HttpFolder::File {
     }
 };
 
-HttpFolder::HttpFolder(std::filesystem::path folder, SiteHabits habits) : folder_(std::move(folder)), habits_(habits) {}
+HttpFolder::HttpFolder(std::filesystem::path folder, SiteHabits habits) : FFolder(std::move(folder)), FHabits(habits) {}
 
 void HttpFolder::Answer(const httplib::Request& request, httplib::Response& response) {
-    const auto file = File::Open(folder_, request.path);
+    const auto file = File::Open(FFolder, request.path);
     if (!file) {
         ForgetRanges(request);
         response.status = 404;
         return response.set_content("There is no such file here.\n", "text/plain");
     }
-    const bool packable = file->Type.IsText && habits_.Compresses;
+    const bool packable = file->Type.IsText && FHabits.Compresses;
     const bool packed = packable && request.ranges.empty() && AcceptsGzip(request);
     if (packable) response.set_header("Vary", "Accept-Encoding");
-    if (habits_.SendsValidators) {
+    if (FHabits.SendsValidators) {
         response.set_header("ETag", '"' + file->Tag + (packed ? "-gzip\"" : "\""));
         response.set_header("Last-Modified", file->LastModified);
         if (file->IsKnownTo(request)) {
@@ -158,18 +158,18 @@ void HttpFolder::AnswerText(const File& file, bool packed, httplib::Response& re
     PackedDocuments::Body body;
     if (packed) {
         const std::string version = file.Path.string() + ' ' + file.Tag;
-        if (habits_.PacksEachTime)
+        if (FHabits.PacksEachTime)
             body = PackedDocuments::Gzip(file.Read());
         else
-            body = packed_.Find(version);
-        if (!body) body = packed_.Pack(version, file.Read());
+            body = FPacked.Find(version);
+        if (!body) body = FPacked.Pack(version, file.Read());
     }
     if (body)
         response.set_header("Content-Encoding", "gzip");
     else
         body = std::make_shared<const std::string>(file.Read());
     if (body->empty()) return response.set_content("", file.Type.Name);
-    // A provider, since the library would compress a plain body of a text type by itself, at every request.
+    // Use a content provider, because the library itself would compress a plain body of a text type at every request.
     response.set_content_provider(body->size(), file.Type.Name,
                                   [body](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
                                       return sink.write(body->data() + offset, length);

@@ -1,4 +1,4 @@
-#include "dates.h"
+#include "Dates.h"
 
 #include <array>
 #include <cstdio>

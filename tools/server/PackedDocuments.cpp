@@ -1,12 +1,12 @@
-#include "packed_documents.h"
+#include "PackedDocuments.h"
 
 #include <zlib.h>
 
 namespace {
 
-// What web servers use by default: the ratio of level 9 within a few per cent at a third of its time.
+// The default of web servers: compresses within a few per cent of level 9, in a third of the time.
 constexpr int kLevel = 6;
-// The largest window, and 16 to ask zlib for gzip's header and trailer in place of its own.
+// The largest window, plus 16 to ask zlib for gzip's header and trailer in place of its own.
 constexpr int kGzipWindow = 15 + 16;
 constexpr int kMemoryLevel = 8;
 
@@ -30,12 +30,12 @@ PackedDocuments::Body PackedDocuments::Gzip(const std::string& text) {
 PackedDocuments::Body PackedDocuments::Pack(const std::string& version, const std::string& text) {
     Body packed = Gzip(text);
     if (!packed) return {};
-    const std::scoped_lock lock(mutex_);
-    return bodies_.try_emplace(version, std::move(packed)).first->second;
+    const std::scoped_lock lock(FMutex);
+    return FBodies.try_emplace(version, std::move(packed)).first->second;
 }
 
 PackedDocuments::Body PackedDocuments::Find(const std::string& version) const {
-    const std::scoped_lock lock(mutex_);
-    const auto found = bodies_.find(version);
-    return found == bodies_.end() ? nullptr : found->second;
+    const std::scoped_lock lock(FMutex);
+    const auto found = FBodies.find(version);
+    return found == FBodies.end() ? nullptr : found->second;
 }

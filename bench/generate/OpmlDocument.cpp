@@ -1,7 +1,7 @@
-#include "opml_document.h"
+#include "OpmlDocument.h"
 
-#include "feed_document.h"
-#include "prose.h"
+#include "FeedDocument.h"
+#include "Prose.h"
 
 std::string OpmlDocument(std::span<const Show> shows, std::string_view base) {
     std::string xml =

@@ -1,4 +1,4 @@
-#include "languages.h"
+#include "Languages.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 #pragma once
 // Writes shows as a subscription list in OPML 2.0, the form in which podcast programs exchange them.
 
-#include "show.h"
+#include "Show.h"
 
 #include <span>
 #include <string>

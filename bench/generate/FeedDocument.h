@@ -1,7 +1,7 @@
 #pragma once
 // Writes a show as an RSS 2.0 document with the tags that podcast directories ask for.
 
-#include "show.h"
+#include "Show.h"
 
 #include <cstdint>
 #include <string>
@@ -11,7 +11,7 @@ struct FeedShape {
     /// Without a slash at its end.
     std::string Base;
     std::int64_t Episodes;
-    /// How many newer ones stand above them. They change nothing else in the document.
+    /// How many newer episodes precede them. The rest of the document does not depend on this number.
     std::int64_t Newer;
     int NotesLeast;
     int NotesMost;

@@ -1,4 +1,4 @@
-#include "media_types.h"
+#include "MediaTypes.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
-// Chance that is the same everywhere: the standard library's distributions differ between its implementations, and the
-// generated feeds must not.
+// Pseudo-random numbers that are the same everywhere: the standard library's distributions differ between its
+// implementations, but the generated feeds must not.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,20 +13,27 @@ class Random {
 public:
     Random(std::initializer_list<std::uint64_t> seeds) noexcept {
         for (const std::uint64_t seed : seeds) {
-            state_ ^= seed;
+<<<<<<< HEAD:bench/generate/Random.h
+            FState ^= seed;
             // Mixed, not only added to: neighbouring seeds would give one sequence, shifted by a step.
+            FState = Next();
+=======
+            state_ ^= seed;
+            // Mix after each seed: merely combining them would give neighbouring seeds the same sequence, shifted by
+            // one step.
             state_ = Next();
+>>>>>>> prose-engine:bench/generate/random.h
         }
     }
 
     std::uint64_t Next() noexcept {
-        std::uint64_t z = (state_ += 0x9E3779B97F4A7C15u);
+        std::uint64_t z = (FState += 0x9E3779B97F4A7C15u);
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
         return z ^ (z >> 31);
     }
 
-    /// From `least` to `most`, both included. The slight unevenness of the remainder does not matter here.
+    /// A number from `least` to `most`, both included. The slight bias of the modulo does not matter here.
     std::int64_t Between(std::int64_t least, std::int64_t most) noexcept {
         return least + static_cast<std::int64_t>(Next() % static_cast<std::uint64_t>(most - least + 1));
     }
@@ -40,5 +47,5 @@ public:
     }
 
 private:
-    std::uint64_t state_ = 0;
+    std::uint64_t FState = 0;
 };
