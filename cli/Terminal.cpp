@@ -1,6 +1,5 @@
 #include "Terminal.h"
 
-#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QJsonDocument>

@@ -1,7 +1,6 @@
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
-#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <QSet>

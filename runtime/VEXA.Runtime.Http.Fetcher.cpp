@@ -77,7 +77,7 @@ struct HttpFetcher::Impl {
     ~Impl() {
         {
             const TLock lock(FMutex);
-            FIsStopping VEXA_GUARDED_BY(FMutex) = true;
+            FIsStopping = true;
         }
         Wake();
         FThread.join();
@@ -91,7 +91,7 @@ struct HttpFetcher::Impl {
 
     void Wake() { curl_multi_wakeup(FMulti); }
     void RequireSchedule() VEXA_REQUIRES(FMutex) {
-        FIsScheduleDue VEXA_GUARDED_BY(FMutex) = true;
+        FIsScheduleDue = true;
         Wake();
     }
 
@@ -114,8 +114,8 @@ struct HttpFetcher::Impl {
     }
 
     milliseconds SilenceOf(const Item& item, Clock::time_point now) const VEXA_REQUIRES(FMutex) {
-        const auto since = [&](const Item& one) {
-            return std::chrono::duration_cast<milliseconds>(now - one.LastArrival);
+        const auto since = [&](const Item& candidate) {
+            return std::chrono::duration_cast<milliseconds>(now - candidate.LastArrival);
         };
         if (item.At == Item::Stage::Done || item.IsPaused) return {};
         if (item.IsRunning()) return since(item);
@@ -324,7 +324,7 @@ struct HttpFetcher::Impl {
     }
 
     /// Removes the transfer from the running ones.
-    void RemoveRunning(Item& item) { std::erase(FRunning, &item) VEXA_REQUIRES(FMutex); }
+    void RemoveRunning(Item& item) VEXA_REQUIRES(FMutex) { std::erase(FRunning, &item); }
 
     /// Publishes the result of an ended transfer.
     void Finish(Item& item) VEXA_REQUIRES(FMutex) {
@@ -367,11 +367,11 @@ struct HttpFetcher::Impl {
 
     mutable TMutex FMutex;
     TCondition FChanged;
-    bool FIsStopping = false;
+    bool FIsStopping VEXA_GUARDED_BY(FMutex) = false;
     std::unordered_map<QString, std::unique_ptr<Item>> FItems VEXA_GUARDED_BY(FMutex);
     std::vector<Item*> FOrder VEXA_GUARDED_BY(FMutex);  // the window
     quint64 FWindow VEXA_GUARDED_BY(FMutex) = 0;        // counts the windows
-    bool FIsScheduleDue = false;
+    bool FIsScheduleDue VEXA_GUARDED_BY(FMutex) = false;
     std::vector<std::unique_ptr<Item>> FDropped VEXA_GUARDED_BY(FMutex);
     std::map<QString, Server> FServers VEXA_GUARDED_BY(FMutex);  // never removed, since items point to them
 

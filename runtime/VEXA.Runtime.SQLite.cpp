@@ -1,7 +1,6 @@
 #include "VEXA.Runtime.SQLite.h"
 
 #include "VEXA.Runtime.Log.h"
-#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QFile>
@@ -279,10 +278,6 @@ SqliteSnapshot::~SqliteSnapshot() {
     } catch (const SqliteError& error) {
         qCWarning(LogDatabase) << error.what();
     }
-}
-
-void SqliteReader::Interrupt() noexcept {
-    sqlite3_interrupt(FHandle);
 }
 
 // ---- SqliteDatabase ----

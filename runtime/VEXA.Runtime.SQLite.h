@@ -50,7 +50,7 @@ class VEXA_RUNTIME_API SqliteRows {
 public:
     virtual ~SqliteRows();
     /// Steps to the next row; false at the end.
-    virtual bool Next() = 0;
+    [[nodiscard]] virtual bool Next() = 0;
     virtual int ColumnCount() const = 0;
     virtual QString Text(int column) const = 0;
     virtual int Integer(int column) const = 0;
@@ -176,8 +176,6 @@ public:
     void ExecuteSQL(std::string_view sql);
     /// A number that changes whenever another connection commits.
     qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
-    /// Makes the running statement fail with an error. Any thread may call it.
-    void Interrupt() noexcept;
 };
 
 /// During the lifetime of a snapshot, the reader sees one unchanging state of the database.
@@ -204,7 +202,7 @@ public:
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
     /// A cursor on the first row; null when there are no rows.
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, std::unique_lock(FMutex)); }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
     /// Like Query and QueryInteger, but on a connection that only reads: they never wait for a thread that writes, and
     /// see everything committed before the call. Inside a transaction of the calling thread they use the writing

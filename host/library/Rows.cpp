@@ -2,7 +2,6 @@
 
 #include "Guarded.h"
 #include "ObjectList.h"
-#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <utility>
@@ -158,7 +157,7 @@ void RowReader::Run() {
         RequestPointer request;
         {
             TLock lock(FMutex);
-            FHasWork.Wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
+            FHasWork.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return FIsEnding || !FWaiting.empty(); });
             if (FIsEnding) break;
             request = std::move(FWaiting.front());
             FWaiting.pop_front();

@@ -2,7 +2,6 @@
 #include "Podcasts.Core.h"
 #include "TempFolder.h"
 #include "Texts.h"
-#include "VEXA.Runtime.Mutex.h"
 
 #include <gtest/gtest.h>
 
