@@ -1,5 +1,6 @@
 #include "apiWrappers.h"
 
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QLocale>
