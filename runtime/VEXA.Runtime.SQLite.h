@@ -202,7 +202,9 @@ public:
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
     /// A cursor on the first row; null when there are no rows.
-    std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, std::unique_lock(FMutex)); }
+    std::unique_ptr<SqliteCursor> Query(std::string_view sql) {
+        return SqliteConnection::Query(sql, std::unique_lock(FMutex));
+    }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
     /// Like Query and QueryInteger, but on a connection that only reads: they never wait for a thread that writes, and
     /// see everything committed before the call. Inside a transaction of the calling thread they use the writing
