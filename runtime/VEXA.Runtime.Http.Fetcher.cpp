@@ -41,7 +41,7 @@ struct Item {
     QString Address;
     HttpFetch Fetch;
 
-    // Guarded by the fetcher's FMutex, which an attribute cannot name here; so is the Server.
+    // Guarded by the fetcher's FMutex, as is the Server.
     Server* From = nullptr;
     Stage At = Stage::Waiting;
     Clock::time_point Begun{}, LastArrival{};  // copied from the transfer by the fetcher's thread
