@@ -107,7 +107,7 @@ public:
     /// All items, in the order added.
     QStringList Items() const;
 
-    /// To hold across several operations. Reentrant.
+    /// Hold it to make several operations one.
     vexa::TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
 
 private:

@@ -41,7 +41,7 @@ struct Item {
     QString Address;
     HttpFetch Fetch;
 
-    // Under the fetcher's FMutex, which cannot be named here.
+    // Guarded by the fetcher's FMutex, as is the Server.
     Server* From = nullptr;
     Stage At = Stage::Waiting;
     Clock::time_point Begun{}, LastArrival{};  // copied from the transfer by the fetcher's thread

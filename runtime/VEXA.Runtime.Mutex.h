@@ -1,8 +1,8 @@
 #pragma once
-// The standard's mutexes, locks and condition variables, with the attributes of clang's thread-safety analysis
-// (https://clang.llvm.org/docs/ThreadSafetyAnalysis.html), which knows nothing of the standard's own. `make
-// thread-safety` runs it: a member names the mutex that guards it, a function the mutex that its caller must hold, and
-// what uses either without the lock is an error. To other compilers the attributes are empty.
+// The standard mutexes, locks and condition variables with the attributes of clang's thread-safety analysis
+// (https://clang.llvm.org/docs/ThreadSafetyAnalysis.html), which the standard ones lack. A member names the mutex that
+// guards it, and a function the mutex that its caller must hold; `make thread-safety` reports every use without the
+// lock. For other compilers the attributes are empty.
 //
 //     TMutex FMutex;
 //     TCondition FArrived;
@@ -13,8 +13,8 @@
 //     FArrived.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return !FJobs.empty(); });
 //     const Job job = TakeFirst();
 //
-// The analysis looks at one function at a time, so a lambda says itself which locks are held when it is called. It
-// knows mutexes by the expressions that name them: state of one object under the mutex of another one keeps a comment.
+// The analysis looks at one function at a time, so a lambda needs an attribute of its own. It identifies a mutex by the
+// expression that names it; where a mutex guards members of another object, which cannot name it, a comment says so.
 
 #include <chrono>
 #include <condition_variable>
@@ -27,21 +27,21 @@
 #define VEXA_THREAD_ATTRIBUTE(...)
 #endif
 
-/// Of a member or variable: read and written only while this mutex is held.
+/// For a member or variable: it is read and written only while this mutex is held.
 #define VEXA_GUARDED_BY(mutex) VEXA_THREAD_ATTRIBUTE(guarded_by(mutex))
-/// Of a function or lambda: the caller holds these mutexes, before and after.
+/// For a function or lambda: the caller holds these mutexes during the call.
 #define VEXA_REQUIRES(...) VEXA_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
-/// Of a function that locks or unlocks these mutexes, or the object itself where none is named.
+/// For a function that locks or unlocks these mutexes; without arguments, the object itself.
 #define VEXA_ACQUIRE(...) VEXA_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define VEXA_RELEASE(...) VEXA_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
-/// Of a function that returns a reference to this mutex.
+/// For a function that returns a reference to this mutex.
 #define VEXA_RETURNS_MUTEX(mutex) VEXA_THREAD_ATTRIBUTE(lock_returned(mutex))
-/// Of a function whose locking the analysis cannot follow; a comment says why.
+/// For a function whose locking the analysis cannot follow; a comment says why.
 #define VEXA_NOT_ANALYSED VEXA_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace vexa {
 
-/// A std::mutex. lock and unlock are spelled as the standard's locks call them; use a TLock.
+/// A std::mutex. Lock it with a TLock; lock and unlock have the names that standard locks call.
 class VEXA_THREAD_ATTRIBUTE(capability("mutex")) TMutex {
 public:
     void lock() VEXA_ACQUIRE() { FMutex.lock(); }
@@ -62,7 +62,7 @@ private:
     std::recursive_mutex FMutex;
 };
 
-/// Holds a mutex as long as it lives, but for the time between Unlock and Lock.
+/// Holds a mutex until it is destroyed, except between Unlock and Lock.
 template <class Mutex>
 class VEXA_THREAD_ATTRIBUTE(scoped_lockable) TLock {
 public:
@@ -88,8 +88,8 @@ private:
     bool FIsHeld = true;
 };
 
-/// A std::condition_variable. Each wait lets go of the mutex, which `lock` holds, and holds it again at its end, also
-/// when the predicate throws. A wait without a predicate may end for no reason.
+/// A std::condition_variable. Each wait unlocks the mutex that `lock` holds, and locks it again before it returns. A
+/// predicate is called with the mutex locked, and may throw. A wait without a predicate may end without a notification.
 class TCondition {
 public:
     void NotifyOne() noexcept { FCondition.notify_one(); }
@@ -109,13 +109,13 @@ public:
         Lent lent(lock);
         FCondition.wait_for(lent.Lock, longest);
     }
-    /// What the predicate says at the end.
+    /// Returns the last result of the predicate.
     template <class Rep, class Period, class Predicate>
     bool WaitFor(TLock<TMutex>& lock, std::chrono::duration<Rep, Period> longest, Predicate predicate) {
         Lent lent(lock);
         return FCondition.wait_for(lent.Lock, longest, std::move(predicate));
     }
-    /// False when the time has come.
+    /// False when the time has passed.
     template <class Clock, class Duration>
     bool WaitUntil(TLock<TMutex>& lock, std::chrono::time_point<Clock, Duration> end) {
         Lent lent(lock);
@@ -123,7 +123,7 @@ public:
     }
 
 private:
-    /// The standard's lock over what a TLock holds, which stays the TLock's.
+    /// Lends the mutex that a TLock holds to a standard lock.
     struct Lent {
         explicit Lent(TLock<TMutex>& lock) : Lock(lock.FMutex.FMutex, std::adopt_lock) {}
         ~Lent() { Lock.release(); }

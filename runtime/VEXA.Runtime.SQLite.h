@@ -105,7 +105,7 @@ private:
     int Require(std::string_view name) const;
 
     SqliteConnection& FConnection;
-    std::unique_lock<TRecursiveMutex> FLock;  // handed on, so none that the analysis follows
+    std::unique_lock<TRecursiveMutex> FLock;  // a standard lock, because TLock cannot be moved
     SqliteBorrowedReader FReader;
     sqlite3_stmt* FStatement;
 };
@@ -221,7 +221,7 @@ public:
     /// throughout.
     void RunInTransaction(const std::function<void()>& procedure);
 
-    /// Held, it keeps other threads from running statements between those of the calling thread.
+    /// Hold it to keep other threads from running statements between those of the calling thread.
     TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
 
     /// The names of a table's columns, in order; empty when there is no such table.

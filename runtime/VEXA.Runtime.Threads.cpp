@@ -40,7 +40,7 @@ struct QueuedProcedure {
     std::function<void()> Procedure;
     TaskHandle Task = 0;  // the task that waits for the procedure
     bool Waited = false;
-    bool Done = false;  // under the queue's FMutex, which cannot be named here
+    bool Done = false;  // guarded by the queue's FMutex
     std::exception_ptr Error;
 };
 

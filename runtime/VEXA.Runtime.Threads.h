@@ -25,8 +25,8 @@ using CancelCheck = std::function<bool()>;
 VEXA_RUNTIME_API void AttachMainThread();
 VEXA_RUNTIME_API bool IsMainThread() noexcept;
 
-/// For the beginning of operations that belong to the main thread. On another thread it ends the program with a message
-/// that says where; before AttachMainThread any thread may call it. It exists in debug and sanitizer builds only.
+/// The first statement of operations that belong to the main thread. On another thread it prints where it was called
+/// and aborts the program. Does nothing before AttachMainThread, and only debug and sanitizer builds have it.
 #ifdef VEXA_THREAD_ASSERTIONS
 #define VEXA_ASSERT_MAIN_THREAD() ::vexa::AssertMainThread(__FILE__, __LINE__, __func__)
 VEXA_RUNTIME_API void AssertMainThread(const char* file, int line, const char* function) noexcept;

@@ -17,7 +17,6 @@ namespace vexa::host {
 struct HttpClientService::Running {
     std::atomic<bool> IsCancelled{false};
     TMutex Mutex;
-    // Of those in the background.
     std::map<const Task*, TaskHandle> Handles VEXA_GUARDED_BY(Mutex);
 };
 
@@ -90,7 +89,8 @@ HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAS
         if (flags & WaitForCompletion) return transfer->Run();
         const TLock lock(FRunning->Mutex);
         const Task* const started = transfer.get();
-        FRunning->Handles[started] = WorkerPool::Run(std::move(transfer));  // the task's end waits for the lock
+        // In time: the task takes the lock before it removes its handle.
+        FRunning->Handles[started] = WorkerPool::Run(std::move(transfer));
         return S_OK;
     });
 }

@@ -52,8 +52,7 @@ private:
 
     vexa::TMutex FMutex;
     std::unique_ptr<vexa::SqliteReader> FReader VEXA_GUARDED_BY(FMutex);
-    // FReader's DataVersion to which the members below belong.
-    qint64 FVersion VEXA_GUARDED_BY(FMutex) = -1;
+    qint64 FVersion VEXA_GUARDED_BY(FMutex) = -1;  // FReader's DataVersion to which the members below belong
     std::optional<bool> FIsRegular VEXA_GUARDED_BY(FMutex);
     std::list<KeptIDs> FKept VEXA_GUARDED_BY(FMutex);  // the most recently used first
     QString FLastSorted VEXA_GUARDED_BY(FMutex);       // the last request whose page was found by sorting all rows

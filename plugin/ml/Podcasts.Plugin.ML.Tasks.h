@@ -33,9 +33,8 @@ private:
     };
 
     vexa::TMutex FMutex;
-    // By kind; empty before Initialize.
-    std::optional<std::map<std::int32_t, TInfo>> FTasks VEXA_GUARDED_BY(FMutex);
-    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // main thread only
+    std::optional<std::map<std::int32_t, TInfo>> FTasks VEXA_GUARDED_BY(FMutex);  // by kind; empty before Initialize
+    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;                          // main thread only
 };
 
 }  // namespace podcasts

@@ -213,7 +213,7 @@ void TableModel::BeginReload() {
     const QModelIndexList kept = persistentIndexList();
     for (const QModelIndex& index : kept)
         if (wanted.size() < kMostReloaded) want(index.row() / kPageSize);
-    FReloading.emplace();
+    FReloading.emplace(Reloading());  // clang finds no default constructor in a member of the enclosing class
     for (const int page : wanted) {
         auto ticket = std::make_shared<RowReader::Ticket>();
         *ticket = FReader->Read(PageQuery(page), [this, page, ticket](RowPage answer) {
