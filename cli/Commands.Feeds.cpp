@@ -71,11 +71,11 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
             if (result.What == Result::Subscribed) {
                 session.Out().PrintLine(u"subscribed to " + title + u": " + Episodes(result.EpisodeCount));
             } else if (result.What == Result::AlreadySubscribed) {
-                const QString said = u"already subscribed to " + title + u" (" + shownLocation + u")";
+                const QString message = u"already subscribed to " + title + u" (" + shownLocation + u")";
                 if (alreadyFails)
-                    session.Out().PrintError(said);
+                    session.Out().PrintError(message);
                 else
-                    session.Out().PrintLine(said);
+                    session.Out().PrintLine(message);
                 if (alreadyFails) status = kFailed;
             } else if (result.What == Result::SeveralFeeds) {
                 ListChoices(session, result);
