@@ -3,6 +3,7 @@
 
 #include "Log.h"
 #include "VEXA.Runtime.Guard.h"
+#include "VEXA.SDK.Base.h"
 
 namespace vexa::host {
 
