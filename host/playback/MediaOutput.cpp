@@ -183,7 +183,7 @@ void MediaOutput::ReopenThroughFile() {
     if (wasPrerolled && !FTarget) FTarget = position;
     FIsThroughFile = true;
     Open();
-    Apply();
+    UpdatePipeline();
 }
 
 /// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.
