@@ -20,12 +20,12 @@ void CheckDownload(const Arguments& arguments) {
 }
 
 int RunDownload(Session& session, const Arguments& arguments) {
-    int unknown = 0;
-    QStringList keys;
+    Session::FoundEpisodes found;
+    QStringList& keys = found.Keys;
     if (arguments.Has(kNew)) {
         keys = session.Client().NewEpisodesToDownload();
     } else {
-        keys = session.FindEpisodes(arguments.Operands, unknown);
+        found = session.FindEpisodes(arguments.Operands);
         // The queue is last in, first out, but given keys are to be downloaded in their order. (New episodes are listed
         // newest first, and so are downloaded oldest first.)
         std::reverse(keys.begin(), keys.end());
@@ -56,10 +56,10 @@ int RunDownload(Session& session, const Arguments& arguments) {
         }
         const QJsonObject result{{QStringLiteral("downloaded"), downloaded}, {QStringLiteral("failed"), failed}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
-    } else if (keys.isEmpty() && unknown == 0) {
+    } else if (keys.isEmpty() && found.Unknown == 0) {
         session.Out().PrintLine(QStringLiteral("nothing to download"));
     }
-    return reporter->HasFailures() || unknown > 0 ? kFailed : kDone;
+    return reporter->HasFailures() || found.Unknown > 0 ? kFailed : kDone;
 }
 
 }  // namespace podcasts::cli

@@ -71,11 +71,11 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
             if (result.What == Result::Subscribed) {
                 session.Out().PrintLine(u"subscribed to " + title + u": " + Episodes(result.EpisodeCount));
             } else if (result.What == Result::AlreadySubscribed) {
-                const QString said = u"already subscribed to " + title + u" (" + shownLocation + u")";
+                const QString message = u"already subscribed to " + title + u" (" + shownLocation + u")";
                 if (alreadyFails)
-                    session.Out().PrintError(said);
+                    session.Out().PrintError(message);
                 else
-                    session.Out().PrintLine(said);
+                    session.Out().PrintLine(message);
                 if (alreadyFails) status = kFailed;
             } else if (result.What == Result::SeveralFeeds) {
                 ListChoices(session, result);
@@ -118,7 +118,6 @@ int RunExport(Session& session, const Arguments& arguments) {
 
 int RunUnsubscribe(Session& session, const Arguments& arguments) {
     const QString address = session.FindFeed(arguments.Operands.first());
-    if (address.isEmpty()) return kFailed;
     const auto feed = session.DB().GetFeed(address, false);
     const QStringList kept = session.Client().Unsubscribe(address, arguments.Has(QStringLiteral("--delete-files")));
     session.Out().PrintLine(u"unsubscribed from " + TitleOr(feed ? feed->Fields[pffTitle] : QString(), address));
@@ -129,7 +128,6 @@ int RunUnsubscribe(Session& session, const Arguments& arguments) {
 
 int RunSetAddress(Session& session, const Arguments& arguments) {
     const QString oldAddress = session.FindFeed(arguments.Operands[0]);
-    if (oldAddress.isEmpty()) return kFailed;
     const QString newAddress = NormalizedFeedLocation(arguments.Operands[1]);
     if (newAddress == oldAddress) return kDone;
     if (!IsFeedLocation(newAddress)) {

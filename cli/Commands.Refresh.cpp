@@ -32,11 +32,12 @@ QStringList ChosenFeeds(Session& session, const QStringList& feeds, bool& hasUnk
     if (feeds.isEmpty())
         session.DB().EnumFeeds([&](const QString& address, const QString&, int) { addresses += address; });
     for (const QString& feed : feeds) {
-        const QString address = session.FindFeed(feed);
-        if (address.isEmpty())
+        try {
+            addresses += session.FindFeed(feed);
+        } catch (const FeedError& error) {
+            session.Out().PrintError(QString::fromUtf8(error.what()));
             hasUnknown = true;
-        else
-            addresses += address;
+        }
     }
     return addresses;
 }

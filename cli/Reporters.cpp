@@ -29,11 +29,11 @@ void PrintDropped(Session& session, qsizetype count) {
 
 template <class Outcome>
 void OutcomeReporter<Outcome>::Report() {
-    const std::vector<Outcome> news = FSource.From(FSeen);
-    if (news.empty()) return;
-    FSeen += news.size();
+    const std::vector<Outcome> newOutcomes = FSource.From(FSeen);
+    if (newOutcomes.empty()) return;
+    FSeen += newOutcomes.size();
     qsizetype dropped = 0;
-    for (const Outcome& outcome : news) {
+    for (const Outcome& outcome : newOutcomes) {
         FHasFailures = FHasFailures || !outcome.Error.isEmpty();
         if (outcome.IsDropped)
             ++dropped;
@@ -43,7 +43,7 @@ void OutcomeReporter<Outcome>::Report() {
             FSession.Out().PrintLine(SuccessText(outcome));
     }
     PrintDropped(FSession, dropped);
-    FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
+    FOutcomes.insert(FOutcomes.end(), newOutcomes.begin(), newOutcomes.end());
     FSession.Out().FlushLines();
 }
 

@@ -108,19 +108,17 @@ QString Session::FindFeed(const QString& feed) {
              QStringList(feed) + FeedLocationsOf(feed) + QStringList(QDir().absoluteFilePath(feed)))
             if (FClient->IsSubscribed(location)) return location;
     }
-    FTerminal.PrintError(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
-    return {};
+    throw FeedError(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
 }
 
-QStringList Session::FindEpisodes(const QStringList& keys, int& unknown) {
-    QStringList found;
-    unknown = 0;
+Session::FoundEpisodes Session::FindEpisodes(const QStringList& keys) {
+    FoundEpisodes found;
     auto resolve = [&](const QString& key) {
         try {
-            found += FKeys.Resolve(key);
+            found.Keys += FKeys.Resolve(key);
         } catch (const KeyError& error) {
             FTerminal.PrintError(QString::fromUtf8(error.what()));
-            ++unknown;
+            ++found.Unknown;
         }
     };
     for (const QString& key : keys) {

@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <stdexcept>
 
 namespace podcasts::cli {
 
@@ -31,6 +32,12 @@ private:
     vexa::SettingsFile FFile;
 };
 
+/// What names no subscription.
+class FeedError : public std::runtime_error {
+public:
+    explicit FeedError(const QString& message) : std::runtime_error(message.toStdString()) {}
+};
+
 class Session {
 public:
     /// Opens the database in the folder `profile` and reads its configuration. An empty name means the default folder.
@@ -47,12 +54,16 @@ public:
     void RunUntilIdle(const std::function<void()>& report);
     bool IsInterrupted() const { return FTerminal.Interrupted; }
 
-    /// The address of the feed with this address or id; prints an error and returns an empty text when there is none.
-    QString FindFeed(const QString& feed);
+    /// The address of the feed with this address or id. Throws FeedError when there is none.
+    [[nodiscard]] QString FindFeed(const QString& feed);
+    struct FoundEpisodes {
+        QStringList Keys;
+        int Unknown = 0;  // keys that name no episode
+    };
     /// The engine's keys for `keys`. "-" reads keys from standard input, one at the beginning of each line; the rest of
-    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no episode, and
-    /// returns the number of such keys in `unknown`.
-    QStringList FindEpisodes(const QStringList& keys, int& unknown);
+    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no
+    /// episode.
+    [[nodiscard]] FoundEpisodes FindEpisodes(const QStringList& keys);
     /// A line for lists: "key  date  state  duration  title - feed".
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);
 

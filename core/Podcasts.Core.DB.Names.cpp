@@ -150,9 +150,9 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
     bool isAnyNew = false;
     // Stores a name with a new ID. If it was stored before, its old ID is dropped.
     const auto keep = [&](const Renamed& entry, std::vector<Kept>& names, qint64 name) {
-        std::erase_if(names, [&](const Kept& one) {
-            if (one.Name == name) dropped.push_back(one.ID);
-            return one.Name == name;
+        std::erase_if(names, [&](const Kept& earlier) {
+            if (earlier.Name == name) dropped.push_back(earlier.ID);
+            return earlier.Name == name;
         });
         insert.Integer(name).Integer(entry.RowID).Integer(feedID).Integer(entry.Check).Run();
         isAnyNew = true;

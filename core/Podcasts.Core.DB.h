@@ -153,13 +153,13 @@ public:
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
     /// Does the same for the one row that GetEpisode read, even if a merge has changed its names since. False when the
     /// row is gone, or has been united with a row that has a file.
-    bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    [[nodiscard]] bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// Does the same if the row still records the file `present`; otherwise returns false and changes nothing.
     bool ReplaceCachedFileOfRow(const TPodcastEpisode& episode, const QString& present, const QString& fileName);
     /// Records a file that was found on disk to be the episode's. Returns false if the episode's row no longer records
     /// what GetEpisode read; otherwise also records the file on rows of other feeds that have the same audio and no
     /// file.
-    bool SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
+    [[nodiscard]] bool SetFoundFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// The file that the row read by GetEpisode records now; nothing when SetCachedFileOfRow would find no row.
     std::optional<QString> GetCachedFileOfRow(const TPodcastEpisode& episode);
     /// Marks the episodes whose file is gone as not cached; returns their number.

@@ -18,7 +18,6 @@ struct TPodcastDocumentNote {
     QByteArray Digest;              // of the bytes, in hexadecimal digits; empty: there is no note
     QString WantedAddress;          // where the feed says it has moved, if it could not be followed there; else empty
 
-    bool HasValidators() const { return !ETag.isEmpty() || !LastModified.isEmpty(); }
     bool operator==(const TPodcastDocumentNote&) const = default;
 };
 

@@ -63,7 +63,7 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
             const bool isAlone = upcoming.size() == 1 && FSecondTries.empty();
             if (isAlone || IsReady(location)) {
                 if (!FQueue.TakeNext(item)) continue;
-                std::erase_if(FSecondTries, [&](const SecondTry& one) { return one.Item == item; });
+                std::erase_if(FSecondTries, [&](const SecondTry& attempt) { return attempt.Item == item; });
                 FItem = item;
                 FLocation = location;
                 FFailure = nullptr;
@@ -92,7 +92,7 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::NextSecondTry() {
     const auto now = Clock::now();
     if (!FDeadline) FDeadline = now + kSecondTries;
     auto next = std::find_if(FSecondTries.begin(), FSecondTries.end(),
-                             [this](const SecondTry& one) { return IsReady(one.Location); });
+                             [this](const SecondTry& attempt) { return IsReady(attempt.Location); });
     if (next == FSecondTries.end() && now < *FDeadline) return std::nullopt;
     const bool isTooLate = next == FSecondTries.end();
     if (isTooLate) next = FSecondTries.begin();
@@ -120,9 +120,9 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
     if (upcoming.size() < kWindow) FDeferred.clear();
     for (const QString& item : FDeferred) locations += FLocator(item);
     if (FDeadline || upcoming.isEmpty()) {
-        for (const SecondTry& one : FSecondTries) {
-            locations += one.Location;
-            secondTries.insert(one.Location);
+        for (const SecondTry& attempt : FSecondTries) {
+            locations += attempt.Location;
+            secondTries.insert(attempt.Location);
         }
     }
     const std::lock_guard lock(FMutex);

@@ -60,7 +60,7 @@ public:
     };
     /// Waits until it is decided which item is next, and removes it from the queue. Nothing when the queue is empty and
     /// no second try is left, or when the run is cancelled.
-    std::optional<Turn> Next();
+    [[nodiscard]] std::optional<Turn> Next();
     /// The document of the item that Next returned, which may be marked as unchanged; waits until it has arrived.
     /// Throws as LoadFeedDocument does.
     TPodcastFeedDocument TakeDocument();
@@ -90,7 +90,7 @@ private:
     bool IsComing(const QString& location);
     bool IsAnyReady(const QStringList& items);
     /// The second try whose turn it is now; nothing while none is ready.
-    std::optional<Turn> NextSecondTry();
+    [[nodiscard]] std::optional<Turn> NextSecondTry();
     Read ReadNow(const QString& location, vexa::HttpFetched fetched);
     void ReadAhead();
 

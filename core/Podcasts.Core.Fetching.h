@@ -51,8 +51,8 @@ vexa::HttpFetch FeedDocumentFetch();
 QList<QByteArray> ConditionsOf(const TPodcastDocumentNote& known);
 /// The second half of LoadFeedDocument, for a document that has been fetched from `location`. A document that equals
 /// `known` is not read. Nothing when the server answered "not modified" for a document other than `known`.
-std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
-                                                     const std::optional<TPodcastDocumentNote>& known);
+[[nodiscard]] std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
+                                                                   const std::optional<TPodcastDocumentNote>& known);
 
 /// The feed in a loaded document, with pffURLFeed set to `location`; nothing when the document has no tree or no parser
 /// recognises it. Throws XmlError when the document is so damaged that fewer than half of its items can be read.

@@ -265,8 +265,9 @@ private:
                                  (!is.Title.empty() && row.Title == is.Title) || (is.Date != 0 && row.Date == is.Date));
             if (isSame && !IsUniqueGUID(row.GUID)) return own;
         }
-        const auto key = [this](bool isThere, const Compared& row, const Key& made) {
-            return isThere && !row.Address.empty() && !IsUniqueGUID(row.GUID) ? std::optional<Key>(made) : std::nullopt;
+        const auto key = [this](bool hasValue, const Compared& row, const Key& candidate) {
+            return hasValue && !row.Address.empty() && !IsUniqueGUID(row.GUID) ? std::optional<Key>(candidate)
+                                                                               : std::nullopt;
         };
         RowIndex& byGUID = Index(FByAddressAndGUID, [&](const Compared& row) {
             return key(!row.GUID.empty(), row, {row.Address, {}, 0, row.GUID});

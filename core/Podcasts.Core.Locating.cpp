@@ -88,7 +88,7 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
     QString source = document.Address;     // the address that its document came from
     QStringList seen{origin, redirected, source};
     const auto wasSeen = [&](const QString& address) {
-        return std::any_of(seen.begin(), seen.end(), [&](const QString& one) { return IsSameUrl(one, address); });
+        return std::any_of(seen.begin(), seen.end(), [&](const QString& known) { return IsSameUrl(known, address); });
     };
     for (int moves = 0; moves < kMostMoves; ++moves) {
         const QString named = (newest ? newest : feed)->NewFeedURL;

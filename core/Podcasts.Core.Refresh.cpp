@@ -113,7 +113,8 @@ void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, const QString
     if (merged.IsSubscribed) outcome.MovedTo = newURL;
     outcome.IsMoveRefused = !outcome.MovedTo.isEmpty() && !merged.IsMoved;
     if (!merged.NewEpisodes.isEmpty()) FHasNewEpisodes = true;
-    for (const QString& file : merged.SpareFiles) vexa::MoveToRecycleBin(file);
+    for (const QString& file : merged.SpareFiles)
+        static_cast<void>(vexa::MoveToRecycleBin(file));  // of one that has to stay there is a warning
 }
 
 void TPodcastClientTaskRefreshFeeds::Complete() {

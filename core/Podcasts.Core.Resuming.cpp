@@ -11,7 +11,7 @@ namespace podcasts {
 
 namespace {
 
-constexpr qint64 kEnough = 64 * 1024;             // bytes that make a transfer worth resuming
+constexpr qint64 kMinProgress = 64 * 1024;        // bytes that make a transfer worth resuming
 constexpr std::array kPauses = {1, 2, 4, 8, 15};  // units
 constexpr int kMostRestarts = 2;                  // for each download
 
@@ -42,7 +42,7 @@ void SetDownloadPauseUnit(std::chrono::milliseconds unit) {
 }
 
 bool TPodcastResumption::CanResume() const noexcept {
-    return !FValidator.isEmpty() && FHeld >= kEnough;
+    return !FValidator.isEmpty() && FHeld >= kMinProgress;
 }
 
 void TPodcastResumption::Prepare(vexa::HttpGet& request) {
@@ -73,7 +73,7 @@ TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseIn
 
 void TPodcastResumption::Arrived(std::size_t size) {
     FHeld += static_cast<qint64>(size);
-    FIsWorthwhile = FIsWorthwhile || FHeld >= kEnough;
+    FIsWorthwhile = FIsWorthwhile || FHeld >= kMinProgress;
     if (FSize > 0 && FHeld > FSize) throw std::runtime_error("the server sent more than the file that it announced");
 }
 
@@ -105,7 +105,7 @@ TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInf
 }
 
 TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
-    if (FHeld - FHeldBefore >= kEnough) FPauses = 0;
+    if (FHeld - FHeldBefore >= kMinProgress) FPauses = 0;
     const bool mayRestart = FRestarts < kMostRestarts;
     if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanResume() || mayRestart))
         return {Decision::Kind::Failed, {}, reason};

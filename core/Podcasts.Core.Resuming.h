@@ -5,7 +5,7 @@
 // A download is resumed only if the server confirms that the file is still the same. The request for the rest carries a
 // strong validator (RFC 9110, sections 8.8 and 13.1.5), and the response must start at exactly the requested byte, have
 // the same validator, and belong to a file of the same total size. Any other response is another file, or the same file
-// from its start: the bytes that have arrived are discarded and the file is begun anew. So a file never has parts of
+// from its start: the bytes that have arrived are discarded and the file is started again. So a file never has parts of
 // two versions. docs/downloads.md describes the rules for users.
 
 #include "VEXA.Runtime.Http.h"
@@ -66,7 +66,7 @@ private:
 
     bool FHasBegun = false;      // the body of some response was accepted
     bool FIsWorthwhile = false;  // some attempt has brought enough bytes to be worth resuming
-    int FRestarts = 0;           // how often the file was begun anew
+    int FRestarts = 0;           // how often the file was started again
     int FPauses = 0;             // since an attempt brought enough bytes
 };
 

@@ -116,7 +116,7 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
             continue;
         }
         const std::size_t count = others.size() + (turn->IsSecondTry ? 0 : 1);
-        for (std::size_t told = 0; told < count; ++told) finished(subscription);
+        for (std::size_t i = 0; i < count; ++i) finished(subscription);
         others.clear();
     }
     for (const auto& [text, subscriptions] : firstTries)

@@ -1,5 +1,7 @@
 #include "Podcasts.Core.TargetFile.h"
 
+#include "VEXA.Runtime.Files.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -24,13 +26,6 @@ constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 void TPodcastTargetFile::Fail(const char* what) const {
     const char* reason = std::strerror(errno);
     throw std::runtime_error(std::string(what) + " " + FFileName.toStdString() + ": " + reason);
-}
-
-bool TPodcastTargetFile::IsStillLinked() const {
-    struct stat opened {
-    }, named{};
-    return fstat(FDescriptor, &opened) == 0 && stat(QFile::encodeName(FFileName).constData(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
 bool TPodcastTargetFile::Open(const QString& fileName) {
@@ -58,7 +53,7 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
                                      "; try again when it has finished");
         }
         // The previous holder of the lock may have removed the file.
-        if (IsStillLinked()) return FIsOurs;
+        if (vexa::IsFileNamed(FDescriptor, path)) return FIsOurs;
         Close();
     }
 }
@@ -93,7 +88,7 @@ void TPodcastTargetFile::Write(const char* data, std::size_t size) {
 
 void TPodcastTargetFile::Flush() {
     if (fdatasync(FDescriptor) != 0) Fail("cannot write the file");
-    if (!IsStillLinked())
+    if (!vexa::IsFileNamed(FDescriptor, QFile::encodeName(FFileName)))
         throw std::runtime_error("the file " + FFileName.toStdString() + " was taken away while it was downloaded");
 }
 
@@ -103,7 +98,8 @@ void TPodcastTargetFile::Close() noexcept {
 }
 
 void TPodcastTargetFile::Discard() noexcept {
-    if (FDescriptor >= 0 && FIsOurs && IsStillLinked()) unlink(QFile::encodeName(FFileName).constData());
+    const QByteArray path = QFile::encodeName(FFileName);
+    if (FDescriptor >= 0 && FIsOurs && vexa::IsFileNamed(FDescriptor, path)) unlink(path.constData());
     Close();
 }
 

@@ -33,7 +33,6 @@ public:
 
 private:
     [[noreturn]] void Fail(const char* what) const;
-    bool IsStillLinked() const;
 
     QString FFileName;
     int FDescriptor = -1;

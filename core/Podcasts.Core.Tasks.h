@@ -31,8 +31,8 @@ public:
 
 private:
     /// Refreshes the feed of the run's current turn. True for a transient failure, see HttpErrorInfo.
-    bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
-    bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
+    [[nodiscard]] bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
+    [[nodiscard]] bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
     void AddOutcome(TPodcastRefreshOutcome outcome);
     /// `newURL`: the feed's new address, which it gets unless another feed has it; empty when the feed has not moved.
     void MergeFeed(TPodcastFeed& feed, const QString& newURL, const TPodcastDocumentNote& note,
@@ -52,7 +52,7 @@ public:
 private:
     struct Download;
     /// False when there is nothing to fetch: the file exists already, or the outcome has an error.
-    bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
+    [[nodiscard]] bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
     /// Fetches the file, over as many connections as it takes.
     void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
     /// Fetches as much as one connection brings.
@@ -61,13 +61,13 @@ private:
     bool Accept(Download& download, const vexa::HttpResponseInfo& response);
     /// Opens the file once enough of the body has arrived to recognise it as audio, and writes those bytes. Throws for
     /// a web page. False when another download has completed the file meanwhile.
-    bool BeginFile(Download& download, bool isWhole);
+    [[nodiscard]] bool BeginFile(Download& download, bool isWhole);
     /// Opens the file for the response; false when another download has completed it meanwhile.
-    bool OpenTarget(Download& download);
+    [[nodiscard]] bool OpenTarget(Download& download);
     /// Returns after `pause`, or as soon as the download has to stop.
     void WaitForConnection(Download& download, std::chrono::milliseconds pause);
     /// Whether the task is cancelled, or the file is no longer needed.
-    bool ShouldStop(Download& download);
+    [[nodiscard]] bool ShouldStop(Download& download);
     /// Records the file, or removes it when the outcome has an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };

@@ -96,9 +96,9 @@ public:
     void Add(const QString& item);
     void Add(const QStringList& items);
     /// Removes the item added last; returns false and clears `item` when there is none.
-    bool Pop(QString& item);
+    [[nodiscard]] bool Pop(QString& item);
     /// Finds the item that Pop would remove.
-    bool Peek(QString& item) const;
+    [[nodiscard]] bool Peek(QString& item) const;
     void Remove(const QString& item);
     void Clear();
     QStringList Upcoming(qsizetype count) const override;
@@ -219,7 +219,7 @@ public:
     void Subscribe(TPodcastFeed& feed);
     /// Like Subscribe, but returns false and changes nothing if a feed with that address is stored by now. Any thread;
     /// it waits until the main thread has notified the listeners.
-    bool SubscribeNew(TPodcastFeed& feed);
+    [[nodiscard]] bool SubscribeNew(TPodcastFeed& feed);
     /// Returns the names of the cached files that should have been deleted but were kept, because there is no trash for
     /// them. Any thread.
     QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);

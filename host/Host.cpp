@@ -3,8 +3,10 @@
 #include "ErrorInfo.h"
 #include "FileInfo.h"
 #include "Filters.h"
+#include "Guarded.h"
 #include "Images.h"
 #include "ObjectList.h"
+#include "Steps.h"
 #include "Streams.h"
 
 #include <QDir>
@@ -75,7 +77,7 @@ Host::Host(const HostOptions& options)
 }
 
 Host::~Host() {
-    UnloadPlugins();
+    Guarded("unloading the plug-ins", [this] { UnloadPlugins(); });
 }
 
 bool Host::ChooseLanguage(const QString& language) {
@@ -103,18 +105,18 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
     return FPlugins.back();
 }
 
-QString Host::UnloadPlugins() {
+void Host::UnloadPlugins() {
+    Steps ending;
     FPlaylists->StopDescribing();
     FAddresses->Stop();
-    QStringList problems{FPlaylists->Save()};
+    ending.Take([this] { FPlaylists->Save(); });
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
     FHttp->CancelAll();
-    problems += FConfig->Save();
+    ending.Take([this] { FConfig->Save(); });
     FCore->RemoveExtensions(0);
     FPlugins.clear();
-    problems.removeAll({});
-    return problems.join(QStringLiteral("; "));
+    ending.ThrowIfFailed();
 }
 
 }  // namespace vexa::host

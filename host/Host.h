@@ -45,8 +45,8 @@ public:
     const std::vector<Plugin>& Plugins() const noexcept { return FPlugins; }
     /// Writes the playlists, finalises the storages and then the plug-ins, both in reverse order, cancels
     /// transfers, writes the settings, and releases every extension and plug-in. No other thread may call an extension
-    /// any more. Returns what could not be written and why; empty when everything was written.
-    QString UnloadPlugins();
+    /// any more. Throws std::runtime_error at the end when something could not be written.
+    void UnloadPlugins();
 
     /// Switches the language and stores the choice for the next start. False, with nothing changed, when there is no
     /// such language.

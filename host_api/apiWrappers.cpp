@@ -1,6 +1,5 @@
 #include "apiWrappers.h"
 
-#include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QLocale>
@@ -257,24 +256,6 @@ void TVEXAServiceConfig::WriteBool(const QString& keyPath, bool value) {
 
 void TVEXAServiceConfig::WriteString(const QString& keyPath, const QString& value) {
     FService->SetValueAsString(ToHostString(keyPath).Get(), ToHostString(value).Get());
-}
-
-QString CaughtMessage() {
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        return QString::fromUtf8(error.what());
-    } catch (...) {
-        return {};
-    }
-}
-
-void LogCaughtException(const char* what) noexcept {
-    const QString message = CaughtMessage();
-    if (message.isEmpty())
-        qCWarning(LogPlugin).noquote() << what << "failed for an unknown reason";
-    else
-        qCWarning(LogPlugin).noquote() << what << "failed:" << message;
 }
 
 }  // namespace vexa

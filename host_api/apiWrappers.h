@@ -7,6 +7,8 @@
 // TVEXAAPIWrappers::Initialize and Finalize, which are called on the main thread.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Guard.h"
+#include "VEXA.Runtime.Log.h"
 #include "VEXA.SDK.h"
 
 #include <QString>
@@ -44,7 +46,7 @@ void RaiseIfFailed(HResult code, const QString& format = QStringLiteral("%d"));
 Ref<IVEXACore> HostCore();
 
 /// False when there is no core, or when the host lacks the service.
-bool QueryHostService(const Guid& iid, void** service) noexcept;
+[[nodiscard]] bool QueryHostService(const Guid& iid, void** service) noexcept;
 
 template <class Service>
 Ref<Service> HostService() noexcept {
@@ -134,7 +136,7 @@ constexpr bool AreGiven(const Pointers*... pointers) noexcept {
 
 /// Sets the out arguments to null, as they must be on failure; false when one of them is not given.
 template <class... Objects>
-bool ClearOut(Objects**... out) noexcept {
+[[nodiscard]] bool ClearOut(Objects**... out) noexcept {
     ((out ? void(*out = nullptr) : void()), ...);
     return AreGiven(out...);
 }
@@ -195,7 +197,9 @@ protected:
 /// Runs `body` on behalf of the host and returns its result, or S_OK if it has none. An exception is logged with `what`
 /// and turned into `failure`.
 template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
+HResult GuardedCall(const char* what, Body&& body, HResult failure = E_UNEXPECTED) noexcept {
+    return GuardedCall(LogPlugin(), what, body, failure);
+}
 
 /// An object that the host reads and writes as a property list. Each operation first calls CanProceed, and then the
 /// virtual function of the same name with the prefix Do; derived classes override the functions that they support.
@@ -320,25 +324,5 @@ private:
 
     Ownership FOwnership = Ownership::Borrowed;
 };
-
-/// The message of the exception that is being handled; empty when it has none.
-QString CaughtMessage();
-/// Logs a warning that `what` failed, with the message of the exception that is being handled.
-void LogCaughtException(const char* what) noexcept;
-
-template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
-    try {
-        if constexpr (std::is_void_v<decltype(body())>) {
-            body();
-            return S_OK;
-        } else {
-            return body();
-        }
-    } catch (...) {
-        LogCaughtException(what);
-        return failure;
-    }
-}
 
 }  // namespace vexa

@@ -5,7 +5,7 @@
 namespace vexa {
 
 void ShowCaughtException(const char* what) noexcept {
-    LogCaughtException(what);
+    LogCaughtException(LogPlugin(), what);
     GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
 }
 

@@ -137,6 +137,13 @@ bool FileExists(const QString& fileName) {
     return stat(QFile::encodeName(fileName).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+bool IsFileNamed(int descriptor, const QByteArray& name) noexcept {
+    struct stat opened {
+    }, named{};
+    return fstat(descriptor, &opened) == 0 && stat(name.constData(), &named) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
+}
+
 bool MoveToRecycleBin(const QString& fileName) {
     const QFileInfo file(fileName);
     if (!file.exists() && !file.isSymLink()) return true;

@@ -31,9 +31,13 @@ VEXA_RUNTIME_API bool MatchesFileMask(const QString& text, const QString& masks)
 /// Whether a regular file of that name exists, symbolic links followed.
 VEXA_RUNTIME_API bool FileExists(const QString& fileName);
 
+/// Whether an open file still has this name (as QFile::encodeName gives it): it may have been renamed or deleted, and
+/// another one created in its place.
+[[nodiscard]] VEXA_RUNTIME_API bool IsFileNamed(int descriptor, const QByteArray& name) noexcept;
+
 /// Moves a file to the desktop's trash. True when the file is gone, also if it was missing before; false when there is
 /// no trash for the file, which then stays where it is; a warning is logged.
-VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName);
+[[nodiscard]] VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName);
 
 /// `folder` with a delimiter at its end, added unless it has one already.
 VEXA_RUNTIME_API QString WithTrailingDelimiter(const QString& folder);

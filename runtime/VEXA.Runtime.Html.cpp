@@ -18,7 +18,7 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kLook = 1024;               // bytes searched for the first tag and the charset
+constexpr qsizetype kSniffedBytes = 1024;       // bytes searched for the first tag and the charset
 constexpr qsizetype kMostRead = 1024 * 1024;    // bytes; links are in a page's head
 constexpr int kDeepest = 256;                   // elements; the parser searches all open ones for each end tag
 constexpr std::size_t kLongestTag = 64 * 1024;  // bytes; the parser compares each attribute with all before it
@@ -120,7 +120,8 @@ private:
 }  // namespace
 
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
-    const std::string start = DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kLook))});
+    const std::string start =
+        DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kSniffedBytes))});
     if (BeginsLikeHtmlPage(QByteArrayView(start))) return true;
     if (mimeType != u"text/html" && mimeType != u"application/xhtml+xml") return false;
     // Skip the XML declaration and comments, which may precede the first tag.
@@ -138,7 +139,7 @@ std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& char
     QByteArray start = bytes.left(kMostRead);
     if (start.size() < bytes.size()) start.truncate(start.lastIndexOf('>') + 1);  // do not cut within a character
     std::string page = DecodeXml({start.constData(), static_cast<std::size_t>(start.size())},
-                                 charset.isEmpty() ? CharsetOf(start.left(kLook)) : charset);
+                                 charset.isEmpty() ? CharsetOf(start.left(kSniffedBytes)) : charset);
     std::replace(page.begin(), page.end(), '\0', ' ');  // the parser would stop there
     LinkCollector collector(relation, type);
     collector.Read(page);

@@ -116,8 +116,8 @@ struct HttpFetcher::Impl {
     }
 
     milliseconds SilenceOf(const Item& item, Clock::time_point now) const {
-        const auto since = [&](const Item& one) {
-            return std::chrono::duration_cast<milliseconds>(now - one.LastArrival);
+        const auto since = [&](const Item& candidate) {
+            return std::chrono::duration_cast<milliseconds>(now - candidate.LastArrival);
         };
         if (item.At == Item::Stage::Done || item.IsPaused) return {};
         if (item.IsRunning()) return since(item);

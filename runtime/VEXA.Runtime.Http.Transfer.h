@@ -57,7 +57,7 @@ public:
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 
     /// Sets the handle's options. False when the request's address is invalid; the outcome is then BadAddress.
-    bool Prepare(CURL* easy);
+    [[nodiscard]] bool Prepare(CURL* easy);
     /// Derives the outcome from libcurl's code. Call it while the handle still belongs to the multi handle. True when
     /// the request has to be performed once more: remove the handle, and call Prepare again.
     bool End(CURLcode code);

@@ -281,10 +281,6 @@ SqliteSnapshot::~SqliteSnapshot() {
     }
 }
 
-void SqliteReader::Interrupt() noexcept {
-    sqlite3_interrupt(FHandle);
-}
-
 // ---- SqliteDatabase ----
 
 SqliteDatabase::~SqliteDatabase() = default;

@@ -50,7 +50,7 @@ class VEXA_RUNTIME_API SqliteRows {
 public:
     virtual ~SqliteRows();
     /// Steps to the next row; false at the end.
-    virtual bool Next() = 0;
+    [[nodiscard]] virtual bool Next() = 0;
     virtual int ColumnCount() const = 0;
     virtual QString Text(int column) const = 0;
     virtual int Integer(int column) const = 0;
@@ -176,8 +176,6 @@ public:
     void ExecuteSQL(std::string_view sql);
     /// A number that changes whenever another connection commits.
     qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
-    /// Makes the running statement fail with an error. Any thread may call it.
-    void Interrupt() noexcept;
 };
 
 /// During the lifetime of a snapshot, the reader sees one unchanging state of the database.

@@ -1,5 +1,6 @@
 #include "VEXA.Runtime.Settings.h"
 
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QDir>
@@ -47,7 +48,7 @@ public:
             // With any other error the file system has no locks: go on without.
             const bool isHeld = flock(FDescriptor, LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR);
             // If the lock is free but the name is another file's, the previous holder has renamed this one: try again.
-            if (!isHeld && IsStillNamed()) return;
+            if (!isHeld && IsFileNamed(FDescriptor, FName)) return;
             Close();
             if (std::chrono::steady_clock::now() > deadline)
                 vexa::Fail(kWhat, FFileName, QStringLiteral("another program is writing them; try again in a moment"));
@@ -55,7 +56,7 @@ public:
         }
     }
     ~SettingsSuccessor() {
-        if (IsStillNamed()) unlink(FName.constData());
+        if (IsFileNamed(FDescriptor, FName)) unlink(FName.constData());
         Close();
     }
     SettingsSuccessor(const SettingsSuccessor&) = delete;
@@ -77,12 +78,6 @@ private:
     static inline const QString kWhat = QStringLiteral("cannot write the settings");
 
     [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, QString::fromLocal8Bit(std::strerror(errno))); }
-    bool IsStillNamed() const {
-        struct stat opened {
-        }, named{};
-        return fstat(FDescriptor, &opened) == 0 && stat(FName.constData(), &named) == 0 &&
-               opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
-    }
     void Close() { close(FDescriptor); }
 
     const QString FFileName;

@@ -150,9 +150,9 @@ private:
         if (!QCoreApplication::instance() || FEventPosted.exchange(true)) return;
         // Created by the first thread that posts, then moved to the main thread, whose event loop it wakes up.
         static Waker* waker = [] {
-            auto* made = new Waker;
-            made->moveToThread(QCoreApplication::instance()->thread());
-            return made;
+            auto* created = new Waker;
+            created->moveToThread(QCoreApplication::instance()->thread());
+            return created;
         }();
         QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
     }
@@ -346,10 +346,6 @@ Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) 
 }
 
 Timer::~Timer() = default;
-
-std::chrono::milliseconds Timer::Interval() const {
-    return FImpl->Clock.intervalAsDuration();
-}
 
 bool Timer::IsEnabled() const {
     return FImpl->Clock.isActive();

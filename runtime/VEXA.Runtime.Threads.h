@@ -45,7 +45,7 @@ using TaskHandle = std::uint64_t;
 
 enum class TaskPriority { Low, Normal, High };
 
-/// A piece of work for the pool, which owns it. The virtual functions stand in slot order: interface query, complete,
+/// A piece of work for the pool, which owns it. Its virtual functions are in slot order: interface query, complete,
 /// execute, caption, priority, cancelled flag.
 class VEXA_RUNTIME_API Task {
 public:
@@ -93,7 +93,6 @@ public:
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    std::chrono::milliseconds Interval() const;
     bool IsEnabled() const;
     void SetEnabled(bool enabled);
 

@@ -1,6 +1,7 @@
 #pragma once
 // Splits a document that need not be well-formed into pieces. Part of VEXA.Runtime.XML.
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,8 +29,8 @@ class XmlPieces {
 public:
     explicit XmlPieces(std::string_view text) : FText(text) {}
 
-    /// False at the end of the text.
-    bool Next(XmlPiece& piece);
+    /// Nothing at the end of the text.
+    [[nodiscard]] std::optional<XmlPiece> Next();
 
 private:
     /// The markup that begins with the "<" at `begin`; a piece of text when it is not markup.
@@ -42,7 +43,12 @@ private:
     std::size_t FAt = 0;
 };
 
-/// Removes the first pair from `attributes`: its name, and its value with the quotation marks. False when none is left.
-bool TakeXmlAttribute(std::string_view& attributes, std::string_view& name, std::string_view& quoted);
+struct XmlAttribute {
+    std::string_view Name;
+    std::string_view Quoted;  // the value with its quotation marks
+};
+
+/// Removes the first pair from `attributes`; nothing when none is left.
+std::optional<XmlAttribute> TakeXmlAttribute(std::string_view& attributes);
 
 }  // namespace vexa

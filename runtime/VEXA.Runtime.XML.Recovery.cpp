@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -75,20 +76,20 @@ std::string Escaped(std::string_view text) {
 /// Rebuilds a well-formed document from the tags of a damaged text.
 class Repair {
 public:
-    /// Empty when the text was cut off, see RecoverXml.
-    std::string Run(std::string_view text) {
+    /// Nothing when the text was cut off, see RecoverXml.
+    std::optional<std::string> Run(std::string_view text) {
         text = FromDeclaration(text);
         const XmlPiece last = LastMarkup(text);
-        if (last.What != Kind::EndTag) return {};
+        if (last.What != Kind::EndTag) return std::nullopt;
         FRoot = last.Name;
         FOut.reserve(text.size() + text.size() / 8);
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece) && piece.Whole.data() != last.Whole.data();) {
-            if (FOpen.empty() && piece.What != Kind::StartTag) continue;
-            if (FOpen.empty() && piece.Name != FRoot) return {};
-            Take(piece);
+        for (auto piece = pieces.Next(); piece && piece->Whole.data() != last.Whole.data(); piece = pieces.Next()) {
+            if (FOpen.empty() && piece->What != Kind::StartTag) continue;
+            if (FOpen.empty() && piece->Name != FRoot) return std::nullopt;
+            Take(*piece);
         }
-        return EndRoot() ? std::move(FOut) : std::string();
+        return EndRoot() ? std::optional(std::move(FOut)) : std::nullopt;
     }
 
 private:
@@ -100,17 +101,17 @@ private:
     /// The text from its declaration on, without messages of the server's scripts before it.
     static std::string_view FromDeclaration(std::string_view text) {
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece);)
-            if (piece.What == Kind::Aside && piece.Whole.starts_with("<?xml "))
-                return text.substr(static_cast<std::size_t>(piece.Whole.data() - text.data()));
+        while (const auto piece = pieces.Next())
+            if (piece->What == Kind::Aside && piece->Whole.starts_with("<?xml "))
+                return text.substr(static_cast<std::size_t>(piece->Whole.data() - text.data()));
         return text;
     }
 
     static XmlPiece LastMarkup(std::string_view text) {
         XmlPiece last;
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece);)
-            if (piece.What != Kind::Aside && !(piece.What == Kind::Text && IsBlank(piece.Whole))) last = piece;
+        while (const auto piece = pieces.Next())
+            if (piece->What != Kind::Aside && !(piece->What == Kind::Text && IsBlank(piece->Whole))) last = *piece;
         return last;
     }
 
@@ -130,10 +131,13 @@ private:
         if (piece.Name == kItem && IsOpen(kItem)) Close(kItem);
         FOut += '<';
         FOut += piece.Name;
-        std::string_view attributes = piece.Attributes, name, quoted;
-        for (int i = 0; i < kMostAttributes && TakeXmlAttribute(attributes, name, quoted); ++i) {
+        std::string_view attributes = piece.Attributes;
+        for (int i = 0; i < kMostAttributes; ++i) {
+            const auto attribute = TakeXmlAttribute(attributes);
+            if (!attribute) break;
+            const std::string_view quoted = attribute->Quoted;
             FOut += ' ';
-            FOut += name;
+            FOut += attribute->Name;
             FOut += '=';
             FOut += quoted.front();
             FOut += Escaped(quoted.substr(1, quoted.size() - 2));
@@ -252,13 +256,13 @@ bool RecoverXml(std::string_view text, pugi::xml_document& tree) {
     static std::once_flag isReady;  // libxml2 must be initialised before several threads use it
     std::call_once(isReady, xmlInitParser);
     tree.reset();
-    const std::string repaired = Repair().Run(text);
-    if (repaired.empty() || repaired.size() > INT_MAX) return false;
+    const std::optional<std::string> repaired = Repair().Run(text);
+    if (!repaired || repaired->size() > INT_MAX) return false;
     const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(
-        xmlCreateMemoryParserCtxt(repaired.data(), static_cast<int>(repaired.size())), xmlFreeParserCtxt);
+        xmlCreateMemoryParserCtxt(repaired->data(), static_cast<int>(repaired->size())), xmlFreeParserCtxt);
     if (!parser) throw std::bad_alloc();
     xmlCtxtUseOptions(parser.get(), XML_PARSE_RECOVER | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    TreeBuilder builder(tree, repaired.size());
+    TreeBuilder builder(tree, repaired->size());
     *parser->sax = TreeBuilder::Handler();
     parser->userData = &builder;
     xmlParseDocument(parser.get());

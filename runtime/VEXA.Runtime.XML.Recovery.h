@@ -16,6 +16,6 @@ namespace vexa {
 /// looks like markup becomes text. An end tag closes the nearest element of its name and all elements left open inside
 /// that one; an end tag without an element becomes text, too. An RSS item ends where the next one begins. Document
 /// types and the entities that they declare are left out, and nothing is fetched.
-bool RecoverXml(std::string_view text, pugi::xml_document& tree);
+[[nodiscard]] bool RecoverXml(std::string_view text, pugi::xml_document& tree);
 
 }  // namespace vexa

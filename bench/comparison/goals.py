@@ -1,4 +1,4 @@
-"""What we want to reach. The seconds are those of two ordinary cores; the ratios hold on any machine."""
+"""The performance goals. Times are for two ordinary cores; ratios hold on any machine."""
 
 from . import works
 

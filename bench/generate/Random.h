@@ -13,16 +13,10 @@ class Random {
 public:
     Random(std::initializer_list<std::uint64_t> seeds) noexcept {
         for (const std::uint64_t seed : seeds) {
-<<<<<<< HEAD:bench/generate/Random.h
             FState ^= seed;
-            // Mixed, not only added to: neighbouring seeds would give one sequence, shifted by a step.
-            FState = Next();
-=======
-            state_ ^= seed;
             // Mix after each seed: merely combining them would give neighbouring seeds the same sequence, shifted by
             // one step.
-            state_ = Next();
->>>>>>> prose-engine:bench/generate/random.h
+            FState = Next();
         }
     }
 

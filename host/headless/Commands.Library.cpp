@@ -105,11 +105,8 @@ QJsonObject Find(Host& host, const QStringList& arguments) {
     const auto location = storage.Find(arguments[0]);
     if (!location) throw CommandError(arguments[0] + u" is not in the library");
     QJsonArray node;
-    for (const TreePair& pair : location->Node) {
-        QString value;
-        Convert(pair.Value, value);
-        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), value}};
-    }
+    for (const TreePair& pair : location->Node)
+        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), ToText(pair.Value)}};
     return {{QStringLiteral("node"), node}, {QStringLiteral("filtered"), static_cast<bool>(location->Filter)}};
 }
 

@@ -5,6 +5,7 @@
 #include "Guarded.h"
 #include "Library.h"
 #include "ObjectList.h"
+#include "Properties.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -86,15 +87,8 @@ QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
     for (std::int32_t i = 0; i < outcomes->GetCount(); ++i) {
         Ref<IVEXAMLTaskOutcome> outcome;
         if (Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        const auto number = [&](std::int32_t id) {
-            std::int32_t value = 0;
-            return Succeeded(outcome->GetValueAsInt32(id, &value)) ? value : 0;
-        };
+        const auto text = [&](std::int32_t id) { return TextOf(outcome.Get(), id); };
+        const auto number = [&](std::int32_t id) { return NumberOf(outcome.Get(), id); };
         list += QJsonObject{{QStringLiteral("item"), text(IVEXAMLTaskOutcome::Item)},
                             {QStringLiteral("caption"), text(IVEXAMLTaskOutcome::Caption)},
                             {QStringLiteral("new"), number(IVEXAMLTaskOutcome::NewCount)},

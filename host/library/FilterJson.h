@@ -20,7 +20,7 @@ namespace vexa::host {
 QJsonObject FilterToJson(IVEXAMLGroupFilter& filter);
 /// Adds the conditions and groups of the JSON to one of the host's filters, and sets the filter's operation and the
 /// other properties. Invalid parts are left out; false when there were any.
-bool AddJsonToFilter(const QJsonObject& json, IVEXAMLGroupFilter& filter);
+[[nodiscard]] bool AddJsonToFilter(const QJsonObject& json, IVEXAMLGroupFilter& filter);
 
 /// The names of the fields of all conditions, each once.
 QStringList FieldsOfFilter(const QJsonObject& json);

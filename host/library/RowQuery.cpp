@@ -31,17 +31,11 @@ void AddCondition(IVEXAMLGroupFilter& group, const RowCondition& condition) {
     const Ref<IVEXAString> field = MakeString(condition.Field);
     if (!condition.OneOf.empty()) {
         std::vector<Variant> values(condition.OneOf.size());
-        std::transform(condition.OneOf.begin(), condition.OneOf.end(), values.begin(), [](const PropertyValue& value) {
-            Variant variant;
-            ToVariant(value, variant);
-            return variant;
-        });
+        std::transform(condition.OneOf.begin(), condition.OneOf.end(), values.begin(), ToVariant);
         group.AddArray(field.Get(), values.data(), static_cast<std::int32_t>(values.size()), nullptr);
         return;
     }
-    Variant value1, value2;
-    ToVariant(condition.Value1, value1);
-    ToVariant(condition.Value2, value2);
+    const Variant value1 = ToVariant(condition.Value1), value2 = ToVariant(condition.Value2);
     group.Add(field.Get(), &value1, condition.Operation == IVEXAMLFieldFilter::Between ? &value2 : nullptr,
               condition.Operation, nullptr);
 }

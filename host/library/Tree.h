@@ -58,9 +58,8 @@ public:
         return (FProvider->GetCapabilities() & capability) != 0;
     }
 
-    /// The path to the node with the given values, or captions, one per level; nothing when one of them does not exist.
+    /// The path to the node with the given values, one per level; nothing when one of them does not exist.
     std::optional<TreePath> FindByValues(const QStringList& values) const;
-    std::optional<TreePath> FindByCaptions(const QStringList& captions) const;
 
     /// Adds a node's conditions to a filter: those of the whole path, so that a source below "new" selects only what is
     /// new of that source. Throws LibraryError when the provider cannot add them.
@@ -70,7 +69,6 @@ public:
 
 private:
     std::vector<TreeNode> List(std::vector<TreePair> selection) const;
-    std::optional<TreePath> Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const;
 
     Ref<IVEXAMLGroupingTreeDataProvider> FProvider;
 };

@@ -1,6 +1,7 @@
 #include "Menus.h"
 
 #include "Guarded.h"
+#include "Properties.h"
 
 #include <algorithm>
 
@@ -30,13 +31,8 @@ Ref<Interface> ObjectOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
     return object;
 }
 
-QString TextOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
-    return ToQString(ObjectOf<IVEXAString>(item, property).Get());
-}
-
 bool IsSet(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
-    std::int32_t value = 0;
-    return Failed(item.GetValueAsInt32(property, &value)) || value != 0;
+    return NumberOf(&item, property, 1) != 0;
 }
 
 }  // namespace
@@ -92,11 +88,11 @@ std::vector<MenuManager::Item> MenuManager::Children(IVEXAMenuItem& parent) cons
 }
 
 QString MenuManager::ID(IVEXAMenuItem& item) const {
-    return TextOf(item, IVEXAMenuItem::ID);
+    return TextOf(&item, IVEXAMenuItem::ID);
 }
 
 QString MenuManager::Caption(IVEXAMenuItem& item) const {
-    const QString own = TextOf(item, IVEXAMenuItem::Caption);
+    const QString own = TextOf(&item, IVEXAMenuItem::Caption);
     const QString id = ID(item);
     return own.isEmpty() && !id.isEmpty() ? FLanguage->Text(u"Actions\\" + id) : own;
 }
@@ -110,7 +106,7 @@ bool MenuManager::IsVisible(IVEXAMenuItem& item) const {
 }
 
 QKeySequence MenuManager::Shortcut(IVEXAMenuItem& item) const {
-    return QKeySequence::fromString(TextOf(item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
+    return QKeySequence::fromString(TextOf(&item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
 }
 
 Ref<IVEXAImage> MenuManager::Glyph(IVEXAMenuItem& item) const {

@@ -27,11 +27,7 @@ public:
 
     const PropertyStore& Properties() const noexcept { return FStore; }
     /// The text of a property; empty when it has none.
-    QString Text(std::int32_t id) const {
-        QString text;
-        Convert(FStore.Find(id), text);
-        return text;
-    }
+    QString Text(std::int32_t id) const { return ToText(FStore.Find(id)); }
 
     void BeginUpdate() noexcept override { ++FUpdateDepth; }
     void EndUpdate() noexcept override {

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <map>
+#include <optional>
 #include <span>
 #include <variant>
 
@@ -20,14 +21,24 @@ struct PropertyRule {
     const Guid* Object = nullptr;
 };
 
-/// Conversions between numbers and texts; false when a conversion would lose something.
-bool Convert(const PropertyValue& value, std::int32_t& number) noexcept;
-bool Convert(const PropertyValue& value, std::int64_t& number) noexcept;
-bool Convert(const PropertyValue& value, double& number) noexcept;
-bool Convert(const PropertyValue& value, QString& text);
+/// Conversions between numbers (std::int32_t, std::int64_t, double) and texts (QString); nothing when one would lose
+/// something, or the value is empty or an object.
+template <class Type>
+std::optional<Type> Converted(const PropertyValue& value);
+template <>
+std::optional<std::int32_t> Converted(const PropertyValue& value);
+template <>
+std::optional<std::int64_t> Converted(const PropertyValue& value);
+template <>
+std::optional<double> Converted(const PropertyValue& value);
+template <>
+std::optional<QString> Converted(const PropertyValue& value);
+/// The text of a number or text; empty for an empty value or an object.
+QString ToText(const PropertyValue& value);
+
 PropertyValue FromVariant(const Variant& value);
-/// False when the value is an object.
-bool ToVariant(const PropertyValue& value, Variant& variant);
+/// Empty for an empty value or an object.
+Variant ToVariant(const PropertyValue& value);
 
 class PropertyStore {
 public:
@@ -44,7 +55,9 @@ public:
         *number = 0;
         const PropertyValue& value = Find(id);
         if (std::holds_alternative<std::monostate>(value)) return E_NOTIMPL;
-        return Convert(value, *number) ? S_OK : E_FAIL;
+        const auto converted = Converted<Number>(value);
+        *number = converted.value_or(0);
+        return converted ? S_OK : E_FAIL;
     }
     HResult GetObject(std::int32_t id, const Guid& iid, void** object) const;
     HResult GetVariant(std::int32_t id, Variant* variant) const;

@@ -35,6 +35,6 @@ QByteArray ReadRest(IVEXAStream& stream, std::int64_t mostBytes = MemoryStream::
 
 /// Replaces everything from the stream's position on by `bytes`, and leaves the position after them. On failure the
 /// stream's old contents are restored, as far as it can still be written to.
-HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
+[[nodiscard]] HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
 
 }  // namespace vexa::host

@@ -28,26 +28,43 @@ constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no 
 constexpr int kThroughFile = 0x80;             // the stream is downloaded to a temporary file and read from there
 
 struct FreeMessage {
-    void operator()(GstMessage* message) const { gst_message_unref(message); }
+    void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
 };
 using Message = std::unique_ptr<GstMessage, FreeMessage>;
 
-QString Initialize() {
-    static const QString problem = [] {
-        GError* error = nullptr;
-        if (!gst_init_check(nullptr, nullptr, &error)) {
-            QString text = QString::fromUtf8(error ? error->message : "it cannot start");
-            if (error) g_error_free(error);
-            return text;
-        }
-        for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"}) {
-            GstElementFactory* factory = gst_element_factory_find(needed);
-            if (!factory) return QString(u"GStreamer lacks its element " + QString::fromLatin1(needed));
-            gst_object_unref(factory);
-        }
-        return QString();
-    }();
-    return problem;
+struct FreeMemory {
+    void operator()(void* memory) const noexcept { g_free(memory); }
+};
+
+struct FreeError {
+    void operator()(GError* error) const noexcept { g_error_free(error); }
+};
+using Error = std::unique_ptr<GError, FreeError>;
+
+QString Text(const Error& error) {
+    return error ? QString::fromUtf8(error->message) : QString();
+}
+
+/// Why GStreamer cannot play; empty when it can.
+QString StartGStreamer() {
+    GError* failed = nullptr;
+    const bool isStarted = gst_init_check(nullptr, nullptr, &failed);
+    const Error error(failed);
+    if (!isStarted) return error ? Text(error) : QStringLiteral("it cannot start");
+    for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"})
+        if (!GstRef<GstElementFactory>(gst_element_factory_find(needed)))
+            return u"GStreamer lacks its element " + QString::fromLatin1(needed);
+    return {};
+}
+
+/// Throws std::runtime_error when GStreamer cannot play.
+void Initialize() {
+    static const QString problem = StartGStreamer();
+    if (!problem.isEmpty()) throw std::runtime_error(problem.toStdString());
+}
+
+GstRef<GstBus> BusOf(const GstRef<GstElement>& pipeline) {
+    return GstRef<GstBus>(gst_element_get_bus(pipeline.get()));
 }
 
 QByteArray ToUri(const QString& source) {
@@ -72,11 +89,11 @@ bool IsMadeBy(const char* factoryName, GstObject* object) {
     return factory && g_str_equal(gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory)), factoryName);
 }
 
-QString Text(const GError* error) {
-    return error ? QString::fromUtf8(error->message) : QString();
-}
-
 }  // namespace
+
+void FreeGstObject::operator()(void* object) const noexcept {
+    gst_object_unref(object);
+}
 
 MediaOutput::MediaOutput(const QString& sink) : FSink(sink) {
     FTicker.setInterval(kTick);
@@ -98,10 +115,8 @@ void MediaOutput::Start(const QString& source) {
     FIsThroughFile = false;
     FCanSeek = true;
     try {
-        if (const QString problem = Initialize(); !problem.isEmpty()) {
-            FProblem = Problem::NoPlayer;
-            throw std::runtime_error(problem.toStdString());
-        }
+        FProblem = Problem::NoPlayer;
+        Initialize();
         FProblem = Problem::NotFound;
         FUri = ToUri(source);
         FProblem = Problem::None;
@@ -116,32 +131,30 @@ void MediaOutput::Start(const QString& source) {
 void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
-    FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
-    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0),
-                 "audio-filter", gst_element_factory_make("scaletempo", nullptr), nullptr);
+    FPipeline.reset(GST_ELEMENT(gst_object_ref_sink(pipeline)));
+    g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags",
+                 kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter",
+                 gst_element_factory_make("scaletempo", nullptr), nullptr);
     if (!FIsLocal && !FIsThroughFile)
-        g_signal_connect(FPipeline, "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
+        g_signal_connect(FPipeline.get(), "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
-        GError* error = nullptr;
-        GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &error);
-        const QString problem = Text(error);
-        g_clear_error(&error);
-        if (sink) g_object_set(FPipeline, "audio-sink", sink, nullptr);
-        if (!problem.isEmpty()) qCWarning(LogHost).noquote() << "the sound's way out:" << problem;
+        GError* failed = nullptr;
+        GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &failed);
+        const Error error(failed);
+        if (sink) g_object_set(FPipeline.get(), "audio-sink", sink, nullptr);
+        if (error) qCWarning(LogHost).noquote() << "the sound's way out:" << Text(error);
     }
-    g_signal_connect(FPipeline, "source-setup", G_CALLBACK(SetUpSource), nullptr);
+    g_signal_connect(FPipeline.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
     SetVolume(FVolume);
 
-    GstBus* bus = gst_element_get_bus(FPipeline);
     // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
         auto* output = static_cast<MediaOutput*>(self);
         QMetaObject::invokeMethod(output, &MediaOutput::Drain, Qt::QueuedConnection);
         return GST_BUS_PASS;
     };
-    gst_bus_set_sync_handler(bus, handler, this, nullptr);
-    gst_object_unref(bus);
-    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure is reported as a message, too
+    gst_bus_set_sync_handler(BusOf(FPipeline).get(), handler, this, nullptr);
+    gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);  // a failure is reported as a message, too
 }
 
 void MediaOutput::Close() {
@@ -154,12 +167,9 @@ void MediaOutput::Close() {
 }
 
 void MediaOutput::Drop() {
-    GstElement* pipeline = std::exchange(FPipeline, nullptr);
-    gst_element_set_state(pipeline, GST_STATE_NULL);
-    GstBus* bus = gst_element_get_bus(pipeline);
-    gst_bus_set_sync_handler(bus, nullptr, nullptr, nullptr);
-    gst_object_unref(bus);
-    gst_object_unref(pipeline);
+    const GstRef<GstElement> pipeline = std::move(FPipeline);
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    gst_bus_set_sync_handler(BusOf(pipeline).get(), nullptr, nullptr, nullptr);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
     FTriesLeft = FTicksAtEnd = 0;
 }
@@ -171,7 +181,7 @@ void MediaOutput::OnElementAdded(GstBin* pipeline, GstBin*, GstElement* element,
     if (!IsMadeBy("oggdemux", GST_OBJECT(element))) return;
     auto* output = static_cast<MediaOutput*>(self);
     const auto reopen = [output, pipeline = GST_ELEMENT(pipeline)] {
-        if (output->FPipeline == pipeline) output->ReopenThroughFile();
+        if (output->FPipeline.get() == pipeline) output->ReopenThroughFile();
     };
     QMetaObject::invokeMethod(output, reopen, Qt::QueuedConnection);
 }
@@ -232,23 +242,21 @@ void MediaOutput::SetSpeed(double speed) {
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    if (FPipeline) g_object_set(FPipeline, "volume", FVolume * FVolume * FVolume, nullptr);
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
 }
 
 double MediaOutput::Position() const {
     if (!FPipeline) return FPosition;
     if (FTarget) return *FTarget;
     gint64 position = 0;
-    if (!FIsPrerolled || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) return FPosition;
+    if (!FIsPrerolled || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) return FPosition;
     const double seconds = static_cast<double>(position) / kSecond;
     return FDuration > 0 ? std::min(seconds, FDuration) : seconds;
 }
 
 void MediaOutput::Drain() {
     while (FPipeline) {
-        GstBus* bus = gst_element_get_bus(FPipeline);
-        const Message message(gst_bus_pop(bus));
-        gst_object_unref(bus);
+        const Message message(gst_bus_pop(BusOf(FPipeline).get()));
         if (!message) return;
         Handle(message.get());
     }
@@ -265,11 +273,10 @@ void MediaOutput::Handle(GstMessage* message) {
         case GST_MESSAGE_DURATION_CHANGED:
             return AskDuration();
         case GST_MESSAGE_WARNING: {
-            GError* error = nullptr;
-            gst_message_parse_warning(message, &error, nullptr);
+            GError* warning = nullptr;
+            gst_message_parse_warning(message, &warning, nullptr);
+            const QString text = Text(Error(warning));
             const bool isDevice = IsMadeBy("autoaudiosink", GST_MESSAGE_SRC(message));
-            const QString text = Text(error);
-            g_clear_error(&error);
             qCInfo(LogHost).noquote() << "playing:" << text;
             if (isDevice) Q_EMIT Warned(Problem::NoDevice, text);
             return;
@@ -281,7 +288,7 @@ void MediaOutput::Handle(GstMessage* message) {
             return UpdatePipeline();
         }
         case GST_MESSAGE_CLOCK_LOST:
-            gst_element_set_state(FPipeline, GST_STATE_PAUSED);
+            gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);
             return UpdatePipeline();
         default:
             return;
@@ -289,24 +296,24 @@ void MediaOutput::Handle(GstMessage* message) {
 }
 
 void MediaOutput::HandleError(GstMessage* message) {
-    GError* error = nullptr;
-    gchar* debug = nullptr;
-    gst_message_parse_error(message, &error, &debug);
+    GError* failed = nullptr;
+    gchar* details = nullptr;
+    gst_message_parse_error(message, &failed, &details);
+    const Error error(failed);
+    const std::unique_ptr<gchar, FreeMemory> debug(details);
     const QString text = Text(error);
-    qCInfo(LogHost).noquote() << "playing:" << text << (debug ? debug : "");
+    qCInfo(LogHost).noquote() << "playing:" << text << (debug ? debug.get() : "");
     Problem problem = Problem::Other;
-    if (g_error_matches(error, GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
+    if (g_error_matches(error.get(), GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
         problem = Problem::NoCodec;
     else if (FIsPrerolled)
         problem = FIsLocal ? Problem::Other : Problem::BrokeOff;
     else if (error && error->domain == GST_RESOURCE_ERROR)
         problem = Problem::NotFound;
-    const bool isSeek = FTarget && g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
-    g_clear_error(&error);
-    g_free(debug);
+    const bool isSeek = FTarget && g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
     if (isSeek)
         ReopenWithoutSeeking();
     else
@@ -336,7 +343,7 @@ bool MediaOutput::HasReachedEnd() {
     const bool isAtEnd =
         FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
     gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
-    if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
+    if (!isAtEnd || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;
         return false;
     }
@@ -347,14 +354,12 @@ bool MediaOutput::HasReachedEnd() {
 /// A connection that ends too early looks like the end of the file, unless the bytes are counted.
 bool MediaOutput::IsTruncated() const {
     if (FIsLocal) return false;
-    GstElement* source = nullptr;
-    g_object_get(FPipeline, "source", &source, nullptr);
-    if (!source) return false;
+    GstElement* held = nullptr;
+    g_object_get(FPipeline.get(), "source", &held, nullptr);
+    const GstRef<GstElement> source(held);
     gint64 size = 0, read = 0;
-    const bool isShort = gst_element_query_duration(source, GST_FORMAT_BYTES, &size) &&
-                         gst_element_query_position(source, GST_FORMAT_BYTES, &read) && size > 0 && read < size;
-    gst_object_unref(source);
-    return isShort;
+    return source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) &&
+           gst_element_query_position(source.get(), GST_FORMAT_BYTES, &read) && size > 0 && read < size;
 }
 
 void MediaOutput::Fail(Problem problem, const QString& details) {
@@ -374,7 +379,7 @@ void MediaOutput::OnPrerolled() {
         if (TrySeek(target)) return;
         FTarget = target;
         FTriesLeft = kSeekTries;
-        g_object_set(FPipeline, "mute", TRUE, nullptr);
+        g_object_set(FPipeline.get(), "mute", TRUE, nullptr);
         return UpdatePipeline();
     }
     if (FTriesLeft > 0) return;
@@ -386,7 +391,7 @@ void MediaOutput::OnPrerolled() {
 
 void MediaOutput::AskDuration() {
     gint64 duration = 0;
-    if (!gst_element_query_duration(FPipeline, GST_FORMAT_TIME, &duration) || duration <= 0) return;
+    if (!gst_element_query_duration(FPipeline.get(), GST_FORMAT_TIME, &duration) || duration <= 0) return;
     const double seconds = static_cast<double>(duration) / kSecond;
     if (seconds == FDuration) return;
     FDuration = seconds;
@@ -399,8 +404,8 @@ bool MediaOutput::TrySeek(double seconds) {
     FTarget = seconds;
     FHasPlayed = false;
     const auto position = static_cast<gint64>(std::llround(seconds * kSecond));
-    return gst_element_seek(FPipeline, FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE,
-                            0);
+    return gst_element_seek(FPipeline.get(), FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position,
+                            GST_SEEK_TYPE_NONE, 0);
 }
 
 void MediaOutput::SeekNow(double seconds) {
@@ -409,7 +414,7 @@ void MediaOutput::SeekNow(double seconds) {
 
 void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
-    g_object_set(FPipeline, "mute", FALSE, nullptr);
+    g_object_set(FPipeline.get(), "mute", FALSE, nullptr);
     UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
@@ -417,7 +422,7 @@ void MediaOutput::GiveUpSeeking() {
 void MediaOutput::UpdatePipeline() {
     if (!FPipeline) return;
     const bool canPlay = FIsPrerolled && !FIsBuffering;
-    gst_element_set_state(FPipeline, canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+    gst_element_set_state(FPipeline.get(), canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
     if (!FWantsPlaying)
         SetState(State::Paused);
     else
@@ -437,7 +442,7 @@ void MediaOutput::Tick() {
         --FTriesLeft;
         if (TrySeek(*FTarget)) {
             FTriesLeft = 0;
-            g_object_set(FPipeline, "mute", FALSE, nullptr);
+            g_object_set(FPipeline.get(), "mute", FALSE, nullptr);
         } else if (FTriesLeft == 0) {
             GiveUpSeeking();
         }

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <memory>
 #include <optional>
 
 using GstBin = struct _GstBin;
@@ -19,6 +20,13 @@ using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
 namespace vexa::host {
+
+struct FreeGstObject {
+    void operator()(void* object) const noexcept;
+};
+/// A reference to an object of GStreamer's.
+template <class Object>
+using GstRef = std::unique_ptr<Object, FreeGstObject>;
 
 class MediaOutput final : public QObject, public AudioOutput {
     Q_OBJECT
@@ -89,7 +97,7 @@ private:
     bool HasReachedEnd();
     void OnPrerolled();
     void AskDuration();
-    bool TrySeek(double seconds);
+    [[nodiscard]] bool TrySeek(double seconds);
     void SeekNow(double seconds);
     void GiveUpSeeking();
     void UpdatePipeline();
@@ -98,7 +106,7 @@ private:
     bool IsTruncated() const;
 
     const QString FSink;
-    GstElement* FPipeline = nullptr;
+    GstRef<GstElement> FPipeline;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;

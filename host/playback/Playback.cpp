@@ -112,7 +112,7 @@ Playback::~Playback() {
     StorePosition();
     FOutput->disconnect(this);
     FHost.Player().SetOutput(std::make_unique<SilentOutput>());
-    FPositions.Save();
+    Guarded("keeping where files were left", [this] { FPositions.Save(); });
 }
 
 double Playback::Duration() const {
@@ -148,7 +148,6 @@ void Playback::Play(const QString& named) {
 }
 
 void Playback::Start(const QString& address) {
-    FError.clear();
     FTried = address;
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
@@ -215,10 +214,6 @@ void Playback::SetVolume(double volume) {
 
 bool Playback::HasNext() const {
     return !UpNext().isEmpty() || (FOrder && !FOrder->After(FCurrent.Address).isEmpty());
-}
-
-bool Playback::HasPrevious() const {
-    return !FCurrent.Address.isEmpty();
 }
 
 QString Playback::TakeNext() {
@@ -311,9 +306,9 @@ void Playback::SaveSoon() {
     if (!FPositions.SaveInBackground()) QTimer::singleShot(kSaveAgain, this, &Playback::SaveSoon);
 }
 
-QString Playback::Save() {
+void Playback::Save() {
     StorePosition();
-    return FPositions.Save();
+    FPositions.Save();
 }
 
 void Playback::OnStarted() {
@@ -322,7 +317,6 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    FError.clear();
     if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
@@ -417,11 +411,11 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
         Q_EMIT Warned(Describe(problem, {}));
         return;
     }
-    FError = Describe(problem, details);
+    const QString reason = Describe(problem, details);
     SaveSoon();
-    if (SkipAhead(QString(FError))) return;
+    if (SkipAhead(reason)) return;
     RestoreTaken();
-    WithName(FTried, [this, reason = FError](const QString& name) { Q_EMIT Failed(name + u": " + reason); });
+    WithName(FTried, [this, reason](const QString& name) { Q_EMIT Failed(name + u": " + reason); });
 }
 
 }  // namespace vexa::host

@@ -73,15 +73,12 @@ public:
     SleepTimer& Sleep() noexcept { return FSleep; }
     /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
     QStringList Schemes() const;
-    /// Why the last file could not be played, in the user's language; empty when it could.
-    QString LastError() const { return FError; }
 
     /// The files to play before the order goes on. An address may occur more than once.
     const QStringList& UpNext() const { return FPositions.UpNext(); }
     /// Sets the order, or null for none. Set null before destroying the order.
     void SetOrder(PlayOrder* order) noexcept { FOrder = order; }
     bool HasNext() const;
-    bool HasPrevious() const;
 
 public Q_SLOTS:
     /// Plays a file from where it was left. If it is the current file, resumes it.
@@ -111,8 +108,8 @@ public Q_SLOTS:
     void OrderChanged() { Q_EMIT UpNextChanged(); }
     /// The file will start from its beginning the next time, as after it was marked as listened.
     void ForgetPosition(const QString& address);
-    /// Writes the positions now, as at the end of the session. Returns why that failed; empty on success.
-    QString Save();
+    /// Writes the positions now, as at the end of the session. Throws std::runtime_error when that fails.
+    void Save();
 
 Q_SIGNALS:
     void StateChanged();
@@ -162,7 +159,7 @@ private:
     void StorePosition();
     void SaveSoon();
     void Start(const QString& address);
-    QString TakeNext();
+    [[nodiscard]] QString TakeNext();
     int Setting(const char* key, int otherwise) const;
     QString Describe(MediaOutput::Problem problem, const QString& details) const;
 
@@ -174,7 +171,6 @@ private:
     Ref<IVEXAMessageHook> FHook;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
-    QString FError;
     bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved
     QString FTried;                   // the file that was started last
     bool FIsAdvancing = false;        // FTried was started by Next or automatically, and nothing was heard of it yet

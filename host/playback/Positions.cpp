@@ -26,7 +26,12 @@ public:
     SaveTask(std::shared_ptr<JsonFile> file, QByteArray json, std::shared_ptr<SaveState> state)
         : FFile(std::move(file)), FJson(std::move(json)), FState(std::move(state)) {}
     void Execute() override {
-        if (!FFile->Save(FJson).isEmpty()) FState->HasFailed = true;
+        try {
+            FFile->Save(FJson);
+        } catch (...) {
+            FState->HasFailed = true;
+            throw;
+        }
     }
     void Complete() override { FState->IsSaving = false; }
 
@@ -121,13 +126,12 @@ QByteArray Positions::ToJson() const {
     return QJsonDocument(json).toJson();
 }
 
-QString Positions::Save() {
+void Positions::Save() {
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
     if (FState->HasFailed.exchange(false)) FIsChanged = true;
-    if (!FIsChanged) return {};
-    const QString problem = FFile->Save(ToJson());
-    FIsChanged = !problem.isEmpty();
-    return problem;
+    if (!FIsChanged) return;
+    FFile->Save(ToJson());
+    FIsChanged = false;
 }
 
 bool Positions::SaveInBackground() {

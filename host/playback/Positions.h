@@ -54,10 +54,11 @@ public:
     const QStringList& UpNext() const noexcept { return FUpNext; }
     void SetUpNext(const QStringList& addresses);
 
-    /// Writes the changes. Returns why that failed; empty on success.
-    QString Save();
-    /// Writes the changes on a worker thread. False when an earlier write is still going on: call it again later.
-    bool SaveInBackground();
+    /// Writes the changes. Throws std::runtime_error when that fails; the next call tries again.
+    void Save();
+    /// Writes the changes on a worker thread, which logs a failure. False when an earlier write is still going on: call
+    /// it again later.
+    [[nodiscard]] bool SaveInBackground();
 
 private:
     /// The state of the write on the worker thread.

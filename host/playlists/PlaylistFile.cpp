@@ -63,10 +63,10 @@ std::vector<SavedPlaylist> PlaylistFile::Load() {
     return playlists;
 }
 
-QString PlaylistFile::Save(const std::vector<SavedPlaylist>& playlists) {
+void PlaylistFile::Save(const std::vector<SavedPlaylist>& playlists) {
     QJsonArray list;
     for (const SavedPlaylist& playlist : playlists) list += ToJson(playlist);
-    return FFile.Save(QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson());
+    FFile.Save(QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson());
 }
 
 }  // namespace vexa::host

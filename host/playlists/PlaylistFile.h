@@ -24,8 +24,8 @@ public:
 
     /// Empty when there is no file, or a damaged one, which JsonFile renames.
     std::vector<SavedPlaylist> Load();
-    /// Writes the file as JsonFile does. Returns why that failed; empty on success.
-    QString Save(const std::vector<SavedPlaylist>& playlists);
+    /// Writes the file as JsonFile does. Throws std::runtime_error when that fails.
+    void Save(const std::vector<SavedPlaylist>& playlists);
 
 private:
     JsonFile FFile;

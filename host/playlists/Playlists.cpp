@@ -11,56 +11,10 @@ namespace {
 
 // Long enough that a series of changes is written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// Files per step: what is known so far is shown while the task goes on.
+// Files per step: what is known so far is shown while more are described.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
-
-/// Describes files on a worker thread, because plug-ins and disks may be slow.
-class PlaylistManager::DescribeTask final : public Task {
-public:
-    using Found = QHash<QString, PlaylistDescription>;
-
-    DescribeTask(QStringList files, Ref<FileInfoService> infos, Link<PlaylistManager> owner, int number)
-        : FFiles(std::move(files)), FInfos(std::move(infos)), FOwner(std::move(owner)), FNumber(number) {}
-
-    void Execute() override {
-        Found found;
-        QStringList unknown;
-        for (const QString& file : FFiles) {
-            if (IsCancelled()) break;
-            const Ref<FileInfo> info(new FileInfo);
-            if (Succeeded(FInfos->GetFileInfo(MakeString(file).Get(), 0, info.Get())))
-                found.insert(file, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
-            else
-                unknown += file;
-            if (found.size() >= kDescribedAtOnce) Hand(std::exchange(found, {}), {}, false);
-        }
-        Hand(std::move(found), std::move(unknown), true);
-    }
-
-private:
-    void Hand(Found found, QStringList unknown, bool isLast) {
-        RunInMainThread(
-            [owner = FOwner, found = std::move(found), unknown = std::move(unknown), isLast, number = FNumber] {
-                PlaylistManager* alive = owner.Get();
-                if (!alive || alive->FDescribeNumber != number) return;  // the task was stopped meanwhile
-                if (!found.isEmpty())
-                    for (const auto playlists = alive->FPlaylists; const Ref<Playlist>& playlist : playlists)
-                        playlist->Describe(found);
-                for (const QString& file : unknown) alive->FUnknown.insert(file);
-                if (!isLast) return;
-                alive->FIsDescribing = false;
-                if (alive->FIsToDescribe) alive->DescribeNow();
-            },
-            false);
-    }
-
-    const QStringList FFiles;
-    const Ref<FileInfoService> FInfos;
-    const Link<PlaylistManager> FOwner;
-    const int FNumber;
-};
 
 PlaylistManager::PlaylistManager(const QString& profileFolder, Ref<MusicLibraryService> library,
                                  Ref<FileInfoService> infos, Ref<LanguageService> language,
@@ -101,9 +55,9 @@ void PlaylistManager::Load() {
     }
 }
 
-QString PlaylistManager::Save() {
+void PlaylistManager::Save() {
     FSaver.SetEnabled(false);
-    if (!FIsChanged) return {};
+    if (!FIsChanged) return;
     std::vector<SavedPlaylist> list;
     for (const Ref<Playlist>& playlist : FPlaylists) {
         SavedPlaylist& saved = list.emplace_back();
@@ -115,9 +69,8 @@ QString PlaylistManager::Save() {
         else
             saved.Entries = playlist->Entries();
     }
-    const QString problem = FFile.Save(list);
-    FIsChanged = !problem.isEmpty();
-    return problem;
+    FFile.Save(list);
+    FIsChanged = false;
 }
 
 void PlaylistManager::MarkChanged() {
@@ -211,7 +164,7 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {
     return FFollower.IsReading(playlist) || FAddresses->IsBusy() ||
-           ((FIsDescribing || FIsToDescribe) && !playlist.IsSmart());
+           ((FDescriber.IsBusy() || FIsToDescribe) && !playlist.IsSmart());
 }
 
 QStringList PlaylistManager::KeptAddresses() const {
@@ -234,7 +187,7 @@ void PlaylistManager::DescribeLater() {
     if (std::exchange(FIsToDescribe, true)) return;
     RunInMainThread(
         [link = Link<PlaylistManager>(FLinks)] {
-            if (PlaylistManager* alive = link.Get(); alive && alive->FIsToDescribe && !alive->FIsDescribing)
+            if (PlaylistManager* alive = link.Get(); alive && alive->FIsToDescribe && !alive->FDescriber.IsBusy())
                 alive->DescribeNow();
         },
         false);
@@ -242,24 +195,37 @@ void PlaylistManager::DescribeLater() {
 
 void PlaylistManager::DescribeNow() {
     FIsToDescribe = false;
-    QStringList files;
-    QSet<QString> known = FUnknown;
+    QSet<QString> files;
     for (const Ref<Playlist>& playlist : FPlaylists)
         for (const PlaylistEntry& entry : playlist->Entries())
-            if (!entry.IsDescribed && !known.contains(entry.File)) {
-                known.insert(entry.File);
-                files += entry.File;
-            }
+            if (files.size() < kDescribedAtOnce && !entry.IsDescribed && !FUnknown.contains(entry.File))
+                files.insert(entry.File);
     if (files.isEmpty()) return;
-    FIsDescribing = true;
-    FDescribing = WorkerPool::Run(
-        std::make_unique<DescribeTask>(std::move(files), FInfos, Link<PlaylistManager>(FLinks), ++FDescribeNumber));
+    // Plug-ins and disks may take their time.
+    FDescriber.Run([this, files, infos = FInfos](const CancelCheck& isStopped) {
+        QHash<QString, PlaylistDescription> found;
+        QSet<QString> unknown;
+        for (const QString& file : files) {
+            if (isStopped()) break;
+            const Ref<FileInfo> info(new FileInfo);
+            if (Succeeded(infos->GetFileInfo(MakeString(file).Get(), 0, info.Get())))
+                found.insert(file, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
+            else
+                unknown.insert(file);
+        }
+        return [this, found, unknown] {
+            FUnknown.unite(unknown);
+            if (!found.isEmpty())
+                for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists)
+                    playlist->Describe(found);
+            DescribeNow();
+        };
+    });
 }
 
 void PlaylistManager::StopDescribing() {
-    WorkerPool::Cancel(std::exchange(FDescribing, 0), true);
-    ++FDescribeNumber;
-    FIsToDescribe = FIsDescribing = false;
+    FDescriber.Stop();
+    FIsToDescribe = false;
 }
 
 HResult PlaylistManager::GetActivePlaylist(IVEXAPlaylist** playlist) noexcept {

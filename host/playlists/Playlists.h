@@ -11,6 +11,7 @@
 
 #include "FileInfoService.h"
 #include "Language.h"
+#include "LatestTask.h"
 #include "Playlist.h"
 #include "PlaylistFile.h"
 #include "PlaylistFollower.h"
@@ -61,8 +62,8 @@ public:
     /// Describes no more files until a storage is registered or entries change, and waits for the file that is being
     /// described.
     void StopDescribing();
-    /// Writes the changes. Returns why that failed; empty on success.
-    QString Save();
+    /// Writes the changes. Throws std::runtime_error when that fails; the next call tries again.
+    void Save();
 
     /// A listener may add and remove listeners while it is called. Remove it before destroying it.
     void AddListener(PlaylistListener* listener) { FListeners.push_back(listener); }
@@ -73,8 +74,6 @@ public:
     HResult CreatePlaylist(IVEXAString* name, Bool32 activate, IVEXAPlaylist** playlist) noexcept override;
 
 private:
-    class DescribeTask;
-
     void OnChanged(Playlist& playlist, Change change) override;
     void OnDataChanged(const QString&) override {}
     void OnTasksChanged(const QString&) override {}
@@ -103,10 +102,9 @@ private:
     std::vector<const Playlist*> FUnnamed;  // created without a name, and not renamed since
     std::vector<PlaylistListener*> FListeners;
     bool FIsChanged = false;
-    bool FIsToDescribe = false, FIsDescribing = false;
-    TaskHandle FDescribing = 0;
-    int FDescribeNumber = 0;  // of the current DescribeTask; results of earlier ones are dropped
-    QSet<QString> FUnknown;   // files that no provider knows anything about
+    bool FIsToDescribe = false;
+    QSet<QString> FUnknown;  // files that no provider knows anything about
+    LatestTask FDescriber;
     Timer FSaver;
     LinkSource<PlaylistManager> FLinks{this};
 };

@@ -23,7 +23,7 @@ public:
     }
 
     /// Replaces `address` by its present address. False when the entry is to be removed.
-    bool Move(QString& address) {
+    [[nodiscard]] bool Move(QString& address) {
         const QString before = address;
         if (const auto moved = FMoves.constFind(address); moved != FMoves.constEnd()) address = *moved;
         const auto first = FBefore.find(address);

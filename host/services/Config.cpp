@@ -96,21 +96,16 @@ void ConfigService::Reload() {
     }
 }
 
-QString ConfigService::Save() {
+void ConfigService::Save() {
     FSaver.stop();
     // Wait for a write in the background, whose contents are older.
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
-    try {
-        FFile.Save();
-        return {};
-    } catch (const std::exception& error) {
-        qCWarning(LogHost).noquote() << error.what();
-        return QString::fromUtf8(error.what());
-    }
+    FFile.Save();
 }
 
 HResult ConfigService::Flush() noexcept {
-    return Guarded("writing the settings", [&] { return Save().isEmpty() ? S_OK : E_FAIL; });
+    const HResult result = Guarded("writing the settings", [this] { Save(); });
+    return Failed(result) ? E_FAIL : result;
 }
 
 template <class Number>
@@ -119,7 +114,9 @@ HResult ConfigService::Get(IVEXAString* keyPath, Number* number) noexcept {
     *number = 0;
     return Guarded("reading a setting", [&] {
         const auto text = FFile.Find(ToQString(keyPath));
-        return text && Convert(PropertyValue(*text), *number) ? S_OK : E_FAIL;
+        const auto converted = text ? Converted<Number>(PropertyValue(*text)) : std::nullopt;
+        *number = converted.value_or(0);
+        return converted ? S_OK : E_FAIL;
     });
 }
 
@@ -159,11 +156,7 @@ HResult ConfigService::Set(IVEXAString* keyPath, const QString& value) {
 }
 
 HResult ConfigService::SetValueAsFloat(IVEXAString* keyPath, double value) noexcept {
-    return Guarded("setting a value", [&] {
-        QString text;
-        Convert(PropertyValue(value), text);
-        return Set(keyPath, text);
-    });
+    return Guarded("setting a value", [&] { return Set(keyPath, ToText(value)); });
 }
 
 HResult ConfigService::SetValueAsInt32(IVEXAString* keyPath, std::int32_t value) noexcept {

@@ -27,9 +27,9 @@ public:
     /// Takes over what other programs have written to the file; values set here and not saved yet stay. A file that
     /// cannot be read is logged.
     void Reload();
-    /// Writes the values that were set to disk at once. Returns why that failed, which is logged, too; empty on
-    /// success.
-    QString Save();
+    /// Writes the values that were set to disk at once. Throws std::runtime_error when that fails; the next call tries
+    /// again.
+    void Save();
 
     HResult Flush() noexcept override;
     HResult GetValueAsFloat(IVEXAString* keyPath, double* value) noexcept override;

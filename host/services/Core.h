@@ -35,7 +35,7 @@ public:
     }
 
     /// Hides a service from plug-ins; to be called before a plug-in is loaded. False when no service has that name.
-    bool HideService(const QString& name);
+    [[nodiscard]] bool HideService(const QString& name);
     QStringList ServiceNames() const;
 
     /// A mark for the extensions registered from now on, which can be finalised and removed together. The mark 0 means

@@ -6,6 +6,8 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
 JsonFile::JsonFile(const QString& fileName, const QString& contents) : FFileName(fileName), FContents(contents) {}
@@ -32,13 +34,12 @@ void JsonFile::MoveAside(const QString& reason) {
                                  << target;
 }
 
-QString JsonFile::Save(const QByteArray& json) const {
-    if (!FMayWrite) return {};  // MoveAside has logged why
+void JsonFile::Save(const QByteArray& json) const {
+    if (!FMayWrite) return;  // MoveAside has logged why
     QSaveFile file(FFileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return {};
-    const QString problem = FContents + u" could not be written to " + FFileName + u": " + file.errorString();
-    qCWarning(LogHost).noquote() << problem;
-    return problem;
+    if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return;
+    throw std::runtime_error(
+        QString(FContents + u" could not be written to " + FFileName + u": " + file.errorString()).toStdString());
 }
 
 }  // namespace vexa::host

@@ -15,9 +15,9 @@ public:
     /// renamed, with a warning, to its name and ".damaged" (followed by a number), so that the next Save does not
     /// destroy what a person might still rescue.
     QJsonObject Load(const QString& key);
-    /// Writes a new file and renames it over the old one. Returns why that failed; empty on success. A damaged file
+    /// Writes a new file and renames it over the old one. Throws std::runtime_error when that fails. A damaged file
     /// that could not be renamed is never overwritten: then Save does nothing. Any thread, one at a time.
-    QString Save(const QByteArray& json) const;
+    void Save(const QByteArray& json) const;
 
 private:
     void MoveAside(const QString& reason);

@@ -9,7 +9,9 @@ public:
     Runner(Work work, std::uint64_t number, Link<LatestTask> owner)
         : FWork(std::move(work)), FNumber(number), FOwner(std::move(owner)) {}
 
-    void Execute() override { FThen = FWork(); }
+    void Execute() override {
+        FThen = FWork([this] { return IsCancelled(); });
+    }
     /// Called also when the work threw, so that waiting work is started.
     void Complete() override {
         FWork = nullptr;

@@ -11,9 +11,9 @@ namespace vexa::host {
 
 class LatestTask {
 public:
-    /// Runs on the worker. The function that it returns then runs on the main thread, unless newer work was given
-    /// meanwhile.
-    using Work = std::function<std::function<void()>()>;
+    /// Runs on the worker, and should return soon once `isStopped` says so. The function that it returns then runs on
+    /// the main thread, unless newer work was given meanwhile.
+    using Work = std::function<std::function<void()>(const CancelCheck& isStopped)>;
 
     LatestTask() = default;
     /// Waits for the work that is running.
@@ -22,6 +22,8 @@ public:
     LatestTask& operator=(const LatestTask&) = delete;
 
     void Run(Work work);
+    /// Whether work is running or waiting.
+    bool IsBusy() const noexcept { return FRunning != 0; }
     /// Drops the work that waits and the result of the work that is running, and waits for the latter to end.
     void Stop();
 

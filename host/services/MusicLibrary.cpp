@@ -1,6 +1,7 @@
 #include "MusicLibrary.h"
 
 #include "Guarded.h"
+#include "Properties.h"
 
 #include <algorithm>
 #include <utility>
@@ -110,9 +111,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
     const auto object = Query<IVEXAMLExtensionDataStorage>(extension);
     const auto properties = Query<IVEXAPropertyList>(extension);
     if (!object || !properties) return E_INVALIDARG;
-    Ref<IVEXAString> text;
-    properties->GetValueAsObject(IVEXAMLExtensionDataStorage::ID, IVEXAString::IID, text.PutVoid());
-    const QString id = ToQString(text.Get());
+    const QString id = TextOf(properties.Get(), IVEXAMLExtensionDataStorage::ID);
     if (id.isEmpty() || Find(id)) return E_INVALIDARG;
 
     const Ref<Manager> manager(new Manager(this, id));

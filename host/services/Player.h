@@ -48,7 +48,6 @@ public:
     /// Sets the listener that is called whenever a file was given to the output, even the same file again; null for
     /// none. Plug-ins get a message instead, and only once the file is heard. Main thread.
     void SetStartListener(std::function<void()> listener) { FStarted = std::move(listener); }
-    AudioOutput& Output() noexcept { return *FOutput; }
 
     /// The source that the output is given for a file, or why there is none.
     struct Resolution {

@@ -62,7 +62,7 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
 template <class Work, class Then>
 void Run(LatestTask& worker, bool& isBusy, Work work, Then then) {
     isBusy = true;
-    worker.Run([&isBusy, work, then] {
+    worker.Run([&isBusy, work, then](const CancelCheck&) {
         std::optional<decltype(work())> result;
         Guarded("asking for present addresses", [&] {
             result = work();
@@ -178,7 +178,9 @@ void PresentAddresses::SaveFollowed() const {
     QJsonArray followed;
     for (const auto& [scheme, count] : FFollowed)
         followed.append(QJsonObject{{kScheme, scheme}, {kCount, qint64(count)}});
-    FFile.Save(QJsonDocument(QJsonObject{{kFollowed, followed}}).toJson());
+    Guarded("keeping the counts of moved addresses", [&] {
+        FFile.Save(QJsonDocument(QJsonObject{{kFollowed, followed}}).toJson());
+    });
 }
 
 void PresentAddresses::Answer() {

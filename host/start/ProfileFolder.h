@@ -5,7 +5,7 @@
 
 namespace vexa::host {
 
-/// Why no files can be written in the folder, such as because the disk is full; empty when they can.
-QString WhyNotWritable(const QString& folder);
+/// Throws std::runtime_error when no files can be written in the folder, such as because the disk is full.
+void CheckWritable(const QString& folder);
 
 }  // namespace vexa::host

@@ -13,6 +13,8 @@
 #include <QThread>
 #include <QTimer>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
 namespace {
@@ -126,37 +128,41 @@ void SingleInstance::Receive(const QStringList& addresses, const QVariantMap& pl
     QTimer::singleShot(0, this, [this, addresses] { Q_EMIT Opened(addresses); });
 }
 
-QString SingleInstance::HandOver(const QStringList& addresses) {
+void SingleInstance::HandOver(const QStringList& addresses) {
     const QVariantMap data = PlatformData();
-    QString problem;
-    const QDeadlineTimer end(kLongestAnswer);
-    do {
-        problem = FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
-        if (problem.isEmpty() || Acquire()) return {};
+    for (const QDeadlineTimer end(kLongestAnswer);;) {
+        try {
+            return FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
+        } catch (const std::exception&) {
+            if (Acquire()) return;
+            if (end.hasExpired()) throw;
+        }
         QThread::msleep(kTry);
-    } while (!end.hasExpired());
-    return problem;
+    }
 }
 
-QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
+void SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
     QDBusMessage call =
         QDBusMessage::createMethodCall(NameOf(FProfileHash), kPath, kInterface,
                                        addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!addresses.isEmpty()) call << addresses;
     call << platformData;
     const QDBusMessage answer = FBus.call(call, QDBus::Block, kLongestAnswer);
-    return answer.type() == QDBusMessage::ErrorMessage ? answer.errorMessage() : QString();
+    if (answer.type() == QDBusMessage::ErrorMessage) throw std::runtime_error(answer.errorMessage().toStdString());
 }
 
-QString SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
+void SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
     QLocalSocket socket;
     socket.connectToServer(SocketOf(FProfileHash));
-    if (!socket.waitForConnected(kLongestAnswer)) return socket.errorString();
-    QDataStream out(&socket);
-    out.setVersion(kStream);
-    out << addresses << platformData;
-    socket.flush();
-    return socket.waitForReadyRead(kLongestAnswer) ? QString() : socket.errorString();
+    bool isReached = socket.waitForConnected(kLongestAnswer);
+    if (isReached) {
+        QDataStream out(&socket);
+        out.setVersion(kStream);
+        out << addresses << platformData;
+        socket.flush();
+        isReached = socket.waitForReadyRead(kLongestAnswer);
+    }
+    if (!isReached) throw std::runtime_error(socket.errorString().toStdString());
 }
 
 }  // namespace vexa::host

@@ -25,9 +25,9 @@ public:
 
     bool IsFirst() const noexcept { return FIsFirst; }
     /// Hands addresses to the first instance, which opens them and comes to the front. If the first instance is about
-    /// to end, waits for its end and becomes the first one. Returns why the first instance could not be reached; empty
-    /// on success.
-    QString HandOver(const QStringList& addresses);
+    /// to end, waits for its end and becomes the first one. Throws std::runtime_error when the first instance
+    /// cannot be reached.
+    void HandOver(const QStringList& addresses);
     /// Called when the first instance is about to end: it accepts no more addresses.
     void StopListening();
 
@@ -39,13 +39,13 @@ private:
     friend class ApplicationAdaptor;
 
     bool Acquire() { return FIsFirst = FBus.isConnected() ? AcquireNames() : AcquireSocket(); }
-    bool AcquireNames();
-    bool AcquireSocket();
+    [[nodiscard]] bool AcquireNames();
+    [[nodiscard]] bool AcquireSocket();
     void Read(QLocalSocket& socket);
     void Receive(const QStringList& addresses, const QVariantMap& platformData);
-    /// Both return why handing over failed; empty on success.
-    QString HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
-    QString HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
+    /// Both throw std::runtime_error when handing over fails.
+    void HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
+    void HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
 
     QDBusConnection FBus;
     const QString FProfileHash;  // hash of the profile's folder

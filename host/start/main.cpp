@@ -9,6 +9,7 @@
 #include "ProfileFolder.h"
 #include "Session.h"
 #include "SingleInstance.h"
+#include "Steps.h"
 #include "StopSignals.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
@@ -114,8 +115,12 @@ bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
     static QString printed;
     const WindowTexts texts(host.Language());
     for (;;) {
-        const QString problem = save();
-        if (problem.isEmpty()) return true;
+        QString problem;
+        try {
+            return save(), true;
+        } catch (const std::exception& error) {
+            problem = QString::fromUtf8(error.what());
+        }
         if (problem != std::exchange(printed, problem)) PrintProblem(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
@@ -136,9 +141,10 @@ int RunWindow(const QCommandLineParser& arguments) {
     const HostOptions options = OptionsOf(arguments);
     SingleInstance instance(options.ProfileFolder);
     if (!instance.IsFirst()) {
-        const QString problem = instance.HandOver(addresses);
-        if (!problem.isEmpty()) {
-            PrintProblem(u"the window that is open already does not answer: " + problem);
+        try {
+            instance.HandOver(addresses);
+        } catch (const std::exception& error) {
+            PrintProblem(u"the window that is open already does not answer: " + QString::fromUtf8(error.what()));
             return 1;
         }
         if (!instance.IsFirst()) return 0;
@@ -158,9 +164,11 @@ int RunWindow(const QCommandLineParser& arguments) {
         MainWindow window(host, playback);
         const auto save = [&] {
             window.SaveLayout();
-            QStringList problems{playback.Save(), host.Playlists().Save(), host.Config().Save()};
-            problems.removeAll({});
-            return problems.join(QStringLiteral("; "));
+            Steps saving;
+            saving.Take([&] { playback.Save(); });
+            saving.Take([&] { host.Playlists().Save(); });
+            saving.Take([&] { host.Config().Save(); });
+            saving.ThrowIfFailed();
         };
         QObject::connect(
             qApp, &QGuiApplication::commitDataRequest, &window, [&] { SaveOrAsk(host, false, save); },
@@ -175,7 +183,10 @@ int RunWindow(const QCommandLineParser& arguments) {
         QString plugin = arguments.value(QStringLiteral("plugin"));
         if (plugin.isEmpty()) plugin = PodcastsPlugin();
         window.show();
-        if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
+        try {
+            CheckWritable(host.ProfileFolder());
+        } catch (const std::exception& error) {
+            const QString problem = QString::fromUtf8(error.what());
             PrintProblem(problem);
             window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
         }
@@ -188,8 +199,7 @@ int RunWindow(const QCommandLineParser& arguments) {
         playback.Pause();  // the user may take a while to answer the last question
         isSaved = SaveOrAsk(host, !isStopped && HasVisibleWindows(), save);
     }
-    isSaved =
-        SaveOrAsk(host, isSaved && !isStopped && HasVisibleWindows(), [&] { return host.UnloadPlugins(); }) && isSaved;
+    isSaved = SaveOrAsk(host, isSaved && !isStopped && HasVisibleWindows(), [&] { host.UnloadPlugins(); }) && isSaved;
     return isSaved ? 0 : 1;
 }
 

@@ -68,7 +68,7 @@ public:
             try {
                 work(*FClient.Get());
             } catch (...) {
-                LogCaughtException("a menu command");
+                LogCaughtException(LogPlugin(), "a menu command");
                 const QString reason = CaughtMessage();
                 GuardedCall("showing an error", [&] { ShowMessage([&] { return reason; }); });
             }

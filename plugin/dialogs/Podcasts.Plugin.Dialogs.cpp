@@ -85,7 +85,7 @@ void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text)
 }
 
 void ReportCaughtException(QWidget* owner) noexcept {
-    LogCaughtException("a dialog's command");
+    LogCaughtException(LogPlugin(), "a dialog's command");
     try {
         ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kLongestMessage));
     } catch (...) {

@@ -142,11 +142,11 @@ HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList*
             use(client->DB(), ReadRowRequest(fields, filter));
             return S_OK;
         } catch (const std::invalid_argument& error) {
-            LogCaughtException(what);
+            LogCaughtException(LogPlugin(), what);
             SetErrorInfo(*filter, QString::fromUtf8(error.what()));
             return E_INVALIDARG;
         } catch (const SqliteError& error) {
-            LogCaughtException(what);
+            LogCaughtException(LogPlugin(), what);
             SetErrorInfo(*filter, ReasonOf(error));
             return E_UNEXPECTED;
         }

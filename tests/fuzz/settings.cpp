@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const QString key = vexa::FromUtf8(parts[i].toStdString()), value = vexa::FromUtf8(parts[i + 1].toStdString());
         if (config.Write(key, value)) written.insert(key, value);
     }
-    Require(config.Save().isEmpty(), "settings can be written");
+    config.Save();
     vexa::SettingsFile after(fileName);
     for (auto at = written.cbegin(); at != written.cend(); ++at)
         Require(after.Find(at.key()) == at.value(), "a value is read as it was written", at.key());

@@ -25,9 +25,9 @@ class StateWords final : public RefCountedObject<IVEXAMLDataFieldDisplayValue> {
 public:
     const char16_t* GetDisplayValue(const Variant* value, std::int32_t* length) noexcept override {
         EXPECT_TRUE(IsMainThread());
-        std::int32_t state = 0;
-        if (!host::Convert(host::FromVariant(*value), state)) return nullptr;
-        FText = QStringList{u"heard"_s, u"new"_s, u"later"_s}.value(state);
+        const auto state = host::Converted<std::int32_t>(host::FromVariant(*value));
+        if (!state) return nullptr;
+        FText = QStringList{u"heard"_s, u"new"_s, u"later"_s}.value(*state);
         *length = static_cast<std::int32_t>(FText.size());
         return reinterpret_cast<const char16_t*>(FText.constData());
     }
@@ -41,8 +41,7 @@ class EpisodeTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvide
 public:
     HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
         for (const host::TreePair& pair : host::ReadSelection(path)) {
-            Variant value;
-            host::ToVariant(pair.Value, value);
+            const Variant value = host::ToVariant(pair.Value);
             filter->Add(host::MakeString(pair.Field).Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
         }
         return S_OK;

@@ -120,7 +120,7 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     config.Write("A\\x", "1");  // the value that was read, so it is not written
     config.Write("A\\y", "2");
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=5\ny=1\nz=7\n");
-    EXPECT_EQ(config.Save(), "");
+    EXPECT_NO_THROW(config.Save());
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nx=5\ny=2\nz=7\n");
     config.Write("A\\y", "3");
     EXPECT_TRUE(tests::WaitUntil([&] { return ReadWhole(Profile.File("Settings.ini")).contains("y=3"); }))
@@ -130,7 +130,13 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     WriteWhole(folder.File("file"), "");
     const Ref<ConfigService> lost(new ConfigService(folder.File("file/profile")));
     lost->Write("A\\x", "1");
-    EXPECT_TRUE(lost->Save().contains("cannot write the settings"));
+    QString problem;
+    try {
+        lost->Save();
+    } catch (const std::exception& error) {
+        problem = error.what();
+    }
+    EXPECT_TRUE(problem.contains("cannot write the settings")) << problem.toStdString();
     EXPECT_EQ(lost->Flush(), E_FAIL);
 }
 
@@ -229,7 +235,7 @@ TEST_F(HostTest, AFileThatCannotBeLoadedIsReported) {
 TEST_F(HostTest, ALibraryIsLoadedAndFinalizedBeforeTheSettingsAreWritten) {
     Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
     EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
-    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
 
     ASSERT_TRUE(Host.PluginCore().HideService("library"));

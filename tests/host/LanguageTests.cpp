@@ -101,7 +101,7 @@ TEST_F(HostTest, ALanguageIsSwitchedAndFallsBackToEnglish) {
 TEST_F(HostTest, TheChosenLanguageIsTheNextStartsUnlessThatAsksForAnother) {
     EXPECT_FALSE(Host.ChooseLanguage("Klingon"));
     EXPECT_TRUE(Host.ChooseLanguage("german"));
-    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     HostOptions options = Options(Profile);
     EXPECT_EQ(vexa::host::Host(options).Language().Language(), "English");
     options.Language.clear();

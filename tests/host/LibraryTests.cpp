@@ -109,8 +109,6 @@ TEST_F(LibraryTest, ATreeIsListedLevelByLevel) {
     const auto byValues = tree.FindByValues({"state 1", "show A"});
     ASSERT_TRUE(byValues);
     EXPECT_EQ(Captions(*byValues), QStringList({"new (2)", "(1) A"}));
-    EXPECT_EQ(tree.FindByCaptions({"shows", "B"})->back().Value(), "show B");
-    EXPECT_FALSE(tree.FindByCaptions({"shows", "(1) A"}));
     EXPECT_FALSE(tree.FindByValues({"shows", "show A", "more"}));
     EXPECT_TRUE(tree.FindByValues({})->empty());
     EXPECT_EQ(tree.Conditions(PairsOf(*byValues))->GetChildCount(), 2);

@@ -61,7 +61,7 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d", "episode://d"}));
     EXPECT_EQ(list->FocusedEntry(), 0);
     EXPECT_TRUE(list->Entries()[0].IsSelected && list->Entries()[3].IsSelected && !list->Entries()[4].IsSelected);
-    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     EXPECT_TRUE(ReadWhole(Profile.File("Playlists.json")).contains("episode://a2"));
 
     // Moves that happened while the program was not running are followed at its next start.

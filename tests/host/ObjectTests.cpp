@@ -70,16 +70,11 @@ TEST(Objects, APropertyIsConvertedIfNothingIsLost) {
     };
     for (const Conversion& c : cases) {
         SCOPED_TRACE(c.What);
-        const auto converted = [&c](auto number) -> std::optional<decltype(number)> {
-            return Convert(c.Stored, number) ? std::optional(number) : std::nullopt;
-        };
-        EXPECT_EQ(converted(std::int32_t{}), c.AsInt32);
-        EXPECT_EQ(converted(std::int64_t{}), c.AsInt64);
-        const auto real = converted(double{});
+        EXPECT_EQ(Converted<std::int32_t>(c.Stored), c.AsInt32);
+        EXPECT_EQ(Converted<std::int64_t>(c.Stored), c.AsInt64);
+        const auto real = Converted<double>(c.Stored);
         EXPECT_TRUE(real == c.AsFloat || (real && std::isnan(*real)));
-        QString text;
-        EXPECT_TRUE(Convert(c.Stored, text));
-        EXPECT_EQ(text, c.AsText);
+        EXPECT_EQ(Converted<QString>(c.Stored), c.AsText);
     }
 }
 

@@ -12,12 +12,6 @@ using tests::EpisodeStorage;
 
 namespace {
 
-Variant Value(const PropertyValue& value) {
-    Variant variant;
-    ToVariant(value, variant);
-    return variant;
-}
-
 QStringList Files(Playlist& playlist) {
     QStringList files;
     for (const PlaylistEntry& entry : playlist.Entries()) files += entry.File;
@@ -57,7 +51,7 @@ protected:
         EXPECT_EQ(factory->CreatePreimage(preimage.Put()), S_OK);
         const auto library = Query<IVEXAMLPlaylistPreimage>(preimage.Get());
         EXPECT_EQ(library->GetFilter(filter.Put()), S_OK);
-        const Variant value = Value(state);
+        const Variant value = ToVariant(state);
         filter->Add(MakeString("State").Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
         EXPECT_EQ(service->CreatePlaylist(nullptr, kTrue, playlist.Put()), S_OK);
         EXPECT_EQ(Host.Playlists().Active()->Name(), "Playlist 1");
@@ -167,7 +161,7 @@ TEST_F(Playlists, FilesAreKeptBetweenRuns) {
     one->FocusEntry(1);
     Wait(Host, *one);
     EXPECT_EQ(one->Entries()[0].Group, "A");
-    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_NO_THROW(Host.UnloadPlugins());
 
     host::Host next(Options(Profile));
     ASSERT_EQ(next.Playlists().All().size(), 2u);
@@ -193,7 +187,7 @@ TEST_F(Playlists, ADamagedFileIsRenamed) {
         EXPECT_EQ(ReadWhole(file + ".damaged" + (number == 1 ? u""_s : QString::number(number))), bytes);
         ++number;
         next.Playlists().Create("P", false);
-        EXPECT_EQ(next.UnloadPlugins(), "");
+        EXPECT_NO_THROW(next.UnloadPlugins());
         EXPECT_TRUE(ReadWhole(file).contains("\"P\""));
     }
     WriteWhole(file, R"({"playlists":[{"name":"Odd","entries":[{"file":""},7,{"file":"a"}]},7,{}]})");

@@ -24,8 +24,7 @@ public:
 
     HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
         for (const host::TreePair& pair : host::ReadSelection(path)) {
-            Variant value;
-            host::ToVariant(pair.Value, value);
+            const Variant value = host::ToVariant(pair.Value);
             if (pair.Value != host::PropertyValue(QString()))
                 filter->Add(host::MakeString("Genre").Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
         }

@@ -47,7 +47,7 @@ public:
     std::uint32_t GetFlags() noexcept override { return Node().Flags; }
     HResult GetImageIndex(std::int32_t* index) noexcept override { return *index = Node().Image, S_OK; }
     HResult GetValue(IVEXAString** field, Variant* value) noexcept override {
-        host::ToVariant(Node().Pair.Value, *value);
+        *value = host::ToVariant(Node().Pair.Value);
         return host::PutString(Node().Pair.Field, field);
     }
     Bool32 NextRow() noexcept override { return ++FNode < FNodes.size() ? kTrue : kFalse; }

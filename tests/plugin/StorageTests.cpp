@@ -274,7 +274,7 @@ TEST_F(Storage, CanEndWhileATaskReports) {
     ASSERT_TRUE(WaitUntil([&] { return Server.Count("/a") > 1; }));
     const auto provider = Library().Presets()[0].Provider;
     const auto rows = Library().Rows();
-    EXPECT_EQ(Host.UnloadPlugins(), QString());
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     // Objects that the host still holds answer, and find nothing.
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);

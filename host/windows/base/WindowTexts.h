@@ -55,7 +55,7 @@ private:
     public:
         Hook(std::uint32_t message, std::function<void()> then) : FMessage(message), FThen(std::move(then)) {}
         void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-            if (message == FMessage) Guarded("hearing a message", [this] { return FThen(), S_OK; });
+            if (message == FMessage) Guarded("hearing a message", FThen);
         }
 
     private:

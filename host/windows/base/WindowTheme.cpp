@@ -181,6 +181,7 @@ void WindowTheme::OnDesktopSetting(const QString& group, const QString& key, con
 void WindowTheme::Apply() {
     const Colours& colours = IsDark() ? kDark : kLight;
     QPalette palette = PaletteOf(colours);
+    ForgetWindowIcons();  // first: widgets ask for theirs as soon as they hear of the palette
     QApplication::setPalette(palette);
     // Selected rows are many and large, so they get only a tint, on which texts keep their colour.
     palette.setColor(QPalette::Highlight, colours.Selection);
@@ -191,7 +192,6 @@ void WindowTheme::Apply() {
     palette.setColor(QPalette::Window, QColor(colours.Outline).lighter(kOutlineDarkening));
     for (const char* control : {"QCheckBox", "QRadioButton", "QLineEdit", "QAbstractSpinBox", "QComboBox", "QSlider"})
         QApplication::setPalette(palette, control);
-    ForgetWindowIcons();
     if (auto* application = qobject_cast<QApplication*>(QCoreApplication::instance()))
         application->setStyleSheet(SheetOf(colours));
     Q_EMIT Changed();

@@ -17,12 +17,6 @@ namespace {
 constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
 constexpr int kCover = 112, kLargestCover = 2 * kCover;
 
-QString TextOf(IVEXAFileInfo& info, std::int32_t id) {
-    Ref<IVEXAString> value;
-    info.GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-    return ToQString(value.Get());
-}
-
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
     label->setObjectName(QString::fromLatin1(name));
@@ -36,7 +30,7 @@ QLabel* PlainLabel(const char* name = "") {
 }  // namespace
 
 DetailsPane::DetailsPane(Host& host, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FTexts(host.Language()),
       FCover(new QLabel),
@@ -107,9 +101,9 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
         facts.Title = file;
         return facts;
     }
-    facts.Title = TextOf(*info, IVEXAFileInfo::Title);
-    facts.Container = TextOf(*info, IVEXAFileInfo::Album);
-    facts.Notes = TextOf(*info, IVEXAFileInfo::Comment);
+    facts.Title = info->Text(IVEXAFileInfo::Title);
+    facts.Container = info->Text(IVEXAFileInfo::Album);
+    facts.Notes = info->Text(IVEXAFileInfo::Comment);
     info->GetValueAsFloat(IVEXAFileInfo::Duration, &facts.Duration);
     // The player resolves a file to its local copy if there is one.
     if (const QFileInfo source(player.Resolve(file).Source); source.isAbsolute() && source.isFile())
@@ -120,7 +114,7 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
 void DetailsPane::Read() {
     if (FFile.isEmpty()) return;
     FFactReader.Run([this, file = FFile, infos = Ref<FileInfoService>(&FHost.FileInfos()),
-                     player = Ref<PlayerService>(&FHost.Player())] {
+                     player = Ref<PlayerService>(&FHost.Player())](const CancelCheck&) {
         const Facts facts = ReadFacts(*infos, *player, file);
         return [this, file, facts] {
             if (file == FFile) ShowFacts(facts);
@@ -143,7 +137,8 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     FCoverContainer = FFacts.Container;
     FCover->clear();
     FCover->hide();
-    FCoverReader.Run([this, file = FFile, name = FFacts.Container, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {
+    FCoverReader.Run([this, file = FFile, name = FFacts.Container,
+                      arts = Ref<AlbumArtService>(&FHost.AlbumArt())](const CancelCheck&) {
         Ref<IVEXAImageContainer> container;
         QImage cover;
         if (Succeeded(
@@ -188,7 +183,7 @@ void DetailsPane::Localize() {
 }
 
 void DetailsPane::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    Pane::resizeEvent(event);
     FNothing->setMaximumWidth(width());
 }
 

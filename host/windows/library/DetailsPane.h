@@ -3,6 +3,7 @@
 
 #include "Host.h"
 #include "LatestTask.h"
+#include "Pane.h"
 #include "WindowTexts.h"
 
 #include <QImage>
@@ -15,7 +16,7 @@ namespace vexa::host {
 
 class ShowNotes;
 
-class DetailsPane final : public QWidget {
+class DetailsPane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit DetailsPane(Host& host, QWidget* parent = nullptr);
@@ -28,7 +29,6 @@ public:
     void SetStorage(const QString& storageID);
     /// Stops asking plug-ins until the next Show.
     void Stop();
-    void Localize();
 
 Q_SIGNALS:
     void SeekWanted(const QString& file, double seconds);
@@ -37,6 +37,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void Localize() override;
     struct Facts {
         QString Title, Container, Notes;
         double Duration = 0;

@@ -117,7 +117,7 @@ void LibraryController::Find(const QString& file) {
     const auto location = FSource ? FSource->Storage.Find(file) : std::nullopt;
     if (!location) return;
     QStringList values;
-    for (const TreePair& pair : location->Node) Convert(pair.Value, values.emplace_back());
+    for (const TreePair& pair : location->Node) values += ToText(pair.Value);
     FFileToShow = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();

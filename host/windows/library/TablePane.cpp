@@ -40,7 +40,7 @@ int WidthOf(const LibraryField& field) {
 }  // namespace
 
 TablePane::TablePane(const LanguageService& language, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FTexts(language),
       FModel(new TableModel(language, this)),
       FSearch(new QLineEdit),
@@ -284,7 +284,7 @@ bool TablePane::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
         FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
         FView->selectRow(0);
-    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::KeyPress) return Pane::eventFilter(watched, event);
     const auto* key = static_cast<QKeyEvent*>(event);
     if (watched == FView && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
         key->modifiers() == Qt::NoModifier) {
@@ -300,7 +300,7 @@ bool TablePane::eventFilter(QObject* watched, QEvent* event) {
         if (!FView->currentIndex().isValid() && FModel->rowCount() > 0) FView->selectRow(0);
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return Pane::eventFilter(watched, event);
 }
 
 }  // namespace vexa::host

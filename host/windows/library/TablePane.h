@@ -1,6 +1,7 @@
 #pragma once
 // The table of rows with its search field. Main thread.
 
+#include "Pane.h"
 #include "TableModel.h"
 
 #include <QItemSelection>
@@ -15,7 +16,7 @@ class QTableView;
 
 namespace vexa::host {
 
-class TablePane final : public QWidget {
+class TablePane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit TablePane(const LanguageService& language, QWidget* parent = nullptr);
@@ -34,7 +35,6 @@ public:
     QStringList AllFiles();
     /// Makes the row of a file the current one, if it is among the rows read so far.
     bool ShowFile(const QString& file);
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -48,6 +48,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void Localize() override;
     void UpdateVisibleRows();
     void OnShown();
     void ArrangeColumns(const LibraryStorage& storage);

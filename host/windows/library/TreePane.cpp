@@ -9,7 +9,7 @@
 namespace vexa::host {
 
 TreePane::TreePane(const LanguageService& language, QWidget* parent)
-    : QWidget(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
+    : Pane(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
     FView->setObjectName(QStringLiteral("Tree"));
     FView->setModel(FModel);
     FView->setItemDelegate(new RowDelegate(FView));

@@ -1,6 +1,7 @@
 #pragma once
 // The library's tree. Main thread.
 
+#include "Pane.h"
 #include "TreeModel.h"
 #include "WindowTexts.h"
 
@@ -10,7 +11,7 @@ class QTreeView;
 
 namespace vexa::host {
 
-class TreePane final : public QWidget {
+class TreePane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit TreePane(const LanguageService& language, QWidget* parent = nullptr);
@@ -23,13 +24,13 @@ public:
     TreePath SelectedPath() const;
     QStringList SelectedValues() const;
     bool Select(const QStringList& values);
-    void Localize();
 
 Q_SIGNALS:
     void SelectionChanged();
     void MenuWanted(const QPoint& position);
 
 private:
+    void Localize() override;
     const WindowTexts FTexts;
     TreeModel* const FModel;
     QTreeView* const FView;

@@ -70,9 +70,10 @@ void ListeningModel::AskTitles() {
     for (const Entry& entry : FEntries)
         if (!entry.Address.isEmpty() && !FTitles.contains(entry.Address)) unknown += entry.Address;
     if (unknown.isEmpty()) return;
-    FTitleReader.Run([this, unknown, infos = Ref<FileInfoService>(&FHost.FileInfos())] {
+    FTitleReader.Run([this, unknown, infos = Ref<FileInfoService>(&FHost.FileInfos())](const CancelCheck& isStopped) {
         QHash<QString, Title> titles;
         for (const QString& address : unknown) {
+            if (isStopped()) break;
             const Ref<FileInfo> info(new FileInfo);
             if (Failed(infos->GetFileInfo(MakeString(address).Get(), 0, info.Get()))) continue;
             titles.insert(address, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});

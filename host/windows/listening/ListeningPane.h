@@ -3,6 +3,7 @@
 // is hidden while the list is empty. Main thread.
 
 #include "ListeningModel.h"
+#include "Pane.h"
 
 #include <QWidget>
 
@@ -11,7 +12,7 @@ class QMenu;
 
 namespace vexa::host {
 
-class ListeningPane final : public QWidget {
+class ListeningPane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     ListeningPane(Host& host, Playback& playback, QWidget* parent = nullptr);
@@ -19,7 +20,6 @@ public:
     ListeningModel& Model() noexcept { return *FModel; }
     /// Whether the user wants the pane. It is shown only while the list is not empty, too.
     void SetWanted(bool isWanted);
-    void Localize();
 
 Q_SIGNALS:
     void Activated(const QString& address);
@@ -29,6 +29,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void Localize() override;
     void Activate();
     void Remove();
     void ShowMenu(const QPoint& position);

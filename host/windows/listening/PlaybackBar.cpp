@@ -2,7 +2,7 @@
 
 #include "MenuBuilder.h"
 #include "RowTexts.h"
-#include "TransportIcons.h"
+#include "WindowIcons.h"
 
 #include <QBoxLayout>
 #include <QEvent>
@@ -25,7 +25,7 @@ constexpr double kSpeeds[] = {0.5, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3
 constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
 constexpr int kVolumeSteps = 100;
 constexpr int kPageSeconds = 60;
-constexpr QSize kIconSize(22, 22), kPlayIconSize(30, 30);
+constexpr QSize kIconSize(24, 24), kPlayIconSize(32, 32);
 
 QString SpeedText(double speed) {
     return QLocale().toString(speed, 'g', 3) + u'×';
@@ -34,10 +34,7 @@ QString SpeedText(double speed) {
 }  // namespace
 
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
-    : QWidget(parent),
-      FPlayback(playback),
-      FHost(host),
-      FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
+    : Pane(parent), FPlayback(playback), FHost(host) {
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(8, 4, 8, 4);
     whole->setSpacing(0);
@@ -152,22 +149,15 @@ void PlaybackBar::Localize() {
 }
 
 void PlaybackBar::SetIcons() {
-    const QColor color = palette().color(QPalette::Active, QPalette::ButtonText);
-    const QColor disabled = palette().color(QPalette::Disabled, QPalette::ButtonText);
-    const auto make = [&](TransportIcon icon) { return MakeTransportIcon(icon, color, disabled); };
-    FPrevious->setIcon(make(TransportIcon::Previous));
-    FBack->setIcon(make(TransportIcon::Back));
-    FPlay->setIcon(make(FPlayback.IsPlaying() ? TransportIcon::Pause : TransportIcon::Play));
-    FForward->setIcon(make(TransportIcon::Forward));
-    FNext->setIcon(make(TransportIcon::Next));
-    FChapters->setIcon(make(TransportIcon::Chapters));
-    FSleep->setIcon(make(TransportIcon::Sleep));
-    FVolumeIcon->setPixmap(make(TransportIcon::Volume).pixmap(kIconSize, devicePixelRatioF()));
+    FPlay->setIcon(WindowIcon(FPlayback.IsPlaying() ? QStringLiteral("pause") : QStringLiteral("play")));
+    for (QToolButton* button : {FPrevious, FBack, FForward, FNext, FChapters, FSleep})
+        button->setIcon(WindowIcon(button->objectName()));
+    FVolumeIcon->setPixmap(WindowIcon(QStringLiteral("volume")).pixmap(kIconSize, devicePixelRatioF()));
 }
 
 void PlaybackBar::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange) SetIcons();
-    QWidget::changeEvent(event);
+    Pane::changeEvent(event);
 }
 
 void PlaybackBar::FillSpeeds() {
@@ -243,7 +233,7 @@ void PlaybackBar::ShowTitle() {
 }
 
 void PlaybackBar::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    Pane::resizeEvent(event);
     ShowTitle();
 }
 

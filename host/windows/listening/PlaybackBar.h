@@ -3,6 +3,7 @@
 // speed, sleep timer, volume. Every control has a name for screen readers and can be reached by Tab. Main thread;
 // destroy it before the Playback.
 
+#include "Pane.h"
 #include "Playback.h"
 #include "WindowTexts.h"
 
@@ -16,13 +17,10 @@ class QToolButton;
 
 namespace vexa::host {
 
-class PlaybackBar final : public QWidget {
+class PlaybackBar final : public Pane<QWidget> {
     Q_OBJECT
 public:
     PlaybackBar(Playback& playback, Host& host, QWidget* parent = nullptr);
-
-    /// Sets all captions in the user's language.
-    void Localize();
 
 Q_SIGNALS:
     /// The title was clicked: show the current file in the library.
@@ -33,6 +31,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void Localize() override;
+    /// `name` is also that of its drawing.
     QToolButton* AddButton(const char* name);
     QToolButton* AddMenu(const char* name, void (PlaybackBar::*fill)());
     void Caption(QWidget& control, const QString& text);
@@ -50,7 +50,6 @@ private:
 
     Playback& FPlayback;
     Host& FHost;
-    MessageListener FLanguage;
     QHBoxLayout* FRow;
     QToolButton *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;

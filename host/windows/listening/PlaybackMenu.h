@@ -2,20 +2,20 @@
 // The menu of the most frequent playback commands. Its shortcuts work while it is closed. Main thread; destroy it
 // before the Playback.
 
+#include "Pane.h"
 #include "Playback.h"
 
 #include <QMenu>
 
 namespace vexa::host {
 
-class PlaybackMenu final : public QMenu {
+class PlaybackMenu final : public Pane<QMenu> {
     Q_OBJECT
 public:
     PlaybackMenu(Host& host, Playback& playback, QWidget* parent = nullptr);
 
-    void Localize();
-
 private:
+    void Localize() override;
     QAction* Add(const char* name, const QKeySequence& keys, void (Playback::*slot)());
 
     Host& FHost;

@@ -2,6 +2,7 @@
 // The list of playlists, and the entries of the active one. Main thread.
 
 #include "Host.h"
+#include "Pane.h"
 #include "PlaylistModel.h"
 #include "WindowTexts.h"
 
@@ -15,7 +16,7 @@ class QToolButton;
 
 namespace vexa::host {
 
-class PlaylistPane final : public QWidget, private PlaylistListener {
+class PlaylistPane final : public Pane<QWidget>, private PlaylistListener {
     Q_OBJECT
 public:
     explicit PlaylistPane(Host& host, QWidget* parent = nullptr);
@@ -26,7 +27,6 @@ public:
     void Add(const QStringList& files);
     /// Adds the pane's own items to the context menu of the entries.
     void FillMenu(QMenu& menu);
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -37,6 +37,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void Localize() override;
     void OnPlaylistsChanged() override;
     void OnPlaylistChanged(Playlist& playlist) override;
 

@@ -9,6 +9,7 @@
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QStackedWidget>
 
@@ -21,18 +22,6 @@ namespace {
 constexpr int kListWidth = 160;
 constexpr QSize kFirstSize(660, 560);
 constexpr char16_t kReturn = 13, kEscape = 27;
-
-class LanguageHook final : public RefCountedObject<IVEXAMessageHook> {
-public:
-    explicit LanguageHook(std::function<void()> then) : FThen(std::move(then)) {}
-    void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-        if (message == kMsgLanguageChanged)
-            Guarded("changing the language of the options", [this] { return FThen(), S_OK; });
-    }
-
-private:
-    const std::function<void()> FThen;
-};
 
 /// Escapes mnemonics, which texts of plug-ins do not have.
 QString Plain(QString text) {
@@ -89,14 +78,13 @@ void OptionsDialog::Localize() {
     FButtons->button(QDialogButtonBox::Cancel)->setText(text("CommonDialogs\\B2"));
     FButtons->button(QDialogButtonBox::Apply)->setText(text("Options\\Apply"));
     FButtons->button(QDialogButtonBox::Reset)->setText(text("Options\\Reset"));
-    const bool wasLoading = std::exchange(FIsLoading, true);
+    const QScopedValueRollback loading(FIsLoading, true);
     for (std::size_t i = 0; i < FPages.size(); ++i) {
         const QString caption = FPages[i]->Caption();
         FList->item(static_cast<int>(i))->setText(caption);
         FPages[i]->Container()->setAccessibleName(caption);
         FPages[i]->Notify(IVEXAOptionsDialogFrame::Localize);
     }
-    FIsLoading = wasLoading;
 }
 
 OptionsPage* OptionsDialog::Current() const {
@@ -109,9 +97,8 @@ void OptionsDialog::ShowRow(int row) {
     FButtons->button(QDialogButtonBox::Reset)->setEnabled(page != nullptr);
     if (!page) return;
     FStack->setCurrentIndex(row);
-    const bool wasLoading = std::exchange(FIsLoading, true);
+    const QScopedValueRollback loading(FIsLoading, true);
     page->Open();
-    FIsLoading = wasLoading;
 }
 
 void OptionsDialog::ShowPage(IVEXAOptionsDialogFrame* page) {
@@ -222,17 +209,15 @@ void OptionsDialog::keyPressEvent(QKeyEvent* event) {
     QDialog::keyPressEvent(event);
 }
 
-OptionsWindow::OptionsWindow(Host& host) : FHost(host) {
-    FLanguageHook = Ref<IVEXAMessageHook>(new LanguageHook([this] {
-        if (FDialog) FDialog->Localize();
-    }));
-    FHost.Messages().Hook(FLanguageHook.Get());
+OptionsWindow::OptionsWindow(Host& host)
+    : FHost(host), FLanguage(host.Messages(), kMsgLanguageChanged, [this] {
+          if (FDialog) FDialog->Localize();
+      }) {
     FHost.Options().SetView(this);
 }
 
 OptionsWindow::~OptionsWindow() {
     FHost.Options().SetView(nullptr);
-    FHost.Messages().Unhook(FLanguageHook.Get());
     delete FDialog;
 }
 

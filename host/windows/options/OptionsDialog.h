@@ -6,11 +6,11 @@
 //     options.ShowPage(nullptr, true);        // returns at once; the dialog is application-modal
 
 #include "Host.h"
+#include "WindowTexts.h"
 
 #include <QDialog>
 #include <QPointer>
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -86,7 +86,7 @@ private:
     Host& FHost;
     QPointer<QWidget> FParent;
     QPointer<OptionsDialog> FDialog;
-    Ref<IVEXAMessageHook> FLanguageHook;
+    MessageListener FLanguage;
 };
 
 }  // namespace vexa::host

@@ -262,18 +262,23 @@ void MainWindow::ReleasePlugins() {
 void MainWindow::Import() {
     const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Import(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotRead", file) : problem);
+    try {
+        FSubscriber->Import(file);
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Export() {
     QString file =
         QFileDialog::getSaveFileName(this, QString(), QStringLiteral("subscriptions.opml"), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Export(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotWrite", file) : problem);
-    else
+    try {
+        FSubscriber->Export(file);
         FBanner->Show(FTexts("Exported", file), {});
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
@@ -380,15 +385,9 @@ void MainWindow::SaveLayout() {
 void MainWindow::Localize() {
     QLocale::setDefault(LocaleOf(FHost.Language().Language()));
     setWindowTitle(FTexts("Title"));
-    FMenuBar->Localize();
-    FTree->Localize();
-    FTable->Localize();
-    FDetails->Localize();
-    FPlaylists->Localize();
-    FFirstStart->Localize();
-    FTasks->Localize();
-    FListening->Localize();
     FBanner->SetDismissName(FTexts("Dismiss"));
+    QEvent changed(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(this, &changed);
 }
 
 void MainWindow::OnThemeChanged() {

@@ -1,6 +1,7 @@
 #include "TaskBar.h"
 
 #include "ProblemDialog.h"
+#include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -82,23 +83,14 @@ std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::
     for (std::int32_t i = 0; i < count; ++i) {
         Ref<IVEXAMLTaskOutcome> outcome;
         if (vexa::Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        if (const QString why = text(IVEXAMLTaskOutcome::Error); !why.isEmpty())
-            problems.push_back({text(IVEXAMLTaskOutcome::Caption), why});
+        if (const QString why = TextOf(outcome.Get(), IVEXAMLTaskOutcome::Error); !why.isEmpty())
+            problems.push_back({TextOf(outcome.Get(), IVEXAMLTaskOutcome::Caption), why});
     }
     return problems;
 }
 
 TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent)
-    : QStatusBar(parent),
-      FLibrary(library),
-      FTexts(language),
-      FProblemButton(new QToolButton),
-      FDismiss(new QToolButton) {
+    : Pane(parent), FLibrary(library), FTexts(language), FProblemButton(new QToolButton), FDismiss(new QToolButton) {
     setSizeGripEnabled(false);
     for (QToolButton* button : {FProblemButton, FDismiss}) {
         button->setAutoRaise(true);

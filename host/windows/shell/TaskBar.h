@@ -2,6 +2,7 @@
 // The status bar: the tasks that run in the background, and afterwards what failed in them. Main thread.
 
 #include "Library.h"
+#include "Pane.h"
 #include "WindowTexts.h"
 
 #include <QStatusBar>
@@ -21,7 +22,7 @@ struct TaskProblem {
 /// The failed items of the last task with that ID.
 std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID);
 
-class TaskBar final : public QStatusBar {
+class TaskBar final : public Pane<QStatusBar> {
     Q_OBJECT
 public:
     TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent = nullptr);
@@ -32,12 +33,12 @@ public:
     /// AddProblems replaces the problems of the window's own tasks, AddProblem adds one to them.
     void AddProblems(std::vector<TaskProblem> problems);
     void AddProblem(TaskProblem problem);
-    void Localize();
     void OnThemeChanged();
 
 private:
     class Entry;
 
+    void Localize() override;
     void Poll();
     void ShowProblems();
     void UpdateProblemButton();

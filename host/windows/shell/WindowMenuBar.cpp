@@ -8,7 +8,7 @@
 namespace vexa::host {
 
 WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent)
-    : QMenuBar(parent), FHost(host), FTexts(host.Language()) {
+    : Pane(parent), FHost(host), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
     FSubscribe = Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
     file->addSeparator();
@@ -90,7 +90,6 @@ void WindowMenuBar::EnableOffered(const LibraryStorage* storage) {
 
 void WindowMenuBar::Localize() {
     for (const Captioned& captioned : FCaptions) captioned.Action->setText(FTexts(captioned.Key));
-    FPlayback->Localize();
 }
 
 }  // namespace vexa::host

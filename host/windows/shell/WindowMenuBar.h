@@ -3,6 +3,7 @@
 
 #include "Host.h"
 #include "Library.h"
+#include "Pane.h"
 #include "PlaybackMenu.h"
 #include "WindowTexts.h"
 #include "WindowTheme.h"
@@ -16,7 +17,7 @@ class QActionGroup;
 
 namespace vexa::host {
 
-class WindowMenuBar final : public QMenuBar {
+class WindowMenuBar final : public Pane<QMenuBar> {
     Q_OBJECT
 public:
     WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent = nullptr);
@@ -25,7 +26,6 @@ public:
     void AddPane(const char* key, QAction* toggle);
     /// Disables the items for which the storage has no command; null while no storage is shown.
     void EnableOffered(const LibraryStorage* storage);
-    void Localize();
 
 Q_SIGNALS:
     void Subscribe();
@@ -36,6 +36,7 @@ Q_SIGNALS:
     void FocusSearch();
 
 private:
+    void Localize() override;
     struct Captioned {
         QAction* Action;
         const char* Key;

@@ -1,6 +1,7 @@
 #include "FirstStartPage.h"
 
 #include "Library.h"
+#include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -43,16 +44,9 @@ std::vector<CheckOption> ReadCheckOptions(Host& host) {
     for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
         Ref<IVEXAMLOption> option;
         if (Failed(list->GetObject(i, IVEXAMLOption::IID, option.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            option->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        std::int32_t kind = -1, value = 0;
-        option->GetValueAsInt32(IVEXAMLOption::Kind, &kind);
-        option->GetValueAsInt32(IVEXAMLOption::Value, &value);
-        if (kind == IVEXAMLOption::Check)
-            found.push_back({text(IVEXAMLOption::ID), text(IVEXAMLOption::Caption), value != 0});
+        if (NumberOf(option.Get(), IVEXAMLOption::Kind, -1) != IVEXAMLOption::Check) continue;
+        found.push_back({TextOf(option.Get(), IVEXAMLOption::ID), TextOf(option.Get(), IVEXAMLOption::Caption),
+                         NumberOf(option.Get(), IVEXAMLOption::Value) != 0});
     }
     return found;
 }
@@ -68,7 +62,7 @@ QLabel* CentredLabel() {
 }  // namespace
 
 FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FSubscriber(subscriber),
       FTexts(host.Language()),
@@ -181,8 +175,7 @@ void FirstStartPage::WriteOptions() {
     const auto options = StartOptions(FHost);
     if (!options) return;
     for (const auto& [id, box] : FOptions) {
-        Variant value;
-        ToVariant(std::int32_t{box->isChecked() ? 1 : 0}, value);
+        const Variant value = ToVariant(std::int32_t{box->isChecked() ? 1 : 0});
         options->SetOption(MakeString(id).Get(), &value);
     }
 }
@@ -203,7 +196,7 @@ void FirstStartPage::dropEvent(QDropEvent* event) {
 }
 
 void FirstStartPage::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
+    Pane::showEvent(event);
     FAddress->setFocus();
 }
 

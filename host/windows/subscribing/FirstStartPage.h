@@ -3,6 +3,7 @@
 // import, and the options that the storage asks a new user about. Main thread.
 
 #include "Host.h"
+#include "Pane.h"
 #include "Subscriber.h"
 #include "WindowTexts.h"
 
@@ -19,7 +20,7 @@ class QVBoxLayout;
 
 namespace vexa::host {
 
-class FirstStartPage final : public QWidget {
+class FirstStartPage final : public Pane<QWidget> {
     Q_OBJECT
 public:
     FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent = nullptr);
@@ -27,7 +28,6 @@ public:
     QLineEdit* Address() const noexcept { return FAddress; }
     /// Shows the active storage's options; called when another storage, or none, has become active.
     void ReadOptions();
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -39,6 +39,7 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void Localize() override;
     void Subscribe(const QStringList& addresses);
     void ShowBusy(bool isBusy);
     void WriteOptions();

@@ -13,6 +13,8 @@
 #include <QRegularExpression>
 #include <QUrl>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
 namespace {
@@ -90,9 +92,13 @@ void Subscriber::Subscribe(const QStringList& addresses) {
         const QString trimmed = address.trimmed();
         if (!IsSubscriptionList(trimmed)) {
             if (!trimmed.isEmpty()) feeds += trimmed;
-        } else if (const QString problem = Import(trimmed); !problem.isEmpty()) {
+            continue;
+        }
+        try {
+            Import(trimmed);
+        } catch (const std::exception& error) {
             Begin();
-            End({{trimmed, E_FAIL, problem}});
+            End({{trimmed, E_FAIL, QString::fromUtf8(error.what())}});
         }
     }
     if (feeds.isEmpty()) return;
@@ -101,24 +107,27 @@ void Subscriber::Subscribe(const QStringList& addresses) {
     if (Failed(result)) End({{feeds.join(QStringLiteral(", ")), result, {}}});
 }
 
-QString Subscriber::Import(const QString& fileName) {
-    const auto storage = Storage();
-    if (!storage) return fileName;
-    const Ref<ErrorInfo> error(new ErrorInfo);
-    const auto events = Begin();
-    if (Succeeded(storage->ImportOPML(MakeString(fileName).Get(), events.Get(), error.Get()))) return {};
-    End({});
-    const QString message = error->Message();
-    return message.isEmpty() ? fileName : message;
+void Subscriber::Fail(const ErrorInfo& error, const char* text, const QString& fileName) const {
+    const QString message = error.Message();
+    throw std::runtime_error(
+        (message.isEmpty() ? WindowTexts(FHost.Language())(text, fileName) : message).toStdString());
 }
 
-QString Subscriber::Export(const QString& fileName) {
+void Subscriber::Import(const QString& fileName) {
     const auto storage = Storage();
-    if (!storage) return fileName;
     const Ref<ErrorInfo> error(new ErrorInfo);
-    if (Succeeded(storage->ExportOPML(MakeString(fileName).Get(), error.Get()))) return {};
-    const QString message = error->Message();
-    return message.isEmpty() ? fileName : message;
+    if (!storage) Fail(*error, "CannotRead", fileName);
+    const auto events = Begin();
+    if (Succeeded(storage->ImportOPML(MakeString(fileName).Get(), events.Get(), error.Get()))) return;
+    End({});
+    Fail(*error, "CannotRead", fileName);
+}
+
+void Subscriber::Export(const QString& fileName) {
+    const auto storage = Storage();
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    if (!storage || Failed(storage->ExportOPML(MakeString(fileName).Get(), error.Get())))
+        Fail(*error, "CannotWrite", fileName);
 }
 
 QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts) {

@@ -12,6 +12,8 @@ class QMimeData;
 
 namespace vexa::host {
 
+class ErrorInfo;
+
 class Subscriber final : public QObject {
     Q_OBJECT
 public:
@@ -34,9 +36,9 @@ public:
     /// Subscribes to addresses, which include file names and text dropped on a window. A list of subscriptions among
     /// them is imported.
     void Subscribe(const QStringList& addresses);
-    /// Both return why the file cannot be read or written; empty on success.
-    QString Import(const QString& fileName);
-    QString Export(const QString& fileName);
+    /// Both throw std::runtime_error, in the user's language, when the file cannot be read or written.
+    void Import(const QString& fileName);
+    void Export(const QString& fileName);
 
 Q_SIGNALS:
     void Started();
@@ -49,6 +51,8 @@ private:
     Ref<IVEXAMLSubscriptionStorage> Storage() const;
     Ref<Events> Begin();
     void End(const std::vector<Outcome>& outcomes);
+    /// Throws what the storage said, or where it said nothing the window's text.
+    [[noreturn]] void Fail(const ErrorInfo& error, const char* text, const QString& fileName) const;
 
     Host& FHost;
     int FRunning = 0;
