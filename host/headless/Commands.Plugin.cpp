@@ -49,8 +49,11 @@ QJsonObject Unload(Host& host, const QStringList&) {
 }
 
 QJsonObject Quit(Host& host, const QStringList&) {
-    const QString problem = host.UnloadPlugins();
-    if (!problem.isEmpty()) throw CommandError(u"all is unloaded, but " + problem);
+    try {
+        host.UnloadPlugins();
+    } catch (const std::runtime_error& error) {
+        throw CommandError(u"all is unloaded, but " + QString::fromUtf8(error.what()));
+    }
     return {};
 }
 
