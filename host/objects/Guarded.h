@@ -7,8 +7,8 @@
 
 namespace vexa::host {
 
-/// Returns what `act` returns, S_OK if that is nothing. An exception is logged, with `what` naming what was being done,
-/// and becomes E_UNEXPECTED.
+/// Returns what `act` returns, or S_OK if it returns void. An exception is logged, with `what` naming what was being
+/// done, and becomes E_UNEXPECTED.
 template <class Act>
 HResult Guarded(const char* what, Act&& act) noexcept {
     return GuardedCall(LogHost(), what, act, E_UNEXPECTED);

@@ -1,5 +1,5 @@
 #pragma once
-// Single properties of anybody's objects. The threads are the object's.
+// Reads single properties of objects of any implementation, on any thread on which the object may be used.
 
 #include "VEXA.SDK.Objects.h"
 
@@ -7,10 +7,10 @@
 
 namespace vexa::host {
 
-/// Empty when there is no object, or it has no such text.
+/// Empty when `object` is null or has no such text.
 QString TextOf(IVEXAPropertyList* object, std::int32_t property);
 
-/// The default when there is no object, or it has no such number.
+/// `defaultValue` when `object` is null or has no such number.
 std::int32_t NumberOf(IVEXAPropertyList* object, std::int32_t property, std::int32_t defaultValue = 0);
 
 }  // namespace vexa::host

@@ -13,7 +13,7 @@ namespace vexa::host {
 
 namespace {
 
-/// Nothing for a fraction, or for what does not fit into 64 bits.
+/// Nothing when the number is not whole, or does not fit into 64 bits.
 std::optional<std::int64_t> ToWhole(double number) noexcept {
     constexpr double kPowerOf63 = 9223372036854775808.0;
     if (!(number >= -kPowerOf63 && number < kPowerOf63) || std::trunc(number) != number) return std::nullopt;

@@ -21,8 +21,8 @@ struct PropertyRule {
     const Guid* Object = nullptr;
 };
 
-/// Conversions between numbers (std::int32_t, std::int64_t, double) and texts (QString); nothing when one would lose
-/// something, or the value is empty or an object.
+/// The value converted to a number (std::int32_t, std::int64_t, double) or a text (QString). Nothing when the
+/// conversion would lose something, or the value is empty or an object.
 template <class Type>
 std::optional<Type> Converted(const PropertyValue& value);
 template <>

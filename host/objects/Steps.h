@@ -1,5 +1,5 @@
 #pragma once
-// Steps that do not need one another, such as those at an end: each is taken, whatever became of those before it.
+// Independent steps, such as those of a shutdown: each is executed even if earlier ones have failed.
 
 #include <QStringList>
 
@@ -17,7 +17,7 @@ public:
             FProblems += QString::fromUtf8(error.what());
         }
     }
-    /// Throws std::runtime_error with the messages of all that failed.
+    /// Throws std::runtime_error with the messages of all steps that have failed.
     void ThrowIfFailed() const {
         if (!FProblems.isEmpty()) throw std::runtime_error(FProblems.join(QStringLiteral("; ")).toStdString());
     }

@@ -24,7 +24,7 @@ namespace vexa::host {
 struct FreeGstObject {
     void operator()(void* object) const noexcept;
 };
-/// A reference to an object of GStreamer's.
+/// A reference to a GStreamer object.
 template <class Object>
 using GstRef = std::unique_ptr<Object, FreeGstObject>;
 

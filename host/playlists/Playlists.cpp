@@ -206,7 +206,7 @@ void PlaylistManager::DescribeNow() {
             if (files.size() < kDescribedAtOnce && !entry.IsDescribed && !FUnknown.contains(entry.File))
                 files.insert(entry.File);
     if (files.isEmpty()) return;
-    // Plug-ins and disks may take their time.
+    // On a worker thread, because plug-ins and disks may be slow.
     FDescriber.Run([this, files, infos = FInfos](const CancelCheck& isStopped) {
         QHash<QString, PlaylistDescription> found;
         QSet<QString> unknown;

@@ -113,7 +113,7 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     ASSERT_TRUE(WaitFor(State::Playing));
     for (const QString& language : Host.Language().Languages()) {
         Host.Language().Switch(language);
-        QEvent changed(QEvent::LanguageChange);  // as the window tells it
+        QEvent changed(QEvent::LanguageChange);  // as the window sends it
         QCoreApplication::sendEvent(&bar, &changed);
         QSet<QString> names;
         const auto controls = bar.findChildren<QWidget*>();

@@ -176,7 +176,7 @@ TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
         for (const QString& address : {u"a"_s, u"b"_s, u"c"_s, u"a"_s}) positions.Leave(address, 50, 100);
         positions.Leave(u"c"_s, 99.5, 100);
         positions.Leave(u"d"_s, 5, 0);
-        positions.SaveInBackground();
+        EXPECT_TRUE(positions.SaveInBackground());
         positions.SetUpNext({u"x"_s, u"x"_s});
         EXPECT_NO_THROW(positions.Save());
 

@@ -11,7 +11,7 @@ class Pane : public Widget {
 protected:
     using Widget::Widget;
 
-    /// Reads the captions anew; the constructor reads them first.
+    /// Sets all captions in the user's language. The constructor calls it, too.
     virtual void Localize() = 0;
     void changeEvent(QEvent* event) override {
         if (event->type() == QEvent::LanguageChange) Localize();

@@ -181,7 +181,7 @@ void WindowTheme::OnDesktopSetting(const QString& group, const QString& key, con
 void WindowTheme::Apply() {
     const Colours& colours = IsDark() ? kDark : kLight;
     QPalette palette = PaletteOf(colours);
-    ForgetWindowIcons();  // first: widgets ask for theirs as soon as they hear of the palette
+    ForgetWindowIcons();  // first, because widgets ask for their icons as soon as the palette changes
     QApplication::setPalette(palette);
     // Selected rows are many and large, so they get only a tint, on which texts keep their colour.
     palette.setColor(QPalette::Highlight, colours.Selection);

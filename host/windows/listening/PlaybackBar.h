@@ -32,7 +32,7 @@ protected:
 
 private:
     void Localize() override;
-    /// `name` is also that of its drawing.
+    /// `name` is also the name of the button's icon.
     QToolButton* AddButton(const char* name);
     QToolButton* AddMenu(const char* name, void (PlaybackBar::*fill)());
     void Caption(QWidget& control, const QString& text);

@@ -51,7 +51,7 @@ private:
     Ref<IVEXAMLSubscriptionStorage> Storage() const;
     Ref<Events> Begin();
     void End(const std::vector<Outcome>& outcomes);
-    /// Throws what the storage said, or where it said nothing the window's text.
+    /// Throws std::runtime_error with the storage's message, or if there is none, with the window's text `text`.
     [[noreturn]] void Fail(const ErrorInfo& error, const char* text, const QString& fileName) const;
 
     Host& FHost;
