@@ -31,22 +31,24 @@ QString Row(const QString& left, const QString& right) {
     return u"  " + left.leftJustified(26) + u' ' + right + u'\n';
 }
 
-/// The name as the parser knows it.
-QString Bare(const QString& option) {
+/// The option's name without "--", as the parser uses it.
+QString WithoutDashes(const QString& option) {
     return option.sliced(2);
 }
 
 void AddOptions(QCommandLineParser& parser, const std::vector<Option>& options) {
-    for (const Option& option : options) parser.addOption({Bare(option.Name), option.Help, option.Placeholder});
+    for (const Option& option : options)
+        parser.addOption({WithoutDashes(option.Name), option.Help, option.Placeholder});
 }
 
-/// Why the parser does not take the words.
-QString Problem(const QCommandLineParser& parser, const QStringList& words, const std::vector<Option>& options) {
+/// The reason why the parser has refused the words.
+QString ReasonForRefusal(const QCommandLineParser& parser, const QStringList& words,
+                         const std::vector<Option>& options) {
     const QStringList unknown = parser.unknownOptionNames();
     for (const QString& word : words) {
         const QString name = word.section(u'=', 0, 0);
         const bool isLong = name.startsWith(u"--");
-        if (isLong ? unknown.contains(Bare(name)) : name.startsWith(u'-') && unknown.contains(name.mid(1, 1)))
+        if (isLong ? unknown.contains(WithoutDashes(name)) : name.startsWith(u'-') && unknown.contains(name.mid(1, 1)))
             return u"there is no option " + name + u" here; see podcasts --help";
     }
     for (const Option& option : options) {
@@ -61,7 +63,7 @@ QString Problem(const QCommandLineParser& parser, const QStringList& words, cons
 
 void CheckOperands(const Command& command, const Arguments& given) {
     const auto count = given.Operands.size();
-    if (count >= command.FewestOperands && (command.MostOperands < 0 || count <= command.MostOperands)) return;
+    if (count >= command.MinOperands && (command.MaxOperands < 0 || count <= command.MaxOperands)) return;
     throw UsageError(QStringLiteral("usage: podcasts ") + command.Name + u' ' + command.Operands);
 }
 
@@ -78,7 +80,7 @@ std::optional<qint64> Arguments::Number(const QString& option) const {
 
 Invocation ParseArguments(const QStringList& words) {
     const QStringList line = QStringList(QStringLiteral("podcasts")) + words;
-    // The command decides which options there are: it is found first, with the help of the global ones.
+    // The command determines the valid options, so find it first, by parsing with the global options only.
     QCommandLineParser parser;
     AddOptions(parser, kGlobalOptions);
     parser.parse(line);
@@ -91,7 +93,7 @@ Invocation ParseArguments(const QStringList& words) {
         AddOptions(parser, invocation.Chosen->Options);
         options.insert(options.end(), invocation.Chosen->Options.begin(), invocation.Chosen->Options.end());
     }
-    if (!parser.parse(line)) throw UsageError(Problem(parser, words, options));
+    if (!parser.parse(line)) throw UsageError(ReasonForRefusal(parser, words, options));
 
     invocation.Profile = parser.value(QStringLiteral("profile"));
     invocation.Given.Json = parser.isSet(QStringLiteral("json"));
@@ -103,7 +105,8 @@ Invocation ParseArguments(const QStringList& words) {
     if (invocation.Given.Json && !invocation.Chosen->HasJson)
         throw UsageError(u"podcasts " + invocation.Chosen->Name + u" has no JSON output");
     for (const Option& option : invocation.Chosen->Options)
-        if (parser.isSet(Bare(option.Name))) invocation.Given.Options[option.Name] = parser.value(Bare(option.Name));
+        if (parser.isSet(WithoutDashes(option.Name)))
+            invocation.Given.Options[option.Name] = parser.value(WithoutDashes(option.Name));
     CheckOperands(*invocation.Chosen, invocation.Given);
     if (invocation.Chosen->Check) invocation.Chosen->Check(invocation.Given);
     return invocation;

@@ -41,8 +41,8 @@ struct Command {
     QString Operands;  // as the synopsis shows them
     QString Summary;
     std::vector<Option> Options;
-    int FewestOperands;
-    int MostOperands;  // −1: any number
+    int MinOperands;
+    int MaxOperands;  // −1: any number
     bool HasJson;
     int (*Run)(Session& session, const Arguments& arguments);  // returns the exit status
     void (*Check)(const Arguments& arguments) = nullptr;       // called before a profile is opened; throws UsageError

@@ -11,7 +11,7 @@ namespace podcasts::cli {
 
 namespace {
 
-constexpr int kFewestDigits = 8;
+constexpr int kMinDigits = 8;
 
 QString Hex(const std::array<unsigned char, 16>& digest) {
     return QString::fromLatin1(QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), 16).toHex());
@@ -58,7 +58,7 @@ const EpisodeKeys::Entries& EpisodeKeys::EntriesOf(int feedID) {
 
 QString EpisodeKeys::Short(int feedID, const QString& guid) {
     const Digest digest = DigestOf(vexa::ToUtf8(guid));
-    int digits = kFewestDigits;
+    int digits = kMinDigits;
     for (const Digest& other : EntriesOf(feedID).Digests)
         if (other != digest) digits = std::max(digits, CommonDigits(other, digest) + 1);
     return QString::number(feedID) + u':' + Hex(digest).left(digits);

@@ -32,7 +32,7 @@ private:
     vexa::SettingsFile FFile;
 };
 
-/// What names no subscription.
+/// Thrown for a text that names no subscription.
 class FeedError : public std::runtime_error {
 public:
     explicit FeedError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -61,8 +61,7 @@ public:
         int Unknown = 0;  // keys that name no episode
     };
     /// The engine's keys for `keys`. "-" reads keys from standard input, one at the beginning of each line; the rest of
-    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no
-    /// episode.
+    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no episode.
     [[nodiscard]] FoundEpisodes FindEpisodes(const QStringList& keys);
     /// A line for lists: "key  date  state  duration  title - feed".
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);

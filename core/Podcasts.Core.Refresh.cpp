@@ -114,7 +114,7 @@ void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, const QString
     outcome.IsMoveRefused = !outcome.MovedTo.isEmpty() && !merged.IsMoved;
     if (!merged.NewEpisodes.isEmpty()) FHasNewEpisodes = true;
     for (const QString& file : merged.SpareFiles)
-        static_cast<void>(vexa::MoveToRecycleBin(file));  // of one that has to stay there is a warning
+        static_cast<void>(vexa::MoveToRecycleBin(file));  // logs a warning if there is no trash for the file
 }
 
 void TPodcastClientTaskRefreshFeeds::Complete() {

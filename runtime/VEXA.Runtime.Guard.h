@@ -1,5 +1,5 @@
 #pragma once
-// The border between code that throws and interfaces that answer with result codes.
+// Connects code that throws with interfaces that return result codes.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.SDK.Base.h"
@@ -13,10 +13,11 @@ namespace vexa {
 
 /// The message of the exception that is being handled; empty when it has none.
 VEXA_RUNTIME_API QString CaughtMessage();
-/// Writes a warning that `what` failed, with that message.
+/// Logs a warning that `what` failed, with the message of the exception that is being handled.
 VEXA_RUNTIME_API void LogCaughtException(const QLoggingCategory& category, const char* what) noexcept;
 
-/// What `body` answers, S_OK for one without a result; what it throws is logged with `what` and becomes `failure`.
+/// Runs `body` and returns its result, or S_OK if it has none. An exception is logged with `what` and turned into
+/// `failure`.
 template <class Body>
 HResult GuardedCall(const QLoggingCategory& category, const char* what, Body&& body, HResult failure) noexcept {
     try {
