@@ -2,6 +2,8 @@
 
 #include "VEXA.Runtime.Files.h"
 
+#include <QCommandLineParser>
+
 #include <algorithm>
 
 namespace podcasts::cli {
@@ -15,11 +17,6 @@ const std::vector<Option> kGlobalOptions = {
     {QStringLiteral("--version"), {}, QStringLiteral("show the version")},
 };
 
-const Option* FindOption(const std::vector<Option>& options, const QString& name) {
-    const auto found = std::find_if(options.begin(), options.end(), [&](auto& option) { return option.Name == name; });
-    return found == options.end() ? nullptr : &*found;
-}
-
 const Command* FindCommand(const QString& name) {
     const auto& all = Commands();
     const auto found = std::find_if(all.begin(), all.end(), [&](auto& command) { return command.Name == name; });
@@ -32,6 +29,34 @@ QString WithPlaceholder(const Option& option) {
 
 QString Row(const QString& left, const QString& right) {
     return u"  " + left.leftJustified(26) + u' ' + right + u'\n';
+}
+
+/// The name as the parser knows it.
+QString Bare(const QString& option) {
+    return option.sliced(2);
+}
+
+void AddOptions(QCommandLineParser& parser, const std::vector<Option>& options) {
+    for (const Option& option : options) parser.addOption({Bare(option.Name), option.Help, option.Placeholder});
+}
+
+/// Why the parser does not take the words.
+QString Problem(const QCommandLineParser& parser, const QStringList& words, const std::vector<Option>& options) {
+    const QStringList unknown = parser.unknownOptionNames();
+    for (const QString& word : words) {
+        const QString name = word.section(u'=', 0, 0);
+        const bool isLong = name.startsWith(u"--");
+        if (isLong ? unknown.contains(Bare(name)) : name.startsWith(u'-') && unknown.contains(name.mid(1, 1)))
+            return u"there is no option " + name + u" here; see podcasts --help";
+    }
+    for (const Option& option : options) {
+        if (!option.Placeholder.isEmpty() && words.last() == option.Name)
+            return option.Name + u" needs a value: " + WithPlaceholder(option);
+        for (const QString& word : words)
+            if (option.Placeholder.isEmpty() && word.startsWith(QString(option.Name + u'=')))
+                return option.Name + u" takes no value";
+    }
+    return parser.errorText();
 }
 
 void CheckOperands(const Command& command, const Arguments& given) {
@@ -52,63 +77,33 @@ std::optional<qint64> Arguments::Number(const QString& option) const {
 }
 
 Invocation ParseArguments(const QStringList& words) {
+    const QStringList line = QStringList(QStringLiteral("podcasts")) + words;
+    // The command decides which options there are: it is found first, with the help of the global ones.
+    QCommandLineParser parser;
+    AddOptions(parser, kGlobalOptions);
+    parser.parse(line);
+    std::vector<Option> options = kGlobalOptions;
     Invocation invocation;
-    bool onlyOperands = false;
-    std::vector<std::pair<QString, std::optional<QString>>> options;  // name, value after "="
-    QStringList operands;
-    // The command decides which options take a value, so find it first: the first word that is neither an option nor
-    // the value of a global one.
-    for (qsizetype i = 0; i < words.size() && !invocation.Chosen; ++i) {
-        if (words[i] == u"--profile")
-            ++i;
-        else if (!words[i].startsWith(u'-')) {
-            invocation.Chosen = FindCommand(words[i]);
-            if (!invocation.Chosen) throw UsageError(u"there is no command \"" + words[i] + u"\"; see podcasts --help");
-        }
+    if (const QStringList operands = parser.positionalArguments(); !operands.isEmpty()) {
+        invocation.Chosen = FindCommand(operands.first());
+        if (!invocation.Chosen)
+            throw UsageError(u"there is no command \"" + operands.first() + u"\"; see podcasts --help");
+        AddOptions(parser, invocation.Chosen->Options);
+        options.insert(options.end(), invocation.Chosen->Options.begin(), invocation.Chosen->Options.end());
     }
-    bool commandSeen = false;
-    for (qsizetype i = 0; i < words.size(); ++i) {
-        const QString& word = words[i];
-        if (onlyOperands || !word.startsWith(u'-') || word == u"-") {
-            if (!commandSeen)
-                commandSeen = true;  // the command's own name
-            else
-                invocation.Given.Operands += word;
-            continue;
-        }
-        if (word == u"--") {
-            onlyOperands = true;
-            continue;
-        }
-        const QString name = word.section(u'=', 0, 0);
-        const Option* option = FindOption(kGlobalOptions, name);
-        if (!option && invocation.Chosen) option = FindOption(invocation.Chosen->Options, name);
-        if (!option) throw UsageError(u"there is no option " + name + u" here; see podcasts --help");
-        QString value;
-        if (option->Placeholder.isEmpty()) {
-            if (word.contains(u'=')) throw UsageError(name + u" takes no value");
-        } else if (word.contains(u'=')) {
-            value = word.section(u'=', 1);
-        } else if (i + 1 < words.size()) {
-            value = words[++i];
-        } else {
-            throw UsageError(name + u" needs a value: " + WithPlaceholder(*option));
-        }
-        if (name == u"--profile")
-            invocation.Profile = value;
-        else if (name == u"--json")
-            invocation.Given.Json = true;
-        else if (name == u"--help")
-            invocation.WantsHelp = true;
-        else if (name == u"--version")
-            invocation.WantsVersion = true;
-        else
-            invocation.Given.Options[name] = value;
-    }
+    if (!parser.parse(line)) throw UsageError(Problem(parser, words, options));
+
+    invocation.Profile = parser.value(QStringLiteral("profile"));
+    invocation.Given.Json = parser.isSet(QStringLiteral("json"));
+    invocation.WantsHelp = parser.isSet(QStringLiteral("help"));
+    invocation.WantsVersion = parser.isSet(QStringLiteral("version"));
     if (invocation.WantsHelp || invocation.WantsVersion) return invocation;
     if (!invocation.Chosen) throw UsageError(QStringLiteral("say what to do; see podcasts --help"));
+    invocation.Given.Operands = parser.positionalArguments().sliced(1);
     if (invocation.Given.Json && !invocation.Chosen->HasJson)
         throw UsageError(u"podcasts " + invocation.Chosen->Name + u" has no JSON output");
+    for (const Option& option : invocation.Chosen->Options)
+        if (parser.isSet(Bare(option.Name))) invocation.Given.Options[option.Name] = parser.value(Bare(option.Name));
     CheckOperands(*invocation.Chosen, invocation.Given);
     if (invocation.Chosen->Check) invocation.Chosen->Check(invocation.Given);
     return invocation;

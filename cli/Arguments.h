@@ -13,7 +13,7 @@ namespace podcasts::cli {
 
 class Session;
 
-/// What was asked for in a way that cannot be understood. Ends the program with status 2.
+/// Thrown for arguments that are wrong. Ends the program with status 2.
 class UsageError : public std::runtime_error {
 public:
     explicit UsageError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -21,17 +21,18 @@ public:
 
 struct Option {
     QString Name;         // "--limit"
-    QString Placeholder;  // "N"; empty for an option without value
+    QString Placeholder;  // "N"; empty for an option without a value
     QString Help;
 };
 
 struct Arguments {
     QStringList Operands;
-    std::map<QString, QString> Options;  // by name; the value is empty for one without value
+    std::map<QString, QString> Options;  // values by name; empty for an option without a value
     bool Json = false;
 
     bool Has(const QString& option) const { return Options.contains(option); }
-    /// A number that is not negative; nothing when the option is not given. Throws UsageError.
+    /// The option's value as a non-negative number; nothing when the option is not given. Throws UsageError for any
+    /// other value.
     std::optional<qint64> Number(const QString& option) const;
 };
 
@@ -43,8 +44,8 @@ struct Command {
     int FewestOperands;
     int MostOperands;  // −1: any number
     bool HasJson;
-    int (*Run)(Session& session, const Arguments& arguments);  // the exit status
-    void (*Check)(const Arguments& arguments) = nullptr;       // throws UsageError, before any profile is touched
+    int (*Run)(Session& session, const Arguments& arguments);  // returns the exit status
+    void (*Check)(const Arguments& arguments) = nullptr;       // called before a profile is opened; throws UsageError
 };
 
 /// Every command, in the order in which help shows them.

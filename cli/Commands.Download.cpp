@@ -20,20 +20,20 @@ void CheckDownload(const Arguments& arguments) {
 }
 
 int RunDownload(Session& session, const Arguments& arguments) {
-    int unknown = 0;
-    QStringList keys;
+    Session::FoundEpisodes found;
+    QStringList& keys = found.Keys;
     if (arguments.Has(kNew)) {
         keys = session.Client().NewEpisodesToDownload();
     } else {
-        keys = session.FindEpisodes(arguments.Operands, unknown);
-        // What is queued last is taken first; named keys are wanted in the order given. (New ones come newest first,
-        // and so are downloaded oldest first.)
+        found = session.FindEpisodes(arguments.Operands);
+        // The queue is last in, first out, but given keys are to be downloaded in their order. (New episodes are listed
+        // newest first, and so are downloaded oldest first.)
         std::reverse(keys.begin(), keys.end());
     }
-    keys.removeDuplicates();  // one address may be an episode of several feeds
+    keys.removeDuplicates();  // episodes of several feeds may have the same address
     const vexa::Ref<DownloadReporter> reporter(new DownloadReporter(session, arguments.Json));
     session.Client().Listeners().Add(vexa::Ref<vexa::IUnknown>(reporter.Get()));
-    // The queue takes keys that differ only in letter case for one; whichever had no outcome is asked for again.
+    // The queue treats keys that differ only in letter case as the same key, so queue those without an outcome again.
     QStringList waiting = keys;
     for (qsizetype left = -1; !waiting.isEmpty() && waiting.size() != left && !session.IsInterrupted();) {
         left = waiting.size();
@@ -56,10 +56,10 @@ int RunDownload(Session& session, const Arguments& arguments) {
         }
         const QJsonObject result{{QStringLiteral("downloaded"), downloaded}, {QStringLiteral("failed"), failed}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
-    } else if (keys.isEmpty() && unknown == 0) {
+    } else if (keys.isEmpty() && found.Unknown == 0) {
         session.Out().PrintLine(QStringLiteral("nothing to download"));
     }
-    return reporter->HasFailures() || unknown > 0 ? kFailed : kDone;
+    return reporter->HasFailures() || found.Unknown > 0 ? kFailed : kDone;
 }
 
 }  // namespace podcasts::cli

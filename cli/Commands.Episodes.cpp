@@ -50,11 +50,8 @@ void CheckEpisodes(const Arguments& arguments) {
 
 int RunEpisodes(Session& session, const Arguments& arguments) {
     TPodcastEpisodeFilter filter = FilterOf(arguments);
-    if (!arguments.Operands.isEmpty()) {
-        const QString address = session.FindFeed(arguments.Operands.first());
-        if (address.isEmpty()) return kFailed;
-        filter.FeedID = session.DB().GetFeedID(address);
-    }
+    if (!arguments.Operands.isEmpty())
+        filter.FeedID = session.DB().GetFeedID(session.FindFeed(arguments.Operands.first()));
     JsonArrayPrinter json(session.Out());
     session.DB().EnumEpisodes(filter, [&](const TPodcastEpisode& episode, const QString& feedName) {
         if (arguments.Json)
@@ -67,8 +64,7 @@ int RunEpisodes(Session& session, const Arguments& arguments) {
 }
 
 int RunShow(Session& session, const Arguments& arguments) {
-    int unknown = 0;
-    const QStringList keys = session.FindEpisodes(arguments.Operands, unknown);
+    const QStringList keys = session.FindEpisodes(arguments.Operands).Keys;
     const auto episode = keys.isEmpty() ? nullptr : session.DB().GetEpisode(keys.first());
     if (!episode) return kFailed;
     const auto& fields = episode->Fields;
@@ -106,30 +102,30 @@ void CheckMark(const Arguments& arguments) {
 
 int RunMark(Session& session, const Arguments& arguments) {
     const TPodcastEpisodeState state = ReadState(arguments.Operands.first());
-    int unknown = 0;
-    const QStringList keys = session.FindEpisodes(arguments.Operands.mid(1), unknown);
-    session.Client().UpdateState(keys, state);
-    return unknown == 0 ? kDone : kFailed;
+    const auto found = session.FindEpisodes(arguments.Operands.mid(1));
+    session.Client().UpdateState(found.Keys, state);
+    return found.Unknown == 0 ? kDone : kFailed;
 }
 
 int RunDeleteFiles(Session& session, const Arguments& arguments) {
     const bool isPermanent = arguments.Has(QStringLiteral("--permanently"));
-    int failures = 0;
-    for (const QString& key : session.FindEpisodes(arguments.Operands, failures)) {
+    const auto found = session.FindEpisodes(arguments.Operands);
+    int failures = found.Unknown;
+    for (const QString& key : found.Keys) {
         const auto episode = session.DB().GetEpisode(key);
         const QString fileName = episode ? episode->Fields[pefURLAudioCached] : QString();
         if (fileName.isEmpty()) continue;
         QFile file(fileName);
         const bool isGone = isPermanent ? !file.exists() || file.remove() : vexa::MoveToRecycleBin(fileName);
         if (isGone) {
-            session.Client().DeleteCachedEpisodes({key});  // at once: the record must not outlive the file
+            session.Client().DeleteCachedEpisodes({key});  // immediately, since the record must not outlive the file
             session.Out().PrintLine(u"deleted " + fileName);
             continue;
         }
-        // It stays, and so does its record: the next attempt finds it again.
+        // The file stays, and so does its record, so that the next attempt finds the file again.
         const QString reason =
             isPermanent ? file.errorString() : QStringLiteral("there is no trash for it (see --permanently)");
-        session.Out().Complain(u"cannot delete " + fileName + u": " + reason);
+        session.Out().PrintError(u"cannot delete " + fileName + u": " + reason);
         ++failures;
     }
     return failures == 0 ? kDone : kFailed;

@@ -33,19 +33,20 @@ QString TitleOr(const QString& title, const QString& address) {
     return line.isEmpty() ? OneLine(vexa::MaskedUrl(address)) : line;
 }
 
-/// What to choose from.
+/// Prints the feeds to choose from.
 void ListChoices(Session& session, const TPodcastSubscription& result) {
-    session.Out().Complain(vexa::MaskedUrl(result.Location) + u" names " +
-                           Feeds(static_cast<qint64>(result.Choices.size())) + u"; take one with subscribe --feed N:");
+    session.Out().PrintError(vexa::MaskedUrl(result.Location) + u" names " +
+                             Feeds(static_cast<qint64>(result.Choices.size())) +
+                             u"; take one with subscribe --feed N:");
     for (std::size_t i = 0; i < result.Choices.size(); ++i) {
         const QString title = OneLine(result.Choices[i].Title);
-        session.Out().Complain(QString::number(i + 1).rightJustified(4) + u"  " +
-                               (title.isEmpty() ? QString() : title + u"  ") +
-                               OneLine(vexa::MaskedUrl(result.Choices[i].Address)));
+        session.Out().PrintError(QString::number(i + 1).rightJustified(4) + u"  " +
+                                 (title.isEmpty() ? QString() : title + u"  ") +
+                                 OneLine(vexa::MaskedUrl(result.Choices[i].Address)));
     }
 }
 
-/// Subscribes and reports each result; `alreadyFails` says whether an existing subscription makes the command fail.
+/// Subscribes and prints each result. With `alreadyFails`, an existing subscription makes the command fail.
 int Subscribe(Session& session, const QStringList& locations, int choice, bool alreadyFails) {
     int status = kDone;
     qsizetype done = 0, dropped = 0;
@@ -70,22 +71,22 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
             if (result.What == Result::Subscribed) {
                 session.Out().PrintLine(u"subscribed to " + title + u": " + Episodes(result.EpisodeCount));
             } else if (result.What == Result::AlreadySubscribed) {
-                const QString said = u"already subscribed to " + title + u" (" + shownLocation + u")";
+                const QString message = u"already subscribed to " + title + u" (" + shownLocation + u")";
                 if (alreadyFails)
-                    session.Out().Complain(said);
+                    session.Out().PrintError(message);
                 else
-                    session.Out().PrintLine(said);
+                    session.Out().PrintLine(message);
                 if (alreadyFails) status = kFailed;
             } else if (result.What == Result::SeveralFeeds) {
                 ListChoices(session, result);
                 status = kFailed;
             } else {
-                session.Out().Complain(u"cannot subscribe to " + shownLocation + u": " + result.Error);
+                session.Out().PrintError(u"cannot subscribe to " + shownLocation + u": " + result.Error);
                 status = kFailed;
             }
             showProgress();
         });
-    ComplainOfDropped(session, dropped);
+    PrintDropped(session, dropped);
     session.RunUntilIdle([&] { downloads->Report(); });
     return session.IsInterrupted() || downloads->HasFailures() ? kFailed : status;
 }
@@ -117,26 +118,24 @@ int RunExport(Session& session, const Arguments& arguments) {
 
 int RunUnsubscribe(Session& session, const Arguments& arguments) {
     const QString address = session.FindFeed(arguments.Operands.first());
-    if (address.isEmpty()) return kFailed;
     const auto feed = session.DB().GetFeed(address, false);
     const QStringList kept = session.Client().Unsubscribe(address, arguments.Has(QStringLiteral("--delete-files")));
     session.Out().PrintLine(u"unsubscribed from " + TitleOr(feed ? feed->Fields[pffTitle] : QString(), address));
     for (const QString& fileName : kept)
-        session.Out().Complain(u"there is no trash for " + fileName + u": it stays where it is");
+        session.Out().PrintError(u"there is no trash for " + fileName + u": it stays where it is");
     return kept.isEmpty() ? kDone : kFailed;
 }
 
 int RunSetAddress(Session& session, const Arguments& arguments) {
     const QString oldAddress = session.FindFeed(arguments.Operands[0]);
-    if (oldAddress.isEmpty()) return kFailed;
     const QString newAddress = NormalizedFeedLocation(arguments.Operands[1]);
     if (newAddress == oldAddress) return kDone;
     if (!IsFeedLocation(newAddress)) {
-        session.Out().Complain(newAddress + u" is neither an http or https address nor an existing .xml file");
+        session.Out().PrintError(newAddress + u" is neither an http or https address nor an existing .xml file");
         return kFailed;
     }
     if (session.Client().IsSubscribed(newAddress)) {
-        session.Out().Complain(u"another subscription has the address " + vexa::MaskedUrl(newAddress));
+        session.Out().PrintError(u"another subscription has the address " + vexa::MaskedUrl(newAddress));
         return kFailed;
     }
     session.Client().ChangeFeedURL(oldAddress, newAddress);

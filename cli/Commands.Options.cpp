@@ -9,7 +9,7 @@ namespace podcasts::cli {
 
 namespace {
 
-/// Takes what WritePodcastConfig writes, as the text that a person sees.
+/// Collects the values that WritePodcastConfig writes, as texts for the user.
 class Collector final : public IPodcastConfig {
 public:
     int ReadInteger(const QString&, int defaultValue) override { return defaultValue; }
@@ -41,7 +41,7 @@ bool ReadSwitch(const QString& name, const QString& value) {
     throw UsageError(name + u" is 1 or 0, not \"" + value + u'"');
 }
 
-/// −1 for what is no number from 0 on.
+/// Reads a non-negative number; −1 for any other text.
 int ReadNumber(const QString& value) {
     bool isNumber = false;
     const int number = value.toInt(&isNumber);

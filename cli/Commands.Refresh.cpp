@@ -10,7 +10,7 @@ namespace podcasts::cli {
 
 namespace {
 
-constexpr qsizetype kMostListed = 30;  // new episodes named after a refresh
+constexpr qsizetype kMostListed = 30;  // new episodes printed after a refresh
 
 void ListNewEpisodes(Session& session, const QStringList& keys) {
     if (keys.isEmpty()) return;
@@ -26,17 +26,18 @@ void ListNewEpisodes(Session& session, const QStringList& keys) {
     }
 }
 
-/// The feeds asked for, all when none is named; complains about those that there are not.
+/// The addresses of the feeds asked for; of all feeds when none is named. Prints an error for each unknown feed.
 QStringList ChosenFeeds(Session& session, const QStringList& feeds, bool& hasUnknown) {
     QStringList addresses;
     if (feeds.isEmpty())
         session.DB().EnumFeeds([&](const QString& address, const QString&, int) { addresses += address; });
     for (const QString& feed : feeds) {
-        const QString address = session.FindFeed(feed);
-        if (address.isEmpty())
+        try {
+            addresses += session.FindFeed(feed);
+        } catch (const FeedError& error) {
+            session.Out().PrintError(QString::fromUtf8(error.what()));
             hasUnknown = true;
-        else
-            addresses += address;
+        }
     }
     return addresses;
 }
@@ -59,7 +60,8 @@ int RunRefresh(Session& session, const Arguments& arguments) {
         session.Client().RefreshFeeds();
         session.RunUntilIdle(report);
     }
-    // The queue takes addresses that differ only in letter case for one; whichever had no outcome is asked for again.
+    // The queue treats addresses that differ only in letter case as the same one, so queue those without an outcome
+    // again.
     for (qsizetype left = -1;;) {
         QSet<QString> done;
         for (const auto& outcome : refresh->Outcomes()) done += outcome.FeedURL;

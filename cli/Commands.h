@@ -1,5 +1,5 @@
 #pragma once
-// The commands' own functions; each gives the program's exit status. The table of commands is in Commands.cpp.
+// The functions of the commands; each returns the program's exit status. The table of commands is in Commands.cpp.
 
 #include "Arguments.h"
 #include "Session.h"

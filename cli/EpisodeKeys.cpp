@@ -79,7 +79,7 @@ QString EpisodeKeys::Resolve(const QString& text) {
     const int feedID = match.captured(1).toInt();
     const QString digits = match.captured(2).toLower();
     const Entries& entries = EntriesOf(feedID);
-    // The digits as bytes, the last of which may be half a byte.
+    // The digits as bytes; an odd last digit is half a byte.
     const QByteArray whole = QByteArray::fromHex(digits.left(digits.size() / 2 * 2).toLatin1());
     const auto begins = [&](const Digest& digest) {
         return std::memcmp(digest.data(), whole.constData(), static_cast<std::size_t>(whole.size())) == 0 &&
@@ -90,7 +90,7 @@ QString EpisodeKeys::Resolve(const QString& text) {
         if (begins(entries.Digests[i])) guids += entries.GUID(i);
     guids.removeDuplicates();
     if (guids.size() > 1) throw KeyError(u"the key " + text + u" names several episodes: give more of its digits");
-    // Else a key that was printed before the publisher changed the GUID.
+    // Otherwise the key may have been printed before the publisher changed the GUID.
     if (guids.isEmpty()) guids = FDB.FindByOlderGUID(feedID, digits);
     if (guids.size() != 1) throw KeyError(u"there is no episode " + text + u": \"podcasts episodes\" prints the keys");
     return MakeEpisodeKey(feedID, guids.first());

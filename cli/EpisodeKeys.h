@@ -1,6 +1,6 @@
 #pragma once
-// The short keys by which a person names an episode: the feed's id, ":", and the first eight or more hexadecimal digits
-// of the MD5 digest of the GUID's UTF-8 bytes, as many as make it unique in its feed.
+// The short keys by which users name episodes: the feed's id, ":", and the first hexadecimal digits of the MD5 digest
+// of the GUID's UTF-8 bytes: eight, or as many more as make the key unique in its feed.
 
 #include "Podcasts.Core.DB.h"
 
@@ -16,7 +16,7 @@
 
 namespace podcasts::cli {
 
-/// A key that names no episode, or several.
+/// Thrown for a key that names no episode, or several.
 class KeyError : public std::runtime_error {
 public:
     explicit KeyError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -30,17 +30,17 @@ public:
     static bool IsShort(const QString& text);
     /// The short key of an episode.
     QString Short(int feedID, const QString& guid);
-    /// The engine's key for a short key or for a URI that names exactly one row. Throws KeyError.
+    /// The engine's key for a short key, or for a URI that names exactly one row. Throws KeyError.
     QString Resolve(const QString& text);
 
 private:
     using Digest = std::array<unsigned char, 16>;
-    // One page of episodes may name a hundred feeds, of a thousand episodes each: nothing is allocated for each of
-    // them.
+    // One page of episodes may come from a hundred feeds with a thousand episodes each, so nothing is allocated per
+    // episode.
     struct Entries {
         std::vector<Digest> Digests;
-        std::string GUIDs;                // in UTF-8, one after the other
-        std::vector<std::size_t> Begins;  // of the GUIDs, by digest, and the end of the last one
+        std::string GUIDs;                // in UTF-8, one after another
+        std::vector<std::size_t> Begins;  // where each digest's GUID begins in GUIDs, and the end of the last one
 
         QString GUID(std::size_t index) const;
     };

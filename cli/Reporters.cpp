@@ -23,27 +23,27 @@ QString ProgressLine(qint64 position, qint64 size, const QString& caption) {
 
 }  // namespace
 
-void ComplainOfDropped(Session& session, qsizetype count) {
-    if (count > 0) session.Out().Complain(QString::number(count) + u" more not done: the work was stopped before");
+void PrintDropped(Session& session, qsizetype count) {
+    if (count > 0) session.Out().PrintError(QString::number(count) + u" more not done: the work was stopped before");
 }
 
 template <class Outcome>
 void OutcomeReporter<Outcome>::Report() {
-    const std::vector<Outcome> news = FSource.From(FSeen);
-    if (news.empty()) return;
-    FSeen += news.size();
+    const std::vector<Outcome> newOutcomes = FSource.From(FSeen);
+    if (newOutcomes.empty()) return;
+    FSeen += newOutcomes.size();
     qsizetype dropped = 0;
-    for (const Outcome& outcome : news) {
+    for (const Outcome& outcome : newOutcomes) {
         FHasFailures = FHasFailures || !outcome.Error.isEmpty();
         if (outcome.IsDropped)
             ++dropped;
         else if (!outcome.Error.isEmpty())
-            FSession.Out().Complain(FailureText(outcome));
+            FSession.Out().PrintError(FailureText(outcome));
         else if (!FIsQuiet && !FSession.IsInterrupted())
             FSession.Out().PrintLine(SuccessText(outcome));
     }
-    ComplainOfDropped(FSession, dropped);
-    FOutcomes.insert(FOutcomes.end(), news.begin(), news.end());
+    PrintDropped(FSession, dropped);
+    FOutcomes.insert(FOutcomes.end(), newOutcomes.begin(), newOutcomes.end());
     FSession.Out().FlushLines();
 }
 

@@ -1,8 +1,8 @@
 #pragma once
-// Tell what becomes of each feed and each episode while the background tasks run.
+// Print the result for each feed and each episode while the background tasks run.
 //
-// All printing is done on the main thread, by Report, which Session::RunUntilIdle calls again and again; the
-// notifications only keep a terminal's status line moving.
+// All lines are printed on the main thread, by Report, which Session::RunUntilIdle calls repeatedly; the notifications
+// only update a terminal's status line.
 
 #include "Session.h"
 #include "VEXA.Runtime.Url.h"
@@ -14,25 +14,25 @@
 
 namespace podcasts::cli {
 
-/// Says in one line what a stopped command leaves undone, if anything.
-void ComplainOfDropped(Session& session, qsizetype count);
+/// Prints one line that says how many items a stopped command has not processed; nothing when `count` is 0.
+void PrintDropped(Session& session, qsizetype count);
 
 /// Collects the outcomes of all tasks of one kind that run while it is registered as a listener.
 template <class Outcome>
 class OutcomeReporter {
 public:
-    /// Tells what is new since the last call.
+    /// Prints the outcomes since the last call.
     void Report();
     const std::vector<Outcome>& Outcomes() const { return FOutcomes; }
     bool HasFailures() const { return FHasFailures; }
 
 protected:
-    /// `isQuiet`: failures only.
+    /// `isQuiet`: print failures only.
     OutcomeReporter(Session& session, const TPodcastOutcomes<Outcome>& source, bool isQuiet)
         : FSession(session), FSource(source), FIsQuiet(isQuiet) {}
     ~OutcomeReporter() = default;
 
-    /// A task of this kind has begun: the client's outcomes begin anew.
+    /// Call when a task of this kind begins: the client has then cleared its outcomes.
     void Restart() { FSeen = 0; }
     virtual QString SuccessText(const Outcome& outcome) = 0;
     virtual QString FailureText(const Outcome& outcome) = 0;
@@ -42,7 +42,7 @@ protected:
 private:
     const TPodcastOutcomes<Outcome>& FSource;
     const bool FIsQuiet;
-    std::size_t FSeen = 0;  // of the running task's outcomes
+    std::size_t FSeen = 0;  // how many of the running task's outcomes have been printed
     bool FHasFailures = false;
     std::vector<Outcome> FOutcomes;
 };
@@ -74,7 +74,7 @@ public:
     void DownloadsFinished() override { Report(); }
     void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) override;
 
-    /// How a key of the engine is shown.
+    /// The short key that is printed for a key of the engine.
     QString ShownKey(const QString& episodeKey);
 
 private:

@@ -18,7 +18,7 @@ namespace podcasts::cli {
 
 namespace {
 
-// By the state's number.
+// Indexed by the state's number.
 const QStringList kStateNames = {QStringLiteral("listened"), QStringLiteral("new"), QStringLiteral("postponed")};
 
 QString ProfileFolder(const QString& profile) {
@@ -82,7 +82,7 @@ void Session::RunUntilIdle(const std::function<void()>& report) {
 
 namespace {
 
-/// The lines of standard input until it ends or a signal comes.
+/// Reads the lines of standard input until it ends or a signal arrives.
 QStringList ReadStandardInput(const Terminal& terminal) {
     QByteArray bytes;
     pollfd input{STDIN_FILENO, POLLIN, 0};
@@ -108,19 +108,17 @@ QString Session::FindFeed(const QString& feed) {
              QStringList(feed) + FeedLocationsOf(feed) + QStringList(QDir().absoluteFilePath(feed)))
             if (FClient->IsSubscribed(location)) return location;
     }
-    FTerminal.Complain(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
-    return {};
+    throw FeedError(u"there is no subscription " + vexa::MaskedUrl(feed) + u": \"podcasts feeds\" lists them");
 }
 
-QStringList Session::FindEpisodes(const QStringList& keys, int& unknown) {
-    QStringList found;
-    unknown = 0;
+Session::FoundEpisodes Session::FindEpisodes(const QStringList& keys) {
+    FoundEpisodes found;
     auto resolve = [&](const QString& key) {
         try {
-            found += FKeys.Resolve(key);
+            found.Keys += FKeys.Resolve(key);
         } catch (const KeyError& error) {
-            FTerminal.Complain(QString::fromUtf8(error.what()));
-            ++unknown;
+            FTerminal.PrintError(QString::fromUtf8(error.what()));
+            ++found.Unknown;
         }
     };
     for (const QString& key : keys) {

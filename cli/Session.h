@@ -1,5 +1,5 @@
 #pragma once
-// What every command works with: the profile, its configuration, the client, the terminal.
+// The objects that every command uses: the profile, its configuration, the client, the terminal.
 
 #include "EpisodeKeys.h"
 #include "Podcasts.Core.Config.h"
@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <stdexcept>
 
 namespace podcasts::cli {
 
@@ -31,9 +32,15 @@ private:
     vexa::SettingsFile FFile;
 };
 
+/// What names no subscription.
+class FeedError : public std::runtime_error {
+public:
+    explicit FeedError(const QString& message) : std::runtime_error(message.toStdString()) {}
+};
+
 class Session {
 public:
-    /// Opens the profile's database and reads its configuration. An empty folder name means the default one.
+    /// Opens the database in the folder `profile` and reads its configuration. An empty name means the default folder.
     Session(const QString& profile, Terminal& terminal);
 
     TPodcastClient& Client() noexcept { return *FClient; }
@@ -42,16 +49,22 @@ public:
     EpisodeKeys& Keys() noexcept { return FKeys; }
     Terminal& Out() noexcept { return FTerminal; }
 
-    /// Runs the main thread until neither task runs; a signal cancels them. Calls `report` several times a second.
+    /// Runs the main thread's queue until neither task runs; a signal cancels the tasks. Calls `report` several times a
+    /// second.
     void RunUntilIdle(const std::function<void()>& report);
     bool IsInterrupted() const { return FTerminal.Interrupted; }
 
-    /// The address of a feed given by its address or id; complains and gives an empty text when there is none.
-    QString FindFeed(const QString& feed);
-    /// The engine's keys for the given ones; "-" reads them from standard input, one a line, where a line that begins
-    /// with a key may go on as "podcasts episodes" prints it. Keys that name nothing are complained about and counted.
-    QStringList FindEpisodes(const QStringList& keys, int& unknown);
-    /// "key  date  state  duration  title - feed", for lists.
+    /// The address of the feed with this address or id. Throws FeedError when there is none.
+    [[nodiscard]] QString FindFeed(const QString& feed);
+    struct FoundEpisodes {
+        QStringList Keys;
+        int Unknown = 0;  // keys that name no episode
+    };
+    /// The engine's keys for `keys`. "-" reads keys from standard input, one at the beginning of each line; the rest of
+    /// a line may be what "podcasts episodes" prints there. Prints an error for each key that names no
+    /// episode.
+    [[nodiscard]] FoundEpisodes FindEpisodes(const QStringList& keys);
+    /// A line for lists: "key  date  state  duration  title - feed".
     QString EpisodeLine(const TPodcastEpisode& episode, const QString& feedName);
 
 private:

@@ -31,7 +31,7 @@ QString DecodeEntities(const QString& text) {
         {QLatin1String("&gt;"), QLatin1String(">")},
         {QLatin1String("&quot;"), QLatin1String("\"")},
         {QLatin1String("&apos;"), QLatin1String("'")},
-        {QLatin1String("&amp;"), QLatin1String("&")}};  // "&amp;" last
+        {QLatin1String("&amp;"), QLatin1String("&")}};  // must be last
     for (const auto& [entity, character] : entities) decoded.replace(entity, character);
     return decoded;
 }

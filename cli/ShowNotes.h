@@ -1,5 +1,5 @@
 #pragma once
-// Show notes for a terminal: the text of an HTML fragment, and its links.
+// Show notes on a terminal: the text of an HTML fragment, and its links.
 
 #include <QString>
 #include <QStringList>
@@ -8,7 +8,7 @@ namespace podcasts::cli {
 
 struct ShowNotes {
     QString Text;
-    QStringList Links;  // http, https and mailto, in order, each once
+    QStringList Links;  // http, https and mailto addresses in order, each once
 };
 
 ShowNotes ReadShowNotes(const QString& html);

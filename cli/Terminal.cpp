@@ -14,7 +14,7 @@ namespace podcasts::cli {
 namespace {
 
 bool IsUnsafe(QChar c) {
-    // Controls (escape sequences), and formatting characters that change the order of what follows.
+    // Control characters (escape sequences), and formatting characters that change the order of the following text.
     const char16_t u = c.unicode();
     return c.category() == QChar::Other_Control || (u >= 0x202A && u <= 0x202E) || (u >= 0x2066 && u <= 0x2069) ||
            u == 0x2028 || u == 0x2029;
@@ -75,7 +75,7 @@ void Terminal::FlushLines() {
     if (std::fflush(stdout) != 0) throw OutputEnded();
 }
 
-void Terminal::Complain(const QString& message) {
+void Terminal::PrintError(const QString& message) {
     const std::lock_guard lock(FMutex);
     EraseStatus();
     std::fflush(stdout);

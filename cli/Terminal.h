@@ -1,5 +1,5 @@
 #pragma once
-// Standard output and standard error: safe text, JSON, and a line that is drawn over.
+// Standard output and standard error: safe text, JSON, and a status line that is overwritten.
 
 #include <QJsonObject>
 #include <QString>
@@ -10,37 +10,39 @@
 
 namespace podcasts::cli {
 
-/// Thrown where output goes on although nobody reads it any more, or the user asked to stop. Ends the program.
+/// Thrown when something is printed although the reader of the output is gone, or the user has asked to stop. Ends the
+/// program.
 class OutputEnded : public std::exception {};
 
-/// Text that is safe on a terminal: control characters and the like, which feeds may hold, become blanks. Line breaks
-/// stay.
+/// Text that is safe on a terminal: control characters and the like, which feeds may contain, are replaced by blanks.
+/// Line breaks are kept.
 QString SafeText(const QString& text);
-/// The same in one line, its runs of blanks as one.
+/// The same on one line, with each run of blanks replaced by one blank.
 QString OneLine(const QString& text);
 
-/// `text` cut or padded with blanks to `width` columns of a terminal.
+/// `text` cut, or padded with blanks, to `width` columns of a terminal.
 QString InColumns(const QString& text, int width);
 
-/// Any thread may call it; lines never mix.
+/// Any thread may call it; lines from several threads are never mixed.
 class Terminal {
 public:
-    /// Prints to standard output. Throws OutputEnded when that fails.
+    /// Prints to standard output. Throws OutputEnded when printing fails.
     void Print(const QString& text);
     void PrintLine(const QString& text) { Print(text + u'\n'); }
     /// Prints "podcasts: MESSAGE" to standard error.
-    void Complain(const QString& message);
-    /// Draws the line at the bottom of a terminal anew; does nothing elsewhere. Empty takes it away.
+    void PrintError(const QString& message);
+    /// Replaces the status line at the bottom of a terminal, or removes it if `text` is empty; does nothing if standard
+    /// error is not a terminal.
     void ShowStatus(const QString& text);
     bool HasStatusLine() const noexcept { return FHasStatusLine; }
-    /// Columns of the terminal.
+    /// The width of the terminal, in columns.
     int Width() const;
-    /// Takes the status line away, and throws OutputEnded when anything printed was lost.
+    /// Removes the status line, and throws OutputEnded when anything printed was lost.
     void Flush();
-    /// Sends what was printed on its way, for whoever follows a file or a pipe.
+    /// Writes out the printed lines, so that a reader of the file or pipe sees them immediately.
     void FlushLines();
 
-    /// Set by a signal; from then on Print throws.
+    /// Set by a signal; Print throws from then on.
     std::atomic<bool> Interrupted{false};
 
 private:
@@ -52,7 +54,7 @@ private:
     static bool IsTerminal();
 };
 
-/// Prints a JSON array of objects, one a line, as they come.
+/// Prints a JSON array of objects, one on each line, as they are added.
 class JsonArrayPrinter {
 public:
     explicit JsonArrayPrinter(Terminal& terminal) : FTerminal(terminal) {}

@@ -1,4 +1,4 @@
-// podcasts: the engine at a terminal.
+// podcasts: the engine's command line.
 
 #include "Commands.h"
 #include "VEXA.Runtime.Version.h"
@@ -18,16 +18,16 @@ namespace podcasts::cli {
 namespace {
 
 // Never destroyed: the thread that waits for signals lives as long as the process.
-Terminal& TheTerminal() {
+Terminal& SharedTerminal() {
     static auto* terminal = new Terminal;
     return *terminal;
 }
 
-/// Turns the signals that ask a program to stop into a flag and a wake-up. A thread waits for them, because next to
-/// nothing may be done inside a signal handler.
+/// Turns the signals that ask a program to stop into a flag and a wake-up. A thread waits for the signals, because a
+/// signal handler may call hardly anything.
 void HandleSignals() {
-    signal(SIGPIPE, SIG_IGN);  // a closed pipe shows as an error of the write
-    signal(SIGXFSZ, SIG_IGN);  // and so does a file that grows past a limit
+    signal(SIGPIPE, SIG_IGN);  // writing to a closed pipe then fails with an error
+    signal(SIGXFSZ, SIG_IGN);  // writing beyond a file-size limit, too
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
@@ -35,20 +35,20 @@ void HandleSignals() {
     std::thread([signals] {
         for (int number = 0;;) {
             if (sigwait(&signals, &number) != 0) continue;
-            if (TheTerminal().Interrupted) {
-                // Asked twice: end at once, whatever the main thread is doing. What is stored survives that.
+            if (SharedTerminal().Interrupted) {
+                // At the second signal end at once, whatever the main thread is doing. Stored data survives that.
                 signal(number, SIG_DFL);
                 pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
                 raise(number);
             }
-            TheTerminal().Interrupted = true;
+            SharedTerminal().Interrupted = true;
             vexa::WakeMainThread();
         }
     }).detach();
 }
 
 int Run(const QStringList& words) {
-    Terminal& terminal = TheTerminal();
+    Terminal& terminal = SharedTerminal();
     const Invocation invocation = ParseArguments(words);
     if (invocation.WantsVersion) {
         terminal.PrintLine(QStringLiteral("podcasts ") + QString::fromLatin1(vexa::kVersion));
@@ -59,7 +59,7 @@ int Run(const QStringList& words) {
         const int status = invocation.Chosen->Run(session, invocation.Given);
         terminal.Flush();
         if (!session.IsInterrupted()) return status;
-        terminal.Complain(QStringLiteral("interrupted"));
+        terminal.PrintError(QStringLiteral("interrupted"));
         return kFailed;
     }
     terminal.Flush();
@@ -76,20 +76,20 @@ int main(int argc, char* argv[]) {
     setlocale(LC_NUMERIC, "C");
     vexa::AttachMainThread();
     qSetMessagePattern(QStringLiteral("%{category}: %{message}"));
-    // The commands themselves tell what could not be fetched.
+    // The commands themselves print what could not be fetched.
     if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*.warning=false"));
-    Terminal& terminal = TheTerminal();
+    Terminal& terminal = SharedTerminal();
     try {
         return Run(QCoreApplication::arguments().sliced(1));
     } catch (const UsageError& error) {
-        terminal.Complain(QString::fromUtf8(error.what()));
+        terminal.PrintError(QString::fromUtf8(error.what()));
         return kWrongUsage;
     } catch (const OutputEnded&) {
-        if (terminal.Interrupted) terminal.Complain(QStringLiteral("interrupted"));
+        if (terminal.Interrupted) terminal.PrintError(QStringLiteral("interrupted"));
         return kFailed;
     } catch (const std::exception& error) {
-        terminal.Complain(QString::fromUtf8(error.what()));
+        terminal.PrintError(QString::fromUtf8(error.what()));
         return kFailed;
     }
 }

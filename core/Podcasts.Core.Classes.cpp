@@ -7,7 +7,7 @@ namespace podcasts {
 
 namespace {
 
-// A component may grow by " (2)" and by an extension before the file system's 255 bytes are full.
+// Leaves room for " (2)" and an extension in the file system's 255 bytes.
 constexpr qsizetype kLongestComponent = 235;
 
 const TPodcastEpisode& EpisodeOf(const void* context) {
@@ -65,8 +65,8 @@ QString MakeEpisodeKey(int feedID, const QString& guid) {
 }
 
 TPodcastInfoFormatString::TPodcastInfoFormatString() {
-    FKeepUnknown = true;  // a typing error should show in the file name, not vanish
-    FTrimResult = false;  // the template is a path: its blanks are the user's
+    FKeepUnknown = true;  // a typing error should be visible in the file name
+    FTrimResult = false;  // the template is a path, whose blanks the user has chosen
     RegisterMacros();
 }
 
@@ -84,7 +84,7 @@ QString TPodcastInfoFormatString::Expand(const QString& templateText, const TPod
     const QStringList written = QString(templateText).replace(u'\\', u'/').split(u'/');
     for (qsizetype i = 0; i < components.size(); ++i) {
         QString& component = components[i];
-        // "%FeedCategory%.%EpisodeArtist%.%FeedTitle%" of empty values must not climb out of its folder.
+        // With empty values, "%FeedCategory%.%EpisodeArtist%.%FeedTitle%" must not leave its folder.
         if ((component == u"." || component == u"..") && written.value(i) != component) component.fill(u'_');
         component = vexa::ClampComponent(component, kLongestComponent);
     }

@@ -54,7 +54,8 @@ void TPodcastClient::RefreshFeedsOnStartup() {
 }
 
 void TPodcastClient::RefreshFeedsIfDue() {
-    // The tick count begins anew with the machine: alone it would never say so of one that is switched off every night.
+    // The tick count restarts with the machine, so on its own it would never be due on one that is switched off every
+    // night.
     const std::uint32_t interval = UpdateInterval(FOptions->CheckUpdates());
     if (IsRefreshDue(FClocks.TickCount(), LastRefreshTime, interval) ||
         IsRefreshDue(FClocks.Calendar(), LastRefreshDate, interval))
@@ -104,11 +105,11 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
     QStringList kept;
     FRefreshQueue->Remove(feedURL);
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
-        // Held while files are recycled, so that the download task cannot take one of these episodes meanwhile.
+        // Locked while files are recycled, so that the download task cannot take one of these episodes meanwhile.
         const std::lock_guard lock(*FDownloadQueue);
         QSet<QString> recycled;
         const auto recycle = [&](const QString& fileName) {
-            // A file that an episode of another feed records as well stays for that one.
+            // Keep a file that an episode of another feed records as well.
             if (recycled.contains(fileName) || FDB->IsFileOfAnotherFeed(fileName, feed->ID)) return;
             recycled.insert(fileName);
             if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
@@ -119,13 +120,13 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
             if (QString fileName; deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName)) recycle(fileName);
         }
         if (!deleteCachedFiles) FFeedsWithKeptFiles.insert(feed->ID);
-        // A download, of this program or another one, may have recorded a file since the feed was read. What ends later
-        // finds no row, and takes its file away itself.
+        // A download, of this program or another one, may have recorded a file since the feed was read. A download that
+        // ends later finds no row, and removes its file itself.
         QStringList late;
         FDB->RunInTransaction([&] {
             if (deleteCachedFiles)
                 FDB->EnumCachedFilesOfFeed(feed->ID, [&](const QString& fileName) { late += fileName; });
-            // By the number: a refresh of another process may have given the feed another address meanwhile.
+            // By ID, because a refresh of another process may have given the feed another address meanwhile.
             FDB->Remove(feed->ID);
         });
         for (const QString& fileName : late) recycle(fileName);
@@ -172,7 +173,7 @@ QStringList TPodcastClient::NewEpisodesToDownload() {
 }
 
 void TPodcastClient::DownloadNewEpisodes() {
-    // Collected first: no query stays open while the listeners hear that downloads start.
+    // Collect the keys first, so that no query is open while listeners are notified.
     const QStringList keys = NewEpisodesToDownload();
     if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
@@ -190,7 +191,7 @@ bool TPodcastClient::GetLocalFileName(const TPodcastEpisode& episode, const TPod
         return true;
     }
     const QString expected = TPodcastInfoFormatString::Expand(FOptions->CacheFileNameTemplate(), feed, episode);
-    // Many feeds name every file alike: a file that another episode's row records is not this one's.
+    // Many feeds give all files the same name, so a file that another episode's row records is not this episode's.
     if (!vexa::FileExists(expected) || FDB->IsFileOfAnother(expected, episode)) return false;
     fileName = expected;
     return true;
@@ -215,7 +216,8 @@ int TPodcastClient::CheckLocalCopies() {
 }
 
 void TPodcastClient::StartRefreshTask() {
-    // A running task takes the new entries; what a completion finds too late starts another one at its end.
+    // A running task takes the new entries. If they come too late for it, its completion starts another task at its
+    // end.
     if (FRefreshTask != 0 || FIsRefreshHeld) return;
     FIsRefreshHeld = true;
     FRefreshOutcomes.Clear();
@@ -243,7 +245,7 @@ void TPodcastClient::RunCompletion(const std::function<void()>& completion) {
 }
 
 namespace {
-/// Says of everything that is left in a stopped task's queue that it was not done, and empties the queue.
+/// Adds a "not done" outcome for everything left in a stopped task's queue, and empties the queue.
 template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {

@@ -23,7 +23,7 @@ constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Ki
 constexpr std::array kWriteOrder = {kTemplate,  kCheckUpdates, kLastTime,     kLastDate,
                                     kOnStartup, kDownloadNew,  kMarkListened, kNotifications};
 
-/// Invalid unless the text is an ISO 8601 date and time. In UTC where it names no zone.
+/// Reads an ISO 8601 date and time, in UTC if it names no zone. Invalid for any other text.
 QDateTime ReadDate(const QString& text) {
     const double date = vexa::DecodeIsoDate(text);
     return date == 0 ? QDateTime() : vexa::FromOleDate(date);

@@ -1,7 +1,7 @@
 #pragma once
-// The configuration keys under "Podcasts\": their names, kinds and orders, once. A key that is missing counts as the
-// option's default. The host's configuration service and the profile's Settings.ini both fill the small interface
-// below.
+// The only list of the configuration keys under "Podcasts\", with their kinds and their orders of reading and writing.
+// A missing key means the option's default. The host's configuration service and the profile's Settings.ini both
+// implement the small interface below.
 
 #include <QString>
 
@@ -25,31 +25,31 @@ public:
 
 struct TPodcastConfigKey {
     enum class Kind {
-        Integer,   // from 0 on
-        Interval,  // an index of kUpdateIntervals
+        Integer,   // 0 or more
+        Interval,  // an index into kUpdateIntervals
         Bool,
         String,
-        FileName,  // a full one
+        FileName,  // a full path
     };
     const char16_t* Path;
     Kind Type;
-    bool IsOption;  // an option, rather than state that the client keeps
+    bool IsOption;  // true for options, false for state that the client stores
 
     QString KeyPath() const { return QString::fromUtf16(Path); }
-    /// The last part of the path: what a person calls it.
+    /// The last part of the path, by which users know the option.
     QString Name() const { return KeyPath().section(u'\\', -1); }
 };
 
-/// All keys in the order in which they are written.
+/// All keys, in the order in which they are written.
 std::span<const TPodcastConfigKey> PodcastConfigKeys();
 
-/// Reads the time of the last refresh and the options into the client, in their order.
+/// Reads the time of the last refresh and the options into the client, in the order of reading.
 void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client);
-/// Reads the options alone, such as when something else has written some.
+/// Reads only the options, for instance after another part of the program has written some.
 void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options);
-/// Writes them back, in theirs.
+/// Writes the time of the last refresh and the options, in the order of PodcastConfigKeys.
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client);
-/// Writes the time of the last refresh alone.
+/// Writes only the time of the last refresh.
 void WritePodcastRefreshTime(IPodcastConfig& config, const TPodcastClient& client);
 
 }  // namespace podcasts

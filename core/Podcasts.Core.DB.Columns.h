@@ -1,6 +1,6 @@
 #pragma once
-// The columns of feeds and episodes, each table's in one list: what the table is made of and upgraded to, what records
-// are read from, and what is compared and written. For the database's own sources.
+// The columns of feeds and episodes, one list for each table. The lists define how the tables are created and upgraded,
+// how records are read, and what is compared and written. Only for the database's own sources.
 
 #include "Podcasts.Core.Classes.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
@@ -14,10 +14,11 @@ namespace podcasts {
 
 struct TPodcastColumn {
     vexa::SqlColumn Sql;
-    int Field = -1;  // index of the record's text that it holds; −1: no text of the record
+    int Field = -1;  // index of the record's text field stored in the column; −1: none
 };
 
-// Each in the order of its table. A new column goes to the end, which is where older files get it too.
+// Each list is in the order of its table. Add a new column at the end, which is where the upgrade of an older file adds
+// it, too.
 
 inline constexpr TPodcastColumn kFeedColumns[] = {
     {{"FeedID", vexa::SqlColumn::Type::Key}},
@@ -26,7 +27,7 @@ inline constexpr TPodcastColumn kFeedColumns[] = {
     {{"Copyright", vexa::SqlColumn::Type::ShownText}, pffCopyright},
     {{"Description", vexa::SqlColumn::Type::ShownText}, pffDescription},
     {{"Language", vexa::SqlColumn::Type::ShownText}, pffLanguage},
-    {{"AuthLogin", vexa::SqlColumn::Type::Text}},  // these two are not ours to fill
+    {{"AuthLogin", vexa::SqlColumn::Type::Text}},  // this program never fills these two
     {{"AuthPassword", vexa::SqlColumn::Type::Text}},
     {{"Author", vexa::SqlColumn::Type::ShownText}, pffAuthor},
     {{"URL", vexa::SqlColumn::Type::Text}, pffURL},
@@ -47,11 +48,11 @@ inline constexpr TPodcastColumn kEpisodeColumns[] = {
     {{"PublishDate", vexa::SqlColumn::Type::Double}},
     {{"Duration", vexa::SqlColumn::Type::Double}},
     {{"State", vexa::SqlColumn::Type::Integer}},
-    {{"Format", vexa::SqlColumn::Type::ShownText}},  // made of the audio's address
+    {{"Format", vexa::SqlColumn::Type::ShownText}},  // derived from the audio address
 };
 inline constexpr int kEpisodeColumnCount = static_cast<int>(std::size(kEpisodeColumns));
 
-/// The place of an episode's column, by its name.
+/// The index of the column of this name in kEpisodeColumns.
 consteval int EpisodeColumn(std::string_view name) {
     const auto* const found = std::find_if(std::begin(kEpisodeColumns), std::end(kEpisodeColumns),
                                            [&](const TPodcastColumn& column) { return column.Sql.Name == name; });
@@ -59,7 +60,7 @@ consteval int EpisodeColumn(std::string_view name) {
     return static_cast<int>(found - std::begin(kEpisodeColumns));
 }
 
-/// The columns as statements declare them.
+/// The columns as SqlBuilder::CreateTable takes them.
 template <std::size_t N>
 constexpr std::array<vexa::SqlColumn, N> SqlColumns(const TPodcastColumn (&columns)[N]) {
     std::array<vexa::SqlColumn, N> result{};

@@ -1,4 +1,4 @@
-// What is remembered of feeds' documents: the table PodcastFeedDocuments. docs/database.md describes it.
+// The notes of feeds' documents: the table PodcastFeedDocuments. docs/database.md describes it.
 
 #include "Podcasts.Core.DB.h"
 

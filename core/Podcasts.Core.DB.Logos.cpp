@@ -1,4 +1,4 @@
-// Feeds' logos, and when they were last looked at: the tables PodcastFeedLogos and PodcastFeedLogoLooks.
+// Feeds' logos, and the last attempts to fetch them: the tables PodcastFeedLogos and PodcastFeedLogoLooks.
 // docs/database.md describes them.
 
 #include "Podcasts.Core.DB.h"
@@ -45,7 +45,7 @@ bool TPodcastsDB::NoteLogoLook(int feedID, const TPodcastLogoLook& look, const Q
             .Run();
         if (look.Outcome != TPodcastLogoOutcome::Picture) return;
         if (QByteArray stored; GetFeedLogo(feedID, stored) && stored == picture) return;
-        // The table has no key, and GetFeedLogo reads the first row: older rows must go.
+        // The table has no key, and GetFeedLogo reads the first row, so delete older rows.
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedLogos WHERE ID = ").Integer(feedID));
         SetFeedLogo(feedID, picture.constData(), static_cast<std::size_t>(picture.size()));
         isOther = true;

@@ -1,5 +1,5 @@
-// Storing a feed: what is stored already, which rows are written, and in which order, since rows may take each other's
-// URIs.
+// Stores a feed: reads the stored episodes, decides which rows to write, and writes them in an order that lets rows
+// exchange their URIs.
 
 #include "Podcasts.Core.DB.Columns.h"
 #include "Podcasts.Core.DB.h"
@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t kRowsPerStatement = 500;
 
-// Sets of columns are bits, in the order of kEpisodeColumns.
+// A set of columns has one bit for each, in the order of kEpisodeColumns.
 static_assert(kEpisodeColumnCount <= 32);
 constexpr unsigned BitOf(int column) {
     return 1u << column;
@@ -35,7 +35,7 @@ constexpr int kDurationColumn = EpisodeColumn("Duration");
 constexpr int kStateColumn = EpisodeColumn("State");
 constexpr int kFormatColumn = EpisodeColumn("Format");
 
-/// "URI, FeedID, …", or with "?" in place of each.
+/// "URI, FeedID, …", or as many "?".
 std::string ListOfColumns(bool asParameters = false) {
     std::string list;
     for (const auto& column : kEpisodeColumns) {
@@ -45,12 +45,12 @@ std::string ListOfColumns(bool asParameters = false) {
     return list;
 }
 
-/// What a match makes of its row: the record with what follows from it.
+/// The new values of a match's row: those of its record, and those derived from them.
 struct NewRow {
     const TPodcastEpisodeMatch& Match;
     QString Format = MakeFormat(Match.Episode->Fields[pefURLAudio]);
 
-    /// The bits of the columns in which the stored row differs.
+    /// The set of columns in which the stored row differs.
     unsigned DifferencesFrom(const Row& row) const {
         unsigned bits = row.Nulls;
         for (int column = 0; column < kEpisodeColumnCount; ++column)
@@ -81,7 +81,7 @@ private:
         const TPodcastEpisode& episode = *Match.Episode;
         switch (column) {
             case kFeedIDColumn:
-                return true;  // by which the rows were read
+                return true;  // the rows were selected by it
             case kPublishDateColumn:
                 return row.PublishDate == episode.PublishDate;
             case kDurationColumn:
@@ -101,14 +101,14 @@ private:
     }
 };
 
-/// A stored row that is written anew in some columns.
+/// An update of some columns of a stored row.
 struct Change {
-    unsigned Columns;  // as bits
+    unsigned Columns;  // a set of columns
     qint64 RowID;
     const NewRow* To;
 };
 
-/// An UPDATE of these columns, whose parameters are their values in order and the row id.
+/// An UPDATE of these columns. Its parameters are their values, in order, and the row id.
 SqliteStatement UpdateOf(TPodcastsDB& db, unsigned columns) {
     std::string sql = "UPDATE PodcastEpisodes SET ";
     const char* separator = "";
@@ -120,11 +120,11 @@ SqliteStatement UpdateOf(TPodcastsDB& db, unsigned columns) {
     return SqliteStatement(db, sql + " WHERE rowid = ?");
 }
 
-// ---- What a row and its twins hand on ----
+// ---- What a united row keeps of its twins ----
 
 using FoundFiles = QHash<QString, bool>;
 
-/// Names of twins' files that nobody has looked for yet.
+/// The names of twins' files whose existence has not been checked yet.
 QStringList UnknownFiles(const Matches& matches, const TPodcastStoredEpisodes& stored, const FoundFiles& found) {
     QStringList unknown;
     for (const auto& match : matches) {
@@ -136,7 +136,8 @@ QStringList UnknownFiles(const Matches& matches, const TPodcastStoredEpisodes& s
     return unknown;
 }
 
-/// The mark: the row's own unless that is new, else listened if a twin was, else postponed if one was.
+/// The mark of the united row: its own mark unless that is new; else listened if a twin was, else postponed if a twin
+/// was.
 TPodcastEpisodeState KeptState(const TPodcastEpisodeMatch& match, std::span<const Row> rows) {
     int state = rows[static_cast<std::size_t>(match.Row)].State;
     if (state != pesNew) return static_cast<TPodcastEpisodeState>(state);
@@ -148,7 +149,7 @@ TPodcastEpisodeState KeptState(const TPodcastEpisodeMatch& match, std::span<cons
     return static_cast<TPodcastEpisodeState>(state);
 }
 
-/// The file: the row's own, else that of the newest twin whose file exists.
+/// The file of the united row: its own file, else that of the newest twin whose file exists.
 QString KeptFile(const TPodcastEpisodeMatch& match, std::span<const Row> rows, const FoundFiles& found) {
     const std::string_view own = rows[static_cast<std::size_t>(match.Row)].Fields[pefURLAudioCached];
     if (!own.empty()) return FromUtf8(own);
@@ -186,8 +187,8 @@ TPodcastStoredEpisodes TPodcastsDB::LoadStoredEpisodes(int feedID) {
 }
 
 void TPodcastsDB::AddOrUpdate(TPodcastFeed& feed) {
-    // One transaction round the lookup of the feed and the writing of its episodes, so that what is compared is what
-    // is replaced.
+    // One transaction around looking up the feed and writing its episodes, so that the rows compared are the rows
+    // replaced.
     RunInTransaction([&] {
         StoreFeedRow(feed);
         for (const auto& episode : feed.Episodes()) episode->FeedID = feed.ID;
@@ -203,18 +204,18 @@ TPodcastMergeResult TPodcastsDB::Merge(TPodcastFeed& feed, const QString& newURL
     const QString oldURL = feed.Fields[pffURLFeed];
     TPodcastMergeResult result;
     FoundFiles found;
-    // The disk is not waited for while the database is locked: when twins' files are to be looked for, the merge ends
-    // without having written, and begins anew with what was found.
+    // Do not wait for the disk while the database is locked: if twins' files have to be checked, the transaction ends
+    // without writing anything, and the merge starts again after checking them.
     for (QStringList unknown; !unknown.isEmpty() || !result.IsSubscribed;) {
         for (const QString& file : unknown) found.insert(file, vexa::FileExists(file));
         bool isGone = false;
-        // One transaction from the look at the subscription to the last row: a mark, a finished download or an
-        // unsubscription of another thread or process can come before or after, never in between.
+        // One transaction from checking the subscription to writing the last row: a mark, a finished download or an
+        // unsubscription by another thread or process can happen before or after, never in between.
         RunInTransaction([&] {
             const int id = oldURL.isEmpty() ? 0 : GetFeedID(oldURL);
             isGone = id < 1;
             if (isGone) return;
-            // Before the episodes are looked at, since some of their URIs hold the feed's address.
+            // Set the address before matching the episodes, because some of their URIs contain it.
             const bool isMoving = !newURL.isEmpty() && newURL != oldURL && GetFeedID(newURL) < 1;
             feed.Fields[pffURLFeed] = isMoving ? newURL : oldURL;
             const TPodcastStoredEpisodes stored = LoadStoredEpisodes(id);
@@ -289,8 +290,8 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
     }
     if (added.empty() && changed.empty() && std::find(fates.begin(), fates.end(), Fate::Goes) == fates.end()) return;
 
-    // A URI that is taken is given up first: by a row that moves as well, or by one that no episode of the document
-    // is, which is replaced. The table's constraint would delete the row without a word.
+    // If the new URI of a row is taken, its owner must give it up first: the owner gets another URI too, or it matches
+    // no episode of the document and is replaced. Otherwise the table's constraint would silently delete the owner.
     std::vector<qint64> leaving, replaced;
     for (const NewRow& newRow : newRows) {
         const int row = newRow.Match.Row;
@@ -305,9 +306,9 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
     }
     ExecuteForRows("UPDATE PodcastEpisodes SET URI = char(1) || rowid WHERE rowid IN", leaving);
 
-    // In the order in which the rows lie in the file.
+    // Update the rows in their order in the file.
     std::sort(changed.begin(), changed.end(), [](const Change& a, const Change& b) { return a.RowID < b.RowID; });
-    std::map<unsigned, SqliteStatement> updates;  // by the columns that they write
+    std::map<unsigned, SqliteStatement> updates;  // by the sets of columns that they write
     for (const auto& [columns, rowID, newRow] : changed) {
         auto update = updates.find(columns);
         if (update == updates.end()) update = updates.emplace(columns, UpdateOf(*this, columns)).first;
@@ -323,7 +324,7 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
             insert.Run();
         }
     }
-    // Last, so that no new row has got the id of an old one.
+    // Delete rows last, so that no new row gets the id of an old one.
     std::vector<qint64> going;
     for (std::size_t i = 0; i < rows.size(); ++i)
         if (fates[i] == Fate::Goes) going.push_back(rows[i].RowID);
@@ -332,7 +333,7 @@ void TPodcastsDB::WriteEpisodes(const Matches& matches, const TPodcastStoredEpis
 }
 
 void TPodcastsDB::StoreFeedRow(TPodcastFeed& feed) {
-    // The key is given by the database, the address finds the row.
+    // The database assigns the key, and the address is what the row is found by; neither is updated.
     const auto isUpdated = [](const TPodcastColumn& column) { return column.Field >= 0 && column.Field != pffURLFeed; };
     const auto lock = Lock();
     const auto& fields = feed.Fields;

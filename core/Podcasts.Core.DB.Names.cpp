@@ -22,11 +22,11 @@ using Row = TPodcastStoredEpisodes::Row;
 
 namespace {
 
-constexpr std::size_t kMostNames = 8;  // of one episode: the newest
+constexpr std::size_t kMostNames = 8;  // stored for one episode: the newest
 constexpr int kDigestDigits = 16;      // hexadecimal
 
-/// The first 64 bits of the MD5 digest of the UTF-8 bytes. Stored: never to change. Of a GUID it is the beginning of
-/// the digest that the command line's short keys show.
+/// The first 64 bits of the MD5 digest of the UTF-8 bytes. It is stored, so it must never change. For a GUID it is the
+/// beginning of the digest that the command line's short keys show.
 qint64 DigestOf(std::string_view utf8) {
     const QByteArray hash = QCryptographicHash::hash(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())),
                                                      QCryptographicHash::Md5);
@@ -35,7 +35,8 @@ qint64 DigestOf(std::string_view utf8) {
     return static_cast<qint64>(digest);
 }
 
-/// Tells a row whose id now belongs to another episode, such as after the file was made anew from a dump.
+/// A check value for a row's GUID. It reveals a row id that belongs to another episode by now, for instance after the
+/// file was restored from a dump.
 qint64 CheckOf(std::string_view guid) {
     return DigestOf(guid) & 0xFFFFFFFF;
 }
@@ -44,11 +45,11 @@ std::string_view WithoutQuery(std::string_view uri) {
     return uri.substr(0, uri.find_first_of("?#"));
 }
 
-/// The names under which a feed's rows will be looked for once they have moved.
+/// The names by which a feed's rows will be looked up after they have moved.
 class URINames {
 public:
     URINames(std::span<const Row> rows, const std::vector<TPodcastEpisodeMatch>& matches) {
-        std::vector<int> episodes(rows.size());  // rows that become one are one episode
+        std::vector<int> episodes(rows.size());  // the episode of each row; rows to be united are one episode
         std::iota(episodes.begin(), episodes.end(), 0);
         for (const auto& match : matches)
             for (const int twin : match.Twins) episodes[static_cast<std::size_t>(twin)] = match.Row;
@@ -58,8 +59,8 @@ public:
             if (!isNew && owner->second != episodes[i]) owner->second = kShared;
         }
     }
-    /// Queries hold tokens that differ at every refresh, and do not count, unless they are what tells the feed's
-    /// episodes apart, or the URI is made of a GUID.
+    /// The URI without its query, since queries contain tokens that differ at every refresh; but with the query if only
+    /// that distinguishes the feed's episodes, or if the URI is made from a GUID.
     std::string_view Of(const Row& row) const {
         const bool isMadeOfGUID = FromUtf8(row.Fields[pefURI]) != MakeURI(FromUtf8(row.Fields[pefURLAudio]));
         const std::string_view name = WithoutQuery(row.Fields[pefURI]);
@@ -68,7 +69,7 @@ public:
 
 private:
     static constexpr int kShared = -1;
-    std::unordered_map<std::string_view, int> FOwners;  // the episode of a name
+    std::unordered_map<std::string_view, int> FOwners;  // the episode with a name, or kShared
 };
 
 }  // namespace
@@ -83,12 +84,12 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
     };
     struct Renamed {
         qint64 RowID;
-        std::vector<Name> Names;  // that it had, the oldest first
-        qint64 Check;             // for the GUID that it gets
+        std::vector<Name> Names;  // the names it loses, the oldest first
+        qint64 Check;             // of its new GUID
         bool HasNewCheck;
     };
     std::vector<Renamed> renamed;
-    std::unordered_map<qint64, std::size_t> renamedByRow;  // their indexes, also by the rows that became one with them
+    std::unordered_map<qint64, std::size_t> renamedByRow;  // indexes into `renamed`, also by the row ids of twins
     std::vector<qint64> twins;
     std::optional<URINames> uriNames;
     std::unordered_set<std::string> takenURIs;
@@ -124,7 +125,7 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         qint64 ID, Name;
     };
     std::vector<std::vector<Kept>> kept(renamed.size());      // names that are stored already, the oldest first
-    std::vector<std::vector<Kept>> handedOn(renamed.size());  // those of rows that become one with others
+    std::vector<std::vector<Kept>> handedOn(renamed.size());  // stored names of twins
     std::vector<qint64> dropped;
     if (const auto cursor = Query(SqlBuilder("SELECT Episode, Name, ID, GUIDCheck, GUID, PodcastEpisodeNames.FeedID "
                                              "FROM PodcastEpisodes JOIN PodcastEpisodeNames ON Episode = "
@@ -133,7 +134,7 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
                                       .Raw(" ORDER BY ID")))
         do {
             if (cursor->Integer(5) != feedID || cursor->Integer64(3) != CheckOf(cursor->Utf8(4))) {
-                dropped.push_back(cursor->Integer64(2));  // of an episode that had the row's id before
+                dropped.push_back(cursor->Integer64(2));  // the name of an episode that had this row id before
                 continue;
             }
             const auto found = renamedByRow.find(cursor->Integer64(0));
@@ -147,11 +148,11 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
     SqliteStatement updateCheck(*this, "UPDATE PodcastEpisodeNames SET GUIDCheck = ? WHERE Episode = ?");
     SqliteStatement handOn(*this, "UPDATE PodcastEpisodeNames SET GUIDCheck = ?, Episode = ? WHERE ID = ?");
     bool isAnyNew = false;
-    // Gives a name a new ID; one that was stored before loses its old one.
+    // Stores a name with a new ID. If it was stored before, its old ID is dropped.
     const auto keep = [&](const Renamed& entry, std::vector<Kept>& names, qint64 name) {
-        std::erase_if(names, [&](const Kept& one) {
-            if (one.Name == name) dropped.push_back(one.ID);
-            return one.Name == name;
+        std::erase_if(names, [&](const Kept& earlier) {
+            if (earlier.Name == name) dropped.push_back(earlier.ID);
+            return earlier.Name == name;
         });
         insert.Integer(name).Integer(entry.RowID).Integer(feedID).Integer(entry.Check).Run();
         isAnyNew = true;
@@ -169,8 +170,8 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         std::sort(kept[i].begin(), kept[i].end(), [](const Kept& a, const Kept& b) { return a.ID < b.ID; });
         std::vector<qint64> added;
         for (const Name& name : entry.Names) {
-            // A known name stays where it is among the others, unless another episode is called so from now on: who
-            // kept the name until now is then led on by its new ID.
+            // A known name keeps its ID, unless another episode has that name from now on: its new ID then leads those
+            // who have used the name until now to this episode.
             const bool isNew = known.insert(name.Digest).second;
             if (isNew || name.IsTaken) added.push_back(name.Digest);
         }
@@ -179,7 +180,7 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
         for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added.size() > kMostNames; ++old)
             dropped.push_back(kept[i][old].ID);
     }
-    // The greatest ID says that rows have moved: where every name is known already, one is written anew.
+    // The largest ID is the count of moves, so if all names are known already, store one of them again.
     for (std::size_t i = 0; i < renamed.size() && !isAnyNew; ++i)
         if (!renamed[i].Names.empty()) keep(renamed[i], kept[i], renamed[i].Names.back().Digest);
     ExecuteForRows("DELETE FROM PodcastEpisodeNames WHERE ID IN", dropped);
@@ -215,7 +216,7 @@ SqlBuilder SelectByName() {
 }  // namespace
 
 qint64 TPodcastsDB::FindByOlderName(const QString& episodeKey) {
-    // Row ids of the episodes that had the name, at most two of them.
+    // The row ids of episodes that had the name, at most two.
     const auto find = [this](const SqlBuilder& condition) {
         std::set<qint64> rows;
         if (const auto cursor = Read(SelectByName().Raw(condition.Sql()))) do {
@@ -234,7 +235,7 @@ qint64 TPodcastsDB::FindByOlderName(const QString& episodeKey) {
         const std::string_view path = WithoutQuery(uri);
         if (rows.empty() && path != uri) rows = find(SqlBuilder("Name = ").Integer(DigestOf(path)));
     }
-    return rows.size() == 1 ? *rows.begin() : 0;  // a name of two episodes names none
+    return rows.size() == 1 ? *rows.begin() : 0;  // a name that two episodes had is ambiguous
 }
 
 qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) {
@@ -246,7 +247,7 @@ qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) 
         const std::string uri = vexa::ToUtf8(episodeKey);
         sql.Raw("Name IN (").Integer(DigestOf(uri)).Raw(", ").Integer(DigestOf(WithoutQuery(uri))).Raw(")");
     }
-    // The first to lose the name since is the one that had it then.
+    // The first episode that has lost the name since then is the one that had it then.
     const auto cursor = Read(sql.Raw(" AND ID > ").Integer(moveCount).Raw(" ORDER BY ID"));
     if (cursor) do
             if (cursor->Integer64(1) == CheckOf(cursor->Utf8(2))) return cursor->Integer64(0);
@@ -256,8 +257,8 @@ qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) 
 
 qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
     const QString& guid = episode.Fields[pefGUID];
-    // The row keeps its id when it moves. The id is given again when the row goes, so the row must have the GUID, or
-    // have had it.
+    // A row keeps its id when it moves. But the id of a deleted row is used again, so the row must have the episode's
+    // GUID, or must have had it.
     const SqlBuilder ofRow = SqlBuilder(" = ").Integer(episode.RowID).Raw(" AND FeedID = ").Integer(episode.FeedID);
     if (const auto row = Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE rowid").Raw(ofRow.Sql()))) {
         if (row->Text(0) == guid) return episode.RowID;
@@ -271,8 +272,8 @@ qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
                             .Raw(")")) == 1)
             return episode.RowID;
     }
-    // Another program of an older version writes the row anew, under one of its names. A row that has become one with
-    // others is the one of its GUID, which may have a file already.
+    // A program of an older version replaces the row by a new one with one of its names. If the row was united with
+    // others, look for the row of its GUID, unless that has a file already.
     const auto ofGUID = [&](std::string_view column) {
         return SqlBuilder("(SELECT ")
             .Raw(column)
@@ -290,7 +291,7 @@ qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
 
 QStringList TPodcastsDB::FindByOlderGUID(int feedID, const QString& digits) {
     const QByteArray prefix = digits.left(kDigestDigits).toLatin1();
-    // Read as signed numbers, those with one beginning stand together.
+    // Digests with the same first digits are a contiguous range, also when read as signed numbers.
     const auto bound = [&](char fill) {
         const QByteArray whole = prefix + QByteArray(kDigestDigits - prefix.size(), fill);
         return static_cast<qint64>(whole.toULongLong(nullptr, 16));

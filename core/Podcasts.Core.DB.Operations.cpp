@@ -1,4 +1,4 @@
-// Every other read and write of podcast data: each statement stands here once.
+// All other reads and writes of podcast data. Each statement is here once.
 
 #include "Podcasts.Core.DB.Columns.h"
 #include "Podcasts.Core.DB.h"
@@ -14,10 +14,10 @@ using vexa::SqliteCursor;
 
 namespace {
 
-// SQLite takes fewer than 1,000 terms joined by AND or OR.
+// SQLite allows fewer than 1,000 terms joined by AND or OR.
 constexpr qsizetype kKeysPerStatement = 500;
 
-/// The columns of one episode, found once for all rows of a cursor.
+/// The indexes of an episode's columns, looked up once for all rows of a cursor.
 struct EpisodeColumns {
     explicit EpisodeColumns(const SqliteCursor& cursor) {
         for (const auto& [sql, field] : kEpisodeColumns)
@@ -62,7 +62,7 @@ void TPodcastsDBQueryBuilder::EpisodeCondition(SqlBuilder& builder, const QStrin
         builder.Raw("URI = ").Text(episodeKey);
         return;
     }
-    // Everything after the second delimiter is the GUID, which may hold one itself.
+    // Everything after the second delimiter is the GUID, which may itself contain a delimiter.
     const QChar delimiter(kEpisodeKeyDelimiter);
     builder.Raw("(FeedID = ").Text(episodeKey.section(delimiter, 1, 1));
     builder.Raw(") AND (GUID = ").Text(episodeKey.section(delimiter, 2)).Raw(")");
@@ -84,8 +84,8 @@ std::string TPodcastsDBQueryBuilder::StateCountQuery(TPodcastEpisodeState state,
 }
 
 std::string TPodcastsDB::FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed) {
-    // Count(URI) reads every row; Count(*) only the index, and counts the same as long as no URI is NULL (which the
-    // index of the UNIQUE constraint tells at once; only another program can have written one).
+    // Count(URI) reads every row; Count(*) reads only the index, and returns the same as long as no URI is NULL. The
+    // index of the UNIQUE constraint tells that at once; only another program can have written a NULL.
     static constexpr std::string_view counted = "Count(PodcastEpisodes.URI)";
     std::string sql = TPodcastsDBQueryBuilder::StateCountQuery(state, joinFeed);
     if (ReadInteger("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URI IS NULL)") == 0)
@@ -195,7 +195,7 @@ std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisodeOfRow(qint64 rowID) {
 std::unique_ptr<TPodcastEpisode> TPodcastsDB::GetEpisode(const QString& episodeKey) {
     SqlBuilder sql(kSelectEpisode);
     TPodcastsDBQueryBuilder::EpisodeCondition(sql, episodeKey);
-    // Of several rows of a GUID the one written last has the audio address that is valid now.
+    // If several rows have one GUID, the one written last has the currently valid audio address.
     if (episodeKey.startsWith(QChar(kEpisodeKeyDelimiter))) sql.Raw(" ORDER BY rowid DESC");
     if (auto episode = EpisodeAt(Read(sql))) return episode;
     return GetEpisodeOfRow(FindByOlderName(episodeKey));
@@ -262,7 +262,7 @@ void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const Episod
         }
         sql.Raw(")").Raw(newestFirst).Raw(range);
     } else if (filter.Offset > 0 && filter.Limit >= 0) {
-        // The rows that are skipped are counted in the index alone.
+        // Skip rows by reading only the index.
         sql.Raw(" WHERE PodcastEpisodes.rowid IN (SELECT rowid FROM PodcastEpisodes").Raw(condition.Sql());
         sql.Raw(newestFirst).Raw(range).Raw(")").Raw(newestFirst);
     } else {
@@ -366,7 +366,8 @@ bool TPodcastsDB::SetFoundFileOfRow(const TPodcastEpisode& episode, const QStrin
     RunInTransaction([&] {
         isSet = ReplaceCachedFileOfRow(episode, episode.Fields[pefURLAudioCached], fileName);
         if (!isSet) return;
-        // While the row has its URI, the others have the same audio; a merge may have given it to another episode.
+        // Rows with the same URI have the same audio only as long as this row has the URI: a merge may have given the
+        // URI to another episode.
         const QString& uri = episode.Fields[pefURI];
         ExecuteSQL(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ")
                        .Text(fileName)
@@ -398,7 +399,7 @@ void TPodcastsDB::EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor) 
 }
 
 int TPodcastsDB::ResetMissingCachedFiles() {
-    // The files are looked at before anything is locked: a sleeping disk must not make every other writer wait.
+    // Check the files before locking the database, so that a sleeping disk does not make other writers wait.
     QStringList missing;
     bool hasNull = false;
     ForEachRow(Read("SELECT DISTINCT URLAudioCached FROM PodcastEpisodes WHERE URLAudioCached IS NOT ''"),
@@ -426,7 +427,8 @@ int TPodcastsDB::ResetMissingCachedFiles() {
 }
 
 bool TPodcastsDB::IsFileOfAnother(const QString& fileName, const TPodcastEpisode& episode) {
-    // Rows of one URI are one audio file under several feeds, rows of one GUID one episode under several addresses.
+    // Rows with the same URI are the same audio file in several feeds; rows of one feed with the same GUID are the same
+    // episode under several addresses.
     return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodes WHERE URLAudioCached IS NOT '' AND "
                                   "URLAudioCached = ")
                            .Text(fileName)

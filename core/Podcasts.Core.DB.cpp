@@ -36,8 +36,8 @@ constexpr SqlColumn kLogoLookColumns[] = {
     {"Outcome", Integer},
 };
 
-// What each serves is in docs/database.md, with what it costs. None stands on a column that sorts by UNICODE: its order
-// may change with a library's version, and plain sqlite3 could not write to the table any more.
+// docs/database.md says what each index is for and what it costs. No index is on a column with the collation UNICODE:
+// its order may change with the version of ICU, and plain sqlite3 could no longer write to the table.
 constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
     {"PodcastFeedsByURLFeed", "PodcastFeeds (URLFeed)"},
     {"PodcastEpisodesByGUID", "PodcastEpisodes (FeedID, GUID)"},
@@ -57,8 +57,8 @@ struct Table {
 };
 constexpr std::array<Table, 6> kTables = {{
     {"PodcastFeeds", kFeedTable},
-    // ON CONFLICT REPLACE: rows of the first layout whose addresses differ only in their scheme get one URI, and would
-    // otherwise stop the upgrade for ever.
+    // ON CONFLICT REPLACE, because rows of the first layout whose addresses differ only in their scheme get the same
+    // URI; otherwise the upgrade would always fail on them.
     {"PodcastEpisodes", kEpisodeTable, "UNIQUE (URI, FeedID) ON CONFLICT REPLACE"},
     {"PodcastFeedLogos", kLogoColumns},
     {"PodcastEpisodeNames", kNameColumns},
@@ -91,7 +91,7 @@ void TPodcastsDB::InitializeFunctions() {
 void TPodcastsDB::VerifyLayout() {
     for (const auto& [table, known, constraint] : kTables) {
         const std::vector<std::string> columns = TableColumns(table);
-        // The first layout called the episode's identifier ID.
+        // In the first layout the column GUID was called ID.
         const bool isFirstLayout = table == "PodcastEpisodes" && !Contains(columns, "GUID");
         for (const std::string& column : columns) {
             if (isFirstLayout && column == "ID") continue;
@@ -122,7 +122,8 @@ bool TPodcastsDB::IsLayoutComplete() {
 }
 
 void TPodcastsDB::InitializeTables() {
-    // Nothing is written, and no lock taken, when there is nothing to do: the program starts while another one writes.
+    // If there is nothing to do, write nothing and take no lock, so that the program can start while another one
+    // writes.
     if (IsLayoutComplete()) return;
     RunInTransaction([this] {
         UpgradeFirstLayout();
@@ -143,7 +144,7 @@ void TPodcastsDB::UpgradeFirstLayout() {
     RunInTransaction([this] {
         ExecuteSQL("ALTER TABLE PodcastEpisodes RENAME TO PodcastEpisodes_old;");
         ExecuteSQL(SqlBuilder().CreateTable(kEpisodes.Name, kEpisodes.Columns, kEpisodes.Constraint));
-        // By name, since the table has whatever columns there are today.
+        // List the columns by name, since the new table may have more of them.
         ExecuteSQL(
             "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, Description, Artist, URL, URLAudio, "
             "URLAudioCached, PublishDate, Duration, State, Format) "

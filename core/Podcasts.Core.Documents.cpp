@@ -20,7 +20,7 @@ QString OtherFeed(const QString& what) {
     return u"the document is " + what + u"; only RSS 2.0 feeds and feeds of the iTunes store can be read";
 }
 
-/// Of an RSS document that the parser did not take.
+/// Describes an RSS document that the parser does not recognise.
 QString DescribeRss(const vexa::XmlNode& rss) {
     const QString version = rss.Attribute("version");
     if (version == u"2.0") return NotAFeed(QStringLiteral("an RSS document without a channel"));
@@ -28,12 +28,12 @@ QString DescribeRss(const vexa::XmlNode& rss) {
     return OtherFeed(QStringLiteral("an RSS feed of version \"%1\"").arg(version));
 }
 
-/// Without a namespace prefix, in small letters.
+/// The node's name without its namespace prefix, in small letters.
 QString LocalName(const vexa::XmlNode& node) {
     return QString::fromUtf8(node.Name()).section(u':', -1).toLower();
 }
 
-/// Empty for an element that tells nothing.
+/// Describes a document by its root element; empty for an unknown element.
 QString DescribeRoot(const vexa::XmlNode& root) {
     const QString local = LocalName(root);
     if (root.Name() == "rss") return DescribeRss(root);
@@ -56,7 +56,7 @@ QString DescribeForeignDocument(const vexa::XmlDocument& document) {
 namespace {
 
 bool BeginsWithFeed(QByteArrayView bytes) {
-    constexpr qsizetype kStart = 4096;  // bytes that messages of a server's scripts may take in front of a feed
+    constexpr qsizetype kStart = 4096;  // bytes, for messages of a server's scripts before the feed
     const QByteArrayView start = bytes.first(std::min(bytes.size(), kStart));
     return start.contains("<rss") || start.contains("<feed");
 }

@@ -1,5 +1,5 @@
 #pragma once
-// What a document is that was expected to be a feed: the one place that knows what else people have at an address.
+// Recognises documents that were expected to be feeds but are something else. The only place that knows other formats.
 
 #include "VEXA.Runtime.XML.h"
 
@@ -9,17 +9,18 @@
 
 namespace podcasts {
 
-/// Why a document is no feed that can be read here: "the document is an Atom feed; …", by its root element.
+/// Why a document is not a feed that can be read here ("the document is an Atom feed; …"), according to its root
+/// element.
 QString DescribeForeignDocument(const vexa::XmlDocument& document);
 
-/// The same of bytes that are no tree of elements, or one that had to be mended, by how they begin; empty when that
-/// tells nothing, and for a page.
+/// The same for a document that could not be parsed, or only by recovery, according to its first bytes; empty when
+/// these are not conclusive, and for an HTML page.
 QString DescribeForeignDocument(QByteArrayView bytes);
 
-/// Whether bytes are an HTML page, by how they begin or by the response's type (lower case, may be empty). A feed that
-/// the messages of a server's scripts stand in front of is none.
+/// Whether `bytes` are an HTML page, by their beginning or by the response's type (lower case, may be empty). A feed
+/// after error messages of the server's scripts is not a page.
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType);
-/// The same of one that is well-formed, by its root element.
+/// Whether a well-formed document is an HTML page, by its root element.
 bool IsHtmlPage(const vexa::XmlDocument& document);
 QString DescribeHtmlPage();
 

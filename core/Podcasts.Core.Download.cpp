@@ -19,15 +19,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// What servers send in place of audio: pages that ask to log in, errors with a status of success.
+/// Whether a type is one that servers send in place of audio: login pages, and error messages with status 200.
 bool IsPageType(const QString& mimeType) {
     return mimeType == u"text/html" || mimeType == u"application/json";
 }
 
 enum class Body { Undecided, Audio, WebPage };
 
-/// Tells by the type and the first bytes what a response is; not yet when these are too few. The bytes have the last
-/// word: some servers call everything text/html.
+/// Determines the kind of a response from its type and its first bytes; Undecided when there are too few bytes. The
+/// bytes take precedence, because some servers send everything as text/html.
 Body JudgeBody(const QString& mimeType, const QByteArray& start, bool isWhole) {
     constexpr qsizetype kLongestSignature = 8, kLongestPrologue = 4096;  // bytes
     if (vexa::BeginsLikeMedia(start)) return Body::Audio;
@@ -38,7 +38,7 @@ Body JudgeBody(const QString& mimeType, const QByteArray& start, bool isWhole) {
     return mayBePage && !isWhole && start.size() < kLongestPrologue ? Body::Undecided : Body::Audio;
 }
 
-/// The name with the extension that the response's type asks for.
+/// The name with the extension for the response's type.
 QString WithExtensionOf(const QString& mimeType, QString fileName) {
     const QString present = vexa::KnownExtension(fileName);
     const bool isUnspecific = vexa::IsUnspecificMimeType(mimeType) || IsPageType(mimeType);
@@ -71,17 +71,17 @@ struct TPodcastClientTaskDownloadEpisodes::Download {
     QString EpisodeKey;
     QString Caption;
     QString URL;
-    QString FileName;  // as the template has it; the extension may change when the response arrives
+    QString FileName;  // according to the template; the extension may change when the response arrives
     std::unique_ptr<TPodcastEpisode> Episode;
     TPodcastResumption Resumption;
     QString MimeType;
-    QByteArray Start;      // of the body, until there is enough of it to tell audio from a page
-    bool IsAudio = false;  // it has been told
-    QString WantedName;    // of the file, before it gets a number
+    QByteArray Start;      // the start of the body, until it is long enough to tell audio from a page
+    bool IsAudio = false;  // the body was recognised as audio
+    QString WantedName;    // the file's name without a number
     TPodcastTargetFile File;
-    bool IsRecordBlanked = false;  // of a file that was gone
-    QString FileOfAnother;         // that another download of the episode has made meanwhile
-    bool IsStored = true;          // the episode, when it was looked for last
+    bool IsRecordBlanked = false;  // the row recorded a missing file, and that record was removed
+    QString FileOfAnother;         // the file that another download of the episode has completed meanwhile
+    bool IsStored = true;          // whether the episode was stored at the last check
     Clock::time_point NextLook{};
 };
 
@@ -113,8 +113,8 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
         return false;
     }
     QString local;
-    // What is there may be the beginning of a file. Another program blanks the record before it fetches a recorded file
-    // that was gone, so the file counts only while the row still records what has been read.
+    // An existing file may be incomplete. Another program removes the record before it fetches a recorded file that was
+    // missing, so the file counts only if the row still records what was read.
     const bool isThere = FClient.GetLocalFileName(*download.Episode, *feed, local) &&
                          !TPodcastTargetFile::IsBeingWritten(local) && db.SetFoundFileOfRow(*download.Episode, local);
     if (isThere) {
@@ -140,7 +140,7 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
             outcome.FileName = download.FileOfAnother;
             return;
         }
-        const TPodcastResumption::Decision next = download.Resumption.After(info);
+        const TPodcastResumption::Decision next = download.Resumption.Decide(info);
         outcome.Error = next.Error;
         if (next.What != Kind::Again) break;
         if (next.Pause.count() > 0) {
@@ -148,7 +148,7 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
                                                 << download.Resumption.Held() << "-" << info.Message;
             WaitForConnection(download, next.Pause);
         }
-        if (IsToStop(download)) {
+        if (ShouldStop(download)) {
             outcome.Error = QStringLiteral("cancelled");
             break;
         }
@@ -174,17 +174,17 @@ vexa::HttpErrorInfo TPodcastClientTaskDownloadEpisodes::Attempt(Download& downlo
     request.OnProgress = [&](qint64, qint64) {
         FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), download.Caption);
     };
-    return request.Run([&] { return IsToStop(download); });
+    return request.Run([&] { return ShouldStop(download); });
 }
 
 bool TPodcastClientTaskDownloadEpisodes::Accept(Download& download, const vexa::HttpResponseInfo& response) {
     const auto answer = download.Resumption.Accept(response);
-    if (answer != TPodcastResumption::Answer::BeginsAnew) return answer == TPodcastResumption::Answer::GoesOn;
+    if (answer != TPodcastResumption::Answer::Restarts) return answer == TPodcastResumption::Answer::Continues;
     download.MimeType = response.MimeType;
     download.Start.clear();
     download.IsAudio = false;
     if (!download.File.IsOpen()) return true;
-    // The other version may be of another type, and so of another name.
+    // The other version of the file may have another type, and so another name.
     if (WithExtensionOf(response.MimeType, download.FileName) == download.WantedName)
         download.File.Truncate();
     else
@@ -194,7 +194,7 @@ bool TPodcastClientTaskDownloadEpisodes::Accept(Download& download, const vexa::
 
 bool TPodcastClientTaskDownloadEpisodes::BeginFile(Download& download, bool isWhole) {
     const Body body = JudgeBody(download.MimeType, download.Start, isWhole);
-    if (body == Body::Undecided) return true;  // and nothing is replaced yet, nor is a record blanked
+    if (body == Body::Undecided) return true;  // so far no file has been replaced and no record removed
     if (body == Body::WebPage) throw std::runtime_error("the server sent a web page in place of the audio");
     if (download.Start.isEmpty()) throw std::runtime_error("the server sent an empty file");
     if (!download.File.IsOpen() && !OpenTarget(download)) return false;
@@ -211,18 +211,18 @@ bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
     TPodcastTargetFile& file = download.File;
     download.WantedName = WithExtensionOf(download.MimeType, download.FileName);
     CreateFolderOf(download.WantedName);
-    // An existing file of the name is replaced, but for one that a row records: many feeds name every file alike, and a
-    // whole file must not be given up for one that may fail. Asked again under the file's lock, which a download of
-    // another process holds until its row records the file.
+    // An existing file with this name is replaced, unless a row records it: many feeds give all files the same name,
+    // and a complete file must not be lost to a download that may fail. This is checked again after locking the file,
+    // since a download of another process holds the lock until its row records the file.
     for (int number = 1;; ++number) {
         const QString name = NumberedName(download.WantedName, number);
         const auto isTaken = [&](bool exists) {
             return db.IsFileOfAnother(name, episode) || (exists && db.IsFileRecorded(name));
         };
         if (!isTaken(vexa::FileExists(name))) {
-            // A row may record this name, or this episode another one, of a file that is gone. Should we be killed, the
-            // beginning of a file would pass for the recorded one, or be found in its place; so the records go before
-            // there is a file.
+            // Some row may still record this name, or this row another name, although the file is gone. If the program
+            // were killed during the download, the incomplete file would be taken for the recorded one, or be found in
+            // its place. So remove these records before creating the file.
             if (db.IsFileRecorded(name)) db.ForgetMissingFile(name);
             if (!recorded.isEmpty() && recorded != name && db.ReplaceCachedFileOfRow(episode, recorded, QString()))
                 download.IsRecordBlanked = true;
@@ -230,7 +230,7 @@ bool TPodcastClientTaskDownloadEpisodes::OpenTarget(Download& download) {
             if (!isTaken(!isCreated)) break;
             file.Discard();
         }
-        // It may be taken by another download of this very episode, which has ended since this one looked for a file.
+        // The name may be taken by another download of the same episode that has ended in the meantime.
         const QString present = db.GetCachedFileOfRow(episode).value_or(QString());
         if (vexa::FileExists(present)) {
             download.FileOfAnother = present;
@@ -246,22 +246,22 @@ void TPodcastClientTaskDownloadEpisodes::WaitForConnection(Download& download, s
     const TPodcastResumption& resumption = download.Resumption;
     FClient.NotifyDownloadsProgress(resumption.Held(), resumption.Size(), kWaitingForConnection + download.Caption);
     const auto end = Clock::now() + pause;
-    for (auto now = Clock::now(); now < end && !IsToStop(download); now = Clock::now())
+    for (auto now = Clock::now(); now < end && !ShouldStop(download); now = Clock::now())
         std::this_thread::sleep_for(std::min<Clock::duration>(kStep, end - now));
 }
 
-bool TPodcastClientTaskDownloadEpisodes::IsToStop(Download& download) {
+bool TPodcastClientTaskDownloadEpisodes::ShouldStop(Download& download) {
     constexpr auto kBetweenLooks = std::chrono::seconds(1);
     if (IsCancelled() || !download.IsStored) return true;
     const auto now = Clock::now();
     if (now < download.NextLook) return false;
     download.NextLook = now + kBetweenLooks;
-    // Somebody may have unsubscribed from the feed, perhaps in another program.
+    // The feed may have been unsubscribed, perhaps by another program.
     const TPodcastEpisode& episode = *download.Episode;
     try {
         download.IsStored = FClient.DB().GetCachedFileOfRow(episode) || FClient.AreFilesKept(episode.FeedID);
     } catch (const vexa::SqliteError&) {
-        // The next look will tell, or the end.
+        // Try again at the next check; Finish checks, too.
     }
     return !download.IsStored;
 }
@@ -281,8 +281,8 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
             outcome.Error = QString::fromUtf8(error.what());
         }
     }
-    // By the row and not by the key: a refresh may have given the row another address meanwhile, and its address to
-    // another episode. A file that no row takes would never be found again.
+    // Record the file by row, not by key: a refresh may have given the row another address, and its address to another
+    // episode. A file that no row records would never be found again.
     if (outcome.Error.isEmpty())
         download.IsStored = db.SetCachedFileOfRow(episode, file.FileName()) || FClient.AreFilesKept(episode.FeedID);
     if (!download.IsStored) outcome.Error = QStringLiteral("the episode is not stored any more");
@@ -291,10 +291,10 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
         file.Close();
         return;
     }
-    // Only a file that this transfer opened: a refused one leaves a whole file of that name alone.
+    // Removes only a file that this transfer has opened: if the response was refused, an existing file stays.
     file.Discard();
-    // The file of a record that was blanked may come back, with a disk; unless somebody is writing one of that name
-    // now.
+    // Restore a removed record, because its file may come back, for instance with a disk; but not if a file of that
+    // name is being written now.
     const QString& recorded = episode.Fields[pefURLAudioCached];
     if (download.IsRecordBlanked && !TPodcastTargetFile::IsBeingWritten(recorded))
         db.ReplaceCachedFileOfRow(episode, QString(), recorded);

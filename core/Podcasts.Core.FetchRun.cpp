@@ -10,13 +10,13 @@ namespace podcasts {
 
 namespace {
 
-// Items that are looked at ahead. Lists have a host's feeds side by side, and of one host only a few documents are
-// fetched at once, so the window has to reach several hosts.
+// The number of items in the window. Lists often have the feeds of one host side by side, and only a few documents are
+// fetched from one host at once, so the window has to reach several hosts.
 constexpr qsizetype kWindow = 1024;
-constexpr qsizetype kRefill = 64;  // taken before the window moves on
+constexpr qsizetype kRefill = 64;  // items taken before the window is set again
 constexpr auto kSilence = std::chrono::seconds(3);
 constexpr auto kSecondTries = std::chrono::seconds(30);
-constexpr auto kPoll = std::chrono::milliseconds(20);  // for what is queued or cancelled meanwhile
+constexpr auto kPoll = std::chrono::milliseconds(20);  // interval of checks for new items and for cancellation
 
 }  // namespace
 
@@ -51,7 +51,7 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
     while (!FIsCancelled()) {
         const quint64 changes = Changes();
         const QStringList upcoming = FQueue.Upcoming(kWindow);
-        // An item before this one may have taken the document that both name.
+        // If two items have the same location, the first may have taken the document of both.
         if (!IsInWindow(upcoming) || !IsComing(FLocator(upcoming.first()))) SetWindow(upcoming);
         if (FSecondTries.empty()) FDeadline.reset();
         if (upcoming.isEmpty()) {
@@ -63,7 +63,7 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::Next() {
             const bool isAlone = upcoming.size() == 1 && FSecondTries.empty();
             if (isAlone || IsReady(location)) {
                 if (!FQueue.TakeNext(item)) continue;
-                std::erase_if(FSecondTries, [&](const SecondTry& one) { return one.Item == item; });
+                std::erase_if(FSecondTries, [&](const SecondTry& attempt) { return attempt.Item == item; });
                 FItem = item;
                 FLocation = location;
                 FFailure = nullptr;
@@ -92,7 +92,7 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::NextSecondTry() {
     const auto now = Clock::now();
     if (!FDeadline) FDeadline = now + kSecondTries;
     auto next = std::find_if(FSecondTries.begin(), FSecondTries.end(),
-                             [this](const SecondTry& one) { return IsReady(one.Location); });
+                             [this](const SecondTry& attempt) { return IsReady(attempt.Location); });
     if (next == FSecondTries.end() && now < *FDeadline) return std::nullopt;
     const bool isTooLate = next == FSecondTries.end();
     if (isTooLate) next = FSecondTries.begin();
@@ -103,36 +103,36 @@ std::optional<TPodcastFetchRun::Turn> TPodcastFetchRun::NextSecondTry() {
     return Turn{FItem, true};
 }
 
-/// Whether the window still tells the order of what is to come, but for its end.
+/// Whether the window still has the queue's order, except for items at its end.
 bool TPodcastFetchRun::IsInWindow(const QStringList& upcoming) const {
     return !upcoming.isEmpty() && FTakenOfWindow < kRefill && FUpcoming.value(FTakenOfWindow) == upcoming.first() &&
            FUpcoming.size() - FTakenOfWindow <= upcoming.size();
 }
 
-/// Hands the order of what is to come on to the fetcher.
+/// Sets the fetcher's window to the upcoming items.
 void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
     FUpcoming = upcoming;
     FTakenOfWindow = 0;
     QStringList locations;
     QSet<QString> secondTries;
     for (const QString& item : upcoming) locations += FLocator(item);
-    // What was put at the queue's end goes on being waited for.
+    // Keep the transfers of deferred items, even if these are beyond the window.
     if (upcoming.size() < kWindow) FDeferred.clear();
     for (const QString& item : FDeferred) locations += FLocator(item);
     if (FDeadline || upcoming.isEmpty()) {
-        for (const SecondTry& one : FSecondTries) {
-            locations += one.Location;
-            secondTries.insert(one.Location);
+        for (const SecondTry& attempt : FSecondTries) {
+            locations += attempt.Location;
+            secondTries.insert(attempt.Location);
         }
     }
     const std::lock_guard lock(FMutex);
     FWindow = locations;
     if (FRead && !FWindow.contains(FRead->Location)) FRead.reset();
     locations.removeIf([this](const QString& location) { return IsHere(location); });
-    FFetcher.Want(locations, [&](const QString& location) {
+    FFetcher.SetWindow(locations, [&](const QString& location) {
         vexa::HttpFetch fetch = FeedDocumentFetch();
         fetch.IsSecondTry = secondTries.contains(location);
-        if (fetch.IsSecondTry) fetch.Longest = kSecondTries;
+        if (fetch.IsSecondTry) fetch.TotalTimeout = kSecondTries;
         FKnown.remove(location);
         if (const auto known = FNotes ? FNotes(location) : std::nullopt) {
             FKnown.insert(location, *known);
@@ -140,7 +140,7 @@ void TPodcastFetchRun::SetWindow(const QStringList& upcoming) {
         }
         return fetch;
     });
-    FChanged.notify_all();  // the reader looks for another document to read
+    FChanged.notify_all();  // ReadAhead looks for another document to read
 }
 
 /// Whether the document is local, or has been taken from the fetcher. Hold the lock.
@@ -155,7 +155,7 @@ bool TPodcastFetchRun::IsReady(const QString& location) {
 
 bool TPodcastFetchRun::IsComing(const QString& location) {
     const std::lock_guard lock(FMutex);
-    return IsHere(location) || FFetcher.IsWanted(location);
+    return IsHere(location) || FFetcher.IsInWindow(location);
 }
 
 bool TPodcastFetchRun::IsAnyReady(const QStringList& items) {
@@ -176,7 +176,7 @@ TPodcastFeedDocument TPodcastFetchRun::TakeDocument() {
         }
     }
     if (read.Location.isEmpty()) read = ReadNow(FLocation, FFetcher.Take(FLocation, FIsCancelled));
-    if (read.IsToBeLoadedWhole) return LoadFeedDocument(FLocation, FIsCancelled);
+    if (read.NeedsFullLoad) return LoadFeedDocument(FLocation, FIsCancelled);
     if (read.Error) {
         FFailure = read.Error;
         std::rethrow_exception(std::exchange(read.Error, nullptr));
@@ -198,7 +198,7 @@ TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::
     try {
         fetched.Outcome.RaiseIfFailed();
         auto document = ReadFeedDocument(location, std::move(fetched.Document), known);
-        read.IsToBeLoadedWhole = !document;
+        read.NeedsFullLoad = !document;
         if (document) read.Document = std::move(*document);
     } catch (...) {
         read.Error = std::current_exception();
@@ -206,8 +206,8 @@ TPodcastFetchRun::Read TPodcastFetchRun::ReadNow(const QString& location, vexa::
     return read;
 }
 
-/// Makes the tree of the next document that has arrived while the present one is stored: the two threads then have
-/// about half of the work each.
+/// Parses the next arrived document while the current one is being stored. Each of the two threads then has about half
+/// of the work.
 void TPodcastFetchRun::ReadAhead() {
     std::unique_lock lock(FMutex);
     while (!FIsStopping) {

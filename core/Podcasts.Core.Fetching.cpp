@@ -25,13 +25,13 @@ QByteArray ReadFeedFile(const QString& fileName) {
     if (!file.open(QIODevice::ReadOnly)) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
     if (file.size() > kLargestFeed)
         fail(QStringLiteral("the document is larger than %1 MiB").arg(kLargestFeed / (1024 * 1024)));
-    // A read of at most so much would take that much memory first, however small the file.
+    // Not read(kLargestFeed), which would allocate that much memory first, however small the file.
     QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
     return bytes;
 }
 
-/// Throws for a document of which mending left little: its feed would take the place of the whole one that is stored.
+/// Throws if recovery has saved too little of a document, because its feed would replace the complete stored one.
 void CheckLosses(const vexa::XmlDocument& document, const TPodcastFeed& feed) {
     const std::size_t promised = document.CountStartTags("item") + document.CountStartTags("entry");
     const auto found = static_cast<std::size_t>(feed.EpisodeCount());
@@ -40,8 +40,8 @@ void CheckLosses(const vexa::XmlDocument& document, const TPodcastFeed& feed) {
                          std::to_string(promised) + " items can be read");
 }
 
-/// XXH3 in 128 bits, in hexadecimal digits. It tells only whether the same bytes came again, so it need not resist the
-/// publisher, who could mislead nobody but the publisher's own readers.
+/// The 128-bit XXH3 digest in hexadecimal digits. It only tells whether the same bytes have come again, so it need not
+/// resist attacks: a publisher could mislead only the readers of its own feed.
 QByteArray DigestOf(const QByteArray& body) {
     XXH128_canonical_t bytes;
     XXH128_canonicalFromHash(&bytes, XXH3_128bits(body.constData(), static_cast<std::size_t>(body.size())));
@@ -84,7 +84,7 @@ std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, ve
     document.Address = info.Address.isEmpty() ? location : info.Address;
     document.MovedTo = info.MovedTo;
     if (info.Status == kNotModified) {
-        // Said by another address, it would be said of another document.
+        // If another address answers, "not modified" refers to another document.
         if (!known || known->Address != document.Address) return std::nullopt;
         document.Note = *known;
         if (!info.ETag.isEmpty()) document.Note.ETag = info.ETag;
@@ -118,14 +118,14 @@ std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, ve
         checkBeginning();
         throw;
     }
-    // The tags of a page can be mended to a tree that shows no sign of it; a page can be well-formed, too.
+    // Recovery can turn the tags of a page into a tree that does not look like a page; and a page can be well-formed.
     if (document.Tree->IsRecovered()) checkBeginning();
     if (IsHtmlPage(*document.Tree)) throwPage();
     return document;
 }
 
 std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location) {
-    // Its relative addresses are meant from where it is kept from now on.
+    // Relative addresses are resolved against the address that the feed has from now on.
     const QString& base = document.MovedTo.isEmpty() ? location : document.MovedTo;
     auto feed = document.Tree ? TPodcastParser::ParseDocument(*document.Tree, base) : nullptr;
     if (!feed) return nullptr;

@@ -1,5 +1,5 @@
 #pragma once
-// Loading one feed document and making a feed of it. Podcasts.Core.FetchRun.h fetches many of them ahead.
+// Loads one feed document and parses it into a feed. Podcasts.Core.FetchRun.h fetches many documents ahead.
 
 #include "Podcasts.Core.Classes.h"
 #include "Podcasts.Core.DocumentNotes.h"
@@ -19,10 +19,10 @@ namespace podcasts {
 /// Whether `text` names an existing local file that matches "*.xml;".
 bool IsLocalFeedFile(const QString& text);
 
-/// A feed that a page names.
+/// A link from a page to a feed.
 using TPodcastFeedLink = vexa::HtmlLink;
 
-/// The document is an HTML page, which may name feeds.
+/// Thrown when the document is an HTML page, with the feeds that the page links to.
 class TPodcastPageError : public vexa::XmlError {
 public:
     explicit TPodcastPageError(std::vector<TPodcastFeedLink> feeds);
@@ -34,31 +34,31 @@ private:
 };
 
 struct TPodcastFeedDocument {
-    std::unique_ptr<vexa::XmlDocument> Tree;  // null: the location was none
-    QString Address;                          // that the document came from, after all redirects
+    std::unique_ptr<vexa::XmlDocument> Tree;  // null when the location is invalid, and for an unchanged document
+    QString Address;                          // the address that the document came from, after all redirects
     QString MovedTo;                          // where permanent redirects led; empty when there were none
-    TPodcastDocumentNote Note{};              // what there is to note of a web document
-    bool IsUnchanged = false;                 // it is the document that was known; there is no tree
+    TPodcastDocumentNote Note{};              // the note to store for a document from the web
+    bool IsUnchanged = false;                 // it is the known document, which was not read again
 };
 
-/// Loads the document at `location`. An empty one when the location is neither a web address nor a local feed file.
-/// Throws HttpError, XmlError, TPodcastPageError and what reading a file throws.
+/// Loads the document at `location`. Returns one without a tree when the location is neither a web address nor a local
+/// feed file. Throws HttpError, XmlError, TPodcastPageError, and std::runtime_error for a file that cannot be read.
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
 
-/// What a feed's document may be: its bounds.
+/// A fetch with the limits of feed documents.
 vexa::HttpFetch FeedDocumentFetch();
-/// Request headers by which a server answers that the known document has not changed (RFC 9110, section 13.1).
+/// The request headers that let a server answer "not modified" for the known document (RFC 9110, section 13.1).
 QList<QByteArray> ConditionsOf(const TPodcastDocumentNote& known);
-/// LoadFeedDocument's second half, for a document that has been fetched from `location`. With `known`, one that has not
-/// changed is not read. Nothing when the server says so of another document than the one that is known.
-std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
-                                                     const std::optional<TPodcastDocumentNote>& known);
+/// The second half of LoadFeedDocument, for a document that has been fetched from `location`. A document that equals
+/// `known` is not read. Nothing when the server answered "not modified" for a document other than `known`.
+[[nodiscard]] std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, vexa::HttpDocument loaded,
+                                                                   const std::optional<TPodcastDocumentNote>& known);
 
-/// The feed of a loaded document (or of none), its pffURLFeed set to `location`; nothing when no parser recognises it.
-/// Throws XmlError when the document is so damaged that fewer than half of its items can be read.
+/// The feed in a loaded document, with pffURLFeed set to `location`; nothing when the document has no tree or no parser
+/// recognises it. Throws XmlError when the document is so damaged that fewer than half of its items can be read.
 std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location);
 
-/// Why there is no feed in a document, or at a location that gave none.
+/// Why a document contains no feed, or why there is no document at its location.
 QString DescribeMissingFeed(const TPodcastFeedDocument& document);
 
 }  // namespace podcasts

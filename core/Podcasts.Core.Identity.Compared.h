@@ -1,5 +1,5 @@
 #pragma once
-// What the rules of identity compare, and indexes over it. For Podcasts.Core.Identity.cpp alone.
+// The values that the rules of identity compare, and indexes over them. Only for Podcasts.Core.Identity.cpp.
 
 #include "Podcasts.Core.StoredEpisodes.h"
 
@@ -23,8 +23,8 @@ inline std::string_view Trimmed(std::string_view text) {
     return text;
 }
 
-/// An address or a GUID as it is compared: without blanks around it and without the scheme, which publishers change
-/// from http to https. "://" stays, so that an address never equals a text that is none.
+/// An address or a GUID in the form in which it is compared: without blanks around it and without the scheme, which
+/// publishers change from http to https. "://" is kept, so that an address never equals a text that is not an address.
 inline std::string_view WithoutScheme(std::string_view text) {
     text = Trimmed(text);
     const std::size_t delimiter = text.find("://");
@@ -38,7 +38,7 @@ inline std::string_view WithoutScheme(std::string_view text) {
     return isScheme ? text.substr(delimiter) : text;
 }
 
-/// What the rules look at of an episode of the document or of a stored row.
+/// The values of an episode, be it of the document or of a stored row, that the rules compare.
 struct Compared {
     std::string_view GUID, Title, Address;
     double Date = 0;
@@ -49,13 +49,13 @@ inline Compared ComparedOf(const TPodcastStoredEpisodes::Row& row) {
             row.PublishDate};
 }
 
-/// The same of an item of the document, with the bytes that it refers to.
+/// The same values of an item of the document, together with the texts to which `Is` refers.
 struct Item {
     std::string GUID, Title, Address;
     Compared Is;
 };
 
-/// Several things that must all be the same.
+/// Several values that must all be equal.
 struct Key {
     std::string_view A, B = {};
     double Date = 0;
@@ -73,19 +73,19 @@ struct KeyHash {
     }
 };
 
-/// Rows by what they have in common, those written last first.
+/// Rows by their keys; rows of one key in the opposite order of their ids, so that the row written last comes first.
 class RowIndex {
 public:
     explicit RowIndex(std::size_t rows) : FNext(rows, -1) { FFirst.reserve(rows); }
 
-    /// Add rows in the order of their ids.
+    /// Rows must be added in the order of their ids.
     void Add(const Key& key, int row) {
         const auto [found, isNew] = FFirst.try_emplace(key, row);
         if (isNew) return;
         FNext[static_cast<std::size_t>(row)] = found->second;
         found->second = row;
     }
-    /// The row written last of those that are not taken; −1 without one. Forgets the taken ones before it.
+    /// The last written row that is not taken; −1 when there is none. Forgets the taken rows before it.
     int Last(const Key& key, const std::vector<bool>& taken) {
         const auto found = FFirst.find(key);
         if (found == FFirst.end()) return -1;

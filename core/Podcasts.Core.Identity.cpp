@@ -30,7 +30,7 @@ QString URIOf(const TPodcastEpisode& episode, const TPodcastFeed& document) {
     return HasAudio(episode) ? EpisodeURI(episode, document) : QString();
 }
 
-/// One pass over a document and what is stored of its feed.
+/// Matches one document with the stored episodes of its feed.
 class Matcher {
 public:
     Matcher(const TPodcastFeed& document, const TPodcastStoredEpisodes& stored)
@@ -44,9 +44,9 @@ public:
         ApplyRule(&Matcher::SameAddressAndGUID);
         ApplyRule(&Matcher::SameGUID);
         ApplyRule(&Matcher::SameTitleAndDate);
-        ApplyRule(&Matcher::SameAddressAndOneThingMore);
+        ApplyRule(&Matcher::SameAddressAndAnotherValue);
         ApplyRule(&Matcher::SameTitle);
-        KeepAddressesOfThoseWithoutAudio();
+        KeepStoredAddresses();
         FindTwins();
         return std::move(FMatches);
     }
@@ -58,7 +58,7 @@ private:
 
     // ---- The document ----
 
-    /// Of several episodes of one URI, which share a row, one counts.
+    /// If several episodes have the same URI, and so the same row, keeps only one of them.
     void ChooseEpisodes() {
         const auto& episodes = FDocument.Episodes();
         FMatches.reserve(episodes.size());
@@ -71,7 +71,7 @@ private:
         FItemOf.resize(FMatches.size());
         for (std::size_t i = 0; i < FItemOf.size(); ++i) FItemOf[i] = i;
         if (FOwners.size() == static_cast<qsizetype>(FMatches.size())) return;
-        // The last of one URI that is stored with this address and GUID goes before the last of them.
+        // Of those with one URI, keep the last that is stored with its address and GUID, else the last of all.
         std::unordered_set<Key, KeyHash> known;
         for (const Row& row : FRows)
             if (const Compared is = ComparedOf(row); !is.Address.empty()) known.insert({is.Address, is.GUID});
@@ -89,7 +89,7 @@ private:
         FMatches = std::move(counting);
     }
 
-    /// An item of the document, those included that do not count, as it is compared.
+    /// The compared values of an item of the document, including the items dropped by ChooseEpisodes.
     const Item& ItemAt(std::size_t index) {
         if (FItems.empty()) {
             FItems.resize(FDocument.Episodes().size());
@@ -107,13 +107,13 @@ private:
     }
     const Compared& Of(std::size_t match) { return ItemAt(FItemOf[match]).Is; }
 
-    /// How often things stand in the document.
+    /// How often values occur in the document.
     struct Counts {
         std::unordered_map<std::string_view, int> GUIDs, Titles;
         std::unordered_map<Key, int, KeyHash> TitlesAndDates;
         std::unordered_set<std::string_view> Addresses;
     };
-    const Counts& InDocument() {
+    const Counts& DocumentCounts() {
         if (FCounts) return *FCounts;
         Counts& counts = FCounts.emplace();
         for (std::size_t i = 0; i < FDocument.Episodes().size(); ++i) {
@@ -125,12 +125,12 @@ private:
         }
         return counts;
     }
-    /// Whether a GUID stands exactly once in the document: only then it tells which episode is meant.
-    bool Tells(std::string_view guid) {
-        const auto found = InDocument().GUIDs.find(guid);
-        return !guid.empty() && found != InDocument().GUIDs.end() && found->second == 1;
+    /// Whether a GUID occurs exactly once in the document: only then does it identify an episode.
+    bool IsUniqueGUID(std::string_view guid) {
+        const auto found = DocumentCounts().GUIDs.find(guid);
+        return !guid.empty() && found != DocumentCounts().GUIDs.end() && found->second == 1;
     }
-    bool StandsInDocument(std::string_view address) { return InDocument().Addresses.contains(address); }
+    bool OccursInDocument(std::string_view address) { return DocumentCounts().Addresses.contains(address); }
 
     // ---- The stored rows ----
 
@@ -141,7 +141,7 @@ private:
         }
         return FComparedRows[static_cast<std::size_t>(row)];
     }
-    /// An index over the free rows, made when it is first asked for. `keyOf` gives no key for a row to be left out.
+    /// An index over the free rows, built on first use. `keyOf` returns no key for a row to be left out.
     template <class KeyOf>
     RowIndex& Index(std::optional<RowIndex>& index, KeyOf keyOf) {
         if (index) return *index;
@@ -152,24 +152,24 @@ private:
         return *index;
     }
 
-    /// The row that the episode's URI is taken by, if it is free.
+    /// The row that has the episode's URI, if it is free; else −1.
     int RowOfURI(std::size_t match) {
         const int row = FStored.FindURI(vexa::ToUtf8(FMatches[match].URI));
         return row >= 0 && IsFree(row) ? row : -1;
     }
 
-    /// Of several rows: the one whose URI the episode will have, else one whose address stands nowhere in the document,
-    /// else the one written last.
+    /// The order in which to prefer rows: first the row whose URI the episode will have, then a row whose address does
+    /// not occur in the document, then the row written last.
     auto Preference(int row, std::size_t match) {
         return std::make_tuple(EqualsUtf8(FMatches[match].URI, RowAt(row).Fields[pefURI]),
-                               !StandsInDocument(ComparedRow(row).Address), row);
+                               !OccursInDocument(ComparedRow(row).Address), row);
     }
 
     // ---- The rules ----
 
     using Rule = int (Matcher::*)(std::size_t match);
 
-    /// Each rule goes over all episodes in order; an episode or a row that is found once is out.
+    /// Applies a rule to all episodes in order. Matched episodes and rows are not considered again.
     void ApplyRule(Rule rule) {
         if (FLeft == 0 || FFreeRows == 0) return;
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
@@ -187,7 +187,7 @@ private:
         const TPodcastEpisode& episode = Episode(match);
         const int own = RowOfURI(match);
         if (own >= 0) {
-            // Most episodes of most documents are as they were: told without making anything of them.
+            // Most episodes of most documents are unchanged, so check that first, without building compared values.
             const Row& row = RowAt(own);
             if (EqualsUtf8(episode.Fields[pefURLAudio], row.Fields[pefURLAudio]) &&
                 EqualsUtf8(episode.Fields[pefTitle], row.Fields[pefTitle]) &&
@@ -196,7 +196,7 @@ private:
                 return own;
         }
         const Compared& is = Of(match);
-        // Two without audio are of one address here, since they share a row.
+        // Two episodes without audio count as having the same address here, since they have the same URI.
         const auto isSame = [&](const Compared& row) {
             return row.Address == is.Address && row.Title == is.Title &&
                    ((is.Date != 0 && row.Date == is.Date) || row.GUID == is.GUID);
@@ -222,15 +222,15 @@ private:
 
     int SameAddressAndGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Address.empty() || !Tells(is.GUID)) return -1;
+        if (is.Address.empty() || !IsUniqueGUID(is.GUID)) return -1;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int row) { return ComparedRow(row).Address == is.Address; });
     }
 
     int SameGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (!Tells(is.GUID)) return -1;
+        if (!IsUniqueGUID(is.GUID)) return -1;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int index) {
-            // Some publishers never change a GUID: where all else differs it is a new episode.
+            // Some publishers use one GUID for all episodes, so if everything else differs it is a new episode.
             const Compared& row = ComparedRow(index);
             const bool isOtherDate = is.Date != 0 && row.Date != 0 && is.Date != row.Date;
             const bool isOtherAddress = is.Address.empty() || is.Address != row.Address;
@@ -240,12 +240,12 @@ private:
 
     int SameTitleAndDate(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Date == 0 || InDocument().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
+        if (is.Date == 0 || DocumentCounts().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
         RowIndex& index = Index(FByTitleAndDate, [](const Compared& row) {
             return row.Date == 0 ? std::nullopt : std::optional(Key{row.Title, {}, row.Date});
         });
-        const auto isEligible = [&](int row) { return !Tells(ComparedRow(row).GUID); };
-        // One that has something to lose goes first.
+        const auto isEligible = [&](int row) { return !IsUniqueGUID(ComparedRow(row).GUID); };
+        // Prefer a row with a file or a mark, which could be lost.
         const auto isKept = [&](int row) {
             return !RowAt(row).Fields[pefURLAudioCached].empty() || RowAt(row).State != pesNew;
         };
@@ -254,8 +254,8 @@ private:
         return kept >= 0 ? kept : BestOf(index, key, match, isEligible);
     }
 
-    int SameAddressAndOneThingMore(std::size_t match) {
-        // An address alone is not enough: some publishers put whatever is newest at one address.
+    int SameAddressAndAnotherValue(std::size_t match) {
+        // An address alone is not enough, because some publishers always put the newest episode at the same address.
         const Compared& is = Of(match);
         if (is.Address.empty()) return -1;
         if (const int own = RowOfURI(match); own >= 0) {
@@ -263,10 +263,11 @@ private:
             const bool isSame = row.Address == is.Address &&
                                 ((!is.GUID.empty() && row.GUID == is.GUID) ||
                                  (!is.Title.empty() && row.Title == is.Title) || (is.Date != 0 && row.Date == is.Date));
-            if (isSame && !Tells(row.GUID)) return own;
+            if (isSame && !IsUniqueGUID(row.GUID)) return own;
         }
-        const auto key = [this](bool isThere, const Compared& row, const Key& made) {
-            return isThere && !row.Address.empty() && !Tells(row.GUID) ? std::optional<Key>(made) : std::nullopt;
+        const auto key = [this](bool hasValue, const Compared& row, const Key& candidate) {
+            return hasValue && !row.Address.empty() && !IsUniqueGUID(row.GUID) ? std::optional<Key>(candidate)
+                                                                               : std::nullopt;
         };
         RowIndex& byGUID = Index(FByAddressAndGUID, [&](const Compared& row) {
             return key(!row.GUID.empty(), row, {row.Address, {}, 0, row.GUID});
@@ -283,11 +284,11 @@ private:
     }
 
     int SameTitle(std::size_t match) {
-        // Short lists of one title a day without dates are new every day.
+        // Short lists without dates may have new episodes with the same titles every day.
         constexpr std::size_t kFewestItems = 5;
         const Compared& is = Of(match);
         if (FDocument.Episodes().size() < kFewestItems || is.Title.empty()) return -1;
-        if (InDocument().Titles.at(is.Title) != 1) return -1;
+        if (DocumentCounts().Titles.at(is.Title) != 1) return -1;
         if (FRowsOfTitle.empty()) {
             for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
                 auto& [count, last] = FRowsOfTitle[ComparedRow(row).Title];
@@ -299,7 +300,7 @@ private:
         if (found == FRowsOfTitle.end() || found->second.first != 1) return -1;
         const int row = found->second.second;
         const bool isUndated = is.Date == 0 || ComparedRow(row).Date == 0;
-        return IsFree(row) && isUndated && !Tells(ComparedRow(row).GUID) ? row : -1;
+        return IsFree(row) && isUndated && !IsUniqueGUID(ComparedRow(row).GUID) ? row : -1;
     }
 
     template <class Accepts>
@@ -311,14 +312,14 @@ private:
         return best;
     }
 
-    // ---- What follows ----
+    // ---- After the rules ----
 
-    /// An episode that lacks its audio, often for an hour only, leaves the row's address as it is.
-    void KeepAddressesOfThoseWithoutAudio() {
+    /// Keeps the stored address of an episode that has no audio now, which is often so for an hour only.
+    void KeepStoredAddresses() {
         for (TPodcastEpisodeMatch& match : FMatches) {
             if (match.Row < 0 || HasAudio(*match.Episode)) continue;
             match.URI = vexa::FromUtf8(RowAt(match.Row).Fields[pefURI]);
-            // Another episode of the document may have the address now. Both stay: this one is named by its GUID.
+            // Another episode of the document may have the address now. Then this one gets a URI made from its GUID.
             if (match.URI.isEmpty() || !FOwners.contains(match.URI)) continue;
             match.URI = StandInURI(*match.Episode, FDocument);
             if (FOwners.contains(match.URI) || FStored.FindURI(vexa::ToUtf8(match.URI)) >= 0)
@@ -326,7 +327,7 @@ private:
         }
     }
 
-    /// Rows that earlier versions of the program made of one episode whose address had changed.
+    /// Finds the twins: several rows that earlier versions of the program stored for one episode whose address changed.
     void FindTwins() {
         if (FFreeRows == 0) return;
         std::unordered_set<std::string_view> found;
@@ -336,10 +337,10 @@ private:
         for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
             if (!IsFree(row)) continue;
             const std::string_view guid = WithoutScheme(RowAt(row).Fields[pefGUID]);
-            if (!found.contains(guid) || !Tells(guid)) continue;
+            if (!found.contains(guid) || !IsUniqueGUID(guid)) continue;
             if (owners.empty()) owners = OwnersOfTwins();
             const Compared& twin = ComparedRow(row);
-            const std::string_view address = StandsInDocument(twin.Address) ? twin.Address : std::string_view();
+            const std::string_view address = OccursInDocument(twin.Address) ? twin.Address : std::string_view();
             auto owner = owners.find({guid, twin.Title, 0, address});
             const auto byDate = twin.Date == 0 ? owners.end() : owners.find({guid, {}, twin.Date, address});
             if (owner == owners.end() || (byDate != owners.end() && byDate->second < owner->second)) owner = byDate;
@@ -347,17 +348,17 @@ private:
         }
     }
 
-    /// Matches by what a twin has in common with one: the GUID of the row found, the title or the date of that row or
-    /// of the episode; and the episode's address, which a twin whose address stands in the document must have.
+    /// Matches by the values that a twin shares with its match: the GUID of the matched row; the title or the date of
+    /// that row or of the episode; and the episode's address, if the twin's address occurs in the document.
     using Owners = std::unordered_map<Key, std::size_t, KeyHash>;
 
-    /// Of several matches the first in the document.
+    /// If several matches have the same values, the first in the document is the owner.
     Owners OwnersOfTwins() {
         Owners owners;
         for (std::size_t i = 0; i < FMatches.size(); ++i) {
             if (FMatches[i].Row < 0) continue;
             const std::string_view guid = WithoutScheme(RowAt(FMatches[i].Row).Fields[pefGUID]);
-            if (!Tells(guid)) continue;
+            if (!IsUniqueGUID(guid)) continue;
             const Compared &is = Of(i), &kept = ComparedRow(FMatches[i].Row);
             for (const std::string_view address : {std::string_view(), is.Address}) {
                 for (const std::string_view title : {is.Title, kept.Title})
@@ -377,13 +378,13 @@ private:
     std::vector<TPodcastEpisodeMatch> FMatches;
     std::size_t FLeft = 0;                // matches without a row
     std::vector<std::size_t> FItemOf;     // by match: the index of its item in the document
-    QHash<QString, std::size_t> FOwners;  // by URI: the item that counts
+    QHash<QString, std::size_t> FOwners;  // by URI: the item that ChooseEpisodes has kept
 
-    // Made when they are first asked for: an unchanged document needs none of them.
+    // Built on first use; an unchanged document needs none of these.
     std::vector<Item> FItems;
     std::optional<Counts> FCounts;
     std::vector<Compared> FComparedRows;
-    std::unordered_map<std::string_view, std::pair<int, int>> FRowsOfTitle;  // their number, and the last
+    std::unordered_map<std::string_view, std::pair<int, int>> FRowsOfTitle;  // the number of rows, and the last one
     std::optional<RowIndex> FByAddressTitleDate, FByAddressTitleGUID, FByGUID, FByTitleAndDate, FByAddressAndGUID,
         FByAddressAndTitle, FByAddressAndDate;
 };

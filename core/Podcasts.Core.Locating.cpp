@@ -15,9 +15,9 @@ namespace podcasts {
 
 namespace {
 
-constexpr int kMostMoves = 5;  // from one document's new address to the next
+constexpr int kMostMoves = 5;  // documents that name a new address, one after another
 
-/// What follows the scheme, for the schemes that say "a feed" and leave open how it is fetched.
+/// The part after the scheme, for schemes that mean "a feed" and do not say how to fetch it.
 std::optional<QString> AfterFeedScheme(const QString& text) {
     for (const auto scheme : {u"feed:", u"itpc:", u"pcast:", u"podcast:"})
         if (text.startsWith(QStringView(scheme), Qt::CaseInsensitive)) return text.sliced(QStringView(scheme).size());
@@ -33,7 +33,7 @@ bool HasScheme(const QString& text) {
     return delimiter >= 0 && delimiter < text.indexOf(u'/');
 }
 
-/// A web address, its scheme in lower case: feeds are told apart by their addresses letter by letter.
+/// A web address with its scheme in lower case, since feeds are identified by the exact text of their addresses.
 QString WithPlainScheme(const QString& address) {
     const qsizetype end = address.indexOf(u':');
     return address.first(end).toLower() + address.sliced(end);
@@ -83,22 +83,22 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
     const QString redirected = document.MovedTo.isEmpty() ? origin : document.MovedTo;
     if (!moved(redirected).isEmpty() && isSubscribed(redirected)) return redirected;
 
-    std::unique_ptr<TPodcastFeed> newest;  // none: the one given
-    QString present = redirected;          // where the newest is to be found
-    QString source = document.Address;     // where it was read
+    std::unique_ptr<TPodcastFeed> newest;  // the last feed read here; null while that is `feed`
+    QString present = redirected;          // the address of the last feed
+    QString source = document.Address;     // the address that its document came from
     QStringList seen{origin, redirected, source};
     const auto wasSeen = [&](const QString& address) {
-        return std::any_of(seen.begin(), seen.end(), [&](const QString& one) { return IsSameUrl(one, address); });
+        return std::any_of(seen.begin(), seen.end(), [&](const QString& known) { return IsSameUrl(known, address); });
     };
     for (int moves = 0; moves < kMostMoves; ++moves) {
         const QString named = (newest ? newest : feed)->NewFeedURL;
         if (named.isEmpty() || IsSameUrl(named, present)) break;
         const QString next = vexa::WithCredentialsOf(present, named);
-        if (IsSameUrl(next, source)) {  // temporary redirects led to it
+        if (IsSameUrl(next, source)) {  // temporary redirects have led there already
             present = next;
             break;
         }
-        if (wasSeen(next)) return moved(redirected);  // they name each other
+        if (wasSeen(next)) return moved(redirected);  // the documents name each other
         if (isSubscribed(next)) return next;
         std::unique_ptr<TPodcastFeed> read;
         TPodcastFeedDocument place;
@@ -108,7 +108,7 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
             read = ParseFeedDocument(loaded, next);
             if (!read) throw std::runtime_error(DescribeMissingFeed(loaded).toStdString());
         } catch (const std::exception& error) {
-            // The feed goes on where it is; the next refresh tries again.
+            // The feed stays where it is; the next refresh tries again.
             qCWarning(vexa::LogRefresh).noquote() << "cannot follow the feed" << vexa::MaskedUrl(origin) << "to"
                                                   << vexa::MaskedUrl(next) + u": " + QString::fromUtf8(error.what());
             break;
@@ -129,7 +129,7 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
 
 namespace {
 
-/// One location and what follows from it. Throws what loading throws, TPodcastPageError among it.
+/// Finds the feed at one location, and follows it if it has moved. Throws as LoadFeedDocument does.
 TPodcastFoundFeed FindFeedAt(const QString& location, const TPodcastDocumentLoader& load,
                              const TPodcastSubscriptionTest& isSubscribed) {
     TPodcastFoundFeed found;
@@ -153,7 +153,7 @@ TPodcastFoundFeed FindFeedAt(const QString& location, const TPodcastDocumentLoad
     return found;
 }
 
-/// The feed of a page, or all that it names.
+/// The feed chosen from those that a page links to, or all of them as Choices.
 TPodcastFoundFeed FindFeedOf(const TPodcastPageError& page, int choice, const TPodcastDocumentLoader& load,
                              const TPodcastSubscriptionTest& isSubscribed) {
     TPodcastFoundFeed found;
@@ -193,7 +193,7 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
         return found;
     }
     if (locations.isEmpty()) found.Error = DescribeMissingFeed({});
-    bool hasAnswered = false;  // the server of the failure that is kept
+    bool hasAnswered = false;  // whether the failure in `found` is a server's answer
     for (const QString& location : locations) {
         TPodcastFoundFeed next;
         bool isAnswer = true, isCancelled = false;
@@ -203,14 +203,14 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
             next = FindFeedOf(page, choice, load, isSubscribed);
         } catch (const vexa::HttpError& failure) {
             next.Error = QString::fromUtf8(failure.what());
-            next.MayPass = failure.MayPass();
+            next.IsTransient = failure.IsTransient();
             isAnswer = failure.What() != vexa::HttpErrorInfo::Kind::Network;
             isCancelled = failure.What() == vexa::HttpErrorInfo::Kind::Cancelled;
         } catch (const std::exception& failure) {
             next.Error = QString::fromUtf8(failure.what());
         }
         if (next.Error.isEmpty() || isCancelled) return next;
-        // Of two failures that one tells more which comes from a server; of two such the first.
+        // Keep the more informative failure: a server's answer rather than a network error; of two answers the first.
         if (found.Error.isEmpty() || (isAnswer && !hasAnswered)) found = std::move(next);
         hasAnswered = hasAnswered || isAnswer;
     }

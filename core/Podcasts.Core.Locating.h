@@ -1,8 +1,8 @@
 #pragma once
-// From what people have (a feed's address, one without its scheme, the page of a podcast) to a feed and its present
-// address.
+// Finds a feed and its present address from what users enter: a feed's address, an address without its scheme, or the
+// page of a podcast.
 //
-// Any thread may call these. The network is waited for, and no lock is held meanwhile.
+// Any thread may call these functions. They wait for the network, and hold no lock meanwhile.
 
 #include "Podcasts.Core.Fetching.h"
 
@@ -15,41 +15,44 @@
 
 namespace podcasts {
 
-/// Where the feed may be that `text` names as users write, paste and drop it, in the order to try: a web address; the
-/// absolute name of an existing local feed file; https and then http for "feed:", "itpc:", "pcast:" and "podcast:"
-/// addresses, and for one without a scheme (see IsUrlWithoutScheme). Empty when it can be none.
+/// The possible locations of the feed named by `text`, as users write, paste and drop it, in the order in which to try
+/// them: a web address; the absolute name of an existing local feed file; https and then http for "feed:", "itpc:",
+/// "pcast:" and "podcast:" addresses, and for an address without a scheme (see IsUrlWithoutScheme). Empty when `text`
+/// cannot name a feed.
 QStringList FeedLocationsOf(const QString& text);
 /// Whether `text` can be a feed's address or file.
 bool IsFeedLocation(const QString& text);
-/// Whether `text` is a feed's whole web address, scheme included, and nothing else: what is taken without being asked.
+/// Whether `text` is a complete web address of a feed, scheme included, and nothing else. Only such a text is used
+/// without the user asking for it.
 bool IsWholeFeedAddress(const QString& text);
-/// The first location to try; where there is none, the text without blanks around it.
+/// The first location to try; when there is none, `text` without blanks around it.
 QString NormalizedFeedLocation(const QString& text);
 
 /// Loads the document at a location, as LoadFeedDocument does.
 using TPodcastDocumentLoader = std::function<TPodcastFeedDocument(const QString& location)>;
 using TPodcastSubscriptionTest = std::function<bool(const QString& feedURL)>;
 
-/// The address that a feed has now: where permanent redirects and its document's own word (itunes:new-feed-url) lead
-/// from its pffURLFeed, as long as there is a readable feed; empty when it stays. `feed` becomes the one read there;
-/// its pffURLFeed stays. Documents that send each other round move nobody. An address that is subscribed to already is
-/// given too, with the feed as it was. `document` is where `feed` was read.
+/// The present address of a feed that has moved: where permanent redirects and the document's itunes:new-feed-url lead
+/// from its pffURLFeed, as long as there is a readable feed at each address; empty when the feed has not moved. `feed`
+/// is replaced by the feed read at the new address, but keeps its pffURLFeed. Documents that name each other in a
+/// circle do not move the feed. An address that is subscribed to already is returned, too, and `feed` is then left
+/// unchanged. `document` is the document that `feed` was read from.
 QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocument& document,
                     const TPodcastDocumentLoader& load, const TPodcastSubscriptionTest& isSubscribed);
 
-/// What FindFeed came by: a feed, or the feeds that a page names, or the reason why there is none.
+/// The result of FindFeed: a feed, or the feeds that a page links to, or the reason why there is none.
 struct TPodcastFoundFeed {
     std::unique_ptr<TPodcastFeed> Feed;
-    QString Address;                        // of the feed, as it is to be stored; also when there is no need to read it
-    bool IsSubscribed = false;              // to that address, already; Feed may be missing
-    std::vector<TPodcastFeedLink> Choices;  // several: call again with the address of one
+    QString Address;                        // the address to store for the feed; set even if the feed was not read
+    bool IsSubscribed = false;              // Address is subscribed to already; Feed may be missing
+    std::vector<TPodcastFeedLink> Choices;  // if there are several feeds: call again with the address of one
     QString Error;
-    bool MayPass = false;          // the error is of a kind that may pass, see HttpErrorInfo
-    bool IsUnknownFormat = false;  // the error is that there is a document, but of no format that is known
+    bool IsTransient = false;      // the error may be gone later, see HttpErrorInfo
+    bool IsUnknownFormat = false;  // the error is that the document has no known format
 };
 
-/// Finds the feed that `text` names: there, or on the page there, and follows it to where it has moved. `choice`: which
-/// one of a page's feeds, from 1 on; 0 leaves that open where there are several.
+/// Finds the feed that `text` names, at the address itself or by a link on the page there, and follows it if it has
+/// moved. `choice`: the number of the page's feed, counted from 1; with 0, several feeds are returned as Choices.
 TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocumentLoader& load,
                            const TPodcastSubscriptionTest& isSubscribed);
 

@@ -11,7 +11,7 @@ std::vector<TPodcastOpmlOutline> ReadOpml(const QByteArray& bytes) {
     const vexa::XmlNode body = document.FindPath({"opml", "body"});
     if (!body) throw vexa::XmlError("the document is no OPML subscription list (it has no opml and body elements)");
     std::vector<TPodcastOpmlOutline> outlines;
-    // Depth first, without recursion: a list may be nested deeper than a stack goes.
+    // Depth first, without recursion, because a list may be nested more deeply than the stack allows.
     std::vector<std::pair<vexa::XmlNode::Iterator, vexa::XmlNode::Iterator>> open{{body.begin(), body.end()}};
     while (!open.empty()) {
         auto& [next, end] = open.back();
@@ -34,11 +34,11 @@ std::vector<TPodcastOpmlOutline> ReadOpml(const QByteArray& bytes) {
 QByteArray WriteOpml(const QString& title, const std::vector<TPodcastOpmlOutline>& outlines) {
     QByteArray bytes;
     QXmlStreamWriter xml(&bytes);
-    // The writer stops at a character that XML forbids.
+    // The XML writer stops at a character that XML forbids.
     auto clean = [](QString text) {
         for (QChar& c : text)
             if ((c < u' ' && c != u'\t' && c != u'\n' && c != u'\r') || c.unicode() >= 0xFFFE) c = u' ';
-        return QString::fromUtf8(text.toUtf8());  // and at half of a surrogate pair
+        return QString::fromUtf8(text.toUtf8());  // also replaces lone surrogates, at which the writer stops, too
     };
     xml.setAutoFormatting(true);
     xml.setAutoFormattingIndent(2);

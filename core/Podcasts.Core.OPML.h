@@ -13,8 +13,8 @@ struct TPodcastOpmlOutline {
     QString FeedURL;
 };
 
-/// The feeds of a list in document order, from outlines at any depth that have an xmlUrl. Throws vexa::XmlError, also
-/// for a document that is no OPML.
+/// The feeds of a list, in document order: the outlines at any depth that have an xmlUrl. Throws vexa::XmlError, also
+/// for a document that is not OPML.
 std::vector<TPodcastOpmlOutline> ReadOpml(const QByteArray& bytes);
 
 /// A flat list, UTF-8.

@@ -7,7 +7,7 @@
 namespace podcasts {
 
 namespace {
-constexpr int kOptionChanged = 1;  // the one kind of change
+constexpr int kOptionChanged = 1;  // the only kind of change
 }
 
 std::uint32_t UpdateInterval(std::uint8_t checkUpdates) noexcept {

@@ -21,26 +21,27 @@ inline constexpr std::array<std::uint32_t, 4> kUpdateIntervals = {
     24 * 60 * 60 * 1000,
     7 * 24 * 60 * 60 * 1000,
 };
-/// The interval of a value of CheckUpdates; a larger one (from a configuration written by hand) counts as weekly.
+/// The interval for a value of CheckUpdates; a value beyond the list (from a configuration edited by hand) counts as
+/// weekly.
 std::uint32_t UpdateInterval(std::uint8_t checkUpdates) noexcept;
 
 /// Whether the tick count has passed the time of the last refresh plus the interval, in 32-bit arithmetic that wraps.
 bool IsRefreshDue(std::uint32_t tickCount, std::uint32_t lastRefreshTime, std::uint32_t interval) noexcept;
-/// The same by the calendar, which also counts what passes while the machine is off. A time of the last refresh that is
-/// not known (invalid) counts as due, and so does one to come: the clock has been set back since.
+/// The same by the calendar, which also counts the time while the machine is off. A refresh is due, too, when the time
+/// of the last one is not known (invalid), or is in the future because the clock has been set back.
 bool IsRefreshDue(const QDateTime& now, const QDateTime& lastRefresh, std::uint32_t interval);
 
-/// Written on the main thread. Background tasks read CacheFileNameTemplate, which has a lock of its own.
+/// Written only on the main thread. Background tasks read CacheFileNameTemplate, which has its own lock.
 class TPodcastClientOptions final : public vexa::LockablePersistent {
 public:
     using NotifyEvent = std::function<void(TPodcastClientOptions&)>;
 
-    /// Sets the defaults; `onChange` hears of later changes only.
+    /// Sets the defaults; `onChange` is called only for later changes.
     explicit TPodcastClientOptions(NotifyEvent onChange = {});
 
-    /// What names files in this folder, given with its delimiter: folder + "%FeedTitle%\%EpisodeFileName%".
+    /// The default template for files in `folder`, which ends in a delimiter: folder + "%FeedTitle%\%EpisodeFileName%".
     static QString CacheFileNameTemplateIn(const QString& folder);
-    /// That of the user's music folder + "Podcasts\".
+    /// The template for the user's music folder + "Podcasts\".
     static QString GetDefaultCacheFileNameTemplate();
 
     QString CacheFileNameTemplate() const;
@@ -55,7 +56,7 @@ public:
     void SetDownloadNewEpisodesAutomatically(bool value);
     void SetShowNotifications(bool value);
 
-    /// A plain field: nothing in the engine hangs on it, so a change is not announced.
+    /// A plain field without notification, because nothing in the engine depends on it.
     bool MarkEpisodesListenedOnStartPlayback = false;
 
 protected:

@@ -25,32 +25,32 @@ bool IsBlank(QStringView text) {
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
 }
 
-/// Sets a field, unless that would blank it.
+/// Sets a field, unless the text is blank and the field is set already.
 void Take(QString& field, QString text) {
     if (field.isEmpty() || !IsBlank(text)) field = std::move(text);
 }
 
-/// What relative addresses in an element are relative to.
+/// The base of relative addresses in an element.
 class Base {
 public:
     explicit Base(const QString& address) : FAddress(address) {}
 
-    /// The same inside `node`, which may have an xml:base of its own.
+    /// The base inside `node`, which may have its own xml:base.
     Base Of(const XmlNode& node) const {
         return node.AttributeBytes("xml:base").empty() ? *this : Base(Resolve(node.Attribute("xml:base")));
     }
 
-    /// The address as it stands when it is whole, or when there is nothing to resolve it against.
+    /// Resolves a relative address. An absolute address, or any if there is no base, is returned unchanged.
     QString Resolve(QString address) const {
         const QStringView trimmed = QStringView(address).trimmed();
         if (trimmed.isEmpty() || HasScheme(trimmed) || !HasScheme(FAddress)) return address;
         QUrl base(FAddress);
-        base.setUserInfo({});  // which are for the feed's server to know, not to be stored with every episode
+        base.setUserInfo({});  // do not store the feed's user name and password with every episode
         const QUrl resolved = base.resolved(QUrl(trimmed.toString()));
         return resolved.isValid() ? QString::fromLatin1(resolved.toEncoded()) : address;
     }
 
-    /// The same of the text of an element. A text with blanks in it is none.
+    /// Resolves the text of an element. A text that contains blanks is not an address.
     QString ResolveText(const XmlNode& node) const {
         QString text = node.Text();
         const QStringView trimmed = QStringView(text).trimmed();
@@ -72,17 +72,17 @@ private:
     QString FAddress;
 };
 
-/// The one among an episode's files that is to be played: the first enclosure that is audio or video, else the first of
-/// all; without an enclosure the first audio or video of its media:content.
+/// Chooses the file to play from an episode's files: the first enclosure that is audio or video, else the first
+/// enclosure; without enclosures the first media:content that is audio or video.
 class AudioChoice {
 public:
     AudioChoice(TPodcastEpisode& episode, const Base& base) : FAddress(episode.Fields[pefURLAudio]), FBase(base) {}
 
-    /// True when this one is the best so far.
+    /// True when this enclosure is the best file so far.
     bool OfferEnclosure(const XmlNode& enclosure, const char* addressAttribute) {
         const QString address = enclosure.Attribute(addressAttribute);
         if (FIsMedia || IsBlank(address)) return false;
-        // Nearly every enclosure is audio, and is looked at in every refresh.
+        // A fast path: nearly every enclosure is audio, and every refresh reads all of them.
         FIsMedia = enclosure.AttributeBytes("type").starts_with("audio/") ||
                    vexa::IsMedia(enclosure.Attribute("type"), address);
         if (FHasEnclosure && !FIsMedia) return false;
@@ -95,7 +95,7 @@ public:
         const QString address = content.Attribute("url");
         if (FHasEnclosure || !FAddress.isEmpty() || IsBlank(address)) return;
         const QString medium = content.Attribute("medium").trimmed(), type = content.Attribute("type").trimmed();
-        // A clip beside a picture illustrates a text, unless it is called the item's medium.
+        // A video clip beside a picture illustrates a text, unless its medium says otherwise.
         const bool isIllustration = FHasPicture && type.startsWith(u"video/", Qt::CaseInsensitive);
         const bool isMedia = medium.isEmpty() ? vexa::IsMedia(type, address) && !isIllustration
                                               : medium == u"audio" || medium == u"video";
@@ -111,14 +111,14 @@ private:
     bool FHasEnclosure = false, FIsMedia = false, FHasPicture = false;
 };
 
-/// How an RSS document's elements are read.
+/// Reads the elements of an RSS document.
 class RssReader {
 public:
     explicit RssReader(const XmlDocument& document) : FIsRecovered(document.IsRecovered()) {}
 
     void ReadItem(const XmlNode& item, const Base& base, TPodcastEpisode& episode) const {
         AudioChoice audio(episode, base);
-        QString notes;  // of content:encoded, which are the whole where others are an extract
+        QString notes;  // from content:encoded, which is complete where other elements may have only an extract
         for (const XmlNode child : item) {
             const std::string_view name = child.Name();
             if (name == "title") {
@@ -152,8 +152,8 @@ public:
 
     QString Text(const XmlNode& node) const { return FIsRecovered ? node.DeepText() : node.Text(); }
 
-    /// The notes are HTML; some publishers do not escape it. In a recovered document the elements are where they were
-    /// found, not necessarily where they were meant.
+    /// The notes are HTML, which some publishers do not escape. In a recovered document elements may be in the wrong
+    /// place, so only their text is used.
     QString Notes(const XmlNode& node) const { return FIsRecovered ? node.DeepText() : node.Markup(); }
 
 private:
@@ -267,7 +267,7 @@ double TPodcastParserRSS20::ParseDuration(const QString& text) {
         case 2:
             return static_cast<double>(ReadInteger(parts[0])) * 60 + ReadDecimal(parts[1]);
         case 3: {
-            // 32-bit arithmetic that wraps, as stored durations were always computed.
+            // 32-bit arithmetic that wraps, to match the durations stored by earlier versions.
             const std::uint32_t seconds = static_cast<std::uint32_t>(ReadInteger(parts[0])) * 3600u +
                                           static_cast<std::uint32_t>(ReadInteger(parts[1])) * 60u;
             return static_cast<double>(static_cast<std::int32_t>(seconds)) + ReadDecimal(parts[2]);

@@ -107,7 +107,7 @@ void TPodcastListenerList::Visit(const std::function<void(vexa::IUnknown*)>& vis
         } catch (...) {
             qCWarning(vexa::LogRuntime) << "a listener failed";
         }
-        // A listener that removed itself has given its position to its successor.
+        // If the listener has removed itself, its successor is now at its position.
         if (std::find(FListeners.begin(), FListeners.end(), current) != FListeners.end()) ++position;
     }
     --FVisits;

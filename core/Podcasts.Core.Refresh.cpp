@@ -16,27 +16,27 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         FClient.RefreshQueue(), [](const QString& feedURL) { return feedURL; },
         [this](const QString& feedURL) { return FClient.DB().GetDocumentNote(feedURL); },
         [this] { return IsCancelled(); });
-    std::map<QString, TPodcastRefreshOutcome> putAside;  // by feed, for a second try
-    const auto addThoseWithoutAnother = qScopeGuard([&] {
-        for (auto& [feedURL, outcome] : putAside) AddOutcome(std::move(outcome));
+    std::map<QString, TPodcastRefreshOutcome> firstTries;  // by feed: outcomes that a second try may replace
+    const auto addRemaining = qScopeGuard([&] {
+        for (auto& [feedURL, outcome] : firstTries) AddOutcome(std::move(outcome));
     });
     while (const auto turn = run.Next()) {
         const QString& feedURL = turn->Item;
-        putAside.erase(feedURL);
+        firstTries.erase(feedURL);
         if (!turn->IsSecondTry) vexa::RunInMainThread([&] { FClient.NotifyRefreshFeed(feedURL); }, true);
         TPodcastRefreshOutcome outcome{feedURL, {}, {}};
-        bool mayPass = false;
+        bool isTransient = false;
         try {
-            mayPass = Refresh(run, outcome);
+            isTransient = Refresh(run, outcome);
         } catch (const std::exception& error) {
-            // The database failed: this ends the task, and its completion accounts for the feeds that are left.
+            // The database has failed: this ends the task, and its completion adds outcomes for the remaining feeds.
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FRefreshOutcomes.Add(std::move(outcome));
             throw;
         }
-        if (mayPass && !turn->IsSecondTry && !IsCancelled()) {
+        if (isTransient && !turn->IsSecondTry && !IsCancelled()) {
             run.TryAgain();
-            putAside.emplace(feedURL, std::move(outcome));
+            firstTries.emplace(feedURL, std::move(outcome));
             continue;
         }
         AddOutcome(std::move(outcome));
@@ -56,7 +56,7 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
     const vexa::CancelCheck isCancelled = [this] { return IsCancelled(); };
     const TPodcastDocumentLoader load = [&](const QString& address) { return LoadFeedDocument(address, isCancelled); };
     std::unique_ptr<TPodcastFeed> feed;
-    TPodcastFeedDocument place;  // of the document, without it
+    TPodcastFeedDocument place;  // the document's addresses and note, without its tree
     try {
         TPodcastFeedDocument document = run.TakeDocument();
         if (document.IsUnchanged) {
@@ -70,7 +70,7 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         throw;
     } catch (const vexa::HttpError& error) {
         outcome.Error = QString::fromUtf8(error.what());
-        return error.MayPass();
+        return error.IsTransient();
     } catch (const std::exception& error) {
         outcome.Error = QString::fromUtf8(error.what());
     }
@@ -84,14 +84,14 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         outcome.Error = QStringLiteral("cancelled");
         return false;
     }
-    // Should the feed stay, it is wanted elsewhere all the same, and the next refresh tries again.
+    // Note the new address even if the feed could not be followed there, so that the next refresh tries again.
     place.Note.WantedAddress = newURL.isEmpty() && !vexa::IsSameUrl(named, feedURL) ? named : newURL;
     MergeFeed(*feed, newURL, place.Note, outcome);
     return false;
 }
 
-/// Whether the feed stays as it is stored, since its document has not changed. Not when its rows were written by
-/// anything else than that document's merge meanwhile, nor when it is time to follow the feed's move once more.
+/// Whether the stored feed is kept because its document has not changed. False when something other than that
+/// document's merge has written the feed's rows meanwhile, and when the feed's move has to be tried again.
 bool TPodcastClientTaskRefreshFeeds::IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome) {
     const auto present = FClient.DB().GetDocumentNote(outcome.FeedURL);
     if (!present || present->Digest != document.Note.Digest || present->Address != document.Note.Address) return false;
@@ -113,7 +113,8 @@ void TPodcastClientTaskRefreshFeeds::MergeFeed(TPodcastFeed& feed, const QString
     if (merged.IsSubscribed) outcome.MovedTo = newURL;
     outcome.IsMoveRefused = !outcome.MovedTo.isEmpty() && !merged.IsMoved;
     if (!merged.NewEpisodes.isEmpty()) FHasNewEpisodes = true;
-    for (const QString& file : merged.SpareFiles) vexa::MoveToRecycleBin(file);
+    for (const QString& file : merged.SpareFiles)
+        static_cast<void>(vexa::MoveToRecycleBin(file));  // of one that has to stay there is a warning
 }
 
 void TPodcastClientTaskRefreshFeeds::Complete() {

@@ -11,15 +11,15 @@ namespace podcasts {
 
 namespace {
 
-constexpr qint64 kEnough = 64 * 1024;             // bytes that make a transfer worth taking up
+constexpr qint64 kMinProgress = 64 * 1024;        // bytes that make a transfer worth resuming
 constexpr std::array kPauses = {1, 2, 4, 8, 15};  // units
-constexpr int kMostRestarts = 2;                  // of one download
+constexpr int kMostRestarts = 2;                  // for each download
 
 std::atomic<std::int64_t> PauseUnit{1000};  // milliseconds
 
-/// What tells one version of a file from every other; empty when nothing does. An ETag, unless it is marked as weak;
-/// where there is none, the time of the last change, if the answer came a minute later at least: a file that changes
-/// twice in a second has one such time for both versions (RFC 9110, section 8.8.2.2).
+/// A validator that identifies one version of a file; empty when there is none. This is the ETag, unless it is weak;
+/// without an ETag, Last-Modified, if that is at least a minute before the response's date: a file that changes twice
+/// in a second has the same time for both versions (RFC 9110, section 8.8.2.2).
 QByteArray StrongValidator(const vexa::HttpResponseInfo& response) {
     constexpr int kSecondsPerDay = 24 * 60 * 60;
     const QByteArray& tag = response.ETag;
@@ -41,61 +41,61 @@ void SetDownloadPauseUnit(std::chrono::milliseconds unit) {
     PauseUnit = unit.count();
 }
 
-bool TPodcastResumption::CanGoOn() const noexcept {
-    return !FValidator.isEmpty() && FHeld >= kEnough;
+bool TPodcastResumption::CanResume() const noexcept {
+    return !FValidator.isEmpty() && FHeld >= kMinProgress;
 }
 
 void TPodcastResumption::Prepare(vexa::HttpGet& request) {
-    FAsked = CanGoOn() ? FHeld : 0;
+    FFirstRequested = CanResume() ? FHeld : 0;
     FHeldBefore = FHeld;
-    FIsUseless = false;
-    request.FirstByte = FAsked;
-    request.IfRange = FAsked > 0 ? FValidator : QByteArray();
+    FIsUnusable = false;
+    request.FirstByte = FFirstRequested;
+    request.IfRange = FFirstRequested > 0 ? FValidator : QByteArray();
 }
 
 TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseInfo& response) {
     const QByteArray validator = StrongValidator(response);
     const auto& part = response.Part;
-    const bool isRest = FAsked > 0 && response.Status == 206 && part && part->First == FAsked;
+    const bool isRest = FFirstRequested > 0 && response.Status == 206 && part && part->First == FFirstRequested;
     if (isRest && validator == FValidator && (FSize == 0 || part->Size == FSize)) {
         FSize = part->Size;
-        return Answer::GoesOn;
+        return Answer::Continues;
     }
-    FIsUseless = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
-    if (FIsUseless) return Answer::IsUseless;
+    FIsUnusable = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
+    if (FIsUnusable) return Answer::Unusable;
     if (FHasBegun) ++FRestarts;
     FHasBegun = true;
     FValidator = validator;
     FSize = response.Size;
     FHeld = FHeldBefore = 0;
-    return Answer::BeginsAnew;
+    return Answer::Restarts;
 }
 
 void TPodcastResumption::Arrived(std::size_t size) {
     FHeld += static_cast<qint64>(size);
-    FIsWorthwhile = FIsWorthwhile || FHeld >= kEnough;
+    FIsWorthwhile = FIsWorthwhile || FHeld >= kMinProgress;
     if (FSize > 0 && FHeld > FSize) throw std::runtime_error("the server sent more than the file that it announced");
 }
 
-TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo& info) {
+TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInfo& info) {
     using Kind = vexa::HttpErrorInfo::Kind;
     const bool isWhole = FSize > 0 ? FHeld == FSize : info.Succeeded();
     switch (info.What) {
         case Kind::Success:
         case Kind::Network:
             if (isWhole) return {Decision::Kind::Done};
-            // A server may send less of the rest than was asked for.
+            // A server may send less than the requested rest.
             return AfterBreak(info.Succeeded() ? QStringLiteral("the server ended before the whole file had arrived")
                                                : info.Message);
         case Kind::Refused:
-            if (FIsUseless)
-                return AskForAll(
+            if (FIsUnusable)
+                return RequestWholeFile(
                     QStringLiteral("the connection broke, and the server does not go on with the file; try again"));
             break;
         case Kind::Status: {
             constexpr int kTooManyRequests = 429, kServerErrors = 500;
             if (info.Status >= kServerErrors) return AfterBreak(info.Message);
-            if (FAsked > 0 && info.Status != kTooManyRequests) return AskForAll(info.Message);
+            if (FFirstRequested > 0 && info.Status != kTooManyRequests) return RequestWholeFile(info.Message);
             break;
         }
         default:
@@ -105,15 +105,15 @@ TPodcastResumption::Decision TPodcastResumption::After(const vexa::HttpErrorInfo
 }
 
 TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
-    if (FHeld - FHeldBefore >= kEnough) FPauses = 0;
-    const bool mayBeginAnew = FRestarts < kMostRestarts;
-    if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanGoOn() || mayBeginAnew))
+    if (FHeld - FHeldBefore >= kMinProgress) FPauses = 0;
+    const bool mayRestart = FRestarts < kMostRestarts;
+    if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanResume() || mayRestart))
         return {Decision::Kind::Failed, {}, reason};
     const int units = kPauses[static_cast<std::size_t>(FPauses++)];
     return {Decision::Kind::Again, std::chrono::milliseconds(units * PauseUnit.load())};
 }
 
-TPodcastResumption::Decision TPodcastResumption::AskForAll(const QString& reason) {
+TPodcastResumption::Decision TPodcastResumption::RequestWholeFile(const QString& reason) {
     FValidator.clear();
     if (FRestarts == kMostRestarts) return {Decision::Kind::Failed, {}, reason};
     return {Decision::Kind::Again};

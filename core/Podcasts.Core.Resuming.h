@@ -1,12 +1,12 @@
 #pragma once
-// How a download outlives its connections: what is asked for next, which answer goes on with the bytes that are there,
-// and when nothing is left to try.
+// Continues a download over several connections: decides what to request next, which responses continue the bytes that
+// have arrived, and when to give up.
 //
-// A file is taken up again only where the server vouches that it is still the one that was begun. The request for the
-// rest carries a strong validator (RFC 9110, sections 8.8 and 13.1.5), and the answer must be the rest, from exactly
-// the byte that was asked for, with the same validator and of a whole of the same size. Any other answer is another
-// file, or this one from its start: what is there goes, and the file begins anew. So a file never holds parts of two
-// versions. docs/downloads.md tells the rules from the outside.
+// A download is resumed only if the server confirms that the file is still the same. The request for the rest carries a
+// strong validator (RFC 9110, sections 8.8 and 13.1.5), and the response must start at exactly the requested byte, have
+// the same validator, and belong to a file of the same total size. Any other response is another file, or the same file
+// from its start: the bytes that have arrived are discarded and the file is started again. So a file never has parts of
+// two versions. docs/downloads.md describes the rules for users.
 
 #include "VEXA.Runtime.Http.h"
 
@@ -17,18 +17,18 @@
 
 namespace podcasts {
 
-/// The unit of the pauses between attempts, which are 1, 2, 4, 8 and 15 of them; for all downloads from now on. A
-/// second, unless a test asks for less.
+/// Sets the unit of the pauses between attempts, which last 1, 2, 4, 8 and 15 units, for all downloads from now on. One
+/// second, unless a test sets less.
 void SetDownloadPauseUnit(std::chrono::milliseconds unit);
 
-/// One object serves one download, on one thread. Each attempt goes: Prepare a request, hand the headers of a success
-/// to Accept and the size of every block to Arrived, and ask After what follows.
+/// One object serves one download, on one thread. For each attempt, call Prepare with the request, Accept with the
+/// headers of a successful response, Arrived with the size of every block, and then Decide to learn what to do next.
 class TPodcastResumption {
 public:
     enum class Answer {
-        GoesOn,      // the body follows the bytes that are there
-        BeginsAnew,  // the body is a whole file: what is there must go before it is written
-        IsUseless,   // neither: refuse the body, and ask After
+        Continues,  // the body continues the bytes that have arrived
+        Restarts,   // the body is a whole file: discard the bytes that have arrived before writing it
+        Unusable,   // neither: refuse the body, and call Decide
     };
     struct Decision {
         enum class Kind { Done, Again, Failed };
@@ -37,37 +37,37 @@ public:
         QString Error{};                     // why it failed
     };
 
-    /// Asks for the rest of the file where that can be had, else for all of it.
+    /// Requests the rest of the file if it can be resumed, else the whole file.
     void Prepare(vexa::HttpGet& request);
     Answer Accept(const vexa::HttpResponseInfo& response);
-    /// Throws std::runtime_error when that is more than the file has.
+    /// Throws std::runtime_error when more bytes have arrived than the file has.
     void Arrived(std::size_t size);
-    Decision After(const vexa::HttpErrorInfo& info);
+    Decision Decide(const vexa::HttpErrorInfo& info);
 
-    /// How many bytes of the file are there, and how many it has; 0 while that is unknown.
+    /// The number of bytes that have arrived, and the file's size; 0 while it is unknown.
     qint64 Held() const noexcept { return FHeld; }
     qint64 Size() const noexcept { return FSize; }
 
 private:
-    /// Whether the rest can be asked for.
-    bool CanGoOn() const noexcept;
+    /// Whether the rest can be requested.
+    bool CanResume() const noexcept;
     Decision AfterBreak(const QString& reason);
-    Decision AskForAll(const QString& reason);
+    Decision RequestWholeFile(const QString& reason);
 
-    // Of the version that is being fetched.
-    QByteArray FValidator;  // empty: there is none to rely on
+    // About the version of the file that is being fetched.
+    QByteArray FValidator;  // empty: there is no strong validator
     qint64 FSize = 0;
     qint64 FHeld = 0;
 
-    // Of the present attempt.
-    qint64 FAsked = 0;        // the first byte
-    qint64 FHeldBefore = 0;   // FHeld when its body began
-    bool FIsUseless = false;  // its answer
+    // About the current attempt.
+    qint64 FFirstRequested = 0;  // the first byte requested
+    qint64 FHeldBefore = 0;      // FHeld when the body began
+    bool FIsUnusable = false;    // whether Accept returned Unusable
 
-    bool FHasBegun = false;      // some answer had a body that was taken
-    bool FIsWorthwhile = false;  // some attempt has brought enough to be taken up again
-    int FRestarts = 0;           // how often the file has begun anew
-    int FPauses = 0;             // since an attempt brought enough
+    bool FHasBegun = false;      // the body of some response was accepted
+    bool FIsWorthwhile = false;  // some attempt has brought enough bytes to be worth resuming
+    int FRestarts = 0;           // how often the file was started again
+    int FPauses = 0;             // since an attempt brought enough bytes
 };
 
 }  // namespace podcasts

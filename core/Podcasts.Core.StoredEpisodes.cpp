@@ -10,7 +10,7 @@ std::string_view TPodcastStoredEpisodes::Keep(std::string_view bytes) {
     if (bytes.size() > FChunkLeft) {
         const std::size_t size = std::max(bytes.size(), kChunkSize);
         FChunks.push_back(std::make_unique_for_overwrite<char[]>(size));
-        // A text larger than a chunk gets one of its own, filled at once; the next text begins a new one.
+        // A text larger than a chunk gets its own chunk, which it fills; the next text begins a new one.
         FChunkLeft = size;
         FChunkAt = FChunks.back().get();
     }
@@ -28,7 +28,7 @@ void TPodcastStoredEpisodes::Add(const Row& row) {
 }
 
 void TPodcastStoredEpisodes::BuildIndex() {
-    // Sorted here, since SQLite would carry the rows' whole texts through its sorter.
+    // Sort here, since SQLite would carry all texts of the rows through its sorter.
     std::sort(FRows.begin(), FRows.end(), [](const Row& a, const Row& b) { return a.RowID < b.RowID; });
     FByURI.reserve(FRows.size());
     for (int index = 0; index < static_cast<int>(FRows.size()); ++index)

@@ -1,5 +1,5 @@
 #pragma once
-// What the database holds of one feed's episodes, as a merge needs it.
+// The stored episodes of one feed, in the form that a merge needs.
 
 #include "Podcasts.Core.Classes.h"
 
@@ -12,7 +12,7 @@
 
 namespace podcasts {
 
-/// The rows of one feed, read at once. Owns their texts. One thread uses it at a time.
+/// All rows of one feed. Owns their texts. One thread at a time.
 class TPodcastStoredEpisodes {
 public:
     struct Row {
@@ -24,14 +24,14 @@ public:
         unsigned Nulls = 0;  // a bit for each column that is NULL, in the order of the table
     };
 
-    /// Appends a row whose texts are copied.
+    /// Appends a row and copies its texts.
     void Add(const Row& row);
-    /// Call once when all rows are there.
+    /// Call once after all rows have been added.
     void BuildIndex();
 
-    /// By row id, so that the row written last is the last one.
+    /// In the order of row ids, so that the row written last is the last one.
     std::span<const Row> Rows() const noexcept { return FRows; }
-    /// The index of the row with this URI; −1 without one.
+    /// The index of the row with this URI; −1 when there is none.
     int FindURI(std::string_view uri) const;
 
 private:

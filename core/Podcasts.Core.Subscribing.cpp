@@ -15,7 +15,7 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-/// The texts in their order; those put off at the end.
+/// The texts in their order, with deferred ones at the end.
 class TextQueue final : public IPodcastFetchQueue {
 public:
     explicit TextQueue(QStringList texts) : FTexts(std::move(texts)) {}
@@ -34,7 +34,8 @@ private:
     QStringList FTexts;
 };
 
-/// Where the first document of each text is. Empty for a feed that is subscribed to already, which is not read.
+/// The location of the first document of each text; empty for a feed that is subscribed to already and need not be
+/// read.
 class Locations {
 public:
     explicit Locations(TPodcastClient& client) : FClient(client) {}
@@ -53,15 +54,15 @@ private:
     QHash<QString, QString> FKnown;
 };
 
-/// One turn of the run. `mayPass`: a second try may succeed.
+/// Handles one turn of the run. Sets `isTransient` when a second try may succeed.
 TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, const QString& text,
                                  const QString& firstLocation, int choice, const vexa::CancelCheck& isCancelled,
-                                 bool& mayPass) {
+                                 bool& isTransient) {
     TPodcastSubscription subscription;
     const QStringList locations = FeedLocationsOf(text);
     subscription.Location = locations.size() == 1 ? locations.first() : text.trimmed();
     const auto isSubscribed = [&](const QString& address) { return client.IsSubscribed(address); };
-    // The first document has been fetched ahead; what it leads to is fetched here.
+    // The first document has been fetched ahead; those that it leads to are fetched here.
     const auto load = [&, isFirst = true](const QString& location) mutable {
         const bool isAhead = std::exchange(isFirst, false) && location == firstLocation;
         return isAhead ? run.TakeDocument() : LoadFeedDocument(location, isCancelled);
@@ -69,7 +70,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
     try {
         TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
         subscription.Error = found.Error;
-        mayPass = found.MayPass;
+        isTransient = found.IsTransient;
         if (!found.Error.isEmpty()) return subscription;
         if (!found.Choices.empty()) {
             subscription.What = Result::SeveralFeeds;
@@ -77,7 +78,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
             return subscription;
         }
         subscription.Location = found.Address;
-        // Somebody else may have subscribed while the document was on its way.
+        // Another thread or program may have subscribed to the feed meanwhile.
         const bool isNew = !found.IsSubscribed && client.SubscribeNew(*found.Feed);
         subscription.What = isNew ? Result::Subscribed : Result::AlreadySubscribed;
         if (isNew) {
@@ -102,23 +103,23 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     Locations locations(client);
     TPodcastFetchRun run(
         queue, [&](const QString& text) { return locations.Of(text); }, {}, isCancelled);
-    // By text, for a second try; several where the text stands in the list more than once.
-    std::map<QString, std::vector<TPodcastSubscription>> putAside;
+    // By text: results that a second try may replace; several if the text is in the list more than once.
+    std::map<QString, std::vector<TPodcastSubscription>> firstTries;
     while (const auto turn = run.Next()) {
-        bool mayPass = false;
+        bool isTransient = false;
         auto subscription =
-            SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, mayPass);
-        auto& others = putAside[turn->Item];
-        if (mayPass && !turn->IsSecondTry) {
+            SubscribeTo(client, run, turn->Item, locations.Of(turn->Item), choice, isCancelled, isTransient);
+        auto& others = firstTries[turn->Item];
+        if (isTransient && !turn->IsSecondTry) {
             run.TryAgain();
             others.push_back(std::move(subscription));
             continue;
         }
         const std::size_t count = others.size() + (turn->IsSecondTry ? 0 : 1);
-        for (std::size_t told = 0; told < count; ++told) finished(subscription);
+        for (std::size_t i = 0; i < count; ++i) finished(subscription);
         others.clear();
     }
-    for (const auto& [text, subscriptions] : putAside)
+    for (const auto& [text, subscriptions] : firstTries)
         for (const auto& subscription : subscriptions) finished(subscription);
     for (const QString& text : queue.Upcoming(texts.size())) {
         TPodcastSubscription dropped;

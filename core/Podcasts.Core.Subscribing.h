@@ -1,5 +1,5 @@
 #pragma once
-// Subscribing by address, with its checks; and the subscription list as OPML.
+// Subscribes to feeds by address, and reads and writes the subscription list as OPML.
 
 #include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.OPML.h"
@@ -16,29 +16,28 @@ struct TPodcastSubscription {
     enum class Result { Subscribed, AlreadySubscribed, Failed, SeveralFeeds };
 
     Result What = Result::Failed;
-    QString Location;   // as the feed is stored; without a feed, what was asked for
-    QString FeedTitle;  // when there is a feed
+    QString Location;   // the address under which the feed is stored; without a feed, the text that was given
+    QString FeedTitle;  // empty without a feed
     int EpisodeCount = 0;
-    std::vector<TPodcastFeedLink> Choices;  // the several feeds that the page at the location names
-    QString Error;                          // why it failed
-    bool IsDropped = false;                 // the work was stopped before its turn came
+    std::vector<TPodcastFeedLink> Choices;  // SeveralFeeds: the feeds that the page at the location links to
+    QString Error;                          // why the subscription failed
+    bool IsDropped = false;                 // the work was stopped before this text's turn came
 };
 
-/// Subscribes to what each text names (see FindFeed), one after the other on the calling thread, in the order of a
-/// TPodcastFetchRun: documents are fetched ahead, and servers that keep silent come last. `choice` as in FindFeed.
-/// `finished` is told the result for each text there. A cancelled run ends at once; what is
-/// stored stays.
+/// Subscribes to the feed that each text names (see FindFeed), one after another on the calling thread, in the order of
+/// a TPodcastFetchRun: documents are fetched ahead, and feeds on silent servers come last. `choice` as in FindFeed.
+/// `finished` is called on the calling thread with the result for each text. A cancelled run ends at once and keeps the
+/// subscriptions stored so far.
 void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int choice,
                         const vexa::CancelCheck& isCancelled,
                         const std::function<void(const TPodcastSubscription&)>& finished);
 
-/// All subscriptions, by name.
+/// The OPML document of all subscriptions, by name.
 QByteArray ExportOpml(TPodcastClient& client);
 
-/// The addresses that a file of subscriptions names, each once. Throws std::runtime_error with the file's name and the
-/// reason.
+/// The feed addresses in an OPML file, each once. Throws std::runtime_error with the file's name and the reason.
 QStringList ReadOpmlFile(const QString& fileName);
-/// Writes all subscriptions, whole or not at all. Throws std::runtime_error likewise.
+/// Writes all subscriptions; on failure the file is left unchanged. Throws std::runtime_error likewise.
 void WriteOpmlFile(TPodcastClient& client, const QString& fileName);
 
 }  // namespace podcasts

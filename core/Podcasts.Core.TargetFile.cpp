@@ -1,5 +1,7 @@
 #include "Podcasts.Core.TargetFile.h"
 
+#include "VEXA.Runtime.Files.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -15,7 +17,8 @@ namespace podcasts {
 
 namespace {
 
-// How much may wait in memory before the kernel is told to write it: the flush at the end then has little left to do.
+// How much data may wait in memory before the kernel is told to write it, so that the final flush has little left to
+// do.
 constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 
 }  // namespace
@@ -23,13 +26,6 @@ constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 void TPodcastTargetFile::Fail(const char* what) const {
     const char* reason = std::strerror(errno);
     throw std::runtime_error(std::string(what) + " " + FFileName.toStdString() + ": " + reason);
-}
-
-bool TPodcastTargetFile::IsStillLinked() const {
-    struct stat opened {
-    }, named{};
-    return fstat(FDescriptor, &opened) == 0 && stat(QFile::encodeName(FFileName).constData(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
 bool TPodcastTargetFile::Open(const QString& fileName) {
@@ -50,14 +46,14 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
         }
         if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
             const bool isHeld = errno == EWOULDBLOCK;
-            if (!isHeld && errno != EINTR) return FIsOurs;  // a file system without locks: nothing more can be done
+            if (!isHeld && errno != EINTR) return FIsOurs;  // the file system has no locks: go on without
             Close();
             if (!isHeld) continue;
             throw std::runtime_error("another program is writing the file " + fileName.toStdString() +
                                      "; try again when it has finished");
         }
-        // Whoever held the lock until now may have taken the file away.
-        if (IsStillLinked()) return FIsOurs;
+        // The previous holder of the lock may have removed the file.
+        if (vexa::IsFileNamed(FDescriptor, path)) return FIsOurs;
         Close();
     }
 }
@@ -92,7 +88,7 @@ void TPodcastTargetFile::Write(const char* data, std::size_t size) {
 
 void TPodcastTargetFile::Flush() {
     if (fdatasync(FDescriptor) != 0) Fail("cannot write the file");
-    if (!IsStillLinked())
+    if (!vexa::IsFileNamed(FDescriptor, QFile::encodeName(FFileName)))
         throw std::runtime_error("the file " + FFileName.toStdString() + " was taken away while it was downloaded");
 }
 
@@ -102,7 +98,8 @@ void TPodcastTargetFile::Close() noexcept {
 }
 
 void TPodcastTargetFile::Discard() noexcept {
-    if (FDescriptor >= 0 && FIsOurs && IsStillLinked()) unlink(QFile::encodeName(FFileName).constData());
+    const QByteArray path = QFile::encodeName(FFileName);
+    if (FDescriptor >= 0 && FIsOurs && vexa::IsFileNamed(FDescriptor, path)) unlink(path.constData());
     Close();
 }
 

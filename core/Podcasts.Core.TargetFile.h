@@ -1,12 +1,12 @@
 #pragma once
-// The file that a download is written to, under its final name from the first byte.
+// The file that a download is written to. It has its final name from the start.
 
 #include <QString>
 
 namespace podcasts {
 
-/// Locked while open, so that two programs never write one file. What goes wrong is a std::runtime_error that says what
-/// and why.
+/// The file is locked while it is open, so that two programs never write the same file. Errors are thrown as
+/// std::runtime_error, whose message says what failed and why.
 class TPodcastTargetFile {
 public:
     TPodcastTargetFile() = default;
@@ -14,18 +14,18 @@ public:
     TPodcastTargetFile(const TPodcastTargetFile&) = delete;
     TPodcastTargetFile& operator=(const TPodcastTargetFile&) = delete;
 
-    /// Opens or creates the file and locks it; what it holds stays as it is. The folder must exist. True when the file
+    /// Opens or creates the file and locks it, without changing its contents. The folder must exist. True when the file
     /// was created.
     bool Open(const QString& fileName);
     /// Whether another program, or another download of this one, is writing the file.
     static bool IsBeingWritten(const QString& fileName);
-    /// Empties the file, to be written from its start: from here on it is this download's.
+    /// Empties the file to write it from its start. From now on its contents belong to this download (see Discard).
     void Truncate();
     void Write(const char* data, std::size_t size);
-    /// Returns when everything written is on the disk. Throws when somebody has taken the file away.
+    /// Returns when everything written is on disk. Throws when the file has been removed meanwhile.
     void Flush();
     void Close() noexcept;
-    /// Takes the file away if Open created it or Truncate emptied it, and closes it.
+    /// Closes the file, and removes it if Open created it or Truncate emptied it.
     void Discard() noexcept;
 
     bool IsOpen() const noexcept { return FDescriptor >= 0; }
@@ -33,7 +33,6 @@ public:
 
 private:
     [[noreturn]] void Fail(const char* what) const;
-    bool IsStillLinked() const;
 
     QString FFileName;
     int FDescriptor = -1;

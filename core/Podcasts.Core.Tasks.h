@@ -1,5 +1,5 @@
 #pragma once
-// The client's two background tasks. Made and started by the client alone.
+// The client's two background tasks. Only the client creates and starts them.
 
 #include "Podcasts.Core.h"
 #include "VEXA.Runtime.Http.h"
@@ -30,19 +30,19 @@ public:
     void Complete() override;
 
 private:
-    /// The turn that the run has given. True when it failed in a way that may pass, see HttpErrorInfo.
-    bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
-    bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
+    /// Refreshes the feed of the run's current turn. True for a transient failure, see HttpErrorInfo.
+    [[nodiscard]] bool Refresh(TPodcastFetchRun& run, TPodcastRefreshOutcome& outcome);
+    [[nodiscard]] bool IsKept(const TPodcastFeedDocument& document, TPodcastRefreshOutcome& outcome);
     void AddOutcome(TPodcastRefreshOutcome outcome);
-    /// `newURL`: where the feed is from now on, unless another one is there; empty when it stays.
+    /// `newURL`: the feed's new address, which it gets unless another feed has it; empty when the feed has not moved.
     void MergeFeed(TPodcastFeed& feed, const QString& newURL, const TPodcastDocumentNote& note,
                    TPodcastRefreshOutcome& outcome);
 
     bool FHasNewEpisodes = false;
-    std::map<QString, TPodcastDocumentNote> FNewValidators;  // by feed, of documents that have not changed
+    std::map<QString, TPodcastDocumentNote> FNewValidators;  // by feed: the notes of unchanged documents
 };
 
-/// Takes episode keys from the download queue until it is empty: each audio file goes straight to disk.
+/// Takes episode keys from the download queue until it is empty, and writes each audio file straight to disk.
 class TPodcastClientTaskDownloadEpisodes final : public TPodcastClientTask {
 public:
     using TPodcastClientTask::TPodcastClientTask;
@@ -51,24 +51,24 @@ public:
 
 private:
     struct Download;
-    /// False when there is nothing to fetch: there is a file already, or the outcome says why there can be none.
-    bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
-    /// Fetches the file, by as many connections as it takes.
+    /// False when there is nothing to fetch: the file exists already, or the outcome has an error.
+    [[nodiscard]] bool PrepareDownload(Download& download, TPodcastDownloadOutcome& outcome);
+    /// Fetches the file, over as many connections as it takes.
     void Transfer(Download& download, TPodcastDownloadOutcome& outcome);
-    /// One connection.
+    /// Fetches as much as one connection brings.
     vexa::HttpErrorInfo Attempt(Download& download);
-    /// False when the body is of no use.
+    /// False when the body cannot be used.
     bool Accept(Download& download, const vexa::HttpResponseInfo& response);
-    /// Opens the file once enough of the body has come to see that it is audio, and writes that. Throws for a web page.
-    /// False when there is a whole file meanwhile.
-    bool BeginFile(Download& download, bool isWhole);
-    /// Opens the file that the response goes to; false when another download has made one meanwhile.
-    bool OpenTarget(Download& download);
-    /// Returns after `pause`, or as soon as the download is to stop.
+    /// Opens the file once enough of the body has arrived to recognise it as audio, and writes those bytes. Throws for
+    /// a web page. False when another download has completed the file meanwhile.
+    [[nodiscard]] bool BeginFile(Download& download, bool isWhole);
+    /// Opens the file for the response; false when another download has completed it meanwhile.
+    [[nodiscard]] bool OpenTarget(Download& download);
+    /// Returns after `pause`, or as soon as the download has to stop.
     void WaitForConnection(Download& download, std::chrono::milliseconds pause);
-    /// Whether the task is cancelled, or nobody waits for this file any more.
-    bool IsToStop(Download& download);
-    /// Records the file, or takes it away when the outcome holds an error.
+    /// Whether the task is cancelled, or the file is no longer needed.
+    [[nodiscard]] bool ShouldStop(Download& download);
+    /// Records the file, or removes it when the outcome has an error.
     void Finish(Download& download, TPodcastDownloadOutcome& outcome);
 };
 

@@ -1,8 +1,8 @@
 #pragma once
-// The podcast engine: one client over one database, with at most one refresh and one download at a time in the
-// background, and listeners that hear what happens.
+// The podcast engine: one client over one database, with at most one refresh task and one download task at a time in
+// the background, and listeners that are notified of what happens.
 //
-// All operations belong to the main thread unless they say otherwise.
+// Call all operations on the main thread, unless their comments say otherwise.
 
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Core.FetchRun.h"
@@ -24,10 +24,10 @@
 
 namespace podcasts {
 
-// The listeners' interfaces stay inside the engine and its users: unlike those between host and plug-in their
-// operations may throw, which is logged.
+// The listeners' interfaces are used only by the engine and the programs that link it. Unlike the operations between
+// host and plug-in, theirs may throw; the exceptions are logged.
 
-/// Hears that feeds, episodes or states changed.
+/// Is notified when feeds, episodes or states have changed.
 struct IPodcastClientChangeListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{1FF947C7-CF1B-4D65-8D39-418ACA7A1516}");
     virtual void DataChanged() = 0;
@@ -36,15 +36,15 @@ protected:
     ~IPodcastClientChangeListener() = default;
 };
 
-/// What the caption of a download begins with while its transfer, which has broken, waits for the next attempt.
+/// The prefix of a download's caption while the download waits for its next attempt after a broken connection.
 inline const QString kWaitingForConnection = QStringLiteral("waiting for the connection: ");
 
-/// Hears of downloads.
+/// Is notified of downloads.
 struct IPodcastClientDownloadsListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{33D44065-4BBD-45D6-A0FE-A9A1647D1487}");
     virtual void DownloadsFinished() = 0;
-    /// Bytes received and the expected total (0 when unknown); the caption may begin with kWaitingForConnection. Called
-    /// on the downloading thread.
+    /// `position`: bytes received; `size`: the expected total, 0 when unknown; `caption` may begin with
+    /// kWaitingForConnection. Called on the downloading thread.
     virtual void DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) = 0;
     virtual void DownloadsStarted() = 0;
 
@@ -52,7 +52,7 @@ protected:
     ~IPodcastClientDownloadsListener() = default;
 };
 
-/// Hears of refreshes.
+/// Is notified of refreshes.
 struct IPodcastClientRefreshFeedsListener : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{DB9FAF65-9F8E-4022-BCF3-58D71F526D20}");
     virtual void RefreshFeedsFinished(bool hasNewEpisodes) = 0;
@@ -64,8 +64,8 @@ protected:
     ~IPodcastClientRefreshFeedsListener() = default;
 };
 
-/// Listeners in the order added. Any thread may call it; its lock is held while listeners run, and is reentrant, so a
-/// listener may add and remove but must not wait for another thread that notifies.
+/// Listeners in the order added. Any thread may call it. Its lock is held while listeners run, and is reentrant, so a
+/// listener may add and remove listeners, but must not wait for another thread that notifies.
 class TPodcastListenerList {
 public:
     void Add(vexa::Ref<vexa::IUnknown> listener);
@@ -74,7 +74,7 @@ public:
     /// Whether the calling thread is inside a notification.
     bool IsNotifying();
 
-    /// Calls `notify` for every listener that offers the interface T. What one throws is logged.
+    /// Calls `notify` for every listener that offers the interface T. Exceptions are logged.
     template <class T, class Call>
     void Notify(Call notify) {
         Visit([&](vexa::IUnknown* listener) {
@@ -87,18 +87,18 @@ private:
 
     std::recursive_mutex FMutex;
     std::vector<vexa::Ref<vexa::IUnknown>> FListeners;  // guarded by FMutex
-    int FVisits = 0;                                    // of the thread that holds FMutex
+    int FVisits = 0;                                    // nested notifications by the thread that holds FMutex
 };
 
-/// Work that waits: texts, unique when letter case is ignored, handed out last in, first out. Any thread may call it.
+/// Pending work: texts, unique if letter case is ignored, taken last in, first out. Any thread may call it.
 class TPodcastClientQueue final : public IPodcastFetchQueue {
 public:
     void Add(const QString& item);
     void Add(const QStringList& items);
-    /// Takes the item added last; false, with `item` empty, when there is none.
-    bool Pop(QString& item);
-    /// The item that Pop would take.
-    bool Peek(QString& item) const;
+    /// Removes the item added last; returns false and clears `item` when there is none.
+    [[nodiscard]] bool Pop(QString& item);
+    /// Finds the item that Pop would remove.
+    [[nodiscard]] bool Peek(QString& item) const;
     void Remove(const QString& item);
     void Clear();
     QStringList Upcoming(qsizetype count) const override;
@@ -107,8 +107,7 @@ public:
     /// All items, in the order added.
     QStringList Items() const;
 
-    /// Hold the lock across several operations. Reentrant. Spelled as the standard's locks want it, so that
-    /// std::lock_guard holds a queue.
+    /// To hold the lock across several operations. Reentrant. The names are those that std::lock_guard needs.
     void lock() { FMutex.lock(); }
     void unlock() { FMutex.unlock(); }
 
@@ -119,29 +118,29 @@ private:
     std::unordered_map<QString, ItemList::iterator> FIndex;  // by the case-folded item; guarded by FMutex
 };
 
-/// The reason of what was not done because its task was stopped.
+/// The error of an item that was not processed because its task was stopped.
 inline const QString kTaskStopped = QStringLiteral("not done: the work was stopped before");
 
 /// What happened to one feed of the last refresh.
 struct TPodcastRefreshOutcome {
     QString FeedURL;
     QStringList NewEpisodes;      // keys
-    QString Error;                // why it failed; empty when it did not
-    bool IsDropped = false;       // the task was stopped before its turn came
-    bool IsUnsubscribed = false;  // while its document was on its way: nothing was stored
-    QString MovedTo{};            // the feed's new address; empty when it stays where it was
-    bool IsMoveRefused = false;   // another subscription has that address: both stay as they are
+    QString Error;                // why the refresh failed; empty when it did not
+    bool IsDropped = false;       // the task was stopped before the feed's turn came
+    bool IsUnsubscribed = false;  // the feed was unsubscribed while its document was fetched: nothing was stored
+    QString MovedTo{};            // the feed's new address; empty when it has not moved
+    bool IsMoveRefused = false;   // another subscription has that address: both are left unchanged
 };
 
 /// What happened to one episode of the last downloads.
 struct TPodcastDownloadOutcome {
     QString EpisodeKey;
     QString FileName;  // of the local copy
-    QString Error;     // why there is none; empty when there is
+    QString Error;     // why there is no local copy; empty when there is one
     bool IsDropped = false;
 };
 
-/// The outcomes of the last task of a kind, in order, readable while it runs. Any thread may call it.
+/// The outcomes of the last task of one kind, in order; readable while that task runs. Any thread may call it.
 template <class Outcome>
 class TPodcastOutcomes {
 public:
@@ -153,7 +152,7 @@ public:
         const std::lock_guard lock(FMutex);
         FItems.push_back(std::move(outcome));
     }
-    /// Those from index `first` on.
+    /// The outcomes from index `first` on.
     std::vector<Outcome> From(std::size_t first = 0) const {
         const std::lock_guard lock(FMutex);
         return first < FItems.size()
@@ -166,7 +165,7 @@ private:
     std::vector<Outcome> FItems;  // guarded by FMutex
 };
 
-/// Where the client reads the time. A test gives it clocks of its own.
+/// The clocks that the client reads. Tests replace them.
 struct TPodcastClocks {
     std::function<std::uint32_t()> TickCount = vexa::TickCount;
     std::function<QDateTime()> Calendar = QDateTime::currentDateTimeUtc;
@@ -176,8 +175,8 @@ class TPodcastClient {
 public:
     /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
     explicit TPodcastClient(const QString& dbFileName, TPodcastClocks clocks = {});
-    /// Cancels the tasks and waits for them. Nobody is notified any more. Not to be called by a listener, for which a
-    /// task waits.
+    /// Cancels the tasks and waits for them; listeners are not notified any more. A listener must not destroy the
+    /// client, because a task may be waiting for the listener.
     ~TPodcastClient();
     TPodcastClient(const TPodcastClient&) = delete;
     TPodcastClient& operator=(const TPodcastClient&) = delete;
@@ -188,41 +187,41 @@ public:
     TPodcastListenerList& Listeners() noexcept { return *FListeners; }
     TPodcastClientQueue& RefreshQueue() noexcept { return *FRefreshQueue; }
     TPodcastClientQueue& DownloadQueue() noexcept { return *FDownloadQueue; }
-    /// Weak references to the client, null once it is being destroyed.
+    /// The source of weak references to the client, which become null when its destruction begins.
     const vexa::LinkSource<TPodcastClient>& Links() const noexcept { return FLinks; }
 
-    /// The calendar's time, in UTC. Any thread.
+    /// The calendar time, in UTC. Any thread.
     QDateTime Now() const { return FClocks.Calendar(); }
 
-    /// When the last refresh of all feeds was requested: the tick count, and the calendar's time (invalid: unknown).
+    /// When the last refresh of all feeds was requested, as a tick count and as a calendar time (invalid: unknown).
     std::uint32_t LastRefreshTime = 0;
     QDateTime LastRefreshDate;
-    vexa::TaskHandle RefreshTask() const noexcept { return FRefreshTask; }    // 0: none runs
-    vexa::TaskHandle DownloadTask() const noexcept { return FDownloadTask; }  // 0: none runs
+    vexa::TaskHandle RefreshTask() const noexcept { return FRefreshTask; }    // 0 when no refresh runs
+    vexa::TaskHandle DownloadTask() const noexcept { return FDownloadTask; }  // 0 when no download runs
     vexa::Timer& UpdateTimer() noexcept { return *FUpdateTimer; }
     const TPodcastOutcomes<TPodcastRefreshOutcome>& RefreshOutcomes() const noexcept { return FRefreshOutcomes; }
     const TPodcastOutcomes<TPodcastDownloadOutcome>& DownloadOutcomes() const noexcept { return FDownloadOutcomes; }
 
-    /// All feeds.
+    /// Refreshes all feeds.
     void RefreshFeeds();
     void RefreshFeeds(const QStringList& feedURLs);
     void RefreshFeedsOnStartup();
-    /// All feeds, if the interval of the options has passed since the last time, by either clock. The update timer
-    /// calls it every ten minutes.
+    /// Refreshes all feeds if the interval set in the options has passed since the last time, by either clock. The
+    /// update timer calls this every ten minutes.
     void RefreshFeedsIfDue();
     void CancelRefresh();
-    /// One feed document; nothing when the location is none or the document no feed. Errors of loading are thrown only
-    /// with `raiseErrors`. Any thread may call it.
+    /// Loads and parses one feed document; nothing when the location is invalid or the document is not a feed. Errors
+    /// while loading are thrown only with `raiseErrors`. Any thread may call it.
     static std::unique_ptr<TPodcastFeed> FetchFeed(const QString& location, const vexa::CancelCheck& isCancelled,
                                                    bool raiseErrors);
 
     bool IsSubscribed(const QString& feedURL);  // any thread
     void Subscribe(TPodcastFeed& feed);
-    /// As Subscribe, unless a feed of that address is stored by now: then false, and nothing changes. Any thread, which
-    /// waits for the main one to tell the listeners.
-    bool SubscribeNew(TPodcastFeed& feed);
-    /// Returns the names of cached files that were to be deleted and for which there is no trash: they stay. Any
-    /// thread.
+    /// Like Subscribe, but returns false and changes nothing if a feed with that address is stored by now. Any thread;
+    /// it waits until the main thread has notified the listeners.
+    [[nodiscard]] bool SubscribeNew(TPodcastFeed& feed);
+    /// Returns the names of the cached files that should have been deleted but were kept, because there is no trash for
+    /// them. Any thread.
     QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);
     void ChangeFeedURL(const QString& oldURL, const QString& newURL);
 
@@ -231,22 +230,23 @@ public:
 
     void DownloadEpisode(const QString& episodeKey);
     void DownloadEpisodes(const QStringList& episodeKeys);
-    /// Every new episode without a cached file.
+    /// Downloads every new episode without a cached file.
     void DownloadNewEpisodes();
-    /// Their keys, newest first; without those that have no audio.
+    /// The keys of the episodes that DownloadNewEpisodes downloads, newest first; episodes without audio are left out.
     QStringList NewEpisodesToDownload();
-    /// Waits; the completion has been delivered when it returns.
+    /// Cancels the downloads and waits; when it returns, listeners have been notified of the end.
     void CancelDownloads();
-    /// The existing local copy of an episode: the recorded file, else the file of the template's name unless another
-    /// episode's row records that. False for an episode that was never cached. Any thread may call it.
+    /// Finds the existing local copy of an episode: the recorded file, else the file that the template names, unless
+    /// another episode's row records that file. False for an episode that was never cached. Any thread may call it.
     bool GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName);
-    /// Moves the files to the desktop's trash and marks the episodes as not cached. Returns the names of files for
-    /// which there is no trash: they stay on disk. Notifies nobody. Any thread.
+    /// Moves the files to the desktop's trash and marks the episodes as not cached. Returns the names of the files that
+    /// were kept because there is no trash for them. Does not notify listeners. Any thread.
     QStringList DeleteCachedEpisodes(const QStringList& episodeKeys);
-    /// Marks episodes as not cached whose file is gone; returns how many. Any thread.
+    /// Marks the episodes whose file is gone as not cached; returns their number. Any thread.
     int CheckLocalCopies();
 
-    /// Any thread, which waits for the main one to tell the listeners; so does all that changes data.
+    /// Any thread; waits until the main thread has notified the listeners. Every operation that changes data does so,
+    /// too.
     void NotifyDataChanged();
 
 private:
@@ -256,13 +256,13 @@ private:
 
     /// How a task ended, for its completion.
     enum class TaskEnd {
-        ByItself,  // the queue was empty: what is in it now came too late and is kept for another task
-        Stopped,   // cancelled or failed: what is left is dropped
+        ByItself,  // the queue was empty: items that have been added since then are kept for another task
+        Stopped,   // cancelled or failed: the remaining items are dropped
     };
 
-    /// What follows when a new feed is stored.
+    /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.
     void FeedSubscribed();
-    /// Whether this client has unsubscribed from the feed and left its files where they are. Any thread.
+    /// Whether this client has unsubscribed from the feed and kept its files. Any thread.
     bool AreFilesKept(int feedID);
 
     void StartRefreshTask();
@@ -295,9 +295,9 @@ private:
     // Main thread only.
     vexa::TaskHandle FRefreshTask = 0;
     vexa::TaskHandle FDownloadTask = 0;
-    vexa::TaskHandle FLastRefreshTask = 0;  // also after its completion, while its thread is about to let go of it
+    vexa::TaskHandle FLastRefreshTask = 0;  // still set after the completion, until the thread has released the task
     vexa::TaskHandle FLastDownloadTask = 0;
-    bool FIsRefreshHeld = false;  // being started or completed: no task may start now
+    bool FIsRefreshHeld = false;  // a task is being started or completed: no other task may start now
     bool FAreDownloadsHeld = false;
     bool FIsBeingDestroyed = false;
 

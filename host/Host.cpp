@@ -3,8 +3,10 @@
 #include "ErrorInfo.h"
 #include "FileInfo.h"
 #include "Filters.h"
+#include "Guarded.h"
 #include "Images.h"
 #include "ObjectList.h"
+#include "Steps.h"
 #include "Streams.h"
 
 #include <QDir>
@@ -12,6 +14,8 @@
 namespace vexa::host {
 
 namespace {
+
+const QString kLanguageKey = QStringLiteral("Window\\Language");
 
 HostOptions WithProfile(const HostOptions& options) {
     if (!QDir().mkpath(options.ProfileFolder))
@@ -27,7 +31,9 @@ Host::Host(const HostOptions& options)
       FCore(new Core(WithProfile(options))),
       FMessages(new MessageDispatcher),
       FConfig(new ConfigService(options.ProfileFolder)),
-      FLanguage(new LanguageService(options.LanguageFolder, options.Language, FMessages)),
+      FLanguage(new LanguageService(
+          options.LanguageFolder,
+          options.Language.isEmpty() ? FConfig->Find(kLanguageKey).value_or(QString()) : options.Language, FMessages)),
       FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))),
       FHttp(new HttpClientService),
       FDecoders(new AudioDecoderService),
@@ -71,7 +77,13 @@ Host::Host(const HostOptions& options)
 }
 
 Host::~Host() {
-    UnloadPlugins();
+    Guarded("unloading the plug-ins", [this] { UnloadPlugins(); });
+}
+
+bool Host::ChooseLanguage(const QString& language) {
+    if (!FLanguage->Switch(language)) return false;
+    FConfig->Write(kLanguageKey, FLanguage->Language());
+    return true;
 }
 
 const Plugin& Host::LoadPlugin(const QString& fileName) {
@@ -93,18 +105,18 @@ const Plugin& Host::StartPlugin(Plugin plugin) {
     return FPlugins.back();
 }
 
-QString Host::UnloadPlugins() {
+void Host::UnloadPlugins() {
+    Steps ending;
     FPlaylists->StopDescribing();
     FAddresses->Stop();
-    QStringList problems{FPlaylists->Save()};
+    ending.Take([this] { FPlaylists->Save(); });
     FCore->FinalizeExtensions(0);
     for (auto plugin = FPlugins.rbegin(); plugin != FPlugins.rend(); ++plugin) plugin->Finalize();
     FHttp->CancelAll();
-    problems += FConfig->Save();
+    ending.Take([this] { FConfig->Save(); });
     FCore->RemoveExtensions(0);
     FPlugins.clear();
-    problems.removeAll({});
-    return problems.join(QStringLiteral("; "));
+    ending.ThrowIfFailed();
 }
 
 }  // namespace vexa::host

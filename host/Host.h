@@ -1,6 +1,7 @@
 #pragma once
-// A host without a window: the core with its services, and the plug-ins that it loaded. A player with windows adds its
-// own services to the core before it loads a plug-in. Main thread, with a QCoreApplication and AttachMainThread before.
+// A host without a window: the core with its services, and the plug-ins that it has loaded. A player with windows adds
+// its own services to the core before it loads a plug-in. Main thread only; create a QCoreApplication and call
+// AttachMainThread first.
 //
 //     Host host({.ProfileFolder = folder, .LanguageFolder = languages});
 //     host.LoadPlugin(fileName);
@@ -29,23 +30,30 @@ namespace vexa::host {
 
 class Host {
 public:
-    /// Makes the profile folder. Throws std::runtime_error when it cannot be made, or its settings cannot be read.
+    /// Creates the profile folder if it is missing. Throws std::runtime_error when the folder cannot be created or the
+    /// settings in it cannot be read.
     explicit Host(const HostOptions& options);
-    /// Unloads what is loaded.
+    /// Unloads the plug-ins.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    /// Throws PluginError, with nothing of the plug-in left behind.
+    /// Loads and initialises a plug-in. Throws PluginError; every extension that the plug-in has registered by then is
+    /// removed again.
     const Plugin& LoadPlugin(const QString& fileName);
     const Plugin& StartPlugin(Plugin plugin);
     const std::vector<Plugin>& Plugins() const noexcept { return FPlugins; }
-    /// Finalises the storages, then the plug-ins, the last one first; writes the playlists and the settings; lets go of
-    /// all. No other thread calls an extension any more. Empty, or what could not be written, and why.
-    QString UnloadPlugins();
+    /// Writes the playlists, finalises the storages and then the plug-ins, both in reverse order, cancels
+    /// transfers, writes the settings, and releases every extension and plug-in. No other thread may call an extension
+    /// any more. Throws std::runtime_error at the end when something could not be written.
+    void UnloadPlugins();
+
+    /// Switches the language and stores the choice for the next start. False, with nothing changed, when there is no
+    /// such language.
+    bool ChooseLanguage(const QString& language);
 
     QString ProfileFolder() const { return FProfileFolder; }
-    Core& TheCore() noexcept { return *FCore; }
+    Core& PluginCore() noexcept { return *FCore; }
     MessageDispatcher& Messages() noexcept { return *FMessages; }
     ConfigService& Config() noexcept { return *FConfig; }
     LanguageService& Language() noexcept { return *FLanguage; }
@@ -64,7 +72,7 @@ public:
 
 private:
     const QString FProfileFolder;
-    // Services are made after those that they use.
+    // A service is declared, and so constructed, after the services that it uses.
     Ref<Core> FCore;
     Ref<MessageDispatcher> FMessages;
     Ref<ConfigService> FConfig;

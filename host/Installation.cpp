@@ -16,7 +16,7 @@ QString Find(const QString& built, const QString& installed) {
 }  // namespace
 
 QString LanguageFolder() {
-    // The prefix's folder of programs may hold anything; a folder "lang" of somebody else's there has no such file.
+    // Look for English.lng, not for the folder: the prefix's bin folder may contain another program's folder "lang".
     return QFileInfo(Find(QStringLiteral("lang/English.lng"), QStringLiteral("../share/vexa/lang/English.lng"))).path();
 }
 

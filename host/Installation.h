@@ -1,7 +1,6 @@
 #pragma once
-// What belongs to the program as it is installed: where its own files lie (beside it where it was built, in the
-// prefix's folders where it is installed), the plug-in that it comes with, and what the desktop hands it. Any thread,
-// with a QCoreApplication.
+// Where the program's own files are (beside the program in a build folder, in the prefix's folders once installed), the
+// plug-in that comes with it, and the addresses that the desktop hands it. Any thread; needs a QCoreApplication.
 
 #include <QString>
 #include <QStringList>
@@ -10,9 +9,9 @@ namespace vexa::host {
 
 /// The folder of the language files.
 QString LanguageFolder();
-/// The file name of the podcasts' plug-in, whether or not it is there.
+/// The file name of the podcasts plug-in, whether or not the file exists.
 QString PodcastsPlugin();
-/// The schemes of the addresses that it opens: those of its desktop entry, and the web's. In lower case.
+/// The schemes of the addresses that the program opens, in lower case: those of its desktop entry, and http and https.
 QStringList OpenedSchemes();
 
 }  // namespace vexa::host

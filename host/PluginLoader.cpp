@@ -25,7 +25,8 @@ VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
     return entry;
 }
 
-/// The last warning of the log while it lives: a plug-in answers a mere code, and logs why. One at a time.
+/// Keeps the last warning logged during its lifetime: a plug-in that refuses to start returns only a code and logs the
+/// reason. At most one instance may exist at a time.
 class LastWarning {
 public:
     LastWarning() {

@@ -19,18 +19,18 @@ private:
     HResult FCode;
 };
 
-/// A plug-in that was loaded. Its library stays loaded until the process ends.
+/// A loaded plug-in. Its library stays loaded until the process ends.
 class Plugin {
 public:
-    /// Loads the library and asks for its object. Throws PluginError for a file that is missing or no plug-in.
+    /// Loads the library and obtains the plug-in's object. Throws PluginError if the file is missing or not a plug-in.
     explicit Plugin(const QString& fileName);
-    /// One whose object is there already; `fileName` is what it is called by.
+    /// Wraps a plug-in object that exists already; `fileName` is the name that messages give it.
     Plugin(Ref<IVEXAPlugin> object, const QString& fileName) : FFileName(fileName), FObject(std::move(object)) {}
     Plugin(Plugin&&) noexcept = default;
     Plugin& operator=(Plugin&&) noexcept = default;
 
-    /// Throws PluginError when the plug-in refuses, or was built with other interfaces; it is only to be finalised and
-    /// destroyed then.
+    /// Throws PluginError when the plug-in refuses to start or was built with another version of the interfaces. After
+    /// that the plug-in may only be finalised and destroyed.
     void Initialize(IVEXACore* core);
     void Finalize();
 

@@ -1,12 +1,12 @@
 #pragma once
-// What every plug-in object does for its host.
+// The base of plug-in objects.
 
 #include "apiWrappers.h"
 
 namespace vexa {
 
-/// Initialize keeps the host's core for the whole layer, Finalize lets go of it. Derived classes call them first and
-/// last.
+/// Initialize stores the host's core for this whole layer, and Finalize releases it. An override of Initialize calls it
+/// first, an override of Finalize calls it last.
 class TVEXACustomPlugin : public Implements<TInterfacedObjectEx, IVEXAPlugin, IVEXASdkVersion> {
 public:
     HResult Initialize(IVEXACore* core) noexcept override;

@@ -1,6 +1,5 @@
 #include "apiWrappers.h"
 
-#include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QLocale>
@@ -14,9 +13,9 @@ namespace vexa {
 
 namespace {
 
-// Host threads may still be asking when the plug-in ends: each takes a reference of its own.
+// Host threads may still call the plug-in while it ends, so each call adds its own reference to the core.
 std::mutex CoreMutex;
-// Guarded by CoreMutex. Let go of when the module is unloaded, should Finalize never have been called.
+// Guarded by CoreMutex. If Finalize was never called, the reference is released when the module is unloaded.
 Ref<IVEXACore> Core;
 
 Ref<IVEXACore> CurrentCore() noexcept {
@@ -138,7 +137,7 @@ std::int64_t VariantToInt64(const Variant& value) {
         case VariantType::Int64:
             return value.Integer;
         case VariantType::Float: {
-            // The bounds themselves: −2⁶³ is a double, 2⁶³ the first one too large.
+            // The exact bounds: −2⁶³ can be represented as a double, and 2⁶³ is the first double that is too large.
             const double whole = std::nearbyint(value.Float);
             if (!(whole >= -0x1p63 && whole < 0x1p63)) throw std::invalid_argument("the number is no integer");
             return static_cast<std::int64_t>(whole);
@@ -257,24 +256,6 @@ void TVEXAServiceConfig::WriteBool(const QString& keyPath, bool value) {
 
 void TVEXAServiceConfig::WriteString(const QString& keyPath, const QString& value) {
     FService->SetValueAsString(ToHostString(keyPath).Get(), ToHostString(value).Get());
-}
-
-QString CaughtMessage() {
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        return QString::fromUtf8(error.what());
-    } catch (...) {
-        return {};
-    }
-}
-
-void LogCaughtException(const char* what) noexcept {
-    const QString message = CaughtMessage();
-    if (message.isEmpty())
-        qCWarning(LogPlugin).noquote() << what << "failed for an unknown reason";
-    else
-        qCWarning(LogPlugin).noquote() << what << "failed:" << message;
 }
 
 }  // namespace vexa

@@ -1,12 +1,14 @@
 #pragma once
 // The thin layer between this plug-in and its host: the process-wide core reference, services and objects by
-// identifier, texts, property lists, the configuration, and the base of every object that is handed to the host.
+// identifier, texts, property lists, the configuration, and the base of every object that is passed to the host.
 //
-// Failures are exceptions with fixed messages; a host's result code stands in them in decimal. Objects for the host
-// turn exceptions into result codes themselves. Any thread may call it between TVEXAAPIWrappers::Initialize and
-// Finalize, which belong to the main thread.
+// Failures are thrown as exceptions with fixed messages, which contain the host's result code in decimal. Objects for
+// the host turn exceptions into result codes themselves. Any thread may call these functions between
+// TVEXAAPIWrappers::Initialize and Finalize, which are called on the main thread.
 
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Guard.h"
+#include "VEXA.Runtime.Log.h"
 #include "VEXA.SDK.h"
 
 #include <QString>
@@ -37,14 +39,14 @@ public:
     static void Finalize();
 };
 
-/// Throws EHostError with `format`, its "%d" replaced by the code, when the code is a failure.
+/// If the code is a failure, throws EHostError with the message `format`, whose "%d" is replaced by the code.
 void RaiseIfFailed(HResult code, const QString& format = QStringLiteral("%d"));
 
-/// Throws EHostError "Plugin was not initialized" when there is none.
+/// The host's core. Throws EHostError "Plugin was not initialized" when there is none.
 Ref<IVEXACore> HostCore();
 
-/// False when the core is not set or lacks the service.
-bool QueryHostService(const Guid& iid, void** service) noexcept;
+/// False when there is no core, or when the host lacks the service.
+[[nodiscard]] bool QueryHostService(const Guid& iid, void** service) noexcept;
 
 template <class Service>
 Ref<Service> HostService() noexcept {
@@ -52,7 +54,7 @@ Ref<Service> HostService() noexcept {
     return QueryHostService(Service::IID, service.PutVoid()) ? service : Ref<Service>();
 }
 
-/// Throws EHostError "Cannot create object (%d)".
+/// Asks the host's core for a new object. Throws EHostError "Cannot create object (%d)".
 void CreateHostObject(const Guid& iid, void** object);
 
 template <class Object>
@@ -65,34 +67,34 @@ Ref<Object> CreateHostObject() {
 // ---- Texts and variants ----
 
 Ref<IVEXAString> ToHostString(const QString& text);
-/// An absent string is the empty text.
+/// A null string reads as the empty text.
 QString FromHostString(IVEXAString* text);
 
 Variant ToVariant(const QString& text);
 Variant ToVariant(std::int32_t value);
 Variant ToVariant(std::int64_t value);
 Variant ToVariant(double value);
-/// Conversions of a variant's value; empty reads as the empty text or 0. Those to numbers throw std::invalid_argument
-/// for a text that is no number, or a number that does not fit.
+/// Convert a variant's value; an empty variant reads as the empty text or 0. The conversions to numbers throw
+/// std::invalid_argument for a text that is not a number, and for a number that is out of range.
 QString VariantToText(const Variant& value);
 double VariantToFloat(const Variant& value);
 std::int32_t VariantToInt32(const Variant& value);
 std::int64_t VariantToInt64(const Variant& value);
 
-/// The text of the user's language for a key such as "Podcasts\Caption"; empty when there is none.
+/// The text in the user's language for a key such as "Podcasts\Caption"; empty when there is none.
 QString LocalizedText(const QString& key);
-/// One of the parts that the key's value holds, counted from 0.
+/// One part of the key's text, counted from 0.
 QString LocalizedTextPart(const QString& key, int part);
-/// `format` with its first "%s" replaced by `value`, in which nothing is taken for a placeholder.
+/// `format` with its first "%s" replaced by `value`. Placeholders in `value` are not replaced.
 QString FormatText(QString format, const QString& value);
 
 // ---- Property lists ----
 
-/// The default when the list is absent or has no such number.
+/// The default when the list is null or has no such number.
 std::int32_t ReadPropertyInt32(IVEXAPropertyList* list, std::int32_t id, std::int32_t defaultValue = 0) noexcept;
-/// Empty when the list is absent or has no such text.
+/// Empty when the list is null or has no such text.
 QString ReadPropertyString(IVEXAPropertyList* list, std::int32_t id);
-/// The writers throw EHostError: "PropList is nil" without a list, else the code of a list that refuses.
+/// The writers throw EHostError: "PropList is nil" for a null list, or with the code with which the list failed.
 void WritePropertyFloat(IVEXAPropertyList* list, std::int32_t id, double value);
 void WritePropertyInt32(IVEXAPropertyList* list, std::int32_t id, std::int32_t value);
 void WritePropertyObject(IVEXAPropertyList* list, std::int32_t id, IUnknown* value);
@@ -126,23 +128,23 @@ private:
 
 // ---- Arguments from the host ----
 
-/// Whether no pointer that an operation cannot do without is null; where one is, the operation answers E_POINTER.
+/// Whether all pointers that an operation requires are given. If one is null, the operation returns E_POINTER.
 template <class... Pointers>
 constexpr bool AreGiven(const Pointers*... pointers) noexcept {
     return ((pointers != nullptr) && ...);
 }
 
-/// Makes the out arguments null, as they have to be on failure; false when one of them is missing.
+/// Sets the out arguments to null, as they must be on failure; false when one of them is not given.
 template <class... Objects>
-bool ClearOut(Objects**... out) noexcept {
+[[nodiscard]] bool ClearOut(Objects**... out) noexcept {
     ((out ? void(*out = nullptr) : void()), ...);
     return AreGiven(out...);
 }
 
 // ---- Objects for the host ----
 
-/// The base of every object that the host may hold. NewObject makes one; while its constructor runs the count is 1, so
-/// that a reference taken and dropped there does not destroy it.
+/// The base of every object that the host may hold. Create objects with NewObject. While the constructor runs the count
+/// is 1, so that adding and releasing a reference there does not destroy the object.
 class TInterfacedObjectEx : public IUnknown {
 public:
     TInterfacedObjectEx(const TInterfacedObjectEx&) = delete;
@@ -154,7 +156,7 @@ public:
 
     /// Destroys the object without a Release. Throws EHostError "Invalid Pointer" while there are references.
     void Free();
-    /// Ends construction; NewObject's business.
+    /// Releases the constructor's reference. Only NewObject calls it.
     void AfterConstruction() noexcept;
 
 protected:
@@ -173,7 +175,7 @@ Ref<T> NewObject(Arguments&&... arguments) {
     return result;
 }
 
-/// Adds interfaces to a class derived from TInterfacedObjectEx: its query answers for them first.
+/// Adds interfaces to a class derived from TInterfacedObjectEx. QueryInterface tries them before those of ParentClass.
 template <class ParentClass, class... Interfaces>
 class Implements : public ParentClass, public Interfaces... {
 public:
@@ -192,12 +194,15 @@ protected:
     using ParentClass::ParentClass;
 };
 
-/// Runs `body` for a host and turns what it throws into `failure`, logged with `what`. A body without a result is S_OK.
+/// Runs `body` on behalf of the host and returns its result, or S_OK if it has none. An exception is logged with `what`
+/// and turned into `failure`.
 template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure = E_UNEXPECTED) noexcept;
+HResult GuardedCall(const char* what, Body&& body, HResult failure = E_UNEXPECTED) noexcept {
+    return GuardedCall(LogPlugin(), what, body, failure);
+}
 
-/// An object that the host reads and writes as a property list. The host's operations ask CanProceed first, then call
-/// the virtual operation of the same name with Do in front; derived classes override those that they serve.
+/// An object that the host reads and writes as a property list. Each operation first calls CanProceed, and then the
+/// virtual function of the same name with the prefix Do; derived classes override the functions that they support.
 class TVEXAPropertyList : public Implements<TInterfacedObjectEx, IVEXAPropertyList2> {
 public:
     void BeginUpdate() noexcept override;
@@ -215,15 +220,15 @@ public:
     HResult SetValueAsVariant(std::int32_t propertyID, const Variant* value) noexcept override;
 
 protected:
-    /// False refuses every operation, with the code to answer.
+    /// Returns false to refuse the operation, with `code` as its result.
     virtual bool CanProceed(HResult& code);
     virtual void DoBeginUpdate() {}
     virtual void DoEndUpdate() {}
-    // `result` is S_OK at first.
+    // `result` is initially S_OK.
     virtual void DoGetValueAsFloat(std::int32_t propertyID, double& value, HResult& result);
     virtual void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, HResult& result);
     virtual void DoGetValueAsInt64(std::int32_t propertyID, std::int64_t& value, HResult& result);
-    /// Null: there is no such object.
+    /// Null when there is no such object.
     virtual Ref<IUnknown> DoGetValueAsObject(std::int32_t propertyID);
     virtual void DoGetValueAsVariant(std::int32_t propertyID, Variant& value, HResult& result);
     virtual void DoSetValueAsFloat(std::int32_t propertyID, double value, HResult& result);
@@ -240,7 +245,7 @@ private:
     Ref<IUnknown> FCustomObject;  // property 0
 };
 
-/// A TVEXAPropertyList that is also Interface, one that extends the host's property list without operations of its own.
+/// A TVEXAPropertyList that also implements Interface, which extends the property list without adding operations.
 template <class Interface>
 class TVEXAPropertyListAs : public Implements<TVEXAPropertyList, Interface> {
     using List = TVEXAPropertyList;
@@ -275,23 +280,23 @@ public:
     }
 };
 
-/// Where the toolkit finds a resource of this module, for instance ("MENUGLYPH", "PNG").
+/// The toolkit's path of a resource of this module, for instance of ("MENUGLYPH", "PNG").
 QString ResourcePath(const QString& name, const QString& type);
 
-/// A stream of ours as a stream of the host's.
+/// Offers a QIODevice of the plug-in to the host as an IVEXAStream.
 class TVEXAStreamAdapter : public Implements<TInterfacedObjectEx, IVEXAStream> {
 public:
     enum class Ownership { Borrowed, Owned };
 
-    /// Adapts `source`, which an owning adapter frees. Throws EStreamError "Unsupported stream class" when this class
-    /// of adapter does not accept it; the source then stays the caller's.
+    /// Creates an adapter for `source`; an adapter that owns its source frees it. Throws EStreamError "Unsupported
+    /// stream class" when the class Adapter does not accept the source, which the caller then still owns.
     template <class Adapter = TVEXAStreamAdapter>
     static Ref<Adapter> Create(QIODevice* source, Ownership ownership) {
         Ref<Adapter> adapter = NewObject<Adapter>();
         adapter->Attach(source, ownership);
         return adapter;
     }
-    /// A resource of this module. Throws EStreamError when there is none.
+    /// Creates an adapter for a resource of this module. Throws EStreamError when the resource does not exist.
     static Ref<TVEXAStreamAdapter> CreateFromResource(const QString& name, const QString& type);
     static bool ResourceExists(const QString& name, const QString& type);
 
@@ -309,7 +314,7 @@ protected:
     ~TVEXAStreamAdapter() override;
 
     virtual bool Accepts(QIODevice&) const { return true; }
-    /// Bytes read; what it throws becomes −1.
+    /// Returns the number of bytes read; Read turns an exception into −1.
     virtual std::int32_t DoRead(void* buffer, std::uint32_t count);
 
     QIODevice* FSource = nullptr;
@@ -319,25 +324,5 @@ private:
 
     Ownership FOwnership = Ownership::Borrowed;
 };
-
-/// The message of the exception that is being handled; empty when it has none.
-QString CaughtMessage();
-/// Writes a warning that `what` failed, with that message.
-void LogCaughtException(const char* what) noexcept;
-
-template <class Body>
-HResult GuardedCall(const char* what, Body body, HResult failure) noexcept {
-    try {
-        if constexpr (std::is_void_v<decltype(body())>) {
-            body();
-            return S_OK;
-        } else {
-            return body();
-        }
-    } catch (...) {
-        LogCaughtException(what);
-        return failure;
-    }
-}
 
 }  // namespace vexa

@@ -39,7 +39,7 @@ bool CanFocus(const QWidget& control) {
 
 enum class Accept { Focusable, TabStops, DirectChildren };
 
-/// The next control of `container` after or before `start`, which may be null; null when there is none.
+/// The control of `container` after or before `start`, which may be null; null when there is no such control.
 QWidget* FindNextControl(QWidget& container, QWidget* start, bool forward, Accept accept) {
     const std::vector<QWidget*> controls = ControlsOf(container);
     const auto count = static_cast<std::ptrdiff_t>(controls.size());
@@ -48,7 +48,8 @@ QWidget* FindNextControl(QWidget& container, QWidget* start, bool forward, Accep
     const std::ptrdiff_t step = forward ? 1 : -1;
     for (i += step; i >= 0 && i < count; i += step) {
         QWidget* const control = controls[static_cast<std::size_t>(i)];
-        // One with a proxy, as the edit inside a spin box, hands the focus on to a control that has its own place.
+        // A control with a focus proxy, such as the edit inside a spin box, passes the focus on to another control,
+        // which has its own place in the order.
         if (!CanFocus(*control) || control->focusProxy()) continue;
         if (accept == Accept::TabStops && !(control->focusPolicy() & Qt::TabFocus)) continue;
         if (accept == Accept::DirectChildren && control->parentWidget() != &container) continue;
@@ -69,7 +70,7 @@ bool IsMnemonicOf(const QString& caption, QChar character) {
     return !mnemonic.isEmpty() && mnemonic == QKeySequence::mnemonic(QString(u'&') + character);
 }
 
-/// Does what a control does when its mnemonic is typed; false when it has none, or another one.
+/// Activates a control by its mnemonic; false when it has none, or another one.
 bool TypeMnemonic(QWidget& control, QChar character) {
     if (!control.isVisible() || !control.isEnabled()) return false;
     if (auto* const button = qobject_cast<QAbstractButton*>(&control)) {
@@ -91,7 +92,7 @@ bool TypeMnemonic(QWidget& control, QChar character) {
 
 // ---- Windows ----
 
-/// Keeps a page as large as the window that it is in, unless a layout there does so.
+/// Keeps a page as large as its parent window, unless a layout does so.
 class PageFiller final : public QObject {
 public:
     PageFiller(QWidget& page, QWidget& parent) : QObject(&page), FPage(page) { parent.installEventFilter(this); }
@@ -124,12 +125,12 @@ void Localize(QObject& component, const QString& key) {
     if (HasProperty(component, "toolTip")) component.setProperty("toolTip", LocalizedText(key + u".h"));
 }
 
-/// Whether a toolkit made it for its own purposes, as a part of another control.
+/// Whether the toolkit has created the object of this name for its own purposes, as a part of another control.
 bool IsInternal(const QString& name) {
     return name.isEmpty() || name.startsWith(QLatin1String("qt_")) || name.startsWith(QLatin1String("_q_"));
 }
 
-/// Whether it is a window of its own, such as a dialog that the form has opened. Menus are parts of the form.
+/// Whether a component is a separate window, such as a dialog that the form has opened. Menus are parts of the form.
 bool IsOtherWindow(const QObject& component) {
     const auto* const widget = qobject_cast<const QWidget*>(&component);
     return widget && widget->isWindow() && !qobject_cast<const QMenu*>(widget);
@@ -187,7 +188,7 @@ WindowHandle TVEXACustomOptionsFrame::CreatePage(WindowHandle parentWindow) noex
             FForm->winId();
             FForm->windowHandle()->setParent(FForeignParent.get());
         }
-        // Not every platform knows the size of another program's window; the form then keeps its own.
+        // Not every platform knows the size of another program's window; the form then keeps its own size.
         const QSize room = parent ? parent->size() : FForeignParent->size();
         FForm->setGeometry(QRect(QPoint(0, 0), parent || !room.isEmpty() ? room : FForm->size()));
         FForm->setVisible(true);
@@ -228,7 +229,7 @@ Bool32 TVEXACustomOptionsFrame::HandleDialogKey(std::uint16_t key, std::int32_t)
         const int code = key == kReturn ? int(Qt::Key_Return) : key == kEscape ? int(Qt::Key_Escape) : int(key);
         QKeyEvent event(QEvent::KeyPress, code, Qt::NoModifier);
         event.ignore();
-        // Given to the form alone: sent the usual way, it would go on to the host's dialog.
+        // Call the form directly: an event sent in the usual way would go on to the host's dialog.
         static_cast<QObject*>(FForm.data())->event(&event);
         isHandled = event.isAccepted();
         return S_OK;

@@ -1,6 +1,6 @@
 #pragma once
-// A page of the host's options dialog on top of any widget, and the texts of widgets from the host's language files.
-// Main thread.
+// Turns any widget into a page of the host's options dialog, and sets the texts of widgets from the host's language
+// files. Main thread.
 
 #include "apiWrappers.h"
 
@@ -13,22 +13,22 @@ class QWindow;
 
 namespace vexa {
 
-/// Gives a form and what is inside it the texts of the user's language. The form's window title is the text of `prefix`
-/// + "Caption". Each control, menu and action with an objectName gets the text of `prefix` + name as its caption
-/// (`title`, else `text`; a control whose text is its content shows no caption, so there it is the name that screen
-/// readers tell), and that of `prefix` + name + ".h" as its tool tip. What has no text becomes empty. Other windows
-/// that the form owns, such as a dialog that it has opened, are left as they are.
+/// Sets the texts of a form and of everything inside it in the user's language. The form's window title is the text
+/// with the key `prefix` + "Caption". For each control, menu and action with an objectName, the text with the key
+/// `prefix` + name becomes its caption (`title`, else `text`; for a control whose text is its content, the name that
+/// screen readers read), and the text with the key `prefix` + name + ".h" becomes its tool tip. A missing text sets the
+/// empty text. Other windows that the form owns, such as a dialog that it has opened, are left unchanged.
 void LocalizeForm(QWidget& form, const QString& prefix);
 
-/// Derived classes supply the form, the caption and what the notifications mean. Without windows (the program is no
-/// QApplication) no page is made.
+/// A page of the options dialog. Derived classes provide the form and the caption, and handle the notifications. In a
+/// program without windows (without a QApplication) no page is created.
 class TVEXACustomOptionsFrame
     : public Implements<TInterfacedObjectEx, IVEXAOptionsDialogFrame, IVEXAOptionsDialogFrameKeyboardHelper2> {
 public:
     HResult QueryCaption(IVEXAString** caption) noexcept override;
     WindowHandle CreatePage(WindowHandle parentWindow) noexcept override;
     void DestroyPage() noexcept override;
-    /// Notifications also come when there is no form.
+    /// Also called when there is no form.
     void HandleNotification(std::int32_t notification) noexcept override;
 
     Bool32 HandleDialogChar(std::uint16_t character, std::int32_t flags) noexcept override;
@@ -41,12 +41,12 @@ protected:
     TVEXACustomOptionsFrame();
     ~TVEXACustomOptionsFrame() override;
 
-    /// Makes the form, which this object owns: inside `parentControl`, or, when the parent window belongs to no widget
-    /// of this program, without a parent: it is put into that window afterwards.
+    /// Creates the form, which this object owns: as a child of `parentControl`; or, if that is null because the parent
+    /// window is not a widget of this program, without a parent: the form is then embedded in that window.
     virtual QWidget* CreatePageForm(WindowHandle parentWindow, QWidget* parentControl) = 0;
     virtual QString GetPageCaption();
 
-    /// Null while the page is not shown, and when its parent has taken it away.
+    /// Null while the page is not shown, and after its parent has destroyed it.
     QWidget* Form() const noexcept { return FForm.data(); }
 
 private:
@@ -55,7 +55,7 @@ private:
     void FreeForm();
 
     QPointer<QWidget> FForm;
-    std::unique_ptr<QWindow> FForeignParent;  // a window of another toolkit that the form is in
+    std::unique_ptr<QWindow> FForeignParent;  // the window of another toolkit in which the form is embedded
 };
 
 }  // namespace vexa

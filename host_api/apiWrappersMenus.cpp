@@ -12,7 +12,7 @@ constexpr int kPlainDPI = 96;
 constexpr int kGlyphDPIs[] = {120, 144, 168, 192};
 const QString kGlyphType = QStringLiteral("PNG");
 
-/// The sharpest one that is not too large.
+/// The resource with the highest resolution that is not above `dpi`.
 QString GlyphResource(const QString& name, int dpi) {
     QString result = name;
     for (const int glyphDPI : kGlyphDPIs) {
@@ -22,7 +22,7 @@ QString GlyphResource(const QString& name, int dpi) {
     return result;
 }
 
-/// Without a picture the item shows its caption alone, so nothing is said when there is none to be had.
+/// Sets the item's glyph. Failures are ignored, since an item without a glyph still shows its caption.
 void ApplyGlyph(const TVEXAUICustomMenuItem& item, IVEXAMenuItem& hostItem) {
     try {
         QString name = item.GetGlyphName();
@@ -64,7 +64,7 @@ void TVEXAUICustomMenuItem::Register(const QString& id, const Variant& parent) {
     try {
         RegisterHostItem(*CreateHostItem(*menus, parent));
     } catch (...) {
-        // Back to where it was: nothing of it may stay with the controller, which does not own it.
+        // Undo the registration: the controller, which does not own its items, must not keep a pointer to this one.
         FID.clear();
         if (FController) FController->RemoveItem(*this);
         throw;
@@ -104,12 +104,12 @@ void TVEXAUICustomMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem) {
 }
 
 void TVEXAUICustomMenuItem::OnExecute(IUnknown* data) noexcept {
-    // A command that shows a dialog lets the host go on, which may take this item out of its menu meanwhile.
+    // While a command shows a dialog, the host may remove this item from its menu.
     const Ref<TVEXAUICustomMenuItem> self(this);
     try {
         Execute(data);
     } catch (...) {
-        TellCaughtException("a menu command");
+        ShowCaughtException("a menu command");
     }
 }
 
@@ -122,7 +122,7 @@ void TVEXAUICustomMenuItemController::AddItem(IVEXAMenuItem& hostItem, TVEXAUICu
 }
 
 void TVEXAUICustomMenuItemController::RemoveItem(TVEXAUICustomMenuItem& item) noexcept {
-    // Items that were never added end while the others are being updated: those must stay where they are.
+    // An item that was never added may be destroyed while the others are being updated; these must keep their places.
     if (const auto found = std::find(FItems.begin(), FItems.end(), &item); found != FItems.end()) FItems.erase(found);
 }
 
@@ -133,7 +133,7 @@ void TVEXAUICustomMenuItemController::OnExecute(IUnknown*) noexcept {
 void TVEXAUICustomMenuItemController::Refresh() noexcept {
     FIsAvailable = false;
     GuardedCall("looking at what is selected", [this] { FIsAvailable = CheckAvailability(); });
-    // One item's failure leaves the others as they should be.
+    // If updating one item fails, the others are still updated.
     for (TVEXAUICustomMenuItem* item : FItems) GuardedCall("updating a menu item", [&] { UpdateItem(*item); });
 }
 
@@ -171,7 +171,7 @@ bool TVEXAUICustomFileBasedMenuItemController::CheckAvailability() {
     try {
         PopulateFiles(*FFiles);
     } catch (...) {
-        FFiles->Clear();  // no command is to act on a part
+        FFiles->Clear();  // a command must not act on only some of the files
         throw;
     }
     return true;
@@ -189,7 +189,7 @@ void AddFiles(IVEXAObjectList* list, TVEXAFileList& files) {
     }
 }
 
-/// The item that has the focus, or the first one of the group that has it.
+/// The item that has the focus, or the first item of the group that has it.
 Ref<IVEXAPlaylistItem> FocusedItem(IVEXAPlaylist& playlist) {
     Ref<IVEXAPlaylistItem> item;
     Ref<IVEXAPlaylistGroup> group;

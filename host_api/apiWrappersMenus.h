@@ -1,15 +1,15 @@
 #pragma once
 // Commands in the host's menus.
 //
-// A command is an item, TVEXAUICustomMenuItem, registered once under an ID and a parent menu. It names a controller,
-// which several items share: each time the host is about to show the menu, the controller finds out whether its items
-// apply, collects the files that they would act on, and writes each item's glyph and state into the host's menu item.
+// A command is an item, TVEXAUICustomMenuItem, registered once under an ID and a parent menu. Several items share a
+// controller: each time the host is about to show the menu, the controller determines whether its items apply, collects
+// the files that they would act on, and writes each item's glyph and state into the host's menu item.
 //
 //     const Ref<IVEXAUIMenuItemController> controller = NewObject<TMyController>();
 //     NewObject<TMyCommand>(controller)->Register(QStringLiteral("My.Command"), ToVariant(std::int32_t{kMenuLibrary}));
 //
-// The host keeps an item alive, the item its controller; the controller knows its items without owning them. Main
-// thread. Operations throw EHostError with the host's code where they say nothing else.
+// The host keeps an item alive, and the item keeps its controller alive; the controller refers to its items without
+// owning them. Main thread. Unless their comments say otherwise, operations throw EHostError with the host's code.
 
 #include "apiWrappers.h"
 
@@ -20,7 +20,7 @@
 
 namespace vexa {
 
-/// Something is added where it, or another of its name, is already.
+/// Thrown when an item is registered already, or its ID is taken.
 class EInvalidInsert : public std::runtime_error {
 public:
     explicit EInvalidInsert(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -33,25 +33,25 @@ public:
 
 class TVEXAUICustomMenuItem;
 
-/// What items ask of their controller. Its execute operation, the host's on-show event, refreshes. This interface stays
-/// inside the plug-in: unlike those of the host, its operations may throw.
+/// The controller, as its items use it. OnExecute, which the host calls as the OnShow event, refreshes the items. Only
+/// the plug-in uses this interface: unlike the operations of the host's interfaces, its own may throw.
 struct IVEXAUIMenuItemController : IVEXAActionEvent {
     using Base = IVEXAActionEvent;
     static constexpr Guid IID = ParseGuid("{3F4AA204-E1BC-4EC9-AC70-3F74F5225604}");
 
-    /// The first item's host item gets the on-show event for all of them.
+    /// The host item of the first item added gets the OnShow event for all items.
     virtual void AddItem(IVEXAMenuItem& hostItem, TVEXAUICustomMenuItem& item) = 0;
-    /// As of the last refresh; false before.
+    /// The result of the last refresh; false before the first one.
     virtual bool IsAvailable() noexcept = 0;
-    /// For an item that ends before its controller; nothing for one that was not added.
+    /// Called by an item that is destroyed before its controller; ignores an item that was not added.
     virtual void RemoveItem(TVEXAUICustomMenuItem& item) noexcept = 0;
 
 protected:
     ~IVEXAUIMenuItemController() = default;
 };
 
-/// A command; also the object that the host calls when the user chooses it. What Execute throws is logged and shown to
-/// the user.
+/// A command, and also the object that the host calls when the user chooses the command. An exception from Execute is
+/// logged and shown to the user.
 class TVEXAUICustomMenuItem : public Implements<TInterfacedObjectEx, IVEXAActionEvent> {
 public:
     enum State : int { Disabled = 0, Enabled = 1, Visible = 2 };
@@ -60,13 +60,15 @@ public:
     /// Throws EInvalidInsert for an item that is registered or an ID that is taken, EInvalidOperation for an empty ID.
     void Register(const QString& id, const Variant& parent);
 
-    /// Base name of a PNG resource; empty: no glyph. Names with 120, 144, 168 or 192 behind are for that resolution.
+    /// The base name of a PNG resource; empty for no glyph. Resources with the suffix 120, 144, 168 or 192 are for that
+    /// resolution in DPI.
     virtual QString GetGlyphName() const { return {}; }
     /// A set of State bits.
     virtual int GetState();
-    /// `data` is what the host passes, and may be null.
+    /// `data` comes from the host and may be null.
     virtual void Execute(IUnknown* data) = 0;
-    /// Writes what the user sees into the host's item, before it is shown.
+    /// Writes the item's state into the host's item before that is shown. Derived classes may set more, such as a
+    /// caption.
     virtual void UpdateMenuState(IVEXAMenuItem& hostItem);
 
     /// Empty until Register has succeeded.
@@ -79,7 +81,7 @@ protected:
     ~TVEXAUICustomMenuItem() override;
 
     const Ref<IVEXAUIMenuItemController>& Controller() const noexcept { return FController; }
-    /// A plain item under `parent`, without a controller.
+    /// Creates a plain item under `parent`, without a controller.
     static void CreateSubItem(IVEXAMenuItem& parent, const QString& caption, IVEXAActionEvent& handler);
 
 private:
@@ -89,7 +91,8 @@ private:
     QString FID;
 };
 
-/// Keeps its items as they should look. What a refresh throws is logged; nothing is available then.
+/// Keeps the appearance of its items up to date. An exception during a refresh is logged, and no item is then
+/// available.
 class TVEXAUICustomMenuItemController : public Implements<TInterfacedObjectEx, IVEXAUIMenuItemController> {
 public:
     void OnExecute(IUnknown* data) noexcept override;
@@ -97,7 +100,7 @@ public:
     bool IsAvailable() noexcept override { return FIsAvailable; }
     void RemoveItem(TVEXAUICustomMenuItem& item) noexcept override;
 
-    /// Finds out anew whether the items apply, and updates them all.
+    /// Determines again whether the items apply, and updates all of them.
     void Refresh() noexcept;
 
 protected:
@@ -112,8 +115,8 @@ private:
 
 // ---- Commands on files ----
 
-/// Names in the order added, compared without regard to letter case; of one of them the user sees that it has the
-/// focus. Derived classes decide what becomes of a name.
+/// File names in the order added, compared without regard to letter case. One of them may have the user's focus.
+/// Derived classes decide which names are added, and in which form.
 class TVEXAFileList {
 public:
     TVEXAFileList() = default;
@@ -121,15 +124,15 @@ public:
     TVEXAFileList& operator=(const TVEXAFileList&) = delete;
     virtual ~TVEXAFileList() = default;
 
-    /// The index of the new entry; −1 when it is not taken.
+    /// Returns the index of the new entry; −1 when the name was not added.
     virtual int Add(const QString& file);
     virtual void Clear();
-    /// Focuses the entry of that name; none when there is no such entry.
+    /// Gives the focus to the entry of that name; to none when there is no such entry.
     virtual void MarkFocused(const QString& file);
 
     int Add(IVEXAString* file) { return Add(FromHostString(file)); }
     void MarkFocused(IVEXAString* file) { MarkFocused(FromHostString(file)); }
-    /// Empty when none has the focus.
+    /// Empty when no entry has the focus.
     QString GetFocused() const { return FFiles.value(FocusIndex); }
 
     int Count() const noexcept { return static_cast<int>(FFiles.size()); }
@@ -143,7 +146,7 @@ private:
     QStringList FFiles;
 };
 
-/// Makes an object of one class of file list: MakeFileList<TheClass>.
+/// Creates an object of one class of file lists: MakeFileList<TheClass>.
 using TVEXAFileListClass = std::unique_ptr<TVEXAFileList> (*)();
 
 template <class FileList>
@@ -154,7 +157,7 @@ std::unique_ptr<TVEXAFileList> MakeFileList() {
 struct IVEXAUIFileBasedMenuItemController : IUnknown {
     static constexpr Guid IID = ParseGuid("{B9FB51EF-0637-45A8-AF38-21C03C818AE7}");
 
-    /// The controller's own list, as of the last refresh.
+    /// The controller's list, as of the last refresh.
     virtual TVEXAFileList& GetFiles() noexcept = 0;
 
 protected:
@@ -170,7 +173,7 @@ protected:
     explicit TVEXAUICustomFileBasedMenuItemController(TVEXAFileListClass fileListClass) : FFiles(fileListClass()) {}
 
     bool CheckAvailability() final;
-    /// Whether the user is where the files are.
+    /// Whether the files come from the window or list that the user works in.
     virtual bool IsContextAvailable() { return true; }
     virtual void PopulateFiles(TVEXAFileList& files) = 0;
 
@@ -185,7 +188,7 @@ protected:
     void PopulateFiles(TVEXAFileList& files) override;
 };
 
-/// Files selected in the playlist that shows.
+/// Files selected in the playlist that is shown.
 class TVEXAUIPlaylistBasedMenuItemController : public TVEXAUICustomFileBasedMenuItemController {
 protected:
     using TVEXAUICustomFileBasedMenuItemController::TVEXAUICustomFileBasedMenuItemController;

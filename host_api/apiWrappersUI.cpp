@@ -4,8 +4,8 @@
 
 namespace vexa {
 
-void TellCaughtException(const char* what) noexcept {
-    LogCaughtException(what);
+void ShowCaughtException(const char* what) noexcept {
+    LogCaughtException(LogPlugin(), what);
     GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
 }
 

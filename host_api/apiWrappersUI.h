@@ -1,5 +1,5 @@
 #pragma once
-// Method calls as the host's event interfaces, and what the user is told when what they asked for fails.
+// Adapts functions to the host's event interfaces, and tells the user when a requested action fails.
 
 #include "apiWrappers.h"
 
@@ -7,11 +7,11 @@
 
 namespace vexa {
 
-/// Logs the exception that is being handled, with `what` failed, and shows its message in front of the host's main
-/// window. For whatever the user has asked for. Main thread.
-void TellCaughtException(const char* what) noexcept;
+/// Logs that `what` failed, with the exception that is being handled, and shows its message in front of the host's main
+/// window. For actions that the user has requested. Main thread.
+void ShowCaughtException(const char* what) noexcept;
 
-/// Lets several adapters stand behind one object: what this one does not offer, its master is asked for.
+/// Lets several adapters act as one object: queries for interfaces that this adapter does not offer go to its master.
 class TVEXAUICustomEventAdapter : public TInterfacedObjectEx {
 public:
     HResult QueryInterface(const Guid& iid, void** object) noexcept override;
@@ -23,10 +23,10 @@ private:
     Ref<IUnknown> FMasterAdapter;
 };
 
-/// Hears of something; `sender` is what the host passed, and may be null.
+/// An event handler; `sender` comes from the host and may be null.
 using TVEXAUINotifyEvent = std::function<void(IUnknown* sender)>;
 
-/// Calls an event for a change and for an action alike. What the event throws is logged.
+/// Calls the same event handler for changes and for actions. Its exceptions are logged.
 class TVEXAUINotifyEventAdapter : public Implements<TVEXAUICustomEventAdapter, IVEXAUIChangeEvents, IVEXAActionEvent> {
 public:
     explicit TVEXAUINotifyEventAdapter(TVEXAUINotifyEvent event, Ref<IUnknown> masterAdapter = nullptr);

@@ -28,7 +28,7 @@ QString ProfileFolder() {
     return FromHostString(path.Get());
 }
 
-/// The host's configuration as the engine reads and writes it.
+/// Lets the engine read and write the host's configuration.
 class HostConfig final : public IPodcastConfig {
 public:
     explicit HostConfig(TVEXAServiceConfig service) : FService(std::move(service)) {}
@@ -51,8 +51,8 @@ private:
 
 }  // namespace
 
-/// Keeps a plug-in that was finalised too early, and ends it as soon as that is possible: at a turn of the event loop,
-/// at the loop's end, or with the application.
+/// Keeps a plug-in alive that was finalised too early, and stops it as soon as possible: in a later turn of the event
+/// loop, at the loop's end, or when the application is destroyed.
 class TVEXAPodcastsPlugin::LateEnd final : public QObject {
 public:
     explicit LateEnd(TVEXAPodcastsPlugin& plugin) : QObject(QCoreApplication::instance()), FPlugin(&plugin) {
@@ -61,7 +61,7 @@ public:
             connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] { TryToEnd(); });
     }
     ~LateEnd() override {
-        // An application that is destroyed inside the operation waits for nothing, and the process ends.
+        // If the application is destroyed inside the operation, nothing more can be awaited, and the process ends.
         if (!TryToEnd()) (void)FPlugin.Detach();
     }
 
@@ -81,7 +81,7 @@ private:
         return true;
     }
 
-    Ref<TVEXAPodcastsPlugin> FPlugin;  // null once it has ended
+    Ref<TVEXAPodcastsPlugin> FPlugin;  // null once the plug-in has been stopped
 };
 
 TVEXAPodcastsPlugin::~TVEXAPodcastsPlugin() {
@@ -106,14 +106,14 @@ std::uint32_t TVEXAPodcastsPlugin::GetCategories() noexcept {
 }
 
 HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
-    const Ref<TVEXAPodcastsPlugin> self(this);  // the host may let go of it inside
+    const Ref<TVEXAPodcastsPlugin> self(this);  // the host may release this object during the call
     if (!HasThisSdk(core)) {
         qCWarning(LogPlugin) << "the host was built with another version of the interfaces than" << kSdkMajor;
         return E_NOTIMPL;
     }
     if (!Query<IVEXAServiceMusicLibrary>(core)) return E_NOTIMPL;
     if (IsAnyRunning) return E_UNEXPECTED;
-    AttachMainThread();  // the host need not know of the runtime that is between it and the engine
+    AttachMainThread();  // a host need not know the runtime library, so do not rely on its call
     TVEXACustomPlugin::Initialize(core);
     IsAnyRunning = FIsRunning = true;
     FIsStarting = true;
@@ -144,7 +144,7 @@ bool TVEXAPodcastsPlugin::IsClientInUse() const {
 }
 
 void TVEXAPodcastsPlugin::Finalize() noexcept {
-    const Ref<TVEXAPodcastsPlugin> self(this);  // likewise
+    const Ref<TVEXAPodcastsPlugin> self(this);  // as in Initialize
     if (!FIsRunning || std::exchange(FIsEnding, true)) return;
     if (FAreSettingsLoaded) {
         GuardedCall("saving the podcasts' options", [this] {
@@ -152,12 +152,12 @@ void TVEXAPodcastsPlugin::Finalize() noexcept {
             SaveSettings();
         });
     }
-    if (FIsStarting) return;  // Initialize sees to the rest
+    if (FIsStarting) return;  // Initialize will do the rest
     if (!IsClientInUse()) return Stop();
     GuardedCall("closing the podcasts", [this] {
         FClient->Listeners().Clear();
         TPodcastsClientPass::Close();
-        new LateEnd(*this);  // the application's
+        new LateEnd(*this);  // owned by the application object
     });
 }
 
@@ -197,7 +197,7 @@ void TVEXAPodcastsPlugin::SaveSettings() {
 
 }  // namespace podcasts
 
-/// The library's one exported function.
+/// The library's only exported function.
 extern "C" __attribute__((visibility("default"))) vexa::HResult VEXAPluginGetHeader(
     vexa::IVEXAPlugin** header) noexcept {
     if (!vexa::ClearOut(header)) return vexa::E_POINTER;

@@ -1,5 +1,5 @@
 #pragma once
-// The plug-in object: wires everything together when the host starts it and takes it apart when the host ends.
+// The plug-in object: creates and connects everything when the host starts it, and takes it apart when the host ends.
 
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
@@ -9,20 +9,20 @@
 
 namespace podcasts {
 
-/// All operations are called by the host on its main thread. One object can be initialised at a time in a process.
+/// The host calls all operations on its main thread. Only one object in a process can be initialised at a time.
 class TVEXAPodcastsPlugin : public vexa::Implements<vexa::TVEXACustomPlugin, vexa::IVEXAExternalSettingsDialog> {
 public:
     const char16_t* GetInformation(std::int32_t index) noexcept override;
     std::uint32_t GetCategories() noexcept override;
-    /// E_NOTIMPL without a music-library service, and to a host of another version of the interfaces. E_UNEXPECTED,
-    /// with everything undone and the reason logged, when something fails on the way, or when a plug-in object runs
-    /// already.
+    /// E_NOTIMPL without a music-library service, and for a host with another major version of the interfaces.
+    /// E_UNEXPECTED, with everything undone and the reason logged, when any step fails, or when another plug-in object
+    /// is running already.
     vexa::HResult Initialize(vexa::IVEXACore* core) noexcept override;
-    /// Undoes what Initialize got to; nothing when that failed or was never called. Called from within an operation of
-    /// the host's that the plug-in calls, it saves and lets nobody in any more; the rest follows as soon as that
-    /// operation has returned and the event loop runs again (see LateEnd).
+    /// Undoes what Initialize has done; does nothing when Initialize failed or was never called. If Finalize is called
+    /// while the plug-in is inside an operation of the host, it saves the settings and closes the client to new
+    /// callers; the rest follows as soon as that operation has returned and the event loop runs again (see LateEnd).
     void Finalize() noexcept override;
-    /// Opens the host's options dialog at the podcasts' page, where the host has such a dialog.
+    /// Opens the host's options dialog at the podcasts' page, if the host has such a dialog.
     void Show(vexa::WindowHandle parentWindow) noexcept override;
 
 protected:
@@ -32,21 +32,23 @@ private:
     class LateEnd;
 
     void Start();
-    /// Whether code of the client is on the stack, or another thread waits for what is: the client cannot go now.
+    /// Whether code of the client is on the stack, or another thread waits for such code. The client cannot be
+    /// destroyed then.
     bool IsClientInUse() const;
     void Stop() noexcept;
     void LoadSettings();
-    /// What the page sets is written at once: where the configuration differs, the host or another program has set it.
+    /// Reads the options again. Options set on the page are written at once, so if the configuration differs from them,
+    /// the host or another program has changed it.
     void ReloadOptions();
     void SaveSettings();
 
     std::unique_ptr<TPodcastClient> FClient;
     vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
-    bool FIsRunning = false;  // the core reference is this object's
+    bool FIsRunning = false;  // this object has set the core reference
     bool FIsStarting = false;
     bool FIsEnding = false;           // Finalize was called
-    bool FIsWithSettings = false;     // the host's configuration is being asked or told
-    bool FAreSettingsLoaded = false;  // only what was loaded may be saved
+    bool FIsWithSettings = false;     // the host's configuration is being read or written
+    bool FAreSettingsLoaded = false;  // settings may be saved only after they were loaded
 };
 
 }  // namespace podcasts

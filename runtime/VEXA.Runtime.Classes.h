@@ -1,6 +1,6 @@
 #pragma once
-// Base classes: the reference-counted object, the persistent object with bracketed changes, and links that turn null
-// when what they point to is destroyed.
+// Base classes: the reference-counted object, the persistent object with grouped changes, and links that become null
+// when their target is destroyed.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.SDK.Base.h"
@@ -11,8 +11,8 @@
 
 namespace vexa {
 
-/// `object` as what `iid` names, if that is Interface or one that Interface extends (its `Base`, and so on); else null.
-/// No reference is added.
+/// `object` as the interface `iid`, if that is Interface or an interface that it extends (its `Base`, and so on); else
+/// null. Adds no reference.
 template <class Interface>
 void* OfferedInterface(Interface* object, const Guid& iid) noexcept {
     if (iid == Interface::IID) return object;
@@ -22,8 +22,8 @@ void* OfferedInterface(Interface* object, const Guid& iid) noexcept {
         return nullptr;
 }
 
-/// Implements IUnknown for a class that offers the interfaces `Interfaces` and those that they extend. Born with a
-/// count of 0; the first Ref makes it 1, and the last Release destroys it.
+/// Implements IUnknown for a class that offers the interfaces `Interfaces` and those that they extend. A new object has
+/// a count of 0; the first Ref makes it 1, and the last Release destroys the object.
 template <class... Interfaces>
 class RefCountedObject : public Interfaces... {
 public:
@@ -58,8 +58,8 @@ private:
     std::atomic<std::int32_t> FRefCount{0};
 };
 
-/// A settings object whose changes can be bracketed: outside a bracket every change is announced at once, inside one at
-/// most once, when the outermost bracket ends. One thread at a time.
+/// A settings object whose changes can be grouped. Outside a group, DoChanged is called at once for every change;
+/// inside one at most once, when the outermost group ends. One thread at a time.
 class VEXA_RUNTIME_API LockablePersistent {
 public:
     LockablePersistent() = default;
@@ -67,11 +67,11 @@ public:
     LockablePersistent& operator=(const LockablePersistent&) = delete;
     virtual ~LockablePersistent();
 
-    /// Copies what DoAssign copies, as one change.
+    /// Calls DoAssign inside a group, so that it counts as one change.
     virtual void Assign(const LockablePersistent& source);
     virtual void BeginUpdate();
     virtual void EndUpdate();
-    /// Ends a bracket without announcing its changes.
+    /// Ends a group without announcing its changes.
     virtual void CancelUpdate();
 
 protected:
@@ -85,7 +85,8 @@ private:
     int FPendingChanges = 0;
 };
 
-/// What others link to. Its owner invalidates all links at once, latest when it is destroyed.
+/// The target's side of its links: a member of the target, which nulls all links at once, at the latest when the target
+/// is destroyed.
 template <class T>
 class LinkSource {
 public:
@@ -105,8 +106,8 @@ private:
     std::shared_ptr<Cell> FCell;
 };
 
-/// A weak reference. Get may be used on the thread that destroys the target only: elsewhere the target can vanish
-/// between the look and the use.
+/// A weak reference. Call Get only on the thread that destroys the target: on any other thread the target can be
+/// destroyed between the call and the use of its result.
 template <class T>
 class Link {
 public:

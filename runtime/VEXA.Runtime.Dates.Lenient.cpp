@@ -15,9 +15,9 @@ namespace {
 
 constexpr qint64 kSecondsPerDay = 24 * 60 * 60;
 constexpr qint64 kUnixEpochJulianDay = 2440588;
-constexpr qsizetype kLongest = 100;  // characters that a date can have
+constexpr qsizetype kLongestDate = 100;  // characters; no date is longer
 
-/// How the names of a month begin, in small letters and without accents.
+/// The beginnings of the names of months, in small letters and without accents.
 constexpr std::pair<QStringView, int> kMonthStems[] = {
     {u"jan", 0},  {u"ene", 0},  {u"gen", 0},  {u"sty", 0},  {u"янв", 0},                             //
     {u"feb", 1},  {u"fev", 1},  {u"lut", 1},  {u"фев", 1},                                           //
@@ -33,7 +33,7 @@ constexpr std::pair<QStringView, int> kMonthStems[] = {
     {u"dec", 11}, {u"dez", 11}, {u"dic", 11}, {u"gru", 11}, {u"дек", 11},
 };
 
-/// How the names of a day begin.
+/// The beginnings of the names of weekdays.
 constexpr QStringView kDayStems[] = {
     u"mon", u"tue", u"wed", u"thu", u"fri", u"sat", u"sun",                                      // English
     u"mo",  u"di",  u"mi",  u"do",  u"fr",  u"sa",  u"so",                                       // German
@@ -46,7 +46,7 @@ constexpr QStringView kDayStems[] = {
     u"по",  u"пн",  u"вт",  u"ср",  u"че",  u"чт",  u"пя",  u"пт",  u"су", u"сб", u"во", u"вс",  // Russian
 };
 
-/// What stands between the parts of a date: "24 de noviembre de 2026 a las 06:00", "um 6:00 Uhr".
+/// Words between the parts of a date: "24 de noviembre de 2026 a las 06:00", "um 6:00 Uhr".
 constexpr QStringView kFillers[] = {u"de",   u"del", u"di",   u"do",   u"of", u"um",   u"uhr", u"at",
                                     u"a",    u"las", u"alle", u"ore",  u"om", u"uur",  u"as",  u"o",
                                     u"godz", u"в",   u"г",    u"года", u"r",  u"roku", u"h"};
@@ -55,7 +55,8 @@ struct Zone {
     std::string_view Name;
     int Minutes;
 };
-/// Minutes east of Greenwich. Where one abbreviation stands for several zones, it is the one that most people live in.
+/// Zones by abbreviation, in minutes east of Greenwich. If an abbreviation stands for several zones, it is read as the
+/// one with the largest population.
 constexpr Zone kZones[] = {
     {"ACDT", 630},  {"ACST", 570},  {"ADT", -180}, {"AEDT", 660},  {"AEST", 600}, {"AFT", 270},   {"AKDT", -480},
     {"AKST", -540}, {"ALMT", 300},  {"AMT", -240}, {"ART", -180},  {"AST", -240}, {"AWST", 480},  {"AZOST", 0},
@@ -82,7 +83,7 @@ auto FindStem(const Table& table, QStringView word, Member member) {
                         [&](const auto& entry) { return word.startsWith(std::invoke(member, entry)); });
 }
 
-/// In small letters and without accents: "März" and "MARZ" are "marz".
+/// `word` in small letters and without accents: both "März" and "MARZ" become "marz".
 QString Folded(QStringView word) {
     QString folded;
     for (const QChar c : word.toString().normalized(QString::NormalizationForm_D))
@@ -98,7 +99,8 @@ const Zone* FindZone(QStringView word) {
     return found == std::end(kZones) ? nullptr : found;
 }
 
-/// Minutes east of Greenwich of a zone of the tz database at a local time; nothing when there is none of that name.
+/// The offset of a zone of the tz database at a local time, in minutes east of Greenwich; nothing when there is no zone
+/// of that name.
 std::optional<int> OffsetAt(const QString& zone, const QDate& day, int hour, int minute) {
     const auto* id = reinterpret_cast<const UChar*>(zone.utf16());
     const auto length = static_cast<std::int32_t>(zone.size());
@@ -116,7 +118,7 @@ std::optional<int> OffsetAt(const QString& zone, const QDate& day, int hour, int
     return milliseconds / (60 * 1000);
 }
 
-/// Reads a date from left to right; what it is made of may come in any order that leaves no doubt.
+/// Reads a date from left to right; its parts may come in any unambiguous order.
 class Reader {
 public:
     explicit Reader(QStringView text) : FText(text) {}
@@ -161,7 +163,7 @@ private:
         if (digits <= 2 && FDay < 0) {
             FDay = number;
         } else if (FYear < 0 && (digits == 4 || digits == 2)) {
-            constexpr int kPivot = 70;  // as curl_getdate takes years without a century
+            constexpr int kPivot = 70;  // for years without a century, as in curl_getdate
             FYear = digits == 4 ? number : number + (number < kPivot ? 2000 : 1900);
         } else {
             return false;
@@ -178,7 +180,7 @@ private:
         FSecond = Digits(2, 2);
         if (!IsAt(u'.')) return FSecond >= 0;
         ++FAt;
-        return FSecond >= 0 && Digits(0, 9) >= 0;  // parts of a second do not matter
+        return FSecond >= 0 && Digits(0, 9) >= 0;  // skip fractions of a second
     }
 
     bool TakeYearMonthDay(int year) {
@@ -229,7 +231,7 @@ private:
         const QString folded = Folded(word);
         if (const auto month = FindStem(kMonthStems, folded, &std::pair<QStringView, int>::first);
             month != std::end(kMonthStems)) {
-            FMonth = month->second;  // the last such word: "mar., 24 nov." is a Tuesday
+            FMonth = month->second;  // the last such word counts: "mar., 24 nov." is a Tuesday in November
             return true;
         }
         if (const Zone* zone = FHour >= 0 ? FindZone(word) : nullptr) {
@@ -273,7 +275,7 @@ private:
     std::optional<qint64> Moment() const {
         const QDate day(FYear, FMonth + 1, FDay);
         if (FYear < 100 || FMonth < 0 || FDay < 0 || !day.isValid()) return std::nullopt;
-        if (FIsAmerican && FHalf == Half::None) return std::nullopt;  // elsewhere the day comes first
+        if (FIsAmerican && FHalf == Half::None) return std::nullopt;  // outside America the day comes first
         int hour = std::max(FHour, 0);
         if (FHalf == Half::Afternoon && hour < 12) hour += 12;
         if (FHalf == Half::Morning && hour == 12) hour = 0;
@@ -288,7 +290,7 @@ private:
 
     QStringView FText;
     qsizetype FAt = 0;
-    int FYear = -1, FMonth = -1, FDay = -1;  // the month counted from 0
+    int FYear = -1, FMonth = -1, FDay = -1;  // FMonth counts from 0
     int FHour = -1, FMinute = 0, FSecond = 0;
     Half FHalf = Half::None;
     bool FIsAmerican = false, FHasOffset = false;
@@ -299,7 +301,7 @@ private:
 }  // namespace
 
 std::optional<qint64> DecodeLenientDate(QStringView text) {
-    return text.size() <= kLongest ? Reader(text).Read() : std::nullopt;
+    return text.size() <= kLongestDate ? Reader(text).Read() : std::nullopt;
 }
 
 bool IsMisreadByCurl(QStringView text) {

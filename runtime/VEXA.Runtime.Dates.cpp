@@ -27,7 +27,7 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Whether a word begins as the name of a month or a weekday does.
+/// Whether a word begins like the name of a month or a weekday.
 bool IsCalendarName(const char* word) {
     static constexpr std::string_view names =
         "jan feb mar apr may jun jul aug sep oct nov dec mon tue wed thu fri sat sun";
@@ -36,7 +36,7 @@ bool IsCalendarName(const char* word) {
     return names.find(std::string_view(lower, 3)) != std::string_view::npos;
 }
 
-/// Cuts names of months and weekdays to three letters: "September", "Sept", "Thurs". The new size.
+/// Shortens the names of months and weekdays ("September", "Sept", "Thurs") to three letters. Returns the new size.
 std::size_t ShortenNames(char* text, std::size_t size) {
     std::size_t to = 0;
     for (std::size_t from = 0; from < size;) {
@@ -51,8 +51,8 @@ std::size_t ShortenNames(char* text, std::size_t size) {
     return to;
 }
 
-/// The text as curl_getdate reads it: zone "+02:00" without its colon, names of three letters. False when it is not
-/// ASCII or longer than a date can be.
+/// Converts `text` to a spelling that curl_getdate reads: zone "+02:00" without its colon, names of three letters.
+/// False when the text is not ASCII, or longer than a date can be.
 bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
     if (text.size() >= static_cast<qsizetype>(out.size())) return false;
     std::size_t size = 0;
@@ -73,7 +73,7 @@ bool ToCurlSpelling(QStringView text, std::array<char, 64>& out) {
     return true;
 }
 
-/// Reads `digits` decimal digits at `at` and moves past them; −1 when they are none.
+/// Reads `digits` decimal digits at `at` and moves past them; −1 when they are not all digits.
 int TakeNumber(QStringView text, qsizetype& at, int digits) {
     if (at + digits > text.size()) return -1;
     int number = 0;
@@ -85,8 +85,8 @@ int TakeNumber(QStringView text, qsizetype& at, int digits) {
     return number;
 }
 
-/// The form in which nearly all feeds write their dates: "Tue, 24 Nov 2026 06:00:00 +0100", the weekday at will, the
-/// zone also GMT. The library's reader, which takes everything else, needs ten times as long.
+/// Reads the form in which nearly all feeds write dates: "Tue, 24 Nov 2026 06:00:00 +0100", with or without the
+/// weekday, and also with the zone GMT. curl_getdate, which reads most other forms, takes ten times as long.
 std::optional<double> FromUsualForm(QStringView text) {
     qsizetype at = text.size() > 5 && text[3] == u',' && text[4] == u' ' ? 5 : 0;
     const bool hasTwoDigits = at + 1 < text.size() && text[at + 1] != u' ';
@@ -95,7 +95,7 @@ std::optional<double> FromUsualForm(QStringView text) {
     const qsizetype month = text.size() >= at + 5 ? months.indexOf(text.sliced(at, 5)) : -1;
     if (day < 0 || month < 0) return std::nullopt;
     at += 5;
-    const int year = TakeNumber(text, at, 4);  // below 100 it lacks its century, which the library knows to add
+    const int year = TakeNumber(text, at, 4);  // below 100 the century is missing: leave that to curl_getdate
     int clock[3];
     for (int i = 0; i < 3; ++i) {
         if (at >= text.size() || text[at++] != (i == 0 ? u' ' : u':')) return std::nullopt;
@@ -124,7 +124,7 @@ std::optional<double> FromUsualForm(QStringView text) {
 double FromIso(QStringView text) {
     constexpr qsizetype kDateSize = 10;  // "2026-11-24"
     QString spelling = text.toString();
-    // Qt would take a date without a zone as local, and fail where the local clock skips an hour.
+    // Qt would read a date without a zone as local time, and fail where the local clock skips an hour.
     if (text.size() <= kDateSize) {
         const QDate day = QDate::fromString(spelling, Qt::ISODate);
         return day.isValid() ? ToOleDate(QDateTime(day, QTime(0, 0), Qt::UTC)) : 0;
@@ -150,7 +150,7 @@ double DecodeRfc822Date(const QString& text) {
     if (LooksIso(trimmed)) {
         if (const double date = FromIso(trimmed); date != 0) return date;
     } else if (std::array<char, 64> spelling; !IsMisreadByCurl(trimmed) && ToCurlSpelling(trimmed, spelling)) {
-        // Before the lenient reader, so that a date that was always read stays what it was.
+        // Before the lenient reader, so that dates which earlier versions could read do not change.
         if (const time_t seconds = curl_getdate(spelling.data(), nullptr); seconds != -1) return toDate(seconds);
     }
     const auto seconds = DecodeLenientDate(trimmed);
@@ -166,8 +166,8 @@ double ToOleDate(const QDateTime& date) {
 }
 
 QDateTime FromOleDate(double date) {
-    // Beyond the years that a calendar shows, and for not-a-number, there is no date.
-    constexpr double kMostDays = 3'000'000;  // a little more than to the end of the year 9999
+    // A number beyond the years that a calendar shows, or not-a-number, is not a date.
+    constexpr double kMostDays = 3'000'000;  // a little beyond the end of the year 9999
     if (!(std::abs(date) < kMostDays)) return {};
     return QDateTime::fromMSecsSinceEpoch(std::llround((date - kUnixEpoch) * kMillisecondsPerDay), Qt::UTC);
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Dates as the system keeps them: OLE Automation dates, days since 1899-12-30 00:00 as a double, in UTC.
+// Dates as they are stored everywhere in the system: OLE Automation dates, days since 1899-12-30 00:00 UTC as a double.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -10,19 +10,19 @@ class QDateTime;
 
 namespace vexa {
 
-/// An RFC 822 date-time (RFC 2822, 3.3), and the variations that real feeds show: any letter case, missing weekday or
-/// seconds, ISO 8601 forms, names of months and days in other languages, AM and PM, more zones (docs/feeds.md lists
-/// them). Without a zone it counts as UTC. 0 when unreadable.
+/// Reads an RFC 822 date-time (RFC 2822, 3.3), with the variations found in real feeds: any letter case, missing
+/// weekday or seconds, ISO 8601 forms, names of months and days in other languages, AM and PM, more zones
+/// (docs/feeds.md lists them). A date without a zone is UTC. Returns 0 for unreadable text.
 VEXA_RUNTIME_API double DecodeRfc822Date(const QString& text);
 
-/// An XML date-time (ISO 8601). Without a zone it counts as UTC. 0 when unreadable.
+/// Reads an XML date-time (ISO 8601). A date without a zone is UTC. Returns 0 for unreadable text.
 VEXA_RUNTIME_API double DecodeIsoDate(const QString& text);
 
 /// The civil date and time (in UTC) of an OLE date, rounded to milliseconds; invalid when out of range.
 VEXA_RUNTIME_API QDateTime FromOleDate(double date);
 VEXA_RUNTIME_API double ToOleDate(const QDateTime& date);
 
-/// Formats with the pattern letters yyyy MM dd hh mm ss (24-hour); everything else is literal.
+/// Formats a date by a pattern of yyyy MM dd hh mm ss (24-hour clock); all other characters are literal.
 VEXA_RUNTIME_API QString FormatOleDate(double date, QStringView pattern);
 
 }  // namespace vexa

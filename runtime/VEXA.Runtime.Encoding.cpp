@@ -23,13 +23,13 @@ constexpr Mark kByteOrderMarks[] = {{std::string_view("\x00\x00\xFE\xFF", 4), "U
                                     {std::string_view("\xEF\xBB\xBF", 3), "UTF-8"},
                                     {std::string_view("\xFE\xFF", 2), "UTF-16BE"},
                                     {std::string_view("\xFF\xFE", 2), "UTF-16LE"}};
-// XML 1.0, appendix F.1: "<?" without a mark.
+// XML 1.0, appendix F.1: "<?" without a byte-order mark.
 constexpr Mark kFirstCharacters[] = {{std::string_view("\x00\x00\x00<", 4), "UTF-32BE"},
                                      {std::string_view("<\x00\x00\x00", 4), "UTF-32LE"},
                                      {std::string_view("\x00<\x00", 3), "UTF-16BE"},
                                      {std::string_view("<\x00", 2), "UTF-16LE"}};
 
-/// The encoding that an XML declaration names; empty when there is none. Looks at ASCII-compatible bytes only.
+/// The encoding named by the XML declaration; empty when there is none. The bytes must be ASCII-compatible.
 std::string_view DeclaredEncoding(std::string_view bytes) {
     const std::size_t begin = bytes.find("<?xml");
     if (begin == std::string_view::npos || begin > 1024) return {};
@@ -91,30 +91,29 @@ bool IsUtf8Name(const char* encoding) {
     return IsNamed(encoding, "UTF-8") || IsNamed(encoding, "US-ASCII") || IsNamed(encoding, "ASCII");
 }
 
-/// How many bytes at the start are ASCII.
+/// The number of ASCII bytes at the start.
 std::size_t AsciiLength(std::string_view bytes) {
     const auto isOther = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
     return static_cast<std::size_t>(std::find_if(bytes.begin(), bytes.end(), isOther) - bytes.begin());
 }
 
-/// Whether every character of `encoding` is one byte, so that its texts hardly ever pass for UTF-8.
+/// Whether `encoding` has one byte for each character, so that its texts are hardly ever valid UTF-8.
 bool IsSingleByte(const char* encoding) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(encoding, &status), ucnv_close);
     return U_SUCCESS(status) && ucnv_getMaxCharSize(converter.get()) == 1;
 }
 
-/// The length of the UTF-8 sequence of several bytes at the start of `bytes` (RFC 3629, section 4); 0 when none begins
-/// there.
+/// The length of the multi-byte UTF-8 sequence at the start of `bytes` (RFC 3629, section 4); 0 when there is none.
 std::size_t SequenceLength(std::string_view bytes) {
     const auto lead = static_cast<unsigned char>(bytes.front());
     const std::size_t length = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     return length > 0 && length <= bytes.size() && IsUtf8(bytes.substr(0, length)) ? length : 0;
 }
 
-/// The text of what says that it is UTF-8 and is not quite: each broken byte becomes U+FFFD. Nothing when the broken
-/// bytes are the rule, as in a text that is windows-1252 in truth. A pair of its accented letters and signs passes for
-/// a sequence now and then, so one sequence outweighs only a few broken bytes.
+/// Replaces each invalid byte in a text declared as UTF-8 by U+FFFD. Nothing when most non-ASCII bytes are invalid, as
+/// in a text that is really windows-1252. Since a pair of accented letters and signs in windows-1252 sometimes forms a
+/// valid sequence, one valid sequence outweighs only a few invalid bytes.
 std::optional<std::string> WithBrokenBytesReplaced(std::string_view bytes) {
     constexpr std::size_t kOutweighed = 8;
     constexpr std::string_view replacement = "\xEF\xBF\xBD";
@@ -135,7 +134,7 @@ std::optional<std::string> WithBrokenBytesReplaced(std::string_view bytes) {
     return text;
 }
 
-/// Empty optional when ICU does not know `encoding`. `isUtf8`: whether the bytes are UTF-8.
+/// Nothing when ICU does not know `encoding`. `isUtf8`: whether the bytes are valid UTF-8.
 std::optional<std::string> DecodeAs(std::string_view bytes, const char* encoding, bool isUtf8) {
     if (IsUtf8Name(encoding)) {
         if (isUtf8) return std::string(bytes);
@@ -165,11 +164,11 @@ std::string DecodeXml(std::string_view bytes, const QString& charset) {
     }
     const bool isUtf8 = IsUtf8(bytes);
     const std::string declared(DeclaredEncoding(bytes));
-    // The bytes were read as ASCII to find the declaration, so a claim of UTF-16 in it is false.
+    // The declaration was found by reading the bytes as ASCII, so if it names UTF-16, it is wrong.
     if (!declared.empty() && !declared.starts_with("UTF-16") && !declared.starts_with("utf-16"))
         if (auto text = DecodeAs(bytes, declared.c_str(), isUtf8)) return WithoutMark(std::move(*text));
     const QByteArray name = charset.toLatin1();
-    // What a server is set up to say of all its files does not stand against a document that shows what it is.
+    // A server may be configured to send one charset for all files, so valid UTF-8 in the document takes precedence.
     const bool isRefuted =
         !name.isEmpty() && isUtf8 && !IsUtf8Name(name.constData()) && AsciiLength(bytes) < bytes.size();
     if (!name.isEmpty() && !isRefuted)

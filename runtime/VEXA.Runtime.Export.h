@@ -1,5 +1,5 @@
 #pragma once
-// What the shared runtime library shows to those who link it.
+// Marks the symbols that the shared runtime library exports.
 
 #if defined(VEXA_RUNTIME_BUILD)
 #define VEXA_RUNTIME_API __attribute__((visibility("default")))

@@ -16,8 +16,8 @@ namespace {
 struct MediaType {
     QStringView Type, Extension;
 };
-// The audio (and video) types of podcasts: the system's database prefers unusual extensions for some of them and does
-// not know others.
+// The audio and video types of podcasts. The system's MIME database prefers unusual extensions for some of them and
+// does not know others.
 constexpr MediaType kMediaTypes[] = {
     {u"audio/mpeg", u".mp3"},      {u"audio/mp3", u".mp3"},      {u"audio/mpeg3", u".mp3"},
     {u"audio/x-mpeg", u".mp3"},    {u"audio/x-mp3", u".mp3"},    {u"audio/mpg", u".mp3"},
@@ -33,12 +33,12 @@ constexpr MediaType kMediaTypes[] = {
     {u"video/mp4", u".mp4"},       {u"video/x-m4v", u".m4v"},    {u"video/mpeg", u".mpg"},
     {u"video/quicktime", u".mov"}, {u"video/webm", u".webm"},    {u"video/ogg", u".ogv"},
 };
-// Further extensions of such files.
+// Further extensions of audio and video files.
 constexpr QStringView kMediaExtensions[] = {u".mp2", u".mpga", u".oga", u".spx", u".mka",  u".aiff", u".wv",  u".ape",
                                             u".mkv", u".avi",  u".wmv", u".asf", u".mpeg", u".3gp",  u".flv", u".m4r"};
 
-// Extensions of what else stands at an episode's address, often a script that answers with audio. The system's database
-// would not do: it knows ".org" and ".fm", which are how titles and names of shows end.
+// Other extensions in the addresses of episodes, often of scripts that respond with audio. The system's MIME database
+// is no alternative: it knows ".org" and ".fm", with which titles and names of shows end.
 constexpr QStringView kOtherExtensions[] = {u".bin",  u".dat", u".php", u".asp",  u".aspx", u".jsp", u".cgi",
                                             u".html", u".htm", u".xml", u".rss",  u".json", u".txt", u".pdf",
                                             u".jpg",  u".png", u".gif", u".jpeg", u".webp", u".zip", u".m3u",
@@ -109,7 +109,7 @@ bool BeginsLikeMedia(QByteArrayView bytes) noexcept {
         return bytes.size() >= offset + static_cast<qsizetype>(signature.size()) &&
                std::equal(signature.begin(), signature.end(), bytes.begin() + offset);
     };
-    // MPEG audio begins with eleven set bits (ISO/IEC 11172-3, 2.4.1.3); FF FE is the mark of UTF-16.
+    // MPEG audio begins with eleven set bits (ISO/IEC 11172-3, 2.4.1.3); FF FE is the byte-order mark of UTF-16.
     const bool isMpegAudio = bytes.size() >= 2 && bytes[0] == '\xFF' && bytes[1] != '\xFE' &&
                              (static_cast<unsigned char>(bytes[1]) & 0xE0) == 0xE0;
     return isMpegAudio || isAt(0, "ID3") || isAt(0, "OggS") || isAt(0, "fLaC") || isAt(0, "RIFF") || isAt(4, "ftyp") ||

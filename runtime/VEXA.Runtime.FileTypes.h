@@ -1,5 +1,5 @@
 #pragma once
-// What a file is: by the MIME type that somebody names, by its name, by its first bytes.
+// Tells a file's type by its MIME type, its name, or its first bytes.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -11,25 +11,25 @@ namespace vexa {
 /// The extension, with its dot, registered for a MIME type ("audio/mpeg": ".mp3"); empty for an unknown type.
 VEXA_RUNTIME_API QString ExtensionOfMimeType(const QString& mimeType);
 
-/// The extension of a file's name with its dot, if it names a type of files: ".mp3" of "a.mp3", nothing of
+/// The extension of a file's name, with its dot, if it is that of a known file type: ".mp3" for "a.mp3", empty for
 /// "Chapter 3.141".
 VEXA_RUNTIME_API QString KnownExtension(const QString& fileName);
 
 /// Whether an extension, with its dot and in any letter case, is that of an audio or video format.
 VEXA_RUNTIME_API bool IsMediaExtension(const QString& extension);
 
-/// Whether something is audio or video, by its MIME type; by the extension of its address where there is no type, or
-/// one that says nothing (application/octet-stream).
+/// Whether a resource is audio or video: by its MIME type, or, where that is missing or unspecific
+/// (application/octet-stream), by the extension of its address.
 VEXA_RUNTIME_API bool IsMedia(const QString& mimeType, const QString& address);
 
-/// Whether a MIME type is one that servers use for what they know nothing about.
+/// Whether a MIME type is one that servers send for files of unknown type.
 VEXA_RUNTIME_API bool IsUnspecificMimeType(const QString& mimeType);
 
-/// Whether a file begins as the usual audio and video formats do: ID3, MPEG audio, Ogg, FLAC, RIFF, MP4 and Matroska.
+/// Whether `bytes` begin like a common audio or video format: ID3, MPEG audio, Ogg, FLAC, RIFF, MP4 or Matroska.
 VEXA_RUNTIME_API bool BeginsLikeMedia(QByteArrayView bytes) noexcept;
 
-/// Whether a file begins as an HTML page does (WHATWG MIME Sniffing, 7.1, and tags that pages leave out <html> for):
-/// after white space, an XML declaration and comments.
+/// Whether `bytes` begin like an HTML page (WHATWG MIME Sniffing, 7.1, plus the tags with which a page without <html>
+/// begins), after optional white space, an XML declaration and comments.
 VEXA_RUNTIME_API bool BeginsLikeHtmlPage(QByteArrayView bytes) noexcept;
 
 }  // namespace vexa

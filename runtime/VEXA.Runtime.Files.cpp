@@ -16,8 +16,8 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kLongestComponent = 200;  // bytes; file systems take 255
-constexpr qsizetype kLongestExtension = 10;   // characters, dot not counted
+constexpr qsizetype kLongestComponent = 200;  // bytes; file systems allow 255
+constexpr qsizetype kLongestExtension = 10;   // characters, without the dot
 
 bool IsOuter(QChar c) {
     return c == u'.' || c.isSpace();
@@ -29,7 +29,8 @@ QStringView TrimmedOuter(QStringView text) {
     return text;
 }
 
-/// Device names that some file systems reserve, with any extension: CON, PRN, AUX, NUL, COM0–9, LPT0–9.
+/// Whether a component is a device name that some file systems reserve, with any extension: CON, PRN, AUX, NUL, COM0–9,
+/// LPT0–9.
 bool IsDeviceName(QStringView component) {
     const qsizetype dot = component.indexOf(u'.');
     const QString stem = (dot < 0 ? component : component.first(dot)).trimmed().toString().toUpper();
@@ -37,18 +38,19 @@ bool IsDeviceName(QStringView component) {
     return stem.size() == 4 && stem[3].isDigit() && (stem.startsWith(u"COM") || stem.startsWith(u"LPT"));
 }
 
-/// Where the extension's dot stands; −1 when there is none worth keeping.
+/// The position of the extension's dot; −1 when there is no extension worth keeping.
 qsizetype ExtensionDot(QStringView component) {
     const qsizetype dot = component.lastIndexOf(u'.');
     return dot > 0 && component.size() - dot - 1 <= kLongestExtension && dot + 1 < component.size() ? dot : -1;
 }
 
-/// Qt makes what is missing of the user's trash itself, but when it cannot it puts files below the current folder.
+/// Creates the missing folders of the user's trash. Qt does this itself, but when it fails it puts files below the
+/// current folder.
 bool MakeTrash() {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString trash = data + u"/Trash";
     QDir().mkpath(data);
-    mkdir(QFile::encodeName(trash).constData(), S_IRWXU);  // nobody else is to see what is in there
+    mkdir(QFile::encodeName(trash).constData(), S_IRWXU);  // not readable by other users
     return QDir().mkpath(trash + u"/files") && QDir().mkpath(trash + u"/info");
 }
 
@@ -62,7 +64,7 @@ QStringView Extension(QStringView path) {
     const qsizetype dot = name.lastIndexOf(u'.');
     if (dot < 0) return {};
     const QStringView extension = name.sliced(dot + 1);
-    return extension.contains(u' ') ? QStringView() : extension;  // "Dr. No" has none
+    return extension.contains(u' ') ? QStringView() : extension;  // "Dr. No" has no extension
 }
 
 }  // namespace
@@ -92,7 +94,7 @@ QString ClampComponent(const QString& component, qsizetype maxBytes) {
     const QString extension = dot < 0 ? QString() : component.sliced(dot);
     QString stem = dot < 0 ? component : component.first(dot);
     const qsizetype room = maxBytes - extension.toUtf8().size();
-    // Every UTF-16 unit makes at least one byte, so begin where a cut can be needed.
+    // Every UTF-16 unit becomes at least one byte, so the stem has at most `room` units.
     stem.truncate(room);
     while (!stem.isEmpty() && stem.toUtf8().size() > room) stem.chop(1);
     if (!stem.isEmpty() && stem.back().isHighSurrogate()) stem.chop(1);
@@ -115,7 +117,7 @@ QString FileFormat(const QString& addressOrFile) {
         path = path.sliced(scheme + 3);
         const auto isEnd = [](QChar c) { return c == u'?' || c == u'#'; };
         path = path.first(std::find_if(path.begin(), path.end(), isEnd) - path.begin());
-        if (!path.contains(u'/')) return {};  // a host alone: its ".com" is no format
+        if (!path.contains(u'/')) return {};  // only a host, whose ".com" is not a format
     }
     return Extension(path).toString().toUpper();
 }
@@ -133,6 +135,13 @@ bool FileExists(const QString& fileName) {
     if (fileName.isEmpty() || fileName.contains(QChar::Null)) return false;
     struct stat status {};
     return stat(QFile::encodeName(fileName).constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool IsFileNamed(int descriptor, const QByteArray& name) noexcept {
+    struct stat opened {
+    }, named{};
+    return fstat(descriptor, &opened) == 0 && stat(name.constData(), &named) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
 }
 
 bool MoveToRecycleBin(const QString& fileName) {

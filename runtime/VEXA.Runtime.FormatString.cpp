@@ -62,7 +62,7 @@ QString FormatStringFactory::Expand(QStringView text, const void* context, int d
         while (end < text.size() && IsNameCharacter(text[end])) ++end;
         const QString name = text.sliced(1, end - 1).toString();
         std::optional<QString> value;
-        qsizetype length = 0;  // of what looks like a macro or a call
+        qsizetype length = 0;  // of the text that looks like a macro or a call
         if (!name.isEmpty() && end < text.size() && text[end] == u'%') {
             length = end + 1;
             if (const auto macro = FMacros.constFind(name); macro != FMacros.cend()) value = (*macro)(context);
@@ -79,7 +79,7 @@ QString FormatStringFactory::Expand(QStringView text, const void* context, int d
         } else if (length > 0 && !FKeepUnknown) {
             text = text.sliced(length);
         } else {
-            // The closing "%" of an unknown name may open the next macro, so only the first one is passed over.
+            // The closing "%" of an unknown name may open the next macro, so skip only the first "%".
             result += u'%';
             text = text.sliced(1);
         }

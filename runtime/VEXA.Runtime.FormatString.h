@@ -1,8 +1,8 @@
 #pragma once
 // Format strings: text with "%Name%" macros and "%Name(argument)%" functions of one argument.
 //
-// An argument is a format string itself, so it may hold macros and calls. An unknown name, a lone "%" and anything
-// malformed stay as they are. Names are case-sensitive. Evaluation is reentrant: the tables never change once built.
+// An argument is a format string itself, so it may contain macros and calls. A lone "%" and anything malformed are left
+// unchanged. Names are case-sensitive. Evaluation is reentrant, because the tables never change once built.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -17,24 +17,24 @@ namespace vexa {
 
 class VEXA_RUNTIME_API FormatStringFactory {
 public:
-    /// Both options as the base has them: unknown names vanish, and the result loses its outer blanks.
+    /// With both options at their defaults: unknown names are removed, and the result is trimmed.
     FormatStringFactory() = default;
     virtual ~FormatStringFactory();
     FormatStringFactory(const FormatStringFactory&) = delete;
     FormatStringFactory& operator=(const FormatStringFactory&) = delete;
 
-    /// Replaces every macro and call in `text`; `context` is handed to each of them as it is.
+    /// Replaces every macro and call in `text`; `context` is passed on to every macro.
     QVariant Evaluate(const QString& text, const void* context) const;
 
-    /// Names of the macros in the order registered.
+    /// The names of the macros, in the order registered.
     const QStringList& Macros() const noexcept { return FMacroNames; }
 
 protected:
     using Macro = std::function<QString(const void* context)>;
     using Function = std::function<QString(const QString& argument)>;
 
-    /// Fills the tables; derived classes call the inherited one first. Called once, from the constructor of the class
-    /// that is made.
+    /// Fills the tables; an override calls the inherited function first. Called once, from the constructor of the most
+    /// derived class.
     virtual void RegisterMacros() {}
     void RegisterMacro(const QString& name, Macro macro);
     void RegisterFunction(const QString& name, Function function);

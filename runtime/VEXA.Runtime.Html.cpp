@@ -18,15 +18,15 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kLook = 1024;               // bytes, within which a document says what it is
-constexpr qsizetype kMostRead = 1024 * 1024;    // bytes; links stand in a page's head
-constexpr int kDeepest = 256;                   // elements; the parser searches all that are open for each end tag
+constexpr qsizetype kSniffedBytes = 1024;       // bytes searched for the first tag and the charset
+constexpr qsizetype kMostRead = 1024 * 1024;    // bytes; links are in a page's head
+constexpr int kDeepest = 256;                   // elements; the parser searches all open ones for each end tag
 constexpr std::size_t kLongestTag = 64 * 1024;  // bytes; the parser compares each attribute with all before it
 constexpr std::size_t kMostLinks = 100;
 constexpr qsizetype kLongestTitle = 300;
 constexpr qsizetype kLongestAddress = 8192;
 
-/// The charset that the page names itself (HTML Standard, 13.2.3.2), near enough.
+/// The charset named by the page itself (approximately as in the HTML Standard, 13.2.3.2).
 QString CharsetOf(const QByteArray& start) {
     static const QRegularExpression named(QStringLiteral("<meta[^>]+charset\\s*=\\s*[\"']?\\s*([A-Za-z0-9_.:-]+)"),
                                           QRegularExpression::CaseInsensitiveOption);
@@ -38,7 +38,7 @@ QUrl Resolved(const QUrl& base, const QString& address) {
     return base.isEmpty() ? url : base.resolved(url);
 }
 
-/// What the parser tells of the elements as it goes; no tree is made.
+/// Collects links from the parser's callbacks, without building a tree.
 class LinkCollector {
 public:
     LinkCollector(const QString& relation, const QString& type) : FRelation(relation), FType(type) {}
@@ -61,7 +61,7 @@ public:
         FParser = nullptr;
     }
 
-    QString Base;  // as the page has it
+    QString Base;  // as the page names it
     std::vector<HtmlLink> Links;
 
 private:
@@ -72,7 +72,7 @@ private:
         return {};
     }
 
-    /// The page comes to an end where the parser asks for ever more without telling of anything.
+    /// Gives the parser the next part of the page. Ends the page if the parser reads on and on without a callback.
     static int GivePart(void* self, char* to, int size) noexcept {
         auto& collector = *static_cast<LinkCollector*>(self);
         if (collector.FSilent >= kLongestTag) return 0;
@@ -89,7 +89,7 @@ private:
         collector.FSilent = 0;
         try {
             collector.Note(reinterpret_cast<const char*>(name), attributes);
-        } catch (...) {  // out of memory: what is found so far has to do
+        } catch (...) {  // out of memory: return only what has been found so far
             collector.FIsFull = true;
         }
         if (++collector.FDepth > kDeepest || collector.FIsFull) xmlStopParser(collector.FParser);
@@ -111,8 +111,8 @@ private:
 
     const QString FRelation, FType;
     xmlParserCtxtPtr FParser = nullptr;
-    std::string_view FRest;   // of the page, which the parser has not got
-    std::size_t FSilent = 0;  // bytes that it has got since it told of something
+    std::string_view FRest;   // the part of the page that the parser has not read yet
+    std::size_t FSilent = 0;  // bytes that the parser has read since its last callback
     int FDepth = 0;
     bool FIsFull = false;
 };
@@ -120,10 +120,11 @@ private:
 }  // namespace
 
 bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
-    const std::string start = DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kLook))});
+    const std::string start =
+        DecodeXml({bytes.constData(), static_cast<std::size_t>(std::min(bytes.size(), kSniffedBytes))});
     if (BeginsLikeHtmlPage(QByteArrayView(start))) return true;
     if (mimeType != u"text/html" && mimeType != u"application/xhtml+xml") return false;
-    // Past the XML declaration and comments, which documents may have before their first tag.
+    // Skip the XML declaration and comments, which may precede the first tag.
     static const QRegularExpression first(
         QStringLiteral("^(?:\\s|<\\?[^>]*>|<!--.*?-->)*<(?:!doctype\\s+)?([a-z][a-z0-9:-]*)"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
@@ -136,9 +137,9 @@ bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
 std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& charset, const QString& address,
                                     const QString& relation, const QString& type) {
     QByteArray start = bytes.left(kMostRead);
-    if (start.size() < bytes.size()) start.truncate(start.lastIndexOf('>') + 1);  // not within a character
+    if (start.size() < bytes.size()) start.truncate(start.lastIndexOf('>') + 1);  // do not cut within a character
     std::string page = DecodeXml({start.constData(), static_cast<std::size_t>(start.size())},
-                                 charset.isEmpty() ? CharsetOf(start.left(kLook)) : charset);
+                                 charset.isEmpty() ? CharsetOf(start.left(kSniffedBytes)) : charset);
     std::replace(page.begin(), page.end(), '\0', ' ');  // the parser would stop there
     LinkCollector collector(relation, type);
     collector.Read(page);

@@ -1,5 +1,5 @@
 #pragma once
-// The little that is read of HTML pages: what a page is known by, and where its links lead.
+// The little that is read from HTML pages: whether a document is a page, and the addresses of its links.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -10,19 +10,20 @@
 
 namespace vexa {
 
-/// Whether a document is an HTML page: by its first tag, or by the response's type, unless it begins as XML of another
-/// kind. `mimeType`: lower case, without parameters; may be empty.
+/// Whether a document is an HTML page: by its first tag, or by the response's type unless the document begins as
+/// another kind of XML. `mimeType`: lower case, without parameters; may be empty.
 VEXA_RUNTIME_API bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType = {});
 
 struct HtmlLink {
     QString Address;  // an absolute http or https address
-    QString Title;    // one line as the page has it, cut where it is long; may be empty
+    QString Title;    // the link's title on one line, shortened if long; may be empty
 };
 
-/// Where the `<link>` elements of a page lead whose `rel` names `relation` (one of several words, in any letter case)
-/// and whose `type` is `type`: each address once, in the page's order (HTML Standard, 4.2.4). Addresses are resolved
-/// against the page's base, and that against `address`, which may be empty. `charset`: as the transport says, may be
-/// empty. Pages are hostile: only the first MiB is read, as far as it is nested sensibly, and only so many links.
+/// The targets of a page's `<link>` elements whose `rel` contains the word `relation` (in any letter case) and whose
+/// `type` is `type`: each address once, in the page's order (HTML Standard, 4.2.4). Addresses are resolved against the
+/// page's base, and that against `address`, which may be empty. `charset` comes from the transport and may be empty.
+/// Pages may be hostile: only the first MiB is read, reading ends where elements are nested too deeply, and the number
+/// of links is limited.
 VEXA_RUNTIME_API std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& charset,
                                                      const QString& address, const QString& relation,
                                                      const QString& type);

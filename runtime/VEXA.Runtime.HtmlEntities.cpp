@@ -71,14 +71,14 @@ constexpr Entity kEntities[] = {
 
 constexpr std::size_t kLongestName = 8;  // "thetasym"
 
-/// The code point of a named entity, 0 when HTML does not know it.
+/// The code point of a named entity; 0 when HTML has no such entity.
 std::uint16_t Find(std::string_view name) {
     const auto found = std::lower_bound(std::begin(kEntities), std::end(kEntities), name,
                                         [](const Entity& entity, std::string_view n) { return entity.Name < n; });
     return found != std::end(kEntities) && found->Name == name ? found->CodePoint : 0;
 }
 
-/// Writes `point` as UTF-8; an entity's name is never shorter than its character, so this fits in place.
+/// Writes `point` as UTF-8. An entity's name is never shorter than its character, so the character fits in its place.
 char* Write(char* to, std::uint16_t point) {
     if (point < 0x800) {
         *to++ = static_cast<char>(0xC0 | point >> 6);
@@ -112,12 +112,12 @@ std::size_t ForbiddenReference(std::string_view text) {
     return control || surrogate || point > 0x10FFFF ? at + 1 : 0;
 }
 
-/// Tells whether positions, asked in ascending order, lie in a CDATA section, a comment or a processing instruction.
+/// Tells whether positions, given in ascending order, are in a CDATA section, a comment or a processing instruction.
 class Sections {
 public:
     explicit Sections(std::string_view text) : FText(text) {}
 
-    /// The end of the section that holds `at`; 0 when none does.
+    /// The end of the section that contains `at`; 0 when none does.
     std::size_t EndIfInside(std::size_t at) {
         while (at >= FEnd) {
             FBegin = Next(FEnd);
@@ -127,16 +127,17 @@ public:
     }
 
 private:
-    /// What opens a section inside a tag is a part of an attribute's value.
+    /// The next section from `from` on. The opening characters of a section inside a tag belong to an attribute's
+    /// value.
     std::size_t Next(std::size_t from) const {
         for (std::size_t at = from; (at = FText.find('<', at)) < FText.size();) {
             if (End(at) != 0) return at;
-            const bool isDeclaration = FText.substr(at).starts_with("<!");  // which may hold comments
+            const bool isDeclaration = FText.substr(at).starts_with("<!");  // which may contain comments
             at = isDeclaration ? at + 2 : TagEnd(at + 1);
         }
         return FText.size();
     }
-    /// 0 when no section begins there.
+    /// The end of the section that begins at `begin`; 0 when none begins there.
     std::size_t End(std::size_t begin) const {
         const std::string_view rest = FText.substr(begin);
         if (rest.starts_with("<![CDATA[")) return EndOf(begin, "]]>");
@@ -157,12 +158,12 @@ private:
     }
 
     std::string_view FText;
-    std::size_t FBegin = 0;  // the last section found: it, or what precedes it, holds the position asked for last
+    std::size_t FBegin = 0;  // the last section found; the last position given is in it or before it
     std::size_t FEnd = 0;
 };
 
-/// The reference at the start of `text` (which begins with '&'): its length and the character that takes its place.
-/// A length of 0 leaves it as it is.
+/// The reference at the start of `text` (which begins with '&'): its length, and the character that replaces it. With a
+/// length of 0 the text is left unchanged.
 struct Replacement {
     std::size_t Length = 0;
     std::uint16_t Point = 0;
@@ -180,8 +181,8 @@ Replacement ReplacementOf(std::string_view text) {
 void ReplaceHtmlEntities(std::string& text) {
     const std::string_view source(text);
     char* const begin = text.data();
-    char* to = nullptr;      // where the next kept byte goes, once anything was replaced
-    std::size_t copied = 0;  // how much of the source has been dealt with
+    char* to = nullptr;      // where to write the next byte; null until something has been replaced
+    std::size_t copied = 0;  // how much of the source has been processed
     Sections sections(source);
     for (std::size_t at = 0; (at = source.find('&', at)) != std::string_view::npos;) {
         const auto [length, point] = ReplacementOf(source.substr(at));
@@ -190,7 +191,7 @@ void ReplaceHtmlEntities(std::string& text) {
         } else if (const std::size_t end = sections.EndIfInside(at)) {
             at = end;
         } else {
-            // Moves what lies between two references down; nothing before the first one moves.
+            // Move the text between two references; the text before the first one stays in place.
             to = to ? std::copy(begin + copied, begin + at, to) : begin + at;
             to = Write(to, point);
             at += length;

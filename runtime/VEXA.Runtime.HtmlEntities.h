@@ -1,5 +1,5 @@
 #pragma once
-// HTML's named entities in documents that call themselves XML and never declare them (&nbsp;, &eacute;, …).
+// HTML's named entities (&nbsp;, &eacute;, …) in documents that claim to be XML but do not declare them.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -8,7 +8,7 @@
 namespace vexa {
 
 /// Replaces, in place and outside CDATA sections and comments, every HTML 4.01 named entity by its character, and every
-/// reference to a character that XML forbids (&#0;) by U+FFFD. XML's own five entities stay for the XML reader.
+/// reference to a character that XML forbids (&#0;) by U+FFFD. XML's own five entities are left for the XML reader.
 VEXA_RUNTIME_API void ReplaceHtmlEntities(std::string& text);
 
 }  // namespace vexa

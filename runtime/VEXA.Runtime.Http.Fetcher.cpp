@@ -23,16 +23,16 @@ namespace {
 using Clock = HttpTransfer::Clock;
 using std::chrono::milliseconds;
 
-constexpr auto kTick = milliseconds(25);  // between two looks at who is silent
+constexpr auto kTick = milliseconds(25);  // between two checks for silent transfers
 constexpr auto kIdle = milliseconds(1000);
 constexpr auto kCancelPoll = milliseconds(20);
 
-/// What is known of a server in this run.
+/// What this fetcher knows about a server.
 struct Server {
-    int Running = 0;  // transfers on their way, but for those that are held back
+    int Running = 0;  // running transfers, without those that are held back
     bool HasAnswered = false;
-    QString Failure;       // why a transfer came to nothing that may succeed later; empty without one
-    QDateTime RestsUntil;  // null: it has not asked to be left alone
+    QString Failure;       // the message of a transient failure; empty when there was none
+    QDateTime RestsUntil;  // until when the server asked not to be asked again; null if it did not
 };
 
 /// An address of the window.
@@ -40,19 +40,19 @@ struct Item {
     enum class Stage { Waiting, Running, Done };
 
     QString Address;
-    Server* From = nullptr;  // guarded by the fetcher's mutex, as what it points to
+    Server* From = nullptr;  // the pointer and the Server are guarded by the fetcher's mutex
     HttpFetch Fetch;
 
     // Guarded by the fetcher's mutex.
     Stage At = Stage::Waiting;
-    Clock::time_point Begun{}, LastArrival{};  // as published by the thread
+    Clock::time_point Begun{}, LastArrival{};  // copied from the transfer by the fetcher's thread
     bool IsAnswered = false;
     bool IsPaused = false;
-    quint64 Window = 0;  // the last one that named it
+    quint64 Window = 0;  // the number of the last window that contained the address
 
     std::atomic<bool> IsAwaited{false};
 
-    // The thread's own until the stage is Done.
+    // Used only by the fetcher's thread until the stage is Done.
     HttpGet Request;
     CancelCheck NoCancelCheck;
     std::unique_ptr<HttpTransfer> Transfer;
@@ -70,9 +70,9 @@ struct HttpFetcher::Impl {
     Impl(std::function<void()> changed, HttpFetcherLimits limits)
         : FChangedCall(std::move(changed)), FLimits(limits), FShare(HttpShareHandle()), FMulti(curl_multi_init()) {
         if (!FMulti) throw std::bad_alloc();
-        // Of a host and protocol that allow it, transfers share a connection (HTTP/2); idle ones are kept for the run.
+        // Transfers from one host share a connection where the protocol allows it (HTTP/2). Idle connections are kept.
         curl_multi_setopt(FMulti, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
-        curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.AtOnce + limits.Silent)));
+        curl_multi_setopt(FMulti, CURLMOPT_MAXCONNECTS, static_cast<long>(2 * (limits.MaxActive + limits.MaxSilent)));
         FThread = std::thread([this] { Work(); });
     }
     ~Impl() {
@@ -102,26 +102,26 @@ struct HttpFetcher::Impl {
         return found == FItems.end() ? nullptr : found->second.get();
     }
 
-    /// Takes an item out of the window. Hold the lock.
+    /// Removes an item from the window. Hold the lock.
     std::unique_ptr<Item> Remove(const QString& address) {
         auto node = FItems.extract(address);
         std::erase(FOrder, node.mapped().get());
         if (node.mapped()->At == Item::Stage::Done) FHeld -= node.mapped()->Held;
         return std::move(node.mapped());
     }
-    /// As Remove, for one that nobody wants any more: its transfer is the thread's to end. Hold the lock.
+    /// Removes an item that is no longer wanted; the fetcher's thread will end its transfer. Hold the lock.
     void Drop(const QString& address) {
         auto item = Remove(address);
         if (item->IsRunning()) FDropped.push_back(std::move(item));
     }
 
     milliseconds SilenceOf(const Item& item, Clock::time_point now) const {
-        const auto since = [&](const Item& one) {
-            return std::chrono::duration_cast<milliseconds>(now - one.LastArrival);
+        const auto since = [&](const Item& candidate) {
+            return std::chrono::duration_cast<milliseconds>(now - candidate.LastArrival);
         };
         if (item.At == Item::Stage::Done || item.IsPaused) return {};
         if (item.IsRunning()) return since(item);
-        // It waits for its turn: its server is silent if it is to all who have asked.
+        // The item is waiting for its turn: its server is silent if it is silent to all running transfers.
         milliseconds shortest = milliseconds::max();
         for (const Item* other : FOrder)
             if (other->IsRunning() && !other->IsPaused && other->From == item.From)
@@ -143,7 +143,7 @@ struct HttpFetcher::Impl {
                 const auto now = Clock::now();
                 if (std::exchange(FIsScheduleDue, false) || now - FScheduled >= kTick) {
                     dropped.swap(FDropped);
-                    for (const auto& item : dropped) Leave(*item);
+                    for (const auto& item : dropped) RemoveRunning(*item);
                     PublishArrivals();
                     hasChanged = Schedule(begun, now);
                     FScheduled = now;
@@ -161,7 +161,7 @@ struct HttpFetcher::Impl {
             if (hasChanged) {
                 FChanged.notify_all();
                 if (FChangedCall) FChangedCall();
-                continue;  // others may begin now
+                continue;  // other transfers may start now
             }
             const auto pause = FRunning.empty() ? kIdle : kTick;
             curl_multi_poll(FMulti, nullptr, 0, static_cast<int>(pause.count()), nullptr);
@@ -179,14 +179,14 @@ struct HttpFetcher::Impl {
             if (item->IsAnswered || !item->Transfer->HasBegun()) continue;
             item->IsAnswered = true;
             item->From->HasAnswered = true;
-            // Of the last few answers, the newest counting most.
+            // A moving average, in which the newest response counts most.
             const auto latency = item->LastArrival - item->Begun;
             FLatency = FLatency.count() == 0 ? latency : (7 * FLatency + latency) / 8;
         }
     }
 
-    /// Decides which transfers begin, which give way, and which addresses are not asked for at all. True when there are
-    /// any of the last two. Hold the lock.
+    /// Decides which transfers start, which are ended early, and which addresses fail without being asked. True when
+    /// there are any of the last two kinds. Hold the lock.
     bool Schedule(std::vector<Item*>& begun, Clock::time_point now) {
         bool hasFailed = false;
         for (auto& [name, server] : FServers) server.Running = 0;
@@ -209,17 +209,17 @@ struct HttpFetcher::Impl {
             if (const QString reason = ReasonNotToAsk(*item, server); !reason.isEmpty()) {
                 item->Result.Outcome.What = HttpErrorInfo::Kind::Network;
                 item->Result.Outcome.Message = reason;
-                item->Result.Outcome.MayPass = server.RestsUntil.isNull();
+                item->Result.Outcome.IsTransient = server.RestsUntil.isNull();
                 item->At = Item::Stage::Done;
                 hasFailed = true;
                 continue;
             }
-            if (server.Running >= FLimits.ToHost) continue;
-            if (static_cast<int>(FRunning.size() + begun.size()) >= FLimits.AllTogether) break;
+            if (server.Running >= FLimits.MaxPerHost) continue;
+            if (static_cast<int>(FRunning.size() + begun.size()) >= FLimits.MaxTotal) break;
             if (!isUrgent) {
-                if (active >= FLimits.AtOnce || FHeld >= FLimits.HeldBytes) continue;
-                if (static_cast<int>(silent.size()) >= FLimits.Silent) {
-                    if (!GiveWay(silent, now)) continue;
+                if (active >= FLimits.MaxActive || FHeld >= FLimits.MaxHeldBytes) continue;
+                if (static_cast<int>(silent.size()) >= FLimits.MaxSilent) {
+                    if (!EvictLongestSilent(silent, now)) continue;
                     hasFailed = true;
                 }
             }
@@ -240,10 +240,10 @@ struct HttpFetcher::Impl {
         return server.HasAnswered || item.Fetch.IsSecondTry ? QString() : server.Failure;
     }
 
-    /// Ends the transfer that has been silent for longest, if others are answered in a fraction of that time: over a
-    /// slow line all of them take long. Hold the lock.
-    bool GiveWay(std::vector<Item*>& silent, Clock::time_point now) {
-        const auto patience = std::max<Clock::duration>(FLimits.GivesWayAfter, 4 * FLatency);
+    /// Ends the transfer that has been silent for longest, if other servers answer in a fraction of that time; over a
+    /// slow connection all transfers take long. Hold the lock.
+    bool EvictLongestSilent(std::vector<Item*>& silent, Clock::time_point now) {
+        const auto patience = std::max<Clock::duration>(FLimits.EvictableAfter, 4 * FLatency);
         const auto found = std::find_if(silent.rbegin(), silent.rend(), [&](const Item* item) {
             return !item->IsAwaited && !item->Fetch.IsSecondTry && now - item->LastArrival >= patience;
         });
@@ -251,7 +251,7 @@ struct HttpFetcher::Impl {
         Item* item = *found;
         silent.erase(std::next(found).base());
         item->Transfer->TimeOut();
-        Leave(*item);
+        RemoveRunning(*item);
         Finish(*item);
         return true;
     }
@@ -261,8 +261,9 @@ struct HttpFetcher::Impl {
         item.Request.Url = item.Address;
         item.Request.Compressed = true;
         item.Request.MaxBytes = item.Fetch.MaxBytes;
-        item.Request.Longest = HttpDocumentTimeout();
-        if (item.Fetch.Longest.count() > 0) item.Request.Longest = std::min(item.Request.Longest, item.Fetch.Longest);
+        item.Request.TotalTimeout = HttpDocumentTimeout();
+        if (item.Fetch.TotalTimeout.count() > 0)
+            item.Request.TotalTimeout = std::min(item.Request.TotalTimeout, item.Fetch.TotalTimeout);
         item.Request.Conditions = item.Fetch.Conditions;
         item.Request.OnAccepted = [&item](const HttpResponseInfo& info) {
             item.Result.Document.Info = info;
@@ -277,7 +278,7 @@ struct HttpFetcher::Impl {
         };
         item.Transfer = std::make_unique<HttpTransfer>(item.Request, item.NoCancelCheck);
         item.Transfer->IsHeld = [this, &item] {
-            return item.IsHeldBack = FHeld >= FLimits.HeldBytes && !item.IsAwaited;
+            return item.IsHeldBack = FHeld >= FLimits.MaxHeldBytes && !item.IsAwaited;
         };
         if (FFreeHandles.empty()) FFreeHandles.push_back(curl_easy_init());
         item.Easy = FFreeHandles.back();
@@ -285,7 +286,7 @@ struct HttpFetcher::Impl {
         Perform(item);
     }
 
-    /// Hands the transfer to the library. One that cannot be begun has ended.
+    /// Starts the transfer in libcurl. A transfer that cannot be started counts as ended.
     void Perform(Item& item) {
         if (item.Transfer->Prepare(item.Easy)) {
             curl_easy_setopt(item.Easy, CURLOPT_PRIVATE, &item);
@@ -293,12 +294,12 @@ struct HttpFetcher::Impl {
             if (added == CURLM_OK) return;
             item.Transfer->Fail(QString::fromUtf8(curl_multi_strerror(added)));
         }
-        FStillborn.push_back(&item);
+        FFailedToStart.push_back(&item);
     }
 
-    /// True when any has ended.
+    /// True when any transfer has ended.
     bool EndTransfers() {
-        std::vector<Item*> ended = std::exchange(FStillborn, {});
+        std::vector<Item*> ended = std::exchange(FFailedToStart, {});
         int left = 0;
         while (const CURLMsg* message = curl_multi_info_read(FMulti, &left)) {
             if (message->msg != CURLMSG_DONE) continue;
@@ -318,22 +319,22 @@ struct HttpFetcher::Impl {
         const std::lock_guard lock(FMutex);
         PublishArrivals();
         for (Item* item : ended) {
-            Leave(*item);
+            RemoveRunning(*item);
             Finish(*item);
         }
         return true;
     }
 
-    /// The transfer is on its way no more. Hold the lock.
-    void Leave(Item& item) { std::erase(FRunning, &item); }
+    /// Removes the transfer from the running ones. Hold the lock.
+    void RemoveRunning(Item& item) { std::erase(FRunning, &item); }
 
-    /// Hands an ended transfer's result over. Hold the lock.
+    /// Publishes the result of an ended transfer. Hold the lock.
     void Finish(Item& item) {
         item.Result.Outcome = item.Transfer->Outcome();
         Server& server = *item.From;
         FIsScheduleDue = true;
         const HttpErrorInfo& outcome = item.Result.Outcome;
-        if (outcome.MayPass) server.Failure = outcome.Message;
+        if (outcome.IsTransient) server.Failure = outcome.Message;
         if (outcome.RetryAfter.count() > 0)
             FServers[ServerOf(item.Transfer->AnsweringAddress())].RestsUntil =
                 QDateTime::currentDateTime().addSecs(outcome.RetryAfter.count());
@@ -345,17 +346,17 @@ struct HttpFetcher::Impl {
         item.At = Item::Stage::Done;
     }
 
-    /// Gives up the transfer's handle.
+    /// Returns the transfer's handle to the free ones.
     void Release(Item& item) {
         curl_multi_remove_handle(FMulti, item.Easy);
-        curl_easy_reset(item.Easy);  // the handle outlives the transfer, which it points to
+        curl_easy_reset(item.Easy);  // the handle outlives the transfer, to which its options point
         FFreeHandles.push_back(std::exchange(item.Easy, nullptr));
         item.Transfer.reset();
     }
 
     void ResumeHeldBack() {
         for (Item* item : FRunning) {
-            if (!item->IsHeldBack || (FHeld >= FLimits.HeldBytes && !item->IsAwaited)) continue;
+            if (!item->IsHeldBack || (FHeld >= FLimits.MaxHeldBytes && !item->IsAwaited)) continue;
             item->IsHeldBack = false;
             curl_easy_pause(item->Easy, CURLPAUSE_CONT);
         }
@@ -363,7 +364,7 @@ struct HttpFetcher::Impl {
 
     const std::function<void()> FChangedCall;
     const HttpFetcherLimits FLimits;
-    CURLSH* const FShare;  // made before the handles that use it
+    CURLSH* const FShare;  // created before the handles that use it
     CURLM* const FMulti;
 
     mutable std::mutex FMutex;
@@ -372,18 +373,18 @@ struct HttpFetcher::Impl {
     bool FIsStopping = false;
     std::unordered_map<QString, std::unique_ptr<Item>> FItems;
     std::vector<Item*> FOrder;  // the window
-    quint64 FWindow = 0;        // counts them
+    quint64 FWindow = 0;        // counts the windows
     bool FIsScheduleDue = false;
     std::vector<std::unique_ptr<Item>> FDropped;
-    std::map<QString, Server> FServers;  // none is ever taken out
+    std::map<QString, Server> FServers;  // never removed, since items point to them
 
     std::atomic<qint64> FHeld{0};  // bytes of all documents, arriving ones included
 
-    // The thread's own.
-    std::vector<Item*> FRunning, FStillborn;
+    // Used only by the fetcher's thread.
+    std::vector<Item*> FRunning, FFailedToStart;
     std::vector<CURL*> FFreeHandles;
     Clock::time_point FScheduled{};
-    Clock::duration FLatency{};  // from a transfer's begin to the first that comes; 0: nobody has answered yet
+    Clock::duration FLatency{};  // from a transfer's start to its first data; 0 while no server has answered
 
     std::thread FThread;
 };
@@ -393,7 +394,7 @@ HttpFetcher::HttpFetcher(std::function<void()> changed, HttpFetcherLimits limits
 
 HttpFetcher::~HttpFetcher() = default;
 
-void HttpFetcher::Want(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe) {
+void HttpFetcher::SetWindow(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe) {
     Impl& impl = *FImpl;
     QStringList unknown;
     {
@@ -431,7 +432,7 @@ void HttpFetcher::Await(const QString& address) {
     FImpl->RequireSchedule();
 }
 
-bool HttpFetcher::IsWanted(const QString& address) const {
+bool HttpFetcher::IsInWindow(const QString& address) const {
     const std::lock_guard lock(FImpl->FMutex);
     return FImpl->Find(address) != nullptr;
 }

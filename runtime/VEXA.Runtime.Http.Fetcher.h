@@ -1,16 +1,16 @@
 #pragma once
-// Documents fetched ahead, many at once, by one thread that alone owns their connections.
+// Fetches many documents at once, ahead of their use, on one thread that alone owns the connections.
 //
-// The owner says which addresses it will want, in order: the window. Want() names them anew whenever the order changes;
-// an address that is named no more is dropped, with its transfer. The thread begins transfers in that order, at most 12
-// at once and 3 to a host. A server that keeps silent must not hold up the others: a transfer to which nothing has come
-// for 0.15 s is "silent" and does not count among the 12; 60 silent ones are kept, and where there are
-// more, the one that has waited longest gives way, which counts as a time-out, if others are answered in a fraction of
-// its time. Of a server that has timed out and never answered, nothing more is asked: its other addresses fail at once.
-// Documents that have arrived wait in memory until they are taken: 48 MiB, arriving parts included. Beyond that nothing
-// is begun, and what arrives is held back, but for the document that is awaited.
+// The owner sets the window: the addresses that it will need, in order. SetWindow() replaces the window whenever the
+// order changes; an address that is no longer in it is dropped together with its transfer. The thread starts transfers
+// in that order, at most 12 at once and 3 to a host. So that a slow server does not hold up the others, a transfer that
+// has received nothing for 0.15 s is "silent" and does not count towards the 12. At most 60 silent transfers are kept;
+// when there are more, the one that has waited longest is ended as a time-out, provided that other servers answer in a
+// fraction of its time. A server that has timed out and has never answered is not asked again: its other addresses fail
+// at once. Documents that have arrived stay in memory until they are taken, up to 48 MiB including documents that are
+// still arriving. Beyond that no transfer is started, and arriving data is held back, except for the awaited document.
 //
-// Redirects, limits of a transfer and messages are those of HttpGet.
+// Redirects, the limits of a transfer and messages are those of HttpGet.
 
 #include "VEXA.Runtime.Http.h"
 
@@ -23,30 +23,30 @@
 namespace vexa {
 
 struct HttpFetcherLimits {
-    int AtOnce = 12;  // transfers whose servers are not silent
-    int ToHost = 3;
-    int Silent = 60;
-    int AllTogether = 500;  // of all kinds; each needs a file descriptor
+    int MaxActive = 12;  // transfers that are not silent
+    int MaxPerHost = 3;
+    int MaxSilent = 60;
+    int MaxTotal = 500;  // transfers of all kinds; each needs a file descriptor
     std::chrono::milliseconds SilentAfter{150};
-    std::chrono::milliseconds GivesWayAfter{1500};
-    qint64 HeldBytes = 48 * 1024 * 1024;  // and what the library has unpacked of transfers that are held back
+    std::chrono::milliseconds EvictableAfter{1500};
+    qint64 MaxHeldBytes = 48 * 1024 * 1024;  // libcurl may hold more: what it has unpacked of paused transfers
 };
 
 /// One document to fetch.
 struct HttpFetch {
-    qint64 MaxBytes = 0;              // bound on the document, after decompression
-    std::chrono::seconds Longest{0};  // bound on the whole transfer
-    QList<QByteArray> Conditions;     // see HttpGet
-    bool IsSecondTry = false;         // begins whatever else is on its way, but for its host's limit
+    qint64 MaxBytes = 0;                   // limit on the document's size, after decompression
+    std::chrono::seconds TotalTimeout{0};  // limit on the whole transfer
+    QList<QByteArray> Conditions;          // see HttpGet
+    bool IsSecondTry = false;              // starts regardless of other transfers, except for the limit of its host
 };
 
-/// What became of one.
+/// The result of one fetch.
 struct HttpFetched {
     HttpErrorInfo Outcome;
     HttpDocument Document;
 };
 
-/// Any thread may call it; one thread sets the window. The destructor ends all transfers.
+/// Any thread may call it, but only one thread sets the window. The destructor ends all transfers.
 class VEXA_RUNTIME_API HttpFetcher {
 public:
     /// `changed` is called on the fetcher's own thread whenever a document has arrived or failed, with no lock held.
@@ -55,21 +55,21 @@ public:
     HttpFetcher(const HttpFetcher&) = delete;
     HttpFetcher& operator=(const HttpFetcher&) = delete;
 
-    /// The window: all addresses that are wanted, the first one next. `describe` is asked, on the calling thread, for
-    /// those that were not in it before.
-    void Want(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe);
-    /// This address is waited for: its document is begun now and never held back.
+    /// Sets the window: all addresses that are wanted, in the order in which they will be taken. `describe` is called,
+    /// on the calling thread, for the addresses that were not in the window before.
+    void SetWindow(const QStringList& addresses, const std::function<HttpFetch(const QString&)>& describe);
+    /// Marks an address as awaited: its transfer starts now and is never held back.
     void Await(const QString& address);
 
-    /// Whether the address is in the window, and has not been taken.
-    bool IsWanted(const QString& address) const;
+    /// Whether the address is in the window and has not been taken.
+    bool IsInWindow(const QString& address) const;
     /// Whether the document has arrived or failed, so that Take does not wait.
     bool IsReady(const QString& address) const;
-    /// For how long the address's server has sent nothing although it was asked; 0 when it has not been asked.
+    /// For how long the address's server has sent nothing since it was asked; 0 when it has not been asked.
     std::chrono::milliseconds SilenceOf(const QString& address) const;
 
-    /// Awaits the document and forgets the address, which has to be in the window. A cancelled wait ends within 50 ms,
-    /// with an outcome that says so, and drops the transfer.
+    /// Waits for the document and removes the address, which must be in the window. A cancelled wait ends within 50 ms
+    /// with the outcome Cancelled, and drops the transfer.
     HttpFetched Take(const QString& address, const CancelCheck& isCancelled);
 
 private:

@@ -20,10 +20,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kKept = std::chrono::seconds(30);     // an answer
-constexpr auto kPatience = std::chrono::seconds(1);  // with the desktop
+constexpr auto kKept = std::chrono::seconds(30);     // how long an answer is used
+constexpr auto kPatience = std::chrono::seconds(1);  // how long a request waits for the desktop
 
-/// The variables that libcurl reads for a scheme. An upper-case HTTP_PROXY is none: a web server sets it from a header.
+/// Whether a variable that libcurl reads for a scheme is set. HTTP_PROXY in upper case does not count, because web
+/// servers set it from a request's header.
 bool IsNamedByEnvironment(const QString& scheme) {
     const auto isSet = [](const char* name) { return !qgetenv(name).isEmpty(); };
     const bool isOfScheme = scheme == u"https" ? isSet("https_proxy") || isSet("HTTPS_PROXY") : isSet("http_proxy");
@@ -39,7 +40,7 @@ bool IsThisMachine(const QString& host) {
     return inet_pton(AF_INET6, text.constData(), &v6) == 1 && IN6_IS_ADDR_LOOPBACK(&v6);
 }
 
-/// Asks the library beside this one. Without it there are no proxies but the environment's.
+/// Asks the library beside this one. Without that library only the environment's proxies are used.
 HttpProxy AskDesktop(const QUrl& address) {
     using Find = void (*)(const QUrl&, HttpProxy&);
     static const auto find = []() -> Find {
@@ -56,8 +57,8 @@ HttpProxy AskDesktop(const QUrl& address) {
     return proxy;
 }
 
-/// Asks the desktop on threads of their own, one at a time, and remembers the answers by scheme and host. Outlives
-/// every thread: an answer may come when the program ends.
+/// Asks the desktop on separate threads, one question at a time, and remembers the answers by scheme and host. Never
+/// destroyed, since an answer may arrive while the program ends.
 class Desktop {
 public:
     static Desktop& Instance() {
@@ -82,7 +83,7 @@ public:
                 answer != FAnswers.cend() && Clock::now() < answer->Time + kKept)
                 return answer->Proxy;
             if (!FIsAsked) Ask(address, key);
-            // One request has waited in vain: the others of the next while do not.
+            // After one request has waited in vain, others do not wait for a while.
             if (Clock::now() < FNoWaitUntil) return {};
             if (FChanged.wait_until(lock, end) != std::cv_status::timeout) continue;
             FNoWaitUntil = Clock::now() + kKept;
@@ -139,18 +140,18 @@ void SetDesktopProxySource(DesktopProxySource source) {
 }
 
 void SetHttpProxy(CURL* easy, const QUrl& address) {
-    const QString host = address.host();  // none in a redirect that leads nowhere
+    const QString host = address.host();  // empty for a redirect to an invalid address
     const bool isForDesktop = !host.isEmpty() && !IsNamedByEnvironment(address.scheme()) && !IsThisMachine(host);
     const HttpProxy proxy = isForDesktop ? Desktop::Instance().ProxyFor(address) : HttpProxy();
     const auto set = [&](CURLoption option, const QByteArray& text) {
         curl_easy_setopt(easy, option, text.isEmpty() ? nullptr : text.constData());
     };
-    // Where this is empty the library looks at the environment.
+    // If this is empty, libcurl uses the environment.
     set(CURLOPT_PROXY, CurlProxy(proxy));
     set(CURLOPT_PROXYUSERNAME, proxy.User.toUtf8());
     set(CURLOPT_PROXYPASSWORD, proxy.Password.toUtf8());
     curl_easy_setopt(easy, CURLOPT_PROXYAUTH, proxy.User.isEmpty() ? CURLAUTH_BASIC : CURLAUTH_ANY);
-    // What a proxy says before the connection stands is no answer of the server's.
+    // The proxy's response to CONNECT is not a response of the server.
     curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
 }
 

@@ -1,10 +1,11 @@
 #pragma once
-// Which proxy leads to an address. Not installed: for the transfer, for the library that asks the desktop, and for
-// tests.
+// Chooses the proxy for an address. An internal header, used by the transfer, by the library that asks the desktop, and
+// by tests.
 //
-// The environment has the first word (http_proxy, https_proxy, all_proxy, no_proxy), which libcurl reads itself. Where
-// it names no proxy for a scheme the desktop is asked, but never for an address of this machine. HTTP and SOCKS 5
-// proxies are used, with a user name and a password. A script that chooses proxies is run by the desktop or by nobody.
+// The environment takes precedence (http_proxy, https_proxy, all_proxy, no_proxy); libcurl reads it itself. Where it
+// names no proxy for a scheme the desktop is asked, but never for an address of this machine. HTTP and SOCKS 5 proxies
+// are supported, with a user name and a password. Proxy auto-configuration scripts are not run here, only by the
+// desktop if it does so.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -18,7 +19,7 @@
 namespace vexa {
 
 struct HttpProxy {
-    enum class Kind { None, Http, Socks5 };  // None: directly
+    enum class Kind { None, Http, Socks5 };  // None: a direct connection
 
     Kind What = Kind::None;
     QString Host{};
@@ -26,15 +27,16 @@ struct HttpProxy {
     QString User{}, Password{};  // empty: none
 };
 
-/// Sets the handle up for a request to this address: the first one of a transfer, or one that a redirect leads to. Any
-/// thread may call it, each for handles of its own. It waits for the desktop for a second at most, and then not again
-/// for a while: the address is asked directly, and the answer counts for later requests.
+/// Sets the proxy of the handle for a request to `address`, be it the first request of a transfer or a redirected one.
+/// Any thread may call it for its own handles. It waits at most one second for the desktop's answer. After a time-out
+/// it does not wait again for a while: requests go out directly, and the answer, once it is there, counts for later
+/// ones.
 void SetHttpProxy(CURL* easy, const QUrl& address);
 
-/// Tells which proxy the desktop names for an address. Called on threads of its own.
+/// Returns the desktop's proxy for an address. Called on a thread of its own.
 using DesktopProxySource = std::function<HttpProxy(const QUrl& address)>;
-/// Asks `source` in place of the desktop from now on, and forgets what was answered before; an empty one gives the
-/// desktop back. For tests.
+/// Replaces the desktop by `source` from now on, and forgets earlier answers; an empty `source` restores the desktop.
+/// For tests.
 VEXA_RUNTIME_API void SetDesktopProxySource(DesktopProxySource source);
 
 }  // namespace vexa

@@ -24,21 +24,22 @@ namespace {
 constexpr int kMaxRedirects = 10;
 constexpr auto kProgressInterval = std::chrono::milliseconds(50);
 constexpr long kReceiveBuffer = 256 * 1024;
-// What the library unpacks at once, and keeps where a transfer is held back, is several times this.
+// libcurl decompresses this much at a time, into several times the size, and keeps the result while a transfer is
+// paused.
 constexpr long kPackedReceiveBuffer = 64 * 1024;
-// Bytes a second; what is slower stands still. A server that sends a byte now and then would hold up all that is
-// queued.
+// Bytes per second; a slower transfer counts as stalled. Otherwise a server that sends a byte now and then would hold
+// up the whole queue.
 constexpr long kLeastSpeed = 100;
 
 std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
 std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
 std::atomic<std::int64_t> DocumentSeconds{HttpTimeouts{}.Document.count()};
 
-/// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
+/// The share handle of all threads, and its locks.
 class Share {
 public:
     static CURLSH* Handle() {
-        static auto* share = new Share;  // used by threads that outlive static destruction
+        static auto* share = new Share;  // never destroyed: threads that use it may outlive static destruction
         return share->FHandle;
     }
 
@@ -62,7 +63,7 @@ private:
 };
 
 QString ReasonPhrase(int status) {
-    // HTTP/2 and 3 send no phrases; RFC 9110, section 15.
+    // HTTP/2 and 3 send no reason phrases; these are from RFC 9110, section 15.
     struct Named {
         int Status;
         const char* Phrase;
@@ -117,7 +118,7 @@ QString CurlReason(CURLcode code, const char* detail) {
         case CURLE_TOO_MANY_REDIRECTS:
             return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
         case CURLE_UNSUPPORTED_PROTOCOL:
-            // The library's one code for two things; what does not begin like an answer it takes for HTTP/0.9.
+            // libcurl has one code for two errors; it takes data that does not begin like a response for HTTP/0.9.
             if (QByteArrayView(detail).contains("HTTP/0.9"))
                 return QStringLiteral("the server sent something that is not HTTP");
             return QStringLiteral("the address, or one that it redirects to, is not http or https");
@@ -140,7 +141,7 @@ std::optional<HttpContentRange> ParseContentRange(const QByteArray& value) {
     return HttpContentRange{first, last, size};
 }
 
-/// The same scheme, host and port (RFC 6454, section 4).
+/// Whether two addresses have the same scheme, host and port (RFC 6454, section 4).
 bool IsSameOrigin(const QUrl& a, const QUrl& b) {
     const auto port = [](const QUrl& url) { return url.port(url.scheme() == u"https" ? 443 : 80); };
     return a.scheme() == b.scheme() && a.host() == b.host() && port(a) == port(b);
@@ -161,7 +162,7 @@ PipeSignalBlocked::PipeSignalBlocked() {
 
 PipeSignalBlocked::~PipeSignalBlocked() {
     if (sigismember(&FBefore, SIGPIPE)) return;
-    // One that came meanwhile is taken before it can be delivered.
+    // Consume a signal raised meanwhile before it can be delivered.
     sigset_t pipe;
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);
@@ -188,7 +189,8 @@ bool HttpTransfer::Prepare(CURL* easy) {
     const QByteArray user = url.userName(QUrl::FullyDecoded).toUtf8();
     const QByteArray password = url.password(QUrl::FullyDecoded).toUtf8();
     url.setUserInfo(QString());
-    // As options: the library sends these to the first host, port and scheme only, whatever it is redirected to.
+    // Set as options, because libcurl sends these only to the first host, port and scheme, not after a redirect to
+    // others.
     if (!user.isEmpty() || !password.isEmpty()) {
         Set(CURLOPT_USERNAME, user.constData());
         Set(CURLOPT_PASSWORD, password.constData());
@@ -197,7 +199,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     SetHttpProxy(FEasy, url);
     Set(CURLOPT_SHARE, Share::Handle());
     Set(CURLOPT_USERAGENT, kUserAgent);
-    // Where the desktop or an administrator names other authorities, as OpenSSL and curl's own tool take them.
+    // The desktop or an administrator may name other authorities; OpenSSL and curl's own tool read the same variable.
     if (const char* authorities = std::getenv("SSL_CERT_FILE")) Set(CURLOPT_CAINFO, authorities);
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
@@ -208,10 +210,10 @@ bool HttpTransfer::Prepare(CURL* easy) {
     Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
     Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
     Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
-    Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.Longest.count()));
+    Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.TotalTimeout.count()));
     Set(CURLOPT_BUFFERSIZE, FRequest.Compressed ? kPackedReceiveBuffer : kReceiveBuffer);
     Set(CURLOPT_ERRORBUFFER, FErrorText);
-    if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all that the library was built with
+    if (FRequest.Compressed) Set(CURLOPT_ACCEPT_ENCODING, "");  // all encodings that libcurl was built with
     if (FRequest.FirstByte > 0)
         Set(CURLOPT_RANGE, QByteArray(QByteArray::number(FRequest.FirstByte) + "-").constData());
     SetHeaders(true);
@@ -222,7 +224,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     return true;
 }
 
-/// The library sends custom headers on to whatever host it is redirected to, so they are set anew before it goes there.
+/// libcurl sends custom headers to every host after redirects, so they are set again before each request of a chain.
 void HttpTransfer::SetHeaders(bool isOwnHost) {
     curl_slist* headers = nullptr;
     if (!FRequest.IfRange.isEmpty())
@@ -242,7 +244,7 @@ bool HttpTransfer::End(CURLcode code) {
     FOutcome = Judge(code);
     FRepeatedAddress = AddressToRepeat();
     if (FRepeatedAddress.isEmpty()) return false;
-    FHops.pop_back();  // asked again
+    FHops.pop_back();  // the last request will be repeated
     FStatus = 0;
     FReceived = 0;
     FHasBegun = FHeadEnded = FAccepted = false;
@@ -253,8 +255,8 @@ void HttpTransfer::Fail(const QString& message) {
     FOutcome = Failure(HttpErrorInfo::Kind::Network, message);
 }
 
-/// Where to ask again with the request's user name and password, after a redirect to the same host's https has been
-/// refused for want of them: the library takes that for another host. Empty when there is no such place.
+/// The address to request again with the request's user name and password, when a redirect to https on the same host
+/// was refused because they were missing: libcurl treats that as another host. Empty when there is no such address.
 QString HttpTransfer::AddressToRepeat() const {
     if (FStatus != 401 || FHops.size() < 2 || !FRepeatedAddress.isEmpty()) return {};
     const QString& last = FHops.back().Address;
@@ -280,24 +282,24 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
         return Failure(Kind::TooLarge,
                        QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
     if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
-    // A redirect that leads nowhere, and an announcement of an answer, are not the server's last word: say why
-    // nothing followed.
+    // If the last response is a redirect that could not be followed, or an interim response (1xx), report why the
+    // transfer ended rather than the status.
     const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
     if (IsFailureStatus() && isLastWord) {
         HttpErrorInfo info = Failure(Kind::Status, StatusText());
         if (FStatus == 429 || FStatus == 503) info.RetryAfter = RetryAfter();
         return info;
     }
-    if (!FHeadEnded && code == CURLE_OK)  // which the library takes for an answer without a body
+    if (!FHeadEnded && code == CURLE_OK)  // libcurl takes this for a response without a body
         return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
     if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
         return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
     if (code != CURLE_OK) {
         HttpErrorInfo info = Failure(Kind::Network, CurlReason(code, FErrorText));
-        info.MayPass = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
+        info.IsTransient = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
         return info;
     }
-    // A body without a single byte never reached the write callback.
+    // An empty body never reaches the write callback.
     if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
     Progress(true);
     if (FCause) return Judge(CURLE_OK);
@@ -308,14 +310,14 @@ HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const QString& mes
     return HttpErrorInfo{kind, FStatus, message, nullptr, false, {}};
 }
 
-/// Also an answer without content, and a part or "not modified" where nobody asked for these.
+/// Whether the status is a failure. This includes responses without content, and an unrequested part or "not modified".
 bool HttpTransfer::IsFailureStatus() const {
     if (FStatus == 206) return FRequest.FirstByte == 0 && !IsWholePart();
     if (FStatus == 304) return FRequest.Conditions.isEmpty();
     return FStatus != 0 && (FStatus < 200 || FStatus >= 300 || FStatus == 204 || FStatus == 205);
 }
 
-/// Some servers call the whole a part.
+/// Whether a partial response holds the whole content, as some servers send it.
 bool HttpTransfer::IsWholePart() const {
     const auto part = ParseContentRange(Header("Content-Range"));
     return part && part->First == 0 && part->Last == part->Size - 1;
@@ -349,10 +351,10 @@ QString HttpTransfer::AnsweringAddress() const {
 
 void HttpTransfer::TimeOut() {
     FOutcome = Failure(HttpErrorInfo::Kind::Network, CurlReason(CURLE_OPERATION_TIMEDOUT, nullptr));
-    FOutcome.MayPass = true;
+    FOutcome.IsTransient = true;
 }
 
-/// Runs foreign code; what it throws is kept and ends the transfer.
+/// Runs a callback of the request; its exception is kept and ends the transfer.
 template <class Call>
 bool HttpTransfer::Guarded(Call call) noexcept {
     try {
@@ -427,7 +429,7 @@ bool HttpTransfer::Write(const char* data, std::size_t size) {
     curl_easy_getinfo(FEasy, CURLINFO_RESPONSE_CODE, &status);
     FStatus = static_cast<int>(status);
     FReceived += static_cast<qint64>(size);
-    if (IsFailureStatus()) return FReceived <= kReceiveBuffer;  // an error page: read it for the connection's sake
+    if (IsFailureStatus()) return FReceived <= kReceiveBuffer;  // read a short error page, to keep the connection
     if (!FAccepted && !Accept()) return false;
     if (FRequest.MaxBytes > 0 && FReceived > FRequest.MaxBytes) {
         FTooLarge = true;
@@ -448,8 +450,8 @@ std::size_t HttpTransfer::WriteCallback(char* data, std::size_t size, std::size_
     return transfer.Guarded([&] { return transfer.Write(data, bytes); }) ? bytes : bytes + 1;
 }
 
-/// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), whether its headers ended, and whom
-/// it came from.
+/// Keeps the reason phrase of the last status line ("HTTP/1.1 404 Not Found"), whether its headers are complete, and
+/// the address that sent it.
 std::size_t HttpTransfer::HeaderCallback(char* data, std::size_t size, std::size_t count, void* self) {
     const std::size_t bytes = size * count;
     const QByteArrayView line(data, static_cast<qsizetype>(bytes));
@@ -474,7 +476,7 @@ std::size_t HttpTransfer::HeaderCallback(char* data, std::size_t size, std::size
     return bytes;
 }
 
-/// As transferred; 0 when unknown.
+/// The announced size as transferred; 0 when unknown.
 qint64 HttpTransfer::AnnouncedSize() const {
     curl_off_t size = 0;
     curl_easy_getinfo(FEasy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &size);
@@ -493,7 +495,10 @@ void HttpTransfer::Progress(bool last) {
 }
 
 HttpError::HttpError(const HttpErrorInfo& info)
-    : std::runtime_error(info.Message.toStdString()), FWhat(info.What), FStatus(info.Status), FMayPass(info.MayPass) {}
+    : std::runtime_error(info.Message.toStdString()),
+      FWhat(info.What),
+      FStatus(info.Status),
+      FIsTransient(info.IsTransient) {}
 HttpError::~HttpError() = default;
 
 void HttpErrorInfo::RaiseIfFailed() const {

@@ -1,9 +1,9 @@
 #pragma once
-// One GET as libcurl performs it: what it is told before, what its callbacks give, and how its end is judged. Not
-// installed: whoever drives the library includes this, everybody else VEXA.Runtime.Http.h.
+// One GET performed by libcurl: its options, its callbacks, and how its result is judged. An internal header, included
+// by the code that drives libcurl; everything else includes VEXA.Runtime.Http.h.
 //
-// A driver calls Prepare, adds the handle to a multi handle, lets the library work until it reports the handle as done,
-// calls End and removes the handle. Callbacks run on the thread that drives.
+// A driver calls Prepare, adds the handle to a multi handle, runs libcurl until it reports the handle as done, calls
+// End and removes the handle. Callbacks run on the driver's thread.
 
 #include "VEXA.Runtime.Http.h"
 
@@ -18,21 +18,22 @@
 
 namespace vexa {
 
-/// The bound on the whole of a document's transfer.
+/// The time limit for the whole transfer of a document.
 std::chrono::seconds HttpDocumentTimeout();
 
-/// What to reserve for a document, in bytes. Documents pack to a fifth or so; a wrong guess costs a copy, or room that
-/// is not used.
+/// The number of bytes to reserve for a document. Documents compress to about a fifth of their size; a wrong guess
+/// costs a copy, or some unused memory.
 inline qint64 RoomForDocument(const HttpResponseInfo& info, qint64 maxBytes) {
     constexpr qint64 kUsualRatio = 6;
     return std::min(info.Size, maxBytes / kUsualRatio) * kUsualRatio;
 }
 
-/// Names and TLS sessions, shared by all threads. Connections are not: the library calls that unsafe.
+/// Shares resolved names and TLS sessions between all threads. Connections are not shared: libcurl documents that as
+/// unsafe.
 CURLSH* HttpShareHandle();
 
-/// Keeps a peer that closes its socket from ending the process: TLS libraries write without asking for an error instead
-/// of a signal. For as long as it lives, on the calling thread.
+/// Blocks SIGPIPE on the calling thread during its lifetime, so that a peer that closes its socket does not end the
+/// process: TLS libraries write to sockets without asking for an error in place of the signal.
 class PipeSignalBlocked {
 public:
     PipeSignalBlocked();
@@ -48,43 +49,43 @@ class HttpTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Both outlive the transfer.
+    /// Both arguments must outlive the transfer.
     HttpTransfer(const HttpGet& request, const CancelCheck& isCancelled)
         : FRequest(request), FIsCancelled(isCancelled) {}
     ~HttpTransfer();
     HttpTransfer(const HttpTransfer&) = delete;
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 
-    /// Sets the handle up. False when the request's address is none; the outcome says so.
-    bool Prepare(CURL* easy);
-    /// Judges the transfer by the library's code. Call it while the handle still belongs to the multi handle. True when
-    /// the request is to be performed once more: remove the handle, and call Prepare again.
+    /// Sets the handle's options. False when the request's address is invalid; the outcome is then BadAddress.
+    [[nodiscard]] bool Prepare(CURL* easy);
+    /// Derives the outcome from libcurl's code. Call it while the handle still belongs to the multi handle. True when
+    /// the request has to be performed once more: remove the handle, and call Prepare again.
     bool End(CURLcode code);
-    /// Notes that the library itself failed before it could report an end.
+    /// Sets the outcome when libcurl itself failed before it could report an end.
     void Fail(const QString& message);
-    /// The driver has given the transfer up, since the server keeps silent.
+    /// Sets the outcome when the driver gives up the transfer because the server is silent.
     void TimeOut();
     const HttpErrorInfo& Outcome() const noexcept { return FOutcome; }
-    /// That the last answer came from, after redirects.
+    /// The address that sent the last response, after redirects.
     QString AnsweringAddress() const;
 
-    /// Asked before each block of the body is taken; true leaves it with the library, which has paused the transfer
-    /// then. May be empty.
+    /// Called before each block of the body is accepted; true leaves the block with libcurl, which then pauses the
+    /// transfer. May be empty.
     std::function<bool()> IsHeld;
 
-    /// Asks the cancel check; one that throws has cancelled, too.
+    /// Calls the cancel check; an exception from it cancels the transfer, too.
     bool IsCancelled() noexcept;
-    /// Tells how far the transfer has come; not more often than 20 times a second, unless it is the `last` time.
+    /// Reports the transfer's progress, at most 20 times a second; always if this is the `last` report.
     void Progress(bool last);
-    /// When anything last came from the server; the time of Prepare when nothing has.
+    /// When the last data arrived from the server; the time of Prepare when none has.
     Clock::time_point LastArrival() const noexcept { return FLastArrival; }
     /// Whether the server has sent anything at all.
     bool HasBegun() const noexcept { return FHasBegun; }
 
 private:
-    /// One request of the chain that redirects make, and its answer.
+    /// One request in a chain of redirects, and its response.
     struct Hop {
-        QString Address;  // without user name and password of the request
+        QString Address;  // without the request's user name and password
         int Status;
     };
 
@@ -103,14 +104,14 @@ private:
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
     QString StatusText() const;
     std::chrono::seconds RetryAfter() const;
-    /// The value of a header of the final response; empty without one.
+    /// The value of a header of the final response; empty when it has no such header.
     QByteArray Header(const char* name) const;
     QString AddressToRepeat() const;
     QString MovedTo() const;
     qint64 AnnouncedSize() const;
     bool Accept();
     void NoteHop(const QString& statusLine);
-    /// Before a redirect is followed.
+    /// Called before a redirect is followed.
     void NoteRedirect(const QString& location);
     bool Write(const char* data, std::size_t size);
     static std::size_t WriteCallback(char* data, std::size_t size, std::size_t count, void* self);
@@ -120,7 +121,7 @@ private:
     const CancelCheck& FIsCancelled;
     CURL* FEasy = nullptr;
     curl_slist* FHeaders = nullptr;
-    QString FRepeatedAddress;  // in place of the request's, for its second performance
+    QString FRepeatedAddress;  // replaces the request's address when the request is performed again
     HttpErrorInfo FOutcome;
     char FErrorText[CURL_ERROR_SIZE] = {};
     int FStatus = 0;

@@ -29,7 +29,7 @@ public:
     bool InUse = false;
 
 private:
-    CURLSH* FShare;  // made before the handles that use it
+    CURLSH* FShare;  // created before the handles that use it
     CURL* FEasy;
     CURLM* FMulti;
 };
@@ -52,7 +52,7 @@ CURLcode Perform(HttpTransfer& transfer, CURL* easy, CURLM* multi) {
 
 HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
     thread_local ThreadHandles handles;
-    // A callback that fetches something itself gets handles of its own.
+    // A callback that starts another transfer gets its own handles.
     std::unique_ptr<ThreadHandles> nested = handles.InUse ? std::make_unique<ThreadHandles>() : nullptr;
     ThreadHandles& used = nested ? *nested : handles;
     const PipeSignalBlocked blocked;
@@ -71,7 +71,7 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
             curl_multi_remove_handle(used.Multi(), used.Easy());
             again = again && transfer.Prepare(used.Easy());
         }
-        curl_easy_reset(used.Easy());  // the handle outlives the transfer, which it points to
+        curl_easy_reset(used.Easy());  // the handle outlives the transfer, to which its options point
         info = transfer.Outcome();
     }
     if (info.Succeeded())
@@ -88,7 +88,7 @@ HttpDocument HttpGetDocument(const QString& url, qint64 maxBytes, const CancelCh
     request.Url = url;
     request.Compressed = true;
     request.MaxBytes = maxBytes;
-    request.Longest = HttpDocumentTimeout();
+    request.TotalTimeout = HttpDocumentTimeout();
     request.OnAccepted = [&](const HttpResponseInfo& info) {
         document.Info = info;
         document.Body.reserve(RoomForDocument(info, maxBytes));

@@ -1,5 +1,5 @@
 #pragma once
-// The system's logging categories. Quiet by default: only warnings show. QT_LOGGING_RULES="podcasts.*=true" opens all.
+// The system's logging categories. By default only warnings are shown; QT_LOGGING_RULES="podcasts.*=true" shows all.
 
 #include "VEXA.Runtime.Export.h"
 

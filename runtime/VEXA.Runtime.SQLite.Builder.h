@@ -1,5 +1,5 @@
 #pragma once
-// Builds the text of SQL statements, in UTF-8. The one place that spells literals.
+// Builds the text of SQL statements, in UTF-8. The only place where literals are written.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -14,11 +14,11 @@ namespace vexa {
 /// How a column is declared by CreateTable.
 struct SqlColumn {
     enum class Type {
-        Key,      // INTEGER PRIMARY KEY AUTOINCREMENT: assigned on insert, never used again
+        Key,      // INTEGER PRIMARY KEY AUTOINCREMENT: assigned on insert, never reused
         Integer,  // 32-bit
         Double,
-        Text,       // identities: compares byte by byte
-        ShownText,  // names and what else people read: sorts by the collation UNICODE
+        Text,       // identifiers: compared byte by byte
+        ShownText,  // names and other text for the user: sorted by the collation UNICODE
         Blob,
     };
     std::string_view Name;
@@ -30,16 +30,17 @@ public:
     SqlBuilder() = default;
     explicit SqlBuilder(std::string_view sql) : FSql(sql) {}
 
-    /// SQL as it stands.
+    /// Appends SQL unchanged.
     SqlBuilder& Raw(std::string_view sql) {
         FSql += sql;
         return *this;
     }
-    /// A text literal. Quotes are doubled; text with U+0000 becomes CAST(x'…' AS TEXT), since a statement ends at it.
+    /// A text literal. Quotes are doubled; text with U+0000 becomes CAST(x'…' AS TEXT), since SQLite ends a statement
+    /// at that character.
     SqlBuilder& Text(QStringView value);
     SqlBuilder& Integer(qint64 value);
-    /// 17 significant digits, so that it reads back bit for bit (but for numbers below 1e-280, which SQLite itself
-    /// reads with less care); infinities as ±9e999, not-a-number as NULL.
+    /// Writes 17 significant digits, so that the number reads back bit for bit (except below 1e-280, where SQLite's own
+    /// parser is less exact); infinities as ±9e999, not-a-number as NULL.
     SqlBuilder& Double(double value);
 
     /// CREATE TABLE IF NOT EXISTS with an optional table constraint.
@@ -50,7 +51,7 @@ public:
 
     const std::string& Sql() const noexcept { return FSql; }
     bool IsEmpty() const noexcept { return FSql.empty(); }
-    /// Empties the text and keeps its memory, for statements built in a row.
+    /// Empties the text but keeps its memory, for building many statements one after another.
     void Clear() noexcept { FSql.clear(); }
 
 private:

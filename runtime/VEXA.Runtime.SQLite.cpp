@@ -21,16 +21,16 @@ namespace vexa {
 namespace {
 
 constexpr int kBusyMilliseconds = 5000;
-// Rows with show notes take 2 to 3 KB. SQLite's own 4 KiB leave a third of such a page empty: with 8 KiB the file is a
-// tenth smaller, and a first import takes a tenth less of the processor.
+// Rows with show notes take 2 to 3 KB, so SQLite's default pages of 4 KiB stay a third empty. With 8 KiB the file is a
+// tenth smaller, and a first import takes a tenth less processor time.
 constexpr int kPageSize = 8192;
-// Pages. Larger than SQLite's 1,000: a refresh of many feeds writes pages again and again, and copies them back
-// once.
+// In pages. Larger than SQLite's default of 1,000, so that pages which a refresh of many feeds writes repeatedly are
+// copied back to the file only once.
 constexpr int kCheckpointPages = 4000;
-// Connections for reading that are kept for the next one who reads.
+// The number of idle connections for reading that are kept for reuse.
 constexpr std::size_t kMostIdleReaders = 4;
 
-/// What a person can do about an error; empty when we do not know.
+/// What the user can do about an error; empty when nothing is known to help.
 const char* Advice(int code) {
     switch (code & 0xFF) {
         case SQLITE_BUSY:
@@ -54,10 +54,10 @@ const char* Advice(int code) {
     }
 }
 
-/// Root collation of the Unicode Collation Algorithm: the same order on every machine. Texts that it calls equal are
-/// told apart by their bytes, so that equality stays exact.
+/// Compares by the root collation of the Unicode Collation Algorithm, which is the same on every machine. Texts that
+/// are equal by the collation are then compared by their bytes, so that only identical texts are equal.
 ///
-/// Most texts are printable ASCII, which needs no library: its characters neither combine nor are ignored, so texts
+/// Most texts are printable ASCII and do not need ICU: such characters neither combine nor are ignored, so texts
 /// compare by their characters' primary weights, then by the first difference in letter case, small before capital.
 class UnicodeCollator {
 public:
@@ -91,7 +91,7 @@ public:
 private:
     static constexpr int kFirstPrintable = 0x20, kLastPrintable = 0x7E;
 
-    /// Gives each printable character its place by primary weight; a letter's two cases share one.
+    /// Ranks each printable character by its primary weight; both cases of a letter have one rank.
     void RankAscii() {
         UErrorCode status = U_ZERO_ERROR;
         UCollator* const primary = ucol_open("root", &status);
@@ -109,7 +109,7 @@ private:
         ucol_close(primary);
     }
 
-    /// Nothing unless both texts are printable ASCII as far as the comparison looks.
+    /// Nothing if the comparison comes upon a character that is not printable ASCII.
     std::optional<int> CompareAscii(const unsigned char* a, int sizeA, const unsigned char* b, int sizeB) const {
         const int size = std::min(sizeA, sizeB);
         int order = 0, caseOrder = 0, i = 0;
@@ -126,7 +126,7 @@ private:
             }
             if (caseOrder == 0) caseOrder = b[i] - a[i];  // small letters have the larger codes
         }
-        // What follows could combine with what was compared last.
+        // The following characters could combine with the last ones compared.
         for (int j = i; j < std::min(sizeA, i + 2); ++j)
             if (FRanks[a[j]] == 0) return std::nullopt;
         for (int j = i; j < std::min(sizeB, i + 2); ++j)
@@ -158,7 +158,7 @@ void Upper(sqlite3_context* context, int, sqlite3_value** arguments) {
         out[i] = text[i] >= 'a' && text[i] <= 'z' ? static_cast<char>(text[i] - 0x20) : text[i];
     if (i == text.size()) return sqlite3_result_text64(context, out, i, sqlite3_free, SQLITE_UTF8);
     sqlite3_free(out);
-    const std::string upper = ToUtf8(FromUtf8(text).toUpper());  // Qt's is the locale-independent mapping
+    const std::string upper = ToUtf8(FromUtf8(text).toUpper());  // Qt's mapping does not depend on the locale
     sqlite3_result_text64(context, upper.data(), upper.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
@@ -224,7 +224,7 @@ void SqliteConnection::Close() noexcept {
 
 void SqliteConnection::OpenConnection(const QString& fileName, int flags) {
     FFileName = fileName;
-    // NOMUTEX: the wrapper sees to it that a connection serves one thread at a time.
+    // NOMUTEX: this class ensures that only one thread at a time uses a connection.
     const int code =
         sqlite3_open_v2(QFile::encodeName(fileName).constData(), &FHandle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (code != SQLITE_OK) Raise("cannot open", code);
@@ -255,7 +255,7 @@ std::unique_ptr<SqliteCursor> SqliteConnection::Query(std::string_view sql,
 
 SqliteReader::SqliteReader(const QString& fileName) {
     try {
-        // Not SQLITE_OPEN_READONLY: the first reader of a database in WAL mode may have to make its shared-memory file.
+        // Not SQLITE_OPEN_READONLY: the first reader in WAL mode may have to create the shared-memory file.
         OpenConnection(fileName, SQLITE_OPEN_READWRITE);
         ExecuteSQL("PRAGMA query_only=1");
     } catch (...) {
@@ -281,10 +281,6 @@ SqliteSnapshot::~SqliteSnapshot() {
     }
 }
 
-void SqliteReader::Interrupt() noexcept {
-    sqlite3_interrupt(FHandle);
-}
-
 // ---- SqliteDatabase ----
 
 SqliteDatabase::~SqliteDatabase() = default;
@@ -292,11 +288,11 @@ SqliteDatabase::~SqliteDatabase() = default;
 void SqliteDatabase::Open(const QString& fileName) {
     try {
         OpenConnection(fileName, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-        // SQLite quietly opens a file that may not be written for reading alone.
+        // SQLite silently opens a file without write permission as read-only.
         if (sqlite3_db_readonly(FHandle, "main") == 1) Raise("cannot open", SQLITE_READONLY);
         InitializeFunctions();
         VerifyLayout();
-        ExecuteSQL("PRAGMA page_size=" + std::to_string(kPageSize));  // of a new file; an existing one keeps its own
+        ExecuteSQL("PRAGMA page_size=" + std::to_string(kPageSize));  // only affects a new file
         EnterWal();
         ExecuteSQL("PRAGMA synchronous=FULL; PRAGMA cache_size=-16000; PRAGMA wal_autocheckpoint=" +
                    std::to_string(kCheckpointPages));
@@ -308,7 +304,7 @@ void SqliteDatabase::Open(const QString& fileName) {
 }
 
 void SqliteDatabase::EnterWal() {
-    // SQLite does not wait here by itself: two programs that open a new file at once would be in each other's way.
+    // SQLite's busy time-out does not apply here, so two programs that create a file at the same time would fail.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyMilliseconds);
     for (;;) {
         try {
@@ -403,7 +399,7 @@ void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std
 void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
     const auto lock = Lock();
     const bool nested = FTransactionDepth > 0;
-    // Immediate: a transaction that begins by reading and is overtaken by another writer could never write.
+    // Immediate: a transaction that begins with a read cannot write any more once another writer has committed.
     ExecuteSQL(nested ? "SAVEPOINT Nested" : "BEGIN IMMEDIATE");
     ++FTransactionDepth;
     const auto outer = FTransactionThread.exchange(std::this_thread::get_id());
@@ -418,7 +414,7 @@ void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
     } catch (...) {
         --FTransactionDepth;
         try {
-            // A full disk may have rolled back the whole transaction by itself.
+            // SQLite may have rolled back the whole transaction already, for instance when the disk is full.
             if (!sqlite3_get_autocommit(FHandle))
                 ExecuteSQL(nested ? "ROLLBACK TO Nested; RELEASE Nested" : "ROLLBACK");
         } catch (const SqliteError& error) {
@@ -479,7 +475,7 @@ SqliteStatement& SqliteStatement::Double(double value) {
 
 void SqliteStatement::Run() {
     const auto lock = FDatabase.Lock();
-    // Bound only now that the texts do not move any more.
+    // Bind the texts only now that their memory does not move any more.
     for (const auto& [parameter, begin, end] : FPieces)
         sqlite3_bind_text64(FStatement, parameter, FTexts.data() + begin, end - begin, SQLITE_STATIC, SQLITE_UTF8);
     int code;
@@ -489,7 +485,7 @@ void SqliteStatement::Run() {
     FTexts.clear();
     FParameter = 0;
     if (code != SQLITE_DONE) {
-        // Read before the reset, which ends the statement's transaction and forgets why.
+        // Read the error before the reset, which ends the statement's transaction and clears the error.
         try {
             FDatabase.Raise("cannot write", code);
         } catch (...) {

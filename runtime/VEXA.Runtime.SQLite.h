@@ -1,10 +1,10 @@
 #pragma once
-// An SQLite database: one connection that writes, which many threads may use since calls are serialised by a reentrant
-// lock, and further ones that only read, each for one user at a time.
+// An SQLite database: one connection that writes, shared by all threads because a reentrant lock serialises its calls,
+// and further connections that only read, each used by one thread at a time.
 //
 // The file is opened in WAL mode, so that readers never wait for a writer, other processes can read and write it too,
-// and a crash leaves the last committed state. Every error is an SqliteError. Errors of the kind "busy" come after
-// waiting five seconds.
+// and a crash leaves the last committed state. Every error is thrown as an SqliteError. A "busy" error is thrown after
+// five seconds of waiting.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
@@ -28,29 +28,29 @@ struct sqlite3_value;
 
 namespace vexa {
 
-/// What failed, on which file, why, and what to do about it. Code() is SQLite's extended result code.
+/// The message says what failed, on which file, why, and what to do about it. Code() is SQLite's extended result code.
 class VEXA_RUNTIME_API SqliteError : public std::runtime_error {
 public:
     SqliteError(const std::string& message, int code) : std::runtime_error(message), FCode(code) {}
     SqliteError(const SqliteError&) = default;
     ~SqliteError() override;
     int Code() const noexcept { return FCode; }
-    /// Whether another connection held the lock for all the time that was waited for it: the same may work later.
+    /// Whether another connection held the lock during the whole wait: the same call may succeed later.
     bool IsBusy() const noexcept;
-    /// Whether the statement itself cannot be run: it goes beyond SQLite's limits, or names what is not there.
+    /// Whether the statement itself cannot be run: it exceeds SQLite's limits, or names something that does not exist.
     bool IsOfStatement() const noexcept;
 
 private:
     int FCode;
 };
 
-/// A query's rows, positioned on one of them; on the first one at first. Columns are named by 0-based index; NULL reads
-/// as empty or 0.
+/// A cursor over a query's rows, initially on the first one. Columns are addressed by 0-based index; NULL reads as
+/// empty or 0.
 class VEXA_RUNTIME_API SqliteRows {
 public:
     virtual ~SqliteRows();
     /// Steps to the next row; false at the end.
-    virtual bool Next() = 0;
+    [[nodiscard]] virtual bool Next() = 0;
     virtual int ColumnCount() const = 0;
     virtual QString Text(int column) const = 0;
     virtual int Integer(int column) const = 0;
@@ -62,15 +62,16 @@ class SqliteConnection;
 class SqliteReader;
 class SqliteDatabase;
 
-/// Hands a borrowed reader back to its database.
+/// Returns a borrowed reader to its database.
 struct SqliteReturnReader {
     SqliteDatabase* Database = nullptr;
     void operator()(SqliteReader* reader) const noexcept;
 };
 using SqliteBorrowedReader = std::unique_ptr<SqliteReader, SqliteReturnReader>;
 
-/// Rows that are read as one steps. On a database's own connection it holds the lock as long as it lives, on a reader
-/// it keeps that from others: read and let go. Columns can be named by name, too.
+/// Rows that are read from the database step by step. During its lifetime a cursor on the writing connection holds the
+/// database's lock, and a cursor on a reader keeps the reader from others; so do not keep cursors longer than needed.
+/// Columns can also be addressed by name.
 class VEXA_RUNTIME_API SqliteCursor final : public SqliteRows {
 public:
     ~SqliteCursor() override;
@@ -83,7 +84,7 @@ public:
     int ColumnIndex(std::string_view name) const;
     bool IsNull(int column) const;
     QString Text(int column) const override;
-    /// The text's bytes, valid until the next step.
+    /// The text in UTF-8, valid until the next step.
     std::string_view Utf8(int column) const;
     int Integer(int column) const override;
     qint64 Integer64(int column) const override;
@@ -109,10 +110,10 @@ private:
     sqlite3_stmt* FStatement;
 };
 
-/// Rows read into memory: they keep nothing open.
+/// Rows read into memory. They need neither a connection nor a cursor.
 class VEXA_RUNTIME_API SqliteRowSet final : public SqliteRows {
 public:
-    /// Appends all rows of the cursor, from its current one on.
+    /// Appends the rows of the cursor, from its current row to the last.
     void Append(SqliteCursor& cursor);
 
     bool Next() override;
@@ -135,7 +136,7 @@ private:
     std::vector<Value> FValues;  // row by row
 };
 
-/// What every connection has. UPPER and the collation UNICODE are registered on each.
+/// The base of all connections. Each has the function UPPER and the collation UNICODE.
 class VEXA_RUNTIME_API SqliteConnection {
 public:
     virtual ~SqliteConnection();
@@ -160,26 +161,24 @@ protected:
     sqlite3* FHandle = nullptr;
 };
 
-/// A connection that only reads. One user at a time, on whichever thread. It never waits for a writer, and sees what
-/// was committed when its oldest open cursor began.
+/// A connection that only reads, used by one thread at a time, whichever that is. It never waits for a writer, and sees
+/// the state that was committed when its oldest open cursor began.
 class VEXA_RUNTIME_API SqliteReader final : public SqliteConnection {
 public:
-    /// Opens a database that exists already.
+    /// Opens an existing database.
     explicit SqliteReader(const QString& fileName);
 
-    /// A cursor on the first row; nothing when there is none.
+    /// A cursor on the first row; null when there are no rows.
     std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, {}); }
     /// The first column of the first row; −1 when there is no row.
     qint64 QueryInteger(std::string_view sql);
-    /// Runs statements that give no rows, such as those that begin and end a snapshot.
+    /// Runs statements that return no rows, such as those that begin and end a snapshot.
     void ExecuteSQL(std::string_view sql);
-    /// A number that changes with every commit of another connection.
+    /// A number that changes whenever another connection commits.
     qint64 DataVersion() { return QueryInteger("PRAGMA data_version"); }
-    /// Ends the statement that runs, from any thread, with an error.
-    void Interrupt() noexcept;
 };
 
-/// While it lives, the reader sees one state of the database.
+/// During the lifetime of a snapshot, the reader sees one unchanging state of the database.
 class VEXA_RUNTIME_API SqliteSnapshot {
 public:
     explicit SqliteSnapshot(SqliteReader& reader) : FReader(reader) { FReader.ExecuteSQL("BEGIN"); }
@@ -196,43 +195,46 @@ public:
     SqliteDatabase() = default;
     ~SqliteDatabase() override;
 
-    /// Runs statements that give no rows.
+    /// Runs statements that return no rows.
     void ExecuteSQL(std::string_view sql);
     void ExecuteSQL(const SqlBuilder& builder) { ExecuteSQL(builder.Sql()); }
     /// The first column of the first row; −1 when there is no row.
     int QueryInteger(std::string_view sql);
     int QueryInteger(const SqlBuilder& builder) { return QueryInteger(builder.Sql()); }
-    /// A cursor on the first row; nothing when there is none.
+    /// A cursor on the first row; null when there are no rows.
     std::unique_ptr<SqliteCursor> Query(std::string_view sql) { return SqliteConnection::Query(sql, Lock()); }
     std::unique_ptr<SqliteCursor> Query(const SqlBuilder& builder) { return Query(builder.Sql()); }
-    /// The same two on a connection that only reads: they never wait for what another thread writes, and see all that
-    /// was committed before. Inside a transaction of the calling thread they see its writes, on the connection's own.
+    /// Like Query and QueryInteger, but on a connection that only reads: they never wait for a thread that writes, and
+    /// see everything committed before the call. Inside a transaction of the calling thread they use the writing
+    /// connection, and so see the transaction's writes.
     std::unique_ptr<SqliteCursor> Read(std::string_view sql);
     std::unique_ptr<SqliteCursor> Read(const SqlBuilder& builder) { return Read(builder.Sql()); }
     int ReadInteger(std::string_view sql);
     int ReadInteger(const SqlBuilder& builder) { return ReadInteger(builder.Sql()); }
-    /// Runs an insert whose one "?" takes the bytes.
+    /// Runs an INSERT whose only "?" is replaced by the bytes.
     void ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size);
 
-    /// Runs `procedure` in one immediate transaction, or in a savepoint when the connection is in one already. What it
-    /// throws undoes its writes and reaches the caller. Holds the lock all the while.
+    /// Runs `procedure` in one immediate transaction, or in a savepoint when the connection is in a transaction
+    /// already. An exception from `procedure` rolls its writes back and is passed on to the caller. Holds the lock
+    /// throughout.
     void RunInTransaction(const std::function<void()>& procedure);
 
-    /// Groups statements of one thread. Reentrant.
+    /// Keeps other threads from running statements between those of the calling thread. Reentrant.
     [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() { return std::unique_lock(FMutex); }
 
-    /// Names of a table's columns in order; empty when there is no such table.
+    /// The names of a table's columns, in order; empty when there is no such table.
     std::vector<std::string> TableColumns(std::string_view table);
-    /// Rows changed by the last INSERT, UPDATE or DELETE.
+    /// The number of rows changed by the last INSERT, UPDATE or DELETE.
     int ChangedRows() const;
 
 protected:
-    /// Opens or creates the file, then runs the three steps below in order. For the constructor of the derived class.
+    /// Opens or creates the file, then calls the three functions below in order. Called by the constructor of the
+    /// derived class.
     void Open(const QString& fileName);
 
-    /// Registers SQL functions beyond UPPER.
+    /// Registers SQL functions in addition to UPPER.
     virtual void InitializeFunctions() {}
-    /// Looks at an existing file before anything is written; throws to refuse it.
+    /// Checks an existing file before anything is written to it; throws to refuse the file.
     virtual void VerifyLayout() {}
     virtual void InitializeTables() {}
 
@@ -240,7 +242,7 @@ protected:
     using TextFunction = QString (*)(const QString&);
     using IntegerFunction = int (*)(const QString&);
     void RegisterFunction(const char* name, TextFunction function);
-    /// The same with an integer result, which may change from call to call.
+    /// The same with an integer result, and not deterministic.
     void RegisterFunction(const char* name, IntegerFunction function);
 
 private:
@@ -251,13 +253,13 @@ private:
 
     std::recursive_mutex FMutex;  // guards FHandle and FTransactionDepth
     int FTransactionDepth = 0;
-    std::atomic<std::thread::id> FTransactionThread{};  // whose transaction is open
+    std::atomic<std::thread::id> FTransactionThread{};  // the thread of the open transaction
     std::mutex FReadersMutex;
     std::vector<std::unique_ptr<SqliteReader>> FIdleReaders;  // guarded by FReadersMutex
 };
 
-/// A statement that writes, prepared once and run again and again with other values for its parameters ("?"). Any text
-/// can be a value, U+0000 and lone surrogates included. Its database must outlive it. One thread uses it at a time.
+/// A statement that writes, prepared once and run repeatedly with different values for its parameters ("?"). Any text
+/// can be a value, U+0000 and lone surrogates included. The database must outlive the statement. One thread at a time.
 class VEXA_RUNTIME_API SqliteStatement {
 public:
     SqliteStatement(SqliteDatabase& database, std::string_view sql);
@@ -265,11 +267,11 @@ public:
     SqliteStatement(SqliteStatement&& other) noexcept;
     SqliteStatement& operator=(SqliteStatement&&) = delete;
 
-    /// Each gives the next parameter its value.
+    /// Each of these binds a value to the next parameter.
     SqliteStatement& Text(QStringView value);
     SqliteStatement& Integer(qint64 value);
     SqliteStatement& Double(double value);
-    /// Runs it with the values given since the last time.
+    /// Runs the statement with the values bound since the last run.
     void Run();
 
 private:
@@ -280,9 +282,9 @@ private:
 
     SqliteDatabase& FDatabase;
     sqlite3_stmt* FStatement = nullptr;
-    int FParameter = 0;          // the last one that has got a value
-    std::string FTexts;          // of all text values, side by side
-    std::vector<Piece> FPieces;  // where each lies
+    int FParameter = 0;          // the last parameter that has a value
+    std::string FTexts;          // all text values, one after another
+    std::vector<Piece> FPieces;  // where each text is in FTexts
 };
 
 }  // namespace vexa

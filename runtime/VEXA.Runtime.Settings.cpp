@@ -1,5 +1,6 @@
 #include "VEXA.Runtime.Settings.h"
 
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QDir>
@@ -32,22 +33,22 @@ constexpr auto kLockPoll = std::chrono::milliseconds(5);
     throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
 }
 
-/// The file that takes the settings' place once it is whole; until then its lock keeps other programs from writing.
-/// Whatever ends the process, the kernel lets go of the lock, and the next one writes to the same file.
+/// The new file that replaces the settings file once it is complete. Until then its lock keeps other programs from
+/// writing. If the process dies, the kernel releases the lock, and the next process writes the same new file.
 class SettingsSuccessor {
 public:
     explicit SettingsSuccessor(const QString& fileName) : FFileName(fileName) {
-        const QFileInfo present(fileName);  // a link stays one
+        const QFileInfo present(fileName);  // keep a symbolic link: replace its target
         FTarget = QFile::encodeName(present.isSymLink() ? present.symLinkTarget() : fileName);
         FName = FTarget + ".new";
         const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
         for (;;) {
             FDescriptor = open(FName.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
             if (FDescriptor < 0) Fail();
-            // A file system without locks: nothing more can be done.
+            // With any other error the file system has no locks: go on without.
             const bool isHeld = flock(FDescriptor, LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR);
-            // Whoever held the lock until now has given the file another name.
-            if (!isHeld && IsStillNamed()) return;
+            // If the lock is free but the name is another file's, the previous holder has renamed this one: try again.
+            if (!isHeld && IsFileNamed(FDescriptor, FName)) return;
             Close();
             if (std::chrono::steady_clock::now() > deadline)
                 vexa::Fail(kWhat, FFileName, QStringLiteral("another program is writing them; try again in a moment"));
@@ -55,7 +56,7 @@ public:
         }
     }
     ~SettingsSuccessor() {
-        if (IsStillNamed()) unlink(FName.constData());
+        if (IsFileNamed(FDescriptor, FName)) unlink(FName.constData());
         Close();
     }
     SettingsSuccessor(const SettingsSuccessor&) = delete;
@@ -77,12 +78,6 @@ private:
     static inline const QString kWhat = QStringLiteral("cannot write the settings");
 
     [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, QString::fromLocal8Bit(std::strerror(errno))); }
-    bool IsStillNamed() const {
-        struct stat opened {
-        }, named{};
-        return fstat(FDescriptor, &opened) == 0 && stat(FName.constData(), &named) == 0 &&
-               opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
-    }
     void Close() { close(FDescriptor); }
 
     const QString FFileName;
@@ -92,7 +87,7 @@ private:
 
 QStringList ReadLines(const QString& fileName) {
     const QString what = QStringLiteral("cannot read the settings");
-    // Only a file that is not there has no settings: where it cannot be looked at, what it holds would be written over.
+    // Only a missing file reads as empty. If any other error did, the next Save would overwrite the file's contents.
     const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
     if (descriptor < 0) Fail(what, fileName, QString::fromLocal8Bit(std::strerror(errno)));
@@ -159,7 +154,7 @@ QString Unquoted(const QString& written) {
     return value;
 }
 
-/// What one line means: a section's beginning, a key with its value, or nothing.
+/// The meaning of one line: the beginning of a section, a key with its value, or nothing.
 struct Line {
     std::optional<QString> Section;
     QString Key, Value;
@@ -177,8 +172,9 @@ QString KeyPath(const QString& section, const QString& key) {
     return section.isEmpty() ? key : section + u'\\' + key;
 }
 
-/// Replaces the key's line, of several the last one, which counts; or adds one at the end of its section (which is made
-/// at the file's end when missing). A key with a back slash may stand in a section of a shorter name.
+/// Replaces the key's line (if there are several, the last one, which is the one that counts), or adds a line at the
+/// end of the key's section, which is added at the file's end if it is missing. A key with a backslash may be in a
+/// section with a shorter name.
 void SetKey(QStringList& lines, const QString& keyPath, const QString& value) {
     const qsizetype delimiter = keyPath.lastIndexOf(u'\\');
     const QString wanted = delimiter < 0 ? QString() : keyPath.first(delimiter);
@@ -246,7 +242,7 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
 }
 
 void SettingsFile::Reload() {
-    FRead.insert(ParseLines(ReadLines(FFileName)));  // beside the defaults that others took for missing keys
+    FRead.insert(ParseLines(ReadLines(FFileName)));  // keeps the defaults that were returned for missing keys
 }
 
 void SettingsFile::Save() {
@@ -265,6 +261,17 @@ void SettingsFile::Save() {
     for (const QString& key : keys) SetKey(lines, key, FPending.value(key));
     successor.Replace(ToUtf8(QString(lines.join(u'\n') + u'\n')));
     for (const QString& key : keys) FRead.insert(key, FPending.take(key));
+}
+
+void SettingsFile::TakeSaved(const SettingsFile& copied, const SettingsFile& saved) {
+    FMissing.subtract(copied.FMissing);
+    for (auto key = copied.FPending.keyBegin(); key != copied.FPending.keyEnd(); ++key) {
+        // A value that was set back to the one read is pending no more.
+        const QString wanted = FPending.contains(*key) ? FPending.take(*key) : FRead.value(*key);
+        const QString written = saved.FRead.value(*key);
+        FRead.insert(*key, written);
+        if (wanted != copied.FPending.value(*key) && wanted != written) FPending.insert(*key, wanted);
+    }
 }
 
 QString SettingsFileName(const QString& profileFolder) {

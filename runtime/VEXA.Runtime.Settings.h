@@ -3,11 +3,12 @@
 //
 // Plain INI: "[Section]" lines and "Key=value" lines, UTF-8, Booleans as 1 and 0. A key path such as
 // "Podcasts\CheckUpdates" is the key CheckUpdates of the section Podcasts. A value that begins or ends with a blank or
-// a quote, or holds a line break or a control character, is written in double quotes with \\ \" \n \r \t and \xNNNN;
-// every other value stands as it is, back slashes included. Comments, blank lines, order and unknown keys survive.
+// a quote, or contains a line break or a control character, is written in double quotes with \\ \" \n \r \t and \xNNNN;
+// every other value is written unchanged, backslashes included. Saving preserves comments, blank lines, the order of
+// lines, and unknown keys.
 //
-// Several processes may use one file: saving reads it again under a lock, changes only the keys that this process set
-// to something else than what it had read, and replaces the file in one step.
+// Several processes may use one file: saving reads it again under a lock, changes only the keys that this process has
+// set to a value different from the one it had read, and replaces the file atomically.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -21,34 +22,39 @@ namespace vexa {
 
 class VEXA_RUNTIME_API SettingsFile {
 public:
-    /// Reads the file; one that does not exist is empty. Throws std::runtime_error when it cannot be read.
+    /// Reads the file; a missing file reads as empty. Throws std::runtime_error when the file cannot be read.
     explicit SettingsFile(const QString& fileName);
 
-    /// The value; nothing when the file does not hold the key. What another process sets such a key to meanwhile stays:
-    /// the caller's own default, which is not known here, must not be written over it.
+    /// The value; nothing when the file does not have the key. If another process sets such a key before the next Save,
+    /// Save keeps that value: the value that the caller writes may be its own default, which is not known here.
     std::optional<QString> Find(const QString& keyPath);
-    /// The value; the default when the file does not hold the key.
+    /// The value; the default when the file does not have the key.
     QString Read(const QString& keyPath, const QString& defaultValue);
-    /// Remembers the value for the next Save. A value equal to the one that was read, a default included, leaves the
-    /// file's key alone.
+    /// Remembers the value for the next Save. A value equal to the one that was read, or to the default that Read
+    /// returned, leaves the file's key unchanged.
     void Write(const QString& keyPath, const QString& value);
 
-    /// Takes over what other processes have set meanwhile; what was remembered for the next Save stays. Throws
+    /// Reads the values that other processes have set meanwhile; values remembered for the next Save are kept. Throws
     /// std::runtime_error.
     void Reload();
-    /// Writes what was remembered. Throws std::runtime_error.
+    /// Writes the remembered values, which count as read from then on. Throws std::runtime_error.
     void Save();
+    bool HasChanges() const { return !FPending.isEmpty(); }
+    /// To save on another thread, copy this object and save the copy there. Then call this function with `copied`, the
+    /// state of this object when it was copied, and `saved`, the copy after its Save: the written values count as read,
+    /// and values set in this object meanwhile are kept for the next Save.
+    void TakeSaved(const SettingsFile& copied, const SettingsFile& saved);
 
     QString FileName() const { return FFileName; }
 
 private:
     QString FFileName;
-    QHash<QString, QString> FRead;     // key path to value, as this process found it (or took it to be)
-    QHash<QString, QString> FPending;  // what Save is to write
-    QSet<QString> FMissing;            // looked for, not there, without a default
+    QHash<QString, QString> FRead;     // key path to value, as this process read it (or the default that it was given)
+    QHash<QString, QString> FPending;  // the values that Save has to write
+    QSet<QString> FMissing;            // keys that Find looked for and the file did not have
 };
 
-/// The file of a profile folder.
+/// The path of a profile folder's configuration file.
 VEXA_RUNTIME_API QString SettingsFileName(const QString& profileFolder);
 
 }  // namespace vexa

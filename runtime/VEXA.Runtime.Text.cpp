@@ -9,7 +9,7 @@ namespace vexa {
 
 namespace {
 
-/// Decodes the code point (surrogates included) that begins at `at`, and moves past it. False on what is not WTF-8.
+/// Decodes the code point (surrogates included) that begins at `at`, and moves past it. False for invalid WTF-8.
 bool DecodeOne(std::string_view bytes, std::size_t& at, char32_t& point) noexcept {
     const auto lead = static_cast<unsigned char>(bytes[at]);
     int tail = 0;
@@ -56,14 +56,14 @@ QString DecodeWithSurrogates(std::string_view bytes) {
 }  // namespace
 
 void AppendUtf8(std::string& out, QStringView text) {
-    // Worst case three bytes for one UTF-16 unit; written through a pointer because push_back per byte is slow.
+    // A UTF-16 unit takes at most three bytes. Write through a pointer, because push_back for each byte is slow.
     const std::size_t begin = out.size();
     out.resize(begin + static_cast<std::size_t>(text.size()) * 3);
     char* to = out.data() + begin;
     const char16_t* from = text.utf16();
     const char16_t* const end = from + text.size();
     while (from != end) {
-        // A block of ASCII at a time, without a branch inside, as in CommonAscii.
+        // One block of ASCII at a time, without branches in the inner loop, as in CommonAscii.
         constexpr std::ptrdiff_t kBlock = 32;
         while (end - from >= kBlock) {
             unsigned all = 0;
@@ -107,8 +107,8 @@ std::string ToUtf8(QStringView text) {
 
 QString FromUtf8(std::string_view bytes) {
     QString text = QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
-    // Qt is fast but replaces surrogates; only texts that show a replacement need the second look. It also drops a BOM
-    // at the start, which is content here.
+    // Qt's decoder is fast but replaces surrogates, so only texts with a replacement character are decoded again. Qt
+    // also drops a BOM at the start, which is content here.
     const bool bom = bytes.size() >= 3 && std::memcmp(bytes.data(), "\xEF\xBB\xBF", 3) == 0;
     if (bom || text.contains(QChar::ReplacementCharacter)) return DecodeWithSurrogates(bytes);
     return text;
@@ -116,8 +116,8 @@ QString FromUtf8(std::string_view bytes) {
 
 namespace {
 
-/// How many leading characters, in whole blocks, are ASCII and the same in both. The loop over a block has no branch,
-/// so that the compiler can compare many characters at once.
+/// The number of leading characters, in whole blocks, that are ASCII and equal in both. The loop over a block has no
+/// branch, so that the compiler can compare many characters at once.
 std::size_t CommonAscii(const char16_t* text, const char* bytes, std::size_t size) noexcept {
     constexpr std::size_t kBlock = 32;
     std::size_t at = 0;

@@ -22,7 +22,7 @@ namespace vexa {
 
 namespace {
 
-// What a thread's last line of defence says about an exception that nobody caught.
+// Logs an exception that nothing else has caught.
 void LogEscaped(const char* where) noexcept {
     try {
         throw;
@@ -37,18 +37,18 @@ thread_local TaskHandle CurrentTask = 0;  // the task that this thread of the po
 
 struct QueuedProcedure {
     std::function<void()> Procedure;
-    TaskHandle Task = 0;  // that waits for it
+    TaskHandle Task = 0;  // the task that waits for the procedure
     bool Waited = false;
     bool Done = false;  // guarded by the queue's mutex
     std::exception_ptr Error;
 };
 
-/// The queue of RunInMainThread. Only the standard library's means carry data between the threads; the posted event is
-/// nothing but a wake-up for the event loop.
+/// The queue of RunInMainThread. The procedures are handed over by the standard library's means alone; the posted event
+/// only wakes up the event loop.
 class MainThreadQueue {
 public:
     static MainThreadQueue& Instance() {
-        static auto* queue = new MainThreadQueue;  // outlives every thread
+        static auto* queue = new MainThreadQueue;  // never destroyed: it has to outlive every thread
         return *queue;
     }
 
@@ -78,10 +78,10 @@ public:
         WakeEventLoop();
     }
 
-    /// Main thread: whether a procedure is running that any thread waits for.
+    /// Main thread: whether it is running a procedure that any thread waits for.
     bool IsRunningForAny() const noexcept { return FWaitedFor > 0; }
 
-    /// Main thread: whether a procedure is running that this task waits for.
+    /// Main thread: whether it is running a procedure that this task waits for.
     bool IsRunningFor(TaskHandle task) const {
         return std::find(FRunningFor.begin(), FRunningFor.end(), task) != FRunningFor.end();
     }
@@ -137,7 +137,7 @@ private:
         }
         FWaitedFor -= item->Waited ? 1 : 0;
         FRunningFor.pop_back();
-        item->Procedure = nullptr;  // what it owns is freed here, on the main thread
+        item->Procedure = nullptr;  // destroys the captured objects here, on the main thread
         {
             std::lock_guard lock(FMutex);
             item->Done = true;
@@ -148,11 +148,11 @@ private:
 
     void WakeEventLoop() {
         if (!QCoreApplication::instance() || FEventPosted.exchange(true)) return;
-        // Made by whoever comes first, then moved to the thread whose loop is to wake up.
+        // Created by the first thread that posts, then moved to the main thread, whose event loop it wakes up.
         static Waker* waker = [] {
-            auto* made = new Waker;
-            made->moveToThread(QCoreApplication::instance()->thread());
-            return made;
+            auto* created = new Waker;
+            created->moveToThread(QCoreApplication::instance()->thread());
+            return created;
         }();
         QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
     }
@@ -162,7 +162,7 @@ private:
     std::deque<std::shared_ptr<QueuedProcedure>> FItems;  // guarded by FMutex
     std::uint64_t FWakeUps = 0;                           // guarded by FMutex
     std::vector<TaskHandle> FRunningFor;                  // main thread only
-    int FWaitedFor = 0;                                   // how many of them are waited for; main thread only
+    int FWaitedFor = 0;                                   // running procedures that are waited for; main thread only
     std::atomic<std::thread::id> FMainThread{};
     std::atomic<bool> FEventPosted{false};
 };
@@ -212,7 +212,7 @@ namespace {
 class Pool {
 public:
     static Pool& Instance() {
-        // Never destroyed: its idle threads sleep until the process ends, and a task may outlive static destruction.
+        // Never destroyed: idle threads sleep until the process ends, and a task may outlive static destruction.
         static auto* pool = new Pool;
         return *pool;
     }
@@ -283,13 +283,13 @@ private:
             CurrentTask = 0;
             {
                 std::lock_guard lock(FMutex);
-                FRunning[job.Handle] = nullptr;  // from here on nobody sets its flag any more
+                FRunning[job.Handle] = nullptr;  // from here on no thread sets the task's flag
             }
             job.Work.reset();
             {
                 std::lock_guard lock(FMutex);
-                FRunning.erase(job.Handle);  // only now may a waiting owner free what the task used
-                // Under the lock, so that this thread touches nothing of the main thread's any more once the owner has
+                FRunning.erase(job.Handle);  // only now may a waiting owner destroy what the task used
+                // Under the lock, so that this thread does not use the main thread's queue any more once the owner has
                 // seen the task's end.
                 WakeMainThread();
             }
@@ -346,10 +346,6 @@ Timer::Timer(std::chrono::milliseconds interval, std::function<void()> onTimer) 
 }
 
 Timer::~Timer() = default;
-
-std::chrono::milliseconds Timer::Interval() const {
-    return FImpl->Clock.intervalAsDuration();
-}
 
 bool Timer::IsEnabled() const {
     return FImpl->Clock.isActive();

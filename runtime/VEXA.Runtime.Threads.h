@@ -1,9 +1,9 @@
 #pragma once
-// Work for other threads, and the way back to the main one.
+// Runs work on other threads, and calls back to the main thread.
 //
-// Tasks run on the worker pool. A task reaches the main thread only through RunInMainThread: a queue that the event
-// loop drains and that a main thread drains by itself while it waits for a task, so that "cancel and wait" on the main
-// thread cannot deadlock with a task that waits for the main thread.
+// Tasks run on the worker pool. A task calls the main thread only through RunInMainThread: a queue that is drained by
+// the event loop and also by a main thread that waits for a task, so that "cancel and wait" on the main thread cannot
+// deadlock with a task that waits for the main thread.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.SDK.Base.h"
@@ -18,34 +18,35 @@
 
 namespace vexa {
 
-/// Polled by long operations; true means: stop as soon as possible.
+/// Polled by long operations; true means that the operation has to stop as soon as possible.
 using CancelCheck = std::function<bool()>;
 
 /// Declares the calling thread to be the main thread. Call once, before anything below.
 VEXA_RUNTIME_API void AttachMainThread();
 VEXA_RUNTIME_API bool IsMainThread() noexcept;
 
-/// Runs `procedure` on the main thread. With `wait` the call returns after it has run, and throws what it threw; on the
-/// main thread itself it then runs at once. Without `wait` it is queued, and what it throws is logged.
+/// Runs `procedure` on the main thread. With `wait` the call returns after `procedure` has run, and rethrows its
+/// exception; on the main thread itself `procedure` then runs at once. Without `wait`, `procedure` is queued and its
+/// exception is logged.
 VEXA_RUNTIME_API void RunInMainThread(std::function<void()> procedure, bool wait);
 
-/// Main thread only: whether it is inside a procedure that another thread waits for. To wait for that thread here would
-/// be to wait for ever.
+/// Main thread only: whether it is running a procedure that another thread waits for. Waiting for that thread now would
+/// be a deadlock.
 VEXA_RUNTIME_API bool IsAnyThreadWaiting() noexcept;
 
-/// Main thread only: runs what is queued until `done` holds, sleeping while there is nothing to run.
-/// `done` is asked after every procedure, whenever WakeMainThread is called, and at least every `poll`.
+/// Main thread only: runs queued procedures until `done` returns true, and sleeps while there are none. `done` is
+/// called after every procedure, whenever WakeMainThread is called, and at least every `poll`.
 VEXA_RUNTIME_API void DrainMainThreadUntil(const std::function<bool()>& done,
                                            std::chrono::milliseconds poll = std::chrono::hours(1));
 VEXA_RUNTIME_API void WakeMainThread();
 
-/// Names one task given to the pool; 0 names none.
+/// Identifies one task of the pool; 0 identifies none.
 using TaskHandle = std::uint64_t;
 
 enum class TaskPriority { Low, Normal, High };
 
-/// A piece of work for the pool, which owns it. Slots in order: interface query, complete, execute, caption, priority,
-/// cancelled flag.
+/// A piece of work for the pool, which owns it. Its virtual functions are in slot order: interface query, complete,
+/// execute, caption, priority, cancelled flag.
 class VEXA_RUNTIME_API Task {
 public:
     Task() = default;
@@ -54,15 +55,15 @@ public:
     virtual ~Task() = default;
 
     virtual HResult QueryInterface(const Guid& iid, void** object) noexcept;
-    /// Runs on the worker thread after Execute, also when that threw.
+    /// Runs on the worker thread after Execute, even if Execute threw.
     virtual void Complete() {}
-    /// The work, on a worker thread. What it throws is logged.
+    /// Does the work, on a worker thread. An exception is logged.
     virtual void Execute() = 0;
     virtual QString Caption() const { return {}; }
     virtual TaskPriority Priority() const { return TaskPriority::Normal; }
     virtual bool IsCancelled() const noexcept { return FCancelled.load(std::memory_order_relaxed); }
 
-    /// Whether Execute was left by an exception. Meant for Complete.
+    /// Whether Execute threw. Meant for Complete.
     bool HasFailed() const noexcept { return FFailed; }
 
 private:
@@ -71,20 +72,20 @@ private:
     bool FFailed = false;  // worker thread only
 };
 
-/// Threads of the pool's own, made on demand and kept for the next task: a refresh, a download and more never wait for
-/// each other. Any thread may call it.
+/// Creates threads on demand and keeps them for the next task, so that tasks such as a refresh and a download never
+/// wait for each other. Any thread may call it.
 class VEXA_RUNTIME_API WorkerPool {
 public:
     /// Starts `task` and returns its handle at once.
     static TaskHandle Run(std::unique_ptr<Task> task);
 
-    /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included) and been
-    /// freed. A handle whose task has ended already, or 0, is no error. Inside a procedure that this very task waits
-    /// for (see RunInMainThread) the flag is all that can be set, and the call returns at once.
+    /// Sets the task's cancelled flag; with `wait`, returns when the task has ended (its Complete included) and has
+    /// been freed. A handle whose task has ended already, or 0, is no error. Called inside a procedure that this very
+    /// task waits for (see RunInMainThread), it only sets the flag and returns at once.
     static void Cancel(TaskHandle handle, bool wait);
 };
 
-/// Calls a procedure on the main thread's event loop again and again while enabled. Main thread only.
+/// Calls a procedure repeatedly on the main thread's event loop while enabled. Main thread only.
 class VEXA_RUNTIME_API Timer {
 public:
     Timer(std::chrono::milliseconds interval, std::function<void()> onTimer);
@@ -92,7 +93,6 @@ public:
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    std::chrono::milliseconds Interval() const;
     bool IsEnabled() const;
     void SetEnabled(bool enabled);
 
@@ -101,7 +101,7 @@ private:
     std::unique_ptr<Impl> FImpl;
 };
 
-/// Milliseconds since the system started, sleep included, cut to 32 bits (it wraps after 49.7 days).
+/// Milliseconds since the system started, including time asleep, truncated to 32 bits (wraps after 49.7 days).
 VEXA_RUNTIME_API std::uint32_t TickCount() noexcept;
 
 }  // namespace vexa

@@ -36,7 +36,8 @@ bool IsIPv4(QStringView host) {
            });
 }
 
-/// A top-level domain's form: letters, of any script or in the ASCII form of one (RFC 5890: "xn--p1ai").
+/// Whether a label has the form of a top-level domain: letters of any script, or the ASCII form of such letters
+/// (RFC 5890: "xn--p1ai").
 bool IsTopLevel(QStringView label) {
     if (label.startsWith(u"xn--", Qt::CaseInsensitive)) return label.size() > 4;
     return label.size() >= 2 && std::all_of(label.begin(), label.end(), [](QChar c) { return c.isLetter(); });
@@ -46,7 +47,7 @@ bool IsPublicName(QStringView host) {
     const auto labels = host.split(u'.');
     const bool isWhole = std::none_of(labels.begin(), labels.end(), [](QStringView label) { return label.isEmpty(); });
     if (labels.size() < 2 || !isWhole || !IsTopLevel(labels.last())) return false;
-    // There are no such domains, but files of feeds and of subscriptions.
+    // These are no top-level domains, but the extensions of feeds and of subscription lists.
     return labels.last().compare(u"xml", Qt::CaseInsensitive) != 0 &&
            labels.last().compare(u"opml", Qt::CaseInsensitive) != 0;
 }

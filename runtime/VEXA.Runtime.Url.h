@@ -1,5 +1,5 @@
 #pragma once
-// Web addresses: what is one, and which of their user names and passwords go where.
+// Web addresses: how to recognise one, and to which hosts its user name and password may be sent.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -11,26 +11,27 @@ namespace vexa {
 /// Whether `text` is an absolute http or https address with a host.
 VEXA_RUNTIME_API bool IsUrl(const QString& text);
 
-/// Whether `text` would be a web address with "https://" before it, as people write and say them: it has no white
-/// space, and a host that is an IP address, or whose last label has two letters or more ("example.org/feed",
-/// "127.0.0.1:8080/feed"). "feed.xml" and "feeds.opml" are names of files, and "ada@example.org" is a mailbox.
+/// Whether `text` is a web address as people write it, without its "https://": it has no white space, and its host is
+/// an IP address or has a last label of two or more letters ("example.org/feed", "127.0.0.1:8080/feed"). Names of files
+/// such as "feed.xml" and "feeds.opml" do not count, nor does a mailbox such as "ada@example.org".
 VEXA_RUNTIME_API bool IsUrlWithoutScheme(const QString& text);
 
-/// The address as it goes over the wire (spaces, IRIs and international host names encoded); empty when `text` is no
-/// http or https address.
+/// The address as it is sent to a server (spaces, IRIs and international host names encoded); empty when `text` is not
+/// an http or https address.
 VEXA_RUNTIME_API QByteArray EncodedUrl(const QString& text);
 
-/// The host and, where the address names one, the port: limits for each server count by it.
+/// The host and, where the address names one, the port: the key by which limits per server are counted.
 VEXA_RUNTIME_API QString ServerOf(const QString& address);
 
-/// Whether two addresses name one document: user name, password, fragment and the spelling of characters aside.
+/// Whether two addresses name the same document, regardless of user name, password, fragment and percent-encoding.
 VEXA_RUNTIME_API bool IsSameUrl(const QString& a, const QString& b);
 
-/// `address` with the user name and password of `source`, where they may go there: it is of the same scheme, host and
-/// port, or https on the host of a plain http address (both at their usual ports), and has none itself. Else `address`.
+/// `address` with the user name and password of `source`, if it has none itself and they may be sent to it: because its
+/// scheme, host and port are the same, or because it is https on the host of a plain http address (both at their
+/// default ports). Otherwise `address` unchanged.
 VEXA_RUNTIME_API QString WithCredentialsOf(const QString& source, const QString& address);
 
-/// `address` as it may be shown: the password in it, if any, as "***".
+/// `address` in a form that may be shown: a password in it is replaced by "***".
 VEXA_RUNTIME_API QString MaskedUrl(const QString& address);
 
 }  // namespace vexa

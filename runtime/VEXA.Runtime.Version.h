@@ -1,12 +1,12 @@
 #pragma once
-// The product's name and version, as programs and servers are told.
+// The product's name and version, for the programs' --version and for requests to servers.
 
 #define VEXA_VERSION "1.0.0"
 
 namespace vexa {
 
 inline constexpr char kVersion[] = VEXA_VERSION;
-/// RFC 9110, section 10.1.5. Many podcast hosts refuse requests without one.
+/// The User-Agent header (RFC 9110, section 10.1.5). Many podcast hosts refuse requests without one.
 inline constexpr char kUserAgent[] = "VEXA-Podcasts/" VEXA_VERSION;
 
 }  // namespace vexa

@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.XML.Markup.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vexa {
 
@@ -31,37 +32,35 @@ std::string_view TakeName(std::string_view& text) {
 
 }  // namespace
 
-bool TakeXmlAttribute(std::string_view& attributes, std::string_view& name, std::string_view& quoted) {
+std::optional<XmlAttribute> TakeXmlAttribute(std::string_view& attributes) {
     std::string_view rest = attributes;
     SkipSpace(rest);
-    name = TakeName(rest);
+    const std::string_view name = TakeName(rest);
     SkipSpace(rest);
-    if (name.empty() || !rest.starts_with('=')) return false;
+    if (name.empty() || !rest.starts_with('=')) return std::nullopt;
     rest.remove_prefix(1);
     SkipSpace(rest);
-    if (!rest.starts_with('"') && !rest.starts_with('\'')) return false;
+    if (!rest.starts_with('"') && !rest.starts_with('\'')) return std::nullopt;
     const std::size_t close = rest.find(rest.front(), 1);
-    if (close == std::string_view::npos) return false;
-    quoted = rest.substr(0, close + 1);
+    if (close == std::string_view::npos) return std::nullopt;
     attributes = rest.substr(close + 1);
-    return true;
+    return XmlAttribute{name, rest.substr(0, close + 1)};
 }
 
-bool XmlPieces::Next(XmlPiece& piece) {
-    if (FAt == FText.size()) return false;
+std::optional<XmlPiece> XmlPieces::Next() {
+    if (FAt == FText.size()) return std::nullopt;
     std::size_t end = FAt;  // of the text before the next markup
     while ((end = FText.find('<', end)) != std::string_view::npos) {
         const XmlPiece markup = MarkupAt(end);
         if (markup.What != XmlPiece::Kind::Text) {
-            piece = end > FAt ? XmlPiece{XmlPiece::Kind::Text, FText.substr(FAt, end - FAt), {}, {}} : markup;
+            const auto piece =
+                end > FAt ? XmlPiece{XmlPiece::Kind::Text, FText.substr(FAt, end - FAt), {}, {}} : markup;
             FAt += piece.Whole.size();
-            return true;
+            return piece;
         }
         ++end;
     }
-    piece = {XmlPiece::Kind::Text, FText.substr(FAt), {}, {}};
-    FAt = FText.size();
-    return true;
+    return XmlPiece{XmlPiece::Kind::Text, FText.substr(std::exchange(FAt, FText.size())), {}, {}};
 }
 
 XmlPiece XmlPieces::MarkupAt(std::size_t begin) const {
@@ -80,7 +79,7 @@ XmlPiece XmlPieces::Section(std::size_t begin, std::size_t from, std::string_vie
 }
 
 XmlPiece XmlPieces::DocumentType(std::size_t begin) const {
-    int brackets = 0;  // of the internal subset, which holds declarations
+    int brackets = 0;  // open brackets of the internal subset, which contains declarations
     for (std::size_t at = begin; at < FText.size(); ++at) {
         const char c = FText[at];
         if (c == '"' || c == '\'') {
@@ -109,8 +108,7 @@ XmlPiece XmlPieces::TagAt(std::size_t begin) const {
     const std::string_view name = TakeName(rest);
     if (name.empty()) return {};
     const std::string_view all = rest;
-    std::string_view attribute, value;
-    while (!isEnd && TakeXmlAttribute(rest, attribute, value)) {
+    while (!isEnd && TakeXmlAttribute(rest)) {
     }
     const std::string_view attributes = all.substr(0, all.size() - rest.size());
     SkipSpace(rest);

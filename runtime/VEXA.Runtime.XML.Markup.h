@@ -1,6 +1,7 @@
 #pragma once
-// The pieces of a document that need not be well-formed. Part of VEXA.Runtime.XML.
+// Splits a document that need not be well-formed into pieces. Part of VEXA.Runtime.XML.
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -8,31 +9,31 @@ namespace vexa {
 
 struct XmlPiece {
     enum class Kind {
-        Text,       // also everything that looks like markup and is none
+        Text,       // includes everything that looks like markup but is not
         CData,      // with its delimiters
         Aside,      // a comment, a processing instruction, the document type
         StartTag,   // <name …>
         EmptyTag,   // <name …/>
         EndTag,     // </name>
-        Unfinished  // a section that the document's end cuts off
+        Unfinished  // a section cut off by the document's end
     };
 
     Kind What = Kind::Text;
     std::string_view Whole;
-    std::string_view Name;        // of an element
+    std::string_view Name;        // the element's name, for the three kinds of tags
     std::string_view Attributes;  // of a StartTag or EmptyTag: pairs of a name and a quoted value, as written
 };
 
-/// Cuts a text into pieces, each right behind the last. Names of elements are ASCII. One pass, in linear time.
+/// Splits a text into adjacent pieces. Names of elements are ASCII. One pass, in linear time.
 class XmlPieces {
 public:
     explicit XmlPieces(std::string_view text) : FText(text) {}
 
-    /// False at the end of the text.
-    bool Next(XmlPiece& piece);
+    /// Nothing at the end of the text.
+    [[nodiscard]] std::optional<XmlPiece> Next();
 
 private:
-    /// The markup that begins at `begin`, where a "<" stands. Text when it is none.
+    /// The markup that begins with the "<" at `begin`; a piece of text when it is not markup.
     XmlPiece MarkupAt(std::size_t begin) const;
     XmlPiece TagAt(std::size_t begin) const;
     XmlPiece Section(std::size_t begin, std::size_t from, std::string_view close, XmlPiece::Kind kind) const;
@@ -42,7 +43,12 @@ private:
     std::size_t FAt = 0;
 };
 
-/// Takes the first pair off `attributes`: its name, and its value with its quotation marks. False when none is left.
-bool TakeXmlAttribute(std::string_view& attributes, std::string_view& name, std::string_view& quoted);
+struct XmlAttribute {
+    std::string_view Name;
+    std::string_view Quoted;  // the value with its quotation marks
+};
+
+/// Removes the first pair from `attributes`; nothing when none is left.
+std::optional<XmlAttribute> TakeXmlAttribute(std::string_view& attributes);
 
 }  // namespace vexa

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -21,16 +22,16 @@ namespace {
 
 using Kind = XmlPiece::Kind;
 
-// RSS knows no items inside items.
+// RSS has no items inside items.
 constexpr std::string_view kItem = "item";
-// Of one element; further ones are left out. libxml2 compares each with all before it.
+// In one element; further attributes are dropped. libxml2 compares each attribute with all before it.
 constexpr int kMostAttributes = 1000;
 
 bool IsBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-/// The length of the number of a character ("&#233;") at the start of `text`; 0 when there is none.
+/// The length of the numeric character reference ("&#233;") at the start of `text`; 0 when there is none.
 std::size_t NumberLength(std::string_view text) {
     if (!text.starts_with("&#")) return 0;
     const bool isHexadecimal = text.substr(2).starts_with('x');
@@ -40,9 +41,9 @@ std::size_t NumberLength(std::string_view text) {
     return end != std::string_view::npos && end > begin && text[end] == ';' ? end + 1 : 0;
 }
 
-/// Character data that libxml2 takes as it stands: what could be markup, by number. Left to itself it drops a bare
-/// ampersand with the word after it, undefined entities, a lone "<", the text before "]]>", and after the first error
-/// even the five entities that need no definition.
+/// Escapes character data for libxml2: everything that could be markup becomes a numeric reference. Otherwise libxml2
+/// drops a bare ampersand with the word after it, undefined entities, a lone "<", the text before "]]>", and after the
+/// first error even the five entities that need no definition.
 std::string Escaped(std::string_view text) {
     static constexpr std::pair<std::string_view, char> entities[] = {
         {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}};
@@ -72,23 +73,23 @@ std::string Escaped(std::string_view text) {
     return out;
 }
 
-/// Gives a damaged text the structure that its tags tell of.
+/// Rebuilds a well-formed document from the tags of a damaged text.
 class Repair {
 public:
-    /// Empty when the text was cut off, see RecoverXml.
-    std::string Run(std::string_view text) {
+    /// Nothing when the text was cut off, see RecoverXml.
+    std::optional<std::string> Run(std::string_view text) {
         text = FromDeclaration(text);
         const XmlPiece last = LastMarkup(text);
-        if (last.What != Kind::EndTag) return {};
+        if (last.What != Kind::EndTag) return std::nullopt;
         FRoot = last.Name;
         FOut.reserve(text.size() + text.size() / 8);
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece) && piece.Whole.data() != last.Whole.data();) {
-            if (FOpen.empty() && piece.What != Kind::StartTag) continue;
-            if (FOpen.empty() && piece.Name != FRoot) return {};
-            Take(piece);
+        for (auto piece = pieces.Next(); piece && piece->Whole.data() != last.Whole.data(); piece = pieces.Next()) {
+            if (FOpen.empty() && piece->What != Kind::StartTag) continue;
+            if (FOpen.empty() && piece->Name != FRoot) return std::nullopt;
+            Take(*piece);
         }
-        return EndRoot() ? std::move(FOut) : std::string();
+        return EndRoot() ? std::optional(std::move(FOut)) : std::nullopt;
     }
 
 private:
@@ -97,20 +98,20 @@ private:
         bool HasText = false;
     };
 
-    /// Without what stands in front of the declaration: messages of a server's scripts.
+    /// The text from its declaration on, without messages of the server's scripts before it.
     static std::string_view FromDeclaration(std::string_view text) {
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece);)
-            if (piece.What == Kind::Aside && piece.Whole.starts_with("<?xml "))
-                return text.substr(static_cast<std::size_t>(piece.Whole.data() - text.data()));
+        while (const auto piece = pieces.Next())
+            if (piece->What == Kind::Aside && piece->Whole.starts_with("<?xml "))
+                return text.substr(static_cast<std::size_t>(piece->Whole.data() - text.data()));
         return text;
     }
 
     static XmlPiece LastMarkup(std::string_view text) {
         XmlPiece last;
         XmlPieces pieces(text);
-        for (XmlPiece piece; pieces.Next(piece);)
-            if (piece.What != Kind::Aside && !(piece.What == Kind::Text && IsBlank(piece.Whole))) last = piece;
+        while (const auto piece = pieces.Next())
+            if (piece->What != Kind::Aside && !(piece->What == Kind::Text && IsBlank(piece->Whole))) last = *piece;
         return last;
     }
 
@@ -130,10 +131,13 @@ private:
         if (piece.Name == kItem && IsOpen(kItem)) Close(kItem);
         FOut += '<';
         FOut += piece.Name;
-        std::string_view attributes = piece.Attributes, name, quoted;
-        for (int i = 0; i < kMostAttributes && TakeXmlAttribute(attributes, name, quoted); ++i) {
+        std::string_view attributes = piece.Attributes;
+        for (int i = 0; i < kMostAttributes; ++i) {
+            const auto attribute = TakeXmlAttribute(attributes);
+            if (!attribute) break;
+            const std::string_view quoted = attribute->Quoted;
             FOut += ' ';
-            FOut += name;
+            FOut += attribute->Name;
             FOut += '=';
             FOut += quoted.front();
             FOut += Escaped(quoted.substr(1, quoted.size() - 2));
@@ -155,10 +159,10 @@ private:
         return found != FCounts.end() && found->second > 0;
     }
 
-    /// The root ends once, and last. Anywhere else its end tag is a part of the notes.
+    /// Whether this end tag closes the root, which ends only once, and last. Elsewhere it is a part of the notes.
     bool ClosesRoot(std::string_view name) const { return name == FRoot && FCounts.find(name)->second == 1; }
 
-    /// Closes the nearest element of that name, and what is open inside it.
+    /// Closes the nearest element of that name, and all elements open inside it.
     void Close(std::string_view name) {
         for (bool isLast = false; !isLast;) {
             isLast = FOpen.back().Name == name;
@@ -170,8 +174,8 @@ private:
         }
     }
 
-    /// False when the last end tag stands in the middle of a text that was cut off there: an element that holds
-    /// elements may have been left open, but not one that holds text.
+    /// Closes the root. False when its end tag is in the middle of a text that was cut off there: elements that contain
+    /// elements may have been left open, but not an element that contains text.
     bool EndRoot() {
         constexpr std::size_t kContainers = 3;  // the root, its channel, an item
         if (FOpen.empty() || FOpen.size() > kContainers || FOpen.front().Name != FRoot) return false;
@@ -183,15 +187,15 @@ private:
 
     std::string_view FRoot;
     std::vector<Open> FOpen;
-    std::unordered_map<std::string_view, std::size_t> FCounts;  // of open elements, by name
+    std::unordered_map<std::string_view, std::size_t> FCounts;  // numbers of open elements by name
     std::string FOut;
 };
 
-/// Takes what libxml2 reports, with names and namespace declarations as they are written, and builds the tree of it.
-/// Its callbacks are C functions, through which nothing may be thrown.
+/// Builds the tree from libxml2's callbacks, with names and namespace declarations as they are written. The callbacks
+/// are called by C code, so they must not throw.
 class TreeBuilder {
 public:
-    /// `size`: of the document; no text is longer.
+    /// `size`: the size of the document, which no text exceeds.
     TreeBuilder(pugi::xml_document& tree, std::size_t size) : FNode(tree) {
         FText.reserve(size);
         FValue.reserve(size);
@@ -219,7 +223,8 @@ private:
         for (; attributes && attributes[0]; attributes += 2)
             FNode.append_attribute(Chars(attributes[0])).set_value(Value(attributes[1]));
     }
-    /// In values libxml2 leaves ampersands as numbers, since its own tree builder reads them once more.
+    /// An attribute's value. libxml2 passes ampersands in values as numeric references, since its own tree builder
+    /// parses values once more.
     const char* Value(const xmlChar* attribute) {
         static constexpr std::string_view ampersand = "&#38;";
         FValue.clear();
@@ -248,21 +253,21 @@ private:
 }  // namespace
 
 bool RecoverXml(std::string_view text, pugi::xml_document& tree) {
-    static std::once_flag isReady;  // the library asks for that before several threads read
+    static std::once_flag isReady;  // libxml2 must be initialised before several threads use it
     std::call_once(isReady, xmlInitParser);
     tree.reset();
-    const std::string repaired = Repair().Run(text);
-    if (repaired.empty() || repaired.size() > INT_MAX) return false;
+    const std::optional<std::string> repaired = Repair().Run(text);
+    if (!repaired || repaired->size() > INT_MAX) return false;
     const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(
-        xmlCreateMemoryParserCtxt(repaired.data(), static_cast<int>(repaired.size())), xmlFreeParserCtxt);
+        xmlCreateMemoryParserCtxt(repaired->data(), static_cast<int>(repaired->size())), xmlFreeParserCtxt);
     if (!parser) throw std::bad_alloc();
     xmlCtxtUseOptions(parser.get(), XML_PARSE_RECOVER | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    TreeBuilder builder(tree, repaired.size());
+    TreeBuilder builder(tree, repaired->size());
     *parser->sax = TreeBuilder::Handler();
     parser->userData = &builder;
     xmlParseDocument(parser.get());
-    // The reader recovers from errors, but at its limits (elements 256 deep) it stops, with a part of the document
-    // read.
+    // The parser recovers from errors, but at its limits (elements nested 256 deep) it stops after a part of the
+    // document.
     return parser->disableSAX == 0 && tree.document_element();
 }
 

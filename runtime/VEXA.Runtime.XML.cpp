@@ -22,7 +22,7 @@ pugi::xml_node FirstElement(pugi::xml_node node) {
 }
 
 constexpr qsizetype kLargestRecovered = 8 * 1024 * 1024;  // bytes
-// More than any feed has. A tree takes some 100 bytes for each element or attribute, however short it is written.
+// More than any feed has. A tree takes about 100 bytes for each element or attribute, however short it is in the text.
 constexpr std::size_t kMostMarks = 4'000'000;
 constexpr std::size_t kMostItems = 250'000;
 
@@ -31,12 +31,12 @@ bool IsForbidden(unsigned char c) {
 }
 
 struct Census {
-    std::size_t Marks = 0;  // "<" and "=": there are no more elements and attributes than that
+    std::size_t Marks = 0;  // "<" and "=": an upper bound for the number of elements and attributes
     bool HasForbidden = false;
 };
 
-/// Looks at every byte once. A block of a fixed size at a time, without a branch inside, so that the compiler can take
-/// many bytes at once; a byte can count what is in it.
+/// Reads every byte once. The loop over a block has a fixed length and no branch, so that the compiler can process many
+/// bytes at once; blocks are small enough for counters of one byte.
 Census TakeCensus(std::string_view text) {
     constexpr std::size_t kBlock = 240;
     static_assert(('<' & 0xFE) == '<' && ('=' & 0xFE) == '<', "one comparison tells both");
@@ -68,14 +68,14 @@ std::size_t CountTags(std::string_view text, std::string_view name) {
     return count;
 }
 
-/// The document's text, for the tree's reader. Throws XmlError when its tree would take memory without reason.
+/// The document's text, prepared for the parser. Throws XmlError when its tree would take unreasonably much memory.
 std::string ReadableText(const QByteArray& bytes, const QString& charset) {
     std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
     const auto [marks, hasForbidden] = TakeCensus(text);
     const bool hasTooManyItems = marks > kMostItems && CountTags(text, "item") + CountTags(text, "entry") > kMostItems;
     if (marks > kMostMarks || hasTooManyItems) throw XmlError("the document has too many elements");
-    // Control characters that no XML document may hold (XML 1.0, production 2) become blanks: a stray one in a feed's
-    // text is no reason to lose the feed, and a NUL would cut the text short.
+    // Control characters that XML forbids (XML 1.0, production 2) become blanks: a stray one in a feed's text is no
+    // reason to reject the feed, and a NUL would end the text early.
     if (hasForbidden)
         std::replace_if(
             text.begin(), text.end(), [](char c) { return IsForbidden(static_cast<unsigned char>(c)); }, ' ');
@@ -122,7 +122,7 @@ QString XmlNode::Text() const {
             first = child;
             continue;
         }
-        // Several pieces, which is rare: start over and join them.
+        // In the rare case of several pieces, start over and join them.
         std::string joined;
         for (pugi::xml_node piece = first; piece; piece = piece.next_sibling())
             if (IsTextNode(piece)) joined += piece.value();
@@ -147,7 +147,7 @@ QString XmlNode::Markup() const {
 QString XmlNode::DeepText() const {
     const pugi::xml_node node(FNode);
     std::string text;
-    for (pugi::xml_node at = node.first_child(); at;) {  // without recursion: elements may be any number deep
+    for (pugi::xml_node at = node.first_child(); at;) {  // without recursion, since elements may be nested to any depth
         if (IsTextNode(at)) text += at.value();
         pugi::xml_node next = at.first_child();
         while (!next && at != node) {
@@ -198,7 +198,7 @@ XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     const auto result =
         FTree->load_buffer_inplace(FText.data() + skipped, content.size(), options, pugi::encoding_utf8);
     if (result) return;
-    // The text was changed by reading it in place.
+    // The in-place parser has changed the text, so decode it again.
     FText = ReadableText(bytes, charset);
     FIsRecovered = bytes.size() < kLargestRecovered && RecoverXml(FText, *FTree);
     if (FIsRecovered) return;

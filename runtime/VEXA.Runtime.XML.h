@@ -1,11 +1,11 @@
 #pragma once
-// A document's tree of elements, read whole.
+// Parses a whole document into a tree of elements.
 //
-// Encodings are told apart by VEXA.Runtime.Encoding. Real documents are forgiven white space before the declaration,
-// HTML's named entities (&nbsp;), bare ampersands, and characters that XML forbids; nothing is ever fetched and no
-// declared entity is expanded. A document below 8 MiB that is not well-formed beyond that is recovered, if its end is
-// there (VEXA.Runtime.XML.Recovery); a document that is cut off is an error, never a short one. One with too many
-// elements is refused before it takes memory.
+// VEXA.Runtime.Encoding determines the encoding. White space before the declaration, HTML's named entities (&nbsp;),
+// bare ampersands, and characters that XML forbids are tolerated, since real documents have them; nothing is ever
+// fetched and no declared entity is expanded. A document below 8 MiB with other errors is recovered if its end is there
+// (VEXA.Runtime.XML.Recovery). A document that was cut off is an error; it is never read as a shorter one. A document
+// with too many elements is refused before it takes memory.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -23,7 +23,7 @@ struct xml_node_struct;
 
 namespace vexa {
 
-/// What is wrong with a document and where ("line 12, column 7: …").
+/// The message says what is wrong with a document and where ("line 12, column 7: …").
 class VEXA_RUNTIME_API XmlError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -31,8 +31,8 @@ public:
     ~XmlError() override;
 };
 
-/// One element, or no element: every look-up on none gives none. Refers into its document. Names are as written,
-/// namespace prefix included, and compare exactly.
+/// One element, or no element: every look-up on no element returns none. Valid as long as its document. Names are as
+/// written, namespace prefix included, and are compared exactly.
 class VEXA_RUNTIME_API XmlNode {
 public:
     XmlNode() = default;
@@ -41,8 +41,8 @@ public:
     std::string_view Name() const noexcept;
     /// All direct text and CDATA of the element, joined in order.
     QString Text() const;
-    /// The text with the elements that stand in it: "<p>Hello</p>" for HTML that was not escaped. Plain text is as it
-    /// is in Text.
+    /// The text with the markup of the elements in it, for HTML that was not escaped: "<p>Hello</p>". For an element
+    /// without child elements the same as Text.
     QString Markup() const;
     /// The text of the element and of all elements inside it, joined in order.
     QString DeepText() const;
@@ -55,7 +55,7 @@ public:
     /// The first direct child element of that name.
     XmlNode FindChild(const char* name) const noexcept;
     QString ChildText(const char* name) const { return FindChild(name).Text(); }
-    /// The child's text as a whole number; 0 when it is none.
+    /// The child's text as an integer; 0 when it is not an integer.
     qint64 ChildInteger(const char* name) const;
 
     /// Direct child elements in document order: `for (XmlNode child : node)`.
@@ -81,24 +81,24 @@ private:
 /// Owns the tree.
 class VEXA_RUNTIME_API XmlDocument {
 public:
-    /// `charset`: what the transport said about the encoding, may be empty. Throws XmlError.
+    /// `charset`: the encoding named by the transport; may be empty. Throws XmlError.
     explicit XmlDocument(const QByteArray& bytes, const QString& charset = {});
     ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
 
-    /// The element whose child is the root element.
+    /// The document node, whose child is the root element.
     XmlNode Node() const noexcept;
-    /// The first element along a path of names from the document.
+    /// The first element found by following a path of names from the document node.
     XmlNode FindPath(std::initializer_list<const char*> names) const noexcept;
 
-    /// Whether the document is not well-formed: some of it may be missing, or in another place than was meant.
+    /// Whether the document was not well-formed: parts of it may be missing, or not where the author meant them to be.
     bool IsRecovered() const noexcept { return FIsRecovered; }
-    /// How often a recovered document's text has a start tag of that name, or what looks like one.
+    /// How many start tags of that name, or what looks like such a tag, the text of a recovered document has.
     std::size_t CountStartTags(std::string_view name) const;
 
 private:
-    std::string FText;  // the tree points into it, unless it is recovered
+    std::string FText;  // the tree points into this text, unless the document was recovered
     bool FIsRecovered = false;
     std::unique_ptr<pugi::xml_document> FTree;
 };

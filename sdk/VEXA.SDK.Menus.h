@@ -1,33 +1,33 @@
 #pragma once
 // Menus. Main thread.
 //
-// Before a menu opens, and before a shortcut runs, the host calls the on-show event of every item of that menu that
-// carries one, hidden items included; an item then shows and runs as its properties say. The caption of an item that
-// has none of its own comes from the language file, by the item's ID.
+// Before a menu opens, and before a shortcut runs, the host calls the OnShow event of every item of that menu that has
+// one, hidden items included; its properties then decide whether the item is shown and enabled. An item without a
+// Caption gets it from the language file, by the item's ID.
 
 #include "VEXA.SDK.Objects.h"
 
 namespace vexa {
 
-/// An item of a menu, or a menu. The host's offer IVEXADPIAware too. Core creates an empty one; registered with the
-/// menu manager as an extension it appears under its parent, in the order registered.
+/// A menu item, or a whole menu. The host's items also offer IVEXADPIAware. Core creates an empty item; registered as
+/// an extension of the menu manager, it appears under its parent, in the order registered.
 struct IVEXAMenuItem : IVEXAPropertyList {
     using Base = IVEXAPropertyList;
     static constexpr Guid IID = ParseGuid("{A124D777-CFBB-49C3-85BA-3B1B2CFCCC34}");
 
     enum Property : std::int32_t {
-        ID = 2,        // text, unique in the host; empty for items that nobody looks up
-        Caption = 3,   // text, plain: nothing in it is markup or a mnemonic
-        Enabled = 4,   // 0 or 1; 1 at first
+        ID = 2,        // text, unique in the host; empty for items that are never looked up
+        Caption = 3,   // plain text, shown literally: no markup, no mnemonic
+        Enabled = 4,   // 0 or 1; initially 1
         Event = 6,     // IVEXAActionEvent: runs when the item is chosen
         OnShow = 7,    // IVEXAActionEvent: runs before the item's menu is shown
         Shortcut = 9,  // text, as Qt's QKeySequence reads it in its portable form ("Ctrl+R")
         Glyph = 10,    // IVEXAImage
         Parent = 11,   // IVEXAMenuItem
-        Visible = 12,  // 0 or 1; 1 at first
+        Visible = 12,  // 0 or 1; initially 1
     };
 
-    /// 14: Takes away all items under this one.
+    /// 14: Removes all items under this one.
     virtual HResult DeleteChildren() noexcept = 0;
 
 protected:
@@ -42,11 +42,12 @@ enum BuiltInMenu : std::int32_t {
     kMenuLibraryTree = 80,   // commands on the selected node of the library's tree
 };
 
-/// Service: the menu manager. Extensions are IVEXAMenuItem objects; one with the ID of another is E_INVALIDARG.
+/// Service: the menu manager. Its extensions are IVEXAMenuItem objects; registering an item with the ID of another one
+/// is E_INVALIDARG.
 struct IVEXAServiceMenuManager : IUnknown {
     static constexpr Guid IID = ParseGuid("{9644EBF6-1BA4-42AA-AF1E-6599B24AAD0B}");
 
-    /// 3: E_FAIL when there is none of that ID.
+    /// 3: E_FAIL when no item has that ID.
     virtual HResult GetByID(IVEXAString* id, IVEXAMenuItem** item) noexcept = 0;
     /// 4: One of BuiltInMenu; E_INVALIDARG for another number.
     virtual HResult GetBuiltIn(std::int32_t menu, IVEXAMenuItem** item) noexcept = 0;

@@ -1,5 +1,5 @@
 #pragma once
-// Playlists: lists of files, and smart ones that follow a filter of the music library. Main thread.
+// Playlists: lists of files, and smart playlists, which follow a filter of the music library. Main thread.
 
 #include "VEXA.SDK.MusicLibrary.h"
 #include "VEXA.SDK.Objects.h"
@@ -13,7 +13,7 @@ struct IVEXAPlaylistItem : IVEXAPropertyList {
 
     enum Property : std::int32_t {
         DisplayText = 1,  // text
-        FileName = 3,     // text: the name or address as it was added
+        FileName = 3,     // text: the name or address under which the entry was added
         Selected = 9,     // 0 or 1
     };
 
@@ -21,7 +21,7 @@ protected:
     ~IVEXAPlaylistItem() = default;
 };
 
-/// Entries of a playlist that stand together, for instance those of one podcast.
+/// Entries of a playlist that are shown as a group, for instance those of one podcast.
 struct IVEXAPlaylistGroup : IUnknown {
     static constexpr Guid IID = ParseGuid("{4F7FD8F1-6D44-4C06-BD9A-93392C8DDE5F}");
 
@@ -34,7 +34,7 @@ protected:
     ~IVEXAPlaylistGroup() = default;
 };
 
-/// A playlist. Its properties are those of its IVEXAPropertyList.
+/// A playlist. The object also offers IVEXAPropertyList, for its properties.
 struct IVEXAPlaylist : IUnknown {
     static constexpr Guid IID = ParseGuid("{DF458FE4-58E2-4F86-B681-AD6CD692EA71}");
 
@@ -58,7 +58,7 @@ protected:
 struct IVEXAPlaylistPreimage : IUnknown {
     static constexpr Guid IID = ParseGuid("{A7B0384F-0D2E-4106-9AB2-C580E65BAAC3}");
 
-    /// 3: The ID of the factory that made it, by which a saved one is made again.
+    /// 3: The ID of the factory that created the preimage, by which a saved preimage is created again.
     virtual HResult GetFactoryID(IVEXAString** id) noexcept = 0;
 
 protected:
@@ -70,14 +70,14 @@ struct IVEXAMLPlaylistPreimage : IVEXAPlaylistPreimage {
     using Base = IVEXAPlaylistPreimage;
     static constexpr Guid IID = ParseGuid("{A03775AC-5CE1-48DE-9921-17A9D070CEB2}");
 
-    /// 4: The filter itself: what is added to it counts.
+    /// 4: The filter itself, not a copy: conditions added to it take effect.
     virtual HResult GetFilter(IVEXAMLDataFilter** filter) noexcept = 0;
 
 protected:
     ~IVEXAMLPlaylistPreimage() = default;
 };
 
-/// Makes preimages. The host has one for each storage of the music library, of the storage's ID.
+/// Creates preimages. The host has one factory for each storage of the music library, with the storage's ID.
 struct IVEXAPlaylistPreimageFactory : IUnknown {
     static constexpr Guid IID = ParseGuid("{2CE9D72A-9EF4-4150-99A3-F977E2DB1609}");
 
@@ -92,7 +92,7 @@ protected:
 struct IVEXAServicePlaylistManager : IUnknown {
     static constexpr Guid IID = ParseGuid("{B5A340D4-ED54-41A5-8459-00FE738EB756}");
 
-    /// 3: The playlist that shows; E_FAIL when there is none.
+    /// 3: The playlist that is shown; E_FAIL when there is none.
     virtual HResult GetActivePlaylist(IVEXAPlaylist** playlist) noexcept = 0;
 
 protected:
@@ -104,9 +104,10 @@ struct IVEXAServicePlaylistManager2 : IVEXAServicePlaylistManager {
     using Base = IVEXAServicePlaylistManager;
     static constexpr Guid IID = ParseGuid("{81F0E171-A929-41BC-BE66-C95E21DDCB86}");
 
-    /// 4: E_FAIL when there is none of that ID.
+    /// 4: E_FAIL when no factory has that ID.
     virtual HResult GetPreimageFactoryByID(IVEXAString* id, IVEXAPlaylistPreimageFactory** factory) noexcept = 0;
-    /// 5: An absent name: the host finds one, for a smart playlist from its filter. `activate` kTrue: it is shown.
+    /// 5: `name` null or empty: the host chooses a name, for a smart playlist from its filter. `activate` kTrue: the
+    /// host shows the playlist.
     virtual HResult CreatePlaylist(IVEXAString* name, Bool32 activate, IVEXAPlaylist** playlist) noexcept = 0;
 
 protected:

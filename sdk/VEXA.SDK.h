@@ -1,6 +1,6 @@
 #pragma once
-// Everything that host and plug-ins know of each other. Start with VEXA.SDK.Objects.h (the conventions) and
-// VEXA.SDK.Core.h (the entry point, a plug-in's life, the core). docs/sdk.md is the tour.
+// The whole contract between host and plug-ins. Start with VEXA.SDK.Objects.h (the conventions) and VEXA.SDK.Core.h
+// (the entry point, a plug-in's life, the core). docs/sdk.md is the tour.
 
 #include "VEXA.SDK.Base.h"
 #include "VEXA.SDK.Core.h"

@@ -1,1 +1,1 @@
-"""Measures our program side by side with others on the same feeds. See ../README.md."""
+"""Compares our program with others on the same feeds. See ../README.md."""

@@ -1,4 +1,4 @@
-"""Runs one command and says what it cost."""
+"""Runs one command and measures its time and memory."""
 
 import os
 import subprocess
@@ -7,14 +7,14 @@ import threading
 import time
 from typing import NamedTuple
 
-# Far beyond anything expected: a program that hangs must not hang the whole comparison.
+# Much longer than any expected run, so that a program that hangs does not block the whole comparison.
 LIMIT_SECONDS = 1800
 
 
 class Cost(NamedTuple):
     seconds: float
-    # The kernel counts the moment before the program replaces this interpreter's image, so that no figure is lower
-    # than this interpreter's own size (about 15 MB).
+    # The kernel's figure includes the time before exec replaces this interpreter, so it is never lower than the
+    # interpreter's own size (about 15 MB).
     peak_mb: float
 
 
@@ -23,7 +23,7 @@ class CommandFailed(Exception):
 
 
 def run(command, environment):
-    """Runs to the end, with no input and nobody reading the output."""
+    """Runs the command to its end, without input and without reading its output."""
     with tempfile.TemporaryFile() as output:
         start = time.monotonic()
         process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=output)
@@ -34,7 +34,7 @@ def run(command, environment):
         finally:
             guard.cancel()
         seconds = time.monotonic() - start
-        # wait4 took the child away from under subprocess, which would look for it again.
+        # wait4 has reaped the child; otherwise subprocess would wait for it again.
         process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode != 0:
             output.seek(0)

@@ -1,4 +1,4 @@
-"""The programs that are measured, each in a folder of its own where it finds nothing of its user's settings."""
+"""The measured programs, each in its own folder, where it does not find its user's settings."""
 
 import contextlib
 import pathlib
@@ -11,15 +11,15 @@ from .processes import clean_environment, run
 
 
 class Program:
-    """`keep` and `restore` make the same work repeatable: what a program stored is put back before each round."""
+    """`keep` and `restore` make the work repeatable: a program's stored state is restored before each round."""
 
     name = ""
-    # Slow ones are run fewer times, so that the whole stays within minutes.
+    # Slow programs are run fewer times, so that the comparison takes only minutes.
     most_rounds = 100
     most_import_rounds = 100
 
     def __init__(self, folder, executable):
-        """`executable` is None where the program is not installed."""
+        """`executable` is None if the program is not installed."""
         self.executable = executable
         self.state = pathlib.Path(folder) / (self.name + "-state")
         self.kept = pathlib.Path(folder) / (self.name + "-kept")
@@ -47,7 +47,7 @@ class Program:
 
 
 class Curl(Program):
-    """The floor: one process, one connection, one transfer after the other, everything thrown away."""
+    """The lower bound: one process, one connection, one transfer after another, everything thrown away."""
 
     name = "curl"
 
@@ -87,7 +87,7 @@ class Podcasts(Program):
         return int(self._ask("len(episodes)"))
 
     def database_size(self):
-        """In bytes, once everything is in the one file."""
+        """The size in bytes, after a checkpoint has written everything to the one file."""
         database = self.profile / "Podcasts.db"
         with contextlib.closing(sqlite3.connect(database)) as connection:
             connection.execute("PRAGMA wal_checkpoint(TRUNCATE)")
@@ -97,7 +97,7 @@ class Podcasts(Program):
         return self._ask("episodes[0]['key']")
 
     def _ask(self, question):
-        # Another interpreter reads the list: this one's size is the least that processes.run can see of any program.
+        # Another interpreter parses the list, because processes.run never measures less than this one's size.
         answer = f"import json, sys; episodes = json.load(sys.stdin); print({question})"
         listing = subprocess.Popen([str(self.executable), "--profile", str(self.profile), "--json", "episodes"],
                                    env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
@@ -134,7 +134,7 @@ class Newsboat(Program):
 class Gpodder(Program):
     name = "gpodder"
     most_rounds = 3
-    # It takes some two seconds for each feed.
+    # It takes about two seconds for each feed.
     most_import_rounds = 1
 
     def __init__(self, folder):

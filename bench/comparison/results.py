@@ -1,4 +1,4 @@
-"""Keeps the costs of every round, and prints them as Markdown."""
+"""Collects the costs of every round, and formats them as Markdown."""
 
 import statistics
 from typing import NamedTuple
@@ -15,10 +15,10 @@ class Goal(NamedTuple):
 
 class Results:
     def __init__(self):
-        self.rounds = {}  # (work, program) -> its costs, in the order of the rounds
+        self.rounds = {}  # (work, program) -> the costs, in the order of the rounds
         self.goals = []
         self.notes = []
-        self.growth = None  # of our database's file, while every address changes
+        self.growth = None  # growth of our database file while every address changes, as a ratio
 
     def add(self, work, program, cost):
         self.rounds.setdefault((work, program), []).append(cost)
@@ -40,8 +40,8 @@ class Results:
         return max(cost.peak_mb for cost in self.rounds[(work, program)])
 
     def ratio(self, work, program, other, other_work=None):
-        """The median of the ratios within a round: a slow moment of the machine weighs on both sides. None where one
-        of the two was not run."""
+        """The median of the ratios within each round, since a slow moment of the machine affects both sides. None if
+        one of the two was not run."""
         pairs = list(zip(self.seconds(work, program), self.seconds(other_work or work, other)))
         return statistics.median(mine / theirs for mine, theirs in pairs) if pairs else None
 

@@ -1,4 +1,4 @@
-"""The feeds and the server they are fetched from."""
+"""The feeds, and the server from which they are fetched."""
 
 import os
 import pathlib
@@ -8,7 +8,7 @@ import time
 
 
 class Server:
-    """Serves a folder until the block is left, or this process is gone."""
+    """Serves a folder until the block is left or this process ends."""
 
     def __init__(self, bin_dir, folder, *options):
         self.command = [str(bin_dir / "loopback-server"), str(folder), *options]
@@ -27,7 +27,7 @@ class Server:
 
 
 def generate(bin_dir, folder, base, feeds, episodes, new=0, every=1):
-    """Writes the feeds, and the subscription list beside the folder."""
+    """Writes the feeds, and their subscription list beside the folder."""
     listing = folder.with_suffix(".opml")
     subprocess.run([str(bin_dir / "generate-feeds"), str(folder), "--opml", str(listing), "--base", base,
                     "--feeds", str(feeds), "--episodes", str(episodes), "--new", str(new), "--every", str(every)],
@@ -36,7 +36,7 @@ def generate(bin_dir, folder, base, feeds, episodes, new=0, every=1):
 
 
 class DistantFeeds:
-    """Feeds on several hosts, all of which are this machine: names below localhost, as RFC 6761 has them."""
+    """Feeds on several hosts, all of which are this machine: names below localhost (RFC 6761)."""
 
     DOMAIN = "pod.localhost"
 
@@ -60,7 +60,7 @@ def make_certificate(folder):
 
 
 class Feeds:
-    """A folder of feeds that has a second state, with newer episodes, and can go back and forth between the two."""
+    """A folder of feeds with a second state, which has newer episodes; it can switch between the two."""
 
     def __init__(self, bin_dir, root, base, feeds, episodes, new, every):
         """`root` is a folder that a server serves at `base`."""
@@ -68,7 +68,7 @@ class Feeds:
         self.count = feeds * episodes
         self.count_with_new = self.count + new * (feeds // every)
         self.list = generate(bin_dir, self.served, base, feeds, episodes)
-        # Changed in the same second, the newer state would not be newer to a client that goes by the date.
+        # If both states were written in the same second, a client that compares dates would take them for the same.
         yesterday = time.time() - 24 * 60 * 60
         for file in self.served.glob("*.xml"):
             os.utime(file, (yesterday, yesterday))
@@ -91,7 +91,7 @@ class Feeds:
         self._serve(self.older)
 
     def _serve(self, state):
-        # With the file's own time: a state that comes back has the validators it had before.
+        # Keep the file's time, so that a restored state has the same validators as before.
         for file in state.iterdir():
             fresh = self.served / (file.name + ".fresh")
             shutil.copy2(file, fresh)

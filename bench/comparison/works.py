@@ -1,4 +1,4 @@
-"""What is measured. Within each round the programs take turns, so that all of them meet the same machine."""
+"""The measurements. Within each round the programs take turns, so that all of them run in the same conditions."""
 
 import os
 import re
@@ -11,7 +11,7 @@ NEW = "refresh, 5 new in every tenth feed"
 PLAIN = "refresh, nothing new, a site without validators"
 BIG_IMPORT = "import of one feed of 20,000"
 BIG_REFRESH = "refresh of one feed of 20,000, one new"
-TOKENS_UNCHANGED = "refresh of one feed of 20,000, nothing new"
+TOKENS_UNCHANGED = "refresh of one feed of 20,000, other bytes, nothing new"
 TOKENS = "refresh of one feed of 20,000, every audio address another"
 DISTANT = "48 feeds on 12 hosts, 0.1 s late, nothing new"
 TLS_IMPORT = "200 feeds on 150 hosts, TLS, 0.1 s late, first import"
@@ -29,7 +29,7 @@ class Comparison:
     def __init__(self, root, bin_dir, curl, podcasts, others, rounds, results, tell, habits=()):
         self.root, self.bin_dir, self.rounds, self.results, self.tell = root, bin_dir, rounds, results, tell
         self.curl, self.podcasts = curl, podcasts
-        self.habits = habits  # options of the server for every work
+        self.habits = habits  # options of the server for all measurements
         self.readers = [program for program in (podcasts, *others) if program.is_there]
 
     def run_feeds(self, feed_count, episodes, works):
@@ -38,7 +38,7 @@ class Comparison:
         with Server(self.bin_dir, folder, *self.habits) as server:
             self.tell(f"generating {feed_count} feeds of {episodes} episodes")
             feeds = Feeds(self.bin_dir, folder, server.base, feed_count, episodes, new=5, every=10)
-            # The server packs each document at its first request; that is nobody's work here.
+            # The server compresses each document at its first request, which must not count for any program.
             self.curl.fetch(feeds)
             self._import(feeds)
             self._refresh(feeds, works)
@@ -46,7 +46,7 @@ class Comparison:
             self._plain(folder, feed_count, episodes)
 
     def _import(self, feeds):
-        """Always run: the refreshes start from what it stores."""
+        """Always run, because the refreshes start from the stored state."""
         for number in range(self.rounds):
             self._measure(IMPORT, self.curl, lambda: self.curl.fetch(feeds))
             for program in self.readers:
@@ -54,7 +54,7 @@ class Comparison:
                     program.fresh()
                     self._measure(IMPORT, program, lambda: program.first_import(feeds))
         for program in self.readers:
-            # Once uncounted: some programs keep a feed's validators only from its second fetch on.
+            # Refresh once unmeasured: some programs store a feed's validators only from its second fetch on.
             program.refresh()
             self._expect(program, feeds.count, IMPORT)
             program.keep()
@@ -69,7 +69,7 @@ class Comparison:
                 self._refresh_once(UNCHANGED, feeds, lambda program: number < program.most_rounds)
             if "new" in works:
                 feeds.publish_new()
-                # Where an import takes long, merging does, too.
+                # If an import takes long, so does merging.
                 self._refresh_once(NEW, feeds, lambda program: number < program.most_import_rounds)
                 feeds.withdraw_new()
 
@@ -81,7 +81,7 @@ class Comparison:
             self._expect(program, feeds.count if work == UNCHANGED else feeds.count_with_new, work)
 
     def _plain(self, folder, feed_count, episodes):
-        """Without validators every feed comes whole, and the program itself has to see that nothing changed."""
+        """Without validators every feed is transferred, and the program has to recognise that nothing has changed."""
         with Server(self.bin_dir, folder, "--no-validators", *self.habits) as server:
             feeds = Feeds(self.bin_dir, self.root / "plain", server.base, feed_count, episodes, new=0, every=1)
             self.curl.fetch(feeds)
@@ -120,8 +120,8 @@ class Comparison:
                 self._expect(program, feeds.count_with_new, BIG_REFRESH)
 
     def run_tokens(self):
-        """A host that puts another token into every audio address at each fetch. Ours alone: to the others all would be
-        new each time."""
+        """A host that puts another token into every audio address at each fetch. Only our program is measured: for the
+        others all episodes would be new each time."""
         if self.podcasts not in self.readers:
             return
         folder = self.root / "tokens"
@@ -133,14 +133,16 @@ class Comparison:
             self.podcasts.refresh()
             before = self.podcasts.database_size()
             for number in range(1, TOKEN_ROUNDS + 1):
+                # Its bytes are others, so that it is read; its addresses are not.
+                feeds.publish(number - 1, edition=number)
                 self._measure(TOKENS_UNCHANGED, self.podcasts, self.podcasts.refresh)
-                feeds.publish(number)
+                feeds.publish(number, edition=number)
                 self._measure(TOKENS, self.podcasts, self.podcasts.refresh)
             self.results.growth = self.podcasts.database_size() / before
             self._expect(self.podcasts, feeds.count, TOKENS)
 
     def run_distant(self):
-        """Servers far away. newsboat fetches eight feeds at a time here; gpodder's library finds no such names."""
+        """Distant servers. newsboat fetches eight feeds at a time here; gpodder's library cannot resolve the names."""
         programs = [program for program in self.readers if program.name != "gpodder"]
         for program in programs:
             if program.name == "newsboat":
@@ -191,7 +193,7 @@ class Comparison:
             self.podcasts.first_import(show)
             key = self.podcasts.first_key()
             self.podcasts.keep()
-        # A disk's speed varies more than anything else here, and a download takes least.
+        # The disk's speed varies most of all, and downloads take the least time, so run them more often.
         for _ in range(2 * self.rounds):
             self.curl.fresh()
             self._measure(work, self.curl, lambda: self.curl.download(base + "/episode.mp3"))
@@ -204,37 +206,41 @@ class Comparison:
         self.podcasts.fresh()
 
     def _measure(self, work, program, action):
-        # What the work before left to be written must not be written during this one.
+        # Writes that are still pending from the previous work must not happen during this one.
         os.sync()
         cost = action()
         self.results.add(work, program.name, cost)
         self.tell(f"{work}: {program.name} {cost.seconds:.2f} s, {cost.peak_mb:.0f} MB")
 
     def _expect(self, program, count, work):
-        """A program that stored less has not done the work it is praised for."""
+        """Notes a program that has stored fewer episodes, since it has not done all the work."""
         found = program.count()
         if found != count:
             self.results.note(f"{program.name}, {work}: {found} episodes are stored, {count} were published")
 
 
 class Tokens:
-    """Feeds whose audio addresses get another token each time that they are published."""
+    """Feeds whose audio addresses get another token each time they are published."""
 
     def __init__(self, feeds):
-        self.files = {file: file.read_text() for file in feeds.served.glob("*.xml")}
+        self.files = [(file, file.rename(file.with_suffix(".plain"))) for file in feeds.served.glob("*.xml")]
         self.count, self.list = feeds.count, feeds.list
-        self.publish(0)
+        self.publish(0, edition=0)
 
-    def publish(self, number):
+    def publish(self, token, edition):
         def with_token(enclosure):
-            return enclosure[1] + ("&amp;" if "?" in enclosure[1] else "?") + f"updated={number}"
+            return enclosure[1] + ("&amp;" if "?" in enclosure[1] else "?") + f"updated={token}"
 
-        for file, text in self.files.items():
-            file.write_text(re.sub(r'(<enclosure url="[^"]*)', with_token, text))
+        # By lines: what this interpreter has ever held would count as the peak of the programs that it starts.
+        for file, plain in self.files:
+            with open(plain) as source, open(file, "w") as target:
+                for line in source:
+                    target.write(re.sub(r'(<enclosure url="[^"]*)', with_token, line))
+                target.write(f"<!-- edition {edition} -->\n")
 
 
 class OneEpisode:
-    """A show of one episode whose audio is there to be downloaded."""
+    """A show with one episode whose audio file can be downloaded."""
 
     def __init__(self, folder, base, size):
         (folder / "feed.xml").write_text(

@@ -1,11 +1,11 @@
 #pragma once
-// Dates of publication as feeds write them.
+// Publishing dates in the form in which feeds write them.
 
 #include <chrono>
 #include <string>
 #include <string_view>
 
-/// How a publisher writes its zone, in winter and in summer.
+/// How a publisher writes its time zone, in winter and in summer.
 struct Zone {
     std::string_view WinterName;
     std::chrono::hours WinterOffset;

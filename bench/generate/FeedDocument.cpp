@@ -14,7 +14,7 @@ constexpr std::string_view kNamespaces =
     R"(xmlns:itunes="http://www.itunes.com/dtds/podcast-1.0.dtd" xmlns:atom="http://www.w3.org/2005/Atom")"
     R"( xmlns:content="http://purl.org/rss/1.0/modules/content/")";
 
-// No show here is older than podcasts are: one of very many episodes publishes more often.
+// No generated show is older than podcasting itself: a show with very many episodes publishes more often.
 constexpr seconds kLongestLife = days(15 * 365);
 
 std::string Tag(std::string_view name, std::string_view text) {
@@ -90,7 +90,7 @@ std::string Guid(const Show& show, Random& random, const std::string& page, cons
     return "<guid isPermaLink=\"false\">" + std::string(id) + "</guid>\n";
 }
 
-/// `number` counts from 1, the oldest. Everything follows from the show and the number alone.
+/// `number` counts from 1 for the oldest episode. The result depends only on the show and the number.
 std::string Episode(const Show& show, const FeedShape& shape, std::int64_t number) {
     Random random{show.Number, static_cast<std::uint64_t>(number)};
     const Language& language = *show.Tongue;

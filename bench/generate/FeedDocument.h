@@ -11,7 +11,7 @@ struct FeedShape {
     /// Without a slash at its end.
     std::string Base;
     std::int64_t Episodes;
-    /// How many newer ones stand above them. They change nothing else in the document.
+    /// How many newer episodes precede them. The rest of the document does not depend on this number.
     std::int64_t Newer;
     int NotesLeast;
     int NotesMost;

@@ -1,5 +1,5 @@
 #pragma once
-// The words that generated shows are made of, by language.
+// The words from which shows are generated, by language.
 
 #include <span>
 #include <string_view>
@@ -10,7 +10,7 @@ struct Language {
     std::span<const std::string_view> Words;
     std::span<const std::string_view> Names;
     std::string_view EpisodeWord;
-    /// Between words, and at the end of a sentence.
+    /// Gap separates words, Stop ends a sentence.
     std::string_view Gap;
     std::string_view Stop;
 };

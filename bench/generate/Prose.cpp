@@ -57,7 +57,7 @@ std::string Sentence(Random& random, const Language& language) {
 }
 
 std::string Notes(Random& random, const Language& language, int least, int most) {
-    // The lower of two draws: long notes are rarer than short ones.
+    // The lower of two random numbers, since long notes are rarer than short ones.
     const auto length = static_cast<std::size_t>(std::min(random.Between(least, most), random.Between(least, most)));
     std::string html;
     bool hasList = random.OneIn(2);
@@ -67,7 +67,7 @@ std::string Notes(Random& random, const Language& language, int least, int most)
             piece = TimesList(random, language);
             hasList = true;
         }
-        // The last piece is a short one where a whole paragraph would go far beyond.
+        // If a whole paragraph would exceed the limit, end with a short one.
         if (html.size() + piece.size() > static_cast<std::size_t>(most))
             piece = "<p>" + Words(random, language, 3) + "</p>\n";
         html += piece;

@@ -1,6 +1,6 @@
 #pragma once
-// Chance that is the same everywhere: the standard library's distributions differ between its implementations, and the
-// generated feeds must not.
+// Pseudo-random numbers that are the same everywhere: the standard library's distributions differ between its
+// implementations, but the generated feeds must not.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,8 @@ public:
     Random(std::initializer_list<std::uint64_t> seeds) noexcept {
         for (const std::uint64_t seed : seeds) {
             FState ^= seed;
-            // Mixed, not only added to: neighbouring seeds would give one sequence, shifted by a step.
+            // Mix after each seed: merely combining them would give neighbouring seeds the same sequence, shifted by
+            // one step.
             FState = Next();
         }
     }
@@ -26,7 +27,7 @@ public:
         return z ^ (z >> 31);
     }
 
-    /// From `least` to `most`, both included. The slight unevenness of the remainder does not matter here.
+    /// A number from `least` to `most`, both included. The slight bias of the modulo does not matter here.
     std::int64_t Between(std::int64_t least, std::int64_t most) noexcept {
         return least + static_cast<std::int64_t>(Next() % static_cast<std::uint64_t>(most - least + 1));
     }

@@ -41,7 +41,7 @@ constexpr std::array<std::string_view, 5> kExplicitWords{"false", "no", "clean",
 // Most shows are weekly.
 constexpr std::array<seconds, 6> kSpacings{days(7), days(7), days(7), days(14), hours(84), days(1)};
 
-/// Three shows in ten are in something else than English.
+/// Three shows in ten are in other languages than English.
 const Language& LanguageOf(std::uint64_t number) {
     switch (number % 20) {
         case 3:

@@ -1,6 +1,5 @@
 #pragma once
-// A show: what stays the same over its episodes, and how its publisher writes them. Number N is the same show in every
-// run.
+// A show: what its episodes have in common, and how its publisher writes them. Number N is the same show in every run.
 
 #include "Dates.h"
 #include "Languages.h"
@@ -11,7 +10,7 @@
 
 struct Category {
     std::string_view Name;
-    /// Empty where the category has none.
+    /// The subcategory; empty where the category has none.
     std::string_view Inner;
 };
 
@@ -26,7 +25,7 @@ enum class NotesForm { CData, Escaped };
 
 struct Show {
     std::uint64_t Number;
-    /// "feed-0001": the document's name without its extension, and the folder of its audio.
+    /// "feed-0001": the document's name without its extension, and the folder of the show's audio files.
     std::string Name;
     std::string Title;
     std::string Author;

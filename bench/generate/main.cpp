@@ -1,9 +1,9 @@
 // generate-feeds [DIR] [--opml FILE] --feeds N [--episodes M] [--new K --every E] [--base URL]
 //                [--notes-min BYTES] [--notes-max BYTES]
 //
-// Writes N podcast feeds of M episodes to DIR (feed-0001.xml and on), a subscription list of them to FILE, or both.
-// The same words on the command line give the same bytes on every machine. --new puts K newer episodes on top of every
-// E-th feed and leaves every other byte as it was.
+// Writes N podcast feeds of M episodes to DIR (feed-0001.xml and so on), a subscription list of them to FILE, or both.
+// The same arguments give the same bytes on every machine. --new adds K newer episodes at the top of every E-th feed
+// and leaves all other bytes unchanged.
 
 #include "FeedDocument.h"
 #include "OpmlDocument.h"

@@ -1,5 +1,5 @@
-// A library of a million episodes: `library FOLDER [EPISODES [FEEDS]]` builds it once and prints what each look-up,
-// list and first page costs, what each index costs, and how long opening takes.
+// A library of a million episodes: `library FOLDER [EPISODES [FEEDS]]` builds it once and prints the time of each
+// look-up, list and first page, the cost of each index, and the time that opening takes.
 
 #include "Podcasts.Core.h"
 
@@ -24,7 +24,7 @@ double Milliseconds(const std::function<void()>& work) {
     return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-/// Median of five, after one to warm up.
+/// Prints the median of five runs, after one run to warm up.
 void Report(const char* what, const std::function<void()>& work) {
     work();
     std::vector<double> times(5);
@@ -34,7 +34,7 @@ void Report(const char* what, const std::function<void()>& work) {
     std::fflush(stdout);
 }
 
-/// A feed of `count` episodes of which one in ten is new.
+/// A feed with `count` episodes, of which one in ten is new.
 std::unique_ptr<TPodcastFeed> MakeFeed(int number, int count) {
     auto feed = std::make_unique<TPodcastFeed>();
     feed->Fields[pffTitle] = QStringLiteral("Feed %1").arg(number, 5, 10, QChar(u'0'));

@@ -1,4 +1,5 @@
-// What the making of records costs beside the bare tree: `parsing DOCUMENT…` (documents of generate-feeds).
+// The time of creating records, compared with that of parsing the bare tree: `parsing DOCUMENT…` (documents written by
+// generate-feeds).
 
 #include "Podcasts.Core.Parsers.h"
 #include "VEXA.Runtime.Encoding.h"
@@ -27,7 +28,8 @@ void SetBytes(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * TotalSize()));
 }
 
-/// The floor: the tree alone, of text that needs no decoding. The copy that is parsed in place is not counted.
+/// The lower bound: only the tree, from text that needs no decoding. Copying the text, which is parsed in place, is not
+/// counted.
 void BareTree(benchmark::State& state) {
     for (auto _ : state) {
         for (const auto& document : Documents) {
@@ -58,7 +60,7 @@ void Decoding(benchmark::State& state) {
 }
 BENCHMARK(Decoding)->Unit(benchmark::kMillisecond);
 
-/// Fields, dates, durations and GUIDs out of trees that are there already.
+/// Reads fields, dates, durations and GUIDs from finished trees.
 void Records(benchmark::State& state) {
     std::vector<std::unique_ptr<vexa::XmlDocument>> trees;
     for (const auto& document : Documents)

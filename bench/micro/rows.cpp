@@ -1,6 +1,6 @@
-// The library's table and tree over a million episodes, asked for as the host asks: `rows FOLDER PLUGIN LANGUAGES` on
-// the profile that `library FOLDER` has built. Prints what each request costs, first and warm, beside SQLite's own
-// first page; and what a page costs while another connection merges feeds.
+// The library's table and tree over a million episodes, requested as the host does: `rows FOLDER PLUGIN LANGUAGES` on
+// the profile that `library FOLDER` has built. Prints the time of each request, first and warm, beside the time of
+// SQLite's own first page; and the time of a page while another connection merges feeds.
 
 #include "Rows.h"
 
@@ -75,7 +75,7 @@ public:
             way.empty() ? FTree.Children() : FTree.Children(way.back());
         });
     }
-    /// Median and worst of what a page costs again and again until `done`.
+    /// Reads a page repeatedly until `done`, and prints the median and the worst time.
     void While(const char* what, const RowQuery& query, const std::atomic<bool>& done) {
         std::vector<double> times;
         while (!done) times.push_back(Milliseconds([&] { Check(FReader.ReadNow(query).Error); }));
@@ -135,7 +135,8 @@ int main(int argc, char** argv) {
     const QString folder = QString::fromLocal8Bit(argv[1]);
     const QString file = folder + u"/Podcasts.db";
     {
-        // Beside it: an empty profile. What loads first pays for the library's pages, so this one comes first.
+        // For comparison, an empty profile. It comes first, because whichever loads first also loads the plug-in's
+        // pages into memory.
         Host empty({.ProfileFolder = folder + u"/empty",
                     .LanguageFolder = QString::fromLocal8Bit(argv[3]),
                     .Language = {},
@@ -151,7 +152,8 @@ int main(int argc, char** argv) {
                 Milliseconds([&] { host.LoadPlugin(QString::fromLocal8Bit(argv[2])); }));
     const double before = ResidentMegabytes("VmRSS");
     {
-        // What a playlist of 10,000 episodes costs: each is looked up, and its feed, and ten properties are written.
+        // The time of a playlist of 10,000 episodes: each episode and its feed are looked up, and ten properties
+        // written.
         LibraryStorage storage(host.Library());
         RowReader reader(storage);
         const RowPage page = reader.ReadNow({.Fields = {QStringLiteral("ID")}, .Limit = 10'000});

@@ -1,7 +1,7 @@
-// The player's window over a library: `window FOLDER PLUGIN LANGUAGES [load]` on a profile. Prints how long it takes
-// until the first rows are painted, and what memory that needs. With `load` 200 feeds are fetched and merged meanwhile,
-// and their episodes downloaded from a server of this machine, while rows are scrolled through: prints how long the
-// event loop waited, and how long rows were awaited. The profile keeps what was subscribed to: give it a copy.
+// The player's window over a library: `window FOLDER PLUGIN LANGUAGES [load]` on a profile. Prints the time until the
+// first rows are painted, and the memory needed. With `load`, 200 feeds are fetched and merged, and episodes downloaded
+// from a server on this machine, while the table is scrolled: prints how long the event loop was blocked, and how long
+// the table waited for rows. The subscriptions stay in the profile, so use a copy.
 
 #include "MainWindow.h"
 #include "Subscriber.h"
@@ -38,7 +38,7 @@ double PeakMegabytes() {
     return 0;
 }
 
-/// Feeds and their audio. It stops by itself.
+/// A server of feeds and their audio files. The destructor stops it.
 class Site {
 public:
     Site() {
@@ -90,7 +90,7 @@ void Wait(const std::function<bool()>& done) {
     while (!done()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents);
 }
 
-/// Has what the first feeds bring downloaded, as a listener has: found, selected, chosen from the menu.
+/// Downloads episodes of the first feeds as a user does: searches for them, selects them and chooses the menu command.
 void Download(Host& host, QTableView& rows, QLineEdit& search) {
     search.setText(QStringLiteral("Loaded episode"));
     Wait([&] { return rows.model()->rowCount() == kDownloaded * kEpisodes; });
@@ -112,7 +112,7 @@ void Load(Host& host, MainWindow& window) {
     bool isSubscribed = false;
     QObject::connect(&subscriber, &Subscriber::Finished, [&] { isSubscribed = true; });
 
-    // A beat that comes late has waited for the event loop.
+    // If a beat is late, the event loop was blocked.
     std::vector<double> waits, awaited;
     QElapsedTimer sinceBeat, sinceScroll;
     QTimer beat, scroll;

@@ -1,7 +1,7 @@
-# bash completion of podcasts. The program's own help says which commands, options and operands there are.
+# bash completion for podcasts. Commands, options and operands are read from the program's own help.
 
-# What can stand for an operand or an option's value of that kind, a line each. The other arguments are the program, and
-# the option that says which profile to look into.
+# Prints the words for an operand, or an option's value, of that kind, one per line. The other arguments are the program
+# and the option that selects the profile.
 _podcasts_values() {
     local kind=$1
     shift
@@ -13,7 +13,7 @@ _podcasts_values() {
     esac 2>/dev/null
 }
 
-# The files that can: folders, and those that match a pattern.
+# Completes file names: folders, and files that match a pattern.
 _podcasts_files() {
     compgen -d -- "$2"
     [[ $1 ]] && compgen -f -X "!$1" -- "$2"
@@ -21,7 +21,7 @@ _podcasts_files() {
 
 _podcasts() {
     COMPREPLY=()
-    # Readline cuts words at ":" and "=" too; keys have the one, options with their values the other.
+    # Readline also splits words at ":" and "=", which occur in keys and in options with values.
     local line=${COMP_LINE:0:COMP_POINT} words
     read -ra words <<<"$line"
     [[ $line == *[[:space:]] ]] && words+=("")
@@ -38,10 +38,10 @@ _podcasts() {
     done
     local help valued
     help=$("${program[0]}" ${command:+"$command"} --help 2>/dev/null) || return
-    # One blank after an option is followed by the placeholder of its value, several by what it does.
+    # After an option, one blank is followed by the placeholder of its value, several blanks by its description.
     valued=$(sed -n 's/^  \(--[^ ]* [^ ]\+\) .*/\1/p' <<<"$help")
 
-    # How many operands are given, and whether the word is an option's value.
+    # Count the operands before the word, and find out whether the word is an option's value.
     local given=0 option="" isEnded=""
     for ((i = 1; i < last; ++i)); do
         local word=${words[i]}
@@ -70,7 +70,7 @@ _podcasts() {
     elif [[ ! $command ]]; then
         choices=$(sed -n '/^Commands:/,/^$/ s/^  \([^ ]*\) .*/\1/p' <<<"$help")
     else
-        # From "usage: podcasts mark STATE KEY…"; without options and brackets.
+        # The operands in "usage: podcasts mark STATE KEY…", without options and brackets.
         local operands
         read -ra operands < <(sed -n '1{s/^usage: podcasts [^ ]*//; s/\[--[^]]*\]//g; s/|.*//; s/[][]//g; p}' \
             <<<"$help")
@@ -87,7 +87,7 @@ _podcasts() {
             mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
             ;;
     esac
-    # Where Readline cuts at ":", it replaces only what follows the last one.
+    # Where Readline splits at ":", it replaces only the part after the last one.
     if [[ $current == *:* && $COMP_WORDBREAKS == *:* ]]; then
         COMPREPLY=("${COMPREPLY[@]#"${current%:*}:"}")
     fi

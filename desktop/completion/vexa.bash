@@ -1,4 +1,4 @@
-# bash completion of vexa. The program's own help says which options there are.
+# bash completion for vexa. Options are read from the program's own help.
 
 _vexa() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} pattern=""

@@ -1,4 +1,4 @@
-// What the services know of files and addresses. These run on a worker thread.
+// Commands about files and addresses. They run on a worker thread.
 
 #include "Commands.Functions.h"
 #include "FileInfo.h"
@@ -15,18 +15,18 @@ QString FormatName(std::int32_t format) {
 }
 
 QJsonObject DecoderAnswer(const AudioDecoderService::Answer& answer) {
-    QJsonObject told{{QStringLiteral("code"), ToHex(answer.Result)}};
-    if (!answer.Decoder) return told;
+    QJsonObject json{{QStringLiteral("code"), ToHex(answer.Result)}};
+    if (!answer.Decoder) return json;
     Ref<IVEXAString> source;
     std::int32_t sampleRate = 0, channels = 0;
     double duration = 0;
     answer.Decoder->GetSource(source.Put());
     answer.Decoder->GetStreamInfo(&sampleRate, &channels, &duration);
-    told.insert(QStringLiteral("source"), ToQString(source.Get()));
-    told.insert(QStringLiteral("sampleRate"), sampleRate);
-    told.insert(QStringLiteral("channels"), channels);
-    told.insert(QStringLiteral("duration"), duration);
-    return told;
+    json.insert(QStringLiteral("source"), ToQString(source.Get()));
+    json.insert(QStringLiteral("sampleRate"), sampleRate);
+    json.insert(QStringLiteral("channels"), channels);
+    json.insert(QStringLiteral("duration"), duration);
+    return json;
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 #pragma once
-// The functions of the commands, by the file that they stand in. Commands.cpp says what each is called by.
+// The functions of the commands, grouped by source file. The table in Commands.cpp gives the commands' names.
 
 #include "Commands.h"
 

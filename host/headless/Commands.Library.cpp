@@ -1,4 +1,4 @@
-// What the active storage of the music library holds.
+// Commands about the contents of the music library's active storage.
 
 #include "Commands.Functions.h"
 #include "ErrorInfo.h"
@@ -79,9 +79,9 @@ QJsonObject Fields(Host& host, const QStringList& arguments) {
 QJsonObject ListTree(Host& host, const QStringList& arguments) {
     const LibraryStorage storage(host.Library());
     const Tree tree(FirstTree(storage));
-    const auto way = tree.FindByValues(arguments);
-    if (!way) throw CommandError(u"the tree has no node " + arguments.join(QStringLiteral(" > ")), E_INVALIDARG);
-    return {{QStringLiteral("nodes"), ToJson(way->empty() ? tree.Children() : tree.Children(way->back()))}};
+    const auto path = tree.FindByValues(arguments);
+    if (!path) throw CommandError(u"the tree has no node " + arguments.join(QStringLiteral(" > ")), E_INVALIDARG);
+    return {{QStringLiteral("nodes"), ToJson(path->empty() ? tree.Children() : tree.Children(path->back()))}};
 }
 
 QJsonObject Rows(Host& host, const QStringList& arguments) {
@@ -102,15 +102,12 @@ QJsonObject Count(Host& host, const QStringList& arguments) {
 
 QJsonObject Find(Host& host, const QStringList& arguments) {
     const LibraryStorage storage(host.Library());
-    const auto place = storage.Find(arguments[0]);
-    if (!place) throw CommandError(arguments[0] + u" is not in the library");
+    const auto location = storage.Find(arguments[0]);
+    if (!location) throw CommandError(arguments[0] + u" is not in the library");
     QJsonArray node;
-    for (const TreePair& pair : place->Node) {
-        QString value;
-        Convert(pair.Value, value);
-        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), value}};
-    }
-    return {{QStringLiteral("node"), node}, {QStringLiteral("filtered"), static_cast<bool>(place->Filter)}};
+    for (const TreePair& pair : location->Node)
+        node += QJsonObject{{QStringLiteral("field"), pair.Field}, {QStringLiteral("value"), ToText(pair.Value)}};
+    return {{QStringLiteral("node"), node}, {QStringLiteral("filtered"), static_cast<bool>(location->Filter)}};
 }
 
 QJsonObject Play(Host& host, const QStringList& arguments) {

@@ -1,4 +1,4 @@
-// Menus, and what is selected when their commands run.
+// Commands that run menu items, and set the selection that these act on.
 
 #include "Commands.Functions.h"
 #include "RowOptions.h"
@@ -24,7 +24,7 @@ QJsonArray ToJson(MenuManager& menus, IVEXAMenuItem& menu, int depth = 0) {
     return list;
 }
 
-/// "ID" or "ID/INDEX": an item, or the index of one below it.
+/// "ID" names an item, "ID/INDEX" one of the items below it.
 struct ItemName {
     QString ID;
     int Index = -1;
@@ -56,7 +56,7 @@ QJsonObject Run(Host& host, const QStringList& arguments) {
     if (name.Index < 0) {
         result = menus.Run(*item);
     } else {
-        // The entries of a submenu are made when its menu is prepared.
+        // Preparing the menu may create the entries of the submenu.
         menus.PrepareAround(*item);
         const auto children = menus.Children(*item);
         if (name.Index >= static_cast<int>(children.size()))
@@ -88,7 +88,7 @@ QJsonObject Select(Host& host, const QStringList& arguments) {
     if (!node.isEmpty()) {
         const LibraryStorage storage(host.Library());
         selection->Provider = FirstTree(storage);
-        selection->Way = FindNode(storage, node);
+        selection->Path = FindNode(storage, node);
     }
     host.Selection().SetModel(selection);
     return {};

@@ -1,4 +1,4 @@
-// Playlists.
+// Commands about playlists.
 
 #include "Commands.Functions.h"
 #include "VEXA.Runtime.Threads.h"
@@ -11,7 +11,7 @@ namespace vexa::host::commands {
 
 namespace {
 
-// Nothing says when a file that is looked at is known: it is asked this often.
+// How often to ask whether a playlist is still busy: no event tells when its files have been described.
 constexpr std::chrono::milliseconds kPoll{20};
 
 Ref<Playlist> Named(Host& host, const QString& name) {
@@ -71,13 +71,13 @@ QJsonObject Playlists(Host& host, const QStringList&) {
 }
 
 QJsonObject PlaylistCommand(Host& host, const QStringList& arguments) {
-    const QString& what = arguments[0];
+    const QString& action = arguments[0];
     const QString& name = arguments[1];
     const QStringList more = arguments.mid(2);
-    if (what == u"add") return Add(host, name, more);
-    if (what == u"select") return SelectEntries(host, name, more);
-    if (what == u"rows" && more.isEmpty()) return ListEntries(host, name);
-    if (what == u"remove" && more.isEmpty()) return host.Playlists().Remove(*Named(host, name)), QJsonObject();
+    if (action == u"add") return Add(host, name, more);
+    if (action == u"select") return SelectEntries(host, name, more);
+    if (action == u"rows" && more.isEmpty()) return ListEntries(host, name);
+    if (action == u"remove" && more.isEmpty()) return host.Playlists().Remove(*Named(host, name)), QJsonObject();
     throw CommandError(QStringLiteral("usage: playlist add NAME ADDRESS... | select NAME [INDEX...] | rows NAME | "
                                       "remove NAME"),
                        E_INVALIDARG);

@@ -1,4 +1,4 @@
-// The life of a plug-in.
+// Commands that load, describe and unload a plug-in, and end the session.
 
 #include "Commands.Functions.h"
 #include "Installation.h"
@@ -27,9 +27,9 @@ QJsonObject Load(Host& host, const QStringList& arguments) {
 QJsonObject Without(Host& host, const QStringList& arguments) {
     if (!host.Plugins().empty())
         throw CommandError(QStringLiteral("a plug-in is loaded already: hide services before load"));
-    if (!host.TheCore().HideService(arguments[0]))
+    if (!host.PluginCore().HideService(arguments[0]))
         throw CommandError(u"there is no service " + arguments[0] + u": take one of " +
-                               host.TheCore().ServiceNames().join(QStringLiteral(", ")),
+                               host.PluginCore().ServiceNames().join(QStringLiteral(", ")),
                            E_INVALIDARG);
     return {{QStringLiteral("without"), arguments[0]}};
 }

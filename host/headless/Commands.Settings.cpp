@@ -1,4 +1,4 @@
-// Settings and texts.
+// Commands about settings and texts.
 
 #include "Commands.Functions.h"
 

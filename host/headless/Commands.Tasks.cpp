@@ -1,10 +1,11 @@
-// What the active storage does in the background, and its subscriptions.
+// Commands about the active storage's background tasks and subscriptions.
 
 #include "Commands.Functions.h"
 #include "ErrorInfo.h"
 #include "Guarded.h"
 #include "Library.h"
 #include "ObjectList.h"
+#include "Properties.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -16,8 +17,8 @@ namespace vexa::host::commands {
 
 namespace {
 
-/// Notes how a request went, and ends the wait for it. It may be told of the end before the wait begins, or after the
-/// wait was given up.
+/// Collects the results of a request and ends the wait for it. OnCompleted may be called before the wait begins, or
+/// after it was given up.
 class Outcome final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
@@ -45,7 +46,7 @@ public:
         if (FLoop) FLoop->quit();
     }
 
-    /// The event loop turns meanwhile, as it does for a player with windows.
+    /// Waits in an event loop, so that the host goes on working as a player with windows does.
     QJsonObject Wait() {
         if (!FIsComplete) {
             QEventLoop loop;
@@ -74,7 +75,7 @@ Ref<IVEXAMLSubscriptionStorage> Subscriptions(Host& host) {
     throw CommandError(message.isEmpty() ? otherwise : message, result);
 }
 
-/// A plug-in knows nothing of the folder that the program was started in.
+/// An absolute file name, because a plug-in must not depend on the program's working directory.
 Ref<IVEXAString> WholeName(const QString& fileName) {
     return MakeString(QDir::current().absoluteFilePath(fileName));
 }
@@ -86,15 +87,8 @@ QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
     for (std::int32_t i = 0; i < outcomes->GetCount(); ++i) {
         Ref<IVEXAMLTaskOutcome> outcome;
         if (Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        const auto number = [&](std::int32_t id) {
-            std::int32_t value = 0;
-            return Succeeded(outcome->GetValueAsInt32(id, &value)) ? value : 0;
-        };
+        const auto text = [&](std::int32_t id) { return TextOf(outcome.Get(), id); };
+        const auto number = [&](std::int32_t id) { return NumberOf(outcome.Get(), id); };
         list += QJsonObject{{QStringLiteral("item"), text(IVEXAMLTaskOutcome::Item)},
                             {QStringLiteral("caption"), text(IVEXAMLTaskOutcome::Caption)},
                             {QStringLiteral("new"), number(IVEXAMLTaskOutcome::NewCount)},

@@ -108,7 +108,7 @@ QJsonObject Failure(const QString& message, HResult code) {
 
 QJsonObject Answer(const Command& command, Host& host, const QStringList& arguments) noexcept {
     try {
-        if (arguments.size() < command.Least || arguments.size() > command.Most)
+        if (arguments.size() < command.MinArguments || arguments.size() > command.MaxArguments)
             return Failure(u"usage: " + Usage(command), E_INVALIDARG);
         return Success(command.Run(host, arguments));
     } catch (const CommandError& error) {

@@ -1,5 +1,5 @@
 #pragma once
-// The commands of `vexa --headless`: what a line means, and what is answered. docs/headless.md lists them.
+// The commands of `vexa --headless`: how a line is parsed, and what is answered. docs/headless.md lists them.
 //
 // To add one, write its function in one of the Commands.*.cpp, declare it in Commands.Functions.h, and give it a row in
 // Commands.cpp.
@@ -14,7 +14,7 @@
 
 namespace vexa::host {
 
-/// Why a command failed: {"ok":false,"error":…,"code":…}.
+/// Why a command failed; answered as {"ok":false,"error":…,"code":…}.
 class CommandError : public std::runtime_error {
 public:
     explicit CommandError(const QString& message, HResult code = E_FAIL)
@@ -26,31 +26,32 @@ private:
 };
 
 struct Command {
-    /// Where it runs: calls of extensions that a host makes on threads of its own run on one.
+    /// The thread a command runs on. Commands that call extensions which a host calls on its own threads run on a
+    /// worker.
     enum class Thread { Main, Worker };
     using Function = QJsonObject (*)(Host& host, const QStringList& arguments);
 
     const char* Name;
     const char* Arguments;  // "ADDRESS [open]"
-    int Least, Most;        // how many
+    int MinArguments, MaxArguments;
     const char* Help;
-    Thread Where;
-    Function Run;  // what is answered beside "ok"; throws CommandError
+    Thread RunsOn;
+    Function Run;  // returns what is answered beside "ok"; throws CommandError
     bool EndsSession = false;
 };
 
 std::span<const Command> Commands();
-/// Null for no command's name.
+/// The command of that name; null when there is none.
 const Command* FindCommand(const QString& name);
 
-/// The words of a line: separated by blanks, or between double quotes, in which "" is a quote.
+/// The words of a line. They are separated by blanks, or enclosed in double quotes, within which "" is a quote.
 QStringList SplitLine(const QString& line);
 
-/// {"ok":true} with more.
+/// {"ok":true} and the members of `more`.
 QJsonObject Success(QJsonObject more);
 QJsonObject Failure(const QString& message, HResult code);
 
-/// Runs a command, if `arguments` are as many as it takes; never throws.
+/// Runs a command and returns its answer, or a failure, such as for a wrong number of arguments.
 QJsonObject Answer(const Command& command, Host& host, const QStringList& arguments) noexcept;
 
 }  // namespace vexa::host

@@ -1,9 +1,9 @@
 #pragma once
-// Notifications without a desktop: printed on standard error, and clicked by a command. Main thread.
+// Notifications without a desktop: they are printed on standard error, and a command clicks them. Main thread.
 
 namespace vexa::host {
 
-/// From now on notifications are printed.
+/// Has notifications printed from now on.
 void PrintNotifications();
 
 }  // namespace vexa::host

@@ -22,14 +22,14 @@ constexpr Operator kOperators[] = {
     {"begins", IVEXAMLFieldFilter::BeginsWith}, {"ends", IVEXAMLFieldFilter::EndsWith},
 };
 
-/// Takes the words of a line one after the other.
+/// Reads the words of a line one after the other.
 class Words {
 public:
     explicit Words(const QStringList& words) : FWords(words) {}
 
-    bool AreLeft() const { return FNext < FWords.size(); }
-    QString Take(const QString& what) {
-        if (!AreLeft()) throw CommandError(what + u" is missing at the end of the line", E_INVALIDARG);
+    bool HasMore() const { return FNext < FWords.size(); }
+    QString Next(const QString& what) {
+        if (!HasMore()) throw CommandError(what + u" is missing at the end of the line", E_INVALIDARG);
         return FWords[FNext++];
     }
 
@@ -38,39 +38,39 @@ private:
     qsizetype FNext = 0;
 };
 
-RowCondition TakeCondition(Words& words) {
+RowCondition ReadCondition(Words& words) {
     RowCondition condition;
-    condition.Field = words.Take(QStringLiteral("the field of --where"));
-    const QString name = words.Take(QStringLiteral("the operator of --where"));
-    const QString value = words.Take(QStringLiteral("the value of --where"));
+    condition.Field = words.Next(QStringLiteral("the field of --where"));
+    const QString name = words.Next(QStringLiteral("the operator of --where"));
+    const QString value = words.Next(QStringLiteral("the value of --where"));
     if (name == u"in") {
-        for (const QString& one : value.split(u'|')) condition.OneOf.emplace_back(one);
+        for (const QString& text : value.split(u'|')) condition.OneOf.emplace_back(text);
         return condition;
     }
     const auto found = std::find_if(std::begin(kOperators), std::end(kOperators),
                                     [&](const Operator& known) { return name == QLatin1String(known.Text); });
     if (found == std::end(kOperators)) {
         QStringList known{QStringLiteral("in")};
-        for (const Operator& one : kOperators) known += QString::fromLatin1(one.Text);
+        for (const Operator& each : kOperators) known += QString::fromLatin1(each.Text);
         throw CommandError(u"there is no operator " + name + u": take one of " + known.join(u' '), E_INVALIDARG);
     }
     condition.Operation = found->Code;
     condition.Value1 = value;
     if (found->Code == IVEXAMLFieldFilter::Between)
-        condition.Value2 = words.Take(QStringLiteral("the second value of between"));
+        condition.Value2 = words.Next(QStringLiteral("the second value of between"));
     return condition;
 }
 
-RowOrder TakeOrder(Words& words) {
-    QString name = words.Take(QStringLiteral("the field of --sort"));
+RowOrder ReadOrder(Words& words) {
+    QString name = words.Next(QStringLiteral("the field of --sort"));
     const QString suffix = QStringLiteral(":desc");
     if (!name.endsWith(suffix)) return {name};
     name.chop(suffix.size());
     return {name, IVEXAMLSortDirection::Descending};
 }
 
-void TakeRange(Words& words, RowQuery& query) {
-    const QStringList numbers = words.Take(QStringLiteral("the range")).split(u',');
+void ReadRange(Words& words, RowQuery& query) {
+    const QStringList numbers = words.Next(QStringLiteral("the range")).split(u',');
     bool isOffset = false, isCount = false;
     query.Offset = numbers.value(0).toInt(&isOffset);
     query.Limit = numbers.value(1).toInt(&isCount);
@@ -87,28 +87,28 @@ Ref<IVEXAMLGroupingTreeDataProvider> FirstTree(const LibraryStorage& storage) {
 }
 
 std::vector<TreePair> FindNode(const LibraryStorage& storage, const QStringList& values) {
-    const std::optional<TreeWay> way = Tree(FirstTree(storage)).FindByValues(values);
-    if (!way) throw CommandError(u"the tree has no node " + values.join(QStringLiteral(" > ")), E_INVALIDARG);
-    return PairsOf(*way);
+    const std::optional<TreePath> path = Tree(FirstTree(storage)).FindByValues(values);
+    if (!path) throw CommandError(u"the tree has no node " + values.join(QStringLiteral(" > ")), E_INVALIDARG);
+    return PairsOf(*path);
 }
 
 RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& arguments) {
     RowQuery query;
     QStringList node;
-    for (Words words(arguments); words.AreLeft();) {
-        const QString option = words.Take({});
+    for (Words words(arguments); words.HasMore();) {
+        const QString option = words.Next({});
         if (option == u"--node")
-            node += words.Take(QStringLiteral("the value of --node"));
+            node += words.Next(QStringLiteral("the value of --node"));
         else if (option == u"--where")
-            query.Where.push_back(TakeCondition(words));
+            query.Where.push_back(ReadCondition(words));
         else if (option == u"--search")
-            query.Search = words.Take(QStringLiteral("the text of --search"));
+            query.Search = words.Next(QStringLiteral("the text of --search"));
         else if (option == u"--sort")
-            query.Sort.push_back(TakeOrder(words));
+            query.Sort.push_back(ReadOrder(words));
         else if (option == u"--range")
-            TakeRange(words, query);
+            ReadRange(words, query);
         else if (option == u"--fields")
-            query.Fields = words.Take(QStringLiteral("the list of --fields")).split(u',');
+            query.Fields = words.Next(QStringLiteral("the list of --fields")).split(u',');
         else
             throw CommandError(
                 u"there is no option " + option + u": take --node, --where, --search, --sort, --range or --fields",

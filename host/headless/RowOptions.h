@@ -1,5 +1,5 @@
 #pragma once
-// The options by which a line asks for rows.
+// The options of the commands that ask for rows.
 
 #include "RowQuery.h"
 
@@ -8,10 +8,12 @@
 namespace vexa::host {
 
 /// Reads [--node VALUE]… [--where FIELD OP VALUE [VALUE2]]… [--search TEXT] [--sort FIELD[:desc]]…
-/// [--range OFFSET,COUNT] [--fields A,B,C]. Without --fields: all that rows have. Throws CommandError and LibraryError.
+/// [--range OFFSET,COUNT] [--fields A,B,C]. Without --fields, all fields of the rows. Throws CommandError and
+/// LibraryError.
 RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& words);
 
-/// The way to a node of the storage's first tree, by the nodes' values; throws CommandError when it is not there.
+/// The path to a node of the storage's first tree, given by the nodes' values. Throws CommandError when it does not
+/// exist.
 std::vector<TreePair> FindNode(const LibraryStorage& storage, const QStringList& values);
 
 /// The storage's first tree; throws CommandError when it has none.

@@ -28,7 +28,7 @@ private:
     std::function<void()> FWork;
 };
 
-/// Closes the modal windows that are open, and those that are opened as long as it lives.
+/// Closes all open modal windows, and those opened during its lifetime.
 class DialogCloser final : public QObject {
 public:
     DialogCloser() {
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    /// A dialog is shown before it waits in its event loop, and only a loop that runs can be ended.
+    /// Deferred, because a dialog is shown before it enters its event loop, and only a running loop can be ended.
     void CloseLater() { QMetaObject::invokeMethod(this, &DialogCloser::Close, Qt::QueuedConnection); }
     void Close() {
         const QPointer<QWidget> window = QApplication::activeModalWidget();
@@ -51,8 +51,8 @@ private:
             dialog->reject();
         else
             window->close();
-        if (window) window->hide();  // also one that refuses to close
-        CloseLater();                // the dialog that this one was opened from
+        if (window) window->hide();  // in case the window refuses to close
+        CloseLater();                // for the dialog from which this one was opened
     }
 };
 
@@ -72,7 +72,7 @@ void Session::Read() {
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
     if (count > 0) {
         FUnread.append(buffer, count);
-        if (!std::memchr(buffer, '\n', static_cast<std::size_t>(count))) return;  // a long line is looked through once
+        if (!std::memchr(buffer, '\n', static_cast<std::size_t>(count))) return;  // scan a long line only once
     } else {
         FInput.setEnabled(false);
         FHasEnded = true;
@@ -101,8 +101,8 @@ void Session::Begin(const QString& line) {
     const QString name = words.takeFirst();
     const Command* command = FindCommand(name);
     if (!command) return Write(Failure(u"there is no command " + name + u": help lists them", E_INVALIDARG));
-    FIsBusy = true;  // the event loop may turn while a command runs: later lines wait all the same
-    if (command->Where == Command::Thread::Main) return End(*command, Answer(*command, FHost, words));
+    FIsBusy = true;  // makes later lines wait, even if the command runs an event loop
+    if (command->RunsOn == Command::Thread::Main) return End(*command, Answer(*command, FHost, words));
     FTask = WorkerPool::Run(std::make_unique<CommandTask>([this, command, words, alive = std::weak_ptr(FIsAlive)] {
         const QJsonObject answer = Answer(*command, FHost, words);
         RunInMainThread(
@@ -124,7 +124,7 @@ void Session::End(const Command& command, const QJsonObject& answer) {
     Quit();
 }
 
-/// Also out of a dialog that no command waits for: QCoreApplication::quit() asks windows, which may refuse.
+/// Ends the event loop even while a dialog is open: unlike quit(), exit() does not ask windows, which may refuse.
 void Session::Quit() {
     QCoreApplication::exit(FStatus);
 }
@@ -134,7 +134,7 @@ void Session::Write(const QJsonObject& answer) {
     if (std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout) !=
             static_cast<std::size_t>(line.size()) ||
         std::fflush(stdout) != 0) {
-        FStatus = 1;  // nobody hears the answers any more
+        FStatus = 1;  // nobody reads the answers any more
         Quit();
     }
 }

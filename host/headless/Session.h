@@ -1,5 +1,6 @@
 #pragma once
-// `vexa --headless`: commands by line from standard input, one line of JSON for each on standard output. Main thread.
+// `vexa --headless`: reads one command per line from standard input, and answers each by one line of JSON on standard
+// output. Main thread.
 
 #include "Commands.h"
 #include "VEXA.Runtime.Threads.h"
@@ -12,13 +13,13 @@
 
 namespace vexa::host {
 
-/// Reads while the event loop runs, and ends the loop at the end of the input or at `quit`. Answers keep the order of
-/// the commands: while one runs on a worker thread, the event loop goes on and later lines wait. Once the input has
-/// ended nobody can close the dialog of a command any more, so that the session closes it as cancelled.
+/// Reads while the event loop runs, and ends the loop at the end of the input or at `quit`. Answers come in the order
+/// of the commands: while a command runs on a worker thread, the event loop goes on and later lines wait. After the end
+/// of the input no further command can close a dialog that a command has opened, so the session cancels it.
 class Session {
 public:
     explicit Session(Host& host);
-    /// Waits for the command that runs.
+    /// Waits for the command that is running.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -33,13 +34,13 @@ private:
 
     Host& FHost;
     QSocketNotifier FInput;
-    QByteArray FUnread;  // the beginning of a line
+    QByteArray FUnread;  // the beginning of an incomplete line
     std::deque<QString> FLines;
     bool FIsBusy = false, FHasEnded = false;
-    int FStatus = 0;                         // of the program
-    std::unique_ptr<QObject> FDialogCloser;  // from the end of the input on
+    int FStatus = 0;                         // exit status of the program
+    std::unique_ptr<QObject> FDialogCloser;  // exists from the end of the input on
     TaskHandle FTask = 0;
-    std::shared_ptr<bool> FIsAlive = std::make_shared<bool>(true);  // for answers that come too late
+    std::shared_ptr<bool> FIsAlive = std::make_shared<bool>(true);  // tells late answers that the session is gone
 };
 
 }  // namespace vexa::host

@@ -2,6 +2,7 @@
 
 #include "Filters.h"
 #include "ObjectList.h"
+#include "Properties.h"
 
 #include <QJsonArray>
 
@@ -9,7 +10,7 @@ namespace vexa::host {
 
 namespace {
 
-// Deeper groups than a storage could answer are no reason to run out of stack.
+// Groups nested deeper than any storage could answer are refused, so that they cannot exhaust the stack.
 constexpr int kDeepest = 64;
 
 const QString kChildren = QStringLiteral("children"), kDirection = QStringLiteral("direction"),
@@ -19,24 +20,12 @@ const QString kChildren = QStringLiteral("children"), kDirection = QStringLitera
               kSort = QStringLiteral("sort"), kValue = QStringLiteral("value"), kValue2 = QStringLiteral("value2"),
               kValues = QStringLiteral("values");
 
-std::int32_t NumberOf(IVEXAPropertyList& object, std::int32_t property) {
-    std::int32_t number = 0;
-    object.GetValueAsInt32(property, &number);
-    return number;
-}
-
-QString TextOf(IVEXAPropertyList& object, std::int32_t property) {
-    Ref<IVEXAString> text;
-    object.GetValueAsObject(property, IVEXAString::IID, text.PutVoid());
-    return ToQString(text.Get());
-}
-
 QJsonValue ToJson(const Variant& value) {
     switch (value.Type) {
         case VariantType::Int32:
             return QJsonObject{{kInt32, static_cast<qint64>(value.Integer)}};
         case VariantType::Int64:
-            return QJsonObject{{kInt64, QString::number(value.Integer)}};  // JSON's numbers would round it
+            return QJsonObject{{kInt64, QString::number(value.Integer)}};  // JSON numbers would round it
         case VariantType::Float:
             return value.Float;
         case VariantType::Text:
@@ -47,21 +36,16 @@ QJsonValue ToJson(const Variant& value) {
     return QJsonValue::Null;
 }
 
-/// False for what no value is written as.
-bool FromJson(const QJsonValue& json, Variant& value) {
-    PropertyValue read;
-    bool isRight = true;
-    if (json.isString())
-        read = json.toString();
-    else if (json.isDouble())
-        read = json.toDouble();
-    else if (const QJsonObject number = json.toObject(); number.contains(kInt32))
-        read = static_cast<std::int32_t>(number[kInt32].toInt());
-    else if (number.contains(kInt64))
-        read = static_cast<std::int64_t>(number[kInt64].toString().toLongLong(&isRight));
-    else
-        isRight = json.isNull() || json.isUndefined();
-    return ToVariant(read, value) && isRight;
+/// Nothing when `json` is not a value as ToJson writes them.
+std::optional<Variant> FromJson(const QJsonValue& json) {
+    if (json.isString()) return ToVariant(json.toString());
+    if (json.isDouble()) return ToVariant(json.toDouble());
+    if (json.isNull() || json.isUndefined()) return Variant();
+    const QJsonObject number = json.toObject();
+    if (number.contains(kInt32)) return ToVariant(static_cast<std::int32_t>(number[kInt32].toInt()));
+    bool isNumber = false;
+    const qint64 wide = number[kInt64].toString().toLongLong(&isNumber);
+    return isNumber ? std::optional(ToVariant(static_cast<std::int64_t>(wide))) : std::nullopt;
 }
 
 QJsonValue ValueOf(IVEXAMLFieldFilter& condition, std::int32_t property) {
@@ -73,8 +57,8 @@ QJsonValue ValueOf(IVEXAMLFieldFilter& condition, std::int32_t property) {
 }
 
 QJsonObject ToJson(IVEXAMLFieldFilter& condition) {
-    QJsonObject json{{kField, TextOf(condition, IVEXAMLFieldFilter::Field)},
-                     {kOperation, NumberOf(condition, IVEXAMLFieldFilter::Operation)},
+    QJsonObject json{{kField, TextOf(&condition, IVEXAMLFieldFilter::Field)},
+                     {kOperation, NumberOf(&condition, IVEXAMLFieldFilter::Operation)},
                      {kValue, ValueOf(condition, IVEXAMLFieldFilter::Value1)}};
     if (const QJsonValue second = ValueOf(condition, IVEXAMLFieldFilter::Value2); !second.isNull())
         json.insert(kValue2, second);
@@ -88,7 +72,7 @@ QJsonObject ToJson(IVEXAMLArrayFieldFilter& condition) {
     condition.GetData(values.data(), &count);
     QJsonArray list;
     for (const Variant& value : values) list += ToJson(value);
-    return {{kField, TextOf(condition, IVEXAMLArrayFieldFilter::Field)}, {kValues, list}};
+    return {{kField, TextOf(&condition, IVEXAMLArrayFieldFilter::Field)}, {kValues, list}};
 }
 
 QJsonObject ToJson(IVEXAMLGroupFilter& group, int depth) {
@@ -104,7 +88,7 @@ QJsonObject ToJson(IVEXAMLGroupFilter& group, int depth) {
         else if (depth < kDeepest && Succeeded(group.GetChild(i, IVEXAMLGroupFilter::IID, inner.PutVoid())))
             children += ToJson(*inner, depth + 1);
     }
-    return {{kOperation, NumberOf(group, IVEXAMLGroupFilter::Operation)}, {kChildren, children}};
+    return {{kOperation, NumberOf(&group, IVEXAMLGroupFilter::Operation)}, {kChildren, children}};
 }
 
 QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
@@ -114,10 +98,10 @@ QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
     for (std::int32_t i = 0; sort && i < sort->GetCount(); ++i) {
         Ref<IVEXAString> field;
         Ref<IVEXAMLSortDirection> direction;
-        std::int32_t way = IVEXAMLSortDirection::Ascending;
+        std::int32_t value = IVEXAMLSortDirection::Ascending;
         if (Failed(sort->GetObject(i, IVEXAString::IID, field.PutVoid()))) continue;
-        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&way);
-        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, way}};
+        if (Succeeded(sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid()))) direction->GetValue(&value);
+        list += QJsonObject{{kField, ToQString(field.Get())}, {kDirection, value}};
     }
     return list;
 }
@@ -145,13 +129,16 @@ bool AddChild(const QJsonObject& child, IVEXAMLGroupFilter& group, int depth) {
     const Ref<IVEXAString> field = MakeString(name);
     if (child.contains(kValues)) {
         std::vector<Variant> values;
-        for (const QJsonValue value : child[kValues].toArray())
-            if (!FromJson(value, values.emplace_back())) return false;
+        for (const QJsonValue value : child[kValues].toArray()) {
+            auto read = FromJson(value);
+            if (!read) return false;
+            values.push_back(*std::move(read));
+        }
         return Succeeded(group.AddArray(field.Get(), values.data(), static_cast<std::int32_t>(values.size()), nullptr));
     }
-    Variant value1, value2;
-    if (!FromJson(child[kValue], value1) || !FromJson(child[kValue2], value2)) return false;
-    return Succeeded(group.Add(field.Get(), &value1, child.contains(kValue2) ? &value2 : nullptr,
+    const auto value1 = FromJson(child[kValue]), value2 = FromJson(child[kValue2]);
+    if (!value1 || !value2) return false;
+    return Succeeded(group.Add(field.Get(), &*value1, child.contains(kValue2) ? &*value2 : nullptr,
                                child[kOperation].toInt(-1), nullptr));
 }
 
@@ -170,9 +157,10 @@ QJsonObject FilterToJson(IVEXAMLGroupFilter& filter) {
     QJsonObject json = ToJson(filter, 0);
     const auto whole = Query<IVEXAMLDataFilter>(&filter);
     if (!whole) return json;
-    if (const QString text = TextOf(*whole, IVEXAMLDataFilter::SearchText); !text.isEmpty()) json.insert(kSearch, text);
-    if (const int limit = NumberOf(*whole, IVEXAMLDataFilter::Limit)) json.insert(kLimit, limit);
-    if (const int offset = NumberOf(*whole, IVEXAMLDataFilter::Offset)) json.insert(kOffset, offset);
+    if (const QString text = TextOf(whole.Get(), IVEXAMLDataFilter::SearchText); !text.isEmpty())
+        json.insert(kSearch, text);
+    if (const int limit = NumberOf(whole.Get(), IVEXAMLDataFilter::Limit)) json.insert(kLimit, limit);
+    if (const int offset = NumberOf(whole.Get(), IVEXAMLDataFilter::Offset)) json.insert(kOffset, offset);
     if (const QJsonArray sort = SortToJson(*whole); !sort.isEmpty()) json.insert(kSort, sort);
     return json;
 }

@@ -28,7 +28,8 @@ constexpr PropertyRule kDataFieldRules[] = {
     {IVEXAMLDataField::Role},
 };
 
-/// A condition's own text, so that one who rewrites the string it was given changes no condition.
+/// A copy with a string object of its own, so that a caller who changes the string afterwards does not change the
+/// condition.
 Variant OwnCopy(const Variant& value) {
     Variant copy = value;
     if (copy.Type == VariantType::Text) copy.Text = MakeString(ToQString(value.Text.Get()));

@@ -1,6 +1,6 @@
 #pragma once
-// The host's filters: conditions and groups of them, whole requests, and what a request's order is made of. One thread
-// at a time, as every property list; a filter may be made on one thread and handed to another.
+// The host's filters: conditions, groups of conditions, whole requests, and the items of a request's sort order. One
+// thread at a time, as every property list; a filter may be built on one thread and handed to another.
 
 #include "PropertyList.h"
 #include "VEXA.SDK.MusicLibrary.Rows.h"
@@ -11,7 +11,7 @@ namespace vexa::host {
 
 class FieldFilter final : public PropertyList<IVEXAMLFieldFilter> {
 public:
-    /// Equals, with everything else empty.
+    /// The operation is Equals, everything else empty.
     FieldFilter();
 };
 
@@ -26,7 +26,7 @@ private:
     std::vector<Variant> FValues;
 };
 
-/// Conditions and groups in order: what a group filter and a whole request have in common.
+/// The conditions and groups of a filter, in order: the common part of a group filter and a whole request.
 class FilterChildren {
 public:
     HResult Add(IVEXAString* field, const Variant* value1, const Variant* value2, std::int32_t operation,
@@ -47,7 +47,7 @@ private:
     std::vector<Ref<IUnknown>> FItems;
 };
 
-/// Implements the group filter that `Interface` is or extends.
+/// Implements IVEXAMLGroupFilter for `Interface`, which is that interface or extends it.
 template <class Interface>
 class GroupFilterBase : public PropertyList<Interface> {
 public:
@@ -75,13 +75,13 @@ private:
 
 class GroupFilter final : public GroupFilterBase<IVEXAMLGroupFilter> {
 public:
-    /// Or, without a condition.
+    /// The operation is Or; there are no conditions.
     GroupFilter();
 };
 
 class DataFilter final : public GroupFilterBase<IVEXAMLDataFilter> {
 public:
-    /// All rows, in no order.
+    /// Selects all rows, in no particular order.
     DataFilter();
 
     HResult Reset() noexcept override;
@@ -90,7 +90,7 @@ private:
     void SetDefaults();
 };
 
-/// A field's name with a direction.
+/// The name of a field with a sort direction.
 class SortItem final : public RefCountedObject<IVEXAString, IVEXAMLSortDirection> {
 public:
     SortItem(const QString& field, IVEXAMLSortDirection::Direction direction)
@@ -103,7 +103,7 @@ public:
         return FField->SetChars(chars, length);
     }
     HResult GetValue(std::int32_t* direction) noexcept override;
-    /// E_INVALIDARG for what is no direction.
+    /// E_INVALIDARG when `direction` is not a Direction.
     HResult SetValue(std::int32_t direction) noexcept override;
 
 private:

@@ -3,6 +3,7 @@
 #include "FileInfo.h"
 #include "Guarded.h"
 #include "ObjectList.h"
+#include "Properties.h"
 #include "Tree.h"
 
 #include <algorithm>
@@ -10,17 +11,6 @@
 namespace vexa::host {
 
 namespace {
-
-QString TextOf(IVEXAPropertyList* object, std::int32_t property) {
-    Ref<IVEXAString> text;
-    if (!object || Failed(object->GetValueAsObject(property, IVEXAString::IID, text.PutVoid()))) return {};
-    return ToQString(text.Get());
-}
-
-std::int32_t NumberOf(IVEXAPropertyList* object, std::int32_t property, std::int32_t fallback = 0) {
-    std::int32_t number = 0;
-    return object && Succeeded(object->GetValueAsInt32(property, &number)) ? number : fallback;
-}
 
 LibraryField ReadField(IVEXAMLDataField* object) {
     LibraryField field;
@@ -36,7 +26,7 @@ LibraryField ReadField(IVEXAMLDataField* object) {
     return field;
 }
 
-/// Takes a storage's trees.
+/// Collects the trees that a storage offers.
 class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
 public:
     explicit Presets(const QString& caption) : FCaption(caption) {}
@@ -62,8 +52,7 @@ private:
 
 QString LibraryField::Shown(const QString& value) const {
     if (!DisplayValues) return value;
-    Variant variant;
-    ToVariant(value, variant);
+    const Variant variant = ToVariant(value);
     std::int32_t length = 0;
     const char16_t* chars = DisplayValues->GetDisplayValue(&variant, &length);
     return chars ? QString(reinterpret_cast<const QChar*>(chars), length) : value;
@@ -137,16 +126,16 @@ std::vector<GroupingPreset> LibraryStorage::Presets() const {
     return presets->Taken;
 }
 
-std::optional<LibraryPlace> LibraryStorage::Find(const QString& file) const {
+std::optional<FileLocation> LibraryStorage::Find(const QString& file) const {
     const auto command = Offered<IVEXAMLDataStorageCommandFindInLibrary>();
     if (!command) return {};
     const Ref<FileInfo> info(new FileInfo);
     info->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(file).Get());
-    LibraryPlace place;
+    FileLocation location;
     Ref<IVEXAMLGroupingTreeSelection> node;
-    if (Failed(command->Find(info.Get(), place.Filter.Put(), node.Put()))) return {};
-    place.Node = ReadSelection(node.Get());
-    return place;
+    if (Failed(command->Find(info.Get(), location.Filter.Put(), node.Put()))) return {};
+    location.Node = ReadSelection(node.Get());
+    return location;
 }
 
 Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& values) const {
@@ -156,7 +145,7 @@ Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& v
     std::vector<Variant> variants(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         names->Add(MakeString(values[i].Field).Get());
-        ToVariant(values[i].Value, variants[i]);
+        variants[i] = ToVariant(values[i].Value);
     }
     Ref<IVEXAImageContainer> image;
     if (Failed(provider->GetAlbumArt(names.Get(), variants.data(), nullptr, image.Put()))) return {};

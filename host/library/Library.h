@@ -1,8 +1,8 @@
 #pragma once
-// A storage of the music library, as the host's own code uses it: what it is, its fields and trees, its rows' pictures
-// and its commands, without the interfaces' out arguments and result codes. Main thread unless said.
+// A storage of the music library, as the host's own code uses it: its properties, fields, trees, pictures of rows and
+// commands, without the interfaces' out arguments and result codes. Main thread unless stated otherwise.
 //
-// A LibraryStorage holds references to a plug-in's object: it goes before the plug-ins are unloaded.
+// A LibraryStorage holds references to a plug-in's object: destroy it before the plug-ins are unloaded.
 
 #include "MusicLibrary.h"
 #include "PropertyStore.h"
@@ -15,7 +15,7 @@
 
 namespace vexa::host {
 
-/// Why something about the library failed, for the user to read.
+/// The reason why an operation of the library failed, for the user to read.
 class LibraryError : public std::runtime_error {
 public:
     explicit LibraryError(const QString& message) : std::runtime_error(message.toStdString()) {}
@@ -28,34 +28,34 @@ struct LibraryField {
     std::int32_t Flags = 0;                                 // IVEXAMLDataField::Flags
     std::optional<std::int32_t> GroupingImage;              // icon of tree nodes of this field
     Ref<IVEXAMLDataFieldDisplayValue> DisplayValues;        // null: values are shown as they are
-    IVEXAMLDataField::Roles Role = IVEXAMLDataField::None;  // no two fields of a storage have the same
+    IVEXAMLDataField::Roles Role = IVEXAMLDataField::None;  // at most one field of a storage has a given role
 
     bool Is(IVEXAMLDataField::Flags flag) const noexcept { return (Flags & flag) != 0; }
     bool IsNumber() const noexcept { return Type == IVEXAMLDataField::DateTime || Type == IVEXAMLDataField::Duration; }
-    /// Whether rows can be asked for it. A field that the user never sees and that has an icon is there for the nodes
-    /// of trees alone, whatever else its storage says of it.
+    /// Whether rows have this field. An internal field with a tree icon is for tree nodes only, whatever its other
+    /// flags say.
     bool HasRows() const noexcept {
         return Is(IVEXAMLDataField::Readable) && !(Is(IVEXAMLDataField::Internal) && GroupingImage);
     }
-    /// What a person is shown for a value.
+    /// The text that the user is shown for a value.
     QString Shown(const QString& value) const;
 };
 
 struct GroupingPreset {
     QString ID;
-    QString Caption;  // the storage's own where the preset has none
+    QString Caption;  // the storage's caption where the preset has none
     Ref<IVEXAMLGroupingTreeDataProvider> Provider;
 };
 
-/// One level of a way in a tree.
+/// One level of a path in a tree: a field and its value.
 struct TreePair {
     QString Field;
     PropertyValue Value;
 };
 
-/// Where the library keeps a file.
-struct LibraryPlace {
-    std::vector<TreePair> Node;     // the top level first
+/// Where a file is found in the library.
+struct FileLocation {
+    std::vector<TreePair> Node;     // the path to the tree node, top level first
     Ref<IVEXAMLDataFilter> Filter;  // the rows to select; null: the row of the file itself
 };
 
@@ -65,36 +65,36 @@ public:
     explicit LibraryStorage(MusicLibraryService& library, const QString& id = {});
 
     const QString& ID() const noexcept { return FID; }
-    /// Anew at every call: the user's language may have changed.
+    /// Asked for anew at every call, because the user's language may have changed.
     QString Caption() const;
     bool Can(IVEXAMLExtensionDataStorage::CapabilityFlags capability) const;
 
-    /// All fields, in the storage's order. Read once.
+    /// All fields in the storage's order, read once by the constructor.
     const std::vector<LibraryField>& Fields() const noexcept { return FFields; }
-    /// Null when the storage has none of that name. Names are compared exactly.
+    /// The field with exactly that name; null when there is none.
     const LibraryField* Field(const QString& name) const noexcept;
-    /// The field of the rows that has the role; null when none has.
+    /// The field of the rows with that role; null when there is none.
     const LibraryField* FieldOf(IVEXAMLDataField::Roles role) const noexcept;
-    /// The field of the rows that names their files; null when there is none.
+    /// The field of the rows that contains their file names; null when there is none.
     const LibraryField* FileField() const noexcept;
-    /// The names that the storage gives for a purpose, those of fields that it lists.
+    /// The names of the fields that the storage gives for `schema`, without those that Fields() does not have.
     QStringList FieldNames(LibrarySchema schema) const;
     std::vector<GroupingPreset> Presets() const;
 
-    /// Any thread.
+    /// The provider of the rows, which any thread may call.
     const Ref<IVEXAMLDataProvider>& Rows() const noexcept { return FRows; }
-    /// Null when it does not have the interface.
+    /// The storage's interface `Interface`; null when the storage does not have it.
     template <class Interface>
     Ref<Interface> Offered() const noexcept {
         return Query<Interface>(FObject.Get());
     }
-    /// Null when the storage is none of subscriptions.
+    /// Null when the storage does not manage subscriptions.
     Ref<IVEXAMLSubscriptionStorage> Subscriptions() const noexcept { return Offered<IVEXAMLSubscriptionStorage>(); }
 
-    /// Where the file is; nothing when it is not in this storage, or the storage has no such command.
-    std::optional<LibraryPlace> Find(const QString& file) const;
-    /// The picture of a row, of which `values` are given by field name; null when it has none. Any thread; may take as
-    /// long as a picture takes to come.
+    /// Where the file is in this storage; nothing when the storage does not have the file or cannot find files.
+    std::optional<FileLocation> Find(const QString& file) const;
+    /// The picture of the row whose values are `values`; null when it has none. Any thread. May block as long as
+    /// fetching a picture takes.
     Ref<IVEXAImageContainer> AlbumArt(const std::vector<TreePair>& values) const;
 
 private:

@@ -1,5 +1,5 @@
 #pragma once
-// Service: what is selected in the library's window. Main thread.
+// Service: the selection in the library's window. Main thread.
 
 #include "MusicLibrary.h"
 #include "Tree.h"
@@ -9,33 +9,34 @@
 
 namespace vexa::host {
 
-/// The library's window, as plug-ins ask it what they are to act on: asked when a menu opens, not kept up to date.
+/// The selection in the library's window, on which plug-ins act. It is asked on demand, as when a menu opens; it does
+/// not report changes.
 class LibrarySelectionModel {
 public:
     virtual ~LibrarySelectionModel() = default;
 
-    /// Names of the files that show, and of those that are selected, in the order in which they show.
+    /// The names of all files shown, and of the selected ones, in the order shown.
     virtual QStringList AllFiles() const = 0;
     virtual QStringList SelectedFiles() const = 0;
     virtual std::optional<QString> FocusedFile() const = 0;
 
-    /// The selected node: its tree, and the way to it. No way when none is selected.
+    /// The tree of the selected node, and the path to the node; the path is empty when no node is selected.
     virtual Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const = 0;
     virtual std::vector<TreePair> Node() const = 0;
 };
 
-/// A selection that stays as it is until another is set.
+/// A fixed selection, for hosts without a window.
 struct FixedSelection final : LibrarySelectionModel {
     QStringList Files;
     std::optional<QString> Focused;
     Ref<IVEXAMLGroupingTreeDataProvider> Provider;
-    std::vector<TreePair> Way;
+    std::vector<TreePair> Path;
 
     QStringList AllFiles() const override { return Files; }
     QStringList SelectedFiles() const override { return Files; }
     std::optional<QString> FocusedFile() const override { return Focused; }
     Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return Provider; }
-    std::vector<TreePair> Node() const override { return Way; }
+    std::vector<TreePair> Node() const override { return Path; }
 };
 
 class LibrarySelection final : public RefCountedObject<IVEXAServiceMusicLibraryUI>, private MusicLibraryListener {
@@ -43,14 +44,14 @@ public:
     explicit LibrarySelection(Ref<MusicLibraryService> library);
     ~LibrarySelection() override;
 
-    /// In place of the one before; null: nothing is selected. It is let go of when another storage shows, and before a
-    /// storage is finalised, so that it holds nothing of a plug-in's longer than it may.
+    /// Replaces the model; null means that nothing is selected. The model is released when another storage becomes
+    /// active and before a storage is finalised, so that it does not hold a plug-in's objects for too long.
     void SetModel(std::shared_ptr<LibrarySelectionModel> model) { FModel = std::move(model); }
     const std::shared_ptr<LibrarySelectionModel>& Model() const noexcept { return FModel; }
 
-    /// An empty list when nothing is selected; E_INVALIDARG for what is no FileSelection.
+    /// An empty list when nothing is selected; E_INVALIDARG when `flags` is not a FileSelection.
     HResult GetFiles(std::uint32_t flags, IVEXAObjectList** files) noexcept override;
-    /// A new filter at every call.
+    /// Makes a new filter at every call.
     HResult GetGroupingFilter(IVEXAMLDataFilter** filter) noexcept override;
 
 private:

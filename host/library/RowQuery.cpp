@@ -13,15 +13,16 @@ namespace vexa::host {
 
 namespace {
 
-/// A storage cannot be asked for what it does not know: it would take the name for one of its own making.
-const LibraryField& Listed(const LibraryStorage& storage, const QString& name) {
+/// Throws LibraryError for an unlisted field: a storage must not be given a name that it does not know, because it
+/// might use the name as it stands.
+const LibraryField& RequireField(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
     if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');
     return *field;
 }
 
 const LibraryField& OfRows(const LibraryStorage& storage, const QString& name) {
-    const LibraryField& field = Listed(storage, name);
+    const LibraryField& field = RequireField(storage, name);
     if (!field.HasRows()) throw LibraryError(u"rows have no field \"" + name + u'"');
     return field;
 }
@@ -30,17 +31,11 @@ void AddCondition(IVEXAMLGroupFilter& group, const RowCondition& condition) {
     const Ref<IVEXAString> field = MakeString(condition.Field);
     if (!condition.OneOf.empty()) {
         std::vector<Variant> values(condition.OneOf.size());
-        std::transform(condition.OneOf.begin(), condition.OneOf.end(), values.begin(), [](const PropertyValue& value) {
-            Variant variant;
-            ToVariant(value, variant);
-            return variant;
-        });
+        std::transform(condition.OneOf.begin(), condition.OneOf.end(), values.begin(), ToVariant);
         group.AddArray(field.Get(), values.data(), static_cast<std::int32_t>(values.size()), nullptr);
         return;
     }
-    Variant value1, value2;
-    ToVariant(condition.Value1, value1);
-    ToVariant(condition.Value2, value2);
+    const Variant value1 = ToVariant(condition.Value1), value2 = ToVariant(condition.Value2);
     group.Add(field.Get(), &value1, condition.Operation == IVEXAMLFieldFilter::Between ? &value2 : nullptr,
               condition.Operation, nullptr);
 }
@@ -54,10 +49,10 @@ Ref<IVEXAObjectList> SortList(const LibraryStorage& storage, const RowQuery& que
     return list;
 }
 
-/// Conditions that are joined as those of the request anyway need no group of their own: groups inside groups are what
-/// storages run out of first.
+/// Conditions that are joined by And, as those of the request are, are added without a group of their own, because
+/// storages limit the depth of groups.
 void AddWithin(const LibraryStorage& storage, const QJsonObject& json, IVEXAMLDataFilter& filter) {
-    for (const QString& field : FieldsOfFilter(json)) Listed(storage, field);
+    for (const QString& field : FieldsOfFilter(json)) RequireField(storage, field);
     const qsizetype count = json[QLatin1String("children")].toArray().size();
     const int operation = json[QLatin1String("operation")].toInt();
     if (count == 0) return;
@@ -78,7 +73,7 @@ Ref<IVEXAMLDataFilter> BuildFilter(const LibraryStorage& storage, const RowQuery
     filter->SetValueAsInt32(IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
     if (query.Tree && !query.Node.empty()) Tree(query.Tree).AddConditions(query.Node, filter.Get());
     for (const RowCondition& condition : query.Where) {
-        Listed(storage, condition.Field);
+        RequireField(storage, condition.Field);
         AddCondition(*filter, condition);
     }
     AddWithin(storage, query.Within, *filter);

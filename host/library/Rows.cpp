@@ -10,7 +10,7 @@ namespace vexa::host {
 
 namespace {
 
-/// What the storage says, if it says something.
+/// The storage's own message, or a general one if there is none.
 QString Refusal(const ErrorInfo& why, HResult result) {
     if (const QString message = why.Message(); !message.isEmpty()) return message;
     return QString(u"the storage could not read its rows (0x" +
@@ -33,8 +33,8 @@ RowValue ReadValue(IVEXAMLDataProviderSelection& rows, std::int32_t column, cons
     return value;
 }
 
-/// The words for values come from an object that holds the last one it gave, and from the user's language: they are
-/// asked for on the main thread, once for each value of a page.
+/// Fills in the texts that users see. They are asked for on the main thread, once for each different value of a page,
+/// because the object that gives them owns the last text it gave, and because they depend on the user's language.
 void Show(RowPage& page) {
     for (std::size_t i = 0; i < page.Columns.size(); ++i) {
         const LibraryField& field = *page.Columns[i];
@@ -60,8 +60,8 @@ RowReader::~RowReader() {
         const std::lock_guard lock(FMutex);
         FIsEnding = true;
     }
-    FIsWanted.notify_one();
-    // A storage that hands something to the main thread, and waits for it, must not wait for ever.
+    FHasWork.notify_one();
+    // The storage may be waiting for a function that it has posted to the main thread.
     DrainMainThreadUntil([this] { return FHasEnded.load(); });
     FThread.join();
 }
@@ -73,13 +73,13 @@ RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::fun
     request->IsCount = isCount;
     request->Columns = Columns(FStorage, query);
     request->Filter = BuildFilter(FStorage, query);
-    request->Why = Ref<ErrorInfo>(new ErrorInfo);
-    request->Filter->SetValueAsObject(IVEXAMLDataFilter::ErrorInfo, request->Why.Get());
+    request->Error = Ref<ErrorInfo>(new ErrorInfo);
+    request->Filter->SetValueAsObject(IVEXAMLDataFilter::ErrorInfo, request->Error.Get());
     request->Fields = Ref<IVEXAObjectList>(new ObjectList);
     for (const LibraryField* field : request->Columns) request->Fields->Add(MakeString(field->Name).Get());
     request->Page.Columns = request->Columns;
     request->Page.Offset = query.Offset;
-    FAsked.emplace(request->Number, Asked{request, std::move(then)});
+    FPending.emplace(request->Number, Pending{request, std::move(then)});
     {
         const std::lock_guard lock(FMutex);
         if (urgency == Urgency::InSight)
@@ -87,7 +87,7 @@ RowReader::Ticket RowReader::Queue(const RowQuery& query, bool isCount, std::fun
         else
             FWaiting.push_back(request);
     }
-    FIsWanted.notify_one();
+    FHasWork.notify_one();
     return request->Number;
 }
 
@@ -108,26 +108,26 @@ RowReader::Ticket RowReader::Count(const RowQuery& query, std::function<void(Row
 }
 
 void RowReader::Cancel(Ticket ticket) {
-    const auto found = FAsked.find(ticket);
-    if (found == FAsked.end()) return;
-    const Asked asked = std::move(found->second);
-    const RequestPointer& request = asked.What;
-    FAsked.erase(found);
+    const auto found = FPending.find(ticket);
+    if (found == FPending.end()) return;
+    const Pending pending = std::move(found->second);
+    const RequestPointer& request = pending.Sent;
+    FPending.erase(found);
     request->IsCancelled = true;
     const std::lock_guard lock(FMutex);
     std::erase(FWaiting, request);
 }
 
 void RowReader::CancelAll() {
-    while (!FAsked.empty()) Cancel(FAsked.begin()->first);
+    while (!FPending.empty()) Cancel(FPending.begin()->first);
 }
 
 void RowReader::Deliver(Ticket ticket) {
-    const auto found = FAsked.find(ticket);
-    if (found == FAsked.end()) return;  // cancelled
-    const Asked asked = std::move(found->second);
-    FAsked.erase(found);
-    asked.Then(*asked.What);
+    const auto found = FPending.find(ticket);
+    if (found == FPending.end()) return;  // cancelled
+    const Pending pending = std::move(found->second);
+    FPending.erase(found);
+    pending.Then(*pending.Sent);
 }
 
 RowPage RowReader::ReadNow(const RowQuery& query) {
@@ -144,8 +144,8 @@ RowCount RowReader::CountNow(const RowQuery& query) {
 }
 
 void RowReader::Wait(Ticket ticket) {
-    // What runs meanwhile may cancel the request.
-    DrainMainThreadUntil([&] { return !FAsked.contains(ticket); });
+    // The functions run meanwhile may cancel the request.
+    DrainMainThreadUntil([&] { return !FPending.contains(ticket); });
 }
 
 void RowReader::Run() {
@@ -153,7 +153,7 @@ void RowReader::Run() {
         RequestPointer request;
         {
             std::unique_lock lock(FMutex);
-            FIsWanted.wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
+            FHasWork.wait(lock, [this] { return FIsEnding || !FWaiting.empty(); });
             if (FIsEnding) break;
             request = std::move(FWaiting.front());
             FWaiting.pop_front();
@@ -178,7 +178,7 @@ void RowReader::Ask(Request& request) {
     });
     if (Failed(result)) {
         request.Page.Rows.clear();
-        request.Page.Error = request.Rows.Error = Refusal(*request.Why, result);
+        request.Page.Error = request.Rows.Error = Refusal(*request.Error, result);
     }
 }
 
@@ -186,7 +186,7 @@ void RowReader::AskRows(Request& request) {
     Ref<IUnknown> data;
     const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
     if (Failed(result)) {
-        request.Page.Error = Refusal(*request.Why, result);
+        request.Page.Error = Refusal(*request.Error, result);
         return;
     }
     const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
@@ -202,12 +202,12 @@ void RowReader::AskRows(Request& request) {
 void RowReader::AskCount(Request& request) {
     if (FCounter) {
         const HResult result = FCounter->GetRowCount(request.Fields.Get(), request.Filter.Get(), &request.Rows.Count);
-        if (Failed(result)) request.Rows = {0, Refusal(*request.Why, result)};
+        if (Failed(result)) request.Rows = {0, Refusal(*request.Error, result)};
         return;
     }
     Ref<IUnknown> data;
     const HResult result = FProvider->GetData(request.Fields.Get(), request.Filter.Get(), data.Put());
-    if (Failed(result)) request.Rows.Error = Refusal(*request.Why, result);
+    if (Failed(result)) request.Rows.Error = Refusal(*request.Error, result);
     const auto rows = Query<IVEXAMLDataProviderSelection>(data.Get());
     if (!rows) return;
     do ++request.Rows.Count;

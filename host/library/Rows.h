@@ -1,13 +1,13 @@
 #pragma once
-// Rows by range, read on a thread of the reader's own, so that no window waits for a storage. Main thread; what is read
-// is delivered to the main thread, too.
+// Reads ranges of rows on a thread of the reader's own, so that no window waits for a storage. Main thread; the rows
+// are delivered on the main thread, too.
 //
 //     RowReader reader(storage);
 //     const auto ticket = reader.Read({.Fields = {"Title"}, .Limit = 100}, [](const RowPage& page) { … });
-//     reader.Cancel(ticket);                             // scrolled past before it came
+//     reader.Cancel(ticket);                             // the user has scrolled on before the rows came
 //     const RowPage page = reader.ReadNow({.Fields = {"Title"}});
 //
-// A reader goes before its storage, and both before the plug-ins are unloaded.
+// Destroy a reader before its storage, and both before the plug-ins are unloaded.
 
 #include "ErrorInfo.h"
 #include "RowQuery.h"
@@ -27,70 +27,72 @@ namespace vexa::host {
 
 /// One value of a row.
 struct RowValue {
-    double Number = 0;  // of dates (OLE Automation dates in UTC) and durations (seconds)
-    QString Text;       // of all other fields, as it is stored
-    QString Shown;      // the same as a person is shown it, where the field has words for its values
+    double Number = 0;  // for dates (OLE Automation dates in UTC) and durations (seconds)
+    QString Text;       // for all other fields: the value as stored
+    QString Shown;      // the text that users see for it, if the field has DisplayValues
 
     bool operator==(const RowValue&) const = default;
 };
 
 struct RowPage {
-    std::vector<const LibraryField*> Columns;  // of the storage
+    std::vector<const LibraryField*> Columns;  // fields of the storage
     std::int32_t Offset = 0;
-    std::vector<std::vector<RowValue>> Rows;  // as many values each as there are columns
-    QString Error;                            // why there are no rows; empty when nothing failed
+    std::vector<std::vector<RowValue>> Rows;  // each row has one value per column
+    QString Error;                            // why there are no rows; empty on success
 };
 
 struct RowCount {
     std::int64_t Count = 0;
-    QString Error;  // why it is not known
+    QString Error;  // why the number is not known; empty on success
 };
 
 class RowReader {
 public:
-    /// Names a request.
+    /// Identifies a request.
     using Ticket = std::uint64_t;
-    /// What the user looks at comes first, the newest request before older ones: those are of where the user was. What
-    /// is read ahead comes after all of these, in order.
+    /// Requests for rows in sight are served first, the newest one before older ones, which the user has already
+    /// scrolled past. Requests that read ahead are served after all of those, in order.
     enum class Urgency { InSight, Ahead };
 
     explicit RowReader(const LibraryStorage& storage);
-    /// Drops what is asked for, and waits for what the storage is being asked now; meanwhile it runs what other threads
-    /// want run in the main one.
+    /// Drops the waiting requests and waits for the call of the storage that is under way; meanwhile functions that
+    /// other threads post to the main thread are run.
     ~RowReader();
     RowReader(const RowReader&) = delete;
     RowReader& operator=(const RowReader&) = delete;
 
-    /// Both throw LibraryError for a query that cannot be asked. `then` is called once, later, unless the request is
-    /// cancelled or the reader ends.
+    /// Read and Count throw LibraryError for an invalid query. `then` is called once, after the call has returned,
+    /// unless the request is cancelled or the reader is destroyed first.
     Ticket Read(const RowQuery& query, std::function<void(RowPage)> then, Urgency urgency = Urgency::InSight);
     /// How many rows there are, whatever the query's range.
     Ticket Count(const RowQuery& query, std::function<void(RowCount)> then, Urgency urgency = Urgency::InSight);
-    /// The request's `then` is not called any more. What waits is never asked of the storage.
+    /// The request's `then` is not called any more. A request that still waits never reaches the storage.
     void Cancel(Ticket ticket);
     void CancelAll();
 
-    /// The same, waiting for the answer; meanwhile they run what other threads want run in the main one.
+    /// The same as Read and Count, but wait for the answer; meanwhile functions that other threads post to the main
+    /// thread are run.
     RowPage ReadNow(const RowQuery& query);
     RowCount CountNow(const RowQuery& query);
 
 private:
-    /// A request on its way through the reader's thread and back.
+    /// A request, on its way to the reader's thread and back.
     struct Request {
         Ticket Number = 0;
         bool IsCount = false;
         std::vector<const LibraryField*> Columns;
         Ref<IVEXAObjectList> Fields;
         Ref<IVEXAMLDataFilter> Filter;
-        Ref<ErrorInfo> Why;  // the storage fills it when it fails
+        Ref<ErrorInfo> Error;  // the storage says there why it failed
         std::atomic<bool> IsCancelled{false};
         RowPage Page;
         RowCount Rows;
     };
     using RequestPointer = std::shared_ptr<Request>;
-    /// What is done with the answer stays on the main thread, whichever thread lets go of the request last.
-    struct Asked {
-        RequestPointer What;
+    /// A request with its handler. The handler is kept apart from the request, so that it is destroyed on the main
+    /// thread, whichever thread releases the request last.
+    struct Pending {
+        RequestPointer Sent;
         std::function<void(Request&)> Then;
     };
 
@@ -98,7 +100,7 @@ private:
     void Deliver(Ticket ticket);
     void Wait(Ticket ticket);
 
-    // The reader's thread.
+    // Run on the reader's thread.
     void Run();
     void Ask(Request& request);
     void AskRows(Request& request);
@@ -107,15 +109,15 @@ private:
     const LibraryStorage& FStorage;
     const Ref<IVEXAMLDataProvider> FProvider;
     const Ref<IVEXAMLSubscriptionStorage> FCounter;  // null: rows are counted one by one
-    std::map<Ticket, Asked> FAsked;                  // main thread: neither delivered nor cancelled
+    std::map<Ticket, Pending> FPending;              // main thread; requests neither delivered nor cancelled
     Ticket FLastTicket = 0;                          // main thread
     LinkSource<RowReader> FLinks{this};
 
     std::mutex FMutex;
-    std::condition_variable FIsWanted;
+    std::condition_variable FHasWork;
     std::deque<RequestPointer> FWaiting;  // guarded by FMutex
     std::atomic<bool> FIsEnding{false}, FHasEnded{false};
-    std::thread FThread;  // the last member: it uses the others
+    std::thread FThread;  // the last member, because the thread uses the others
 };
 
 }  // namespace vexa::host

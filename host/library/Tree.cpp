@@ -9,15 +9,8 @@ namespace vexa::host {
 
 namespace {
 
-// A provider that never comes to an end must not take the host with it.
+// A limit, so that a provider whose list never ends does not hang the host.
 constexpr std::size_t kMostNodes = 1'000'000;
-
-QString ValueOf(const TreeNode& node) {
-    return node.Value();
-}
-QString CaptionOf(const TreeNode& node) {
-    return node.Caption;
-}
 
 TreeNode ReadNode(IVEXAMLGroupingTreeDataProviderSelection& nodes) {
     TreeNode node;
@@ -39,7 +32,7 @@ HResult TreeSelection::GetValue(std::int32_t index, IVEXAString** field, Variant
     return Guarded("giving a way in a tree", [&] {
         if (index < 0 || index >= GetCount()) return E_INVALIDARG;
         const TreePair& pair = FPairs[static_cast<std::size_t>(index)];
-        ToVariant(pair.Value, *value);
+        *value = ToVariant(pair.Value);
         return PutString(pair.Field, field);
     });
 }
@@ -56,9 +49,7 @@ std::vector<TreePair> ReadSelection(IVEXAMLGroupingTreeSelection* selection) {
 }
 
 QString TreeNode::Value() const {
-    QString text;
-    Convert(Pair.Value, text);
-    return text;
+    return ToText(Pair.Value);
 }
 
 std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
@@ -71,29 +62,21 @@ std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
     return list;
 }
 
-std::optional<TreeWay> Tree::Find(const QStringList& names, QString (*nameOf)(const TreeNode&)) const {
-    TreeWay way;
-    for (const QString& name : names) {
-        const std::vector<TreeNode> level = way.empty() ? Children() : Children(way.back());
+std::optional<TreePath> Tree::FindByValues(const QStringList& values) const {
+    TreePath path;
+    for (const QString& value : values) {
+        const std::vector<TreeNode> level = path.empty() ? Children() : Children(path.back());
         const auto found =
-            std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return nameOf(node) == name; });
+            std::find_if(level.begin(), level.end(), [&](const TreeNode& node) { return node.Value() == value; });
         if (found == level.end()) return {};
-        way.push_back(*found);
+        path.push_back(*found);
     }
-    return way;
+    return path;
 }
 
-std::optional<TreeWay> Tree::FindByValues(const QStringList& values) const {
-    return Find(values, ValueOf);
-}
-
-std::optional<TreeWay> Tree::FindByCaptions(const QStringList& captions) const {
-    return Find(captions, CaptionOf);
-}
-
-std::vector<TreePair> PairsOf(const TreeWay& way) {
+std::vector<TreePair> PairsOf(const TreePath& path) {
     std::vector<TreePair> pairs;
-    for (const TreeNode& node : way) pairs.push_back(node.Pair);
+    for (const TreeNode& node : path) pairs.push_back(node.Pair);
     return pairs;
 }
 

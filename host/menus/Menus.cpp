@@ -1,6 +1,7 @@
 #include "Menus.h"
 
 #include "Guarded.h"
+#include "Properties.h"
 
 #include <algorithm>
 
@@ -20,7 +21,7 @@ constexpr PropertyRule kRules[] = {
     {IVEXAMenuItem::Visible},
 };
 
-// Items can be put under each other in a circle; no menu is as deep as this.
+// Plug-ins can make items each other's parents in a circle; no real menu is this deep.
 constexpr int kDeepest = 16;
 
 template <class Interface>
@@ -30,13 +31,8 @@ Ref<Interface> ObjectOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
     return object;
 }
 
-QString TextOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
-    return ToQString(ObjectOf<IVEXAString>(item, property).Get());
-}
-
 bool IsSet(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
-    std::int32_t value = 0;
-    return Failed(item.GetValueAsInt32(property, &value)) || value != 0;
+    return NumberOf(&item, property, 1) != 0;
 }
 
 }  // namespace
@@ -68,7 +64,7 @@ MenuManager::MenuManager(Core& core, Ref<LanguageService> language) : FCore(core
 
 MenuManager::~MenuManager() {
     for (const Menu& menu : FMenus) menu.Item->FManager = nullptr;
-    while (!FItems.empty()) Take(*FItems.back());
+    while (!FItems.empty()) Unregister(*FItems.back());
 }
 
 MenuManager::Item MenuManager::BuiltIn(std::int32_t menu) const {
@@ -92,11 +88,11 @@ std::vector<MenuManager::Item> MenuManager::Children(IVEXAMenuItem& parent) cons
 }
 
 QString MenuManager::ID(IVEXAMenuItem& item) const {
-    return TextOf(item, IVEXAMenuItem::ID);
+    return TextOf(&item, IVEXAMenuItem::ID);
 }
 
 QString MenuManager::Caption(IVEXAMenuItem& item) const {
-    const QString own = TextOf(item, IVEXAMenuItem::Caption);
+    const QString own = TextOf(&item, IVEXAMenuItem::Caption);
     const QString id = ID(item);
     return own.isEmpty() && !id.isEmpty() ? FLanguage->Text(u"Actions\\" + id) : own;
 }
@@ -110,7 +106,7 @@ bool MenuManager::IsVisible(IVEXAMenuItem& item) const {
 }
 
 QKeySequence MenuManager::Shortcut(IVEXAMenuItem& item) const {
-    return QKeySequence::fromString(TextOf(item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
+    return QKeySequence::fromString(TextOf(&item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
 }
 
 Ref<IVEXAImage> MenuManager::Glyph(IVEXAMenuItem& item) const {
@@ -131,7 +127,7 @@ bool MenuManager::Has(IVEXAMenuItem& item) const {
 }
 
 void MenuManager::PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi) {
-    // One item's event may see to others, those of other menus included.
+    // All items, because an item's event may also change items of other menus.
     for (const Item& item : FItems)
         if (const auto aware = Query<IVEXADPIAware>(item.Get())) aware->SetDPI(dpi);
     Prepare(menu, 0);
@@ -141,7 +137,7 @@ void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
     if (depth > kDeepest) return;
     for (const Item& item : Children(menu))
         if (const auto event = ObjectOf<IVEXAActionEvent>(*item, IVEXAMenuItem::OnShow)) event->OnExecute(item.Get());
-    for (const Item& item : Children(menu)) Prepare(*item, depth + 1);  // which the events may have made
+    for (const Item& item : Children(menu)) Prepare(*item, depth + 1);  // listed anew: events may have added children
 }
 
 HResult MenuManager::Trigger(IVEXAMenuItem& item) {
@@ -150,7 +146,7 @@ HResult MenuManager::Trigger(IVEXAMenuItem& item) {
         if (!IsVisible(*shown) || !IsEnabled(*shown)) return E_ABORT;
     const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::Event);
     if (!event) return E_NOTIMPL;
-    const Item alive(&item);  // the command may take its own item away
+    const Item alive(&item);  // the command may remove its own item
     event->OnExecute(alive.Get());
     return S_OK;
 }
@@ -160,7 +156,7 @@ void MenuManager::PrepareAround(IVEXAMenuItem& item) {
     for (int depth = 0; depth <= kDeepest; ++depth)
         if (const Item above = Parent(*menu)) menu = above;
     if (!IsSameObject(menu.Get(), &item)) return PrepareToShow(*menu);
-    // It stands in no menu: it is told alone.
+    // The item is in no menu: run only its own on-show event.
     if (const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::OnShow)) event->OnExecute(menu.Get());
 }
 
@@ -180,13 +176,13 @@ bool MenuManager::RunShortcut(const QKeySequence& keys) {
 void MenuManager::DeleteChildren(IVEXAMenuItem& parent) {
     for (const Item& item : Children(parent)) {
         if (!Has(*item)) continue;
-        Take(*item);  // before those under it, so that a circle ends
+        Unregister(*item);  // before the items below it, so that the recursion ends even in a circle
         DeleteChildren(*item);
         FCore.ForgetExtension(this, item.Get());
     }
 }
 
-void MenuManager::Take(IVEXAMenuItem& item) {
+void MenuManager::Unregister(IVEXAMenuItem& item) {
     if (auto* own = dynamic_cast<MenuItem*>(&item)) own->FManager = nullptr;
     const Item alive(&item);
     std::erase_if(FItems, [&](const Item& known) { return IsSameObject(known.Get(), alive.Get()); });
@@ -203,8 +199,8 @@ HResult MenuManager::AddExtension(IUnknown* extension) {
 void MenuManager::RemoveExtension(IUnknown* extension) {
     const Item item = Query<IVEXAMenuItem>(extension);
     if (!item) return;
-    Take(*item);
-    // A menu that still shows it reaches nothing of the plug-in's any more.
+    Unregister(*item);
+    // So that a menu that still shows the item cannot reach the plug-in any more.
     for (const auto property : {IVEXAMenuItem::Event, IVEXAMenuItem::OnShow, IVEXAMenuItem::Parent})
         item->SetValueAsObject(property, nullptr);
 }

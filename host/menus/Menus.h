@@ -1,13 +1,13 @@
 #pragma once
-// Menus: items that plug-ins register, in the host's own menus. Main thread.
+// Service: menu items that plug-ins register in the host's own menus. Main thread.
 //
 //     const auto menu = host.Menus().BuiltIn(kMenuLibraryTable);
-//     host.Menus().PrepareToShow(*menu, dpi);            // before it shows
+//     host.Menus().PrepareToShow(*menu, dpi);            // before the menu is shown
 //     for (const auto& item : host.Menus().Children(*menu)) …
-//     host.Menus().Trigger(*item);                       // chosen in a menu that shows
-//     host.Menus().RunShortcut(QKeySequence(…));         // chosen without one
+//     host.Menus().Trigger(*item);                       // when the item is chosen in the shown menu
+//     host.Menus().RunShortcut(QKeySequence(…));         // when its shortcut is pressed
 //
-// windows/base/MenuBuilder.h makes menus of the toolkit's from it.
+// windows/base/MenuBuilder.h builds the toolkit's menus from these.
 
 #include "Core.h"
 #include "Language.h"
@@ -36,48 +36,48 @@ private:
     friend class MenuManager;
 
     std::int32_t FDPI = 96;
-    MenuManager* FManager = nullptr;  // while it is registered, or built in
+    MenuManager* FManager = nullptr;  // set while the item is registered or built in
 };
 
 class MenuManager final : public RefCountedObject<IVEXAServiceMenuManager>, public ExtensionTarget {
 public:
     using Item = Ref<IVEXAMenuItem>;
 
-    /// `core` outlives the items that are registered; `language` gives captions.
+    /// `core` outlives the registered items; `language` provides captions.
     MenuManager(Core& core, Ref<LanguageService> language);
     ~MenuManager() override;
 
-    /// Null for what is no BuiltInMenu.
+    /// Null when `menu` is not a BuiltInMenu.
     Item BuiltIn(std::int32_t menu) const;
-    /// Null when there is none.
+    /// The registered item of that ID; null when there is none.
     Item Find(const QString& id) const;
-    /// Visible or not, in the order registered.
+    /// The items below `parent`, hidden ones included, in the order registered.
     std::vector<Item> Children(IVEXAMenuItem& parent) const;
 
     QString ID(IVEXAMenuItem& item) const;
-    /// The item's own, else the language's for its ID. Plain text, as plug-ins and feeds make it.
+    /// The item's own caption, else the language's for the item's ID. Plain text: it may come from a feed.
     QString Caption(IVEXAMenuItem& item) const;
     bool IsEnabled(IVEXAMenuItem& item) const;
     bool IsVisible(IVEXAMenuItem& item) const;
     QKeySequence Shortcut(IVEXAMenuItem& item) const;
-    /// Null when it has none.
+    /// Null when the item has none.
     Ref<IVEXAImage> Glyph(IVEXAMenuItem& item) const;
     bool HasEvent(IVEXAMenuItem& item) const;
 
-    /// Tells every item of the menu and its submenus that carries an on-show event, hidden ones included. Glyphs are to
-    /// be for `dpi`.
+    /// Sets every registered item's resolution to `dpi`, then runs the on-show events of the menu and its submenus,
+    /// those of hidden items included.
     void PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi = 96);
-    /// Prepares the whole menu that an item stands in.
+    /// Prepares the whole menu that contains the item, from its root.
     void PrepareAround(IVEXAMenuItem& item);
-    /// Runs an item of a menu that was prepared: S_OK, E_ABORT when it, or what it stands under, is hidden or disabled,
-    /// E_NOTIMPL when it has nothing to run.
+    /// Runs an item of a prepared menu. S_OK; E_ABORT when the item or one of its parents is hidden or disabled;
+    /// E_NOTIMPL when the item has no event.
     HResult Trigger(IVEXAMenuItem& item);
-    /// Prepares the item's menu, then does the same; E_FAIL when the item has left the menu meanwhile.
+    /// Prepares the item's menu, then triggers the item; E_FAIL when preparing has removed the item.
     HResult Run(IVEXAMenuItem& item);
-    /// Runs the first item of that shortcut that can be run now. False when none can.
+    /// Runs the first item with that shortcut that can be run now. False when there is none.
     bool RunShortcut(const QKeySequence& keys);
 
-    /// Takes away all items under one.
+    /// Removes all items below `parent`.
     void DeleteChildren(IVEXAMenuItem& parent);
 
     HResult AddExtension(IUnknown* extension) override;
@@ -95,7 +95,7 @@ private:
     Item Parent(IVEXAMenuItem& item) const;
     bool Has(IVEXAMenuItem& item) const;
     void Prepare(IVEXAMenuItem& menu, int depth);
-    void Take(IVEXAMenuItem& item);
+    void Unregister(IVEXAMenuItem& item);
 
     Core& FCore;
     const Ref<LanguageService> FLanguage;

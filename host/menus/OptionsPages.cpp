@@ -5,7 +5,7 @@
 namespace vexa::host {
 
 void OptionsService::FinalizeExtension(IUnknown* extension) {
-    // A page's window works with what its plug-in is about to take down.
+    // A page's window uses objects that its plug-in is about to destroy.
     const auto page = Query<IVEXAOptionsDialogFrame>(extension);
     if (FView && page) FView->RemovePage(page.Get());
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Service: the options dialog's pages, and the way from them to the dialog, which windows/options/OptionsDialog.h
-// makes. Main thread.
+// Service: the pages of the options dialog, and their access to the dialog, which windows/options/OptionsDialog.h
+// implements. Main thread.
 
 #include "Extensions.h"
 #include "VEXA.Runtime.Classes.h"
@@ -10,15 +10,15 @@
 
 namespace vexa::host {
 
-/// The dialog, as its pages reach it.
+/// The options dialog, as the service calls it on behalf of the pages.
 class OptionsView {
 public:
-    /// Something on a page changed; null: on the page that shows.
+    /// Something on a page was changed; null means the page shown.
     virtual void PageModified(IVEXAOptionsDialogFrame* page) = 0;
-    /// Shows the dialog at a page, null: at any; an open one also when `isForced` is not set. False when it does not
-    /// show.
+    /// Shows a page in the dialog; null means any page. Opens the dialog only if `isForced` is set. False when the
+    /// dialog is not open afterwards.
     virtual bool ShowPage(IVEXAOptionsDialogFrame* page, bool isForced) = 0;
-    /// A page goes: its window is to be destroyed first.
+    /// Called before a page is removed: destroy its window.
     virtual void RemovePage(IVEXAOptionsDialogFrame* page) = 0;
 
 protected:
@@ -27,19 +27,19 @@ protected:
 
 class OptionsService final : public RefCountedObject<IVEXAServiceOptionsDialog>, public ExtensionTarget {
 public:
-    /// Null for none. The view takes itself away before it ends.
+    /// Sets the view; null for none. The view sets null before it is destroyed.
     void SetView(OptionsView* view) { FView = view; }
 
-    /// In the order registered.
+    /// The pages in the order registered.
     std::vector<Ref<IVEXAOptionsDialogFrame>> Pages() const { return FPages.Copy(); }
 
     HResult AddExtension(IUnknown* extension) override { return FPages.Add(extension); }
     void FinalizeExtension(IUnknown* extension) override;
     void RemoveExtension(IUnknown* extension) override;
 
-    /// E_FAIL without a view, also in the next one.
+    /// E_FAIL without a view.
     HResult FrameModified(IVEXAOptionsDialogFrame* page) noexcept override;
-    /// E_INVALIDARG for a page that was not registered; E_FAIL when no dialog shows.
+    /// E_INVALIDARG for a page that is not registered; E_FAIL when there is no view or no dialog is open afterwards.
     HResult FrameShow(IVEXAOptionsDialogFrame* page, Bool32 forceShow) noexcept override;
 
 private:

@@ -26,7 +26,7 @@ private:
     QString FMessage, FDetails;
 };
 
-/// Fills anybody's error information, if there is any.
+/// Fills in an error object of any implementation; does nothing when `error` is null.
 void SetError(IVEXAErrorInfo* error, std::int32_t code, const QString& message);
 
 }  // namespace vexa::host

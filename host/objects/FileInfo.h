@@ -1,5 +1,5 @@
 #pragma once
-// What is known of a file: the host's file-information object.
+// What is known about a file: the host's file-information object.
 
 #include "PropertyList.h"
 #include "VEXA.SDK.Files.h"
@@ -12,10 +12,10 @@ class FileInfo final : public PropertyList<IVEXAFileInfo> {
 public:
     FileInfo();
 
-    /// Forgets all.
+    /// Removes all properties.
     HResult Reset() noexcept override;
 
-    /// The properties by the names that IVEXAFileInfo gives them, in its order.
+    /// The properties with the names that IVEXAFileInfo gives them, in the order of that interface.
     struct Name {
         std::int32_t ID;
         const char* Text;

@@ -1,6 +1,6 @@
 #pragma once
-// Pictures: decoded ones, and the bytes of image files. The bounds of IVEXAImageContainer are checked from a file's
-// header, before a byte of picture is decoded. One thread at a time.
+// Pictures: decoded pictures, and image files as bytes. The bounds of IVEXAImageContainer are checked against a file's
+// header before any of the picture is decoded. One thread at a time.
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.SDK.Images.h"
@@ -17,7 +17,7 @@ public:
     Image() = default;
     explicit Image(QImage picture) : FPicture(std::move(picture)) {}
 
-    /// Keeps the picture it had when the stream holds none.
+    /// When the stream holds no picture, the previous picture is kept.
     HResult LoadFromStream(IVEXAStream* stream) noexcept override;
     HResult GetSize(std::int32_t* width, std::int32_t* height) noexcept override;
     std::int32_t GetDPI() noexcept override { return FDPI; }
@@ -42,23 +42,23 @@ private:
     std::vector<std::uint8_t> FBytes;
 };
 
-/// A container of those bytes; null when they are more than a container takes.
+/// A container of `bytes`; null when they are more than a container accepts.
 Ref<IVEXAImageContainer> MakeImageContainer(const QByteArray& bytes);
 
-/// What an image file's header says. The size is that of the picture as it is shown; invalid when the bytes are no
-/// image that can be read, or one beyond the bounds.
+/// What an image file's header says. The size is that of the picture as it is shown; it is invalid when the bytes are
+/// not a readable image or the image exceeds the bounds.
 struct ImageHeader {
     QSize Size;
     IVEXAImageContainer::Format Format = IVEXAImageContainer::Unknown;
 };
 ImageHeader ReadImageHeader(const QByteArray& bytes);
 
-/// Null for no image, or one beyond the bounds.
+/// Null when the bytes are not a readable image or the image exceeds the bounds.
 QImage DecodeImage(const QByteArray& bytes);
 
-/// The picture of anybody's container, decoded; null when there is none. Any thread, one at a time.
+/// The decoded picture of a container of any implementation; null when it holds none. Any thread, one at a time.
 QImage ToQImage(IVEXAImageContainer* container);
-/// The picture of an image that the host made; null for another, and for an empty one.
+/// The picture of an image object that the host made; null for an empty image and for any other implementation.
 QImage ToQImage(IVEXAImage* image);
 
 }  // namespace vexa::host

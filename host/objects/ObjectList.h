@@ -28,12 +28,12 @@ private:
     }
 
     std::mutex FMutex;
-    std::vector<Ref<IUnknown>> FObjects;  // guarded by FMutex; objects are let go of outside it
+    std::vector<Ref<IUnknown>> FObjects;  // guarded by FMutex; objects are released after unlocking it
 };
 
-/// The texts as IVEXAString objects.
+/// A list of `texts` as IVEXAString objects.
 Ref<IVEXAObjectList> MakeStringList(const QStringList& texts);
-/// The texts of anybody's list; other objects are left out.
+/// The texts of a list of any implementation; objects that are not texts are left out.
 QStringList ToQStringList(IVEXAObjectList* list);
 
 }  // namespace vexa::host

@@ -1,5 +1,5 @@
 #pragma once
-// The host's property lists: a PropertyStore behind the interface that a kind of object is known by.
+// The host's property lists: a PropertyStore behind the interface of each kind of object.
 
 #include "Guarded.h"
 #include "PropertyStore.h"
@@ -11,27 +11,23 @@
 
 namespace vexa::host {
 
-/// IVEXAPropertyList2 stands beside an interface that does not extend it.
+/// Adds IVEXAPropertyList2 to the implemented interfaces, unless `Interface` extends it already.
 template <class Interface, class... More>
 using PropertyListBase =
     std::conditional_t<std::is_base_of_v<IVEXAPropertyList2, Interface>, RefCountedObject<Interface, More...>,
                        RefCountedObject<Interface, IVEXAPropertyList2, More...>>;
 
-/// Implements the property list that `Interface` extends, and IVEXAPropertyList2 beside it, for a class that offers
-/// `Interface` and `More`. One thread at a time.
+/// Implements the property list that `Interface` extends, and IVEXAPropertyList2, for a class that offers `Interface`
+/// and `More`. One thread at a time.
 template <class Interface, class... More>
 class PropertyList : public PropertyListBase<Interface, More...> {
 public:
-    /// See PropertyStore for `rules`, which are not copied.
+    /// `rules` as PropertyStore takes them; they are not copied.
     explicit PropertyList(std::span<const PropertyRule> rules = {}) : FStore(rules) {}
 
     const PropertyStore& Properties() const noexcept { return FStore; }
     /// The text of a property; empty when it has none.
-    QString Text(std::int32_t id) const {
-        QString text;
-        Convert(FStore.Find(id), text);
-        return text;
-    }
+    QString Text(std::int32_t id) const { return ToText(FStore.Find(id)); }
 
     void BeginUpdate() noexcept override { ++FUpdateDepth; }
     void EndUpdate() noexcept override {
@@ -65,10 +61,10 @@ public:
     }
 
 protected:
-    /// A property was set; inside a bracket, once at its end.
+    /// Called after a property was set; between BeginUpdate and EndUpdate, once at the end.
     virtual void PropertiesChanged() noexcept {}
 
-    /// For the object's own values, defaults among them.
+    /// Sets a value on the object's own behalf, such as a default.
     HResult Set(std::int32_t id, PropertyValue value) noexcept {
         return Guarded("setting a property", [&] { return Announced(FStore.Set(id, std::move(value))); });
     }

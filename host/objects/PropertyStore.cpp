@@ -13,64 +13,63 @@ namespace vexa::host {
 
 namespace {
 
-/// Whether `from` is a whole number that fits into 64 bits.
-bool ToWhole(double from, std::int64_t& number) noexcept {
+/// Nothing for a fraction, or for what does not fit into 64 bits.
+std::optional<std::int64_t> ToWhole(double number) noexcept {
     constexpr double kPowerOf63 = 9223372036854775808.0;
-    if (!(from >= -kPowerOf63 && from < kPowerOf63) || std::trunc(from) != from) return false;
-    number = static_cast<std::int64_t>(from);
-    return true;
+    if (!(number >= -kPowerOf63 && number < kPowerOf63) || std::trunc(number) != number) return std::nullopt;
+    return static_cast<std::int64_t>(number);
 }
 
-bool ToFinite(const QString& text, double& number) noexcept {
+std::optional<double> ToFinite(const QString& text) noexcept {
     bool ok = false;
-    number = text.toDouble(&ok);
-    return ok && std::isfinite(number);
+    const double number = text.toDouble(&ok);
+    return ok && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
 }  // namespace
 
-bool Convert(const PropertyValue& value, std::int64_t& number) noexcept {
-    number = 0;
-    if (const auto* whole = std::get_if<std::int32_t>(&value)) return number = *whole, true;
-    if (const auto* whole = std::get_if<std::int64_t>(&value)) return number = *whole, true;
-    if (const auto* real = std::get_if<double>(&value)) return ToWhole(*real, number);
-    if (const auto* text = std::get_if<QString>(&value)) {
-        bool ok = false;
-        number = text->toLongLong(&ok);
-        double real = 0;
-        return ok || (ToFinite(*text, real) && ToWhole(real, number));
-    }
-    return false;
+template <>
+std::optional<std::int64_t> Converted(const PropertyValue& value) {
+    if (const auto* whole = std::get_if<std::int32_t>(&value)) return *whole;
+    if (const auto* whole = std::get_if<std::int64_t>(&value)) return *whole;
+    if (const auto* real = std::get_if<double>(&value)) return ToWhole(*real);
+    const auto* text = std::get_if<QString>(&value);
+    if (!text) return std::nullopt;
+    bool ok = false;
+    if (const std::int64_t number = text->toLongLong(&ok); ok) return number;
+    const auto real = ToFinite(*text);
+    return real ? ToWhole(*real) : std::nullopt;
 }
 
-bool Convert(const PropertyValue& value, std::int32_t& number) noexcept {
-    std::int64_t wide = 0;
-    if (!Convert(value, wide) || !std::in_range<std::int32_t>(wide)) return false;
-    number = static_cast<std::int32_t>(wide);
-    return true;
+template <>
+std::optional<std::int32_t> Converted(const PropertyValue& value) {
+    const auto wide = Converted<std::int64_t>(value);
+    if (!wide || !std::in_range<std::int32_t>(*wide)) return std::nullopt;
+    return static_cast<std::int32_t>(*wide);
 }
 
-bool Convert(const PropertyValue& value, double& number) noexcept {
-    if (const auto* real = std::get_if<double>(&value)) return number = *real, true;
-    if (const auto* text = std::get_if<QString>(&value)) return ToFinite(*text, number);
-    std::int64_t wide = 0, back = 0;
-    if (!Convert(value, wide)) return false;
-    number = static_cast<double>(wide);
-    return ToWhole(number, back) && back == wide;
+template <>
+std::optional<double> Converted(const PropertyValue& value) {
+    if (const auto* real = std::get_if<double>(&value)) return *real;
+    if (const auto* text = std::get_if<QString>(&value)) return ToFinite(*text);
+    const auto wide = Converted<std::int64_t>(value);
+    if (!wide || ToWhole(static_cast<double>(*wide)) != wide) return std::nullopt;
+    return static_cast<double>(*wide);
 }
 
-bool Convert(const PropertyValue& value, QString& text) {
-    if (const auto* whole = std::get_if<std::int32_t>(&value))
-        text = QString::number(*whole);
-    else if (const auto* wide = std::get_if<std::int64_t>(&value))
-        text = QString::number(*wide);
-    else if (const auto* real = std::get_if<double>(&value))
-        text = QString::number(*real, 'g', QLocale::FloatingPointShortest);  // reads back bit for bit
-    else if (const auto* own = std::get_if<QString>(&value))
-        text = *own;
-    else
-        return false;
-    return true;
+template <>
+std::optional<QString> Converted(const PropertyValue& value) {
+    if (const auto* whole = std::get_if<std::int32_t>(&value)) return QString::number(*whole);
+    if (const auto* wide = std::get_if<std::int64_t>(&value)) return QString::number(*wide);
+    // Reads back bit for bit.
+    if (const auto* real = std::get_if<double>(&value))
+        return QString::number(*real, 'g', QLocale::FloatingPointShortest);
+    if (const auto* text = std::get_if<QString>(&value)) return *text;
+    return std::nullopt;
+}
+
+QString ToText(const PropertyValue& value) {
+    return Converted<QString>(value).value_or(QString());
 }
 
 PropertyValue FromVariant(const Variant& value) {
@@ -89,8 +88,8 @@ PropertyValue FromVariant(const Variant& value) {
     return {};
 }
 
-bool ToVariant(const PropertyValue& value, Variant& variant) {
-    variant = {};
+Variant ToVariant(const PropertyValue& value) {
+    Variant variant;
     if (const auto* whole = std::get_if<std::int32_t>(&value)) {
         variant.Type = VariantType::Int32;
         variant.Integer = *whole;
@@ -103,10 +102,8 @@ bool ToVariant(const PropertyValue& value, Variant& variant) {
     } else if (const auto* text = std::get_if<QString>(&value)) {
         variant.Type = VariantType::Text;
         variant.Text = MakeString(*text);
-    } else {
-        return std::holds_alternative<std::monostate>(value);
     }
-    return true;
+    return variant;
 }
 
 const PropertyValue& PropertyStore::Find(std::int32_t id) const noexcept {
@@ -120,16 +117,16 @@ HResult PropertyStore::GetObject(std::int32_t id, const Guid& iid, void** object
     *object = nullptr;
     const PropertyValue& value = Find(id);
     if (const auto* kept = std::get_if<Ref<IUnknown>>(&value)) return (*kept)->QueryInterface(iid, object);
-    QString text;
-    if (!Convert(value, text)) return E_INVALIDARG;
-    return MakeString(text)->QueryInterface(iid, object);
+    const auto text = Converted<QString>(value);
+    return text ? MakeString(*text)->QueryInterface(iid, object) : E_INVALIDARG;
 }
 
 HResult PropertyStore::GetVariant(std::int32_t id, Variant* variant) const {
     if (!variant) return E_POINTER;
     const PropertyValue& value = Find(id);
-    if (!ToVariant(value, *variant)) return E_FAIL;
-    return variant->Type == VariantType::Empty ? E_NOTIMPL : S_OK;
+    *variant = ToVariant(value);
+    if (variant->Type != VariantType::Empty) return S_OK;
+    return std::holds_alternative<std::monostate>(value) ? E_NOTIMPL : E_FAIL;
 }
 
 HResult PropertyStore::Set(std::int32_t id, PropertyValue value) {

@@ -1,5 +1,5 @@
 #pragma once
-// The host's stream in memory, and whole bytes from and to anybody's streams. One thread at a time.
+// The host's stream in memory; reading and writing whole streams of any implementation. One thread at a time.
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.SDK.Objects.h"
@@ -10,11 +10,10 @@
 
 namespace vexa::host {
 
-/// Grows as it is written to. A position behind the end is allowed; what lies between is zero once something is
-/// written there.
+/// Grows as it is written to. The position may be beyond the end; writing there fills the gap with zeros.
 class MemoryStream final : public RefCountedObject<IVEXAMemoryStream> {
 public:
-    /// Nothing that the host keeps in memory is larger; a size or position beyond it is E_INVALIDARG.
+    /// The largest stream that the host keeps in memory; a size or position beyond it is E_INVALIDARG.
     static constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;
 
     std::int64_t GetSize() noexcept override { return static_cast<std::int64_t>(FBytes.size()); }
@@ -30,12 +29,12 @@ private:
     std::int64_t FPosition = 0;
 };
 
-/// The bytes from the stream's position on. Throws std::runtime_error when it cannot be read, or when there are more
-/// than `mostBytes`.
+/// The bytes from the stream's position to its end. Throws std::runtime_error when the stream cannot be read or there
+/// are more than `mostBytes`.
 QByteArray ReadRest(IVEXAStream& stream, std::int64_t mostBytes = MemoryStream::kMostBytes);
 
-/// Replaces the bytes from the stream's position on, and stands behind them. On failure the stream is as it was, as
-/// far as it lets itself be written to.
-HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
+/// Replaces everything from the stream's position on by `bytes`, and leaves the position after them. On failure the
+/// stream's old contents are restored, as far as it can still be written to.
+[[nodiscard]] HResult ReplaceRest(IVEXAStream& stream, const QByteArray& bytes);
 
 }  // namespace vexa::host

@@ -1,5 +1,5 @@
 #pragma once
-// The host's string objects, and the way from and to QString.
+// The host's string objects, and conversions from and to QString.
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.SDK.Objects.h"
@@ -10,7 +10,7 @@
 
 namespace vexa::host {
 
-/// Any thread may read it while another one writes.
+/// Any thread may read the text while another thread writes it.
 class HostString final : public RefCountedObject<IVEXAString> {
 public:
     HostString() = default;
@@ -26,10 +26,10 @@ private:
 
 Ref<IVEXAString> MakeString(const QString& text);
 
-/// The text of anybody's string object; empty for an absent one.
+/// The text of a string object of any implementation; empty for null.
 QString ToQString(IVEXAString* text);
 
-/// A new string object for an out argument: S_OK, or E_POINTER without one.
+/// Puts a new string object into an out argument. S_OK; E_POINTER when `out` is null.
 HResult PutString(const QString& text, IVEXAString** out);
 
 }  // namespace vexa::host

@@ -12,7 +12,8 @@ struct Chapter {
     QString Title;
 };
 
-/// In the order of their starts; none when the file has none, is missing or no regular file. Read from ID3v2 tags.
+/// Reads the chapters from ID3v2 tags, ordered by their starts. Empty when the file has none, is missing or is not a
+/// regular file.
 std::vector<Chapter> ReadChapters(const QString& fileName);
 
 }  // namespace vexa::host

@@ -20,38 +20,56 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::milliseconds kTick{200};
-constexpr int kSeekTries = 25;  // one a tick: some formats have to be read for a while before one can jump in them
-constexpr int kTicksOfAnEnd = 5;
-constexpr double kEndTolerance = 0.25;  // s; sound that was stretched ends a little before its duration
+constexpr int kSeekTries = 25;  // one per tick: some formats have to be read for a while before a seek works
+constexpr int kTicksAtEnd = 5;
+constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
 constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
+constexpr int kThroughFile = 0x80;             // the stream is downloaded to a temporary file and read from there
 
 struct FreeMessage {
-    void operator()(GstMessage* message) const { gst_message_unref(message); }
+    void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
 };
 using Message = std::unique_ptr<GstMessage, FreeMessage>;
 
-QString Initialize() {
-    static const QString problem = [] {
-        GError* error = nullptr;
-        if (!gst_init_check(nullptr, nullptr, &error)) {
-            QString text = QString::fromUtf8(error ? error->message : "it cannot start");
-            if (error) g_error_free(error);
-            return text;
-        }
-        for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"}) {
-            GstElementFactory* factory = gst_element_factory_find(needed);
-            if (!factory) return QString(u"GStreamer lacks its element " + QString::fromLatin1(needed));
-            gst_object_unref(factory);
-        }
-        return QString();
-    }();
-    return problem;
+struct FreeMemory {
+    void operator()(void* memory) const noexcept { g_free(memory); }
+};
+
+struct FreeError {
+    void operator()(GError* error) const noexcept { g_error_free(error); }
+};
+using Error = std::unique_ptr<GError, FreeError>;
+
+QString Text(const Error& error) {
+    return error ? QString::fromUtf8(error->message) : QString();
+}
+
+/// Why GStreamer cannot play; empty when it can.
+QString StartGStreamer() {
+    GError* failed = nullptr;
+    const bool isStarted = gst_init_check(nullptr, nullptr, &failed);
+    const Error error(failed);
+    if (!isStarted) return error ? Text(error) : QStringLiteral("it cannot start");
+    for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"})
+        if (!GstRef<GstElementFactory>(gst_element_factory_find(needed)))
+            return u"GStreamer lacks its element " + QString::fromLatin1(needed);
+    return {};
+}
+
+/// Throws std::runtime_error when GStreamer cannot play.
+void Initialize() {
+    static const QString problem = StartGStreamer();
+    if (!problem.isEmpty()) throw std::runtime_error(problem.toStdString());
+}
+
+GstRef<GstBus> BusOf(const GstRef<GstElement>& pipeline) {
+    return GstRef<GstBus>(gst_element_get_bus(pipeline.get()));
 }
 
 QByteArray ToUri(const QString& source) {
     if (const QString file = LocalFileName(source); !file.isEmpty()) {
-        // A pipe or a device would be read for ever.
+        // Regular files only: a pipe or a device would be read for ever.
         if (!QFileInfo(file).isFile()) throw std::runtime_error(QString(u"there is no file " + file).toStdString());
         return QUrl::fromLocalFile(file).toEncoded();
     }
@@ -71,11 +89,11 @@ bool IsMadeBy(const char* factoryName, GstObject* object) {
     return factory && g_str_equal(gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory)), factoryName);
 }
 
-QString Text(const GError* error) {
-    return error ? QString::fromUtf8(error->message) : QString();
-}
-
 }  // namespace
+
+void FreeGstObject::operator()(void* object) const noexcept {
+    gst_object_unref(object);
+}
 
 MediaOutput::MediaOutput(const QString& sink) : FSink(sink) {
     FTicker.setInterval(kTick);
@@ -91,14 +109,14 @@ void MediaOutput::Start(const QString& source) {
     FPosition = FDuration = 0;
     FTarget.reset();
     FWantsPlaying = true;
+    FHasMoved = false;
     FProblem = Problem::None;
     FIsLocal = !LocalFileName(source).isEmpty();
+    FIsThroughFile = false;
     FCanSeek = true;
     try {
-        if (const QString problem = Initialize(); !problem.isEmpty()) {
-            FProblem = Problem::NoPlayer;
-            throw std::runtime_error(problem.toStdString());
-        }
+        FProblem = Problem::NoPlayer;
+        Initialize();
         FProblem = Problem::NotFound;
         FUri = ToUri(source);
         FProblem = Problem::None;
@@ -113,30 +131,30 @@ void MediaOutput::Start(const QString& source) {
 void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
-    FPipeline = GST_ELEMENT(gst_object_ref_sink(pipeline));
-    g_object_set(FPipeline, "uri", FUri.constData(), "flags", kAudioWithVolume, "audio-filter",
+    FPipeline.reset(GST_ELEMENT(gst_object_ref_sink(pipeline)));
+    g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags",
+                 kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter",
                  gst_element_factory_make("scaletempo", nullptr), nullptr);
+    if (!FIsLocal && !FIsThroughFile)
+        g_signal_connect(FPipeline.get(), "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
-        GError* error = nullptr;
-        GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &error);
-        const QString problem = Text(error);
-        g_clear_error(&error);
-        if (sink) g_object_set(FPipeline, "audio-sink", sink, nullptr);
-        if (!problem.isEmpty()) qCWarning(LogHost).noquote() << "the sound's way out:" << problem;
+        GError* failed = nullptr;
+        GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &failed);
+        const Error error(failed);
+        if (sink) g_object_set(FPipeline.get(), "audio-sink", sink, nullptr);
+        if (error) qCWarning(LogHost).noquote() << "the sound's way out:" << Text(error);
     }
-    g_signal_connect(FPipeline, "source-setup", G_CALLBACK(SetUpSource), nullptr);
+    g_signal_connect(FPipeline.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
     SetVolume(FVolume);
 
-    GstBus* bus = gst_element_get_bus(FPipeline);
-    // It is called on GStreamer's threads, which are joined before this object goes.
+    // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
         auto* output = static_cast<MediaOutput*>(self);
         QMetaObject::invokeMethod(output, &MediaOutput::Drain, Qt::QueuedConnection);
         return GST_BUS_PASS;
     };
-    gst_bus_set_sync_handler(bus, handler, this, nullptr);
-    gst_object_unref(bus);
-    gst_element_set_state(FPipeline, GST_STATE_PAUSED);  // a failure comes as a message, too
+    gst_bus_set_sync_handler(BusOf(FPipeline).get(), handler, this, nullptr);
+    gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);  // a failure is reported as a message, too
 }
 
 void MediaOutput::Close() {
@@ -144,29 +162,49 @@ void MediaOutput::Close() {
     if (!FPipeline) return;
     FPosition = Position();
     Q_EMIT Closing();
-    if (!FPipeline) return;  // a slot was quicker
+    if (!FPipeline) return;  // a slot of Closing has closed it
     Drop();
 }
 
 void MediaOutput::Drop() {
-    GstElement* pipeline = std::exchange(FPipeline, nullptr);
-    gst_element_set_state(pipeline, GST_STATE_NULL);
-    GstBus* bus = gst_element_get_bus(pipeline);
-    gst_bus_set_sync_handler(bus, nullptr, nullptr, nullptr);
-    gst_object_unref(bus);
-    gst_object_unref(pipeline);
+    const GstRef<GstElement> pipeline = std::move(FPipeline);
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    gst_bus_set_sync_handler(BusOf(pipeline).get(), nullptr, nullptr, nullptr);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
     FTriesLeft = FTicksAtEnd = 0;
 }
 
-/// Whether a server can send a part only is known when it was asked to, and then the stream is lost.
+/// GStreamer's Ogg demultiplexer (Vorbis, Opus) is unreliable when it seeks in a network stream: playback hangs, or the
+/// end of the stream is reported at once. Seeks in a file work. Called on GStreamer's threads, which are joined before
+/// this object is destroyed.
+void MediaOutput::OnElementAdded(GstBin* pipeline, GstBin*, GstElement* element, void* self) {
+    if (!IsMadeBy("oggdemux", GST_OBJECT(element))) return;
+    auto* output = static_cast<MediaOutput*>(self);
+    const auto reopen = [output, pipeline = GST_ELEMENT(pipeline)] {
+        if (output->FPipeline.get() == pipeline) output->ReopenThroughFile();
+    };
+    QMetaObject::invokeMethod(output, reopen, Qt::QueuedConnection);
+}
+
+void MediaOutput::ReopenThroughFile() {
+    const bool wasPrerolled = FIsPrerolled;
+    const double position = Position();
+    Drop();
+    if (wasPrerolled && !FTarget) FTarget = position;
+    FIsThroughFile = true;
+    Open();
+    Apply();
+}
+
+/// Whether a server can send parts of a file shows only when a part is asked for, and if it cannot, the stream is lost.
+/// So the source is opened again, from its beginning.
 void MediaOutput::ReopenWithoutSeeking() {
     Drop();
     FCanSeek = false;
     FTarget.reset();
     FPosition = 0;
     Open();
-    Apply();
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
@@ -179,12 +217,12 @@ void MediaOutput::Stop() {
 
 void MediaOutput::Play() {
     FWantsPlaying = true;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Pause() {
     FWantsPlaying = false;
-    Apply();
+    UpdatePipeline();
 }
 
 void MediaOutput::Seek(double seconds) {
@@ -199,28 +237,26 @@ void MediaOutput::SetSpeed(double speed) {
     speed = std::clamp(speed, kSlowest, kFastest);
     if (!std::isfinite(speed) || speed == FSpeed) return;
     FSpeed = speed;
-    if (FPipeline && FIsPrerolled) SeekNow(Position());  // a speed takes effect with a seek only
+    if (FPipeline && FIsPrerolled) SeekNow(Position());  // the speed takes effect only with a seek
 }
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    if (FPipeline) g_object_set(FPipeline, "volume", FVolume * FVolume * FVolume, nullptr);
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
 }
 
 double MediaOutput::Position() const {
     if (!FPipeline) return FPosition;
     if (FTarget) return *FTarget;
     gint64 position = 0;
-    if (!FIsPrerolled || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) return FPosition;
+    if (!FIsPrerolled || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) return FPosition;
     const double seconds = static_cast<double>(position) / kSecond;
     return FDuration > 0 ? std::min(seconds, FDuration) : seconds;
 }
 
 void MediaOutput::Drain() {
     while (FPipeline) {
-        GstBus* bus = gst_element_get_bus(FPipeline);
-        const Message message(gst_bus_pop(bus));
-        gst_object_unref(bus);
+        const Message message(gst_bus_pop(BusOf(FPipeline).get()));
         if (!message) return;
         Handle(message.get());
     }
@@ -233,15 +269,14 @@ void MediaOutput::Handle(GstMessage* message) {
         case GST_MESSAGE_EOS:
             return HandleEnd();
         case GST_MESSAGE_ASYNC_DONE:
-            return Prerolled();
+            return OnPrerolled();
         case GST_MESSAGE_DURATION_CHANGED:
             return AskDuration();
         case GST_MESSAGE_WARNING: {
-            GError* error = nullptr;
-            gst_message_parse_warning(message, &error, nullptr);
+            GError* warning = nullptr;
+            gst_message_parse_warning(message, &warning, nullptr);
+            const QString text = Text(Error(warning));
             const bool isDevice = IsMadeBy("autoaudiosink", GST_MESSAGE_SRC(message));
-            const QString text = Text(error);
-            g_clear_error(&error);
             qCInfo(LogHost).noquote() << "playing:" << text;
             if (isDevice) Q_EMIT Warned(Problem::NoDevice, text);
             return;
@@ -250,35 +285,35 @@ void MediaOutput::Handle(GstMessage* message) {
             gint percent = 100;
             gst_message_parse_buffering(message, &percent);
             FIsBuffering = percent < 100;
-            return Apply();
+            return UpdatePipeline();
         }
         case GST_MESSAGE_CLOCK_LOST:
-            gst_element_set_state(FPipeline, GST_STATE_PAUSED);
-            return Apply();
+            gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);
+            return UpdatePipeline();
         default:
             return;
     }
 }
 
 void MediaOutput::HandleError(GstMessage* message) {
-    GError* error = nullptr;
-    gchar* debug = nullptr;
-    gst_message_parse_error(message, &error, &debug);
+    GError* failed = nullptr;
+    gchar* details = nullptr;
+    gst_message_parse_error(message, &failed, &details);
+    const Error error(failed);
+    const std::unique_ptr<gchar, FreeMemory> debug(details);
     const QString text = Text(error);
-    qCInfo(LogHost).noquote() << "playing:" << text << (debug ? debug : "");
+    qCInfo(LogHost).noquote() << "playing:" << text << (debug ? debug.get() : "");
     Problem problem = Problem::Other;
-    if (g_error_matches(error, GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
-        g_error_matches(error, GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
+    if (g_error_matches(error.get(), GST_CORE_ERROR, GST_CORE_ERROR_MISSING_PLUGIN) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_CODEC_NOT_FOUND) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_TYPE_NOT_FOUND) ||
+        g_error_matches(error.get(), GST_STREAM_ERROR, GST_STREAM_ERROR_WRONG_TYPE))
         problem = Problem::NoCodec;
     else if (FIsPrerolled)
         problem = FIsLocal ? Problem::Other : Problem::BrokeOff;
     else if (error && error->domain == GST_RESOURCE_ERROR)
         problem = Problem::NotFound;
-    const bool isSeek = FTarget && g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
-    g_clear_error(&error);
-    g_free(debug);
+    const bool isSeek = FTarget && g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK);
     if (isSeek)
         ReopenWithoutSeeking();
     else
@@ -286,40 +321,45 @@ void MediaOutput::HandleError(GstMessage* message) {
 }
 
 void MediaOutput::HandleEnd() {
-    if (IsShortOfItsSize()) return Fail(Problem::BrokeOff, {});
-    // Where a stream does not say how long it is, a jump may lead behind its end.
+    if (IsTruncated()) return Fail(Problem::BrokeOff, {});
+    // In a stream of unknown duration a seek may have gone beyond the end.
     if (!FHasPlayed && FTarget.value_or(FPosition) > 0 && FDuration <= 0) return ReopenWithoutSeeking();
     FTarget.reset();
     if (FDuration > 0) FPosition = FDuration;
     FTicker.stop();
+    if (FHasPlayed || FDuration > 0) NotifyMoved();  // for sources shorter than a tick
     Q_EMIT Ended();
 }
 
-/// Where two seeks follow each other quickly, GStreamer's report of the end is lost now and then, and what has been
-/// played to its last sample would seem to play for ever.
-bool MediaOutput::StandsAtItsEnd() {
+void MediaOutput::NotifyMoved() {
+    if (std::exchange(FHasMoved, true)) return;
+    if (Moved) Moved();
+    Q_EMIT Begun();
+}
+
+/// After two seeks in quick succession GStreamer occasionally loses its end-of-stream message, and a source played to
+/// its last sample would seem to play for ever.
+bool MediaOutput::HasReachedEnd() {
     const bool isAtEnd =
         FState == State::Playing && !FTarget && FDuration > 0 && FPosition >= FDuration - kEndTolerance;
-    gint64 position = 0;  // as it is: the duration may be an estimate, which the sound outlasts
-    if (!isAtEnd || !gst_element_query_position(FPipeline, GST_FORMAT_TIME, &position)) {
+    gint64 position = 0;  // not limited by the duration, which may be an estimate that is too short
+    if (!isAtEnd || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) {
         FTicksAtEnd = 0;
         return false;
     }
     if (std::exchange(FEndPosition, position) != position) FTicksAtEnd = 0;
-    return ++FTicksAtEnd > kTicksOfAnEnd;
+    return ++FTicksAtEnd > kTicksAtEnd;
 }
 
-/// A connection that ends too early looks like the end of the file to all but who counts the bytes.
-bool MediaOutput::IsShortOfItsSize() const {
+/// A connection that ends too early looks like the end of the file, unless the bytes are counted.
+bool MediaOutput::IsTruncated() const {
     if (FIsLocal) return false;
-    GstElement* source = nullptr;
-    g_object_get(FPipeline, "source", &source, nullptr);
-    if (!source) return false;
+    GstElement* held = nullptr;
+    g_object_get(FPipeline.get(), "source", &held, nullptr);
+    const GstRef<GstElement> source(held);
     gint64 size = 0, read = 0;
-    const bool isShort = gst_element_query_duration(source, GST_FORMAT_BYTES, &size) &&
-                         gst_element_query_position(source, GST_FORMAT_BYTES, &read) && size > 0 && read < size;
-    gst_object_unref(source);
-    return isShort;
+    return source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) &&
+           gst_element_query_position(source.get(), GST_FORMAT_BYTES, &read) && size > 0 && read < size;
 }
 
 void MediaOutput::Fail(Problem problem, const QString& details) {
@@ -331,7 +371,7 @@ void MediaOutput::Fail(Problem problem, const QString& details) {
     Q_EMIT Failed(problem, details);
 }
 
-void MediaOutput::Prerolled() {
+void MediaOutput::OnPrerolled() {
     AskDuration();
     const bool isFirst = !std::exchange(FIsPrerolled, true);
     if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
@@ -339,19 +379,19 @@ void MediaOutput::Prerolled() {
         if (TrySeek(target)) return;
         FTarget = target;
         FTriesLeft = kSeekTries;
-        g_object_set(FPipeline, "mute", TRUE, nullptr);
-        return Apply();
+        g_object_set(FPipeline.get(), "mute", TRUE, nullptr);
+        return UpdatePipeline();
     }
     if (FTriesLeft > 0) return;
     if (FTarget) FPosition = *FTarget;
     FTarget.reset();
-    Apply();
+    UpdatePipeline();
     Tick();
 }
 
 void MediaOutput::AskDuration() {
     gint64 duration = 0;
-    if (!gst_element_query_duration(FPipeline, GST_FORMAT_TIME, &duration) || duration <= 0) return;
+    if (!gst_element_query_duration(FPipeline.get(), GST_FORMAT_TIME, &duration) || duration <= 0) return;
     const double seconds = static_cast<double>(duration) / kSecond;
     if (seconds == FDuration) return;
     FDuration = seconds;
@@ -359,13 +399,13 @@ void MediaOutput::AskDuration() {
 }
 
 bool MediaOutput::TrySeek(double seconds) {
-    // Exact where that costs nothing; over the network it might mean to read all that comes before.
+    // Seek exactly in local files; over the network that might mean reading everything before the target.
     const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | (FIsLocal ? GST_SEEK_FLAG_ACCURATE : 0));
     FTarget = seconds;
     FHasPlayed = false;
     const auto position = static_cast<gint64>(std::llround(seconds * kSecond));
-    return gst_element_seek(FPipeline, FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE,
-                            0);
+    return gst_element_seek(FPipeline.get(), FSpeed, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position,
+                            GST_SEEK_TYPE_NONE, 0);
 }
 
 void MediaOutput::SeekNow(double seconds) {
@@ -374,15 +414,15 @@ void MediaOutput::SeekNow(double seconds) {
 
 void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
-    g_object_set(FPipeline, "mute", FALSE, nullptr);
-    Apply();
+    g_object_set(FPipeline.get(), "mute", FALSE, nullptr);
+    UpdatePipeline();
     Q_EMIT Warned(Problem::NotSeekable, {});
 }
 
-void MediaOutput::Apply() {
+void MediaOutput::UpdatePipeline() {
     if (!FPipeline) return;
     const bool canPlay = FIsPrerolled && !FIsBuffering;
-    gst_element_set_state(FPipeline, canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+    gst_element_set_state(FPipeline.get(), canPlay && FWantsPlaying ? GST_STATE_PLAYING : GST_STATE_PAUSED);
     if (!FWantsPlaying)
         SetState(State::Paused);
     else
@@ -402,15 +442,16 @@ void MediaOutput::Tick() {
         --FTriesLeft;
         if (TrySeek(*FTarget)) {
             FTriesLeft = 0;
-            g_object_set(FPipeline, "mute", FALSE, nullptr);
+            g_object_set(FPipeline.get(), "mute", FALSE, nullptr);
         } else if (FTriesLeft == 0) {
             GiveUpSeeking();
         }
         return;
     }
+    const double before = std::exchange(FPosition, Position());
+    if (FHasPlayed && FPosition > before) NotifyMoved();
     FHasPlayed = FHasPlayed || (FIsPrerolled && !FTarget);
-    FPosition = Position();
-    if (StandsAtItsEnd()) return HandleEnd();
+    if (HasReachedEnd()) return HandleEnd();
     Q_EMIT PositionChanged(FPosition);
 }
 

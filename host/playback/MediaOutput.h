@@ -1,10 +1,10 @@
 #pragma once
-// What makes the player's sound: GStreamer's playbin, with the pitch kept at every speed. The toolkit's own media
-// player is not used, because at another speed than 1 it changes the pitch. Main thread.
+// The player's audio output: GStreamer's playbin, which keeps the pitch at every speed. The toolkit's own media player
+// is not used, because it changes the pitch at any speed other than 1. Main thread.
 //
 //     auto output = std::make_unique<MediaOutput>();
-//     output->Start(source);      // begins to open it, and plays as soon as there is something to hear
-//     output->Seek(1234.5);       // at any time: what comes before the source is open is done when it is
+//     output->Start(source);      // starts opening the source, and plays as soon as there is something to hear
+//     output->Seek(1234.5);       // at any time: a seek before the source is open takes effect when it is
 //     output->SetSpeed(1.5);
 
 #include "Player.h"
@@ -12,46 +12,56 @@
 #include <QObject>
 #include <QTimer>
 
+#include <memory>
 #include <optional>
 
+using GstBin = struct _GstBin;
 using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
 namespace vexa::host {
 
+struct FreeGstObject {
+    void operator()(void* object) const noexcept;
+};
+/// A reference to an object of GStreamer's.
+template <class Object>
+using GstRef = std::unique_ptr<Object, FreeGstObject>;
+
 class MediaOutput final : public QObject, public AudioOutput {
     Q_OBJECT
 public:
     enum class State { Stopped, Loading, Playing, Paused, Failed };
-    /// Why it stopped playing, or plays otherwise than it should.
+    /// Why playback stopped, or goes on differently from what was asked.
     enum class Problem { None, NoPlayer, NoCodec, NotFound, BrokeOff, Other, NoDevice, NotSeekable };
 
     static constexpr double kSlowest = 0.5, kFastest = 3;
 
-    /// `sink` is where the sound goes, in the notation of gst-launch; empty: to the desktop's sound device, or where
-    /// there is none, nowhere at the speed of sound.
+    /// `sink` is where the sound goes, in the notation of gst-launch. Empty means the desktop's sound device; without
+    /// one the sound is discarded in real time.
     explicit MediaOutput(const QString& sink = {});
     ~MediaOutput() override;
 
-    /// Throws std::runtime_error for what is neither a regular local file nor a web address, and when the packages that
-    /// play are not installed; see LastProblem.
+    /// Throws std::runtime_error when the source is neither a regular local file nor a web address, and when the
+    /// GStreamer packages needed for playing are not installed; see LastProblem.
     void Start(const QString& source) override;
-    /// The position stays known until the next Start.
+    /// Position() stays valid until the next Start.
     void Stop() override;
 
     void Play();
     void Pause();
     void Seek(double seconds);
     void SetSpeed(double speed);
-    /// From 0 to 1, as loud as it sounds: a half is half as loud.
+    /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
 
-    State TheState() const noexcept { return FState; }
-    /// Of the last Start, and of what it started.
+    State CurrentState() const noexcept { return FState; }
+    /// The last problem of the last Start and of the playback that it started.
     Problem LastProblem() const noexcept { return FProblem; }
     void ForgetProblem() noexcept { FProblem = Problem::None; }
+    /// Seconds; the target of a seek that has not taken effect yet.
     double Position() const;
-    /// Seconds; 0 while it is not known.
+    /// Seconds; 0 while the duration is unknown.
     double Duration() const noexcept { return FDuration; }
     double Speed() const noexcept { return FSpeed; }
     double Volume() const noexcept { return FVolume; }
@@ -60,49 +70,56 @@ Q_SIGNALS:
     void StateChanged();
     void PositionChanged(double seconds);
     void DurationChanged(double seconds);
-    /// What played is being let go of; its position is still right.
+    /// The position has moved for the first time since Start. AudioOutput::Moved is called first.
+    void Begun();
+    /// The source is about to be closed; Position() is still valid.
     void Closing();
-    /// It played to its end.
+    /// The source was played to its end.
     void Ended();
-    /// The state is Failed. Another Start with a Seek goes on from where it was.
+    /// Playback has failed and the state is Failed. Start and then Seek resume it at its position.
     void Failed(Problem problem, const QString& details);
-    /// It plays on.
+    /// There is a problem, but playback goes on.
     void Warned(Problem problem, const QString& details);
 
 private:
     void Open();
     void Close();
     void Drop();
+    static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
+    void ReopenThroughFile();
     void ReopenWithoutSeeking();
     void Fail(Problem problem, const QString& details);
     void Drain();
     void Handle(GstMessage* message);
     void HandleError(GstMessage* message);
     void HandleEnd();
-    bool StandsAtItsEnd();
-    void Prerolled();
+    void NotifyMoved();
+    bool HasReachedEnd();
+    void OnPrerolled();
     void AskDuration();
-    bool TrySeek(double seconds);
+    [[nodiscard]] bool TrySeek(double seconds);
     void SeekNow(double seconds);
     void GiveUpSeeking();
-    void Apply();
+    void UpdatePipeline();
     void SetState(State state);
     void Tick();
-    bool IsShortOfItsSize() const;
+    bool IsTruncated() const;
 
     const QString FSink;
-    GstElement* FPipeline = nullptr;
+    GstRef<GstElement> FPipeline;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
-    bool FCanSeek = true;     // as far as is known
-    bool FHasPlayed = false;  // since it was sought last
-    int FTriesLeft = 0;       // of a seek that the source is not ready for
+    bool FIsThroughFile = false;  // a network stream is read through a temporary file
+    bool FCanSeek = true;         // false once a seek has failed
+    bool FHasPlayed = false;      // since the last seek
+    bool FHasMoved = false;       // since Start
+    int FTriesLeft = 0;           // of a seek that the source was not ready for
     QByteArray FUri;
-    int FTicksAtEnd = 0;            // without a word of the end
-    qint64 FEndPosition = 0;        // of the sound in those ticks, in ns
-    std::optional<double> FTarget;  // where a seek that is under way, or is to come, leads
+    int FTicksAtEnd = 0;            // ticks at the end of the source without an end-of-stream message
+    qint64 FEndPosition = 0;        // position in those ticks, in ns
+    std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };
 

@@ -38,7 +38,7 @@ Mpris::~Mpris() {
     FBus.unregisterObject(kPath);
 }
 
-void Mpris::TellChanged(const QVariantMap& properties) {
+void Mpris::NotifyChanged(const QVariantMap& properties) {
     QDBusMessage signal = QDBusMessage::createSignal(kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
                                                      QStringLiteral("PropertiesChanged"));
     signal.setArguments({QStringLiteral("org.mpris.MediaPlayer2.Player"), properties, QStringList()});
@@ -52,21 +52,21 @@ QStringList MprisRoot::MimeTypes() const {
 
 MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback)
     : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {
-    connect(&FPlayback, &Playback::StateChanged, this, &MprisPlayer::TellTrack);
-    connect(&FPlayback, &Playback::CurrentChanged, this, &MprisPlayer::TellTrack);
-    connect(&FPlayback, &Playback::DurationChanged, this, &MprisPlayer::TellTrack);
-    connect(&FPlayback, &Playback::UpNextChanged, this, &MprisPlayer::TellTrack);
+    connect(&FPlayback, &Playback::StateChanged, this, &MprisPlayer::NotifyTrack);
+    connect(&FPlayback, &Playback::CurrentChanged, this, &MprisPlayer::NotifyTrack);
+    connect(&FPlayback, &Playback::DurationChanged, this, &MprisPlayer::NotifyTrack);
+    connect(&FPlayback, &Playback::UpNextChanged, this, &MprisPlayer::NotifyTrack);
     connect(&FPlayback, &Playback::SpeedChanged, this, [this](double speed) {
-        FOwner.TellChanged({{QStringLiteral("Rate"), speed}});
+        FOwner.NotifyChanged({{QStringLiteral("Rate"), speed}});
     });
     connect(&FPlayback, &Playback::VolumeChanged, this, [this](double volume) {
-        FOwner.TellChanged({{QStringLiteral("Volume"), volume}});
+        FOwner.NotifyChanged({{QStringLiteral("Volume"), volume}});
     });
-    // What plays under another address is the same track.
+    // A track whose address moves is still the same track.
     connect(&FPlayback, &Playback::AddressesMoved, this,
             [this](const AddressMoves& moves) { FTrackAddress = moves.value(FTrackAddress, FTrackAddress); });
     connect(&FPlayback, &Playback::Seeked, this, [this](double seconds) { Q_EMIT Seeked(ToMicroseconds(seconds)); });
-    TellTrack();
+    NotifyTrack();
 }
 
 QString MprisPlayer::Status() const {
@@ -76,7 +76,7 @@ QString MprisPlayer::Status() const {
 
 void MprisPlayer::SetRate(double rate) {
     if (rate == 0)
-        FPlayback.Pause();  // which it stands for
+        FPlayback.Pause();  // as MPRIS defines a rate of 0
     else if (rate > 0)
         FPlayback.SetSpeed(rate);
 }
@@ -116,15 +116,15 @@ void MprisPlayer::SetPosition(const QDBusObjectPath& track, qlonglong position) 
     if (HasTrack() && track == Track() && seconds >= 0 && seconds <= FPlayback.Duration()) FPlayback.Seek(seconds);
 }
 
-void MprisPlayer::TellTrack() {
+void MprisPlayer::NotifyTrack() {
     if (std::exchange(FTrackAddress, FPlayback.Current().Address) != FPlayback.Current().Address) ++FTrack;
-    FOwner.TellChanged({{QStringLiteral("PlaybackStatus"), Status()},
-                        {QStringLiteral("Metadata"), Metadata()},
-                        {QStringLiteral("CanGoNext"), CanGoNext()},
-                        {QStringLiteral("CanGoPrevious"), HasTrack()},
-                        {QStringLiteral("CanPlay"), CanPlay()},
-                        {QStringLiteral("CanPause"), HasTrack()},
-                        {QStringLiteral("CanSeek"), HasTrack()}});
+    FOwner.NotifyChanged({{QStringLiteral("PlaybackStatus"), Status()},
+                          {QStringLiteral("Metadata"), Metadata()},
+                          {QStringLiteral("CanGoNext"), CanGoNext()},
+                          {QStringLiteral("CanGoPrevious"), HasTrack()},
+                          {QStringLiteral("CanPlay"), CanPlay()},
+                          {QStringLiteral("CanPause"), HasTrack()},
+                          {QStringLiteral("CanSeek"), HasTrack()}});
 }
 
 }  // namespace vexa::host

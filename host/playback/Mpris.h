@@ -1,6 +1,6 @@
 #pragma once
-// The desktop's controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it does
-// nothing. Main thread; it goes before the Playback.
+// The desktop's media controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it
+// does nothing. Main thread; destroy it before the Playback.
 
 #include "Playback.h"
 
@@ -18,17 +18,17 @@ public:
     explicit Mpris(Playback& playback, const QDBusConnection& bus = QDBusConnection::sessionBus());
     ~Mpris() override;
 
-    /// The name on the bus; with the process's number behind it where another one has that. Empty without a bus.
+    /// The name on the bus, with the process ID appended if another instance has the plain name. Empty without a bus.
     QString ServiceName() const { return FName; }
 
 Q_SIGNALS:
-    /// The window is to come to the front.
+    /// Bring the window to the front.
     void RaiseRequested();
     void QuitRequested();
 
 private:
     friend class MprisPlayer;
-    void TellChanged(const QVariantMap& properties);
+    void NotifyChanged(const QVariantMap& properties);
 
     QDBusConnection FBus;
     QString FName;
@@ -37,9 +37,9 @@ private:
 class MprisRoot final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2")
-    Q_PROPERTY(bool CanQuit READ Yes CONSTANT)
-    Q_PROPERTY(bool CanRaise READ Yes CONSTANT)
-    Q_PROPERTY(bool HasTrackList READ No CONSTANT)
+    Q_PROPERTY(bool CanQuit READ Supported CONSTANT)
+    Q_PROPERTY(bool CanRaise READ Supported CONSTANT)
+    Q_PROPERTY(bool HasTrackList READ Unsupported CONSTANT)
     Q_PROPERTY(QString Identity READ Identity CONSTANT)
     Q_PROPERTY(QString DesktopEntry READ DesktopEntry CONSTANT)
     Q_PROPERTY(QStringList SupportedUriSchemes READ Schemes)
@@ -48,8 +48,8 @@ public:
     MprisRoot(Mpris& owner, const Playback& playback)
         : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {}
 
-    bool Yes() const { return true; }
-    bool No() const { return false; }
+    bool Supported() const { return true; }
+    bool Unsupported() const { return false; }
     QString Identity() const { return QStringLiteral("vexa"); }
     QString DesktopEntry() const { return QStringLiteral("org.vexa_podcasts.Vexa"); }
     QStringList Schemes() const { return FPlayback.Schemes(); }
@@ -64,7 +64,7 @@ private:
     const Playback& FPlayback;
 };
 
-/// Times are in microseconds.
+/// Times on the bus are in microseconds.
 class MprisPlayer final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
@@ -95,7 +95,7 @@ public:
     qlonglong Position() const;
     bool CanGoNext() const { return FPlayback.HasNext(); }
     bool HasTrack() const { return !FPlayback.Current().Address.isEmpty(); }
-    bool CanPlay() const { return HasTrack() || !FPlayback.Left().Begun().empty(); }
+    bool CanPlay() const { return HasTrack() || !FPlayback.SavedPositions().Begun().empty(); }
     bool CanControl() const { return true; }
 
 public Q_SLOTS:
@@ -114,11 +114,11 @@ Q_SIGNALS:
 
 private:
     QDBusObjectPath Track() const;
-    void TellTrack();
+    void NotifyTrack();
 
     Mpris& FOwner;
     Playback& FPlayback;
-    int FTrack = 0;  // counted, so that an order for an earlier one is known as such
+    int FTrack = 0;  // the number in the track's ID; counted up so that calls for an earlier track are recognised
     QString FTrackAddress;
 };
 

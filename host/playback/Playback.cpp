@@ -9,6 +9,7 @@
 #include "Strings.h"
 
 #include <QPointer>
+#include <QUrl>
 
 #include <algorithm>
 #include <utility>
@@ -18,20 +19,20 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
-constexpr double kMoment = 5;  // seconds: what is past that, "previous" goes back to the beginning of
+constexpr double kMoment = 5;  // seconds; after that Previous() goes to the beginning of the current file
 constexpr double kFarLonger = 1.25;
 constexpr int kLongestSkip = 3600;
+constexpr int kMostSkips = 3;  // in a row; if more files fail, the problem is not in the files
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
 
-/// Hears of all that the player starts, whoever asked it to.
+/// Is told about the files that somebody marks as heard.
 class Playback::Hook final : public RefCountedObject<IVEXAMessageHook> {
 public:
     explicit Hook(Playback& owner) : FOwner(owner) {}
     void OnMessage(std::uint32_t message, std::int32_t, void* names, HResult*) noexcept override {
         Guarded("following the player", [&] {
-            if (message == kMsgPlaybackStarted) FOwner.OnStarted();
             if (message == kMsgFilesHeard && names)
                 for (const QString& name : ToQStringList(static_cast<IVEXAObjectList*>(names)))
                     FOwner.ForgetPosition(name);
@@ -40,14 +41,16 @@ public:
     }
 
 private:
-    Playback& FOwner;  // which unhooks it
+    Playback& FOwner;  // unhooks this hook before it is destroyed
 };
 
-/// Who knows a file may have to wait for its data.
+/// Describes the current file on a worker thread, because a provider that knows the file may have to wait for its data.
 class Playback::DescribeTask final : public Task {
 public:
-    DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner)
-        : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner) {}
+    /// `tell` is called on the main thread, if `owner` still exists.
+    DescribeTask(NowPlaying playing, FileInfoService& infos, Playback* owner,
+                 std::function<void(const NowPlaying& described)> tell)
+        : FPlaying(std::move(playing)), FInfos(&infos), FOwner(owner), FTell(std::move(tell)) {}
 
     void Execute() override {
         const Ref<FileInfo> info(new FileInfo);
@@ -57,22 +60,25 @@ public:
         FPlaying.Album = info->Text(IVEXAFileInfo::Album);
         info->GetValueAsFloat(IVEXAFileInfo::Duration, &FPlaying.Duration);
         if (!FPlaying.LocalFile.isEmpty() && !IsCancelled()) FPlaying.Chapters = ReadChapters(FPlaying.LocalFile);
-        const auto tell = [playing = FPlaying, owner = FOwner] {
-            if (owner) owner->OnDescribed(playing);
-        };
-        RunInMainThread(tell, false);
+        RunInMainThread(
+            [playing = FPlaying, owner = FOwner, tell = FTell] {
+                if (owner) tell(playing);
+            },
+            false);
     }
 
 private:
     NowPlaying FPlaying;
     const Ref<FileInfoService> FInfos;
-    const QPointer<Playback> FOwner;  // looked at on the main thread only
+    const QPointer<Playback> FOwner;  // used on the main thread only
+    const std::function<void(const NowPlaying&)> FTell;
 };
 
 Playback::Playback(Host& host, const QString& sink)
     : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
+    FHost.Player().SetStartListener([this] { OnStarted(); });
     FHost.Messages().Hook(FHook.Get());
     FHost.Addresses().AddKeeper(this);
     bool isNumber = false;
@@ -82,7 +88,8 @@ Playback::Playback(Host& host, const QString& sink)
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
-    connect(FOutput, &MediaOutput::Closing, this, &Playback::Remember);
+    connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
+    connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
     connect(FOutput, &MediaOutput::Failed, this,
             [this](Problem problem, const QString& details) { OnProblem(problem, details, true); });
@@ -91,7 +98,7 @@ Playback::Playback(Host& host, const QString& sink)
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
-        Remember();
+        StorePosition();
         SaveSoon();
     });
 }
@@ -99,15 +106,17 @@ Playback::Playback(Host& host, const QString& sink)
 Playback::~Playback() {
     FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
+    FHost.Player().SetStartListener(nullptr);
     WorkerPool::Cancel(FDescribing, true);
-    Remember();
+    for (const TaskHandle naming : FNaming) WorkerPool::Cancel(naming, true);
+    StorePosition();
     FOutput->disconnect(this);
     FHost.Player().SetOutput(std::make_unique<SilentOutput>());
-    FPositions.Save();
+    Guarded("keeping where files were left", [this] { FPositions.Save(); });
 }
 
 double Playback::Duration() const {
-    // A stream that does not say how long it is seems to be as long as what was read of it.
+    // The output takes a stream of unknown length to be as long as the part read so far.
     const double played = FOutput->Duration(), described = FCurrent.Duration;
     return played <= 0 || (FCurrent.LocalFile.isEmpty() && described > played * kFarLonger) ? described : played;
 }
@@ -129,8 +138,9 @@ int Playback::SkipForwardBy() const {
 
 void Playback::Play(const QString& named) {
     if (named.isEmpty()) return;
-    // By an older address it would not go on from where it was left.
+    // Its position is stored by the present address; by an older one the file would start from its beginning.
     const QString address = FHost.Addresses().Present(named);
+    OnBegun();  // the user has chosen a file, so earlier skips do not count any more
     if (address == FCurrent.Address && !FHasEnded)
         Resume();
     else
@@ -138,7 +148,7 @@ void Playback::Play(const QString& named) {
 }
 
 void Playback::Start(const QString& address) {
-    FError.clear();
+    FTried = address;
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
     if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
@@ -146,13 +156,13 @@ void Playback::Start(const QString& address) {
 }
 
 void Playback::Resume() {
-    switch (TheState()) {
+    switch (CurrentState()) {
         case State::Paused:
             return FOutput->Play();
         case State::Failed:
             return Start(QString(FCurrent.Address));
         case State::Stopped:
-            // Nothing was chosen since the start: what was heard last goes on.
+            // The user has not chosen anything yet: go on with the file heard last.
             if (!FPositions.Begun().empty()) Start(QString(FPositions.Begun().front().Address));
             return;
         default:
@@ -206,20 +216,60 @@ bool Playback::HasNext() const {
     return !UpNext().isEmpty() || (FOrder && !FOrder->After(FCurrent.Address).isEmpty());
 }
 
-bool Playback::HasPrevious() const {
-    return !FCurrent.Address.isEmpty();
-}
-
 QString Playback::TakeNext() {
     QStringList waiting = UpNext();
-    if (waiting.isEmpty()) return FOrder ? FOrder->After(FCurrent.Address) : QString();
+    if (waiting.isEmpty()) return FOrder ? FOrder->After(FIsAdvancing ? FTried : FCurrent.Address) : QString();
     const QString next = waiting.takeFirst();
     SetUpNext(waiting);
+    FTaken += next;
     return next;
 }
 
+bool Playback::Advance() {
+    const QString next = TakeNext();
+    if (next.isEmpty()) return false;
+    FIsAdvancing = true;
+    Start(next);
+    return true;
+}
+
 void Playback::Next() {
-    if (const QString next = TakeNext(); !next.isEmpty()) Start(next);
+    Advance();
+}
+
+void Playback::OnBegun() {
+    FIsAdvancing = false;
+    FSkips = 0;
+    FTaken.clear();
+}
+
+/// If the file that failed was started by Next or automatically, starts the file after it. False when it does not.
+bool Playback::SkipAhead(const QString& reason) {
+    if (!FIsAdvancing || FSkips == kMostSkips) return false;
+    const QString failed = FTried, next = TakeNext();
+    if (next.isEmpty()) return false;
+    ++FSkips;
+    WithName(failed, [this, reason](const QString& name) { Q_EMIT Skipped(name, reason); });
+    Start(next);
+    return true;
+}
+
+/// Puts skipped files back into UpNext when nothing could be played, as without a network, so that they are not lost.
+void Playback::RestoreTaken() {
+    if (FIsAdvancing && !FTaken.isEmpty()) SetUpNext(FTaken + UpNext());
+    OnBegun();
+}
+
+void Playback::WithName(const QString& address, std::function<void(const QString& name)> tell) {
+    const auto nameOf = [](const NowPlaying& described) {
+        return described.Title.isEmpty() ? QUrl(described.Address).fileName() : described.Title;
+    };
+    if (address == FCurrent.Address && FDescribing == 0) return tell(nameOf(FCurrent));
+    NowPlaying file;
+    file.Address = address;
+    FNaming.push_back(WorkerPool::Run(std::make_unique<DescribeTask>(
+        file, FHost.FileInfos(), this,
+        [nameOf, tell = std::move(tell)](const NowPlaying& described) { tell(nameOf(described)); })));
 }
 
 void Playback::Previous() {
@@ -247,7 +297,7 @@ void Playback::SetUpNext(const QStringList& addresses) {
 
 void Playback::ForgetPosition(const QString& address) {
     FPositions.Forget(address);
-    if (address == FCurrent.Address) FHasEnded = true;  // until somebody jumps in it
+    if (address == FCurrent.Address) FHasEnded = true;  // until the next Seek
     SaveSoon();
     Q_EMIT PositionsChanged();
 }
@@ -256,9 +306,9 @@ void Playback::SaveSoon() {
     if (!FPositions.SaveInBackground()) QTimer::singleShot(kSaveAgain, this, &Playback::SaveSoon);
 }
 
-QString Playback::Save() {
-    Remember();
-    return FPositions.Save();
+void Playback::Save() {
+    StorePosition();
+    FPositions.Save();
 }
 
 void Playback::OnStarted() {
@@ -267,7 +317,6 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    FError.clear();
     if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
@@ -281,14 +330,15 @@ QStringList Playback::Schemes() const {
 
 void Playback::DescribeCurrent() {
     WorkerPool::Cancel(FDescribing, false);
-    FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(FCurrent, FHost.FileInfos(), this));
+    FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(
+        FCurrent, FHost.FileInfos(), this, [this](const NowPlaying& described) { OnDescribed(described); }));
 }
 
 void Playback::OnDescribed(const NowPlaying& described) {
-    if (described.Address != FCurrent.Address) return;  // something else plays by now
+    if (described.Address != FCurrent.Address) return;  // another file plays by now
     FDescribing = 0;
     FCurrent = described;
-    // An album without a speed of its own is not heard at the last one's.
+    // An album without a speed of its own is played at 1, not at the speed of the last album.
     FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
@@ -296,7 +346,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
 
 QStringList Playback::KeptAddresses() const {
     QStringList kept = UpNext();
-    for (const HeardFile& one : FPositions.Begun()) kept += one.Address;
+    for (const HeardFile& file : FPositions.Begun()) kept += file.Address;
     if (!FCurrent.Address.isEmpty()) kept += FCurrent.Address;
     return kept;
 }
@@ -307,7 +357,7 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     if (!FPositions.Move(moves) && !isCurrent) return;
     if (isCurrent) {
         FCurrent.Address = *current;
-        if (FDescribing != 0) DescribeCurrent();  // what is being found out is said of the older address
+        if (FDescribing != 0) DescribeCurrent();  // OnDescribed would drop a description of the old address
     }
     SaveSoon();
     Q_EMIT AddressesMoved(moves);
@@ -322,33 +372,29 @@ void Playback::OnEnded() {
     FHasEnded = true;
     Q_EMIT PositionsChanged();
     Q_EMIT Finished(address);
-    if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started something
-    const bool sleeps = FSleep.TheMode() == SleepTimer::Mode::AtEnd;
+    if (FCurrent.Address != address || !FHasEnded) return;  // a slot has started another file, or jumped back
+    const bool sleeps = FSleep.CurrentMode() == SleepTimer::Mode::AtEnd;
     if (sleeps) FSleep.Cancel();
-    const QString next = sleeps ? QString() : TakeNext();
-    if (next.isEmpty())
-        Stop();
-    else
-        Start(next);
+    if (sleeps || !Advance()) Stop();
     SaveSoon();
 }
 
 void Playback::OnState() {
-    const State state = TheState();
+    const State state = CurrentState();
     if (state == State::Playing)
         FSaver.start();
     else
         FSaver.stop();
     if (state == State::Paused || state == State::Failed || state == State::Stopped) {
-        Remember();
+        StorePosition();
         SaveSoon();
     }
     if (state == State::Stopped && !std::exchange(FCurrent, {}).Address.isEmpty()) Q_EMIT CurrentChanged();
     Q_EMIT StateChanged();
 }
 
-void Playback::Remember() {
-    if (FHasEnded || FCurrent.Address.isEmpty() || TheState() == State::Stopped) return;
+void Playback::StorePosition() {
+    if (FHasEnded || FCurrent.Address.isEmpty() || CurrentState() == State::Stopped) return;
     FPositions.Leave(FCurrent.Address, Position(), Duration());
     Q_EMIT PositionsChanged();
 }
@@ -365,9 +411,11 @@ void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, b
         Q_EMIT Warned(Describe(problem, {}));
         return;
     }
-    FError = Describe(problem, details);
+    const QString reason = Describe(problem, details);
     SaveSoon();
-    Q_EMIT Failed(QString(FError));
+    if (SkipAhead(reason)) return;
+    RestoreTaken();
+    WithName(FTried, [this, reason](const QString& name) { Q_EMIT Failed(name + u": " + reason); });
 }
 
 }  // namespace vexa::host

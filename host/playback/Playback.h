@@ -1,16 +1,17 @@
 #pragma once
-// What plays, and all that a listener does with it. It gives the host's player its output, and hears of what is started
-// through the player by others, plug-ins among them. Main thread; it goes before the host unloads its plug-ins.
+// Playback: the current file, and everything that a listener does with it. It gives the host's player its output and
+// follows what others, such as plug-ins, start through the player. Main thread; destroy it before the host unloads its
+// plug-ins.
 //
 //     Host host(options);
 //     Playback playback(host);
-//     playback.SetOrder(&playlistPane);        // what comes after what; may be left out
+//     playback.SetOrder(&order);               // which file follows which; optional
 //     Mpris mpris(playback);                   // the desktop's controls and the media keys
 //     PlaybackBar bar(playback, host);
 //     playback.Play(QStringLiteral("https://…"));
 //
-// Everything is called by the name or address that it was started by, never by what that resolved to; when that address
-// moves, by the one that it has then.
+// A file is always named by the name or address that it was started by, never by the source that this resolved to; when
+// the address moves, by its present address.
 
 #include "Chapters.h"
 #include "Host.h"
@@ -20,14 +21,15 @@
 
 #include <QObject>
 
+#include <functional>
 #include <vector>
 
 namespace vexa::host {
 
-/// The order in which things play by themselves, such as a playlist's. Main thread.
+/// The order in which files follow each other, such as a playlist's. Main thread.
 class PlayOrder {
 public:
-    /// Empty when nothing comes after it, or when it is none of this order's.
+    /// The file after, or before, `address`; empty when there is none, or `address` does not belong to this order.
     virtual QString After(const QString& address) = 0;
     virtual QString Before(const QString& address) = 0;
 
@@ -35,10 +37,11 @@ protected:
     ~PlayOrder() = default;
 };
 
-/// What plays. All empty while nothing does; but for the address, while it is not known yet.
+/// The current file. Everything is empty while nothing plays, and all but the address and the local file until the file
+/// has been described.
 struct NowPlaying {
     QString Address, Title, Artist, Album;
-    QString LocalFile;  // what is read, where that is a file of this machine
+    QString LocalFile;  // the file that is being played, if it is local
     double Duration = 0;
     std::vector<Chapter> Chapters;
 };
@@ -50,39 +53,37 @@ public:
 
     /// `sink` as MediaOutput takes it.
     explicit Playback(Host& host, const QString& sink = {});
-    /// Stops, and writes where that was.
+    /// Stops, and saves the position.
     ~Playback() override;
 
-    State TheState() const { return FOutput->TheState(); }
-    bool IsPlaying() const { return TheState() == State::Playing || TheState() == State::Loading; }
+    State CurrentState() const { return FOutput->CurrentState(); }
+    bool IsPlaying() const { return CurrentState() == State::Playing || CurrentState() == State::Loading; }
     const NowPlaying& Current() const noexcept { return FCurrent; }
     double Position() const { return FOutput->Position(); }
-    /// Seconds; 0 while it is not known.
+    /// Seconds; 0 while the duration is unknown.
     double Duration() const;
     double Speed() const { return FOutput->Speed(); }
     double Volume() const { return FOutput->Volume(); }
-    /// Seconds that the skips jump by: Player\SkipBack and Player\SkipForward of the settings, 15 and 30 without.
+    /// By how many seconds SkipBack and SkipForward jump: the settings Player\SkipBack and Player\SkipForward, by
+    /// default 15 and 30.
     int SkipBackBy() const;
     int SkipForwardBy() const;
-    /// Where each file was left, "continue listening" among it.
-    const Positions& Left() const noexcept { return FPositions; }
+    /// Where each file was left, which includes the files to continue listening to.
+    const Positions& SavedPositions() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
-    /// The schemes of the addresses that it plays: the plug-ins' file systems', and its own.
+    /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
     QStringList Schemes() const;
-    /// Why the last thing could not be played, in the user's language; empty when it could.
-    QString LastError() const { return FError; }
 
-    /// What was put before the order. Addresses may stand in it more than once.
+    /// The files to play before the order goes on. An address may occur more than once.
     const QStringList& UpNext() const { return FPositions.UpNext(); }
-    /// Null for none. It is taken away before it ends.
+    /// Sets the order, or null for none. Set null before destroying the order.
     void SetOrder(PlayOrder* order) noexcept { FOrder = order; }
     bool HasNext() const;
-    bool HasPrevious() const;
 
 public Q_SLOTS:
-    /// From where it was left. What plays already, or failed while it played, goes on.
+    /// Plays a file from where it was left. If it is the current file, resumes it.
     void Play(const QString& address);
-    /// Goes on with what was paused, or what failed.
+    /// Resumes the current file after a pause or a failure. While nothing plays, starts the file heard last.
     void Resume();
     void Pause();
     void PlayOrPause();
@@ -90,47 +91,52 @@ public Q_SLOTS:
     void Seek(double seconds);
     void SkipBack();
     void SkipForward();
-    /// From MediaOutput::kSlowest to kFastest, remembered for the album that plays.
+    /// `speed` is from MediaOutput::kSlowest to kFastest. It is remembered for the current album.
     void SetSpeed(double speed);
-    /// From 0 to 1, kept in the settings (Player\Volume).
+    /// `volume` is from 0 to 1. It is stored in the settings (Player\Volume).
     void SetVolume(double volume);
     void Next();
-    /// The beginning, when it is more than a moment past; else what comes before.
+    /// Plays the previous file of the order, if there is one and the current file is still in its first seconds; else
+    /// goes to the beginning of the current file.
     void Previous();
-    /// Puts them before all that is to come.
+    /// Inserts files at the front of UpNext.
     void PlayNext(const QStringList& addresses);
-    /// Puts them after what PlayNext and PlayLast have put there, before the order goes on.
+    /// Appends files to UpNext.
     void PlayLast(const QStringList& addresses);
     void SetUpNext(const QStringList& addresses);
-    /// The order is to call it when what it answers has changed.
+    /// The order calls this when its answers change.
     void OrderChanged() { Q_EMIT UpNextChanged(); }
-    /// The file begins anew the next time, such as one that was marked as listened.
+    /// The file will start from its beginning the next time, as after it was marked as listened.
     void ForgetPosition(const QString& address);
-    /// Writes positions now, such as when the session ends. Empty, or why it could not.
-    QString Save();
+    /// Writes the positions now, as at the end of the session. Throws std::runtime_error when that fails.
+    void Save();
 
 Q_SIGNALS:
     void StateChanged();
-    /// Another thing plays, or more is known of it.
+    /// Another file plays, or more is known about the current one.
     void CurrentChanged();
-    /// As it plays, several times a second.
+    /// Sent several times a second while a file plays.
     void PositionChanged(double seconds);
-    /// Somebody jumped there.
+    /// The user, or another program, has jumped to this position.
     void Seeked(double seconds);
     void DurationChanged(double seconds);
     void SpeedChanged(double speed);
     void VolumeChanged(double volume);
-    /// It stopped; Resume tries to go on. The text is the user's.
+    /// Playback has stopped; Resume tries to go on. The message is in the user's language, and names what failed.
     void Failed(const QString& message);
-    /// It plays on. The text is the user's.
+    /// A file that was to follow automatically could not be played, and the next one is tried. Both texts are in the
+    /// user's language.
+    void Skipped(const QString& name, const QString& reason);
+    /// There is a problem, but playback goes on. The message is in the user's language.
     void Warned(const QString& message);
     /// A file was heard to its end.
     void Finished(const QString& address);
-    /// Other things come next.
+    /// Other files come next.
     void UpNextChanged();
     /// Files were begun, left or finished.
     void PositionsChanged();
-    /// What plays, was begun or is to come is called by other addresses. What has changed by that is told afterwards.
+    /// Addresses of the current file, of begun files or of UpNext have moved. The signals for what has changed by that
+    /// follow.
     void AddressesMoved(const AddressMoves& moves);
 
 private:
@@ -142,13 +148,18 @@ private:
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
+    void OnBegun();
     void OnEnded();
+    bool Advance();
+    bool SkipAhead(const QString& reason);
+    void RestoreTaken();
+    void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
     void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
-    void Remember();
+    void StorePosition();
     void SaveSoon();
     void Start(const QString& address);
-    QString TakeNext();
+    [[nodiscard]] QString TakeNext();
     int Setting(const char* key, int otherwise) const;
     QString Describe(MediaOutput::Problem problem, const QString& details) const;
 
@@ -160,9 +171,13 @@ private:
     Ref<IVEXAMessageHook> FHook;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
-    QString FError;
-    bool FHasEnded = false;      // what plays: where it is left does not count
-    TaskHandle FDescribing = 0;  // 0 as soon as it is described
+    bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved
+    QString FTried;                   // the file that was started last
+    bool FIsAdvancing = false;        // FTried was started by Next or automatically, and nothing was heard of it yet
+    int FSkips = 0;                   // files skipped since something was heard
+    QStringList FTaken;               // taken from UpNext since something was heard
+    TaskHandle FDescribing = 0;       // 0 once the current file is described
+    std::vector<TaskHandle> FNaming;  // tasks that find names of skipped files; may contain ended ones
 };
 
 }  // namespace vexa::host

@@ -16,7 +16,7 @@ PlaylistOrder::~PlaylistOrder() {
     FPlaylists.RemoveListener(this);
 }
 
-QString PlaylistOrder::Beside(const QString& address, int step) const {
+QString PlaylistOrder::NeighbourOf(const QString& address, int step) const {
     const Ref<Playlist> playlist = FPlaylists.Active();
     if (!playlist) return {};
     const auto& entries = playlist->Entries();
@@ -30,14 +30,14 @@ QString PlaylistOrder::Beside(const QString& address, int step) const {
 }
 
 void PlaylistOrder::OnPlaylistChanged(Playlist& playlist) {
-    if (FPlaylists.Active().Get() == &playlist) TellIfChanged();
+    if (FPlaylists.Active().Get() == &playlist) NotifyIfChanged();
 }
 
-void PlaylistOrder::TellIfChanged() {
-    // Listeners are told of every selection, too: most of what they hear changes nothing here.
+void PlaylistOrder::NotifyIfChanged() {
+    // Listeners are told about every change of the selection, too; most changes do not affect the neighbours.
     const QString& current = FPlayback.Current().Address;
     Neighbours now{Before(current), current, After(current)};
-    if (std::exchange(FTold, now) != now) FPlayback.OrderChanged();
+    if (std::exchange(FLastNeighbours, now) != now) FPlayback.OrderChanged();
 }
 
 }  // namespace vexa::host

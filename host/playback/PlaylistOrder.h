@@ -1,13 +1,13 @@
 #pragma once
-// What comes after what: the entries of the playlist that shows. Main thread.
+// The order of the active playlist's entries, as the playback's order. Main thread.
 
 #include "Playback.h"
 #include "Playlists.h"
 
 namespace vexa::host {
 
-/// Is the playback's order from its construction to its end, and tells it when what plays gets another neighbour in the
-/// playlist. Playback and playlists outlive it.
+/// Is the playback's order from its construction to its destruction, and tells the playback when the current file gets
+/// other neighbours in the playlist. The playback and the playlists outlive it.
 class PlaylistOrder final : public PlayOrder, private PlaylistListener {
 public:
     PlaylistOrder(Playback& playback, PlaylistManager& playlists);
@@ -15,8 +15,8 @@ public:
     PlaylistOrder(const PlaylistOrder&) = delete;
     PlaylistOrder& operator=(const PlaylistOrder&) = delete;
 
-    QString After(const QString& address) override { return Beside(address, 1); }
-    QString Before(const QString& address) override { return Beside(address, -1); }
+    QString After(const QString& address) override { return NeighbourOf(address, 1); }
+    QString Before(const QString& address) override { return NeighbourOf(address, -1); }
 
 private:
     struct Neighbours {
@@ -24,14 +24,14 @@ private:
         bool operator==(const Neighbours&) const = default;
     };
 
-    void OnPlaylistsChanged() override { TellIfChanged(); }
+    void OnPlaylistsChanged() override { NotifyIfChanged(); }
     void OnPlaylistChanged(Playlist& playlist) override;
-    QString Beside(const QString& address, int step) const;
-    void TellIfChanged();
+    QString NeighbourOf(const QString& address, int step) const;
+    void NotifyIfChanged();
 
     Playback& FPlayback;
     PlaylistManager& FPlaylists;
-    Neighbours FTold;  // as they were when the playlists changed last
+    Neighbours FLastNeighbours;  // as of the last change of the playlists
 };
 
 }  // namespace vexa::host

@@ -16,8 +16,8 @@ const QString kAddress = QStringLiteral("address"), kBegun = QStringLiteral("beg
               kDuration = QStringLiteral("duration"), kPosition = QStringLiteral("position"),
               kSpeeds = QStringLiteral("speeds"), kUpNext = QStringLiteral("next"), kWhen = QStringLiteral("when");
 
-constexpr std::size_t kMost = 2000;                   // which keeps the file small enough to be written often
-constexpr double kEndShare = 0.01, kEndSeconds = 10;  // the rest that does not count, whichever is less
+constexpr std::size_t kMost = 2000;                   // few enough for the file to be written often
+constexpr double kEndShare = 0.01, kEndSeconds = 10;  // with no more than the smaller one left, a file counts as heard
 
 }  // namespace
 
@@ -26,7 +26,12 @@ public:
     SaveTask(std::shared_ptr<JsonFile> file, QByteArray json, std::shared_ptr<SaveState> state)
         : FFile(std::move(file)), FJson(std::move(json)), FState(std::move(state)) {}
     void Execute() override {
-        if (!FFile->Save(FJson).isEmpty()) FState->HasFailed = true;
+        try {
+            FFile->Save(FJson);
+        } catch (...) {
+            FState->HasFailed = true;
+            throw;
+        }
     }
     void Complete() override { FState->IsSaving = false; }
 
@@ -41,9 +46,9 @@ Positions::Positions(const QString& profileFolder)
                                        QStringLiteral("where files were left"))) {
     const QJsonObject json = FFile->Load(kBegun);
     for (const QJsonValue value : json[kBegun].toArray()) {
-        HeardFile one{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),
-                      static_cast<qint64>(value[kWhen].toDouble())};
-        if (!one.Address.isEmpty() && one.Position > 0 && FBegun.size() < kMost) FBegun.push_back(std::move(one));
+        HeardFile file{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),
+                       static_cast<qint64>(value[kWhen].toDouble())};
+        if (!file.Address.isEmpty() && file.Position > 0 && FBegun.size() < kMost) FBegun.push_back(std::move(file));
     }
     const QJsonObject speeds = json[kSpeeds].toObject();
     for (auto speed = speeds.begin(); speed != speeds.end(); ++speed)
@@ -58,7 +63,7 @@ Positions::~Positions() {
 
 const HeardFile* Positions::Find(const QString& address) const {
     const auto found =
-        std::find_if(FBegun.begin(), FBegun.end(), [&](const auto& one) { return one.Address == address; });
+        std::find_if(FBegun.begin(), FBegun.end(), [&](const auto& file) { return file.Address == address; });
     return found == FBegun.end() ? nullptr : &*found;
 }
 
@@ -66,26 +71,26 @@ void Positions::Leave(const QString& address, double position, double duration) 
     const double rest = std::min(kEndSeconds, kEndShare * duration);
     if (address.isEmpty()) return;
     if (position <= 0 || (duration > 0 && position >= duration - rest)) return Forget(address);
-    std::erase_if(FBegun, [&](const auto& one) { return one.Address == address; });
+    std::erase_if(FBegun, [&](const auto& file) { return file.Address == address; });
     FBegun.insert(FBegun.begin(), {address, position, duration, QDateTime::currentMSecsSinceEpoch()});
     if (FBegun.size() > kMost) FBegun.resize(kMost);
     FIsChanged = true;
 }
 
 void Positions::Forget(const QString& address) {
-    if (std::erase_if(FBegun, [&](const auto& one) { return one.Address == address; }) > 0) FIsChanged = true;
+    if (std::erase_if(FBegun, [&](const auto& file) { return file.Address == address; }) > 0) FIsChanged = true;
 }
 
 bool Positions::Move(const AddressMoves& moves) {
     const auto hasMoved = [&](const QString& address) { return moves.contains(address); };
     const bool areBegun =
-        std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardFile& one) { return hasMoved(one.Address); });
+        std::any_of(FBegun.begin(), FBegun.end(), [&](const HeardFile& file) { return hasMoved(file.Address); });
     if (!areBegun && std::none_of(FUpNext.begin(), FUpNext.end(), hasMoved)) return false;
     AddressMover begunMover(moves), nextMover(moves);
     std::vector<HeardFile> begun;
     QStringList next;
-    for (HeardFile& one : FBegun)
-        if (begunMover.Move(one.Address)) begun.push_back(std::move(one));
+    for (HeardFile& file : FBegun)
+        if (begunMover.Move(file.Address)) begun.push_back(std::move(file));
     for (QString& address : FUpNext)
         if (nextMover.Move(address)) next += address;
     FBegun = std::move(begun);
@@ -110,24 +115,23 @@ void Positions::SetUpNext(const QStringList& addresses) {
 
 QByteArray Positions::ToJson() const {
     QJsonArray begun;
-    for (const HeardFile& one : FBegun)
-        begun += QJsonObject{{kAddress, one.Address},
-                             {kPosition, one.Position},
-                             {kDuration, one.Duration},
-                             {kWhen, static_cast<double>(one.When)}};
+    for (const HeardFile& file : FBegun)
+        begun += QJsonObject{{kAddress, file.Address},
+                             {kPosition, file.Position},
+                             {kDuration, file.Duration},
+                             {kWhen, static_cast<double>(file.LeftAt)}};
     QJsonObject speeds;
     for (auto speed = FSpeeds.begin(); speed != FSpeeds.end(); ++speed) speeds.insert(speed.key(), speed.value());
     const QJsonObject json{{kBegun, begun}, {kSpeeds, speeds}, {kUpNext, QJsonArray::fromStringList(FUpNext)}};
     return QJsonDocument(json).toJson();
 }
 
-QString Positions::Save() {
+void Positions::Save() {
     WorkerPool::Cancel(std::exchange(FSaving, 0), true);
     if (FState->HasFailed.exchange(false)) FIsChanged = true;
-    if (!FIsChanged) return {};
-    const QString problem = FFile->Save(ToJson());
-    FIsChanged = !problem.isEmpty();
-    return problem;
+    if (!FIsChanged) return;
+    FFile->Save(ToJson());
+    FIsChanged = false;
 }
 
 bool Positions::SaveInBackground() {

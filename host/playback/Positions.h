@@ -1,9 +1,9 @@
 #pragma once
-// Positions.json of the profile: where every file was left, at what speed each album is heard, and what is to play
-// next. Main thread.
+// Positions.json in the profile: where each file was left, the speed for each album, and the files to play next. Main
+// thread.
 //
-// The list's order, not the clock, says what was heard last. The file is written whole and renamed, so that a crash
-// leaves the last one that was written.
+// The order of the list, not the clock, says which file was heard last. A new file is written and renamed over the old
+// one, so that after a crash the last complete one is there.
 
 #include "AddressMoves.h"
 #include "JsonFile.h"
@@ -20,45 +20,48 @@ namespace vexa::host {
 
 struct HeardFile {
     QString Address;
-    double Position = 0, Duration = 0;  // seconds; a duration of 0 is not known
-    qint64 When = 0;                    // milliseconds since 1970, by the clock at that time: for showing only
+    double Position = 0, Duration = 0;  // seconds; a duration of 0 is unknown
+    qint64 LeftAt = 0;  // when it was left, in ms since 1970 by the clock of that time; only for display
 };
 
 class Positions {
 public:
     /// Reads the file.
     explicit Positions(const QString& profileFolder);
-    /// Waits for what is being written.
+    /// Waits until the file is written.
     ~Positions();
     Positions(const Positions&) = delete;
     Positions& operator=(const Positions&) = delete;
 
-    /// Null for what begins anew. It holds until the next change.
+    /// Where a file was left; null when it starts from its beginning. The pointer is valid until the next change.
     const HeardFile* Find(const QString& address) const;
-    /// What was begun and not heard to its end, the last heard first.
+    /// The files that were begun and not heard to their end, the last heard first.
     const std::vector<HeardFile>& Begun() const noexcept { return FBegun; }
-    /// It was left there; at its beginning, and so near to its end that it counts as heard, it is forgotten.
+    /// Stores where a file was left. A file left at its beginning, or so near its end that it counts as heard, is
+    /// forgotten.
     void Leave(const QString& address, double position, double duration);
-    /// It was heard to its end, or is to begin anew.
+    /// Forgets a file that was heard to its end or is to start from its beginning.
     void Forget(const QString& address);
 
-    /// Of files that have become one it was left where it was heard last. False when none of them is kept.
+    /// Replaces moved addresses. Where several files have become one, the position of the file heard last is kept.
+    /// False when none of the addresses is stored here.
     bool Move(const AddressMoves& moves);
 
-    /// 1 for an album that has none of its own.
+    /// The speed of an album; 1 when none is stored.
     double Speed(const QString& album) const { return FSpeeds.value(album, 1); }
     void SetSpeed(const QString& album, double speed);
 
     const QStringList& UpNext() const noexcept { return FUpNext; }
     void SetUpNext(const QStringList& addresses);
 
-    /// Writes what was changed. Empty, or why it could not.
-    QString Save();
-    /// Writes it on another thread. False when that is still busy with the last time, so that it has to be asked again.
-    bool SaveInBackground();
+    /// Writes the changes. Throws std::runtime_error when that fails; the next call tries again.
+    void Save();
+    /// Writes the changes on a worker thread, which logs a failure. False when an earlier write is still going on: call
+    /// it again later.
+    [[nodiscard]] bool SaveInBackground();
 
 private:
-    /// What the thread that writes tells.
+    /// The state of the write on the worker thread.
     struct SaveState {
         std::atomic<bool> IsSaving{false}, HasFailed{false};
     };

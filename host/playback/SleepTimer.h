@@ -1,5 +1,6 @@
 #pragma once
-// Ends playing after a while, or at the end of what plays. It counts the time that passes, not the clock. Main thread.
+// The sleep timer: ends playback after a time, or at the end of the current file. It measures elapsed time, whatever
+// happens to the clock. Main thread.
 
 #include <QObject>
 #include <QTimer>
@@ -15,8 +16,8 @@ public:
 
     SleepTimer();
 
-    Mode TheMode() const noexcept { return FMode; }
-    /// 0 unless a time was set.
+    Mode CurrentMode() const noexcept { return FMode; }
+    /// The time left; 0 unless the mode is AfterTime.
     std::chrono::milliseconds Remaining() const;
 
     void SetTime(std::chrono::milliseconds time);
@@ -25,7 +26,7 @@ public:
 
 Q_SIGNALS:
     void Changed();
-    /// The time is over.
+    /// The time is up.
     void Expired();
 
 private:

@@ -23,8 +23,8 @@ constexpr PropertyRule kPlaylistRules[] = {
     {IVEXAPlaylist::Preimage, &IVEXAPlaylistPreimage::IID},
 };
 
-/// An entry as plug-ins see it: made when they ask, since a playlist may have hundreds of thousands. It says what the
-/// entry was then; selecting it selects the entry as long as it is where it was.
+/// An entry as plug-ins see it, made on demand, because a playlist may have hundreds of thousands. It is a copy of the
+/// entry at that time; selecting it selects the entry, as long as the same file is still at the same index.
 class Item final : public PropertyList<IVEXAPlaylistItem> {
 public:
     Item(const PlaylistEntry& entry, int index, Link<Playlist> owner)
@@ -32,7 +32,7 @@ public:
         Set(DisplayText, entry.Shown());
         Set(FileName, entry.File);
         Set(Selected, std::int32_t{entry.IsSelected});
-        FOwner = std::move(owner);  // from here on changes are the owner's, too
+        FOwner = std::move(owner);  // last: from here on a change of the item changes the playlist, too
     }
 
 protected:
@@ -76,7 +76,7 @@ Playlist::Playlist(const QString& name, PlaylistObserver* observer)
     Set(IVEXAPlaylist::Name, name);
 }
 
-void Playlist::Tell(PlaylistObserver::Change change) {
+void Playlist::Notify(PlaylistObserver::Change change) {
     if (FObserver) FObserver->OnChanged(*this, change);
 }
 
@@ -85,7 +85,7 @@ bool Playlist::Rename(const QString& name) {
     if (plain.isEmpty()) return false;
     if (plain == Name()) return true;
     Set(IVEXAPlaylist::Name, plain);
-    Tell(PlaylistObserver::Change::Name);
+    Notify(PlaylistObserver::Change::Name);
     return true;
 }
 
@@ -106,7 +106,7 @@ void Playlist::SetEntries(std::vector<PlaylistEntry> entries) {
                                 : std::find_if(FEntries.begin(), FEntries.end(),
                                                [&](const auto& entry) { return entry.File == focused; });
     FFocus = found != FEntries.end() ? static_cast<int>(found - FEntries.begin()) : -1;
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Add(const QStringList& files, int index) {
@@ -120,50 +120,50 @@ void Playlist::Add(const QStringList& files, int index) {
     if (FFocus >= place) FFocus += static_cast<int>(files.size());
     FEntries.insert(FEntries.begin() + place, std::make_move_iterator(added.begin()),
                     std::make_move_iterator(added.end()));
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Remove(const std::vector<int>& indexes) {
-    const QSet<int> gone(indexes.begin(), indexes.end());
-    std::vector<PlaylistEntry> left;
+    const QSet<int> removed(indexes.begin(), indexes.end());
+    std::vector<PlaylistEntry> remaining;
     int focus = -1;
     for (int i = 0; i < Count(); ++i) {
-        if (i == FFocus) focus = static_cast<int>(left.size());  // what moves into its place has it then
-        if (!gone.contains(i)) left.push_back(std::move(FEntries[static_cast<std::size_t>(i)]));
+        if (i == FFocus) focus = static_cast<int>(remaining.size());  // if it is removed, the next entry gets the focus
+        if (!removed.contains(i)) remaining.push_back(std::move(FEntries[static_cast<std::size_t>(i)]));
     }
-    FEntries = std::move(left);
+    FEntries = std::move(remaining);
     FFocus = std::min(focus, Count() - 1);
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::MoveFiles(const AddressMoves& moves) {
     if (std::none_of(FEntries.begin(), FEntries.end(), [&](const auto& entry) { return moves.contains(entry.File); }))
         return;
     AddressMover mover(moves);
-    std::vector<PlaylistEntry> left;
-    left.reserve(FEntries.size());
+    std::vector<PlaylistEntry> remaining;
+    remaining.reserve(FEntries.size());
     int focus = -1;
-    // Of the entries that go.
+    // Selection and focus of the entries that are removed.
     QSet<QString> selected;
     std::optional<QString> focused;
     for (int i = 0; i < Count(); ++i) {
         PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];
         if (mover.Move(entry.File)) {
-            if (i == FFocus) focus = static_cast<int>(left.size());
-            left.push_back(std::move(entry));
+            if (i == FFocus) focus = static_cast<int>(remaining.size());
+            remaining.push_back(std::move(entry));
             continue;
         }
         if (i == FFocus) focused = entry.File;
         if (entry.IsSelected) selected.insert(entry.File);
     }
-    FEntries = std::move(left);
+    FEntries = std::move(remaining);
     FFocus = focus;
     for (int i = 0; i < Count() && (focused || !selected.isEmpty()); ++i) {
         PlaylistEntry& entry = FEntries[static_cast<std::size_t>(i)];
         if (selected.contains(entry.File)) entry.IsSelected = true;
         if (focused == entry.File) FFocus = i;
     }
-    Tell(PlaylistObserver::Change::Entries);
+    Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::Describe(const QHash<QString, PlaylistDescription>& files) {
@@ -175,7 +175,7 @@ void Playlist::Describe(const QHash<QString, PlaylistDescription>& files) {
         entry.Group = found->Group;
         entry.IsDescribed = isChanged = true;
     }
-    if (isChanged) Tell(PlaylistObserver::Change::Entries);
+    if (isChanged) Notify(PlaylistObserver::Change::Entries);
 }
 
 std::vector<PlaylistSection> Playlist::Sections() const {
@@ -204,26 +204,26 @@ int Playlist::FocusedEntry() const noexcept {
 void Playlist::FocusEntry(int index) {
     FFocus = Has(index) ? index : -1;
     FIsHeadingFocused = false;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::FocusSectionOf(int entry) {
     FFocus = Has(entry) ? SectionOf(entry).First : -1;
     FIsHeadingFocused = Has(entry);
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::Select(const std::vector<int>& indexes) {
     for (PlaylistEntry& entry : FEntries) entry.IsSelected = false;
     for (const int index : indexes)
         if (Has(index)) FEntries[static_cast<std::size_t>(index)].IsSelected = true;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 void Playlist::SetSelected(int index, bool isSelected) {
     if (!Has(index) || std::exchange(FEntries[static_cast<std::size_t>(index)].IsSelected, isSelected) == isSelected)
         return;
-    Tell(PlaylistObserver::Change::Selection);
+    Notify(PlaylistObserver::Change::Selection);
 }
 
 HResult Playlist::GetValueAsInt32(std::int32_t id, std::int32_t* value) noexcept {
@@ -267,7 +267,7 @@ HResult Playlist::SetValueAsObject(std::int32_t id, IUnknown* value) noexcept {
             return text && Rename(ToQString(text.Get())) ? S_OK : E_INVALIDARG;
         }
         const HResult result = PropertyList::SetValueAsObject(id, value);
-        if (Succeeded(result) && id == IVEXAPlaylist::Preimage) Tell(PlaylistObserver::Change::Preimage);
+        if (Succeeded(result) && id == IVEXAPlaylist::Preimage) Notify(PlaylistObserver::Change::Preimage);
         return result;
     });
 }

@@ -1,5 +1,5 @@
 #pragma once
-// A playlist: its entries, which of them are selected, and what has the focus. Main thread.
+// A playlist: its entries, which of them are selected, and which one has the focus. Main thread.
 
 #include "AddressMoves.h"
 #include "PropertyList.h"
@@ -14,28 +14,28 @@ namespace vexa::host {
 
 struct PlaylistEntry {
     QString File;   // as it was added
-    QString Text;   // what is shown; empty while nothing is known but the name
-    QString Group;  // what it stands together by, such as an album's title
+    QString Text;   // the text shown; empty while only the file name is known
+    QString Group;  // the caption of the section that the entry belongs to, such as an album's title
     bool IsSelected = false;
     bool IsDescribed = false;  // Text and Group are known
 
     QString Shown() const { return Text.isEmpty() ? File : Text; }
 };
 
-/// What is known of an entry's file.
+/// What is known about an entry's file.
 struct PlaylistDescription {
     QString Text, Group;
 };
 
-/// Entries in a row that stand together.
+/// Consecutive entries of the same group, shown below a common heading.
 struct PlaylistSection {
-    QString Caption;  // empty for entries that stand with none
+    QString Caption;  // empty for entries without a group
     int First = 0, Count = 0;
 };
 
 class Playlist;
 
-/// Hears what happens to a playlist.
+/// Is told about changes of a playlist.
 class PlaylistObserver {
 public:
     enum class Change { Name, Entries, Selection, Preimage };
@@ -47,13 +47,13 @@ protected:
 
 class Playlist final : public PropertyList<IVEXAPropertyList2, IVEXAPlaylist> {
 public:
-    /// The observer, which may be null, is cut off before it ends.
+    /// `observer` may be null. Call DetachObserver before destroying it.
     Playlist(const QString& name, PlaylistObserver* observer);
     void Observe(PlaylistObserver* observer) noexcept { FObserver = observer; }
-    void CutOff() noexcept { FObserver = nullptr; }
+    void DetachObserver() noexcept { FObserver = nullptr; }
 
     QString Name() const { return Text(IVEXAPlaylist::Name); }
-    /// False, with all as it was, for an empty name.
+    /// False, with nothing changed, for an empty name.
     bool Rename(const QString& name);
     /// Null for a playlist of files.
     Ref<IVEXAPlaylistPreimage> Preimage() const;
@@ -61,25 +61,26 @@ public:
 
     const std::vector<PlaylistEntry>& Entries() const noexcept { return FEntries; }
     int Count() const noexcept { return static_cast<int>(FEntries.size()); }
-    /// In place of all there were; what was selected, or had the focus, stays so, by its file.
+    /// Replaces all entries. Files that were selected, or had the focus, are selected, or have it, afterwards.
     void SetEntries(std::vector<PlaylistEntry> entries);
-    /// Before `index`, or at the end.
+    /// Inserts files before the entry `index`, or at the end when there is no such entry.
     void Add(const QStringList& files, int index = -1);
-    /// Indexes in any order; those that are none are left out.
+    /// Removes entries by index, in any order; invalid indexes are ignored.
     void Remove(const std::vector<int>& indexes);
-    /// Files are called by other names now. Of entries that were of different files and are of one now the first stays.
+    /// Replaces files by their new names. Where entries of different files become entries of the same file, only those
+    /// of the file that came first stay.
     void MoveFiles(const AddressMoves& moves);
-    /// What became known of files, by their names.
+    /// Sets text and group of the entries that have none yet, by file.
     void Describe(const QHash<QString, PlaylistDescription>& files);
 
     std::vector<PlaylistSection> Sections() const;
 
-    /// −1: none, and always when a heading has it.
+    /// −1 when no entry has the focus, as when a heading has it.
     int FocusedEntry() const noexcept;
     void FocusEntry(int index);
-    /// The heading above an entry gets the focus.
+    /// Gives the focus to the heading of the section that the entry belongs to.
     void FocusSectionOf(int entry);
-    /// These and no others; indexes that are none are left out.
+    /// Selects exactly these entries; invalid indexes are ignored.
     void Select(const std::vector<int>& indexes);
     void SetSelected(int index, bool isSelected);
 
@@ -88,7 +89,7 @@ public:
     HResult SetValueAsInt32(std::int32_t id, std::int32_t value) noexcept override;
     HResult SetValueAsObject(std::int32_t id, IUnknown* value) noexcept override;
 
-    /// E_INVALIDARG for what is no FileSelection.
+    /// E_INVALIDARG when `flags` is not a FileSelection.
     HResult GetFiles(std::uint32_t flags, IVEXAObjectList** files) noexcept override;
     /// E_FAIL for a smart playlist, whose files follow from its preimage.
     HResult AddFiles(IVEXAObjectList* files, std::int32_t index) noexcept override;
@@ -97,12 +98,12 @@ private:
     bool Has(int index) const noexcept { return index >= 0 && index < Count(); }
     PlaylistSection SectionOf(int entry) const;
     QStringList Files(std::uint32_t flags) const;
-    void Tell(PlaylistObserver::Change change);
+    void Notify(PlaylistObserver::Change change);
 
     PlaylistObserver* FObserver;
     std::vector<PlaylistEntry> FEntries;
     int FFocus = -1;
-    bool FIsHeadingFocused = false;  // the heading above the entry has it
+    bool FIsHeadingFocused = false;  // the heading of FFocus's section has the focus, not the entry
     LinkSource<Playlist> FLinks{this};
 };
 

@@ -24,10 +24,10 @@ QJsonObject ToJson(const SavedPlaylist& playlist) {
     }
     QJsonArray entries;
     for (const PlaylistEntry& entry : playlist.Entries) {
-        QJsonObject one{{kFile, entry.File}};
-        if (entry.IsDescribed) one.insert(kText, entry.Text);
-        if (!entry.Group.isEmpty()) one.insert(kGroup, entry.Group);
-        entries += one;
+        QJsonObject item{{kFile, entry.File}};
+        if (entry.IsDescribed) item.insert(kText, entry.Text);
+        if (!entry.Group.isEmpty()) item.insert(kGroup, entry.Group);
+        entries += item;
     }
     json.insert(kEntries, entries);
     return json;
@@ -63,10 +63,10 @@ std::vector<SavedPlaylist> PlaylistFile::Load() {
     return playlists;
 }
 
-QString PlaylistFile::Save(const std::vector<SavedPlaylist>& playlists) {
+void PlaylistFile::Save(const std::vector<SavedPlaylist>& playlists) {
     QJsonArray list;
     for (const SavedPlaylist& playlist : playlists) list += ToJson(playlist);
-    return FFile.Save(QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson());
+    FFile.Save(QJsonDocument(QJsonObject{{kPlaylists, list}}).toJson());
 }
 
 }  // namespace vexa::host

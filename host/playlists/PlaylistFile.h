@@ -1,5 +1,5 @@
 #pragma once
-// Playlists.json of the profile: the playlists between starts. Main thread.
+// Playlists.json in the profile, which keeps the playlists between runs. Main thread.
 
 #include "JsonFile.h"
 #include "Playlist.h"
@@ -12,7 +12,7 @@ namespace vexa::host {
 
 struct SavedPlaylist {
     QString Name;
-    std::optional<PreimageDescription> Preimage;  // a smart one's, whose entries are not kept
+    std::optional<PreimageDescription> Preimage;  // of a smart playlist, whose entries are not saved
     std::vector<PlaylistEntry> Entries;
     int Focus = -1;
     bool IsActive = false;
@@ -22,10 +22,10 @@ class PlaylistFile {
 public:
     explicit PlaylistFile(const QString& profileFolder);
 
-    /// None when there is no file, or a damaged one, which is moved aside as JsonFile says.
+    /// Empty when there is no file, or a damaged one, which JsonFile renames.
     std::vector<SavedPlaylist> Load();
-    /// Writes it whole and renames it. Empty, or why it could not.
-    QString Save(const std::vector<SavedPlaylist>& playlists);
+    /// Writes the file as JsonFile does. Throws std::runtime_error when that fails.
+    void Save(const std::vector<SavedPlaylist>& playlists);
 
 private:
     JsonFile FFile;

@@ -19,7 +19,8 @@ QStringList GroupFields(const LibraryStorage& storage) {
     return names;
 }
 
-/// The files first, then the titles where rows have them, else the files again, then what entries stand together by.
+/// The query for a filter's rows. Its columns are the file, the title (the file again where rows have no title), and
+/// the fields that entries are grouped by.
 RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
     const LibraryField* file = storage.FileField();
     if (!file) throw LibraryError(QStringLiteral("the storage's rows name no files"));
@@ -29,7 +30,7 @@ RowQuery QueryFor(const LibraryStorage& storage, const QJsonObject& filter) {
     query.Fields = QStringList{file->Name, title ? title->Name : file->Name} + groups;
     query.Within = filter;
     query.Search = filter[QLatin1String("search")].toString();
-    if (!query.Search.isEmpty()) query.Fields += storage.FieldNames(kSchemaSearch);  // which are what is searched
+    if (!query.Search.isEmpty()) query.Fields += storage.FieldNames(kSchemaSearch);  // a search looks at the columns
     query.Limit = filter[QLatin1String("limit")].toInt();
     query.Offset = filter[QLatin1String("offset")].toInt();
     for (const QJsonValue order : filter[QLatin1String("sort")].toArray())
@@ -51,7 +52,7 @@ QString TextOf(const QJsonValue& value) {
     return value.toString();
 }
 
-/// The values that rows must have. What rows must not have, and what lies below an inner group, makes no name.
+/// The values that the filter requires rows to have. Excluded values and conditions inside nested groups are ignored.
 QStringList ValuesOf(const QJsonObject& filter, const LibraryStorage& storage) {
     QStringList values;
     if (filter[QLatin1String("operation")].toInt() > IVEXAMLGroupFilter::And) return values;
@@ -67,15 +68,16 @@ QStringList ValuesOf(const QJsonObject& filter, const LibraryStorage& storage) {
     return values;
 }
 
-/// What is selected or in focus, and not among the entries that are to come.
-QStringList LostFiles(const Playlist& playlist, const std::vector<PlaylistEntry>& entries) {
-    QSet<QString> lost;
+/// The files of selected or focused entries that are missing among the new `entries`.
+QStringList MissingFiles(const Playlist& playlist, const std::vector<PlaylistEntry>& entries) {
+    QSet<QString> missing;
     for (const PlaylistEntry& entry : playlist.Entries())
-        if (entry.IsSelected) lost.insert(entry.File);
+        if (entry.IsSelected) missing.insert(entry.File);
     if (const int focused = playlist.FocusedEntry(); focused >= 0)
-        lost.insert(playlist.Entries()[static_cast<std::size_t>(focused)].File);
-    for (auto entry = entries.begin(); !lost.isEmpty() && entry != entries.end(); ++entry) lost.remove(entry->File);
-    return lost.values();
+        missing.insert(playlist.Entries()[static_cast<std::size_t>(focused)].File);
+    for (auto entry = entries.begin(); !missing.isEmpty() && entry != entries.end(); ++entry)
+        missing.remove(entry->File);
+    return missing.values();
 }
 
 }  // namespace
@@ -133,7 +135,7 @@ void PlaylistFollower::Read(Followed& followed) {
         Source& source = Open(followed.StorageID);
         const RowQuery query = QueryFor(source.Storage, host::Describe(*preimage).Filter);
         source.Reader.Read(
-            query, [this, list = followed.List.Get()](const RowPage& page) { Take(*list, page); },
+            query, [this, list = followed.List.Get()](const RowPage& page) { OnRead(*list, page); },
             RowReader::Urgency::Ahead);
         followed.IsReading = true;
     } catch (const LibraryError& error) {
@@ -142,9 +144,9 @@ void PlaylistFollower::Read(Followed& followed) {
     }
 }
 
-void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
+void PlaylistFollower::OnRead(const Playlist& playlist, const RowPage& page) {
     const auto found = Find(playlist);
-    if (found == FFollowed.end()) return;  // it is gone; nothing is done with the address
+    if (found == FFollowed.end()) return;  // no longer followed; `playlist` may be gone and is only compared by address
     const Ref<Playlist> list = found->List;
     const LibraryStorage& storage = Open(found->StorageID).Storage;
     if (!page.Error.isEmpty()) {
@@ -161,7 +163,7 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
         PlaylistEntry entry;
         entry.File = row[0].Text;
         entry.Text = row[1].Text;
-        entry.IsDescribed = hasTitles;  // else the file's own information describes it
+        entry.IsDescribed = hasTitles;  // without a title the entry is described from the file's own information
         QStringList group;
         for (std::size_t i = 0; i < groups; ++i) {
             const RowValue& value = row[2 + i];
@@ -170,10 +172,10 @@ void PlaylistFollower::Take(const Playlist& playlist, const RowPage& page) {
         entry.Group = group.join(QStringLiteral(" – "));
         entries.push_back(std::move(entry));
     }
-    const QStringList lost = LostFiles(*list, entries);
-    if (lost.isEmpty()) return Replace(list, std::move(entries));
-    // They may be among them under other names, which the playlist then has been told of.
-    FAddresses->Ask(lost, [link = Link<PlaylistFollower>(FLinks), list, entries](const AddressMoves&) {
+    const QStringList missing = MissingFiles(*list, entries);
+    if (missing.isEmpty()) return Replace(list, std::move(entries));
+    // The missing files may be among the new entries under other names; Ask tells the playlist about those first.
+    FAddresses->Ask(missing, [link = Link<PlaylistFollower>(FLinks), list, entries](const AddressMoves&) {
         if (PlaylistFollower* alive = link.Get()) alive->Replace(list, entries);
     });
 }
@@ -221,7 +223,7 @@ void PlaylistFollower::OnStorageAdded(const QString& storageID) {
 
 void PlaylistFollower::OnStorageEnding(const QString& storageID) {
     FEnding.insert(storageID);
-    FSources.erase(storageID);  // waits for what the storage is being asked now
+    FSources.erase(storageID);  // waits for the call of the storage that is under way
     for (Followed& followed : FFollowed)
         if (followed.StorageID == storageID) followed.IsAwaited = followed.IsReading = followed.IsStale = false;
 }

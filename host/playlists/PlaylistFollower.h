@@ -1,6 +1,6 @@
 #pragma once
-// Keeps smart playlists as their filters say: reads their files from their storages, on a thread of its own, and again
-// when a storage's data changed. Main thread.
+// Keeps smart playlists up to date with their filters: reads their files from their storages, on threads of its own,
+// and reads them again when a storage's data changed. Main thread.
 
 #include "Playlist.h"
 #include "Preimages.h"
@@ -20,14 +20,14 @@ public:
     PlaylistFollower(Ref<MusicLibraryService> library, std::shared_ptr<PresentAddresses> addresses);
     ~PlaylistFollower();
 
-    /// Reads a smart playlist, and from now on again whenever it must be. While its storage is missing it stays as it
-    /// is.
+    /// Reads a smart playlist now, and again whenever its storage changes. While the storage is missing the playlist
+    /// stays as it is.
     void Follow(const Ref<Playlist>& playlist);
     void Leave(const Playlist& playlist);
     /// Whether the playlist's entries are about to be replaced.
     bool IsReading(const Playlist& playlist) const;
 
-    /// A name for what a filter gives, from its values as a person is shown them; empty when there is none to be had.
+    /// A name for a smart playlist, made of its filter's values as users see them; empty when the filter yields none.
     QString NameFor(const PreimageDescription& preimage) const;
 
 private:
@@ -39,9 +39,9 @@ private:
     struct Followed {
         Ref<Playlist> List;
         QString StorageID;
-        bool IsAwaited = false;  // its storage has come, but is not ready yet
+        bool IsAwaited = false;  // the storage was registered, but may not be asked yet
         bool IsReading = false;
-        bool IsStale = false;  // to be read again when what is being read has come
+        bool IsStale = false;  // changed while being read: read again afterwards
     };
 
     void OnDataChanged(const QString& storageID) override;
@@ -52,7 +52,7 @@ private:
     std::vector<Followed>::iterator Find(const Playlist& playlist);
     Source& Open(const QString& storageID);
     void Read(Followed& followed);
-    void Take(const Playlist& playlist, const RowPage& page);
+    void OnRead(const Playlist& playlist, const RowPage& page);
     void EndReading(Followed& followed);
     void Replace(const Ref<Playlist>& list, std::vector<PlaylistEntry> entries);
 
@@ -60,7 +60,7 @@ private:
     const std::shared_ptr<PresentAddresses> FAddresses;
     std::vector<Followed> FFollowed;
     std::map<QString, std::unique_ptr<Source>> FSources;
-    QSet<QString> FEnding;  // storages that are not to be asked any more
+    QSet<QString> FEnding;  // storages that must not be asked any more
     LinkSource<PlaylistFollower> FLinks{this};
 };
 

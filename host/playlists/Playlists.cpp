@@ -9,58 +9,12 @@ namespace vexa::host {
 
 namespace {
 
-// Several changes in a row are written once.
+// Long enough that a series of changes is written once.
 constexpr std::chrono::seconds kSaveDelay{2};
-// What is known so far shows while more is looked at.
+// Files per step: what is known so far is shown while more are described.
 constexpr qsizetype kDescribedAtOnce = 100;
 
 }  // namespace
-
-/// Looks at files on a worker thread, since plug-ins and disks may take their time.
-class PlaylistManager::DescribeTask final : public Task {
-public:
-    using Found = QHash<QString, PlaylistDescription>;
-
-    DescribeTask(QStringList files, Ref<FileInfoService> infos, Link<PlaylistManager> owner, int number)
-        : FFiles(std::move(files)), FInfos(std::move(infos)), FOwner(std::move(owner)), FNumber(number) {}
-
-    void Execute() override {
-        Found found;
-        QStringList unknown;
-        for (const QString& file : FFiles) {
-            if (IsCancelled()) break;
-            const Ref<FileInfo> info(new FileInfo);
-            if (Succeeded(FInfos->GetFileInfo(MakeString(file).Get(), 0, info.Get())))
-                found.insert(file, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
-            else
-                unknown += file;
-            if (found.size() >= kDescribedAtOnce) Hand(std::exchange(found, {}), {}, false);
-        }
-        Hand(std::move(found), std::move(unknown), true);
-    }
-
-private:
-    void Hand(Found found, QStringList unknown, bool isLast) {
-        RunInMainThread(
-            [owner = FOwner, found = std::move(found), unknown = std::move(unknown), isLast, number = FNumber] {
-                PlaylistManager* alive = owner.Get();
-                if (!alive || alive->FDescribeNumber != number) return;  // stopped meanwhile
-                if (!found.isEmpty())
-                    for (const auto playlists = alive->FPlaylists; const Ref<Playlist>& playlist : playlists)
-                        playlist->Describe(found);
-                for (const QString& file : unknown) alive->FUnknown.insert(file);
-                if (!isLast) return;
-                alive->FIsDescribing = false;
-                if (alive->FIsToDescribe) alive->DescribeNow();
-            },
-            false);
-    }
-
-    const QStringList FFiles;
-    const Ref<FileInfoService> FInfos;
-    const Link<PlaylistManager> FOwner;
-    const int FNumber;
-};
 
 PlaylistManager::PlaylistManager(const QString& profileFolder, Ref<MusicLibraryService> library,
                                  Ref<FileInfoService> infos, Ref<LanguageService> language,
@@ -83,7 +37,7 @@ PlaylistManager::~PlaylistManager() {
     FLibrary->RemoveListener(this);
     FLinks.Invalidate();
     StopDescribing();
-    for (const Ref<Playlist>& playlist : FPlaylists) playlist->CutOff();
+    for (const Ref<Playlist>& playlist : FPlaylists) playlist->DetachObserver();
 }
 
 void PlaylistManager::Load() {
@@ -101,9 +55,9 @@ void PlaylistManager::Load() {
     }
 }
 
-QString PlaylistManager::Save() {
+void PlaylistManager::Save() {
     FSaver.SetEnabled(false);
-    if (!FIsChanged) return {};
+    if (!FIsChanged) return;
     std::vector<SavedPlaylist> list;
     for (const Ref<Playlist>& playlist : FPlaylists) {
         SavedPlaylist& saved = list.emplace_back();
@@ -115,9 +69,8 @@ QString PlaylistManager::Save() {
         else
             saved.Entries = playlist->Entries();
     }
-    const QString problem = FFile.Save(list);
-    FIsChanged = !problem.isEmpty();
-    return problem;
+    FFile.Save(list);
+    FIsChanged = false;
 }
 
 void PlaylistManager::MarkChanged() {
@@ -126,7 +79,7 @@ void PlaylistManager::MarkChanged() {
 }
 
 template <class Call>
-void PlaylistManager::Tell(Call call) {
+void PlaylistManager::Notify(Call call) {
     for (const auto listeners = FListeners; PlaylistListener * listener : listeners)
         if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) call(*listener);
 }
@@ -141,10 +94,10 @@ void PlaylistManager::Activate(Playlist* playlist) {
     if (FActive.Get() == playlist) return;
     FActive = Ref<Playlist>(playlist);
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
-QString PlaylistManager::FreeName(const QString& wanted) const {
+QString PlaylistManager::UniqueName(const QString& wanted) const {
     QString name = wanted;
     for (int number = 2; Find(name); ++number) name = wanted + u" (" + QString::number(number) + u')';
     return name;
@@ -166,7 +119,7 @@ Ref<Playlist> PlaylistManager::Create(const QString& name, bool activate) {
     FPlaylists.push_back(playlist);
     if (activate || !FActive) FActive = playlist;
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
     return playlist;
 }
 
@@ -175,20 +128,20 @@ void PlaylistManager::Remove(Playlist& playlist) {
     if (found == FPlaylists.end()) return;
     const Ref<Playlist> removed = *found;
     const auto next = FPlaylists.erase(found);
-    removed->CutOff();
+    removed->DetachObserver();
     FFollower.Leave(*removed);
     std::erase(FUnnamed, removed.Get());
     if (FActive == removed)
         FActive = FPlaylists.empty() ? nullptr : next != FPlaylists.end() ? *next : FPlaylists.back();
     MarkChanged();
-    Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+    Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 void PlaylistManager::NameAfterFilter(Playlist& playlist) {
     if (std::erase(FUnnamed, &playlist) == 0) return;
     const auto preimage = playlist.Preimage();
     const QString name = preimage ? FFollower.NameFor(host::Describe(*preimage)) : QString();
-    if (!name.isEmpty()) playlist.Rename(FreeName(name));
+    if (!name.isEmpty()) playlist.Rename(UniqueName(name));
 }
 
 void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
@@ -201,17 +154,17 @@ void PlaylistManager::OnChanged(Playlist& playlist, Change change) {
     }
     if (change == Change::Name) std::erase(FUnnamed, &playlist);
     if (change == Change::Entries && !playlist.IsSmart()) DescribeLater();
-    // What a smart playlist reads, and what is selected, is not kept.
+    // The entries of a smart playlist and the selection are not saved.
     if (change != Change::Selection && !(change == Change::Entries && playlist.IsSmart())) MarkChanged();
     if (change == Change::Entries || change == Change::Selection)
-        Tell([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
+        Notify([&](PlaylistListener& listener) { listener.OnPlaylistChanged(playlist); });
     else
-        Tell([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
+        Notify([](PlaylistListener& listener) { listener.OnPlaylistsChanged(); });
 }
 
 bool PlaylistManager::IsBusy(const Playlist& playlist) const {
     return FFollower.IsReading(playlist) || FAddresses->IsBusy() ||
-           ((FIsDescribing || FIsToDescribe) && !playlist.IsSmart());
+           ((FDescriber.IsBusy() || FIsToDescribe) && !playlist.IsSmart());
 }
 
 QStringList PlaylistManager::KeptAddresses() const {
@@ -226,7 +179,7 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {
-    FUnknown.clear();  // its plug-in may know more
+    FUnknown.clear();  // the storage's plug-in may know these files
     DescribeLater();
 }
 
@@ -234,7 +187,7 @@ void PlaylistManager::DescribeLater() {
     if (std::exchange(FIsToDescribe, true)) return;
     RunInMainThread(
         [link = Link<PlaylistManager>(FLinks)] {
-            if (PlaylistManager* alive = link.Get(); alive && alive->FIsToDescribe && !alive->FIsDescribing)
+            if (PlaylistManager* alive = link.Get(); alive && alive->FIsToDescribe && !alive->FDescriber.IsBusy())
                 alive->DescribeNow();
         },
         false);
@@ -242,24 +195,37 @@ void PlaylistManager::DescribeLater() {
 
 void PlaylistManager::DescribeNow() {
     FIsToDescribe = false;
-    QStringList files;
-    QSet<QString> known = FUnknown;
+    QSet<QString> files;
     for (const Ref<Playlist>& playlist : FPlaylists)
         for (const PlaylistEntry& entry : playlist->Entries())
-            if (!entry.IsDescribed && !known.contains(entry.File)) {
-                known.insert(entry.File);
-                files += entry.File;
-            }
+            if (files.size() < kDescribedAtOnce && !entry.IsDescribed && !FUnknown.contains(entry.File))
+                files.insert(entry.File);
     if (files.isEmpty()) return;
-    FIsDescribing = true;
-    FDescribing = WorkerPool::Run(
-        std::make_unique<DescribeTask>(std::move(files), FInfos, Link<PlaylistManager>(FLinks), ++FDescribeNumber));
+    // Plug-ins and disks may take their time.
+    FDescriber.Run([this, files, infos = FInfos](const CancelCheck& isStopped) {
+        QHash<QString, PlaylistDescription> found;
+        QSet<QString> unknown;
+        for (const QString& file : files) {
+            if (isStopped()) break;
+            const Ref<FileInfo> info(new FileInfo);
+            if (Succeeded(infos->GetFileInfo(MakeString(file).Get(), 0, info.Get())))
+                found.insert(file, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
+            else
+                unknown.insert(file);
+        }
+        return [this, found, unknown] {
+            FUnknown.unite(unknown);
+            if (!found.isEmpty())
+                for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists)
+                    playlist->Describe(found);
+            DescribeNow();
+        };
+    });
 }
 
 void PlaylistManager::StopDescribing() {
-    WorkerPool::Cancel(std::exchange(FDescribing, 0), true);
-    ++FDescribeNumber;
-    FIsToDescribe = FIsDescribing = false;
+    FDescriber.Stop();
+    FIsToDescribe = false;
 }
 
 HResult PlaylistManager::GetActivePlaylist(IVEXAPlaylist** playlist) noexcept {

@@ -1,15 +1,17 @@
 #pragma once
-// Service: the playlists, those of files and those that follow a filter of the music library. Main thread.
+// Service: the playlists, both lists of files and smart playlists that follow a filter of the music library. Main
+// thread.
 //
 //     host.Playlists().AddListener(&window);
 //     for (const auto& playlist : host.Playlists().All()) …
-//     host.Playlists().Activate(playlist.Get());          // the one that shows, which plug-ins act on
+//     host.Playlists().Activate(playlist.Get());          // the window shows the active one, and plug-ins act on it
 //
-// They live in the profile's Playlists.json, read at the start, written soon after a change and when the plug-ins are
-// unloaded.
+// The playlists are stored in the profile's Playlists.json, which is read at the start and written soon after a change
+// and when the plug-ins are unloaded.
 
 #include "FileInfoService.h"
 #include "Language.h"
+#include "LatestTask.h"
 #include "Playlist.h"
 #include "PlaylistFile.h"
 #include "PlaylistFollower.h"
@@ -20,12 +22,12 @@
 
 namespace vexa::host {
 
-/// Hears what happens to the playlists.
+/// Is told about changes of the playlists.
 class PlaylistListener {
 public:
-    /// There are others, in another order or under other names, or another one is active.
+    /// The playlists themselves, their order or a name changed, or another one became active.
     virtual void OnPlaylistsChanged() = 0;
-    /// A playlist's entries, or what is selected of them.
+    /// A playlist's entries or selection changed.
     virtual void OnPlaylistChanged(Playlist& playlist) = 0;
 
 protected:
@@ -42,26 +44,28 @@ public:
     ~PlaylistManager() override;
 
     const std::vector<Ref<Playlist>>& All() const noexcept { return FPlaylists; }
-    /// The first of that name; null when there is none.
+    /// The first playlist of that name; null when there is none.
     Ref<Playlist> Find(const QString& name) const;
-    /// Null when there is none.
+    /// Null when no playlist is active.
     Ref<Playlist> Active() const { return FActive; }
     void Activate(Playlist* playlist);
 
-    /// At the end; an empty name: one is found, for a smart playlist from its filter, as soon as it has one.
+    /// Creates a playlist at the end. With an empty name one is made up; a smart playlist is renamed after its filter
+    /// as soon as it has one.
     Ref<Playlist> Create(const QString& name, bool activate);
-    /// When it was the active one, that in its place becomes active.
+    /// Removes a playlist. If it was the active one, the playlist that takes its place in the list becomes active.
     void Remove(Playlist& playlist);
 
-    /// Whether a smart playlist's entries are about to be replaced, or files of another one are being looked at, or may
-    /// be about to get other names.
+    /// Whether a smart playlist is being read again, files of an ordinary playlist are being described, or files may be
+    /// about to be renamed.
     bool IsBusy(const Playlist& playlist) const;
-    /// Looks at no more files until a storage comes, and waits for the one that is being looked at.
+    /// Describes no more files until a storage is registered or entries change, and waits for the file that is being
+    /// described.
     void StopDescribing();
-    /// Writes what was changed. Empty, or why it could not.
-    QString Save();
+    /// Writes the changes. Throws std::runtime_error when that fails; the next call tries again.
+    void Save();
 
-    /// A listener may add and remove listeners while it is called. It is removed before it ends.
+    /// A listener may add and remove listeners while it is called. Remove it before destroying it.
     void AddListener(PlaylistListener* listener) { FListeners.push_back(listener); }
     void RemoveListener(PlaylistListener* listener) { std::erase(FListeners, listener); }
 
@@ -70,8 +74,6 @@ public:
     HResult CreatePlaylist(IVEXAString* name, Bool32 activate, IVEXAPlaylist** playlist) noexcept override;
 
 private:
-    class DescribeTask;
-
     void OnChanged(Playlist& playlist, Change change) override;
     void OnDataChanged(const QString&) override {}
     void OnTasksChanged(const QString&) override {}
@@ -80,14 +82,14 @@ private:
     void OnAddressesMoved(const AddressMoves& moves) override;
 
     void Load();
-    QString FreeName(const QString& wanted) const;
+    QString UniqueName(const QString& wanted) const;
     QString NextName() const;
     void NameAfterFilter(Playlist& playlist);
     void DescribeLater();
     void DescribeNow();
     void MarkChanged();
     template <class Call>
-    void Tell(Call call);
+    void Notify(Call call);
 
     const Ref<MusicLibraryService> FLibrary;
     const Ref<FileInfoService> FInfos;
@@ -97,13 +99,12 @@ private:
     PlaylistFollower FFollower;
     std::vector<Ref<Playlist>> FPlaylists;
     Ref<Playlist> FActive;
-    std::vector<const Playlist*> FUnnamed;  // created without a name, and without a filter so far
+    std::vector<const Playlist*> FUnnamed;  // created without a name, and not renamed since
     std::vector<PlaylistListener*> FListeners;
     bool FIsChanged = false;
-    bool FIsToDescribe = false, FIsDescribing = false;
-    TaskHandle FDescribing = 0;
-    int FDescribeNumber = 0;  // of the task whose findings count
-    QSet<QString> FUnknown;   // files of which nothing is known
+    bool FIsToDescribe = false;
+    QSet<QString> FUnknown;  // files that no provider knows anything about
+    LatestTask FDescriber;
     Timer FSaver;
     LinkSource<PlaylistManager> FLinks{this};
 };

@@ -1,5 +1,5 @@
 #pragma once
-// What smart playlists follow: filters over a storage of the music library. Main thread.
+// Preimages, which smart playlists follow: filters over a storage of the music library. Main thread.
 
 #include "Filters.h"
 #include "VEXA.SDK.Playlists.h"
@@ -8,7 +8,7 @@
 
 namespace vexa::host {
 
-/// Needs no storage to exist: a playlist keeps what it follows while its plug-in is away.
+/// Exists without its storage, so that a playlist keeps its filter while the plug-in is not loaded.
 class LibraryPreimage final : public RefCountedObject<IVEXAMLPlaylistPreimage> {
 public:
     explicit LibraryPreimage(const QString& storageID) : FStorageID(storageID) {}
@@ -36,7 +36,7 @@ struct PreimageDescription {
     QString StorageID;
     QJsonObject Filter;  // see FilterJson.h
 };
-/// As it is now; an empty storage's ID for one that is no filter over the library.
+/// The current state of a preimage; StorageID is empty when the preimage is not a filter over the library.
 PreimageDescription Describe(IVEXAPlaylistPreimage& preimage);
 Ref<IVEXAPlaylistPreimage> MakePreimage(const PreimageDescription& description);
 

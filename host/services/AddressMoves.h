@@ -1,20 +1,20 @@
 #pragma once
-// What addresses are called now, by what they were called before, and how lists of them follow.
+// A map from previous addresses to present ones, and how lists of addresses are brought up to date with it.
 
 #include <QHash>
 #include <QString>
 
 namespace vexa::host {
 
-/// The present addresses, by those before. Addresses that did not move are not in it.
+/// Present addresses by previous address. Addresses that did not move are not in the map.
 using AddressMoves = QHash<QString, QString>;
 
-/// Follows moves through one list. What stood in it under several addresses may have become one: then the first stays.
-/// An address that was there twice before stays so.
+/// Applies moves to one list. Several addresses of the list may have become one: then only the entries of the first of
+/// them stay. An address that the list contained twice before is still there twice.
 ///
 ///     AddressMover mover(moves);
 ///     for (Entry& entry : list)
-///         if (mover.Move(entry.Address)) left.push_back(std::move(entry));
+///         if (mover.Move(entry.Address)) kept.push_back(std::move(entry));
 class AddressMover {
 public:
     explicit AddressMover(const AddressMoves& moves) : FMoves(moves) {
@@ -22,19 +22,19 @@ public:
         for (const QString& present : moves) FBefore.insert(present, QString());
     }
 
-    /// Puts the present address in. False when the entry is to go.
-    bool Move(QString& address) {
+    /// Replaces `address` by its present address. False when the entry is to be removed.
+    [[nodiscard]] bool Move(QString& address) {
         const QString before = address;
         if (const auto moved = FMoves.constFind(address); moved != FMoves.constEnd()) address = *moved;
         const auto first = FBefore.find(address);
-        if (first == FBefore.end()) return true;  // nothing moves there
+        if (first == FBefore.end()) return true;  // no address moves to this one
         if (first->isNull()) *first = before;
         return *first == before;
     }
 
 private:
     const AddressMoves& FMoves;
-    QHash<QString, QString> FBefore;  // of each address that something moves to, what came first under it was called
+    QHash<QString, QString> FBefore;  // by present address: the previous address of the first entry that got it
 };
 
 }  // namespace vexa::host

@@ -46,7 +46,7 @@ HResult AlbumArtService::AddExtension(IUnknown* extension) {
 }
 
 void AlbumArtService::RemoveExtension(IUnknown* extension) {
-    std::vector<Provider> removed;  // let go of outside the lock
+    std::vector<Provider> removed;  // released after the lock
     const auto object = Query<IVEXAExtensionAlbumArtProvider>(extension);
     const std::lock_guard lock(FMutex);
     const auto from = std::stable_partition(FProviders.begin(), FProviders.end(),

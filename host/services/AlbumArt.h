@@ -10,8 +10,8 @@
 
 namespace vexa::host {
 
-/// Asks the pictures inside local files first, which are a provider of its own, then the extensions in the order of
-/// their categories and, within one, in the order registered.
+/// Asks its own provider of the pictures embedded in local files first, then the extensions in the order of their
+/// categories and, within a category, in the order registered.
 class AlbumArtService final : public RefCountedObject<IVEXAServiceAlbumArt>, public ExtensionTarget {
 public:
     AlbumArtService();
@@ -28,7 +28,7 @@ private:
         Ref<IVEXAExtensionAlbumArtProvider> Object;
     };
     mutable std::mutex FMutex;
-    std::vector<Provider> FProviders;  // guarded by FMutex; in the order to be asked
+    std::vector<Provider> FProviders;  // guarded by FMutex; in the order in which they are asked
 };
 
 }  // namespace vexa::host

@@ -11,13 +11,13 @@ namespace vexa::host {
 
 class AudioDecoderService final : public RefCountedObject<IVEXAServiceAudioDecoder>, public ExtensionTarget {
 public:
-    /// How decoders answered: the decoder, or the code of the failure and what to tell the user about it.
+    /// The decoder, or the result code of the failure and the message about it for the user.
     struct Answer {
         HResult Result = E_NOTIMPL;
         Ref<IVEXAAudioDecoder> Decoder;
         QString Message;
     };
-    /// Asks the extensions, then opens a local audio file. E_NOTIMPL leaves the file to others.
+    /// Asks the extensions, then opens a local audio file itself. E_NOTIMPL when neither handles the file.
     Answer Ask(const QString& file, std::uint32_t flags = 0) const;
 
     HResult AddExtension(IUnknown* extension) override { return FExtensions.Add(extension); }

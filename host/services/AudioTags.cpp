@@ -29,7 +29,7 @@ QByteArray ToBytes(const TagLib::ByteVector& bytes) {
     return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
-/// Only regular files: the library would wait for ever for a pipe.
+/// Opens regular files only: TagLib would wait for ever for a pipe.
 TagLib::FileRef Open(const QString& fileName, bool withProperties) {
     if (!QFileInfo(fileName).isFile()) return {};
     return TagLib::FileRef(QFile::encodeName(fileName).constData(), withProperties);

@@ -1,5 +1,5 @@
 #pragma once
-// What a local audio file says of itself. Any thread.
+// The tags and properties of a local audio file. Any thread.
 
 #include <QByteArray>
 #include <QString>
@@ -10,18 +10,19 @@ namespace vexa::host {
 
 struct AudioTags {
     QString Title, Artist, Album, AlbumArtist, Genre, Comment, Copyright;
-    QString Date;  // "yyyy.MM.dd" or its first parts
+    QString Date;  // "yyyy.MM.dd", "yyyy.MM" or "yyyy"
     int SampleRate = 0, Channels = 0;
     double Duration = 0;  // seconds
 };
 
-/// The name of a file of this machine: an absolute one, or a file address; empty for every other address.
+/// The file name that an address means: that of a file: URL, or the address itself when it is an absolute file name.
+/// Empty for any other address.
 QString LocalFileName(const QString& address);
 
-/// Nothing when the file is missing, no regular file, or none that is known.
+/// Nothing when the file is missing, not a regular file, or of an unknown format.
 std::optional<AudioTags> ReadAudioTags(const QString& fileName);
 
-/// The bytes of the picture that is embedded in the file, the front cover first; empty without one.
+/// The bytes of the picture embedded in the file, preferably of the front cover; empty when there is none.
 QByteArray ReadEmbeddedPicture(const QString& fileName);
 
 }  // namespace vexa::host

@@ -6,18 +6,22 @@
 #include "Strings.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
+#include <utility>
 
 namespace vexa::host {
 
 namespace {
 
-/// What would read back as another key, or as none, is no key path.
+constexpr std::chrono::seconds kSaveAfter{1};
+
+/// A key path is refused if the file, read back, would yield another key or none.
 bool IsKeyPath(const QString& keyPath) {
     const QString key = keyPath.sliced(keyPath.lastIndexOf(u'\\') + 1);
     const QString section = keyPath.chopped(key.size());
     const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    // The mark would be taken for the file's own.
+    // U+FEFF in front would be read as the file's byte-order mark.
     return !key.isEmpty() && !keyPath.startsWith(u'\\') && key == key.trimmed() && !key.contains(u'=') &&
            !QStringView(u";#[\uFEFF").contains(key.front()) &&
            std::none_of(keyPath.cbegin(), keyPath.cend(), isControl) && section.count(u'[') + section.count(u']') == 0;
@@ -25,12 +29,63 @@ bool IsKeyPath(const QString& keyPath) {
 
 }  // namespace
 
-ConfigService::ConfigService(const QString& profileFolder) : FFile(SettingsFileName(profileFolder)) {}
+/// Saves on a worker thread, because the disk may be slow, or another program may hold the file's lock.
+class ConfigService::SaveTask final : public Task {
+public:
+    SaveTask(const SettingsFile& file, std::shared_ptr<ConfigService*> owner)
+        : FCopied(file), FSaved(file), FOwner(std::move(owner)) {}
+
+    void Execute() override {
+        try {
+            FSaved.Save();
+            FIsSaved = true;
+        } catch (const std::exception& error) {
+            qCWarning(LogHost).noquote() << error.what();  // tried again after the next change, and at the end
+        }
+    }
+    void Complete() override {
+        RunInMainThread(
+            [copied = FCopied, saved = FSaved, isSaved = FIsSaved, owner = FOwner] {
+                if (*owner) (*owner)->OnSaved(copied, isSaved ? &saved : nullptr);
+            },
+            false);
+    }
+
+private:
+    const SettingsFile FCopied;
+    SettingsFile FSaved;
+    bool FIsSaved = false;
+    const std::shared_ptr<ConfigService*> FOwner;
+};
+
+ConfigService::ConfigService(const QString& profileFolder)
+    : FFile(SettingsFileName(profileFolder)), FSelf(std::make_shared<ConfigService*>(this)) {
+    FSaver.setSingleShot(true);
+    FSaver.setInterval(kSaveAfter);
+    FSaver.callOnTimeout([this] { SaveInBackground(); });
+}
+
+ConfigService::~ConfigService() {
+    *FSelf = nullptr;
+}
 
 bool ConfigService::Write(const QString& keyPath, const QString& value) {
     if (!IsKeyPath(keyPath)) return false;
     FFile.Write(keyPath, value);
+    if (FFile.HasChanges() && FSaving == 0 && !FSaver.isActive()) FSaver.start();
     return true;
+}
+
+void ConfigService::SaveInBackground() {
+    FSaving = WorkerPool::Run(std::make_unique<SaveTask>(FFile, FSelf));
+}
+
+void ConfigService::OnSaved(const SettingsFile& copied, const SettingsFile* saved) {
+    if (FSaving == 0) return;  // Save has saved everything since
+    FSaving = 0;
+    if (!saved) return;
+    FFile.TakeSaved(copied, *saved);
+    if (FFile.HasChanges()) FSaver.start();
 }
 
 void ConfigService::Reload() {
@@ -41,18 +96,16 @@ void ConfigService::Reload() {
     }
 }
 
-QString ConfigService::Save() {
-    try {
-        FFile.Save();
-        return {};
-    } catch (const std::exception& error) {
-        qCWarning(LogHost).noquote() << error.what();
-        return QString::fromUtf8(error.what());
-    }
+void ConfigService::Save() {
+    FSaver.stop();
+    // Wait for a write in the background, whose contents are older.
+    WorkerPool::Cancel(std::exchange(FSaving, 0), true);
+    FFile.Save();
 }
 
 HResult ConfigService::Flush() noexcept {
-    return Guarded("writing the settings", [&] { return Save().isEmpty() ? S_OK : E_FAIL; });
+    const HResult result = Guarded("writing the settings", [this] { Save(); });
+    return Failed(result) ? E_FAIL : result;
 }
 
 template <class Number>
@@ -61,7 +114,9 @@ HResult ConfigService::Get(IVEXAString* keyPath, Number* number) noexcept {
     *number = 0;
     return Guarded("reading a setting", [&] {
         const auto text = FFile.Find(ToQString(keyPath));
-        return text && Convert(PropertyValue(*text), *number) ? S_OK : E_FAIL;
+        const auto converted = text ? Converted<Number>(PropertyValue(*text)) : std::nullopt;
+        *number = converted.value_or(0);
+        return converted ? S_OK : E_FAIL;
     });
 }
 
@@ -101,11 +156,7 @@ HResult ConfigService::Set(IVEXAString* keyPath, const QString& value) {
 }
 
 HResult ConfigService::SetValueAsFloat(IVEXAString* keyPath, double value) noexcept {
-    return Guarded("setting a value", [&] {
-        QString text;
-        Convert(PropertyValue(value), text);
-        return Set(keyPath, text);
-    });
+    return Guarded("setting a value", [&] { return Set(keyPath, ToText(value)); });
 }
 
 HResult ConfigService::SetValueAsInt32(IVEXAString* keyPath, std::int32_t value) noexcept {

@@ -1,6 +1,6 @@
 #pragma once
-// The core that plug-ins are given: a table of services, a table of objects that can be made, and the extensions that
-// were registered. It knows none of them itself: whoever builds a host adds them.
+// The core that plug-ins are given: a table of services, a table of factories, and the registered extensions. The core
+// knows no particular service or object: whoever builds a host adds them.
 
 #include "Extensions.h"
 #include "HostOptions.h"
@@ -15,35 +15,37 @@
 
 namespace vexa::host {
 
-/// Services, factories and the missing ones are set up on the main thread, before a plug-in is loaded; from then on any
-/// thread may ask.
+/// Services, factories and hidden services are set up on the main thread before the first plug-in is loaded; from then
+/// on any thread may ask for them.
 class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(const HostOptions& options);
 
-    /// Offers `object` as the services `Interfaces`, in place of those that were added before. `name` is the short one.
-    /// `extensions`, which may be null, lives as long as the object.
+    /// Offers `object` as the services `Interfaces`, each in place of one that was added before. `name` is the
+    /// service's short name. `extensions`, which may be null, takes the service's extensions and lives as long as the
+    /// object.
     template <class... Interfaces, class Object>
     void AddService(const QString& name, const Ref<Object>& object, ExtensionTarget* extensions = nullptr) {
         (Add(name, Interfaces::IID, Ref<Interfaces>(object), extensions), ...);
     }
-    /// Makes objects of an interface.
+    /// Has CreateObject make an `Object` when it is asked for the interface.
     template <class Interface, class Object>
     void AddFactory() {
         FFactories.push_back({Interface::IID, [](void** object) { *object = Ref<Interface>(new Object).Detach(); }});
     }
 
-    /// Hides a service from plug-ins. Before a plug-in is loaded. False when there is none of that name.
-    bool HideService(const QString& name);
+    /// Hides a service from plug-ins; to be called before a plug-in is loaded. False when no service has that name.
+    [[nodiscard]] bool HideService(const QString& name);
     QStringList ServiceNames() const;
 
-    /// Marks a moment: what is registered later can be taken back together. 0 is the beginning.
+    /// A mark for the extensions registered from now on, which can be finalised and removed together. The mark 0 means
+    /// all extensions.
     std::uint64_t Mark() const { return FNextNumber; }
-    /// Tells the extensions registered since a mark that the end is near, the last one first. Main thread.
+    /// Finalises the extensions registered since the mark `from`, the last one first. Main thread.
     void FinalizeExtensions(std::uint64_t from);
-    /// Lets go of them. Main thread.
+    /// Removes the extensions registered since the mark `from`, the last one first. Main thread.
     void RemoveExtensions(std::uint64_t from);
-    /// Lets go of one that its service has taken out by itself. Main thread.
+    /// Releases an extension that its service has already removed by itself. Main thread.
     void ForgetExtension(const ExtensionTarget* target, IUnknown* extension);
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override;
@@ -66,7 +68,7 @@ private:
     struct Extension {
         ExtensionTarget* Target;
         Ref<IUnknown> Object;
-        std::uint64_t Number;  // ascending, never used again
+        std::uint64_t Number;  // ascending, never reused
     };
 
     template <class Interface>
@@ -79,7 +81,7 @@ private:
     QSet<QString> FMissing;
     std::vector<Service> FServices;
     std::vector<Factory> FFactories;
-    // Both main thread.
+    // FExtensions and FNextNumber belong to the main thread.
     std::vector<Extension> FExtensions;
     std::uint64_t FNextNumber = 0;
 };

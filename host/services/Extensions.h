@@ -12,24 +12,24 @@ namespace vexa::host {
 /// A service that takes extensions. Main thread.
 class ExtensionTarget {
 public:
-    /// Keeps the object; E_INVALIDARG when the service knows no use for it.
+    /// Keeps the object; E_INVALIDARG when the object offers no interface that the service uses.
     virtual HResult AddExtension(IUnknown* extension) = 0;
-    /// The host is about to finalise the plug-ins: tells the object, if that is this service's way.
+    /// Called before the host finalises the plug-ins. A service whose extensions are to be told does so here.
     virtual void FinalizeExtension(IUnknown*) {}
-    /// Lets go of the object.
+    /// Releases the object.
     virtual void RemoveExtension(IUnknown* extension) = 0;
 
 protected:
     ~ExtensionTarget() = default;
 };
 
-/// The same object behind two of its interfaces.
+/// Whether `a` and `b` are the same object, perhaps by different interfaces.
 inline bool IsSameObject(IUnknown* a, IUnknown* b) {
     return Query<IUnknown>(a) == Query<IUnknown>(b);
 }
 
-/// Extensions of one kind, in the order registered. Any thread. Whoever calls them calls those of a copy, so that no
-/// lock is held meanwhile and one that is removed lives until its call has ended.
+/// Extensions of one kind, in the order registered. Any thread. Callers call the extensions of a Copy(), so that no
+/// lock is held during a call and an extension removed meanwhile lives until the call has returned.
 template <class Interface>
 class ExtensionList {
 public:
@@ -41,7 +41,7 @@ public:
         return S_OK;
     }
     void Remove(IUnknown* extension) {
-        std::vector<Ref<Interface>> removed;  // let go of outside the lock
+        std::vector<Ref<Interface>> removed;  // released after the lock
         const auto offered = Query<Interface>(extension);
         const std::lock_guard lock(FMutex);
         const auto from = std::stable_partition(FItems.begin(), FItems.end(),

@@ -8,7 +8,7 @@ namespace vexa::host {
 
 namespace {
 
-/// Describes a local file by its tags; what they do not say stays as it was.
+/// Describes a local file by its tags; properties that the tags do not give stay as they were.
 bool Describe(const QString& file, IVEXAFileInfo& info) {
     const QString fileName = LocalFileName(file);
     const auto tags = fileName.isEmpty() ? std::nullopt : ReadAudioTags(fileName);

@@ -12,7 +12,7 @@ public:
     HResult AddExtension(IUnknown* extension) override { return FExtensions.Add(extension); }
     void RemoveExtension(IUnknown* extension) override { FExtensions.Remove(extension); }
 
-    /// On success the information's FileName is the name asked for.
+    /// On success the FileName of `info` is the name in `file`.
     HResult GetFileInfo(IVEXAString* file, std::uint32_t flags, IVEXAFileInfo* info) noexcept override;
 
 private:

@@ -1,6 +1,7 @@
 #include "FileSystem.h"
 
 #include "Guarded.h"
+#include "Properties.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Text.h"
 
@@ -26,9 +27,7 @@ Ref<IVEXAExtensionFileSystem> FileSystemService::Find(const QString& scheme) con
 HResult FileSystemService::AddExtension(IUnknown* extension) {
     const auto object = Query<IVEXAExtensionFileSystem>(extension);
     if (!object) return E_INVALIDARG;
-    Ref<IVEXAString> text;
-    object->GetValueAsObject(IVEXAExtensionFileSystem::Scheme, IVEXAString::IID, text.PutVoid());
-    const QString scheme = FoldCase(ToQString(text.Get()));
+    const QString scheme = FoldCase(TextOf(object.Get(), IVEXAExtensionFileSystem::Scheme));
     if (scheme.isEmpty() || Find(scheme)) return E_INVALIDARG;
     const std::lock_guard lock(FMutex);
     FEntries.push_back({scheme, object});
@@ -36,7 +35,7 @@ HResult FileSystemService::AddExtension(IUnknown* extension) {
 }
 
 void FileSystemService::RemoveExtension(IUnknown* extension) {
-    std::vector<Entry> removed;  // let go of outside the lock
+    std::vector<Entry> removed;  // released after the lock
     const auto object = Query<IVEXAExtensionFileSystem>(extension);
     const std::lock_guard lock(FMutex);
     const auto from = std::stable_partition(FEntries.begin(), FEntries.end(),

@@ -14,7 +14,7 @@ namespace vexa::host {
 
 class FileSystemService final : public RefCountedObject<IVEXAServiceFileSystem>, public ExtensionTarget {
 public:
-    /// The extension's scheme is read once, here; letter case is ignored. A scheme that is another's is E_INVALIDARG.
+    /// Reads the extension's scheme, once, ignoring letter case. E_INVALIDARG when another extension has the scheme.
     HResult AddExtension(IUnknown* extension) override;
     void RemoveExtension(IUnknown* extension) override;
 
@@ -23,9 +23,9 @@ public:
         Ref<IVEXAExtensionFileSystem> Object;
     };
     std::vector<Entry> All() const;
-    /// Case-folded; empty for an address without one.
+    /// The case-folded scheme of an address; empty for an address without one.
     static QString SchemeOf(const QString& address);
-    /// Null when the scheme, case-folded, is nobody's.
+    /// The file system of a case-folded scheme; null when there is none.
     Ref<IVEXAExtensionFileSystem> Find(const QString& scheme) const;
 
     HResult GetFileSystem(IVEXAString* address, const Guid& iid, void** fileSystem) noexcept override;

@@ -1,5 +1,5 @@
 #pragma once
-// How a host is to be.
+// The options a host is made with.
 
 #include <QSet>
 #include <QString>
@@ -7,10 +7,10 @@
 namespace vexa::host {
 
 struct HostOptions {
-    QString ProfileFolder;          // the user's data, Settings.ini among them; made when missing
-    QString LanguageFolder;         // where the *.lng files are
-    QString Language;               // a file's base name ("English"); empty: the user's own where there is one
-    QSet<QString> MissingServices;  // short names of services that this host is to lack
+    QString ProfileFolder;          // the user's data, including Settings.ini; created when missing
+    QString LanguageFolder;         // contains the *.lng files
+    QString Language;               // a file's base name ("English"); empty: the one chosen before, else the user's own
+    QSet<QString> MissingServices;  // short names of the services that the host hides from plug-ins
 };
 
 }  // namespace vexa::host

@@ -13,20 +13,21 @@
 
 namespace vexa::host {
 
-/// The transfers of one service, and whether they are to end.
+/// The background transfers of one service, and whether the service's transfers are to be cancelled.
 struct HttpClientService::Running {
     std::atomic<bool> IsCancelled{false};
     std::mutex Mutex;
     std::vector<TaskHandle> Handles;  // guarded by Mutex
 };
 
-/// One GET. Holds all that it needs, so that it can run on the caller's thread or on another one.
+/// One GET. Holds all that it needs, so that it can run on the caller's thread or on a worker.
 class HttpClientService::Transfer final : public Task {
 public:
     Transfer(QString address, IVEXAStream* body, IVEXAHttpClientEvents* events, std::shared_ptr<Running> running)
         : FAddress(std::move(address)), FBody(body), FEvents(events), FRunning(std::move(running)) {}
 
-    /// In the background: what CancelAll waits for ends with the last reference to what is the caller's.
+    /// Runs in the background. It releases the caller's objects before it ends, so that after CancelAll no transfer
+    /// holds any.
     void Execute() override {
         Run();
         FBody = nullptr;
@@ -34,13 +35,13 @@ public:
         const std::lock_guard lock(FRunning->Mutex);
         std::erase(FRunning->Handles, Handle);
     }
-    /// S_OK, E_ABORT or E_FAIL, which the events have been told.
+    /// Fetches and tells the events the outcome, which it returns: S_OK, E_ABORT or E_FAIL.
     HResult Run() {
         const Ref<ErrorInfo> error(new ErrorInfo);
         const HResult result = Guarded("an HTTP transfer", [&] { return Fetch(error.Get()); });
-        const HResult told = result == E_UNEXPECTED ? E_FAIL : result;
-        if (FEvents) FEvents->OnCompleted(told, error.Get());
-        return told;
+        const HResult reported = result == E_UNEXPECTED ? E_FAIL : result;
+        if (FEvents) FEvents->OnCompleted(reported, error.Get());
+        return reported;
     }
 
     TaskHandle Handle = 0;  // guarded by the mutex of FRunning
@@ -91,7 +92,7 @@ HResult HttpClientService::Get(IVEXAString* address, std::uint32_t flags, IVEXAS
         const std::lock_guard lock(FRunning->Mutex);
         Transfer* const started = transfer.get();
         const TaskHandle handle = WorkerPool::Run(std::move(transfer));
-        started->Handle = handle;  // its end waits for the lock
+        started->Handle = handle;  // in time: the task takes the lock before it removes its handle
         FRunning->Handles.push_back(handle);
         return S_OK;
     });

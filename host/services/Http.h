@@ -13,13 +13,13 @@ public:
     HttpClientService();
     ~HttpClientService() override;
 
-    /// The body replaces the stream's bytes from its position on; on failure the stream is as it was. The stream is the
-    /// transfer's until it has completed.
+    /// The received body replaces the stream's bytes from its position on; on failure the stream is as it was. Nobody
+    /// else may use the stream until the transfer has completed.
     HResult Get(IVEXAString* address, std::uint32_t flags, IVEXAStream* body,
                 IVEXAHttpClientEvents* events) noexcept override;
 
-    /// Ends the transfers that go on in the background and waits for them; those that begin meanwhile, on any thread,
-    /// end too. Main thread.
+    /// Cancels the background transfers and waits for their end; transfers that begin during the call, on any thread,
+    /// are cancelled, too. Main thread.
     void CancelAll();
 
 private:

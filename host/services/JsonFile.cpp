@@ -6,9 +6,11 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
-JsonFile::JsonFile(const QString& fileName, const QString& what) : FFileName(fileName), FWhat(what) {}
+JsonFile::JsonFile(const QString& fileName, const QString& contents) : FFileName(fileName), FContents(contents) {}
 
 QJsonObject JsonFile::Load(const QString& key) {
     QFile file(FFileName);
@@ -27,18 +29,17 @@ void JsonFile::MoveAside(const QString& reason) {
     QString target = first;
     for (int number = 2; QFile::exists(target); ++number) target = first + QString::number(number);
     FMayWrite = QFile::rename(FFileName, target);
-    qCWarning(LogHost).noquote() << FWhat << "in" << FFileName << "cannot be read:" << reason
+    qCWarning(LogHost).noquote() << FContents << "in" << FFileName << "cannot be read:" << reason
                                  << (FMayWrite ? "- the file is now" : "- none will be kept, for it cannot become")
                                  << target;
 }
 
-QString JsonFile::Save(const QByteArray& json) const {
-    if (!FMayWrite) return {};  // which was told when it was read
+void JsonFile::Save(const QByteArray& json) const {
+    if (!FMayWrite) return;  // MoveAside has logged why
     QSaveFile file(FFileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return {};
-    const QString problem = FWhat + u" could not be written to " + FFileName + u": " + file.errorString();
-    qCWarning(LogHost).noquote() << problem;
-    return problem;
+    if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return;
+    throw std::runtime_error(
+        QString(FContents + u" could not be written to " + FFileName + u": " + file.errorString()).toStdString());
 }
 
 }  // namespace vexa::host

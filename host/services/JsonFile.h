@@ -1,5 +1,5 @@
 #pragma once
-// A file of the profile that the host keeps as JSON.
+// A JSON file in the profile.
 
 #include <QJsonObject>
 #include <QString>
@@ -8,21 +8,21 @@ namespace vexa::host {
 
 class JsonFile {
 public:
-    /// `what` names its contents in messages: "the playlists".
-    JsonFile(const QString& fileName, const QString& what);
+    /// `contents` names the file's contents in messages: "the playlists".
+    JsonFile(const QString& fileName, const QString& contents);
 
-    /// Empty when there is no file, or when it holds no list under `key`. Such a damaged one is moved aside, with a
-    /// warning, under its name and ".damaged" (and a number behind that), so that the next Save does not destroy what a
-    /// person might still rescue.
+    /// Empty when there is no file or the file holds no list under `key`. A file without the list is damaged: it is
+    /// renamed, with a warning, to its name and ".damaged" (followed by a number), so that the next Save does not
+    /// destroy what a person might still rescue.
     QJsonObject Load(const QString& key);
-    /// Writes it whole and renames it. Empty, or why it could not. Nothing is written over a damaged file that could
-    /// not be moved. Any thread, one at a time.
-    QString Save(const QByteArray& json) const;
+    /// Writes a new file and renames it over the old one. Throws std::runtime_error when that fails. A damaged file
+    /// that could not be renamed is never overwritten: then Save does nothing. Any thread, one at a time.
+    void Save(const QByteArray& json) const;
 
 private:
     void MoveAside(const QString& reason);
 
-    const QString FFileName, FWhat;
+    const QString FFileName, FContents;
     bool FMayWrite = true;
 };
 

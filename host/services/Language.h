@@ -11,23 +11,23 @@
 
 namespace vexa::host {
 
-/// Any thread may ask; the main thread switches. What a language lacks is taken from English.
+/// Any thread may ask; only the main thread switches the language. Texts that a language lacks are taken from English.
 class LanguageService final : public RefCountedObject<IVEXAServiceLanguage> {
 public:
-    /// `language` as HostOptions has it; an unknown one is logged and English taken. `messages`, which may be null,
-    /// hears of a switch.
+    /// `language` as in HostOptions; an unknown language is logged, and English used. `messages`, which may be null, is
+    /// sent kMsgLanguageChanged after a switch.
     LanguageService(const QString& folder, const QString& language, Ref<MessageDispatcher> messages);
 
-    /// The languages that there are files of: their base names, sorted.
+    /// The available languages: the base names of their files, sorted.
     QStringList Languages() const;
-    /// The base name of the one that is used.
+    /// The base name of the language in use.
     QString Language() const;
-    /// False, with all as it was, when there is no such language. Main thread.
+    /// False, with nothing changed, when there is no such language. Main thread.
     bool Switch(const QString& language);
 
     /// Nothing when there is no such key.
     std::optional<QStringList> Find(const QString& keyPath) const;
-    /// A part of the value of a key; empty when there is none.
+    /// One part of the value of a key; empty when the key or the part is missing.
     QString Text(const QString& keyPath, int part = 0) const;
 
     HResult GetName(IVEXAString** name) noexcept override;
@@ -42,7 +42,7 @@ private:
     const Ref<MessageDispatcher> FMessages;
     std::shared_ptr<const LanguageFile> FEnglish;
     mutable std::mutex FMutex;
-    // Both guarded by FMutex.
+    // FLanguage and FTexts are guarded by FMutex.
     QString FLanguage;
     std::shared_ptr<const LanguageFile> FTexts;
 };

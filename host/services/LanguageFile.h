@@ -12,16 +12,16 @@ namespace vexa::host {
 class LanguageFile {
 public:
     LanguageFile() = default;
-    /// Reads the text of a file; lines that mean nothing are skipped with a warning that names `fileName`.
+    /// Parses the text of a file. A line that is not valid is skipped, with a warning that names `fileName`.
     LanguageFile(const QString& text, const QString& fileName);
     /// Throws std::runtime_error when the file cannot be read.
     static LanguageFile Load(const QString& fileName);
 
-    /// The language's name in that language.
+    /// The language's own name for itself.
     QString Name() const { return FName; }
-    /// The parts of the value of "Section\Key", letter case ignored; nothing when there is no such key.
+    /// The parts of the value of "Section\Key", ignoring letter case; nothing when there is no such key.
     std::optional<QStringList> Find(const QString& keyPath) const;
-    /// "Section\Key" as written, sorted.
+    /// The key paths, "Section\Key", as written in the file, sorted.
     QStringList KeyPaths() const;
 
 private:

@@ -9,8 +9,10 @@ public:
     Runner(Work work, std::uint64_t number, Link<LatestTask> owner)
         : FWork(std::move(work)), FNumber(number), FOwner(std::move(owner)) {}
 
-    void Execute() override { FThen = FWork(); }
-    /// Also when the work failed: the next one waits for it.
+    void Execute() override {
+        FThen = FWork([this] { return IsCancelled(); });
+    }
+    /// Called also when the work threw, so that waiting work is started.
     void Complete() override {
         FWork = nullptr;
         RunInMainThread(
@@ -51,7 +53,7 @@ void LatestTask::Start() {
 }
 
 void LatestTask::End(std::uint64_t number, const std::function<void()>& then) {
-    if (FRunning == 0 || number != FRunningNumber) return;  // it was stopped
+    if (FRunning == 0 || number != FRunningNumber) return;  // Stop was called meanwhile
     FRunning = 0;
     if (FWaiting)
         Start();

@@ -1,6 +1,6 @@
 #pragma once
-// Work for a worker thread of which only the newest counts: while one piece runs the next one waits, and is replaced by
-// a newer one. Main thread.
+// Runs work on a worker thread where only the newest piece of work counts: while one piece runs, at most one waits, and
+// a newer one replaces it. Main thread.
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Threads.h"
@@ -11,17 +11,20 @@ namespace vexa::host {
 
 class LatestTask {
 public:
-    /// Runs on the worker; what it returns runs on the main thread, unless newer work was given meanwhile.
-    using Work = std::function<std::function<void()>()>;
+    /// Runs on the worker, and should return soon once `isStopped` says so. The function that it returns then runs on
+    /// the main thread, unless newer work was given meanwhile.
+    using Work = std::function<std::function<void()>(const CancelCheck& isStopped)>;
 
     LatestTask() = default;
-    /// Waits for what runs.
+    /// Waits for the work that is running.
     ~LatestTask();
     LatestTask(const LatestTask&) = delete;
     LatestTask& operator=(const LatestTask&) = delete;
 
     void Run(Work work);
-    /// Drops what waits, and what comes of what runs; waits for that.
+    /// Whether work is running or waiting.
+    bool IsBusy() const noexcept { return FRunning != 0; }
+    /// Drops the work that waits and the result of the work that is running, and waits for the latter to end.
     void Stop();
 
 private:
@@ -32,7 +35,7 @@ private:
 
     Work FWaiting;
     TaskHandle FRunning = 0;
-    std::uint64_t FNumber = 0, FRunningNumber = 0;  // of the newest work, and of what runs
+    std::uint64_t FNumber = 0, FRunningNumber = 0;  // of the newest work, and of the work that is running
     LinkSource<LatestTask> FLinks{this};
 };
 

@@ -18,7 +18,7 @@ HResult MessageDispatcher::Send(std::uint32_t message, std::int32_t param1, void
         if (result != E_NOTIMPL) return result;
         const auto found = FHandlers.find(message);
         if (found == FHandlers.end()) return result;
-        const Handler handler = found->second;  // which may set another one
+        const Handler handler = found->second;  // a copy: the handler may replace itself by Handle
         return handler(param1, param2);
     });
 }

@@ -14,15 +14,15 @@ class MessageDispatcher final : public RefCountedObject<IVEXAServiceMessageDispa
 public:
     using Handler = std::function<HResult(std::int32_t param1, void* param2)>;
 
-    /// What the host itself does about a message, in place of what it did before. It is left out when a hook has taken
-    /// the message over.
+    /// Sets the host's own handler of a message, in place of an earlier one. The handler is not called when a hook has
+    /// handled the message.
     void Handle(std::uint32_t message, Handler handler) { FHandlers[message] = std::move(handler); }
 
-    /// A hook may hook and unhook, itself too, while it is called: one that is unhooked is not called any more, one
-    /// that is hooked hears the next message.
+    /// While it is called, a hook may hook and unhook hooks, itself included: an unhooked one is not called any more, a
+    /// newly hooked one is called from the next message on.
     HResult Send(std::uint32_t message, std::int32_t param1, void* param2) noexcept override;
     HResult Hook(IVEXAMessageHook* hook) noexcept override;
-    /// E_INVALIDARG when it was not hooked.
+    /// E_INVALIDARG when `hook` is not hooked.
     HResult Unhook(IVEXAMessageHook* hook) noexcept override;
 
 private:

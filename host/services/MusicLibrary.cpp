@@ -1,18 +1,19 @@
 #include "MusicLibrary.h"
 
 #include "Guarded.h"
+#include "Properties.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace vexa::host {
 
-/// A storage's way to the library, until the storage is finalised.
+/// Through this a storage reaches the library, until the storage is finalised.
 class MusicLibraryService::Manager final : public RefCountedObject<IVEXAMLDataStorageManager> {
 public:
     Manager(MusicLibraryService* library, const QString& storageID) : FLibrary(library), FStorageID(storageID) {}
 
-    void Cut() {
+    void Disconnect() {
         FLibrary = nullptr;
         FTasks.clear();
     }
@@ -29,7 +30,7 @@ public:
                 *found = task;
             else
                 FTasks.push_back(task);
-            FLibrary->Tell(&MusicLibraryListener::OnTasksChanged, FStorageID);
+            FLibrary->Notify(&MusicLibraryListener::OnTasksChanged, FStorageID);
             return S_OK;
         });
     }
@@ -38,7 +39,7 @@ public:
             const auto found = Find(taskID);
             if (!FLibrary || found == FTasks.end()) return E_INVALIDARG;
             FTasks.erase(found);
-            FLibrary->Tell(&MusicLibraryListener::OnTasksChanged, FStorageID);
+            FLibrary->Notify(&MusicLibraryListener::OnTasksChanged, FStorageID);
             return S_OK;
         });
     }
@@ -46,7 +47,7 @@ public:
         Guarded("showing changed data", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             ++FChangeCount;
-            FLibrary->Tell(&MusicLibraryListener::OnDataChanged, FStorageID);
+            FLibrary->Notify(&MusicLibraryListener::OnDataChanged, FStorageID);
             return S_OK;
         });
     }
@@ -66,7 +67,7 @@ private:
 MusicLibraryService::MusicLibraryService(Ref<IUnknown> config) : FConfig(std::move(config)) {}
 
 MusicLibraryService::~MusicLibraryService() {
-    for (const Storage& storage : FStorages) storage.Link->Cut();
+    for (const Storage& storage : FStorages) storage.Link->Disconnect();
 }
 
 const MusicLibraryService::Storage* MusicLibraryService::Find(const QString& id) const {
@@ -81,7 +82,7 @@ const MusicLibraryService::Storage* MusicLibraryService::Find(IUnknown* object) 
     return nullptr;
 }
 
-void MusicLibraryService::Tell(void (MusicLibraryListener::*what)(const QString&), const QString& storageID) {
+void MusicLibraryService::Notify(void (MusicLibraryListener::*what)(const QString&), const QString& storageID) {
     for (const auto listeners = FListeners; MusicLibraryListener * listener : listeners)
         if (std::find(FListeners.begin(), FListeners.end(), listener) != FListeners.end()) (listener->*what)(storageID);
 }
@@ -110,9 +111,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
     const auto object = Query<IVEXAMLExtensionDataStorage>(extension);
     const auto properties = Query<IVEXAPropertyList>(extension);
     if (!object || !properties) return E_INVALIDARG;
-    Ref<IVEXAString> text;
-    properties->GetValueAsObject(IVEXAMLExtensionDataStorage::ID, IVEXAString::IID, text.PutVoid());
-    const QString id = ToQString(text.Get());
+    const QString id = TextOf(properties.Get(), IVEXAMLExtensionDataStorage::ID);
     if (id.isEmpty() || Find(id)) return E_INVALIDARG;
 
     const Ref<Manager> manager(new Manager(this, id));
@@ -120,7 +119,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
     if (FActiveID.isEmpty()) FActiveID = id;
     object->Initialize(manager.Get());
     if (FConfig) object->LoadConfig(FConfig.Get());
-    Tell(&MusicLibraryListener::OnStorageAdded, id);
+    Notify(&MusicLibraryListener::OnStorageAdded, id);
     return S_OK;
 }
 
@@ -128,11 +127,11 @@ void MusicLibraryService::FinalizeExtension(IUnknown* extension) {
     const Storage* found = Find(extension);
     if (!found) return;
     const Storage storage = *found;
-    Tell(&MusicLibraryListener::OnStorageEnding, storage.ID);
+    Notify(&MusicLibraryListener::OnStorageEnding, storage.ID);
     storage.Object->FlushCache();
     if (FConfig) storage.Object->SaveConfig(FConfig.Get());
     storage.Object->Finalize();
-    storage.Link->Cut();
+    storage.Link->Disconnect();
 }
 
 void MusicLibraryService::RemoveExtension(IUnknown* extension) {
@@ -140,7 +139,7 @@ void MusicLibraryService::RemoveExtension(IUnknown* extension) {
     if (!found) return;
     const Storage removed = *found;
     FStorages.erase(FStorages.begin() + (found - FStorages.data()));
-    removed.Link->Cut();
+    removed.Link->Disconnect();
     if (FActiveID == removed.ID) FActiveID = FStorages.empty() ? QString() : FStorages.front().ID;
 }
 
@@ -167,7 +166,7 @@ HResult MusicLibraryService::SetActiveStorage(IUnknown* storage) noexcept {
         const Storage* found = storage ? Find(storage) : nullptr;
         if (!found) return E_INVALIDARG;
         const QString id = found->ID;
-        if (std::exchange(FActiveID, id) != id) Tell(&MusicLibraryListener::OnActiveStorageChanged, id);
+        if (std::exchange(FActiveID, id) != id) Notify(&MusicLibraryListener::OnActiveStorageChanged, id);
         return S_OK;
     });
 }

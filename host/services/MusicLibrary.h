@@ -1,5 +1,5 @@
 #pragma once
-// Service: the music library's storages, and what they tell of themselves. Main thread.
+// Service: the music library's storages, their background tasks and their changes. Main thread.
 
 #include "Extensions.h"
 #include "Strings.h"
@@ -11,56 +11,58 @@
 
 namespace vexa::host {
 
-/// Hears what storages tell.
+/// Is told about changes of storages.
 class MusicLibraryListener {
 public:
     /// Rows or nodes of the storage changed.
     virtual void OnDataChanged(const QString& storageID) = 0;
     /// One of the storage's background tasks began or ended.
     virtual void OnTasksChanged(const QString& storageID) = 0;
-    /// The storage is the one to show now.
+    /// The storage has become the active one, which the window shows.
     virtual void OnActiveStorageChanged(const QString&) {}
-    /// A storage was registered. Its plug-in may still be at it: what is asked of the storage is asked later.
+    /// A storage was registered. Its plug-in may still be in the middle of registering, so ask the storage nothing
+    /// before the next turn of the event loop.
     virtual void OnStorageAdded(const QString&) {}
-    /// A storage is about to be finalised: nothing of it may be held, or asked, any more.
+    /// A storage is about to be finalised: release everything that belongs to it, and ask it nothing any more.
     virtual void OnStorageEnding(const QString&) {}
 
 protected:
     ~MusicLibraryListener() = default;
 };
 
-/// Work that a storage does in the background. The caption's text changes all the while.
+/// Work that a storage does in the background. The storage may change the caption's text at any time.
 struct BackgroundTask {
     std::int32_t ID;
     Ref<IVEXAString> Caption;
-    Ref<IVEXAActionEvent> Cancel;  // null: it cannot be cancelled
+    Ref<IVEXAActionEvent> Cancel;  // null: the task cannot be cancelled
 };
 
 class MusicLibraryService final : public RefCountedObject<IVEXAServiceMusicLibrary>, public ExtensionTarget {
 public:
-    /// `config` is what storages load their settings from; may be null.
+    /// `config`, which may be null, is where storages load their settings from.
     explicit MusicLibraryService(Ref<IUnknown> config);
     ~MusicLibraryService() override;
 
-    /// In the order registered.
+    /// The storages' IDs in the order registered.
     QStringList StorageIDs() const;
-    /// Empty when no storage shows.
+    /// Empty when there is no active storage.
     QString ActiveStorageID() const;
     std::vector<BackgroundTask> Tasks(const QString& storageID) const;
-    /// How often the storage said that its data changed.
+    /// How often the storage has reported changed data.
     int ChangeCount(const QString& storageID) const;
-    /// A listener may add and remove listeners while it is called. It is removed before it ends.
+    /// A listener may add and remove listeners while it is called. Remove it before destroying it.
     void AddListener(MusicLibraryListener* listener) { FListeners.push_back(listener); }
     void RemoveListener(MusicLibraryListener* listener) { std::erase(FListeners, listener); }
 
-    /// A storage with an ID of its own is initialised at once; the first one is the active one.
+    /// Initialises the storage at once; the first storage becomes the active one. E_INVALIDARG when its ID is empty or
+    /// another storage's.
     HResult AddExtension(IUnknown* extension) override;
     void FinalizeExtension(IUnknown* extension) override;
     void RemoveExtension(IUnknown* extension) override;
 
     HResult GetActiveStorage(const Guid& iid, void** storage) noexcept override;
     HResult GetStorageByID(IVEXAString* id, const Guid& iid, void** storage) noexcept override;
-    /// E_INVALIDARG for what was not registered.
+    /// E_INVALIDARG for a storage that is not registered.
     HResult SetActiveStorage(IUnknown* storage) noexcept override;
 
 private:
@@ -73,7 +75,7 @@ private:
 
     const Storage* Find(const QString& id) const;
     const Storage* Find(IUnknown* object) const;
-    void Tell(void (MusicLibraryListener::*what)(const QString&), const QString& storageID);
+    void Notify(void (MusicLibraryListener::*what)(const QString&), const QString& storageID);
 
     Ref<IUnknown> FConfig;
     std::vector<Storage> FStorages;

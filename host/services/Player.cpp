@@ -5,6 +5,8 @@
 #include "Guarded.h"
 #include "Strings.h"
 
+#include <utility>
+
 namespace vexa::host {
 
 PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos,
@@ -16,6 +18,7 @@ PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoServ
       FAddresses(std::move(addresses)),
       FOutput(std::move(output)) {
     FAddresses->AddKeeper(this);
+    ListenToOutput();
 }
 
 PlayerService::~PlayerService() {
@@ -29,6 +32,16 @@ QStringList PlayerService::KeptAddresses() const {
 void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
     Stop();
     FOutput = std::move(output);
+    ListenToOutput();
+}
+
+void PlayerService::ListenToOutput() {
+    FOutput->Moved = [this] { OnMoved(); };
+}
+
+void PlayerService::OnMoved() {
+    if (FFileName.isEmpty() || std::exchange(FHasMoved, true)) return;
+    FMessages->Send(kMsgPlaybackStarted, 0, nullptr);
 }
 
 QString PlayerService::AskHooks(const QString& address) const {
@@ -69,7 +82,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
         if (FFileName.isEmpty()) return E_FAIL;
         const Ref<IVEXAFileInfo> made(new FileInfo);
         const Ref<IVEXAString> name = MakeString(FFileName);
-        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // nobody may know it: then the name is all
+        FInfos->GetFileInfo(name.Get(), 0, made.Get());  // if no provider knows the file, only its name is given
         made->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(FFileName).Get());
         *info = Ref(made).Detach();
         return S_OK;
@@ -84,26 +97,32 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
             SetError(error, resolved.Result, resolved.Message);
             return resolved.Result;
         }
+        // A file that is resumed after a failure was reported as heard before.
+        if (name != FFileName) FHasMoved = false;
+        FFileName = name;
+        FSource = resolved.Source;
         try {
             FOutput->Start(resolved.Source);
         } catch (const std::exception& failure) {
-            FFileName.clear();
-            FSource.clear();
+            Forget();
             SetError(error, E_FAIL, QString::fromUtf8(failure.what()));
             return E_FAIL;
         }
-        FFileName = name;
-        FSource = resolved.Source;
-        FMessages->Send(kMsgPlaybackStarted, 0, nullptr);
+        if (FStarted) FStarted();
         return S_OK;
     });
+}
+
+void PlayerService::Forget() {
+    FFileName.clear();
+    FSource.clear();
+    FHasMoved = false;
 }
 
 HResult PlayerService::Stop() noexcept {
     return Guarded("stopping playback", [&] {
         FOutput->Stop();
-        FFileName.clear();
-        FSource.clear();
+        Forget();
         return S_OK;
     });
 }

@@ -1,29 +1,37 @@
 #pragma once
-// Service: the player, but for what makes the sound.
+// Service: the player, without the audio output itself.
 
 #include "AudioDecoder.h"
 #include "FileInfoService.h"
 #include "Messages.h"
 #include "PresentAddresses.h"
 
+#include <functional>
 #include <memory>
 
 namespace vexa::host {
 
-/// What makes the sound. Main thread.
+/// Plays the sound. Main thread.
 class AudioOutput {
 public:
     virtual ~AudioOutput() = default;
-    /// Plays a local file or a web address in place of what plays. Throws std::runtime_error when it cannot begin;
-    /// nothing plays then.
+    /// Plays a local file or a web address in place of the current one. Throws std::runtime_error when playback cannot
+    /// be started; then nothing plays.
     virtual void Start(const QString& source) = 0;
     virtual void Stop() = 0;
+
+    /// Called by the output when the position has moved for the first time since Start: only then it is known that the
+    /// source can be played. May be called from within Start.
+    std::function<void()> Moved;
 };
 
-/// Makes no sound, and remembers what it would play.
+/// Plays nothing; keeps the source that it was told to play.
 class SilentOutput final : public AudioOutput {
 public:
-    void Start(const QString& source) override { Source = source; }
+    void Start(const QString& source) override {
+        Source = source;
+        if (Moved) Moved();
+    }
     void Stop() override { Source.clear(); }
 
     QString Source;
@@ -35,24 +43,28 @@ public:
                   std::shared_ptr<PresentAddresses> addresses, std::unique_ptr<AudioOutput> output);
     ~PlayerService() override;
 
-    /// In place of the one that it has. Main thread.
+    /// Stops, and replaces the output. Main thread.
     void SetOutput(std::unique_ptr<AudioOutput> output);
-    AudioOutput& Output() noexcept { return *FOutput; }
+    /// Sets the listener that is called whenever a file was given to the output, even the same file again; null for
+    /// none. Plug-ins get a message instead, and only once the file is heard. Main thread.
+    void SetStartListener(std::function<void()> listener) { FStarted = std::move(listener); }
 
-    /// What the output is given for a file: S_OK with the source, or why there is none. Any thread.
+    /// The source that the output is given for a file, or why there is none.
     struct Resolution {
-        AudioDecoderService::Answer Decoder;  // anything but E_NOTIMPL decides
+        AudioDecoderService::Answer Decoder;  // any result but E_NOTIMPL is final: the hooks are not asked
         QString Source;
         HResult Result = S_OK;
         QString Message;  // for the user
     };
+    /// Any thread.
     Resolution Resolve(const QString& file) const;
-    /// What the first hook makes of an address; empty when none knows it. Any thread.
+    /// The address that the first hook that handles `address` replaces it by; empty when no hook does. Any thread.
     QString AskHooks(const QString& address) const;
 
-    /// The name that what plays was started by, or the one that it has since; empty when nothing plays. Main thread.
+    /// The name by which the current file was started, or its present address if that has moved; empty when nothing
+    /// plays. Main thread.
     QString FileName() const { return FFileName; }
-    /// What the output was given. Main thread.
+    /// The source that the output was given; empty when nothing plays. Main thread.
     QString Source() const { return FSource; }
 
     HResult AddExtension(IUnknown* extension) override { return FHooks.Add(extension); }
@@ -65,6 +77,9 @@ public:
 private:
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override { FFileName = moves.value(FFileName, FFileName); }
+    void ListenToOutput();
+    void OnMoved();
+    void Forget();
 
     const Ref<AudioDecoderService> FDecoders;
     const Ref<FileInfoService> FInfos;
@@ -72,7 +87,9 @@ private:
     const std::shared_ptr<PresentAddresses> FAddresses;
     std::unique_ptr<AudioOutput> FOutput;
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;
+    std::function<void()> FStarted;
     QString FFileName, FSource;
+    bool FHasMoved = false;  // the position has moved, and the plug-ins were told that the file plays
 };
 
 }  // namespace vexa::host

@@ -21,10 +21,10 @@ const QString kFollowed = QStringLiteral("followed");
 const QString kScheme = QStringLiteral("scheme");
 const QString kCount = QStringLiteral("count");
 
-// A file system is asked about so many at once, so that stopping need not wait for all of a large playlist.
+// A file system is asked about so many addresses in one call, so that Stop need not wait for all of a large playlist.
 constexpr qsizetype kAtOnce = 1000;
 
-/// Nothing when a file system could not say.
+/// Nothing when a file system failed to answer, or `isStopped` was set.
 std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
                                       const MoveCounts& followed, const std::atomic<bool>& isStopped) {
     QHash<QString, QStringList> byScheme;
@@ -58,11 +58,11 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
     return moves;
 }
 
-/// `work` on the worker, then `then` with what came of it; nothing when it threw.
+/// Runs `work` on the worker, then `then` on the main thread with its result, or with nothing when it threw.
 template <class Work, class Then>
 void Run(LatestTask& worker, bool& isBusy, Work work, Then then) {
     isBusy = true;
-    worker.Run([&isBusy, work, then] {
+    worker.Run([&isBusy, work, then](const CancelCheck&) {
         std::optional<decltype(work())> result;
         Guarded("asking for present addresses", [&] {
             result = work();
@@ -97,23 +97,23 @@ PresentAddresses::~PresentAddresses() {
 void PresentAddresses::Start() {
     FIsStopped = false;
     FCounts.clear();
-    LookSoon();
+    CheckMovesSoon();
 }
 
 void PresentAddresses::Stop() {
     FIsStopped = true;
     FRequests.clear();
-    FLooker.Stop();
+    FChecker.Stop();
     FAnswerer.Stop();
-    FIsToLook = FIsLooking = FIsAnswering = false;
+    FIsCheckDue = FIsChecking = FIsAnswering = false;
 }
 
-void PresentAddresses::LookSoon() {
-    if (FIsStopped || std::exchange(FIsToLook, true)) return;
-    // Whoever tells of a change may still be at it.
+void PresentAddresses::CheckMovesSoon() {
+    if (FIsStopped || std::exchange(FIsCheckDue, true)) return;
+    // Deferred, because whoever reports a change may not have completed it yet.
     RunInMainThread(
         [link = Link<PresentAddresses>(FLinks)] {
-            if (PresentAddresses* alive = link.Get()) alive->Look();
+            if (PresentAddresses* alive = link.Get()) alive->CheckMoves();
         },
         false);
 }
@@ -138,8 +138,8 @@ QString PresentAddresses::Present(const QString& address) const {
     return present.isEmpty() ? address : present;
 }
 
-void PresentAddresses::Look() {
-    if (FIsLooking || !std::exchange(FIsToLook, false)) return;
+void PresentAddresses::CheckMoves() {
+    if (FIsChecking || !std::exchange(FIsCheckDue, false)) return;
     const auto count = [systems = FFileSystems] {
         MoveCounts counts;
         for (const auto& [scheme, system] : systems->All()) {
@@ -149,11 +149,11 @@ void PresentAddresses::Look() {
         }
         return counts;
     };
-    Run(FLooker, FIsLooking, count, [this](const std::optional<MoveCounts>& counts) {
+    Run(FChecker, FIsChecking, count, [this](const std::optional<MoveCounts>& counts) {
         if (counts && *counts != FCounts)
             AskKept(*counts);
         else
-            Look();
+            CheckMoves();
     });
 }
 
@@ -163,14 +163,14 @@ void PresentAddresses::AskKept(const MoveCounts& counts) {
     const auto find = [this, kept, systems = FFileSystems, followed = FFollowed] {
         return FindMoves(*systems, kept, followed, FIsStopped);
     };
-    Run(FLooker, FIsLooking, find, [this, counts](const auto& moves) {
-        // What could not be answered is asked again after the next change.
+    Run(FChecker, FIsChecking, find, [this, counts](const auto& moves) {
+        // Without an answer, FCounts stays, so that all is asked again after the next change.
         if (moves && *moves) {
             FCounts = counts;
-            Tell(**moves);
+            Notify(**moves);
             if (std::exchange(FFollowed, counts) != counts) SaveFollowed();
         }
-        Look();
+        CheckMoves();
     });
 }
 
@@ -178,7 +178,9 @@ void PresentAddresses::SaveFollowed() const {
     QJsonArray followed;
     for (const auto& [scheme, count] : FFollowed)
         followed.append(QJsonObject{{kScheme, scheme}, {kCount, qint64(count)}});
-    FFile.Save(QJsonDocument(QJsonObject{{kFollowed, followed}}).toJson());
+    Guarded("keeping the counts of moved addresses", [&] {
+        FFile.Save(QJsonDocument(QJsonObject{{kFollowed, followed}}).toJson());
+    });
 }
 
 void PresentAddresses::Answer() {
@@ -190,14 +192,14 @@ void PresentAddresses::Answer() {
         const AddressMoves moves = found ? found->value_or(AddressMoves()) : AddressMoves();
         const Then call = std::move(FRequests.front().Call);
         FRequests.pop_front();
-        if (!moves.isEmpty()) LookSoon();  // what else is kept may have moved, too
-        Tell(moves);
+        if (!moves.isEmpty()) CheckMovesSoon();  // other kept addresses may have moved, too
+        Notify(moves);
         if (call) call(moves);
         Answer();
     });
 }
 
-void PresentAddresses::Tell(const AddressMoves& moves) {
+void PresentAddresses::Notify(const AddressMoves& moves) {
     if (moves.isEmpty()) return;
     for (const auto keepers = FKeepers; AddressKeeper * keeper : keepers)
         if (std::find(FKeepers.begin(), FKeepers.end(), keeper) != FKeepers.end()) keeper->OnAddressesMoved(moves);

@@ -1,17 +1,19 @@
 #pragma once
-// What the addresses that the player keeps are called now. An address can move while what it names stays, as when a
-// publisher renames a file; file systems that offer IVEXAFileSystemCommandPresentAddress know. This is the one place
-// that asks them, on a worker thread, and it tells all who keep addresses: playlists, positions, what plays, the table.
-// Main thread.
+// Keeps the addresses that the player stores up to date. An address can move while the file that it names stays the
+// same, as when a publisher renames a file; file systems that offer IVEXAFileSystemCommandPresentAddress know the
+// present address. Only this class asks them, on a worker thread; it tells all keepers of addresses about the moves:
+// the playlists, the positions, the player, the table. Main thread.
 //
-//     host.Addresses().AddKeeper(&positions);              // from now on told of what has moved
-//     host.Addresses().Ask(files, [](const auto& moves) { … });    // about some, such as those of rows not found
+//     host.Addresses().AddKeeper(&positions);              // told about all moves from now on
+//     host.Addresses().Ask(files, [](const auto& moves) { … });    // asks about some, such as those of rows not found
 //
-// All that is kept is asked about when a plug-in has come; then again when a storage's data changed or one of its tasks
-// began or ended, if a file system has counted more moves since. What is not known any more stays as it is.
+// All kept addresses are asked about after a plug-in was loaded, and again when a storage's data changed or one of its
+// tasks began or ended, if a file system's count of moves has grown since. Addresses that a file system does not know
+// stay as they are.
 //
-// An address may name something else by now, as where a publisher puts whatever is newest at one address. So the count
-// of moves up to which all that is kept has followed is kept, too, in the profile's Addresses.json.
+// A kept address may meanwhile name something else, as where a publisher always puts the newest file at one address. So
+// the counts of moves up to which the kept addresses are up to date are stored, too, in the profile's Addresses.json,
+// and file systems are asked only about later moves.
 
 #include "AddressMoves.h"
 #include "FileSystem.h"
@@ -30,19 +32,19 @@
 
 namespace vexa::host {
 
-/// Keeps addresses, and follows them.
+/// Keeps addresses, and replaces those that move.
 class AddressKeeper {
 public:
-    /// Any number of times each, in any order.
+    /// All addresses kept, in any order; an address may occur several times.
     virtual QStringList KeptAddresses() const = 0;
-    /// Addresses have moved, other keepers' among them.
+    /// Addresses have moved; `moves` may contain addresses that only other keepers keep.
     virtual void OnAddressesMoved(const AddressMoves& moves) = 0;
 
 protected:
     ~AddressKeeper() = default;
 };
 
-/// Counts of moves, by the file systems' schemes.
+/// Counts of moves by the file system's scheme.
 using MoveCounts = std::map<QString, std::int64_t>;
 
 class PresentAddresses final : private MusicLibraryListener {
@@ -56,24 +58,26 @@ public:
     PresentAddresses(const PresentAddresses&) = delete;
     PresentAddresses& operator=(const PresentAddresses&) = delete;
 
-    /// Keepers are told in the order added. One is removed before it ends.
+    /// Keepers are told in the order added. Remove a keeper before destroying it.
     void AddKeeper(AddressKeeper* keeper) { FKeepers.push_back(keeper); }
     void RemoveKeeper(AddressKeeper* keeper) { std::erase(FKeepers, keeper); }
 
-    /// A plug-in has come: all that is kept is asked about.
+    /// Called when a plug-in was loaded: asks about all kept addresses.
     void Start();
-    /// Nothing is asked any more until Start. Drops all requests, and waits for what a file system is being asked.
+    /// Drops all requests and asks nothing until the next Start. Waits for the calls of file systems that are under
+    /// way.
     void Stop();
 
-    /// Asks about these addresses. The keepers are told of those that have moved, then `then` is called with them:
-    /// once, later, unless the request is cancelled or Stop drops it.
+    /// Asks about `addresses`. The keepers are told about the moves, then `then` is called with them, once and never
+    /// before Ask has returned, unless the request is cancelled or dropped by Stop.
     Ticket Ask(const QStringList& addresses, Then then);
     void Cancel(Ticket ticket);
-    /// Asks about one, and waits: for what the user opens. The address itself when it has not moved, or is not known.
+    /// Asks about one address and waits for the answer; for files that the user opens. Returns `address` itself when it
+    /// has not moved or no file system knows it.
     QString Present(const QString& address) const;
 
-    /// Whether keepers may be about to be told something.
-    bool IsBusy() const noexcept { return FIsToLook || FIsLooking || FIsAnswering; }
+    /// Whether an answer is awaited after which keepers may be told about moves.
+    bool IsBusy() const noexcept { return FIsCheckDue || FIsChecking || FIsAnswering; }
 
 private:
     struct Request {
@@ -82,29 +86,30 @@ private:
         Then Call;
     };
 
-    void OnDataChanged(const QString&) override { LookSoon(); }
-    void OnTasksChanged(const QString&) override { LookSoon(); }
+    void OnDataChanged(const QString&) override { CheckMovesSoon(); }
+    void OnTasksChanged(const QString&) override { CheckMovesSoon(); }
 
-    void LookSoon();
-    void Look();
+    void CheckMovesSoon();
+    void CheckMoves();
     void AskKept(const MoveCounts& counts);
     void SaveFollowed() const;
     void Answer();
-    void Tell(const AddressMoves& moves);
+    void Notify(const AddressMoves& moves);
 
     const Ref<FileSystemService> FFileSystems;
     const Ref<MusicLibraryService> FLibrary;
     std::vector<AddressKeeper*> FKeepers;
-    std::atomic<bool> FIsStopped{true};  // read by the workers, too, which then ask no more
-    bool FIsToLook = false;              // whether there are new moves
-    MoveCounts FCounts;                  // as they were before all that is kept was asked about
-    MoveCounts FFollowed;                // the same, also from the program's last run
-    JsonFile FFile;                      // keeps FFollowed
+    std::atomic<bool> FIsStopped{true};  // the workers read it, too, and stop asking
+    bool FIsCheckDue = false;            // the counts of moves are to be asked for
+    MoveCounts FCounts;                  // as read before the kept addresses were last asked about; empty after Start
+    MoveCounts FFollowed;                // up to which the kept addresses are up to date; survives in FFile
+    JsonFile FFile;                      // stores FFollowed
     std::deque<Request> FRequests;
     Ticket FLastTicket = 0;
-    // Two, so that a request need not wait for all that is kept. Each does one thing at a time: answers come in order.
-    LatestTask FLooker, FAnswerer;
-    bool FIsLooking = false, FIsAnswering = false;
+    // Two workers, so that a request need not wait until all kept addresses were asked about. Each does one thing at a
+    // time, so that answers come in order.
+    LatestTask FChecker, FAnswerer;
+    bool FIsChecking = false, FIsAnswering = false;
     LinkSource<PresentAddresses> FLinks{this};
 };
 

@@ -1,11 +1,11 @@
 #pragma once
-// Whether the user's data can be kept.
+// Checks whether the user's data can be saved.
 
 #include <QString>
 
 namespace vexa::host {
 
-/// Empty when files can be made and filled in the folder, or why they cannot, such as on a full disk.
-QString WhyNotWritable(const QString& folder);
+/// Throws std::runtime_error when no files can be written in the folder, such as because the disk is full.
+void CheckWritable(const QString& folder);
 
 }  // namespace vexa::host

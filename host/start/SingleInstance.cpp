@@ -13,6 +13,8 @@
 #include <QThread>
 #include <QTimer>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
 namespace {
@@ -24,10 +26,10 @@ const QString kName = QStringLiteral("org.vexa_podcasts.Vexa");
 const QString kPath = QStringLiteral("/org/vexa_podcasts/Vexa");
 const QString kInterface = QStringLiteral("org.freedesktop.Application");
 
-/// One folder is one, by whatever way it is named.
+/// The canonical name of a folder, so that different names of one folder give the same instance.
 QString RealFolder(const QString& folder) {
     QFileInfo known(QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
-    QString missing;  // below the last folder that is there
+    QString missing;  // the part of the path that does not exist yet
     while (!known.exists() && !known.isRoot()) {
         missing = u'/' + known.fileName() + missing;
         known = QFileInfo(known.path());
@@ -35,21 +37,21 @@ QString RealFolder(const QString& folder) {
     return QDir::cleanPath(known.canonicalFilePath() + missing);
 }
 
-QString MarkOf(const QString& folder) {
+QString HashOf(const QString& folder) {
     const QByteArray digest = QCryptographicHash::hash(RealFolder(folder).toUtf8(), QCryptographicHash::Sha256);
     return QString::fromLatin1(digest.toHex().first(16));
 }
 
-/// An element of a name on the bus does not begin with a digit.
-QString NameOf(const QString& mark) {
-    return kName + u".Profile" + mark;
+/// The hash has a prefix, because an element of a bus name must not begin with a digit.
+QString NameOf(const QString& hash) {
+    return kName + u".Profile" + hash;
 }
 
-QString SocketOf(const QString& mark) {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)).filePath(u"vexa-" + mark);
+QString SocketOf(const QString& hash) {
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation)).filePath(u"vexa-" + hash);
 }
 
-/// What lets a window come to the front although another program has the focus.
+/// The data that allows a window to come to the front while another program has the focus.
 QVariantMap PlatformData() {
     QVariantMap data;
     for (const auto& [key, variable] :
@@ -62,10 +64,10 @@ QVariantMap PlatformData() {
 
 SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnection& bus)
     : FBus(bus),
-      FMark(MarkOf(profileFolder)),
-      FIsUsersOwn(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
+      FProfileHash(HashOf(profileFolder)),
+      FIsDefaultProfile(RealFolder(profileFolder) == RealFolder(DefaultProfileFolder())) {
     new ApplicationAdaptor(*this);
-    // Who finds the name finds the object too.
+    // Before the name, so that whoever finds the name finds the object, too.
     FBus.registerObject(kPath, this);
     connect(&FServer, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket* other = FServer.nextPendingConnection()) {
@@ -74,7 +76,7 @@ SingleInstance::SingleInstance(const QString& profileFolder, const QDBusConnecti
             if (other->bytesAvailable() > 0) Read(*other);
         }
     });
-    Take();
+    Acquire();
 }
 
 SingleInstance::~SingleInstance() {
@@ -87,16 +89,16 @@ void SingleInstance::StopListening() {
     FServer.close();
 }
 
-bool SingleInstance::TakeNames() {
-    if (!FBus.registerService(NameOf(FMark))) return false;
-    FNames += NameOf(FMark);
-    if (FIsUsersOwn && FBus.registerService(kName)) FNames += kName;
+bool SingleInstance::AcquireNames() {
+    if (!FBus.registerService(NameOf(FProfileHash))) return false;
+    FNames += NameOf(FProfileHash);
+    if (FIsDefaultProfile && FBus.registerService(kName)) FNames += kName;
     return true;
 }
 
-bool SingleInstance::TakeSocket() {
-    // The lock says who is the first, for a socket may be left over from one that crashed.
-    const QString socket = SocketOf(FMark);
+bool SingleInstance::AcquireSocket() {
+    // The lock decides who is the first: a socket may be left over from an instance that crashed.
+    const QString socket = SocketOf(FProfileHash);
     FLock = std::make_unique<QLockFile>(socket + u".lock");
     FLock->setStaleLockTime(0);
     if (!FLock->tryLock(0)) return FLock->error() != QLockFile::LockFailedError;
@@ -121,41 +123,46 @@ void SingleInstance::Read(QLocalSocket& socket) {
 
 void SingleInstance::Receive(const QStringList& addresses, const QVariantMap& platformData) {
     if (const QString token = platformData.value(QStringLiteral("activation-token")).toString(); !token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // where the toolkit looks for it
-    // Whoever called gets its answer before dialogs open.
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // the toolkit looks for it there
+    // Deferred, so that the caller gets its answer before dialogs open.
     QTimer::singleShot(0, this, [this, addresses] { Q_EMIT Opened(addresses); });
 }
 
-QString SingleInstance::HandOver(const QStringList& addresses) {
+void SingleInstance::HandOver(const QStringList& addresses) {
     const QVariantMap data = PlatformData();
-    QString problem;
-    const QDeadlineTimer end(kLongestAnswer);
-    do {
-        problem = FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
-        if (problem.isEmpty() || Take()) return {};
+    for (const QDeadlineTimer end(kLongestAnswer);;) {
+        try {
+            return FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
+        } catch (const std::exception&) {
+            if (Acquire()) return;
+            if (end.hasExpired()) throw;
+        }
         QThread::msleep(kTry);
-    } while (!end.hasExpired());
-    return problem;
+    }
 }
 
-QString SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        NameOf(FMark), kPath, kInterface, addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+void SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantMap& platformData) {
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(NameOf(FProfileHash), kPath, kInterface,
+                                       addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!addresses.isEmpty()) call << addresses;
     call << platformData;
     const QDBusMessage answer = FBus.call(call, QDBus::Block, kLongestAnswer);
-    return answer.type() == QDBusMessage::ErrorMessage ? answer.errorMessage() : QString();
+    if (answer.type() == QDBusMessage::ErrorMessage) throw std::runtime_error(answer.errorMessage().toStdString());
 }
 
-QString SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
+void SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
     QLocalSocket socket;
-    socket.connectToServer(SocketOf(FMark));
-    if (!socket.waitForConnected(kLongestAnswer)) return socket.errorString();
-    QDataStream out(&socket);
-    out.setVersion(kStream);
-    out << addresses << platformData;
-    socket.flush();
-    return socket.waitForReadyRead(kLongestAnswer) ? QString() : socket.errorString();
+    socket.connectToServer(SocketOf(FProfileHash));
+    bool isReached = socket.waitForConnected(kLongestAnswer);
+    if (isReached) {
+        QDataStream out(&socket);
+        out.setVersion(kStream);
+        out << addresses << platformData;
+        socket.flush();
+        isReached = socket.waitForReadyRead(kLongestAnswer);
+    }
+    if (!isReached) throw std::runtime_error(socket.errorString().toStdString());
 }
 
 }  // namespace vexa::host

@@ -1,9 +1,9 @@
 #pragma once
-// One window for a profile: a later start hands its addresses to the first one and ends. Main thread.
+// One window per profile: a later start of the program hands its addresses to the first instance and ends. Main thread.
 //
-// On the session bus the first one owns a name that is made of the profile's folder, and for the user's own profile the
-// application's id too, by which the desktop calls it; both offer org.freedesktop.Application. Without a bus it is a
-// local socket in the user's folder of such.
+// On the session bus the first instance owns a name made of a hash of the profile's folder and, for the user's default
+// profile, also the application's ID, by which the desktop calls it; org.freedesktop.Application is offered under both.
+// Without a bus the first instance listens on a local socket in the user's runtime directory.
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
@@ -24,32 +24,33 @@ public:
     ~SingleInstance() override;
 
     bool IsFirst() const noexcept { return FIsFirst; }
-    /// To the first one: it opens them, and comes to the front. Where that is about to end, its end is waited for, and
-    /// this one is the first. Empty, or why it could not be told.
-    QString HandOver(const QStringList& addresses);
-    /// The first one is about to end: it takes no more addresses.
+    /// Hands addresses to the first instance, which opens them and comes to the front. If the first instance is about
+    /// to end, waits for its end and becomes the first one. Throws std::runtime_error when the first instance
+    /// cannot be reached.
+    void HandOver(const QStringList& addresses);
+    /// Called when the first instance is about to end: it accepts no more addresses.
     void StopListening();
 
 Q_SIGNALS:
-    /// Another start wants them opened; none: only that the window comes to the front.
+    /// A later start asks to open `addresses`; if they are empty, only to bring the window to the front.
     void Opened(const QStringList& addresses);
 
 private:
     friend class ApplicationAdaptor;
 
-    bool Take() { return FIsFirst = FBus.isConnected() ? TakeNames() : TakeSocket(); }
-    bool TakeNames();
-    bool TakeSocket();
+    bool Acquire() { return FIsFirst = FBus.isConnected() ? AcquireNames() : AcquireSocket(); }
+    [[nodiscard]] bool AcquireNames();
+    [[nodiscard]] bool AcquireSocket();
     void Read(QLocalSocket& socket);
     void Receive(const QStringList& addresses, const QVariantMap& platformData);
-    /// Empty: it was told.
-    QString HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
-    QString HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
+    /// Both throw std::runtime_error when handing over fails.
+    void HandOverByBus(const QStringList& addresses, const QVariantMap& platformData);
+    void HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData);
 
     QDBusConnection FBus;
-    const QString FMark;  // of the profile's folder
-    const bool FIsUsersOwn;
-    QStringList FNames;  // owned on the bus
+    const QString FProfileHash;  // hash of the profile's folder
+    const bool FIsDefaultProfile;
+    QStringList FNames;  // names owned on the bus
     std::unique_ptr<QLockFile> FLock;
     QLocalServer FServer;
     bool FIsFirst = false;
@@ -66,7 +67,7 @@ public Q_SLOTS:
     void Open(const QStringList& addresses, const QVariantMap& platformData) {
         FOwner.Receive(addresses, platformData);
     }
-    /// There is none.
+    /// The desktop entry has no actions, so this only activates the window.
     void ActivateAction(const QString&, const QVariantList&, const QVariantMap& platformData) {
         FOwner.Receive({}, platformData);
     }

@@ -12,10 +12,10 @@ namespace vexa::host {
 
 namespace {
 
-constexpr unsigned kLongestEnd = 20;  // seconds, which is less than a session waits at its own end
+constexpr unsigned kLongestEnd = 20;  // seconds; less than a desktop session waits for its programs to end
 constexpr std::array kStopSignals = {SIGINT, SIGTERM, SIGHUP};
 
-std::array<int, 2> Pipe = {-1, -1};  // what reads, what writes; set before there is a handler
+std::array<int, 2> Pipe = {-1, -1};  // read end, write end; set before a handler is installed
 
 void SetHandler(int number, void (*handler)(int)) {
     struct sigaction action = {};
@@ -30,7 +30,8 @@ void GiveUp(int) {
     _exit(1);
 }
 
-/// Next to nothing may be done here: the rest is left to the main thread, which finds a byte in the pipe.
+/// A signal handler may do hardly anything: it leaves the rest to the main thread, which it wakes by a byte in the
+/// pipe.
 void OnStopSignal(int) {
     const int error = errno;
     for (const int number : kStopSignals) SetHandler(number, SIG_DFL);
@@ -44,12 +45,12 @@ void OnStopSignal(int) {
 
 void CatchStopSignals() {
     for (const int number : {SIGPIPE, SIGXFSZ}) SetHandler(number, SIG_IGN);
-    if (pipe2(Pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;  // then signals end it as they always do
+    if (pipe2(Pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;  // then signals end the program by default
     SetHandler(SIGALRM, GiveUp);
     for (const int number : kStopSignals) {
         struct sigaction present = {};
         sigaction(number, nullptr, &present);
-        if (present.sa_handler != SIG_IGN) SetHandler(number, OnStopSignal);  // such as under nohup
+        if (present.sa_handler != SIG_IGN) SetHandler(number, OnStopSignal);  // nohup, for one, ignores SIGHUP
     }
 }
 

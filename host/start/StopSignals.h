@@ -1,8 +1,9 @@
 #pragma once
-// The signals that ask a program to end: SIGINT, SIGTERM, SIGHUP. The first one is told on the main thread's event
-// loop, so that all ends as it should; a second one ends the program at once, and so does an end that takes too long.
+// The signals that ask a program to end: SIGINT, SIGTERM, SIGHUP. The first one is delivered to the main thread's event
+// loop, so that the program ends in an orderly way. A second signal ends the program at once; so does a timeout, if the
+// orderly end takes too long.
 //
-//     CatchStopSignals();                    // first thing in main: one that comes early waits
+//     CatchStopSignals();                    // first thing in main: an early signal waits for StopSignals
 //     QApplication application(argc, argv);
 //     StopSignals signals([] { … });
 
@@ -12,7 +13,8 @@
 
 namespace vexa::host {
 
-/// Also lets writes fail that would else end the program: into a closed pipe, and beyond the largest size of a file.
+/// Also ignores SIGPIPE and SIGXFSZ, so that writing to a closed pipe or beyond the file size limit fails instead of
+/// ending the program.
 void CatchStopSignals();
 
 class StopSignals {

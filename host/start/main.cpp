@@ -9,6 +9,7 @@
 #include "ProfileFolder.h"
 #include "Session.h"
 #include "SingleInstance.h"
+#include "Steps.h"
 #include "StopSignals.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Threads.h"
@@ -58,12 +59,12 @@ HostOptions OptionsOf(const QCommandLineParser& arguments) {
     return options;
 }
 
-/// Throws std::runtime_error when there is no such service.
+/// Throws UsageError when there is no such service.
 void HideServices(Host& host, const QCommandLineParser& arguments) {
     for (const QString& service : arguments.values(QStringLiteral("without")))
-        if (!host.TheCore().HideService(service))
+        if (!host.PluginCore().HideService(service))
             throw UsageError(u"there is no service " + service + u": take one of " +
-                             host.TheCore().ServiceNames().join(QStringLiteral(", ")));
+                             host.PluginCore().ServiceNames().join(QStringLiteral(", ")));
 }
 
 int RunHeadless(const QCommandLineParser& arguments) {
@@ -77,7 +78,7 @@ int RunHeadless(const QCommandLineParser& arguments) {
     return QApplication::exec();
 }
 
-/// What a second start of this profile's window would give the first one.
+/// The addresses to open, which a second start with this profile hands to the first one.
 QStringList AddressesOf(const QCommandLineParser& arguments) {
     QStringList addresses;
     try {
@@ -89,7 +90,8 @@ QStringList AddressesOf(const QCommandLineParser& arguments) {
     return addresses;
 }
 
-/// What restores this window in the user's next session: what plays is remembered, what was opened is done.
+/// The command that restores this window in the user's next session. It has no addresses: they were opened already, and
+/// the current file is remembered in the profile.
 QStringList RestartCommand(const QCommandLineParser& arguments) {
     QStringList command{QCoreApplication::applicationFilePath()};
     for (const QString& option : arguments.optionNames())
@@ -97,25 +99,29 @@ QStringList RestartCommand(const QCommandLineParser& arguments) {
     return command;
 }
 
-/// Whether anybody sees a window.
-bool IsSeen() {
+/// Whether windows are visible.
+bool HasVisibleWindows() {
     return QGuiApplication::platformName() != u"offscreen" && QGuiApplication::platformName() != u"minimal";
 }
 
-/// What goes wrong where there is no window yet, or no more.
-void Tell(const QString& problem) {
+/// Reports a problem while there is no window yet, or none any more.
+void PrintProblem(const QString& problem) {
     std::fprintf(stderr, "vexa: %s\n", qUtf8Printable(problem));
 }
 
-/// Saves, and asks what to do as long as that fails: space can be made meanwhile. False when it was given up.
+/// Saves, and while that fails, asks the user what to do, who may make space meanwhile. False when it was given up.
 template <class Save>
 bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
-    static QString told;
+    static QString printed;
     const WindowTexts texts(host.Language());
     for (;;) {
-        const QString problem = save();
-        if (problem.isEmpty()) return true;
-        if (problem != std::exchange(told, problem)) Tell(problem);
+        QString problem;
+        try {
+            return save(), true;
+        } catch (const std::exception& error) {
+            problem = QString::fromUtf8(error.what());
+        }
+        if (problem != std::exchange(printed, problem)) PrintProblem(problem);
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
         box.setInformativeText(problem);
@@ -128,15 +134,17 @@ bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
     }
 }
 
-/// A plug-in beside the program is loaded without being asked for. One that cannot be is said, and missed.
+/// Without --plugin the podcasts plug-in that comes with the program is loaded. If a plug-in cannot be loaded, the
+/// window says so and runs without it.
 int RunWindow(const QCommandLineParser& arguments) {
     const QStringList addresses = AddressesOf(arguments);
     const HostOptions options = OptionsOf(arguments);
     SingleInstance instance(options.ProfileFolder);
     if (!instance.IsFirst()) {
-        const QString problem = instance.HandOver(addresses);
-        if (!problem.isEmpty()) {
-            Tell(u"the window that is open already does not answer: " + problem);
+        try {
+            instance.HandOver(addresses);
+        } catch (const std::exception& error) {
+            PrintProblem(u"the window that is open already does not answer: " + QString::fromUtf8(error.what()));
             return 1;
         }
         if (!instance.IsFirst()) return 0;
@@ -147,7 +155,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     bool isStopped = false, isSaved = true;
     const StopSignals signals([&] {
         isStopped = true;
-        QCoreApplication::exit();  // also out of dialogs, which would refuse to close
+        QCoreApplication::exit();  // not quit(), which dialogs could refuse
     });
     {
         Playback playback(host);
@@ -156,9 +164,11 @@ int RunWindow(const QCommandLineParser& arguments) {
         MainWindow window(host, playback);
         const auto save = [&] {
             window.SaveLayout();
-            QStringList problems{playback.Save(), host.Playlists().Save(), host.Config().Save()};
-            problems.removeAll({});
-            return problems.join(QStringLiteral("; "));
+            Steps saving;
+            saving.Take([&] { playback.Save(); });
+            saving.Take([&] { host.Playlists().Save(); });
+            saving.Take([&] { host.Config().Save(); });
+            saving.ThrowIfFailed();
         };
         QObject::connect(
             qApp, &QGuiApplication::commitDataRequest, &window, [&] { SaveOrAsk(host, false, save); },
@@ -173,8 +183,11 @@ int RunWindow(const QCommandLineParser& arguments) {
         QString plugin = arguments.value(QStringLiteral("plugin"));
         if (plugin.isEmpty()) plugin = PodcastsPlugin();
         window.show();
-        if (const QString problem = WhyNotWritable(host.ProfileFolder()); !problem.isEmpty()) {
-            Tell(problem);
+        try {
+            CheckWritable(host.ProfileFolder());
+        } catch (const std::exception& error) {
+            const QString problem = QString::fromUtf8(error.what());
+            PrintProblem(problem);
             window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
         }
         if (!plugin.isEmpty()) window.LoadPlugin(plugin);
@@ -183,10 +196,10 @@ int RunWindow(const QCommandLineParser& arguments) {
         if (!addresses.isEmpty()) window.Open(addresses);
         QApplication::exec();
         instance.StopListening();
-        playback.Pause();  // it may take a while until the last question is answered
-        isSaved = SaveOrAsk(host, !isStopped && IsSeen(), save);
+        playback.Pause();  // the user may take a while to answer the last question
+        isSaved = SaveOrAsk(host, !isStopped && HasVisibleWindows(), save);
     }
-    isSaved = SaveOrAsk(host, isSaved && !isStopped && IsSeen(), [&] { return host.UnloadPlugins(); }) && isSaved;
+    isSaved = SaveOrAsk(host, isSaved && !isStopped && HasVisibleWindows(), [&] { host.UnloadPlugins(); }) && isSaved;
     return isSaved ? 0 : 1;
 }
 
@@ -194,17 +207,17 @@ int RunWindow(const QCommandLineParser& arguments) {
 
 int main(int argc, char** argv) {
     CatchStopSignals();
-    // The toolkit takes "--plugin" and others for its own: it sees no argument but the program's name.
+    // The toolkit gets only the program's name, because it would take "--plugin" and other options for its own.
     QStringList words;
     for (int i = 0; i < argc; ++i) words += QString::fromLocal8Bit(argv[i]);
-    int one = 1;
-    // Commands of plug-ins open windows, which without a display are drawn in memory. What is only to be told of the
-    // program needs no display either.
+    int argumentCount = 1;
+    // Commands of plug-ins open windows, which are drawn in memory when there is no display. Printing help or the
+    // version needs no display, either.
     const bool isHeadless = words.contains(QStringLiteral("--headless"));
     const bool hasDisplay = HasDisplay();
     if ((isHeadless || !hasDisplay) && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(one, argv);
+    const QApplication application(argumentCount, argv);
     if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));
@@ -241,8 +254,8 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         return Complain(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        Tell(QString::fromUtf8(error.what()));
-        if (isHeadless || !IsSeen()) return 1;
+        PrintProblem(QString::fromUtf8(error.what()));
+        if (isHeadless || !HasVisibleWindows()) return 1;
         const StopSignals signals([] { QCoreApplication::exit(); });
         QMessageBox::critical(nullptr, QStringLiteral("VEXA"), QString::fromUtf8(error.what()));
         return 1;

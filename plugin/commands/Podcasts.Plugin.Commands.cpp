@@ -18,22 +18,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kPatience = std::chrono::milliseconds(80);  // of the user, for whom the windows stand still
+constexpr auto kPatience = std::chrono::milliseconds(80);  // how long the windows may be blocked
 constexpr auto kPoll = std::chrono::milliseconds(10);
-constexpr qsizetype kKeysAtOnce = 250;  // a fraction of a second's work: how far it is shows as often
+constexpr qsizetype kKeysAtOnce = 250;  // takes a fraction of a second; windows show the progress after each group
 constexpr qsizetype kMostFilesNamed = 10;
 constexpr qsizetype kLongestName = 300;  // letters
 
-/// Works that wait for their turn.
-class Works {
+/// Work that waits for its turn.
+class CommandQueue {
 public:
-    /// True: nobody is at work, so that the caller is to see to it.
+    /// True when no task is running, so that the caller must start one.
     bool Add(TPodcastsCommandWork work) {
         const std::lock_guard lock(FMutex);
         FWaiting.push_back(std::move(work));
         return !std::exchange(FIsRunning, true);
     }
-    /// The next one; an empty one at the end, after which somebody else is to see to what comes.
+    /// The next work. Returns an empty function when there is none; the task must then end, and the next Add returns
+    /// true.
     TPodcastsCommandWork Next() {
         const std::lock_guard lock(FMutex);
         FIsRunning = !FWaiting.empty();
@@ -48,27 +49,28 @@ private:
     std::deque<TPodcastsCommandWork> FWaiting;  // guarded by FMutex
     bool FIsRunning = false;                    // guarded by FMutex
 };
-Works Waiting;
+CommandQueue WaitingCommands;
 
-/// Shows a message that the main thread makes, before the work that it is of has ended: later there may be no host.
+/// Shows a message whose text is made on the main thread, and waits for that: once the work has ended there may be no
+/// host any more.
 template <class MakeText>
-void Tell(MakeText makeText) {
+void ShowMessage(MakeText makeText) {
     RunInMainThread([&] { ShowErrorBox(HostMainWindow(), QString(), makeText()); }, true);
 }
 
-/// Does all that waits, one after the other. Holds the client all the while.
+/// Does all waiting work, one piece after another, while holding a pass for the client.
 class CommandTask final : public Task {
 public:
     explicit CommandTask(TPodcastsClientPass client) : FClient(std::move(client)) {}
 
     void Execute() override {
-        while (const TPodcastsCommandWork work = Waiting.Next()) {
+        while (const TPodcastsCommandWork work = WaitingCommands.Next()) {
             try {
                 work(*FClient.Get());
             } catch (...) {
-                LogCaughtException("a menu command");
+                LogCaughtException(LogPlugin(), "a menu command");
                 const QString reason = CaughtMessage();
-                GuardedCall("showing an error", [&] { Tell([&] { return reason; }); });
+                GuardedCall("showing an error", [&] { ShowMessage([&] { return reason; }); });
             }
         }
     }
@@ -78,10 +80,10 @@ private:
     TPodcastsClientPass FClient;
 };
 
-/// Files that were to be deleted and are still there must not be forgotten silently.
-void TellOfKeptFiles(const QStringList& files) {
+/// Tells the user about files that should have been deleted but still exist.
+void ReportKeptFiles(const QStringList& files) {
     if (files.isEmpty()) return;
-    Tell([&] {
+    ShowMessage([&] {
         QString text = FormatText(LocalizedText(QStringLiteral("Podcasts\\MSG15")), QString::number(files.size()));
         text += u'\n';
         for (const QString& file : files.mid(0, kMostFilesNamed)) text += u'\n' + TextForLabel(file, kLongestName);
@@ -96,7 +98,7 @@ void RunCommand(TPodcastsCommandWork work) {
     auto client = TPodcastsClientPass::Enter();
     if (!client) return;
     const auto isDone = std::make_shared<std::atomic<bool>>(false);
-    const bool isFirst = Waiting.Add([work = std::move(work), isDone](TPodcastClient& itsClient) {
+    const bool isFirst = WaitingCommands.Add([work = std::move(work), isDone](TPodcastClient& itsClient) {
         struct Ending {
             std::atomic<bool>& IsDone;
             ~Ending() {
@@ -107,7 +109,7 @@ void RunCommand(TPodcastsCommandWork work) {
         work(itsClient);
     });
     if (isFirst) WorkerPool::Run(std::make_unique<CommandTask>(std::move(client)));
-    client = {};  // what is waited for may end the plug-in
+    client = {};  // procedures that run during the wait may end the plug-in
     const auto end = Clock::now() + kPatience;
     DrainMainThreadUntil([&] { return *isDone || Clock::now() >= end; }, kPoll);
 }
@@ -118,7 +120,7 @@ void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys
         kept += client.DeleteCachedEpisodes(episodeKeys.mid(begin, kKeysAtOnce));
         client.NotifyDataChanged();
     }
-    TellOfKeptFiles(kept);
+    ReportKeptFiles(kept);
 }
 
 void MarkListened(TPodcastClient& client, const QString& episodeKey) {
@@ -134,7 +136,7 @@ void MarkListened(TPodcastClient& client, const QString& episodeKey) {
 }
 
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles) {
-    TellOfKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
+    ReportKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
 }
 
 }  // namespace podcasts

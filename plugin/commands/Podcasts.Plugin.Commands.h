@@ -1,5 +1,6 @@
 #pragma once
-// The work of commands on another thread, so that the windows go on while thousands of episodes are marked or deleted.
+// Runs the work of commands on another thread, so that windows stay responsive while thousands of episodes are marked
+// or deleted.
 
 #include "Podcasts.Core.h"
 
@@ -7,21 +8,21 @@
 
 namespace podcasts {
 
-/// A command's work, on a worker thread. What it throws is logged and shown to the user.
+/// A command's work, which runs on a worker thread. An exception is logged and shown to the user.
 using TPodcastsCommandWork = std::function<void(TPodcastClient&)>;
 
-/// Runs the work after all that was given before, and waits a moment for it: what is quick has been done when this
-/// returns. The plug-in does not end before its work. Nothing happens when no client is registered. Main thread.
+/// Runs `work` after all work queued earlier, and waits a moment for it, so that quick work is done when this function
+/// returns. The plug-in's end waits for all work. Does nothing when no client is registered. Main thread.
 void RunCommand(TPodcastsCommandWork work);
 
-// ---- Works, to be run by RunCommand ----
+// ---- Functions to be run by RunCommand ----
 
-/// Tells the user of files that there is no trash for.
+/// Tells the user about files that were kept because there is no trash for them.
 void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys);
-/// Marks an episode of which the user does not know that it is being marked: while another program holds the database
-/// it tries again and again, and what else fails is only logged.
+/// Marks an episode automatically, without a request by the user: retries while another program locks the database, and
+/// only logs other errors.
 void MarkListened(TPodcastClient& client, const QString& episodeKey);
-/// Tells the user of files that there is no trash for.
+/// Tells the user about files that were kept because there is no trash for them.
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles);
 
 }  // namespace podcasts

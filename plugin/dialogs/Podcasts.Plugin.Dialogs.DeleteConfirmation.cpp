@@ -19,12 +19,12 @@ using namespace vexa;
 namespace {
 
 constexpr qsizetype kLongestTitle = 200;     // letters in the question
-constexpr qsizetype kLongestToolTip = 1000;  // and in the tool tip of one that is longer
+constexpr qsizetype kLongestToolTip = 1000;  // letters in the tool tip, which shows a longer title
 constexpr int kIconSize = 32;
 constexpr int kTextWidth = 388;
-constexpr int kLettersInLine = 45;  // at least, in a large font
+constexpr int kLettersInLine = 45;  // minimum width of the text, for large fonts
 constexpr QSize kButtonSize(96, 25);
-constexpr int kLeftOfButtons = 113;  // they stand in the middle
+constexpr int kLeftOfButtons = 113;  // the buttons are in the middle
 constexpr int kRightOfButtons = 106;
 
 }  // namespace
@@ -54,14 +54,14 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     lbText->setTextFormat(Qt::PlainText);
     lbText->setWordWrap(true);
     lbText->setAlignment(Qt::AlignTop | Qt::AlignLeading);
-    // As wide as the window, which the text itself does not make wider.
+    // The text is as wide as the window, and does not make the window wider.
     QSizePolicy asWideAsThere = lbText->sizePolicy();
     asWideAsThere.setHorizontalPolicy(QSizePolicy::Ignored);
     lbText->setSizePolicy(asWideAsThere);
     lbText->setMinimumSize(std::max(kTextWidth, kLettersInLine * fontMetrics().averageCharWidth()), kIconSize);
     const QString name = TextForLabel(FFeedName, kLongestTitle);
     lbText->setText(FormatText(text("Podcasts\\MSG6"), name));
-    // Tool tips guess whether they are markup, so this one is markup for certain.
+    // Qt guesses whether a tool tip is markup, so make it markup explicitly.
     if (name != FFeedName)
         lbText->setToolTip(QStringLiteral("<qt>") + TextForLabel(FFeedName, kLongestToolTip).toHtmlEscaped());
 

@@ -1,5 +1,5 @@
 #pragma once
-// The question before a feed is unsubscribed.
+// The dialog that asks for confirmation before a feed is unsubscribed.
 
 #include "Podcasts.Plugin.Dialogs.h"
 
@@ -10,8 +10,8 @@ namespace podcasts {
 /// Main thread.
 class TfrmPodcastDeleteConfirmation : public TPodcastsCustomForm {
 public:
-    /// Waits for the user; true when they confirmed. Only then `deleteCachedFiles` is written: whether the feed's
-    /// downloaded files are to go too.
+    /// Waits for the user; true when they have confirmed. Only then is `deleteCachedFiles` set: whether to delete the
+    /// feed's downloaded files, too.
     static bool Execute(vexa::WindowHandle owner, const QString& feedTitle, bool& deleteCachedFiles);
 
     TfrmPodcastDeleteConfirmation(vexa::WindowHandle owner, const QString& feedTitle);

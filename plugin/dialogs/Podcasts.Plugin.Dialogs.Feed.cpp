@@ -22,10 +22,10 @@ using namespace vexa;
 
 namespace {
 
-constexpr qsizetype kLongestReason = 300;  // letters of why a fetch failed
+constexpr qsizetype kLongestReason = 300;  // letters of the message when a fetch failed
 constexpr int kMargin = 8;
 constexpr int kEditWidth = 431;
-constexpr int kLettersInEdit = 50;  // at least, in a large font
+constexpr int kLettersInEdit = 50;  // minimum width of the edit, for large fonts
 constexpr QSize kButtonSize(96, 25);
 
 QString TextOf(const QMimeData& data) {
@@ -37,7 +37,7 @@ void ShowAlreadySubscribed(QWidget* owner) {
     ShowMessageBox(owner, QMessageBox::Warning, LocalizedText(QStringLiteral("Podcasts\\MSG1")));
 }
 
-/// What is dropped on a control, in place of what the control itself takes.
+/// Handles drops on a control in place of the control itself.
 class DropTarget final : public QObject {
 public:
     using Over = std::function<bool(const QMimeData&)>;
@@ -58,7 +58,7 @@ protected:
             drop.ignore();
             return true;
         }
-        // The source keeps what it gives.
+        // Copy, so that the source keeps its data.
         drop.setDropAction(Qt::CopyAction);
         drop.accept();
         if (event->type() == QEvent::Drop) FOnDrop(*drop.mimeData());
@@ -72,7 +72,7 @@ private:
 
 }  // namespace
 
-/// Fetches for a dialog; tells it unless it is gone by then.
+/// Fetches a feed for a dialog, and passes the result to the dialog if that still exists.
 class TfrmPodcastFeed::FetchTask final : public Task {
 public:
     FetchTask(TfrmPodcastFeed& dialog, const QString& text) : FDialog(dialog.FLinks), FText(text) {}
@@ -80,7 +80,7 @@ public:
     void Execute() override {
         const auto outcome = std::make_shared<FetchOutcome>();
         try {
-            // What is subscribed to already is found out when the feed is stored.
+            // Existing subscriptions are detected when the feed is stored.
             outcome->Found = FindFeed(
                 FText, 0,
                 [this](const QString& address) { return LoadFeedDocument(address, [this] { return IsCancelled(); }); },
@@ -97,7 +97,7 @@ public:
     QString Caption() const override { return MaskedUrl(FText); }
 
 private:
-    const Link<TfrmPodcastFeed> FDialog;  // looked up on the main thread
+    const Link<TfrmPodcastFeed> FDialog;  // used only on the main thread
     const QString FText;
 };
 
@@ -107,7 +107,7 @@ void TfrmPodcastFeed::Subscribe(WindowHandle owner, TPodcastClient& client) {
     TOpenDialog<TfrmPodcastFeed> dialog(owner, client);
     if (!dialog.ExecuteOK() || !dialog->FFeed) return;
     TPodcastClient* const present = link.Get();
-    // Somebody else may have subscribed while the document was on its way, and have heard or downloaded episodes since.
+    // Another program may have subscribed to the feed meanwhile, and may have marked or downloaded episodes since.
     if (present && !present->SubscribeNew(*dialog->FFeed)) ShowAlreadySubscribed(dialog->parentWidget());
 }
 
@@ -132,7 +132,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     lbDownloadHint->setObjectName(QStringLiteral("lbDownloadHint"));
     lbDownloadHint->setTextFormat(Qt::PlainText);
     lbDownloadHint->setEnabled(false);
-    lbDownloadHint->setForegroundRole(QPalette::PlaceholderText);  // greyed, but to be read
+    lbDownloadHint->setForegroundRole(QPalette::PlaceholderText);  // greyed, but readable
     QSizePolicy keepsItsPlace = lbDownloadHint->sizePolicy();
     keepsItsPlace.setRetainSizeWhenHidden(true);
     lbDownloadHint->setSizePolicy(keepsItsPlace);
@@ -171,7 +171,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(this, [this] { btnOKClick(); }); });
     connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
 
-    // Not a text that merely begins with an address, nor one that only looks like an address.
+    // Ignore a text that merely begins with an address, or only looks like an address.
     const QString copied = QApplication::clipboard()->text().trimmed();
     if (IsWholeFeedAddress(copied)) edFeedURL->setText(copied);
     edFeedURL->selectAll();
@@ -180,7 +180,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
 }
 
 TfrmPodcastFeed::~TfrmPodcastFeed() {
-    // The main thread serves its queue while it waits, and the fetch's end may be in there.
+    // While the main thread waits it runs queued procedures, which may include the end of the fetch.
     FLinks.Invalidate();
     WorkerPool::Cancel(FFetchTask, true);
 }
@@ -191,7 +191,7 @@ void TfrmPodcastFeed::SetEditedURL(const QString& feedURL) {
     edFeedURL->selectAll();
 }
 
-/// The feed's location that the edit names. An address that nobody has touched is the stored one to the letter.
+/// The feed's location according to the edit. An unchanged text stands for exactly the stored address.
 QString TfrmPodcastFeed::Location() const {
     const QString text = edFeedURL->text();
     return text == FEditedURL ? text : NormalizedFeedLocation(text);
@@ -234,7 +234,7 @@ void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
     FFeed = std::move(outcome.Found.Feed);
     FLastError = outcome.Found.IsUnknownFormat ? QString() : outcome.Found.Error;
     UpdateControls();
-    if (!isVisible()) return;  // it has its result already
+    if (!isVisible()) return;  // the dialog has its result already
     if (!FClient.Get()) return reject();
     if (FFeed) return accept();
     if (!outcome.Found.Choices.empty()) return ChooseFeed(outcome.Found.Choices);
@@ -263,7 +263,7 @@ bool TfrmPodcastFeed::dtFeedURLOver(const QMimeData& dragged) const {
 
 void TfrmPodcastFeed::dtFeedURLDrop(const QMimeData& dragged) {
     if (!dtFeedURLOver(dragged)) return;
-    // As it came where more than one address may be meant.
+    // If the text may mean more than one address, show it unchanged.
     const QStringList locations = FeedLocationsOf(TextOf(dragged));
     edFeedURL->setText(locations.size() == 1 ? locations.first() : TextOf(dragged).trimmed());
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The dialog for a feed's address: subscribes to a feed that could be read, or changes the address of a stored one.
+// The dialog for a feed's address: subscribes to a feed after reading it, or changes the address of a stored feed.
 
 #include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.h"
@@ -15,12 +15,12 @@ class QPushButton;
 
 namespace podcasts {
 
-/// Main thread. The owner may be destroyed, and the client too, while a dialog is open.
+/// Main thread. The owner and the client may be destroyed while the dialog is open.
 class TfrmPodcastFeed : public TPodcastsCustomForm {
 public:
-    /// Waits for the user. Throws what storing the feed throws.
+    /// Runs the dialog until the user closes it. Throws the exceptions of storing the feed.
     static void Subscribe(vexa::WindowHandle owner, TPodcastClient& client);
-    /// Waits for the user. Throws what changing the stored address throws.
+    /// Runs the dialog until the user closes it. Throws the exceptions of changing the stored address.
     static void Edit(vexa::WindowHandle owner, TPodcastClient& client, const QString& feedURL);
 
     TfrmPodcastFeed(vexa::WindowHandle owner, TPodcastClient& client);
@@ -37,7 +37,7 @@ private:
     QString Location() const;
     void UpdateControls();
     void DownloadFeed(const QString& text);
-    /// Lets the user choose among the feeds of a page, and fetches that one.
+    /// Lets the user choose one of the feeds of a page, and fetches it.
     void ChooseFeed(const std::vector<TPodcastFeedLink>& feeds);
     void FetchComplete(FetchOutcome& outcome);
 
@@ -52,11 +52,11 @@ private:
     QPushButton* btnCancel;
 
     QString FLastError;                   // of the last fetch
-    vexa::TaskHandle FFetchTask = 0;      // 0: none runs
-    QString FEditedURL;                   // empty: the dialog subscribes
-    std::unique_ptr<TPodcastFeed> FFeed;  // what the last fetch brought
+    vexa::TaskHandle FFetchTask = 0;      // 0 while no fetch runs
+    QString FEditedURL;                   // empty when the dialog subscribes to a feed
+    std::unique_ptr<TPodcastFeed> FFeed;  // the feed that the last fetch has read
     vexa::Link<TPodcastClient> FClient;
-    vexa::LinkSource<TfrmPodcastFeed> FLinks{this};  // for the fetch, to find the dialog or that it is gone
+    vexa::LinkSource<TfrmPodcastFeed> FLinks{this};  // tells the fetch whether the dialog still exists
 };
 
 }  // namespace podcasts

@@ -39,7 +39,7 @@ QString CommonText(const char* name) {
     return LocalizedText(QStringLiteral("CommonDialogs\\") + QLatin1String(name));
 }
 
-/// The button's image for 96, 144 and 192 DPI, of which the toolkit takes the one that fits.
+/// The button's image for 96, 144 and 192 DPI; the toolkit chooses the one that fits.
 QIcon Images() {
     QIcon images;
     for (const char* const size : {"", "144", "192"})
@@ -47,7 +47,7 @@ QIcon Images() {
     return images;
 }
 
-/// A check box that breaks its caption into lines where it must be narrower.
+/// A check box that wraps its caption when there is not enough room.
 class WrappingCheckBox final : public QCheckBox {
 public:
     WrappingCheckBox() {
@@ -126,7 +126,7 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
     edDownloadPathButtons1->setIcon(Images());
     LayOut();
 
-    // Only what the user does: the controls are set by the page too.
+    // Connect signals that only the user causes, since the page itself sets the controls, too.
     for (QCheckBox* const box : {CB1, CB2, CB3, CB4})
         connect(box, &QCheckBox::clicked, this, [this] { ModifiedHandler(); });
     connect(cbUpdates, &QComboBox::activated, this, [this] { ModifiedHandler(); });
@@ -177,24 +177,24 @@ void TfrmPodcastsSettings::LayOut() {
     setFocusPolicy(Qt::NoFocus);
     setWidgetResizable(true);
     setWidget(page);
-    // The dialog's own background, whatever that is.
+    // Show the dialog's own background.
     page->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     resize(kPageSize);
 }
 
-/// All captions on one line, whatever the font; no less than the page's own size.
+/// Wide enough for all captions on one line, whatever the font, but at least the page's own size.
 QSize TfrmPodcastsSettings::sizeHint() const {
     return widget()->sizeHint().expandedTo({kPageSize.width(), 0});
 }
 
-/// Of the width that needs no scrolling to the side.
+/// Wide enough to need no horizontal scrolling.
 QSize TfrmPodcastsSettings::minimumSizeHint() const {
     const int width = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
     return {width, QScrollArea::minimumSizeHint().height()};
 }
 
-// ---- What the host asks for ----
+// ---- Notifications of the host ----
 
 void TfrmPodcastsSettings::Load() {
     TPodcastClient* const client = FClient.Get();
@@ -263,7 +263,7 @@ void TfrmPodcastsSettings::edDownloadPathButtons0Click() {
 
 void TfrmPodcastsSettings::edDownloadPathButtons1Click() {
     QToolButton& button = *edDownloadPathButtons1;
-    // Pressed by a key, it opens where the button is, not wherever the mouse happens to be.
+    // If the button was pressed by a key, open the menu at the button rather than at the mouse.
     pmMacrosLegend->popup(button.underMouse() ? QCursor::pos() : button.mapToGlobal(button.rect().bottomLeft()));
 }
 

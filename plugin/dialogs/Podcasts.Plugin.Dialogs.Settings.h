@@ -18,8 +18,8 @@ class QToolButton;
 
 namespace podcasts {
 
-/// What the page shows: the client's options, which change only when it is told to save. In a window that is too small
-/// for it the page breaks its lines, and scrolls. It does nothing once the client is gone.
+/// The contents of the page: the client's options, which change only when Save is called. If the window is too small,
+/// the page wraps its lines and scrolls. The page does nothing once the client is gone.
 class TfrmPodcastsSettings : public QScrollArea {
 public:
     TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client);
@@ -37,7 +37,7 @@ private:
     QLayout* LayOutPath();
     void ShowOptions(const TPodcastClientOptions& options);
 
-    /// Tells the host that there is something to apply.
+    /// Tells the host that the page has changes to apply.
     void ModifiedHandler();
     void edDownloadPathButtons0Click();
     void edDownloadPathButtons1Click();
@@ -60,10 +60,10 @@ private:
     vexa::Link<TPodcastClient> FClient;
 };
 
-/// The page as the host knows it.
+/// The page, as the host's options dialog uses it.
 class TVEXAPodcastsOptionsFrame : public vexa::TVEXACustomOptionsFrame {
 public:
-    /// `onLoad` is called before the page shows the options, `onSave` after it has set them.
+    /// `onLoad` is called before the page shows the options, `onSave` after it has saved them.
     explicit TVEXAPodcastsOptionsFrame(TPodcastClient& client, std::function<void()> onLoad = {},
                                        std::function<void()> onSave = {})
         : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)) {}

@@ -17,15 +17,15 @@ using namespace vexa;
 
 namespace {
 
-constexpr qsizetype kLongestWord = 24;      // letters that surely fit on a line
-constexpr qsizetype kLongestMessage = 600;  // of a reason that a server gives
+constexpr qsizetype kLongestWord = 24;      // letters that certainly fit on a line
+constexpr qsizetype kLongestMessage = 600;  // letters of an error message, which may contain a server's text
 
-/// Marks, overrides and isolates of direction.
+/// Whether a character is a directional mark, override or isolate.
 bool TurnsDirection(char16_t c) {
     return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0x200E || c == 0x200F;
 }
 
-/// On one line, without what turns the direction.
+/// `text` on one line, without directional characters.
 QString Plain(const QString& text) {
     QString plain;
     plain.reserve(text.size());
@@ -55,7 +55,7 @@ bool CanShowWindows(const char* what) {
 }
 
 QString TextForLabel(const QString& text, qsizetype letters) {
-    // Far more than can be shown is not even looked at: a letter may have any number of accents.
+    // Ignore everything far beyond what can be shown, since a letter may have any number of accents.
     QString plain = Plain(text.left(letters * 8));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, plain);
     QString result;
@@ -64,7 +64,7 @@ QString TextForLabel(const QString& text, qsizetype letters) {
         if (count++ == letters) return result + u'…';
         wordLength = plain[begin].isSpace() ? 0 : wordLength + 1;
         if (wordLength > kLongestWord) {
-            result += QChar(0x200B);  // no width, but a place to break
+            result += QChar(0x200B);  // zero-width space: a break opportunity
             wordLength = 1;
         }
         result += QStringView(plain).sliced(begin, end - begin);
@@ -85,11 +85,11 @@ void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text)
 }
 
 void ReportCaughtException(QWidget* owner) noexcept {
-    LogCaughtException("a dialog's command");
+    LogCaughtException(LogPlugin(), "a dialog's command");
     try {
         ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kLongestMessage));
     } catch (...) {
-        // There is nothing left to tell it with; it is in the log.
+        // The exception cannot be shown, but it has been logged.
     }
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// What the plug-in's dialogs have in common. Main thread.
+// Code shared by the plug-in's dialogs. Main thread.
 
 #include "VEXA.SDK.Objects.h"
 
@@ -12,27 +12,28 @@
 
 namespace podcasts {
 
-/// Whether this program can show windows. When it cannot, a warning that `what` is impossible is logged.
+/// Whether this program can show windows. If not, logs a warning that `what` is impossible.
 bool CanShowWindows(const char* what);
 
-/// A text from outside as a wrapping label can show it: without line ends of its own, no more than `letters` of it,
-/// with places to break where a word is longer than a line, and without what turns the direction of the text around it.
+/// An untrusted text in a form that is safe in a wrapping label: without line breaks, cut to `letters` letters, with
+/// break opportunities in words longer than a line, and without characters that change the direction of other text.
 QString TextForLabel(const QString& text, qsizetype letters);
 
-/// A box without a title that waits for its button. `text` is plain. The owner may be destroyed meanwhile.
+/// Shows a box without a title and returns when the user has closed it. `text` is plain text. The owner may be
+/// destroyed meanwhile.
 void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text);
 
 /// The base of the dialogs: a fixed frame in the middle of the screen, with the plug-in's icon.
 class TPodcastsCustomForm : public QDialog {
 public:
-    /// `owner` may be 0, or a window of another toolkit. A dialog of a window that stays on top stays on top too.
+    /// `owner` may be 0, or a window of another toolkit. If the owner stays on top, so does the dialog.
     explicit TPodcastsCustomForm(vexa::WindowHandle owner);
 
 protected:
     void showEvent(QShowEvent* event) override;
 };
 
-/// Frees a dialog when its scope ends, unless its owner has done so while it was open.
+/// Destroys a dialog at the end of a scope, unless the dialog's owner has destroyed it before.
 template <class Dialog>
 class TOpenDialog {
 public:
@@ -42,20 +43,20 @@ public:
     TOpenDialog(const TOpenDialog&) = delete;
     TOpenDialog& operator=(const TOpenDialog&) = delete;
 
-    /// Null once the owner has taken it away.
+    /// Null once the owner has destroyed the dialog.
     Dialog* Get() const noexcept { return FDialog.data(); }
     Dialog* operator->() const noexcept { return FDialog.data(); }
-    /// Whether it was closed with OK and is still there.
+    /// Runs the dialog. True when the user has closed it with OK and it still exists.
     bool ExecuteOK() { return FDialog->exec() == QDialog::Accepted && FDialog; }
 
 private:
     QPointer<Dialog> FDialog;
 };
 
-/// Logs the exception that is being handled, and shows it.
+/// Logs the exception that is being handled, and shows its message.
 void ReportCaughtException(QWidget* owner) noexcept;
 
-/// Runs a control's event: what it throws is logged and shown to the user.
+/// Runs a control's event handler; its exceptions are logged and shown to the user.
 template <class Event>
 void RunEvent(QWidget* owner, Event event) noexcept {
     const QPointer<QWidget> guard(owner);

@@ -22,7 +22,7 @@ const QString kPrefix = QStringLiteral("podcast://");
 struct ClientGate {
     std::mutex Mutex;
     TPodcastClient* Client = nullptr;  // guarded by Mutex
-    int Inside = 0;                    // passes that hold a client; guarded by Mutex
+    int Inside = 0;                    // number of passes that hold the client; guarded by Mutex
     std::atomic<bool> IsClosing{false};
 };
 ClientGate Gate;
@@ -31,14 +31,14 @@ bool HasPodcastScheme(const QString& address) {
     return address.startsWith(kPrefix, Qt::CaseInsensitive);
 }
 
-/// What the host is to call the episode that an address named when the count of moves was this (below 0: it is
-/// not known when); empty when it names none.
+/// The present address of the episode that `address` named when GetMoveCount returned `moveCount` (negative: not
+/// known); empty when it names no episode.
 QString PresentAddress(TPodcastsDB& db, const QString& address, std::int64_t moveCount) {
     QString episodeKey;
     if (!TVEXAPodcastsFileManager::ParseURI(address, episodeKey)) return {};
     const auto episode = db.GetEpisodeOf(episodeKey, moveCount);
     if (!episode) return {};
-    // A URI without our scheme, or one that reads as the older form, would not lead back here.
+    // A URI without our scheme, or a URI that looks like the older form, would not lead back to this episode.
     const QString& uri = episode->Fields[pefURI];
     return TVEXAPodcastsFileManager::ParseURI(uri, episodeKey) && episodeKey == uri ? uri : address;
 }
@@ -107,7 +107,7 @@ void TVEXAPodcastsFileManager::RegisterFileManager(TPodcastClient& client) {
 
 void TVEXAPodcastsFileManager::UnregisterFileManager() {
     TPodcastsClientPass::Close();
-    // What runs inside may itself wait for the main thread, so serve it meanwhile.
+    // Calls that still use the client may wait for the main thread, so run queued procedures meanwhile.
     DrainMainThreadUntil([] {
         const std::lock_guard lock(Gate.Mutex);
         return Gate.Inside == 0;
@@ -123,7 +123,7 @@ bool TVEXAPodcastsFileManager::ParseURI(const QString& address, QString& episode
         episodeKey = address;
         return true;
     }
-    // The older form: …/feed-ID_GUID, the GUID in base64.
+    // The older form: …/feed-ID_GUID, with the GUID in base64.
     const auto number = mark + kFeedMark.size();
     const auto delimiter = address.indexOf(u'_', number);
     if (delimiter < 0) return false;
@@ -170,7 +170,7 @@ HResult TVEXAPodcastsFileManager::OpenDecoder(IVEXAString* file, std::uint32_t f
         const auto resolved = ResolveEpisode(address);
         if (!resolved) {
             const QString message = LocalizedText(QStringLiteral("Podcasts\\MSG12"));
-            // Without a message there may be no host left to make its string.
+            // If there is no message, the host may be gone and could not create a string.
             if (error) error->SetInfo(-1, message.isEmpty() ? nullptr : ToHostString(message).Get(), nullptr);
             return E_ABORT;
         }
@@ -233,7 +233,7 @@ HResult TVEXAPodcastsFileSystem::CanOpenFolder(IVEXAString* address) noexcept {
 HResult TVEXAPodcastsFileSystem::OpenFolder(IVEXAString* address) noexcept {
     const auto show = [&] {
         QString fileName;
-        // The desktop may take its time, for which the client need not wait.
+        // The desktop may be slow, so do not hold the client while it works.
         if (const auto resolved = TVEXAPodcastsFileManager::ResolveEpisode(FromHostString(address)))
             fileName = resolved->LocalFileName();
         return !fileName.isEmpty() && ShowInFolder(fileName) ? S_OK : E_FAIL;
@@ -258,7 +258,7 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses,
     const auto look = [&] {
         const auto client = TPodcastsClientPass::Enter();
         if (!client || !addresses) return E_FAIL;
-        // None is changed before all are known: the host must not take one half of an answer for the whole.
+        // Change no address before all are known, so that the host never gets half of a result.
         std::vector<std::pair<Ref<IVEXAString>, QString>> moved;
         const std::int32_t count = addresses->GetCount();
         for (std::int32_t i = 0; i < count; ++i) {

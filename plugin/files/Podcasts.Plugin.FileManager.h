@@ -1,7 +1,8 @@
 #pragma once
-// podcast:// addresses for the host: what plays them, what describes them, where their files lie, what they look like.
+// The host's extensions for podcast:// addresses: how they play, their tags, the folders of their files, their
+// pictures.
 //
-// The host calls these objects on threads of its own. Each call looks the episode and its feed up in the database and
+// The host calls these objects on threads of its own. Each call looks up the episode and its feed in the database and
 // answers from those records. docs/keys.md describes the addresses.
 
 #include "Podcasts.Core.h"
@@ -12,7 +13,7 @@
 
 namespace podcasts {
 
-/// The client as host threads may use it: while a pass is held the client is not taken away.
+/// Gives host threads access to the client: the client is not destroyed while a pass for it exists.
 class TPodcastsClientPass {
 public:
     TPodcastsClientPass() = default;
@@ -23,11 +24,11 @@ public:
         return *this;
     }
 
-    /// Without a client when none is registered.
+    /// Returns a pass without a client when no client is registered.
     static TPodcastsClientPass Enter();
-    /// From now on there is no pass to be had.
+    /// From now on Enter returns only passes without a client.
     static void Close();
-    /// Whether the client is about to be taken away: what takes long is to end.
+    /// Whether the client is about to be destroyed. Long operations must then end.
     static bool IsClosing() noexcept;
 
     explicit operator bool() const noexcept { return FClient != nullptr; }
@@ -39,30 +40,30 @@ private:
     TPodcastClient* FClient = nullptr;
 };
 
-/// An episode and its feed, and the client that knows them.
+/// An episode and its feed, with a pass for the client.
 struct TPodcastsResolvedEpisode {
     TPodcastsClientPass Client;
     std::unique_ptr<TPodcastEpisode> Episode;
     std::unique_ptr<TPodcastFeed> Feed;
 
-    /// Of the existing downloaded copy; empty when there is none.
+    /// The name of the existing downloaded copy; empty when there is none.
     QString LocalFileName() const;
 };
 
-/// Plays and describes.
+/// Resolves addresses for the player, and describes episodes.
 class TVEXAPodcastsFileManager
     : public vexa::Implements<vexa::TInterfacedObjectEx, vexa::IVEXAExtensionPlayerHook,
                               vexa::IVEXAExtensionFileInfoProvider, vexa::IVEXAExtensionAudioDecoderOld> {
 public:
-    /// Registers all extensions of this header with the host. Main thread, as is the next one.
+    /// Registers all extensions of this header with the host. Main thread.
     static void RegisterFileManager(TPodcastClient& client);
-    /// Takes the client away: ends the transfers of host threads and waits for the calls that are still inside. The
-    /// host keeps the extensions, which find nothing from now on.
+    /// Unregisters the client: ends the transfers of host threads and waits for the calls that still use the client.
+    /// The host keeps the extensions, which find nothing from now on. Main thread.
     static void UnregisterFileManager();
 
-    /// The key of the episode that an address names; false when it is no episode's address.
+    /// Sets the key of the episode that an address names; false when it is not an episode's address.
     static bool ParseURI(const QString& address, QString& episodeKey);
-    /// Nothing when the address names no stored episode, or no client is registered.
+    /// Looks up the episode that an address names; nothing when it is not stored, or no client is registered.
     static std::optional<TPodcastsResolvedEpisode> ResolveEpisode(const QString& address);
 
     void ResolvePlaybackURL(vexa::IVEXAString* address, vexa::Bool32* handled) noexcept override;
@@ -71,7 +72,7 @@ public:
                               vexa::IVEXAAudioDecoder** decoder) noexcept override;
 };
 
-/// Claims the scheme "podcast".
+/// Claims the scheme "podcast" and implements its commands.
 class TVEXAPodcastsFileSystem
     : public vexa::Implements<vexa::TVEXAPropertyListAs<vexa::IVEXAExtensionFileSystem>,
                               vexa::IVEXAFileSystemCommandOpenFileFolder, vexa::IVEXAFileSystemCommandPresentAddress> {
@@ -87,11 +88,11 @@ protected:
     vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;
 };
 
-/// Serves the feeds' logos, see FeedLogo.
+/// Provides the feeds' logos, see FeedLogo.
 class TVEXAPodcastsAlbumArtProvider
     : public vexa::Implements<vexa::TInterfacedObjectEx, vexa::IVEXAExtensionAlbumArtProvider> {
 public:
-    /// E_FAIL when there is no readable picture; `image` is then null.
+    /// E_FAIL, with `*image` null, when there is no readable picture.
     static vexa::HResult GetAlbumArt(const QString& address, vexa::IVEXAImageContainer** image);
 
     vexa::HResult QueryAlbumArt(vexa::IVEXAString* address, vexa::IVEXAString* artist, vexa::IVEXAString* album,

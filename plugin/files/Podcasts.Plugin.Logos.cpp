@@ -23,11 +23,11 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kHour = 60 * 60 * 1000;  // ms
 constexpr std::uint32_t kWeek = 7 * 24 * kHour;
 constexpr std::int64_t kTooManyBytes = std::int64_t{8} << 20;
-constexpr auto kLongestTransfer = std::chrono::minutes(2);  // 8 MiB at half a megabit a second
+constexpr auto kLongestTransfer = std::chrono::minutes(2);  // 8 MiB at half a megabit per second
 constexpr int kMostOfServer = 3;
-constexpr int kMostInBackground = 6;  // so that one slow server leaves room for others
+constexpr int kMostInBackground = 6;  // so that one slow server does not block the others
 
-/// Ends a transfer when the client is taken away, or a server takes too long.
+/// Ends a transfer when the client is about to be destroyed, or when the server takes too long.
 class LogoTransferEvents : public Implements<TInterfacedObjectEx, IVEXAHttpClientEvents> {
 public:
     Bool32 IsCancelled() noexcept override { return TPodcastsClientPass::IsClosing() || IsTooLate() ? kTrue : kFalse; }
@@ -39,12 +39,12 @@ private:
     const Clock::time_point FEnd = Clock::now() + kLongestTransfer;
 };
 
-/// Which feeds' logos are being looked at, and which wait for a look in the background.
+/// The feeds whose logos are being fetched, and those that wait to be fetched in the background.
 class LogoLooks {
 public:
-    /// Waits until the server has a place. True: the calling thread is to look, and calls End whatever happens. False:
-    /// another thread has looked meanwhile (a table full of one feed's episodes asks for its logo on many threads at
-    /// once), or the client is being taken away.
+    /// Waits until the server may be asked. True: the calling thread must fetch the logo, and then call End in any
+    /// case. False: another thread has fetched it meanwhile (a table full of one feed's episodes asks for the logo on
+    /// many threads at once), or the client is about to be destroyed.
     bool Begin(int feedID, const QString& server) {
         std::unique_lock lock(FMutex);
         bool hasOtherLooked = false;
@@ -68,7 +68,7 @@ public:
         FChanged.notify_all();
     }
 
-    /// Adds a feed to those that wait. True: the caller is to start one more task, which works them off by Next.
+    /// Adds a feed to those that wait. True: the caller must start one more task, which calls Next for its feeds.
     bool Add(int feedID, const QString& server) {
         const std::lock_guard lock(FMutex);
         if (FRunning.contains(feedID) || !FWaiting.emplace(feedID, server).second) return false;
@@ -77,12 +77,13 @@ public:
         ++FTasks;
         return true;
     }
-    /// Waits for a feed whose server has a place: the task is to look, and calls End. Nothing: the task is to end.
+    /// Waits for a feed whose server may be asked; the task must fetch its logo and then call End. Nothing: the task
+    /// must end.
     std::optional<int> Next() {
         std::unique_lock lock(FMutex);
         auto next = FWaiting.end();
         FChanged.wait(lock, [&] {
-            // They are still due when the client is there again.
+            // These feeds will still be due when there is a client again.
             if (TPodcastsClientPass::IsClosing()) FWaiting.clear();
             next = std::find_if(FWaiting.begin(), FWaiting.end(), [&](auto& look) { return HasPlace(look.second); });
             return FWaiting.empty() || next != FWaiting.end();
@@ -104,13 +105,13 @@ private:
 
     std::mutex FMutex;
     std::condition_variable FChanged;
-    // By feed, with the server of each. A feed stands in one of them at most. Guarded by FMutex.
+    // The server of each feed, by feed. A feed is in at most one of the two. Guarded by FMutex.
     std::map<int, QString> FRunning, FWaiting;
-    int FTasks = 0;  // in the background; guarded by FMutex
+    int FTasks = 0;  // number of background tasks; guarded by FMutex
 };
 LogoLooks Looks;
 
-/// Ends a look that Looks has given out.
+/// Calls End for a look that Looks has assigned.
 struct LogoLook {
     const int FeedID;
     ~LogoLook() { Looks.End(FeedID); }
@@ -128,7 +129,7 @@ bool IsPicture(IVEXAImageContainer& container) {
     return Succeeded(container.GetInfo(&width, &height, &format));
 }
 
-/// What is known without the network.
+/// The stored logo, and whether it is due to be fetched again.
 struct StoredLogo {
     Ref<IVEXAImageContainer> Picture;
     bool IsLookDue = false;
@@ -139,7 +140,7 @@ bool IsLookDue(TPodcastClient& client, const TPodcastFeed& feed, bool hasPicture
     if (address.isEmpty()) return false;
     const auto look = client.DB().GetLogoLook(feed.ID);
     if (!look || look->URLLogo != address) return true;
-    // Another program may have taken the picture away.
+    // Another program may have deleted the picture.
     if (look->Outcome == TPodcastLogoOutcome::Picture && !hasPicture) return true;
     const auto interval = look->Outcome == TPodcastLogoOutcome::Failure ? kHour : kWeek;
     return IsRefreshDue(client.Now(), QDateTime::fromSecsSinceEpoch(look->Time, Qt::UTC), interval);
@@ -147,7 +148,7 @@ bool IsLookDue(TPodcastClient& client, const TPodcastFeed& feed, bool hasPicture
 
 StoredLogo ReadLogo(TPodcastClient& client, const TPodcastFeed& feed) {
     StoredLogo logo;
-    // Earlier versions stored whatever came.
+    // Earlier versions stored any response, so check the stored bytes.
     if (QByteArray bytes; client.DB().GetFeedLogo(feed.ID, bytes) && bytes.size() <= IVEXAImageContainer::kMostBytes) {
         auto container = NewContainer(bytes.size());
         std::memcpy(container->GetData(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
@@ -162,7 +163,7 @@ struct Answer {
     Ref<IVEXAImageContainer> Picture = nullptr;
 };
 
-/// Nothing when the transfer was cancelled, or the host has no HTTP service.
+/// Fetches a logo. Nothing when the transfer was cancelled, or the host has no HTTP service.
 std::optional<Answer> Fetch(const QString& address) {
     const auto http = HostService<IVEXAServiceHttpClient>();
     if (!http) return std::nullopt;
@@ -181,7 +182,7 @@ std::optional<Answer> Fetch(const QString& address) {
     return Answer{TPodcastLogoOutcome::Picture, std::move(container)};
 }
 
-/// Asks the network, unless a look has become needless meanwhile. Returns whether another picture is stored now.
+/// Fetches a feed's logo, unless that is no longer necessary. Returns whether another picture is stored now.
 bool LookAtLogo(TPodcastClient& client, int feedID) {
     const auto feed = client.DB().GetFeed(feedID, false);
     if (!feed || !ReadLogo(client, *feed).IsLookDue) return false;
@@ -195,7 +196,7 @@ bool LookAtLogo(TPodcastClient& client, int feedID) {
     return client.DB().NoteLogoLook(feedID, {address, client.Now().toSecsSinceEpoch(), answer->Outcome}, picture);
 }
 
-/// Looks at the feeds that wait, one after the other. Holds the client all the while.
+/// Fetches the logos of the waiting feeds, one after another, while holding a pass for the client.
 class LogoTask final : public Task {
 public:
     explicit LogoTask(TPodcastsClientPass client) : FClient(std::move(client)) {}

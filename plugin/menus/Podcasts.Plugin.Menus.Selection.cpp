@@ -1,4 +1,4 @@
-// What is selected, as the commands see it.
+// Finds the selected feeds and episodes for the commands.
 
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"

@@ -1,4 +1,4 @@
-// From the selected node to a playlist that follows it.
+// Creates a smart playlist from the selected node.
 
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"

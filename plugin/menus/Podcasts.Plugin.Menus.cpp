@@ -8,7 +8,7 @@ namespace podcasts {
 
 using namespace vexa;
 
-// ---- What commands have in common ----
+// ---- The base of the commands ----
 
 QString TVEXAPodcastsCustomMenuItem::GetGlyphName() const {
     return QStringLiteral("MENUGLYPH");
@@ -77,8 +77,9 @@ void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem
 
 namespace {
 
-/// What keeps positions lets go of these, other than when an episode counts as listened because it has begun.
-void TellHeard(const QStringList& episodeKeys) {
+/// Sends kMsgFilesHeard, so that stored playing positions of these episodes are dropped. This is not done for an
+/// episode that is marked because it has begun to play.
+void SendFilesHeard(const QStringList& episodeKeys) {
     const auto names = CreateHostObject<IVEXAObjectList>();
     for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
     SendHostMessage(kMsgFilesHeard, 0, names.Get());
@@ -89,13 +90,13 @@ void TellHeard(const QStringList& episodeKeys) {
 void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient&) {
     RunCommand([keys = Files().Files(), state = FState](TPodcastClient& client) {
         client.UpdateState(keys, state);
-        if (state == pesListened) RunInMainThread([&] { TellHeard(keys); }, true);
+        if (state == pesListened) RunInMainThread([&] { SendFilesHeard(keys); }, true);
     });
 }
 
 namespace {
 
-/// By the key, since the list holds keys, of which not every one is an address.
+/// Looks up the episode by its key, because the list has keys, not all of which are addresses.
 bool HasLocalCopy(TPodcastClient& client, const QString& episodeKey) {
     QString fileName;
     const auto episode = client.DB().GetEpisode(episodeKey);

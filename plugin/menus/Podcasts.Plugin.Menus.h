@@ -1,9 +1,9 @@
 #pragma once
 // The podcasts' commands in the host's menus: on the library's tree, on its table, and on the playlist.
 //
-// Which commands there are, under which IDs, the table in Podcasts.Plugin.Menus.cpp says. A command finds out what it
-// acts on when its menu is about to be shown, and acts on that. It shows only where it applies, and without a client it
-// shows nowhere and does nothing. Main thread.
+// The table in Podcasts.Plugin.Menus.cpp lists the commands and their IDs. What a command acts on is determined when
+// its menu is about to be shown. A command is shown only where it applies; without a client no command is shown or does
+// anything. Main thread.
 
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.ML.DataProvider.h"
@@ -11,20 +11,20 @@
 
 namespace podcasts {
 
-/// Registers all commands; none when the host has no menus. Once, after the client was made. Throws as
+/// Registers all commands; none when the host has no menus. Call it once, after creating the client. Throws as
 /// vexa::TVEXAUICustomMenuItem::Register does.
 void RegisterMenuCommands(TPodcastClient& client);
 
 // ---- What is selected ----
 
-/// Keys of episodes. What is no podcast's address is not taken.
+/// Keys of episodes. Names that are not podcast addresses are not added.
 class TVEXAPodcastsFileList : public vexa::TVEXAFileList {
 public:
     int Add(const QString& file) override;
     void MarkFocused(const QString& file) override;
 };
 
-/// The address of the selected feed; beside it what else the selected node means.
+/// The address of the selected feed, and the category or state if the selected node stands for one.
 class TVEXAPodcastsGroupingTreeFileList : public vexa::TVEXAFileList {
 public:
     void Clear() override;
@@ -45,7 +45,7 @@ protected:
     void PopulateFiles(vexa::TVEXAFileList& files) override;
 };
 
-/// Writes down the nodes that a filter means; the statement that comes out as well is nobody's.
+/// Collects the nodes that a filter stands for. The SQL statement that its base builds at the same time is not used.
 class TVEXAPodcastsGroupingTreeMenuItemController::TParamExtracter final
     : public TVEXAPodcastsMLDataProviderTableQueryBuilder {
 public:
@@ -68,7 +68,7 @@ protected:
     bool IsContextAvailable() override;
 };
 
-/// Episodes selected in the playlist that shows.
+/// Episodes selected in the playlist that is shown.
 class TVEXAPodcastsPlaylistMenuItemController : public vexa::TVEXAUIPlaylistBasedMenuItemController {
 public:
     TVEXAPodcastsPlaylistMenuItemController();
@@ -88,16 +88,16 @@ public:
 protected:
     /// The command itself; not called once the client is gone.
     virtual void Run(TPodcastClient& client) = 0;
-    /// Null once the client is gone. To be asked again after a dialog, during which it may have gone.
+    /// Null once the client is gone. Call it again after a dialog, during which the client may have been destroyed.
     TPodcastClient* Client() const noexcept { return FClient.Get(); }
-    /// Throws std::logic_error under a controller without files.
+    /// The controller's files. Throws std::logic_error when the controller has none.
     vexa::TVEXAFileList& Files() const;
 
 private:
     vexa::Link<TPodcastClient> FClient;
 };
 
-/// Shows when anything is selected that it can act on.
+/// Shown only when something is selected that the command can act on.
 class TVEXAPodcastsAbstractFileDependedMenuItem : public TVEXAPodcastsCustomMenuItem {
 public:
     using TVEXAPodcastsCustomMenuItem::TVEXAPodcastsCustomMenuItem;
@@ -144,7 +144,7 @@ protected:
     void Run(TPodcastClient& client) override;
 };
 
-/// A smart playlist of what the selected node holds.
+/// Creates a smart playlist of the selected node's episodes.
 class TVEXAPodcastsCreateSmartPlaylistMenuItem : public TVEXAPodcastsCustomMenuItem {
 public:
     using TVEXAPodcastsCustomMenuItem::TVEXAPodcastsCustomMenuItem;
@@ -154,12 +154,12 @@ protected:
     void Run(TPodcastClient& client) override;
 
 private:
-    /// Adds the selected node's conditions. E_INVALIDARG when that makes none. Throws std::invalid_argument for several
-    /// feeds.
+    /// Adds the selected node's conditions. E_INVALIDARG when the node has none. Throws std::invalid_argument for
+    /// several feeds.
     vexa::HResult SetupFilter(TPodcastClient& client, vexa::IVEXAMLGroupFilter& filter) const;
 };
 
-/// A submenu of the states.
+/// The submenu with the states.
 class TVEXAPodcastsMarkAsSubMenuMenuItem : public TVEXAPodcastsAbstractFileDependedMenuItem {
 public:
     using TVEXAPodcastsAbstractFileDependedMenuItem::TVEXAPodcastsAbstractFileDependedMenuItem;
@@ -169,7 +169,7 @@ protected:
     void Run(TPodcastClient&) override {}
 };
 
-/// An entry of that submenu.
+/// An entry of the submenu with the states.
 class TVEXAPodcastsMarkAsMenuItem : public TVEXAPodcastsCustomMenuItem {
 public:
     TVEXAPodcastsMarkAsMenuItem(TPodcastClient& client, vexa::Ref<vexa::IVEXAUIMenuItemController> controller,
@@ -183,7 +183,7 @@ private:
     TPodcastEpisodeState FState;
 };
 
-/// Downloads the episodes, or deletes their local copies when the focused one has one.
+/// Downloads the selected episodes, or deletes their local copies if the focused episode has one.
 class TVEXAPodcastsCacheMenuItem : public TVEXAPodcastsAbstractFileDependedMenuItem {
 public:
     using TVEXAPodcastsAbstractFileDependedMenuItem::TVEXAPodcastsAbstractFileDependedMenuItem;
@@ -193,7 +193,7 @@ protected:
     void Run(TPodcastClient& client) override;
 
 private:
-    bool FIsCached = false;  // as of the last refresh: what the caption says
+    bool FIsCached = false;  // as of the last refresh, and as the caption says
 };
 
 class TVEXAPodcastsCheckLocalCopiesMenuItem : public TVEXAPodcastsCustomMenuItem {

@@ -13,7 +13,7 @@ namespace {
 using NodeData = TVEXAPodcastsMLDataProviderGroupingTreeData;
 using Cursor = IVEXAMLGroupingTreeDataProviderSelection;
 
-/// Part 0 of the text is for none, part 1 for a number.
+/// Part 0 of the text is for a count of 0, part 1 for other counts.
 QString StateCaption(const QString& key, int count) {
     const QString text = LocalizedTextPart(key, count > 0 ? 1 : 0);
     return count > 0 ? FormatText(text, QString::number(count)) : text;
@@ -65,7 +65,7 @@ Bool32 TVEXAPodcastsMLDataProviderGroupingTreeSelection::NextRow() noexcept {
     return kTrue;
 }
 
-// ---- The way in the tree ----
+// ---- The path in the tree ----
 
 void TVEXAPodcastsMLGroupingTreeSelection::Add(const QString& field, const Variant& value) {
     FPairs.push_back({ToHostString(field), value});

@@ -10,7 +10,7 @@
 
 namespace podcasts {
 
-/// One node as the host gets it.
+/// One node, as it is returned to the host.
 struct TVEXAPodcastsMLDataProviderGroupingTreeNode {
     QString DisplayValue;  // the caption
     bool HasChildren = false;
@@ -19,7 +19,7 @@ struct TVEXAPodcastsMLDataProviderGroupingTreeNode {
     QString Value;  // of the field "Node"
 };
 
-/// Nodes in the order to be shown in.
+/// Nodes in the order in which the host shows them.
 using TVEXAPodcastsMLDataProviderGroupingTreeData = std::vector<TVEXAPodcastsMLDataProviderGroupingTreeNode>;
 
 /// A cursor over nodes. One thread at a time.
@@ -44,12 +44,12 @@ private:
     std::size_t FIndex = 0;
 };
 
-/// A way in the tree: pairs of field and value.
+/// A path in the tree: pairs of field and value.
 class TVEXAPodcastsMLGroupingTreeSelection
     : public vexa::Implements<vexa::TInterfacedObjectEx, vexa::IVEXAMLGroupingTreeSelection> {
 public:
     void Add(const QString& field, const vexa::Variant& value);
-    /// The way to a feed under "Subscriptions".
+    /// The path to a feed under "Subscriptions".
     static vexa::Ref<TVEXAPodcastsMLGroupingTreeSelection> ForFeed(const TPodcastFeed& feed);
 
     std::int32_t GetCount() noexcept override;
@@ -63,12 +63,12 @@ private:
     std::vector<Pair> FPairs;
 };
 
-/// Builds nodes anew from the database at every request. Any thread. The host may keep it longer than the plug-in keeps
-/// its client: it then fails.
+/// Builds the nodes from the database at every request. Any thread. The host may keep the object longer than the
+/// plug-in keeps its client; its operations then fail.
 class TVEXAPodcastsMLDataProviderGroupingTree
     : public vexa::Implements<vexa::TInterfacedObjectEx, vexa::IVEXAMLGroupingTreeDataProvider> {
 public:
-    /// The database is the registered client's, and not owned.
+    /// `db` is the database of the registered client, which owns it.
     explicit TVEXAPodcastsMLDataProviderGroupingTree(TPodcastsDB& db);
 
     vexa::HResult AddSelectionConditions(vexa::IVEXAMLDataFilter* filter,

@@ -17,7 +17,7 @@ struct FieldDefinition {
     std::int32_t Role = Field::None;
 };
 
-// In the order in which they are handed to the host.
+// In the order in which the host gets them.
 constexpr FieldDefinition kFields[] = {
     {u"ID", Field::Text, Field::Internal},
     {u"FileName", Field::FileName, Field::Internal},
@@ -44,7 +44,7 @@ Ref<IVEXAMLDataField> NewField(const FieldDefinition& definition) {
     WritePropertyInt32(field.Get(), Field::Type, definition.Type);
     WritePropertyString(field.Get(), Field::Name, name);
     WritePropertyInt32(field.Get(), Field::FlagBits, definition.Flags | Field::Readable);
-    // A host that has no use for these three shows the field all the same.
+    // A host that does not know these three properties still shows the field.
     if (definition.Role != Field::None) field->SetValueAsInt32(Field::Role, definition.Role);
     if (name == u"State") {
         const auto display = NewObject<TVEXAPodcastsStateFieldDisplayValue>();
@@ -118,7 +118,7 @@ void TVEXAPodcastsMLDataProviderTableQueryBuilder::AddSelect(IVEXAObjectList* fi
     Append(QStringLiteral("SELECT "));
     const qsizetype columns = ToString().size();
     AddSelectList(fields);
-    // Rows that are asked for no column of theirs are rows all the same, but SQL wants a column.
+    // A request without any column still returns rows, but SQL needs a column.
     if (ToString().size() == columns) Append(QStringLiteral("NULL"));
     Append(kFromEpisodesAndFeeds);
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The podcasts as a table of the host's music library: its fields, and the statement that a request of the host's is.
+// The podcasts as a table of the host's music library: its fields, and the SQL statements for the host's requests.
 
 #include "apiWrappers.SQL.h"
 
@@ -18,10 +18,10 @@ enum TVEXAPodcastsMLDataStorageCategory : std::uint8_t {
     pscFeed = 4,      // value: the feed's address
 };
 
-/// The field by which nodes become conditions; rows do not have it.
+/// The field in the conditions of a selected node; rows have no value for it.
 inline const QString kNodeField = QStringLiteral("Node");
 
-/// What episodes and their feeds are read from, up to the condition that joins them.
+/// The tables of episodes and feeds, with the condition that joins them.
 inline const QString kFromEpisodesAndFeeds =
     QStringLiteral(" FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = PodcastFeeds.FeedID)");
 
@@ -30,7 +30,7 @@ class TVEXAPodcastsGroupingTreeValue {
 public:
     TVEXAPodcastsGroupingTreeValue() = delete;
     static QString Encode(std::uint8_t category, const QString& value);
-    /// A text shorter than two characters, or that begins with other characters, is the root.
+    /// A text that is too short or does not begin with two hexadecimal digits is the root.
     static void Decode(const QString& text, std::uint8_t& category, QString& value);
 };
 
@@ -41,14 +41,14 @@ public:
     const char16_t* GetDisplayValue(const vexa::Variant* value, std::int32_t* length) noexcept override;
 
 private:
-    QString FText;  // keeps alive what was handed out last
+    QString FText;  // the text returned last, which must stay valid
 };
 
 class TVEXAPodcastsMLDataStorage {
 public:
     TVEXAPodcastsMLDataStorage() = delete;
-    /// The fields, or names of fields, that the storage has for a LibrarySchema; an empty list for an unknown one.
-    /// Throws vexa::EHostError.
+    /// The fields, or the names of fields, for a LibrarySchema; an empty list for an unknown one. Throws
+    /// vexa::EHostError.
     static vexa::Ref<vexa::IVEXAObjectList> BuildFieldList(std::int32_t schema);
 };
 
@@ -59,14 +59,14 @@ public:
 
     /// Throws as TVEXAMLSQLAdapter::Build does.
     static QString BuildQuery(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter);
-    /// Appends the statement up to its first condition, the one that joins an episode with its feed.
+    /// Appends the statement up to its first condition, which joins an episode with its feed.
     void AddSelect(vexa::IVEXAObjectList* fields);
 
 protected:
     bool IsFieldExcludedFromSearch(const QString& field) const override;
     static void InitializeFieldMap(FieldMap& map);
     void AddComparison(const QString& field, const QString& value, std::int32_t operation) override;
-    /// Writes the condition that a node means.
+    /// Appends the condition that a node stands for.
     virtual void AddNodeCondition(std::uint8_t category, const QString& value);
 };
 

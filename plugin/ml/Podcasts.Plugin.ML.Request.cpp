@@ -14,7 +14,7 @@ using SortKey = TVEXAMLSQLAdapter::SortKey;
 const QString kDateColumn = QStringLiteral("PublishDate");
 const QString kStateColumn = QStringLiteral("State");
 const QString kRowID = QStringLiteral("PodcastEpisodes.rowid");
-// What statements over the episodes alone may name. Whatever else is asked for, feeds are joined.
+// The columns that statements over the episodes alone may use. For any other column the feeds are joined.
 const QStringList kEpisodeColumns = {QStringLiteral("URI"),
                                      QStringLiteral("Title"),
                                      QStringLiteral("Artist"),
@@ -24,7 +24,8 @@ const QStringList kEpisodeColumns = {QStringLiteral("URI"),
                                      QStringLiteral("Format"),
                                      kStateColumn,
                                      kRowID};
-// In which an index holds the rows: it keeps equal entries by row id, and is walked in one direction.
+// The orders in which an index has the rows: it keeps equal entries in the order of row ids, and is read in one
+// direction.
 const QStringList kIndexOrders[] = {{kRowID}, {kDateColumn, kRowID}, {kStateColumn, kDateColumn, kRowID}};
 
 bool AreOfEpisodes(const QStringList& columns) {
@@ -32,7 +33,7 @@ bool AreOfEpisodes(const QStringList& columns) {
                        [](const QString& column) { return kEpisodeColumns.contains(column); });
 }
 
-/// Writes conditions in the words that the indexes understand.
+/// Writes conditions in a form for which SQLite can use the indexes.
 class TRowIDBuilder final : public Builder {
 public:
     bool NeedsFeeds() const { return FIsOfCategory || !AreOfEpisodes(ConditionColumns()); }
@@ -40,7 +41,7 @@ public:
 
 protected:
     void AddComparison(const QString& field, const QString& value, std::int32_t operation) override {
-        // States are numbers, to which a collation means nothing; but with one the index on them is not used.
+        // States are numbers, so a collation has no effect, but it would keep SQLite from using the index.
         if (field == kStateColumn && operation == IVEXAMLFieldFilter::Equals)
             return Append(kStateColumn + u" = " + Literal(value));
         Builder::AddComparison(field, value, operation);
@@ -59,7 +60,7 @@ private:
     bool FIsOfFeed = false, FIsOfCategory = false;
 };
 
-/// A total order.
+/// A total order of rows.
 class TOrder {
 public:
     explicit TOrder(std::vector<SortKey> keys) : FKeys(std::move(keys)) {
@@ -77,8 +78,9 @@ public:
                             [&](const SortKey& key) { return key.IsDescending != FKeys.front().IsDescending; }) &&
                std::find(std::begin(kIndexOrders), std::end(kIndexOrders), Columns()) != std::end(kIndexOrders);
     }
-    /// `isSorted`: the rows are quicker sorted than picked out of all rows in their order. A "+" keeps SQLite from
-    /// using an index for the order.
+    /// The ORDER BY clause. `isSorted`: sorting the selected rows is faster than filtering all rows in index order, so
+    /// a
+    /// "+" keeps SQLite from using an index for the order.
     QString ToString(bool isSorted = false) const {
         std::vector<SortKey> keys = FKeys;
         if (isSorted) keys.front().Column.prepend(u'+');
@@ -91,7 +93,7 @@ private:
     std::vector<SortKey> FKeys;
 };
 
-/// The parts of which row ids are read.
+/// Fills the parts of the statements that read row ids.
 void ReadRowIDs(TPodcastsRowRequest& request, IVEXAMLDataFilter& filter, const TOrder& order) {
     TRowIDBuilder builder;
     builder.AddConditions(filter, true);

@@ -1,9 +1,9 @@
 #pragma once
-// A request for rows, as the library's pages are found by it.
+// A request for rows of the library, translated into the parts of SQL statements.
 //
-// The order of rows is total: rows that are equal by the sort keys stand by publishing date, then by row id, both in
-// the direction of the last sort key; without a sort key rows stand by row id upwards. So every way of finding a page
-// gives the same rows, and pages of any size, one after the other, give each row once.
+// The order of rows is total: rows that are equal by the sort keys are ordered by publishing date, then by row id, both
+// in the direction of the last sort key; without a sort key rows are ordered by ascending row id. So every way of
+// finding a page returns the same rows, and consecutive pages of any size return each row once.
 
 #include "Podcasts.Plugin.ML.DataProvider.h"
 
@@ -12,18 +12,18 @@
 namespace podcasts {
 
 struct TPodcastsRowRequest {
-    /// All rows by one statement: right whatever the database holds, but slow far down a long list.
+    /// One statement for all rows: correct whatever the database contains, but slow far down a long list.
     QString Statement;
     QString Range;  // " LIMIT 500, 100"; empty for all rows
 
-    // The parts of which quicker statements are made, for a database in which every episode has its feed.
+    // The parts of faster statements, which are correct if every episode in the database has its feed.
     QString Columns;    // "Title, Name"
     QString Rows;       // " FROM PodcastEpisodes WHERE 1 = 1 AND (State = '1')": all conditions but the search
-    QString FoundRows;  // the same with the search; equal to Rows without one
+    QString FoundRows;  // the same with the search; equal to Rows if there is no search
     QString Order;      // " ORDER BY PublishDate DESC, PodcastEpisodes.rowid DESC"
 
-    bool IsOfFeed = false;       // a condition names one feed, so that the rows are few
-    bool IsInIndexOrder = true;  // an index holds the rows in their order; else they are sorted
+    bool IsOfFeed = false;       // a condition selects one feed, so that there are few rows
+    bool IsInIndexOrder = true;  // an index has the rows in this order; otherwise they have to be sorted
     vexa::TVEXAMLSQLAdapter::Search Search;
     qint64 Offset = 0;
     qint64 Count = 0;  // 0: no range, all rows

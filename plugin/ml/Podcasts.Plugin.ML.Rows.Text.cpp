@@ -23,10 +23,10 @@ const QStringList kOwnTexts = {QStringLiteral("Title"), QStringLiteral("URLAudio
 const QStringList kSharedTexts = {QStringLiteral("Artist"),   QStringLiteral("Format"), QStringLiteral("State"),
                                   QStringLiteral("Duration"), QStringLiteral("Name"),   QStringLiteral("Category"),
                                   QStringLiteral("Author")};
-// Of the episode's feed.
+// Columns of the episode's feed.
 const QStringList kFeedTexts = {QStringLiteral("Name"), QStringLiteral("Category"), QStringLiteral("Author")};
 
-/// What LIKE sees of a value: up to a zero.
+/// The part of a value that LIKE compares, which ends at a zero.
 std::string_view Visible(std::string_view text) {
     return text.substr(0, text.find('\0'));
 }
@@ -100,7 +100,7 @@ TPodcastsRowSet TPodcastsRowText::Search(SqliteReader& reader, const QString& te
     for (const QString& name : columns) {
         const Column& column = FColumns[name];
         std::vector<bool> matches(column.TextOfRow.empty() ? 0 : column.Begins.size());
-        // One walk over all texts; no match reaches across the zero between two.
+        // Search all texts at once; no match extends across the zero between two texts.
         const char* at = column.Texts.data();
         const char* const end = at + column.Texts.size();
         while (const void* match = memmem(at, static_cast<std::size_t>(end - at), wanted.data(), wanted.size())) {

@@ -1,5 +1,5 @@
 #pragma once
-// The text of the episodes in memory, to be searched as one types.
+// Keeps the episodes' texts in memory, to search them while the user types.
 
 #include "VEXA.Runtime.SQLite.h"
 
@@ -13,24 +13,25 @@
 
 namespace podcasts {
 
-/// Which rows a search finds: one bit for each row id.
+/// The rows found by a search: one bit for each row id.
 using TPodcastsRowSet = std::vector<bool>;
 
-/// Columns in upper case. The owner throws it away when the database has changed.
+/// The texts of columns, in upper case. The owner calls Clear when the database has changed.
 class TPodcastsRowText {
 public:
-    /// Whether a search text is found by plain comparison of bytes: no wildcards, nothing that SQLite reads otherwise.
+    /// Whether comparing bytes finds `text` just as SQLite would: it has no wildcards and nothing else that SQLite
+    /// treats specially.
     static bool CanSearch(const QString& text, const QStringList& columns);
 
-    /// The episodes that have the text in one of the columns. Reads the columns that are not there yet.
+    /// The episodes that contain `text` in one of the columns. Reads the columns that are not in memory yet.
     TPodcastsRowSet Search(vexa::SqliteReader& reader, const QString& text, const QStringList& columns);
     void Clear();
 
 private:
     struct Column {
-        std::string Texts;                     // one after the other, each with a zero at its end
-        std::vector<std::uint32_t> Begins;     // of the texts
-        std::vector<std::uint32_t> TextOfRow;  // by row; empty: every row has a text of its own
+        std::string Texts;                     // all texts one after another, each ending in a zero
+        std::vector<std::uint32_t> Begins;     // where each text begins
+        std::vector<std::uint32_t> TextOfRow;  // the index of each row's text; empty if every row has its own text
     };
 
     void Load(vexa::SqliteReader& reader, const QStringList& columns);

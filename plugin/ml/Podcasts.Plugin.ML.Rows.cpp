@@ -11,9 +11,9 @@ using namespace vexa;
 
 namespace {
 
-// Sorting for one page is quicker than sorting all rows, as long as few rows precede the page.
+// Finding one page is faster than sorting all rows, as long as few rows precede the page.
 constexpr qint64 kNearOffset = 1000;
-// Each holds four bytes for each of its rows.
+// The number of kept lists of ids; each takes four bytes for each row.
 constexpr std::size_t kMostKept = 4;
 
 const QString kSelectIDs = QStringLiteral("SELECT PodcastEpisodes.rowid");
@@ -22,7 +22,7 @@ bool IsSearchedInMemory(const TPodcastsRowRequest& request) {
     return !request.Search.Text.isEmpty() && TPodcastsRowText::CanSearch(request.Search.Text, request.Search.Columns);
 }
 
-/// The rows of these ids, in the order of the ids.
+/// The statement that reads the rows with these ids, in the order of the ids.
 QString StatementOf(const QString& columns, std::span<const std::uint32_t> ids) {
     QString list;
     for (const std::uint32_t id : ids) list += QString::number(id) + u',';
@@ -47,8 +47,8 @@ void TPodcastsRows::Open(const TPodcastsDB& db) {
     FVersion = -1;
 }
 
-void TPodcastsRows::DropWhatChanged() {
-    // The first read fixes the state that the snapshot shows; only then does the number belong to it.
+void TPodcastsRows::DropOutdated() {
+    // The first read determines the state of the snapshot; only after it does the version belong to that state.
     FReader->QueryInteger("SELECT Count(*) FROM sqlite_master");
     const qint64 version = FReader->DataVersion();
     if (version == FVersion) return;
@@ -60,8 +60,8 @@ void TPodcastsRows::DropWhatChanged() {
 }
 
 bool TPodcastsRows::IsRegular() {
-    // Episodes without their feed are no rows, but an index holds them; and ids are kept in 32 bits. The feeds of the
-    // episodes are gone through by an index, in as many steps as there are feeds.
+    // Episodes without a feed are not rows of the library, but the indexes contain them; and ids are kept in 32 bits.
+    // The statement steps through the episodes' feeds by an index, in as many steps as there are feeds.
     if (!FIsRegular)
         FIsRegular =
             FReader->QueryInteger(
@@ -134,9 +134,9 @@ std::unique_ptr<SqliteRows> TPodcastsRows::ReadRows(const QString& statement) {
 std::unique_ptr<SqliteRows> TPodcastsRows::Read(const TPodcastsDB& db, const TPodcastsRowRequest& request) {
     const std::lock_guard lock(FMutex);
     Open(db);
-    // One snapshot for all that follows: what another thread commits meanwhile is seen by the next request.
+    // One snapshot for the whole request: the next request sees what another thread commits meanwhile.
     const SqliteSnapshot snapshot(*FReader);
-    DropWhatChanged();
+    DropOutdated();
     if (request.Count == 0 || !IsRegular()) return ReadRows(request.Statement + request.Range);
     if (const SharedRowIDs all = AllIDs(request)) {
         const auto begin = std::min(static_cast<std::size_t>(request.Offset), all->size());
@@ -151,7 +151,7 @@ qint64 TPodcastsRows::Count(const TPodcastsDB& db, const TPodcastsRowRequest& re
     const std::lock_guard lock(FMutex);
     Open(db);
     const SqliteSnapshot snapshot(*FReader);
-    DropWhatChanged();
+    DropOutdated();
     if (!IsRegular())
         return FReader->QueryInteger(ToUtf8(QString(u"SELECT Count(*) FROM (" + request.Statement + u')')));
     for (const KeptIDs& kept : FKept)

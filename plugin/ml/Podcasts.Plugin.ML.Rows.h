@@ -1,9 +1,9 @@
 #pragma once
-// Pages of the library's table, and their numbers of rows, fast for a million episodes.
+// Reads pages of the library's table, and counts its rows, fast enough for a million episodes.
 //
-// A page is found in two steps: the row ids in the request's order, then the rows of these ids. Row ids come from an
-// index, without the feeds. Where no index holds the order, the ids of all rows are sorted once and kept until anybody
-// writes to the database. A search text is looked for in memory.
+// A page is found in two steps: the row ids in the request's order, then the rows with these ids. Row ids come from an
+// index, without the feeds. If no index has the requested order, the ids of all rows are sorted once and kept until
+// anything is written to the database. A search text is searched for in memory.
 
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Plugin.ML.Request.h"
@@ -17,14 +17,14 @@
 
 namespace podcasts {
 
-/// Reads on a connection of its own, which never waits for a writer. Any thread, one after the other.
+/// Reads on its own connection, which never waits for a writer. Any thread may call it; calls run one after another.
 class TPodcastsRows {
 public:
-    /// The rows of a request; null for none. Throws vexa::SqliteError.
+    /// The rows of a request; null when there are none. Throws vexa::SqliteError.
     std::unique_ptr<vexa::SqliteRows> Read(const TPodcastsDB& db, const TPodcastsRowRequest& request);
-    /// The number of rows without the range.
+    /// The number of rows of a request, regardless of its range.
     qint64 Count(const TPodcastsDB& db, const TPodcastsRowRequest& request);
-    /// Closes the connection and drops what is kept.
+    /// Closes the connection and drops all kept ids and texts.
     void Close();
 
 private:
@@ -37,11 +37,11 @@ private:
     };
 
     void Open(const TPodcastsDB& db);
-    /// Inside a snapshot, so that what is kept and what is read are of one state.
-    void DropWhatChanged();
-    /// Whether the two steps give what the whole statement gives.
+    /// Call it inside a snapshot, so that the kept ids and texts belong to the same state as the rows that are read.
+    void DropOutdated();
+    /// Whether the two steps return the same rows as the whole statement.
     bool IsRegular();
-    /// The ids of all rows of a request; null where those of the page alone are found sooner.
+    /// The ids of all rows of a request; null when finding only those of the page is faster.
     SharedRowIDs AllIDs(const TPodcastsRowRequest& request);
     SharedRowIDs SearchedIDs(const TPodcastsRowRequest& request);
     SharedRowIDs OrderedIDs(const QString& rows, const QString& order);
@@ -50,12 +50,12 @@ private:
     RowIDs ReadIDs(const QString& statement);
     std::unique_ptr<vexa::SqliteRows> ReadRows(const QString& statement);
 
-    std::mutex FMutex;  // guards all below
+    std::mutex FMutex;  // guards all members below
     std::unique_ptr<vexa::SqliteReader> FReader;
-    qint64 FVersion = -1;  // of the database, as FReader tells it; what follows is of this version
+    qint64 FVersion = -1;  // FReader's DataVersion to which the members below belong
     std::optional<bool> FIsRegular;
-    std::list<KeptIDs> FKept;  // the ones used last in front
-    QString FLastSorted;       // the last request whose page was sorted out of all rows
+    std::list<KeptIDs> FKept;  // the most recently used first
+    QString FLastSorted;       // the last request whose page was found by sorting all rows
     TPodcastsRowText FText;
 };
 

@@ -1,4 +1,4 @@
-// What the storage offers to a host that asks for more than rows and nodes.
+// The storage's optional interfaces: subscriptions, and the options for new users.
 
 #include "Podcasts.Core.Subscribing.h"
 #include "Podcasts.Plugin.FileManager.h"
@@ -56,8 +56,8 @@ protected:
 
 const QString kRefreshAtStart = QStringLiteral("RefreshAtStart");
 
-/// Whether feeds are refreshed when the player starts, as a new user is asked. It is proposed to those who subscribe in
-/// the player, although it is off by default.
+/// The option to refresh feeds when the player starts, as it is offered to a new user. It is off by default, but
+/// proposed to users who subscribe in the player.
 class RefreshAtStartOption : public TVEXAPropertyListAs<IVEXAMLOption> {
 protected:
     void DoGetValueAsVariant(std::int32_t propertyID, Variant& value, HResult& result) override {
@@ -127,25 +127,25 @@ HResult ResultOf(const TPodcastSubscription& subscription) {
     return IsFeedLocation(subscription.Location) ? E_FAIL : E_INVALIDARG;
 }
 
-/// A list that is subscribed to, as a task of the library that shows how far it has come.
+/// Shows the progress of subscribing to a list as a background task of the library.
 class SubscribingProgress {
 public:
-    /// Main thread, as the destructor. Keeps the storage alive, whose member `tasks` is.
+    /// Main thread, like the destructor. Keeps the storage alive, because `tasks` is a member of it.
     SubscribingProgress(Ref<IUnknown> storage, TVEXAPodcastsMLBackgroundTaskHelper& tasks, qsizetype count)
         : FStorage(std::move(storage)), FTasks(tasks), FCount(count), FTask(NextTask()) {
         FTasks.StartTask(FTask, QStringLiteral("Podcasts\\MSG17"), [cancelled = FIsCancelled] { *cancelled = true; });
-        Tell(0);
+        Update(0);
     }
     ~SubscribingProgress() { FTasks.FinishTask(FTask); }
     SubscribingProgress(const SubscribingProgress&) = delete;
     SubscribingProgress& operator=(const SubscribingProgress&) = delete;
 
     // Any thread.
-    void Tell(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
+    void Update(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
     bool IsCancelled() const { return *FIsCancelled; }
 
 private:
-    /// Beyond the numbers of IVEXAMLSubscriptionStorage::TaskID; several lists may be subscribed to at a time.
+    /// A number beyond those of IVEXAMLSubscriptionStorage::TaskID, since several lists may be subscribed to at a time.
     static std::int32_t NextTask() {
         static std::int32_t number = 100;
         return number++;
@@ -158,8 +158,8 @@ private:
     const std::int32_t FTask;
 };
 
-/// Subscribes on a worker thread and tells on the main one. Holds the client all the while; when that is to go, it
-/// stops.
+/// Subscribes on a worker thread and reports on the main thread, while holding a pass for the client. Stops when the
+/// client is about to be destroyed.
 class SubscribeTask final : public Task {
 public:
     /// `progress` may be null.
@@ -175,7 +175,7 @@ public:
             return TPodcastsClientPass::IsClosing() || (FProgress && FProgress->IsCancelled());
         };
         SubscribeByAddress(*FClient.Get(), FLocations, 0, isCancelled,
-                           [this](const TPodcastSubscription& subscription) { Tell(subscription); });
+                           [this](const TPodcastSubscription& subscription) { Finished(subscription); });
     }
     void Complete() override {
         RunInMainThread(
@@ -189,15 +189,15 @@ public:
     }
 
 private:
-    void Tell(const TPodcastSubscription& subscription) {
-        ++FTold;
-        if (FProgress) FProgress->Tell(FTold);
+    void Finished(const TPodcastSubscription& subscription) {
+        ++FFinished;
+        if (FProgress) FProgress->Update(FFinished);
         if (!FEvents) return;
-        // Whatever one call comes to, the others are made.
+        // If one call fails, the others are still made.
         GuardedCall("telling what became of an address",
-                    [&] { RunInMainThread([&] { TellEvents(subscription); }, true); });
+                    [&] { RunInMainThread([&] { ReportResult(subscription); }, true); });
     }
-    void TellEvents(const TPodcastSubscription& subscription) {
+    void ReportResult(const TPodcastSubscription& subscription) {
         const auto location = ToHostString(subscription.Location);
         const auto choices = Query<IVEXAMLSubscriptionChoices>(FEvents.Get());
         if (choices && !subscription.Choices.empty()) {
@@ -218,12 +218,12 @@ private:
 
     TPodcastsClientPass FClient;
     QStringList FLocations;
-    qsizetype FTold = 0;
+    qsizetype FFinished = 0;
     Ref<IVEXAMLSubscriptionEvents> FEvents;
     std::unique_ptr<SubscribingProgress> FProgress;
 };
 
-/// Runs what works on a file; its failure becomes E_FAIL with the message in `error`.
+/// Runs a function that reads or writes a file; an exception becomes E_FAIL with its message in `error`.
 template <class Body>
 HResult WithFile(IVEXAErrorInfo* error, Body body) noexcept {
     return GuardedCall("working on a list of subscriptions", [&] {

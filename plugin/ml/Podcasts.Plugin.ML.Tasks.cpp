@@ -24,7 +24,7 @@ void TVEXAPodcastsMLBackgroundTaskHelper::StartTask(std::int32_t kind, const QSt
                                                     const CancelAction& cancel) {
     const QString format = LocalizedText(captionKey);
     const TInfo info{ToHostString(format), format};
-    // Inside the manager's operations this object may be finalised.
+    // This object may be finalised during a call of the manager.
     if (const auto manager = FManager) {
         Ref<IVEXAActionEvent> cancelEvent;
         if (cancel) cancelEvent = NewObject<TVEXAUINotifyEventAdapter>([cancel](IUnknown*) { cancel(); });

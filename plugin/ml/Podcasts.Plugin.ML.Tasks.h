@@ -1,5 +1,5 @@
 #pragma once
-// The client's refreshes and downloads as background tasks of the host's library.
+// Shows the client's refreshes and downloads as background tasks of the host's library.
 
 #include "apiWrappers.h"
 
@@ -10,31 +10,31 @@
 
 namespace podcasts {
 
-/// Tells the host of tasks and keeps their captions up to date. Main thread, but for UpdateTask, which any thread may
-/// call at any time: what comes before a task began or after it ended is dropped.
+/// Reports tasks to the host and keeps their captions up to date. Main thread, except for UpdateTask, which any thread
+/// may call at any time: calls before a task has begun or after it has ended are ignored.
 class TVEXAPodcastsMLBackgroundTaskHelper {
 public:
     using CancelAction = std::function<void()>;
 
     void Initialize(vexa::Ref<vexa::IVEXAMLDataStorageManager> manager);
-    /// Forgets the tasks; those that report later find nothing.
+    /// Forgets the tasks; later updates are ignored.
     void Finalize();
 
-    /// `captionKey`: of the text that the caption is made of. Without a `cancel` the task cannot be cancelled.
+    /// `captionKey`: the key of the caption's format. Without `cancel` the task cannot be cancelled.
     void StartTask(std::int32_t kind, const QString& captionKey, const CancelAction& cancel);
-    /// Puts `text` in the place of "%s" in the caption's format, else behind it.
+    /// Replaces "%s" in the caption's format by `text`, or appends `text` when there is no "%s".
     void UpdateTask(std::int32_t kind, const QString& text);
     void FinishTask(std::int32_t kind);
 
 private:
     struct TInfo {
-        vexa::Ref<vexa::IVEXAString> Caption;  // the host's to read at any time; rewritten at each step
+        vexa::Ref<vexa::IVEXAString> Caption;  // rewritten at each update; the host may read it at any time
         QString CaptionFormat;
     };
 
     std::mutex FMutex;
-    std::optional<std::map<std::int32_t, TInfo>> FTasks;  // by kind; guarded by FMutex; none before Initialize
-    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // main thread
+    std::optional<std::map<std::int32_t, TInfo>> FTasks;  // by kind; guarded by FMutex; empty before Initialize
+    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // main thread only
 };
 
 }  // namespace podcasts

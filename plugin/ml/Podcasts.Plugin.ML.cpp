@@ -31,14 +31,14 @@ QByteArray TrayIconBytes() {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// For the user, with the limits of filters where those may be the reason.
+/// The message for the user, with the limits of filters if exceeding them may be the reason.
 QString ReasonOf(const SqliteError& error) {
     const QString reason = QString::fromUtf8(error.what());
     const QString limits = error.IsOfStatement() ? LocalizedText(kFilterLimitsKey) : QString();
     return limits.isEmpty() ? reason : FormatText(limits, reason);
 }
 
-void TellWhy(IVEXAMLDataFilter& filter, const QString& reason) {
+void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
     Ref<IVEXAErrorInfo> error;
     if (Succeeded(filter.GetValueAsObject(IVEXAMLDataFilter::ErrorInfo, IVEXAErrorInfo::IID, error.PutVoid())))
         error->SetInfo(-1, ToHostString(reason).Get(), nullptr);
@@ -124,8 +124,8 @@ HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFi
                                           IUnknown** data) noexcept {
     if (!ClearOut(data)) return E_POINTER;
     return WithRequest("reading the library", fields, filter, [&](TPodcastsDB& db, const auto& request) {
-        // A page is read at once, so that nothing of the database stays open; all rows stream from a reader of their
-        // own.
+        // A page is read into memory, so that no cursor stays open; a request for all rows streams them from its own
+        // reader.
         const auto provider = request.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(db, request))
                                                 : NewObject<TVEXAMLSQLTableDataProvider>(db, request.Statement);
         *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
@@ -142,12 +142,12 @@ HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList*
             use(client->DB(), ReadRowRequest(fields, filter));
             return S_OK;
         } catch (const std::invalid_argument& error) {
-            LogCaughtException(what);
-            TellWhy(*filter, QString::fromUtf8(error.what()));
+            LogCaughtException(LogPlugin(), what);
+            SetErrorInfo(*filter, QString::fromUtf8(error.what()));
             return E_INVALIDARG;
         } catch (const SqliteError& error) {
-            LogCaughtException(what);
-            TellWhy(*filter, ReasonOf(error));
+            LogCaughtException(LogPlugin(), what);
+            SetErrorInfo(*filter, ReasonOf(error));
             return E_UNEXPECTED;
         }
     });
@@ -185,19 +185,19 @@ HResult TVEXAPodcastsMLExtension::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** 
 }
 
 HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
-    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may let go of the storage while the dialog is open
+    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may release the storage while the dialog is open
     TPodcastClient* const client = FClient.Get();
     if (!client) return E_FAIL;
     try {
         TfrmPodcastFeed::Subscribe(owner, *client);
         return S_OK;
     } catch (...) {
-        TellCaughtException("subscribing in a dialog");
+        ShowCaughtException("subscribing in a dialog");
         return E_UNEXPECTED;
     }
 }
 
-// ---- What the client tells ----
+// ---- Notifications of the client ----
 
 void TVEXAPodcastsMLExtension::RefreshFeedsStarted() {
     FTasks.StartTask(TaskKind::Refresh, kRefreshKey, nullptr);
@@ -221,7 +221,7 @@ void TVEXAPodcastsMLExtension::DownloadsStarted() {
 }
 
 void TVEXAPodcastsMLExtension::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
-    // Of a file whose size is not known the percentage is not known either: what has arrived is shown in its place.
+    // If the file's size is unknown, show the bytes received in place of the percentage.
     const QString share =
         size > 0 ? QString::number(position * 100 / size) + u'%' : QLocale().formattedDataSize(position);
     const bool isWaiting = caption.startsWith(kWaitingForConnection) && FWaitingFormat.contains(QLatin1String("%s"));
@@ -235,7 +235,7 @@ void TVEXAPodcastsMLExtension::DownloadsFinished() {
 }
 
 void TVEXAPodcastsMLExtension::DataChanged() {
-    // The library may let go of the storage meanwhile.
+    // The library may release the storage during the call.
     if (const auto manager = FManager) manager->Changed();
 }
 
@@ -252,7 +252,7 @@ void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::fun
 }
 
 void TVEXAPodcastsMLExtension::OpenPodcasts() {
-    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may let go of the storage meanwhile
+    const Ref<TVEXAPodcastsMLExtension> self(this);  // the library may release the storage during these calls
     if (const auto library = HostService<IVEXAServiceMusicLibrary>()) {
         Ref<IUnknown> storage;
         if (Succeeded(library->GetStorageByID(ToHostString(kStorageID).Get(), IUnknown::IID, storage.PutVoid())))

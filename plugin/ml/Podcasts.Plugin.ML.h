@@ -1,5 +1,5 @@
 #pragma once
-// The podcasts as a storage of the host's music library: the one object through which the library sees them.
+// The podcasts as a storage of the host's music library, in one object with all interfaces that the library uses.
 
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.ML.Rows.h"
@@ -15,7 +15,7 @@ namespace podcasts {
 inline const QString kStorageID = QStringLiteral("VEXA.Podcasts.ML.Storage");
 inline const QString kGroupingPresetID = QStringLiteral("VEXA.Podcasts.ML.Default");
 
-/// By this the plug-in knows its own storage.
+/// The interface by which the plug-in recognises its own storage.
 struct IVEXAPodcastsMLExtension : vexa::IUnknown {
     static constexpr vexa::Guid IID = vexa::ParseGuid("{95B6499A-3FCE-46C4-8EE2-4979131D3B51}");
     /// Null once the client is gone.
@@ -25,8 +25,8 @@ protected:
     ~IVEXAPodcastsMLExtension() = default;
 };
 
-/// Hands the library its fields, rows, tree and pictures, tells it of the client's work, and tells the client what the
-/// host plays. Main thread, but for rows, numbers of rows, pictures, outcomes and the progress of downloads.
+/// Provides fields, rows, tree and pictures to the library, reports the client's tasks to it, and marks episodes that
+/// the host plays. Main thread, except for rows, their numbers, pictures, outcomes and the progress of downloads.
 class TVEXAPodcastsMLExtension
     : public vexa::Implements<vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener,
                               IPodcastClientDownloadsListener, IPodcastClientChangeListener, IVEXAPodcastsMLExtension,
@@ -35,12 +35,12 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
                               vexa::IVEXAMLStartOptions> {
 public:
-    /// Makes the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
-    /// afterwards; neither once the client is gone.
+    /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
+    /// afterwards; neither is called once the client is gone.
     static vexa::Ref<TVEXAPodcastsMLExtension> Create(TPodcastClient& client, std::function<void()> onLoad = {},
                                                       std::function<void()> onSave = {});
 
-    // The client's listener.
+    // The client's listeners.
     void RefreshFeedsStarted() override;
     void RefreshFeed(const QString& feedURL) override;
     void RefreshFeedsFinished(bool hasNewEpisodes) override;
@@ -69,7 +69,7 @@ public:
     vexa::HResult Execute(vexa::WindowHandle owner) noexcept override;
     void OnMessage(std::uint32_t message, std::int32_t param1, void* param2, vexa::HResult* result) noexcept override;
 
-    // What a storage of subscriptions offers beyond.
+    // IVEXAMLSubscriptionStorage.
     vexa::HResult GetRowCount(vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                               std::int64_t* count) noexcept override;
     vexa::HResult Subscribe(vexa::IVEXAObjectList* addresses,
@@ -80,7 +80,7 @@ public:
     vexa::HResult GetOutcomes(std::int32_t taskID, std::int32_t first,
                               vexa::IVEXAObjectList** outcomes) noexcept override;
 
-    // What a new user is asked about.
+    // IVEXAMLStartOptions.
     vexa::HResult GetOptions(vexa::IVEXAObjectList** options) noexcept override;
     vexa::HResult SetOption(vexa::IVEXAString* id, const vexa::Variant* value) noexcept override;
 
@@ -95,8 +95,8 @@ private:
 
     using RequestUser = std::function<void(TPodcastsDB& db, const TPodcastsRowRequest& request)>;
 
-    /// Calls `use` with a request of the host's. E_POINTER without fields or filter, E_INVALIDARG for a filter that
-    /// cannot be one, E_FAIL once the client is gone; the filter is told why it could not be answered.
+    /// Calls `use` with the request of `fields` and `filter`. E_POINTER without fields or filter, E_INVALIDARG for an
+    /// invalid filter, E_FAIL once the client is gone. On failure the filter's ErrorInfo gets the reason.
     static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                      const RequestUser& use) noexcept;
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
@@ -108,9 +108,9 @@ private:
     const std::function<void()> FOnLoad, FOnSave;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
-    QString FWaitingFormat;  // of the caption; written before a download task begins, and read by that
-    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // between Initialize and Finalize
-    std::unique_ptr<vexa::NotificationIcon> FTrayIcon;    // from the first notification on
+    QString FWaitingFormat;  // the format of a waiting download's caption; set before a download task begins reading it
+    vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // set between Initialize and Finalize
+    std::unique_ptr<vexa::NotificationIcon> FTrayIcon;    // created for the first notification
 };
 
 }  // namespace podcasts

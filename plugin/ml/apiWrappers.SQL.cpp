@@ -9,7 +9,7 @@ namespace vexa {
 
 namespace {
 
-// SQLite's parser gives up at some 30 groups inside each other, and earlier when they are negated.
+// SQLite's parser fails at about 30 nested groups, and earlier if they are negated.
 constexpr int kDeepestGroup = 100;
 
 TVEXAMLSQLAdapter::FieldMap& SharedFieldMap() {
@@ -124,7 +124,7 @@ void TVEXAMLSQLAdapter::AddConditions(IVEXAMLDataFilter& filter, bool isAndNeede
     FIsAndNeeded = isAndNeeded;
     const std::int32_t children = filter.GetChildCount();
     if (children <= 0) return;
-    // AND binds closer than OR: beside an earlier condition the alternatives must stand together.
+    // AND binds more tightly than OR, so after an earlier condition the alternatives need parentheses.
     const bool isEnclosed = isAndNeeded && children > 1 &&
                             ReadPropertyInt32(&filter, IVEXAMLGroupFilter::Operation) == IVEXAMLGroupFilter::Or;
     AddJoiner();
@@ -136,14 +136,14 @@ void TVEXAMLSQLAdapter::AddConditions(IVEXAMLDataFilter& filter, bool isAndNeede
 void TVEXAMLSQLAdapter::AddGroup(IVEXAMLGroupFilter& group, int depth) {
     if (depth > kDeepestGroup) throw std::invalid_argument("the filter's groups are nested too deeply");
     const std::int32_t operation = ReadPropertyInt32(&group, IVEXAMLGroupFilter::Operation);
-    // Taken for one of the four it would be an OR, which Build would not know to enclose.
+    // An unknown operation would be written as OR, which Build would not enclose in parentheses.
     if (operation < IVEXAMLGroupFilter::Or || operation > IVEXAMLGroupFilter::NotAnd)
         throw std::invalid_argument("there is no operation " + std::to_string(operation) + " of a group");
     const bool isNegated = operation == IVEXAMLGroupFilter::NotOr || operation == IVEXAMLGroupFilter::NotAnd;
     const bool isAnd = operation == IVEXAMLGroupFilter::And || operation == IVEXAMLGroupFilter::NotAnd;
     const std::int32_t children = group.GetChildCount();
     if (isNegated) FText += u" NOT ";
-    // One without conditions restricts nothing, as a whole filter without any.
+    // A group without conditions restricts nothing, like a whole filter without conditions.
     if (children <= 0) FText += u"1 = 1";
     if (isNegated && children > 1) FText += u'(';
     for (std::int32_t i = 0; i < children; ++i) {
@@ -246,7 +246,7 @@ void TVEXAMLSQLAdapter::AddSearch(const Search& search) {
         FText += u"(UPPER(" + column + u") LIKE " + pattern + u')';
         isFirst = false;
     }
-    // Nothing to look in: nothing is found.
+    // Without columns to search, nothing is found.
     if (isFirst) FText += u"1 = 0";
     FText += u')';
 }
@@ -348,7 +348,7 @@ Bool32 TVEXAMLSQLTableDataProvider::NextRow() noexcept {
     bool hasRow = false;
     GuardedCall("reading rows", [&] { hasRow = FRows && FRows->Next(); });
     if (hasRow) return kTrue;
-    // Rows at their end are not to be read, nor would a statement's end be its last: it would begin anew.
+    // At their end the rows must not be read any more, and another step would start the statement again.
     FRows.reset();
     FReader.reset();
     return kFalse;

@@ -1,5 +1,5 @@
 #pragma once
-// From the host's filters to SQL, and from SQL's rows to the host.
+// Translates the host's filters to SQL, and returns the rows of SQL statements to the host.
 
 #include "VEXA.Runtime.SQLite.h"
 #include "apiWrappers.h"
@@ -14,10 +14,10 @@
 namespace vexa {
 
 /// Translates a host filter into the conditions, order and range of an SQL statement. One object serves one statement;
-/// one thread at a time. Derived classes fit it to a schema.
+/// one thread at a time. Derived classes adapt it to a schema.
 ///
-/// The field map, from field names to column expressions, is one for the process: the first adapter that is made fills
-/// it with what its class says, and it stays so.
+/// There is one field map in the process, from field names to column expressions: the first adapter created fills it by
+/// the function of its class, and it never changes again.
 class TVEXAMLSQLAdapter {
 public:
     using FieldMap = QHash<QString, QString>;
@@ -26,17 +26,17 @@ public:
     TVEXAMLSQLAdapter& operator=(const TVEXAMLSQLAdapter&) = delete;
     virtual ~TVEXAMLSQLAdapter() = default;
 
-    /// Appends conditions, order and range. `fields` holds the names asked for, which the search text is looked for in;
-    /// it may be null. `isAndNeeded`: the text holds a condition already. Throws std::invalid_argument for a condition
-    /// on a field without a name, or whose name can be no column, for an operation that there is not, or for groups
-    /// nested too deeply for SQLite; EHostError when the host fails.
+    /// Appends conditions, order and range. `fields` holds the names of the fields asked for, in which the search text
+    /// is searched for; it may be null. `isAndNeeded`: the text has a condition already. Throws std::invalid_argument
+    /// for a condition on a field without a name or with a name that cannot be a column's, for an unknown operation,
+    /// and for groups nested too deeply for SQLite; EHostError when an operation of the host fails.
     void Build(IVEXAMLDataFilter* filter, IVEXAObjectList* fields, bool isAndNeeded);
     /// Appends the columns of the fields asked for.
     void AddSelectList(IVEXAObjectList* fields);
 
-    // The steps of Build, for those who make other statements of the same filter.
+    // The steps of Build, for building other statements from the same filter.
     struct Search {
-        QString Text;  // empty: nothing is looked for
+        QString Text;  // empty: no search
         QStringList Columns;
     };
     struct SortKey {
@@ -45,38 +45,38 @@ public:
     };
     void AddConditions(IVEXAMLDataFilter& filter, bool isAndNeeded);
     Search SearchOf(IVEXAMLDataFilter& filter, IVEXAObjectList* fields) const;
-    /// After AddConditions.
+    /// Call it after AddConditions.
     void AddSearch(const Search& search);
     std::vector<SortKey> SortKeysOf(IVEXAMLDataFilter& filter) const;
     void AddOrder(const std::vector<SortKey>& keys);
     void AddRange(IVEXAMLDataFilter& filter);
-    /// The columns that AddConditions has written, but for those that a derived class writes itself.
+    /// The columns in the conditions that AddConditions has appended, except those that a derived class appends itself.
     const QStringList& ConditionColumns() const noexcept { return FConditionColumns; }
 
     void Append(const QString& text) { FText += text; }
 
-    /// The expression of a field: empty for one that has no column, as for no name. Throws std::invalid_argument for a
-    /// name that is no SQL identifier, since it would become a part of the statement.
+    /// The column expression of a field; empty for a field that has no column, and for the empty name. Throws
+    /// std::invalid_argument for a name that is not an SQL identifier, because it would become a part of the statement.
     QString MapField(const QString& field) const;
-    /// The same for a condition or an order, which needs a column: throws std::invalid_argument where there is none.
+    /// The same for a condition or an order, which needs a column: throws std::invalid_argument when there is none.
     QString RequireColumn(const QString& field) const;
     QString ToString() const { return FText; }
 
-    /// A value as SQL spells it.
+    /// A value as an SQL literal.
     static QString Literal(const QString& text);
     static QString Literal(const Variant& value);
 
 protected:
-    /// For the class-level InitializeFieldMap of the class that is made.
+    /// The type of the static function InitializeFieldMap of a derived class.
     using InitializeFieldMapFunction = void (*)(FieldMap& map);
     explicit TVEXAMLSQLAdapter(InitializeFieldMapFunction initialize = InitializeFieldMap);
 
-    /// Whether the search text is not looked for in a field.
+    /// Whether the search leaves out a field.
     virtual bool IsFieldExcludedFromSearch(const QString& field) const;
-    /// Whether a field holds a list of keys.
+    /// Whether a field contains a list of keys.
     virtual bool IsKeyField(const QString& field) const;
     static void InitializeFieldMap(FieldMap&) {}
-    /// Writes a comparison for equality or inequality.
+    /// Appends a comparison for equality or inequality.
     virtual void AddComparison(const QString& field, const QString& value, std::int32_t operation);
 
 private:
@@ -92,16 +92,16 @@ private:
     bool FIsAndNeeded = false;
 };
 
-/// The names in a list of host strings; what is no string is left out.
+/// The texts in a list of host strings; other objects are left out.
 QStringList StringsOf(IVEXAObjectList* list);
 
-/// Rows for the host. Without a row it offers no IVEXAMLDataProviderSelection. After the last row, or when reading the
-/// next one failed, it stays at the end, where its values are 0 and its texts null.
+/// A cursor over rows for the host. Without rows it does not offer IVEXAMLDataProviderSelection. After the last row, or
+/// when reading the next row has failed, it stays at the end, where values are 0 and texts null.
 class TVEXAMLSQLTableDataProvider : public TInterfacedObjectEx, public IVEXAMLDataProviderSelection {
 public:
-    /// Runs the statement on a reader of its own, which it keeps until it is released.
+    /// Runs the statement on a reader of its own, which this object keeps until its end.
     TVEXAMLSQLTableDataProvider(const SqliteDatabase& database, const QString& sql);
-    /// Hands out rows that are there already; null for none.
+    /// Returns rows that have been read already; null when there are none.
     explicit TVEXAMLSQLTableDataProvider(std::unique_ptr<SqliteRows> rows);
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override;
@@ -117,10 +117,10 @@ public:
 private:
     bool IsColumn(std::int32_t column) const noexcept;
 
-    std::unique_ptr<SqliteReader> FReader;  // of a cursor; freed after it
+    std::unique_ptr<SqliteReader> FReader;  // the reader of FRows, which must be destroyed first
     std::unique_ptr<SqliteRows> FRows;      // null at the end
     const bool FHasRows;
-    std::vector<QString> FTexts;  // of the current row, by column: what was handed out
+    std::vector<QString> FTexts;  // the texts of the current row that were returned, by column
 };
 
 }  // namespace vexa

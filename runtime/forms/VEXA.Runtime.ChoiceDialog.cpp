@@ -13,12 +13,12 @@ namespace {
 
 constexpr QSize kSize(640, 260);
 constexpr int kCaptionWidth = 320, kRowPadding = 4;
-constexpr qsizetype kLongest = 400;  // letters of a row that are shown
+constexpr qsizetype kLongestText = 400;  // letters shown of a row
 
-/// On one line, without what has no glyph but may turn the direction of the text.
+/// `text` on one line, without invisible characters, which may change the direction of the text.
 QString Plain(const QString& text) {
     QString plain;
-    for (const QChar c : text.left(kLongest))
+    for (const QChar c : text.left(kLongestText))
         if (c.category() != QChar::Other_Format) plain += c.category() == QChar::Other_Control ? QChar(u' ') : c;
     return plain.simplified();
 }
@@ -45,7 +45,7 @@ ChoiceDialog::ChoiceDialog(const Texts& texts, const std::vector<Row>& rows, QWi
         const QString caption = Plain(row.Caption), detail = Plain(row.Detail);
         auto* const item = new QTreeWidgetItem(FList, {caption.isEmpty() ? detail : caption, detail});
         item->setFirstColumnSpanned(caption.isEmpty());
-        // What does not fit is read in full; tool tips guess whether they are markup, so this one is for certain.
+        // The tool tip shows the full text. Qt guesses whether a tool tip is markup, so convert the text to markup.
         item->setToolTip(0, Qt::convertFromPlainText(item->text(0)));
         item->setToolTip(1, Qt::convertFromPlainText(detail));
         item->setSizeHint(0, QSize(0, fontMetrics().height() + 2 * kRowPadding));

@@ -1,5 +1,5 @@
 #pragma once
-// A dialog that lets the user choose one of a few things. Main thread.
+// A dialog in which the user chooses one of a few rows. Main thread.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -15,14 +15,15 @@ namespace vexa {
 class VEXA_RUNTIME_API ChoiceDialog : public QDialog {
 public:
     struct Row {
-        QString Caption;  // the detail stands in for one that is empty
-        QString Detail;   // shown beside it
+        QString Caption;  // if empty, Detail is shown in its place
+        QString Detail;   // shown beside the caption
     };
     struct Texts {
         QString Title, Question, Accept, Cancel;
     };
 
-    /// Rows and texts are plain text from anywhere, shown on one line each; the first row is chosen at first.
+    /// Rows and texts may come from untrusted sources: they are shown as plain text, on one line each. The first row is
+    /// selected initially.
     ChoiceDialog(const Texts& texts, const std::vector<Row>& rows, QWidget* parent);
     ~ChoiceDialog() override;
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kAnswerTimeoutMs = 3000;
 
-/// The file manager interface of freedesktop.org.
+/// Calls the file manager by the interface of freedesktop.org.
 bool AskFileManager(const QString& fileName) {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return false;

@@ -1,5 +1,5 @@
 #pragma once
-// What the desktop does for a program besides windows.
+// Services of the desktop.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -9,11 +9,11 @@
 
 namespace vexa {
 
-/// Opens the desktop's file manager with the file selected, or, where no file manager can be asked for that, the file's
-/// folder. False when neither works or there is no such file. Any thread; returns within a few seconds.
+/// Opens the desktop's file manager with the file selected, or just the file's folder where no file manager can select
+/// files. False when neither works, or the file does not exist. Any thread; returns within a few seconds.
 VEXA_RUNTIME_API bool ShowInFolder(const QString& fileName);
 
-/// Brings one of the program's own windows, by its native handle, to the front; does nothing for any other.
+/// Brings one of the program's own windows, given by its native handle, to the front; ignores other windows.
 VEXA_RUNTIME_API void BringToFront(std::uintptr_t window);
 
 }  // namespace vexa

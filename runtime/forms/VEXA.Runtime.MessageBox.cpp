@@ -17,7 +17,7 @@ void ShowErrorBox(std::uintptr_t owner, const QString& title, const QString& tex
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setIcon(QMessageBox::Warning);
     box->setWindowTitle(title.isEmpty() ? QGuiApplication::applicationDisplayName() : title);
-    box->setTextFormat(Qt::PlainText);  // before the text, which is never to be taken for markup
+    box->setTextFormat(Qt::PlainText);  // before setText, so that the text is never taken for markup
     box->setText(text);
     box->open();
 }

@@ -1,4 +1,4 @@
-// The notification service of freedesktop.org. Nothing here waits for an answer: a service may be slow to start.
+// The notification service of freedesktop.org. No call waits for its reply, because a service may be slow to start.
 
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Notifications.h"
@@ -19,7 +19,7 @@
 
 namespace vexa {
 
-/// A picture as the service takes it; D-Bus signature (iiibiiay).
+/// A picture in the form that the service expects; D-Bus signature (iiibiiay).
 struct NotificationImage {
     QImage Picture;  // of format RGBA8888
 };
@@ -33,7 +33,7 @@ QDBusArgument& operator<<(QDBusArgument& out, const NotificationImage& image) {
     return out;
 }
 
-/// Never received; the registration asks for it.
+/// Only needed to register the type: pictures are never received.
 const QDBusArgument& operator>>(const QDBusArgument& in, NotificationImage&) {
     return in;
 }
@@ -125,11 +125,11 @@ private:
         if (!FBus.isConnected()) return;
         FIsListening = true;
         qDBusRegisterMetaType<NotificationImage>();
-        // From any sender: naming the service would make Qt wait for the bus to say who that is.
+        // From any sender: if the service were named, Qt would wait for the bus to resolve the name.
         const QString path = QString::fromLatin1(kPath), name = QString::fromLatin1(kService);
         FBus.connect({}, path, name, QStringLiteral("ActionInvoked"), this, SLOT(ActionInvoked(uint, QString)));
         FBus.connect({}, path, name, QStringLiteral("NotificationClosed"), this, SLOT(NotificationClosed(uint, uint)));
-        // Another service's numbers mean other notifications, and it may take other texts.
+        // When another service takes over, its ids mean other notifications, and it may have other capabilities.
         auto* watcher = new QDBusServiceWatcher(name, FBus, QDBusServiceWatcher::WatchForUnregistration, this);
         connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
             FShownId = 0;
@@ -159,7 +159,7 @@ private:
                 if (answer.isError()) return Refuse(answer.error().message());
                 FShownId = answer.value();
             } else if (!answer.isError() && answer.value() != FShownId) {
-                Close(answer.value());  // hidden, or another asked for, before it had a number to be named by
+                Close(answer.value());  // it was hidden or replaced before its id was known
             }
         });
     }
@@ -171,7 +171,7 @@ private:
         FBus.send(message);
     }
 
-    /// Last in its caller: what it calls may free this object.
+    /// Must be the caller's last action, because FRefused may destroy this object.
     void Refuse(const QString& reason) {
         qCInfo(LogRuntime) << "the notification service shows nothing:" << reason;
         const auto refused = std::exchange(FRefused, nullptr);
@@ -179,13 +179,13 @@ private:
         if (refused) refused();
     }
 
-    QDBusConnection FBus{QString()};  // the session's, from the first notification on
+    QDBusConnection FBus{QString()};  // the session bus, set at the first notification
     bool FIsListening = false;
     std::optional<bool> FTakesMarkup;  // empty until the service has said so
     Notification FWanted;
     std::function<void()> FRefused;
-    uint FShownId = 0;        // 0 is nobody's
-    std::uint64_t FTurn = 0;  // tells the answers to this notification's calls from those to earlier ones
+    uint FShownId = 0;        // 0 is never a notification's id
+    std::uint64_t FTurn = 0;  // distinguishes the replies for this notification from those for earlier ones
 };
 
 }  // namespace

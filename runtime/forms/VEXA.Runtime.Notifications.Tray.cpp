@@ -16,7 +16,7 @@ namespace {
 QIcon IconOf(const Notification& notification) {
     QPixmap picture;
     if (picture.loadFromData(notification.Icon)) return picture;
-    // The tray shows nothing at all for an icon without a picture.
+    // The tray shows nothing at all for an icon without an image.
     if (const QIcon own = QApplication::windowIcon(); !own.isNull()) return own;
     return QApplication::style()->standardIcon(QStyle::SP_MessageBoxInformation);
 }
@@ -24,7 +24,7 @@ QIcon IconOf(const Notification& notification) {
 class TrayPresenter : public NotificationPresenter {
 public:
     void Show(const Notification& notification, std::function<void()> refused) override {
-        // Without a tray Qt takes a message and drops it.
+        // Without a tray Qt accepts a message and drops it.
         if (!qobject_cast<QApplication*>(QCoreApplication::instance()) || !QSystemTrayIcon::isSystemTrayAvailable()) {
             Hide();
             return refused();

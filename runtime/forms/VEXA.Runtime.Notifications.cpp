@@ -16,7 +16,7 @@ struct NotificationIcon::Impl {
 
 namespace {
 
-/// The presenters, shared by all icons, and the one notification that they show or are asked to show.
+/// The presenters, shared by all icons, and the one notification that is shown or about to be shown.
 class Chain {
 public:
     static Chain& Instance() {
@@ -24,18 +24,19 @@ public:
         return *chain;
     }
 
-    void SetWays(std::vector<std::unique_ptr<NotificationPresenter>> ways) {
+    void SetPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
         Hide();
         std::vector<std::shared_ptr<NotificationPresenter>> shared;
-        for (auto& way : ways) shared.emplace_back(std::move(way));
-        FWays = std::move(shared);
+        for (auto& presenter : presenters) shared.emplace_back(std::move(presenter));
+        FPresenters = std::move(shared);
     }
 
     void Show(const void* owner, Notification notification) {
-        // A way further down the chain may get nothing this time, so what it shows goes; the first one replaces.
+        // Hide the notification of a later presenter, which may not be tried this time. The first presenter replaces
+        // its own.
         if (FOwner && FAt > 0) Hide();
         const std::uint64_t turn = ++FTurn;
-        // Queued, so that a handler may hide or destroy the icon, or put other presenters in, and may throw.
+        // Queued, so that a handler may hide or destroy the icon, or replace the presenters, and may throw.
         notification.OnClick = [turn, onClick = std::move(notification.OnClick)] {
             RunInMainThread([turn, onClick] { Instance().Click(turn, onClick); }, false);
         };
@@ -51,17 +52,17 @@ public:
 
 private:
     void Hide() {
-        const bool isShown = FOwner && FAt < FWays.size();
+        const bool isShown = FOwner && FAt < FPresenters.size();
         ++FTurn;
         FOwner = nullptr;
         FShown = {};
         if (!isShown) return;
-        const auto way = FWays[FAt];
-        way->Hide();
+        const auto presenter = FPresenters[FAt];
+        presenter->Hide();
     }
 
     void Try() {
-        if (FAt == FWays.size()) {
+        if (FAt == FPresenters.size()) {
             qCWarning(LogRuntime).noquote() << "nothing shows notifications:" << FShown.Title << "-" << FShown.Text;
             return;
         }
@@ -70,10 +71,11 @@ private:
             ++FAt;
             Try();
         };
-        const auto way = FWays[FAt];  // it and the notification live through the call, whatever is called back
+        const auto presenter =
+            FPresenters[FAt];  // copies keep the presenter and the notification alive during the call
         const Notification shown = FShown;
         try {
-            way->Show(shown, refused);
+            presenter->Show(shown, refused);
         } catch (const std::exception& error) {
             qCWarning(LogRuntime) << "a way of showing notifications failed:" << error.what();
             refused();
@@ -84,15 +86,15 @@ private:
         if (turn == FTurn && onClick) onClick();
     }
 
-    static std::vector<std::shared_ptr<NotificationPresenter>> DefaultWays() {
+    static std::vector<std::shared_ptr<NotificationPresenter>> DefaultPresenters() {
         return {MakeServicePresenter(), MakeTrayPresenter()};
     }
 
-    std::vector<std::shared_ptr<NotificationPresenter>> FWays = DefaultWays();
-    const void* FOwner = nullptr;  // the icon whose notification it is; null when nothing is to be shown
+    std::vector<std::shared_ptr<NotificationPresenter>> FPresenters = DefaultPresenters();
+    const void* FOwner = nullptr;  // the icon of the notification; null when none is shown
     Notification FShown;
-    std::size_t FAt = 0;      // which way has it
-    std::uint64_t FTurn = 0;  // tells this notification's answers and clicks from those of earlier ones
+    std::size_t FAt = 0;      // the index of the presenter that has the notification
+    std::uint64_t FTurn = 0;  // distinguishes refusals and clicks of this notification from those of earlier ones
 };
 
 }  // namespace
@@ -100,7 +102,7 @@ private:
 NotificationPresenter::~NotificationPresenter() = default;
 
 void SetNotificationPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
-    Chain::Instance().SetWays(std::move(presenters));
+    Chain::Instance().SetPresenters(std::move(presenters));
 }
 
 NotificationIcon::NotificationIcon() : FImpl(std::make_shared<Impl>()) {}
@@ -124,7 +126,7 @@ void NotificationIcon::SetVisible(bool visible) {
 void NotificationIcon::ShowBalloon(const QString& title, const QString& text, BalloonKind kind) {
     const auto click = [weak = std::weak_ptr<Impl>(FImpl)] {
         const auto icon = weak.lock();
-        // A copy: the handler may set another.
+        // Call a copy, because the handler may set another one.
         if (const auto onClick = icon ? icon->OnClick : nullptr) onClick();
     };
     Chain::Instance().Show(FImpl.get(), {title, text, kind, FImpl->Icon, click});

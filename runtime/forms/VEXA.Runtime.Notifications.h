@@ -1,5 +1,5 @@
 #pragma once
-// An icon in the notification area with a balloon, by whichever means the desktop has. Main thread.
+// An icon in the notification area with a balloon, shown by whichever means the desktop has. Main thread.
 
 #include "VEXA.Runtime.Export.h"
 
@@ -12,12 +12,12 @@
 
 namespace vexa {
 
-/// What a balloon is about; the numbers are the desktop's own kinds.
+/// The kind of a balloon; the numbers are the desktop's.
 enum class BalloonKind { None = 0, Information = 1, Warning = 2, Error = 3 };
 
 struct Notification {
     QString Title;
-    QString Text;  // plain: nothing in it is markup
+    QString Text;  // plain text, without markup
     BalloonKind Kind = BalloonKind::None;
     QByteArray Icon;  // a PNG file; may be empty
     std::function<void()> OnClick;
@@ -27,19 +27,20 @@ struct Notification {
 class VEXA_RUNTIME_API NotificationPresenter {
 public:
     virtual ~NotificationPresenter();
-    /// Shows it, in place of what it shows already. Calls `refused` once, at once or later, when it cannot; then it
-    /// shows nothing any more. The OnClick that an icon gives to a presenter only queues the click: it throws nothing.
+    /// Shows a notification in place of the current one. If it cannot, it calls `refused` once, immediately or later,
+    /// and shows nothing any more. The OnClick that an icon passes to a presenter only queues the click and never
+    /// throws.
     virtual void Show(const Notification& notification, std::function<void()> refused) = 0;
     virtual void Hide() = 0;
 };
 
-/// The ways to try, in their order. At first: the desktop's notification service (org.freedesktop.Notifications), then
-/// the tray. A host puts its own in.
+/// Sets the presenters to try, in this order. Initially these are the desktop's notification service
+/// (org.freedesktop.Notifications) and the tray. A host replaces them by its own.
 VEXA_RUNTIME_API void SetNotificationPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters);
 VEXA_RUNTIME_API std::unique_ptr<NotificationPresenter> MakeServicePresenter();
 VEXA_RUNTIME_API std::unique_ptr<NotificationPresenter> MakeTrayPresenter();
 
-/// The icon. Invisible at first; hides when destroyed. When no way works, what it was to show is logged.
+/// The icon. Initially invisible; hidden when destroyed. When no presenter works, the balloon's text is logged.
 class VEXA_RUNTIME_API NotificationIcon {
 public:
     NotificationIcon();
@@ -49,12 +50,13 @@ public:
 
     /// A PNG file.
     void SetIcon(const QByteArray& png);
-    /// Runs when the icon, or its balloon, is clicked. May hide or destroy the icon; what it throws is logged.
+    /// `onClick` runs when the icon or its balloon is clicked. It may hide or destroy the icon; its exceptions are
+    /// logged.
     void SetOnClick(std::function<void()> onClick);
-    /// False takes away what is shown, and gives up what is about to be. An icon without a balloon shows nothing: true
-    /// waits for ShowBalloon.
+    /// False hides the balloon, and drops one that is about to be shown. An icon without a balloon is not shown, so
+    /// true has no effect until ShowBalloon.
     void SetVisible(bool visible);
-    /// Shows a balloon, and the icon with it, in place of any other icon's.
+    /// Shows a balloon, and the icon with it, in place of the balloon of any other icon.
     void ShowBalloon(const QString& title, const QString& text, BalloonKind kind);
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
-// The desktop's proxies as the toolkit finds them. A library of its own, which the runtime loads when it first asks:
-// the toolkit's network library takes longer to load than a short command runs, and most addresses of tests and of
-// environments with proxies never need it.
+// The desktop's proxies, as the toolkit determines them. This is a library of its own, which the runtime loads when it
+// first needs it: the toolkit's network library takes longer to load than a short command takes to run, and tests and
+// environments that configure proxies rarely need it.
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.Http.Proxy.h"
@@ -11,10 +11,11 @@
 
 namespace vexa {
 
-/// The first that the transfer can use; none when the list is empty, or says before that no proxy is to be used.
+/// The first proxy of the list that a transfer can use; none when there is no such proxy, or when an entry before it
+/// asks for a direct connection.
 VEXA_RUNTIME_API HttpProxy FirstUsableProxy(const QList<QNetworkProxy>& proxies);
 
 }  // namespace vexa
 
-/// Asks the desktop, which may take its time. Any thread may call it.
+/// Asks the desktop for the proxy for `address`, which may take long. Any thread may call it.
 extern "C" VEXA_RUNTIME_API void VexaFindDesktopProxy(const QUrl& address, vexa::HttpProxy& proxy);

@@ -1,9 +1,9 @@
-// The smallest host that is of use: loads the podcasts plug-in, subscribes to a feed, lists its episodes, and ends.
+// The smallest useful host: loads the podcasts plug-in, subscribes to a feed, lists its episodes, and ends.
 //
 //     minimal_host PLUGIN PROFILE-FOLDER ADDRESS
 //
-// Of the host it needs the interfaces (docs/sdk.md), of the toolkit an event loop. Of the services it offers the two
-// that a plug-in cannot do without, and of the objects the two that rows and addresses take.
+// It needs only the interfaces (docs/sdk.md) and the toolkit's event loop. It offers the two services that the plug-in
+// requires, and the two kinds of objects that are needed to request rows and to pass addresses.
 
 #include "VEXA.SDK.h"
 
@@ -24,7 +24,7 @@ namespace {
 
 // ---- Objects ----
 
-/// `object` as what `iid` names, if that is Interface or one that Interface extends.
+/// `object` as the interface `iid`, if that is Interface or an interface that it extends; else null.
 template <class Interface>
 void* Offered(Interface* object, const Guid& iid) {
     if (iid == Interface::IID) return object;
@@ -34,7 +34,7 @@ void* Offered(Interface* object, const Guid& iid) {
         return nullptr;
 }
 
-/// Counts references and answers queries. The first Ref owns the object.
+/// Implements IUnknown. The first Ref owns the object.
 template <class First, class... More>
 class Object : public First, public More... {
 public:
@@ -117,7 +117,7 @@ private:
     std::vector<Ref<IUnknown>> FObjects;
 };
 
-/// A filter without a condition, an order or a range: all rows.
+/// A filter without conditions, order or range, which selects all rows.
 class AllRows final : public Object<IVEXAMLDataFilter> {
 public:
     void BeginUpdate() noexcept override {}
@@ -154,7 +154,7 @@ Ref<IVEXAString> NewText(std::u16string text) {
     return Ref<IVEXAString>(new Text(std::move(text)));
 }
 
-/// UTF-16 as the terminal takes it.
+/// Converts UTF-16 to UTF-8 for the terminal.
 std::string ToUtf8(const char16_t* chars, std::int32_t length) {
     const std::u16string_view text(chars ? chars : u"", static_cast<std::size_t>(length));
     const auto bytes = std::filesystem::path(text).u8string();
@@ -169,7 +169,7 @@ std::string ToUtf8(IVEXAString* text) {
 
 // ---- Services ----
 
-/// The configuration: nothing is set, and nothing is kept.
+/// A configuration without any values, which does not store what is set.
 class Config final : public Object<IVEXAServiceConfig> {
 public:
     HResult Flush() noexcept override { return S_OK; }
@@ -188,7 +188,7 @@ public:
     HResult SetValueAsString(IVEXAString*, IVEXAString*) noexcept override { return S_OK; }
 };
 
-/// The music library, which shows nothing.
+/// A music library that shows no storage.
 class Library final : public Object<IVEXAServiceMusicLibrary> {
 public:
     HResult GetActiveStorage(const Guid&, void** storage) noexcept override {
@@ -202,7 +202,7 @@ public:
     HResult SetActiveStorage(IUnknown*) noexcept override { return E_FAIL; }
 };
 
-/// What the storage tells while it works.
+/// Receives the storage's reports, and ignores them.
 class Manager final : public Object<IVEXAMLDataStorageManager> {
 public:
     void BackgroundTaskStarted(std::int32_t, IVEXAString*, IVEXAActionEvent*) noexcept override {}
@@ -214,7 +214,7 @@ class Core final : public Object<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(const std::filesystem::path& profile) : FProfile(std::filesystem::absolute(profile)) {}
 
-    /// Null when the plug-in registered none.
+    /// Null when the plug-in has registered no storage.
     const Ref<IVEXAMLExtensionDataStorage>& Storage() const { return FStorage; }
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override {
@@ -253,15 +253,15 @@ private:
     Ref<IVEXAMLExtensionDataStorage> FStorage;
 };
 
-// ---- What this host does ----
+// ---- The host's work ----
 
-/// Follows a subscription, and ends the event loop after it.
+/// Receives the result of a subscription, and then ends the event loop.
 class Subscription final : public Object<IVEXAMLSubscriptionEvents> {
 public:
     bool HasFailed = false;
 
     void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
-        // E_ABORT: it is subscribed already.
+        // E_ABORT: the feed is subscribed already.
         HasFailed = Failed(result) && result != E_ABORT;
         std::printf("%s: %s: %s\n", HasFailed ? "failed" : "subscribed", ToUtf8(address).c_str(), ToUtf8(text).c_str());
     }
@@ -296,7 +296,7 @@ void ListEpisodes(IVEXAMLDataProvider& provider) {
     } while (rows->NextRow() != kFalse);
 }
 
-/// True when all went well.
+/// True on success.
 bool Run(IVEXAPlugin& plugin, Core& core, const char* address) {
     if (!HasThisSdk(&plugin)) {
         std::fprintf(stderr, "the plug-in was built with another version of the interfaces\n");
@@ -314,7 +314,7 @@ bool Run(IVEXAPlugin& plugin, Core& core, const char* address) {
     } else {
         std::fprintf(stderr, "the plug-in refuses to start\n");
     }
-    plugin.Finalize();  // also after a refusal
+    plugin.Finalize();  // also after Initialize has failed
     return isDone;
 }
 
@@ -326,7 +326,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: minimal_host PLUGIN PROFILE-FOLDER ADDRESS\n");
         return 2;
     }
-    void* const library = dlopen(argv[1], RTLD_NOW);  // stays loaded
+    void* const library = dlopen(argv[1], RTLD_NOW);  // never unloaded
     const auto entry = library ? reinterpret_cast<VEXAPluginGetHeaderFunction>(dlsym(library, kPluginEntryPoint))
                                : VEXAPluginGetHeaderFunction();
     Ref<IVEXAPlugin> plugin;

@@ -1,9 +1,9 @@
 #pragma once
-// The ground of every interface between the host application, its runtime library and the plug-ins: identifiers,
-// result codes, the reference-counted base, and the smart pointer that is the only caller of AddRef and Release.
+// The basis of every interface between the host application, its runtime library and the plug-ins: identifiers, result
+// codes, the reference-counted base, and the smart pointer that is the only caller of AddRef and Release.
 //
-// The binary rules: interfaces hold pure virtual operations in slot order, all noexcept, no data, no virtual
-// destructor; their first three slots are those of IUnknown. Nothing thrown ever crosses one.
+// The binary rules: an interface has only pure virtual, noexcept operations in slot order, no data and no virtual
+// destructor; its first three slots are those of IUnknown. No exception ever crosses an interface.
 
 #include <cstddef>
 #include <cstdint>
@@ -46,7 +46,7 @@ consteval Guid ParseGuid(const char (&text)[39]) {
 using HResult = std::int32_t;
 
 inline constexpr HResult S_OK = 0;
-inline constexpr HResult S_FALSE = 1;  // a success, too; operations that give it say what it means
+inline constexpr HResult S_FALSE = 1;  // also a success; the operations that return it say what it means
 inline constexpr HResult E_NOTIMPL = static_cast<HResult>(0x80004001u);
 inline constexpr HResult E_NOINTERFACE = static_cast<HResult>(0x80004002u);
 inline constexpr HResult E_POINTER = static_cast<HResult>(0x80004003u);
@@ -62,11 +62,11 @@ constexpr bool Succeeded(HResult code) noexcept {
     return code >= 0;
 }
 
-/// The reference-counted base. Destruction is Release's business, hence the protected, non-virtual destructor.
+/// The reference-counted base. Only Release destroys an object, hence the protected, non-virtual destructor.
 struct IUnknown {
     static constexpr Guid IID = ParseGuid("{00000000-0000-0000-C000-000000000046}");
 
-    /// On S_OK `*object` is the asked-for interface with a reference added; on E_NOINTERFACE it is null.
+    /// On S_OK `*object` is the requested interface with a reference added; on E_NOINTERFACE it is null.
     virtual HResult QueryInterface(const Guid& iid, void** object) noexcept = 0;
     /// Both return the new count, for diagnosis only.
     virtual std::int32_t AddRef() noexcept = 0;
@@ -103,12 +103,12 @@ public:
     explicit operator bool() const noexcept { return FObject != nullptr; }
     friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.FObject == b.FObject; }
 
-    /// The place for an out argument, which arrives with its reference already added.
+    /// The address to pass as an out argument. The reference that arrives there is owned by this Ref.
     T** Put() noexcept {
         *this = nullptr;
         return &FObject;
     }
-    /// The same for the operations that give whatever interface is asked for; ask for T::IID.
+    /// The same for operations that take an interface identifier and a void**; pass them T::IID.
     void** PutVoid() noexcept { return reinterpret_cast<void**>(Put()); }
     /// Hands the reference over, for filling an out argument. The Ref is empty afterwards.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(FObject, nullptr); }

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST_F(Program, WrongUsageEndsWithTwoAndSaysWhyOnStandardError) {
+TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
     const QString cases =
         "|nonsense|--nonsense|feeds extra|feeds --new|feeds --json=1|feeds --profile|subscribe|show|show 1: --json|"
         "show 1:00000000 1:00000001|mark new|mark heard 1:00000000|download|download --new 1:00000000|episodes --limit|"
@@ -36,7 +36,7 @@ TEST_F(Program, HelpAndVersionNeedNoProfile) {
     EXPECT_FALSE(QDir(Profile.File("none")).exists());
 }
 
-TEST_F(Program, AFeedIsSubscribedListedRefreshedAndEnded) {
+TEST_F(Program, AFeedIsSubscribedListedRefreshedAndUnsubscribed) {
     const FolderServer server;
     const QString address = WriteFeed(server, "Show", 2);
     EXPECT_EQ(Json("feeds").array(), QJsonArray());
@@ -94,7 +94,7 @@ TEST_F(Program, APageLeadsToItsFeedsAndAMovedFeedIsFollowed) {
     moveTo(one);
     EXPECT_TRUE(Run("refresh " + old).Out.startsWith("One: 1 new episode; moved to " + one));
     EXPECT_EQ(Json("refresh " + one)[u"moved"].toArray(), QJsonArray());
-    EXPECT_EQ(Keys("2").size(), 2) << "of the number that it had";
+    EXPECT_EQ(Keys("2").size(), 2) << "by the number of the feed as before";
 }
 
 TEST_F(Program, APasswordInAnAddressIsShownToNobody) {
@@ -113,7 +113,7 @@ TEST_F(Program, APasswordInAnAddressIsShownToNobody) {
     }
 }
 
-TEST_F(Program, AKeyIsAsLongAsItTakesToTellItsEpisodeFromOthersOfTheFeed) {
+TEST_F(Program, AKeyIsAsLongAsNeededToBeUniqueInItsFeed) {
     Run("feeds");
     PlainSqlite database(Profile.File("Podcasts.db"));
     database.Run("INSERT INTO PodcastFeeds (Name, URLFeed) VALUES ('Show', 'http://h/'), ('Other', 'http://o/')");
@@ -161,7 +161,7 @@ TEST_F(Program, EpisodesAreListedFilteredShownAndMarked) {
     ExpectFailure("show 1:00000000", {"1:00000000"});
 }
 
-TEST_F(Program, AnEpisodeIsStillNamedAsBeforeItsPublisherChangedItsAddressAndGuid) {
+TEST_F(Program, AnEpisodeCanStillBeNamedAsBeforeItsAddressAndGuidChanged) {
     const FolderServer server;
     const QString feed = WriteFeed(server, "Show", 3);
     Run("subscribe " + feed);
@@ -179,7 +179,7 @@ TEST_F(Program, AnEpisodeIsStillNamedAsBeforeItsPublisherChangedItsAddressAndGui
     EXPECT_TRUE(Run("show " + uri).Out.contains(uri + u"?token=1"));
 }
 
-TEST_F(Program, AnAddressThatFitsSeveralEpisodesIsRefused) {
+TEST_F(Program, AnAmbiguousAddressIsRefused) {
     const FolderServer server;
     WriteFeed(server, "Show", 1);
     QFile::copy(server.Folder.File("Show.xml"), server.Folder.File("Copy.xml"));
@@ -191,7 +191,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     const FolderServer server;
     Run("subscribe " + WriteFeed(server, "Show", 4));
     QFile::remove(server.Folder.File("Show-1.mp3"));
-    const QStringList keys = Keys();  // of parts 4, 3, 2, 1
+    const QStringList keys = Keys();  // the keys of parts 4, 3, 2, 1
     ASSERT_EQ(keys.size(), 4);
     const auto fileOf = [&](int part) { return Files.File(u"Show/Show-%1.mp3"_s.arg(part)); };
     const QJsonObject one{{"downloaded", QJsonArray{QJsonObject{{"key", keys[0]}, {"file", fileOf(4)}}}},
@@ -214,7 +214,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     EXPECT_EQ(Run("delete-files --permanently " + keys[2]).Status, 0);
     EXPECT_FALSE(QFile::exists(fileOf(2)) || QFile::exists(trash + u"Show-2.mp3"));
 
-    // What a refresh brings is downloaded before it ends.
+    // New episodes are downloaded before the refresh command ends.
     Run("options DownloadNewEpisodesAutomatically 1");
     WriteFeed(server, "Show", 6, 300000);
     EXPECT_EQ(Run("refresh").Status, 0);
@@ -223,7 +223,7 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
     EXPECT_EQ(QDir(Files.File("Show")).entryList(QDir::Files), QStringList());
 }
 
-TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsStandAnywhere) {
+TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_EQ(Run("options CheckUpdates 3").Status, 0);
     EXPECT_EQ(Run("options shownotifications off").Status, 0);
     const QString options = "CacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
@@ -258,14 +258,14 @@ TEST_F(Program, SubscriptionsMoveToOtherAddressesAndProfiles) {
     EXPECT_EQ(inSecond("import " + Files.File("none")).Status, 1);
 }
 
-TEST_F(Program, ADownloadThatIsStoppedLeavesNoRecordAndUnlessKilledNoFile) {
+TEST_F(Program, AStoppedDownloadLeavesNoRecordAndUnlessKilledNoFile) {
     const FolderServer feeds;
     ASSERT_EQ(Run("subscribe " + WriteFeed(feeds, "Long", 1)).Status, 0);
     tests::LoopbackServer server;
     server.Serve("/l.mp3", tests::Response::Of(QByteArray(9999, 'x'), "audio/mpeg").With(tests::Fault::Wait, 100));
     const QString file = Files.File("Long/l.mp3");
     for (const int signalNumber : {SIGINT, SIGTERM, SIGKILL}) {
-        // Downloaded once already, and then lost: it is fetched again under the name that its row records.
+        // The file was downloaded before and is gone; it is fetched again under the name that its row records.
         const QString sql = u"UPDATE PodcastEpisodes SET URLAudio = '%1', URLAudioCached = '%2'"_s;
         PlainSqlite(Profile.File("Podcasts.db")).Run(sql.arg(server.Url("/l.mp3"), file).toUtf8());
         QProcess download;

@@ -1,4 +1,4 @@
-// Two programs on one profile, and programs that are killed.
+// Two programs on one profile at a time, and programs that are killed.
 
 #include "Program.h"
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// How long a test goes on, in whatever unit it counts; tests/cli/faults asks for more.
+/// How long a test runs, in a unit of its own; tests/cli/faults asks for more.
 int Effort(const char* variable, int usual) {
     const int asked = qEnvironmentVariableIntValue(variable);
     return asked > 0 ? asked : usual;
@@ -22,8 +22,8 @@ int Effort(const char* variable, int usual) {
 
 class Crashes : public Program {
 protected:
-    /// Starts the command again and again and kills it at instants spread over the time that a whole run takes.
-    /// `prepare` comes before each run, `check` after it.
+    /// Runs the command again and again, and kills it at instants spread over the duration of a complete run. `prepare`
+    /// is called before each run, `check` after it.
     void KillAtRandom(const QString& command, const std::function<void()>& prepare,
                       const std::function<void()>& check) {
         const unsigned seed = std::random_device()();
@@ -44,7 +44,7 @@ protected:
             program.kill();
             const bool wasKilled = Finish(program).Status == -1;
             killed += wasKilled;
-            whole *= wasKilled ? 1.01 : 0.97;  // what is a whole run changes with what else the machine does
+            whole *= wasKilled ? 1.01 : 0.97;  // the duration of a complete run varies with the machine's load
             check();
         }
         EXPECT_GT(killed, 0);
@@ -60,7 +60,7 @@ TEST_F(Crashes, WhatAnotherProgramCommitsWhileARefreshWaitsToStoreStands) {
     other.Run("BEGIN IMMEDIATE");
     QProcess refresh;
     Start(refresh, "refresh");
-    EXPECT_FALSE(refresh.waitForFinished(1000));  // by now it has fetched a feed and cannot write
+    EXPECT_FALSE(refresh.waitForFinished(1000));  // it has fetched a feed by now, and waits to write
     other.Run(
         "UPDATE PodcastEpisodes SET State = 2, Description = '' WHERE GUID = 'A-1';"
         "UPDATE PodcastEpisodes SET URLAudioCached = '/f', Description = '' WHERE GUID = 'A-2';"
@@ -99,7 +99,7 @@ TEST_F(Crashes, ARefreshKilledAtAnyInstantLosesNothingThatWasCommitted) {
     KillAtRandom(
         "refresh",
         [&] {
-            if (marks == 20) {  // the feeds do not grow for ever
+            if (marks == 20) {  // so that the feeds do not grow for ever
                 for (const QString& address : addresses) EXPECT_EQ(Run("unsubscribe " + address).Status, 0);
                 count = 100, marks = 0;
                 EXPECT_EQ(Run("subscribe " + writeFeeds()).Status, 0);
@@ -127,7 +127,7 @@ TEST_F(Crashes, ADownloadKilledAtAnyInstantRecordsNoFileThatIsNotWhole) {
     const QStringList keys = Keys();
     KillAtRandom(
         "download " + keys.join(' '),
-        // Every other file loses only itself, not its record, and is fetched again under its old name.
+        // Of every other episode only the file is deleted, not its record; it is fetched again under its old name.
         [&] {
             const QStringList deleted = {keys[0], keys[2], keys[4]};
             EXPECT_EQ(Run("delete-files --permanently " + deleted.join(' ')).Status, 0);
@@ -218,14 +218,14 @@ TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(Effort("VEXA_TEST_SECONDS", 3));
     std::array<int, 2> done{}, busy{};
     std::atomic<unsigned> published = 0;
-    const auto publish = [&](const QString& name) {  // at once: the other one may be reading
+    const auto publish = [&](const QString& name) {  // by an atomic rename, because the other program may be reading
         const unsigned number = ++published;
         QByteArray document = documents[number % documents.size()];
         document.replace("part-", QByteArray("version " + QByteArray::number(number) + " of part-"));
         WriteWhole(server.Folder.File(name), document);
         std::filesystem::rename(server.Folder.File(name).toStdString(), server.Folder.File("Shared.xml").toStdString());
     };
-    // Each has episodes, an option and a feed of its own, and both refresh what they share.
+    // Each program has episodes, an option and a feed of its own, and both refresh the feeds that they share.
     const auto work = [&](std::size_t self) {
         std::mt19937 random(static_cast<unsigned>(self));
         PlainSqlite db(Profile.File("Podcasts.db"));

@@ -1,4 +1,4 @@
-// The manual pages and the completion, beside the programs that they describe.
+// The manual pages and the completion, compared with the programs that they describe.
 
 #include "Program.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 class Desktop : public Program {
 protected:
-    /// The first group of every match, in order.
+    /// The first captured group of every match, in order.
     static QStringList All(const QString& text, const QString& pattern) {
         QStringList found;
         auto matches = QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
@@ -19,16 +19,16 @@ protected:
     static QString Page(const QString& program) {
         return QString::fromUtf8(ReadWhole(QStringLiteral(DESKTOP) + u"/man/" + program + u".1"));
     }
-    /// The options of one entry or of a whole page.
+    /// The options in one entry or in a whole manual page.
     static QStringList OptionsIn(const QString& page) { return All(page, u"^\\.It Fl -(\\S+)"_s); }
-    /// The options in help's list of that title.
+    /// The options that the help lists under that title.
     static QStringList OptionsOf(const QString& help, const QString& title) {
         return All(help.section(title, 1).section(u"\n\n"_s, 0, 0), u"^  .*--(\\S+)  ?"_s);
     }
     static QStringList Commands() {
         return All(RunWith("--help").Out.section(u"Commands:"_s, 1).section(u"\n\n"_s, 0, 0), u"^  (\\S+)"_s);
     }
-    /// What the completion offers at the end of a line.
+    /// The words that the completion offers at the end of a line.
     static QStringList Offers(const QString& line) {
         QProcess bash;
         bash.start(u"bash"_s,
@@ -74,7 +74,7 @@ TEST_F(Desktop, CompletionOffersEveryCommandAndOptionAndNoOther) {
     }
 }
 
-TEST_F(Desktop, CompletionOffersWhatTheProfileHolds) {
+TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
     const FolderServer server;
     ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 2)).Status, 0);
     QStringList keys = Keys(), tails;
@@ -94,7 +94,7 @@ TEST_F(Desktop, CompletionOffersWhatTheProfileHolds) {
         {"mark new ", keys},
         {"mark new " + keys[0] + ' ', keys},
         {"--json download ", keys},
-        {"show 1:", tails},  // a shell that cuts words at ":" replaces what follows it
+        {"show 1:", tails},  // a shell that splits words at ":" replaces only the part after it
         {"show -- ", keys},
         {"show -- --", {}},
         {"options Mark", {"MarkEpisodesListenedOnStartPlayback"}},

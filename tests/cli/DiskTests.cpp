@@ -1,4 +1,4 @@
-// A disk that takes no more, and folders that may not be written to.
+// A full disk, and folders without write permission.
 
 #include "FileSizeLimit.h"
 #include "Program.h"
@@ -15,14 +15,14 @@ namespace {
 
 class Disk : public Program {
 protected:
-    /// Runs the command over the profile in a process that `prepare` has been called in.
+    /// Runs the command with the profile, after calling `prepare` in the new process.
     Result RunPrepared(const QString& words, const std::function<void()>& prepare) {
         QProcess program;
         program.setChildProcessModifier(prepare);
         Start(program, words);
         return Finish(program);
     }
-    /// All that the commands below may change.
+    /// Everything stored that the commands below may change.
     QStringList Stored() {
         QStringList stored = PlainSqlite(Profile.File("Podcasts.db"))
                                  .Rows("SELECT GUID, State, URLAudioCached <> '' FROM PodcastEpisodes ORDER BY rowid");
@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
+TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
     if (!tests::kCanLimitFileSize) GTEST_SKIP();
     const FolderServer server;
     const QString address = WriteFeed(server, "A", 40), other = WriteFeed(server, "B", 30);
@@ -53,7 +53,7 @@ TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
                 setrlimit(RLIMIT_FSIZE, &limit);
             });
             ExpectSound(100);
-            if (result.Status == 0) break;  // it fitted
+            if (result.Status == 0) break;  // the limit was large enough
             EXPECT_EQ(result.Status, 1) << command.toStdString();
             EXPECT_TRUE(result.Error.contains(u"; check the disk") || result.Error.contains(u": File too large"))
                 << result.Error.toStdString();
@@ -65,7 +65,7 @@ TEST_F(Disk, ThatTakesNoMoreIsToldAndWhatIsStoredStays) {
     EXPECT_EQ(Run("refresh").Status, 0);
 }
 
-TEST_F(Disk, OnWhichTheProfileMayNotBeWrittenIsToldByEveryCommand) {
+TEST_F(Disk, EveryCommandReportsAProfileThatCannotBeWritten) {
     const FolderServer server;
     ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 3)).Status, 0);
     const QString key = Keys().value(0);

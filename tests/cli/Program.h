@@ -1,5 +1,5 @@
 #pragma once
-// The built programs, as a person runs them: podcasts with a profile of its own, and servers on loopback for it.
+// Runs the built programs as a user does: podcasts with a profile of its own, and servers on loopback for it.
 
 #include "PlainSqlite.h"
 #include "TempFolder.h"
@@ -14,7 +14,7 @@
 
 using namespace Qt::StringLiterals;
 
-constexpr int kLongest = 120000;  // ms; nothing takes that long but a program that hangs
+constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 
 struct Result {
     int Status = -1;
@@ -30,7 +30,7 @@ inline Result Finish(QProcess& program) {
             QString::fromUtf8(program.readAllStandardError())};
 }
 
-/// Files of a folder served over HTTP.
+/// Serves the files of a folder over HTTP.
 class FolderServer {
 public:
     explicit FolderServer(const QStringList& options = {}) {
@@ -51,10 +51,10 @@ private:
     QProcess FProgram;
 };
 
-/// A profile, and the program over it.
+/// A profile, and podcasts run with it.
 class Program : public testing::Test {
 protected:
-    /// Runs the program as it is; `words` are what a shell would be given.
+    /// Runs the program without the profile; `words` are its command line.
     static Result RunWith(const QString& words, const QByteArray& input = {}) {
         QProcess program;
         program.start(PODCASTS, words.split(' ', Qt::SkipEmptyParts));
@@ -62,21 +62,21 @@ protected:
         program.closeWriteChannel();
         return Finish(program);
     }
-    /// Runs it over the profile.
+    /// Runs the program with the profile.
     Result Run(const QString& words, const QByteArray& input = {}) { return RunWith(InProfile(words), input); }
     QString InProfile(const QString& words) { return "--profile " + Profile.Path() + ' ' + words; }
     void Start(QProcess& program, const QString& words) {
         program.start(PODCASTS, InProfile(words).split(' ', Qt::SkipEmptyParts));
         ASSERT_TRUE(program.waitForStarted(kLongest));
     }
-    /// Runs a command that is to fail and to say so with each of `texts`; gives what it prints.
+    /// Runs a command that must fail with an error message that contains all of `texts`; returns its standard output.
     QString ExpectFailure(const QString& words, const QStringList& texts) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 1) << words.toStdString();
         for (const QString& text : texts) EXPECT_TRUE(result.Error.contains(text)) << result.Error.toStdString();
         return result.Out;
     }
-    /// What a command that succeeds prints with --json.
+    /// Runs a command with --json, which must succeed; returns what it prints.
     QJsonDocument Json(const QString& words) {
         const Result result = Run(words + " --json");
         EXPECT_EQ(result.Status, 0) << result.Error.toStdString();
@@ -89,11 +89,11 @@ protected:
         return keys;
     }
 
-    /// What the database holds.
+    /// The rows that the database returns for `sql`.
     QStringList Rows(const QString& sql) { return PlainSqlite(Profile.File("Podcasts.db")).Rows(sql.toUtf8()); }
 
-    /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; gives its address. Audio
-    /// addresses end in `token`.
+    /// Writes a feed of `count` episodes to the server's folder, with an audio file for each; returns the feed's
+    /// address. Audio addresses end in `token`.
     static QString WriteFeed(const FolderServer& server, const QString& name, int count, int audioSize = 100,
                              const QString& token = {}) {
         const QString item =
@@ -111,11 +111,11 @@ protected:
         WriteWhole(server.Folder.File(name + u".xml"), feed.toUtf8() + "</channel></rss>");
         return server.Address + u'/' + name + u".xml";
     }
-    /// Downloads go to a folder of the test's.
+    /// Sets the download folder to one of the test.
     void SetUp() override {
         ASSERT_EQ(Run("options CacheFileNameTemplate " + Files.File("%FeedTitle%\\%EpisodeFileName%")).Status, 0);
     }
-    /// Whether the database is sound and every file that it records is one of `audioSize` equal bytes.
+    /// Expects the database to be intact, and every file that it records to consist of `audioSize` equal bytes.
     void ExpectSound(int audioSize) {
         PlainSqlite db(Profile.File("Podcasts.db"));
         EXPECT_EQ(db.Rows("PRAGMA integrity_check"), QStringList("ok"));

@@ -107,9 +107,10 @@ std::vector<ClientFaults::Row> ClientFaults::Misbehaviours() const {
     };
 }
 
-TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
+TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsReportedAndLosesNothing) {
     for (const Row& row : Misbehaviours()) {
-        const bool isWaiting = QByteArrayView(row.Message) == "in time";  // else a slow machine has its time
+        // Short timeouts only where they are the point, so that slow machines do not fail elsewhere.
+        const bool isWaiting = QByteArrayView(row.Message) == "in time";
         vexa::SetHttpTimeouts(isWaiting ? vexa::HttpTimeouts{std::chrono::seconds(2), std::chrono::seconds(2)}
                                         : vexa::HttpTimeouts());
         for (const QString& error : {RefreshError(row.Answer), DownloadError(row.Answer)}) {
@@ -119,13 +120,13 @@ TEST_F(ClientFaults, EveryMisbehaviourOfAServerIsToldAndLosesNothing) {
     }
 }
 
-TEST_F(ClientFaults, ManyMisbehavingServersAtOnceHoldUpNobodyAndLoseNothing) {
+TEST_F(ClientFaults, ManyMisbehavingServersAtOnceDelayNoOtherAndLoseNothing) {
     std::array<tests::LoopbackServer, 4> servers;  // three transfers each, twelve in all
     vexa::SetHttpTimeouts({.Connect = std::chrono::seconds(2), .Stalled = std::chrono::seconds(2)});
     std::vector<std::pair<QString, const Row*>> feeds;
     const std::vector<Row> rows = Misbehaviours();
     for (const Row& row : rows) {
-        if (row.Answer.Head.contains("Retry-After")) continue;  // by which its server's other feeds would not be asked
+        if (row.Answer.Head.contains("Retry-After")) continue;  // or the server's other feeds would not be fetched
         auto& server = servers[feeds.size() % servers.size()];
         const QString path = QString("/%1").arg(feeds.size());
         Response answer = row.Answer;
@@ -151,7 +152,7 @@ TEST_F(ClientFaults, ManyMisbehavingServersAtOnceHoldUpNobodyAndLoseNothing) {
     }
 }
 
-TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
+TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsReported) {
     const Response feed = Document("a", {{"3", "/3.mp3"}}),
                    audio = Response::Of(QByteArray(300'000, 's'), "audio/mpeg");
     const QByteArray document = feed.Head + feed.Body, sound = audio.Head + audio.Body;
@@ -161,7 +162,7 @@ TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsTold) {
         EXPECT_NE(DownloadError(Response{{}, sound}.With(Fault::Reset, sent)), "") << sent;
 }
 
-TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDiskGives) {
+TEST_F(ClientFaults, AnEndlessBodyIsLimitedInSizeAndTimeAndByTheDisk) {
     const Response endless = Raw("HTTP/1.1 200 OK\r\n\r\n", QByteArray(60'000, ' '), Fault::Repeat, 0);
     rusage before{}, after{};
     getrusage(RUSAGE_SELF, &before);
@@ -177,7 +178,7 @@ TEST_F(ClientFaults, ABodyWithoutEndTakesNoMoreThanADocumentMayAndAsMuchAsTheDis
     EXPECT_TRUE(DownloadError(endless).startsWith(u"cannot write the file "));
 }
 
-TEST_F(ClientFaults, ACertificateThatNobodyTrustsIsRefused) {
+TEST_F(ClientFaults, AnUntrustedCertificateIsRefused) {
     QProcess openssl;
     const QString key = Folder.File("key.pem"), certificate = Folder.File("certificate.pem");
     const auto run = [&](const QString& words) { openssl.start("openssl", words.split(' ')); };

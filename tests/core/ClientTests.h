@@ -1,6 +1,6 @@
 #pragma once
-// What the tests of the client share: a client over a database file, a server it talks to, and a listener that writes
-// down what it hears.
+// Common parts of the client's tests: a client over a database file, a server for it, and a listener that records the
+// notifications.
 
 #include "LoopbackServer.h"
 #include "Podcasts.Core.h"
@@ -15,16 +15,16 @@
 namespace podcasts {
 
 struct Item {
-    QString Guid, Audio;  // the path of its audio address
+    QString Guid, Audio;  // Audio is the path of the audio address
     QString Title = "Episode";
 };
 
 class Listener final : public vexa::RefCountedObject<IPodcastClientChangeListener, IPodcastClientDownloadsListener,
                                                      IPodcastClientRefreshFeedsListener> {
 public:
-    QStringList Events;  // but for the progress
+    QStringList Events;  // all but the progress
     std::function<void(const QString&)> OnEvent;
-    /// The last. Any thread may call it.
+    /// The last progress. Any thread may call it.
     QString Progress() const {
         const std::lock_guard lock(FMutex);
         return FProgress;
@@ -51,7 +51,7 @@ private:
     QString FProgress;  // guarded by FMutex
 };
 
-/// While it lives, no file grows beyond its bytes: a disk that takes no more.
+/// During its lifetime no file grows beyond a size, as on a full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) : FHandler(signal(SIGXFSZ, SIG_IGN)) {

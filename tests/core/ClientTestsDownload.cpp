@@ -10,7 +10,7 @@ protected:
     void ServeAudio(const QStringList& paths) {
         for (const QString& path : paths) Server.Serve(path, Response::Of(path.toUtf8(), "audio/mpeg"));
     }
-    /// Starts a download that stands still once the first three bytes are in the file.
+    /// Starts a download that stalls after the first three bytes were written to the file.
     void StartAndStall(const QStringList& keys, const QString& path, const QString& file) {
         Server.Serve(path, Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
         Client->DownloadEpisodes(keys);
@@ -22,7 +22,7 @@ protected:
     std::string LastError() const { return Client->DownloadOutcomes().From().at(0).Error.toStdString(); }
 };
 
-TEST_F(ClientDownload, TakesTheEpisodeQueuedLastFirstAndRecordsEachFile) {
+TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3", "Third"}});
     const QStringList paths = {"/1.mp3", "/2.mp3", "/3.mp3"};
     const QByteArray sound(700'000, 's');
@@ -83,7 +83,7 @@ TEST_F(ClientDownload, LeavesNoFileAndNoRecordWhenItFailsAndGoesOn) {
     }
 }
 
-TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
+TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceAudioArrives) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     WriteWhole(file, "left from an earlier subscription, longer than the new one");
@@ -96,7 +96,7 @@ TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceASoundArrives) {
     EXPECT_EQ(CachedFile("/1.mp3"), file);
 }
 
-TEST_F(ClientDownload, TakesNoWebPageForAudioAndTouchesNothingForOne) {
+TEST_F(ClientDownload, RejectsAWebPageAndTouchesNoFileForIt) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     WriteWhole(file, "left from an earlier subscription");
@@ -117,7 +117,7 @@ TEST_F(ClientDownload, TakesNoWebPageForAudioAndTouchesNothingForOne) {
         }
         EXPECT_EQ(ReadWhole(file), "left from an earlier subscription");
         EXPECT_EQ(CachedFile("/1.mp3"), "");
-        EXPECT_EQ(CachedFile("/3.mp3"), AudioFile("a/gone.mp3")) << "the record is blanked for a sound alone";
+        EXPECT_EQ(CachedFile("/3.mp3"), AudioFile("a/gone.mp3")) << "the record is cleared only when audio arrives";
         EXPECT_EQ(Files(), QStringList("1.mp3"));
     }
     const std::pair<QByteArray, QByteArray> sounds[] = {{"ID3 sound", "text/html"},
@@ -151,7 +151,7 @@ TEST_F(ClientDownload, GivesEveryEpisodeAFileOfItsOwnAndForgetsAMissingOneFirst)
     EXPECT_EQ(ReadWhole(AudioFile("a/audio.mp3")), "/1/audio.mp3");
 }
 
-TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
+TEST_F(ClientDownload, RestoresOnFailureTheRecordOfAFileThatNobodyIsWriting) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg").With(Fault::Close, 3));
     const QString unmounted = Folder.File("unmounted.mp3"), own = AudioFile("a/1.mp3");
@@ -162,8 +162,8 @@ TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
         return CachedFile("/1.mp3");
     };
     EXPECT_EQ(recordAfter(unmounted), unmounted);
-    EXPECT_EQ(recordAfter(own), "") << "its beginning was there";
-    // Another program begins the recorded file while this one fetches it under another name.
+    EXPECT_EQ(recordAfter(own), "") << "a part of it had been written";
+    // Another program begins to write the recorded file while this one fetches it under another name.
     Client->DB().SetCachedFile(Key("/1.mp3"), unmounted);
     StartAndStall({Key("/1.mp3")}, "/1.mp3", own);
     TPodcastTargetFile other;
@@ -172,7 +172,7 @@ TEST_F(ClientDownload, ThatFailsPutsBackTheRecordOfAFileThatNobodyWrites) {
     EXPECT_EQ(CachedFile("/1.mp3"), "");
 }
 
-TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskTakesNoMore) {
+TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskIsFull) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Server.Serve("/1.mp3", Response::Of(QByteArray(6'000'000, 's'), "audio/mpeg"));
     const QString name = AudioFile("a/1.mp3");
@@ -219,7 +219,7 @@ TEST_F(ClientDownload, IsCancelledWithEverythingQueuedAndEndsQuietlyWithTheClien
     EXPECT_EQ(CachedFile("/2.mp3"), "");
 }
 
-TEST_F(ClientDownload, TakesNoEpisodeOfAFeedUnsubscribedMeanwhile) {
+TEST_F(ClientDownload, SkipsEpisodesOfAFeedUnsubscribedMeanwhile) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Subscribe("b", {{"2", "/2.mp3"}, {"3", "/3.mp3"}, {"4", "/4.mp3"}});
     ServeAudio({"/2.mp3", "/3.mp3", "/4.mp3"});
@@ -244,7 +244,7 @@ TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles)
         StartAndStall({Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
         TPodcastClient other(Folder.File("Podcasts.db"));
         EXPECT_EQ((byThisClient ? *Client : other).Unsubscribe(Server.Url("/a"), withFiles), QStringList());
-        // A transfer that nobody waits for ends by itself, and one whose file is to stay goes on.
+        // A transfer whose file is not wanted any more ends by itself; one whose file is to stay goes on.
         if (!files.isEmpty()) Server.Release("/1.mp3");
         ASSERT_TRUE(WaitForTasks());
         EXPECT_EQ(Files(), files);
@@ -252,12 +252,12 @@ TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles)
     }
 }
 
-TEST_F(ClientDownload, AFileThatIsRecordedWhileItsFeedIsUnsubscribedGoesWithTheOthers) {
+TEST_F(ClientDownload, AFileRecordedWhileItsFeedIsUnsubscribedIsDeletedWithTheOthers) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
     const QString first = AudioFile("a/1.mp3"), second = AudioFile("a/2.mp3");
     for (const QString& file : {first, second}) WriteWhole(file, "sound");
     Client->DB().SetCachedFile(Key("/1.mp3"), first);
-    // A download of another program records the second file once the first one is in the trash.
+    // A download by another program records the second file after the first one has been moved to the trash.
     std::thread download([&] {
         PlainSqlite db(Folder.File("Podcasts.db"));
         db.Run("BEGIN IMMEDIATE");
@@ -271,12 +271,12 @@ TEST_F(ClientDownload, AFileThatIsRecordedWhileItsFeedIsUnsubscribedGoesWithTheO
     EXPECT_EQ(Files(), QStringList());
 }
 
-TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
+TEST_F(ClientDownload, TwoForOneEpisodeWhoseFileIsMissingNeverRecordHalfAFile) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     Client->DB().SetCachedFile(Key("/1.mp3"), file);
-    // Both programs have seen that the file is gone. The one of "/late" hears from its server when the other one has
-    // begun the file.
+    // Both programs have seen that the file is missing. The one that fetches "/late" gets its answer when the other one
+    // has already begun to write the file.
     Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Redirect("/early")});
     Server.Serve("/late", Response::Of("sound", "audio/mpeg").With(Fault::Wait));
     Server.Serve("/early", Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
@@ -293,7 +293,7 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
     Server.Release("/late");
     EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
     EXPECT_EQ(CachedFile("/1.mp3"), "");
-    // Nor does one that begins now, or has only just read the row, take the beginning for the file.
+    // Nor is the incomplete file taken for a complete one by a download that begins now or has just read the row.
     late.DownloadEpisode(Key("/1.mp3"));
     EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
     TPodcastEpisode before = Episode("/1.mp3");
@@ -306,10 +306,10 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeWhoseFileIsGoneNeverRecordsHalfAFile) {
     EXPECT_EQ(ReadWhole(file), "sound");
 }
 
-TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
+TEST_F(ClientDownload, UsesNoFileThatIsBeingWrittenForAnotherEpisode) {
     Subscribe("a", {{"1", "/1/audio.mp3"}, {"2", "/2/audio.mp3"}});
     Client->DB().SetCachedFile(Key("/1/audio.mp3"), AudioFile("a/gone.mp3"));
-    TPodcastTargetFile other;  // of the second episode
+    TPodcastTargetFile other;  // the file of the second episode
     WriteWhole(AudioFile("a/audio.mp3"), {});
     other.Open(AudioFile("a/audio.mp3"));
     ServeAudio({"/1/audio.mp3"});
@@ -318,7 +318,7 @@ TEST_F(ClientDownload, TakesNoFileThatIsBeingWrittenForAnotherEpisode) {
     EXPECT_EQ(CachedFile("/1/audio.mp3"), AudioFile("a/gone.mp3"));
 }
 
-TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
+TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
     TPodcastClient other(Folder.File("Podcasts.db"));
@@ -342,10 +342,10 @@ TEST_F(ClientDownload, OfTwoOfOneEpisodeTheSecondTakesTheFileOfTheFirst) {
     }
 }
 
-TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
+TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesTheRow) {
     Subscribe("a", {{"1", "/latest.mp3", "First"}});
     StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
-    // Whatever is newest has this address, and what had it goes elsewhere.
+    // The newest episode always gets this address, and the previous one moves to another.
     Server.Serve("/a", Document("a", {{"2", "/latest.mp3", "Second"}, {"1", "/1.mp3", "First"}}));
     Client->RefreshFeeds({Server.Url("/a")});
     ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
@@ -356,10 +356,10 @@ TEST_F(ClientDownload, IsRecordedOnItsRowWhereverARefreshMovesThatMeanwhile) {
     EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
 }
 
-TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowHasBecomeOneWithMeanwhile) {
+TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowWasMergedInto) {
     Subscribe("a", {{"1", "/old.mp3"}});
     StartAndStall({Key("/old.mp3")}, "/old.mp3", AudioFile("a/old.mp3"));
-    TPodcastFeed feed;  // as an earlier version stored a changed address
+    TPodcastFeed feed;  // an earlier version stored a changed address as a second row
     feed.Fields[pffURLFeed] = Server.Url("/a");
     TPodcastEpisode& twin = feed.NewEpisode();
     twin.Fields[pefGUID] = "1";
@@ -380,7 +380,7 @@ TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribed
     Subscribe("b", {{"1", "/1.mp3"}});
     ServeAudio({"/1.mp3", "/2.mp3"});
     Download({Key("/1.mp3"), Key("/2.mp3")});
-    Client->DownloadNewEpisodes();  // what is there already is recorded for the other feed, too
+    Client->DownloadNewEpisodes();  // files that exist already are recorded for the other feed, too
     ASSERT_TRUE(WaitForTasks());
     const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
     EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), true)->Episodes(0).Fields[pefURLAudioCached], shared);

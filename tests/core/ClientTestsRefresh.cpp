@@ -6,7 +6,7 @@ namespace {
 
 class ClientRefresh : public ClientTest {};
 
-TEST_F(ClientRefresh, TakesTheFeedQueuedLastFirstAndAnnouncesEachBeforeItsDataChange) {
+TEST_F(ClientRefresh, StartsWithTheFeedQueuedLastAndAnnouncesEachBeforeItsDataChange) {
     for (const QString name : {"b", "c", "a"}) {
         Subscribe(name, {{"1", "/" + name + "1.mp3"}});
         Server.Serve("/" + name, Document(name, {{"1", "/" + name + "1.mp3"}, {"2", "/" + name + "2.mp3"}}));
@@ -24,7 +24,7 @@ TEST_F(ClientRefresh, TakesTheFeedQueuedLastFirstAndAnnouncesEachBeforeItsDataCh
     }
 }
 
-TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
+TEST_F(ClientRefresh, VisitsAllFeedsByNameFromTheLastAndNotesItsTimeAtOnce) {
     for (const char* name : {"beta", "gamma", "alpha"}) Subscribe(name, {});
     Client->LastRefreshTime = 0;
     Client->RefreshFeeds();
@@ -33,7 +33,7 @@ TEST_F(ClientRefresh, OfAllFeedsVisitsThemByNameFromTheLastAndIsNotedAtOnce) {
     EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /gamma|feed /beta|feed /alpha");
 }
 
-TEST_F(ClientRefresh, ComesDueByEitherClockWhenAnHourADayOrAWeekHasPassed) {
+TEST_F(ClientRefresh, IsDueByEitherClockAfterAnHourADayOrAWeek) {
     QDateTime now(QDate(2024, 8, 30), QTime(10, 0), Qt::UTC);
     std::uint32_t ticks = 5;
     TPodcastClient client(Folder.File("Other.db"), {[&] { return ticks; }, [&] { return now; }});
@@ -43,19 +43,19 @@ TEST_F(ClientRefresh, ComesDueByEitherClockWhenAnHourADayOrAWeekHasPassed) {
         EXPECT_TRUE(tests::WaitUntil([&] { return client.RefreshTask() == 0; }));
         return isRunning;
     };
-    EXPECT_TRUE(isDue()) << "it is not known when the last one was";
+    EXPECT_TRUE(isDue()) << "the time of the last refresh is unknown";
     EXPECT_EQ(client.LastRefreshTime, ticks);
     EXPECT_EQ(client.LastRefreshDate, now);
     constexpr qint64 kHour = 60 * 60;
     for (const auto& [option, seconds] : {std::pair(1, kHour), {2, 24 * kHour}, {3, 7 * 24 * kHour}}) {
         client.Options().SetCheckUpdates(static_cast<std::uint8_t>(option));
-        // While the machine is off only the calendar goes on, and ticks begin anew.
+        // While the machine is off only the calendar goes on; the tick count restarts.
         ticks = 5;
         now = now.addSecs(seconds);
         EXPECT_FALSE(isDue()) << option;
         now = now.addSecs(1);
         EXPECT_TRUE(isDue()) << option;
-        // The calendar may stand still.
+        // The tick count alone suffices, should the calendar stand still.
         ticks += static_cast<std::uint32_t>(1000 * seconds);
         EXPECT_FALSE(isDue()) << option;
         EXPECT_TRUE((++ticks, isDue())) << option;
@@ -77,7 +77,7 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     EXPECT_EQ(Episode("/new.mp3").Fields[pefTitle], "Renamed");
     EXPECT_EQ(Episode("/new.mp3").State, pesPostponed);
     EXPECT_EQ(CachedFile("/new.mp3"), "/somewhere/1.mp3");
-    // By its older name the episode is still found, marked and recorded.
+    // The episode can still be found, marked and given a file by its older name.
     EXPECT_EQ(Episode("/old.mp3?t=2").Fields[pefURI], Key("/new.mp3"));
     Client->UpdateState(oldKey, pesListened);
     Client->DB().SetCachedFile(oldKey, "/elsewhere/1.mp3");
@@ -86,16 +86,16 @@ TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlder
     QStringList files;
     Client->DB().EnumCachedFiles({oldKey}, [&](const QString& file) { files += file; });
     EXPECT_EQ(files, QStringList("/elsewhere/1.mp3"));
-    // Another episode that has the name now goes before it.
+    // An episode that has the name now takes precedence.
     Server.Serve("/a", Document("a", {{"1", "/new.mp3", "Renamed"}, {"2", "/old.mp3?t=1", "Second"}}));
     Refresh("/a");
     EXPECT_EQ(Episode("/old.mp3?t=1").Fields[pefTitle], "Second");
     EXPECT_EQ(Episode("/old.mp3?t=3").Fields[pefTitle], "Renamed");
 }
 
-TEST_F(ClientRefresh, RowsThatAnEarlierVersionMadeOfOneEpisodeBecomeOne) {
+TEST_F(ClientRefresh, JoinsRowsThatAnEarlierVersionMadeOfOneEpisode) {
     Subscribe("a", {{"1", "/1.mp3?t=1"}, {"2", "/2.mp3?t=1", "Two"}});
-    // A changed address got a row of its own.
+    // Earlier versions stored a changed address as a row of its own.
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = Server.Url("/a");
     for (const auto& [guid, title] : {std::pair("1", "Episode"), {"2", "Two"}}) {
@@ -153,13 +153,13 @@ TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceAndOnlyWhenItCanBePlayed) {
     EXPECT_EQ(serve(first.arg(audio)), 1) << "its audio";
     EXPECT_EQ(EpisodeCount("/a"), 1);
     Client->UpdateState(Key("/1.mp3"), pesListened);
-    EXPECT_EQ(serve(first.arg("")), 0) << "without audio for once";
+    EXPECT_EQ(serve(first.arg("")), 0) << "temporarily without audio";
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
     EXPECT_EQ(serve(first.arg(audio)), 0) << "the same audio again";
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
 }
 
-TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {
+TEST_F(ClientRefresh, ChangesNothingWhenNoCompleteFeedArrives) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const Response whole = Document("other", {{"2", "/2.mp3"}, {"3", "/3.mp3"}});
     for (const Response& response :
@@ -177,7 +177,7 @@ TEST_F(ClientRefresh, LeavesWhatIsStoredWhenNoWholeFeedArrives) {
     }
 }
 
-TEST_F(ClientRefresh, SaysWhatTheDocumentIsThatIsNoFeed) {
+TEST_F(ClientRefresh, SaysWhatADocumentIsIfItIsNotAFeed) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const std::pair<QByteArray, const char*> rows[] = {
         {"<feed xmlns='http://www.w3.org/2005/Atom'/>", "an Atom feed;"},
@@ -205,7 +205,7 @@ TEST_F(ClientRefresh, SaysWhatTheDocumentIsThatIsNoFeed) {
     EXPECT_EQ(EpisodeCount("/a"), 1);
 }
 
-TEST_F(ClientRefresh, TakesRequestsMadeWhileItRunsAndStartsAgainForOneMadeDuringItsCompletion) {
+TEST_F(ClientRefresh, ServesRequestsMadeWhileItRunsAndRestartsForOneMadeAtItsCompletion) {
     Heard->OnEvent = [&](const QString& event) {
         if (event == "refresh finished" && Server.Count("/c") == 0) Client->RefreshFeeds({Server.Url("/c")});
     };
@@ -233,10 +233,10 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     EXPECT_EQ(Client->RefreshQueue().Items(), QStringList());
     EXPECT_EQ(Client->RefreshOutcomes().From().size(), 2u);
     for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_FALSE(outcome.Error.isEmpty());
-    EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document was there";
+    EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document had arrived";
     Refresh("/b");
     EXPECT_EQ(EpisodeCount("/b"), 1);
-    for (int round = 0; round < 10; ++round) {  // ended at whatever point it is
+    for (int round = 0; round < 10; ++round) {  // the refresh is ended at a different point in each round
         Server.Forget();
         const vexa::Link<TPodcastClient> link(Client->Links());
         Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
@@ -251,10 +251,10 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     }
 }
 
-TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
+TEST_F(ClientRefresh, ServesNewlyQueuedFeedsBeforeThoseBeingFetched) {
     for (const QString name : {"a", "b", "c"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/a", Document("a", {{"1", "/a1.mp3"}, {"2", "/a2.mp3"}}));
-    // While this thread holds the database, b cannot be stored, but a is there already.
+    // While this thread locks the database, b cannot be stored; a has already been fetched.
     auto lock = Client->DB().Lock();
     Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
     ASSERT_TRUE(tests::WaitUntil([&] { return Heard->Events.contains("feed /b") && Server.Count("/a") == 1; }));
@@ -266,7 +266,7 @@ TEST_F(ClientRefresh, TakesWhatIsQueuedMeanwhileBeforeWhatIsOnItsWayAlready) {
     EXPECT_EQ(EpisodeCount("/a"), 2);
 }
 
-TEST_F(ClientRefresh, AFeedThatIsUnsubscribedWhileItIsFetchedAheadIsNeitherAnnouncedNorStored) {
+TEST_F(ClientRefresh, AFeedUnsubscribedWhileBeingFetchedIsNeitherAnnouncedNorStored) {
     for (const QString name : {"a", "b"}) Subscribe(name, {{"1", "/" + name + "1.mp3"}});
     Server.Serve("/b", Document("b", {}).With(Fault::Wait));
     Client->RefreshFeeds({Server.Url("/a"), Server.Url("/b")});
@@ -279,7 +279,7 @@ TEST_F(ClientRefresh, AFeedThatIsUnsubscribedWhileItIsFetchedAheadIsNeitherAnnou
     EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastEpisodes"), 1);
 }
 
-TEST_F(ClientRefresh, AFeedWhoseServerKeepsSilentComesLastAndIsAnnouncedOnce) {
+TEST_F(ClientRefresh, AFeedWhoseServerIsSilentComesLastAndIsAnnouncedOnce) {
     tests::LoopbackServer silent;
     silent.Serve("/b", Document("b", {{"1", "/b1.mp3"}}).With(Fault::Wait));
     Subscribe("a", {});
@@ -297,7 +297,7 @@ TEST_F(ClientRefresh, AFeedWhoseServerKeepsSilentComesLastAndIsAnnouncedOnce) {
     EXPECT_EQ(silent.Count("/b"), 1) << "the transfer was kept";
 }
 
-TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
+TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedAgainAtTheEnd) {
     Subscribe("a", {});
     Subscribe("b", {});
     const Response answer = Document("a", {{"1", "/a1.mp3"}});
@@ -307,7 +307,7 @@ TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
     vexa::SetHttpTimeouts(timeouts);
     Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
     ASSERT_TRUE(WaitForRequest("/a"));
-    Server.Serve("/a", answer);  // the next time
+    Server.Serve("/a", answer);  // for the second attempt
     ASSERT_TRUE(WaitForTasks());
     vexa::SetHttpTimeouts({});
     EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /a|feed /b");
@@ -319,7 +319,7 @@ TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedOnceMoreAtTheEnd) {
     EXPECT_EQ(outcomes[1].NewEpisodes.size(), 1);
 }
 
-TEST_F(ClientRefresh, TellsEveryListenerAlsoWhenOneLeavesAndOneThrows) {
+TEST_F(ClientRefresh, NotifiesEveryListenerEvenIfOneLeavesAndOneThrows) {
     QString calls;
     const vexa::Ref<Listener> leaves(new Listener), throws(new Listener), hears(new Listener);
     for (const auto& listener : {leaves, throws, hears})

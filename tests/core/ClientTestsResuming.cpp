@@ -36,7 +36,7 @@ protected:
         return Response::Of(body, "audio/mpeg", "206 Partial Content",
                             "Content-Range: bytes " + range + "\r\n" + headers);
     }
-    /// Downloads the episode; gives why it failed.
+    /// Downloads the episode; returns why it failed.
     QString DownloadError() {
         Client->DB().SetCachedFile(Key("/1.mp3"), {});
         Server.Forget();
@@ -63,7 +63,7 @@ protected:
     inline static const QByteArray First = RandomBytes(1), Second = RandomBytes(2);
 };
 
-TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
+TEST_F(ClientResuming, ContinuesTheSameFileAndStartsOverWithAnyOther) {
     const QByteArray v1 = "ETag: \"1\"\r\n", v2 = "ETag: \"2\"\r\n", weak = "ETag: W/\"1\"\r\n",
                      old = "Last-Modified: Fri, 30 Aug 2024 10:00:00 GMT\r\nDate: Fri, 30 Aug 2024 10:0",
                      younger = old + "0:59 GMT\r\n", older = old + "1:00 GMT\r\n", later = old + "5:00 GMT\r\n",
@@ -72,10 +72,10 @@ TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
     Server.Serve("/moved.mp3", whole);
     struct {
         const char* Name;
-        QByteArray Validator;  // of the answer that breaks
+        QByteArray Validator;  // of the answer whose connection breaks
         std::vector<Response> Answers;
-        QByteArray File;   // empty: the download fails
-        QList<int> Asked;  // first bytes, but for the first request
+        QByteArray File;   // empty if the download fails
+        QList<int> Asked;  // the first bytes asked for, without the first request
     } const rows[] = {
         {"the rest", v1, {whole}, First, {kBreak}},
         {"elsewhere now", v1, {Response::Redirect("/moved.mp3")}, First, {kBreak, kBreak}},
@@ -120,13 +120,14 @@ TEST_F(ClientResuming, GoesOnWithTheSameFileAndBeginsAnewWithAnyOther) {
     const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + v1 + "\r\n";
     Server.ServeInTurn("/1.mp3", {Response{head, "493e0\r\n" + First}.With(Fault::Close, 7 + kBreak), whole});
     EXPECT_EQ(DownloadError(), "");
-    EXPECT_EQ(Asked(), QList({0, kBreak})) << "of what had no size";
+    EXPECT_EQ(Asked(), QList({0, kBreak})) << "for a body of unknown size";
     EXPECT_TRUE(ReadWhole(AudioFile()) == First);
 }
 
 TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
     const auto breaking = [](int after) { return Audio(First).With(Fault::Close, after); };
-    // Five pauses follow a break, and begin again with the first where an attempt has brought 64 KiB.
+    // After a break there are five attempts, with growing pauses; the count restarts when an attempt has brought 64
+    // KiB.
     Server.Serve("/1.mp3", breaking(65'536));
     EXPECT_EQ(DownloadError(), "");
     EXPECT_EQ(Asked(), QList({0, 65'536, 2 * 65'536, 3 * 65'536, 4 * 65'536}));
@@ -142,7 +143,7 @@ TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
                                   nothing, nothing, nothing, Audio(First)});
     EXPECT_EQ(DownloadError(), "");
     EXPECT_TRUE(ReadWhole(AudioFile()) == First);
-    // What can only be begun anew is begun three times in all.
+    // A download that can only start over is started three times in all.
     Server.Serve("/1.mp3", Response::Of(First, "audio/mpeg").With(Fault::Close, kBreak));
     EXPECT_EQ(DownloadError(), "the connection ended before the whole body arrived");
     EXPECT_EQ(Asked(), QList({0, 0, 0}));
@@ -159,7 +160,7 @@ TEST_F(ClientResuming, TheOtherVersionMayBeOfAnotherType) {
     EXPECT_TRUE(ReadWhole(CachedFile("/1.mp3")) == Second);
 }
 
-TEST_F(ClientResuming, SaysThatItWaitsAndCanBeCancelledMeanwhile) {
+TEST_F(ClientResuming, SaysThatItIsWaitingAndCanBeCancelledMeanwhile) {
     SetDownloadPauseUnit(std::chrono::hours(1));
     Server.Serve("/1.mp3", Broken());
     Client->DownloadEpisode(Key("/1.mp3"));

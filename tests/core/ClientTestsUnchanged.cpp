@@ -4,7 +4,7 @@
 namespace podcasts {
 namespace {
 
-/// Feeds whose documents do not change. Titles are changed behind the engine's back, so that a merge shows.
+/// Feeds whose documents do not change. The tests change titles behind the engine's back, so that a merge shows.
 class ClientUnchanged : public ClientTest {
 protected:
     void SetUp() override {
@@ -13,7 +13,7 @@ protected:
         Server.Serve("/a", Whole.WithETag("\"1\""));
     }
     void Write(const QString& sql) { PlainSqlite(Folder.File("Podcasts.db")).Run(sql.toUtf8()); }
-    /// Refreshes, and says what was sent and what came of it.
+    /// Refreshes, and returns which requests were sent and what came of them.
     std::string RefreshAnd(const QString& path = "/a") {
         Write("UPDATE PodcastEpisodes SET Title = 'changed' WHERE GUID = '1'");
         Server.Forget();
@@ -32,13 +32,13 @@ protected:
     Response Whole;
 };
 
-TEST_F(ClientUnchanged, IsAskedForWithItsValidatorsAndNeitherReadNorMerged) {
+TEST_F(ClientUnchanged, IsRequestedWithItsValidatorsAndNeitherParsedNorMerged) {
     EXPECT_EQ(RefreshAnd(), "whole, merged") << "subscribing notes nothing";
     EXPECT_EQ(RefreshAnd(), "if not \"1\", kept");
     Server.Serve("/a", Whole);
     EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "the same bytes, without validators";
     EXPECT_EQ(RefreshAnd(), "whole, kept");
-    // Validators that are new at every answer.
+    // Validators that change with every answer.
     for (const char* etag : {"\"2\"", "\"3\""}) {
         Server.Serve("/a", Whole.WithETag(etag));
         RefreshAnd();
@@ -49,7 +49,7 @@ TEST_F(ClientUnchanged, IsAskedForWithItsValidatorsAndNeitherReadNorMerged) {
     EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
 }
 
-TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
+TEST_F(ClientUnchanged, IsParsedAgainWhenAnythingElseHasWrittenItsRows) {
     const QString other =
         "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, URLAudio, State) VALUES ('x', 1, 'x', "
         "'x', 'x', 1)";
@@ -74,7 +74,7 @@ TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
         EXPECT_EQ(RefreshAnd(), expected) << what;
         EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "after " << what;
     }
-    // An older program knows nothing of the table.
+    // An older version of the program changes the address without knowing about the table.
     Write("UPDATE PodcastFeeds SET URLFeed = '" + Server.Url("/b") + "'");
     Server.Serve("/b", Whole.WithETag("\"1\""));
     EXPECT_EQ(RefreshAnd("/b"), "whole, merged") << "another address";
@@ -82,7 +82,7 @@ TEST_F(ClientUnchanged, IsReadOnceMoreWhenAnythingElseHasWrittenItsRows) {
     EXPECT_EQ(Client->DB().QueryInteger("SELECT Count(*) FROM PodcastFeedDocuments"), 0);
 }
 
-TEST_F(ClientUnchanged, IsNotBelievedOfAnotherDocument) {
+TEST_F(ClientUnchanged, IsNotAssumedOfAnotherDocument) {
     Server.Serve("/elsewhere", Whole.WithETag("\"1\""));
     Server.Serve("/a", Response::Redirect("/elsewhere"));
     EXPECT_EQ(RefreshAnd(), "whole, whole, merged");
@@ -91,14 +91,14 @@ TEST_F(ClientUnchanged, IsNotBelievedOfAnotherDocument) {
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "Uno"}}).WithETag("\"1\""));
     EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, merged");
     EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
-    // One that says so without having been asked.
+    // A 304 for a request without validators.
     Write("DELETE FROM PodcastFeedDocuments");
     Server.Serve("/a", Response::Failure("304 Not Modified"));
     EXPECT_EQ(RefreshAnd(), "whole, the server answered 304 Not Modified");
     EXPECT_EQ(EpisodeCount("/a"), 2);
 }
 
-TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatCanBeRead) {
+TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatIsReadable) {
     const QByteArray named =
         "<title>a</title><itunes:new-feed-url>" + Server.Url("/new").toUtf8() + "</itunes:new-feed-url>";
     QByteArray body = Whole.Body;

@@ -1,4 +1,4 @@
-// What becomes of the database when the system fails under it, and when its file is damaged.
+// The database when the system's file access fails, and when its file is damaged.
 
 #include "ClientTests.h"
 #include "PlainSqlite.h"
@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace podcasts {
 namespace {
 
-/// SQLite's access to files, of which the n-th call fails: only that one, or all from then on.
+/// Makes the n-th of SQLite's accesses to files fail: only that one, or all from then on.
 class FailingFiles {
 public:
     FailingFiles() {
@@ -53,7 +53,7 @@ private:
         const int call = ++FCalls;
         return FCall != 0 && (call == FCall || (FLater && call > FCall));
     }
-    /// The file stays the system's own; it only gets other functions for what can fail here.
+    /// The file remains one of the system's VFS; only the functions that are to fail are replaced.
     struct Methods : sqlite3_io_methods {
         const sqlite3_io_methods* Usual = nullptr;
     };
@@ -110,7 +110,7 @@ protected:
             QFile::copy(Folder.File("kept-" + name), Folder.File(name));
         }
     }
-    /// What `work` throws, or else gives; empty when all went well.
+    /// What `work` throws, or else what it returns; empty on success.
     static QString Complaint(const std::function<QString()>& work) {
         try {
             return work();
@@ -126,9 +126,9 @@ protected:
     }
 };
 
-TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing) {
+TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
     const QString feed = Folder.File("feed.xml");
-    // Of the newer document every address is another one, and that of episodes 2 and 3 is each other's.
+    // In the newer document every address has changed, and episodes 2 and 3 have swapped theirs.
     const auto publish = [&](int count, const QString& title) {
         std::vector<Item> items;
         for (int i = 0; i < count; ++i) {
@@ -164,7 +164,7 @@ TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing
             const bool isReached = files.Calls() >= call;
             files.Recover();
             const QStringList now = PlainSqlite(Folder.File("Podcasts.db")).Rows(sums);
-            // What is told as failed may have reached the disk all the same, but whole.
+            // A transaction reported as failed may have reached the disk nevertheless, but only as a whole.
             EXPECT_TRUE(now == QStringList(after) || (!complaint.isEmpty() && now == QStringList(before)))
                 << call << ": " << complaint.toStdString() << ", " << now.join(' ').toStdString();
             EXPECT_TRUE(complaint.isEmpty() || complaint.contains(u"/Podcasts.db: ")) << complaint.toStdString();
@@ -177,12 +177,12 @@ TEST_F(DatabaseFaults, ARefreshOfWhichAnyAccessToAFileFailsSaysSoAndLosesNothing
             if (!isReached) break;
         }
     }
-    Client.reset();  // before the way to its files goes
+    Client.reset();  // before `files`, which it uses
     std::cout << accesses << " accesses failed, " << failures << " refreshes with them" << std::endl;
     EXPECT_GT(failures, 50);
 }
 
-TEST_F(DatabaseFaults, AFileWithAnyBytesChangedIsReadAsFarAsItGoesAndNeverTakesTheProgramAlong) {
+TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgram) {
     std::vector<Item> items;
     for (int i = 0; i < 400; ++i) items.push_back({QString::number(i), u"/%1.mp3"_s.arg(i), u"Title Ж %1"_s.arg(i)});
     Subscribe("a", items);
@@ -192,7 +192,7 @@ TEST_F(DatabaseFaults, AFileWithAnyBytesChangedIsReadAsFarAsItGoesAndNeverTakesT
     items.push_back({"more", "/more.mp3"});
     const QByteArray document = Document("a", items).Body;
     WriteWhole(Folder.File("feed.xml"), document);
-    // What was committed last lies in the log beside the file.
+    // The last transaction is in the log beside the file.
     Open();
     Client->UpdateState({Key("/5.mp3")}, pesListened);
     Client->DB().SetFeedLogo(2, QByteArray(20000, 'm').constData(), 20000);
@@ -205,7 +205,7 @@ TEST_F(DatabaseFaults, AFileWithAnyBytesChangedIsReadAsFarAsItGoesAndNeverTakesT
         std::mt19937 random(static_cast<unsigned>(seed));
         const bool isLog = seed % 8 == 4;
         QByteArray bytes = wholes[isLog];
-        // A few bytes anywhere, in the schema's page, or a whole block; or in the log.
+        // Damage a few bytes anywhere or in the schema's page, or a whole block; or the same in the log.
         const qsizetype reach = seed % 4 == 1 ? 8192 : bytes.size();
         for (unsigned left = seed % 4 == 2 ? 1 : 1 + random() % 40; left > 0; --left)
             bytes[static_cast<qsizetype>(random() % static_cast<std::size_t>(reach))] = static_cast<char>(random());

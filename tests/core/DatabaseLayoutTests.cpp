@@ -11,7 +11,7 @@
 namespace podcasts {
 namespace {
 
-// Those of the third layout; later ones add to them.
+// The columns of the third layout; later layouts add to them.
 constexpr char kColumns[] =
     "URI, FeedID, GUID, Title, Description, Artist, URL, URLAudio, URLAudioCached, PublishDate, Duration, State, "
     "Format";
@@ -52,7 +52,7 @@ TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
                            "PodcastFeeds|FeedID INTEGER, Name TEXT, Category TEXT, Copyright TEXT, Description TEXT, "
                            "Language TEXT, AuthLogin TEXT, AuthPassword TEXT, Author TEXT, URL TEXT, URLFeed TEXT, "
                            "URLLogo TEXT"}));
-    // One address is one row of a feed, and a feed's ID is never given again.
+    // A feed has one row per address, and a feed's ID is never reused.
     for (const char* row : {"('u', 1, 'a')", "('u', 2, 'b')", "('u', 1, 'c')"})
         plain.Run(QByteArray("INSERT INTO PodcastEpisodes (URI, FeedID, GUID) VALUES ") + row);
     EXPECT_EQ(plain.Rows("SELECT GUID FROM PodcastEpisodes ORDER BY GUID"), QStringList({"b", "c"}));
@@ -65,7 +65,7 @@ TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
 TEST_F(DatabaseLayout, TheFirstLayoutIsUpgradedRowByRowToWhatAFreshFileHas) {
     PlainSqlite plain(File);
     plain.Run(kFirstLayout);
-    // Of addresses that make one URI of a feed one row is left.
+    // Where several addresses of a feed give the same URI, one row is left.
     plain.Run(
         "INSERT INTO PodcastEpisodes VALUES "
         "(3, 'g1', 'T', 'D', 'A', 'http://h/1', 'http://h/time.mp3', '/f', 45000.5, 60, 2), "
@@ -101,7 +101,7 @@ TEST_F(DatabaseLayout, TheSecondLayoutGainsAnEmptyFormat) {
               QStringList("podcast://h/1|1|g|NULL|NULL|NULL|NULL|NULL|NULL|NULL|NULL|2|NULL"));
 }
 
-TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
+TEST_F(DatabaseLayout, MissingPartsOfAnOlderLayoutAreAdded) {
     // One version's columns and indexes are what the version before it lacks, today's included.
     const auto add = [&] {
         TPodcastsDB db(File);
@@ -144,7 +144,7 @@ TEST_F(DatabaseLayout, WhateverAnOlderLayoutLacksIsAdded) {
     EXPECT_EQ(Rows(columns), allColumns);
 }
 
-TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotTouched) {
+TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotChanged) {
     for (const QByteArray table : {"PodcastEpisodes", "PodcastFeeds", "PodcastFeedLogos"}) {
         QFile::remove(File);
         Open();

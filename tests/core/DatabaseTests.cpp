@@ -23,7 +23,8 @@ TPodcastEpisode& AddEpisode(TPodcastFeed& feed, const QString& guid, const QStri
 
 class Database : public testing::Test {
 protected:
-    /// Stores a feed with one episode for each letter of `guids`, each a day younger than the one before; gives its ID.
+    /// Stores a feed with one episode for each letter of `guids`, each a day younger than the one before; returns the
+    /// feed's ID.
     int Store(const QString& address, const QString& guids, const QString& title = "Feed") {
         TPodcastFeed feed;
         feed.Fields[pffURLFeed] = address;
@@ -54,7 +55,7 @@ protected:
     PlainSqlite Other{File};
 };
 
-TEST_F(Database, OfRowsThatBecomeOneTheNewestEightNamesAreKept) {
+TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
     const auto feed = [](int address) {
         TPodcastFeed made;
         made.Fields[pffURLFeed] = kFeed;
@@ -73,7 +74,7 @@ TEST_F(Database, OfRowsThatBecomeOneTheNewestEightNamesAreKept) {
         EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
 }
 
-TEST_F(Database, WhatIsStoredComesBackInEveryFieldWhateverTheTextHolds) {
+TEST_F(Database, EveryFieldIsReadBackWhateverTheTextContains) {
     const QString longText = u"a"_s.repeated(100000);
     const QStringList texts = {"",
                                "it's \"quoted\"; DROP TABLE PodcastFeeds; --",
@@ -130,7 +131,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
         ASSERT_TRUE(episode.Fields[pefGUID].startsWith(u'b'));
         change(episode);
         DB.AddOrUpdate(*feed);
-        // A row that is written again keeps its id, by which other tables know it.
+        // A row that is written again keeps its ID, because other tables refer to it.
         EXPECT_EQ(Rows("SELECT Episode FROM Written"), QStringList("2"));
         ExpectEqual(DB.GetEpisode(MakeEpisodeKey(id, episode.Fields[pefGUID])).get(), episode);
         const QString version = Other.DataVersion();
@@ -145,7 +146,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
     changeAndStore([](auto& episode) { episode.PublishDate += 1e-9; });
     changeAndStore([](auto& episode) { episode.Duration = 1.5F; });
     changeAndStore([](auto& episode) { episode.State = pesListened; });
-    // A value that another program left NULL differs from an empty one; its login and the other episodes stay.
+    // NULL, which another program may have left, differs from an empty value; login and other episodes stay.
     Other.Run("UPDATE PodcastEpisodes SET Artist = NULL WHERE GUID = 'a'; UPDATE PodcastFeeds SET AuthLogin = 'me'");
     EXPECT_EQ(Store(kFeed, "a", "Renamed"), id);
     EXPECT_EQ(Rows("SELECT FeedID, Name, AuthLogin FROM PodcastFeeds"), QStringList("1|Renamed|me"));
@@ -153,7 +154,7 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
     EXPECT_EQ(Rows("SELECT Artist, Format FROM PodcastEpisodes WHERE GUID = 'a'"), QStringList("|MP3"));
 }
 
-TEST_F(Database, EpisodesWithoutAudioShareOneRowAndTheLastOfThemIsKept) {
+TEST_F(Database, EpisodesWithoutAudioShareOneRowWhichKeepsTheLast) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     for (const QString& guid : QStringList{"a", "b", "c"}) AddEpisode(feed, guid, QString());
@@ -164,7 +165,7 @@ TEST_F(Database, EpisodesWithoutAudioShareOneRowAndTheLastOfThemIsKept) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
+TEST_F(Database, AFailedStoreLeavesNothingBehind) {
     Other.Run(
         "CREATE TRIGGER A BEFORE INSERT ON PodcastEpisodes WHEN NEW.GUID = 'c' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(Store(kFeed, "abc"), vexa::SqliteError);
@@ -173,7 +174,7 @@ TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
     const int id = Store(kFeed, "ab");
     DB.RunInTransaction([&] {
         EXPECT_THROW(Store(kFeed, "dec", "Renamed"), vexa::SqliteError);
-        DB.UpdateState({MakeEpisodeKey(id, "a")}, pesPostponed);  // the outer transaction goes on
+        DB.UpdateState({MakeEpisodeKey(id, "a")}, pesPostponed);  // the outer transaction still works
     });
     EXPECT_EQ(Rows("SELECT GUID, State FROM PodcastEpisodes"), QStringList({"a|2", "b|1"}));
     EXPECT_EQ(DB.GetFeed(id, false)->Fields[pffTitle], "Feed");
@@ -183,7 +184,7 @@ TEST_F(Database, AStoreThatFailsLeavesNothingBehind) {
     EXPECT_EQ(DB.GetEpisode(MakeEpisodeKey(id, "a"))->State, pesPostponed);
 }
 
-TEST_F(Database, WhatIsNotThereIsNotFoundAndNothingIsDone) {
+TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {
     Store(kFeed, "a");
     const QString version = Other.DataVersion();
     for (const int id : {-1, 99}) {
@@ -206,7 +207,7 @@ TEST_F(Database, WhatIsNotThereIsNotFoundAndNothingIsDone) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreTaken) {
+TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreAccepted) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     QStringList keys, files;
@@ -228,7 +229,7 @@ TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreTaken) {
     EXPECT_EQ(DB.ResetMissingCachedFiles(), 2000);
 }
 
-TEST_F(Database, FeedsComeByNameAsPeopleSortThemWithTheNumbersOfTheirEpisodes) {
+TEST_F(Database, FeedsAreSortedByTheCollationWithTheNumbersOfTheirEpisodes) {
     Store("4", "", "Zebra");
     const int second = Store("2", "abc", "Äpfel");
     Store("3", "d", "bananas");
@@ -258,11 +259,11 @@ TEST_F(Database, FeedsComeByNameAsPeopleSortThemWithTheNumbersOfTheirEpisodes) {
     }
 }
 
-TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
+TEST_F(Database, EpisodesAreReturnedNewestFirstFilteredSearchedAndPaged) {
     const int id = Store(kFeed, "abc", "Привет");
     Store("http://h/2", "d%_", "Two");
     DB.UpdateState({MakeEpisodeKey(id, "b")}, pesPostponed);
-    // Of two with one date the row written later comes first.
+    // Of two episodes with the same date the row written later comes first.
     const std::pair<TPodcastEpisodeFilter, QString> cases[] = {
         {{0, -1, ""}, "_c%bda"},     {{id, -1, ""}, "cba"},   {{0, pesPostponed, ""}, "b"},
         {{id, pesListened, ""}, ""}, {{0, -1, "ПРИ"}, "cba"}, {{0, -1, "TITLE OF D"}, "d"},
@@ -274,7 +275,7 @@ TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
         DB.EnumEpisodes(filter, [&](auto& episode, const QString&) { visited += episode.Fields[pefGUID]; });
         EXPECT_EQ(visited, guids) << filter.Search.toStdString();
     }
-    // Those to download are new and without file.
+    // Episodes to download are new and have no file.
     visited.clear();
     DB.SetCachedFile(MakeEpisodeKey(id, "c"), "/c.mp3");
     Other.Run("UPDATE PodcastEpisodes SET URLAudioCached = NULL WHERE GUID = 'a'");
@@ -282,14 +283,14 @@ TEST_F(Database, EpisodesComeNewestFirstFilteredSearchedAndPaged) {
     EXPECT_EQ(visited, "_%da");
 }
 
-TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
+TEST_F(Database, RemovingAFeedRemovesItsEpisodesAndLogos) {
     const int one = Store(kFeed, "ab"), two = Store("http://h/2", "a");
     const QByteArray bytes("\x89PNG\0'\xFF", 7);
     for (const int id : {one, one, two}) DB.SetFeedLogo(id, bytes.constData(), 7);
     const TPodcastLogoLook look{"http://h/logo", 5, TPodcastLogoOutcome::Picture};
     for (const int id : {one, two}) EXPECT_FALSE(DB.NoteLogoLook(id, look, bytes)) << "it is stored already";
     DB.Remove(kFeed);
-    EXPECT_FALSE(DB.NoteLogoLook(one, look, bytes));  // that goes on while the feed goes
+    EXPECT_FALSE(DB.NoteLogoLook(one, look, bytes));  // as when a logo arrives after the feed was removed
     for (const char* sql : {"SELECT FeedID FROM PodcastFeeds", "SELECT FeedID FROM PodcastEpisodes",
                             "SELECT ID FROM PodcastFeedLogos", "SELECT FeedID FROM PodcastFeedLogoLooks"})
         EXPECT_EQ(Rows(sql), QStringList(QString::number(two)));
@@ -300,7 +301,7 @@ TEST_F(Database, ARemovedFeedTakesItsEpisodesAndLogosAlong) {
     EXPECT_FALSE(DB.GetFeedLogo(6, read));
 }
 
-TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
+TEST_F(Database, AFileIsRecordedOnlyForTheEpisodeThatWasRead) {
     const int id = Store(kFeed, "a"), other = Store("http://h/2", "x");
     const auto read = DB.GetEpisode(MakeEpisodeKey(id, "a"));
     const auto rows = [&] { return Rows("SELECT FeedID, GUID, URLAudioCached FROM PodcastEpisodes ORDER BY 1, 2"); };
@@ -313,7 +314,7 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
                 .toUtf8());
     };
     DB.Remove(other);
-    // Wherever a merge moves the row.
+    // A merge may move the row meanwhile.
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = kFeed;
     AddEpisode(feed, "b", read->Fields[pefURLAudio], read->PublishDate).Fields[pefTitle] = read->Fields[pefTitle];
@@ -323,7 +324,7 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
     EXPECT_FALSE(DB.ReplaceCachedFileOfRow(*read, "", "/g"));
     EXPECT_TRUE(DB.ReplaceCachedFileOfRow(*read, "/f", ""));
     EXPECT_EQ(DB.GetCachedFileOfRow(*read), "");
-    // The row goes, and another episode gets its id.
+    // The row is deleted, and another episode gets its ID.
     Other.Run("DELETE FROM PodcastEpisodes");
     add(read->RowID, id, "c", "u");
     EXPECT_FALSE(DB.SetCachedFileOfRow(*read, "/f"));
@@ -333,13 +334,13 @@ TEST_F(Database, AFileIsRecordedForTheEpisodeThatWasReadAndForNoOther) {
     add(99, id, "a", "moved");
     EXPECT_TRUE(DB.SetCachedFileOfRow(*read, "/f"));
     EXPECT_EQ(rows(), QStringList({"1|a|/f", "1|c|"}));
-    // A file that was found is also that of other feeds' rows, while the row has the audio that they have.
+    // A file that was found is also recorded for other feeds' rows, as long as the row has the same audio as they.
     Other.Run("DELETE FROM PodcastEpisodes");
     add(read->RowID, id, "a", "moved");
     add(99, other, "x", read->Fields[pefURI]);
     EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/f"));
     EXPECT_EQ(rows(), QStringList({"1|a|/f", "2|x|"}));
-    EXPECT_FALSE(DB.SetFoundFileOfRow(*read, "/g")) << "it records another one since it was read";
+    EXPECT_FALSE(DB.SetFoundFileOfRow(*read, "/g")) << "another file was recorded since the row was read";
     Other.Run("UPDATE PodcastEpisodes SET URI = '" + read->Fields[pefURI].toUtf8() + "', URLAudioCached = ''");
     EXPECT_TRUE(DB.SetFoundFileOfRow(*read, "/g"));
     EXPECT_EQ(rows(), QStringList({"1|a|/g", "2|x|/g"}));

@@ -1,5 +1,5 @@
-// Which stored episode a document's episode is: random series of documents, merged by the database and by a plain
-// evaluation of the rules, which compares everything with everything.
+// Matching of a document's episodes with stored ones: random series of documents are merged by the database and by a
+// plain evaluation of the rules, which compares everything with everything.
 
 #include "Podcasts.Core.DB.h"
 #include "TempFolder.h"
@@ -23,13 +23,13 @@ struct Entry {
     double Date = 0;
 };
 
-/// A stored episode as the plain evaluation knows it.
+/// A stored episode of the plain evaluation.
 struct PlainRow {
-    Entry Is;
+    Entry Data;
     QString URI, File;
     int State = pesNew;
-    int Age = 0;                   // rows written later have a greater one
-    std::map<int, QString> Names;  // older ones, by when they were noted
+    int Age = 0;                   // larger for rows written later
+    std::map<int, QString> Names;  // older names, in the order in which they were noted
 
     bool Has(const QString& name) const {
         return std::any_of(Names.begin(), Names.end(), [&](const auto& one) { return one.second == name; });
@@ -71,8 +71,8 @@ QString WithoutQuery(const QString& uri) {
 class PlainStore {
 public:
     std::vector<PlainRow> Rows;
-    QStringList Announced;   // GUIDs, of the last merge
-    QStringList SpareFiles;  // of the last merge
+    QStringList Announced;   // GUIDs announced by the last merge
+    QStringList SpareFiles;  // as reported by the last merge
     std::set<QString> Existing;
 
     void Merge(const std::vector<Entry>& document) {
@@ -96,7 +96,7 @@ public:
                     if (isOut(row) || !Holds(rule, episodes[i], row)) continue;
                     const auto preference = [&](const PlainRow& r) {
                         const bool isKept = rule == 4 && (!r.File.isEmpty() || r.State != pesNew);
-                        return std::make_tuple(isKept, r.URI == URIOf(episodes[i]), !Stands(r.Is), r.Age);
+                        return std::make_tuple(isKept, r.URI == URIOf(episodes[i]), !Stands(r.Data), r.Age);
                     };
                     if (!best || preference(row) > preference(*best)) best = &row;
                 }
@@ -115,22 +115,23 @@ public:
         int renamed = -1;  // the first row that loses a name
         QString lastLost;
         for (std::size_t i = 0; i < episodes.size(); ++i) {
-            const Entry& is = episodes[i];
+            const Entry& entry = episodes[i];
             if (!found[i]) {
-                after.push_back({is, URIOf(is), {}, pesNew, ++lastAge, {}});
-                if (!is.Audio.isEmpty()) Announced += is.GUID;
+                after.push_back({entry, URIOf(entry), {}, pesNew, ++lastAge, {}});
+                if (!entry.Audio.isEmpty()) Announced += entry.GUID;
                 continue;
             }
             PlainRow row = *found[i];
-            if (row.Is.Audio.isEmpty() && !is.Audio.isEmpty()) Announced += is.GUID;
+            if (row.Data.Audio.isEmpty() && !entry.Audio.isEmpty()) Announced += entry.GUID;
             std::vector<PlainRow*> twins;
             for (PlainRow& twin : Rows) {
-                if (isOut(twin) || gone.contains(&twin) || !IsSame(twin.Is.GUID, row.Is.GUID) || !Tells(row.Is.GUID))
+                if (isOut(twin) || gone.contains(&twin) || !IsSame(twin.Data.GUID, row.Data.GUID) ||
+                    !Tells(row.Data.GUID))
                     continue;
-                if (!IsSameTitle(twin.Is, row.Is) && !IsSameTitle(twin.Is, is) && !IsSameDate(twin.Is, row.Is) &&
-                    !IsSameDate(twin.Is, is))
+                if (!IsSameTitle(twin.Data, row.Data) && !IsSameTitle(twin.Data, entry) &&
+                    !IsSameDate(twin.Data, row.Data) && !IsSameDate(twin.Data, entry))
                     continue;
-                if (Stands(twin.Is) && !IsSameAddress(twin.Is, is)) continue;
+                if (Stands(twin.Data) && !IsSameAddress(twin.Data, entry)) continue;
                 twins.push_back(&twin);
                 gone.insert(&twin);
             }
@@ -142,9 +143,9 @@ public:
             one.push_back(found[i]);
             QStringList lost;
             for (const PlainRow* each : one) {
-                for (const QString& name : NamesOf(*each, one, uri, is.GUID)) {
+                for (const QString& name : NamesOf(*each, one, uri, entry.GUID)) {
                     lost += name;
-                    // A known one is noted anew only if another episode is called so from now on.
+                    // A known name is noted again only if another episode has this name from now on.
                     const bool isTaken = name.startsWith('u') && uris.contains(each->URI);
                     if (row.Has(name) && !isTaken) continue;
                     row.Note(name, ++LastNoted);
@@ -165,9 +166,9 @@ public:
             for (const PlainRow* twin : twins)
                 if (Existing.contains(twin->File) && twin->File != row.File) SpareFiles += twin->File;
             row.URI = uri;
-            const QString address = is.Audio.isEmpty() ? row.Is.Audio : is.Audio;
-            row.Is = is;
-            row.Is.Audio = address;
+            const QString address = entry.Audio.isEmpty() ? row.Data.Audio : entry.Audio;
+            row.Data = entry;
+            row.Data.Audio = address;
             after.push_back(row);
         }
         if (!isAnyNoted && renamed >= 0) after[static_cast<std::size_t>(renamed)].Note(lastLost, ++LastNoted);
@@ -183,11 +184,11 @@ public:
         SpareFiles.sort();
     }
 
-    /// The URI of the row that a URI or (feed, GUID) names; empty without one.
+    /// The URI of the row named by a URI or by a GUID; empty when there is none.
     QString Find(const QString& uri, const QString& guid) const {
         std::set<QString> found;
         for (const PlainRow& row : Rows)
-            if (uri.isEmpty() ? row.Is.GUID == guid : row.URI == uri) found.insert(row.URI);
+            if (uri.isEmpty() ? row.Data.GUID == guid : row.URI == uri) found.insert(row.URI);
         for (const QString& name :
              uri.isEmpty() ? QStringList("g" + guid) : QStringList{"u" + uri, "u" + WithoutQuery(uri)})
             if (found.empty())
@@ -203,57 +204,57 @@ private:
     bool Stands(const Entry& row) const {
         return std::any_of(Document.begin(), Document.end(), [&](auto& e) { return IsSameAddress(e, row); });
     }
-    /// Whether an item of the document counts among those of one URI.
+    /// Whether this item counts, of the document's items with the same URI.
     bool Counts(std::size_t item) const {
         std::size_t last = item, lastKnown = Document.size();
         for (std::size_t i = 0; i < Document.size(); ++i) {
-            const Entry& is = Document[i];
-            if (URIOf(is) != URIOf(Document[item])) continue;
+            const Entry& entry = Document[i];
+            if (URIOf(entry) != URIOf(Document[item])) continue;
             last = i;
             for (const PlainRow& row : Rows)
-                if (IsSameAddress(is, row.Is) && IsSame(is.GUID, row.Is.GUID)) lastKnown = i;
+                if (IsSameAddress(entry, row.Data) && IsSame(entry.GUID, row.Data.GUID)) lastKnown = i;
         }
         return item == (lastKnown < Document.size() ? lastKnown : last);
     }
-    bool Holds(int rule, const Entry& is, const PlainRow& stored) const {
-        const Entry& row = stored.Is;
-        const bool isSameGUID = IsSame(is.GUID, row.GUID), tells = Tells(is.GUID), rowTells = Tells(row.GUID);
+    bool Holds(int rule, const Entry& entry, const PlainRow& stored) const {
+        const Entry& row = stored.Data;
+        const bool isSameGUID = IsSame(entry.GUID, row.GUID), tells = Tells(entry.GUID), rowTells = Tells(row.GUID);
         switch (rule) {
             case 1:
-                return (IsSameAddress(is, row) || (is.Audio.isEmpty() && row.Audio.isEmpty())) &&
-                       IsSameTitle(is, row) && (IsSameDate(is, row) || isSameGUID);
+                return (IsSameAddress(entry, row) || (entry.Audio.isEmpty() && row.Audio.isEmpty())) &&
+                       IsSameTitle(entry, row) && (IsSameDate(entry, row) || isSameGUID);
             case 2:
-                return IsSameAddress(is, row) && isSameGUID && tells;
+                return IsSameAddress(entry, row) && isSameGUID && tells;
             case 3: {
-                const bool differs = !IsSameTitle(is, row) && is.Date != 0 && row.Date != 0 && is.Date != row.Date &&
-                                     !IsSameAddress(is, row);
+                const bool differs = !IsSameTitle(entry, row) && entry.Date != 0 && row.Date != 0 &&
+                                     entry.Date != row.Date && !IsSameAddress(entry, row);
                 return isSameGUID && tells && !differs;
             }
             case 4:
-                return IsSameTitle(is, row) && IsSameDate(is, row) && !rowTells &&
+                return IsSameTitle(entry, row) && IsSameDate(entry, row) && !rowTells &&
                        std::count_if(Document.begin(), Document.end(),
-                                     [&](auto& e) { return IsSameTitle(e, is) && e.Date == is.Date; }) == 1;
+                                     [&](auto& e) { return IsSameTitle(e, entry) && e.Date == entry.Date; }) == 1;
             case 5:
-                return IsSameAddress(is, row) && (isSameGUID || IsSameTitle(is, row) || IsSameDate(is, row)) &&
+                return IsSameAddress(entry, row) && (isSameGUID || IsSameTitle(entry, row) || IsSameDate(entry, row)) &&
                        !rowTells;
             default: {
-                const auto hasTitle = [&](const Entry& e) { return IsSameTitle(e, is); };
-                return IsSameTitle(is, row) && std::count_if(Document.begin(), Document.end(), hasTitle) == 1 &&
-                       std::count_if(Rows.begin(), Rows.end(), [&](auto& r) { return hasTitle(r.Is); }) == 1 &&
-                       (is.Date == 0 || row.Date == 0) && !rowTells && Document.size() >= 5;
+                const auto hasTitle = [&](const Entry& e) { return IsSameTitle(e, entry); };
+                return IsSameTitle(entry, row) && std::count_if(Document.begin(), Document.end(), hasTitle) == 1 &&
+                       std::count_if(Rows.begin(), Rows.end(), [&](auto& r) { return hasTitle(r.Data); }) == 1 &&
+                       (entry.Date == 0 || row.Date == 0) && !rowTells && Document.size() >= 5;
             }
         }
     }
-    QString KeptURI(const PlainRow& row, const Entry& is) const {
+    QString KeptURI(const PlainRow& row, const Entry& entry) const {
         const auto isOfDocument = [&](const QString& uri) {
             return std::any_of(Document.begin(), Document.end(), [&](auto& e) { return URIOf(e) == uri; });
         };
         if (row.URI.isEmpty() || !isOfDocument(row.URI)) return row.URI;
-        const QString uri = StandInURI(is);
+        const QString uri = StandInURI(entry);
         const bool isStored = std::any_of(Rows.begin(), Rows.end(), [&](auto& r) { return r.URI == uri; });
         return isStored || isOfDocument(uri) ? uri + '#' + QString::number(row.Age) : uri;
     }
-    /// The names that a row loses, one of several that become one.
+    /// The names that `row`, one of several that become one, loses.
     QStringList NamesOf(const PlainRow& row, const std::vector<const PlainRow*>& one, const QString& newURI,
                         const QString& newGUID) const {
         QStringList names;
@@ -263,7 +264,7 @@ private:
         const bool isMadeOfGUID = row.URI.startsWith(StandInURI({}));
         if (!row.URI.isEmpty() && row.URI != newURI)
             names += "u" + (isShared || isMadeOfGUID ? row.URI : WithoutQuery(row.URI));
-        if (row.Is.GUID != newGUID) names += "g" + row.Is.GUID;
+        if (row.Data.GUID != newGUID) names += "g" + row.Data.GUID;
         return names;
     }
 
@@ -271,7 +272,7 @@ private:
     int LastNoted = 0;
 };
 
-/// A publisher's whims.
+/// A publisher who changes a feed at random.
 class Publisher {
 public:
     explicit Publisher(unsigned seed) : FRandom(seed), FIsUndated(Chance(10)), FHasAlikeGUIDs(Chance(8)) {
@@ -329,7 +330,7 @@ public:
                 case 12:
                     item = {item.GUID, NewTitle(), NewAudio(), NewDate()};
                     break;
-                case 13:  // whatever is newest is at one address, and what was there moves
+                case 13:  // the newest episode always has one address, and the previous one moves
                     item.Audio = NewAudio();
                     FItems.insert(FItems.begin(), NewItem());
                     FItems.front().Audio = "http://h/latest.mp3";
@@ -348,7 +349,7 @@ public:
 
 private:
     Entry NewItem() { return {NewGUID(), NewTitle(), NewAudio(), NewDate()}; }
-    // From small sets, so that what should tell episodes apart often does not.
+    // From small sets, so that what should distinguish episodes often does not.
     QString NewGUID() {
         return FHasAlikeGUIDs ? QString("same") : (Chance(6) ? "http://h/g" : "g") + QString::number(Number(30));
     }
@@ -382,8 +383,8 @@ std::unique_ptr<TPodcastFeed> FeedOf(const std::vector<Entry>& document) {
     return feed;
 }
 
-QString Describe(const Entry& is) {
-    return QStringList{is.GUID, is.Title, is.Audio, QString::number(is.Date)}.join('|');
+QString Describe(const Entry& entry) {
+    return QStringList{entry.GUID, entry.Title, entry.Audio, QString::number(entry.Date)}.join('|');
 }
 
 class Identity : public testing::Test {
@@ -396,7 +397,7 @@ protected:
         }
     }
 
-    /// As versions before older names did: by exact GUIDs, a changed address gets a row of its own.
+    /// Merges as the versions without older names did: by exact GUIDs, and with a row of its own for a changed address.
     void MergeAsBefore(const std::vector<Entry>& document) {
         auto feed = FeedOf(document);
         const auto stored = DB.GetFeed(kFeed, true);
@@ -419,7 +420,7 @@ protected:
         }
     }
 
-    /// What the listener did meanwhile.
+    /// Changes marks and files at random, as the listener does between merges.
     void Listen(Publisher& random) {
         DB.RunInTransaction([&] {
             for (const PlainRow& row : Plain.Rows) {
@@ -434,7 +435,7 @@ protected:
     }
     static QString MakeKey(const PlainRow& row) { return row.URI; }
 
-    /// Takes what is stored over into the plain store; rows that are still there keep their older names.
+    /// Copies the database's contents into the plain store; rows that still exist keep their older names.
     void TakeOver() {
         std::vector<PlainRow> rows;
         const auto cursor = DB.Query(
@@ -457,10 +458,10 @@ protected:
     QStringList Stored() {
         QStringList rows;
         DB.EnumEpisodes({}, [&](const TPodcastEpisode& e, const QString&) {
-            const Entry is{e.Fields[pefGUID], e.Fields[pefTitle], e.Fields[pefURLAudio], e.PublishDate};
+            const Entry entry{e.Fields[pefGUID], e.Fields[pefTitle], e.Fields[pefURLAudio], e.PublishDate};
             rows +=
-                QStringList{e.Fields[pefURI], Describe(is), QString::number(e.State), e.Fields[pefURLAudioCached]}.join(
-                    '|');
+                QStringList{e.Fields[pefURI], Describe(entry), QString::number(e.State), e.Fields[pefURLAudioCached]}
+                    .join('|');
         });
         rows.sort();
         return rows;
@@ -468,12 +469,12 @@ protected:
     QStringList Expected() const {
         QStringList rows;
         for (const PlainRow& row : Plain.Rows)
-            rows += QStringList{row.URI, Describe(row.Is), QString::number(row.State), row.File}.join('|');
+            rows += QStringList{row.URI, Describe(row.Data), QString::number(row.State), row.File}.join('|');
         rows.sort();
         return rows;
     }
 
-    /// Merges into both stores, which must then be alike; gives the GUIDs that were announced.
+    /// Merges into both stores, which must be equal afterwards; returns the GUIDs that were announced.
     QStringList Merge(const std::vector<Entry>& document) {
         QStringList shown;
         for (const Entry& entry : document) shown += Describe(entry);
@@ -493,7 +494,7 @@ protected:
         result.SpareFiles.sort();
         EXPECT_EQ(result.SpareFiles, Plain.SpareFiles);
         for (const PlainRow& row : Plain.Rows) {
-            // Without audio an episode had no address that anybody could know.
+            // An episode without audio had no address that could have been stored elsewhere.
             const QString was = before.contains(row.Age) ? before[row.Age] : QString();
             if (was.isEmpty() || was == row.URI) continue;
             EXPECT_NE(DB.GetMoveCount(), moves);
@@ -501,7 +502,7 @@ protected:
         return announced;
     }
 
-    /// Every name that ever was leads to the row that the plain store says, or nowhere.
+    /// Every name that ever existed must lead to the same row as in the plain store, or to none.
     void CheckNames(const std::set<QString>& uris, const std::set<QString>& guids) {
         const auto check = [&](const QString& key, const QString& expected) {
             const auto named = DB.GetEpisode(key);
@@ -529,13 +530,13 @@ protected:
             TakeOver();
             for (const PlainRow& row : Plain.Rows) {
                 uris.insert(row.URI);
-                guids.insert(row.Is.GUID);
+                guids.insert(row.Data.GUID);
             }
             const std::vector<Entry> document = publisher.Next();
             Merge(document);
             CheckNames(uris, guids);
-            // The same document once more brings nothing new, though rows of a GUID that is an episode's only now may
-            // still become one; and then nothing at all.
+            // Merging the same document again announces nothing, although rows may still be joined by a GUID that only
+            // now belongs to one episode. A third merge writes nothing at all.
             EXPECT_EQ(Merge(document), QStringList());
             const int writes = DB.QueryInteger("SELECT total_changes()");
             EXPECT_EQ(Merge(document), QStringList());
@@ -548,7 +549,7 @@ protected:
     PlainStore Plain;
 };
 
-TEST_F(Identity, RandomSeriesOfDocumentsBecomeWhatAPlainEvaluationOfTheRulesGives) {
+TEST_F(Identity, RandomSeriesOfDocumentsMergeAsAPlainEvaluationOfTheRulesSays) {
     const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 100;
     const unsigned first = qEnvironmentVariableIntValue("VEXA_TEST_FIRST_SEED");
     for (unsigned seed = first; seed < first + static_cast<unsigned>(seeds) && !HasFailure(); ++seed) RunSeries(seed);

@@ -1,4 +1,4 @@
-// From what people have to a feed, and to where it has moved.
+// Finding a feed from what users enter, and following moved feeds.
 
 #include "ClientTests.h"
 #include "Podcasts.Core.Subscribing.h"
@@ -10,7 +10,7 @@ namespace {
 
 using Result = TPodcastSubscription::Result;
 
-TEST(FeedLocations, AreMadeOfAddressesAsPeopleWriteThem) {
+TEST(FeedLocations, AreMadeOfAddressesAsUsersWriteThem) {
     tests::TempFolder folder;
     const QString file = folder.File("my feed.xml"), list = folder.File("list.opml");
     WriteWhole(file, "<rss/>");
@@ -71,7 +71,7 @@ protected:
     TPodcastSubscription ToPath(const QString& path, int choice = 0) { return To(Server.Url(path), choice); }
 };
 
-TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
+TEST_F(Subscribing, FollowsAPageToItsFeed) {
     Server.Serve("/f", Document("Show", {{"1", "/1.mp3"}}));
     Server.Serve("/site/", Page("<base href='/'>" + Link("f")));
     Server.Serve("/moved", Response::Redirect("/site/", "301 Moved Permanently"));
@@ -104,7 +104,7 @@ TEST_F(Subscribing, FollowsAPageToTheFeedThatItNames) {
     }
 }
 
-TEST_F(Subscribing, OffersTheFeedsOfAPageThatNamesSeveral) {
+TEST_F(Subscribing, OffersTheFeedsOfAPageWithSeveral) {
     Server.Serve("/", Page(Link("/f", "Episodes") + Link("/g", "Comments")));
     for (const QString name : {"f", "g"}) Server.Serve("/" + name, Document(name, {}));
     const auto offered = ToPath("/");
@@ -117,7 +117,7 @@ TEST_F(Subscribing, OffersTheFeedsOfAPageThatNamesSeveral) {
     EXPECT_EQ(ToPath("/f", 3).What, Result::Subscribed) << "a feed leaves no choice";
 }
 
-TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
+TEST_F(Subscribing, TriesPlainHttpIfTheAddressHasNoScheme) {
     Server.Serve("/f", Document("Show", {}));
     Server.Serve("/page", Page(Link("/f")));
     const QString bare = Server.Url("").sliced(7);
@@ -131,7 +131,7 @@ TEST_F(Subscribing, TriesPlainHttpWhereAnAddressLeavesItOpen) {
     EXPECT_TRUE(To("nowhere").Error.startsWith("this is neither"));
 }
 
-TEST_F(Subscribing, TellsOfEachTextOfAListAlsoOfThoseThatNameOneDocument) {
+TEST_F(Subscribing, ReportsEachTextOfAListEvenIfSeveralNameOneDocument) {
     const QString dead = Server.Url("/dead");
     Server.Serve("/f", Document("Show", {}));
     QStringList told;
@@ -154,7 +154,8 @@ TEST_F(Subscribing, StoresTheAddressThatTheFeedHasMovedTo) {
     Server.Serve("/folder/feed", Response::Of("<rss version='2.0'><channel><item><enclosure url='2.mp3'/></item>"
                                               "</channel></rss>"));
     ToPath("/former");
-    EXPECT_TRUE(Client->DB().GetEpisode(Key("/folder/2.mp3"))) << "relative addresses are meant from there";
+    EXPECT_TRUE(Client->DB().GetEpisode(Key("/folder/2.mp3")))
+        << "relative addresses are resolved against the new address";
 }
 
 class Moving : public ClientTest {
@@ -173,7 +174,7 @@ protected:
     }
 };
 
-TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
+TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
     struct {
         const char* Name;
         std::vector<std::pair<QString, Response>> Served;
@@ -231,12 +232,12 @@ TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsAllElse) {
         EXPECT_EQ(EpisodeCount(there), 2);
         EXPECT_EQ(Episode("/1.mp3").State, pesPostponed);
         EXPECT_EQ(CachedFile("/2.mp3"), "/somewhere/2.mp3");
-        EXPECT_EQ(Outcome(there).MovedTo, "") << "there it stays";
+        EXPECT_EQ(Outcome(there).MovedTo, "") << "it has not moved on from there";
         Client->Unsubscribe(Server.Url(there), false);
     }
 }
 
-TEST_F(Moving, ChangesTheNamesThatHoldTheFeedsAddress) {
+TEST_F(Moving, ChangesTheNamesThatContainTheFeedsAddress) {
     Subscribe("a", {{"1", "/time/1.mp3"}});
     const auto name = [&](const QString& path) -> QString { return MakeURI(Server.Url(path)) + "-/1"; };
     Client->UpdateState(name("/a"), pesPostponed);
@@ -247,7 +248,7 @@ TEST_F(Moving, ChangesTheNamesThatHoldTheFeedsAddress) {
     ASSERT_TRUE(episode);
     EXPECT_EQ(episode->State, pesPostponed);
     EXPECT_EQ(EpisodeCount("/b"), 1) << "the row itself has the new name";
-    EXPECT_TRUE(Client->DB().GetEpisode(name("/a"))) << "the older name goes on naming it";
+    EXPECT_TRUE(Client->DB().GetEpisode(name("/a"))) << "the older name still leads to it";
 }
 
 TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
@@ -256,19 +257,20 @@ TEST_F(Moving, IsTriedAgainAtEveryRefresh) {
     for (const QString& expected : {QString(), Server.Url("/b")}) {
         const auto outcome = Outcome("/a");
         EXPECT_EQ(outcome.MovedTo, expected);
-        EXPECT_EQ(outcome.NewEpisodes.size(), expected.isEmpty() ? 1 : 0) << "the old one's content counts meanwhile";
+        EXPECT_EQ(outcome.NewEpisodes.size(), expected.isEmpty() ? 1 : 0)
+            << "meanwhile the old feed's document is used";
         Server.Serve("/b", Feed("B", ""));
     }
 }
 
-TEST_F(Moving, LeavesBothWhereTheyAreWhenTheNewAddressIsSubscribedToo) {
+TEST_F(Moving, ChangesNeitherFeedWhenTheNewAddressIsSubscribedToo) {
     for (const bool byRedirect : {true, false}) {
         SCOPED_TRACE(byRedirect);
         Subscribe("a", {{"1", "/1.mp3"}});
         Subscribe("b", {{"2", "/2.mp3"}});
         Server.Serve("/a", byRedirect ? Gone("/b") : Feed("A", "/b"));
         const auto outcome = Outcome("/a");
-        EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to be read there";
+        EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to read there";
         EXPECT_EQ(outcome.Error, "");
         EXPECT_EQ(outcome.MovedTo, Server.Url("/b"));
         EXPECT_TRUE(outcome.IsMoveRefused);
@@ -287,7 +289,7 @@ TEST_F(Moving, EndsAChainThatGoesOnForEver) {
     Server.Forget();
     const auto outcome = Outcome("/a");
     EXPECT_LE(Server.Paths().size(), 10);
-    EXPECT_TRUE(Client->IsSubscribed(outcome.MovedTo)) << "as far as it went";
+    EXPECT_TRUE(Client->IsSubscribed(outcome.MovedTo)) << "as far as the chain was followed";
 }
 
 TEST_F(Moving, StoresNothingOfAFeedWhoseAddressWasChangedMeanwhile) {

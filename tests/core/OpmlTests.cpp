@@ -29,8 +29,8 @@ TEST(Opml, OutlinesAreReadAtAnyDepthInDocumentOrder) {
               QStringList({"A=http://a", "B=http://b", "=http://c", "D=http://d", "=u"}));
 }
 
-TEST(Opml, WhatIsWrittenReadsBack) {
-    // What no document may hold is replaced, and nothing after it is lost.
+TEST(Opml, AWrittenListReadsBackUnchanged) {
+    // Characters that XML does not allow are replaced, and nothing after them is lost.
     const QString title = "a<b>&\"c\"'d' ]]> Ж\U0001F399\tx\ny";
     const QStringList read = Read(WriteOpml("Mine & yours", {{title, "http://h/?a=1&b=\"2\"<3>"},
                                                              {u"a\u0001\uFFFE"_s + QChar(0xD800) + u"b", "http://h/3"},
@@ -41,7 +41,7 @@ TEST(Opml, WhatIsWrittenReadsBack) {
     EXPECT_TRUE(read[2].endsWith(u"=http://h/2"));
 }
 
-TEST(Opml, WhatIsNoListIsAnError) {
+TEST(Opml, ADocumentThatIsNotAListIsAnError) {
     for (const QByteArray document : {"", "text", "<rss version='2.0'><channel/></rss>", "<opml/>",
                                       "<opml><head/></opml>", "<opml><body><outline xmlUrl='u'/></body>"})
         EXPECT_THROW(ReadOpml(document), vexa::XmlError) << document.constData();

@@ -40,7 +40,7 @@ TEST(Options, AnnounceEachChangeOnceAndAnEqualValueNever) {
         change(tested);
         EXPECT_EQ(count, expected);
     }
-    // Assigning is one change, whatever differs.
+    // Assign is one change, however many options differ.
     source.SetCheckUpdates(1);
     source.SetShowNotifications(true);
     source.MarkEpisodesListenedOnStartPlayback = false;
@@ -49,7 +49,7 @@ TEST(Options, AnnounceEachChangeOnceAndAnEqualValueNever) {
     EXPECT_EQ(values(), std::tuple(1, true, true, true, false, u"/m/%FeedTitle%"_s));
 }
 
-/// A configuration in memory, in which numbers are texts.
+/// A configuration in memory that stores numbers as texts.
 class MapConfig final : public IPodcastConfig {
 public:
     std::map<QString, QString> Values;
@@ -122,7 +122,7 @@ TEST(UpdateTimer, ARefreshIsDueOnlyAfterTheIntervalAndTheCounterWraps) {
     for (const auto& [value, interval] : intervals) EXPECT_EQ(UpdateInterval(value), interval);
 }
 
-TEST(Queue, HandsOutTheLastFirstAndTakesTextsThatDifferInCaseForOne) {
+TEST(Queue, ReturnsTheLastFirstAndIgnoresCase) {
     TPodcastClientQueue queue;
     for (const QString& text : QStringList{"A", "Жук", "C", "a", "жУК", "ss", "ß"}) queue.Add(text);
     EXPECT_EQ(queue.Items(), QStringList({"A", "Жук", "C", "ss", "ß"}));
@@ -137,7 +137,7 @@ TEST(Queue, HandsOutTheLastFirstAndTakesTextsThatDifferInCaseForOne) {
     EXPECT_EQ(taken, QStringList({"ЖУК", "ß", "ss", "C", "A"}));
     EXPECT_EQ(item, "");
     const std::lock_guard lock(queue);  // reentrant
-    queue.Add("a");                     // what was taken may come again
+    queue.Add("a");                     // a text that was taken may be added again
     EXPECT_EQ(queue.Items(), QStringList("a"));
     queue.Clear();
     EXPECT_FALSE(queue.Pop(item));

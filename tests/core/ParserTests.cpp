@@ -148,7 +148,7 @@ TEST(Parsers, AddressesAreResolvedAgainstTheDocumentsAndXmlBase) {
     EXPECT_EQ(ParseChannel("<link>a</link>", "/home/ada/feed.xml")->Fields[pffURL], "a");
 }
 
-TEST(Parsers, ARecoveredDocumentGivesTheTextOfAllThatIsInsideAndEachItemOnce) {
+TEST(Parsers, ARecoveredDocumentKeepsAllTextAndEachItemOnce) {
     const auto feed = ParseChannel(
         "<item><title>I <3 <b>radio</b></title><guid>g<i>1</i></guid><description>Hello<br>world</description>"
         "<enclosure url='1'/><item><title>2</title><pubDate>Fri, 17 May 2024 11:05:03 GMT</item>");

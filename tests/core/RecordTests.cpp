@@ -29,7 +29,7 @@ TEST(Records, AnEpisodesUriIsItsAudioAddressUnlessThatChangesWithTime) {
     }
 }
 
-/// Everything that a template can take from a feed and an episode is `text`, but for the audio address.
+/// Expands the template with `text` for all fields of feed and episode except the audio address.
 QString ExpandWith(const QString& text, const QString& audio, const QString& templateText) {
     TPodcastFeed feed;
     feed.Fields.fill(text);
@@ -73,7 +73,7 @@ TEST(FileNameTemplate, NeverLeavesItsFolderWhateverTheTitles) {
     }
 }
 
-TEST(FileNameTemplate, CutsLongNamesToWhatAFileSystemTakesAndKeepsTheExtension) {
+TEST(FileNameTemplate, ShortensNamesToTheFileSystemsLimitAndKeepsTheExtension) {
     for (const QString& letter : QStringList{"a", "ж", "語", "\U0001F399"}) {
         const QString title = letter.repeated(1000);
         const QString name =

@@ -26,10 +26,10 @@ void Require(bool holds, const char* promise, const QString& what) {
 
 }  // namespace fuzzing
 
-/// The fuzzer calls it once, before the first input.
+/// Called by the fuzzer once, before the first input.
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    // The user's own folders are out of reach.
+    // Keep the programs away from the user's own folders.
     static const tests::TempFolder home;
     for (const char* variable : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
         qputenv(variable, QFile::encodeName(home.Path()));

@@ -1,7 +1,8 @@
 #pragma once
-// What the fuzzing programs share: how an input is cut, and how a broken promise stops the program.
+// Common parts of the fuzzing programs: splitting an input into parts, and stopping the program when a promise is
+// broken.
 //
-// An input that holds several texts has the byte 0xFF between them, which no UTF-8 text holds.
+// An input of several texts has the byte 0xFF between them, which does not occur in UTF-8.
 
 #include <QByteArray>
 #include <QList>
@@ -11,10 +12,10 @@
 
 namespace fuzzing {
 
-/// The texts of an input, at least `count` of them: those that are missing are empty.
+/// The texts of an input, at least `count` of them; missing ones are empty.
 QList<QByteArray> Parts(const std::uint8_t* data, std::size_t size, qsizetype count);
 
-/// Tells what does not hold and stops the program, whereupon the fuzzer keeps the input.
+/// Unless `holds`, prints the promise and stops the program; the fuzzer then keeps the input.
 void Require(bool holds, const char* promise, const QString& what = {});
 
 }  // namespace fuzzing

@@ -1,5 +1,5 @@
-// An address to an episode's key, and keys to the database. Parts: the address, then an episode's GUID, audio address
-// and feed address.
+// Parses an address into an episode's key, and looks keys up in the database. Parts: the address, then an episode's
+// GUID, audio address and feed address.
 
 #include "Fuzzing.h"
 #include "Podcasts.Core.DB.h"
@@ -13,10 +13,10 @@ using Files = TVEXAPodcastsFileManager;
 
 namespace {
 
-/// Thrown to take back what an input has written.
+/// Thrown to roll back what an input has written.
 struct Undo {};
 
-/// An accepted address of the older form reads the same when it is written again.
+/// An accepted address of the older form must parse to the same key after it was formatted again.
 void CheckKey(const QString& address, const QString& key) {
     if (!key.startsWith(QChar(kEpisodeKeyDelimiter))) {
         Require(key == address, "the key of an address is the address", address);
@@ -43,7 +43,7 @@ void CheckStored(TPodcastsDB& db, const QString& guid, const QString& audio, con
     Require(db.CountEpisodes(MakeEpisodeKey(feed.ID, guid)) == 1, "an episode is found by feed and GUID", guid);
     const QString uri = TPodcastsDBQueryBuilder::MakeEpisodeURI(episode, feed);
     QString key = uri;
-    // Addresses that look like the older form are read as it; those of no scheme are no addresses at all.
+    // Addresses that look like the older form are parsed as such; texts without a scheme are not addresses.
     if (uri.startsWith(u"podcast://") && !uri.contains(u"/feed-"))
         Require(Files::ParseURI(uri, key) && key == uri, "a stored address is its key", uri);
     if (uri.startsWith(QChar(kEpisodeKeyDelimiter))) return;

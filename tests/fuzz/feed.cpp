@@ -1,4 +1,4 @@
-// A feed's document, read as a refresh reads it, and stored as it stores it.
+// Reads and stores a feed's document as a refresh does.
 
 #include "Fuzzing.h"
 #include "Podcasts.Core.DB.h"
@@ -16,14 +16,14 @@ using fuzzing::Require;
 
 namespace {
 
-/// Thrown to take back what an input has written.
+/// Thrown to roll back what an input has written.
 struct Undo {};
 
 class FeedStore {
 public:
     QString Location() const { return FFolder.File(QStringLiteral("feed.xml")); }
 
-    /// Every episode is in its row as it was parsed, and a second merge of the same document writes nothing.
+    /// Every episode must be stored as it was parsed, and a second merge of the same document must write nothing.
     void Check(TPodcastFeed& feed) {
         try {
             FDatabase.RunInTransaction([&] {
@@ -57,7 +57,7 @@ private:
     TPodcastsDB FDatabase{FFolder.File(QStringLiteral("Podcasts.db"))};
 };
 
-/// A damaged document without its last character was cut off, and never passes for a shorter one.
+/// A damaged document whose last character is cut off must be refused, not taken for a shorter document.
 void CheckCut(const vexa::XmlDocument& document, const QByteArray& bytes) {
     if (!document.IsRecovered() || !vexa::IsUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())})) return;
     bool isRefused = false;
@@ -73,7 +73,7 @@ void CheckCut(const vexa::XmlDocument& document, const QByteArray& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static FeedStore store;
-    // The last byte says what the transport calls the encoding; a document may well end in any.
+    // The last byte selects the charset that the transport names; a document may end in any byte.
     static const char* const charsets[] = {"", "utf-16", "windows-1251", "Shift_JIS", "utf-7", "no such"};
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     WriteWhole(store.Location(), bytes);

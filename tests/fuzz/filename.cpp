@@ -1,4 +1,4 @@
-// A template and what a feed says, to the name of a file. Parts: the template, title, artist, category, audio address,
+// Expands a template with a feed's texts to a file name. Parts: the template, title, artist, category, audio address,
 // date.
 
 #include "Fuzzing.h"
@@ -13,7 +13,7 @@ using fuzzing::Require;
 
 namespace {
 
-constexpr qsizetype kLongestName = 255;  // bytes of a component, as file systems have it
+constexpr qsizetype kLongestName = 255;  // bytes of a component, the limit of file systems
 
 QStringList Components(QString path) {
     return path.replace(u'\\', u'/').split(u'/');
@@ -48,13 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QStringList written = Components(texts[0]), components = name.split(u'/');
     Require(!name.contains(u'\\'), "folders are separated in one way", name);
     Require(name.contains(QChar::Null) <= texts[0].contains(QChar::Null), "no name is cut short", name);
-    // An argument of a function may hold delimiters, which the function takes away.
+    // An argument of a function may contain delimiters, which the function removes.
     Require(components.size() <= written.size(), "what a feed says makes no folder", name);
     Require(components.count(QStringLiteral("..")) <= written.count(QStringLiteral("..")),
             "what a feed says climbs out of no folder", name);
     for (const QString& component : components)
         Require(component.toUtf8().size() <= kLongestName, "a file system takes the name", name);
-    // A name at the very front of a template would be an absolute one.
+    // A template that begins with a delimiter, or with a macro, may give an absolute name.
     if (!texts[0].startsWith(u'/') && !texts[0].startsWith(u'\\') && !written[0].contains(u'%'))
         Require(!name.startsWith(u'/'), "a relative name stays one", name);
     return 0;

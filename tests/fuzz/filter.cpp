@@ -1,4 +1,4 @@
-// A host's filter to a statement, and the statement on a database of the real layout.
+// Translates a host's filter to a statement, and runs the statement on a database of the real layout.
 
 #include "Filters.h"
 #include "Fuzzing.h"
@@ -18,7 +18,7 @@ using fuzzing::Require;
 
 namespace {
 
-// What SQLite's parser takes, groups inside each other; deeper ones may be refused.
+// The depth of nested groups that SQLite's parser accepts for sure; deeper ones may be refused.
 constexpr int kSureDepth = 10;
 constexpr int kMostConditions = 60;
 
@@ -48,7 +48,7 @@ public:
 
     Ref<IVEXAMLDataFilter> Filter;
     Ref<IVEXAObjectList> Fields;
-    bool IsSure = true;  // the database must take it
+    bool IsSure = true;  // the database must accept it
 
 private:
     QString Text() { return FromUtf8(FData.ConsumeRandomLengthString(40)); }
@@ -60,7 +60,7 @@ private:
         IsSure = false;
         return Text();
     }
-    /// A field that has a column, as all have but one.
+    /// A field; notes if it is the one that has no column.
     QString Column() {
         const QString field = Field();
         if (field == kNodeField) IsSure = false;
@@ -112,11 +112,11 @@ private:
     int FConditions = 0;
 };
 
-/// The database, and a second look at statements before it runs them.
+/// The database, which checks statements before it runs them.
 class Library {
 public:
     Library() {
-        TVEXAAPIWrappers::Initialize(&FHost.TheCore());
+        TVEXAAPIWrappers::Initialize(&FHost.PluginCore());
         const char* words[] = {"News", "It's", "100%", "a_b", "ÄÖ", "", "1", "zz"};
         for (int f = 0; f < 3; ++f) {
             TPodcastFeed feed;
@@ -138,7 +138,7 @@ public:
                                  [](void*, int, const void*, int, const void*) { return 0; });
     }
 
-    /// One statement and no more, which reads.
+    /// The text must be exactly one statement, which only reads.
     void CheckSelect(const std::string& sql) {
         sqlite3_stmt* statement = nullptr;
         const char* rest = nullptr;
@@ -174,7 +174,7 @@ QStringList Texts(SqliteRows* rows) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static Library& library = *new Library;  // the end of the process is its end
+    static Library& library = *new Library;  // never destroyed
     const RandomFilter random(data, size);
     TPodcastsRowRequest request;
     try {

@@ -1,4 +1,4 @@
-// A language file.
+// Reads a language file.
 
 #include "Fuzzing.h"
 #include "LanguageFile.h"
@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LanguageFile again(text, fileName);
     Require(again.Name() == file.Name(), "a name is read as it was written", file.Name());
     for (const QString& key : keys) {
-        // A back slash in a key stands where the section could end, too.
+        // With a backslash in the key, the section may be taken to end there.
         if (key.count(u'\\') == 1) Require(again.Find(key) == file.Find(key), "a text is read as it was written", key);
     }
     return 0;

@@ -1,4 +1,4 @@
-// A list of subscriptions, read and written again.
+// Reads a list of subscriptions and writes it again.
 
 #include "Fuzzing.h"
 #include "Podcasts.Core.Fetching.h"
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
              ReadOpml(QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)))) {
             const QString location = NormalizedFeedLocation(outline.FeedURL);
             Require(location == NormalizedFeedLocation(location), "a location is stored in one spelling", location);
-            // Nothing else can be subscribed, so nothing else is exported.
+            // Only feed locations can be subscribed, so only those are exported.
             if (IsFeedLocation(location)) outlines.push_back({outline.Title, location});
         }
         const QByteArray written = WriteOpml(QStringLiteral("Podcasts"), outlines);

@@ -91,13 +91,13 @@ HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filt
         sort->GetObject(i, IVEXAString::IID, name.PutVoid());
         sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid());
         const QString field = ToQString(name.Get());
-        std::int32_t way = 0;
-        direction->GetValue(&way);
+        std::int32_t value = 0;
+        direction->GetValue(&value);
         std::stable_sort(found.begin(), found.end(), [&](const Episode& a, const Episode& b) {
-            return way == IVEXAMLSortDirection::Descending ? Value(b, field) < Value(a, field)
-                                                           : Value(a, field) < Value(b, field);
+            return value == IVEXAMLSortDirection::Descending ? Value(b, field) < Value(a, field)
+                                                             : Value(a, field) < Value(b, field);
         });
-        order.prepend(QString(field + u':' + QString::number(way)));
+        order.prepend(QString(field + u':' + QString::number(value)));
     }
     std::int32_t offset = 0, limit = 0;
     filter->GetValueAsInt32(IVEXAMLDataFilter::Offset, &offset);
@@ -130,8 +130,8 @@ HResult EpisodeStorage::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
     const QString file = TextOf(info, IVEXAFileInfo::FileName);
     for (const Episode& episode : Episodes) {
         if (file != QString(u"episode://" + episode.ID)) continue;
-        std::vector<TreePair> way{{"Node", u"shows"_s}, {"Node", QString(u"show " + episode.Show)}};
-        *selection = Ref<IVEXAMLGroupingTreeSelection>(new TreeSelection(way)).Detach();
+        std::vector<TreePair> path{{"Node", u"shows"_s}, {"Node", QString(u"show " + episode.Show)}};
+        *selection = Ref<IVEXAMLGroupingTreeSelection>(new TreeSelection(path)).Detach();
         return S_OK;
     }
     return E_NOINTERFACE;
@@ -175,7 +175,7 @@ HResult EpisodeStorage::ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEve
         SetError(error, E_FAIL, "no such file");
         return E_FAIL;
     }
-    events->OnCompleted();  // with nothing to fetch it is done before this returns
+    events->OnCompleted();  // nothing to fetch, so it completes before this returns
     return S_OK;
 }
 

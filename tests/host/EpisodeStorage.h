@@ -1,5 +1,5 @@
 #pragma once
-// A storage over a list in memory, as a plug-in would bring one: rows, a tree of the states and shows, finding.
+// A storage over a list in memory, such as a plug-in provides: rows, a tree of states and shows, finding files.
 
 #include "HostFixture.h"
 #include "Library.h"
@@ -25,9 +25,9 @@ class StateWords final : public RefCountedObject<IVEXAMLDataFieldDisplayValue> {
 public:
     const char16_t* GetDisplayValue(const Variant* value, std::int32_t* length) noexcept override {
         EXPECT_TRUE(IsMainThread());
-        std::int32_t state = 0;
-        if (!host::Convert(host::FromVariant(*value), state)) return nullptr;
-        FText = QStringList{u"heard"_s, u"new"_s, u"later"_s}.value(state);
+        const auto state = host::Converted<std::int32_t>(host::FromVariant(*value));
+        if (!state) return nullptr;
+        FText = QStringList{u"heard"_s, u"new"_s, u"later"_s}.value(*state);
         *length = static_cast<std::int32_t>(FText.size());
         return reinterpret_cast<const char16_t*>(FText.constData());
     }
@@ -39,10 +39,9 @@ private:
 /// "new" and "shows" with the shows below each of them. Values are "state 1", "shows", "show NAME".
 class EpisodeTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider> {
 public:
-    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* way) noexcept override {
-        for (const host::TreePair& pair : host::ReadSelection(way)) {
-            Variant value;
-            host::ToVariant(pair.Value, value);
+    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
+        for (const host::TreePair& pair : host::ReadSelection(path)) {
+            const Variant value = host::ToVariant(pair.Value);
             filter->Add(host::MakeString(pair.Field).Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
         }
         return S_OK;
@@ -82,12 +81,12 @@ public:
                                   {"e4", "Storm", "A", 2, 45}};
     Ref<IVEXAMLDataStorageManager> Manager;
     bool OffersSubscriptions = false;
-    bool OffersFiles = false;  // rows name files, "episode://e1", and the shows that entries of playlists stand by
+    bool OffersFiles = false;  // rows have files, "episode://e1", and the shows by which playlists group them
 
-    /// From now on requests wait inside the storage until they are let through.
+    /// From now on requests wait inside the storage until LetThrough.
     void Hold() { SetHolding(true); }
     void LetThrough() { SetHolding(false); }
-    /// What was asked, each as "Title Duration;State=1;sort Title:2;2,1".
+    /// The requests so far, each as "Title Duration;State=1;sort Title:2;2,1".
     QStringList Asked() {
         const std::lock_guard lock(FMutex);
         return FAsked;
@@ -119,7 +118,7 @@ public:
                  IVEXAMLGroupingTreeSelection** selection) noexcept override;
 
     HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override;
-    /// What begins with "http" is a feed's address; one that ends with "known" is subscribed already.
+    /// An address that begins with "http" is a feed's; a feed whose address ends with "known" is subscribed already.
     HResult Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept override;
     HResult ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,
                        IVEXAErrorInfo* error) noexcept override;
@@ -127,7 +126,7 @@ public:
     HResult GetOutcomes(std::int32_t taskID, std::int32_t first, IVEXAObjectList** outcomes) noexcept override;
 
 private:
-    /// The episodes that meet a filter's conditions; nothing when it holds something else.
+    /// The episodes that satisfy a filter's conditions; nothing when the filter contains anything else.
     std::optional<std::vector<Episode>> Select(IVEXAMLDataFilter* filter, QStringList* conditions);
     void SetHolding(bool isHolding) {
         const std::lock_guard lock(FMutex);

@@ -1,4 +1,4 @@
-// The built program, driven by line as a script drives it.
+// The built program in headless mode, driven by lines as from a script.
 
 #include "TempFolder.h"
 #include "Texts.h"
@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kLongest = 120000;  // ms; nothing takes that long but a program that hangs
+constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 
 struct Outcome {
     int Status = -1;
@@ -23,8 +23,8 @@ struct Outcome {
     QString Error;
 };
 
-/// As where there is no display: with one, or with a platform that needs none, the program without options opens its
-/// window.
+/// Starts the program without a display: with one, or with a platform that needs none, it would open its window when
+/// there are no options.
 void Start(QProcess& program, const QStringList& options) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
@@ -59,7 +59,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Headless, EveryLineIsAnsweredInItsOrder) {
+TEST_F(Headless, EveryLineIsAnsweredInOrder) {
     const Outcome outcome =
         RunHere("plugin\nload " TEST_PLUGIN
                 "\nload\nresolve test://x\ntext Podcasts\\New 1\n\ninfo \"test://a \"\"b\"\nwithout http\n"
@@ -96,7 +96,7 @@ TEST_F(Headless, EveryLineIsAnsweredInItsOrder) {
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nb=1  2\n\n[Test]\nFinalized=1\nInitialized=1\n");
 }
 
-TEST_F(Headless, AServiceThatIsHiddenIsMissedByThePlugin) {
+TEST_F(Headless, AHiddenServiceIsMissingForThePlugin) {
     for (const bool atStart : {false, true}) {
         const Outcome outcome = RunHere(
             QByteArray(atStart ? "" : "without nothing\nwithout library\n") + "load " TEST_PLUGIN "\nquit\nhelp\n",
@@ -108,7 +108,7 @@ TEST_F(Headless, AServiceThatIsHiddenIsMissedByThePlugin) {
     }
 }
 
-TEST_F(Headless, WrongOptionsAndPluginsAreComplainedAbout) {
+TEST_F(Headless, WrongOptionsAndPluginsAreReported) {
     struct {
         QStringList Options;
         int Status;
@@ -128,7 +128,7 @@ TEST_F(Headless, WrongOptionsAndPluginsAreComplainedAbout) {
     }
 }
 
-TEST_F(Headless, ASignalEndsThePluginAsItShould) {
+TEST_F(Headless, ASignalEndsThePluginProperly) {
     QProcess program;
     Start(program, Options({"--plugin", TEST_PLUGIN}));
     program.write("help\n");
@@ -139,8 +139,8 @@ TEST_F(Headless, ASignalEndsThePluginAsItShould) {
     EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains("Finalized=1"));
 }
 
-TEST_F(Headless, TheEndOfTheInputEndsDialogsOfCommands) {
-    // The first dialog is open when the input ends. The second one opens later, after a command on a worker thread.
+TEST_F(Headless, TheEndOfTheInputClosesDialogsOfCommands) {
+    // The first dialog is open when the input ends; the second one opens later, after a command on a worker thread.
     const Outcome outcome =
         RunHere("load\nrun VEXA.Podcasts.Actions.Subscribe\nresolve x\nrun VEXA.Podcasts.Actions.Subscribe\nplugin\n");
     EXPECT_EQ(outcome.Status, 0) << outcome.Error.toStdString();

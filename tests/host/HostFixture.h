@@ -1,5 +1,5 @@
 #pragma once
-// A host over a profile of the test's own.
+// A host with a profile of its own.
 
 #include "ErrorInfo.h"
 #include "Host.h"

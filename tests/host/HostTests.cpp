@@ -1,8 +1,9 @@
-// Core, configuration, messages, storages, and a plug-in's life.
+// Core, configuration, messages, storages, and loading and unloading of plug-ins.
 
 #include "HostFixture.h"
 #include "PropertyList.h"
 #include "Streams.h"
+#include "Waiting.h"
 
 #include <functional>
 
@@ -17,7 +18,7 @@ public:
     std::function<void(Hook&, HResult*)> Act;
 };
 
-/// A storage that writes down what happens to it.
+/// A storage that logs what happens to it.
 class Storage final : public PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage> {
 public:
     Storage(const QString& id, QStringList* log) : FID(id), FLog(log) {}
@@ -52,7 +53,7 @@ public:
     QStringList Heard;
 };
 
-/// A plug-in that registers a storage, and answers as told.
+/// A plug-in that registers a storage, and returns a given result.
 class StoragePlugin final : public RefCountedObject<IVEXAPlugin, IVEXASdkVersion> {
 public:
     StoragePlugin(HResult answer, QStringList* log, std::int32_t sdk = kSdkMajor)
@@ -116,21 +117,30 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=1\ny=1\n");
     const Ref<ConfigService> held(new ConfigService(Profile.Path()));
     ConfigService& config = *held;
-    config.Write("A\\x", "1");  // as it was: left alone
+    config.Write("A\\x", "1");  // the value that was read, so it is not written
     config.Write("A\\y", "2");
     WriteWhole(Profile.File("Settings.ini"), "[A]\nx=5\ny=1\nz=7\n");
-    EXPECT_EQ(config.Save(), "");
+    EXPECT_NO_THROW(config.Save());
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nx=5\ny=2\nz=7\n");
+    config.Write("A\\y", "3");
+    EXPECT_TRUE(tests::WaitUntil([&] { return ReadWhole(Profile.File("Settings.ini")).contains("y=3"); }))
+        << "a program killed now would lose it";
 
     tests::TempFolder folder;
     WriteWhole(folder.File("file"), "");
     const Ref<ConfigService> lost(new ConfigService(folder.File("file/profile")));
     lost->Write("A\\x", "1");
-    EXPECT_TRUE(lost->Save().contains("cannot write the settings"));
+    QString problem;
+    try {
+        lost->Save();
+    } catch (const std::exception& error) {
+        problem = error.what();
+    }
+    EXPECT_TRUE(problem.contains("cannot write the settings")) << problem.toStdString();
     EXPECT_EQ(lost->Flush(), E_FAIL);
 }
 
-TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
+TEST_F(HostTest, HooksAreCalledInOrderAndMayUnhookMeanwhile) {
     QStringList heard;
     MessageDispatcher& messages = Host.Messages();
     const Ref<Hook> first(new Hook([&](Hook& self, HResult*) {
@@ -148,7 +158,7 @@ TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
     EXPECT_EQ(messages.Hook(first.Get()), E_INVALIDARG);
     messages.Hook(second.Get());
     messages.Hook(third.Get());
-    EXPECT_EQ(messages.Send(1, 0, nullptr), E_ABORT);  // taken over: the host itself is left out
+    EXPECT_EQ(messages.Send(1, 0, nullptr), E_ABORT);  // a hook has handled it, so the host's handler is not called
     EXPECT_EQ(heard, QStringList({"first", "second"}));
     messages.Unhook(second.Get());
     heard.clear();
@@ -157,13 +167,13 @@ TEST_F(HostTest, HooksHearInOrderAndMayLeaveMeanwhile) {
     EXPECT_EQ(messages.Send(2, 0, nullptr), E_NOTIMPL);
 }
 
-TEST_F(HostTest, AStorageTellsTheLibraryUntilItIsFinalized) {
+TEST_F(HostTest, AStorageNotifiesTheLibraryUntilItIsFinalized) {
     QStringList log;
     Listener listener;
     Host.Library().AddListener(&listener);
     const Ref<Storage> storage(new Storage("S", &log));
     IUnknown* object = static_cast<IVEXAMLExtensionDataStorage*>(storage.Get());
-    Core& core = Host.TheCore();
+    Core& core = Host.PluginCore();
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, MakeString("x").Get()), E_INVALIDARG);
     EXPECT_EQ(core.RegisterExtension(IVEXAMenuItem::IID, object), E_NOINTERFACE);
     EXPECT_EQ(core.RegisterExtension(IVEXAServiceMusicLibrary::IID, object), S_OK);
@@ -205,7 +215,7 @@ TEST_F(HostTest, APluginEndsAfterItsStorageAndIsReleasedLast) {
     EXPECT_TRUE(Host.Library().StorageIDs().isEmpty());
 }
 
-TEST_F(HostTest, WhatCannotBeLoadedIsSaidSo) {
+TEST_F(HostTest, AFileThatCannotBeLoadedIsReported) {
     WriteWhole(Profile.File("text.so"), "no library");
     const std::pair<QString, const char*> cases[] = {
         {Profile.File("none.so"), "there is no file"},
@@ -222,14 +232,14 @@ TEST_F(HostTest, WhatCannotBeLoadedIsSaidSo) {
     }
 }
 
-TEST_F(HostTest, ALibraryIsLoadedAndEndsBeforeTheSettingsAreWritten) {
+TEST_F(HostTest, ALibraryIsLoadedAndFinalizedBeforeTheSettingsAreWritten) {
     Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
     EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
-    EXPECT_EQ(Host.UnloadPlugins(), "");
+    EXPECT_NO_THROW(Host.UnloadPlugins());
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
 
-    ASSERT_TRUE(Host.TheCore().HideService("library"));
-    EXPECT_FALSE(Host.TheCore().HideService("no such"));
+    ASSERT_TRUE(Host.PluginCore().HideService("library"));
+    EXPECT_FALSE(Host.PluginCore().HideService("no such"));
     try {
         Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
         ADD_FAILURE() << "it was loaded without the library";

@@ -13,7 +13,7 @@ constexpr char kActions[] =
     "RefreshFeeds RefreshFeed Unsubscribe EditSubscription Subscribe CreateSmartPlaylist MarkAs CachedFilesControl "
     "CheckCachedFiles MarkAs.PL CachedFilesControl.PL";
 
-/// What a translation has to keep of a text: how many parts it has, and where other text goes.
+/// What a translation must preserve of a text: the number of parts, and the placeholders in each.
 QString Shape(const QStringList& parts) {
     QStringList shapes;
     for (const QString& part : parts)
@@ -59,7 +59,7 @@ TEST(Languages, EveryLanguageIsComplete) {
     }
 }
 
-TEST(Languages, LinesThatMeanNothingAreSkipped) {
+TEST(Languages, InvalidLinesAreSkipped) {
     const LanguageFile file(
         "Name = X \r\nStray=1\r\n[A B]\r\n; no\r\nk=1\\n2\\|3|\\\\4\\5\r\nno equals\r\n=no key\r\n[open\r\nK=again\r\n"
         "e=\r\n[\r\n[C]\r\nu=a=b",
@@ -96,4 +96,14 @@ TEST_F(HostTest, ALanguageIsSwitchedAndFallsBackToEnglish) {
     for (const int part : {-1, 1}) EXPECT_EQ(service->GetValuePart(MakeString("A\\x").Get(), part, text.Put()), E_FAIL);
     EXPECT_EQ(service->GetValue(MakeString("A\\z").Get(), text.Put()), E_FAIL);
     EXPECT_FALSE(text);
+}
+
+TEST_F(HostTest, TheChosenLanguageIsTheNextStartsUnlessThatAsksForAnother) {
+    EXPECT_FALSE(Host.ChooseLanguage("Klingon"));
+    EXPECT_TRUE(Host.ChooseLanguage("german"));
+    EXPECT_NO_THROW(Host.UnloadPlugins());
+    HostOptions options = Options(Profile);
+    EXPECT_EQ(vexa::host::Host(options).Language().Language(), "English");
+    options.Language.clear();
+    EXPECT_EQ(vexa::host::Host(options).Language().Language(), "German");
 }

@@ -1,4 +1,4 @@
-// The library's commands of a host without a window.
+// The commands about the library, menus and playlists of a host without a window.
 
 #include "Commands.h"
 #include "EpisodeStorage.h"
@@ -27,11 +27,11 @@ protected:
     LibraryCommands() {
         Storage->OffersSubscriptions = true;
         const Ref<IVEXAMLDataProvider> extension(Storage);
-        Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+        Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
     }
 
-    /// The answer to a line: the member `key` of it, or the error.
-    std::string Say(const QString& line, const QString& key) {
+    /// The member `key` of the answer to a line, or the error.
+    std::string AnswerTo(const QString& line, const QString& key) {
         QStringList words = SplitLine(line);
         const Command* command = FindCommand(words.takeFirst());
         if (!command) return "no such command";
@@ -49,7 +49,7 @@ protected:
 
 }  // namespace
 
-TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
+TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
     struct {
         const char *Line, *Key, *Answer;
     } const cases[] = {
@@ -75,37 +75,38 @@ TEST_F(LibraryCommands, RowsAreAskedForAsTheOptionsSay) {
         {"find episode://e1", "node", R"([{"field":"Node","value":"shows"},{"field":"Node","value":"show A"}])"},
         {"find episode://e9", "node", "episode://e9 is not in the library"},
     };
-    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
-    EXPECT_EQ(Say("rows --where ID in e1|e2", ""), "the storage could not read its rows (0x80004005)");  // no arrays
+    for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
+    EXPECT_EQ(AnswerTo("rows --where ID in e1|e2", ""),
+              "the storage could not read its rows (0x80004005)");  // no arrays
 }
 
-TEST_F(LibraryCommands, TasksAndSubscriptionsAreWaitedForAndTold) {
+TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
     const Ref<IVEXAString> caption = MakeString("Refreshing");
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
-    EXPECT_EQ(Say("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
-    EXPECT_EQ(Say("tasks", "downloads"), "[]");
-    EXPECT_EQ(Say("tasks", "refresh"),
+    EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
+    EXPECT_EQ(AnswerTo("tasks", "downloads"), "[]");
+    EXPECT_EQ(AnswerTo("tasks", "refresh"),
               R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
               R"("refused":false}])");
-    EXPECT_EQ(Say("cancel 2", ""), "the task 2 cannot be cancelled");
-    EXPECT_EQ(Say("cancel 1", ""), "there is no task 1: tasks lists them");
-    EXPECT_EQ(Say("subscribe http://a no http://known", "results"),
+    EXPECT_EQ(AnswerTo("cancel 2", ""), "the task 2 cannot be cancelled");
+    EXPECT_EQ(AnswerTo("cancel 1", ""), "there is no task 1: tasks lists them");
+    EXPECT_EQ(AnswerTo("subscribe http://a no http://known", "results"),
               R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
               R"({"address":"no","code":"0x80070057","text":"said"},)"
               R"({"address":"http://known","code":"0x80004004","text":"said"}])");
-    EXPECT_EQ(Say("subscribe http://several", "results"),
+    EXPECT_EQ(AnswerTo("subscribe http://several", "results"),
               R"([{"address":"http://several","choices":[{"address":"http://x","title":"X"},)"
               R"({"address":"http://y","title":""}]}])");
-    EXPECT_EQ(Say("import empty.opml", "results"), "[]");
-    EXPECT_EQ(Say("import none.opml", "results"), "no such file");
-    EXPECT_EQ(Say("export out.opml", ""), "out.opml cannot be written");
+    EXPECT_EQ(AnswerTo("import empty.opml", "results"), "[]");
+    EXPECT_EQ(AnswerTo("import none.opml", "results"), "no such file");
+    EXPECT_EQ(AnswerTo("export out.opml", ""), "out.opml cannot be written");
     Storage->OffersSubscriptions = false;
-    EXPECT_EQ(Say("subscribe http://a", ""), "the storage is none of subscriptions");
+    EXPECT_EQ(AnswerTo("subscribe http://a", ""), "the storage is none of subscriptions");
 }
 
-TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
-    // A submenu whose entries are the selected files, made when it is about to show.
-    const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.TheCore());
+TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
+    // A submenu whose entries, the selected files, are made just before it is shown.
+    const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     QStringList done;
     const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {
         const Ref<IVEXAMenuItem> item(new MenuItem);
@@ -113,7 +114,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
         item->SetValueAsObject(event, Ref<Event>(new Event(std::move(act))).Get());
-        Host.TheCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
+        Host.PluginCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
         return item;
     };
     Ref<IVEXAMenuItem> menu;
@@ -150,17 +151,17 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsAreDriven) {
         {"playlist remove Q", "", ""},
         {"playlists", "playlists", R"([{"active":true,"name":"P","smart":false}])"},
     };
-    for (const auto& c : cases) EXPECT_EQ(Say(c.Line, c.Key), c.Answer) << c.Line;
+    for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
     EXPECT_EQ(done, QStringList{"b"});
 }
 
-TEST_F(LibraryCommands, AnAddressIsCalledWhatItsFileSystemSays) {
+TEST_F(LibraryCommands, AnAddressIsResolvedToItsPresentOne) {
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
-    Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
     moving->Move("episode://a", "episode://b");
-    EXPECT_EQ(Say("present episode://a", "present"), "\"episode://b\"");
-    EXPECT_EQ(Say("present episode://a", "moves"), "1");
-    EXPECT_EQ(Say("present episode://z", "present"), "nothing is known of episode://z");
-    EXPECT_EQ(Say("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
+    EXPECT_EQ(AnswerTo("present episode://a", "present"), "\"episode://b\"");
+    EXPECT_EQ(AnswerTo("present episode://a", "moves"), "1");
+    EXPECT_EQ(AnswerTo("present episode://z", "present"), "nothing is known of episode://z");
+    EXPECT_EQ(AnswerTo("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
 }

@@ -11,23 +11,11 @@ namespace {
 template <class Interface>
 Ref<Interface> Make(Host& host) {
     Ref<Interface> made;
-    EXPECT_EQ(host.TheCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
+    EXPECT_EQ(host.PluginCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
     return made;
 }
 
-Variant Value(const PropertyValue& value) {
-    Variant variant;
-    ToVariant(value, variant);
-    return variant;
-}
-
-QString Text(IVEXAPropertyList* object, std::int32_t id) {
-    Ref<IVEXAString> text;
-    object->GetValueAsObject(id, IVEXAString::IID, text.PutVoid());
-    return ToQString(text.Get());
-}
-
-/// A filter in words, read as a storage reads it.
+/// A filter as text, read as a storage reads it.
 QString Words(IVEXAMLGroupFilter* group) {
     std::int32_t operation = -1;
     group->GetValueAsInt32(IVEXAMLGroupFilter::Operation, &operation);
@@ -39,19 +27,16 @@ QString Words(IVEXAMLGroupFilter* group) {
         if (group->GetChild(i, IVEXAMLGroupFilter::IID, nested.PutVoid()) == S_OK) {
             words += Words(nested.Get());
         } else if (group->GetChild(i, IVEXAMLFieldFilter::IID, field.PutVoid()) == S_OK) {
-            words += QStringList{Text(field.Get(), 1), Text(field.Get(), 2), Text(field.Get(), 3), Text(field.Get(), 4)}
+            words += QStringList{TextOf(field.Get(), 1), TextOf(field.Get(), 2), TextOf(field.Get(), 3),
+                                 TextOf(field.Get(), 4)}
                          .join(u' ');
         } else if (group->GetChild(i, IVEXAMLArrayFieldFilter::IID, array.PutVoid()) == S_OK) {
             std::int32_t count = 0;
             array->GetData(nullptr, &count);
             std::vector<Variant> values(static_cast<std::size_t>(count));
             array->GetData(values.data(), &count);
-            QStringList texts{Text(array.Get(), 1), "in"};
-            for (const Variant& value : values) {
-                QString text;
-                Convert(FromVariant(value), text);
-                texts += text;
-            }
+            QStringList texts{TextOf(array.Get(), 1), "in"};
+            for (const Variant& value : values) texts += ToText(FromVariant(value));
             words += texts.join(u' ');
         }
     }
@@ -65,7 +50,7 @@ using LibraryFilters = HostTest;
 TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     const auto filter = Make<IVEXAMLDataFilter>(Host);
     const Ref<IVEXAString> name = MakeString("State");
-    const Variant one = Value(std::int32_t{1}), real = Value(2.5), text = Value(u"it's"_s);
+    const Variant one = ToVariant(std::int32_t{1}), real = ToVariant(2.5), text = ToVariant(u"it's"_s);
     ASSERT_EQ(filter->Add(name.Get(), &one, nullptr, IVEXAMLFieldFilter::Equals, nullptr), S_OK);
     Ref<IVEXAMLGroupFilter> group, inner;
     ASSERT_EQ(filter->AddGroup(group.Put()), S_OK);
@@ -82,7 +67,7 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     EXPECT_EQ(group->Delete(2), E_INVALIDARG);
     EXPECT_EQ(group->Delete(-1), E_INVALIDARG);
     EXPECT_EQ(group->Delete(0), S_OK);
-    EXPECT_EQ(Text(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // who holds it may still read it
+    EXPECT_EQ(TextOf(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // a reference to it stays valid
     EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(0(State in 1 it's)))");
     Ref<IVEXAMLFieldFilter> child;
     EXPECT_EQ(filter->GetChild(1, IVEXAMLFieldFilter::IID, child.PutVoid()), E_NOINTERFACE);
@@ -93,10 +78,10 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     EXPECT_EQ(filter->GetChildCount(), 0);
 }
 
-TEST_F(LibraryFilters, AnArrayGivesItsCountThenAsManyValuesAsThereIsRoomFor) {
+TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
     const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
     std::vector<Variant> values;
-    for (std::int32_t i = 0; i < 3; ++i) values.push_back(Value(i));
+    for (std::int32_t i = 0; i < 3; ++i) values.push_back(ToVariant(i));
     ASSERT_EQ(array->SetData(values.data(), 3), S_OK);
     const std::pair<std::int32_t, std::int32_t> rooms[] = {{5, 3}, {3, 3}, {2, 2}, {0, 0}, {-1, 0}};
     for (const auto& [room, filled] : rooms) {
@@ -125,7 +110,7 @@ TEST_F(LibraryFilters, ARequestHasItsOrderItsRangeAndItsSearchText) {
     EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, order.Get()), S_OK);
     EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, MakeString("Title").Get()), E_INVALIDARG);
     EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, MakeString("news").Get()), S_OK);
-    EXPECT_EQ(Text(filter.Get(), IVEXAMLDataFilter::SearchText), "news");
+    EXPECT_EQ(TextOf(filter.Get(), IVEXAMLDataFilter::SearchText), "news");
 
     Ref<IVEXAObjectList> read;
     ASSERT_EQ(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, read.PutVoid()), S_OK);
@@ -141,17 +126,17 @@ TEST_F(LibraryFilters, ARequestHasItsOrderItsRangeAndItsSearchText) {
     EXPECT_EQ(filter->AddArray(field.Get(), nullptr, 0, nullptr), S_OK);
     EXPECT_EQ(filter->Reset(), S_OK);
     EXPECT_EQ(filter->GetChildCount(), 0);
-    EXPECT_EQ(Text(filter.Get(), IVEXAMLDataFilter::SearchText), "");
+    EXPECT_EQ(TextOf(filter.Get(), IVEXAMLDataFilter::SearchText), "");
     EXPECT_EQ(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, read.PutVoid()),
               E_INVALIDARG);
 }
 
-TEST_F(LibraryFilters, AFieldKeepsWhatItIsGiven) {
+TEST_F(LibraryFilters, AFieldKeepsItsProperties) {
     const auto field = Make<IVEXAMLDataField>(Host);
     EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::Name, MakeString("State").Get()), S_OK);
     EXPECT_EQ(field->SetValueAsInt32(IVEXAMLDataField::Type, IVEXAMLDataField::Text), S_OK);
     EXPECT_EQ(field->SetValueAsObject(IVEXAMLDataField::DisplayValue, MakeString("no object").Get()), E_INVALIDARG);
     EXPECT_EQ(field->SetValueAsInt32(99, 1), E_NOTIMPL);
-    EXPECT_EQ(Text(field.Get(), IVEXAMLDataField::Name), "State");
-    EXPECT_EQ(Text(field.Get(), IVEXAMLDataField::Type), "4");
+    EXPECT_EQ(TextOf(field.Get(), IVEXAMLDataField::Name), "State");
+    EXPECT_EQ(TextOf(field.Get(), IVEXAMLDataField::Type), "4");
 }

@@ -1,4 +1,4 @@
-// Menus, as a plug-in fills them and as a window shows them.
+// Menus, filled as by a plug-in, and shown as by a window.
 
 #include "HostFixture.h"
 #include "Images.h"
@@ -33,18 +33,18 @@ protected:
         EXPECT_EQ(Service()->GetBuiltIn(number, menu.Put()), S_OK);
         return menu;
     }
-    Ref<IVEXAServiceMenuManager> Service() { return Query<IVEXAServiceMenuManager>(&Host.TheCore()); }
+    Ref<IVEXAServiceMenuManager> Service() { return Query<IVEXAServiceMenuManager>(&Host.PluginCore()); }
 
-    /// An item as a plug-in makes it, before it is registered.
+    /// Makes an item as a plug-in does, without registering it.
     Item Make(const QString& id, const Item& parent) {
         Item item;
-        EXPECT_EQ(Host.TheCore().CreateObject(IVEXAMenuItem::IID, item.PutVoid()), S_OK);
+        EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAMenuItem::IID, item.PutVoid()), S_OK);
         if (!id.isEmpty()) item->SetValueAsObject(IVEXAMenuItem::ID, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
         return item;
     }
     HResult Register(const Item& item) {
-        return Host.TheCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
+        return Host.PluginCore().RegisterExtension(IVEXAServiceMenuManager::IID, item.Get());
     }
     Item Add(const QString& id, const Item& parent, std::function<void()> act = {}) {
         const Item item = Make(id, parent);
@@ -58,7 +58,7 @@ protected:
     static void SetCaption(const Item& item, const QString& caption) {
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(caption).Get());
     }
-    /// A submenu that makes its three entries whenever it shows.
+    /// Adds a submenu that makes its three entries whenever it is shown.
     Item AddMarkAs(const Item& menu) {
         const Item item = Add("Mark", menu);
         On(item, IVEXAMenuItem::OnShow, [this, raw = item.Get()] {
@@ -76,7 +76,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Menus, ItemsStandWhereTheyWereRegistered) {
+TEST_F(Menus, ItemsAppearWhereTheyWereRegistered) {
     const Item tree = MenuOf(80);
     Item item;
     EXPECT_EQ(Service()->GetBuiltIn(33, item.Put()), E_INVALIDARG);
@@ -102,7 +102,7 @@ TEST_F(Menus, ItemsStandWhereTheyWereRegistered) {
     On(a, IVEXAMenuItem::Event, [this] { Done += "a"; });
     Host.UnloadPlugins();
     EXPECT_TRUE(Host.Menus().Children(*tree).empty());
-    EXPECT_EQ(Host.Menus().Trigger(*a), E_NOTIMPL);  // nothing of a plug-in runs once it has ended
+    EXPECT_EQ(Host.Menus().Trigger(*a), E_NOTIMPL);  // after unloading nothing of the plug-in may run
     EXPECT_EQ(a->DeleteChildren(), S_OK);
 }
 
@@ -114,7 +114,7 @@ TEST_F(Menus, OnShowReachesHiddenItemsSubmenusAndCircles) {
         On(item, IVEXAMenuItem::OnShow, [this, text = name] { Done += text; });
     Host.Menus().PrepareToShow(*menu, 144);
     EXPECT_EQ(Done, QStringList({"hidden", "inner"}));
-    EXPECT_EQ(Query<IVEXADPIAware>(other.Get())->GetDPI(), 144);  // whose glyph another menu's event may set
+    EXPECT_EQ(Query<IVEXADPIAware>(other.Get())->GetDPI(), 144);  // an event of another menu may set its glyph
 
     const Item one = Add("one", nullptr), two = Add("two", one);
     one->SetValueAsObject(IVEXAMenuItem::Parent, two.Get());
@@ -124,7 +124,7 @@ TEST_F(Menus, OnShowReachesHiddenItemsSubmenusAndCircles) {
     two->SetValueAsObject(IVEXAMenuItem::Parent, nullptr);
 }
 
-TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
+TEST_F(Menus, AShortcutActsOnThePresentSelection) {
     const Item menu = MenuOf(71);
     QString selected, collected;
     const Item mark = Add("mark", menu, [&] { Done += collected; });
@@ -150,30 +150,30 @@ TEST_F(Menus, AShortcutActsOnWhatIsSelectedNow) {
 
     const Item below = Add("below", mark, [&] { Done += "below"; });
     selected = "refused";
-    EXPECT_EQ(Host.Menus().Run(*below), E_ABORT);  // as its menu cannot be opened
+    EXPECT_EQ(Host.Menus().Run(*below), E_ABORT);  // its parent is disabled
 }
 
-TEST_F(Menus, EntriesThatAreMadeAnewReplaceTheOldOnes) {
+TEST_F(Menus, NewlyMadeEntriesReplaceTheOldOnes) {
     const Item menu = MenuOf(32), mark = AddMarkAs(menu);
     const int before = Event::Alive;
     for (int i = 0; i < 3; ++i) {
         Host.Menus().PrepareToShow(*menu);
         EXPECT_EQ(Host.Menus().Children(*mark).size(), 3u);
     }
-    EXPECT_EQ(Event::Alive, before + 3);  // nobody holds those of the last times
+    EXPECT_EQ(Event::Alive, before + 3);  // the earlier entries were released
 
     QMenu* shown = BuildMenu(Host.Menus(), *menu, nullptr);
     for (int i = 0; i < 2; ++i) Q_EMIT shown->aboutToShow();
     ASSERT_EQ(shown->actions().size(), 1);
     const QList<QAction*> entries = shown->actions()[0]->menu()->actions();
     ASSERT_EQ(entries.size(), 3);
-    Host.Menus().PrepareToShow(*menu);  // something else, meanwhile: what was shown is what is chosen
+    Host.Menus().PrepareToShow(*menu);  // makes new entries; the shown ones must still work
     entries[1]->trigger();
     EXPECT_EQ(Done, QStringList{"1"});
     delete shown;
 }
 
-TEST_F(Menus, CaptionsAreShownAsTheyAre) {
+TEST_F(Menus, CaptionsAreShownLiterally) {
     const Item menu = MenuOf(51);
     const QString captions[] = {"A & B", "<b>bold</b>", "a\tb\nc", QString(5000, u'x'), "hidden"};
     for (const QString& caption : captions) SetCaption(Add({}, menu, [] {}), caption);

@@ -1,5 +1,5 @@
 #pragma once
-// A file system of the scheme "episode", whose files get other addresses when a test says so, and all play the same.
+// A file system of the scheme "episode" whose files get new addresses when a test says so; all of them play one source.
 
 #include "ObjectList.h"
 #include "PropertyList.h"
@@ -20,30 +20,30 @@ class MovingFiles final : public host::PropertyList<IVEXAExtensionFileSystem, IV
 public:
     MovingFiles() { Set(Scheme, QStringLiteral("episode")); }
 
-    /// A move that is not counted is found by those who ask only.
+    /// Without `isCounted` the count of moves does not change, so that only those who ask about the address find it.
     void Move(const QString& before, const QString& present, bool isCounted = true) {
         const std::lock_guard lock(FMutex);
         FMoves.insert(before, present);
         if (isCounted) ++FCount;
     }
-    /// What cannot be looked up now.
+    /// Whether all questions fail from now on.
     void Fail(bool fails) {
         const std::lock_guard lock(FMutex);
         FFails = fails;
     }
-    /// What was asked since the last time.
+    /// The addresses that were asked about since the last call.
     QStringList TakeAsked() {
         const std::lock_guard lock(FMutex);
         return std::exchange(FAsked, {});
     }
 
-    /// The count of moves that was named with the last question.
+    /// The count of moves that was passed with the last question.
     std::int64_t AskedSince() {
         const std::lock_guard lock(FMutex);
         return FAskedSince;
     }
 
-    QString Source;  // what the addresses play
+    QString Source;  // the source that all addresses resolve to
 
     void ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept override {
         if (!host::ToQString(address).startsWith(u"episode://")) return;
@@ -79,7 +79,7 @@ public:
 
 private:
     std::mutex FMutex;
-    // All guarded by FMutex.
+    // The members below are guarded by FMutex.
     QHash<QString, QString> FMoves;
     std::int64_t FCount = 0;
     bool FFails = false;

@@ -1,4 +1,4 @@
-// The plain objects that cross between host and plug-ins.
+// The plain objects that host and plug-ins exchange.
 
 #include "FileInfo.h"
 #include "HostFixture.h"
@@ -41,7 +41,7 @@ QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
     };
     put(16, width);
     put(20, height);
-    std::uint32_t crc = 0xFFFFFFFFu;  // of the chunk's type and data (RFC 2083, appendix)
+    std::uint32_t crc = 0xFFFFFFFFu;  // over the chunk's type and data (RFC 2083, appendix)
     for (qsizetype i = 12; i < 29; ++i) {
         crc ^= static_cast<std::uint8_t>(bytes[i]);
         for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1u) ? 0xEDB88320u : 0u);
@@ -52,7 +52,7 @@ QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
 
 }  // namespace
 
-TEST(Objects, APropertyIsConvertedWhereNothingIsLost) {
+TEST(Objects, APropertyIsConvertedIfNothingIsLost) {
     constexpr auto kBig = (std::int64_t{1} << 53) + 1;
     const auto none = std::nullopt;
     const Conversion cases[] = {
@@ -70,20 +70,15 @@ TEST(Objects, APropertyIsConvertedWhereNothingIsLost) {
     };
     for (const Conversion& c : cases) {
         SCOPED_TRACE(c.What);
-        const auto converted = [&c](auto number) -> std::optional<decltype(number)> {
-            return Convert(c.Stored, number) ? std::optional(number) : std::nullopt;
-        };
-        EXPECT_EQ(converted(std::int32_t{}), c.AsInt32);
-        EXPECT_EQ(converted(std::int64_t{}), c.AsInt64);
-        const auto real = converted(double{});
+        EXPECT_EQ(Converted<std::int32_t>(c.Stored), c.AsInt32);
+        EXPECT_EQ(Converted<std::int64_t>(c.Stored), c.AsInt64);
+        const auto real = Converted<double>(c.Stored);
         EXPECT_TRUE(real == c.AsFloat || (real && std::isnan(*real)));
-        QString text;
-        EXPECT_TRUE(Convert(c.Stored, text));
-        EXPECT_EQ(text, c.AsText);
+        EXPECT_EQ(Converted<QString>(c.Stored), c.AsText);
     }
 }
 
-TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
+TEST(Objects, AMissingOrUnknownPropertyIsReported) {
     const Ref<FileInfo> info(new FileInfo);
     std::int32_t number = 5;
     Ref<IVEXAString> text;
@@ -100,7 +95,7 @@ TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
 
     const Ref<IVEXAString> title = MakeString("a");
     EXPECT_EQ(info->SetValueAsObject(kProperty, title.Get()), S_OK);
-    title->SetChars(u"b", 1);  // the text was read when it was given
+    title->SetChars(u"b", 1);  // changes nothing: the property has a copy of the text
     Variant value;
     EXPECT_EQ(Query<IVEXAPropertyList2>(info.Get())->GetValueAsVariant(kProperty, &value), S_OK);
     EXPECT_EQ(ToQString(value.Text.Get()), "a");
@@ -108,7 +103,7 @@ TEST(Objects, APropertyThatIsMissingOrNobodysSaysSo) {
     EXPECT_EQ(info->GetValueAsInt32(kProperty, &number), E_NOTIMPL);
 }
 
-TEST(Objects, ATextThatIsRewrittenMeanwhileIsReadWhole) {
+TEST(Objects, ATextIsReadWholeWhileAnotherThreadWritesIt) {
     const Ref<IVEXAString> text = MakeString("a");
     std::atomic<bool> done = false;
     std::thread writer([&] {
@@ -129,7 +124,7 @@ TEST(Objects, ATextThatIsRewrittenMeanwhileIsReadWhole) {
     EXPECT_EQ(text->SetChars(nullptr, 1), E_POINTER);
 }
 
-TEST(Objects, AListKeepsOrderAndRefusesWhatIsOutOfRange) {
+TEST(Objects, AListKeepsItsOrderAndRefusesIndexesOutOfRange) {
     const Ref<ObjectList> list(new ObjectList);
     list->Add(MakeString("b").Get());
     list->Insert(0, MakeString("a").Get());
@@ -147,7 +142,7 @@ TEST(Objects, AListKeepsOrderAndRefusesWhatIsOutOfRange) {
     EXPECT_EQ(list->GetCount(), 2);
 }
 
-TEST(Objects, AStreamRefusesNonsenseAndStaysAsItWas) {
+TEST(Objects, AStreamRefusesInvalidRequestsAndStaysUnchanged) {
     const Ref<MemoryStream> stream(new MemoryStream);
     std::uint32_t written = 1;
     EXPECT_EQ(stream->GetData(), nullptr);
@@ -171,7 +166,7 @@ TEST(Objects, AStreamRefusesNonsenseAndStaysAsItWas) {
     EXPECT_EQ(std::string(static_cast<char*>(stream->GetData()), 9), std::string("abcdef\0\0i", 9));
 }
 
-TEST(Objects, ReplacingTheRestOfAStreamAllOrNothing) {
+TEST(Objects, TheRestOfAStreamIsReplacedCompletelyOrNotAtAll) {
     const Ref<MemoryStream> stream(new MemoryStream);
     stream->Write("abcdef", 6, nullptr);
     stream->Seek(2, IVEXAStream::FromBeginning);
@@ -188,7 +183,7 @@ TEST(Objects, ReplacingTheRestOfAStreamAllOrNothing) {
     EXPECT_EQ(stream->GetSize(), 1);
 }
 
-TEST(Objects, APictureIsReadWithinTheBoundsOnly) {
+TEST(Objects, APictureBeyondTheBoundsIsRefused) {
     const QByteArray good = PngHeader(1, 1);
     QByteArray padded = good;
     padded.resize(qsizetype{33} << 20, '\0');
@@ -230,9 +225,9 @@ TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
     for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
                             IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID}) {
         Ref<IUnknown> object;
-        EXPECT_EQ(Host.TheCore().CreateObject(iid, object.PutVoid()), S_OK);
+        EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
         EXPECT_TRUE(object);
     }
     Ref<IUnknown> object;
-    EXPECT_EQ(Host.TheCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
+    EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
 }

@@ -1,4 +1,4 @@
-// The options dialog over pages as a plug-in brings them.
+// The options dialog with pages such as a plug-in registers.
 
 #include "HostFixture.h"
 #include "OptionsDialog.h"
@@ -16,7 +16,7 @@ using namespace vexa::host;
 
 namespace {
 
-/// Two line edits, "first" and "last".
+/// A page with two line edits, "first" and "last".
 class Page : public RefCountedObject<IVEXAOptionsDialogFrame> {
 public:
     Page(Host& host, const QString& caption) : FHost(host), FCaption(caption) {}
@@ -57,7 +57,7 @@ private:
     const QString FCaption;
 };
 
-/// Goes through its controls itself, backwards in this case, to tell it from the toolkit's way.
+/// Moves the focus through its controls itself, in reverse order to distinguish it from the toolkit.
 class KeyboardPage final : public Page, public IVEXAOptionsDialogFrameKeyboardHelper2 {
 public:
     using Page::Page;
@@ -93,7 +93,7 @@ private:
 class Options : public HostTest {
 protected:
     void Register(const Ref<Page>& page) {
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, page.Get()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, page.Get()), S_OK);
     }
     QPushButton* Button(QDialogButtonBox::StandardButton button) {
         return Window.Dialog()->findChild<QDialogButtonBox*>()->button(button);
@@ -102,7 +102,7 @@ protected:
         QKeyEvent press(QEvent::KeyPress, key, modifiers);
         QApplication::sendEvent(QApplication::focusWidget(), &press);
     }
-    /// Where the focus is: an object's name, or a button's text.
+    /// The control that has the focus: a button's text, or else the object's name.
     static QString Focused() {
         const QWidget* focused = QApplication::focusWidget();
         const auto* button = qobject_cast<const QPushButton*>(focused);
@@ -115,7 +115,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Options, APageLivesWhileTheDialogShows) {
+TEST_F(Options, APageExistsWhileTheDialogIsOpen) {
     Register(First);
     Register(Second);
     EXPECT_EQ(Host.Options().FrameShow(First.Get(), kFalse), E_FAIL);
@@ -126,7 +126,7 @@ TEST_F(Options, APageLivesWhileTheDialogShows) {
     EXPECT_TRUE(First->Log.isEmpty());
     EXPECT_EQ(Second->Log, QStringList({"create", "1", "2"}));
     QPushButton* apply = Button(QDialogButtonBox::Apply);
-    EXPECT_FALSE(apply->isEnabled());  // loading is no change of the user's
+    EXPECT_FALSE(apply->isEnabled());  // loading is not a change by the user
     const auto* list = Window.Dialog()->findChild<QListWidget*>();
     EXPECT_EQ(list->item(1)->text(), "two English");
     EXPECT_TRUE(Second->Form->isVisible());
@@ -153,13 +153,13 @@ TEST_F(Options, APageLivesWhileTheDialogShows) {
     EXPECT_EQ(First->Log, QStringList({"create", "1", "2", "destroy"}));
 }
 
-TEST_F(Options, APageThatFailsOrGoesLeavesTheOthers) {
+TEST_F(Options, APageThatFailsOrIsRemovedDoesNotAffectTheOthers) {
     First->Fails = true;
     Register(First);
     Host.Options().FrameShow(nullptr, kTrue);
     Button(QDialogButtonBox::Reset)->click();
     Window.Dialog()->Apply();
-    EXPECT_EQ(First->Log, QStringList{"create"});  // no window, no notifications
+    EXPECT_EQ(First->Log, QStringList{"create"});  // a page without a window gets no notifications
     Button(QDialogButtonBox::Cancel)->click();
 
     Register(Second);
@@ -170,13 +170,13 @@ TEST_F(Options, APageThatFailsOrGoesLeavesTheOthers) {
     EXPECT_EQ(Window.Dialog()->findChild<QListWidget*>()->count(), 0);
 }
 
-TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
+TEST_F(Options, TheKeyboardMovesTheFocusThroughThePageAndOutOfIt) {
     const Ref<KeyboardPage> own(new KeyboardPage(Host, "own "));
     Register(First);
     Register(Ref<Page>(own.Get()));
     struct {
         Page* Shown;
-        QStringList Way;
+        QStringList FocusOrder;
     } const cases[] = {
         {First.Get(), {"Pages", "first", "last", "Reset"}},
         {own.Get(), {"Pages", "last", "first", "Reset"}},
@@ -195,17 +195,17 @@ TEST_F(Options, TheKeyboardGoesThroughThePageAndOutOfIt) {
             Press(Qt::Key_Backtab, Qt::ShiftModifier);
             back.prepend(Focused());
         }
-        EXPECT_EQ(back, c.Way.first(3));
+        EXPECT_EQ(back, c.FocusOrder.first(3));
         QStringList forth;
         for (int i = 0; i < 2; ++i) {
             Press(Qt::Key_Tab);
             forth += Focused();
         }
-        EXPECT_EQ(forth, c.Way.mid(1, 2));
+        EXPECT_EQ(forth, c.FocusOrder.mid(1, 2));
     }
     Press(Qt::Key_Escape);
     EXPECT_EQ(own->Log.last(), "key 27");
-    EXPECT_TRUE(Window.Dialog());  // the page took it
+    EXPECT_TRUE(Window.Dialog());  // the page has handled the key
     Host.Options().FrameShow(First.Get(), kTrue);
     First->Edit("last")->setFocus();
     Press(Qt::Key_Escape);

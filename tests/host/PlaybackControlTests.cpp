@@ -1,4 +1,4 @@
-// What controls playing and shows it: the desktop over its bus, the bar, the menu, the list of what is listened to.
+// The controls of playback: the desktop over the session bus, the bar, the menu, and the listening list.
 
 #include "ListeningModel.h"
 #include "MovingFiles.h"
@@ -28,7 +28,7 @@ using tests::WaitUntil;
 
 namespace {
 
-/// A remote control, on a connection of its own.
+/// A desktop's media control, on a bus connection of its own.
 class Remote : public QObject {
     Q_OBJECT
 public:
@@ -113,6 +113,8 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     ASSERT_TRUE(WaitFor(State::Playing));
     for (const QString& language : Host.Language().Languages()) {
         Host.Language().Switch(language);
+        QEvent changed(QEvent::LanguageChange);  // as the window tells it
+        QCoreApplication::sendEvent(&bar, &changed);
         QSet<QString> names;
         const auto controls = bar.findChildren<QWidget*>();
         int focusable = 0;
@@ -132,7 +134,7 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     EXPECT_TRUE(WaitFor(State::Paused));
 }
 
-TEST_F(PlaybackTest, WhatChangesInThePlaylistThatPlaysChangesWhatIsNext) {
+TEST_F(PlaybackTest, ChangesOfThePlayingPlaylistChangeWhatIsNext) {
     const PlaylistOrder order(*Player, Host.Playlists());
     PlaybackBar bar(*Player, Host);
     Mpris mpris(*Player);
@@ -150,17 +152,17 @@ TEST_F(PlaybackTest, WhatChangesInThePlaylistThatPlaysChangesWhatIsNext) {
     ASSERT_TRUE(WaitFor(State::Playing));
     ASSERT_TRUE(isNext(false));
     list->Add({b});
-    EXPECT_TRUE(isNext(true)) << "an entry was added after what plays";
+    EXPECT_TRUE(isNext(true)) << "an entry was added after the current one";
     list->Remove({1});
-    EXPECT_TRUE(isNext(false)) << "the entry after what plays was removed";
+    EXPECT_TRUE(isNext(false)) << "the entry after the current one was removed";
     other->Add({a, b});
     Host.Playlists().Activate(other.Get());
-    EXPECT_TRUE(isNext(true)) << "in the playlist that shows now something comes after it";
+    EXPECT_TRUE(isNext(true)) << "another entry follows it in the playlist that is active now";
 
     QSignalSpy changes(&*Player, &Playback::UpNextChanged);
     other->Select({0, 1});
     list->Add({b});
-    EXPECT_EQ(changes.count(), 0) << "what plays has the same neighbours";
+    EXPECT_EQ(changes.count(), 0) << "the current file has the same neighbours";
 }
 
 TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
@@ -180,7 +182,7 @@ TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
     ASSERT_TRUE(WaitUntil([&] { return Player->Position() < 30; }));
 }
 
-TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
+TEST_F(PlaybackTest, NextAndBegunFilesAreListedUnderTheirHeadings) {
     const QString a = Tone(u"a.wav"_s, 60), b = Tone(u"b.wav"_s, 100);
     ListeningModel model(Host, *Player);
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
@@ -206,15 +208,15 @@ TEST_F(PlaybackTest, WhatComesNextAndWhatWasBegunStandUnderTheirHeadings) {
     Player->PlayNext({a, b, a});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"a"_s, u"b"_s, u"a"_s, u"Continue listening"_s, u"b"_s}));
     EXPECT_EQ(shown(kTimeLeftRole)[2], "");
-    // One of two of the same address, and a heading, which is nothing.
+    // Remove one of two entries of the same address; the heading is ignored.
     model.Remove({model.index(3), model.index(0)});
     EXPECT_EQ(Player->UpNext(), QStringList({a, b}));
     model.Remove({model.index(1), model.index(4)});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"b"_s}));
-    EXPECT_EQ(Player->Left().Find(b), nullptr);
+    EXPECT_EQ(Player->SavedPositions().Find(b), nullptr);
 }
 
-/// A plug-in's file information, which may be waited for.
+/// A plug-in's file information, which can be made to block.
 class Titles final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
 public:
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
@@ -225,17 +227,17 @@ public:
     std::atomic<bool> IsHolding{false};
 };
 
-TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
+TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     const QString a = u"episode://a"_s, b = u"episode://b"_s, c = u"episode://c"_s, d = u"episode://d"_s;
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<Titles> titles(new Titles);
     moving->Source = Tone(u"a.wav"_s, 60);
     const Ref<IVEXAExtensionPlayerHook> hook(moving);
     for (const Guid& service : {IVEXAServicePlayer::IID, IVEXAServiceFileSystem::IID})
-        ASSERT_EQ(Host.TheCore().RegisterExtension(service, hook.Get()), S_OK);
-    Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(service, hook.Get()), S_OK);
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
     const auto settle = [this] {
-        Host.Addresses().Start();  // as after a plug-in has come: all that is kept is asked about
+        Host.Addresses().Start();  // as after loading a plug-in: asks about all kept addresses
         return WaitUntil([this] { return !Host.Addresses().IsBusy(); });
     };
     const auto leave = [this](const QString& address, double position) {
@@ -248,7 +250,7 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     };
     const auto begun = [this] {
         QStringList addresses;
-        for (const auto& one : Player->Left().Begun()) addresses += one.Address;
+        for (const auto& one : Player->SavedPositions().Begun()) addresses += one.Address;
         return addresses;
     };
     leave(d, 10);
@@ -262,22 +264,22 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(a, a + u'2');
     ASSERT_TRUE(settle());
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', d, a + u'2', c}));
-    EXPECT_EQ(model.index(1).data().toString(), u"title of " + a);  // no address shows meanwhile
+    EXPECT_EQ(model.index(1).data().toString(), u"title of " + a);  // no address is shown meanwhile
     EXPECT_EQ(resets.count(), 0);
 
-    // Two that become one: where it was heard last counts.
+    // Of two files that become one, the position of the one heard last is kept.
     moving->Move(d, b);
     moving->Move(c, b);
     ASSERT_TRUE(settle());
     EXPECT_EQ(begun(), QStringList{b});
-    EXPECT_GE(Player->Left().Find(b)->Position, 30);
+    EXPECT_GE(Player->SavedPositions().Find(b)->Position, 30);
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', b, a + u'2'}));
 
     Mpris mpris(*Player);
     Remote remote(mpris.ServiceName());
     const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
     titles->IsHolding = true;
-    Player->Play(d);  // by an older address it goes on where it was left by the present one
+    Player->Play(d);  // an older address; the position is stored by the present one
     ASSERT_TRUE(WaitFor(State::Playing));
     EXPECT_GE(Player->Position(), 30);
     EXPECT_EQ(Player->Current().Address, b);
@@ -286,14 +288,14 @@ TEST_F(PlaybackTest, WhatMovesPlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(b, b + u'2');
     ASSERT_TRUE(settle());
     EXPECT_EQ(states.count(), 0);
-    EXPECT_EQ(Player->TheState(), State::Playing);
+    EXPECT_EQ(Player->CurrentState(), State::Playing);
     EXPECT_EQ(Host.Player().FileName(), b + u'2');
     EXPECT_EQ(track()[u"xesam:url"_s].toString(), b + u'2');
     EXPECT_EQ(track()[u"mpris:trackid"_s].value<QDBusObjectPath>(),
               before[u"mpris:trackid"_s].value<QDBusObjectPath>());
-    titles->IsHolding = false;  // what is found out of the older address by now is of the present one
+    titles->IsHolding = false;  // the file must be described again by its present address
     EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == u"title of " + b + u'2'; }));
-    EXPECT_EQ(Player->Save(), "");
+    EXPECT_NO_THROW(Player->Save());
     EXPECT_EQ(begun(), QStringList{b + u'2'});
     EXPECT_FALSE(ReadWhole(Profile.File(u"Positions.json"_s)).contains("episode://b\""));
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Playback over a host with a profile of the test's own, and tones to play.
+// Playback over a host with a profile of its own, and tones to play.
 
 #include "HostFixture.h"
 #include "Playback.h"
@@ -13,7 +13,7 @@
 
 constexpr int kTone = 440;  // Hz
 
-/// A WAV file of one tone, in 16 bits.
+/// A WAV file of one tone with 16 bits per sample.
 inline QByteArray MakeTone(double seconds, int rate = 8000, int channels = 1) {
     const auto frames = static_cast<qsizetype>(seconds * rate);
     const auto size = static_cast<quint32>(frames * channels * 2);
@@ -38,13 +38,18 @@ class PlaybackTest : public HostTest {
 protected:
     using State = host::Playback::State;
 
-    void SetUp() override { Open(); }
-    /// As after a new start of the program.
+    void SetUp() override {
+        Host.Messages().Handle(kMsgPlaybackStarted, [this](std::int32_t, void*) { return ++Started, S_OK; });
+        Open();
+    }
+    /// Makes a new Playback, as a new start of the program does.
     void Open(const QString& sink = u"fakesink sync=true"_s) {
         Player.reset();
         Player.emplace(Host, sink);
         QObject::connect(&*Player, &host::Playback::Failed, [this](const QString& text) { Errors += text; });
         QObject::connect(&*Player, &host::Playback::Warned, [this](const QString& text) { Warnings += text; });
+        QObject::connect(&*Player, &host::Playback::Skipped,
+                         [this](const QString& name, const QString& why) { Skipped += name + u": " + why; });
         QObject::connect(&*Player, &host::Playback::Finished, [this](const QString& one) { Heard += one; });
     }
     QString Tone(const QString& name, double seconds) {
@@ -53,9 +58,10 @@ protected:
         return file;
     }
     bool WaitFor(State state) {
-        return tests::WaitUntil([&] { return Player->TheState() == state; }, std::chrono::seconds(20));
+        return tests::WaitUntil([&] { return Player->CurrentState() == state; }, std::chrono::seconds(20));
     }
 
     std::optional<host::Playback> Player;
-    QStringList Errors, Warnings, Heard;
+    QStringList Errors, Warnings, Heard, Skipped;
+    int Started = 0;  // number of messages that a file plays
 };

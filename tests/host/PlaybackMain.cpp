@@ -1,4 +1,5 @@
-// The main function of the tests of playing, and with three arguments the program that one of them kills.
+// The main function of the playback tests. With "--play" and two more arguments it is the program that one of them
+// kills.
 
 #include "PlaybackFixture.h"
 #include "TestMain.h"

@@ -1,6 +1,6 @@
 #pragma once
-// A storage that knows nothing of podcasts: an internet radio. Its stations are played by their web addresses, and its
-// fields have names of their own.
+// A storage that has nothing to do with podcasts: internet radio. Its stations are played by their web addresses, and
+// its fields have names of their own.
 
 #include "FilterJson.h"
 #include "HostFixture.h"
@@ -17,15 +17,14 @@ struct Station {
     int Kilobits;
 };
 
-/// All stations, and below them those of a genre.
+/// A node of all stations, and below it a node for each genre.
 class RadioTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider> {
 public:
     explicit RadioTree(QStringList genres) : FGenres(std::move(genres)) {}
 
-    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* way) noexcept override {
-        for (const host::TreePair& pair : host::ReadSelection(way)) {
-            Variant value;
-            host::ToVariant(pair.Value, value);
+    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
+        for (const host::TreePair& pair : host::ReadSelection(path)) {
+            const Variant value = host::ToVariant(pair.Value);
             if (pair.Value != host::PropertyValue(QString()))
                 filter->Add(host::MakeString("Genre").Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
         }

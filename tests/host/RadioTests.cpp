@@ -1,4 +1,4 @@
-// The window over a storage of another kind than the podcasts.
+// The window over a storage that has nothing to do with podcasts.
 
 #include "FirstStartPage.h"
 #include "LoopbackServer.h"
@@ -24,15 +24,15 @@ protected:
                                              {"Harbour", "Music", Server.Url("/harbour"), 128},
                                              {"Lighthouse", "Music", Server.Url("/lighthouse"), 192}};
         const Ref<tests::Radio> radio(new tests::Radio(std::move(stations), title));
-        TheWindow.emplace(Host, *Player);
-        TheWindow->show();
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
-        ASSERT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
+        PlayerWindow.emplace(Host, *Player);
+        PlayerWindow->show();
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && IsShown("Harbour"); }));
     }
     template <class Widget>
     Widget* Find(const char* name) {
-        return TheWindow->findChild<Widget*>(QString::fromLatin1(name));
+        return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
     QTableView* View() { return Find<QTableView>("Rows"); }
     QAbstractItemModel* Rows() { return View()->model(); }
@@ -42,28 +42,28 @@ protected:
         return found.isEmpty() ? -1 : found.first().row();
     }
     bool ShowsText(const QString& text) {
-        for (const QLabel* label : TheWindow->findChildren<QLabel*>())
+        for (const QLabel* label : PlayerWindow->findChildren<QLabel*>())
             if (label->isVisible() && label->text() == text) return true;
         return false;
     }
 
     tests::LoopbackServer Server;
-    std::optional<MainWindow> TheWindow;
+    std::optional<MainWindow> PlayerWindow;
 };
 
 }  // namespace
 
 TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     Start(IVEXAMLDataField::Title);
-    EXPECT_FALSE(TheWindow->findChild<FirstStartPage*>()->isVisible());
+    EXPECT_FALSE(PlayerWindow->findChild<FirstStartPage*>()->isVisible());
     EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
-    // The podcasts' words are theirs alone.
+    // The texts about podcasts are not used for other storages.
     EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search");
     EXPECT_TRUE(ShowsText("Entries: 3"));
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));
     for (const char* name : {"Subscribe", "Import", "Export"})
-        EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is nothing that a radio offers";
+        EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is not offered by a radio";
 
     auto* tree = Find<QTreeView>("Tree");
     const QModelIndex stations = tree->model()->index(0, 0);

@@ -22,7 +22,7 @@ using namespace vexa::host;
 
 namespace {
 
-/// Cancels when told, and keeps how it ended.
+/// Cancels when told, and keeps the outcome.
 class Events final : public RefCountedObject<IVEXAHttpClientEvents> {
 public:
     Bool32 IsCancelled() noexcept override { return Cancels ? kTrue : kFalse; }
@@ -36,10 +36,10 @@ public:
     std::atomic<bool> Cancels = false;
     std::atomic<HResult> Result = 1;
     std::atomic<int> Count = 0;
-    QString Message;  // read when Count says so
+    QString Message;  // may be read once Count is not 0
 };
 
-/// Everything that can be an extension: answers for addresses that begin with its name.
+/// An extension of every kind, for addresses that begin with its name.
 class Extension final : public RefCountedObject<IVEXAExtensionAudioDecoderOld, IVEXAExtensionPlayerHook,
                                                 IVEXAExtensionFileInfoProvider, IVEXAExtensionAlbumArtProvider> {
 public:
@@ -91,7 +91,7 @@ protected:
         const Ref<IVEXAExtensionPlayerHook> object(new Extension(name, opens, category, &Asked));
         for (const Guid& service : {IVEXAServiceAudioDecoder::IID, IVEXAServicePlayer::IID, IVEXAServiceFileInfo::IID,
                                     IVEXAServiceAlbumArt::IID})
-            EXPECT_EQ(Host.TheCore().RegisterExtension(service, object.Get()), S_OK);
+            EXPECT_EQ(Host.PluginCore().RegisterExtension(service, object.Get()), S_OK);
     }
     HResult Fetch(const QString& url, std::uint32_t flags, const Ref<Events>& events) {
         return Host.Http().Get(MakeString(url).Get(), flags, Body.Get(), events.Get());
@@ -102,7 +102,7 @@ protected:
     Ref<MemoryStream> Body{new MemoryStream};
 };
 
-/// A second of silence with tags and a picture.
+/// Writes a second of silence with tags and a picture, which is returned.
 QByteArray WriteWave(const QString& fileName) {
     QByteArray bytes(
         "RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0data\x40\x1f\0\0", 44);
@@ -156,7 +156,7 @@ TEST_F(ServiceTest, AFailedTransferLeavesTheStreamAsItWas) {
     EXPECT_EQ(Fetch("", 0, {}), E_INVALIDARG);
 }
 
-TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndByTheHostsEnd) {
+TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndAtTheHostsEnd) {
     Server.Serve("/slow", tests::Response::Of("body", "image/png").With(tests::Fault::Wait, 2));
     for (const bool isHostsEnd : {false, true}) {
         const Ref<Events> events(new Events);
@@ -172,7 +172,7 @@ TEST_F(ServiceTest, ATransferIsCancelledByItsEventsAndByTheHostsEnd) {
     EXPECT_EQ(Body->GetSize(), 0);
 }
 
-TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
+TEST_F(ServiceTest, DecodersAreAskedBeforeHooksAndHooksBeforeTheFileItself) {
     Register("a", E_ABORT, IVEXAExtensionAlbumArtProvider::Internet);
     Register("b", E_NOTIMPL, IVEXAExtensionAlbumArtProvider::Files);
     int started = 0;
@@ -202,11 +202,11 @@ TEST_F(ServiceTest, DecodersDecideBeforeHooksAndHooksBeforeTheFileItself) {
         if (!info) continue;
         Ref<IVEXAString> name;
         info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, name.PutVoid());
-        EXPECT_EQ(ToQString(name.Get()), c.File);  // what a hook makes of it stays inside
+        EXPECT_EQ(ToQString(name.Get()), c.File);  // not the address that a hook has replaced it by
     }
 }
 
-TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
+TEST_F(ServiceTest, PictureProvidersAreAskedInTheOrderOfTheirCategories) {
     Register("net", E_FAIL, IVEXAExtensionAlbumArtProvider::Internet);
     Register("file", E_FAIL, IVEXAExtensionAlbumArtProvider::Files);
     Ref<IVEXAImageContainer> image;
@@ -217,10 +217,10 @@ TEST_F(ServiceTest, PicturesAreAskedForInTheOrderOfTheirCategories) {
     Host.UnloadPlugins();
     Asked.clear();
     Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put());
-    EXPECT_TRUE(Asked.isEmpty());  // an extension is let go of everywhere
+    EXPECT_TRUE(Asked.isEmpty());  // every service has released its extensions
 }
 
-TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
+TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
     Register("a", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
     const QString wave = Profile.File("a b.wav");
     const QByteArray picture = WriteWave(wave);
@@ -256,11 +256,11 @@ TEST_F(ServiceTest, ALocalFileSpeaksForItself) {
             E_FAIL);
 }
 
-TEST_F(ServiceTest, ASchemeIsItsFileSystemsWhateverItsLetterCase) {
+TEST_F(ServiceTest, AFileSystemIsFoundByItsSchemeInAnyLetterCase) {
     const Ref<IVEXAExtensionFileSystem> scheme(new Scheme("Abc"));
-    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
-    EXPECT_EQ(Host.TheCore().RegisterExtension(IVEXAServiceFileSystem::IID,
-                                               Ref<IVEXAExtensionFileSystem>(new Scheme("aBC")).Get()),
+    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
+    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID,
+                                                  Ref<IVEXAExtensionFileSystem>(new Scheme("aBC")).Get()),
               E_INVALIDARG);
     using Command = IVEXAFileSystemCommandOpenFileFolder;
     struct {

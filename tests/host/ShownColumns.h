@@ -1,10 +1,10 @@
 #pragma once
-// What a table shows to the eye.
+// The columns that a user sees in a table.
 
 #include <QHeaderView>
 #include <QTableView>
 
-/// As the eye meets them, from the left. A column that shows a mark in place of its caption is named by that.
+/// The captions of the visible columns from left to right. A column whose header shows a mark has its accessible name.
 inline QStringList ShownColumns(const QTableView& view) {
     QStringList captions;
     const QHeaderView* header = view.horizontalHeader();

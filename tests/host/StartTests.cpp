@@ -1,5 +1,5 @@
-// The window's program from outside: what it is given at its start, and how it ends. Each test starts the built
-// program, whose windows are drawn in memory.
+// The player program from outside: its arguments, and its end. Each test starts the built program, whose windows are
+// drawn in memory.
 
 #include "FileSizeLimit.h"
 #include "TempFolder.h"
@@ -22,7 +22,7 @@ using tests::WaitUntil;
 
 namespace {
 
-constexpr int kLongest = 120000;  // ms; nothing takes that long but a program that hangs
+constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 constexpr auto kPlayer = "org.mpris.MediaPlayer2.vexa";
 
 /// A start of the program.
@@ -35,13 +35,13 @@ public:
         QObject::connect(&Process, &QProcess::readyReadStandardError,
                          [this] { Error += QString::fromUtf8(Process.readAllStandardError()); });
         Process.start(program, words);
-        Process.waitForStarted(kLongest);  // else it counts as starting for as long as nothing waits for it
+        Process.waitForStarted(kLongest);  // without this QProcess goes on reporting that it is starting
     }
     ~Start() {
         Process.kill();
         Process.waitForFinished(kLongest);
     }
-    /// Its exit status; -1 when it crashed or hangs.
+    /// The exit status; -1 when the program crashed or hangs.
     int Finish() {
         if (Process.state() != QProcess::NotRunning && !Process.waitForFinished(kLongest)) return -1;
         return Process.exitStatus() == QProcess::NormalExit ? Process.exitCode() : -1;
@@ -69,7 +69,7 @@ protected:
     }
     static QStringList Names() { return QDBusConnection::sessionBus().interface()->registeredServiceNames(); }
     static qsizetype Windows() { return Names().filter(u"org.vexa_podcasts.Vexa.Profile"_s).size(); }
-    /// Whether it can be controlled: all of it is there then.
+    /// Has the player play a file over the bus. That this works shows that the program has started completely.
     static bool Plays(const QString& file) {
         QDBusMessage call = QDBusMessage::createMethodCall(kPlayer, u"/org/mpris/MediaPlayer2"_s,
                                                            u"org.mpris.MediaPlayer2.Player"_s, u"OpenUri"_s);
@@ -83,7 +83,7 @@ protected:
         const QVariantList answer = QDBusConnection::sessionBus().call(call).arguments();
         return answer.isEmpty() ? 0 : answer[0].value<QDBusVariant>().variant().toLongLong();
     }
-    /// By the command line, which shares the profile.
+    /// Runs the command line on the same profile.
     QString Podcasts(const QStringList& words) {
         QProcess program;
         program.start(PODCASTS, QStringList{"--profile", Home.File("profile")} + words);
@@ -107,7 +107,7 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
         const auto count = [&] { return hasBus ? Windows() : sockets(); };
         Start first(Environment, Words({}, profile));
         ASSERT_TRUE(WaitUntil([&] { return count() == 1; })) << first.Error.toStdString();
-        // By another name of the folder, and a file named from where the second one is.
+        // With another name of the folder, and a file name relative to the second program's working directory.
         Start second(Environment, Words({"tides.xml"}, "./" + profile), Home.Path());
         EXPECT_EQ(second.Finish(), 0) << second.Error.toStdString();
         const QString database = Home.File(profile + "/Podcasts.db-wal");
@@ -117,14 +117,14 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
         EXPECT_TRUE(WaitUntil([&] { return count() == 2; }));
         EXPECT_EQ(first.Terminate(), 0) << first.Error.toStdString();
         EXPECT_EQ(another.Terminate(), 0) << another.Error.toStdString();
-        // Whoever was the first is no more.
+        // The first instance has ended.
         Start next(Environment, Words({}, profile));
         EXPECT_TRUE(WaitUntil([&] { return count() == 1; }));
         EXPECT_EQ(next.Terminate(), 0);
     }
 }
 
-TEST_F(Window, WrongArgumentsAreComplainedAbout) {
+TEST_F(Window, WrongArgumentsAreReported) {
     struct {
         QString Argument;
         const char* Error;
@@ -142,7 +142,7 @@ TEST_F(Window, WrongArgumentsAreComplainedAbout) {
     EXPECT_FALSE(QFile::exists(Home.File("profile")));
 }
 
-TEST_F(Window, ASignalKeepsWhereEverythingWas) {
+TEST_F(Window, ASignalSavesPositionsAndLayout) {
     // A minute of silence: 8 bits, 8000 Hz.
     const QByteArray header = QByteArray::fromHex(
         "52494646a453070057415645666d74201000000001000100401f0000401f000001000800646174618053070000");
@@ -165,7 +165,7 @@ TEST_F(Window, ASignalKeepsWhereEverythingWas) {
     }
 }
 
-TEST_F(Window, WhatAnotherProgramSetsMeanwhileStays) {
+TEST_F(Window, SettingsThatAnotherProgramChangesMeanwhileStay) {
     Podcasts({"options", "CheckUpdates", "1"});
     Start program(Environment, Words({"tides.xml"}), Home.Path());
     ASSERT_TRUE(WaitUntil([&] { return Podcasts({"feeds"}).contains("Tides"); })) << program.Error.toStdString();
@@ -176,13 +176,13 @@ TEST_F(Window, WhatAnotherProgramSetsMeanwhileStays) {
     EXPECT_TRUE(Settings().contains("CheckUpdates=3")) << Settings().toStdString();
 }
 
-TEST_F(Window, AProfileThatCannotBeWrittenIsSaidAndLeftAsItIs) {
+TEST_F(Window, AProfileThatCannotBeWrittenIsReportedAndNotChanged) {
     WriteWhole(Home.File("profile/Settings.ini"), "[A]\nb=1\n");
     struct {
-        QString Shell;  // starts the program, whose words follow
+        QString Shell;  // shell command that runs its arguments, the program's command line
         QString Profile;
     } const cases[] = {
-        {u"exec \"$@\""_s, u"/proc"_s},                         // nobody can make a file there
+        {u"exec \"$@\""_s, u"/proc"_s},                         // no file can be created there
         {u"ulimit -f 0; exec \"$@\""_s, Home.File("profile")},  // no byte can be added, as on a full disk
     };
     for (const auto& [shell, profile] : cases) {

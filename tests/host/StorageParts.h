@@ -1,5 +1,5 @@
 #pragma once
-// What storages of the tests are made of: fields, rows and nodes out of lists.
+// Parts of the tests' storages: fields, rows and nodes made of lists.
 
 #include "Filters.h"
 #include "ObjectList.h"
@@ -20,7 +20,7 @@ inline Ref<IVEXAMLDataField> MakeField(const QString& name, std::int32_t type, s
     return field;
 }
 
-/// Rows of texts, read as numbers where a number is asked for.
+/// Rows of texts, which are converted when a number is asked for.
 class TextRows final : public RefCountedObject<IVEXAMLDataProviderSelection> {
 public:
     explicit TextRows(std::vector<QStringList> rows) : FRows(std::move(rows)) {}
@@ -39,7 +39,7 @@ private:
     std::size_t FRow = 0;
 };
 
-/// Nodes, at least one.
+/// A fixed list of at least one node.
 class FixedNodes final : public RefCountedObject<IVEXAMLGroupingTreeDataProviderSelection> {
 public:
     explicit FixedNodes(std::vector<host::TreeNode> nodes) : FNodes(std::move(nodes)) {}
@@ -47,7 +47,7 @@ public:
     std::uint32_t GetFlags() noexcept override { return Node().Flags; }
     HResult GetImageIndex(std::int32_t* index) noexcept override { return *index = Node().Image, S_OK; }
     HResult GetValue(IVEXAString** field, Variant* value) noexcept override {
-        host::ToVariant(Node().Pair.Value, *value);
+        *value = host::ToVariant(Node().Pair.Value);
         return host::PutString(Node().Pair.Field, field);
     }
     Bool32 NextRow() noexcept override { return ++FNode < FNodes.size() ? kTrue : kFalse; }

@@ -1,4 +1,4 @@
-// A plug-in that the tests load: it knows the scheme "test". What it hears it notes in the settings, under "Test\…".
+// A plug-in for the tests, for the scheme "test". It records its calls in the settings, under "Test\…".
 
 #include "TestPlugin.h"
 

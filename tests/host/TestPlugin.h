@@ -1,5 +1,5 @@
 #pragma once
-// What the tests' plug-in library exports.
+// The entry point of the tests' plug-in library.
 
 #include "VEXA.SDK.Core.h"
 

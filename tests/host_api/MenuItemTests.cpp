@@ -23,7 +23,7 @@ public:
 
 class MenuItems : public HostTest {
 protected:
-    MenuItems() { TVEXAAPIWrappers::Initialize(&Host.TheCore()); }
+    MenuItems() { TVEXAAPIWrappers::Initialize(&Host.PluginCore()); }
     ~MenuItems() override { TVEXAAPIWrappers::Finalize(); }
 
     static QString FailureOf(Command& command, const QString& id, const Variant& parent) {
@@ -36,25 +36,25 @@ protected:
     }
 
     const Variant Menu = ToVariant(kMenuLibrary);
-    const Ref<Controller> TheController = NewObject<Controller>();
+    const Ref<Controller> SharedController = NewObject<Controller>();
 };
 
-TEST_F(MenuItems, WhatCannotBeRegisteredIsSaidSoAndLeavesNothingBehind) {
-    const auto command = NewObject<Command>(TheController);
+TEST_F(MenuItems, AnItemThatCannotBeRegisteredIsReportedAndLeavesNothingBehind) {
+    const auto command = NewObject<Command>(SharedController);
     EXPECT_EQ(FailureOf(*command, "", Menu), "Cannot register menu item without ID");
     EXPECT_EQ(FailureOf(*command, "A", ToVariant(0)), QString::number(E_INVALIDARG));
     EXPECT_EQ(FailureOf(*command, "A", ToVariant(u"Nobody"_s)), QString::number(E_FAIL));
     EXPECT_EQ(command->ID(), "");
     EXPECT_EQ(FailureOf(*command, "A", Menu), "");
     EXPECT_EQ(FailureOf(*command, "B", Menu), "The instance is already registered as handler for A menu");
-    const auto other = NewObject<Command>(TheController);
+    const auto other = NewObject<Command>(SharedController);
     EXPECT_EQ(FailureOf(*other, "A", Menu), "The A ID is already registered");
     EXPECT_EQ(FailureOf(*other, "B", ToVariant(u"A"_s)), "");
     EXPECT_EQ(Host.Menus().Children(*Host.Menus().Find("A")).size(), 1u);
 }
 
-TEST_F(MenuItems, ShowingTheFirstUpdatesAllThatAreLeft) {
-    for (const QString& id : {u"A"_s, u"B"_s, u"C"_s}) NewObject<Command>(TheController)->Register(id, Menu);
+TEST_F(MenuItems, ShowingTheFirstUpdatesAllRemainingOnes) {
+    for (const QString& id : {u"A"_s, u"B"_s, u"C"_s}) NewObject<Command>(SharedController)->Register(id, Menu);
     const auto menu = Host.Menus().Children(*Host.Menus().BuiltIn(kMenuLibrary));
     const auto hasOnShow = [](const auto& item) {
         Ref<IVEXAActionEvent> event;
@@ -62,13 +62,13 @@ TEST_F(MenuItems, ShowingTheFirstUpdatesAllThatAreLeft) {
     };
     EXPECT_EQ(std::count_if(menu.begin(), menu.end(), hasOnShow), 1);
     EXPECT_TRUE(hasOnShow(menu[0]));
-    menu[1]->SetValueAsObject(IVEXAMenuItem::Event, nullptr);  // which ends the command
+    menu[1]->SetValueAsObject(IVEXAMenuItem::Event, nullptr);  // destroys the command
     for (const bool isReadable : {true, false}) {
-        TheController->IsReadable = isReadable;
+        SharedController->IsReadable = isReadable;
         Host.Menus().PrepareToShow(*Host.Menus().BuiltIn(kMenuLibrary));
         EXPECT_EQ(Host.Menus().IsVisible(*menu[2]) && Host.Menus().IsEnabled(*menu[2]), isReadable);
-        EXPECT_EQ(TheController->GetFiles().Count(), isReadable ? 1 : 0);        // never a part of them
-        EXPECT_EQ(Host.Menus().Trigger(*menu[2]), isReadable ? S_OK : E_ABORT);  // what it throws stays inside
+        EXPECT_EQ(SharedController->GetFiles().Count(), isReadable ? 1 : 0);     // all or none
+        EXPECT_EQ(Host.Menus().Trigger(*menu[2]), isReadable ? S_OK : E_ABORT);  // an exception does not reach the host
     }
 }
 

@@ -1,4 +1,4 @@
-// podcast:// addresses, asked for as a host asks.
+// podcast:// addresses, used as a host uses them.
 
 #include "FileInfo.h"
 #include "HostFixture.h"
@@ -89,7 +89,7 @@ protected:
     int FeedID = 0;
 };
 
-TEST_F(Addresses, OfEitherFormNameAnEpisodeAndOthersDoNot) {
+TEST_F(Addresses, NameAnEpisodeInEitherFormAndInNoOther) {
     const auto old = [&](const QString& id, const QByteArray& guid) {
         return QString(u"podcast://x/feed-" + id + u'_' + QString::fromLatin1(guid.toBase64()));
     };
@@ -98,11 +98,11 @@ TEST_F(Addresses, OfEitherFormNameAnEpisodeAndOthersDoNot) {
         QString Address;
         HResult Result;
     } cases[] = {
-        {"podcast://h/abc.wav", E_NOTIMPL},  // known, and left to the hook
+        {"podcast://h/abc.wav", E_NOTIMPL},  // a known episode, which the hook resolves
         {old(id, "abc"), E_NOTIMPL},
         {old(id, " abc\n"), E_NOTIMPL},
         {old(id, "abc").replace("podcast", "PODCAST"), E_NOTIMPL},
-        {"http://h/abc.wav", E_NOTIMPL},  // nobody's
+        {"http://h/abc.wav", E_NOTIMPL},  // not an address of the plug-in
         {"podcast://h/gone.wav", E_ABORT},
         {"PODCAST://h/gone.wav", E_ABORT},
         {"podcast://", E_ABORT},
@@ -123,7 +123,7 @@ TEST_F(Addresses, OfEitherFormNameAnEpisodeAndOthersDoNot) {
     }
 }
 
-TEST_F(Addresses, LeadToTheDownloadedCopyOrElseToTheRemoteAudio) {
+TEST_F(Addresses, ResolveToTheDownloadedCopyOrElseToTheRemoteAudio) {
     const QString cached = "podcast://h/cached.wav";
     const auto resolve = [&](const QString& address) {
         const Ref<IVEXAString> text = host::MakeString(address);
@@ -133,7 +133,7 @@ TEST_F(Addresses, LeadToTheDownloadedCopyOrElseToTheRemoteAudio) {
         EXPECT_EQ(Host.Player().GetInfo(info.Put()), S_OK);
         Ref<IVEXAString> name;
         info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, name.PutVoid());
-        EXPECT_EQ(host::ToQString(name.Get()), address);  // what plays keeps its name
+        EXPECT_EQ(host::ToQString(name.Get()), address);  // the player still calls it by its address
         return Host.Player().Source();
     };
     EXPECT_EQ(resolve(cached), "https://h/cached.wav");
@@ -185,7 +185,7 @@ TEST_F(Addresses, ShowTheFeedsLogoAndFetchItOnce) {
     EXPECT_EQ(Server.Count("/logo"), 1);
 }
 
-TEST_F(Addresses, TheFeedsUserNameGoesWithLogoAndAudioToItsHostAlone) {
+TEST_F(Addresses, SendTheFeedsUserNameForLogoAndAudioToItsHostOnly) {
     LoopbackServer elsewhere;
     QString with = Server.Url("/feed");
     with.replace("://", "://ann:secret@");
@@ -239,28 +239,28 @@ protected:
     Ref<Command> Files;
 };
 
-TEST_F(MovedEpisodes, AreToldFromThoseThatHaveTheirAddressesNow) {
+TEST_F(MovedEpisodes, AreDistinguishedFromThoseThatHaveTheirAddressesNow) {
     const auto present = [&](const QStringList& addresses, std::int64_t since) {
         const auto list = host::MakeStringList(addresses);
         EXPECT_TRUE(Succeeded(Files->GetPresentAddresses(list.Get(), since)));
         return host::ToQStringList(list.Get());
     };
     const QStringList kept{Of("a.mp3"), Of("b.mp3?token=1")};
-    // The two episodes take each other's addresses, twice.
+    // The two episodes swap their addresses, repeatedly.
     const QString token = "b.mp3?token=1";
     for (const QStringList& audios : {QStringList{token, "a.mp3"}, {"a.mp3", token}, {token, "a.mp3"}}) {
         const std::int64_t before = Count();
         Serve(audios + QStringList{"c.mp3", "d.mp3"});
         Run({"refresh"});
         EXPECT_EQ(present(kept, before), QStringList({kept[1], kept[0]})) << "since the last time";
-        EXPECT_EQ(present(kept, -1), kept) << "as they are called now";
+        EXPECT_EQ(present(kept, -1), kept) << "taken as present addresses";
         EXPECT_EQ(present(kept, Count()), kept);
     }
 }
 
 TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     EXPECT_EQ(Count(), 0);
-    // The last one's address reads as one of the older form, which names the first one.
+    // The last address looks like one of the older form that names the first episode.
     Serve({"a2.mp3", "b.mp3?token=2", "c.mp3", "feed-1_ZzA="});
     Run({"refresh"});
     const struct {
@@ -288,13 +288,13 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
         EXPECT_EQ(host::ToQString(text.Get()), present.last());
     }
     const auto list = host::MakeStringList(all);
-    list->Insert(0, Ref<IUnknown>(Files.Get()).Get());  // no text: left alone
+    list->Insert(0, Ref<IUnknown>(Files.Get()).Get());  // not a text: ignored
     EXPECT_EQ(Files->GetPresentAddresses(list.Get(), -1), S_OK);
     EXPECT_EQ(host::ToQStringList(list.Get()), present);
     EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Of("e.mp3")}).Get(), -1), S_FALSE);
     EXPECT_EQ(Files->GetPresentAddresses(Ref<IVEXAObjectList>(new host::ObjectList).Get(), -1), S_FALSE);
 
-    // An address that differs in its token alone is another one, too.
+    // A change of only the token counts as a move, too.
     const auto count = Count();
     EXPECT_GT(count, 0);
     Run({"refresh"});
@@ -326,7 +326,7 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
     EXPECT_TRUE(WaitUntil([&] { return files() == expected; })) << files().join(' ').toStdString();
 }
 
-TEST_F(Addresses, NothingThrownReachesTheHost) {
+TEST_F(Addresses, LetNoExceptionReachTheHost) {
     const QString address = "podcast://h/abc.wav";
     const host::LibraryStorage storage(Host.Library());
     const Ref<host::FileInfo> info(new host::FileInfo);

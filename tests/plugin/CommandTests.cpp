@@ -1,4 +1,4 @@
-// What commands do on another thread, and what they tell of it.
+// Commands that work on another thread, and how they report failures.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Commands.h"
@@ -23,7 +23,7 @@ protected:
     ~CommandTest() override { TVEXAPodcastsFileManager::UnregisterFileManager(); }
 };
 
-TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBeforeTheClientGoes) {
+TEST_F(CommandTest, LongWorkDoesNotBlockTheMainThreadKeepsItsOrderAndEndsBeforeTheClient) {
     std::atomic<bool> mayEnd{false};
     std::string order;
     RunCommand([&](TPodcastClient&) {
@@ -31,7 +31,7 @@ TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBefor
         while (!mayEnd) std::this_thread::yield();
         order += '1';
     });
-    mayEnd = true;  // which the main thread could not say if it waited
+    mayEnd = true;  // reached only if RunCommand does not wait for the work
     const QString message = MessageOf([&] {
         RunCommand([&](TPodcastClient&) {
             order += '2';
@@ -51,7 +51,7 @@ TEST_F(CommandTest, LongWorkLeavesTheMainThreadAloneKeepsItsOrderAndIsEndedBefor
     EXPECT_EQ(order, "1234");
 }
 
-TEST_F(CommandTest, FilesWithoutATrashStayAndAreTold) {
+TEST_F(CommandTest, FilesThatCannotBeTrashedStayAndAreReported) {
     const QString noTrash = qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash";
     QDir(noTrash).removeRecursively();
     QDir().mkpath(qEnvironmentVariable("XDG_DATA_HOME"));

@@ -1,5 +1,5 @@
-// What the plug-in promises to any host: answers to calls that lack something, rows and filters at their edges, and an
-// end at any moment.
+// The plug-in's promises to any host: results for missing arguments, rows and filters at their limits, and unloading at
+// any moment.
 
 #include "FileInfo.h"
 #include "Filters.h"
@@ -15,7 +15,7 @@
 namespace tests {
 namespace {
 
-/// The host's core, which keeps what is registered with it.
+/// A wrapper of the host's core that records the registered extensions.
 class Core final : public RefCountedObject<IVEXACore, IVEXASdkVersion> {
 public:
     explicit Core(IVEXACore& core, std::int32_t sdk = kSdkMajor) : FCore(&core), FSdk(sdk) {}
@@ -46,7 +46,7 @@ public:
 private:
     const Ref<IVEXACore> FCore;
     const std::int32_t FSdk;
-    std::vector<Ref<IUnknown>> FExtensions;  // the newest first
+    std::vector<Ref<IUnknown>> FExtensions;  // newest first
 };
 
 class Contract : public HostTest, public host::MusicLibraryListener {
@@ -65,8 +65,8 @@ protected:
             db.AddOrUpdate(feed);
         }
         Host.Library().AddListener(this);
-        EXPECT_EQ(Plugin.Object()->Initialize(TheCore.Get()), S_OK);
-        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+        EXPECT_EQ(Plugin.Object()->Initialize(RecordingCore.Get()), S_OK);
+        Storage = RecordingCore->Registered<IVEXAMLExtensionDataStorage>();
     }
     ~Contract() override {
         Host.Library().RemoveListener(this);
@@ -76,7 +76,7 @@ protected:
     void OnTasksChanged(const QString& id) override {
         Call(Host.Library().Tasks(id).empty() ? "BackgroundTaskFinished" : "BackgroundTaskStarted");
     }
-    /// The host's user closes the window inside the operation of that name.
+    /// Finalises the plug-in if `operation`, which is being called by it, is the one in EndsIn.
     void Call(const std::string& operation) {
         if (operation != EndsIn) return;
         EndsIn.clear();
@@ -99,24 +99,24 @@ protected:
 
     LoopbackServer Server;
     const host::Plugin Plugin{QStringLiteral(PLUGIN)};
-    const Ref<Core> TheCore{new Core(Host.TheCore())};
+    const Ref<Core> RecordingCore{new Core(Host.PluginCore())};
     Ref<IVEXAMLExtensionDataStorage> Storage;
     std::string EndsIn;
     bool HasReturned = false;
 };
 
-TEST_F(Contract, AMissingPointerIsAnswered) {
+TEST_F(Contract, AMissingPointerGivesAnError) {
     const auto library = Of<IVEXAMLDataProvider>();
     const auto subscriptions = Of<IVEXAMLSubscriptionStorage>();
     const auto start = Of<IVEXAMLStartOptions>();
     const auto properties = Of<IVEXAPropertyList2>();
     const auto art = Of<IVEXAMLAlbumArtProvider>();
     const auto find = Of<IVEXAMLDataStorageCommandFindInLibrary>();
-    const auto decoder = TheCore->Registered<IVEXAExtensionAudioDecoderOld>();
-    const auto infos = TheCore->Registered<IVEXAExtensionFileInfoProvider>();
-    const auto hook = TheCore->Registered<IVEXAExtensionPlayerHook>();
-    const auto logos = TheCore->Registered<IVEXAExtensionAlbumArtProvider>();
-    const auto page = TheCore->Registered<IVEXAOptionsDialogFrame>();
+    const auto decoder = RecordingCore->Registered<IVEXAExtensionAudioDecoderOld>();
+    const auto infos = RecordingCore->Registered<IVEXAExtensionFileInfoProvider>();
+    const auto hook = RecordingCore->Registered<IVEXAExtensionPlayerHook>();
+    const auto logos = RecordingCore->Registered<IVEXAExtensionAlbumArtProvider>();
+    const auto page = RecordingCore->Registered<IVEXAOptionsDialogFrame>();
     const auto tree = host::LibraryStorage(Host.Library()).Presets()[0].Provider;
 
     const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
@@ -131,7 +131,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     Ref<IVEXAObjectList> list;
     Ref<IVEXAImageContainer> image;
     Ref<IVEXAMLDataFilter> found;
-    Ref<IVEXAMLGroupingTreeSelection> way;
+    Ref<IVEXAMLGroupingTreeSelection> path;
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     Ref<IVEXAString> text;
     ASSERT_EQ(tree->ListChildren(root.Get(), nodes.Put()), S_OK);
@@ -154,7 +154,7 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
         {"GetAlbumArt without an image", art->GetAlbumArt(fields.Get(), &value, nullptr, nullptr)},
         {"GetAlbumArt without fields", art->GetAlbumArt(nullptr, &value, nullptr, image.Put())},
         {"GetAlbumArt without values", art->GetAlbumArt(fields.Get(), nullptr, nullptr, image.Put())},
-        {"Find without a filter", find->Find(info.Get(), nullptr, way.Put())},
+        {"Find without a filter", find->Find(info.Get(), nullptr, path.Put())},
         {"Find without a selection", find->Find(info.Get(), found.Put(), nullptr)},
         {"GetValueAsFloat", properties->GetValueAsFloat(1, nullptr)},
         {"GetValueAsInt32", properties->GetValueAsInt32(2, nullptr)},
@@ -183,11 +183,11 @@ TEST_F(Contract, AMissingPointerIsAnswered) {
     EXPECT_EQ(host::ToQString(address.Get()), "podcast://h/1.mp3");
     const host::LibraryStorage storage(Host.Library());
     EXPECT_EQ(storage.Field("State")->DisplayValues->GetDisplayValue(nullptr, &length), nullptr);
-    // Nothing is asked for in vain: an absent text is the empty one.
+    // A null text is treated as an empty one.
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
-TEST_F(Contract, RowsStayAtTheirEnd) {
+TEST_F(Contract, RowsStayAtTheEndOnceReached) {
     for (const int limit : {0, 2}) {
         const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
         filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
@@ -205,7 +205,7 @@ TEST_F(Contract, RowsStayAtTheirEnd) {
     }
 }
 
-TEST_F(Contract, RowsWithoutAColumnOfTheirsAreRows) {
+TEST_F(Contract, RowsWithoutAKnownColumnAreStillCounted) {
     for (const QStringList& fields : {QStringList("Node"), QStringList()}) {
         for (const int limit : {0, 2}) {
             const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
@@ -220,7 +220,7 @@ TEST_F(Contract, RowsWithoutAColumnOfTheirsAreRows) {
     }
 }
 
-TEST_F(Contract, WhatCannotBeAFilterIsAnInvalidArgument) {
+TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
     const auto equals = [](IVEXAMLGroupFilter& group, const char* field, std::int32_t operation = 0) {
         Variant value;
         value.Type = VariantType::Text;
@@ -298,14 +298,14 @@ TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
 
 TEST_F(Contract, AHostOfOtherInterfacesIsRefused) {
     Plugin.Object()->Finalize();
-    const Ref<Core> foreign(new Core(Host.TheCore(), kSdkMajor + 1));
+    const Ref<Core> foreign(new Core(Host.PluginCore(), kSdkMajor + 1));
     EXPECT_EQ(Plugin.Object()->Initialize(foreign.Get()), E_NOTIMPL);
     std::int32_t major = 0, minor = -1;
     EXPECT_EQ(Query<IVEXASdkVersion>(Plugin.Object())->GetSdkVersion(&major, &minor), S_OK);
     EXPECT_EQ(std::pair(major, minor), std::pair(kSdkMajor, kSdkMinor));
 }
 
-// ---- The end ----
+// ---- Unloading ----
 
 using Operation = std::function<void(const std::string& operation)>;
 
@@ -333,7 +333,7 @@ private:
     const Operation FCalled;
 };
 
-TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
+TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
     const QByteArray feed = "<rss><channel><title>T</title></channel></rss>";
     for (int i = 0; i < 10; ++i) Server.Serve(QString("/%1").arg(i), Response::Of(feed));
     Server.Serve("/stored", Response::Of(feed));
@@ -359,20 +359,20 @@ TEST_F(Contract, AnEndInsideAnOperationOfTheHostsComesAfterIt) {
             Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
         }
         ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
-        // It has ended once it can begin again.
-        Host.TheCore().FinalizeExtensions(0);
-        Host.TheCore().RemoveExtensions(0);
-        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(TheCore.Get()) == S_OK; }));
+        // The plug-in has ended when it can be initialised again.
+        Host.PluginCore().FinalizeExtensions(0);
+        Host.PluginCore().RemoveExtensions(0);
+        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }));
         for (const auto& heard : events) {
             EXPECT_EQ(heard->Ends, 1);
             EXPECT_EQ(QSet<QString>(heard->Told.begin(), heard->Told.end()).size(), addresses.size());
         }
-        Storage = TheCore->Registered<IVEXAMLExtensionDataStorage>();
+        Storage = RecordingCore->Registered<IVEXAMLExtensionDataStorage>();
         Host.Library().SetActiveStorage(Storage.Get());
     }
 }
 
-TEST_F(Contract, EverySubscriptionHearsOfItsEnd) {
+TEST_F(Contract, EverySubscriptionIsCompleted) {
     Server.Serve("/never", Response::Of("<rss/>").With(Fault::Wait));
     const QStringList addresses{Server.Url("/never"), Server.Url("/a"), Server.Url("/b")};
     std::vector<Ref<Events>> events;

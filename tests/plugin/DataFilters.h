@@ -1,5 +1,5 @@
 #pragma once
-// A host that makes filters, and short ways to fill them.
+// A host that makes filters, and short functions to fill them.
 
 #include "Filters.h"
 #include "Host.h"
@@ -40,7 +40,7 @@ public:
     }
 
 protected:
-    FilterHost() { vexa::TVEXAAPIWrappers::Initialize(&FHost.TheCore()); }
+    FilterHost() { vexa::TVEXAAPIWrappers::Initialize(&FHost.PluginCore()); }
     ~FilterHost() override { vexa::TVEXAAPIWrappers::Finalize(); }
 
 private:

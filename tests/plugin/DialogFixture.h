@@ -1,5 +1,5 @@
 #pragma once
-// A host over a profile of the test's own, a client, and hands that use the windows.
+// A host with a profile of its own, a client, and functions that use the windows as a user does.
 
 #include "Host.h"
 #include "Podcasts.Core.h"
@@ -19,10 +19,10 @@ namespace podcasts {
 
 class DialogTest : public testing::Test {
 protected:
-    DialogTest() { vexa::TVEXAAPIWrappers::Initialize(&Host.TheCore()); }
+    DialogTest() { vexa::TVEXAAPIWrappers::Initialize(&Host.PluginCore()); }
     ~DialogTest() override { vexa::TVEXAAPIWrappers::Finalize(); }
 
-    /// Does `act` to the dialog that `open` shows and waits for; whatever is still open afterwards is closed.
+    /// Runs `act` on the dialog that `open` shows and waits for; afterwards closes whatever is still open.
     template <class Open, class Act>
     static void WithDialog(Open open, Act act) {
         QTimer::singleShot(0, [act] {
@@ -32,7 +32,7 @@ protected:
         });
         open();
     }
-    /// What the message box says that `act` brings up, then or soon after. It is closed.
+    /// The text of the message box that `act` shows, at once or soon after. Closes the box.
     template <class Act>
     static QString MessageOf(Act act) {
         QString text;

@@ -1,4 +1,4 @@
-// The dialogs for subscribing, editing and unsubscribing, as a user meets them.
+// The dialogs for subscribing, editing and unsubscribing, used as by a user.
 
 #include "DialogFixture.h"
 #include "LoopbackServer.h"
@@ -46,7 +46,7 @@ protected:
     tests::LoopbackServer Server;
 };
 
-TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
+TEST_F(FeedDialogTest, SubscribesToAFeedOnceItWasRead) {
     Server.Serve("/f", tests::Response::Of(kFeed));
     Subscribing([&](QWidget& dialog) {
         EXPECT_FALSE(OK(dialog).isEnabled());
@@ -63,7 +63,7 @@ TEST_F(FeedDialogTest, SubscribesToAFeedThatCouldBeRead) {
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
 }
 
-TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
+TEST_F(FeedDialogTest, KeepsASubscriptionThatSomebodyElseMadeMeanwhile) {
     Server.Serve("/f", tests::Response::Of(kFeed).With(tests::Fault::Wait));
     const auto subscribe = [&] {
         Subscribing([&](QWidget& dialog) {
@@ -78,7 +78,7 @@ TEST_F(FeedDialogTest, LeavesASubscriptionAloneThatSomebodyElseMadeMeanwhile) {
     EXPECT_EQ(Client->DB().GetFeed(Server.Url("/f"), false)->Fields[pffTitle], QString());
 }
 
-TEST_F(FeedDialogTest, TellsTheUserOfTheLibrarysAddButtonWhatTheDatabaseRefuses) {
+TEST_F(FeedDialogTest, ShowsAtTheLibrarysAddButtonWhatTheDatabaseRefuses) {
     Server.Serve("/f", tests::Response::Of(kFeed));
     Client->DB().ExecuteSQL("CREATE TRIGGER T BEFORE INSERT ON PodcastFeeds BEGIN SELECT RAISE(ABORT, 'no room'); END");
     const auto library = TVEXAPodcastsMLExtension::Create(*Client);
@@ -115,7 +115,7 @@ TEST_F(FeedDialogTest, SaysWhyThereIsNoFeedAndStaysOpen) {
     EXPECT_FALSE(Client->IsSubscribed(Server.Url("/page")));
 }
 
-TEST_F(FeedDialogTest, EndsAFetchThatIsNeverAnsweredWithTheDialog) {
+TEST_F(FeedDialogTest, CancelsAnUnansweredFetchWhenItCloses) {
     Server.Serve("/never", tests::Response::Of(kFeed).With(tests::Fault::Wait));
     enum class End { ByCancel, WithOwner, WithoutClient };
     for (const End end : {End::ByCancel, End::WithOwner, End::WithoutClient}) {
@@ -155,7 +155,7 @@ TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
     }
 }
 
-TEST_F(FeedDialogTest, AcceptsWhatIsDroppedOnlyWhenItNamesAFeed) {
+TEST_F(FeedDialogTest, AcceptsADropOnlyIfItNamesAFeed) {
     const QString file = Profile.File("a feed.xml");
     WriteWhole(file, kFeed);
     QMimeData words, bare, address, document;
@@ -202,7 +202,8 @@ TEST_F(FeedDialogTest, LetsTheUserChooseAmongTheFeedsOfAPage) {
             const auto& list = Find<QTreeWidget>(choices, "Choices");
             ASSERT_EQ(list.topLevelItemCount(), 2);
             EXPECT_EQ(list.topLevelItem(0)->text(0), "<b>One");
-            EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g")) << "what has no title is named by its address";
+            EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g"))
+                << "a feed without a title is named by its address";
             choices.close();
         });
         EXPECT_TRUE(dialog.isVisible() && OK(dialog).isEnabled()) << "for another address";
@@ -223,7 +224,7 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     WithDialog(edit, [&](QWidget& dialog) {
         EXPECT_EQ(Edit(dialog).text(), old);
         OK(dialog).click();
-        EXPECT_FALSE(dialog.isVisible()) << "an address that stays is no other subscription's";
+        EXPECT_FALSE(dialog.isVisible()) << "an unchanged address does not conflict with its own subscription";
     });
     WithDialog(edit, [&](QWidget& dialog) {
         Edit(dialog).setText(other);
@@ -236,7 +237,7 @@ TEST_F(FeedDialogTest, ChangesTheAddressOfASubscriptionWithoutFetching) {
     EXPECT_TRUE(Server.Paths().isEmpty());
 }
 
-TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) {
+TEST_F(FeedDialogTest, SurvivesTheEndOfTheClientWhileADialogOrItsMessageIsOpen) {
     const QString old = Store("/old");
     WithDialog([&] { TfrmPodcastFeed::Edit(0, *Client, old); },
                [&](QWidget& dialog) {
@@ -256,7 +257,7 @@ TEST_F(FeedDialogTest, MindsNotThatTheClientGoesWhileADialogOrItsMessageIsOpen) 
     });
 }
 
-TEST_F(DialogTest, ConfirmsAndTellsWhetherFilesGo) {
+TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
     struct {
         bool Box;
         const char* Button;

@@ -1,4 +1,4 @@
-// What the host's filters become: the text of the statements, and the rows that they give.
+// Translation of the host's filters: the text of the statements, and the rows that they return.
 
 #include "DataFilters.h"
 #include "Podcasts.Plugin.ML.Rows.h"
@@ -13,12 +13,12 @@ namespace {
 using namespace vexa;
 using Builder = TVEXAPodcastsMLDataProviderTableQueryBuilder;
 
-/// The adapter by itself.
+/// The adapter without the podcasts' own fields.
 class PlainAdapter : public TVEXAMLSQLAdapter {};
 
 class FilterTest : public FilterHost {
 protected:
-    // The first adapter of a process fills the field map for all.
+    // The first adapter in a process fills the field map for all.
     FilterTest() { Builder(); }
     QString Built(bool isAndNeeded, IVEXAObjectList* fields = nullptr) {
         PlainAdapter adapter;
@@ -28,7 +28,7 @@ protected:
     Ref<IVEXAMLDataFilter> Filter = CreateHostObject<IVEXAMLDataFilter>();
 };
 
-TEST_F(FilterTest, StatementsReadAsAgreed) {
+TEST_F(FilterTest, StatementsHaveTheExpectedText) {
     Add(*Filter, "Node", "031");
     SortBy(*Filter, {{"PublishDate", 2}});
     EXPECT_EQ(Builder::BuildQuery(List({"Title", "FeedName", "Duration"}).Get(), Filter.Get()),
@@ -40,13 +40,13 @@ TEST_F(FilterTest, StatementsReadAsAgreed) {
               "SELECT Title, Name FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = "
               "PodcastFeeds.FeedID) AND (State = '1') AND ((UPPER(Title) LIKE '%NEWS%') OR (UPPER(Name) LIKE "
               "'%NEWS%')) ORDER BY PublishDate DESC LIMIT 0, 100;");
-    // The hidden field has no column, nor has what has no name; and the address is not searched.
+    // The hidden field and the empty name have no columns, and the address is not searched.
     const QString sql = Builder::BuildQuery(List({"ID", "Node", "FileName", "", "Title"}).Get(), Filter.Get());
     EXPECT_TRUE(sql.startsWith("SELECT URI, URI, Title FROM ")) << sql.toStdString();
     EXPECT_EQ(sql.count("UPPER("), 1);
 }
 
-TEST_F(FilterTest, EachOperationIsSpelledInItsOwnWay) {
+TEST_F(FilterTest, EachOperationHasItsOwnExpression) {
     const struct {
         int Operation;
         const char *Value1, *Value2, *SQL;
@@ -69,7 +69,7 @@ TEST_F(FilterTest, EachOperationIsSpelledInItsOwnWay) {
     }
 }
 
-TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
+TEST_F(FilterTest, GroupsJoinNegateAndNest) {
     const struct {
         int Operation, Children;
         bool IsAndNeeded;
@@ -107,7 +107,7 @@ TEST_F(FilterTest, GroupsJoinNegateAndStandTogether) {
     EXPECT_TRUE(Built(true, List({"Node"}).Get()).startsWith(" AND (1 = 0)"));
 }
 
-TEST_F(FilterTest, NamesThatAreNoColumnsNeverReachTheDatabase) {
+TEST_F(FilterTest, UnknownColumnNamesNeverReachTheDatabase) {
     Add(*Filter, "", "x");
     EXPECT_THROW(Built(true), std::invalid_argument);
     for (const char* name : {"Title; DROP TABLE PodcastFeeds", "Title)--", "1", "a b", "Titel\"", "é"}) {
@@ -182,7 +182,7 @@ QString AsciiLower(QString text) {
     return text;
 }
 
-/// A random filter, and what it means.
+/// A random filter, and a function that evaluates it.
 class RandomFilter {
 public:
     using Meaning = std::function<bool(const Record&)>;
@@ -215,7 +215,7 @@ public:
     QString Word() {
         static const QString words[] = {"News", "news", "It's", "100%", "a_b", "Привет", "привет", "", "ÄÖ", "é", "e",
                                         "o'brien \"x\"", "1", "2", "日本", "zz", "New", "ß",
-                                        // what statements are made of
+                                        // parts of statements
                                         "(PodcastFeeds.URLFeed = '')", "(State = '1' COLLATE NOCASE )"};
         return words[Below(int(std::size(words)))];
     }
@@ -240,7 +240,7 @@ private:
         const Text field = TextField();
         const QString a = Word(), b = Word();
         FHost.Add(group, field.Field, a, operation, b);
-        // Downloaded files are compared by their bytes, all that people read as people sort.
+        // Downloaded files are compared by bytes, texts for users by the collation.
         const bool isExact = field.Member == &Record::Cached;
         const auto order = [isExact](const QString& x, const QString& y) {
             return isExact ? x.toUtf8().compare(y.toUtf8()) : Collated(x, y);
@@ -330,7 +330,7 @@ protected:
                 episode.Fields[pefURLAudio] = QString("http://host/%1/%2.mp3").arg(f).arg(e);
                 episode.Fields[pefURLAudioCached] = random.Below(3) == 0 ? random.Word() : QString();
                 episode.Duration = float(40000 + random.Below(6));
-                episode.PublishDate = 40000 + random.Below(8);  // many are equal
+                episode.PublishDate = 40000 + random.Below(8);  // from few values, so that many are equal
                 episode.State = TPodcastEpisodeState(random.Below(3));
                 records.push_back({episode.Fields[pefTitle], episode.Fields[pefArtist], feed.Fields[pffTitle],
                                    feed.Fields[pffCategory], episode.Fields[pefURLAudioCached], episode.Duration,
@@ -356,7 +356,7 @@ protected:
     std::vector<QString> URIs;
 };
 
-TEST_F(RandomFilterTest, MeanWhatTheySay) {
+TEST_F(RandomFilterTest, SelectTheRowsThatTheyDescribe) {
     const unsigned first = std::random_device{}();
     RandomFilter words(*this, first);
     const auto records = Fill(words);
@@ -375,7 +375,7 @@ TEST_F(RandomFilterTest, MeanWhatTheySay) {
     }
 }
 
-TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
+TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
     const unsigned first = std::random_device{}();
     RandomFilter words(*this, first);
     Fill(words);
@@ -411,7 +411,7 @@ TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
         if (!order.empty()) sql += "PublishDate" + direction + ", ";
         sql += "PodcastEpisodes.rowid" + direction;
         SortBy(*filter, order);
-        // With an episode whose feed is gone the join leaves something out.
+        // An episode whose feed is missing does not occur in the join.
         if (seed == first + 200) DB.ExecuteSQL("DELETE FROM PodcastFeeds WHERE FeedID = 3");
         if (seed == first + 250) DB.UpdateState({URIs[7]}, pesPostponed);
         const QStringList expected = Texts(DB.Read(sql.toStdString()).get());
@@ -432,7 +432,7 @@ TEST_F(RandomFilterTest, PagesFollowOneAnotherInThePromisedOrder) {
     }
 }
 
-TEST_F(RandomFilterTest, FiltersUpToTheLimitsAreTakenAndLargerOnesRefused) {
+TEST_F(RandomFilterTest, FiltersUpToTheLimitsAreAcceptedAndLargerOnesRefused) {
     RandomFilter words(*this, 1);
     Fill(words);
     TPodcastsRows rows;

@@ -1,4 +1,4 @@
-// The options page and the dialogs in and over windows of another program, on an X server of the test's own.
+// The options page and the dialogs in and over windows of another program, on an X server that the test starts.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Dialogs.Feed.h"
@@ -21,10 +21,10 @@ using namespace vexa;
 
 namespace {
 
-constexpr QSize kWindowSize(500, 400);  // dots
+constexpr QSize kWindowSize(500, 400);  // device pixels
 const char kOtherProgram[] = "--other-program";
 
-/// The other program: shows a window, tells its number, and ends with its input.
+/// The other program: shows a window, prints the window's ID, and ends when its input ends.
 int ShowWindow(int argc, char** argv) {
     qunsetenv("QT_SCALE_FACTOR");
     QGuiApplication application(argc, argv);
@@ -57,7 +57,7 @@ protected:
     WindowHandle Foreign = 0;
 };
 
-TEST_F(ForeignWindowTest, ThePageShowsInItWhateverTheScaleAndOutlivesIt) {
+TEST_F(ForeignWindowTest, ThePageIsShownInItAtAnyScaleAndOutlivesIt) {
     const auto frame = NewObject<TVEXAPodcastsOptionsFrame>(*Client);
     const WindowHandle handle = frame->CreatePage(Foreign);
     ASSERT_NE(handle, 0u);
@@ -78,7 +78,7 @@ TEST_F(ForeignWindowTest, ThePageShowsInItWhateverTheScaleAndOutlivesIt) {
     frame->DestroyPage();
 }
 
-TEST_F(ForeignWindowTest, ADialogBelongsToItAndIsOnItsScreen) {
+TEST_F(ForeignWindowTest, ADialogIsTransientForItAndOnItsScreen) {
     WithDialog([&] { TfrmPodcastFeed::Subscribe(Foreign, *Client); },
                [&](QWidget& dialog) {
                    const QWindow* const owner = dialog.windowHandle()->transientParent();
@@ -94,7 +94,7 @@ TEST_F(ForeignWindowTest, ADialogBelongsToItAndIsOnItsScreen) {
 
 }  // namespace
 
-/// Starts an X server on a display that is free, unless there is none; false then.
+/// Starts an X server on a free display. False when no X server is installed.
 bool StartServer(QProcess& server) {
     server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"});
     QByteArray display;

@@ -1,4 +1,4 @@
-// The plug-in's beginning and end, in a host that loads it as a file.
+// Loading and unloading of the plug-in by a host.
 
 #include "FileInfo.h"
 #include "HostFixture.h"
@@ -40,7 +40,7 @@ protected:
     TempFolder Profile;
 };
 
-TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
+TEST_F(Lifecycle, ThePluginDescribesItselfAndRefusesASecondStart) {
     const auto host = NewHost();
     const host::Plugin plugin(QStringLiteral(PLUGIN)), other(QStringLiteral(PLUGIN));
     EXPECT_EQ(plugin.Information(IVEXAPlugin::Name), "Podcasts");
@@ -50,16 +50,16 @@ TEST_F(Lifecycle, ThePluginSaysWhatItIsAndRefusesTheSecondStart) {
     EXPECT_EQ(plugin.Categories(), 1u);
     EXPECT_NE(plugin.Object(), other.Object());
 
-    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), S_OK);
-    EXPECT_EQ(plugin.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
-    EXPECT_EQ(other.Object()->Initialize(&host->TheCore()), E_UNEXPECTED);
-    other.Object()->Finalize();  // of what never began: nothing
+    EXPECT_EQ(plugin.Object()->Initialize(&host->PluginCore()), S_OK);
+    EXPECT_EQ(plugin.Object()->Initialize(&host->PluginCore()), E_UNEXPECTED);
+    EXPECT_EQ(other.Object()->Initialize(&host->PluginCore()), E_UNEXPECTED);
+    other.Object()->Finalize();  // does nothing, because it was never initialised
     EXPECT_EQ(host->Library().StorageIDs(), QStringList("VEXA.Podcasts.ML.Storage"));
     plugin.Object()->Finalize();
     plugin.Object()->Finalize();
 }
 
-TEST_F(Lifecycle, AHostThatLacksSomethingGetsAnAnswerAndKeepsItsSettings) {
+TEST_F(Lifecycle, AHostThatLacksAServiceGetsAnErrorAndKeepsItsSettings) {
     const QByteArray kSettings = "[Podcasts]\nCheckUpdates=3\n";
     const struct {
         QSet<QString> Missing;
@@ -81,7 +81,7 @@ TEST_F(Lifecycle, AHostThatLacksSomethingGetsAnAnswerAndKeepsItsSettings) {
         }
         EXPECT_EQ(QFile::exists(Profile.File("Podcasts.db")), c.HasDatabase);
         EXPECT_EQ(Setting("CheckUpdates"), "3");
-        // What was never loaded was not saved.
+        // Options that were never loaded are not saved.
         EXPECT_EQ(Setting("ShowNotifications"), c.Result == S_OK ? "1" : "missing");
     }
 }
@@ -102,13 +102,13 @@ TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
     EXPECT_EQ(Setting("CheckUpdates"), "3");
 }
 
-TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
+TEST_F(Lifecycle, OptionsAreLoadedFromTheSettingsAndSavedThere) {
     {
         const auto host = NewHost();
         ASSERT_EQ(Load(*host), S_OK);
-        // Another process changes one option while the host runs, and sets one that nobody had set.
+        // While the host runs, another process sets an option that was not set before.
         WriteSettings("[Podcasts]\nCheckUpdates=1\n");
-        EXPECT_EQ(host->UnloadPlugins(), QString());
+        EXPECT_NO_THROW(host->UnloadPlugins());
     }
     EXPECT_EQ(Setting("CheckUpdates"), "1");
     EXPECT_EQ(Setting("CheckUpdatesOnStartup"), "0");
@@ -125,17 +125,17 @@ TEST_F(Lifecycle, OptionsComeFromTheSettingsAndGoBackThere) {
     EXPECT_EQ(Setting("MarkEpisodesListenedOnStartPlayback"), "1");
 }
 
-TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreSaidAndEverythingElseEnds) {
+TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreReportedAndEverythingElseEnds) {
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
-    // A folder in the file's place: nothing can be written there, not even by root.
+    // A folder in place of the file, so that not even root can write it.
     ASSERT_TRUE(QDir().mkpath(SettingsFileName(Profile.Path()) + u"/x"));
-    EXPECT_FALSE(host->UnloadPlugins().isEmpty());
+    EXPECT_THROW(host->UnloadPlugins(), std::runtime_error);
     EXPECT_TRUE(host->Library().StorageIDs().isEmpty());
-    EXPECT_EQ(Load(*host), S_OK);  // nothing of it runs any more
+    EXPECT_EQ(Load(*host), S_OK);  // the first one has ended completely
 }
 
-TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
+TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     LoopbackServer server;
     server.Serve("/feed", Response::Of("<rss><channel><title>T</title><item><title>E</title><guid>g</guid><enclosure "
                                        "url=\"http://h/e.mp3\"/></item></channel></rss>"));
@@ -149,12 +149,12 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsOnceTheOptionsAreThere) {
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
     EXPECT_TRUE(WaitUntil([&] { return server.Count("/feed") == 1; }));
-    EXPECT_EQ(host->UnloadPlugins(), QString());
+    EXPECT_NO_THROW(host->UnloadPlugins());
     const QDateTime noted = QDateTime::fromString(Setting("CheckUpdatesLastDate"), Qt::ISODate);
     EXPECT_LT(std::abs(noted.secsTo(QDateTime::currentDateTimeUtc())), 3600);
 }
 
-TEST_F(Lifecycle, EndsWhileHostThreadsAskAndALogoNeverArrives) {
+TEST_F(Lifecycle, CanEndWhileHostThreadsAskAndALogoNeverArrives) {
     LoopbackServer server;
     server.Serve("/logo", Response::Of(QByteArray(100, 'x'), "image/png").With(Fault::Wait, 10));
     server.Serve("/feed", Response::Of("<rss/>").With(Fault::Wait));
@@ -194,7 +194,7 @@ TEST_F(Lifecycle, EndsWhileHostThreadsAskAndALogoNeverArrives) {
         });
     }
     EXPECT_TRUE(WaitUntil([&] { return found > 20 && server.Count("/logo") > 0; }));
-    // The library is asked for nothing more, but the threads go on: what is gone is not found.
+    // The library's storage is gone, but the threads go on asking and must find nothing.
     const auto plugin = host->Plugins()[0].Object();
     plugin->Finalize();
     stop = true;

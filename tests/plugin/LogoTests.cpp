@@ -1,4 +1,4 @@
-// Feeds' logos, with a clock that the test moves.
+// The feeds' logos, with a clock that the test sets.
 
 #include "HostFixture.h"
 #include "LoopbackServer.h"
@@ -34,11 +34,11 @@ public:
     int Count = 0;
 };
 
-/// Feeds by number, whose logos are at "/" + number.
+/// Numbered feeds, whose logos are at "/" + number.
 class Logos : public HostTest {
 protected:
     Logos() {
-        TVEXAAPIWrappers::Initialize(&Host.TheCore());
+        TVEXAAPIWrappers::Initialize(&Host.PluginCore());
         Client->Listeners().Add(static_cast<TInterfacedObjectEx*>(Changes.Get()));
         TVEXAPodcastsFileManager::RegisterFileManager(*Client);
     }
@@ -62,7 +62,7 @@ protected:
     }
     void Serve(int number, const Response& logo) { Server.Serve(QString("/%1").arg(number), logo); }
     int Asked(int number = 1) const { return Server.Count(QString("/%1").arg(number)); }
-    /// The picture's bytes; empty without one.
+    /// The bytes of the picture; empty when there is none.
     static QByteArray Cover(int number = 1) {
         Ref<IVEXAImageContainer> image;
         const QString address = QString("podcast://h/%1.mp3").arg(number);
@@ -70,7 +70,7 @@ protected:
         return {static_cast<const char*>(image->GetData()), static_cast<qsizetype>(image->GetDataSize())};
     }
     qint64 LookedAt() { return Client->DB().GetLogoLook(1)->Time; }
-    /// Until feed 1 has been looked at, at the clock's present time.
+    /// Waits until the logo of feed 1 was checked at the clock's present time.
     bool WaitForLook() {
         return tests::WaitUntil([this] { return LookedAt() == Seconds; });
     }
@@ -104,7 +104,7 @@ std::vector<Worthless> WorthlessAnswers() {
     };
 }
 
-TEST_F(Logos, WhatIsNoPictureIsNotAskedForAgainBeforeItsTime) {
+TEST_F(Logos, AreNotFetchedAgainTooSoonIfTheAnswerIsNoPicture) {
     int number = 0;
     for (const auto& [name, answer, after] : WorthlessAnswers()) {
         SCOPED_TRACE(name);
@@ -120,7 +120,7 @@ TEST_F(Logos, WhatIsNoPictureIsNotAskedForAgainBeforeItsTime) {
     }
 }
 
-TEST_F(Logos, AreLookedAtOnceAWeekInTheBackgroundAndShownAnewWhenTheyAreOthers) {
+TEST_F(Logos, AreCheckedWeeklyInTheBackgroundAndReplacedWhenTheyHaveChanged) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Serve(1, IsBlue);
@@ -144,7 +144,7 @@ TEST_F(Logos, AreLookedAtOnceAWeekInTheBackgroundAndShownAnewWhenTheyAreOthers) 
     EXPECT_EQ(Changes->Count, 1);
 }
 
-TEST_F(Logos, StayWhenNothingBetterComes) {
+TEST_F(Logos, StayWhenNoUsablePictureArrives) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Seconds += kWeek + 1;
@@ -162,7 +162,7 @@ TEST_F(Logos, StayWhenNothingBetterComes) {
     EXPECT_EQ(Changes->Count, 0);
 }
 
-TEST_F(Logos, OfAnotherAddressAreLookedAtAtOnce) {
+TEST_F(Logos, AreCheckedAtOnceWhenTheirAddressHasChanged) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     Serve(2, IsBlue);
@@ -172,7 +172,7 @@ TEST_F(Logos, OfAnotherAddressAreLookedAtAtOnce) {
     EXPECT_EQ(Asked(2), 1);
 }
 
-TEST_F(Logos, StoredByEarlierVersionsAreLookedAtWhateverTheyAre) {
+TEST_F(Logos, AreCheckedIfStoredByEarlierVersionsWhateverTheyAre) {
     Subscribe(1, IsRed);
     Client->DB().SetFeedLogo(1, "<html>", 6);
     EXPECT_EQ(Cover(), Red);
@@ -182,7 +182,7 @@ TEST_F(Logos, StoredByEarlierVersionsAreLookedAtWhateverTheyAre) {
     EXPECT_TRUE(tests::WaitUntil([this] { return Cover(2) == Red; }));
 }
 
-TEST_F(Logos, OfOneServerAreAskedForThreeAtATimeAndHoldUpNoOther) {
+TEST_F(Logos, AreFetchedThreeAtATimePerServerAndDelayNoOther) {
     constexpr int kOfServer = 5, kOther = kOfServer + 1;
     tests::LoopbackServer other;
     for (int i = 1; i <= kOfServer; ++i) Subscribe(i, IsRed);
@@ -194,14 +194,14 @@ TEST_F(Logos, OfOneServerAreAskedForThreeAtATimeAndHoldUpNoOther) {
     Seconds += kWeek + 1;
     for (int i = 1; i <= kOther; ++i) EXPECT_EQ(Cover(i), Red);
     EXPECT_TRUE(tests::WaitUntil([&] { return Server.Paths().size() >= 3 && Cover(kOther) == Blue; }));
-    for (int i = 1; i <= kOfServer; ++i) EXPECT_EQ(Cover(i), Red);  // which asks for none once more
+    for (int i = 1; i <= kOfServer; ++i) EXPECT_EQ(Cover(i), Red);  // must not ask for any of them again
     EXPECT_EQ(Server.Paths().size(), 3);
     for (int i = 1; i <= kOfServer; ++i) Server.Release(QString("/%1").arg(i));
     for (int i = 1; i <= kOfServer; ++i) EXPECT_TRUE(tests::WaitUntil([&] { return Cover(i) == Blue; })) << i;
     EXPECT_EQ(Server.Paths().size(), kOfServer);
 }
 
-TEST_F(Logos, StayWhenTheClientEndsInTheMiddleOfALook) {
+TEST_F(Logos, StayWhenTheClientEndsDuringACheck) {
     Subscribe(1, IsRed);
     EXPECT_EQ(Cover(), Red);
     const qint64 before = LookedAt();

@@ -1,4 +1,4 @@
-// The commands, of a plug-in that is loaded, in the host's own menus.
+// The commands of the loaded plug-in in the host's menus.
 
 #include "EpisodeStorage.h"
 #include "ObjectList.h"
@@ -43,11 +43,11 @@ protected:
         EXPECT_EQ(Host.Menus().IsVisible(*item), Host.Menus().IsEnabled(*item)) << action.toStdString();
         return Host.Menus().IsVisible(*item);
     }
-    /// Selects in the library, and shows the menus.
+    /// Sets the library's selection, and prepares the menus.
     void Select(const QStringList& nodes, const QStringList& files = {}, std::optional<QString> focused = {}) {
         const auto selection = std::make_shared<host::FixedSelection>();
         selection->Provider = host::LibraryStorage(Host.Library()).Presets().front().Provider;
-        for (const QString& node : nodes) selection->Way.push_back({"Node", node});
+        for (const QString& node : nodes) selection->Path.push_back({"Node", node});
         selection->Files = files;
         selection->Focused = focused;
         Host.Selection().SetModel(selection);
@@ -58,14 +58,14 @@ protected:
     QString SecondInOldForm;
 };
 
-TEST_F(MenuCommands, TheSelectedNodeSaysWhichFeedAndWhatASmartPlaylistFollows) {
+TEST_F(MenuCommands, TheSelectedNodeDecidesTheFeedAndTheSmartPlaylist) {
     const QString state = uR"({"field":"State","operation":0,"value":{"int32":1}})"_s;
     const QString category = uR"({"field":"Category","operation":0,"value":"News"})"_s;
     const QString feed = uR"({"field":"FeedName","operation":0,"value":"Tides"})"_s;
     const struct {
         QStringList Nodes;
         bool IsFeed;
-        QString Conditions;  // empty: no playlist
+        QString Conditions;  // empty if no playlist can be made
         int Operation = IVEXAMLGroupFilter::Or;
     } cases[] = {
         {{}, false, ""},
@@ -96,7 +96,7 @@ TEST_F(MenuCommands, TheSelectedNodeSaysWhichFeedAndWhatASmartPlaylistFollows) {
     }
 }
 
-TEST_F(MenuCommands, ShowOnlyWhereTheyApply) {
+TEST_F(MenuCommands, AreShownOnlyWhereTheyApply) {
     const auto playlist = Host.Playlists().Create("P", true);
     playlist->Add({u"file.mp3"_s, u"http://h/1.mp3"_s, kURIs[0]});
     playlist->Select({0, 1});
@@ -108,7 +108,7 @@ TEST_F(MenuCommands, ShowOnlyWhereTheyApply) {
     playlist->Select({0, 2});
     const Ref<tests::EpisodeStorage> other(new tests::EpisodeStorage);
     IUnknown* const storage = static_cast<IVEXAMLExtensionDataStorage*>(other.Get());
-    Host.TheCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage);
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage);
     Host.Library().SetActiveStorage(storage);
     Show();
     for (const QString& action :
@@ -123,12 +123,12 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     const auto states = Host.Menus().Children(*Find("MarkAs"));
     ASSERT_EQ(states.size(), 3u);
     EXPECT_EQ(Host.Menus().Caption(*states[0]), "Listened");
-    Host.Selection().SetModel(nullptr);  // what was selected when the menu was shown is what counts
+    Host.Selection().SetModel(nullptr);  // the selection at the time when the menu was shown counts
     Host.Menus().Trigger(*states[2]);
     for (const QString& uri : kURIs)
         EXPECT_TRUE(tests::WaitUntil([&] { return DB.GetEpisode(uri)->State == podcasts::pesPostponed; }));
 
-    // Only what is called listened is told, so that it begins anew.
+    // The player is told only about episodes marked as listened, whose positions it forgets.
     QStringList heard;
     Host.Messages().Handle(kMsgFilesHeard, [&](std::int32_t, void* names) {
         return heard = host::ToQStringList(static_cast<IVEXAObjectList*>(names)), S_OK;
@@ -143,7 +143,7 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     EXPECT_EQ(heard, QStringList{kURIs[0]});
 }
 
-TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
+TEST_F(MenuCommands, TheFocusedEpisodeDecidesWhatHappensToLocalCopies) {
     WriteWhole(Profile.File("2.mp3"), "audio");
     DB.SetCachedFile(kURIs[1], Profile.File("2.mp3"));
     const struct {
@@ -165,7 +165,7 @@ TEST_F(MenuCommands, TheFocusedEpisodeSaysWhatBecomesOfLocalCopies) {
         EXPECT_EQ(saysDelete("CachedFilesControl"), isCached) << files.join(u' ').toStdString();
     }
 
-    // In a playlist a group's heading may have the focus; what is not selected has none.
+    // In a playlist the heading of a group may have the focus. Entries that are not selected do not count as focused.
     const auto playlist = Host.Playlists().Create("P", true);
     playlist->Add({kURIs[1], kURIs[0]});
     playlist->Describe({{kURIs[0], {"1", "Tides"}}, {kURIs[1], {"2", "Tides"}}});
@@ -189,9 +189,9 @@ TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {
     EXPECT_FALSE(Host.Menus().Glyph(*Find("CreateSmartPlaylist")));
 }
 
-TEST_F(MenuCommands, DoNothingOnceThePluginHasEnded) {
+TEST_F(MenuCommands, DoNothingAfterThePluginHasEnded) {
     Select({kFeedNode}, {kURIs[0]});
-    std::vector<Ref<IVEXAActionEvent>> events;  // of a host that keeps them too long
+    std::vector<Ref<IVEXAActionEvent>> events;  // kept longer than the plug-in, as by a careless host
     for (const int menu : {kMenuLibraryTable, kMenuLibraryTree})
         for (const Item& item : Host.Menus().Children(*Host.Menus().BuiltIn(menu)))
             for (const int property : {IVEXAMenuItem::OnShow, IVEXAMenuItem::Event})

@@ -1,4 +1,4 @@
-// The settings page inside a dialog of the host's.
+// The settings page inside the host's options dialog.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
@@ -38,7 +38,7 @@ public:
 class OptionsPageTest : public DialogTest {
 protected:
     OptionsPageTest() {
-        Host.TheCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
+        Host.PluginCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
         Window->resize(500, 400);
         Outside.setParent(Window.get());
         Window->show();
@@ -76,10 +76,10 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(On<QLabel>("L1").text(), "Folgen speichern unter:");
     EXPECT_EQ(On<QGroupBox>("GB3").title(), "");
     EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
-    EXPECT_EQ(Dialog->Modified, 0) << "what the page does itself is no change";
+    EXPECT_EQ(Dialog->Modified, 0) << "changes by the page itself do not count";
 }
 
-TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
+TEST_F(OptionsPageTest, WrapsItsLinesInsteadOfScrollingSideways) {
     const QFont usual = QApplication::font();
     QApplication::setFont(QFont(usual.family(), 16));
     for (const QString& language : {QString("English"), QString("German"), QString("Russian")}) {
@@ -97,7 +97,7 @@ TEST_F(OptionsPageTest, BreaksItsLinesInsteadOfScrollingToTheSide) {
     QApplication::setFont(usual);
 }
 
-TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
+TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     for (const char* const name : {"CB1", "CB2", "CB3", "CB4"}) On<QCheckBox>(name).click();
     QTest::keyClick(&On<QComboBox>("cbUpdates"), Qt::Key_Down);
     On<QLineEdit>("edDownloadPath").selectAll();
@@ -112,13 +112,13 @@ TEST_F(OptionsPageTest, TellsOfChangesAndTakesThemOverWhenItSaves) {
     EXPECT_EQ(options.CacheFileNameTemplate(), "x");
 
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Reset);
-    EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "reset changes the page alone";
+    EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "Reset changes only the page";
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
     EXPECT_EQ(options.CacheFileNameTemplate(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
     EXPECT_EQ(options.CheckUpdates(), 2);
 }
 
-TEST_F(OptionsPageTest, PutsAMacroInPlaceOfTheSelection) {
+TEST_F(OptionsPageTest, ReplacesTheSelectionByAMacro) {
     auto& edit = On<QLineEdit>("edDownloadPath");
     edit.setText("a/bcd/e");
     edit.setSelection(2, 3);
@@ -130,7 +130,7 @@ TEST_F(OptionsPageTest, PutsAMacroInPlaceOfTheSelection) {
     EXPECT_EQ(edit.text(), "a/%FeedTitle%/e");
 }
 
-TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
+TEST_F(OptionsPageTest, UsesTheFolderThatTheUserChooses) {
     const QString folder = Profile.File("Casts");
     QDir().mkpath(folder);
     const int modified = Dialog->Modified;
@@ -148,7 +148,7 @@ TEST_F(OptionsPageTest, TakesTheFolderThatTheUserChooses) {
     EXPECT_EQ(Dialog->Modified, modified + 1);
 }
 
-TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
+TEST_F(OptionsPageTest, MayBeRemovedWhileTheUserChoosesAFolder) {
     WithDialog([&] { On<QToolButton>("edDownloadPathButtons0").click(); },
                [&](QWidget&) {
                    Frame->DestroyPage();
@@ -157,8 +157,8 @@ TEST_F(OptionsPageTest, MayBeTakenAwayWhileTheUserChoosesAFolder) {
     EXPECT_FALSE(Window->findChild<QScrollArea*>());
 }
 
-TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
-    // Its edit can have the focus, too, and gives it to the box.
+TEST_F(OptionsPageTest, MovesTheFocusThroughThePageAndOutOfIt) {
+    // The line edit inside a spin box can have the focus, too, and passes it on to the box.
     auto* const number = new QSpinBox(&On<QGroupBox>("GB3"));
     number->setObjectName("number");
     number->show();
@@ -186,7 +186,7 @@ TEST_F(OptionsPageTest, LeadsTheFocusThroughThePageAndOutOfIt) {
     EXPECT_EQ(Frame->FocusLastControl(), kFalse);
 }
 
-TEST_F(OptionsPageTest, TakesTheMnemonicsOfItsControls) {
+TEST_F(OptionsPageTest, HandlesTheMnemonicsOfItsControls) {
     On<QCheckBox>("CB1").setText("&Start");
     On<QLabel>("L1").setText("&Folder && file");
     EXPECT_EQ(Frame->HandleDialogChar(u's', 0), kTrue);
@@ -213,7 +213,7 @@ TEST_F(OptionsPageTest, SurvivesItsParentAndItsClient) {
 TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
     TVEXAAPIWrappers::Finalize();
     const auto plugin = NewObject<TVEXAPodcastsPlugin>();
-    ASSERT_EQ(plugin->Initialize(&Host.TheCore()), S_OK);
+    ASSERT_EQ(plugin->Initialize(&Host.PluginCore()), S_OK);
     ASSERT_TRUE(Dialog->Registered);
     Ref<IVEXAString> caption;
     EXPECT_EQ(Dialog->Registered->QueryCaption(caption.Put()), S_OK);

@@ -1,4 +1,4 @@
-// Smart playlists of the selected node, with hosts that refuse.
+// Smart playlists of the selected node, also with hosts that refuse.
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Menus.h"
@@ -27,7 +27,7 @@ class PlainPlaylist final : public RefCountedObject<IVEXAPlaylist> {
     HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
 };
 
-/// One that takes none of them.
+/// A playlist whose properties cannot be set.
 class FixedPlaylist final : public Implements<TVEXAPropertyList, IVEXAPlaylist> {
     HResult GetFiles(std::uint32_t, IVEXAObjectList**) noexcept override { return E_FAIL; }
     HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
@@ -48,7 +48,7 @@ private:
     const Step FRefused;
 };
 
-/// Refuses at one step.
+/// A playlist service that refuses one step.
 class Playlists final : public RefCountedObject<IVEXAServicePlaylistManager2> {
 public:
     explicit Playlists(Step refused) : FRefused(refused) {}
@@ -76,7 +76,7 @@ class SmartPlaylistTest : public DialogTest {
 protected:
     QString FailureOf(Step refused) {
         Service = Ref<Playlists>(new Playlists(refused));
-        Host.TheCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
+        Host.PluginCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
         try {
             Command->Execute(nullptr);
         } catch (const std::exception& error) {
@@ -94,7 +94,7 @@ protected:
     Ref<Playlists> Service;
 };
 
-TEST_F(SmartPlaylistTest, SayWhatTheHostRefused) {
+TEST_F(SmartPlaylistTest, ReportsWhatTheHostRefused) {
     Selected.Category = "News";
     const struct {
         Step Refused;
@@ -113,7 +113,7 @@ TEST_F(SmartPlaylistTest, SayWhatTheHostRefused) {
         EXPECT_EQ(FailureOf(refused), QString(message).arg(code)) << message;
 }
 
-TEST_F(SmartPlaylistTest, AreMadeOfOneNodeOnly) {
+TEST_F(SmartPlaylistTest, IsMadeOfOneNodeOnly) {
     EXPECT_EQ(FailureOf(Step::Set), "") << "nothing is selected";
     EXPECT_EQ(Service->Created, 0);
     Selected.Add(QStringLiteral("http://h/a"));
@@ -122,7 +122,7 @@ TEST_F(SmartPlaylistTest, AreMadeOfOneNodeOnly) {
     EXPECT_EQ(Service->Created, 0);
 }
 
-TEST_F(SmartPlaylistTest, NeitherThisNorUnsubscribingMindsThatTheClientIsGone) {
+TEST_F(SmartPlaylistTest, CreatingAndUnsubscribingSurviveTheEndOfTheClient) {
     TPodcastFeed feed;
     feed.Fields[pffURLFeed] = "http://h/a";
     Client->Subscribe(feed);

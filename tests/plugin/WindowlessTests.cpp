@@ -1,4 +1,4 @@
-// The plug-in in a program that can show no windows.
+// The plug-in in a program that cannot show windows.
 
 #include "Host.h"
 #include "Podcasts.Plugin.Dialogs.DeleteConfirmation.h"
@@ -11,10 +11,10 @@
 
 namespace podcasts {
 
-TEST(WindowlessTest, RefusesItsWindowsAndGoesOn) {
+TEST(WindowlessTest, RefusesToShowWindowsAndGoesOn) {
     const tests::TempFolder profile;
     vexa::host::Host host({profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}});
-    vexa::TVEXAAPIWrappers::Initialize(&host.TheCore());
+    vexa::TVEXAAPIWrappers::Initialize(&host.PluginCore());
     {
         TPodcastClient client(profile.File("Test.db"));
         EXPECT_EQ(TVEXAPodcastsMLExtension::Create(client)->Execute(0), vexa::S_OK);

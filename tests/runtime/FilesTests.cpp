@@ -8,7 +8,7 @@
 namespace vexa {
 namespace {
 
-TEST(FileNames, AreMadeOneHarmlessComponent) {
+TEST(FileNames, BecomeOneHarmlessComponent) {
     const QString microphone = "\U0001F399";  // four bytes
     const std::pair<QString, QString> rows[] = {
         {"../../etc/passwd", "etcpasswd"},
@@ -26,7 +26,7 @@ TEST(FileNames, AreMadeOneHarmlessComponent) {
         {QString(199, u'a') + u" b", QString(199, u'a')}};
     for (const auto& [text, component] : rows) {
         EXPECT_EQ(ToFileNameComponent(text), component) << text.toStdString();
-        EXPECT_EQ(ToFileNameComponent(component), component) << "made once, it stays";
+        EXPECT_EQ(ToFileNameComponent(component), component) << "converting it again changes nothing";
     }
 }
 
@@ -44,7 +44,7 @@ TEST(FileNames, HaveAnExtensionThatNamesTheFormat) {
     }
 }
 
-TEST(FileTypes, AreToldByTypeExtensionAndFirstBytes) {
+TEST(FileTypes, AreRecognisedByTypeExtensionAndFirstBytes) {
     const std::tuple<const char*, const char*, bool> media[] = {{"audio/mpeg", "http://h/a.jpg", true},
                                                                 {" Video/MP4 ; x=y", "http://h/a", true},
                                                                 {"application/ogg", "http://h/a", true},
@@ -73,11 +73,11 @@ TEST(FileTypes, AreToldByTypeExtensionAndFirstBytes) {
         EXPECT_FALSE(BeginsLikeHtmlPage(other)) << other;
 }
 
-TEST(Files, GoToTheTrashAndAMissingOneIsNoError) {
+TEST(Files, AreMovedToTheTrashAndAMissingOneIsNoError) {
     const tests::TempFolder folder;
     const QString file = folder.File("show.mp3");
     WriteWhole(file, "sound");
-    EXPECT_FALSE(FileExists(folder.Path())) << "a folder is no file";
+    EXPECT_FALSE(FileExists(folder.Path())) << "a folder is not a file";
     EXPECT_TRUE(MoveToRecycleBin(file));
     EXPECT_FALSE(FileExists(file));
     EXPECT_EQ(ReadWhole(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/show.mp3"), "sound");

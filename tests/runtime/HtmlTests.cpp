@@ -46,11 +46,11 @@ TEST(Html, LinksAreFoundHoweverAPageIsWritten) {
     for (const auto& [page, links] : cases) EXPECT_EQ(Links(page), QString::fromUtf8(links)) << page.toStdString();
     EXPECT_EQ(Links("<meta charset=utf-8>" + kLink + "f title='\xC6'>", "windows-1251"),
               QString::fromUtf8("https://h/dir/f Ж"))
-        << "what the transport says comes first";
+        << "the transport's charset takes precedence";
     EXPECT_EQ(FindHtmlLinks(kLink + "f>" + kLink + "http://o/f>", {}, "/a/page.xml", "alternate", "application/rss+xml")
                   .size(),
               1u)
-        << "nothing is resolved against the name of a file";
+        << "relative addresses are not resolved against a file name";
 }
 
 TEST(Html, AHostilePageIsReadWithinBounds) {
@@ -60,8 +60,8 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     EXPECT_LE(Links(kLink + "f title='" + QByteArray(100'000, 'x') + "'>").size(), 400);
     EXPECT_EQ(Links(kLink + QByteArray(100'000, 'x') + ">"), "");
     EXPECT_EQ(Links(kLink + "f>" + QByteArray(5'000'000, 'x') + kLink + "g>"), "https://h/dir/f");
-    // Elements that are never closed, end tags of none: each of these would be looked for among all that are open.
-    // Attributes: each is compared with all before it.
+    // Elements that are never closed, and end tags without an element, each of which would be searched for among all
+    // open elements. Many attributes, each of which is compared with all before it.
     QByteArray attributes;
     for (int i = 0; i < 150'000; ++i) attributes += " a" + QByteArray::number(i, 36);
     const QByteArray pages[] = {
@@ -77,7 +77,7 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     EXPECT_EQ(Links("<script>" + QByteArray(300'000, 'x') + "</script><style>" + QByteArray("a{}\n").repeated(80'000) +
                     "</style>" + kLink + "f>"),
               "https://h/dir/f")
-        << "long texts are no reason to stop";
+        << "long texts must not end the search";
     for (const QByteArray& page : pages) {
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Links(page), "https://h/dir/f") << page.mid(60, 40).toStdString();
@@ -86,7 +86,7 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
     }
 }
 
-TEST(Html, APageIsKnownByItsFirstTagOrItsType) {
+TEST(Html, APageIsRecognisedByItsFirstTagOrItsType) {
     const std::tuple<QByteArray, const char*, bool> cases[] = {
         {"<!doctype HTML>", "", true},
         {"\xEF\xBB\xBF \n<!-- <rss> --><HTML>", "", true},

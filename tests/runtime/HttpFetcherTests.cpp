@@ -43,7 +43,7 @@ protected:
         return addresses;
     }
     void Want(const QStringList& addresses, bool isSecondTry = false) {
-        Fetcher->Want(addresses, [&](const QString&) {
+        Fetcher->SetWindow(addresses, [&](const QString&) {
             HttpFetch fetch;
             fetch.MaxBytes = kLargest;
             fetch.IsSecondTry = isSecondTry;
@@ -56,8 +56,8 @@ protected:
         for (int server = 0; server < kServers; ++server) count += Requests(server);
         return count;
     }
-    /// Whether so many requests come, and then no more.
-    bool ComeTo(int count) {
+    /// Whether `count` requests come, and then no more.
+    bool WaitForRequests(int count) {
         if (!tests::WaitUntil([&] { return AllRequests() >= count; })) return false;
         std::this_thread::sleep_for(150ms);
         return AllRequests() == count;
@@ -69,54 +69,55 @@ protected:
     std::optional<HttpFetcher> Fetcher;
 };
 
-TEST_F(HttpFetching, BeginsTwelveTransfersInOrderThreeToAHostAndGoesOnWhenOneIsTaken) {
+TEST_F(HttpFetching, StartsTwelveTransfersInOrderThreePerHostAndAnotherWhenOneIsTaken) {
     Start();
     Want(Addresses());
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
     for (int server = 0; server < 4; ++server) EXPECT_EQ(Requests(server), 3) << server;
     EXPECT_EQ(Requests(4), 0);
     Servers[0].Release("/1");
     EXPECT_EQ(QString(Fetcher->Take(Servers[0].Url("/1"), {}).Document.Body), "document");
-    EXPECT_TRUE(ComeTo(13));
-    EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next of the host that has room";
-    // What is not wanted any more makes room, too.
+    EXPECT_TRUE(WaitForRequests(13));
+    EXPECT_EQ(Servers[0].Count("/3"), 1) << "the next one of a host with room";
+    // A transfer that is not wanted any more makes room, too.
     Want({Servers[4].Url("/7")});
-    EXPECT_TRUE(ComeTo(14));
+    EXPECT_TRUE(WaitForRequests(14));
     EXPECT_EQ(Servers[4].Count("/7"), 1);
 }
 
-TEST_F(HttpFetching, ASilentServerHoldsUpNobodyAndGivesWayWhereThereAreManyOfThem) {
+TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     Limits.SilentAfter = 50ms;
-    Limits.AtOnce = 1;
-    Limits.Silent = 4;
-    Limits.GivesWayAfter = 300ms;
+    Limits.MaxActive = 1;
+    Limits.MaxSilent = 4;
+    Limits.EvictableAfter = 300ms;
     for (int path = 0; path < kPaths; ++path) Servers[4].Serve(QString("/%1").arg(path), Response::Of("document"));
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_TRUE(ComeTo(4)) << "as many as may be silent, and nobody has answered to compare them with";
+    EXPECT_TRUE(WaitForRequests(4)) << "the number of servers that may be silent; none has answered yet";
     EXPECT_GE(Fetcher->SilenceOf(addresses[0]), 100ms);
     EXPECT_GE(Fetcher->SilenceOf(addresses[5]), 100ms) << "waits for a server that is silent";
     EXPECT_EQ(Fetcher->SilenceOf(addresses.last()), 0ms) << "not asked yet";
-    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "one that is awaited is asked all the same";
-    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); })) << "it has given way";
+    EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "an awaited address is requested all the same";
+    EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); }))
+        << "it was cancelled in favour of others";
     const HttpErrorInfo outcome = Take(addresses[0]);
     EXPECT_EQ(outcome.Message, "the server did not answer in time");
-    EXPECT_TRUE(outcome.MayPass);
+    EXPECT_TRUE(outcome.IsTransient);
     // Its server's other addresses fail with it, until it is asked once more.
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
     const int asked = Requests(0);
     Want({addresses[9]});
-    EXPECT_TRUE(Take(addresses[9]).MayPass);
+    EXPECT_TRUE(Take(addresses[9]).IsTransient);
     EXPECT_EQ(Requests(0), asked);
     Servers[0].Serve("/9", Response::Of("document"));
     Want({addresses[9]}, true);
     EXPECT_TRUE(Take(addresses[9]).Succeeded());
 }
 
-TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
+TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     constexpr int kSize = 1'000'000;
-    Limits.HeldBytes = 5 * kSize / 2;
+    Limits.MaxHeldBytes = 5 * kSize / 2;
     for (auto& server : Servers)
         for (int path = 0; path < kPaths; ++path)
             server.Serve(QString("/%1").arg(path), Response::Of(QByteArray(kSize, 'x')));
@@ -128,9 +129,9 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     };
     ASSERT_TRUE(tests::WaitUntil([&] { return ready() >= 1; }));
     std::this_thread::sleep_for(150ms);
-    EXPECT_LE(AllRequests(), 3 + 12) << "those that are there, and those that are on their way";
+    EXPECT_LE(AllRequests(), 3 + 12) << "the finished ones, and those being transferred";
     EXPECT_LE(ready(), 3);
-    // From the end, against the order in which they were begun.
+    // Taken from the end, in the reverse of the order in which they were begun.
     for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {
         const HttpFetched fetched = Fetcher->Take(*address, {});
         ASSERT_TRUE(fetched.Outcome.Succeeded()) << fetched.Outcome.Message.toStdString();
@@ -139,10 +140,10 @@ TEST_F(HttpFetching, HoldsNoMoreInMemoryThanItMayButForWhatIsAwaited) {
     }
 }
 
-TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
+TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
     for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
-    Limits.ToHost = 1;
+    Limits.MaxPerHost = 1;
     Start();
     const QStringList addresses = Addresses(2);
     Want(addresses);
@@ -152,22 +153,22 @@ TEST_F(HttpFetching, AServerThatAsksToBeLeftAloneIsNotAskedAgainInThisRun) {
         const HttpErrorInfo outcome = Take(addresses[path]);
         EXPECT_TRUE(outcome.Message.startsWith("it was not asked for, since its server wants to be left alone until "));
         EXPECT_TRUE(outcome.Message.contains(until)) << outcome.Message.toStdString();
-        EXPECT_FALSE(outcome.MayPass) << "not worth a second try in the same run";
+        EXPECT_FALSE(outcome.IsTransient) << "not worth a second try in the same run";
     }
     EXPECT_EQ(Requests(0), 1);
     EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";
 }
 
-TEST_F(HttpFetching, EndsAtOnceWithAllTransfersOnTheirWay) {
+TEST_F(HttpFetching, EndsAtOnceWhileTransfersAreRunning) {
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
     bool isAsked = false;
     const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
     EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
     Fetcher.reset();
-    EXPECT_TRUE(ComeTo(12));
+    EXPECT_TRUE(WaitForRequests(12));
 }
 
 }  // namespace

@@ -31,10 +31,10 @@ protected:
     QByteArray Body;
 };
 
-TEST_F(Http, AFailureIsToldByItsKindItsStatusAndAMessage) {
+TEST_F(Http, AFailureIsReportedWithKindStatusAndMessage) {
     const Response digits = Response::Of("0123456789");
     const std::tuple<Response, Kind, int, const char*> rows[] = {
-        // the last is a part of the message
+        // answer, kind, status, part of the message
         {Response::Failure("404 Not Found"), Kind::Status, 404, "404 Not Found"},
         {Response::Failure("500 Out of tea"), Kind::Status, 500, "500 Out of tea"},
         {Response::Failure("503 "), Kind::Status, 503, "503 Service Unavailable"},
@@ -61,7 +61,7 @@ TEST_F(Http, AFailureIsToldByItsKindItsStatusAndAMessage) {
     SetHttpTimeouts({});
 }
 
-TEST_F(Http, RefusesWhatIsNoWebAddressWithoutAsking) {
+TEST_F(Http, RefusesAnythingButAWebAddressWithoutARequest) {
     for (const char* url :
          {"", "feed", "/etc/passwd", "file:///etc/passwd", "ftp://127.0.0.1/a", "http://", "https:///a"})
         EXPECT_EQ(Get(url).What, Kind::BadAddress) << url;
@@ -109,7 +109,7 @@ TEST_F(Http, CanBeCancelledBeforeAnAnswerAndInTheMiddleOfABody) {
     EXPECT_TRUE(Get(Server.Url("/")).Succeeded()) << "the thread's next transfer";
 }
 
-TEST_F(Http, EndsWhenACallbackRefusesAndKeepsWhatItThrows) {
+TEST_F(Http, EndsWhenACallbackRefusesAndKeepsItsException) {
     Server.Serve("/", Response::Of("body"));
     HttpGet request;
     request.Url = Server.Url("/");
@@ -132,15 +132,16 @@ TEST_F(Http, EndsWhenACallbackRefusesAndKeepsWhatItThrows) {
     EXPECT_EQ(refused.Run({}).What, Kind::Refused);
 }
 
-TEST_F(Http, BoundsADocumentByItsSizeAfterDecompression) {
+TEST_F(Http, LimitsADocumentsSizeAfterDecompression) {
     constexpr int kBound = 1024 * 1024;
     const auto serve = [&](int size) {
-        const QByteArray compressed = qCompress(QByteArray(size, ' ')).sliced(4);  // behind Qt's own head
+        const QByteArray compressed =
+            qCompress(QByteArray(size, ' ')).sliced(4);  // without the header that qCompress adds
         Server.Serve("/", Response::Of(compressed, "text/xml", "200 OK", "Content-Encoding: deflate\r\n"));
     };
     serve(kBound);
     EXPECT_EQ(HttpGetDocument(Server.Url("/"), kBound, {}).Body.size(), kBound);
-    serve(100 * kBound);  // on the wire a tenth of the bound
+    serve(100 * kBound);  // compressed, a tenth of the bound
     HttpGet request;
     request.Url = Server.Url("/");
     request.Compressed = true;
@@ -153,7 +154,7 @@ TEST_F(Http, BoundsADocumentByItsSizeAfterDecompression) {
     EXPECT_LE(taken, std::size_t(kBound));
 }
 
-TEST_F(Http, SaysWhoItIsCompressesOnlyDocumentsAndKeepsAConnectionForEachThread) {
+TEST_F(Http, SendsItsNameCompressesOnlyDocumentsAndKeepsAConnectionPerThread) {
     Server.Serve("/", Response::Of("body"));
     HttpGetDocument(Server.Url("/"), 0, {});
     Get(Server.Url("/missing"));
@@ -169,7 +170,7 @@ TEST_F(Http, SaysWhoItIsCompressesOnlyDocumentsAndKeepsAConnectionForEachThread)
     EXPECT_EQ(compressed, (std::vector{1, 0, 0, 0}));
 }
 
-TEST_F(Http, TellsWhereRedirectsLedAndWhichOfThemAreForGood) {
+TEST_F(Http, ReportsWhereRedirectsLedAndWhichArePermanent) {
     const QByteArray gone = "301 Moved Permanently", forGood = "308 Permanent Redirect";
     struct {
         QList<QByteArray> Statuses;
@@ -200,7 +201,7 @@ TEST_F(Http, TellsWhereRedirectsLedAndWhichOfThemAreForGood) {
     EXPECT_EQ(HttpGetDocument(Server.Url("/0"), 0, {}).Info.MovedTo.toLower(), Server.Url("/%c3%bc%20my"));
 }
 
-TEST_F(Http, SendsConditionsToTheirOwnHostAloneAndTakesNotModifiedOnlyWhereItSentSome) {
+TEST_F(Http, SendsConditionsToTheirOwnHostOnlyAndAcceptsNotModifiedOnlyForThem) {
     tests::LoopbackServer other;
     const Response document = Response::Of("document").WithETag("\"1\"");
     Server.Serve("/own", document);
@@ -229,14 +230,14 @@ TEST_F(Http, SendsConditionsToTheirOwnHostAloneAndTakesNotModifiedOnlyWhereItSen
     EXPECT_EQ(fetch("/redirect"), stranger);
     other.Serve("/back", Response::Redirect(Server.Url("/own").toUtf8()));
     Server.Serve("/redirect", Response::Redirect(other.Url("/back").toUtf8()));
-    EXPECT_EQ(fetch("/redirect"), "/own, 200") << "and not once more when it comes back from there";
+    EXPECT_EQ(fetch("/redirect"), "/own, 200") << "nor when it comes back to the own host from there";
     Server.Serve("/never", Response::Failure("304 Not Modified"));
     HttpGet request;
     request.Url = Server.Url("/never");
     EXPECT_EQ(request.Run({}).What, HttpErrorInfo::Kind::Status);
 }
 
-TEST_F(Http, SendsAUserNameAndAPasswordToTheirOwnHostAlone) {
+TEST_F(Http, SendsUserNameAndPasswordToTheirOwnHostOnly) {
     tests::LoopbackServer other;
     const QByteArray header = "\r\nAuthorization: Basic " + QByteArray("us er:p@ss").toBase64() + "\r\n";
     Server.Serve("/f", Response::Of("body"));

@@ -1,4 +1,4 @@
-// Proxies of the environment and of the desktop, on loopback.
+// Proxies from the environment and from the desktop, on loopback.
 
 #include "LoopbackServer.h"
 #include "VEXA.Runtime.DesktopProxies.h"
@@ -19,7 +19,7 @@ namespace {
 
 using tests::Response;
 
-/// No name here is resolved by anybody but a proxy.
+/// Only a proxy can resolve the host names used here.
 class Proxies : public testing::Test {
 protected:
     Proxies() {
@@ -52,7 +52,7 @@ protected:
     tests::LoopbackServer Proxy, Other, Own;
 };
 
-TEST_F(Proxies, TheEnvironmentGoesBeforeTheDesktop) {
+TEST_F(Proxies, TheEnvironmentTakesPrecedenceOverTheDesktop) {
     int asked = 0;
     SetDesktopProxySource([&](const QUrl&) { return ++asked, At(Other); });
     for (const char* name : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
@@ -68,7 +68,7 @@ TEST_F(Proxies, TheEnvironmentGoesBeforeTheDesktop) {
     EXPECT_EQ(Get(u"http://b.example/feed"_s), u"the server's name could not be resolved"_s);
 }
 
-TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainButForThisMachine) {
+TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainExceptThisMachine) {
     QStringList asked;
     SetDesktopProxySource([&](const QUrl& url) {
         asked += url.scheme() + u"://"_s + url.host();
@@ -85,7 +85,7 @@ TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainButForThisMachine)
     EXPECT_TRUE(Proxy.Requests().back().Head.startsWith("CONNECT a.example:443 "));
 }
 
-TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
+TEST(DesktopProxies, TheFirstUsableOneIsChosen) {
     const auto at = [](QNetworkProxy::ProxyType type, const QString& host) {
         return QNetworkProxy(type, host, 8080, u"me"_s, u"secret"_s);
     };
@@ -111,7 +111,7 @@ TEST(DesktopProxies, TheFirstThatCanBeUsedIsChosen) {
 }
 
 TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
-    // libcurl takes an upper-case HTTP_PROXY for no setting; what the toolkit asks takes it for one of the desktop's.
+    // libcurl ignores an upper-case HTTP_PROXY; the toolkit takes it for a setting of the desktop.
     SetDesktopProxySource({});
     qputenv("HTTP_PROXY", Proxy.Url({}).toUtf8());
     EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
@@ -138,7 +138,7 @@ public:
     }
 
     quint16 Port = 0;
-    QByteArray Asked;  // read it when the transfer has ended
+    QByteArray Asked;  // to be read after the transfer has ended
 
 private:
     void Talk(int client) {
@@ -172,7 +172,7 @@ TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
                                       16));
 }
 
-TEST_F(Proxies, AUserNameAndAPasswordGoToTheProxyAndNoFurther) {
+TEST_F(Proxies, UserNameAndPasswordAreSentToTheProxyOnly) {
     HttpProxy proxy = At(Proxy);
     proxy.User = u"us er"_s;
     proxy.Password = u"p:ss"_s;
@@ -186,7 +186,7 @@ TEST_F(Proxies, AUserNameAndAPasswordGoToTheProxyAndNoFurther) {
     EXPECT_FALSE(Own.Requests().back().Head.contains("Proxy-Authorization"));
 }
 
-TEST_F(Proxies, ADesktopThatDoesNotAnswerHoldsUpOneRequestAndIsHeardLater) {
+TEST_F(Proxies, ADesktopThatDoesNotAnswerDelaysOneRequestAndIsUsedLater) {
     std::mutex mutex;
     std::unique_lock lock(mutex);
     SetDesktopProxySource([&](const QUrl&) {

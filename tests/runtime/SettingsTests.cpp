@@ -28,7 +28,7 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
 }
 
-TEST_F(Settings, WriteWhereAValueIsReadFrom) {
+TEST_F(Settings, WriteAValueWhereItIsReadFrom) {
     WriteWhole(FileName, "[A]\nk=1\nk=2\n[A\\B]\nC=3\n[A]\nB\\C=4\n[B]\nk=5\n[A]\nk=6\n");
     SettingsFile settings(FileName);
     settings.Write("A\\k", "new");
@@ -44,14 +44,33 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     theirs.Write("P\\Untouched", "theirs");
     theirs.Write("P\\Missing", "theirs");
     theirs.Save();
-    mine.Write("P\\Untouched", "1");  // as it was read
+    mine.Write("P\\Untouched", "1");  // the value that was read
     mine.Write("P\\Missing", "default");
     mine.Write("P\\Changed", "mine");
     mine.Save();
     EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=theirs\nMissing=theirs\n");
 }
 
-TEST_F(Settings, GiveBackOddValuesAsTheyWere) {
+TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {
+    WriteWhole(FileName, "[P]\nSet=1\nTwice=1\nBack=1\n");
+    SettingsFile file(FileName);
+    EXPECT_FALSE(file.Find("P\\Missing"));
+    for (const char* key : {"P\\Set", "P\\Twice", "P\\Back", "P\\Missing"}) file.Write(key, "2");
+    const SettingsFile copied = file;
+    SettingsFile saved = copied;
+    WriteWhole(FileName, ReadWhole(FileName) + "Missing=theirs\n");
+    saved.Save();
+    file.Write("P\\Twice", "3");
+    file.Write("P\\Back", "1");
+    file.TakeSaved(copied, saved);
+    EXPECT_TRUE(file.HasChanges());
+    EXPECT_EQ(file.Find("P\\Missing"), "theirs");
+    WriteWhole(FileName, ReadWhole(FileName).replace("Set=2", "Set=theirs"));
+    file.Save();
+    EXPECT_EQ(ReadWhole(FileName), "[P]\nSet=theirs\nTwice=3\nBack=1\nMissing=theirs\n");
+}
+
+TEST_F(Settings, ReturnOddValuesUnchanged) {
     const QString values[] = {"",
                               " blanks around ",
                               "\"",

@@ -21,7 +21,7 @@ protected:
     Database DB{Folder.File("test.db")};
 };
 
-TEST_F(Sqlite, UndoesAFailedNestedTransactionAlone) {
+TEST_F(Sqlite, RollsBackOnlyAFailedNestedTransaction) {
     const auto insert = [&](int value) { DB.ExecuteSQL(SqlBuilder("INSERT INTO T VALUES (").Integer(value).Raw(")")); };
     const auto fail = [&](int first) {
         insert(first);
@@ -38,7 +38,7 @@ TEST_F(Sqlite, UndoesAFailedNestedTransactionAlone) {
     EXPECT_EQ(DB.Query("SELECT GROUP_CONCAT(Value) FROM T")->Text(0), "1,4,7");
 }
 
-TEST_F(Sqlite, SerialisesTheThreadsThatUseItAndShowsOthersWhatIsCommitted) {
+TEST_F(Sqlite, SerialisesItsThreadsAndShowsOthersOnlyCommittedData) {
     DB.ExecuteSQL("INSERT INTO T VALUES (0)");
     Database reader(DB.FileName());
     const auto work = [&] {

@@ -10,7 +10,7 @@
 namespace vexa {
 namespace {
 
-TEST(Text, ComesBackFromItsBytesAsItWas) {
+TEST(Text, SurvivesConversionToBytesAndBack) {
     const QString high(QChar(0xD83C)), low(QChar(0xDF99));
     for (const QString& text : {QString("\uFEFF\u00E9\u0416\u20AC\uFFFD\uFFFF"), high, low, QString(low + high),
                                 QString(high + u"x" + low), QString(high + high + low)}) {
@@ -37,7 +37,7 @@ public:
     }
 };
 
-TEST(FormatString, ReplacesWhatItKnowsAndLeavesTheRest) {
+TEST(FormatString, ReplacesKnownMacrosAndLeavesTheRest) {
     const std::pair<QString, QString> rows[] = {
         {"%Up()%%Wrap( y )%", "< y >"},
         {"%Wrap(%Up(a%Name%b)%)%", "<ABOB%NAME%B>"},
@@ -47,14 +47,14 @@ TEST(FormatString, ReplacesWhatItKnowsAndLeavesTheRest) {
         {"%Up(%Name%", "%Up(bob%Name%"},
         {"%Up%%Up(x)", "%Up%%Up(x)"}};
     const Greeter greeter;
-    const QString name = "bob%Name%";  // a value is never looked into
+    const QString name = "bob%Name%";  // macros in a value are not expanded
     for (const auto& [text, result] : rows) EXPECT_EQ(greeter.Evaluate(text, &name).toString(), result);
     const QString deep = QString("%Up(").repeated(20'000) + u"x" + QString(")%").repeated(20'000);
     EXPECT_FALSE(greeter.Evaluate(deep, &name).toString().isEmpty());
 }
 
-TEST(Dates, AreReadInTheFormsThatFeedsShow) {
-    // Without a moment: unreadable.
+TEST(Dates, AreParsedInTheFormatsThatFeedsUse) {
+    // An empty second text means that the date is invalid.
     const std::pair<QString, QString> mail[] = {{"  fri, 17 may 2024 09:05:07 +0200 ", "2024-05-17T07:05:07Z"},
                                                 {"Fri, 17 May 2024 09:05:07 -04:30", "2024-05-17T13:35:07Z"},
                                                 {"17 May 2024 09:05", "2024-05-17T09:05:00Z"},
@@ -80,7 +80,7 @@ TEST(Dates, AreReadInTheFormsThatFeedsShow) {
     for (const auto& [text, moment] : iso) expect(DecodeIsoDate(text), moment);
 }
 
-TEST(Dates, AreReadInTheWordsOfManyLanguages) {
+TEST(Dates, AreParsedInManyLanguages) {
     const std::pair<QString, QString> rows[] = {
         {"Di, 24 Nov 2026 06:00:00 +0100", "2026-11-24T05:00:00Z"},
         {"Dienstag, 24. M\u00E4rz 2026 um 6:00 Uhr", "2026-03-24T06:00:00Z"},
@@ -122,11 +122,11 @@ TEST(Dates, AreReadInTheWordsOfManyLanguages) {
     }
 }
 
-TEST(Dates, AreWrittenByAPatternAndStayStableOutsideTheCalendar) {
+TEST(Dates, AreFormattedByAPatternAndStayStableOutsideTheCalendar) {
     for (const double date : {0.0, 1e300, -1e300, std::numeric_limits<double>::quiet_NaN()})
         EXPECT_EQ(FormatOleDate(date, u"yyyy.MM.dd"), "1899.12.30") << date;
     const double moment = DecodeIsoDate("2024-05-17T09:05:59.999Z");
-    EXPECT_EQ(FormatOleDate(moment, u"yyyy.MM.dd hh-mm:ss"), "2024.05.17 09-05:59") << "no rounding up";
+    EXPECT_EQ(FormatOleDate(moment, u"yyyy.MM.dd hh-mm:ss"), "2024.05.17 09-05:59") << "it is not rounded up";
 }
 
 }  // namespace

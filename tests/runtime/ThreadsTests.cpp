@@ -40,12 +40,12 @@ TEST(WorkerPool, CanBeCancelledFromTheMainThreadWhileTheTaskWaitsForIt) {
         }
         WorkerPool::Cancel(handle, true);
         ASSERT_TRUE(wasCancelled);
-        ASSERT_EQ(completed, 1) << "the completion belongs to the task";
+        ASSERT_EQ(completed, 1) << "the completion is part of the task";
         WorkerPool::Cancel(handle, true);  // ended already
     }
 }
 
-TEST(WorkerPool, CompletesATaskThatAnExceptionLeft) {
+TEST(WorkerPool, CompletesATaskThatThrew) {
     std::atomic<bool> hasFailed{false};
     Start([](Job&) { throw std::runtime_error("on purpose"); },
           [&](Job& job) {
@@ -55,14 +55,14 @@ TEST(WorkerPool, CompletesATaskThatAnExceptionLeft) {
     EXPECT_TRUE(tests::WaitUntil([&] { return hasFailed.load(); }));
 }
 
-TEST(WorkerPool, LetsNoTaskWaitForAnother) {
+TEST(WorkerPool, MakesNoTaskWaitForAnother) {
     std::barrier all(8);
     std::vector<TaskHandle> handles;
     for (int i = 0; i < 8; ++i) handles.push_back(Start([&](Job&) { all.arrive_and_wait(); }));
     for (const TaskHandle handle : handles) WorkerPool::Cancel(handle, true);
 }
 
-TEST(MainThread, RunsWhatItIsGivenInOrderAndHandsExceptionsBack) {
+TEST(MainThread, RunsPostedFunctionsInOrderAndPassesExceptionsBack) {
     std::string order;
     std::thread other([&] {
         EXPECT_FALSE(IsMainThread());

@@ -14,7 +14,7 @@ QString RootText(const QByteArray& bytes, const QString& charset = {}) {
     return (*document.Node().begin()).Text();
 }
 
-TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
+TEST(Xml, TakesTheEncodingFromTheMarkThenTheDeclarationThenTheTransport) {
     const QString euro = "\u20AC\u00E9", cyrillic = "\u043F\u043E\u0434";
     const QString wide = "<?xml version='1.0' encoding='utf-16'?><r>" + cyrillic + "</r>";
     const QByteArray little = QStringEncoder(QStringEncoder::Utf16LE).encode(QChar(0xFEFF) + wide);
@@ -30,12 +30,12 @@ TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
         {"<r>\x80\xE9</r>", "no-such-charset", euro},
         {"<?xml version='1.0' encoding='UTF-16'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<?xml version='1.0' encoding='Shift_JIS'?><r>\x83\x65</r>", {}, "\u30C6"},
-        // What shows that it is UTF-8 is, whatever is said of it.
+        // A document that is valid UTF-8 is read as such, whatever encoding is declared.
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "iso-8859-1", euro},
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "Shift_JIS", euro},
         {"<?xml version='1.0' encoding='windows-1251'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<r>\x1B$B%F\x1B(B</r>", "ISO-2022-JP", "\u30C6"},
-        // Only what is broken in UTF-8 is lost, a byte at a time.
+        // In UTF-8 with errors, only the invalid bytes are lost, one at a time.
         {"<r>\xE2\x82\xAC\xC3\xA9 caf\xE9</r>", {}, euro + " caf\uFFFD"},
         {"<?xml version='1.0' encoding='utf-8'?><r>\xE2\x82\xAC\xC3\xA9\xE6\x97</r>", {}, euro + "\uFFFD\uFFFD"},
         {"\xEF\xBB\xBF<r>\xE2\x82\xAC\xC3\xA9\xED\xA0\x80</r>", {}, euro + "\uFFFD\uFFFD\uFFFD"},
@@ -44,7 +44,7 @@ TEST(Xml, ReadsTheEncodingOfTheMarkThenTheDeclarationThenTheTransport) {
     for (const auto& [bytes, charset, text] : rows) EXPECT_EQ(RootText(bytes, charset), text) << bytes.toStdString();
 }
 
-TEST(Xml, ForgivesWhatRealFeedsGetWrong) {
+TEST(Xml, ToleratesTheErrorsOfRealFeeds) {
     const std::pair<QByteArray, QString> rows[] = {
         {" \r\n\t<?xml version='1.0'?><r>a</r>", "a"},
         {"<r>a<![CDATA[b]]> <![CDATA[c]]>d<x>no</x>e</r>", "ab cde"},
@@ -60,7 +60,7 @@ TEST(Xml, ForgivesWhatRealFeedsGetWrong) {
     for (const auto& [bytes, text] : rows) EXPECT_EQ(RootText(bytes), text) << bytes.toStdString();
 }
 
-TEST(Xml, RefusesWhatIsCutOffOrNotXmlAndSaysWhere) {
+TEST(Xml, RefusesTruncatedDocumentsAndNonXmlAndSaysWhere) {
     const std::pair<const char*, const char*> rows[] = {
         {"", "the document is empty"},
         {"<rss>\n<channel>\n<title>a</ti", "line 3"},
@@ -87,7 +87,7 @@ QString Outline(const XmlNode& node) {
     return outline + u')';
 }
 
-TEST(Xml, RecoversADamagedDocumentWhoseEndIsThere) {
+TEST(Xml, RecoversADamagedDocumentThatIsNotTruncated) {
     const std::pair<QByteArray, QString> rows[] = {
         {"<r><t>I <3 radio & a < b, x <y</t></r>", "r(| t(|I <3 radio & a < b, x <y))"},
         {"<r><t>&nbsp;&nosuch; &amp; <3 &#233;</t></r>", "r(| t(|\u00A0&nosuch; & <3 \u00E9))"},
@@ -115,7 +115,7 @@ TEST(Xml, RecoversADamagedDocumentWhoseEndIsThere) {
               "a<b>c&amp;<d/></b><i>&lt;");
 }
 
-TEST(Xml, NeverTakesABeginningForADamagedDocument) {
+TEST(Xml, NeverTakesATruncatedDocumentForADamagedOne) {
     const QByteArray document =
         "<?xml version='1.0'?><rss a='1'><channel><title>a <3 </rss> b</title><item><title>1</title>"
         "<description>say </rss> <p>or <i></rss> <![CDATA[</rss>]]> &amp;</p></description></item>"
@@ -125,7 +125,7 @@ TEST(Xml, NeverTakesABeginningForADamagedDocument) {
         EXPECT_THROW(XmlDocument{document.first(size)}, XmlError) << document.first(size).toStdString();
     const QByteArray deep = "<r><3" + QByteArray("<a>").repeated(300) + QByteArray("</a>").repeated(300) + "</r>";
     EXPECT_THROW(XmlDocument{deep}, XmlError) << "deeper than the reader goes";
-    QByteArray attributes;  // each of which the reader compares with all before it
+    QByteArray attributes;  // the reader compares each with all before it
     for (int i = 0; i < 300'000; ++i) attributes += " a" + QByteArray::number(i, 36) + "='x'";
     const XmlDocument wide("<r><3<a" + attributes + "/><b>c</b></r>");
     EXPECT_EQ(wide.FindPath({"r", "a"}).Attribute("a1"), "x");

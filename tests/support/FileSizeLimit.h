@@ -2,8 +2,7 @@
 
 namespace tests {
 
-/// Whether a program starts below a limit on the size of files: the thread sanitizer's runtime is stopped by one before
-/// the program's main function.
+/// Whether a program can start under a file size limit: the thread sanitizer's runtime is stopped by one before main.
 #ifdef __SANITIZE_THREAD__
 inline constexpr bool kCanLimitFileSize = false;
 #else

@@ -12,12 +12,12 @@ namespace tests {
 
 namespace {
 
-/// A blocking socket takes all bytes, or it is broken.
+/// False when the connection is broken; a blocking socket otherwise sends all bytes.
 bool SendAll(int socket, const QByteArray& bytes) {
     return send(socket, bytes.data(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL) == bytes.size();
 }
 
-/// The next request's head; empty when the peer is gone. No client sends a second request before the first's answer.
+/// The next request's head; empty when the peer is gone. Clients do not send a request before the previous answer.
 QByteArray ReceiveHead(int socket) {
     QByteArray head;
     while (!head.endsWith("\r\n\r\n")) {
@@ -25,7 +25,7 @@ QByteArray ReceiveHead(int socket) {
         const ssize_t received = recv(socket, block, sizeof block, 0);
         if (received <= 0) return {};
         head.append(block, received);
-        if (head[0] == '\x16') return {};  // the beginning of a TLS handshake (RFC 8446, 5.1), which it does not speak
+        if (head[0] == '\x16') return {};  // the beginning of a TLS handshake (RFC 8446, 5.1): TLS is not supported
     }
     return head;
 }
@@ -77,7 +77,7 @@ Response Response::To(const QByteArray& requestHead) const {
     for (const char* name : {"ETag", "Last-Modified", "Date"})
         if (const QByteArray value = HeaderOf(Head, name); !value.isEmpty()) headers += name + (": " + value) + "\r\n";
     return Of(Body.sliced(std::min(first, Body.size())), "application/octet-stream", "206 Partial Content", headers)
-        .With(What, FaultAfter);
+        .With(Kind, FaultAfter);
 }
 
 LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -101,7 +101,7 @@ LoopbackServer::~LoopbackServer() {
     }
     shutdown(FListener, SHUT_RDWR);
     FAcceptor.join();
-    for (auto& connection : FConnections) connection.join();  // nobody adds any more
+    for (auto& connection : FConnections) connection.join();  // no lock: the acceptor, which adds to them, has ended
     close(FListener);
 }
 
@@ -155,25 +155,25 @@ void LoopbackServer::Talk(int socket, int connection) {
 
 bool LoopbackServer::Answer(int socket, const QString& path, const Response& response) {
     const QByteArray answer = response.Head + response.Body;
-    if (response.What == Fault::None) return SendAll(socket, answer);
+    if (response.Kind == Fault::None) return SendAll(socket, answer);
     const qsizetype sent =
         response.FaultAfter < 0 ? 0 : std::min(response.Head.size() + response.FaultAfter, answer.size());
     if (!SendAll(socket, answer.first(sent))) return false;
-    if (response.What == Fault::Repeat) {
+    if (response.Kind == Fault::Repeat) {
         QByteArray rest = answer.sliced(sent);
         rest = rest.repeated(1 + 65536 / rest.size());
         while (SendAll(socket, rest)) {
         }
     }
-    if (response.What == Fault::Drip) {
+    if (response.Kind == Fault::Drip) {
         for (qsizetype at = sent; at < answer.size() && SendAll(socket, answer.sliced(at, 1)); ++at)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    if (response.What == Fault::Reset) {
+    if (response.Kind == Fault::Reset) {
         const linger atOnce{1, 0};
         setsockopt(socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     }
-    if (response.What != Fault::Wait) return false;
+    if (response.Kind != Fault::Wait) return false;
     {
         std::unique_lock lock(FMutex);
         FChanged.wait(lock, [&] { return FIsStopping || FReleased.contains(path); });

@@ -1,6 +1,6 @@
 #pragma once
-// An HTTP server inside the test program, on real sockets: it answers as told, misbehaves as told, and remembers what
-// it was asked. It listens on 127.0.0.1 at a free port and stops when it is destroyed, whatever its clients do.
+// An HTTP server inside the test program, on real sockets: it answers and misbehaves as told, and records the requests.
+// It listens on a free port of 127.0.0.1 and stops when it is destroyed, whatever its clients do.
 
 #include <QStringList>
 
@@ -15,22 +15,22 @@
 namespace tests {
 
 struct Request {
-    QByteArray Head;     // from its method on
-    QString Path;        // with its query
-    int Connection = 0;  // which connection it came over, counted from 1
+    QByteArray Head;     // request line and headers
+    QString Path;        // with the query
+    int Connection = 0;  // the number of its connection, counted from 1
 };
 
-/// What happens in place of the rest of an answer: the connection ends, it ends with a reset, the rest waits until the
-/// test releases the path, the rest goes out byte by byte with a pause after each, or it goes out again and again for
-/// as long as anybody takes it.
+/// What happens in place of the rest of an answer: the connection is closed, or reset; the rest waits until the test
+/// releases the path; the rest is sent byte by byte with pauses; or it is sent again and again as long as the client
+/// reads.
 enum class Fault { None, Close, Reset, Wait, Drip, Repeat };
 
 struct Response {
     QByteArray Head, Body;
-    Fault What = Fault::None;
-    int FaultAfter = -1;  // how much of the body goes out before the fault; not even the head when negative
-    /// A request for the rest from a byte on gets that, unless it is meant for another version: one with another ETag
-    /// or time of change. FaultAfter counts from the first byte that goes out.
+    Fault Kind = Fault::None;
+    int FaultAfter = -1;  // bytes of the body sent before the fault; if negative, not even the head is sent
+    /// Whether range requests are answered with the range, unless their If-Range names another version by ETag or time
+    /// of change. FaultAfter counts from the first byte sent.
     bool HasRanges = false;
 
     static Response Of(const QByteArray& body, const QByteArray& type = "application/rss+xml",
@@ -42,7 +42,7 @@ struct Response {
         return Failure(status, "Location: " + to + "\r\n");
     }
     Response With(Fault what, int after = -1) const { return {Head, Body, what, after, HasRanges}; }
-    /// A request that names it gets 304.
+    /// A request that names this ETag gets 304.
     Response WithETag(const QByteArray& etag) const;
     Response WithRanges() const;
     /// The answer to a request with this head.
@@ -55,14 +55,14 @@ public:
     ~LoopbackServer();
 
     QString Url(const QString& path) const { return FAddress + path; }
-    /// From now on `path` is answered so. Other paths give 404.
+    /// From now on requests for `path` get `response`. Other paths give 404.
     void Serve(const QString& path, const Response& response) { ServeInTurn(path, {response}); }
-    /// Each request takes the next of the responses, and all later ones the last.
+    /// Each request gets the next of the responses, and all later requests get the last one.
     void ServeInTurn(const QString& path, const std::vector<Response>& responses);
-    /// Lets the waiting responses of `path` go on, and all later ones until it is served anew.
+    /// Lets the waiting responses of `path` go on, and all later ones until the next Serve.
     void Release(const QString& path);
 
-    /// What was asked, in order, since the last Forget.
+    /// The requests since the last Forget, in order.
     std::vector<Request> Requests() const {
         const std::lock_guard lock(FMutex);
         return FRequests;
@@ -85,9 +85,9 @@ private:
     std::thread FAcceptor;
     mutable std::mutex FMutex;
     std::condition_variable FChanged;
-    // All guarded by FMutex.
+    // The members below are guarded by FMutex.
     bool FIsStopping = false;
-    std::map<QString, std::deque<Response>> FResponses;  // to come
+    std::map<QString, std::deque<Response>> FResponses;  // the next ones, by path
     std::set<QString> FReleased;
     std::vector<Request> FRequests;
     std::set<int> FSockets;

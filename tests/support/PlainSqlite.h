@@ -1,5 +1,5 @@
 #pragma once
-// A database as another program sees it, which knows nothing of our functions and collations.
+// The database as another program sees it, which does not have the engine's functions and collations.
 
 #include <QByteArray>
 #include <QString>
@@ -21,7 +21,7 @@ public:
     PlainSqlite& operator=(const PlainSqlite&) = delete;
 
     void Run(const QByteArray& sql) { Rows(sql); }
-    /// One text for each row: its values with "|" between them.
+    /// One text per row: its values joined by "|".
     QStringList Rows(const QByteArray& sql) {
         QStringList rows;
         const auto add = [](void* list, int count, char** values, char**) {
@@ -35,7 +35,7 @@ public:
         return rows;
     }
 
-    /// Moves when another connection has written.
+    /// Changes whenever another connection has written.
     QString DataVersion() { return Rows("PRAGMA data_version").value(0); }
 
 private:

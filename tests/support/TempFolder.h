@@ -1,5 +1,5 @@
 #pragma once
-// A folder that goes away with its object.
+// A folder that is removed with its object.
 
 #include <QFile>
 #include <QString>
@@ -10,7 +10,7 @@ namespace tests {
 class TempFolder {
 public:
     QString Path() const { return FFolder.path(); }
-    /// The full name of a file in it.
+    /// The absolute name of a file in the folder.
     QString File(const QString& name) const { return FFolder.filePath(name); }
 
 private:

@@ -1,4 +1,4 @@
-// The main function of every test program. With TEST_WINDOWS it is one that shows windows, on no screen.
+// The main function of every test program. TEST_WINDOWS makes it one with windows, drawn in memory.
 
 #include "TestMain.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// What every test program's main function does, with the application object that its tests need.
+// The main function of every test program, with the application object that its tests need.
 
 #include "TempFolder.h"
 #include "VEXA.Runtime.Threads.h"
@@ -13,7 +13,7 @@ namespace tests {
 template <class Application>
 int RunAll(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    // The user's own folders, the trash and the music among them, are out of reach.
+    // Keep the tests away from the user's own folders, such as the trash and the music.
     const TempFolder home;
     qputenv("HOME", QFile::encodeName(home.Path()));
     qputenv("XDG_DATA_HOME", QFile::encodeName(home.File(QStringLiteral("data"))));

@@ -1,5 +1,5 @@
 #pragma once
-// Texts and files in tests: how GoogleTest shows them, and how they are read and written.
+// Texts and files in tests: printing for GoogleTest, reading and writing.
 
 #include <QByteArray>
 #include <QDebug>
@@ -21,7 +21,7 @@ inline QByteArray ReadWhole(const QString& fileName) {
     return file.readAll();
 }
 
-/// Makes its folder too.
+/// Writes a file, and creates its folder if necessary.
 inline void WriteWhole(const QString& fileName, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(fileName).path());
     QFile file(fileName);

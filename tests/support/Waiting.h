@@ -1,5 +1,5 @@
 #pragma once
-// Waiting for background work on the main thread, with its event loop running.
+// Waiting on the main thread for background work while its event loop runs.
 
 #include <QCoreApplication>
 

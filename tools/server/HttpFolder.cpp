@@ -41,8 +41,8 @@ std::string HttpDate(std::time_t time) {
     return text;
 }
 
-/// The last piece of what names a file's bytes: its size and its time of change to the nanosecond, since the files of a
-/// benchmark are replaced several times a second.
+/// The last part of a file's ETag: its size, and its modification time in nanoseconds, since the files of a benchmark
+/// are replaced several times a second.
 std::string Tag(const struct stat& status) {
     char text[64];
     std::snprintf(text, sizeof text, "%llx-%llx.%lx", static_cast<unsigned long long>(status.st_size),
@@ -58,7 +58,7 @@ bool AcceptsGzip(const httplib::Request& request) {
     return !std::string_view(accepted).substr(at).starts_with("gzip;q=0,") && !accepted.ends_with("gzip;q=0");
 }
 
-/// Leaves a request whose ranges cannot be used as one for the whole. The library hands requests out as const, but
+/// Turns a request whose ranges cannot be used into one for the whole file. The library passes requests as const, but
 /// reads the ranges again when it writes the body.
 void ForgetRanges(const httplib::Request& request) {
     const_cast<httplib::Request&>(request).ranges.clear();
@@ -74,7 +74,7 @@ struct HttpFolder::File {
     std::string LastModified;
     MediaType Type;
 
-    /// Nothing for what is no file, and for paths that climb out of the folder.
+    /// Nothing for paths that name no file or lead out of the folder.
     static std::optional<File> Open(const std::filesystem::path& folder, const std::string& urlPath) {
         const auto relative = std::filesystem::path(urlPath).relative_path();
         if (std::ranges::find(relative, std::filesystem::path("..")) != relative.end()) return {};
@@ -91,7 +91,7 @@ struct HttpFolder::File {
                     std::move(type)};
     }
 
-    /// If-None-Match decides alone where it is sent; the date has only whole seconds.
+    /// If the request has If-None-Match, only that counts, because the date has only whole seconds.
     [[nodiscard]] bool IsKnownTo(const httplib::Request& request) const {
         if (request.has_header("If-None-Match")) {
             const std::string known = request.get_header_value("If-None-Match");
@@ -169,7 +169,7 @@ void HttpFolder::AnswerText(const File& file, bool packed, httplib::Response& re
     else
         body = std::make_shared<const std::string>(file.Read());
     if (body->empty()) return response.set_content("", file.Type.Name);
-    // A provider, since the library would compress a plain body of a text type by itself, at every request.
+    // Use a content provider, because the library itself would compress a plain body of a text type at every request.
     response.set_content_provider(body->size(), file.Type.Name,
                                   [body](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
                                       return sink.write(body->data() + offset, length);

@@ -1,8 +1,9 @@
 #pragma once
-// A folder as a web site: each file at its relative path, with the validators that let a client ask whether it changed
-// (ETag, Last-Modified), byte ranges that let it resume (with If-Range), and gzip for text where the client takes it.
+// Serves a folder as a web site: each file at its relative path, with validators (ETag, Last-Modified), so that a
+// client can ask whether the file has changed; byte ranges (with If-Range), so that a client can resume; and gzip for
+// text, if the client accepts it.
 //
-// The folder may change while it is served; every request looks at the file anew. Any thread may call Answer.
+// The folder may change while it is served, because every request reads the file again. Any thread may call Answer.
 
 #include "PackedDocuments.h"
 
@@ -10,12 +11,12 @@
 
 #include <filesystem>
 
-/// What a site does without, for measuring how a client fares there.
+/// Features that a site may lack, to measure how a client performs without them.
 struct SiteHabits {
     bool Compresses = true;
-    /// Without them every conditional request gets the whole document.
+    /// If false, every conditional request gets the whole document.
     bool SendsValidators = true;
-    /// Pack a document at every request, as servers without a cache do.
+    /// Compresses a document at every request, as servers without a cache do.
     bool PacksEachTime = false;
 };
 

@@ -1,14 +1,15 @@
 #pragma once
-// Which media type the server names for a file, by its extension alone: a podcast's folder holds few kinds.
+// The media type that the server sends for a file. It depends only on the extension, since a podcast's folder has few
+// kinds of files.
 
 #include <filesystem>
 #include <string>
 
 struct MediaType {
     std::string Name;
-    /// Whether packing pays. Audio and pictures are packed already.
+    /// Whether compression pays off. Audio and pictures are compressed already.
     bool IsText;
 };
 
-/// Unknown extensions are "application/octet-stream". Capitals in the extension do not matter.
+/// "application/octet-stream" for unknown extensions. Ignores the letter case of the extension.
 [[nodiscard]] MediaType MediaTypeOf(const std::filesystem::path& file);

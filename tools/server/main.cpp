@@ -1,8 +1,8 @@
 // loopback-server DIR [--no-compression] [--no-validators] [--pack-each-time] [--latency-ms N] [--tls CERT KEY]
 //
-// Serves the files of DIR on 127.0.0.1 at a free port, says where in its first line ("http://127.0.0.1:PORT", or https
-// with the certificate and key of two PEM files), and ends when its standard input closes: a parent that dies, however
-// it dies, takes the server along.
+// Serves the files of DIR on 127.0.0.1 at a free port, prints its address in its first line ("http://127.0.0.1:PORT",
+// or https with the certificate and key of two PEM files), and ends when its standard input closes, so that it never
+// outlives its parent process.
 
 #include "HttpFolder.h"
 
@@ -20,17 +20,17 @@
 
 namespace {
 
-// A client that keeps its connection is never sent away for the number of its requests.
+// So large that a client's connection is never closed because of the number of its requests.
 constexpr std::size_t kKeepAliveRequests = 1'000'000;
 constexpr std::time_t kKeepAliveSeconds = 10;
-// Each connection holds a thread while it lives, also when it is idle.
+// Each open connection occupies a thread, even when it is idle.
 constexpr int kConnections = 512;
 
 struct Options {
     std::filesystem::path Folder;
     SiteHabits Habits;
     std::chrono::milliseconds Latency{0};
-    const char* Certificate = nullptr;  // with a key: https
+    const char* Certificate = nullptr;  // with a key, serve https
     const char* Key = nullptr;
 };
 
@@ -63,8 +63,8 @@ std::optional<Options> Parse(int argc, char** argv) {
     return options;
 }
 
-/// The library lets five connections wait to be accepted. A further one would be dropped, and tried again a second
-/// later.
+/// Lets many connections wait to be accepted. The library itself lets only five; a further one would be dropped, and
+/// the client would try again a second later.
 template <class Base>
 class WithLongQueue final : public Base {
 public:
@@ -72,8 +72,8 @@ public:
     void LengthenQueue() { listen(this->svr_sock_, kConnections); }
 };
 
-/// Ends the process at the end of standard input. Nothing here needs saving, and a graceful stop would wait for idle
-/// connections to time out.
+/// Ends the process when standard input ends. Nothing needs to be saved, and a graceful stop would wait until idle
+/// connections time out.
 void EndWithStandardInput() {
     char piece[256];
     while (read(STDIN_FILENO, piece, sizeof piece) > 0) {
@@ -92,7 +92,7 @@ int Serve(const Options& options, WithLongQueue<Base>& server, const char* schem
     server.set_keep_alive_max_count(kKeepAliveRequests);
     server.set_keep_alive_timeout(kKeepAliveSeconds);
     server.set_tcp_nodelay(true);
-    // Before routing, which would run a regular expression over each path. HEAD comes the same way.
+    // Handle GET and HEAD before routing, which would match a regular expression against each path.
     server.set_pre_routing_handler([&](const httplib::Request& request, httplib::Response& response) {
         if (request.method != "GET" && request.method != "HEAD") return httplib::Server::HandlerResponse::Unhandled;
         std::this_thread::sleep_for(options.Latency);

@@ -1,9 +1,9 @@
 #pragma once
-// How files are dragged from one pane of the window to another.
+// Dragging files from one pane of the window to another.
 
 namespace vexa::host {
 
-/// The type of the data: the files' names, one a line.
+/// The MIME type of the dragged data: file names, one per line.
 inline constexpr char kFilesMimeType[] = "application/x-vexa-files";
 
 }  // namespace vexa::host

@@ -13,7 +13,7 @@ namespace vexa::host {
 
 namespace {
 
-// In widths of an average character.
+// The longest caption, in average character widths.
 constexpr int kLongestCaption = 60;
 constexpr int kDeepest = 16;
 
@@ -25,7 +25,7 @@ QIcon IconOf(IVEXAMenuItem& item, const MenuManager& menus, const QWidget& widge
     const QImage picture = ToQImage(menus.Glyph(item).Get());
     if (picture.isNull()) return {};
     QPixmap pixmap = QPixmap::fromImage(picture);
-    // A picture that was made for a higher resolution is as large as others, and finer.
+    // A picture made for a higher resolution is shown as large as the others, only finer.
     const int size = widget.style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, &widget);
     pixmap.setDevicePixelRatio(std::max(1.0, static_cast<double>(pixmap.width()) / std::max(size, 1)));
     return QIcon(pixmap);
@@ -49,7 +49,7 @@ void Add(QMenu& target, const Ref<MenuManager>& menus, const Ref<IVEXAMenuItem>&
         return;
     }
     if (const QKeySequence keys = menus->Shortcut(*item); !keys.isEmpty()) {
-        // Shown only: pressed while the menu is closed, it has to run what is selected then.
+        // For display only: while the menu is closed, the shortcut has to act on the selection of that moment.
         action->setShortcut(keys);
         action->setShortcutContext(Qt::WidgetShortcut);
     }
@@ -60,7 +60,7 @@ void Add(QMenu& target, const Ref<MenuManager>& menus, const Ref<IVEXAMenuItem>&
 
 QString MenuText(const QString& caption, const QFontMetrics& font) {
     QString text = caption;
-    // A tab would begin the column of the shortcuts.
+    // No tabs, because a tab starts the column of the shortcuts.
     for (QChar& c : text)
         if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
             c = u' ';

@@ -1,11 +1,11 @@
 #pragma once
-// Menus of the toolkit's, made of the items of the menu manager. Main thread.
+// Builds the toolkit's menus from the items of the menu manager. Main thread.
 //
-// A menu that is always there:
+// A permanent menu:
 //
 //     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);
 //
-// One for this time only:
+// A context menu:
 //
 //     QMenu context(this);
 //     context.addAction(play);
@@ -18,15 +18,15 @@
 
 namespace vexa::host {
 
-/// A menu that prepares and fills itself anew whenever it is about to show. `parent` owns it.
+/// A menu that prepares and fills itself anew every time before it is shown. `parent` owns it.
 QMenu* BuildMenu(MenuManager& menus, IVEXAMenuItem& menu, QWidget* parent);
 
-/// Prepares the items for the resolution that the menu is going to show at, and adds the visible ones at its end. A
-/// chosen one runs as the menu was prepared. Captions are plain: nothing in them is a mnemonic or markup, and very long
-/// ones are cut.
+/// Prepares the items for the resolution of `target`, and appends the visible ones to it. A chosen item is triggered
+/// without preparing the menu again. Captions are plain text, without mnemonics and markup, and are shortened if very
+/// long.
 void FillMenu(QMenu& target, MenuManager& menus, IVEXAMenuItem& menu);
 
-/// The caption as an action takes it.
+/// A caption as the text of a QAction.
 QString MenuText(const QString& caption, const QFontMetrics& font);
 
 }  // namespace vexa::host

@@ -22,7 +22,7 @@ QSize RowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelInde
 
 void RowDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
     QStyledItemDelegate::initStyleOption(option, index);
-    // What is focused, but not selected, still has to be seen.
+    // Only a focused row that is not selected needs the focus frame to be seen.
     if (option->state & QStyle::State_Selected) option->state &= ~QStyle::State_HasFocus;
 }
 
@@ -34,7 +34,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     const QStyle* style = row.widget ? row.widget->style() : QApplication::style();
     const bool isSelected = row.state & QStyle::State_Selected;
     const QString left = index.data(kTimeLeftRole).toString();
-    // The ground of the whole row, then what stands on it, so that the title ends before the time.
+    // Draw the background of the whole row, then title and time on top, so that the title ends before the time.
     QStyleOptionViewItem ground = row;
     ground.text.clear();
     ground.icon = {};

@@ -1,13 +1,13 @@
 #pragma once
-// How the window's views draw their rows: all of one height, a row that has the focus as a whole, and how far one is in
-// a file: the time that is left beside its title, a line of progress below it. Main thread.
+// Draws the rows of the window's views: all of one height, the focus for the row as a whole, and the progress in a
+// file: the time left beside its title, and a line below the title. Main thread.
 
 #include <QStyledItemDelegate>
 
 namespace vexa::host {
 
-/// What models tell of what was begun: the part that was heard, from 0 to 1, and the time that is left, as text. Empty
-/// for what was not.
+/// The roles by which models give the progress in a begun file: the part that was heard, from 0 to 1, and the time
+/// left, as text. Both are empty for other files.
 enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole };
 
 class RowDelegate final : public QStyledItemDelegate {

@@ -10,7 +10,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr double kLongest = 1e9;  // seconds; beyond it a feed has written nonsense
+constexpr double kLongest = 1e9;  // seconds; a longer duration is an error of the feed
 
 QDateTime Local(double date) {
     const QDateTime utc = date != 0 ? FromOleDate(date) : QDateTime();
@@ -34,7 +34,7 @@ QString ShownDuration(double seconds) {
 QString ShownDate(double date) {
     const QDateTime local = Local(date);
     if (!local.isValid()) return {};
-    // Old rows are found, and two digits leave the century open.
+    // Four digits for the year, because rows can be old.
     QString format = QLocale().dateFormat(QLocale::ShortFormat);
     if (!format.contains(u"yyyy")) format.replace(QStringLiteral("yy"), QStringLiteral("yyyy"));
     return QLocale().toString(local.date(), format);

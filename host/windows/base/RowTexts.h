@@ -1,5 +1,5 @@
 #pragma once
-// Values of rows as a person reads them. Any thread, but for the locale, which the main thread sets.
+// Values of rows as text for users. Any thread; the locale used is QLocale's default, which the main thread sets.
 
 #include <QLocale>
 #include <QString>
@@ -8,13 +8,14 @@ namespace vexa::host {
 
 /// "1:02:03", or "2:03" below an hour.
 QString TimeText(double seconds);
-/// The same, rounded; empty when it is unknown.
+/// The same, rounded; empty when the duration is unknown.
 QString ShownDuration(double seconds);
-/// An OLE Automation date in UTC, in the user's zone; empty for none. Short, as a column shows it, or with the time.
+/// An OLE Automation date in UTC as text in the user's time zone, as the short date of a column, or with the time.
+/// Empty for 0 and for invalid dates.
 QString ShownDate(double date);
 QString ShownDateTime(double date);
 
-/// The locale of a language by its English name ("German"): the system's own when that speaks it.
+/// The locale of a language, given by its English name ("German"): the system's locale if it has that language.
 QLocale LocaleOf(const QString& language);
 
 }  // namespace vexa::host

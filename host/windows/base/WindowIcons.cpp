@@ -5,7 +5,7 @@
 #include <QPainter>
 #include <QPalette>
 
-/// The drawings stand in a static library: nobody else asks for them.
+/// The drawings are in a static library, whose resources have to be initialised explicitly.
 static void LoadDrawings() {
     Q_INIT_RESOURCE(WindowIcons);
 }

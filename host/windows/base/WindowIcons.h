@@ -1,15 +1,15 @@
 #pragma once
-// The window's icons, in the colour of the text they stand beside, and the program's own. Main thread.
+// The window's icons, in the colour of the text beside them, and the program's icon. Main thread.
 
 #include <QIcon>
 
 namespace vexa::host {
 
-/// A drawing by the name of its file in icons/. Made once for each colour; anew after ForgetWindowIcons.
+/// The drawing of that file name in icons/. Icons are cached until ForgetWindowIcons.
 QIcon WindowIcon(const QString& name);
-/// In its own colours, for the desktops that do not find it by the name of the desktop file.
+/// The program's icon in its own colours, for desktops that do not find it by the name of the desktop file.
 QIcon ProgramIcon();
-/// The colours have changed.
+/// Called when the colours have changed.
 void ForgetWindowIcons();
 
 }  // namespace vexa::host

@@ -1,5 +1,5 @@
 #pragma once
-// What every part of the window needs of the host's texts and messages. Main thread.
+// Access to the host's texts and messages for every part of the window. Main thread.
 
 #include "Guarded.h"
 #include "Language.h"
@@ -17,13 +17,13 @@ public:
     QString operator()(const char* key, int part = 0) const {
         return FLanguage.Text(u"Window\\" + QString::fromLatin1(key), part);
     }
-    /// With its first place filled. What is filled in is not looked at again.
+    /// The text with `value` in place of its first "%s". A "%s" in `value` itself is not replaced.
     QString operator()(const char* key, const QString& value) const { return Filled((*this)(key), value); }
     static QString Filled(QString text, const QString& value) {
         const auto place = text.indexOf(QLatin1String("%s"));
         return place < 0 ? text : text.replace(place, 2, value);
     }
-    /// What the rows of a storage are called: its own texts, or the window's where the language has none for it.
+    /// Texts about the rows of a storage: the language's texts for this storage, else the window's general ones.
     enum class RowText { Search, Name, Count, NothingSelected };
     QString Rows(const QString& storageID, RowText which) const {
         const int part = static_cast<int>(which);
@@ -39,7 +39,7 @@ private:
     const LanguageService& FLanguage;
 };
 
-/// Hears one kind of message as long as it lives.
+/// Listens to one kind of message during its lifetime.
 class MessageListener {
 public:
     MessageListener(MessageDispatcher& messages, std::uint32_t message, std::function<void()> then)
@@ -55,7 +55,7 @@ private:
     public:
         Hook(std::uint32_t message, std::function<void()> then) : FMessage(message), FThen(std::move(then)) {}
         void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-            if (message == FMessage) Guarded("hearing a message", [this] { return FThen(), S_OK; });
+            if (message == FMessage) Guarded("hearing a message", FThen);
         }
 
     private:

@@ -23,7 +23,7 @@ namespace {
 constexpr double kFontSize = 10;  // points
 constexpr int kRowMargin = 5;
 constexpr int kOutlineDarkening = 140;  // per cent, as Fusion darkens the window's colour
-constexpr uint kPrefersDark = 1;        // as the desktop's portal numbers it
+constexpr uint kPrefersDark = 1;        // the value of the desktop portal's color-scheme
 
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
@@ -34,13 +34,13 @@ const QString kKey = QStringLiteral("color-scheme");
 struct Colours {
     QRgb Window, Base, Alternate, Text, Faint, Button, Line, Outline, Selection, Accent, Thumb, Link;
 };
-// All texts reach a contrast of 4.5 to 1 on their grounds, the outlines of what is filled in or ticked one of 3 to 1.
+// All texts have a contrast of at least 4.5 to 1 on their backgrounds, the outlines of input controls at least 3 to 1.
 constexpr Colours kLight = {0xfff4f4f6, 0xffffffff, 0xfff8f8fa, 0xff1d1f24, 0xff5c6270, 0xfffafafb,
                             0xffdcdee4, 0xff868b96, 0xffd3e1fb, 0xff2f62c9, 0xffc2c6d0, 0xff1f55bf};
 constexpr Colours kDark = {0xff1f2126, 0xff17191d, 0xff1b1d22, 0xffe6e8ec, 0xffa2a8b4, 0xff2a2d34,
                            0xff33373f, 0xff757b87, 0xff2c4373, 0xff3f70d8, 0xff4a4f5a, 0xff8ab0ff};
 
-/// Rows of views are flat, with some air around their texts.
+/// Fusion, but with flat rows in views and some margin around their texts.
 class FlatStyle final : public QProxyStyle {
 public:
     FlatStyle() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
@@ -155,7 +155,7 @@ void WindowTheme::Choose(Choice choice) {
 }
 
 void WindowTheme::AskDesktop() {
-    // A bus that starts a portal first may take its time: nobody waits for the answer.
+    // Asynchronous, because the bus may have to start the portal first.
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
     bus.connect(kPortal, kPortalPath, kSettings, QStringLiteral("SettingChanged"), this,
@@ -181,17 +181,17 @@ void WindowTheme::OnDesktopSetting(const QString& group, const QString& key, con
 void WindowTheme::Apply() {
     const Colours& colours = IsDark() ? kDark : kLight;
     QPalette palette = PaletteOf(colours);
+    ForgetWindowIcons();  // first: widgets ask for theirs as soon as they hear of the palette
     QApplication::setPalette(palette);
-    // Selected rows are many and large: a tint is enough, on which the texts keep their colour.
+    // Selected rows are many and large, so they get only a tint, on which texts keep their colour.
     palette.setColor(QPalette::Highlight, colours.Selection);
     palette.setColor(QPalette::HighlightedText, colours.Text);
     QApplication::setPalette(palette, "QAbstractItemView");
-    // The style takes a control's outline from the window's colour, made darker: on a dark window it cannot be seen.
+    // The style derives a control's outline by darkening the window's colour; on a dark window it would be invisible.
     palette = PaletteOf(colours);
     palette.setColor(QPalette::Window, QColor(colours.Outline).lighter(kOutlineDarkening));
     for (const char* control : {"QCheckBox", "QRadioButton", "QLineEdit", "QAbstractSpinBox", "QComboBox", "QSlider"})
         QApplication::setPalette(palette, control);
-    ForgetWindowIcons();
     if (auto* application = qobject_cast<QApplication*>(QCoreApplication::instance()))
         application->setStyleSheet(SheetOf(colours));
     Q_EMIT Changed();

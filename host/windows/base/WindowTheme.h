@@ -1,5 +1,5 @@
 #pragma once
-// How the program looks: the style, a light and a dark palette, the font. Main thread.
+// The look of the program: the style, a light and a dark palette, the font. Main thread.
 //
 //     WindowTheme theme;                  // after QApplication; follows the desktop's choice from now on
 //     connect(&theme, &WindowTheme::Changed, …);
@@ -23,7 +23,7 @@ public:
     bool IsDark() const noexcept;
 
 Q_SIGNALS:
-    /// Colours, icons and the style sheet are other ones now.
+    /// Colours, icons and the style sheet have changed.
     void Changed();
 
 private Q_SLOTS:
@@ -37,7 +37,7 @@ private:
     bool FIsDesktopDark = false;
 };
 
-/// Text that matters less, legible on the window's ground.
+/// The colour of less important text; it is legible on the window's background.
 QColor FaintText();
 
 }  // namespace vexa::host

@@ -14,14 +14,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kPause = 60;  // milliseconds, in which the keyboard may have gone on to the next row
+constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
 constexpr int kCover = 112, kLargestCover = 2 * kCover;
-
-QString TextOf(IVEXAFileInfo& info, std::int32_t id) {
-    Ref<IVEXAString> value;
-    info.GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-    return ToQString(value.Get());
-}
 
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
@@ -36,7 +30,7 @@ QLabel* PlainLabel(const char* name = "") {
 }  // namespace
 
 DetailsPane::DetailsPane(Host& host, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FTexts(host.Language()),
       FCover(new QLabel),
@@ -69,9 +63,9 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     whole->setContentsMargins({});
     whole->addWidget(FContent, 1);
     whole->addWidget(FNothing, 1);
-    FPause.setSingleShot(true);
-    FPause.setInterval(kPause);
-    connect(&FPause, &QTimer::timeout, this, &DetailsPane::Read);
+    FDelay.setSingleShot(true);
+    FDelay.setInterval(kDelay);
+    connect(&FDelay, &QTimer::timeout, this, &DetailsPane::Read);
     connect(FNotes, &ShowNotes::SeekWanted, this, [this](double seconds) { Q_EMIT SeekWanted(FFile, seconds); });
     FContent->hide();
     Localize();
@@ -86,16 +80,16 @@ void DetailsPane::Show(const QString& file, double date) {
         FFacts = {};
         FContent->hide();
         FNothing->show();
-        FPause.stop();
+        FDelay.stop();
         return;
     }
-    if (!FPause.isActive()) FPause.start();
+    if (!FDelay.isActive()) FDelay.start();
 }
 
 void DetailsPane::Stop() {
     Show({}, 0);
-    FCoverOf.clear();
-    FHost.Http().CancelAll();  // a cover may be on its way for long
+    FCoverContainer.clear();
+    FHost.Http().CancelAll();  // the transfer of a cover may take long
     FFactReader.Stop();
     FCoverReader.Stop();
 }
@@ -107,11 +101,11 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
         facts.Title = file;
         return facts;
     }
-    facts.Title = TextOf(*info, IVEXAFileInfo::Title);
-    facts.Container = TextOf(*info, IVEXAFileInfo::Album);
-    facts.Notes = TextOf(*info, IVEXAFileInfo::Comment);
+    facts.Title = info->Text(IVEXAFileInfo::Title);
+    facts.Container = info->Text(IVEXAFileInfo::Album);
+    facts.Notes = info->Text(IVEXAFileInfo::Comment);
     info->GetValueAsFloat(IVEXAFileInfo::Duration, &facts.Duration);
-    // The player opens the local copy where there is one.
+    // The player resolves a file to its local copy if there is one.
     if (const QFileInfo source(player.Resolve(file).Source); source.isAbsolute() && source.isFile())
         facts.LocalSize = source.size();
     return facts;
@@ -120,7 +114,7 @@ auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player,
 void DetailsPane::Read() {
     if (FFile.isEmpty()) return;
     FFactReader.Run([this, file = FFile, infos = Ref<FileInfoService>(&FHost.FileInfos()),
-                     player = Ref<PlayerService>(&FHost.Player())] {
+                     player = Ref<PlayerService>(&FHost.Player())](const CancelCheck&) {
         const Facts facts = ReadFacts(*infos, *player, file);
         return [this, file, facts] {
             if (file == FFile) ShowFacts(facts);
@@ -138,12 +132,13 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     FNothing->hide();
     FContent->show();
     Fill();
-    // Covers are the container's: going through its files asks once.
-    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverOf) return;
-    FCoverOf = FFacts.Container;
+    // The cover is the container's, so it is asked for once while the user goes through its files.
+    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverContainer) return;
+    FCoverContainer = FFacts.Container;
     FCover->clear();
     FCover->hide();
-    FCoverReader.Run([this, file = FFile, name = FFacts.Container, arts = Ref<AlbumArtService>(&FHost.AlbumArt())] {
+    FCoverReader.Run([this, file = FFile, name = FFacts.Container,
+                      arts = Ref<AlbumArtService>(&FHost.AlbumArt())](const CancelCheck&) {
         Ref<IVEXAImageContainer> container;
         QImage cover;
         if (Succeeded(
@@ -188,7 +183,7 @@ void DetailsPane::Localize() {
 }
 
 void DetailsPane::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    Pane::resizeEvent(event);
     FNothing->setMaximumWidth(width());
 }
 

@@ -1,9 +1,9 @@
 #pragma once
-// What is known of one file: cover, titles, figures and show notes. All of it is read on worker threads. Main
-// thread.
+// The details of one file: cover, titles, figures and show notes, all read on worker threads. Main thread.
 
 #include "Host.h"
 #include "LatestTask.h"
+#include "Pane.h"
 #include "WindowTexts.h"
 
 #include <QImage>
@@ -16,19 +16,19 @@ namespace vexa::host {
 
 class ShowNotes;
 
-class DetailsPane final : public QWidget {
+class DetailsPane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit DetailsPane(Host& host, QWidget* parent = nullptr);
     ~DetailsPane() override;
 
-    /// Empty: none. `date` as rows have it; 0 for none. For the file that shows already, its figures are read again.
+    /// Shows a file; an empty name shows none. `date` is as in rows; 0 for none. For the file shown already, reads its
+    /// details again.
     void Show(const QString& file, double date);
-    /// The storage whose rows show; empty for none. It says what the pane calls them.
+    /// The storage whose rows are shown, whose texts the pane uses; empty for none.
     void SetStorage(const QString& storageID);
-    /// Nothing of a plug-in's is asked any more until Show is called.
+    /// Stops asking plug-ins until the next Show.
     void Stop();
-    void Localize();
 
 Q_SIGNALS:
     void SeekWanted(const QString& file, double seconds);
@@ -37,6 +37,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void Localize() override;
     struct Facts {
         QString Title, Container, Notes;
         double Duration = 0;
@@ -55,12 +56,12 @@ private:
     QLabel *FCover, *FTitle, *FContainer, *FFigures, *FNothing;
     ShowNotes* FNotes;
     QWidget* FContent;
-    QTimer FPause;
+    QTimer FDelay;
     QString FStorageID;
     QString FFile;
     double FDate = 0;
     Facts FFacts;
-    QString FCoverOf;  // the container whose cover shows
+    QString FCoverContainer;  // the container whose cover is shown
     LatestTask FFactReader, FCoverReader;
 };
 

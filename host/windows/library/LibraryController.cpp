@@ -10,7 +10,7 @@ constexpr int kReloadPause = 50, kWorkingInterval = 1000;  // milliseconds
 
 }  // namespace
 
-/// What is selected in the panes, as plug-ins ask for it.
+/// The selection in the panes, which plug-ins ask for.
 class LibraryController::Selection final : public LibrarySelectionModel {
 public:
     Selection(TreePane& tree, TablePane& table) : FTree(tree), FTable(table) {}
@@ -22,7 +22,7 @@ public:
         return file.isEmpty() ? std::nullopt : std::optional(file);
     }
     Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return FTree.Model().Provider(); }
-    std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedWay()); }
+    std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedPath()); }
 
 private:
     TreePane& FTree;
@@ -46,7 +46,7 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
         Narrow();
     });
     connect(&FTable.Model(), &TableModel::Shown, this, [this] {
-        if (!FWanted.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FWanted, {}));
+        if (!FFileToShow.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FFileToShow, {}));
     });
     FTable.Model().SetAddresses(FHost.Addresses());
     FHost.Library().AddListener(this);
@@ -75,7 +75,7 @@ void LibraryController::Open() {
     FTree.SetProvider(presets.empty() ? nullptr : presets.front().Provider,
                       node.isEmpty() ? QStringList() : node.split(u'\t'));
     Narrow();
-    LookWhetherEmpty();
+    UpdateIsEmpty();
     OnTasksChanged(FSource->Storage.ID());
     Q_EMIT StorageChanged();
 }
@@ -107,18 +107,18 @@ void LibraryController::Narrow() {
     if (!FSource) return;
     RowQuery query;
     query.Tree = FTree.Model().Provider();
-    query.Node = PairsOf(FTree.SelectedWay());
+    query.Node = PairsOf(FTree.SelectedPath());
     if (query.Node.empty()) query.Tree = nullptr;
     query.Search = FSearch;
     FTable.Model().SetQuery(std::move(query));
 }
 
 void LibraryController::Find(const QString& file) {
-    const auto place = FSource ? FSource->Storage.Find(file) : std::nullopt;
-    if (!place) return;
+    const auto location = FSource ? FSource->Storage.Find(file) : std::nullopt;
+    if (!location) return;
     QStringList values;
-    for (const TreePair& pair : place->Node) Convert(pair.Value, values.emplace_back());
-    FWanted = FHost.Addresses().Present(file);
+    for (const TreePair& pair : location->Node) values += ToText(pair.Value);
+    FFileToShow = FHost.Addresses().Present(file);
     if (FTree.SelectedValues() == values)
         Narrow();
     else
@@ -133,12 +133,12 @@ void LibraryController::ReloadNow() {
     if (!FSource) return;
     FTree.Model().Reload();
     FTable.Model().Reload();
-    LookWhetherEmpty();
+    UpdateIsEmpty();
     Q_EMIT Reloaded();
 }
 
-void LibraryController::LookWhetherEmpty() {
-    // A storage without subscriptions has a tree without leaves, and no row either.
+void LibraryController::UpdateIsEmpty() {
+    // While there are no subscriptions, the tree has no leaves and there are no rows.
     FIsEmpty = FSource->Storage.Subscriptions() && FTree.Model().Provider() && !FTree.Model().HasLeaves();
 }
 
@@ -158,7 +158,7 @@ void LibraryController::OnTasksChanged(const QString& storageID) {
 }
 
 void LibraryController::OnActiveStorageChanged(const QString&) {
-    // Its plug-in may still be at it.
+    // Opened later, because the plug-in may still be registering the storage.
     Close();
     FOpening.start();
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Joins tree and table to the storage that shows: what is selected in the one narrows the other, both are read again
-// when the storage says so and while it works in the background, and plug-ins are told what is selected. Main thread.
+// Connects tree and table to the active storage: the selected node narrows the rows, both are read again when the
+// storage's data changed and while it works in the background, and plug-ins get at the selection. Main thread.
 
 #include "Host.h"
 #include "Rows.h"
@@ -21,17 +21,17 @@ public:
     LibraryController(Host& host, TreePane& tree, TablePane& table);
     ~LibraryController() override;
 
-    /// Null while no storage shows.
+    /// Null while no storage is shown.
     const LibraryStorage* Storage() const noexcept { return FSource ? &FSource->Storage : nullptr; }
-    /// Whether there is nothing to show yet: the storage keeps subscriptions, and has none.
+    /// Whether there is nothing to show yet, because the storage manages subscriptions and has none.
     bool IsEmpty() const noexcept { return FIsEmpty; }
     /// Shows the file in tree and table, if the library has it.
     void Find(const QString& file);
-    /// What shows now is remembered for the next start.
+    /// Saves the selected node and the table's layout for the next start.
     void SaveLayout();
 
 public Q_SLOTS:
-    /// Soon: several wishes at once are one.
+    /// Reads tree and table again after a short delay, so that several requests become one.
     void Reload();
 
 Q_SIGNALS:
@@ -57,7 +57,7 @@ private:
     void Close();
     void ReloadNow();
     void Narrow();
-    void LookWhetherEmpty();
+    void UpdateIsEmpty();
     QString Key(const char* name) const;
 
     Host& FHost;
@@ -66,7 +66,7 @@ private:
     std::unique_ptr<Source> FSource;
     QTimer FOpening, FReloading, FWorking;
     QString FSearch;
-    QString FWanted;  // a file to be shown when its rows are there
+    QString FFileToShow;  // a file to be shown once its rows have been read
     bool FIsEmpty = false;
 };
 

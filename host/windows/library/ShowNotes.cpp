@@ -8,8 +8,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kIndent = 16;              // pixels, of lists
-constexpr qsizetype kLongest = 200'000;  // characters; more are cut, so that no feed holds up the window
+constexpr int kIndent = 16;              // indent of lists, in pixels
+constexpr qsizetype kLongest = 200'000;  // characters; longer notes are cut, so that no feed blocks the window
 
 const QString kSeek = QStringLiteral("seek");
 
@@ -18,7 +18,7 @@ bool MayOpen(const QUrl& link) {
     return schemes.contains(link.scheme().toLower());
 }
 
-/// The seconds of "1:02:34" or "2:34"; −1 for what is no time.
+/// The seconds of "1:02:34" or "2:34"; −1 when it is not a valid time.
 int SecondsOf(const QString& time) {
     int seconds = 0;
     const QStringList parts = time.split(u':');
@@ -29,7 +29,7 @@ int SecondsOf(const QString& time) {
     return seconds;
 }
 
-/// Text between tags, escaped already.
+/// Turns addresses and times in `text`, which is escaped text between tags, into links.
 QString Linked(const QString& text) {
     static const QRegularExpression pattern(QStringLiteral(
         R"((?<address>\bhttps?://[^\s<>"']+[^\s<>"'.,;:!?)\]])|(?<![\d:.])(?<time>\d{1,3}(:\d\d){1,2})(?![\d:]))"));
@@ -61,7 +61,7 @@ const QSet<QString>& KeptTags() {
     return tags;
 }
 
-/// The target of a link's tag, if it may be opened.
+/// The target of an <a> tag; empty when it must not be opened.
 QString TargetOf(const QString& tag) {
     static const QRegularExpression pattern(QStringLiteral(R"(\bhref\s*=\s*(?:"([^"]*)\"|'([^']*)'|([^\s"'>]+)))"),
                                             QRegularExpression::CaseInsensitiveOption);
@@ -78,7 +78,7 @@ QString Cleaned(const QString& notes) {
             R"(<!--.*?(?:-->|$)|<(script|style|head|title)\b.*?(?:</\1\s*>|$)|<(/?)([a-z][a-z0-9]*)([^<>]*)>)"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     QString clean;
-    int links = 0;  // open ones
+    int links = 0;  // number of <a> tags that are open
     qsizetype done = 0;
     const auto addText = [&](QStringView part) {
         const QString text = QString(part.toString()).replace(u'<', QStringLiteral("&lt;"));

@@ -1,14 +1,14 @@
 #pragma once
-// Show notes, which feeds write and nobody may trust: nothing is loaded for them, and a link opens outside or not at
-// all. Main thread.
+// Show notes. They come from feeds and are not trusted: nothing is loaded for them, and a link opens outside the
+// program or not at all. Main thread.
 
 #include <QTextBrowser>
 
 namespace vexa::host {
 
-/// Notes as harmless HTML: of marked-up ones the structure and the links are kept, colours, fonts and pictures are not;
-/// plain ones keep their line breaks. Addresses in the text, and times such as 1:02:34, become links; a time's is
-/// "seek:" with its seconds.
+/// Notes as harmless HTML. Of notes with markup, structure and links are kept; colours, fonts and pictures are dropped.
+/// Plain notes keep their line breaks. Addresses in the text and times such as 1:02:34 become links; the link of a time
+/// is "seek:" followed by its seconds.
 QString ShowNotesHtml(const QString& notes);
 
 class ShowNotes final : public QTextBrowser {
@@ -17,7 +17,7 @@ public:
     explicit ShowNotes(QWidget* parent = nullptr);
 
     void SetNotes(const QString& notes);
-    /// Nothing, whatever is asked for: a picture's name may be that of a device, or of a network's address.
+    /// Loads nothing: the name of a picture might be that of a device or an address in a network.
     QVariant loadResource(int type, const QUrl& name) override;
 
 Q_SIGNALS:

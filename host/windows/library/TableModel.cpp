@@ -14,8 +14,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kMostPages = 24;    // kept beside those in sight
-constexpr int kMostReloaded = 8;  // pages, when the selection is spread over many
+constexpr int kMostPages = 24;    // pages kept besides those in sight
+constexpr int kMostReloaded = 8;  // pages read again when the selection is spread over many
 
 const QString kNotThere = QStringLiteral("…");
 
@@ -29,7 +29,7 @@ TableModel::TableModel(const LanguageService& language, QObject* parent)
     : QAbstractTableModel(parent), FTexts(language) {}
 
 TableModel::~TableModel() {
-    Forget();
+    CancelRequests();
     if (FAddresses) FAddresses->RemoveKeeper(this);
 }
 
@@ -54,7 +54,7 @@ void TableModel::OnAddressesMoved(const AddressMoves& moves) {
 
 void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     beginResetModel();
-    Forget();
+    CancelRequests();
     FStorage = storage;
     FReader = reader;
     FColumns.clear();
@@ -83,7 +83,7 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     endResetModel();
 }
 
-void TableModel::Forget() {
+void TableModel::CancelRequests() {
     if (FReader) {
         for (const RowReader::Ticket ticket : {FFirst, FCounting}) FReader->Cancel(ticket);
         for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);
@@ -101,14 +101,14 @@ void TableModel::SetQuery(RowQuery query) {
     query.Fields = FQuery.Fields;
     query.Sort = FQuery.Sort;
     FQuery = std::move(query);
-    Ask();
+    RequestRows();
 }
 
-void TableModel::Ask() {
-    Forget();
+void TableModel::RequestRows() {
+    CancelRequests();
     if (!FReader) return;
     try {
-        FFirst = FReader->Read(PageQuery(0), [this](RowPage page) { TakeFirst(std::move(page)); });
+        FFirst = FReader->Read(PageQuery(0), [this](RowPage page) { OnFirstPage(std::move(page)); });
         Q_EMIT BusyChanged(true);
     } catch (const LibraryError& error) {
         Q_EMIT Failed(error.Message());
@@ -122,7 +122,7 @@ RowQuery TableModel::PageQuery(int page) const {
     return query;
 }
 
-void TableModel::TakeFirst(RowPage page) {
+void TableModel::OnFirstPage(RowPage page) {
     FFirst = 0;
     beginResetModel();
     FPages.clear();
@@ -130,17 +130,17 @@ void TableModel::TakeFirst(RowPage page) {
     FPages[0] = std::move(page.Rows);
     FFailure = page.Error;
     endResetModel();
-    // A short page is the whole answer.
+    // A page that is not full contains all rows.
     if (FCount == kPageSize)
         FCounting = FReader->Count(FQuery, [this](const RowCount& count) {
             FCounting = 0;
-            TakeCount(count);
+            OnCount(count);
         });
     Q_EMIT BusyChanged(false);
     Q_EMIT Shown();
 }
 
-void TableModel::TakeCount(const RowCount& count) {
+void TableModel::OnCount(const RowCount& count) {
     if (!count.Error.isEmpty()) return Q_EMIT Failed(count.Error);
     SetCount(std::max(AsCount(count.Count), FCount));
     Q_EMIT Shown();
@@ -158,15 +158,15 @@ void TableModel::SetCount(int count) {
     }
 }
 
-void TableModel::SetSight(int first, int last) {
-    FSightFirst = std::max(first, 0);
-    FSightLast = std::max(last, FSightFirst);
-    AskPages();
+void TableModel::SetVisibleRows(int first, int last) {
+    FFirstVisible = std::max(first, 0);
+    FLastVisible = std::max(last, FFirstVisible);
+    RequestPages();
 }
 
-void TableModel::AskPages() {
+void TableModel::RequestPages() {
     if (!FReader || IsBusy() || FCount == 0) return;
-    const int first = FSightFirst / kPageSize, last = std::min(FSightLast, FCount - 1) / kPageSize;
+    const int first = FFirstVisible / kPageSize, last = std::min(FLastVisible, FCount - 1) / kPageSize;
     for (auto asked = FAsked.begin(); asked != FAsked.end();) {
         if (asked->first >= first && asked->first <= last) {
             ++asked;
@@ -185,7 +185,7 @@ void TableModel::AskPages() {
             Q_EMIT dataChanged(index(page * kPageSize, 0),
                                index(std::min((page + 1) * kPageSize, FCount) - 1, columnCount() - 1));
             Q_EMIT Shown();
-            if (isShort) Reload();  // rows have gone since they were counted
+            if (isShort) Reload();  // rows were removed since they were counted
         });
     }
     while (FPages.size() > static_cast<std::size_t>(kMostPages + last - first)) {
@@ -203,13 +203,13 @@ void TableModel::Reload() {
 }
 
 void TableModel::BeginReload() {
-    // The pages in sight, those where somebody stands, and their neighbours, into which rows may have moved.
+    // Read the pages in sight, those of persistent indexes, and their neighbours, to which rows may have moved.
     std::set<int> wanted;
     const auto want = [&](int page) {
         for (int near = page - 1; near <= page + 1; ++near)
             if (near >= 0 && near <= FCount / kPageSize) wanted.insert(near);
     };
-    for (int page = FSightFirst / kPageSize; page <= FSightLast / kPageSize; ++page) want(page);
+    for (int page = FFirstVisible / kPageSize; page <= FLastVisible / kPageSize; ++page) want(page);
     const QModelIndexList kept = persistentIndexList();
     for (const QModelIndex& index : kept)
         if (wanted.size() < kMostReloaded) want(index.row() / kPageSize);
@@ -222,7 +222,7 @@ void TableModel::BeginReload() {
             if (!FReloading->Tickets.empty()) return;
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
                 FReloading->Tickets.clear();
-                if (count.Error.isEmpty()) return FindLost(AsCount(count.Count));
+                if (count.Error.isEmpty()) return FindMissingRows(AsCount(count.Count));
                 FReloading.reset();
                 if (std::exchange(FIsToReload, false)) Reload();
             });
@@ -232,28 +232,28 @@ void TableModel::BeginReload() {
     }
 }
 
-/// A row's ID may be made of its file's address and move with it: then the file tells which row it is.
-void TableModel::FindLost(int count) {
-    const QStringList lost = FAddresses ? LostFiles(FReloading->Arrived) : QStringList();
-    if (lost.isEmpty()) return TakeReloaded(count);
-    FReloading->Asked = FAddresses->Ask(lost, [this, count](const AddressMoves&) { TakeReloaded(count); });
+/// A row's ID may be derived from its file's address and change with it; then the row is found again by its file.
+void TableModel::FindMissingRows(int count) {
+    const QStringList missing = FAddresses ? MissingFiles(FReloading->Arrived) : QStringList();
+    if (missing.isEmpty()) return OnReloaded(count);
+    FReloading->Asked = FAddresses->Ask(missing, [this, count](const AddressMoves&) { OnReloaded(count); });
 }
 
-QStringList TableModel::LostFiles(const Pages& pages) const {
+QStringList TableModel::MissingFiles(const Pages& pages) const {
     QSet<QString> known;
     for (const auto& [number, page] : pages)
         for (int i = 0; i < static_cast<int>(page.size()); ++i) {
             known.insert(ID(pages, number * kPageSize + i));
             known.insert(Value(pages, number * kPageSize + i, FFileColumn));
         }
-    QStringList lost;
+    QStringList missing;
     for (const auto& [number, page] : pages)
         for (int row = number * kPageSize; row < std::min((number + 1) * kPageSize, FCount); ++row)
-            if (Row(row) && !known.contains(ID(FPages, row)) && !known.contains(File(row))) lost += File(row);
-    return lost;
+            if (Row(row) && !known.contains(ID(FPages, row)) && !known.contains(File(row))) missing += File(row);
+    return missing;
 }
 
-void TableModel::TakeReloaded(int count) {
+void TableModel::OnReloaded(int count) {
     FFailure.clear();
     Pages pages = std::move(FReloading->Arrived);
     FReloading.reset();
@@ -263,7 +263,7 @@ void TableModel::TakeReloaded(int count) {
     MoveRows(std::move(pages));
     SetCount(count);
     Q_EMIT Shown();
-    AskPages();
+    RequestPages();
     if (std::exchange(FIsToReload, false)) Reload();
 }
 
@@ -370,7 +370,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const RowValue& value = (*values)[column];
     if (role == kProgressRole || role == kTimeLeftRole || role == Qt::AccessibleDescriptionRole)
         return index.column() == FTitleColumn ? Progress(index.row(), role) : QVariant();
-    // The name of the local copy says less than that there is one.
+    // Show a mark instead of the local copy's name: that there is a copy matters more than its name.
     if (isMark && !value.Text.isEmpty()) {
         if (role == Qt::DecorationRole) return WindowIcon(QStringLiteral("downloaded"));
         if (role == Qt::AccessibleTextRole) return FTexts("Downloaded");
@@ -385,7 +385,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     else
         text = (field.DisplayValues ? value.Shown : value.Text).simplified();
     if (role == Qt::DisplayRole || text.isEmpty()) return text;
-    return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // wrapped, and nothing in it is markup
+    return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // as rich text, so that the tool tip wraps
 }
 
 QVariant TableModel::Progress(int row, int role) const {
@@ -400,8 +400,8 @@ QVariant TableModel::Progress(int row, int role) const {
 
 void TableModel::OnPositionsChanged() {
     if (FCount == 0 || FTitleColumn < 0) return;
-    Q_EMIT dataChanged(index(std::min(FSightFirst, FCount - 1), FTitleColumn),
-                       index(std::min(FSightLast, FCount - 1), FTitleColumn), {kProgressRole, kTimeLeftRole});
+    Q_EMIT dataChanged(index(std::min(FFirstVisible, FCount - 1), FTitleColumn),
+                       index(std::min(FLastVisible, FCount - 1), FTitleColumn), {kProgressRole, kTimeLeftRole});
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -410,7 +410,7 @@ QVariant TableModel::headerData(int section, Qt::Orientation orientation, int ro
     if (role != Qt::DisplayRole && role != Qt::DecorationRole && role != Qt::ToolTipRole &&
         role != Qt::AccessibleTextRole)
         return {};
-    // Over a column of marks stands the mark.
+    // The header of a column of marks shows the mark.
     const LibraryField& field = *FColumns[static_cast<std::size_t>(section)];
     const bool isMark = field.Role == IVEXAMLDataField::LocalFile;
     if (role == Qt::DecorationRole) return isMark ? QVariant(WindowIcon(QStringLiteral("downloaded"))) : QVariant();
@@ -428,7 +428,7 @@ void TableModel::sort(int column, Qt::SortOrder order) {
         FQuery.Sort = {{FColumns[static_cast<std::size_t>(column)]->Name, order == Qt::AscendingOrder
                                                                               ? IVEXAMLSortDirection::Ascending
                                                                               : IVEXAMLSortDirection::Descending}};
-    Ask();
+    RequestRows();
 }
 
 QStringList TableModel::mimeTypes() const {

@@ -1,12 +1,12 @@
 #pragma once
-// The rows of the library as the table shows them. Only rows in sight are asked for, a page at a time, on the reader's
-// thread; until they come they are shown as such, and nothing waits. Main thread.
+// The rows of the library as the table shows them. Only rows in sight are read, a page at a time, on the reader's
+// thread; rows not read yet show a placeholder, and nothing waits for them. Main thread.
 //
 //     TableModel model(host.Language());
 //     model.SetSource(&storage, &reader);
-//     model.SetQuery({.Search = "…"});     // what showed before stays until the answer is there
-//     model.SetSight(first, last);         // after every scrolling
-//     model.Reload();                      // rows may have changed; who stands where is kept by the rows' IDs
+//     model.SetQuery({.Search = "…"});     // the previous rows stay until the answer has come
+//     model.SetVisibleRows(first, last);   // after every scroll
+//     model.Reload();                      // when rows may have changed; persistent indexes follow the rows' IDs
 
 #include "Positions.h"
 #include "PresentAddresses.h"
@@ -29,34 +29,34 @@ public:
     explicit TableModel(const LanguageService& language, QObject* parent = nullptr);
     ~TableModel() override;
 
-    /// Both outlive the model's use of them; null lets go of them, and there is no row.
+    /// Storage and reader are used until the next SetSource. Null for none; then there are no rows.
     void SetSource(const LibraryStorage* storage, RowReader* reader);
-    /// Fields, range and order are the model's own. An answer to an earlier query is dropped.
+    /// The model sets the query's fields, range and order itself. An answer to an earlier query is dropped.
     void SetQuery(RowQuery query);
     const RowQuery& Query() const noexcept { return FQuery; }
-    void SetSight(int first, int last);
+    void SetVisibleRows(int first, int last);
     void Reload();
-    /// Where files were left, shown beside their titles. It outlives the model; null for nothing.
+    /// Where files were left, for the progress beside their titles; null for none. Outlives the model.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
     void OnPositionsChanged();
-    /// By which rows are found again whose files, and IDs with them, have moved. It outlives the model.
+    /// Finds rows again whose files' addresses, and with them their IDs, have moved. Outlives the model.
     void SetAddresses(PresentAddresses& addresses);
     /// Why the storage gave no rows; empty when it did.
     const QString& Failure() const noexcept { return FFailure; }
-    /// Whether an answer to a query is awaited.
+    /// Whether the answer to the query has not come yet.
     bool IsBusy() const noexcept { return FFirst != 0; }
 
     const std::vector<const LibraryField*>& Columns() const noexcept { return FColumns; }
-    /// −1 when it is none of the columns.
+    /// −1 when there is no such column.
     int ColumnOf(const QString& field) const noexcept;
     int ColumnOf(IVEXAMLDataField::Roles role) const noexcept;
-    /// Null for a row that is not there yet.
+    /// Null for a row that has not been read yet.
     const std::vector<RowValue>* Row(int row) const;
-    /// Empty for a row that is not there yet.
+    /// Empty for a row that has not been read yet.
     QString File(int row) const;
-    /// Of rows `first` to `last`; what is not there is read, and waited for.
+    /// The files of rows `first` to `last`. Rows not read yet are read now, which blocks.
     QStringList Files(int first, int last);
-    /// −1 when it is not among the rows that are there.
+    /// The row of a file; −1 when it is not among the rows read so far.
     int FindFile(const QString& file) const;
 
     int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : FCount; }
@@ -70,34 +70,34 @@ public:
     void Localize();
 
 Q_SIGNALS:
-    /// Other rows show, or the same ones as they are now.
+    /// Other rows are shown, or the same rows with new values.
     void Shown();
     void BusyChanged(bool isBusy);
     void Failed(const QString& reason);
 
 private:
     using Page = std::vector<std::vector<RowValue>>;
-    using Pages = std::map<int, Page>;  // by their numbers
+    using Pages = std::map<int, Page>;  // by page number
     struct Reloading {
         std::set<RowReader::Ticket> Tickets;
         Pages Arrived;
-        PresentAddresses::Ticket Asked = 0;  // for rows that are not among those that arrived
+        PresentAddresses::Ticket Asked = 0;  // the request for files missing in Arrived
     };
 
-    QStringList KeptAddresses() const override { return {}; }  // it asks itself, when it reads rows anew
+    QStringList KeptAddresses() const override { return {}; }  // FindMissingRows asks for the addresses that it needs
     void OnAddressesMoved(const AddressMoves& moves) override;
 
     RowQuery PageQuery(int page) const;
-    void Ask();
-    void TakeFirst(RowPage page);
-    void AskPages();
-    void TakeCount(const RowCount& count);
-    void Forget();
+    void RequestRows();
+    void OnFirstPage(RowPage page);
+    void RequestPages();
+    void OnCount(const RowCount& count);
+    void CancelRequests();
     void SetCount(int count);
     void BeginReload();
-    void FindLost(int count);
-    QStringList LostFiles(const Pages& pages) const;
-    void TakeReloaded(int count);
+    void FindMissingRows(int count);
+    QStringList MissingFiles(const Pages& pages) const;
+    void OnReloaded(int count);
     QVariant Progress(int row, int role) const;
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
     QString Value(const Pages& pages, int row, int column) const;
@@ -111,13 +111,13 @@ private:
     int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1;
     const Positions* FPositions = nullptr;
     PresentAddresses* FAddresses = nullptr;
-    RowQuery FQuery;  // with all fields: the columns, then those that only the model looks at
+    RowQuery FQuery;  // with all fields: the columns, then the fields that only the model uses
     int FCount = 0;
     Pages FPages;
     QString FFailure;
-    int FSightFirst = 0, FSightLast = 0;
+    int FFirstVisible = 0, FLastVisible = 0;
     RowReader::Ticket FFirst = 0, FCounting = 0;
-    std::map<int, RowReader::Ticket> FAsked;  // pages in sight that are on their way
+    std::map<int, RowReader::Ticket> FAsked;  // by page number: requests for pages in sight
     std::optional<Reloading> FReloading;
     bool FIsToReload = false;
 };

@@ -40,7 +40,7 @@ int WidthOf(const LibraryField& field) {
 }  // namespace
 
 TablePane::TablePane(const LanguageService& language, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FTexts(language),
       FModel(new TableModel(language, this)),
       FSearch(new QLineEdit),
@@ -110,7 +110,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     connect(FModel, &TableModel::Shown, this, &TablePane::OnShown);
     connect(FModel, &QAbstractItemModel::layoutAboutToBeChanged, this, &TablePane::KeepTop);
     connect(FModel, &QAbstractItemModel::modelAboutToBeReset, this, [this] { FCurrentRow = -1; });
-    connect(FView->verticalScrollBar(), &QScrollBar::valueChanged, this, &TablePane::UpdateSight);
+    connect(FView->verticalScrollBar(), &QScrollBar::valueChanged, this, &TablePane::UpdateVisibleRows);
     connect(FView->selectionModel(), &QItemSelectionModel::currentRowChanged, this, [this] { OnShown(); });
     connect(FView, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
         if (const QString file = FModel->File(index.row()); !file.isEmpty()) Q_EMIT Activated(file);
@@ -127,13 +127,13 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     FCurrentRow = -1;
     FModel->SetSource(storage, reader);
     FStorageID = storage ? storage->ID() : QString();
-    NameRows();
+    SetRowTexts();
     if (!storage) return;
     QHeaderView* header = FView->horizontalHeader();
     ArrangeColumns(*storage);
     if (!layout.isEmpty()) header->restoreState(layout);
     header->setSectionsMovable(true);
-    // The title takes what the others leave, and where there is none the last column.
+    // The title takes the width that the other columns leave; without a title, the last column does.
     const int title = FModel->ColumnOf(IVEXAMLDataField::Title);
     header->setSectionResizeMode(QHeaderView::Interactive);
     header->setStretchLastSection(title < 0);
@@ -147,8 +147,8 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
     QStringList order = storage.FieldNames(kSchemaTable);
     if (order.isEmpty())
         for (const LibraryField* field : FModel->Columns()) order += field->Name;
-    // Rows of several containers stand in one table, so what they belong to stands beside their title. It says more
-    // than who is heard in them.
+    // The table mixes rows of several containers, so the container is shown beside the title. It replaces the
+    // performer, which says less.
     const LibraryField* container = storage.FieldOf(IVEXAMLDataField::Container);
     if (container && FModel->ColumnOf(container->Name) >= 0 && !order.contains(container->Name) && order.size() > 1) {
         if (const LibraryField* performer = storage.FieldOf(IVEXAMLDataField::Performer))
@@ -189,11 +189,11 @@ void TablePane::ShowColumnMenu(const QPoint& position) {
     menu.exec(header->mapToGlobal(position));
 }
 
-void TablePane::UpdateSight() {
+void TablePane::UpdateVisibleRows() {
     const int height = FView->viewport()->height();
     const int first = FView->rowAt(0);
     const int last = FView->rowAt(std::max(height - 1, 0));
-    FModel->SetSight(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
+    FModel->SetVisibleRows(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
 }
 
 void TablePane::KeepTop() {
@@ -205,13 +205,14 @@ void TablePane::OnShown() {
     const int top = std::exchange(FTopRow, -1), topNow = std::exchange(FTop, {}).row();
     if (top >= 0 && topNow >= 0 && topNow != top)
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
-    UpdateSight();
+    UpdateVisibleRows();
     ShowCount();
     FFailure->setText(FModel->Failure());
     FFailure->setVisible(!FModel->Failure().isEmpty());
     const QModelIndex current = FView->currentIndex();
     if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
-        // Where the current row has gone, the one in its place takes over; among other rows it stays by its name.
+        // If the current row was removed, the row that takes its place becomes current. If other rows are shown, the
+        // current row is found again by its file.
         const int row = FCurrentRow >= 0         ? std::min(FCurrentRow, FModel->rowCount() - 1)
                         : FCurrentFile.isEmpty() ? -1
                                                  : FModel->FindFile(FCurrentFile);
@@ -234,7 +235,7 @@ QStringList TablePane::SelectedFiles() {
         ranges.emplace_back(range.top(), range.bottom());
     std::sort(ranges.begin(), ranges.end());
     QStringList files;
-    int next = 0;  // ranges of several columns may say a row twice
+    int next = 0;  // ranges of several columns may contain a row twice
     for (const auto& [top, bottom] : ranges) {
         files += FModel->Files(std::max(top, next), bottom);
         next = std::max(next, bottom + 1);
@@ -254,7 +255,7 @@ bool TablePane::ShowFile(const QString& file) {
     return true;
 }
 
-void TablePane::NameRows() {
+void TablePane::SetRowTexts() {
     FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
     FSearch->setAccessibleName(FSearch->placeholderText());
     FView->setAccessibleName(FTexts.Rows(FStorageID, WindowTexts::RowText::Name));
@@ -267,7 +268,7 @@ void TablePane::ShowCount() {
 }
 
 void TablePane::Localize() {
-    NameRows();
+    SetRowTexts();
     FModel->Localize();
 }
 
@@ -278,12 +279,12 @@ void TablePane::OnThemeChanged() {
 
 bool TablePane::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Resize && watched == FView->viewport())
-        QTimer::singleShot(0, this, &TablePane::UpdateSight);
-    // By itself the view would make the first row the current one, with its details shown, and not select it.
+        QTimer::singleShot(0, this, &TablePane::UpdateVisibleRows);
+    // The view itself would make the first row current, and so show its details, without selecting it.
     if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
         FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
         FView->selectRow(0);
-    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::KeyPress) return Pane::eventFilter(watched, event);
     const auto* key = static_cast<QKeyEvent*>(event);
     if (watched == FView && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
         key->modifiers() == Qt::NoModifier) {
@@ -299,7 +300,7 @@ bool TablePane::eventFilter(QObject* watched, QEvent* event) {
         if (!FView->currentIndex().isValid() && FModel->rowCount() > 0) FView->selectRow(0);
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return Pane::eventFilter(watched, event);
 }
 
 }  // namespace vexa::host

@@ -1,6 +1,7 @@
 #pragma once
 // The table of rows with its search field. Main thread.
 
+#include "Pane.h"
 #include "TableModel.h"
 
 #include <QItemSelection>
@@ -15,7 +16,7 @@ class QTableView;
 
 namespace vexa::host {
 
-class TablePane final : public QWidget {
+class TablePane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit TablePane(const LanguageService& language, QWidget* parent = nullptr);
@@ -24,21 +25,20 @@ public:
     QTableView* View() const noexcept { return FView; }
     QLineEdit* Search() const noexcept { return FSearch; }
 
-    /// Shows the rows of a storage. `layout` is what SaveLayout gave; empty, or of other columns: as the storage
-    /// wishes.
+    /// Shows the rows of a storage. `layout` comes from SaveLayout; when it is empty or of other columns, the storage's
+    /// own layout is used.
     void SetSource(const LibraryStorage* storage, RowReader* reader, const QByteArray& layout);
     QByteArray SaveLayout() const;
 
     QString CurrentFile() const;
     QStringList SelectedFiles();
     QStringList AllFiles();
-    /// Makes the row of a file the current one, when it is among the rows that are there.
+    /// Makes the row of a file the current one, if it is among the rows read so far.
     bool ShowFile(const QString& file);
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
-    /// The current row is another file's, or the rows were read again.
+    /// The current row belongs to another file, or the rows were read again.
     void CurrentChanged();
     void SearchChanged(const QString& text);
     void Activated(const QString& file);
@@ -48,12 +48,13 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void UpdateSight();
+    void Localize() override;
+    void UpdateVisibleRows();
     void OnShown();
     void ArrangeColumns(const LibraryStorage& storage);
     void ShowColumnMenu(const QPoint& position);
     void KeepTop();
-    void NameRows();
+    void SetRowTexts();
     void ShowCount();
 
     const WindowTexts FTexts;
@@ -61,12 +62,12 @@ private:
     QLineEdit* const FSearch;
     QTableView* const FView;
     QLabel* const FCount;
-    QLabel* const FFailure;  // over the rows' place while the storage can give none
+    QLabel* const FFailure;  // shown in place of the rows while the storage cannot give any
     QTimer FTyping;
-    QString FStorageID;  // whose rows show; empty for none
+    QString FStorageID;  // the storage whose rows are shown; empty for none
     QString FCurrentFile;
     int FCurrentRow = -1;
-    // What stood at the top before rows moved, and where.
+    // The row at the top of the view before rows moved, and its number then.
     QPersistentModelIndex FTop;
     int FTopRow = -1;
 };

@@ -11,9 +11,9 @@
 namespace vexa::host {
 
 struct TreeModel::Node {
-    TreeNode What;
+    TreeNode Content;
     Node* Parent = nullptr;
-    bool IsRead = false;  // its children
+    bool IsRead = false;  // whether the children were read
     std::vector<std::unique_ptr<Node>> Children;
 
     int Row() const {
@@ -50,7 +50,7 @@ void TreeModel::SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider) {
     beginResetModel();
     FProvider = std::move(provider);
     FRoot = std::make_unique<Node>();
-    FRoot->What.Flags = IVEXAMLGroupingTreeDataProviderSelection::HasChildren;
+    FRoot->Content.Flags = IVEXAMLGroupingTreeDataProviderSelection::HasChildren;
     endResetModel();
     if (FProvider) Update(*FRoot);
 }
@@ -65,7 +65,7 @@ void TreeModel::Repaint() {
 
 std::vector<TreeNode> TreeModel::Read(const Node& node) const {
     const Tree tree(FProvider);
-    auto nodes = node.Parent ? tree.Children(node.What) : tree.Children();
+    auto nodes = node.Parent ? tree.Children(node.Content) : tree.Children();
     if (tree.Can(IVEXAMLGroupingTreeDataProvider::DontSort)) return nodes;
     std::vector<std::size_t> order(nodes.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -85,7 +85,7 @@ void TreeModel::Update(Node& node) {
     for (const TreeNode& child : now) values += child.Value();
     auto& children = node.Children;
     for (int i = static_cast<int>(children.size()) - 1; i >= 0; --i) {
-        if (values.contains(children[static_cast<std::size_t>(i)]->What.Value())) continue;
+        if (values.contains(children[static_cast<std::size_t>(i)]->Content.Value())) continue;
         beginRemoveRows(parent, i, i);
         children.erase(children.begin() + i);
         endRemoveRows();
@@ -93,12 +93,12 @@ void TreeModel::Update(Node& node) {
     for (int i = 0; i < static_cast<int>(now.size()); ++i) {
         TreeNode& wanted = now[static_cast<std::size_t>(i)];
         const auto place = children.begin() + i;
-        const auto found =
-            std::find_if(place, children.end(), [&](const auto& old) { return old->What.Value() == wanted.Value(); });
+        const auto found = std::find_if(place, children.end(),
+                                        [&](const auto& old) { return old->Content.Value() == wanted.Value(); });
         if (found == children.end()) {
             beginInsertRows(parent, i, i);
             auto added = std::make_unique<Node>();
-            added->What = std::move(wanted);
+            added->Content = std::move(wanted);
             added->Parent = &node;
             children.insert(place, std::move(added));
             endInsertRows();
@@ -111,9 +111,9 @@ void TreeModel::Update(Node& node) {
             endMoveRows();
         }
         Node& child = *children[static_cast<std::size_t>(i)];
-        const bool isOther = child.What.Caption != wanted.Caption || child.What.Image != wanted.Image ||
-                             child.What.Flags != wanted.Flags;
-        child.What = std::move(wanted);
+        const bool isOther = child.Content.Caption != wanted.Caption || child.Content.Image != wanted.Image ||
+                             child.Content.Flags != wanted.Flags;
+        child.Content = std::move(wanted);
         if (isOther) Q_EMIT dataChanged(index(i, 0, parent), index(i, 0, parent));
         if (child.IsRead) Update(child);
     }
@@ -121,7 +121,7 @@ void TreeModel::Update(Node& node) {
 
 bool TreeModel::HasLeaves() const {
     const auto hasLeaves = [this](const auto& node) {
-        return node->IsRead ? !node->Children.empty() : node->What.HasChildren() && !Read(*node).empty();
+        return node->IsRead ? !node->Children.empty() : node->Content.HasChildren() && !Read(*node).empty();
     };
     return FProvider && std::any_of(FRoot->Children.rbegin(), FRoot->Children.rend(), hasLeaves);
 }
@@ -134,12 +134,12 @@ QModelIndex TreeModel::IndexOf(const Node& node) const {
     return node.Parent ? createIndex(node.Row(), 0, &node) : QModelIndex();
 }
 
-TreeWay TreeModel::Way(const QModelIndex& index) const {
+TreePath TreeModel::Path(const QModelIndex& index) const {
     std::vector<const Node*> upwards;
     for (const Node* node = NodeOf(index); node->Parent; node = node->Parent) upwards.push_back(node);
-    TreeWay way;
-    for (auto node = upwards.rbegin(); node != upwards.rend(); ++node) way.push_back((*node)->What);
-    return way;
+    TreePath path;
+    for (auto node = upwards.rbegin(); node != upwards.rend(); ++node) path.push_back((*node)->Content);
+    return path;
 }
 
 QModelIndex TreeModel::Find(const QStringList& values) {
@@ -149,7 +149,7 @@ QModelIndex TreeModel::Find(const QStringList& values) {
         if (!FProvider) return {};
         if (!node->IsRead) Update(*node);
         const auto child = std::find_if(node->Children.begin(), node->Children.end(),
-                                        [&](const auto& candidate) { return candidate->What.Value() == value; });
+                                        [&](const auto& candidate) { return candidate->Content.Value() == value; });
         if (child == node->Children.end()) return {};
         found = IndexOf(**child);
     }
@@ -172,12 +172,12 @@ int TreeModel::rowCount(const QModelIndex& parent) const {
 
 bool TreeModel::hasChildren(const QModelIndex& parent) const {
     const Node* node = NodeOf(parent);
-    return node->IsRead ? !node->Children.empty() : node->What.HasChildren();
+    return node->IsRead ? !node->Children.empty() : node->Content.HasChildren();
 }
 
 bool TreeModel::canFetchMore(const QModelIndex& parent) const {
     const Node* node = NodeOf(parent);
-    return FProvider && !node->IsRead && node->What.HasChildren();
+    return FProvider && !node->IsRead && node->Content.HasChildren();
 }
 
 void TreeModel::fetchMore(const QModelIndex& parent) {
@@ -189,14 +189,14 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
     const Node& node = *NodeOf(index);
     switch (role) {
         case Qt::DisplayRole:
-            return node.What.Caption.simplified();
+            return node.Content.Caption.simplified();
         case Qt::ToolTipRole:
-            return QString(u"<span>" + node.What.Caption.toHtmlEscaped() + u"</span>");
+            return QString(u"<span>" + node.Content.Caption.toHtmlEscaped() + u"</span>");
         case Qt::DecorationRole:
-            return WindowIcon(IconName(node.What.Image));
+            return WindowIcon(IconName(node.Content.Image));
         case Qt::FontRole:
-            // Below a heading all would be headings.
-            if (node.What.IsStandalone() && node.Parent == FRoot.get()) {
+            // Only at the top level, because otherwise all nodes below a heading would be headings.
+            if (node.Content.IsStandalone() && node.Parent == FRoot.get()) {
                 QFont font;
                 font.setWeight(QFont::DemiBold);
                 return font;

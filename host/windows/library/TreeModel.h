@@ -1,6 +1,7 @@
 #pragma once
-// The library's tree as the toolkit's views take it. Nodes are read level by level as they are opened; a reload changes
-// only what has changed, so that a view keeps what is selected and open, by the nodes' values. Main thread.
+// The library's tree as a model for the toolkit's views. Nodes are read level by level as they are opened. A reload
+// matches nodes by their values and touches only what has changed, so that a view keeps its selection and open nodes.
+// Main thread.
 
 #include "Tree.h"
 
@@ -17,19 +18,19 @@ public:
     explicit TreeModel(QObject* parent = nullptr);
     ~TreeModel() override;
 
-    /// Null: there is no node.
+    /// Null for none; then there are no nodes.
     void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider);
     const Ref<IVEXAMLGroupingTreeDataProvider>& Provider() const noexcept { return FProvider; }
     void Reload();
-    /// The icons are drawn anew.
+    /// Draws the icons anew.
     void Repaint();
 
-    /// Whether a node of the top level has nodes below it; one that was opened already is not read again.
+    /// Whether a node of the top level has nodes below it. Nodes opened already are not read again.
     bool HasLeaves() const;
 
-    /// The way to a node, empty for no node.
-    TreeWay Way(const QModelIndex& index) const;
-    /// The node that the values lead to; those above it are read as they must be.
+    /// The path to a node; empty for an invalid index.
+    TreePath Path(const QModelIndex& index) const;
+    /// The node at the path of `values`; the levels above it are read as needed.
     QModelIndex Find(const QStringList& values);
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;

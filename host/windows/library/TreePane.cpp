@@ -9,7 +9,7 @@
 namespace vexa::host {
 
 TreePane::TreePane(const LanguageService& language, QWidget* parent)
-    : QWidget(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
+    : Pane(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
     FView->setObjectName(QStringLiteral("Tree"));
     FView->setModel(FModel);
     FView->setItemDelegate(new RowDelegate(FView));
@@ -33,20 +33,20 @@ TreePane::TreePane(const LanguageService& language, QWidget* parent)
 
 void TreePane::SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values) {
     FModel->SetProvider(std::move(provider));
-    // A tree that is not deep is easier to see whole at its first level.
+    // Expand the last top-level node, so that a small tree is visible as a whole.
     const int count = FModel->rowCount();
     if (count > 0) FView->expand(FModel->index(count - 1, 0));
     if (values.isEmpty() || !Select(values)) FView->setCurrentIndex(FModel->index(0, 0));
 }
 
-TreeWay TreePane::SelectedWay() const {
+TreePath TreePane::SelectedPath() const {
     const QModelIndexList selected = FView->selectionModel()->selectedIndexes();
-    return selected.isEmpty() ? TreeWay() : FModel->Way(selected.first());
+    return selected.isEmpty() ? TreePath() : FModel->Path(selected.first());
 }
 
 QStringList TreePane::SelectedValues() const {
     QStringList values;
-    for (const TreeNode& node : SelectedWay()) values += node.Value();
+    for (const TreeNode& node : SelectedPath()) values += node.Value();
     return values;
 }
 

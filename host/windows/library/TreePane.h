@@ -1,6 +1,7 @@
 #pragma once
 // The library's tree. Main thread.
 
+#include "Pane.h"
 #include "TreeModel.h"
 #include "WindowTexts.h"
 
@@ -10,7 +11,7 @@ class QTreeView;
 
 namespace vexa::host {
 
-class TreePane final : public QWidget {
+class TreePane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     explicit TreePane(const LanguageService& language, QWidget* parent = nullptr);
@@ -18,18 +19,18 @@ public:
     TreeModel& Model() noexcept { return *FModel; }
     QTreeView* View() const noexcept { return FView; }
 
-    /// Shows a tree, with the node that the values lead to as the selected one, else the first one.
+    /// Shows a tree and selects the node at the path of `values`, or else the first node.
     void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const QStringList& values);
-    TreeWay SelectedWay() const;
+    TreePath SelectedPath() const;
     QStringList SelectedValues() const;
     bool Select(const QStringList& values);
-    void Localize();
 
 Q_SIGNALS:
     void SelectionChanged();
     void MenuWanted(const QPoint& position);
 
 private:
+    void Localize() override;
     const WindowTexts FTexts;
     TreeModel* const FModel;
     QTreeView* const FView;

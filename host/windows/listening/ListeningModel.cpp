@@ -36,12 +36,12 @@ void ListeningModel::Update() {
     add(Part::UpNext, FPlayback.UpNext(), [](const QString& address, int place) {
         return Entry{Part::UpNext, address, 0, 0, place};
     });
-    add(Part::Begun, FPlayback.Left().Begun(), [](const HeardFile& one, int place) {
+    add(Part::Begun, FPlayback.SavedPositions().Begun(), [](const HeardFile& one, int place) {
         return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),
-                                   [](auto& a, auto& b) { return a.Where == b.Where && a.Address == b.Address; });
-    // Most changes are of what plays getting on: the view keeps its place.
+                                   [](auto& a, auto& b) { return a.Section == b.Section && a.Address == b.Address; });
+    // Most changes are only progress of the current file: do not reset the model, so that the view does not scroll.
     if (isSame) {
         FEntries = std::move(now);
         if (!FEntries.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1), {kProgressRole, kTimeLeftRole});
@@ -54,7 +54,7 @@ void ListeningModel::Update() {
 }
 
 void ListeningModel::OnAddressesMoved(const AddressMoves& moves) {
-    // The update that follows finds them as they are, and the view keeps its place.
+    // Replace the addresses here, so that the Update that follows finds the same entries and does not reset the model.
     for (Entry& entry : FEntries) {
         const auto moved = moves.constFind(entry.Address);
         if (moved == moves.constEnd()) continue;
@@ -62,7 +62,7 @@ void ListeningModel::OnAddressesMoved(const AddressMoves& moves) {
             FTitles.insert(*moved, Title(*title));
         entry.Address = *moved;
     }
-    AskTitles();  // those that were on their way come under older addresses
+    AskTitles();  // titles already being read will come with the old addresses
 }
 
 void ListeningModel::AskTitles() {
@@ -70,9 +70,10 @@ void ListeningModel::AskTitles() {
     for (const Entry& entry : FEntries)
         if (!entry.Address.isEmpty() && !FTitles.contains(entry.Address)) unknown += entry.Address;
     if (unknown.isEmpty()) return;
-    FTitleReader.Run([this, unknown, infos = Ref<FileInfoService>(&FHost.FileInfos())] {
+    FTitleReader.Run([this, unknown, infos = Ref<FileInfoService>(&FHost.FileInfos())](const CancelCheck& isStopped) {
         QHash<QString, Title> titles;
         for (const QString& address : unknown) {
+            if (isStopped()) break;
             const Ref<FileInfo> info(new FileInfo);
             if (Failed(infos->GetFileInfo(MakeString(address).Get(), 0, info.Get()))) continue;
             titles.insert(address, {info->Text(IVEXAFileInfo::Title), info->Text(IVEXAFileInfo::Album)});
@@ -100,8 +101,8 @@ void ListeningModel::Remove(const QModelIndexList& indexes) {
     QStringList begun, left;
     for (const QModelIndex& index : indexes)
         if (const Entry* entry = At(index)) {
-            if (entry->Where == Part::UpNext)
-                places.insert(entry->Place);
+            if (entry->Section == Part::UpNext)
+                places.insert(entry->Index);
             else
                 begun += entry->Address;
         }
@@ -126,8 +127,8 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         QFont font;
         font.setWeight(QFont::DemiBold);
         if (role == Qt::FontRole) return font;
-        if (role == Qt::ForegroundRole) return FaintText();  // that of what is disabled is fainter than one can read
-        return role == Qt::DisplayRole ? FTexts(entry.Where == Part::UpNext ? "UpNext" : "ContinueListening")
+        if (role == Qt::ForegroundRole) return FaintText();  // the colour of disabled items is too faint to read
+        return role == Qt::DisplayRole ? FTexts(entry.Section == Part::UpNext ? "UpNext" : "ContinueListening")
                                        : QVariant();
     }
     const Title title = FTitles.value(entry.Address);

@@ -1,6 +1,6 @@
 #pragma once
-// What the user listens to: what comes next before the playlist goes on, and what was begun and not heard to its end.
-// Each part has a heading. Main thread.
+// The user's listening list: the files that come next before the playlist goes on, and the files that were begun and
+// not heard to their end. Each part has a heading. Main thread.
 
 #include "LatestTask.h"
 #include "Playback.h"
@@ -17,23 +17,23 @@ public:
     static constexpr int kMostBegun = 50;
     enum class Part { UpNext, Begun };
     struct Entry {
-        Part Where;
-        QString Address;  // empty: the heading
+        Part Section;
+        QString Address;  // empty for the heading
         double Position = 0, Duration = 0;
-        int Place = 0;  // in its part
+        int Index = 0;  // index within its part
     };
 
     ListeningModel(Host& host, Playback& playback, QObject* parent = nullptr);
     ~ListeningModel() override;
 
-    /// Null for a heading, and for what is none.
+    /// Null for a heading and for an invalid index.
     const Entry* At(const QModelIndex& index) const;
-    /// Plays no longer next, or begins anew the next time.
+    /// Removes files from those to play next, or forgets where begun ones were left.
     void Remove(const QModelIndexList& indexes);
     void Localize();
-    /// Plug-ins that know titles have come.
+    /// Asks for missing titles; called when plug-ins that may know them were loaded.
     void AskTitles();
-    /// Titles are asked of plug-ins no more until the next change.
+    /// Stops asking plug-ins for titles until the next change.
     void Stop();
 
     int rowCount(const QModelIndex& parent = {}) const override;

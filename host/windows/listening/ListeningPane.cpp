@@ -10,7 +10,7 @@
 namespace vexa::host {
 
 ListeningPane::ListeningPane(Host& host, Playback& playback, QWidget* parent)
-    : QWidget(parent), FTexts(host.Language()), FModel(new ListeningModel(host, playback, this)), FView(new QListView) {
+    : Pane(parent), FTexts(host.Language()), FModel(new ListeningModel(host, playback, this)), FView(new QListView) {
     FView->setObjectName(QStringLiteral("Listening"));
     FView->setModel(FModel);
     FView->setItemDelegate(new RowDelegate(FView));
@@ -65,7 +65,7 @@ void ListeningPane::Localize() {
 }
 
 bool ListeningPane::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::KeyPress) return Pane::eventFilter(watched, event);
     const int key = static_cast<QKeyEvent*>(event)->key();
     if (key == Qt::Key_Delete) {
         Remove();
@@ -75,7 +75,7 @@ bool ListeningPane::eventFilter(QObject* watched, QEvent* event) {
         Activate();
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return Pane::eventFilter(watched, event);
 }
 
 }  // namespace vexa::host

@@ -1,8 +1,9 @@
 #pragma once
-// The list of what plays next and of what was begun: Enter plays, Delete takes away. It hides while there is neither.
-// Main thread.
+// The list of the files that play next and of those that were begun: Enter plays an entry, Delete removes it. The pane
+// is hidden while the list is empty. Main thread.
 
 #include "ListeningModel.h"
+#include "Pane.h"
 
 #include <QWidget>
 
@@ -11,15 +12,14 @@ class QMenu;
 
 namespace vexa::host {
 
-class ListeningPane final : public QWidget {
+class ListeningPane final : public Pane<QWidget> {
     Q_OBJECT
 public:
     ListeningPane(Host& host, Playback& playback, QWidget* parent = nullptr);
 
     ListeningModel& Model() noexcept { return *FModel; }
-    /// Shown only when it has something to show, too.
+    /// Whether the user wants the pane. It is shown only while the list is not empty, too.
     void SetWanted(bool isWanted);
-    void Localize();
 
 Q_SIGNALS:
     void Activated(const QString& address);
@@ -29,6 +29,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void Localize() override;
     void Activate();
     void Remove();
     void ShowMenu(const QPoint& position);

@@ -2,7 +2,7 @@
 
 #include "MenuBuilder.h"
 #include "RowTexts.h"
-#include "TransportIcons.h"
+#include "WindowIcons.h"
 
 #include <QBoxLayout>
 #include <QEvent>
@@ -25,7 +25,7 @@ constexpr double kSpeeds[] = {0.5, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3
 constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
 constexpr int kVolumeSteps = 100;
 constexpr int kPageSeconds = 60;
-constexpr QSize kIconSize(22, 22), kPlayIconSize(30, 30);
+constexpr QSize kIconSize(24, 24), kPlayIconSize(32, 32);
 
 QString SpeedText(double speed) {
     return QLocale().toString(speed, 'g', 3) + u'×';
@@ -34,10 +34,7 @@ QString SpeedText(double speed) {
 }  // namespace
 
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
-    : QWidget(parent),
-      FPlayback(playback),
-      FHost(host),
-      FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
+    : Pane(parent), FPlayback(playback), FHost(host) {
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(8, 4, 8, 4);
     whole->setSpacing(0);
@@ -59,7 +56,7 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FRow->addWidget(FElapsed = new QLabel);
     FPosition = new QSlider(Qt::Horizontal);
     FPosition->setObjectName(QStringLiteral("position"));
-    FPosition->setTracking(false);  // jumps when it is let go
+    FPosition->setTracking(false);  // seek when the slider is released
     FRow->addWidget(FPosition, 1);
     FRow->addWidget(FRest = new QLabel);
     FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
@@ -134,7 +131,7 @@ void PlaybackBar::Caption(QWidget& control, const QString& text) {
 
 void PlaybackBar::Localize() {
     setAccessibleName(Text("Caption"));
-    // Nothing moves when a time gets longer.
+    // Wide enough for any usual time, so that nothing moves when a time gets longer.
     FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
     FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
     FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -152,22 +149,15 @@ void PlaybackBar::Localize() {
 }
 
 void PlaybackBar::SetIcons() {
-    const QColor color = palette().color(QPalette::Active, QPalette::ButtonText);
-    const QColor disabled = palette().color(QPalette::Disabled, QPalette::ButtonText);
-    const auto make = [&](TransportIcon icon) { return MakeTransportIcon(icon, color, disabled); };
-    FPrevious->setIcon(make(TransportIcon::Previous));
-    FBack->setIcon(make(TransportIcon::Back));
-    FPlay->setIcon(make(FPlayback.IsPlaying() ? TransportIcon::Pause : TransportIcon::Play));
-    FForward->setIcon(make(TransportIcon::Forward));
-    FNext->setIcon(make(TransportIcon::Next));
-    FChapters->setIcon(make(TransportIcon::Chapters));
-    FSleep->setIcon(make(TransportIcon::Sleep));
-    FVolumeIcon->setPixmap(make(TransportIcon::Volume).pixmap(kIconSize, devicePixelRatioF()));
+    FPlay->setIcon(WindowIcon(FPlayback.IsPlaying() ? QStringLiteral("pause") : QStringLiteral("play")));
+    for (QToolButton* button : {FPrevious, FBack, FForward, FNext, FChapters, FSleep})
+        button->setIcon(WindowIcon(button->objectName()));
+    FVolumeIcon->setPixmap(WindowIcon(QStringLiteral("volume")).pixmap(kIconSize, devicePixelRatioF()));
 }
 
 void PlaybackBar::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange) SetIcons();
-    QWidget::changeEvent(event);
+    Pane::changeEvent(event);
 }
 
 void PlaybackBar::FillSpeeds() {
@@ -198,19 +188,19 @@ void PlaybackBar::FillSleep() {
     menu->clear();
     SleepTimer& sleep = FPlayback.Sleep();
     using Mode = SleepTimer::Mode;
-    if (sleep.TheMode() == Mode::AfterTime) {
+    if (sleep.CurrentMode() == Mode::AfterTime) {
         const double seconds = static_cast<double>(sleep.Remaining().count()) / 1000;
         menu->addAction(WindowTexts(FHost.Language())("TimeLeft", TimeText(seconds)))->setEnabled(false);
     }
     QAction* off = menu->addAction(Text("SleepOff"), this, [&sleep] { sleep.Cancel(); });
     off->setCheckable(true);
-    off->setChecked(sleep.TheMode() == Mode::Off);
+    off->setChecked(sleep.CurrentMode() == Mode::Off);
     for (const int minutes : kSleepMinutes)
         menu->addAction(Text("SleepIn", QString::number(minutes)), this,
                         [&sleep, minutes] { sleep.SetTime(std::chrono::minutes(minutes)); });
     QAction* atEnd = menu->addAction(Text("SleepAtEnd"), this, [&sleep] { sleep.SetAtEnd(); });
     atEnd->setCheckable(true);
-    atEnd->setChecked(sleep.TheMode() == Mode::AtEnd);
+    atEnd->setChecked(sleep.CurrentMode() == Mode::AtEnd);
 }
 
 void PlaybackBar::ShowState() {
@@ -219,11 +209,11 @@ void PlaybackBar::ShowState() {
     SetIcons();
     ShowTitle();
     FChapters->setVisible(!FPlayback.Current().Chapters.empty());
-    FPlay->setEnabled(hasCurrent || !FPlayback.Left().Begun().empty());
+    FPlay->setEnabled(hasCurrent || !FPlayback.SavedPositions().Begun().empty());
     for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
     FPosition->setEnabled(hasCurrent);
     FNext->setEnabled(FPlayback.HasNext());
-    FSleep->setChecked(FPlayback.Sleep().TheMode() != SleepTimer::Mode::Off);
+    FSleep->setChecked(FPlayback.Sleep().CurrentMode() != SleepTimer::Mode::Off);
     ShowPosition(hasCurrent ? FPlayback.Position() : 0);
 }
 
@@ -243,7 +233,7 @@ void PlaybackBar::ShowTitle() {
 }
 
 void PlaybackBar::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    Pane::resizeEvent(event);
     ShowTitle();
 }
 

@@ -1,8 +1,9 @@
 #pragma once
-// The bar of controls: what plays, play and pause, skips, next and previous, the position with its times, chapters,
-// speed, sleep timer, volume. Every control has a name for screen readers and is reached by Tab. Main thread; it goes
-// before the Playback.
+// The bar of playback controls: title, play and pause, skips, next and previous, the position with its times, chapters,
+// speed, sleep timer, volume. Every control has a name for screen readers and can be reached by Tab. Main thread;
+// destroy it before the Playback.
 
+#include "Pane.h"
 #include "Playback.h"
 #include "WindowTexts.h"
 
@@ -16,16 +17,13 @@ class QToolButton;
 
 namespace vexa::host {
 
-class PlaybackBar final : public QWidget {
+class PlaybackBar final : public Pane<QWidget> {
     Q_OBJECT
 public:
     PlaybackBar(Playback& playback, Host& host, QWidget* parent = nullptr);
 
-    /// Reads the captions anew.
-    void Localize();
-
 Q_SIGNALS:
-    /// The title was clicked: what plays is to be shown in the library.
+    /// The title was clicked: show the current file in the library.
     void ShowInLibrary(const QString& address);
 
 protected:
@@ -33,6 +31,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void Localize() override;
+    /// `name` is also that of its drawing.
     QToolButton* AddButton(const char* name);
     QToolButton* AddMenu(const char* name, void (PlaybackBar::*fill)());
     void Caption(QWidget& control, const QString& text);
@@ -50,13 +50,12 @@ private:
 
     Playback& FPlayback;
     Host& FHost;
-    MessageListener FLanguage;
     QHBoxLayout* FRow;
     QToolButton *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;
     QSlider *FPosition, *FVolume;
-    int FChapter = -1;        // of the chapters, the one that plays
-    bool FIsShowing = false;  // the sliders move by themselves
+    int FChapter = -1;        // index of the current chapter
+    bool FIsShowing = false;  // the bar itself is moving the sliders, not the user
 };
 
 }  // namespace vexa::host

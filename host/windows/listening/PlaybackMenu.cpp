@@ -3,7 +3,7 @@
 namespace vexa::host {
 
 PlaybackMenu::PlaybackMenu(Host& host, Playback& playback, QWidget* parent)
-    : QMenu(parent), FHost(host), FPlayback(playback) {
+    : Pane(parent), FHost(host), FPlayback(playback) {
     FPlay = Add("Play", Qt::CTRL | Qt::Key_Space, &Playback::PlayOrPause);
     addSeparator();
     FBack = Add("SkipBack", Qt::CTRL | Qt::Key_Left, &Playback::SkipBack);

@@ -1,21 +1,21 @@
 #pragma once
-// The menu of what a listener does most: its shortcuts work while it is closed. Main thread; it goes before the
-// Playback.
+// The menu of the most frequent playback commands. Its shortcuts work while it is closed. Main thread; destroy it
+// before the Playback.
 
+#include "Pane.h"
 #include "Playback.h"
 
 #include <QMenu>
 
 namespace vexa::host {
 
-class PlaybackMenu final : public QMenu {
+class PlaybackMenu final : public Pane<QMenu> {
     Q_OBJECT
 public:
     PlaybackMenu(Host& host, Playback& playback, QWidget* parent = nullptr);
 
-    void Localize();
-
 private:
+    void Localize() override;
     QAction* Add(const char* name, const QKeySequence& keys, void (Playback::*slot)());
 
     Host& FHost;

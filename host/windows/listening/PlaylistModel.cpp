@@ -81,7 +81,7 @@ bool PlaylistModel::dropMimeData(const QMimeData* data, Qt::DropAction action, i
         std::vector<int> rows;
         for (const QByteArray& number : data->data(kRowsMimeType).split(',')) rows.push_back(number.toInt());
         Move(std::move(rows), target);
-        return false;  // they have moved: the view is to take none away
+        return false;  // Move has moved the rows: the view must not remove any
     }
     const QStringList files = QString::fromUtf8(data->data(QString::fromLatin1(kFilesMimeType))).split(u'\n');
     if (FPlaylist && !FPlaylist->IsSmart())

@@ -1,6 +1,6 @@
 #pragma once
-// The entries of one playlist, as the toolkit's views take them: dragged to other places, and files dropped among them.
-// Main thread.
+// The entries of one playlist as a model for the toolkit's views. Entries can be dragged to other places, and files
+// dropped between them. Main thread.
 
 #include "Playlists.h"
 
@@ -13,10 +13,10 @@ class PlaylistModel final : public QAbstractListModel {
 public:
     using QAbstractListModel::QAbstractListModel;
 
-    /// Null: there is no entry.
+    /// Null for none; then there are no entries.
     void SetPlaylist(const Ref<Playlist>& playlist);
     Playlist* List() const noexcept { return FPlaylist.Get(); }
-    /// The playlist says that it changed.
+    /// Called when the playlist changed.
     void Update();
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -31,16 +31,16 @@ public:
                       const QModelIndex& parent) override;
 
 Q_SIGNALS:
-    /// Files were dropped while there is no playlist that takes them.
+    /// Files were dropped, but there is no playlist that accepts files: create one with them.
     void NewWanted(const QStringList& files);
-    /// What is selected is to be read from the playlist again.
+    /// The view should read the selection from the playlist again.
     void Updated();
 
 private:
     void Move(std::vector<int> rows, int target);
 
     Ref<Playlist> FPlaylist;
-    std::vector<std::pair<QString, QString>> FShown;  // texts and groups
+    std::vector<std::pair<QString, QString>> FShown;  // texts and groups as last shown
 };
 
 }  // namespace vexa::host

@@ -10,31 +10,15 @@
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
+#include <QScopedValueRollback>
 #include <QToolButton>
 
 #include <algorithm>
 
 namespace vexa::host {
 
-namespace {
-
-/// Sets a flag for as long as it lives.
-class Flagged {
-public:
-    explicit Flagged(bool& flag) : FFlag(flag), FWas(std::exchange(flag, true)) {}
-    ~Flagged() { FFlag = FWas; }
-    Flagged(const Flagged&) = delete;
-    Flagged& operator=(const Flagged&) = delete;
-
-private:
-    bool& FFlag;
-    const bool FWas;
-};
-
-}  // namespace
-
 PlaylistPane::PlaylistPane(Host& host, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FTexts(host.Language()),
       FModel(new PlaylistModel(this)),
@@ -119,7 +103,7 @@ PlaylistPane::~PlaylistPane() {
 }
 
 void PlaylistPane::OnPlaylistsChanged() {
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     FLists->clear();
     const auto active = FHost.Playlists().Active();
     for (const auto& playlist : FHost.Playlists().All()) {
@@ -145,7 +129,7 @@ void PlaylistPane::UpdateHint() {
 }
 
 void PlaylistPane::ReadSelection() {
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     const Playlist* list = FModel->List();
     if (!list) return;
     QItemSelection selection;
@@ -159,7 +143,7 @@ void PlaylistPane::ReadSelection() {
 
 void PlaylistPane::WriteSelection() {
     if (FIsUpdating || !FModel->List()) return;
-    const Flagged updating(FIsUpdating);
+    const QScopedValueRollback updating(FIsUpdating, true);
     std::vector<int> rows;
     for (const QModelIndex& index : FView->selectionModel()->selectedIndexes()) rows.push_back(index.row());
     FModel->List()->Select(rows);
@@ -227,7 +211,7 @@ void PlaylistPane::OnThemeChanged() {
 }
 
 bool PlaylistPane::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::KeyPress) return Pane::eventFilter(watched, event);
     const int key = static_cast<QKeyEvent*>(event)->key();
     if (key == Qt::Key_Delete) {
         RemoveEntries();
@@ -237,7 +221,7 @@ bool PlaylistPane::eventFilter(QObject* watched, QEvent* event) {
         Q_EMIT FView->doubleClicked(FView->currentIndex());
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return Pane::eventFilter(watched, event);
 }
 
 }  // namespace vexa::host

@@ -1,7 +1,8 @@
 #pragma once
-// The playlists and the entries of the active one. Main thread.
+// The list of playlists, and the entries of the active one. Main thread.
 
 #include "Host.h"
+#include "Pane.h"
 #include "PlaylistModel.h"
 #include "WindowTexts.h"
 
@@ -15,18 +16,17 @@ class QToolButton;
 
 namespace vexa::host {
 
-class PlaylistPane final : public QWidget, private PlaylistListener {
+class PlaylistPane final : public Pane<QWidget>, private PlaylistListener {
     Q_OBJECT
 public:
     explicit PlaylistPane(Host& host, QWidget* parent = nullptr);
     ~PlaylistPane() override;
 
     QListView* View() const noexcept { return FView; }
-    /// At the end of the active playlist, or of a new one where that takes none.
+    /// Adds files at the end of the active playlist, or of a new one if that accepts none.
     void Add(const QStringList& files);
-    /// The pane's own items of the entries' context menu.
+    /// Adds the pane's own items to the context menu of the entries.
     void FillMenu(QMenu& menu);
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -37,6 +37,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void Localize() override;
     void OnPlaylistsChanged() override;
     void OnPlaylistChanged(Playlist& playlist) override;
 
@@ -55,7 +56,7 @@ private:
     QToolButton *const FNew, *const FMore;
     QListView* const FView;
     QLabel* const FHint;
-    bool FIsUpdating = false;  // what changes then, the user did not
+    bool FIsUpdating = false;  // the pane itself is changing the selection, not the user
 };
 
 }  // namespace vexa::host

@@ -9,6 +9,7 @@
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QStackedWidget>
 
@@ -22,19 +23,7 @@ constexpr int kListWidth = 160;
 constexpr QSize kFirstSize(660, 560);
 constexpr char16_t kReturn = 13, kEscape = 27;
 
-class LanguageHook final : public RefCountedObject<IVEXAMessageHook> {
-public:
-    explicit LanguageHook(std::function<void()> then) : FThen(std::move(then)) {}
-    void OnMessage(std::uint32_t message, std::int32_t, void*, HResult*) noexcept override {
-        if (message == kMsgLanguageChanged)
-            Guarded("changing the language of the options", [this] { return FThen(), S_OK; });
-    }
-
-private:
-    const std::function<void()> FThen;
-};
-
-/// Nothing in the texts of plug-ins is a mnemonic.
+/// Escapes mnemonics, which texts of plug-ins do not have.
 QString Plain(QString text) {
     return text.replace(u'&', QStringLiteral("&&"));
 }
@@ -60,7 +49,7 @@ OptionsDialog::OptionsDialog(OptionsService& service, LanguageService& language,
     whole->addWidget(FButtons);
     for (const auto& frame : service.Pages()) {
         FPages.push_back(std::make_unique<OptionsPage>(frame));
-        FStack->addWidget(FPages.back()->Place());
+        FStack->addWidget(FPages.back()->Container());
         FList->addItem(QString());
         FList->item(FList->count() - 1)->setSizeHint({0, RowDelegate::kHeight});
     }
@@ -89,14 +78,13 @@ void OptionsDialog::Localize() {
     FButtons->button(QDialogButtonBox::Cancel)->setText(text("CommonDialogs\\B2"));
     FButtons->button(QDialogButtonBox::Apply)->setText(text("Options\\Apply"));
     FButtons->button(QDialogButtonBox::Reset)->setText(text("Options\\Reset"));
-    const bool wasLoading = std::exchange(FIsLoading, true);
+    const QScopedValueRollback loading(FIsLoading, true);
     for (std::size_t i = 0; i < FPages.size(); ++i) {
         const QString caption = FPages[i]->Caption();
         FList->item(static_cast<int>(i))->setText(caption);
-        FPages[i]->Place()->setAccessibleName(caption);
+        FPages[i]->Container()->setAccessibleName(caption);
         FPages[i]->Notify(IVEXAOptionsDialogFrame::Localize);
     }
-    FIsLoading = wasLoading;
 }
 
 OptionsPage* OptionsDialog::Current() const {
@@ -109,9 +97,8 @@ void OptionsDialog::ShowRow(int row) {
     FButtons->button(QDialogButtonBox::Reset)->setEnabled(page != nullptr);
     if (!page) return;
     FStack->setCurrentIndex(row);
-    const bool wasLoading = std::exchange(FIsLoading, true);
+    const QScopedValueRollback loading(FIsLoading, true);
     page->Open();
-    FIsLoading = wasLoading;
 }
 
 void OptionsDialog::ShowPage(IVEXAOptionsDialogFrame* page) {
@@ -135,13 +122,13 @@ void OptionsDialog::RemovePage(IVEXAOptionsDialogFrame* page) {
     const int row = static_cast<int>(found - FPages.begin());
     FPages.erase(found);
     removed->Close();
-    FStack->removeWidget(removed->Place());
-    delete removed->Place();
+    FStack->removeWidget(removed->Container());
+    delete removed->Container();
     delete FList->takeItem(row);
 }
 
 void OptionsDialog::SaveAll() {
-    // All are asked before the first one writes. A page that was never shown has nothing to save.
+    // All pages are asked before the first one saves. A page that was never shown has nothing to save.
     for (const auto& page : FPages) page->Notify(IVEXAOptionsDialogFrame::CanSave);
     for (const auto& page : FPages) page->Notify(IVEXAOptionsDialogFrame::Save);
 }
@@ -204,7 +191,7 @@ bool OptionsDialog::focusNextPrevChild(bool next) {
 }
 
 void OptionsDialog::keyPressEvent(QKeyEvent* event) {
-    // What arrives here the control that has the focus did not take.
+    // The focused control has not handled this key.
     if (OptionsPage* page = FocusedPage()) {
         const int key = event->key();
         const bool isForward = key == Qt::Key_Right || key == Qt::Key_Down;
@@ -222,17 +209,15 @@ void OptionsDialog::keyPressEvent(QKeyEvent* event) {
     QDialog::keyPressEvent(event);
 }
 
-OptionsWindow::OptionsWindow(Host& host) : FHost(host) {
-    FLanguageHook = Ref<IVEXAMessageHook>(new LanguageHook([this] {
-        if (FDialog) FDialog->Localize();
-    }));
-    FHost.Messages().Hook(FLanguageHook.Get());
+OptionsWindow::OptionsWindow(Host& host)
+    : FHost(host), FLanguage(host.Messages(), kMsgLanguageChanged, [this] {
+          if (FDialog) FDialog->Localize();
+      }) {
     FHost.Options().SetView(this);
 }
 
 OptionsWindow::~OptionsWindow() {
     FHost.Options().SetView(nullptr);
-    FHost.Messages().Unhook(FLanguageHook.Get());
     delete FDialog;
 }
 
@@ -245,7 +230,7 @@ bool OptionsWindow::ShowPage(IVEXAOptionsDialogFrame* page, bool isForced) {
     if (!FDialog) {
         FHost.Config().Reload();  // the command line may have changed options
         FDialog = new OptionsDialog(FHost.Options(), FHost.Language(), FParent);
-        // What the plug-in's own code on the stack still uses of the dialog lives until it has returned.
+        // Deleted later, because code of a plug-in on the stack may still use the dialog.
         QObject::connect(FDialog, &QDialog::finished, FDialog, [this, closed = FDialog] {
             FDialog = nullptr;
             closed->deleteLater();

@@ -1,16 +1,16 @@
 #pragma once
-// The options dialog: the pages that plug-ins registered. Main thread.
+// The options dialog, which shows the pages that plug-ins registered. Main thread.
 //
-//     OptionsWindow options(host);            // from now on plug-ins can open it, too
+//     OptionsWindow options(host);            // from now on plug-ins can open the dialog, too
 //     options.SetParent(&mainWindow);
-//     options.ShowPage(nullptr, true);        // returns at once; the dialog is modal to the program
+//     options.ShowPage(nullptr, true);        // returns at once; the dialog is application-modal
 
 #include "Host.h"
+#include "WindowTexts.h"
 
 #include <QDialog>
 #include <QPointer>
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -22,8 +22,8 @@ namespace vexa::host {
 
 class OptionsPage;
 
-/// One life of the dialog, from its showing to its closing. A page's window is made when the page is first shown, and
-/// destroyed when the dialog closes.
+/// The dialog, from its opening to its closing. A page's window is made when the page is first shown, and destroyed
+/// when the dialog closes.
 class OptionsDialog final : public QDialog {
     Q_OBJECT
 public:
@@ -32,14 +32,14 @@ public:
     ~OptionsDialog() override;
 
     void ShowPage(IVEXAOptionsDialogFrame* page);
-    /// Null: the page that shows.
+    /// A page was changed; null means the page shown.
     void SetModified(IVEXAOptionsDialogFrame* page);
     void RemovePage(IVEXAOptionsDialogFrame* page);
     void Localize();
 
-    /// Saves all pages whose windows there are.
+    /// Saves all pages that have been opened.
     void Apply();
-    /// Shows the defaults on the page that shows.
+    /// Shows the defaults on the current page.
     void Reset();
 
     void done(int result) override;
@@ -61,10 +61,10 @@ private:
     QListWidget* FList;
     QStackedWidget* FStack;
     QDialogButtonBox* FButtons;
-    bool FIsLoading = false;  // what a page changes then, the user did not
+    bool FIsLoading = false;  // pages are loading: changes now are not the user's
 };
 
-/// Opens the dialog, at most one at a time, when the user or a plug-in asks for it.
+/// Opens the options dialog, one at a time, when the user or a plug-in asks for it.
 class OptionsWindow final : public OptionsView {
 public:
     explicit OptionsWindow(Host& host);
@@ -73,9 +73,9 @@ public:
     OptionsWindow(const OptionsWindow&) = delete;
     OptionsWindow& operator=(const OptionsWindow&) = delete;
 
-    /// The window that the dialog belongs to; null for none.
+    /// Sets the dialog's parent window; null for none.
     void SetParent(QWidget* parent) { FParent = parent; }
-    /// Null while it is closed.
+    /// Null while the dialog is closed.
     OptionsDialog* Dialog() const { return FDialog; }
 
     void PageModified(IVEXAOptionsDialogFrame* page) override;
@@ -86,7 +86,7 @@ private:
     Host& FHost;
     QPointer<QWidget> FParent;
     QPointer<OptionsDialog> FDialog;
-    Ref<IVEXAMessageHook> FLanguageHook;
+    MessageListener FLanguage;
 };
 
 }  // namespace vexa::host

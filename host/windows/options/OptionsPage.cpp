@@ -29,10 +29,10 @@ OptionsPage::OptionsPage(const Ref<IVEXAOptionsDialogFrame>& frame)
     : FFrame(frame),
       FKeyboard(Query<IVEXAOptionsDialogFrameKeyboardHelper>(frame.Get())),
       FKeyboard2(Query<IVEXAOptionsDialogFrameKeyboardHelper2>(frame.Get())),
-      FPlace(new QWidget) {
-    // Only the place itself has to be a window of the system's.
-    FPlace->setAttribute(Qt::WA_DontCreateNativeAncestors);
-    FPlace->setAttribute(Qt::WA_NativeWindow);
+      FContainer(new QWidget) {
+    // Only this widget needs a native window, not its ancestors.
+    FContainer->setAttribute(Qt::WA_DontCreateNativeAncestors);
+    FContainer->setAttribute(Qt::WA_NativeWindow);
 }
 
 OptionsPage::~OptionsPage() {
@@ -47,16 +47,16 @@ QString OptionsPage::Caption() const {
 
 void OptionsPage::Open() {
     if (FIsOpen || FHasFailed) return;
-    const WindowHandle window = FFrame->CreatePage(FPlace->winId());
+    const WindowHandle window = FFrame->CreatePage(FContainer->winId());
     if (window == 0) {
         FHasFailed = true;
         qCWarning(LogHost).noquote() << "the options page" << Caption() << "made no window";
         return;
     }
     FIsOpen = true;
-    // A page of our own toolkit follows the dialog's size; one of another toolkit's keeps the size that it took.
-    if (QWidget* page = QWidget::find(window); page && page != FPlace && FPlace->isAncestorOf(page)) {
-        auto* layout = new QVBoxLayout(FPlace);
+    // A page made with the host's toolkit follows the dialog's size; a page of another toolkit keeps its own size.
+    if (QWidget* page = QWidget::find(window); page && page != FContainer && FContainer->isAncestorOf(page)) {
+        auto* layout = new QVBoxLayout(FContainer);
         layout->setContentsMargins({});
         layout->addWidget(page);
         page->show();
@@ -74,12 +74,12 @@ void OptionsPage::Notify(IVEXAOptionsDialogFrame::Notification notification) {
 }
 
 std::vector<QWidget*> OptionsPage::Stops() const {
-    return TabStops(FPlace);
+    return TabStops(FContainer);
 }
 
 bool OptionsPage::HasFocus() const {
     const QWidget* focused = QApplication::focusWidget();
-    return focused && (focused == FPlace || FPlace->isAncestorOf(focused));
+    return focused && (focused == FContainer || FContainer->isAncestorOf(focused));
 }
 
 bool OptionsPage::FocusEnd(bool isFirst) {

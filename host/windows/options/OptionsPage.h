@@ -1,5 +1,5 @@
 #pragma once
-// A page of the options dialog: the place in which a plug-in makes its window, and the plug-in's page itself. Main
+// A page of the options dialog: the plug-in's page, and the widget inside which the plug-in makes its window. Main
 // thread.
 
 #include "OptionsPages.h"
@@ -8,7 +8,7 @@
 
 namespace vexa::host {
 
-/// Belongs to the dialog's stack; whoever has it calls Close before it ends.
+/// The owner calls Close before the stack of the dialog destroys Container().
 class OptionsPage final {
 public:
     explicit OptionsPage(const Ref<IVEXAOptionsDialogFrame>& frame);
@@ -17,25 +17,25 @@ public:
     OptionsPage& operator=(const OptionsPage&) = delete;
 
     IVEXAOptionsDialogFrame* Frame() const noexcept { return FFrame.Get(); }
-    /// A native window, empty until Open. The stack that it is put in owns it.
-    QWidget* Place() const noexcept { return FPlace; }
+    /// The native window for the page's window, empty until Open. The stack that it is put in owns it.
+    QWidget* Container() const noexcept { return FContainer; }
     QString Caption() const;
 
-    /// Makes the page's window, once, and has it load and localise itself. When the plug-in makes none the place stays
-    /// empty, and a warning is logged.
+    /// Has the plug-in make the page's window, once, and load and localise it. If the plug-in makes none, Container()
+    /// stays empty and a warning is logged.
     void Open();
     /// Destroys the page's window.
     void Close();
     bool IsOpen() const noexcept { return FIsOpen; }
-    /// While it is open; a closed page hears nothing.
+    /// Notifies the page, if it is open.
     void Notify(IVEXAOptionsDialogFrame::Notification notification);
 
     bool HasFocus() const;
-    /// The first control, or the last one. False when there is none.
+    /// Focuses the first or the last control. False when there is none.
     bool FocusEnd(bool isFirst);
-    /// The next control, or the one before. False at the end of the page.
+    /// Focuses the next or the previous control. False at the end of the page.
     bool FocusNext(bool isForward, bool isTabKey);
-    /// What the page makes of keys that its controls did not take.
+    /// Offers the page a key that its controls did not handle. True when the page has handled it.
     bool HandleKey(std::uint16_t key);
     bool HandleChar(char16_t character);
 
@@ -43,13 +43,13 @@ private:
     std::vector<QWidget*> Stops() const;
 
     const Ref<IVEXAOptionsDialogFrame> FFrame;
-    const Ref<IVEXAOptionsDialogFrameKeyboardHelper> FKeyboard;    // null: the page leaves it to the host
+    const Ref<IVEXAOptionsDialogFrameKeyboardHelper> FKeyboard;    // null: the host handles the keyboard
     const Ref<IVEXAOptionsDialogFrameKeyboardHelper2> FKeyboard2;  // the same
-    QWidget* const FPlace;
+    QWidget* const FContainer;
     bool FIsOpen = false, FHasFailed = false;
 };
 
-/// The controls below `root` that Tab stops at, in order.
+/// The controls below `root` that Tab stops at, in tab order.
 std::vector<QWidget*> TabStops(QWidget* root);
 
 }  // namespace vexa::host

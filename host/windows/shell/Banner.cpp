@@ -67,7 +67,7 @@ Banner::Banner(QWidget* place)
     FTimer.setSingleShot(true);
     FTimer.setInterval(kTime);
     connect(&FTimer, &QTimer::timeout, this, [this] {
-        // Not from under the mouse, or the keyboard.
+        // Do not hide it while the mouse is over it or a button of it has the focus.
         underMouse() || FButton->hasFocus() || FDismiss->hasFocus() ? FTimer.start() : hide();
     });
     place->installEventFilter(this);

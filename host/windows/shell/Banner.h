@@ -1,6 +1,6 @@
 #pragma once
-// A message that lies over the window for a while: for notifications where the desktop has no better way, and for what
-// the window itself has to say. Main thread.
+// A message shown over the window for a while: for notifications where the desktop cannot show them, and for the
+// window's own messages. Main thread.
 
 #include "VEXA.Runtime.Notifications.h"
 
@@ -19,13 +19,13 @@ namespace vexa::host {
 class Banner final : public QFrame {
     Q_OBJECT
 public:
-    /// Lies at the top right of `place`.
+    /// Is shown at the top right of `place`.
     explicit Banner(QWidget* place);
 
-    /// In place of what shows. With `onClick` there is a button for it, named `button`.
+    /// Replaces the current message. With `onClick` there is a button that calls it, labelled `button`.
     void Show(const QString& title, const QString& text, const QString& button = {},
               std::function<void()> onClick = {});
-    /// What screen readers call the button that takes it away.
+    /// The accessible name of the button that hides the banner.
     void SetDismissName(const QString& name);
     void OnThemeChanged();
 
@@ -42,7 +42,7 @@ private:
     std::function<void()> FOnClick;
 };
 
-/// Shows notifications in a banner, as long as there is one. `button` names its button.
+/// A presenter that shows notifications in the banner as long as that exists. `button` gives the label of its button.
 std::unique_ptr<NotificationPresenter> MakeBannerPresenter(Banner* banner, std::function<QString()> button);
 
 }  // namespace vexa::host

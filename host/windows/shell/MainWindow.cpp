@@ -27,7 +27,7 @@ namespace vexa::host {
 namespace {
 
 constexpr QSize kFirstSize(1320, 800);
-constexpr std::size_t kMostReported = 3;  // subscriptions that are told of one by one
+constexpr std::size_t kMostReported = 3;  // more subscriptions than this are reported by their number only
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
@@ -58,9 +58,9 @@ MainWindow::MainWindow(Host& host, Playback& playback)
       FLeft(new QSplitter(Qt::Vertical)),
       FSide(new QSplitter(Qt::Vertical)),
       FPages(new QStackedWidget),
-      FPlace(new QWidget),
-      FPlaceLayout(new QVBoxLayout(FPlace)),
-      FBanner(new Banner(FPlace)),
+      FContent(new QWidget),
+      FContentLayout(new QVBoxLayout(FContent)),
+      FBanner(new Banner(FContent)),
       FBar(new PlaybackBar(playback, host)),
       FMenuBar(new WindowMenuBar(host, playback, FTheme)),
       FOptions(host),
@@ -79,7 +79,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
     ConnectLibrary();
     ConnectPlayback();
     ConnectMenus();
-    AnswerMessages();
+    HandleMessages();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
     presenters.push_back(MakeServicePresenter());
     presenters.push_back(MakeTrayPresenter());
@@ -91,10 +91,10 @@ MainWindow::MainWindow(Host& host, Playback& playback)
 }
 
 MainWindow::~MainWindow() {
-    // A subscription that ends while the library's thread is waited for finds no library.
+    // A subscription may end while FLibrary, being destroyed, waits for its thread; then Report must not use it.
     FSubscriber->disconnect(this);
     SaveLayout();
-    LetGo();
+    ReleasePlugins();
     FLibrary.reset();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
     presenters.push_back(MakeServicePresenter());
@@ -127,12 +127,12 @@ void MainWindow::Arrange() {
     FPages->addWidget(FFirstStart);
     auto* line = new QFrame;
     line->setObjectName(QStringLiteral("Line"));
-    FPlaceLayout->setContentsMargins({});
-    FPlaceLayout->setSpacing(0);
-    FPlaceLayout->addWidget(FPages, 1);
-    FPlaceLayout->addWidget(line);
-    FPlaceLayout->addWidget(FBar);
-    setCentralWidget(FPlace);
+    FContentLayout->setContentsMargins({});
+    FContentLayout->setSpacing(0);
+    FContentLayout->addWidget(FPages, 1);
+    FContentLayout->addWidget(line);
+    FContentLayout->addWidget(FBar);
+    setCentralWidget(FContent);
 }
 
 void MainWindow::AddMenuItems() {
@@ -184,10 +184,10 @@ void MainWindow::ConnectLibrary() {
         if (FLibrary->Storage())
             FListening->Model().AskTitles();
         else
-            LetGo();
+            ReleasePlugins();
         FTasks->Update(FLibrary->Storage());
         FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
-        FMenuBar->ShowOffers(FLibrary->Storage());
+        FMenuBar->EnableOffered(FLibrary->Storage());
         FFirstStart->ReadOptions();
         ShowPage();
     });
@@ -199,9 +199,12 @@ void MainWindow::ConnectLibrary() {
 }
 
 void MainWindow::ConnectPlayback() {
-    FTable->Model().SetPositions(&FPlayback.Left());
+    FTable->Model().SetPositions(&FPlayback.SavedPositions());
     connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
     connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
+    connect(&FPlayback, &Playback::Skipped, this, [this](const QString& name, const QString& reason) {
+        FTasks->AddProblem({name, reason});
+    });
     connect(&FPlayback, &Playback::Warned, this, [this](const QString& text) { FBanner->Show(text, {}); });
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
@@ -214,6 +217,7 @@ void MainWindow::ConnectPlayback() {
 
 void MainWindow::ConnectMenus() {
     connect(&FTheme, &WindowTheme::Changed, this, &MainWindow::OnThemeChanged);
+    connect(&FTheme, &WindowTheme::Changed, this, &MainWindow::SaveLayout);
     connect(FMenuBar, &WindowMenuBar::Subscribe, this, [this] {
         const LibraryStorage* storage = FLibrary->Storage();
         if (const auto add = storage ? storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>()
@@ -249,7 +253,7 @@ void MainWindow::ShowDetails() {
     FDetails->Show(FTable->CurrentFile(), date);
 }
 
-void MainWindow::LetGo() {
+void MainWindow::ReleasePlugins() {
     FDetails->Stop();
     FListening->Model().Stop();
     FTasks->Update(nullptr);
@@ -258,25 +262,31 @@ void MainWindow::LetGo() {
 void MainWindow::Import() {
     const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Import(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotRead", file) : problem);
+    try {
+        FSubscriber->Import(file);
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Export() {
     QString file =
         QFileDialog::getSaveFileName(this, QString(), QStringLiteral("subscriptions.opml"), FTexts("OpmlFiles"));
     if (file.isEmpty()) return;
-    if (const QString problem = FSubscriber->Export(file); !problem.isEmpty())
-        Warn(problem == file ? FTexts("CannotWrite", file) : problem);
-    else
+    try {
+        FSubscriber->Export(file);
         FBanner->Show(FTexts("Exported", file), {});
+    } catch (const std::exception& error) {
+        Warn(QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     FLibrary->Reload();
-    // Not for each page of a long list.
+    // Do not ask about every page of a long list.
     if (outcomes.size() <= kMostReported) FChooser.Ask(outcomes);
-    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;  // the page says it beside its field
+    // The first start page shows a single result beside its field.
+    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;
     if (outcomes.size() > kMostReported) {
         std::vector<TaskProblem> problems;
         int subscribed = 0;
@@ -293,7 +303,7 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
         FBanner->Show(report, {});
 }
 
-void MainWindow::AnswerMessages() {
+void MainWindow::HandleMessages() {
     FHost.Messages().Handle(kMsgGetMainWindow, [this](std::int32_t, void* window) {
         if (!window) return E_POINTER;
         *static_cast<WindowHandle*>(window) = winId();
@@ -315,12 +325,12 @@ void MainWindow::BringToFront() {
     show();
     raise();
     activateWindow();
-    // Where no window manager keeps a dialog above its window.
+    // For window managers that do not keep a dialog above its window.
     if (QWidget* dialog = QApplication::activeModalWidget()) dialog->raise();
 }
 
 void MainWindow::Warn(const QString& message) {
-    // What comes while one is open is told in it: a box behind a box is not read.
+    // Add the message to an open box, because nobody would read a box behind another box.
     if (FWarning && FWarning->isVisible()) {
         if (!FWarning->text().contains(message)) FWarning->setText(FWarning->text() + u"\n\n" + message);
         return;
@@ -375,15 +385,9 @@ void MainWindow::SaveLayout() {
 void MainWindow::Localize() {
     QLocale::setDefault(LocaleOf(FHost.Language().Language()));
     setWindowTitle(FTexts("Title"));
-    FMenuBar->Localize();
-    FTree->Localize();
-    FTable->Localize();
-    FDetails->Localize();
-    FPlaylists->Localize();
-    FFirstStart->Localize();
-    FTasks->Localize();
-    FListening->Localize();
     FBanner->SetDismissName(FTexts("Dismiss"));
+    QEvent changed(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(this, &changed);
 }
 
 void MainWindow::OnThemeChanged() {

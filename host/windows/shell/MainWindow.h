@@ -1,5 +1,5 @@
 #pragma once
-// The player's window: which panes there are, where they stand, and who hears whom. Main thread.
+// The player's window: makes the panes, lays them out and connects them. Main thread.
 //
 //     Host host(options);
 //     Playback playback(host);
@@ -7,7 +7,7 @@
 //     host.LoadPlugin(fileName);
 //     window.show();
 //
-// It ends before its player and its host. When plug-ins are unloaded meanwhile, it lets go of all that is theirs.
+// Destroy it before its playback and its host. If plug-ins are unloaded before, it releases everything of theirs.
 
 #include "Host.h"
 #include "LibraryController.h"
@@ -46,16 +46,16 @@ public:
     WindowTheme& Theme() noexcept { return FTheme; }
     LibraryController& Library() noexcept { return *FLibrary; }
 
-    /// Loads a plug-in, or says why it cannot.
+    /// Loads a plug-in, or shows why it cannot be loaded.
     void LoadPlugin(const QString& fileName);
-    /// Plays a file, or says why it cannot.
+    /// Plays a file, or shows why it cannot be played.
     void Play(const QString& file);
-    /// As Opener says; the window comes to the front.
+    /// Brings the window to the front and opens the addresses as Opener does.
     void Open(const QStringList& addresses);
     void BringToFront();
-    /// Says what went wrong, without waiting for an answer.
+    /// Shows a warning, without waiting for the user to close it.
     void Warn(const QString& message);
-    /// Gives the settings where everything stands.
+    /// Writes the layout to the settings.
     void SaveLayout();
 
 protected:
@@ -64,7 +64,7 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void AnswerMessages();
+    void HandleMessages();
     void Arrange();
     void AddMenuItems();
     void ConnectPlayback();
@@ -72,7 +72,7 @@ private:
     void ConnectMenus();
     void ShowPage();
     void ShowDetails();
-    void LetGo();
+    void ReleasePlugins();
     void Import();
     void Export();
     void Report(const std::vector<Subscriber::Outcome>& outcomes);
@@ -94,8 +94,8 @@ private:
     TaskBar* FTasks;
     QSplitter *FSplitter, *FLeft, *FSide;
     QStackedWidget* FPages;
-    QWidget* FPlace;  // of all but menu and status bar
-    QVBoxLayout* FPlaceLayout;
+    QWidget* FContent;  // contains everything but menu bar and status bar
+    QVBoxLayout* FContentLayout;
     Banner* FBanner;
     PlaybackBar* FBar;
     WindowMenuBar* FMenuBar;

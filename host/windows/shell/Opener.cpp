@@ -16,7 +16,7 @@ namespace vexa::host {
 
 namespace {
 
-/// In lower case; empty for what has none.
+/// The scheme of an address in lower case; empty when it has none.
 QString SchemeOf(const QString& address) {
     static const QRegularExpression scheme(QStringLiteral("^([A-Za-z][A-Za-z0-9+.-]+):"));
     return scheme.match(address).captured(1).toLower();

@@ -1,8 +1,8 @@
 #pragma once
-// What the window is asked to open: arguments of the program, and what the desktop hands it. Main thread.
+// Opens what the program was given as arguments or by the desktop. Main thread.
 //
-// A document of this machine goes where a drop of it goes. A file that a plug-in's file system knows is played. Any
-// other address may come from a page that somebody clicked on, so it is only offered as a subscription.
+// A local document is treated as if it had been dropped on the window. A file that a plug-in's file system knows is
+// played. Any other address may come from a link that somebody clicked on, so it is only offered as a subscription.
 
 #include "Subscriber.h"
 #include "WindowTexts.h"
@@ -14,18 +14,18 @@ namespace vexa::host {
 
 class SubscribeDialog;
 
-/// An argument as an address to open: the absolute name of a file, or an address, which may lack its scheme where no
-/// file has that name. A relative name is below `folder`. Throws std::runtime_error when there is no such file, or the
-/// scheme is none that can be opened.
+/// Converts an argument to an address to open: the absolute name of a file, or an address. An address may lack its
+/// scheme if no file has that name. Relative file names are resolved against `folder`. Throws std::runtime_error when
+/// there is no such file, or the scheme cannot be opened.
 QString AddressFromArgument(const QString& argument, const QString& folder);
 
 class Opener final : public QObject {
     Q_OBJECT
 public:
-    /// Dialogs belong to `window`, which goes after this.
+    /// `window` is the parent of the dialogs; it outlives this.
     Opener(Host& host, Subscriber& subscriber, QWidget& window);
 
-    /// As AddressFromArgument gives them, or as the desktop does.
+    /// Opens addresses from AddressFromArgument or from the desktop.
     void Open(const QStringList& addresses);
 
 Q_SIGNALS:

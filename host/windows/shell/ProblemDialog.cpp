@@ -36,10 +36,10 @@ void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& pro
     list->setHeaderLabels({texts("ProblemWhat"), texts("ProblemWhy")});
     QList<QTreeWidgetItem*> items;
     for (const TaskProblem& problem : problems)
-        items += new QTreeWidgetItem({problem.What.simplified(), problem.Why.simplified()});
+        items += new QTreeWidgetItem({problem.Item.simplified(), problem.Reason.simplified()});
     list->addTopLevelItems(items);
     list->setColumnWidth(0, kWhatWidth);
-    // Reasons are long: the one of the row that is looked at is read, and copied, below.
+    // Reasons are long, so that of the current row is also shown below the list, where it can be read and copied.
     auto* reason = new QLabel;
     reason->setTextFormat(Qt::PlainText);
     reason->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);

@@ -1,5 +1,5 @@
 #pragma once
-// A list of what did not work, each with its reason. Main thread.
+// The dialog that lists what failed and why. Main thread.
 
 #include "TaskBar.h"
 

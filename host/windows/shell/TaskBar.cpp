@@ -1,6 +1,7 @@
 #include "TaskBar.h"
 
 #include "ProblemDialog.h"
+#include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -15,13 +16,13 @@ namespace vexa::host {
 namespace {
 
 constexpr int kPolling = 250;          // milliseconds
-constexpr std::int32_t kOwnTask = -1;  // no storage's
+constexpr std::int32_t kOwnTask = -1;  // stands for the window's own tasks; no storage uses this ID
 constexpr int kCaptionWidth = 380, kBarWidth = 90;
 
 }  // namespace
 
-/// One task: its caption, a bar that only says that it goes on, and a button to stop it. Hidden until the caption is
-/// read by Update: a storage may hand over the caption's format, and put the text into it afterwards.
+/// One task: its caption, a busy indicator, and a button to cancel it. Hidden until the caption is read by Update,
+/// because a storage may hand over a caption that it fills with text only afterwards.
 class TaskBar::Entry {
 public:
     Entry(TaskBar& owner, const BackgroundTask& task)
@@ -82,23 +83,14 @@ std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::
     for (std::int32_t i = 0; i < count; ++i) {
         Ref<IVEXAMLTaskOutcome> outcome;
         if (vexa::Failed(outcomes->GetObject(i, IVEXAMLTaskOutcome::IID, outcome.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            outcome->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        if (const QString why = text(IVEXAMLTaskOutcome::Error); !why.isEmpty())
-            problems.push_back({text(IVEXAMLTaskOutcome::Caption), why});
+        if (const QString why = TextOf(outcome.Get(), IVEXAMLTaskOutcome::Error); !why.isEmpty())
+            problems.push_back({TextOf(outcome.Get(), IVEXAMLTaskOutcome::Caption), why});
     }
     return problems;
 }
 
 TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent)
-    : QStatusBar(parent),
-      FLibrary(library),
-      FTexts(language),
-      FProblemButton(new QToolButton),
-      FDismiss(new QToolButton) {
+    : Pane(parent), FLibrary(library), FTexts(language), FProblemButton(new QToolButton), FDismiss(new QToolButton) {
     setSizeGripEnabled(false);
     for (QToolButton* button : {FProblemButton, FDismiss}) {
         button->setAutoRaise(true);
@@ -111,7 +103,7 @@ TaskBar::TaskBar(MusicLibraryService& library, const LanguageService& language, 
     connect(FProblemButton, &QToolButton::clicked, this, &TaskBar::ShowProblems);
     connect(FDismiss, &QToolButton::clicked, this, [this] {
         FProblems.clear();
-        NameProblems();
+        UpdateProblemButton();
     });
     FPolling.setInterval(kPolling);
     connect(&FPolling, &QTimer::timeout, this, &TaskBar::Poll);
@@ -142,26 +134,31 @@ void TaskBar::Update(const LibraryStorage* storage) {
             addWidget(entry->Widget());
             QMetaObject::invokeMethod(this, &TaskBar::Poll, Qt::QueuedConnection);
         }
-    // What is left has ended.
+    // The entries left in FEntries are those of tasks that have ended.
     if (const auto subscriptions = storage ? storage->Subscriptions() : Ref<IVEXAMLSubscriptionStorage>())
         for (const auto& [task, entry] : FEntries)
             if (auto problems = ReadProblems(*subscriptions, task); !problems.empty())
                 FProblems[task] = std::move(problems);
     FEntries = std::move(entries);
     FEntries.empty() ? FPolling.stop() : FPolling.start();
-    NameProblems();
+    UpdateProblemButton();
 }
 
 void TaskBar::AddProblems(std::vector<TaskProblem> problems) {
     FProblems[kOwnTask] = std::move(problems);
-    NameProblems();
+    UpdateProblemButton();
+}
+
+void TaskBar::AddProblem(TaskProblem problem) {
+    FProblems[kOwnTask].push_back(std::move(problem));
+    UpdateProblemButton();
 }
 
 void TaskBar::Poll() {
     for (const auto& [task, entry] : FEntries) entry->Update();
 }
 
-void TaskBar::NameProblems() {
+void TaskBar::UpdateProblemButton() {
     std::size_t count = 0;
     for (const auto& [task, problems] : FProblems) count += problems.size();
     FProblemButton->setText(FTexts("Problems", QString::number(count)));
@@ -179,7 +176,7 @@ void TaskBar::Localize() {
     setAccessibleName(FTexts("Tasks"));
     FDismiss->setAccessibleName(FTexts("Dismiss"));
     FDismiss->setToolTip(FTexts("Dismiss"));
-    NameProblems();
+    UpdateProblemButton();
     Poll();
 }
 

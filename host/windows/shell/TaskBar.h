@@ -1,7 +1,8 @@
 #pragma once
-// The status bar: what goes on in the background, and at its end what did not work. Main thread.
+// The status bar: the tasks that run in the background, and afterwards what failed in them. Main thread.
 
 #include "Library.h"
+#include "Pane.h"
 #include "WindowTexts.h"
 
 #include <QStatusBar>
@@ -14,32 +15,33 @@ class QToolButton;
 
 namespace vexa::host {
 
-/// An item of a task that failed.
+/// An item of a task that failed, and the reason.
 struct TaskProblem {
-    QString What, Why;
+    QString Item, Reason;
 };
-/// Those of the last task of a kind.
+/// The failed items of the last task with that ID.
 std::vector<TaskProblem> ReadProblems(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID);
 
-class TaskBar final : public QStatusBar {
+class TaskBar final : public Pane<QStatusBar> {
     Q_OBJECT
 public:
     TaskBar(MusicLibraryService& library, const LanguageService& language, QWidget* parent = nullptr);
     ~TaskBar() override;
 
-    /// The storage whose tasks show; null for none. To be called again when tasks began or ended.
+    /// Shows the tasks of a storage; null for none. Call it again whenever tasks began or ended.
     void Update(const LibraryStorage* storage);
-    /// Of what the window itself did.
+    /// AddProblems replaces the problems of the window's own tasks, AddProblem adds one to them.
     void AddProblems(std::vector<TaskProblem> problems);
-    void Localize();
+    void AddProblem(TaskProblem problem);
     void OnThemeChanged();
 
 private:
     class Entry;
 
+    void Localize() override;
     void Poll();
     void ShowProblems();
-    void NameProblems();
+    void UpdateProblemButton();
 
     MusicLibraryService& FLibrary;
     const WindowTexts FTexts;

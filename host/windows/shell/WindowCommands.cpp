@@ -11,7 +11,7 @@ namespace vexa::host {
 
 namespace {
 
-/// Keys that type, or move about, belong to whoever has the focus.
+/// Whether the key can be a shortcut of a command. Keys that type text or move around belong to the focused control.
 bool IsCommand(const QKeyEvent& event) {
     const int key = event.key();
     if (key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt || key == Qt::Key_Meta) return false;

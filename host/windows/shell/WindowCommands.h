@@ -1,5 +1,5 @@
 #pragma once
-// The plug-ins' commands in the window: context menus, and shortcuts. Main thread.
+// The plug-ins' commands in the window: context menus and shortcuts. Main thread.
 
 #include "Host.h"
 
@@ -15,14 +15,14 @@ namespace vexa::host {
 class WindowCommands final : public QObject {
     Q_OBJECT
 public:
-    /// Shortcuts are those pressed in `window`.
+    /// Handles shortcuts that are pressed in `window`.
     WindowCommands(Host& host, QWidget& window);
 
     /// Shows one of the host's own menus; `before`, which may be empty, adds the window's own items at its top.
     void ShowMenu(BuiltInMenu menu, const QPoint& position, const std::function<void(QMenu&)>& before = {});
 
 Q_SIGNALS:
-    /// A command ran: what it changed shows now.
+    /// A command has run; the window should show what it may have changed.
     void Ran();
 
 protected:

@@ -8,7 +8,7 @@
 namespace vexa::host {
 
 WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent)
-    : QMenuBar(parent), FHost(host), FTexts(host.Language()) {
+    : Pane(parent), FHost(host), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
     FSubscribe = Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
     file->addSeparator();
@@ -29,7 +29,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     AddThemes(theme);
     AddLanguages();
     FView->addSeparator();
-    ShowOffers(nullptr);
+    EnableOffered(nullptr);
     Localize();
 }
 
@@ -79,18 +79,17 @@ void WindowMenuBar::AddLanguages() {
         action->setCheckable(true);
         action->setChecked(language == FHost.Language().Language());
         group->addAction(action);
-        connect(action, &QAction::triggered, this, [this, language] { FHost.Language().Switch(language); });
+        connect(action, &QAction::triggered, this, [this, language] { FHost.ChooseLanguage(language); });
     }
 }
 
-void WindowMenuBar::ShowOffers(const LibraryStorage* storage) {
+void WindowMenuBar::EnableOffered(const LibraryStorage* storage) {
     FSubscribe->setEnabled(storage && storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>());
     for (QAction* action : {FImport, FExport}) action->setEnabled(storage && storage->Subscriptions());
 }
 
 void WindowMenuBar::Localize() {
     for (const Captioned& captioned : FCaptions) captioned.Action->setText(FTexts(captioned.Key));
-    FPlayback->Localize();
 }
 
 }  // namespace vexa::host

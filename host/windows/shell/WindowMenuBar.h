@@ -3,6 +3,7 @@
 
 #include "Host.h"
 #include "Library.h"
+#include "Pane.h"
 #include "PlaybackMenu.h"
 #include "WindowTexts.h"
 #include "WindowTheme.h"
@@ -16,16 +17,15 @@ class QActionGroup;
 
 namespace vexa::host {
 
-class WindowMenuBar final : public QMenuBar {
+class WindowMenuBar final : public Pane<QMenuBar> {
     Q_OBJECT
 public:
     WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent = nullptr);
 
-    /// A pane that can be hidden. `key` names its caption.
+    /// Adds an item that shows and hides a pane. `key` is the key of its caption.
     void AddPane(const char* key, QAction* toggle);
-    /// What the storage that shows does not offer is disabled; null while none shows.
-    void ShowOffers(const LibraryStorage* storage);
-    void Localize();
+    /// Disables the items for which the storage has no command; null while no storage is shown.
+    void EnableOffered(const LibraryStorage* storage);
 
 Q_SIGNALS:
     void Subscribe();
@@ -36,6 +36,7 @@ Q_SIGNALS:
     void FocusSearch();
 
 private:
+    void Localize() override;
     struct Captioned {
         QAction* Action;
         const char* Key;

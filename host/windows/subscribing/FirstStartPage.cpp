@@ -1,6 +1,7 @@
 #include "FirstStartPage.h"
 
 #include "Library.h"
+#include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -23,7 +24,7 @@ namespace {
 
 constexpr int kWidth = 520, kPicture = 64;
 
-/// The active storage's; null when it asks about none.
+/// The active storage's options for a new user; null when it has none.
 Ref<IVEXAMLStartOptions> StartOptions(Host& host) {
     Ref<IVEXAMLStartOptions> options;
     host.Library().GetActiveStorage(IVEXAMLStartOptions::IID, options.PutVoid());
@@ -35,7 +36,7 @@ struct CheckOption {
     bool IsProposed;
 };
 
-/// Those of the active storage's options that a check box can show.
+/// The active storage's options for a new user that a check box can show.
 std::vector<CheckOption> ReadCheckOptions(Host& host) {
     std::vector<CheckOption> found;
     Ref<IVEXAObjectList> list;
@@ -43,16 +44,9 @@ std::vector<CheckOption> ReadCheckOptions(Host& host) {
     for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
         Ref<IVEXAMLOption> option;
         if (Failed(list->GetObject(i, IVEXAMLOption::IID, option.PutVoid()))) continue;
-        const auto text = [&](std::int32_t id) {
-            Ref<IVEXAString> value;
-            option->GetValueAsObject(id, IVEXAString::IID, value.PutVoid());
-            return ToQString(value.Get());
-        };
-        std::int32_t kind = -1, value = 0;
-        option->GetValueAsInt32(IVEXAMLOption::Kind, &kind);
-        option->GetValueAsInt32(IVEXAMLOption::Value, &value);
-        if (kind == IVEXAMLOption::Check)
-            found.push_back({text(IVEXAMLOption::ID), text(IVEXAMLOption::Caption), value != 0});
+        if (NumberOf(option.Get(), IVEXAMLOption::Kind, -1) != IVEXAMLOption::Check) continue;
+        found.push_back({TextOf(option.Get(), IVEXAMLOption::ID), TextOf(option.Get(), IVEXAMLOption::Caption),
+                         NumberOf(option.Get(), IVEXAMLOption::Value) != 0});
     }
     return found;
 }
@@ -68,7 +62,7 @@ QLabel* CentredLabel() {
 }  // namespace
 
 FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent)
-    : QWidget(parent),
+    : Pane(parent),
       FHost(host),
       FSubscriber(subscriber),
       FTexts(host.Language()),
@@ -93,7 +87,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     FAddress->setObjectName(QStringLiteral("Address"));
     FAddress->setMinimumHeight(34);
     FAddress->setTextMargins(4, 0, 4, 0);
-    FAddress->setAcceptDrops(false);  // the page takes what is dropped
+    FAddress->setAcceptDrops(false);  // the page itself accepts drops
     FSubscribe->setObjectName(QStringLiteral("Subscribe"));
     FSubscribe->setMinimumHeight(34);
     FSubscribe->setDefault(true);
@@ -135,7 +129,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
         Q_EMIT ImportWanted();
     });
     connect(&FSubscriber, &Subscriber::Started, this, [this] {
-        if (isVisible()) WriteOptions();  // dropped addresses too
+        if (isVisible()) WriteOptions();  // here, so that dropped addresses are included
         ShowBusy(true);
     });
     connect(&FSubscriber, &Subscriber::Finished, this, [this](const std::vector<Subscriber::Outcome>& outcomes) {
@@ -164,7 +158,7 @@ void FirstStartPage::ReadOptions() {
         for (auto& [id, box] : former) delete std::exchange(box, nullptr);
     for (const CheckOption& option : ReadCheckOptions(FHost)) {
         if (FOptions.contains(option.ID)) continue;
-        // In another language it is the same option, which the user may have changed.
+        // Keep the box of an option that only has a new caption: the user may have changed it.
         QCheckBox* box = std::exchange(former[option.ID], nullptr);
         if (!box) {
             box = new QCheckBox;
@@ -181,8 +175,7 @@ void FirstStartPage::WriteOptions() {
     const auto options = StartOptions(FHost);
     if (!options) return;
     for (const auto& [id, box] : FOptions) {
-        Variant value;
-        ToVariant(std::int32_t{box->isChecked() ? 1 : 0}, value);
+        const Variant value = ToVariant(std::int32_t{box->isChecked() ? 1 : 0});
         options->SetOption(MakeString(id).Get(), &value);
     }
 }
@@ -203,7 +196,7 @@ void FirstStartPage::dropEvent(QDropEvent* event) {
 }
 
 void FirstStartPage::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
+    Pane::showEvent(event);
     FAddress->setFocus();
 }
 

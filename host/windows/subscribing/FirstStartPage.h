@@ -1,8 +1,9 @@
 #pragma once
-// What the window shows while there is no subscription: one field, what to do with it, and the options that the storage
-// asks a new user about. Main thread.
+// The page that the window shows while there is no subscription: a field for an address, buttons to subscribe and
+// import, and the options that the storage asks a new user about. Main thread.
 
 #include "Host.h"
+#include "Pane.h"
 #include "Subscriber.h"
 #include "WindowTexts.h"
 
@@ -19,15 +20,14 @@ class QVBoxLayout;
 
 namespace vexa::host {
 
-class FirstStartPage final : public QWidget {
+class FirstStartPage final : public Pane<QWidget> {
     Q_OBJECT
 public:
     FirstStartPage(Host& host, Subscriber& subscriber, QWidget* parent = nullptr);
 
     QLineEdit* Address() const noexcept { return FAddress; }
-    /// Another storage shows, or none: its options take the place of those that stood here.
+    /// Shows the active storage's options; called when another storage, or none, has become active.
     void ReadOptions();
-    void Localize();
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -39,6 +39,7 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void Localize() override;
     void Subscribe(const QStringList& addresses);
     void ShowBusy(bool isBusy);
     void WriteOptions();
@@ -51,8 +52,8 @@ private:
     QPushButton *FSubscribe, *FImport;
     QProgressBar* FBusy;
     QVBoxLayout* FOptionsPlace;
-    std::map<QString, QCheckBox*> FOptions;  // by their IDs
-    QString FStorageID;                      // whose options they are
+    std::map<QString, QCheckBox*> FOptions;  // by option ID
+    QString FStorageID;                      // the storage that the options belong to
 };
 
 }  // namespace vexa::host

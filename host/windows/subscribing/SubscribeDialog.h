@@ -1,5 +1,6 @@
 #pragma once
-// Asks whether to subscribe to addresses that were not typed in here. It deletes itself when it closes. Main thread.
+// The dialog that asks whether to subscribe to addresses that come from outside. It deletes itself when it closes. Main
+// thread.
 
 #include "WindowTexts.h"
 
@@ -16,7 +17,7 @@ class SubscribeDialog final : public QDialog {
 public:
     SubscribeDialog(const WindowTexts& texts, const LanguageService& language, QWidget* parent);
 
-    /// Below those that stand there already.
+    /// Appends addresses to those already in the dialog.
     void Add(const QStringList& addresses);
 
 Q_SIGNALS:

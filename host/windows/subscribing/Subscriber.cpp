@@ -13,21 +13,24 @@
 #include <QRegularExpression>
 #include <QUrl>
 
+#include <stdexcept>
+
 namespace vexa::host {
 
 namespace {
 
-constexpr qint64 kLook = 4096;  // bytes, within which a document says what it is
+constexpr qint64 kProbeBytes = 4096;  // read to recognise the type of a document
 
 bool IsSubscriptionList(const QString& fileName) {
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly)) return false;
-    return file.read(kLook).toLower().contains("<opml");
+    return file.read(kProbeBytes).toLower().contains("<opml");
 }
 
 }  // namespace
 
-/// Collects what a storage tells, and hands it on when all is told. The subscriber may be gone by then.
+/// Collects the outcomes that a storage reports, and passes them on when all have come. The subscriber may be gone by
+/// then.
 class Subscriber::Events final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     explicit Events(Link<Subscriber> owner) : FOwner(std::move(owner)) {}
@@ -89,9 +92,13 @@ void Subscriber::Subscribe(const QStringList& addresses) {
         const QString trimmed = address.trimmed();
         if (!IsSubscriptionList(trimmed)) {
             if (!trimmed.isEmpty()) feeds += trimmed;
-        } else if (const QString problem = Import(trimmed); !problem.isEmpty()) {
+            continue;
+        }
+        try {
+            Import(trimmed);
+        } catch (const std::exception& error) {
             Begin();
-            End({{trimmed, E_FAIL, problem}});
+            End({{trimmed, E_FAIL, QString::fromUtf8(error.what())}});
         }
     }
     if (feeds.isEmpty()) return;
@@ -100,24 +107,27 @@ void Subscriber::Subscribe(const QStringList& addresses) {
     if (Failed(result)) End({{feeds.join(QStringLiteral(", ")), result, {}}});
 }
 
-QString Subscriber::Import(const QString& fileName) {
-    const auto storage = Storage();
-    if (!storage) return fileName;
-    const Ref<ErrorInfo> error(new ErrorInfo);
-    const auto events = Begin();
-    if (Succeeded(storage->ImportOPML(MakeString(fileName).Get(), events.Get(), error.Get()))) return {};
-    End({});
-    const QString message = error->Message();
-    return message.isEmpty() ? fileName : message;
+void Subscriber::Fail(const ErrorInfo& error, const char* text, const QString& fileName) const {
+    const QString message = error.Message();
+    throw std::runtime_error(
+        (message.isEmpty() ? WindowTexts(FHost.Language())(text, fileName) : message).toStdString());
 }
 
-QString Subscriber::Export(const QString& fileName) {
+void Subscriber::Import(const QString& fileName) {
     const auto storage = Storage();
-    if (!storage) return fileName;
     const Ref<ErrorInfo> error(new ErrorInfo);
-    if (Succeeded(storage->ExportOPML(MakeString(fileName).Get(), error.Get()))) return {};
-    const QString message = error->Message();
-    return message.isEmpty() ? fileName : message;
+    if (!storage) Fail(*error, "CannotRead", fileName);
+    const auto events = Begin();
+    if (Succeeded(storage->ImportOPML(MakeString(fileName).Get(), events.Get(), error.Get()))) return;
+    End({});
+    Fail(*error, "CannotRead", fileName);
+}
+
+void Subscriber::Export(const QString& fileName) {
+    const auto storage = Storage();
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    if (!storage || Failed(storage->ExportOPML(MakeString(fileName).Get(), error.Get())))
+        Fail(*error, "CannotWrite", fileName);
 }
 
 QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowTexts& texts) {
@@ -132,8 +142,8 @@ QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, con
                            bool onlyProblems) {
     QStringList lines;
     for (const Subscriber::Outcome& outcome : outcomes) {
-        if (!outcome.Choices.empty()) continue;  // the user is asked
-        if (outcome.Code == S_FALSE) continue;   // the user has stopped it
+        if (!outcome.Choices.empty()) continue;  // the user will be asked
+        if (outcome.Code == S_FALSE) continue;   // the user has cancelled it
         const QString problem = SubscriptionProblem(outcome, texts);
         if (Failed(outcome.Code) && outcome.Code != E_ABORT)
             lines += QString(MaskedUrl(outcome.Address) + u": " + problem);

@@ -7,7 +7,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr qsizetype kLongestAddress = 80;  // letters in the question, where nothing breaks a line
+constexpr qsizetype kLongestAddress = 80;  // characters in the question, which cannot break an address into lines
 
 QString Shortened(const QString& address) {
     return address.size() > kLongestAddress ? address.first(kLongestAddress - 1) + u'…' : address;

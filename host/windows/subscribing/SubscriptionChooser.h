@@ -1,5 +1,5 @@
 #pragma once
-// Asks which one is meant where an address leads to several feeds, one question at a time. Main thread.
+// Asks the user which feed to subscribe to when an address leads to several, one address at a time. Main thread.
 
 #include "Subscriber.h"
 #include "WindowTexts.h"
@@ -17,10 +17,10 @@ namespace vexa::host {
 
 class SubscriptionChooser final {
 public:
-    /// Dialogs belong to `window`, which goes after this.
+    /// `window` is the parent of the dialogs; it outlives this.
     SubscriptionChooser(const LanguageService& language, Subscriber& subscriber, QWidget& window);
 
-    /// Asks about those of the outcomes that leave a choice, and subscribes to what is chosen.
+    /// Asks about the outcomes that have choices, and subscribes to the chosen feeds.
     void Ask(const std::vector<Subscriber::Outcome>& outcomes);
 
 private:

@@ -24,7 +24,7 @@ namespace {
 using namespace vexa;
 using tests::WaitUntil;
 
-/// A service of the desktop, on a connection of its own: it answers as told and remembers what it was asked.
+/// A notification service on a connection of its own: it answers as told and records the calls.
 class Service : public QDBusVirtualObject {
 public:
     explicit Service(const char* name = "org.freedesktop.Notifications") : Name(QLatin1String(name)) {
@@ -69,14 +69,14 @@ public:
     std::map<QByteArray, std::vector<QVariantList>> Calls;
 };
 
-std::vector<Notification> Last;  // what the end of the chain shows
+std::vector<Notification> Last;  // shown by the last presenter of the chain
 
 struct LastPresenter : NotificationPresenter {
     void Show(const Notification& notification, std::function<void()>) override { Last.push_back(notification); }
     void Hide() override { Last.clear(); }
 };
 
-/// Returns when what the service has sent so far has arrived.
+/// Returns when everything that the service has sent so far has arrived.
 void Settle(const Service& service) {
     const QString bus = QStringLiteral("org.freedesktop.DBus");
     const auto ask = QDBusMessage::createMethodCall(bus, QStringLiteral("/"), bus, QStringLiteral("GetId"));
@@ -84,7 +84,7 @@ void Settle(const Service& service) {
     QCoreApplication::processEvents();
 }
 
-/// Returns when the service's leaving the bus has been noticed.
+/// Takes the service off the bus, and returns when that has been noticed.
 void GoAway(Service& service) {
     bool isGone = false;
     QDBusServiceWatcher watcher(service.Name, QDBusConnection::sessionBus(),
@@ -111,7 +111,7 @@ struct Notifications : testing::Test {
     std::unique_ptr<NotificationIcon> Icon = std::make_unique<NotificationIcon>();
 };
 
-TEST_F(Notifications, TheServiceShowsReplacesTellsClicksAndHides) {
+TEST_F(Notifications, TheServiceShowsReplacesReportsClicksAndHides) {
     Service service;
     QByteArray png;
     QBuffer file(&png);
@@ -141,7 +141,7 @@ TEST_F(Notifications, TheServiceShowsReplacesTellsClicksAndHides) {
     EXPECT_EQ(service.Calls["GetCapabilities"].size(), 1u);
 }
 
-TEST_F(Notifications, NeitherAClosedOneNorOneOfAnotherServiceIsReplaced) {
+TEST_F(Notifications, AClosedOneOrOneOfAnotherServiceIsNotReplaced) {
     auto service = std::make_unique<Service>();
     Show("one");
     service->Call("Notify");
@@ -160,7 +160,7 @@ TEST_F(Notifications, NeitherAClosedOneNorOneOfAnotherServiceIsReplaced) {
     EXPECT_EQ(Clicks, 0);
 }
 
-TEST_F(Notifications, WhatTheServiceRefusesGoesToTheNextWay) {
+TEST_F(Notifications, ARefusedOneIsPassedToTheNextPresenter) {
     for (const char* failing : {"Name", "GetCapabilities", "Notify"}) {
         std::unique_ptr<Service> service;
         if (failing != std::string("Name")) (service = std::make_unique<Service>())->Failing = failing;
@@ -176,7 +176,7 @@ TEST_F(Notifications, WhatTheServiceRefusesGoesToTheNextWay) {
     }
 }
 
-TEST_F(Notifications, HidingOrDestroyingTheIconStopsWhatIsUnderWay) {
+TEST_F(Notifications, HidingOrDestroyingTheIconCancelsPendingNotifications) {
     for (const QByteArray held : {"GetCapabilities", "Notify"})
         for (const bool fails : {true, false})
             for (const bool isDestroyed : {true, false}) {
@@ -194,7 +194,7 @@ TEST_F(Notifications, HidingOrDestroyingTheIconStopsWhatIsUnderWay) {
                 if (held == "Notify" && !fails) {
                     EXPECT_EQ(service.Call("CloseNotification")[0].toUInt(), 1u);
                 }
-                // What comes later shows that nothing came before.
+                // That this one comes next shows that nothing came before it.
                 service.Failing = "Notify";
                 Show("two");
                 ASSERT_TRUE(WaitUntil([] { return !Last.empty(); }));
