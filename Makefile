@@ -14,7 +14,7 @@ BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
 .PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop \
-        arrows thread-safety format check-format clean
+        arrows thread-safety format check-format tidy tidy-changed clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -32,6 +32,7 @@ help:
 	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
 	@echo "make thread-safety     checks that what a mutex guards is used under it (see tools/thread-safety)"
 	@echo "make format            lays all sources out by .clang-format; make check-format only checks them"
+	@echo "make tidy              what clang-tidy says of all sources; make tidy-changed of those that changed last"
 
 setup:
 	@./tools/setup packages.txt
@@ -118,6 +119,14 @@ check-format:
 	@./tools/setup tools/packages.txt
 	@$(SOURCE_FILES) | xargs clang-format-16 --dry-run -Werror
 	@! $(TEXT_FILES) | LC_ALL=C.UTF-8 xargs grep -nE '^.{121}' | grep -vE '^[^:]*\.md:[0-9]+:(\||.*\]\()'
+
+tidy: build
+	@./tools/setup tools/packages.txt
+	@./tools/tidy
+
+tidy-changed: build
+	@./tools/setup tools/packages.txt
+	@./tools/tidy --changed
 
 clean:
 	@rm -rf build

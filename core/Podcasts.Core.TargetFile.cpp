@@ -10,8 +10,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 
 namespace podcasts {
 
@@ -24,7 +25,7 @@ constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 }  // namespace
 
 void TPodcastTargetFile::Fail(const char* what) const {
-    const char* reason = std::strerror(errno);
+    const std::string reason = std::generic_category().message(errno);
     throw std::runtime_error(std::string(what) + " " + FFileName.toStdString() + ": " + reason);
 }
 

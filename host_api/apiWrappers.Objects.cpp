@@ -199,7 +199,7 @@ Ref<TVEXAStreamAdapter> TVEXAStreamAdapter::CreateFromResource(const QString& na
     auto file = std::make_unique<QFile>(ResourcePath(name, type));
     if (!file->open(QIODevice::ReadOnly)) throw EStreamError(u"There is no resource " + name + u" of type " + type);
     auto adapter = Create(file.get(), Ownership::Owned);
-    file.release();  // the adapter owns it now
+    static_cast<void>(file.release());  // the adapter owns it now
     return adapter;
 }
 

@@ -36,13 +36,13 @@ qsizetype ClosingParenthesis(QStringView text, qsizetype from) {
 
 FormatStringFactory::~FormatStringFactory() = default;
 
-void FormatStringFactory::RegisterMacro(const QString& name, Macro macro) {
+void FormatStringFactory::RegisterMacro(const QString& name, const Macro& macro) {
     FMacroNames += name;
-    FMacros.insert(name, std::move(macro));
+    FMacros.insert(name, macro);
 }
 
-void FormatStringFactory::RegisterFunction(const QString& name, Function function) {
-    FFunctions.insert(name, std::move(function));
+void FormatStringFactory::RegisterFunction(const QString& name, const Function& function) {
+    FFunctions.insert(name, function);
 }
 
 QVariant FormatStringFactory::Evaluate(const QString& text, const void* context) const {

@@ -36,8 +36,8 @@ protected:
     /// Fills the tables; an override calls the inherited function first. Called once, from the constructor of the most
     /// derived class.
     virtual void RegisterMacros() {}
-    void RegisterMacro(const QString& name, Macro macro);
-    void RegisterFunction(const QString& name, Function function);
+    void RegisterMacro(const QString& name, const Macro& macro);
+    void RegisterFunction(const QString& name, const Function& function);
 
     bool FKeepUnknown = false;
     bool FTrimResult = true;

@@ -16,9 +16,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -31,6 +31,10 @@ constexpr auto kLockPoll = std::chrono::milliseconds(5);
 
 [[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
     throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
+}
+
+QString LastError() {
+    return QString::fromLocal8Bit(std::generic_category().message(errno));
 }
 
 /// The new file that replaces the settings file once it is complete. Until then its lock keeps other programs from
@@ -77,7 +81,7 @@ public:
 private:
     static inline const QString kWhat = QStringLiteral("cannot write the settings");
 
-    [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, QString::fromLocal8Bit(std::strerror(errno))); }
+    [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, LastError()); }
     void Close() { close(FDescriptor); }
 
     const QString FFileName;
@@ -90,7 +94,7 @@ QStringList ReadLines(const QString& fileName) {
     // Only a missing file reads as empty. If any other error did, the next Save would overwrite the file's contents.
     const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
-    if (descriptor < 0) Fail(what, fileName, QString::fromLocal8Bit(std::strerror(errno)));
+    if (descriptor < 0) Fail(what, fileName, LastError());
     QFile file;
     file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     const QByteArray bytes = file.readAll();

@@ -196,7 +196,7 @@ private:
 class TreeBuilder {
 public:
     /// `size`: the size of the document, which no text exceeds.
-    TreeBuilder(pugi::xml_document& tree, std::size_t size) : FNode(tree) {
+    TreeBuilder(pugi::xml_document& tree, std::size_t size) : FNode(tree.root()) {
         FText.reserve(size);
         FValue.reserve(size);
     }

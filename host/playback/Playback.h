@@ -82,7 +82,7 @@ public:
 
 public Q_SLOTS:
     /// Plays a file from where it was left. If it is the current file, resumes it.
-    void Play(const QString& address);
+    void Play(const QString& named);
     /// Resumes the current file after a pause or a failure. While nothing plays, starts the file heard last.
     void Resume();
     void Pause();
