@@ -3,6 +3,7 @@
 #include "Filters.h"
 #include "HostFixture.h"
 #include "ObjectList.h"
+#include "Properties.h"
 
 using namespace vexa::host;
 
