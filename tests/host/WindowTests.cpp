@@ -262,7 +262,7 @@ TEST_F(Window, TheFirstStartPageShowsAndSetsTheStoragesOptions) {
     EXPECT_FALSE(option()->isChecked()) << "the user's choice does not depend on the language";
     Subscribe();
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "0");
-    const Variant value;
+    const Variant value{};
     Ref<IVEXAMLStartOptions> options;
     ASSERT_EQ(Host.Library().GetActiveStorage(IVEXAMLStartOptions::IID, options.PutVoid()), S_OK);
     EXPECT_EQ(options->SetOption(MakeString("another").Get(), &value), E_INVALIDARG);
