@@ -168,7 +168,8 @@ TEST_F(HttpFetching, EndsAtOnceWhileTransfersAreRunning) {
     const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
     EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
     Fetcher.reset();
-    EXPECT_TRUE(WaitForRequests(12));
+    std::this_thread::sleep_for(150ms);
+    EXPECT_LE(AllRequests(), 13) << "more than the one that may take the cancelled transfer's place";
 }
 
 }  // namespace
