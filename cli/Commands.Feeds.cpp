@@ -170,10 +170,10 @@ int RunFeeds(Session& session, const Arguments& arguments) {
         session.Out().PrintLine(QStringLiteral("no subscriptions yet: podcasts subscribe ADDRESS"));
         return kDone;
     }
-    constexpr int kWidestTitle = 40;
+    constexpr int kMaxTitleWidth = 40;
     int widest = 5;
     for (const Row& row : rows)
-        widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kWidestTitle));
+        widest = std::max(widest, std::min(vexa::DisplayWidth(OneLine(row.Title)), kMaxTitleWidth));
     const auto line = [&](const QString& id, const QString& title, const QString& newCount, const QString& postponed,
                           const QString& episodes, const QString& address) {
         session.Out().PrintLine(id.rightJustified(4) + u"  " + InColumns(OneLine(title), widest) + u"  " +

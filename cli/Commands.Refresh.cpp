@@ -10,18 +10,18 @@ namespace podcasts::cli {
 
 namespace {
 
-constexpr qsizetype kMostListed = 30;  // new episodes printed after a refresh
+constexpr qsizetype kMaxListed = 30;  // new episodes printed after a refresh
 
 void ListNewEpisodes(Session& session, const QStringList& keys) {
     if (keys.isEmpty()) return;
     session.Out().PrintLine(QString::number(keys.size()) + (keys.size() == 1 ? u" new episode:" : u" new episodes:"));
-    for (const QString& key : keys.first(std::min(keys.size(), kMostListed))) {
+    for (const QString& key : keys.first(std::min(keys.size(), kMaxListed))) {
         const auto episode = session.DB().GetEpisode(key);
         const auto feed = episode ? session.DB().GetFeed(episode->FeedID, false) : nullptr;
         if (feed) session.Out().PrintLine(session.EpisodeLine(*episode, feed->Fields[pffTitle]));
     }
-    if (keys.size() > kMostListed) {
-        session.Out().PrintLine(u"… and " + QString::number(keys.size() - kMostListed) +
+    if (keys.size() > kMaxListed) {
+        session.Out().PrintLine(u"… and " + QString::number(keys.size() - kMaxListed) +
                                 u" more: podcasts episodes --state new");
     }
 }

@@ -8,7 +8,7 @@ namespace podcasts {
 namespace {
 
 // Leaves room for " (2)" and an extension in the file system's 255 bytes.
-constexpr qsizetype kLongestComponent = 235;
+constexpr qsizetype kMaxComponentLength = 235;
 
 const TPodcastEpisode& EpisodeOf(const void* context) {
     return *static_cast<const TPodcastInfoFormatStringContext*>(context)->Episode;
@@ -86,7 +86,7 @@ QString TPodcastInfoFormatString::Expand(const QString& templateText, const TPod
         QString& component = components[i];
         // With empty values, "%FeedCategory%.%EpisodeArtist%.%FeedTitle%" must not leave its folder.
         if ((component == u"." || component == u"..") && written.value(i) != component) component.fill(u'_');
-        component = vexa::ClampComponent(component, kLongestComponent);
+        component = vexa::ClampComponent(component, kMaxComponentLength);
     }
     return components.join(u'/');
 }

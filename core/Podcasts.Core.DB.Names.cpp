@@ -22,8 +22,8 @@ using Row = TPodcastStoredEpisodes::Row;
 
 namespace {
 
-constexpr std::size_t kMostNames = 8;  // stored for one episode: the newest
-constexpr int kDigestDigits = 16;      // hexadecimal
+constexpr std::size_t kMaxNames = 8;  // stored for one episode: the newest
+constexpr int kDigestDigits = 16;     // hexadecimal
 
 /// The first 64 bits of the MD5 digest of the UTF-8 bytes. It is stored, so it must never change. For a GUID it is the
 /// beginning of the digest that the command line's short keys show.
@@ -175,9 +175,9 @@ void TPodcastsDB::KeepOlderNames(int feedID, const std::vector<TPodcastEpisodeMa
             const bool isNew = known.insert(name.Digest).second;
             if (isNew || name.IsTaken) added.push_back(name.Digest);
         }
-        if (added.size() > kMostNames) added.erase(added.begin(), added.end() - kMostNames);
+        if (added.size() > kMaxNames) added.erase(added.begin(), added.end() - kMaxNames);
         for (const qint64 name : added) keep(entry, kept[i], name);
-        for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added.size() > kMostNames; ++old)
+        for (std::size_t old = 0; old < kept[i].size() && kept[i].size() - old + added.size() > kMaxNames; ++old)
             dropped.push_back(kept[i][old].ID);
     }
     // The largest ID is the count of moves, so if all names are known already, store one of them again.

@@ -29,13 +29,13 @@ enum class Body { Undecided, Audio, WebPage };
 /// Determines the kind of a response from its type and its first bytes; Undecided when there are too few bytes. The
 /// bytes take precedence, because some servers send everything as text/html.
 Body JudgeBody(const QString& mimeType, const QByteArray& start, bool isWhole) {
-    constexpr qsizetype kLongestSignature = 8, kLongestPrologue = 4096;  // bytes
+    constexpr qsizetype kMaxSignatureLength = 8, kMaxPrologueLength = 4096;  // bytes
     if (vexa::BeginsLikeMedia(start)) return Body::Audio;
-    if (IsPageType(mimeType)) return isWhole || start.size() >= kLongestSignature ? Body::WebPage : Body::Undecided;
+    if (IsPageType(mimeType)) return isWhole || start.size() >= kMaxSignatureLength ? Body::WebPage : Body::Undecided;
     if (vexa::BeginsLikeHtmlPage(start)) return Body::WebPage;
     const QByteArrayView text = QByteArrayView(start).trimmed();
     const bool mayBePage = text.isEmpty() || text.startsWith('<') || text.startsWith('\xEF');  // a byte-order mark
-    return mayBePage && !isWhole && start.size() < kLongestPrologue ? Body::Undecided : Body::Audio;
+    return mayBePage && !isWhole && start.size() < kMaxPrologueLength ? Body::Undecided : Body::Audio;
 }
 
 /// The name with the extension for the response's type.

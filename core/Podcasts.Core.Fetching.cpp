@@ -17,15 +17,15 @@ namespace podcasts {
 namespace {
 
 constexpr int kNotModified = 304;
-constexpr qint64 kLargestFeed = 64 * 1024 * 1024;  // bytes, after decompression
+constexpr qint64 kMaxFeedBytes = 64 * 1024 * 1024;  // bytes, after decompression
 
 QByteArray ReadFeedFile(const QString& fileName) {
     QFile file(fileName);
     auto fail = [&](const QString& reason) { throw std::runtime_error(reason.toStdString()); };
     if (!file.open(QIODevice::ReadOnly)) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
-    if (file.size() > kLargestFeed)
-        fail(QStringLiteral("the document is larger than %1 MiB").arg(kLargestFeed / (1024 * 1024)));
-    // Not read(kLargestFeed), which would allocate that much memory first, however small the file.
+    if (file.size() > kMaxFeedBytes)
+        fail(QStringLiteral("the document is larger than %1 MiB").arg(kMaxFeedBytes / (1024 * 1024)));
+    // Not read(kMaxFeedBytes), which would allocate that much memory first, however small the file.
     QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
     return bytes;
@@ -59,14 +59,14 @@ TPodcastPageError::TPodcastPageError(std::vector<TPodcastFeedLink> feeds)
 
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
     if (vexa::IsUrl(location))
-        return *ReadFeedDocument(location, vexa::HttpGetDocument(location, kLargestFeed, isCancelled), {});
+        return *ReadFeedDocument(location, vexa::HttpGetDocument(location, kMaxFeedBytes, isCancelled), {});
     if (IsLocalFeedFile(location)) return *ReadFeedDocument(location, {ReadFeedFile(location), {}}, {});
     return {nullptr, location, {}};
 }
 
 vexa::HttpFetch FeedDocumentFetch() {
     vexa::HttpFetch fetch;
-    fetch.MaxBytes = kLargestFeed;
+    fetch.MaxBytes = kMaxFeedBytes;
     return fetch;
 }
 

@@ -285,9 +285,9 @@ private:
 
     int SameTitle(std::size_t match) {
         // Short lists without dates may have new episodes with the same titles every day.
-        constexpr std::size_t kFewestItems = 5;
+        constexpr std::size_t kMinItems = 5;
         const Compared& is = Of(match);
-        if (FDocument.Episodes().size() < kFewestItems || is.Title.empty()) return -1;
+        if (FDocument.Episodes().size() < kMinItems || is.Title.empty()) return -1;
         if (DocumentCounts().Titles.at(is.Title) != 1) return -1;
         if (FRowsOfTitle.empty()) {
             for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {

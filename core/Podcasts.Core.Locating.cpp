@@ -15,7 +15,7 @@ namespace podcasts {
 
 namespace {
 
-constexpr int kMostMoves = 5;  // documents that name a new address, one after another
+constexpr int kMaxMoves = 5;  // documents that name a new address, one after another
 
 /// The part after the scheme, for schemes that mean "a feed" and do not say how to fetch it.
 std::optional<QString> AfterFeedScheme(const QString& text) {
@@ -90,7 +90,7 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
     const auto wasSeen = [&](const QString& address) {
         return std::any_of(seen.begin(), seen.end(), [&](const QString& known) { return IsSameUrl(known, address); });
     };
-    for (int moves = 0; moves < kMostMoves; ++moves) {
+    for (int moves = 0; moves < kMaxMoves; ++moves) {
         const QString named = (newest ? newest : feed)->NewFeedURL;
         if (named.isEmpty() || IsSameUrl(named, present)) break;
         const QString next = vexa::WithCredentialsOf(present, named);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr qint64 kMinProgress = 64 * 1024;        // bytes that make a transfer worth resuming
 constexpr std::array kPauses = {1, 2, 4, 8, 15};  // units
-constexpr int kMostRestarts = 2;                  // for each download
+constexpr int kMaxRestarts = 2;                   // for each download
 
 std::atomic<std::int64_t> PauseUnit{1000};  // milliseconds
 
@@ -61,7 +61,7 @@ TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseIn
         FSize = part->Size;
         return Answer::Continues;
     }
-    FIsUnusable = !IsWhole(response) || (FHasBegun && FRestarts == kMostRestarts);
+    FIsUnusable = !IsWhole(response) || (FHasBegun && FRestarts == kMaxRestarts);
     if (FIsUnusable) return Answer::Unusable;
     if (FHasBegun) ++FRestarts;
     FHasBegun = true;
@@ -106,7 +106,7 @@ TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInf
 
 TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
     if (FHeld - FHeldBefore >= kMinProgress) FPauses = 0;
-    const bool mayRestart = FRestarts < kMostRestarts;
+    const bool mayRestart = FRestarts < kMaxRestarts;
     if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanResume() || mayRestart))
         return {Decision::Kind::Failed, {}, reason};
     const int units = kPauses[static_cast<std::size_t>(FPauses++)];
@@ -115,7 +115,7 @@ TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reaso
 
 TPodcastResumption::Decision TPodcastResumption::RequestWholeFile(const QString& reason) {
     FValidator.clear();
-    if (FRestarts == kMostRestarts) return {Decision::Kind::Failed, {}, reason};
+    if (FRestarts == kMaxRestarts) return {Decision::Kind::Failed, {}, reason};
     return {Decision::Kind::Again};
 }
 

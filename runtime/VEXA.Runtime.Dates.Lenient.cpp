@@ -15,7 +15,7 @@ namespace {
 
 constexpr qint64 kSecondsPerDay = 24 * 60 * 60;
 constexpr qint64 kUnixEpochJulianDay = 2440588;
-constexpr qsizetype kLongestDate = 100;  // characters; no date is longer
+constexpr qsizetype kMaxDateLength = 100;  // characters; no date is longer
 
 /// The beginnings of the names of months, in small letters and without accents.
 constexpr std::pair<QStringView, int> kMonthStems[] = {
@@ -301,7 +301,7 @@ private:
 }  // namespace
 
 std::optional<qint64> DecodeLenientDate(QStringView text) {
-    return text.size() <= kLongestDate ? Reader(text).Read() : std::nullopt;
+    return text.size() <= kMaxDateLength ? Reader(text).Read() : std::nullopt;
 }
 
 bool IsMisreadByCurl(QStringView text) {

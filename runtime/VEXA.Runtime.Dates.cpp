@@ -167,8 +167,8 @@ double ToOleDate(const QDateTime& date) {
 
 QDateTime FromOleDate(double date) {
     // A number beyond the years that a calendar shows, or not-a-number, is not a date.
-    constexpr double kMostDays = 3'000'000;  // a little beyond the end of the year 9999
-    if (!(std::abs(date) < kMostDays)) return {};
+    constexpr double kMaxDays = 3'000'000;  // a little beyond the end of the year 9999
+    if (!(std::abs(date) < kMaxDays)) return {};
     return QDateTime::fromMSecsSinceEpoch(std::llround((date - kUnixEpoch) * kMillisecondsPerDay), Qt::UTC);
 }
 

@@ -16,8 +16,8 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kLongestComponent = 200;  // bytes; file systems allow 255
-constexpr qsizetype kLongestExtension = 10;   // characters, without the dot
+constexpr qsizetype kMaxComponentLength = 200;  // bytes; file systems allow 255
+constexpr qsizetype kMaxExtensionLength = 10;   // characters, without the dot
 
 bool IsOuter(QChar c) {
     return c == u'.' || c.isSpace();
@@ -41,7 +41,7 @@ bool IsDeviceName(QStringView component) {
 /// The position of the extension's dot; −1 when there is no extension worth keeping.
 qsizetype ExtensionDot(QStringView component) {
     const qsizetype dot = component.lastIndexOf(u'.');
-    return dot > 0 && component.size() - dot - 1 <= kLongestExtension && dot + 1 < component.size() ? dot : -1;
+    return dot > 0 && component.size() - dot - 1 <= kMaxExtensionLength && dot + 1 < component.size() ? dot : -1;
 }
 
 /// Creates the missing folders of the user's trash. Qt does this itself, but when it fails it puts files below the
@@ -85,7 +85,7 @@ QString ToFileNameComponent(const QString& text) {
     }
     QString component = TrimmedOuter(name).toString();
     if (IsDeviceName(component)) component.prepend(u'_');
-    return ClampComponent(component, kLongestComponent);
+    return ClampComponent(component, kMaxComponentLength);
 }
 
 QString ClampComponent(const QString& component, qsizetype maxBytes) {

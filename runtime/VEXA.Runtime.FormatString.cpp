@@ -6,7 +6,7 @@ namespace vexa {
 
 namespace {
 
-constexpr int kDeepestCall = 32;
+constexpr int kMaxCallDepth = 32;
 
 bool IsNameCharacter(QChar c) {
     return c.isLetterOrNumber() || c == u'_';
@@ -66,7 +66,7 @@ QString FormatStringFactory::Expand(QStringView text, const void* context, int d
         if (!name.isEmpty() && end < text.size() && text[end] == u'%') {
             length = end + 1;
             if (const auto macro = FMacros.constFind(name); macro != FMacros.cend()) value = (*macro)(context);
-        } else if (!name.isEmpty() && end < text.size() && text[end] == u'(' && depth < kDeepestCall) {
+        } else if (!name.isEmpty() && end < text.size() && text[end] == u'(' && depth < kMaxCallDepth) {
             if (const qsizetype close = ClosingParenthesis(text, end + 1); close >= 0) {
                 length = close + 2;
                 if (const auto function = FFunctions.constFind(name); function != FFunctions.cend())

@@ -18,13 +18,13 @@ namespace vexa {
 
 namespace {
 
-constexpr qsizetype kSniffedBytes = 1024;       // bytes searched for the first tag and the charset
-constexpr qsizetype kMostRead = 1024 * 1024;    // bytes; links are in a page's head
-constexpr int kDeepest = 256;                   // elements; the parser searches all open ones for each end tag
-constexpr std::size_t kLongestTag = 64 * 1024;  // bytes; the parser compares each attribute with all before it
-constexpr std::size_t kMostLinks = 100;
-constexpr qsizetype kLongestTitle = 300;
-constexpr qsizetype kLongestAddress = 8192;
+constexpr qsizetype kSniffedBytes = 1024;         // bytes searched for the first tag and the charset
+constexpr qsizetype kMaxRead = 1024 * 1024;       // bytes; links are in a page's head
+constexpr int kMaxDepth = 256;                    // elements; the parser searches all open ones for each end tag
+constexpr std::size_t kMaxTagLength = 64 * 1024;  // bytes; the parser compares each attribute with all before it
+constexpr std::size_t kMaxLinks = 100;
+constexpr qsizetype kMaxTitleLength = 300;
+constexpr qsizetype kMaxAddressLength = 8192;
 
 /// The charset named by the page itself (approximately as in the HTML Standard, 13.2.3.2).
 QString CharsetOf(const QByteArray& start) {
@@ -75,7 +75,7 @@ private:
     /// Gives the parser the next part of the page. Ends the page if the parser reads on and on without a callback.
     static int GivePart(void* self, char* to, int size) noexcept {
         auto& collector = *static_cast<LinkCollector*>(self);
-        if (collector.FSilent >= kLongestTag) return 0;
+        if (collector.FSilent >= kMaxTagLength) return 0;
         const std::string_view part = collector.FRest.substr(0, static_cast<std::size_t>(size));
         std::copy(part.begin(), part.end(), to);
         collector.FRest.remove_prefix(part.size());
@@ -92,7 +92,7 @@ private:
         } catch (...) {  // out of memory: return only what has been found so far
             collector.FIsFull = true;
         }
-        if (++collector.FDepth > kDeepest || collector.FIsFull) xmlStopParser(collector.FParser);
+        if (++collector.FDepth > kMaxDepth || collector.FIsFull) xmlStopParser(collector.FParser);
     }
     static void End(void* self, const xmlChar*) noexcept { --static_cast<LinkCollector*>(self)->FDepth; }
 
@@ -104,9 +104,9 @@ private:
         if (!relations.contains(FRelation, Qt::CaseInsensitive) || type.compare(FType, Qt::CaseInsensitive) != 0)
             return;
         const QString address = Attribute(attributes, "href").trimmed();
-        if (address.isEmpty() || address.size() > kLongestAddress) return;
-        Links.push_back({address, Attribute(attributes, "title").simplified().left(kLongestTitle)});
-        FIsFull = Links.size() >= kMostLinks;
+        if (address.isEmpty() || address.size() > kMaxAddressLength) return;
+        Links.push_back({address, Attribute(attributes, "title").simplified().left(kMaxTitleLength)});
+        FIsFull = Links.size() >= kMaxLinks;
     }
 
     const QString FRelation, FType;
@@ -136,7 +136,7 @@ bool IsHtmlPage(const QByteArray& bytes, const QString& mimeType) {
 
 std::vector<HtmlLink> FindHtmlLinks(const QByteArray& bytes, const QString& charset, const QString& address,
                                     const QString& relation, const QString& type) {
-    QByteArray start = bytes.left(kMostRead);
+    QByteArray start = bytes.left(kMaxRead);
     if (start.size() < bytes.size()) start.truncate(start.lastIndexOf('>') + 1);  // do not cut within a character
     std::string page = DecodeXml({start.constData(), static_cast<std::size_t>(start.size())},
                                  charset.isEmpty() ? CharsetOf(start.left(kSniffedBytes)) : charset);

@@ -69,7 +69,7 @@ constexpr Entity kEntities[] = {
     {"zeta", 0x3B6},     {"zwj", 0x200D},    {"zwnj", 0x200C},
 };
 
-constexpr std::size_t kLongestName = 8;  // "thetasym"
+constexpr std::size_t kMaxNameLength = 8;  // "thetasym"
 
 /// The code point of a named entity; 0 when HTML has no such entity.
 std::uint16_t Find(std::string_view name) {
@@ -170,7 +170,7 @@ struct Replacement {
 };
 Replacement ReplacementOf(std::string_view text) {
     if (text.starts_with("&#")) return {ForbiddenReference(text), 0xFFFD};
-    const std::size_t semicolon = text.substr(0, kLongestName + 2).find(';');
+    const std::size_t semicolon = text.substr(0, kMaxNameLength + 2).find(';');
     if (semicolon == std::string_view::npos || semicolon == 0) return {};
     const std::uint16_t point = Find(text.substr(1, semicolon - 1));
     return {point ? semicolon + 1 : 0, point};

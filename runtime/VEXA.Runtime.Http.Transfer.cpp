@@ -29,7 +29,7 @@ constexpr long kReceiveBuffer = 256 * 1024;
 constexpr long kPackedReceiveBuffer = 64 * 1024;
 // Bytes per second; a slower transfer counts as stalled. Otherwise a server that sends a byte now and then would hold
 // up the whole queue.
-constexpr long kLeastSpeed = 100;
+constexpr long kMinSpeed = 100;
 
 std::atomic<std::int64_t> ConnectSeconds{HttpTimeouts{}.Connect.count()};
 std::atomic<std::int64_t> StalledSeconds{HttpTimeouts{}.Stalled.count()};
@@ -211,7 +211,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_QUICK_EXIT, 1L);
     Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(ConnectSeconds.load()));
-    Set(CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
+    Set(CURLOPT_LOW_SPEED_LIMIT, kMinSpeed);
     Set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(StalledSeconds.load()));
     Set(CURLOPT_TIMEOUT, static_cast<long>(FRequest.TotalTimeout.count()));
     Set(CURLOPT_BUFFERSIZE, FRequest.Compressed ? kPackedReceiveBuffer : kReceiveBuffer);

@@ -28,7 +28,7 @@ constexpr int kPageSize = 8192;
 // copied back to the file only once.
 constexpr int kCheckpointPages = 4000;
 // The number of idle connections for reading that are kept for reuse.
-constexpr std::size_t kMostIdleReaders = 4;
+constexpr std::size_t kMaxIdleReaders = 4;
 
 /// What the user can do about an error; empty when nothing is known to help.
 const char* Advice(int code) {
@@ -366,7 +366,7 @@ SqliteBorrowedReader SqliteDatabase::BorrowReader() {
 void SqliteReturnReader::operator()(SqliteReader* reader) const noexcept {
     std::unique_ptr<SqliteReader> owned(reader);
     const TLock lock(Database->FReadersMutex);
-    if (Database->FIdleReaders.size() < kMostIdleReaders) Database->FIdleReaders.push_back(std::move(owned));
+    if (Database->FIdleReaders.size() < kMaxIdleReaders) Database->FIdleReaders.push_back(std::move(owned));
 }
 
 std::unique_ptr<SqliteCursor> SqliteDatabase::Read(std::string_view sql) {

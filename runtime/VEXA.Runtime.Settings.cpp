@@ -26,7 +26,7 @@ namespace vexa {
 
 namespace {
 
-constexpr auto kLongestWait = std::chrono::seconds(5);
+constexpr auto kMaxWait = std::chrono::seconds(5);
 constexpr auto kLockPoll = std::chrono::milliseconds(5);
 
 [[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
@@ -45,7 +45,7 @@ public:
         const QFileInfo present(fileName);  // keep a symbolic link: replace its target
         FTarget = QFile::encodeName(present.isSymLink() ? present.symLinkTarget() : fileName);
         FName = FTarget + ".new";
-        const auto deadline = std::chrono::steady_clock::now() + kLongestWait;
+        const auto deadline = std::chrono::steady_clock::now() + kMaxWait;
         for (;;) {
             FDescriptor = open(FName.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
             if (FDescriptor < 0) Fail();

@@ -25,7 +25,7 @@ using Kind = XmlPiece::Kind;
 // RSS has no items inside items.
 constexpr std::string_view kItem = "item";
 // In one element; further attributes are dropped. libxml2 compares each attribute with all before it.
-constexpr int kMostAttributes = 1000;
+constexpr int kMaxAttributes = 1000;
 
 bool IsBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -132,7 +132,7 @@ private:
         FOut += '<';
         FOut += piece.Name;
         std::string_view attributes = piece.Attributes;
-        for (int i = 0; i < kMostAttributes; ++i) {
+        for (int i = 0; i < kMaxAttributes; ++i) {
             const auto attribute = TakeXmlAttribute(attributes);
             if (!attribute) break;
             const std::string_view quoted = attribute->Quoted;

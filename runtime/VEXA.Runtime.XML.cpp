@@ -21,10 +21,10 @@ pugi::xml_node FirstElement(pugi::xml_node node) {
     return node;
 }
 
-constexpr qsizetype kLargestRecovered = 8 * 1024 * 1024;  // bytes
+constexpr qsizetype kMaxRecoveredBytes = 8 * 1024 * 1024;  // bytes
 // More than any feed has. A tree takes about 100 bytes for each element or attribute, however short it is in the text.
-constexpr std::size_t kMostMarks = 4'000'000;
-constexpr std::size_t kMostItems = 250'000;
+constexpr std::size_t kMaxMarks = 4'000'000;
+constexpr std::size_t kMaxItems = 250'000;
 
 bool IsForbidden(unsigned char c) {
     return (c < 0x20) & (c != '\t') & (c != '\n') & (c != '\r');
@@ -72,8 +72,8 @@ std::size_t CountTags(std::string_view text, std::string_view name) {
 std::string ReadableText(const QByteArray& bytes, const QString& charset) {
     std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
     const auto [marks, hasForbidden] = TakeCensus(text);
-    const bool hasTooManyItems = marks > kMostItems && CountTags(text, "item") + CountTags(text, "entry") > kMostItems;
-    if (marks > kMostMarks || hasTooManyItems) throw XmlError("the document has too many elements");
+    const bool hasTooManyItems = marks > kMaxItems && CountTags(text, "item") + CountTags(text, "entry") > kMaxItems;
+    if (marks > kMaxMarks || hasTooManyItems) throw XmlError("the document has too many elements");
     // Control characters that XML forbids (XML 1.0, production 2) become blanks: a stray one in a feed's text is no
     // reason to reject the feed, and a NUL would end the text early.
     if (hasForbidden)
@@ -200,7 +200,7 @@ XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     if (result) return;
     // The in-place parser has changed the text, so decode it again.
     FText = ReadableText(bytes, charset);
-    FIsRecovered = bytes.size() < kLargestRecovered && RecoverXml(FText, *FTree);
+    FIsRecovered = bytes.size() < kMaxRecoveredBytes && RecoverXml(FText, *FTree);
     if (FIsRecovered) return;
     throw XmlError("not well-formed XML at " + Where(FText, result.offset + static_cast<std::ptrdiff_t>(skipped)) +
                    ": " + result.description());

@@ -204,7 +204,7 @@ struct IVEXAServiceHttpClient : IUnknown {
         WaitForCompletion = 1,  // Get returns when the body is complete; without this flag, at once
     };
     /// A transfer with a larger body fails.
-    static constexpr std::int64_t kMostBytes = std::int64_t{32} << 20;
+    static constexpr std::int64_t kMaxBytes = std::int64_t{32} << 20;
 
     /// 3: GET of an http or https address into `body`. `events` may be null. S_OK when the body is complete (or,
     /// without WaitForCompletion, when the transfer was started); E_ABORT and E_FAIL as OnCompleted reports them;

@@ -38,14 +38,14 @@ struct IVEXAImageContainer : IUnknown {
 
     enum Format : std::int32_t { Unknown = 0, BMP = 1, JPEG = 2, PNG = 3, GIF = 4, WebP = 5, SVG = 6, Other = 100 };
     /// The largest images that the host's container takes; larger ones are refused before anything is decoded.
-    static constexpr std::uint32_t kMostBytes = std::uint32_t{32} << 20;
-    static constexpr std::int64_t kMostPixels = std::int64_t{64} << 20;
+    static constexpr std::uint32_t kMaxBytes = std::uint32_t{32} << 20;
+    static constexpr std::int64_t kMaxPixels = std::int64_t{64} << 20;
 
     /// 3: Valid until the next change of size; null while empty.
     virtual void* GetData() noexcept = 0;
     /// 4: The number of bytes.
     virtual std::uint32_t GetDataSize() noexcept = 0;
-    /// 5: Keeps the bytes that fit; new bytes are 0. E_INVALIDARG above kMostBytes.
+    /// 5: Keeps the bytes that fit; new bytes are 0. E_INVALIDARG above kMaxBytes.
     virtual HResult SetDataSize(std::uint32_t size) noexcept = 0;
     /// 6: The size in pixels and the Format, from the file's header. E_FAIL when the bytes are no image that the host
     /// can read.

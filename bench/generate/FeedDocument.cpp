@@ -15,7 +15,7 @@ constexpr std::string_view kNamespaces =
     R"( xmlns:content="http://purl.org/rss/1.0/modules/content/")";
 
 // No generated show is older than podcasting itself: a show with very many episodes publishes more often.
-constexpr seconds kLongestLife = days(15 * 365);
+constexpr seconds kMaxLife = days(15 * 365);
 
 std::string Tag(std::string_view name, std::string_view text) {
     std::string tag;
@@ -94,7 +94,7 @@ std::string Guid(const Show& show, Random& random, const std::string& page, cons
 std::string Episode(const Show& show, const FeedShape& shape, std::int64_t number) {
     Random random{show.Number, static_cast<std::uint64_t>(number)};
     const Language& language = *show.Tongue;
-    const seconds spacing = std::min(show.Spacing, kLongestLife / shape.Episodes);
+    const seconds spacing = std::min(show.Spacing, kMaxLife / shape.Episodes);
     const seconds lateness{random.Between(0, spacing.count() / 8)};
     const sys_seconds published = show.NewestAt + (number - shape.Episodes) * spacing + lateness;
 

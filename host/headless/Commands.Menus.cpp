@@ -9,11 +9,11 @@ namespace vexa::host::commands {
 
 namespace {
 
-constexpr int kDeepest = 16;
+constexpr int kMaxDepth = 16;
 
 QJsonArray ToJson(MenuManager& menus, IVEXAMenuItem& menu, int depth = 0) {
     QJsonArray list;
-    if (depth > kDeepest) return list;
+    if (depth > kMaxDepth) return list;
     for (const auto& item : menus.Children(menu))
         list += QJsonObject{{QStringLiteral("id"), menus.ID(*item)},
                             {QStringLiteral("caption"), menus.Caption(*item)},

@@ -11,7 +11,7 @@ namespace vexa::host {
 namespace {
 
 // Groups nested deeper than any storage could answer are refused, so that they cannot exhaust the stack.
-constexpr int kDeepest = 64;
+constexpr int kMaxDepth = 64;
 
 const QString kChildren = QStringLiteral("children"), kDirection = QStringLiteral("direction"),
               kField = QStringLiteral("field"), kInt32 = QStringLiteral("int32"), kInt64 = QStringLiteral("int64"),
@@ -85,7 +85,7 @@ QJsonObject ToJson(IVEXAMLGroupFilter& group, int depth) {
             children += ToJson(*condition);
         else if (Succeeded(group.GetChild(i, IVEXAMLArrayFieldFilter::IID, array.PutVoid())))
             children += ToJson(*array);
-        else if (depth < kDeepest && Succeeded(group.GetChild(i, IVEXAMLGroupFilter::IID, inner.PutVoid())))
+        else if (depth < kMaxDepth && Succeeded(group.GetChild(i, IVEXAMLGroupFilter::IID, inner.PutVoid())))
             children += ToJson(*inner, depth + 1);
     }
     return {{kOperation, NumberOf(&group, IVEXAMLGroupFilter::Operation)}, {kChildren, children}};
@@ -109,11 +109,11 @@ QJsonArray SortToJson(IVEXAMLDataFilter& filter) {
 bool AddChild(const QJsonObject& child, IVEXAMLGroupFilter& group, int depth);
 
 bool AddGroup(const QJsonObject& json, IVEXAMLGroupFilter& group, int depth) {
-    bool isWhole = depth <= kDeepest;
+    bool isWhole = depth <= kMaxDepth;
     const int operation = json[kOperation].toInt(IVEXAMLGroupFilter::Or);
     isWhole = operation >= IVEXAMLGroupFilter::Or && operation <= IVEXAMLGroupFilter::NotAnd && isWhole;
     group.SetValueAsInt32(IVEXAMLGroupFilter::Operation, operation);
-    if (depth <= kDeepest)
+    if (depth <= kMaxDepth)
         for (const QJsonValue child : json[kChildren].toArray())
             isWhole = AddChild(child.toObject(), group, depth) && isWhole;
     return isWhole;
@@ -147,7 +147,7 @@ void AddFieldsOf(const QJsonObject& json, int depth, QStringList& fields) {
         const QJsonObject child = value.toObject();
         if (const QString field = child[kField].toString(); !field.isEmpty() && !fields.contains(field))
             fields += field;
-        if (depth < kDeepest) AddFieldsOf(child, depth + 1, fields);
+        if (depth < kMaxDepth) AddFieldsOf(child, depth + 1, fields);
     }
 }
 

@@ -11,7 +11,7 @@ namespace vexa::host {
 namespace {
 
 // A limit, so that a provider whose list never ends does not hang the host.
-constexpr std::size_t kMostNodes = 1'000'000;
+constexpr std::size_t kMaxNodes = 1'000'000;
 
 TreeNode ReadNode(IVEXAMLGroupingTreeDataProviderSelection& nodes) {
     TreeNode node;
@@ -60,7 +60,7 @@ std::vector<TreeNode> Tree::List(std::vector<TreePair> selection) const {
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     if (Failed(FProvider->ListChildren(parent.Get(), nodes.Put())) || !nodes) return list;
     do list.push_back(ReadNode(*nodes));
-    while (nodes->NextRow() != kFalse && list.size() < kMostNodes);
+    while (nodes->NextRow() != kFalse && list.size() < kMaxNodes);
     return list;
 }
 

@@ -23,7 +23,7 @@ constexpr PropertyRule kRules[] = {
 };
 
 // Plug-ins can make items each other's parents in a circle; no real menu is this deep.
-constexpr int kDeepest = 16;
+constexpr int kMaxDepth = 16;
 
 template <class Interface>
 Ref<Interface> ObjectOf(IVEXAMenuItem& item, IVEXAMenuItem::Property property) {
@@ -136,7 +136,7 @@ void MenuManager::PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi) {
 }
 
 void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
-    if (depth > kDeepest) return;
+    if (depth > kMaxDepth) return;
     for (const Item& item : Children(menu))
         if (const auto event = ObjectOf<IVEXAActionEvent>(*item, IVEXAMenuItem::OnShow)) event->OnExecute(item.Get());
     for (const Item& item : Children(menu)) Prepare(*item, depth + 1);  // listed anew: events may have added children
@@ -145,7 +145,7 @@ void MenuManager::Prepare(IVEXAMenuItem& menu, int depth) {
 HResult MenuManager::Trigger(IVEXAMenuItem& item) {
     VEXA_ASSERT_MAIN_THREAD();
     Item shown(&item);
-    for (int depth = 0; shown && depth <= kDeepest; ++depth, shown = Parent(*shown))
+    for (int depth = 0; shown && depth <= kMaxDepth; ++depth, shown = Parent(*shown))
         if (!IsVisible(*shown) || !IsEnabled(*shown)) return E_ABORT;
     const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::Event);
     if (!event) return E_NOTIMPL;
@@ -156,7 +156,7 @@ HResult MenuManager::Trigger(IVEXAMenuItem& item) {
 
 void MenuManager::PrepareAround(IVEXAMenuItem& item) {
     Item menu(&item);
-    for (int depth = 0; depth <= kDeepest; ++depth)
+    for (int depth = 0; depth <= kMaxDepth; ++depth)
         if (const Item above = Parent(*menu)) menu = above;
     if (!IsSameObject(menu.Get(), &item)) return PrepareToShow(*menu);
     // The item is in no menu: run only its own on-show event.

@@ -33,9 +33,9 @@ struct Reader {
         Images.setAutoTransform(true);
     }
     ImageHeader Header() {
-        if (Buffer.size() > IVEXAImageContainer::kMostBytes || !Images.canRead()) return {};
+        if (Buffer.size() > IVEXAImageContainer::kMaxBytes || !Images.canRead()) return {};
         QSize size = Images.size();
-        if (size.isEmpty() || std::int64_t{size.width()} * size.height() > IVEXAImageContainer::kMostPixels) return {};
+        if (size.isEmpty() || std::int64_t{size.width()} * size.height() > IVEXAImageContainer::kMaxPixels) return {};
         if (Images.transformation() & QImageIOHandler::TransformationRotate90) size.transpose();
         return {size, FormatOf(Images.format())};
     }
@@ -70,7 +70,7 @@ QImage ToQImage(IVEXAImage* image) {
 
 Ref<IVEXAImageContainer> MakeImageContainer(const QByteArray& bytes) {
     Ref<IVEXAImageContainer> container(new ImageContainer);
-    if (bytes.size() > IVEXAImageContainer::kMostBytes) return {};
+    if (bytes.size() > IVEXAImageContainer::kMaxBytes) return {};
     if (Failed(container->SetDataSize(static_cast<std::uint32_t>(bytes.size())))) return {};
     std::copy(bytes.cbegin(), bytes.cend(), static_cast<char*>(container->GetData()));
     return container;
@@ -79,7 +79,7 @@ Ref<IVEXAImageContainer> MakeImageContainer(const QByteArray& bytes) {
 HResult Image::LoadFromStream(IVEXAStream* stream) noexcept {
     if (!stream) return E_POINTER;
     try {
-        QImage picture = DecodeImage(ReadRest(*stream, IVEXAImageContainer::kMostBytes));
+        QImage picture = DecodeImage(ReadRest(*stream, IVEXAImageContainer::kMaxBytes));
         if (picture.isNull()) return E_FAIL;
         FPicture = std::move(picture);
         return S_OK;
@@ -102,7 +102,7 @@ HResult Image::SetDPI(std::int32_t dpi) noexcept {
 }
 
 HResult ImageContainer::SetDataSize(std::uint32_t size) noexcept {
-    if (size > kMostBytes) return E_INVALIDARG;
+    if (size > kMaxBytes) return E_INVALIDARG;
     return Guarded("resizing a picture", [&] {
         FBytes.resize(size);
         return S_OK;

@@ -10,7 +10,7 @@
 namespace vexa::host {
 
 HResult MemoryStream::SetSize(std::int64_t size) noexcept {
-    if (size < 0 || size > kMostBytes) return E_INVALIDARG;
+    if (size < 0 || size > kMaxBytes) return E_INVALIDARG;
     return Guarded("resizing a stream", [&] {
         FBytes.resize(static_cast<std::size_t>(size));
         FPosition = std::min(FPosition, size);
@@ -27,7 +27,7 @@ HResult MemoryStream::Seek(std::int64_t offset, std::int32_t mode) noexcept {
     else if (mode != FromBeginning)
         return E_INVALIDARG;
     // The base is never negative and never large, so neither difference overflows.
-    if (offset < -base || offset > kMostBytes - base) return E_INVALIDARG;
+    if (offset < -base || offset > kMaxBytes - base) return E_INVALIDARG;
     FPosition = base + offset;
     return S_OK;
 }
@@ -48,7 +48,7 @@ HResult MemoryStream::Write(const void* buffer, std::uint32_t count, std::uint32
     if (count == 0) return S_OK;
     if (!buffer) return E_POINTER;
     const std::int64_t end = FPosition + std::int64_t{count};
-    if (end > kMostBytes) return E_INVALIDARG;
+    if (end > kMaxBytes) return E_INVALIDARG;
     return Guarded("writing to a stream", [&] {
         if (end > GetSize()) FBytes.resize(static_cast<std::size_t>(end));
         std::memcpy(FBytes.data() + FPosition, buffer, count);
@@ -58,14 +58,14 @@ HResult MemoryStream::Write(const void* buffer, std::uint32_t count, std::uint32
     });
 }
 
-QByteArray ReadRest(IVEXAStream& stream, std::int64_t mostBytes) {
+QByteArray ReadRest(IVEXAStream& stream, std::int64_t maxBytes) {
     QByteArray bytes;
     QByteArray block(1 << 16, Qt::Uninitialized);
     for (;;) {
         const std::int32_t count = stream.Read(block.data(), static_cast<std::uint32_t>(block.size()));
         if (count == 0) return bytes;
         if (count < 0 || count > block.size()) throw std::runtime_error("a stream cannot be read");
-        if (bytes.size() + count > mostBytes) throw std::runtime_error("a stream is larger than allowed here");
+        if (bytes.size() + count > maxBytes) throw std::runtime_error("a stream is larger than allowed here");
         bytes.append(block.constData(), count);
     }
 }

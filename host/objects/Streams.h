@@ -14,7 +14,7 @@ namespace vexa::host {
 class MemoryStream final : public RefCountedObject<IVEXAMemoryStream> {
 public:
     /// The largest stream that the host keeps in memory; a size or position beyond it is E_INVALIDARG.
-    static constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;
+    static constexpr std::int64_t kMaxBytes = std::int64_t{1} << 30;
 
     std::int64_t GetSize() noexcept override { return static_cast<std::int64_t>(FBytes.size()); }
     HResult SetSize(std::int64_t size) noexcept override;
@@ -30,8 +30,8 @@ private:
 };
 
 /// The bytes from the stream's position to its end. Throws std::runtime_error when the stream cannot be read or there
-/// are more than `mostBytes`.
-QByteArray ReadRest(IVEXAStream& stream, std::int64_t mostBytes = MemoryStream::kMostBytes);
+/// are more than `maxBytes`.
+QByteArray ReadRest(IVEXAStream& stream, std::int64_t maxBytes = MemoryStream::kMaxBytes);
 
 /// Replaces everything from the stream's position on by `bytes`, and leaves the position after them. On failure the
 /// stream's old contents are restored, as far as it can still be written to.

@@ -22,8 +22,8 @@ namespace {
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kMoment = 5;  // seconds; after that Previous() goes to the beginning of the current file
 constexpr double kFarLonger = 1.25;
-constexpr int kLongestSkip = 3600;
-constexpr int kMostSkips = 3;  // in a row; if more files fail, the problem is not in the files
+constexpr int kMaxSkip = 3600;
+constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
@@ -126,7 +126,7 @@ int Playback::Setting(const char* key, int otherwise) const {
     bool isNumber = false;
     const QString keyPath(u"Player\\" + QLatin1String(key));
     const int value = FHost.Config().Find(keyPath).value_or(QString()).toInt(&isNumber);
-    return isNumber && value > 0 ? std::min(value, kLongestSkip) : otherwise;
+    return isNumber && value > 0 ? std::min(value, kMaxSkip) : otherwise;
 }
 
 int Playback::SkipBackBy() const {
@@ -253,7 +253,7 @@ void Playback::OnBegun() {
 
 /// If the file that failed was started by Next or automatically, starts the file after it. False when it does not.
 bool Playback::SkipAhead(const QString& reason) {
-    if (!FIsAdvancing || FSkips == kMostSkips) return false;
+    if (!FIsAdvancing || FSkips == kMaxSkips) return false;
     const QString failed = FTried, next = TakeNext();
     if (next.isEmpty()) return false;
     ++FSkips;

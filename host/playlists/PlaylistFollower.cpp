@@ -11,7 +11,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr qsizetype kLongestName = 100;
+constexpr qsizetype kMaxNameLength = 100;
 
 QStringList GroupFields(const LibraryStorage& storage) {
     QStringList names = storage.FieldNames(kSchemaPlaylistGroups);
@@ -200,7 +200,7 @@ QString PlaylistFollower::NameFor(const PreimageDescription& preimage) const {
     try {
         const LibraryStorage storage(*FLibrary, preimage.StorageID);
         QString name = ValuesOf(preimage.Filter, storage).join(QStringLiteral(", "));
-        return name.size() > kLongestName ? QString(name.left(kLongestName - 1) + u'…') : name;
+        return name.size() > kMaxNameLength ? QString(name.left(kMaxNameLength - 1) + u'…') : name;
     } catch (const LibraryError&) {
         return {};
     }

@@ -50,7 +50,7 @@ private:
         HttpGet get;
         get.Url = FAddress;
         get.Compressed = true;
-        get.MaxBytes = kMostBytes;
+        get.MaxBytes = kMaxBytes;
         get.OnData = [&bytes](const char* data, std::size_t size) {
             bytes.append(data, static_cast<qsizetype>(size));
             return true;

@@ -19,7 +19,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kLongestAnswer = 60000;  // milliseconds: the first one may still be starting
+constexpr int kMaxAnswerTime = 60000;  // milliseconds: the first one may still be starting
 constexpr int kTry = 100;              // milliseconds between two attempts to reach it, or to become the first
 constexpr auto kStream = QDataStream::Qt_6_0;
 const QString kName = QStringLiteral("org.vexa_podcasts.Vexa");
@@ -130,7 +130,7 @@ void SingleInstance::Receive(const QStringList& addresses, const QVariantMap& pl
 
 void SingleInstance::HandOver(const QStringList& addresses) {
     const QVariantMap data = PlatformData();
-    for (const QDeadlineTimer end(kLongestAnswer);;) {
+    for (const QDeadlineTimer end(kMaxAnswerTime);;) {
         try {
             return FBus.isConnected() ? HandOverByBus(addresses, data) : HandOverBySocket(addresses, data);
         } catch (const std::exception&) {
@@ -147,20 +147,20 @@ void SingleInstance::HandOverByBus(const QStringList& addresses, const QVariantM
                                        addresses.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!addresses.isEmpty()) call << addresses;
     call << platformData;
-    const QDBusMessage answer = FBus.call(call, QDBus::Block, kLongestAnswer);
+    const QDBusMessage answer = FBus.call(call, QDBus::Block, kMaxAnswerTime);
     if (answer.type() == QDBusMessage::ErrorMessage) throw std::runtime_error(answer.errorMessage().toStdString());
 }
 
 void SingleInstance::HandOverBySocket(const QStringList& addresses, const QVariantMap& platformData) {
     QLocalSocket socket;
     socket.connectToServer(SocketOf(FProfileHash));
-    bool isReached = socket.waitForConnected(kLongestAnswer);
+    bool isReached = socket.waitForConnected(kMaxAnswerTime);
     if (isReached) {
         QDataStream out(&socket);
         out.setVersion(kStream);
         out << addresses << platformData;
         socket.flush();
-        isReached = socket.waitForReadyRead(kLongestAnswer);
+        isReached = socket.waitForReadyRead(kMaxAnswerTime);
     }
     if (!isReached) throw std::runtime_error(socket.errorString().toStdString());
 }

@@ -12,7 +12,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr unsigned kLongestEnd = 20;  // seconds; less than a desktop session waits for its programs to end
+constexpr unsigned kMaxEndTime = 20;  // seconds; less than a desktop session waits for its programs to end
 constexpr std::array kStopSignals = {SIGINT, SIGTERM, SIGHUP};
 
 std::array<int, 2> Pipe = {-1, -1};  // read end, write end; set before a handler is installed
@@ -35,7 +35,7 @@ void GiveUp(int) {
 void OnStopSignal(int) {
     const int error = errno;
     for (const int number : kStopSignals) SetHandler(number, SIG_DFL);
-    alarm(kLongestEnd);
+    alarm(kMaxEndTime);
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = write(Pipe[1], &byte, 1);
     errno = error;

@@ -22,8 +22,8 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kPatience = std::chrono::milliseconds(80);  // how long the windows may be blocked
 constexpr auto kPoll = std::chrono::milliseconds(10);
 constexpr qsizetype kKeysAtOnce = 250;  // takes a fraction of a second; windows show the progress after each group
-constexpr qsizetype kMostFilesNamed = 10;
-constexpr qsizetype kLongestName = 300;  // letters
+constexpr qsizetype kMaxFilesNamed = 10;
+constexpr qsizetype kMaxNameLength = 300;  // letters
 
 /// Work that waits for its turn.
 class CommandQueue {
@@ -87,8 +87,8 @@ void ReportKeptFiles(const QStringList& files) {
     ShowMessage([&] {
         QString text = FormatText(LocalizedText(QStringLiteral("Podcasts\\MSG15")), QString::number(files.size()));
         text += u'\n';
-        for (const QString& file : files.mid(0, kMostFilesNamed)) text += u'\n' + TextForLabel(file, kLongestName);
-        if (files.size() > kMostFilesNamed) text += QStringLiteral("\n…");
+        for (const QString& file : files.mid(0, kMaxFilesNamed)) text += u'\n' + TextForLabel(file, kMaxNameLength);
+        if (files.size() > kMaxFilesNamed) text += QStringLiteral("\n…");
         return text;
     });
 }

@@ -18,8 +18,8 @@ using namespace vexa;
 
 namespace {
 
-constexpr qsizetype kLongestTitle = 200;     // letters in the question
-constexpr qsizetype kLongestToolTip = 1000;  // letters in the tool tip, which shows a longer title
+constexpr qsizetype kMaxTitleLength = 200;     // letters in the question
+constexpr qsizetype kMaxToolTipLength = 1000;  // letters in the tool tip, which shows a longer title
 constexpr int kIconSize = 32;
 constexpr int kTextWidth = 388;
 constexpr int kLettersInLine = 45;  // minimum width of the text, for large fonts
@@ -59,11 +59,11 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     asWideAsThere.setHorizontalPolicy(QSizePolicy::Ignored);
     lbText->setSizePolicy(asWideAsThere);
     lbText->setMinimumSize(std::max(kTextWidth, kLettersInLine * fontMetrics().averageCharWidth()), kIconSize);
-    const QString name = TextForLabel(FFeedName, kLongestTitle);
+    const QString name = TextForLabel(FFeedName, kMaxTitleLength);
     lbText->setText(FormatText(text("Podcasts\\MSG6"), name));
     // Qt guesses whether a tool tip is markup, so make it markup explicitly.
     if (name != FFeedName)
-        lbText->setToolTip(QStringLiteral("<qt>") + TextForLabel(FFeedName, kLongestToolTip).toHtmlEscaped());
+        lbText->setToolTip(QStringLiteral("<qt>") + TextForLabel(FFeedName, kMaxToolTipLength).toHtmlEscaped());
 
     cbDeleteCachedFiles->setObjectName(QStringLiteral("cbDeleteCachedFiles"));
     cbDeleteCachedFiles->setText(text("Podcasts\\MSG5"));

@@ -22,7 +22,7 @@ using namespace vexa;
 
 namespace {
 
-constexpr qsizetype kLongestReason = 300;  // letters of the message when a fetch failed
+constexpr qsizetype kMaxReasonLength = 300;  // letters of the message when a fetch failed
 constexpr int kMargin = 8;
 constexpr int kEditWidth = 431;
 constexpr int kLettersInEdit = 50;  // minimum width of the edit, for large fonts
@@ -239,7 +239,7 @@ void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
     if (FFeed) return accept();
     if (!outcome.Found.Choices.empty()) return ChooseFeed(outcome.Found.Choices);
     QString message = LocalizedText(QStringLiteral("Podcasts\\MSG2"));
-    if (!FLastError.isEmpty()) message += QStringLiteral("\r\n\r\n") + TextForLabel(FLastError, kLongestReason);
+    if (!FLastError.isEmpty()) message += QStringLiteral("\r\n\r\n") + TextForLabel(FLastError, kMaxReasonLength);
     ShowMessageBox(this, QMessageBox::Critical, message);
 }
 

@@ -17,8 +17,8 @@ using namespace vexa;
 
 namespace {
 
-constexpr qsizetype kLongestWord = 24;      // letters that certainly fit on a line
-constexpr qsizetype kLongestMessage = 600;  // letters of an error message, which may contain a server's text
+constexpr qsizetype kMaxWordLength = 24;      // letters that certainly fit on a line
+constexpr qsizetype kMaxMessageLength = 600;  // letters of an error message, which may contain a server's text
 
 /// Whether a character is a directional mark, override or isolate.
 bool TurnsDirection(char16_t c) {
@@ -63,7 +63,7 @@ QString TextForLabel(const QString& text, qsizetype letters) {
     for (qsizetype end = finder.toNextBoundary(); end >= 0; begin = end, end = finder.toNextBoundary()) {
         if (count++ == letters) return result + u'…';
         wordLength = plain[begin].isSpace() ? 0 : wordLength + 1;
-        if (wordLength > kLongestWord) {
+        if (wordLength > kMaxWordLength) {
             result += QChar(0x200B);  // zero-width space: a break opportunity
             wordLength = 1;
         }
@@ -87,7 +87,7 @@ void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text)
 void ReportCaughtException(QWidget* owner) noexcept {
     LogCaughtException(LogPlugin(), "a dialog's command");
     try {
-        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kLongestMessage));
+        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kMaxMessageLength));
     } catch (...) {
         // The exception cannot be shown, but it has been logged.
     }

@@ -22,9 +22,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kHour = 60 * 60 * 1000;  // ms
 constexpr std::uint32_t kWeek = 7 * 24 * kHour;
 constexpr std::int64_t kTooManyBytes = std::int64_t{8} << 20;
-constexpr auto kLongestTransfer = std::chrono::minutes(2);  // 8 MiB at half a megabit per second
-constexpr int kMostOfServer = 3;
-constexpr int kMostInBackground = 6;  // so that one slow server does not block the others
+constexpr auto kMaxTransferTime = std::chrono::minutes(2);  // 8 MiB at half a megabit per second
+constexpr int kMaxPerServer = 3;
+constexpr int kMaxInBackground = 6;  // so that one slow server does not block the others
 
 /// Ends a transfer when the client is about to be destroyed, or when the server takes too long.
 class LogoTransferEvents : public Implements<TInterfacedObjectEx, IVEXAHttpClientEvents> {
@@ -35,7 +35,7 @@ public:
     bool IsTooLate() const { return Clock::now() >= FEnd; }
 
 private:
-    const Clock::time_point FEnd = Clock::now() + kLongestTransfer;
+    const Clock::time_point FEnd = Clock::now() + kMaxTransferTime;
 };
 
 /// The feeds whose logos are being fetched, and those that wait to be fetched in the background.
@@ -72,7 +72,7 @@ public:
         const TLock lock(FMutex);
         if (FRunning.contains(feedID) || !FWaiting.emplace(feedID, server).second) return false;
         FChanged.NotifyAll();
-        if (FTasks >= kMostInBackground) return false;
+        if (FTasks >= kMaxInBackground) return false;
         ++FTasks;
         return true;
     }
@@ -100,7 +100,7 @@ public:
 private:
     bool HasPlace(const QString& server) const VEXA_REQUIRES(FMutex) {
         return std::count_if(FRunning.begin(), FRunning.end(), [&](auto& look) { return look.second == server; }) <
-               kMostOfServer;
+               kMaxPerServer;
     }
 
     TMutex FMutex;
@@ -119,7 +119,7 @@ struct LogoLook {
 
 Ref<IVEXAImageContainer> NewContainer(std::int64_t size) {
     auto container = CreateHostObject<IVEXAImageContainer>();
-    if (size < 0 || size > IVEXAImageContainer::kMostBytes) RaiseIfFailed(E_INVALIDARG);
+    if (size < 0 || size > IVEXAImageContainer::kMaxBytes) RaiseIfFailed(E_INVALIDARG);
     RaiseIfFailed(container->SetDataSize(static_cast<std::uint32_t>(size)));
     return container;
 }
@@ -149,7 +149,7 @@ bool IsLookDue(TPodcastClient& client, const TPodcastFeed& feed, bool hasPicture
 StoredLogo ReadLogo(TPodcastClient& client, const TPodcastFeed& feed) {
     StoredLogo logo;
     // Earlier versions stored any response, so check the stored bytes.
-    if (QByteArray bytes; client.DB().GetFeedLogo(feed.ID, bytes) && bytes.size() <= IVEXAImageContainer::kMostBytes) {
+    if (QByteArray bytes; client.DB().GetFeedLogo(feed.ID, bytes) && bytes.size() <= IVEXAImageContainer::kMaxBytes) {
         auto container = NewContainer(bytes.size());
         std::memcpy(container->GetData(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
         if (IsPicture(*container.Get())) logo.Picture = std::move(container);

@@ -15,8 +15,8 @@ using namespace vexa;
 namespace {
 
 // SQLite refuses longer patterns.
-constexpr qsizetype kLongestText = 10'000;
-constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+constexpr qsizetype kMaxTextLength = 10'000;
+constexpr std::size_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
 
 const QStringList kOwnTexts = {QStringLiteral("Title"), QStringLiteral("URLAudioCached"),
                                QStringLiteral("PublishDate")};
@@ -37,9 +37,9 @@ bool TPodcastsRowText::CanSearch(const QString& text, const QStringList& columns
     const bool isPlain = std::none_of(text.begin(), text.end(), [](QChar c) {
         return c == u'%' || c == u'_' || c.isNull() || c.isSurrogate() || c == QChar::ReplacementCharacter;
     });
-    return isPlain && text.size() <= kLongestText && std::all_of(columns.begin(), columns.end(), [](const QString& c) {
-               return kOwnTexts.contains(c) || kSharedTexts.contains(c);
-           });
+    return isPlain && text.size() <= kMaxTextLength &&
+           std::all_of(columns.begin(), columns.end(),
+                       [](const QString& c) { return kOwnTexts.contains(c) || kSharedTexts.contains(c); });
 }
 
 void TPodcastsRowText::Clear() {
@@ -75,7 +75,7 @@ void TPodcastsRowText::Load(SqliteReader& reader, const QStringList& columns) {
                 to->TextOfRow.push_back(found->second);
                 if (!isNew) continue;
             }
-            if (to->Texts.size() + text.size() >= kMostBytes) throw std::bad_alloc();
+            if (to->Texts.size() + text.size() >= kMaxBytes) throw std::bad_alloc();
             to->Begins.push_back(static_cast<std::uint32_t>(to->Texts.size()));
             to->Texts.append(text).push_back('\0');
         }

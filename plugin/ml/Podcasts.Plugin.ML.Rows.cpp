@@ -14,7 +14,7 @@ namespace {
 // Finding one page is faster than sorting all rows, as long as few rows precede the page.
 constexpr qint64 kNearOffset = 1000;
 // The number of kept lists of ids; each takes four bytes for each row.
-constexpr std::size_t kMostKept = 4;
+constexpr std::size_t kMaxKept = 4;
 
 const QString kSelectIDs = QStringLiteral("SELECT PodcastEpisodes.rowid");
 
@@ -84,7 +84,7 @@ auto TPodcastsRows::FindKept(const QString& rows, const QString& order) -> Share
 
 auto TPodcastsRows::Keep(const QString& rows, const QString& order, RowIDs ids) -> SharedRowIDs {
     FKept.push_front({rows, order, std::make_shared<const RowIDs>(std::move(ids))});
-    if (FKept.size() > kMostKept) FKept.pop_back();
+    if (FKept.size() > kMaxKept) FKept.pop_back();
     return FKept.front().IDs;
 }
 

@@ -10,7 +10,7 @@ namespace vexa {
 namespace {
 
 // SQLite's parser fails at about 30 nested groups, and earlier if they are negated.
-constexpr int kDeepestGroup = 100;
+constexpr int kMaxGroupDepth = 100;
 
 TVEXAMLSQLAdapter::FieldMap& SharedFieldMap() {
     static TVEXAMLSQLAdapter::FieldMap map;
@@ -134,7 +134,7 @@ void TVEXAMLSQLAdapter::AddConditions(IVEXAMLDataFilter& filter, bool isAndNeede
 }
 
 void TVEXAMLSQLAdapter::AddGroup(IVEXAMLGroupFilter& group, int depth) {
-    if (depth > kDeepestGroup) throw std::invalid_argument("the filter's groups are nested too deeply");
+    if (depth > kMaxGroupDepth) throw std::invalid_argument("the filter's groups are nested too deeply");
     const std::int32_t operation = ReadPropertyInt32(&group, IVEXAMLGroupFilter::Operation);
     // An unknown operation would be written as OR, which Build would not enclose in parentheses.
     if (operation < IVEXAMLGroupFilter::Or || operation > IVEXAMLGroupFilter::NotAnd)

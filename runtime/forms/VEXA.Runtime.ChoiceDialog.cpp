@@ -13,12 +13,12 @@ namespace {
 
 constexpr QSize kSize(640, 260);
 constexpr int kCaptionWidth = 320, kRowPadding = 4;
-constexpr qsizetype kLongestText = 400;  // letters shown of a row
+constexpr qsizetype kMaxTextLength = 400;  // letters shown of a row
 
 /// `text` on one line, without invisible characters, which may change the direction of the text.
 QString Plain(const QString& text) {
     QString plain;
-    for (const QChar c : text.left(kLongestText))
+    for (const QChar c : text.left(kMaxTextLength))
         if (c.category() != QChar::Other_Format) plain += c.category() == QChar::Other_Control ? QChar(u' ') : c;
     return plain.simplified();
 }

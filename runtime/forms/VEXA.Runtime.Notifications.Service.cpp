@@ -47,7 +47,7 @@ namespace vexa {
 namespace {
 
 constexpr int kAnswerTimeoutMs = 5000;
-constexpr int kLargestPicture = 256;
+constexpr int kMaxPictureSize = 256;
 constexpr char kService[] = "org.freedesktop.Notifications";
 constexpr char kPath[] = "/org/freedesktop/Notifications";
 
@@ -74,8 +74,8 @@ QVariantMap HintsOf(const Notification& notification) {
     QVariantMap hints{{QStringLiteral("urgency"), QVariant::fromValue(uchar(1))}};  // normal
     QImage picture = QImage::fromData(notification.Icon).convertToFormat(QImage::Format_RGBA8888);
     if (picture.isNull()) return hints;
-    if (picture.width() > kLargestPicture || picture.height() > kLargestPicture)
-        picture = picture.scaled(kLargestPicture, kLargestPicture, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    if (picture.width() > kMaxPictureSize || picture.height() > kMaxPictureSize)
+        picture = picture.scaled(kMaxPictureSize, kMaxPictureSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     hints[QStringLiteral("image-data")] =
         QVariant::fromValue(NotificationImage{picture.convertToFormat(QImage::Format_RGBA8888)});
     return hints;

@@ -13,7 +13,7 @@ using fuzzing::Require;
 
 namespace {
 
-constexpr qsizetype kLongestName = 255;  // bytes of a component, the limit of file systems
+constexpr qsizetype kMaxNameLength = 255;  // bytes of a component, the limit of file systems
 
 QStringList Components(QString path) {
     return path.replace(u'\\', u'/').split(u'/');
@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(components.count(QStringLiteral("..")) <= written.count(QStringLiteral("..")),
             "what a feed says climbs out of no folder", name);
     for (const QString& component : components)
-        Require(component.toUtf8().size() <= kLongestName, "a file system takes the name", name);
+        Require(component.toUtf8().size() <= kMaxNameLength, "a file system takes the name", name);
     // A template that begins with a delimiter, or with a macro, may give an absolute name.
     if (!texts[0].startsWith(u'/') && !texts[0].startsWith(u'\\') && !written[0].contains(u'%'))
         Require(!name.startsWith(u'/'), "a relative name stays one", name);

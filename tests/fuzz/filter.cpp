@@ -20,7 +20,7 @@ namespace {
 
 // The depth of nested groups that SQLite's parser accepts for sure; deeper ones may be refused.
 constexpr int kSureDepth = 10;
-constexpr int kMostConditions = 60;
+constexpr int kMaxConditions = 60;
 
 constexpr const char* kFields[] = {"ID",         "FileName",    "Title",  "Artist",   "Category",
                                    "Duration",   "PublishDate", "Author", "FeedName", "URLAudioCached",
@@ -82,7 +82,7 @@ private:
     }
     void Fill(IVEXAMLGroupFilter& group, int depth) {
         WritePropertyInt32(&group, IVEXAMLGroupFilter::Operation, FData.ConsumeIntegralInRange(0, 3));
-        for (int i = FData.ConsumeIntegralInRange(0, 4); i > 0 && FConditions < kMostConditions; --i, ++FConditions) {
+        for (int i = FData.ConsumeIntegralInRange(0, 4); i > 0 && FConditions < kMaxConditions; --i, ++FConditions) {
             switch (FData.ConsumeIntegralInRange(0, 3)) {
                 case 0: {
                     Ref<IVEXAMLGroupFilter> nested;

@@ -178,7 +178,7 @@ TEST(Objects, TheRestOfAStreamIsReplacedCompletelyOrNotAtAll) {
     EXPECT_THROW(ReadRest(*stream, 3), std::runtime_error);
 
     stream->SetSize(1);
-    stream->Seek(MemoryStream::kMostBytes - 1, IVEXAStream::FromBeginning);
+    stream->Seek(MemoryStream::kMaxBytes - 1, IVEXAStream::FromBeginning);
     EXPECT_EQ(ReplaceRest(*stream, "zz"), E_INVALIDARG);
     EXPECT_EQ(stream->GetSize(), 1);
 }

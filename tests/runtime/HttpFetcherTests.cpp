@@ -18,7 +18,7 @@ using tests::Fault;
 using tests::Response;
 using namespace std::chrono_literals;
 
-constexpr qint64 kLargest = 10'000'000;
+constexpr qint64 kMaxBytes = 10'000'000;
 
 /// Several servers, each of which counts as one host.
 class HttpFetching : public testing::Test {
@@ -45,7 +45,7 @@ protected:
     void Want(const QStringList& addresses, bool isSecondTry = false) {
         Fetcher->SetWindow(addresses, [&](const QString&) {
             HttpFetch fetch;
-            fetch.MaxBytes = kLargest;
+            fetch.MaxBytes = kMaxBytes;
             fetch.IsSecondTry = isSecondTry;
             return fetch;
         });

@@ -6,7 +6,6 @@
 #include "VEXA.Runtime.Mutex.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -120,24 +119,16 @@ TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
 /// Speaks SOCKS 5 (RFC 1928) with one client, and answers the request that comes through it.
 class SocksProxy {
 public:
-    SocksProxy() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        if (bind(FListener, generic, size) || listen(FListener, 1) || getsockname(FListener, generic, &size))
-            throw std::runtime_error("the SOCKS proxy cannot listen");
-        Port = ntohs(address.sin_port);
-        FThread = std::thread([this] { Talk(accept4(FListener, nullptr, nullptr, SOCK_CLOEXEC)); });
+    SocksProxy() {
+        FThread = std::thread([this] { Talk(accept4(FListener.Socket, nullptr, nullptr, SOCK_CLOEXEC)); });
     }
     ~SocksProxy() {
-        shutdown(FListener, SHUT_RDWR);
+        shutdown(FListener.Socket, SHUT_RDWR);
         FThread.join();
-        close(FListener);
+        close(FListener.Socket);
     }
 
-    quint16 Port = 0;
+    quint16 Port() const { return FListener.Port; }
     QByteArray Asked;  // to be read after the transfer has ended
 
 private:
@@ -159,13 +150,15 @@ private:
         close(client);
     }
 
-    int FListener;
+    const tests::LoopbackListener FListener{1};
     std::thread FThread;
 };
 
 TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
     SocksProxy socks;
-    SetDesktopProxySource([&](const QUrl&) { return HttpProxy{HttpProxy::Kind::Socks5, u"127.0.0.1"_s, socks.Port}; });
+    SetDesktopProxySource([&](const QUrl&) {
+        return HttpProxy{HttpProxy::Kind::Socks5, u"127.0.0.1"_s, socks.Port()};
+    });
     EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by SOCKS"_s);
     EXPECT_EQ(socks.Asked, QByteArray("\5\1\0\3\x09"
                                       "a.example\0P",

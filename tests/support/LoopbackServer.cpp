@@ -80,17 +80,21 @@ Response Response::To(const QByteArray& requestHead) const {
         .With(Kind, FaultAfter);
 }
 
-LoopbackServer::LoopbackServer() : FListener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+LoopbackListener::LoopbackListener(int backlog) : Socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(FListener, generic, size) || listen(FListener, 64) || getsockname(FListener, generic, &size))
-        throw std::runtime_error("the test server cannot listen");
-    FAddress = QStringLiteral("http://127.0.0.1:%1").arg(ntohs(address.sin_port));
-    FAcceptor = std::thread([this] { Accept(); });
+    if (bind(Socket, generic, size) || listen(Socket, backlog) || getsockname(Socket, generic, &size))
+        throw std::runtime_error("the test cannot listen on 127.0.0.1");
+    Port = ntohs(address.sin_port);
 }
+
+LoopbackServer::LoopbackServer(const LoopbackListener& listener)
+    : FListener(listener.Socket),
+      FAddress(QStringLiteral("http://127.0.0.1:%1").arg(listener.Port)),
+      FAcceptor([this] { Accept(); }) {}
 
 LoopbackServer::~LoopbackServer() {
     {

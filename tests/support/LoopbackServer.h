@@ -49,9 +49,17 @@ struct Response {
     Response To(const QByteArray& requestHead) const;
 };
 
+/// A socket that listens on a free port of 127.0.0.1.
+struct LoopbackListener {
+    explicit LoopbackListener(int backlog);
+
+    int Socket = -1;
+    quint16 Port = 0;
+};
+
 class LoopbackServer {
 public:
-    LoopbackServer();
+    LoopbackServer() : LoopbackServer(LoopbackListener(64)) {}
     ~LoopbackServer();
 
     QString Url(const QString& path) const { return FAddress + path; }
@@ -75,14 +83,15 @@ public:
     }
 
 private:
+    explicit LoopbackServer(const LoopbackListener& listener);
+
     void Accept();
     void Talk(int socket, int connection);
     /// Whether the connection stays open.
     bool Answer(int socket, const QString& path, const Response& response);
 
-    int FListener = -1;
-    QString FAddress;
-    std::thread FAcceptor;
+    const int FListener;
+    const QString FAddress;
     mutable vexa::TMutex FMutex;
     vexa::TCondition FChanged;
     bool FIsStopping VEXA_GUARDED_BY(FMutex) = false;
@@ -91,6 +100,7 @@ private:
     std::vector<Request> FRequests VEXA_GUARDED_BY(FMutex);
     std::set<int> FSockets VEXA_GUARDED_BY(FMutex);
     std::vector<std::thread> FConnections VEXA_GUARDED_BY(FMutex);
+    std::thread FAcceptor;  // starts when all else is there
 };
 
 }  // namespace tests

@@ -14,8 +14,8 @@ namespace vexa::host {
 namespace {
 
 // The longest caption, in average character widths.
-constexpr int kLongestCaption = 60;
-constexpr int kDeepest = 16;
+constexpr int kMaxCaptionLength = 60;
+constexpr int kMaxDepth = 16;
 
 int DpiOf(const QWidget& widget) {
     return static_cast<int>(std::lround(widget.logicalDpiX() * widget.devicePixelRatioF()));
@@ -35,7 +35,7 @@ void Add(QMenu& target, const Ref<MenuManager>& menus, const Ref<IVEXAMenuItem>&
     if (!menus->IsVisible(*item)) return;
     const auto children = menus->Children(*item);
     const QString caption = menus->Caption(*item);
-    QMenu* submenu = children.empty() || depth >= kDeepest ? nullptr : new QMenu(&target);
+    QMenu* submenu = children.empty() || depth >= kMaxDepth ? nullptr : new QMenu(&target);
     QAction* action = submenu ? submenu->menuAction() : new QAction(&target);
     action->setText(MenuText(caption, target.fontMetrics()));
     action->setToolTip(Qt::convertFromPlainText(caption));
@@ -64,7 +64,7 @@ QString MenuText(const QString& caption, const QFontMetrics& font) {
     for (QChar& c : text)
         if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
             c = u' ';
-    text = font.elidedText(text, Qt::ElideRight, kLongestCaption * font.averageCharWidth());
+    text = font.elidedText(text, Qt::ElideRight, kMaxCaptionLength * font.averageCharWidth());
     return text.replace(u'&', QStringLiteral("&&"));
 }
 

@@ -15,7 +15,7 @@ namespace vexa::host {
 namespace {
 
 constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
-constexpr int kCover = 112, kLargestCover = 2 * kCover;
+constexpr int kCover = 112, kMaxCoverSize = 2 * kCover;
 
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
@@ -145,7 +145,7 @@ void DetailsPane::ShowFacts(const Facts& facts) {
                 arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(name).Get(), nullptr, container.Put())))
             cover = ToQImage(container.Get());
         if (!cover.isNull())
-            cover = cover.scaled(kLargestCover, kLargestCover, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+            cover = cover.scaled(kMaxCoverSize, kMaxCoverSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         return [this, cover] { ShowCover(cover); };
     });
 }

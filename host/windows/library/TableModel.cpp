@@ -14,8 +14,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kMostPages = 24;    // pages kept besides those in sight
-constexpr int kMostReloaded = 8;  // pages read again when the selection is spread over many
+constexpr int kMaxPages = 24;    // pages kept besides those in sight
+constexpr int kMaxReloaded = 8;  // pages read again when the selection is spread over many
 
 const QString kNotThere = QStringLiteral("…");
 
@@ -188,7 +188,7 @@ void TableModel::RequestPages() {
             if (isShort) Reload();  // rows were removed since they were counted
         });
     }
-    while (FPages.size() > static_cast<std::size_t>(kMostPages + last - first)) {
+    while (FPages.size() > static_cast<std::size_t>(kMaxPages + last - first)) {
         const bool isLow = first - FPages.begin()->first > FPages.rbegin()->first - last;
         FPages.erase(isLow ? FPages.begin() : std::prev(FPages.end()));
     }
@@ -212,7 +212,7 @@ void TableModel::BeginReload() {
     for (int page = FFirstVisible / kPageSize; page <= FLastVisible / kPageSize; ++page) want(page);
     const QModelIndexList kept = persistentIndexList();
     for (const QModelIndex& index : kept)
-        if (wanted.size() < kMostReloaded) want(index.row() / kPageSize);
+        if (wanted.size() < kMaxReloaded) want(index.row() / kPageSize);
     FReloading.emplace(Reloading());  // clang finds no default constructor in a member of the enclosing class
     for (const int page : wanted) {
         auto ticket = std::make_shared<RowReader::Ticket>();

@@ -29,7 +29,7 @@ void ListeningModel::Update() {
         int place = 0;
         for (const auto& one : addresses) {
             if (place == 0) now.push_back({part, {}});
-            if (part == Part::Begun && place == kMostBegun) break;
+            if (part == Part::Begun && place == kMaxBegun) break;
             now.push_back(entry(one, place++));
         }
     };

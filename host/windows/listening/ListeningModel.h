@@ -14,7 +14,7 @@ namespace vexa::host {
 class ListeningModel final : public QAbstractListModel {
     Q_OBJECT
 public:
-    static constexpr int kMostBegun = 50;
+    static constexpr int kMaxBegun = 50;
     enum class Part { UpNext, Begun };
     struct Entry {
         Part Section;

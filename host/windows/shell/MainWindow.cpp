@@ -28,7 +28,7 @@ namespace vexa::host {
 namespace {
 
 constexpr QSize kFirstSize(1320, 800);
-constexpr std::size_t kMostReported = 3;  // more subscriptions than this are reported by their number only
+constexpr std::size_t kMaxReported = 3;  // more subscriptions than this are reported by their number only
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
@@ -285,10 +285,10 @@ void MainWindow::Export() {
 void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     FLibrary->Reload();
     // Do not ask about every page of a long list.
-    if (outcomes.size() <= kMostReported) FChooser.Ask(outcomes);
+    if (outcomes.size() <= kMaxReported) FChooser.Ask(outcomes);
     // The first start page shows a single result beside its field.
     if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;
-    if (outcomes.size() > kMostReported) {
+    if (outcomes.size() > kMaxReported) {
         std::vector<TaskProblem> problems;
         int subscribed = 0;
         for (const auto& outcome : outcomes) {

@@ -7,10 +7,10 @@ namespace vexa::host {
 
 namespace {
 
-constexpr qsizetype kLongestAddress = 80;  // characters in the question, which cannot break an address into lines
+constexpr qsizetype kMaxAddressLength = 80;  // characters in the question, which cannot break an address into lines
 
 QString Shortened(const QString& address) {
-    return address.size() > kLongestAddress ? address.first(kLongestAddress - 1) + u'…' : address;
+    return address.size() > kMaxAddressLength ? address.first(kMaxAddressLength - 1) + u'…' : address;
 }
 
 }  // namespace
