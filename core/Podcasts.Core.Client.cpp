@@ -17,6 +17,7 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
       FDB(std::make_unique<TPodcastsDB>(dbFileName)),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
+      FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
       FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { RefreshFeedsIfDue(); })) {
     OptionsChanged();
@@ -29,6 +30,7 @@ TPodcastClient::~TPodcastClient() {
     FIsBeingDestroyed = true;
     vexa::WorkerPool::Cancel(FLastRefreshTask, true);
     vexa::WorkerPool::Cancel(FLastDownloadTask, true);
+    FKeptQueue.reset();
     FDownloadQueue.reset();
     FUpdateTimer.reset();
     FRefreshQueue.reset();
@@ -122,8 +124,9 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
             if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
         };
         for (const auto& episode : feed->Episodes()) {
-            FDownloadQueue->Remove(episode->Fields[pefURI]);
-            FDownloadQueue->Remove(MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID]));
+            const QStringList keys{episode->Fields[pefURI], MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID])};
+            for (const QString& key : keys) FDownloadQueue->Remove(key);
+            FKeptQueue->Remove(keys);
             if (QString fileName; deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName)) recycle(fileName);
         }
         if (!deleteCachedFiles) FFeedsWithKeptFiles.insert(feed->ID);
@@ -163,14 +166,19 @@ void TPodcastClient::UpdateState(const QString& episodeKey, TPodcastEpisodeState
 }
 
 void TPodcastClient::DownloadEpisode(const QString& episodeKey) {
-    FDownloadQueue->Add(episodeKey);
-    StartDownloadTask();
+    DownloadEpisodes({episodeKey});
 }
 
 void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
     VEXA_ASSERT_MAIN_THREAD();
     FDownloadQueue->Add(episodeKeys);
+    FKeptQueue->Add(episodeKeys);
     StartDownloadTask();
+}
+
+void TPodcastClient::ResumeDownloads() {
+    const QStringList keys = FKeptQueue->Start();
+    if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
 
 QStringList TPodcastClient::NewEpisodesToDownload() {
@@ -273,7 +281,7 @@ void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) 
 void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
     VEXA_ASSERT_MAIN_THREAD();
     FIsRefreshHeld = true;
-    if (end == TaskEnd::Stopped) DropQueue(*FRefreshQueue, FRefreshOutcomes);
+    if (end != TaskEnd::ByItself) DropQueue(*FRefreshQueue, FRefreshOutcomes);
     NotifyRefreshFeedsFinished(hasNewEpisodes);
     FRefreshTask = 0;
     NotifyDataChanged();
@@ -283,19 +291,21 @@ void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
         qCWarning(vexa::LogRefresh) << "cannot look for new episodes:" << error.what();
     }
     FIsRefreshHeld = false;
-    if (end == TaskEnd::Stopped) FRefreshQueue->Clear();
+    if (end != TaskEnd::ByItself) FRefreshQueue->Clear();
     if (QString late; FRefreshQueue->Peek(late)) StartRefreshTask();
 }
 
 void TPodcastClient::DownloadsComplete(TaskEnd end) {
     VEXA_ASSERT_MAIN_THREAD();
     FAreDownloadsHeld = true;
-    if (end == TaskEnd::Stopped) DropQueue(*FDownloadQueue, FDownloadOutcomes);
+    if (end != TaskEnd::ByItself) DropQueue(*FDownloadQueue, FDownloadOutcomes);
+    if (end == TaskEnd::Cancelled) FKeptQueue->Clear();
     FDownloadTask = 0;
     NotifyDownloadsFinished();
     NotifyDataChanged();
     FAreDownloadsHeld = false;
-    if (end == TaskEnd::Stopped) FDownloadQueue->Clear();
+    if (end != TaskEnd::ByItself) FDownloadQueue->Clear();
+    if (end == TaskEnd::Cancelled) FKeptQueue->Clear();
     if (QString late; FDownloadQueue->Peek(late)) StartDownloadTask();
 }
 

@@ -203,6 +203,11 @@ qint64 TPodcastsDB::GetMoveCount() {
     return cursor ? cursor->Integer64(0) : 0;
 }
 
+qint64 TPodcastsDB::GetFeedsVersion() {
+    const auto cursor = Read("SELECT ifnull(sum(FeedID), 0) FROM PodcastFeeds");  // IDs are never used again
+    return cursor ? cursor->Integer64(0) : 0;
+}
+
 namespace {
 
 /// The statement that finds rows by the digest of an older name; the caller adds conditions.

@@ -35,6 +35,7 @@ constexpr SqlColumn kLogoLookColumns[] = {
     {"LookedAt", Integer},
     {"Outcome", Integer},
 };
+constexpr SqlColumn kQueueColumns[] = {{"Place", Key}, {"EpisodeKey", Text}};
 
 // docs/database.md says what each index is for and what it costs. No index is on a column with the collation UNICODE:
 // its order may change with the version of ICU, and plain sqlite3 could no longer write to the table.
@@ -55,7 +56,7 @@ struct Table {
     std::span<const SqlColumn> Columns;
     std::string_view Constraint = {};
 };
-constexpr std::array<Table, 6> kTables = {{
+constexpr std::array<Table, 7> kTables = {{
     {"PodcastFeeds", kFeedTable},
     // ON CONFLICT REPLACE, because rows of the first layout whose addresses differ only in their scheme get the same
     // URI; otherwise the upgrade would always fail on them.
@@ -64,6 +65,7 @@ constexpr std::array<Table, 6> kTables = {{
     {"PodcastEpisodeNames", kNameColumns},
     {"PodcastFeedDocuments", kDocumentColumns},
     {"PodcastFeedLogoLooks", kLogoLookColumns},
+    {"PodcastQueue", kQueueColumns, "UNIQUE (EpisodeKey) ON CONFLICT IGNORE"},
 }};
 
 constexpr const Table& kEpisodes = kTables[1];

@@ -77,6 +77,12 @@ struct TPodcastLogoLook {
     TPodcastLogoOutcome Outcome = TPodcastLogoOutcome::Failure;
 };
 
+/// A change of the kept download queue.
+struct TPodcastQueueChange {
+    QString EpisodeKey;
+    bool IsQueued = false;  // otherwise it is removed
+};
+
 class TPodcastsDB final : public vexa::SqliteDatabase {
 public:
     using FeedVisitor = std::function<void(const QString& urlFeed, const QString& name, int count)>;
@@ -141,6 +147,8 @@ public:
     QStringList FindByOlderGUID(int feedID, const QString& digits);
     /// A number that grows whenever episodes get other URIs, whichever program has changed them.
     qint64 GetMoveCount();
+    /// A number that changes when feeds are added or removed, whichever program has done that.
+    qint64 GetFeedsVersion();
     /// The number of rows that a key names.
     int CountEpisodes(const QString& episodeKey);
     void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
@@ -171,6 +179,10 @@ public:
     bool IsFileOfAnotherFeed(const QString& fileName, int feedID);
     /// Marks every episode that records this file as not cached, if the file is gone.
     void ForgetMissingFile(const QString& fileName);
+
+    /// The kept download queue: keys in the order in which they were queued.
+    QStringList GetKeptQueue();
+    void ChangeKeptQueue(const std::vector<TPodcastQueueChange>& changes);
 
     /// Logos: the bytes of the image file, unchanged as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);

@@ -96,8 +96,11 @@ void TPodcastClientTaskDownloadEpisodes::Execute() {
         } catch (const std::exception& error) {
             outcome.Error = QString::fromUtf8(error.what());
             FClient.FDownloadOutcomes.Add(outcome);
+            FClient.FKeptQueue->Remove({key});
             throw;
         }
+        // If it is cancelled, the completion knows whether the user has done that, or the program's end.
+        if (!IsCancelled()) FClient.FKeptQueue->Remove({key});
         if (!outcome.Error.isEmpty() && !IsCancelled())
             qCWarning(vexa::LogDownload).noquote() << "cannot download an episode:" << outcome.Error;
         FClient.FDownloadOutcomes.Add(std::move(outcome));

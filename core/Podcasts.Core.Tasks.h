@@ -16,7 +16,9 @@ public:
 
 protected:
     TPodcastClient::TaskEnd End() const {
-        return IsCancelled() || HasFailed() ? TPodcastClient::TaskEnd::Stopped : TPodcastClient::TaskEnd::ByItself;
+        using enum TPodcastClient::TaskEnd;
+        if (IsCancelled()) return Cancelled;
+        return HasFailed() ? Failed : ByItself;
     }
 
     TPodcastClient& FClient;

@@ -6,6 +6,7 @@
 
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Core.FetchRun.h"
+#include "Podcasts.Core.KeptQueue.h"
 #include "Podcasts.Core.Options.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Mutex.h"
@@ -231,6 +232,9 @@ public:
     void DownloadEpisodes(const QStringList& episodeKeys);
     /// Downloads every new episode without a cached file.
     void DownloadNewEpisodes();
+    /// Downloads what was queued when the program last ended, and keeps the queue in the database from now on. A
+    /// download that fails is not kept. Without this call the queue is forgotten at the end.
+    void ResumeDownloads();
     /// The keys of the episodes that DownloadNewEpisodes downloads, newest first; episodes without audio are left out.
     QStringList NewEpisodesToDownload();
     /// Cancels the downloads and waits; when it returns, listeners have been notified of the end.
@@ -255,8 +259,9 @@ private:
 
     /// How a task ended, for its completion.
     enum class TaskEnd {
-        ByItself,  // the queue was empty: items that have been added since then are kept for another task
-        Stopped,   // cancelled or failed: the remaining items are dropped
+        ByItself,   // the queue was empty: items that have been added since then are kept for another task
+        Cancelled,  // the remaining items are dropped
+        Failed,     // the same, but the next start may go on with downloads
     };
 
     /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.
@@ -285,6 +290,7 @@ private:
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
     std::unique_ptr<TPodcastClientQueue> FDownloadQueue;
+    std::unique_ptr<TPodcastKeptQueue> FKeptQueue;
     std::unique_ptr<TPodcastClientOptions> FOptions;
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;

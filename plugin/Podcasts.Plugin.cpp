@@ -137,6 +137,7 @@ void TVEXAPodcastsPlugin::Start() {
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
     RegisterMenuCommands(*FClient);
     LoadSettings();
+    FClient->ResumeDownloads();
     FClient->RefreshFeedsOnStartup();
 }
 

@@ -219,6 +219,43 @@ TEST_F(ClientDownload, IsCancelledWithEverythingQueuedAndEndsQuietlyWithTheClien
     EXPECT_EQ(CachedFile("/2.mp3"), "");
 }
 
+TEST_F(ClientDownload, WhatHasNotEndedGoesOnAtTheNextStart) {
+    const auto keptAfterTheEnd = [&] {
+        Client.reset();
+        Open();
+        return Client->DB().GetKeptQueue();
+    };
+    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3"}, {"4", "/missing.mp3"}});
+    Subscribe("b", {{"5", "/5.mp3"}});
+    ServeAudio({"/1.mp3", "/3.mp3"});
+    const QStringList keys{Key("/3.mp3"), Key("/5.mp3"), Key("/2.mp3"), Key("/missing.mp3"), Key("/1.mp3")};
+    StartAndStall(keys, "/2.mp3", AudioFile("a/2.mp3"));
+    EXPECT_EQ(keptAfterTheEnd(), QStringList()) << "nobody asked for it";
+
+    Client->ResumeDownloads();
+    StartAndStall(keys, "/2.mp3", AudioFile("a/2.mp3"));
+    EXPECT_EQ(keptAfterTheEnd(), keys.first(3)) << "the last two have ended, one with an error";
+
+    EXPECT_EQ(Client->Unsubscribe(Server.Url("/b"), true), QStringList());  // as by another program
+    ServeAudio({"/2.mp3"});
+    Server.Forget();
+    Client->ResumeDownloads();
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(Server.Paths(), QStringList({"/2.mp3", "/3.mp3"}));
+    EXPECT_EQ(keptAfterTheEnd(), QStringList());
+
+    for (const bool isCancelled : {true, false}) {
+        Subscribe("c", {{"6", "/6.mp3"}, {"7", "/7.mp3"}});
+        Client->ResumeDownloads();
+        StartAndStall({Key("/6.mp3"), Key("/7.mp3")}, "/7.mp3", AudioFile("c/7.mp3"));
+        if (isCancelled)
+            Client->CancelDownloads();
+        else
+            Client->Unsubscribe(Server.Url("/c"), true);
+        EXPECT_EQ(keptAfterTheEnd(), QStringList()) << "cancelled: " << isCancelled;
+    }
+}
+
 TEST_F(ClientDownload, SkipsEpisodesOfAFeedUnsubscribedMeanwhile) {
     Subscribe("a", {{"1", "/1.mp3"}});
     Subscribe("b", {{"2", "/2.mp3"}, {"3", "/3.mp3"}, {"4", "/4.mp3"}});
