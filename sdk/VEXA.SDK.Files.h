@@ -178,13 +178,14 @@ protected:
 /// it keeps, so that positions and playlists follow. An address that names an item at present has not moved, whatever
 /// it named before. Any thread.
 struct IVEXAFileSystemCommandPresentAddress : IUnknown {
-    static constexpr Guid IID = ParseGuid("{77288258-5DAD-4C01-A044-D5210C52FF0F}");
+    static constexpr Guid IID = ParseGuid("{A1D476C1-49B3-4151-8BA5-314655E08A55}");
 
     /// 3: S_OK: the address had moved, and `address` now holds the present one; S_FALSE: it is the present one; E_FAIL:
     /// it names no known item, or cannot be looked up now. Only S_OK changes `address`.
     virtual HResult GetPresentAddress(IVEXAString* address) noexcept = 0;
     /// 4: The same for many addresses. `addresses` holds IVEXAString objects of the caller, whose texts are replaced by
-    /// the present addresses; those that name no known item, and other objects, stay unchanged. `moveCount`: the value
+    /// the present addresses; those that could name an item but name none become empty, and other texts and objects
+    /// stay unchanged. `moveCount`: the value
     /// of GetMoveCount when these were the present addresses; an address that names another item by now is then
     /// followed to the item that it named at that time. Below 0: not known. S_OK: at least one text was changed;
     /// S_FALSE: none; E_FAIL: the addresses cannot be looked up now, and none was changed.
@@ -192,6 +193,9 @@ struct IVEXAFileSystemCommandPresentAddress : IUnknown {
     /// 5: A number that grows whenever addresses have moved, whichever process moved them; while it is unchanged there
     /// is nothing new to ask for. E_FAIL when it cannot be read now. Must be cheap.
     virtual HResult GetMoveCount(std::int64_t* count) noexcept = 0;
+    /// 6: A number that changes whenever items may have come or gone without a move, as when the user unsubscribes from
+    /// a feed. Otherwise as GetMoveCount.
+    virtual HResult GetContentVersion(std::int64_t* version) noexcept = 0;
 
 protected:
     ~IVEXAFileSystemCommandPresentAddress() = default;

@@ -95,7 +95,7 @@ public:
     qlonglong Position() const;
     bool CanGoNext() const { return FPlayback.HasNext(); }
     bool HasTrack() const { return !FPlayback.Current().Address.isEmpty(); }
-    bool CanPlay() const { return HasTrack() || !FPlayback.SavedPositions().Begun().empty(); }
+    bool CanPlay() const { return HasTrack() || FPlayback.SavedPositions().LastHeard(); }
     bool CanControl() const { return true; }
 
 public Q_SLOTS:

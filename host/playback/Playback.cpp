@@ -166,7 +166,7 @@ void Playback::Resume() {
             return Start(QString(FCurrent.Address));
         case State::Stopped:
             // The user has not chosen anything yet: go on with the file heard last.
-            if (!FPositions.Begun().empty()) Start(QString(FPositions.Begun().front().Address));
+            if (const HeardFile* last = FPositions.LastHeard()) Start(QString(last->Address));
             return;
         default:
             return;
@@ -374,6 +374,13 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     SaveSoon();
     Q_EMIT AddressesMoved(moves);
     if (isCurrent) Q_EMIT CurrentChanged();
+    Q_EMIT PositionsChanged();
+    Q_EMIT UpNextChanged();
+}
+
+void Playback::OnAddressesGone(const QSet<QString>& gone) {
+    if (!FPositions.SetGone(gone)) return;
+    SaveSoon();
     Q_EMIT PositionsChanged();
     Q_EMIT UpNextChanged();
 }

@@ -145,6 +145,7 @@ private:
 
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override;
+    void OnAddressesGone(const QSet<QString>& gone) override;
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);

@@ -69,6 +69,11 @@ const HeardFile* Positions::Find(const QString& address) const {
     return found == FBegun.end() ? nullptr : &*found;
 }
 
+const HeardFile* Positions::LastHeard() const {
+    const auto found = std::find_if(FBegun.begin(), FBegun.end(), [](const auto& file) { return !file.IsGone; });
+    return found == FBegun.end() ? nullptr : &*found;
+}
+
 void Positions::Leave(const QString& address, double position, double duration) {
     VEXA_ASSERT_MAIN_THREAD();
     const double rest = std::min(kEndSeconds, kEndShare * duration);
@@ -101,6 +106,15 @@ bool Positions::Move(const AddressMoves& moves) {
     FBegun = std::move(begun);
     FUpNext = next;
     return FIsChanged = true;
+}
+
+bool Positions::SetGone(const QSet<QString>& gone) {
+    VEXA_ASSERT_MAIN_THREAD();
+    bool isChanged = false;
+    for (HeardFile& file : FBegun) isChanged |= std::exchange(file.IsGone, gone.contains(file.Address)) != file.IsGone;
+    const auto removed = FUpNext.removeIf([&](const QString& address) { return gone.contains(address); });
+    FIsChanged |= removed > 0;
+    return isChanged || removed > 0;
 }
 
 void Positions::SetSpeed(const QString& album, double speed) {

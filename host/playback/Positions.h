@@ -10,6 +10,7 @@
 #include "VEXA.Runtime.Threads.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 
 #include <atomic>
@@ -21,7 +22,8 @@ namespace vexa::host {
 struct HeardFile {
     QString Address;
     double Position = 0, Duration = 0;  // seconds; a duration of 0 is unknown
-    qint64 LeftAt = 0;  // when it was left, in ms since 1970 by the clock of that time; only for display
+    qint64 LeftAt = 0;    // when it was left, in ms since 1970 by the clock of that time; only for display
+    bool IsGone = false;  // the address names nothing now; the position is kept in case the file comes back
 };
 
 class Positions {
@@ -37,6 +39,8 @@ public:
     const HeardFile* Find(const QString& address) const;
     /// The files that were begun and not heard to their end, the last heard first.
     const std::vector<HeardFile>& Begun() const noexcept { return FBegun; }
+    /// The file of these that was heard last, of those that are there; null when there is none.
+    const HeardFile* LastHeard() const;
     /// Stores where a file was left. A file left at its beginning, or so near its end that it counts as heard, is
     /// forgotten.
     void Leave(const QString& address, double position, double duration);
@@ -46,6 +50,9 @@ public:
     /// Replaces moved addresses. Where several files have become one, the position of the file heard last is kept.
     /// False when none of the addresses is stored here.
     bool Move(const AddressMoves& moves);
+
+    /// Removes files that are gone from those to play next, and marks the begun ones. False when nothing has changed.
+    bool SetGone(const QSet<QString>& gone);
 
     /// The speed of an album; 1 when none is stored.
     double Speed(const QString& album) const { return FSpeeds.value(album, 1); }

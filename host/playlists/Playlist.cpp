@@ -138,6 +138,13 @@ void Playlist::Remove(const std::vector<int>& indexes) {
     Notify(PlaylistObserver::Change::Entries);
 }
 
+void Playlist::RemoveFiles(const QSet<QString>& files) {
+    std::vector<int> indexes;
+    for (int i = 0; i < Count(); ++i)
+        if (files.contains(FEntries[static_cast<std::size_t>(i)].File)) indexes.push_back(i);
+    if (!indexes.empty()) Remove(indexes);
+}
+
 void Playlist::MoveFiles(const AddressMoves& moves) {
     if (std::none_of(FEntries.begin(), FEntries.end(), [&](const auto& entry) { return moves.contains(entry.File); }))
         return;

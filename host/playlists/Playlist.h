@@ -6,6 +6,7 @@
 #include "VEXA.SDK.Playlists.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 
 #include <vector>
@@ -70,6 +71,8 @@ public:
     /// Replaces files by their new names. Where entries of different files become entries of the same file, only those
     /// of the file that came first stay.
     void MoveFiles(const AddressMoves& moves);
+    /// Removes all entries of these files.
+    void RemoveFiles(const QSet<QString>& files);
     /// Sets text and group of the entries that have none yet, by file.
     void Describe(const QHash<QString, PlaylistDescription>& files);
 

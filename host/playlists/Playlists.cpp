@@ -183,6 +183,11 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
     for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists) playlist->MoveFiles(moves);
 }
 
+void PlaylistManager::OnAddressesGone(const QSet<QString>& gone) {
+    for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists)
+        if (!playlist->IsSmart()) playlist->RemoveFiles(gone);
+}
+
 void PlaylistManager::OnStorageAdded(const QString&) {
     FUnknown.clear();  // the storage's plug-in may know these files
     DescribeLater();

@@ -80,6 +80,7 @@ private:
     void OnStorageAdded(const QString&) override;
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override;
+    void OnAddressesGone(const QSet<QString>& gone) override;
 
     void Load();
     QString UniqueName(const QString& wanted) const;

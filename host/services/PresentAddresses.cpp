@@ -25,9 +25,14 @@ const QString kCount = QStringLiteral("count");
 // A file system is asked about so many addresses in one call, so that Stop need not wait for all of a large playlist.
 constexpr qsizetype kAtOnce = 1000;
 
+struct Found {
+    AddressMoves Moves;
+    QSet<QString> Gone;
+};
+
 /// Nothing when a file system failed to answer, or `isStopped` was set.
-std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
-                                      const MoveCounts& followed, const std::atomic<bool>& isStopped) {
+std::optional<Found> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
+                               const MoveCounts& followed, const std::atomic<bool>& isStopped) {
     QHash<QString, QStringList> byScheme;
     QSet<QString> seen;
     for (const QString& address : addresses) {
@@ -36,7 +41,7 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
         seen.insert(address);
         byScheme[scheme] += address;
     }
-    AddressMoves moves;
+    Found found;
     for (auto group = byScheme.cbegin(); group != byScheme.cend(); ++group) {
         const auto command = Query<Command>(fileSystems.Find(group.key()).Get());
         const auto count = followed.find(group.key());
@@ -52,11 +57,14 @@ std::optional<AddressMoves> FindMoves(const FileSystemService& fileSystems, cons
             for (std::size_t i = 0; result == S_OK && i < texts.size(); ++i) {
                 const QString& before = asked[static_cast<qsizetype>(i)];
                 const QString present = ToQString(texts[i].Get());
-                if (present != before && !present.isEmpty()) moves.insert(before, present);
+                if (present.isEmpty())
+                    found.Gone.insert(before);
+                else if (present != before)
+                    found.Moves.insert(before, present);
             }
         }
     }
-    return moves;
+    return found;
 }
 
 /// Runs `work` on the worker, then `then` on the main thread with its result, or with nothing when it threw.
@@ -99,6 +107,7 @@ void PresentAddresses::Start() {
     VEXA_ASSERT_MAIN_THREAD();
     FIsStopped = false;
     FCounts.clear();
+    FVersions.clear();
     CheckMovesSoon();
 }
 
@@ -147,33 +156,36 @@ QString PresentAddresses::Present(const QString& address) const {
 void PresentAddresses::CheckMoves() {
     if (FIsChecking || !std::exchange(FIsCheckDue, false)) return;
     const auto count = [systems = FFileSystems] {
-        MoveCounts counts;
+        std::pair<MoveCounts, MoveCounts> read;
         for (const auto& [scheme, system] : systems->All()) {
             const auto command = Query<Command>(system.Get());
-            std::int64_t moves = 0;
-            if (command && Succeeded(command->GetMoveCount(&moves))) counts.insert_or_assign(scheme, moves);
+            std::int64_t number = 0;
+            if (command && Succeeded(command->GetMoveCount(&number))) read.first.insert_or_assign(scheme, number);
+            if (command && Succeeded(command->GetContentVersion(&number))) read.second.insert_or_assign(scheme, number);
         }
-        return counts;
+        return read;
     };
-    Run(FChecker, FIsChecking, count, [this](const std::optional<MoveCounts>& counts) {
-        if (counts && *counts != FCounts)
-            AskKept(*counts);
+    Run(FChecker, FIsChecking, count, [this](const auto& read) {
+        if (read && (read->first != FCounts || read->second != FVersions))
+            AskKept(read->first, read->second);
         else
             CheckMoves();
     });
 }
 
-void PresentAddresses::AskKept(const MoveCounts& counts) {
+void PresentAddresses::AskKept(const MoveCounts& counts, const MoveCounts& versions) {
     QStringList kept;
     for (const AddressKeeper* keeper : FKeepers) kept += keeper->KeptAddresses();
     const auto find = [this, kept, systems = FFileSystems, followed = FFollowed] {
         return FindMoves(*systems, kept, followed, FIsStopped);
     };
-    Run(FChecker, FIsChecking, find, [this, counts](const auto& moves) {
+    Run(FChecker, FIsChecking, find, [this, counts, versions](const auto& found) {
         // Without an answer, FCounts stays, so that all is asked again after the next change.
-        if (moves && *moves) {
+        if (found && *found) {
             FCounts = counts;
-            Notify(**moves);
+            FVersions = versions;
+            Notify((*found)->Moves);
+            ForEachKeeper([&](AddressKeeper& keeper) { keeper.OnAddressesGone((*found)->Gone); });
             if (std::exchange(FFollowed, counts) != counts) SaveFollowed();
         }
         CheckMoves();
@@ -195,7 +207,7 @@ void PresentAddresses::Answer() {
         return FindMoves(*systems, asked, followed, FIsStopped);
     };
     Run(FAnswerer, FIsAnswering, find, [this](const auto& found) {
-        const AddressMoves moves = found ? found->value_or(AddressMoves()) : AddressMoves();
+        const AddressMoves moves = found ? found->value_or(Found()).Moves : AddressMoves();
         const Then call = std::move(FRequests.front().Call);
         FRequests.pop_front();
         if (!moves.isEmpty()) CheckMovesSoon();  // other kept addresses may have moved, too
@@ -206,9 +218,13 @@ void PresentAddresses::Answer() {
 }
 
 void PresentAddresses::Notify(const AddressMoves& moves) {
-    if (moves.isEmpty()) return;
+    if (!moves.isEmpty()) ForEachKeeper([&](AddressKeeper& keeper) { keeper.OnAddressesMoved(moves); });
+}
+
+/// A keeper may be removed by what an earlier one does.
+void PresentAddresses::ForEachKeeper(const std::function<void(AddressKeeper&)>& visit) {
     for (const auto keepers = FKeepers; AddressKeeper * keeper : keepers)
-        if (std::find(FKeepers.begin(), FKeepers.end(), keeper) != FKeepers.end()) keeper->OnAddressesMoved(moves);
+        if (std::find(FKeepers.begin(), FKeepers.end(), keeper) != FKeepers.end()) visit(*keeper);
 }
 
 }  // namespace vexa::host

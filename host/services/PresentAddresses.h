@@ -8,8 +8,8 @@
 //     host.Addresses().Ask(files, [](const auto& moves) { … });    // asks about some, such as those of rows not found
 //
 // All kept addresses are asked about after a plug-in was loaded, and again when a storage's data changed or one of its
-// tasks began or ended, if a file system's count of moves has grown since. Addresses that a file system does not know
-// stay as they are.
+// tasks began or ended, if a file system's count of moves has grown since, or its files may have gone. Addresses of
+// schemes that no file system has stay as they are.
 //
 // A kept address may meanwhile name something else, as where a publisher always puts the newest file at one address. So
 // the counts of moves up to which the kept addresses are up to date are stored, too, in the profile's Addresses.json,
@@ -21,6 +21,7 @@
 #include "LatestTask.h"
 #include "MusicLibrary.h"
 
+#include <QSet>
 #include <QStringList>
 
 #include <atomic>
@@ -39,12 +40,14 @@ public:
     virtual QStringList KeptAddresses() const = 0;
     /// Addresses have moved; `moves` may contain addresses that only other keepers keep.
     virtual void OnAddressesMoved(const AddressMoves& moves) = 0;
+    /// All kept addresses were asked about; `gone` are those that name nothing any more, of this keeper and others.
+    virtual void OnAddressesGone(const QSet<QString>& gone) { static_cast<void>(gone); }
 
 protected:
     ~AddressKeeper() = default;
 };
 
-/// Counts of moves by the file system's scheme.
+/// Counts of moves, or versions of the content, by the file system's scheme.
 using MoveCounts = std::map<QString, std::int64_t>;
 
 class PresentAddresses final : private MusicLibraryListener {
@@ -91,17 +94,18 @@ private:
 
     void CheckMovesSoon();
     void CheckMoves();
-    void AskKept(const MoveCounts& counts);
+    void AskKept(const MoveCounts& counts, const MoveCounts& versions);
     void SaveFollowed() const;
     void Answer();
     void Notify(const AddressMoves& moves);
+    void ForEachKeeper(const std::function<void(AddressKeeper&)>& visit);
 
     const Ref<FileSystemService> FFileSystems;
     const Ref<MusicLibraryService> FLibrary;
     std::vector<AddressKeeper*> FKeepers;
     std::atomic<bool> FIsStopped{true};  // the workers read it, too, and stop asking
     bool FIsCheckDue = false;            // the counts of moves are to be asked for
-    MoveCounts FCounts;                  // as read before the kept addresses were last asked about; empty after Start
+    MoveCounts FCounts, FVersions;       // as read before the kept addresses were last asked about; empty after Start
     MoveCounts FFollowed;                // up to which the kept addresses are up to date; survives in FFile
     JsonFile FFile;                      // stores FFollowed
     std::deque<Request> FRequests;

@@ -33,12 +33,12 @@ bool HasPodcastScheme(const QString& address) {
 }
 
 /// The present address of the episode that `address` named when GetMoveCount returned `moveCount` (negative: not
-/// known); empty when it names no episode.
-QString PresentAddress(TPodcastsDB& db, const QString& address, std::int64_t moveCount) {
+/// known); empty when that episode is not stored, nothing when `address` is not one of an episode.
+std::optional<QString> PresentAddress(TPodcastsDB& db, const QString& address, std::int64_t moveCount) {
     QString episodeKey;
-    if (!TVEXAPodcastsFileManager::ParseURI(address, episodeKey)) return {};
+    if (!TVEXAPodcastsFileManager::ParseURI(address, episodeKey)) return std::nullopt;
     const auto episode = db.GetEpisodeOf(episodeKey, moveCount);
-    if (!episode) return {};
+    if (!episode) return QString();
     // A URI without our scheme, or a URI that looks like the older form, would not lead back to this episode.
     const QString& uri = episode->Fields[pefURI];
     return TVEXAPodcastsFileManager::ParseURI(uri, episodeKey) && episodeKey == uri ? uri : address;
@@ -46,6 +46,18 @@ QString PresentAddress(TPodcastsDB& db, const QString& address, std::int64_t mov
 
 void SetText(IVEXAString& to, const QString& text) {
     RaiseIfFailed(to.SetChars(reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::int32_t>(text.size())));
+}
+
+HResult ReadNumber(const char* what, std::int64_t* number, qint64 (TPodcastsDB::*read)()) {
+    if (!number) return E_POINTER;
+    *number = 0;
+    const auto look = [&] {
+        const auto client = TPodcastsClientPass::Enter();
+        if (!client) return E_FAIL;
+        *number = (client->DB().*read)();
+        return S_OK;
+    };
+    return GuardedCall(what, look, E_FAIL);
 }
 
 QString FirstOf(const QString& text, const QString& otherwise) {
@@ -248,10 +260,10 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddress(IVEXAString* address) noexcep
     const auto look = [&] {
         const auto client = TPodcastsClientPass::Enter();
         const QString before = FromHostString(address);
-        const QString present = client ? PresentAddress(client->DB(), before, -1) : QString();
-        if (present.isEmpty()) return E_FAIL;
-        if (present == before) return S_FALSE;
-        SetText(*address, present);
+        const auto present = client ? PresentAddress(client->DB(), before, -1) : std::nullopt;
+        if (!present || present->isEmpty()) return E_FAIL;
+        if (*present == before) return S_FALSE;
+        SetText(*address, *present);
         return S_OK;
     };
     return GuardedCall("looking for an episode's present address", look, E_FAIL);
@@ -269,8 +281,8 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses,
             Ref<IVEXAString> text;
             if (Failed(addresses->GetObject(i, IVEXAString::IID, text.PutVoid()))) continue;
             const QString before = FromHostString(text.Get());
-            QString present = PresentAddress(client->DB(), before, moveCount);
-            if (!present.isEmpty() && present != before) moved.emplace_back(std::move(text), std::move(present));
+            auto present = PresentAddress(client->DB(), before, moveCount);
+            if (present && *present != before) moved.emplace_back(std::move(text), std::move(*present));
         }
         for (const auto& [text, present] : moved) SetText(*text, present);
         return moved.empty() ? S_FALSE : S_OK;
@@ -279,15 +291,11 @@ HResult TVEXAPodcastsFileSystem::GetPresentAddresses(IVEXAObjectList* addresses,
 }
 
 HResult TVEXAPodcastsFileSystem::GetMoveCount(std::int64_t* count) noexcept {
-    if (!count) return E_POINTER;
-    *count = 0;
-    const auto read = [&] {
-        const auto client = TPodcastsClientPass::Enter();
-        if (!client) return E_FAIL;
-        *count = client->DB().GetMoveCount();
-        return S_OK;
-    };
-    return GuardedCall("counting moved episodes", read, E_FAIL);
+    return ReadNumber("counting moved episodes", count, &TPodcastsDB::GetMoveCount);
+}
+
+HResult TVEXAPodcastsFileSystem::GetContentVersion(std::int64_t* version) noexcept {
+    return ReadNumber("looking for added and removed feeds", version, &TPodcastsDB::GetFeedsVersion);
 }
 
 }  // namespace podcasts

@@ -82,6 +82,7 @@ public:
     vexa::HResult GetPresentAddress(vexa::IVEXAString* address) noexcept override;
     vexa::HResult GetPresentAddresses(vexa::IVEXAObjectList* addresses, std::int64_t moveCount) noexcept override;
     vexa::HResult GetMoveCount(std::int64_t* count) noexcept override;
+    vexa::HResult GetContentVersion(std::int64_t* version) noexcept override;
 
 protected:
     void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, vexa::HResult& result) override;

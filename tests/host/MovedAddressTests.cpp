@@ -2,6 +2,7 @@
 
 #include "EpisodeStorage.h"
 #include "LibraryController.h"
+#include "ListeningModel.h"
 #include "MovingFiles.h"
 #include "Waiting.h"
 
@@ -74,6 +75,45 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     EXPECT_EQ(Files(*again),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
     EXPECT_EQ(Moving->AskedSince(), 2) << "the count up to which moves were followed";
+}
+
+TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
+    const QStringList all{"episode://a", "episode://b", "/music/c.mp3"};
+    const Ref<Playlist> list = Host.Playlists().Create("P", true);
+    list->Add(all + all);
+    {
+        Positions earlier(Profile.Path());
+        earlier.Leave("episode://b", 20, 100);
+        earlier.Leave("episode://a", 10, 100);
+        earlier.Save();
+    }
+    Playback player(Host, QStringLiteral("fakesink"));
+    player.SetUpNext(all + all);
+    ListeningModel model(Host, player);
+    const auto offered = [&] {
+        QStringList files;
+        for (int i = 0; i < model.rowCount(); ++i)
+            if (const auto* entry = model.At(model.index(i)); entry && entry->Section == ListeningModel::Part::Begun)
+                files += entry->Address;
+        return files;
+    };
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(offered(), all.first(2));
+    Moving->Fail(true);
+    Moving->Remove("episode://a");
+    ASSERT_TRUE(Change());
+    EXPECT_EQ(Files(*list), all + all) << "nothing is known of it while nobody answers";
+    Moving->Fail(false);
+    ASSERT_TRUE(Change());
+    const QStringList left{"episode://b", "/music/c.mp3", "episode://b", "/music/c.mp3"};
+    EXPECT_EQ(Files(*list), left);
+    EXPECT_EQ(player.UpNext(), left);
+    EXPECT_EQ(offered(), QStringList("episode://b"));
+    EXPECT_EQ(player.SavedPositions().LastHeard()->Address, "episode://b");
+    Moving->Restore("episode://a");  // subscribed again
+    ASSERT_TRUE(Change());
+    EXPECT_EQ(offered(), all.first(2));
+    EXPECT_EQ(player.SavedPositions().Find("episode://a")->Position, 10);
 }
 
 TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {

@@ -25,6 +25,18 @@ public:
         FMoves.insert(before, present);
         if (isCounted) ++FCount;
     }
+    /// The file is gone, and its address names nothing from now on.
+    void Remove(const QString& address) {
+        const TLock lock(FMutex);
+        FMoves.insert(address, QString());
+        ++FVersion;
+    }
+    /// The file is back.
+    void Restore(const QString& address) {
+        const TLock lock(FMutex);
+        FMoves.remove(address);
+        ++FVersion;
+    }
     /// Whether all questions fail from now on.
     void Fail(bool fails) {
         const TLock lock(FMutex);
@@ -75,11 +87,16 @@ public:
         *count = FCount;
         return S_OK;
     }
+    HResult GetContentVersion(std::int64_t* version) noexcept override {
+        const TLock lock(FMutex);
+        *version = FVersion;
+        return S_OK;
+    }
 
 private:
     TMutex FMutex;
     QHash<QString, QString> FMoves VEXA_GUARDED_BY(FMutex);
-    std::int64_t FCount VEXA_GUARDED_BY(FMutex) = 0;
+    std::int64_t FCount VEXA_GUARDED_BY(FMutex) = 0, FVersion VEXA_GUARDED_BY(FMutex) = 0;
     bool FFails VEXA_GUARDED_BY(FMutex) = false;
     QStringList FAsked VEXA_GUARDED_BY(FMutex);
     std::int64_t FAskedSince VEXA_GUARDED_BY(FMutex) = 0;

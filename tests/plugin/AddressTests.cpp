@@ -235,6 +235,12 @@ protected:
         return count;
     }
 
+    std::int64_t Version() {
+        std::int64_t version = -1;
+        EXPECT_EQ(Files->GetContentVersion(&version), S_OK);
+        return version;
+    }
+
     LoopbackServer Server;
     Ref<Command> Files;
 };
@@ -283,15 +289,18 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     for (const auto& c : cases) {
         const auto text = host::MakeString(c.Address);
         EXPECT_EQ(Files->GetPresentAddress(text.Get()), c.Result) << c.Address.toStdString();
+        const QString after = c.Result == S_OK ? c.Present : c.Address;
+        EXPECT_EQ(host::ToQString(text.Get()), after);
         all += c.Address;
-        present += c.Result == S_OK ? c.Present : c.Address;
-        EXPECT_EQ(host::ToQString(text.Get()), present.last());
+        // Among many, an address of an episode that is not there becomes empty.
+        present += c.Result == E_FAIL && c.Address.startsWith(u"podcast:") ? QString() : after;
     }
     const auto list = host::MakeStringList(all);
     list->Insert(0, Ref<IUnknown>(Files.Get()).Get());  // not a text: ignored
     EXPECT_EQ(Files->GetPresentAddresses(list.Get(), -1), S_OK);
     EXPECT_EQ(host::ToQStringList(list.Get()), present);
-    EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Of("e.mp3")}).Get(), -1), S_FALSE);
+    EXPECT_EQ(Files->GetPresentAddresses(host::MakeStringList({Of("a2.mp3"), Server.Url("/e.mp3")}).Get(), -1),
+              S_FALSE);
     EXPECT_EQ(Files->GetPresentAddresses(Ref<IVEXAObjectList>(new host::ObjectList).Get(), -1), S_FALSE);
 
     // A change of only the token counts as a move, too.
@@ -303,6 +312,10 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     Run({"refresh"});
     EXPECT_GT(Count(), count);
     EXPECT_EQ(Host.Addresses().Present(Of("b.mp3?token=1")), Of("b.mp3?token=3"));
+
+    const auto version = Version();
+    Run({"unsubscribe", Server.Url("/feed")});
+    EXPECT_NE(Version(), version);
 
     Host.UnloadPlugins();
     std::int64_t none = 0;
@@ -322,7 +335,7 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
         for (const auto& entry : list->Entries()) names += entry.File;
         return names;
     };
-    const QStringList expected{Of("a2.mp3"), Of("c.mp3"), Of("gone.mp3")};
+    const QStringList expected{Of("a2.mp3"), Of("c.mp3")};
     EXPECT_TRUE(WaitUntil([&] { return files() == expected; })) << files().join(' ').toStdString();
 }
 

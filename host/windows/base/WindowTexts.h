@@ -23,6 +23,10 @@ public:
         const auto place = text.indexOf(QLatin1String("%s"));
         return place < 0 ? text : text.replace(place, 2, value);
     }
+    /// A text of the controls of playback.
+    QString Player(const char* key, int part = 0) const {
+        return FLanguage.Text(u"Player\\" + QString::fromLatin1(key), part);
+    }
     /// Texts about the rows of a storage: the language's texts for this storage, else the window's general ones.
     enum class RowText { Search, Name, Count, NothingSelected };
     QString Rows(const QString& storageID, RowText which) const {

@@ -36,7 +36,9 @@ void ListeningModel::Update() {
     add(Part::UpNext, FPlayback.UpNext(), [](const QString& address, int place) {
         return Entry{Part::UpNext, address, 0, 0, place};
     });
-    add(Part::Begun, FPlayback.SavedPositions().Begun(), [](const HeardFile& one, int place) {
+    std::vector<HeardFile> begun = FPlayback.SavedPositions().Begun();
+    std::erase_if(begun, [](const HeardFile& one) { return one.IsGone; });
+    add(Part::Begun, begun, [](const HeardFile& one, int place) {
         return Entry{Part::Begun, one.Address, one.Position, one.Duration, place};
     });
     const bool isSame = std::equal(now.begin(), now.end(), FEntries.begin(), FEntries.end(),

@@ -117,7 +117,7 @@ QToolButton* PlaybackBar::AddMenu(const char* name, void (PlaybackBar::*fill)())
 }
 
 QString PlaybackBar::Text(const char* key, int part) const {
-    return FHost.Language().Text(u"Player\\" + QLatin1String(key), part);
+    return WindowTexts(FHost.Language()).Player(key, part);
 }
 
 QString PlaybackBar::Text(const char* key, const QString& value) const {
@@ -209,7 +209,7 @@ void PlaybackBar::ShowState() {
     SetIcons();
     ShowTitle();
     FChapters->setVisible(!FPlayback.Current().Chapters.empty());
-    FPlay->setEnabled(hasCurrent || !FPlayback.SavedPositions().Begun().empty());
+    FPlay->setEnabled(hasCurrent || FPlayback.SavedPositions().LastHeard());
     for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
     FPosition->setEnabled(hasCurrent);
     FNext->setEnabled(FPlayback.HasNext());

@@ -1,5 +1,7 @@
 #include "PlaybackMenu.h"
 
+#include "WindowTexts.h"
+
 namespace vexa::host {
 
 PlaybackMenu::PlaybackMenu(Host& host, Playback& playback, QWidget* parent)
@@ -24,15 +26,13 @@ QAction* PlaybackMenu::Add(const char* name, const QKeySequence& keys, void (Pla
 }
 
 void PlaybackMenu::Localize() {
-    const auto text = [this](const char* key, int part = 0) {
-        return FHost.Language().Text(u"Player\\" + QLatin1String(key), part);
-    };
-    setTitle(FHost.Language().Text(QStringLiteral("Window\\MenuPlayback")));
-    FPlay->setText(text("Play", FPlayback.IsPlaying() ? 1 : 0));
-    FBack->setText(text("SkipBack").replace(QStringLiteral("%s"), QString::number(FPlayback.SkipBackBy())));
-    FForward->setText(text("SkipForward").replace(QStringLiteral("%s"), QString::number(FPlayback.SkipForwardBy())));
-    FPrevious->setText(text("Previous"));
-    FNext->setText(text("Next"));
+    const WindowTexts texts(FHost.Language());
+    setTitle(texts("MenuPlayback"));
+    FPlay->setText(texts.Player("Play", FPlayback.IsPlaying() ? 1 : 0));
+    FBack->setText(WindowTexts::Filled(texts.Player("SkipBack"), QString::number(FPlayback.SkipBackBy())));
+    FForward->setText(WindowTexts::Filled(texts.Player("SkipForward"), QString::number(FPlayback.SkipForwardBy())));
+    FPrevious->setText(texts.Player("Previous"));
+    FNext->setText(texts.Player("Next"));
 }
 
 }  // namespace vexa::host
