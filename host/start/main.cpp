@@ -171,14 +171,18 @@ int RunWindow(const QCommandLineParser& arguments) {
             saving.ThrowIfFailed();
         };
         QObject::connect(
-            qApp, &QGuiApplication::commitDataRequest, &window, [&] { SaveOrAsk(host, false, save); },
+            qApp, &QGuiApplication::commitDataRequest, &window,
+            [&] {
+                SaveOrAsk(host, false, save);
+                window.ExpectEnd();
+            },
             Qt::DirectConnection);
         QObject::connect(
             qApp, &QGuiApplication::saveStateRequest, &window,
             [&](QSessionManager& session) { session.setRestartCommand(RestartCommand(arguments)); },
             Qt::DirectConnection);
         QObject::connect(&mpris, &Mpris::RaiseRequested, &window, &MainWindow::BringToFront);
-        QObject::connect(&mpris, &Mpris::QuitRequested, &window, &QWidget::close);
+        QObject::connect(&mpris, &Mpris::QuitRequested, &window, &MainWindow::End);
         QObject::connect(&instance, &SingleInstance::Opened, &window, &MainWindow::Open);
         QString plugin = arguments.value(QStringLiteral("plugin"));
         if (plugin.isEmpty()) plugin = PodcastsPlugin();
@@ -218,7 +222,8 @@ int main(int argc, char** argv) {
     if ((isHeadless || !hasDisplay) && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argumentCount, argv);
-    if (isHeadless) QApplication::setQuitOnLastWindowClosed(false);
+    // The window ends the program itself; while it is hidden in the tray, a dialog that closes must not.
+    QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("vexa"));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.vexa_podcasts.Vexa"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kVersion));

@@ -85,7 +85,7 @@ class Window : public HostTest {
 protected:
     void Start() {
         Player.emplace(Host, QStringLiteral("fakesink sync=true"));
-        PlayerWindow.emplace(Host, *Player);
+        PlayerWindow.emplace(Host, *Player, [this] { return HasTray; });
         PlayerWindow->show();
         Host.LoadPlugin(QStringLiteral(PLUGIN));
         ASSERT_TRUE(WaitUntil([&] { return PlayerWindow->Library().Storage() != nullptr; }));
@@ -116,6 +116,7 @@ protected:
     }
     QAbstractItemModel* Rows() { return Find<QTableView>("Rows")->model(); }
 
+    bool HasTray = false;
     std::optional<Playback> Player;
     std::optional<MainWindow> PlayerWindow;
 };
@@ -399,4 +400,49 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
     RowReader reader(*PlayerWindow->Library().Storage());
     ASSERT_TRUE(WaitUntil([&] { return reader.CountNow(query).Count == 1; }));
     EXPECT_EQ(reader.ReadNow(query).Rows[0][0].Text, file);
+}
+
+TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {
+    LoopbackServer server;
+    server.Serve("/a.mp3", Response::Of("", "audio/mpeg").With(tests::Fault::Wait));
+    Start();
+    const auto question = [&]() -> QMessageBox* {
+        for (auto* box : PlayerWindow->findChildren<QMessageBox*>())
+            if (box->isVisible()) return box;
+        return nullptr;
+    };
+    /// Presses a button of the question; the captions of all its buttons.
+    const auto answer = [&](const QString& caption) {
+        QStringList captions;
+        if (QMessageBox* box = question()) {
+            for (QAbstractButton* button : box->buttons()) captions += button->text();
+            for (QAbstractButton* button : box->buttons())
+                if (button->text() == caption) button->click();
+        }
+        captions.sort();
+        return captions;
+    };
+    EXPECT_TRUE(PlayerWindow->close()) << "nothing plays";
+    PlayerWindow->show();
+    Player->Play(server.Url("/a.mp3"));
+    ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying(); }));
+    EXPECT_FALSE(PlayerWindow->close());
+    EXPECT_EQ(answer("Keep it open"), QStringList({"End", "Keep it open"}));
+    EXPECT_TRUE(PlayerWindow->isVisible());
+
+    HasTray = true;
+    EXPECT_FALSE(PlayerWindow->close());
+    EXPECT_EQ(answer("Go on in the tray"), QStringList({"End", "Go on in the tray", "Keep it open"}));
+    EXPECT_FALSE(PlayerWindow->isVisible());
+    HasTray = false;
+    EXPECT_TRUE(WaitUntil([&] { return PlayerWindow->isVisible(); })) << "the tray has vanished";
+    HasTray = true;
+    EXPECT_FALSE(PlayerWindow->close());
+    EXPECT_FALSE(question()) << "it was answered before";
+    EXPECT_FALSE(PlayerWindow->isVisible());
+    PlayerWindow->BringToFront();
+    auto* choice = Find<QAction>("StayInTray");
+    Q_EMIT qobject_cast<QMenu*>(choice->parent())->aboutToShow();
+    choice->trigger();
+    EXPECT_TRUE(PlayerWindow->close()) << "the menu says so now";
 }

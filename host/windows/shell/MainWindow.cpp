@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -42,7 +43,7 @@ WindowTheme::Choice StoredTheme(ConfigService& config) {
 
 }  // namespace
 
-MainWindow::MainWindow(Host& host, Playback& playback)
+MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isTrayAvailable)
     : FHost(host),
       FPlayback(playback),
       FTexts(host.Language()),
@@ -68,6 +69,7 @@ MainWindow::MainWindow(Host& host, Playback& playback)
       FCommands(new WindowCommands(host, *this)),
       FOpener(host, *FSubscriber, *this),
       FChooser(host.Language(), *FSubscriber, *this),
+      FTray(playback, FTexts, std::move(isTrayAvailable)),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
@@ -229,7 +231,9 @@ void MainWindow::ConnectMenus() {
     connect(FFirstStart, &FirstStartPage::ImportWanted, this, &MainWindow::Import);
     connect(FMenuBar, &WindowMenuBar::Export, this, &MainWindow::Export);
     connect(FMenuBar, &WindowMenuBar::Options, this, [this] { FOptions.ShowPage(nullptr, true); });
-    connect(FMenuBar, &WindowMenuBar::Quit, this, &QWidget::close);
+    connect(FMenuBar, &WindowMenuBar::Quit, this, &MainWindow::End);
+    connect(&FTray, &Tray::QuitWanted, this, &MainWindow::End);
+    connect(&FTray, &Tray::WindowWanted, this, &MainWindow::BringToFront);
     connect(FMenuBar, &WindowMenuBar::FocusSearch, FTable->Search(), [this] {
         FTable->Search()->setFocus(Qt::ShortcutFocusReason);
         FTable->Search()->selectAll();
@@ -413,10 +417,64 @@ void MainWindow::dropEvent(QDropEvent* event) {
     FSubscriber->Subscribe(AddressesIn(*event->mimeData()));
 }
 
+bool MainWindow::IsBusy() const {
+    return FPlayback.IsPlaying() || FTasks->IsAnyCancellable();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
     SaveLayout();
-    event->accept();
+    const bool hasTray = FTray.IsAvailable();
+    const auto choice = ChosenAtClosing(FHost.Config());
+    if (FIsEnding || !IsBusy() || (hasTray && choice == AtClosing::End)) {
+        event->accept();
+        QApplication::quit();
+        return;
+    }
+    event->ignore();
+    hasTray&& choice ? GoIntoTray() : AskWhetherToEnd();
+}
+
+void MainWindow::AskWhetherToEnd() {
+    if (FQuestion && FQuestion->isVisible()) return FQuestion->raise();
+    const bool hasTray = FTray.IsAvailable();
+    FQuestion = new QMessageBox(QMessageBox::Question, windowTitle(), FTexts("Busy"), QMessageBox::NoButton, this);
+    FQuestion->setAttribute(Qt::WA_DeleteOnClose);
+    FQuestion->setInformativeText(FTexts(hasTray ? "BusyTray" : "BusyEnd"));
+    const auto add = [this](const char* key, QMessageBox::ButtonRole role, auto then) {
+        QPushButton* button = FQuestion->addButton(FTexts(key), role);
+        connect(button, &QPushButton::clicked, this, then);
+        return button;
+    };
+    QPushButton* stay = add("KeepOpen", QMessageBox::RejectRole, [] {});
+    QPushButton* end = add("End", QMessageBox::DestructiveRole, [this, hasTray] {
+        if (hasTray) ChooseAtClosing(FHost.Config(), AtClosing::End);
+        End();
+    });
+    end->setAutoDefault(false);
+    FQuestion->setEscapeButton(stay);
+    FQuestion->setDefaultButton(stay);
+    if (hasTray)
+        FQuestion->setDefaultButton(add("GoOnInTray", QMessageBox::AcceptRole, [this] {
+            ChooseAtClosing(FHost.Config(), AtClosing::GoOnInTray);
+            GoIntoTray();
+        }));
+    FQuestion->open();
+}
+
+void MainWindow::GoIntoTray() {
+    FTray.Show();
+    hide();
+}
+
+void MainWindow::End() {
+    ExpectEnd();
+    close();
     QApplication::quit();
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    FTray.Hide();
+    QMainWindow::showEvent(event);
 }
 
 }  // namespace vexa::host

@@ -16,6 +16,7 @@
 #include "Playback.h"
 #include "Subscriber.h"
 #include "SubscriptionChooser.h"
+#include "Tray.h"
 #include "WindowCommands.h"
 #include "WindowMenuBar.h"
 #include "WindowTheme.h"
@@ -40,7 +41,9 @@ class TaskBar;
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
-    MainWindow(Host& host, Playback& playback);
+    /// `isTrayAvailable` as Tray takes it.
+    MainWindow(Host& host, Playback& playback,
+               std::function<bool()> isTrayAvailable = QSystemTrayIcon::isSystemTrayAvailable);
     ~MainWindow() override;
 
     WindowTheme& Theme() noexcept { return FTheme; }
@@ -55,11 +58,17 @@ public:
     void BringToFront();
     /// Shows a warning, without waiting for the user to close it.
     void Warn(const QString& message);
+    /// Ends the program without a question.
+    void End();
+    /// The desktop's session is ending: from now on closing the window does not ask.
+    void ExpectEnd() noexcept { FIsEnding = true; }
     /// Writes the layout to the settings.
     void SaveLayout();
 
 protected:
+    /// When the user closes the window while something plays or is downloaded, the player goes on in the tray, or asks.
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -79,6 +88,9 @@ private:
     void RestoreLayout();
     void Localize();
     void OnThemeChanged();
+    bool IsBusy() const;
+    void AskWhetherToEnd();
+    void GoIntoTray();
 
     Host& FHost;
     Playback& FPlayback;
@@ -104,8 +116,10 @@ private:
     Opener FOpener;
     SubscriptionChooser FChooser;
     std::unique_ptr<LibraryController> FLibrary;
+    Tray FTray;
     MessageListener FLanguage;
-    QPointer<QMessageBox> FWarning;
+    QPointer<QMessageBox> FWarning, FQuestion;
+    bool FIsEnding = false;
 };
 
 }  // namespace vexa::host

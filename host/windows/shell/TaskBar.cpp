@@ -11,6 +11,8 @@
 #include <QProgressBar>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace vexa::host {
 
 namespace {
@@ -53,6 +55,7 @@ public:
     ~Entry() { delete FWidget; }
 
     QWidget* Widget() const { return FWidget; }
+    bool IsCancellable() const { return FCancel != nullptr; }
     void Update() {
         const QString caption = ToQString(FCaption.Get()).simplified();
         FLabel->setText(FLabel->fontMetrics().elidedText(caption, Qt::ElideMiddle, kCaptionWidth));
@@ -142,6 +145,10 @@ void TaskBar::Update(const LibraryStorage* storage) {
     FEntries = std::move(entries);
     FEntries.empty() ? FPolling.stop() : FPolling.start();
     UpdateProblemButton();
+}
+
+bool TaskBar::IsAnyCancellable() const {
+    return std::any_of(FEntries.begin(), FEntries.end(), [](const auto& task) { return task.second->IsCancellable(); });
 }
 
 void TaskBar::AddProblems(std::vector<TaskProblem> problems) {

@@ -30,6 +30,8 @@ public:
 
     /// Shows the tasks of a storage; null for none. Call it again whenever tasks began or ended.
     void Update(const LibraryStorage* storage);
+    /// Whether a task runs that the user could cancel.
+    bool IsAnyCancellable() const;
     /// AddProblems replaces the problems of the window's own tasks, AddProblem adds one to them.
     void AddProblems(std::vector<TaskProblem> problems);
     void AddProblem(TaskProblem problem);

@@ -2,6 +2,7 @@
 
 #include "LanguageFile.h"
 #include "MenuBuilder.h"
+#include "Tray.h"
 
 #include <QActionGroup>
 
@@ -17,6 +18,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     file->addSeparator();
     Add(file, "Options", QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowMenuBar::Options);
     file->addSeparator();
+    AddTrayChoice(file);
     Add(file, "Quit", QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowMenuBar::Quit);
     FLibrary = BuildMenu(FHost.Menus(), *FHost.Menus().BuiltIn(kMenuLibrary), this);
     addMenu(FLibrary);
@@ -52,6 +54,21 @@ void WindowMenuBar::AddPane(const char* key, QAction* toggle) {
     FView->addAction(toggle);
     FCaptions.push_back({toggle, key});
     Localize();
+}
+
+/// What the question at closing asks for, so that the answer can be changed.
+void WindowMenuBar::AddTrayChoice(QMenu* menu) {
+    QAction* choice = menu->addAction(QString());
+    choice->setObjectName(QStringLiteral("StayInTray"));
+    choice->setCheckable(true);
+    FCaptions.push_back({choice, "StayInTray"});
+    connect(choice, &QAction::triggered, this, [this](bool isChecked) {
+        ChooseAtClosing(FHost.Config(), isChecked ? AtClosing::GoOnInTray : AtClosing::End);
+    });
+    connect(menu, &QMenu::aboutToShow, this, [this, choice] {
+        choice->setVisible(QSystemTrayIcon::isSystemTrayAvailable());
+        choice->setChecked(ChosenAtClosing(FHost.Config()) != AtClosing::End);
+    });
 }
 
 void WindowMenuBar::AddThemes(WindowTheme& theme) {

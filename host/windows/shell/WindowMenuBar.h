@@ -43,6 +43,7 @@ private:
     };
     QAction* Add(QMenu* menu, const char* key, const QKeySequence& keys, void (WindowMenuBar::*signal)());
     QMenu* AddMenuOf(const char* key);
+    void AddTrayChoice(QMenu* menu);
     void AddThemes(WindowTheme& theme);
     void AddLanguages();
 
