@@ -88,6 +88,7 @@ int RunOptions(Session& session, const Arguments& arguments) {
         return kDone;
     }
     Change(session.Config(), key, arguments.Operands[1]);
+    session.Config().Insist(key.KeyPath());
     session.Config().Save();
     return kDone;
 }

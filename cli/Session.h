@@ -26,6 +26,7 @@ public:
     void WriteInteger(const QString& keyPath, int value) override;
     void WriteBool(const QString& keyPath, bool value) override;
     void WriteString(const QString& keyPath, const QString& value) override;
+    void Insist(const QString& keyPath) { FFile.Insist(keyPath); }
     void Save() { FFile.Save(); }
 
 private:

@@ -32,7 +32,7 @@ constexpr Mark kFirstCharacters[] = {{std::string_view("\x00\x00\x00<", 4), "UTF
 /// The encoding named by the XML declaration; empty when there is none. The bytes must be ASCII-compatible.
 std::string_view DeclaredEncoding(std::string_view bytes) {
     const std::size_t begin = bytes.find("<?xml");
-    if (begin == std::string_view::npos || begin > 1024) return {};
+    if (begin > 1024) return {};  // npos, if there is none, is greater, too
     const std::size_t end = bytes.find("?>", begin);
     if (end == std::string_view::npos || end - begin > 1024) return {};
     const std::string_view declaration = bytes.substr(begin, end - begin);

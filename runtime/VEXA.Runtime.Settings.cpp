@@ -245,6 +245,11 @@ void SettingsFile::Write(const QString& keyPath, const QString& value) {
         FPending.insert(keyPath, value);
 }
 
+void SettingsFile::Insist(const QString& keyPath) {
+    if (const auto value = Find(keyPath)) FPending.insert(keyPath, *value);
+    FMissing.remove(keyPath);
+}
+
 void SettingsFile::Reload() {
     FRead.insert(ParseLines(ReadLines(FFileName)));  // keeps the defaults that were returned for missing keys
 }
@@ -253,8 +258,8 @@ void SettingsFile::Save() {
     if (FPending.isEmpty()) return;
     QDir().mkpath(QFileInfo(FFileName).path());
     SettingsSuccessor successor(FFileName);
-    QStringList lines = ReadLines(FFileName);
-    const QHash<QString, QString> present = ParseLines(lines);
+    const QStringList before = ReadLines(FFileName);
+    const QHash<QString, QString> present = ParseLines(before);
     for (const QString& key : std::exchange(FMissing, {})) {
         if (!present.contains(key) || !FPending.contains(key)) continue;
         FRead.insert(key, present[key]);
@@ -262,8 +267,9 @@ void SettingsFile::Save() {
     }
     QStringList keys = FPending.keys();
     keys.sort();
+    QStringList lines = before;
     for (const QString& key : keys) SetKey(lines, key, FPending.value(key));
-    successor.Replace(ToUtf8(QString(lines.join(u'\n') + u'\n')));
+    if (lines != before) successor.Replace(ToUtf8(QString(lines.join(u'\n') + u'\n')));
     for (const QString& key : keys) FRead.insert(key, FPending.take(key));
 }
 

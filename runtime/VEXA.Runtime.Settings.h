@@ -33,6 +33,9 @@ public:
     /// Remembers the value for the next Save. A value equal to the one that was read, or to the default that Read
     /// returned, leaves the file's key unchanged.
     void Write(const QString& keyPath, const QString& value);
+    /// Has the next Save write the key's value even if it is the one that was read. For a value that the user has just
+    /// asked for: a change that another process has made meanwhile must not survive it.
+    void Insist(const QString& keyPath);
 
     /// Reads the values that other processes have set meanwhile; values remembered for the next Save are kept. Throws
     /// std::runtime_error.

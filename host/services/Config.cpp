@@ -15,7 +15,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr std::chrono::seconds kSaveAfter{1};
+constexpr std::chrono::milliseconds kSaveAfter{700};
 
 /// A key path is refused if the file, read back, would yield another key or none.
 bool IsKeyPath(const QString& keyPath) {

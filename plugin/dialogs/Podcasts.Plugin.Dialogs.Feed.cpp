@@ -168,7 +168,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
         [this](const QMimeData& dragged) { dtFeedURLDrop(dragged); });
     dtFeedURL->setObjectName(QStringLiteral("dtFeedURL"));
     connect(edFeedURL, &QLineEdit::textChanged, this, [this] { edFeedURLChange(); });
-    connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(this, [this] { btnOKClick(); }); });
+    connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(*this, [this] { btnOKClick(); }); });
     connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
 
     // Ignore a text that merely begins with an address, or only looks like an address.
@@ -245,6 +245,7 @@ void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
 
 void TfrmPodcastFeed::ChooseFeed(const std::vector<TPodcastFeedLink>& feeds) {
     std::vector<ChoiceDialog::Row> rows;
+    rows.reserve(feeds.size());
     for (const TPodcastFeedLink& feed : feeds) rows.push_back({feed.Title, MaskedUrl(feed.Address)});
     const ChoiceDialog::Texts texts{windowTitle(), LocalizedText(QStringLiteral("Podcasts\\MSG16")), btnOK->text(),
                                     btnCancel->text()};

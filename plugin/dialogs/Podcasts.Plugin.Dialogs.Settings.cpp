@@ -134,7 +134,7 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
     connect(edDownloadPath, &QWidget::customContextMenuRequested, this,
             [this](const QPoint& at) { pmMacrosLegend->popup(edDownloadPath->mapToGlobal(at)); });
     connect(edDownloadPathButtons0, &QToolButton::clicked, this,
-            [this] { RunEvent(this, [this] { edDownloadPathButtons0Click(); }); });
+            [this] { RunEvent(*this, [this] { edDownloadPathButtons0Click(); }); });
     connect(edDownloadPathButtons1, &QToolButton::clicked, this, [this] { edDownloadPathButtons1Click(); });
     connect(pmMacrosLegend, &QMenu::aboutToShow, this, [this] { pmMacrosLegendPopup(); });
 }

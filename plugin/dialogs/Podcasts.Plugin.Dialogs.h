@@ -58,8 +58,8 @@ void ReportCaughtException(QWidget* owner) noexcept;
 
 /// Runs a control's event handler; its exceptions are logged and shown to the user.
 template <class Event>
-void RunEvent(QWidget* owner, Event event) noexcept {
-    const QPointer<QWidget> guard(owner);
+void RunEvent(QWidget& owner, Event event) noexcept {
+    const QPointer<QWidget> guard(&owner);
     try {
         event();
     } catch (...) {

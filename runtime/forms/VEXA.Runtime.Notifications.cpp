@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 namespace vexa {
@@ -26,9 +27,7 @@ public:
 
     void SetPresenters(std::vector<std::unique_ptr<NotificationPresenter>> presenters) {
         Hide();
-        std::vector<std::shared_ptr<NotificationPresenter>> shared;
-        for (auto& presenter : presenters) shared.emplace_back(std::move(presenter));
-        FPresenters = std::move(shared);
+        FPresenters.assign(std::make_move_iterator(presenters.begin()), std::make_move_iterator(presenters.end()));
     }
 
     void Show(const void* owner, Notification notification) {

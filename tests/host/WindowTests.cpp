@@ -10,11 +10,13 @@
 #include "SubscribeDialog.h"
 #include "TaskBar.h"
 #include "VEXA.Runtime.ChoiceDialog.h"
+#include "VEXA.Runtime.Settings.h"
 #include "Waiting.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -400,6 +402,22 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
     RowReader reader(*PlayerWindow->Library().Storage());
     ASSERT_TRUE(WaitUntil([&] { return reader.CountNow(query).Count == 1; }));
     EXPECT_EQ(reader.ReadNow(query).Rows[0][0].Text, file);
+}
+
+TEST_F(Window, ItsLayoutIsOnTheDiskSoonAfterAChange) {
+    Start();
+    Subscribe();
+    const auto stored = [&](const QString& key) {
+        SettingsFile settings(SettingsFileName(Profile.Path()));
+        return settings.Find("Window\\" + key).value_or(QString());
+    };
+    ASSERT_TRUE(WaitUntil([&] { return !stored("Geometry").isEmpty(); }));
+    const QString geometry = stored("Geometry"), columns = stored("Columns.VEXA.Podcasts.ML.Storage");
+    PlayerWindow->resize(901, 633);
+    auto* header = Find<QTableView>("Rows")->horizontalHeader();
+    header->resizeSection(1, header->sectionSize(1) + 40);
+    EXPECT_TRUE(WaitUntil(
+        [&] { return stored("Geometry") != geometry && stored("Columns.VEXA.Podcasts.ML.Storage") != columns; }));
 }
 
 TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {

@@ -49,6 +49,9 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     mine.Write("P\\Changed", "mine");
     mine.Save();
     EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=theirs\nMissing=theirs\n");
+    for (const char* key : {"P\\Untouched", "P\\Missing"}) mine.Insist(key);
+    mine.Save();
+    EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=1\nMissing=default\n");
 }
 
 TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {

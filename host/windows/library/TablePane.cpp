@@ -117,6 +117,9 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     });
     connect(FView, &QWidget::customContextMenuRequested, this,
             [this](const QPoint& position) { Q_EMIT MenuWanted(FView->viewport()->mapToGlobal(position)); });
+    for (const auto signal : {&QHeaderView::sectionResized, &QHeaderView::sectionMoved})
+        connect(header, signal, this, &TablePane::LayoutChanged);
+    connect(header, &QHeaderView::sortIndicatorChanged, this, &TablePane::LayoutChanged);
     connect(header, &QWidget::customContextMenuRequested, this, &TablePane::ShowColumnMenu);
     Localize();
     OnThemeChanged();

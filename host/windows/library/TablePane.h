@@ -41,6 +41,8 @@ Q_SIGNALS:
     /// The current row belongs to another file, or the rows were read again.
     void CurrentChanged();
     void SearchChanged(const QString& text);
+    /// What SaveLayout returns may have changed.
+    void LayoutChanged();
     void Activated(const QString& file);
     void MenuWanted(const QPoint& position);
 

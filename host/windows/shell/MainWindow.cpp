@@ -31,6 +31,8 @@ namespace {
 constexpr QSize kFirstSize(1320, 800);
 constexpr std::size_t kMaxReported = 3;  // more subscriptions than this are reported by their number only
 
+constexpr auto kLayoutPause = std::chrono::milliseconds(200);  // so that not every step of a drag is saved
+
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
 const QString kLeftKey = QStringLiteral("Window\\Left");
@@ -91,6 +93,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
     RestoreLayout();
     Localize();
     ShowPage();
+    SaveLayoutOnChanges();
 }
 
 MainWindow::~MainWindow() {
@@ -389,6 +392,27 @@ void MainWindow::SaveLayout() {
     write(kLeftKey, FLeft->saveState());
     write(kSideKey, FSide->saveState());
     FHost.Config().Write(kThemeKey, QString::number(static_cast<int>(FTheme.Chosen())));
+}
+
+void MainWindow::SaveLayoutOnChanges() {
+    FLayoutSaver.setSingleShot(true);
+    FLayoutSaver.setInterval(kLayoutPause);
+    connect(&FLayoutSaver, &QTimer::timeout, this, &MainWindow::SaveLayout);
+    const auto save = qOverload<>(&QTimer::start);
+    for (QSplitter* splitter : {FSplitter, FLeft, FSide})
+        connect(splitter, &QSplitter::splitterMoved, &FLayoutSaver, save);
+    connect(FTable, &TablePane::LayoutChanged, &FLayoutSaver, save);
+    connect(FTree, &TreePane::SelectionChanged, &FLayoutSaver, save);
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    FLayoutSaver.start();
+    QMainWindow::resizeEvent(event);
+}
+
+void MainWindow::moveEvent(QMoveEvent* event) {
+    FLayoutSaver.start();
+    QMainWindow::moveEvent(event);
 }
 
 void MainWindow::Localize() {

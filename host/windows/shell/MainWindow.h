@@ -69,6 +69,8 @@ protected:
     /// When the user closes the window while something plays or is downloaded, the player goes on in the tray, or asks.
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -86,6 +88,7 @@ private:
     void Export();
     void Report(const std::vector<Subscriber::Outcome>& outcomes);
     void RestoreLayout();
+    void SaveLayoutOnChanges();
     void Localize();
     void OnThemeChanged();
     bool IsBusy() const;
@@ -119,6 +122,7 @@ private:
     Tray FTray;
     MessageListener FLanguage;
     QPointer<QMessageBox> FWarning, FQuestion;
+    QTimer FLayoutSaver;
     bool FIsEnding = false;
 };
 
