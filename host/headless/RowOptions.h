@@ -10,7 +10,7 @@ namespace vexa::host {
 /// Reads [--node VALUE]… [--where FIELD OP VALUE [VALUE2]]… [--search TEXT] [--sort FIELD[:desc]]…
 /// [--range OFFSET,COUNT] [--fields A,B,C]. Without --fields, all fields of the rows. Throws CommandError and
 /// LibraryError.
-RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& words);
+RowQuery ReadRowOptions(const LibraryStorage& storage, const QStringList& arguments);
 
 /// The path to a node of the storage's first tree, given by the nodes' values. Throws CommandError when it does not
 /// exist.

@@ -255,6 +255,7 @@ HResult Playlist::GetValueAsObject(std::int32_t id, const Guid& iid, void** valu
         if (!FIsHeadingFocused) return item(FFocus)->QueryInterface(iid, value);
         std::vector<Ref<IVEXAPlaylistItem>> items;
         const PlaylistSection section = SectionOf(FFocus);
+        items.reserve(static_cast<std::size_t>(section.Count));
         for (int i = 0; i < section.Count; ++i) items.push_back(item(section.First + i));
         return Ref<Group>(new Group(std::move(items)))->QueryInterface(iid, value);
     });

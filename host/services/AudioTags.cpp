@@ -108,8 +108,8 @@ std::optional<AudioTags> ReadAudioTags(const QString& fileName) {
 
 QByteArray ReadEmbeddedPicture(const QString& fileName) {
     const TagLib::FileRef opened = Open(fileName, false);
-    if (opened.isNull()) return {};
-    TagLib::File* file = opened.file();
+    TagLib::File* file = opened.isNull() ? nullptr : opened.file();
+    if (!file) return {};
     if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) return PictureOf(mpeg->ID3v2Tag());
     if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) return PictureOf(mp4->tag());
     if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) return PictureOf(wav->ID3v2Tag());

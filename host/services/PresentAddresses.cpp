@@ -92,7 +92,7 @@ PresentAddresses::PresentAddresses(const QString& profileFolder, Ref<FileSystemS
       FLibrary(std::move(library)),
       FFile(QDir(profileFolder).filePath(QStringLiteral("Addresses.json")),
             QStringLiteral("the counts of moved addresses")) {
-    for (const QJsonValue& one : FFile.Load(kFollowed)[kFollowed].toArray())
+    for (const QJsonValue one : FFile.Load(kFollowed)[kFollowed].toArray())
         FFollowed[one[kScheme].toString()] = one[kCount].toInteger();
     FLibrary->AddListener(this);
 }

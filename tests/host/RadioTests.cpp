@@ -1,5 +1,6 @@
 // The window over a storage that has nothing to do with podcasts.
 
+#include "ClampedLabel.h"
 #include "FirstStartPage.h"
 #include "LoopbackServer.h"
 #include "MainWindow.h"
@@ -44,6 +45,8 @@ protected:
     bool ShowsText(const QString& text) {
         for (const QLabel* label : PlayerWindow->findChildren<QLabel*>())
             if (label->isVisible() && label->text() == text) return true;
+        for (const ClampedLabel* label : PlayerWindow->findChildren<ClampedLabel*>())
+            if (label->isVisible() && label->Text() == text) return true;
         return false;
     }
 

@@ -1,10 +1,14 @@
 // The window: its models over a test storage, and the whole window with the podcasts plug-in.
 
+#include "ClampedLabel.h"
 #include "DetailsPane.h"
 #include "EpisodeStorage.h"
 #include "FirstStartPage.h"
 #include "LoopbackServer.h"
 #include "MainWindow.h"
+#include "PlaybackBar.h"
+#include "RowTexts.h"
+#include "SeekBar.h"
 #include "ShowNotes.h"
 #include "ShownColumns.h"
 #include "SubscribeDialog.h"
@@ -27,8 +31,12 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTableView>
+#include <QTest>
+#include <QToolButton>
+#include <QToolTip>
 #include <QTreeView>
 #include <QTreeWidget>
+#include <QWheelEvent>
 
 using namespace vexa::host;
 using tests::EpisodeStorage;
@@ -233,6 +241,74 @@ TEST(ShowNotes, BecomeHarmlessHtml) {
     EXPECT_EQ(seeks.value(0).value(0).toDouble(), 45);
 }
 
+TEST(ShowNotes, LinksFollowTheTheme) {
+    const QPalette before = QApplication::palette();
+    ShowNotes notes;
+    notes.SetNotes("https://example.org/");
+    for (const QColor colour : {QColor(1, 2, 3), QColor(250, 240, 230)}) {
+        QPalette palette = before;
+        palette.setColor(QPalette::Link, colour);
+        QApplication::setPalette(palette);
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(notes.toHtml().contains(colour.name())) << notes.toHtml().toStdString();
+    }
+    QApplication::setPalette(before);
+}
+
+TEST(ClampedLabel, HasNoMoreLinesThanItMay) {
+    ClampedLabel label(3);
+    const int line = label.fontMetrics().lineSpacing();
+    label.SetText("Short");
+    EXPECT_EQ(label.heightForWidth(300), line);
+    label.SetText(QString("word ").repeated(100) + QString(500, 'x'));
+    EXPECT_EQ(label.heightForWidth(300), 3 * line);
+    EXPECT_EQ(label.heightForWidth(100'000), line) << "it fits";
+    EXPECT_TRUE(label.toolTip().contains("xxx")) << "the whole text";
+}
+
+TEST(SeekBar, GoesWhereItIsClickedAndNeverToTheEnd) {
+    SeekBar bar;
+    bar.resize(420, 24);
+    bar.Show(10, 100);
+    QSignalSpy wanted(&bar, &SeekBar::SeekWanted);
+    const auto last = [&] { return wanted.isEmpty() ? -1 : wanted.takeLast().at(0).toInt(); };
+    QTest::mouseClick(&bar, Qt::LeftButton, {}, QPoint(210, 12));
+    EXPECT_NEAR(last(), 50, 2);
+    QTest::mouseClick(&bar, Qt::LeftButton, {}, QPoint(419, 12));
+    EXPECT_EQ(last(), 99);
+    QTest::mousePress(&bar, Qt::LeftButton, {}, QPoint(210, 12));
+    bar.Show(60, 100);
+    QTest::mouseMove(&bar, QPoint(110, 12));
+    EXPECT_EQ(last(), -1) << "while it is dragged";
+    QTest::mouseRelease(&bar, Qt::LeftButton, {}, QPoint(110, 12));
+    EXPECT_NEAR(last(), 25, 2);
+    const auto turn = [&](int from, int angle) {
+        bar.Show(from, 100);
+        QWheelEvent event(QPointF(50, 12), QPointF(50, 12), {}, QPoint(0, angle), {}, {}, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&bar, &event);
+        return last();
+    };
+    EXPECT_EQ(turn(50, 120), 55);
+    EXPECT_EQ(turn(50, -240), 40);
+    EXPECT_EQ(turn(50, 60), -1) << "half a notch";
+    EXPECT_EQ(turn(50, 60), 55) << "and the other half";
+    EXPECT_EQ(turn(2, -120), 0);
+    EXPECT_EQ(turn(97, 120), 99);
+    EXPECT_EQ(turn(99, 120), -1);
+    QHelpEvent help(QEvent::ToolTip, QPoint(210, 12), QPoint(210, 12));
+    QCoreApplication::sendEvent(&bar, &help);
+    EXPECT_TRUE(QToolTip::text().startsWith("0:5") || QToolTip::text().startsWith("0:49"))
+        << QToolTip::text().toStdString();
+    QToolTip::hideText();
+}
+
+TEST(Languages, AreListedByTheirOwnNames) {
+    EXPECT_EQ(OwnNameOf("German"), "Deutsch");
+    EXPECT_EQ(OwnNameOf("English"), "English");
+    EXPECT_EQ(OwnNameOf("Russian"), "Русский");
+    EXPECT_EQ(OwnNameOf("My own"), "My own");
+}
+
 TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     Start();
     Subscribe();
@@ -242,6 +318,7 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     EXPECT_EQ(Rows()->headerData(Find<QTableView>("Rows")->horizontalHeader()->sortIndicatorSection(), Qt::Horizontal),
               "Published");
     Host.Language().Switch("German");
+    EXPECT_EQ(QMessageBox(QMessageBox::Question, {}, {}, QMessageBox::Cancel).buttons()[0]->text(), "Abbrechen");
     EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
     // Everything that can have the focus has an accessible name.
     for (const QWidget* widget : PlayerWindow->findChildren<QWidget*>())
@@ -442,8 +519,12 @@ TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {
     };
     EXPECT_TRUE(PlayerWindow->close()) << "nothing plays";
     PlayerWindow->show();
+    const auto* bar = PlayerWindow->findChild<PlaybackBar*>();
+    const int height = bar->height();
     Player->Play(server.Url("/a.mp3"));
-    ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying(); }));
+    ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying() && Find<QToolButton>("NowPlaying")->isVisible(); }));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(bar->height(), height) << "its title moves nothing";
     EXPECT_FALSE(PlayerWindow->close());
     EXPECT_EQ(answer("Keep it open"), QStringList({"End", "Keep it open"}));
     EXPECT_TRUE(PlayerWindow->isVisible());

@@ -33,7 +33,9 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     initStyleOption(&row, index);
     const QStyle* style = row.widget ? row.widget->style() : QApplication::style();
     const bool isSelected = row.state & QStyle::State_Selected;
-    const QString left = index.data(kTimeLeftRole).toString();
+    QString left = index.data(kTimeLeftRole).toString();
+    const auto fits = [&] { return row.fontMetrics.horizontalAdvance(left) + 1 + 2 * kMargin <= row.rect.width() / 2; };
+    if (!fits()) left = index.data(kShortTimeLeftRole).toString();
     // Draw the background of the whole row, then title and time on top, so that the title ends before the time.
     QStyleOptionViewItem ground = row;
     ground.text.clear();

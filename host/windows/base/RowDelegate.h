@@ -8,7 +8,7 @@ namespace vexa::host {
 
 /// The roles by which models give the progress in a begun file: the part that was heard, from 0 to 1, and the time
 /// left, as text. Both are empty for other files.
-enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole };
+enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole, kShortTimeLeftRole };
 
 class RowDelegate final : public QStyledItemDelegate {
 public:

@@ -47,13 +47,31 @@ QString ShownDateTime(double date) {
                    QLocale().toString(local.time(), QLocale::ShortFormat));
 }
 
+namespace {
+
+/// AnyLanguage when there is no language of that English name.
+QLocale::Language LanguageNamed(const QString& name) {
+    for (int i = QLocale::AnyLanguage + 1; i <= QLocale::LastLanguage; ++i)
+        if (const auto known = static_cast<QLocale::Language>(i); QLocale::languageToString(known) == name)
+            return known;
+    return QLocale::AnyLanguage;
+}
+
+}  // namespace
+
 QLocale LocaleOf(const QString& language) {
     const QLocale system = QLocale::system();
-    if (QLocale::languageToString(system.language()) == language) return system;
-    for (int i = QLocale::AnyLanguage + 1; i <= QLocale::LastLanguage; ++i)
-        if (const auto known = static_cast<QLocale::Language>(i); QLocale::languageToString(known) == language)
-            return QLocale(known);
-    return system;
+    const QLocale::Language known = LanguageNamed(language);
+    return known == QLocale::AnyLanguage || known == system.language() ? system : QLocale(known);
+}
+
+QString OwnNameOf(const QString& language) {
+    const QLocale::Language known = LanguageNamed(language);
+    // Of the world, since a language's name may be that of a country's variant: "American English".
+    const QLocale locale(known, QLocale::World);
+    QString name = known == QLocale::AnyLanguage ? QString() : locale.nativeLanguageName();
+    if (name.isEmpty()) return language;
+    return locale.toUpper(name.left(1)) + name.mid(1);
 }
 
 }  // namespace vexa::host

@@ -17,5 +17,8 @@ QString ShownDateTime(double date);
 
 /// The locale of a language, given by its English name ("German"): the system's locale if it has that language.
 QLocale LocaleOf(const QString& language);
+/// The language's name in the language itself ("Deutsch"), for those who read no other; the given name if it is not
+/// known.
+QString OwnNameOf(const QString& language);
 
 }  // namespace vexa::host

@@ -123,7 +123,8 @@ QString SheetOf(const Colours& c) {
                "QScrollBar::add-line,QScrollBar::sub-line{width:0;height:0}"
                "QScrollBar::add-page,QScrollBar::sub-page{background:transparent}"
                "QFrame#Line{background:%1;border:none;max-height:1px;min-height:1px}"
-               "QFrame#Banner,QFrame#Card{background:%5;border:1px solid %1;border-radius:8px}")
+               "QFrame#Banner{background:%5;border:none;border-top:1px solid %1}"
+               "QFrame#Card{background:%5;border:1px solid %1;border-radius:8px}")
         .arg(name(c.Line), name(c.Base), name(c.Faint), name(c.Accent), name(c.Button), name(c.Thumb));
 }
 

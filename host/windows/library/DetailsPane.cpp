@@ -1,5 +1,6 @@
 #include "DetailsPane.h"
 
+#include "ClampedLabel.h"
 #include "FileInfo.h"
 #include "Images.h"
 #include "RowTexts.h"
@@ -15,7 +16,11 @@ namespace vexa::host {
 namespace {
 
 constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
-constexpr int kCover = 112, kMaxCoverSize = 2 * kCover;
+constexpr int kCover = 112, kSmallCover = 64, kMaxCoverSize = 2 * kCover;
+constexpr int kTitleLines = 3;
+// The least height of the pane, and those from which on there is room for a cover, and for a large one, above the
+// notes.
+constexpr int kMinHeight = 180, kRoomForSmallCover = 260, kRoomForCover = 400;
 
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
@@ -34,7 +39,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
       FHost(host),
       FTexts(host.Language()),
       FCover(new QLabel),
-      FTitle(PlainLabel()),
+      FTitle(new ClampedLabel(kTitleLines)),
       FContainer(PlainLabel("Faint")),
       FFigures(PlainLabel("Faint")),
       FNothing(PlainLabel("Faint")),
@@ -46,9 +51,9 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     bold.setPointSizeF(bold.pointSizeF() + 2);
     bold.setBold(true);
     FTitle->setFont(bold);
-    FCover->setFixedSize(kCover, kCover);
     FCover->setAlignment(Qt::AlignCenter);
     FNothing->setAlignment(Qt::AlignCenter);
+    setMinimumHeight(kMinHeight);
     auto* content = new QVBoxLayout(FContent);
     content->setContentsMargins(14, 12, 14, 0);
     content->setSpacing(6);
@@ -135,8 +140,8 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     // The cover is the container's, so it is asked for once while the user goes through its files.
     if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverContainer) return;
     FCoverContainer = FFacts.Container;
-    FCover->clear();
-    FCover->hide();
+    FCoverPicture = {};
+    ShowCover();
     FCoverReader.Run([this, file = FFile, name = FFacts.Container,
                       arts = Ref<AlbumArtService>(&FHost.AlbumArt())](const CancelCheck&) {
         Ref<IVEXAImageContainer> container;
@@ -146,20 +151,26 @@ void DetailsPane::ShowFacts(const Facts& facts) {
             cover = ToQImage(container.Get());
         if (!cover.isNull())
             cover = cover.scaled(kMaxCoverSize, kMaxCoverSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        return [this, cover] { ShowCover(cover); };
+        return [this, cover] {
+            FCoverPicture = QPixmap::fromImage(cover);
+            ShowCover();
+        };
     });
 }
 
-void DetailsPane::ShowCover(const QImage& cover) {
-    if (cover.isNull()) return FCover->hide();
-    QPixmap pixmap = QPixmap::fromImage(cover);
-    pixmap.setDevicePixelRatio(std::max(pixmap.width(), pixmap.height()) / double{kCover});
-    FCover->setPixmap(pixmap);
-    FCover->show();
+void DetailsPane::ShowCover() {
+    const bool isShown = !FCoverPicture.isNull() && height() >= kRoomForSmallCover;
+    FCover->setVisible(isShown);
+    if (!isShown) return;
+    const int side = height() >= kRoomForCover ? kCover : kSmallCover;
+    QPixmap picture = FCoverPicture;
+    picture.setDevicePixelRatio(std::max(picture.width(), picture.height()) / static_cast<double>(side));
+    FCover->setFixedSize(side, side);
+    FCover->setPixmap(picture);
 }
 
 void DetailsPane::Fill() {
-    FTitle->setText(FFacts.Title.simplified());
+    FTitle->SetText(FFacts.Title.simplified());
     FContainer->setText(FFacts.Container.simplified());
     FContainer->setVisible(!FFacts.Container.isEmpty());
     QStringList figures{ShownDateTime(FDate), ShownDuration(FFacts.Duration)};
@@ -185,6 +196,7 @@ void DetailsPane::Localize() {
 void DetailsPane::resizeEvent(QResizeEvent* event) {
     Pane::resizeEvent(event);
     FNothing->setMaximumWidth(width());
+    ShowCover();
 }
 
 }  // namespace vexa::host

@@ -6,7 +6,7 @@
 #include "Pane.h"
 #include "WindowTexts.h"
 
-#include <QImage>
+#include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 
@@ -14,6 +14,7 @@ class QLabel;
 
 namespace vexa::host {
 
+class ClampedLabel;
 class ShowNotes;
 
 class DetailsPane final : public Pane<QWidget> {
@@ -48,12 +49,14 @@ private:
 
     void Read();
     void ShowFacts(const Facts& facts);
-    void ShowCover(const QImage& cover);
+    void ShowCover();
     void Fill();
 
     Host& FHost;
     const WindowTexts FTexts;
-    QLabel *FCover, *FTitle, *FContainer, *FFigures, *FNothing;
+    QLabel* FCover;
+    ClampedLabel* FTitle;
+    QLabel *FContainer, *FFigures, *FNothing;
     ShowNotes* FNotes;
     QWidget* FContent;
     QTimer FDelay;
@@ -62,6 +65,7 @@ private:
     double FDate = 0;
     Facts FFacts;
     QString FCoverContainer;  // the container whose cover is shown
+    QPixmap FCoverPicture;    // null when it has none
     LatestTask FFactReader, FCoverReader;
 };
 

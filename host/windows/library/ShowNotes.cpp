@@ -1,7 +1,9 @@
 #include "ShowNotes.h"
 
 #include <QDesktopServices>
+#include <QEvent>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QSet>
 
 namespace vexa::host {
@@ -131,7 +133,16 @@ ShowNotes::ShowNotes(QWidget* parent) : QTextBrowser(parent) {
 }
 
 void ShowNotes::SetNotes(const QString& notes) {
+    FText = notes;
     setHtml(ShowNotesHtml(notes));
+}
+
+void ShowNotes::changeEvent(QEvent* event) {
+    QTextBrowser::changeEvent(event);
+    if (event->type() != QEvent::PaletteChange) return;
+    const int place = verticalScrollBar()->value();
+    SetNotes(QString(FText));
+    verticalScrollBar()->setValue(place);
 }
 
 QVariant ShowNotes::loadResource(int, const QUrl&) {

@@ -23,8 +23,14 @@ public:
 Q_SIGNALS:
     void SeekWanted(double seconds);
 
+protected:
+    /// Links have their colour from the palette that the notes were set with.
+    void changeEvent(QEvent* event) override;
+
 private:
     void Open(const QUrl& link);
+
+    QString FText;
 };
 
 }  // namespace vexa::host

@@ -368,7 +368,8 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     const auto* values = Row(index.row());
     if (!values) return role == Qt::DisplayRole && !isMark ? QVariant(kNotThere) : QVariant();
     const RowValue& value = (*values)[column];
-    if (role == kProgressRole || role == kTimeLeftRole || role == Qt::AccessibleDescriptionRole)
+    if (role == kProgressRole || role == kTimeLeftRole || role == kShortTimeLeftRole ||
+        role == Qt::AccessibleDescriptionRole)
         return index.column() == FTitleColumn ? Progress(index.row(), role) : QVariant();
     // Show a mark instead of the local copy's name: that there is a copy matters more than its name.
     if (isMark && !value.Text.isEmpty()) {
@@ -395,7 +396,8 @@ QVariant TableModel::Progress(int row, int role) const {
     if (!(duration > 0) && FLengthColumn >= 0) duration = (*Row(row))[static_cast<std::size_t>(FLengthColumn)].Number;
     if (!(duration > left->Position)) return {};
     if (role == kProgressRole) return left->Position / duration;
-    return FTexts("TimeLeft", ShownDuration(duration - left->Position));
+    const QString rest = ShownDuration(duration - left->Position);
+    return role == kShortTimeLeftRole ? rest : FTexts("TimeLeft", rest);
 }
 
 void TableModel::OnPositionsChanged() {

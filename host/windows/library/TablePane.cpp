@@ -83,6 +83,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     QHeaderView* header = FView->horizontalHeader();
     header->setSectionsMovable(true);
     header->setHighlightSections(false);
+    header->setTextElideMode(Qt::ElideRight);
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->setContextMenuPolicy(Qt::CustomContextMenu);
     header->setMinimumSectionSize(34);
@@ -166,7 +167,7 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
     for (int column = 0; column < FModel->columnCount(); ++column) {
         const LibraryField& field = *FModel->Columns()[static_cast<std::size_t>(column)];
         header->setSectionHidden(column, !order.contains(field.Name));
-        header->resizeSection(column, WidthOf(field));
+        header->resizeSection(column, std::max(WidthOf(field), header->sectionSizeHint(column)));
         if (field.Role == IVEXAMLDataField::Date) header->setSortIndicator(column, Qt::DescendingOrder);
     }
 }
@@ -273,6 +274,11 @@ void TablePane::ShowCount() {
 void TablePane::Localize() {
     SetRowTexts();
     FModel->Localize();
+    // Captions may be longer in this language.
+    QHeaderView* header = FView->horizontalHeader();
+    for (int column = 0; column < FModel->columnCount(); ++column)
+        if (!header->isSectionHidden(column) && header->sectionSize(column) < header->sectionSizeHint(column))
+            header->resizeSection(column, header->sectionSizeHint(column));
 }
 
 void TablePane::OnThemeChanged() {

@@ -73,6 +73,7 @@ std::vector<TreeNode> TreeModel::Read(const Node& node) const {
         return QString::localeAwareCompare(nodes[a].Caption, nodes[b].Caption) < 0;
     });
     std::vector<TreeNode> sorted;
+    sorted.reserve(order.size());
     for (const std::size_t place : order) sorted.push_back(std::move(nodes[place]));
     return sorted;
 }

@@ -149,6 +149,8 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
         case kTimeLeftRole:
         case Qt::AccessibleDescriptionRole:
             return hasRest ? FTexts("TimeLeft", ShownDuration(entry.Duration - entry.Position)) : QVariant();
+        case kShortTimeLeftRole:
+            return hasRest ? ShownDuration(entry.Duration - entry.Position) : QVariant();
         default:
             return {};
     }

@@ -2,6 +2,7 @@
 
 #include "MenuBuilder.h"
 #include "RowTexts.h"
+#include "SeekBar.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
@@ -24,7 +25,6 @@ namespace {
 constexpr double kSpeeds[] = {0.5, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3};
 constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
 constexpr int kVolumeSteps = 100;
-constexpr int kPageSeconds = 60;
 constexpr QSize kIconSize(24, 24), kPlayIconSize(32, 32);
 
 QString SpeedText(double speed) {
@@ -42,6 +42,10 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FTitle->setObjectName(QStringLiteral("NowPlaying"));
     FTitle->setAutoRaise(true);
     FTitle->setFocusPolicy(Qt::StrongFocus);
+    // Without a title its place stays, so that nothing moves when playback starts.
+    QSizePolicy policy = FTitle->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    FTitle->setSizePolicy(policy);
     FTitle->setVisible(false);
     whole->addWidget(FTitle, 0, Qt::AlignHCenter);
     FRow = new QHBoxLayout;
@@ -54,9 +58,8 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FForward = AddButton("forward");
     FNext = AddButton("next");
     FRow->addWidget(FElapsed = new QLabel);
-    FPosition = new QSlider(Qt::Horizontal);
+    FPosition = new SeekBar;
     FPosition->setObjectName(QStringLiteral("position"));
-    FPosition->setTracking(false);  // seek when the slider is released
     FRow->addWidget(FPosition, 1);
     FRow->addWidget(FRest = new QLabel);
     FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
@@ -78,9 +81,7 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     connect(FPlay, &QToolButton::clicked, &FPlayback, &Playback::PlayOrPause);
     connect(FForward, &QToolButton::clicked, &FPlayback, &Playback::SkipForward);
     connect(FNext, &QToolButton::clicked, &FPlayback, &Playback::Next);
-    connect(FPosition, &QSlider::valueChanged, this, [this](int seconds) {
-        if (!FIsShowing) FPlayback.Seek(seconds);
-    });
+    connect(FPosition, &SeekBar::SeekWanted, &FPlayback, [this](int seconds) { FPlayback.Seek(seconds); });
     connect(FPosition, &QSlider::sliderMoved, this, [this](int seconds) { FElapsed->setText(TimeText(seconds)); });
     connect(FVolume, &QSlider::valueChanged, this, [this](int value) {
         if (!FIsShowing) FPlayback.SetVolume(static_cast<double>(value) / kVolumeSteps);
@@ -139,7 +140,7 @@ void PlaybackBar::Localize() {
     Caption(*FBack, Text("SkipBack", QString::number(FPlayback.SkipBackBy())));
     Caption(*FForward, Text("SkipForward", QString::number(FPlayback.SkipForwardBy())));
     Caption(*FNext, Text("Next"));
-    Caption(*FPosition, Text("Position"));
+    FPosition->setAccessibleName(Text("Position"));  // its tool tip is the time
     Caption(*FVolume, Text("Volume"));
     Caption(*FChapters, Text("Chapters"));
     Caption(*FSleep, Text("Sleep"));
@@ -246,12 +247,9 @@ void PlaybackBar::ShowPosition(double seconds) {
         ShowTitle();
     }
     if (FPosition->isSliderDown()) return;
-    const QScopedValueRollback showing(FIsShowing, true);
     const double duration = FPlayback.Current().Address.isEmpty() ? 0 : FPlayback.Duration();
-    FPosition->setRange(0, static_cast<int>(duration));
-    FPosition->setPageStep(kPageSeconds);
     FPosition->setSingleStep(FPlayback.SkipBackBy());
-    FPosition->setValue(static_cast<int>(seconds));
+    FPosition->Show(seconds, duration);
     FElapsed->setText(TimeText(seconds));
     FRest->setText(duration > 0 ? QString(u'−' + TimeText(duration - seconds)) : TimeText(0));
     FPosition->setAccessibleDescription(FElapsed->text() + u" / " + TimeText(duration));

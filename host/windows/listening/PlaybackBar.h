@@ -17,6 +17,8 @@ class QToolButton;
 
 namespace vexa::host {
 
+class SeekBar;
+
 class PlaybackBar final : public Pane<QWidget> {
     Q_OBJECT
 public:
@@ -53,9 +55,10 @@ private:
     QHBoxLayout* FRow;
     QToolButton *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;
-    QSlider *FPosition, *FVolume;
+    SeekBar* FPosition;
+    QSlider* FVolume;
     int FChapter = -1;        // index of the current chapter
-    bool FIsShowing = false;  // the bar itself is moving the sliders, not the user
+    bool FIsShowing = false;  // the bar itself sets the volume shown, not the user
 };
 
 }  // namespace vexa::host

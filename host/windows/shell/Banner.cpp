@@ -4,18 +4,14 @@
 
 #include <QAccessible>
 #include <QBoxLayout>
-#include <QEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QToolButton>
-
-#include <algorithm>
 
 namespace vexa::host {
 
 namespace {
 
-constexpr int kWidth = 380, kMargin = 14;
 constexpr int kTime = 12000;  // milliseconds
 
 class BannerPresenter final : public NotificationPresenter {
@@ -23,7 +19,7 @@ public:
     BannerPresenter(Banner* banner, std::function<QString()> button) : FBanner(banner), FButton(std::move(button)) {}
 
     void Show(const Notification& notification, std::function<void()> refused) override {
-        if (!FBanner || !FBanner->parentWidget()->isVisible()) return refused();
+        if (!FBanner || !FBanner->window()->isVisible()) return refused();
         FBanner->Show(notification.Title, notification.Text, FButton(), notification.OnClick);
     }
     void Hide() override {
@@ -37,8 +33,8 @@ private:
 
 }  // namespace
 
-Banner::Banner(QWidget* place)
-    : QFrame(place), FTitle(new QLabel), FText(new QLabel), FButton(new QPushButton), FDismiss(new QToolButton) {
+Banner::Banner(QWidget* parent)
+    : QFrame(parent), FTitle(new QLabel), FText(new QLabel), FButton(new QPushButton), FDismiss(new QToolButton) {
     setObjectName(QStringLiteral("Banner"));
     setAutoFillBackground(true);
     for (QLabel* label : {FTitle, FText}) {
@@ -50,14 +46,15 @@ Banner::Banner(QWidget* place)
     FTitle->setFont(bold);
     FDismiss->setAutoRaise(true);
     FDismiss->setFocusPolicy(Qt::StrongFocus);
-    auto* upper = new QHBoxLayout;
-    upper->addWidget(FTitle, 1);
-    upper->addWidget(FDismiss, 0, Qt::AlignTop);
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins(14, 10, 10, 12);
-    whole->addLayout(upper);
-    whole->addWidget(FText);
-    whole->addWidget(FButton, 0, Qt::AlignRight);
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(2);
+    texts->addWidget(FTitle);
+    texts->addWidget(FText);
+    auto* whole = new QHBoxLayout(this);
+    whole->setContentsMargins(14, 6, 8, 6);
+    whole->addLayout(texts, 1);
+    whole->addWidget(FButton);
+    whole->addWidget(FDismiss);
     connect(FDismiss, &QToolButton::clicked, this, &QWidget::hide);
     connect(FButton, &QPushButton::clicked, this, [this] {
         const auto onClick = FOnClick;
@@ -70,7 +67,6 @@ Banner::Banner(QWidget* place)
         // Do not hide it while the mouse is over it or a button of it has the focus.
         underMouse() || FButton->hasFocus() || FDismiss->hasFocus() ? FTimer.start() : hide();
     });
-    place->installEventFilter(this);
     OnThemeChanged();
     hide();
 }
@@ -84,9 +80,7 @@ void Banner::Show(const QString& title, const QString& text, const QString& butt
     FOnClick = std::move(onClick);
     setAccessibleName(title);
     setAccessibleDescription(text);
-    Place();
     show();
-    raise();
     FTimer.start();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
@@ -99,22 +93,6 @@ void Banner::SetDismissName(const QString& name) {
 
 void Banner::OnThemeChanged() {
     FDismiss->setIcon(WindowIcon(QStringLiteral("remove")));
-}
-
-void Banner::Place() {
-    const int width = std::min(kWidth, parentWidget()->width() - 2 * kMargin);
-    setFixedWidth(std::max(width, 1));
-    layout()->invalidate();
-    layout()->activate();
-    const int wanted =
-        layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(this->width()) : sizeHint().height();
-    resize(this->width(), std::min(wanted, parentWidget()->height()));
-    move(parentWidget()->width() - this->width() - kMargin, kMargin);
-}
-
-bool Banner::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Resize && isVisible()) Place();
-    return QFrame::eventFilter(watched, event);
 }
 
 std::unique_ptr<NotificationPresenter> MakeBannerPresenter(Banner* banner, std::function<QString()> button) {

@@ -1,6 +1,6 @@
 #pragma once
-// A message shown over the window for a while: for notifications where the desktop cannot show them, and for the
-// window's own messages. Main thread.
+// A message shown in a strip of the window for a while: for notifications where the desktop cannot show them, and for
+// the window's own messages. It covers nothing. Main thread.
 
 #include "VEXA.Runtime.Notifications.h"
 
@@ -19,8 +19,7 @@ namespace vexa::host {
 class Banner final : public QFrame {
     Q_OBJECT
 public:
-    /// Is shown at the top right of `place`.
-    explicit Banner(QWidget* place);
+    explicit Banner(QWidget* parent = nullptr);
 
     /// Replaces the current message. With `onClick` there is a button that calls it, labelled `button`.
     void Show(const QString& title, const QString& text, const QString& button = {},
@@ -29,12 +28,7 @@ public:
     void SetDismissName(const QString& name);
     void OnThemeChanged();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
-    void Place();
-
     QLabel *FTitle, *FText;
     QPushButton* FButton;
     QToolButton* FDismiss;

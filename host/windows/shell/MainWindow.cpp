@@ -15,6 +15,7 @@
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <QLibraryInfo>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
@@ -29,6 +30,7 @@ namespace vexa::host {
 namespace {
 
 constexpr QSize kFirstSize(1320, 800);
+constexpr double kShareOfScreen = 0.9;   // of the first window, at most: its frame and the desktop's panels want room
 constexpr std::size_t kMaxReported = 3;  // more subscriptions than this are reported by their number only
 
 constexpr auto kLayoutPause = std::chrono::milliseconds(200);  // so that not every step of a drag is saved
@@ -64,7 +66,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FPages(new QStackedWidget),
       FContent(new QWidget),
       FContentLayout(new QVBoxLayout(FContent)),
-      FBanner(new Banner(FContent)),
+      FBanner(new Banner),
       FBar(new PlaybackBar(playback, host)),
       FMenuBar(new WindowMenuBar(host, playback, FTheme)),
       FOptions(host),
@@ -136,6 +138,7 @@ void MainWindow::Arrange() {
     FContentLayout->setContentsMargins({});
     FContentLayout->setSpacing(0);
     FContentLayout->addWidget(FPages, 1);
+    FContentLayout->addWidget(FBanner);
     FContentLayout->addWidget(line);
     FContentLayout->addWidget(FBar);
     setCentralWidget(FContent);
@@ -375,7 +378,8 @@ void MainWindow::RestoreLayout() {
         return QByteArray::fromBase64(FHost.Config().Find(key).value_or(QString()).toLatin1());
     };
     const QByteArray geometry = bytes(kGeometryKey);
-    if (geometry.isEmpty() || !restoreGeometry(geometry)) resize(kFirstSize.boundedTo(screen()->availableSize()));
+    if (geometry.isEmpty() || !restoreGeometry(geometry))
+        resize(kFirstSize.boundedTo(screen()->availableSize() * kShareOfScreen));
     if (const QByteArray sizes = bytes(kSplitterKey); !sizes.isEmpty()) FSplitter->restoreState(sizes);
     if (const QByteArray sizes = bytes(kSideKey); !sizes.isEmpty()) FSide->restoreState(sizes);
     if (const QByteArray sizes = bytes(kLeftKey); !sizes.isEmpty()) FLeft->restoreState(sizes);
@@ -417,6 +421,11 @@ void MainWindow::moveEvent(QMoveEvent* event) {
 
 void MainWindow::Localize() {
     QLocale::setDefault(LocaleOf(FHost.Language().Language()));
+    // The toolkit's own texts: file dialogs, buttons, menus of text fields. It has English without a file.
+    QApplication::removeTranslator(&FToolkitTexts);
+    if (FToolkitTexts.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&FToolkitTexts);
     setWindowTitle(FTexts("Title"));
     FBanner->SetDismissName(FTexts("Dismiss"));
     QEvent changed(QEvent::LanguageChange);

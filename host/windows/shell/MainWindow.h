@@ -22,6 +22,7 @@
 #include "WindowTheme.h"
 
 #include <QMainWindow>
+#include <QTranslator>
 
 class QMessageBox;
 class QSplitter;
@@ -123,6 +124,7 @@ private:
     MessageListener FLanguage;
     QPointer<QMessageBox> FWarning, FQuestion;
     QTimer FLayoutSaver;
+    QTranslator FToolkitTexts;
     bool FIsEnding = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "LanguageFile.h"
 #include "MenuBuilder.h"
+#include "RowTexts.h"
 #include "Tray.h"
 
 #include <QActionGroup>
@@ -92,7 +93,7 @@ void WindowMenuBar::AddLanguages() {
     FCaptions.push_back({menu->menuAction(), "Language"});
     auto* group = new QActionGroup(this);
     for (const QString& language : FHost.Language().Languages()) {
-        QAction* action = menu->addAction(QString(language).replace(u'&', QStringLiteral("&&")));
+        QAction* action = menu->addAction(OwnNameOf(language).replace(u'&', QStringLiteral("&&")));
         action->setCheckable(true);
         action->setChecked(language == FHost.Language().Language());
         group->addAction(action);

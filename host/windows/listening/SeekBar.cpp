@@ -1,0 +1,94 @@
+#include "SeekBar.h"
+
+#include "RowTexts.h"
+
+#include <QHelpEvent>
+#include <QMouseEvent>
+#include <QScopedValueRollback>
+#include <QStyle>
+#include <QStyleOptionSlider>
+#include <QToolTip>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace vexa::host {
+
+namespace {
+constexpr int kNotchSeconds = 5;
+constexpr int kPageSeconds = 60;
+}  // namespace
+
+SeekBar::SeekBar(QWidget* parent) : QSlider(Qt::Horizontal, parent) {
+    setTracking(false);
+    setMouseTracking(true);
+    setPageStep(kPageSeconds);
+    connect(this, &QSlider::valueChanged, this, [this](int seconds) {
+        if (FIsShowing) return;
+        const int wanted = std::min(seconds, Last());
+        if (wanted != seconds) {
+            const QScopedValueRollback showing(FIsShowing, true);
+            setValue(wanted);
+        }
+        Q_EMIT SeekWanted(wanted);
+    });
+}
+
+void SeekBar::Show(double position, double duration) {
+    if (isSliderDown()) return;
+    const QScopedValueRollback showing(FIsShowing, true);
+    setRange(0, static_cast<int>(duration));
+    setValue(static_cast<int>(position));
+}
+
+int SeekBar::Last() const {
+    return std::max(maximum() - 1, 0);
+}
+
+int SeekBar::SecondsAt(int x) const {
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    const QRect groove = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, this);
+    const int handle = style()->pixelMetric(QStyle::PM_SliderLength, &option, this);
+    return QStyle::sliderValueFromPosition(minimum(), maximum(), x - groove.x() - handle / 2, groove.width() - handle,
+                                           option.upsideDown);
+}
+
+bool SeekBar::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) return QSlider::event(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    if (isEnabled() && maximum() > 0) QToolTip::showText(help->globalPos(), TimeText(SecondsAt(help->pos().x())), this);
+    return true;
+}
+
+void SeekBar::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || maximum() == 0) return event->ignore();
+    event->accept();
+    setSliderDown(true);
+    setSliderPosition(SecondsAt(event->position().toPoint().x()));
+}
+
+void SeekBar::mouseMoveEvent(QMouseEvent* event) {
+    const int seconds = SecondsAt(event->position().toPoint().x());
+    if (isSliderDown()) setSliderPosition(seconds);
+    if (isSliderDown() || QToolTip::isVisible())
+        QToolTip::showText(event->globalPosition().toPoint(), TimeText(seconds), this);
+}
+
+void SeekBar::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !isSliderDown()) return event->ignore();
+    event->accept();
+    setSliderDown(false);  // takes the position of the slider over
+}
+
+void SeekBar::wheelEvent(QWheelEvent* event) {
+    event->accept();
+    FWheel += event->angleDelta().y() != 0 ? event->angleDelta().y() : event->angleDelta().x();
+    const int notches = FWheel / QWheelEvent::DefaultDeltasPerStep;
+    FWheel -= notches * QWheelEvent::DefaultDeltasPerStep;
+    if (notches == 0 || maximum() == 0 || isSliderDown()) return;
+    const int target = std::clamp(value() + notches * kNotchSeconds, 0, std::max(Last(), value()));
+    setValue(target);
+}
+
+}  // namespace vexa::host
