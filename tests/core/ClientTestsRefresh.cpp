@@ -212,6 +212,8 @@ TEST_F(ClientRefresh, ServesRequestsMadeWhileItRunsAndRestartsForOneMadeAtItsCom
     Server.Serve("/a", Document("a", {}).With(Fault::Wait));
     Client->RefreshFeeds({Server.Url("/a")});
     ASSERT_TRUE(WaitForRequest("/a"));
+    // The document is requested before the feed's turn comes.
+    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshQueue().Items().isEmpty(); }));
     Client->RefreshFeeds({Server.Url("/b")});
     Server.Release("/a");
     ASSERT_TRUE(WaitForTasks());

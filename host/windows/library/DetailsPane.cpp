@@ -53,6 +53,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     FTitle->setFont(bold);
     FCover->setAlignment(Qt::AlignCenter);
     FNothing->setAlignment(Qt::AlignCenter);
+    FNothing->setMargin(14);
     setMinimumHeight(kMinHeight);
     auto* content = new QVBoxLayout(FContent);
     content->setContentsMargins(14, 12, 14, 0);

@@ -97,6 +97,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     upper->setContentsMargins(10, 8, 10, 8);
     upper->addWidget(FSearch, 1);
     upper->addStretch(0);
+    upper->addSpacing(8);
     upper->addWidget(FCount);
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins({});
