@@ -121,7 +121,7 @@ void MprisPlayer::NotifyTrack() {
     FOwner.NotifyChanged({{QStringLiteral("PlaybackStatus"), Status()},
                           {QStringLiteral("Metadata"), Metadata()},
                           {QStringLiteral("CanGoNext"), CanGoNext()},
-                          {QStringLiteral("CanGoPrevious"), HasTrack()},
+                          {QStringLiteral("CanGoPrevious"), CanGoPrevious()},
                           {QStringLiteral("CanPlay"), CanPlay()},
                           {QStringLiteral("CanPause"), HasTrack()},
                           {QStringLiteral("CanSeek"), HasTrack()}});

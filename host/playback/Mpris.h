@@ -50,7 +50,7 @@ public:
 
     bool Supported() const { return true; }
     bool Unsupported() const { return false; }
-    QString Identity() const { return QStringLiteral("vexa"); }
+    QString Identity() const { return QStringLiteral("VEXA"); }  // the name in the desktop entry
     QString DesktopEntry() const { return QStringLiteral("org.vexa_podcasts.Vexa"); }
     QStringList Schemes() const { return FPlayback.Schemes(); }
     QStringList MimeTypes() const;
@@ -76,7 +76,7 @@ class MprisPlayer final : public QDBusAbstractAdaptor {
     Q_PROPERTY(double Volume READ Volume WRITE SetVolume)
     Q_PROPERTY(qlonglong Position READ Position)
     Q_PROPERTY(bool CanGoNext READ CanGoNext)
-    Q_PROPERTY(bool CanGoPrevious READ HasTrack)
+    Q_PROPERTY(bool CanGoPrevious READ CanGoPrevious)
     Q_PROPERTY(bool CanPlay READ CanPlay)
     Q_PROPERTY(bool CanPause READ HasTrack)
     Q_PROPERTY(bool CanSeek READ HasTrack)
@@ -94,6 +94,7 @@ public:
     void SetVolume(double volume) { FPlayback.SetVolume(volume); }
     qlonglong Position() const;
     bool CanGoNext() const { return FPlayback.HasNext(); }
+    bool CanGoPrevious() const { return FPlayback.HasPrevious(); }
     bool HasTrack() const { return !FPlayback.Current().Address.isEmpty(); }
     bool CanPlay() const { return HasTrack() || FPlayback.SavedPositions().LastHeard(); }
     bool CanControl() const { return true; }

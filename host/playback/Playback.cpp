@@ -20,7 +20,6 @@ namespace vexa::host {
 namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
-constexpr double kMoment = 5;  // seconds; after that Previous() goes to the beginning of the current file
 constexpr double kFarLonger = 1.25;
 constexpr int kMaxSkip = 3600;
 constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
@@ -280,12 +279,12 @@ void Playback::WithName(const QString& address, std::function<void(const QString
         [nameOf, tell = std::move(tell)](const NowPlaying& described) { tell(nameOf(described)); })));
 }
 
+bool Playback::HasPrevious() const {
+    return FOrder && !FOrder->Before(FCurrent.Address).isEmpty();
+}
+
 void Playback::Previous() {
-    const QString before = FOrder && Position() < kMoment ? FOrder->Before(FCurrent.Address) : QString();
-    if (before.isEmpty())
-        Seek(0);
-    else
-        Start(before);
+    if (HasPrevious()) Start(FOrder->Before(FCurrent.Address));
 }
 
 void Playback::PlayNext(const QStringList& addresses) {

@@ -79,6 +79,7 @@ public:
     /// Sets the order, or null for none. Set null before destroying the order.
     void SetOrder(PlayOrder* order) noexcept { FOrder = order; }
     bool HasNext() const;
+    bool HasPrevious() const;
 
 public Q_SLOTS:
     /// Plays a file from where it was left. If it is the current file, resumes it.
@@ -96,8 +97,8 @@ public Q_SLOTS:
     /// `volume` is from 0 to 1. It is stored in the settings (Player\Volume).
     void SetVolume(double volume);
     void Next();
-    /// Plays the previous file of the order, if there is one and the current file is still in its first seconds; else
-    /// goes to the beginning of the current file.
+    /// Plays the previous file of the order, if there is one. The current file keeps its position: in a long one it
+    /// would be hard to find again.
     void Previous();
     /// Inserts files at the front of UpNext.
     void PlayNext(const QStringList& addresses);

@@ -127,7 +127,8 @@ public:
                 episode.Fields[pefGUID] = QString::number(e);
                 episode.Fields[pefTitle] = QString::fromUtf8(words[(e + f) % 8]);
                 episode.Fields[pefURLAudio] = QStringLiteral("http://host/%1/%2.mp3").arg(f).arg(e);
-                episode.PublishDate = static_cast<double>(40000 + e / 3);
+                const int day = e / 3;
+                episode.PublishDate = 40000.0 + day;
                 episode.Duration = static_cast<float>(e);
                 episode.State = static_cast<TPodcastEpisodeState>(e % 3);
             }

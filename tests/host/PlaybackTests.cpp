@@ -217,6 +217,28 @@ TEST_F(PlaybackTest, FilesUpNextComeBeforeTheOrderAndTheSleepTimerEndsPlayback) 
     Player->SetOrder(nullptr);
 }
 
+TEST_F(PlaybackTest, GoingToThePreviousFileKeepsThePositionInThisOne) {
+    const QStringList files{Tone(u"first"_s, 60), Tone(u"second"_s, 60)};
+    ListOrder order(files);
+    Player->SetOrder(&order);
+    Player->Play(files[1]);
+    ASSERT_TRUE(WaitFor(State::Playing));
+    Player->Seek(30);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 30; }));
+    ASSERT_TRUE(Player->HasPrevious());
+    Player->Previous();
+    EXPECT_EQ(Player->Current().Address, files[0]);
+    ASSERT_TRUE(Player->SavedPositions().Find(files[1]));
+    EXPECT_NEAR(Player->SavedPositions().Find(files[1])->Position, 30, 5);
+    ASSERT_TRUE(WaitFor(State::Playing));
+    Player->Seek(20);
+    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 20; }));
+    EXPECT_FALSE(Player->HasPrevious());
+    Player->Previous();
+    EXPECT_GE(Player->Position(), 20) << "there is none: nothing happens";
+    Player->SetOrder(nullptr);
+}
+
 TEST_F(PlaybackTest, ABrokenStreamIsReportedAndCanBeResumed) {
     tests::LoopbackServer server;
     const auto stream = tests::Response::Of(MakeTone(10, 192000, 8), "audio/x-wav");

@@ -525,6 +525,8 @@ TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {
     ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying() && Find<QToolButton>("NowPlaying")->isVisible(); }));
     QCoreApplication::processEvents();
     EXPECT_EQ(bar->height(), height) << "its title moves nothing";
+    EXPECT_TRUE(
+        WaitUntil([&] { return Find<QToolButton>("NowPlaying")->text().startsWith("Waiting for the server"); }));
     EXPECT_FALSE(PlayerWindow->close());
     EXPECT_EQ(answer("Keep it open"), QStringList({"End", "Keep it open"}));
     EXPECT_TRUE(PlayerWindow->isVisible());

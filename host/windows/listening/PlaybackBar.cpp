@@ -25,6 +25,7 @@ namespace {
 constexpr double kSpeeds[] = {0.5, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3};
 constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
 constexpr int kVolumeSteps = 100;
+constexpr auto kWaiting = std::chrono::milliseconds(500);
 constexpr QSize kIconSize(24, 24), kPlayIconSize(32, 32);
 
 QString SpeedText(double speed) {
@@ -94,6 +95,12 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     connect(&FPlayback, &Playback::SpeedChanged, this, &PlaybackBar::ShowSpeed);
     connect(&FPlayback, &Playback::VolumeChanged, this, &PlaybackBar::ShowVolume);
     connect(&FPlayback.Sleep(), &SleepTimer::Changed, this, &PlaybackBar::ShowState);
+    FWaiting.setSingleShot(true);
+    FWaiting.setInterval(kWaiting);
+    connect(&FWaiting, &QTimer::timeout, this, [this] {
+        FIsWaiting = true;
+        ShowTitle();
+    });
     SetIcons();
     Localize();
 }
@@ -208,10 +215,18 @@ void PlaybackBar::ShowState() {
     const bool hasCurrent = !FPlayback.Current().Address.isEmpty();
     Caption(*FPlay, Text("Play", FPlayback.IsPlaying() ? 1 : 0));
     SetIcons();
+    // A short wait is not worth a word.
+    if (FPlayback.CurrentState() != Playback::State::Loading) {
+        FWaiting.stop();
+        FIsWaiting = false;
+    } else if (!FIsWaiting && !FWaiting.isActive()) {
+        FWaiting.start();
+    }
     ShowTitle();
     FChapters->setVisible(!FPlayback.Current().Chapters.empty());
     FPlay->setEnabled(hasCurrent || FPlayback.SavedPositions().LastHeard());
-    for (QWidget* control : {FPrevious, FBack, FForward}) control->setEnabled(hasCurrent);
+    for (QWidget* control : {FBack, FForward}) control->setEnabled(hasCurrent);
+    FPrevious->setEnabled(FPlayback.HasPrevious());
     FPosition->setEnabled(hasCurrent);
     FNext->setEnabled(FPlayback.HasNext());
     FSleep->setChecked(FPlayback.Sleep().CurrentMode() != SleepTimer::Mode::Off);
@@ -221,6 +236,7 @@ void PlaybackBar::ShowState() {
 void PlaybackBar::ShowTitle() {
     const NowPlaying& current = FPlayback.Current();
     QStringList parts{current.Title.isEmpty() ? current.Address : current.Title, current.Album};
+    if (FIsWaiting) parts.prepend(Text("Waiting"));
     if (FChapter >= 0 && FChapter < static_cast<int>(current.Chapters.size()))
         parts += current.Chapters[static_cast<std::size_t>(FChapter)].Title;
     parts.removeAll({});

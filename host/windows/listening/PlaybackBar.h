@@ -7,6 +7,7 @@
 #include "Playback.h"
 #include "WindowTexts.h"
 
+#include <QTimer>
 #include <QWidget>
 
 class QHBoxLayout;
@@ -57,7 +58,9 @@ private:
     QLabel *FElapsed, *FRest, *FVolumeIcon;
     SeekBar* FPosition;
     QSlider* FVolume;
-    int FChapter = -1;        // index of the current chapter
+    int FChapter = -1;  // index of the current chapter
+    QTimer FWaiting;
+    bool FIsWaiting = false;  // for the server, or for more of the file
     bool FIsShowing = false;  // the bar itself sets the volume shown, not the user
 };
 
