@@ -142,8 +142,8 @@ class Source:
         outside = not self.in_function(i)
         if outside and self.opened[i] is not None and self.word(self.opened[i]) == "(":
             return  # the default of a parameter
-        if outside and self.opened[i] is not None and "values" == self.scope.get(self.opened[self.opened[i]] or -1):
-            return  # a cell of a table
+        if self.is_cell(i):
+            return
         if token.text in ("true", "false") and self.word(i - 2) not in ("noexcept", "explicit"):
             yield i, i, "false" if token.text == "true" else "true"
         found = re.fullmatch(r"(\d[\d']*)([uUlLzZ]*)", token.text)
@@ -152,6 +152,11 @@ class Source:
         if outside and before == "=" and self.word(i - 2) in (")", "const", "noexcept", "override"):
             return  # a function without a body
         yield i, i, f"{int(found[1].replace(chr(39), '')) + 1}{found[2]}"
+
+    def is_cell(self, i):
+        """Whether this is a value of a table, a list of lists."""
+        row = self.opened[i]
+        return row is not None and self.scope.get(row) == self.scope.get(self.opened[row]) == "values"
 
     def operators_at(self, i, token):
         if token.text == "!" and self.word(i - 1) != "operator":
@@ -217,13 +222,12 @@ class Source:
         commas = [k for k in range(bracket + 1, end) if self.word(k) == "," and self.opened[k] == bracket]
         for comma, following in itertools.pairwise([bracket, *commas, end]):
             first, last = comma + 1, following - 1
-            if first > last or first == last and (self.tokens[first].kind != "word" or self.word(first) == "nullptr"
-                                                  or self.word(first) in ("true", "false", "this")):
+            words = [self.word(k) for k in range(first, last + 1)]
+            is_literal = len(words) == 1 and self.tokens[first].kind != "word"
+            if not words or is_literal or words[0] in ("[", "{", "this") or "const" in words:
                 continue
-            if self.word(first) in ("[", "{") or self.says_something(first, last) or "const" in \
-                    [self.word(k) for k in range(first, last + 1)]:
-                continue
-            yield first, last, "{}"
+            if not self.says_something(first, last) and not EMPTY.fullmatch(self.between(first, last)):
+                yield first, last, "{}"
 
     def between(self, first, last):
         return self.text[self.tokens[first].start:self.tokens[last].end]
