@@ -27,6 +27,15 @@ TEST(Text, SurvivesConversionToBytesAndBack) {
     }
 }
 
+TEST(Text, HasTheSameFoldedFormAsAnotherWhereTheyCompareEqual) {
+    for (char32_t point = 0; point <= QChar::LastValidCodePoint; ++point) {
+        const char32_t upper = QChar::toUpper(point);
+        if (upper == point) continue;
+        const QString a = QString::fromUcs4(&point, 1), b = QString::fromUcs4(&upper, 1);
+        EXPECT_EQ(FoldCase(a) == FoldCase(b), a.compare(b, Qt::CaseInsensitive) == 0) << std::hex << +point;
+    }
+}
+
 class Greeter : public FormatStringFactory {
 public:
     Greeter() {
