@@ -27,13 +27,18 @@ TEST(Text, SurvivesConversionToBytesAndBack) {
     }
 }
 
-TEST(Text, HasTheSameFoldedFormAsAnotherWhereTheyCompareEqual) {
-    for (char32_t point = 0; point <= QChar::LastValidCodePoint; ++point) {
-        const char32_t upper = QChar::toUpper(point);
-        if (upper == point) continue;
-        const QString a = QString::fromUcs4(&point, 1), b = QString::fromUcs4(&upper, 1);
-        EXPECT_EQ(FoldCase(a) == FoldCase(b), a.compare(b, Qt::CaseInsensitive) == 0) << std::hex << +point;
+TEST(Text, HasTheSameFoldedFormAsAnotherIfAndOnlyIfTheyCompareEqual) {
+    for (char32_t point = 0; point < QChar::LastValidCodePoint; ++point) {
+        if (QChar::toUpper(point) == point) continue;
+        const QString text = QString::fromUcs4(&point, 1);
+        for (const char32_t other : {QChar::toUpper(point), char32_t(point + 1)}) {
+            const QString second = QString::fromUcs4(&other, 1);
+            EXPECT_EQ(FoldCase(text) == FoldCase(second), text.compare(second, Qt::CaseInsensitive) == 0) << +point;
+        }
     }
+    const QString high(QChar(0xD801)), low(QChar(0xDC00));
+    for (const QString& text : {high, low, QString(high + u"x" + low), QString(low + high)})
+        EXPECT_EQ(FoldCase(text), text);
 }
 
 class Greeter : public FormatStringFactory {
