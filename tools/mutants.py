@@ -74,12 +74,12 @@ class Source:
             head.insert(0, token.text)
         if before in (")", "]") or before in ("const", "noexcept", "override", "final", "mutable", "else", "do", "try"):
             return "function"
+        if "enum" in head:
+            return "enum"
         if self.in_function(i):
             return "function" if before in ("{", "}", ";", ":", "") or "->" in head[-4:-1] else "values"
         if before == "}" and self.scope.get(self.partner.get(i - 1)) == "values":
             return "function"  # the body of a constructor, after the members' values
-        if "enum" in head:
-            return "enum"
         if "(" in head:
             return "function" if "->" in head[-4:-1] else "values"
         return "other" if {"namespace", "extern", "class", "struct", "union"} & set(head) else "values"
@@ -110,7 +110,7 @@ class Source:
         for i, token in enumerate(self.tokens):
             if token.text == "case":
                 skipped.update(itertools.takewhile(lambda k: self.word(k) != ":", range(i, self.last)))
-            elif self.scope.get(i) == "enum" or token.text == "[" and self.word(i - 1) == "operator":
+            elif self.scope.get(i) == "enum":
                 skipped.update(range(i, self.partner.get(i, i)))
             elif token.text == "static_assert" or i in self.starts and LEFT_OUT.fullmatch(token.text):
                 skipped.update(range(i, self.end_of_statement(i)))
