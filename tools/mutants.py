@@ -25,7 +25,8 @@ COMPARISONS = {"==", "!=", "<", ">", "<=", ">="}
 ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "%=", "&=", "|=", "^=", "<<=", ">>="}
 PAIRS = {"(": ")", "[": "]", "{": "}"}
 # Statements of these say something to developers or to the compiler.
-LEFT_OUT = re.compile(r"q(C?(Debug|Info|Warning|Critical))|Log[A-Z]\w*|[A-Z]+_[A-Z_]+|static_assert|assert|using|throw")
+LOGGING = re.compile(r"q(C?(Debug|Info|Warning|Critical))|Log[A-Z]\w*")
+LEFT_OUT = re.compile(LOGGING.pattern + "|[A-Z]+_[A-Z_]+|static_assert|assert|using|throw")
 # Results that are empty already, or that no empty one can take the place of.
 EMPTY = re.compile(r"[\d']+|true|false|nullptr|(std::)?nullopt|Q\w+\(\)|\{\}|\*this")
 CONTROL = {"if", "while", "for", "switch", "catch"}
@@ -112,6 +113,8 @@ class Source:
                 skipped.update(itertools.takewhile(lambda k: self.word(k) != ":", range(i, self.last)))
             elif self.scope.get(i) == "enum":
                 skipped.update(range(i, self.partner.get(i, i)))
+            elif token.text == "if" and LOGGING.fullmatch(self.word(self.partner.get(i + 1, i) + 1)):
+                skipped.update(range(i, self.partner[i + 1]))
             elif token.text == "static_assert" or i in self.starts and LEFT_OUT.fullmatch(token.text):
                 skipped.update(range(i, self.end_of_statement(i)))
         return skipped
