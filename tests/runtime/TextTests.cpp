@@ -41,6 +41,19 @@ TEST(Text, HasTheSameFoldedFormAsAnotherIfAndOnlyIfTheyCompareEqual) {
         EXPECT_EQ(FoldCase(text), text);
 }
 
+TEST(Text, TakesTheColumnsOfATerminal) {
+    const std::pair<QString, int> rows[] = {
+        {"", 0},
+        {"Ann", 3},
+        {"\u756A\u7D44\uFF01", 6},    // wide and full-width
+        {"\uFF76\u00E9\u0436", 3},    // half-width
+        {"e\u0301\u20DD\u200Dx", 2},  // with marks over and around it, and a character that is not shown
+        {"\U0001F3A7\U0001D49C", 3},  // a wide and a narrow pair of surrogates
+        {QString(QChar(0xD83C)) + u'x', 2},
+    };
+    for (const auto& [text, columns] : rows) EXPECT_EQ(DisplayWidth(text), columns) << text.toStdString();
+}
+
 class Greeter : public FormatStringFactory {
 public:
     Greeter() {
