@@ -4,6 +4,7 @@ JOBS  ?= $(shell nproc)
 ARGS  ?=
 STRICT ?= OFF
 SECONDS ?= 60
+SEED ?=
 PREFIX ?= /usr/local
 DESTDIR ?=
 SOURCES := sdk runtime core host_api plugin cli host tools samples tests bench
@@ -14,7 +15,7 @@ BUILD := cmake --build -j $(JOBS) --preset
 CONFIGURE := cmake -DCMAKE_COMPILE_WARNING_AS_ERROR=$(STRICT) --preset
 
 .PHONY: help setup build run test test-asan test-tsan test-session fuzz bench install uninstall deb check-desktop \
-        arrows thread-safety format check-format tidy tidy-changed clean
+        arrows thread-safety mutate format check-format tidy tidy-changed clean
 
 help:
 	@echo "make run               set up, build, and open the player; without a display, a session on sample feeds"
@@ -31,6 +32,7 @@ help:
 	@echo "make check-desktop     checks menu entry, metadata, manual pages and completion (see desktop/)"
 	@echo "make arrows            checks that the folders include one another one way (see tools/arrows)"
 	@echo "make thread-safety     checks that what a mutex guards is used under it (see tools/thread-safety)"
+	@echo "make mutate            changes 30 places of the sources: which does no test notice? (see tools/mutate)"
 	@echo "make format            lays all sources out by .clang-format; make check-format only checks them"
 	@echo "make tidy              what clang-tidy says of all sources; make tidy-changed of those that changed last"
 
@@ -108,6 +110,9 @@ arrows: setup
 thread-safety: build
 	@./tools/setup tools/thread-safety/packages.txt
 	@./tools/thread-safety/check --jobs $(JOBS) build
+
+mutate: setup
+	@./tools/mutate core runtime plugin host_api --limit 30 $(if $(SEED),--seed $(SEED))
 
 format:
 	@./tools/setup tools/packages.txt

@@ -196,7 +196,7 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
     bool hasAnswered = false;  // whether the failure in `found` is a server's answer
     for (const QString& location : locations) {
         TPodcastFoundFeed next;
-        bool isAnswer = true, isCancelled = false;
+        bool isAnswer = true;
         try {
             next = FindFeedAt(location, load, isSubscribed);
         } catch (const TPodcastPageError& page) {
@@ -205,11 +205,10 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
             next.Error = QString::fromUtf8(failure.what());
             next.IsTransient = failure.IsTransient();
             isAnswer = failure.What() != vexa::HttpErrorInfo::Kind::Network;
-            isCancelled = failure.What() == vexa::HttpErrorInfo::Kind::Cancelled;
         } catch (const std::exception& failure) {
             next.Error = QString::fromUtf8(failure.what());
         }
-        if (next.Error.isEmpty() || isCancelled) return next;
+        if (next.Error.isEmpty()) return next;
         // Keep the more informative failure: a server's answer rather than a network error; of two answers the first.
         if (found.Error.isEmpty() || (isAnswer && !hasAnswered)) found = std::move(next);
         hasAnswered = hasAnswered || isAnswer;

@@ -18,13 +18,11 @@ constexpr int kAnswerTimeoutMs = 3000;
 
 /// Calls the file manager by the interface of freedesktop.org.
 bool AskFileManager(const QString& fileName) {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) return false;
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{QUrl::fromLocalFile(fileName).toString(QUrl::FullyEncoded)} << QString();
-    const QDBusMessage answer = bus.call(call, QDBus::Block, kAnswerTimeoutMs);
+    const QDBusMessage answer = QDBusConnection::sessionBus().call(call, QDBus::Block, kAnswerTimeoutMs);
     if (answer.type() == QDBusMessage::ReplyMessage) return true;
     qCInfo(LogRuntime) << "the file manager does not answer:" << answer.errorMessage();
     return false;

@@ -20,9 +20,14 @@ protected:
         Refresh(path);
         std::string said;
         for (const auto& request : Server.Requests()) {
-            const qsizetype at = request.Head.indexOf("If-None-Match: ");
-            said +=
-                at < 0 ? "whole, " : "if not " + request.Head.sliced(at + 15).split('\r').first().toStdString() + ", ";
+            std::string conditions;
+            for (const auto& [name, as] :
+                 {std::pair("If-None-Match: ", "if not "), {"If-Modified-Since: ", "since "}}) {
+                const qsizetype at = request.Head.indexOf(name);
+                if (at < 0) continue;
+                conditions += as + request.Head.sliced(at).split('\r').first().split(' ').last().toStdString() + ", ";
+            }
+            said += conditions.empty() ? "whole, " : conditions;
         }
         const auto outcome = Client->RefreshOutcomes().From().at(0);
         if (!outcome.Error.isEmpty()) return said + outcome.Error.toStdString();
@@ -47,6 +52,21 @@ TEST_F(ClientUnchanged, IsRequestedWithItsValidatorsAndNeitherParsedNorMerged) {
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "Uno"}}).WithETag("\"4\""));
     EXPECT_EQ(RefreshAnd(), "if not \"3\", merged");
     EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
+}
+
+TEST_F(ClientUnchanged, IsRequestedWithItsTimeOfChange) {
+    const auto changed = [](const QByteArray& body, const QByteArray& time, const QByteArray& more = {}) {
+        return Response::Of(body, "application/rss+xml", "200 OK", "Last-Modified: " + time + "\r\n" + more);
+    };
+    Server.Serve("/a", changed(Whole.Body, "Monday"));
+    EXPECT_EQ(RefreshAnd(), "whole, merged");
+    Server.Serve("/a", changed(Whole.Body, "Tuesday"));
+    EXPECT_EQ(RefreshAnd(), "since Monday, kept") << "the same bytes, written again";
+    Server.Serve("/a", Response::Of({}, {}, "304 Not Modified", "Last-Modified: Wednesday\r\n"));
+    EXPECT_EQ(RefreshAnd(), "since Tuesday, kept");
+    Server.Serve("/a", changed(Document("a", {{"1", "/1.mp3", "Uno"}}).Body, "Thursday", "ETag: \"1\"\r\n"));
+    EXPECT_EQ(RefreshAnd(), "since Wednesday, merged");
+    EXPECT_EQ(RefreshAnd(), "if not \"1\", since Thursday, kept");
 }
 
 TEST_F(ClientUnchanged, IsParsedAgainWhenAnythingElseHasWrittenItsRows) {

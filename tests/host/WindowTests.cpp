@@ -409,6 +409,8 @@ TEST_F(Window, TheUserChoosesAmongThePagesFeeds) {
     EXPECT_FALSE(page->findChild<QLabel*>("Answer")->isVisible()) << "nothing went wrong";
     EXPECT_EQ(Find<QLineEdit>("Address")->text(), server.Url("/page"));
     ChoiceDialog* const dialog = ask();
+    const auto* question = dialog->findChild<QLabel*>();
+    EXPECT_TRUE(question && question->text().contains(server.Url("/page")));
     auto* list = dialog->findChild<QTreeWidget*>("Choices");
     ASSERT_EQ(list->topLevelItemCount(), 2);
     EXPECT_EQ(list->topLevelItem(0)->text(0), "About a");

@@ -142,6 +142,7 @@ TEST_F(Http, LimitsADocumentsSizeAfterDecompression) {
     serve(kBound);
     EXPECT_EQ(HttpGetDocument(Server.Url("/"), kBound, {}).Body.size(), kBound);
     serve(100 * kBound);  // compressed, a tenth of the bound
+    EXPECT_THROW(HttpGetDocument(Server.Url("/"), kBound, {}), HttpError);
     HttpGet request;
     request.Url = Server.Url("/");
     request.Compressed = true;

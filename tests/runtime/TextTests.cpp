@@ -27,6 +27,33 @@ TEST(Text, SurvivesConversionToBytesAndBack) {
     }
 }
 
+TEST(Text, HasTheSameFoldedFormAsAnotherIfAndOnlyIfTheyCompareEqual) {
+    for (char32_t point = 0; point < QChar::LastValidCodePoint; ++point) {
+        if (QChar::toUpper(point) == point) continue;
+        const QString text = QString::fromUcs4(&point, 1);
+        for (const char32_t other : {QChar::toUpper(point), char32_t(point + 1)}) {
+            const QString second = QString::fromUcs4(&other, 1);
+            EXPECT_EQ(FoldCase(text) == FoldCase(second), text.compare(second, Qt::CaseInsensitive) == 0) << +point;
+        }
+    }
+    const QString high(QChar(0xD801)), low(QChar(0xDC00));
+    for (const QString& text : {high, low, QString(high + u"x" + low), QString(low + high)})
+        EXPECT_EQ(FoldCase(text), text);
+}
+
+TEST(Text, TakesTheColumnsOfATerminal) {
+    const std::pair<QString, int> rows[] = {
+        {"", 0},
+        {"Ann", 3},
+        {"\u756A\u7D44\uFF01", 6},    // wide and full-width
+        {"\uFF76\u00E9\u0436", 3},    // half-width
+        {"e\u0301\u20DD\u200Dx", 2},  // with marks over and around it, and a character that is not shown
+        {"\U0001F3A7\U0001D49C", 3},  // a wide and a narrow pair of surrogates
+        {QString(QChar(0xD83C)) + u'x', 2},
+    };
+    for (const auto& [text, columns] : rows) EXPECT_EQ(DisplayWidth(text), columns) << text.toStdString();
+}
+
 class Greeter : public FormatStringFactory {
 public:
     Greeter() {
@@ -107,6 +134,10 @@ TEST(Dates, AreParsedInManyLanguages) {
         {"11/24/2026 12:30", ""},
         {"2026-11-24 06:00:00 +0100", "2026-11-24T05:00:00Z"},
         {"2026-11-24 06:00:00.5 PM PST", "2026-11-25T02:00:00Z"},
+        {"Tue, 24 Nov 2026 06:00:00 +01x0", ""},
+        {"Di, 24 Nov 69 06:00:00", "2069-11-24T06:00:00Z"},
+        {"Di, 24 Nov 70 06:00:00", "1970-11-24T06:00:00Z"},
+        {"Di, 24 Nov 026 06:00:00", ""},
         {"Di, 31 Nov 2026 06:00:00", ""},
         {"Di, 24 Nov 2026 25:00:00", ""},
         {"Di, 24 Nov", ""},
