@@ -44,7 +44,7 @@ protected:
         return Host.Menus().IsVisible(*item);
     }
     /// Sets the library's selection, and prepares the menus.
-    void Select(const QStringList& nodes, const QStringList& files = {}, std::optional<QString> focused = {}) {
+    void Select(const QStringList& nodes, const QStringList& files = {}, const std::optional<QString>& focused = {}) {
         const auto selection = std::make_shared<host::FixedSelection>();
         selection->Provider = host::LibraryStorage(Host.Library()).Presets().front().Provider;
         for (const QString& node : nodes) selection->Path.push_back({"Node", node});
