@@ -24,7 +24,7 @@ OPERATORS = {"==": ("!=",), "!=": ("==",), "<": ("<=", ">="), ">": (">=", "<="),
 COMPARISONS = {"==", "!=", "<", ">", "<=", ">="}
 ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "%=", "&=", "|=", "^=", "<<=", ">>="}
 PAIRS = {"(": ")", "[": "]", "{": "}"}
-# Statements of these say something to developers or to the compiler.
+# Statements that begin with one of these are left alone: messages to developers, checks, errors' texts.
 LOGGING = re.compile(r"q(C?(Debug|Info|Warning|Critical))|Log[A-Z]\w*")
 LEFT_OUT = re.compile(LOGGING.pattern + "|[A-Z]+_[A-Z_]+|static_assert|assert|using|throw")
 # Results that are empty already, or that no empty one can take the place of.
