@@ -115,6 +115,9 @@ class Source:
                 skipped.update(range(i, self.partner.get(i, i)))
             elif token.text == "if" and LOGGING.fullmatch(self.word(self.partner.get(i + 1, i) + 1)):
                 skipped.update(range(i, self.partner[i + 1]))
+            elif token.text == "reserve" and self.word(i + 1) == "(":  # what only saves time
+                first = max((k for k in self.starts if k < i), default=i)
+                skipped.update(range(first, self.partner[i + 1]))
             elif token.text == "static_assert" or i in self.starts and LEFT_OUT.fullmatch(token.text):
                 skipped.update(range(i, self.end_of_statement(i)))
         return skipped
