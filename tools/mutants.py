@@ -24,7 +24,7 @@ OPERATORS = {"==": ("!=",), "!=": ("==",), "<": ("<=", ">="), ">": (">=", "<="),
 COMPARISONS = {"==", "!=", "<", ">", "<=", ">="}
 ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "%=", "&=", "|=", "^=", "<<=", ">>="}
 PAIRS = {"(": ")", "[": "]", "{": "}"}
-# Statements of these say something to developers or to the compiler.
+# Statements that begin with one of these are left alone: messages to developers, checks, errors' texts.
 LOGGING = re.compile(r"q(C?(Debug|Info|Warning|Critical))|Log[A-Z]\w*")
 LEFT_OUT = re.compile(LOGGING.pattern + "|[A-Z]+_[A-Z_]+|static_assert|assert|using|throw")
 # Results that are empty already, or that no empty one can take the place of.
@@ -115,6 +115,9 @@ class Source:
                 skipped.update(range(i, self.partner.get(i, i)))
             elif token.text == "if" and LOGGING.fullmatch(self.word(self.partner.get(i + 1, i) + 1)):
                 skipped.update(range(i, self.partner[i + 1]))
+            elif token.text == "reserve" and self.word(i + 1) == "(":  # what only saves time
+                first = max((k for k in self.starts if k < i), default=i)
+                skipped.update(range(first, self.partner[i + 1]))
             elif token.text == "static_assert" or i in self.starts and LEFT_OUT.fullmatch(token.text):
                 skipped.update(range(i, self.end_of_statement(i)))
         return skipped

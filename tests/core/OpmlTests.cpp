@@ -63,6 +63,14 @@ TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
         client, {file, file, folder.File("none.xml"), "ftp://h/feed"}, 0, [] { return false; }, note);
     EXPECT_EQ(results, QStringList({"0 T 1", "1 T 0", "2  0", "2  0"}));
     EXPECT_EQ(Read(ExportOpml(client)), QStringList("T=" + file));
+
+    const QString unreadable = folder.File("unreadable.xml");  // it opens, and then fails as on a damaged disk
+    ASSERT_TRUE(QFile::link("/proc/self/mem", unreadable));
+    const auto check = [](const TPodcastSubscription& result) {
+        EXPECT_TRUE(result.Error.contains("the file cannot be read: ")) << result.Error.toStdString();
+    };
+    SubscribeByAddress(
+        client, {unreadable}, 0, [] { return false; }, check);
 }
 
 }  // namespace
