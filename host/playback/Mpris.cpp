@@ -1,9 +1,14 @@
 #include "Mpris.h"
 
+#include "Images.h"
+#include "Strings.h"
+
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDBusMessage>
 #include <QUrl>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -13,6 +18,7 @@ namespace {
 
 const QString kPath = QStringLiteral("/org/mpris/MediaPlayer2");
 constexpr double kMicroseconds = 1e6;
+constexpr int kCoverSize = 512;  // pixels; desktops show it much smaller
 
 qlonglong ToMicroseconds(double seconds) {
     return std::llround(seconds * kMicroseconds);
@@ -20,9 +26,9 @@ qlonglong ToMicroseconds(double seconds) {
 
 }  // namespace
 
-Mpris::Mpris(Playback& playback, const QDBusConnection& bus) : FBus(bus) {
+Mpris::Mpris(Playback& playback, AlbumArtService& arts, const QDBusConnection& bus) : FBus(bus) {
     new MprisRoot(*this, playback);
-    new MprisPlayer(*this, playback);
+    new MprisPlayer(*this, playback, arts);
     if (!FBus.isConnected() || !FBus.registerObject(kPath, this)) return;
     const QString name = QStringLiteral("org.mpris.MediaPlayer2.vexa");
     for (const QString& wanted :
@@ -50,9 +56,10 @@ QStringList MprisRoot::MimeTypes() const {
             QStringLiteral("audio/flac"), QStringLiteral("audio/x-wav")};
 }
 
-MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback)
-    : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback) {
+MprisPlayer::MprisPlayer(Mpris& owner, Playback& playback, AlbumArtService& arts)
+    : QDBusAbstractAdaptor(&owner), FOwner(owner), FPlayback(playback), FArts(arts) {
     connect(&FPlayback, &Playback::StateChanged, this, &MprisPlayer::NotifyTrack);
+    connect(&FPlayback, &Playback::CurrentChanged, this, &MprisPlayer::ReadCover);
     connect(&FPlayback, &Playback::CurrentChanged, this, &MprisPlayer::NotifyTrack);
     connect(&FPlayback, &Playback::DurationChanged, this, &MprisPlayer::NotifyTrack);
     connect(&FPlayback, &Playback::UpNextChanged, this, &MprisPlayer::NotifyTrack);
@@ -94,8 +101,32 @@ QVariantMap MprisPlayer::Metadata() const {
     data.insert(QStringLiteral("xesam:url"), now.Address);
     if (!now.Artist.isEmpty()) data.insert(QStringLiteral("xesam:artist"), QStringList{now.Artist});
     if (!now.Album.isEmpty()) data.insert(QStringLiteral("xesam:album"), now.Album);
+    if (!FCoverUrl.isEmpty() && now.Album == FCoverAlbum) data.insert(QStringLiteral("mpris:artUrl"), FCoverUrl);
     if (FPlayback.Duration() > 0) data.insert(QStringLiteral("mpris:length"), ToMicroseconds(FPlayback.Duration()));
     return data;
+}
+
+void MprisPlayer::ReadCover() {
+    const NowPlaying& now = FPlayback.Current();
+    if (now.Album.isEmpty() || now.Album == FCoverAlbum) return;
+    FCoverAlbum = now.Album;
+    FCoverUrl.clear();
+    // A name of its own for each album: the desktop keeps pictures by their addresses.
+    const QByteArray digest = QCryptographicHash::hash(now.Album.toUtf8(), QCryptographicHash::Md5).toHex();
+    FCoverReader.Run([this, file = now.Address, album = now.Album, arts = Ref<AlbumArtService>(&FArts),
+                      name = FCovers.filePath(QString::fromLatin1(digest + ".png"))](const CancelCheck&) {
+        Ref<IVEXAImageContainer> container;
+        const bool isThere = Succeeded(
+            arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(album).Get(), nullptr, container.Put()));
+        QImage cover = isThere ? ToQImage(container.Get()) : QImage();
+        if (std::max(cover.width(), cover.height()) > kCoverSize)
+            cover = cover.scaled(kCoverSize, kCoverSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        const bool isSaved = !cover.isNull() && cover.save(name);
+        return [this, url = isSaved ? QUrl::fromLocalFile(name).toString() : QString()] {
+            FCoverUrl = url;
+            if (!FCoverUrl.isEmpty()) NotifyTrack();
+        };
+    });
 }
 
 qlonglong MprisPlayer::Position() const {

@@ -2,12 +2,15 @@
 // The desktop's media controls and the media keys: org.mpris.MediaPlayer2.vexa on the session bus. Without a bus it
 // does nothing. Main thread; destroy it before the Playback.
 
+#include "AlbumArt.h"
+#include "LatestTask.h"
 #include "Playback.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QVariantMap>
 
 namespace vexa::host {
@@ -15,7 +18,7 @@ namespace vexa::host {
 class Mpris final : public QObject {
     Q_OBJECT
 public:
-    explicit Mpris(Playback& playback, const QDBusConnection& bus = QDBusConnection::sessionBus());
+    Mpris(Playback& playback, AlbumArtService& arts, const QDBusConnection& bus = QDBusConnection::sessionBus());
     ~Mpris() override;
 
     /// The name on the bus, with the process ID appended if another instance has the plain name. Empty without a bus.
@@ -82,7 +85,7 @@ class MprisPlayer final : public QDBusAbstractAdaptor {
     Q_PROPERTY(bool CanSeek READ HasTrack)
     Q_PROPERTY(bool CanControl READ CanControl CONSTANT)
 public:
-    MprisPlayer(Mpris& owner, Playback& playback);
+    MprisPlayer(Mpris& owner, Playback& playback, AlbumArtService& arts);
 
     QString Status() const;
     double Rate() const { return FPlayback.Speed(); }
@@ -116,9 +119,16 @@ Q_SIGNALS:
 private:
     QDBusObjectPath Track() const;
     void NotifyTrack();
+    /// Asks for the cover of the current album, and writes it to a file for the desktop, which takes only addresses.
+    void ReadCover();
 
     Mpris& FOwner;
     Playback& FPlayback;
+    AlbumArtService& FArts;
+    const QTemporaryDir FCovers;
+    QString FCoverAlbum;  // the album whose cover was asked for
+    QString FCoverUrl;    // empty while it is not there, and when the album has none
+    LatestTask FCoverReader;
     int FTrack = 0;  // the number in the track's ID; counted up so that calls for an earlier track are recognised
     QString FTrackAddress;
 };

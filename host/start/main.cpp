@@ -160,7 +160,7 @@ int RunWindow(const QCommandLineParser& arguments) {
     {
         Playback playback(host);
         const PlaylistOrder order(playback, host.Playlists());
-        Mpris mpris(playback);
+        Mpris mpris(playback, host.AlbumArt());
         MainWindow window(host, playback);
         const auto save = [&] {
             window.SaveLayout();

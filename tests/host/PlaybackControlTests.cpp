@@ -12,6 +12,7 @@
 #include <QAbstractButton>
 #include <QAbstractItemModelTester>
 #include <QAbstractSlider>
+#include <QBuffer>
 #include <QDBusArgument>
 #include <QDBusInterface>
 #include <QDBusReply>
@@ -19,6 +20,10 @@
 #include <QMainWindow>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <attachedpictureframe.h>
+#include <id3v2tag.h>
+#include <wavfile.h>
 
 #include <atomic>
 #include <thread>
@@ -72,7 +77,7 @@ private:
 };
 
 TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
-    Mpris mpris(*Player);
+    Mpris mpris(*Player, Host.AlbumArt());
     ASSERT_EQ(mpris.ServiceName(), u"org.mpris.MediaPlayer2.vexa"_s);
     int raised = 0, quit = 0;
     QObject::connect(&mpris, &Mpris::RaiseRequested, [&] { ++raised; });
@@ -106,6 +111,34 @@ TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
     EXPECT_TRUE(WaitUntil([&] { return remote.Changed[u"PlaybackStatus"_s] == u"Stopped"_s; }));
 }
 
+TEST_F(PlaybackTest, TheDesktopGetsTheCoverAsAFile) {
+    const QString file = Tone(u"a.wav"_s, 60);
+    {
+        QImage drawn(600, 300, QImage::Format_RGB32);
+        drawn.fill(Qt::red);
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        drawn.save(&buffer, "PNG");
+        auto* picture = new TagLib::ID3v2::AttachedPictureFrame;  // the tag owns it
+        picture->setMimeType("image/png");
+        picture->setPicture(TagLib::ByteVector(bytes.constData(), static_cast<unsigned>(bytes.size())));
+        TagLib::RIFF::WAV::File wav(QFile::encodeName(file).constData());
+        wav.ID3v2Tag()->setAlbum("An album");
+        wav.ID3v2Tag()->addFrame(picture);
+        wav.save();
+    }
+    Mpris mpris(*Player, Host.AlbumArt());
+    Remote remote(mpris.ServiceName());
+    Player->Play(file);
+    const auto address = [&] {
+        return qdbus_cast<QVariantMap>(remote.Changed[u"Metadata"_s].value<QDBusArgument>())[u"mpris:artUrl"_s];
+    };
+    ASSERT_TRUE(WaitUntil([&] { return address().isValid(); }));
+    const QImage cover(QUrl(address().toString()).toLocalFile());
+    EXPECT_EQ(cover.size(), QSize(512, 256));
+    EXPECT_EQ(cover.pixelColor(100, 100), QColor(Qt::red));
+}
+
 TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     PlaybackBar bar(*Player, Host);
     const QString file = Tone(u"a.wav"_s, 60);
@@ -137,7 +170,7 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
 TEST_F(PlaybackTest, ChangesOfThePlayingPlaylistChangeWhatIsNext) {
     const PlaylistOrder order(*Player, Host.Playlists());
     PlaybackBar bar(*Player, Host);
-    Mpris mpris(*Player);
+    Mpris mpris(*Player, Host.AlbumArt());
     Remote remote(mpris.ServiceName());
     const QAbstractButton* next = bar.findChild<QAbstractButton*>(u"next"_s);
     const auto isNext = [&](bool can) {
@@ -275,7 +308,7 @@ TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     EXPECT_GE(Player->SavedPositions().Find(b)->Position, 30);
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', b, a + u'2'}));
 
-    Mpris mpris(*Player);
+    Mpris mpris(*Player, Host.AlbumArt());
     Remote remote(mpris.ServiceName());
     const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
     titles->IsHolding = true;
