@@ -6,7 +6,9 @@ templates do not. Some changes do not compile, such as an empty argument to a te
 
 import collections
 import itertools
+import random
 import re
+import sys
 
 TOKEN = re.compile(
     r"""(?P<space>\s+|//[^\n]*|/\*.*?\*/|\#(?:\\\n|[^\n])*|\[\[[^\[\]]*\]\])
@@ -251,3 +253,23 @@ class Source:
         after = self.text[begin:start] + replacement + self.text[end:finish]
         return Mutant(file, self.text.count("\n", 0, start) + 1, " ".join(before.split()), " ".join(after.split()),
                       start, end, replacement)
+
+
+def all_mutants(root, paths, seed):
+    """The mutants of these paths in the order of the seed: one of each place, then the others."""
+    places = []
+    for name in paths:
+        path, _, line = name.partition(":")
+        found = (root / path).resolve()
+        if not found.is_relative_to(root) or not found.exists():
+            sys.exit(f"mutate: there is no {name} in {root}")
+        for source in [found] if found.is_file() else sorted(found.rglob("*.cpp")):
+            text = source.read_text(encoding="utf-8")
+            places += [place for place in Source(text).mutants(source.relative_to(root).as_posix())
+                       if not line or place[0].line == int(line)]
+    places = list({place[0].file + str(place[0][4:6]): place for place in places}.values())
+    chance = random.Random(seed)
+    chance.shuffle(places)
+    for place in places:
+        chance.shuffle(place)
+    return [mutant for round in itertools.zip_longest(*places) for mutant in round if mutant]
