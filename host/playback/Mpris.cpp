@@ -2,6 +2,8 @@
 
 #include "Images.h"
 #include "Strings.h"
+#include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -22,6 +24,13 @@ constexpr int kCoverSize = 512;  // pixels; desktops show it much smaller
 
 qlonglong ToMicroseconds(double seconds) {
     return std::llround(seconds * kMicroseconds);
+}
+
+bool IsDocumentType(const QString& mimeType) {
+    if (mimeType.startsWith(u"text/")) return true;
+    for (const char16_t* part : {u"xml", u"html", u"json", u"opml"})
+        if (mimeType.contains(QStringView(part))) return true;
+    return false;
 }
 
 }  // namespace
@@ -104,6 +113,24 @@ QVariantMap MprisPlayer::Metadata() const {
     if (!FCoverUrl.isEmpty() && now.Album == FCoverAlbum) data.insert(QStringLiteral("mpris:artUrl"), FCoverUrl);
     if (FPlayback.Duration() > 0) data.insert(QStringLiteral("mpris:length"), ToMicroseconds(FPlayback.Duration()));
     return data;
+}
+
+void MprisPlayer::OpenUri(const QString& uri) {
+    if (!IsUrl(uri)) return FPlayback.Play(uri);
+    FTypeReader.Run([this, uri](const CancelCheck& isStopped) {
+        QString type;
+        HttpGet request;
+        request.Url = uri;
+        request.OnAccepted = [&](const HttpResponseInfo& response) {
+            type = response.MimeType;
+            return false;
+        };
+        request.Run(isStopped);
+        // What fails is played, too: the player then says why it cannot be.
+        return [this, uri, isDocument = IsDocumentType(type)] {
+            isDocument ? Q_EMIT FOwner.OpenRequested(uri) : FPlayback.Play(uri);
+        };
+    });
 }
 
 void MprisPlayer::ReadCover() {

@@ -27,6 +27,8 @@ public:
 Q_SIGNALS:
     /// Bring the window to the front.
     void RaiseRequested();
+    /// Show the document at this address, which is no audio: a feed, or a page that may name one.
+    void OpenRequested(const QString& address);
     void QuitRequested();
 
 private:
@@ -111,7 +113,8 @@ public Q_SLOTS:
     void Play() { FPlayback.Resume(); }
     void Seek(qlonglong offset);
     void SetPosition(const QDBusObjectPath& track, qlonglong position);
-    void OpenUri(const QString& uri) { FPlayback.Play(uri); }
+    /// Of web addresses, the type that the server names tells audio from documents.
+    void OpenUri(const QString& uri);
 
 Q_SIGNALS:
     void Seeked(qlonglong position);
@@ -128,7 +131,7 @@ private:
     const QTemporaryDir FCovers;
     QString FCoverAlbum;  // the album whose cover was asked for
     QString FCoverUrl;    // empty while it is not there, and when the album has none
-    LatestTask FCoverReader;
+    LatestTask FCoverReader, FTypeReader;
     int FTrack = 0;  // the number in the track's ID; counted up so that calls for an earlier track are recognised
     QString FTrackAddress;
 };

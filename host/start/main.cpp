@@ -183,6 +183,8 @@ int RunWindow(const QCommandLineParser& arguments) {
             Qt::DirectConnection);
         QObject::connect(&mpris, &Mpris::RaiseRequested, &window, &MainWindow::BringToFront);
         QObject::connect(&mpris, &Mpris::QuitRequested, &window, &MainWindow::End);
+        QObject::connect(&mpris, &Mpris::OpenRequested, &window,
+                         [&window](const QString& address) { window.Open({address}); });
         QObject::connect(&instance, &SingleInstance::Opened, &window, &MainWindow::Open);
         QString plugin = arguments.value(QStringLiteral("plugin"));
         if (plugin.isEmpty()) plugin = PodcastsPlugin();

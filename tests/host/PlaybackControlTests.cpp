@@ -1,6 +1,7 @@
 // The controls of playback: the desktop over the session bus, the bar, the menu, and the listening list.
 
 #include "ListeningModel.h"
+#include "LoopbackServer.h"
 #include "MovingFiles.h"
 #include "Mpris.h"
 #include "PlaybackBar.h"
@@ -109,6 +110,25 @@ TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
     EXPECT_TRUE(WaitUntil([&] { return raised == 1 && quit == 1; }));
     remote.Call(u"Stop"_s);
     EXPECT_TRUE(WaitUntil([&] { return remote.Changed[u"PlaybackStatus"_s] == u"Stopped"_s; }));
+}
+
+TEST_F(PlaybackTest, TheDesktopsAddressesArePlayedOrOpenedByTheirTypes) {
+    tests::LoopbackServer server;
+    server.Serve(u"/feed"_s, tests::Response::Of("<rss/>"));
+    server.Serve(u"/page"_s, tests::Response::Of("<html/>", "text/html"));
+    server.Serve(u"/audio"_s, tests::Response::Of(MakeTone(60), "audio/x-wav"));
+    Mpris mpris(*Player, Host.AlbumArt());
+    QStringList opened;
+    QObject::connect(&mpris, &Mpris::OpenRequested, [&](const QString& address) { opened += address; });
+    Remote remote(mpris.ServiceName());
+    for (const QString& path : {u"/feed"_s, u"/page"_s}) {
+        remote.Call(u"OpenUri"_s, {server.Url(path)});
+        EXPECT_TRUE(WaitUntil([&] { return opened.value(opened.size() - 1) == server.Url(path); }));
+        EXPECT_EQ(Player->Current().Address, QString());
+    }
+    remote.Call(u"OpenUri"_s, {server.Url(u"/audio"_s)});
+    EXPECT_TRUE(WaitFor(State::Playing));
+    EXPECT_EQ(opened.size(), 2);
 }
 
 TEST_F(PlaybackTest, TheDesktopGetsTheCoverAsAFile) {
