@@ -41,6 +41,7 @@ void CheckStored(TPodcastsDB& db, const QString& guid, const QString& audio, con
     db.AddOrUpdate(feed);
     Require(db.GetFeedID(location) == feed.ID, "a feed is found by its address", location);
     Require(db.CountEpisodes(MakeEpisodeKey(feed.ID, guid)) == 1, "an episode is found by feed and GUID", guid);
+    if (!HasAudio(episode)) return;  // it has no address
     const QString uri = TPodcastsDBQueryBuilder::MakeEpisodeURI(episode, feed);
     QString key = uri;
     // Addresses that look like the older form are parsed as such; texts without a scheme are not addresses.
