@@ -25,14 +25,15 @@ const QString kCount = QStringLiteral("count");
 // A file system is asked about so many addresses in one call, so that Stop need not wait for all of a large playlist.
 constexpr qsizetype kAtOnce = 1000;
 
+/// What file systems have told about addresses.
 struct Found {
     AddressMoves Moves;
-    QSet<QString> Gone;
+    QSet<QString> Gone;  // those that name nothing any more
 };
 
 /// Nothing when a file system failed to answer, or `isStopped` was set.
-std::optional<Found> FindMoves(const FileSystemService& fileSystems, const QStringList& addresses,
-                               const MoveCounts& followed, const std::atomic<bool>& isStopped) {
+std::optional<Found> LookUp(const FileSystemService& fileSystems, const QStringList& addresses,
+                            const MoveCounts& followed, const std::atomic<bool>& isStopped) {
     QHash<QString, QStringList> byScheme;
     QSet<QString> seen;
     for (const QString& address : addresses) {
@@ -177,7 +178,7 @@ void PresentAddresses::AskKept(const MoveCounts& counts, const MoveCounts& versi
     QStringList kept;
     for (const AddressKeeper* keeper : FKeepers) kept += keeper->KeptAddresses();
     const auto find = [this, kept, systems = FFileSystems, followed = FFollowed] {
-        return FindMoves(*systems, kept, followed, FIsStopped);
+        return LookUp(*systems, kept, followed, FIsStopped);
     };
     Run(FChecker, FIsChecking, find, [this, counts, versions](const auto& found) {
         // Without an answer, FCounts stays, so that all is asked again after the next change.
@@ -204,7 +205,7 @@ void PresentAddresses::SaveFollowed() const {
 void PresentAddresses::Answer() {
     if (FIsAnswering || FRequests.empty()) return;
     const auto find = [this, asked = FRequests.front().Addresses, systems = FFileSystems, followed = FFollowed] {
-        return FindMoves(*systems, asked, followed, FIsStopped);
+        return LookUp(*systems, asked, followed, FIsStopped);
     };
     Run(FAnswerer, FIsAnswering, find, [this](const auto& found) {
         const AddressMoves moves = found ? found->value_or(Found()).Moves : AddressMoves();

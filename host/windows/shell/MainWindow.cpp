@@ -464,7 +464,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         return;
     }
     event->ignore();
-    hasTray&& choice ? GoIntoTray() : AskWhetherToEnd();
+    if (hasTray && choice)
+        GoIntoTray();
+    else
+        AskWhetherToEnd();
 }
 
 void MainWindow::AskWhetherToEnd() {
