@@ -270,7 +270,9 @@ TEST_F(PlaybackTest, AnOggStreamStartsWhereItWasLeftAndAtItsSpeed) {
             Player->Play(server.Url(u"/a.ogg"_s));
             Player->SetSpeed(speed);
             Player->Seek(left);
-            ASSERT_TRUE(WaitUntil([&] { return Player->Position() > left + 0.3; }));
+            ASSERT_TRUE(WaitUntil([&] { return Player->Position() > left + 0.3; }))
+                << "state " << static_cast<int>(Player->CurrentState()) << " at " << Player->Position() << " of "
+                << Player->Duration() << ": " << (Errors + Warnings).join(u"; "_s).toStdString();
             EXPECT_LT(Player->Position(), left + 5);
             EXPECT_NEAR(Player->Duration(), 60, 1);
             Player->Stop();
