@@ -174,6 +174,7 @@ void MediaOutput::Drop() {
     gst_bus_set_sync_handler(BusOf(pipeline).get(), nullptr, nullptr, nullptr);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
     FTriesLeft = FTicksAtEnd = 0;
+    FBufferingNumber.reset();
 }
 
 /// GStreamer's Ogg demultiplexer (Vorbis, Opus) is unreliable when it seeks in a network stream: playback hangs, or the
@@ -288,18 +289,26 @@ void MediaOutput::Handle(GstMessage* message) {
             if (isDevice) Q_EMIT Warned(Problem::NoDevice, text);
             return;
         }
-        case GST_MESSAGE_BUFFERING: {
-            gint percent = 100;
-            gst_message_parse_buffering(message, &percent);
-            FIsBuffering = percent < 100;
-            return UpdatePipeline();
-        }
+        case GST_MESSAGE_BUFFERING:
+            return HandleBuffering(message);
         case GST_MESSAGE_CLOCK_LOST:
             gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);
             return UpdatePipeline();
         default:
             return;
     }
+}
+
+/// Two of GStreamer's threads report the fill level of one buffer, and the older report sometimes arrives last. Taken
+/// for the present level, a "5 %" after the "100 %" would keep playback waiting for ever.
+void MediaOutput::HandleBuffering(GstMessage* message) {
+    const guint32 number = gst_message_get_seqnum(message);
+    if (FBufferingNumber && gst_util_seqnum_compare(number, *FBufferingNumber) < 0) return;
+    FBufferingNumber = number;
+    gint percent = 100;
+    gst_message_parse_buffering(message, &percent);
+    FIsBuffering = percent < 100;
+    UpdatePipeline();
 }
 
 void MediaOutput::HandleError(GstMessage* message) {

@@ -91,6 +91,7 @@ private:
     void Fail(Problem problem, const QString& details);
     void Drain();
     void Handle(GstMessage* message);
+    void HandleBuffering(GstMessage* message);
     void HandleError(GstMessage* message);
     void HandleEnd();
     void NotifyMoved();
@@ -120,6 +121,8 @@ private:
     int FTicksAtEnd = 0;            // ticks at the end of the source without an end-of-stream message
     qint64 FEndPosition = 0;        // position in those ticks, in ns
     std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
+    // The number of the newest report of the buffer's level.
+    std::optional<quint32> FBufferingNumber;
     double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
 };
 

@@ -53,6 +53,31 @@ void MakeOgg(const QString& file, double seconds) {
     gst_object_unref(pipeline);
 }
 
+/// Registers "latereports", a fakesink that reports a full buffer and then, late, the level before it.
+void RegisterLateReports() {
+    gst_init(nullptr, nullptr);
+    GstElementFactory* factory = gst_element_factory_find("fakesink");
+    gst_object_unref(gst_plugin_feature_load(GST_PLUGIN_FEATURE(factory)));
+    GTypeQuery parent;
+    g_type_query(gst_element_factory_get_element_type(factory), &parent);
+    gst_object_unref(factory);
+    const GClassInitFunc initialize = [](gpointer type, gpointer) {
+        GST_ELEMENT_CLASS(type)->change_state = [](GstElement* sink, GstStateChange change) {
+            auto* inherited = GST_ELEMENT_CLASS(g_type_class_peek_parent(GST_ELEMENT_GET_CLASS(sink)));
+            const GstStateChangeReturn result = inherited->change_state(sink, change);
+            if (change == GST_STATE_CHANGE_READY_TO_PAUSED) {
+                GstMessage* older = gst_message_new_buffering(GST_OBJECT(sink), 5);
+                gst_element_post_message(sink, gst_message_new_buffering(GST_OBJECT(sink), 100));
+                gst_element_post_message(sink, older);
+            }
+            return result;
+        };
+    };
+    const GType type = g_type_register_static_simple(parent.type, "LateReports", parent.class_size, initialize,
+                                                     parent.instance_size, nullptr, GTypeFlags(0));
+    ASSERT_TRUE(gst_element_register(nullptr, "latereports", GST_RANK_NONE, type));
+}
+
 /// The order of a list.
 struct ListOrder final : PlayOrder {
     explicit ListOrder(QStringList list) : List(std::move(list)) {}
@@ -280,6 +305,13 @@ TEST_F(PlaybackTest, AnOggStreamStartsWhereItWasLeftAndAtItsSpeed) {
     EXPECT_TRUE(Errors.isEmpty());
     EXPECT_TRUE(Warnings.isEmpty());
     EXPECT_TRUE(Heard.isEmpty());
+}
+
+TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {
+    RegisterLateReports();
+    Open(u"latereports sync=true"_s);
+    Player->Play(Tone(u"tone"_s, 60));
+    EXPECT_TRUE(WaitUntil([&] { return Player->Position() > 0.3; })) << "it waits for a buffer that is full";
 }
 
 TEST_F(PlaybackTest, AServerWithoutRangeRequestsIsPlayedFromTheBeginning) {
