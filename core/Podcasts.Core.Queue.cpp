@@ -75,6 +75,11 @@ QStringList TPodcastClientQueue::Items() const {
     return QStringList(FItems.begin(), FItems.end());
 }
 
+qsizetype TPodcastClientQueue::Count() const {
+    const vexa::TLock lock(FMutex);
+    return static_cast<qsizetype>(FItems.size());
+}
+
 void TPodcastListenerList::Add(vexa::Ref<vexa::IUnknown> listener) {
     const vexa::TLock lock(FMutex);
     FListeners.push_back(std::move(listener));

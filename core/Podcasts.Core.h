@@ -107,6 +107,7 @@ public:
     void Defer(const QString& item) override;
     /// All items, in the order added.
     QStringList Items() const;
+    qsizetype Count() const;
 
     /// Hold it to make several operations one.
     vexa::TRecursiveMutex& Mutex() VEXA_RETURNS_MUTEX(FMutex) { return FMutex; }
@@ -151,6 +152,10 @@ public:
     void Add(Outcome outcome) {
         const vexa::TLock lock(FMutex);
         FItems.push_back(std::move(outcome));
+    }
+    std::size_t Count() const {
+        const vexa::TLock lock(FMutex);
+        return FItems.size();
     }
     /// The outcomes from index `first` on.
     std::vector<Outcome> From(std::size_t first = 0) const {

@@ -260,6 +260,22 @@ protected:
     ~IVEXAMLSubscriptionStorage() = default;
 };
 
+/// Offered by a storage that knows how far its background tasks are. Its tasks can be cancelled here, including those
+/// that began without a `cancel`, whose work is begun anew by itself and so is not lost.
+struct IVEXAMLTaskProgress : IUnknown {
+    static constexpr Guid IID = ParseGuid("{5E0C9B0E-7B43-4B7E-9F0C-2D61A4C8F3B7}");
+
+    /// 3: `item` of `count`: what the task works on, such as the third of ten feeds, and `share` of the whole task that
+    /// is done, from 0 to 1. S_FALSE, with all outputs 0, for a task that does not run or does not know. Any thread.
+    virtual HResult GetProgress(std::int32_t taskID, std::int32_t* item, std::int32_t* count,
+                                double* share) noexcept = 0;
+    /// 4: Stops the task; what it has done stays. S_FALSE for a task that does not run. Main thread.
+    virtual HResult Cancel(std::int32_t taskID) noexcept = 0;
+
+protected:
+    ~IVEXAMLTaskProgress() = default;
+};
+
 // ---- Options of storages: optional ----
 
 /// One option that a storage lets the host show to the user. The object is a copy: changing it changes no option.

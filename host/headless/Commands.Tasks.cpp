@@ -106,10 +106,17 @@ QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
 QJsonObject Tasks(Host& host, const QStringList&) {
     const LibraryStorage storage(host.Library());
     QJsonArray tasks;
-    for (const BackgroundTask& task : host.Library().Tasks(storage.ID()))
-        tasks += QJsonObject{{QStringLiteral("id"), task.ID},
-                             {QStringLiteral("caption"), ToQString(task.Caption.Get())},
-                             {QStringLiteral("canCancel"), static_cast<bool>(task.Cancel)}};
+    for (const BackgroundTask& task : host.Library().Tasks(storage.ID())) {
+        QJsonObject shown{{QStringLiteral("id"), task.ID},
+                          {QStringLiteral("caption"), ToQString(task.Caption.Get())},
+                          {QStringLiteral("canCancel"), task.CanCancel()}};
+        if (const auto progress = task.Progress()) {
+            shown.insert(QStringLiteral("item"), progress->Item);
+            shown.insert(QStringLiteral("count"), progress->Count);
+            shown.insert(QStringLiteral("share"), progress->Share);
+        }
+        tasks += shown;
+    }
     QJsonObject answer{{QStringLiteral("tasks"), tasks}};
     if (const auto subscriptions = storage.Subscriptions()) {
         answer.insert(QStringLiteral("downloads"), Outcomes(*subscriptions, IVEXAMLSubscriptionStorage::Downloads));
@@ -121,8 +128,8 @@ QJsonObject Tasks(Host& host, const QStringList&) {
 QJsonObject Cancel(Host& host, const QStringList& arguments) {
     for (const BackgroundTask& task : host.Library().Tasks(LibraryStorage(host.Library()).ID())) {
         if (QString::number(task.ID) != arguments[0]) continue;
-        if (!task.Cancel) throw CommandError(u"the task " + arguments[0] + u" cannot be cancelled", E_NOTIMPL);
-        task.Cancel->OnExecute(nullptr);
+        if (!task.CanCancel()) throw CommandError(u"the task " + arguments[0] + u" cannot be cancelled", E_NOTIMPL);
+        task.Cancel();
         return {};
     }
     throw CommandError(u"there is no task " + arguments[0] + u": tasks lists them", E_INVALIDARG);

@@ -9,14 +9,30 @@
 
 namespace vexa::host {
 
+std::optional<BackgroundTask::Position> BackgroundTask::Progress() const {
+    Position position{};
+    if (!Reporting || Reporting->GetProgress(ID, &position.Item, &position.Count, &position.Share) != S_OK) return {};
+    position.Share = position.Share > 0 ? std::min(position.Share, 1.0) : 0;  // also where it is no number
+    return position;
+}
+
+void BackgroundTask::Cancel() const {
+    if (CancelEvent)
+        CancelEvent->OnExecute(nullptr);
+    else if (Reporting)
+        Reporting->Cancel(ID);
+}
+
 /// Through this a storage reaches the library, until the storage is finalised.
 class MusicLibraryService::Manager final : public RefCountedObject<IVEXAMLDataStorageManager> {
 public:
-    Manager(MusicLibraryService* library, const QString& storageID) : FLibrary(library), FStorageID(storageID) {}
+    Manager(MusicLibraryService* library, const QString& storageID, Ref<IVEXAMLTaskProgress> reporting)
+        : FLibrary(library), FStorageID(storageID), FReporting(std::move(reporting)) {}
 
     void Disconnect() {
         FLibrary = nullptr;
         FTasks.clear();
+        FReporting = nullptr;
     }
     const std::vector<BackgroundTask>& Tasks() const { return FTasks; }
     int ChangeCount() const { return FChangeCount; }
@@ -26,7 +42,7 @@ public:
         Guarded("showing a background task", [&] {
             if (!FLibrary) return E_UNEXPECTED;
             Ref<IVEXAString> text = caption ? Ref<IVEXAString>(caption) : MakeString({});
-            const BackgroundTask task{taskID, std::move(text), Ref<IVEXAActionEvent>(cancel)};
+            const BackgroundTask task{taskID, std::move(text), Ref<IVEXAActionEvent>(cancel), FReporting};
             const auto found = Find(taskID);
             if (found != FTasks.end())
                 *found = task;
@@ -64,6 +80,7 @@ private:
 
     MusicLibraryService* FLibrary;
     const QString FStorageID;
+    Ref<IVEXAMLTaskProgress> FReporting;
     std::vector<BackgroundTask> FTasks;
     int FChangeCount = 0;
 };
@@ -119,7 +136,7 @@ HResult MusicLibraryService::AddExtension(IUnknown* extension) {
     const QString id = TextOf(properties.Get(), IVEXAMLExtensionDataStorage::ID);
     if (id.isEmpty() || Find(id)) return E_INVALIDARG;
 
-    const Ref<Manager> manager(new Manager(this, id));
+    const Ref<Manager> manager(new Manager(this, id, Query<IVEXAMLTaskProgress>(extension)));
     FStorages.push_back({id, object, manager});
     if (FActiveID.isEmpty()) FActiveID = id;
     object->Initialize(manager.Get());

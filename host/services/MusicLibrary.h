@@ -7,6 +7,7 @@
 #include "VEXA.SDK.MusicLibrary.h"
 
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace vexa::host {
@@ -32,9 +33,20 @@ protected:
 
 /// Work that a storage does in the background. The storage may change the caption's text at any time.
 struct BackgroundTask {
+    struct Position {
+        std::int32_t Item, Count;  // such as the third of ten feeds; counted from 1
+        double Share;              // of the whole task, from 0 to 1
+    };
+
     std::int32_t ID;
     Ref<IVEXAString> Caption;
-    Ref<IVEXAActionEvent> Cancel;  // null: the task cannot be cancelled
+    Ref<IVEXAActionEvent> CancelEvent;   // null: the task has none
+    Ref<IVEXAMLTaskProgress> Reporting;  // null: the storage does not report how far its tasks are
+
+    /// Nothing when it is not known.
+    std::optional<Position> Progress() const;
+    bool CanCancel() const noexcept { return CancelEvent || Reporting; }
+    void Cancel() const;
 };
 
 class MusicLibraryService final : public RefCountedObject<IVEXAServiceMusicLibrary>, public ExtensionTarget {

@@ -132,17 +132,19 @@ HResult ResultOf(const TPodcastSubscription& subscription) {
 class SubscribingProgress {
 public:
     /// Main thread, like the destructor. Keeps the storage alive, because `tasks` is a member of it.
-    SubscribingProgress(Ref<IUnknown> storage, TVEXAPodcastsMLBackgroundTaskHelper& tasks, qsizetype count)
-        : FStorage(std::move(storage)), FTasks(tasks), FCount(count), FTask(NextTask()) {
+    SubscribingProgress(Ref<IUnknown> storage, TVEXAPodcastsMLBackgroundTaskHelper& tasks, const QStringList& locations)
+        : FStorage(std::move(storage)), FTasks(tasks), FCount(locations.size()), FTask(NextTask()) {
         FTasks.StartTask(FTask, QStringLiteral("Podcasts\\MSG17"), [cancelled = FIsCancelled] { *cancelled = true; });
-        Update(0);
+        Update(0, locations.first());
     }
     ~SubscribingProgress() { FTasks.FinishTask(FTask); }
     SubscribingProgress(const SubscribingProgress&) = delete;
     SubscribingProgress& operator=(const SubscribingProgress&) = delete;
 
     // Any thread.
-    void Update(qsizetype done) { FTasks.UpdateTask(FTask, QStringLiteral("%1/%2").arg(done).arg(FCount)); }
+    void Update(qsizetype done, const QString& location) {
+        FTasks.UpdateTask(FTask, MaskedUrl(location), {std::min(done + 1, FCount), FCount, done < FCount ? 0.0 : 1.0});
+    }
     bool IsCancelled() const { return *FIsCancelled; }
 
 private:
@@ -192,7 +194,7 @@ public:
 private:
     void Finished(const TPodcastSubscription& subscription) {
         ++FFinished;
-        if (FProgress) FProgress->Update(FFinished);
+        if (FProgress) FProgress->Update(FFinished, subscription.Location);
         if (!FEvents) return;
         // If one call fails, the others are still made.
         GuardedCall("telling what became of an address",
@@ -259,7 +261,7 @@ HResult TVEXAPodcastsMLExtension::StartSubscribing(QStringList locations, IVEXAM
     std::unique_ptr<SubscribingProgress> progress;
     if (locations.size() > 1)
         progress = std::make_unique<SubscribingProgress>(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(this)), FTasks,
-                                                         locations.size());
+                                                         locations);
     WorkerPool::Run(
         std::make_unique<SubscribeTask>(std::move(client), std::move(locations), events, std::move(progress)));
     return S_OK;
@@ -297,6 +299,26 @@ HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t 
                 return E_INVALIDARG;
         }
     });
+}
+
+HResult TVEXAPodcastsMLExtension::GetProgress(std::int32_t taskID, std::int32_t* item, std::int32_t* count,
+                                              double* share) noexcept {
+    if (!AreGiven(item, count, share)) return E_POINTER;
+    *item = *count = 0;
+    *share = 0;
+    return GuardedCall("telling how far a task is", [&] {
+        const auto progress = FTasks.Progress(taskID);
+        if (!progress || progress->Count == 0) return S_FALSE;
+        *item = static_cast<std::int32_t>(progress->Item);
+        *count = static_cast<std::int32_t>(progress->Count);
+        *share = progress->Share();
+        return S_OK;
+    });
+}
+
+HResult TVEXAPodcastsMLExtension::Cancel(std::int32_t taskID) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
+    return GuardedCall("cancelling a task", [&] { return FTasks.Cancel(taskID) ? S_OK : S_FALSE; });
 }
 
 HResult TVEXAPodcastsMLExtension::GetOptions(IVEXAObjectList** options) noexcept {

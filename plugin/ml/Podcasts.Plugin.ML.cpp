@@ -206,11 +206,19 @@ HResult TVEXAPodcastsMLExtension::Execute(WindowHandle owner) noexcept {
 // ---- Notifications of the client ----
 
 void TVEXAPodcastsMLExtension::RefreshFeedsStarted() {
-    FTasks.StartTask(TaskKind::Refresh, kRefreshKey, nullptr);
+    FAnnouncedFeeds = 0;
+    const auto cancel = [link = FClient] {
+        if (TPodcastClient* const client = link.Get()) client->CancelRefresh();
+    };
+    FTasks.StartTask(TaskKind::Refresh, kRefreshKey, cancel, false);
 }
 
 void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
-    FTasks.UpdateTask(TaskKind::Refresh, MaskedUrl(feedURL));
+    TPodcastClient* const client = FClient.Get();
+    if (!client) return;
+    ++FAnnouncedFeeds;
+    FTasks.UpdateTask(TaskKind::Refresh, MaskedUrl(feedURL),
+                      {FAnnouncedFeeds, FAnnouncedFeeds + client->RefreshQueue().Count()});
 }
 
 void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
@@ -233,7 +241,14 @@ void TVEXAPodcastsMLExtension::DownloadsProgress(std::int64_t position, std::int
     const bool isWaiting = caption.startsWith(kWaitingForConnection) && FWaitingFormat.contains(QLatin1String("%s"));
     const QString shown =
         isWaiting ? FormatText(FWaitingFormat, caption.sliced(kWaitingForConnection.size())) : caption;
-    FTasks.UpdateTask(TaskKind::Downloads, share + u" - " + shown);
+    TPodcastTaskProgress progress;
+    // On the task's own thread, for which the client waits before it is destroyed.
+    if (TPodcastClient* const client = FClient.Get()) {
+        progress.Item = static_cast<qsizetype>(client->DownloadOutcomes().Count()) + 1;
+        progress.Count = progress.Item + client->DownloadQueue().Count();
+        if (size > 0) progress.ItemShare = static_cast<double>(position) / static_cast<double>(size);
+    }
+    FTasks.UpdateTask(TaskKind::Downloads, share + u" - " + shown, progress);
 }
 
 void TVEXAPodcastsMLExtension::DownloadsFinished() {

@@ -33,7 +33,7 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
-                              vexa::IVEXAMLStartOptions> {
+                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -80,6 +80,11 @@ public:
     vexa::HResult GetOutcomes(std::int32_t taskID, std::int32_t first,
                               vexa::IVEXAObjectList** outcomes) noexcept override;
 
+    // IVEXAMLTaskProgress.
+    vexa::HResult GetProgress(std::int32_t taskID, std::int32_t* item, std::int32_t* count,
+                              double* share) noexcept override;
+    vexa::HResult Cancel(std::int32_t taskID) noexcept override;
+
     // IVEXAMLStartOptions.
     vexa::HResult GetOptions(vexa::IVEXAObjectList** options) noexcept override;
     vexa::HResult SetOption(vexa::IVEXAString* id, const vexa::Variant* value) noexcept override;
@@ -108,6 +113,7 @@ private:
     const std::function<void()> FOnLoad, FOnSave;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
+    qsizetype FAnnouncedFeeds = 0;  // of the present refresh
     QString FWaitingFormat;  // the format of a waiting download's caption; set before a download task begins reading it
     vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // set between Initialize and Finalize
     std::unique_ptr<vexa::NotificationIcon> FTrayIcon;    // created for the first notification

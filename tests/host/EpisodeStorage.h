@@ -64,9 +64,9 @@ public:
     HResult GetFieldForAlphabeticIndex(IVEXAString**) noexcept override { return E_NOTIMPL; }
 };
 
-class EpisodeStorage final
-    : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage, IVEXAMLDataProvider,
-                                IVEXAMLDataStorageCommandFindInLibrary, IVEXAMLSubscriptionStorage> {
+class EpisodeStorage final : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage,
+                                                       IVEXAMLDataProvider, IVEXAMLDataStorageCommandFindInLibrary,
+                                                       IVEXAMLTaskProgress, IVEXAMLSubscriptionStorage> {
 public:
     explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s) {
         SetValueAsObject(IVEXAMLExtensionDataStorage::ID, host::MakeString(id).Get());
@@ -79,6 +79,8 @@ public:
                                   {"e3", "Fog", "A", 0, 30},
                                   {"e4", "Storm", "A", 2, 45}};
     Ref<IVEXAMLDataStorageManager> Manager;
+    host::BackgroundTask::Position Progress{};  // of every task; unknown while Count is 0
+    std::vector<std::int32_t> CancelledTasks;
     bool OffersSubscriptions = false;
     bool OffersFiles = false;  // rows have files, "episode://e1", and the shows by which playlists group them
 
@@ -115,6 +117,14 @@ public:
     HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept override;
     HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                  IVEXAMLGroupingTreeSelection** selection) noexcept override;
+
+    HResult GetProgress(std::int32_t, std::int32_t* item, std::int32_t* count, double* share) noexcept override {
+        *item = Progress.Item;
+        *count = Progress.Count;
+        *share = Progress.Share;
+        return Progress.Count > 0 ? S_OK : S_FALSE;
+    }
+    HResult Cancel(std::int32_t taskID) noexcept override { return CancelledTasks.push_back(taskID), S_OK; }
 
     HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override;
     /// An address that begins with "http" is a feed's; a feed whose address ends with "known" is subscribed already.

@@ -83,12 +83,16 @@ TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
 TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
     const Ref<IVEXAString> caption = MakeString("Refreshing");
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
-    EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":false,"caption":"Refreshing","id":2}])");
+    EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":true,"caption":"Refreshing","id":2}])");
+    Storage->Progress = {1, 2, 0.5};
+    EXPECT_EQ(AnswerTo("tasks", "tasks"),
+              R"([{"canCancel":true,"caption":"Refreshing","count":2,"id":2,"item":1,"share":0.5}])");
     EXPECT_EQ(AnswerTo("tasks", "downloads"), "[]");
     EXPECT_EQ(AnswerTo("tasks", "refresh"),
               R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
               R"("refused":false}])");
-    EXPECT_EQ(AnswerTo("cancel 2", ""), "the task 2 cannot be cancelled");
+    EXPECT_EQ(AnswerTo("cancel 2", "ok"), "true");
+    EXPECT_EQ(Storage->CancelledTasks, std::vector<std::int32_t>{2});
     EXPECT_EQ(AnswerTo("cancel 1", ""), "there is no task 1: tasks lists them");
     EXPECT_EQ(AnswerTo("subscribe http://a no http://known", "results"),
               R"([{"address":"http://a","code":"0x00000000","text":"said"},)"

@@ -80,7 +80,7 @@ TEST_F(LibraryTest, ListenersAreToldOfDataTasksAndTheActiveStorage) {
     const auto tasks = Host.Library().Tasks("Tests.Episodes");
     ASSERT_EQ(tasks.size(), 1u);
     EXPECT_EQ(ToQString(tasks[0].Caption.Get()), "Half");  // the present text, not that of the start
-    tasks[0].Cancel->OnExecute(nullptr);
+    tasks[0].Cancel();
     EXPECT_EQ(cancel->Runs, 1);
     Plain->Manager->BackgroundTaskFinished(2);
     EXPECT_TRUE(Host.Library().Tasks("Tests.Episodes").empty());

@@ -27,6 +27,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -196,14 +197,16 @@ TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
     EXPECT_EQ(resets.count(), 1);
 }
 
-TEST_F(Table, ACaptionSetAfterItsTaskHasBegunIsShown) {
+TEST_F(Table, ATaskShowsTheCaptionSetAfterItsStartHowFarItIsAndAButtonToCancelIt) {
     Open();
     TaskBar bar(Host.Library(), Host.Language());
     bar.show();
     const auto shown = [&bar] {
         QStringList texts;
-        for (const QLabel* label : bar.findChildren<QLabel*>())
-            if (label->isVisible()) texts += label->text();
+        for (const ClampedLabel* caption : bar.findChildren<ClampedLabel*>())
+            if (caption->isVisible()) texts += caption->Text();
+        for (const QLabel* item : bar.findChildren<QLabel*>())
+            if (item->isVisible()) texts += item->text();
         return texts;
     };
     const Ref<IVEXAString> caption = MakeString("Loading: %s");
@@ -214,6 +217,17 @@ TEST_F(Table, ACaptionSetAfterItsTaskHasBegunIsShown) {
     caption->SetChars(reinterpret_cast<const char16_t*>(made.utf16()), static_cast<std::int32_t>(made.size()));
     QCoreApplication::processEvents();
     EXPECT_EQ(shown(), QStringList(made));
+    auto* progress = bar.findChild<QProgressBar*>();
+    EXPECT_EQ(progress->maximum(), 0) << "how far it is is not known";
+    EXPECT_FALSE(bar.HasWorkToLose());
+    Storage->Progress = {3, 4, 0.6};
+    bar.Update(&*Library);
+    EXPECT_TRUE(WaitUntil([&] {
+        return shown() == QStringList{made, u"3 of 4"_s};
+    })) << shown().join(u'|').toStdString();
+    EXPECT_EQ(progress->value(), progress->maximum() * 6 / 10);
+    bar.findChild<QProgressBar*>()->parentWidget()->findChild<QToolButton*>()->click();
+    EXPECT_EQ(Storage->CancelledTasks, std::vector<std::int32_t>{1});
     Storage->Manager->BackgroundTaskFinished(1);
     bar.Update(&*Library);
     EXPECT_EQ(shown(), QStringList());

@@ -213,8 +213,11 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     };
     EXPECT_TRUE(WaitUntil([&] { return caption().contains("50% - "); })) << caption().toStdString();
     const auto tasks = Host.Library().Tasks("VEXA.Podcasts.ML.Storage");
-    ASSERT_TRUE(tasks[0].Cancel);
-    tasks[0].Cancel->OnExecute(nullptr);
+    ASSERT_TRUE(tasks[0].CancelEvent);
+    const auto progress = tasks[0].Progress();
+    ASSERT_TRUE(progress) << "how far the download is is not told";
+    EXPECT_EQ(QStringLiteral("%1/%2 %3").arg(progress->Item).arg(progress->Count).arg(progress->Share), u"1/1 0.5");
+    tasks[0].Cancel();
     EXPECT_TRUE(Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty());
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
     // A download whose size the server does not tell.
@@ -224,7 +227,7 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     const QString shown = QLocale().formattedDataSize(102'400) + u" - ";
     EXPECT_TRUE(WaitUntil([&] { return caption().contains(shown); })) << caption().toStdString();
     // A download whose connection breaks.
-    Host.Library().Tasks("VEXA.Podcasts.ML.Storage")[0].Cancel->OnExecute(nullptr);
+    Host.Library().Tasks("VEXA.Podcasts.ML.Storage")[0].Cancel();
     Host.Language().Switch("German");
     Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Close, 100'000));
     Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));

@@ -451,7 +451,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
 }
 
 bool MainWindow::IsBusy() const {
-    return FPlayback.IsPlaying() || FTasks->IsAnyCancellable();
+    return FPlayback.IsPlaying() || FTasks->HasWorkToLose();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

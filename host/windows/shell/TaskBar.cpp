@@ -1,12 +1,13 @@
 #include "TaskBar.h"
 
+#include "ClampedLabel.h"
 #include "ProblemDialog.h"
 #include "Properties.h"
 #include "WindowIcons.h"
 
 #include <QBoxLayout>
-#include <QFontMetrics>
 #include <QLabel>
+#include <QLocale>
 #include <QPointer>
 #include <QProgressBar>
 #include <QToolButton>
@@ -19,47 +20,59 @@ namespace {
 
 constexpr int kPolling = 250;          // milliseconds
 constexpr std::int32_t kOwnTask = -1;  // stands for the window's own tasks; no storage uses this ID
-constexpr int kCaptionWidth = 380, kBarWidth = 90;
+constexpr int kBarWidth = 90;
+constexpr int kBarSteps = 1000;
 
 }  // namespace
 
-/// One task: its caption, a busy indicator, and a button to cancel it. Hidden until the caption is read by Update,
-/// because a storage may hand over a caption that it fills with text only afterwards.
+/// One task: how far it is, a button to cancel it, and its caption. Hidden until the caption is read by Update, because
+/// a storage may hand over a caption that it fills with text only afterwards.
 class TaskBar::Entry {
 public:
     Entry(TaskBar& owner, const BackgroundTask& task)
-        : FTexts(owner.FTexts), FCaption(task.Caption), FWidget(new QWidget(&owner)), FLabel(new QLabel) {
-        FLabel->setTextFormat(Qt::PlainText);
-        auto* bar = new QProgressBar;
-        bar->setRange(0, 0);
-        bar->setTextVisible(false);
-        bar->setFixedWidth(kBarWidth);
-        bar->setAccessibleName(FTexts("Tasks"));
+        : FTexts(owner.FTexts),
+          FTask(task),
+          FWidget(new QWidget(&owner)),
+          FBar(new QProgressBar),
+          FItem(new QLabel),
+          FCaption(new ClampedLabel(1)) {
+        FBar->setTextVisible(false);
+        FBar->setFixedWidth(kBarWidth);
+        FBar->setRange(0, 0);
         auto* row = new QHBoxLayout(FWidget);
         row->setContentsMargins(6, 0, 6, 0);
-        row->addWidget(FLabel);
-        row->addWidget(bar);
-        if (task.Cancel) {
+        row->addWidget(FBar);
+        row->addWidget(FItem);
+        if (task.CanCancel()) {
             FCancel = new QToolButton;
             FCancel->setAutoRaise(true);
             FCancel->setFocusPolicy(Qt::StrongFocus);
-            QObject::connect(FCancel, &QToolButton::clicked, FCancel, [cancel = task.Cancel, button = FCancel] {
+            QObject::connect(FCancel, &QToolButton::clicked, FCancel, [task, button = FCancel] {
                 button->setEnabled(false);
-                cancel->OnExecute(nullptr);
+                task.Cancel();
             });
             row->addWidget(FCancel);
         }
+        row->addWidget(FCaption, 1);
         Paint();
         FWidget->hide();
     }
     ~Entry() { delete FWidget; }
 
     QWidget* Widget() const { return FWidget; }
-    bool IsCancellable() const { return FCancel != nullptr; }
+    const BackgroundTask& Task() const { return FTask; }
     void Update() {
-        const QString caption = ToQString(FCaption.Get()).simplified();
-        FLabel->setText(FLabel->fontMetrics().elidedText(caption, Qt::ElideMiddle, kCaptionWidth));
-        FLabel->setAccessibleName(caption);
+        const QString caption = ToQString(FTask.Caption.Get()).simplified();
+        FCaption->SetText(caption);
+        FBar->setAccessibleName(caption);
+        const auto progress = FTask.Progress();
+        FBar->setRange(0, progress ? kBarSteps : 0);
+        if (progress) FBar->setValue(static_cast<int>(progress->Share * kBarSteps));
+        const bool hasSeveral = progress && progress->Count > 1;
+        FItem->setVisible(hasSeveral);
+        if (hasSeveral)
+            FItem->setText(WindowTexts::Filled(FTexts("TaskItem", QLocale().toString(progress->Item)),
+                                               QLocale().toString(progress->Count)));
         FWidget->show();
         if (!FCancel) return;
         const QString name = FTexts("CancelTask", caption);
@@ -72,9 +85,11 @@ public:
 
 private:
     const WindowTexts& FTexts;
-    const Ref<IVEXAString> FCaption;
+    const BackgroundTask FTask;
     const QPointer<QWidget> FWidget;
-    QLabel* const FLabel;
+    QProgressBar* const FBar;
+    QLabel* const FItem;
+    ClampedLabel* const FCaption;
     QToolButton* FCancel = nullptr;
 };
 
@@ -134,7 +149,7 @@ void TaskBar::Update(const LibraryStorage* storage) {
             }
             FProblems.erase(task.ID);
             entry = std::make_unique<Entry>(*this, task);
-            addWidget(entry->Widget());
+            addWidget(entry->Widget(), 1);
             QMetaObject::invokeMethod(this, &TaskBar::Poll, Qt::QueuedConnection);
         }
     // The entries left in FEntries are those of tasks that have ended.
@@ -147,8 +162,9 @@ void TaskBar::Update(const LibraryStorage* storage) {
     UpdateProblemButton();
 }
 
-bool TaskBar::IsAnyCancellable() const {
-    return std::any_of(FEntries.begin(), FEntries.end(), [](const auto& task) { return task.second->IsCancellable(); });
+bool TaskBar::HasWorkToLose() const {
+    return std::any_of(FEntries.begin(), FEntries.end(),
+                       [](const auto& task) { return task.second->Task().CancelEvent != nullptr; });
 }
 
 void TaskBar::AddProblems(std::vector<TaskProblem> problems) {

@@ -30,8 +30,8 @@ public:
 
     /// Shows the tasks of a storage; null for none. Call it again whenever tasks began or ended.
     void Update(const LibraryStorage* storage);
-    /// Whether a task runs that the user could cancel.
-    bool IsAnyCancellable() const;
+    /// Whether a task runs that would not begin anew by itself, as the next refresh does.
+    bool HasWorkToLose() const;
     /// AddProblems replaces the problems of the window's own tasks, AddProblem adds one to them.
     void AddProblems(std::vector<TaskProblem> problems);
     void AddProblem(TaskProblem problem);
