@@ -32,11 +32,15 @@ void PrintNotifications() {
 
 namespace commands {
 
-QJsonObject ClickNotification(Host&, const QStringList&) {
+QJsonObject ClickNotification(Host&, const QStringList& arguments) {
     if (!Shown) throw CommandError(QStringLiteral("no notification shows"));
     const Notification clicked = *Shown;
-    if (clicked.OnClick) clicked.OnClick();
-    return {{QStringLiteral("title"), clicked.Title}, {QStringLiteral("text"), clicked.Text}};
+    if (!arguments.isEmpty() && arguments[0] != clicked.Button)
+        throw CommandError(u"the notification has no button \"" + arguments[0] + u'"', E_INVALIDARG);
+    if (const auto& onClick = arguments.isEmpty() ? clicked.OnClick : clicked.OnButton) onClick();
+    return {{QStringLiteral("title"), clicked.Title},
+            {QStringLiteral("text"), clicked.Text},
+            {QStringLiteral("button"), clicked.Button}};
 }
 
 }  // namespace commands

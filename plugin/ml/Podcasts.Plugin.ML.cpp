@@ -25,7 +25,11 @@ const QString kRefreshKey = QStringLiteral("Podcasts\\MSG8");
 const QString kDownloadKey = QStringLiteral("Podcasts\\MSG9");
 const QString kFilterLimitsKey = QStringLiteral("Podcasts\\FilterLimits");
 const QString kNewEpisodesKey = QStringLiteral("Podcasts\\MSG10");
+const QString kMoreKey = QStringLiteral("Podcasts\\MSG19");
+const QString kPlayKey = QStringLiteral("Podcasts\\MSG20");
 const QString kWaitingKey = QStringLiteral("Podcasts\\MSG18");
+
+constexpr qsizetype kMaxNamesInBalloon = 3, kMaxNameInBalloon = 120;
 
 QByteArray TrayIconBytes() {
     QFile file(ResourcePath(QStringLiteral("TRAYICON"), QStringLiteral("ICON")));
@@ -37,6 +41,32 @@ QString ReasonOf(const SqliteError& error) {
     const QString reason = QString::fromUtf8(error.what());
     const QString limits = error.IsOfStatement() ? LocalizedText(kFilterLimitsKey) : QString();
     return limits.isEmpty() ? reason : FormatText(limits, reason);
+}
+
+struct NewEpisodes {
+    QStringList Names;  // "podcast – episode", a few, then how many more there are
+    QString First;      // the address by which the player plays the first one; empty when none can be played
+};
+
+NewEpisodes NamesOfNewEpisodes(TPodcastClient& client) {
+    NewEpisodes result;
+    qsizetype count = 0;
+    for (const TPodcastRefreshOutcome& outcome : client.RefreshOutcomes().From()) {
+        count += outcome.NewEpisodes.size();
+        for (const QString& key : outcome.NewEpisodes) {
+            if (result.Names.size() == kMaxNamesInBalloon) break;
+            const auto episode = client.DB().GetEpisode(key);
+            const auto feed = episode ? client.DB().GetFeed(episode->FeedID, false) : nullptr;
+            if (!feed) continue;
+            const QString name = feed->Fields[pffTitle] + u" – " + episode->Fields[pefTitle];
+            result.Names += name.simplified().left(kMaxNameInBalloon);
+            if (result.First.isEmpty()) result.First = episode->Fields[pefURI];
+        }
+    }
+    const qsizetype more = count - result.Names.size();
+    if (more > 0 && !result.Names.isEmpty())
+        result.Names += FormatText(LocalizedText(kMoreKey), QLocale().toString(more));
+    return result;
 }
 
 void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
@@ -222,8 +252,8 @@ void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
 }
 
 void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
-    if (const TPodcastClient* client = FClient.Get(); hasNewEpisodes && client && client->Options().ShowNotifications())
-        ShowNotification(kNewEpisodesKey, [this] { OpenPodcasts(); });
+    TPodcastClient* const client = FClient.Get();
+    if (hasNewEpisodes && client && client->Options().ShowNotifications()) ShowNewEpisodes(*client);
     FTasks.FinishTask(TaskKind::Refresh);
 }
 
@@ -263,14 +293,26 @@ void TVEXAPodcastsMLExtension::DataChanged() {
 
 // ---- Notifications ----
 
-void TVEXAPodcastsMLExtension::ShowNotification(const QString& textKey, std::function<void()> onClick) {
+/// A click opens the podcasts, whichever episodes have arrived; the button plays the first one named.
+void TVEXAPodcastsMLExtension::ShowNewEpisodes(TPodcastClient& client) {
     if (!FTrayIcon) {
         FTrayIcon = std::make_unique<NotificationIcon>();
         FTrayIcon->SetIcon(TrayIconBytes());
     }
-    FTrayIcon->SetOnClick(std::move(onClick));
+    NewEpisodes episodes;
+    GuardedCall("naming new episodes", [&] { episodes = NamesOfNewEpisodes(client); });
+    FTrayIcon->SetOnClick([this] { OpenPodcasts(); });
+    if (episodes.First.isEmpty())
+        FTrayIcon->SetButton({}, {});
+    else
+        FTrayIcon->SetButton(LocalizedText(kPlayKey), [this, uri = episodes.First] {
+            FTrayIcon->SetVisible(false);
+            if (const auto player = HostService<IVEXAServicePlayer>()) player->Play(ToHostString(uri).Get(), nullptr);
+        });
     FTrayIcon->SetVisible(true);
-    FTrayIcon->ShowBalloon(LocalizedText(kCaptionKey), LocalizedText(textKey), BalloonKind::Information);
+    FTrayIcon->ShowBalloon(LocalizedText(kCaptionKey),
+                           (QStringList(LocalizedText(kNewEpisodesKey)) + episodes.Names).join(u'\n'),
+                           BalloonKind::Information);
 }
 
 void TVEXAPodcastsMLExtension::OpenPodcasts() {

@@ -105,7 +105,7 @@ private:
     static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                      const RequestUser& use) noexcept;
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
-    void ShowNotification(const QString& textKey, std::function<void()> onClick);
+    void ShowNewEpisodes(TPodcastClient& client);
     void OpenPodcasts();
     void MarkPlayedEpisode();
 

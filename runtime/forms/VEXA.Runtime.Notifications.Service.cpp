@@ -49,6 +49,7 @@ namespace {
 constexpr int kAnswerTimeoutMs = 5000;
 constexpr int kMaxPictureSize = 256;
 constexpr char kService[] = "org.freedesktop.Notifications";
+constexpr char kDefault[] = "default", kButton[] = "button";  // keys of actions; the first one is a plain click
 constexpr char kPath[] = "/org/freedesktop/Notifications";
 
 QDBusMessage CallOf(const char* operation) {
@@ -110,8 +111,9 @@ public:
 
 private Q_SLOTS:
     void ActionInvoked(uint id, const QString& action) {
-        if (!id || id != FShownId || action != QStringLiteral("default")) return;
-        if (const auto onClick = FWanted.OnClick) onClick();
+        if (!id || id != FShownId) return;
+        if (const auto onClick = action == QLatin1String(kButton) ? FWanted.OnButton : nullptr) onClick();
+        if (const auto onClick = action == QLatin1String(kDefault) ? FWanted.OnClick : nullptr) onClick();
     }
 
     void NotificationClosed(uint id, uint /*reason*/) {
@@ -149,7 +151,8 @@ private:
     void Send() {
         const QString& text = FWanted.Text;
         QStringList actions;
-        if (FWanted.OnClick) actions = {QStringLiteral("default"), FWanted.Title};
+        if (FWanted.OnClick) actions += {QLatin1String(kDefault), FWanted.Title};
+        if (FWanted.OnButton) actions += {QLatin1String(kButton), FWanted.Button};
         QDBusMessage message = CallOf("Notify");
         message << QCoreApplication::applicationName() << FShownId << ThemeIconOf(FWanted.Kind) << FWanted.Title
                 << (*FTakesMarkup ? text.toHtmlEscaped() : text) << actions << HintsOf(FWanted) << -1;

@@ -13,6 +13,8 @@ namespace vexa {
 struct NotificationIcon::Impl {
     QByteArray Icon;
     std::function<void()> OnClick;
+    QString Button;
+    std::function<void()> OnButton;
 };
 
 namespace {
@@ -36,9 +38,11 @@ public:
         if (FOwner && FAt > 0) Hide();
         const std::uint64_t turn = ++FTurn;
         // Queued, so that a handler may hide or destroy the icon, or replace the presenters, and may throw.
-        notification.OnClick = [turn, onClick = std::move(notification.OnClick)] {
-            RunInMainThread([turn, onClick] { Instance().Click(turn, onClick); }, false);
-        };
+        for (auto* click : {&notification.OnClick, &notification.OnButton})
+            if (*click)
+                *click = [turn, onClick = std::move(*click)] {
+                    RunInMainThread([turn, onClick] { Instance().Click(turn, onClick); }, false);
+                };
         FOwner = owner;
         FShown = std::move(notification);
         FAt = 0;
@@ -119,6 +123,11 @@ void NotificationIcon::SetOnClick(std::function<void()> onClick) {
     FImpl->OnClick = std::move(onClick);
 }
 
+void NotificationIcon::SetButton(const QString& text, std::function<void()> onClick) {
+    FImpl->Button = text;
+    FImpl->OnButton = std::move(onClick);
+}
+
 void NotificationIcon::SetVisible(bool visible) {
     VEXA_ASSERT_MAIN_THREAD();
     if (!visible) Chain::Instance().HideOf(FImpl.get());
@@ -126,12 +135,19 @@ void NotificationIcon::SetVisible(bool visible) {
 
 void NotificationIcon::ShowBalloon(const QString& title, const QString& text, BalloonKind kind) {
     VEXA_ASSERT_MAIN_THREAD();
-    const auto click = [weak = std::weak_ptr<Impl>(FImpl)] {
-        const auto icon = weak.lock();
-        // Call a copy, because the handler may set another one.
-        if (const auto onClick = icon ? icon->OnClick : nullptr) onClick();
+    // Calls a copy, because the handler may set another one.
+    const auto handler = [this](std::function<void()> Impl::*which) {
+        return [weak = std::weak_ptr<Impl>(FImpl), which] {
+            const auto icon = weak.lock();
+            if (const auto onClick = icon ? (*icon).*which : nullptr) onClick();
+        };
     };
-    Chain::Instance().Show(FImpl.get(), {title, text, kind, FImpl->Icon, click});
+    Notification notification{title, text, kind, FImpl->Icon, handler(&Impl::OnClick), {}, {}};
+    if (FImpl->OnButton) {
+        notification.Button = FImpl->Button;
+        notification.OnButton = handler(&Impl::OnButton);
+    }
+    Chain::Instance().Show(FImpl.get(), std::move(notification));
 }
 
 }  // namespace vexa

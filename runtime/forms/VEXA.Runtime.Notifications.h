@@ -21,6 +21,9 @@ struct Notification {
     BalloonKind Kind = BalloonKind::None;
     QByteArray Icon;  // a PNG file; may be empty
     std::function<void()> OnClick;
+    // A button beside the text, where the way of showing has buttons; without OnButton there is none.
+    QString Button;
+    std::function<void()> OnButton;
 };
 
 /// One way of showing notifications.
@@ -28,8 +31,8 @@ class VEXA_RUNTIME_API NotificationPresenter {
 public:
     virtual ~NotificationPresenter();
     /// Shows a notification in place of the current one. If it cannot, it calls `refused` once, immediately or later,
-    /// and shows nothing any more. The OnClick that an icon passes to a presenter only queues the click and never
-    /// throws.
+    /// and shows nothing any more. The OnClick and OnButton that an icon passes to a presenter only queue the click
+    /// and never throw.
     virtual void Show(const Notification& notification, std::function<void()> refused) = 0;
     virtual void Hide() = 0;
 };
@@ -53,6 +56,8 @@ public:
     /// `onClick` runs when the icon or its balloon is clicked. It may hide or destroy the icon; its exceptions are
     /// logged.
     void SetOnClick(std::function<void()> onClick);
+    /// The same for a button of the next balloons; an empty function removes it.
+    void SetButton(const QString& text, std::function<void()> onClick);
     /// False hides the balloon, and drops one that is about to be shown. An icon without a balloon is not shown, so
     /// true has no effect until ShowBalloon.
     void SetVisible(bool visible);

@@ -7,6 +7,7 @@
 #include "ObjectList.h"
 #include "PlainSqlite.h"
 #include "Podcasts.Core.DB.h"
+#include "Properties.h"
 #include "Rows.h"
 #include "Tree.h"
 #include "VEXA.Runtime.Notifications.h"
@@ -174,7 +175,7 @@ TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
 
 TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Subscribe("/a", Feed("A", 1));
-    Server.Serve("/a", Response::Of(Feed("A", 2)));
+    Server.Serve("/a", Response::Of(Feed("A", 5)));
     EXPECT_TRUE(Desktop::Shown.empty());
     Captions.clear();
     const auto refresh = Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds");
@@ -182,11 +183,20 @@ TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Host.Menus().Run(*refresh);
     ASSERT_TRUE(WaitUntil([&] { return !Desktop::Shown.empty(); }));
     EXPECT_EQ(Desktop::Shown[0].Title, "Podcasts");
-    EXPECT_FALSE(Desktop::Shown[0].Text.isEmpty());
+    EXPECT_EQ(Desktop::Shown[0].Text, "New episodes have arrived.\nA – A 2\nA – A 3\nA – A 4\nand 1 more");
+    EXPECT_EQ(Desktop::Shown[0].Button, "Play");
     ASSERT_FALSE(Captions.isEmpty());
     EXPECT_TRUE(WaitUntil([&] { return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty(); }));
-    Desktop::Shown[0].OnClick();
+    const Notification shown = Desktop::Shown[0];
+    shown.OnClick();
     EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); }));  // the click hides it
+    Server.Serve("/a", Response::Of(Feed("A", 6)));
+    Host.Menus().Run(*refresh);
+    ASSERT_TRUE(WaitUntil([&] { return !Desktop::Shown.empty(); }));
+    Notification(Desktop::Shown[0]).OnButton();
+    Ref<IVEXAFileInfo> playing;
+    EXPECT_TRUE(WaitUntil([&] { return Host.Player().GetInfo(playing.Put()) == S_OK; }));
+    EXPECT_EQ(host::TextOf(playing.Get(), IVEXAFileInfo::FileName), "podcast://h/A6.mp3");
 
     Ref<IVEXAObjectList> outcomes;
     ASSERT_EQ(Library().Subscriptions()->GetOutcomes(2, 0, outcomes.Put()), S_OK);

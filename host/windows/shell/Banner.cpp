@@ -3,6 +3,7 @@
 #include "WindowIcons.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -20,7 +21,10 @@ public:
 
     void Show(const Notification& notification, std::function<void()> refused) override {
         if (!FBanner || !FBanner->window()->isVisible()) return refused();
-        FBanner->Show(notification.Title, notification.Text, FButton(), notification.OnClick);
+        std::vector<Banner::Button> buttons;
+        if (notification.OnButton) buttons.push_back({notification.Button, notification.OnButton});
+        if (notification.OnClick) buttons.push_back({FButton(), notification.OnClick});
+        FBanner->Show(notification.Title, notification.Text, buttons);
     }
     void Hide() override {
         if (FBanner) FBanner->hide();
@@ -34,7 +38,11 @@ private:
 }  // namespace
 
 Banner::Banner(QWidget* parent)
-    : QFrame(parent), FTitle(new QLabel), FText(new QLabel), FButton(new QPushButton), FDismiss(new QToolButton) {
+    : QFrame(parent),
+      FTitle(new QLabel),
+      FText(new QLabel),
+      FButtons{new QPushButton, new QPushButton},
+      FDismiss(new QToolButton) {
     setObjectName(QStringLiteral("Banner"));
     setAutoFillBackground(true);
     for (QLabel* label : {FTitle, FText}) {
@@ -53,31 +61,36 @@ Banner::Banner(QWidget* parent)
     auto* whole = new QHBoxLayout(this);
     whole->setContentsMargins(14, 6, 8, 6);
     whole->addLayout(texts, 1);
-    whole->addWidget(FButton);
+    for (QPushButton* button : FButtons) whole->addWidget(button);
     whole->addWidget(FDismiss);
     connect(FDismiss, &QToolButton::clicked, this, &QWidget::hide);
-    connect(FButton, &QPushButton::clicked, this, [this] {
-        const auto onClick = FOnClick;
-        hide();
-        if (onClick) onClick();
-    });
+    for (std::size_t i = 0; i < kMaxButtons; ++i)
+        connect(FButtons[i], &QPushButton::clicked, this, [this, i] {
+            const auto onClick = FOnClick[i];
+            hide();
+            if (onClick) onClick();
+        });
     FTimer.setSingleShot(true);
     FTimer.setInterval(kTime);
     connect(&FTimer, &QTimer::timeout, this, [this] {
         // Do not hide it while the mouse is over it or a button of it has the focus.
-        underMouse() || FButton->hasFocus() || FDismiss->hasFocus() ? FTimer.start() : hide();
+        const bool isInUse = underMouse() || (QApplication::focusWidget() && isAncestorOf(QApplication::focusWidget()));
+        isInUse ? FTimer.start() : hide();
     });
     OnThemeChanged();
     hide();
 }
 
-void Banner::Show(const QString& title, const QString& text, const QString& button, std::function<void()> onClick) {
+void Banner::Show(const QString& title, const QString& text, const std::vector<Button>& buttons) {
     FTitle->setText(title);
     FText->setText(text);
     FText->setVisible(!text.isEmpty());
-    FButton->setText(QString(button).replace(u'&', QStringLiteral("&&")));
-    FButton->setVisible(static_cast<bool>(onClick));
-    FOnClick = std::move(onClick);
+    for (std::size_t i = 0; i < kMaxButtons; ++i) {
+        const Button button = i < buttons.size() ? buttons[i] : Button{};
+        FButtons[i]->setText(QString(button.Text).replace(u'&', QStringLiteral("&&")));
+        FButtons[i]->setVisible(static_cast<bool>(button.OnClick));
+        FOnClick[i] = button.OnClick;
+    }
     setAccessibleName(title);
     setAccessibleDescription(text);
     show();

@@ -8,7 +8,9 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <array>
 #include <functional>
+#include <vector>
 
 class QLabel;
 class QPushButton;
@@ -21,19 +23,24 @@ class Banner final : public QFrame {
 public:
     explicit Banner(QWidget* parent = nullptr);
 
-    /// Replaces the current message. With `onClick` there is a button that calls it, labelled `button`.
-    void Show(const QString& title, const QString& text, const QString& button = {},
-              std::function<void()> onClick = {});
+    struct Button {
+        QString Text;
+        std::function<void()> OnClick;  // called after the banner has been hidden
+    };
+    static constexpr std::size_t kMaxButtons = 2;
+
+    /// Replaces the current message. Buttons beyond kMaxButtons are left out.
+    void Show(const QString& title, const QString& text = {}, const std::vector<Button>& buttons = {});
     /// The accessible name of the button that hides the banner.
     void SetDismissName(const QString& name);
     void OnThemeChanged();
 
 private:
     QLabel *FTitle, *FText;
-    QPushButton* FButton;
+    std::array<QPushButton*, kMaxButtons> FButtons;
     QToolButton* FDismiss;
     QTimer FTimer;
-    std::function<void()> FOnClick;
+    std::array<std::function<void()>, kMaxButtons> FOnClick;
 };
 
 /// A presenter that shows notifications in the banner as long as that exists. `button` gives the label of its button.

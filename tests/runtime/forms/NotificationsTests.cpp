@@ -132,12 +132,17 @@ TEST_F(Notifications, TheServiceShowsReplacesReportsClicksAndHides) {
     service.Signal("ActionInvoked", {2u, QStringLiteral("default")});
     service.Signal("ActionInvoked", {1u, QStringLiteral("default")});
     ASSERT_TRUE(WaitUntil([&] { return Clicks > 0; }));
+    Icon->SetButton(QStringLiteral("Play"), [this] { Clicks += 10; });
     Show("two");
-    EXPECT_EQ(service.Call("Notify", 2)[1].toUInt(), 1u);
+    const QVariantList second = service.Call("Notify", 2);
+    EXPECT_EQ(second[1].toUInt(), 1u);
+    EXPECT_EQ(second[5].toStringList().join(u'|'), QStringLiteral("default|T & <i>t|button|Play"));
+    service.Signal("ActionInvoked", {1u, QStringLiteral("button")});
+    EXPECT_TRUE(WaitUntil([&] { return Clicks == 11; })) << "the button was not reported";
     Icon->SetOnClick([this] { Icon.reset(); });
     service.Signal("ActionInvoked", {1u, QStringLiteral("default")});
     EXPECT_EQ(service.Call("CloseNotification")[0].toUInt(), 1u);
-    EXPECT_EQ(Clicks, 1);
+    EXPECT_EQ(Clicks, 11);
     EXPECT_EQ(service.Calls["GetCapabilities"].size(), 1u);
 }
 
