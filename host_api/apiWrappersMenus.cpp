@@ -52,7 +52,7 @@ TVEXAUICustomMenuItem::~TVEXAUICustomMenuItem() {
     if (FController) FController->RemoveItem(*this);
 }
 
-void TVEXAUICustomMenuItem::Register(const QString& id, const Variant& parent) {
+void TVEXAUICustomMenuItem::Register(const QString& id, const Variant& parent, const QString& shortcut) {
     const auto menus = HostService<IVEXAServiceMenuManager>();
     if (!menus) return;
     if (!FID.isEmpty()) throw EInvalidInsert(u"The instance is already registered as handler for " + FID + u" menu");
@@ -62,7 +62,9 @@ void TVEXAUICustomMenuItem::Register(const QString& id, const Variant& parent) {
         throw EInvalidInsert(u"The " + id + u" ID is already registered");
     FID = id;
     try {
-        RegisterHostItem(*CreateHostItem(*menus, parent));
+        const auto hostItem = CreateHostItem(*menus, parent);
+        if (!shortcut.isEmpty()) WritePropertyString(hostItem.Get(), IVEXAMenuItem::Shortcut, shortcut);
+        RegisterHostItem(*hostItem);
     } catch (...) {
         // Undo the registration: the controller, which does not own its items, must not keep a pointer to this one.
         FID.clear();
@@ -75,13 +77,13 @@ Ref<IVEXAMenuItem> TVEXAUICustomMenuItem::CreateHostItem(IVEXAServiceMenuManager
     Ref<IVEXAMenuItem> parentItem;
     if (parent.Type == VariantType::Text)
         RaiseIfFailed(menus.GetByID(parent.Text.Get(), parentItem.Put()));
-    else
+    else if (parent.Type != VariantType::Empty)
         RaiseIfFailed(menus.GetBuiltIn(VariantToInt32(parent), parentItem.Put()));
     auto hostItem = CreateHostObject<IVEXAMenuItem>();
     if (FController) FController->AddItem(*hostItem, *this);
     WritePropertyString(hostItem.Get(), IVEXAMenuItem::ID, FID);
     WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Event, static_cast<IVEXAActionEvent*>(this));
-    WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Parent, parentItem.Get());
+    if (parentItem) WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Parent, parentItem.Get());
     return hostItem;
 }
 

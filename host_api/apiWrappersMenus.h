@@ -56,9 +56,10 @@ class TVEXAUICustomMenuItem : public Implements<TInterfacedObjectEx, IVEXAAction
 public:
     enum State : int { Disabled = 0, Enabled = 1, Visible = 2 };
 
-    /// Does nothing when the host has no menus. `parent`: another menu item's ID, or the number of a BuiltInMenu.
-    /// Throws EInvalidInsert for an item that is registered or an ID that is taken, EInvalidOperation for an empty ID.
-    void Register(const QString& id, const Variant& parent);
+    /// Does nothing when the host has no menus. `parent`: another menu item's ID, the number of a BuiltInMenu, or empty
+    /// for an item in no menu. `shortcut` as IVEXAMenuItem::Shortcut has it. Throws EInvalidInsert for an item that is
+    /// registered or an ID that is taken, EInvalidOperation for an empty ID.
+    void Register(const QString& id, const Variant& parent, const QString& shortcut = {});
 
     /// The base name of a PNG resource; empty for no glyph. Resources with the suffix 120, 144, 168 or 192 are for that
     /// resolution in DPI.

@@ -21,9 +21,9 @@ struct IVEXAMenuItem : IVEXAPropertyList {
         Enabled = 4,   // 0 or 1; initially 1
         Event = 6,     // IVEXAActionEvent: runs when the item is chosen
         OnShow = 7,    // IVEXAActionEvent: runs before the item's menu is shown
-        Shortcut = 9,  // text, as Qt's QKeySequence reads it in its portable form ("Ctrl+R")
+        Shortcut = 9,  // text, as Qt's QKeySequence reads a list in its portable form ("F5; Ctrl+R")
         Glyph = 10,    // IVEXAImage
-        Parent = 11,   // IVEXAMenuItem
+        Parent = 11,   // IVEXAMenuItem; without one the item is in no menu, and only its shortcut runs it
         Visible = 12,  // 0 or 1; initially 1
     };
 

@@ -106,8 +106,16 @@ bool MenuManager::IsVisible(IVEXAMenuItem& item) const {
     return IsSet(item, IVEXAMenuItem::Visible);
 }
 
-QKeySequence MenuManager::Shortcut(IVEXAMenuItem& item) const {
-    return QKeySequence::fromString(TextOf(&item, IVEXAMenuItem::Shortcut), QKeySequence::PortableText);
+QList<QKeySequence> MenuManager::Shortcuts(IVEXAMenuItem& item) const {
+    const QString text = TextOf(&item, IVEXAMenuItem::Shortcut);
+    return text.isEmpty() ? QList<QKeySequence>() : QKeySequence::listFromString(text, QKeySequence::PortableText);
+}
+
+std::vector<MenuManager::Item> MenuManager::ItemsWithShortcuts() const {
+    std::vector<Item> items;
+    for (const Item& item : FItems)
+        if (!Shortcuts(*item).isEmpty()) items.push_back(item);
+    return items;
 }
 
 Ref<IVEXAImage> MenuManager::Glyph(IVEXAMenuItem& item) const {
@@ -154,13 +162,27 @@ HResult MenuManager::Trigger(IVEXAMenuItem& item) {
     return S_OK;
 }
 
-void MenuManager::PrepareAround(IVEXAMenuItem& item) {
-    Item menu(&item);
+MenuManager::Item MenuManager::RootOf(IVEXAMenuItem& item) const {
+    Item root(&item);
     for (int depth = 0; depth <= kMaxDepth; ++depth)
-        if (const Item above = Parent(*menu)) menu = above;
-    if (!IsSameObject(menu.Get(), &item)) return PrepareToShow(*menu);
-    // The item is in no menu: run only its own on-show event.
-    if (const auto event = ObjectOf<IVEXAActionEvent>(item, IVEXAMenuItem::OnShow)) event->OnExecute(menu.Get());
+        if (const Item above = Parent(*root)) root = above;
+    return root;
+}
+
+std::optional<BuiltInMenu> MenuManager::MenuOf(IVEXAMenuItem& item) const {
+    const Item root = RootOf(item);
+    for (const Menu& menu : FMenus)
+        if (IsSameObject(static_cast<IVEXAMenuItem*>(menu.Item.Get()), root.Get())) return static_cast<BuiltInMenu>(menu.Number);
+    return std::nullopt;
+}
+
+void MenuManager::PrepareAround(IVEXAMenuItem& item) {
+    const Item root = RootOf(item);
+    if (!IsSameObject(root.Get(), &item)) return PrepareToShow(*root);
+    // Items that share a controller give only the first of them the event.
+    for (const auto items = FItems; const Item& other : items)
+        if (const auto event = ObjectOf<IVEXAActionEvent>(*other, IVEXAMenuItem::OnShow); event && !Parent(*other))
+            event->OnExecute(other.Get());
 }
 
 HResult MenuManager::Run(IVEXAMenuItem& item) {
@@ -170,11 +192,13 @@ HResult MenuManager::Run(IVEXAMenuItem& item) {
     return Has(item) ? Trigger(item) : E_FAIL;
 }
 
-bool MenuManager::RunShortcut(const QKeySequence& keys) {
+bool MenuManager::RunShortcut(const QKeySequence& keys, std::optional<BuiltInMenu> except) {
     VEXA_ASSERT_MAIN_THREAD();
     if (keys.isEmpty()) return false;
-    for (const auto items = FItems; const Item& item : items)
-        if (Has(*item) && Shortcut(*item) == keys && Succeeded(Run(*item))) return true;
+    for (const Item& item : ItemsWithShortcuts())
+        if (Has(*item) && Shortcuts(*item).contains(keys) && (!except || MenuOf(*item) != except) &&
+            Succeeded(Run(*item)))
+            return true;
     return false;
 }
 

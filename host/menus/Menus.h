@@ -17,6 +17,7 @@
 
 #include <QKeySequence>
 
+#include <optional>
 #include <vector>
 
 namespace vexa::host {
@@ -59,7 +60,11 @@ public:
     QString Caption(IVEXAMenuItem& item) const;
     bool IsEnabled(IVEXAMenuItem& item) const;
     bool IsVisible(IVEXAMenuItem& item) const;
-    QKeySequence Shortcut(IVEXAMenuItem& item) const;
+    QList<QKeySequence> Shortcuts(IVEXAMenuItem& item) const;
+    /// All registered items that have a shortcut, in the order registered.
+    std::vector<Item> ItemsWithShortcuts() const;
+    /// The built-in menu that contains the item; nothing for an item in no menu.
+    std::optional<BuiltInMenu> MenuOf(IVEXAMenuItem& item) const;
     /// Null when the item has none.
     Ref<IVEXAImage> Glyph(IVEXAMenuItem& item) const;
     bool HasEvent(IVEXAMenuItem& item) const;
@@ -67,15 +72,16 @@ public:
     /// Sets every registered item's resolution to `dpi`, then runs the on-show events of the menu and its submenus,
     /// those of hidden items included.
     void PrepareToShow(IVEXAMenuItem& menu, std::int32_t dpi = 96);
-    /// Prepares the whole menu that contains the item, from its root.
+    /// Prepares the whole menu that contains the item, from its root. For an item in no menu, all items in none.
     void PrepareAround(IVEXAMenuItem& item);
     /// Runs an item of a prepared menu. S_OK; E_ABORT when the item or one of its parents is hidden or disabled;
     /// E_NOTIMPL when the item has no event.
     HResult Trigger(IVEXAMenuItem& item);
     /// Prepares the item's menu, then triggers the item; E_FAIL when preparing has removed the item.
     HResult Run(IVEXAMenuItem& item);
-    /// Runs the first item with that shortcut that can be run now. False when there is none.
-    bool RunShortcut(const QKeySequence& keys);
+    /// Runs the first item with that shortcut that can be run now, but none of the menu `except`. False when there is
+    /// none.
+    bool RunShortcut(const QKeySequence& keys, std::optional<BuiltInMenu> except = {});
 
     /// Removes all items below `parent`.
     void DeleteChildren(IVEXAMenuItem& parent);
@@ -93,6 +99,7 @@ private:
     };
 
     Item Parent(IVEXAMenuItem& item) const;
+    Item RootOf(IVEXAMenuItem& item) const;
     bool Has(IVEXAMenuItem& item) const;
     void Prepare(IVEXAMenuItem& menu, int depth);
     void Unregister(IVEXAMenuItem& item);

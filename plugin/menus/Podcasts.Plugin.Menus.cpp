@@ -135,12 +135,13 @@ namespace {
 /// Registers commands that share a controller.
 class Block {
 public:
-    Block(TPodcastClient& client, Ref<IVEXAUIMenuItemController> controller, BuiltInMenu menu)
-        : FClient(client), FController(std::move(controller)), FMenu(ToVariant(std::int32_t{menu})) {}
+    Block(TPodcastClient& client, Ref<IVEXAUIMenuItemController> controller, Variant menu)
+        : FClient(client), FController(std::move(controller)), FMenu(std::move(menu)) {}
 
-    template <class Command>
-    Block& Add(QStringView id) {
-        NewObject<Command>(FClient, FController)->Register(id.toString(), FMenu);
+    template <class Command, class... Arguments>
+    Block& Add(QStringView id, const char* shortcut = "", Arguments... arguments) {
+        NewObject<Command>(FClient, FController, arguments...)
+            ->Register(id.toString(), FMenu, QString::fromLatin1(shortcut));
         return *this;
     }
 
@@ -152,22 +153,33 @@ private:
 
 template <class Controller>
 Block BlockOf(TPodcastClient& client, BuiltInMenu menu) {
-    return Block(client, Ref<IVEXAUIMenuItemController>(NewObject<Controller>()), menu);
+    return Block(client, Ref<IVEXAUIMenuItemController>(NewObject<Controller>()), ToVariant(std::int32_t{menu}));
+}
+
+/// Commands that only their shortcuts run.
+template <class Controller>
+Block BlockWithoutMenu(TPodcastClient& client) {
+    return Block(client, Ref<IVEXAUIMenuItemController>(NewObject<Controller>()), Variant());
 }
 
 }  // namespace
 
 void RegisterMenuCommands(TPodcastClient& client) {
     BlockOf<TVEXAPodcastsGroupingTreeMenuItemController>(client, kMenuLibraryTree)
-        .Add<TVEXAPodcastsRefreshFeedsMenuItem>(u"VEXA.Podcasts.Actions.RefreshFeeds")
+        .Add<TVEXAPodcastsRefreshFeedsMenuItem>(u"VEXA.Podcasts.Actions.RefreshFeeds", "F5; Ctrl+R")
         .Add<TVEXAPodcastsRefreshFeedMenuItem>(u"VEXA.Podcasts.Actions.RefreshFeed")
-        .Add<TVEXAPodcastsUnsubcribeMenuItem>(u"VEXA.Podcasts.Actions.Unsubscribe")
+        .Add<TVEXAPodcastsUnsubcribeMenuItem>(u"VEXA.Podcasts.Actions.Unsubscribe", "Del")
         .Add<TVEXAPodcastsEditSubscriptionMenuItem>(u"VEXA.Podcasts.Actions.EditSubscription")
         .Add<TVEXAPodcastsSubscribeMenuItem>(u"VEXA.Podcasts.Actions.Subscribe")
         .Add<TVEXAPodcastsCreateSmartPlaylistMenuItem>(u"VEXA.Podcasts.Actions.CreateSmartPlaylist");
     BlockOf<TVEXAPodcastsMLTableMenuItemController>(client, kMenuLibraryTable)
         .Add<TVEXAPodcastsMarkAsSubMenuMenuItem>(u"VEXA.Podcasts.Actions.MarkAs")
-        .Add<TVEXAPodcastsCacheMenuItem>(u"VEXA.Podcasts.Actions.CachedFilesControl");
+        .Add<TVEXAPodcastsCacheMenuItem>(u"VEXA.Podcasts.Actions.CachedFilesControl", "D");
+    using MarkAs = TVEXAPodcastsMarkAsMenuItem;
+    BlockWithoutMenu<TVEXAPodcastsMLTableMenuItemController>(client)
+        .Add<MarkAs>(u"VEXA.Podcasts.Actions.MarkAsListened", "L", pesListened)
+        .Add<MarkAs>(u"VEXA.Podcasts.Actions.MarkAsNew", "N", pesNew)
+        .Add<MarkAs>(u"VEXA.Podcasts.Actions.MarkAsPostponed", "P", pesPostponed);
     BlockOf<TVEXAPodcastsMLTableMenuItemController>(client, kMenuLibrary)
         .Add<TVEXAPodcastsCheckLocalCopiesMenuItem>(u"VEXA.Podcasts.Actions.CheckCachedFiles");
     BlockOf<TVEXAPodcastsPlaylistMenuItemController>(client, kMenuPlaylistItem)

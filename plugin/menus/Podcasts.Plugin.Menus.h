@@ -169,12 +169,12 @@ protected:
     void Run(TPodcastClient&) override {}
 };
 
-/// An entry of the submenu with the states.
-class TVEXAPodcastsMarkAsMenuItem : public TVEXAPodcastsCustomMenuItem {
+/// Marks the selected episodes: an entry of the submenu with the states, or an item with a shortcut in no menu.
+class TVEXAPodcastsMarkAsMenuItem : public TVEXAPodcastsAbstractFileDependedMenuItem {
 public:
     TVEXAPodcastsMarkAsMenuItem(TPodcastClient& client, vexa::Ref<vexa::IVEXAUIMenuItemController> controller,
                                 TPodcastEpisodeState state)
-        : TVEXAPodcastsCustomMenuItem(client, std::move(controller)), FState(state) {}
+        : TVEXAPodcastsAbstractFileDependedMenuItem(client, std::move(controller)), FState(state) {}
 
 protected:
     void Run(TPodcastClient& client) override;

@@ -128,7 +128,7 @@ TEST_F(Menus, AShortcutActsOnThePresentSelection) {
     const Item menu = MenuOf(71);
     QString selected, collected;
     const Item mark = Add("mark", menu, [&] { Done += collected; });
-    mark->SetValueAsObject(IVEXAMenuItem::Shortcut, MakeString("Ctrl+R").Get());
+    mark->SetValueAsObject(IVEXAMenuItem::Shortcut, MakeString("F5; Ctrl+R").Get());
     const Item controller = Add("controller", menu);
     On(controller, IVEXAMenuItem::OnShow, [&] {
         collected = selected;
@@ -145,8 +145,18 @@ TEST_F(Menus, AShortcutActsOnThePresentSelection) {
         EXPECT_EQ(Host.Menus().RunShortcut(keys), c.Runs) << c.Selected.toStdString();
     }
     EXPECT_EQ(Done, QStringList({"a", "b"}));
+    EXPECT_FALSE(Host.Menus().RunShortcut(keys, kMenuLibraryTable)) << "it is of the menu left out";
+    EXPECT_TRUE(Host.Menus().RunShortcut(keys, kMenuLibraryTree));
+    EXPECT_TRUE(Host.Menus().RunShortcut(QKeySequence(Qt::Key_F5)));
     EXPECT_FALSE(Host.Menus().RunShortcut(QKeySequence(Qt::Key_R)));
     EXPECT_FALSE(Host.Menus().RunShortcut({}));
+
+    // Items in no menu, which share a controller: only the first has its event.
+    const Item first = Add("first", {}), second = Add("second", {}, [&] { Done = {collected}; });
+    On(first, IVEXAMenuItem::OnShow, [&] { collected = "prepared"; });
+    second->SetValueAsObject(IVEXAMenuItem::Shortcut, MakeString("L").Get());
+    EXPECT_TRUE(Host.Menus().RunShortcut(QKeySequence(Qt::Key_L)));
+    EXPECT_EQ(Done, QStringList("prepared"));
 
     const Item below = Add("below", mark, [&] { Done += "below"; });
     selected = "refused";
@@ -162,7 +172,7 @@ TEST_F(Menus, NewlyMadeEntriesReplaceTheOldOnes) {
     }
     EXPECT_EQ(Event::Alive, before + 3);  // the earlier entries were released
 
-    QMenu* shown = BuildMenu(Host.Menus(), *menu, nullptr);
+    QMenu* shown = BuildMenu(Host.Menus(), {kMenuPlaylistItem}, nullptr);
     for (int i = 0; i < 2; ++i) Q_EMIT shown->aboutToShow();
     ASSERT_EQ(shown->actions().size(), 1);
     const QList<QAction*> entries = shown->actions()[0]->menu()->actions();

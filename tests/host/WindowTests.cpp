@@ -323,6 +323,48 @@ TEST(Languages, AreListedByTheirOwnNames) {
     EXPECT_EQ(OwnNameOf("My own"), "My own");
 }
 
+TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
+    Start();
+    Subscribe();
+    QApplication::setActiveWindow(&*PlayerWindow);
+    auto* rows = Find<QTableView>("Rows");
+    auto* tree = Find<QTreeView>("Tree");
+    const auto nodes = [&] { return tree->model()->index(0, 0).data().toString(); };
+    rows->setFocus();
+    rows->selectRow(0);
+    EXPECT_EQ(nodes(), "New (3)");
+    auto* search = Find<QLineEdit>("Search");
+    const struct {
+        QWidget* Focused;
+        Qt::Key Key;
+        const char* Nodes;
+    } cases[] = {{rows, Qt::Key_L, "New (2)"},
+                 {rows, Qt::Key_N, "New (3)"},
+                 {tree, Qt::Key_P, "New (2)"},
+                 {search, Qt::Key_N, "New (2)"}};
+    for (const auto& c : cases) {
+        c.Focused->setFocus();
+        rows->selectRow(0);
+        QTest::keyClick(c.Focused, c.Key);
+        EXPECT_TRUE(WaitUntil([&] { return nodes() == c.Nodes; })) << nodes().toStdString() << " for " << c.Nodes;
+    }
+    EXPECT_EQ(search->text(), "n");
+    search->clear();
+    rows->setFocus();
+    QTest::keyClick(rows, Qt::Key_Q);
+    EXPECT_EQ(Player->UpNext().size(), 1);
+    QTest::keyClick(rows, Qt::Key_Delete);  // would unsubscribe if the tree had the focus
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    QTest::keyClick(rows, Qt::Key_Question, Qt::ShiftModifier);
+    const auto* list = PlayerWindow->findChild<QDialog*>("ShortcutsDialog")->findChild<QTreeWidget*>();
+    QStringList keys;
+    for (int i = 0; i < list->topLevelItemCount(); ++i)
+        keys += list->topLevelItem(i)->text(0) + u'=' + list->topLevelItem(i)->text(1);
+    for (const char* line : {"F5, Ctrl+R=Refresh all feeds", "L=Mark as listened", "Q=Play last",
+                             "?=Keyboard shortcuts", "Ctrl+F=Search", "Del=Unsubscribe"})
+        EXPECT_TRUE(keys.contains(line)) << line << " is not among " << keys.join(u"; ").toStdString();
+}
+
 TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     Start();
     Subscribe();

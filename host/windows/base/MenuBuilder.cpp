@@ -48,9 +48,9 @@ void Add(QMenu& target, const Ref<MenuManager>& menus, const Ref<IVEXAMenuItem>&
         for (const auto& child : children) Add(*submenu, menus, child, depth + 1);
         return;
     }
-    if (const QKeySequence keys = menus->Shortcut(*item); !keys.isEmpty()) {
+    if (const QList<QKeySequence> keys = menus->Shortcuts(*item); !keys.isEmpty()) {
         // For display only: while the menu is closed, the shortcut has to act on the selection of that moment.
-        action->setShortcut(keys);
+        action->setShortcuts(keys);
         action->setShortcutContext(Qt::WidgetShortcut);
     }
     QObject::connect(action, &QAction::triggered, action, [menus, item] { menus->Trigger(*item); });
@@ -73,15 +73,16 @@ void FillMenu(QMenu& target, MenuManager& menus, IVEXAMenuItem& menu) {
     for (const auto& item : menus.Children(menu)) Add(target, Ref<MenuManager>(&menus), item, 0);
 }
 
-QMenu* BuildMenu(MenuManager& menus, IVEXAMenuItem& menu, QWidget* parent) {
-    auto* target =
-        new QMenu(MenuText(menus.Caption(menu), parent ? parent->fontMetrics() : QFontMetrics(QFont())), parent);
-    QObject::connect(target, &QMenu::aboutToShow, target,
-                     [target, manager = Ref<MenuManager>(&menus), item = Ref<IVEXAMenuItem>(&menu)] {
-                         target->clear();
-                         qDeleteAll(target->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
-                         FillMenu(*target, *manager, *item);
-                     });
+QMenu* BuildMenu(MenuManager& menus, const std::vector<BuiltInMenu>& parts, QWidget* parent) {
+    auto* target = new QMenu(parent);
+    QObject::connect(target, &QMenu::aboutToShow, target, [target, manager = Ref<MenuManager>(&menus), parts] {
+        target->clear();
+        qDeleteAll(target->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly));
+        for (const BuiltInMenu part : parts) {
+            if (!target->isEmpty()) target->addSeparator();
+            FillMenu(*target, *manager, *manager->BuiltIn(part));
+        }
+    });
     return target;
 }
 

@@ -3,7 +3,7 @@
 //
 // A permanent menu:
 //
-//     QMenu* menu = BuildMenu(host.Menus(), *host.Menus().BuiltIn(kMenuLibrary), this);
+//     QMenu* menu = BuildMenu(host.Menus(), {kMenuLibrary, kMenuLibraryTree}, this);
 //
 // A context menu:
 //
@@ -18,8 +18,9 @@
 
 namespace vexa::host {
 
-/// A menu that prepares and fills itself anew every time before it is shown. `parent` owns it.
-QMenu* BuildMenu(MenuManager& menus, IVEXAMenuItem& menu, QWidget* parent);
+/// A menu of the items of several menus, one after the other, that prepares and fills itself anew every time before it
+/// is shown. `parent` owns it.
+QMenu* BuildMenu(MenuManager& menus, const std::vector<BuiltInMenu>& parts, QWidget* parent);
 
 /// Prepares the items for the resolution of `target`, and appends the visible ones to it. A chosen item is triggered
 /// without preparing the menu again. Captions are plain text, without mnemonics and markup, and are shortened if very

@@ -7,6 +7,7 @@
 #include "PlaybackBar.h"
 #include "PlaylistPane.h"
 #include "RowTexts.h"
+#include "ShortcutsDialog.h"
 #include "TaskBar.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
@@ -24,6 +25,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTableView>
+#include <QTreeView>
 
 namespace vexa::host {
 
@@ -240,10 +242,33 @@ void MainWindow::ConnectMenus() {
     connect(FMenuBar, &WindowMenuBar::Quit, this, &MainWindow::End);
     connect(&FTray, &Tray::QuitWanted, this, &MainWindow::End);
     connect(&FTray, &Tray::WindowWanted, this, &MainWindow::BringToFront);
+    connect(FMenuBar, &WindowMenuBar::Shortcuts, this, &MainWindow::ShowShortcuts);
+    FCommands->AcceptPlainKeys(*FTable->View(), kMenuLibraryTree);
+    FCommands->AcceptPlainKeys(*FTree->View());
+    AddPlainAction("PlayLast", Qt::Key_Q, [this] { FPlayback.PlayLast(FTable->SelectedFiles()); });
+    AddPlainAction("PlayOrPause", Qt::Key_Space, [this] { FPlayback.PlayOrPause(); });
+    AddPlainAction("Shortcuts", Qt::Key_Question, [this] { ShowShortcuts(); });
     connect(FMenuBar, &WindowMenuBar::FocusSearch, FTable->Search(), [this] {
         FTable->Search()->setFocus(Qt::ShortcutFocusReason);
         FTable->Search()->selectAll();
     });
+}
+
+void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run) {
+    auto* action = new QAction(FTexts(key), this);
+    action->setObjectName(QString::fromLatin1(key));
+    action->setShortcut(QKeySequence(shortcut));
+    connect(action, &QAction::triggered, this, run);
+    FCommands->AddPlainAction(action);
+}
+
+void MainWindow::ShowShortcuts() {
+    const QMenu* library = FMenuBar->LibraryMenu();
+    QList<QAction*> actions = FCommands->PlainActions();
+    // The plug-ins' items in the library's menu come from the menu manager, whether or not they are shown now.
+    for (QAction* action : FMenuBar->findChildren<QAction*>())
+        if (!library->actions().contains(action)) actions += action;
+    ShowShortcutsDialog(actions, FHost.Menus(), FTexts, *this);
 }
 
 void MainWindow::ShowPage() {
@@ -428,6 +453,8 @@ void MainWindow::Localize() {
         QApplication::installTranslator(&FToolkitTexts);
     setWindowTitle(FTexts("Title"));
     FBanner->SetDismissName(FTexts("Dismiss"));
+    for (QAction* action : FCommands->PlainActions())
+        action->setText(FTexts(action->objectName().toLatin1().constData()));
     QEvent changed(QEvent::LanguageChange);
     QCoreApplication::sendEvent(this, &changed);
 }

@@ -82,6 +82,8 @@ private:
     void ConnectPlayback();
     void ConnectLibrary();
     void ConnectMenus();
+    void AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run);
+    void ShowShortcuts();
     void ShowPage();
     void ShowDetails();
     void ReleasePlugins();

@@ -2,6 +2,7 @@
 
 #include "MenuBuilder.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -11,18 +12,28 @@ namespace vexa::host {
 
 namespace {
 
-/// Whether the key can be a shortcut of a command. Keys that type text or move around belong to the focused control.
-bool IsCommand(const QKeyEvent& event) {
-    const int key = event.key();
-    if (key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt || key == Qt::Key_Meta) return false;
-    if (key >= Qt::Key_F1 && key <= Qt::Key_F35) return true;
-    const bool edits = qobject_cast<QLineEdit*>(QApplication::focusWidget()) != nullptr;
-    if (key == Qt::Key_Delete || key == Qt::Key_Insert) return !edits;
-    if (!(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))) return false;
+bool IsModifier(int key) {
+    return key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt || key == Qt::Key_Meta;
+}
+
+/// Whether the key types text, moves around or deletes, and so belongs to the focused control.
+bool IsPlain(const QKeyEvent& event) {
+    if (event.key() >= Qt::Key_F1 && event.key() <= Qt::Key_F35) return false;
+    return !(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+}
+
+bool IsEditing(const QKeyEvent& event) {
+    if (!qobject_cast<QLineEdit*>(QApplication::focusWidget())) return false;
     for (const auto standard : {QKeySequence::SelectAll, QKeySequence::Copy, QKeySequence::Cut, QKeySequence::Paste,
                                 QKeySequence::Undo, QKeySequence::Redo})
-        if (edits && const_cast<QKeyEvent&>(event).matches(standard)) return false;
-    return true;
+        if (const_cast<QKeyEvent&>(event).matches(standard)) return true;
+    return false;
+}
+
+/// The keys as a shortcut names them. Which symbols need Shift depends on the keyboard.
+QKeySequence KeysOf(const QKeyEvent& event) {
+    const bool isSymbol = !event.text().isEmpty() && event.text()[0].isPrint() && !event.text()[0].isLetter();
+    return isSymbol && IsPlain(event) ? QKeySequence(event.key()) : QKeySequence(event.keyCombination());
 }
 
 }  // namespace
@@ -48,10 +59,34 @@ bool WindowCommands::eventFilter(QObject* watched, QEvent* event) {
     const QWidget* focused = QApplication::focusWidget();
     if (widget->window() != &FWindow || (focused && widget != focused)) return false;
     const auto& key = static_cast<const QKeyEvent&>(*event);
-    if (!IsCommand(key)) return false;
-    if (!FHost.Menus().RunShortcut(QKeySequence(key.keyCombination()))) return false;
+    if (IsModifier(key.key()) || IsEditing(key)) return false;
+    if (!IsPlain(key)) return Run(KeysOf(key), nullptr);
+    const View* view = FocusedView();
+    // A key that is held down would act on one row after the other.
+    return view && !key.isAutoRepeat() && Run(KeysOf(key), view);
+}
+
+const WindowCommands::View* WindowCommands::FocusedView() const {
+    const QWidget* focused = QApplication::focusWidget();
+    for (const View& view : FViews)
+        if (view.Widget == focused) return &view;
+    return nullptr;
+}
+
+bool WindowCommands::Run(const QKeySequence& keys, const View* view) {
+    for (QAction* action : view ? FPlainActions : QList<QAction*>())
+        if (action->isEnabled() && action->shortcuts().contains(keys)) return action->trigger(), true;
+    if (!FHost.Menus().RunShortcut(keys, view ? view->Except : std::nullopt)) return false;
     Q_EMIT Ran();
     return true;
+}
+
+void WindowCommands::AcceptPlainKeys(QWidget& view, std::optional<BuiltInMenu> except) {
+    FViews.push_back({&view, except});
+}
+
+void WindowCommands::AddPlainAction(QAction* action) {
+    FPlainActions += action;
 }
 
 }  // namespace vexa::host

@@ -21,7 +21,8 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     file->addSeparator();
     AddTrayChoice(file);
     Add(file, "Quit", QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowMenuBar::Quit);
-    FLibrary = BuildMenu(FHost.Menus(), *FHost.Menus().BuiltIn(kMenuLibrary), this);
+    // The context menus' items, too, because not everybody looks for commands there.
+    FLibrary = BuildMenu(FHost.Menus(), {kMenuLibraryTree, kMenuLibraryTable, kMenuLibrary}, this);
     addMenu(FLibrary);
     FCaptions.push_back({FLibrary->menuAction(), "MenuLibrary"});
     FPlayback = new PlaybackMenu(host, playback, this);
@@ -31,6 +32,8 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     FView->addSeparator();
     AddThemes(theme);
     AddLanguages();
+    FView->addSeparator();
+    Add(FView, "Shortcuts", QKeySequence(QKeySequence::HelpContents), &WindowMenuBar::Shortcuts);
     FView->addSeparator();
     EnableOffered(nullptr);
     Localize();

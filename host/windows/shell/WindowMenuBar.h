@@ -27,6 +27,8 @@ public:
     /// Disables the items for which the storage has no command; null while no storage is shown.
     void EnableOffered(const LibraryStorage* storage);
 
+    const QMenu* LibraryMenu() const noexcept { return FLibrary; }
+
 Q_SIGNALS:
     void Subscribe();
     void Import();
@@ -34,6 +36,7 @@ Q_SIGNALS:
     void Options();
     void Quit();
     void FocusSearch();
+    void Shortcuts();
 
 private:
     void Localize() override;
