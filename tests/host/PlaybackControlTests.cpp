@@ -1,6 +1,7 @@
 // The controls of playback: the desktop over the session bus, the bar, the menu, and the listening list.
 
-#include "ListeningModel.h"
+#include "DraggedFiles.h"
+#include "ListeningPane.h"
 #include "LoopbackServer.h"
 #include "MovingFiles.h"
 #include "Mpris.h"
@@ -18,7 +19,9 @@
 #include <QDBusInterface>
 #include <QDBusReply>
 #include <QFileInfo>
+#include <QListView>
 #include <QMainWindow>
+#include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -267,6 +270,56 @@ TEST_F(PlaybackTest, NextAndBegunFilesAreListedUnderTheirHeadings) {
     model.Remove({model.index(1), model.index(4)});
     EXPECT_EQ(shown(), QStringList({u"Up next"_s, u"b"_s}));
     EXPECT_EQ(Player->SavedPositions().Find(b), nullptr);
+}
+
+TEST_F(PlaybackTest, WhatIsUpNextIsReorderedByKeysAndTakesDroppedFiles) {
+    ListeningPane pane(Host, *Player);
+    auto* view = pane.findChild<QListView*>(u"Listening"_s);
+    const auto drop = [&](QMimeData* data, int row) {
+        const std::unique_ptr<QMimeData> dropped(data);
+        view->model()->dropMimeData(dropped.get(), Qt::CopyAction, row, 0, {});
+    };
+    const auto select = [&](int first, int last) {
+        view->setCurrentIndex(view->model()->index(first, 0));
+        view->selectionModel()->select({view->model()->index(first, 0), view->model()->index(last, 0)},
+                                       QItemSelectionModel::ClearAndSelect);
+    };
+    const auto key = [&](int code, Qt::KeyboardModifiers modifiers = Qt::AltModifier) {
+        QTest::keyClick(view, Qt::Key(code), modifiers);
+    };
+    const auto files = [](const QString& names) {
+        auto* data = new QMimeData;
+        data->setData(QString::fromLatin1(kFilesMimeType), names.toUtf8());
+        return data;
+    };
+    const QString a = Tone(u"a"_s, 60);
+    const QString other = a.chopped(1);
+    struct {
+        const char* What;
+        std::function<void()> Do;
+        const char* Order;
+    } const cases[] = {
+        {"dropped on the empty list", [&] { drop(files(a + u'\n' + other + u"b\n" + other + u'c'), -1); }, "abc"},
+        {"dropped above the second", [&] { drop(files(other + u'd'), 2); }, "adbc"},
+        {"down", [&] { select(1, 1), key(Qt::Key_Down); }, "dabc"},
+        {"down again, as it stays selected", [&] { key(Qt::Key_Down); }, "dbac"},
+        {"two at once up", [&] { select(3, 4), key(Qt::Key_Up); }, "dacb"},
+        {"to the top", [&] { key(Qt::Key_Home); }, "acdb"},
+        {"up at the top", [&] { key(Qt::Key_Up); }, "acdb"},
+        {"down at the end", [&] { select(4, 4), key(Qt::Key_Down); }, "acdb"},
+        {"dragged to the end", [&] { drop(view->model()->mimeData({view->model()->index(1, 0)}), -1); }, "cdba"},
+        {"removed", [&] { select(1, 1), key(Qt::Key_Delete, Qt::NoModifier); }, "dba"},
+        {"played", [&] { select(3, 3), key(Qt::Key_Return, Qt::NoModifier); }, "db"},
+    };
+    QStringList played;
+    QObject::connect(&pane, &ListeningPane::Activated, [&](const QString& address) { played += address; });
+    for (const auto& c : cases) {
+        c.Do();
+        QString order;
+        for (const QString& address : Player->UpNext()) order += address.back();
+        EXPECT_EQ(order, c.Order) << c.What;
+    }
+    EXPECT_EQ(played, QStringList{a});
 }
 
 /// A plug-in's file information, which can be made to block.

@@ -1,5 +1,6 @@
 #include "ListeningModel.h"
 
+#include "DraggedFiles.h"
 #include "FileInfo.h"
 #include "RowDelegate.h"
 #include "RowTexts.h"
@@ -7,11 +8,18 @@
 #include "WindowTheme.h"
 
 #include <QFont>
+#include <QMimeData>
 #include <QSet>
 
 #include <algorithm>
 
 namespace vexa::host {
+
+namespace {
+
+const QString kPlacesMimeType = QStringLiteral("application/x-vexa-up-next");
+
+}  // namespace
 
 ListeningModel::ListeningModel(Host& host, Playback& playback, QObject* parent)
     : QAbstractListModel(parent), FHost(host), FPlayback(playback), FTexts(host.Language()) {
@@ -99,19 +107,35 @@ const ListeningModel::Entry* ListeningModel::At(const QModelIndex& index) const 
 }
 
 void ListeningModel::Remove(const QModelIndexList& indexes) {
-    QSet<int> places;
-    QStringList begun, left;
+    QStringList left = FPlayback.UpNext();
+    const std::vector<int> places = PlacesUpNext(indexes);
+    for (auto place = places.rbegin(); place != places.rend(); ++place) left.removeAt(*place);
+    QStringList begun;
     for (const QModelIndex& index : indexes)
-        if (const Entry* entry = At(index)) {
-            if (entry->Section == Part::UpNext)
-                places.insert(entry->Index);
-            else
-                begun += entry->Address;
-        }
-    for (qsizetype i = 0; i < FPlayback.UpNext().size(); ++i)
-        if (!places.contains(static_cast<int>(i))) left += FPlayback.UpNext()[i];
+        if (const Entry* entry = At(index); entry && entry->Section == Part::Begun) begun += entry->Address;
     for (const QString& address : begun) FPlayback.ForgetPosition(address);
     FPlayback.SetUpNext(left);
+}
+
+std::vector<int> ListeningModel::PlacesUpNext(const QModelIndexList& indexes) const {
+    std::vector<int> places;
+    for (const QModelIndex& index : indexes)
+        if (const Entry* entry = At(index); entry && entry->Section == Part::UpNext) places.push_back(entry->Index);
+    std::sort(places.begin(), places.end());
+    return places;
+}
+
+void ListeningModel::MoveUpNext(std::vector<int> places, int before) {
+    QStringList left = FPlayback.UpNext(), moved;
+    std::erase_if(places, [&](int place) { return place < 0 || place >= left.size(); });
+    if (places.empty()) return;
+    for (const int place : places) moved += left[place];
+    for (auto place = places.rbegin(); place != places.rend(); ++place) left.removeAt(*place);
+    const auto above = std::lower_bound(places.begin(), places.end(), before) - places.begin();
+    const auto first = std::clamp<qsizetype>(before - above, 0, left.size());
+    FPlayback.SetUpNext(left.first(first) + moved + left.sliced(first));
+    const int row = static_cast<int>(first) + 1;  // below the heading
+    Q_EMIT Moved(row, row + static_cast<int>(moved.size()) - 1);
 }
 
 void ListeningModel::Localize() {
@@ -157,8 +181,45 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
 }
 
 Qt::ItemFlags ListeningModel::flags(const QModelIndex& index) const {
-    if (!index.isValid()) return Qt::NoItemFlags;
-    return At(index) ? Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren : Qt::ItemNeverHasChildren;
+    if (!index.isValid()) return Qt::ItemIsDropEnabled;
+    const Entry* entry = At(index);
+    if (!entry) return Qt::ItemNeverHasChildren;
+    return Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
+}
+
+QStringList ListeningModel::mimeTypes() const {
+    return {kPlacesMimeType, QString::fromLatin1(kFilesMimeType)};
+}
+
+QMimeData* ListeningModel::mimeData(const QModelIndexList& indexes) const {
+    QStringList places, files;
+    for (const int place : PlacesUpNext(indexes)) places += QString::number(place);
+    for (const QModelIndex& index : indexes)
+        if (const Entry* entry = At(index)) files += entry->Address;
+    auto* data = new QMimeData;
+    if (!places.isEmpty()) data->setData(kPlacesMimeType, places.join(u',').toLatin1());
+    data->setData(QString::fromLatin1(kFilesMimeType), files.join(u'\n').toUtf8());
+    return data;
+}
+
+bool ListeningModel::canDropMimeData(const QMimeData* data, Qt::DropAction, int, int, const QModelIndex&) const {
+    return data->hasFormat(QString::fromLatin1(kFilesMimeType));
+}
+
+bool ListeningModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                                  const QModelIndex& parent) {
+    if (!canDropMimeData(data, action, row, column, parent)) return false;
+    const auto count = static_cast<int>(FPlayback.UpNext().size());
+    const int place = row < 0 ? count : std::clamp(row - 1, 0, count);  // a heading is above them
+    if (data->hasFormat(kPlacesMimeType)) {
+        std::vector<int> places;
+        for (const QByteArray& number : data->data(kPlacesMimeType).split(',')) places.push_back(number.toInt());
+        MoveUpNext(std::move(places), place);
+    } else {
+        const QStringList files = QString::fromUtf8(data->data(QString::fromLatin1(kFilesMimeType))).split(u'\n');
+        FPlayback.SetUpNext(FPlayback.UpNext().first(place) + files + FPlayback.UpNext().sliced(place));
+    }
+    return false;  // the view must not remove any rows
 }
 
 }  // namespace vexa::host

@@ -30,6 +30,10 @@ public:
     const Entry* At(const QModelIndex& index) const;
     /// Removes files from those to play next, or forgets where begun ones were left.
     void Remove(const QModelIndexList& indexes);
+    /// The places of those of the entries that are to play next, in order.
+    std::vector<int> PlacesUpNext(const QModelIndexList& indexes) const;
+    /// Moves the entries at these places, in order, to before the one that is at `before` now.
+    void MoveUpNext(std::vector<int> places, int before);
     void Localize();
     /// Asks for missing titles; called when plug-ins that may know them were loaded.
     void AskTitles();
@@ -39,6 +43,17 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
+    // Files dropped anywhere are to play next; those dropped among the entries up next, at that place.
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
+    bool canDropMimeData(const QMimeData* data, Qt::DropAction, int, int, const QModelIndex&) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
+
+Q_SIGNALS:
+    /// Entries up next have been moved, and are in these rows now.
+    void Moved(int firstRow, int lastRow);
 
 private:
     struct Title {

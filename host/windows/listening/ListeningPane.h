@@ -1,6 +1,6 @@
 #pragma once
-// The list of the files that play next and of those that were begun: Enter plays an entry, Delete removes it. The pane
-// is hidden while the list is empty. Main thread.
+// The list of the files that play next and of those that were begun: Enter plays an entry, Delete removes it, Alt with
+// an arrow key moves an entry up next, as dragging does. The pane is hidden while the list is empty. Main thread.
 
 #include "ListeningModel.h"
 #include "Pane.h"
@@ -24,6 +24,8 @@ public:
 Q_SIGNALS:
     void Activated(const QString& address);
     void ShowInLibrary(const QString& address);
+    /// The user has removed all these files, which were to play next, at once.
+    void Cleared(const QStringList& addresses);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -32,9 +34,14 @@ private:
     void Localize() override;
     void Activate();
     void Remove();
+    void Clear();
+    enum class Step { Up, Down, ToTop };
+    void Move(Step step);
+    void SelectRows(int first, int last);
     void ShowMenu(const QPoint& position);
     void UpdateVisible();
 
+    Playback& FPlayback;
     const WindowTexts FTexts;
     ListeningModel* const FModel;
     QListView* const FView;

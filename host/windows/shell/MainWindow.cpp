@@ -220,6 +220,10 @@ void MainWindow::ConnectPlayback() {
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::Activated, &FPlayback, &Playback::Play);
+    connect(FListening, &ListeningPane::Cleared, this, [this](const QStringList& addresses) {
+        const auto undo = [this, addresses] { FPlayback.SetUpNext(addresses + FPlayback.UpNext()); };
+        FBanner->Show(FTexts("UpNextCleared"), {}, {{FTexts("Undo"), undo}});
+    });
     connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
         if (FPlayback.Current().Address != file) FPlayback.Play(file);
         FPlayback.Seek(seconds);

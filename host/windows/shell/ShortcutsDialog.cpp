@@ -55,6 +55,9 @@ void ShowShortcutsDialog(const QList<QAction*>& actions, MenuManager& menus, con
         add(Shown(menus.Shortcuts(*item)), WithoutMarks(menus.Caption(*item)));
     add(Shown({QKeySequence(Qt::Key_Return)}), texts("Play"));
     add(Shown({QKeySequence(Qt::Key_Delete)}), texts("RemoveFromList"));
+    add(Shown({QKeySequence(Qt::ALT | Qt::Key_Up)}), texts("MoveUp"));
+    add(Shown({QKeySequence(Qt::ALT | Qt::Key_Down)}), texts("MoveDown"));
+    add(Shown({QKeySequence(Qt::ALT | Qt::Key_Home)}), texts("ToTop"));
     list->resizeColumnToContents(0);
     list->setCurrentItem(list->topLevelItem(0));
     auto* buttons = new QDialogButtonBox;
