@@ -105,12 +105,12 @@ protected:
     Widget* Find(const char* name) {
         return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
-    QString WriteFeed() {
+    QString WriteFeed(int episodes = 3) {
         const QString name = Profile.File("tides.xml");
         QFile file(name);
         if (!file.open(QIODevice::WriteOnly)) return {};
         file.write("<rss version='2.0'><channel><title>Tides</title>");
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < episodes; ++i)
             file.write(QByteArray("<item><title>Part " + QByteArray::number(i) + "</title><guid>g" +
                                   QByteArray::number(i) + "</guid><enclosure url='http://127.0.0.1:9/" +
                                   QByteArray::number(i) + ".mp3' type='audio/mpeg'/></item>"));
@@ -323,6 +323,63 @@ TEST(Languages, AreListedByTheirOwnNames) {
     EXPECT_EQ(OwnNameOf("My own"), "My own");
 }
 
+TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
+    Start();
+    Subscribe();
+    QApplication::setActiveWindow(&*PlayerWindow);
+    auto* rows = Find<QTableView>("Rows");
+    auto& table = *PlayerWindow->findChild<TablePane*>();
+    // The titles from the top, those that are only kept in brackets, then the number of entries.
+    const auto shown = [&] {
+        const int title = table.Model().ColumnOf(IVEXAMLDataField::Title);
+        QStringList texts;
+        for (int row = 0; row < table.Model().rowCount(); ++row) {
+            const QString text = table.Model().index(row, title).data().toString();
+            const bool isKept = table.Model().index(row, title).data(Qt::ForegroundRole).isValid();
+            texts += isKept ? QString(u'[' + text + u']') : text;
+        }
+        return QString(texts.join(u' ') + u'/' + QString::number(table.Model().Count()));
+    };
+    const auto key = [&](Qt::Key code) {
+        rows->setFocus();
+        QTest::keyClick(rows, code);
+    };
+    const struct {
+        const char* What;
+        std::function<void()> Do;
+        const char* Shown;
+    } cases[] = {
+        {"the middle one is marked",
+         [&] {
+             rows->selectRow(1);
+             key(Qt::Key_L);
+         },
+         "Part 2 [Part 1] Part 0/2"},
+        {"marked again", [&] { key(Qt::Key_L); }, "Part 2 [Part 1] Part 0/2"},
+        {"new again", [&] { key(Qt::Key_N); }, "Part 2 Part 1 Part 0/3"},
+        {"listened, and a new one has arrived above it",
+         [&] {
+             key(Qt::Key_L);
+             EXPECT_TRUE(WaitUntil([&] { return table.Model().Count() == 2; }));
+             WriteFeed(4);
+             key(Qt::Key_F5);
+         },
+         "Part 3 Part 2 [Part 1] Part 0/3"},
+        {"all are marked",
+         [&] {
+             rows->selectAll();
+             key(Qt::Key_L);
+         },
+         "[Part 3] [Part 2] [Part 1] [Part 0]/0"},
+        {"sorted anew", [&] { table.Model().sort(0, Qt::AscendingOrder); }, "/0"},
+    };
+    for (const auto& c : cases) {
+        c.Do();
+        EXPECT_TRUE(WaitUntil([&] { return shown() == c.Shown; }, std::chrono::seconds(20)))
+            << c.What << ": " << shown().toStdString();
+    }
+}
+
 TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
     Start();
     Subscribe();
@@ -356,13 +413,16 @@ TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
     QTest::keyClick(rows, Qt::Key_Delete);  // would unsubscribe if the tree had the focus
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
     QTest::keyClick(rows, Qt::Key_Question, Qt::ShiftModifier);
-    const auto* list = PlayerWindow->findChild<QDialog*>("ShortcutsDialog")->findChild<QTreeWidget*>();
+    auto* dialog = PlayerWindow->findChild<QDialog*>("ShortcutsDialog");
+    ASSERT_TRUE(dialog) << "? shows no list of keys";
+    const auto* list = dialog->findChild<QTreeWidget*>();
     QStringList keys;
     for (int i = 0; i < list->topLevelItemCount(); ++i)
         keys += list->topLevelItem(i)->text(0) + u'=' + list->topLevelItem(i)->text(1);
     for (const char* line : {"F5, Ctrl+R=Refresh all feeds", "L=Mark as listened", "Q=Play last",
                              "?=Keyboard shortcuts", "Ctrl+F=Search", "Del=Unsubscribe"})
         EXPECT_TRUE(keys.contains(line)) << line << " is not among " << keys.join(u"; ").toStdString();
+    QTest::keyClick(dialog, Qt::Key_Escape);  // also releases Shift for the tests that follow
 }
 
 TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {

@@ -4,6 +4,7 @@
 #include "RowDelegate.h"
 #include "RowTexts.h"
 #include "WindowIcons.h"
+#include "WindowTheme.h"
 
 #include <QMimeData>
 
@@ -49,6 +50,11 @@ void TableModel::OnAddressesMoved(const AddressMoves& moves) {
             file = *moved;
             isChanged = true;
         }
+    for (auto& kept : FKept) {
+        if (FFileColumn < 0) return;
+        QString& file = kept.Values[static_cast<std::size_t>(FFileColumn)].Text;
+        file = moves.value(file, file);
+    }
     if (isChanged) Q_EMIT Shown();
 }
 
@@ -59,7 +65,9 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     FReader = reader;
     FColumns.clear();
     FPages.clear();
-    FCount = 0;
+    FKept.clear();
+    FTouched.clear();
+    FCount = FShownCount = 0;
     FFailure.clear();
     FIDColumn = FFileColumn = FTitleColumn = FLengthColumn = -1;
     FQuery = {};
@@ -126,7 +134,9 @@ void TableModel::OnFirstPage(RowPage page) {
     FFirst = 0;
     beginResetModel();
     FPages.clear();
-    FCount = static_cast<int>(page.Rows.size());
+    FKept.clear();
+    FTouched.clear();
+    FCount = FShownCount = static_cast<int>(page.Rows.size());
     FPages[0] = std::move(page.Rows);
     FFailure = page.Error;
     endResetModel();
@@ -142,20 +152,43 @@ void TableModel::OnFirstPage(RowPage page) {
 
 void TableModel::OnCount(const RowCount& count) {
     if (!count.Error.isEmpty()) return Q_EMIT Failed(count.Error);
-    SetCount(std::max(AsCount(count.Count), FCount));
+    FCount = std::max(AsCount(count.Count), FCount);
+    SetShownCount(FCount + static_cast<int>(FKept.size()));
     Q_EMIT Shown();
 }
 
-void TableModel::SetCount(int count) {
-    if (count > FCount) {
-        beginInsertRows({}, FCount, count - 1);
-        FCount = count;
+void TableModel::SetShownCount(int count) {
+    if (count > FShownCount) {
+        beginInsertRows({}, FShownCount, count - 1);
+        FShownCount = count;
         endInsertRows();
-    } else if (count < FCount) {
-        beginRemoveRows({}, count, FCount - 1);
-        FCount = count;
+    } else if (count < FShownCount) {
+        beginRemoveRows({}, count, FShownCount - 1);
+        FShownCount = count;
         endRemoveRows();
     }
+}
+
+int TableModel::KeptAbove(int row) const {
+    int above = 0;
+    while (above < static_cast<int>(FKept.size()) && FKept[static_cast<std::size_t>(above)].Above + above < row)
+        ++above;
+    return above;
+}
+
+bool TableModel::IsKept(int row) const {
+    const auto above = static_cast<std::size_t>(KeptAbove(row));
+    return above < FKept.size() && FKept[above].Above + static_cast<int>(above) == row;
+}
+
+int TableModel::ShownRow(const std::vector<KeptRow>& kept, int storageRow) {
+    const auto below =
+        std::partition_point(kept.begin(), kept.end(), [&](const KeptRow& one) { return one.Above <= storageRow; });
+    return storageRow + static_cast<int>(below - kept.begin());
+}
+
+void TableModel::Touch(const QStringList& files) {
+    for (const QString& file : files) FTouched.insert(file);
 }
 
 void TableModel::SetVisibleRows(int first, int last) {
@@ -166,7 +199,8 @@ void TableModel::SetVisibleRows(int first, int last) {
 
 void TableModel::RequestPages() {
     if (!FReader || IsBusy() || FCount == 0) return;
-    const int first = FFirstVisible / kPageSize, last = std::min(FLastVisible, FCount - 1) / kPageSize;
+    const int first = StorageRow(FFirstVisible) / kPageSize;
+    const int last = std::min(StorageRow(FLastVisible), FCount - 1) / kPageSize;
     for (auto asked = FAsked.begin(); asked != FAsked.end();) {
         if (asked->first >= first && asked->first <= last) {
             ++asked;
@@ -182,8 +216,8 @@ void TableModel::RequestPages() {
             if (!answer.Error.isEmpty()) return Q_EMIT Failed(answer.Error);
             const bool isShort = answer.Rows.size() < kPageSize && (page + 1) * kPageSize < FCount;
             FPages[page] = std::move(answer.Rows);
-            Q_EMIT dataChanged(index(page * kPageSize, 0),
-                               index(std::min((page + 1) * kPageSize, FCount) - 1, columnCount() - 1));
+            Q_EMIT dataChanged(index(ShownRow(FKept, page * kPageSize), 0),
+                               index(ShownRow(FKept, std::min((page + 1) * kPageSize, FCount) - 1), columnCount() - 1));
             Q_EMIT Shown();
             if (isShort) Reload();  // rows were removed since they were counted
         });
@@ -209,10 +243,11 @@ void TableModel::BeginReload() {
         for (int near = page - 1; near <= page + 1; ++near)
             if (near >= 0 && near <= FCount / kPageSize) wanted.insert(near);
     };
-    for (int page = FFirstVisible / kPageSize; page <= FLastVisible / kPageSize; ++page) want(page);
+    for (int page = StorageRow(FFirstVisible) / kPageSize; page <= StorageRow(FLastVisible) / kPageSize; ++page)
+        want(page);
     const QModelIndexList kept = persistentIndexList();
     for (const QModelIndex& index : kept)
-        if (wanted.size() < kMaxReloaded) want(index.row() / kPageSize);
+        if (wanted.size() < kMaxReloaded) want(StorageRow(index.row()) / kPageSize);
     FReloading.emplace(Reloading());  // clang finds no default constructor in a member of the enclosing class
     for (const int page : wanted) {
         auto ticket = std::make_shared<RowReader::Ticket>();
@@ -222,7 +257,8 @@ void TableModel::BeginReload() {
             if (!FReloading->Tickets.empty()) return;
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
                 FReloading->Tickets.clear();
-                if (count.Error.isEmpty()) return FindMissingRows(AsCount(count.Count));
+                FReloading->Count = AsCount(count.Count);
+                if (count.Error.isEmpty()) return FindMissingRows();
                 FReloading.reset();
                 if (std::exchange(FIsToReload, false)) Reload();
             });
@@ -233,10 +269,10 @@ void TableModel::BeginReload() {
 }
 
 /// A row's ID may be derived from its file's address and change with it; then the row is found again by its file.
-void TableModel::FindMissingRows(int count) {
+void TableModel::FindMissingRows() {
     const QStringList missing = FAddresses ? MissingFiles(FReloading->Arrived) : QStringList();
-    if (missing.isEmpty()) return OnReloaded(count);
-    FReloading->Asked = FAddresses->Ask(missing, [this, count](const AddressMoves&) { OnReloaded(count); });
+    if (missing.isEmpty()) return ReadChangedRows();
+    FReloading->Asked = FAddresses->Ask(missing, [this](const AddressMoves&) { ReadChangedRows(); });
 }
 
 QStringList TableModel::MissingFiles(const Pages& pages) const {
@@ -248,39 +284,134 @@ QStringList TableModel::MissingFiles(const Pages& pages) const {
         }
     QStringList missing;
     for (const auto& [number, page] : pages)
-        for (int row = number * kPageSize; row < std::min((number + 1) * kPageSize, FCount); ++row)
-            if (Row(row) && !known.contains(ID(FPages, row)) && !known.contains(File(row))) missing += File(row);
+        for (int row = number * kPageSize; row < std::min((number + 1) * kPageSize, FCount); ++row) {
+            const QString file = Value(FPages, row, FFileColumn);
+            if (Row(FPages, row) && !known.contains(ID(FPages, row)) && !known.contains(file)) missing += file;
+        }
     return missing;
 }
 
-void TableModel::OnReloaded(int count) {
+/// The IDs of the rows that the user has changed, and of those kept already, that are not among the arrived rows.
+QStringList TableModel::ChangedRows() const {
+    QSet<QString> arrived;
+    for (const auto& [number, page] : FReloading->Arrived)
+        for (const auto& values : page) arrived.insert(IDOf(values));
+    QStringList changed;
+    for (const auto& [number, page] : FReloading->Arrived) {
+        const auto before = FPages.find(number);
+        if (before == FPages.end()) continue;
+        for (const auto& values : before->second)
+            if (FTouched.contains(FileOf(values)) && !arrived.contains(IDOf(values))) changed += IDOf(values);
+    }
+    for (const KeptRow& kept : FKept)
+        if (!arrived.contains(IDOf(kept.Values))) changed += IDOf(kept.Values);
+    return changed.size() > kMaxKept ? changed.last(kMaxKept) : changed;
+}
+
+/// Rows that are missing may be gone, may have moved to other pages, or may not fit the query any more.
+void TableModel::ReadChangedRows() {
+    const QStringList changed = FFileColumn >= 0 ? ChangedRows() : QStringList();
+    if (changed.isEmpty()) return OnReloaded();
+    RowCondition isChanged{.Field = FQuery.Fields[FIDColumn], .Value1 = PropertyValue(changed.first())};
+    if (changed.size() > 1)
+        for (const QString& id : changed) isChanged.OneOf.emplace_back(id);
+    RowQuery fitting = FQuery, all{.Fields = FQuery.Fields};
+    const auto read = [&](RowQuery query, auto take) {
+        query.Where.push_back(isChanged);
+        query.Limit = static_cast<std::int32_t>(changed.size());
+        auto ticket = std::make_shared<RowReader::Ticket>();
+        *ticket = FReader->Read(query, [this, ticket, take](const RowPage& page) {
+            for (const auto& values : page.Rows) take(*FReloading, values);
+            FReloading->Tickets.erase(*ticket);
+            if (FReloading->Tickets.empty()) OnReloaded();
+        });
+        FReloading->Tickets.insert(*ticket);
+    };
+    try {
+        read(all,
+             [this](Reloading& to, const std::vector<RowValue>& values) { to.Changed.insert(IDOf(values), values); });
+        read(fitting, [this](Reloading& to, const std::vector<RowValue>& values) { to.Fitting.insert(IDOf(values)); });
+    } catch (const LibraryError&) {
+        if (FReloading->Tickets.empty()) OnReloaded();  // a storage that finds no rows by ID: nothing is kept
+    }
+}
+
+void TableModel::OnReloaded() {
     FFailure.clear();
+    std::vector<KeptRow> kept = KeptAfterReload();
     Pages pages = std::move(FReloading->Arrived);
+    const int count = FReloading->Count, shown = count + static_cast<int>(kept.size());
     FReloading.reset();
     for (const auto& [page, ticket] : FAsked) FReader->Cancel(ticket);
     FAsked.clear();
-    SetCount(std::max(count, FCount));
-    MoveRows(std::move(pages));
-    SetCount(count);
+    SetShownCount(std::max(shown, FShownCount));
+    FCount = count;
+    MoveRows(std::move(pages), std::move(kept));
+    SetShownCount(shown);
     Q_EMIT Shown();
     RequestPages();
     if (std::exchange(FIsToReload, false)) Reload();
 }
 
-void TableModel::MoveRows(Pages pages) {
-    QHash<QString, int> places, placesOfFiles;
-    bool haveMoved = false;
+/// How many rows of the storage are above the row that is shown as `row`, given the new places of IDs: those down to
+/// the nearest row above it that is still there.
+int TableModel::RowAbove(int row, const QHash<QString, int>& places) const {
+    for (int above = row - 1; above >= 0; --above) {
+        if (IsKept(above)) continue;
+        const auto* values = Row(above);
+        if (!values) return StorageRow(above) + 1;
+        if (const auto place = places.constFind(IDOf(*values)); place != places.constEnd()) return *place + 1;
+    }
+    return 0;
+}
+
+std::vector<TableModel::KeptRow> TableModel::KeptAfterReload() const {
+    std::vector<KeptRow> kept;
+    if (FReloading->Changed.isEmpty()) return kept;
+    const Pages& arrived = FReloading->Arrived;
+    QHash<QString, int> places;
+    for (const auto& [number, page] : arrived)
+        for (int i = 0; i < static_cast<int>(page.size()); ++i)
+            places.insert(IDOf(page[static_cast<std::size_t>(i)]), number * kPageSize + i);
+    std::vector<int> shown;  // the rows that are read, in order
+    for (const auto& [number, page] : FPages)
+        for (int i = 0; i < static_cast<int>(page.size()); ++i)
+            shown.push_back(ShownRow(FKept, number * kPageSize + i));
+    for (int i = 0; i < static_cast<int>(FKept.size()); ++i)
+        shown.push_back(FKept[static_cast<std::size_t>(i)].Above + i);
+    std::sort(shown.begin(), shown.end());
+    for (const int row : shown) {
+        const auto changed = FReloading->Changed.constFind(IDOf(*Row(row)));
+        if (changed == FReloading->Changed.constEnd() || FReloading->Fitting.contains(changed.key())) continue;
+        const int above = std::min(RowAbove(row, places), FReloading->Count);
+        kept.push_back({kept.empty() ? above : std::max(above, kept.back().Above), *changed});
+    }
+    return kept;
+}
+
+void TableModel::MoveRows(Pages pages, std::vector<KeptRow> kept) {
+    QHash<QString, int> places, placesOfFiles;  // where rows will be shown
+    bool haveMoved = kept.size() != FKept.size();
+    const auto add = [&](int row, const std::vector<RowValue>& values) {
+        places.insert(IDOf(values), row);
+        placesOfFiles.insert(FileOf(values), row);
+        const auto* before = Row(row);
+        haveMoved = haveMoved || (before && IDOf(*before) != IDOf(values));
+    };
     for (const auto& [number, page] : pages)
-        for (int i = 0; i < static_cast<int>(page.size()); ++i) {
-            const int row = number * kPageSize + i;
-            const QString id = ID(pages, row);
-            places.insert(id, row);
-            placesOfFiles.insert(Value(pages, row, FFileColumn), row);
-            haveMoved = haveMoved || (Row(row) && ID(FPages, row) != id);
-        }
-    if (!haveMoved) {
+        for (int i = 0; i < static_cast<int>(page.size()); ++i)
+            add(ShownRow(kept, number * kPageSize + i), page[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < static_cast<int>(kept.size()); ++i) {
+        const KeptRow& one = kept[static_cast<std::size_t>(i)];
+        add(one.Above + i, one.Values);
+    }
+    const auto replace = [&] {
         FPages = std::move(pages);
-        if (FCount > 0) Q_EMIT dataChanged(index(0, 0), index(FCount - 1, columnCount() - 1));
+        FKept = std::move(kept);
+    };
+    if (!haveMoved) {
+        replace();
+        if (FShownCount > 0) Q_EMIT dataChanged(index(0, 0), index(FShownCount - 1, columnCount() - 1));
         return;
     }
     Q_EMIT layoutAboutToBeChanged();
@@ -288,10 +419,10 @@ void TableModel::MoveRows(Pages pages) {
     QModelIndexList to;
     for (const QModelIndex& old : from) {
         int row = old.row();
-        if (Row(row)) row = places.value(ID(FPages, row), placesOfFiles.value(File(row), -1));
+        if (const auto* values = Row(row)) row = places.value(IDOf(*values), placesOfFiles.value(FileOf(*values), -1));
         to += row < 0 ? QModelIndex() : index(row, old.column());
     }
-    FPages = std::move(pages);
+    replace();
     changePersistentIndexList(from, to);
     Q_EMIT layoutChanged();
 }
@@ -304,7 +435,9 @@ const std::vector<RowValue>* TableModel::Row(const Pages& pages, int row) const 
 }
 
 const std::vector<RowValue>* TableModel::Row(int row) const {
-    return Row(FPages, row);
+    const auto above = static_cast<std::size_t>(KeptAbove(row));
+    const bool isKept = above < FKept.size() && FKept[above].Above + static_cast<int>(above) == row;
+    return isKept ? &FKept[above].Values : Row(FPages, row - static_cast<int>(above));
 }
 
 QString TableModel::Value(const Pages& pages, int row, int column) const {
@@ -312,8 +445,17 @@ QString TableModel::Value(const Pages& pages, int row, int column) const {
     return values && column >= 0 ? (*values)[static_cast<std::size_t>(column)].Text : QString();
 }
 
+QString TableModel::IDOf(const std::vector<RowValue>& values) const {
+    return FIDColumn < 0 ? QString() : values[static_cast<std::size_t>(FIDColumn)].Text;
+}
+
+QString TableModel::FileOf(const std::vector<RowValue>& values) const {
+    return FFileColumn < 0 ? QString() : values[static_cast<std::size_t>(FFileColumn)].Text;
+}
+
 QString TableModel::File(int row) const {
-    return Value(FPages, row, FFileColumn);
+    const auto* values = Row(row);
+    return values ? FileOf(*values) : QString();
 }
 
 QStringList TableModel::Files(int first, int last) {
@@ -325,12 +467,27 @@ QStringList TableModel::Files(int first, int last) {
         }
         int end = row;
         while (end < last && !Row(end + 1)) ++end;
+        files += FilesOfStorage(StorageRow(row), StorageRow(end));
+        row = end + 1;
+    }
+    return files;
+}
+
+QStringList TableModel::FilesOfStorage(int first, int last) {
+    QStringList files;
+    for (int row = first; row <= last;) {
+        if (const auto* values = Row(FPages, row)) {
+            files += FileOf(*values);
+            ++row;
+            continue;
+        }
+        int end = row;
+        while (end < last && !Row(FPages, end + 1)) ++end;
         RowQuery query = FQuery;
         query.Offset = row;
         query.Limit = end - row + 1;
         if (FReader)
-            for (const auto& values : FReader->ReadNow(query).Rows)
-                files += values[static_cast<std::size_t>(FFileColumn)].Text;
+            for (const auto& values : FReader->ReadNow(query).Rows) files += FileOf(values);
         row = end + 1;
     }
     return files;
@@ -339,7 +496,10 @@ QStringList TableModel::Files(int first, int last) {
 int TableModel::FindFile(const QString& file) const {
     for (const auto& [number, page] : FPages)
         for (int i = 0; i < static_cast<int>(page.size()); ++i)
-            if (File(number * kPageSize + i) == file) return number * kPageSize + i;
+            if (FileOf(page[static_cast<std::size_t>(i)]) == file) return ShownRow(FKept, number * kPageSize + i);
+    for (int i = 0; i < static_cast<int>(FKept.size()); ++i)
+        if (FileOf(FKept[static_cast<std::size_t>(i)].Values) == file)
+            return FKept[static_cast<std::size_t>(i)].Above + i;
     return -1;
 }
 
@@ -367,6 +527,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
         return QVariant(Qt::AlignVCenter | (field.Type == IVEXAMLDataField::Duration ? Qt::AlignRight : Qt::AlignLeft));
     const auto* values = Row(index.row());
     if (!values) return role == Qt::DisplayRole && !isMark ? QVariant(kNotThere) : QVariant();
+    if (role == Qt::ForegroundRole) return IsKept(index.row()) ? QVariant(FaintText()) : QVariant();
     const RowValue& value = (*values)[column];
     if (role == kProgressRole || role == kTimeLeftRole || role == kShortTimeLeftRole ||
         role == Qt::AccessibleDescriptionRole)
@@ -401,9 +562,9 @@ QVariant TableModel::Progress(int row, int role) const {
 }
 
 void TableModel::OnPositionsChanged() {
-    if (FCount == 0 || FTitleColumn < 0) return;
-    Q_EMIT dataChanged(index(std::min(FFirstVisible, FCount - 1), FTitleColumn),
-                       index(std::min(FLastVisible, FCount - 1), FTitleColumn), {kProgressRole, kTimeLeftRole});
+    if (FShownCount == 0 || FTitleColumn < 0) return;
+    Q_EMIT dataChanged(index(std::min(FFirstVisible, FShownCount - 1), FTitleColumn),
+                       index(std::min(FLastVisible, FShownCount - 1), FTitleColumn), {kProgressRole, kTimeLeftRole});
 }
 
 QVariant TableModel::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -7,6 +7,11 @@
 //     model.SetQuery({.Search = "…"});     // the previous rows stay until the answer has come
 //     model.SetVisibleRows(first, last);   // after every scroll
 //     model.Reload();                      // when rows may have changed; persistent indexes follow the rows' IDs
+//     model.Touch({file});                 // before the user changes a row
+//
+// A row that the user has changed may not fit the query any more, as an episode marked as listened does not fit "new".
+// If it went at once, the next click would hit the row below it. Such rows are kept: dimmed, at their place, until the
+// next query or order. They are the model's own and not among the storage's rows.
 
 #include "Positions.h"
 #include "PresentAddresses.h"
@@ -14,6 +19,8 @@
 #include "WindowTexts.h"
 
 #include <QAbstractTableModel>
+#include <QHash>
+#include <QSet>
 
 #include <map>
 #include <optional>
@@ -25,6 +32,7 @@ class TableModel final : public QAbstractTableModel, private AddressKeeper {
     Q_OBJECT
 public:
     static constexpr int kPageSize = 100;
+    static constexpr int kMaxKept = 200;
 
     explicit TableModel(const LanguageService& language, QObject* parent = nullptr);
     ~TableModel() override;
@@ -36,6 +44,8 @@ public:
     const RowQuery& Query() const noexcept { return FQuery; }
     void SetVisibleRows(int first, int last);
     void Reload();
+    /// The user is about to change the rows of these files, or has just done so.
+    void Touch(const QStringList& files);
     /// Where files were left, for the progress beside their titles; null for none. Outlives the model.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
     void OnPositionsChanged();
@@ -50,16 +60,21 @@ public:
     /// −1 when there is no such column.
     int ColumnOf(const QString& field) const noexcept;
     int ColumnOf(IVEXAMLDataField::Roles role) const noexcept;
+    /// The number of rows that fit the query: without the rows that are only kept.
+    int Count() const noexcept { return FCount; }
+    bool IsKept(int row) const;
     /// Null for a row that has not been read yet.
     const std::vector<RowValue>* Row(int row) const;
     /// Empty for a row that has not been read yet.
     QString File(int row) const;
     /// The files of rows `first` to `last`. Rows not read yet are read now, which blocks.
     QStringList Files(int first, int last);
+    /// The files of all rows that fit the query.
+    QStringList AllFiles() { return FilesOfStorage(0, FCount - 1); }
     /// The row of a file; −1 when it is not among the rows read so far.
     int FindFile(const QString& file) const;
 
-    int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : FCount; }
+    int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : FShownCount; }
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
@@ -81,7 +96,16 @@ private:
     struct Reloading {
         std::set<RowReader::Ticket> Tickets;
         Pages Arrived;
+        int Count = 0;
         PresentAddresses::Ticket Asked = 0;  // the request for files missing in Arrived
+        // Changed rows that are missing in Arrived: with their present values, and whether they still fit the query.
+        QHash<QString, std::vector<RowValue>> Changed;
+        QSet<QString> Fitting;
+    };
+    /// A row that does not fit the query any more.
+    struct KeptRow {
+        int Above;  // the number of the storage's rows above it
+        std::vector<RowValue> Values;
     };
 
     QStringList KeptAddresses() const override { return {}; }  // FindMissingRows asks for the addresses that it needs
@@ -92,17 +116,30 @@ private:
     void OnFirstPage(RowPage page);
     void RequestPages();
     void OnCount(const RowCount& count);
+    void SetShownCount(int count);
     void CancelRequests();
-    void SetCount(int count);
     void BeginReload();
-    void FindMissingRows(int count);
+    void FindMissingRows();
     QStringList MissingFiles(const Pages& pages) const;
-    void OnReloaded(int count);
+    void ReadChangedRows();
+    QStringList ChangedRows() const;
+    void OnReloaded();
+    std::vector<KeptRow> KeptAfterReload() const;
+    int RowAbove(int row, const QHash<QString, int>& places) const;
     QVariant Progress(int row, int role) const;
+    // In these functions `row` counts the storage's rows only.
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
     QString Value(const Pages& pages, int row, int column) const;
     QString ID(const Pages& pages, int row) const { return Value(pages, row, FIDColumn); }
-    void MoveRows(Pages pages);
+    QStringList FilesOfStorage(int first, int last);
+    void MoveRows(Pages pages, std::vector<KeptRow> kept);
+    /// The number of kept rows above a row that is shown.
+    int KeptAbove(int row) const;
+    /// The storage's row that is shown as `row`; for a kept row, the storage's row below it.
+    int StorageRow(int row) const { return row - KeptAbove(row); }
+    static int ShownRow(const std::vector<KeptRow>& kept, int storageRow);
+    QString FileOf(const std::vector<RowValue>& values) const;
+    QString IDOf(const std::vector<RowValue>& values) const;
 
     const WindowTexts FTexts;
     const LibraryStorage* FStorage = nullptr;
@@ -111,9 +148,12 @@ private:
     int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1;
     const Positions* FPositions = nullptr;
     PresentAddresses* FAddresses = nullptr;
-    RowQuery FQuery;  // with all fields: the columns, then the fields that only the model uses
-    int FCount = 0;
+    RowQuery FQuery;      // with all fields: the columns, then the fields that only the model uses
+    int FCount = 0;       // of the storage's rows
+    int FShownCount = 0;  // with the kept rows
     Pages FPages;
+    std::vector<KeptRow> FKept;  // in the order shown
+    QSet<QString> FTouched;      // files
     QString FFailure;
     int FFirstVisible = 0, FLastVisible = 0;
     RowReader::Ticket FFirst = 0, FCounting = 0;

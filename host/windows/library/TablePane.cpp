@@ -248,8 +248,16 @@ QStringList TablePane::SelectedFiles() {
     return files;
 }
 
+void TablePane::TouchSelected() {
+    QStringList files;
+    for (const QItemSelectionRange& range : FView->selectionModel()->selection())
+        for (int row = range.top(); row <= std::min(range.bottom(), range.top() + TableModel::kMaxKept); ++row)
+            if (FModel->Row(row)) files += FModel->File(row);
+    FModel->Touch(files);
+}
+
 QStringList TablePane::AllFiles() {
-    return FModel->Files(0, FModel->rowCount() - 1);
+    return FModel->AllFiles();
 }
 
 bool TablePane::ShowFile(const QString& file) {
@@ -268,8 +276,8 @@ void TablePane::SetRowTexts() {
 }
 
 void TablePane::ShowCount() {
-    FCount->setText(WindowTexts::Filled(FTexts.Rows(FStorageID, WindowTexts::RowText::Count),
-                                        QLocale().toString(FModel->rowCount())));
+    FCount->setText(
+        WindowTexts::Filled(FTexts.Rows(FStorageID, WindowTexts::RowText::Count), QLocale().toString(FModel->Count())));
 }
 
 void TablePane::Localize() {

@@ -33,6 +33,8 @@ public:
     QString CurrentFile() const;
     QStringList SelectedFiles();
     QStringList AllFiles();
+    /// Tells the model that the user is about to change the selected rows.
+    void TouchSelected();
     /// Makes the row of a file the current one, if it is among the rows read so far.
     bool ShowFile(const QString& file);
     void OnThemeChanged();

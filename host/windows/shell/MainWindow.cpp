@@ -188,6 +188,8 @@ void MainWindow::ConnectLibrary() {
     connect(FPlaylists, &PlaylistPane::MenuWanted, this, [this](const QPoint& position) {
         FCommands->ShowMenu(kMenuPlaylistItem, position, [this](QMenu& menu) { FPlaylists->FillMenu(menu); });
     });
+    connect(FCommands, &WindowCommands::AboutToRun, FTable, &TablePane::TouchSelected);
+    connect(FMenuBar->LibraryMenu(), &QMenu::aboutToShow, FTable, &TablePane::TouchSelected);
     connect(FCommands, &WindowCommands::Ran, FLibrary.get(), &LibraryController::Reload);
     connect(FLibrary.get(), &LibraryController::TasksChanged, this, [this] { FTasks->Update(FLibrary->Storage()); });
     connect(FLibrary.get(), &LibraryController::Reloaded, this, &MainWindow::ShowPage);
@@ -211,6 +213,8 @@ void MainWindow::ConnectLibrary() {
 
 void MainWindow::ConnectPlayback() {
     FTable->Model().SetPositions(&FPlayback.SavedPositions());
+    connect(&FPlayback, &Playback::CurrentChanged, this,
+            [this] { FTable->Model().Touch({FPlayback.Current().Address}); });
     connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
     connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
     connect(&FPlayback, &Playback::Skipped, this, [this](const QString& name, const QString& reason) {

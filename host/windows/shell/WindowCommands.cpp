@@ -50,6 +50,7 @@ void WindowCommands::ShowMenu(BuiltInMenu menu, const QPoint& position, const st
     }
     FillMenu(shown, FHost.Menus(), *FHost.Menus().BuiltIn(menu));
     if (shown.isEmpty()) return;
+    Q_EMIT AboutToRun();
     if (shown.exec(position)) Q_EMIT Ran();
 }
 
@@ -76,6 +77,7 @@ const WindowCommands::View* WindowCommands::FocusedView() const {
 bool WindowCommands::Run(const QKeySequence& keys, const View* view) {
     for (QAction* action : view ? FPlainActions : QList<QAction*>())
         if (action->isEnabled() && action->shortcuts().contains(keys)) return action->trigger(), true;
+    Q_EMIT AboutToRun();
     if (!FHost.Menus().RunShortcut(keys, view ? view->Except : std::nullopt)) return false;
     Q_EMIT Ran();
     return true;

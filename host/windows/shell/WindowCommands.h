@@ -32,6 +32,8 @@ public:
     void ShowMenu(BuiltInMenu menu, const QPoint& position, const std::function<void(QMenu&)>& before = {});
 
 Q_SIGNALS:
+    /// A command may run now, and change what is selected.
+    void AboutToRun();
     /// A command has run; the window should show what it may have changed.
     void Ran();
 
