@@ -181,6 +181,16 @@ TEST_F(Table, AReloadKeepsCurrentRowAndSelection) {
     EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // the row that took its place
 }
 
+TEST_F(Table, ANarrowOneLeavesRoomForTheTitles) {
+    Open();
+    QHeaderView* header = Pane->View()->horizontalHeader();
+    const int title = Pane->Model().ColumnOf(IVEXAMLDataField::Title);
+    for (int column = 0; column < Pane->Model().columnCount(); ++column)
+        if (column != title) header->resizeSection(column, 250);
+    Pane->resize(420, 300);
+    EXPECT_TRUE(WaitUntil([&] { return header->sectionSize(title) >= 150; })) << header->sectionSize(title);
+}
+
 TEST_F(Table, AnAnswerToAnEarlierSearchIsDropped) {
     Open();
     const int before = Pane->Model().rowCount();

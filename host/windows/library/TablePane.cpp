@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kRowHeight = RowDelegate::kHeight, kSearchWidth = 280, kSearchHeight = 28;
 constexpr int kTypingPause = 150;  // milliseconds
+constexpr int kMinTitleWidth = 180, kMinWidth = 80;
 
 int WidthOf(const LibraryField& field) {
     if (field.Role == IVEXAMLDataField::Title) return 360;
@@ -145,6 +146,7 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     if (title >= 0) header->setSectionResizeMode(title, QHeaderView::Stretch);
     header->setSortIndicatorShown(true);
     FModel->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
+    FitColumns();
 }
 
 void TablePane::ArrangeColumns(const LibraryStorage& storage) {
@@ -170,6 +172,30 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
         header->setSectionHidden(column, !order.contains(field.Name));
         header->resizeSection(column, std::max(WidthOf(field), header->sectionSizeHint(column)));
         if (field.Role == IVEXAMLDataField::Date) header->setSortIndicator(column, Qt::DescendingOrder);
+    }
+}
+
+/// Rows without readable titles say nothing: where there is little room, the other columns give theirs, the widest
+/// first.
+void TablePane::FitColumns() {
+    QHeaderView* header = FView->horizontalHeader();
+    const int title = FModel->ColumnOf(IVEXAMLDataField::Title);
+    if (title < 0 || header->isSectionHidden(title)) return;
+    int missing = kMinTitleWidth - FView->viewport()->width();
+    std::vector<int> others;
+    for (int column = 0; column < FModel->columnCount(); ++column) {
+        if (column == title || header->isSectionHidden(column)) continue;
+        others.push_back(column);
+        missing += header->sectionSize(column);
+    }
+    while (missing > 0 && !others.empty()) {
+        const auto widest = std::max_element(others.begin(), others.end(), [&](int a, int b) {
+            return header->sectionSize(a) < header->sectionSize(b);
+        });
+        const int width = header->sectionSize(*widest), given = std::min(std::min(missing, 8), width - kMinWidth);
+        if (given <= 0) break;
+        header->resizeSection(*widest, width - given);
+        missing -= given;
     }
 }
 
@@ -288,6 +314,7 @@ void TablePane::Localize() {
     for (int column = 0; column < FModel->columnCount(); ++column)
         if (!header->isSectionHidden(column) && header->sectionSize(column) < header->sectionSizeHint(column))
             header->resizeSection(column, header->sectionSizeHint(column));
+    FitColumns();
 }
 
 void TablePane::OnThemeChanged() {
@@ -297,7 +324,10 @@ void TablePane::OnThemeChanged() {
 
 bool TablePane::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Resize && watched == FView->viewport())
-        QTimer::singleShot(0, this, &TablePane::UpdateVisibleRows);
+        QTimer::singleShot(0, this, [this] {
+            FitColumns();
+            UpdateVisibleRows();
+        });
     // The view itself would make the first row current, and so show its details, without selecting it.
     if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
         FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)

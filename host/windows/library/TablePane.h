@@ -56,6 +56,7 @@ private:
     void UpdateVisibleRows();
     void OnShown();
     void ArrangeColumns(const LibraryStorage& storage);
+    void FitColumns();
     void ShowColumnMenu(const QPoint& position);
     void KeepTop();
     void SetRowTexts();
