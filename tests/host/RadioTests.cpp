@@ -62,7 +62,7 @@ TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
     // The texts about podcasts are not used for other storages.
-    EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search");
+    EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search in Stations");
     EXPECT_TRUE(ShowsText("Entries: 3"));
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));
     for (const char* name : {"Subscribe", "Import", "Export"})

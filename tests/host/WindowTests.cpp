@@ -390,6 +390,27 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     }
 }
 
+TEST_F(Window, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {
+    Start();
+    Subscribe();
+    QApplication::setActiveWindow(&*PlayerWindow);
+    auto* rows = Find<QTableView>("Rows");
+    auto* search = Find<QLineEdit>("Search");
+    auto* tree = Find<QTreeView>("Tree");
+    EXPECT_EQ(search->placeholderText(), "Search in New (3)");
+    tree->setCurrentIndex(tree->model()->index(1, 0));
+    EXPECT_EQ(search->placeholderText(), "Search in Postponed");
+    search->setText("part 1");
+    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 0; })) << "nothing is postponed";
+    QTest::keyClick(&*PlayerWindow, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 1; })) << rows->model()->rowCount();
+    EXPECT_TRUE(Find<QToolButton>("SearchAll")->isVisible() && Find<QToolButton>("SearchAll")->isChecked());
+    EXPECT_EQ(QApplication::focusWidget(), search);
+    QTest::keyClick(search, Qt::Key_Escape);
+    EXPECT_FALSE(Find<QToolButton>("SearchAll")->isChecked()) << "the next search is in the node again";
+    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 0; }));
+}
+
 TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
     Start();
     Subscribe();

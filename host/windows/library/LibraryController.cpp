@@ -40,7 +40,13 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     prepare(FReloading, kReloadPause, &LibraryController::ReloadNow);
     prepare(FWorking, kWorkingInterval, &LibraryController::ReloadNow);
     FWorking.setSingleShot(false);
-    connect(&FTree, &TreePane::SelectionChanged, this, &LibraryController::Narrow);
+    connect(&FTree, &TreePane::SelectionChanged, this, [this] {
+        FTable.SetSearchesAll(false);
+        ShowScope();
+        Narrow();
+    });
+    connect(&FTree.Model(), &QAbstractItemModel::dataChanged, this, &LibraryController::ShowScope);
+    connect(&FTable, &TablePane::SearchesAllChanged, this, &LibraryController::Narrow);
     connect(&FTable, &TablePane::SearchChanged, this, [this](const QString& text) {
         FSearch = text;
         Narrow();
@@ -74,6 +80,7 @@ void LibraryController::Open() {
     const auto presets = FSource->Storage.Presets();
     FTree.SetProvider(presets.empty() ? nullptr : presets.front().Provider,
                       node.isEmpty() ? QStringList() : node.split(u'\t'));
+    ShowScope();
     Narrow();
     UpdateIsEmpty();
     OnTasksChanged(FSource->Storage.ID());
@@ -107,10 +114,15 @@ void LibraryController::Narrow() {
     if (!FSource) return;
     RowQuery query;
     query.Tree = FTree.Model().Provider();
-    query.Node = PairsOf(FTree.SelectedPath());
+    if (!FTable.SearchesAll()) query.Node = PairsOf(FTree.SelectedPath());
     if (query.Node.empty()) query.Tree = nullptr;
     query.Search = FSearch;
     FTable.Model().SetQuery(std::move(query));
+}
+
+void LibraryController::ShowScope() {
+    const TreePath path = FTree.SelectedPath();
+    FTable.SetScope(path.empty() ? QString() : path.back().Caption.simplified());
 }
 
 void LibraryController::Find(const QString& file) {

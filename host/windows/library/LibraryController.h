@@ -57,6 +57,7 @@ private:
     void Close();
     void ReloadNow();
     void Narrow();
+    void ShowScope();
     void UpdateIsEmpty();
     QString Key(const char* name) const;
 

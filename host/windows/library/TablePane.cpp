@@ -45,6 +45,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
       FTexts(language),
       FModel(new TableModel(language, this)),
       FSearch(new QLineEdit),
+      FAll(new QToolButton),
       FView(new QTableView),
       FCount(new QLabel),
       FFailure(new QLabel) {
@@ -53,6 +54,10 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FSearch->setMaximumWidth(kSearchWidth);
     FSearch->setMinimumHeight(kSearchHeight);
     FSearch->addAction(QIcon(), QLineEdit::LeadingPosition);
+    FAll->setObjectName(QStringLiteral("SearchAll"));
+    FAll->setCheckable(true);
+    FAll->setFocusPolicy(Qt::StrongFocus);
+    FAll->hide();
     FCount->setObjectName(QStringLiteral("Faint"));
     FCount->setTextFormat(Qt::PlainText);
     FFailure->setObjectName(QStringLiteral("Failure"));
@@ -97,6 +102,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     auto* upper = new QHBoxLayout;
     upper->setContentsMargins(10, 8, 10, 8);
     upper->addWidget(FSearch, 1);
+    upper->addWidget(FAll);
     upper->addStretch(0);
     upper->addSpacing(8);
     upper->addWidget(FCount);
@@ -110,6 +116,14 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FTyping.setInterval(kTypingPause);
     connect(FSearch, &QLineEdit::textChanged, &FTyping, qOverload<>(&QTimer::start));
     connect(&FTyping, &QTimer::timeout, this, [this] { Q_EMIT SearchChanged(FSearch->text().trimmed()); });
+    connect(FSearch, &QLineEdit::textChanged, this, [this](const QString& text) {
+        if (text.isEmpty()) SetSearchesAll(false);
+        ShowScope();
+    });
+    connect(FAll, &QToolButton::toggled, this, [this] {
+        ShowScope();
+        Q_EMIT SearchesAllChanged();
+    });
     connect(FModel, &TableModel::Shown, this, &TablePane::OnShown);
     connect(FModel, &QAbstractItemModel::layoutAboutToBeChanged, this, &TablePane::KeepTop);
     connect(FModel, &QAbstractItemModel::modelAboutToBeReset, this, [this] { FCurrentRow = -1; });
@@ -294,9 +308,33 @@ bool TablePane::ShowFile(const QString& file) {
     return true;
 }
 
-void TablePane::SetRowTexts() {
-    FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
+void TablePane::SetScope(const QString& node) {
+    FScope = node;
+    ShowScope();
+}
+
+void TablePane::FocusSearch(bool all) {
+    SetSearchesAll(all);
+    FSearch->setFocus(Qt::ShortcutFocusReason);
+    FSearch->selectAll();
+}
+
+void TablePane::ShowScope() {
+    const QString everywhere = FTexts("SearchAll").remove(u'&');
+    if (FAll->isChecked())
+        FSearch->setPlaceholderText(everywhere);
+    else if (FScope.isEmpty())
+        FSearch->setPlaceholderText(FTexts.Rows(FStorageID, WindowTexts::RowText::Search));
+    else
+        FSearch->setPlaceholderText(FTexts("SearchIn", FScope));
     FSearch->setAccessibleName(FSearch->placeholderText());
+    // What is typed covers the placeholder, so the button says where the search looks.
+    FAll->setVisible(FAll->isChecked() || (!FScope.isEmpty() && !FSearch->text().isEmpty()));
+    FAll->setText(FAll->isChecked() ? QString(u"✓ " + everywhere) : everywhere);
+}
+
+void TablePane::SetRowTexts() {
+    ShowScope();
     FView->setAccessibleName(FTexts.Rows(FStorageID, WindowTexts::RowText::Name));
     ShowCount();
 }

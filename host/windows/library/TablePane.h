@@ -6,6 +6,7 @@
 
 #include <QItemSelection>
 #include <QTimer>
+#include <QToolButton>
 #include <QWidget>
 
 #include <optional>
@@ -32,6 +33,12 @@ public:
 
     QString CurrentFile() const;
     QStringList SelectedFiles();
+    /// What the search looks through: the caption of a node of the tree; empty where there is only the whole library.
+    void SetScope(const QString& node);
+    /// Whether the search looks through the whole library, whatever the node; not any more once its text is cleared.
+    bool SearchesAll() const { return FAll->isChecked(); }
+    void SetSearchesAll(bool searchesAll) { FAll->setChecked(searchesAll); }
+    void FocusSearch(bool all);
     QStringList AllFiles();
     /// Tells the model that the user is about to change the selected rows.
     void TouchSelected();
@@ -43,6 +50,7 @@ Q_SIGNALS:
     /// The current row belongs to another file, or the rows were read again.
     void CurrentChanged();
     void SearchChanged(const QString& text);
+    void SearchesAllChanged();
     /// What SaveLayout returns may have changed.
     void LayoutChanged();
     void Activated(const QString& file);
@@ -60,15 +68,18 @@ private:
     void ShowColumnMenu(const QPoint& position);
     void KeepTop();
     void SetRowTexts();
+    void ShowScope();
     void ShowCount();
 
     const WindowTexts FTexts;
     TableModel* const FModel;
     QLineEdit* const FSearch;
+    QToolButton* const FAll;
     QTableView* const FView;
     QLabel* const FCount;
     QLabel* const FFailure;  // shown in place of the rows while the storage cannot give any
     QTimer FTyping;
+    QString FScope;
     QString FStorageID;  // the storage whose rows are shown; empty for none
     QString FCurrentFile;
     int FCurrentRow = -1;

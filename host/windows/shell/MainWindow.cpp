@@ -256,10 +256,8 @@ void MainWindow::ConnectMenus() {
     AddPlainAction("PlayLast", Qt::Key_Q, [this] { FPlayback.PlayLast(FTable->SelectedFiles()); });
     AddPlainAction("PlayOrPause", Qt::Key_Space, [this] { FPlayback.PlayOrPause(); });
     AddPlainAction("Shortcuts", Qt::Key_Question, [this] { ShowShortcuts(); });
-    connect(FMenuBar, &WindowMenuBar::FocusSearch, FTable->Search(), [this] {
-        FTable->Search()->setFocus(Qt::ShortcutFocusReason);
-        FTable->Search()->selectAll();
-    });
+    connect(FMenuBar, &WindowMenuBar::FocusSearch, this, [this] { FTable->FocusSearch(false); });
+    connect(FMenuBar, &WindowMenuBar::SearchAll, this, [this] { FTable->FocusSearch(true); });
 }
 
 void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run) {

@@ -29,6 +29,7 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     addMenu(FPlayback);
     FView = AddMenuOf("MenuView");
     Add(FView, "Find", QKeySequence(QKeySequence::Find), &WindowMenuBar::FocusSearch);
+    Add(FView, "SearchAll", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), &WindowMenuBar::SearchAll);
     FView->addSeparator();
     AddThemes(theme);
     AddLanguages();

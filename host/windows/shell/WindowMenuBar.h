@@ -36,6 +36,7 @@ Q_SIGNALS:
     void Options();
     void Quit();
     void FocusSearch();
+    void SearchAll();
     void Shortcuts();
 
 private:
