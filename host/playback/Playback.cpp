@@ -279,12 +279,16 @@ void Playback::WithName(const QString& address, std::function<void(const QString
         [nameOf, tell = std::move(tell)](const NowPlaying& described) { tell(nameOf(described)); })));
 }
 
+QString Playback::BeforeCurrent() const {
+    return FOrder ? FOrder->Before(FCurrent.Address) : QString();
+}
+
 bool Playback::HasPrevious() const {
-    return FOrder && !FOrder->Before(FCurrent.Address).isEmpty();
+    return !BeforeCurrent().isEmpty();
 }
 
 void Playback::Previous() {
-    if (HasPrevious()) Start(FOrder->Before(FCurrent.Address));
+    if (const QString before = BeforeCurrent(); !before.isEmpty()) Start(before);
 }
 
 void Playback::PlayNext(const QStringList& addresses) {

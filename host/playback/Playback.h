@@ -162,6 +162,7 @@ private:
     void SaveSoon();
     void Start(const QString& address);
     [[nodiscard]] QString TakeNext();
+    QString BeforeCurrent() const;
     int Setting(const char* key, int otherwise) const;
     QString Describe(MediaOutput::Problem problem, const QString& details) const;
 

@@ -41,7 +41,7 @@ public:
     /// Addresses have moved; `moves` may contain addresses that only other keepers keep.
     virtual void OnAddressesMoved(const AddressMoves& moves) = 0;
     /// All kept addresses were asked about; `gone` are those that name nothing any more, of this keeper and others.
-    virtual void OnAddressesGone(const QSet<QString>& gone) { static_cast<void>(gone); }
+    virtual void OnAddressesGone([[maybe_unused]] const QSet<QString>& gone) {}
 
 protected:
     ~AddressKeeper() = default;

@@ -54,6 +54,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FPlayback(playback),
       FTexts(host.Language()),
       FTheme(StoredTheme(host.Config())),
+      FTray(playback, FTexts, std::move(isTrayAvailable)),
       FTree(new TreePane(host.Language())),
       FTable(new TablePane(host.Language())),
       FSubscriber(new Subscriber(host, this)),
@@ -70,12 +71,11 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FContentLayout(new QVBoxLayout(FContent)),
       FBanner(new Banner),
       FBar(new PlaybackBar(playback, host)),
-      FMenuBar(new WindowMenuBar(host, playback, FTheme)),
+      FMenuBar(new WindowMenuBar(host, playback, FTheme, FTray)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
       FOpener(host, *FSubscriber, *this),
       FChooser(host.Language(), *FSubscriber, *this),
-      FTray(playback, FTexts, std::move(isTrayAvailable)),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
     setObjectName(QStringLiteral("MainWindow"));
     setMenuBar(FMenuBar);
@@ -458,6 +458,7 @@ void MainWindow::Localize() {
                            QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&FToolkitTexts);
     setWindowTitle(FTexts("Title"));
+    FTray.Update();
     FBanner->SetDismissName(FTexts("Dismiss"));
     for (QAction* action : FCommands->PlainActions())
         action->setText(FTexts(action->objectName().toLatin1().constData()));

@@ -102,6 +102,7 @@ private:
     Playback& FPlayback;
     const WindowTexts FTexts;
     WindowTheme FTheme;
+    Tray FTray;
     TreePane* FTree;
     TablePane* FTable;
     Subscriber* FSubscriber;
@@ -122,7 +123,6 @@ private:
     Opener FOpener;
     SubscriptionChooser FChooser;
     std::unique_ptr<LibraryController> FLibrary;
-    Tray FTray;
     MessageListener FLanguage;
     QPointer<QMessageBox> FWarning, FQuestion;
     QTimer FLayoutSaver;

@@ -55,7 +55,6 @@ void Tray::Hide() {
 }
 
 void Tray::Update() {
-    if (!FIcon.isVisible()) return;
     FShow->setText(FTexts("ShowWindow"));
     FPlay->setText(FTexts.Player("Play", FPlayback.IsPlaying() ? 1 : 0));
     FPlay->setEnabled(!FPlayback.Current().Address.isEmpty());

@@ -30,6 +30,8 @@ public:
     bool IsAvailable() const { return FIsAvailable(); }
     void Show();
     void Hide();
+    /// Sets the texts, as after a change of language.
+    void Update();
 
 Q_SIGNALS:
     /// The user has asked for the window, or the tray has vanished.
@@ -37,8 +39,6 @@ Q_SIGNALS:
     void QuitWanted();
 
 private:
-    void Update();
-
     Playback& FPlayback;
     const WindowTexts& FTexts;
     const std::function<bool()> FIsAvailable;

@@ -9,8 +9,8 @@
 
 namespace vexa::host {
 
-WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent)
-    : Pane(parent), FHost(host), FTexts(host.Language()) {
+WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, const Tray& tray, QWidget* parent)
+    : Pane(parent), FHost(host), FTray(tray), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
     FSubscribe = Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
     file->addSeparator();
@@ -71,7 +71,7 @@ void WindowMenuBar::AddTrayChoice(QMenu* menu) {
         ChooseAtClosing(FHost.Config(), isChecked ? AtClosing::GoOnInTray : AtClosing::End);
     });
     connect(menu, &QMenu::aboutToShow, this, [this, choice] {
-        choice->setVisible(QSystemTrayIcon::isSystemTrayAvailable());
+        choice->setVisible(FTray.IsAvailable());
         choice->setChecked(ChosenAtClosing(FHost.Config()) != AtClosing::End);
     });
 }

@@ -17,10 +17,13 @@ class QActionGroup;
 
 namespace vexa::host {
 
+class Tray;
+
 class WindowMenuBar final : public Pane<QMenuBar> {
     Q_OBJECT
 public:
-    WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, QWidget* parent = nullptr);
+    /// Theme and tray outlive it.
+    WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, const Tray& tray, QWidget* parent = nullptr);
 
     /// Adds an item that shows and hides a pane. `key` is the key of its caption.
     void AddPane(const char* key, QAction* toggle);
@@ -52,6 +55,7 @@ private:
     void AddLanguages();
 
     Host& FHost;
+    const Tray& FTray;
     const WindowTexts FTexts;
     std::vector<Captioned> FCaptions;
     QAction *FSubscribe, *FImport, *FExport;
