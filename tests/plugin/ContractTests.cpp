@@ -61,6 +61,7 @@ protected:
                 auto& episode = feed.NewEpisode();
                 episode.Fields[podcasts::pefGUID] = episode.Fields[podcasts::pefTitle] = QString::number(i);
                 episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
+                episode.Duration = static_cast<float>(kLong);
             }
             db.AddOrUpdate(feed);
         }
@@ -71,6 +72,8 @@ protected:
     ~Contract() override {
         Host.Library().RemoveListener(this);
         Plugin.Object()->Finalize();
+        RecordingCore->AddRef();
+        EXPECT_EQ(RecordingCore->Release(), 1) << "the plug-in has ended and keeps the host's core";
     }
     void OnDataChanged(const QString&) override { Call("Changed"); }
     void OnTasksChanged(const QString& id) override {
@@ -78,6 +81,7 @@ protected:
     }
     /// Finalises the plug-in if `operation`, which is being called by it, is the one in EndsIn.
     void Call(const std::string& operation) {
+        if (HasReturned && operation == "Changed") ++LateChanges;
         if (operation != EndsIn) return;
         EndsIn.clear();
         Plugin.Object()->Finalize();
@@ -101,8 +105,10 @@ protected:
     const host::Plugin Plugin{QStringLiteral(PLUGIN)};
     const Ref<Core> RecordingCore{new Core(Host.PluginCore())};
     Ref<IVEXAMLExtensionDataStorage> Storage;
+    static constexpr std::int64_t kLong = std::int64_t{1} << 33;  // the duration of each episode, s
     std::string EndsIn;
     bool HasReturned = false;
+    int LateChanges = 0;
 };
 
 TEST_F(Contract, AMissingPointerGivesAnError) {
@@ -117,7 +123,7 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     const auto hook = RecordingCore->Registered<IVEXAExtensionPlayerHook>();
     const auto logos = RecordingCore->Registered<IVEXAExtensionAlbumArtProvider>();
     const auto page = RecordingCore->Registered<IVEXAOptionsDialogFrame>();
-    const auto tree = host::LibraryStorage(Host.Library()).Presets()[0].Provider;
+    const auto tree = host::LibraryStorage(Host.Library()).Presets().at(0).Provider;
 
     const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
@@ -187,13 +193,30 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
+class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
+public:
+    HResult Add(IVEXAString*, IVEXAString*, std::uint32_t, IVEXAMLGroupingTreeDataProvider*) noexcept override {
+        return ++Count, S_OK;
+    }
+    int Count = 0;
+};
+
+TEST_F(Contract, TheTreeIsOfferedForItsSchemaOnly) {
+    for (std::int32_t schema = -1; schema < 12; ++schema) {
+        const Ref<Presets> presets(new Presets);
+        EXPECT_EQ(Storage->GetGroupingPresets(schema, presets.Get()), S_OK) << schema;
+        EXPECT_EQ(presets->Count, schema == kSchemaTree ? 1 : 0) << schema;
+    }
+}
+
 TEST_F(Contract, RowsStayAtTheEndOnceReached) {
     for (const int limit : {0, 2}) {
         const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
         filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
         Ref<IVEXAMLDataProviderSelection> rows;
-        ASSERT_EQ(Rows(*filter, {"Title", "State"}, rows), S_OK);
-        for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue);
+        ASSERT_EQ(Rows(*filter, {"Title", "Duration"}, rows), S_OK);
+        EXPECT_EQ(rows->GetValueAsInt64(1), kLong) << limit;
+        for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue) << left;
         for (int i = 0; i < 3; ++i) {
             EXPECT_EQ(rows->NextRow(), kFalse) << limit;
             std::int32_t length = -1;
@@ -345,6 +368,7 @@ TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
         SCOPED_TRACE(operation);
         EndsIn = operation;
         HasReturned = false;
+        LateChanges = 0;
         QStringList addresses{Server.Url("/page")};
         for (int i = 0; i < 10; ++i) addresses += Server.Url(QString("/%1").arg(i));
         std::vector<Ref<Events>> events;
@@ -356,13 +380,15 @@ TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
                           S_OK);
             }
         } else {
-            Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+            Host.Menus().Run(*MenuItem("VEXA.Podcasts.Actions.RefreshFeeds"));
         }
-        ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
+        ASSERT_TRUE(WaitUntil([&] { return HasReturned; })) << "it was not called";
+        EXPECT_EQ(LateChanges, 0) << "reported after the plug-in was finalised";
         // The plug-in has ended when it can be initialised again.
         Host.PluginCore().FinalizeExtensions(0);
         Host.PluginCore().RemoveExtensions(0);
-        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }));
+        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }))
+            << "it has not ended";
         for (const auto& heard : events) {
             EXPECT_EQ(heard->Ends, 1);
             EXPECT_EQ(QSet<QString>(heard->Told.begin(), heard->Told.end()).size(), addresses.size());

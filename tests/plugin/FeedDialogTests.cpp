@@ -139,13 +139,15 @@ TEST_F(FeedDialogTest, CancelsAnUnansweredFetchWhenItCloses) {
 }
 
 TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
-    const std::pair<const char*, const char*> cases[] = {{"some words", ""},
-                                                         {LANGUAGES "/English.xml", ""},
-                                                         {"\thttps://a.example/f\n", "https://a.example/f"},
-                                                         {"feed://a.example/f", "feed://a.example/f"},
-                                                         {"a.example/f", ""},
-                                                         {"https://a.example/f\n\nDear Ann,\nthis is the address.", ""},
-                                                         {"https://a.example/f and more", ""}};
+    const QString file = Profile.File("feed.xml");
+    WriteWhole(file, kFeed);
+    const std::pair<QString, const char*> cases[] = {{"some words", ""},
+                                                     {file, ""},
+                                                     {"\thttps://a.example/f\n", "https://a.example/f"},
+                                                     {"feed://a.example/f", "feed://a.example/f"},
+                                                     {"a.example/f", ""},
+                                                     {"https://a.example/f\n\nDear Ann,\nthis is the address.", ""},
+                                                     {"https://a.example/f and more", ""}};
     for (const auto& [copied, shown] : cases) {
         QApplication::clipboard()->setText(copied);
         Subscribing([&, expected = QString(shown)](QWidget& dialog) {

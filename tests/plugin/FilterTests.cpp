@@ -122,6 +122,19 @@ TEST_F(FilterTest, UnknownColumnNamesNeverReachTheDatabase) {
                  std::invalid_argument);
 }
 
+/// A filter whose conditions are counted, but cannot be read.
+class UnreadableFilter final : public host::GroupFilterBase<IVEXAMLDataFilter> {
+public:
+    HResult Reset() noexcept override { return E_FAIL; }
+    HResult GetChild(std::int32_t, const Guid&, void**) noexcept override { return E_FAIL; }
+};
+
+TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
+    const Ref<UnreadableFilter> filter(new UnreadableFilter);
+    Add(*filter, "Title", "x");
+    EXPECT_THROW(Builder::BuildQuery(List({"Title"}).Get(), filter.Get()), EHostError);
+}
+
 TEST_F(FilterTest, NodeValuesAreCategoryAndText) {
     const struct {
         const char* Text;

@@ -3,6 +3,7 @@
 #include "FileInfo.h"
 #include "HostFixture.h"
 #include "LoopbackServer.h"
+#include "PlainSqlite.h"
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Settings.h"
 #include "Waiting.h"
@@ -137,8 +138,9 @@ TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreReportedAndEverythingElseEnds) {
 
 TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     LoopbackServer server;
-    server.Serve("/feed", Response::Of("<rss><channel><title>T</title><item><title>E</title><guid>g</guid><enclosure "
-                                       "url=\"http://h/e.mp3\"/></item></channel></rss>"));
+    server.Serve("/feed",
+                 Response::Of("<rss version='2.0'><channel><title>T</title><item><title>E</title><guid>g</guid>"
+                              "<enclosure url='http://h/e.mp3'/></item></channel></rss>"));
     {
         podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
         podcasts::TPodcastFeed feed;
@@ -148,7 +150,9 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
-    EXPECT_TRUE(WaitUntil([&] { return server.Count("/feed") == 1; }));
+    PlainSqlite stored(Profile.File("Podcasts.db"));
+    EXPECT_TRUE(WaitUntil([&] { return stored.Rows("SELECT Title FROM PodcastEpisodes").contains("E"); }))
+        << "the feed was requested " << server.Count("/feed") << " times, and the episode is not stored";
     EXPECT_NO_THROW(host->UnloadPlugins());
     const QDateTime noted = QDateTime::fromString(Setting("CheckUpdatesLastDate"), Qt::ISODate);
     EXPECT_LT(std::abs(noted.secsTo(QDateTime::currentDateTimeUtc())), 3600);

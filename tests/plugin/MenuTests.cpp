@@ -33,7 +33,11 @@ protected:
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
 
-    Item Find(const QString& action) { return Host.Menus().Find(u"VEXA.Podcasts.Actions." + action); }
+    Item Find(const QString& action) { return MenuItem(u"VEXA.Podcasts.Actions." + action); }
+    int StateOf(const QString& key) {
+        const auto episode = DB.GetEpisode(key);
+        return episode ? episode->State : -1;
+    }
     void Show(int dpi = 96) {
         for (const int menu : {kMenuPlaylistItem, kMenuLibrary, kMenuLibraryTable, kMenuLibraryTree})
             Host.Menus().PrepareToShow(*Host.Menus().BuiltIn(menu), dpi);
@@ -46,7 +50,7 @@ protected:
     /// Sets the library's selection, and prepares the menus.
     void Select(const QStringList& nodes, const QStringList& files = {}, const std::optional<QString>& focused = {}) {
         const auto selection = std::make_shared<host::FixedSelection>();
-        selection->Provider = host::LibraryStorage(Host.Library()).Presets().front().Provider;
+        selection->Provider = host::LibraryStorage(Host.Library()).Presets().at(0).Provider;
         for (const QString& node : nodes) selection->Path.push_back({"Node", node});
         selection->Files = files;
         selection->Focused = focused;
@@ -114,7 +118,8 @@ TEST_F(MenuCommands, AreShownOnlyWhereTheyApply) {
     for (const QString& action :
          {u"RefreshFeeds"_s, u"Subscribe"_s, u"MarkAs"_s, u"CachedFilesControl"_s, u"CheckCachedFiles"_s})
         EXPECT_FALSE(IsShown(action)) << action.toStdString();
-    EXPECT_TRUE(IsShown("MarkAs.PL") && IsShown("CachedFilesControl.PL"));
+    for (const QString& action : {u"MarkAs.PL"_s, u"CachedFilesControl.PL"_s})
+        EXPECT_TRUE(IsShown(action)) << action.toStdString();
 }
 
 TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
@@ -126,7 +131,7 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     Host.Selection().SetModel(nullptr);  // the selection at the time when the menu was shown counts
     Host.Menus().Trigger(*states[2]);
     for (const QString& uri : kURIs)
-        EXPECT_TRUE(tests::WaitUntil([&] { return DB.GetEpisode(uri)->State == podcasts::pesPostponed; }));
+        EXPECT_TRUE(tests::WaitUntil([&] { return StateOf(uri) == podcasts::pesPostponed; })) << StateOf(uri);
 
     // The player is told only about episodes marked as listened, whose positions it forgets.
     QStringList heard;
@@ -199,7 +204,7 @@ TEST_F(MenuCommands, DoNothingAfterThePluginHasEnded) {
     Host.UnloadPlugins();
     for (const auto& event : events)
         if (event) event->OnExecute(nullptr);
-    EXPECT_EQ(DB.GetEpisode(kURIs[0])->State, podcasts::pesNew);
+    EXPECT_EQ(StateOf(kURIs[0]), podcasts::pesNew);
 }
 
 }  // namespace
