@@ -36,6 +36,7 @@ protected:
         Refresh("/a");
         const QString error = Client->RefreshOutcomes().From().at(0).Error;
         EXPECT_EQ(EpisodeCount("/a"), 2) << error.toStdString();
+        EXPECT_EQ(Client->DB().GetFeed(Server.Url("/a"), false)->Fields[pffTitle], "a") << error.toStdString();
         EXPECT_EQ(Episode("/good.mp3").State, pesPostponed) << error.toStdString();
         return error;
     }
@@ -72,6 +73,7 @@ std::vector<ClientFaults::Row> ClientFaults::Misbehaviours() const {
         {"half a status line", Raw("HTTP/1."), "without an answer"},
         {"half a head", Raw(ok + "Content-Le"), "before all headers"},
         {"another protocol", Raw("SSH-2.0-Server\r\n"), "not HTTP"},
+        {"an empty body", Response::Of("", "audio/mpeg"), "empty"},
         {"nothing but zeros", Raw(QByteArray(5000, '\0')), "not HTTP"},
         {"length too large", length("100000"), "before the whole body"},
         {"length enormous", length("9223372036854775807"), "before the whole body"},

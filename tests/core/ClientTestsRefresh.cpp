@@ -65,6 +65,32 @@ TEST_F(ClientRefresh, IsDueByEitherClockAfterAnHourADayOrAWeek) {
     }
 }
 
+TEST_F(ClientRefresh, BeginsByItselfWhenItIsDue) {
+    TPodcastClient client(Folder.File("Other.db"), {.Interval = std::chrono::milliseconds(1)});
+    EXPECT_TRUE(tests::WaitUntil([&] { return client.LastRefreshTime != 0; })) << "no refresh has begun";
+    client.Options().SetCheckUpdates(0);
+    EXPECT_FALSE(client.UpdateTimer().IsEnabled());
+}
+
+TEST_F(ClientRefresh, ListenersAreToldOfEachChangeOnce) {
+    const QString address = Server.Url("/a"), other = Server.Url("/b");
+    Subscribe("a", {{"1", "/1.mp3"}});
+    TPodcastFeed feed;
+    feed.Fields[pffURLFeed] = Server.Url("/c");
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"a subscription", [&] { Client->Subscribe(feed); }},
+        {"a mark", [&] { Client->UpdateState(Key("/1.mp3"), pesListened); }},
+        {"a search for missing files", [&] { Client->CheckLocalCopies(); }},
+        {"another address", [&] { Client->ChangeFeedURL(address, other); }},
+        {"the end of a subscription", [&] { Client->Unsubscribe(other, false); }},
+    };
+    for (const auto& [what, change] : changes) {
+        Heard->Events.clear();
+        change();
+        EXPECT_EQ(Heard->Events, QStringList("changed")) << what;
+    }
+}
+
 TEST_F(ClientRefresh, AnEpisodeWhoseAddressChangesKeepsRowMarkAndFileAndItsOlderNames) {
     Subscribe("a", {{"1", "/old.mp3?t=1"}});
     const QString oldKey = Key("/old.mp3?t=1");
@@ -157,24 +183,6 @@ TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceAndOnlyWhenItCanBePlayed) {
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
     EXPECT_EQ(serve(first.arg(audio)), 0) << "the same audio again";
     EXPECT_EQ(Episode("/1.mp3").State, pesListened);
-}
-
-TEST_F(ClientRefresh, ChangesNothingWhenNoCompleteFeedArrives) {
-    Subscribe("a", {{"1", "/1.mp3"}});
-    const Response whole = Document("other", {{"2", "/2.mp3"}, {"3", "/3.mp3"}});
-    for (const Response& response :
-         {Response::Of("<feed xmlns='http://www.w3.org/2005/Atom'><title>a</title></feed>"),
-          Response::Of(whole.Body.chopped(30)), whole.With(Fault::Close, 250), whole.With(Fault::Reset, 250),
-          Response::Redirect("/a"), Response::Of("<!doctype html><p>Moved"), Response::Of(""),
-          Response::Failure("410 Gone")}) {
-        Server.Serve("/a", response);
-        Heard->Events.clear();
-        Refresh("/a");
-        EXPECT_TRUE(Heard->Events.contains("refresh finished"));
-        EXPECT_FALSE(Client->RefreshOutcomes().From().at(0).Error.isEmpty()) << response.Body.toStdString();
-        EXPECT_EQ(EpisodeCount("/a"), 1) << response.Body.toStdString();
-        EXPECT_EQ(Client->DB().GetFeed(Server.Url("/a"), false)->Fields[pffTitle], "a");
-    }
 }
 
 TEST_F(ClientRefresh, SaysWhatADocumentIsIfItIsNotAFeed) {
