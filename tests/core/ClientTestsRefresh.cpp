@@ -238,7 +238,11 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
     ASSERT_TRUE(WaitForRequest("/a") && WaitForRequest("/b"));
     Server.Release("/b");
+    Heard->OnEvent = [&](const QString& event) {
+        if (event == "refresh finished") Client->RefreshFeeds({Server.Url("/b")});  // dropped with the rest
+    };
     Client->CancelRefresh();
+    Heard->OnEvent = nullptr;
     EXPECT_EQ(Heard->Events.join('|'), "refresh started|refresh finished|changed");
     EXPECT_EQ(Client->RefreshQueue().Items(), QStringList());
     EXPECT_EQ(Client->RefreshOutcomes().From().size(), 2u);
@@ -252,6 +256,9 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
         Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
         if (round % 2 == 0) {
             EXPECT_TRUE(WaitForRequest("/a"));
+        } else {
+            // The task waits for the main thread, to tell of its first feed.
+            while (Client->RefreshQueue().Items().size() > 1) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         Heard->Events.clear();
         Client.reset();

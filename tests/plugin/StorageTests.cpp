@@ -204,12 +204,12 @@ TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
         Run("RefreshFeeds");
         EXPECT_EQ(Caption(), "Refreshing podcasts: ");
         const QString caption = "Refreshing podcasts: " + Server.Url("/a");
-        EXPECT_TRUE(WaitUntil([&] { return Caption() == caption; })) << Caption().toStdString();
+        ASSERT_TRUE(WaitUntil([&] { return Caption() == caption; })) << Caption().toStdString();
         const auto tasks = Tasks();
         ASSERT_EQ(tasks.size(), 1u);
         EXPECT_FALSE(tasks[0].Cancel) << "a refresh cannot be cancelled";
         Server.Release("/a");
-        EXPECT_TRUE(WaitUntil([&] { return Tasks().empty(); })) << "still shown: " << Caption().toStdString();
+        ASSERT_TRUE(WaitUntil([&] { return Tasks().empty(); })) << "still shown: " << Caption().toStdString();
         EXPECT_EQ((tasks[0].Caption->AddRef(), tasks[0].Caption->Release()), 1) << "the plug-in keeps the caption";
         QCoreApplication::processEvents();
         ASSERT_EQ(Desktop::Shown.size(), isShown ? 1u : 0u);
