@@ -98,6 +98,17 @@ protected:
         Server.Forget();
         Heard->Events.clear();
     }
+    /// Stores an episode of the feed "a" a second time, as earlier versions did when its address changed.
+    void StoreAgain(const QString& audio, const QString& newAudio) {
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = Server.Url("/a");
+        TPodcastEpisode& again = feed.NewEpisode();
+        again.Fields = Episode(audio).Fields;
+        again.Fields[pefURI].clear();
+        again.Fields[pefURLAudio] = Server.Url(newAudio);
+        Client->DB().AddOrUpdate(feed);
+        ASSERT_EQ(EpisodeCount("/a"), 2);
+    }
 
     bool WaitForTasks() {
         return tests::WaitUntil([&] { return Client->RefreshTask() == 0 && Client->DownloadTask() == 0; });
