@@ -421,31 +421,29 @@ TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
     }
 }
 
-TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesTheRow) {
-    Subscribe("a", {{"1", "/latest.mp3", "First"}});
-    StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
-    // The newest episode always gets this address, and the previous one moves to another.
-    Server.Serve("/a", Document("a", {{"2", "/latest.mp3", "Second"}, {"1", "/1.mp3", "First"}}));
-    Client->RefreshFeeds({Server.Url("/a")});
-    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
-    Server.Release("/latest.mp3");
-    ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/latest.mp3"));
-    EXPECT_EQ(CachedFile("/latest.mp3"), "");
-    EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
-}
-
-TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowWasMergedInto) {
-    Subscribe("a", {{"1", "/old.mp3"}});
-    StartAndStall({Key("/old.mp3")}, "/old.mp3", AudioFile("a/old.mp3"));
-    StoreAgain("/old.mp3", "/new.mp3");
-    Server.Serve("/a", Document("a", {{"1", "/new.mp3"}}));
-    Client->RefreshFeeds({Server.Url("/a")});
-    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
-    ASSERT_EQ(EpisodeCount("/a"), 1);
-    Server.Release("/old.mp3");
-    ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(CachedFile("/new.mp3"), AudioFile("a/old.mp3"));
+TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesOrJoinsTheRow) {
+    for (const bool isJoined : {false, true}) {
+        SCOPED_TRACE(isJoined ? "joined" : "moved");
+        Subscribe("a", {{"1", "/latest.mp3", "First"}});
+        StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
+        std::vector<Item> items{{"1", "/1.mp3", "First"}};
+        if (isJoined)
+            StoreAgain("/latest.mp3", "/1.mp3");
+        else
+            items.push_back({"2", "/latest.mp3", "Second"});  // the newest episode always gets this address
+        Server.Serve("/a", Document("a", items));
+        Client->RefreshFeeds({Server.Url("/a")});
+        ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
+        ASSERT_EQ(EpisodeCount("/a"), static_cast<int>(items.size()));
+        Server.Release("/latest.mp3");
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/latest.mp3"));
+        if (!isJoined) {
+            EXPECT_EQ(CachedFile("/latest.mp3"), "");
+            EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
+        }
+        Client->Unsubscribe(Server.Url("/a"), true);
+    }
 }
 
 TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribedWithFiles) {
@@ -456,7 +454,7 @@ TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribed
     Client->DownloadNewEpisodes();  // files that exist already are recorded for the other feed, too
     ASSERT_TRUE(WaitForTasks());
     const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
-    EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), true)->Episodes(0).Fields[pefURLAudioCached], shared);
+    EXPECT_EQ(Feed("/b").Episodes(0).Fields[pefURLAudioCached], shared);
     Client->Unsubscribe(Server.Url("/a"), true);
     EXPECT_TRUE(QFile::exists(shared));
     EXPECT_FALSE(QFile::exists(own));

@@ -93,6 +93,10 @@ protected:
         EXPECT_TRUE(offered);
         return offered;
     }
+    static void Add(IVEXAMLGroupFilter& group, const char* field, const QString& text = "1", int operation = 0) {
+        const Variant value = host::ToVariant(host::PropertyValue(text));
+        EXPECT_EQ(group.Add(host::MakeString(field).Get(), &value, nullptr, operation, nullptr), S_OK);
+    }
     HResult Rows(IVEXAMLDataFilter& filter, const QStringList& fields, Ref<IVEXAMLDataProviderSelection>& rows) {
         Ref<IUnknown> data;
         const HResult result =
@@ -233,27 +237,21 @@ TEST_F(Contract, RowsAreCountedWhateverTheirColumnsAndStayAtTheEndOnceReached) {
 }
 
 TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
-    const auto equals = [](IVEXAMLGroupFilter& group, const char* field, std::int32_t operation = 0) {
-        Variant value;
-        value.Type = VariantType::Text;
-        value.Text = host::MakeString("1");
-        EXPECT_EQ(group.Add(host::MakeString(field).Get(), &value, nullptr, operation, nullptr), S_OK);
-    };
     const std::pair<const char*, std::function<void(host::DataFilter&)>> cases[] = {
         {"a group's operation above 3",
          [&](auto& filter) {
-             equals(filter, "Title"), equals(filter, "State");
+             Add(filter, "Title"), Add(filter, "State");
              filter.SetValueAsInt32(IVEXAMLGroupFilter::Operation, 4);
          }},
         {"an inner group's operation below 0",
          [&](auto& filter) {
              Ref<IVEXAMLGroupFilter> group;
              filter.AddGroup(group.Put());
-             equals(*group, "Title");
+             Add(*group, "Title");
              group->SetValueAsInt32(IVEXAMLGroupFilter::Operation, -1);
          }},
-        {"a name that is none", [&](auto& filter) { equals(filter, "1=1--"); }},
-        {"a comparison of nodes", [&](auto& filter) { equals(filter, "Node", IVEXAMLFieldFilter::Less); }},
+        {"a name that is none", [&](auto& filter) { Add(filter, "1=1--"); }},
+        {"a comparison of nodes", [&](auto& filter) { Add(filter, "Node", "1", IVEXAMLFieldFilter::Less); }},
         {"an order by nodes",
          [](auto& filter) {
              const Ref<IVEXAObjectList> order(new host::ObjectList);
@@ -275,16 +273,6 @@ TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
 }
 
 TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
-    const auto text = [](const QString& value) {
-        Variant variant;
-        variant.Type = VariantType::Text;
-        variant.Text = host::MakeString(value);
-        return variant;
-    };
-    const auto add = [&](IVEXAMLGroupFilter& group, const QString& value, std::int32_t operation) {
-        const Variant variant = text(value);
-        group.Add(host::MakeString("Title").Get(), &variant, nullptr, operation, nullptr);
-    };
     for (const auto& [operation, groups] : {std::pair(IVEXAMLGroupFilter::Or, 20), {IVEXAMLGroupFilter::NotAnd, 15}}) {
         const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
         Ref<IVEXAMLGroupFilter> group = filter;
@@ -293,12 +281,12 @@ TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
             Ref<IVEXAMLGroupFilter> inner;
             group->AddGroup(inner.Put());
             inner->SetValueAsInt32(IVEXAMLGroupFilter::Operation, operation);
-            add(*inner, "1", IVEXAMLFieldFilter::Less);
+            Add(*inner, "Title", "1", IVEXAMLFieldFilter::Less);
             ++conditions;
             group = inner;
         }
-        while (++conditions < 500) add(*group, QString::number(conditions), IVEXAMLFieldFilter::NotEquals);
-        add(*group, QString(49'998, 'x'), IVEXAMLFieldFilter::Contains);
+        while (++conditions < 500) Add(*group, "Title", QString::number(conditions), IVEXAMLFieldFilter::NotEquals);
+        Add(*group, "Title", QString(49'998, 'x'), IVEXAMLFieldFilter::Contains);
         filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, host::MakeString(QString(49'998, 'x')).Get());
         for (const int limit : {0, 2}) {
             filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);

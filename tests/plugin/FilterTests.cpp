@@ -28,22 +28,11 @@ protected:
     Ref<IVEXAMLDataFilter> Filter = CreateHostObject<IVEXAMLDataFilter>();
 };
 
-TEST_F(FilterTest, StatementsHaveTheExpectedText) {
-    Add(*Filter, "Node", "031");
-    SortBy(*Filter, {{"PublishDate", 2}});
-    EXPECT_EQ(Builder::BuildQuery(List({"Title", "FeedName", "Duration"}).Get(), Filter.Get()),
-              "SELECT Title, Name, Duration FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = "
-              "PodcastFeeds.FeedID) AND (State = '1') ORDER BY PublishDate DESC;");
+TEST_F(FilterTest, TheHiddenFieldHasNoColumnAndTheAddressIsNotSearched) {
     WritePropertyString(Filter.Get(), IVEXAMLDataFilter::SearchText, "news");
-    WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Limit, 100);
-    EXPECT_EQ(Builder::BuildQuery(List({"Title", "FeedName"}).Get(), Filter.Get()),
-              "SELECT Title, Name FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = "
-              "PodcastFeeds.FeedID) AND (State = '1') AND ((UPPER(Title) LIKE '%NEWS%') OR (UPPER(Name) LIKE "
-              "'%NEWS%')) ORDER BY PublishDate DESC LIMIT 0, 100;");
-    // The hidden field and the empty name have no columns, and the address is not searched.
-    const QString sql = Builder::BuildQuery(List({"ID", "Node", "FileName", "", "Title"}).Get(), Filter.Get());
-    EXPECT_TRUE(sql.startsWith("SELECT URI, URI, Title FROM ")) << sql.toStdString();
-    EXPECT_EQ(sql.count("UPPER("), 1);
+    EXPECT_EQ(Builder::BuildQuery(List({"ID", "Node", "FileName", "", "Title"}).Get(), Filter.Get()),
+              "SELECT URI, URI, Title FROM PodcastEpisodes, PodcastFeeds WHERE (PodcastEpisodes.FeedID = "
+              "PodcastFeeds.FeedID) AND ((UPPER(Title) LIKE '%NEWS%'));");
 }
 
 TEST_F(FilterTest, WhatIsEmptyRestrictsNothing) {
@@ -58,12 +47,9 @@ TEST_F(FilterTest, WhatIsEmptyRestrictsNothing) {
     Filter->Clear();
     WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Offset, 40);
     SortBy(*Filter, {{"a", 1}, {"b", 2}});
-    EXPECT_EQ(Built(true), " ORDER BY a, b DESC");
-    WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Offset, 50);
-    WritePropertyInt32(Filter.Get(), IVEXAMLDataFilter::Limit, 25);
-    EXPECT_EQ(Built(true), " ORDER BY a, b DESC LIMIT 50, 25");
+    EXPECT_EQ(Built(true), " ORDER BY a, b DESC") << "the offset needs a limit";
     WritePropertyString(Filter.Get(), IVEXAMLDataFilter::SearchText, "x");
-    EXPECT_TRUE(Built(true, List({"Node"}).Get()).startsWith(" AND (1 = 0)"));
+    EXPECT_EQ(Built(true, List({"Node"}).Get()).left(12), " AND (1 = 0)");
 }
 
 TEST_F(FilterTest, UnknownColumnNamesNeverReachTheDatabase) {
@@ -106,7 +92,8 @@ TEST_F(FilterTest, NodeValuesAreCategoryAndText) {
                                      {"09x", "(1 = 1)"}}) {
         Filter->Clear();
         Add(*Filter, "Node", value);
-        EXPECT_TRUE(Builder::BuildQuery(List({"Title"}).Get(), Filter.Get()).contains(sql)) << value;
+        const QString built = Builder::BuildQuery(List({"Title"}).Get(), Filter.Get());
+        EXPECT_TRUE(built.contains(sql)) << value << ": " << built.toStdString();
     }
 }
 
@@ -209,29 +196,18 @@ private:
         };
         return [=](const Record& record) {
             const QString value = record.*field.Member;
-            switch (operation) {
-                case 0:
-                    return AsciiLower(value) == AsciiLower(a);
-                case 1:
-                    return AsciiLower(value) != AsciiLower(a);
-                case 2:
-                    return order(value, a) >= 0 && order(value, b) <= 0;
-                case 3:
-                    return order(value, a) < 0;
-                case 4:
-                    return order(value, a) <= 0;
-                case 5:
-                    return order(value, a) > 0;
-                case 6:
-                    return order(value, a) >= 0;
-                case 7:
-                    return Like(QString(u'%' + a.toUpper() + u'%'), value.toUpper());
-                case 8:
-                    return Like(QString(a.toUpper() + u'%'), value.toUpper());
-                default:
-                    return Like(QString(u'%' + a.toUpper()), value.toUpper());
-            }
+            const bool isEqual = AsciiLower(value) == AsciiLower(a);
+            if (operation < 2) return isEqual == (operation == 0);
+            if (operation < 7) return Holds(operation, order(value, a), order(value, b));
+            const QString before = operation == 8 ? "" : "%", after = operation == 9 ? "" : "%";
+            return Like(QString(before + a.toUpper() + after), value.toUpper());
         };
+    }
+    /// Whether a comparison holds of a value that is less than (-1), equal to (0) or greater than (1) its operands.
+    static bool Holds(int operation, int toFirst, int toSecond) {
+        const bool results[] = {toFirst == 0, toFirst != 0, toFirst >= 0 && toSecond <= 0,
+                                toFirst<0, toFirst <= 0, toFirst> 0, toFirst >= 0};
+        return results[operation];
     }
     Meaning AddNumber(IVEXAMLGroupFilter& group, int operation) {
         const int which = Below(3);
@@ -243,22 +219,8 @@ private:
                   QString::number(a), operation, QString::number(b));
         return [=](const Record& record) {
             const double value = which == 0 ? record.State : which == 1 ? record.Date : record.Duration;
-            switch (operation) {
-                case 0:
-                    return value == a;
-                case 1:
-                    return value != a;
-                case 2:
-                    return value >= a && value <= b;
-                case 3:
-                    return value < a;
-                case 4:
-                    return value <= a;
-                case 5:
-                    return value > a;
-                default:
-                    return value >= a;
-            }
+            const auto compared = [value](double to) { return int(value > to) - int(value < to); };
+            return Holds(operation, compared(a), compared(b));
         };
     }
     Meaning AddArray(IVEXAMLGroupFilter& group) {

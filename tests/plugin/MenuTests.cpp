@@ -90,7 +90,7 @@ TEST_F(MenuCommands, TheSelectedNodeDecidesTheFeedAndTheSmartPlaylist) {
         EXPECT_EQ(IsShown("RefreshFeed"), isFeed);
         Host.Menus().Trigger(*Find("CreateSmartPlaylist"));
         const auto playlist = Host.Playlists().Active();
-        ASSERT_EQ(bool(playlist), !conditions.isEmpty());
+        ASSERT_EQ(bool(playlist), !conditions.isEmpty()) << "whether a playlist was made";
         if (!playlist) continue;
         const QJsonObject filter = host::Describe(*playlist->Preimage()).Filter;
         EXPECT_EQ(filter["operation"].toInt(), operation);
@@ -139,12 +139,12 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
         return heard = host::ToQStringList(static_cast<IVEXAObjectList*>(names)), S_OK;
     });
     for (const std::size_t state : {1, 0}) {
-        EXPECT_TRUE(heard.isEmpty());
+        EXPECT_EQ(heard, QStringList());
         Select({}, {kURIs[0]});
         Show();
         Host.Menus().Trigger(*Host.Menus().Children(*Find("MarkAs"))[state]);
     }
-    EXPECT_TRUE(tests::WaitUntil([&] { return !heard.isEmpty(); }));
+    tests::WaitUntil([&] { return !heard.isEmpty(); });
     EXPECT_EQ(heard, QStringList{kURIs[0]});
 }
 
@@ -178,7 +178,7 @@ TEST_F(MenuCommands, TheFocusedEpisodeDecidesWhatHappensToLocalCopies) {
     for (const int selected : {1, 0}) {
         playlist->Select({selected});
         Show();
-        EXPECT_EQ(saysDelete("CachedFilesControl.PL"), selected == 0);
+        EXPECT_EQ(saysDelete("CachedFilesControl.PL"), selected == 0) << selected;
     }
     Host.Menus().Trigger(*Find("CachedFilesControl.PL"));
     EXPECT_TRUE(tests::WaitUntil([&] { return !QFile::exists(Profile.File("2.mp3")); }));

@@ -103,7 +103,7 @@ protected:
 
 TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));
-    EXPECT_TRUE(Nodes({"01"}).isEmpty());
+    EXPECT_EQ(Nodes({"01"}), QStringList());
     Subscribe("/b", Feed("(3) News", 2));
     Subscribe("/a", Feed("Äpfel", 1));
     PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE URI LIKE '%News1.mp3'");
