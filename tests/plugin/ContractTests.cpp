@@ -197,15 +197,13 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
-class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
-public:
-    HResult Add(IVEXAString*, IVEXAString*, std::uint32_t, IVEXAMLGroupingTreeDataProvider*) noexcept override {
-        return ++Count, S_OK;
-    }
-    int Count = 0;
-};
-
 TEST_F(Contract, TheTreeIsOfferedForItsSchemaOnly) {
+    struct Presets final : RefCountedObject<IVEXAMLGroupingPresets> {
+        HResult Add(IVEXAString*, IVEXAString*, std::uint32_t, IVEXAMLGroupingTreeDataProvider*) noexcept override {
+            return ++Count, S_OK;
+        }
+        int Count = 0;
+    };
     for (std::int32_t schema = -1; schema < 12; ++schema) {
         const Ref<Presets> presets(new Presets);
         EXPECT_EQ(Storage->GetGroupingPresets(schema, presets.Get()), S_OK) << schema;

@@ -67,15 +67,12 @@ TEST_F(FilterTest, UnknownColumnNamesNeverReachTheDatabase) {
                  std::invalid_argument);
 }
 
-/// A filter whose conditions are counted, but cannot be read.
-class UnreadableFilter final : public host::GroupFilterBase<IVEXAMLDataFilter> {
-public:
-    HResult Reset() noexcept override { return E_FAIL; }
-    HResult GetChild(std::int32_t, const Guid&, void**) noexcept override { return E_FAIL; }
-};
-
 TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
-    const Ref<UnreadableFilter> filter(new UnreadableFilter);
+    struct Unreadable final : host::GroupFilterBase<IVEXAMLDataFilter> {
+        HResult Reset() noexcept override { return E_FAIL; }
+        HResult GetChild(std::int32_t, const Guid&, void**) noexcept override { return E_FAIL; }
+    };
+    const Ref<Unreadable> filter(new Unreadable);
     Add(*filter, "Title", "x");
     EXPECT_THROW(Builder::BuildQuery(List({"Title"}).Get(), filter.Get()), EHostError);
 }
