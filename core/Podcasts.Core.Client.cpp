@@ -7,10 +7,6 @@
 
 namespace podcasts {
 
-namespace {
-constexpr auto kUpdateTimerInterval = std::chrono::milliseconds(600000);
-}
-
 TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
     : FClocks(std::move(clocks)),
       FListeners(std::make_unique<TPodcastListenerList>()),
@@ -19,7 +15,7 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
       FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
-      FUpdateTimer(std::make_unique<vexa::Timer>(kUpdateTimerInterval, [this] { RefreshFeedsIfDue(); })) {
+      FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })) {
     OptionsChanged();
 }
 

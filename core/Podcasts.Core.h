@@ -17,6 +17,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <list>
 #include <set>
@@ -174,6 +175,7 @@ private:
 struct TPodcastClocks {
     std::function<std::uint32_t()> TickCount = vexa::TickCount;
     std::function<QDateTime()> Calendar = QDateTime::currentDateTimeUtc;
+    std::chrono::milliseconds Interval = std::chrono::minutes(10);  // how often the client looks at the two
 };
 
 class TPodcastClient {

@@ -10,8 +10,6 @@
 #include "Waiting.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 namespace podcasts {
 
@@ -52,26 +50,6 @@ private:
     QString FProgress VEXA_GUARDED_BY(FMutex);
 };
 
-/// During its lifetime no file grows beyond a size, as on a full disk.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : FHandler(signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &FBefore);
-        const rlimit small{bytes, FBefore.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &small);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &FBefore);
-        signal(SIGXFSZ, FHandler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit FBefore{};
-    const sighandler_t FHandler;
-};
-
 class ClientTest : public testing::Test {
 protected:
     using Fault = tests::Fault;
@@ -98,6 +76,17 @@ protected:
         Server.Forget();
         Heard->Events.clear();
     }
+    /// Stores an episode of the feed "a" a second time, as earlier versions did when its address changed.
+    void StoreAgain(const QString& audio, const QString& newAudio) {
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = Server.Url("/a");
+        TPodcastEpisode& again = feed.NewEpisode();
+        again.Fields = Episode(audio).Fields;
+        again.Fields[pefURI].clear();
+        again.Fields[pefURLAudio] = Server.Url(newAudio);
+        Client->DB().AddOrUpdate(feed);
+        ASSERT_EQ(EpisodeCount("/a"), 2);
+    }
 
     bool WaitForTasks() {
         return tests::WaitUntil([&] { return Client->RefreshTask() == 0 && Client->DownloadTask() == 0; });
@@ -121,6 +110,11 @@ protected:
         return episode ? *episode : TPodcastEpisode();
     }
     QString CachedFile(const QString& audio) { return Episode(audio).Fields[pefURLAudioCached]; }
+    TPodcastFeed Feed(const QString& path) {
+        auto feed = Client->DB().GetFeed(Server.Url(path), true);
+        if (!feed) throw std::runtime_error("there is no feed " + path.toStdString());
+        return std::move(*feed);
+    }
     int EpisodeCount(const QString& path) {
         return Client->DB().GetEpisodeCount(Client->DB().GetFeedID(Server.Url(path)));
     }

@@ -2,6 +2,19 @@
 #include "PlainSqlite.h"
 #include "Podcasts.Core.TargetFile.h"
 
+#include <sys/file.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+/// The file that another program removes before the next lock is taken.
+static std::atomic<const char*> RemovedBeforeLock{nullptr};
+
+/// In place of the C library's function, which it calls.
+extern "C" int flock(int descriptor, int operation) noexcept {
+    if (const char* const file = RemovedBeforeLock.exchange(nullptr)) unlink(file);
+    return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+}
+
 namespace podcasts {
 namespace {
 
@@ -14,7 +27,7 @@ protected:
     void StartAndStall(const QStringList& keys, const QString& path, const QString& file) {
         Server.Serve(path, Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
         Client->DownloadEpisodes(keys);
-        ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(file).size() == 3; }));
+        ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(file).size() == 3; })) << file.toStdString();
     }
     QString AudioFile(const QString& name) const { return Folder.File("audio/" + name); }
     /// The names of all audio files of the feed "a".
@@ -23,7 +36,7 @@ protected:
 };
 
 TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
-    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3", "Third"}});
+    Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3", "Third"}, {"4", "/late.mp3"}});
     const QStringList paths = {"/1.mp3", "/2.mp3", "/3.mp3"};
     const QByteArray sound(700'000, 's');
     for (const QString& path : paths) Server.Serve(path, Response::Of(sound + path.toUtf8(), "audio/mpeg"));
@@ -35,8 +48,13 @@ TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
         EXPECT_EQ(CachedFile(path), AudioFile("a" + path));
         EXPECT_TRUE(ReadWhole(CachedFile(path)) == sound + path.toUtf8());
     }
+    Heard->OnEvent = [&](const QString& event) {
+        if (event != "downloads finished") return;
+        EXPECT_EQ(Client->DownloadTask(), 0u) << "has ended";
+        if (Server.Count("/late.mp3") == 0) Client->DownloadEpisode(Key("/late.mp3"));
+    };
     Download({Key("/1.mp3")});
-    EXPECT_EQ(Server.Paths(), paths) << "it is there already";
+    EXPECT_EQ(Server.Paths(), paths + QStringList("/late.mp3")) << "the first is there already";
 }
 
 TEST_F(ClientDownload, TakesTheExtensionFromTheResponse) {
@@ -65,24 +83,6 @@ TEST_F(ClientDownload, TakesTheExtensionFromTheResponse) {
     for (const auto& [audio, type, file] : rows) EXPECT_EQ(CachedFile(audio), AudioFile("a/" + file));
 }
 
-TEST_F(ClientDownload, LeavesNoFileAndNoRecordWhenItFailsAndGoesOn) {
-    Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
-    ServeAudio({"/good.mp3"});
-    const Response audio = Response::Of(QByteArray(100'000, 's'), "audio/mpeg");
-    for (const Response& response :
-         {Response::Of("", "audio/mpeg"), audio.With(Fault::Close, 50'000), audio.With(Fault::Reset, 50'000),
-          audio.With(Fault::Close), Response::Failure("404 Not Found"), Response::Failure("500 Internal Server Error"),
-          Response::Redirect("/bad.mp3"), Response::Redirect("file:///etc/passwd")}) {
-        Server.Serve("/bad.mp3", response);
-        Client->DB().SetCachedFile(Key("/good.mp3"), {});
-        Download({Key("/good.mp3"), Key("/bad.mp3")});
-        EXPECT_NE(LastError(), "");
-        EXPECT_EQ(CachedFile("/bad.mp3"), "") << LastError();
-        EXPECT_EQ(Files(), QStringList("good.mp3")) << LastError();
-        EXPECT_EQ(CachedFile("/good.mp3"), AudioFile("a/good.mp3"));
-    }
-}
-
 TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceAudioArrives) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
@@ -94,6 +94,16 @@ TEST_F(ClientDownload, ReplacesAnExistingFileOfItsNameOnlyOnceAudioArrives) {
     Download({Key("/1.mp3")});
     EXPECT_EQ(ReadWhole(file), "/1.mp3");
     EXPECT_EQ(CachedFile("/1.mp3"), file);
+    Client->DB().SetCachedFile(Key("/1.mp3"), AudioFile("a/gone.mp3"));
+    Server.Forget();
+    Download({Key("/1.mp3")});
+    EXPECT_EQ(CachedFile("/1.mp3"), file) << "the complete file that the template names is used again";
+    EXPECT_EQ(Server.Paths(), QStringList());
+    Client->DB().SetCachedFile(Key("/1.mp3"), {});
+    Client->Options().SetCacheFileNameTemplate("audio/%EpisodeFileName%");
+    Download({Key("/1.mp3")});
+    EXPECT_EQ(LastError(), "the file-name template gives no full file name, but \"audio/1.mp3\"");
+    EXPECT_EQ(Server.Paths(), QStringList());
 }
 
 TEST_F(ClientDownload, RejectsAWebPageAndTouchesNoFileForIt) {
@@ -172,51 +182,49 @@ TEST_F(ClientDownload, RestoresOnFailureTheRecordOfAFileThatNobodyIsWriting) {
     EXPECT_EQ(CachedFile("/1.mp3"), "");
 }
 
-TEST_F(ClientDownload, FailsWithAMessageWhenAnotherProgramIsWritingOrTheDiskIsFull) {
-    Subscribe("a", {{"1", "/1.mp3"}});
-    Server.Serve("/1.mp3", Response::Of(QByteArray(6'000'000, 's'), "audio/mpeg"));
-    const QString name = AudioFile("a/1.mp3");
-    WriteWhole(name, {});
-    {
-        TPodcastTargetFile other;
-        other.Open(name);
-        other.Write("half", 4);
-        Download({Key("/1.mp3")});
-        EXPECT_TRUE(LastError().starts_with("another program is writing the file")) << LastError();
-        EXPECT_EQ(ReadWhole(name), "half");
-        EXPECT_EQ(CachedFile("/1.mp3"), "");
-    }
-    {
-        const FileSizeLimit full(2'000'000);
-        Download({Key("/1.mp3")});
-    }
-    EXPECT_TRUE(LastError().starts_with("cannot write the file " + name.toStdString())) << LastError();
-    EXPECT_EQ(Files(), QStringList());
-    EXPECT_EQ(CachedFile("/1.mp3"), "");
-}
-
 TEST_F(ClientDownload, IsCancelledWithEverythingQueuedAndEndsQuietlyWithTheClient) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}});
     ServeAudio({"/1.mp3"});
-    StartAndStall({Key("/1.mp3"), Key("/2.mp3")}, "/2.mp3", AudioFile("a/2.mp3"));
+    // It goes on slowly, and so ends with its file unless it is cancelled.
+    const auto start = [&](const QStringList& keys) {
+        Server.Serve("/2.mp3", Response::Of(QByteArray(5000, 's'), "audio/mpeg").With(Fault::Drip, 3));
+        Client->DownloadEpisodes(keys);
+        ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(AudioFile("a/2.mp3")).size() > 0; }));
+    };
+    start({Key("/1.mp3"), Key("/2.mp3")});
     Heard->OnEvent = [&](const QString& event) {
         if (event == "downloads finished") Client->DownloadEpisode(Key("/1.mp3"));  // dropped with the rest
     };
     Client->CancelDownloads();
     Heard->OnEvent = nullptr;
     EXPECT_EQ(Client->DownloadQueue().Items(), QStringList());
+    EXPECT_EQ(Client->DownloadOutcomes().From().size(), 2u) << "one for each episode";
     EXPECT_EQ(Files(), QStringList());
     EXPECT_EQ(Server.Count("/1.mp3"), 0);
     Client->CancelDownloads();  // nothing is running
     EXPECT_EQ(Heard->Events.join('|'), "downloads started|downloads finished|changed");
     Download({Key("/1.mp3")});
-    StartAndStall({Key("/2.mp3")}, "/2.mp3", AudioFile("a/2.mp3"));
+    start({Key("/2.mp3")});
     Heard->Events.clear();
     Client.reset();
     EXPECT_EQ(Heard->Events, QStringList());
     EXPECT_EQ(Files(), QStringList("1.mp3"));
     Open();
     EXPECT_EQ(CachedFile("/2.mp3"), "");
+}
+
+TEST_F(ClientDownload, OfNewEpisodesBeginsAfterSubscribingAndRefreshingIfThatIsWanted) {
+    ServeAudio({"/1.mp3", "/2.mp3"});
+    for (const bool isWanted : {false, true}) {
+        Client->Options().SetDownloadNewEpisodesAutomatically(isWanted);
+        Subscribe("a", {{"1", "/1.mp3"}});
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(Files(), isWanted ? QStringList("1.mp3") : QStringList());
+        Server.Serve("/a", Document("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}}));
+        Refresh("/a");
+        EXPECT_EQ(Files(), isWanted ? QStringList({"1.mp3", "2.mp3"}) : QStringList());
+        Client->Unsubscribe(Server.Url("/a"), true);
+    }
 }
 
 TEST_F(ClientDownload, WhatHasNotEndedGoesOnAtTheNextStart) {
@@ -248,6 +256,9 @@ TEST_F(ClientDownload, WhatHasNotEndedGoesOnAtTheNextStart) {
         Subscribe("c", {{"6", "/6.mp3"}, {"7", "/7.mp3"}});
         Client->ResumeDownloads();
         StartAndStall({Key("/6.mp3"), Key("/7.mp3")}, "/7.mp3", AudioFile("c/7.mp3"));
+        Heard->OnEvent = [&](const QString& event) {
+            if (isCancelled && event == "downloads finished") Client->DownloadEpisode(Key("/6.mp3"));
+        };
         if (isCancelled)
             Client->CancelDownloads();
         else
@@ -256,19 +267,28 @@ TEST_F(ClientDownload, WhatHasNotEndedGoesOnAtTheNextStart) {
     }
 }
 
-TEST_F(ClientDownload, SkipsEpisodesOfAFeedUnsubscribedMeanwhile) {
-    Subscribe("a", {{"1", "/1.mp3"}});
-    Subscribe("b", {{"2", "/2.mp3"}, {"3", "/3.mp3"}, {"4", "/4.mp3"}});
-    ServeAudio({"/2.mp3", "/3.mp3", "/4.mp3"});
-    Download({Key("/2.mp3")});
-    const QString byGuid = MakeEpisodeKey(Episode("/4.mp3").FeedID, "4");
-    StartAndStall({byGuid, Key("/3.mp3"), Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
+TEST_F(ClientDownload, SkipsEpisodesOfAFeedThatIsBeingUnsubscribed) {
+    Subscribe("a", {{"z", "/1.mp3"}});
+    std::vector<Item> items;
+    for (int i = 0; i < 300; ++i) items.push_back({QString::number(i), QString("/b%1.mp3").arg(i)});
+    items.insert(items.end(), {{"x", "/x.mp3"}, {"y", "/y.mp3"}});
+    Subscribe("b", items);
+    const QString sql =
+        "UPDATE PodcastEpisodes SET URLAudioCached = '" + AudioFile("b/") + "' || GUID WHERE GUID < 'a'";
+    PlainSqlite(Folder.File("Podcasts.db")).Run(sql.toUtf8());
+    for (int i = 0; i < 300; ++i) WriteWhole(AudioFile(QString("b/%1").arg(i)), "sound");
+    const QString byGuid = MakeEpisodeKey(Episode("/y.mp3").FeedID, "y");
+    StartAndStall({byGuid, Key("/x.mp3"), Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
+    // The task looks for its next episode while the files of the others are moved to the trash.
+    std::thread release([&] {
+        while (QDir(AudioFile("b")).count() == 302) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        Server.Release("/1.mp3");
+    });
     EXPECT_EQ(Client->Unsubscribe(Server.Url("/b"), true), QStringList());
-    Server.Release("/1.mp3");
+    release.join();
     ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(Server.Paths(), QStringList({"/2.mp3", "/1.mp3"}));
-    EXPECT_EQ(Files(), QStringList("1.mp3"));
-    EXPECT_FALSE(QFile::exists(AudioFile("b/2.mp3")));
+    EXPECT_EQ(Server.Paths(), QStringList("/1.mp3"));
+    EXPECT_EQ(QDir(AudioFile("b")).entryList(QDir::Files), QStringList());
 }
 
 TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles) {
@@ -343,16 +363,37 @@ TEST_F(ClientDownload, TwoForOneEpisodeWhoseFileIsMissingNeverRecordHalfAFile) {
     EXPECT_EQ(ReadWhole(file), "sound");
 }
 
-TEST_F(ClientDownload, UsesNoFileThatIsBeingWrittenForAnotherEpisode) {
-    Subscribe("a", {{"1", "/1/audio.mp3"}, {"2", "/2/audio.mp3"}});
-    Client->DB().SetCachedFile(Key("/1/audio.mp3"), AudioFile("a/gone.mp3"));
-    TPodcastTargetFile other;  // the file of the second episode
-    WriteWhole(AudioFile("a/audio.mp3"), {});
-    other.Open(AudioFile("a/audio.mp3"));
-    ServeAudio({"/1/audio.mp3"});
-    Download({Key("/1/audio.mp3")});
-    EXPECT_TRUE(LastError().starts_with("another program is writing the file")) << LastError();
-    EXPECT_EQ(CachedFile("/1/audio.mp3"), AudioFile("a/gone.mp3"));
+TEST_F(ClientDownload, NoticesThatItsFileIsRemovedWhileItIsOpenedOrWritten) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    ServeAudio({"/1.mp3"});
+    const QByteArray file = QFile::encodeName(AudioFile("a/1.mp3"));
+    RemovedBeforeLock = file.constData();
+    Download({Key("/1.mp3")});
+    EXPECT_EQ(RemovedBeforeLock, nullptr) << "no file was locked";
+    EXPECT_EQ(LastError(), "");
+    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/1.mp3"));
+    QFile::remove(AudioFile("a/1.mp3"));
+    StartAndStall({Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
+    QFile::remove(AudioFile("a/1.mp3"));
+    Server.Release("/1.mp3");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_TRUE(LastError().ends_with("was taken away while it was downloaded")) << LastError();
+}
+
+TEST_F(ClientDownload, UsesNoFileThatAnotherProgramIsWriting) {
+    Subscribe("a", {{"1", "/1.mp3"}});
+    ServeAudio({"/1.mp3"});
+    WriteWhole(AudioFile("a/1.mp3"), {});
+    TPodcastTargetFile other;
+    other.Open(AudioFile("a/1.mp3"));
+    other.Write("half", 4);
+    for (const QString& recorded : {QString(), AudioFile("a/gone.mp3")}) {
+        Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
+        Download({Key("/1.mp3")});
+        EXPECT_TRUE(LastError().starts_with("another program is writing the file")) << LastError();
+        EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "half");
+        EXPECT_EQ(CachedFile("/1.mp3"), recorded);
+    }
 }
 
 TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
@@ -379,37 +420,29 @@ TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
     }
 }
 
-TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesTheRow) {
-    Subscribe("a", {{"1", "/latest.mp3", "First"}});
-    StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
-    // The newest episode always gets this address, and the previous one moves to another.
-    Server.Serve("/a", Document("a", {{"2", "/latest.mp3", "Second"}, {"1", "/1.mp3", "First"}}));
-    Client->RefreshFeeds({Server.Url("/a")});
-    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
-    Server.Release("/latest.mp3");
-    ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/latest.mp3"));
-    EXPECT_EQ(CachedFile("/latest.mp3"), "");
-    EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
-}
-
-TEST_F(ClientDownload, IsRecordedOnTheRowThatItsRowWasMergedInto) {
-    Subscribe("a", {{"1", "/old.mp3"}});
-    StartAndStall({Key("/old.mp3")}, "/old.mp3", AudioFile("a/old.mp3"));
-    TPodcastFeed feed;  // an earlier version stored a changed address as a second row
-    feed.Fields[pffURLFeed] = Server.Url("/a");
-    TPodcastEpisode& twin = feed.NewEpisode();
-    twin.Fields[pefGUID] = "1";
-    twin.Fields[pefTitle] = Episode("/old.mp3").Fields[pefTitle];
-    twin.Fields[pefURLAudio] = Server.Url("/new.mp3");
-    Client->DB().AddOrUpdate(feed);
-    Server.Serve("/a", Document("a", {{"1", "/new.mp3"}}));
-    Client->RefreshFeeds({Server.Url("/a")});
-    ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
-    ASSERT_EQ(EpisodeCount("/a"), 1);
-    Server.Release("/old.mp3");
-    ASSERT_TRUE(WaitForTasks());
-    EXPECT_EQ(CachedFile("/new.mp3"), AudioFile("a/old.mp3"));
+TEST_F(ClientDownload, IsRecordedOnItsRowEvenIfARefreshMovesOrJoinsTheRow) {
+    for (const bool isJoined : {false, true}) {
+        SCOPED_TRACE(isJoined ? "joined" : "moved");
+        Subscribe("a", {{"1", "/latest.mp3", "First"}});
+        StartAndStall({Key("/latest.mp3")}, "/latest.mp3", AudioFile("a/latest.mp3"));
+        std::vector<Item> items{{"1", "/1.mp3", "First"}};
+        if (isJoined)
+            StoreAgain("/latest.mp3", "/1.mp3");
+        else
+            items.push_back({"2", "/latest.mp3", "Second"});  // the newest episode always gets this address
+        Server.Serve("/a", Document("a", items));
+        Client->RefreshFeeds({Server.Url("/a")});
+        ASSERT_TRUE(tests::WaitUntil([&] { return Client->RefreshTask() == 0; }));
+        ASSERT_EQ(EpisodeCount("/a"), static_cast<int>(items.size()));
+        Server.Release("/latest.mp3");
+        ASSERT_TRUE(WaitForTasks());
+        EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/latest.mp3"));
+        if (!isJoined) {
+            EXPECT_EQ(CachedFile("/latest.mp3"), "");
+            EXPECT_EQ(Episode("/latest.mp3").Fields[pefTitle], "Second");
+        }
+        Client->Unsubscribe(Server.Url("/a"), true);
+    }
 }
 
 TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribedWithFiles) {
@@ -420,7 +453,7 @@ TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribed
     Client->DownloadNewEpisodes();  // files that exist already are recorded for the other feed, too
     ASSERT_TRUE(WaitForTasks());
     const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
-    EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), true)->Episodes(0).Fields[pefURLAudioCached], shared);
+    EXPECT_EQ(Feed("/b").Episodes(0).Fields[pefURLAudioCached], shared);
     Client->Unsubscribe(Server.Url("/a"), true);
     EXPECT_TRUE(QFile::exists(shared));
     EXPECT_FALSE(QFile::exists(own));

@@ -18,6 +18,13 @@ protected:
         return {profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}};
     }
 
+    /// Throws when the menus have no item with this ID.
+    Ref<IVEXAMenuItem> MenuItem(const QString& id) {
+        auto item = Host.Menus().Find(id);
+        if (!item) throw std::runtime_error("the menus have no item " + id.toStdString());
+        return item;
+    }
+
     tests::TempFolder Profile;
     host::Host Host{Options(Profile)};
 };

@@ -1,5 +1,6 @@
 #include "HostFixture.h"
 #include "apiWrappersMenus.h"
+#include "apiWrappersUI.h"
 
 namespace {
 
@@ -70,6 +71,16 @@ TEST_F(MenuItems, ShowingTheFirstUpdatesAllRemainingOnes) {
         EXPECT_EQ(SharedController->GetFiles().Count(), isReadable ? 1 : 0);     // all or none
         EXPECT_EQ(Host.Menus().Trigger(*menu[2]), isReadable ? S_OK : E_ABORT);  // an exception does not reach the host
     }
+}
+
+TEST_F(MenuItems, AnEventHandlerOffersWhatItsMasterOffers) {
+    const auto offered = [](const Ref<IUnknown>& master) {
+        const auto handler = NewObject<TVEXAUINotifyEventAdapter>(TVEXAUINotifyEvent(), master);
+        return Query<IVEXAUIMenuItemController>(static_cast<IVEXAActionEvent*>(handler.Get()));
+    };
+    const Ref<IVEXAUIMenuItemController> controller(SharedController);
+    EXPECT_EQ(offered(Ref<IUnknown>(controller.Get())), controller);
+    EXPECT_FALSE(offered(nullptr)) << "there is no master";
 }
 
 }  // namespace

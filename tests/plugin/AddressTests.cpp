@@ -229,17 +229,12 @@ protected:
         EXPECT_EQ(QProcess::execute(QStringLiteral(PODCASTS), QStringList{"--profile", Profile.Path()} + words), 0);
     }
     QString Of(const QString& audio) const { return Server.Url('/' + audio).replace("http", "podcast"); }
-    std::int64_t Count() {
-        std::int64_t count = -1;
-        EXPECT_EQ(Files->GetMoveCount(&count), S_OK);
-        return count;
+    std::int64_t Read(HResult (Command::*what)(std::int64_t*) noexcept) {
+        std::int64_t number = -1;
+        EXPECT_EQ((Files.Get()->*what)(&number), S_OK);
+        return number;
     }
-
-    std::int64_t Version() {
-        std::int64_t version = -1;
-        EXPECT_EQ(Files->GetContentVersion(&version), S_OK);
-        return version;
-    }
+    std::int64_t Count() { return Read(&Command::GetMoveCount); }
 
     LoopbackServer Server;
     Ref<Command> Files;
@@ -313,9 +308,9 @@ TEST_F(MovedEpisodes, AreFoundByOlderAddressesOfEitherForm) {
     EXPECT_GT(Count(), count);
     EXPECT_EQ(Host.Addresses().Present(Of("b.mp3?token=1")), Of("b.mp3?token=3"));
 
-    const auto version = Version();
+    const auto version = Read(&Command::GetContentVersion);
     Run({"unsubscribe", Server.Url("/feed")});
-    EXPECT_NE(Version(), version);
+    EXPECT_NE(Read(&Command::GetContentVersion), version);
 
     Host.UnloadPlugins();
     std::int64_t none = 0;
@@ -329,7 +324,7 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
     const QString old = "podcast://x/feed-1_" + QString(QByteArray("g2").toBase64());
     list->Add({Of("a.mp3"), old, Of("gone.mp3")});
     Serve({"a2.mp3", "b.mp3?token=1", "c.mp3", "d.mp3"});
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    Host.Menus().Run(*MenuItem("VEXA.Podcasts.Actions.RefreshFeeds"));
     const auto files = [&] {
         QStringList names;
         for (const auto& entry : list->Entries()) names += entry.File;

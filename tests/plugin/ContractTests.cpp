@@ -61,6 +61,7 @@ protected:
                 auto& episode = feed.NewEpisode();
                 episode.Fields[podcasts::pefGUID] = episode.Fields[podcasts::pefTitle] = QString::number(i);
                 episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
+                episode.Duration = static_cast<float>(kLong);
             }
             db.AddOrUpdate(feed);
         }
@@ -71,6 +72,8 @@ protected:
     ~Contract() override {
         Host.Library().RemoveListener(this);
         Plugin.Object()->Finalize();
+        RecordingCore->AddRef();
+        EXPECT_EQ(RecordingCore->Release(), 1) << "the plug-in has ended and keeps the host's core";
     }
     void OnDataChanged(const QString&) override { Call("Changed"); }
     void OnTasksChanged(const QString& id) override {
@@ -78,6 +81,7 @@ protected:
     }
     /// Finalises the plug-in if `operation`, which is being called by it, is the one in EndsIn.
     void Call(const std::string& operation) {
+        if (HasReturned && operation == "Changed") ++LateChanges;
         if (operation != EndsIn) return;
         EndsIn.clear();
         Plugin.Object()->Finalize();
@@ -88,6 +92,10 @@ protected:
         auto offered = Query<Interface>(Storage.Get());
         EXPECT_TRUE(offered);
         return offered;
+    }
+    static void Add(IVEXAMLGroupFilter& group, const char* field, const QString& text = "1", int operation = 0) {
+        const Variant value = host::ToVariant(host::PropertyValue(text));
+        EXPECT_EQ(group.Add(host::MakeString(field).Get(), &value, nullptr, operation, nullptr), S_OK);
     }
     HResult Rows(IVEXAMLDataFilter& filter, const QStringList& fields, Ref<IVEXAMLDataProviderSelection>& rows) {
         Ref<IUnknown> data;
@@ -101,8 +109,10 @@ protected:
     const host::Plugin Plugin{QStringLiteral(PLUGIN)};
     const Ref<Core> RecordingCore{new Core(Host.PluginCore())};
     Ref<IVEXAMLExtensionDataStorage> Storage;
+    static constexpr std::int64_t kLong = std::int64_t{1} << 33;  // the duration of each episode, s
     std::string EndsIn;
     bool HasReturned = false;
+    int LateChanges = 0;
 };
 
 TEST_F(Contract, AMissingPointerGivesAnError) {
@@ -117,7 +127,7 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     const auto hook = RecordingCore->Registered<IVEXAExtensionPlayerHook>();
     const auto logos = RecordingCore->Registered<IVEXAExtensionAlbumArtProvider>();
     const auto page = RecordingCore->Registered<IVEXAOptionsDialogFrame>();
-    const auto tree = host::LibraryStorage(Host.Library()).Presets()[0].Provider;
+    const auto tree = host::LibraryStorage(Host.Library()).Presets().at(0).Provider;
 
     const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
@@ -187,61 +197,59 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     EXPECT_EQ(infos->QueryFileInfo(nullptr, info.Get()), E_FAIL);
 }
 
-TEST_F(Contract, RowsStayAtTheEndOnceReached) {
-    for (const int limit : {0, 2}) {
-        const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
-        filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
-        Ref<IVEXAMLDataProviderSelection> rows;
-        ASSERT_EQ(Rows(*filter, {"Title", "State"}, rows), S_OK);
-        for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue);
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_EQ(rows->NextRow(), kFalse) << limit;
-            std::int32_t length = -1;
-            EXPECT_EQ(rows->GetValueAsString(0, &length), nullptr);
-            EXPECT_EQ(length, 0);
-            EXPECT_EQ(rows->GetValueAsInt64(1), 0);
+TEST_F(Contract, TheTreeIsOfferedForItsSchemaOnly) {
+    struct Presets final : RefCountedObject<IVEXAMLGroupingPresets> {
+        HResult Add(IVEXAString*, IVEXAString*, std::uint32_t, IVEXAMLGroupingTreeDataProvider*) noexcept override {
+            return ++Count, S_OK;
         }
-        EXPECT_TRUE(Query<IVEXAMLDataProviderSelection>(rows.Get()));
+        int Count = 0;
+    };
+    for (std::int32_t schema = -1; schema < 12; ++schema) {
+        const Ref<Presets> presets(new Presets);
+        EXPECT_EQ(Storage->GetGroupingPresets(schema, presets.Get()), S_OK) << schema;
+        EXPECT_EQ(presets->Count, schema == kSchemaTree ? 1 : 0) << schema;
     }
 }
 
-TEST_F(Contract, RowsWithoutAKnownColumnAreStillCounted) {
-    for (const QStringList& fields : {QStringList("Node"), QStringList()}) {
+TEST_F(Contract, RowsAreCountedWhateverTheirColumnsAndStayAtTheEndOnceReached) {
+    for (const QStringList& fields : {QStringList({"Duration", "Title"}), QStringList("Node"), QStringList()}) {
         for (const int limit : {0, 2}) {
+            SCOPED_TRACE(testing::Message() << fields.size() << " fields, limit " << limit);
             const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
             filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
             Ref<IVEXAMLDataProviderSelection> rows;
             ASSERT_EQ(Rows(*filter, fields, rows), S_OK);
-            ASSERT_TRUE(rows);
-            int count = 1;
-            while (rows->NextRow()) ++count;
-            EXPECT_EQ(count, limit ? limit : 3);
+            ASSERT_TRUE(rows) << "there are rows";
+            EXPECT_EQ(rows->GetValueAsInt64(0), fields.size() == 2 ? kLong : 0);
+            for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue) << left;
+            for (int i = 0; i < 3; ++i) {
+                EXPECT_EQ(rows->NextRow(), kFalse);
+                std::int32_t length = -1;
+                EXPECT_EQ(rows->GetValueAsString(1, &length), nullptr);
+                EXPECT_EQ(length, 0);
+                EXPECT_EQ(rows->GetValueAsInt64(0), 0);
+            }
+            EXPECT_TRUE(Query<IVEXAMLDataProviderSelection>(rows.Get())) << "at the end";
         }
     }
 }
 
 TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
-    const auto equals = [](IVEXAMLGroupFilter& group, const char* field, std::int32_t operation = 0) {
-        Variant value;
-        value.Type = VariantType::Text;
-        value.Text = host::MakeString("1");
-        EXPECT_EQ(group.Add(host::MakeString(field).Get(), &value, nullptr, operation, nullptr), S_OK);
-    };
     const std::pair<const char*, std::function<void(host::DataFilter&)>> cases[] = {
         {"a group's operation above 3",
          [&](auto& filter) {
-             equals(filter, "Title"), equals(filter, "State");
+             Add(filter, "Title"), Add(filter, "State");
              filter.SetValueAsInt32(IVEXAMLGroupFilter::Operation, 4);
          }},
         {"an inner group's operation below 0",
          [&](auto& filter) {
              Ref<IVEXAMLGroupFilter> group;
              filter.AddGroup(group.Put());
-             equals(*group, "Title");
+             Add(*group, "Title");
              group->SetValueAsInt32(IVEXAMLGroupFilter::Operation, -1);
          }},
-        {"a name that is none", [&](auto& filter) { equals(filter, "1=1--"); }},
-        {"a comparison of nodes", [&](auto& filter) { equals(filter, "Node", IVEXAMLFieldFilter::Less); }},
+        {"a name that is none", [&](auto& filter) { Add(filter, "1=1--"); }},
+        {"a comparison of nodes", [&](auto& filter) { Add(filter, "Node", "1", IVEXAMLFieldFilter::Less); }},
         {"an order by nodes",
          [](auto& filter) {
              const Ref<IVEXAObjectList> order(new host::ObjectList);
@@ -263,16 +271,6 @@ TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
 }
 
 TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
-    const auto text = [](const QString& value) {
-        Variant variant;
-        variant.Type = VariantType::Text;
-        variant.Text = host::MakeString(value);
-        return variant;
-    };
-    const auto add = [&](IVEXAMLGroupFilter& group, const QString& value, std::int32_t operation) {
-        const Variant variant = text(value);
-        group.Add(host::MakeString("Title").Get(), &variant, nullptr, operation, nullptr);
-    };
     for (const auto& [operation, groups] : {std::pair(IVEXAMLGroupFilter::Or, 20), {IVEXAMLGroupFilter::NotAnd, 15}}) {
         const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
         Ref<IVEXAMLGroupFilter> group = filter;
@@ -281,12 +279,12 @@ TEST_F(Contract, AFilterAtTheDocumentedLimitsIsAnswered) {
             Ref<IVEXAMLGroupFilter> inner;
             group->AddGroup(inner.Put());
             inner->SetValueAsInt32(IVEXAMLGroupFilter::Operation, operation);
-            add(*inner, "1", IVEXAMLFieldFilter::Less);
+            Add(*inner, "Title", "1", IVEXAMLFieldFilter::Less);
             ++conditions;
             group = inner;
         }
-        while (++conditions < 500) add(*group, QString::number(conditions), IVEXAMLFieldFilter::NotEquals);
-        add(*group, QString(49'998, 'x'), IVEXAMLFieldFilter::Contains);
+        while (++conditions < 500) Add(*group, "Title", QString::number(conditions), IVEXAMLFieldFilter::NotEquals);
+        Add(*group, "Title", QString(49'998, 'x'), IVEXAMLFieldFilter::Contains);
         filter->SetValueAsObject(IVEXAMLDataFilter::SearchText, host::MakeString(QString(49'998, 'x')).Get());
         for (const int limit : {0, 2}) {
             filter->SetValueAsInt32(IVEXAMLDataFilter::Limit, limit);
@@ -345,6 +343,7 @@ TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
         SCOPED_TRACE(operation);
         EndsIn = operation;
         HasReturned = false;
+        LateChanges = 0;
         QStringList addresses{Server.Url("/page")};
         for (int i = 0; i < 10; ++i) addresses += Server.Url(QString("/%1").arg(i));
         std::vector<Ref<Events>> events;
@@ -356,13 +355,15 @@ TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
                           S_OK);
             }
         } else {
-            Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+            Host.Menus().Run(*MenuItem("VEXA.Podcasts.Actions.RefreshFeeds"));
         }
-        ASSERT_TRUE(WaitUntil([&] { return HasReturned; }));
+        ASSERT_TRUE(WaitUntil([&] { return HasReturned; })) << "it was not called";
+        EXPECT_EQ(LateChanges, 0) << "reported after the plug-in was finalised";
         // The plug-in has ended when it can be initialised again.
         Host.PluginCore().FinalizeExtensions(0);
         Host.PluginCore().RemoveExtensions(0);
-        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }));
+        ASSERT_TRUE(WaitUntil([&] { return Plugin.Object()->Initialize(RecordingCore.Get()) == S_OK; }))
+            << "it has not ended";
         for (const auto& heard : events) {
             EXPECT_EQ(heard->Ends, 1);
             EXPECT_EQ(QSet<QString>(heard->Told.begin(), heard->Told.end()).size(), addresses.size());

@@ -62,7 +62,8 @@ TEST_F(ForeignWindowTest, ThePageIsShownInItAtAnyScaleAndOutlivesIt) {
     const WindowHandle handle = frame->CreatePage(Foreign);
     ASSERT_NE(handle, 0u);
     QWidget* const page = QWidget::find(static_cast<WId>(handle));
-    ASSERT_TRUE(page && page->windowHandle()->parent());
+    ASSERT_TRUE(page) << "no widget has the handle";
+    ASSERT_TRUE(page->windowHandle()->parent()) << "it is a window of its own";
     EXPECT_EQ(page->windowHandle()->parent()->winId(), Foreign);
     EXPECT_TRUE(page->isVisible());
     EXPECT_EQ(page->pos(), QPoint(0, 0));

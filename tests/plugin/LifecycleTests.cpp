@@ -3,6 +3,7 @@
 #include "FileInfo.h"
 #include "HostFixture.h"
 #include "LoopbackServer.h"
+#include "PlainSqlite.h"
 #include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Settings.h"
 #include "Waiting.h"
@@ -44,7 +45,7 @@ TEST_F(Lifecycle, ThePluginDescribesItselfAndRefusesASecondStart) {
     const auto host = NewHost();
     const host::Plugin plugin(QStringLiteral(PLUGIN)), other(QStringLiteral(PLUGIN));
     EXPECT_EQ(plugin.Information(IVEXAPlugin::Name), "Podcasts");
-    EXPECT_FALSE(plugin.Information(IVEXAPlugin::Author).isEmpty());
+    EXPECT_EQ(plugin.Information(IVEXAPlugin::Author), "VEXA Podcasts authors");
     EXPECT_EQ(plugin.Information(IVEXAPlugin::ShortDescription), "Provides support for Podcasts feeds");
     EXPECT_EQ(*plugin.Object()->GetInformation(3), u'\0');
     EXPECT_EQ(plugin.Categories(), 1u);
@@ -95,7 +96,7 @@ TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
     {
         const auto host = NewHost();
         EXPECT_EQ(Load(*host), E_UNEXPECTED);
-        EXPECT_TRUE(host->Library().StorageIDs().isEmpty());
+        EXPECT_EQ(host->Library().StorageIDs(), QStringList());
         ASSERT_TRUE(file.remove());
         EXPECT_EQ(Load(*host), S_OK);
     }
@@ -113,7 +114,7 @@ TEST_F(Lifecycle, OptionsAreLoadedFromTheSettingsAndSavedThere) {
     EXPECT_EQ(Setting("CheckUpdates"), "1");
     EXPECT_EQ(Setting("CheckUpdatesOnStartup"), "0");
     EXPECT_EQ(Setting("CheckUpdatesLastTime"), "0");
-    EXPECT_TRUE(Setting("CacheFileNameTemplate").endsWith("%FeedTitle%\\%EpisodeFileName%"));
+    EXPECT_EQ(Setting("CacheFileNameTemplate").section('/', -1), "Podcasts\\%FeedTitle%\\%EpisodeFileName%");
 
     WriteSettings(
         "[Podcasts]\nCheckUpdates=0\nCheckUpdatesLastTime=77\nCheckUpdatesLastDate=2024-08-30T10:00:"
@@ -131,14 +132,15 @@ TEST_F(Lifecycle, SettingsThatCannotBeWrittenAreReportedAndEverythingElseEnds) {
     // A folder in place of the file, so that not even root can write it.
     ASSERT_TRUE(QDir().mkpath(SettingsFileName(Profile.Path()) + u"/x"));
     EXPECT_THROW(host->UnloadPlugins(), std::runtime_error);
-    EXPECT_TRUE(host->Library().StorageIDs().isEmpty());
+    EXPECT_EQ(host->Library().StorageIDs(), QStringList());
     EXPECT_EQ(Load(*host), S_OK);  // the first one has ended completely
 }
 
 TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     LoopbackServer server;
-    server.Serve("/feed", Response::Of("<rss><channel><title>T</title><item><title>E</title><guid>g</guid><enclosure "
-                                       "url=\"http://h/e.mp3\"/></item></channel></rss>"));
+    server.Serve("/feed",
+                 Response::Of("<rss version='2.0'><channel><title>T</title><item><title>E</title><guid>g</guid>"
+                              "<enclosure url='http://h/e.mp3'/></item></channel></rss>"));
     {
         podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
         podcasts::TPodcastFeed feed;
@@ -148,7 +150,9 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
-    EXPECT_TRUE(WaitUntil([&] { return server.Count("/feed") == 1; }));
+    PlainSqlite stored(Profile.File("Podcasts.db"));
+    EXPECT_TRUE(WaitUntil([&] { return stored.Rows("SELECT Title FROM PodcastEpisodes").contains("E"); }))
+        << "the feed was requested " << server.Count("/feed") << " times, and the episode is not stored";
     EXPECT_NO_THROW(host->UnloadPlugins());
     const QDateTime noted = QDateTime::fromString(Setting("CheckUpdatesLastDate"), Qt::ISODate);
     EXPECT_LT(std::abs(noted.secsTo(QDateTime::currentDateTimeUtc())), 3600);
@@ -193,9 +197,10 @@ TEST_F(Lifecycle, CanEndWhileHostThreadsAskAndALogoNeverArrives) {
             }
         });
     }
-    EXPECT_TRUE(WaitUntil([&] { return found > 20 && server.Count("/logo") > 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return found > 20 && server.Count("/logo") > 0; }))
+        << found << " found, " << server.Count("/logo") << " requests";
     // The library's storage is gone, but the threads go on asking and must find nothing.
-    const auto plugin = host->Plugins()[0].Object();
+    const auto plugin = host->Plugins().at(0).Object();
     plugin->Finalize();
     stop = true;
     for (auto& thread : threads) thread.join();

@@ -69,7 +69,7 @@ protected:
         if (Failed(TVEXAPodcastsAlbumArtProvider::GetAlbumArt(address, image.Put()))) return {};
         return {static_cast<const char*>(image->GetData()), static_cast<qsizetype>(image->GetDataSize())};
     }
-    qint64 LookedAt() { return Client->DB().GetLogoLook(1)->Time; }
+    qint64 LookedAt() { return Client->DB().GetLogoLook(1).value().Time; }
     /// Waits until the logo of feed 1 was checked at the clock's present time.
     bool WaitForLook() {
         return tests::WaitUntil([this] { return LookedAt() == Seconds; });
@@ -193,7 +193,8 @@ TEST_F(Logos, AreFetchedThreeAtATimePerServerAndDelayNoOther) {
     Server.Forget();
     Seconds += kWeek + 1;
     for (int i = 1; i <= kOther; ++i) EXPECT_EQ(Cover(i), Red);
-    EXPECT_TRUE(tests::WaitUntil([&] { return Server.Paths().size() >= 3 && Cover(kOther) == Blue; }));
+    EXPECT_TRUE(tests::WaitUntil([&] { return Server.Paths().size() >= 3 && Cover(kOther) == Blue; }))
+        << Server.Paths().size() << " requests";
     for (int i = 1; i <= kOfServer; ++i) EXPECT_EQ(Cover(i), Red);  // must not ask for any of them again
     EXPECT_EQ(Server.Paths().size(), 3);
     for (int i = 1; i <= kOfServer; ++i) Server.Release(QString("/%1").arg(i));

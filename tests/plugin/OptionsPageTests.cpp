@@ -106,8 +106,10 @@ TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     const TPodcastClientOptions& options = Client->Options();
     EXPECT_FALSE(options.CheckUpdatesOnStartup());
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
-    EXPECT_TRUE(options.CheckUpdatesOnStartup() && options.DownloadNewEpisodesAutomatically());
-    EXPECT_FALSE(options.ShowNotifications() || options.MarkEpisodesListenedOnStartPlayback);
+    EXPECT_TRUE(options.CheckUpdatesOnStartup());
+    EXPECT_TRUE(options.DownloadNewEpisodesAutomatically());
+    EXPECT_FALSE(options.ShowNotifications());
+    EXPECT_FALSE(options.MarkEpisodesListenedOnStartPlayback);
     EXPECT_EQ(options.CheckUpdates(), 3);
     EXPECT_EQ(options.CacheFileNameTemplate(), "x");
 

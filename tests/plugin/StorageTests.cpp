@@ -1,8 +1,8 @@
 // The podcasts in the library of a host that loads the plug-in: tree, rows, progress, marks.
 
+#include "EpisodeStorage.h"
 #include "FileInfo.h"
 #include "HostFixture.h"
-#include "Library.h"
 #include "LoopbackServer.h"
 #include "ObjectList.h"
 #include "PlainSqlite.h"
@@ -45,9 +45,7 @@ protected:
         Host.Library().RemoveListener(this);
     }
     void OnDataChanged(const QString&) override { ++Changes; }
-    void OnTasksChanged(const QString& id) override {
-        for (const auto& task : Host.Library().Tasks(id)) Captions += host::ToQString(task.Caption.Get());
-    }
+    void OnTasksChanged(const QString&) override {}
 
     static QByteArray Feed(const QByteArray& title, int episodes, const QByteArray& audio = "http://h/") {
         QByteArray feed = "<rss version=\"2.0\"><channel><title>" + title + "</title>";
@@ -67,7 +65,20 @@ protected:
         Library().Subscriptions()->ImportOPML(host::MakeString(list.fileName()).Get(), nullptr, nullptr);
         ASSERT_TRUE(WaitUntil([&] { return FeedAddresses().contains(Server.Url(path)); }));
     }
-    host::LibraryStorage Library() { return host::LibraryStorage(Host.Library()); }
+    host::LibraryStorage Library() { return host::LibraryStorage(Host.Library(), kPodcasts); }
+    /// Loads the plug-in anew, with an option set. What the plug-in was doing has ended before.
+    void SetOption(const QString& name, int value) {
+        Host.UnloadPlugins();
+        Host.Config().SetValueAsInt32(host::MakeString(u"Podcasts\\" + name).Get(), value);
+        Host.LoadPlugin(QStringLiteral(PLUGIN));
+    }
+    void Run(const QString& action) { Host.Menus().Run(*MenuItem(u"VEXA.Podcasts.Actions." + action)); }
+    std::vector<host::BackgroundTask> Tasks() { return Host.Library().Tasks(kPodcasts); }
+    /// The caption of the first task; empty when there is none.
+    QString Caption() {
+        const auto tasks = Tasks();
+        return tasks.empty() ? QString() : host::ToQString(tasks[0].Caption.Get());
+    }
     QStringList FeedAddresses() {
         return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLFeed FROM PodcastFeeds");
     }
@@ -76,33 +87,39 @@ protected:
     }
     QStringList Nodes(const std::vector<QString>& values = {}) {
         const auto storage = Library();
-        const host::Tree tree(storage.Presets()[0].Provider);
+        const host::Tree tree(storage.Presets().at(0).Provider);
         QStringList nodes;
-        const auto children =
-            values.empty() ? tree.Children() : tree.Children(tree.FindByValues({values.begin(), values.end()})->back());
+        const auto children = values.empty()
+                                  ? tree.Children()
+                                  : tree.Children(tree.FindByValues({values.begin(), values.end()}).value().back());
         for (const auto& node : children)
             nodes += node.Caption + u"/" + QString::number(node.Flags) + u"/" + QString::number(node.Image);
         return nodes;
     }
 
+    inline static const QString kPodcasts = "VEXA.Podcasts.ML.Storage";
     LoopbackServer Server;
     int Changes = 0;
-    QStringList Captions;
 };
 
 TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));
-    EXPECT_TRUE(Nodes({"01"}).isEmpty());
+    EXPECT_EQ(Nodes({"01"}), QStringList());
     Subscribe("/b", Feed("(3) News", 2));
     Subscribe("/a", Feed("Äpfel", 1));
     PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE URI LIKE '%News1.mp3'");
     EXPECT_EQ(Nodes(), QStringList({"New (2)/3/4", "Postponed (1)/3/5", "Subscriptions/3/0"}));
     EXPECT_EQ(Nodes({"01"}), QStringList({"(3) News/2/3", "Äpfel/2/3"}));
     EXPECT_EQ(Nodes({"032"}), QStringList({"(1) (3) News/0/3"}));
-    EXPECT_TRUE(WaitUntil([&] { return Changes >= 2; }));
+    EXPECT_TRUE(WaitUntil([&] { return Changes >= 2; })) << Changes << " changes were reported";
+    const int before = Changes;
+    Host.Messages().Send(kMsgLanguageChanged, 0, nullptr);
+    EXPECT_EQ(Changes, before + 1);
+    using enum IVEXAMLExtensionDataStorage::CapabilityFlags;
+    for (const auto capability : {Filtering, Grouping, Searching}) EXPECT_TRUE(Library().Can(capability)) << capability;
 
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
-    const auto provider = Library().Presets()[0].Provider;
+    const auto provider = Library().Presets().at(0).Provider;
     const struct {
         const char *Field, *Value;
         HResult Result;
@@ -120,16 +137,19 @@ TEST_F(Storage, APageShowsWhatAnotherProcessHasWritten) {
     Subscribe("/a", Feed("A", 40));
     const auto storage = Library();
     host::RowReader reader(storage);
-    const host::RowQuery query{.Fields = {"Title", "State"}, .Sort = {{"Title"}}, .Offset = 10, .Limit = 10};
-    const auto first = reader.ReadNow(query);
-    EXPECT_EQ(reader.ReadNow(query).Rows, first.Rows);
+    const host::RowQuery query{.Fields = {"Title", "State"}, .Sort = {{"Title"}}, .Offset = 10, .Limit = 4};
+    const auto page = [&] {
+        QStringList rows;
+        for (const auto& row : reader.ReadNow(query).Rows) rows += row[0].Text + u": " + row[1].Text;
+        return rows;
+    };
+    const QStringList before{"A 19: 1", "A 2: 1", "A 20: 1", "A 21: 1"};
+    EXPECT_EQ(page(), before);
+    EXPECT_EQ(page(), before);
     PlainSqlite other(Profile.File("Podcasts.db"));
-    other.Run("UPDATE PodcastEpisodes SET State = 0 WHERE GUID = '2'");
+    other.Run("UPDATE PodcastEpisodes SET State = 0 WHERE GUID = '22'");
     other.Run("DELETE FROM PodcastEpisodes WHERE GUID IN ('1', '10')");
-    const auto second = reader.ReadNow(query);
-    ASSERT_EQ(second.Rows.size(), 10u);
-    EXPECT_EQ(second.Rows[0][0].Text, first.Rows[2][0].Text);
-    EXPECT_EQ(second.Rows[8][1].Text, first.Rows[0][0].Text == u"A 18" ? "0" : second.Rows[8][1].Text);
+    EXPECT_EQ(page(), QStringList({"A 20: 1", "A 21: 1", "A 22: 0", "A 23: 1"}));
     EXPECT_EQ(reader.CountNow(query).Count, 38);
 }
 
@@ -146,14 +166,13 @@ TEST_F(Storage, ATooLargeFilterIsRefusedWithTheLimits) {
 
 TEST_F(Storage, ThePlayingEpisodeIsMarkedAsListenedUnlessThatIsOff) {
     Subscribe("/a", Feed("A", 2));
-    EXPECT_EQ(States(), "11");
-    Host.Player().Play(host::MakeString("file:///tmp/x.mp3").Get(), nullptr);
-    EXPECT_EQ(States(), "11");
-    Host.Player().Play(host::MakeString("podcast://h/A2.mp3").Get(), nullptr);
-    EXPECT_TRUE(WaitUntil([&] { return States() == "10"; }));
-    const int before = Changes;
-    Host.Messages().Send(kMsgLanguageChanged, 0, nullptr);
-    EXPECT_EQ(Changes, before + 1);
+    for (const bool isOn : {false, true}) {
+        SetOption("MarkEpisodesListenedOnStartPlayback", isOn);
+        for (const char* file : {"http://h/A1.mp3", "podcast://h/A2.mp3"})
+            EXPECT_EQ(Host.Player().Play(host::MakeString(file).Get(), nullptr), S_OK) << file;
+        Host.UnloadPlugins();  // which waits until the episode is marked
+        EXPECT_EQ(States(), isOn ? "10" : "11") << "the option is " << isOn;
+    }
 }
 
 TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
@@ -175,28 +194,52 @@ TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
 
 TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Subscribe("/a", Feed("A", 1));
-    Server.Serve("/a", Response::Of(Feed("A", 5)));
-    EXPECT_TRUE(Desktop::Shown.empty());
-    Captions.clear();
-    const auto refresh = Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds");
-    ASSERT_TRUE(refresh);
-    Host.Menus().Run(*refresh);
-    ASSERT_TRUE(WaitUntil([&] { return !Desktop::Shown.empty(); }));
+    const struct {
+        int Option, Episodes;
+        bool IsShown;
+    } cases[] = {{1, 1, false}, {0, 2, false}, {1, 6, true}};
+    for (const auto& [option, episodes, isShown] : cases) {
+        SCOPED_TRACE(QString("option %1, %2 episodes").arg(option).arg(episodes).toStdString());
+        SetOption("ShowNotifications", option);
+        Server.Serve("/a", Response::Of(Feed("A", episodes)).With(Fault::Wait));
+        Run("RefreshFeeds");
+        EXPECT_EQ(Caption(), "Refreshing podcasts: ");
+        const QString caption = "Refreshing podcasts: " + Server.Url("/a");
+        ASSERT_TRUE(WaitUntil([&] { return Caption() == caption; })) << Caption().toStdString();
+        const auto tasks = Tasks();
+        ASSERT_EQ(tasks.size(), 1u);
+        EXPECT_FALSE(tasks[0].CancelEvent) << "a refresh begins without a cancel";
+        Server.Release("/a");
+        ASSERT_TRUE(WaitUntil([&] { return Tasks().empty(); })) << "still shown: " << Caption().toStdString();
+        EXPECT_EQ((tasks[0].Caption->AddRef(), tasks[0].Caption->Release()), 1) << "the plug-in keeps the caption";
+        QCoreApplication::processEvents();
+        ASSERT_EQ(Desktop::Shown.size(), isShown ? 1u : 0u);
+    }
     EXPECT_EQ(Desktop::Shown[0].Title, "Podcasts");
-    EXPECT_EQ(Desktop::Shown[0].Text, "New episodes have arrived.\nA – A 2\nA – A 3\nA – A 4\nand 1 more");
+    EXPECT_EQ(Desktop::Shown[0].Text, "New episodes have arrived.\nA – A 3\nA – A 4\nA – A 5\nand 1 more");
     EXPECT_EQ(Desktop::Shown[0].Button, "Play");
-    ASSERT_FALSE(Captions.isEmpty());
-    EXPECT_TRUE(WaitUntil([&] { return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty(); }));
-    const Notification shown = Desktop::Shown[0];
-    shown.OnClick();
-    EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); }));  // the click hides it
-    Server.Serve("/a", Response::Of(Feed("A", 6)));
-    Host.Menus().Run(*refresh);
+    // A click hides it and shows the podcasts.
+    const Ref<EpisodeStorage> other(new EpisodeStorage);
+    IUnknown* const storage = static_cast<IVEXAMLExtensionDataStorage*>(other.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage);
+    Host.Library().SetActiveStorage(storage);
+    QStringList asked;
+    Host.Messages().Handle(kMsgShowWindow, [&](std::int32_t window, void* hide) {
+        return asked += QString("show %1, %2").arg(window).arg(*static_cast<std::int32_t*>(hide)), S_OK;
+    });
+    Host.Messages().Handle(kMsgGetMainWindow, [&](std::int32_t, void*) { return asked += "raise", E_FAIL; });
+    Desktop::Shown[0].OnClick();
+    EXPECT_TRUE(WaitUntil([&] { return Desktop::Shown.empty(); })) << "the notification stays";
+    EXPECT_EQ(Host.Library().ActiveStorageID(), kPodcasts);
+    EXPECT_EQ(asked, QStringList({"show 1, 0", "raise"}));
+    // Its button plays the first one that it names.
+    Server.Serve("/a", Response::Of(Feed("A", 7)));
+    Run("RefreshFeeds");
     ASSERT_TRUE(WaitUntil([&] { return !Desktop::Shown.empty(); }));
     Notification(Desktop::Shown[0]).OnButton();
     Ref<IVEXAFileInfo> playing;
     EXPECT_TRUE(WaitUntil([&] { return Host.Player().GetInfo(playing.Put()) == S_OK; }));
-    EXPECT_EQ(host::TextOf(playing.Get(), IVEXAFileInfo::FileName), "podcast://h/A6.mp3");
+    EXPECT_EQ(host::TextOf(playing.Get(), IVEXAFileInfo::FileName), "podcast://h/A7.mp3");
 
     Ref<IVEXAObjectList> outcomes;
     ASSERT_EQ(Library().Subscriptions()->GetOutcomes(2, 0, outcomes.Put()), S_OK);
@@ -211,38 +254,40 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     const QByteArray audio(200'000, 'x');
     Subscribe("/a", Feed("A", 1, Server.Url("/").toUtf8()));
     Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Wait, 100'000));
-    const QString key = PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URI FROM PodcastEpisodes")[0];
+    const QString key = PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URI FROM PodcastEpisodes").value(0);
     const auto selection = std::make_shared<host::FixedSelection>();
     selection->Files = {key};
     selection->Focused = key;
     Host.Selection().SetModel(selection);
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
-    const auto caption = [&] {
-        const auto tasks = Host.Library().Tasks("VEXA.Podcasts.ML.Storage");
-        return tasks.empty() ? QString() : host::ToQString(tasks[0].Caption.Get());
+    Run("CachedFilesControl");
+    const auto waitFor = [&](const QString& text) {
+        EXPECT_TRUE(WaitUntil([&] { return Caption().contains(text); }))
+            << text.toStdString() << " is not in " << Caption().toStdString();
     };
-    EXPECT_TRUE(WaitUntil([&] { return caption().contains("50% - "); })) << caption().toStdString();
-    const auto tasks = Host.Library().Tasks("VEXA.Podcasts.ML.Storage");
-    ASSERT_TRUE(tasks[0].CancelEvent);
-    const auto progress = tasks[0].Progress();
+    const auto cancel = [&] {
+        const auto tasks = Tasks();
+        ASSERT_TRUE(tasks.size() == 1 && tasks[0].CancelEvent) << tasks.size() << " tasks";
+        tasks[0].Cancel();
+    };
+    waitFor("50% - ");
+    const auto progress = Tasks().at(0).Progress();
     ASSERT_TRUE(progress) << "how far the download is is not told";
     EXPECT_EQ(QStringLiteral("%1/%2 %3").arg(progress->Item).arg(progress->Count).arg(progress->Share), u"1/1 0.5");
-    tasks[0].Cancel();
-    EXPECT_TRUE(Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty());
-    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes")[0], "");
+    cancel();
+    EXPECT_EQ(Caption(), "") << "a task is left";
+    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes"),
+              QStringList(""));
     // A download whose size the server does not tell.
     Server.Serve("/A1.mp3",
                  Response{"HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\n\r\n", audio}.With(Fault::Wait, 102'400));
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
-    const QString shown = QLocale().formattedDataSize(102'400) + u" - ";
-    EXPECT_TRUE(WaitUntil([&] { return caption().contains(shown); })) << caption().toStdString();
+    Run("CachedFilesControl");
+    waitFor(QLocale().formattedDataSize(102'400) + u" - ");
     // A download whose connection breaks.
-    Host.Library().Tasks("VEXA.Podcasts.ML.Storage")[0].Cancel();
+    cancel();
     Host.Language().Switch("German");
     Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Close, 100'000));
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
-    EXPECT_TRUE(WaitUntil([&] { return caption().contains("50% - warte auf die Verbindung: "); }))
-        << caption().toStdString();
+    Run("CachedFilesControl");
+    waitFor("50% - warte auf die Verbindung: ");
 }
 
 TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
@@ -259,8 +304,8 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
             selection->Files += Server.Url(QString("/%1%2.mp3").arg(title).arg(i)).replace("http://", "podcast://");
     selection->Focused = selection->Files[0];
     Host.Selection().SetModel(selection);
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.CachedFilesControl"));
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    Run("CachedFilesControl");
+    Run("RefreshFeeds");
     const auto storage = Library();
     host::RowReader reader(storage);
     int offset = 0;
@@ -272,22 +317,24 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
         query.Search = "A 7";
         EXPECT_EQ(reader.CountNow(query).Error, QString());
         EXPECT_GE(Nodes().size(), 3);
-        return Host.Library().Tasks("VEXA.Podcasts.ML.Storage").empty();
+        return Tasks().empty();
     }));
     EXPECT_EQ(reader.CountNow({.Fields = {"Title"}}).Count, 240);
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db"))
-                  .Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URLAudioCached <> ''")[0],
-              "15");
+                  .Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URLAudioCached <> ''"),
+              QStringList("15"));
 }
 
 TEST_F(Storage, CanEndWhileATaskReports) {
     Subscribe("/a", Feed("A", 3));
     Server.Serve("/a", Response::Of("<rss/>").With(Fault::Wait));
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    Run("RefreshFeeds");
     ASSERT_TRUE(WaitUntil([&] { return Server.Count("/a") > 1; }));
-    const auto provider = Library().Presets()[0].Provider;
+    const auto provider = Library().Presets().at(0).Provider;
     const auto rows = Library().Rows();
+    const auto hook = Library().Offered<IVEXAMessageHook>();
     EXPECT_NO_THROW(Host.UnloadPlugins());
+    EXPECT_EQ(Host.Messages().Unhook(hook.Get()), E_INVALIDARG) << "messages reached it until now";
     // Objects that the host still holds answer, and find nothing.
     Ref<IVEXAMLGroupingTreeDataProviderSelection> nodes;
     const Ref<IVEXAMLGroupingTreeSelection> root(new host::TreeSelection);
