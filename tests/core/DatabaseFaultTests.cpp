@@ -111,14 +111,6 @@ protected:
             QFile::copy(Folder.File("kept-" + name), Folder.File(name));
         }
     }
-    /// What `work` throws, or else what it returns; empty on success.
-    static QString Complaint(const std::function<QString()>& work) {
-        try {
-            return work();
-        } catch (const std::exception& error) {
-            return QString::fromUtf8(error.what());
-        }
-    }
     QString RefreshComplaint(const QString& location) {
         Client->RefreshFeeds({location});
         EXPECT_TRUE(WaitForTasks());
@@ -157,10 +149,9 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
         for (int call = 1; !HasFailure(); ++call) {
             Restore();
             files.FailAt(call, isLasting, writeError);
-            const QString complaint = Complaint([&] {
-                Open();
-                return RefreshComplaint(feed);
-            });
+            QString complaint;
+            const QString thrown = ErrorOf([&] { Open(), complaint = RefreshComplaint(feed); });
+            if (!thrown.isEmpty()) complaint = thrown;
             Client.reset();
             const bool isReached = files.Calls() >= call;
             files.Recover();
@@ -220,8 +211,7 @@ TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgra
         int read = 0;
         QStringList complaints;
         const auto attempt = [&](const std::function<void()>& work) {
-            const QString complaint = Complaint([&] { return work(), QString(); });
-            if (!complaint.isEmpty()) complaints += complaint;
+            if (const QString complaint = ErrorOf(work); !complaint.isEmpty()) complaints += complaint;
         };
         attempt([&] { Open(); });
         if (Client) {

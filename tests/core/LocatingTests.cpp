@@ -167,6 +167,7 @@ protected:
                               ("</title><itunes:new-feed-url> " + address + " </itunes:new-feed-url><item>").toUtf8());
         return Response::Of(response.Body);
     }
+    static Response Away(const QByteArray& to) { return Response::Redirect(to); }
     static Response Gone(const QByteArray& to) { return Response::Redirect(to, "301 Moved Permanently"); }
     TPodcastRefreshOutcome Outcome(const QString& path) {
         Refresh(path);
@@ -175,29 +176,18 @@ protected:
 };
 
 TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
-    struct {
-        const char* Name;
-        std::vector<std::pair<QString, Response>> Served;
-        const char *To, *Title;
-    } const cases[] = {
+    using Served = std::vector<std::pair<QString, Response>>;
+    const std::tuple<const char*, Served, const char*, const char*> cases[] = {
+        // what, what is served, where the feed is afterwards if elsewhere, its title
         {"a permanent redirect", {{"/a", Gone("/b")}, {"/b", Document("B", {{"1", "/1.mp3"}})}}, "/b", "B"},
-        {"one that goes on for now",
-         {{"/a", Gone("/b")}, {"/b", Response::Redirect("/c")}, {"/c", Feed("C", "")}},
-         "/b",
-         "C"},
-        {"a redirect for now", {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "")}}, "", "B"},
-        {"for now, then for good",
-         {{"/a", Response::Redirect("/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "")}},
-         "",
-         "C"},
+        {"one that goes on for now", {{"/a", Gone("/b")}, {"/b", Away("/c")}, {"/c", Feed("C", "")}}, "/b", "C"},
+        {"a redirect for now", {{"/a", Away("/b")}, {"/b", Feed("B", "")}}, "", "B"},
+        {"for now, then for good", {{"/a", Away("/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "")}}, "", "C"},
         {"the document's word", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/b")}}, "/b", "B"},
         {"a chain of words", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
         {"a word, then a redirect", {{"/a", Feed("A", "/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "/c")}}, "/c", "C"},
         {"a redirect, then a word", {{"/a", Gone("/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
-        {"a word for where a redirect for now leads",
-         {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "/b")}},
-         "/b",
-         "B"},
+        {"a word for where one for now leads", {{"/a", Away("/b")}, {"/b", Feed("B", "/b")}}, "/b", "B"},
         {"its own address", {{"/a", Feed("A", "/a")}}, "", "A"},
         {"an address that gives no feed", {{"/a", Feed("A", "/none")}}, "", "A"},
         {"a page", {{"/a", Feed("A", "/b")}, {"/b", Response::Of("<html>soon", "text/html")}}, "", "A"},
