@@ -51,9 +51,8 @@ class Table : public HostTest {
 protected:
     void SetUp() override {
         Storage->OffersFiles = Storage->OffersSubscriptions = true;
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity()), S_OK);
     }
-    IUnknown* Identity() { return static_cast<IVEXAPropertyList2*>(Storage.Get()); }
 
     void Open() {
         Library.emplace(Host.Library());
@@ -142,9 +141,9 @@ QAction* ActionNamed(const QMenu* menu, const QString& name) {
 }  // namespace
 
 TEST_F(Table, OnlyRowsInSightAreRead) {
-    Storage->Episodes.clear();
+    Storage->Rows.clear();
     for (int i = 0; i < 5000; ++i)
-        Storage->Episodes.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
+        Storage->Rows.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
     Open();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5000; }));
     EXPECT_EQ(Ranges(), QStringList("0,100"));
@@ -168,13 +167,13 @@ TEST_F(Table, AReloadKeepsCurrentRowAndSelection) {
     Pane->View()->selectionModel()->select(Pane->Model().index(Pane->Model().FindFile("episode://e4"), 0),
                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
     // Rows are inserted before the selected ones, then one of those is removed.
-    Storage->Episodes.insert(Storage->Episodes.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
+    Storage->Rows.insert(Storage->Rows.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
     QSignalSpy shown(&Pane->Model(), &TableModel::Shown);
     Pane->Model().Reload();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 6 && shown.count() > 0; }));
     EXPECT_EQ(Pane->CurrentFile(), "episode://e2");
     EXPECT_EQ(Pane->SelectedFiles(), QStringList({"episode://e2", "episode://e4"}));
-    std::erase_if(Storage->Episodes, [](const auto& episode) { return episode.ID == "e2"; });
+    std::erase_if(Storage->Rows, [](const auto& episode) { return episode.ID == "e2"; });
     Pane->Model().Reload();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5; }));
     EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // the row that took its place
@@ -220,9 +219,7 @@ TEST_F(Table, ACaptionSetAfterItsTaskHasBegunIsShown) {
 }
 
 TEST(ShowNotes, BecomeHarmlessHtml) {
-    struct {
-        const char *Notes, *Html;
-    } const cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"One\nTwo <3", "One<br>Two &lt;3"},
         {"See https://a.b/c?d=1&e=2.", "See <a href=\"https://a.b/c?d=1&amp;e=2\">https://a.b/c?d=1&amp;e=2</a>."},
         {"0:45 start, 1:02:03 end, 10:75 no",
@@ -233,7 +230,7 @@ TEST(ShowNotes, BecomeHarmlessHtml) {
         {"<a href=\"https://x.y\">https://x.y</a>", "<a href=\"https://x.y\">https://x.y</a>"},
         {"<b>open <script>never closed", "<b>open "},
     };
-    for (const auto& c : cases) EXPECT_EQ(ShowNotesHtml(c.Notes), c.Html) << c.Notes;
+    for (const auto& [text, html] : cases) EXPECT_EQ(ShowNotesHtml(text), html) << text;
     vexa::host::ShowNotes notes;
     EXPECT_TRUE(notes.loadResource(QTextDocument::ImageResource, QUrl("file:///dev/zero")).toByteArray().isEmpty());
     QSignalSpy seeks(&notes, &ShowNotes::SeekWanted);
