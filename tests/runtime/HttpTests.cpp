@@ -173,10 +173,8 @@ TEST_F(Http, SendsItsNameCompressesOnlyDocumentsAndKeepsAConnectionPerThread) {
 
 TEST_F(Http, ReportsWhereRedirectsLedAndWhichArePermanent) {
     const QByteArray gone = "301 Moved Permanently", forGood = "308 Permanent Redirect";
-    struct {
-        QList<QByteArray> Statuses;
-        int PermanentHops;
-    } const chains[] = {
+    // The statuses of the redirects, and how many of them count as permanent.
+    const std::pair<QList<QByteArray>, int> chains[] = {
         {{}, 0},
         {{gone}, 1},
         {{forGood}, 1},
