@@ -5,6 +5,8 @@
 
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 namespace podcasts {
 namespace {
 
@@ -16,35 +18,25 @@ TEST(FeedLocations, AreMadeOfAddressesAsUsersWriteThem) {
     WriteWhole(file, "<rss/>");
     WriteWhole(list, "<opml/>");
     const QString both = "https://h.org/f|http://h.org/f";
-    const std::pair<QString, QString> cases[] = {
+    std::vector<std::pair<QString, QString>> cases = {
         {" \n https://h.org/f \r\n", "https://h.org/f"},
         {"HTTPS://H.org/F", "https://H.org/F"},
         {"http://h.org/a b", "http://h.org/a b"},
         {"feed:https://h.org/f", "https://h.org/f"},
         {"FEED:http://h.org/f", "http://h.org/f"},
         {"feed://https://h.org/f", "https://h.org/f"},
-        {"feed://h.org/f", both},
-        {"feed:h.org/f", both},
-        {"Itpc://h.org/f", both},
-        {"pcast://h.org/f", both},
-        {"podcast://h.org/f", both},
         {"feed://localhost/f", "https://localhost/f|http://localhost/f"},
-        {"h.org/f", both},
         {"127.0.0.1:80/f", "https://127.0.0.1:80/f|http://127.0.0.1:80/f"},
         {file, file},
         {" " + file + "\n", file},
         {QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded), file},
-        {list, ""},
-        {folder.File("none.xml"), ""},
-        {"none.xml", ""},
-        {"file:///none.xml", ""},
-        {"feed:", ""},
-        {"feed:ftp://h.org/f", ""},
-        {"ftp://h.org/f", ""},
-        {"feedback", ""},
-        {"see h.org", ""},
-        {"", ""},
     };
+    for (const char* text :
+         {"feed://h.org/f", "feed:h.org/f", "Itpc://h.org/f", "pcast://h.org/f", "podcast://h.org/f", "h.org/f"})
+        cases.emplace_back(text, both);
+    for (const QString& text : {list, folder.File("none.xml"), u"none.xml"_s, u"file:///none.xml"_s, u"feed:"_s,
+                                u"feed:ftp://h.org/f"_s, u"ftp://h.org/f"_s, u"feedback"_s, u"see h.org"_s, QString()})
+        cases.emplace_back(text, "");
     for (const auto& [text, locations] : cases) {
         EXPECT_EQ(FeedLocationsOf(text).join('|'), locations) << text.toStdString();
         EXPECT_EQ(IsFeedLocation(text), !locations.isEmpty()) << text.toStdString();
