@@ -19,7 +19,6 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -104,15 +103,14 @@ protected:
         return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
     QString WriteFeed() {
+        QByteArray items;
+        for (const char* number : {"0", "1", "2"})
+            items += QByteArray(
+                         "<item><title>Part N</title><guid>gN</guid>"
+                         "<enclosure url='http://127.0.0.1:9/N.mp3' type='audio/mpeg'/></item>")
+                         .replace("N", number);
         const QString name = Profile.File("tides.xml");
-        QFile file(name);
-        if (!file.open(QIODevice::WriteOnly)) return {};
-        file.write("<rss version='2.0'><channel><title>Tides</title>");
-        for (int i = 0; i < 3; ++i)
-            file.write(QByteArray("<item><title>Part " + QByteArray::number(i) + "</title><guid>g" +
-                                  QByteArray::number(i) + "</guid><enclosure url='http://127.0.0.1:9/" +
-                                  QByteArray::number(i) + ".mp3' type='audio/mpeg'/></item>"));
-        file.write("</channel></rss>");
+        WriteWhole(name, "<rss version='2.0'><channel><title>Tides</title>" + items + "</channel></rss>");
         return name;
     }
     void Subscribe() {
