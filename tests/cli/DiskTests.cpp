@@ -3,8 +3,6 @@
 #include "FileSizeLimit.h"
 #include "Program.h"
 
-#include <QDir>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -7,8 +7,6 @@
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
-#include <optional>
-
 namespace tests {
 
 using namespace vexa;

@@ -4,7 +4,6 @@
 #include "TempFolder.h"
 #include "Texts.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcessEnvironment>

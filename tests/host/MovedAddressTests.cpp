@@ -8,7 +8,6 @@
 
 #include <QScrollBar>
 #include <QTableView>
-#include <QTreeView>
 
 using namespace vexa::host;
 using tests::WaitUntil;

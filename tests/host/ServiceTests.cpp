@@ -9,7 +9,6 @@
 #include "Waiting.h"
 
 #include <QBuffer>
-#include <QDir>
 #include <QUrl>
 
 #include <attachedpictureframe.h>

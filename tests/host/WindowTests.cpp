@@ -33,7 +33,6 @@
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
-#include <QTreeView>
 #include <QTreeWidget>
 #include <QWheelEvent>
 
