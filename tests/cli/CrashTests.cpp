@@ -33,7 +33,7 @@ protected:
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Run(command).Status, 0);
         std::chrono::duration<double> whole = std::chrono::steady_clock::now() - begin;
-        const int rounds = Effort("VEXA_TEST_KILLS", 8);
+        const int rounds = Effort("VEXA_TEST_KILLS", 6);
         int killed = 0;
         for (int round = 0; killed < rounds && round < 4 * rounds && !HasFailure(); ++round) {
             prepare();

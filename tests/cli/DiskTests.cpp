@@ -3,8 +3,6 @@
 #include "FileSizeLimit.h"
 #include "Program.h"
 
-#include <QDir>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -46,7 +44,7 @@ TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
                                 "unsubscribe " + address};
     int failures = 0;
     for (const QString& command : commands) {
-        for (const rlim_t bytes : {0, 1, 200, 5'000, 30'000, 60'000, 90'000, 130'000}) {
+        for (const rlim_t bytes : {0, 200, 5'000, 30'000, 60'000, 130'000}) {
             const QStringList before = Stored();
             const Result result = RunPrepared(command, [bytes] {
                 const rlimit limit{bytes, bytes};

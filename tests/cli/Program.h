@@ -2,33 +2,21 @@
 // Runs the built programs as a user does: podcasts with a profile of its own, and servers on loopback for it.
 
 #include "PlainSqlite.h"
+#include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
-constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
-
-struct Result {
-    int Status = -1;
-    QString Out, Error;
-};
-
-/// Waits for a program's end.
-inline Result Finish(QProcess& program) {
-    if (program.state() != QProcess::NotRunning && !program.waitForFinished(kLongest))
-        return {-2, "", "it did not end"};
-    const int status = program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
-    return {status, QString::fromUtf8(program.readAllStandardOutput()),
-            QString::fromUtf8(program.readAllStandardError())};
-}
+using tests::Finish;
+using tests::kLongest;
+using tests::Result;
 
 /// Serves the files of a folder over HTTP.
 class FolderServer {

@@ -5,6 +5,8 @@
 
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 namespace podcasts {
 namespace {
 
@@ -16,35 +18,25 @@ TEST(FeedLocations, AreMadeOfAddressesAsUsersWriteThem) {
     WriteWhole(file, "<rss/>");
     WriteWhole(list, "<opml/>");
     const QString both = "https://h.org/f|http://h.org/f";
-    const std::pair<QString, QString> cases[] = {
+    std::vector<std::pair<QString, QString>> cases = {
         {" \n https://h.org/f \r\n", "https://h.org/f"},
         {"HTTPS://H.org/F", "https://H.org/F"},
         {"http://h.org/a b", "http://h.org/a b"},
         {"feed:https://h.org/f", "https://h.org/f"},
         {"FEED:http://h.org/f", "http://h.org/f"},
         {"feed://https://h.org/f", "https://h.org/f"},
-        {"feed://h.org/f", both},
-        {"feed:h.org/f", both},
-        {"Itpc://h.org/f", both},
-        {"pcast://h.org/f", both},
-        {"podcast://h.org/f", both},
         {"feed://localhost/f", "https://localhost/f|http://localhost/f"},
-        {"h.org/f", both},
         {"127.0.0.1:80/f", "https://127.0.0.1:80/f|http://127.0.0.1:80/f"},
         {file, file},
         {" " + file + "\n", file},
         {QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded), file},
-        {list, ""},
-        {folder.File("none.xml"), ""},
-        {"none.xml", ""},
-        {"file:///none.xml", ""},
-        {"feed:", ""},
-        {"feed:ftp://h.org/f", ""},
-        {"ftp://h.org/f", ""},
-        {"feedback", ""},
-        {"see h.org", ""},
-        {"", ""},
     };
+    for (const char* text :
+         {"feed://h.org/f", "feed:h.org/f", "Itpc://h.org/f", "pcast://h.org/f", "podcast://h.org/f", "h.org/f"})
+        cases.emplace_back(text, both);
+    for (const QString& text : {list, folder.File("none.xml"), u"none.xml"_s, u"file:///none.xml"_s, u"feed:"_s,
+                                u"feed:ftp://h.org/f"_s, u"ftp://h.org/f"_s, u"feedback"_s, u"see h.org"_s, QString()})
+        cases.emplace_back(text, "");
     for (const auto& [text, locations] : cases) {
         EXPECT_EQ(FeedLocationsOf(text).join('|'), locations) << text.toStdString();
         EXPECT_EQ(IsFeedLocation(text), !locations.isEmpty()) << text.toStdString();
@@ -167,6 +159,7 @@ protected:
                               ("</title><itunes:new-feed-url> " + address + " </itunes:new-feed-url><item>").toUtf8());
         return Response::Of(response.Body);
     }
+    static Response Away(const QByteArray& to) { return Response::Redirect(to); }
     static Response Gone(const QByteArray& to) { return Response::Redirect(to, "301 Moved Permanently"); }
     TPodcastRefreshOutcome Outcome(const QString& path) {
         Refresh(path);
@@ -175,29 +168,18 @@ protected:
 };
 
 TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
-    struct {
-        const char* Name;
-        std::vector<std::pair<QString, Response>> Served;
-        const char *To, *Title;
-    } const cases[] = {
+    using Served = std::vector<std::pair<QString, Response>>;
+    const std::tuple<const char*, Served, const char*, const char*> cases[] = {
+        // what, what is served, where the feed is afterwards if elsewhere, its title
         {"a permanent redirect", {{"/a", Gone("/b")}, {"/b", Document("B", {{"1", "/1.mp3"}})}}, "/b", "B"},
-        {"one that goes on for now",
-         {{"/a", Gone("/b")}, {"/b", Response::Redirect("/c")}, {"/c", Feed("C", "")}},
-         "/b",
-         "C"},
-        {"a redirect for now", {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "")}}, "", "B"},
-        {"for now, then for good",
-         {{"/a", Response::Redirect("/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "")}},
-         "",
-         "C"},
+        {"one that goes on for now", {{"/a", Gone("/b")}, {"/b", Away("/c")}, {"/c", Feed("C", "")}}, "/b", "C"},
+        {"a redirect for now", {{"/a", Away("/b")}, {"/b", Feed("B", "")}}, "", "B"},
+        {"for now, then for good", {{"/a", Away("/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "")}}, "", "C"},
         {"the document's word", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/b")}}, "/b", "B"},
         {"a chain of words", {{"/a", Feed("A", "/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
         {"a word, then a redirect", {{"/a", Feed("A", "/b")}, {"/b", Gone("/c")}, {"/c", Feed("C", "/c")}}, "/c", "C"},
         {"a redirect, then a word", {{"/a", Gone("/b")}, {"/b", Feed("B", "/c")}, {"/c", Feed("C", "")}}, "/c", "C"},
-        {"a word for where a redirect for now leads",
-         {{"/a", Response::Redirect("/b")}, {"/b", Feed("B", "/b")}},
-         "/b",
-         "B"},
+        {"a word for where one for now leads", {{"/a", Away("/b")}, {"/b", Feed("B", "/b")}}, "/b", "B"},
         {"its own address", {{"/a", Feed("A", "/a")}}, "", "A"},
         {"an address that gives no feed", {{"/a", Feed("A", "/none")}}, "", "A"},
         {"a page", {{"/a", Feed("A", "/b")}, {"/b", Response::Of("<html>soon", "text/html")}}, "", "A"},

@@ -1,20 +1,10 @@
 #include "EpisodeStorage.h"
 
-#include <algorithm>
-
 namespace tests {
 
 using namespace host;
 
-namespace {
-
-QString TextOf(IVEXAPropertyList* object, std::int32_t id) {
-    Ref<IVEXAString> text;
-    object->GetValueAsObject(id, IVEXAString::IID, text.PutVoid());
-    return ToQString(text.Get());
-}
-
-QString Value(const Episode& episode, const QString& field) {
+QString EpisodeStorage::Value(const Episode& episode, const QString& field) const {
     if (field == u"Title") return episode.Title;
     if (field == u"State") return QString::number(episode.State);
     if (field == u"Duration") return QString::number(episode.Duration);
@@ -23,13 +13,24 @@ QString Value(const Episode& episode, const QString& field) {
     return episode.ID;
 }
 
-bool Meets(const Episode& episode, const QString& field, const QString& value) {
+bool EpisodeStorage::Meets(const Episode& episode, const QString& field, const QString& value) const {
     if (field != u"Node") return Value(episode, field) == value;
     if (value.startsWith(u"show ")) return episode.Show == value.mid(5);
     return value == u"shows" || value == QString(u"state " + QString::number(episode.State));
 }
 
-}  // namespace
+std::vector<TreeNode> EpisodeStorage::NodesBelow(const QString& value) const {
+    if (value.startsWith(u"show ")) return {};
+    if (value.isEmpty()) return {{"new (2)", 3, 4, {"Node", u"state 1"_s}}, {"shows", 1, 0, {"Node", u"shows"_s}}};
+    return {{value == u"shows" ? u"A"_s : u"(1) A"_s, 2, 3, {"Node", u"show A"_s}}, {"B", 2, 3, {"Node", u"show B"_s}}};
+}
+
+void EpisodeStorage::OnAsked(const QString& asked) {
+    TLock lock(FMutex);
+    FAsked += asked;
+    FChanged.NotifyAll();
+    FChanged.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return !FIsHolding; });
+}
 
 HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept {
     const Ref<IVEXAObjectList> list(new ObjectList);
@@ -58,77 +59,12 @@ HResult EpisodeStorage::GetFields(std::int32_t schema, IVEXAObjectList** fields)
     return S_OK;
 }
 
-std::optional<std::vector<Episode>> EpisodeStorage::Select(IVEXAMLDataFilter* filter, QStringList* conditions) {
-    std::vector<Episode> found = Episodes;
-    for (std::int32_t i = 0; i < filter->GetChildCount(); ++i) {
-        Ref<IVEXAMLFieldFilter> child;
-        if (Failed(filter->GetChild(i, IVEXAMLFieldFilter::IID, child.PutVoid()))) return {};
-        const QString field = TextOf(child.Get(), IVEXAMLFieldFilter::Field);
-        const QString value = TextOf(child.Get(), IVEXAMLFieldFilter::Value1);
-        *conditions += QString(field + u'=' + value);
-        std::erase_if(found, [&](const Episode& episode) { return !Meets(episode, field, value); });
-    }
-    return found;
-}
-
-HResult EpisodeStorage::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept {
-    *data = nullptr;
-    QStringList names, conditions;
-    for (std::int32_t i = 0; i < fields->GetCount(); ++i) {
-        Ref<IVEXAString> name;
-        fields->GetObject(i, IVEXAString::IID, name.PutVoid());
-        names += ToQString(name.Get());
-    }
-    const auto selected = Select(filter, &conditions);
-    if (!selected) return E_FAIL;
-    std::vector<Episode> found = *selected;
-    QStringList order;
-    Ref<IVEXAObjectList> sort;
-    filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, sort.PutVoid());
-    for (std::int32_t i = sort ? sort->GetCount() : 0; i-- > 0;) {
-        Ref<IVEXAString> name;
-        Ref<IVEXAMLSortDirection> direction;
-        sort->GetObject(i, IVEXAString::IID, name.PutVoid());
-        sort->GetObject(i, IVEXAMLSortDirection::IID, direction.PutVoid());
-        const QString field = ToQString(name.Get());
-        std::int32_t value = 0;
-        direction->GetValue(&value);
-        std::stable_sort(found.begin(), found.end(), [&](const Episode& a, const Episode& b) {
-            return value == IVEXAMLSortDirection::Descending ? Value(b, field) < Value(a, field)
-                                                             : Value(a, field) < Value(b, field);
-        });
-        order.prepend(QString(field + u':' + QString::number(value)));
-    }
-    std::int32_t offset = 0, limit = 0;
-    filter->GetValueAsInt32(IVEXAMLDataFilter::Offset, &offset);
-    filter->GetValueAsInt32(IVEXAMLDataFilter::Limit, &limit);
-    {
-        vexa::TLock lock(FMutex);
-        FAsked += QStringList{names.join(u' '), conditions.join(u' '), order.join(u' '),
-                              QString(QString::number(offset) + u',' + QString::number(limit))}
-                      .join(u';');
-        FChanged.NotifyAll();
-        FChanged.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return !FIsHolding; });
-    }
-    std::vector<QStringList> rows;
-    for (std::size_t i = limit > 0 ? static_cast<std::size_t>(offset) : 0; i < found.size(); ++i) {
-        if (limit > 0 && rows.size() == static_cast<std::size_t>(limit)) break;
-        QStringList row;
-        for (const QString& name : names) row += Value(found[i], name);
-        rows.push_back(row);
-    }
-    Ref<IUnknown> result(new ObjectList);
-    if (!rows.empty()) result = Ref<IUnknown>(new TextRows(rows));
-    *data = result.Detach();
-    return S_OK;
-}
-
 HResult EpisodeStorage::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                              IVEXAMLGroupingTreeSelection** selection) noexcept {
     *filter = nullptr;
     *selection = nullptr;
     const QString file = TextOf(info, IVEXAFileInfo::FileName);
-    for (const Episode& episode : Episodes) {
+    for (const Episode& episode : Rows) {
         if (file != QString(u"episode://" + episode.ID)) continue;
         std::vector<TreePair> path{{"Node", u"shows"_s}, {"Node", QString(u"show " + episode.Show)}};
         *selection = Ref<IVEXAMLGroupingTreeSelection>(new TreeSelection(path)).Detach();
@@ -138,8 +74,7 @@ HResult EpisodeStorage::Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
 }
 
 HResult EpisodeStorage::GetRowCount(IVEXAObjectList*, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept {
-    QStringList conditions;
-    const auto selected = Select(filter, &conditions);
+    const auto selected = Select(filter);
     if (!selected) return E_FAIL;
     *count = static_cast<std::int64_t>(selected->size());
     return S_OK;
@@ -148,10 +83,8 @@ HResult EpisodeStorage::GetRowCount(IVEXAObjectList*, IVEXAMLDataFilter* filter,
 HResult EpisodeStorage::Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept {
     RunInMainThread(
         [addresses = Ref<IVEXAObjectList>(addresses), events = Ref<IVEXAMLSubscriptionEvents>(events)] {
-            for (std::int32_t i = 0; i < addresses->GetCount(); ++i) {
-                Ref<IVEXAString> address;
-                addresses->GetObject(i, IVEXAString::IID, address.PutVoid());
-                const QString text = ToQString(address.Get());
+            for (const QString& text : ToQStringList(addresses.Get())) {
+                const Ref<IVEXAString> address = MakeString(text);
                 const auto choices = Query<IVEXAMLSubscriptionChoices>(events.Get());
                 if (choices && text.endsWith(u"several")) {
                     choices->OnChoices(address.Get(), MakeStringList({"http://x", "http://y"}).Get(),

@@ -7,8 +7,6 @@
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
-#include <optional>
-
 namespace tests {
 
 using namespace vexa;
@@ -35,50 +33,17 @@ private:
     QString FText;
 };
 
-/// "new" and "shows" with the shows below each of them. Values are "state 1", "shows", "show NAME".
-class EpisodeTree final : public RefCountedObject<IVEXAMLGroupingTreeDataProvider> {
+/// The tree has "new" and "shows", with the shows below each of them; its values are "state 1", "shows", "show NAME".
+class EpisodeStorage final : public RowStorage<Episode, IVEXAMLDataStorageCommandFindInLibrary, IVEXAMLTaskProgress,
+                                               IVEXAMLSubscriptionStorage> {
 public:
-    HResult AddSelectionConditions(IVEXAMLDataFilter* filter, IVEXAMLGroupingTreeSelection* path) noexcept override {
-        for (const host::TreePair& pair : host::ReadSelection(path)) {
-            const Variant value = host::ToVariant(pair.Value);
-            filter->Add(host::MakeString(pair.Field).Get(), &value, nullptr, IVEXAMLFieldFilter::Equals, nullptr);
-        }
-        return S_OK;
-    }
-    std::uint32_t GetCapabilities() noexcept override { return HideAllData; }
-    HResult ListChildren(IVEXAMLGroupingTreeSelection* parent,
-                         IVEXAMLGroupingTreeDataProviderSelection** nodes) noexcept override {
-        const auto pairs = host::ReadSelection(parent);
-        if (pairs.size() > 1) return E_INVALIDARG;
-        const QString value = pairs.empty() ? QString() : std::get<QString>(pairs[0].Value);
-        if (value.startsWith(u"show ")) return E_FAIL;
-        std::vector<host::TreeNode> list;
-        if (value.isEmpty())
-            list = {{"new (2)", 3, 4, {"Node", u"state 1"_s}}, {"shows", 1, 0, {"Node", u"shows"_s}}};
-        else
-            list = {{value == u"shows" ? u"A"_s : u"(1) A"_s, 2, 3, {"Node", u"show A"_s}},
-                    {"B", 2, 3, {"Node", u"show B"_s}}};
-        *nodes = Ref<FixedNodes>(new FixedNodes(list)).Detach();
-        return S_OK;
-    }
-    HResult GetFieldForAlphabeticIndex(IVEXAString**) noexcept override { return E_NOTIMPL; }
-};
+    explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s)
+        : RowStorage(id, "Episodes",
+                     {{"e1", "Tide", "A", 1, 60},
+                      {"e2", "Bell", "B", 1, 90.5},
+                      {"e3", "Fog", "A", 0, 30},
+                      {"e4", "Storm", "A", 2, 45}}) {}
 
-class EpisodeStorage final : public host::PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage,
-                                                       IVEXAMLDataProvider, IVEXAMLDataStorageCommandFindInLibrary,
-                                                       IVEXAMLTaskProgress, IVEXAMLSubscriptionStorage> {
-public:
-    explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s) {
-        SetValueAsObject(IVEXAMLExtensionDataStorage::ID, host::MakeString(id).Get());
-        SetValueAsObject(IVEXAMLExtensionDataStorage::Caption, host::MakeString("Episodes").Get());
-        SetValueAsInt32(IVEXAMLExtensionDataStorage::Capabilities, 7);
-    }
-
-    std::vector<Episode> Episodes{{"e1", "Tide", "A", 1, 60},
-                                  {"e2", "Bell", "B", 1, 90.5},
-                                  {"e3", "Fog", "A", 0, 30},
-                                  {"e4", "Storm", "A", 2, 45}};
-    Ref<IVEXAMLDataStorageManager> Manager;
     host::BackgroundTask::Position Progress{};  // of every task; unknown while Count is 0
     std::vector<std::int32_t> CancelledTasks;
     bool OffersSubscriptions = false;
@@ -87,7 +52,7 @@ public:
     /// From now on requests wait inside the storage until LetThrough.
     void Hold() { SetHolding(true); }
     void LetThrough() { SetHolding(false); }
-    /// The requests so far, each as "Title Duration;State=1;sort Title:2;2,1".
+    /// The requests so far, as OnAsked gets them.
     QStringList Asked() {
         const TLock lock(FMutex);
         return FAsked;
@@ -101,20 +66,7 @@ public:
         if (iid == IVEXAMLSubscriptionStorage::IID && !OffersSubscriptions) return *object = nullptr, E_NOINTERFACE;
         return PropertyList::QueryInterface(iid, object);
     }
-    void Finalize() noexcept override { Manager = nullptr; }
-    void Initialize(IVEXAMLDataStorageManager* manager) noexcept override {
-        Manager = Ref<IVEXAMLDataStorageManager>(manager);
-    }
-    HResult LoadConfig(IUnknown*) noexcept override { return S_OK; }
-    HResult SaveConfig(IUnknown*) noexcept override { return S_OK; }
-    void FlushCache() noexcept override {}
     HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override;
-    HResult GetGroupingPresets(std::int32_t schema, IVEXAMLGroupingPresets* presets) noexcept override {
-        if (schema != kSchemaTree) return S_OK;
-        const Ref<EpisodeTree> tree(new EpisodeTree);
-        return presets->Add(host::MakeString("Default").Get(), nullptr, 0, tree.Get());
-    }
-    HResult GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, IUnknown** data) noexcept override;
     HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
                  IVEXAMLGroupingTreeSelection** selection) noexcept override;
 
@@ -135,8 +87,13 @@ public:
     HResult GetOutcomes(std::int32_t taskID, std::int32_t first, IVEXAObjectList** outcomes) noexcept override;
 
 private:
-    /// The episodes that satisfy a filter's conditions; nothing when the filter contains anything else.
-    std::optional<std::vector<Episode>> Select(IVEXAMLDataFilter* filter, QStringList* conditions);
+    QString Value(const Episode& episode, const QString& field) const override;
+    bool Meets(const Episode& episode, const QString& field, const QString& value) const override;
+    bool Contains(const Episode& episode, const QString& search) const override {
+        return episode.Title.contains(search);
+    }
+    std::vector<host::TreeNode> NodesBelow(const QString& value) const override;
+    void OnAsked(const QString& asked) override;
     void SetHolding(bool isHolding) {
         const TLock lock(FMutex);
         FIsHolding = isHolding;

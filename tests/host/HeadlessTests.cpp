@@ -1,12 +1,11 @@
 // The built program in headless mode, driven by lines as from a script.
 
+#include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QProcessEnvironment>
 
 #include <gtest/gtest.h>
@@ -14,8 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 
 struct Outcome {
     int Status = -1;
@@ -38,12 +35,10 @@ Outcome RunProgram(const QStringList& options, const QByteArray& input) {
     Start(program, options);
     program.write(input);
     program.closeWriteChannel();
-    if (!program.waitForFinished(kLongest)) return {-2, {}, "it did not end"};
-    Outcome outcome{program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1,
-                    {},
-                    QString::fromUtf8(program.readAllStandardError())};
-    for (const QByteArray& line : program.readAllStandardOutput().split('\n'))
-        if (!line.isEmpty()) outcome.Answers += QJsonDocument::fromJson(line).object();
+    const tests::Result result = tests::Finish(program);
+    Outcome outcome{result.Status, {}, result.Error};
+    for (const QString& line : result.Out.split('\n', Qt::SkipEmptyParts))
+        outcome.Answers += QJsonDocument::fromJson(line.toUtf8()).object();
     return outcome;
 }
 
@@ -66,10 +61,7 @@ TEST_F(Headless, EveryLineIsAnsweredInOrder) {
                 "config set A\\b \"1  2\"\nconfig get A\\b\nconfig get A\\c\nconfig get A\\c \"\"\nno "
                 "such\nart\nunload\nplugin");
     EXPECT_EQ(outcome.Status, 0) << outcome.Error.toStdString();
-    struct {
-        bool IsOk;
-        QString Key, Value;
-    } const expected[] = {
+    const std::tuple<bool, QString, QString> expected[] = {
         {false, "error", "no plug-in is loaded: load one first"},
         {true, "name", "Test"},
         {false, "error", "a plug-in is loaded already: unload it first"},
@@ -89,8 +81,9 @@ TEST_F(Headless, EveryLineIsAnsweredInOrder) {
     ASSERT_EQ(outcome.Answers.size(), std::ssize(expected));
     for (qsizetype i = 0; i < outcome.Answers.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(outcome.Answers[i][u"ok"].toBool(), expected[i].IsOk);
-        EXPECT_EQ(outcome.Answers[i][expected[i].Key].toString(), expected[i].Value);
+        const auto& [isOk, key, value] = expected[i];
+        EXPECT_EQ(outcome.Answers[i][u"ok"].toBool(), isOk);
+        EXPECT_EQ(outcome.Answers[i][key].toString(), value);
     }
     EXPECT_EQ(outcome.Answers[5][u"info"][u"FileName"].toString(), "test://a \"b");
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nb=1  2\n\n[Test]\nFinalized=1\nInitialized=1\n");
@@ -109,22 +102,18 @@ TEST_F(Headless, AHiddenServiceIsMissingForThePlugin) {
 }
 
 TEST_F(Headless, WrongOptionsAndPluginsAreReported) {
-    struct {
-        QStringList Options;
-        int Status;
-        const char* Error;
-    } const cases[] = {
+    const std::tuple<QStringList, int, const char*> cases[] = {
         {{}, 2, "--headless"},
         {Options({"--without", "nothing"}), 2, "there is no service nothing"},
         {Options({"--plugin", Profile.File("none.so")}), 1, "there is no file"},
         {Options({"stray"}), 2, "stray"},
         {{"--headless", "--profile", "/dev/null/x"}, 1, "cannot make the profile folder"},
     };
-    for (const auto& c : cases) {
-        const Outcome outcome = RunProgram(c.Options, "help\n");
-        EXPECT_EQ(outcome.Status, c.Status) << c.Error;
+    for (const auto& [options, status, error] : cases) {
+        const Outcome outcome = RunProgram(options, "help\n");
+        EXPECT_EQ(outcome.Status, status) << error;
         EXPECT_TRUE(outcome.Answers.isEmpty());
-        EXPECT_TRUE(outcome.Error.contains(c.Error)) << outcome.Error.toStdString();
+        EXPECT_TRUE(outcome.Error.contains(error)) << outcome.Error.toStdString();
     }
 }
 
@@ -132,10 +121,9 @@ TEST_F(Headless, ASignalEndsThePluginProperly) {
     QProcess program;
     Start(program, Options({"--plugin", TEST_PLUGIN}));
     program.write("help\n");
-    while (!program.canReadLine()) ASSERT_TRUE(program.waitForReadyRead(kLongest));
+    while (!program.canReadLine()) ASSERT_TRUE(program.waitForReadyRead(tests::kLongest));
     program.terminate();
-    ASSERT_TRUE(program.waitForFinished(kLongest));
-    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_EQ(tests::Finish(program).Status, 0);
     EXPECT_TRUE(ReadWhole(Profile.File("Settings.ini")).contains("Finalized=1"));
 }
 

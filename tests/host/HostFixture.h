@@ -9,8 +9,28 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 using namespace vexa;
+
+/// An event that calls a function.
+class Event final : public RefCountedObject<IVEXAActionEvent> {
+public:
+    explicit Event(std::function<void()> act) : FAct(std::move(act)) { ++Alive; }
+    ~Event() override { --Alive; }
+    void OnExecute(IUnknown*) noexcept override { FAct(); }
+    static inline int Alive = 0;
+
+private:
+    const std::function<void()> FAct;
+};
+
+inline QStringList Files(const host::Playlist& playlist) {
+    QStringList files;
+    for (const host::PlaylistEntry& entry : playlist.Entries()) files += entry.File;
+    return files;
+}
 
 class HostTest : public testing::Test {
 protected:

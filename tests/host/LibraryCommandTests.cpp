@@ -7,27 +7,20 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <functional>
-
 using namespace vexa::host;
 
 namespace {
 
-class Event final : public RefCountedObject<IVEXAActionEvent> {
-public:
-    explicit Event(std::function<void()> act) : FAct(std::move(act)) {}
-    void OnExecute(IUnknown*) noexcept override { FAct(); }
-
-private:
-    const std::function<void()> FAct;
+/// A line, and what AnswerTo gives for it.
+struct Case {
+    const char *Line, *Key, *Answer;
 };
 
 class LibraryCommands : public HostTest {
 protected:
     LibraryCommands() {
         Storage->OffersSubscriptions = true;
-        const Ref<IVEXAMLDataProvider> extension(Storage);
-        Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get());
+        Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity());
     }
 
     /// The member `key` of the answer to a line, or the error.
@@ -50,9 +43,7 @@ protected:
 }  // namespace
 
 TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
-    struct {
-        const char *Line, *Key, *Answer;
-    } const cases[] = {
+    const Case cases[] = {
         {"rows --where ID = e2", "rows",
          R"([{"Duration":90.5,"ID":"e2","State":"1","Title":"Bell","shown":{"State":"new"}}])"},
         {"rows --node shows --node \"show A\" --sort Title:desc --range 1,1 --fields Title", "rows",
@@ -61,6 +52,7 @@ TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
         {"count --where Node = \"state 2\"", "count", "1"},
         {"count", "count", "4"},
         {"count --node shows --node nobody", "count", "the tree has no node shows > nobody"},
+        {"count --node shows --node \"show A\" --node more", "count", "the tree has no node shows > show A > more"},
         {"rows --where Titel = x", "rows", "the storage has no field \"Titel\""},
         {"rows --where Title is x", "rows",
          "there is no operator is: take one of in = <> between < <= > >= contains begins ends"},
@@ -68,16 +60,18 @@ TEST_F(LibraryCommands, RowsAreReadAsTheOptionsSay) {
         {"rows --range 5", "rows", "a range is OFFSET,COUNT, such as 0,100"},
         {"rows Title", "rows", "there is no option Title: take --node, --where, --search, --sort, --range or --fields"},
         {"fields 10", "fields", R"(["Title","State"])"},
+        {"tree", "nodes",
+         R"-([{"caption":"new (2)","field":"Node","hasChildren":true,"image":4,"standalone":true,"value":"state 1"},)-"
+         R"({"caption":"shows","field":"Node","hasChildren":true,"image":0,"standalone":false,"value":"shows"}])"},
         {"tree shows", "nodes",
          R"([{"caption":"A","field":"Node","hasChildren":false,"image":3,"standalone":true,"value":"show A"},)"
          R"({"caption":"B","field":"Node","hasChildren":false,"image":3,"standalone":true,"value":"show B"}])"},
         {"tree shows \"show A\"", "nodes", "[]"},
         {"find episode://e1", "node", R"([{"field":"Node","value":"shows"},{"field":"Node","value":"show A"}])"},
         {"find episode://e9", "node", "episode://e9 is not in the library"},
+        {"rows --where ID in e1|e2", "", "the storage could not read its rows (0x80004005)"},  // no arrays
     };
     for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
-    EXPECT_EQ(AnswerTo("rows --where ID in e1|e2", ""),
-              "the storage could not read its rows (0x80004005)");  // no arrays
 }
 
 TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
@@ -85,25 +79,27 @@ TEST_F(LibraryCommands, TasksAndSubscriptionsAreAwaitedAndReported) {
     Storage->Manager->BackgroundTaskStarted(2, caption.Get(), nullptr);
     EXPECT_EQ(AnswerTo("tasks", "tasks"), R"([{"canCancel":true,"caption":"Refreshing","id":2}])");
     Storage->Progress = {1, 2, 0.5};
-    EXPECT_EQ(AnswerTo("tasks", "tasks"),
-              R"([{"canCancel":true,"caption":"Refreshing","count":2,"id":2,"item":1,"share":0.5}])");
-    EXPECT_EQ(AnswerTo("tasks", "downloads"), "[]");
-    EXPECT_EQ(AnswerTo("tasks", "refresh"),
-              R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
-              R"("refused":false}])");
-    EXPECT_EQ(AnswerTo("cancel 2", "ok"), "true");
+    const Case cases[] = {
+        {"tasks", "tasks", R"([{"canCancel":true,"caption":"Refreshing","count":2,"id":2,"item":1,"share":0.5}])"},
+        {"tasks", "downloads", "[]"},
+        {"tasks", "refresh",
+         R"([{"caption":"","dropped":false,"error":"","file":"","item":"http://feed","moved":"","new":3,)"
+         R"("refused":false}])"},
+        {"cancel 2", "ok", "true"},
+        {"cancel 1", "", "there is no task 1: tasks lists them"},
+        {"subscribe http://a no http://known", "results",
+         R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
+         R"({"address":"no","code":"0x80070057","text":"said"},)"
+         R"({"address":"http://known","code":"0x80004004","text":"said"}])"},
+        {"subscribe http://several", "results",
+         R"([{"address":"http://several","choices":[{"address":"http://x","title":"X"},)"
+         R"({"address":"http://y","title":""}]}])"},
+        {"import empty.opml", "results", "[]"},
+        {"import none.opml", "results", "no such file"},
+        {"export out.opml", "", "out.opml cannot be written"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(AnswerTo(c.Line, c.Key), c.Answer) << c.Line;
     EXPECT_EQ(Storage->CancelledTasks, std::vector<std::int32_t>{2});
-    EXPECT_EQ(AnswerTo("cancel 1", ""), "there is no task 1: tasks lists them");
-    EXPECT_EQ(AnswerTo("subscribe http://a no http://known", "results"),
-              R"([{"address":"http://a","code":"0x00000000","text":"said"},)"
-              R"({"address":"no","code":"0x80070057","text":"said"},)"
-              R"({"address":"http://known","code":"0x80004004","text":"said"}])");
-    EXPECT_EQ(AnswerTo("subscribe http://several", "results"),
-              R"([{"address":"http://several","choices":[{"address":"http://x","title":"X"},)"
-              R"({"address":"http://y","title":""}]}])");
-    EXPECT_EQ(AnswerTo("import empty.opml", "results"), "[]");
-    EXPECT_EQ(AnswerTo("import none.opml", "results"), "no such file");
-    EXPECT_EQ(AnswerTo("export out.opml", ""), "out.opml cannot be written");
     Storage->OffersSubscriptions = false;
     EXPECT_EQ(AnswerTo("subscribe http://a", ""), "the storage is none of subscriptions");
 }
@@ -113,7 +109,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
     const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     QStringList done;
     const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {
-        const Ref<IVEXAMenuItem> item(new MenuItem);
+        const Ref<IVEXAMenuItem> item(new vexa::host::MenuItem);
         item->SetValueAsObject(IVEXAMenuItem::ID, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());
@@ -130,9 +126,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
         for (const QString& file : ToQStringList(files.Get()))
             add(file, menu, IVEXAMenuItem::Event, [&done, file] { done += file; });
     });
-    struct {
-        const char *Line, *Key, *Answer;
-    } const cases[] = {
+    const Case cases[] = {
         {"menu 71", "items",
          R"([{"caption":"Files","children":[],"enabled":true,"glyph":false,"id":"Files","visible":false}])"},
         {"run Files/0", "", "the action Files has 0 entries"},
@@ -161,8 +155,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
 
 TEST_F(LibraryCommands, AnAddressIsResolvedToItsPresentOne) {
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
-    const Ref<IVEXAFileSystemCommandPresentAddress> extension(moving);
-    Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, extension.Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, moving->Identity());
     moving->Move("episode://a", "episode://b");
     EXPECT_EQ(AnswerTo("present episode://a", "present"), "\"episode://b\"");
     EXPECT_EQ(AnswerTo("present episode://a", "moves"), "1");

@@ -5,24 +5,9 @@
 #include "MenuBuilder.h"
 #include "Streams.h"
 
-#include <QBuffer>
-
-#include <functional>
-
 using namespace vexa::host;
 
 namespace {
-
-class Event final : public RefCountedObject<IVEXAActionEvent> {
-public:
-    explicit Event(std::function<void()> act) : FAct(std::move(act)) { ++Alive; }
-    ~Event() override { --Alive; }
-    void OnExecute(IUnknown*) noexcept override { FAct(); }
-    static inline int Alive = 0;
-
-private:
-    const std::function<void()> FAct;
-};
 
 class Menus : public HostTest {
 protected:
@@ -136,13 +121,9 @@ TEST_F(Menus, AShortcutActsOnThePresentSelection) {
         mark->SetValueAsInt32(IVEXAMenuItem::Visible, !collected.isEmpty());
     });
     const QKeySequence keys(Qt::CTRL | Qt::Key_R);
-    struct {
-        QString Selected;
-        bool Runs;
-    } const cases[] = {{"a", true}, {"", false}, {"refused", false}, {"b", true}};
-    for (const auto& c : cases) {
-        selected = c.Selected;
-        EXPECT_EQ(Host.Menus().RunShortcut(keys), c.Runs) << c.Selected.toStdString();
+    for (const auto& [now, runs] : {std::pair("a", true), {"", false}, {"refused", false}, {"b", true}}) {
+        selected = now;
+        EXPECT_EQ(Host.Menus().RunShortcut(keys), runs) << now;
     }
     EXPECT_EQ(Done, QStringList({"a", "b"}));
     EXPECT_FALSE(Host.Menus().RunShortcut(keys, kMenuLibraryTable)) << "it is of the menu left out";

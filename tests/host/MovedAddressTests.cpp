@@ -8,18 +8,11 @@
 
 #include <QScrollBar>
 #include <QTableView>
-#include <QTreeView>
 
 using namespace vexa::host;
 using tests::WaitUntil;
 
 namespace {
-
-QStringList Files(const Playlist& playlist) {
-    QStringList files;
-    for (const PlaylistEntry& entry : playlist.Entries()) files += entry.File;
-    return files;
-}
 
 class MovedAddresses : public HostTest {
 protected:
@@ -28,10 +21,8 @@ protected:
         Register(Host);
     }
     void Register(host::Host& host) {
-        const Ref<IVEXAMLDataProvider> storage(Storage);
-        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, storage.Get()), S_OK);
-        const Ref<IVEXAFileSystemCommandPresentAddress> files(Moving);
-        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, files.Get()), S_OK);
+        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity()), S_OK);
+        EXPECT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, Moving->Identity()), S_OK);
         host.Addresses().Start();
     }
     bool Settle() {
@@ -150,8 +141,8 @@ TEST_F(MovedAddresses, ASmartPlaylistKeepsItsSelection) {
     list->Select({1, 3});
     list->FocusEntry(3);
     ASSERT_EQ(Files(*list), QStringList({"episode://e1", "episode://e3", "episode://e4", "episode://e2"}));
-    Storage->Episodes[2].ID = "moved";
-    Storage->Episodes[1].ID = "gone";
+    Storage->Rows[2].ID = "moved";
+    Storage->Rows[1].ID = "gone";
     // Without counting, the new rows arrive before the playlist is told about the move.
     Moving->Move("episode://e3", "episode://moved", false);
     Storage->Manager->Changed();
@@ -163,8 +154,8 @@ TEST_F(MovedAddresses, ASmartPlaylistKeepsItsSelection) {
 }
 
 TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
-    Storage->Episodes.clear();
-    for (int i = 0; i < 300; ++i) Storage->Episodes.push_back({"e" + QString::number(i), "T", "A", 1, 60});
+    Storage->Rows.clear();
+    for (int i = 0; i < 300; ++i) Storage->Rows.push_back({"e" + QString::number(i), "T", "A", 1, 60});
     for (const bool isCounted : {false, true}) {
         // Without counting, the new rows arrive before the table is told about the moves.
         SCOPED_TRACE(isCounted);
@@ -174,7 +165,7 @@ TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
         table.resize(600, 400);
         table.show();
         LibraryController library(Host, tree, table);
-        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(Storage->Episodes.size()); }));
+        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(Storage->Rows.size()); }));
         table.View()->selectRow(50);
         table.View()->selectionModel()->select(QItemSelection(table.Model().index(48, 0), table.Model().index(52, 0)),
                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
@@ -184,13 +175,13 @@ TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
         ASSERT_EQ(table.View()->rowAt(0), 45);
 
         for (std::size_t i = 40; i < 60; ++i) {
-            QString& id = Storage->Episodes[i].ID;
+            QString& id = Storage->Rows[i].ID;
             const QString present = name + QString::number(i);
             Moving->Move("episode://" + id, "episode://" + present, isCounted);
             id = present;
         }
-        const auto rows = Storage->Episodes.size();
-        Storage->Episodes.insert(Storage->Episodes.begin(), 3, {name, "New", "A", 1, 1});
+        const auto rows = Storage->Rows.size();
+        Storage->Rows.insert(Storage->Rows.begin(), 3, {name, "New", "A", 1, 1});
         Storage->Manager->Changed();
         ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(rows) + 3; }));
         QStringList selected;

@@ -18,6 +18,7 @@ class MovingFiles final : public host::PropertyList<IVEXAExtensionFileSystem, IV
                                                     IVEXAExtensionPlayerHook> {
 public:
     MovingFiles() { Set(Scheme, QStringLiteral("episode")); }
+    IUnknown* Identity() { return static_cast<IVEXAExtensionPlayerHook*>(this); }
 
     /// Without `isCounted` the count of moves does not change, so that only those who ask about the address find it.
     void Move(const QString& before, const QString& present, bool isCounted = true) {

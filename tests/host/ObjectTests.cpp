@@ -22,15 +22,6 @@ namespace {
 constexpr std::int32_t kProperty = IVEXAFileInfo::Title;
 using Value = PropertyValue;
 
-struct Conversion {
-    const char* What;
-    Value Stored;
-    std::optional<std::int32_t> AsInt32;
-    std::optional<std::int64_t> AsInt64;
-    std::optional<double> AsFloat;
-    QString AsText;
-};
-
 QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -55,26 +46,28 @@ QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
 TEST(Objects, APropertyIsConvertedIfNothingIsLost) {
     constexpr auto kBig = (std::int64_t{1} << 53) + 1;
     const auto none = std::nullopt;
-    const Conversion cases[] = {
-        {"small", std::int32_t{-7}, -7, -7, -7.0, "-7"},
-        {"wide", std::int64_t{1} << 40, none, std::int64_t{1} << 40, 1099511627776.0, "1099511627776"},
-        {"no double", kBig, none, kBig, none, "9007199254740993"},
-        {"whole double", 12.0, 12, 12, 12.0, "12"},
-        {"fraction", 0.1, none, none, 0.1, "0.1"},
-        {"beyond 64 bits", 1e19, none, none, 1e19, "1e+19"},
-        {"NaN", std::numeric_limits<double>::quiet_NaN(), none, none, none, "nan"},
-        {"number's text", QString("42"), 42, 42, 42.0, "42"},
-        {"fraction's text", QString("1.5"), none, none, 1.5, "1.5"},
-        {"text", QString("x"), none, none, none, "x"},
-        {"empty text", QString(""), none, none, none, ""},
+    using Case =
+        std::tuple<Value, std::optional<std::int32_t>, std::optional<std::int64_t>, std::optional<double>, QString>;
+    const Case cases[] = {
+        {std::int32_t{-7}, -7, -7, -7.0, "-7"},
+        {std::int64_t{1} << 40, none, std::int64_t{1} << 40, 1099511627776.0, "1099511627776"},
+        {kBig, none, kBig, none, "9007199254740993"},
+        {12.0, 12, 12, 12.0, "12"},
+        {0.1, none, none, 0.1, "0.1"},
+        {1e19, none, none, 1e19, "1e+19"},
+        {std::numeric_limits<double>::quiet_NaN(), none, none, none, "nan"},
+        {QString("42"), 42, 42, 42.0, "42"},
+        {QString("1.5"), none, none, 1.5, "1.5"},
+        {QString("x"), none, none, none, "x"},
+        {QString(""), none, none, none, ""},
     };
-    for (const Conversion& c : cases) {
-        SCOPED_TRACE(c.What);
-        EXPECT_EQ(Converted<std::int32_t>(c.Stored), c.AsInt32);
-        EXPECT_EQ(Converted<std::int64_t>(c.Stored), c.AsInt64);
-        const auto real = Converted<double>(c.Stored);
-        EXPECT_TRUE(real == c.AsFloat || (real && std::isnan(*real)));
-        EXPECT_EQ(Converted<QString>(c.Stored), c.AsText);
+    for (const auto& [stored, int32, int64, real, text] : cases) {
+        SCOPED_TRACE(text.toStdString());
+        EXPECT_EQ(Converted<std::int32_t>(stored), int32);
+        EXPECT_EQ(Converted<std::int64_t>(stored), int64);
+        const auto converted = Converted<double>(stored);
+        EXPECT_TRUE(converted == real || (converted && std::isnan(*converted)));
+        EXPECT_EQ(Converted<QString>(stored), text);
     }
 }
 
@@ -187,11 +180,8 @@ TEST(Objects, APictureBeyondTheBoundsIsRefused) {
     const QByteArray good = PngHeader(1, 1);
     QByteArray padded = good;
     padded.resize(qsizetype{33} << 20, '\0');
-    struct {
-        const char* What;
-        QByteArray Bytes;
-        bool IsTaken, IsKnown;
-    } const cases[] = {
+    const std::tuple<const char*, QByteArray, bool, bool> cases[] = {
+        // what, its bytes, whether a container takes them, whether they are a picture
         {"a picture", good, true, true},
         {"no picture", "<html>", true, false},
         {"nothing", "", true, false},
@@ -199,35 +189,32 @@ TEST(Objects, APictureBeyondTheBoundsIsRefused) {
         {"just too many", PngHeader(8192, 8193), true, false},
         {"33 MB", padded, false, false},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.What);
-        const auto container = MakeImageContainer(c.Bytes);
-        EXPECT_EQ(static_cast<bool>(container), c.IsTaken);
+    for (const auto& [what, bytes, isTaken, isKnown] : cases) {
+        SCOPED_TRACE(what);
+        const auto container = MakeImageContainer(bytes);
+        EXPECT_EQ(static_cast<bool>(container), isTaken);
         std::int32_t width = -1, height = -1, format = -1;
         if (container) {
-            EXPECT_EQ(container->GetInfo(&width, &height, &format), c.IsKnown ? S_OK : E_FAIL);
-            EXPECT_EQ(format, c.IsKnown ? IVEXAImageContainer::PNG : IVEXAImageContainer::Unknown);
+            EXPECT_EQ(container->GetInfo(&width, &height, &format), isKnown ? S_OK : E_FAIL);
+            EXPECT_EQ(format, isKnown ? IVEXAImageContainer::PNG : IVEXAImageContainer::Unknown);
             Ref<IVEXAImage> image;
-            EXPECT_EQ(container->CreateImage(image.Put()), c.IsKnown ? S_OK : E_FAIL);
+            EXPECT_EQ(container->CreateImage(image.Put()), isKnown ? S_OK : E_FAIL);
         }
         const Ref<MemoryStream> stream(new MemoryStream);
-        stream->Write(c.Bytes.constData(), static_cast<std::uint32_t>(c.Bytes.size()), nullptr);
+        stream->Write(bytes.constData(), static_cast<std::uint32_t>(bytes.size()), nullptr);
         stream->Seek(0, IVEXAStream::FromBeginning);
         const Ref<Image> image(new Image);
-        EXPECT_EQ(image->LoadFromStream(stream.Get()), c.IsKnown ? S_OK : E_FAIL);
+        EXPECT_EQ(image->LoadFromStream(stream.Get()), isKnown ? S_OK : E_FAIL);
         image->GetSize(&width, &height);
-        EXPECT_EQ(width, c.IsKnown ? 1 : 0);
+        EXPECT_EQ(width, isKnown ? 1 : 0);
     }
     EXPECT_EQ(Ref(new ImageContainer)->SetDataSize(33u << 20), E_INVALIDARG);
 }
 
 TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
-    for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
-                            IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID}) {
-        Ref<IUnknown> object;
-        EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
-        EXPECT_TRUE(object);
-    }
     Ref<IUnknown> object;
+    for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
+                            IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID})
+        EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
     EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
 }

@@ -165,8 +165,7 @@ TEST_F(PlaybackTest, TheDesktopGetsTheCoverAsAFile) {
 TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     PlaybackBar bar(*Player, Host);
     const QString file = Tone(u"a.wav"_s, 60);
-    Player->Play(file);
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(file));
     for (const QString& language : Host.Language().Languages()) {
         Host.Language().Switch(language);
         QEvent changed(QEvent::LanguageChange);  // as the window sends it
@@ -204,8 +203,7 @@ TEST_F(PlaybackTest, ChangesOfThePlayingPlaylistChangeWhatIsNext) {
     const Ref<Playlist> list = Host.Playlists().Create(u"list"_s, true);
     const Ref<Playlist> other = Host.Playlists().Create(u"other"_s, false);
     list->Add({a});
-    Player->Play(a);
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(a));
     ASSERT_TRUE(isNext(false));
     list->Add({b});
     EXPECT_TRUE(isNext(true)) << "an entry was added after the current one";
@@ -227,8 +225,7 @@ TEST_F(PlaybackTest, TheKeysOfTheMenuWorkWhileItIsClosed) {
     window.addActions(menu.actions());
     window.show();
     QApplication::setActiveWindow(&window);
-    Player->Play(Tone(u"a.wav"_s, 60));
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 60)));
     QTest::keyClick(&window, Qt::Key_Space, Qt::ControlModifier);
     ASSERT_TRUE(WaitFor(State::Paused));
     EXPECT_EQ(menu.findChild<QAction*>(u"Play"_s)->text(), Host.Language().Text(u"Player\\Play"_s, 0));
@@ -249,11 +246,9 @@ TEST_F(PlaybackTest, NextAndBegunFilesAreListedUnderTheirHeadings) {
             texts += QFileInfo(model.index(row).data(role).toString()).completeBaseName();
         return texts;
     };
-    Player->Play(b);
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(b));
     Player->Pause();
-    Player->Seek(40);
-    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 40; }));
+    ASSERT_TRUE(SeeksTo(40));
     Player->Stop();
     ASSERT_TRUE(WaitUntil([&] { return shown() == QStringList({u"Continue listening"_s, u"b"_s}); }));
     EXPECT_NEAR(model.index(1).data(kProgressRole).toDouble(), 0.4, 0.02);
@@ -338,20 +333,17 @@ TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     const Ref<tests::MovingFiles> moving(new tests::MovingFiles);
     const Ref<Titles> titles(new Titles);
     moving->Source = Tone(u"a.wav"_s, 60);
-    const Ref<IVEXAExtensionPlayerHook> hook(moving);
     for (const Guid& service : {IVEXAServicePlayer::IID, IVEXAServiceFileSystem::IID})
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(service, hook.Get()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(service, moving->Identity()), S_OK);
     Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, titles.Get());
     const auto settle = [this] {
         Host.Addresses().Start();  // as after loading a plug-in: asks about all kept addresses
         return WaitUntil([this] { return !Host.Addresses().IsBusy(); });
     };
     const auto leave = [this](const QString& address, double position) {
-        Player->Play(address);
-        EXPECT_TRUE(WaitFor(State::Playing));
+        EXPECT_TRUE(Plays(address));
         Player->Pause();
-        Player->Seek(position);
-        EXPECT_TRUE(WaitUntil([&] { return Player->Position() >= position; }));
+        EXPECT_TRUE(SeeksTo(position));
         Player->Stop();
     };
     const auto begun = [this] {
@@ -385,8 +377,7 @@ TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     Remote remote(mpris.ServiceName());
     const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
     titles->IsHolding = true;
-    Player->Play(d);  // an older address; the position is stored by the present one
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(d));  // an older address; the position is stored by the present one
     EXPECT_GE(Player->Position(), 30);
     EXPECT_EQ(Player->Current().Address, b);
     const auto before = track();

@@ -61,6 +61,15 @@ protected:
         return tests::WaitUntil([&] { return Player->CurrentState() == state; }, std::chrono::seconds(20));
     }
 
+    bool Plays(const QString& address) {
+        Player->Play(address);
+        return WaitFor(State::Playing);
+    }
+    bool SeeksTo(double position) {
+        Player->Seek(position);
+        return tests::WaitUntil([&] { return Player->Position() >= position; });
+    }
+
     std::optional<host::Playback> Player;
     QStringList Errors, Warnings, Heard, Skipped;
     int Started = 0;  // number of messages that a file plays

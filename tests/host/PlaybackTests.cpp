@@ -124,9 +124,7 @@ TEST_F(PlaybackTest, AnEpisodeResumesWhereItWasLeftUntilItIsHeard) {
 TEST_F(PlaybackTest, AFileMarkedAsHeardStartsFromTheBeginning) {
     const QString left = Tone(u"left.wav"_s, 30), open = Tone(u"open.wav"_s, 30);
     for (const QString& file : {left, open}) {
-        Player->Play(file);
-        Player->Seek(20);
-        ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.1; }));
+        ASSERT_TRUE(Plays(file) && SeeksTo(20));
         Player->Pause();
     }
     ASSERT_EQ(Player->SavedPositions().Begun().size(), 2u);
@@ -146,8 +144,7 @@ TEST_F(PlaybackTest, AnotherSpeedKeepsThePitchAndBelongsToThePodcast) {
     Tag(second, "Quick");
     Tag(other, "Slow");
     const auto play = [this](const QString& file) {
-        Player->Play(file);
-        return WaitUntil([&] { return !Player->Current().Album.isEmpty(); }) && WaitFor(State::Playing);
+        return Plays(file) && WaitUntil([&] { return !Player->Current().Album.isEmpty(); });
     };
     ASSERT_TRUE(play(first));
     Player->SetSpeed(2);
@@ -234,8 +231,7 @@ TEST_F(PlaybackTest, FilesUpNextComeBeforeTheOrderAndTheSleepTimerEndsPlayback) 
     ASSERT_TRUE(WaitFor(State::Stopped));
     EXPECT_EQ(Heard, order.List);
 
-    Player->Play(Tone(u"long"_s, 60));
-    ASSERT_TRUE(WaitFor(State::Playing));
+    ASSERT_TRUE(Plays(Tone(u"long"_s, 60)));
     Player->Sleep().SetTime(std::chrono::milliseconds(50));
     EXPECT_TRUE(WaitFor(State::Paused));
     EXPECT_EQ(Player->Sleep().CurrentMode(), SleepTimer::Mode::Off);
@@ -246,18 +242,15 @@ TEST_F(PlaybackTest, GoingToThePreviousFileKeepsThePositionInThisOne) {
     const QStringList files{Tone(u"first"_s, 60), Tone(u"second"_s, 60)};
     ListOrder order(files);
     Player->SetOrder(&order);
-    Player->Play(files[1]);
-    ASSERT_TRUE(WaitFor(State::Playing));
-    Player->Seek(30);
-    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 30; }));
+    ASSERT_TRUE(Plays(files[1]));
+    ASSERT_TRUE(SeeksTo(30));
     ASSERT_TRUE(Player->HasPrevious());
     Player->Previous();
     EXPECT_EQ(Player->Current().Address, files[0]);
     ASSERT_TRUE(Player->SavedPositions().Find(files[1]));
     EXPECT_NEAR(Player->SavedPositions().Find(files[1])->Position, 30, 5);
     ASSERT_TRUE(WaitFor(State::Playing));
-    Player->Seek(20);
-    ASSERT_TRUE(WaitUntil([&] { return Player->Position() >= 20; }));
+    ASSERT_TRUE(SeeksTo(20));
     EXPECT_FALSE(Player->HasPrevious());
     Player->Previous();
     EXPECT_GE(Player->Position(), 20) << "there is none: nothing happens";

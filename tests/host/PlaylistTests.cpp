@@ -12,12 +12,6 @@ using tests::EpisodeStorage;
 
 namespace {
 
-QStringList Files(Playlist& playlist) {
-    QStringList files;
-    for (const PlaylistEntry& entry : playlist.Entries()) files += entry.File;
-    return files;
-}
-
 /// A plug-in's file information: files whose names end in "known" belong to the album "A".
 class AlbumProvider final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
 public:
@@ -33,8 +27,7 @@ protected:
     Playlists() { Storage->OffersFiles = true; }
 
     void Register(host::Host& host) {
-        const Ref<IVEXAMLDataProvider> extension(Storage);
-        ASSERT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, extension.Get()), S_OK);
+        ASSERT_EQ(host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity()), S_OK);
     }
     static void Wait(host::Host& host, const Playlist& playlist) {
         ASSERT_TRUE(tests::WaitUntil([&] { return !host.Playlists().IsBusy(playlist); }));
@@ -83,12 +76,8 @@ TEST_F(Playlists, APlaylistReportsSelectionAndFocus) {
         EXPECT_EQ(ToQStringList(files.Get()), expected[flags]);
     }
     ASSERT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::FocusObject, IVEXAPlaylistItem::IID, item.PutVoid()), S_OK);
-    std::int32_t isSelected = 0;
-    Ref<IVEXAString> text;
-    item->GetValueAsInt32(IVEXAPlaylistItem::Selected, &isSelected);
-    item->GetValueAsObject(IVEXAPlaylistItem::DisplayText, IVEXAString::IID, text.PutVoid());
-    EXPECT_EQ(isSelected, 1);
-    EXPECT_EQ(ToQString(text.Get()), "C");
+    EXPECT_EQ(NumberOf(item.Get(), IVEXAPlaylistItem::Selected), 1);
+    EXPECT_EQ(TextOf(item.Get(), IVEXAPlaylistItem::DisplayText), "C");
     item->SetValueAsInt32(IVEXAPlaylistItem::Selected, 0);
     EXPECT_FALSE(playlist->Entries()[3].IsSelected);
 
@@ -100,8 +89,7 @@ TEST_F(Playlists, APlaylistReportsSelectionAndFocus) {
     EXPECT_EQ(group->GetItemCount(), 2);
     EXPECT_EQ(group->GetItem(2, IVEXAPlaylistItem::IID, item.PutVoid()), E_INVALIDARG);
     ASSERT_EQ(group->GetItem(0, IVEXAPlaylistItem::IID, item.PutVoid()), S_OK);
-    item->GetValueAsObject(IVEXAPlaylistItem::FileName, IVEXAString::IID, text.PutVoid());
-    EXPECT_EQ(ToQString(text.Get()), "b");
+    EXPECT_EQ(TextOf(item.Get(), IVEXAPlaylistItem::FileName), "b");
     EXPECT_EQ(playlist->Sections().size(), 3u);
     playlist->Remove({0, 1, 2});
     EXPECT_EQ(Files(*playlist), QStringList({"c", "d"}));
@@ -123,8 +111,8 @@ TEST_F(Playlists, ASmartPlaylistFollowsItsFilter) {
     Storage->Manager->Changed();
     Storage->WaitUntilAsked(2);
     for (int i = 0; i < 5; ++i) Storage->Manager->Changed();  // all of these together cause one more reading
-    Storage->Episodes[0].State = 0;
-    Storage->Episodes[3].State = 1;
+    Storage->Rows[0].State = 0;
+    Storage->Rows[3].State = 1;
     Storage->LetThrough();
     Wait(Host, *playlist);
     EXPECT_EQ(Files(*playlist), QStringList({"episode://e4", "episode://e2"}));

@@ -2,6 +2,7 @@
 // drawn in memory.
 
 #include "FileSizeLimit.h"
+#include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
 #include "Waiting.h"
@@ -13,7 +14,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,6 @@ using tests::WaitUntil;
 
 namespace {
 
-constexpr int kLongest = 120000;  // ms; only a program that hangs takes longer
 constexpr auto kPlayer = "org.mpris.MediaPlayer2.vexa";
 
 /// A start of the program.
@@ -35,16 +34,17 @@ public:
         QObject::connect(&Process, &QProcess::readyReadStandardError,
                          [this] { Error += QString::fromUtf8(Process.readAllStandardError()); });
         Process.start(program, words);
-        Process.waitForStarted(kLongest);  // without this QProcess goes on reporting that it is starting
+        Process.waitForStarted(tests::kLongest);  // without this QProcess goes on reporting that it is starting
     }
     ~Start() {
         Process.kill();
-        Process.waitForFinished(kLongest);
+        Process.waitForFinished(tests::kLongest);
     }
-    /// The exit status; -1 when the program crashed or hangs.
+    /// The exit status.
     int Finish() {
-        if (Process.state() != QProcess::NotRunning && !Process.waitForFinished(kLongest)) return -1;
-        return Process.exitStatus() == QProcess::NormalExit ? Process.exitCode() : -1;
+        const tests::Result result = tests::Finish(Process);
+        Error += result.Error;
+        return result.Status;
     }
     int Terminate() {
         Process.terminate();
@@ -87,8 +87,8 @@ protected:
     QString Podcasts(const QStringList& words) {
         QProcess program;
         program.start(PODCASTS, QStringList{"--profile", Home.File("profile")} + words);
-        program.waitForFinished(kLongest);
-        return QString::fromUtf8(program.readAllStandardOutput() + program.readAllStandardError());
+        const tests::Result result = tests::Finish(program);
+        return result.Out + result.Error;
     }
     QByteArray Settings() { return ReadWhole(Home.File("profile/Settings.ini")); }
 
@@ -125,19 +125,16 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
 }
 
 TEST_F(Window, WrongArgumentsAreReported) {
-    struct {
-        QString Argument;
-        const char* Error;
-    } const cases[] = {
+    const std::pair<QString, const char*> cases[] = {
         {u"none.xml"_s, "there is no file"},  {u"file:///none.xml"_s, "there is no file /none.xml"},
         {Home.Path(), "is no file"},          {u"ftp://127.0.0.1/feed.xml"_s, "cannot be opened"},
         {u"feed:"_s, "names no server"},      {u"itpc:feed:"_s, "names no server"},
         {u"none.opml"_s, "there is no file"}, {u"two words.org"_s, "there is no file"},
     };
-    for (const auto& c : cases) {
-        Start program(Environment, Words({c.Argument}));
-        EXPECT_EQ(program.Finish(), 2) << c.Error;
-        EXPECT_TRUE(program.Error.contains(c.Error)) << program.Error.toStdString();
+    for (const auto& [argument, error] : cases) {
+        Start program(Environment, Words({argument}));
+        EXPECT_EQ(program.Finish(), 2) << error;
+        EXPECT_TRUE(program.Error.contains(error)) << program.Error.toStdString();
     }
     EXPECT_FALSE(QFile::exists(Home.File("profile")));
 }
@@ -178,10 +175,8 @@ TEST_F(Window, SettingsThatAnotherProgramChangesMeanwhileStay) {
 
 TEST_F(Window, AProfileThatCannotBeWrittenIsReportedAndNotChanged) {
     WriteWhole(Home.File("profile/Settings.ini"), "[A]\nb=1\n");
-    struct {
-        QString Shell;  // shell command that runs its arguments, the program's command line
-        QString Profile;
-    } const cases[] = {
+    // The shell's command runs its arguments, the program's command line.
+    const std::pair<QString, QString> cases[] = {
         {u"exec \"$@\""_s, u"/proc"_s},                         // no file can be created there
         {u"ulimit -f 0; exec \"$@\""_s, Home.File("profile")},  // no byte can be added, as on a full disk
     };

@@ -19,7 +19,6 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -35,7 +34,6 @@
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
-#include <QTreeView>
 #include <QTreeWidget>
 #include <QWheelEvent>
 
@@ -52,9 +50,8 @@ class Table : public HostTest {
 protected:
     void SetUp() override {
         Storage->OffersFiles = Storage->OffersSubscriptions = true;
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity()), S_OK);
     }
-    IUnknown* Identity() { return static_cast<IVEXAPropertyList2*>(Storage.Get()); }
 
     void Open() {
         Library.emplace(Host.Library());
@@ -106,15 +103,14 @@ protected:
         return PlayerWindow->findChild<Widget*>(QString::fromLatin1(name));
     }
     QString WriteFeed(int episodes = 3) {
-        const QString name = Profile.File("tides.xml");
-        QFile file(name);
-        if (!file.open(QIODevice::WriteOnly)) return {};
-        file.write("<rss version='2.0'><channel><title>Tides</title>");
+        QByteArray items;
         for (int i = 0; i < episodes; ++i)
-            file.write(QByteArray("<item><title>Part " + QByteArray::number(i) + "</title><guid>g" +
-                                  QByteArray::number(i) + "</guid><enclosure url='http://127.0.0.1:9/" +
-                                  QByteArray::number(i) + ".mp3' type='audio/mpeg'/></item>"));
-        file.write("</channel></rss>");
+            items += QByteArray(
+                         "<item><title>Part N</title><guid>gN</guid>"
+                         "<enclosure url='http://127.0.0.1:9/N.mp3' type='audio/mpeg'/></item>")
+                         .replace("N", QByteArray::number(i));
+        const QString name = Profile.File("tides.xml");
+        WriteWhole(name, "<rss version='2.0'><channel><title>Tides</title>" + items + "</channel></rss>");
         return name;
     }
     void Subscribe() {
@@ -143,9 +139,9 @@ QAction* ActionNamed(const QMenu* menu, const QString& name) {
 }  // namespace
 
 TEST_F(Table, OnlyRowsInSightAreRead) {
-    Storage->Episodes.clear();
+    Storage->Rows.clear();
     for (int i = 0; i < 5000; ++i)
-        Storage->Episodes.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
+        Storage->Rows.push_back({"e" + QString::number(i), "T" + QString::number(i), "A", 1, 60});
     Open();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5000; }));
     EXPECT_EQ(Ranges(), QStringList("0,100"));
@@ -169,13 +165,13 @@ TEST_F(Table, AReloadKeepsCurrentRowAndSelection) {
     Pane->View()->selectionModel()->select(Pane->Model().index(Pane->Model().FindFile("episode://e4"), 0),
                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
     // Rows are inserted before the selected ones, then one of those is removed.
-    Storage->Episodes.insert(Storage->Episodes.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
+    Storage->Rows.insert(Storage->Rows.begin(), {{"e8", "New", "A", 1, 1}, {"e9", "Newer", "A", 1, 1}});
     QSignalSpy shown(&Pane->Model(), &TableModel::Shown);
     Pane->Model().Reload();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 6 && shown.count() > 0; }));
     EXPECT_EQ(Pane->CurrentFile(), "episode://e2");
     EXPECT_EQ(Pane->SelectedFiles(), QStringList({"episode://e2", "episode://e4"}));
-    std::erase_if(Storage->Episodes, [](const auto& episode) { return episode.ID == "e2"; });
+    std::erase_if(Storage->Rows, [](const auto& episode) { return episode.ID == "e2"; });
     Pane->Model().Reload();
     ASSERT_TRUE(WaitUntil([&] { return Pane->Model().rowCount() == 5; }));
     EXPECT_EQ(Pane->CurrentFile(), "episode://e3");  // the row that took its place
@@ -244,9 +240,7 @@ TEST_F(Table, ATaskShowsTheCaptionSetAfterItsStartHowFarItIsAndAButtonToCancelIt
 }
 
 TEST(ShowNotes, BecomeHarmlessHtml) {
-    struct {
-        const char *Notes, *Html;
-    } const cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"One\nTwo <3", "One<br>Two &lt;3"},
         {"See https://a.b/c?d=1&e=2.", "See <a href=\"https://a.b/c?d=1&amp;e=2\">https://a.b/c?d=1&amp;e=2</a>."},
         {"0:45 start, 1:02:03 end, 10:75 no",
@@ -257,7 +251,7 @@ TEST(ShowNotes, BecomeHarmlessHtml) {
         {"<a href=\"https://x.y\">https://x.y</a>", "<a href=\"https://x.y\">https://x.y</a>"},
         {"<b>open <script>never closed", "<b>open "},
     };
-    for (const auto& c : cases) EXPECT_EQ(ShowNotesHtml(c.Notes), c.Html) << c.Notes;
+    for (const auto& [text, html] : cases) EXPECT_EQ(ShowNotesHtml(text), html) << text;
     vexa::host::ShowNotes notes;
     EXPECT_TRUE(notes.loadResource(QTextDocument::ImageResource, QUrl("file:///dev/zero")).toByteArray().isEmpty());
     QSignalSpy seeks(&notes, &ShowNotes::SeekWanted);

@@ -28,12 +28,7 @@ protected:
     ~MenuItems() override { TVEXAAPIWrappers::Finalize(); }
 
     static QString FailureOf(Command& command, const QString& id, const Variant& parent) {
-        try {
-            command.Register(id, parent);
-        } catch (const std::exception& error) {
-            return QString::fromUtf8(error.what());
-        }
-        return {};
+        return ErrorOf([&] { command.Register(id, parent); });
     }
 
     const Variant Menu = ToVariant(kMenuLibrary);

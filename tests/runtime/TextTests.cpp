@@ -80,8 +80,15 @@ TEST(FormatString, ReplacesKnownMacrosAndLeavesTheRest) {
     EXPECT_FALSE(greeter.Evaluate(deep, &name).toString().isEmpty());
 }
 
+/// An empty text means that the date is invalid.
+void ExpectDate(double date, const QString& moment) {
+    if (moment.isEmpty())
+        EXPECT_EQ(date, 0);
+    else
+        EXPECT_EQ(FromOleDate(date), QDateTime::fromString(moment, Qt::ISODateWithMs)) << moment.toStdString();
+}
+
 TEST(Dates, AreParsedInTheFormatsThatFeedsUse) {
-    // An empty second text means that the date is invalid.
     const std::pair<QString, QString> mail[] = {{"  fri, 17 may 2024 09:05:07 +0200 ", "2024-05-17T07:05:07Z"},
                                                 {"Fri, 17 May 2024 09:05:07 -04:30", "2024-05-17T13:35:07Z"},
                                                 {"17 May 2024 09:05", "2024-05-17T09:05:00Z"},
@@ -97,14 +104,8 @@ TEST(Dates, AreParsedInTheFormatsThatFeedsUse) {
                                                {" 2024-05-17T09:05:07 ", "2024-05-17T09:05:07Z"},
                                                {"1899-12-31T12:00:00Z", "1899-12-31T12:00:00Z"},
                                                {"2024-13-45T09:05:07Z", ""}};
-    const auto expect = [](double date, const QString& moment) {
-        if (moment.isEmpty())
-            EXPECT_EQ(date, 0);
-        else
-            EXPECT_EQ(FromOleDate(date), QDateTime::fromString(moment, Qt::ISODateWithMs)) << moment.toStdString();
-    };
-    for (const auto& [text, moment] : mail) expect(DecodeRfc822Date(text), moment);
-    for (const auto& [text, moment] : iso) expect(DecodeIsoDate(text), moment);
+    for (const auto& [text, moment] : mail) ExpectDate(DecodeRfc822Date(text), moment);
+    for (const auto& [text, moment] : iso) ExpectDate(DecodeIsoDate(text), moment);
 }
 
 TEST(Dates, AreParsedInManyLanguages) {
@@ -145,11 +146,8 @@ TEST(Dates, AreParsedInManyLanguages) {
         {"0000-00-00 00:00:00", ""},
         {"1795500000", ""}};
     for (const auto& [text, moment] : rows) {
-        const double date = DecodeRfc822Date(text);
-        if (moment.isEmpty())
-            EXPECT_EQ(date, 0) << text.toStdString();
-        else
-            EXPECT_EQ(FromOleDate(date), QDateTime::fromString(moment, Qt::ISODate)) << text.toStdString();
+        SCOPED_TRACE(text.toStdString());
+        ExpectDate(DecodeRfc822Date(text), moment);
     }
 }
 

@@ -26,7 +26,7 @@ TaskHandle Start(
 }
 
 TEST(WorkerPool, CanBeCancelledFromTheMainThreadWhileTheTaskWaitsForIt) {
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0; round < 200; ++round) {
         int onMain = 0, completed = 0;
         std::atomic<bool> wasCancelled{false};
         const TaskHandle handle = Start(

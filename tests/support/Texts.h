@@ -1,5 +1,5 @@
 #pragma once
-// Texts and files in tests: printing for GoogleTest, reading and writing.
+// Texts, files and messages in tests: printing for GoogleTest, reading and writing.
 
 #include <QByteArray>
 #include <QDebug>
@@ -19,6 +19,17 @@ inline QByteArray ReadWhole(const QString& fileName) {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) throw std::runtime_error("cannot read " + fileName.toStdString());
     return file.readAll();
+}
+
+/// The message of what `work` throws; empty when it throws nothing.
+template <class Work>
+QString ErrorOf(Work work) {
+    try {
+        work();
+    } catch (const std::exception& error) {
+        return QString::fromUtf8(error.what());
+    }
+    return {};
 }
 
 /// Writes a file, and creates its folder if necessary.
