@@ -1,3 +1,4 @@
+#include "Podcasts.Core.Reasons.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
@@ -9,6 +10,10 @@ namespace podcasts {
 
 namespace {
 constexpr auto kUpdateTimerInterval = std::chrono::milliseconds(600000);
+}
+
+vexa::Reason TaskStopped() {
+    return vexa::Reason(CoreReason("Stopped"));
 }
 
 TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
@@ -270,7 +275,7 @@ template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {
         Outcome outcome{item, {}, {}};
-        outcome.Error = kTaskStopped;
+        outcome.Error = TaskStopped();
         outcome.IsDropped = true;
         outcomes.Add(std::move(outcome));
     }

@@ -1,15 +1,18 @@
 #include "Podcasts.Core.Subscribing.h"
 
+#include "Podcasts.Core.Reasons.h"
+
 #include <QFile>
 #include <QHash>
 #include <QSaveFile>
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 #include <utility>
 
 namespace podcasts {
+
+using vexa::Reason;
 
 namespace {
 
@@ -71,7 +74,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
         TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
         subscription.Error = found.Error;
         isTransient = found.IsTransient;
-        if (!found.Error.isEmpty()) return subscription;
+        if (found.Error) return subscription;
         if (!found.Choices.empty()) {
             subscription.What = Result::SeveralFeeds;
             subscription.Choices = std::move(found.Choices);
@@ -89,7 +92,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
         }
     } catch (const std::exception& error) {
         subscription.What = Result::Failed;
-        subscription.Error = QString::fromUtf8(error.what());
+        subscription.Error = vexa::ReasonOf(error);
     }
     return subscription;
 }
@@ -124,21 +127,23 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     for (const QString& text : queue.Upcoming(texts.size())) {
         TPodcastSubscription dropped;
         dropped.Location = text;
-        dropped.Error = kTaskStopped;
+        dropped.Error = TaskStopped();
         dropped.IsDropped = true;
         finished(dropped);
     }
 }
 
 QStringList ReadOpmlFile(const QString& fileName) {
-    const std::string failure = "cannot read " + fileName.toStdString() + ": ";
+    const auto fail = [&](const Reason& cause) {
+        throw vexa::ReasonError(Reason(CoreReason("CannotRead"), {fileName, cause}));
+    };
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) throw std::runtime_error(failure + file.errorString().toStdString());
+    if (!file.open(QIODevice::ReadOnly)) fail(file.errorString());
     QStringList locations;
     try {
         for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
     } catch (const std::exception& error) {
-        throw std::runtime_error(failure + error.what());
+        fail(vexa::ReasonOf(error));
     }
     locations.removeDuplicates();
     return locations;
@@ -148,7 +153,7 @@ void WriteOpmlFile(TPodcastClient& client, const QString& fileName) {
     const QByteArray opml = ExportOpml(client);
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
-        throw std::runtime_error("cannot write " + fileName.toStdString() + ": " + file.errorString().toStdString());
+        throw vexa::ReasonError(Reason(CoreReason("CannotWrite"), {fileName, file.errorString()}));
 }
 
 QByteArray ExportOpml(TPodcastClient& client) {

@@ -171,7 +171,7 @@ TEST_F(ClientRefresh, ChangesNothingWhenNoCompleteFeedArrives) {
         Heard->Events.clear();
         Refresh("/a");
         EXPECT_TRUE(Heard->Events.contains("refresh finished"));
-        EXPECT_FALSE(Client->RefreshOutcomes().From().at(0).Error.isEmpty()) << response.Body.toStdString();
+        EXPECT_TRUE(Client->RefreshOutcomes().From().at(0).Error) << response.Body.toStdString();
         EXPECT_EQ(EpisodeCount("/a"), 1) << response.Body.toStdString();
         EXPECT_EQ(Client->DB().GetFeed(Server.Url("/a"), false)->Fields[pffTitle], "a");
     }
@@ -199,7 +199,7 @@ TEST_F(ClientRefresh, SaysWhatADocumentIsIfItIsNotAFeed) {
     for (const auto& [body, message] : rows) {
         Server.Serve("/a", Response::Of(body));
         Refresh("/a");
-        const std::string error = Client->RefreshOutcomes().From().at(0).Error.toStdString();
+        const std::string error = Client->RefreshOutcomes().From().at(0).Error.English().toStdString();
         EXPECT_NE(error.find(message), std::string::npos) << error;
     }
     EXPECT_EQ(EpisodeCount("/a"), 1);
@@ -234,7 +234,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     EXPECT_EQ(Heard->Events.join('|'), "refresh started|refresh finished|changed");
     EXPECT_EQ(Client->RefreshQueue().Items(), QStringList());
     EXPECT_EQ(Client->RefreshOutcomes().From().size(), 2u);
-    for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_FALSE(outcome.Error.isEmpty());
+    for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_TRUE(outcome.Error);
     EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document had arrived";
     Refresh("/b");
     EXPECT_EQ(EpisodeCount("/b"), 1);
