@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Documents.h"
 #include "Podcasts.Core.Parsers.h"
 #include "Podcasts.Core.Reasons.h"
+#include "VEXA.Runtime.FileReason.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Reasons.h"
@@ -25,7 +26,7 @@ constexpr qint64 kMaxFeedBytes = 64 * 1024 * 1024;  // bytes, after decompressio
 
 QByteArray ReadFeedFile(const QString& fileName) {
     QFile file(fileName);
-    const auto fail = [&] { throw ReasonError(Reason(CoreReason("Unreadable"), {file.errorString()})); };
+    const auto fail = [&] { throw ReasonError(Reason(CoreReason("Unreadable"), {vexa::FileReason(file)})); };
     if (!file.open(QIODevice::ReadOnly)) fail();
     if (file.size() > kMaxFeedBytes)
         throw ReasonError(Reason(vexa::RuntimeReason("TooLarge"), {QString::number(kMaxFeedBytes / (1024 * 1024))}));

@@ -1,6 +1,7 @@
 #include "Podcasts.Core.Subscribing.h"
 
 #include "Podcasts.Core.Reasons.h"
+#include "VEXA.Runtime.FileReason.h"
 
 #include <QFile>
 #include <QHash>
@@ -138,7 +139,7 @@ QStringList ReadOpmlFile(const QString& fileName) {
         throw vexa::ReasonError(Reason(CoreReason("CannotRead"), {fileName, cause}));
     };
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) fail(file.errorString());
+    if (!file.open(QIODevice::ReadOnly)) fail(vexa::FileReason(file));
     QStringList locations;
     try {
         for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
@@ -153,7 +154,7 @@ void WriteOpmlFile(TPodcastClient& client, const QString& fileName) {
     const QByteArray opml = ExportOpml(client);
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
-        throw vexa::ReasonError(Reason(CoreReason("CannotWrite"), {fileName, file.errorString()}));
+        throw vexa::ReasonError(Reason(CoreReason("CannotWrite"), {fileName, vexa::FileReason(file)}));
 }
 
 QByteArray ExportOpml(TPodcastClient& client) {

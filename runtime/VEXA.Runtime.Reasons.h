@@ -89,6 +89,14 @@ inline constexpr ReasonText kRuntimeReasons[] = {
     {"Reasons\\DatabaseRead", "cannot read the database %1: %2"},
     {"Reasons\\DatabaseWrite", "cannot write the database %1: %2"},
     {"Reasons\\DatabaseUse", "cannot read or write the database %1: %2"},
+    // What the database library says, in English with its own words
+    {"Reasons\\DatabaseIsLocked", "database is locked"},
+    {"Reasons\\DatabaseIsReadOnly", "attempt to write a readonly database"},
+    {"Reasons\\DatabaseIsUnopened", "unable to open database file"},
+    {"Reasons\\DatabaseIsFull", "database or disk is full"},
+    {"Reasons\\DatabaseIsOnBadDisk", "disk I/O error"},
+    {"Reasons\\DatabaseIsNone", "file is not a database"},
+    {"Reasons\\DatabaseIsMalformed", "database disk image is malformed"},
     // What the user can do about one of the reasons above, which is %1.
     {"Reasons\\DatabaseBusy", "%1; another program is using it: try again in a moment"},
     {"Reasons\\DatabaseReadOnly", "%1; make the file and its folder writable"},

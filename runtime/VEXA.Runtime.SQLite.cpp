@@ -31,6 +31,14 @@ constexpr int kCheckpointPages = 4000;
 // The number of idle connections for reading that are kept for reuse.
 constexpr std::size_t kMaxIdleReaders = 4;
 
+/// What SQLite says, if it is the usual message of a code.
+Reason SqliteReason(const QString& words) {
+    for (const ReasonText& text : kRuntimeReasons)
+        if (std::string_view(text.Key).starts_with("Reasons\\DatabaseIs") && words == QLatin1String(text.English))
+            return Reason(text);
+    return words;
+}
+
 /// The reason with what the user can do about it, if anything is known to help.
 Reason WithAdvice(const Reason& why, int code) {
     switch (code & 0xFF) {
@@ -332,7 +340,7 @@ void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function
 void SqliteConnection::Raise(const ReasonText& what, int code) const {
     const char* words =
         FHandle && sqlite3_errcode(FHandle) != SQLITE_OK ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code);
-    const Reason why = WithAdvice(Reason(what, {FFileName, QString::fromUtf8(words)}), code);
+    const Reason why = WithAdvice(Reason(what, {FFileName, SqliteReason(QString::fromUtf8(words))}), code);
     qCDebug(LogDatabase).noquote() << why.English();
     throw SqliteError(why, code);
 }

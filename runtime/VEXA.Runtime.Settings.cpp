@@ -1,5 +1,6 @@
 #include "VEXA.Runtime.Settings.h"
 
+#include "VEXA.Runtime.FileReason.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Text.h"
@@ -91,7 +92,7 @@ QStringList ReadLines(const QString& fileName) {
     QFile file;
     file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) fail(file.errorString());
+    if (file.error() != QFileDevice::NoError) fail(FileReason(file));
     QStringList lines = FromUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())}).split(u'\n');
     if (!lines.isEmpty() && lines.first().startsWith(QChar(0xFEFF))) lines.first().remove(0, 1);
     for (QString& line : lines)

@@ -2,6 +2,7 @@
 
 #include "HostReasons.h"
 #include "Log.h"
+#include "VEXA.Runtime.FileReason.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -37,7 +38,7 @@ void JsonFile::Save(const QByteArray& json) const {
     if (!FMayWrite) return;  // MoveAside has logged why
     QSaveFile file(FFileName);
     if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return;
-    throw ReasonError(Reason(HostReason("NotKept"), {FContents, FFileName, file.errorString()}));
+    throw ReasonError(Reason(HostReason("NotKept"), {FContents, FFileName, FileReason(file)}));
 }
 
 }  // namespace vexa::host

@@ -1,6 +1,7 @@
 #include "ProfileFolder.h"
 
 #include "HostReasons.h"
+#include "VEXA.Runtime.FileReason.h"
 
 #include <QDir>
 #include <QTemporaryFile>
@@ -12,7 +13,7 @@ void CheckWritable(const QString& folder) {
     QTemporaryFile file(QDir(folder).filePath(QStringLiteral("Probe.XXXXXX")));
     const QByteArray page(4096, ' ');
     if (file.open() && file.write(page) == page.size() && file.flush()) return;
-    throw ReasonError(Reason(HostReason("NoFiles"), {folder, file.errorString()}));
+    throw ReasonError(Reason(HostReason("NoFiles"), {folder, FileReason(file)}));
 }
 
 }  // namespace vexa::host
