@@ -49,10 +49,10 @@ int RunDownload(Session& session, const Arguments& arguments) {
         QJsonArray downloaded, failed;
         for (const auto& outcome : reporter->Outcomes()) {
             const QString key = reporter->ShownKey(outcome.EpisodeKey);
-            if (outcome.Error.isEmpty())
+            if (!outcome.Error)
                 downloaded += QJsonObject{{QStringLiteral("key"), key}, {QStringLiteral("file"), outcome.FileName}};
             else
-                failed += QJsonObject{{QStringLiteral("key"), key}, {QStringLiteral("error"), outcome.Error}};
+                failed += QJsonObject{{QStringLiteral("key"), key}, {QStringLiteral("error"), outcome.Error.English()}};
         }
         const QJsonObject result{{QStringLiteral("downloaded"), downloaded}, {QStringLiteral("failed"), failed}};
         session.Out().PrintLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));

@@ -81,7 +81,7 @@ int Subscribe(Session& session, const QStringList& locations, int choice, bool a
                 ListChoices(session, result);
                 status = kFailed;
             } else {
-                session.Out().PrintError(u"cannot subscribe to " + shownLocation + u": " + result.Error);
+                session.Out().PrintError(u"cannot subscribe to " + shownLocation + u": " + result.Error.English());
                 status = kFailed;
             }
             showProgress();

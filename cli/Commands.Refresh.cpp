@@ -79,9 +79,9 @@ int RunRefresh(Session& session, const Arguments& arguments) {
     QJsonArray failed, moved;
     for (const auto& outcome : refresh->Outcomes()) {
         newEpisodes += outcome.NewEpisodes;
-        if (!outcome.Error.isEmpty())
-            failed +=
-                QJsonObject{{QStringLiteral("address"), outcome.FeedURL}, {QStringLiteral("error"), outcome.Error}};
+        if (outcome.Error)
+            failed += QJsonObject{{QStringLiteral("address"), outcome.FeedURL},
+                                  {QStringLiteral("error"), outcome.Error.English()}};
         if (!outcome.MovedTo.isEmpty())
             moved += QJsonObject{{QStringLiteral("address"), outcome.FeedURL},
                                  {QStringLiteral("to"), outcome.MovedTo},

@@ -34,10 +34,10 @@ void OutcomeReporter<Outcome>::Report() {
     FSeen += newOutcomes.size();
     qsizetype dropped = 0;
     for (const Outcome& outcome : newOutcomes) {
-        FHasFailures = FHasFailures || !outcome.Error.isEmpty();
+        FHasFailures = FHasFailures || outcome.Error;
         if (outcome.IsDropped)
             ++dropped;
-        else if (!outcome.Error.isEmpty())
+        else if (outcome.Error)
             FSession.Out().PrintError(FailureText(outcome));
         else if (!FIsQuiet && !FSession.IsInterrupted())
             FSession.Out().PrintLine(SuccessText(outcome));
@@ -66,7 +66,7 @@ QString RefreshReporter::SuccessText(const TPodcastRefreshOutcome& outcome) {
 }
 
 QString RefreshReporter::FailureText(const TPodcastRefreshOutcome& outcome) {
-    return u"cannot refresh " + vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error;
+    return u"cannot refresh " + vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error.English();
 }
 
 void DownloadReporter::DownloadsProgress(std::int64_t position, std::int64_t size, const QString& caption) {
@@ -87,7 +87,7 @@ QString DownloadReporter::SuccessText(const TPodcastDownloadOutcome& outcome) {
 }
 
 QString DownloadReporter::FailureText(const TPodcastDownloadOutcome& outcome) {
-    return u"cannot download " + ShownKey(outcome.EpisodeKey) + u": " + outcome.Error;
+    return u"cannot download " + ShownKey(outcome.EpisodeKey) + u": " + outcome.Error.English();
 }
 
 }  // namespace podcasts::cli

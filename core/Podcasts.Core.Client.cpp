@@ -1,3 +1,4 @@
+#include "Podcasts.Core.Reasons.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
@@ -6,6 +7,10 @@
 #include <QSet>
 
 namespace podcasts {
+
+vexa::Reason TaskStopped() {
+    return vexa::Reason(CoreReason("Stopped"));
+}
 
 TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
     : FClocks(std::move(clocks)),
@@ -266,7 +271,7 @@ template <class Outcome>
 void DropQueue(TPodcastClientQueue& queue, TPodcastOutcomes<Outcome>& outcomes) {
     for (const QString& item : queue.Items()) {
         Outcome outcome{item, {}, {}};
-        outcome.Error = kTaskStopped;
+        outcome.Error = TaskStopped();
         outcome.IsDropped = true;
         outcomes.Add(std::move(outcome));
     }

@@ -1,6 +1,7 @@
 #include "Podcasts.Core.DB.h"
 
 #include "Podcasts.Core.DB.Columns.h"
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.Files.h"
 
 #include <algorithm>
@@ -98,10 +99,8 @@ void TPodcastsDB::VerifyLayout() {
         for (const std::string& column : columns) {
             if (isFirstLayout && column == "ID") continue;
             if (std::any_of(known.begin(), known.end(), [&](const SqlColumn& c) { return c.Name == column; })) continue;
-            throw vexa::SqliteError("cannot open the database " + FileName().toStdString() +
-                                        ": a newer version of this program has written it (it holds the column " +
-                                        std::string(table) + "." + column + "); update the program",
-                                    0);
+            const QString name = QString::fromStdString(std::string(table) + '.' + column);
+            throw vexa::SqliteError(vexa::Reason(CoreReason("NewerDatabase"), {FileName(), name}), 0);
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "Podcasts.Core.Documents.h"
 
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.FileTypes.h"
 #include "VEXA.Runtime.Html.h"
 
@@ -7,25 +8,31 @@
 
 namespace podcasts {
 
+using vexa::Reason;
+using vexa::ReasonText;
+
 namespace {
 
-constexpr char kHtmlPage[] = "an HTML page";
 constexpr char16_t kHtmlRoot[] = u"html";
 
-QString NotAFeed(const QString& what) {
-    return u"the document is " + what + u", not a feed";
+Reason NotAFeed(const ReasonText& kind) {
+    return Reason(CoreReason("NotAFeed"), {Reason(kind)});
 }
 
-QString OtherFeed(const QString& what) {
-    return u"the document is " + what + u"; only RSS 2.0 feeds and feeds of the iTunes store can be read";
+Reason OtherFeed(const Reason& kind) {
+    return Reason(CoreReason("OtherFeed"), {kind});
+}
+
+Reason OtherFeed(const ReasonText& kind) {
+    return OtherFeed(Reason(kind));
 }
 
 /// Describes an RSS document that the parser does not recognise.
-QString DescribeRss(const vexa::XmlNode& rss) {
+Reason DescribeRss(const vexa::XmlNode& rss) {
     const QString version = rss.Attribute("version");
-    if (version == u"2.0") return NotAFeed(QStringLiteral("an RSS document without a channel"));
-    if (version.isEmpty()) return OtherFeed(QStringLiteral("an RSS feed without a version"));
-    return OtherFeed(QStringLiteral("an RSS feed of version \"%1\"").arg(version));
+    if (version == u"2.0") return NotAFeed(CoreReason("RssWithoutChannel"));
+    if (version.isEmpty()) return OtherFeed(CoreReason("RssWithoutVersion"));
+    return OtherFeed(Reason(CoreReason("RssVersion"), {version}));
 }
 
 /// The node's name without its namespace prefix, in small letters.
@@ -33,24 +40,24 @@ QString LocalName(const vexa::XmlNode& node) {
     return QString::fromUtf8(node.Name()).section(u':', -1).toLower();
 }
 
-/// Describes a document by its root element; empty for an unknown element.
-QString DescribeRoot(const vexa::XmlNode& root) {
+/// Describes a document by its root element; no reason for an unknown element.
+Reason DescribeRoot(const vexa::XmlNode& root) {
     const QString local = LocalName(root);
     if (root.Name() == "rss") return DescribeRss(root);
-    if (local == u"rss") return OtherFeed(QStringLiteral("an RSS feed whose tags are not in small letters"));
-    if (local == u"rdf") return OtherFeed(QStringLiteral("an RSS 1.0 (RDF) feed"));
-    if (local == u"feed") return OtherFeed(QStringLiteral("an Atom feed"));
+    if (local == u"rss") return OtherFeed(CoreReason("RssCapitals"));
+    if (local == u"rdf") return OtherFeed(CoreReason("Rdf"));
+    if (local == u"feed") return OtherFeed(CoreReason("Atom"));
     if (local == kHtmlRoot) return DescribeHtmlPage();
-    if (local == u"opml") return NotAFeed(QStringLiteral("an OPML list of subscriptions"));
+    if (local == u"opml") return NotAFeed(CoreReason("OpmlList"));
     return {};
 }
 
 }  // namespace
 
-QString DescribeForeignDocument(const vexa::XmlDocument& document) {
+Reason DescribeForeignDocument(const vexa::XmlDocument& document) {
     for (const vexa::XmlNode root : document.Node())
-        if (const QString description = DescribeRoot(root); !description.isEmpty()) return description;
-    return QStringLiteral("the document is neither an RSS 2.0 feed nor a feed of the iTunes store");
+        if (const Reason description = DescribeRoot(root)) return description;
+    return Reason(CoreReason("UnknownDocument"));
 }
 
 namespace {
@@ -63,12 +70,12 @@ bool BeginsWithFeed(QByteArrayView bytes) {
 
 }  // namespace
 
-QString DescribeForeignDocument(QByteArrayView bytes) {
+Reason DescribeForeignDocument(QByteArrayView bytes) {
     if (BeginsWithFeed(bytes)) return {};
     const QByteArrayView text = bytes.trimmed();
-    if (text.startsWith('{') || text.startsWith('[')) return NotAFeed(QStringLiteral("a JSON document"));
-    if (bytes.startsWith("\x1F\x8B")) return NotAFeed(QStringLiteral("a gzip archive"));
-    if (vexa::BeginsLikeMedia(bytes)) return NotAFeed(QStringLiteral("an audio or video file"));
+    if (text.startsWith('{') || text.startsWith('[')) return NotAFeed(CoreReason("Json"));
+    if (bytes.startsWith("\x1F\x8B")) return NotAFeed(CoreReason("Gzip"));
+    if (vexa::BeginsLikeMedia(bytes)) return NotAFeed(CoreReason("Media"));
     return {};
 }
 
@@ -81,8 +88,8 @@ bool IsHtmlPage(const vexa::XmlDocument& document) {
     return root != document.Node().end() && LocalName(*root) == kHtmlRoot;
 }
 
-QString DescribeHtmlPage() {
-    return NotAFeed(kHtmlPage);
+Reason DescribeHtmlPage() {
+    return NotAFeed(CoreReason("HtmlPage"));
 }
 
 }  // namespace podcasts

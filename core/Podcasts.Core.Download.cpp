@@ -1,3 +1,4 @@
+#include "Podcasts.Core.Reasons.h"
 #include "Podcasts.Core.Resuming.h"
 #include "Podcasts.Core.TargetFile.h"
 #include "Podcasts.Core.Tasks.h"
@@ -5,6 +6,7 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QDir>
@@ -14,6 +16,8 @@
 #include <thread>
 
 namespace podcasts {
+
+using vexa::Reason;
 
 namespace {
 
@@ -60,8 +64,7 @@ QString NumberedName(const QString& fileName, int number) {
 void CreateFolderOf(const QString& fileName) {
     const QString folder = QFileInfo(fileName).path();
     if (!QDir().mkpath(folder)) {
-        throw std::runtime_error("cannot create the folder " + folder.toStdString() +
-                                 "; check that the folder above it exists and is writable");
+        throw vexa::ReasonError(Reason(CoreReason("CannotCreateFolder"), {folder}));
     }
 }
 
@@ -94,15 +97,15 @@ void TPodcastClientTaskDownloadEpisodes::Execute() {
             download.EpisodeKey = key;
             if (PrepareDownload(download, outcome)) Transfer(download, outcome);
         } catch (const std::exception& error) {
-            outcome.Error = QString::fromUtf8(error.what());
+            outcome.Error = vexa::ReasonOf(error);
             FClient.FDownloadOutcomes.Add(outcome);
             FClient.FKeptQueue->Remove({key});
             throw;
         }
         // If it is cancelled, the completion knows whether the user has done that, or the program's end.
         if (!IsCancelled()) FClient.FKeptQueue->Remove({key});
-        if (!outcome.Error.isEmpty() && !IsCancelled())
-            qCWarning(vexa::LogDownload).noquote() << "cannot download an episode:" << outcome.Error;
+        if (outcome.Error && !IsCancelled())
+            qCWarning(vexa::LogDownload).noquote() << "cannot download an episode:" << outcome.Error.English();
         FClient.FDownloadOutcomes.Add(std::move(outcome));
     }
 }
@@ -112,7 +115,7 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
     download.Episode = db.GetEpisode(download.EpisodeKey);
     const auto feed = download.Episode ? db.GetFeed(download.Episode->FeedID, false) : nullptr;
     if (!feed) {
-        outcome.Error = QStringLiteral("there is no such episode");
+        outcome.Error = Reason(CoreReason("NoEpisode"));
         return false;
     }
     QString local;
@@ -129,10 +132,10 @@ bool TPodcastClientTaskDownloadEpisodes::PrepareDownload(Download& download, TPo
     download.Caption = feed->Fields[pffTitle] + u" - " + download.Episode->Fields[pefTitle];
     download.URL = vexa::WithCredentialsOf(feed->Fields[pffURLFeed], download.Episode->Fields[pefURLAudio]);
     if (!QDir::isAbsolutePath(download.FileName))
-        outcome.Error = u"the file-name template gives no full file name, but \"" + download.FileName + u'"';
+        outcome.Error = Reason(CoreReason("NoFullName"), {download.FileName});
     else if (download.URL.isEmpty())
-        outcome.Error = QStringLiteral("the episode has no audio file");
-    return outcome.Error.isEmpty();
+        outcome.Error = Reason(CoreReason("NoAudio"));
+    return !outcome.Error;
 }
 
 void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDownloadOutcome& outcome) {
@@ -148,11 +151,11 @@ void TPodcastClientTaskDownloadEpisodes::Transfer(Download& download, TPodcastDo
         if (next.What != Kind::Again) break;
         if (next.Pause.count() > 0) {
             qCInfo(vexa::LogDownload).noquote() << "the transfer of" << vexa::MaskedUrl(download.URL) << "broke at byte"
-                                                << download.Resumption.Held() << "-" << info.Message;
+                                                << download.Resumption.Held() << "-" << info.Why.English();
             WaitForConnection(download, next.Pause);
         }
         if (ShouldStop(download)) {
-            outcome.Error = QStringLiteral("cancelled");
+            outcome.Error = Reason(vexa::RuntimeReason("Cancelled"));
             break;
         }
     }
@@ -198,8 +201,8 @@ bool TPodcastClientTaskDownloadEpisodes::Accept(Download& download, const vexa::
 bool TPodcastClientTaskDownloadEpisodes::BeginFile(Download& download, bool isWhole) {
     const Body body = JudgeBody(download.MimeType, download.Start, isWhole);
     if (body == Body::Undecided) return true;  // so far no file has been replaced and no record removed
-    if (body == Body::WebPage) throw std::runtime_error("the server sent a web page in place of the audio");
-    if (download.Start.isEmpty()) throw std::runtime_error("the server sent an empty file");
+    if (body == Body::WebPage) throw vexa::ReasonError(Reason(CoreReason("WebPage")));
+    if (download.Start.isEmpty()) throw vexa::ReasonError(Reason(CoreReason("EmptyFile")));
     if (!download.File.IsOpen() && !OpenTarget(download)) return false;
     download.IsAudio = true;
     download.File.Write(download.Start.constData(), static_cast<std::size_t>(download.Start.size()));
@@ -273,7 +276,7 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
     TPodcastsDB& db = FClient.DB();
     const TPodcastEpisode& episode = *download.Episode;
     TPodcastTargetFile& file = download.File;
-    if (outcome.Error.isEmpty()) {
+    if (!outcome.Error) {
         try {
             if (!download.IsAudio && !BeginFile(download, true)) {
                 outcome.FileName = download.FileOfAnother;
@@ -281,15 +284,15 @@ void TPodcastClientTaskDownloadEpisodes::Finish(Download& download, TPodcastDown
             }
             file.Flush();
         } catch (const std::exception& error) {
-            outcome.Error = QString::fromUtf8(error.what());
+            outcome.Error = vexa::ReasonOf(error);
         }
     }
     // Record the file by row, not by key: a refresh may have given the row another address, and its address to another
     // episode. A file that no row records would never be found again.
-    if (outcome.Error.isEmpty())
+    if (!outcome.Error)
         download.IsStored = db.SetCachedFileOfRow(episode, file.FileName()) || FClient.AreFilesKept(episode.FeedID);
-    if (!download.IsStored) outcome.Error = QStringLiteral("the episode is not stored any more");
-    if (outcome.Error.isEmpty()) {
+    if (!download.IsStored) outcome.Error = Reason(CoreReason("NotStored"));
+    if (!outcome.Error) {
         outcome.FileName = file.FileName();
         file.Close();
         return;

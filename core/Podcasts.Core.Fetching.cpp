@@ -2,17 +2,22 @@
 
 #include "Podcasts.Core.Documents.h"
 #include "Podcasts.Core.Parsers.h"
+#include "Podcasts.Core.Reasons.h"
+#include "VEXA.Runtime.FileReason.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
+#include "VEXA.Runtime.Reasons.h"
 
 #include <QFile>
 
 #include <xxhash.h>
 
-#include <stdexcept>
 #include <utility>
 
 namespace podcasts {
+
+using vexa::Reason;
+using vexa::ReasonError;
 
 namespace {
 
@@ -21,13 +26,13 @@ constexpr qint64 kMaxFeedBytes = 64 * 1024 * 1024;  // bytes, after decompressio
 
 QByteArray ReadFeedFile(const QString& fileName) {
     QFile file(fileName);
-    auto fail = [&](const QString& reason) { throw std::runtime_error(reason.toStdString()); };
-    if (!file.open(QIODevice::ReadOnly)) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
+    const auto fail = [&] { throw ReasonError(Reason(CoreReason("Unreadable"), {vexa::FileReason(file)})); };
+    if (!file.open(QIODevice::ReadOnly)) fail();
     if (file.size() > kMaxFeedBytes)
-        fail(QStringLiteral("the document is larger than %1 MiB").arg(kMaxFeedBytes / (1024 * 1024)));
+        throw ReasonError(Reason(vexa::RuntimeReason("TooLarge"), {QString::number(kMaxFeedBytes / (1024 * 1024))}));
     // Not read(kMaxFeedBytes), which would allocate that much memory first, however small the file.
     QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) fail(QStringLiteral("the file cannot be read: ") + file.errorString());
+    if (file.error() != QFileDevice::NoError) fail();
     return bytes;
 }
 
@@ -36,8 +41,7 @@ void CheckLosses(const vexa::XmlDocument& document, const TPodcastFeed& feed) {
     const std::size_t promised = document.CountStartTags("item") + document.CountStartTags("entry");
     const auto found = static_cast<std::size_t>(feed.EpisodeCount());
     if (found * 2 >= promised) return;
-    throw vexa::XmlError("the document is damaged: only " + std::to_string(found) + " of its " +
-                         std::to_string(promised) + " items can be read");
+    throw vexa::XmlError(Reason(CoreReason("Damaged"), {QString::number(found), QString::number(promised)}));
 }
 
 /// The 128-bit XXH3 digest in hexadecimal digits. It only tells whether the same bytes have come again, so it need not
@@ -55,7 +59,7 @@ bool IsLocalFeedFile(const QString& text) {
 }
 
 TPodcastPageError::TPodcastPageError(std::vector<TPodcastFeedLink> feeds)
-    : XmlError(DescribeHtmlPage().toStdString()), FFeeds(std::move(feeds)) {}
+    : XmlError(DescribeHtmlPage()), FFeeds(std::move(feeds)) {}
 
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled) {
     if (vexa::IsUrl(location))
@@ -109,8 +113,7 @@ std::optional<TPodcastFeedDocument> ReadFeedDocument(const QString& location, ve
     };
     const auto checkBeginning = [&] {
         if (IsHtmlPage(loaded.Body, loaded.Info.MimeType)) throwPage();
-        const QString foreign = DescribeForeignDocument(loaded.Body);
-        if (!foreign.isEmpty()) throw vexa::XmlError(foreign.toStdString());
+        if (const Reason foreign = DescribeForeignDocument(loaded.Body)) throw vexa::XmlError(foreign);
     };
     try {
         document.Tree = std::make_unique<vexa::XmlDocument>(loaded.Body, loaded.Info.Charset);
@@ -134,9 +137,8 @@ std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& docu
     return feed;
 }
 
-QString DescribeMissingFeed(const TPodcastFeedDocument& document) {
-    return document.Tree ? DescribeForeignDocument(*document.Tree)
-                         : QStringLiteral("this is neither an http or https address nor an existing .xml file");
+Reason DescribeMissingFeed(const TPodcastFeedDocument& document) {
+    return document.Tree ? DescribeForeignDocument(*document.Tree) : Reason(CoreReason("NoLocation"));
 }
 
 }  // namespace podcasts

@@ -42,7 +42,7 @@ struct TPodcastFeedDocument {
 };
 
 /// Loads the document at `location`. Returns one without a tree when the location is neither a web address nor a local
-/// feed file. Throws HttpError, XmlError, TPodcastPageError, and std::runtime_error for a file that cannot be read.
+/// feed file. Throws HttpError, XmlError, TPodcastPageError, and ReasonError for a file that cannot be read.
 TPodcastFeedDocument LoadFeedDocument(const QString& location, const vexa::CancelCheck& isCancelled);
 
 /// A fetch with the limits of feed documents.
@@ -59,6 +59,6 @@ QList<QByteArray> ConditionsOf(const TPodcastDocumentNote& known);
 std::unique_ptr<TPodcastFeed> ParseFeedDocument(const TPodcastFeedDocument& document, const QString& location);
 
 /// Why a document contains no feed, or why there is no document at its location.
-QString DescribeMissingFeed(const TPodcastFeedDocument& document);
+vexa::Reason DescribeMissingFeed(const TPodcastFeedDocument& document);
 
 }  // namespace podcasts

@@ -1,5 +1,6 @@
 #include "Podcasts.Core.Locating.h"
 
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Url.h"
@@ -9,9 +10,10 @@
 
 #include <algorithm>
 #include <optional>
-#include <stdexcept>
 
 namespace podcasts {
+
+using vexa::Reason;
 
 namespace {
 
@@ -106,7 +108,7 @@ QString FollowMoves(std::unique_ptr<TPodcastFeed>& feed, const TPodcastFeedDocum
             const TPodcastFeedDocument loaded = load(next);
             place = {nullptr, loaded.Address, loaded.MovedTo.isEmpty() ? next : loaded.MovedTo};
             read = ParseFeedDocument(loaded, next);
-            if (!read) throw std::runtime_error(DescribeMissingFeed(loaded).toStdString());
+            if (!read) throw vexa::ReasonError(DescribeMissingFeed(loaded));
         } catch (const std::exception& error) {
             // The feed stays where it is; the next refresh tries again.
             qCWarning(vexa::LogRefresh).noquote() << "cannot follow the feed" << vexa::MaskedUrl(origin) << "to"
@@ -159,23 +161,21 @@ TPodcastFoundFeed FindFeedOf(const TPodcastPageError& page, int choice, const TP
     TPodcastFoundFeed found;
     const auto count = static_cast<int>(page.Feeds().size());
     if (count == 0) {
-        found.Error = QString::fromUtf8(page.what());
+        found.Error = page.Why();
     } else if (choice > count) {
-        found.Error =
-            QStringLiteral("the page names %1 feeds; there is none with the number %2").arg(count).arg(choice);
+        found.Error = Reason(CoreReason("NoFeedOfNumber"), {QString::number(count), QString::number(choice)});
     } else if (choice == 0 && count > 1) {
         found.Choices = page.Feeds();
     } else {
         const QString& address = page.Feeds()[static_cast<std::size_t>(std::max(choice, 1) - 1)].Address;
-        QString problem;
+        Reason problem;
         try {
             found = FindFeedAt(address, load, isSubscribed);
             problem = found.Error;
         } catch (const std::exception& error) {
-            problem = QString::fromUtf8(error.what());
+            problem = vexa::ReasonOf(error);
         }
-        if (!problem.isEmpty())
-            found.Error = u"the page names the feed " + vexa::MaskedUrl(address) + u", but " + problem;
+        if (problem) found.Error = Reason(CoreReason("NamedFeed"), {vexa::MaskedUrl(address), problem});
     }
     return found;
 }
@@ -202,15 +202,15 @@ TPodcastFoundFeed FindFeed(const QString& text, int choice, const TPodcastDocume
         } catch (const TPodcastPageError& page) {
             next = FindFeedOf(page, choice, load, isSubscribed);
         } catch (const vexa::HttpError& failure) {
-            next.Error = QString::fromUtf8(failure.what());
+            next.Error = failure.Why();
             next.IsTransient = failure.IsTransient();
             isAnswer = failure.What() != vexa::HttpErrorInfo::Kind::Network;
         } catch (const std::exception& failure) {
-            next.Error = QString::fromUtf8(failure.what());
+            next.Error = vexa::ReasonOf(failure);
         }
-        if (next.Error.isEmpty()) return next;
+        if (!next.Error) return next;
         // Keep the more informative failure: a server's answer rather than a network error; of two answers the first.
-        if (found.Error.isEmpty() || (isAnswer && !hasAnswered)) found = std::move(next);
+        if (!found.Error || (isAnswer && !hasAnswered)) found = std::move(next);
         hasAnswered = hasAnswered || isAnswer;
     }
     return found;

@@ -46,7 +46,7 @@ struct TPodcastFoundFeed {
     QString Address;                        // the address to store for the feed; set even if the feed was not read
     bool IsSubscribed = false;              // Address is subscribed to already; Feed may be missing
     std::vector<TPodcastFeedLink> Choices;  // if there are several feeds: call again with the address of one
-    QString Error;
+    vexa::Reason Error;
     bool IsTransient = false;      // the error may be gone later, see HttpErrorInfo
     bool IsUnknownFormat = false;  // the error is that the document has no known format
 };

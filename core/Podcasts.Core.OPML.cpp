@@ -1,5 +1,6 @@
 #include "Podcasts.Core.OPML.h"
 
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.XML.h"
 
 #include <QXmlStreamWriter>
@@ -9,7 +10,7 @@ namespace podcasts {
 std::vector<TPodcastOpmlOutline> ReadOpml(const QByteArray& bytes) {
     const vexa::XmlDocument document(bytes);
     const vexa::XmlNode body = document.FindPath({"opml", "body"});
-    if (!body) throw vexa::XmlError("the document is no OPML subscription list (it has no opml and body elements)");
+    if (!body) throw vexa::XmlError(vexa::Reason(CoreReason("NoOpmlList")));
     std::vector<TPodcastOpmlOutline> outlines;
     // Depth first, without recursion, because a list may be nested more deeply than the stack allows.
     std::vector<std::pair<vexa::XmlNode::Iterator, vexa::XmlNode::Iterator>> open{{body.begin(), body.end()}};

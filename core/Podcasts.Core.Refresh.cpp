@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Http.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QScopeGuard>
@@ -30,7 +31,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
             isTransient = Refresh(run, outcome);
         } catch (const std::exception& error) {
             // The database has failed: this ends the task, and its completion adds outcomes for the remaining feeds.
-            outcome.Error = QString::fromUtf8(error.what());
+            outcome.Error = vexa::ReasonOf(error);
             FClient.FRefreshOutcomes.Add(std::move(outcome));
             throw;
         }
@@ -45,9 +46,9 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
 }
 
 void TPodcastClientTaskRefreshFeeds::AddOutcome(TPodcastRefreshOutcome outcome) {
-    if (!outcome.Error.isEmpty() && !IsCancelled())
+    if (outcome.Error && !IsCancelled())
         qCWarning(vexa::LogRefresh).noquote()
-            << "cannot refresh" << vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error;
+            << "cannot refresh" << vexa::MaskedUrl(outcome.FeedURL) + u": " + outcome.Error.English();
     FClient.FRefreshOutcomes.Add(std::move(outcome));
 }
 
@@ -69,10 +70,10 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
     } catch (const vexa::SqliteError&) {
         throw;
     } catch (const vexa::HttpError& error) {
-        outcome.Error = QString::fromUtf8(error.what());
+        outcome.Error = error.Why();
         return error.IsTransient();
     } catch (const std::exception& error) {
-        outcome.Error = QString::fromUtf8(error.what());
+        outcome.Error = vexa::ReasonOf(error);
     }
     if (!feed) return false;
     const QString named = vexa::WithCredentialsOf(feedURL, feed->NewFeedURL);
@@ -81,7 +82,7 @@ bool TPodcastClientTaskRefreshFeeds::Refresh(TPodcastFetchRun& run, TPodcastRefr
         newURL =
             FollowMoves(feed, place, load, [this](const QString& address) { return FClient.IsSubscribed(address); });
     if (IsCancelled()) {
-        outcome.Error = QStringLiteral("cancelled");
+        outcome.Error = vexa::Reason(vexa::RuntimeReason("Cancelled"));
         return false;
     }
     // Note the new address even if the feed could not be followed there, so that the next refresh tries again.

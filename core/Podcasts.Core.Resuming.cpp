@@ -1,13 +1,15 @@
 #include "Podcasts.Core.Resuming.h"
 
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.Dates.h"
 
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <stdexcept>
 
 namespace podcasts {
+
+using vexa::Reason;
 
 namespace {
 
@@ -74,7 +76,7 @@ TPodcastResumption::Answer TPodcastResumption::Accept(const vexa::HttpResponseIn
 void TPodcastResumption::Arrived(std::size_t size) {
     FHeld += static_cast<qint64>(size);
     FIsWorthwhile = FIsWorthwhile || FHeld >= kMinProgress;
-    if (FSize > 0 && FHeld > FSize) throw std::runtime_error("the server sent more than the file that it announced");
+    if (FSize > 0 && FHeld > FSize) throw vexa::ReasonError(Reason(CoreReason("MoreThanAnnounced")));
 }
 
 TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInfo& info) {
@@ -85,37 +87,34 @@ TPodcastResumption::Decision TPodcastResumption::Decide(const vexa::HttpErrorInf
         case Kind::Network:
             if (isWhole) return {Decision::Kind::Done};
             // A server may send less than the requested rest.
-            return AfterBreak(info.Succeeded() ? QStringLiteral("the server ended before the whole file had arrived")
-                                               : info.Message);
+            return AfterBreak(info.Succeeded() ? Reason(CoreReason("EndedEarly")) : info.Why);
         case Kind::Refused:
-            if (FIsUnusable)
-                return RequestWholeFile(
-                    QStringLiteral("the connection broke, and the server does not go on with the file; try again"));
+            if (FIsUnusable) return RequestWholeFile(Reason(CoreReason("NotContinued")));
             break;
         case Kind::Status: {
             constexpr int kTooManyRequests = 429, kServerErrors = 500;
-            if (info.Status >= kServerErrors) return AfterBreak(info.Message);
-            if (FFirstRequested > 0 && info.Status != kTooManyRequests) return RequestWholeFile(info.Message);
+            if (info.Status >= kServerErrors) return AfterBreak(info.Why);
+            if (FFirstRequested > 0 && info.Status != kTooManyRequests) return RequestWholeFile(info.Why);
             break;
         }
         default:
             break;
     }
-    return {Decision::Kind::Failed, {}, info.Message};
+    return {Decision::Kind::Failed, {}, info.Why};
 }
 
-TPodcastResumption::Decision TPodcastResumption::AfterBreak(const QString& reason) {
+TPodcastResumption::Decision TPodcastResumption::AfterBreak(const Reason& why) {
     if (FHeld - FHeldBefore >= kMinProgress) FPauses = 0;
     const bool mayRestart = FRestarts < kMaxRestarts;
     if (!FIsWorthwhile || FPauses == static_cast<int>(kPauses.size()) || !(CanResume() || mayRestart))
-        return {Decision::Kind::Failed, {}, reason};
+        return {Decision::Kind::Failed, {}, why};
     const int units = kPauses[static_cast<std::size_t>(FPauses++)];
     return {Decision::Kind::Again, std::chrono::milliseconds(units * PauseUnit.load())};
 }
 
-TPodcastResumption::Decision TPodcastResumption::RequestWholeFile(const QString& reason) {
+TPodcastResumption::Decision TPodcastResumption::RequestWholeFile(const Reason& why) {
     FValidator.clear();
-    if (FRestarts == kMaxRestarts) return {Decision::Kind::Failed, {}, reason};
+    if (FRestarts == kMaxRestarts) return {Decision::Kind::Failed, {}, why};
     return {Decision::Kind::Again};
 }
 

@@ -34,13 +34,13 @@ public:
         enum class Kind { Done, Again, Failed };
         Kind What;
         std::chrono::milliseconds Pause{0};  // before the next attempt
-        QString Error{};                     // why it failed
+        vexa::Reason Error{};                // why it failed
     };
 
     /// Requests the rest of the file if it can be resumed, else the whole file.
     void Prepare(vexa::HttpGet& request);
     Answer Accept(const vexa::HttpResponseInfo& response);
-    /// Throws std::runtime_error when more bytes have arrived than the file has.
+    /// Throws vexa::ReasonError when more bytes have arrived than the file has.
     void Arrived(std::size_t size);
     Decision Decide(const vexa::HttpErrorInfo& info);
 
@@ -51,8 +51,8 @@ public:
 private:
     /// Whether the rest can be requested.
     bool CanResume() const noexcept;
-    Decision AfterBreak(const QString& reason);
-    Decision RequestWholeFile(const QString& reason);
+    Decision AfterBreak(const vexa::Reason& why);
+    Decision RequestWholeFile(const vexa::Reason& why);
 
     // About the version of the file that is being fetched.
     QByteArray FValidator;  // empty: there is no strong validator

@@ -1,15 +1,19 @@
 #include "Podcasts.Core.Subscribing.h"
 
+#include "Podcasts.Core.Reasons.h"
+#include "VEXA.Runtime.FileReason.h"
+
 #include <QFile>
 #include <QHash>
 #include <QSaveFile>
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 #include <utility>
 
 namespace podcasts {
+
+using vexa::Reason;
 
 namespace {
 
@@ -71,7 +75,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
         TPodcastFoundFeed found = FindFeed(text, choice, load, isSubscribed);
         subscription.Error = found.Error;
         isTransient = found.IsTransient;
-        if (!found.Error.isEmpty()) return subscription;
+        if (found.Error) return subscription;
         if (!found.Choices.empty()) {
             subscription.What = Result::SeveralFeeds;
             subscription.Choices = std::move(found.Choices);
@@ -89,7 +93,7 @@ TPodcastSubscription SubscribeTo(TPodcastClient& client, TPodcastFetchRun& run, 
         }
     } catch (const std::exception& error) {
         subscription.What = Result::Failed;
-        subscription.Error = QString::fromUtf8(error.what());
+        subscription.Error = vexa::ReasonOf(error);
     }
     return subscription;
 }
@@ -124,21 +128,23 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
     for (const QString& text : queue.Upcoming(texts.size())) {
         TPodcastSubscription dropped;
         dropped.Location = text;
-        dropped.Error = kTaskStopped;
+        dropped.Error = TaskStopped();
         dropped.IsDropped = true;
         finished(dropped);
     }
 }
 
 QStringList ReadOpmlFile(const QString& fileName) {
-    const std::string failure = "cannot read " + fileName.toStdString() + ": ";
+    const auto fail = [&](const Reason& cause) {
+        throw vexa::ReasonError(Reason(CoreReason("CannotRead"), {fileName, cause}));
+    };
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) throw std::runtime_error(failure + file.errorString().toStdString());
+    if (!file.open(QIODevice::ReadOnly)) fail(vexa::FileReason(file));
     QStringList locations;
     try {
         for (const auto& outline : ReadOpml(file.readAll())) locations += outline.FeedURL;
     } catch (const std::exception& error) {
-        throw std::runtime_error(failure + error.what());
+        fail(vexa::ReasonOf(error));
     }
     locations.removeDuplicates();
     return locations;
@@ -148,7 +154,7 @@ void WriteOpmlFile(TPodcastClient& client, const QString& fileName) {
     const QByteArray opml = ExportOpml(client);
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly) || file.write(opml) != opml.size() || !file.commit())
-        throw std::runtime_error("cannot write " + fileName.toStdString() + ": " + file.errorString().toStdString());
+        throw vexa::ReasonError(Reason(CoreReason("CannotWrite"), {fileName, vexa::FileReason(file)}));
 }
 
 QByteArray ExportOpml(TPodcastClient& client) {

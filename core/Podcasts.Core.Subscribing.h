@@ -20,7 +20,7 @@ struct TPodcastSubscription {
     QString FeedTitle;  // empty without a feed
     int EpisodeCount = 0;
     std::vector<TPodcastFeedLink> Choices;  // SeveralFeeds: the feeds that the page at the location links to
-    QString Error;                          // why the subscription failed
+    vexa::Reason Error;                     // why the subscription failed
     bool IsDropped = false;                 // the work was stopped before this text's turn came
 };
 
@@ -35,9 +35,9 @@ void SubscribeByAddress(TPodcastClient& client, const QStringList& texts, int ch
 /// The OPML document of all subscriptions, by name.
 QByteArray ExportOpml(TPodcastClient& client);
 
-/// The feed addresses in an OPML file, each once. Throws std::runtime_error with the file's name and the reason.
+/// The feed addresses in an OPML file, each once. Throws vexa::ReasonError with the file's name and the cause.
 QStringList ReadOpmlFile(const QString& fileName);
-/// Writes all subscriptions; on failure the file is left unchanged. Throws std::runtime_error likewise.
+/// Writes all subscriptions; on failure the file is left unchanged. Throws vexa::ReasonError likewise.
 void WriteOpmlFile(TPodcastClient& client, const QString& fileName);
 
 }  // namespace podcasts

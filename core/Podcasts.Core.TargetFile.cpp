@@ -1,5 +1,6 @@
 #include "Podcasts.Core.TargetFile.h"
 
+#include "Podcasts.Core.Reasons.h"
 #include "VEXA.Runtime.Files.h"
 
 #include <QFile>
@@ -10,11 +11,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <stdexcept>
-#include <string>
-#include <system_error>
 
 namespace podcasts {
+
+using vexa::Reason;
+using vexa::ReasonError;
 
 namespace {
 
@@ -24,9 +25,8 @@ constexpr qint64 kWriteBehind = 8 * 1024 * 1024;
 
 }  // namespace
 
-void TPodcastTargetFile::Fail(const char* what) const {
-    const std::string reason = std::generic_category().message(errno);
-    throw std::runtime_error(std::string(what) + " " + FFileName.toStdString() + ": " + reason);
+void TPodcastTargetFile::Fail(const vexa::ReasonText& what) const {
+    throw ReasonError(Reason(what, {FFileName, vexa::SystemReason(errno)}));
 }
 
 bool TPodcastTargetFile::Open(const QString& fileName) {
@@ -38,20 +38,18 @@ bool TPodcastTargetFile::Open(const QString& fileName) {
         FDescriptor = open(path.constData(), flags | O_EXCL, 0666);
         FIsOurs = FDescriptor >= 0;
         if (FDescriptor < 0 && errno == EEXIST) FDescriptor = open(path.constData(), flags, 0666);
-        if (FDescriptor < 0) Fail("cannot create the file");
+        if (FDescriptor < 0) Fail(CoreReason("CannotCreateFile"));
         struct stat status {};
         if (fstat(FDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
             Close();
-            throw std::runtime_error("cannot create the file " + fileName.toStdString() +
-                                     ": something else has this name");
+            throw ReasonError(Reason(CoreReason("CannotCreateFile"), {fileName, Reason(CoreReason("NameTaken"))}));
         }
         if (flock(FDescriptor, LOCK_EX | LOCK_NB) != 0) {
             const bool isHeld = errno == EWOULDBLOCK;
             if (!isHeld && errno != EINTR) return FIsOurs;  // the file system has no locks: go on without
             Close();
             if (!isHeld) continue;
-            throw std::runtime_error("another program is writing the file " + fileName.toStdString() +
-                                     "; try again when it has finished");
+            throw ReasonError(Reason(CoreReason("FileBusy"), {fileName}));
         }
         // The previous holder of the lock may have removed the file.
         if (vexa::IsFileNamed(FDescriptor, path)) return FIsOurs;
@@ -68,7 +66,7 @@ bool TPodcastTargetFile::IsBeingWritten(const QString& fileName) {
 }
 
 void TPodcastTargetFile::Truncate() {
-    if (ftruncate(FDescriptor, 0) != 0 || lseek(FDescriptor, 0, SEEK_SET) != 0) Fail("cannot write the file");
+    if (ftruncate(FDescriptor, 0) != 0 || lseek(FDescriptor, 0, SEEK_SET) != 0) Fail(CoreReason("CannotWriteFile"));
     FIsOurs = true;
     FWritten = FSentToDisk = 0;
 }
@@ -77,7 +75,7 @@ void TPodcastTargetFile::Write(const char* data, std::size_t size) {
     while (size > 0) {
         const ssize_t written = write(FDescriptor, data, size);
         if (written < 0 && errno == EINTR) continue;
-        if (written < 0) Fail("cannot write the file");
+        if (written < 0) Fail(CoreReason("CannotWriteFile"));
         data += written;
         size -= static_cast<std::size_t>(written);
         FWritten += written;
@@ -88,9 +86,9 @@ void TPodcastTargetFile::Write(const char* data, std::size_t size) {
 }
 
 void TPodcastTargetFile::Flush() {
-    if (fdatasync(FDescriptor) != 0) Fail("cannot write the file");
+    if (fdatasync(FDescriptor) != 0) Fail(CoreReason("CannotWriteFile"));
     if (!vexa::IsFileNamed(FDescriptor, QFile::encodeName(FFileName)))
-        throw std::runtime_error("the file " + FFileName.toStdString() + " was taken away while it was downloaded");
+        throw ReasonError(Reason(CoreReason("FileGone"), {FFileName}));
 }
 
 void TPodcastTargetFile::Close() noexcept {

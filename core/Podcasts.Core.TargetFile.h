@@ -1,12 +1,14 @@
 #pragma once
 // The file that a download is written to. It has its final name from the start.
 
+#include "VEXA.Runtime.Reason.h"
+
 #include <QString>
 
 namespace podcasts {
 
 /// The file is locked while it is open, so that two programs never write the same file. Errors are thrown as
-/// std::runtime_error, whose message says what failed and why.
+/// vexa::ReasonError, which says what failed and why.
 class TPodcastTargetFile {
 public:
     TPodcastTargetFile() = default;
@@ -32,7 +34,7 @@ public:
     const QString& FileName() const noexcept { return FFileName; }
 
 private:
-    [[noreturn]] void Fail(const char* what) const;
+    [[noreturn]] void Fail(const vexa::ReasonText& what) const;
 
     QString FFileName;
     int FDescriptor = -1;

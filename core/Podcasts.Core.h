@@ -10,6 +10,7 @@
 #include "Podcasts.Core.Options.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
 
@@ -121,13 +122,13 @@ private:
 };
 
 /// The error of an item that was not processed because its task was stopped.
-inline const QString kTaskStopped = QStringLiteral("not done: the work was stopped before");
+vexa::Reason TaskStopped();
 
 /// What happened to one feed of the last refresh.
 struct TPodcastRefreshOutcome {
     QString FeedURL;
     QStringList NewEpisodes;      // keys
-    QString Error;                // why the refresh failed; empty when it did not
+    vexa::Reason Error;           // why the refresh failed; none when it did not
     bool IsDropped = false;       // the task was stopped before the feed's turn came
     bool IsUnsubscribed = false;  // the feed was unsubscribed while its document was fetched: nothing was stored
     QString MovedTo{};            // the feed's new address; empty when it has not moved
@@ -137,8 +138,8 @@ struct TPodcastRefreshOutcome {
 /// What happened to one episode of the last downloads.
 struct TPodcastDownloadOutcome {
     QString EpisodeKey;
-    QString FileName;  // of the local copy
-    QString Error;     // why there is no local copy; empty when there is one
+    QString FileName;    // of the local copy
+    vexa::Reason Error;  // why there is no local copy; none when there is one
     bool IsDropped = false;
 };
 

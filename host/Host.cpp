@@ -4,6 +4,7 @@
 #include "FileInfo.h"
 #include "Filters.h"
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "Images.h"
 #include "ObjectList.h"
 #include "Steps.h"
@@ -20,8 +21,7 @@ const QString kLanguageKey = QStringLiteral("Window\\Language");
 
 HostOptions WithProfile(const HostOptions& options) {
     if (!QDir().mkpath(options.ProfileFolder))
-        throw std::runtime_error(
-            QString(u"cannot make the profile folder " + options.ProfileFolder + u": choose another").toStdString());
+        throw ReasonError(Reason(HostReason("NoProfile"), {options.ProfileFolder}));
     return options;
 }
 
@@ -37,12 +37,13 @@ Host::Host(const HostOptions& options)
           options.Language.isEmpty() ? FConfig->Find(kLanguageKey).value_or(QString()) : options.Language, FMessages)),
       FLibrary(new MusicLibraryService(Ref<IVEXAServiceConfig>(FConfig))),
       FHttp(new HttpClientService),
-      FDecoders(new AudioDecoderService),
+      FDecoders(new AudioDecoderService(FLanguage)),
       FFileInfos(new FileInfoService),
       FFileSystems(new FileSystemService),
       FAddresses(std::make_shared<PresentAddresses>(options.ProfileFolder, FFileSystems, FLibrary)),
       FAlbumArt(new AlbumArtService),
-      FPlayer(new PlayerService(FDecoders, FFileInfos, FMessages, FAddresses, std::make_unique<SilentOutput>())),
+      FPlayer(
+          new PlayerService(FDecoders, FFileInfos, FMessages, FLanguage, FAddresses, std::make_unique<SilentOutput>())),
       FMenus(new MenuManager(*FCore, FLanguage)),
       FOptions(new OptionsService),
       FSelection(new LibrarySelection(FLibrary)),

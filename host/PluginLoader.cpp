@@ -1,5 +1,6 @@
 #include "PluginLoader.h"
 
+#include "HostReasons.h"
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -14,16 +15,15 @@ namespace vexa::host {
 namespace {
 
 VEXAPluginGetHeaderFunction FindEntryPoint(const QString& fileName) {
-    if (!QFileInfo(fileName).isFile())
-        throw PluginError(u"there is no file " + fileName + u": name the file of a plug-in", E_FAIL);
+    if (!QFileInfo(fileName).isFile()) throw PluginError(Reason(HostReason("NoPlugin"), {fileName}), E_FAIL);
     QLibrary library(QFileInfo(fileName).absoluteFilePath());
     library.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     if (!library.load())
-        throw PluginError(fileName + u" is not a plug-in that can be loaded: " + library.errorString(), E_FAIL);
+        throw PluginError(Reason(HostReason("PluginNotLoaded"), {fileName, library.errorString()}), E_FAIL);
     const auto entry = reinterpret_cast<VEXAPluginGetHeaderFunction>(library.resolve(kPluginEntryPoint));
     if (!entry)
-        throw PluginError(
-            fileName + u" is not a plug-in: it is a library without " + QString::fromLatin1(kPluginEntryPoint), E_FAIL);
+        throw PluginError(Reason(HostReason("PluginWithoutEntry"), {fileName, QString::fromLatin1(kPluginEntryPoint)}),
+                          E_FAIL);
     return entry;
 }
 
@@ -65,23 +65,23 @@ Plugin::Plugin(const QString& fileName) : FFileName(QFileInfo(fileName).absolute
     VEXA_ASSERT_MAIN_THREAD();
     const HResult result = FindEntryPoint(fileName)(FObject.Put());
     if (Failed(result) || !FObject)
-        throw PluginError(u"the plug-in " + fileName + u" gave no object (" + ToHex(result) + u')',
+        throw PluginError(Reason(HostReason("PluginWithoutObject"), {fileName, ToHex(result)}),
                           Failed(result) ? result : E_FAIL);
 }
 
 void Plugin::Initialize(IVEXACore* core) {
     VEXA_ASSERT_MAIN_THREAD();
-    if (!HasThisSdk(FObject.Get()))
-        throw PluginError(u"the plug-in " + FFileName +
-                              u" was built with another version of the interfaces: get the one for this player",
-                          E_NOTIMPL);
+    if (!HasThisSdk(FObject.Get())) throw PluginError(Reason(HostReason("PluginForOther"), {FFileName}), E_NOTIMPL);
     const LastWarning warning;
     const HResult result = FObject->Initialize(core);
     if (Succeeded(result)) return;
-    QString reason = warning.Text();
-    if (reason.isEmpty() && result == E_NOTIMPL) reason = QStringLiteral("the host lacks a service that it needs");
-    if (!reason.isEmpty()) reason.prepend(u": ");
-    throw PluginError(u"the plug-in " + FFileName + u" refused to start (" + ToHex(result) + u')' + reason, result);
+    Reason cause;
+    if (const QString text = warning.Text(); !text.isEmpty())
+        cause = text;
+    else if (result == E_NOTIMPL)
+        cause = Reason(HostReason("ServiceMissing"));
+    if (!cause) throw PluginError(Reason(HostReason("PluginRefused"), {FFileName, ToHex(result)}), result);
+    throw PluginError(Reason(HostReason("PluginRefusedWhy"), {FFileName, ToHex(result), cause}), result);
 }
 
 void Plugin::Finalize() {

@@ -1,18 +1,17 @@
 #pragma once
 // From the file of a plug-in to its running object. Main thread.
 
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.SDK.Core.h"
 
 #include <QString>
 
-#include <stdexcept>
-
 namespace vexa::host {
 
-/// Why a plug-in was not loaded; the message says what to do about it.
-class PluginError : public std::runtime_error {
+/// Why a plug-in was not loaded; the reason says what to do about it.
+class PluginError : public ReasonError {
 public:
-    PluginError(const QString& message, HResult code) : std::runtime_error(message.toStdString()), FCode(code) {}
+    PluginError(const Reason& why, HResult code) : ReasonError(why), FCode(code) {}
     HResult Code() const noexcept { return FCode; }
 
 private:

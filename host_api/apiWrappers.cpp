@@ -175,6 +175,10 @@ QString LocalizedTextPart(const QString& key, int part) {
     return FromHostString(text.Get());
 }
 
+QString LocalizedText(const Reason& why) {
+    return why.Translated([](const QString& key) { return LocalizedText(key); });
+}
+
 QString FormatText(QString format, const QString& value) {
     const auto placeholder = format.indexOf(QLatin1String("%s"));
     return placeholder < 0 ? format : format.replace(placeholder, 2, value);

@@ -9,6 +9,7 @@
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Guard.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.SDK.h"
 
 #include <QString>
@@ -85,6 +86,8 @@ std::int64_t VariantToInt64(const Variant& value);
 QString LocalizedText(const QString& key);
 /// One part of the key's text, counted from 0.
 QString LocalizedTextPart(const QString& key, int part);
+/// The reason in the user's language, with English texts where that has none.
+QString LocalizedText(const Reason& why);
 /// `format` with its first "%s" replaced by `value`. Placeholders in `value` are not replaced.
 QString FormatText(QString format, const QString& value);
 

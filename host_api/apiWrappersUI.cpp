@@ -6,7 +6,7 @@ namespace vexa {
 
 void ShowCaughtException(const char* what) noexcept {
     LogCaughtException(LogPlugin(), what);
-    GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), CaughtMessage()); });
+    GuardedCall("showing an error", [] { ShowErrorBox(HostMainWindow(), QString(), LocalizedText(CaughtReason())); });
 }
 
 HResult TVEXAUICustomEventAdapter::QueryInterface(const Guid& iid, void** object) noexcept {

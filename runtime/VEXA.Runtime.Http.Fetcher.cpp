@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Http.Transfer.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QDateTime>
@@ -30,7 +31,7 @@ constexpr auto kCancelPoll = milliseconds(20);
 struct Server {
     int Running = 0;  // running transfers, without those that are held back
     bool HasAnswered = false;
-    QString Failure;       // the message of a transient failure; empty when there was none
+    Reason Failure;        // the reason of a transient failure; none when there was none
     QDateTime RestsUntil;  // until when the server asked not to be asked again; null if it did not
 };
 
@@ -204,9 +205,9 @@ struct HttpFetcher::Impl {
             if (item->At != Item::Stage::Waiting) continue;
             Server& server = *item->From;
             const bool isUrgent = item->IsAwaited || item->Fetch.IsSecondTry;
-            if (const QString reason = ReasonNotToAsk(*item, server); !reason.isEmpty()) {
+            if (const Reason why = ReasonNotToAsk(*item, server)) {
                 item->Result.Outcome.What = HttpErrorInfo::Kind::Network;
-                item->Result.Outcome.Message = reason;
+                item->Result.Outcome.Why = why;
                 item->Result.Outcome.IsTransient = server.RestsUntil.isNull();
                 item->At = Item::Stage::Done;
                 hasFailed = true;
@@ -230,12 +231,11 @@ struct HttpFetcher::Impl {
         return hasFailed;
     }
 
-    QString ReasonNotToAsk(const Item& item, const Server& server) const {
+    Reason ReasonNotToAsk(const Item& item, const Server& server) const {
         if (!server.RestsUntil.isNull()) {
-            return QStringLiteral("it was not asked for, since its server wants to be left alone until ") +
-                   server.RestsUntil.toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+            return Reason(RuntimeReason("Resting"), {server.RestsUntil.toString(QStringLiteral("yyyy-MM-dd HH:mm"))});
         }
-        return server.HasAnswered || item.Fetch.IsSecondTry ? QString() : server.Failure;
+        return server.HasAnswered || item.Fetch.IsSecondTry ? Reason() : server.Failure;
     }
 
     /// Ends the transfer that has been silent for longest, if other servers answer in a fraction of that time; over a
@@ -290,7 +290,7 @@ struct HttpFetcher::Impl {
             curl_easy_setopt(item.Easy, CURLOPT_PRIVATE, &item);
             const CURLMcode added = curl_multi_add_handle(FMulti, item.Easy);
             if (added == CURLM_OK) return;
-            item.Transfer->Fail(QString::fromUtf8(curl_multi_strerror(added)));
+            item.Transfer->Fail(added);
         }
         FFailedToStart.push_back(&item);
     }
@@ -332,7 +332,7 @@ struct HttpFetcher::Impl {
         Server& server = *item.From;
         FIsScheduleDue = true;
         const HttpErrorInfo& outcome = item.Result.Outcome;
-        if (outcome.IsTransient) server.Failure = outcome.Message;
+        if (outcome.IsTransient) server.Failure = outcome.Why;
         if (outcome.RetryAfter.count() > 0)
             FServers[ServerOf(item.Transfer->AnsweringAddress())].RestsUntil =
                 QDateTime::currentDateTime().addSecs(outcome.RetryAfter.count());
@@ -458,7 +458,7 @@ HttpFetched HttpFetcher::Take(const QString& address, const CancelCheck& isCance
     }
     if (isGivenUp) {
         fetched.Outcome.What = HttpErrorInfo::Kind::Cancelled;
-        fetched.Outcome.Message = QStringLiteral("cancelled");
+        fetched.Outcome.Why = Reason(RuntimeReason("Cancelled"));
         if (item) FImpl->Drop(address);
         FImpl->RequireSchedule();
     } else {
@@ -468,7 +468,7 @@ HttpFetched HttpFetcher::Take(const QString& address, const CancelCheck& isCance
     if (fetched.Outcome.Succeeded())
         qCDebug(LogHttp).noquote() << "fetched" << MaskedUrl(address);
     else
-        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(address) << "-" << fetched.Outcome.Message;
+        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(address) << "-" << fetched.Outcome.Why.English();
     return fetched;
 }
 

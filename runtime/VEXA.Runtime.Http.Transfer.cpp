@@ -1,7 +1,9 @@
 #include "VEXA.Runtime.Http.Transfer.h"
 
 #include "VEXA.Runtime.Http.Proxy.h"
+#include "VEXA.Runtime.Http.Status.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Version.h"
 
 #include <QUrl>
@@ -65,77 +67,56 @@ private:
     std::array<TMutex, CURL_LOCK_DATA_LAST> FMutexes;
 };
 
-QString ReasonPhrase(int status) {
-    // HTTP/2 and 3 send no reason phrases; these are from RFC 9110, section 15.
-    struct Named {
-        int Status;
-        const char* Phrase;
+/// Why a certificate is not trusted, by what the TLS library says about it.
+Reason CertificateReason(const QString& words) {
+    constexpr std::pair<const char16_t*, const ReasonText&> kinds[] = {
+        {u"has expired", RuntimeReason("CertificateExpired")},
+        {u"in certificate chain", RuntimeReason("CertificateOfUnknown")},
+        {u"self-signed", RuntimeReason("CertificateOfItself")},
+        {u"local issuer", RuntimeReason("CertificateOfUnknown")},
+        {u"subject name", RuntimeReason("CertificateOfAnother")},
     };
-    static constexpr Named phrases[] = {
-        {204, "No Content"},
-        {206, "Partial Content"},
-        {300, "Multiple Choices"},
-        {301, "Moved Permanently"},
-        {302, "Found"},
-        {303, "See Other"},
-        {304, "Not Modified"},
-        {307, "Temporary Redirect"},
-        {308, "Permanent Redirect"},
-        {400, "Bad Request"},
-        {401, "Unauthorized"},
-        {402, "Payment Required"},
-        {403, "Forbidden"},
-        {404, "Not Found"},
-        {405, "Method Not Allowed"},
-        {406, "Not Acceptable"},
-        {407, "Proxy Authentication Required"},
-        {408, "Request Timeout"},
-        {410, "Gone"},
-        {416, "Range Not Satisfiable"},
-        {421, "Misdirected Request"},
-        {429, "Too Many Requests"},
-        {451, "Unavailable For Legal Reasons"},
-        {500, "Internal Server Error"},
-        {501, "Not Implemented"},
-        {502, "Bad Gateway"},
-        {503, "Service Unavailable"},
-        {504, "Gateway Timeout"},
-    };
-    for (const auto& [number, phrase] : phrases)
-        if (number == status) return QString::fromLatin1(phrase);
-    return {};
+    for (const auto& [part, text] : kinds)
+        if (words.contains(QStringView(part))) return Reason(text);
+    return words;
 }
 
-QString CurlReason(CURLcode code, const char* detail) {
+Reason CurlReason(CURLcode code, const char* detail) {
+    const QString words = QString::fromUtf8(detail && *detail ? detail : curl_easy_strerror(code)).trimmed();
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST:
-            return QStringLiteral("the server's name could not be resolved");
+            return Reason(RuntimeReason("NoSuchHost"));
         case CURLE_COULDNT_RESOLVE_PROXY:
-            return QStringLiteral("the proxy's name could not be resolved");
+            return Reason(RuntimeReason("NoSuchProxy"));
         case CURLE_COULDNT_CONNECT:
-            return QStringLiteral("the server could not be reached (connection refused or no route)");
+            return Reason(RuntimeReason("NotReached"));
         case CURLE_OPERATION_TIMEDOUT:
-            return QStringLiteral("the server did not answer in time");
+            return Reason(RuntimeReason("TimedOut"));
         case CURLE_PEER_FAILED_VERIFICATION:
-            return QStringLiteral("the server's certificate is not trusted: ") + QString::fromUtf8(detail).trimmed();
+            return Reason(RuntimeReason("NotTrusted"), {CertificateReason(words)});
+        case CURLE_SSL_CONNECT_ERROR:
+            return Reason(RuntimeReason("NotSecured"), {words});
         case CURLE_TOO_MANY_REDIRECTS:
-            return QStringLiteral("the server redirects more than %1 times").arg(kMaxRedirects);
+            return Reason(RuntimeReason("Redirects"), {QString::number(kMaxRedirects)});
         case CURLE_UNSUPPORTED_PROTOCOL:
             // libcurl has one code for two errors; it takes data that does not begin like a response for HTTP/0.9.
-            if (QByteArrayView(detail).contains("HTTP/0.9"))
-                return QStringLiteral("the server sent something that is not HTTP");
-            return QStringLiteral("the address, or one that it redirects to, is not http or https");
+            if (words.contains(u"HTTP/0.9")) return Reason(RuntimeReason("NotHttp"));
+            return Reason(RuntimeReason("OtherScheme"));
         case CURLE_PARTIAL_FILE:
-            return QStringLiteral("the connection ended before the whole body arrived");
+            return Reason(RuntimeReason("BodyEnded"));
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            // The codes also stand for data that libcurl does not understand.
+            if (words.startsWith(u"Send failure: ") || words.startsWith(u"Recv failure: "))
+                return Reason(RuntimeReason("BrokeOff"));
+            return Reason(RuntimeReason("TransferFailed"), {words});
         case CURLE_GOT_NOTHING:
-            return QStringLiteral("the server closed the connection without an answer");
+            return Reason(RuntimeReason("NoAnswer"));
         case CURLE_BAD_CONTENT_ENCODING:
-            return QStringLiteral("the compressed body is damaged");
+            return Reason(RuntimeReason("BodyDamaged"));
         default:
-            break;
+            return Reason(RuntimeReason("TransferFailed"), {words});
     }
-    const QString text = QString::fromUtf8(detail && *detail ? detail : curl_easy_strerror(code)).trimmed();
-    return QStringLiteral("the transfer failed: ") + text;
 }
 
 std::optional<HttpContentRange> ParseContentRange(const QByteArray& value) {
@@ -184,7 +165,7 @@ bool HttpTransfer::Prepare(CURL* easy) {
     FLastArrival = Clock::now();
     const QByteArray address = EncodedUrl(FRepeatedAddress.isEmpty() ? FRequest.Url : FRepeatedAddress);
     if (address.isEmpty()) {
-        FOutcome = Failure(HttpErrorInfo::Kind::BadAddress, QStringLiteral("this is not an http or https address"));
+        FOutcome = Failure(HttpErrorInfo::Kind::BadAddress, Reason(RuntimeReason("NoAddress")));
         return false;
     }
     curl_easy_reset(FEasy);
@@ -254,8 +235,9 @@ bool HttpTransfer::End(CURLcode code) {
     return true;
 }
 
-void HttpTransfer::Fail(const QString& message) {
-    FOutcome = Failure(HttpErrorInfo::Kind::Network, message);
+void HttpTransfer::Fail(CURLMcode code) {
+    FOutcome = Failure(HttpErrorInfo::Kind::Network,
+                       Reason(RuntimeReason("TransferFailed"), {QString::fromUtf8(curl_multi_strerror(code))}));
 }
 
 /// The address to request again with the request's user name and password, when a redirect to https on the same host
@@ -270,33 +252,33 @@ QString HttpTransfer::AddressToRepeat() const {
 HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
     using Kind = HttpErrorInfo::Kind;
     if (FCause) {
-        HttpErrorInfo info = Failure(Kind::Callback, QStringLiteral("an internal error"));
+        HttpErrorInfo info = Failure(Kind::Callback, Reason(RuntimeReason("Internal")));
         info.Cause = FCause;
         try {
             std::rethrow_exception(FCause);
         } catch (const std::exception& error) {
-            info.Message = QString::fromUtf8(error.what());
+            info.Why = ReasonOf(error);
         } catch (...) {
         }
         return info;
     }
-    if (FCancelled) return Failure(Kind::Cancelled, QStringLiteral("cancelled"));
+    if (FCancelled) return Failure(Kind::Cancelled, Reason(RuntimeReason("Cancelled")));
     if (FTooLarge)
         return Failure(Kind::TooLarge,
-                       QStringLiteral("the document is larger than %1 MiB").arg(FRequest.MaxBytes / (1024 * 1024)));
-    if (FRefused) return Failure(Kind::Refused, QStringLiteral("the data could not be taken"));
+                       Reason(RuntimeReason("TooLarge"), {QString::number(FRequest.MaxBytes / (1024 * 1024))}));
+    if (FRefused) return Failure(Kind::Refused, Reason(RuntimeReason("NotTaken")));
     // If the last response is a redirect that could not be followed, or an interim response (1xx), report why the
     // transfer ended rather than the status.
     const bool isLastWord = code == CURLE_OK || code == CURLE_WRITE_ERROR || !(IsRedirect() || FStatus < 200);
     if (IsFailureStatus() && isLastWord) {
-        HttpErrorInfo info = Failure(Kind::Status, StatusText());
+        HttpErrorInfo info = Failure(Kind::Status, StatusReason());
         if (FStatus == 429 || FStatus == 503) info.RetryAfter = RetryAfter();
         return info;
     }
     if (!FHeadEnded && code == CURLE_OK)  // libcurl takes this for a response without a body
-        return Failure(Kind::Network, QStringLiteral("the connection ended before all headers arrived"));
+        return Failure(Kind::Network, Reason(RuntimeReason("HeadersEnded")));
     if (!FHeadEnded && code == CURLE_OUT_OF_MEMORY)
-        return Failure(Kind::Network, QStringLiteral("a header of the server's answer is too long"));
+        return Failure(Kind::Network, Reason(RuntimeReason("HeaderTooLong")));
     if (code != CURLE_OK) {
         HttpErrorInfo info = Failure(Kind::Network, CurlReason(code, FErrorText));
         info.IsTransient = code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT;
@@ -309,8 +291,8 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
     return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr, false, {}};
 }
 
-HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const QString& message) const {
-    return HttpErrorInfo{kind, FStatus, message, nullptr, false, {}};
+HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const Reason& why) const {
+    return HttpErrorInfo{kind, FStatus, why, nullptr, false, {}};
 }
 
 /// Whether the status is a failure. This includes responses without content, and an unrequested part or "not modified".
@@ -332,13 +314,11 @@ QByteArray HttpTransfer::Header(const char* name) const {
     return isThere ? QByteArray(header->value).trimmed() : QByteArray();
 }
 
-QString HttpTransfer::StatusText() const {
-    const QString phrase = FPhrase.isEmpty() ? ReasonPhrase(FStatus) : FPhrase;
-    QString text = QStringLiteral("the server answered %1").arg(FStatus);
-    if (!phrase.isEmpty()) text += u' ' + phrase;
+Reason HttpTransfer::StatusReason() const {
+    const Reason meaning = HttpStatusMeaning(FStatus, FPhrase);
     const auto seconds = RetryAfter().count();
-    if (seconds > 0) text += QStringLiteral("; it asks to wait %1 seconds").arg(seconds);
-    return text;
+    if (seconds == 0) return Reason(RuntimeReason("Answered"), {meaning});
+    return Reason(RuntimeReason("AnsweredWait"), {meaning, QString::number(seconds)});
 }
 
 /// RFC 9110, section 10.2.3.
@@ -498,10 +478,7 @@ void HttpTransfer::Progress(bool last) {
 }
 
 HttpError::HttpError(const HttpErrorInfo& info)
-    : std::runtime_error(info.Message.toStdString()),
-      FWhat(info.What),
-      FStatus(info.Status),
-      FIsTransient(info.IsTransient) {}
+    : ReasonError(info.Why), FWhat(info.What), FStatus(info.Status), FIsTransient(info.IsTransient) {}
 HttpError::~HttpError() = default;
 
 void HttpErrorInfo::RaiseIfFailed() const {

@@ -62,7 +62,7 @@ public:
     /// the request has to be performed once more: remove the handle, and call Prepare again.
     bool End(CURLcode code);
     /// Sets the outcome when libcurl itself failed before it could report an end.
-    void Fail(const QString& message);
+    void Fail(CURLMcode code);
     /// Sets the outcome when the driver gives up the transfer because the server is silent.
     void TimeOut();
     const HttpErrorInfo& Outcome() const noexcept { return FOutcome; }
@@ -98,11 +98,11 @@ private:
 
     void SetHeaders(bool isOwnHost);
     HttpErrorInfo Judge(CURLcode code);
-    HttpErrorInfo Failure(HttpErrorInfo::Kind kind, const QString& message) const;
+    HttpErrorInfo Failure(HttpErrorInfo::Kind kind, const Reason& why) const;
     bool IsFailureStatus() const;
     bool IsWholePart() const;
     bool IsRedirect() const { return FStatus >= 300 && FStatus < 400; }
-    QString StatusText() const;
+    Reason StatusReason() const;
     std::chrono::seconds RetryAfter() const;
     /// The value of a header of the final response; empty when it has no such header.
     QByteArray Header(const char* name) const;

@@ -64,7 +64,7 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
         for (bool again = transfer.Prepare(used.Easy()); again;) {
             const CURLMcode added = curl_multi_add_handle(used.Multi(), used.Easy());
             if (added != CURLM_OK) {
-                transfer.Fail(QString::fromUtf8(curl_multi_strerror(added)));
+                transfer.Fail(added);
                 break;
             }
             again = transfer.End(Perform(transfer, used.Easy(), used.Multi()));
@@ -77,7 +77,7 @@ HttpErrorInfo HttpGet::Run(const CancelCheck& isCancelled) const {
     if (info.Succeeded())
         qCDebug(LogHttp).noquote() << "fetched" << MaskedUrl(Url);
     else
-        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(Url) << "-" << info.Message;
+        qCDebug(LogHttp).noquote() << "could not fetch" << MaskedUrl(Url) << "-" << info.Why.English();
     if (OnCompleted) OnCompleted(info);
     return info;
 }

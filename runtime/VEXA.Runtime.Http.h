@@ -8,6 +8,7 @@
 // resolved names and TLS sessions are shared between threads.
 
 #include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
 
@@ -19,7 +20,6 @@
 #include <exception>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 
 namespace vexa {
 
@@ -29,18 +29,18 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
 
     Kind What = Kind::Success;
     int Status = 0;                      // HTTP status of the last response; 0 when there was none
-    QString Message;                     // empty on success
+    Reason Why;                          // none on success
     std::exception_ptr Cause;            // the exception that a callback threw (Kind::Callback)
     bool IsTransient = false;            // a refused connection or a time-out: worth a second try later
     std::chrono::seconds RetryAfter{0};  // with status 429 or 503: for how long the server asks not to be asked again
 
     bool Succeeded() const noexcept { return What == Kind::Success; }
-    /// Unless the transfer succeeded, throws the callback's own exception, or an HttpError with the message.
+    /// Unless the transfer succeeded, throws the callback's own exception, or an HttpError with the reason.
     void RaiseIfFailed() const;
 };
 
-/// Why a transfer failed. The message has only the reason ("the server answered 404 Not Found"), not the address.
-class VEXA_RUNTIME_API HttpError : public std::runtime_error {
+/// Why a transfer failed ("the server answered 404 Not Found"). The reason does not name the address.
+class VEXA_RUNTIME_API HttpError : public ReasonError {
 public:
     explicit HttpError(const HttpErrorInfo& info);
     HttpError(const HttpError&) = default;

@@ -1,3 +1,4 @@
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.SQLite.h"
 #include "VEXA.Runtime.Text.h"
 
@@ -27,7 +28,7 @@ SqliteCursor::~SqliteCursor() {
 bool SqliteCursor::Next() {
     const int code = sqlite3_step(FStatement);
     if (code == SQLITE_ROW) return true;
-    if (code != SQLITE_DONE) FConnection.Raise("cannot read", code);
+    if (code != SQLITE_DONE) FConnection.Raise(RuntimeReason("DatabaseRead"), code);
     return false;
 }
 
@@ -43,7 +44,7 @@ int SqliteCursor::ColumnIndex(std::string_view name) const {
 
 int SqliteCursor::Require(std::string_view name) const {
     const int column = ColumnIndex(name);
-    if (column < 0) throw SqliteError("a query gives no column " + std::string(name), SQLITE_ERROR);
+    if (column < 0) throw SqliteError(QString(u"a query gives no column " + FromUtf8(name)), SQLITE_ERROR);
     return column;
 }
 

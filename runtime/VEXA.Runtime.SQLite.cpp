@@ -1,6 +1,7 @@
 #include "VEXA.Runtime.SQLite.h"
 
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QFile>
@@ -30,27 +31,35 @@ constexpr int kCheckpointPages = 4000;
 // The number of idle connections for reading that are kept for reuse.
 constexpr std::size_t kMaxIdleReaders = 4;
 
-/// What the user can do about an error; empty when nothing is known to help.
-const char* Advice(int code) {
+/// What SQLite says, if it is the usual message of a code.
+Reason SqliteReason(const QString& words) {
+    for (const ReasonText& text : kRuntimeReasons)
+        if (std::string_view(text.Key).starts_with("Reasons\\DatabaseIs") && words == QLatin1String(text.English))
+            return Reason(text);
+    return words;
+}
+
+/// The reason with what the user can do about it, if anything is known to help.
+Reason WithAdvice(const Reason& why, int code) {
     switch (code & 0xFF) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return "; another program is using it: try again in a moment";
+            return Reason(RuntimeReason("DatabaseBusy"), {why});
         case SQLITE_READONLY:
         case SQLITE_PERM:
-            return "; make the file and its folder writable";
+            return Reason(RuntimeReason("DatabaseReadOnly"), {why});
         case SQLITE_CANTOPEN:
-            return "; check that its folder exists and is writable";
+            return Reason(RuntimeReason("DatabaseFolder"), {why});
         case SQLITE_FULL:
-            return "; free some disk space";
+            return Reason(RuntimeReason("DatabaseFull"), {why});
         case SQLITE_IOERR:
-            return "; check the disk and its free space";
+            return Reason(RuntimeReason("DatabaseDisk"), {why});
         case SQLITE_NOTADB:
-            return "; move the file away, or name another profile folder";
+            return Reason(RuntimeReason("DatabaseForeign"), {why});
         case SQLITE_CORRUPT:
-            return "; restore the file from a backup, or move it away";
+            return Reason(RuntimeReason("DatabaseDamaged"), {why});
         default:
-            return "";
+            return why;
     }
 }
 
@@ -197,7 +206,7 @@ public:
         const char* rest = nullptr;
         const int code =
             sqlite3_prepare_v2(connection.FHandle, sql.data(), static_cast<int>(sql.size()), &FStatement, &rest);
-        if (code != SQLITE_OK) connection.Raise("cannot read or write", code);
+        if (code != SQLITE_OK) connection.Raise(RuntimeReason("DatabaseUse"), code);
         if (tail) *tail = rest;
     }
     ~Statement() { sqlite3_finalize(FStatement); }
@@ -227,7 +236,7 @@ void SqliteConnection::OpenConnection(const QString& fileName, int flags) {
     // NOMUTEX: this class ensures that only one thread at a time uses a connection.
     const int code =
         sqlite3_open_v2(QFile::encodeName(fileName).constData(), &FHandle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (code != SQLITE_OK) Raise("cannot open", code);
+    if (code != SQLITE_OK) Raise(RuntimeReason("DatabaseOpen"), code);
     sqlite3_extended_result_codes(FHandle, 1);
     sqlite3_busy_timeout(FHandle, kBusyMilliseconds);
     RegisterUnicode();
@@ -239,14 +248,14 @@ void SqliteConnection::RegisterUnicode() {
         sqlite3_create_function_v2(FHandle, "UPPER", 1, kDeterministic, nullptr, Upper, nullptr, nullptr, nullptr);
     if (code == SQLITE_OK)
         code = sqlite3_create_collation_v2(FHandle, "UNICODE", SQLITE_UTF8, nullptr, UnicodeCollator::Compare, nullptr);
-    if (code != SQLITE_OK) Raise("cannot prepare", code);
+    if (code != SQLITE_OK) Raise(RuntimeReason("DatabasePrepare"), code);
 }
 
 std::unique_ptr<SqliteCursor> SqliteConnection::Query(std::string_view sql, std::unique_lock<TRecursiveMutex> lock) {
     Statement statement(*this, sql);
     const int code = sqlite3_step(statement.Get());
     if (code == SQLITE_DONE) return nullptr;
-    if (code != SQLITE_ROW) Raise("cannot read", code);
+    if (code != SQLITE_ROW) Raise(RuntimeReason("DatabaseRead"), code);
     return std::unique_ptr<SqliteCursor>(new SqliteCursor(*this, std::move(lock), statement.Release()));
 }
 
@@ -288,7 +297,7 @@ void SqliteDatabase::Open(const QString& fileName) {
     try {
         OpenConnection(fileName, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
         // SQLite silently opens a file without write permission as read-only.
-        if (sqlite3_db_readonly(FHandle, "main") == 1) Raise("cannot open", SQLITE_READONLY);
+        if (sqlite3_db_readonly(FHandle, "main") == 1) Raise(RuntimeReason("DatabaseOpen"), SQLITE_READONLY);
         InitializeFunctions();
         VerifyLayout();
         ExecuteSQL("PRAGMA page_size=" + std::to_string(kPageSize));  // only affects a new file
@@ -319,21 +328,21 @@ void SqliteDatabase::RegisterFunction(const char* name, TextFunction function) {
     const int code = sqlite3_create_function_v2(FHandle, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
                                                 reinterpret_cast<void*>(function), CallFunction<TextFunction>, nullptr,
                                                 nullptr, nullptr);
-    if (code != SQLITE_OK) Raise("cannot prepare", code);
+    if (code != SQLITE_OK) Raise(RuntimeReason("DatabasePrepare"), code);
 }
 
 void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function) {
     const int code = sqlite3_create_function_v2(FHandle, name, 1, SQLITE_UTF8, reinterpret_cast<void*>(function),
                                                 CallFunction<IntegerFunction>, nullptr, nullptr, nullptr);
-    if (code != SQLITE_OK) Raise("cannot prepare", code);
+    if (code != SQLITE_OK) Raise(RuntimeReason("DatabasePrepare"), code);
 }
 
-void SqliteConnection::Raise(const std::string& what, int code) const {
-    const char* reason =
+void SqliteConnection::Raise(const ReasonText& what, int code) const {
+    const char* words =
         FHandle && sqlite3_errcode(FHandle) != SQLITE_OK ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code);
-    const std::string message = what + " the database " + FFileName.toStdString() + ": " + reason + Advice(code);
-    qCDebug(LogDatabase).noquote() << QString::fromStdString(message);
-    throw SqliteError(message, code);
+    const Reason why = WithAdvice(Reason(what, {FFileName, SqliteReason(QString::fromUtf8(words))}), code);
+    qCDebug(LogDatabase).noquote() << why.English();
+    throw SqliteError(why, code);
 }
 
 void SqliteDatabase::ExecuteSQL(std::string_view sql) {
@@ -346,7 +355,7 @@ void SqliteDatabase::ExecuteSQL(std::string_view sql) {
         int code;
         while ((code = sqlite3_step(statement.Get())) == SQLITE_ROW) {
         }
-        if (code != SQLITE_DONE) Raise("cannot write", code);
+        if (code != SQLITE_DONE) Raise(RuntimeReason("DatabaseWrite"), code);
     }
 }
 
@@ -391,8 +400,9 @@ void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std
     const TLock lock(FMutex);
     const Statement statement(*this, sql);
     if (const int code = sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC); code != SQLITE_OK)
-        Raise("cannot write", code);
-    if (const int code = sqlite3_step(statement.Get()); code != SQLITE_DONE) Raise("cannot write", code);
+        Raise(RuntimeReason("DatabaseWrite"), code);
+    if (const int code = sqlite3_step(statement.Get()); code != SQLITE_DONE)
+        Raise(RuntimeReason("DatabaseWrite"), code);
 }
 
 void SqliteDatabase::RunInTransaction(const std::function<void()>& procedure) {
@@ -486,7 +496,7 @@ void SqliteStatement::Run() {
     if (code != SQLITE_DONE) {
         // Read the error before the reset, which ends the statement's transaction and clears the error.
         try {
-            FDatabase.Raise("cannot write", code);
+            FDatabase.Raise(RuntimeReason("DatabaseWrite"), code);
         } catch (...) {
             sqlite3_reset(FStatement);
             throw;

@@ -8,6 +8,7 @@
 
 #include "VEXA.Runtime.Export.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.Runtime.SQLite.Builder.h"
 
 #include <QByteArray>
@@ -16,7 +17,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -28,10 +28,10 @@ struct sqlite3_value;
 
 namespace vexa {
 
-/// The message says what failed, on which file, why, and what to do about it. Code() is SQLite's extended result code.
-class VEXA_RUNTIME_API SqliteError : public std::runtime_error {
+/// The reason says what failed, on which file, why, and what to do about it. Code() is SQLite's extended result code.
+class VEXA_RUNTIME_API SqliteError : public ReasonError {
 public:
-    SqliteError(const std::string& message, int code) : std::runtime_error(message), FCode(code) {}
+    SqliteError(const Reason& why, int code) : ReasonError(why), FCode(code) {}
     SqliteError(const SqliteError&) = default;
     ~SqliteError() override;
     int Code() const noexcept { return FCode; }
@@ -155,7 +155,7 @@ protected:
     void Close() noexcept;
     void RegisterUnicode();
     std::unique_ptr<SqliteCursor> Query(std::string_view sql, std::unique_lock<TRecursiveMutex> lock);
-    [[noreturn]] void Raise(const std::string& what, int code) const;
+    [[noreturn]] void Raise(const ReasonText& what, int code) const;
 
     QString FFileName;
     sqlite3* FHandle = nullptr;

@@ -1,6 +1,8 @@
 #include "VEXA.Runtime.Settings.h"
 
+#include "VEXA.Runtime.FileReason.h"
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QDir>
@@ -17,8 +19,6 @@
 #include <cerrno>
 #include <chrono>
 #include <optional>
-#include <stdexcept>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -28,14 +28,6 @@ namespace {
 
 constexpr auto kMaxWait = std::chrono::seconds(5);
 constexpr auto kLockPoll = std::chrono::milliseconds(5);
-
-[[noreturn]] void Fail(const QString& what, const QString& fileName, const QString& reason) {
-    throw std::runtime_error(QString(what + u' ' + fileName + u": " + reason).toStdString());
-}
-
-QString LastError() {
-    return QString::fromLocal8Bit(std::generic_category().message(errno));
-}
 
 /// The new file that replaces the settings file once it is complete. Until then its lock keeps other programs from
 /// writing. If the process dies, the kernel releases the lock, and the next process writes the same new file.
@@ -54,8 +46,7 @@ public:
             // If the lock is free but the name is another file's, the previous holder has renamed this one: try again.
             if (!isHeld && IsFileNamed(FDescriptor, FName)) return;
             Close();
-            if (std::chrono::steady_clock::now() > deadline)
-                vexa::Fail(kWhat, FFileName, QStringLiteral("another program is writing them; try again in a moment"));
+            if (std::chrono::steady_clock::now() > deadline) Fail(Reason(RuntimeReason("SettingsBusy")));
             if (isHeld) std::this_thread::sleep_for(kLockPoll);
         }
     }
@@ -79,9 +70,10 @@ public:
     }
 
 private:
-    static inline const QString kWhat = QStringLiteral("cannot write the settings");
-
-    [[noreturn]] void Fail() const { vexa::Fail(kWhat, FFileName, LastError()); }
+    [[noreturn]] void Fail(const Reason& cause) const {
+        throw ReasonError(Reason(RuntimeReason("SettingsWrite"), {FFileName, cause}));
+    }
+    [[noreturn]] void Fail() const { Fail(SystemReason(errno)); }
     void Close() { close(FDescriptor); }
 
     const QString FFileName;
@@ -90,15 +82,17 @@ private:
 };
 
 QStringList ReadLines(const QString& fileName) {
-    const QString what = QStringLiteral("cannot read the settings");
+    const auto fail = [&](const Reason& cause) {
+        throw ReasonError(Reason(RuntimeReason("SettingsRead"), {fileName, cause}));
+    };
     // Only a missing file reads as empty. If any other error did, the next Save would overwrite the file's contents.
     const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
-    if (descriptor < 0) Fail(what, fileName, LastError());
+    if (descriptor < 0) fail(SystemReason(errno));
     QFile file;
     file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) Fail(what, fileName, file.errorString());
+    if (file.error() != QFileDevice::NoError) fail(FileReason(file));
     QStringList lines = FromUtf8({bytes.constData(), static_cast<std::size_t>(bytes.size())}).split(u'\n');
     if (!lines.isEmpty() && lines.first().startsWith(QChar(0xFEFF))) lines.first().remove(0, 1);
     for (QString& line : lines)

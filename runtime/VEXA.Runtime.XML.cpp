@@ -2,6 +2,7 @@
 
 #include "VEXA.Runtime.Encoding.h"
 #include "VEXA.Runtime.HtmlEntities.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Text.h"
 #include "VEXA.Runtime.XML.Recovery.h"
 
@@ -73,7 +74,7 @@ std::string ReadableText(const QByteArray& bytes, const QString& charset) {
     std::string text = DecodeXml({bytes.constData(), static_cast<std::size_t>(bytes.size())}, charset);
     const auto [marks, hasForbidden] = TakeCensus(text);
     const bool hasTooManyItems = marks > kMaxItems && CountTags(text, "item") + CountTags(text, "entry") > kMaxItems;
-    if (marks > kMaxMarks || hasTooManyItems) throw XmlError("the document has too many elements");
+    if (marks > kMaxMarks || hasTooManyItems) throw XmlError(Reason(RuntimeReason("TooManyElements")));
     // Control characters that XML forbids (XML 1.0, production 2) become blanks: a stray one in a feed's text is no
     // reason to reject the feed, and a NUL would end the text early.
     if (hasForbidden)
@@ -97,12 +98,43 @@ void AppendMarkup(std::string& out, const pugi::xml_node& node) {
     node.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
 }
 
-std::string Where(std::string_view text, std::ptrdiff_t offset) {
+/// What the parser says is wrong.
+Reason Description(const pugi::xml_parse_result& result) {
+    switch (result.status) {
+        case pugi::status_unrecognized_tag:
+            return Reason(RuntimeReason("XmlTag"));
+        case pugi::status_bad_pi:
+            return Reason(RuntimeReason("XmlInstruction"));
+        case pugi::status_bad_comment:
+            return Reason(RuntimeReason("XmlComment"));
+        case pugi::status_bad_cdata:
+            return Reason(RuntimeReason("XmlCdata"));
+        case pugi::status_bad_doctype:
+            return Reason(RuntimeReason("XmlDoctype"));
+        case pugi::status_bad_pcdata:
+            return Reason(RuntimeReason("XmlText"));
+        case pugi::status_bad_start_element:
+            return Reason(RuntimeReason("XmlStartTag"));
+        case pugi::status_bad_attribute:
+            return Reason(RuntimeReason("XmlAttribute"));
+        case pugi::status_bad_end_element:
+            return Reason(RuntimeReason("XmlEndTag"));
+        case pugi::status_end_element_mismatch:
+            return Reason(RuntimeReason("XmlMismatch"));
+        case pugi::status_no_document_element:
+            return Reason(RuntimeReason("XmlNoElement"));
+        default:
+            return QString::fromUtf8(result.description());
+    }
+}
+
+Reason NotWellFormed(std::string_view text, std::ptrdiff_t offset, const pugi::xml_parse_result& result) {
     const auto before = text.substr(0, static_cast<std::size_t>(std::max<std::ptrdiff_t>(offset, 0)));
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const auto newline = before.rfind('\n');
     const auto column = before.size() - (newline == std::string_view::npos ? 0 : newline + 1) + 1;
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+    return Reason(RuntimeReason("NotWellFormed"),
+                  {QString::number(line), QString::number(column), Description(result)});
 }
 
 }  // namespace
@@ -191,7 +223,7 @@ XmlNode::Iterator& XmlNode::Iterator::operator++() noexcept {
 XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     : FText(ReadableText(bytes, charset)), FTree(std::make_unique<pugi::xml_document>()) {
     const std::string_view content = Trimmed(FText);
-    if (content.empty()) throw XmlError("the document is empty");
+    if (content.empty()) throw XmlError(Reason(RuntimeReason("NoText")));
     // parse_ws_pcdata keeps the white space between two CDATA pieces of one text.
     constexpr unsigned options = pugi::parse_default | pugi::parse_ws_pcdata;
     const std::size_t skipped = FText.size() - content.size();
@@ -202,8 +234,7 @@ XmlDocument::XmlDocument(const QByteArray& bytes, const QString& charset)
     FText = ReadableText(bytes, charset);
     FIsRecovered = bytes.size() < kMaxRecoveredBytes && RecoverXml(FText, *FTree);
     if (FIsRecovered) return;
-    throw XmlError("not well-formed XML at " + Where(FText, result.offset + static_cast<std::ptrdiff_t>(skipped)) +
-                   ": " + result.description());
+    throw XmlError(NotWellFormed(FText, result.offset + static_cast<std::ptrdiff_t>(skipped), result));
 }
 
 XmlDocument::~XmlDocument() = default;

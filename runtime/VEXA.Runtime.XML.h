@@ -8,12 +8,12 @@
 // with too many elements is refused before it takes memory.
 
 #include "VEXA.Runtime.Export.h"
+#include "VEXA.Runtime.Reason.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <memory>
-#include <stdexcept>
 #include <string_view>
 
 namespace pugi {
@@ -23,10 +23,10 @@ struct xml_node_struct;
 
 namespace vexa {
 
-/// The message says what is wrong with a document and where ("line 12, column 7: …").
-class VEXA_RUNTIME_API XmlError : public std::runtime_error {
+/// The reason says what is wrong with a document and where ("line 12, column 7: …").
+class VEXA_RUNTIME_API XmlError : public ReasonError {
 public:
-    using std::runtime_error::runtime_error;
+    using ReasonError::ReasonError;
     XmlError(const XmlError&) = default;
     ~XmlError() override;
 };

@@ -84,8 +84,8 @@ public:
     }
 
 private:
-    static void Check(const QString& error) {
-        if (!error.isEmpty()) std::printf("failed: %s\n", qPrintable(error));
+    static void Check(const Reason& error) {
+        if (error) std::printf("failed: %s\n", qPrintable(error.English()));
     }
     void Report(const char* what, const std::function<void()>& work) {
         const double first = Milliseconds(work);

@@ -87,7 +87,7 @@ QJsonObject ListTree(Host& host, const QStringList& arguments) {
 QJsonObject Rows(Host& host, const QStringList& arguments) {
     const LibraryStorage storage(host.Library());
     const RowPage page = RowReader(storage).ReadNow(ReadRowOptions(storage, arguments));
-    if (!page.Error.isEmpty()) throw CommandError(page.Error);
+    if (page.Error) throw CommandError(page.Error.English());
     QJsonArray rows;
     for (const auto& row : page.Rows) rows += ToJson(page, row);
     return {{QStringLiteral("rows"), rows}};
@@ -96,7 +96,7 @@ QJsonObject Rows(Host& host, const QStringList& arguments) {
 QJsonObject Count(Host& host, const QStringList& arguments) {
     const LibraryStorage storage(host.Library());
     const RowCount count = RowReader(storage).CountNow(ReadRowOptions(storage, arguments));
-    if (!count.Error.isEmpty()) throw CommandError(count.Error);
+    if (count.Error) throw CommandError(count.Error.English());
     return {{QStringLiteral("count"), static_cast<qint64>(count.Count)}};
 }
 

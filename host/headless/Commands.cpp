@@ -115,7 +115,7 @@ QJsonObject Answer(const Command& command, Host& host, const QStringList& argume
     } catch (const CommandError& error) {
         return Failure(QString::fromUtf8(error.what()), error.Code());
     } catch (const LibraryError& error) {
-        return Failure(error.Message(), E_FAIL);
+        return Failure(error.Why().English(), E_FAIL);
     } catch (const std::exception& error) {
         return Failure(QString::fromUtf8(error.what()), E_UNEXPECTED);
     }

@@ -6,20 +6,19 @@
 
 #include "MusicLibrary.h"
 #include "PropertyStore.h"
+#include "VEXA.Runtime.Reason.h"
 
 #include <QStringList>
 
 #include <optional>
-#include <stdexcept>
 #include <vector>
 
 namespace vexa::host {
 
 /// The reason why an operation of the library failed, for the user to read.
-class LibraryError : public std::runtime_error {
+class LibraryError : public ReasonError {
 public:
-    explicit LibraryError(const QString& message) : std::runtime_error(message.toStdString()) {}
-    QString Message() const { return QString::fromUtf8(what()); }
+    using ReasonError::ReasonError;
 };
 
 struct LibraryField {

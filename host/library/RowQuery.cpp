@@ -17,13 +17,13 @@ namespace {
 /// might use the name as it stands.
 const LibraryField& RequireField(const LibraryStorage& storage, const QString& name) {
     const LibraryField* field = storage.Field(name);
-    if (!field) throw LibraryError(u"the storage has no field \"" + name + u'"');
+    if (!field) throw LibraryError(QString(u"the storage has no field \"" + name + u'"'));
     return *field;
 }
 
 const LibraryField& OfRows(const LibraryStorage& storage, const QString& name) {
     const LibraryField& field = RequireField(storage, name);
-    if (!field.HasRows()) throw LibraryError(u"rows have no field \"" + name + u'"');
+    if (!field.HasRows()) throw LibraryError(QString(u"rows have no field \"" + name + u'"'));
     return field;
 }
 

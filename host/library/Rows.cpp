@@ -1,7 +1,9 @@
 #include "Rows.h"
 
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "ObjectList.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <utility>
@@ -11,14 +13,14 @@ namespace vexa::host {
 namespace {
 
 /// The storage's own message, or a general one if there is none.
-QString Refusal(const ErrorInfo& why, HResult result) {
+Reason Refusal(const ErrorInfo& why, HResult result) {
     if (const QString message = why.Message(); !message.isEmpty()) return message;
-    return QString(u"the storage could not read its rows (0x" +
-                   QString::number(static_cast<std::uint32_t>(result), 16).toUpper() + u')');
+    const QString code = QString::number(static_cast<std::uint32_t>(result), 16).toUpper();
+    return Reason(HostReason("RowsNotRead"), {QString(u"0x" + code)});
 }
 
-QString Cancelled() {
-    return QStringLiteral("the request was cancelled");
+Reason Cancelled() {
+    return Reason(RuntimeReason("Cancelled"));
 }
 
 RowValue ReadValue(IVEXAMLDataProviderSelection& rows, std::int32_t column, const LibraryField& field) {

@@ -13,6 +13,7 @@
 #include "RowQuery.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reason.h"
 
 #include <atomic>
 #include <deque>
@@ -37,12 +38,12 @@ struct RowPage {
     std::vector<const LibraryField*> Columns;  // fields of the storage
     std::int32_t Offset = 0;
     std::vector<std::vector<RowValue>> Rows;  // each row has one value per column
-    QString Error;                            // why there are no rows; empty on success
+    Reason Error;                             // why there are no rows; none on success
 };
 
 struct RowCount {
     std::int64_t Count = 0;
-    QString Error;  // why the number is not known; empty on success
+    Reason Error;  // why the number is not known; none on success
 };
 
 class RowReader {

@@ -2,6 +2,7 @@
 
 #include "Filters.h"
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <algorithm>
@@ -86,7 +87,7 @@ void Tree::AddConditions(const std::vector<TreePair>& node, IVEXAMLDataFilter* f
     VEXA_ASSERT_MAIN_THREAD();
     const Ref<TreeSelection> selection(new TreeSelection(node));
     if (Failed(FProvider->AddSelectionConditions(filter, selection.Get())))
-        throw LibraryError(QStringLiteral("the storage cannot say which rows belong to the selected node"));
+        throw LibraryError(Reason(HostReason("NoConditions")));
 }
 
 Ref<IVEXAMLDataFilter> Tree::Conditions(const std::vector<TreePair>& node) const {

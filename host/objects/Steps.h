@@ -1,9 +1,7 @@
 #pragma once
 // Independent steps, such as those of a shutdown: each is executed even if earlier ones have failed.
 
-#include <QStringList>
-
-#include <stdexcept>
+#include "HostReasons.h"
 
 namespace vexa::host {
 
@@ -14,16 +12,16 @@ public:
         try {
             step();
         } catch (const std::exception& error) {
-            FProblems += QString::fromUtf8(error.what());
+            FProblem = FProblem ? Reason(HostReason("Both"), {FProblem, ReasonOf(error)}) : ReasonOf(error);
         }
     }
-    /// Throws std::runtime_error with the messages of all steps that have failed.
+    /// Throws ReasonError with the reasons of all steps that have failed.
     void ThrowIfFailed() const {
-        if (!FProblems.isEmpty()) throw std::runtime_error(FProblems.join(QStringLiteral("; ")).toStdString());
+        if (FProblem) throw ReasonError(FProblem);
     }
 
 private:
-    QStringList FProblems;
+    Reason FProblem;
 };
 
 }  // namespace vexa::host

@@ -1,7 +1,10 @@
 #include "MediaOutput.h"
 
 #include "AudioTags.h"
+#include "HostReasons.h"
 #include "Log.h"
+#include "VEXA.Runtime.Http.Status.h"
+#include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Version.h"
 
@@ -14,7 +17,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <stdexcept>
 
 namespace vexa::host {
 
@@ -46,22 +48,22 @@ QString Text(const Error& error) {
     return error ? QString::fromUtf8(error->message) : QString();
 }
 
-/// Why GStreamer cannot play; empty when it can.
-QString StartGStreamer() {
+/// Why GStreamer cannot play; no reason when it can.
+Reason StartGStreamer() {
     GError* failed = nullptr;
     const bool isStarted = gst_init_check(nullptr, nullptr, &failed);
     const Error error(failed);
-    if (!isStarted) return error ? Text(error) : QStringLiteral("it cannot start");
+    if (!isStarted) return error ? Reason(Text(error)) : Reason(HostReason("NoStart"));
     for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"})
         if (!GstRef<GstElementFactory>(gst_element_factory_find(needed)))
-            return u"GStreamer lacks its element " + QString::fromLatin1(needed);
+            return Reason(HostReason("NoElement"), {QString::fromLatin1(needed)});
     return {};
 }
 
-/// Throws std::runtime_error when GStreamer cannot play.
+/// Throws ReasonError when GStreamer cannot play.
 void Initialize() {
-    static const QString problem = StartGStreamer();
-    if (!problem.isEmpty()) throw std::runtime_error(problem.toStdString());
+    static const Reason problem = StartGStreamer();
+    if (problem) throw ReasonError(problem);
 }
 
 GstRef<GstBus> BusOf(const GstRef<GstElement>& pipeline) {
@@ -71,13 +73,36 @@ GstRef<GstBus> BusOf(const GstRef<GstElement>& pipeline) {
 QByteArray ToUri(const QString& source) {
     if (const QString file = LocalFileName(source); !file.isEmpty()) {
         // Regular files only: a pipe or a device would be read for ever.
-        if (!QFileInfo(file).isFile()) throw std::runtime_error(QString(u"there is no file " + file).toStdString());
+        if (!QFileInfo(file).isFile()) throw ReasonError(Reason(HostReason("NoSuchFile"), {file}));
         return QUrl::fromLocalFile(file).toEncoded();
     }
     const QUrl url(source);
     if (url.scheme() != u"http" && url.scheme() != u"https")
-        throw std::runtime_error(QString(u"neither a file nor a web address: " + source).toStdString());
+        throw ReasonError(Reason(HostReason("NoSource"), {source}));
     return url.toEncoded();
+}
+
+/// What a server answered, or why it did not, according to an error message of a source; no reason when the message
+/// does not say. GStreamer's own words are in the language of the session, not in the window's.
+Reason AnswerOf(GstMessage* message) {
+    // Statuses below 100 are the HTTP library's, for failed connections.
+    constexpr guint kNoSuchHost = 2, kNoSuchProxy = 3, kNoConnection = 4, kNoProxyConnection = 5, kFirstFailure = 300;
+    const GstStructure* details = nullptr;
+    gst_message_parse_error_details(message, &details);
+    guint status = 0;
+    if (!details || !gst_structure_get_uint(details, "http-status-code", &status)) return {};
+    switch (status) {
+        case kNoSuchHost:
+            return Reason(RuntimeReason("NoSuchHost"));
+        case kNoSuchProxy:
+            return Reason(RuntimeReason("NoSuchProxy"));
+        case kNoConnection:
+        case kNoProxyConnection:
+            return Reason(RuntimeReason("NotReached"));
+        default:
+            if (status < kFirstFailure) return {};
+            return Reason(RuntimeReason("Answered"), {HttpStatusMeaning(static_cast<int>(status))});
+    }
 }
 
 void SetUpSource(GstElement*, GstElement* source, void*) {
@@ -132,7 +157,7 @@ void MediaOutput::Start(const QString& source) {
 
 void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
-    if (!pipeline) throw std::runtime_error("GStreamer's playbin cannot be made");
+    if (!pipeline) throw ReasonError(Reason(HostReason("NoElement"), {QStringLiteral("playbin")}));
     FPipeline.reset(GST_ELEMENT(gst_object_ref_sink(pipeline)));
     g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags",
                  kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter",
@@ -208,7 +233,7 @@ void MediaOutput::ReopenWithoutSeeking() {
     FPosition = 0;
     Open();
     UpdatePipeline();
-    Q_EMIT Warned(Problem::NotSeekable, {});
+    Q_EMIT Warned(Problem::NotSeekable);
 }
 
 void MediaOutput::Stop() {
@@ -234,7 +259,7 @@ void MediaOutput::Pause() {
 void MediaOutput::Seek(double seconds) {
     VEXA_ASSERT_MAIN_THREAD();
     if (!FPipeline || !std::isfinite(seconds)) return;
-    if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable, {}));
+    if (!FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable));
     FTarget = std::max(0.0, FDuration > 0 ? std::min(seconds, FDuration) : seconds);
     if (FIsPrerolled) SeekNow(*FTarget);
     Q_EMIT PositionChanged(*FTarget);
@@ -286,7 +311,7 @@ void MediaOutput::Handle(GstMessage* message) {
             const QString text = Text(Error(warning));
             const bool isDevice = IsMadeBy("autoaudiosink", GST_MESSAGE_SRC(message));
             qCInfo(LogHost).noquote() << "playing:" << text;
-            if (isDevice) Q_EMIT Warned(Problem::NoDevice, text);
+            if (isDevice) Q_EMIT Warned(Problem::NoDevice);
             return;
         }
         case GST_MESSAGE_BUFFERING:
@@ -333,7 +358,7 @@ void MediaOutput::HandleError(GstMessage* message) {
     if (isSeek)
         ReopenWithoutSeeking();
     else
-        Fail(problem, text);
+        Fail(problem, AnswerOf(message));
 }
 
 void MediaOutput::HandleEnd() {
@@ -378,7 +403,7 @@ bool MediaOutput::IsTruncated() const {
            gst_element_query_position(source.get(), GST_FORMAT_BYTES, &read) && size > 0 && read < size;
 }
 
-void MediaOutput::Fail(Problem problem, const QString& details) {
+void MediaOutput::Fail(Problem problem, const Reason& details) {
     FPosition = Position();
     FTarget.reset();
     Close();
@@ -432,7 +457,7 @@ void MediaOutput::GiveUpSeeking() {
     FTarget.reset();
     g_object_set(FPipeline.get(), "mute", FALSE, nullptr);
     UpdatePipeline();
-    Q_EMIT Warned(Problem::NotSeekable, {});
+    Q_EMIT Warned(Problem::NotSeekable);
 }
 
 void MediaOutput::UpdatePipeline() {

@@ -8,6 +8,7 @@
 //     output->SetSpeed(1.5);
 
 #include "Player.h"
+#include "VEXA.Runtime.Reason.h"
 
 #include <QObject>
 #include <QTimer>
@@ -42,7 +43,7 @@ public:
     explicit MediaOutput(const QString& sink = {});
     ~MediaOutput() override;
 
-    /// Throws std::runtime_error when the source is neither a regular local file nor a web address, and when the
+    /// Throws ReasonError when the source is neither a regular local file nor a web address, and when the
     /// GStreamer packages needed for playing are not installed; see LastProblem.
     void Start(const QString& source) override;
     /// Position() stays valid until the next Start.
@@ -76,10 +77,11 @@ Q_SIGNALS:
     void Closing();
     /// The source was played to its end.
     void Ended();
-    /// Playback has failed and the state is Failed. Start and then Seek resume it at its position.
-    void Failed(Problem problem, const QString& details);
+    /// Playback has failed and the state is Failed. `details` may be no reason. Start and then Seek resume it at its
+    /// position.
+    void Failed(Problem problem, const Reason& details);
     /// There is a problem, but playback goes on.
-    void Warned(Problem problem, const QString& details);
+    void Warned(Problem problem);
 
 private:
     void Open();
@@ -88,7 +90,7 @@ private:
     static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
     void ReopenThroughFile();
     void ReopenWithoutSeeking();
-    void Fail(Problem problem, const QString& details);
+    void Fail(Problem problem, const Reason& details);
     void Drain();
     void Handle(GstMessage* message);
     void HandleBuffering(GstMessage* message);

@@ -92,9 +92,8 @@ Playback::Playback(Host& host, const QString& sink)
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
     connect(FOutput, &MediaOutput::Failed, this,
-            [this](Problem problem, const QString& details) { OnProblem(problem, details, true); });
-    connect(FOutput, &MediaOutput::Warned, this,
-            [this](Problem problem, const QString& details) { OnProblem(problem, details, false); });
+            [this](Problem problem, const Reason& details) { OnProblem(problem, FHost.Language().Text(details)); });
+    connect(FOutput, &MediaOutput::Warned, this, [this](Problem problem) { Q_EMIT Warned(Describe(problem, {})); });
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
@@ -153,7 +152,7 @@ void Playback::Start(const QString& address) {
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
     if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
-        OnProblem(FOutput->LastProblem(), error->Message(), true);
+        OnProblem(FOutput->LastProblem(), error->Message());
 }
 
 void Playback::Resume() {
@@ -427,12 +426,7 @@ QString Playback::Describe(MediaOutput::Problem problem, const QString& details)
     return details.isEmpty() ? text : text + u' ' + u'(' + details + u')';
 }
 
-void Playback::OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal) {
-    if (!isFatal) {
-        if (!details.isEmpty()) qCInfo(LogHost).noquote() << "playing:" << details;
-        Q_EMIT Warned(Describe(problem, {}));
-        return;
-    }
+void Playback::OnProblem(MediaOutput::Problem problem, const QString& details) {
     const QString reason = Describe(problem, details);
     SaveSoon();
     if (SkipAhead(reason)) return;

@@ -157,7 +157,7 @@ private:
     void RestoreTaken();
     void WithName(const QString& address, std::function<void(const QString& name)> tell);
     void OnState();
-    void OnProblem(MediaOutput::Problem problem, const QString& details, bool isFatal);
+    void OnProblem(MediaOutput::Problem problem, const QString& details);
     void StorePosition();
     void SaveSoon();
     void Start(const QString& address);

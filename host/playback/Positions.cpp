@@ -1,5 +1,6 @@
 #include "Positions.h"
 
+#include "HostReasons.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <QDateTime>
@@ -45,7 +46,7 @@ private:
 
 Positions::Positions(const QString& profileFolder)
     : FFile(std::make_shared<JsonFile>(QDir(profileFolder).filePath(QStringLiteral("Positions.json")),
-                                       QStringLiteral("where files were left"))) {
+                                       HostReason("KeptPositions"))) {
     const QJsonObject json = FFile->Load(kBegun);
     for (const QJsonValue value : json[kBegun].toArray()) {
         HeardFile file{value[kAddress].toString(), value[kPosition].toDouble(), value[kDuration].toDouble(),

@@ -1,5 +1,7 @@
 #include "PlaylistFile.h"
 
+#include "HostReasons.h"
+
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -53,7 +55,7 @@ SavedPlaylist FromJson(const QJsonObject& json) {
 }  // namespace
 
 PlaylistFile::PlaylistFile(const QString& profileFolder)
-    : FFile(QDir(profileFolder).filePath(QStringLiteral("Playlists.json")), QStringLiteral("the playlists")) {}
+    : FFile(QDir(profileFolder).filePath(QStringLiteral("Playlists.json")), HostReason("KeptPlaylists")) {}
 
 std::vector<SavedPlaylist> PlaylistFile::Load() {
     std::vector<SavedPlaylist> playlists;

@@ -142,7 +142,7 @@ void PlaylistFollower::Read(Followed& followed) {
         followed.IsReading = true;
     } catch (const LibraryError& error) {
         qCWarning(LogHost).noquote() << "the playlist" << followed.List->Name()
-                                     << "cannot follow its filter:" << error.Message();
+                                     << "cannot follow its filter:" << error.Why().English();
     }
 }
 
@@ -152,9 +152,9 @@ void PlaylistFollower::OnRead(const Playlist& playlist, const RowPage& page) {
     if (found == FFollowed.end()) return;  // no longer followed; `playlist` may be gone and is only compared by address
     const Ref<Playlist> list = found->List;
     const LibraryStorage& storage = Open(found->StorageID).Storage;
-    if (!page.Error.isEmpty()) {
+    if (page.Error) {
         EndReading(*found);
-        qCWarning(LogHost).noquote() << "the playlist" << list->Name() << "could not be read:" << page.Error;
+        qCWarning(LogHost).noquote() << "the playlist" << list->Name() << "could not be read:" << page.Error.English();
         return;
     }
     const std::size_t groups = static_cast<std::size_t>(GroupFields(storage).size());

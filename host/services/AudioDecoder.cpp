@@ -3,6 +3,7 @@
 #include "AudioTags.h"
 #include "ErrorInfo.h"
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "Strings.h"
 
 #include <QFileInfo>
@@ -50,7 +51,8 @@ AudioDecoderService::Answer AudioDecoderService::Ask(const QString& file, std::u
     Answer answer = AskExtensions(file, flags);
     const QString fileName = LocalFileName(file);
     if (answer.Result != E_NOTIMPL || fileName.isEmpty()) return answer;
-    if (!QFileInfo(fileName).isFile()) return {E_FAIL, {}, QString(u"there is no file " + fileName)};
+    if (!QFileInfo(fileName).isFile())
+        return {E_FAIL, {}, FLanguage->Text(Reason(HostReason("NoSuchFile"), {fileName}))};
     if (const auto tags = ReadAudioTags(fileName))
         return {S_OK, Ref<IVEXAAudioDecoder>(new FileDecoder(fileName, *tags)), {}};
     return answer;
@@ -66,7 +68,7 @@ HResult AudioDecoderService::CreateDecoder(IVEXAString* file, std::uint32_t flag
             *decoder = answer.Decoder.Detach();
         } else {
             const QString message =
-                answer.Message.isEmpty() ? QStringLiteral("nothing here can open the file") : answer.Message;
+                answer.Message.isEmpty() ? FLanguage->Text(Reason(HostReason("NoDecoder"))) : answer.Message;
             SetError(error, answer.Result, message);
         }
         return answer.Result;

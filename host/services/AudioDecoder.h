@@ -2,6 +2,7 @@
 // Service: audio decoders. Any thread.
 
 #include "Extensions.h"
+#include "Language.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.SDK.Files.h"
 
@@ -11,6 +12,8 @@ namespace vexa::host {
 
 class AudioDecoderService final : public RefCountedObject<IVEXAServiceAudioDecoder>, public ExtensionTarget {
 public:
+    explicit AudioDecoderService(Ref<LanguageService> language) : FLanguage(std::move(language)) {}
+
     /// The decoder, or the result code of the failure and the message about it for the user.
     struct Answer {
         HResult Result = E_NOTIMPL;
@@ -29,6 +32,7 @@ public:
 private:
     Answer AskExtensions(const QString& file, std::uint32_t flags) const;
 
+    const Ref<LanguageService> FLanguage;
     ExtensionList<IVEXAExtensionAudioDecoderOld> FExtensions;
 };
 

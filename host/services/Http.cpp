@@ -58,7 +58,7 @@ private:
         const HttpErrorInfo end =
             get.Run([this] { return FRunning->IsCancelled || (FEvents && FEvents->IsCancelled()); });
         if (end.What == HttpErrorInfo::Kind::Cancelled) return E_ABORT;
-        if (!end.Succeeded()) return Fail(error, end.Message);
+        if (!end.Succeeded()) return Fail(error, end.Why.English());
         if (Failed(ReplaceRest(*FBody, bytes)))
             return Fail(error, QStringLiteral("what the server sent cannot be written to the stream"));
         return S_OK;

@@ -1,16 +1,16 @@
 #include "JsonFile.h"
 
+#include "HostReasons.h"
 #include "Log.h"
+#include "VEXA.Runtime.FileReason.h"
 
 #include <QFile>
 #include <QJsonDocument>
 #include <QSaveFile>
 
-#include <stdexcept>
-
 namespace vexa::host {
 
-JsonFile::JsonFile(const QString& fileName, const QString& contents) : FFileName(fileName), FContents(contents) {}
+JsonFile::JsonFile(const QString& fileName, const ReasonText& contents) : FFileName(fileName), FContents(contents) {}
 
 QJsonObject JsonFile::Load(const QString& key) {
     QFile file(FFileName);
@@ -29,7 +29,7 @@ void JsonFile::MoveAside(const QString& reason) {
     QString target = first;
     for (int number = 2; QFile::exists(target); ++number) target = first + QString::number(number);
     FMayWrite = QFile::rename(FFileName, target);
-    qCWarning(LogHost).noquote() << FContents << "in" << FFileName << "cannot be read:" << reason
+    qCWarning(LogHost).noquote() << FContents.English() << "in" << FFileName << "cannot be read:" << reason
                                  << (FMayWrite ? "- the file is now" : "- none will be kept, for it cannot become")
                                  << target;
 }
@@ -38,8 +38,7 @@ void JsonFile::Save(const QByteArray& json) const {
     if (!FMayWrite) return;  // MoveAside has logged why
     QSaveFile file(FFileName);
     if (file.open(QIODevice::WriteOnly) && file.write(json) == json.size() && file.commit()) return;
-    throw std::runtime_error(
-        QString(FContents + u" could not be written to " + FFileName + u": " + file.errorString()).toStdString());
+    throw ReasonError(Reason(HostReason("NotKept"), {FContents, FFileName, FileReason(file)}));
 }
 
 }  // namespace vexa::host

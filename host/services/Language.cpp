@@ -82,6 +82,10 @@ QString LanguageService::Text(const QString& keyPath, int part) const {
     return parts ? parts->value(part) : QString();
 }
 
+QString LanguageService::Text(const Reason& why) const {
+    return why.Translated([this](const QString& keyPath) { return Text(keyPath); });
+}
+
 HResult LanguageService::GetName(IVEXAString** name) noexcept {
     return Guarded("giving the language's name", [&] {
         std::shared_ptr<const LanguageFile> texts;

@@ -5,6 +5,7 @@
 #include "Messages.h"
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Reason.h"
 #include "VEXA.SDK.Core.h"
 
 #include <memory>
@@ -29,6 +30,7 @@ public:
     std::optional<QStringList> Find(const QString& keyPath) const;
     /// One part of the value of a key; empty when the key or the part is missing.
     QString Text(const QString& keyPath, int part = 0) const;
+    QString Text(const Reason& why) const;
 
     HResult GetName(IVEXAString** name) noexcept override;
     HResult GetValue(IVEXAString* keyPath, IVEXAString** value) noexcept override;

@@ -3,6 +3,7 @@
 #include "ErrorInfo.h"
 #include "FileInfo.h"
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -11,11 +12,12 @@
 namespace vexa::host {
 
 PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos,
-                             Ref<MessageDispatcher> messages, std::shared_ptr<PresentAddresses> addresses,
-                             std::unique_ptr<AudioOutput> output)
+                             Ref<MessageDispatcher> messages, Ref<LanguageService> language,
+                             std::shared_ptr<PresentAddresses> addresses, std::unique_ptr<AudioOutput> output)
     : FDecoders(std::move(decoders)),
       FInfos(std::move(infos)),
       FMessages(std::move(messages)),
+      FLanguage(std::move(language)),
       FAddresses(std::move(addresses)),
       FOutput(std::move(output)) {
     FAddresses->AddKeeper(this);
@@ -72,7 +74,7 @@ PlayerService::Resolution PlayerService::Resolve(const QString& file) const {
     if (Failed(resolved.Result)) {
         resolved.Source.clear();
         resolved.Message = resolved.Decoder.Message;
-        if (resolved.Message.isEmpty()) resolved.Message = u"cannot play " + file;
+        if (resolved.Message.isEmpty()) resolved.Message = FLanguage->Text(Reason(HostReason("NotPlayable"), {file}));
     }
     return resolved;
 }
@@ -109,7 +111,7 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
             FOutput->Start(resolved.Source);
         } catch (const std::exception& failure) {
             Forget();
-            SetError(error, E_FAIL, QString::fromUtf8(failure.what()));
+            SetError(error, E_FAIL, FLanguage->Text(ReasonOf(failure)));
             return E_FAIL;
         }
         if (FStarted) FStarted();

@@ -15,8 +15,8 @@ namespace vexa::host {
 class AudioOutput {
 public:
     virtual ~AudioOutput() = default;
-    /// Plays a local file or a web address in place of the current one. Throws std::runtime_error when playback cannot
-    /// be started; then nothing plays.
+    /// Plays a local file or a web address in place of the current one. Throws ReasonError when playback cannot be
+    /// started; then nothing plays.
     virtual void Start(const QString& source) = 0;
     virtual void Stop() = 0;
 
@@ -40,7 +40,8 @@ public:
 class PlayerService final : public RefCountedObject<IVEXAServicePlayer>, public ExtensionTarget, private AddressKeeper {
 public:
     PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos, Ref<MessageDispatcher> messages,
-                  std::shared_ptr<PresentAddresses> addresses, std::unique_ptr<AudioOutput> output);
+                  Ref<LanguageService> language, std::shared_ptr<PresentAddresses> addresses,
+                  std::unique_ptr<AudioOutput> output);
     ~PlayerService() override;
 
     /// Stops, and replaces the output. Main thread.
@@ -84,6 +85,7 @@ private:
     const Ref<AudioDecoderService> FDecoders;
     const Ref<FileInfoService> FInfos;
     const Ref<MessageDispatcher> FMessages;
+    const Ref<LanguageService> FLanguage;
     const std::shared_ptr<PresentAddresses> FAddresses;
     std::unique_ptr<AudioOutput> FOutput;
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;

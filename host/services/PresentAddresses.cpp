@@ -1,6 +1,7 @@
 #include "PresentAddresses.h"
 
 #include "Guarded.h"
+#include "HostReasons.h"
 #include "ObjectList.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -91,8 +92,7 @@ PresentAddresses::PresentAddresses(const QString& profileFolder, Ref<FileSystemS
                                    Ref<MusicLibraryService> library)
     : FFileSystems(std::move(fileSystems)),
       FLibrary(std::move(library)),
-      FFile(QDir(profileFolder).filePath(QStringLiteral("Addresses.json")),
-            QStringLiteral("the counts of moved addresses")) {
+      FFile(QDir(profileFolder).filePath(QStringLiteral("Addresses.json")), HostReason("KeptMoves")) {
     for (const QJsonValue one : FFile.Load(kFollowed)[kFollowed].toArray())
         FFollowed[one[kScheme].toString()] = one[kCount].toInteger();
     FLibrary->AddListener(this);

@@ -1,9 +1,10 @@
 #include "ProfileFolder.h"
 
+#include "HostReasons.h"
+#include "VEXA.Runtime.FileReason.h"
+
 #include <QDir>
 #include <QTemporaryFile>
-
-#include <stdexcept>
 
 namespace vexa::host {
 
@@ -12,8 +13,7 @@ void CheckWritable(const QString& folder) {
     QTemporaryFile file(QDir(folder).filePath(QStringLiteral("Probe.XXXXXX")));
     const QByteArray page(4096, ' ');
     if (file.open() && file.write(page) == page.size() && file.flush()) return;
-    throw std::runtime_error(
-        QString(u"no files can be written in " + folder + u": " + file.errorString()).toStdString());
+    throw ReasonError(Reason(HostReason("NoFiles"), {folder, FileReason(file)}));
 }
 
 }  // namespace vexa::host

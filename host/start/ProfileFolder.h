@@ -5,7 +5,7 @@
 
 namespace vexa::host {
 
-/// Throws std::runtime_error when no files can be written in the folder, such as because the disk is full.
+/// Throws ReasonError when no files can be written in the folder, such as because the disk is full.
 void CheckWritable(const QString& folder);
 
 }  // namespace vexa::host

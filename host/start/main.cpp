@@ -115,16 +115,16 @@ bool SaveOrAsk(Host& host, bool mayAsk, Save save) {
     static QString printed;
     const WindowTexts texts(host.Language());
     for (;;) {
-        QString problem;
+        Reason problem;
         try {
             return save(), true;
         } catch (const std::exception& error) {
-            problem = QString::fromUtf8(error.what());
+            problem = ReasonOf(error);
         }
-        if (problem != std::exchange(printed, problem)) PrintProblem(problem);
+        if (problem.English() != std::exchange(printed, problem.English())) PrintProblem(problem.English());
         if (!mayAsk) return false;
         QMessageBox box(QMessageBox::Warning, texts("Title"), texts("NotSaved"));
-        box.setInformativeText(problem);
+        box.setInformativeText(host.Language().Text(problem));
         box.setTextFormat(Qt::PlainText);
         QPushButton* again = box.addButton(texts("TryAgain"), QMessageBox::AcceptRole);
         box.addButton(texts("EndUnsaved"), QMessageBox::RejectRole);
@@ -192,9 +192,8 @@ int RunWindow(const QCommandLineParser& arguments) {
         try {
             CheckWritable(host.ProfileFolder());
         } catch (const std::exception& error) {
-            const QString problem = QString::fromUtf8(error.what());
-            PrintProblem(problem);
-            window.Warn(WindowTexts(host.Language())("CannotKeep", problem));
+            PrintProblem(QString::fromUtf8(error.what()));
+            window.Warn(WindowTexts(host.Language())("CannotKeep", host.Language().Text(ReasonOf(error))));
         }
         if (!plugin.isEmpty()) window.LoadPlugin(plugin);
         if (host.Language().Text(QStringLiteral("Window\\Title")).isEmpty())
@@ -264,7 +263,10 @@ int main(int argc, char** argv) {
         PrintProblem(QString::fromUtf8(error.what()));
         if (isHeadless || !HasVisibleWindows()) return 1;
         const StopSignals signals([] { QCoreApplication::exit(); });
-        QMessageBox::critical(nullptr, QStringLiteral("VEXA"), QString::fromUtf8(error.what()));
+        // There is no host, whose settings may name the language.
+        const HostOptions options = OptionsOf(arguments);
+        const Ref<LanguageService> language(new LanguageService(options.LanguageFolder, options.Language, {}));
+        QMessageBox::critical(nullptr, QStringLiteral("VEXA"), language->Text(ReasonOf(error)));
         return 1;
     }
 }

@@ -70,8 +70,8 @@ public:
                 work(*FClient.Get());
             } catch (...) {
                 LogCaughtException(LogPlugin(), "a menu command");
-                const QString reason = CaughtMessage();
-                GuardedCall("showing an error", [&] { ShowMessage([&] { return reason; }); });
+                const Reason why = CaughtReason();
+                GuardedCall("showing an error", [&] { ShowMessage([&] { return LocalizedText(why); }); });
             }
         }
     }

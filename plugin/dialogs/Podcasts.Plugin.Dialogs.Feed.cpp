@@ -86,7 +86,7 @@ public:
                 [this](const QString& address) { return LoadFeedDocument(address, [this] { return IsCancelled(); }); },
                 [](const QString&) { return false; });
         } catch (const std::exception& error) {
-            outcome->Found.Error = QString::fromUtf8(error.what());
+            outcome->Found.Error = ReasonOf(error);
         }
         RunInMainThread(
             [dialog = FDialog, outcome] {
@@ -232,7 +232,7 @@ void TfrmPodcastFeed::DownloadFeed(const QString& text) {
 void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
     FFetchTask = 0;
     FFeed = std::move(outcome.Found.Feed);
-    FLastError = outcome.Found.IsUnknownFormat ? QString() : outcome.Found.Error;
+    FLastError = outcome.Found.IsUnknownFormat ? QString() : LocalizedText(outcome.Found.Error);
     UpdateControls();
     if (!isVisible()) return;  // the dialog has its result already
     if (!FClient.Get()) return reject();

@@ -87,7 +87,7 @@ void ShowMessageBox(QWidget* owner, QMessageBox::Icon icon, const QString& text)
 void ReportCaughtException(QWidget* owner) noexcept {
     LogCaughtException(LogPlugin(), "a dialog's command");
     try {
-        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(CaughtMessage(), kMaxMessageLength));
+        ShowMessageBox(owner, QMessageBox::Critical, TextForLabel(LocalizedText(CaughtReason()), kMaxMessageLength));
     } catch (...) {
         // The exception cannot be shown, but it has been logged.
     }

@@ -1,5 +1,6 @@
 // The storage's optional interfaces: subscriptions, and the options for new users.
 
+#include "Podcasts.Core.Reasons.h"
 #include "Podcasts.Core.Subscribing.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
@@ -89,7 +90,7 @@ Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) 
     outcome->NewAddress = from.MovedTo;
     outcome->IsMoveRefused = from.IsMoveRefused;
     outcome->NewEpisodes = static_cast<std::int32_t>(from.NewEpisodes.size());
-    outcome->ErrorText = from.Error;
+    outcome->ErrorText = LocalizedText(from.Error);
     outcome->IsDropped = from.IsDropped || from.IsUnsubscribed;
     return outcome;
 }
@@ -99,7 +100,7 @@ Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastDownloadOutcome& from)
     outcome->ItemText = from.EpisodeKey;
     if (const auto episode = db.GetEpisode(from.EpisodeKey)) outcome->CaptionText = episode->Fields[pefTitle];
     outcome->File = from.FileName;
-    outcome->ErrorText = from.Error;
+    outcome->ErrorText = LocalizedText(from.Error);
     outcome->IsDropped = from.IsDropped;
     return outcome;
 }
@@ -213,9 +214,10 @@ private:
         }
         const bool isStored = subscription.What == TPodcastSubscription::Result::Subscribed ||
                               subscription.What == TPodcastSubscription::Result::AlreadySubscribed;
-        QString text = isStored ? subscription.FeedTitle : subscription.Error;
+        Reason why = subscription.Error;
         if (!subscription.Choices.empty())
-            text = QStringLiteral("the page names %1 feeds: take the address of one").arg(subscription.Choices.size());
+            why = Reason(CoreReason("SeveralFeeds"), {QString::number(subscription.Choices.size())});
+        const QString text = isStored ? subscription.FeedTitle : LocalizedText(why);
         FEvents->OnSubscribed(location.Get(), ResultOf(subscription), ToHostString(text).Get());
     }
 
@@ -233,7 +235,7 @@ HResult WithFile(IVEXAErrorInfo* error, Body body) noexcept {
         try {
             return body();
         } catch (const std::runtime_error& failure) {
-            if (error) error->SetInfo(-1, ToHostString(QString::fromUtf8(failure.what())).Get(), nullptr);
+            if (error) error->SetInfo(-1, ToHostString(LocalizedText(ReasonOf(failure))).Get(), nullptr);
             return E_FAIL;
         }
     });

@@ -37,8 +37,8 @@ QByteArray TrayIconBytes() {
 }
 
 /// The message for the user, with the limits of filters if exceeding them may be the reason.
-QString ReasonOf(const SqliteError& error) {
-    const QString reason = QString::fromUtf8(error.what());
+QString TextOf(const SqliteError& error) {
+    const QString reason = LocalizedText(error.Why());
     const QString limits = error.IsOfStatement() ? LocalizedText(kFilterLimitsKey) : QString();
     return limits.isEmpty() ? reason : FormatText(limits, reason);
 }
@@ -181,7 +181,7 @@ HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList*
             return E_INVALIDARG;
         } catch (const SqliteError& error) {
             LogCaughtException(LogPlugin(), what);
-            SetErrorInfo(*filter, ReasonOf(error));
+            SetErrorInfo(*filter, TextOf(error));
             return E_UNEXPECTED;
         }
     });

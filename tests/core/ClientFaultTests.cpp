@@ -38,7 +38,7 @@ protected:
     QString RefreshError(const Response& response) {
         Serve("/a", response);
         Refresh("/a");
-        const QString error = Client->RefreshOutcomes().From().at(0).Error;
+        const QString error = Client->RefreshOutcomes().From().at(0).Error.English();
         EXPECT_EQ(EpisodeCount("/a"), 2) << error.toStdString();
         EXPECT_EQ(Feed("/a").Fields[pffTitle], "a") << error.toStdString();
         EXPECT_EQ(Episode("/good.mp3").State, pesPostponed) << error.toStdString();
@@ -48,7 +48,7 @@ protected:
         Serve("/bad.mp3", response);
         Client->DB().SetCachedFile(Key("/good.mp3"), {});
         Download({Key("/good.mp3"), Key("/bad.mp3")});
-        const QString error = Client->DownloadOutcomes().From().at(0).Error;
+        const QString error = Client->DownloadOutcomes().From().at(0).Error.English();
         EXPECT_EQ(CachedFile("/bad.mp3"), "") << error.toStdString();
         EXPECT_EQ(QDir(Folder.File("audio/a")).entryList(QDir::Files), QStringList("good.mp3")) << error.toStdString();
         EXPECT_EQ(ReadWhole(CachedFile("/good.mp3")), "sound") << "on the same thread, after " << error.toStdString();
@@ -152,7 +152,7 @@ TEST_F(ClientFaults, ManyMisbehavingServersAtOnceDelayNoOtherAndLoseNothing) {
     Client->RefreshFeeds();
     ASSERT_TRUE(WaitForTasks());
     std::map<QString, QString> errors;
-    for (const auto& outcome : Client->RefreshOutcomes().From()) errors[outcome.FeedURL] = outcome.Error;
+    for (const auto& outcome : Client->RefreshOutcomes().From()) errors[outcome.FeedURL] = outcome.Error.English();
     EXPECT_EQ(errors.size(), feeds.size() + 1);
     EXPECT_EQ(EpisodeCount("/a"), 3) << errors[Server.Url("/a")].toStdString();
     EXPECT_EQ(Episode("/good.mp3").State, pesPostponed);

@@ -32,7 +32,7 @@ protected:
     QString AudioFile(const QString& name) const { return Folder.File("audio/" + name); }
     /// The names of all audio files of the feed "a".
     QStringList Files() const { return QDir(AudioFile("a")).entryList(QDir::Files, QDir::Name); }
-    std::string LastError() const { return Client->DownloadOutcomes().From().at(0).Error.toStdString(); }
+    std::string LastError() const { return Client->DownloadOutcomes().From().at(0).Error.English().toStdString(); }
 };
 
 TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
@@ -341,7 +341,7 @@ TEST_F(ClientDownload, TwoForOneEpisodeWhoseFileIsMissingNeverRecordHalfAFile) {
     late.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
     const auto lateError = [&] {
         EXPECT_TRUE(tests::WaitUntil([&] { return late.DownloadTask() == 0; }));
-        return late.DownloadOutcomes().From().at(0).Error.toStdString();
+        return late.DownloadOutcomes().From().at(0).Error.English().toStdString();
     };
     late.DownloadEpisode(Key("/1.mp3"));
     ASSERT_TRUE(WaitForRequest("/late"));

@@ -169,7 +169,7 @@ TEST_F(ClientRefresh, SaysWhatADocumentIsIfItIsNotAFeed) {
     for (const auto& [body, message] : rows) {
         Server.Serve("/a", Response::Of(body));
         Refresh("/a");
-        const std::string error = Client->RefreshOutcomes().From().at(0).Error.toStdString();
+        const std::string error = Client->RefreshOutcomes().From().at(0).Error.English().toStdString();
         EXPECT_NE(error.find(message), std::string::npos) << error;
     }
     EXPECT_EQ(EpisodeCount("/a"), 1);
@@ -208,7 +208,7 @@ TEST_F(ClientRefresh, DropsTheQueueWhenCancelledAndEndsQuietlyWithTheClient) {
     EXPECT_EQ(Heard->Events.join('|'), "refresh started|refresh finished|changed");
     EXPECT_EQ(Client->RefreshQueue().Items(), QStringList());
     EXPECT_EQ(Client->RefreshOutcomes().From().size(), 2u);
-    for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_NE(outcome.Error, "");
+    for (const auto& outcome : Client->RefreshOutcomes().From()) EXPECT_TRUE(outcome.Error);
     EXPECT_EQ(EpisodeCount("/b"), 0) << "although its document had arrived";
     Refresh("/b");
     EXPECT_EQ(EpisodeCount("/b"), 1);

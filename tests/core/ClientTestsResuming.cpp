@@ -41,7 +41,7 @@ protected:
         Client->DB().SetCachedFile(Key("/1.mp3"), {});
         Server.Forget();
         Download({Key("/1.mp3")});
-        const QString error = Client->DownloadOutcomes().From().at(0).Error;
+        const QString error = Client->DownloadOutcomes().From().at(0).Error.English();
         if (!error.isEmpty()) {
             EXPECT_EQ(CachedFile("/1.mp3"), "");
             EXPECT_EQ(Files(), QStringList());
@@ -169,7 +169,7 @@ TEST_F(ClientResuming, SaysThatItIsWaitingAndCanBeCancelledMeanwhile) {
     EXPECT_EQ(QFileInfo(AudioFile()).size(), kBreak);
     Client->CancelDownloads();
     EXPECT_EQ(Files(), QStringList());
-    EXPECT_EQ(Client->DownloadOutcomes().From().at(0).Error, "cancelled");
+    EXPECT_EQ(Client->DownloadOutcomes().From().at(0).Error.English(), "cancelled");
 }
 
 }  // namespace

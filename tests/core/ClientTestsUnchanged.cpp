@@ -30,7 +30,7 @@ protected:
             said += conditions.empty() ? "whole, " : conditions;
         }
         const auto outcome = Client->RefreshOutcomes().From().at(0);
-        if (!outcome.Error.isEmpty()) return said + outcome.Error.toStdString();
+        if (outcome.Error) return said + outcome.Error.English().toStdString();
         return said + (Episode("/1.mp3").Fields[pefTitle] == "changed" ? "kept" : "merged");
     }
 

@@ -116,7 +116,7 @@ protected:
         Client->RefreshFeeds({location});
         EXPECT_TRUE(WaitForTasks());
         const auto outcomes = Client->RefreshOutcomes().From();
-        return outcomes.empty() ? u"no outcome"_s : outcomes[0].Error;
+        return outcomes.empty() ? u"no outcome"_s : outcomes[0].Error.English();
     }
 };
 

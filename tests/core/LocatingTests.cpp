@@ -74,7 +74,7 @@ TEST_F(Subscribing, FollowsAPageToItsFeed) {
                                            "</HEAD></HTML>"));
     Server.Serve("/pages", Page(Link("/none")));
     const auto found = ToPath("/moved");
-    EXPECT_EQ(found.What, Result::Subscribed) << found.Error.toStdString();
+    EXPECT_EQ(found.What, Result::Subscribed) << found.Error.English().toStdString();
     EXPECT_EQ(found.Location, Server.Url("/f"));
     EXPECT_EQ(found.EpisodeCount, 1);
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/f")));
@@ -91,7 +91,7 @@ TEST_F(Subscribing, FollowsAPageToItsFeed) {
     for (const auto& [path, error] : failures) {
         const auto failed = ToPath(path);
         EXPECT_EQ(failed.What, Result::Failed);
-        EXPECT_TRUE(failed.Error.contains(error)) << failed.Error.toStdString();
+        EXPECT_TRUE(failed.Error.English().contains(error)) << failed.Error.English().toStdString();
         EXPECT_EQ(failed.Location, Server.Url(path));
     }
 }
@@ -105,7 +105,7 @@ TEST_F(Subscribing, OffersTheFeedsOfAPageWithSeveral) {
     EXPECT_EQ(offered.Choices[1].Address, Server.Url("/g"));
     EXPECT_EQ(offered.Choices[1].Title, "Comments");
     EXPECT_EQ(ToPath("/", 2).Location, Server.Url("/g"));
-    EXPECT_TRUE(ToPath("/", 3).Error.contains("names 2 feeds"));
+    EXPECT_TRUE(ToPath("/", 3).Error.English().contains("names 2 feeds"));
     EXPECT_EQ(ToPath("/f", 3).What, Result::Subscribed) << "a feed leaves no choice";
 }
 
@@ -114,13 +114,13 @@ TEST_F(Subscribing, TriesPlainHttpIfTheAddressHasNoScheme) {
     Server.Serve("/page", Page(Link("/f")));
     const QString bare = Server.Url("").sliced(7);
     const auto missing = To(bare + "/none");
-    EXPECT_EQ(missing.Error, "the server answered 404 Not Found") << "not that there is no https";
+    EXPECT_EQ(missing.Error.English(), "the server answered 404 Not Found") << "not that there is no https";
     EXPECT_EQ(missing.Location, bare + "/none");
     EXPECT_EQ(To("feed://" + bare + "/page").Location, Server.Url("/f"));
     EXPECT_EQ(To(bare + "/f").What, Result::AlreadySubscribed);
     Client->Unsubscribe(Server.Url("/f"), false);
     EXPECT_EQ(To(bare + "/f").Location, Server.Url("/f"));
-    EXPECT_TRUE(To("nowhere").Error.startsWith("this is neither"));
+    EXPECT_TRUE(To("nowhere").Error.English().startsWith("this is neither"));
 }
 
 TEST_F(Subscribing, ReportsEachTextOfAListEvenIfSeveralNameOneDocument) {
@@ -130,7 +130,7 @@ TEST_F(Subscribing, ReportsEachTextOfAListEvenIfSeveralNameOneDocument) {
     SubscribeByAddress(
         *Client, {dead, dead + " ", dead, Server.Url("/f"), " " + dead}, 0, [] { return false; },
         [&](const TPodcastSubscription& one) {
-            told += one.Location.section('/', 3) + (one.Error.isEmpty() ? QString() : QString(": " + one.Error));
+            told += one.Location.section('/', 3) + (one.Error ? QString(": " + one.Error.English()) : QString());
         });
     const QString missing = "dead: the server answered 404 Not Found";
     EXPECT_EQ(told.join('|'), QStringList({missing, missing, missing, "f", missing}).join('|'));
@@ -202,7 +202,7 @@ TEST_F(Moving, GivesTheFeedItsNewAddressAndKeepsEverythingElse) {
         for (const auto& [path, response] : served) Server.Serve(path, response);
         const QString there = *to ? to : "/a";
         const auto outcome = Outcome("/a");
-        EXPECT_EQ(outcome.Error, "");
+        EXPECT_EQ(outcome.Error.English(), "");
         EXPECT_EQ(outcome.FeedURL, Server.Url("/a"));
         EXPECT_EQ(outcome.MovedTo, *to ? Server.Url(to) : QString());
         EXPECT_FALSE(outcome.IsMoveRefused);
@@ -253,7 +253,7 @@ TEST_F(Moving, ChangesNeitherFeedWhenTheNewAddressIsSubscribedToo) {
         Server.Serve("/a", byRedirect ? Gone("/b") : Feed("A", "/b"));
         const auto outcome = Outcome("/a");
         EXPECT_EQ(Server.Count("/b"), byRedirect ? 1 : 0) << "there is nothing to read there";
-        EXPECT_EQ(outcome.Error, "");
+        EXPECT_EQ(outcome.Error.English(), "");
         EXPECT_EQ(outcome.MovedTo, Server.Url("/b"));
         EXPECT_TRUE(outcome.IsMoveRefused);
         EXPECT_EQ(Client->DB().GetFeed(Server.Url("/b"), false)->Fields[pffTitle], "b");

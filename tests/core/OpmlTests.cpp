@@ -67,7 +67,8 @@ TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
     const QString unreadable = folder.File("unreadable.xml");  // it opens, and then fails as on a damaged disk
     ASSERT_TRUE(QFile::link("/proc/self/mem", unreadable));
     const auto check = [](const TPodcastSubscription& result) {
-        EXPECT_TRUE(result.Error.contains("the file cannot be read: ")) << result.Error.toStdString();
+        EXPECT_TRUE(result.Error.English().contains("the file cannot be read: "))
+            << result.Error.English().toStdString();
     };
     SubscribeByAddress(
         client, {unreadable}, 0, [] { return false; }, check);

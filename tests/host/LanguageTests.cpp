@@ -13,11 +13,16 @@ constexpr char kActions[] =
     "RefreshFeeds RefreshFeed Unsubscribe EditSubscription Subscribe CreateSmartPlaylist MarkAs CachedFilesControl "
     "CheckCachedFiles MarkAs.PL CachedFilesControl.PL";
 
-/// What a translation must preserve of a text: the number of parts, and the placeholders in each.
+/// What a translation must preserve of a text: the number of parts, and the placeholders in each ("%s", or the places
+/// "%1" to "%9" of a reason).
 QString Shape(const QStringList& parts) {
     QStringList shapes;
-    for (const QString& part : parts)
-        shapes += QString(QString::number(part.count("%s")) + (part.isEmpty() ? u'-' : u'+'));
+    for (const QString& part : parts) {
+        QString shape = QString::number(part.count("%s")) + (part.isEmpty() ? u'-' : u'+');
+        for (int place = 1; place <= 9; ++place)
+            shape += QString::number(place).repeated(part.count(u'%' + QString::number(place)));
+        shapes += shape;
+    }
     return shapes.join(u'|');
 }
 

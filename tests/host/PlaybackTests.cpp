@@ -330,19 +330,25 @@ TEST_F(PlaybackTest, AFileThatCannotBePlayedGivesTheReason) {
     tests::LoopbackServer server;
     server.Serve(u"/text"_s, tests::Response::Of("a feed, and no audio at all", "text/plain"));
     WriteWhole(Profile.File(u"text.mp3"_s), QByteArray(5000, 'x'));
+    ASSERT_TRUE(Host.ChooseLanguage(u"German"_s));
     struct Case {
         QString Address;
         int Problem;
+        QString Details;
     };
-    const Case cases[] = {{Profile.File(u"missing.mp3"_s), 0}, {u"/dev/zero"_s, 0},
-                          {u"ftp://127.0.0.1/a"_s, 3},         {server.Url(u"/missing"_s), 3},
-                          {u"http://127.0.0.1:1/a"_s, 3},      {server.Url(u"/text"_s), 2},
-                          {Profile.File(u"text.mp3"_s), 2}};
+    const Case cases[] = {{Profile.File(u"missing.mp3"_s), 0, u"gibt es nicht"_s},
+                          {u"/dev/zero"_s, 0, u"gibt es nicht"_s},
+                          {u"ftp://127.0.0.1/a"_s, 3, u"(weder eine Datei noch eine Internetadresse: "_s},
+                          {server.Url(u"/missing"_s), 3, u"(der Server antwortete mit 404 (nicht gefunden))"_s},
+                          {u"http://127.0.0.1:1/a"_s, 3, u"(der Server ist nicht erreichbar "_s},
+                          {server.Url(u"/text"_s), 2, {}},
+                          {Profile.File(u"text.mp3"_s), 2, {}}};
     for (const Case& one : cases) {
         Errors.clear();
         Player->Play(one.Address);
         ASSERT_TRUE(WaitUntil([&] { return !Errors.isEmpty(); })) << one.Address.toStdString();
-        EXPECT_TRUE(Errors[0].contains(Host.Language().Text(u"Player\\Problem"_s, one.Problem)))
+        EXPECT_TRUE(Errors[0].contains(Host.Language().Text(u"Player\\Problem"_s, one.Problem)) &&
+                    Errors[0].contains(one.Details))
             << one.Address.toStdString() << ": " << Errors[0].toStdString();
         EXPECT_FALSE(Player->IsPlaying());
     }

@@ -158,7 +158,7 @@ TEST_F(Storage, ATooLargeFilterIsRefusedWithTheLimits) {
     host::RowReader reader(storage);
     host::RowQuery query{.Fields = {"Title"}, .Limit = 10};
     query.Where.assign(1100, {.Field = "Title", .Value1 = host::PropertyValue(QString("x"))});
-    for (const QString& error : {reader.ReadNow(query).Error, reader.CountNow(query).Error}) {
+    for (const QString& error : {reader.ReadNow(query).Error.English(), reader.CountNow(query).Error.English()}) {
         EXPECT_TRUE(error.contains("Expression tree is too large")) << error.toStdString();
         EXPECT_TRUE(error.contains("500 conditions")) << error.toStdString();
     }
@@ -250,6 +250,29 @@ TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     EXPECT_EQ(count, 1);
 }
 
+TEST_F(Storage, SaysInTheChosenLanguageWhyAFeedOrAListCannotBeRead) {
+    Subscribe("/a", Feed("A", 1));
+    Server.Serve("/a", Response::Failure("404 Not Found"));
+    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
+    const auto reason = [this] {
+        Ref<IVEXAObjectList> outcomes;
+        Library().Subscriptions()->GetOutcomes(IVEXAMLSubscriptionStorage::Refresh, 0, outcomes.Put());
+        Ref<IVEXAMLTaskOutcome> outcome;
+        if (outcomes->GetCount() > 0) outcomes->GetObject(0, IVEXAMLTaskOutcome::IID, outcome.PutVoid());
+        return outcome ? host::TextOf(outcome.Get(), IVEXAMLTaskOutcome::Error) : QString();
+    };
+    EXPECT_TRUE(WaitUntil([&] { return reason() == "the server answered 404 Not Found"; }));
+    ASSERT_TRUE(Host.ChooseLanguage("German"));
+    EXPECT_EQ(reason(), u"der Server antwortete mit 404 (nicht gefunden)");
+
+    const QString page = Profile.File("page.opml");
+    ::WriteWhole(page, "<html><body/></html>");
+    const Ref<host::ErrorInfo> error(new host::ErrorInfo);
+    Library().Subscriptions()->ImportOPML(host::MakeString(page).Get(), nullptr, error.Get());
+    EXPECT_EQ(error->Message(), QString(page + u" kann nicht gelesen werden: das Dokument ist keine OPML-Liste von "
+                                               u"Abonnements (ihm fehlen die Elemente opml und body)"));
+}
+
 TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     const QByteArray audio(200'000, 'x');
     Subscribe("/a", Feed("A", 1, Server.Url("/").toUtf8()));
@@ -313,9 +336,9 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
         host::RowQuery query{
             .Fields = {"Title", "State", "FeedName"}, .Sort = {{"Title"}}, .Offset = offset, .Limit = 20};
         offset = (offset + 20) % 160;
-        EXPECT_EQ(reader.ReadNow(query).Error, QString());
+        EXPECT_FALSE(reader.ReadNow(query).Error);
         query.Search = "A 7";
-        EXPECT_EQ(reader.CountNow(query).Error, QString());
+        EXPECT_FALSE(reader.CountNow(query).Error);
         EXPECT_GE(Nodes().size(), 3);
         return Tasks().empty();
     }));

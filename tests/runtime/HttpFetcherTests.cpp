@@ -102,7 +102,7 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[0]); }))
         << "it was cancelled in favour of others";
     const HttpErrorInfo outcome = Take(addresses[0]);
-    EXPECT_EQ(outcome.Message, "the server did not answer in time");
+    EXPECT_EQ(outcome.Why.English(), "the server did not answer in time");
     EXPECT_TRUE(outcome.IsTransient);
     // Its server's other addresses fail with it, until it is asked once more.
     EXPECT_TRUE(tests::WaitUntil([&] { return Fetcher->IsReady(addresses[9]); }));
@@ -134,7 +134,7 @@ TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     // Taken from the end, in the reverse of the order in which they were begun.
     for (auto address = addresses.rbegin(); address != addresses.rend(); ++address) {
         const HttpFetched fetched = Fetcher->Take(*address, {});
-        ASSERT_TRUE(fetched.Outcome.Succeeded()) << fetched.Outcome.Message.toStdString();
+        ASSERT_TRUE(fetched.Outcome.Succeeded()) << fetched.Outcome.Why.English().toStdString();
         ASSERT_EQ(fetched.Document.Body.size(), kSize);
         EXPECT_LE(ready(), 3);
     }
@@ -147,12 +147,14 @@ TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     Start();
     const QStringList addresses = Addresses(2);
     Want(addresses);
-    EXPECT_EQ(Take(addresses[0]).Message, "the server answered 429 Too Many Requests; it asks to wait 7200 seconds");
+    EXPECT_EQ(Take(addresses[0]).Why.English(),
+              "the server answered 429 Too Many Requests; it asks to wait 7200 seconds");
     const QString until = QDateTime::currentDateTime().addSecs(7200).toString("yyyy-MM-dd HH:");
     for (int path = 1; path < kPaths; ++path) {
         const HttpErrorInfo outcome = Take(addresses[path]);
-        EXPECT_TRUE(outcome.Message.startsWith("it was not asked for, since its server wants to be left alone until "));
-        EXPECT_TRUE(outcome.Message.contains(until)) << outcome.Message.toStdString();
+        EXPECT_TRUE(
+            outcome.Why.English().startsWith("it was not asked for, since its server wants to be left alone until "));
+        EXPECT_TRUE(outcome.Why.English().contains(until)) << outcome.Why.English().toStdString();
         EXPECT_FALSE(outcome.IsTransient) << "not worth a second try in the same run";
     }
     EXPECT_EQ(Requests(0), 1);

@@ -35,13 +35,13 @@ TEST_F(Http, AFailureIsReportedWithKindStatusAndMessage) {
     const Response digits = Response::Of("0123456789");
     const std::tuple<Response, Kind, int, const char*> rows[] = {
         // answer, kind, status, part of the message
-        {Response::Failure("404 Not Found"), Kind::Status, 404, "404 Not Found"},
+        {Response::Failure("404 NOT-FOUND"), Kind::Status, 404, "404 Not Found"},
         {Response::Failure("500 Out of tea"), Kind::Status, 500, "500 Out of tea"},
         {Response::Failure("503 "), Kind::Status, 503, "503 Service Unavailable"},
         {Response::Failure("302 Found"), Kind::Status, 302, "302 Found"},
         {Response::Failure("404 Not Found").With(Fault::Close, 3), Kind::Status, 404, "404"},
         {digits.With(Fault::Close, 5), Kind::Network, 200, "before the whole body"},
-        {digits.With(Fault::Reset, 5), Kind::Network, 200, "transfer failed"},
+        {digits.With(Fault::Reset, 5), Kind::Network, 200, "broke off"},
         {digits.With(Fault::Close), Kind::Network, 0, "without an answer"},
         {digits.With(Fault::Wait, 5), Kind::Network, 200, "in time"},
         {digits.With(Fault::Wait), Kind::Network, 0, "in time"},
@@ -55,7 +55,7 @@ TEST_F(Http, AFailureIsReportedWithKindStatusAndMessage) {
         const HttpErrorInfo info = Get(Server.Url("/"));
         EXPECT_EQ(info.What, what) << message;
         EXPECT_EQ(info.Status, status) << message;
-        EXPECT_TRUE(info.Message.contains(message)) << info.Message.toStdString();
+        EXPECT_TRUE(info.Why.English().contains(message)) << info.Why.English().toStdString();
         EXPECT_THROW(info.RaiseIfFailed(), HttpError);
     }
     SetHttpTimeouts({});
@@ -123,7 +123,7 @@ TEST_F(Http, EndsWhenACallbackRefusesAndKeepsItsException) {
         const HttpErrorInfo info = request.Run({});
         EXPECT_EQ(info.What, Kind::Callback) << thrower;
         EXPECT_EQ(completed, Kind::Callback) << thrower;
-        EXPECT_EQ(info.Message, "the disk is full");
+        EXPECT_EQ(info.Why.English(), "the disk is full");
         EXPECT_THROW(info.RaiseIfFailed(), std::domain_error);
     }
     HttpGet refused;
@@ -151,7 +151,7 @@ TEST_F(Http, LimitsADocumentsSizeAfterDecompression) {
     request.OnData = [&](const char*, std::size_t size) { return taken += size, true; };
     const HttpErrorInfo info = request.Run({});
     EXPECT_EQ(info.What, Kind::TooLarge);
-    EXPECT_EQ(info.Message, "the document is larger than 1 MiB");
+    EXPECT_EQ(info.Why.English(), "the document is larger than 1 MiB");
     EXPECT_LE(taken, std::size_t(kBound));
 }
 

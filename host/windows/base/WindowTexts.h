@@ -23,6 +23,7 @@ public:
         const auto place = text.indexOf(QLatin1String("%s"));
         return place < 0 ? text : text.replace(place, 2, value);
     }
+    QString operator()(const Reason& why) const { return FLanguage.Text(why); }
     /// A text of the controls of playback.
     QString Player(const char* key, int part = 0) const {
         return FLanguage.Text(u"Player\\" + QString::fromLatin1(key), part);

@@ -119,7 +119,7 @@ void TableModel::RequestRows() {
         FFirst = FReader->Read(PageQuery(0), [this](RowPage page) { OnFirstPage(std::move(page)); });
         Q_EMIT BusyChanged(true);
     } catch (const LibraryError& error) {
-        Q_EMIT Failed(error.Message());
+        Q_EMIT Failed(FTexts(error.Why()));
     }
 }
 
@@ -138,7 +138,7 @@ void TableModel::OnFirstPage(RowPage page) {
     FTouched.clear();
     FCount = FShownCount = static_cast<int>(page.Rows.size());
     FPages[0] = std::move(page.Rows);
-    FFailure = page.Error;
+    FFailure = FTexts(page.Error);
     endResetModel();
     // A page that is not full contains all rows.
     if (FCount == kPageSize)
@@ -151,7 +151,7 @@ void TableModel::OnFirstPage(RowPage page) {
 }
 
 void TableModel::OnCount(const RowCount& count) {
-    if (!count.Error.isEmpty()) return Q_EMIT Failed(count.Error);
+    if (count.Error) return Q_EMIT Failed(FTexts(count.Error));
     FCount = std::max(AsCount(count.Count), FCount);
     SetShownCount(FCount + static_cast<int>(FKept.size()));
     Q_EMIT Shown();
@@ -213,7 +213,7 @@ void TableModel::RequestPages() {
         if (FPages.contains(page) || FAsked.contains(page)) continue;
         FAsked[page] = FReader->Read(PageQuery(page), [this, page](RowPage answer) {
             FAsked.erase(page);
-            if (!answer.Error.isEmpty()) return Q_EMIT Failed(answer.Error);
+            if (answer.Error) return Q_EMIT Failed(FTexts(answer.Error));
             const bool isShort = answer.Rows.size() < kPageSize && (page + 1) * kPageSize < FCount;
             FPages[page] = std::move(answer.Rows);
             Q_EMIT dataChanged(index(ShownRow(FKept, page * kPageSize), 0),
@@ -253,12 +253,12 @@ void TableModel::BeginReload() {
         auto ticket = std::make_shared<RowReader::Ticket>();
         *ticket = FReader->Read(PageQuery(page), [this, page, ticket](RowPage answer) {
             FReloading->Tickets.erase(*ticket);
-            if (answer.Error.isEmpty()) FReloading->Arrived[page] = std::move(answer.Rows);
+            if (!answer.Error) FReloading->Arrived[page] = std::move(answer.Rows);
             if (!FReloading->Tickets.empty()) return;
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
                 FReloading->Tickets.clear();
                 FReloading->Count = AsCount(count.Count);
-                if (count.Error.isEmpty()) return FindMissingRows();
+                if (!count.Error) return FindMissingRows();
                 FReloading.reset();
                 if (std::exchange(FIsToReload, false)) Reload();
             });

@@ -389,7 +389,7 @@ void MainWindow::LoadPlugin(const QString& fileName) {
     try {
         FHost.LoadPlugin(fileName);
     } catch (const std::exception& error) {
-        Warn(QString::fromUtf8(error.what()));
+        Warn(FHost.Language().Text(ReasonOf(error)));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Opener.h"
 
 #include "FileInfo.h"
+#include "HostReasons.h"
 #include "Installation.h"
 #include "SubscribeDialog.h"
 #include "VEXA.Runtime.Url.h"
@@ -9,8 +10,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QUrl>
-
-#include <stdexcept>
 
 namespace vexa::host {
 
@@ -30,8 +29,8 @@ bool NamesServer(const QString& address) {
     return !QUrl(u"https://" + rest).host().isEmpty();
 }
 
-[[noreturn]] void Refuse(const QString& message) {
-    throw std::runtime_error(message.toStdString());
+[[noreturn]] void Refuse(const ReasonText& text, std::initializer_list<Reason> arguments) {
+    throw ReasonError(Reason(text, arguments));
 }
 
 }  // namespace
@@ -40,21 +39,20 @@ QString AddressFromArgument(const QString& argument, const QString& folder) {
     const QString text = argument.trimmed();
     const QString scheme = SchemeOf(text);
     if (OpenedSchemes().contains(scheme)) {
-        if (!NamesServer(text)) Refuse(text + u" is no address: it names no server");
+        if (!NamesServer(text)) Refuse(HostReason("NoServer"), {text});
         return text;
     }
     const QString name = scheme == u"file" ? QUrl(text).toLocalFile() : argument;
     const QString file = name.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(name));
     if (QFileInfo info(file); !file.isEmpty() && info.exists()) {
-        if (!info.isFile()) Refuse(file + u" is no file: name a feed or a list of subscriptions (OPML)");
-        if (!info.isReadable()) Refuse(u"the file " + file + u" cannot be read");
+        if (!info.isFile()) Refuse(HostReason("NoFeedFile"), {file});
+        if (!info.isReadable()) Refuse(HostReason("NotReadable"), {file});
         return file;
     }
     if (IsUrlWithoutScheme(text)) return text;
     if (!scheme.isEmpty() && scheme != u"file")
-        Refuse(text + u" cannot be opened: take " + OpenedSchemes().join(QStringLiteral(", ")) +
-               u" and file addresses, and names of files");
-    Refuse(u"there is no file " + (file.isEmpty() ? argument : file));
+        Refuse(HostReason("OtherAddress"), {text, OpenedSchemes().join(QStringLiteral(", "))});
+    Refuse(HostReason("NoSuchFile"), {file.isEmpty() ? argument : file});
 }
 
 Opener::Opener(Host& host, Subscriber& subscriber, QWidget& window)
@@ -78,8 +76,8 @@ void Opener::Open(const QStringList& addresses) {
                 files += address;
             else
                 offered += address;
-        } catch (const std::runtime_error& error) {
-            Q_EMIT Failed(QString::fromUtf8(error.what()));
+        } catch (const ReasonError& error) {
+            Q_EMIT Failed(FHost.Language().Text(error.Why()));
         }
     }
     if (!played.isEmpty()) Q_EMIT PlayWanted(played);

@@ -15,7 +15,7 @@ namespace vexa::host {
 class SubscribeDialog;
 
 /// Converts an argument to an address to open: the absolute name of a file, or an address. An address may lack its
-/// scheme if no file has that name. Relative file names are resolved against `folder`. Throws std::runtime_error when
+/// scheme if no file has that name. Relative file names are resolved against `folder`. Throws ReasonError when
 /// there is no such file, or the scheme cannot be opened.
 QString AddressFromArgument(const QString& argument, const QString& folder);
 

@@ -199,6 +199,11 @@ void TaskBar::Localize() {
     setAccessibleName(FTexts("Tasks"));
     FDismiss->setAccessibleName(FTexts("Dismiss"));
     FDismiss->setToolTip(FTexts("Dismiss"));
+    // The storage gives its reasons in the language of the moment. The window's own are kept as they were said.
+    const auto subscriptions =
+        FStorageID.isEmpty() ? Ref<IVEXAMLSubscriptionStorage>() : LibraryStorage(FLibrary, FStorageID).Subscriptions();
+    for (auto& [task, problems] : FProblems)
+        if (task != kOwnTask && subscriptions) problems = ReadProblems(*subscriptions, task);
     UpdateProblemButton();
     Poll();
 }
