@@ -44,6 +44,7 @@ public:
     /// A text of a table, which must live as long as the program, with an argument for each of its places. An argument
     /// may be a reason with a text of its own.
     explicit Reason(const ReasonText& text, std::initializer_list<Reason> arguments = {});
+    explicit Reason(const ReasonText&& temporary, std::initializer_list<Reason> arguments = {}) = delete;
     /// Words that are the same in every language: a name, a number, or what another program or library says.
     Reason(const QString& words);
 
