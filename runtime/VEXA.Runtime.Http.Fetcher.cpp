@@ -344,8 +344,10 @@ struct HttpFetcher::Impl {
         item.At = Item::Stage::Done;
     }
 
-    /// Returns the transfer's handle to the free ones.
+    /// Returns the transfer's handle to the free ones. A dropped item may have none any more, because its transfer may
+    /// end before this thread learns that it was dropped.
     void Release(Item& item) {
+        if (!item.Easy) return;
         curl_multi_remove_handle(FMulti, item.Easy);
         curl_easy_reset(item.Easy);  // the handle outlives the transfer, to which its options point
         FFreeHandles.push_back(std::exchange(item.Easy, nullptr));

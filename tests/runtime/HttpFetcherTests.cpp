@@ -174,5 +174,19 @@ TEST_F(HttpFetching, EndsAtOnceWhileTransfersAreRunning) {
     EXPECT_LE(AllRequests(), 13) << "more than the one that may take the cancelled transfer's place";
 }
 
+TEST_F(HttpFetching, ATransferThatEndsWhileItIsDroppedIsEndedOnce) {
+    Servers[0].Serve("/ended", Response::Of("document"));
+    Start();
+    for (int round = 0; round < 2000; ++round) {
+        Want({Servers[0].Url("/ended")});
+        const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(round % 200 * 10);
+        while (std::chrono::steady_clock::now() < end) {
+        }
+        Want({});
+    }
+    Want({Servers[0].Url("/ended")});
+    EXPECT_EQ(Fetcher->Take(Servers[0].Url("/ended"), {}).Document.Body, "document");
+}
+
 }  // namespace
 }  // namespace vexa
