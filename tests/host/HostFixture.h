@@ -39,7 +39,7 @@ protected:
     }
 
     /// Throws when the menus have no item with this ID.
-    Ref<IVEXAMenuItem> MenuItem(const QString& id) {
+    Ref<IVEXAMenuItem> RegisteredItem(const QString& id) {
         auto item = Host.Menus().Find(id);
         if (!item) throw std::runtime_error("the menus have no item " + id.toStdString());
         return item;

@@ -109,7 +109,7 @@ TEST_F(LibraryCommands, MenusSelectionsAndPlaylistsWork) {
     const auto library = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
     QStringList done;
     const auto add = [&](const QString& id, const Ref<IVEXAMenuItem>& parent, int event, std::function<void()> act) {
-        const Ref<IVEXAMenuItem> item(new vexa::host::MenuItem);
+        const Ref<IVEXAMenuItem> item(new MenuItem);
         item->SetValueAsObject(IVEXAMenuItem::ID, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(id).Get());
         item->SetValueAsObject(IVEXAMenuItem::Parent, parent.Get());

@@ -324,7 +324,7 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
     const QString old = "podcast://x/feed-1_" + QString(QByteArray("g2").toBase64());
     list->Add({Of("a.mp3"), old, Of("gone.mp3")});
     Serve({"a2.mp3", "b.mp3?token=1", "c.mp3", "d.mp3"});
-    Host.Menus().Run(*MenuItem("VEXA.Podcasts.Actions.RefreshFeeds"));
+    Host.Menus().Run(*RegisteredItem("VEXA.Podcasts.Actions.RefreshFeeds"));
     const auto files = [&] {
         QStringList names;
         for (const auto& entry : list->Entries()) names += entry.File;

@@ -355,7 +355,7 @@ TEST_F(Contract, UnloadingInsideACallOfTheHostHappensAfterTheCall) {
                           S_OK);
             }
         } else {
-            Host.Menus().Run(*MenuItem("VEXA.Podcasts.Actions.RefreshFeeds"));
+            Host.Menus().Run(*RegisteredItem("VEXA.Podcasts.Actions.RefreshFeeds"));
         }
         ASSERT_TRUE(WaitUntil([&] { return HasReturned; })) << "it was not called";
         EXPECT_EQ(LateChanges, 0) << "reported after the plug-in was finalised";

@@ -33,7 +33,7 @@ protected:
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
 
-    Item Find(const QString& action) { return MenuItem(u"VEXA.Podcasts.Actions." + action); }
+    Item Find(const QString& action) { return RegisteredItem(u"VEXA.Podcasts.Actions." + action); }
     int StateOf(const QString& key) {
         const auto episode = DB.GetEpisode(key);
         return episode ? episode->State : -1;

@@ -72,7 +72,7 @@ protected:
         Host.Config().SetValueAsInt32(host::MakeString(u"Podcasts\\" + name).Get(), value);
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
-    void Run(const QString& action) { Host.Menus().Run(*MenuItem(u"VEXA.Podcasts.Actions." + action)); }
+    void Run(const QString& action) { Host.Menus().Run(*RegisteredItem(u"VEXA.Podcasts.Actions." + action)); }
     std::vector<host::BackgroundTask> Tasks() { return Host.Library().Tasks(kPodcasts); }
     /// The caption of the first task; empty when there is none.
     QString Caption() {
