@@ -172,7 +172,8 @@ MenuManager::Item MenuManager::RootOf(IVEXAMenuItem& item) const {
 std::optional<BuiltInMenu> MenuManager::MenuOf(IVEXAMenuItem& item) const {
     const Item root = RootOf(item);
     for (const Menu& menu : FMenus)
-        if (IsSameObject(static_cast<IVEXAMenuItem*>(menu.Item.Get()), root.Get())) return static_cast<BuiltInMenu>(menu.Number);
+        if (IsSameObject(static_cast<IVEXAMenuItem*>(menu.Item.Get()), root.Get()))
+            return static_cast<BuiltInMenu>(menu.Number);
     return std::nullopt;
 }
 
