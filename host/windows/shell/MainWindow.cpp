@@ -264,7 +264,7 @@ void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function
     auto* action = new QAction(FTexts(key), this);
     action->setObjectName(QString::fromLatin1(key));
     action->setShortcut(QKeySequence(shortcut));
-    connect(action, &QAction::triggered, this, run);
+    connect(action, &QAction::triggered, this, std::move(run));
     FCommands->AddPlainAction(action);
 }
 
