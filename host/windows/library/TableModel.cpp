@@ -312,9 +312,8 @@ QStringList TableModel::ChangedRows() const {
 void TableModel::ReadChangedRows() {
     const QStringList changed = FFileColumn >= 0 ? ChangedRows() : QStringList();
     if (changed.isEmpty()) return OnReloaded();
-    RowCondition isChanged{.Field = FQuery.Fields[FIDColumn], .Value1 = PropertyValue(changed.first())};
-    if (changed.size() > 1)
-        for (const QString& id : changed) isChanged.OneOf.emplace_back(id);
+    RowCondition isChanged{.Field = FQuery.Fields[FIDColumn]};
+    for (const QString& id : changed) isChanged.OneOf.emplace_back(id);
     RowQuery fitting = FQuery, all{.Fields = FQuery.Fields};
     const auto read = [&](RowQuery query, auto take) {
         query.Where.push_back(isChanged);
