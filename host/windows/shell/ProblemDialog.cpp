@@ -1,14 +1,8 @@
 #include "ProblemDialog.h"
 
-#include "RowDelegate.h"
+#include "ListDialog.h"
 
-#include <QBoxLayout>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QHeaderView>
 #include <QLabel>
-#include <QPushButton>
-#include <QTreeWidget>
 
 namespace vexa::host {
 
@@ -21,24 +15,6 @@ constexpr int kWhatWidth = 300, kReasonLines = 3;
 
 void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& problems, const WindowTexts& texts,
                        QWidget* parent) {
-    auto* dialog = new QDialog(parent);
-    dialog->setObjectName(QStringLiteral("ProblemDialog"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowTitle(title);
-    dialog->resize(kSize);
-    auto* list = new QTreeWidget;
-    list->setAccessibleName(title);
-    list->setRootIsDecorated(false);
-    list->setUniformRowHeights(true);
-    list->setAlternatingRowColors(true);
-    list->setAllColumnsShowFocus(true);
-    list->setItemDelegate(new RowDelegate(list));
-    list->setHeaderLabels({texts("ProblemWhat"), texts("ProblemWhy")});
-    QList<QTreeWidgetItem*> items;
-    for (const TaskProblem& problem : problems)
-        items += new QTreeWidgetItem({problem.Item.simplified(), problem.Reason.simplified()});
-    list->addTopLevelItems(items);
-    list->setColumnWidth(0, kWhatWidth);
     // Reasons are long, so that of the current row is also shown below the list, where it can be read and copied.
     auto* reason = new QLabel;
     reason->setTextFormat(Qt::PlainText);
@@ -47,17 +23,15 @@ void ShowProblemDialog(const QString& title, const std::vector<TaskProblem>& pro
     reason->setWordWrap(true);
     reason->setAlignment(Qt::AlignTop | Qt::AlignLeft);
     reason->setMinimumHeight(kReasonLines * reason->fontMetrics().lineSpacing());
+    auto* dialog = new ListDialog(title, {texts("ProblemWhat"), texts("ProblemWhy")}, texts, reason, parent);
+    dialog->setObjectName(QStringLiteral("ProblemDialog"));
+    dialog->resize(kSize);
+    QTreeWidget* list = dialog->List();
     QObject::connect(list, &QTreeWidget::currentItemChanged, reason,
                      [reason](const QTreeWidgetItem* item) { reason->setText(item ? item->text(1) : QString()); });
-    if (!items.isEmpty()) list->setCurrentItem(items.first());
-    auto* buttons = new QDialogButtonBox;
-    QPushButton* close = buttons->addButton(texts("Close"), QDialogButtonBox::RejectRole);
-    close->setDefault(true);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-    auto* whole = new QVBoxLayout(dialog);
-    whole->addWidget(list, 1);
-    whole->addWidget(reason);
-    whole->addWidget(buttons);
+    for (const TaskProblem& problem : problems) dialog->Add(problem.Item.simplified(), problem.Reason.simplified());
+    list->setColumnWidth(0, kWhatWidth);
+    list->setCurrentItem(list->topLevelItem(0));
     dialog->open();
 }
 
