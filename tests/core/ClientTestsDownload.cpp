@@ -2,7 +2,6 @@
 #include "PlainSqlite.h"
 #include "Podcasts.Core.TargetFile.h"
 
-#include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
