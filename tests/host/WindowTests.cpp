@@ -377,6 +377,7 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
          "[Part 3] [Part 2] [Part 1] [Part 0]/0"},
         {"sorted anew", [&] { table.Model().sort(0, Qt::AscendingOrder); }, "/0"},
     };
+    ASSERT_TRUE(WaitUntil([&] { return !table.Model().IsBusy(); })) << "the rows are still being read";
     for (const auto& c : cases) {
         c.Do();
         EXPECT_TRUE(WaitUntil([&] { return shown() == c.Shown; }, std::chrono::seconds(20)))

@@ -16,6 +16,7 @@ namespace vexa::host {
 namespace {
 
 constexpr int kMaxPages = 24;    // pages kept besides those in sight
+constexpr int kMaxRepeats = 5;   // of a reload during which rows were changed
 constexpr int kMaxReloaded = 8;  // pages read again when the selection is spread over many
 
 const QString kNotThere = QStringLiteral("…");
@@ -114,6 +115,7 @@ void TableModel::SetQuery(RowQuery query) {
 
 void TableModel::RequestRows() {
     CancelRequests();
+    FTouched.clear();  // now, so that what the user changes before the answer comes is not forgotten
     if (!FReader) return;
     try {
         FFirst = FReader->Read(PageQuery(0), [this](RowPage page) { OnFirstPage(std::move(page)); });
@@ -135,7 +137,6 @@ void TableModel::OnFirstPage(RowPage page) {
     beginResetModel();
     FPages.clear();
     FKept.clear();
-    FTouched.clear();
     FCount = FShownCount = static_cast<int>(page.Rows.size());
     FPages[0] = std::move(page.Rows);
     FFailure = FTexts(page.Error);
@@ -258,7 +259,11 @@ void TableModel::BeginReload() {
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
                 FReloading->Tickets.clear();
                 FReloading->Count = AsCount(count.Count);
-                if (!count.Error) return FindMissingRows();
+                if (!count.Error && AreOfOneMoment(FReloading->Arrived, FReloading->Count)) return FindMissingRows();
+                // A storage whose numbers never fit is read as it is.
+                const bool isToRepeat = !count.Error && ++FRepeats < kMaxRepeats;
+                if (!count.Error && !isToRepeat) return FindMissingRows();
+                FIsToReload = FIsToReload || isToRepeat;
                 FReloading.reset();
                 if (std::exchange(FIsToReload, false)) Reload();
             });
@@ -266,6 +271,15 @@ void TableModel::BeginReload() {
         });
         FReloading->Tickets.insert(*ticket);
     }
+}
+
+/// Whether the pages and the number of rows, which are read one after the other, fit each other. Rows may have been
+/// changed in between.
+bool TableModel::AreOfOneMoment(const Pages& pages, int count) {
+    return std::all_of(pages.begin(), pages.end(), [count](const auto& page) {
+        const int first = page.first * kPageSize;
+        return static_cast<int>(page.second.size()) == std::clamp(count - first, 0, kPageSize);
+    });
 }
 
 /// A row's ID may be derived from its file's address and change with it; then the row is found again by its file.
@@ -337,6 +351,7 @@ void TableModel::ReadChangedRows() {
 
 void TableModel::OnReloaded() {
     FFailure.clear();
+    FRepeats = 0;
     std::vector<KeptRow> kept = KeptAfterReload();
     Pages pages = std::move(FReloading->Arrived);
     const int count = FReloading->Count, shown = count + static_cast<int>(kept.size());

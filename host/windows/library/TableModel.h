@@ -119,6 +119,7 @@ private:
     void SetShownCount(int count);
     void CancelRequests();
     void BeginReload();
+    static bool AreOfOneMoment(const Pages& pages, int count);
     void FindMissingRows();
     QStringList MissingFiles(const Pages& pages) const;
     void ReadChangedRows();
@@ -160,6 +161,7 @@ private:
     std::map<int, RowReader::Ticket> FAsked;  // by page number: requests for pages in sight
     std::optional<Reloading> FReloading;
     bool FIsToReload = false;
+    int FRepeats = 0;  // of the present reload
 };
 
 }  // namespace vexa::host
