@@ -19,6 +19,7 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
       FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)),
+      FUndoLog(std::make_unique<TPodcastUndoLog>()),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
       FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })) {
     OptionsChanged();
@@ -36,6 +37,7 @@ TPodcastClient::~TPodcastClient() {
     FUpdateTimer.reset();
     FRefreshQueue.reset();
     FListeners.reset();
+    FUndoLog.reset();
     FDB.reset();
     FOptions.reset();
 }
@@ -111,22 +113,27 @@ void TPodcastClient::FeedSubscribed() {
     if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
 }
 
-QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCachedFiles) {
+QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCachedFiles, TPodcastUndo undo) {
     QStringList kept;
     FRefreshQueue->Remove(feedURL);
     if (const auto feed = FDB->GetFeed(feedURL, true)) {
         // Locked while files are recycled, so that the download task cannot take one of these episodes meanwhile.
         const vexa::TLock lock(FDownloadQueue->Mutex());
         QSet<QString> recycled;
+        std::vector<vexa::TrashedFile> inTrash;
         const auto recycle = [&](const QString& fileName) {
             // Keep a file that an episode of another feed records as well.
             if (recycled.contains(fileName) || FDB->IsFileOfAnotherFeed(fileName, feed->ID)) return;
             recycled.insert(fileName);
-            if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
+            vexa::TrashedFile trashed;
+            if (!vexa::MoveToRecycleBin(fileName, &trashed)) kept += fileName;
+            if (!trashed.InTrash.isEmpty()) inTrash.push_back(std::move(trashed));
         };
+        QStringList queued;
         for (const auto& episode : feed->Episodes()) {
             const QStringList keys{episode->Fields[pefURI], MakeEpisodeKey(episode->FeedID, episode->Fields[pefGUID])};
-            for (const QString& key : keys) FDownloadQueue->Remove(key);
+            for (const QString& key : keys)
+                if (FDownloadQueue->Remove(key)) queued += keys[0];  // the other one ends with the feed's ID
             FKeptQueue->Remove(keys);
             if (QString fileName; deleteCachedFiles && GetLocalFileName(*episode, *feed, fileName)) recycle(fileName);
         }
@@ -134,13 +141,30 @@ QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCache
         // A download, of this program or another one, may have recorded a file since the feed was read. A download that
         // ends later finds no row, and removes its file itself.
         QStringList late;
-        FDB->RunInTransaction([&] {
-            if (deleteCachedFiles)
-                FDB->EnumCachedFilesOfFeed(feed->ID, [&](const QString& fileName) { late += fileName; });
-            // By ID, because a refresh of another process may have given the feed another address meanwhile.
-            FDB->Remove(feed->ID);
-        });
+        std::shared_ptr<TPodcastRemovedFeed> removed;
+        const auto remove = [&](bool isToBeKept) {
+            FDB->RunInTransaction([&] {
+                late.clear();
+                if (deleteCachedFiles)
+                    FDB->EnumCachedFilesOfFeed(feed->ID, [&](const QString& fileName) { late += fileName; });
+                // By ID, because a refresh of another process may have given the feed another address meanwhile.
+                if (isToBeKept)
+                    removed = FDB->SetAside(feed->ID);
+                else
+                    FDB->Remove(feed->ID);
+            });
+        };
+        try {
+            remove(undo == TPodcastUndo::Kept);
+        } catch (const vexa::SqliteError& error) {
+            if (undo == TPodcastUndo::NotKept || error.IsBusy()) throw;
+            // Perhaps there is no room for the copy.
+            qCWarning(vexa::LogRefresh).noquote() << "unsubscribing without a way back:" << error.what();
+            remove(false);
+        }
         for (const QString& fileName : late) recycle(fileName);
+        if (removed)
+            KeepForUndo(std::move(removed), feed->Fields[pffTitle], feed->EpisodeCount(), std::move(inTrash), queued);
     }
     NotifyDataChanged();
     return kept;
@@ -157,8 +181,9 @@ void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL)
     NotifyDataChanged();
 }
 
-void TPodcastClient::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
-    FDB->UpdateState(episodeKeys, state);
+void TPodcastClient::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state, TPodcastUndo undo) {
+    auto former = FDB->UpdateState(episodeKeys, state);
+    if (undo == TPodcastUndo::Kept) KeepForUndo(std::move(former), state, episodeKeys);
     NotifyDataChanged();
 }
 
@@ -216,15 +241,22 @@ bool TPodcastClient::GetLocalFileName(const TPodcastEpisode& episode, const TPod
     return true;
 }
 
-QStringList TPodcastClient::DeleteCachedEpisodes(const QStringList& episodeKeys) {
+QStringList TPodcastClient::DeleteCachedEpisodes(const QStringList& episodeKeys, TPodcastDeletedFiles* deleted) {
     QStringList files, kept;
     FDB->EnumCachedFiles(episodeKeys, [&](const QString& fileName) { files += fileName; });
     files.removeDuplicates();
-    for (const QString& fileName : files)
-        if (!vexa::MoveToRecycleBin(fileName)) kept += fileName;
-    FDB->RunInTransaction([&] {
-        for (const QString& key : episodeKeys) FDB->SetCachedFile(key, QString());
-    });
+    TPodcastDeletedFiles unused;
+    TPodcastDeletedFiles& done = deleted ? *deleted : unused;
+    for (const QString& fileName : files) {
+        vexa::TrashedFile trashed;
+        if (!vexa::MoveToRecycleBin(fileName, &trashed)) {
+            kept += fileName;
+            done.NotDeleted.insert(fileName);
+        }
+        if (!trashed.InTrash.isEmpty()) done.InTrash.push_back(std::move(trashed));
+    }
+    const auto rows = FDB->ForgetFiles(episodeKeys);
+    done.Rows.insert(done.Rows.end(), rows.begin(), rows.end());
     return kept;
 }
 

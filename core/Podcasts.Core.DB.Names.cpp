@@ -20,13 +20,6 @@ using vexa::SqlBuilder;
 using vexa::SqliteStatement;
 using Row = TPodcastStoredEpisodes::Row;
 
-namespace {
-
-constexpr std::size_t kMaxNames = 8;  // stored for one episode: the newest
-constexpr int kDigestDigits = 16;     // hexadecimal
-
-/// The first 64 bits of the MD5 digest of the UTF-8 bytes. It is stored, so it must never change. For a GUID it is the
-/// beginning of the digest that the command line's short keys show.
 qint64 DigestOf(std::string_view utf8) {
     const QByteArray hash = QCryptographicHash::hash(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())),
                                                      QCryptographicHash::Md5);
@@ -34,6 +27,11 @@ qint64 DigestOf(std::string_view utf8) {
     for (int i = 0; i < 8; ++i) digest = digest << 8 | static_cast<unsigned char>(hash[i]);
     return static_cast<qint64>(digest);
 }
+
+namespace {
+
+constexpr std::size_t kMaxNames = 8;  // stored for one episode: the newest
+constexpr int kDigestDigits = 16;     // hexadecimal
 
 /// A check value for a row's GUID. It reveals a row id that belongs to another episode by now, for instance after the
 /// file was restored from a dump.
@@ -260,23 +258,26 @@ qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) 
     return 0;
 }
 
-qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
-    const QString& guid = episode.Fields[pefGUID];
+bool TPodcastsDB::IsPresent(const TPodcastRowName& row) {
     // A row keeps its id when it moves. But the id of a deleted row is used again, so the row must have the episode's
     // GUID, or must have had it.
-    const SqlBuilder ofRow = SqlBuilder(" = ").Integer(episode.RowID).Raw(" AND FeedID = ").Integer(episode.FeedID);
-    if (const auto row = Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE rowid").Raw(ofRow.Sql()))) {
-        if (row->Text(0) == guid) return episode.RowID;
-        const qint64 check = CheckOf(row->Utf8(0));
-        if (ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames WHERE Episode")
-                            .Raw(ofRow.Sql())
-                            .Raw(" AND Name = ")
-                            .Integer(DigestOf(vexa::ToUtf8(guid)))
-                            .Raw(" AND GUIDCheck = ")
-                            .Integer(check)
-                            .Raw(")")) == 1)
-            return episode.RowID;
-    }
+    const SqlBuilder ofRow = SqlBuilder(" = ").Integer(row.RowID).Raw(" AND FeedID = ").Integer(row.FeedID);
+    const auto present = Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE rowid").Raw(ofRow.Sql()));
+    if (!present) return false;
+    if (DigestOf(present->Utf8(0)) == row.GUIDDigest) return true;
+    const qint64 check = CheckOf(present->Utf8(0));
+    return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames WHERE Episode")
+                           .Raw(ofRow.Sql())
+                           .Raw(" AND Name = ")
+                           .Integer(row.GUIDDigest)
+                           .Raw(" AND GUIDCheck = ")
+                           .Integer(check)
+                           .Raw(")")) == 1;
+}
+
+qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
+    const QString& guid = episode.Fields[pefGUID];
+    if (IsPresent({episode.RowID, episode.FeedID, DigestOf(vexa::ToUtf8(guid))})) return episode.RowID;
     // A program of an older version replaces the row by a new one with one of its names. If the row was united with
     // others, look for the row of its GUID, unless that has a file already.
     const auto ofGUID = [&](std::string_view column) {

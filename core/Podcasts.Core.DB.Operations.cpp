@@ -11,6 +11,7 @@ namespace podcasts {
 
 using vexa::SqlBuilder;
 using vexa::SqliteCursor;
+using vexa::SqliteStatement;
 
 namespace {
 
@@ -306,12 +307,58 @@ void TPodcastsDB::UpdateEpisode(const SqlBuilder& update, const QString& episode
         ExecuteSQL(SqlBuilder(update.Sql()).Raw(" WHERE rowid = ").Integer(row));
 }
 
-void TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
-    if (episodeKeys.isEmpty()) return;
-    RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
-        const SqlBuilder update = SqlBuilder("UPDATE PodcastEpisodes SET State = ").Integer(state);
-        for (const QString& key : episodeKeys) UpdateEpisode(update, key);
+void TPodcastsDB::ForEachRowOf(const QString& episodeKey, std::string_view column,
+                               const std::function<void(const TPodcastRowName&, const QString&)>& visitor) {
+    std::vector<std::pair<TPodcastRowName, QString>> rows;
+    const auto find = [&](const SqlBuilder& condition) {
+        ForEachRow(Read(SqlBuilder("SELECT rowid, FeedID, GUID, ")
+                            .Raw(column)
+                            .Raw(" FROM PodcastEpisodes WHERE ")
+                            .Raw(condition.Sql())),
+                   [&](const SqliteCursor& row) {
+                       rows.push_back({{row.Integer64(0), row.Integer(1), DigestOf(row.Utf8(2))}, row.Text(3)});
+                   });
+    };
+    SqlBuilder named;
+    TPodcastsDBQueryBuilder::EpisodeCondition(named, episodeKey);
+    find(named);
+    if (const qint64 older = rows.empty() ? FindByOlderName(episodeKey) : 0; older != 0)
+        find(SqlBuilder("rowid = ").Integer(older));
+    for (const auto& [name, value] : rows) visitor(name, value);
+}
+
+std::vector<TPodcastFormerState> TPodcastsDB::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state) {
+    std::vector<TPodcastFormerState> former;
+    if (episodeKeys.isEmpty()) return former;
+    RunInTransaction([&] {
+        SqliteStatement update(*this, "UPDATE PodcastEpisodes SET State = ? WHERE rowid = ?");
+        const QString wanted = QString::number(state);
+        for (const QString& key : episodeKeys)
+            ForEachRowOf(key, "State", [&](const TPodcastRowName& row, const QString& present) {
+                if (present == wanted) return;
+                update.Integer(state).Integer(row.RowID).Run();
+                former.push_back({row, static_cast<TPodcastEpisodeState>(present.toInt())});
+            });
     });
+    return former;
+}
+
+QString TPodcastsDB::TitleOf(const TPodcastRowName& row) {
+    const auto episode = IsPresent(row) ? GetEpisodeOfRow(row.RowID) : nullptr;
+    return episode ? episode->Fields[pefTitle] : QString();
+}
+
+qsizetype TPodcastsDB::RestoreStates(const std::vector<TPodcastFormerState>& former, TPodcastEpisodeState state) {
+    qsizetype restored = 0;
+    RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
+        SqliteStatement update(*this, "UPDATE PodcastEpisodes SET State = ? WHERE rowid = ? AND State = ?");
+        for (const auto& [row, before] : former) {
+            if (!IsPresent(row)) continue;
+            update.Integer(before).Integer(row.RowID).Integer(state).Run();
+            restored += ChangedRows();
+        }
+    });
+    return restored;
 }
 
 void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisitor& visitor) {
@@ -338,6 +385,35 @@ void TPodcastsDB::EnumCachedFiles(const QStringList& episodeKeys, const TextVisi
 void TPodcastsDB::SetCachedFile(const QString& episodeKey, const QString& fileName) {
     const vexa::TLock lock(Mutex());
     UpdateEpisode(SqlBuilder("UPDATE PodcastEpisodes SET URLAudioCached = ").Text(fileName), episodeKey);
+}
+
+std::vector<TPodcastFormerFile> TPodcastsDB::ForgetFiles(const QStringList& episodeKeys) {
+    std::vector<TPodcastFormerFile> former;
+    RunInTransaction([&] {
+        SqliteStatement update(*this, "UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE rowid = ?");
+        for (const QString& key : episodeKeys)
+            ForEachRowOf(key, "URLAudioCached", [&](const TPodcastRowName& row, const QString& fileName) {
+                if (fileName.isEmpty()) return;
+                update.Integer(row.RowID).Run();
+                former.push_back({row, fileName});
+            });
+    });
+    return former;
+}
+
+bool TPodcastsDB::RestoreFile(const TPodcastFormerFile& former) {
+    bool isSet = false;
+    RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
+        if (!IsPresent(former.Row)) return;
+        SqliteStatement(*this,
+                        "UPDATE PodcastEpisodes SET URLAudioCached = ? WHERE rowid = ? AND ifnull(URLAudioCached, '') "
+                        "= ''")
+            .Text(former.FileName)
+            .Integer(former.Row.RowID)
+            .Run();
+        isSet = ChangedRows() > 0;
+    });
+    return isSet;
 }
 
 bool TPodcastsDB::SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName) {

@@ -83,6 +83,45 @@ struct TPodcastQueueChange {
     bool IsQueued = false;  // otherwise it is removed
 };
 
+/// The first 64 bits of the MD5 digest of the UTF-8 bytes. It is stored, so it must never change. For a GUID it is the
+/// beginning of the digest that the command line's short keys show.
+qint64 DigestOf(std::string_view utf8);
+
+/// Names a row for as long as it is the same episode's, whatever a merge does to its GUID and address.
+struct TPodcastRowName {
+    qint64 RowID = 0;  // used again after the row is deleted
+    int FeedID = 0;
+    qint64 GUIDDigest = 0;
+};
+
+/// What a row was before an act of the user.
+struct TPodcastFormerState {
+    TPodcastRowName Row;
+    TPodcastEpisodeState State;
+};
+struct TPodcastFormerFile {
+    TPodcastRowName Row;
+    QString FileName;
+};
+
+class TPodcastsDB;
+
+/// Everything that was stored of a feed that was removed. It is kept outside the file, for as long as the object lives;
+/// destroy the object before the database.
+class TPodcastRemovedFeed {
+public:
+    ~TPodcastRemovedFeed();
+    TPodcastRemovedFeed(const TPodcastRemovedFeed&) = delete;
+    TPodcastRemovedFeed& operator=(const TPodcastRemovedFeed&) = delete;
+
+private:
+    friend TPodcastsDB;
+    TPodcastRemovedFeed(TPodcastsDB& db, int feedID) : FDB(db), FFeedID(feedID) {}
+
+    TPodcastsDB& FDB;
+    const int FFeedID;  // under which it was stored; never used again, so that it identifies the record
+};
+
 class TPodcastsDB final : public vexa::SqliteDatabase {
 public:
     using FeedVisitor = std::function<void(const QString& urlFeed, const QString& name, int count)>;
@@ -114,6 +153,11 @@ public:
     TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
     void Remove(int id);
     void Remove(const QString& urlFeed);
+    /// Removes a feed and keeps what was stored of it; null when there is no such feed.
+    std::unique_ptr<TPodcastRemovedFeed> SetAside(int id);
+    /// Stores the feed again as it was, under a new ID, which is returned; 0 when a feed has its address by now. The
+    /// rows of `missingFiles` record no file any more.
+    int PutBack(const TPodcastRemovedFeed& removed, const QStringList& missingFiles);
     /// Returns false and changes nothing when no feed has the old address, or when a feed has the new one already.
     bool ChangeFeedURL(const QString& oldURL, const QString& newURL);
     /// Visits feeds by name; only those of `category` unless that is empty. The visitor's count is 0.
@@ -151,7 +195,12 @@ public:
     qint64 GetFeedsVersion();
     /// The number of rows that a key names.
     int CountEpisodes(const QString& episodeKey);
-    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
+    /// Returns the rows that were in another state.
+    std::vector<TPodcastFormerState> UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);
+    /// Empty when the row is gone.
+    QString TitleOf(const TPodcastRowName& row);
+    /// Gives the rows that are still in `state` their former ones, and returns their number.
+    qsizetype RestoreStates(const std::vector<TPodcastFormerState>& former, TPodcastEpisodeState state);
 
     /// Cached files.
     /// Visits the file of each row; a file that several rows record is visited for each of them.
@@ -159,8 +208,12 @@ public:
     void EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor);
     /// An empty name marks the episode as not cached.
     void SetCachedFile(const QString& episodeKey, const QString& fileName);
-    /// Does the same for the one row that GetEpisode read, even if a merge has changed its names since. False when the
-    /// row is gone, or has been united with a row that has a file.
+    /// Marks the episodes as not cached. Returns the rows that recorded a file.
+    std::vector<TPodcastFormerFile> ForgetFiles(const QStringList& episodeKeys);
+    /// Records the file again. False when the row is gone, or records another file by now.
+    bool RestoreFile(const TPodcastFormerFile& former);
+    /// Does the same as SetCachedFile for the one row that GetEpisode read, even if a merge has changed its names
+    /// since. False when the row is gone, or has been united with a row that has a file.
     [[nodiscard]] bool SetCachedFileOfRow(const TPodcastEpisode& episode, const QString& fileName);
     /// Does the same if the row still records the file `present`; otherwise returns false and changes nothing.
     bool ReplaceCachedFileOfRow(const TPodcastEpisode& episode, const QString& present, const QString& fileName);
@@ -204,6 +257,7 @@ protected:
     void InitializeTables() override;
 
 private:
+    friend TPodcastRemovedFeed;
     bool IsLayoutComplete();
     /// Upgrades an episode table of the first layout, in which the column GUID was called ID.
     void UpgradeFirstLayout();
@@ -219,6 +273,11 @@ private:
     void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
 
     bool HasEpisode(const QString& episodeKey);
+    /// Visits the rows that a key names, each with its name and one further column. The visitor may write.
+    void ForEachRowOf(const QString& episodeKey, std::string_view column,
+                      const std::function<void(const TPodcastRowName& name, const QString& value)>& visitor);
+    /// Whether the row is still the same episode's.
+    bool IsPresent(const TPodcastRowName& row);
     /// Adds the condition for `episodeKey` to the statement `update` and runs it.
     void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey) VEXA_REQUIRES(Mutex());
 

@@ -36,12 +36,13 @@ bool TPodcastClientQueue::Peek(QString& item) const {
     return true;
 }
 
-void TPodcastClientQueue::Remove(const QString& item) {
+bool TPodcastClientQueue::Remove(const QString& item) {
     const vexa::TLock lock(FMutex);
     const auto entry = FIndex.find(FoldCase(item));
-    if (entry == FIndex.end()) return;
+    if (entry == FIndex.end()) return false;
     FItems.erase(entry->second);
     FIndex.erase(entry);
+    return true;
 }
 
 void TPodcastClientQueue::Clear() {

@@ -55,6 +55,10 @@ inline constexpr vexa::ReasonText kCoreReasons[] = {
     {"Podcasts.Reasons\\NotContinued", "the connection broke, and the server does not go on with the file; try again"},
     {"Podcasts.Reasons\\Stopped", "not done: the work was stopped before"},
 
+    // Undoing
+    {"Podcasts.Reasons\\SubscribedAgain", "you have subscribed to this podcast again"},
+    {"Podcasts.Reasons\\FilesNotInTrash", "%1 of its files are not in the trash any more"},
+
     // The database: %1 is the file, %2 a table and a column.
     {"Podcasts.Reasons\\NewerDatabase",
      "cannot open the database %1: a newer version of this program has written it (it holds the column %2); update the "

@@ -8,19 +8,24 @@
 #include "Podcasts.Core.FetchRun.h"
 #include "Podcasts.Core.KeptQueue.h"
 #include "Podcasts.Core.Options.h"
+#include "Podcasts.Core.Undo.h"
 #include "VEXA.Runtime.Classes.h"
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.Reason.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
 
 #include <QDateTime>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
 #include <chrono>
 #include <functional>
 #include <list>
+#include <memory>
+#include <optional>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -102,7 +107,8 @@ public:
     [[nodiscard]] bool Pop(QString& item);
     /// Finds the item that Pop would remove.
     [[nodiscard]] bool Peek(QString& item) const;
-    void Remove(const QString& item);
+    /// Returns whether it was there.
+    bool Remove(const QString& item);
     void Clear();
     QStringList Upcoming(qsizetype count) const override;
     bool TakeNext(const QString& item) override;
@@ -172,6 +178,13 @@ private:
     std::vector<Outcome> FItems VEXA_GUARDED_BY(FMutex);
 };
 
+/// What DeleteCachedEpisodes has done.
+struct TPodcastDeletedFiles {
+    std::vector<TPodcastFormerFile> Rows;
+    std::vector<vexa::TrashedFile> InTrash;
+    QSet<QString> NotDeleted;  // because there is no trash for them
+};
+
 /// The clocks that the client reads. Tests replace them.
 struct TPodcastClocks {
     std::function<std::uint32_t()> TickCount = vexa::TickCount;
@@ -230,11 +243,12 @@ public:
     [[nodiscard]] bool SubscribeNew(TPodcastFeed& feed);
     /// Returns the names of the cached files that should have been deleted but were kept, because there is no trash for
     /// them. Any thread.
-    QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles);
+    QStringList Unsubscribe(const QString& feedURL, bool deleteCachedFiles, TPodcastUndo undo = TPodcastUndo::NotKept);
     void ChangeFeedURL(const QString& oldURL, const QString& newURL);
 
-    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state);  // any thread
-    void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);       // any thread
+    void UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state,
+                     TPodcastUndo undo = TPodcastUndo::NotKept);              // any thread
+    void UpdateState(const QString& episodeKey, TPodcastEpisodeState state);  // any thread
 
     void DownloadEpisode(const QString& episodeKey);
     void DownloadEpisodes(const QStringList& episodeKeys);
@@ -251,10 +265,19 @@ public:
     /// another episode's row records that file. False for an episode that was never cached. Any thread may call it.
     bool GetLocalFileName(const TPodcastEpisode& episode, const TPodcastFeed& feed, QString& fileName);
     /// Moves the files to the desktop's trash and marks the episodes as not cached. Returns the names of the files that
-    /// were kept because there is no trash for them. Does not notify listeners. Any thread.
-    QStringList DeleteCachedEpisodes(const QStringList& episodeKeys);
+    /// were kept because there is no trash for them. `deleted` receives what was done, in addition to what it holds.
+    /// Does not notify listeners. Any thread.
+    QStringList DeleteCachedEpisodes(const QStringList& episodeKeys, TPodcastDeletedFiles* deleted = nullptr);
     /// Marks the episodes whose file is gone as not cached; returns their number. Any thread.
     int CheckLocalCopies();
+
+    /// What can be undone. The operations that say so add to it before they notify the listeners.
+    const TPodcastUndoLog& UndoLog() const noexcept { return *FUndoLog; }
+    /// Makes deleted files an act that can be undone. Any thread.
+    void KeepForUndo(TPodcastDeletedFiles deleted);
+    /// Undoes an act of the log; nothing when the log does not have it. When it throws, as with a database that is
+    /// locked, it may be called again. Any thread; waits until the main thread has notified the listeners.
+    std::optional<TPodcastUndone> Undo(qint64 number);
 
     /// Any thread; waits until the main thread has notified the listeners. Every operation that changes data does so,
     /// too.
@@ -271,6 +294,11 @@ private:
         Cancelled,  // the remaining items are dropped
         Failed,     // the same, but the next start may go on with downloads
     };
+
+    void KeepForUndo(std::vector<TPodcastFormerState> former, TPodcastEpisodeState state,
+                     const QStringList& episodeKeys);
+    void KeepForUndo(std::shared_ptr<TPodcastRemovedFeed> removed, const QString& title, qsizetype count,
+                     std::vector<vexa::TrashedFile> inTrash, const QStringList& queued);
 
     /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.
     void FeedSubscribed();
@@ -299,6 +327,7 @@ private:
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
     std::unique_ptr<TPodcastClientQueue> FDownloadQueue;
     std::unique_ptr<TPodcastKeptQueue> FKeptQueue;
+    std::unique_ptr<TPodcastUndoLog> FUndoLog;
     std::unique_ptr<TPodcastClientOptions> FOptions;
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;

@@ -54,6 +54,11 @@ bool MakeTrash() {
     return QDir().mkpath(trash + u"/files") && QDir().mkpath(trash + u"/info");
 }
 
+/// In ns since 1970.
+qint64 ModifiedAt(const struct stat& status) {
+    return status.st_mtim.tv_sec * 1'000'000'000 + status.st_mtim.tv_nsec;
+}
+
 QStringView LastComponent(QStringView path) {
     return path.sliced(std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\')) + 1);
 }
@@ -144,12 +149,32 @@ bool IsFileNamed(int descriptor, const QByteArray& name) noexcept {
            opened.st_dev == named.st_dev;
 }
 
-bool MoveToRecycleBin(const QString& fileName) {
+bool MoveToRecycleBin(const QString& fileName, TrashedFile* trashed) {
+    if (trashed) *trashed = {fileName, {}};
     const QFileInfo file(fileName);
     if (!file.exists() && !file.isSymLink()) return true;
-    if (MakeTrash() && QFile::moveToTrash(fileName)) return true;
+    QString inTrash;
+    if (MakeTrash() && QFile::moveToTrash(fileName, &inTrash)) {
+        struct stat status {};
+        if (trashed && lstat(QFile::encodeName(inTrash).constData(), &status) == 0)
+            *trashed = {fileName, inTrash, status.st_ino, ModifiedAt(status)};
+        return true;
+    }
     qCWarning(LogRuntime).noquote() << "there is no trash for" << fileName << "- it stays where it is";
     return false;
+}
+
+bool RestoreFromRecycleBin(const TrashedFile& trashed) {
+    struct stat status {};
+    if (trashed.InTrash.isEmpty() || lstat(QFile::encodeName(trashed.InTrash).constData(), &status) != 0 ||
+        status.st_ino != trashed.Inode || ModifiedAt(status) != trashed.Modified)
+        return false;
+    QDir().mkpath(QFileInfo(trashed.FileName).path());
+    if (!QFile::rename(trashed.InTrash, trashed.FileName)) return false;
+    // The trash keeps the former name of each file beside it (Desktop Trash Can Specification).
+    const QFileInfo inTrash(trashed.InTrash);
+    QFile::remove(inTrash.path() + u"/../info/" + inTrash.fileName() + u".trashinfo");
+    return true;
 }
 
 QString WithTrailingDelimiter(const QString& folder) {

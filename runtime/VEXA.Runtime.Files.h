@@ -35,9 +35,20 @@ VEXA_RUNTIME_API bool FileExists(const QString& fileName);
 /// another one created in its place.
 [[nodiscard]] VEXA_RUNTIME_API bool IsFileNamed(int descriptor, const QByteArray& name) noexcept;
 
+/// A file in the desktop's trash.
+struct TrashedFile {
+    QString FileName;     // where it was
+    QString InTrash;      // where it is; empty when it was missing before
+    quint64 Inode = 0;    // with the next: tells it from a later file of the same name in the trash
+    qint64 Modified = 0;  // ns
+};
+
 /// Moves a file to the desktop's trash. True when the file is gone, also if it was missing before; false when there is
 /// no trash for the file, which then stays where it is; a warning is logged.
-[[nodiscard]] VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName);
+[[nodiscard]] VEXA_RUNTIME_API bool MoveToRecycleBin(const QString& fileName, TrashedFile* trashed = nullptr);
+/// Moves a file back from the trash. False when it is not there any more, when another file has its name by now, or
+/// when it cannot be moved; nothing is changed then.
+[[nodiscard]] VEXA_RUNTIME_API bool RestoreFromRecycleBin(const TrashedFile& trashed);
 
 /// `folder` with a delimiter at its end, added unless it has one already.
 VEXA_RUNTIME_API QString WithTrailingDelimiter(const QString& folder);

@@ -154,6 +154,7 @@ enum HostMessage : std::uint32_t {
     kMsgPlaybackStarted = 8195,  // an event: another file plays, and its position has begun to move
     kMsgLanguageChanged = 8209,  // an event: all captions have to be read again
     kMsgFilesHeard = 16385,      // an event: files were marked as heard; 2: IVEXAObjectList* of their names
+    kMsgFilesUnheard = 16386,    // an event: such a mark was taken back; 2: IVEXAObjectList* of their names
 };
 inline constexpr std::int32_t kWindowLibrary = 1;
 

@@ -276,6 +276,36 @@ protected:
     ~IVEXAMLTaskProgress() = default;
 };
 
+// ---- Undoing: optional ----
+
+/// Receives what has become of an act that was to be undone. Main thread.
+struct IVEXAMLUndoEvents : IUnknown {
+    static constexpr Guid IID = ParseGuid("{9E8E452D-6F63-4833-9836-87DE0131E7FD}");
+
+    /// 3: Called once for every IVEXAMLUndo::Undo that returned success. `result`: S_OK when everything is as before
+    /// the act; S_FALSE when something is not, such as what was changed again since then; E_FAIL when nothing was
+    /// undone, so that Undo may be called again. `text` says what is not as before, and why; empty with S_OK.
+    virtual void OnUndone(HResult result, IVEXAString* text) noexcept = 0;
+
+protected:
+    ~IVEXAMLUndoEvents() = default;
+};
+
+/// Offered by a storage that can undo what the user did with its commands. After every such act it notifies the library
+/// of changed data. Main thread.
+struct IVEXAMLUndo : IUnknown {
+    static constexpr Guid IID = ParseGuid("{3EF5BAB0-5356-4D04-B6FA-DC2B3AF645DA}");
+
+    /// 3: The newest act that can be undone: its number, which grows with every act and is never used again, and what
+    /// the user did, in the user's language. S_FALSE, with 0 and null, when there is none.
+    virtual HResult Describe(std::int64_t* act, IVEXAString** text) noexcept = 0;
+    /// 4: Undoes an act in the background. E_FAIL when it cannot be undone any more. `events` may be null.
+    virtual HResult Undo(std::int64_t act, IVEXAMLUndoEvents* events) noexcept = 0;
+
+protected:
+    ~IVEXAMLUndo() = default;
+};
+
 // ---- Options of storages: optional ----
 
 /// One option that a storage lets the host show to the user. The object is a copy: changing it changes no option.

@@ -33,9 +33,8 @@ public:
     explicit Hook(Playback& owner) : FOwner(owner) {}
     void OnMessage(std::uint32_t message, std::int32_t, void* names, HResult*) noexcept override {
         Guarded("following the player", [&] {
-            if (message == kMsgFilesHeard && names)
-                for (const QString& name : ToQStringList(static_cast<IVEXAObjectList*>(names)))
-                    FOwner.ForgetPosition(name);
+            if (names && (message == kMsgFilesHeard || message == kMsgFilesUnheard))
+                FOwner.SetHeard(ToQStringList(static_cast<IVEXAObjectList*>(names)), message == kMsgFilesHeard);
             return S_OK;
         });
     }
@@ -313,6 +312,19 @@ void Playback::ForgetPosition(const QString& address) {
     Q_EMIT PositionsChanged();
 }
 
+void Playback::SetHeard(const QStringList& addresses, bool areHeard) {
+    VEXA_ASSERT_MAIN_THREAD();
+    for (const QString& address : addresses) {
+        if (areHeard)
+            FPositions.SetHeard(address);
+        else
+            FPositions.TakeBackHeard(address);
+        if (address == FCurrent.Address) FHasEnded = areHeard;  // until the next Seek
+    }
+    SaveSoon();
+    Q_EMIT PositionsChanged();
+}
+
 void Playback::SaveSoon() {
     if (!FPositions.SaveInBackground()) QTimer::singleShot(kSaveAgain, this, &Playback::SaveSoon);
 }
@@ -360,6 +372,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
 
 QStringList Playback::KeptAddresses() const {
     QStringList kept = UpNext();
+    for (const auto& [place, address] : FPositions.GoneNext().Entries()) kept += address;
     for (const HeardFile& file : FPositions.Begun()) kept += file.Address;
     if (!FCurrent.Address.isEmpty()) kept += FCurrent.Address;
     return kept;

@@ -107,8 +107,10 @@ public Q_SLOTS:
     void SetUpNext(const QStringList& addresses);
     /// The order calls this when its answers change.
     void OrderChanged() { Q_EMIT UpNextChanged(); }
-    /// The file will start from its beginning the next time, as after it was marked as listened.
+    /// The file will start from its beginning the next time.
     void ForgetPosition(const QString& address);
+    /// The same for files that were marked as heard, or were not after all.
+    void SetHeard(const QStringList& addresses, bool areHeard);
     /// Writes the positions now, as at the end of the session. Throws std::runtime_error when that fails.
     void Save();
 

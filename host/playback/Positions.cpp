@@ -91,6 +91,22 @@ void Positions::Forget(const QString& address) {
     if (std::erase_if(FBegun, [&](const auto& file) { return file.Address == address; }) > 0) FIsChanged = true;
 }
 
+void Positions::SetHeard(const QString& address) {
+    if (const HeardFile* file = Find(address))
+        FHeard.insert(address, {*file, FBegun.size() - 1 - static_cast<std::size_t>(file - FBegun.data())});
+    Forget(address);
+}
+
+bool Positions::TakeBackHeard(const QString& address) {
+    VEXA_ASSERT_MAIN_THREAD();
+    const auto heard = FHeard.constFind(address);
+    if (heard == FHeard.constEnd() || Find(address)) return false;
+    const auto older = static_cast<std::ptrdiff_t>(std::min(heard->Older, FBegun.size()));
+    FBegun.insert(FBegun.end() - older, heard->File);
+    FHeard.erase(heard);
+    return FIsChanged = true;
+}
+
 bool Positions::Move(const AddressMoves& moves) {
     VEXA_ASSERT_MAIN_THREAD();
     const auto hasMoved = [&](const QString& address) { return moves.contains(address); };
@@ -113,9 +129,19 @@ bool Positions::SetGone(const QSet<QString>& gone) {
     VEXA_ASSERT_MAIN_THREAD();
     bool isChanged = false;
     for (HeardFile& file : FBegun) isChanged |= std::exchange(file.IsGone, gone.contains(file.Address)) != file.IsGone;
-    const auto removed = FUpNext.removeIf([&](const QString& address) { return gone.contains(address); });
-    FIsChanged |= removed > 0;
-    return isChanged || removed > 0;
+    QStringList next;
+    for (qsizetype place = 0; place < FUpNext.size(); ++place) {
+        if (gone.contains(FUpNext[place]))
+            FGoneNext.Add(place, FUpNext[place]);
+        else
+            next += FUpNext[place];
+    }
+    for (const auto& [place, address] : FGoneNext.TakeReturned(gone, [](const QString& each) { return each; }))
+        next.insert(std::min(place, next.size()), address);
+    const bool isNextChanged = next != FUpNext;
+    FUpNext = next;
+    FIsChanged |= isNextChanged;
+    return isChanged || isNextChanged;
 }
 
 void Positions::SetSpeed(const QString& album, double speed) {
@@ -131,6 +157,7 @@ void Positions::SetSpeed(const QString& album, double speed) {
 void Positions::SetUpNext(const QStringList& addresses) {
     VEXA_ASSERT_MAIN_THREAD();
     if (FUpNext == addresses) return;
+    if (addresses.isEmpty()) FGoneNext.Clear();
     FUpNext = addresses;
     FIsChanged = true;
 }

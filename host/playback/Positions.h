@@ -6,6 +6,7 @@
 // one, so that after a crash the last complete one is there.
 
 #include "AddressMoves.h"
+#include "GoneItems.h"
 #include "JsonFile.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -46,13 +47,21 @@ public:
     void Leave(const QString& address, double position, double duration);
     /// Forgets a file that was heard to its end or is to start from its beginning.
     void Forget(const QString& address);
+    /// The same for a file that somebody has marked as heard, which may be taken back while the program runs.
+    void SetHeard(const QString& address);
+    /// Brings back a position that SetHeard has forgotten, unless the file has another one by now. False when there is
+    /// nothing to bring back.
+    bool TakeBackHeard(const QString& address);
 
     /// Replaces moved addresses. Where several files have become one, the position of the file heard last is kept.
     /// False when none of the addresses is stored here.
     bool Move(const AddressMoves& moves);
 
-    /// Removes files that are gone from those to play next, and marks the begun ones. False when nothing has changed.
+    /// Takes files that are gone out of those to play next until they are there again, and marks the begun ones. False
+    /// when nothing has changed.
     bool SetGone(const QSet<QString>& gone);
+    /// The files that were taken out of those to play next.
+    const GoneItems<QString>& GoneNext() const noexcept { return FGoneNext; }
 
     /// The speed of an album; 1 when none is stored.
     double Speed(const QString& album) const { return FSpeeds.value(album, 1); }
@@ -80,6 +89,12 @@ private:
     std::vector<HeardFile> FBegun;
     QHash<QString, double> FSpeeds;
     QStringList FUpNext;
+    GoneItems<QString> FGoneNext;
+    struct Heard {
+        HeardFile File;
+        std::size_t Older;  // how many files had been heard before it
+    };
+    QHash<QString, Heard> FHeard;  // by address
     bool FIsChanged = false;
     TaskHandle FSaving = 0;
     std::shared_ptr<SaveState> FState = std::make_shared<SaveState>();

@@ -138,11 +138,21 @@ void Playlist::Remove(const std::vector<int>& indexes) {
     Notify(PlaylistObserver::Change::Entries);
 }
 
-void Playlist::RemoveFiles(const QSet<QString>& files) {
+void Playlist::SetGone(const QSet<QString>& gone) {
     std::vector<int> indexes;
-    for (int i = 0; i < Count(); ++i)
-        if (files.contains(FEntries[static_cast<std::size_t>(i)].File)) indexes.push_back(i);
+    for (int i = 0; i < Count(); ++i) {
+        if (!gone.contains(FEntries[static_cast<std::size_t>(i)].File)) continue;
+        FGone.Add(i, FEntries[static_cast<std::size_t>(i)]);
+        indexes.push_back(i);
+    }
     if (!indexes.empty()) Remove(indexes);
+    auto returned = FGone.TakeReturned(gone, [](const PlaylistEntry& entry) { return entry.File; });
+    for (auto& [wanted, entry] : returned) {
+        const int place = std::min(static_cast<int>(wanted), Count());
+        if (FFocus >= place) ++FFocus;
+        FEntries.insert(FEntries.begin() + place, std::move(entry));
+    }
+    if (!returned.empty()) Notify(PlaylistObserver::Change::Entries);
 }
 
 void Playlist::MoveFiles(const AddressMoves& moves) {

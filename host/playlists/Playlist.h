@@ -2,6 +2,7 @@
 // A playlist: its entries, which of them are selected, and which one has the focus. Main thread.
 
 #include "AddressMoves.h"
+#include "GoneItems.h"
 #include "PropertyList.h"
 #include "VEXA.SDK.Playlists.h"
 
@@ -71,8 +72,10 @@ public:
     /// Replaces files by their new names. Where entries of different files become entries of the same file, only those
     /// of the file that came first stay.
     void MoveFiles(const AddressMoves& moves);
-    /// Removes all entries of these files.
-    void RemoveFiles(const QSet<QString>& files);
+    /// Takes out the entries of files that are gone, until they are there again.
+    void SetGone(const QSet<QString>& gone);
+    /// The entries that were taken out.
+    const GoneItems<PlaylistEntry>& GoneEntries() const noexcept { return FGone; }
     /// Sets text and group of the entries that have none yet, by file.
     void Describe(const QHash<QString, PlaylistDescription>& files);
 
@@ -105,6 +108,7 @@ private:
 
     PlaylistObserver* FObserver;
     std::vector<PlaylistEntry> FEntries;
+    GoneItems<PlaylistEntry> FGone;
     int FFocus = -1;
     bool FIsHeadingFocused = false;  // the heading of FFocus's section has the focus, not the entry
     LinkSource<Playlist> FLinks{this};

@@ -174,8 +174,10 @@ bool PlaylistManager::IsBusy(const Playlist& playlist) const {
 
 QStringList PlaylistManager::KeptAddresses() const {
     QStringList files;
-    for (const Ref<Playlist>& playlist : FPlaylists)
+    for (const Ref<Playlist>& playlist : FPlaylists) {
         for (const PlaylistEntry& entry : playlist->Entries()) files += entry.File;
+        for (const auto& [place, entry] : playlist->GoneEntries().Entries()) files += entry.File;
+    }
     return files;
 }
 
@@ -185,7 +187,7 @@ void PlaylistManager::OnAddressesMoved(const AddressMoves& moves) {
 
 void PlaylistManager::OnAddressesGone(const QSet<QString>& gone) {
     for (const auto playlists = FPlaylists; const Ref<Playlist>& playlist : playlists)
-        if (!playlist->IsSmart()) playlist->RemoveFiles(gone);
+        if (!playlist->IsSmart()) playlist->SetGone(gone);
 }
 
 void PlaylistManager::OnStorageAdded(const QString&) {

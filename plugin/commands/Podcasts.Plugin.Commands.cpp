@@ -116,11 +116,40 @@ void RunCommand(TPodcastsCommandWork work) {
     DrainMainThreadUntil([&] { return *isDone || Clock::now() >= end; }, kPoll);
 }
 
+namespace {
+
+/// Tells the host that episodes count as heard, or do so no longer, so that it drops stored playing positions, or
+/// brings them back.
+void SendToHost(HostMessage message, const QStringList& episodeKeys) {
+    RunInMainThread(
+        [&] {
+            const auto names = CreateHostObject<IVEXAObjectList>();
+            for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
+            SendHostMessage(message, 0, names.Get());
+        },
+        true);
+}
+
+}  // namespace
+
+void MarkEpisodes(TPodcastClient& client, const QStringList& episodeKeys, TPodcastEpisodeState state) {
+    client.UpdateState(episodeKeys, state, TPodcastUndo::Kept);
+    if (state == pesListened) SendToHost(kMsgFilesHeard, episodeKeys);
+}
+
 void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys) {
     QStringList kept;
-    for (qsizetype begin = 0; begin < episodeKeys.size(); begin += kKeysAtOnce) {
-        kept += client.DeleteCachedEpisodes(episodeKeys.mid(begin, kKeysAtOnce));
-        client.NotifyDataChanged();
+    TPodcastDeletedFiles deleted;
+    const auto keepForUndo = [&] { client.KeepForUndo(std::exchange(deleted, {})); };
+    try {
+        for (qsizetype begin = 0; begin < episodeKeys.size(); begin += kKeysAtOnce) {
+            kept += client.DeleteCachedEpisodes(episodeKeys.mid(begin, kKeysAtOnce), &deleted);
+            if (begin + kKeysAtOnce >= episodeKeys.size()) keepForUndo();
+            client.NotifyDataChanged();
+        }
+    } catch (...) {
+        keepForUndo();
+        throw;
     }
     ReportKeptFiles(kept);
 }
@@ -138,7 +167,13 @@ void MarkListened(TPodcastClient& client, const QString& episodeKey) {
 }
 
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles) {
-    ReportKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles));
+    ReportKeptFiles(client.Unsubscribe(feedURL, deleteCachedFiles, TPodcastUndo::Kept));
+}
+
+std::optional<TPodcastUndone> UndoAct(TPodcastClient& client, qint64 number) {
+    auto undone = client.Undo(number);
+    if (undone && !undone->Unheard.isEmpty()) SendToHost(kMsgFilesUnheard, undone->Unheard);
+    return undone;
 }
 
 }  // namespace podcasts

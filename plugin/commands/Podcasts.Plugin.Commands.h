@@ -5,6 +5,7 @@
 #include "Podcasts.Core.h"
 
 #include <functional>
+#include <optional>
 
 namespace podcasts {
 
@@ -17,12 +18,16 @@ void RunCommand(TPodcastsCommandWork work);
 
 // ---- Functions to be run by RunCommand ----
 
-/// Tells the user about files that were kept because there is no trash for them.
+/// Marks episodes at the user's request, which can be undone. Tells the host about those that count as heard.
+void MarkEpisodes(TPodcastClient& client, const QStringList& episodeKeys, TPodcastEpisodeState state);
+/// Tells the user about files that were kept because there is no trash for them. Can be undone.
 void DeleteCachedEpisodes(TPodcastClient& client, const QStringList& episodeKeys);
 /// Marks an episode automatically, without a request by the user: retries while another program locks the database, and
 /// only logs other errors.
 void MarkListened(TPodcastClient& client, const QString& episodeKey);
-/// Tells the user about files that were kept because there is no trash for them.
+/// Tells the user about files that were kept because there is no trash for them. Can be undone.
 void Unsubscribe(TPodcastClient& client, const QString& feedURL, bool deleteCachedFiles);
+/// Undoes an act of the client's log. Nothing when the log does not have it.
+std::optional<TPodcastUndone> UndoAct(TPodcastClient& client, qint64 number);
 
 }  // namespace podcasts

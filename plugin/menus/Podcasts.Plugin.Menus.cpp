@@ -75,23 +75,8 @@ void TVEXAPodcastsMarkAsSubMenuMenuItem::UpdateMenuState(IVEXAMenuItem& hostItem
     }
 }
 
-namespace {
-
-/// Sends kMsgFilesHeard, so that stored playing positions of these episodes are dropped. This is not done for an
-/// episode that is marked because it has begun to play.
-void SendFilesHeard(const QStringList& episodeKeys) {
-    const auto names = CreateHostObject<IVEXAObjectList>();
-    for (const QString& episodeKey : episodeKeys) RaiseIfFailed(names->Add(ToHostString(episodeKey).Get()));
-    SendHostMessage(kMsgFilesHeard, 0, names.Get());
-}
-
-}  // namespace
-
 void TVEXAPodcastsMarkAsMenuItem::Run(TPodcastClient&) {
-    RunCommand([keys = Files().Files(), state = FState](TPodcastClient& client) {
-        client.UpdateState(keys, state);
-        if (state == pesListened) RunInMainThread([&] { SendFilesHeard(keys); }, true);
-    });
+    RunCommand([keys = Files().Files(), state = FState](TPodcastClient& client) { MarkEpisodes(client, keys, state); });
 }
 
 namespace {

@@ -33,7 +33,7 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
-                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions> {
+                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -88,6 +88,10 @@ public:
     // IVEXAMLStartOptions.
     vexa::HResult GetOptions(vexa::IVEXAObjectList** options) noexcept override;
     vexa::HResult SetOption(vexa::IVEXAString* id, const vexa::Variant* value) noexcept override;
+
+    // IVEXAMLUndo.
+    vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;
+    vexa::HResult Undo(std::int64_t act, vexa::IVEXAMLUndoEvents* events) noexcept override;
 
 protected:
     vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;

@@ -105,6 +105,40 @@ TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
     ASSERT_TRUE(Change());
     EXPECT_EQ(offered(), all.first(2));
     EXPECT_EQ(player.SavedPositions().Find("episode://a")->Position, 10);
+    EXPECT_EQ(Files(*list), all + all) << "each is at its place again";
+    EXPECT_EQ(player.UpNext(), all + all);
+    Moving->Remove("episode://a");
+    ASSERT_TRUE(Change());
+    player.SetUpNext({});
+    Moving->Restore("episode://a");
+    ASSERT_TRUE(Change());
+    EXPECT_EQ(player.UpNext(), QStringList()) << "the user has cleared it";
+}
+
+TEST_F(MovedAddresses, APositionComesBackWhenItsFileIsNotHeardAfterAll) {
+    const QStringList all{"episode://a", "episode://b", "episode://c"};
+    Playback player(Host, QStringLiteral("fakesink"));
+    auto& positions = const_cast<Positions&>(player.SavedPositions());
+    for (const QString& address : all) positions.Leave(address, 10 + positions.Begun().size(), 100);
+    const auto begun = [&] {
+        QStringList texts;
+        for (const HeardFile& file : positions.Begun()) texts += file.Address.last(1) + QString::number(file.Position);
+        return texts.join(u' ');
+    };
+    const auto tell = [&](HostMessage message, const QStringList& files) {
+        const Ref<ObjectList> names(new ObjectList);
+        for (const QString& file : files) names->Add(MakeString(file).Get());
+        Host.Messages().Send(message, 0, names.Get());
+    };
+    ASSERT_EQ(begun(), "c12 b11 a10");
+    tell(kMsgFilesHeard, {all[1], all[2]});
+    EXPECT_EQ(begun(), "a10");
+    positions.Leave("episode://d", 5, 100);
+    positions.Leave(all[2], 7, 100);
+    tell(kMsgFilesUnheard, all);
+    EXPECT_EQ(begun(), "c7 d5 b11 a10") << "in its old order, and no position that is newer is replaced";
+    player.Save();
+    EXPECT_EQ(Positions(Profile.Path()).Find(all[1])->Position, 11);
 }
 
 TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {

@@ -4,6 +4,7 @@
 #include "DetailsPane.h"
 #include "EpisodeStorage.h"
 #include "FirstStartPage.h"
+#include "ListeningPane.h"
 #include "LoopbackServer.h"
 #include "MainWindow.h"
 #include "PlaybackBar.h"
@@ -23,6 +24,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -449,6 +451,77 @@ TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
                              "?=Keyboard shortcuts", "Ctrl+F=Search", "Del=Unsubscribe"})
         EXPECT_TRUE(keys.contains(line)) << line << " is not among " << keys.join(u"; ").toStdString();
     QTest::keyClick(dialog, Qt::Key_Escape);  // also releases Shift for the tests that follow
+}
+
+TEST_F(Window, ActsAreUndoneByKeyAndInTheBanner) {
+    Start();
+    Subscribe();
+    QApplication::setActiveWindow(&*PlayerWindow);
+    auto* rows = Find<QTableView>("Rows");
+    auto* tree = Find<QTreeView>("Tree");
+    auto* banner = Find<QFrame>("Banner");
+    auto* search = Find<QLineEdit>("Search");
+    // The tree's first node, how many episodes are up next, and what the banner says.
+    const auto state = [&]() -> QString {
+        const QString said = banner->isVisible() ? banner->accessibleName() : QString();
+        return tree->model()->index(0, 0).data().toString() + u'/' + QString::number(Player->UpNext().size()) + u'/' +
+               said;
+    };
+    const auto key = [&](QWidget* focused, const QKeySequence& keys) {
+        focused->setFocus();
+        if (focused == rows) rows->selectRow(0);
+        QTest::keySequence(focused, keys);
+    };
+    const auto undoInBanner = [&] {
+        for (auto* button : banner->findChildren<QPushButton*>())
+            if (button->isVisible()) return button->click();
+    };
+    QMenu* menu = nullptr;
+    for (QAction* action : PlayerWindow->menuBar()->actions())
+        if (action->text() == "&Edit") menu = action->menu();
+    ASSERT_TRUE(menu);
+    const auto offered = [&] {
+        Q_EMIT menu->aboutToShow();
+        const QAction* undo = menu->actions().first();
+        const QString text = undo->isEnabled() ? undo->text() : QString("nothing");
+        Q_EMIT menu->aboutToHide();
+        return text;
+    };
+    const QKeySequence undo(QKeySequence::Undo);
+    const struct {
+        const char* What;
+        std::function<void()> Do;
+        const char *Then, *Offered;
+    } cases[] = {
+        {"marked", [&] { key(rows, Qt::Key_L); }, "New (2)/0/Marked as listened: Part 2",
+         "Undo: Marked as listened: Part 2"},
+        {"undone in the banner", [&] { undoInBanner(); }, "New (3)/0/", "nothing"},
+        {"marked again", [&] { key(rows, Qt::Key_P); }, "New (2)/0/Marked as postponed: Part 2",
+         "Undo: Marked as postponed: Part 2"},
+        {"queued and cleared",
+         [&] {
+             Player->PlayLast({u"podcast://127.0.0.1:9/1.mp3"_s});
+             Q_EMIT PlayerWindow->findChild<ListeningPane*>()->Cleared(Player->UpNext());
+             Player->SetUpNext({});
+         },
+         "New (2)/0/What was up next has been removed.", "Undo: What was up next has been removed."},
+        {"the key in a field",
+         [&] {
+             search->setText("x");
+             key(search, undo);
+             search->clear();
+         },
+         "New (2)/0/What was up next has been removed.", "Undo: What was up next has been removed."},
+        {"the newest first", [&] { key(tree, undo); }, "New (2)/1/", "Undo: Marked as postponed: Part 2"},
+        {"then the one before", [&] { key(rows, undo); }, "New (3)/1/", "nothing"},
+        {"nothing is left", [&] { key(rows, undo); }, "New (3)/1/", "nothing"},
+    };
+    for (const auto& c : cases) {
+        c.Do();
+        EXPECT_TRUE(WaitUntil([&] { return state() == c.Then; }, std::chrono::seconds(20)))
+            << c.What << ": " << state().toStdString();
+        EXPECT_EQ(offered(), c.Offered) << c.What;
+    }
 }
 
 TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {

@@ -70,9 +70,10 @@ protected:
         return {static_cast<const char*>(image->GetData()), static_cast<qsizetype>(image->GetDataSize())};
     }
     qint64 LookedAt() { return Client->DB().GetLogoLook(1).value().Time; }
-    /// Waits until the logo of feed 1 was checked at the clock's present time.
+    /// Waits until the logo of feed 1 was checked at the clock's present time. Asks for it again and again, because
+    /// asking begins no check while the thread of the one before is still about to end.
     bool WaitForLook() {
-        return tests::WaitUntil([this] { return LookedAt() == Seconds; });
+        return tests::WaitUntil([this] { return !Cover().isEmpty() && LookedAt() == Seconds; });
     }
 
     tests::LoopbackServer Server;

@@ -26,6 +26,7 @@ protected:
         for (const QString& guid : {u"1"_s, u"2"_s}) {
             auto& episode = feed.NewEpisode();
             episode.Fields[podcasts::pefGUID] = guid;
+            episode.Fields[podcasts::pefTitle] = guid == u"1" ? "One" : "Two";
             episode.Fields[podcasts::pefURLAudio] = u"http://h/" + guid + u".mp3";
         }
         DB.AddOrUpdate(feed);
@@ -146,6 +147,79 @@ TEST_F(MenuCommands, EpisodesAreMarkedByEitherFormOfTheirAddress) {
     }
     tests::WaitUntil([&] { return !heard.isEmpty(); });
     EXPECT_EQ(heard, QStringList{kURIs[0]});
+}
+
+class Undone final : public RefCountedObject<IVEXAMLUndoEvents> {
+public:
+    QStringList Results;  // "code: text"
+    void OnUndone(HResult result, IVEXAString* text) noexcept override {
+        Results += QString::number(result) + u": " + host::ToQString(text);
+    }
+};
+
+TEST_F(MenuCommands, AreDescribedAndUndone) {
+    const auto undo = host::LibraryStorage(Host.Library()).Offered<IVEXAMLUndo>();
+    ASSERT_TRUE(undo);
+    const auto described = [&] {
+        std::int64_t act = 0;
+        Ref<IVEXAString> text;
+        return undo->Describe(&act, text.Put()) == S_OK ? host::ToQString(text.Get()) : u"nothing"_s;
+    };
+    EXPECT_EQ(described(), "nothing");
+    EXPECT_EQ(undo->Undo(1, nullptr), E_FAIL);
+    const Ref<Undone> undone(new Undone);
+    const auto takeBack = [&] {
+        undone->Results.clear();
+        std::int64_t act = 0;
+        Ref<IVEXAString> text;
+        undo->Describe(&act, text.Put());
+        EXPECT_EQ(undo->Undo(act, undone.Get()), S_OK);
+        EXPECT_TRUE(tests::WaitUntil([&] { return !undone->Results.isEmpty(); }));
+        return undone->Results.join(u'/');
+    };
+    QStringList unheard;
+    Host.Messages().Handle(kMsgFilesUnheard, [&](std::int32_t, void* names) {
+        return unheard += host::ToQStringList(static_cast<IVEXAObjectList*>(names)), S_OK;
+    });
+    const auto run = [&](Qt::Key key, const QStringList& files) {
+        Select({}, files, files[0]);
+        ASSERT_TRUE(Host.Menus().RunShortcut(QKeySequence(key)));
+        ASSERT_TRUE(tests::WaitUntil([&] { return described() != u"nothing"; })) << files[0].toStdString();
+    };
+    const struct {
+        Qt::Key Key;
+        const char* File;
+        QStringList Files;
+        const char *Described, *InGerman;
+    } acts[] = {
+        {Qt::Key_L, "", {kURIs[0], kURIs[1]}, "Episodes marked as listened: 2", "Als gehört markierte Folgen: 2"},
+        {Qt::Key_P, "", {kURIs[0]}, "Marked as postponed: One", "Als zurückgestellt markiert: One"},
+        {Qt::Key_D, "2.mp3", {kURIs[1]}, "Local copy deleted: Two", "Lokale Kopie gelöscht: Two"},
+    };
+    for (const auto& act : acts) {
+        if (*act.File) {
+            WriteWhole(Profile.File(act.File), "audio");
+            DB.SetCachedFile(act.Files[0], Profile.File(act.File));
+        }
+        ASSERT_NO_FATAL_FAILURE(run(act.Key, act.Files));
+        EXPECT_EQ(described(), act.Described);
+        Host.ChooseLanguage(u"German"_s);
+        EXPECT_EQ(described(), act.InGerman);
+        Host.ChooseLanguage(u"English"_s);
+        EXPECT_EQ(takeBack(), "0: ") << act.Described;
+        EXPECT_EQ(described(), "nothing");
+        EXPECT_EQ(StateOf(kURIs[0]), podcasts::pesNew);
+        EXPECT_TRUE(!*act.File || QFile::exists(Profile.File(act.File))) << act.File;
+    }
+    EXPECT_EQ(unheard, QStringList({kURIs[0], kURIs[1]})) << "positions are wanted back for these";
+
+    run(Qt::Key_L, {kURIs[0], kURIs[1]});
+    DB.UpdateState({kURIs[1]}, podcasts::pesPostponed);  // as by another program
+    EXPECT_EQ(takeBack(), "1: 1 of 2 episodes are as before. The others have been changed since then.");
+    run(Qt::Key_L, {kURIs[0]});
+    Host.UnloadPlugins();
+    EXPECT_EQ(described(), "nothing");
+    EXPECT_EQ(undo->Undo(6, nullptr), E_FAIL);
 }
 
 TEST_F(MenuCommands, TheFocusedEpisodeDecidesWhatHappensToLocalCopies) {

@@ -80,8 +80,23 @@ TEST(Files, AreMovedToTheTrashAndAMissingOneIsNoError) {
     EXPECT_FALSE(FileExists(folder.Path())) << "a folder is not a file";
     EXPECT_TRUE(MoveToRecycleBin(file));
     EXPECT_FALSE(FileExists(file));
-    EXPECT_EQ(ReadWhole(qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/files/show.mp3"), "sound");
+    const QString trash = qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash";
+    EXPECT_EQ(ReadWhole(trash + u"/files/show.mp3"), "sound");
     EXPECT_TRUE(MoveToRecycleBin(file));
+
+    TrashedFile trashed;
+    WriteWhole(file, "sound");
+    EXPECT_TRUE(MoveToRecycleBin(file, &trashed));
+    const QString described = trash + u"/info/" + QFileInfo(trashed.InTrash).fileName() + u".trashinfo";
+    EXPECT_TRUE(FileExists(described));
+    WriteWhole(file, "other");
+    EXPECT_FALSE(RestoreFromRecycleBin(trashed)) << "another file has its name";
+    EXPECT_EQ(ReadWhole(file), "other");
+    QDir(folder.Path()).removeRecursively();
+    EXPECT_TRUE(RestoreFromRecycleBin(trashed)) << "its folder is gone";
+    EXPECT_EQ(ReadWhole(file), "sound");
+    EXPECT_FALSE(FileExists(described));
+    EXPECT_FALSE(RestoreFromRecycleBin(trashed)) << "it is not there any more";
 
     WriteWhole(file, "sound");
     const QByteArray data = qgetenv("XDG_DATA_HOME");

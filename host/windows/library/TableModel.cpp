@@ -259,11 +259,9 @@ void TableModel::BeginReload() {
             const RowReader::Ticket counting = FReader->Count(FQuery, [this](const RowCount& count) {
                 FReloading->Tickets.clear();
                 FReloading->Count = AsCount(count.Count);
-                if (!count.Error && AreOfOneMoment(FReloading->Arrived, FReloading->Count)) return FindMissingRows();
-                // A storage whose numbers never fit is read as it is.
-                const bool isToRepeat = !count.Error && ++FRepeats < kMaxRepeats;
-                if (!count.Error && !isToRepeat) return FindMissingRows();
-                FIsToReload = FIsToReload || isToRepeat;
+                if (!count.Error && (AreOfOneMoment(FReloading->Arrived, FReloading->Count) || !Repeat()))
+                    return FindMissingRows();
+                if (!count.Error) return;
                 FReloading.reset();
                 if (std::exchange(FIsToReload, false)) Reload();
             });
@@ -271,6 +269,16 @@ void TableModel::BeginReload() {
         });
         FReloading->Tickets.insert(*ticket);
     }
+}
+
+/// Begins the reload once more, because rows were changed while it went on. False when that was done often enough: then
+/// take what was read as it is, such as from a storage whose numbers never fit.
+bool TableModel::Repeat() {
+    if (++FRepeats >= kMaxRepeats) return false;
+    FReloading.reset();
+    FIsToReload = false;
+    BeginReload();
+    return true;
 }
 
 /// Whether the pages and the number of rows, which are read one after the other, fit each other. Rows may have been
@@ -336,7 +344,10 @@ void TableModel::ReadChangedRows() {
         *ticket = FReader->Read(query, [this, ticket, take](const RowPage& page) {
             for (const auto& values : page.Rows) take(*FReloading, values);
             FReloading->Tickets.erase(*ticket);
-            if (FReloading->Tickets.empty()) OnReloaded();
+            if (!FReloading->Tickets.empty()) return;
+            // All rows have arrived without those that fit, so these came to fit, as by undoing, a moment later.
+            const bool areAllRead = static_cast<int>(FReloading->Arrived.size()) > (FReloading->Count - 1) / kPageSize;
+            if (FReloading->Fitting.isEmpty() || !areAllRead || !Repeat()) OnReloaded();
         });
         FReloading->Tickets.insert(*ticket);
     };

@@ -119,6 +119,7 @@ private:
     void SetShownCount(int count);
     void CancelRequests();
     void BeginReload();
+    bool Repeat();
     static bool AreOfOneMoment(const Pages& pages, int count);
     void FindMissingRows();
     QStringList MissingFiles(const Pages& pages) const;

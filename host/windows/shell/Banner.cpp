@@ -82,6 +82,7 @@ Banner::Banner(QWidget* parent)
 }
 
 void Banner::Show(const QString& title, const QString& text, const std::vector<Button>& buttons) {
+    FIsOffer = false;
     FTitle->setText(title);
     FText->setText(text);
     FText->setVisible(!text.isEmpty());
@@ -97,6 +98,15 @@ void Banner::Show(const QString& title, const QString& text, const std::vector<B
     FTimer.start();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
+}
+
+void Banner::Offer(const QString& title, const Button& button) {
+    Show(title, {}, {button});
+    FIsOffer = true;
+}
+
+void Banner::Withdraw() {
+    if (FIsOffer) hide();
 }
 
 void Banner::SetDismissName(const QString& name) {

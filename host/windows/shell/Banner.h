@@ -31,6 +31,10 @@ public:
 
     /// Replaces the current message. Buttons beyond kMaxButtons are left out.
     void Show(const QString& title, const QString& text = {}, const std::vector<Button>& buttons = {});
+    /// The same for a message with an offer that may come to nothing, such as to undo what was done.
+    void Offer(const QString& title, const Button& button);
+    /// Hides the banner if it shows an offer.
+    void Withdraw();
     /// The accessible name of the button that hides the banner.
     void SetDismissName(const QString& name);
     void OnThemeChanged();
@@ -41,6 +45,7 @@ private:
     QToolButton* FDismiss;
     QTimer FTimer;
     std::array<std::function<void()>, kMaxButtons> FOnClick;
+    bool FIsOffer = false;
 };
 
 /// A presenter that shows notifications in the banner as long as that exists. `button` gives the label of its button.

@@ -74,6 +74,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FMenuBar(new WindowMenuBar(host, playback, FTheme, FTray)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
+      FActs(host.Library()),
       FOpener(host, *FSubscriber, *this),
       FChooser(host.Language(), *FSubscriber, *this),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] { Localize(); }) {
@@ -88,6 +89,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
     ConnectLibrary();
     ConnectPlayback();
     ConnectMenus();
+    ConnectUndo();
     HandleMessages();
     std::vector<std::unique_ptr<NotificationPresenter>> presenters;
     presenters.push_back(MakeServicePresenter());
@@ -199,6 +201,7 @@ void MainWindow::ConnectLibrary() {
         else
             ReleasePlugins();
         FTasks->Update(FLibrary->Storage());
+        FActs.SetStorage(FLibrary->Storage());
         FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
         FMenuBar->EnableOffered(FLibrary->Storage());
         FFirstStart->ReadOptions();
@@ -225,8 +228,7 @@ void MainWindow::ConnectPlayback() {
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::Activated, &FPlayback, &Playback::Play);
     connect(FListening, &ListeningPane::Cleared, this, [this](const QStringList& addresses) {
-        const auto undo = [this, addresses] { FPlayback.SetUpNext(addresses + FPlayback.UpNext()); };
-        FBanner->Show(FTexts("UpNextCleared"), {}, {{FTexts("Undo"), undo}});
+        FActs.Add(FTexts("UpNextCleared"), [this, addresses] { FPlayback.SetUpNext(addresses + FPlayback.UpNext()); });
     });
     connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
         if (FPlayback.Current().Address != file) FPlayback.Play(file);
@@ -258,6 +260,18 @@ void MainWindow::ConnectMenus() {
     AddPlainAction("Shortcuts", Qt::Key_Question, [this] { ShowShortcuts(); });
     connect(FMenuBar, &WindowMenuBar::FocusSearch, this, [this] { FTable->FocusSearch(false); });
     connect(FMenuBar, &WindowMenuBar::SearchAll, this, [this] { FTable->FocusSearch(true); });
+}
+
+void MainWindow::ConnectUndo() {
+    FMenuBar->SetUndo([this] { return FActs.Newest(); });
+    connect(FMenuBar, &WindowMenuBar::Undo, this, [this] {
+        FBanner->Withdraw();
+        FActs.Undo();
+    });
+    connect(&FActs, &UndoActs::Done, this, [this](const QString& text) {
+        FBanner->Offer(text, {FTexts("Undo"), [this] { FActs.Undo(); }});
+    });
+    connect(&FActs, &UndoActs::UndonePartly, this, [this](const QString& reason) { FBanner->Show(reason); });
 }
 
 void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run) {
@@ -299,6 +313,7 @@ void MainWindow::ReleasePlugins() {
     FDetails->Stop();
     FListening->Model().Stop();
     FTasks->Update(nullptr);
+    FActs.SetStorage(nullptr);
 }
 
 void MainWindow::Import() {

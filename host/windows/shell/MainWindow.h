@@ -17,6 +17,7 @@
 #include "Subscriber.h"
 #include "SubscriptionChooser.h"
 #include "Tray.h"
+#include "UndoActs.h"
 #include "WindowCommands.h"
 #include "WindowMenuBar.h"
 #include "WindowTheme.h"
@@ -82,6 +83,7 @@ private:
     void ConnectPlayback();
     void ConnectLibrary();
     void ConnectMenus();
+    void ConnectUndo();
     void AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run);
     void ShowShortcuts();
     void ShowPage();
@@ -120,6 +122,7 @@ private:
     WindowMenuBar* FMenuBar;
     OptionsWindow FOptions;
     WindowCommands* FCommands;
+    UndoActs FActs;
     Opener FOpener;
     SubscriptionChooser FChooser;
     std::unique_ptr<LibraryController> FLibrary;

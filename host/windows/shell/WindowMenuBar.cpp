@@ -9,6 +9,12 @@
 
 namespace vexa::host {
 
+namespace {
+
+constexpr qsizetype kMaxActLength = 60;
+
+}  // namespace
+
 WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme, const Tray& tray, QWidget* parent)
     : Pane(parent), FHost(host), FTray(tray), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
@@ -21,6 +27,11 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     file->addSeparator();
     AddTrayChoice(file);
     Add(file, "Quit", QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowMenuBar::Quit);
+    QMenu* edit = AddMenuOf("MenuEdit");
+    AddUndo(edit);
+    edit->addSeparator();
+    Add(edit, "Find", QKeySequence(QKeySequence::Find), &WindowMenuBar::FocusSearch);
+    Add(edit, "SearchAll", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), &WindowMenuBar::SearchAll);
     // The context menus' items, too, because not everybody looks for commands there.
     FLibrary = BuildMenu(FHost.Menus(), {kMenuLibraryTree, kMenuLibraryTable, kMenuLibrary}, this);
     addMenu(FLibrary);
@@ -28,9 +39,6 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     FPlayback = new PlaybackMenu(host, playback, this);
     addMenu(FPlayback);
     FView = AddMenuOf("MenuView");
-    Add(FView, "Find", QKeySequence(QKeySequence::Find), &WindowMenuBar::FocusSearch);
-    Add(FView, "SearchAll", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), &WindowMenuBar::SearchAll);
-    FView->addSeparator();
     AddThemes(theme);
     AddLanguages();
     FView->addSeparator();
@@ -53,6 +61,21 @@ QAction* WindowMenuBar::Add(QMenu* menu, const char* key, const QKeySequence& ke
     connect(action, &QAction::triggered, this, signal);
     FCaptions.push_back({action, key});
     return action;
+}
+
+/// The item says what it undoes while the menu is shown. Otherwise it is enabled, so that its shortcut works.
+void WindowMenuBar::AddUndo(QMenu* menu) {
+    QAction* undo = Add(menu, "Undo", QKeySequence(QKeySequence::Undo), &WindowMenuBar::Undo);
+    connect(menu, &QMenu::aboutToShow, this, [this, undo] {
+        const auto newest = FNewestAct ? FNewestAct() : std::nullopt;
+        undo->setEnabled(newest.has_value());
+        const QString shown = newest.value_or(QString()).left(kMaxActLength);
+        undo->setText(newest ? FTexts("UndoAct", QString(shown).replace(u'&', QStringLiteral("&&"))) : FTexts("Undo"));
+    });
+    connect(menu, &QMenu::aboutToHide, this, [this, undo] {
+        undo->setEnabled(true);
+        undo->setText(FTexts("Undo"));
+    });
 }
 
 void WindowMenuBar::AddPane(const char* key, QAction* toggle) {

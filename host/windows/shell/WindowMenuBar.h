@@ -30,6 +30,9 @@ public:
     /// Disables the items for which the storage has no command; null while no storage is shown.
     void EnableOffered(const LibraryStorage* storage);
 
+    /// `newest` tells what can be undone, when the menu is about to be shown; nothing when there is nothing.
+    void SetUndo(std::function<std::optional<QString>()> newest) { FNewestAct = std::move(newest); }
+
     const QMenu* LibraryMenu() const noexcept { return FLibrary; }
 
 Q_SIGNALS:
@@ -38,6 +41,7 @@ Q_SIGNALS:
     void Export();
     void Options();
     void Quit();
+    void Undo();
     void FocusSearch();
     void SearchAll();
     void Shortcuts();
@@ -49,6 +53,7 @@ private:
         const char* Key;
     };
     QAction* Add(QMenu* menu, const char* key, const QKeySequence& keys, void (WindowMenuBar::*signal)());
+    void AddUndo(QMenu* menu);
     QMenu* AddMenuOf(const char* key);
     void AddTrayChoice(QMenu* menu);
     void AddThemes(WindowTheme& theme);
@@ -59,6 +64,7 @@ private:
     const WindowTexts FTexts;
     std::vector<Captioned> FCaptions;
     QAction *FSubscribe, *FImport, *FExport;
+    std::function<std::optional<QString>()> FNewestAct;
     QMenu* FView = nullptr;
     QMenu* FLibrary = nullptr;
     PlaybackMenu* FPlayback = nullptr;
