@@ -258,26 +258,37 @@ qint64 TPodcastsDB::FindMovedSince(const QString& episodeKey, qint64 moveCount) 
     return 0;
 }
 
-bool TPodcastsDB::IsPresent(const TPodcastRowName& row) {
+qint64 TPodcastsDB::FindRow(TPodcastRowName row) {
+    {
+        const vexa::TLock lock(FPutBackMutex);
+        for (auto feed = FPutBack.find(row.FeedID); feed != FPutBack.end(); feed = FPutBack.find(row.FeedID)) {
+            const PutBackRows& rows = feed->second;
+            const auto old = std::lower_bound(rows.Old.begin(), rows.Old.end(), row.RowID);
+            if (old == rows.Old.end() || *old != row.RowID) return 0;
+            row.RowID = rows.First + (old - rows.Old.begin());
+            row.FeedID = rows.FeedID;
+        }
+    }
     // A row keeps its id when it moves. But the id of a deleted row is used again, so the row must have the episode's
     // GUID, or must have had it.
     const SqlBuilder ofRow = SqlBuilder(" = ").Integer(row.RowID).Raw(" AND FeedID = ").Integer(row.FeedID);
     const auto present = Read(SqlBuilder("SELECT GUID FROM PodcastEpisodes WHERE rowid").Raw(ofRow.Sql()));
-    if (!present) return false;
-    if (DigestOf(present->Utf8(0)) == row.GUIDDigest) return true;
+    if (!present) return 0;
+    if (DigestOf(present->Utf8(0)) == row.GUIDDigest) return row.RowID;
     const qint64 check = CheckOf(present->Utf8(0));
-    return ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames WHERE Episode")
-                           .Raw(ofRow.Sql())
-                           .Raw(" AND Name = ")
-                           .Integer(row.GUIDDigest)
-                           .Raw(" AND GUIDCheck = ")
-                           .Integer(check)
-                           .Raw(")")) == 1;
+    const bool hadGUID = ReadInteger(SqlBuilder("SELECT EXISTS(SELECT 1 FROM PodcastEpisodeNames WHERE Episode")
+                                         .Raw(ofRow.Sql())
+                                         .Raw(" AND Name = ")
+                                         .Integer(row.GUIDDigest)
+                                         .Raw(" AND GUIDCheck = ")
+                                         .Integer(check)
+                                         .Raw(")")) == 1;
+    return hadGUID ? row.RowID : 0;
 }
 
 qint64 TPodcastsDB::FindRowOf(const TPodcastEpisode& episode) {
     const QString& guid = episode.Fields[pefGUID];
-    if (IsPresent({episode.RowID, episode.FeedID, DigestOf(vexa::ToUtf8(guid))})) return episode.RowID;
+    if (const qint64 row = FindRow({episode.RowID, episode.FeedID, DigestOf(vexa::ToUtf8(guid))}); row != 0) return row;
     // A program of an older version replaces the row by a new one with one of its names. If the row was united with
     // others, look for the row of its GUID, unless that has a file already.
     const auto ofGUID = [&](std::string_view column) {

@@ -344,7 +344,7 @@ std::vector<TPodcastFormerState> TPodcastsDB::UpdateState(const QStringList& epi
 }
 
 QString TPodcastsDB::TitleOf(const TPodcastRowName& row) {
-    const auto episode = IsPresent(row) ? GetEpisodeOfRow(row.RowID) : nullptr;
+    const auto episode = GetEpisodeOfRow(FindRow(row));
     return episode ? episode->Fields[pefTitle] : QString();
 }
 
@@ -353,8 +353,7 @@ qsizetype TPodcastsDB::RestoreStates(const std::vector<TPodcastFormerState>& for
     RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
         SqliteStatement update(*this, "UPDATE PodcastEpisodes SET State = ? WHERE rowid = ? AND State = ?");
         for (const auto& [row, before] : former) {
-            if (!IsPresent(row)) continue;
-            update.Integer(before).Integer(row.RowID).Integer(state).Run();
+            update.Integer(before).Integer(FindRow(row)).Integer(state).Run();
             restored += ChangedRows();
         }
     });
@@ -404,12 +403,11 @@ std::vector<TPodcastFormerFile> TPodcastsDB::ForgetFiles(const QStringList& epis
 bool TPodcastsDB::RestoreFile(const TPodcastFormerFile& former) {
     bool isSet = false;
     RunInTransaction([&]() VEXA_REQUIRES(Mutex()) {
-        if (!IsPresent(former.Row)) return;
         SqliteStatement(*this,
                         "UPDATE PodcastEpisodes SET URLAudioCached = ? WHERE rowid = ? AND ifnull(URLAudioCached, '') "
                         "= ''")
             .Text(former.FileName)
-            .Integer(former.Row.RowID)
+            .Integer(FindRow(former.Row))
             .Run();
         isSet = ChangedRows() > 0;
     });

@@ -53,6 +53,7 @@ std::unique_ptr<TPodcastRemovedFeed> TPodcastsDB::SetAside(int id) {
 int TPodcastsDB::PutBack(const TPodcastRemovedFeed& removed, const QStringList& missingFiles) {
     const std::string ofFeed = " WHERE FeedID = " + std::to_string(removed.FFeedID);
     int id = 0;
+    PutBackRows rows{};
     RunInTransaction([&] {
         if (QueryInteger("SELECT Count(*) FROM PodcastFeeds WHERE URLFeed IN (SELECT URLFeed FROM "
                          "temp.RemovedPodcastFeeds" +
@@ -66,11 +67,16 @@ int TPodcastsDB::PutBack(const TPodcastRemovedFeed& removed, const QStringList& 
 
         // Rows get new ids, since the old ones may belong to others by now. The copy's own row ids are consecutive and
         // in the old order.
-        std::string newRow;
-        if (const auto cursor = Query("SELECT (SELECT ifnull(max(rowid), 0) FROM main.PodcastEpisodes) + 1 - "
-                                      "ifnull(min(rowid), 0) FROM temp.RemovedPodcastEpisodes" +
-                                      ofFeed))
-            newRow = "Episodes.rowid + " + std::to_string(cursor->Integer64(0));
+        const auto first = Query(
+            "SELECT (SELECT ifnull(max(rowid), 0) FROM main.PodcastEpisodes) + 1, min(rowid) FROM "
+            "temp.RemovedPodcastEpisodes" +
+            ofFeed);
+        const std::string newRow =
+            "Episodes.rowid + " + std::to_string(first ? first->Integer64(0) - first->Integer64(1) : 0);
+        rows = {id, {}, first ? first->Integer64(0) : 0};
+        if (const auto old = Query("SELECT Row FROM temp.RemovedPodcastEpisodes" + ofFeed + " ORDER BY rowid")) do
+                rows.Old.push_back(old->Integer64(0));
+            while (old->Next());
         ExecuteSQL("INSERT INTO PodcastEpisodes (rowid, FeedID, " + episodeColumns + ") SELECT " + newRow + ", " +
                    newID + ", " + episodeColumns + " FROM temp.RemovedPodcastEpisodes Episodes" + ofFeed +
                    " ORDER BY Episodes.rowid");
@@ -89,6 +95,10 @@ int TPodcastsDB::PutBack(const TPodcastRemovedFeed& removed, const QStringList& 
                                "URLAudioCached = ?");
         for (const QString& file : missingFiles) forget.Integer(id).Text(file).Run();
     });
+    if (id != 0) {
+        const vexa::TLock lock(FPutBackMutex);
+        FPutBack.insert_or_assign(removed.FFeedID, std::move(rows));
+    }
     return id;
 }
 

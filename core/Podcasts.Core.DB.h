@@ -10,6 +10,7 @@
 
 #include "Podcasts.Core.DocumentNotes.h"
 #include "Podcasts.Core.Identity.h"
+#include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.SQLite.h"
 
 #include <QByteArray>
@@ -87,7 +88,8 @@ struct TPodcastQueueChange {
 /// beginning of the digest that the command line's short keys show.
 qint64 DigestOf(std::string_view utf8);
 
-/// Names a row for as long as it is the same episode's, whatever a merge does to its GUID and address.
+/// Names a row for as long as it is the same episode's, whatever a merge does to its GUID and address, and also when
+/// its feed was removed and put back.
 struct TPodcastRowName {
     qint64 RowID = 0;  // used again after the row is deleted
     int FeedID = 0;
@@ -276,8 +278,8 @@ private:
     /// Visits the rows that a key names, each with its name and one further column. The visitor may write.
     void ForEachRowOf(const QString& episodeKey, std::string_view column,
                       const std::function<void(const TPodcastRowName& name, const QString& value)>& visitor);
-    /// Whether the row is still the same episode's.
-    bool IsPresent(const TPodcastRowName& row);
+    /// The row's present id; 0 when it is gone.
+    qint64 FindRow(TPodcastRowName row);
     /// Adds the condition for `episodeKey` to the statement `update` and runs it.
     void UpdateEpisode(const vexa::SqlBuilder& update, const QString& episodeKey) VEXA_REQUIRES(Mutex());
 
@@ -298,6 +300,15 @@ private:
     qint64 FindRowOf(const TPodcastEpisode& episode);
 
     std::string FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed);
+
+    /// The rows of a feed that was put back.
+    struct PutBackRows {
+        int FeedID;               // the new one
+        std::vector<qint64> Old;  // their former ids, in ascending order
+        qint64 First;             // the new id of the first; the others follow
+    };
+    vexa::TMutex FPutBackMutex;
+    std::map<int, PutBackRows> FPutBack VEXA_GUARDED_BY(FPutBackMutex);  // by the former feed ID
 };
 
 }  // namespace podcasts

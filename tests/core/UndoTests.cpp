@@ -142,7 +142,7 @@ TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}}));
     Refresh("/a");
     Download({Key("/1.mp3")});
-    Client->UpdateState(Key("/2.mp3"), pesPostponed);
+    Mark({"/2.mp3"}, pesPostponed);
     const int id = Client->DB().GetFeedID(Server.Url("/a"));
     Client->DB().NoteLogoLook(id, {"http://h/logo", 7, TPodcastLogoOutcome::Picture}, "picture");
     const QStringList before = Stored("/a");
@@ -161,6 +161,14 @@ TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
         EXPECT_EQ(Client->DB().GetEpisode(Key("/old.mp3"))->Fields[pefGUID], "2") << "by its older name";
         Client->Unsubscribe(Server.Url("/c"), false);
     }
+    // Earlier acts can still be undone.
+    DeleteFiles({Key("/1.mp3")});
+    Client->Unsubscribe(Server.Url("/a"), true, TPodcastUndo::Kept);
+    EXPECT_EQ(Undo(), "3, 0: ");
+    EXPECT_EQ(Undo(), "1, 0: ") << "the deleted file";
+    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/1.mp3"));
+    EXPECT_EQ(Undo(), "1, 0: ") << "the mark";
+    EXPECT_EQ(States({"/2.mp3"}), "1");
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}, {"4", "/4.mp3", "Four"}}));
     Refresh("/a");
     EXPECT_EQ(Client->RefreshOutcomes().From().at(0).NewEpisodes.size(), 1) << "the others are known";
