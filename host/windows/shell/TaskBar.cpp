@@ -62,7 +62,8 @@ public:
     QWidget* Widget() const { return FWidget; }
     const BackgroundTask& Task() const { return FTask; }
     void Update() {
-        const QString caption = ToQString(FTask.Caption.Get()).simplified();
+        QString caption = ToQString(FTask.Caption.Get()).simplified();
+        if (caption.endsWith(u':')) caption.back() = u'…';  // what the task works on is not known yet
         FCaption->SetText(caption);
         FBar->setAccessibleName(caption);
         const auto progress = FTask.Progress();
