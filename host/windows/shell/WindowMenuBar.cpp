@@ -69,8 +69,9 @@ void WindowMenuBar::AddUndo(QMenu* menu) {
     connect(menu, &QMenu::aboutToShow, this, [this, undo] {
         const auto newest = FNewestAct ? FNewestAct() : std::nullopt;
         undo->setEnabled(newest.has_value());
-        const QString shown = newest.value_or(QString()).left(kMaxActLength);
-        undo->setText(newest ? FTexts("UndoAct", QString(shown).replace(u'&', QStringLiteral("&&"))) : FTexts("Undo"));
+        QString shown = newest.value_or(QString());
+        if (shown.size() > kMaxActLength) shown = shown.left(kMaxActLength - 1).trimmed() + u'…';
+        undo->setText(newest ? FTexts("UndoAct", shown.replace(u'&', QStringLiteral("&&"))) : FTexts("Undo"));
     });
     connect(menu, &QMenu::aboutToHide, this, [this, undo] {
         undo->setEnabled(true);
