@@ -20,6 +20,14 @@ bool TPodcastsDB::GetFeedLogo(int id, QByteArray& data) {
     return true;
 }
 
+QString TPodcastsDB::GetFeedLogoVersion(int id) {
+    const auto cursor =
+        Read(SqlBuilder("SELECT rowid, length(Data) FROM PodcastFeedLogos WHERE ID = ").Integer(id).Raw(" LIMIT 1"));
+    if (!cursor || cursor->Integer64(1) == 0) return {};
+    // Another logo has another row, or at least another length: the last row's id may be used again.
+    return QStringLiteral("%1-%2-%3").arg(id).arg(cursor->Integer64(0)).arg(cursor->Integer64(1));
+}
+
 void TPodcastsDB::SetFeedLogo(int id, const void* data, std::size_t size) {
     ExecuteWithBlob(SqlBuilder("REPLACE INTO PodcastFeedLogos VALUES (").Integer(id).Raw(", ?)").Sql(), data, size);
 }

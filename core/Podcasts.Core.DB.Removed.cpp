@@ -8,6 +8,7 @@
 
 namespace podcasts {
 
+using vexa::SqlBuilder;
 using vexa::SqliteStatement;
 
 namespace {
@@ -35,14 +36,22 @@ std::string OtherColumns(const TPodcastColumn (&columns)[N]) {
 std::unique_ptr<TPodcastRemovedFeed> TPodcastsDB::SetAside(int id) {
     std::unique_ptr<TPodcastRemovedFeed> removed;
     RunInTransaction([&] {
-        const std::string feedID = std::to_string(id);
-        if (QueryInteger("SELECT Count(*) FROM PodcastFeeds WHERE FeedID = " + feedID) <= 0) return;
+        if (QueryInteger(SqlBuilder("SELECT Count(*) FROM PodcastFeeds WHERE FeedID = ").Integer(id)) <= 0) return;
         for (const auto& [table, feed] : kKeptTables) {
-            const std::string name(table), copy = "temp.Removed" + name;
-            ExecuteSQL("CREATE TABLE IF NOT EXISTS " + copy + " AS SELECT rowid AS Row, * FROM main." + name +
-                       " LIMIT 0");
-            ExecuteSQL("INSERT INTO " + copy + " SELECT rowid, * FROM main." + name + " WHERE " + std::string(feed) +
-                       " = " + feedID + " ORDER BY rowid");
+            ExecuteSQL(SqlBuilder("CREATE TABLE IF NOT EXISTS temp.Removed")
+                           .Raw(table)
+                           .Raw(" AS SELECT rowid AS Row, * FROM main.")
+                           .Raw(table)
+                           .Raw(" LIMIT 0"));
+            ExecuteSQL(SqlBuilder("INSERT INTO temp.Removed")
+                           .Raw(table)
+                           .Raw(" SELECT rowid, * FROM main.")
+                           .Raw(table)
+                           .Raw(" WHERE ")
+                           .Raw(feed)
+                           .Raw(" = ")
+                           .Integer(id)
+                           .Raw(" ORDER BY rowid"));
         }
         removed.reset(new TPodcastRemovedFeed(*this, id));
         Remove(id);
@@ -107,8 +116,12 @@ TPodcastRemovedFeed::~TPodcastRemovedFeed() {
         vexa::LogRuntime(), "forgetting a removed feed",
         [&] {
             for (const auto& [table, feed] : kKeptTables)
-                FDB.ExecuteSQL("DELETE FROM temp.Removed" + std::string(table) + " WHERE " + std::string(feed) + " = " +
-                               std::to_string(FFeedID));
+                FDB.ExecuteSQL(SqlBuilder("DELETE FROM temp.Removed")
+                                   .Raw(table)
+                                   .Raw(" WHERE ")
+                                   .Raw(feed)
+                                   .Raw(" = ")
+                                   .Integer(FFeedID));
         },
         vexa::E_FAIL);
 }

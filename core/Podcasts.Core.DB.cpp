@@ -40,7 +40,7 @@ constexpr SqlColumn kQueueColumns[] = {{"Place", Key}, {"EpisodeKey", Text}};
 
 // docs/database.md says what each index is for and what it costs. No index is on a column with the collation UNICODE:
 // its order may change with the version of ICU, and plain sqlite3 could no longer write to the table.
-constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
+constexpr std::array<TPodcastsDB::Index, 10> kIndexes = {{
     {"PodcastFeedsByURLFeed", "PodcastFeeds (URLFeed)"},
     {"PodcastEpisodesByGUID", "PodcastEpisodes (FeedID, GUID)"},
     {"PodcastEpisodesByDate", "PodcastEpisodes (PublishDate)"},
@@ -48,6 +48,7 @@ constexpr std::array<TPodcastsDB::Index, 9> kIndexes = {{
     {"PodcastEpisodesByFeedAndDate", "PodcastEpisodes (FeedID, PublishDate)"},
     {"PodcastEpisodesByFeedAndState", "PodcastEpisodes (FeedID, State, PublishDate)"},
     {"PodcastEpisodesByFile", "PodcastEpisodes (URLAudioCached) WHERE URLAudioCached IS NOT ''"},
+    {"PodcastFeedLogosByID", "PodcastFeedLogos (ID)"},
     {"PodcastEpisodeNamesByName", "PodcastEpisodeNames (Name)"},
     {"PodcastEpisodeNamesByEpisode", "PodcastEpisodeNames (Episode)"},
 }};

@@ -241,6 +241,8 @@ public:
 
     /// Logos: the bytes of the image file, unchanged as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);
+    /// A text that belongs to this logo and no other; empty when none is stored.
+    QString GetFeedLogoVersion(int id);
     void SetFeedLogo(int id, const void* data, std::size_t size);
     std::optional<TPodcastLogoLook> GetLogoLook(int feedID);
     /// Stores a look, unless the feed has been removed meanwhile. With Outcome Picture, `picture` replaces the stored

@@ -276,6 +276,28 @@ protected:
     ~IVEXAMLTaskProgress() = default;
 };
 
+// ---- Pictures of nodes: optional ----
+
+/// Offered by a storage whose nodes have pictures, such as podcasts' covers. `field` and `value` are a node's own pair
+/// in a selection, or the field of a row's file with its value: then the picture is that of the node that the row
+/// belongs to, not one of the row's own. Any thread.
+struct IVEXAMLNodeImage : IUnknown {
+    static constexpr Guid IID = ParseGuid("{2321F1C9-3E07-4950-AE7D-1BE0C1B392F7}");
+
+    enum Flags : std::uint32_t { LocalOnly = 1 };
+
+    /// 3: A text that belongs to one picture of the storage and no other, so that a host can keep copies by it. E_FAIL
+    /// when no picture is stored. Does not use the network.
+    virtual HResult GetVersion(IVEXAString* field, const Variant* value, IVEXAString** version) noexcept = 0;
+    /// 4: E_FAIL when there is no picture. Without LocalOnly it may fetch the picture, and so block as long as that
+    /// takes.
+    virtual HResult GetImage(IVEXAString* field, const Variant* value, std::uint32_t flags,
+                             IVEXAImageContainer** image) noexcept = 0;
+
+protected:
+    ~IVEXAMLNodeImage() = default;
+};
+
 // ---- Undoing: optional ----
 
 /// Receives what has become of an act that was to be undone. Main thread.

@@ -22,7 +22,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kHour = 60 * 60 * 1000;  // ms
 constexpr std::uint32_t kWeek = 7 * 24 * kHour;
 constexpr std::int64_t kTooManyBytes = std::int64_t{8} << 20;
-constexpr auto kMaxTransferTime = std::chrono::minutes(2);  // 8 MiB at half a megabit per second
+constexpr std::int64_t kMaxPixels = (std::int64_t{128} << 20) / 4;  // decoded, a pixel takes four bytes
+constexpr auto kMaxTransferTime = std::chrono::minutes(2);          // 8 MiB at half a megabit per second
 constexpr int kMaxPerServer = 3;
 constexpr int kMaxInBackground = 6;  // so that one slow server does not block the others
 
@@ -126,7 +127,7 @@ Ref<IVEXAImageContainer> NewContainer(std::int64_t size) {
 
 bool IsPicture(IVEXAImageContainer& container) {
     std::int32_t width = 0, height = 0, format = 0;
-    return Succeeded(container.GetInfo(&width, &height, &format));
+    return Succeeded(container.GetInfo(&width, &height, &format)) && std::int64_t{width} * height <= kMaxPixels;
 }
 
 /// The stored logo, and whether it is due to be fetched again.
@@ -234,6 +235,10 @@ Ref<IVEXAImageContainer> FeedLogo(TPodcastClient& client, const TPodcastFeed& fe
         const LogoLook look{feed.ID};
         LookAtLogo(client, feed.ID);
     }
+    return ReadLogo(client, feed).Picture;
+}
+
+Ref<IVEXAImageContainer> StoredFeedLogo(TPodcastClient& client, const TPodcastFeed& feed) {
     return ReadLogo(client, feed).Picture;
 }
 

@@ -33,7 +33,8 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
-                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo> {
+                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
+                              vexa::IVEXAMLNodeImage> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -88,6 +89,12 @@ public:
     // IVEXAMLStartOptions.
     vexa::HResult GetOptions(vexa::IVEXAObjectList** options) noexcept override;
     vexa::HResult SetOption(vexa::IVEXAString* id, const vexa::Variant* value) noexcept override;
+
+    // IVEXAMLNodeImage.
+    vexa::HResult GetVersion(vexa::IVEXAString* field, const vexa::Variant* value,
+                             vexa::IVEXAString** version) noexcept override;
+    vexa::HResult GetImage(vexa::IVEXAString* field, const vexa::Variant* value, std::uint32_t flags,
+                           vexa::IVEXAImageContainer** image) noexcept override;
 
     // IVEXAMLUndo.
     vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;

@@ -2,6 +2,7 @@
 // A storage over a list in memory, such as a plug-in provides: rows, a tree of states and shows, finding files.
 
 #include "HostFixture.h"
+#include "Images.h"
 #include "Library.h"
 #include "StorageParts.h"
 #include "VEXA.Runtime.Mutex.h"
@@ -35,7 +36,7 @@ private:
 
 /// The tree has "new" and "shows", with the shows below each of them; its values are "state 1", "shows", "show NAME".
 class EpisodeStorage final : public RowStorage<Episode, IVEXAMLDataStorageCommandFindInLibrary, IVEXAMLTaskProgress,
-                                               IVEXAMLSubscriptionStorage> {
+                                               IVEXAMLSubscriptionStorage, IVEXAMLNodeImage> {
 public:
     explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s)
         : RowStorage(id, "Episodes",
@@ -48,6 +49,9 @@ public:
     std::vector<std::int32_t> CancelledTasks;
     bool OffersSubscriptions = false;
     bool OffersFiles = false;  // rows have files, "episode://e1", and the shows by which playlists group them
+
+    /// The picture of a node, as bytes; empty if there is none. Any thread.
+    std::function<QByteArray(const QString& value, bool isStored)> Picture;
 
     /// From now on requests wait inside the storage until LetThrough.
     void Hold() { SetHolding(true); }
@@ -64,7 +68,18 @@ public:
 
     HResult QueryInterface(const Guid& iid, void** object) noexcept override {
         if (iid == IVEXAMLSubscriptionStorage::IID && !OffersSubscriptions) return *object = nullptr, E_NOINTERFACE;
+        if (iid == IVEXAMLNodeImage::IID && !Picture) return *object = nullptr, E_NOINTERFACE;
         return PropertyList::QueryInterface(iid, object);
+    }
+    HResult GetVersion(IVEXAString*, const Variant* value, IVEXAString** version) noexcept override {
+        const QByteArray bytes = Picture(NodeOf(value), true);
+        *version = host::MakeString(QString::fromLatin1(bytes.toBase64())).Detach();
+        return bytes.isEmpty() ? E_FAIL : S_OK;
+    }
+    HResult GetImage(IVEXAString*, const Variant* value, std::uint32_t flags,
+                     IVEXAImageContainer** image) noexcept override {
+        *image = host::MakeImageContainer(Picture(NodeOf(value), (flags & LocalOnly) != 0)).Detach();
+        return S_OK;
     }
     HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override;
     HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
@@ -87,6 +102,9 @@ public:
     HResult GetOutcomes(std::int32_t taskID, std::int32_t first, IVEXAObjectList** outcomes) noexcept override;
 
 private:
+    static QString NodeOf(const Variant* value) {
+        return host::Converted<QString>(host::FromVariant(*value)).value_or(QString());
+    }
     QString Value(const Episode& episode, const QString& field) const override;
     bool Meets(const Episode& episode, const QString& field, const QString& value) const override;
     bool Contains(const Episode& episode, const QString& search) const override {

@@ -13,6 +13,9 @@
 #include "VEXA.Runtime.Notifications.h"
 #include "Waiting.h"
 
+#include <QBuffer>
+#include <QImage>
+
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -101,6 +104,54 @@ protected:
     LoopbackServer Server;
     int Changes = 0;
 };
+
+TEST_F(Storage, NodesAndRowsHaveTheirPodcastsLogo) {
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QBuffer png;
+    image.save(&png, "PNG");
+    Server.Serve("/logo", Response::Of(png.data(), "image/png"));
+    const QByteArray logo = "<itunes:image href='" + Server.Url("/logo").toUtf8() + "'/>";
+    const qsizetype headEnd = Feed("A", 2).indexOf("<item>");
+    Subscribe("/a", Feed("A", 2).insert(headEnd, logo));
+    Subscribe("/b", Feed("B", 1));
+    const auto pictures = Library().Offered<IVEXAMLNodeImage>();
+    ASSERT_TRUE(pictures);
+    const auto ask = [&](const char* field, const QString& text, auto operation) {
+        const Variant value = host::ToVariant(host::PropertyValue(text));
+        return operation(host::MakeString(field), &value);
+    };
+    const auto version = [&](const char* field, const QString& value) {
+        return ask(field, value, [&](auto name, const Variant* each) {
+            Ref<IVEXAString> text;
+            return pictures->GetVersion(name.Get(), each, text.Put()) == S_OK ? host::ToQString(text.Get()) : "none";
+        });
+    };
+    const auto hasImage = [&](const char* field, const QString& value, std::uint32_t flags) {
+        return ask(field, value, [&](auto name, const Variant* each) {
+            Ref<IVEXAImageContainer> picture;
+            const HResult result = pictures->GetImage(name.Get(), each, flags, picture.Put());
+            EXPECT_EQ(result, picture ? S_OK : E_FAIL);
+            return static_cast<bool>(picture);
+        });
+    };
+    const QString a = "04" + Server.Url("/a"), b = "04" + Server.Url("/b");
+    EXPECT_EQ(version("Node", a), "none");
+    EXPECT_FALSE(hasImage("Node", a, IVEXAMLNodeImage::LocalOnly));
+    EXPECT_EQ(Server.Count("/logo"), 0) << "nothing is fetched";
+    EXPECT_TRUE(hasImage("Node", a, 0));
+    EXPECT_EQ(Server.Count("/logo"), 1);
+    const QString first = version("Node", a);
+    EXPECT_NE(first, "none");
+    EXPECT_EQ(version("FileName", "podcast://h/A2.mp3"), first);
+    EXPECT_TRUE(hasImage("filename", "podcast://h/A2.mp3", IVEXAMLNodeImage::LocalOnly));
+    for (const auto& [field, value] : {std::pair("Node", b), {"Node", QString("01")}, {"Title", a}, {"FileName", a}}) {
+        EXPECT_EQ(version(field, value), "none") << field << ' ' << value.toStdString();
+        EXPECT_FALSE(hasImage(field, value, 0)) << field << ' ' << value.toStdString();
+    }
+    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastFeedLogos SET Data = Data || x'00'");
+    EXPECT_NE(version("Node", a), first);
+}
 
 TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes(), QStringList({"New/2/4", "Postponed/2/5", "Subscriptions/3/0"}));

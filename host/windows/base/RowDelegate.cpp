@@ -17,13 +17,16 @@ constexpr int kMargin = 8, kLine = 2;
 
 QSize RowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     const QSize size = QStyledItemDelegate::sizeHint(option, index);
-    return {size.width(), std::max(size.height(), kHeight)};
+    return {size.width(), std::max(size.height(), FHeight)};
 }
 
 void RowDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
     QStyledItemDelegate::initStyleOption(option, index);
     // Only a focused row that is not selected needs the focus frame to be seen.
     if (option->state & QStyle::State_Selected) option->state &= ~QStyle::State_HasFocus;
+    // A picture keeps its colours when the row is selected; the style would tint it.
+    if (const QVariant picture = index.data(Qt::DecorationRole); picture.typeId() == QMetaType::QPixmap)
+        option->icon.addPixmap(picture.value<QPixmap>(), QIcon::Selected);
 }
 
 void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {

@@ -14,13 +14,17 @@ class RowDelegate final : public QStyledItemDelegate {
 public:
     static constexpr int kHeight = 28;
 
-    using QStyledItemDelegate::QStyledItemDelegate;
+    explicit RowDelegate(QObject* parent = nullptr, int height = kHeight)
+        : QStyledItemDelegate(parent), FHeight(height) {}
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
+
+private:
+    const int FHeight;
 };
 
 }  // namespace vexa::host

@@ -1,5 +1,6 @@
 #include "LibraryController.h"
 
+#include <QTableView>
 #include <QTreeView>
 
 namespace vexa::host {
@@ -30,7 +31,7 @@ private:
 };
 
 LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& table)
-    : FHost(host), FTree(tree), FTable(table) {
+    : FHost(host), FTree(tree), FTable(table), FCovers(host.ProfileFolder(), host.Library()) {
     const auto prepare = [this](QTimer& timer, int interval, void (LibraryController::*then)()) {
         timer.setSingleShot(true);
         timer.setInterval(interval);
@@ -55,6 +56,12 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
         if (!FFileToShow.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FFileToShow, {}));
     });
     FTable.Model().SetAddresses(FHost.Addresses());
+    FTree.Model().SetCovers(&FCovers);
+    FTable.Model().SetCovers(&FCovers);
+    connect(&FCovers, &Covers::Changed, this, [this] {
+        FTree.View()->viewport()->update();
+        FTable.View()->viewport()->update();
+    });
     FHost.Library().AddListener(this);
     Open();
 }
@@ -62,6 +69,8 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
 LibraryController::~LibraryController() {
     FHost.Library().RemoveListener(this);
     Close();
+    FTree.Model().SetCovers(nullptr);
+    FTable.Model().SetCovers(nullptr);
 }
 
 void LibraryController::Open() {
@@ -73,6 +82,7 @@ void LibraryController::Open() {
         qCWarning(LogHost).noquote() << "the library cannot show its storage:" << error.what();
         return Q_EMIT StorageChanged();
     }
+    FCovers.SetStorage(&FSource->Storage);
     FHost.Selection().SetModel(std::make_shared<Selection>(FTree, FTable));
     const QString layout = FHost.Config().Find(Key("Columns")).value_or(QString());
     const QString node = FHost.Config().Find(Key("Node")).value_or(QString());
@@ -96,6 +106,7 @@ void LibraryController::Close() {
     FHost.Selection().SetModel(nullptr);
     FTable.SetSource(nullptr, nullptr, {});
     FTree.SetProvider(nullptr, {});
+    FCovers.SetStorage(nullptr);
     FSource.reset();
     FIsEmpty = false;
 }

@@ -2,6 +2,7 @@
 // Connects tree and table to the active storage: the selected node narrows the rows, both are read again when the
 // storage's data changed and while it works in the background, and plug-ins get at the selection. Main thread.
 
+#include "Covers.h"
 #include "Host.h"
 #include "Rows.h"
 #include "TablePane.h"
@@ -64,6 +65,7 @@ private:
     Host& FHost;
     TreePane& FTree;
     TablePane& FTable;
+    Covers FCovers;
     std::unique_ptr<Source> FSource;
     QTimer FOpening, FReloading, FWorking;
     QString FSearch;

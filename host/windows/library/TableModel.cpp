@@ -1,11 +1,13 @@
 #include "TableModel.h"
 
+#include "Covers.h"
 #include "DraggedFiles.h"
 #include "RowDelegate.h"
 #include "RowTexts.h"
 #include "WindowIcons.h"
 #include "WindowTheme.h"
 
+#include <QGuiApplication>
 #include <QMimeData>
 
 #include <algorithm>
@@ -70,7 +72,7 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
     FTouched.clear();
     FCount = FShownCount = 0;
     FFailure.clear();
-    FIDColumn = FFileColumn = FTitleColumn = FLengthColumn = -1;
+    FIDColumn = FFileColumn = FTitleColumn = FLengthColumn = FContainerColumn = -1;
     FQuery = {};
     if (FStorage) {
         for (const LibraryField& field : FStorage->Fields()) {
@@ -80,6 +82,7 @@ void TableModel::SetSource(const LibraryStorage* storage, RowReader* reader) {
         }
         FTitleColumn = ColumnOf(IVEXAMLDataField::Title);
         FLengthColumn = ColumnOf(IVEXAMLDataField::Length);
+        FContainerColumn = ColumnOf(IVEXAMLDataField::Container);
         const auto add = [this](const LibraryField* field) {
             if (!field || !field->HasRows()) return -1;
             FQuery.Fields += field->Name;
@@ -543,6 +546,14 @@ int TableModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(FColumns.size());
 }
 
+QVariant TableModel::Cover(const std::vector<RowValue>& values) const {
+    if (!FCovers || FFileColumn < 0 || FContainerColumn < 0) return {};
+    const QPixmap cover =
+        FCovers->Get(FStorage->FileField()->Name, FileOf(values),
+                     values[static_cast<std::size_t>(FContainerColumn)].Text, kCoverSide, qGuiApp->devicePixelRatio());
+    return cover.isNull() ? QVariant() : QVariant(cover);
+}
+
 QVariant TableModel::data(const QModelIndex& index, int role) const {
     const auto column = static_cast<std::size_t>(index.column());
     if (!index.isValid() || column >= FColumns.size()) return {};
@@ -563,6 +574,7 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
         if (role == Qt::AccessibleTextRole) return FTexts("Downloaded");
         if (role == Qt::ToolTipRole) return value.Text.toHtmlEscaped();
     }
+    if (role == Qt::DecorationRole && index.column() == FTitleColumn) return Cover(*values);
     if (isMark || (role != Qt::DisplayRole && role != Qt::ToolTipRole)) return {};
     QString text;
     if (field.Type == IVEXAMLDataField::Duration)

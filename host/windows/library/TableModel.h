@@ -28,6 +28,8 @@
 
 namespace vexa::host {
 
+class Covers;
+
 class TableModel final : public QAbstractTableModel, private AddressKeeper {
     Q_OBJECT
 public:
@@ -49,6 +51,9 @@ public:
     /// Where files were left, for the progress beside their titles; null for none. Outlives the model.
     void SetPositions(const Positions* positions) noexcept { FPositions = positions; }
     void OnPositionsChanged();
+    /// The pictures beside the titles; null for none. Outlives the model, or is replaced by null before.
+    void SetCovers(Covers* covers) noexcept { FCovers = covers; }
+    static constexpr int kCoverSide = 22;
     /// Finds rows again whose files' addresses, and with them their IDs, have moved. Outlives the model.
     void SetAddresses(PresentAddresses& addresses);
     /// Why the storage gave no rows; empty when it did.
@@ -128,6 +133,7 @@ private:
     void OnReloaded();
     std::vector<KeptRow> KeptAfterReload() const;
     int RowAbove(int row, const QHash<QString, int>& places) const;
+    QVariant Cover(const std::vector<RowValue>& values) const;
     QVariant Progress(int row, int role) const;
     // In these functions `row` counts the storage's rows only.
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
@@ -147,8 +153,9 @@ private:
     const LibraryStorage* FStorage = nullptr;
     RowReader* FReader = nullptr;
     std::vector<const LibraryField*> FColumns;
-    int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1;
+    int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1, FContainerColumn = -1;
     const Positions* FPositions = nullptr;
+    Covers* FCovers = nullptr;
     PresentAddresses* FAddresses = nullptr;
     RowQuery FQuery;      // with all fields: the columns, then the fields that only the model uses
     int FCount = 0;       // of the storage's rows

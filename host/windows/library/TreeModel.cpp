@@ -1,8 +1,10 @@
 #include "TreeModel.h"
 
+#include "Covers.h"
 #include "WindowIcons.h"
 
 #include <QFont>
+#include <QGuiApplication>
 #include <QSet>
 
 #include <algorithm>
@@ -185,6 +187,15 @@ void TreeModel::fetchMore(const QModelIndex& parent) {
     if (canFetchMore(parent)) Update(*NodeOf(parent));
 }
 
+QVariant TreeModel::Picture(const TreeNode& node) const {
+    if (FCovers && node.Image == IVEXAMLGroupingTreeDataProviderSelection::Source) {
+        const QPixmap cover =
+            FCovers->Get(node.Pair.Field, node.Value(), node.Caption, kCoverSide, qGuiApp->devicePixelRatio());
+        if (!cover.isNull()) return cover;
+    }
+    return WindowIcon(IconName(node.Image));
+}
+
 QVariant TreeModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};
     const Node& node = *NodeOf(index);
@@ -194,7 +205,7 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
         case Qt::ToolTipRole:
             return QString(u"<span>" + node.Content.Caption.toHtmlEscaped() + u"</span>");
         case Qt::DecorationRole:
-            return WindowIcon(IconName(node.Content.Image));
+            return Picture(node.Content);
         case Qt::FontRole:
             // Only at the top level, because otherwise all nodes below a heading would be headings.
             if (node.Content.IsStandalone() && node.Parent == FRoot.get()) {

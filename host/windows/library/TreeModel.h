@@ -12,6 +12,8 @@
 
 namespace vexa::host {
 
+class Covers;
+
 class TreeModel final : public QAbstractItemModel {
     Q_OBJECT
 public:
@@ -22,6 +24,9 @@ public:
     void SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider);
     const Ref<IVEXAMLGroupingTreeDataProvider>& Provider() const noexcept { return FProvider; }
     void Reload();
+    /// The pictures of sources; null for none. Outlives the model, or is replaced by null before.
+    void SetCovers(Covers* covers) noexcept { FCovers = covers; }
+    static constexpr int kCoverSide = 28;
     /// Draws the icons anew.
     void Repaint();
 
@@ -49,9 +54,11 @@ private:
     QModelIndex IndexOf(const Node& node) const;
     std::vector<TreeNode> Read(const Node& node) const;
     void Update(Node& node);
+    QVariant Picture(const TreeNode& node) const;
 
     Ref<IVEXAMLGroupingTreeDataProvider> FProvider;
     std::unique_ptr<Node> FRoot;
+    Covers* FCovers = nullptr;
 };
 
 }  // namespace vexa::host

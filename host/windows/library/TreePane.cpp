@@ -8,11 +8,17 @@
 
 namespace vexa::host {
 
+namespace {
+
+constexpr int kRowHeight = TreeModel::kCoverSide + 6;
+
+}  // namespace
+
 TreePane::TreePane(const LanguageService& language, QWidget* parent)
     : Pane(parent), FTexts(language), FModel(new TreeModel(this)), FView(new QTreeView) {
     FView->setObjectName(QStringLiteral("Tree"));
     FView->setModel(FModel);
-    FView->setItemDelegate(new RowDelegate(FView));
+    FView->setItemDelegate(new RowDelegate(FView, kRowHeight));
     FView->header()->hide();
     FView->setUniformRowHeights(true);
     FView->setFrameShape(QFrame::NoFrame);
