@@ -56,7 +56,8 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
     const QRect place(all.right() - width + kMargin, all.top(), width - 2 * kMargin, all.height());
     painter->drawText(place, Qt::AlignRight | Qt::AlignVCenter,
                       row.fontMetrics.elidedText(left, Qt::ElideRight, place.width()));
-    const QRect track(all.left() + kMargin, all.bottom() - kLine - 1, all.width() - 2 * kMargin, kLine);
+    const int indent = row.icon.isNull() ? kMargin : 2 * kMargin + row.decorationSize.width();
+    const QRect track(all.left() + indent, all.bottom() - kLine - 1, all.width() - indent - kMargin, kLine);
     QRect heard = track;
     heard.setWidth(static_cast<int>(track.width() * std::clamp(progress.toDouble(), 0.0, 1.0)));
     painter->fillRect(track, row.palette.color(isSelected ? QPalette::Base : QPalette::Mid));

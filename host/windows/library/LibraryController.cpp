@@ -61,6 +61,7 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     connect(&FCovers, &Covers::Changed, this, [this] {
         FTree.View()->viewport()->update();
         FTable.View()->viewport()->update();
+        Q_EMIT CoversChanged();
     });
     FHost.Library().AddListener(this);
     Open();
@@ -146,6 +147,11 @@ void LibraryController::Find(const QString& file) {
         Narrow();
     else
         FTree.Select(values);
+}
+
+QPixmap LibraryController::Cover(const QString& file, const QString& name, int side) {
+    const LibraryField* field = FSource && !file.isEmpty() ? FSource->Storage.FileField() : nullptr;
+    return field ? FCovers.Get(field->Name, file, name, side, FTable.devicePixelRatioF()) : QPixmap();
 }
 
 void LibraryController::Reload() {

@@ -28,6 +28,8 @@ public:
     bool IsEmpty() const noexcept { return FIsEmpty; }
     /// Shows the file in tree and table, if the library has it.
     void Find(const QString& file);
+    /// The picture of the node that has the file, as in the lists; null when the storage has no pictures.
+    QPixmap Cover(const QString& file, const QString& name, int side);
     /// Saves the selected node and the table's layout for the next start.
     void SaveLayout();
 
@@ -39,6 +41,8 @@ Q_SIGNALS:
     void StorageChanged();
     void TasksChanged();
     void Reloaded();
+    /// Cover may return other pictures.
+    void CoversChanged();
 
 private:
     class Selection;

@@ -36,9 +36,19 @@ QString SpeedText(double speed) {
 
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     : Pane(parent), FPlayback(playback), FHost(host) {
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins(8, 4, 8, 4);
+    auto* outer = new QHBoxLayout(this);
+    outer->setContentsMargins(8, 4, 8, 4);
+    outer->setSpacing(8);
+    FCover = new QToolButton;
+    FCover->setObjectName(QStringLiteral("NowPlayingCover"));
+    FCover->setAutoRaise(true);
+    FCover->setFocusPolicy(Qt::NoFocus);  // the title beside it does the same
+    FCover->setIconSize({kCoverSide, kCoverSide});
+    FCover->hide();
+    outer->addWidget(FCover);
+    auto* whole = new QVBoxLayout;
     whole->setSpacing(0);
+    outer->addLayout(whole, 1);
     FTitle = new QToolButton;
     FTitle->setObjectName(QStringLiteral("NowPlaying"));
     FTitle->setAutoRaise(true);
@@ -76,7 +86,8 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     FVolume->setFixedWidth(96);
     FRow->addWidget(FVolume);
 
-    connect(FTitle, &QToolButton::clicked, this, [this] { Q_EMIT ShowInLibrary(FPlayback.Current().Address); });
+    for (QToolButton* button : {FTitle, FCover})
+        connect(button, &QToolButton::clicked, this, [this] { Q_EMIT ShowInLibrary(FPlayback.Current().Address); });
     connect(FPrevious, &QToolButton::clicked, &FPlayback, &Playback::Previous);
     connect(FBack, &QToolButton::clicked, &FPlayback, &Playback::SkipBack);
     connect(FPlay, &QToolButton::clicked, &FPlayback, &Playback::PlayOrPause);
@@ -143,6 +154,7 @@ void PlaybackBar::Localize() {
     FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
     FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
     FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    Caption(*FCover, WindowTexts(FHost.Language())("ShowInLibrary"));
     Caption(*FPrevious, Text("Previous"));
     Caption(*FBack, Text("SkipBack", QString::number(FPlayback.SkipBackBy())));
     Caption(*FForward, Text("SkipForward", QString::number(FPlayback.SkipForwardBy())));
@@ -154,6 +166,12 @@ void PlaybackBar::Localize() {
     ShowState();
     ShowSpeed();
     ShowVolume();
+}
+
+void PlaybackBar::SetCover(const QPixmap& cover) {
+    FCover->setIcon(cover);
+    FCover->setVisible(!cover.isNull());
+    ShowTitle();
 }
 
 void PlaybackBar::SetIcons() {
@@ -241,9 +259,10 @@ void PlaybackBar::ShowTitle() {
         parts += current.Chapters[static_cast<std::size_t>(FChapter)].Title;
     parts.removeAll({});
     const QString text = parts.join(QStringLiteral("  –  ")).simplified();
-    FTitle->setText(fontMetrics()
-                        .elidedText(text, Qt::ElideRight, std::max(width() - 40, 100))
-                        .replace(u'&', QStringLiteral("&&")));
+    FTitle->setText(
+        fontMetrics()
+            .elidedText(text, Qt::ElideRight, std::max(width() - 40 - (FCover->isVisible() ? FCover->width() : 0), 100))
+            .replace(u'&', QStringLiteral("&&")));
     FTitle->setAccessibleName(text);
     FTitle->setToolTip(Qt::convertFromPlainText(text));
     FTitle->setVisible(!current.Address.isEmpty());

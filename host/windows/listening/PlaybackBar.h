@@ -25,8 +25,12 @@ class PlaybackBar final : public Pane<QWidget> {
 public:
     PlaybackBar(Playback& playback, Host& host, QWidget* parent = nullptr);
 
+    static constexpr int kCoverSide = 56;
+    /// The picture of what plays; null for none.
+    void SetCover(const QPixmap& cover);
+
 Q_SIGNALS:
-    /// The title was clicked: show the current file in the library.
+    /// The title or the picture was clicked: show the current file in the library.
     void ShowInLibrary(const QString& address);
 
 protected:
@@ -54,7 +58,7 @@ private:
     Playback& FPlayback;
     Host& FHost;
     QHBoxLayout* FRow;
-    QToolButton *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
+    QToolButton *FCover, *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;
     SeekBar* FPosition;
     QSlider* FVolume;

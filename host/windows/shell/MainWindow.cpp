@@ -224,6 +224,15 @@ void MainWindow::ConnectPlayback() {
         FTasks->AddProblem({name, reason});
     });
     connect(&FPlayback, &Playback::Warned, this, [this](const QString& text) { FBanner->Show(text, {}); });
+    const auto showCover = [this] {
+        const NowPlaying& now = FPlayback.Current();
+        // Without an album, as of a radio station, there would be no initials either.
+        FBar->SetCover(now.Album.isEmpty() ? QPixmap()
+                                           : FLibrary->Cover(now.Address, now.Album, PlaybackBar::kCoverSide));
+    };
+    connect(&FPlayback, &Playback::CurrentChanged, this, showCover);
+    connect(FLibrary.get(), &LibraryController::CoversChanged, this, showCover);
+    connect(FLibrary.get(), &LibraryController::StorageChanged, this, showCover);
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::Activated, &FPlayback, &Playback::Play);
