@@ -85,6 +85,10 @@ protected:
         if (operation != EndsIn) return;
         EndsIn.clear();
         Plugin.Object()->Finalize();
+        const auto infos = RecordingCore->Registered<IVEXAExtensionFileInfoProvider>();
+        const auto address = host::MakeString("podcast://h/1.mp3");
+        const Ref<IVEXAFileInfo> info(new host::FileInfo);
+        EXPECT_EQ(infos->QueryFileInfo(address.Get(), info.Get()), E_FAIL) << "it still answers the host's threads";
         HasReturned = true;
     }
     template <class Interface>

@@ -46,7 +46,7 @@ TEST_F(Http, AFailureIsReportedWithKindStatusAndMessage) {
         {digits.With(Fault::Wait, 5), Kind::Network, 200, "in time"},
         {digits.With(Fault::Wait), Kind::Network, 0, "in time"},
         {Response::Redirect("/"), Kind::Network, 302, "more than 10 times"},
-        {Response::Redirect("file:///etc/passwd"), Kind::Network, 302, "not http or https"},
+        {Response::Redirect("ftp://127.0.0.1:1/"), Kind::Network, 302, "not http or https"},
         {Response::Redirect("/hangup"), Kind::Network, 302, "without an answer"}};
     Server.Serve("/hangup", digits.With(Fault::Close));
     SetHttpTimeouts({.Connect = std::chrono::seconds(15), .Stalled = std::chrono::seconds(1)});

@@ -78,9 +78,9 @@ TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainExceptThisMachine)
     EXPECT_EQ(Get(u"http://a.example/home"_s), u"directly"_s);
     EXPECT_EQ(Get(Own.Url(u"/feed"_s)), u"directly"_s);
     EXPECT_EQ(asked, QStringList({u"http://a.example"_s, u"http://b.example"_s})) << "answers are remembered";
-    Proxy.Serve(u"a.example:443"_s, Response::Failure("403 Forbidden"));
+    Proxy.Serve(u"a.example:443"_s, Response::Failure("403 Forbidden", "Location: http://c.example/\r\n"));
     EXPECT_TRUE(Get(u"https://a.example/feed"_s).contains(u"403")) << Get(u"https://a.example/feed"_s).toStdString();
-    EXPECT_EQ(asked.last(), u"https://a.example"_s);
+    EXPECT_EQ(asked.last(), u"https://a.example"_s) << "a proxy's answer to CONNECT redirects nothing";
     EXPECT_TRUE(Proxy.Requests().back().Head.startsWith("CONNECT a.example:443 "));
 }
 
