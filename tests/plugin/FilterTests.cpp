@@ -77,6 +77,13 @@ TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
     EXPECT_THROW(Builder::BuildQuery(List({"Title"}).Get(), filter.Get()), EHostError);
 }
 
+TEST_F(FilterTest, TheValuesOfAListKeepTheirTypes) {
+    const Variant values[] = {ToVariant(-5), ToVariant(std::int64_t{1} << 40), ToVariant(0.5),
+                              ToVariant(QString("it's")), Variant()};
+    RaiseIfFailed(Filter->AddArray(ToHostString("Duration").Get(), values, 5, nullptr));
+    EXPECT_EQ(Built(false), "(Duration IN (-5, 1099511627776, 5.0000000000000000e-01, 'it''s', NULL))");
+}
+
 TEST_F(FilterTest, NodeValuesAreCategoryAndText) {
     for (const auto& [value, sql] : {std::pair{"02It's", "(Category = 'It''s')"},
                                      {"04http://x/'", "(PodcastFeeds.URLFeed = 'http://x/''')"},
@@ -350,6 +357,8 @@ TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
             offset += limit;
         }
         ASSERT_EQ(read(0, 0), expected);
+        ASSERT_EQ(read(-9, 3), expected.first(std::min<qsizetype>(expected.size(), 3)));
+        ASSERT_EQ(read(5, std::numeric_limits<std::int32_t>::max()), expected.mid(5));
     }
 }
 
