@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QProcess>
+#include <QtEndian>
 
 #include <chapterframe.h>
 #include <gst/gst.h>
@@ -298,6 +299,19 @@ TEST_F(PlaybackTest, AnOggStreamStartsWhereItWasLeftAndAtItsSpeed) {
     EXPECT_TRUE(Errors.isEmpty());
     EXPECT_TRUE(Warnings.isEmpty());
     EXPECT_TRUE(Heard.isEmpty());
+}
+
+TEST_F(PlaybackTest, TheVolumeGrowsByItsCube) {
+    const QString heard = Profile.File(u"heard"_s);
+    Open(u"capsfilter caps=audio/x-raw,format=S16LE ! filesink location=" + heard);
+    Player->SetVolume(0.5);
+    Player->Play(Tone(u"a.wav"_s, 0.2));
+    ASSERT_TRUE(WaitUntil([&] { return !Heard.isEmpty(); })) << Errors.join(' ').toStdString();
+    const QByteArray samples = ReadWhole(heard);
+    int loudest = 0;
+    for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
+        loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
+    EXPECT_NEAR(loudest, kLoudest / 8, 10);
 }
 
 TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {

@@ -273,7 +273,9 @@ TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
         bool result = false, flag = false;
         WithDialog([&] { result = TfrmPodcastDeleteConfirmation::Execute(0, "A show", flag); },
                    [&](QWidget& dialog) {
-                       if (box) Find<QCheckBox>(dialog, "cbDeleteCachedFiles").click();
+                       auto& files = Find<QCheckBox>(dialog, "cbDeleteCachedFiles");
+                       EXPECT_EQ(files.width(), files.sizeHint().width()) << "a click beside its text would tick it";
+                       if (box) files.click();
                        Click(Find<QPushButton>(dialog, button));
                    });
         EXPECT_EQ(result, confirmed);

@@ -84,6 +84,30 @@ TEST_F(FilterTest, TheValuesOfAListKeepTheirTypes) {
     EXPECT_EQ(Built(false), "(Duration IN (-5, 1099511627776, 5.0000000000000000e-01, 'it''s', NULL))");
 }
 
+TEST_F(FilterTest, RowsAreFoundWithoutTheFeedsAndInTheOrderOfAnIndexWherePossible) {
+    const struct {
+        const char *Field, *Value;
+        std::vector<std::pair<QString, int>> Order;
+        bool NeedsFeeds, IsInIndexOrder;
+    } cases[] = {
+        {"State", "1", {{"State", 2}}, false, true},
+        {"Title", "a", {{"PublishDate", 1}}, false, true},
+        {"Node", "031", {}, false, true},
+        {"Node", "04http://h/", {{"Title", 1}}, false, false},
+        {"Node", "02News", {}, true, true},
+        {"FeedName", "a", {{"State", 1}, {"PublishDate", 2}}, true, false},
+        {"State", "1", {{"FeedName", 1}}, true, false},
+    };
+    for (const auto& [field, value, order, needsFeeds, isInIndexOrder] : cases) {
+        Filter->Clear();
+        Add(*Filter, field, value);
+        SortBy(*Filter, order);
+        const auto request = ReadRowRequest(List({"ID", "FeedName"}).Get(), Filter.Get());
+        EXPECT_EQ(request.Rows.contains(kFromEpisodesAndFeeds), needsFeeds) << request.Rows.toStdString();
+        EXPECT_EQ(request.IsInIndexOrder, isInIndexOrder) << request.Order.toStdString();
+    }
+}
+
 TEST_F(FilterTest, NodeValuesAreCategoryAndText) {
     for (const auto& [value, sql] : {std::pair{"02It's", "(Category = 'It''s')"},
                                      {"04http://x/'", "(PodcastFeeds.URLFeed = 'http://x/''')"},
