@@ -142,25 +142,6 @@ TEST_F(Crashes, ADownloadKilledAtAnyInstantRecordsNoFileThatIsNotWhole) {
     EXPECT_EQ(Run("check-files").Out, "every downloaded file is there\n");
 }
 
-TEST_F(Crashes, AMarkKilledAtAnyInstantIsMadeOnAllItsEpisodesOrOnNone) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 60)).Status, 0);
-    const QStringList keys = Keys(), marked = keys.mid(1);
-    KillAtRandom(
-        "mark listened " + marked.join(' '),
-        [&] {
-            EXPECT_EQ(Run("mark new " + marked.join(' ')).Status, 0);
-            EXPECT_EQ(Run("mark postponed " + keys[0]).Status, 0);
-        },
-        [&] {
-            ExpectSound(0);
-            const QStringList states = Rows("SELECT State, Count(*) FROM PodcastEpisodes GROUP BY State");
-            EXPECT_TRUE(states == QStringList({"0|59", "2|1"}) || states == QStringList({"1|59", "2|1"}));
-        });
-    EXPECT_EQ(Run("mark listened " + marked.join(' ')).Status, 0);
-    EXPECT_EQ(Keys("--state listened"), marked);
-}
-
 TEST_F(Crashes, AnUnsubscriptionKilledAtAnyInstantIsWholeOrHasOnlyLostFiles) {
     const FolderServer server;
     const QString gone = WriteFeed(server, "Gone", 200), stays = WriteFeed(server, "Stays", 3);
@@ -185,25 +166,6 @@ TEST_F(Crashes, AnUnsubscriptionKilledAtAnyInstantIsWholeOrHasOnlyLostFiles) {
             EXPECT_EQ(Rows(other), before);
             EXPECT_EQ(Rows("SELECT 1 FROM PodcastEpisodes").size(), isSubscribed() ? 203 : 3);
         });
-}
-
-TEST_F(Crashes, AChangeOfAnOptionKilledAtAnyInstantIsWholeAndStopsNoOther) {
-    const QString settings = Profile.File("Settings.ini");
-    QString others;
-    KillAtRandom(
-        "options CheckUpdates 3",
-        [&] {
-            EXPECT_EQ(Run("options CheckUpdates 1").Status, 0);
-            others = ReadWhole(settings);
-        },
-        [&] {
-            const QString now = ReadWhole(settings);
-            EXPECT_TRUE(now == others || now == QString(others).replace("CheckUpdates=1", "CheckUpdates=3"))
-                << now.toStdString();
-        });
-    EXPECT_EQ(Run("options CheckUpdates 2").Status, 0);
-    EXPECT_EQ(Run("options CheckUpdates").Out, "2\n");
-    EXPECT_EQ(QDir(Profile.Path()).entryList({"Settings*"}, QDir::Files | QDir::Hidden), QStringList("Settings.ini"));
 }
 
 TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
