@@ -63,9 +63,7 @@ protected:
                               "1f0000401f00000100080064617461"
                               "20030000") +
                           QByteArray(800, '\x80');
-        QFile file(Profile.File("cached.wav"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(wave);
+        WriteWhole(Profile.File("cached.wav"), wave);
     }
     HResult Open(const QString& address, QString* source = nullptr, QString* message = nullptr) {
         Ref<IVEXAAudioDecoder> decoder;
