@@ -31,13 +31,6 @@ TPodcastClient::~TPodcastClient() {
     FIsBeingDestroyed = true;
     vexa::WorkerPool::Cancel(FLastRefreshTask, true);
     vexa::WorkerPool::Cancel(FLastDownloadTask, true);
-    FKeptQueue.reset();
-    FDownloadQueue.reset();
-    FUpdateTimer.reset();
-    FRefreshQueue.reset();
-    FListeners.reset();
-    FDB.reset();
-    FOptions.reset();
 }
 
 void TPodcastClient::RefreshFeeds() {

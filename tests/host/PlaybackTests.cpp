@@ -200,6 +200,8 @@ TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
         positions.Leave(u"c"_s, 99.5, 100);
         positions.Leave(u"d"_s, 5, 0);
         EXPECT_TRUE(positions.SaveInBackground());
+        positions.SetUpNext({u"x"_s});
+        ASSERT_TRUE(WaitUntil([&] { return positions.SaveInBackground(); })) << "the first save has not ended";
         positions.SetUpNext({u"x"_s, u"x"_s});
         EXPECT_NO_THROW(positions.Save());
 

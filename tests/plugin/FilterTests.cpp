@@ -78,10 +78,10 @@ TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
 }
 
 TEST_F(FilterTest, TheValuesOfAListKeepTheirTypes) {
-    const Variant values[] = {ToVariant(-5), ToVariant(std::int64_t{1} << 40), ToVariant(0.5),
-                              ToVariant(QString("it's")), Variant()};
-    RaiseIfFailed(Filter->AddArray(ToHostString("Duration").Get(), values, 5, nullptr));
-    EXPECT_EQ(Built(false), "(Duration IN (-5, 1099511627776, 5.0000000000000000e-01, 'it''s', NULL))");
+    const Variant values[] = {ToVariant(-5),        ToVariant(std::int64_t{1} << 40), ToVariant(0.5),
+                              ToVariant(-HUGE_VAL), ToVariant(QString("it's")),       Variant()};
+    RaiseIfFailed(Filter->AddArray(ToHostString("Duration").Get(), values, 6, nullptr));
+    EXPECT_EQ(Built(false), "(Duration IN (-5, 1099511627776, 5.0000000000000000e-01, -9e999, 'it''s', NULL))");
 }
 
 TEST_F(FilterTest, RowsAreFoundWithoutTheFeedsAndInTheOrderOfAnIndexWherePossible) {
