@@ -4,6 +4,7 @@
 #include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
+#include "Waiting.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -160,7 +161,7 @@ TEST_F(Headless, APodcastIsUsedByLines) {
         EXPECT_TRUE(answer.contains(part)) << line.toStdString() << ": " << answer.toStdString();
     }
     QString tasks;
-    while (program.state() == QProcess::Running && !tasks.contains("'refresh':[{")) tasks = answerTo("tasks");
+    EXPECT_TRUE(tests::WaitUntil([&] { return (tasks = answerTo("tasks")).contains("'refresh':[{"); }));
     EXPECT_TRUE(tasks.contains("'caption':'Tides'") && tasks.contains(feed)) << tasks.toStdString();
     program.closeWriteChannel();
     EXPECT_EQ(tests::Finish(program).Status, 0);

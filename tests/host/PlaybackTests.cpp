@@ -213,6 +213,9 @@ TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
         for (const HeardFile& one : again.Begun()) begun += one.Address;
         EXPECT_EQ(begun, (QStringList{u"d"_s, u"a"_s, u"b"_s}));
         EXPECT_EQ(again.UpNext().size(), 2);
+        QFile::remove(name);
+        positions.Save();
+        EXPECT_FALSE(QFile::exists(name)) << "nothing has changed";
     }
 }
 

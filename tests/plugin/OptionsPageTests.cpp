@@ -191,6 +191,9 @@ TEST_F(OptionsPageTest, MovesTheFocusThroughThePageAndOutOfIt) {
 TEST_F(OptionsPageTest, HandlesTheMnemonicsOfItsControls) {
     On<QCheckBox>("CB1").setText("&Start");
     On<QLabel>("L1").setText("&Folder && file");
+    On<QGroupBox>("GB1").setTitle("&Group");
+    EXPECT_EQ(Frame->HandleDialogChar(u'g', 0), kTrue);
+    EXPECT_EQ(Focused(), "cbUpdates") << "the first control of the group";
     EXPECT_EQ(Frame->HandleDialogChar(u's', 0), kTrue);
     EXPECT_TRUE(On<QCheckBox>("CB1").isChecked());
     EXPECT_EQ(Frame->HandleDialogChar(u'F', 0), kTrue);
