@@ -12,8 +12,8 @@ namespace {
 
 TEST(Text, SurvivesConversionToBytesAndBack) {
     const QString high(QChar(0xD83C)), low(QChar(0xDF99));
-    for (const QString& text : {QString("\uFEFF\u00E9\u0416\u20AC\uFFFD\uFFFF"), QString("\uFEFFx"), high, low,
-                                QString(low + high), QString(high + u"x" + low), QString(high + high + low)}) {
+    for (const QString& text : {QStringLiteral("\uFEFF\u00E9\u0416\u20AC\uFFFD\uFFFF"), QStringLiteral("\uFEFFx"), high,
+                                low, QString(low + high), QString(high + u"x" + low), QString(high + high + low)}) {
         const std::string bytes = ToUtf8(text);
         EXPECT_EQ(FromUtf8(bytes), text) << bytes;
         EXPECT_TRUE(EqualsUtf8(text, bytes)) << bytes;
