@@ -42,12 +42,17 @@ protected:
 TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     const Ref<Playlist> list = Host.Playlists().Create("P", true);
     list->Add({"episode://a", "/music/b.mp3", "episode://c", "episode://gone", "episode://d", "episode://d"});
+    EXPECT_EQ(Host.Player().Play(MakeString("episode://playing").Get(), nullptr), S_OK);
     ASSERT_TRUE(Settle());
     list->Select({2, 4});
     list->FocusEntry(2);
     Moving->Move("episode://a", "episode://a2");
     Moving->Move("episode://c", "episode://a2");  // two entries have become the same episode
+    Moving->Move("episode://playing", "episode://moved");
     ASSERT_TRUE(Change());
+    Ref<IVEXAFileInfo> playing;
+    EXPECT_EQ(Host.Player().GetInfo(playing.Put()), S_OK);
+    EXPECT_EQ(TextOf(playing.Get(), IVEXAFileInfo::FileName), "episode://moved");
     // A file that was in the list twice is still there twice.
     EXPECT_EQ(Files(*list),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d", "episode://d"}));
@@ -65,7 +70,7 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     ASSERT_TRUE(WaitUntil([&] { return !next.Playlists().IsBusy(*again); }));
     EXPECT_EQ(Files(*again),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
-    EXPECT_EQ(Moving->AskedSince(), 2) << "the count up to which moves were followed";
+    EXPECT_EQ(Moving->AskedSince(), 3) << "the count up to which moves were followed";
 }
 
 TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
