@@ -4,6 +4,7 @@
 #include "VEXA.Runtime.Version.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <thread>
 
@@ -169,6 +170,9 @@ TEST_F(Http, SendsItsNameCompressesOnlyDocumentsAndKeepsAConnectionPerThread) {
     }
     EXPECT_EQ(connections, (std::vector{1, 1, 1, 2}));
     EXPECT_EQ(compressed, (std::vector{1, 0, 0, 0}));
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0) << "it is blocked only during a transfer";
 }
 
 TEST_F(Http, ReportsWhereRedirectsLedAndWhichArePermanent) {
