@@ -18,9 +18,9 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
       FDB(std::make_unique<TPodcastsDB>(dbFileName)),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
-      FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
-      FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })) {
+      FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })),
+      FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)) {
     OptionsChanged();
 }
 

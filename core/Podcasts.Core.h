@@ -298,7 +298,6 @@ private:
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
     std::unique_ptr<TPodcastClientQueue> FDownloadQueue;
-    std::unique_ptr<TPodcastKeptQueue> FKeptQueue;
     std::unique_ptr<TPodcastClientOptions> FOptions;
     std::unique_ptr<vexa::Timer> FUpdateTimer;
     TPodcastOutcomes<TPodcastRefreshOutcome> FRefreshOutcomes;
@@ -315,6 +314,7 @@ private:
     bool FIsBeingDestroyed = false;
 
     vexa::LinkSource<TPodcastClient> FLinks{this};
+    std::unique_ptr<TPodcastKeptQueue> FKeptQueue;  // ends first: it waits until everything is written
 };
 
 }  // namespace podcasts
