@@ -218,4 +218,7 @@ TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
                             IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID})
         EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
     EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
+    std::int32_t major = 0;
+    EXPECT_EQ(Query<IVEXASdkVersion>(static_cast<IVEXACore*>(&Host.PluginCore()))->GetSdkVersion(&major, nullptr),
+              E_POINTER);
 }

@@ -12,6 +12,7 @@ TEST(Streams, ADeviceIsReadWrittenAndResizedThroughItsStream) {
     QBuffer device;
     ASSERT_TRUE(device.open(QIODevice::ReadWrite));
     const auto stream = TVEXAStreamAdapter::Create(&device, TVEXAStreamAdapter::Ownership::Borrowed);
+    EXPECT_EQ(stream->QueryInterface(IVEXAStream::IID, nullptr), E_POINTER);
     std::uint32_t written = 0;
     EXPECT_EQ(stream->Write("0123456789", 10, &written), S_OK);
     EXPECT_EQ(written, 10u);

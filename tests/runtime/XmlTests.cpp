@@ -95,11 +95,12 @@ TEST(Xml, RecoversADamagedDocumentThatIsNotTruncated) {
         {"<r><t>&nbsp;&nosuch; &amp; <3 &#233;</t></r>", "r(| t(|\u00A0&nosuch; & <3 \u00E9))"},
         {"<r><t a='x < y & z' a='again'>]]><3</t></r>", "r(| t(x < y & z|]]><3))"},
         {"<r><t><![CDATA[<p>a]]>b</p>]]></t><u>c</u></r>", "r(| t(|<p>ab</p>]]>) u(|c))"},
+        {"<r><t>a<![CDATA[]]><3</t></r>", "r(| t(|a<3))"},
         {"<r><t>Hello<br>world<p>x</t><u>c</u></r>", "r(| t(|Hello br(|world p(|x))) u(|c))"},
         {"<r><item><t>1</t><item><t>2</t></item></item></x></r>", "r(|</item></x> item(| t(|1)) item(| t(|2)))"},
         {"<r><item><t>1<item><t>2</t></r>", "r(| item(| t(|1)) item(| t(|2)))"},
         {"<b>Warning</b><br><?xml version='1.0'?><r><t>1</u></t></r>", "r(| t(|1</u>))"},
-        {"<!DOCTYPE r [<!ENTITY e 'no'><!-- don't ]> -->]><r>&e;</x></r><!-- </r> --> \n", "r(|&e;</x>)"},
+        {"<!DOCTYPE r [<!ENTITY e 'no]><x>'><!-- don't ]> -->]><r>&e;</x></r><!-- </r> --> \n", "r(|&e;</x>)"},
         {QByteArray("<r>a</x></r>\0\0", 14), "r(|a</x>)"},
         {"<r><t>see </r> there</t></r>", "r(| t(|see </r> there))"},
     };
