@@ -95,8 +95,11 @@ TEST_F(PlaybackTest, AnEpisodeResumesWhereItWasLeftUntilItIsHeard) {
     Player->Seek(20);
     ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.3; }));
     EXPECT_NEAR(Player->Duration(), 30, 0.01);
+    int changes = 0;
+    QObject::connect(&*Player, &Playback::CurrentChanged, [&] { ++changes; });
     Player->Stop();
     EXPECT_EQ(Player->Current().Address, QString());
+    EXPECT_EQ(changes, 1) << "nobody is told that nothing plays";
 
     Open();
     ASSERT_EQ(Player->SavedPositions().Begun().size(), 1u);
