@@ -276,6 +276,7 @@ TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
                    [&](QWidget& dialog) {
                        auto& files = Find<QCheckBox>(dialog, "cbDeleteCachedFiles");
                        EXPECT_EQ(files.width(), files.sizeHint().width()) << "a click beside its text would tick it";
+                       EXPECT_TRUE(Find<QPushButton>(dialog, "btnOK").isDefault());
                        if (box) files.click();
                        Click(Find<QPushButton>(dialog, button));
                    });

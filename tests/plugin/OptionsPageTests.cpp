@@ -130,6 +130,7 @@ TEST_F(OptionsPageTest, ReplacesTheSelectionByAMacro) {
     ASSERT_EQ(menu.actions().size(), TPodcastInfoFormatString::Instance().Macros().size());
     QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().last()).center());
     EXPECT_EQ(edit.text(), "a/%FeedTitle%/e");
+    EXPECT_EQ(Focused(), "edDownloadPath") << "to type on";
 }
 
 TEST_F(OptionsPageTest, UsesTheFolderThatTheUserChooses) {

@@ -39,6 +39,7 @@ TEST(Xml, TakesTheEncodingFromTheMarkThenTheDeclarationThenTheTransport) {
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "iso-8859-1", euro},
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "Shift_JIS", euro},
         {"<r>plain</r>", "IBM037", "plain"},
+        {"<r>" + QByteArray(100'000, '\xEF') + "</r>", "windows-1251", QString(100'000, u'\u043F')},
         {"<?xml version='1.0' encoding='windows-1251'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<r>\x1B$B%F\x1B(B</r>", "ISO-2022-JP", "\u30C6"},
         // In UTF-8 with errors, only the invalid bytes are lost, one at a time.
