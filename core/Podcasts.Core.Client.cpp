@@ -18,10 +18,10 @@ TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
       FDB(std::make_unique<TPodcastsDB>(dbFileName)),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
-      FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)),
       FUndoLog(std::make_unique<TPodcastUndoLog>()),
       FOptions(std::make_unique<TPodcastClientOptions>([this](TPodcastClientOptions&) { OptionsChanged(); })),
-      FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })) {
+      FUpdateTimer(std::make_unique<vexa::Timer>(FClocks.Interval, [this] { RefreshFeedsIfDue(); })),
+      FKeptQueue(std::make_unique<TPodcastKeptQueue>(*FDB)) {
     OptionsChanged();
 }
 
@@ -32,14 +32,6 @@ TPodcastClient::~TPodcastClient() {
     FIsBeingDestroyed = true;
     vexa::WorkerPool::Cancel(FLastRefreshTask, true);
     vexa::WorkerPool::Cancel(FLastDownloadTask, true);
-    FKeptQueue.reset();
-    FDownloadQueue.reset();
-    FUpdateTimer.reset();
-    FRefreshQueue.reset();
-    FListeners.reset();
-    FUndoLog.reset();
-    FDB.reset();
-    FOptions.reset();
 }
 
 void TPodcastClient::RefreshFeeds() {

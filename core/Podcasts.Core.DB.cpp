@@ -143,17 +143,15 @@ void TPodcastsDB::InitializeTables() {
 void TPodcastsDB::UpgradeFirstLayout() {
     const std::vector<std::string> columns = TableColumns(kEpisodes.Name);
     if (columns.empty() || Contains(columns, "GUID")) return;
-    RunInTransaction([this] {
-        ExecuteSQL("ALTER TABLE PodcastEpisodes RENAME TO PodcastEpisodes_old;");
-        ExecuteSQL(SqlBuilder().CreateTable(kEpisodes.Name, kEpisodes.Columns, kEpisodes.Constraint));
-        // List the columns by name, since the new table may have more of them.
-        ExecuteSQL(
-            "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, Description, Artist, URL, URLAudio, "
-            "URLAudioCached, PublishDate, Duration, State, Format) "
-            "SELECT MakeURI(URLAudio), FeedID, ID, Title, Description, Artist, URL, URLAudio, URLAudioCached, "
-            "PublishDate, Duration, State, MakeFormat(URLAudio) FROM PodcastEpisodes_old GROUP BY URLAudio;");
-        ExecuteSQL("DROP TABLE PodcastEpisodes_old;");
-    });
+    ExecuteSQL("ALTER TABLE PodcastEpisodes RENAME TO PodcastEpisodes_old;");
+    ExecuteSQL(SqlBuilder().CreateTable(kEpisodes.Name, kEpisodes.Columns, kEpisodes.Constraint));
+    // List the columns by name, since the new table may have more of them.
+    ExecuteSQL(
+        "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, Description, Artist, URL, URLAudio, "
+        "URLAudioCached, PublishDate, Duration, State, Format) "
+        "SELECT MakeURI(URLAudio), FeedID, ID, Title, Description, Artist, URL, URLAudio, URLAudioCached, "
+        "PublishDate, Duration, State, MakeFormat(URLAudio) FROM PodcastEpisodes_old GROUP BY URLAudio;");
+    ExecuteSQL("DROP TABLE PodcastEpisodes_old;");
 }
 
 }  // namespace podcasts

@@ -263,7 +263,7 @@ protected:
 private:
     friend TPodcastRemovedFeed;
     bool IsLayoutComplete();
-    /// Upgrades an episode table of the first layout, in which the column GUID was called ID.
+    /// Upgrades an episode table of the first layout, in which the column GUID was called ID; inside a transaction.
     void UpgradeFirstLayout();
     void StoreFeedRow(TPodcastFeed& feed);
     /// A merge notes its document at its end, in its transaction. Everything else that writes rows forgets the note.

@@ -26,6 +26,8 @@ using Row = TPodcastStoredEpisodes::Row;
 
 namespace {
 
+constexpr int kNoRow = -1;
+
 QString URIOf(const TPodcastEpisode& episode, const TPodcastFeed& document) {
     return HasAudio(episode) ? EpisodeURI(episode, document) : QString();
 }
@@ -65,7 +67,7 @@ private:
         FOwners.reserve(static_cast<qsizetype>(episodes.size()));
         for (const auto& episode : episodes) {
             const QString uri = URIOf(*episode, FDocument);
-            FMatches.push_back({episode.get(), uri, -1, {}});
+            FMatches.push_back({episode.get(), uri, kNoRow, {}});
             FOwners.insert(uri, FMatches.size() - 1);
         }
         FItemOf.resize(FMatches.size());
@@ -152,10 +154,10 @@ private:
         return *index;
     }
 
-    /// The row that has the episode's URI, if it is free; else −1.
+    /// The row that has the episode's URI, if it is free.
     int RowOfURI(std::size_t match) {
         const int row = FStored.FindURI(vexa::ToUtf8(FMatches[match].URI));
-        return row >= 0 && IsFree(row) ? row : -1;
+        return row >= 0 && IsFree(row) ? row : kNoRow;
     }
 
     /// The order in which to prefer rows: first the row whose URI the episode will have, then a row whose address does
@@ -202,10 +204,10 @@ private:
                    ((is.Date != 0 && row.Date == is.Date) || row.GUID == is.GUID);
         };
         if (own >= 0 && isSame(ComparedRow(own))) return own;
-        if (is.Address.empty()) return -1;
+        if (is.Address.empty()) return kNoRow;
         const int byDate =
             is.Date == 0
-                ? -1
+                ? kNoRow
                 : Index(FByAddressTitleDate, [](const Compared& row) {
                       return row.Address.empty() ? std::nullopt : std::optional(Key{row.Address, row.Title, row.Date});
                   }).Last({is.Address, is.Title, is.Date}, FTaken);
@@ -222,13 +224,13 @@ private:
 
     int SameAddressAndGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Address.empty() || !IsUniqueGUID(is.GUID)) return -1;
+        if (is.Address.empty() || !IsUniqueGUID(is.GUID)) return kNoRow;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int row) { return ComparedRow(row).Address == is.Address; });
     }
 
     int SameGUID(std::size_t match) {
         const Compared& is = Of(match);
-        if (!IsUniqueGUID(is.GUID)) return -1;
+        if (!IsUniqueGUID(is.GUID)) return kNoRow;
         return BestOf(ByGUID(), {is.GUID}, match, [&](int index) {
             // Some publishers use one GUID for all episodes, so if everything else differs it is a new episode.
             const Compared& row = ComparedRow(index);
@@ -240,7 +242,7 @@ private:
 
     int SameTitleAndDate(std::size_t match) {
         const Compared& is = Of(match);
-        if (is.Date == 0 || DocumentCounts().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return -1;
+        if (is.Date == 0 || DocumentCounts().TitlesAndDates.at({is.Title, {}, is.Date}) != 1) return kNoRow;
         RowIndex& index = Index(FByTitleAndDate, [](const Compared& row) {
             return row.Date == 0 ? std::nullopt : std::optional(Key{row.Title, {}, row.Date});
         });
@@ -257,7 +259,7 @@ private:
     int SameAddressAndAnotherValue(std::size_t match) {
         // An address alone is not enough, because some publishers always put the newest episode at the same address.
         const Compared& is = Of(match);
-        if (is.Address.empty()) return -1;
+        if (is.Address.empty()) return kNoRow;
         if (const int own = RowOfURI(match); own >= 0) {
             const Compared& row = ComparedRow(own);
             const bool isSame = row.Address == is.Address &&
@@ -280,15 +282,15 @@ private:
         });
         return std::max({byGUID.Last({is.Address, {}, 0, is.GUID}, FTaken),
                          byTitle.Last({is.Address, is.Title}, FTaken),
-                         is.Date == 0 ? -1 : byDate.Last({is.Address, {}, is.Date}, FTaken)});
+                         is.Date == 0 ? kNoRow : byDate.Last({is.Address, {}, is.Date}, FTaken)});
     }
 
     int SameTitle(std::size_t match) {
         // Short lists without dates may have new episodes with the same titles every day.
         constexpr std::size_t kMinItems = 5;
         const Compared& is = Of(match);
-        if (FDocument.Episodes().size() < kMinItems || is.Title.empty()) return -1;
-        if (DocumentCounts().Titles.at(is.Title) != 1) return -1;
+        if (FDocument.Episodes().size() < kMinItems || is.Title.empty()) return kNoRow;
+        if (DocumentCounts().Titles.at(is.Title) != 1) return kNoRow;
         if (FRowsOfTitle.empty()) {
             for (int row = 0; row < static_cast<int>(FRows.size()); ++row) {
                 auto& [count, last] = FRowsOfTitle[ComparedRow(row).Title];
@@ -297,15 +299,15 @@ private:
             }
         }
         const auto found = FRowsOfTitle.find(is.Title);
-        if (found == FRowsOfTitle.end() || found->second.first != 1) return -1;
+        if (found == FRowsOfTitle.end() || found->second.first != 1) return kNoRow;
         const int row = found->second.second;
         const bool isUndated = is.Date == 0 || ComparedRow(row).Date == 0;
-        return IsFree(row) && isUndated && !IsUniqueGUID(ComparedRow(row).GUID) ? row : -1;
+        return IsFree(row) && isUndated && !IsUniqueGUID(ComparedRow(row).GUID) ? row : kNoRow;
     }
 
     template <class Accepts>
     int BestOf(RowIndex& index, const Key& key, std::size_t match, Accepts accepts) {
-        int best = -1;
+        int best = kNoRow;
         for (int row = index.Last(key, FTaken); row >= 0; row = index.Next(row))
             if (IsFree(row) && accepts(row) && (best < 0 || Preference(row, match) > Preference(best, match)))
                 best = row;

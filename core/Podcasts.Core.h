@@ -326,7 +326,6 @@ private:
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
     std::unique_ptr<TPodcastClientQueue> FDownloadQueue;
-    std::unique_ptr<TPodcastKeptQueue> FKeptQueue;
     std::unique_ptr<TPodcastUndoLog> FUndoLog;
     std::unique_ptr<TPodcastClientOptions> FOptions;
     std::unique_ptr<vexa::Timer> FUpdateTimer;
@@ -344,6 +343,7 @@ private:
     bool FIsBeingDestroyed = false;
 
     vexa::LinkSource<TPodcastClient> FLinks{this};
+    std::unique_ptr<TPodcastKeptQueue> FKeptQueue;  // ends first: it waits until everything is written
 };
 
 }  // namespace podcasts

@@ -186,7 +186,6 @@ bool HttpTransfer::Prepare(CURL* easy) {
     // The desktop or an administrator may name other authorities; OpenSSL and curl's own tool read the same variable.
     if (const char* authorities = std::getenv("SSL_CERT_FILE")) Set(CURLOPT_CAINFO, authorities);
     Set(CURLOPT_PROTOCOLS_STR, "http,https");
-    Set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     Set(CURLOPT_FOLLOWLOCATION, 1L);
     Set(CURLOPT_MAXREDIRS, static_cast<long>(kMaxRedirects));
     Set(CURLOPT_NOSIGNAL, 1L);

@@ -39,7 +39,7 @@ bool IsIPv4(QStringView host) {
 /// Whether a label has the form of a top-level domain: letters of any script, or the ASCII form of such letters
 /// (RFC 5890: "xn--p1ai").
 bool IsTopLevel(QStringView label) {
-    if (label.startsWith(u"xn--", Qt::CaseInsensitive)) return label.size() > 4;
+    if (label.startsWith(u"xn--", Qt::CaseInsensitive)) return true;
     return label.size() >= 2 && std::all_of(label.begin(), label.end(), [](QChar c) { return c.isLetter(); });
 }
 

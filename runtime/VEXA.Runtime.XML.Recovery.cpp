@@ -202,8 +202,7 @@ public:
     }
 
     static xmlSAXHandler Handler() {
-        xmlSAXHandler handler{};
-        handler.initialized = 1;  // the interface without namespaces
+        xmlSAXHandler handler{};  // not marked as initialized for SAX 2, so without namespaces
         handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) noexcept {
             static_cast<TreeBuilder*>(self)->Start(name, attributes);
         };

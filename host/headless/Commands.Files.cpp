@@ -10,8 +10,8 @@ namespace vexa::host::commands {
 namespace {
 
 QString FormatName(std::int32_t format) {
-    static constexpr const char* kNames[] = {"unknown", "BMP", "JPEG", "PNG", "GIF", "WebP", "SVG"};
-    return QString::fromLatin1(format >= 0 && format < std::int32_t{std::size(kNames)} ? kNames[format] : "other");
+    static const QStringList names{"unknown", "BMP", "JPEG", "PNG", "GIF", "WebP", "SVG"};
+    return names.value(format, QStringLiteral("other"));
 }
 
 QJsonObject DecoderAnswer(const AudioDecoderService::Answer& answer) {

@@ -76,9 +76,7 @@ LanguageFile LanguageFile::Load(const QString& fileName) {
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error(
             QString(u"cannot read the language file " + fileName + u": " + file.errorString()).toStdString());
-    QString text = QString::fromUtf8(file.readAll());
-    if (text.startsWith(QChar(0xFEFF))) text.remove(0, 1);
-    return LanguageFile(text, fileName);
+    return LanguageFile(QString::fromUtf8(file.readAll()), fileName);  // without a mark at the beginning
 }
 
 std::optional<QStringList> LanguageFile::Find(const QString& keyPath) const {

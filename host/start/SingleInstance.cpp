@@ -97,12 +97,12 @@ bool SingleInstance::AcquireNames() {
 }
 
 bool SingleInstance::AcquireSocket() {
-    // The lock decides who is the first: a socket may be left over from an instance that crashed.
+    // The lock decides who is the first: a socket may be left over from an instance that crashed. Listening with an
+    // access option replaces it.
     const QString socket = SocketOf(FProfileHash);
     FLock = std::make_unique<QLockFile>(socket + u".lock");
     FLock->setStaleLockTime(0);
     if (!FLock->tryLock(0)) return FLock->error() != QLockFile::LockFailedError;
-    QLocalServer::removeServer(socket);
     FServer.setSocketOptions(QLocalServer::UserAccessOption);
     FServer.listen(socket);
     return true;

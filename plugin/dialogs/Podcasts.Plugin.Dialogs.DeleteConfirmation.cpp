@@ -76,7 +76,6 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
         return button;
     };
     auto* const btnOK = newButton("btnOK", "CommonDialogs\\B1");
-    btnOK->setDefault(true);
     auto* const btnCancel = newButton("btnCancel", "CommonDialogs\\B2");
     btnCancel->setAutoDefault(false);
     connect(btnOK, &QPushButton::clicked, this, &QDialog::accept);

@@ -86,40 +86,6 @@ TEST_F(Crashes, SeveralThatSubscribeToOneFeedAtOnceStoreItOnce) {
     EXPECT_EQ(Episodes().size(), 3);
 }
 
-TEST_F(Crashes, ARefreshKilledAtAnyInstantLosesNothingThatWasCommitted) {
-    const FolderServer server;
-    int count = 100, marks = 0;
-    const auto writeFeeds = [&]() -> QString {
-        const QString token = "?t=" + QString::number(count);  // all addresses change
-        return WriteFeed(server, "A", count, 1, token) + ' ' + WriteFeed(server, "B", count, 1, token);
-    };
-    const QStringList addresses = writeFeeds().split(' ');
-    ASSERT_EQ(Run("subscribe " + addresses.join(' ')).Status, 0);
-    QStringList keys = Keys();
-    KillAtRandom(
-        "refresh",
-        [&] {
-            if (marks == 20) {  // so that the feeds do not grow for ever
-                for (const QString& address : addresses) EXPECT_EQ(Run("unsubscribe " + address).Status, 0);
-                count = 100, marks = 0;
-                EXPECT_EQ(Run("subscribe " + writeFeeds()).Status, 0);
-                keys = Keys();
-            }
-            count += 20;
-            writeFeeds();
-            EXPECT_EQ(Run("mark postponed " + keys[marks++]).Status, 0);
-        },
-        [&] {
-            ExpectSound(1);
-            EXPECT_EQ(Rows("SELECT 1 FROM PodcastEpisodes WHERE State = 2").size(), marks);
-            // A feed is stored whole or not at all.
-            const QString parts = "SELECT FeedID FROM PodcastEpisodes GROUP BY FeedID HAVING Count(*) % 20 <> 0";
-            EXPECT_EQ(Rows(parts), QStringList());
-        });
-    EXPECT_EQ(Run("refresh").Status, 0);
-    EXPECT_EQ(Episodes().size(), 2 * count);
-}
-
 TEST_F(Crashes, ADownloadKilledAtAnyInstantRecordsNoFileThatIsNotWhole) {
     constexpr int size = 600'000;
     const FolderServer server;
@@ -140,25 +106,6 @@ TEST_F(Crashes, ADownloadKilledAtAnyInstantRecordsNoFileThatIsNotWhole) {
     EXPECT_EQ(Run("download " + keys.join(' ')).Status, 0);
     ExpectSound(size);
     EXPECT_EQ(Run("check-files").Out, "every downloaded file is there\n");
-}
-
-TEST_F(Crashes, AMarkKilledAtAnyInstantIsMadeOnAllItsEpisodesOrOnNone) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 60)).Status, 0);
-    const QStringList keys = Keys(), marked = keys.mid(1);
-    KillAtRandom(
-        "mark listened " + marked.join(' '),
-        [&] {
-            EXPECT_EQ(Run("mark new " + marked.join(' ')).Status, 0);
-            EXPECT_EQ(Run("mark postponed " + keys[0]).Status, 0);
-        },
-        [&] {
-            ExpectSound(0);
-            const QStringList states = Rows("SELECT State, Count(*) FROM PodcastEpisodes GROUP BY State");
-            EXPECT_TRUE(states == QStringList({"0|59", "2|1"}) || states == QStringList({"1|59", "2|1"}));
-        });
-    EXPECT_EQ(Run("mark listened " + marked.join(' ')).Status, 0);
-    EXPECT_EQ(Keys("--state listened"), marked);
 }
 
 TEST_F(Crashes, AnUnsubscriptionKilledAtAnyInstantIsWholeOrHasOnlyLostFiles) {
@@ -185,25 +132,6 @@ TEST_F(Crashes, AnUnsubscriptionKilledAtAnyInstantIsWholeOrHasOnlyLostFiles) {
             EXPECT_EQ(Rows(other), before);
             EXPECT_EQ(Rows("SELECT 1 FROM PodcastEpisodes").size(), isSubscribed() ? 203 : 3);
         });
-}
-
-TEST_F(Crashes, AChangeOfAnOptionKilledAtAnyInstantIsWholeAndStopsNoOther) {
-    const QString settings = Profile.File("Settings.ini");
-    QString others;
-    KillAtRandom(
-        "options CheckUpdates 3",
-        [&] {
-            EXPECT_EQ(Run("options CheckUpdates 1").Status, 0);
-            others = ReadWhole(settings);
-        },
-        [&] {
-            const QString now = ReadWhole(settings);
-            EXPECT_TRUE(now == others || now == QString(others).replace("CheckUpdates=1", "CheckUpdates=3"))
-                << now.toStdString();
-        });
-    EXPECT_EQ(Run("options CheckUpdates 2").Status, 0);
-    EXPECT_EQ(Run("options CheckUpdates").Out, "2\n");
-    EXPECT_EQ(QDir(Profile.Path()).entryList({"Settings*"}, QDir::Files | QDir::Hidden), QStringList("Settings.ini"));
 }
 
 TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
@@ -292,28 +220,6 @@ TEST_F(Crashes, TwoProgramsThatDoEverythingAtOnceLoseNoUpdateOfEachOther) {
     ExpectSound(100);
     EXPECT_GT(std::min(done[0], done[1]), 0);
     std::cout << done[0] << " + " << done[1] << " commands, busy " << busy[0] << " + " << busy[1] << std::endl;
-}
-
-TEST_F(Crashes, AnUpgradeKilledAtAnyInstantIsDoneByTheNextStart) {
-    const QString file = Profile.File("Podcasts.db"), old = Files.File("Old.db");
-    PlainSqlite(old).Run(QByteArray(kFirstLayout) +
-                         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
-                         "INSERT INTO PodcastEpisodes SELECT 1, 'g' || i, 'Title ' || i, hex(zeroblob(200)), '', '', "
-                         "'http://h/' || i || '.mp3', '', 45000 + i, 60, i % 3 FROM n");
-    KillAtRandom(
-        "feeds",
-        [&] {
-            for (const QString& suffix : QStringList{"", "-wal", "-shm"}) QFile::remove(file + suffix);
-            ASSERT_TRUE(QFile::copy(old, file));
-        },
-        [&] {
-            EXPECT_EQ(Run("feeds").Status, 0);
-            ExpectSound(0);
-            constexpr char sums[] =
-                "SELECT Count(*), Sum(State), Count(DISTINCT GUID), Sum(Format GLOB 'MP3'), "
-                "Sum(URI = 'podcast://h/' || substr(GUID, 2) || '.mp3') FROM PodcastEpisodes";
-            EXPECT_EQ(Rows(sums), QStringList("5000|5001|5000|5000|5000"));
-        });
 }
 
 }  // namespace

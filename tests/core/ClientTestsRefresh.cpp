@@ -287,16 +287,20 @@ TEST_F(ClientRefresh, AServerThatDoesNotAnswerInTimeIsAskedAgainAtTheEnd) {
     vexa::SetHttpTimeouts(timeouts);
     Client->RefreshFeeds({Server.Url("/b"), Server.Url("/a")});
     ASSERT_TRUE(WaitForRequest("/a"));
-    Server.Serve("/a", answer);  // for the second attempt
-    ASSERT_TRUE(WaitForTasks());
     vexa::SetHttpTimeouts({});
-    EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /a|feed /b");
-    EXPECT_EQ(Server.Count("/a"), 2);
+    Server.Serve("/a", answer.With(Fault::Wait));  // for the second attempt
+    ASSERT_TRUE(tests::WaitUntil([&] { return Server.Count("/a") == 2; }));
+    Client->RefreshFeeds({Server.Url("/c")});
+    ASSERT_TRUE(tests::WaitUntil([&] { return Heard->Events.contains("feed /c"); }));
+    Server.Release("/a");
+    ASSERT_TRUE(WaitForTasks());
+    EXPECT_EQ(Heard->Events.filter("feed ").join('|'), "feed /a|feed /b|feed /c");
+    EXPECT_EQ(Server.Count("/a"), 2) << "a feed queued meanwhile leaves the second attempt alone";
     EXPECT_EQ(EpisodeCount("/a"), 1);
     const auto outcomes = Client->RefreshOutcomes().From();
-    ASSERT_EQ(outcomes.size(), 2u);
-    EXPECT_EQ(outcomes[1].FeedURL, Server.Url("/a"));
-    EXPECT_EQ(outcomes[1].NewEpisodes.size(), 1);
+    ASSERT_EQ(outcomes.size(), 3u);
+    EXPECT_EQ(outcomes[2].FeedURL, Server.Url("/a"));
+    EXPECT_EQ(outcomes[2].NewEpisodes.size(), 1);
 }
 
 TEST_F(ClientRefresh, NotifiesEveryListenerEvenIfOneLeavesAndOneThrows) {

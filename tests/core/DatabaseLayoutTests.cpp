@@ -137,6 +137,9 @@ TEST_F(DatabaseLayout, ANewerLayoutIsRefusedAndNotChanged) {
             << error.toStdString();
         EXPECT_EQ(ReadWhole(File), before);
     }
+    WriteWhole(File, QByteArray(4096, 'x'));
+    const QString error = ErrorOf([&] { Open(); });
+    EXPECT_TRUE(error.endsWith(u"; move the file away, or name another profile folder")) << error.toStdString();
 }
 
 TEST_F(DatabaseLayout, ManyOpenANewOrAnOldFileAtOnce) {

@@ -193,6 +193,9 @@ TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {
     }
     EXPECT_LE(DB.GetFeedID("HTTP://h/feed.xml"), 0);
     DB.Remove("HTTP://h/feed.xml");
+    TPodcastFeed nameless;
+    AddEpisode(nameless, "z", "http://h/z.mp3");
+    EXPECT_FALSE(DB.Merge(nameless).IsSubscribed) << "a feed without an address is none that is stored";
     const QStringList keys = {"",          "podcast://H/feed.xml/a.mp3", MakeEpisodeKey(1, "A"), MakeEpisodeKey(2, "a"),
                               u"\u0001"_s, u"\u0001x\u0001a"_s};
     for (const QString& key : keys) {

@@ -32,6 +32,7 @@ struct Entry {
     double Date = 0;
 
     bool HasGUID(const QString& guid) const { return Compared(GUID) == Compared(guid); }
+    bool HasTitle() const { return !Title.isEmpty(); }
     bool HasTitleOf(const Entry& other) const { return Title.trimmed() == other.Title.trimmed(); }
     bool HasAddressOf(const Entry& other) const {
         return !Compared(Audio).isEmpty() && Compared(Audio) == Compared(other.Audio);
@@ -239,11 +240,12 @@ private:
                        std::count_if(FDocument.begin(), FDocument.end(),
                                      [&](auto& e) { return e.HasTitleOf(entry) && e.Date == entry.Date; }) == 1;
             case 5:
-                return entry.HasAddressOf(row) && (isSameGUID || entry.HasTitleOf(row) || entry.HasDateOf(row)) &&
-                       !rowTells;
+                return entry.HasAddressOf(row) && !rowTells &&
+                       (isSameGUID || (entry.HasTitle() && entry.HasTitleOf(row)) || entry.HasDateOf(row));
             default: {
                 const auto hasTitle = [&](const Entry& e) { return e.HasTitleOf(entry); };
-                return entry.HasTitleOf(row) && std::count_if(FDocument.begin(), FDocument.end(), hasTitle) == 1 &&
+                return entry.HasTitle() && entry.HasTitleOf(row) &&
+                       std::count_if(FDocument.begin(), FDocument.end(), hasTitle) == 1 &&
                        std::count_if(Rows.begin(), Rows.end(), [&](auto& r) { return hasTitle(r.Data); }) == 1 &&
                        (entry.Date == 0 || row.Date == 0) && !rowTells && FDocument.size() >= 5;
             }
@@ -334,7 +336,7 @@ private:
     QString NewGUID() {
         return FHasAlikeGUIDs ? QString("same") : (Chance(6) ? "http://h/g" : "g") + QString::number(Number(30));
     }
-    QString NewTitle() { return "Title " + QString::number(Number(12)); }
+    QString NewTitle() { return Chance(10) ? QString() : "Title " + QString::number(Number(12)); }
     double NewDate() { return FIsUndated || Chance(12) ? 0 : 45000 + Number(9); }
     QString NewAudio() {
         if (Chance(12)) return {};

@@ -44,6 +44,7 @@ TEST(FileNameTemplate, ReplacesMacrosAndFunctionsAndNothingElse) {
     const std::tuple<QString, QString, QString, QString> cases[] = {
         {"T", "http://h/d/show-12.mp3?src=rss", "/m/%FeedTitle%\\%EpisodeFileName%", "/m/T/show-12.mp3"},
         {"T", "http://h/a.mp3?b?c", "/m/%EpisodeFileName%", "/m/a.mp3b"},
+        {"T", "http://h/?a=1", "/m/%EpisodeFileName%x", "/m/x"},
         {"T", "http://h/a?b/c.ogg", "/m/%EpisodeFileName%", "/m/c.ogg"},
         {"T", "", "%EpisodeArtist%-%EpisodeTitle%-%FeedCategory%", "T-T-T"},
         {"T", "", "%EpisodePublishDate%", "2024.05.17 09-05"},

@@ -1,9 +1,13 @@
 // The built program in headless mode, driven by lines as from a script.
 
+#include "LoopbackServer.h"
 #include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
+#include "Waiting.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcessEnvironment>
@@ -87,6 +91,80 @@ TEST_F(Headless, EveryLineIsAnsweredInOrder) {
     }
     EXPECT_EQ(outcome.Answers[5][u"info"][u"FileName"].toString(), "test://a \"b");
     EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[A]\nb=1  2\n\n[Test]\nFinalized=1\nInitialized=1\n");
+}
+
+TEST_F(Headless, APodcastIsUsedByLines) {
+    tests::LoopbackServer server;
+    QByteArray png;
+    QBuffer picture(&png);
+    QImage(3, 2, QImage::Format_RGB32).save(&picture, "PNG");
+    server.Serve("/logo", tests::Response::Of(png, "image/png"));
+    const QString feed = Profile.File("tides.xml"), list = Profile.File("list.opml");
+    WriteWhole(feed,
+               "<rss version='2.0'><channel><title>Tides</title><itunes:image href='" + server.Url("/logo").toUtf8() +
+                   "'/><item><title>One</title><guid>1</guid><itunes:duration>90</itunes:duration>"
+                   "<pubDate>Fri, 17 May 2024 11:05:00 GMT</pubDate><enclosure url='http://h/1.mp3'/></item><item>"
+                   "<title>Two</title><guid>2</guid><enclosure url='http://h/2.mp3'/></item></channel></rss>");
+    const std::pair<QString, QString> rows[] = {
+        // a line, and part of its answer
+        {"load", "'name':'Podcasts'"},
+        {"subscribe " + feed + " none.xml", "'code':'0x00000000','text':'Tides'},{'address':'none.xml','code':'0x8007"},
+        {"storages",
+         "'active':true,'caption':'Podcasts','changes':1,'id':'VEXA.Podcasts.ML.Storage','subscriptions':t"},
+        {"fields 11", "['Title','Artist','Duration','State','PublishDate','URLAudioCached']"},
+        {"tree", "[{'caption':'New (2)','field':'Node','hasChildren':true,'image':4,'standalone':true,'value':'031'}"},
+        {"tree 031", "[{'caption':'(2) Tides','field':'Node','hasChildren':false,'image':3,'standalone':false,"},
+        {"rows --node 031 --sort PublishDate:desc --range 0,1 --fields Title,State,Duration,PublishDate",
+         "[{'Duration':90,'PublishDate':'2024-05-17T11:05:00.000Z','State':'1','Title':'One','shown':{'State':'New'}}"
+         "]"},
+        {"rows --where Duration between 10 100 --fields Title", "[{'Title':'One'}]"},
+        {"rows --where Title in Two|One --sort Title --fields Title", "[{'Title':'One'},{'Title':'Two'}]"},
+        {"rows --where State = 1 --search two --fields Title", "[{'Title':'Two'}]"},
+        {"rows --range 1", "a range is OFFSET,COUNT, such as 0,100"},
+        {"count --where Duration > 60", "'count':1"},
+        {"find podcast://h/1.mp3", "[{'field':'Node','value':'01'},{'field':'Node','value':'04" + feed},
+        {"play podcast://h/2.mp3", "{'file':'podcast://h/2.mp3','ok':true,'source':'http://h/2.mp3'}"},
+        {"info podcast://h/1.mp3", "'Duration':90,'FileName':'podcast://h/1.mp3','Genre':'','Title':'One'"},
+        {"resolve podcast://h/1.mp3", "{'decoder':{'code':'0x80004001'},'hook':'http://h/1.mp3','ok':true"},
+        {"art podcast://h/1.mp3", "'format':'PNG','height':2,'ok':true,'width':3"},
+        {"folder podcast://h/1.mp3", "'canOpen':false"},
+        {"folder podcast://h/1.mp3 open", "the folder of podcast://h/1.mp3 cannot be opened"},
+        {"present podcast://h/1.mp3", "{'moves':0,'ok':true,'present':'podcast://h/1.mp3'}"},
+        {"select --node 031 --files podcast://h/1.mp3 --focus podcast://h/1.mp3", "{'ok':true}"},
+        {"menu 71", "[{'caption':'Mark as','children':[{'caption':'Listened','children':[],'enabled':true,"},
+        {"run VEXA.Podcasts.Actions.MarkAs/1", "{'ok':true}"},
+        {"run VEXA.Podcasts.Actions.MarkAs/7", "the action VEXA.Podcasts.Actions.MarkAs has 3 entries"},
+        {"run nothing", "there is no action nothing"},
+        {"playlist add Mine podcast://h/1.mp3 podcast://h/2.mp3", "'name':'Mine'"},
+        {"playlist select Mine 1", "{'ok':true}"},
+        {"playlist rows Mine", "{'focus':1,'ok':true,'rows':[{'file':'podcast://h/1.mp3','group':'Tides','selected':f"},
+        {"playlists", "[{'active':true,'name':'Mine','smart':false}]"},
+        {"playlist remove Mine", "{'ok':true}"},
+        {"playlist rows Mine", "there is no playlist Mine"},
+        {"cancel 99", "there is no task 99"},
+        {"export " + list, "{'ok':true}"},
+        {"import " + list, "'code':'0x80004004','text':'Tides'"},
+        {"import " + list + u".none", "No such file or directory"},
+        {"select --node 01 04" + feed, "{'ok':true}"},
+        {"run VEXA.Podcasts.Actions.RefreshFeed", "{'ok':true}"},  // of the selected one
+    };
+    QProcess program;
+    Start(program, Options());
+    const auto answerTo = [&](const QString& line) {
+        program.write(line.toUtf8() + '\n');
+        while (!program.canReadLine() && program.waitForReadyRead(tests::kLongest)) {
+        }
+        return QString::fromUtf8(program.readLine()).replace('"', '\'');
+    };
+    for (const auto& [line, part] : rows) {
+        const QString answer = answerTo(line);
+        EXPECT_TRUE(answer.contains(part)) << line.toStdString() << ": " << answer.toStdString();
+    }
+    QString tasks;
+    EXPECT_TRUE(tests::WaitUntil([&] { return (tasks = answerTo("tasks")).contains("'refresh':[{"); }));
+    EXPECT_TRUE(tasks.contains("'caption':'Tides'") && tasks.contains(feed)) << tasks.toStdString();
+    program.closeWriteChannel();
+    EXPECT_EQ(tests::Finish(program).Status, 0);
 }
 
 TEST_F(Headless, AHiddenServiceIsMissingForThePlugin) {

@@ -108,6 +108,7 @@ TEST_F(LibraryFilters, AnInvalidOrderIsRefusedAndResetForgetsEverything) {
     order->Add(Ref<IVEXAString>(item).Get());
     EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, order.Get()), S_OK);
     EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, MakeString("Title").Get()), E_INVALIDARG);
+    EXPECT_EQ(filter->SetValueAsObject(IVEXAMLDataFilter::SortList, filter.Get()), E_INVALIDARG);
     Ref<IVEXAObjectList> read;
     ASSERT_EQ(filter->GetValueAsObject(IVEXAMLDataFilter::SortList, IVEXAObjectList::IID, read.PutVoid()), S_OK);
     EXPECT_EQ(read.Get(), order.Get());

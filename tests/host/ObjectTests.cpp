@@ -127,6 +127,7 @@ TEST(Objects, AListKeepsItsOrderAndRefusesIndexesOutOfRange) {
     EXPECT_EQ(list->Delete(3), E_INVALIDARG);
     EXPECT_EQ(list->Delete(1), S_OK);
     Ref<IVEXAString> text;
+    EXPECT_EQ(list->GetObject(0, IVEXAString::IID, nullptr), E_POINTER);
     EXPECT_EQ(list->GetObject(-1, IVEXAString::IID, text.PutVoid()), E_INVALIDARG);
     EXPECT_EQ(list->GetObject(1, IVEXAString::IID, text.PutVoid()), S_OK);
     EXPECT_EQ(ToQString(text.Get()), "c");
@@ -217,4 +218,7 @@ TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
                             IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID})
         EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
     EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
+    std::int32_t major = 0;
+    EXPECT_EQ(Query<IVEXASdkVersion>(static_cast<IVEXACore*>(&Host.PluginCore()))->GetSdkVersion(&major, nullptr),
+              E_POINTER);
 }

@@ -12,6 +12,7 @@
 #include <optional>
 
 constexpr int kTone = 440;  // Hz
+constexpr int kLoudest = 12000;
 
 /// A WAV file of one tone with 16 bits per sample.
 inline QByteArray MakeTone(double seconds, int rate = 8000, int channels = 1) {
@@ -29,7 +30,7 @@ inline QByteArray MakeTone(double seconds, int rate = 8000, int channels = 1) {
     out << size;
     for (qsizetype i = 0; i < frames; ++i) {
         const double angle = 2 * std::numbers::pi * kTone * static_cast<double>(i) / rate;
-        for (int channel = 0; channel < channels; ++channel) out << static_cast<qint16>(12000 * std::sin(angle));
+        for (int channel = 0; channel < channels; ++channel) out << static_cast<qint16>(kLoudest * std::sin(angle));
     }
     return bytes;
 }

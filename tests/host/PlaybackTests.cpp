@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QProcess>
+#include <QtEndian>
 
 #include <chapterframe.h>
 #include <gst/gst.h>
@@ -94,8 +95,11 @@ TEST_F(PlaybackTest, AnEpisodeResumesWhereItWasLeftUntilItIsHeard) {
     Player->Seek(20);
     ASSERT_TRUE(WaitUntil([&] { return Player->Position() > 20.3; }));
     EXPECT_NEAR(Player->Duration(), 30, 0.01);
+    int changes = 0;
+    QObject::connect(&*Player, &Playback::CurrentChanged, [&] { ++changes; });
     Player->Stop();
     EXPECT_EQ(Player->Current().Address, QString());
+    EXPECT_EQ(changes, 1) << "nobody is told that nothing plays";
 
     Open();
     ASSERT_EQ(Player->SavedPositions().Begun().size(), 1u);
@@ -199,6 +203,8 @@ TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
         positions.Leave(u"c"_s, 99.5, 100);
         positions.Leave(u"d"_s, 5, 0);
         EXPECT_TRUE(positions.SaveInBackground());
+        positions.SetUpNext({u"x"_s});
+        ASSERT_TRUE(WaitUntil([&] { return positions.SaveInBackground(); })) << "the first save has not ended";
         positions.SetUpNext({u"x"_s, u"x"_s});
         EXPECT_NO_THROW(positions.Save());
 
@@ -210,6 +216,9 @@ TEST(PositionsFile, IsRenamedWhenDamagedAndKeepsTheOrderOfListening) {
         for (const HeardFile& one : again.Begun()) begun += one.Address;
         EXPECT_EQ(begun, (QStringList{u"d"_s, u"a"_s, u"b"_s}));
         EXPECT_EQ(again.UpNext().size(), 2);
+        QFile::remove(name);
+        positions.Save();
+        EXPECT_FALSE(QFile::exists(name)) << "nothing has changed";
     }
 }
 
@@ -298,6 +307,19 @@ TEST_F(PlaybackTest, AnOggStreamStartsWhereItWasLeftAndAtItsSpeed) {
     EXPECT_TRUE(Errors.isEmpty());
     EXPECT_TRUE(Warnings.isEmpty());
     EXPECT_TRUE(Heard.isEmpty());
+}
+
+TEST_F(PlaybackTest, TheVolumeGrowsByItsCube) {
+    const QString heard = Profile.File(u"heard"_s);
+    Open(u"capsfilter caps=audio/x-raw,format=S16LE ! filesink location=" + heard);
+    Player->SetVolume(0.5);
+    Player->Play(Tone(u"a.wav"_s, 0.2));
+    ASSERT_TRUE(WaitUntil([&] { return !Heard.isEmpty(); })) << Errors.join(' ').toStdString();
+    const QByteArray samples = ReadWhole(heard);
+    int loudest = 0;
+    for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
+        loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
+    EXPECT_NEAR(loudest, kLoudest / 8, 10);
 }
 
 TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {

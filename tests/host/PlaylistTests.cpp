@@ -100,6 +100,9 @@ TEST_F(Playlists, ASmartPlaylistFollowsItsFilter) {
     const Ref<Playlist> playlist = MakeSmart(1);
     EXPECT_EQ(playlist->Name(), "new");  // the state as users see it
     EXPECT_EQ(playlist->AddFiles(MakeStringList({"x"}).Get(), -1), E_FAIL);
+    Ref<IVEXAPlaylistPreimage> preimage;
+    EXPECT_EQ(playlist->GetValueAsObject(IVEXAPlaylist::Preimage, IVEXAPlaylistPreimage::IID, preimage.PutVoid()),
+              S_OK);
     Wait(Host, *playlist);
     EXPECT_EQ(Files(*playlist), QStringList({"episode://e1", "episode://e2"}));
     EXPECT_EQ(playlist->Sections()[1].Caption, "B");

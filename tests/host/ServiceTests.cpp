@@ -248,6 +248,9 @@ TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
         EXPECT_EQ(
             Host.FileInfos().GetFileInfo(MakeString(nobodys).Get(), IVEXAServiceFileInfo::FromFileOnly, info.Get()),
             E_FAIL);
+    Register("b", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
+    for (const char* known : {"a:1", "b:1"})
+        EXPECT_EQ(Host.FileInfos().GetFileInfo(MakeString(known).Get(), 0, info.Get()), S_OK) << known;
 }
 
 TEST_F(ServiceTest, AFileSystemIsFoundByItsSchemeInAnyLetterCase) {

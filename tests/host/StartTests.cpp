@@ -105,8 +105,18 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
         const QString profile = hasBus ? u"profile"_s : u"other"_s;
         const auto sockets = [&] { return QDir(Home.Path()).entryList({"vexa-*"}, QDir::System).size(); };
         const auto count = [&] { return hasBus ? Windows() : sockets(); };
+        {
+            Start crashed(Environment, Words({}, profile));  // leaves its socket behind
+            ASSERT_TRUE(WaitUntil([&] { return count() == 1; })) << crashed.Error.toStdString();
+        }
         Start first(Environment, Words({}, profile));
-        ASSERT_TRUE(WaitUntil([&] { return count() == 1; })) << first.Error.toStdString();
+        const auto isFirst = [&] {
+            QFile lock(Home.File(QDir(Home.Path()).entryList({"vexa-*.lock"}).value(0)));
+            return hasBus ? count() == 1
+                          : lock.open(QIODevice::ReadOnly) &&
+                                lock.readLine().trimmed() == QByteArray::number(first.Process.processId());
+        };
+        ASSERT_TRUE(WaitUntil(isFirst)) << first.Error.toStdString();
         // With another name of the folder, and a file name relative to the second program's working directory.
         Start second(Environment, Words({"tides.xml"}, "./" + profile), Home.Path());
         EXPECT_EQ(second.Finish(), 0) << second.Error.toStdString();

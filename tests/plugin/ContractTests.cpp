@@ -85,6 +85,10 @@ protected:
         if (operation != EndsIn) return;
         EndsIn.clear();
         Plugin.Object()->Finalize();
+        const auto infos = RecordingCore->Registered<IVEXAExtensionFileInfoProvider>();
+        const auto address = host::MakeString("podcast://h/1.mp3");
+        const Ref<IVEXAFileInfo> info(new host::FileInfo);
+        EXPECT_EQ(infos->QueryFileInfo(address.Get(), info.Get()), E_FAIL) << "it still answers the host's threads";
         HasReturned = true;
     }
     template <class Interface>
@@ -212,7 +216,8 @@ TEST_F(Contract, TheTreeIsOfferedForItsSchemaOnly) {
 }
 
 TEST_F(Contract, RowsAreCountedWhateverTheirColumnsAndStayAtTheEndOnceReached) {
-    for (const QStringList& fields : {QStringList({"Duration", "Title"}), QStringList("Node"), QStringList()}) {
+    for (const QStringList& fields :
+         {QStringList({"Duration", "State", "Title"}), QStringList("Node"), QStringList()}) {
         for (const int limit : {0, 2}) {
             SCOPED_TRACE(testing::Message() << fields.size() << " fields, limit " << limit);
             const Ref<IVEXAMLDataFilter> filter(new host::DataFilter);
@@ -220,7 +225,9 @@ TEST_F(Contract, RowsAreCountedWhateverTheirColumnsAndStayAtTheEndOnceReached) {
             Ref<IVEXAMLDataProviderSelection> rows;
             ASSERT_EQ(Rows(*filter, fields, rows), S_OK);
             ASSERT_TRUE(rows) << "there are rows";
-            EXPECT_EQ(rows->GetValueAsInt64(0), fields.size() == 2 ? kLong : 0);
+            EXPECT_EQ(rows->GetValueAsInt64(0), fields.size() == 3 ? kLong : 0);
+            EXPECT_EQ(rows->GetValueAsFloat(0), fields.size() == 3 ? double(kLong) : 0);
+            EXPECT_EQ(rows->GetValueAsInt32(1), fields.size() == 3 ? podcasts::pesNew : 0);
             for (int left = (limit ? limit : 3) - 1; left > 0; --left) EXPECT_EQ(rows->NextRow(), kTrue) << left;
             for (int i = 0; i < 3; ++i) {
                 EXPECT_EQ(rows->NextRow(), kFalse);

@@ -207,6 +207,7 @@ TEST_F(FeedDialogTest, LetsTheUserChooseAmongTheFeedsOfAPage) {
         choose(dialog, [&](QWidget& choices) {
             const auto& list = Find<QTreeWidget>(choices, "Choices");
             ASSERT_EQ(list.topLevelItemCount(), 2);
+            EXPECT_EQ(choices.focusWidget(), &list) << "for the arrow keys";
             EXPECT_EQ(list.topLevelItem(0)->text(0), "<b>One");
             EXPECT_EQ(list.topLevelItem(1)->text(0), Server.Url("/g"))
                 << "a feed without a title is named by its address";
@@ -273,7 +274,10 @@ TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
         bool result = false, flag = false;
         WithDialog([&] { result = TfrmPodcastDeleteConfirmation::Execute(0, "A show", flag); },
                    [&](QWidget& dialog) {
-                       if (box) Find<QCheckBox>(dialog, "cbDeleteCachedFiles").click();
+                       auto& files = Find<QCheckBox>(dialog, "cbDeleteCachedFiles");
+                       EXPECT_EQ(files.width(), files.sizeHint().width()) << "a click beside its text would tick it";
+                       EXPECT_TRUE(Find<QPushButton>(dialog, "btnOK").isDefault());
+                       if (box) files.click();
                        Click(Find<QPushButton>(dialog, button));
                    });
         EXPECT_EQ(result, confirmed);
@@ -284,7 +288,7 @@ TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
 TEST_F(DialogTest, ShowsHostileTitlesAsTheyAreAndWithinBounds) {
     const std::pair<QString, QString> cases[] = {
         {"100% %s & <b>bold</b>", "100% %s & <b>bold</b>"},
-        {QString("two\nlines ") + QChar(0x202E), "two lines"},
+        {QString("two\nlines ") + u"\u200E\u200F\u202A\u202E\u2066\u2069", "two lines"},
     };
     for (const auto& [title, shown] : cases) {
         TfrmPodcastDeleteConfirmation dialog(0, title);

@@ -77,6 +77,37 @@ TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
     EXPECT_THROW(Builder::BuildQuery(List({"Title"}).Get(), filter.Get()), EHostError);
 }
 
+TEST_F(FilterTest, TheValuesOfAListKeepTheirTypes) {
+    const Variant values[] = {ToVariant(-5),        ToVariant(std::int64_t{1} << 40), ToVariant(0.5),
+                              ToVariant(-HUGE_VAL), ToVariant(QString("it's")),       Variant()};
+    RaiseIfFailed(Filter->AddArray(ToHostString("Duration").Get(), values, 6, nullptr));
+    EXPECT_EQ(Built(false), "(Duration IN (-5, 1099511627776, 5.0000000000000000e-01, -9e999, 'it''s', NULL))");
+}
+
+TEST_F(FilterTest, RowsAreFoundWithoutTheFeedsAndInTheOrderOfAnIndexWherePossible) {
+    const struct {
+        const char *Field, *Value;
+        std::vector<std::pair<QString, int>> Order;
+        bool NeedsFeeds, IsInIndexOrder;
+    } cases[] = {
+        {"State", "1", {{"State", 2}}, false, true},
+        {"Title", "a", {{"PublishDate", 1}}, false, true},
+        {"Node", "031", {}, false, true},
+        {"Node", "04http://h/", {{"Title", 1}}, false, false},
+        {"Node", "02News", {}, true, true},
+        {"FeedName", "a", {{"State", 1}, {"PublishDate", 2}}, true, false},
+        {"State", "1", {{"FeedName", 1}}, true, false},
+    };
+    for (const auto& [field, value, order, needsFeeds, isInIndexOrder] : cases) {
+        Filter->Clear();
+        Add(*Filter, field, value);
+        SortBy(*Filter, order);
+        const auto request = ReadRowRequest(List({"ID", "FeedName"}).Get(), Filter.Get());
+        EXPECT_EQ(request.Rows.contains(kFromEpisodesAndFeeds), needsFeeds) << request.Rows.toStdString();
+        EXPECT_EQ(request.IsInIndexOrder, isInIndexOrder) << request.Order.toStdString();
+    }
+}
+
 TEST_F(FilterTest, NodeValuesAreCategoryAndText) {
     for (const auto& [value, sql] : {std::pair{"02It's", "(Category = 'It''s')"},
                                      {"04http://x/'", "(PodcastFeeds.URLFeed = 'http://x/''')"},
@@ -350,6 +381,8 @@ TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
             offset += limit;
         }
         ASSERT_EQ(read(0, 0), expected);
+        ASSERT_EQ(read(-9, 3), expected.first(std::min<qsizetype>(expected.size(), 3)));
+        ASSERT_EQ(read(5, std::numeric_limits<std::int32_t>::max()), expected.mid(5));
     }
 }
 

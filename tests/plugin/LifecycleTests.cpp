@@ -32,11 +32,7 @@ protected:
     QString Setting(const QString& key) {
         return SettingsFile(SettingsFileName(Profile.Path())).Read(u"Podcasts\\" + key, u"missing"_s);
     }
-    void WriteSettings(const QByteArray& text) {
-        QFile file(SettingsFileName(Profile.Path()));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-    }
+    void WriteSettings(const QByteArray& text) { ::WriteWhole(SettingsFileName(Profile.Path()), text); }
 
     TempFolder Profile;
 };
@@ -89,15 +85,13 @@ TEST_F(Lifecycle, AHostThatLacksAServiceGetsAnErrorAndKeepsItsSettings) {
 
 TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
     WriteSettings("[Podcasts]\nCheckUpdates=3\n");
-    QFile file(Profile.File("Podcasts.db"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(4096, 'x'));
-    file.close();
+    const QString file = Profile.File("Podcasts.db");
+    ::WriteWhole(file, QByteArray(4096, 'x'));
     {
         const auto host = NewHost();
         EXPECT_EQ(Load(*host), E_UNEXPECTED);
         EXPECT_EQ(host->Library().StorageIDs(), QStringList());
-        ASSERT_TRUE(file.remove());
+        ASSERT_TRUE(QFile::remove(file));
         EXPECT_EQ(Load(*host), S_OK);
     }
     EXPECT_EQ(Setting("CheckUpdates"), "3");

@@ -263,7 +263,7 @@ TEST_F(MenuCommands, TheGlyphSuitsTheResolution) {
         Show(dpi);
         std::int32_t shown = 0, height = 0;
         Host.Menus().Glyph(*Find("RefreshFeeds"))->GetSize(&shown, &height);
-        EXPECT_EQ(shown, width) << dpi;
+        EXPECT_EQ(std::pair(shown, height), std::pair(width, width)) << dpi;
     }
     EXPECT_FALSE(Host.Menus().Glyph(*Find("CreateSmartPlaylist")));
 }

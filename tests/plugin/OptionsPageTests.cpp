@@ -130,6 +130,7 @@ TEST_F(OptionsPageTest, ReplacesTheSelectionByAMacro) {
     ASSERT_EQ(menu.actions().size(), TPodcastInfoFormatString::Instance().Macros().size());
     QTest::mouseClick(&menu, Qt::LeftButton, {}, menu.actionGeometry(menu.actions().last()).center());
     EXPECT_EQ(edit.text(), "a/%FeedTitle%/e");
+    EXPECT_EQ(Focused(), "edDownloadPath") << "to type on";
 }
 
 TEST_F(OptionsPageTest, UsesTheFolderThatTheUserChooses) {
@@ -191,6 +192,9 @@ TEST_F(OptionsPageTest, MovesTheFocusThroughThePageAndOutOfIt) {
 TEST_F(OptionsPageTest, HandlesTheMnemonicsOfItsControls) {
     On<QCheckBox>("CB1").setText("&Start");
     On<QLabel>("L1").setText("&Folder && file");
+    On<QGroupBox>("GB1").setTitle("&Group");
+    EXPECT_EQ(Frame->HandleDialogChar(u'g', 0), kTrue);
+    EXPECT_EQ(Focused(), "cbUpdates") << "the first control of the group";
     EXPECT_EQ(Frame->HandleDialogChar(u's', 0), kTrue);
     EXPECT_TRUE(On<QCheckBox>("CB1").isChecked());
     EXPECT_EQ(Frame->HandleDialogChar(u'F', 0), kTrue);

@@ -33,23 +33,8 @@ class FixedPlaylist final : public Implements<TVEXAPropertyList, IVEXAPlaylist> 
     HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
 };
 
-class Factory final : public RefCountedObject<IVEXAPlaylistPreimageFactory> {
-public:
-    explicit Factory(Step refused) : FRefused(refused) {}
-    HResult CreatePreimage(IVEXAPlaylistPreimage** preimage) noexcept override {
-        if (FRefused == Step::Preimage) return E_FAIL;
-        *preimage = FRefused == Step::PreimageClass ? Ref<IVEXAPlaylistPreimage>(new OtherPreimage).Detach()
-                    : FRefused == Step::Filter      ? Ref<IVEXAPlaylistPreimage>(new FilterlessPreimage).Detach()
-                                               : Ref<IVEXAPlaylistPreimage>(new host::LibraryPreimage("")).Detach();
-        return S_OK;
-    }
-
-private:
-    const Step FRefused;
-};
-
-/// A playlist service that refuses one step.
-class Playlists final : public RefCountedObject<IVEXAServicePlaylistManager2> {
+/// A playlist service, with its factory of preimages, that refuses one step.
+class Playlists final : public RefCountedObject<IVEXAServicePlaylistManager2, IVEXAPlaylistPreimageFactory> {
 public:
     explicit Playlists(Step refused) : FRefused(refused) {}
     int Created = 0;
@@ -57,7 +42,14 @@ public:
     HResult GetActivePlaylist(IVEXAPlaylist**) noexcept override { return E_FAIL; }
     HResult GetPreimageFactoryByID(IVEXAString*, IVEXAPlaylistPreimageFactory** factory) noexcept override {
         if (FRefused == Step::Factory) return E_FAIL;
-        *factory = Ref<IVEXAPlaylistPreimageFactory>(new Factory(FRefused)).Detach();
+        *factory = Ref<IVEXAPlaylistPreimageFactory>(this).Detach();
+        return S_OK;
+    }
+    HResult CreatePreimage(IVEXAPlaylistPreimage** preimage) noexcept override {
+        if (FRefused == Step::Preimage) return E_FAIL;
+        *preimage = FRefused == Step::PreimageClass ? Ref<IVEXAPlaylistPreimage>(new OtherPreimage).Detach()
+                    : FRefused == Step::Filter      ? Ref<IVEXAPlaylistPreimage>(new FilterlessPreimage).Detach()
+                                               : Ref<IVEXAPlaylistPreimage>(new host::LibraryPreimage("")).Detach();
         return S_OK;
     }
     HResult CreatePlaylist(IVEXAString*, Bool32, IVEXAPlaylist** playlist) noexcept override {
@@ -77,12 +69,7 @@ protected:
     QString FailureOf(Step refused) {
         Service = Ref<Playlists>(new Playlists(refused));
         Host.PluginCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
-        try {
-            Command->Execute(nullptr);
-        } catch (const std::exception& error) {
-            return QString::fromUtf8(error.what());
-        }
-        return {};
+        return ErrorOf([this] { Command->Execute(nullptr); });
     }
 
     const Ref<TVEXAPodcastsGroupingTreeMenuItemController> Controller =

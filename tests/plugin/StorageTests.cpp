@@ -61,11 +61,9 @@ protected:
     }
     void Subscribe(const QString& path, const QByteArray& document) {
         Server.Serve(path, Response::Of(document));
-        QFile list(Profile.File("list.opml"));
-        ASSERT_TRUE(list.open(QIODevice::WriteOnly));
-        list.write("<opml><body><outline xmlUrl=\"" + Server.Url(path).toUtf8() + "\"/></body></opml>");
-        list.close();
-        Library().Subscriptions()->ImportOPML(host::MakeString(list.fileName()).Get(), nullptr, nullptr);
+        const QString list = Profile.File("list.opml");
+        ::WriteWhole(list, "<opml><body><outline xmlUrl=\"" + Server.Url(path).toUtf8() + "\"/></body></opml>");
+        Library().Subscriptions()->ImportOPML(host::MakeString(list).Get(), nullptr, nullptr);
         ASSERT_TRUE(WaitUntil([&] { return FeedAddresses().contains(Server.Url(path)); }));
     }
     host::LibraryStorage Library() { return host::LibraryStorage(Host.Library(), kPodcasts); }

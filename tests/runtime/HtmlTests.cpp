@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 namespace vexa {
 namespace {
 
@@ -78,12 +76,7 @@ TEST(Html, AHostilePageIsReadWithinBounds) {
                     "</style>" + kLink + "f>"),
               "https://h/dir/f")
         << "long texts must not end the search";
-    for (const QByteArray& page : pages) {
-        const auto begin = std::chrono::steady_clock::now();
-        EXPECT_EQ(Links(page), "https://h/dir/f") << page.mid(60, 40).toStdString();
-        const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        if (qEnvironmentVariableIsSet("VEXA_TEST_TIMES")) std::printf("%.2f s\n", seconds);
-    }
+    for (const QByteArray& page : pages) EXPECT_EQ(Links(page), "https://h/dir/f") << page.mid(60, 40).toStdString();
 }
 
 TEST(Html, APageIsRecognisedByItsFirstTagOrItsType) {
@@ -98,6 +91,9 @@ TEST(Html, APageIsRecognisedByItsFirstTagOrItsType) {
         {"<?xml version='1.0'?><feed>", "text/html", false},
         {"<!DOCTYPE rss [<!ENTITY html ''>]><rss>", "text/html", false},
         {"<htmlish>", "", false},
+        {"<html", "", false},
+        {"xhtml>", "", false},
+        {"<?xml <html>", "", false},
         {"plain <html>", "", false},
         {"", "text/html", false},
         {QByteArray("<\0h\0t\0m\0l\0>\0", 12), "", true},

@@ -138,6 +138,8 @@ TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
         ASSERT_EQ(fetched.Document.Body.size(), kSize);
         EXPECT_LE(ready(), 3);
     }
+    Want({addresses[0]});
+    EXPECT_TRUE(tests::WaitUntil([&] { return ready() == 1; })) << "those that were taken have made no room";
 }
 
 TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {

@@ -4,6 +4,7 @@
 #include "VEXA.Runtime.Version.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <thread>
 
@@ -46,7 +47,7 @@ TEST_F(Http, AFailureIsReportedWithKindStatusAndMessage) {
         {digits.With(Fault::Wait, 5), Kind::Network, 200, "in time"},
         {digits.With(Fault::Wait), Kind::Network, 0, "in time"},
         {Response::Redirect("/"), Kind::Network, 302, "more than 10 times"},
-        {Response::Redirect("file:///etc/passwd"), Kind::Network, 302, "not http or https"},
+        {Response::Redirect("ftp://127.0.0.1:1/"), Kind::Network, 302, "not http or https"},
         {Response::Redirect("/hangup"), Kind::Network, 302, "without an answer"}};
     Server.Serve("/hangup", digits.With(Fault::Close));
     SetHttpTimeouts({.Connect = std::chrono::seconds(15), .Stalled = std::chrono::seconds(1)});
@@ -169,6 +170,9 @@ TEST_F(Http, SendsItsNameCompressesOnlyDocumentsAndKeepsAConnectionPerThread) {
     }
     EXPECT_EQ(connections, (std::vector{1, 1, 1, 2}));
     EXPECT_EQ(compressed, (std::vector{1, 0, 0, 0}));
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0) << "it is blocked only during a transfer";
 }
 
 TEST_F(Http, ReportsWhereRedirectsLedAndWhichArePermanent) {

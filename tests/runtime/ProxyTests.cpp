@@ -78,9 +78,9 @@ TEST_F(Proxies, TheDesktopIsAskedForEverySchemeAndHostOfAChainExceptThisMachine)
     EXPECT_EQ(Get(u"http://a.example/home"_s), u"directly"_s);
     EXPECT_EQ(Get(Own.Url(u"/feed"_s)), u"directly"_s);
     EXPECT_EQ(asked, QStringList({u"http://a.example"_s, u"http://b.example"_s})) << "answers are remembered";
-    Proxy.Serve(u"a.example:443"_s, Response::Failure("403 Forbidden"));
+    Proxy.Serve(u"a.example:443"_s, Response::Failure("403 Forbidden", "Location: http://c.example/\r\n"));
     EXPECT_TRUE(Get(u"https://a.example/feed"_s).contains(u"403")) << Get(u"https://a.example/feed"_s).toStdString();
-    EXPECT_EQ(asked.last(), u"https://a.example"_s);
+    EXPECT_EQ(asked.last(), u"https://a.example"_s) << "a proxy's answer to CONNECT redirects nothing";
     EXPECT_TRUE(Proxy.Requests().back().Head.startsWith("CONNECT a.example:443 "));
 }
 
@@ -116,53 +116,25 @@ TEST_F(Proxies, TheDesktopIsAskedThroughTheToolkit) {
     EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by proxy"_s);
 }
 
-/// Speaks SOCKS 5 (RFC 1928) with one client, and answers the request that comes through it.
-class SocksProxy {
-public:
-    SocksProxy() {
-        FThread = std::thread([this] { Talk(accept4(FListener.Socket, nullptr, nullptr, SOCK_CLOEXEC)); });
-    }
-    ~SocksProxy() {
-        shutdown(FListener.Socket, SHUT_RDWR);
-        FThread.join();
-        close(FListener.Socket);
-    }
-
-    quint16 Port() const { return FListener.Port; }
-    QByteArray Asked;  // to be read after the transfer has ended
-
-private:
-    void Talk(int client) {
-        if (client < 0) return;
-        char block[4096];
-        const auto receive = [&] {
-            return QByteArray(block, std::max<ssize_t>(recv(client, block, sizeof block, 0), 0));
-        };
-        const auto answer = [&](const QByteArray& bytes) {
-            send(client, bytes.data(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL);
-        };
-        receive();
-        answer(QByteArray("\5\0", 2));
-        Asked = receive();
-        answer(QByteArray("\5\0\0\1\0\0\0\0\0\0", 10));
-        receive();
-        answer("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\nby SOCKS");
-        close(client);
-    }
-
-    const tests::LoopbackListener FListener{1};
-    std::thread FThread;
-};
-
 TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
-    SocksProxy socks;
-    SetDesktopProxySource([&](const QUrl&) {
-        return HttpProxy{HttpProxy::Kind::Socks5, u"127.0.0.1"_s, socks.Port()};
+    const tests::LoopbackListener proxy(1);
+    QByteArray asked(64, '\0');
+    std::thread server([&] {  // speaks SOCKS 5 (RFC 1928) as far as the request
+        const int client = accept4(proxy.Socket, nullptr, nullptr, SOCK_CLOEXEC);
+        const auto receive = [&] { return recv(client, asked.data(), static_cast<std::size_t>(asked.size()), 0); };
+        receive();
+        send(client, "\5\0", 2, MSG_NOSIGNAL);
+        asked.truncate(std::max<ssize_t>(receive(), 0));
+        close(client);
     });
-    EXPECT_EQ(Get(u"http://a.example/feed"_s), u"by SOCKS"_s);
-    EXPECT_EQ(socks.Asked, QByteArray("\5\1\0\3\x09"
-                                      "a.example\0P",
-                                      16));
+    SetDesktopProxySource([&](const QUrl&) { return HttpProxy{HttpProxy::Kind::Socks5, u"127.0.0.1"_s, proxy.Port}; });
+    Get(u"http://a.example/feed"_s);
+    shutdown(proxy.Socket, SHUT_RDWR);  // ends the server if nobody has connected
+    server.join();
+    close(proxy.Socket);
+    EXPECT_EQ(asked, QByteArray("\5\1\0\3\x09"
+                                "a.example\0P",
+                                16));
 }
 
 TEST_F(Proxies, UserNameAndPasswordAreSentToTheProxyOnly) {

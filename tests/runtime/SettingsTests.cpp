@@ -17,6 +17,7 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
     WriteWhole(
         FileName,
         "; mine\r\nLoose=1\r\n\r\n[Other]\r\nKey = old \r\n# end\r\n[Podcasts]\r\nA=1\r\n\r\n[Last]\r\nZ=26\r\n");
+    WriteWhole(FileName + ".new", QByteArray(1000, 'x'));  // left over from a program that was killed
     SettingsFile settings(FileName);
     EXPECT_EQ(settings.Read("Other\\Key", {}), "old");
     EXPECT_EQ(settings.Read("Other\\key", "default"), "default");
@@ -26,6 +27,7 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
     settings.Save();
     EXPECT_EQ(ReadWhole(FileName),
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
+    EXPECT_FALSE(QFile::exists(FileName + ".new"));
 }
 
 TEST_F(Settings, WriteAValueWhereItIsReadFrom) {

@@ -38,6 +38,8 @@ TEST(Xml, TakesTheEncodingFromTheMarkThenTheDeclarationThenTheTransport) {
         // A document that is valid UTF-8 is read as such, whatever encoding is declared.
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "iso-8859-1", euro},
         {"<r>\xE2\x82\xAC\xC3\xA9</r>", "Shift_JIS", euro},
+        {"<r>plain</r>", "IBM037", "plain"},
+        {"<r>" + QByteArray(100'000, '\xEF') + "</r>", "windows-1251", QString(100'000, u'\u043F')},
         {"<?xml version='1.0' encoding='windows-1251'?><r>\xE2\x82\xAC\xC3\xA9</r>", {}, euro},
         {"<r>\x1B$B%F\x1B(B</r>", "ISO-2022-JP", "\u30C6"},
         // In UTF-8 with errors, only the invalid bytes are lost, one at a time.
@@ -94,11 +96,12 @@ TEST(Xml, RecoversADamagedDocumentThatIsNotTruncated) {
         {"<r><t>&nbsp;&nosuch; &amp; <3 &#233;</t></r>", "r(| t(|\u00A0&nosuch; & <3 \u00E9))"},
         {"<r><t a='x < y & z' a='again'>]]><3</t></r>", "r(| t(x < y & z|]]><3))"},
         {"<r><t><![CDATA[<p>a]]>b</p>]]></t><u>c</u></r>", "r(| t(|<p>ab</p>]]>) u(|c))"},
+        {"<r><t>a<![CDATA[]]><3</t></r>", "r(| t(|a<3))"},
         {"<r><t>Hello<br>world<p>x</t><u>c</u></r>", "r(| t(|Hello br(|world p(|x))) u(|c))"},
         {"<r><item><t>1</t><item><t>2</t></item></item></x></r>", "r(|</item></x> item(| t(|1)) item(| t(|2)))"},
         {"<r><item><t>1<item><t>2</t></r>", "r(| item(| t(|1)) item(| t(|2)))"},
         {"<b>Warning</b><br><?xml version='1.0'?><r><t>1</u></t></r>", "r(| t(|1</u>))"},
-        {"<!DOCTYPE r [<!ENTITY e 'no'><!-- don't ]> -->]><r>&e;</x></r><!-- </r> --> \n", "r(|&e;</x>)"},
+        {"<!DOCTYPE r [<!ENTITY e 'no]><x>'><!-- don't ]> -->]><r>&e;</x></r><!-- </r> --> \n", "r(|&e;</x>)"},
         {QByteArray("<r>a</x></r>\0\0", 14), "r(|a</x>)"},
         {"<r><t>see </r> there</t></r>", "r(| t(|see </r> there))"},
     };
