@@ -103,8 +103,10 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
 }
 
 MainWindow::~MainWindow() {
-    // A subscription may end while FLibrary, being destroyed, waits for its thread; then Report must not use it.
+    // A subscription may end, or what plays may be described, while FLibrary, being destroyed, waits for its thread;
+    // then nothing must use it.
     FSubscriber->disconnect(this);
+    FPlayback.disconnect(this);
     SaveLayout();
     ReleasePlugins();
     FLibrary.reset();
