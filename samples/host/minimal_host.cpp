@@ -163,7 +163,7 @@ std::string ToUtf8(const char16_t* chars, std::int32_t length) {
 
 std::string ToUtf8(IVEXAString* text) {
     std::u16string chars(static_cast<std::size_t>(text ? text->GetChars(nullptr, 0) : 0), u'\0');
-    if (!chars.empty()) text->GetChars(chars.data(), static_cast<std::int32_t>(chars.size()));
+    if (text && !chars.empty()) text->GetChars(chars.data(), static_cast<std::int32_t>(chars.size()));
     return ToUtf8(chars.data(), static_cast<std::int32_t>(chars.size()));
 }
 

@@ -319,7 +319,7 @@ TEST_F(PlaybackTest, TheVolumeGrowsByItsCube) {
     int loudest = 0;
     for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
         loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
-    EXPECT_NEAR(loudest, kLoudest / 8, 10);
+    EXPECT_NEAR(loudest, kLoudest / 8.0, 10);
 }
 
 TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {
