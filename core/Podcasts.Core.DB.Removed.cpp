@@ -76,13 +76,13 @@ int TPodcastsDB::PutBack(const TPodcastRemovedFeed& removed, const QStringList& 
 
         // Rows get new ids, since the old ones may belong to others by now. The copy's own row ids are consecutive and
         // in the old order.
-        const auto first = Query(
-            "SELECT (SELECT ifnull(max(rowid), 0) FROM main.PodcastEpisodes) + 1, min(rowid) FROM "
-            "temp.RemovedPodcastEpisodes" +
-            ofFeed);
-        const std::string newRow =
-            "Episodes.rowid + " + std::to_string(first ? first->Integer64(0) - first->Integer64(1) : 0);
-        rows = {id, {}, first ? first->Integer64(0) : 0};
+        std::string newRow;
+        if (const auto first = Query("SELECT (SELECT ifnull(max(rowid), 0) FROM main.PodcastEpisodes) + 1, "
+                                     "ifnull(min(rowid), 0) FROM temp.RemovedPodcastEpisodes" +
+                                     ofFeed)) {
+            rows = {id, {}, first->Integer64(0)};
+            newRow = "Episodes.rowid + " + std::to_string(first->Integer64(0) - first->Integer64(1));
+        }
         if (const auto old = Query("SELECT Row FROM temp.RemovedPodcastEpisodes" + ofFeed + " ORDER BY rowid")) do
                 rows.Old.push_back(old->Integer64(0));
             while (old->Next());

@@ -171,7 +171,7 @@ bool RestoreFromRecycleBin(const TrashedFile& trashed) {
         return false;
     QDir().mkpath(QFileInfo(trashed.FileName).path());
     if (!QFile::rename(trashed.InTrash, trashed.FileName)) return false;
-    // The trash keeps the former name of each file beside it (Desktop Trash Can Specification).
+    // The trash keeps the former name of each file beside it (freedesktop.org, "Trash").
     const QFileInfo inTrash(trashed.InTrash);
     QFile::remove(inTrash.path() + u"/../info/" + inTrash.fileName() + u".trashinfo");
     return true;
