@@ -319,6 +319,23 @@ TEST(SeekBar, GoesWhereItIsClickedAndNeverToTheEnd) {
     QCoreApplication::sendEvent(&bar, &help);
     EXPECT_TRUE(QToolTip::text().startsWith("0:5") || QToolTip::text().startsWith("0:49"))
         << QToolTip::text().toStdString();
+
+    // Chapters: their titles in the tool tip, a tick where each begins.
+    const auto tip = [&](int x) {
+        QHelpEvent at(QEvent::ToolTip, QPoint(x, 12), QPoint(x, 12));
+        QCoreApplication::sendEvent(&bar, &at);
+        return QToolTip::text().section('\n', 1);
+    };
+    bar.Show(0, 100);
+    const QImage plain = bar.grab().toImage();
+    bar.SetChapters({{20, "Tides"}, {50, "Harbours"}, {80, ""}});
+    EXPECT_EQ(QStringList({tip(40), tip(150), tip(250), tip(390)}), QStringList({"", "Tides", "Harbours", ""}));
+    const QImage ticked = bar.grab().toImage();
+    QList<int> ticks;
+    for (int x = 0; x < ticked.width(); ++x)
+        if (ticked.pixel(x, 12) != plain.pixel(x, 12) && (ticks.isEmpty() || x > ticks.last() + 4)) ticks += x;
+    ASSERT_EQ(ticks.size(), 3) << "ticks";
+    EXPECT_NEAR(ticks[1], 210, 4);
     QToolTip::hideText();
 }
 

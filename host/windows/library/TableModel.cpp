@@ -9,6 +9,7 @@
 
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QPainter>
 
 #include <algorithm>
 #include <limits>
@@ -547,10 +548,24 @@ int TableModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant TableModel::Cover(const std::vector<RowValue>& values) const {
-    if (!FCovers || FFileColumn < 0 || FContainerColumn < 0) return {};
-    const QPixmap cover =
-        FCovers->Get(FStorage->FileField()->Name, FileOf(values),
-                     values[static_cast<std::size_t>(FContainerColumn)].Text, kCoverSide, qGuiApp->devicePixelRatio());
+    const qreal scale = qGuiApp->devicePixelRatio();
+    QPixmap cover;
+    if (FCovers && FFileColumn >= 0 && FContainerColumn >= 0)
+        cover = FCovers->Get(FStorage->FileField()->Name, FileOf(values),
+                             values[static_cast<std::size_t>(FContainerColumn)].Text, kCoverSide, scale);
+    const bool isPlaying = !FPlaying.isEmpty() && FileOf(values) == FPlaying;
+    if (isPlaying && cover.isNull()) return WindowIcon(QStringLiteral("play"));
+    if (isPlaying) {
+        QPainter painter(&cover);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);  // within the rounded corners
+        painter.fillRect(QRect(0, 0, kCoverSide, kCoverSide), QColor(0, 0, 0, 150));
+        const qreal third = kCoverSide / 3.0;
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Qt::white);
+        painter.drawPolygon(
+            QPolygonF({{1.15 * third, 0.8 * third}, {1.15 * third, 2.2 * third}, {2.3 * third, 1.5 * third}}));
+    }
     return cover.isNull() ? QVariant() : QVariant(cover);
 }
 
@@ -596,6 +611,12 @@ QVariant TableModel::Progress(int row, int role) const {
     if (role == kProgressRole) return left->Position / duration;
     const QString rest = ShownDuration(duration - left->Position);
     return role == kShortTimeLeftRole ? rest : FTexts("TimeLeft", rest);
+}
+
+void TableModel::SetPlaying(const QString& file) {
+    if (std::exchange(FPlaying, file) == file || FShownCount == 0 || FTitleColumn < 0) return;
+    Q_EMIT dataChanged(index(std::min(FFirstVisible, FShownCount - 1), FTitleColumn),
+                       index(std::min(FLastVisible, FShownCount - 1), FTitleColumn), {Qt::DecorationRole});
 }
 
 void TableModel::OnPositionsChanged() {

@@ -54,6 +54,8 @@ public:
     /// The pictures beside the titles; null for none. Outlives the model, or is replaced by null before.
     void SetCovers(Covers* covers) noexcept { FCovers = covers; }
     static constexpr int kCoverSide = 22;
+    /// The file that plays, whose row is marked; empty for none.
+    void SetPlaying(const QString& file);
     /// Finds rows again whose files' addresses, and with them their IDs, have moved. Outlives the model.
     void SetAddresses(PresentAddresses& addresses);
     /// Why the storage gave no rows; empty when it did.
@@ -156,6 +158,7 @@ private:
     int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1, FContainerColumn = -1;
     const Positions* FPositions = nullptr;
     Covers* FCovers = nullptr;
+    QString FPlaying;
     PresentAddresses* FAddresses = nullptr;
     RowQuery FQuery;      // with all fields: the columns, then the fields that only the model uses
     int FCount = 0;       // of the storage's rows

@@ -246,6 +246,7 @@ void PlaybackBar::ShowState() {
     for (QWidget* control : {FBack, FForward}) control->setEnabled(hasCurrent);
     FPrevious->setEnabled(FPlayback.HasPrevious());
     FPosition->setEnabled(hasCurrent);
+    FPosition->SetChapters(FPlayback.Current().Chapters);
     FNext->setEnabled(FPlayback.HasNext());
     FSleep->setChecked(FPlayback.Sleep().CurrentMode() != SleepTimer::Mode::Off);
     ShowPosition(hasCurrent ? FPlayback.Position() : 0);

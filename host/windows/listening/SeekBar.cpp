@@ -4,6 +4,7 @@
 
 #include <QHelpEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScopedValueRollback>
 #include <QStyle>
 #include <QStyleOptionSlider>
@@ -17,6 +18,7 @@ namespace vexa::host {
 namespace {
 constexpr int kNotchSeconds = 5;
 constexpr int kPageSeconds = 60;
+constexpr int kTickWidth = 2, kTickHeight = 8;
 }  // namespace
 
 SeekBar::SeekBar(QWidget* parent) : QSlider(Qt::Horizontal, parent) {
@@ -54,10 +56,40 @@ int SeekBar::SecondsAt(int x) const {
                                            option.upsideDown);
 }
 
+void SeekBar::SetChapters(std::vector<Chapter> chapters) {
+    FChapters = std::move(chapters);
+    update();
+}
+
+QString SeekBar::TextAt(int seconds) const {
+    const auto later = std::upper_bound(FChapters.begin(), FChapters.end(), static_cast<double>(seconds),
+                                        [](double time, const Chapter& chapter) { return time < chapter.Start; });
+    const QString title = later == FChapters.begin() ? QString() : std::prev(later)->Title.simplified();
+    return title.isEmpty() ? TimeText(seconds) : QString(TimeText(seconds) + u'\n' + title);
+}
+
+void SeekBar::paintEvent(QPaintEvent* event) {
+    QSlider::paintEvent(event);
+    if (FChapters.empty() || maximum() == 0) return;
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    const QRect groove = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderGroove, this);
+    const QRect handle = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
+    const int span = groove.width() - style()->pixelMetric(QStyle::PM_SliderLength, &option, this);
+    QPainter painter(this);
+    for (const Chapter& chapter : FChapters) {
+        if (chapter.Start <= 0 || chapter.Start >= maximum()) continue;
+        const int x = groove.x() + (groove.width() - span) / 2 +
+                      QStyle::sliderPositionFromValue(0, maximum(), static_cast<int>(chapter.Start), span);
+        const QRect tick(x, groove.center().y() - kTickHeight / 2, kTickWidth, kTickHeight);
+        if (!tick.intersects(handle)) painter.fillRect(tick, palette().color(QPalette::WindowText));
+    }
+}
+
 bool SeekBar::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip) return QSlider::event(event);
     const auto* help = static_cast<QHelpEvent*>(event);
-    if (isEnabled() && maximum() > 0) QToolTip::showText(help->globalPos(), TimeText(SecondsAt(help->pos().x())), this);
+    if (isEnabled() && maximum() > 0) QToolTip::showText(help->globalPos(), TextAt(SecondsAt(help->pos().x())), this);
     return true;
 }
 
@@ -72,7 +104,7 @@ void SeekBar::mouseMoveEvent(QMouseEvent* event) {
     const int seconds = SecondsAt(event->position().toPoint().x());
     if (isSliderDown()) setSliderPosition(seconds);
     if (isSliderDown() || QToolTip::isVisible())
-        QToolTip::showText(event->globalPosition().toPoint(), TimeText(seconds), this);
+        QToolTip::showText(event->globalPosition().toPoint(), TextAt(seconds), this);
 }
 
 void SeekBar::mouseReleaseEvent(QMouseEvent* event) {

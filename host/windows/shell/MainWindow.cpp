@@ -218,8 +218,10 @@ void MainWindow::ConnectLibrary() {
 
 void MainWindow::ConnectPlayback() {
     FTable->Model().SetPositions(&FPlayback.SavedPositions());
-    connect(&FPlayback, &Playback::CurrentChanged, this,
-            [this] { FTable->Model().Touch({FPlayback.Current().Address}); });
+    connect(&FPlayback, &Playback::CurrentChanged, this, [this] {
+        FTable->Model().Touch({FPlayback.Current().Address});
+        FTable->Model().SetPlaying(FPlayback.Current().Address);
+    });
     connect(&FPlayback, &Playback::PositionsChanged, &FTable->Model(), &TableModel::OnPositionsChanged);
     connect(&FPlayback, &Playback::Failed, this, &MainWindow::Warn);
     connect(&FPlayback, &Playback::Skipped, this, [this](const QString& name, const QString& reason) {
