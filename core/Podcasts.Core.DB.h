@@ -261,7 +261,6 @@ protected:
     void InitializeTables() override;
 
 private:
-    friend TPodcastRemovedFeed;
     bool IsLayoutComplete();
     /// Upgrades an episode table of the first layout, in which the column GUID was called ID; inside a transaction.
     void UpgradeFirstLayout();

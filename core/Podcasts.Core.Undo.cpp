@@ -80,7 +80,6 @@ public:
     RestoredFiles& operator=(const RestoredFiles&) = delete;
 
     bool Contains(const QString& name) const { return FNames.contains(name); }
-    qsizetype Count() const { return FNames.size(); }
     void Keep(const QString& name) { FNames.remove(name); }
     void KeepAll() { FNames.clear(); }
 
