@@ -756,11 +756,11 @@ TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {
     const auto* bar = PlayerWindow->findChild<PlaybackBar*>();
     const int height = bar->height();
     Player->Play(server.Url("/a.mp3"));
-    ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying() && Find<QToolButton>("NowPlaying")->isVisible(); }));
+    ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying() && Find<QAbstractButton>("NowPlaying")->isVisible(); }));
     QCoreApplication::processEvents();
     EXPECT_EQ(bar->height(), height) << "its title moves nothing";
     EXPECT_TRUE(
-        WaitUntil([&] { return Find<QToolButton>("NowPlaying")->text().startsWith("Waiting for the server"); }));
+        WaitUntil([&] { return Find<QAbstractButton>("NowPlaying")->accessibleName().contains("Waiting for the server"); }));
     EXPECT_FALSE(PlayerWindow->close());
     EXPECT_EQ(answer("Keep it open"), QStringList({"End", "Keep it open"}));
     EXPECT_TRUE(PlayerWindow->isVisible());

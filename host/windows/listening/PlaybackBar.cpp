@@ -1,6 +1,7 @@
 #include "PlaybackBar.h"
 
 #include "MenuBuilder.h"
+#include "NowPlayingButton.h"
 #include "RowTexts.h"
 #include "SeekBar.h"
 #include "WindowIcons.h"
@@ -12,7 +13,6 @@
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QSlider>
-#include <QTextDocument>
 #include <QToolButton>
 
 #include <algorithm>
@@ -27,6 +27,7 @@ constexpr int kSleepMinutes[] = {5, 10, 15, 30, 45, 60, 90};
 constexpr int kVolumeSteps = 100;
 constexpr auto kWaiting = std::chrono::milliseconds(500);
 constexpr QSize kIconSize(24, 24), kPlayIconSize(32, 32);
+constexpr int kNowShare = 3, kControlsShare = 5;  // of the width that the choices at the right leave
 
 QString SpeedText(double speed) {
     return QLocale().toString(speed, 'g', 3) + u'×';
@@ -37,57 +38,48 @@ QString SpeedText(double speed) {
 PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     : Pane(parent), FPlayback(playback), FHost(host) {
     auto* outer = new QHBoxLayout(this);
-    outer->setContentsMargins(8, 4, 8, 4);
-    outer->setSpacing(8);
-    FCover = new QToolButton;
-    FCover->setObjectName(QStringLiteral("NowPlayingCover"));
-    FCover->setAutoRaise(true);
-    FCover->setFocusPolicy(Qt::NoFocus);  // the title beside it does the same
-    FCover->setIconSize({kCoverSide, kCoverSide});
-    FCover->hide();
-    outer->addWidget(FCover);
-    auto* whole = new QVBoxLayout;
-    whole->setSpacing(0);
-    outer->addLayout(whole, 1);
-    FTitle = new QToolButton;
-    FTitle->setObjectName(QStringLiteral("NowPlaying"));
-    FTitle->setAutoRaise(true);
-    FTitle->setFocusPolicy(Qt::StrongFocus);
-    // Without a title its place stays, so that nothing moves when playback starts.
-    QSizePolicy policy = FTitle->sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    FTitle->setSizePolicy(policy);
-    FTitle->setVisible(false);
-    whole->addWidget(FTitle, 0, Qt::AlignHCenter);
-    FRow = new QHBoxLayout;
-    FRow->setSpacing(4);
-    whole->addLayout(FRow);
-    FPrevious = AddButton("previous");
-    FBack = AddButton("back");
-    FPlay = AddButton("play");
+    outer->setContentsMargins(8, 6, 8, 6);
+    outer->setSpacing(12);
+    outer->addWidget(FNow = new NowPlayingButton, kNowShare);
+    auto* middle = new QVBoxLayout;
+    middle->setSpacing(0);
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(4);
+    buttons->addStretch(1);
+    FPrevious = AddButton(*buttons, "previous");
+    FBack = AddButton(*buttons, "back");
+    FPlay = AddButton(*buttons, "play");
     FPlay->setIconSize(kPlayIconSize);
-    FForward = AddButton("forward");
-    FNext = AddButton("next");
-    FRow->addWidget(FElapsed = new QLabel);
+    FForward = AddButton(*buttons, "forward");
+    FNext = AddButton(*buttons, "next");
+    buttons->addStretch(1);
+    middle->addLayout(buttons);
+    auto* times = new QHBoxLayout;
+    times->setSpacing(4);
+    times->addWidget(FElapsed = new QLabel);
     FPosition = new SeekBar;
     FPosition->setObjectName(QStringLiteral("position"));
-    FRow->addWidget(FPosition, 1);
-    FRow->addWidget(FRest = new QLabel);
-    FChapters = AddMenu("chapters", &PlaybackBar::FillChapters);
-    FSpeed = AddMenu("speed", &PlaybackBar::FillSpeeds);
-    FSleep = AddMenu("sleep", &PlaybackBar::FillSleep);
+    times->addWidget(FPosition, 1);
+    times->addWidget(FRest = new QLabel);
+    middle->addLayout(times);
+    outer->addLayout(middle, kControlsShare);
+    auto* choices = new QHBoxLayout;
+    choices->setSpacing(4);
+    FChapters = AddMenu(*choices, "chapters", &PlaybackBar::FillChapters);
+    FSpeed = AddMenu(*choices, "speed", &PlaybackBar::FillSpeeds);
+    FSleep = AddMenu(*choices, "sleep", &PlaybackBar::FillSleep);
     FSleep->setCheckable(true);
-    FRow->addWidget(FVolumeIcon = new QLabel);
+    choices->addWidget(FVolumeIcon = new QLabel);
     FVolume = new QSlider(Qt::Horizontal);
     FVolume->setObjectName(QStringLiteral("volume"));
     FVolume->setRange(0, kVolumeSteps);
     FVolume->setPageStep(10);
     FVolume->setSingleStep(5);
-    FVolume->setFixedWidth(96);
-    FRow->addWidget(FVolume);
+    FVolume->setFixedWidth(80);
+    choices->addWidget(FVolume);
+    outer->addLayout(choices);
 
-    for (QToolButton* button : {FTitle, FCover})
-        connect(button, &QToolButton::clicked, this, [this] { Q_EMIT ShowInLibrary(FPlayback.Current().Address); });
+    connect(FNow, &QAbstractButton::clicked, this, [this] { Q_EMIT ShowInLibrary(FPlayback.Current().Address); });
     connect(FPrevious, &QToolButton::clicked, &FPlayback, &Playback::Previous);
     connect(FBack, &QToolButton::clicked, &FPlayback, &Playback::SkipBack);
     connect(FPlay, &QToolButton::clicked, &FPlayback, &Playback::PlayOrPause);
@@ -116,18 +108,18 @@ PlaybackBar::PlaybackBar(Playback& playback, Host& host, QWidget* parent)
     Localize();
 }
 
-QToolButton* PlaybackBar::AddButton(const char* name) {
+QToolButton* PlaybackBar::AddButton(QHBoxLayout& row, const char* name) {
     auto* button = new QToolButton;
     button->setObjectName(QString::fromLatin1(name));
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::StrongFocus);
     button->setIconSize(kIconSize);
-    FRow->addWidget(button);
+    row.addWidget(button);
     return button;
 }
 
-QToolButton* PlaybackBar::AddMenu(const char* name, void (PlaybackBar::*fill)()) {
-    QToolButton* button = AddButton(name);
+QToolButton* PlaybackBar::AddMenu(QHBoxLayout& row, const char* name, void (PlaybackBar::*fill)()) {
+    QToolButton* button = AddButton(row, name);
     button->setPopupMode(QToolButton::InstantPopup);
     auto* menu = new QMenu(button);
     connect(menu, &QMenu::aboutToShow, this, fill);
@@ -154,7 +146,6 @@ void PlaybackBar::Localize() {
     FElapsed->setMinimumWidth(fontMetrics().horizontalAdvance(TimeText(36000)));
     FRest->setMinimumWidth(fontMetrics().horizontalAdvance(QString(u'−' + TimeText(36000))));
     FElapsed->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    Caption(*FCover, WindowTexts(FHost.Language())("ShowInLibrary"));
     Caption(*FPrevious, Text("Previous"));
     Caption(*FBack, Text("SkipBack", QString::number(FPlayback.SkipBackBy())));
     Caption(*FForward, Text("SkipForward", QString::number(FPlayback.SkipForwardBy())));
@@ -169,9 +160,7 @@ void PlaybackBar::Localize() {
 }
 
 void PlaybackBar::SetCover(const QPixmap& cover) {
-    FCover->setIcon(cover);
-    FCover->setVisible(!cover.isNull());
-    ShowTitle();
+    FNow->SetCover(cover);
 }
 
 void PlaybackBar::SetIcons() {
@@ -254,24 +243,12 @@ void PlaybackBar::ShowState() {
 
 void PlaybackBar::ShowTitle() {
     const NowPlaying& current = FPlayback.Current();
-    QStringList parts{current.Title.isEmpty() ? current.Address : current.Title, current.Album};
-    if (FIsWaiting) parts.prepend(Text("Waiting"));
+    QStringList below{current.Album};
+    if (FIsWaiting) below.prepend(Text("Waiting"));
     if (FChapter >= 0 && FChapter < static_cast<int>(current.Chapters.size()))
-        parts += current.Chapters[static_cast<std::size_t>(FChapter)].Title;
-    parts.removeAll({});
-    const QString text = parts.join(QStringLiteral("  –  ")).simplified();
-    FTitle->setText(
-        fontMetrics()
-            .elidedText(text, Qt::ElideRight, std::max(width() - 40 - (FCover->isVisible() ? FCover->width() : 0), 100))
-            .replace(u'&', QStringLiteral("&&")));
-    FTitle->setAccessibleName(text);
-    FTitle->setToolTip(Qt::convertFromPlainText(text));
-    FTitle->setVisible(!current.Address.isEmpty());
-}
-
-void PlaybackBar::resizeEvent(QResizeEvent* event) {
-    Pane::resizeEvent(event);
-    ShowTitle();
+        below += current.Chapters[static_cast<std::size_t>(FChapter)].Title;
+    below.removeAll({});
+    FNow->SetTexts(current.Title.isEmpty() ? current.Address : current.Title, below.join(QStringLiteral("  –  ")));
 }
 
 void PlaybackBar::ShowPosition(double seconds) {

@@ -1,5 +1,5 @@
 #pragma once
-// The bar of playback controls: title, play and pause, skips, next and previous, the position with its times, chapters,
+// The bar of playback controls: what plays, play and pause, skips, next and previous, the position with its times, chapters,
 // speed, sleep timer, volume. Every control has a name for screen readers and can be reached by Tab. Main thread;
 // destroy it before the Playback.
 
@@ -18,6 +18,7 @@ class QToolButton;
 
 namespace vexa::host {
 
+class NowPlayingButton;
 class SeekBar;
 
 class PlaybackBar final : public Pane<QWidget> {
@@ -25,23 +26,21 @@ class PlaybackBar final : public Pane<QWidget> {
 public:
     PlaybackBar(Playback& playback, Host& host, QWidget* parent = nullptr);
 
-    static constexpr int kCoverSide = 56;
     /// The picture of what plays; null for none.
     void SetCover(const QPixmap& cover);
 
 Q_SIGNALS:
-    /// The title or the picture was clicked: show the current file in the library.
+    /// What plays was clicked: show the current file in the library.
     void ShowInLibrary(const QString& address);
 
 protected:
     void changeEvent(QEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void Localize() override;
     /// `name` is also the name of the button's icon.
-    QToolButton* AddButton(const char* name);
-    QToolButton* AddMenu(const char* name, void (PlaybackBar::*fill)());
+    QToolButton* AddButton(QHBoxLayout& row, const char* name);
+    QToolButton* AddMenu(QHBoxLayout& row, const char* name, void (PlaybackBar::*fill)());
     void Caption(QWidget& control, const QString& text);
     QString Text(const char* key, int part = 0) const;
     QString Text(const char* key, const QString& value) const;
@@ -57,8 +56,8 @@ private:
 
     Playback& FPlayback;
     Host& FHost;
-    QHBoxLayout* FRow;
-    QToolButton *FCover, *FTitle, *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
+    NowPlayingButton* FNow;
+    QToolButton *FPrevious, *FBack, *FPlay, *FForward, *FNext, *FChapters, *FSpeed, *FSleep;
     QLabel *FElapsed, *FRest, *FVolumeIcon;
     SeekBar* FPosition;
     QSlider* FVolume;

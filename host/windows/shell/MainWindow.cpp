@@ -4,6 +4,7 @@
 #include "DetailsPane.h"
 #include "FirstStartPage.h"
 #include "ListeningPane.h"
+#include "NowPlayingButton.h"
 #include "PlaybackBar.h"
 #include "PlaylistPane.h"
 #include "RowTexts.h"
@@ -232,7 +233,7 @@ void MainWindow::ConnectPlayback() {
         const NowPlaying& now = FPlayback.Current();
         // Without an album, as of a radio station, there would be no initials either.
         FBar->SetCover(now.Album.isEmpty() ? QPixmap()
-                                           : FLibrary->Cover(now.Address, now.Album, PlaybackBar::kCoverSide));
+                                           : FLibrary->Cover(now.Address, now.Album, NowPlayingButton::kCoverSide));
     };
     connect(&FPlayback, &Playback::CurrentChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::CoversChanged, this, showCover);
