@@ -84,6 +84,8 @@ Ref<IVEXAMenuItem> TVEXAUICustomMenuItem::CreateHostItem(IVEXAServiceMenuManager
     WritePropertyString(hostItem.Get(), IVEXAMenuItem::ID, FID);
     WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Event, static_cast<IVEXAActionEvent*>(this));
     if (parentItem) WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Parent, parentItem.Get());
+    // A host that does not know the property has the command in its menus only.
+    if (const std::int32_t button = GetRowButton()) hostItem->SetValueAsInt32(IVEXAMenuItem::RowButton, button);
     return hostItem;
 }
 

@@ -24,12 +24,14 @@ struct IVEXAMLDataField : IVEXAPropertyList {
     static constexpr Guid IID = ParseGuid("{38827400-0EAF-4734-9397-EC3198550DAA}");
 
     enum Property : std::int32_t {
-        Name = 1,           // text
-        Type = 2,           // FieldType
-        FlagBits = 3,       // Flags
-        GroupingImage = 4,  // index of the icon for tree nodes of this field, see NodeImage
-        DisplayValue = 5,   // IVEXAMLDataFieldDisplayValue
-        Role = 6,           // Roles; initially None
+        Name = 1,            // text
+        Type = 2,            // FieldType
+        FlagBits = 3,        // Flags
+        GroupingImage = 4,   // index of the icon for tree nodes of this field, see NodeImage
+        DisplayValue = 5,    // IVEXAMLDataFieldDisplayValue
+        Role = 6,            // Roles; initially None
+        UntouchedValue = 7,  // text; of a field with the role State: its value in rows that the user has not turned to
+        DoneValue = 8,       // text; of a field with the role State: its value in rows that the user is done with
     };
     enum FieldType : std::int32_t {
         FileName = 0,

@@ -26,6 +26,8 @@ constexpr PropertyRule kDataFieldRules[] = {
     {IVEXAMLDataField::GroupingImage},
     {IVEXAMLDataField::DisplayValue, &IVEXAMLDataFieldDisplayValue::IID},
     {IVEXAMLDataField::Role},
+    {IVEXAMLDataField::UntouchedValue},
+    {IVEXAMLDataField::DoneValue},
 };
 
 /// A copy with a string object of its own, so that a caller who changes the string afterwards does not change the

@@ -23,6 +23,8 @@ LibraryField ReadField(IVEXAMLDataField* object) {
     object->GetValueAsObject(IVEXAMLDataField::DisplayValue, IVEXAMLDataFieldDisplayValue::IID,
                              field.DisplayValues.PutVoid());
     field.Role = static_cast<IVEXAMLDataField::Roles>(NumberOf(object, IVEXAMLDataField::Role));
+    field.UntouchedValue = TextOf(object, IVEXAMLDataField::UntouchedValue);
+    field.DoneValue = TextOf(object, IVEXAMLDataField::DoneValue);
     return field;
 }
 

@@ -20,6 +20,7 @@ constexpr PropertyRule kRules[] = {
     {IVEXAMenuItem::Glyph, &IVEXAImage::IID},
     {IVEXAMenuItem::Parent, &IVEXAMenuItem::IID},
     {IVEXAMenuItem::Visible},
+    {IVEXAMenuItem::RowButton},
 };
 
 // Plug-ins can make items each other's parents in a circle; no real menu is this deep.
@@ -116,6 +117,14 @@ std::vector<MenuManager::Item> MenuManager::ItemsWithShortcuts() const {
     for (const Item& item : FItems)
         if (!Shortcuts(*item).isEmpty()) items.push_back(item);
     return items;
+}
+
+MenuManager::Item MenuManager::RowButton(IVEXAMenuItem::RowButtons button) const {
+    const auto found = std::find_if(FItems.begin(), FItems.end(), [&](const Item& item) {
+        const auto menu = MenuOf(*item);
+        return NumberOf(item.Get(), IVEXAMenuItem::RowButton) == button && (!menu || menu == kMenuLibraryTable);
+    });
+    return found == FItems.end() ? Item() : *found;
 }
 
 Ref<IVEXAImage> MenuManager::Glyph(IVEXAMenuItem& item) const {

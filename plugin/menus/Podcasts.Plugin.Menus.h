@@ -175,6 +175,9 @@ public:
     TVEXAPodcastsMarkAsMenuItem(TPodcastClient& client, vexa::Ref<vexa::IVEXAUIMenuItemController> controller,
                                 TPodcastEpisodeState state)
         : TVEXAPodcastsAbstractFileDependedMenuItem(client, std::move(controller)), FState(state) {}
+    std::int32_t GetRowButton() const override {
+        return FState == pesListened ? vexa::IVEXAMenuItem::DoneButton : vexa::IVEXAMenuItem::NoButton;
+    }
 
 protected:
     void Run(TPodcastClient& client) override;
@@ -187,6 +190,7 @@ private:
 class TVEXAPodcastsCacheMenuItem : public TVEXAPodcastsAbstractFileDependedMenuItem {
 public:
     using TVEXAPodcastsAbstractFileDependedMenuItem::TVEXAPodcastsAbstractFileDependedMenuItem;
+    std::int32_t GetRowButton() const override { return vexa::IVEXAMenuItem::FetchButton; }
     void UpdateMenuState(vexa::IVEXAMenuItem& hostItem) override;
 
 protected:

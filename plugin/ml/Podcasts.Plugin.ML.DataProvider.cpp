@@ -1,5 +1,7 @@
 #include "Podcasts.Plugin.ML.DataProvider.h"
 
+#include "Podcasts.Core.Classes.h"
+
 #include <iterator>
 
 namespace podcasts {
@@ -44,11 +46,13 @@ Ref<IVEXAMLDataField> NewField(const FieldDefinition& definition) {
     WritePropertyInt32(field.Get(), Field::Type, definition.Type);
     WritePropertyString(field.Get(), Field::Name, name);
     WritePropertyInt32(field.Get(), Field::FlagBits, definition.Flags | Field::Readable);
-    // A host that does not know these three properties still shows the field.
+    // A host that does not know these properties still shows the field.
     if (definition.Role != Field::None) field->SetValueAsInt32(Field::Role, definition.Role);
     if (name == u"State") {
         const auto display = NewObject<TVEXAPodcastsStateFieldDisplayValue>();
         field->SetValueAsObject(Field::DisplayValue, static_cast<TInterfacedObjectEx*>(display.Get()));
+        field->SetValueAsObject(Field::UntouchedValue, ToHostString(QString::number(pesNew)).Get());
+        field->SetValueAsObject(Field::DoneValue, ToHostString(QString::number(pesListened)).Get());
     }
     if (name == kNodeField)
         field->SetValueAsInt32(Field::GroupingImage, IVEXAMLGroupingTreeDataProviderSelection::Source);

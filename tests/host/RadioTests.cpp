@@ -59,6 +59,7 @@ protected:
 TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     Start(IVEXAMLDataField::Title);
     EXPECT_FALSE(PlayerWindow->findChild<FirstStartPage*>()->isVisible());
+    Find<QAction>("Compact")->trigger();
     EXPECT_EQ(ShownColumns(*View()), QStringList({"Station", "Genre", "Kilobits"}));
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
     // The texts about podcasts are not used for other storages.

@@ -404,6 +404,47 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     }
 }
 
+TEST_F(Window, RowsOfTheListHaveTwoLinesAndButtons) {
+    Start();
+    Subscribe();
+    auto* rows = Find<QTableView>("Rows");
+    auto* delegate = dynamic_cast<ListRowDelegate*>(rows->itemDelegate());
+    ASSERT_TRUE(delegate) << "new users see the list";
+    TableModel& model = PlayerWindow->findChild<TablePane*>()->Model();
+    ASSERT_TRUE(WaitUntil([&] { return !model.IsBusy() && model.Row(2); }));
+    const auto row = [&](int number) { return model.index(number, model.ColumnOf(IVEXAMLDataField::Title)); };
+    EXPECT_EQ(row(1).data(TableModel::kSecondLineRole), "Tides") << "nothing else is known, and “New” says nothing new";
+    EXPECT_TRUE(row(1).data(TableModel::kIsUntouchedRole).toBool());
+    const auto place = [&](RowButton button) {
+        return delegate->PlaceOf(button, rows->visualRect(row(1)), row(1)).center();
+    };
+    const QPoint done = place(RowButton::Done), fetch = place(RowButton::Fetch);
+    ASSERT_NE(done, fetch);
+    rows->clearFocus();
+    EXPECT_FALSE(delegate->ButtonAt(done, rows->visualRect(row(1)), row(1))) << "neither hovered nor focused";
+    QTest::mouseMove(rows->viewport(), done);
+    QTest::mousePress(rows->viewport(), Qt::LeftButton, {}, done);
+    QTest::mouseRelease(rows->viewport(), Qt::LeftButton, {}, fetch);
+    QTest::mouseDClick(rows->viewport(), Qt::LeftButton, {}, done);
+    EXPECT_TRUE(Player->Current().Address.isEmpty()) << "a double click on a button is no double click on the row";
+    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, done);
+    ASSERT_TRUE(WaitUntil([&] { return row(1).data(TableModel::kIsDoneRole).toBool(); }));
+    EXPECT_EQ(row(1).data(TableModel::kSecondLineRole), "Tides · Listened");
+    EXPECT_EQ(model.Count(), 2) << "only this row, and the button that was left before the release did nothing";
+    EXPECT_TRUE(delegate->PlaceOf(RowButton::Done, rows->visualRect(row(1)), row(1)).isEmpty());
+    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, place(RowButton::PlayNext));
+    EXPECT_EQ(Player->UpNext(), QStringList(model.File(1)));
+
+    // The choice between list and table belongs to the kind of node.
+    auto* tree = Find<QTreeView>("Tree");
+    auto* compact = Find<QAction>("Compact");
+    compact->trigger();
+    tree->setCurrentIndex(tree->model()->index(1, 0));
+    EXPECT_FALSE(compact->isChecked()) << "postponed";
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    EXPECT_TRUE(compact->isChecked()) << "new";
+}
+
 TEST_F(Window, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {
     Start();
     Subscribe();
@@ -545,6 +586,8 @@ TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
     Start();
     Subscribe();
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
+    EXPECT_EQ(ShownColumns(*Find<QTableView>("Rows")), QStringList({"Title"})) << "a list";
+    Find<QAction>("Compact")->trigger();
     EXPECT_EQ(ShownColumns(*Find<QTableView>("Rows")),
               QStringList({"Title", "Podcast", "Duration", "State", "Published", "Local copy"}));
     EXPECT_EQ(Rows()->headerData(Find<QTableView>("Rows")->horizontalHeader()->sortIndicatorSection(), Qt::Horizontal),
@@ -725,6 +768,7 @@ TEST_F(Window, ItsLayoutIsOnTheDiskSoonAfterAChange) {
     ASSERT_TRUE(WaitUntil([&] { return !stored("Geometry").isEmpty(); }));
     const QString geometry = stored("Geometry"), columns = stored("Columns.VEXA.Podcasts.ML.Storage");
     PlayerWindow->resize(901, 633);
+    Find<QAction>("Compact")->trigger();
     auto* header = Find<QTableView>("Rows")->horizontalHeader();
     header->resizeSection(1, header->sectionSize(1) + 40);
     EXPECT_TRUE(WaitUntil(
@@ -759,8 +803,8 @@ TEST_F(Window, ClosedWhileSomethingPlaysItAsksOrGoesIntoTheTray) {
     ASSERT_TRUE(WaitUntil([&] { return Player->IsPlaying() && Find<QAbstractButton>("NowPlaying")->isVisible(); }));
     QCoreApplication::processEvents();
     EXPECT_EQ(bar->height(), height) << "its title moves nothing";
-    EXPECT_TRUE(
-        WaitUntil([&] { return Find<QAbstractButton>("NowPlaying")->accessibleName().contains("Waiting for the server"); }));
+    EXPECT_TRUE(WaitUntil(
+        [&] { return Find<QAbstractButton>("NowPlaying")->accessibleName().contains("Waiting for the server"); }));
     EXPECT_FALSE(PlayerWindow->close());
     EXPECT_EQ(answer("Keep it open"), QStringList({"End", "Keep it open"}));
     EXPECT_TRUE(PlayerWindow->isVisible());

@@ -10,7 +10,7 @@ namespace vexa::host {
 /// left, as text. Both are empty for other files.
 enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole, kShortTimeLeftRole };
 
-class RowDelegate final : public QStyledItemDelegate {
+class RowDelegate : public QStyledItemDelegate {
 public:
     static constexpr int kHeight = 28;
 

@@ -40,6 +40,12 @@ QString ShownDate(double date) {
     return QLocale().toString(local.date(), format);
 }
 
+QString DayText(double date, const QString& today, const QString& yesterday) {
+    const QDateTime local = Local(date);
+    const qint64 days = local.isValid() ? local.date().daysTo(QDate::currentDate()) : -1;
+    return days == 0 ? today : days == 1 ? yesterday : ShownDate(date);
+}
+
 QString ShownDateTime(double date) {
     const QDateTime local = Local(date);
     if (!local.isValid()) return {};

@@ -14,6 +14,8 @@ QString ShownDuration(double seconds);
 /// Empty for 0 and for invalid dates.
 QString ShownDate(double date);
 QString ShownDateTime(double date);
+/// The same as ShownDate, but with the given words for today and yesterday.
+QString DayText(double date, const QString& today, const QString& yesterday);
 
 /// The locale of a language, given by its English name ("German"): the system's locale if it has that language.
 QLocale LocaleOf(const QString& language);

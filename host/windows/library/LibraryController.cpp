@@ -43,7 +43,7 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     FWorking.setSingleShot(false);
     connect(&FTree, &TreePane::SelectionChanged, this, [this] {
         FTable.SetSearchesAll(false);
-        ShowScope();
+        ShowNode();
         Narrow();
     });
     connect(&FTree.Model(), &QAbstractItemModel::dataChanged, this, &LibraryController::ShowScope);
@@ -51,6 +51,9 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     connect(&FTable, &TablePane::SearchChanged, this, [this](const QString& text) {
         FSearch = text;
         Narrow();
+    });
+    connect(&FTable, &TablePane::CompactChanged, this, [this](bool isCompact) {
+        if (FSource) FHost.Config().Write(CompactKey(), isCompact ? QStringLiteral("1") : QStringLiteral("0"));
     });
     connect(&FTable.Model(), &TableModel::Shown, this, [this] {
         if (!FFileToShow.isEmpty() && !FTable.Model().IsBusy()) FTable.ShowFile(std::exchange(FFileToShow, {}));
@@ -91,7 +94,8 @@ void LibraryController::Open() {
     const auto presets = FSource->Storage.Presets();
     FTree.SetProvider(presets.empty() ? nullptr : presets.front().Provider,
                       node.isEmpty() ? QStringList() : node.split(u'\t'));
-    ShowScope();
+    FTable.SetSort(FHost.Config().Find(Key("Sort")).value_or(QString()));
+    ShowNode();
     Narrow();
     UpdateIsEmpty();
     OnTasksChanged(FSource->Storage.ID());
@@ -119,6 +123,7 @@ QString LibraryController::Key(const char* name) const {
 void LibraryController::SaveLayout() {
     if (!FSource) return;
     FHost.Config().Write(Key("Columns"), QString::fromLatin1(FTable.SaveLayout().toBase64()));
+    FHost.Config().Write(Key("Sort"), FTable.Sort());
     FHost.Config().Write(Key("Node"), FTree.SelectedValues().join(u'\t'));
 }
 
@@ -130,6 +135,21 @@ void LibraryController::Narrow() {
     if (query.Node.empty()) query.Tree = nullptr;
     query.Search = FSearch;
     FTable.Model().SetQuery(std::move(query));
+}
+
+/// Whether rows are shown as a table is remembered by the kind of the node, as its icon tells it.
+QString LibraryController::CompactKey() const {
+    const TreePath path = FTree.SelectedPath();
+    return Key("Compact") + u'.' + QString::number(path.empty() ? -1 : path.back().Image);
+}
+
+void LibraryController::ShowNode() {
+    ShowScope();
+    if (!FSource) return;
+    const TreePath path = FTree.SelectedPath();
+    FTable.Model().SetShowsContainer(path.empty() ||
+                                     path.back().Image != IVEXAMLGroupingTreeDataProviderSelection::Source);
+    FTable.SetCompact(FHost.Config().Find(CompactKey()).value_or(QString()) == u"1");
 }
 
 void LibraryController::ShowScope() {

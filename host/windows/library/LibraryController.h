@@ -62,9 +62,11 @@ private:
     void Close();
     void ReloadNow();
     void Narrow();
+    void ShowNode();
     void ShowScope();
     void UpdateIsEmpty();
     QString Key(const char* name) const;
+    QString CompactKey() const;
 
     Host& FHost;
     TreePane& FTree;

@@ -549,18 +549,19 @@ int TableModel::columnCount(const QModelIndex& parent) const {
 
 QVariant TableModel::Cover(const std::vector<RowValue>& values) const {
     const qreal scale = qGuiApp->devicePixelRatio();
+    const int side = FIsList ? kListCoverSide : kCoverSide;
     QPixmap cover;
     if (FCovers && FFileColumn >= 0 && FContainerColumn >= 0)
         cover = FCovers->Get(FStorage->FileField()->Name, FileOf(values),
-                             values[static_cast<std::size_t>(FContainerColumn)].Text, kCoverSide, scale);
+                             values[static_cast<std::size_t>(FContainerColumn)].Text, side, scale);
     const bool isPlaying = !FPlaying.isEmpty() && FileOf(values) == FPlaying;
     if (isPlaying && cover.isNull()) return WindowIcon(QStringLiteral("play"));
     if (isPlaying) {
         QPainter painter(&cover);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);  // within the rounded corners
-        painter.fillRect(QRect(0, 0, kCoverSide, kCoverSide), QColor(0, 0, 0, 150));
-        const qreal third = kCoverSide / 3.0;
+        painter.fillRect(QRect(0, 0, side, side), QColor(0, 0, 0, 150));
+        const qreal third = side / 3.0;
         painter.setPen(Qt::NoPen);
         painter.setBrush(Qt::white);
         painter.drawPolygon(
@@ -580,6 +581,9 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
     if (!values) return role == Qt::DisplayRole && !isMark ? QVariant(kNotThere) : QVariant();
     if (role == Qt::ForegroundRole) return IsKept(index.row()) ? QVariant(FaintText()) : QVariant();
     const RowValue& value = (*values)[column];
+    if (role >= kSecondLineRole && role <= kIsLocalRole)
+        return index.column() == FTitleColumn ? ListValue(index.row(), role) : QVariant();
+    if (role == Qt::AccessibleDescriptionRole && FIsList) return SecondLine(index.row());
     if (role == kProgressRole || role == kTimeLeftRole || role == kShortTimeLeftRole ||
         role == Qt::AccessibleDescriptionRole)
         return index.column() == FTitleColumn ? Progress(index.row(), role) : QVariant();
@@ -600,6 +604,43 @@ QVariant TableModel::data(const QModelIndex& index, int role) const {
         text = (field.DisplayValues ? value.Shown : value.Text).simplified();
     if (role == Qt::DisplayRole || text.isEmpty()) return text;
     return QString(u"<span>" + text.toHtmlEscaped() + u"</span>");  // as rich text, so that the tool tip wraps
+}
+
+const RowValue* TableModel::ValueOf(const std::vector<RowValue>& values, IVEXAMLDataField::Roles role) const {
+    const int column = ColumnOf(role);
+    return column < 0 ? nullptr : &values[static_cast<std::size_t>(column)];
+}
+
+QVariant TableModel::ListValue(int row, int role) const {
+    if (role == kSecondLineRole) return SecondLine(row);
+    if (role == kIsLocalRole) {
+        const RowValue* local = ValueOf(*Row(row), IVEXAMLDataField::LocalFile);
+        return local && !local->Text.isEmpty();
+    }
+    const LibraryField* field = FStorage->FieldOf(IVEXAMLDataField::State);
+    const RowValue* state = ValueOf(*Row(row), IVEXAMLDataField::State);
+    const QString wanted = !field ? QString() : role == kIsDoneRole ? field->DoneValue : field->UntouchedValue;
+    return state && !wanted.isEmpty() && state->Text == wanted;
+}
+
+QString TableModel::SecondLine(int row) const {
+    const auto& values = *Row(row);
+    QStringList parts;
+    const auto add = [&](IVEXAMLDataField::Roles role, auto text) {
+        if (const RowValue* value = ValueOf(values, role)) parts += text(*value);
+    };
+    if (FShowsContainer)
+        add(IVEXAMLDataField::Container, [](const RowValue& value) { return value.Text.simplified(); });
+    add(IVEXAMLDataField::Date,
+        [this](const RowValue& value) { return DayText(value.Number, FTexts("Days", 0), FTexts("Days", 1)); });
+    const QString left = Progress(row, kTimeLeftRole).toString();
+    if (left.isEmpty())
+        add(IVEXAMLDataField::Length, [](const RowValue& value) { return ShownDuration(value.Number); });
+    parts += left;
+    if (!ListValue(row, kIsUntouchedRole).toBool())
+        add(IVEXAMLDataField::State, [](const RowValue& value) { return value.Shown; });
+    parts.removeAll({});
+    return parts.join(QStringLiteral(" · "));
 }
 
 QVariant TableModel::Progress(int row, int role) const {

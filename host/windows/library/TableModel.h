@@ -53,7 +53,14 @@ public:
     void OnPositionsChanged();
     /// The pictures beside the titles; null for none. Outlives the model, or is replaced by null before.
     void SetCovers(Covers* covers) noexcept { FCovers = covers; }
-    static constexpr int kCoverSide = 22;
+    static constexpr int kCoverSide = 22, kListCoverSide = 40;
+    /// How rows are shown: by columns, or as a list whose rows have two lines, both from the title's column.
+    void SetIsList(bool isList) noexcept { FIsList = isList; }
+    /// Whether the second line of a list's row names its container; not needed where all rows have the same.
+    void SetShowsContainer(bool isShown) noexcept { FShowsContainer = isShown; }
+    /// The roles by which the title's column gives what a list's row shows besides its title and picture: the second
+    /// line; whether the user has not turned to the row, is done with it, and has a copy of its file.
+    enum ListRole { kSecondLineRole = Qt::UserRole + 16, kIsUntouchedRole, kIsDoneRole, kIsLocalRole };
     /// The file that plays, whose row is marked; empty for none.
     void SetPlaying(const QString& file);
     /// Finds rows again whose files' addresses, and with them their IDs, have moved. Outlives the model.
@@ -136,6 +143,10 @@ private:
     std::vector<KeptRow> KeptAfterReload() const;
     int RowAbove(int row, const QHash<QString, int>& places) const;
     QVariant Cover(const std::vector<RowValue>& values) const;
+    QVariant ListValue(int row, int role) const;
+    QString SecondLine(int row) const;
+    /// The value of a column of that role; null when there is no such column.
+    const RowValue* ValueOf(const std::vector<RowValue>& values, IVEXAMLDataField::Roles role) const;
     QVariant Progress(int row, int role) const;
     // In these functions `row` counts the storage's rows only.
     const std::vector<RowValue>* Row(const Pages& pages, int row) const;
@@ -158,6 +169,7 @@ private:
     int FIDColumn = -1, FFileColumn = -1, FTitleColumn = -1, FLengthColumn = -1, FContainerColumn = -1;
     const Positions* FPositions = nullptr;
     Covers* FCovers = nullptr;
+    bool FIsList = false, FShowsContainer = true;
     QString FPlaying;
     PresentAddresses* FAddresses = nullptr;
     RowQuery FQuery;      // with all fields: the columns, then the fields that only the model uses

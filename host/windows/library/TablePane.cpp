@@ -13,6 +13,7 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QTableView>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -20,7 +21,7 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kRowHeight = RowDelegate::kHeight, kSearchWidth = 280, kSearchHeight = 28;
+constexpr int kSearchWidth = 280, kSearchHeight = 28;
 constexpr int kTypingPause = 150;  // milliseconds
 constexpr int kMinTitleWidth = 180, kMinWidth = 80;
 
@@ -46,9 +47,14 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
       FModel(new TableModel(language, this)),
       FSearch(new QLineEdit),
       FAll(new QToolButton),
+      FCompact(new QAction(this)),
+      FSort(new QToolButton),
+      FLook(new QToolButton),
       FView(new QTableView),
       FCount(new QLabel),
-      FFailure(new QLabel) {
+      FFailure(new QLabel),
+      FTableRows(new RowDelegate(FView)),
+      FListRows(new ListRowDelegate([this](RowButton button) { return !FIsOffered || FIsOffered(button); }, *FView)) {
     FSearch->setObjectName(QStringLiteral("Search"));
     FSearch->setClearButtonEnabled(true);
     FSearch->setMaximumWidth(kSearchWidth);
@@ -58,6 +64,17 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FAll->setCheckable(true);
     FAll->setFocusPolicy(Qt::StrongFocus);
     FAll->hide();
+    FCompact->setObjectName(QStringLiteral("Compact"));
+    FCompact->setCheckable(true);
+    for (QToolButton* button : {FSort, FLook}) {
+        button->setAutoRaise(true);
+        button->setFocusPolicy(Qt::StrongFocus);
+    }
+    FSort->setObjectName(QStringLiteral("Sort"));
+    FSort->setPopupMode(QToolButton::InstantPopup);
+    FSort->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    FSort->setMenu(new QMenu(FSort));
+    FLook->setDefaultAction(FCompact);
     FCount->setObjectName(QStringLiteral("Faint"));
     FCount->setTextFormat(Qt::PlainText);
     FFailure->setObjectName(QStringLiteral("Failure"));
@@ -68,7 +85,8 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FFailure->hide();
     FView->setObjectName(QStringLiteral("Rows"));
     FView->setModel(FModel);
-    FView->setItemDelegate(new RowDelegate(FView));
+    FView->setItemDelegate(FTableRows);
+    FView->setMouseTracking(true);
     FView->setSelectionBehavior(QAbstractItemView::SelectRows);
     FView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     FView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
@@ -85,7 +103,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FView->setSortingEnabled(true);
     FView->verticalHeader()->hide();
     FView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    FView->verticalHeader()->setDefaultSectionSize(kRowHeight);
+    FView->verticalHeader()->setDefaultSectionSize(RowHeight());
     QHeaderView* header = FView->horizontalHeader();
     header->setSectionsMovable(true);
     header->setHighlightSections(false);
@@ -106,6 +124,9 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     upper->addStretch(0);
     upper->addSpacing(8);
     upper->addWidget(FCount);
+    upper->addSpacing(8);
+    upper->addWidget(FSort);
+    upper->addWidget(FLook);
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins({});
     whole->setSpacing(0);
@@ -137,6 +158,10 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     for (const auto signal : {&QHeaderView::sectionResized, &QHeaderView::sectionMoved})
         connect(header, signal, this, &TablePane::LayoutChanged);
     connect(header, &QHeaderView::sortIndicatorChanged, this, &TablePane::LayoutChanged);
+    connect(header, &QHeaderView::sortIndicatorChanged, this, &TablePane::ShowSort);
+    connect(FSort->menu(), &QMenu::aboutToShow, this, &TablePane::FillSortMenu);
+    connect(FCompact, &QAction::toggled, this, &TablePane::Arrange);
+    connect(FCompact, &QAction::triggered, this, &TablePane::CompactChanged);
     connect(header, &QWidget::customContextMenuRequested, this, &TablePane::ShowColumnMenu);
     Localize();
     OnThemeChanged();
@@ -148,6 +173,7 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     FModel->SetSource(storage, reader);
     FStorageID = storage ? storage->ID() : QString();
     SetRowTexts();
+    ShowAsList(false);
     if (!storage) return;
     QHeaderView* header = FView->horizontalHeader();
     ArrangeColumns(*storage);
@@ -161,6 +187,91 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
     header->setSortIndicatorShown(true);
     FModel->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     FitColumns();
+    Arrange();
+}
+
+void TablePane::Arrange() {
+    const bool hasTitle = FModel->ColumnOf(IVEXAMLDataField::Title) >= 0;
+    FLook->setVisible(hasTitle);
+    FCompact->setEnabled(hasTitle);
+    FCompact->setIcon(WindowIcon(FCompact->isChecked() ? QStringLiteral("list") : QStringLiteral("table")));
+    ShowAsList(hasTitle && !FCompact->isChecked());
+}
+
+void TablePane::ShowAsList(bool isList) {
+    if (FIsList == isList) return;
+    const int title = FModel->ColumnOf(IVEXAMLDataField::Title);
+    const int top = FView->rowAt(0);
+    QHeaderView* header = FView->horizontalHeader();
+    if (isList) {
+        FColumnLayout = header->saveState();
+        for (int column = 0; column < FModel->columnCount(); ++column)
+            header->setSectionHidden(column, column != title);
+        if (title >= 0) header->setSectionResizeMode(title, QHeaderView::Stretch);
+    } else {
+        const int section = header->sortIndicatorSection();
+        const Qt::SortOrder order = header->sortIndicatorOrder();
+        const QSignalBlocker blocker(header);  // the order stays, so that nothing is to be read again
+        header->restoreState(FColumnLayout);
+        header->setSortIndicator(section, order);
+        FColumnLayout.clear();
+    }
+    FIsList = isList;
+    FModel->SetIsList(isList);
+    header->setVisible(!isList);
+    FSort->setVisible(isList);
+    FView->setItemDelegate(isList ? FListRows : FTableRows);
+    FView->setAlternatingRowColors(!isList);
+    FView->verticalHeader()->setDefaultSectionSize(RowHeight());
+    FView->doItemsLayout();
+    if (!isList) FitColumns();
+    if (top > 0) FView->scrollTo(FModel->index(top, std::max(title, 0)), QAbstractItemView::PositionAtTop);
+    ShowSort();
+    UpdateVisibleRows();
+}
+
+QString TablePane::Sort() const {
+    const int column = FView->horizontalHeader()->sortIndicatorSection();
+    if (column < 0 || column >= FModel->columnCount()) return {};
+    return FModel->Columns()[static_cast<std::size_t>(column)]->Name + u'|' +
+           QString::number(FView->horizontalHeader()->sortIndicatorOrder());
+}
+
+void TablePane::SetSort(const QString& sort) {
+    const auto bar = sort.lastIndexOf(u'|');
+    const int column = bar < 0 ? -1 : FModel->ColumnOf(sort.left(bar));
+    if (column >= 0 && sort != Sort())
+        FView->sortByColumn(column, QStringView(sort).mid(bar + 1) == u"1" ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+void TablePane::FillSortMenu() {
+    QMenu* menu = FSort->menu();
+    menu->clear();
+    const QHeaderView* header = FView->horizontalHeader();
+    for (int column = 0; column < FModel->columnCount(); ++column) {
+        const LibraryField& field = *FModel->Columns()[static_cast<std::size_t>(column)];
+        if (field.Role == IVEXAMLDataField::None || field.Role == IVEXAMLDataField::LocalFile) continue;
+        const bool isPresent = header->sortIndicatorSection() == column;
+        // The same one again turns the order; dates begin with the newest.
+        Qt::SortOrder order = field.Role == IVEXAMLDataField::Date ? Qt::DescendingOrder : Qt::AscendingOrder;
+        if (isPresent)
+            order = header->sortIndicatorOrder() == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
+        QAction* action = menu->addAction(FTexts.Field(field.Name).replace(u'&', QStringLiteral("&&")), this,
+                                          [this, column, order] { FView->sortByColumn(column, order); });
+        action->setCheckable(true);
+        action->setChecked(isPresent);
+    }
+}
+
+void TablePane::ShowSort() {
+    const int column = FView->horizontalHeader()->sortIndicatorSection();
+    const bool isSorted = column >= 0 && column < FModel->columnCount();
+    const QString field =
+        isSorted ? FTexts.Field(FModel->Columns()[static_cast<std::size_t>(column)]->Name) : QString();
+    const bool isUp = FView->horizontalHeader()->sortIndicatorOrder() == Qt::AscendingOrder;
+    FSort->setText(isSorted ? QString(field + (isUp ? u" ↑" : u" ↓")) : QString());
+    FSort->setToolTip(FTexts("SortBy", field));
+    FSort->setAccessibleName(FSort->toolTip());
 }
 
 void TablePane::ArrangeColumns(const LibraryStorage& storage) {
@@ -192,6 +303,7 @@ void TablePane::ArrangeColumns(const LibraryStorage& storage) {
 /// Rows without readable titles say nothing: where there is little room, the other columns give theirs, the widest
 /// first.
 void TablePane::FitColumns() {
+    if (FIsList) return;
     QHeaderView* header = FView->horizontalHeader();
     const int title = FModel->ColumnOf(IVEXAMLDataField::Title);
     if (title < 0 || header->isSectionHidden(title)) return;
@@ -214,7 +326,7 @@ void TablePane::FitColumns() {
 }
 
 QByteArray TablePane::SaveLayout() const {
-    return FView->horizontalHeader()->saveState();
+    return FIsList ? FColumnLayout : FView->horizontalHeader()->saveState();
 }
 
 void TablePane::ShowColumnMenu(const QPoint& position) {
@@ -238,7 +350,7 @@ void TablePane::UpdateVisibleRows() {
     const int height = FView->viewport()->height();
     const int first = FView->rowAt(0);
     const int last = FView->rowAt(std::max(height - 1, 0));
-    FModel->SetVisibleRows(std::max(first, 0), last < 0 ? std::max(first, 0) + height / kRowHeight : last);
+    FModel->SetVisibleRows(std::max(first, 0), last < 0 ? std::max(first, 0) + height / RowHeight() : last);
 }
 
 void TablePane::KeepTop() {
@@ -249,7 +361,7 @@ void TablePane::KeepTop() {
 void TablePane::OnShown() {
     const int top = std::exchange(FTopRow, -1), topNow = std::exchange(FTop, {}).row();
     if (top >= 0 && topNow >= 0 && topNow != top)
-        FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * kRowHeight);
+        FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * RowHeight());
     UpdateVisibleRows();
     ShowCount();
     FFailure->setText(FModel->Failure());
@@ -347,6 +459,10 @@ void TablePane::ShowCount() {
 void TablePane::Localize() {
     SetRowTexts();
     FModel->Localize();
+    FCompact->setText(FTexts("Compact"));
+    FLook->setAccessibleName(FTexts("Compact").remove(u'&'));
+    ShowSort();
+    if (FIsList) return;
     // Captions may be longer in this language.
     QHeaderView* header = FView->horizontalHeader();
     for (int column = 0; column < FModel->columnCount(); ++column)
@@ -357,7 +473,49 @@ void TablePane::Localize() {
 
 void TablePane::OnThemeChanged() {
     FSearch->actions().first()->setIcon(WindowIcon(QStringLiteral("search")));
+    Arrange();
+    FSort->setIcon(WindowIcon(QStringLiteral("sort")));
     FView->viewport()->update();
+}
+
+void TablePane::Hover(const QPoint& place) {
+    if (!FIsList) return;
+    const QModelIndex row = FView->indexAt(place), before = FListRows->HoveredRow();
+    FListRows->SetHovered(row, std::nullopt);  // first, since only the row under the mouse shows its buttons
+    FListRows->SetHovered(row, row.isValid() ? FListRows->ButtonAt(place, FView->visualRect(row), row) : std::nullopt);
+    for (const QModelIndex& index : {before, row})
+        if (index.isValid()) FView->update(index);
+}
+
+bool TablePane::ShowToolTip(const QHelpEvent& event) {
+    const QModelIndex row = FIsList ? FView->indexAt(event.pos()) : QModelIndex();
+    const auto button = row.isValid() ? FListRows->ButtonAt(event.pos(), FView->visualRect(row), row) : std::nullopt;
+    if (!button) return false;
+    QToolTip::showText(event.globalPos(), FTexts("RowButtons", static_cast<int>(*button)), FView->viewport());
+    return true;
+}
+
+/// Takes presses and clicks of a row's buttons, a double click's included, from the view: they play nothing, begin no
+/// dragging, and act once.
+bool TablePane::OnMouse(const QMouseEvent& event) {
+    if (event.button() != Qt::LeftButton) return false;
+    const QPoint place = event.position().toPoint();
+    const QModelIndex row = FView->indexAt(place);
+    const auto button = row.isValid() ? FListRows->ButtonAt(place, FView->visualRect(row), row) : std::nullopt;
+    if (event.type() != QEvent::MouseButtonRelease) {
+        FPressed = event.modifiers() == Qt::NoModifier ? button : std::nullopt;
+        if (FPressed && event.type() == QEvent::MouseButtonPress) FView->selectRow(row.row());
+        return FPressed.has_value();
+    }
+    const auto pressed = std::exchange(FPressed, std::nullopt);
+    if (!pressed) return false;
+    const QString file = FModel->File(row.row());
+    if (pressed != button || file.isEmpty() || row.row() != FView->currentIndex().row()) return true;
+    if (*pressed == RowButton::Play)
+        Q_EMIT Activated(file);
+    else
+        Q_EMIT ButtonClicked(*pressed, file);
+    return true;
 }
 
 bool TablePane::eventFilter(QObject* watched, QEvent* event) {
@@ -366,6 +524,16 @@ bool TablePane::eventFilter(QObject* watched, QEvent* event) {
             FitColumns();
             UpdateVisibleRows();
         });
+    if (watched == FView->viewport() && event->type() == QEvent::Leave) Hover({-1, -1});
+    if (watched == FView->viewport() && event->type() == QEvent::MouseMove)
+        Hover(static_cast<QMouseEvent*>(event)->position().toPoint());
+    if (watched == FView->viewport() && event->type() == QEvent::ToolTip &&
+        ShowToolTip(*static_cast<QHelpEvent*>(event)))
+        return true;
+    if (watched == FView->viewport() && FIsList &&
+        (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonRelease ||
+         event->type() == QEvent::MouseButtonDblClick))
+        return OnMouse(static_cast<QMouseEvent&>(*event)) || Pane::eventFilter(watched, event);
     // The view itself would make the first row current, and so show its details, without selecting it.
     if (event->type() == QEvent::FocusIn && watched == FView && !FView->currentIndex().isValid() &&
         FModel->rowCount() > 0 && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)

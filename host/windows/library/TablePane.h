@@ -1,6 +1,7 @@
 #pragma once
-// The table of rows with its search field. Main thread.
+// The rows with their search field: as a list with rows of two lines, or compact, as a table of columns. Main thread.
 
+#include "ListRowDelegate.h"
 #include "Pane.h"
 #include "TableModel.h"
 
@@ -11,8 +12,11 @@
 
 #include <optional>
 
+class QAction;
+class QHelpEvent;
 class QLabel;
 class QLineEdit;
+class QMouseEvent;
 class QTableView;
 
 namespace vexa::host {
@@ -30,6 +34,18 @@ public:
     /// own layout is used.
     void SetSource(const LibraryStorage* storage, RowReader* reader, const QByteArray& layout);
     QByteArray SaveLayout() const;
+
+    /// The order of the rows as text, such as "PublishDate|1" (1: descending); empty when there is none.
+    QString Sort() const;
+    /// Ignores the order by a field that is not shown.
+    void SetSort(const QString& sort);
+    /// Compact is the table of columns. A storage whose rows have no title is always shown so.
+    bool IsCompact() const { return FCompact->isChecked(); }
+    void SetCompact(bool isCompact) { FCompact->setChecked(isCompact); }
+    /// Checkable: chooses between table and list.
+    QAction* CompactAction() const noexcept { return FCompact; }
+    /// Which buttons rows have at present, besides those that play.
+    void SetOfferedButtons(std::function<bool(RowButton)> isOffered) { FIsOffered = std::move(isOffered); }
 
     QString CurrentFile() const;
     QStringList SelectedFiles();
@@ -54,6 +70,10 @@ Q_SIGNALS:
     /// What SaveLayout returns may have changed.
     void LayoutChanged();
     void Activated(const QString& file);
+    /// A button of a row was clicked, other than Play, which is Activated. The row is the only one selected.
+    void ButtonClicked(RowButton button, const QString& file);
+    /// The user chose between table and list.
+    void CompactChanged(bool isCompact);
     void MenuWanted(const QPoint& position);
 
 protected:
@@ -62,6 +82,13 @@ protected:
 private:
     void Localize() override;
     void UpdateVisibleRows();
+    void Arrange();
+    void ShowAsList(bool isList);
+    void ShowSort();
+    void FillSortMenu();
+    void Hover(const QPoint& place);
+    bool ShowToolTip(const QHelpEvent& event);
+    bool OnMouse(const QMouseEvent& event);
     void OnShown();
     void ArrangeColumns(const LibraryStorage& storage);
     void FitColumns();
@@ -71,14 +98,25 @@ private:
     void ShowScope();
     void ShowCount();
 
+    int RowHeight() const { return FIsList ? ListRowDelegate::kListHeight : RowDelegate::kHeight; }
+
     const WindowTexts FTexts;
     TableModel* const FModel;
     QLineEdit* const FSearch;
     QToolButton* const FAll;
+    QAction* const FCompact;
+    QToolButton* const FSort;  // shown with the list, which has no header
+    QToolButton* const FLook;
     QTableView* const FView;
     QLabel* const FCount;
     QLabel* const FFailure;  // shown in place of the rows while the storage cannot give any
     QTimer FTyping;
+    RowDelegate* const FTableRows;
+    ListRowDelegate* const FListRows;
+    std::function<bool(RowButton)> FIsOffered;
+    bool FIsList = false;
+    QByteArray FColumnLayout;  // the header's state while the list is shown, which hides all columns but the title's
+    std::optional<RowButton> FPressed;
     QString FScope;
     QString FStorageID;  // the storage whose rows are shown; empty for none
     QString FCurrentFile;

@@ -1,7 +1,7 @@
 #pragma once
-// The bar of playback controls: what plays, play and pause, skips, next and previous, the position with its times, chapters,
-// speed, sleep timer, volume. Every control has a name for screen readers and can be reached by Tab. Main thread;
-// destroy it before the Playback.
+// The bar of playback controls: what plays, play and pause, skips, next and previous, the position with its times,
+// chapters, speed, sleep timer, volume. Every control has a name for screen readers and can be reached by Tab. Main
+// thread; destroy it before the Playback.
 
 #include "Pane.h"
 #include "Playback.h"

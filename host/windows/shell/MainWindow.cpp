@@ -169,6 +169,7 @@ void MainWindow::AddMenuItems() {
     };
     add("PaneDetails", Qt::Key_F9, [this](bool isShown) { FDetails->setVisible(isShown); });
     add("PanePlaylists", Qt::SHIFT | Qt::Key_F9, [this](bool isShown) { FPlaylists->setVisible(isShown); });
+    FMenuBar->AddPane("Compact", FTable->CompactAction());
     add("PaneListening", Qt::CTRL | Qt::Key_F9, [this](bool isShown) { FListening->SetWanted(isShown); });
     FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
 }
@@ -176,6 +177,8 @@ void MainWindow::AddMenuItems() {
 void MainWindow::ConnectLibrary() {
     connect(FTable, &TablePane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::CurrentChanged, this, &MainWindow::ShowDetails);
+    FTable->SetOfferedButtons([this](RowButton button) { return IsOffered(button); });
+    connect(FTable, &TablePane::ButtonClicked, this, &MainWindow::Run);
     connect(FPlaylists, &PlaylistPane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::MenuWanted, this, [this](const QPoint& position) {
         FCommands->ShowMenu(kMenuLibraryTable, position, [this](QMenu& menu) {
@@ -286,6 +289,27 @@ void MainWindow::ConnectUndo() {
         FBanner->Offer(text, {FTexts("Undo"), [this] { FActs.Undo(); }});
     });
     connect(&FActs, &UndoActs::UndonePartly, this, [this](const QString& reason) { FBanner->Show(reason); });
+}
+
+namespace {
+
+IVEXAMenuItem::RowButtons ItemOf(RowButton button) {
+    return button == RowButton::Fetch  ? IVEXAMenuItem::FetchButton
+           : button == RowButton::Done ? IVEXAMenuItem::DoneButton
+                                       : IVEXAMenuItem::NoButton;
+}
+
+}  // namespace
+
+bool MainWindow::IsOffered(RowButton button) const {
+    const auto item = ItemOf(button);
+    return item == IVEXAMenuItem::NoButton || FHost.Menus().RowButton(item);
+}
+
+void MainWindow::Run(RowButton button, const QString& file) {
+    const MenuManager::Item item = FHost.Menus().RowButton(ItemOf(button));
+    if (button == RowButton::PlayNext) return FPlayback.PlayNext({file});
+    if (item) FCommands->Run(*item);
 }
 
 void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run) {

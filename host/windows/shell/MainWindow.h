@@ -84,6 +84,8 @@ private:
     void ConnectLibrary();
     void ConnectMenus();
     void ConnectUndo();
+    bool IsOffered(RowButton button) const;
+    void Run(RowButton button, const QString& file);
     void AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run);
     void ShowShortcuts();
     void ShowPage();

@@ -83,6 +83,11 @@ bool WindowCommands::Run(const QKeySequence& keys, const View* view) {
     return true;
 }
 
+void WindowCommands::Run(IVEXAMenuItem& item) {
+    Q_EMIT AboutToRun();
+    if (Succeeded(FHost.Menus().Run(item))) Q_EMIT Ran();
+}
+
 void WindowCommands::AcceptPlainKeys(QWidget& view, std::optional<BuiltInMenu> except) {
     FViews.push_back({&view, except});
 }

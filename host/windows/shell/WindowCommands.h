@@ -21,6 +21,8 @@ public:
     /// Handles shortcuts that are pressed in `window`.
     WindowCommands(Host& host, QWidget& window);
 
+    /// Runs an item as from its menu.
+    void Run(IVEXAMenuItem& item);
     /// While `view` has the focus, keys that otherwise type or search, and Delete, run commands, too, but none of the
     /// menu `except`.
     void AcceptPlainKeys(QWidget& view, std::optional<BuiltInMenu> except = {});
