@@ -31,7 +31,15 @@ TreePane::TreePane(const LanguageService& language, QWidget* parent)
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins({});
     whole->addWidget(FView);
-    connect(FView->selectionModel(), &QItemSelectionModel::selectionChanged, this, &TreePane::SelectionChanged);
+    FReselecting.setSingleShot(true);
+    FReselecting.setInterval(0);
+    connect(&FReselecting, &QTimer::timeout, this, &TreePane::Reselect);
+    connect(FView->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (FView->selectionModel()->hasSelection())
+            Q_EMIT SelectionChanged();
+        else
+            FReselecting.start();
+    });
     connect(FView, &QWidget::customContextMenuRequested, this,
             [this](const QPoint& position) { Q_EMIT MenuWanted(FView->viewport()->mapToGlobal(position)); });
     Localize();
@@ -43,6 +51,12 @@ void TreePane::SetProvider(Ref<IVEXAMLGroupingTreeDataProvider> provider, const 
     const int count = FModel->rowCount();
     if (count > 0) FView->expand(FModel->index(count - 1, 0));
     if (values.isEmpty() || !Select(values)) FView->setCurrentIndex(FModel->index(0, 0));
+}
+
+void TreePane::Reselect() {
+    if (FView->selectionModel()->hasSelection() || FModel->rowCount() == 0) return;
+    const QModelIndex current = FView->currentIndex();
+    FView->setCurrentIndex(current.isValid() ? current : FModel->index(0, 0));
 }
 
 TreePath TreePane::SelectedPath() const {

@@ -5,6 +5,7 @@
 #include "TreeModel.h"
 #include "WindowTexts.h"
 
+#include <QTimer>
 #include <QWidget>
 
 class QTreeView;
@@ -31,9 +32,14 @@ Q_SIGNALS:
 
 private:
     void Localize() override;
+    /// A node is always selected, although the view selects none after a click below the last node, and none in place
+    /// of a node that has gone.
+    void Reselect();
+
     const WindowTexts FTexts;
     TreeModel* const FModel;
     QTreeView* const FView;
+    QTimer FReselecting;
 };
 
 }  // namespace vexa::host
