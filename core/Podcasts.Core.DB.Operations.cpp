@@ -472,6 +472,15 @@ void TPodcastsDB::EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor) 
                [&](const SqliteCursor& row) { visitor(row.Text(0)); });
 }
 
+TPodcastFeedNumbers TPodcastsDB::GetFeedNumbers(int feedID) {
+    const auto cursor = Read(SqlBuilder("SELECT Count(*), Sum(State = ")
+                                 .Integer(pesNew)
+                                 .Raw("), Max(PublishDate) FROM PodcastEpisodes WHERE FeedID = ")
+                                 .Integer(feedID));
+    if (!cursor) return {};
+    return {.Episodes = cursor->Integer64(0), .New = cursor->Integer64(1), .Newest = cursor->Double(2)};
+}
+
 int TPodcastsDB::ResetMissingCachedFiles() {
     // Check the files before locking the database, so that a sleeping disk does not make other writers wait.
     QStringList missing;

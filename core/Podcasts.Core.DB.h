@@ -71,6 +71,12 @@ enum class TPodcastLogoOutcome {
     Failure = 2,  // there was no response
 };
 
+/// What a feed's episodes amount to.
+struct TPodcastFeedNumbers {
+    qint64 Episodes = 0, New = 0;
+    double Newest = 0;  // the newest publish date, an OLE Automation date in UTC; 0 without episodes
+};
+
 /// The last attempt to fetch a feed's logo.
 struct TPodcastLogoLook {
     QString URLLogo;  // the feed's logo address at that time
@@ -238,6 +244,8 @@ public:
     /// The kept download queue: keys in the order in which they were queued.
     QStringList GetKeptQueue();
     void ChangeKeptQueue(const std::vector<TPodcastQueueChange>& changes);
+
+    TPodcastFeedNumbers GetFeedNumbers(int feedID);
 
     /// Logos: the bytes of the image file, unchanged as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);

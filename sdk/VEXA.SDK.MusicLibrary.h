@@ -298,6 +298,31 @@ protected:
     ~IVEXAMLNodeImage() = default;
 };
 
+// ---- What is known of nodes: optional ----
+
+/// Offered by a storage that knows more of its nodes than their captions, such as what a podcast says of itself. Any
+/// thread.
+struct IVEXAMLNodeInfo : IUnknown {
+    static constexpr Guid IID = ParseGuid("{5C0B6C1E-6A57-4E0B-9B46-7D1F3C9D2A84}");
+
+    enum Property : std::int32_t {
+        Title = 1,           // text
+        Author = 2,          // text
+        Description = 3,     // text, perhaps with HTML; not to be trusted
+        WebAddress = 4,      // text: of a page about what the node stands for
+        RowCount = 5,        // number of rows below the node
+        UntouchedCount = 6,  // number of those to which the user has not turned
+        Newest = 7,          // OLE Automation date in UTC of the newest row; 0 without one
+    };
+
+    /// 3: Sets what is known of the node with that pair in a selection; any property may be missing. E_FAIL when
+    /// nothing is known. Does not use the network.
+    virtual HResult GetInfo(IVEXAString* field, const Variant* value, IVEXAPropertyList* info) noexcept = 0;
+
+protected:
+    ~IVEXAMLNodeInfo() = default;
+};
+
 // ---- Undoing: optional ----
 
 /// Receives what has become of an act that was to be undone. Main thread.

@@ -207,7 +207,9 @@ TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
         TablePane table(Host.Language());
         table.resize(600, 400);
         table.show();
-        LibraryController library(Host, tree, table);
+        NodePage page(Host.Language());
+        CoverGrid grid;
+        LibraryController library(Host, tree, table, page, grid);
         ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(Storage->Rows.size()); }));
         table.View()->selectRow(50);
         table.View()->selectionModel()->select(QItemSelection(table.Model().index(48, 0), table.Model().index(52, 0)),

@@ -64,6 +64,8 @@ TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     EXPECT_EQ(View()->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch) << "the title";
     // The texts about podcasts are not used for other storages.
     EXPECT_EQ(Find<QLineEdit>("Search")->placeholderText(), "Search in Stations");
+    EXPECT_TRUE(ShowsText("Sources: 2")) << "a folder of sources is shown as a grid first";
+    Find<QAction>("Grid")->trigger();
     EXPECT_TRUE(ShowsText("Entries: 3"));
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));
     for (const char* name : {"Subscribe", "Import", "Export"})

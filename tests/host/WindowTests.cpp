@@ -445,6 +445,60 @@ TEST_F(Window, RowsOfTheListHaveTwoLinesAndButtons) {
     EXPECT_TRUE(compact->isChecked()) << "new";
 }
 
+TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
+    Start();
+    WriteWhole(Profile.File("fog.xml"),
+               "<rss version='2.0'><channel><title>Fog</title><link>https://example.org/fog</link>"
+               "<itunes:author xmlns:itunes='http://www.itunes.com/dtds/podcast-1.0.dtd'>Ann</itunes:author>"
+               "<description>About &lt;b&gt;fog&lt;/b&gt; &lt;img src='http://127.0.0.1:9/x.png'/&gt;</description>"
+               "<item><title>Later</title><guid>2</guid><pubDate>Tue, 02 Jan 2024 10:00:00 GMT</pubDate>"
+               "<enclosure url='http://127.0.0.1:9/later.wav' type='audio/wav'/></item>"
+               "<item><title>First</title><guid>1</guid><pubDate>Mon, 01 Jan 2024 10:00:00 GMT</pubDate>"
+               "<enclosure url='http://127.0.0.1:9/first.wav' type='audio/wav'/></item></channel></rss>");
+    Subscribe();
+    PlayerWindow->findChild<Subscriber*>()->Subscribe({Profile.File("fog.xml")});
+    auto* tree = Find<QTreeView>("Tree");
+    const QModelIndex subscriptions = tree->model()->index(2, 0);
+    ASSERT_TRUE(WaitUntil([&] { return tree->model()->rowCount(subscriptions) == 2; }));
+    tree->setCurrentIndex(subscriptions);
+    auto* grid = PlayerWindow->findChild<CoverGrid*>();
+    // The titles in the order shown, with the numbers of new episodes.
+    const auto tiles = [&] {
+        QStringList shown;
+        for (int row = 0; row < grid->model()->rowCount(); ++row) {
+            const QModelIndex tile = grid->model()->index(row, 0);
+            shown += tile.data().toString() + u' ' + tile.data(Qt::AccessibleDescriptionRole).toString();
+        }
+        return shown.join(u", ");
+    };
+    EXPECT_TRUE(WaitUntil([&] { return tiles() == "Fog 2, Tides 3"; }))
+        << "the newest first: " << tiles().toStdString();
+    EXPECT_TRUE(grid->isVisible());
+    grid->SetOrder(CoverGrid::Order::Untouched);
+    EXPECT_EQ(tiles(), "Tides 3, Fog 2");
+    Find<QLineEdit>("Search")->setText("part");
+    EXPECT_FALSE(grid->isVisible()) << "what is searched are rows";
+    Find<QLineEdit>("Search")->clear();
+    EXPECT_TRUE(grid->isVisible());
+    auto* page = PlayerWindow->findChild<NodePage*>();
+    EXPECT_FALSE(page->isVisible());
+    grid->setCurrentIndex(grid->model()->index(1, 0));
+    QTest::keyClick(grid, Qt::Key_Return);
+    ASSERT_TRUE(WaitUntil([&] { return page->isVisible(); }));
+    EXPECT_TRUE(Find<QTableView>("Rows")->isVisible());
+    QStringList texts;
+    for (const auto* label : page->findChildren<ClampedLabel*>()) texts += label->Text();
+    EXPECT_EQ(texts.join(u'/'), "Fog/About fog") << "markup is not shown, and pictures are not loaded";
+    EXPECT_TRUE(Find<QToolButton>("web")->isVisible());
+    Find<QPushButton>("PlayOldest")->click();
+    EXPECT_TRUE(WaitUntil([&] { return Player->Current().Address.endsWith("first.wav"); }))
+        << Player->Current().Address.toStdString();
+    Find<QToolButton>("doneall")->click();
+    EXPECT_TRUE(WaitUntil([&] { return !Find<QPushButton>("PlayOldest")->isEnabled(); })) << "none is new";
+    EXPECT_TRUE(WaitUntil([&] { return tree->model()->index(0, 0).data().toString() == "New (3)"; }))
+        << "only those of the page: " << tree->model()->index(0, 0).data().toString().toStdString();
+}
+
 TEST_F(Window, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {
     Start();
     Subscribe();

@@ -17,21 +17,30 @@ public:
     Selection(TreePane& tree, TablePane& table) : FTree(tree), FTable(table) {}
 
     QStringList AllFiles() const override { return FTable.AllFiles(); }
-    QStringList SelectedFiles() const override { return FTable.SelectedFiles(); }
+    QStringList SelectedFiles() const override { return FInstead ? *FInstead : FTable.SelectedFiles(); }
     std::optional<QString> FocusedFile() const override {
+        if (FInstead) return FInstead->value(0);
         const QString file = FTable.CurrentFile();
         return file.isEmpty() ? std::nullopt : std::optional(file);
     }
     Ref<IVEXAMLGroupingTreeDataProvider> TreeOfNode() const override { return FTree.Model().Provider(); }
     std::vector<TreePair> Node() const override { return PairsOf(FTree.SelectedPath()); }
+    /// Runs a command as if these files were selected.
+    template <class Command>
+    void RunOn(QStringList files, Command command) {
+        FInstead = std::move(files);
+        command();
+        FInstead.reset();
+    }
 
 private:
+    std::optional<QStringList> FInstead;
     TreePane& FTree;
     TablePane& FTable;
 };
 
-LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& table)
-    : FHost(host), FTree(tree), FTable(table), FCovers(host.ProfileFolder(), host.Library()) {
+LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& table, NodePage& page, CoverGrid& grid)
+    : FHost(host), FTree(tree), FTable(table), FPage(page), FGrid(grid), FCovers(host.ProfileFolder(), host.Library()) {
     const auto prepare = [this](QTimer& timer, int interval, void (LibraryController::*then)()) {
         timer.setSingleShot(true);
         timer.setInterval(interval);
@@ -61,9 +70,23 @@ LibraryController::LibraryController(Host& host, TreePane& tree, TablePane& tabl
     FTable.Model().SetAddresses(FHost.Addresses());
     FTree.Model().SetCovers(&FCovers);
     FTable.Model().SetCovers(&FCovers);
+    FGrid.SetCovers(&FCovers);
+    connect(&FPage, &NodePage::PlayOldestWanted, this, &LibraryController::PlayOldestUntouched);
+    connect(&FPage, &NodePage::MarkAllWanted, this, &LibraryController::MarkAllDone);
+    connect(&FGrid, &CoverGrid::SourceChosen, this,
+            [this](const QString& value) { FTree.Select(FTree.SelectedValues() + QStringList(value)); });
+    connect(FTable.GridAction(), &QAction::triggered, this, [this](bool isWanted) {
+        if (FSource) FHost.Config().Write(Key("Grid"), isWanted ? QStringLiteral("1") : QStringLiteral("0"));
+        FillGrid();
+    });
+    connect(&FTable, &TablePane::GridOrderChanged, this, [this] {
+        if (FSource) FHost.Config().Write(Key("GridOrder"), QString::number(static_cast<int>(FGrid.SortOrder())));
+    });
     connect(&FCovers, &Covers::Changed, this, [this] {
         FTree.View()->viewport()->update();
         FTable.View()->viewport()->update();
+        FGrid.viewport()->update();
+        ShowCover();
         Q_EMIT CoversChanged();
     });
     FHost.Library().AddListener(this);
@@ -75,6 +98,7 @@ LibraryController::~LibraryController() {
     Close();
     FTree.Model().SetCovers(nullptr);
     FTable.Model().SetCovers(nullptr);
+    FGrid.SetCovers(nullptr);
 }
 
 void LibraryController::Open() {
@@ -87,7 +111,11 @@ void LibraryController::Open() {
         return Q_EMIT StorageChanged();
     }
     FCovers.SetStorage(&FSource->Storage);
-    FHost.Selection().SetModel(std::make_shared<Selection>(FTree, FTable));
+    FSelection = std::make_shared<Selection>(FTree, FTable);
+    FHost.Selection().SetModel(FSelection);
+    FTable.GridAction()->setChecked(FHost.Config().Find(Key("Grid")).value_or(QString()) != u"0");
+    FGrid.SetOrder(static_cast<CoverGrid::Order>(
+        std::clamp(FHost.Config().Find(Key("GridOrder")).value_or(QString()).toInt(), 0, 2)));
     const QString layout = FHost.Config().Find(Key("Columns")).value_or(QString());
     const QString node = FHost.Config().Find(Key("Node")).value_or(QString());
     FTable.SetSource(&FSource->Storage, &FSource->Reader, QByteArray::fromBase64(layout.toLatin1()));
@@ -109,6 +137,13 @@ void LibraryController::Close() {
     if (!FSource) return;
     SaveLayout();
     FHost.Selection().SetModel(nullptr);
+    FSelection.reset();
+    FPageReader.Stop();
+    FGridReader.Stop();
+    FPage.Clear();
+    FTable.SetHasGrid(false);
+    FGrid.SetSources({});
+    FGrid.SetInfos({});
     FTable.SetSource(nullptr, nullptr, {});
     FTree.SetProvider(nullptr, {});
     FCovers.SetStorage(nullptr);
@@ -149,7 +184,111 @@ void LibraryController::ShowNode() {
     const TreePath path = FTree.SelectedPath();
     FTable.Model().SetShowsContainer(path.empty() ||
                                      path.back().Image != IVEXAMLGroupingTreeDataProviderSelection::Source);
+    FPage.Clear();
+    FTable.SetHasGrid(!SourcesBelow().empty());
+    FillPage();
+    FillGrid();
+    const std::int32_t image = path.empty() ? -1 : path.back().Image;
+    using RowText = WindowTexts::RowText;
+    const RowText empty = image == IVEXAMLGroupingTreeDataProviderSelection::New     ? RowText::NothingNew
+                          : image == IVEXAMLGroupingTreeDataProviderSelection::Later ? RowText::NothingLater
+                                                                                     : RowText::NoRows;
+    FTable.SetEmptyText(empty);
     FTable.SetCompact(FHost.Config().Find(CompactKey()).value_or(QString()) == u"1");
+}
+
+std::optional<TreePair> LibraryController::SelectedNode() const {
+    const TreePath path = FTree.SelectedPath();
+    return path.empty() ? std::nullopt : std::optional(path.back().Pair);
+}
+
+/// The nodes below the selected one if it is a folder of nothing but sources.
+std::vector<TreeNode> LibraryController::SourcesBelow() {
+    using Image = IVEXAMLGroupingTreeDataProviderSelection;
+    const TreePath path = FTree.SelectedPath();
+    if (!FSource || path.empty() || path.back().Image != Image::Folder) return {};
+    TreeModel& model = FTree.Model();
+    const QModelIndex node = model.Find(FTree.SelectedValues());
+    model.fetchMore(node);
+    std::vector<TreeNode> sources;
+    for (int row = 0; row < model.rowCount(node); ++row) {
+        sources.push_back(model.Path(model.index(row, 0, node)).back());
+        if (sources.back().Image != Image::Source) return {};
+    }
+    return sources;
+}
+
+void LibraryController::FillPage() {
+    const TreePath path = FTree.SelectedPath();
+    const auto infos = FSource ? FSource->Storage.Offered<IVEXAMLNodeInfo>() : Ref<IVEXAMLNodeInfo>();
+    if (!infos || path.empty() || path.back().Image != IVEXAMLGroupingTreeDataProviderSelection::Source)
+        return FPage.Clear();
+    FPageReader.Run([this, infos, node = path.back().Pair](const CancelCheck&) {
+        const auto info = ReadNodeInfo(*infos, node);
+        return [this, info, value = ToText(node.Value)] {
+            const auto present = SelectedNode();
+            if (!FSource || !info || !present || ToText(present->Value) != value) return;
+            FPage.SetOffered(false, static_cast<bool>(FHost.Menus().RowButton(IVEXAMenuItem::DoneButton)));
+            FPage.Show(*info, FSource->Storage.ID());
+            ShowCover();
+        };
+    });
+}
+
+void LibraryController::ShowCover() {
+    const TreePath path = FTree.SelectedPath();
+    if (FPage.isHidden() || path.empty()) return;
+    const TreeNode& node = path.back();
+    FPage.SetCover(
+        FCovers.Get(node.Pair.Field, node.Value(), node.Caption, NodePage::kCoverSide, FPage.devicePixelRatioF()));
+}
+
+void LibraryController::FillGrid() {
+    if (!FTable.IsGridShown()) return;
+    FGrid.SetSources(SourcesBelow());
+    const auto infos = FSource->Storage.Offered<IVEXAMLNodeInfo>();
+    if (!infos) return;
+    FGridReader.Run([this, infos, sources = FGrid.Sources()](const CancelCheck& isStopped) {
+        QHash<QString, NodeInfo> known;
+        for (const TreeNode& node : sources) {
+            if (isStopped()) break;
+            if (const auto info = ReadNodeInfo(*infos, node.Pair)) known.insert(node.Value(), *info);
+        }
+        return [this, known] { FGrid.SetInfos(known); };
+    });
+}
+
+void LibraryController::PlayOldestUntouched() {
+    const LibraryField* state = FSource ? FSource->Storage.FieldOf(IVEXAMLDataField::State) : nullptr;
+    const LibraryField* date = state ? FSource->Storage.FieldOf(IVEXAMLDataField::Date) : nullptr;
+    const LibraryField* file = state ? FSource->Storage.FileField() : nullptr;
+    if (!file || state->UntouchedValue.isEmpty()) return;
+    RowQuery query{.Fields = {file->Name},
+                   .Tree = FTree.Model().Provider(),
+                   .Node = PairsOf(FTree.SelectedPath()),
+                   .Where = {{.Field = state->Name, .Value1 = state->UntouchedValue}},
+                   .Limit = 1};
+    if (date) query.Sort = {{date->Name}};
+    FSource->Reader.Read(query, [this](const RowPage& page) {
+        if (!page.Rows.empty()) Q_EMIT PlayWanted(page.Rows.front().front().Text);
+    });
+}
+
+void LibraryController::MarkAllDone() {
+    const LibraryField* state = FSource ? FSource->Storage.FieldOf(IVEXAMLDataField::State) : nullptr;
+    const LibraryField* file = state ? FSource->Storage.FileField() : nullptr;
+    if (!file) return;
+    const RowQuery query{
+        .Fields = {file->Name, state->Name}, .Tree = FTree.Model().Provider(), .Node = PairsOf(FTree.SelectedPath())};
+    FSource->Reader.Read(query, [this, done = state->DoneValue](const RowPage& page) {
+        QStringList files;
+        for (const auto& row : page.Rows)
+            if (row[1].Text != done) files += row[0].Text;
+        const MenuManager::Item item = FHost.Menus().RowButton(IVEXAMenuItem::DoneButton);
+        if (files.isEmpty() || !item) return;
+        FSelection->RunOn(files, [&] { FHost.Menus().Run(*item); });
+        Reload();
+    });
 }
 
 void LibraryController::ShowScope() {
@@ -182,6 +321,9 @@ void LibraryController::ReloadNow() {
     if (!FSource) return;
     FTree.Model().Reload();
     FTable.Model().Reload();
+    FTable.SetHasGrid(!SourcesBelow().empty());
+    FillPage();
+    FillGrid();
     UpdateIsEmpty();
     Q_EMIT Reloaded();
 }

@@ -1,9 +1,13 @@
 #pragma once
 // Connects tree and table to the active storage: the selected node narrows the rows, both are read again when the
-// storage's data changed and while it works in the background, and plug-ins get at the selection. Main thread.
+// storage's data changed and while it works in the background, and plug-ins get at the selection. Fills the selected
+// node's page and the grid of covers. Main thread.
 
+#include "CoverGrid.h"
 #include "Covers.h"
 #include "Host.h"
+#include "LatestTask.h"
+#include "NodePage.h"
 #include "Rows.h"
 #include "TablePane.h"
 #include "TreePane.h"
@@ -19,7 +23,7 @@ class LibraryController final : public QObject, private MusicLibraryListener {
     Q_OBJECT
 public:
     /// The panes outlive it.
-    LibraryController(Host& host, TreePane& tree, TablePane& table);
+    LibraryController(Host& host, TreePane& tree, TablePane& table, NodePage& page, CoverGrid& grid);
     ~LibraryController() override;
 
     /// Null while no storage is shown.
@@ -30,6 +34,10 @@ public:
     void Find(const QString& file);
     /// The picture of the node that has the file, as in the lists; null when the storage has no pictures.
     QPixmap Cover(const QString& file, const QString& name, int side);
+    /// Marks all rows of the selected node that are not done yet as done, if there is a command for that.
+    void MarkAllDone();
+    /// The selected node's pair; nothing when none is selected.
+    std::optional<TreePair> SelectedNode() const;
     /// Saves the selected node and the table's layout for the next start.
     void SaveLayout();
 
@@ -43,6 +51,7 @@ Q_SIGNALS:
     void Reloaded();
     /// Cover may return other pictures.
     void CoversChanged();
+    void PlayWanted(const QString& file);
 
 private:
     class Selection;
@@ -63,6 +72,11 @@ private:
     void ReloadNow();
     void Narrow();
     void ShowNode();
+    void PlayOldestUntouched();
+    void FillPage();
+    void ShowCover();
+    void FillGrid();
+    std::vector<TreeNode> SourcesBelow();
     void ShowScope();
     void UpdateIsEmpty();
     QString Key(const char* name) const;
@@ -71,8 +85,12 @@ private:
     Host& FHost;
     TreePane& FTree;
     TablePane& FTable;
+    NodePage& FPage;
+    CoverGrid& FGrid;
     Covers FCovers;
     std::unique_ptr<Source> FSource;
+    std::shared_ptr<Selection> FSelection;  // null while no storage is shown
+    LatestTask FPageReader, FGridReader;
     QTimer FOpening, FReloading, FWorking;
     QString FSearch;
     QString FFileToShow;  // a file to be shown once its rows have been read

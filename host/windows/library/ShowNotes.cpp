@@ -8,17 +8,17 @@
 
 namespace vexa::host {
 
+bool IsWebLink(const QUrl& link) {
+    static const QSet<QString> schemes{QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("mailto")};
+    return schemes.contains(link.scheme().toLower());
+}
+
 namespace {
 
 constexpr int kIndent = 16;              // indent of lists, in pixels
 constexpr qsizetype kLongest = 200'000;  // characters; longer notes are cut, so that no feed blocks the window
 
 const QString kSeek = QStringLiteral("seek");
-
-bool MayOpen(const QUrl& link) {
-    static const QSet<QString> schemes{QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("mailto")};
-    return schemes.contains(link.scheme().toLower());
-}
 
 /// The seconds of "1:02:34" or "2:34"; −1 when it is not a valid time.
 int SecondsOf(const QString& time) {
@@ -71,7 +71,7 @@ QString TargetOf(const QString& tag) {
     QString target = match.captured(match.lastCapturedIndex()).trimmed();
     if (!match.hasMatch()) return {};
     target.replace(QStringLiteral("&amp;"), QStringLiteral("&"));
-    return MayOpen(QUrl(target)) ? target.toHtmlEscaped() : QString();
+    return IsWebLink(QUrl(target)) ? target.toHtmlEscaped() : QString();
 }
 
 QString Cleaned(const QString& notes) {
@@ -152,7 +152,7 @@ QVariant ShowNotes::loadResource(int, const QUrl&) {
 void ShowNotes::Open(const QUrl& link) {
     if (link.scheme() == kSeek)
         Q_EMIT SeekWanted(link.path().toDouble());
-    else if (MayOpen(link))
+    else if (IsWebLink(link))
         QDesktopServices::openUrl(link);
 }
 

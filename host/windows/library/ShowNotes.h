@@ -11,6 +11,9 @@ namespace vexa::host {
 /// is "seek:" followed by its seconds.
 QString ShowNotesHtml(const QString& notes);
 
+/// Whether the link may be opened: schemes such as file: may not.
+bool IsWebLink(const QUrl& link);
+
 class ShowNotes final : public QTextBrowser {
     Q_OBJECT
 public:

@@ -1,5 +1,6 @@
 #include "TablePane.h"
 
+#include "CoverGrid.h"
 #include "RowDelegate.h"
 #include "WindowIcons.h"
 
@@ -12,6 +13,7 @@
 #include <QLocale>
 #include <QMenu>
 #include <QScrollBar>
+#include <QStackedWidget>
 #include <QTableView>
 #include <QToolTip>
 
@@ -51,6 +53,9 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
       FSort(new QToolButton),
       FLook(new QToolButton),
       FView(new QTableView),
+      FGridWanted(new QAction(this)),
+      FGridButton(new QToolButton),
+      FStack(new QStackedWidget),
       FCount(new QLabel),
       FFailure(new QLabel),
       FTableRows(new RowDelegate(FView)),
@@ -66,7 +71,11 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FAll->hide();
     FCompact->setObjectName(QStringLiteral("Compact"));
     FCompact->setCheckable(true);
-    for (QToolButton* button : {FSort, FLook}) {
+    FGridWanted->setObjectName(QStringLiteral("Grid"));
+    FGridWanted->setCheckable(true);
+    FGridWanted->setChecked(true);
+    FGridButton->hide();
+    for (QToolButton* button : {FSort, FGridButton, FLook}) {
         button->setAutoRaise(true);
         button->setFocusPolicy(Qt::StrongFocus);
     }
@@ -75,6 +84,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     FSort->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     FSort->setMenu(new QMenu(FSort));
     FLook->setDefaultAction(FCompact);
+    FGridButton->setDefaultAction(FGridWanted);
     FCount->setObjectName(QStringLiteral("Faint"));
     FCount->setTextFormat(Qt::PlainText);
     FFailure->setObjectName(QStringLiteral("Failure"));
@@ -126,12 +136,14 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     upper->addWidget(FCount);
     upper->addSpacing(8);
     upper->addWidget(FSort);
+    upper->addWidget(FGridButton);
     upper->addWidget(FLook);
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins({});
-    whole->setSpacing(0);
-    whole->addLayout(upper);
-    whole->addWidget(FView, 1);
+    FStack->addWidget(FView);
+    FWhole = new QVBoxLayout(this);
+    FWhole->setContentsMargins({});
+    FWhole->setSpacing(0);
+    FWhole->addLayout(upper);
+    FWhole->addWidget(FStack, 1);
 
     FTyping.setSingleShot(true);
     FTyping.setInterval(kTypingPause);
@@ -140,6 +152,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     connect(FSearch, &QLineEdit::textChanged, this, [this](const QString& text) {
         if (text.isEmpty()) SetSearchesAll(false);
         ShowScope();
+        ShowGrid();
     });
     connect(FAll, &QToolButton::toggled, this, [this] {
         ShowScope();
@@ -160,6 +173,7 @@ TablePane::TablePane(const LanguageService& language, QWidget* parent)
     connect(header, &QHeaderView::sortIndicatorChanged, this, &TablePane::LayoutChanged);
     connect(header, &QHeaderView::sortIndicatorChanged, this, &TablePane::ShowSort);
     connect(FSort->menu(), &QMenu::aboutToShow, this, &TablePane::FillSortMenu);
+    connect(FGridWanted, &QAction::toggled, this, &TablePane::ShowGrid);
     connect(FCompact, &QAction::toggled, this, &TablePane::Arrange);
     connect(FCompact, &QAction::triggered, this, &TablePane::CompactChanged);
     connect(header, &QWidget::customContextMenuRequested, this, &TablePane::ShowColumnMenu);
@@ -192,7 +206,7 @@ void TablePane::SetSource(const LibraryStorage* storage, RowReader* reader, cons
 
 void TablePane::Arrange() {
     const bool hasTitle = FModel->ColumnOf(IVEXAMLDataField::Title) >= 0;
-    FLook->setVisible(hasTitle);
+    FLook->setVisible(hasTitle && !IsGridShown());
     FCompact->setEnabled(hasTitle);
     FCompact->setIcon(WindowIcon(FCompact->isChecked() ? QStringLiteral("list") : QStringLiteral("table")));
     ShowAsList(hasTitle && !FCompact->isChecked());
@@ -219,7 +233,7 @@ void TablePane::ShowAsList(bool isList) {
     FIsList = isList;
     FModel->SetIsList(isList);
     header->setVisible(!isList);
-    FSort->setVisible(isList);
+    FSort->setVisible(isList || IsGridShown());
     FView->setItemDelegate(isList ? FListRows : FTableRows);
     FView->setAlternatingRowColors(!isList);
     FView->verticalHeader()->setDefaultSectionSize(RowHeight());
@@ -244,9 +258,53 @@ void TablePane::SetSort(const QString& sort) {
         FView->sortByColumn(column, QStringView(sort).mid(bar + 1) == u"1" ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
+void TablePane::SetPage(QWidget* page) {
+    FWhole->insertWidget(1, page);
+}
+
+void TablePane::SetGrid(CoverGrid* grid) {
+    FGrid = grid;
+    FStack->addWidget(grid);
+    Localize();
+}
+
+void TablePane::SetHasGrid(bool hasGrid) {
+    FHasGrid = hasGrid && FGrid;
+    FGridButton->setVisible(FHasGrid);
+    ShowGrid();
+}
+
+bool TablePane::IsGridShown() const {
+    return FGrid && FHasGrid && FGridWanted->isChecked() && FSearch->text().isEmpty();
+}
+
+void TablePane::ShowGrid() {
+    const bool isShown = IsGridShown();
+    const bool hadFocus = FStack->currentWidget()->hasFocus();
+    FStack->setCurrentWidget(isShown ? static_cast<QWidget*>(FGrid) : FView);
+    if (hadFocus) FStack->currentWidget()->setFocus();
+    FGridWanted->setIcon(WindowIcon(FGridWanted->isChecked() ? QStringLiteral("list") : QStringLiteral("grid")));
+    FSort->setVisible(FIsList || isShown);
+    FLook->setVisible(FCompact->isEnabled() && !isShown);
+    ShowSort();
+    ShowCount();
+}
+
 void TablePane::FillSortMenu() {
     QMenu* menu = FSort->menu();
     menu->clear();
+    if (IsGridShown()) {
+        for (const auto order : {CoverGrid::Order::Newest, CoverGrid::Order::Name, CoverGrid::Order::Untouched}) {
+            QAction* action = menu->addAction(FTexts("GridOrders", static_cast<int>(order)), this, [this, order] {
+                FGrid->SetOrder(order);
+                ShowSort();
+                Q_EMIT GridOrderChanged();
+            });
+            action->setCheckable(true);
+            action->setChecked(FGrid->SortOrder() == order);
+        }
+        return;
+    }
     const QHeaderView* header = FView->horizontalHeader();
     for (int column = 0; column < FModel->columnCount(); ++column) {
         const LibraryField& field = *FModel->Columns()[static_cast<std::size_t>(column)];
@@ -264,6 +322,12 @@ void TablePane::FillSortMenu() {
 }
 
 void TablePane::ShowSort() {
+    if (IsGridShown()) {
+        FSort->setText(FTexts("GridOrders", static_cast<int>(FGrid->SortOrder())));
+        FSort->setToolTip(FTexts("SortBy", FSort->text()));
+        FSort->setAccessibleName(FSort->toolTip());
+        return;
+    }
     const int column = FView->horizontalHeader()->sortIndicatorSection();
     const bool isSorted = column >= 0 && column < FModel->columnCount();
     const QString field =
@@ -364,8 +428,11 @@ void TablePane::OnShown() {
         FView->verticalScrollBar()->setValue(FView->verticalScrollBar()->value() + (topNow - top) * RowHeight());
     UpdateVisibleRows();
     ShowCount();
-    FFailure->setText(FModel->Failure());
-    FFailure->setVisible(!FModel->Failure().isEmpty());
+    const bool isEmpty = FModel->rowCount() == 0 && !FModel->IsBusy() && FModel->Failure().isEmpty();
+    const QString nothing =
+        FModel->Query().Search.isEmpty() ? FTexts.Rows(FStorageID, FEmptyText) : FTexts("NothingFound");
+    FFailure->setText(isEmpty ? nothing : FModel->Failure());
+    FFailure->setVisible(!FFailure->text().isEmpty());
     const QModelIndex current = FView->currentIndex();
     if (!current.isValid() && FModel->rowCount() > 0 && !FModel->IsBusy()) {
         // If the current row was removed, the row that takes its place becomes current. If other rows are shown, the
@@ -452,14 +519,19 @@ void TablePane::SetRowTexts() {
 }
 
 void TablePane::ShowCount() {
-    FCount->setText(
-        WindowTexts::Filled(FTexts.Rows(FStorageID, WindowTexts::RowText::Count), QLocale().toString(FModel->Count())));
+    using RowText = WindowTexts::RowText;
+    const bool isGrid = IsGridShown();
+    FCount->setText(WindowTexts::Filled(FTexts.Rows(FStorageID, isGrid ? RowText::Sources : RowText::Count),
+                                        QLocale().toString(isGrid ? FGrid->model()->rowCount() : FModel->Count())));
 }
 
 void TablePane::Localize() {
     SetRowTexts();
     FModel->Localize();
     FCompact->setText(FTexts("Compact"));
+    FGridWanted->setText(FTexts("Grid"));
+    FGridButton->setAccessibleName(FTexts("Grid"));
+    if (FGrid) FGrid->setAccessibleName(FTexts("Grid"));
     FLook->setAccessibleName(FTexts("Compact").remove(u'&'));
     ShowSort();
     if (FIsList) return;
@@ -474,6 +546,7 @@ void TablePane::Localize() {
 void TablePane::OnThemeChanged() {
     FSearch->actions().first()->setIcon(WindowIcon(QStringLiteral("search")));
     Arrange();
+    ShowGrid();
     FSort->setIcon(WindowIcon(QStringLiteral("sort")));
     FView->viewport()->update();
 }
@@ -550,6 +623,7 @@ bool TablePane::eventFilter(QObject* watched, QEvent* event) {
         return true;
     }
     if (watched == FSearch && key->key() == Qt::Key_Down) {
+        if (IsGridShown()) return FGrid->setFocus(Qt::TabFocusReason), true;
         FView->setFocus(Qt::TabFocusReason);
         if (!FView->currentIndex().isValid() && FModel->rowCount() > 0) FView->selectRow(0);
         return true;

@@ -17,9 +17,13 @@ class QHelpEvent;
 class QLabel;
 class QLineEdit;
 class QMouseEvent;
+class QStackedWidget;
 class QTableView;
+class QVBoxLayout;
 
 namespace vexa::host {
+
+class CoverGrid;
 
 class TablePane final : public Pane<QWidget> {
     Q_OBJECT
@@ -44,6 +48,18 @@ public:
     void SetCompact(bool isCompact) { FCompact->setChecked(isCompact); }
     /// Checkable: chooses between table and list.
     QAction* CompactAction() const noexcept { return FCompact; }
+    /// Shown above the rows; its owner shows and hides it.
+    void SetPage(QWidget* page);
+    /// Shown in place of the rows while nothing is searched, if the user wants it; null for none. The pane becomes its
+    /// parent.
+    void SetGrid(CoverGrid* grid);
+    /// Whether the node has sources that the grid shows.
+    void SetHasGrid(bool hasGrid);
+    bool IsGridShown() const;
+    /// Checkable: chooses between the grid and the rows.
+    QAction* GridAction() const noexcept { return FGridWanted; }
+    /// What the list says when it is empty.
+    void SetEmptyText(WindowTexts::RowText text) { FEmptyText = text; }
     /// Which buttons rows have at present, besides those that play.
     void SetOfferedButtons(std::function<bool(RowButton)> isOffered) { FIsOffered = std::move(isOffered); }
 
@@ -74,6 +90,7 @@ Q_SIGNALS:
     void ButtonClicked(RowButton button, const QString& file);
     /// The user chose between table and list.
     void CompactChanged(bool isCompact);
+    void GridOrderChanged();
     void MenuWanted(const QPoint& position);
 
 protected:
@@ -84,6 +101,7 @@ private:
     void UpdateVisibleRows();
     void Arrange();
     void ShowAsList(bool isList);
+    void ShowGrid();
     void ShowSort();
     void FillSortMenu();
     void Hover(const QPoint& place);
@@ -108,6 +126,13 @@ private:
     QToolButton* const FSort;  // shown with the list, which has no header
     QToolButton* const FLook;
     QTableView* const FView;
+    QAction* const FGridWanted;
+    QToolButton* const FGridButton;
+    QStackedWidget* const FStack;
+    QVBoxLayout* FWhole = nullptr;
+    CoverGrid* FGrid = nullptr;
+    bool FHasGrid = false;
+    WindowTexts::RowText FEmptyText = WindowTexts::RowText::NoRows;
     QLabel* const FCount;
     QLabel* const FFailure;  // shown in place of the rows while the storage cannot give any
     QTimer FTyping;

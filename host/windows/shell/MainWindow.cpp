@@ -58,6 +58,8 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FTray(playback, FTexts, std::move(isTrayAvailable)),
       FTree(new TreePane(host.Language())),
       FTable(new TablePane(host.Language())),
+      FPage(new NodePage(host.Language())),
+      FGrid(new CoverGrid),
       FSubscriber(new Subscriber(host, this)),
       FDetails(new DetailsPane(host)),
       FPlaylists(new PlaylistPane(host)),
@@ -85,7 +87,9 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
     setAcceptDrops(true);
     Arrange();
     AddMenuItems();
-    FLibrary = std::make_unique<LibraryController>(FHost, *FTree, *FTable);
+    FTable->SetPage(FPage);
+    FTable->SetGrid(FGrid);
+    FLibrary = std::make_unique<LibraryController>(FHost, *FTree, *FTable, *FPage, *FGrid);
     FOptions.SetParent(this);
     ConnectLibrary();
     ConnectPlayback();
@@ -178,6 +182,7 @@ void MainWindow::ConnectLibrary() {
     connect(FTable, &TablePane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::CurrentChanged, this, &MainWindow::ShowDetails);
     FTable->SetOfferedButtons([this](RowButton button) { return IsOffered(button); });
+    connect(FLibrary.get(), &LibraryController::PlayWanted, this, &MainWindow::Play);
     connect(FTable, &TablePane::ButtonClicked, this, &MainWindow::Run);
     connect(FPlaylists, &PlaylistPane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::MenuWanted, this, [this](const QPoint& position) {
@@ -522,6 +527,7 @@ void MainWindow::Localize() {
 void MainWindow::OnThemeChanged() {
     FTree->Model().Repaint();
     FTable->OnThemeChanged();
+    FPage->OnThemeChanged();
     FPlaylists->OnThemeChanged();
     FFirstStart->OnThemeChanged();
     FTasks->OnThemeChanged();

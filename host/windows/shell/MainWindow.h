@@ -109,6 +109,8 @@ private:
     Tray FTray;
     TreePane* FTree;
     TablePane* FTable;
+    NodePage* FPage;
+    CoverGrid* FGrid;
     Subscriber* FSubscriber;
     DetailsPane* FDetails;
     PlaylistPane* FPlaylists;

@@ -1,4 +1,4 @@
-// The storage's optional interface for the pictures of its nodes: podcasts' logos.
+// The storage's optional interfaces for its nodes: podcasts' logos, and what is known of podcasts.
 
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.Logos.h"
@@ -57,6 +57,24 @@ HResult TVEXAPodcastsMLExtension::GetImage(IVEXAString* field, const Variant* va
         *image = logo.Detach();
         return *image ? S_OK : E_FAIL;
     });
+}
+
+HResult TVEXAPodcastsMLExtension::GetInfo(IVEXAString* field, const Variant* value, IVEXAPropertyList* info) noexcept {
+    if (!AreGiven(field, value, info)) return E_POINTER;
+    return WithFeedOf("telling what is known of a podcast", field, value,
+                      [&](TPodcastClient& client, const auto& feed) {
+                          using Info = IVEXAMLNodeInfo;
+                          for (const auto& [property, known] : {std::pair(Info::Title, pffTitle),
+                                                                {Info::Author, pffAuthor},
+                                                                {Info::Description, pffDescription},
+                                                                {Info::WebAddress, pffURL}})
+                              WritePropertyString(info, property, feed.Fields[known]);
+                          const TPodcastFeedNumbers numbers = client.DB().GetFeedNumbers(feed.ID);
+                          RaiseIfFailed(info->SetValueAsInt64(Info::RowCount, numbers.Episodes));
+                          RaiseIfFailed(info->SetValueAsInt64(Info::UntouchedCount, numbers.New));
+                          RaiseIfFailed(info->SetValueAsFloat(Info::Newest, numbers.Newest));
+                          return S_OK;
+                      });
 }
 
 }  // namespace podcasts
