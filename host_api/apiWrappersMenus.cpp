@@ -85,7 +85,7 @@ Ref<IVEXAMenuItem> TVEXAUICustomMenuItem::CreateHostItem(IVEXAServiceMenuManager
     WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Event, static_cast<IVEXAActionEvent*>(this));
     if (parentItem) WritePropertyObject(hostItem.Get(), IVEXAMenuItem::Parent, parentItem.Get());
     // A host that does not know the property has the command in its menus only.
-    if (const std::int32_t button = GetRowButton()) hostItem->SetValueAsInt32(IVEXAMenuItem::RowButton, button);
+    if (const std::int32_t button = GetButton()) hostItem->SetValueAsInt32(IVEXAMenuItem::Button, button);
     return hostItem;
 }
 

@@ -64,8 +64,8 @@ public:
     /// The base name of a PNG resource; empty for no glyph. Resources with the suffix 120, 144, 168 or 192 are for that
     /// resolution in DPI.
     virtual QString GetGlyphName() const { return {}; }
-    /// One of IVEXAMenuItem::RowButtons.
-    virtual std::int32_t GetRowButton() const { return vexa::IVEXAMenuItem::NoButton; }
+    /// One of IVEXAMenuItem::Buttons.
+    virtual std::int32_t GetButton() const { return vexa::IVEXAMenuItem::NoButton; }
     /// A set of State bits.
     virtual int GetState();
     /// `data` comes from the host and may be null.

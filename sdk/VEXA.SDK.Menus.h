@@ -16,23 +16,24 @@ struct IVEXAMenuItem : IVEXAPropertyList {
     static constexpr Guid IID = ParseGuid("{A124D777-CFBB-49C3-85BA-3B1B2CFCCC34}");
 
     enum Property : std::int32_t {
-        ID = 2,          // text, unique in the host; empty for items that are never looked up
-        Caption = 3,     // plain text, shown literally: no markup, no mnemonic
-        Enabled = 4,     // 0 or 1; initially 1
-        Event = 6,       // IVEXAActionEvent: runs when the item is chosen
-        OnShow = 7,      // IVEXAActionEvent: runs before the item's menu is shown
-        Shortcut = 9,    // text, as Qt's QKeySequence reads a list in its portable form ("F5; Ctrl+R")
-        Glyph = 10,      // IVEXAImage
-        Parent = 11,     // IVEXAMenuItem; without one the item is in no menu, and only its shortcut or button runs it
-        Visible = 12,    // 0 or 1; initially 1
-        RowButton = 20,  // RowButtons; initially NoButton
+        ID = 2,        // text, unique in the host; empty for items that are never looked up
+        Caption = 3,   // plain text, shown literally: no markup, no mnemonic
+        Enabled = 4,   // 0 or 1; initially 1
+        Event = 6,     // IVEXAActionEvent: runs when the item is chosen
+        OnShow = 7,    // IVEXAActionEvent: runs before the item's menu is shown
+        Shortcut = 9,  // text, as Qt's QKeySequence reads a list in its portable form ("F5; Ctrl+R")
+        Glyph = 10,    // IVEXAImage
+        Parent = 11,   // IVEXAMenuItem; without one the item is in no menu, and only its shortcut or button runs it
+        Visible = 12,  // 0 or 1; initially 1
+        Button = 20,   // Buttons; initially NoButton
     };
-    /// An item for the selected rows of the library's table may have a button on each row in addition. The host shows
-    /// the button with an icon of its own, on rows on which it makes sense, and runs the item as from its menu.
-    enum RowButtons : std::int32_t {
+    /// An item may have a button outside the menus in addition. The host shows the button with an icon of its own where
+    /// it makes sense, and runs the item as from its menu.
+    enum Buttons : std::int32_t {
         NoButton = 0,
-        FetchButton = 1,  // gets a copy of the row's file; shown on rows whose field with the role LocalFile is empty
-        DoneButton = 2,   // the user is done with the row; shown unless the field with the role State has its DoneValue
+        FetchButton = 1,  // on the library's rows whose field with the role LocalFile is empty: gets a copy of the file
+        DoneButton = 2,   // on its rows whose state is not the DoneValue of that field: the user is done with the row
+        RefreshButton = 3,  // in the library's toolbar: looks for new rows
     };
 
     /// 14: Removes all items under this one.

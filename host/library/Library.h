@@ -28,7 +28,7 @@ struct LibraryField {
     std::optional<std::int32_t> GroupingImage;              // icon of tree nodes of this field
     Ref<IVEXAMLDataFieldDisplayValue> DisplayValues;        // null: values are shown as they are
     IVEXAMLDataField::Roles Role = IVEXAMLDataField::None;  // at most one field of a storage has a given role
-    QString UntouchedValue, DoneValue;  // of the field with the role State; empty for none
+    QString UntouchedValue, DoneValue;                      // of the field with the role State; empty for none
 
     bool Is(IVEXAMLDataField::Flags flag) const noexcept { return (Flags & flag) != 0; }
     bool IsNumber() const noexcept { return Type == IVEXAMLDataField::DateTime || Type == IVEXAMLDataField::Duration; }

@@ -20,7 +20,7 @@ constexpr PropertyRule kRules[] = {
     {IVEXAMenuItem::Glyph, &IVEXAImage::IID},
     {IVEXAMenuItem::Parent, &IVEXAMenuItem::IID},
     {IVEXAMenuItem::Visible},
-    {IVEXAMenuItem::RowButton},
+    {IVEXAMenuItem::Button},
 };
 
 // Plug-ins can make items each other's parents in a circle; no real menu is this deep.
@@ -119,10 +119,10 @@ std::vector<MenuManager::Item> MenuManager::ItemsWithShortcuts() const {
     return items;
 }
 
-MenuManager::Item MenuManager::RowButton(IVEXAMenuItem::RowButtons button) const {
+MenuManager::Item MenuManager::WithButton(IVEXAMenuItem::Buttons button) const {
     const auto found = std::find_if(FItems.begin(), FItems.end(), [&](const Item& item) {
         const auto menu = MenuOf(*item);
-        return NumberOf(item.Get(), IVEXAMenuItem::RowButton) == button && (!menu || menu == kMenuLibraryTable);
+        return NumberOf(item.Get(), IVEXAMenuItem::Button) == button && (!menu || menu != kMenuPlaylistItem);
     });
     return found == FItems.end() ? Item() : *found;
 }

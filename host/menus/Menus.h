@@ -63,8 +63,8 @@ public:
     QList<QKeySequence> Shortcuts(IVEXAMenuItem& item) const;
     /// All registered items that have a shortcut, in the order registered.
     std::vector<Item> ItemsWithShortcuts() const;
-    /// The item for rows of the library's table that has this button; null when there is none.
-    Item RowButton(IVEXAMenuItem::RowButtons button) const;
+    /// The item of the library that has this button; null when there is none.
+    Item WithButton(IVEXAMenuItem::Buttons button) const;
     /// The built-in menu that contains the item; nothing for an item in no menu.
     std::optional<BuiltInMenu> MenuOf(IVEXAMenuItem& item) const;
     /// Null when the item has none.

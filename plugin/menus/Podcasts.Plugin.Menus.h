@@ -107,6 +107,7 @@ public:
 class TVEXAPodcastsRefreshFeedsMenuItem : public TVEXAPodcastsCustomMenuItem {
 public:
     using TVEXAPodcastsCustomMenuItem::TVEXAPodcastsCustomMenuItem;
+    std::int32_t GetButton() const override { return vexa::IVEXAMenuItem::RefreshButton; }
 
 protected:
     void Run(TPodcastClient& client) override;
@@ -175,7 +176,7 @@ public:
     TVEXAPodcastsMarkAsMenuItem(TPodcastClient& client, vexa::Ref<vexa::IVEXAUIMenuItemController> controller,
                                 TPodcastEpisodeState state)
         : TVEXAPodcastsAbstractFileDependedMenuItem(client, std::move(controller)), FState(state) {}
-    std::int32_t GetRowButton() const override {
+    std::int32_t GetButton() const override {
         return FState == pesListened ? vexa::IVEXAMenuItem::DoneButton : vexa::IVEXAMenuItem::NoButton;
     }
 
@@ -190,7 +191,7 @@ private:
 class TVEXAPodcastsCacheMenuItem : public TVEXAPodcastsAbstractFileDependedMenuItem {
 public:
     using TVEXAPodcastsAbstractFileDependedMenuItem::TVEXAPodcastsAbstractFileDependedMenuItem;
-    std::int32_t GetRowButton() const override { return vexa::IVEXAMenuItem::FetchButton; }
+    std::int32_t GetButton() const override { return vexa::IVEXAMenuItem::FetchButton; }
     void UpdateMenuState(vexa::IVEXAMenuItem& hostItem) override;
 
 protected:

@@ -5,6 +5,7 @@
 #include "EpisodeStorage.h"
 #include "FirstStartPage.h"
 #include "ListeningPane.h"
+#include "ListsPane.h"
 #include "LoopbackServer.h"
 #include "MainWindow.h"
 #include "PlaybackBar.h"
@@ -497,6 +498,38 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
     EXPECT_TRUE(WaitUntil([&] { return !Find<QPushButton>("PlayOldest")->isEnabled(); })) << "none is new";
     EXPECT_TRUE(WaitUntil([&] { return tree->model()->index(0, 0).data().toString() == "New (3)"; }))
         << "only those of the page: " << tree->model()->index(0, 0).data().toString().toStdString();
+}
+
+TEST_F(Window, ThePaneOfListsIsClosedWhileAllThatIsWantedIsEmpty) {
+    Start();
+    Subscribe();
+    auto* lists = PlayerWindow->findChild<ListsPane*>();
+    auto* details = PlayerWindow->findChild<DetailsPane*>();
+    auto* rows = Find<QTableView>("Rows");
+    const auto shown = [&] {
+        return lists->isVisible() ? lists->tabText(lists->currentIndex()) : details->isVisible() ? "details" : "none";
+    };
+    EXPECT_EQ(shown(), "details");
+    rows->selectAll();
+    rows->setCurrentIndex(rows->model()->index(1, 0));
+    ASSERT_TRUE(WaitUntil([&] { return details->findChildren<QToolButton*>().value(1)->isVisible(); }));
+    rows->selectAll();
+    for (QToolButton* button : details->findChildren<QToolButton*>())
+        if (button->accessibleName() == "Play next") button->click();
+    EXPECT_EQ(shown(), "Up next");
+    EXPECT_EQ(Player->UpNext().size(), 1) << "of the three that are selected the one whose details are shown";
+    Host.Playlists().Create(u"Evening"_s, true);
+    EXPECT_TRUE(WaitUntil([&] { return shown() == "Playlists"; }, std::chrono::seconds(5)))
+        << "the new one is not shown but " << shown().toStdString();
+    Find<QAction>("PanePlaylists")->trigger();
+    EXPECT_EQ(shown(), "Up next");
+    Player->SetUpNext({});
+    EXPECT_EQ(shown(), "details");
+    Find<QAction>("PaneDetails")->trigger();
+    EXPECT_EQ(shown(), "none");
+    EXPECT_FALSE(details->parentWidget()->isVisible()) << "the whole side is closed";
+    Find<QAction>("PanePlaylists")->trigger();
+    EXPECT_EQ(shown(), "Playlists");
 }
 
 TEST_F(Window, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {

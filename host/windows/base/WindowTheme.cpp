@@ -59,7 +59,9 @@ public:
         const bool isRow = element == PE_PanelItemViewItem || element == PE_PanelItemViewRow;
         if (!isRow || !(option->state & State_Selected))
             return QProxyStyle::drawPrimitive(element, option, painter, widget);
-        painter->fillRect(option->rect, option->palette.brush(QPalette::Highlight));
+        // Only one view shows by its colour that the keyboard acts on it.
+        const bool hasFocus = !widget || widget->hasFocus();
+        painter->fillRect(option->rect, option->palette.brush(hasFocus ? QPalette::Highlight : QPalette::Mid));
     }
 };
 

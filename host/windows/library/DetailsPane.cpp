@@ -10,17 +10,17 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLocale>
+#include <QToolButton>
 
 namespace vexa::host {
 
 namespace {
 
 constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
-constexpr int kCover = 112, kSmallCover = 64, kMaxCoverSize = 2 * kCover;
+constexpr int kSmallCover = 64, kCover = 112, kLargeCover = 200, kMaxCoverSize = 2 * kLargeCover;
 constexpr int kTitleLines = 3;
-// The least height of the pane, and those from which on there is room for a cover, and for a large one, above the
-// notes.
-constexpr int kMinHeight = 180, kRoomForSmallCover = 260, kRoomForCover = 400;
+// The least height of the pane, and those from which on there is room for covers of the three sizes above the notes.
+constexpr int kMinHeight = 180, kRoomForSmallCover = 280, kRoomForCover = 420, kRoomForLargeCover = 560;
 
 QLabel* PlainLabel(const char* name = "") {
     auto* label = new QLabel;
@@ -63,6 +63,23 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     content->addWidget(FTitle);
     content->addWidget(FContainer);
     content->addWidget(FFigures);
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(4);
+    for (const RowButton button : {RowButton::Play, RowButton::PlayNext, RowButton::Fetch, RowButton::Done}) {
+        QToolButton*& shown = FButtons[static_cast<std::size_t>(button)];
+        shown = new QToolButton;
+        shown->setAutoRaise(true);
+        shown->setFocusPolicy(Qt::StrongFocus);
+        buttons->addWidget(shown);
+        connect(shown, &QToolButton::clicked, this, [this, button] {
+            if (button == RowButton::Play)
+                Q_EMIT PlayWanted(FFile);
+            else
+                Q_EMIT ButtonClicked(button, FFile);
+        });
+    }
+    buttons->addStretch(1);
+    content->addLayout(buttons);
     content->addSpacing(4);
     content->addWidget(FNotes, 1);
     auto* whole = new QVBoxLayout(this);
@@ -75,6 +92,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     connect(FNotes, &ShowNotes::SeekWanted, this, [this](double seconds) { Q_EMIT SeekWanted(FFile, seconds); });
     FContent->hide();
     Localize();
+    OnThemeChanged();
 }
 
 DetailsPane::~DetailsPane() = default;
@@ -163,7 +181,7 @@ void DetailsPane::ShowCover() {
     const bool isShown = !FCoverPicture.isNull() && height() >= kRoomForSmallCover;
     FCover->setVisible(isShown);
     if (!isShown) return;
-    const int side = height() >= kRoomForCover ? kCover : kSmallCover;
+    const int side = height() >= kRoomForLargeCover ? kLargeCover : height() >= kRoomForCover ? kCover : kSmallCover;
     QPixmap picture = FCoverPicture;
     picture.setDevicePixelRatio(std::max(picture.width(), picture.height()) / static_cast<double>(side));
     FCover->setFixedSize(side, side);
@@ -179,6 +197,17 @@ void DetailsPane::Fill() {
     figures.removeAll({});
     FFigures->setText(figures.join(QStringLiteral("  ·  ")));
     FFigures->setVisible(!figures.isEmpty());
+    FButtons[static_cast<std::size_t>(RowButton::Fetch)]->setVisible(FCanFetch && FFacts.LocalSize < 0);
+}
+
+void DetailsPane::SetButtons(bool canFetch, bool canMarkDone) {
+    FCanFetch = canFetch;
+    FButtons[static_cast<std::size_t>(RowButton::Fetch)]->setVisible(FCanFetch && FFacts.LocalSize < 0);
+    FButtons[static_cast<std::size_t>(RowButton::Done)]->setVisible(canMarkDone);
+}
+
+void DetailsPane::OnThemeChanged() {
+    for (std::size_t i = 0; i < FButtons.size(); ++i) FButtons[i]->setIcon(RowButtonIcon(static_cast<RowButton>(i)));
 }
 
 void DetailsPane::SetStorage(const QString& storageID) {
@@ -191,6 +220,11 @@ void DetailsPane::Localize() {
     FCover->setAccessibleName(FTexts("Cover"));
     FNotes->setAccessibleName(FTexts("Notes"));
     setAccessibleName(FTexts("Details"));
+    for (std::size_t i = 0; i < FButtons.size(); ++i) {
+        const QString caption = FTexts("RowButtons", static_cast<int>(i));
+        FButtons[i]->setToolTip(caption);
+        FButtons[i]->setAccessibleName(caption);
+    }
     if (FContent->isVisibleTo(this)) Fill();
 }
 

@@ -3,6 +3,7 @@
 
 #include "Host.h"
 #include "LatestTask.h"
+#include "ListRowDelegate.h"
 #include "Pane.h"
 #include "WindowTexts.h"
 
@@ -10,7 +11,10 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <array>
+
 class QLabel;
+class QToolButton;
 
 namespace vexa::host {
 
@@ -26,12 +30,18 @@ public:
     /// Shows a file; an empty name shows none. `date` is as in rows; 0 for none. For the file shown already, reads its
     /// details again.
     void Show(const QString& file, double date);
+    /// Which commands there are for the file besides playing it; fetching is not shown while there is a local copy.
+    void SetButtons(bool canFetch, bool canMarkDone);
+    void OnThemeChanged();
     /// The storage whose rows are shown, whose texts the pane uses; empty for none.
     void SetStorage(const QString& storageID);
     /// Stops asking plug-ins until the next Show.
     void Stop();
 
 Q_SIGNALS:
+    void PlayWanted(const QString& file);
+    /// Any button but Play.
+    void ButtonClicked(RowButton button, const QString& file);
     void SeekWanted(const QString& file, double seconds);
 
 protected:
@@ -57,6 +67,8 @@ private:
     QLabel* FCover;
     ClampedLabel* FTitle;
     QLabel *FContainer, *FFigures, *FNothing;
+    std::array<QToolButton*, 4> FButtons;  // by RowButton
+    bool FCanFetch = false;
     ShowNotes* FNotes;
     QWidget* FContent;
     QTimer FDelay;

@@ -228,7 +228,7 @@ void LibraryController::FillPage() {
         return [this, info, value = ToText(node.Value)] {
             const auto present = SelectedNode();
             if (!FSource || !info || !present || ToText(present->Value) != value) return;
-            FPage.SetOffered(false, static_cast<bool>(FHost.Menus().RowButton(IVEXAMenuItem::DoneButton)));
+            FPage.SetOffered(false, static_cast<bool>(FHost.Menus().WithButton(IVEXAMenuItem::DoneButton)));
             FPage.Show(*info, FSource->Storage.ID());
             ShowCover();
         };
@@ -274,6 +274,13 @@ void LibraryController::PlayOldestUntouched() {
     });
 }
 
+void LibraryController::RunOn(IVEXAMenuItem& item, const QStringList& files) {
+    if (!FSelection) return;
+    FTable.Model().Touch(files);
+    FSelection->RunOn(files, [&] { FHost.Menus().Run(item); });
+    Reload();
+}
+
 void LibraryController::MarkAllDone() {
     const LibraryField* state = FSource ? FSource->Storage.FieldOf(IVEXAMLDataField::State) : nullptr;
     const LibraryField* file = state ? FSource->Storage.FileField() : nullptr;
@@ -284,10 +291,9 @@ void LibraryController::MarkAllDone() {
         QStringList files;
         for (const auto& row : page.Rows)
             if (row[1].Text != done) files += row[0].Text;
-        const MenuManager::Item item = FHost.Menus().RowButton(IVEXAMenuItem::DoneButton);
+        const MenuManager::Item item = FHost.Menus().WithButton(IVEXAMenuItem::DoneButton);
         if (files.isEmpty() || !item) return;
-        FSelection->RunOn(files, [&] { FHost.Menus().Run(*item); });
-        Reload();
+        RunOn(*item, files);
     });
 }
 

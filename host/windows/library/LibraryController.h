@@ -34,6 +34,8 @@ public:
     void Find(const QString& file);
     /// The picture of the node that has the file, as in the lists; null when the storage has no pictures.
     QPixmap Cover(const QString& file, const QString& name, int side);
+    /// Runs a command of the library as if only these files were selected.
+    void RunOn(IVEXAMenuItem& item, const QStringList& files);
     /// Marks all rows of the selected node that are not done yet as done, if there is a command for that.
     void MarkAllDone();
     /// The selected node's pair; nothing when none is selected.

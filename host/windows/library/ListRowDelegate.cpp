@@ -16,21 +16,21 @@ namespace {
 
 constexpr int kMargin = 10, kGap = 12, kButton = 28, kIcon = 16, kDot = 7, kLine = 2;
 
-const char* IconOf(RowButton button) {
+}  // namespace
+
+QIcon RowButtonIcon(RowButton button) {
     switch (button) {
         case RowButton::Play:
-            return "play";
+            return WindowIcon(QStringLiteral("play"));
         case RowButton::PlayNext:
-            return "upnext";
+            return WindowIcon(QStringLiteral("upnext"));
         case RowButton::Fetch:
-            return "fetch";
+            return WindowIcon(QStringLiteral("fetch"));
         case RowButton::Done:
             break;
     }
-    return "done";
+    return WindowIcon(QStringLiteral("done"));
 }
-
-}  // namespace
 
 ListRowDelegate::ListRowDelegate(std::function<bool(RowButton)> isOffered, QWidget& parent)
     : RowDelegate(&parent, kListHeight), FIsOffered(std::move(isOffered)), FView(parent) {}
@@ -100,8 +100,8 @@ void ListRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
                 painter->setBrush(row.palette.color(QPalette::Mid));
                 painter->drawRoundedRect(at, 4, 4);
             }
-            WindowIcon(QString::fromLatin1(IconOf(button)))
-                .paint(painter, QRect(at.center() - QPoint(kIcon / 2 - 1, kIcon / 2 - 1), QSize(kIcon, kIcon)));
+            RowButtonIcon(button).paint(painter,
+                                        QRect(at.center() - QPoint(kIcon / 2 - 1, kIcon / 2 - 1), QSize(kIcon, kIcon)));
         }
     } else if (index.data(TableModel::kIsLocalRole).toBool()) {
         WindowIcon(QStringLiteral("downloaded"))

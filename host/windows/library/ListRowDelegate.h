@@ -15,6 +15,8 @@ namespace vexa::host {
 /// The buttons of a row, in the order shown.
 enum class RowButton { Play, PlayNext, Fetch, Done };
 
+QIcon RowButtonIcon(RowButton button);
+
 class ListRowDelegate final : public RowDelegate {
 public:
     static constexpr int kListHeight = 56;

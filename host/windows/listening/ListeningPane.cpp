@@ -37,19 +37,8 @@ ListeningPane::ListeningPane(Host& host, Playback& playback, QWidget* parent)
     whole->addWidget(FView);
     connect(FView, &QListView::doubleClicked, this, &ListeningPane::Activate);
     connect(FView, &QWidget::customContextMenuRequested, this, &ListeningPane::ShowMenu);
-    connect(FModel, &QAbstractItemModel::modelReset, this, &ListeningPane::UpdateVisible);
     connect(FModel, &ListeningModel::Moved, this, &ListeningPane::SelectRows);
     Localize();
-    UpdateVisible();
-}
-
-void ListeningPane::SetWanted(bool isWanted) {
-    FIsWanted = isWanted;
-    UpdateVisible();
-}
-
-void ListeningPane::UpdateVisible() {
-    setVisible(FIsWanted && FModel->rowCount() > 0);
 }
 
 void ListeningPane::Activate() {

@@ -1,6 +1,6 @@
 #pragma once
 // The list of the files that play next and of those that were begun: Enter plays an entry, Delete removes it, Alt with
-// an arrow key moves an entry up next, as dragging does. The pane is hidden while the list is empty. Main thread.
+// an arrow key moves an entry up next, as dragging does. Main thread.
 
 #include "ListeningModel.h"
 #include "Pane.h"
@@ -18,8 +18,6 @@ public:
     ListeningPane(Host& host, Playback& playback, QWidget* parent = nullptr);
 
     ListeningModel& Model() noexcept { return *FModel; }
-    /// Whether the user wants the pane. It is shown only while the list is not empty, too.
-    void SetWanted(bool isWanted);
 
 Q_SIGNALS:
     void Activated(const QString& address);
@@ -39,13 +37,11 @@ private:
     void Move(Step step);
     void SelectRows(int first, int last);
     void ShowMenu(const QPoint& position);
-    void UpdateVisible();
 
     Playback& FPlayback;
     const WindowTexts FTexts;
     ListeningModel* const FModel;
     QListView* const FView;
-    bool FIsWanted = true;
 };
 
 }  // namespace vexa::host

@@ -116,6 +116,7 @@ void PlaylistPane::OnPlaylistsChanged() {
     FLists->setEnabled(FLists->count() > 0);
     if (FModel->List() != active.Get()) FModel->SetPlaylist(active);
     UpdateHint();
+    Q_EMIT ListsChanged();
 }
 
 void PlaylistPane::OnPlaylistChanged(Playlist& playlist) {

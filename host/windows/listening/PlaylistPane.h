@@ -23,6 +23,8 @@ public:
     ~PlaylistPane() override;
 
     QListView* View() const noexcept { return FView; }
+    /// The number of playlists.
+    int Count() const { return static_cast<int>(FHost.Playlists().All().size()); }
     /// Adds files at the end of the active playlist, or of a new one if that accepts none.
     void Add(const QStringList& files);
     /// Adds the pane's own items to the context menu of the entries.
@@ -31,6 +33,7 @@ public:
 
 Q_SIGNALS:
     void Activated(const QString& file);
+    void ListsChanged();
     void MenuWanted(const QPoint& position);
 
 protected:

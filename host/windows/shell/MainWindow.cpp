@@ -4,6 +4,7 @@
 #include "DetailsPane.h"
 #include "FirstStartPage.h"
 #include "ListeningPane.h"
+#include "ListsPane.h"
 #include "NowPlayingButton.h"
 #include "PlaybackBar.h"
 #include "PlaylistPane.h"
@@ -12,6 +13,7 @@
 #include "TaskBar.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
+#include "WindowIcons.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -40,7 +42,6 @@ constexpr auto kLayoutPause = std::chrono::milliseconds(200);  // so that not ev
 
 const QString kGeometryKey = QStringLiteral("Window\\Geometry");
 const QString kSplitterKey = QStringLiteral("Window\\Splitter");
-const QString kLeftKey = QStringLiteral("Window\\Left");
 const QString kSideKey = QStringLiteral("Window\\Side");
 const QString kThemeKey = QStringLiteral("Window\\Theme");
 
@@ -66,8 +67,10 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FListening(new ListeningPane(host, playback)),
       FFirstStart(new FirstStartPage(host, *FSubscriber)),
       FTasks(new TaskBar(host.Library(), host.Language())),
+      FLists(new ListsPane(host.Language(), *FListening, *FPlaylists)),
+      FAdd(new QToolButton),
+      FRefresh(new QToolButton),
       FSplitter(new QSplitter(Qt::Horizontal)),
-      FLeft(new QSplitter(Qt::Vertical)),
       FSide(new QSplitter(Qt::Vertical)),
       FPages(new QStackedWidget),
       FContent(new QWidget),
@@ -125,21 +128,17 @@ MainWindow::~MainWindow() {
 
 void MainWindow::Arrange() {
     FSide->addWidget(FDetails);
-    FSide->addWidget(FPlaylists);
+    FSide->addWidget(FLists);
     FSide->setSizes({420, 240});
-    FLeft->addWidget(FTree);
-    FLeft->addWidget(FListening);
-    FLeft->setSizes({440, 220});
-    FSplitter->addWidget(FLeft);
+    FSplitter->addWidget(LeftColumn());
     FSplitter->addWidget(FTable);
     FSplitter->addWidget(FSide);
     FSplitter->setStretchFactor(1, 1);
     FSplitter->setSizes({220, 800, 300});
-    for (QSplitter* splitter : {FSplitter, FLeft, FSide}) {
+    for (QSplitter* splitter : {FSplitter, FSide}) {
         splitter->setHandleWidth(1);
         splitter->setChildrenCollapsible(false);
     }
-    FLeft->setMinimumWidth(140);
     FTable->setMinimumWidth(260);
     FSide->setMinimumWidth(220);
     FPages->addWidget(FSplitter);
@@ -165,17 +164,61 @@ void MainWindow::AddMenuItems() {
         show(toggle->isChecked());
         connect(toggle, &QAction::toggled, this, [this, show, key](bool isShown) {
             show(isShown);
-            FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
+            UpdateSide();
             FHost.Config().Write(u"Window\\" + QString::fromLatin1(key),
                                  isShown ? QStringLiteral("1") : QStringLiteral("0"));
         });
         FMenuBar->AddPane(key, toggle);
     };
     add("PaneDetails", Qt::Key_F9, [this](bool isShown) { FDetails->setVisible(isShown); });
-    add("PanePlaylists", Qt::SHIFT | Qt::Key_F9, [this](bool isShown) { FPlaylists->setVisible(isShown); });
+    add("PanePlaylists", Qt::SHIFT | Qt::Key_F9, [this](bool isShown) { FLists->SetWanted(*FPlaylists, isShown); });
     FMenuBar->AddPane("Compact", FTable->CompactAction());
-    add("PaneListening", Qt::CTRL | Qt::Key_F9, [this](bool isShown) { FListening->SetWanted(isShown); });
-    FSide->setVisible(FDetails->isVisibleTo(FSide) || FPlaylists->isVisibleTo(FSide));
+    add("PaneListening", Qt::CTRL | Qt::Key_F9, [this](bool isShown) { FLists->SetWanted(*FListening, isShown); });
+    connect(FLists, &ListsPane::OpenChanged, this, &MainWindow::UpdateSide);
+    UpdateSide();
+}
+
+void MainWindow::UpdateSide() {
+    FSide->setVisible(FDetails->isVisibleTo(FSide) || FLists->IsOpen());
+}
+
+/// The tree below what its storage is asked to do most: to add a source, and to look for new rows.
+QWidget* MainWindow::LeftColumn() {
+    auto* action = FMenuBar->findChild<QAction*>(QStringLiteral("Subscribe"));
+    action->setIconVisibleInMenu(false);
+    FAdd->setDefaultAction(action);
+    FAdd->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    FRefresh->setObjectName(QStringLiteral("Refresh"));
+    for (QToolButton* button : {FAdd, FRefresh}) {
+        button->setAutoRaise(true);
+        button->setFocusPolicy(Qt::StrongFocus);
+    }
+    connect(FRefresh, &QToolButton::clicked, this, [this] {
+        if (const auto item = FHost.Menus().WithButton(IVEXAMenuItem::RefreshButton)) FCommands->Run(*item);
+    });
+    auto* bar = new QHBoxLayout;
+    bar->setContentsMargins(8, 8, 8, 8);
+    bar->addWidget(FAdd);
+    bar->addStretch(1);
+    bar->addWidget(FRefresh);
+    auto* left = new QWidget;
+    left->setMinimumWidth(140);
+    auto* column = new QVBoxLayout(left);
+    column->setContentsMargins({});
+    column->setSpacing(0);
+    column->addLayout(bar);
+    column->addWidget(FTree, 1);
+    return left;
+}
+
+void MainWindow::ShowToolBar() {
+    const auto item = FHost.Menus().WithButton(IVEXAMenuItem::RefreshButton);
+    FRefresh->setVisible(static_cast<bool>(item));
+    if (item) FRefresh->setToolTip(FHost.Menus().Caption(*item));
+    FRefresh->setAccessibleName(FRefresh->toolTip());
+    FRefresh->setIcon(WindowIcon(QStringLiteral("refresh")));
+    FAdd->defaultAction()->setIcon(WindowIcon(QStringLiteral("add")));
+    FAdd->setAccessibleName(FTexts("Subscribe").remove(u'&'));
 }
 
 void MainWindow::ConnectLibrary() {
@@ -216,6 +259,7 @@ void MainWindow::ConnectLibrary() {
         FDetails->SetStorage(FLibrary->Storage() ? FLibrary->Storage()->ID() : QString());
         FMenuBar->EnableOffered(FLibrary->Storage());
         FFirstStart->ReadOptions();
+        ShowToolBar();
         ShowPage();
     });
     connect(&FTable->Model(), &TableModel::Failed, this,
@@ -252,6 +296,8 @@ void MainWindow::ConnectPlayback() {
     connect(FListening, &ListeningPane::Cleared, this, [this](const QStringList& addresses) {
         FActs.Add(FTexts("UpNextCleared"), [this, addresses] { FPlayback.SetUpNext(addresses + FPlayback.UpNext()); });
     });
+    connect(FDetails, &DetailsPane::PlayWanted, this, &MainWindow::Play);
+    connect(FDetails, &DetailsPane::ButtonClicked, this, &MainWindow::RunOn);
     connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
         if (FPlayback.Current().Address != file) FPlayback.Play(file);
         FPlayback.Seek(seconds);
@@ -298,7 +344,7 @@ void MainWindow::ConnectUndo() {
 
 namespace {
 
-IVEXAMenuItem::RowButtons ItemOf(RowButton button) {
+IVEXAMenuItem::Buttons ItemOf(RowButton button) {
     return button == RowButton::Fetch  ? IVEXAMenuItem::FetchButton
            : button == RowButton::Done ? IVEXAMenuItem::DoneButton
                                        : IVEXAMenuItem::NoButton;
@@ -308,13 +354,19 @@ IVEXAMenuItem::RowButtons ItemOf(RowButton button) {
 
 bool MainWindow::IsOffered(RowButton button) const {
     const auto item = ItemOf(button);
-    return item == IVEXAMenuItem::NoButton || FHost.Menus().RowButton(item);
+    return item == IVEXAMenuItem::NoButton || FHost.Menus().WithButton(item);
 }
 
 void MainWindow::Run(RowButton button, const QString& file) {
-    const MenuManager::Item item = FHost.Menus().RowButton(ItemOf(button));
+    const MenuManager::Item item = FHost.Menus().WithButton(ItemOf(button));
     if (button == RowButton::PlayNext) return FPlayback.PlayNext({file});
     if (item) FCommands->Run(*item);
+}
+
+/// The details are those of the current row, while others may be selected, too.
+void MainWindow::RunOn(RowButton button, const QString& file) {
+    if (button == RowButton::PlayNext) return FPlayback.PlayNext({file});
+    if (const auto item = FHost.Menus().WithButton(ItemOf(button))) FLibrary->RunOn(*item, {file});
 }
 
 void MainWindow::AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run) {
@@ -344,12 +396,15 @@ void MainWindow::ShowPage() {
 
 void MainWindow::ShowDetails() {
     double date = 0;
-    const QModelIndex current = FTable->View()->currentIndex();
     const TableModel& model = FTable->Model();
+    const QModelIndex current =
+        FTable->View()->currentIndex().siblingAtColumn(std::max(model.ColumnOf(IVEXAMLDataField::Title), 0));
     const int column = model.ColumnOf(IVEXAMLDataField::Date);
     if (const auto* row = current.isValid() && column >= 0 ? model.Row(current.row()) : nullptr)
         date = (*row)[static_cast<std::size_t>(column)].Number;
     FDetails->Show(FTable->CurrentFile(), date);
+    FDetails->SetButtons(IsOffered(RowButton::Fetch),
+                         IsOffered(RowButton::Done) && !current.data(TableModel::kIsDoneRole).toBool());
 }
 
 void MainWindow::ReleasePlugins() {
@@ -471,8 +526,7 @@ void MainWindow::RestoreLayout() {
         resize(kFirstSize.boundedTo(screen()->availableSize() * kShareOfScreen));
     if (const QByteArray sizes = bytes(kSplitterKey); !sizes.isEmpty()) FSplitter->restoreState(sizes);
     if (const QByteArray sizes = bytes(kSideKey); !sizes.isEmpty()) FSide->restoreState(sizes);
-    if (const QByteArray sizes = bytes(kLeftKey); !sizes.isEmpty()) FLeft->restoreState(sizes);
-    for (QSplitter* splitter : {FSplitter, FLeft, FSide}) splitter->setHandleWidth(1);
+    for (QSplitter* splitter : {FSplitter, FSide}) splitter->setHandleWidth(1);
 }
 
 void MainWindow::SaveLayout() {
@@ -482,7 +536,6 @@ void MainWindow::SaveLayout() {
     };
     write(kGeometryKey, saveGeometry());
     write(kSplitterKey, FSplitter->saveState());
-    write(kLeftKey, FLeft->saveState());
     write(kSideKey, FSide->saveState());
     FHost.Config().Write(kThemeKey, QString::number(static_cast<int>(FTheme.Chosen())));
 }
@@ -492,8 +545,7 @@ void MainWindow::SaveLayoutOnChanges() {
     FLayoutSaver.setInterval(kLayoutPause);
     connect(&FLayoutSaver, &QTimer::timeout, this, &MainWindow::SaveLayout);
     const auto save = qOverload<>(&QTimer::start);
-    for (QSplitter* splitter : {FSplitter, FLeft, FSide})
-        connect(splitter, &QSplitter::splitterMoved, &FLayoutSaver, save);
+    for (QSplitter* splitter : {FSplitter, FSide}) connect(splitter, &QSplitter::splitterMoved, &FLayoutSaver, save);
     connect(FTable, &TablePane::LayoutChanged, &FLayoutSaver, save);
     connect(FTree, &TreePane::SelectionChanged, &FLayoutSaver, save);
 }
@@ -517,6 +569,7 @@ void MainWindow::Localize() {
         QApplication::installTranslator(&FToolkitTexts);
     setWindowTitle(FTexts("Title"));
     FTray.Update();
+    ShowToolBar();
     FBanner->SetDismissName(FTexts("Dismiss"));
     for (QAction* action : FCommands->PlainActions())
         action->setText(FTexts(action->objectName().toLatin1().constData()));
@@ -528,6 +581,8 @@ void MainWindow::OnThemeChanged() {
     FTree->Model().Repaint();
     FTable->OnThemeChanged();
     FPage->OnThemeChanged();
+    FDetails->OnThemeChanged();
+    ShowToolBar();
     FPlaylists->OnThemeChanged();
     FFirstStart->OnThemeChanged();
     FTasks->OnThemeChanged();

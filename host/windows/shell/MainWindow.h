@@ -28,6 +28,7 @@
 class QMessageBox;
 class QSplitter;
 class QStackedWidget;
+class QToolButton;
 class QVBoxLayout;
 
 namespace vexa::host {
@@ -36,6 +37,7 @@ class Banner;
 class DetailsPane;
 class FirstStartPage;
 class ListeningPane;
+class ListsPane;
 class PlaybackBar;
 class PlaylistPane;
 class TaskBar;
@@ -79,6 +81,9 @@ protected:
 private:
     void HandleMessages();
     void Arrange();
+    QWidget* LeftColumn();
+    void ShowToolBar();
+    void UpdateSide();
     void AddMenuItems();
     void ConnectPlayback();
     void ConnectLibrary();
@@ -86,6 +91,7 @@ private:
     void ConnectUndo();
     bool IsOffered(RowButton button) const;
     void Run(RowButton button, const QString& file);
+    void RunOn(RowButton button, const QString& file);
     void AddPlainAction(const char* key, Qt::Key shortcut, std::function<void()> run);
     void ShowShortcuts();
     void ShowPage();
@@ -117,7 +123,9 @@ private:
     ListeningPane* FListening;
     FirstStartPage* FFirstStart;
     TaskBar* FTasks;
-    QSplitter *FSplitter, *FLeft, *FSide;
+    ListsPane* FLists;
+    QToolButton *FAdd, *FRefresh;
+    QSplitter *FSplitter, *FSide;
     QStackedWidget* FPages;
     QWidget* FContent;  // contains everything but menu bar and status bar
     QVBoxLayout* FContentLayout;
