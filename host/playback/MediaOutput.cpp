@@ -3,6 +3,7 @@
 #include "AudioTags.h"
 #include "HostReasons.h"
 #include "Log.h"
+#include "SoundElements.h"
 #include "VEXA.Runtime.Http.Status.h"
 #include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Threads.h"
@@ -57,6 +58,7 @@ Reason StartGStreamer() {
     for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"})
         if (!GstRef<GstElementFactory>(gst_element_factory_find(needed)))
             return Reason(HostReason("NoElement"), {QString::fromLatin1(needed)});
+    RegisterSoundElements();
     return {};
 }
 
@@ -117,10 +119,6 @@ bool IsMadeBy(const char* factoryName, GstObject* object) {
 
 }  // namespace
 
-void FreeGstObject::operator()(void* object) const noexcept {
-    gst_object_unref(object);
-}
-
 MediaOutput::MediaOutput(const QString& sink) : FSink(sink) {
     FTicker.setInterval(kTick);
     connect(&FTicker, &QTimer::timeout, this, &MediaOutput::Tick);
@@ -160,8 +158,7 @@ void MediaOutput::Open() {
     if (!pipeline) throw ReasonError(Reason(HostReason("NoElement"), {QStringLiteral("playbin")}));
     FPipeline.reset(GST_ELEMENT(gst_object_ref_sink(pipeline)));
     g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags",
-                 kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter",
-                 gst_element_factory_make("scaletempo", nullptr), nullptr);
+                 kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter", MakeFilter(), nullptr);
     if (!FIsLocal && !FIsThroughFile)
         g_signal_connect(FPipeline.get(), "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
@@ -182,6 +179,23 @@ void MediaOutput::Open() {
     };
     gst_bus_set_sync_handler(BusOf(FPipeline).get(), handler, this, nullptr);
     gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);  // a failure is reported as a message, too
+}
+
+/// What the sound passes on its way from the decoder to the volume. The caller owns it.
+GstElement* MediaOutput::MakeFilter() {
+    FSilence = MakeSoundElement("vexasilence");
+    FLevel = MakeSoundElement("vexalevel");
+    SetShortening(FIsShortening);
+    SetLevelling(FIsLevelling);
+    GstElement* tempo = gst_element_factory_make("scaletempo", nullptr);
+    GstElement* filter = gst_bin_new(nullptr);
+    gst_bin_add_many(GST_BIN(filter), FSilence.get(), FLevel.get(), tempo, nullptr);
+    gst_element_link_many(FSilence.get(), FLevel.get(), tempo, nullptr);
+    const GstRef<GstPad> first(gst_element_get_static_pad(FSilence.get(), "sink"));
+    const GstRef<GstPad> last(gst_element_get_static_pad(tempo, "src"));
+    gst_element_add_pad(filter, gst_ghost_pad_new("sink", first.get()));
+    gst_element_add_pad(filter, gst_ghost_pad_new("src", last.get()));
+    return filter;
 }
 
 void MediaOutput::Close() {
@@ -277,12 +291,22 @@ void MediaOutput::SetVolume(double volume) {
     if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
 }
 
+void MediaOutput::SetShortening(bool isShortening) {
+    FIsShortening = isShortening;
+    if (FSilence) g_object_set(FSilence.get(), "active", isShortening ? TRUE : FALSE, nullptr);
+}
+
+void MediaOutput::SetLevelling(bool isLevelling) {
+    FIsLevelling = isLevelling;
+    if (FLevel) g_object_set(FLevel.get(), "active", isLevelling ? TRUE : FALSE, nullptr);
+}
+
 double MediaOutput::Position() const {
     if (!FPipeline) return FPosition;
     if (FTarget) return *FTarget;
     gint64 position = 0;
     if (!FIsPrerolled || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) return FPosition;
-    const double seconds = static_cast<double>(position) / kSecond;
+    const double seconds = static_cast<double>(FileTime(FSilence.get(), position)) / kSecond;
     return FDuration > 0 ? std::min(seconds, FDuration) : seconds;
 }
 

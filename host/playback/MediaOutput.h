@@ -7,27 +7,19 @@
 //     output->Seek(1234.5);       // at any time: a seek before the source is open takes effect when it is
 //     output->SetSpeed(1.5);
 
+#include "GstRef.h"
 #include "Player.h"
 #include "VEXA.Runtime.Reason.h"
 
 #include <QObject>
 #include <QTimer>
 
-#include <memory>
 #include <optional>
 
 using GstBin = struct _GstBin;
-using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
 namespace vexa::host {
-
-struct FreeGstObject {
-    void operator()(void* object) const noexcept;
-};
-/// A reference to a GStreamer object.
-template <class Object>
-using GstRef = std::unique_ptr<Object, FreeGstObject>;
 
 class MediaOutput final : public QObject, public AudioOutput {
     Q_OBJECT
@@ -55,6 +47,10 @@ public:
     void SetSpeed(double speed);
     /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
+    /// Whether long silence is shortened, and quiet and loud voices are made equally loud; both take effect at once.
+    /// Positions are those of the file all the same.
+    void SetShortening(bool isShortening);
+    void SetLevelling(bool isLevelling);
 
     State CurrentState() const noexcept { return FState; }
     /// The last problem of the last Start and of the playback that it started.
@@ -85,6 +81,7 @@ Q_SIGNALS:
 
 private:
     void Open();
+    GstElement* MakeFilter();
     void Close();
     void Drop();
     static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
@@ -109,10 +106,11 @@ private:
     bool IsTruncated() const;
 
     const QString FSink;
-    GstRef<GstElement> FPipeline;
+    GstRef<GstElement> FPipeline, FSilence, FLevel;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
+    bool FIsShortening = false, FIsLevelling = false;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
     bool FIsThroughFile = false;  // a network stream is read through a temporary file
     bool FCanSeek = true;         // false once a seek has failed

@@ -74,7 +74,11 @@ private:
 };
 
 Playback::Playback(Host& host, const QString& sink)
-    : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
+    : FHost(host),
+      FPositions(host.ProfileFolder()),
+      FOutput(new MediaOutput(sink)),
+      FChoices(host.Config()),
+      FHook(new Hook(*this)) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Player().SetStartListener([this] { OnStarted(); });
@@ -83,6 +87,7 @@ Playback::Playback(Host& host, const QString& sink)
     bool isNumber = false;
     const double volume = FHost.Config().Find(kVolume).value_or(QString()).toDouble(&isNumber);
     if (isNumber) FOutput->SetVolume(volume);
+    OnChoices();
 
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
@@ -94,6 +99,7 @@ Playback::Playback(Host& host, const QString& sink)
             [this](Problem problem, const Reason& details) { OnProblem(problem, FHost.Language().Text(details)); });
     connect(FOutput, &MediaOutput::Warned, this, [this](Problem problem) { Q_EMIT Warned(Describe(problem, {})); });
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
+    connect(&FChoices, &ListeningChoices::Changed, this, &Playback::OnChoices);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
         StorePosition();
@@ -333,6 +339,11 @@ void Playback::Save() {
     VEXA_ASSERT_MAIN_THREAD();
     StorePosition();
     FPositions.Save();
+}
+
+void Playback::OnChoices() {
+    FOutput->SetShortening(FChoices.Has(ListeningChoices::ShortenSilence));
+    FOutput->SetLevelling(FChoices.Has(ListeningChoices::LevelVoices));
 }
 
 void Playback::OnStarted() {

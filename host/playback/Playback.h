@@ -15,6 +15,7 @@
 
 #include "Chapters.h"
 #include "Host.h"
+#include "ListeningChoices.h"
 #include "MediaOutput.h"
 #include "Positions.h"
 #include "SleepTimer.h"
@@ -71,6 +72,8 @@ public:
     /// Where each file was left, which includes the files to continue listening to.
     const Positions& SavedPositions() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
+    /// Changes take effect at once.
+    ListeningChoices& Choices() noexcept { return FChoices; }
     /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
     QStringList Schemes() const;
 
@@ -149,6 +152,7 @@ private:
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override;
     void OnAddressesGone(const QSet<QString>& gone) override;
+    void OnChoices();
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
@@ -172,6 +176,7 @@ private:
     Positions FPositions;
     MediaOutput* const FOutput;  // the host's player owns it
     SleepTimer FSleep;
+    ListeningChoices FChoices;
     QTimer FSaver;
     Ref<IVEXAMessageHook> FHook;
     PlayOrder* FOrder = nullptr;

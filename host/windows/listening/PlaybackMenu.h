@@ -18,8 +18,11 @@ private:
     void Localize() override;
     QAction* Add(const char* name, const QKeySequence& keys, void (Playback::*slot)());
 
+    void AddChoice(const char* key, ListeningChoices::Choice choice);
+
     Host& FHost;
     Playback& FPlayback;
+    std::vector<std::pair<QAction*, const char*>> FChoices;  // the keys are those of the captions
     QAction *FPlay, *FBack, *FForward, *FPrevious, *FNext;
 };
 
