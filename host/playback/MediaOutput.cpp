@@ -288,7 +288,12 @@ void MediaOutput::SetSpeed(double speed) {
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
+    const double loudness = FVolume * FFade;
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", loudness * loudness * loudness, nullptr);
+}
+
+void MediaOutput::SetFade(double share) {
+    if (std::exchange(FFade, std::clamp(share, 0.0, 1.0)) != share) SetVolume(FVolume);
 }
 
 void MediaOutput::SetShortening(bool isShortening) {

@@ -47,6 +47,8 @@ public:
     void SetSpeed(double speed);
     /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
+    /// The sound has this share, from 0 to 1, of the volume, which Volume() does not show.
+    void SetFade(double share);
     /// Whether long silence is shortened, and quiet and loud voices are made equally loud; both take effect at once.
     /// Positions are those of the file all the same.
     void SetShortening(bool isShortening);
@@ -123,7 +125,7 @@ private:
     std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
     // The number of the newest report of the buffer's level.
     std::optional<quint32> FBufferingNumber;
-    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
+    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1, FFade = 1;
 };
 
 }  // namespace vexa::host

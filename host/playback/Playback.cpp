@@ -99,6 +99,7 @@ Playback::Playback(Host& host, const QString& sink)
             [this](Problem problem, const Reason& details) { OnProblem(problem, FHost.Language().Text(details)); });
     connect(FOutput, &MediaOutput::Warned, this, [this](Problem problem) { Q_EMIT Warned(Describe(problem, {})); });
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
+    connect(&FSleep, &SleepTimer::Faded, FOutput, &MediaOutput::SetFade);
     connect(&FChoices, &ListeningChoices::Changed, this, &Playback::OnChoices);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {

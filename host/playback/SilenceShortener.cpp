@@ -37,9 +37,10 @@ void SilenceShortener::Release(FilteredSound& out) {
         const std::size_t head = FramesOf(kKept) / 2, tail = frames - (FramesOf(kKept) - head);
         const std::size_t fade = FramesOf(kFade);
         for (std::size_t i = 0; i < fade * Channels(); ++i) {
+            const std::size_t frame = i / Channels();
             float& sample = FHeld[(head - fade) * Channels() + i];
             const float later = FHeld[(tail - fade) * Channels() + i];
-            sample += (later - sample) * static_cast<float>(i / Channels()) / static_cast<float>(fade);
+            sample += (later - sample) * static_cast<float>(frame) / static_cast<float>(fade);
         }
         out.Cuts.push_back({out.Samples.size() / Channels() + head, tail - head + FDropped});
         FHeld.erase(FHeld.begin() + static_cast<std::ptrdiff_t>(head * Channels()),

@@ -28,9 +28,12 @@ double Share(double seconds, double timeConstant) {
 
 /// Multiplies the frames by factors that go evenly from `first` to `last`.
 void Ramp(std::vector<float>& samples, std::size_t channels, double first, double last) {
-    const auto frames = static_cast<double>(samples.size() / channels);
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] *= static_cast<float>(first + (last - first) * static_cast<double>(i / channels) / frames);
+    const std::size_t frames = samples.size() / channels;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const std::size_t frame = i / channels;
+        const double share = static_cast<double>(frame) / static_cast<double>(frames);
+        samples[i] *= static_cast<float>(first + (last - first) * share);
+    }
 }
 
 }  // namespace

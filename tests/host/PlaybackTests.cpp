@@ -322,6 +322,38 @@ TEST_F(PlaybackTest, TheVolumeGrowsByItsCube) {
     EXPECT_NEAR(loudest, kLoudest / 8.0, 10);
 }
 
+TEST_F(PlaybackTest, TheSleepTimerFadesTheSoundAndLeavesTheVolume) {
+    const QString heard = Profile.File(u"heard"_s);
+    Open(u"capsfilter caps=audio/x-raw,format=S16LE ! filesink sync=true buffer-mode=unbuffered location="_s + heard);
+    const auto loudestNow = [&] {
+        const QByteArray samples = ReadWhole(heard).right(2 * 800);
+        int loudest = 0;
+        for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
+            loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
+        return loudest;
+    };
+    const auto isLoud = [&] { return loudestNow() > 0.9 * kLoudest; };
+    const auto isQuiet = [&] { return loudestNow() < 0.5 * kLoudest; };
+    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 600)));
+    SleepTimer& timer = Player->Sleep();
+    timer.SetTime(SleepTimer::kFade + std::chrono::hours(1));
+    ASSERT_TRUE(WaitUntil(isLoud));
+    timer.SetTime(std::chrono::seconds(4));
+    ASSERT_TRUE(WaitUntil(isQuiet));
+    EXPECT_EQ(Player->Volume(), 1);
+    timer.SetTime(std::chrono::hours(1));
+    ASSERT_TRUE(WaitUntil(isLoud)) << "the timer was prolonged";
+    timer.SetTime(std::chrono::seconds(4));
+    ASSERT_TRUE(WaitUntil(isQuiet));
+    timer.Cancel();
+    ASSERT_TRUE(WaitUntil(isLoud)) << "the timer was ended";
+    timer.SetTime(std::chrono::milliseconds(500));
+    ASSERT_TRUE(WaitFor(State::Paused));
+    EXPECT_EQ(Host.Config().Find(u"Player\\Volume"_s), std::nullopt);
+    Player->Resume();
+    EXPECT_TRUE(WaitUntil(isLoud)) << "the faded volume stays";
+}
+
 TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {
     RegisterLateReports();
     Open(u"latereports sync=true"_s);

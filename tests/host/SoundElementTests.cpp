@@ -201,7 +201,7 @@ TEST_F(SoundElements, QuietAndLoudVoicesBecomeEquallyLoudAndNothingIsClipped) {
     ASSERT_EQ(heard.Samples.size(), samples.size());
     for (const float sample : heard.Samples) ASSERT_LE(std::abs(sample), std::pow(10.0, -1 / 20.0) + 1e-6);
     const auto second = [&](const std::vector<float>& sound, int begin, int end) {
-        return Rms(std::span(sound).subspan(std::size_t(begin * kRate * 2), std::size_t((end - begin) * kRate * 2)));
+        return Rms(std::span(sound).subspan(std::size_t(begin) * kRate * 2, std::size_t(end - begin) * kRate * 2));
     };
     EXPECT_NEAR(second(heard.Samples, 8, 11), second(samples, 8, 11) + 12, 1) << "no more than 12 dB";
     EXPECT_NEAR(second(heard.Samples, 13, 23), -18, 2) << "a loud voice gets quieter quickly";
