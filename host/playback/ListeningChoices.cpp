@@ -9,7 +9,7 @@ struct Setting {
     bool Default;
 };
 /// In the order of ListeningChoices::Choice.
-constexpr Setting kSettings[] = {{"ShortenSilence", false}, {"LevelVoices", false}};
+constexpr Setting kSettings[] = {{"ShortenSilence", false}, {"LevelVoices", false}, {"RewindAfterPause", true}};
 
 QString KeyPath(const Setting& setting) {
     return u"Player\\" + QString::fromLatin1(setting.Key);

@@ -10,7 +10,7 @@ namespace vexa::host {
 class ListeningChoices final : public QObject {
     Q_OBJECT
 public:
-    enum Choice { ShortenSilence, LevelVoices };
+    enum Choice { ShortenSilence, LevelVoices, RewindAfterPause };
 
     explicit ListeningChoices(ConfigService& config) : FConfig(config) {}
 

@@ -6,13 +6,16 @@
 #include "Guarded.h"
 #include "Log.h"
 #include "ObjectList.h"
+#include "Rewinding.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Threads.h"
 
+#include <QDateTime>
 #include <QPointer>
 #include <QUrl>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vexa::host {
@@ -21,6 +24,7 @@ namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kFarLonger = 1.25;
+constexpr double kSamePlace = 0.5;  // s
 constexpr int kMaxSkip = 3600;
 constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
 const QString kVolume = QStringLiteral("Player\\Volume");
@@ -78,7 +82,8 @@ Playback::Playback(Host& host, const QString& sink)
       FPositions(host.ProfileFolder()),
       FOutput(new MediaOutput(sink)),
       FChoices(host.Config()),
-      FHook(new Hook(*this)) {
+      FHook(new Hook(*this)),
+      FClock(QDateTime::currentMSecsSinceEpoch) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Player().SetStartListener([this] { OnStarted(); });
@@ -165,6 +170,10 @@ void Playback::Resume() {
     VEXA_ASSERT_MAIN_THREAD();
     switch (CurrentState()) {
         case State::Paused:
+            // Where somebody has jumped to during the pause, playback goes on exactly.
+            if (const HeardFile* left = FPositions.Find(FCurrent.Address);
+                left && std::abs(Position() - left->Position) < kSamePlace && ResumePosition(*left) < left->Position)
+                Seek(ResumePosition(*left));
             return FOutput->Play();
         case State::Failed:
             return Start(QString(FCurrent.Address));
@@ -347,6 +356,12 @@ void Playback::OnChoices() {
     FOutput->SetLevelling(FChoices.Has(ListeningChoices::LevelVoices));
 }
 
+/// Where a file that was left goes on.
+double Playback::ResumePosition(const HeardFile& left) const {
+    if (left.LeftAt <= 0 || !FChoices.Has(ListeningChoices::RewindAfterPause)) return left.Position;
+    return std::max(0.0, left.Position - RewindAfter(std::chrono::milliseconds(FClock() - left.LeftAt)));
+}
+
 void Playback::OnStarted() {
     VEXA_ASSERT_MAIN_THREAD();
     const QString source = FHost.Player().Source();
@@ -354,7 +369,7 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
+    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(ResumePosition(*left));
     Q_EMIT CurrentChanged();
     DescribeCurrent();
 }

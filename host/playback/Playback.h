@@ -108,6 +108,8 @@ public Q_SLOTS:
     /// Appends files to UpNext.
     void PlayLast(const QStringList& addresses);
     void SetUpNext(const QStringList& addresses);
+    /// Sets the clock by which pauses are measured: ms since 1970. By default it is the system's.
+    void SetClock(std::function<qint64()> clock) { FClock = std::move(clock); }
     /// The order calls this when its answers change.
     void OrderChanged() { Q_EMIT UpNextChanged(); }
     /// The file will start from its beginning the next time.
@@ -153,6 +155,7 @@ private:
     void OnAddressesMoved(const AddressMoves& moves) override;
     void OnAddressesGone(const QSet<QString>& gone) override;
     void OnChoices();
+    double ResumePosition(const HeardFile& left) const;
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
@@ -179,6 +182,7 @@ private:
     ListeningChoices FChoices;
     QTimer FSaver;
     Ref<IVEXAMessageHook> FHook;
+    std::function<qint64()> FClock;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved

@@ -16,6 +16,7 @@ PlaybackMenu::PlaybackMenu(Host& host, Playback& playback, QWidget* parent)
     addSeparator();
     AddChoice("ShortenSilence", ListeningChoices::ShortenSilence);
     AddChoice("LevelVoices", ListeningChoices::LevelVoices);
+    AddChoice("RewindAfterPause", ListeningChoices::RewindAfterPause);
     connect(this, &QMenu::aboutToShow, this, &PlaybackMenu::Localize);
     connect(&playback, &Playback::StateChanged, this, &PlaybackMenu::Localize);
     Localize();
