@@ -10,10 +10,12 @@
 #include "GstRef.h"
 #include "Player.h"
 #include "VEXA.Runtime.Reason.h"
+#include "VideoFrames.h"
 
 #include <QObject>
 #include <QTimer>
 
+#include <atomic>
 #include <optional>
 
 using GstBin = struct _GstBin;
@@ -49,8 +51,17 @@ public:
     void SetVolume(double volume);
     /// The sound has this share, from 0 to 1, of the volume, which Volume() does not show.
     void SetFade(double share);
+    /// Whether the pictures of files that are started from now on are shown. By default they are not even decoded.
+    void WantVideo(bool isWanted) noexcept { FWantsVideo = isWanted; }
+    /// The same for the present file only.
+    void ShowVideo(bool isShown);
+    bool ShowsVideo() const noexcept { return FShowsVideo; }
+    /// Whether the source has pictures. False until it is open.
+    bool HasVideo() const noexcept { return FHasVideo; }
+    VideoFrames& Video() noexcept { return FVideo; }
     /// Whether long silence is shortened, and quiet and loud voices are made equally loud; both take effect at once.
-    /// Positions are those of the file all the same.
+    /// Positions are those of the file all the same. While pictures are shown, silence keeps its length, so that they
+    /// stay with the sound.
     void SetShortening(bool isShortening);
     void SetLevelling(bool isLevelling);
 
@@ -78,12 +89,17 @@ Q_SIGNALS:
     /// Playback has failed and the state is Failed. `details` may be no reason. Start and then Seek resume it at its
     /// position.
     void Failed(Problem problem, const Reason& details);
+    /// HasVideo or ShowsVideo has changed.
+    void VideoChanged();
     /// There is a problem, but playback goes on.
     void Warned(Problem problem);
 
 private:
     void Open();
     GstElement* MakeFilter();
+    int Flags() const;
+    void UpdateShortening();
+    void SetHasVideo(bool hasVideo);
     void Close();
     void Drop();
     static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
@@ -108,10 +124,13 @@ private:
     bool IsTruncated() const;
 
     const QString FSink;
+    VideoFrames FVideo;
     GstRef<GstElement> FPipeline, FSilence, FLevel;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
+    bool FWantsVideo = false, FShowsVideo = false, FHasVideo = false;
+    std::atomic<bool> FSkipsVideo{false};  // pictures are dropped before they are decoded
     bool FIsShortening = false, FIsLevelling = false;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
     bool FIsThroughFile = false;  // a network stream is read through a temporary file

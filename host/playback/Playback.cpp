@@ -97,6 +97,7 @@ Playback::Playback(Host& host, const QString& sink)
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
+    connect(FOutput, &MediaOutput::VideoChanged, this, &Playback::VideoChanged);
     connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);

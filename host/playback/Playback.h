@@ -72,6 +72,12 @@ public:
     /// Where each file was left, which includes the files to continue listening to.
     const Positions& SavedPositions() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
+    /// The pictures of files with video. Only a window that can show them wants them; see MediaOutput.
+    VideoFrames& Video() noexcept { return FOutput->Video(); }
+    bool HasVideo() const { return FOutput->HasVideo(); }
+    bool ShowsVideo() const { return FOutput->ShowsVideo(); }
+    void WantVideo(bool isWanted) { FOutput->WantVideo(isWanted); }
+    void ShowVideo(bool isShown) { FOutput->ShowVideo(isShown); }
     /// Changes take effect at once.
     ListeningChoices& Choices() noexcept { return FChoices; }
     /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
@@ -129,6 +135,8 @@ Q_SIGNALS:
     void Seeked(double seconds);
     void DurationChanged(double seconds);
     void SpeedChanged(double speed);
+    /// HasVideo or ShowsVideo has changed.
+    void VideoChanged();
     void VolumeChanged(double volume);
     /// Playback has stopped; Resume tries to go on. The message is in the user's language, and names what failed.
     void Failed(const QString& message);

@@ -337,7 +337,7 @@ TEST_F(PlaybackTest, AfterALongPauseItGoesBackUnlessSomebodyHasJumped) {
         Player->Seek(position);
         EXPECT_NO_THROW(Player->Save());
     };
-    const QString file = Tone(u"a.wav"_s, 600);
+    const QString file = Tone(u"a.wav"_s, 150);
     ASSERT_TRUE(Plays(file));
     pauseAt(100);
     clockAhead(1h);
@@ -383,7 +383,7 @@ TEST_F(PlaybackTest, TheSleepTimerFadesTheSoundAndLeavesTheVolume) {
     };
     const auto isLoud = [&] { return loudestNow() > 0.9 * kLoudest; };
     const auto isQuiet = [&] { return loudestNow() < 0.5 * kLoudest; };
-    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 600)));
+    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 100)));
     SleepTimer& timer = Player->Sleep();
     timer.SetTime(SleepTimer::kFade + std::chrono::hours(1));
     ASSERT_TRUE(WaitUntil(isLoud));

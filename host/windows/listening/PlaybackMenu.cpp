@@ -14,11 +14,16 @@ PlaybackMenu::PlaybackMenu(Host& host, Playback& playback, QWidget* parent)
     FPrevious = Add("Previous", Qt::CTRL | Qt::Key_PageUp, &Playback::Previous);
     FNext = Add("Next", Qt::CTRL | Qt::Key_PageDown, &Playback::Next);
     addSeparator();
+    FVideo = addAction(QString());
+    FVideo->setObjectName(QStringLiteral("Video"));
+    FVideo->setCheckable(true);
+    connect(FVideo, &QAction::triggered, &playback, &Playback::ShowVideo);
     AddChoice("ShortenSilence", ListeningChoices::ShortenSilence);
     AddChoice("LevelVoices", ListeningChoices::LevelVoices);
     AddChoice("RewindAfterPause", ListeningChoices::RewindAfterPause);
     connect(this, &QMenu::aboutToShow, this, &PlaybackMenu::Localize);
     connect(&playback, &Playback::StateChanged, this, &PlaybackMenu::Localize);
+    connect(&playback, &Playback::VideoChanged, this, &PlaybackMenu::Localize);
     Localize();
 }
 
@@ -49,6 +54,9 @@ void PlaybackMenu::Localize() {
     FForward->setText(WindowTexts::Filled(texts.Player("SkipForward"), QString::number(FPlayback.SkipForwardBy())));
     FPrevious->setText(texts.Player("Previous"));
     FNext->setText(texts.Player("Next"));
+    FVideo->setText(texts.Player("Video"));
+    FVideo->setEnabled(FPlayback.HasVideo());
+    FVideo->setChecked(FPlayback.HasVideo() && FPlayback.ShowsVideo());
     for (const auto& [action, key] : FChoices) action->setText(texts.Player(key));
 }
 

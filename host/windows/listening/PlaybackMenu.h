@@ -23,7 +23,7 @@ private:
     Host& FHost;
     Playback& FPlayback;
     std::vector<std::pair<QAction*, const char*>> FChoices;  // the keys are those of the captions
-    QAction *FPlay, *FBack, *FForward, *FPrevious, *FNext;
+    QAction *FVideo, *FPlay, *FBack, *FForward, *FPrevious, *FNext;
 };
 
 }  // namespace vexa::host
