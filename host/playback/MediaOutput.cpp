@@ -3,6 +3,7 @@
 #include "AudioTags.h"
 #include "HostReasons.h"
 #include "Log.h"
+#include "SoundElements.h"
 #include "VEXA.Runtime.Http.Status.h"
 #include "VEXA.Runtime.Reasons.h"
 #include "VEXA.Runtime.Threads.h"
@@ -27,8 +28,9 @@ constexpr int kSeekTries = 25;  // one per tick: some formats have to be read fo
 constexpr int kTicksAtEnd = 5;
 constexpr double kEndTolerance = 0.25;  // s; time-stretched sound ends a little before its duration
 constexpr double kSecond = GST_SECOND;
-constexpr int kAudioWithVolume = 0x02 | 0x10;  // playbin's flags: no video, no subtitles
-constexpr int kThroughFile = 0x80;             // the stream is downloaded to a temporary file and read from there
+// Flags of playbin.
+constexpr int kVideo = 0x01, kAudioWithVolume = 0x02 | 0x10;  // no subtitles
+constexpr int kThroughFile = 0x80;  // the stream is downloaded to a temporary file and read from there
 
 struct FreeMessage {
     void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
@@ -57,6 +59,7 @@ Reason StartGStreamer() {
     for (const char* needed : {"playbin", "autoaudiosink", "scaletempo"})
         if (!GstRef<GstElementFactory>(gst_element_factory_find(needed)))
             return Reason(HostReason("NoElement"), {QString::fromLatin1(needed)});
+    RegisterSoundElements();
     return {};
 }
 
@@ -117,10 +120,6 @@ bool IsMadeBy(const char* factoryName, GstObject* object) {
 
 }  // namespace
 
-void FreeGstObject::operator()(void* object) const noexcept {
-    gst_object_unref(object);
-}
-
 MediaOutput::MediaOutput(const QString& sink) : FSink(sink) {
     FTicker.setInterval(kTick);
     connect(&FTicker, &QTimer::timeout, this, &MediaOutput::Tick);
@@ -141,6 +140,7 @@ void MediaOutput::Start(const QString& source) {
     FIsLocal = !LocalFileName(source).isEmpty();
     FIsThroughFile = false;
     FCanSeek = true;
+    FShowsVideo = FWantsVideo;
     try {
         FProblem = Problem::NoPlayer;
         Initialize();
@@ -159,11 +159,10 @@ void MediaOutput::Open() {
     GstElement* pipeline = gst_element_factory_make("playbin", nullptr);
     if (!pipeline) throw ReasonError(Reason(HostReason("NoElement"), {QStringLiteral("playbin")}));
     FPipeline.reset(GST_ELEMENT(gst_object_ref_sink(pipeline)));
-    g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags",
-                 kAudioWithVolume | (FIsThroughFile ? kThroughFile : 0), "audio-filter",
-                 gst_element_factory_make("scaletempo", nullptr), nullptr);
-    if (!FIsLocal && !FIsThroughFile)
-        g_signal_connect(FPipeline.get(), "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
+    FSkipsVideo = false;
+    g_object_set(FPipeline.get(), "uri", FUri.constData(), "flags", Flags(), "audio-filter", MakeFilter(), "video-sink",
+                 FVideo.MakeSink(), nullptr);
+    g_signal_connect(FPipeline.get(), "deep-element-added", G_CALLBACK(&MediaOutput::OnElementAdded), this);
     if (!FSink.isEmpty()) {
         GError* failed = nullptr;
         GstElement* sink = gst_parse_bin_from_description(FSink.toUtf8().constData(), TRUE, &failed);
@@ -184,6 +183,23 @@ void MediaOutput::Open() {
     gst_element_set_state(FPipeline.get(), GST_STATE_PAUSED);  // a failure is reported as a message, too
 }
 
+/// What the sound passes on its way from the decoder to the volume. The caller owns it.
+GstElement* MediaOutput::MakeFilter() {
+    FSilence = MakeSoundElement("vexasilence");
+    FLevel = MakeSoundElement("vexalevel");
+    UpdateShortening();
+    SetLevelling(FIsLevelling);
+    GstElement* tempo = gst_element_factory_make("scaletempo", nullptr);
+    GstElement* filter = gst_bin_new(nullptr);
+    gst_bin_add_many(GST_BIN(filter), FSilence.get(), FLevel.get(), tempo, nullptr);
+    gst_element_link_many(FSilence.get(), FLevel.get(), tempo, nullptr);
+    const GstRef<GstPad> first(gst_element_get_static_pad(FSilence.get(), "sink"));
+    const GstRef<GstPad> last(gst_element_get_static_pad(tempo, "src"));
+    gst_element_add_pad(filter, gst_ghost_pad_new("sink", first.get()));
+    gst_element_add_pad(filter, gst_ghost_pad_new("src", last.get()));
+    return filter;
+}
+
 void MediaOutput::Close() {
     FTicker.stop();
     if (!FPipeline) return;
@@ -197,17 +213,29 @@ void MediaOutput::Drop() {
     const GstRef<GstElement> pipeline = std::move(FPipeline);
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     gst_bus_set_sync_handler(BusOf(pipeline).get(), nullptr, nullptr, nullptr);
+    FVideo.Clear();
+    SetHasVideo(false);
     FIsPrerolled = FIsBuffering = FHasPlayed = false;
     FTriesLeft = FTicksAtEnd = 0;
     FBufferingNumber.reset();
 }
 
-/// GStreamer's Ogg demultiplexer (Vorbis, Opus) is unreliable when it seeks in a network stream: playback hangs, or the
-/// end of the stream is reported at once. Seeks in a file work. Called on GStreamer's threads, which are joined before
-/// this object is destroyed.
+/// Drops pictures that nobody sees before they are decoded. The first one is decoded all the same, since the source is
+/// not open before its format is known. Of network streams also: GStreamer's Ogg demultiplexer (Vorbis, Opus) is
+/// unreliable when it seeks in a network stream: playback hangs, or the end of the stream is reported at once. Seeks in
+/// a file work. Called on GStreamer's threads, which are joined before this object is destroyed.
 void MediaOutput::OnElementAdded(GstBin* pipeline, GstBin*, GstElement* element, void* self) {
-    if (!IsMadeBy("oggdemux", GST_OBJECT(element))) return;
     auto* output = static_cast<MediaOutput*>(self);
+    GstElementFactory* factory = gst_element_get_factory(element);
+    constexpr auto kVideoDecoder = GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO;
+    const GstRef<GstPad> input(gst_element_get_static_pad(element, "sink"));
+    if (input && factory && gst_element_factory_list_is_type(factory, kVideoDecoder)) {
+        const GstPadProbeCallback skip = [](GstPad*, GstPadProbeInfo*, void* owner) {
+            return static_cast<MediaOutput*>(owner)->FSkipsVideo ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+        };
+        gst_pad_add_probe(input.get(), GST_PAD_PROBE_TYPE_BUFFER, skip, output, nullptr);
+    }
+    if (output->FIsLocal || output->FIsThroughFile || !IsMadeBy("oggdemux", GST_OBJECT(element))) return;
     const auto reopen = [output, pipeline = GST_ELEMENT(pipeline)] {
         if (output->FPipeline.get() == pipeline) output->ReopenThroughFile();
     };
@@ -274,7 +302,52 @@ void MediaOutput::SetSpeed(double speed) {
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
+    const double loudness = FVolume * FFade;
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", loudness * loudness * loudness, nullptr);
+}
+
+void MediaOutput::SetFade(double share) {
+    if (std::exchange(FFade, std::clamp(share, 0.0, 1.0)) != share) SetVolume(FVolume);
+}
+
+void MediaOutput::SetShortening(bool isShortening) {
+    FIsShortening = isShortening;
+    UpdateShortening();
+}
+
+void MediaOutput::UpdateShortening() {
+    // What passes before the source is open would be missing from the sound of a video.
+    const bool mayHaveVideo = FHasVideo || !FIsPrerolled;
+    const bool isActive = FIsShortening && !(FShowsVideo && mayHaveVideo);
+    if (FSilence) g_object_set(FSilence.get(), "active", isActive ? TRUE : FALSE, nullptr);
+}
+
+int MediaOutput::Flags() const {
+    return kAudioWithVolume | (FShowsVideo ? kVideo : 0) | (FIsThroughFile ? kThroughFile : 0);
+}
+
+void MediaOutput::SetHasVideo(bool hasVideo) {
+    if (std::exchange(FHasVideo, hasVideo) == hasVideo) return;
+    UpdateShortening();
+    Q_EMIT VideoChanged();
+}
+
+void MediaOutput::ShowVideo(bool isShown) {
+    VEXA_ASSERT_MAIN_THREAD();
+    if (std::exchange(FShowsVideo, isShown) == isShown || !FPipeline) return;
+    g_object_set(FPipeline.get(), "flags", Flags(), nullptr);
+    if (FIsPrerolled) {
+        FSkipsVideo = !isShown;
+        if (isShown && FHasVideo) SeekNow(Position());  // decoding begins with a whole picture, and from the same place
+    }
+    UpdateShortening();
+    if (!isShown) FVideo.Clear();
+    Q_EMIT VideoChanged();
+}
+
+void MediaOutput::SetLevelling(bool isLevelling) {
+    FIsLevelling = isLevelling;
+    if (FLevel) g_object_set(FLevel.get(), "active", isLevelling ? TRUE : FALSE, nullptr);
 }
 
 double MediaOutput::Position() const {
@@ -282,7 +355,7 @@ double MediaOutput::Position() const {
     if (FTarget) return *FTarget;
     gint64 position = 0;
     if (!FIsPrerolled || !gst_element_query_position(FPipeline.get(), GST_FORMAT_TIME, &position)) return FPosition;
-    const double seconds = static_cast<double>(position) / kSecond;
+    const double seconds = static_cast<double>(FileTime(FSilence.get(), position)) / kSecond;
     return FDuration > 0 ? std::min(seconds, FDuration) : seconds;
 }
 
@@ -415,6 +488,13 @@ void MediaOutput::Fail(Problem problem, const Reason& details) {
 void MediaOutput::OnPrerolled() {
     AskDuration();
     const bool isFirst = !std::exchange(FIsPrerolled, true);
+    if (isFirst) {
+        gint videos = 0;
+        g_object_get(FPipeline.get(), "n-video", &videos, nullptr);
+        FSkipsVideo = !FShowsVideo;
+        SetHasVideo(videos > 0);
+        UpdateShortening();
+    }
     if (isFirst && FCanSeek && (FTarget || FSpeed != 1)) {
         const double target = FTarget.value_or(0);
         if (TrySeek(target)) return;

@@ -7,27 +7,21 @@
 //     output->Seek(1234.5);       // at any time: a seek before the source is open takes effect when it is
 //     output->SetSpeed(1.5);
 
+#include "GstRef.h"
 #include "Player.h"
 #include "VEXA.Runtime.Reason.h"
+#include "VideoFrames.h"
 
 #include <QObject>
 #include <QTimer>
 
-#include <memory>
+#include <atomic>
 #include <optional>
 
 using GstBin = struct _GstBin;
-using GstElement = struct _GstElement;
 using GstMessage = struct _GstMessage;
 
 namespace vexa::host {
-
-struct FreeGstObject {
-    void operator()(void* object) const noexcept;
-};
-/// A reference to a GStreamer object.
-template <class Object>
-using GstRef = std::unique_ptr<Object, FreeGstObject>;
 
 class MediaOutput final : public QObject, public AudioOutput {
     Q_OBJECT
@@ -55,6 +49,21 @@ public:
     void SetSpeed(double speed);
     /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
+    /// The sound has this share, from 0 to 1, of the volume, which Volume() does not show.
+    void SetFade(double share);
+    /// Whether the pictures of files that are started from now on are shown. By default they are not even decoded.
+    void WantVideo(bool isWanted) noexcept { FWantsVideo = isWanted; }
+    /// The same for the present file only.
+    void ShowVideo(bool isShown);
+    bool ShowsVideo() const noexcept { return FShowsVideo; }
+    /// Whether the source has pictures. False until it is open.
+    bool HasVideo() const noexcept { return FHasVideo; }
+    VideoFrames& Video() noexcept { return FVideo; }
+    /// Whether long silence is shortened, and quiet and loud voices are made equally loud; both take effect at once.
+    /// Positions are those of the file all the same. While pictures are shown, silence keeps its length, so that they
+    /// stay with the sound.
+    void SetShortening(bool isShortening);
+    void SetLevelling(bool isLevelling);
 
     State CurrentState() const noexcept { return FState; }
     /// The last problem of the last Start and of the playback that it started.
@@ -80,11 +89,17 @@ Q_SIGNALS:
     /// Playback has failed and the state is Failed. `details` may be no reason. Start and then Seek resume it at its
     /// position.
     void Failed(Problem problem, const Reason& details);
+    /// HasVideo or ShowsVideo has changed.
+    void VideoChanged();
     /// There is a problem, but playback goes on.
     void Warned(Problem problem);
 
 private:
     void Open();
+    GstElement* MakeFilter();
+    int Flags() const;
+    void UpdateShortening();
+    void SetHasVideo(bool hasVideo);
     void Close();
     void Drop();
     static void OnElementAdded(GstBin* pipeline, GstBin* bin, GstElement* element, void* self);
@@ -109,10 +124,14 @@ private:
     bool IsTruncated() const;
 
     const QString FSink;
-    GstRef<GstElement> FPipeline;
+    VideoFrames FVideo;
+    GstRef<GstElement> FPipeline, FSilence, FLevel;
     QTimer FTicker;
     State FState = State::Stopped;
     Problem FProblem = Problem::None;
+    bool FWantsVideo = false, FShowsVideo = false, FHasVideo = false;
+    std::atomic<bool> FSkipsVideo{false};  // pictures are dropped before they are decoded
+    bool FIsShortening = false, FIsLevelling = false;
     bool FWantsPlaying = false, FIsPrerolled = false, FIsBuffering = false, FIsLocal = false;
     bool FIsThroughFile = false;  // a network stream is read through a temporary file
     bool FCanSeek = true;         // false once a seek has failed
@@ -125,7 +144,7 @@ private:
     std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
     // The number of the newest report of the buffer's level.
     std::optional<quint32> FBufferingNumber;
-    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
+    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1, FFade = 1;
 };
 
 }  // namespace vexa::host

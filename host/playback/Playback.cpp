@@ -6,13 +6,16 @@
 #include "Guarded.h"
 #include "Log.h"
 #include "ObjectList.h"
+#include "Rewinding.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Threads.h"
 
+#include <QDateTime>
 #include <QPointer>
 #include <QUrl>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vexa::host {
@@ -21,6 +24,7 @@ namespace {
 
 constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kFarLonger = 1.25;
+constexpr double kSamePlace = 0.5;  // s
 constexpr int kMaxSkip = 3600;
 constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
 const QString kVolume = QStringLiteral("Player\\Volume");
@@ -74,7 +78,12 @@ private:
 };
 
 Playback::Playback(Host& host, const QString& sink)
-    : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
+    : FHost(host),
+      FPositions(host.ProfileFolder()),
+      FOutput(new MediaOutput(sink)),
+      FChoices(host.Config()),
+      FHook(new Hook(*this)),
+      FClock(QDateTime::currentMSecsSinceEpoch) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Player().SetStartListener([this] { OnStarted(); });
@@ -83,10 +92,12 @@ Playback::Playback(Host& host, const QString& sink)
     bool isNumber = false;
     const double volume = FHost.Config().Find(kVolume).value_or(QString()).toDouble(&isNumber);
     if (isNumber) FOutput->SetVolume(volume);
+    OnChoices();
 
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
+    connect(FOutput, &MediaOutput::VideoChanged, this, &Playback::VideoChanged);
     connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
@@ -94,6 +105,8 @@ Playback::Playback(Host& host, const QString& sink)
             [this](Problem problem, const Reason& details) { OnProblem(problem, FHost.Language().Text(details)); });
     connect(FOutput, &MediaOutput::Warned, this, [this](Problem problem) { Q_EMIT Warned(Describe(problem, {})); });
     connect(&FSleep, &SleepTimer::Expired, this, &Playback::Pause);
+    connect(&FSleep, &SleepTimer::Faded, FOutput, &MediaOutput::SetFade);
+    connect(&FChoices, &ListeningChoices::Changed, this, &Playback::OnChoices);
     FSaver.setInterval(kSaveEvery);
     connect(&FSaver, &QTimer::timeout, this, [this] {
         StorePosition();
@@ -158,6 +171,10 @@ void Playback::Resume() {
     VEXA_ASSERT_MAIN_THREAD();
     switch (CurrentState()) {
         case State::Paused:
+            // Where somebody has jumped to during the pause, playback goes on exactly.
+            if (const HeardFile* left = FPositions.Find(FCurrent.Address);
+                left && std::abs(Position() - left->Position) < kSamePlace && ResumePosition(*left) < left->Position)
+                Seek(ResumePosition(*left));
             return FOutput->Play();
         case State::Failed:
             return Start(QString(FCurrent.Address));
@@ -335,6 +352,17 @@ void Playback::Save() {
     FPositions.Save();
 }
 
+void Playback::OnChoices() {
+    FOutput->SetShortening(FChoices.Has(ListeningChoices::ShortenSilence));
+    FOutput->SetLevelling(FChoices.Has(ListeningChoices::LevelVoices));
+}
+
+/// Where a file that was left goes on.
+double Playback::ResumePosition(const HeardFile& left) const {
+    if (left.LeftAt <= 0 || !FChoices.Has(ListeningChoices::RewindAfterPause)) return left.Position;
+    return std::max(0.0, left.Position - RewindAfter(std::chrono::milliseconds(FClock() - left.LeftAt)));
+}
+
 void Playback::OnStarted() {
     VEXA_ASSERT_MAIN_THREAD();
     const QString source = FHost.Player().Source();
@@ -342,7 +370,7 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
+    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(ResumePosition(*left));
     Q_EMIT CurrentChanged();
     DescribeCurrent();
 }

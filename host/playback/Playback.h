@@ -15,6 +15,7 @@
 
 #include "Chapters.h"
 #include "Host.h"
+#include "ListeningChoices.h"
 #include "MediaOutput.h"
 #include "Positions.h"
 #include "SleepTimer.h"
@@ -71,6 +72,14 @@ public:
     /// Where each file was left, which includes the files to continue listening to.
     const Positions& SavedPositions() const noexcept { return FPositions; }
     SleepTimer& Sleep() noexcept { return FSleep; }
+    /// The pictures of files with video. Only a window that can show them wants them; see MediaOutput.
+    VideoFrames& Video() noexcept { return FOutput->Video(); }
+    bool HasVideo() const { return FOutput->HasVideo(); }
+    bool ShowsVideo() const { return FOutput->ShowsVideo(); }
+    void WantVideo(bool isWanted) { FOutput->WantVideo(isWanted); }
+    void ShowVideo(bool isShown) { FOutput->ShowVideo(isShown); }
+    /// Changes take effect at once.
+    ListeningChoices& Choices() noexcept { return FChoices; }
     /// The schemes of the addresses that can be played: those of the plug-ins' file systems, http, https and file.
     QStringList Schemes() const;
 
@@ -105,6 +114,8 @@ public Q_SLOTS:
     /// Appends files to UpNext.
     void PlayLast(const QStringList& addresses);
     void SetUpNext(const QStringList& addresses);
+    /// Sets the clock by which pauses are measured: ms since 1970. By default it is the system's.
+    void SetClock(std::function<qint64()> clock) { FClock = std::move(clock); }
     /// The order calls this when its answers change.
     void OrderChanged() { Q_EMIT UpNextChanged(); }
     /// The file will start from its beginning the next time.
@@ -124,6 +135,8 @@ Q_SIGNALS:
     void Seeked(double seconds);
     void DurationChanged(double seconds);
     void SpeedChanged(double speed);
+    /// HasVideo or ShowsVideo has changed.
+    void VideoChanged();
     void VolumeChanged(double volume);
     /// Playback has stopped; Resume tries to go on. The message is in the user's language, and names what failed.
     void Failed(const QString& message);
@@ -149,6 +162,8 @@ private:
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override;
     void OnAddressesGone(const QSet<QString>& gone) override;
+    void OnChoices();
+    double ResumePosition(const HeardFile& left) const;
     void OnStarted();
     void DescribeCurrent();
     void OnDescribed(const NowPlaying& described);
@@ -172,8 +187,10 @@ private:
     Positions FPositions;
     MediaOutput* const FOutput;  // the host's player owns it
     SleepTimer FSleep;
+    ListeningChoices FChoices;
     QTimer FSaver;
     Ref<IVEXAMessageHook> FHook;
+    std::function<qint64()> FClock;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
     bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved

@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vexa::host {
@@ -20,6 +21,7 @@ const QString kAddress = QStringLiteral("address"), kBegun = QStringLiteral("beg
               kSpeeds = QStringLiteral("speeds"), kUpNext = QStringLiteral("next"), kWhen = QStringLiteral("when");
 
 constexpr std::size_t kMost = 2000;                   // few enough for the file to be written often
+constexpr double kSamePlace = 0.01;                   // s
 constexpr double kEndShare = 0.01, kEndSeconds = 10;  // with no more than the smaller one left, a file counts as heard
 
 }  // namespace
@@ -80,8 +82,11 @@ void Positions::Leave(const QString& address, double position, double duration) 
     const double rest = std::min(kEndSeconds, kEndShare * duration);
     if (address.isEmpty()) return;
     if (position <= 0 || (duration > 0 && position >= duration - rest)) return Forget(address);
+    const HeardFile* left = Find(address);
+    const bool isSame = left && std::abs(left->Position - position) < kSamePlace && left->LeftAt > 0;
+    const qint64 when = isSame ? left->LeftAt : QDateTime::currentMSecsSinceEpoch();
     std::erase_if(FBegun, [&](const auto& file) { return file.Address == address; });
-    FBegun.insert(FBegun.begin(), {address, position, duration, QDateTime::currentMSecsSinceEpoch()});
+    FBegun.insert(FBegun.begin(), {address, position, duration, when});
     if (FBegun.size() > kMost) FBegun.resize(kMost);
     FIsChanged = true;
 }

@@ -23,7 +23,7 @@ namespace vexa::host {
 struct HeardFile {
     QString Address;
     double Position = 0, Duration = 0;  // seconds; a duration of 0 is unknown
-    qint64 LeftAt = 0;    // when it was left, in ms since 1970 by the clock of that time; only for display
+    qint64 LeftAt = 0;                  // when it was left, in ms since 1970 by the clock of that time; 0 is unknown
     bool IsGone = false;  // the address names nothing now; the position is kept in case the file comes back
 };
 
@@ -42,8 +42,8 @@ public:
     const std::vector<HeardFile>& Begun() const noexcept { return FBegun; }
     /// The file of these that was heard last, of those that are there; null when there is none.
     const HeardFile* LastHeard() const;
-    /// Stores where a file was left. A file left at its beginning, or so near its end that it counts as heard, is
-    /// forgotten.
+    /// Stores where a file was left, and when, unless it was left there before. A file left at its beginning, or so
+    /// near its end that it counts as heard, is forgotten.
     void Leave(const QString& address, double position, double duration);
     /// Forgets a file that was heard to its end or is to start from its beginning.
     void Forget(const QString& address);

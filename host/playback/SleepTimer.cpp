@@ -6,12 +6,26 @@
 
 namespace vexa::host {
 
+namespace {
+
+constexpr std::chrono::milliseconds kFadeStep{50};
+
+}  // namespace
+
 SleepTimer::SleepTimer() {
     FTimer.setSingleShot(true);
+    FFadeTimer.setSingleShot(true);
+    connect(&FFadeTimer, &QTimer::timeout, this, &SleepTimer::Fade);
     connect(&FTimer, &QTimer::timeout, this, [this] {
+        FFadeTimer.stop();
+        Q_EMIT Expired();  // while nothing is heard
         Set(Mode::Off);
-        Q_EMIT Expired();
     });
+}
+
+void SleepTimer::Fade() {
+    Q_EMIT Faded(std::chrono::duration<double>(Remaining()) / FFadeTime);
+    FFadeTimer.start(kFadeStep);
 }
 
 std::chrono::milliseconds SleepTimer::Remaining() const {
@@ -19,8 +33,11 @@ std::chrono::milliseconds SleepTimer::Remaining() const {
 }
 
 void SleepTimer::SetTime(std::chrono::milliseconds time) {
-    FTimer.start(std::clamp(time, std::chrono::milliseconds(1), std::chrono::milliseconds(std::chrono::hours(24))));
+    time = std::clamp(time, std::chrono::milliseconds(1), std::chrono::milliseconds(std::chrono::hours(24)));
+    FFadeTime = std::min<std::chrono::milliseconds>(time, kFade);
+    FTimer.start(time);
     Set(Mode::AfterTime);
+    FFadeTimer.start(time - FFadeTime);
 }
 
 void SleepTimer::SetAtEnd() {
@@ -36,6 +53,8 @@ void SleepTimer::Cancel() {
 void SleepTimer::Set(Mode mode) {
     VEXA_ASSERT_MAIN_THREAD();
     FMode = mode;
+    FFadeTimer.stop();
+    Q_EMIT Faded(1);
     Q_EMIT Changed();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 // The sleep timer: ends playback after a time, or at the end of the current file. It measures elapsed time, whatever
-// happens to the clock. Main thread.
+// happens to the clock. In its last seconds the sound fades. Main thread.
 
 #include <QObject>
 #include <QTimer>
@@ -14,6 +14,8 @@ class SleepTimer final : public QObject {
 public:
     enum class Mode { Off, AfterTime, AtEnd };
 
+    static constexpr std::chrono::seconds kFade{10};  // or the whole time, if that is shorter
+
     SleepTimer();
 
     Mode CurrentMode() const noexcept { return FMode; }
@@ -26,13 +28,18 @@ public:
 
 Q_SIGNALS:
     void Changed();
+    /// The volume to play with, from 1 to 0, as a share of what the listener has chosen. It is 1 again when the timer
+    /// is changed, and once Expired was handled.
+    void Faded(double share);
     /// The time is up.
     void Expired();
 
 private:
     void Set(Mode mode);
+    void Fade();
 
-    QTimer FTimer;
+    QTimer FTimer, FFadeTimer;
+    std::chrono::milliseconds FFadeTime{0};
     Mode FMode = Mode::Off;
 };
 

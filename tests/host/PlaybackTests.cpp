@@ -4,8 +4,10 @@
 #include "LoopbackServer.h"
 #include "ObjectList.h"
 #include "PlaybackFixture.h"
+#include "Rewinding.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QProcess>
 #include <QtEndian>
 
@@ -320,6 +322,85 @@ TEST_F(PlaybackTest, TheVolumeGrowsByItsCube) {
     for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
         loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
     EXPECT_NEAR(loudest, kLoudest / 8.0, 10);
+}
+
+TEST_F(PlaybackTest, AfterALongPauseItGoesBackUnlessSomebodyHasJumped) {
+    using namespace std::chrono;
+    for (const auto& [pause, back] :
+         {std::pair<milliseconds, double>(59s, 0), {60s, 5}, {1h, 19.07}, {24h, 30}, {900h, 30}})
+        EXPECT_NEAR(RewindAfter(pause), back, 0.01) << pause.count() << " ms";
+    const auto clockAhead = [&](milliseconds ahead) {
+        Player->SetClock([ahead] { return QDateTime::currentMSecsSinceEpoch() + ahead.count(); });
+    };
+    const auto pauseAt = [&](double position) {
+        Player->Pause();
+        Player->Seek(position);
+        EXPECT_NO_THROW(Player->Save());
+    };
+    const QString file = Tone(u"a.wav"_s, 150);
+    ASSERT_TRUE(Plays(file));
+    pauseAt(100);
+    clockAhead(1h);
+    Player->Resume();
+    EXPECT_NEAR(Player->Position(), 100 - 19, 1);
+    pauseAt(100);
+    Player->Seek(90);
+    Player->Resume();
+    EXPECT_NEAR(Player->Position(), 90, 1) << "somebody has jumped";
+    pauseAt(10);
+    clockAhead(24h);
+    Player->Resume();
+    EXPECT_NEAR(Player->Position(), 0, 1);
+    pauseAt(100);
+
+    for (const bool goesBack : {true, false}) {
+        const qint64 left = Player->SavedPositions().Begun().at(0).LeftAt;
+        std::this_thread::sleep_for(2ms);
+        Player.reset();
+        QByteArray json = ReadWhole(Profile.File(u"Positions.json"_s));
+        EXPECT_TRUE(json.contains(QByteArray::number(left))) << "the end of the program counts as the pause";
+        const qsizetype when = json.indexOf("\"when\": ") + 8;
+        json.replace(when, json.indexOf('\n', when) - when,
+                     QByteArray::number(QDateTime::currentMSecsSinceEpoch() - milliseconds(1h).count()));
+        WriteWhole(Profile.File(u"Positions.json"_s), json);
+        Host.Config().Write(u"Player\\RewindAfterPause"_s, goesBack ? u"1"_s : u"0"_s);
+        Open();
+        Player->Play(file);
+        EXPECT_NEAR(Player->Position(), goesBack ? 100 - 19 : 100, 1);
+        pauseAt(100);
+    }
+}
+
+TEST_F(PlaybackTest, TheSleepTimerFadesTheSoundAndLeavesTheVolume) {
+    const QString heard = Profile.File(u"heard"_s);
+    Open(u"capsfilter caps=audio/x-raw,format=S16LE ! filesink sync=true buffer-mode=unbuffered location="_s + heard);
+    const auto loudestNow = [&] {
+        const QByteArray samples = ReadWhole(heard).right(2 * 800);
+        int loudest = 0;
+        for (qsizetype at = 0; at + 1 < samples.size(); at += 2)
+            loudest = std::max<int>(loudest, qFromLittleEndian<qint16>(samples.constData() + at));
+        return loudest;
+    };
+    const auto isLoud = [&] { return loudestNow() > 0.9 * kLoudest; };
+    const auto isQuiet = [&] { return loudestNow() < 0.5 * kLoudest; };
+    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 100)));
+    SleepTimer& timer = Player->Sleep();
+    timer.SetTime(SleepTimer::kFade + std::chrono::hours(1));
+    ASSERT_TRUE(WaitUntil(isLoud));
+    timer.SetTime(std::chrono::seconds(4));
+    ASSERT_TRUE(WaitUntil(isQuiet));
+    EXPECT_EQ(Player->Volume(), 1);
+    timer.SetTime(std::chrono::hours(1));
+    ASSERT_TRUE(WaitUntil(isLoud)) << "the timer was prolonged";
+    timer.SetTime(std::chrono::seconds(4));
+    ASSERT_TRUE(WaitUntil(isQuiet));
+    timer.Cancel();
+    ASSERT_TRUE(WaitUntil(isLoud)) << "the timer was ended";
+    timer.SetTime(std::chrono::milliseconds(500));
+    ASSERT_TRUE(WaitFor(State::Paused));
+    EXPECT_EQ(Host.Config().Find(u"Player\\Volume"_s), std::nullopt);
+    Player->Resume();
+    EXPECT_TRUE(WaitUntil(isLoud)) << "the faded volume stays";
 }
 
 TEST_F(PlaybackTest, AReportOfTheBufferThatComesLateStopsNothing) {

@@ -13,8 +13,17 @@ PlaybackMenu::PlaybackMenu(Host& host, Playback& playback, QWidget* parent)
     addSeparator();
     FPrevious = Add("Previous", Qt::CTRL | Qt::Key_PageUp, &Playback::Previous);
     FNext = Add("Next", Qt::CTRL | Qt::Key_PageDown, &Playback::Next);
+    addSeparator();
+    FVideo = addAction(QString());
+    FVideo->setObjectName(QStringLiteral("Video"));
+    FVideo->setCheckable(true);
+    connect(FVideo, &QAction::triggered, &playback, &Playback::ShowVideo);
+    AddChoice("ShortenSilence", ListeningChoices::ShortenSilence);
+    AddChoice("LevelVoices", ListeningChoices::LevelVoices);
+    AddChoice("RewindAfterPause", ListeningChoices::RewindAfterPause);
     connect(this, &QMenu::aboutToShow, this, &PlaybackMenu::Localize);
     connect(&playback, &Playback::StateChanged, this, &PlaybackMenu::Localize);
+    connect(&playback, &Playback::VideoChanged, this, &PlaybackMenu::Localize);
     Localize();
 }
 
@@ -25,6 +34,18 @@ QAction* PlaybackMenu::Add(const char* name, const QKeySequence& keys, void (Pla
     return action;
 }
 
+void PlaybackMenu::AddChoice(const char* key, ListeningChoices::Choice choice) {
+    QAction* action = addAction(QString());
+    action->setObjectName(QString::fromLatin1(key));
+    action->setCheckable(true);
+    const auto show = [this, action, choice] { action->setChecked(FPlayback.Choices().Has(choice)); };
+    connect(this, &QMenu::aboutToShow, action, show);  // the setting may have changed without the menu
+    connect(action, &QAction::triggered, this,
+            [this, choice](bool isChosen) { FPlayback.Choices().Set(choice, isChosen); });
+    show();
+    FChoices.emplace_back(action, key);
+}
+
 void PlaybackMenu::Localize() {
     const WindowTexts texts(FHost.Language());
     setTitle(texts("MenuPlayback"));
@@ -33,6 +54,10 @@ void PlaybackMenu::Localize() {
     FForward->setText(WindowTexts::Filled(texts.Player("SkipForward"), QString::number(FPlayback.SkipForwardBy())));
     FPrevious->setText(texts.Player("Previous"));
     FNext->setText(texts.Player("Next"));
+    FVideo->setText(texts.Player("Video"));
+    FVideo->setEnabled(FPlayback.HasVideo());
+    FVideo->setChecked(FPlayback.HasVideo() && FPlayback.ShowsVideo());
+    for (const auto& [action, key] : FChoices) action->setText(texts.Player(key));
 }
 
 }  // namespace vexa::host

@@ -18,9 +18,12 @@ private:
     void Localize() override;
     QAction* Add(const char* name, const QKeySequence& keys, void (Playback::*slot)());
 
+    void AddChoice(const char* key, ListeningChoices::Choice choice);
+
     Host& FHost;
     Playback& FPlayback;
-    QAction *FPlay, *FBack, *FForward, *FPrevious, *FNext;
+    std::vector<std::pair<QAction*, const char*>> FChoices;  // the keys are those of the captions
+    QAction *FVideo, *FPlay, *FBack, *FForward, *FPrevious, *FNext;
 };
 
 }  // namespace vexa::host

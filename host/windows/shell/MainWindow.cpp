@@ -77,6 +77,7 @@ MainWindow::MainWindow(Host& host, Playback& playback, std::function<bool()> isT
       FContentLayout(new QVBoxLayout(FContent)),
       FBanner(new Banner),
       FBar(new PlaybackBar(playback, host)),
+      FVideo(playback, host),
       FMenuBar(new WindowMenuBar(host, playback, FTheme, FTray)),
       FOptions(host),
       FCommands(new WindowCommands(host, *this)),
@@ -291,6 +292,8 @@ void MainWindow::ConnectPlayback() {
     connect(FLibrary.get(), &LibraryController::CoversChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::StorageChanged, this, showCover);
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
+    connect(&FVideo, &VideoWindow::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
+    connect(&FVideo, &VideoWindow::ShowInLibrary, this, &MainWindow::BringToFront);
     connect(FListening, &ListeningPane::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(FListening, &ListeningPane::Activated, &FPlayback, &Playback::Play);
     connect(FListening, &ListeningPane::Cleared, this, [this](const QStringList& addresses) {

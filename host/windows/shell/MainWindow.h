@@ -18,6 +18,7 @@
 #include "SubscriptionChooser.h"
 #include "Tray.h"
 #include "UndoActs.h"
+#include "VideoWindow.h"
 #include "WindowCommands.h"
 #include "WindowMenuBar.h"
 #include "WindowTheme.h"
@@ -131,6 +132,7 @@ private:
     QVBoxLayout* FContentLayout;
     Banner* FBanner;
     PlaybackBar* FBar;
+    VideoWindow FVideo;
     WindowMenuBar* FMenuBar;
     OptionsWindow FOptions;
     WindowCommands* FCommands;

@@ -1,0 +1,124 @@
+// Video: the pictures, the window that shows them, and files without any.
+
+#include "PlaybackFixture.h"
+#include "PlaybackMenu.h"
+#include "VideoWindow.h"
+
+#include <QBuffer>
+#include <QTest>
+
+#include <attachedpictureframe.h>
+#include <gst/gst.h>
+#include <id3v2tag.h>
+#include <wavfile.h>
+
+using namespace vexa::host;
+using tests::WaitUntil;
+
+namespace {
+
+/// 20 seconds of a picture of one colour, whose pixels are twice as wide as high, and a tone.
+void MakeVideo(const QString& file) {
+    gst_init(nullptr, nullptr);
+    const QByteArray line =
+        "videotestsrc num-buffers=100 pattern=red ! "
+        "video/x-raw,width=64,height=64,framerate=5/1,pixel-aspect-ratio=2/1 ! vp8enc deadline=1 ! "
+        "webmmux name=mux ! filesink location=" +
+        QFile::encodeName(file) + " audiotestsrc num-buffers=862 ! audioconvert ! vorbisenc ! mux.";
+    GstElement* pipeline = gst_parse_launch(line.constData(), nullptr);
+    ASSERT_NE(pipeline, nullptr);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    GstMessage* message =
+        gst_bus_timed_pop_filtered(bus, 60 * GST_SECOND, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    EXPECT_TRUE(message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS);
+    if (message) gst_message_unref(message);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(bus);
+    gst_object_unref(pipeline);
+}
+
+bool IsRed(const QColor& colour) {
+    return colour.red() > 200 && colour.green() < 50 && colour.blue() < 50;
+}
+
+}  // namespace
+
+TEST_F(PlaybackTest, AVideoIsShownInAWindowOfItsOwnUntilThatIsClosed) {
+    const QString file = Profile.File(u"a.webm"_s);
+    MakeVideo(file);
+    Player->Choices().Set(ListeningChoices::ShortenSilence, true);
+    PlaybackMenu menu(Host, *Player);
+    QAction* item = menu.findChild<QAction*>(u"Video"_s);
+    EXPECT_FALSE(item->isEnabled());
+    VideoWindow window(*Player, Host);
+    auto* view = window.findChild<VideoView*>();
+    ASSERT_TRUE(Plays(file));
+    ASSERT_TRUE(WaitUntil([&] { return window.isVisible(); }));
+    EXPECT_TRUE(item->isChecked());
+    window.resize(600, 500);
+    const auto pixel = [&](double across, double down) {
+        const QImage shown = view->grab().toImage();
+        return shown.pixelColor(int(shown.width() * across), int(shown.height() * down));
+    };
+    ASSERT_TRUE(WaitUntil([&] { return IsRed(pixel(0.5, 0.5)); }));
+    EXPECT_TRUE(IsRed(pixel(0.02, 0.5))) << "the pixels are not square";
+    EXPECT_EQ(pixel(0.5, 0.05), QColor(Qt::black)) << "the picture is twice as wide as high";
+
+    for (const auto& [key, isFull] : {std::pair(Qt::Key_F11, true), {Qt::Key_Escape, false}}) {
+        QTest::keyClick(view, key);
+        EXPECT_EQ(window.isFullScreen(), isFull);
+        EXPECT_EQ(window.findChild<PlaybackBar*>()->isHidden(), isFull);
+    }
+    QTest::mouseDClick(view, Qt::LeftButton);
+    EXPECT_TRUE(window.isFullScreen());
+    QTest::keyClick(view, Qt::Key_Space);
+    EXPECT_TRUE(WaitFor(State::Paused));
+    QTest::keyClick(view, Qt::Key_Right);
+    EXPECT_GT(Player->Position(), 15);
+    QTest::keyClick(view, Qt::Key_Left);
+    EXPECT_LT(Player->Position(), 10);
+    Player->Resume();
+    ASSERT_TRUE(WaitFor(State::Playing));
+
+    window.close();
+    const double closed = Player->Position();
+    EXPECT_TRUE(WaitUntil([&] { return Player->Position() > closed + 0.5; })) << "the sound has stopped";
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_TRUE(Player->Video().Newest().Picture.isNull());
+    EXPECT_FALSE(item->isChecked());
+    item->trigger();
+    EXPECT_TRUE(window.isVisible() && !window.isFullScreen());
+    EXPECT_TRUE(WaitUntil([&] { return IsRed(pixel(0.5, 0.5)); }));
+
+    ASSERT_TRUE(Plays(Tone(u"a.wav"_s, 30)));
+    EXPECT_FALSE(window.isVisible()) << "the next file has no video";
+    EXPECT_TRUE(Errors.isEmpty());
+}
+
+TEST_F(PlaybackTest, ACoverIsNoVideoAndWithoutAWindowNothingIsShown) {
+    const QString covered = Tone(u"covered.wav"_s, 30), video = Profile.File(u"a.webm"_s);
+    QByteArray png;
+    {
+        QBuffer buffer(&png);
+        QImage picture(8, 8, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        picture.save(&buffer, "PNG");
+        TagLib::RIFF::WAV::File wav(QFile::encodeName(covered).constData());
+        auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
+        frame->setMimeType("image/png");
+        frame->setPicture(TagLib::ByteVector(png.constData(), uint(png.size())));
+        wav.ID3v2Tag()->addFrame(frame);
+        ASSERT_TRUE(wav.save());
+    }
+    {
+        VideoWindow window(*Player, Host);
+        ASSERT_TRUE(Plays(covered) && SeeksTo(1));
+        EXPECT_FALSE(Player->HasVideo() || window.isVisible());
+        Player->Stop();
+    }
+    MakeVideo(video);
+    ASSERT_TRUE(Plays(video) && SeeksTo(2));
+    EXPECT_TRUE(Player->HasVideo());
+    EXPECT_TRUE(Player->Video().Newest().Picture.isNull());
+}
