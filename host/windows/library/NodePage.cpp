@@ -18,7 +18,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr int kTitleLines = 2, kDescriptionLines = 3;
+constexpr int kTitleLines = 2, kDescriptionLines = 3, kSmallCoverSide = 56;
+constexpr int kSmallHeight = 480;            // of the pane; with a large page few rows would be left
 constexpr qsizetype kMaxDescription = 2000;  // letters; more is not shown, and a tool tip of it would fill the screen
 
 QLabel* FaintLine() {
@@ -52,6 +53,7 @@ NodePage::NodePage(const LanguageService& language, QWidget* parent)
     large.setWeight(QFont::DemiBold);
     FTitle->setFont(large);
     FCover->setFixedSize(kCoverSide, kCoverSide);
+    FCover->setScaledContents(true);
     FPlay->setObjectName(QStringLiteral("PlayOldest"));
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(4);
@@ -110,23 +112,41 @@ void NodePage::SetOffered(bool hasOptions, bool canMark) {
     FMark->setVisible(canMark);
 }
 
+void NodePage::SetRoom(const QSize& room) {
+    FRoom = room;
+    if (!isHidden()) Fit();
+}
+
+void NodePage::Fit() {
+    const bool isSmall = FRoom.height() < kSmallHeight;
+    const int side = isSmall ? kSmallCoverSide : kCoverSide;
+    FCover->setFixedSize(side, side);
+    FDescription->setVisible(!isSmall && !FDescription->Text().isEmpty());
+    // The button keeps its icon where its caption has no room.
+    const QString caption = FTexts("PagePlay");
+    const int others = side + 14 + 3 * FMark->sizeHint().width() + 60;
+    const bool fits = FPlay->fontMetrics().horizontalAdvance(caption) + 60 + others < FRoom.width();
+    FPlay->setText(fits ? caption : QString());
+    FPlay->setAccessibleName(caption);
+    FPlay->setToolTip(fits ? QString() : caption);
+}
+
 void NodePage::Fill() {
     FTitle->SetText(FInfo.Title.simplified());
     FAuthor->setText(FInfo.Author.simplified());
     FAuthor->setVisible(!FAuthor->text().isEmpty());
     FDescription->SetText(PlainText(FInfo.Description));
-    FDescription->setVisible(!FDescription->Text().isEmpty());
     QStringList numbers{FTexts("PageUntouched", QLocale().toString(static_cast<qlonglong>(FInfo.Untouched)))};
     const QString newest = DayText(FInfo.Newest, FTexts("Days", 0), FTexts("Days", 1));
     if (!newest.isEmpty()) numbers += FTexts("PageNewest", newest);
     FNumbers->setText(numbers.join(QStringLiteral(" · ")));
     FPlay->setEnabled(FInfo.Untouched > 0);
     FWeb->setVisible(IsWebLink(QUrl(FInfo.WebAddress)));
+    Fit();
 }
 
 void NodePage::Localize() {
     setAccessibleName(FTexts("Page"));
-    FPlay->setText(FTexts("PagePlay"));
     const auto caption = [this](QToolButton* button, const char* key) {
         button->setToolTip(FTexts(key));
         button->setAccessibleName(FTexts(key));

@@ -30,6 +30,9 @@ public:
     void SetCover(const QPixmap& cover);
     /// Whether the node has options, and whether there is a command that marks rows as done.
     void SetOffered(bool hasOptions, bool canMark);
+    /// How large the pane is that contains the page. In a small one it leaves out the description and shows less of the
+    /// rest.
+    void SetRoom(const QSize& room);
     void OnThemeChanged();
 
 Q_SIGNALS:
@@ -40,10 +43,12 @@ Q_SIGNALS:
 private:
     void Localize() override;
     void Fill();
+    void Fit();
     QToolButton* AddButton(const char* name);
 
     const WindowTexts FTexts;
     NodeInfo FInfo;
+    QSize FRoom{0, 0};
     QString FStorageID;
     QLabel* FCover;
     ClampedLabel *FTitle, *FDescription;

@@ -1,6 +1,7 @@
 #include "TablePane.h"
 
 #include "CoverGrid.h"
+#include "NodePage.h"
 #include "RowDelegate.h"
 #include "WindowIcons.h"
 
@@ -24,7 +25,8 @@ namespace vexa::host {
 namespace {
 
 constexpr int kSearchWidth = 280, kSearchHeight = 28;
-constexpr int kTypingPause = 150;  // milliseconds
+constexpr int kRoomForCount = 440;  // width; in less the search would be too narrow
+constexpr int kTypingPause = 150;   // milliseconds
 constexpr int kMinTitleWidth = 180, kMinWidth = 80;
 
 int WidthOf(const LibraryField& field) {
@@ -258,7 +260,14 @@ void TablePane::SetSort(const QString& sort) {
         FView->sortByColumn(column, QStringView(sort).mid(bar + 1) == u"1" ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
-void TablePane::SetPage(QWidget* page) {
+void TablePane::resizeEvent(QResizeEvent* event) {
+    Pane::resizeEvent(event);
+    FCount->setVisible(width() >= kRoomForCount);
+    if (FPage) FPage->SetRoom(size());
+}
+
+void TablePane::SetPage(NodePage* page) {
+    FPage = page;
     FWhole->insertWidget(1, page);
 }
 

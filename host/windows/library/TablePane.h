@@ -24,6 +24,7 @@ class QVBoxLayout;
 namespace vexa::host {
 
 class CoverGrid;
+class NodePage;
 
 class TablePane final : public Pane<QWidget> {
     Q_OBJECT
@@ -49,7 +50,7 @@ public:
     /// Checkable: chooses between table and list.
     QAction* CompactAction() const noexcept { return FCompact; }
     /// Shown above the rows; its owner shows and hides it.
-    void SetPage(QWidget* page);
+    void SetPage(NodePage* page);
     /// Shown in place of the rows while nothing is searched, if the user wants it; null for none. The pane becomes its
     /// parent.
     void SetGrid(CoverGrid* grid);
@@ -95,6 +96,7 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void Localize() override;
@@ -130,6 +132,7 @@ private:
     QToolButton* const FGridButton;
     QStackedWidget* const FStack;
     QVBoxLayout* FWhole = nullptr;
+    NodePage* FPage = nullptr;
     CoverGrid* FGrid = nullptr;
     bool FHasGrid = false;
     WindowTexts::RowText FEmptyText = WindowTexts::RowText::NoRows;
