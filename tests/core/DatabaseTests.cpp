@@ -165,7 +165,7 @@ TEST_F(Database, EpisodesWithoutAudioShareOneRowWhichKeepsTheLast) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, AFailedStoreLeavesNothingBehind) {
+TEST_F(Database, AFailedChangeLeavesEverythingAsItWas) {
     Other.Run(
         "CREATE TRIGGER A BEFORE INSERT ON PodcastEpisodes WHEN NEW.GUID = 'c' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(Store(kFeed, "abc"), vexa::SqliteError);
@@ -182,6 +182,9 @@ TEST_F(Database, AFailedStoreLeavesNothingBehind) {
         "CREATE TRIGGER B BEFORE UPDATE ON PodcastEpisodes WHEN NEW.GUID = 'b' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(DB.UpdateState({MakeEpisodeKey(id, "a"), MakeEpisodeKey(id, "b")}, pesListened), vexa::SqliteError);
     EXPECT_EQ(DB.GetEpisode(MakeEpisodeKey(id, "a"))->State, pesPostponed);
+    Other.Run("CREATE TRIGGER C BEFORE DELETE ON PodcastFeeds BEGIN SELECT RAISE(ABORT, ''); END");
+    EXPECT_THROW(DB.Remove(id), vexa::SqliteError);
+    EXPECT_EQ(DB.GetEpisodeCount(id), 2);
 }
 
 TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace vexa {
 namespace {
 
@@ -54,6 +56,21 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     for (const char* key : {"P\\Untouched", "P\\Missing"}) mine.Insist(key);
     mine.Save();
     EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=1\nMissing=default\n");
+}
+
+TEST_F(Settings, LoseNothingWhenManySaveAtOnce) {
+    std::vector<std::thread> savers;
+    for (const QString& name : QStringList{"A", "B", "C", "D"}) {
+        savers.emplace_back([this, name] {
+            for (int i = 1; i <= 50; ++i) {
+                SettingsFile file(FileName);
+                EXPECT_EQ(file.Read("P\\" + name, "0"), QString::number(i - 1));
+                file.Write("P\\" + name, QString::number(i));
+                file.Save();
+            }
+        });
+    }
+    for (std::thread& saver : savers) saver.join();
 }
 
 TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {
