@@ -27,6 +27,13 @@ QByteArray Png(int size) {
     return bytes;
 }
 
+class RefusingDecoder final : public RefCountedObject<IVEXAExtensionAudioDecoderOld> {
+    HResult OpenDecoder(IVEXAString*, std::uint32_t, IVEXAErrorInfo* error, IVEXAAudioDecoder**) noexcept override {
+        host::SetError(error, -1, "no sound");
+        return E_FAIL;
+    }
+};
+
 class Addresses : public HostTest {
 protected:
     Addresses() {
@@ -135,12 +142,15 @@ TEST_F(Addresses, ResolveToTheDownloadedCopyOrElseToTheRemoteAudio) {
         return Host.Player().Source();
     };
     EXPECT_EQ(resolve(cached), "https://h/cached.wav");
+    QString source, message;
     WriteWave();
-    QString source;
     EXPECT_EQ(Open(cached, &source), S_OK);
     EXPECT_EQ(source, Profile.File("cached.wav"));
     EXPECT_EQ(resolve(cached), Profile.File("cached.wav"));
     EXPECT_EQ(resolve("http://other/x.mp3"), "http://other/x.mp3");
+    Host.PluginCore().RegisterExtension(IVEXAServiceAudioDecoder::IID, Ref<RefusingDecoder>(new RefusingDecoder).Get());
+    EXPECT_EQ(Open(cached, nullptr, &message), E_FAIL);
+    EXPECT_EQ(message, "no sound") << "why the copy cannot be played";
 
     Ref<IVEXAFileSystemCommandOpenFileFolder> folder;
     ASSERT_EQ(Host.FileSystems().GetFileSystem(host::MakeString(cached).Get(), folder->IID, folder.PutVoid()), S_OK);
