@@ -74,6 +74,19 @@ TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
         EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
 }
 
+TEST_F(Database, AnEpisodeWhoseAddressIsTakenGetsAUriThatNoOtherHas) {
+    TPodcastFeed stored, document;
+    stored.Fields[pffURLFeed] = document.Fields[pffURLFeed] = kFeed;
+    AddEpisode(stored, "g", "http://h/time/1.mp3", 3).Fields[pefTitle] = "another";
+    AddEpisode(stored, "g", "http://h/2.mp3", 4);
+    DB.AddOrUpdate(stored);
+    AddEpisode(document, "g", "", 4);
+    AddEpisode(document, "x", "http://h/2.mp3", 5);
+    DB.Merge(document);
+    EXPECT_EQ(Rows("SELECT URI, GUID FROM PodcastEpisodes ORDER BY URI"),
+              QStringList({"podcast://h/2.mp3|x", "podcast://h/feed.xml-/g|g", "podcast://h/feed.xml-/g#2|g"}));
+}
+
 TEST_F(Database, EveryFieldIsReadBackWhateverTheTextContains) {
     const QString longText = u"a"_s.repeated(100000);
     const QStringList texts = {"",

@@ -6,26 +6,16 @@
 #include "LoopbackServer.h"
 #include "ObjectList.h"
 #include "PlainSqlite.h"
+#include "Png.h"
 #include "Podcasts.Core.DB.h"
 #include "Waiting.h"
 
-#include <QBuffer>
-#include <QImage>
 #include <QProcess>
 
 namespace tests {
 namespace {
 
 using namespace podcasts;
-
-QByteArray Png(int size) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImage image(size, size, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
 
 class RefusingDecoder final : public RefCountedObject<IVEXAExtensionAudioDecoderOld> {
     HResult OpenDecoder(IVEXAString*, std::uint32_t, IVEXAErrorInfo* error, IVEXAAudioDecoder**) noexcept override {
@@ -197,7 +187,7 @@ TEST_F(Addresses, SendTheFeedsUserNameForLogoAndAudioToItsHostOnly) {
             ("UPDATE PodcastFeeds SET URLFeed = '" + with + "', URLLogo = '" + server->Url("/logo") + "'").toUtf8());
         database.Run(("UPDATE PodcastEpisodes SET URLAudio = '" + server->Url("/1.mp3") + "'").toUtf8());
         database.Run("DELETE FROM PodcastFeedLogos");
-        server->Serve("/logo", Response::Of(Png(8), "image/png"));
+        server->Serve("/logo", Response::Of(Png(8, 8), "image/png"));
         for (const char* episode : {"podcast://h/abc.wav", "podcast://h/cached.wav"}) EXPECT_EQ(Art(episode), S_OK);
         EXPECT_EQ(Art("podcast://h/gone.wav"), E_FAIL);
         EXPECT_EQ(server->Count("/logo"), 1);
@@ -354,7 +344,7 @@ TEST_F(Addresses, LetNoExceptionReachTheHost) {
         return storage.Offered<IVEXAMLAlbumArtProvider>()->GetAlbumArt(host::MakeStringList({"filename"}).Get(), &value,
                                                                        nullptr, image.Put());
     };
-    Server.Serve("/logo", Response::Of(Png(8), "image/png"));
+    Server.Serve("/logo", Response::Of(Png(8, 8), "image/png"));
     EXPECT_EQ(find(), S_OK);
     EXPECT_EQ(picture(), S_OK);
     PlainSqlite(Profile.File("Podcasts.db")).Run("DROP TABLE PodcastFeeds");

@@ -73,6 +73,10 @@ TEST_F(FilterTest, AConditionThatCannotBeReadIsNotLeftOut) {
     const Ref<Unreadable> filter(new Unreadable);
     Add(*filter, "Title", "x");
     EXPECT_THROW(Builder::BuildQuery(List({"Title"}).Get(), filter.Get()), EHostError);
+    const Ref<IVEXAMLDataFilter> unordered(new Unreadable);
+    WritePropertyObject(unordered.Get(), IVEXAMLDataFilter::SortList, List({"Title"}).Get());
+    EXPECT_FALSE(Builder::BuildQuery(List({"Title"}).Get(), unordered.Get()).contains("ORDER"))
+        << "it has no direction";
 }
 
 TEST_F(FilterTest, TheValuesOfAListKeepTheirTypes) {

@@ -30,6 +30,11 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
     EXPECT_EQ(ReadWhole(FileName),
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
     EXPECT_FALSE(QFile::exists(FileName + ".new"));
+    settings.Write("Made\\C", "5");
+    QFile::remove(FileName);
+    QDir().mkpath(FileName + "/x");
+    EXPECT_NE(ErrorOf([&] { settings.Save(); }), "");
+    EXPECT_FALSE(QFile::exists(FileName + ".new")) << "left over after a failure";
 }
 
 TEST_F(Settings, WriteAValueWhereItIsReadFrom) {
