@@ -25,7 +25,7 @@ help:
 	@echo "make test-asan         the tests under the address and undefined-behaviour sanitizers"
 	@echo "make test-tsan         the tests under the thread sanitizer"
 	@echo "make test-session      a session with the player by real mouse and keys, on a display of its own"
-	@echo "make fuzz SECONDS=60   the fuzzing programs, each for so long; findings in build/fuzz/findings"
+	@echo "make fuzz SECONDS=60   the fuzzing program, for so long; findings in build/fuzz/findings"
 	@echo "make bench             the comparison with other programs (see bench/README.md)"
 	@echo "make install           installs to PREFIX (/usr/local), below DESTDIR if set; make uninstall takes it away"
 	@echo "make deb               a Debian package, in build"

@@ -63,13 +63,11 @@ std::optional<std::string> Convert(std::string_view bytes, const char* encoding)
     UChar pivot[4096];
     UChar* pivotSource = pivot;
     UChar* pivotTarget = pivot;
-    UBool reset = true;
     for (;;) {
         char* target = out.data() + written;
         status = U_ZERO_ERROR;
         ucnv_convertEx(to.get(), from.get(), &target, out.data() + out.size(), &source, sourceEnd, pivot, &pivotSource,
-                       &pivotTarget, pivot + std::size(pivot), reset, /*flush*/ true, &status);
-        reset = false;
+                       &pivotTarget, pivot + std::size(pivot), /*reset*/ false, /*flush*/ true, &status);
         written = static_cast<std::size_t>(target - out.data());
         if (status != U_BUFFER_OVERFLOW_ERROR) break;
         out.resize(out.size() * 2);

@@ -125,12 +125,6 @@ std::optional<HttpContentRange> ParseContentRange(const QByteArray& value) {
     return HttpContentRange{first, last, size};
 }
 
-/// Whether two addresses have the same scheme, host and port (RFC 6454, section 4).
-bool IsSameOrigin(const QUrl& a, const QUrl& b) {
-    const auto port = [](const QUrl& url) { return url.port(url.scheme() == u"https" ? 443 : 80); };
-    return a.scheme() == b.scheme() && a.host() == b.host() && port(a) == port(b);
-}
-
 }  // namespace
 
 CURLSH* HttpShareHandle() {

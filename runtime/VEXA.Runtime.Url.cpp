@@ -86,14 +86,17 @@ bool IsSameUrl(const QString& a, const QString& b) {
     return a == b || plain(a) == plain(b);
 }
 
+bool IsSameOrigin(const QUrl& a, const QUrl& b) {
+    return a.scheme() == b.scheme() && a.host() == b.host() && PortOf(a) == PortOf(b);
+}
+
 QString WithCredentialsOf(const QString& source, const QString& address) {
     const QUrl from = Parse(source);
     QUrl to = Parse(address);
     if (!IsWeb(from) || !IsWeb(to) || from.userInfo().isEmpty() || !to.userInfo().isEmpty()) return address;
-    const bool isSamePlace = from.scheme() == to.scheme() && PortOf(from) == PortOf(to);
-    const bool isSecured =
-        from.scheme() == u"http" && PortOf(from) == kHttpPort && to.scheme() == u"https" && PortOf(to) == kHttpsPort;
-    if (from.host() != to.host() || !(isSamePlace || isSecured)) return address;
+    const bool isSecured = from.host() == to.host() && from.scheme() == u"http" && PortOf(from) == kHttpPort &&
+                           to.scheme() == u"https" && PortOf(to) == kHttpsPort;
+    if (!IsSameOrigin(from, to) && !isSecured) return address;
     to.setUserInfo(from.userInfo(QUrl::FullyEncoded));
     return QString::fromUtf8(to.toEncoded());
 }

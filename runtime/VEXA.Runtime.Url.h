@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QUrl>
 
 namespace vexa {
 
@@ -25,6 +26,9 @@ VEXA_RUNTIME_API QString ServerOf(const QString& address);
 
 /// Whether two addresses name the same document, regardless of user name, password, fragment and percent-encoding.
 VEXA_RUNTIME_API bool IsSameUrl(const QString& a, const QString& b);
+
+/// Whether two web addresses have the same scheme, host and port (RFC 6454, section 4).
+VEXA_RUNTIME_API bool IsSameOrigin(const QUrl& a, const QUrl& b);
 
 /// `address` with the user name and password of `source`, if it has none itself and they may be sent to it: because its
 /// scheme, host and port are the same, or because it is https on the host of a plain http address (both at their

@@ -30,7 +30,7 @@ PAIRS = {"(": ")", "[": "]", "{": "}"}
 LOGGING = re.compile(r"q(C?(Debug|Info|Warning|Critical))|Log[A-Z]\w*")
 LEFT_OUT = re.compile(LOGGING.pattern + "|[A-Z]+_[A-Z_]+|static_assert|assert|using|throw")
 # Results that are empty already, or that no empty one can take the place of.
-EMPTY = re.compile(r"[\d']+|true|false|nullptr|(std::)?nullopt|Q\w+\(\)|\{\}|\*this")
+EMPTY = re.compile(r"[\d']+|true|false|nullptr|(std::)?nullopt|Q\w+\(\)|\{\}|S_OK|\*this")
 CONTROL = {"if", "while", "for", "switch", "catch"}
 KEYWORDS = CONTROL | {"return", "sizeof", "noexcept", "decltype", "alignas", "new", "delete", "else", "do", "operator"}
 

@@ -6,6 +6,8 @@
 
 #include <signal.h>
 
+#include <array>
+
 namespace {
 
 TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
@@ -267,6 +269,40 @@ TEST_F(Program, AStoppedDownloadLeavesNoRecordAndUnlessKilledNoFile) {
         EXPECT_EQ(QFile::exists(file), signalNumber == SIGKILL);
         EXPECT_TRUE(Episodes()[0][u"cached"].isNull());
     }
+}
+
+TEST_F(Program, WhatAnotherProgramCommitsWhileARefreshWaitsToStoreStands) {
+    const FolderServer server;
+    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 3) + ' ' + WriteFeed(server, "B", 3)).Status, 0);
+    for (const QString& name : QStringList{"A", "B"}) WriteFeed(server, name, 4);
+    PlainSqlite other(Profile.File("Podcasts.db"));
+    other.Run("BEGIN IMMEDIATE");
+    QProcess refresh;
+    Start(refresh, "refresh");
+    EXPECT_FALSE(refresh.waitForFinished(1000));  // it has fetched a feed by now, and waits to write
+    other.Run(
+        "UPDATE PodcastEpisodes SET State = 2, Description = '' WHERE GUID = 'A-1';"
+        "UPDATE PodcastEpisodes SET URLAudioCached = '/f', Description = '' WHERE GUID = 'A-2';"
+        "DELETE FROM PodcastFeeds WHERE Name GLOB 'B'; DELETE FROM PodcastEpisodes WHERE FeedID = 2; COMMIT");
+    const Result refreshed = Finish(refresh);
+    EXPECT_EQ(refreshed.Status, 0);
+    EXPECT_TRUE(refreshed.Out.contains(u"/B.xml: unsubscribed meanwhile")) << refreshed.Out.toStdString();
+    EXPECT_EQ(other.Rows("SELECT GUID, State, URLAudioCached, length(Description) > 0 FROM PodcastEpisodes"
+                         " ORDER BY GUID"),
+              QStringList({"A-1|2||1", "A-2|1|/f|1", "A-3|1||1", "A-4|1||1"}));
+    EXPECT_EQ(other.Rows("SELECT FeedID FROM PodcastFeeds"), QStringList("1"));
+}
+
+TEST_F(Program, SeveralThatSubscribeToOneFeedAtOnceStoreItOnce) {
+    const FolderServer server({"--latency-ms", "200"});
+    const QString address = WriteFeed(server, "A", 3);
+    std::array<QProcess, 6> programs;
+    for (QProcess& program : programs) Start(program, "subscribe " + address);
+    int subscribed = 0;
+    for (QProcess& program : programs) subscribed += Finish(program).Status == 0;
+    EXPECT_EQ(subscribed, 1);
+    EXPECT_EQ(Json("feeds").array().size(), 1);
+    EXPECT_EQ(Episodes().size(), 3);
 }
 
 }  // namespace

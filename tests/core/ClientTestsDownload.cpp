@@ -384,6 +384,8 @@ TEST_F(ClientDownload, UsesNoFileThatAnotherProgramIsWriting) {
     ServeAudio({"/1.mp3"});
     WriteWhole(AudioFile("a/1.mp3"), {});
     TPodcastTargetFile other;
+    const QString error = ErrorOf([&] { other.Open("/dev/null/1.mp3"); });
+    EXPECT_TRUE(error.endsWith("Not a directory")) << error.toStdString();
     other.Open(AudioFile("a/1.mp3"));
     other.Write("half", 4);
     for (const QString& recorded : {QString(), AudioFile("a/gone.mp3")}) {

@@ -74,6 +74,19 @@ TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
         EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
 }
 
+TEST_F(Database, AnEpisodeWhoseAddressIsTakenGetsAUriThatNoOtherHas) {
+    TPodcastFeed stored, document;
+    stored.Fields[pffURLFeed] = document.Fields[pffURLFeed] = kFeed;
+    AddEpisode(stored, "g", "http://h/time/1.mp3", 3).Fields[pefTitle] = "another";
+    AddEpisode(stored, "g", "http://h/2.mp3", 4);
+    DB.AddOrUpdate(stored);
+    AddEpisode(document, "g", "", 4);
+    AddEpisode(document, "x", "http://h/2.mp3", 5);
+    DB.Merge(document);
+    EXPECT_EQ(Rows("SELECT URI, GUID FROM PodcastEpisodes ORDER BY URI"),
+              QStringList({"podcast://h/2.mp3|x", "podcast://h/feed.xml-/g|g", "podcast://h/feed.xml-/g#2|g"}));
+}
+
 TEST_F(Database, EveryFieldIsReadBackWhateverTheTextContains) {
     const QString longText = u"a"_s.repeated(100000);
     const QStringList texts = {"",
@@ -165,7 +178,7 @@ TEST_F(Database, EpisodesWithoutAudioShareOneRowWhichKeepsTheLast) {
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
-TEST_F(Database, AFailedStoreLeavesNothingBehind) {
+TEST_F(Database, AFailedChangeLeavesEverythingAsItWas) {
     Other.Run(
         "CREATE TRIGGER A BEFORE INSERT ON PodcastEpisodes WHEN NEW.GUID = 'c' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(Store(kFeed, "abc"), vexa::SqliteError);
@@ -182,6 +195,9 @@ TEST_F(Database, AFailedStoreLeavesNothingBehind) {
         "CREATE TRIGGER B BEFORE UPDATE ON PodcastEpisodes WHEN NEW.GUID = 'b' BEGIN SELECT RAISE(ABORT, ''); END");
     EXPECT_THROW(DB.UpdateState({MakeEpisodeKey(id, "a"), MakeEpisodeKey(id, "b")}, pesListened), vexa::SqliteError);
     EXPECT_EQ(DB.GetEpisode(MakeEpisodeKey(id, "a"))->State, pesPostponed);
+    Other.Run("CREATE TRIGGER C BEFORE DELETE ON PodcastFeeds BEGIN SELECT RAISE(ABORT, ''); END");
+    EXPECT_THROW(DB.Remove(id), vexa::SqliteError);
+    EXPECT_EQ(DB.GetEpisodeCount(id), 2);
 }
 
 TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {

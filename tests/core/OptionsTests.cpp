@@ -130,6 +130,7 @@ TEST(Queue, ReturnsTheLastFirstAndIgnoresCase) {
     queue.Remove("four");
     queue.Add("ЖУК");
     QString item;
+    EXPECT_FALSE(queue.TakeNext("A")) << "it is not the next one";
     EXPECT_TRUE(queue.Peek(item));
     EXPECT_EQ(item, "ЖУК");
     QStringList taken;

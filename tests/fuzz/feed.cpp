@@ -1,6 +1,5 @@
 // Reads and stores a feed's document as a refresh does.
 
-#include "Fuzzing.h"
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Core.Fetching.h"
 #include "Podcasts.Core.Parsers.h"
@@ -8,13 +7,25 @@
 #include "Texts.h"
 #include "VEXA.Runtime.Encoding.h"
 #include "VEXA.Runtime.Text.h"
+#include "VEXA.Runtime.Threads.h"
 
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
 using namespace podcasts;
-using fuzzing::Require;
 
 namespace {
+
+/// Unless `holds`, prints the promise and stops the program; the fuzzer then keeps the input.
+void Require(bool holds, const char* promise, const QString& what = {}) {
+    if (holds) return;
+    std::fprintf(stderr, "broken: %s: %s\n", promise, qPrintable(what));
+    std::abort();
+}
 
 /// Thrown to roll back what an input has written.
 struct Undo {};
@@ -70,6 +81,19 @@ void CheckCut(const vexa::XmlDocument& document, const QByteArray& bytes) {
 }
 
 }  // namespace
+
+/// Called by the fuzzer once, before the first input.
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    // Keep the program away from the user's own folders.
+    static const tests::TempFolder home;
+    for (const char* variable : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
+        qputenv(variable, QFile::encodeName(home.Path()));
+    QLoggingCategory::setFilterRules(QStringLiteral("podcasts.*=false\nvexa.*=false"));
+    static const QCoreApplication application(*argc, *argv);
+    vexa::AttachMainThread();
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static FeedStore store;

@@ -1,13 +1,12 @@
 // The built program in headless mode, driven by lines as from a script.
 
 #include "LoopbackServer.h"
+#include "Png.h"
 #include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
 #include "Waiting.h"
 
-#include <QBuffer>
-#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcessEnvironment>
@@ -95,10 +94,7 @@ TEST_F(Headless, EveryLineIsAnsweredInOrder) {
 
 TEST_F(Headless, APodcastIsUsedByLines) {
     tests::LoopbackServer server;
-    QByteArray png;
-    QBuffer picture(&png);
-    QImage(3, 2, QImage::Format_RGB32).save(&picture, "PNG");
-    server.Serve("/logo", tests::Response::Of(png, "image/png"));
+    server.Serve("/logo", tests::Response::Of(tests::Png(3, 2), "image/png"));
     const QString feed = Profile.File("tides.xml"), list = Profile.File("list.opml");
     WriteWhole(feed,
                "<rss version='2.0'><channel><title>Tides</title><itunes:image href='" + server.Url("/logo").toUtf8() +

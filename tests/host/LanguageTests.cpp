@@ -4,6 +4,7 @@
 #include "Language.h"
 
 #include <QDir>
+#include <QLoggingCategory>
 
 using namespace vexa::host;
 
@@ -64,11 +65,16 @@ TEST(Languages, EveryLanguageIsComplete) {
     }
 }
 
-TEST(Languages, InvalidLinesAreSkipped) {
+TEST(Languages, InvalidLinesAreSkippedAndNamed) {
+    static QStringList warnings;
+    QLoggingCategory::setFilterRules("vexa.*=true");
+    const auto before = qInstallMessageHandler([](auto, auto&, const QString& text) { warnings += text; });
     const LanguageFile file(
         "Name = X \r\nStray=1\r\n[A B]\r\n; no\r\nk=1\\n2\\|3|\\\\4\\5\r\nno equals\r\n=no key\r\n[open\r\nK=again\r\n"
         "e=\r\n[\r\n[C]\r\nu=a=b",
         "test.lng");
+    qInstallMessageHandler(before);
+    EXPECT_TRUE(warnings.value(0).startsWith("test.lng, line 2: skipped")) << warnings.value(0).toStdString();
     EXPECT_EQ(file.Name(), "X");
     EXPECT_EQ(file.KeyPaths(), QStringList({"A B\\e", "A B\\k", "C\\u"}));
     EXPECT_EQ(file.Find("a b\\K"), QStringList({"1\n2|3", "\\4\\5"}));

@@ -52,6 +52,8 @@ TEST_F(LibraryTest, AStorageReportsItsContents) {
     EXPECT_FALSE(storage.Subscriptions());
     EXPECT_FALSE(storage.AlbumArt({}));
     EXPECT_THROW(LibraryStorage(Host.Library(), "nobody"), LibraryError);
+    Variant value;
+    EXPECT_EQ(Ref(new TreeSelection)->GetValue(0, nullptr, &value), E_POINTER);
 }
 
 TEST_F(LibraryTest, OnlyAStorageIsRegisteredAndOnlyOnce) {

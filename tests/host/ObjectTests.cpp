@@ -4,10 +4,8 @@
 #include "HostFixture.h"
 #include "Images.h"
 #include "ObjectList.h"
+#include "Png.h"
 #include "Streams.h"
-
-#include <QBuffer>
-#include <QImage>
 
 #include <atomic>
 #include <cmath>
@@ -23,10 +21,7 @@ constexpr std::int32_t kProperty = IVEXAFileInfo::Title;
 using Value = PropertyValue;
 
 QByteArray PngHeader(std::uint32_t width, std::uint32_t height) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImage(1, 1, QImage::Format_RGB32).save(&buffer, "PNG");
+    QByteArray bytes = tests::Png(1, 1);
     const auto put = [&](qsizetype at, std::uint32_t number) {
         for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(number >> (24 - 8 * i));
     };

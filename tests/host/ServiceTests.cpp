@@ -4,11 +4,11 @@
 #include "HostFixture.h"
 #include "Images.h"
 #include "LoopbackServer.h"
+#include "Png.h"
 #include "Properties.h"
 #include "Streams.h"
 #include "Waiting.h"
 
-#include <QBuffer>
 #include <QUrl>
 
 #include <attachedpictureframe.h>
@@ -107,11 +107,7 @@ QByteArray WriteWave(const QString& fileName) {
     QByteArray bytes(
         "RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0data\x40\x1f\0\0", 44);
     WriteWhole(fileName, bytes + QByteArray(8000, '\x80'));
-    QByteArray picture;
-    QBuffer buffer(&picture);
-    buffer.open(QIODevice::WriteOnly);
-    QImage(3, 2, QImage::Format_RGB32).save(&buffer, "PNG");
-
+    QByteArray picture = tests::Png(3, 2);
     TagLib::RIFF::WAV::File file(QFile::encodeName(fileName).constData());
     TagLib::ID3v2::Tag& tag = *file.ID3v2Tag();
     tag.setTitle(L"Тишина");

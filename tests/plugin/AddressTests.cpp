@@ -6,11 +6,10 @@
 #include "LoopbackServer.h"
 #include "ObjectList.h"
 #include "PlainSqlite.h"
+#include "Png.h"
 #include "Podcasts.Core.DB.h"
 #include "Waiting.h"
 
-#include <QBuffer>
-#include <QImage>
 #include <QProcess>
 
 namespace tests {
@@ -18,14 +17,12 @@ namespace {
 
 using namespace podcasts;
 
-QByteArray Png(int size) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImage image(size, size, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
+class RefusingDecoder final : public RefCountedObject<IVEXAExtensionAudioDecoderOld> {
+    HResult OpenDecoder(IVEXAString*, std::uint32_t, IVEXAErrorInfo* error, IVEXAAudioDecoder**) noexcept override {
+        host::SetError(error, -1, "no sound");
+        return E_FAIL;
+    }
+};
 
 class Addresses : public HostTest {
 protected:
@@ -135,12 +132,15 @@ TEST_F(Addresses, ResolveToTheDownloadedCopyOrElseToTheRemoteAudio) {
         return Host.Player().Source();
     };
     EXPECT_EQ(resolve(cached), "https://h/cached.wav");
+    QString source, message;
     WriteWave();
-    QString source;
     EXPECT_EQ(Open(cached, &source), S_OK);
     EXPECT_EQ(source, Profile.File("cached.wav"));
     EXPECT_EQ(resolve(cached), Profile.File("cached.wav"));
     EXPECT_EQ(resolve("http://other/x.mp3"), "http://other/x.mp3");
+    Host.PluginCore().RegisterExtension(IVEXAServiceAudioDecoder::IID, Ref<RefusingDecoder>(new RefusingDecoder).Get());
+    EXPECT_EQ(Open(cached, nullptr, &message), E_FAIL);
+    EXPECT_EQ(message, "no sound") << "why the copy cannot be played";
 
     Ref<IVEXAFileSystemCommandOpenFileFolder> folder;
     ASSERT_EQ(Host.FileSystems().GetFileSystem(host::MakeString(cached).Get(), folder->IID, folder.PutVoid()), S_OK);
@@ -187,7 +187,7 @@ TEST_F(Addresses, SendTheFeedsUserNameForLogoAndAudioToItsHostOnly) {
             ("UPDATE PodcastFeeds SET URLFeed = '" + with + "', URLLogo = '" + server->Url("/logo") + "'").toUtf8());
         database.Run(("UPDATE PodcastEpisodes SET URLAudio = '" + server->Url("/1.mp3") + "'").toUtf8());
         database.Run("DELETE FROM PodcastFeedLogos");
-        server->Serve("/logo", Response::Of(Png(8), "image/png"));
+        server->Serve("/logo", Response::Of(Png(8, 8), "image/png"));
         for (const char* episode : {"podcast://h/abc.wav", "podcast://h/cached.wav"}) EXPECT_EQ(Art(episode), S_OK);
         EXPECT_EQ(Art("podcast://h/gone.wav"), E_FAIL);
         EXPECT_EQ(server->Count("/logo"), 1);
@@ -344,7 +344,7 @@ TEST_F(Addresses, LetNoExceptionReachTheHost) {
         return storage.Offered<IVEXAMLAlbumArtProvider>()->GetAlbumArt(host::MakeStringList({"filename"}).Get(), &value,
                                                                        nullptr, image.Put());
     };
-    Server.Serve("/logo", Response::Of(Png(8), "image/png"));
+    Server.Serve("/logo", Response::Of(Png(8, 8), "image/png"));
     EXPECT_EQ(find(), S_OK);
     EXPECT_EQ(picture(), S_OK);
     PlainSqlite(Profile.File("Podcasts.db")).Run("DROP TABLE PodcastFeeds");

@@ -64,7 +64,7 @@ TEST_F(CommandTest, FilesThatCannotBeTrashedStayAndAreReported) {
         episode.Fields[pefGUID] = QString::number(i);
         episode.Fields[pefURLAudio] = QString("http://h/%1.mp3").arg(i);
         keys += QString("podcast://h/%1.mp3").arg(i);
-        files += Profile.File(QString("%1 <i>.mp3").arg(i));
+        files += Profile.File(QString(250, 'x') + QString("/%1 ").arg(i) + QString("<i>").repeated(80));
         WriteWhole(files.last(), "sound");
     }
     Client->Subscribe(feed);

@@ -3,11 +3,9 @@
 #include "HostFixture.h"
 #include "LoopbackServer.h"
 #include "PlainSqlite.h"
+#include "Png.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Waiting.h"
-
-#include <QBuffer>
-#include <QImage>
 
 #include <atomic>
 
@@ -18,15 +16,6 @@ using tests::Fault;
 using tests::Response;
 
 constexpr qint64 kHour = 60 * 60, kWeek = 7 * 24 * kHour;  // s
-
-QByteArray Png(Qt::GlobalColor colour) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(colour);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
 
 class ChangeCounter : public Implements<TInterfacedObjectEx, IPodcastClientChangeListener> {
 public:
@@ -83,7 +72,7 @@ protected:
         Profile.File("Test.db"),
         TPodcastClocks{TickCount, [this] { return QDateTime::fromSecsSinceEpoch(Seconds, Qt::UTC); }});
 
-    const QByteArray Red = Png(Qt::red), Blue = Png(Qt::blue);
+    const QByteArray Red = tests::Png(8, 8), Blue = tests::Png(8, 8, Qt::blue);
     const Response IsRed = Response::Of(Red, "image/png"), IsBlue = Response::Of(Blue, "image/png");
 };
 
@@ -94,7 +83,7 @@ struct Worthless {
 };
 
 std::vector<Worthless> WorthlessAnswers() {
-    const QByteArray png = Png(Qt::red);
+    const QByteArray png = tests::Png(8, 8);
     return {
         {"a web page", Response::Of("<html>", "text/html"), kWeek},
         {"nothing", Response::Of("", "image/png"), kWeek},

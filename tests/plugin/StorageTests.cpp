@@ -6,15 +6,13 @@
 #include "LoopbackServer.h"
 #include "ObjectList.h"
 #include "PlainSqlite.h"
+#include "Png.h"
 #include "Podcasts.Core.DB.h"
 #include "Properties.h"
 #include "Rows.h"
 #include "Tree.h"
 #include "VEXA.Runtime.Notifications.h"
 #include "Waiting.h"
-
-#include <QBuffer>
-#include <QImage>
 
 #include <atomic>
 #include <chrono>
@@ -104,11 +102,7 @@ protected:
 };
 
 TEST_F(Storage, NodesAndRowsHaveTheirPodcastsLogo) {
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QBuffer png;
-    image.save(&png, "PNG");
-    Server.Serve("/logo", Response::Of(png.data(), "image/png"));
+    Server.Serve("/logo", Response::Of(Png(8, 8), "image/png"));
     const QByteArray logo = "<itunes:image href='" + Server.Url("/logo").toUtf8() + "'/>";
     const qsizetype headEnd = Feed("A", 2).indexOf("<item>");
     Subscribe("/a", Feed("A", 2).insert(headEnd, logo));

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace vexa {
 namespace {
 
@@ -28,6 +30,11 @@ TEST_F(Settings, KeepCommentsOrderAndUnknownKeys) {
     EXPECT_EQ(ReadWhole(FileName),
               "; mine\nLoose=1\n\n[Other]\nKey = old \n# end\n[Podcasts]\nA=2\nB=3\n\n[Last]\nZ=26\n\n[Made]\nC=4\n");
     EXPECT_FALSE(QFile::exists(FileName + ".new"));
+    settings.Write("Made\\C", "5");
+    QFile::remove(FileName);
+    QDir().mkpath(FileName + "/x");
+    EXPECT_NE(ErrorOf([&] { settings.Save(); }), "");
+    EXPECT_FALSE(QFile::exists(FileName + ".new")) << "left over after a failure";
 }
 
 TEST_F(Settings, WriteAValueWhereItIsReadFrom) {
@@ -54,6 +61,21 @@ TEST_F(Settings, KeepWhatAnotherProcessChangedMeanwhile) {
     for (const char* key : {"P\\Untouched", "P\\Missing"}) mine.Insist(key);
     mine.Save();
     EXPECT_EQ(ReadWhole(FileName), "[P]\nChanged=mine\nUntouched=1\nMissing=default\n");
+}
+
+TEST_F(Settings, LoseNothingWhenManySaveAtOnce) {
+    std::vector<std::thread> savers;
+    for (const QString& name : QStringList{"A", "B", "C", "D"}) {
+        savers.emplace_back([this, name] {
+            for (int i = 1; i <= 50; ++i) {
+                SettingsFile file(FileName);
+                EXPECT_EQ(file.Read("P\\" + name, "0"), QString::number(i - 1));
+                file.Write("P\\" + name, QString::number(i));
+                file.Save();
+            }
+        });
+    }
+    for (std::thread& saver : savers) saver.join();
 }
 
 TEST_F(Settings, TakeOverWhatACopyHasSavedAndKeepWhatWasSetMeanwhile) {

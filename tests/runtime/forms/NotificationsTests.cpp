@@ -1,16 +1,15 @@
+#include "Png.h"
 #include "TempFolder.h"
 #include "Texts.h"
 #include "VEXA.Runtime.Desktop.h"
 #include "VEXA.Runtime.Notifications.h"
 #include "Waiting.h"
 
-#include <QBuffer>
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QDBusVirtualObject>
-#include <QImage>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -113,10 +112,7 @@ struct Notifications : testing::Test {
 
 TEST_F(Notifications, TheServiceShowsReplacesReportsClicksAndHides) {
     Service service;
-    QByteArray png;
-    QBuffer file(&png);
-    QImage(3, 2, QImage::Format_RGB32).save(&file, "PNG");
-    Icon->SetIcon(png);
+    Icon->SetIcon(tests::Png(3, 2));
     Show("<b>&");
     const QVariantList shown = service.Call("Notify");
     EXPECT_EQ(shown[0].toString(), QStringLiteral("runtime_forms_tests"));
