@@ -481,6 +481,22 @@ TPodcastFeedNumbers TPodcastsDB::GetFeedNumbers(int feedID) {
     return {.Episodes = cursor->Integer64(0), .New = cursor->Integer64(1), .Newest = cursor->Double(2)};
 }
 
+std::vector<TPodcastStoredFile> TPodcastsDB::GetStoredFiles() {
+    std::vector<TPodcastStoredFile> files;
+    ForEachRow(
+        Read("SELECT FeedID, PodcastFeeds.Name, URI, URLAudioCached, State FROM PodcastEpisodes "
+             "LEFT JOIN PodcastFeeds USING (FeedID) WHERE URLAudioCached IS NOT '' AND URLAudioCached IS NOT NULL "
+             "ORDER BY PodcastEpisodes.rowid"),
+        [&](const SqliteCursor& row) {
+            files.push_back({.FeedID = row.Integer(0),
+                             .FeedTitle = row.Text(1),
+                             .EpisodeKey = row.Text(2),
+                             .FileName = row.Text(3),
+                             .State = static_cast<TPodcastEpisodeState>(row.Integer(4))});
+        });
+    return files;
+}
+
 int TPodcastsDB::ResetMissingCachedFiles() {
     // Check the files before locking the database, so that a sleeping disk does not make other writers wait.
     QStringList missing;

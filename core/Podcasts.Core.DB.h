@@ -71,6 +71,13 @@ enum class TPodcastLogoOutcome {
     Failure = 2,  // there was no response
 };
 
+/// A file that a row records.
+struct TPodcastStoredFile {
+    int FeedID = 0;
+    QString FeedTitle, EpisodeKey, FileName;
+    TPodcastEpisodeState State = pesNew;
+};
+
 /// What a feed's episodes amount to.
 struct TPodcastFeedNumbers {
     qint64 Episodes = 0, New = 0;
@@ -246,6 +253,8 @@ public:
     void ChangeKeptQueue(const std::vector<TPodcastQueueChange>& changes);
 
     TPodcastFeedNumbers GetFeedNumbers(int feedID);
+    /// All files that rows record, in the order of the rows.
+    std::vector<TPodcastStoredFile> GetStoredFiles();
 
     /// Logos: the bytes of the image file, unchanged as they were downloaded.
     bool GetFeedLogo(int id, QByteArray& data);

@@ -1,6 +1,7 @@
 #include "Podcasts.Plugin.h"
 
 #include "Podcasts.Core.Config.h"
+#include "Podcasts.Plugin.Commands.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"
@@ -134,6 +135,10 @@ void TVEXAPodcastsPlugin::Start() {
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));
+    FStorageFrame =
+        NewObject<TVEXAPodcastsStorageFrame>(TPodcastsStorageWork{.Run = RunCommand, .Delete = DeleteCachedEpisodes});
+    HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
+                                  static_cast<TInterfacedObjectEx*>(FStorageFrame.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
     RegisterMenuCommands(*FClient);
     LoadSettings();
@@ -167,7 +172,10 @@ void TVEXAPodcastsPlugin::Finalize() noexcept {
 void TVEXAPodcastsPlugin::Stop() noexcept {
     if (!FIsRunning) return;
     FAreSettingsLoaded = false;
-    GuardedCall("letting go of the options page", [this] { FOptionsFrame = nullptr; });
+    GuardedCall("letting go of the options page", [this] {
+        FOptionsFrame = nullptr;
+        FStorageFrame = nullptr;
+    });
     GuardedCall("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
     GuardedCall("closing the podcasts", [this] { FClient.reset(); });
     TVEXACustomPlugin::Finalize();

@@ -3,6 +3,7 @@
 
 #include "Podcasts.Core.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
+#include "Podcasts.Plugin.Dialogs.Storage.h"
 #include "VEXACustomPlugin.h"
 
 #include <memory>
@@ -44,6 +45,7 @@ private:
 
     std::unique_ptr<TPodcastClient> FClient;
     vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
+    vexa::Ref<TVEXAPodcastsStorageFrame> FStorageFrame;
     bool FIsRunning = false;  // this object has set the core reference
     bool FIsStarting = false;
     bool FIsEnding = false;           // Finalize was called

@@ -2,7 +2,9 @@
 
 #include "DialogFixture.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
+#include "Podcasts.Plugin.Dialogs.Storage.h"
 #include "Podcasts.Plugin.h"
+#include "VEXA.Runtime.Files.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -11,9 +13,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QSpinBox>
 #include <QToolButton>
+#include <QTreeWidget>
 
 namespace podcasts {
 
@@ -29,7 +33,7 @@ public:
     HResult FrameModified(IVEXAOptionsDialogFrame*) noexcept override { return ++Modified, S_OK; }
     HResult FrameShow(IVEXAOptionsDialogFrame* frame, Bool32) noexcept override { return Shown = frame, S_OK; }
     HResult AddExtension(IUnknown* extension) override {
-        Registered = Query<IVEXAOptionsDialogFrame>(extension);
+        if (!Registered) Registered = Query<IVEXAOptionsDialogFrame>(extension);
         return S_OK;
     }
     void RemoveExtension(IUnknown*) override { Registered = nullptr; }
@@ -232,5 +236,65 @@ TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
 }
 
 }  // namespace
+
+class StoragePageTest : public DialogTest {};
+
+TEST_F(StoragePageTest, ShowsWhatFilesTakeAndDeletesWhatWasHeard) {
+    // Two podcasts: one has a heard and a new file, and a heard one that is gone; of the other, a file of both is heard
+    // in one of its episodes only.
+    const auto subscribe = [&](const QString& name, const std::vector<std::pair<QString, int>>& files) {
+        TPodcastFeed feed;
+        feed.Fields[pffURLFeed] = u"http://h/" + name;
+        feed.Fields[pffTitle] = name;
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            auto& episode = feed.NewEpisode();
+            episode.Fields[pefGUID] = QString::number(i);
+            episode.Fields[pefURLAudio] = QString(u"http://h/" + name + QString::number(i));
+        }
+        Client->Subscribe(feed);
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            const QString key = QString(u"podcast://h/" + name + QString::number(i));
+            const QString file = Profile.File(files[i].first);
+            if (files[i].second > 0) WriteWhole(file, QByteArray(files[i].second, 'x'));
+            Client->DB().SetCachedFile(key, file);
+            if (files[i].first.contains("heard")) Client->UpdateState(key, pesListened);
+        }
+    };
+    subscribe("Fog", {{"heard1", 3000}, {"new", 2000}, {"heard-gone", 0}});
+    subscribe("Tides", {{"heard2", 9000}, {"both", 500}, {"both", 500}});
+    Client->UpdateState(QString("podcast://h/Tides1"), pesListened);
+    const auto frame = NewObject<TVEXAPodcastsStorageFrame>(TPodcastsStorageWork{
+        .Run = [&](const auto& work) { work(*Client); },
+        .Delete = [](TPodcastClient& client, const QStringList& keys) { client.DeleteCachedEpisodes(keys); }});
+    QWidget window;
+    window.show();
+    frame->CreatePage(window.winId());
+    for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
+        frame->HandleNotification(notification);
+    auto& feeds = Find<QTreeWidget>(window, "Feeds");
+    auto& button = Find<QPushButton>(window, "DeleteHeard");
+    const auto shown = [&] {
+        QStringList rows;
+        for (int row = 0; row < feeds.topLevelItemCount(); ++row) {
+            QStringList texts;
+            for (int column = 0; column < 4; ++column) texts += feeds.topLevelItem(row)->text(column);
+            rows += texts.join(u'|');
+        }
+        return rows.join(u"  ").remove(QChar(0xa0));
+    };
+    const auto becomes = [&](const QString& wanted) {
+        EXPECT_TRUE(tests::WaitUntil([&] { return shown() == wanted; }, std::chrono::seconds(5)))
+            << shown().toStdString();
+    };
+    becomes("Tides|2|9.3 kB|8.8 kB  Fog|2|4.9 kB|2.9 kB");
+    EXPECT_EQ(button.text().remove(QChar(0xa0)), "Delete what was heard (11.7 kB)");
+    feeds.topLevelItem(1)->setSelected(true);
+    EXPECT_TRUE(button.text().contains("of the selected podcasts")) << button.text().toStdString();
+    Click(button);
+    becomes("Tides|2|9.3 kB|8.8 kB  Fog|1|2.0 kB|0 bytes");
+    Click(button);
+    becomes("Fog|1|2.0 kB|0 bytes  Tides|1|500 bytes|0 bytes");
+    EXPECT_FALSE(button.isEnabled());
+}
 
 }  // namespace podcasts
