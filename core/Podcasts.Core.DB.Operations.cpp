@@ -127,6 +127,7 @@ void TPodcastsDB::Remove(int id) {
         RemoveOlderNames(id);
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedOptions WHERE FeedID = ").Integer(id));
         ForgetLogo(id);
         ForgetDocument(id);
     });
@@ -235,11 +236,11 @@ int TPodcastsDB::GetEpisodeCount(int feedID) {
     return ReadInteger(SqlBuilder("SELECT Count(*) FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
 }
 
-void TPodcastsDB::EnumNewEpisodes(const TextVisitor& visitor) {
-    SqlBuilder sql("SELECT FeedID, URI FROM PodcastEpisodes WHERE (");
+void TPodcastsDB::EnumNewEpisodes(const NewEpisodeVisitor& visitor) {
+    SqlBuilder sql("SELECT FeedID, PublishDate, URI FROM PodcastEpisodes WHERE (");
     TPodcastsDBQueryBuilder::CachedFileLength(sql);
     sql.Raw(" = 0) AND (State = ").Integer(pesNew).Raw(") ORDER BY PublishDate DESC");
-    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Text(1)); });
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Integer(0), row.Double(1), row.Text(2)); });
 }
 
 void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor) {

@@ -116,7 +116,7 @@ private:
     static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                      const RequestUser& use) noexcept;
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
-    void ShowNewEpisodes(TPodcastClient& client);
+    void ShowNewEpisodes(TPodcastClient& client, const QStringList& keys);
     void OpenPodcasts();
     void MarkPlayedEpisode();
 
