@@ -211,8 +211,8 @@ void TPodcastClient::ResumeDownloads() {
 
 QStringList TPodcastClient::NewEpisodesToDownload() {
     QStringList keys;
-    FDB->EnumNewEpisodes([&](int, double, const QString& uri) {
-        if (!uri.isEmpty()) keys += uri;
+    FDB->EnumNewEpisodes([&](const TPodcastUncachedEpisode& episode) {
+        if (!episode.URI.isEmpty()) keys += episode.URI;
     });
     return keys;
 }

@@ -107,6 +107,14 @@ struct TPodcastFormerFile {
     QString FileName;
 };
 
+/// A new episode without a cached file.
+struct TPodcastUncachedEpisode {
+    qint64 RowID = 0;
+    int FeedID = 0;
+    double PublishDate = 0;
+    QString URI;
+};
+
 /// A row that records a file.
 struct TPodcastFileOfFeed {
     qint64 RowID = 0;
@@ -138,7 +146,7 @@ class TPodcastsDB final : public vexa::SqliteDatabase {
 public:
     using FeedVisitor = std::function<void(const QString& urlFeed, const QString& name, int count)>;
     using TextVisitor = std::function<void(const QString&)>;
-    using NewEpisodeVisitor = std::function<void(int feedID, double publishDate, const QString& uri)>;
+    using NewEpisodeVisitor = std::function<void(const TPodcastUncachedEpisode& episode)>;
     using EpisodeVisitor = std::function<void(const TPodcastEpisode& episode, const QString& feedName)>;
 
     /// Opens or creates the file and upgrades older layouts. Throws for a newer layout before anything is written.
@@ -146,6 +154,8 @@ public:
 
     /// Feeds.
     int GetFeedID(const QString& urlFeed);
+    /// The present address of the feed that has this address, or once had it; empty when there is none.
+    QString GetPresentFeedURL(const QString& urlFeed);
     std::unique_ptr<TPodcastFeed> GetFeed(int id, bool withEpisodes);
     std::unique_ptr<TPodcastFeed> GetFeed(const QString& urlFeed, bool withEpisodes);
     /// Stores a feed with all its episodes and sets its ID. A row with the same (URI, FeedID) is replaced as a whole
@@ -193,7 +203,7 @@ public:
     /// An empty address stands for all feeds together.
     bool GetEpisodeCounts(const QString& urlFeed, int& newCount, int& postponedCount);
     int GetEpisodeCount(int feedID);
-    /// Visits the URIs of new episodes without a cached file, newest first.
+    /// Visits the new episodes without a cached file, newest first.
     void EnumNewEpisodes(const NewEpisodeVisitor& visitor);
     /// Visits the episodes that match the filter, newest first.
     void EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor);

@@ -22,13 +22,14 @@ constexpr qint64 kSecondsPerDay = 24 * 60 * 60;
 class Room {
 public:
     Room(int limit, const std::vector<TPodcastFileOfFeed>& files) : FLimit(limit) {
-        for (const TPodcastFileOfFeed& file : files) FDates.push_back(file.PublishDate);
+        for (const TPodcastFileOfFeed& file : files) FFiles.emplace_back(file.PublishDate, file.RowID);
     }
     /// Whether the file would be one of those that are kept. Ask for the newest episode first.
-    bool Take(double publishDate) {
+    bool Take(const TPodcastUncachedEpisode& episode) {
+        const std::pair place(episode.PublishDate, episode.RowID);
         const auto newer =
-            std::partition_point(FDates.begin(), FDates.end(), [&](double date) { return date >= publishDate; }) -
-            FDates.begin();
+            std::partition_point(FFiles.begin(), FFiles.end(), [&](auto& file) { return file > place; }) -
+            FFiles.begin();
         if (newer + FTaken >= FLimit) return false;
         ++FTaken;
         return true;
@@ -36,7 +37,7 @@ public:
 
 private:
     const std::ptrdiff_t FLimit;
-    std::vector<double> FDates;  // of the feed's files, newest first
+    std::vector<std::pair<double, qint64>> FFiles;  // dates and rows of the feed's files, newest first
     std::ptrdiff_t FTaken = 0;
 };
 
@@ -53,19 +54,19 @@ QStringList TPodcastClient::EpisodesToDownloadAutomatically() {
         return {};
     QStringList keys;
     std::map<int, Room> rooms;
-    FDB->EnumNewEpisodes([&](int feedID, double publishDate, const QString& uri) {
-        if (uri.isEmpty()) return;
-        const auto found = options.find(feedID);
+    FDB->EnumNewEpisodes([&](const TPodcastUncachedEpisode& episode) {
+        if (episode.URI.isEmpty()) return;
+        const auto found = options.find(episode.FeedID);
         const TPodcastFeedOptions own = found == options.end() ? TPodcastFeedOptions() : found->second;
         if (!wants(own)) return;
         if (own.KeepFiles > 0) {
-            auto room = rooms.find(feedID);
+            auto room = rooms.find(episode.FeedID);
             if (room == rooms.end())
-                room = rooms.emplace(feedID, Room(own.KeepFiles, FDB->GetFilesOfFeed(feedID))).first;
+                room = rooms.emplace(episode.FeedID, Room(own.KeepFiles, FDB->GetFilesOfFeed(episode.FeedID))).first;
             // Otherwise the file would be deleted at once, and downloaded again after the next refresh.
-            if (!room->second.Take(publishDate)) return;
+            if (!room->second.Take(episode)) return;
         }
-        keys += uri;
+        keys += episode.URI;
     });
     return keys;
 }

@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
     Report("page at 500,000", [&] { page({0, -1, {}, 50, 500000}); });
     Report("search, frequent word", [&] { page({0, -1, QStringLiteral("episode 9"), 50, 0}); });
     Report("search, nothing found", [&] { page({0, -1, QStringLiteral("zebra"), 50, 0}); });
-    Report("new episodes without a file (100,000)", [&] { db.EnumNewEpisodes([](int, double, auto&) {}); });
+    Report("new episodes without a file (100,000)", [&] { db.EnumNewEpisodes([](auto&) {}); });
     Report("check files (none recorded)", [&] { db.ResetMissingCachedFiles(); });
     {
         QStringList keys;

@@ -65,6 +65,23 @@ NewEpisodes NamesOfEpisodes(TPodcastClient& client, const QStringList& keys) {
     return result;
 }
 
+/// What the player uses now: keys of episodes and names of files.
+std::optional<QStringList> FilesInUse() {
+    const auto names = CreateHostObject<IVEXAObjectList>();
+    const HResult result = SendHostMessage(kMsgGetFilesInUse, 0, names.Get());
+    if (Failed(result) && result != E_NOTIMPL) return std::nullopt;
+    QStringList keys;
+    const std::int32_t count = names->GetCount();
+    for (std::int32_t i = 0; i < count; ++i) {
+        Ref<IVEXAString> name;
+        if (Failed(names->GetObject(i, IVEXAString::IID, name.PutVoid()))) continue;
+        const QString text = FromHostString(name.Get());
+        QString key;
+        keys += TVEXAPodcastsFileManager::ParseURI(text, key) ? key : text;
+    }
+    return keys;
+}
+
 void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
     Ref<IVEXAErrorInfo> error;
     if (Succeeded(filter.GetValueAsObject(IVEXAMLDataFilter::ErrorInfo, IVEXAErrorInfo::IID, error.PutVoid())))
@@ -81,6 +98,7 @@ Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& c
                                                                std::function<void()> onSave) {
     auto extension = NewObject<TVEXAPodcastsMLExtension>(client, std::move(onLoad), std::move(onSave));
     client.Listeners().Add(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(extension.Get())));
+    client.SetFilesInUse(FilesInUse);
     return extension;
 }
 

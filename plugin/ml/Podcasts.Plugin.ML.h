@@ -34,7 +34,7 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
                               vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
-                              vexa::IVEXAMLNodeImage> {
+                              vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeOptions> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -95,6 +95,13 @@ public:
                              vexa::IVEXAString** version) noexcept override;
     vexa::HResult GetImage(vexa::IVEXAString* field, const vexa::Variant* value, std::uint32_t flags,
                            vexa::IVEXAImageContainer** image) noexcept override;
+
+    // IVEXAMLNodeOptions.
+    vexa::HResult GetOptions(vexa::IVEXAString* field, const vexa::Variant* value,
+                             vexa::IVEXAObjectList** options) noexcept override;
+    vexa::HResult SetOption(vexa::IVEXAString* field, const vexa::Variant* value, vexa::IVEXAString* id,
+                            const vexa::Variant* optionValue) noexcept override;
+    vexa::HResult GetPresentNode(vexa::IVEXAString* field, vexa::Variant* value) noexcept override;
 
     // IVEXAMLUndo.
     vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;

@@ -32,6 +32,7 @@ TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
              "PodcastEpisodes|URI TEXT, FeedID INTEGER, GUID TEXT, Title TEXT, Description TEXT, "
              "Artist TEXT, URL TEXT, URLAudio TEXT, URLAudioCached TEXT, PublishDate DOUBLE, "
              "Duration DOUBLE, State INTEGER, Format TEXT",
+             "PodcastFeedAddresses|URLFeed TEXT, FeedID INTEGER",
              "PodcastFeedDocuments|FeedID INTEGER, URLFeed TEXT, Address TEXT, Charset TEXT, ETag TEXT, "
              "LastModified TEXT, Digest TEXT, WantedAddress TEXT, Rules INTEGER, EpisodeCount INTEGER, "
              "LastRow INTEGER",
@@ -105,10 +106,11 @@ TEST_F(DatabaseLayout, MissingPartsOfAnOlderLayoutAreAdded) {
         const QString table = column.section('.', 0, 0), name = column.section('.', 1);
         // A key cannot be dropped; without a GUID the layout is the first one.
         static const QStringList keys{
-            "PodcastFeeds.FeedID",       "PodcastFeedDocuments.FeedID", "PodcastFeedLogoLooks.FeedID",
-            "PodcastEpisodeNames.ID",    "PodcastEpisodes.URI",         "PodcastEpisodes.FeedID",
-            "PodcastEpisodes.GUID",      "PodcastQueue.Place",          "PodcastQueue.EpisodeKey",
-            "PodcastFeedOptions.FeedID", "PodcastFeedOptions.Name",     "PodcastListenedFiles.FileName"};
+            "PodcastFeeds.FeedID",          "PodcastFeedDocuments.FeedID", "PodcastFeedLogoLooks.FeedID",
+            "PodcastEpisodeNames.ID",       "PodcastEpisodes.URI",         "PodcastEpisodes.FeedID",
+            "PodcastEpisodes.GUID",         "PodcastQueue.Place",          "PodcastQueue.EpisodeKey",
+            "PodcastFeedOptions.FeedID",    "PodcastFeedOptions.Name",     "PodcastFeedAddresses.URLFeed",
+            "PodcastListenedFiles.FileName"};
         if (keys.contains(column)) continue;
         SCOPED_TRACE(column.toStdString());
         {

@@ -127,6 +127,18 @@ TEST_F(FeedOptions, OnlyTheNewestFilesAreKeptAndDownloaded) {
     Restart();
     Refresh("/a");
     EXPECT_EQ(Files(), "a3 a4 b1 b2 b3");
+    // Of episodes without dates, those that were stored last.
+    Subscribe("c", {{"1", "/b4.mp3"}, {"2", "/b5.mp3"}});
+    Set("c", "KeepFiles", "1");
+    Set("c", "DownloadNewEpisodesAutomatically", "always");
+    Refresh("/c");
+    for (int i = 0; i < 2; ++i) {
+        Server.Serve("/c", Document("c", {{"1", "/b4.mp3"}, {"2", "/b5.mp3"}, {"3", "/a5.mp3"}}));
+        Server.Forget();
+        Refresh("/c");
+        EXPECT_EQ(QDir(Folder.File("audio/c")).entryList(QDir::Files), QStringList("a5.mp3"));
+        EXPECT_EQ(Server.Count("/a5.mp3"), i == 0 ? 1 : 0);
+    }
 }
 
 TEST_F(FeedOptions, FilesThatAreNeededStayWhateverTheLimits) {
