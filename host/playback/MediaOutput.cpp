@@ -172,7 +172,7 @@ void MediaOutput::Open() {
         if (error) qCWarning(LogHost).noquote() << "the sound's way out:" << Text(error);
     }
     g_signal_connect(FPipeline.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
-    SetVolume(FVolume);
+    ApplyVolume();
 
     // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
@@ -274,7 +274,17 @@ void MediaOutput::SetSpeed(double speed) {
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    if (FPipeline) g_object_set(FPipeline.get(), "volume", FVolume * FVolume * FVolume, nullptr);
+    ApplyVolume();
+}
+
+void MediaOutput::SetGain(double factor) {
+    FGain = std::isfinite(factor) ? std::clamp(factor, 0.5, 2.0) : 1;
+    ApplyVolume();
+}
+
+void MediaOutput::ApplyVolume() {
+    const double perceived = FVolume * FGain;
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", perceived * perceived * perceived, nullptr);
 }
 
 double MediaOutput::Position() const {

@@ -55,6 +55,8 @@ public:
     void SetSpeed(double speed);
     /// `volume` is from 0 to 1, in proportion to the perceived loudness: 0.5 sounds half as loud.
     void SetVolume(double volume);
+    /// A factor of the volume, from 0.5 to 2; in the same proportion, so that 2 at half the volume is the whole volume.
+    void SetGain(double factor);
 
     State CurrentState() const noexcept { return FState; }
     /// The last problem of the last Start and of the playback that it started.
@@ -104,6 +106,7 @@ private:
     void SeekNow(double seconds);
     void GiveUpSeeking();
     void UpdatePipeline();
+    void ApplyVolume();
     void SetState(State state);
     void Tick();
     bool IsTruncated() const;
@@ -125,7 +128,7 @@ private:
     std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
     // The number of the newest report of the buffer's level.
     std::optional<quint32> FBufferingNumber;
-    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1;
+    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1, FGain = 1;
 };
 
 }  // namespace vexa::host

@@ -13,6 +13,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace vexa::host {
@@ -23,6 +24,7 @@ constexpr std::chrono::seconds kSaveEvery{5}, kSaveAgain{1};
 constexpr double kFarLonger = 1.25;
 constexpr int kMaxSkip = 3600;
 constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
+constexpr double kAfterJump = std::numeric_limits<double>::infinity();
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
@@ -74,11 +76,18 @@ private:
 };
 
 Playback::Playback(Host& host, const QString& sink)
-    : FHost(host), FPositions(host.ProfileFolder()), FOutput(new MediaOutput(sink)), FHook(new Hook(*this)) {
+    : FHost(host),
+      FPositions(host.ProfileFolder()),
+      FNodes(host.ProfileFolder(), host.Library()),
+      FOutput(new MediaOutput(sink)),
+      FHook(new Hook(*this)) {
     using Problem = MediaOutput::Problem;
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Player().SetStartListener([this] { OnStarted(); });
     FHost.Messages().Hook(FHook.Get());
+    FHost.Messages().Handle(kMsgGetFilesInUse, [this](std::int32_t, void* names) {
+        return ListFilesInUse(static_cast<IVEXAObjectList*>(names));
+    });
     FHost.Addresses().AddKeeper(this);
     bool isNumber = false;
     const double volume = FHost.Config().Find(kVolume).value_or(QString()).toDouble(&isNumber);
@@ -86,7 +95,10 @@ Playback::Playback(Host& host, const QString& sink)
 
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
+    connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::OnPosition);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
+    connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::OnDuration);
+    connect(&FNodes, &NodeSettings::Changed, this, &Playback::OnNodesChanged);
     connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
@@ -104,6 +116,8 @@ Playback::Playback(Host& host, const QString& sink)
 Playback::~Playback() {
     FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
+    // Positions are still remembered, but nobody knows them any more.
+    FHost.Messages().Handle(kMsgGetFilesInUse, [](std::int32_t, void*) { return E_FAIL; });
     FHost.Player().SetStartListener(nullptr);
     WorkerPool::Cancel(FDescribing, true);
     for (const TaskHandle naming : FNaming) WorkerPool::Cancel(naming, true);
@@ -190,7 +204,8 @@ void Playback::Stop() {
 
 void Playback::Seek(double seconds) {
     VEXA_ASSERT_MAIN_THREAD();
-    FHasEnded = false;
+    FHasEnded = FIsAtSkip = false;
+    FBefore = kAfterJump;
     FOutput->Seek(seconds);
     Q_EMIT Seeked(FOutput->Position());
 }
@@ -206,7 +221,12 @@ void Playback::SkipForward() {
 void Playback::SetSpeed(double speed) {
     VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetSpeed(speed);
-    FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
+    if (FNode) {
+        FListening.Speed = FOutput->Speed();
+        FNodes.Set(*FNode, FListening);
+    } else {
+        FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
+    }
     Q_EMIT SpeedChanged(FOutput->Speed());
 }
 
@@ -333,6 +353,7 @@ void Playback::Save() {
     VEXA_ASSERT_MAIN_THREAD();
     StorePosition();
     FPositions.Save();
+    FNodes.Save();
 }
 
 void Playback::OnStarted() {
@@ -342,7 +363,12 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(left->Position);
+    ApplyNode();
+    const HeardFile* left = FPositions.Find(FCurrent.Address);
+    const double begin = std::max<double>(left ? left->Position : 0, FListening.SkipStart);
+    FIsAtSkip = begin > 0 && (!left || left->Position < begin);
+    FBefore = begin > 0 ? kAfterJump : 0;
+    if (begin > 0) FOutput->Seek(begin);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
 }
@@ -364,10 +390,62 @@ void Playback::OnDescribed(const NowPlaying& described) {
     if (described.Address != FCurrent.Address) return;  // another file plays by now
     FDescribing = 0;
     FCurrent = described;
-    // An album without a speed of its own is played at 1, not at the speed of the last album.
-    FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
+    TakeSpeedOfAlbum();
+    // A node or album without a speed of its own is played at 1, not at the speed of the last one.
+    FOutput->SetSpeed(SavedSpeed());
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
+}
+
+/// Finds the node of the current file, and what its settings change at once.
+void Playback::ApplyNode() {
+    FNode.reset();
+    Guarded("finding the node of a file", [this] { FNode = FNodes.NodeOf(FCurrent.Address); });
+    FListening = FNode ? FNodes.Get(*FNode) : ListeningSettings();
+    FOutput->SetGain(FListening.Volume);
+}
+
+void Playback::OnNodesChanged() {
+    if (FCurrent.Address.isEmpty()) return;
+    ApplyNode();
+    if (FDescribing != 0 || FOutput->Speed() == SavedSpeed()) return;
+    FOutput->SetSpeed(SavedSpeed());
+    Q_EMIT SpeedChanged(FOutput->Speed());
+}
+
+/// Speeds were once stored by album. The album's becomes the node's, once.
+void Playback::TakeSpeedOfAlbum() {
+    const double speed = FPositions.Speed(FCurrent.Album);
+    if (!FNode || speed == 1) return;
+    FPositions.SetSpeed(FCurrent.Album, 1);
+    if (FListening.Speed != 1) return;
+    FListening.Speed = speed;
+    FNodes.Set(*FNode, FListening);
+}
+
+/// Ends a file where the part at its end begins that is skipped, unless the user has jumped there.
+void Playback::OnPosition(double seconds) {
+    const double before = std::exchange(FBefore, seconds), duration = Duration();
+    if (FListening.SkipEnd == 0 || FHasEnded || !IsPlaying()) return;
+    const double end = duration - FListening.SkipEnd;
+    if (end > FListening.SkipStart && before < end && seconds >= end) OnEnded();
+}
+
+/// A file that is too short to skip anything is played from its beginning.
+void Playback::OnDuration(double seconds) {
+    if (!FIsAtSkip || seconds <= 0) return;
+    FIsAtSkip = false;
+    if (seconds <= FListening.SkipStart + FListening.SkipEnd) FOutput->Seek(0);
+}
+
+HResult Playback::ListFilesInUse(IVEXAObjectList* names) const {
+    if (!names) return E_POINTER;
+    QStringList used = UpNext();
+    if (!FCurrent.Address.isEmpty()) used += {FCurrent.Address, FCurrent.LocalFile};
+    for (const HeardFile& file : FPositions.Begun()) used += file.Address;
+    for (const QString& name : used)
+        if (!name.isEmpty()) names->Add(MakeString(name).Get());
+    return S_OK;
 }
 
 QStringList Playback::KeptAddresses() const {
@@ -384,6 +462,7 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     if (!FPositions.Move(moves) && !isCurrent) return;
     if (isCurrent) {
         FCurrent.Address = *current;
+        ApplyNode();
         if (FDescribing != 0) DescribeCurrent();  // OnDescribed would drop a description of the old address
     }
     SaveSoon();
@@ -423,6 +502,7 @@ void Playback::OnState() {
         StorePosition();
         SaveSoon();
     }
+    if (state == State::Stopped) FNode.reset();
     if (state == State::Stopped && !std::exchange(FCurrent, {}).Address.isEmpty()) Q_EMIT CurrentChanged();
     Q_EMIT StateChanged();
 }
