@@ -93,4 +93,43 @@ int RunOptions(Session& session, const Arguments& arguments) {
     return kDone;
 }
 
+int RunFeedOptions(Session& session, const Arguments& arguments) {
+    const QStringList& operands = arguments.Operands;
+    const TPodcastFeedOption* const chosen = operands.size() > 1 ? FindPodcastFeedOption(operands[1]) : nullptr;
+    if (operands.size() > 1 && !chosen) {
+        QStringList names;
+        for (const auto& option : PodcastFeedOptions()) names += option.Name();
+        throw UsageError(u"there is no feed option \"" + operands[1] + u"\"; the feed options are " +
+                         names.join(QStringLiteral(", ")));
+    }
+    const int feedID = session.DB().GetFeedID(session.FindFeed(operands.first()));
+    if (chosen && operands.size() == 3) {
+        if (!session.Client().SetFeedOption(feedID, *chosen, operands[2]))
+            throw UsageError(chosen->Name() + u" is " + chosen->Allowed() + u", not \"" + operands[2] + u'"');
+        return kDone;
+    }
+    const auto all = session.DB().GetFeedOptions();
+    const auto own = all.find(feedID);
+    const TPodcastFeedOptions options = own == all.end() ? TPodcastFeedOptions() : own->second;
+    if (chosen && !arguments.Json) {
+        session.Out().PrintLine(chosen->ValueIn(options));
+        return kDone;
+    }
+    JsonArrayPrinter json(session.Out());
+    for (const TPodcastFeedOption& option : PodcastFeedOptions()) {
+        if (chosen && chosen != &option) continue;
+        const bool general = option.General && (session.Client().Options().*option.General)();
+        const QString value = option.ValueIn(options);
+        if (arguments.Json)
+            json.Add({{QStringLiteral("name"), option.Name()},
+                      {QStringLiteral("value"), option.Number ? QJsonValue(options.*option.Number) : value},
+                      {QStringLiteral("general"), option.General ? QJsonValue(general) : QJsonValue()}});
+        else
+            session.Out().PrintLine(option.Name() + u'=' + value +
+                                    (option.General ? QStringLiteral(" (%1)").arg(general ? 1 : 0) : QString()));
+    }
+    if (arguments.Json) json.End();
+    return kDone;
+}
+
 }  // namespace podcasts::cli

@@ -6,6 +6,12 @@ namespace {
 QString operator""_s(const char16_t* text, std::size_t size) {
     return QString::fromUtf16(text, static_cast<qsizetype>(size));
 }
+
+QString FeedOptionNames() {
+    QStringList names;
+    for (const auto& option : PodcastFeedOptions()) names += option.Name();
+    return names.join(QStringLiteral(", "));
+}
 }  // namespace
 
 const std::vector<Command>& Commands() {
@@ -86,6 +92,15 @@ const std::vector<Command>& Commands() {
         {u"check-files"_s, {}, u"forget downloaded files that are gone"_s, {}, 0, 0, false, RunCheckFiles},
         {u"set-address"_s, u"FEED ADDRESS"_s, u"change a feed's address"_s, {}, 2, 2, false, RunSetAddress},
         {u"options"_s, u"[NAME [VALUE]]"_s, u"show or change the options"_s, {}, 0, 2, false, RunOptions},
+        {u"feed-options"_s,
+         u"FEED [OPTION [VALUE]]"_s,
+         u"show or change one feed's own options\nOptions: "_s + FeedOptionNames() +
+             u"\nA list shows in brackets what the general option of that name says."_s,
+         {},
+         1,
+         3,
+         true,
+         RunFeedOptions},
         {u"import"_s, u"FILE.opml"_s, u"subscribe to the feeds of an OPML list"_s, {}, 1, 1, false, RunImport},
         {u"export"_s, u"[FILE.opml]"_s, u"write the subscriptions as an OPML list"_s, {}, 0, 1, false, RunExport},
     };

@@ -31,5 +31,6 @@ void CheckMark(const Arguments& arguments);
 void CheckDownload(const Arguments& arguments);
 
 int RunOptions(Session& session, const Arguments& arguments);
+int RunFeedOptions(Session& session, const Arguments& arguments);
 
 }  // namespace podcasts::cli

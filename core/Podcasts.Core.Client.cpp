@@ -32,6 +32,7 @@ TPodcastClient::~TPodcastClient() {
     FIsBeingDestroyed = true;
     vexa::WorkerPool::Cancel(FLastRefreshTask, true);
     vexa::WorkerPool::Cancel(FLastDownloadTask, true);
+    vexa::WorkerPool::Cancel(FLimitsTask, true);
 }
 
 void TPodcastClient::RefreshFeeds() {
@@ -102,7 +103,7 @@ bool TPodcastClient::SubscribeNew(TPodcastFeed& feed) {
 void TPodcastClient::FeedSubscribed() {
     VEXA_ASSERT_MAIN_THREAD();
     NotifyDataChanged();
-    if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+    DownloadAutomatically();
 }
 
 QStringList TPodcastClient::Unsubscribe(const QString& feedURL, bool deleteCachedFiles, TPodcastUndo undo) {
@@ -176,6 +177,7 @@ void TPodcastClient::ChangeFeedURL(const QString& oldURL, const QString& newURL)
 void TPodcastClient::UpdateState(const QStringList& episodeKeys, TPodcastEpisodeState state, TPodcastUndo undo) {
     auto former = FDB->UpdateState(episodeKeys, state);
     if (undo == TPodcastUndo::Kept) KeepForUndo(std::move(former), state, episodeKeys);
+    NoteListenedFiles();
     NotifyDataChanged();
 }
 
@@ -188,6 +190,14 @@ void TPodcastClient::DownloadEpisode(const QString& episodeKey) {
 }
 
 void TPodcastClient::DownloadEpisodes(const QStringList& episodeKeys) {
+    {
+        const vexa::TLock lock(FDownloadQueue->Mutex());
+        FRequested.unite(QSet<QString>(episodeKeys.begin(), episodeKeys.end()));
+    }
+    QueueDownloads(episodeKeys);
+}
+
+void TPodcastClient::QueueDownloads(const QStringList& episodeKeys) {
     VEXA_ASSERT_MAIN_THREAD();
     FDownloadQueue->Add(episodeKeys);
     FKeptQueue->Add(episodeKeys);
@@ -201,16 +211,10 @@ void TPodcastClient::ResumeDownloads() {
 
 QStringList TPodcastClient::NewEpisodesToDownload() {
     QStringList keys;
-    FDB->EnumNewEpisodes([&](const QString& uri) {
-        if (!uri.isEmpty()) keys += uri;
+    FDB->EnumNewEpisodes([&](const TPodcastUncachedEpisode& episode) {
+        if (!episode.URI.isEmpty()) keys += episode.URI;
     });
     return keys;
-}
-
-void TPodcastClient::DownloadNewEpisodes() {
-    // Collect the keys first, so that no query is open while listeners are notified.
-    const QStringList keys = NewEpisodesToDownload();
-    if (!keys.isEmpty()) DownloadEpisodes(keys);
 }
 
 void TPodcastClient::CancelDownloads() {
@@ -311,7 +315,7 @@ void TPodcastClient::RefreshFeedsComplete(bool hasNewEpisodes, TaskEnd end) {
     FRefreshTask = 0;
     NotifyDataChanged();
     try {
-        if (FOptions->DownloadNewEpisodesAutomatically()) DownloadNewEpisodes();
+        DownloadAutomatically();
     } catch (const std::exception& error) {
         qCWarning(vexa::LogRefresh) << "cannot look for new episodes:" << error.what();
     }

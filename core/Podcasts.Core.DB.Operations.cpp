@@ -98,6 +98,15 @@ int TPodcastsDB::GetFeedID(const QString& urlFeed) {
     return ReadInteger(SqlBuilder("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = ").Text(urlFeed).Raw(" LIMIT 1"));
 }
 
+QString TPodcastsDB::GetPresentFeedURL(const QString& urlFeed) {
+    if (GetFeedID(urlFeed) >= 1) return urlFeed;
+    const auto cursor = Read(SqlBuilder("SELECT PodcastFeeds.URLFeed FROM PodcastFeedAddresses JOIN PodcastFeeds ON "
+                                        "PodcastFeeds.FeedID = PodcastFeedAddresses.FeedID WHERE "
+                                        "PodcastFeedAddresses.URLFeed = ")
+                                 .Text(urlFeed));
+    return cursor ? cursor->Text(0) : QString();
+}
+
 std::unique_ptr<TPodcastFeed> TPodcastsDB::GetFeed(int id, bool withEpisodes) {
     if (id < 0) return nullptr;
     std::unique_ptr<TPodcastFeed> feed;
@@ -127,6 +136,8 @@ void TPodcastsDB::Remove(int id) {
         RemoveOlderNames(id);
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastEpisodes WHERE FeedID = ").Integer(id));
         ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeeds WHERE FeedID = ").Integer(id));
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedOptions WHERE FeedID = ").Integer(id));
+        ExecuteSQL(SqlBuilder("DELETE FROM PodcastFeedAddresses WHERE FeedID = ").Integer(id));
         ForgetLogo(id);
         ForgetDocument(id);
     });
@@ -143,6 +154,10 @@ bool TPodcastsDB::ChangeFeedURL(const QString& oldURL, const QString& newURL) {
         const int id = GetFeedID(oldURL);
         if (id <= 0 || GetFeedID(newURL) >= 1) return;
         ExecuteSQL(SqlBuilder("UPDATE PodcastFeeds SET URLFeed = ").Text(newURL).Raw(" WHERE FeedID = ").Integer(id));
+        SqliteStatement(*this, "INSERT INTO PodcastFeedAddresses (URLFeed, FeedID) VALUES (?, ?)")
+            .Text(oldURL)
+            .Integer(id)
+            .Run();
         isChanged = true;
     });
     return isChanged;
@@ -235,11 +250,13 @@ int TPodcastsDB::GetEpisodeCount(int feedID) {
     return ReadInteger(SqlBuilder("SELECT Count(*) FROM PodcastEpisodes WHERE FeedID = ").Integer(feedID));
 }
 
-void TPodcastsDB::EnumNewEpisodes(const TextVisitor& visitor) {
-    SqlBuilder sql("SELECT FeedID, URI FROM PodcastEpisodes WHERE (");
+void TPodcastsDB::EnumNewEpisodes(const NewEpisodeVisitor& visitor) {
+    SqlBuilder sql("SELECT rowid, FeedID, PublishDate, URI FROM PodcastEpisodes WHERE (");
     TPodcastsDBQueryBuilder::CachedFileLength(sql);
-    sql.Raw(" = 0) AND (State = ").Integer(pesNew).Raw(") ORDER BY PublishDate DESC");
-    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Text(1)); });
+    sql.Raw(" = 0) AND (State = ").Integer(pesNew).Raw(") ORDER BY PublishDate DESC, rowid DESC");
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) {
+        visitor({row.Integer64(0), row.Integer(1), row.Double(2), row.Text(3)});
+    });
 }
 
 void TPodcastsDB::EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor) {

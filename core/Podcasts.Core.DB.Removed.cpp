@@ -19,7 +19,8 @@ struct KeptTable {
 };
 constexpr KeptTable kKeptTables[] = {
     {"PodcastFeeds", "FeedID"},         {"PodcastEpisodes", "FeedID"},     {"PodcastFeedLogos", "ID"},
-    {"PodcastFeedLogoLooks", "FeedID"}, {"PodcastEpisodeNames", "FeedID"},
+    {"PodcastFeedLogoLooks", "FeedID"}, {"PodcastEpisodeNames", "FeedID"}, {"PodcastFeedOptions", "FeedID"},
+    {"PodcastFeedAddresses", "FeedID"},
 };
 
 /// "Name, Category, …": all columns but the feed's ID.
@@ -99,6 +100,10 @@ int TPodcastsDB::PutBack(const TPodcastRemovedFeed& removed, const QStringList& 
                    " ORDER BY rowid");
         ExecuteSQL("INSERT INTO PodcastFeedLogoLooks (FeedID, URLLogo, LookedAt, Outcome) SELECT " + newID +
                    ", URLLogo, LookedAt, Outcome FROM temp.RemovedPodcastFeedLogoLooks" + ofFeed);
+        ExecuteSQL("INSERT INTO PodcastFeedOptions (FeedID, Name, Value) SELECT " + newID +
+                   ", Name, Value FROM temp.RemovedPodcastFeedOptions" + ofFeed);
+        ExecuteSQL("INSERT INTO PodcastFeedAddresses (URLFeed, FeedID) SELECT URLFeed, " + newID +
+                   " FROM temp.RemovedPodcastFeedAddresses" + ofFeed);
         SqliteStatement forget(*this,
                                "UPDATE PodcastEpisodes SET URLAudioCached = '' WHERE FeedID = ? AND "
                                "URLAudioCached = ?");

@@ -37,6 +37,9 @@ constexpr SqlColumn kLogoLookColumns[] = {
     {"Outcome", Integer},
 };
 constexpr SqlColumn kQueueColumns[] = {{"Place", Key}, {"EpisodeKey", Text}};
+constexpr SqlColumn kFeedOptionColumns[] = {{"FeedID", Integer}, {"Name", Text}, {"Value", Text}};
+constexpr SqlColumn kFeedAddressColumns[] = {{"URLFeed", Text}, {"FeedID", Integer}};
+constexpr SqlColumn kListenedFileColumns[] = {{"FileName", Text}, {"NotedAt", Integer}};
 
 // docs/database.md says what each index is for and what it costs. No index is on a column with the collation UNICODE:
 // its order may change with the version of ICU, and plain sqlite3 could no longer write to the table.
@@ -58,7 +61,7 @@ struct Table {
     std::span<const SqlColumn> Columns;
     std::string_view Constraint = {};
 };
-constexpr std::array<Table, 7> kTables = {{
+constexpr std::array<Table, 10> kTables = {{
     {"PodcastFeeds", kFeedTable},
     // ON CONFLICT REPLACE, because rows of the first layout whose addresses differ only in their scheme get the same
     // URI; otherwise the upgrade would always fail on them.
@@ -68,6 +71,9 @@ constexpr std::array<Table, 7> kTables = {{
     {"PodcastFeedDocuments", kDocumentColumns},
     {"PodcastFeedLogoLooks", kLogoLookColumns},
     {"PodcastQueue", kQueueColumns, "UNIQUE (EpisodeKey) ON CONFLICT IGNORE"},
+    {"PodcastFeedOptions", kFeedOptionColumns, "UNIQUE (FeedID, Name) ON CONFLICT REPLACE"},
+    {"PodcastFeedAddresses", kFeedAddressColumns, "UNIQUE (URLFeed) ON CONFLICT REPLACE"},
+    {"PodcastListenedFiles", kListenedFileColumns, "UNIQUE (FileName) ON CONFLICT IGNORE"},
 }};
 
 constexpr const Table& kEpisodes = kTables[1];

@@ -9,6 +9,7 @@
 // (see docs/database.md, "Older names").
 
 #include "Podcasts.Core.DocumentNotes.h"
+#include "Podcasts.Core.FeedOptions.h"
 #include "Podcasts.Core.Identity.h"
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.SQLite.h"
@@ -119,6 +120,23 @@ struct TPodcastFormerFile {
     QString FileName;
 };
 
+/// A new episode without a cached file.
+struct TPodcastUncachedEpisode {
+    qint64 RowID = 0;
+    int FeedID = 0;
+    double PublishDate = 0;
+    QString URI;
+};
+
+/// A row that records a file.
+struct TPodcastFileOfFeed {
+    qint64 RowID = 0;
+    QStringList Keys;  // both keys of the episode
+    TPodcastEpisodeState State = pesNew;
+    double PublishDate = 0;
+    QString FileName;
+};
+
 class TPodcastsDB;
 
 /// Everything that was stored of a feed that was removed. It is kept outside the file, for as long as the object lives;
@@ -141,6 +159,7 @@ class TPodcastsDB final : public vexa::SqliteDatabase {
 public:
     using FeedVisitor = std::function<void(const QString& urlFeed, const QString& name, int count)>;
     using TextVisitor = std::function<void(const QString&)>;
+    using NewEpisodeVisitor = std::function<void(const TPodcastUncachedEpisode& episode)>;
     using EpisodeVisitor = std::function<void(const TPodcastEpisode& episode, const QString& feedName)>;
 
     /// Opens or creates the file and upgrades older layouts. Throws for a newer layout before anything is written.
@@ -148,6 +167,8 @@ public:
 
     /// Feeds.
     int GetFeedID(const QString& urlFeed);
+    /// The present address of the feed that has this address, or once had it; empty when there is none.
+    QString GetPresentFeedURL(const QString& urlFeed);
     std::unique_ptr<TPodcastFeed> GetFeed(int id, bool withEpisodes);
     std::unique_ptr<TPodcastFeed> GetFeed(const QString& urlFeed, bool withEpisodes);
     /// Stores a feed with all its episodes and sets its ID. A row with the same (URI, FeedID) is replaced as a whole
@@ -195,8 +216,8 @@ public:
     /// An empty address stands for all feeds together.
     bool GetEpisodeCounts(const QString& urlFeed, int& newCount, int& postponedCount);
     int GetEpisodeCount(int feedID);
-    /// Visits the URIs of new episodes without a cached file, newest first.
-    void EnumNewEpisodes(const TextVisitor& visitor);
+    /// Visits the new episodes without a cached file, newest first.
+    void EnumNewEpisodes(const NewEpisodeVisitor& visitor);
     /// Visits the episodes that match the filter, newest first.
     void EnumEpisodes(const TPodcastEpisodeFilter& filter, const EpisodeVisitor& visitor);
     /// Visits the GUIDs of all rows of a feed, in UTF-8; a GUID that several rows have is visited for each.
@@ -247,6 +268,19 @@ public:
     bool IsFileOfAnotherFeed(const QString& fileName, int feedID);
     /// Marks every episode that records this file as not cached, if the file is gone.
     void ForgetMissingFile(const QString& fileName);
+
+    /// Feeds' own options.
+    /// Those of all feeds that have any, by feed ID.
+    std::map<int, TPodcastFeedOptions> GetFeedOptions();
+    /// False, with nothing changed, when there is no such feed, or `value` is none of the option's values.
+    [[nodiscard]] bool SetFeedOption(int feedID, const TPodcastFeedOption& option, const QString& value);
+    /// The rows of a feed that record files, newest first.
+    std::vector<TPodcastFileOfFeed> GetFilesOfFeed(int feedID);
+    /// Whether the row still has the same state and file.
+    bool IsUnchanged(const TPodcastFileOfFeed& file);
+    /// Notes since when these files have belonged to listened episodes, which is now unless it was noted before, and
+    /// returns that for each of them, in the unit of `now`. Notes of other files are dropped.
+    std::map<QString, qint64> NoteListenedFiles(const QStringList& fileNames, qint64 now);
 
     /// The kept download queue: keys in the order in which they were queued.
     QStringList GetKeptQueue();

@@ -95,7 +95,10 @@ void TPodcastClientTaskDownloadEpisodes::Execute() {
         try {
             Download download;
             download.EpisodeKey = key;
-            if (PrepareDownload(download, outcome)) Transfer(download, outcome);
+            if (PrepareDownload(download, outcome)) {
+                Transfer(download, outcome);
+                if (!outcome.Error) FClient.DeleteFilesBeyondLimits();
+            }
         } catch (const std::exception& error) {
             outcome.Error = vexa::ReasonOf(error);
             FClient.FDownloadOutcomes.Add(outcome);

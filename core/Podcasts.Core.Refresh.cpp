@@ -43,6 +43,7 @@ void TPodcastClientTaskRefreshFeeds::Execute() {
         AddOutcome(std::move(outcome));
     }
     FClient.DB().UpdateValidators(FNewValidators);
+    if (!IsCancelled()) FClient.DeleteFilesBeyondLimits();
 }
 
 void TPodcastClientTaskRefreshFeeds::AddOutcome(TPodcastRefreshOutcome outcome) {

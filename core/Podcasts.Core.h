@@ -252,12 +252,10 @@ public:
 
     void DownloadEpisode(const QString& episodeKey);
     void DownloadEpisodes(const QStringList& episodeKeys);
-    /// Downloads every new episode without a cached file.
-    void DownloadNewEpisodes();
     /// Downloads what was queued when the program last ended, and keeps the queue in the database from now on. A
     /// download that fails is not kept. Without this call the queue is forgotten at the end.
     void ResumeDownloads();
-    /// The keys of the episodes that DownloadNewEpisodes downloads, newest first; episodes without audio are left out.
+    /// The keys of all new episodes without a cached file, newest first; episodes without audio are left out.
     QStringList NewEpisodesToDownload();
     /// Cancels the downloads and waits; when it returns, listeners have been notified of the end.
     void CancelDownloads();
@@ -270,6 +268,24 @@ public:
     QStringList DeleteCachedEpisodes(const QStringList& episodeKeys, TPodcastDeletedFiles* deleted = nullptr);
     /// Marks the episodes whose file is gone as not cached; returns their number. Any thread.
     int CheckLocalCopies();
+
+    /// The keys and file names that some other part of the program uses now; nothing when it cannot tell.
+    using FilesInUse = std::function<std::optional<QStringList>()>;
+    /// Sets who tells which files are in use, which are not deleted then. It is called on the main thread.
+    void SetFilesInUse(FilesInUse filesInUse) { FFilesInUse = std::move(filesInUse); }
+    /// Sets a feed's own option. False, with nothing changed, when there is no such feed, or `value` is none of the
+    /// option's values.
+    [[nodiscard]] bool SetFeedOption(int feedID, const TPodcastFeedOption& option, const QString& value);
+    /// Moves the files that exceed the feeds' own limits (TPodcastFeedOptions) to the desktop's trash, and marks the
+    /// episodes as not cached; a file stays if there is no trash for it. A file stays, too, while it is in use, while
+    /// its episode is postponed or queued, and if this client was asked to download it. Refreshes and downloads do
+    /// this at their ends. Returns the number of files deleted. Errors are logged. Any thread but one that the main
+    /// thread waits for otherwise than by Cancel.
+    int DeleteFilesBeyondLimits() noexcept;
+    /// The same on another thread.
+    void DeleteFilesBeyondLimitsInBackground();
+    /// Of the new episodes of the last refresh, the keys of those of which the user wants to be notified.
+    QStringList EpisodesToAnnounce();
 
     /// What can be undone. The operations that say so add to it before they notify the listeners.
     const TPodcastUndoLog& UndoLog() const noexcept { return *FUndoLog; }
@@ -299,6 +315,15 @@ private:
                      const QStringList& episodeKeys);
     void KeepForUndo(std::shared_ptr<TPodcastRemovedFeed> removed, const QString& title, qsizetype count,
                      std::vector<vexa::TrashedFile> inTrash, const QStringList& queued);
+
+    /// Queues the new episodes that the general option and the feeds' own ones want.
+    void DownloadAutomatically();
+    QStringList EpisodesToDownloadAutomatically();
+    void QueueDownloads(const QStringList& episodeKeys);
+    /// Notes which files belong to listened episodes, if any feed limits how long these are kept.
+    void NoteListenedFiles() noexcept;
+    class LimitedFiles;
+    class LimitsTask;
 
     /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.
     void FeedSubscribed();
@@ -333,7 +358,11 @@ private:
     TPodcastOutcomes<TPodcastDownloadOutcome> FDownloadOutcomes;
     std::set<int> FFeedsWithKeptFiles VEXA_GUARDED_BY(FDownloadQueue->Mutex());  // see AreFilesKept
 
+    QSet<QString> FRequested VEXA_GUARDED_BY(FDownloadQueue->Mutex());  // keys that DownloadEpisodes was called with
+
     // Main thread only.
+    FilesInUse FFilesInUse;
+    vexa::TaskHandle FLimitsTask = 0;
     vexa::TaskHandle FRefreshTask = 0;
     vexa::TaskHandle FDownloadTask = 0;
     vexa::TaskHandle FLastRefreshTask = 0;  // still set after the completion, until the thread has released the task

@@ -144,6 +144,7 @@ void TVEXAPodcastsPlugin::Start() {
     LoadSettings();
     FClient->ResumeDownloads();
     FClient->RefreshFeedsOnStartup();
+    FClient->DeleteFilesBeyondLimitsInBackground();
 }
 
 bool TVEXAPodcastsPlugin::IsClientInUse() const {

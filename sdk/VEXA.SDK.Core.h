@@ -155,6 +155,9 @@ enum HostMessage : std::uint32_t {
     kMsgLanguageChanged = 8209,  // an event: all captions have to be read again
     kMsgFilesHeard = 16385,      // an event: files were marked as heard; 2: IVEXAObjectList* of their names
     kMsgFilesUnheard = 16386,    // an event: such a mark was taken back; 2: IVEXAObjectList* of their names
+    // a query: which files must not be deleted now; 2: IVEXAObjectList*, receives the names of those that play, are to
+    // play next, or were begun and not heard to their end. Any failure but E_NOTIMPL: it is not known.
+    kMsgGetFilesInUse = 16387,
 };
 inline constexpr std::int32_t kWindowLibrary = 1;
 

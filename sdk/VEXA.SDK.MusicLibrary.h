@@ -365,9 +365,17 @@ struct IVEXAMLOption : IVEXAPropertyList {
         Caption = 2,  // text, in the user's language
         Kind = 3,     // Kinds; a host leaves out an option of a kind that it does not know
         Value = 4,    // as Kind defines it
+        Choices = 5,  // text, for Choice: what to choose from, in the user's language, separated by "|"
+        Least = 6,    // for Number
+        Most = 7,     // for Number
+        // text, in the user's language, for Choice: what a more general option says, which the first choice follows;
+        // empty when there is none
+        General = 8,
     };
     enum Kinds : std::int32_t {
-        Check = 0,  // the value is 1 or 0
+        Check = 0,   // the value is 1 or 0
+        Number = 1,  // a number from Least to Most
+        Choice = 2,  // the index of a choice, from 0
     };
 
 protected:
@@ -388,6 +396,26 @@ struct IVEXAMLStartOptions : IUnknown {
 
 protected:
     ~IVEXAMLStartOptions() = default;
+};
+
+/// Offered by a storage whose nodes have options of their own, such as how many of a podcast's files are kept. `field`
+/// and `value` are a node's own pair in a selection. Main thread.
+struct IVEXAMLNodeOptions : IUnknown {
+    static constexpr Guid IID = ParseGuid("{3D0A1F57-6C2B-4E0E-9A4D-7C1B52E4A9D6}");
+
+    /// 3: IVEXAMLOption objects in the order in which to show them. E_FAIL for a node without options of its own.
+    virtual HResult GetOptions(IVEXAString* field, const Variant* value, IVEXAObjectList** options) noexcept = 0;
+    /// 4: Sets an option of the node and stores it. E_INVALIDARG for an ID that GetOptions does not return, and for a
+    /// value that Kind does not allow; E_FAIL for a node without options.
+    virtual HResult SetOption(IVEXAString* field, const Variant* value, IVEXAString* id,
+                              const Variant* optionValue) noexcept = 0;
+    /// 5: The node's present pair, so that a host can store data by it: S_OK when it was replaced by another, S_FALSE
+    /// when it is as it was, E_FAIL, with nothing replaced, when it is no node with options. `field` and `value` may
+    /// also be the field of a row's file with its value; the pair becomes that of the node that the row belongs to.
+    virtual HResult GetPresentNode(IVEXAString* field, Variant* value) noexcept = 0;
+
+protected:
+    ~IVEXAMLNodeOptions() = default;
 };
 
 // ---- Services ----

@@ -28,6 +28,7 @@ inline constexpr ReasonText kHostReasons[] = {
     // What is kept in the profile: %1 is one of the three below, %2 the file and %3 the cause.
     {"Player.Reasons\\NotKept", "%1 could not be written to %2: %3"},
     {"Player.Reasons\\KeptPositions", "where files were left"},
+    {"Player.Reasons\\KeptNodes", "how files are played"},
     {"Player.Reasons\\KeptPlaylists", "the playlists"},
     {"Player.Reasons\\KeptMoves", "the counts of moved addresses"},
     {"Player.Reasons\\NoProfile", "cannot make the profile folder %1: choose another"},

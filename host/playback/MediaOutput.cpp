@@ -141,6 +141,7 @@ void MediaOutput::Start(const QString& source) {
     FIsThroughFile = false;
     FCanSeek = true;
     FShowsVideo = FWantsVideo;
+    FVideo.SetWanted(FShowsVideo);
     try {
         FProblem = Problem::NoPlayer;
         Initialize();
@@ -171,7 +172,7 @@ void MediaOutput::Open() {
         if (error) qCWarning(LogHost).noquote() << "the sound's way out:" << Text(error);
     }
     g_signal_connect(FPipeline.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
-    SetVolume(FVolume);
+    ApplyVolume();
 
     // The handler is called on GStreamer's threads, which are joined before this object is destroyed.
     const GstBusSyncHandler handler = [](GstBus*, GstMessage*, void* self) {
@@ -302,12 +303,21 @@ void MediaOutput::SetSpeed(double speed) {
 
 void MediaOutput::SetVolume(double volume) {
     FVolume = std::isfinite(volume) ? std::clamp(volume, 0.0, 1.0) : 1;
-    const double loudness = FVolume * FFade;
-    if (FPipeline) g_object_set(FPipeline.get(), "volume", loudness * loudness * loudness, nullptr);
+    ApplyVolume();
+}
+
+void MediaOutput::SetGain(double factor) {
+    FGain = std::isfinite(factor) ? std::clamp(factor, 0.5, 2.0) : 1;
+    ApplyVolume();
+}
+
+void MediaOutput::ApplyVolume() {
+    const double perceived = FVolume * FGain * FFade;
+    if (FPipeline) g_object_set(FPipeline.get(), "volume", perceived * perceived * perceived, nullptr);
 }
 
 void MediaOutput::SetFade(double share) {
-    if (std::exchange(FFade, std::clamp(share, 0.0, 1.0)) != share) SetVolume(FVolume);
+    if (std::exchange(FFade, std::clamp(share, 0.0, 1.0)) != share) ApplyVolume();
 }
 
 void MediaOutput::SetShortening(bool isShortening) {
@@ -332,16 +342,21 @@ void MediaOutput::SetHasVideo(bool hasVideo) {
     Q_EMIT VideoChanged();
 }
 
+/// Playbin could switch its pictures on and off while it plays, but it locks up now and then when it does. So the
+/// source is opened again.
 void MediaOutput::ShowVideo(bool isShown) {
     VEXA_ASSERT_MAIN_THREAD();
+    if (isShown && FHasVideo && !FCanSeek) return void(Q_EMIT Warned(Problem::NotSeekable));
     if (std::exchange(FShowsVideo, isShown) == isShown || !FPipeline) return;
-    g_object_set(FPipeline.get(), "flags", Flags(), nullptr);
-    if (FIsPrerolled) {
-        FSkipsVideo = !isShown;
-        if (isShown && FHasVideo) SeekNow(Position());  // decoding begins with a whole picture, and from the same place
+    FVideo.SetWanted(isShown);
+    const bool wasPrerolled = FIsPrerolled;
+    if (FCanSeek && (FHasVideo || !wasPrerolled)) {
+        const double position = Position();
+        Drop();
+        if (wasPrerolled && !FTarget) FTarget = position;
+        Open();
+        UpdatePipeline();
     }
-    UpdateShortening();
-    if (!isShown) FVideo.Clear();
     Q_EMIT VideoChanged();
 }
 

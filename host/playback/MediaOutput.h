@@ -64,6 +64,8 @@ public:
     /// stay with the sound.
     void SetShortening(bool isShortening);
     void SetLevelling(bool isLevelling);
+    /// A factor of the volume, from 0.5 to 2; in the same proportion, so that 2 at half the volume is the whole volume.
+    void SetGain(double factor);
 
     State CurrentState() const noexcept { return FState; }
     /// The last problem of the last Start and of the playback that it started.
@@ -119,6 +121,7 @@ private:
     void SeekNow(double seconds);
     void GiveUpSeeking();
     void UpdatePipeline();
+    void ApplyVolume();
     void SetState(State state);
     void Tick();
     bool IsTruncated() const;
@@ -144,7 +147,7 @@ private:
     std::optional<double> FTarget;  // target of a seek that is pending or under way, in s
     // The number of the newest report of the buffer's level.
     std::optional<quint32> FBufferingNumber;
-    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1, FFade = 1;
+    double FPosition = 0, FDuration = 0, FSpeed = 1, FVolume = 1, FGain = 1, FFade = 1;
 };
 
 }  // namespace vexa::host

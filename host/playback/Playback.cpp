@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace vexa::host {
@@ -27,6 +28,7 @@ constexpr double kFarLonger = 1.25;
 constexpr double kSamePlace = 0.5;  // s
 constexpr int kMaxSkip = 3600;
 constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is not in the files
+constexpr double kAfterJump = std::numeric_limits<double>::infinity();
 const QString kVolume = QStringLiteral("Player\\Volume");
 
 }  // namespace
@@ -80,6 +82,7 @@ private:
 Playback::Playback(Host& host, const QString& sink)
     : FHost(host),
       FPositions(host.ProfileFolder()),
+      FNodes(host.ProfileFolder(), host.Library()),
       FOutput(new MediaOutput(sink)),
       FChoices(host.Config()),
       FHook(new Hook(*this)),
@@ -88,6 +91,9 @@ Playback::Playback(Host& host, const QString& sink)
     FHost.Player().SetOutput(std::unique_ptr<AudioOutput>(FOutput));
     FHost.Player().SetStartListener([this] { OnStarted(); });
     FHost.Messages().Hook(FHook.Get());
+    FHost.Messages().Handle(kMsgGetFilesInUse, [this](std::int32_t, void* names) {
+        return ListFilesInUse(static_cast<IVEXAObjectList*>(names));
+    });
     FHost.Addresses().AddKeeper(this);
     bool isNumber = false;
     const double volume = FHost.Config().Find(kVolume).value_or(QString()).toDouble(&isNumber);
@@ -96,8 +102,11 @@ Playback::Playback(Host& host, const QString& sink)
 
     connect(FOutput, &MediaOutput::StateChanged, this, &Playback::OnState);
     connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::PositionChanged);
+    connect(FOutput, &MediaOutput::PositionChanged, this, &Playback::OnPosition);
     connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::DurationChanged);
     connect(FOutput, &MediaOutput::VideoChanged, this, &Playback::VideoChanged);
+    connect(FOutput, &MediaOutput::DurationChanged, this, &Playback::OnDuration);
+    connect(&FNodes, &NodeSettings::Changed, this, &Playback::OnNodesChanged);
     connect(FOutput, &MediaOutput::Closing, this, &Playback::StorePosition);
     connect(FOutput, &MediaOutput::Begun, this, &Playback::OnBegun);
     connect(FOutput, &MediaOutput::Ended, this, &Playback::OnEnded);
@@ -117,6 +126,8 @@ Playback::Playback(Host& host, const QString& sink)
 Playback::~Playback() {
     FHost.Addresses().RemoveKeeper(this);
     FHost.Messages().Unhook(FHook.Get());
+    // Positions are still remembered, but nobody knows them any more.
+    FHost.Messages().Handle(kMsgGetFilesInUse, [](std::int32_t, void*) { return E_FAIL; });
     FHost.Player().SetStartListener(nullptr);
     WorkerPool::Cancel(FDescribing, true);
     for (const TaskHandle naming : FNaming) WorkerPool::Cancel(naming, true);
@@ -207,7 +218,8 @@ void Playback::Stop() {
 
 void Playback::Seek(double seconds) {
     VEXA_ASSERT_MAIN_THREAD();
-    FHasEnded = false;
+    FHasEnded = FIsAtSkip = false;
+    FBefore = kAfterJump;
     FOutput->Seek(seconds);
     Q_EMIT Seeked(FOutput->Position());
 }
@@ -223,7 +235,12 @@ void Playback::SkipForward() {
 void Playback::SetSpeed(double speed) {
     VEXA_ASSERT_MAIN_THREAD();
     FOutput->SetSpeed(speed);
-    FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
+    if (FNode) {
+        FListening.Speed = FOutput->Speed();
+        FNodes.Set(*FNode, FListening);
+    } else {
+        FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
+    }
     Q_EMIT SpeedChanged(FOutput->Speed());
 }
 
@@ -350,6 +367,7 @@ void Playback::Save() {
     VEXA_ASSERT_MAIN_THREAD();
     StorePosition();
     FPositions.Save();
+    FNodes.Save();
 }
 
 void Playback::OnChoices() {
@@ -370,7 +388,12 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
-    if (const HeardFile* left = FPositions.Find(FCurrent.Address)) FOutput->Seek(ResumePosition(*left));
+    ApplyNode();
+    const HeardFile* left = FPositions.Find(FCurrent.Address);
+    const double begin = std::max<double>(left ? ResumePosition(*left) : 0, FListening.SkipStart);
+    FIsAtSkip = begin > 0 && (!left || left->Position < begin);
+    FBefore = begin > 0 ? kAfterJump : 0;
+    if (begin > 0) FOutput->Seek(begin);
     Q_EMIT CurrentChanged();
     DescribeCurrent();
 }
@@ -392,10 +415,62 @@ void Playback::OnDescribed(const NowPlaying& described) {
     if (described.Address != FCurrent.Address) return;  // another file plays by now
     FDescribing = 0;
     FCurrent = described;
-    // An album without a speed of its own is played at 1, not at the speed of the last album.
-    FOutput->SetSpeed(FPositions.Speed(FCurrent.Album));
+    TakeSpeedOfAlbum();
+    // A node or album without a speed of its own is played at 1, not at the speed of the last one.
+    FOutput->SetSpeed(SavedSpeed());
     Q_EMIT SpeedChanged(FOutput->Speed());
     Q_EMIT CurrentChanged();
+}
+
+/// Finds the node of the current file, and what its settings change at once.
+void Playback::ApplyNode() {
+    FNode.reset();
+    Guarded("finding the node of a file", [this] { FNode = FNodes.NodeOf(FCurrent.Address); });
+    FListening = FNode ? FNodes.Get(*FNode) : ListeningSettings();
+    FOutput->SetGain(FListening.Volume);
+}
+
+void Playback::OnNodesChanged() {
+    if (FCurrent.Address.isEmpty()) return;
+    ApplyNode();
+    if (FDescribing != 0 || FOutput->Speed() == SavedSpeed()) return;
+    FOutput->SetSpeed(SavedSpeed());
+    Q_EMIT SpeedChanged(FOutput->Speed());
+}
+
+/// Speeds were once stored by album. The album's becomes the node's, once.
+void Playback::TakeSpeedOfAlbum() {
+    const double speed = FPositions.Speed(FCurrent.Album);
+    if (!FNode || speed == 1) return;
+    FPositions.SetSpeed(FCurrent.Album, 1);
+    if (FListening.Speed != 1) return;
+    FListening.Speed = speed;
+    FNodes.Set(*FNode, FListening);
+}
+
+/// Ends a file where the part at its end begins that is skipped, unless the user has jumped there.
+void Playback::OnPosition(double seconds) {
+    const double before = std::exchange(FBefore, seconds), duration = Duration();
+    if (FListening.SkipEnd == 0 || FHasEnded || !IsPlaying()) return;
+    const double end = duration - FListening.SkipEnd;
+    if (end > FListening.SkipStart && before < end && seconds >= end) OnEnded();
+}
+
+/// A file that is too short to skip anything is played from its beginning.
+void Playback::OnDuration(double seconds) {
+    if (!FIsAtSkip || seconds <= 0) return;
+    FIsAtSkip = false;
+    if (seconds <= FListening.SkipStart + FListening.SkipEnd) FOutput->Seek(0);
+}
+
+HResult Playback::ListFilesInUse(IVEXAObjectList* names) const {
+    if (!names) return E_POINTER;
+    QStringList used = UpNext();
+    if (!FCurrent.Address.isEmpty()) used += {FCurrent.Address, FCurrent.LocalFile};
+    for (const HeardFile& file : FPositions.Begun()) used += file.Address;
+    for (const QString& name : used)
+        if (!name.isEmpty()) names->Add(MakeString(name).Get());
+    return S_OK;
 }
 
 QStringList Playback::KeptAddresses() const {
@@ -412,6 +487,7 @@ void Playback::OnAddressesMoved(const AddressMoves& moves) {
     if (!FPositions.Move(moves) && !isCurrent) return;
     if (isCurrent) {
         FCurrent.Address = *current;
+        ApplyNode();
         if (FDescribing != 0) DescribeCurrent();  // OnDescribed would drop a description of the old address
     }
     SaveSoon();
@@ -451,6 +527,7 @@ void Playback::OnState() {
         StorePosition();
         SaveSoon();
     }
+    if (state == State::Stopped) FNode.reset();
     if (state == State::Stopped && !std::exchange(FCurrent, {}).Address.isEmpty()) Q_EMIT CurrentChanged();
     Q_EMIT StateChanged();
 }

@@ -17,12 +17,14 @@
 #include "Host.h"
 #include "ListeningChoices.h"
 #include "MediaOutput.h"
+#include "NodeSettings.h"
 #include "Positions.h"
 #include "SleepTimer.h"
 
 #include <QObject>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace vexa::host {
@@ -71,6 +73,9 @@ public:
     int SkipForwardBy() const;
     /// Where each file was left, which includes the files to continue listening to.
     const Positions& SavedPositions() const noexcept { return FPositions; }
+    /// How the files of nodes are played. A change takes effect on the current file at once, but for the part at its
+    /// beginning.
+    NodeSettings& Nodes() noexcept { return FNodes; }
     SleepTimer& Sleep() noexcept { return FSleep; }
     /// The pictures of files with video. Only a window that can show them wants them; see MediaOutput.
     VideoFrames& Video() noexcept { return FOutput->Video(); }
@@ -101,7 +106,8 @@ public Q_SLOTS:
     void Seek(double seconds);
     void SkipBack();
     void SkipForward();
-    /// `speed` is from MediaOutput::kSlowest to kFastest. It is remembered for the current album.
+    /// `speed` is from MediaOutput::kSlowest to kFastest. It is remembered for the current file's node, else for its
+    /// album.
     void SetSpeed(double speed);
     /// `volume` is from 0 to 1. It is stored in the settings (Player\Volume).
     void SetVolume(double volume);
@@ -169,6 +175,13 @@ private:
     void OnDescribed(const NowPlaying& described);
     void OnBegun();
     void OnEnded();
+    void OnPosition(double seconds);
+    void OnDuration(double seconds);
+    void OnNodesChanged();
+    void ApplyNode();
+    void TakeSpeedOfAlbum();
+    double SavedSpeed() const { return FNode ? FListening.Speed : FPositions.Speed(FCurrent.Album); }
+    HResult ListFilesInUse(IVEXAObjectList* names) const;
     bool Advance();
     bool SkipAhead(const QString& reason);
     void RestoreTaken();
@@ -185,6 +198,7 @@ private:
 
     Host& FHost;
     Positions FPositions;
+    NodeSettings FNodes;
     MediaOutput* const FOutput;  // the host's player owns it
     SleepTimer FSleep;
     ListeningChoices FChoices;
@@ -193,6 +207,10 @@ private:
     std::function<qint64()> FClock;
     PlayOrder* FOrder = nullptr;
     NowPlaying FCurrent;
+    std::optional<NodeName> FNode;    // of the current file
+    ListeningSettings FListening;     // of that node
+    bool FIsAtSkip = false;           // the current file was begun after the part that is skipped
+    double FBefore = 0;               // the position reported last; infinite after a jump
     bool FHasEnded = false;           // the current file was heard or is to start over: its position is not saved
     QString FTried;                   // the file that was started last
     bool FIsAdvancing = false;        // FTried was started by Next or automatically, and nothing was heard of it yet

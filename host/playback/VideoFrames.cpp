@@ -42,6 +42,14 @@ void VideoFrames::Clear() {
     Tell();
 }
 
+void VideoFrames::SetWanted(bool areWanted) {
+    {
+        const TLock lock(FMutex);
+        FAreWanted = areWanted;
+    }
+    if (!areWanted) Clear();
+}
+
 void VideoFrames::Take(GstElement* sink, const char* action) {
     GstSample* sample = nullptr;
     g_signal_emit_by_name(sink, action, &sample);
@@ -49,6 +57,7 @@ void VideoFrames::Take(GstElement* sink, const char* action) {
     std::shared_ptr<GstSample> taken(sample, gst_sample_unref);
     {
         const TLock lock(FMutex);
+        if (!FAreWanted) return;
         FNewest.swap(taken);
     }
     Tell();

@@ -30,6 +30,8 @@ public:
     VideoFrame Newest() const;
     /// Forgets the picture.
     void Clear();
+    /// While nobody wants pictures, those that still come are dropped, and there is none.
+    void SetWanted(bool areWanted);
 
     /// Makes a sink that gives its pictures to this object, which has to outlive it. The caller owns it. Null when
     /// GStreamer has none.
@@ -45,6 +47,7 @@ private:
 
     mutable TMutex FMutex;
     std::shared_ptr<GstSample> FNewest VEXA_GUARDED_BY(FMutex);
+    bool FAreWanted VEXA_GUARDED_BY(FMutex) = false;
     std::atomic<bool> FIsTold{false};  // a notification is on its way to the main thread
 };
 

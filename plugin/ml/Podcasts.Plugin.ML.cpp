@@ -48,25 +48,38 @@ struct NewEpisodes {
     QString First;      // the address by which the player plays the first one; empty when none can be played
 };
 
-NewEpisodes NamesOfNewEpisodes(TPodcastClient& client) {
+NewEpisodes NamesOfEpisodes(TPodcastClient& client, const QStringList& keys) {
     NewEpisodes result;
-    qsizetype count = 0;
-    for (const TPodcastRefreshOutcome& outcome : client.RefreshOutcomes().From()) {
-        count += outcome.NewEpisodes.size();
-        for (const QString& key : outcome.NewEpisodes) {
-            if (result.Names.size() == kMaxNamesInBalloon) break;
-            const auto episode = client.DB().GetEpisode(key);
-            const auto feed = episode ? client.DB().GetFeed(episode->FeedID, false) : nullptr;
-            if (!feed) continue;
-            const QString name = feed->Fields[pffTitle] + u" – " + episode->Fields[pefTitle];
-            result.Names += name.simplified().left(kMaxNameInBalloon);
-            if (result.First.isEmpty()) result.First = episode->Fields[pefURI];
-        }
+    for (const QString& key : keys) {
+        if (result.Names.size() == kMaxNamesInBalloon) break;
+        const auto episode = client.DB().GetEpisode(key);
+        const auto feed = episode ? client.DB().GetFeed(episode->FeedID, false) : nullptr;
+        if (!feed) continue;
+        const QString name = feed->Fields[pffTitle] + u" – " + episode->Fields[pefTitle];
+        result.Names += name.simplified().left(kMaxNameInBalloon);
+        if (result.First.isEmpty()) result.First = episode->Fields[pefURI];
     }
-    const qsizetype more = count - result.Names.size();
+    const qsizetype more = keys.size() - result.Names.size();
     if (more > 0 && !result.Names.isEmpty())
         result.Names += FormatText(LocalizedText(kMoreKey), QLocale().toString(more));
     return result;
+}
+
+/// What the player uses now: keys of episodes and names of files.
+std::optional<QStringList> FilesInUse() {
+    const auto names = CreateHostObject<IVEXAObjectList>();
+    const HResult result = SendHostMessage(kMsgGetFilesInUse, 0, names.Get());
+    if (Failed(result) && result != E_NOTIMPL) return std::nullopt;
+    QStringList keys;
+    const std::int32_t count = names->GetCount();
+    for (std::int32_t i = 0; i < count; ++i) {
+        Ref<IVEXAString> name;
+        if (Failed(names->GetObject(i, IVEXAString::IID, name.PutVoid()))) continue;
+        const QString text = FromHostString(name.Get());
+        QString key;
+        keys += TVEXAPodcastsFileManager::ParseURI(text, key) ? key : text;
+    }
+    return keys;
 }
 
 void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
@@ -85,6 +98,7 @@ Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& c
                                                                std::function<void()> onSave) {
     auto extension = NewObject<TVEXAPodcastsMLExtension>(client, std::move(onLoad), std::move(onSave));
     client.Listeners().Add(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(extension.Get())));
+    client.SetFilesInUse(FilesInUse);
     return extension;
 }
 
@@ -253,7 +267,10 @@ void TVEXAPodcastsMLExtension::RefreshFeed(const QString& feedURL) {
 
 void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
     TPodcastClient* const client = FClient.Get();
-    if (hasNewEpisodes && client && client->Options().ShowNotifications()) ShowNewEpisodes(*client);
+    QStringList announced;
+    if (hasNewEpisodes && client)
+        GuardedCall("choosing what to announce", [&] { announced = client->EpisodesToAnnounce(); });
+    if (!announced.isEmpty()) ShowNewEpisodes(*client, announced);
     FTasks.FinishTask(TaskKind::Refresh);
 }
 
@@ -294,13 +311,13 @@ void TVEXAPodcastsMLExtension::DataChanged() {
 // ---- Notifications ----
 
 /// A click opens the podcasts, whichever episodes have arrived; the button plays the first one named.
-void TVEXAPodcastsMLExtension::ShowNewEpisodes(TPodcastClient& client) {
+void TVEXAPodcastsMLExtension::ShowNewEpisodes(TPodcastClient& client, const QStringList& keys) {
     if (!FTrayIcon) {
         FTrayIcon = std::make_unique<NotificationIcon>();
         FTrayIcon->SetIcon(TrayIconBytes());
     }
     NewEpisodes episodes;
-    GuardedCall("naming new episodes", [&] { episodes = NamesOfNewEpisodes(client); });
+    GuardedCall("naming new episodes", [&] { episodes = NamesOfEpisodes(client, keys); });
     FTrayIcon->SetOnClick([this] { OpenPodcasts(); });
     if (episodes.First.isEmpty())
         FTrayIcon->SetButton({}, {});

@@ -34,7 +34,7 @@ class TVEXAPodcastsMLExtension
                               vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
                               vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
                               vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
-                              vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo> {
+                              vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo, vexa::IVEXAMLNodeOptions> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -100,6 +100,13 @@ public:
     vexa::HResult GetInfo(vexa::IVEXAString* field, const vexa::Variant* value,
                           vexa::IVEXAPropertyList* info) noexcept override;
 
+    // IVEXAMLNodeOptions.
+    vexa::HResult GetOptions(vexa::IVEXAString* field, const vexa::Variant* value,
+                             vexa::IVEXAObjectList** options) noexcept override;
+    vexa::HResult SetOption(vexa::IVEXAString* field, const vexa::Variant* value, vexa::IVEXAString* id,
+                            const vexa::Variant* optionValue) noexcept override;
+    vexa::HResult GetPresentNode(vexa::IVEXAString* field, vexa::Variant* value) noexcept override;
+
     // IVEXAMLUndo.
     vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;
     vexa::HResult Undo(std::int64_t act, vexa::IVEXAMLUndoEvents* events) noexcept override;
@@ -120,7 +127,7 @@ private:
     static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                      const RequestUser& use) noexcept;
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
-    void ShowNewEpisodes(TPodcastClient& client);
+    void ShowNewEpisodes(TPodcastClient& client, const QStringList& keys);
     void OpenPodcasts();
     void MarkPlayedEpisode();
 

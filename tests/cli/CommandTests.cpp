@@ -15,7 +15,9 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
         "|nonsense|--nonsense|feeds extra|feeds --new|feeds --json=1|feeds --profile|subscribe|show|show 1: --json|"
         "show 1:00000000 1:00000001|mark new|mark heard 1:00000000|download|download --new 1:00000000|episodes --limit|"
         "episodes --limit x|episodes --offset=-1|episodes --state heard|options Nothing|options CheckUpdates 4|"
-        "options ShowNotifications maybe|subscribe x --feed 0|options CacheFileNameTemplate relative|set-address 1";
+        "options ShowNotifications maybe|subscribe x --feed 0|options CacheFileNameTemplate relative|set-address "
+        "1|feed-options|"
+        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4";
     for (const QString& words : cases.split('|')) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.toStdString();
@@ -28,6 +30,7 @@ TEST_F(Program, HelpAndVersionNeedNoProfile) {
     const QString profile = " --profile " + Profile.File("none"), all = RunWith("--help" + profile).Out;
     const QString commands =
         "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files set-address options "
+        "feed-options "
         "import export";
     for (const QString& command : commands.split(' ')) {
         EXPECT_TRUE(all.contains("\n  " + command + u' ')) << command.toStdString();
@@ -221,6 +224,43 @@ TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_TRUE(RunWith("options --profile=" + Profile.Path()).Out.startsWith(options));
     EXPECT_EQ(RunWith("options CheckUpdates --profile " + Profile.Path()).Out, "3\n");
     EXPECT_EQ(Run("--json feeds").Out, "[]\n");
+}
+
+TEST_F(Program, AFeedsOwnOptionsAreShownAndSet) {
+    const FolderServer server;
+    Run("subscribe " + WriteFeed(server, "Show", 4));
+    const struct {
+        const char* Words;
+        int Status;
+        const char *Out, *Error;
+    } cases[] = {
+        {"1", 0,
+         "DownloadNewEpisodesAutomatically=general (0)\nKeepFiles=0\nDeleteListenedAfterDays=0\n"
+         "ShowNotifications=general (1)\n",
+         ""},
+        {"1 keepfiles 2", 0, "", ""},
+        {"1 KeepFiles", 0, "2\n", ""},
+        {"1 KeepFiles many", 2, "", "KeepFiles is a number from 0 (off) to 999, not \"many\""},
+        {"1 ShowNotifications on", 2, "", "ShowNotifications is general, always or never, not \"on\""},
+        {"1 Keep 2", 2, "", "the feed options are DownloadNewEpisodesAutomatically, KeepFiles, "},
+        {"7 KeepFiles", 1, "", "7"},
+        {"1 DownloadNewEpisodesAutomatically Always", 0, "", ""},
+        {"1 DownloadNewEpisodesAutomatically --json", 0,
+         "[\n{\"general\":false,\"name\":\"DownloadNewEpisodesAutomatically\",\"value\":\"always\"}\n]\n", ""},
+        {"1 KeepFiles --json", 0, "[\n{\"general\":null,\"name\":\"KeepFiles\",\"value\":2}\n]\n", ""},
+    };
+    for (const auto& [words, status, out, error] : cases) {
+        const Result result = Run("feed-options " + QString(words));
+        EXPECT_EQ(result.Status, status) << words;
+        EXPECT_EQ(result.Out, QString(out)) << words;
+        EXPECT_TRUE(result.Error.contains(error)) << words << ": " << result.Error.toStdString();
+    }
+    WriteFeed(server, "Show", 5);
+    EXPECT_EQ(Run("refresh").Status, 0);
+    EXPECT_EQ(QDir(Files.File("Show")).entryList(QDir::Files), QStringList({"Show-4.mp3", "Show-5.mp3"}));
+    WriteFeed(server, "Show", 6);
+    EXPECT_EQ(Run("refresh").Status, 0);
+    EXPECT_EQ(QDir(Files.File("Show")).entryList(QDir::Files), QStringList({"Show-5.mp3", "Show-6.mp3"}));
 }
 
 TEST_F(Program, SubscriptionsMoveToOtherAddressesAndProfiles) {

@@ -98,6 +98,7 @@ TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
         {"show -- ", keys},
         {"show -- --", {}},
         {"options Mark", {"MarkEpisodesListenedOnStartPlayback"}},
+        {"feed-options 1 K", {"KeepFiles"}},
         {"nonsense ", {}},
     };
     for (const auto& [line, offers] : cases)

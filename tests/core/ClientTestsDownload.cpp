@@ -451,7 +451,8 @@ TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribed
     Subscribe("b", {{"1", "/1.mp3"}});
     ServeAudio({"/1.mp3", "/2.mp3"});
     Download({Key("/1.mp3"), Key("/2.mp3")});
-    Client->DownloadNewEpisodes();  // files that exist already are recorded for the other feed, too
+    Client->DownloadEpisodes(
+        Client->NewEpisodesToDownload());  // files that exist already are recorded for the other feed, too
     ASSERT_TRUE(WaitForTasks());
     const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
     EXPECT_EQ(Feed("/b").Episodes(0).Fields[pefURLAudioCached], shared);

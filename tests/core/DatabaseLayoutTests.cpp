@@ -23,22 +23,25 @@ protected:
 TEST_F(DatabaseLayout, AFreshFileHasTheTablesThatOtherProgramsKnow) {
     Open();
     PlainSqlite plain(File);
-    EXPECT_EQ(plain.Rows("SELECT m.name, group_concat(c.name || ' ' || c.type, ', ') FROM sqlite_master m, "
-                         "pragma_table_info(m.name) c WHERE m.name GLOB 'Podcast*' GROUP BY m.name"),
-              QStringList({"PodcastEpisodeNames|ID INTEGER, Name INTEGER, Episode INTEGER, FeedID INTEGER, "
-                           "GUIDCheck INTEGER",
-                           "PodcastEpisodes|URI TEXT, FeedID INTEGER, GUID TEXT, Title TEXT, Description TEXT, "
-                           "Artist TEXT, URL TEXT, URLAudio TEXT, URLAudioCached TEXT, PublishDate DOUBLE, "
-                           "Duration DOUBLE, State INTEGER, Format TEXT",
-                           "PodcastFeedDocuments|FeedID INTEGER, URLFeed TEXT, Address TEXT, Charset TEXT, ETag TEXT, "
-                           "LastModified TEXT, Digest TEXT, WantedAddress TEXT, Rules INTEGER, EpisodeCount INTEGER, "
-                           "LastRow INTEGER",
-                           "PodcastFeedLogoLooks|FeedID INTEGER, URLLogo TEXT, LookedAt INTEGER, Outcome INTEGER",
-                           "PodcastFeedLogos|ID INTEGER, Data BLOB",
-                           "PodcastFeeds|FeedID INTEGER, Name TEXT, Category TEXT, Copyright TEXT, Description TEXT, "
-                           "Language TEXT, AuthLogin TEXT, AuthPassword TEXT, Author TEXT, URL TEXT, URLFeed TEXT, "
-                           "URLLogo TEXT",
-                           "PodcastQueue|Place INTEGER, EpisodeKey TEXT"}));
+    EXPECT_EQ(
+        plain.Rows("SELECT m.name, group_concat(c.name || ' ' || c.type, ', ') FROM sqlite_master m, "
+                   "pragma_table_info(m.name) c WHERE m.name GLOB 'Podcast*' GROUP BY m.name"),
+        QStringList(
+            {"PodcastEpisodeNames|ID INTEGER, Name INTEGER, Episode INTEGER, FeedID INTEGER, "
+             "GUIDCheck INTEGER",
+             "PodcastEpisodes|URI TEXT, FeedID INTEGER, GUID TEXT, Title TEXT, Description TEXT, "
+             "Artist TEXT, URL TEXT, URLAudio TEXT, URLAudioCached TEXT, PublishDate DOUBLE, "
+             "Duration DOUBLE, State INTEGER, Format TEXT",
+             "PodcastFeedAddresses|URLFeed TEXT, FeedID INTEGER",
+             "PodcastFeedDocuments|FeedID INTEGER, URLFeed TEXT, Address TEXT, Charset TEXT, ETag TEXT, "
+             "LastModified TEXT, Digest TEXT, WantedAddress TEXT, Rules INTEGER, EpisodeCount INTEGER, "
+             "LastRow INTEGER",
+             "PodcastFeedLogoLooks|FeedID INTEGER, URLLogo TEXT, LookedAt INTEGER, Outcome INTEGER",
+             "PodcastFeedLogos|ID INTEGER, Data BLOB", "PodcastFeedOptions|FeedID INTEGER, Name TEXT, Value TEXT",
+             "PodcastFeeds|FeedID INTEGER, Name TEXT, Category TEXT, Copyright TEXT, Description TEXT, "
+             "Language TEXT, AuthLogin TEXT, AuthPassword TEXT, Author TEXT, URL TEXT, URLFeed TEXT, "
+             "URLLogo TEXT",
+             "PodcastListenedFiles|FileName TEXT, NotedAt INTEGER", "PodcastQueue|Place INTEGER, EpisodeKey TEXT"}));
     // A feed has one row per address, and a feed's ID is never reused.
     for (const char* row : {"('u', 1, 'a')", "('u', 2, 'b')", "('u', 1, 'c')"})
         plain.Run(QByteArray("INSERT INTO PodcastEpisodes (URI, FeedID, GUID) VALUES ") + row);
@@ -103,9 +106,11 @@ TEST_F(DatabaseLayout, MissingPartsOfAnOlderLayoutAreAdded) {
         const QString table = column.section('.', 0, 0), name = column.section('.', 1);
         // A key cannot be dropped; without a GUID the layout is the first one.
         static const QStringList keys{
-            "PodcastFeeds.FeedID",    "PodcastFeedDocuments.FeedID", "PodcastFeedLogoLooks.FeedID",
-            "PodcastEpisodeNames.ID", "PodcastEpisodes.URI",         "PodcastEpisodes.FeedID",
-            "PodcastEpisodes.GUID",   "PodcastQueue.Place",          "PodcastQueue.EpisodeKey"};
+            "PodcastFeeds.FeedID",          "PodcastFeedDocuments.FeedID", "PodcastFeedLogoLooks.FeedID",
+            "PodcastEpisodeNames.ID",       "PodcastEpisodes.URI",         "PodcastEpisodes.FeedID",
+            "PodcastEpisodes.GUID",         "PodcastQueue.Place",          "PodcastQueue.EpisodeKey",
+            "PodcastFeedOptions.FeedID",    "PodcastFeedOptions.Name",     "PodcastFeedAddresses.URLFeed",
+            "PodcastListenedFiles.FileName"};
         if (keys.contains(column)) continue;
         SCOPED_TRACE(column.toStdString());
         {

@@ -298,7 +298,8 @@ TEST_F(Database, EpisodesAreReturnedNewestFirstFilteredSearchedAndPaged) {
     visited.clear();
     DB.SetCachedFile(MakeEpisodeKey(id, "c"), "/c.mp3");
     Other.Run("UPDATE PodcastEpisodes SET URLAudioCached = NULL WHERE GUID = 'a'");
-    DB.EnumNewEpisodes([&](const QString& uri) { visited += uri.at(uri.size() - 5); });
+    DB.EnumNewEpisodes(
+        [&](const TPodcastUncachedEpisode& episode) { visited += episode.URI.at(episode.URI.size() - 5); });
     EXPECT_EQ(visited, "_%da");
 }
 

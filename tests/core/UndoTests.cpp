@@ -45,6 +45,7 @@ protected:
                                                 {"PodcastEpisodes", "FeedID", ""},
                                                 {"PodcastFeedLogos", "ID", ""},
                                                 {"PodcastFeedLogoLooks", "FeedID", ""},
+                                                {"PodcastFeedOptions", "FeedID", ""},
                                                 {"PodcastEpisodeNames", "FeedID", "Episode"}}) {
             QStringList columns = Plain.Rows("SELECT name FROM pragma_table_info('" + QByteArray(table) + "')");
             columns.removeIf([&](const QString& name) { return name == feed || name == left; });
@@ -145,8 +146,10 @@ TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
     Mark({"/2.mp3"}, pesPostponed);
     const int id = Client->DB().GetFeedID(Server.Url("/a"));
     Client->DB().NoteLogoLook(id, {"http://h/logo", 7, TPodcastLogoOutcome::Picture}, "picture");
+    ASSERT_TRUE(Client->SetFeedOption(id, *FindPodcastFeedOption("KeepFiles"), "9"));
     const QStringList before = Stored("/a");
-    ASSERT_EQ(before.size(), 7) << "feed, episodes, logo, look and an older name: " << before.join('\n').toStdString();
+    ASSERT_EQ(before.size(), 8) << "feed, episodes, logo, look, option and an older name: "
+                                << before.join('\n').toStdString();
 
     for (const bool withFiles : {true, false, true}) {
         Client->Unsubscribe(Server.Url("/a"), withFiles, TPodcastUndo::Kept);

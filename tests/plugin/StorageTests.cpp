@@ -235,6 +235,92 @@ TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
     holder.join();
 }
 
+TEST_F(Storage, APodcastsNodeHasItsOwnOptionsAndFilesInUseStay) {
+    for (const char* audio : {"/A1.mp3", "/A2.mp3"}) Server.Serve(audio, Response::Of("sound", "audio/mpeg"));
+    const QByteArray audio = Server.Url("/").toUtf8();
+    Host.Config().Write("Podcasts\\CacheFileNameTemplate", Profile.File("%EpisodeFileName%"));
+    SetOption("ShowNotifications", 1);
+    Subscribe("/a", Feed("A", 1, audio));
+    const auto options = Library().Offered<IVEXAMLNodeOptions>();
+    ASSERT_TRUE(options);
+    // "result field value"
+    const auto present = [&](const QString& field, const QString& value) {
+        const auto name = host::MakeString(field);
+        Variant node = host::ToVariant(host::PropertyValue(value));
+        const HResult result = options->GetPresentNode(name.Get(), &node);
+        return QString(QString("%1 %2 ").arg(result).arg(host::ToQString(name.Get())) +
+                       host::ToText(host::FromVariant(node)));
+    };
+    const QString node = present("FileName", "podcast://" + Server.Url("/A1.mp3").section("//", 1)).section(' ', 2);
+    const QString field = present("FileName", "podcast://" + Server.Url("/A1.mp3").section("//", 1)).section(' ', 1, 1);
+    EXPECT_EQ(present(field, node), "1 " + field + ' ' + node);
+    EXPECT_EQ(present("FileName", "podcast://h/unknown.mp3"), "-2147467259 FileName podcast://h/unknown.mp3");
+    const auto shown = [&] {
+        QStringList texts;
+        Ref<IVEXAObjectList> list;
+        const Variant value = host::ToVariant(host::PropertyValue(node));
+        if (options->GetOptions(host::MakeString(field).Get(), &value, list.Put()) != S_OK) return QString("none");
+        for (std::int32_t i = 0; i < list->GetCount(); ++i) {
+            Ref<IVEXAMLOption> option;
+            list->GetObject(i, IVEXAMLOption::IID, option.PutVoid());
+            texts += host::TextOf(option.Get(), IVEXAMLOption::ID).left(6) + ' ' +
+                     QString::number(host::NumberOf(option.Get(), IVEXAMLOption::Kind)) + ' ' +
+                     QString::number(host::NumberOf(option.Get(), IVEXAMLOption::Value)) + ' ' +
+                     host::TextOf(option.Get(), IVEXAMLOption::General);
+        }
+        return texts.join('|');
+    };
+    const auto set = [&](const QString& id, int number) {
+        const Variant value = host::ToVariant(host::PropertyValue(node));
+        const Variant wanted = host::ToVariant(host::PropertyValue(number));
+        return options->SetOption(host::MakeString(field).Get(), &value, host::MakeString(id).Get(), &wanted);
+    };
+    EXPECT_EQ(shown(), "Downlo 2 0 off|KeepFi 1 0 |Delete 1 0 |ShowNo 2 0 on");
+    EXPECT_EQ(set("KeepFiles", 1), S_OK);
+    EXPECT_EQ(set("DownloadNewEpisodesAutomatically", 1), S_OK);
+    EXPECT_EQ(set("ShowNotifications", 2), S_OK);
+    EXPECT_EQ(set("KeepFiles", -1), E_INVALIDARG);
+    EXPECT_EQ(set("ShowNotifications", 3), E_INVALIDARG);
+    EXPECT_EQ(set("Other", 1), E_INVALIDARG);
+    EXPECT_EQ(shown(), "Downlo 2 1 off|KeepFi 1 1 |Delete 1 0 |ShowNo 2 2 on");
+
+    // The newer file takes the place of the older one, unless the player uses that.
+    const auto refresh = [&] {
+        Run("RefreshFeeds");
+        EXPECT_TRUE(WaitUntil([&] { return Tasks().empty(); }));
+    };
+    const QString older = Profile.File("A1.mp3"), newer = Profile.File("A2.mp3");
+    refresh();
+    ASSERT_TRUE(WaitUntil([&] { return QFile::exists(older) && Tasks().empty(); }));
+    HResult answer = S_OK;
+    QStringList used{"podcast://" + Server.Url("/A1.mp3").section("//", 1)};
+    Host.Messages().Handle(kMsgGetFilesInUse, [&](std::int32_t, void* names) {
+        for (const QString& name : used) static_cast<IVEXAObjectList*>(names)->Add(host::MakeString(name).Get());
+        return answer;
+    });
+    Server.Serve("/a", Response::Of(Feed("A", 2, audio)));
+    refresh();
+    ASSERT_TRUE(WaitUntil([&] { return QFile::exists(newer) && Tasks().empty(); }));
+    EXPECT_TRUE(Desktop::Shown.empty()) << "this podcast is not announced";
+    EXPECT_TRUE(QFile::exists(older)) << "it plays";
+    used.clear();
+    answer = E_FAIL;
+    refresh();
+    EXPECT_TRUE(QFile::exists(older)) << "the player does not know";
+    answer = S_OK;
+    refresh();
+    EXPECT_FALSE(QFile::exists(older));
+    EXPECT_TRUE(QFile::exists(newer));
+
+    // A moved podcast keeps its options, and its node is found by the former pair.
+    Server.Serve("/a", Response::Redirect(Server.Url("/moved").toUtf8(), "301 Moved Permanently"));
+    Server.Serve("/moved", Response::Of(Feed("A", 2, audio)));
+    refresh();
+    ASSERT_EQ(FeedAddresses(), QStringList(Server.Url("/moved")));
+    EXPECT_EQ(present(field, node), "0 " + field + ' ' + QString(node).replace("/a", "/moved"));
+    EXPECT_EQ(shown(), "Downlo 2 1 off|KeepFi 1 1 |Delete 1 0 |ShowNo 2 2 on");
+}
+
 TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Subscribe("/a", Feed("A", 1));
     const struct {

@@ -29,7 +29,7 @@ public:
         return FLanguage.Text(u"Player\\" + QString::fromLatin1(key), part);
     }
     /// Texts about the rows of a storage: the language's texts for this storage, else the window's general ones.
-    enum class RowText { Search, Name, Count, NothingSelected, Sources, NoRows, NothingNew, NothingLater };
+    enum class RowText { Search, Name, Count, NothingSelected, Sources, NoRows, NothingNew, NothingLater, NodeOptions };
     QString Rows(const QString& storageID, RowText which) const {
         const int part = static_cast<int>(which);
         const QString own = FLanguage.Text(u"Rows\\" + storageID, part);

@@ -228,7 +228,8 @@ void LibraryController::FillPage() {
         return [this, info, value = ToText(node.Value)] {
             const auto present = SelectedNode();
             if (!FSource || !info || !present || ToText(present->Value) != value) return;
-            FPage.SetOffered(false, static_cast<bool>(FHost.Menus().WithButton(IVEXAMenuItem::DoneButton)));
+            FPage.SetOffered(static_cast<bool>(FSource->Storage.Offered<IVEXAMLNodeOptions>()),
+                             static_cast<bool>(FHost.Menus().WithButton(IVEXAMenuItem::DoneButton)));
             FPage.Show(*info, FSource->Storage.ID());
             ShowCover();
         };

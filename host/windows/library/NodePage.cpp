@@ -97,6 +97,7 @@ void NodePage::Show(const NodeInfo& info, const QString& storageID) {
     if (isHidden() || info != FInfo || storageID != FStorageID) {
         FInfo = info;
         FStorageID = storageID;
+        Localize();
         Fill();
     }
     show();
@@ -147,13 +148,13 @@ void NodePage::Fill() {
 
 void NodePage::Localize() {
     setAccessibleName(FTexts("Page"));
-    const auto caption = [this](QToolButton* button, const char* key) {
-        button->setToolTip(FTexts(key));
-        button->setAccessibleName(FTexts(key));
+    const auto name = [](QToolButton* button, const QString& caption) {
+        button->setToolTip(caption);
+        button->setAccessibleName(caption);
     };
-    caption(FMark, "PageMark");
-    caption(FOptions, "PageOptions");
-    caption(FWeb, "PageWeb");
+    name(FMark, FTexts("PageMark"));
+    name(FOptions, FTexts.Rows(FStorageID, WindowTexts::RowText::NodeOptions));
+    name(FWeb, FTexts("PageWeb"));
     if (!isHidden()) Fill();
 }
 

@@ -40,23 +40,21 @@ void VideoView::mouseDoubleClickEvent(QMouseEvent*) {
 
 VideoWindow::VideoWindow(Playback& playback, Host& host)
     : FPlayback(playback),
+      FHost(host),
       FTexts(host.Language()),
       FView(new VideoView(playback.Video())),
-      FBar(new PlaybackBar(playback, host)),
+      FLayout(new QVBoxLayout(this)),
       FLanguage(host.Messages(), kMsgLanguageChanged, [this] {
           QEvent changed(QEvent::LanguageChange);
           QCoreApplication::sendEvent(this, &changed);
       }) {
     setObjectName(QStringLiteral("VideoWindow"));
     resize(kFirstSize);
-    auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins({});
-    whole->setSpacing(0);
-    whole->addWidget(FView, 1);
-    whole->addWidget(FBar);
+    FLayout->setContentsMargins({});
+    FLayout->setSpacing(0);
+    FLayout->addWidget(FView, 1);
     FView->setFocus();
     connect(FView, &VideoView::DoubleClicked, this, [this] { SetFullScreen(!isFullScreen()); });
-    connect(FBar, &PlaybackBar::ShowInLibrary, this, &VideoWindow::ShowInLibrary);
     connect(&playback, &Playback::VideoChanged, this, &VideoWindow::Update);
     connect(&playback, &Playback::CurrentChanged, this, &VideoWindow::Localize);
     playback.WantVideo(true);
@@ -75,8 +73,15 @@ void VideoWindow::Localize() {
     FView->setAccessibleName(FTexts.Player("Video"));
 }
 
+void VideoWindow::AddBar() {
+    FBar = new PlaybackBar(FPlayback, FHost);
+    FLayout->addWidget(FBar);
+    connect(FBar, &PlaybackBar::ShowInLibrary, this, &VideoWindow::ShowInLibrary);
+}
+
 void VideoWindow::Update() {
     if (FPlayback.HasVideo() && FPlayback.ShowsVideo()) {
+        if (!FBar) AddBar();
         if (!isVisible()) show();
         return;
     }
@@ -86,7 +91,7 @@ void VideoWindow::Update() {
 
 void VideoWindow::SetFullScreen(bool isFull) {
     setWindowState(windowState().setFlag(Qt::WindowFullScreen, isFull));
-    FBar->setVisible(!isFull);
+    if (FBar) FBar->setVisible(!isFull);
 }
 
 /// Keys that the focused control has not used.

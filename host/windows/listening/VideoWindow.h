@@ -8,6 +8,8 @@
 
 #include <QWidget>
 
+class QVBoxLayout;
+
 namespace vexa::host {
 
 /// The newest picture, as large as fits.
@@ -44,12 +46,15 @@ protected:
 private:
     void Localize() override;
     void Update();
+    void AddBar();
     void SetFullScreen(bool isFull);
 
     Playback& FPlayback;
+    Host& FHost;
     const WindowTexts FTexts;
     VideoView* FView;
-    PlaybackBar* FBar;
+    QVBoxLayout* FLayout;
+    PlaybackBar* FBar = nullptr;  // made when the window is shown for the first time
     MessageListener FLanguage;
 };
 

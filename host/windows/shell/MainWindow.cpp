@@ -5,6 +5,7 @@
 #include "FirstStartPage.h"
 #include "ListeningPane.h"
 #include "ListsPane.h"
+#include "NodeOptionsDialog.h"
 #include "NowPlayingButton.h"
 #include "PlaybackBar.h"
 #include "PlaylistPane.h"
@@ -226,6 +227,9 @@ void MainWindow::ConnectLibrary() {
     connect(FTable, &TablePane::Activated, this, &MainWindow::Play);
     connect(FTable, &TablePane::CurrentChanged, this, &MainWindow::ShowDetails);
     FTable->SetOfferedButtons([this](RowButton button) { return IsOffered(button); });
+    connect(FPage, &NodePage::OptionsWanted, this, [this] {
+        if (const TreePath path = FTree->SelectedPath(); !path.empty()) ShowNodeOptions(path.back());
+    });
     connect(FLibrary.get(), &LibraryController::PlayWanted, this, &MainWindow::Play);
     connect(FTable, &TablePane::ButtonClicked, this, &MainWindow::Run);
     connect(FPlaylists, &PlaylistPane::Activated, this, &MainWindow::Play);
@@ -240,8 +244,7 @@ void MainWindow::ConnectLibrary() {
             add("AddToPlaylist", [this] { FPlaylists->Add(FTable->SelectedFiles()); });
         });
     });
-    connect(FTree, &TreePane::MenuWanted, this,
-            [this](const QPoint& position) { FCommands->ShowMenu(kMenuLibraryTree, position); });
+    connect(FTree, &TreePane::MenuWanted, this, [this](const QPoint& position) { ShowTreeMenu(position); });
     connect(FPlaylists, &PlaylistPane::MenuWanted, this, [this](const QPoint& position) {
         FCommands->ShowMenu(kMenuPlaylistItem, position, [this](QMenu& menu) { FPlaylists->FillMenu(menu); });
     });
@@ -304,6 +307,30 @@ void MainWindow::ConnectPlayback() {
     connect(FDetails, &DetailsPane::SeekWanted, this, [this](const QString& file, double seconds) {
         if (FPlayback.Current().Address != file) FPlayback.Play(file);
         FPlayback.Seek(seconds);
+    });
+}
+
+NodeName MainWindow::NameOf(const TreeNode& node) const {
+    const LibraryStorage* const storage = FLibrary->Storage();
+    return {storage ? storage->ID() : QString(), node.Pair.Field, node.Value()};
+}
+
+void MainWindow::ShowNodeOptions(const TreeNode& node) {
+    const NodeName name = NameOf(node);
+    if (!NodeOptionsDialog::Has(FHost.Library(), name)) return;
+    auto* dialog =
+        new NodeOptionsDialog(FHost.Library(), FPlayback.Nodes(), FHost.Language(), name, node.Caption, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void MainWindow::ShowTreeMenu(const QPoint& position) {
+    const TreePath path = FTree->SelectedPath();
+    const bool hasOptions = !path.empty() && NodeOptionsDialog::Has(FHost.Library(), NameOf(path.back()));
+    if (!hasOptions) return FCommands->ShowMenu(kMenuLibraryTree, position);
+    FCommands->ShowMenu(kMenuLibraryTree, position, [this, node = path.back()](QMenu& menu) {
+        menu.addAction(FTexts.Rows(FLibrary->Storage()->ID(), WindowTexts::RowText::NodeOptions), this,
+                       [this, node] { ShowNodeOptions(node); });
     });
 }
 

@@ -58,6 +58,8 @@ public:
     void LoadPlugin(const QString& fileName);
     /// Plays a file, or shows why it cannot be played.
     void Play(const QString& file);
+    /// Opens the dialog with the settings of a node of the storage shown, if the node has options.
+    void ShowNodeOptions(const TreeNode& node);
     /// Brings the window to the front and opens the addresses as Opener does.
     void Open(const QStringList& addresses);
     void BringToFront();
@@ -89,6 +91,8 @@ private:
     void ConnectPlayback();
     void ConnectLibrary();
     void ConnectMenus();
+    void ShowTreeMenu(const QPoint& position);
+    NodeName NameOf(const TreeNode& node) const;
     void ConnectUndo();
     bool IsOffered(RowButton button) const;
     void Run(RowButton button, const QString& file);
