@@ -42,6 +42,7 @@ TfrmPodcastDeleteConfirmation::TfrmPodcastDeleteConfirmation(WindowHandle owner,
     const auto text = [](const char* key) { return LocalizedText(QString::fromLatin1(key)); };
 
     auto* const imIcon = new QLabel;
+    imIcon->setObjectName(QStringLiteral("imIcon"));
     QIcon glyph;
     for (const char* const name : {"QUESTION", "QUESTION192"})
         glyph.addFile(ResourcePath(QLatin1String(name), QStringLiteral("PNG")));

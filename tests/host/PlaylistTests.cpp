@@ -33,7 +33,7 @@ protected:
         ASSERT_TRUE(tests::WaitUntil([&] { return !host.Playlists().IsBusy(playlist); }));
     }
     /// Makes a smart playlist of the episodes in that state, as a plug-in does.
-    Ref<Playlist> MakeSmart(int state) {
+    Ref<Playlist> MakeSmart(const PropertyValue& state) {
         const auto service = Query<IVEXAServicePlaylistManager2>(&Host.PluginCore());
         Ref<IVEXAPlaylistPreimageFactory> factory;
         Ref<IVEXAPlaylistPreimage> preimage;
@@ -123,6 +123,10 @@ TEST_F(Playlists, ASmartPlaylistFollowsItsFilter) {
     EXPECT_TRUE(playlist->Entries()[1].IsSelected);
     EXPECT_EQ(playlist->FocusedEntry(), 1);
     EXPECT_EQ(MakeSmart(1)->Name(), "new (2)");
+    const Ref<Playlist> longNamed = MakeSmart(QString(101, u'x'));
+    EXPECT_EQ(longNamed->Name(), QString(99, u'x') + u"…");
+    Wait(Host, *longNamed);
+    Host.Playlists().Remove(*longNamed);
 
     Storage->Hold();
     Storage->Manager->Changed();
@@ -199,7 +203,8 @@ TEST_F(Playlists, FiltersAreWrittenAndReadAgain) {
     EXPECT_EQ(FilterToJson(*filter), json);
     EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
     for (const QByteArray odd : {R"({"children":[7]})", R"({"children":[{"field":"a","operation":99}]})",
-                                 R"({"children":[{"field":"a","value":[]}]})", R"({"operation":8})"}) {
+                                 R"({"children":[{"field":"a","value":[]}]})",
+                                 R"({"children":[{"field":"a","value":"x"}]})", R"({"operation":8})"}) {
         const Ref<DataFilter> left(new DataFilter);
         EXPECT_FALSE(AddJsonToFilter(QJsonDocument::fromJson(odd).object(), *left)) << odd.toStdString();
         EXPECT_EQ(left->GetChildCount(), 0);

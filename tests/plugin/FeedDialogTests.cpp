@@ -277,6 +277,7 @@ TEST_F(DialogTest, AsksForConfirmationAndSaysWhetherFilesAreDeleted) {
                        auto& files = Find<QCheckBox>(dialog, "cbDeleteCachedFiles");
                        EXPECT_EQ(files.width(), files.sizeHint().width()) << "a click beside its text would tick it";
                        EXPECT_TRUE(Find<QPushButton>(dialog, "btnOK").isDefault());
+                       EXPECT_FALSE(Find<QLabel>(dialog, "imIcon").pixmap().isNull()) << "the glyph is missing";
                        if (box) files.click();
                        Click(Find<QPushButton>(dialog, button));
                    });

@@ -20,6 +20,7 @@ TEST(FileNames, BecomeOneHarmlessComponent) {
         {"con", "_con"},
         {"com12", "com12"},
         {QString(1000, u'a') + u".mp3", QString(196, u'a') + u".mp3"},
+        {QString(1000, u'a') + u".Z", QString(198, u'a') + u".Z"},
         {QString(1000, u'a') + u".elevenchars", QString(200, u'a')},
         {QString(1000, u'ж') + u".mp3", QString(98, u'ж') + u".mp3"},
         {u"a" + microphone.repeated(100), u"a" + microphone.repeated(49)},
