@@ -270,7 +270,7 @@ void TVEXAPodcastsMLExtension::RefreshFeedsFinished(bool hasNewEpisodes) {
     QStringList announced;
     if (hasNewEpisodes && client)
         GuardedCall("choosing what to announce", [&] { announced = client->EpisodesToAnnounce(); });
-    if (!announced.isEmpty()) ShowNewEpisodes(*client, announced);
+    if (client && !announced.isEmpty()) ShowNewEpisodes(*client, announced);
     FTasks.FinishTask(TaskKind::Refresh);
 }
 
