@@ -395,6 +395,8 @@ TEST_F(ClientDownload, UsesNoFileThatAnotherProgramIsWriting) {
         EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "half");
         EXPECT_EQ(CachedFile("/1.mp3"), recorded);
     }
+    other.Open(AudioFile("a/2.mp3"));
+    EXPECT_FALSE(TPodcastTargetFile::IsBeingWritten(AudioFile("a/1.mp3"))) << "it writes another one now";
 }
 
 TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {

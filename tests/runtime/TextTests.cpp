@@ -144,6 +144,7 @@ TEST(Dates, AreParsedInManyLanguages) {
         {"Di, 24 Nov 2026 25:00:00", ""},
         {"Di, 24 Nov 2026 06:00:00 irgendwo", ""},
         {"Di, 24 Nov", ""},
+        {"Di, 0 24 Nov 2026", ""},
         {"Folge 24, November 2026", ""},
         {"0000-00-00 00:00:00", ""},
         {"1795500000", ""}};
