@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 
@@ -17,13 +18,15 @@ struct File {
 
 }  // namespace
 
-std::vector<TPodcastDiskUsage> GetDiskUsage(TPodcastsDB& db) {
+std::vector<TPodcastDiskUsage> GetDiskUsage(TPodcastsDB& db, const std::optional<QStringList>& inUse) {
+    const QSet<QString> used(inUse ? QSet<QString>(inUse->begin(), inUse->end()) : QSet<QString>());
     QHash<QString, File> files;
     QHash<int, TPodcastDiskUsage> feeds;
     for (const TPodcastStoredFile& stored : db.GetStoredFiles()) {
         File& file = files[stored.FileName];
         if (file.Keys.isEmpty()) file.FeedID = stored.FeedID;
-        file.IsHeard = file.IsHeard && stored.State == pesListened;
+        file.IsHeard = file.IsHeard && inUse && stored.State == pesListened && !used.contains(stored.FileName) &&
+                       !used.contains(stored.EpisodeKey);
         file.Keys += stored.EpisodeKey;
         feeds[stored.FeedID].FeedTitle = stored.FeedTitle;
     }

@@ -3,6 +3,9 @@
 
 #include "Podcasts.Core.DB.h"
 
+#include <optional>
+#include <vector>
+
 namespace podcasts {
 
 struct TPodcastDiskUsage {
@@ -14,7 +17,8 @@ struct TPodcastDiskUsage {
 };
 
 /// Feeds without files are left out; the feed that takes most comes first. A file that several episodes record counts
-/// for the first of them, and as heard only if all of them are. Files that are gone do not count.
-std::vector<TPodcastDiskUsage> GetDiskUsage(TPodcastsDB& db);
+/// for the first of them, and as heard only if all of them are. What is in use, given by keys and file names, is not
+/// heard to its end yet; if it is not known what is, no file counts as heard. Files that are gone do not count.
+std::vector<TPodcastDiskUsage> GetDiskUsage(TPodcastsDB& db, const std::optional<QStringList>& inUse);
 
 }  // namespace podcasts

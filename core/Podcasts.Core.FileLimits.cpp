@@ -171,13 +171,7 @@ int TPodcastClient::DeleteFilesBeyondLimits() noexcept {
     const auto work = [&] {
         const auto superfluous = LimitedFiles(*this).Find();
         if (superfluous.empty()) return;
-        std::optional<QStringList> used;
-        vexa::RunInMainThread(
-            [&] {
-                if (FIsBeingDestroyed) return;
-                used = FFilesInUse ? FFilesInUse() : QStringList();
-            },
-            true);
+        const std::optional<QStringList> used = AskFilesInUse();
         if (!used) return;
         QSet<qint64> rows;  // by row, because a key may be an older name of the episode
         for (const QString& name : *used)
@@ -217,6 +211,17 @@ void TPodcastClient::DeleteFilesBeyondLimitsInBackground() {
     VEXA_ASSERT_MAIN_THREAD();
     vexa::WorkerPool::Cancel(FLimitsTask, true);
     FLimitsTask = vexa::WorkerPool::Run(std::make_unique<LimitsTask>(*this));
+}
+
+std::optional<QStringList> TPodcastClient::AskFilesInUse() {
+    std::optional<QStringList> used;
+    vexa::RunInMainThread(
+        [&] {
+            if (FIsBeingDestroyed) return;
+            used = FFilesInUse ? FFilesInUse() : QStringList();
+        },
+        true);
+    return used;
 }
 
 }  // namespace podcasts

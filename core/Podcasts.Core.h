@@ -273,6 +273,8 @@ public:
     using FilesInUse = std::function<std::optional<QStringList>()>;
     /// Sets who tells which files are in use, which are not deleted then. It is called on the main thread.
     void SetFilesInUse(FilesInUse filesInUse) { FFilesInUse = std::move(filesInUse); }
+    /// Asks for them on the main thread, and waits. Any thread.
+    std::optional<QStringList> AskFilesInUse();
     /// Sets a feed's own option. False, with nothing changed, when there is no such feed, or `value` is none of the
     /// option's values.
     [[nodiscard]] bool SetFeedOption(int feedID, const TPodcastFeedOption& option, const QString& value);

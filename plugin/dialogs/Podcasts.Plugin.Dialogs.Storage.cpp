@@ -52,7 +52,7 @@ TfrmPodcastsStorage::TfrmPodcastsStorage(QWidget* parent, TPodcastsStorageWork w
 void TfrmPodcastsStorage::Load() {
     FWork.Run([page = Link<TfrmPodcastsStorage>(FLinks)](TPodcastClient& client) {
         RunInMainThread(
-            [page, usage = GetDiskUsage(client.DB())] {
+            [page, usage = GetDiskUsage(client.DB(), client.AskFilesInUse())] {
                 if (auto* const present = page.Get()) present->Show(usage);
             },
             false);

@@ -261,7 +261,8 @@ TEST_F(StoragePageTest, ShowsWhatFilesTakeAndDeletesWhatWasHeard) {
         }
     };
     subscribe("Fog", {{"heard1", 3000}, {"new", 2000}, {"heard-gone", 0}});
-    subscribe("Tides", {{"heard2", 9000}, {"both", 500}, {"both", 500}});
+    subscribe("Tides", {{"heard2", 9000}, {"both", 500}, {"both", 500}, {"heard-begun", 100}});
+    Client->SetFilesInUse([] { return QStringList{"podcast://h/Tides3"}; });
     Client->UpdateState(QString("podcast://h/Tides1"), pesListened);
     const auto frame = NewObject<TVEXAPodcastsStorageFrame>(TPodcastsStorageWork{
         .Run = [&](const auto& work) { work(*Client); },
@@ -286,14 +287,14 @@ TEST_F(StoragePageTest, ShowsWhatFilesTakeAndDeletesWhatWasHeard) {
         EXPECT_TRUE(tests::WaitUntil([&] { return shown() == wanted; }, std::chrono::seconds(5)))
             << shown().toStdString();
     };
-    becomes("Tides|2|9.3 kB|8.8 kB  Fog|2|4.9 kB|2.9 kB");
+    becomes("Tides|3|9.4 kB|8.8 kB  Fog|2|4.9 kB|2.9 kB");
     EXPECT_EQ(button.text().remove(QChar(0xa0)), "Delete what was heard (11.7 kB)");
     feeds.topLevelItem(1)->setSelected(true);
     EXPECT_TRUE(button.text().contains("of the selected podcasts")) << button.text().toStdString();
     Click(button);
-    becomes("Tides|2|9.3 kB|8.8 kB  Fog|1|2.0 kB|0 bytes");
+    becomes("Tides|3|9.4 kB|8.8 kB  Fog|1|2.0 kB|0 bytes");
     Click(button);
-    becomes("Fog|1|2.0 kB|0 bytes  Tides|1|500 bytes|0 bytes");
+    becomes("Fog|1|2.0 kB|0 bytes  Tides|2|600 bytes|0 bytes");
     EXPECT_FALSE(button.isEnabled());
 }
 
