@@ -180,10 +180,9 @@ int TPodcastClient::DeleteFilesBeyondLimits() noexcept {
             // Locked, so that the download task cannot take the episode meanwhile.
             const vexa::TLock lock(FDownloadQueue->Mutex());
             const QStringList queued = FDownloadQueue->Items();
-            const bool isNeeded = rows.contains(file.RowID) || used->contains(file.FileName) ||
-                                  std::any_of(file.Keys.begin(), file.Keys.end(), [&](const QString& key) {
-                                      return FRequested.contains(key) || queued.contains(key);
-                                  });
+            bool isNeeded = rows.contains(file.RowID) || used->contains(file.FileName);
+            for (const QString& key : file.Keys)
+                isNeeded = isNeeded || FRequested.contains(key) || queued.contains(key);
             if (isNeeded || FDB->IsFileOfAnotherFeed(file.FileName, feedID) || !FDB->IsUnchanged(file)) continue;
             if (!vexa::MoveToRecycleBin(file.FileName)) continue;  // logs a warning
             FDB->ForgetMissingFile(file.FileName);
