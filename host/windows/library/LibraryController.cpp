@@ -185,7 +185,6 @@ void LibraryController::ShowNode() {
     FTable.Model().SetShowsContainer(path.empty() ||
                                      path.back().Image != IVEXAMLGroupingTreeDataProviderSelection::Source);
     FPage.Clear();
-    FTable.SetHasGrid(!SourcesBelow().empty());
     FillPage();
     FillGrid();
     const std::int32_t image = path.empty() ? -1 : path.back().Image;
@@ -245,8 +244,10 @@ void LibraryController::ShowCover() {
 }
 
 void LibraryController::FillGrid() {
+    std::vector<TreeNode> sources = SourcesBelow();
+    FTable.SetHasGrid(!sources.empty());
     if (!FTable.IsGridShown()) return;
-    FGrid.SetSources(SourcesBelow());
+    FGrid.SetSources(std::move(sources));
     const auto infos = FSource->Storage.Offered<IVEXAMLNodeInfo>();
     if (!infos) return;
     FGridReader.Run([this, infos, sources = FGrid.Sources()](const CancelCheck& isStopped) {
@@ -328,7 +329,6 @@ void LibraryController::ReloadNow() {
     if (!FSource) return;
     FTree.Model().Reload();
     FTable.Model().Reload();
-    FTable.SetHasGrid(!SourcesBelow().empty());
     FillPage();
     FillGrid();
     UpdateIsEmpty();

@@ -45,7 +45,6 @@ public:
     /// Ignores the order by a field that is not shown.
     void SetSort(const QString& sort);
     /// Compact is the table of columns. A storage whose rows have no title is always shown so.
-    bool IsCompact() const { return FCompact->isChecked(); }
     void SetCompact(bool isCompact) { FCompact->setChecked(isCompact); }
     /// Checkable: chooses between table and list.
     QAction* CompactAction() const noexcept { return FCompact; }
