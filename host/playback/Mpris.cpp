@@ -151,7 +151,10 @@ void MprisPlayer::ReadCover() {
         const bool isSaved = !cover.isNull() && cover.save(name);
         return [this, url = isSaved ? QUrl::fromLocalFile(name).toString() : QString()] {
             FCoverUrl = url;
-            if (!FCoverUrl.isEmpty()) NotifyTrack();
+            if (FCoverUrl.isEmpty())
+                FCoverAlbum.clear();  // looked for again with the album's next file
+            else
+                NotifyTrack();
         };
     });
 }

@@ -16,6 +16,7 @@
 #include "SubscribeDialog.h"
 #include "TaskBar.h"
 #include "VEXA.Runtime.ChoiceDialog.h"
+#include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Settings.h"
 #include "Waiting.h"
 
@@ -347,6 +348,21 @@ TEST(Languages, AreListedByTheirOwnNames) {
     EXPECT_EQ(OwnNameOf("My own"), "My own");
 }
 
+TEST(Days, OfTheLastMonthsHaveNoYear) {
+    const QLocale before;
+    const QDateTime recent = QDateTime::currentDateTime().addDays(-40);
+    for (const auto& [locale, format] :
+         {std::pair("en_US", "MMM d"), {"en_GB", "d MMM"}, {"de_DE", "d. MMM"}, {"ru_RU", "d MMM"}}) {
+        QLocale::setDefault(QLocale(QString::fromLatin1(locale)));
+        EXPECT_EQ(DayText(ToOleDate(recent), "today", "yesterday"), QLocale().toString(recent.date(), format))
+            << locale;
+        const double old = ToOleDate(recent.addYears(-1)), future = ToOleDate(recent.addDays(80));
+        EXPECT_EQ(DayText(old, "today", "yesterday"), ShownDate(old)) << locale;
+        EXPECT_EQ(DayText(future, "today", "yesterday"), ShownDate(future)) << locale;
+    }
+    QLocale::setDefault(before);
+}
+
 TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     Start();
     Subscribe();
@@ -487,6 +503,8 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
     QTest::keyClick(grid, Qt::Key_Return);
     ASSERT_TRUE(WaitUntil([&] { return page->isVisible(); }));
     EXPECT_TRUE(Find<QTableView>("Rows")->isVisible());
+    Find<QTableView>("Rows")->selectRow(0);
+    EXPECT_TRUE(WaitUntil([&] { return !Find<QLabel>("DetailsCover")->pixmap().isNull(); })) << "the podcast's";
     QStringList texts;
     for (const auto* label : page->findChildren<ClampedLabel*>()) texts += label->Text();
     EXPECT_EQ(texts.join(u'/'), "Fog/About fog") << "markup is not shown, and pictures are not loaded";

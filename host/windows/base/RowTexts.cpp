@@ -3,6 +3,7 @@
 #include "VEXA.Runtime.Dates.h"
 
 #include <QDateTime>
+#include <QRegularExpression>
 
 #include <cmath>
 
@@ -10,7 +11,8 @@ namespace vexa::host {
 
 namespace {
 
-constexpr double kLongest = 1e9;  // seconds; a longer duration is an error of the feed
+constexpr qint64 kDaysWithoutYear = 300;  // a day and a month name no other day so soon
+constexpr double kLongest = 1e9;          // seconds; a longer duration is an error of the feed
 
 QDateTime Local(double date) {
     const QDateTime utc = date != 0 ? FromOleDate(date) : QDateTime();
@@ -43,7 +45,13 @@ QString ShownDate(double date) {
 QString DayText(double date, const QString& today, const QString& yesterday) {
     const QDateTime local = Local(date);
     const qint64 days = local.isValid() ? local.date().daysTo(QDate::currentDate()) : -1;
-    return days == 0 ? today : days == 1 ? yesterday : ShownDate(date);
+    if (days == 0) return today;
+    if (days == 1) return yesterday;
+    // Day and month stand together in the locale's long format, which names the weekday and the year around them.
+    static const QRegularExpression dayAndMonth(QStringLiteral("(?<!d)d{1,2}[^dMy']*MMMM|MMMM[^dMy']*d{1,2}(?!d)"));
+    const auto found = dayAndMonth.match(QLocale().dateFormat(QLocale::LongFormat));
+    if (days < 0 || days > kDaysWithoutYear || !found.hasMatch()) return ShownDate(date);
+    return QLocale().toString(local.date(), found.captured().replace(QStringLiteral("MMMM"), QStringLiteral("MMM")));
 }
 
 QString ShownDateTime(double date) {

@@ -14,7 +14,7 @@ QString ShownDuration(double seconds);
 /// Empty for 0 and for invalid dates.
 QString ShownDate(double date);
 QString ShownDateTime(double date);
-/// The same as ShownDate, but with the given words for today and yesterday.
+/// The same as ShownDate, but with the given words for today and yesterday, and "19 Nov" for a day of the last months.
 QString DayText(double date, const QString& today, const QString& yesterday);
 
 /// The locale of a language, given by its English name ("German"): the system's locale if it has that language.

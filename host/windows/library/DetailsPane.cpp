@@ -2,7 +2,6 @@
 
 #include "ClampedLabel.h"
 #include "FileInfo.h"
-#include "Images.h"
 #include "RowTexts.h"
 #include "ShowNotes.h"
 
@@ -17,7 +16,7 @@ namespace vexa::host {
 namespace {
 
 constexpr int kDelay = 60;  // milliseconds to wait in case the user moves on to the next row by keyboard
-constexpr int kSmallCover = 64, kCover = 112, kLargeCover = 200, kMaxCoverSize = 2 * kLargeCover;
+constexpr int kSmallCover = 64, kCover = 112, kLargeCover = 200;
 constexpr int kTitleLines = 3;
 // The least height of the pane, and those from which on there is room for covers of the three sizes above the notes.
 constexpr int kMinHeight = 180, kRoomForSmallCover = 280, kRoomForCover = 420, kRoomForLargeCover = 560;
@@ -51,6 +50,7 @@ DetailsPane::DetailsPane(Host& host, QWidget* parent)
     bold.setPointSizeF(bold.pointSizeF() + 2);
     bold.setBold(true);
     FTitle->setFont(bold);
+    FCover->setObjectName(QStringLiteral("DetailsCover"));
     FCover->setAlignment(Qt::AlignCenter);
     FNothing->setAlignment(Qt::AlignCenter);
     FNothing->setMargin(14);
@@ -112,10 +112,7 @@ void DetailsPane::Show(const QString& file, double date) {
 
 void DetailsPane::Stop() {
     Show({}, 0);
-    FCoverContainer.clear();
-    FHost.Http().CancelAll();  // the transfer of a cover may take long
     FFactReader.Stop();
-    FCoverReader.Stop();
 }
 
 auto DetailsPane::ReadFacts(FileInfoService& infos, const PlayerService& player, const QString& file) -> Facts {
@@ -156,36 +153,20 @@ void DetailsPane::ShowFacts(const Facts& facts) {
     FNothing->hide();
     FContent->show();
     Fill();
-    // The cover is the container's, so it is asked for once while the user goes through its files.
-    if (!FFacts.Container.isEmpty() && FFacts.Container == FCoverContainer) return;
-    FCoverContainer = FFacts.Container;
-    FCoverPicture = {};
     ShowCover();
-    FCoverReader.Run([this, file = FFile, name = FFacts.Container,
-                      arts = Ref<AlbumArtService>(&FHost.AlbumArt())](const CancelCheck&) {
-        Ref<IVEXAImageContainer> container;
-        QImage cover;
-        if (Succeeded(
-                arts->GetAlbumArt(MakeString(file).Get(), nullptr, MakeString(name).Get(), nullptr, container.Put())))
-            cover = ToQImage(container.Get());
-        if (!cover.isNull())
-            cover = cover.scaled(kMaxCoverSize, kMaxCoverSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        return [this, cover] {
-            FCoverPicture = QPixmap::fromImage(cover);
-            ShowCover();
-        };
-    });
 }
 
 void DetailsPane::ShowCover() {
-    const bool isShown = !FCoverPicture.isNull() && height() >= kRoomForSmallCover;
-    FCover->setVisible(isShown);
-    if (!isShown) return;
-    const int side = height() >= kRoomForLargeCover ? kLargeCover : height() >= kRoomForCover ? kCover : kSmallCover;
-    QPixmap picture = FCoverPicture;
-    picture.setDevicePixelRatio(std::max(picture.width(), picture.height()) / static_cast<double>(side));
+    const int side = height() >= kRoomForLargeCover   ? kLargeCover
+                     : height() >= kRoomForCover      ? kCover
+                     : height() >= kRoomForSmallCover ? kSmallCover
+                                                      : 0;
+    const QPixmap cover = side > 0 && FCoverSource && !FFacts.Container.isEmpty()
+                              ? FCoverSource(FFile, FFacts.Container, side)
+                              : QPixmap();
+    FCover->setVisible(!cover.isNull());
     FCover->setFixedSize(side, side);
-    FCover->setPixmap(picture);
+    FCover->setPixmap(cover);
 }
 
 void DetailsPane::Fill() {

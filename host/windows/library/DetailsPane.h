@@ -1,5 +1,6 @@
 #pragma once
-// The details of one file: cover, titles, figures and show notes, all read on worker threads. Main thread.
+// The details of one file: titles, figures and show notes, all read on worker threads, below its container's cover.
+// Main thread.
 
 #include "Host.h"
 #include "LatestTask.h"
@@ -12,6 +13,8 @@
 #include <QWidget>
 
 #include <array>
+#include <functional>
+#include <utility>
 
 class QLabel;
 class QToolButton;
@@ -30,6 +33,11 @@ public:
     /// Shows a file; an empty name shows none. `date` is as in rows; 0 for none. For the file shown already, reads its
     /// details again.
     void Show(const QString& file, double date);
+    /// Where covers come from: a square picture of `side` pixels for a file of the container `name`; null for none.
+    using CoverSource = std::function<QPixmap(const QString& file, const QString& name, int side)>;
+    void SetCoverSource(CoverSource source) { FCoverSource = std::move(source); }
+    /// Asks for the cover again; called when the source may return another one.
+    void ShowCover();
     /// Which commands there are for the file besides playing it; fetching is not shown while there is a local copy.
     void SetButtons(bool canFetch, bool canMarkDone);
     void OnThemeChanged();
@@ -59,7 +67,6 @@ private:
 
     void Read();
     void ShowFacts(const Facts& facts);
-    void ShowCover();
     void Fill();
 
     Host& FHost;
@@ -76,9 +83,8 @@ private:
     QString FFile;
     double FDate = 0;
     Facts FFacts;
-    QString FCoverContainer;  // the container whose cover is shown
-    QPixmap FCoverPicture;    // null when it has none
-    LatestTask FFactReader, FCoverReader;
+    CoverSource FCoverSource;
+    LatestTask FFactReader;
 };
 
 }  // namespace vexa::host

@@ -294,6 +294,9 @@ void MainWindow::ConnectPlayback() {
     connect(&FPlayback, &Playback::CurrentChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::CoversChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::StorageChanged, this, showCover);
+    FDetails->SetCoverSource(
+        [this](const QString& file, const QString& name, int side) { return FLibrary->Cover(file, name, side); });
+    connect(FLibrary.get(), &LibraryController::CoversChanged, FDetails, &DetailsPane::ShowCover);
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(&FVideo, &VideoWindow::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(&FVideo, &VideoWindow::ShowInLibrary, this, &MainWindow::BringToFront);
