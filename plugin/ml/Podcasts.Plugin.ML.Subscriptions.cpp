@@ -8,6 +8,7 @@
 #include "VEXA.Runtime.Url.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 namespace podcasts {
@@ -19,7 +20,9 @@ namespace {
 /// One outcome of a task, as a property list.
 class TaskOutcome : public TVEXAPropertyListAs<IVEXAMLTaskOutcome> {
 public:
-    QString ItemText, CaptionText, File, ErrorText, NewAddress;
+    QString ItemText, File, ErrorText, NewAddress;
+    // Called for each caption that is read: hosts show those of few items, and a task may have had thousands.
+    std::function<QString(TPodcastsDB&)> ReadTitle;
     std::int32_t NewEpisodes = 0;
     bool IsDropped = false, IsMoveRefused = false;
 
@@ -29,9 +32,12 @@ protected:
             case Item:
                 value = ToVariant(ItemText);
                 break;
-            case Caption:
-                value = ToVariant(CaptionText.isEmpty() ? MaskedUrl(ItemText) : CaptionText);
+            case Caption: {
+                const auto client = TPodcastsClientPass::Enter();
+                const QString title = client ? ReadTitle(client->DB()) : QString();
+                value = ToVariant(title.isEmpty() ? MaskedUrl(ItemText) : title);
                 break;
+            }
             case NewCount:
                 value = ToVariant(NewEpisodes);
                 break;
@@ -82,11 +88,14 @@ protected:
     }
 };
 
-Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) {
+Ref<TaskOutcome> ToOutcome(const TPodcastRefreshOutcome& from) {
     auto outcome = NewObject<TaskOutcome>();
     outcome->ItemText = from.FeedURL;
     const QString& present = from.MovedTo.isEmpty() || from.IsMoveRefused ? from.FeedURL : from.MovedTo;
-    if (const auto feed = db.GetFeed(present, false)) outcome->CaptionText = feed->Fields[pffTitle];
+    outcome->ReadTitle = [present](TPodcastsDB& db) {
+        const auto feed = db.GetFeed(present, false);
+        return feed ? feed->Fields[pffTitle] : QString();
+    };
     outcome->NewAddress = from.MovedTo;
     outcome->IsMoveRefused = from.IsMoveRefused;
     outcome->NewEpisodes = static_cast<std::int32_t>(from.NewEpisodes.size());
@@ -95,10 +104,13 @@ Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastRefreshOutcome& from) 
     return outcome;
 }
 
-Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastDownloadOutcome& from) {
+Ref<TaskOutcome> ToOutcome(const TPodcastDownloadOutcome& from) {
     auto outcome = NewObject<TaskOutcome>();
     outcome->ItemText = from.EpisodeKey;
-    if (const auto episode = db.GetEpisode(from.EpisodeKey)) outcome->CaptionText = episode->Fields[pefTitle];
+    outcome->ReadTitle = [key = from.EpisodeKey](TPodcastsDB& db) {
+        const auto episode = db.GetEpisode(key);
+        return episode ? episode->Fields[pefTitle] : QString();
+    };
     outcome->File = from.FileName;
     outcome->ErrorText = LocalizedText(from.Error);
     outcome->IsDropped = from.IsDropped;
@@ -106,10 +118,10 @@ Ref<TaskOutcome> ToOutcome(TPodcastsDB& db, const TPodcastDownloadOutcome& from)
 }
 
 template <class Outcomes>
-Ref<IVEXAObjectList> ToList(TPodcastsDB& db, const Outcomes& outcomes, std::int32_t first) {
+Ref<IVEXAObjectList> ToList(const Outcomes& outcomes, std::int32_t first) {
     auto list = CreateHostObject<IVEXAObjectList>();
     for (const auto& outcome : outcomes.From(static_cast<std::size_t>(std::max(first, 0)))) {
-        const auto object = ToOutcome(db, outcome);
+        const auto object = ToOutcome(outcome);
         RaiseIfFailed(list->Add(static_cast<TInterfacedObjectEx*>(object.Get())));
     }
     return list;
@@ -292,10 +304,10 @@ HResult TVEXAPodcastsMLExtension::GetOutcomes(std::int32_t taskID, std::int32_t 
         if (!client) return E_FAIL;
         switch (taskID) {
             case Downloads:
-                *outcomes = ToList(client->DB(), client->DownloadOutcomes(), first).Detach();
+                *outcomes = ToList(client->DownloadOutcomes(), first).Detach();
                 return S_OK;
             case Refresh:
-                *outcomes = ToList(client->DB(), client->RefreshOutcomes(), first).Detach();
+                *outcomes = ToList(client->RefreshOutcomes(), first).Detach();
                 return S_OK;
             default:
                 return E_INVALIDARG;
