@@ -7,21 +7,25 @@
 #include <QImageReader>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace vexa::host {
 
 namespace {
 
-IVEXAImageContainer::Format FormatOf(const QByteArray& name) {
-    static constexpr std::pair<const char*, IVEXAImageContainer::Format> kNames[] = {
-        {"bmp", IVEXAImageContainer::BMP}, {"jpeg", IVEXAImageContainer::JPEG}, {"jpg", IVEXAImageContainer::JPEG},
-        {"png", IVEXAImageContainer::PNG}, {"gif", IVEXAImageContainer::GIF},   {"webp", IVEXAImageContainer::WebP},
-        {"svg", IVEXAImageContainer::SVG},
+/// Nothing for a format that is not read. The toolkit's plug-ins would read more, some of which are programs to be run:
+/// a few lines of SVG can keep a processor busy for years.
+std::optional<IVEXAImageContainer::Format> FormatOf(const QByteArray& name) {
+    using Container = IVEXAImageContainer;
+    static constexpr std::pair<const char*, Container::Format> kNames[] = {
+        {"bmp", Container::BMP},    {"jpeg", Container::JPEG},  {"jpg", Container::JPEG},   {"png", Container::PNG},
+        {"gif", Container::GIF},    {"webp", Container::WebP},  {"ico", Container::Other},  {"avif", Container::Other},
+        {"heif", Container::Other}, {"heic", Container::Other}, {"tiff", Container::Other}, {"tif", Container::Other},
     };
     for (const auto& [text, format] : kNames)
         if (name == text) return format;
-    return IVEXAImageContainer::Other;
+    return std::nullopt;
 }
 
 /// A reader over bytes that outlive it.
@@ -34,10 +38,12 @@ struct Reader {
     }
     ImageHeader Header() {
         if (Buffer.size() > IVEXAImageContainer::kMaxBytes || !Images.canRead()) return {};
+        const auto format = FormatOf(Images.format());
+        if (!format) return {};
         QSize size = Images.size();
         if (size.isEmpty() || std::int64_t{size.width()} * size.height() > IVEXAImageContainer::kMaxPixels) return {};
         if (Images.transformation() & QImageIOHandler::TransformationRotate90) size.transpose();
-        return {size, FormatOf(Images.format())};
+        return {size, *format};
     }
 
     QBuffer Buffer;

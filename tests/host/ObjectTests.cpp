@@ -182,6 +182,7 @@ TEST(Objects, APictureBeyondTheBoundsIsRefused) {
         {"no picture", "<html>", true, false},
         {"nothing", "", true, false},
         {"too many pixels", PngHeader(100000, 100000), true, false},
+        {"a format that is not read", "/* XPM */ static char* x[] = {\"1 1 1 1\", \"a c red\", \"a\"};", true, false},
         {"just too many", PngHeader(8192, 8193), true, false},
         {"33 MB", padded, false, false},
     };
