@@ -512,6 +512,10 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
     Find<QPushButton>("PlayOldest")->click();
     EXPECT_TRUE(WaitUntil([&] { return Player->Current().Address.endsWith("first.wav"); }))
         << Player->Current().Address.toStdString();
+    Player->PlayNext({Player->Current().Address});
+    const QModelIndex next = PlayerWindow->findChild<ListeningPane*>()->Model().index(1);
+    EXPECT_TRUE(WaitUntil([&] { return !next.data(Qt::DecorationRole).value<QPixmap>().isNull(); }))
+        << "up next shows covers, too";
     Find<QToolButton>("doneall")->click();
     EXPECT_TRUE(WaitUntil([&] { return !Find<QPushButton>("PlayOldest")->isEnabled(); })) << "none is new";
     EXPECT_TRUE(WaitUntil([&] { return tree->model()->index(0, 0).data().toString() == "New (3)"; }))

@@ -12,7 +12,7 @@ enum RowRole { kProgressRole = Qt::UserRole + 1, kTimeLeftRole, kShortTimeLeftRo
 
 class RowDelegate : public QStyledItemDelegate {
 public:
-    static constexpr int kHeight = 28;
+    static constexpr int kHeight = 28, kCoverSide = 22;
 
     explicit RowDelegate(QObject* parent = nullptr, int height = kHeight)
         : QStyledItemDelegate(parent), FHeight(height) {}

@@ -2,18 +2,17 @@
 // The details of one file: titles, figures and show notes, all read on worker threads, below its container's cover.
 // Main thread.
 
+#include "CoverSource.h"
 #include "Host.h"
 #include "LatestTask.h"
 #include "ListRowDelegate.h"
 #include "Pane.h"
 #include "WindowTexts.h"
 
-#include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 
 #include <array>
-#include <functional>
 #include <utility>
 
 class QLabel;
@@ -33,8 +32,6 @@ public:
     /// Shows a file; an empty name shows none. `date` is as in rows; 0 for none. For the file shown already, reads its
     /// details again.
     void Show(const QString& file, double date);
-    /// Where covers come from: a square picture of `side` pixels for a file of the container `name`; null for none.
-    using CoverSource = std::function<QPixmap(const QString& file, const QString& name, int side)>;
     void SetCoverSource(CoverSource source) { FCoverSource = std::move(source); }
     /// Asks for the cover again; called when the source may return another one.
     void ShowCover();

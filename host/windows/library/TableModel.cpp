@@ -549,7 +549,7 @@ int TableModel::columnCount(const QModelIndex& parent) const {
 
 QVariant TableModel::Cover(const std::vector<RowValue>& values) const {
     const qreal scale = qGuiApp->devicePixelRatio();
-    const int side = FIsList ? kListCoverSide : kCoverSide;
+    const int side = FIsList ? kListCoverSide : RowDelegate::kCoverSide;
     QPixmap cover;
     if (FCovers && FFileColumn >= 0 && FContainerColumn >= 0)
         cover = FCovers->Get(FStorage->FileField()->Name, FileOf(values),

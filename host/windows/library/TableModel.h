@@ -53,7 +53,7 @@ public:
     void OnPositionsChanged();
     /// The pictures beside the titles; null for none. Outlives the model, or is replaced by null before.
     void SetCovers(Covers* covers) noexcept { FCovers = covers; }
-    static constexpr int kCoverSide = 22, kListCoverSide = 40;
+    static constexpr int kListCoverSide = 40;
     /// How rows are shown: by columns, or as a list whose rows have two lines, both from the title's column.
     void SetIsList(bool isList) noexcept { FIsList = isList; }
     /// Whether the second line of a list's row names its container; not needed where all rows have the same.

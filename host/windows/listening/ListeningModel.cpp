@@ -163,6 +163,10 @@ QVariant ListeningModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
             return shown.simplified();
+        case Qt::DecorationRole:
+            return FCoverSource && !title.Container.isEmpty()
+                       ? FCoverSource(entry.Address, title.Container, RowDelegate::kCoverSide)
+                       : QVariant();
         case Qt::ToolTipRole: {
             const QString container =
                 title.Container.isEmpty() ? QString() : QString(u"<br>" + title.Container.toHtmlEscaped());

@@ -2,12 +2,16 @@
 // The user's listening list: the files that come next before the playlist goes on, and the files that were begun and
 // not heard to their end. Each part has a heading. Main thread.
 
+#include "CoverSource.h"
 #include "LatestTask.h"
 #include "Playback.h"
 #include "WindowTexts.h"
 
 #include <QAbstractListModel>
 #include <QHash>
+
+#include <utility>
+#include <vector>
 
 namespace vexa::host {
 
@@ -34,6 +38,7 @@ public:
     std::vector<int> PlacesUpNext(const QModelIndexList& indexes) const;
     /// Moves the entries at these places, in order, to before the one that is at `before` now.
     void MoveUpNext(std::vector<int> places, int before);
+    void SetCoverSource(CoverSource source) { FCoverSource = std::move(source); }
     void Localize();
     /// Asks for missing titles; called when plug-ins that may know them were loaded.
     void AskTitles();
@@ -68,6 +73,7 @@ private:
     const WindowTexts FTexts;
     std::vector<Entry> FEntries;
     QHash<QString, Title> FTitles;
+    CoverSource FCoverSource;
     LatestTask FTitleReader;
 };
 

@@ -17,6 +17,7 @@ class ListeningPane final : public Pane<QWidget> {
 public:
     ListeningPane(Host& host, Playback& playback, QWidget* parent = nullptr);
 
+    QListView* View() const noexcept { return FView; }
     ListeningModel& Model() noexcept { return *FModel; }
 
 Q_SIGNALS:

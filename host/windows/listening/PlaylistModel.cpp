@@ -1,6 +1,7 @@
 #include "PlaylistModel.h"
 
 #include "DraggedFiles.h"
+#include "RowDelegate.h"
 
 #include <QMimeData>
 
@@ -23,9 +24,9 @@ void PlaylistModel::SetPlaylist(const Ref<Playlist>& playlist) {
 }
 
 void PlaylistModel::Update() {
-    std::vector<std::pair<QString, QString>> now;
+    std::vector<Row> now;
     if (FPlaylist)
-        for (const PlaylistEntry& entry : FPlaylist->Entries()) now.emplace_back(entry.Shown(), entry.Group);
+        for (const PlaylistEntry& entry : FPlaylist->Entries()) now.push_back({entry.Shown(), entry.Group, entry.File});
     if (now.size() == FShown.size()) {
         const bool isSame = now == FShown;
         FShown = std::move(now);
@@ -44,8 +45,10 @@ int PlaylistModel::rowCount(const QModelIndex& parent) const {
 
 QVariant PlaylistModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount()) return {};
-    const auto& [text, group] = FShown[static_cast<std::size_t>(index.row())];
+    const auto& [text, group, file] = FShown[static_cast<std::size_t>(index.row())];
     if (role == Qt::DisplayRole) return text.simplified();
+    if (role == Qt::DecorationRole && FCoverSource && !group.isEmpty())
+        return FCoverSource(file, group, RowDelegate::kCoverSide);
     if (role != Qt::ToolTipRole) return {};
     const QString more = group.isEmpty() ? QString() : QString(u"<br>" + group.toHtmlEscaped());
     return QString(u"<span>" + text.toHtmlEscaped() + more + u"</span>");

@@ -2,9 +2,13 @@
 // The entries of one playlist as a model for the toolkit's views. Entries can be dragged to other places, and files
 // dropped between them. Main thread.
 
+#include "CoverSource.h"
 #include "Playlists.h"
 
 #include <QAbstractListModel>
+
+#include <utility>
+#include <vector>
 
 namespace vexa::host {
 
@@ -16,6 +20,7 @@ public:
     /// Null for none; then there are no entries.
     void SetPlaylist(const Ref<Playlist>& playlist);
     Playlist* List() const noexcept { return FPlaylist.Get(); }
+    void SetCoverSource(CoverSource source) { FCoverSource = std::move(source); }
     /// Called when the playlist changed.
     void Update();
 
@@ -37,10 +42,16 @@ Q_SIGNALS:
     void Updated();
 
 private:
+    struct Row {
+        QString Text, Group, File;
+        bool operator==(const Row&) const = default;
+    };
+
     void Move(std::vector<int> rows, int target);
 
     Ref<Playlist> FPlaylist;
-    std::vector<std::pair<QString, QString>> FShown;  // texts and groups as last shown
+    CoverSource FCoverSource;
+    std::vector<Row> FShown;  // the entries as last shown
 };
 
 }  // namespace vexa::host

@@ -23,6 +23,7 @@ public:
     ~PlaylistPane() override;
 
     QListView* View() const noexcept { return FView; }
+    void SetCoverSource(CoverSource source) { FModel->SetCoverSource(std::move(source)); }
     /// The number of playlists.
     int Count() const { return static_cast<int>(FHost.Playlists().All().size()); }
     /// Adds files at the end of the active playlist, or of a new one if that accepts none.

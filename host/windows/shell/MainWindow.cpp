@@ -294,9 +294,16 @@ void MainWindow::ConnectPlayback() {
     connect(&FPlayback, &Playback::CurrentChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::CoversChanged, this, showCover);
     connect(FLibrary.get(), &LibraryController::StorageChanged, this, showCover);
-    FDetails->SetCoverSource(
-        [this](const QString& file, const QString& name, int side) { return FLibrary->Cover(file, name, side); });
-    connect(FLibrary.get(), &LibraryController::CoversChanged, FDetails, &DetailsPane::ShowCover);
+    const CoverSource covers = [this](const QString& file, const QString& name, int side) {
+        return FLibrary ? FLibrary->Cover(file, name, side) : QPixmap();
+    };
+    FDetails->SetCoverSource(covers);
+    FListening->Model().SetCoverSource(covers);
+    FPlaylists->SetCoverSource(covers);
+    connect(FLibrary.get(), &LibraryController::CoversChanged, this, [this] {
+        FDetails->ShowCover();
+        for (const QListView* list : {FListening->View(), FPlaylists->View()}) list->viewport()->update();
+    });
     connect(FBar, &PlaybackBar::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(&FVideo, &VideoWindow::ShowInLibrary, FLibrary.get(), &LibraryController::Find);
     connect(&FVideo, &VideoWindow::ShowInLibrary, this, &MainWindow::BringToFront);
