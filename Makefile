@@ -7,7 +7,7 @@ SECONDS ?= 60
 SEED ?=
 PREFIX ?= /usr/local
 DESTDIR ?=
-SOURCES := sdk runtime core host_api plugin cli host tools samples tests bench
+SOURCES := sdk runtime core find host_api plugin cli host tools samples tests bench
 SOURCE_FILES := find $(SOURCES) -name '*.h' -o -name '*.cpp'
 TEXT_FILES := find Makefile *.md docs desktop $(SOURCES) -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.md' \
               -o -name '*.py' -o -name CMakeLists.txt -o -name Makefile -o -perm -u+x \)
@@ -112,7 +112,7 @@ thread-safety: build
 	@./tools/thread-safety/check --jobs $(JOBS) build
 
 mutate: setup
-	@./tools/mutate core runtime plugin host_api --limit 30 $(if $(SEED),--seed $(SEED))
+	@./tools/mutate core find runtime plugin host_api --limit 30 $(if $(SEED),--seed $(SEED))
 
 format:
 	@./tools/setup tools/packages.txt

@@ -1,6 +1,6 @@
 #include "Commands.h"
 
-#include "ShowNotes.h"
+#include "Podcasts.Core.ShowNotes.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Files.h"
 
@@ -89,7 +89,7 @@ int RunShow(Session& session, const Arguments& arguments) {
     line(QStringLiteral("web page"), OneLine(fields[pefURL]));
     if (const QString& file = fields[pefURLAudioCached]; !file.isEmpty())
         line(QStringLiteral("file"), OneLine(file) + (vexa::FileExists(file) ? u"" : u" (missing)"));
-    const ShowNotes notes = ReadShowNotes(fields[pefDescription]);
+    const TPodcastShowNotes notes = ReadShowNotes(fields[pefDescription]);
     if (!notes.Text.isEmpty()) session.Out().PrintLine(u'\n' + SafeText(notes.Text));
     if (!notes.Links.isEmpty()) session.Out().PrintLine(QStringLiteral("\nlinks"));
     for (const QString& link : notes.Links) session.Out().PrintLine(u"  " + OneLine(link));

@@ -1,8 +1,11 @@
 #include "Commands.h"
 
+#include "Podcasts.Find.Options.h"
+
 #include <QDir>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
 namespace podcasts::cli {
@@ -22,10 +25,18 @@ public:
     std::map<QString, QString> Values;
 };
 
-const TPodcastConfigKey& FindOption(const QString& name) {
+/// The keys that are options, in the order in which they are shown.
+std::vector<TPodcastConfigKey> OptionKeys() {
+    std::vector<TPodcastConfigKey> keys;
+    std::ranges::copy_if(PodcastConfigKeys(), std::back_inserter(keys), &TPodcastConfigKey::IsOption);
+    const auto ofFinding = PodcastFindKeys();
+    keys.insert(keys.end(), ofFinding.begin(), ofFinding.end());
+    return keys;
+}
+
+TPodcastConfigKey FindOption(const QString& name) {
     QStringList names;
-    for (const auto& key : PodcastConfigKeys()) {
-        if (!key.IsOption) continue;
+    for (const auto& key : OptionKeys()) {
         if (key.Name().compare(name, Qt::CaseInsensitive) == 0) return key;
         names += key.Name();
     }
@@ -67,6 +78,7 @@ void Change(SettingsConfig& config, const TPodcastConfigKey& key, const QString&
                 throw UsageError(key.Name() + u" is a full file name that begins with \"/\", not \"" + value + u'"');
             [[fallthrough]];
         case TPodcastConfigKey::Kind::String:
+        case TPodcastConfigKey::Kind::Secret:
             config.WriteString(key.KeyPath(), value);
             break;
     }
@@ -77,12 +89,16 @@ void Change(SettingsConfig& config, const TPodcastConfigKey& key, const QString&
 int RunOptions(Session& session, const Arguments& arguments) {
     Collector current;
     WritePodcastConfig(current, session.Client());
+    WritePodcastFindOptions(current, ReadPodcastFindOptions(session.Config()));
     if (arguments.Operands.isEmpty()) {
-        for (const auto& key : PodcastConfigKeys())
-            if (key.IsOption) session.Out().PrintLine(key.Name() + u'=' + SafeText(current.Values[key.KeyPath()]));
+        for (const auto& key : OptionKeys()) {
+            const QString value = current.Values[key.KeyPath()];
+            const bool isHidden = key.Type == TPodcastConfigKey::Kind::Secret && !value.isEmpty();
+            session.Out().PrintLine(key.Name() + u'=' + (isHidden ? QStringLiteral("***") : SafeText(value)));
+        }
         return kDone;
     }
-    const TPodcastConfigKey& key = FindOption(arguments.Operands.first());
+    const TPodcastConfigKey key = FindOption(arguments.Operands.first());
     if (arguments.Operands.size() == 1) {
         session.Out().PrintLine(SafeText(current.Values[key.KeyPath()]));
         return kDone;

@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "Podcasts.Find.Directories.h"
+
 namespace podcasts::cli {
 
 namespace {
@@ -12,10 +14,31 @@ QString FeedOptionNames() {
     for (const auto& option : PodcastFeedOptions()) names += option.Name();
     return names.join(QStringLiteral(", "));
 }
+
+/// What each directory of podcasts learns, a line each.
+QString Directories() {
+    QString lines;
+    for (const auto& directory : PodcastDirectories())
+        lines += u"\n  " + QString::fromLatin1(directory.Name) + u": " + QString::fromUtf8(directory.Learns.English) +
+                 (directory.NeedsKey ? u" (asked if you have set its key and secret)" : u"");
+    return lines;
+}
 }  // namespace
 
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
+        {u"find"_s,
+         u"[WORDS] [--limit N]"_s,
+         u"find podcasts by words in directories on the web; without words, the most popular ones\n"
+         "Columns: \"*\" when subscribed, title, author, number of episodes, date of the newest, address of the feed.\n"
+         "Directories (podcasts options AskStore 0, for instance, has one not asked):"_s +
+             Directories(),
+         {{u"--limit"_s, u"N"_s, u"at most N podcasts; 50 unless given"_s}},
+         0,
+         -1,
+         true,
+         RunFind,
+         CheckFind},
         {u"subscribe"_s,
          u"LOCATION… [--feed N]"_s,
          u"subscribe to feeds by address, by a page that names one, or by local *.xml file\n"

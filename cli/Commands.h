@@ -12,6 +12,7 @@ inline constexpr int kWrongUsage = 2;
 
 int RunSubscribe(Session& session, const Arguments& arguments);
 int RunUnsubscribe(Session& session, const Arguments& arguments);
+int RunFind(Session& session, const Arguments& arguments);
 int RunFeeds(Session& session, const Arguments& arguments);
 int RunSetAddress(Session& session, const Arguments& arguments);
 int RunImport(Session& session, const Arguments& arguments);
@@ -25,6 +26,7 @@ int RunDownload(Session& session, const Arguments& arguments);
 int RunDeleteFiles(Session& session, const Arguments& arguments);
 int RunCheckFiles(Session& session, const Arguments& arguments);
 
+void CheckFind(const Arguments& arguments);
 void CheckSubscribe(const Arguments& arguments);
 void CheckEpisodes(const Arguments& arguments);
 void CheckMark(const Arguments& arguments);

@@ -30,6 +30,7 @@ struct TPodcastConfigKey {
         Bool,
         String,
         FileName,  // a full path
+        Secret,    // a text that lists show as "***"
     };
     const char16_t* Path;
     Kind Type;

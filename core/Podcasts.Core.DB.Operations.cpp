@@ -169,6 +169,13 @@ void TPodcastsDB::EnumFeeds(const QString& category, const FeedVisitor& visitor)
     ForEachRow(Read(sql.Raw(" ORDER BY Name")), [&](const SqliteCursor& row) { visitor(row.Text(0), row.Text(1), 0); });
 }
 
+void TPodcastsDB::EnumFeedAddresses(const TextVisitor& visitor) {
+    const SqlBuilder sql(
+        "SELECT URLFeed FROM PodcastFeeds UNION SELECT URLFeed FROM PodcastFeedAddresses WHERE FeedID IN "
+        "(SELECT FeedID FROM PodcastFeeds)");
+    ForEachRow(Read(sql), [&](const SqliteCursor& row) { visitor(row.Text(0)); });
+}
+
 void TPodcastsDB::EnumFeedsWithState(TPodcastEpisodeState state, const FeedVisitor& visitor) {
     const SqlBuilder sql = SqlBuilder("SELECT URLFeed, Name, (")
                                .Raw(FastStateCountQuery(state, true))

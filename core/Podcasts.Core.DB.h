@@ -196,6 +196,8 @@ public:
     int PutBack(const TPodcastRemovedFeed& removed, const QStringList& missingFiles);
     /// Returns false and changes nothing when no feed has the old address, or when a feed has the new one already.
     bool ChangeFeedURL(const QString& oldURL, const QString& newURL);
+    /// Visits the address of every feed, and the addresses that feeds once had.
+    void EnumFeedAddresses(const TextVisitor& visitor);
     /// Visits feeds by name; only those of `category` unless that is empty. The visitor's count is 0.
     void EnumFeeds(const QString& category, const FeedVisitor& visitor);
     void EnumFeeds(const FeedVisitor& visitor) { EnumFeeds(QString(), visitor); }

@@ -207,8 +207,8 @@ void HttpTransfer::SetHeaders(bool isOwnHost) {
     if (!FRequest.IfRange.isEmpty())
         headers = curl_slist_append(headers, QByteArray("If-Range: " + FRequest.IfRange).constData());
     if (isOwnHost)
-        for (const QByteArray& condition : FRequest.Conditions)
-            headers = curl_slist_append(headers, condition.constData());
+        for (const auto* lines : {&FRequest.Conditions, &FRequest.Headers})
+            for (const QByteArray& line : *lines) headers = curl_slist_append(headers, line.constData());
     Set(CURLOPT_HTTPHEADER, headers);
     curl_slist_free_all(FHeaders);
     FHeaders = headers;
@@ -266,6 +266,7 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
     if (IsFailureStatus() && isLastWord) {
         HttpErrorInfo info = Failure(Kind::Status, StatusReason());
         if (FStatus == 429 || FStatus == 503) info.RetryAfter = RetryAfter();
+        info.Date = Header("Date");
         return info;
     }
     if (!FHeadEnded && code == CURLE_OK)  // libcurl takes this for a response without a body
@@ -281,11 +282,11 @@ HttpErrorInfo HttpTransfer::Judge(CURLcode code) {
     if (!FAccepted && !Guarded([this] { return Accept(); })) return Judge(CURLE_OK);
     Progress(true);
     if (FCause) return Judge(CURLE_OK);
-    return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr, false, {}};
+    return HttpErrorInfo{Kind::Success, FStatus, {}, nullptr, false, {}, {}};
 }
 
 HttpErrorInfo HttpTransfer::Failure(HttpErrorInfo::Kind kind, const Reason& why) const {
-    return HttpErrorInfo{kind, FStatus, why, nullptr, false, {}};
+    return HttpErrorInfo{kind, FStatus, why, nullptr, false, {}, {}};
 }
 
 /// Whether the status is a failure. This includes responses without content, and an unrequested part or "not modified".
@@ -397,7 +398,8 @@ void HttpTransfer::NoteRedirect(const QString& location) {
     curl_easy_getinfo(FEasy, CURLINFO_EFFECTIVE_URL, &address);
     const QUrl here(QString::fromUtf8(address)), own(FRequest.Url), next = here.resolved(QUrl(location));
     SetHttpProxy(FEasy, next);
-    if (!FRequest.Conditions.isEmpty()) SetHeaders(IsSameOrigin(next, own) && IsSameOrigin(here, own));
+    if (!FRequest.Conditions.isEmpty() || !FRequest.Headers.isEmpty())
+        SetHeaders(IsSameOrigin(next, own) && IsSameOrigin(here, own));
 }
 
 bool HttpTransfer::Write(const char* data, std::size_t size) {

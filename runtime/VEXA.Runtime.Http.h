@@ -33,6 +33,7 @@ struct VEXA_RUNTIME_API HttpErrorInfo {
     std::exception_ptr Cause;            // the exception that a callback threw (Kind::Callback)
     bool IsTransient = false;            // a refused connection or a time-out: worth a second try later
     std::chrono::seconds RetryAfter{0};  // with status 429 or 503: for how long the server asks not to be asked again
+    QByteArray Date{};                   // with a status: the response's Date header, unparsed; empty when not given
 
     bool Succeeded() const noexcept { return What == Kind::Success; }
     /// Unless the transfer succeeded, throws the callback's own exception, or an HttpError with the reason.
@@ -84,6 +85,8 @@ struct VEXA_RUNTIME_API HttpGet {
     /// Header lines such as "If-None-Match: …". They are not sent to another host after a redirect. If there are any,
     /// status 304 is not a failure.
     QList<QByteArray> Conditions;
+    /// Further header lines. They are not sent to another host after a redirect, because they may hold a secret.
+    QList<QByteArray> Headers;
     /// If not 0, asks for the rest of the content from this byte on. Status 206 is then accepted, whatever part the
     /// response holds: check HttpResponseInfo::Part.
     qint64 FirstByte = 0;

@@ -226,6 +226,49 @@ TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_EQ(Run("--json feeds").Out, "[]\n");
 }
 
+TEST_F(Program, FindsPodcastsAndNamesTheDirectoriesThatFail) {
+    tests::LoopbackServer server;
+    const FolderServer feeds;
+    const QString known = WriteFeed(feeds, "Known", 1);
+    Run("subscribe " + known);
+    for (const QString& name : {u"Store"_s, u"Gpodder"_s})
+        ASSERT_EQ(Run("options " + name + "Address " + server.Url('/' + name)).Status, 0);
+    Run("options Country AT");
+    Run("options PodcastIndexSecret hush");
+    const QString options = Run("options").Out;
+    EXPECT_TRUE(options.contains("\nAskGpodder=1\n") && options.contains("\nPodcastIndexSecret=***\n"));
+    const QByteArray shows =
+        "{\"results\":[{\"feedUrl\":\"http://h.org/f\",\"collectionName\":\"One \\u001b[31m\","
+        "\"artistName\":\"Ann\",\"trackCount\":12,\"releaseDate\":\"2026-11-20T12:00:00Z\"},"
+        "{\"feedUrl\":\"http://h.org/g\",\"collectionName\":\"Two\"},{\"feedUrl\":\"" +
+        known.toUtf8() + "/\",\"collectionName\":\"Three\"}]}";
+    const QString store = "/Store/search?media=podcast&term=one%20two&limit=3&country=AT";
+    const QString gpodder = "/Gpodder/search.json?q=one%20two&scale_logo=256";
+    server.Serve(store, tests::Response::Of(shows));
+    server.Serve(gpodder, tests::Response::Of("[]"));
+    const Result table = Run("find one two --limit 3");
+    EXPECT_EQ(table.Status, 0) << table.Error.toStdString();
+    const QStringList lines = table.Out.split('\n');
+    EXPECT_EQ(lines.value(0), "  title     author  episodes  newest      address");
+    EXPECT_EQ(lines.value(1), "  One [31m  Ann           12  2026-11-20  http://h.org/f");
+    EXPECT_EQ(lines.value(3), u"* Three"_s.leftJustified(lines.value(0).indexOf("address")) + known + u'/');
+
+    server.Serve(gpodder, tests::Response::Failure("429 Slow"));
+    for (int i = 0; i < 2; ++i) {  // the second program does not ask it again
+        const Result json = Run("find one two --limit 3 --json");
+        EXPECT_EQ(json.Status, 1);
+        EXPECT_TRUE(json.Error.contains("gpodder.net: ") && json.Error.contains(" not asked again before "));
+        const auto document = QJsonDocument::fromJson(json.Out.toUtf8());
+        EXPECT_EQ(document[u"podcasts"_s][0][u"newest"].toString(), "2026-11-20T12:00:00Z");
+        EXPECT_TRUE(document[u"podcasts"_s][2][u"subscribed"].toBool());
+        EXPECT_EQ(document[u"failed"_s][0][u"directory"].toString(), "gpodder");
+    }
+    EXPECT_EQ(server.Count(gpodder), 2);
+    EXPECT_EQ(Run("find one --limit 0").Status, 2);
+    Run("options AskGpodder 0");
+    ExpectFailure("find", {"no directory that is asked tells what is popular"});
+}
+
 TEST_F(Program, AFeedsOwnOptionsAreShownAndSet) {
     const FolderServer server;
     Run("subscribe " + WriteFeed(server, "Show", 4));

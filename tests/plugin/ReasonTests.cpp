@@ -3,6 +3,7 @@
 #include "HostReasons.h"
 #include "LanguageFile.h"
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Find.Reasons.h"
 #include "VEXA.Runtime.Reasons.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +23,7 @@ TEST(Reasons, AreInTheEnglishLanguageFileWordForWord) {
             inFile[key.toStdString()] = english.Find(key)->join(u'|').toStdString();
     for (const std::span<const ReasonText> table :
          {std::span<const ReasonText>(kRuntimeReasons), std::span<const ReasonText>(podcasts::kCoreReasons),
-          std::span<const ReasonText>(host::kHostReasons)}) {
+          std::span<const ReasonText>(podcasts::kFindReasons), std::span<const ReasonText>(host::kHostReasons)}) {
         for (const ReasonText& text : table) {
             EXPECT_EQ(inFile[text.Key], text.English) << text.Key;
             inFile.erase(text.Key);

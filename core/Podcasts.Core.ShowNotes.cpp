@@ -1,11 +1,11 @@
-#include "ShowNotes.h"
+#include "Podcasts.Core.ShowNotes.h"
 
 #include "VEXA.Runtime.HtmlEntities.h"
 #include "VEXA.Runtime.Text.h"
 
 #include <QRegularExpression>
 
-namespace podcasts::cli {
+namespace podcasts {
 
 namespace {
 
@@ -38,7 +38,7 @@ QString DecodeEntities(const QString& text) {
 
 }  // namespace
 
-ShowNotes ReadShowNotes(const QString& html) {
+TPodcastShowNotes ReadShowNotes(const QString& html) {
     static const QRegularExpression tag(QStringLiteral("<(/?)([a-zA-Z][a-zA-Z0-9]*)([^>]*)>|<!--.*?-->"),
                                         QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression href(QStringLiteral("href\\s*=\\s*[\"']((?:https?|mailto):[^\"']*)[\"']"),
@@ -46,7 +46,7 @@ ShowNotes ReadShowNotes(const QString& html) {
     static const QStringList blocks = {QStringLiteral("p"),  QStringLiteral("div"), QStringLiteral("ul"),
                                        QStringLiteral("ol"), QStringLiteral("h1"),  QStringLiteral("h2"),
                                        QStringLiteral("h3"), QStringLiteral("h4"),  QStringLiteral("blockquote")};
-    ShowNotes notes;
+    TPodcastShowNotes notes;
     QString text;
     qsizetype from = 0;
     for (auto matches = tag.globalMatch(html); matches.hasNext();) {
@@ -72,4 +72,4 @@ ShowNotes ReadShowNotes(const QString& html) {
     return notes;
 }
 
-}  // namespace podcasts::cli
+}  // namespace podcasts
