@@ -13,6 +13,7 @@ namespace {
 const std::vector<Option> kGlobalOptions = {
     {QStringLiteral("--profile"), QStringLiteral("DIR"), QStringLiteral("folder of Podcasts.db and Settings.ini")},
     {QStringLiteral("--json"), {}, QStringLiteral("print one JSON document on standard output")},
+    {QStringLiteral("--without-backup"), {}, QStringLiteral("go on where a backup is due and cannot be made")},
     {QStringLiteral("--help"), {}, QStringLiteral("show help, also after a command")},
     {QStringLiteral("--version"), {}, QStringLiteral("show the version")},
 };
@@ -97,6 +98,7 @@ Invocation ParseArguments(const QStringList& words) {
 
     invocation.Profile = parser.value(QStringLiteral("profile"));
     invocation.Given.Json = parser.isSet(QStringLiteral("json"));
+    invocation.IsWithoutBackup = parser.isSet(QStringLiteral("without-backup"));
     invocation.WantsHelp = parser.isSet(QStringLiteral("help"));
     invocation.WantsVersion = parser.isSet(QStringLiteral("version"));
     if (invocation.WantsHelp || invocation.WantsVersion) return invocation;

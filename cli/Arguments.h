@@ -12,6 +12,7 @@
 namespace podcasts::cli {
 
 class Session;
+class Terminal;
 
 /// Thrown for arguments that are wrong. Ends the program with status 2.
 class UsageError : public std::runtime_error {
@@ -46,6 +47,8 @@ struct Command {
     bool HasJson;
     int (*Run)(Session& session, const Arguments& arguments);  // returns the exit status
     void (*Check)(const Arguments& arguments) = nullptr;       // called before a profile is opened; throws UsageError
+    /// In place of Run, for commands that do not open the profile.
+    int (*RunOnFolder)(const QString& profileFolder, Terminal& terminal, const Arguments& arguments) = nullptr;
 };
 
 /// Every command, in the order in which help shows them.
@@ -55,6 +58,7 @@ struct Invocation {
     const Command* Chosen = nullptr;  // null: help or version of the program
     Arguments Given;
     QString Profile;
+    bool IsWithoutBackup = false;
     bool WantsHelp = false;
     bool WantsVersion = false;
 };

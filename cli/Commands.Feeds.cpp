@@ -117,10 +117,16 @@ int RunExport(Session& session, const Arguments& arguments) {
 }
 
 int RunUnsubscribe(Session& session, const Arguments& arguments) {
-    const QString address = session.FindFeed(arguments.Operands.first());
-    const auto feed = session.DB().GetFeed(address, false);
-    const QStringList kept = session.Client().Unsubscribe(address, arguments.Has(QStringLiteral("--delete-files")));
-    session.Out().PrintLine(u"unsubscribed from " + TitleOr(feed ? feed->Fields[pffTitle] : QString(), address));
+    QStringList addresses, kept;
+    for (const QString& operand : arguments.Operands) addresses += session.FindFeed(operand);
+    addresses.removeDuplicates();
+    session.Client().BackUpBeforeUnsubscribing(addresses.size());
+    for (const QString& address : addresses) {
+        if (session.IsInterrupted()) return kFailed;
+        const auto feed = session.DB().GetFeed(address, false);
+        kept += session.Client().Unsubscribe(address, arguments.Has(QStringLiteral("--delete-files")));
+        session.Out().PrintLine(u"unsubscribed from " + TitleOr(feed ? feed->Fields[pffTitle] : QString(), address));
+    }
     for (const QString& fileName : kept)
         session.Out().PrintError(u"there is no trash for " + fileName + u": it stays where it is");
     return kept.isEmpty() ? kDone : kFailed;

@@ -32,6 +32,10 @@ void CheckEpisodes(const Arguments& arguments);
 void CheckMark(const Arguments& arguments);
 void CheckDownload(const Arguments& arguments);
 
+int RunBackup(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
+int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
+void CheckBackup(const Arguments& arguments);
+
 int RunOptions(Session& session, const Arguments& arguments);
 int RunFeedOptions(Session& session, const Arguments& arguments);
 

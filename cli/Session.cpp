@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include "Arguments.h"
+#include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Subscribing.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Files.h"
@@ -14,12 +15,30 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cstdio>
+
 namespace podcasts::cli {
 
 namespace {
 
 // Indexed by the state's number.
 const QStringList kStateNames = {QStringLiteral("listened"), QStringLiteral("new"), QStringLiteral("postponed")};
+
+/// Whether to go on without a backup.
+bool Confirm(Terminal& terminal, const vexa::Reason& why, bool isWithoutBackup) {
+    terminal.PrintError(why.English());
+    if (isWithoutBackup) return true;
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
+        terminal.PrintError(QStringLiteral("--without-backup goes on without one"));
+        return false;
+    }
+    std::fputs("podcasts: go on without a backup? [y/N] ", stderr);
+    char answer[16] = {};
+    const ssize_t size = read(STDIN_FILENO, answer, sizeof answer - 1);
+    return size > 0 && (answer[0] == 'y' || answer[0] == 'Y');
+}
+
+}  // namespace
 
 QString ProfileFolder(const QString& profile) {
     const QString folder = profile.isEmpty() ? vexa::DefaultProfileFolder() : QDir(profile).absolutePath();
@@ -29,8 +48,6 @@ QString ProfileFolder(const QString& profile) {
     }
     return folder;
 }
-
-}  // namespace
 
 int SettingsConfig::ReadInteger(const QString& keyPath, int defaultValue) {
     bool isNumber = false;
@@ -58,10 +75,12 @@ void SettingsConfig::WriteString(const QString& keyPath, const QString& value) {
     FFile.Write(keyPath, value);
 }
 
-Session::Session(const QString& profile, Terminal& terminal)
+Session::Session(const QString& profile, Terminal& terminal, bool isWithoutBackup)
     : FTerminal(terminal),
       FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(ProfileFolder(profile)))),
-      FClient(std::make_unique<TPodcastClient>(QDir(ProfileFolder(profile)).filePath(QStringLiteral("Podcasts.db")))),
+      FClient(std::make_unique<TPodcastClient>(
+          DatabaseFileName(ProfileFolder(profile)), TPodcastClocks(),
+          [&terminal, isWithoutBackup](const vexa::Reason& why) { return Confirm(terminal, why, isWithoutBackup); })),
       FKeys(FClient->DB()) {
     ReadPodcastConfig(*FConfig, *FClient);
 }

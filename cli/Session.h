@@ -42,7 +42,9 @@ public:
 class Session {
 public:
     /// Opens the database in the folder `profile` and reads its configuration. An empty name means the default folder.
-    Session(const QString& profile, Terminal& terminal);
+    /// Where a backup is due that cannot be made, asks the user at the terminal, if there is one, unless
+    /// `isWithoutBackup`.
+    Session(const QString& profile, Terminal& terminal, bool isWithoutBackup);
 
     TPodcastClient& Client() noexcept { return *FClient; }
     TPodcastsDB& DB() noexcept { return FClient->DB(); }
@@ -73,6 +75,9 @@ private:
     std::unique_ptr<TPodcastClient> FClient;
     EpisodeKeys FKeys;
 };
+
+/// The folder of a profile, which is made if it does not exist; an empty name means the default one.
+QString ProfileFolder(const QString& profile);
 
 /// "listened", "new", "postponed".
 QString StateName(TPodcastEpisodeState state);

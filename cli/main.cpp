@@ -54,8 +54,13 @@ int Run(const QStringList& words) {
         terminal.PrintLine(QStringLiteral("podcasts ") + QString::fromLatin1(vexa::kVersion));
     } else if (invocation.WantsHelp) {
         terminal.Print(HelpText(invocation.Chosen));
+    } else if (invocation.Chosen->RunOnFolder) {
+        const int status =
+            invocation.Chosen->RunOnFolder(ProfileFolder(invocation.Profile), terminal, invocation.Given);
+        terminal.Flush();
+        return status;
     } else {
-        Session session(invocation.Profile, terminal);
+        Session session(invocation.Profile, terminal, invocation.IsWithoutBackup);
         const int status = invocation.Chosen->Run(session, invocation.Given);
         terminal.Flush();
         if (!session.IsInterrupted()) return status;

@@ -4,6 +4,7 @@
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Threads.h"
 
+#include <QFileInfo>
 #include <QSet>
 
 namespace podcasts {
@@ -12,10 +13,24 @@ vexa::Reason TaskStopped() {
     return vexa::Reason(CoreReason("Stopped"));
 }
 
-TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks)
+namespace {
+/// Finishes what a program has prepared for the next one that opens the profile.
+std::unique_ptr<vexa::FolderLock> LockProfile(const QString& folder) {
+    if (vexa::FinishReplacement(folder) == vexa::ReplacementResult::InUse)
+        qCInfo(vexa::LogDatabase).noquote() << "the backup is restored once no program has the profile open:" << folder;
+    auto lock = std::make_unique<vexa::FolderLock>(folder, vexa::FolderLock::Kind::Shared);
+    lock->ThrowUnlessHeld();
+    return lock;
+}
+}  // namespace
+
+TPodcastClient::TPodcastClient(const QString& dbFileName, TPodcastClocks clocks, TPodcastGoOnWithoutBackup goOn)
     : FClocks(std::move(clocks)),
+      FGoOnWithoutBackup(std::move(goOn)),
+      FProfileFolder(QFileInfo(dbFileName).path()),
+      FProfileLock(LockProfile(FProfileFolder)),
       FListeners(std::make_unique<TPodcastListenerList>()),
-      FDB(std::make_unique<TPodcastsDB>(dbFileName)),
+      FDB(std::make_unique<TPodcastsDB>(dbFileName, [this] { BackUpOrAsk(std::nullopt); })),
       FRefreshQueue(std::make_unique<TPodcastClientQueue>()),
       FDownloadQueue(std::make_unique<TPodcastClientQueue>()),
       FUndoLog(std::make_unique<TPodcastUndoLog>()),
@@ -33,6 +48,7 @@ TPodcastClient::~TPodcastClient() {
     vexa::WorkerPool::Cancel(FLastRefreshTask, true);
     vexa::WorkerPool::Cancel(FLastDownloadTask, true);
     vexa::WorkerPool::Cancel(FLimitsTask, true);
+    vexa::WorkerPool::Cancel(FBackupTask, true);
 }
 
 void TPodcastClient::RefreshFeeds() {

@@ -3,6 +3,7 @@
 #include "Podcasts.Core.h"
 #include "VEXA.Runtime.Dates.h"
 
+#include <algorithm>
 #include <array>
 
 namespace podcasts {
@@ -11,6 +12,7 @@ using Kind = TPodcastConfigKey::Kind;
 
 namespace {
 
+constexpr TPodcastConfigKey kBackupLimit = {u"Podcasts\\BackupSizeLimit", Kind::Integer, true};
 constexpr TPodcastConfigKey kTemplate = {u"Podcasts\\CacheFileNameTemplate", Kind::FileName, true};
 constexpr TPodcastConfigKey kCheckUpdates = {u"Podcasts\\CheckUpdates", Kind::Interval, true};
 constexpr TPodcastConfigKey kLastTime = {u"Podcasts\\CheckUpdatesLastTime", Kind::Integer, false};
@@ -20,8 +22,8 @@ constexpr TPodcastConfigKey kDownloadNew = {u"Podcasts\\DownloadNewEpisodesAutom
 constexpr TPodcastConfigKey kMarkListened = {u"Podcasts\\MarkEpisodesListenedOnStartPlayback", Kind::Bool, true};
 constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Kind::Bool, true};
 
-constexpr std::array kWriteOrder = {kTemplate,  kCheckUpdates, kLastTime,     kLastDate,
-                                    kOnStartup, kDownloadNew,  kMarkListened, kNotifications};
+constexpr std::array kWriteOrder = {kBackupLimit, kTemplate,    kCheckUpdates, kLastTime,     kLastDate,
+                                    kOnStartup,   kDownloadNew, kMarkListened, kNotifications};
 
 /// Reads an ISO 8601 date and time, in UTC if it names no zone. Invalid for any other text.
 QDateTime ReadDate(const QString& text) {
@@ -43,6 +45,7 @@ void ReadPodcastConfig(IPodcastConfig& config, TPodcastClient& client) {
 
 void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options) {
     const TPodcastClientOptions defaults;
+    options.BackupSizeLimit = std::max(config.ReadInteger(kBackupLimit.KeyPath(), defaults.BackupSizeLimit), 0);
     options.SetCacheFileNameTemplate(config.ReadString(kTemplate.KeyPath(), defaults.CacheFileNameTemplate()));
     options.SetCheckUpdates(
         static_cast<std::uint8_t>(config.ReadInteger(kCheckUpdates.KeyPath(), defaults.CheckUpdates())));
@@ -56,6 +59,7 @@ void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options) 
 
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {
     const TPodcastClientOptions& options = client.Options();
+    config.WriteInteger(kBackupLimit.KeyPath(), options.BackupSizeLimit);
     config.WriteString(kTemplate.KeyPath(), options.CacheFileNameTemplate());
     config.WriteInteger(kCheckUpdates.KeyPath(), options.CheckUpdates());
     WritePodcastRefreshTime(config, client);

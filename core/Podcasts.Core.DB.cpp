@@ -84,7 +84,8 @@ bool Contains(const std::vector<std::string>& names, std::string_view name) {
 
 }  // namespace
 
-TPodcastsDB::TPodcastsDB(const QString& fileName) {
+TPodcastsDB::TPodcastsDB(const QString& fileName, std::function<void()> beforeUpgrade)
+    : FBeforeUpgrade(std::move(beforeUpgrade)) {
     Open(fileName);
 }
 
@@ -133,6 +134,7 @@ void TPodcastsDB::InitializeTables() {
     // If there is nothing to do, write nothing and take no lock, so that the program can start while another one
     // writes.
     if (IsLayoutComplete()) return;
+    if (FBeforeUpgrade && !TableColumns(kEpisodes.Name).empty()) FBeforeUpgrade();
     RunInTransaction([this] {
         UpgradeFirstLayout();
         for (const auto& [name, columns, constraint] : kTables) {

@@ -163,7 +163,8 @@ public:
     using EpisodeVisitor = std::function<void(const TPodcastEpisode& episode, const QString& feedName)>;
 
     /// Opens or creates the file and upgrades older layouts. Throws for a newer layout before anything is written.
-    explicit TPodcastsDB(const QString& fileName);
+    /// `beforeUpgrade` is called before an existing file gets another layout; it refuses the upgrade by an exception.
+    explicit TPodcastsDB(const QString& fileName, std::function<void()> beforeUpgrade = {});
 
     /// Feeds.
     int GetFeedID(const QString& urlFeed);
@@ -353,6 +354,7 @@ private:
     /// has a file.
     qint64 FindRowOf(const TPodcastEpisode& episode);
 
+    const std::function<void()> FBeforeUpgrade;
     std::string FastStateCountQuery(TPodcastEpisodeState state, bool joinFeed);
 
     /// The rows of a feed that was put back.

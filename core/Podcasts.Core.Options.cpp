@@ -30,6 +30,7 @@ TPodcastClientOptions::TPodcastClientOptions(NotifyEvent onChange) {
     SetDownloadNewEpisodesAutomatically(false);
     SetShowNotifications(true);
     MarkEpisodesListenedOnStartPlayback = true;
+    BackupSizeLimit = 500;
     FOnChange = std::move(onChange);
 }
 
@@ -83,6 +84,7 @@ void TPodcastClientOptions::DoAssign(const LockablePersistent& source) {
     SetCacheFileNameTemplate(options->CacheFileNameTemplate());
     SetDownloadNewEpisodesAutomatically(options->DownloadNewEpisodesAutomatically());
     MarkEpisodesListenedOnStartPlayback = options->MarkEpisodesListenedOnStartPlayback;
+    BackupSizeLimit = options->BackupSizeLimit;
     SetShowNotifications(options->ShowNotifications());
 }
 

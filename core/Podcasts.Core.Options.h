@@ -1,5 +1,5 @@
 #pragma once
-// The six settings of the client.
+// The settings of the client.
 
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Mutex.h"
@@ -58,6 +58,8 @@ public:
 
     /// A plain field without notification, because nothing in the engine depends on it.
     bool MarkEpisodesListenedOnStartPlayback = false;
+    /// The same: how much all backups together may take, in MB (1,000,000 bytes); the newest is kept in any case.
+    int BackupSizeLimit = 0;
 
 protected:
     void DoAssign(const LockablePersistent& source) override;

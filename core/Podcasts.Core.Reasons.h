@@ -59,6 +59,15 @@ inline constexpr vexa::ReasonText kCoreReasons[] = {
     {"Podcasts.Reasons\\SubscribedAgain", "you have subscribed to this podcast again"},
     {"Podcasts.Reasons\\FilesNotInTrash", "%1 of its files are not in the trash any more"},
 
+    // Backups
+    {"Podcasts.Reasons\\NothingToBackUp", "there is no database in the profile %1"},
+    {"Podcasts.Reasons\\BackupBusy", "another program is making or restoring a backup; try again in a moment"},
+    {"Podcasts.Reasons\\BackupFailed", "no backup could be made first: %1"},
+    {"Podcasts.Reasons\\NoBackup", "%1 is not a backup: %2"},
+    {"Podcasts.Reasons\\NoPodcasts", "it holds no podcasts"},
+    {"Podcasts.Reasons\\ProfileInUse", "another program has the profile %1 open; end it first"},
+    {"Podcasts.Reasons\\DatabaseDamage", "the database %1 is damaged: %2"},
+
     // The database: %1 is the file, %2 a table and a column.
     {"Podcasts.Reasons\\NewerDatabase",
      "cannot open the database %1: a newer version of this program has written it (it holds the column %2); update the "

@@ -12,6 +12,7 @@
 #include "VEXA.Runtime.Classes.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Mutex.h"
+#include "VEXA.Runtime.Profile.h"
 #include "VEXA.Runtime.Reason.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.SDK.Base.h"
@@ -192,10 +193,15 @@ struct TPodcastClocks {
     std::chrono::milliseconds Interval = std::chrono::minutes(10);  // how often the client looks at the two
 };
 
+/// Asks the user whether to go on without the backup that should have been made first, which failed because of `why`.
+using TPodcastGoOnWithoutBackup = std::function<bool(const vexa::Reason& why)>;
+
 class TPodcastClient {
 public:
-    /// Opens the database (see TPodcastsDB) and starts the update timer unless the options forbid it.
-    explicit TPodcastClient(const QString& dbFileName, TPodcastClocks clocks = {});
+    /// Finishes what was restored into the profile, which is the file's folder, and locks the profile. Opens the
+    /// database (see TPodcastsDB), with a backup before an upgrade, and starts the update timer unless the options
+    /// forbid it. Without `goOn` nothing goes on without a backup that was to be made first: it throws a ReasonError.
+    explicit TPodcastClient(const QString& dbFileName, TPodcastClocks clocks = {}, TPodcastGoOnWithoutBackup goOn = {});
     /// Cancels the tasks and waits for them; listeners are not notified any more. A listener must not destroy the
     /// client, because a task may be waiting for the listener.
     ~TPodcastClient();
@@ -289,6 +295,22 @@ public:
     /// Of the new episodes of the last refresh, the keys of those of which the user wants to be notified.
     QStringList EpisodesToAnnounce();
 
+    // Backups (Podcasts.Core.Backups.h).
+    QString ProfileFolder() const { return FProfileFolder; }
+    /// Makes a backup before so many feeds are unsubscribed at once, if they are more than ten. Throws ReasonError when
+    /// that failed and the user does not want to go on.
+    void BackUpBeforeUnsubscribing(qsizetype feeds);
+    /// From now on, makes a backup in the background once a day when something has changed, which checks the database,
+    /// too; without one for a week the database is checked alone. `damageFound` is called on the main thread when it is
+    /// damaged: then nothing is written to it any more, and the next program that opens it sets it aside.
+    void StartBackups(std::function<void(const vexa::Reason& damage)> damageFound);
+    /// Makes a backup in the background now; `completed` is called on the main thread with the reason why it failed, or
+    /// none, unless the client has been destroyed by then.
+    using BackupCompleted = std::function<void(const vexa::Reason& problem)>;
+    void BackUpInBackground(BackupCompleted completed);
+    /// Makes a backup if one is due. Errors are logged.
+    void BackUpIfDue() noexcept;
+
     /// What can be undone. The operations that say so add to it before they notify the listeners.
     const TPodcastUndoLog& UndoLog() const noexcept { return *FUndoLog; }
     /// Makes deleted files an act that can be undone. Any thread.
@@ -326,6 +348,12 @@ private:
     void NoteListenedFiles() noexcept;
     class LimitedFiles;
     class LimitsTask;
+    class BackupTask;
+    void RunBackupTask(BackupCompleted completed);
+    qint64 BackupLimit() const;  // bytes
+    /// Makes a backup that belongs to an action, or asks the user.
+    void BackUpOrAsk(std::optional<qint64> limit);
+    void BackUpIfDue(qint64 limit, const vexa::CancelCheck& isCancelled) noexcept;
 
     /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.
     void FeedSubscribed();
@@ -349,6 +377,9 @@ private:
     void OptionsChanged();
 
     const TPodcastClocks FClocks;
+    const TPodcastGoOnWithoutBackup FGoOnWithoutBackup;
+    const QString FProfileFolder;
+    const std::unique_ptr<vexa::FolderLock> FProfileLock;
     std::unique_ptr<TPodcastListenerList> FListeners;
     std::unique_ptr<TPodcastsDB> FDB;
     std::unique_ptr<TPodcastClientQueue> FRefreshQueue;
@@ -365,6 +396,10 @@ private:
     // Main thread only.
     FilesInUse FFilesInUse;
     vexa::TaskHandle FLimitsTask = 0;
+    vexa::TaskHandle FBackupTask = 0;
+    bool FIsBackingUp = false;
+    std::function<void(const vexa::Reason&)> FDamageFound;
+    std::unique_ptr<vexa::Timer> FBackupTimer;
     vexa::TaskHandle FRefreshTask = 0;
     vexa::TaskHandle FDownloadTask = 0;
     vexa::TaskHandle FLastRefreshTask = 0;  // still set after the completion, until the thread has released the task

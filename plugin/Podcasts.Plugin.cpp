@@ -5,7 +5,6 @@
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"
-#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Threads.h"
 
@@ -127,7 +126,8 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 }
 
 void TVEXAPodcastsPlugin::Start() {
-    FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
+    FClient =
+        std::make_unique<TPodcastClient>(DatabaseFileName(ProfileFolder()), TPodcastClocks(), AskToGoOnWithoutBackup);
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
         *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
     const auto library = TVEXAPodcastsMLExtension::Create(
@@ -139,12 +139,17 @@ void TVEXAPodcastsPlugin::Start() {
         NewObject<TVEXAPodcastsStorageFrame>(TPodcastsStorageWork{.Run = RunCommand, .Delete = DeleteCachedEpisodes});
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FStorageFrame.Get()));
+    FBackupsFrame = NewObject<TVEXAPodcastsBackupsFrame>(
+        *FClient, TPodcastsBackupsWork{.Run = RunCommand, .OnSave = [this] { SaveSettings(); }});
+    HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
+                                  static_cast<TInterfacedObjectEx*>(FBackupsFrame.Get()));
     TVEXAPodcastsFileManager::RegisterFileManager(*FClient);
     RegisterMenuCommands(*FClient);
     LoadSettings();
     FClient->ResumeDownloads();
     FClient->RefreshFeedsOnStartup();
     FClient->DeleteFilesBeyondLimitsInBackground();
+    FClient->StartBackups({});
 }
 
 bool TVEXAPodcastsPlugin::IsClientInUse() const {
@@ -176,6 +181,7 @@ void TVEXAPodcastsPlugin::Stop() noexcept {
     GuardedCall("letting go of the options page", [this] {
         FOptionsFrame = nullptr;
         FStorageFrame = nullptr;
+        FBackupsFrame = nullptr;
     });
     GuardedCall("taking the podcast addresses back", [] { TVEXAPodcastsFileManager::UnregisterFileManager(); });
     GuardedCall("closing the podcasts", [this] { FClient.reset(); });

@@ -2,6 +2,7 @@
 // The plug-in object: creates and connects everything when the host starts it, and takes it apart when the host ends.
 
 #include "Podcasts.Core.h"
+#include "Podcasts.Plugin.Dialogs.Backups.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
 #include "Podcasts.Plugin.Dialogs.Storage.h"
 #include "VEXACustomPlugin.h"
@@ -46,6 +47,7 @@ private:
     std::unique_ptr<TPodcastClient> FClient;
     vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
     vexa::Ref<TVEXAPodcastsStorageFrame> FStorageFrame;
+    vexa::Ref<TVEXAPodcastsBackupsFrame> FBackupsFrame;
     bool FIsRunning = false;  // this object has set the core reference
     bool FIsStarting = false;
     bool FIsEnding = false;           // Finalize was called

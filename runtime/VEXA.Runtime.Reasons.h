@@ -111,6 +111,10 @@ inline constexpr ReasonText kRuntimeReasons[] = {
     {"Reasons\\SettingsWrite", "cannot write the settings %1: %2"},
     {"Reasons\\SettingsBusy", "another program is writing them; try again in a moment"},
 
+    // Profiles
+    {"Reasons\\FileReplace", "cannot replace %1: %2"},
+    {"Reasons\\ProfileBusy", "another program is replacing files in %1; try again in a moment"},
+
     // The operating system's errors, in English with the words of the C library
     {"Reasons\\NoFile", "No such file or directory"},
     {"Reasons\\NoPermission", "Permission denied"},

@@ -199,6 +199,10 @@ bool SqliteError::IsOfStatement() const noexcept {
     return FCode == SQLITE_ERROR || FCode == SQLITE_TOOBIG;
 }
 
+bool SqliteError::IsDamage(int code) noexcept {
+    return (code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB;
+}
+
 /// Owns one prepared statement.
 class SqliteConnection::Statement {
 public:
@@ -227,6 +231,8 @@ SqliteConnection::~SqliteConnection() {
 }
 
 void SqliteConnection::Close() noexcept {
+    // Otherwise the last connection would write to the file what the log holds.
+    if (FHandle && *FIsDamaged) sqlite3_db_config(FHandle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     sqlite3_close_v2(FHandle);
     FHandle = nullptr;
 }
@@ -340,13 +346,23 @@ void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function
 void SqliteConnection::Raise(const ReasonText& what, int code) const {
     const char* words =
         FHandle && sqlite3_errcode(FHandle) != SQLITE_OK ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code);
+    if (SqliteError::IsDamage(code)) *FIsDamaged = true;
+    if (*FIsDamaged && (code & 0xFF) == SQLITE_READONLY) {  // see RefuseWritesIfDamaged
+        code = SQLITE_CORRUPT;
+        words = sqlite3_errstr(code);
+    }
     const Reason why = WithAdvice(Reason(what, {FFileName, SqliteReason(QString::fromUtf8(words))}), code);
     qCDebug(LogDatabase).noquote() << why.English();
     throw SqliteError(why, code);
 }
 
+void SqliteDatabase::RefuseWritesIfDamaged() noexcept {
+    if (*FIsDamaged) sqlite3_exec(FHandle, "PRAGMA query_only=1", nullptr, nullptr, nullptr);
+}
+
 void SqliteDatabase::ExecuteSQL(std::string_view sql) {
     const TLock lock(FMutex);
+    RefuseWritesIfDamaged();
     while (!sql.empty()) {
         const char* tail = nullptr;
         const Statement statement(*this, sql, &tail);
@@ -369,6 +385,7 @@ SqliteBorrowedReader SqliteDatabase::BorrowReader() {
         }
     }
     if (!reader) reader = std::make_unique<SqliteReader>(FFileName);
+    reader->FIsDamaged = FIsDamaged;
     return SqliteBorrowedReader(reader.release(), {this});
 }
 
@@ -398,6 +415,7 @@ int SqliteDatabase::QueryInteger(std::string_view sql) {
 
 void SqliteDatabase::ExecuteWithBlob(std::string_view sql, const void* data, std::size_t size) {
     const TLock lock(FMutex);
+    RefuseWritesIfDamaged();
     const Statement statement(*this, sql);
     if (const int code = sqlite3_bind_blob64(statement.Get(), 1, data, size, SQLITE_STATIC); code != SQLITE_OK)
         Raise(RuntimeReason("DatabaseWrite"), code);

@@ -39,6 +39,10 @@ public:
     bool IsBusy() const noexcept;
     /// Whether the statement itself cannot be run: it exceeds SQLite's limits, or names something that does not exist.
     bool IsOfStatement() const noexcept;
+    /// Whether the file's contents are damaged, or those of no database.
+    bool IsOfDamage() const noexcept { return IsDamage(FCode); }
+    static bool IsDamage(int code) noexcept;
+    static constexpr int kDamage = 11;  // SQLITE_CORRUPT
 
 private:
     int FCode;
@@ -147,6 +151,7 @@ public:
 
 protected:
     friend class SqliteCursor;
+    friend class SqliteDatabase;
     friend class SqliteStatement;
     class Statement;
 
@@ -159,6 +164,8 @@ protected:
 
     QString FFileName;
     sqlite3* FHandle = nullptr;
+    /// Whether an error has shown that the file is damaged; shared by a database and its readers.
+    std::shared_ptr<std::atomic<bool>> FIsDamaged = std::make_shared<std::atomic<bool>>(false);
 };
 
 /// A connection that only reads, used by one thread at a time, whichever that is. It never waits for a writer, and sees
@@ -226,6 +233,9 @@ public:
 
     /// The names of a table's columns, in order; empty when there is no such table.
     std::vector<std::string> TableColumns(std::string_view table);
+    /// Has the file count as damaged, because a check has found it so: as after an error that shows it, nothing is
+    /// written to the file any more, and what would write throws an error of damage. Any thread.
+    void StopWriting() noexcept { *FIsDamaged = true; }
     /// The number of rows changed by the last INSERT, UPDATE or DELETE.
     int ChangedRows() const VEXA_REQUIRES(FMutex);
 
@@ -251,6 +261,7 @@ private:
     friend struct SqliteReturnReader;
     friend class SqliteStatement;
     void EnterWal();
+    void RefuseWritesIfDamaged() noexcept VEXA_REQUIRES(FMutex);
     SqliteBorrowedReader BorrowReader();
 
     TRecursiveMutex FMutex;  // guards FHandle, too

@@ -79,8 +79,9 @@ _podcasts() {
         [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
     fi
     case $kind in
-        DIR | LOCATION… | FILE.opml) compopt -o filenames 2>/dev/null ;;&
+        DIR | FILE | LOCATION… | FILE.opml) compopt -o filenames 2>/dev/null ;;&
         DIR) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
+        FILE) mapfile -t COMPREPLY < <(_podcasts_files "*" "$current") ;;
         LOCATION…) mapfile -t COMPREPLY < <(_podcasts_files "*.xml" "$current") ;;
         FILE.opml) mapfile -t COMPREPLY < <(_podcasts_files "*.opml" "$current") ;;
         *)

@@ -68,7 +68,9 @@ void HideServices(Host& host, const QCommandLineParser& arguments) {
 }
 
 int RunHeadless(const QCommandLineParser& arguments) {
-    Host host(OptionsOf(arguments));
+    const HostOptions options = OptionsOf(arguments);
+    FinishRestoring(options.ProfileFolder);
+    Host host(options);
     HideServices(host, arguments);
     const StopSignals signals([] { QCoreApplication::exit(); });
     PrintNotifications();
@@ -150,6 +152,7 @@ int RunWindow(const QCommandLineParser& arguments) {
         if (!instance.IsFirst()) return 0;
     }
     QGuiApplication::setWindowIcon(ProgramIcon());
+    FinishRestoring(options.ProfileFolder);
     Host host(options);
     HideServices(host, arguments);
     bool isStopped = false, isSaved = true;

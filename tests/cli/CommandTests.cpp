@@ -17,7 +17,7 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
         "episodes --limit x|episodes --offset=-1|episodes --state heard|options Nothing|options CheckUpdates 4|"
         "options ShowNotifications maybe|subscribe x --feed 0|options CacheFileNameTemplate relative|set-address "
         "1|feed-options|"
-        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4";
+        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4|restore|backup --list x|backup x y";
     for (const QString& words : cases.split('|')) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.toStdString();
@@ -30,8 +30,7 @@ TEST_F(Program, HelpAndVersionNeedNoProfile) {
     const QString profile = " --profile " + Profile.File("none"), all = RunWith("--help" + profile).Out;
     const QString commands =
         "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files set-address options "
-        "feed-options "
-        "import export";
+        "feed-options backup restore import export";
     for (const QString& command : commands.split(' ')) {
         EXPECT_TRUE(all.contains("\n  " + command + u' ')) << command.toStdString();
         for (const QString& words : QStringList{command + " --help", "--help " + command})
@@ -218,9 +217,10 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
 TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_EQ(Run("options CheckUpdates 3").Status, 0);
     EXPECT_EQ(Run("options shownotifications off").Status, 0);
-    const QString options = "CacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
-                            u"CheckUpdates=3\nCheckUpdatesOnStartup=0\nDownloadNewEpisodesAutomatically=0\n"
-                            "MarkEpisodesListenedOnStartPlayback=1\nShowNotifications=0\n";
+    const QString options =
+        "BackupSizeLimit=500\nCacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
+        u"CheckUpdates=3\nCheckUpdatesOnStartup=0\nDownloadNewEpisodesAutomatically=0\n"
+        "MarkEpisodesListenedOnStartPlayback=1\nShowNotifications=0\n";
     EXPECT_TRUE(RunWith("options --profile=" + Profile.Path()).Out.startsWith(options));
     EXPECT_EQ(RunWith("options CheckUpdates --profile " + Profile.Path()).Out, "3\n");
     EXPECT_EQ(Run("--json feeds").Out, "[]\n");

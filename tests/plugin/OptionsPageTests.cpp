@@ -1,6 +1,7 @@
 // The settings page inside the host's options dialog.
 
 #include "DialogFixture.h"
+#include "Podcasts.Plugin.Dialogs.Backups.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
 #include "Podcasts.Plugin.Dialogs.Storage.h"
 #include "Podcasts.Plugin.h"
@@ -236,6 +237,59 @@ TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
 }
 
 }  // namespace
+
+class BackupsPageTest : public DialogTest {};
+
+TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
+    Client = std::make_unique<TPodcastClient>(DatabaseFileName(Profile.Path()));
+    TPodcastFeed feed;
+    feed.Fields[pffURLFeed] = "http://h/a";
+    Client->Subscribe(feed);
+    const auto frame = NewObject<TVEXAPodcastsBackupsFrame>(
+        *Client, TPodcastsBackupsWork{.Run = [&](const auto& work) { work(*Client); }});
+    QWidget window;
+    window.show();
+    frame->CreatePage(window.winId());
+    for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
+        frame->HandleNotification(notification);
+    auto& list = Find<QTreeWidget>(window, "Backups");
+    auto& state = Find<QLabel>(window, "State");
+    auto& restore = Find<QPushButton>(window, "Restore");
+    auto& doNotRestore = Find<QPushButton>(window, "DoNotRestore");
+    const auto says = [&](const QString& words) {
+        EXPECT_TRUE(tests::WaitUntil([&] { return state.text().contains(words); }, std::chrono::seconds(5)))
+            << state.text().toStdString();
+    };
+    says("There is no backup yet");
+    WriteWhole(Profile.File("Backups"), "in the way");
+    Click(Find<QPushButton>(window, "BackUp"));
+    says("cannot create the folder");
+    QFile::remove(Profile.File("Backups"));
+    Click(Find<QPushButton>(window, "BackUp"));
+    says("Backups take ");
+    EXPECT_EQ(list.topLevelItemCount(), 1);
+    EXPECT_FALSE(restore.isEnabled());
+
+    Client->Unsubscribe("http://h/a", false);
+    list.topLevelItem(0)->setSelected(true);
+    Click(restore);
+    says("when the player starts the next time");
+    Click(doNotRestore);
+    says("Backups take ");
+    EXPECT_FALSE(doNotRestore.isVisible());
+    EXPECT_FALSE(IsReplacementPending(Profile.Path()));
+    list.topLevelItem(list.topLevelItemCount() - 1)->setSelected(true);
+    Click(restore);
+    says("when the player starts the next time");
+    EXPECT_FALSE(Client->IsSubscribed("http://h/a")) << "not yet";
+
+    Find<QSpinBox>(window, "Limit").setValue(70);
+    frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
+    EXPECT_EQ(Client->Options().BackupSizeLimit, 70);
+    Client.reset();
+    Client = std::make_unique<TPodcastClient>(DatabaseFileName(Profile.Path()));
+    EXPECT_TRUE(Client->IsSubscribed("http://h/a"));
+}
 
 class StoragePageTest : public DialogTest {};
 
