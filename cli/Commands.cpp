@@ -101,8 +101,23 @@ const std::vector<Command>& Commands() {
          3,
          true,
          RunFeedOptions},
-        {u"import"_s, u"FILE.opml"_s, u"subscribe to the feeds of an OPML list"_s, {}, 1, 1, false, RunImport},
-        {u"export"_s, u"[FILE.opml]"_s, u"write the subscriptions as an OPML list"_s, {}, 0, 1, false, RunExport},
+        {u"import"_s,
+         u"FILE [--settings]"_s,
+         u"take over an OPML list, or a library that export --everything wrote\n"
+         "The feeds of a list are fetched; a library needs no network. What is stored already stays."_s,
+         {{u"--settings"_s, {}, u"take the library's settings over those of the profile"_s}},
+         1,
+         1,
+         false,
+         RunImport},
+        {u"export"_s,
+         u"[FILE] [--everything]"_s,
+         u"write the subscriptions as an OPML list, or the whole library"_s,
+         {{u"--everything"_s, {}, u"with episodes, marks, files' names, positions, queue and settings, as JSON"_s}},
+         0,
+         1,
+         false,
+         RunExport},
     };
     return commands;
 }

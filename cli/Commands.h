@@ -14,8 +14,6 @@ int RunSubscribe(Session& session, const Arguments& arguments);
 int RunUnsubscribe(Session& session, const Arguments& arguments);
 int RunFeeds(Session& session, const Arguments& arguments);
 int RunSetAddress(Session& session, const Arguments& arguments);
-int RunImport(Session& session, const Arguments& arguments);
-int RunExport(Session& session, const Arguments& arguments);
 int RunRefresh(Session& session, const Arguments& arguments);
 
 int RunEpisodes(Session& session, const Arguments& arguments);
@@ -29,6 +27,12 @@ void CheckSubscribe(const Arguments& arguments);
 void CheckEpisodes(const Arguments& arguments);
 void CheckMark(const Arguments& arguments);
 void CheckDownload(const Arguments& arguments);
+
+int RunImport(Session& session, const Arguments& arguments);
+int RunExport(Session& session, const Arguments& arguments);
+
+/// Subscribes to the feeds of an OPML list.
+int ImportOpml(Session& session, const QString& fileName);
 
 int RunOptions(Session& session, const Arguments& arguments);
 int RunFeedOptions(Session& session, const Arguments& arguments);

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -60,8 +61,10 @@ void SettingsConfig::WriteString(const QString& keyPath, const QString& value) {
 
 Session::Session(const QString& profile, Terminal& terminal)
     : FTerminal(terminal),
-      FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(ProfileFolder(profile)))),
-      FClient(std::make_unique<TPodcastClient>(QDir(ProfileFolder(profile)).filePath(QStringLiteral("Podcasts.db")))),
+      FFolder(ProfileFolder(profile)),
+      FDatabaseFile(QDir(FFolder).filePath(QStringLiteral("Podcasts.db"))),
+      FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(FFolder))),
+      FClient(std::make_unique<TPodcastClient>(FDatabaseFile.fileName())),
       FKeys(FClient->DB()) {
     ReadPodcastConfig(*FConfig, *FClient);
 }
@@ -97,6 +100,19 @@ QStringList ReadStandardInput(const Terminal& terminal) {
 }
 
 }  // namespace
+
+bool Session::IsOpenElsewhere() {
+    // A connection in WAL mode holds SQLite's shared lock as long as it is open. A process does not see its own locks.
+    constexpr off_t kPendingByte = 0x40000000, kSharedFirst = kPendingByte + 2, kSharedSize = 510;
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = kSharedFirst;
+    lock.l_len = kSharedSize;
+    const bool isOpen = FDatabaseFile.isOpen() || FDatabaseFile.open(QIODevice::ReadOnly);
+    // Where locks cannot be seen, nobody can tell.
+    return !isOpen || fcntl(FDatabaseFile.handle(), F_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+}
 
 QString Session::FindFeed(const QString& feed) {
     bool isNumber = false;

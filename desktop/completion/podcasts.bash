@@ -79,10 +79,10 @@ _podcasts() {
         [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
     fi
     case $kind in
-        DIR | LOCATION… | FILE.opml) compopt -o filenames 2>/dev/null ;;&
+        DIR | LOCATION… | FILE) compopt -o filenames 2>/dev/null ;;&
         DIR) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
         LOCATION…) mapfile -t COMPREPLY < <(_podcasts_files "*.xml" "$current") ;;
-        FILE.opml) mapfile -t COMPREPLY < <(_podcasts_files "*.opml" "$current") ;;
+        FILE) mapfile -t COMPREPLY < <(_podcasts_files "*" "$current") ;;
         *)
             [[ $kind ]] && choices=$(_podcasts_values "${kind%…}" "${program[@]}")
             mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
