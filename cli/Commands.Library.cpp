@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Podcasts.Core.ForeignLibraries.h"
 #include "Podcasts.Core.LibraryDocument.h"
 #include "Podcasts.Core.ProfileFiles.h"
 #include "Podcasts.Core.Subscribing.h"
@@ -18,7 +19,8 @@ namespace podcasts::cli {
 namespace {
 
 constexpr qint64 kMostBytes = qint64(2) << 30;  // of a library
-const QString kEverything = QStringLiteral("--everything"), kSettings = QStringLiteral("--settings");
+const QString kEverything = QStringLiteral("--everything"), kSettings = QStringLiteral("--settings"),
+              kFrom = QStringLiteral("--from");
 
 [[noreturn]] void FailToRead(const QString& fileName, const QString& why) {
     throw std::runtime_error(QStringLiteral("cannot read %1: %2").arg(fileName, why).toStdString());
@@ -149,16 +151,44 @@ int ImportLibrary(Session& session, const QByteArray& bytes, const QString& file
     return std::max(status, Report(session, joined, queued, files));
 }
 
+int ImportForeignLibrary(Session& session, const QString& program, const QString& fileName) {
+    TPodcastForeignLibrary library;
+    try {
+        library = ReadForeignLibrary(program, fileName);
+    } catch (const TPodcastLibraryError& error) {
+        FailToRead(fileName, QString::fromUtf8(error.what()));
+    }
+    int status = kDone;
+    session.Out().PrintLine(QStringLiteral("%1, schema %2").arg(program).arg(library.Schema));
+    const auto joined =
+        JoinFeeds(session, library.Feeds.size(), [&](std::size_t index) { return std::move(library.Feeds[index]); });
+    const auto files = joined.IsCancelled ? std::vector<TPodcastJoinedFile>()
+                                          : TakeProfileFiles(session, library.ProfileFiles, status);
+    status = std::max(status, Report(session, joined, 0, files));
+    for (const QString& line : library.NotTaken) session.Out().PrintLine(u"not taken: " + line);
+    return status;
+}
+
 }  // namespace
+
+void CheckImport(const Arguments& arguments) {
+    if (!arguments.Has(kFrom)) return;
+    if (!ForeignPrograms().contains(arguments.Options.at(kFrom)))
+        throw UsageError(kFrom + u" is " + ForeignPrograms().join(u" or "));
+    if (arguments.Has(kSettings)) throw UsageError(QStringLiteral("the settings of other programs cannot be taken"));
+}
 
 int RunImport(Session& session, const Arguments& arguments) {
     const QString& fileName = arguments.Operands.first();
+    if (arguments.Has(kFrom)) return ImportForeignLibrary(session, arguments.Options.at(kFrom), fileName);
     QFile file(fileName);
     // A device or pipe can be read only once.
     const bool isPlain = QFileInfo(fileName).isFile() && file.open(QIODevice::ReadOnly);
     constexpr qint64 kBeginning = 1024;
-    if (!isPlain || !TPodcastLibraryDocument::BeginsLikeOne(file.peek(kBeginning)))
-        return ImportOpml(session, fileName);
+    const QByteArray beginning = isPlain ? file.peek(kBeginning) : QByteArray();
+    if (beginning.startsWith("SQLite format 3"))
+        FailToRead(fileName, u"it is a database; say whose it is with " + kFrom);
+    if (!TPodcastLibraryDocument::BeginsLikeOne(beginning)) return ImportOpml(session, fileName);
     if (file.size() > kMostBytes) FailToRead(fileName, QStringLiteral("it has more than 2 GiB"));
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) FailToRead(fileName, vexa::FileReason(file).English());

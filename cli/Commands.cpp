@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "Podcasts.Core.ForeignLibraries.h"
+
 namespace podcasts::cli {
 
 namespace {
@@ -102,14 +104,18 @@ const std::vector<Command>& Commands() {
          true,
          RunFeedOptions},
         {u"import"_s,
-         u"FILE [--settings]"_s,
+         u"FILE [--settings] [--from PROGRAM]"_s,
          u"take over an OPML list, or a library that export --everything wrote\n"
-         "The feeds of a list are fetched; a library needs no network. What is stored already stays."_s,
-         {{u"--settings"_s, {}, u"take the library's settings over those of the profile"_s}},
+         "The feeds of a list are fetched; a library needs no network. What is stored already stays.\n"
+         "Programs: "_s +
+             ForeignPrograms().join(u", "),
+         {{u"--settings"_s, {}, u"take the library's settings over those of the profile"_s},
+          {u"--from"_s, u"PROGRAM"_s, u"the file is the database of another program"_s}},
          1,
          1,
          false,
-         RunImport},
+         RunImport,
+         CheckImport},
         {u"export"_s,
          u"[FILE] [--everything]"_s,
          u"write the subscriptions as an OPML list, or the whole library"_s,

@@ -23,6 +23,7 @@ int RunDownload(Session& session, const Arguments& arguments);
 int RunDeleteFiles(Session& session, const Arguments& arguments);
 int RunCheckFiles(Session& session, const Arguments& arguments);
 
+void CheckImport(const Arguments& arguments);
 void CheckSubscribe(const Arguments& arguments);
 void CheckEpisodes(const Arguments& arguments);
 void CheckMark(const Arguments& arguments);

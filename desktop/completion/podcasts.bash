@@ -10,6 +10,7 @@ _podcasts_values() {
         KEY) "$@" episodes --limit 200 | sed 's/ .*//' ;;
         STATE) printf '%s\n' listened new postponed ;;
         NAME) "$@" options | sed 's/=.*//' ;;
+        PROGRAM) "$@" import --help | sed -n 's/^Programs: //p' | tr -s ', ' '\n' ;;
         OPTION) "$@" feed-options --help | sed -n 's/^Options: //p' | tr -s ', ' '\n' ;;
     esac 2>/dev/null
 }

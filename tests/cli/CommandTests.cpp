@@ -17,7 +17,7 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
         "episodes --limit x|episodes --offset=-1|episodes --state heard|options Nothing|options CheckUpdates 4|"
         "options ShowNotifications maybe|subscribe x --feed 0|options CacheFileNameTemplate relative|set-address "
         "1|feed-options|"
-        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4";
+        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4|import --from other x|import --from gpodder --settings x";
     for (const QString& words : cases.split('|')) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.toStdString();
