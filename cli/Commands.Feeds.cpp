@@ -102,18 +102,10 @@ int RunSubscribe(Session& session, const Arguments& arguments) {
     return Subscribe(session, arguments.Operands, static_cast<int>(choice), true);
 }
 
-int RunImport(Session& session, const Arguments& arguments) {
-    const QStringList locations = ReadOpmlFile(arguments.Operands.first());
+int ImportOpml(Session& session, const QString& fileName) {
+    const QStringList locations = ReadOpmlFile(fileName);
     if (locations.isEmpty()) session.Out().PrintLine(QStringLiteral("the list names no feeds"));
     return Subscribe(session, locations, 0, false);
-}
-
-int RunExport(Session& session, const Arguments& arguments) {
-    if (arguments.Operands.isEmpty())
-        session.Out().Print(QString::fromUtf8(ExportOpml(session.Client())));
-    else
-        WriteOpmlFile(session.Client(), arguments.Operands.first());
-    return kDone;
 }
 
 int RunUnsubscribe(Session& session, const Arguments& arguments) {

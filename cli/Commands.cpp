@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Podcasts.Core.ForeignLibraries.h"
 #include "Podcasts.Find.Directories.h"
 
 namespace podcasts::cli {
@@ -145,8 +146,27 @@ const std::vector<Command>& Commands() {
          nullptr,
          nullptr,
          RunRestore},
-        {u"import"_s, u"FILE.opml"_s, u"subscribe to the feeds of an OPML list"_s, {}, 1, 1, false, RunImport},
-        {u"export"_s, u"[FILE.opml]"_s, u"write the subscriptions as an OPML list"_s, {}, 0, 1, false, RunExport},
+        {u"import"_s,
+         u"FILE [--settings] [--from PROGRAM]"_s,
+         u"take over an OPML list, or a library that export --everything wrote\n"
+         "The feeds of a list are fetched; a library needs no network. What is stored already stays.\n"
+         "Programs: "_s +
+             ForeignPrograms().join(u", "),
+         {{u"--settings"_s, {}, u"take the library's settings over those of the profile"_s},
+          {u"--from"_s, u"PROGRAM"_s, u"the file is the database of another program"_s}},
+         1,
+         1,
+         false,
+         RunImport,
+         CheckImport},
+        {u"export"_s,
+         u"[FILE] [--everything]"_s,
+         u"write the subscriptions as an OPML list, or the whole library"_s,
+         {{u"--everything"_s, {}, u"with episodes, marks, files' names, positions, queue and settings, as JSON"_s}},
+         0,
+         1,
+         false,
+         RunExport},
     };
     return commands;
 }

@@ -15,8 +15,6 @@ int RunUnsubscribe(Session& session, const Arguments& arguments);
 int RunFind(Session& session, const Arguments& arguments);
 int RunFeeds(Session& session, const Arguments& arguments);
 int RunSetAddress(Session& session, const Arguments& arguments);
-int RunImport(Session& session, const Arguments& arguments);
-int RunExport(Session& session, const Arguments& arguments);
 int RunRefresh(Session& session, const Arguments& arguments);
 
 int RunEpisodes(Session& session, const Arguments& arguments);
@@ -27,6 +25,7 @@ int RunDeleteFiles(Session& session, const Arguments& arguments);
 int RunCheckFiles(Session& session, const Arguments& arguments);
 
 void CheckFind(const Arguments& arguments);
+void CheckImport(const Arguments& arguments);
 void CheckSubscribe(const Arguments& arguments);
 void CheckEpisodes(const Arguments& arguments);
 void CheckMark(const Arguments& arguments);
@@ -35,6 +34,11 @@ void CheckDownload(const Arguments& arguments);
 int RunBackup(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 void CheckBackup(const Arguments& arguments);
+int RunImport(Session& session, const Arguments& arguments);
+int RunExport(Session& session, const Arguments& arguments);
+
+/// Subscribes to the feeds of an OPML list.
+int ImportOpml(Session& session, const QString& fileName);
 
 int RunOptions(Session& session, const Arguments& arguments);
 int RunFeedOptions(Session& session, const Arguments& arguments);

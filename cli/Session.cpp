@@ -5,6 +5,7 @@
 #include "Podcasts.Core.Subscribing.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Files.h"
+#include "VEXA.Runtime.SQLite.File.h"
 #include "VEXA.Runtime.Text.h"
 #include "VEXA.Runtime.Url.h"
 
@@ -77,9 +78,11 @@ void SettingsConfig::WriteString(const QString& keyPath, const QString& value) {
 
 Session::Session(const QString& profile, Terminal& terminal, bool isWithoutBackup)
     : FTerminal(terminal),
-      FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(ProfileFolder(profile)))),
+      FFolder(ProfileFolder(profile)),
+      FDatabaseFile(DatabaseFileName(FFolder)),
+      FConfig(std::make_unique<SettingsConfig>(vexa::SettingsFileName(FFolder))),
       FClient(std::make_unique<TPodcastClient>(
-          DatabaseFileName(ProfileFolder(profile)), TPodcastClocks(),
+          FDatabaseFile.fileName(), TPodcastClocks(),
           [&terminal, isWithoutBackup](const vexa::Reason& why) { return Confirm(terminal, why, isWithoutBackup); })),
       FKeys(FClient->DB()) {
     ReadPodcastConfig(*FConfig, *FClient);
@@ -116,6 +119,11 @@ QStringList ReadStandardInput(const Terminal& terminal) {
 }
 
 }  // namespace
+
+bool Session::IsOpenElsewhere() {
+    const bool isOpen = FDatabaseFile.isOpen() || FDatabaseFile.open(QIODevice::ReadOnly);
+    return !isOpen || vexa::IsDatabaseInUse(FDatabaseFile);
+}
 
 QString Session::FindFeed(const QString& feed) {
     bool isNumber = false;

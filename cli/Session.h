@@ -7,6 +7,7 @@
 #include "Terminal.h"
 #include "VEXA.Runtime.Settings.h"
 
+#include <QFile>
 #include <QString>
 #include <QStringList>
 
@@ -50,6 +51,10 @@ public:
     TPodcastsDB& DB() noexcept { return FClient->DB(); }
     SettingsConfig& Config() noexcept { return *FConfig; }
     EpisodeKeys& Keys() noexcept { return FKeys; }
+    /// The profile's folder.
+    const QString& Folder() const noexcept { return FFolder; }
+    /// Whether another process, such as the player, has the profile's database open.
+    bool IsOpenElsewhere();
     Terminal& Out() noexcept { return FTerminal; }
 
     /// Runs the main thread's queue until neither task runs; a signal cancels the tasks. Calls `report` several times a
@@ -71,6 +76,10 @@ public:
 
 private:
     Terminal& FTerminal;
+    const QString FFolder;
+    // Declared before the client: closing any descriptor of the database's file releases all locks that this process
+    // has on it.
+    QFile FDatabaseFile;
     std::unique_ptr<SettingsConfig> FConfig;
     std::unique_ptr<TPodcastClient> FClient;
     EpisodeKeys FKeys;

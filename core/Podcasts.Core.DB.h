@@ -11,6 +11,7 @@
 #include "Podcasts.Core.DocumentNotes.h"
 #include "Podcasts.Core.FeedOptions.h"
 #include "Podcasts.Core.Identity.h"
+#include "Podcasts.Core.TakenFeed.h"
 #include "VEXA.Runtime.Mutex.h"
 #include "VEXA.Runtime.SQLite.h"
 
@@ -209,6 +210,17 @@ public:
     void EnumFeedSummaries(const std::function<void(int id, const QString& urlFeed, const QString& name, int newCount,
                                                     int postponedCount, int episodeCount)>& visitor);
 
+    /// The IDs of all feeds, in ascending order.
+    std::vector<int> GetFeedIDs();
+    /// The addresses that the feed once had.
+    QStringList GetFormerFeedURLs(int feedID);
+    /// Joins feeds with those that are stored, in one transaction, and returns what has changed of each. A feed that is
+    /// stored, now or once under one of the addresses, keeps its values, its rows, their files and every mark but
+    /// "new". Rows get the marks and files that they lack, and the feed the options that are not set. Episodes that are
+    /// not stored are added as they are. A file that the row of another episode records is not recorded; whether files
+    /// exist is not checked. Sets the IDs and present addresses in `feeds`.
+    std::vector<TPodcastJoined> Join(std::span<TPodcastTakenFeed> feeds);
+
     /// Episodes.
     std::unique_ptr<TPodcastEpisode> GetEpisode(const QString& episodeKey);
     /// The episode that the key named when GetMoveCount returned `moveCount`: an episode that has lost the name since
@@ -328,6 +340,10 @@ private:
     void WriteEpisodes(const std::vector<TPodcastEpisodeMatch>& matches, const TPodcastStoredEpisodes& stored);
     /// Runs a statement for the rows with these ids, a group of ids at a time. `sql` ends before the list of ids.
     void ExecuteForRows(std::string_view sql, const std::vector<qint64>& rowIDs);
+
+    TPodcastJoined JoinFeed(TPodcastTakenFeed& taken);
+    void JoinEpisodes(TPodcastFeed& feed, TPodcastJoined& joined);
+    void JoinOptions(int feedID, const TPodcastFeedOptions& taken, TPodcastJoined& joined);
 
     bool HasEpisode(const QString& episodeKey);
     /// Visits the rows that a key names, each with its name and one further column. The visitor may write.

@@ -147,8 +147,11 @@ void SqliteFile::RaiseSequences(SqliteFile& other) {
 }
 
 bool IsDatabaseInUse(const QString& fileName) {
-    const int descriptor = open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) && IsDatabaseInUse(file);
+}
+
+bool IsDatabaseInUse(const QFile& file) {
     // The bytes that SQLite locks (its file format, "The Lock-Byte Page"): in WAL mode every connection locks some of
     // them for as long as it is open.
     struct flock lock {};
@@ -156,9 +159,7 @@ bool IsDatabaseInUse(const QString& fileName) {
     lock.l_whence = SEEK_SET;
     lock.l_start = 0x40000000;
     lock.l_len = 512;
-    const bool isLocked = fcntl(descriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-    close(descriptor);
-    return isLocked;
+    return fcntl(file.handle(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 }  // namespace vexa

@@ -4,6 +4,7 @@
 #include "VEXA.Runtime.SQLite.h"
 #include "VEXA.Runtime.Threads.h"
 
+#include <QFile>
 #include <QStringList>
 
 namespace vexa {
@@ -44,5 +45,8 @@ private:
 /// Whether any program has the database open. The calling process must not have it open itself: it would lose its
 /// locks.
 [[nodiscard]] VEXA_RUNTIME_API bool IsDatabaseInUse(const QString& fileName);
+/// Whether another process has it open, for a process that has, too. `file` is open, and stays open at least as long as
+/// the process's connections: closing any descriptor of the file gives up all its locks.
+[[nodiscard]] VEXA_RUNTIME_API bool IsDatabaseInUse(const QFile& file);
 
 }  // namespace vexa

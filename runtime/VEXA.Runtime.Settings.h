@@ -28,6 +28,8 @@ public:
     /// The value; nothing when the file does not have the key. If another process sets such a key before the next Save,
     /// Save keeps that value: the value that the caller writes may be its own default, which is not known here.
     std::optional<QString> Find(const QString& keyPath);
+    /// The keys that were read, with their values.
+    const QHash<QString, QString>& Values() const noexcept { return FRead; }
     /// The value; the default when the file does not have the key.
     QString Read(const QString& keyPath, const QString& defaultValue);
     /// Remembers the value for the next Save. A value equal to the one that was read, or to the default that Read

@@ -10,6 +10,7 @@ _podcasts_values() {
         KEY) "$@" episodes --limit 200 | sed 's/ .*//' ;;
         STATE) printf '%s\n' listened new postponed ;;
         NAME) "$@" options | sed 's/=.*//' ;;
+        PROGRAM) "$@" import --help | sed -n 's/^Programs: //p' | tr -s ', ' '\n' ;;
         OPTION) "$@" feed-options --help | sed -n 's/^Options: //p' | tr -s ', ' '\n' ;;
     esac 2>/dev/null
 }
@@ -79,11 +80,10 @@ _podcasts() {
         [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
     fi
     case $kind in
-        DIR | FILE | LOCATION… | FILE.opml) compopt -o filenames 2>/dev/null ;;&
+        DIR | LOCATION… | FILE) compopt -o filenames 2>/dev/null ;;&
         DIR) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
-        FILE) mapfile -t COMPREPLY < <(_podcasts_files "*" "$current") ;;
         LOCATION…) mapfile -t COMPREPLY < <(_podcasts_files "*.xml" "$current") ;;
-        FILE.opml) mapfile -t COMPREPLY < <(_podcasts_files "*.opml" "$current") ;;
+        FILE) mapfile -t COMPREPLY < <(_podcasts_files "*" "$current") ;;
         *)
             [[ $kind ]] && choices=$(_podcasts_values "${kind%…}" "${program[@]}")
             mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")

@@ -17,7 +17,8 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
         "episodes --limit x|episodes --offset=-1|episodes --state heard|options Nothing|options CheckUpdates 4|"
         "options ShowNotifications maybe|subscribe x --feed 0|options CacheFileNameTemplate relative|set-address "
         "1|feed-options|"
-        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4|restore|backup --list x|backup x y";
+        "feed-options 1 Nothing|feed-options 1 KeepFiles 3 4|restore|backup --list x|backup x y|"
+        "import --from other x|import --from gpodder --settings x";
     for (const QString& words : cases.split('|')) {
         const Result result = Run(words);
         EXPECT_EQ(result.Status, 2) << words.toStdString();
@@ -99,6 +100,48 @@ TEST_F(Program, APageLeadsToItsFeedsAndAMovedFeedIsFollowed) {
     EXPECT_TRUE(Run("refresh " + old).Out.startsWith("One: 1 new episode; moved to " + one));
     EXPECT_EQ(Json("refresh " + one)[u"moved"].toArray(), QJsonArray());
     EXPECT_EQ(Keys("2").size(), 2) << "by the number of the feed as before";
+}
+
+TEST_F(Program, ALibraryIsTakenAlongWithItsSettingsAndPositions) {
+    const FolderServer server;
+    Run("subscribe " + WriteFeed(server, "Show", 3));
+    Run("mark listened " + Keys().first());
+    Run("options CheckUpdates 3");
+    const QString positions = Profile.File("Positions.json"), document = Files.File("all.json");
+    WriteWhole(positions, "{\"begun\": [{\"address\": \"podcast://a\"}]}");
+    ASSERT_EQ(Run("export --everything " + document).Status, 0);
+    EXPECT_EQ(Run("export --everything").Out.toUtf8(), ReadWhole(document));
+    EXPECT_EQ(Run("import " + document).Out, "everything is here already\n");
+
+    const tests::TempFolder second;
+    const auto inSecond = [&](const QString& words) { return RunWith("--profile " + second.Path() + ' ' + words); };
+    QFile::remove(server.Folder.File("Show.xml"));  // nothing is fetched
+    inSecond("feeds");
+    {
+        PlainSqlite player(second.File("Podcasts.db"));
+        player.Rows("SELECT * FROM PodcastFeeds");
+        const Result imported = inSecond("import " + document);
+        EXPECT_EQ(imported.Status, 1);
+        EXPECT_EQ(imported.Out, "took the settings\ntook over 1 subscription, 3 episodes\n");
+        EXPECT_TRUE(imported.Error.contains("another program has the profile open")) << imported.Error.toStdString();
+        EXPECT_FALSE(QFile::exists(second.File("Positions.json")));
+    }
+    EXPECT_EQ(inSecond("import " + document).Out, "took over 1 entry of Positions.json\n");
+    EXPECT_EQ(inSecond("episodes").Out, Run("episodes").Out);
+    EXPECT_EQ(inSecond("options CheckUpdates").Out, "3\n");
+    inSecond("options CheckUpdates 1");
+    EXPECT_TRUE(inSecond("import " + document).Out.contains("the profile keeps its settings"));
+    EXPECT_EQ(inSecond("options CheckUpdates").Out, "1\n");
+    EXPECT_EQ(inSecond("import --settings " + document).Out, "took the settings\neverything is here already\n");
+    EXPECT_EQ(inSecond("options CheckUpdates").Out, "3\n");
+
+    const tests::TempFolder third;
+    QByteArray cut = ReadWhole(document);
+    WriteWhole(document, cut.first(cut.size() - 20));
+    const Result refused = RunWith("--profile " + third.Path() + " import " + document);
+    EXPECT_EQ(refused.Status, 1);
+    EXPECT_TRUE(refused.Error.contains("cannot read " + document + ": not a JSON document: it ends too early"));
+    EXPECT_EQ(RunWith("--profile " + third.Path() + " feeds --json").Out, "[]\n") << "nothing is stored";
 }
 
 TEST_F(Program, APasswordInAnAddressIsShownToNobody) {

@@ -1,0 +1,174 @@
+// The libraries of other programs. The first database is what gPodder 3.11 wrote: two feeds, of which it downloaded
+// three episodes and deleted one of these; positions as its window stores them.
+
+#include "PlainSqlite.h"
+#include "Podcasts.Core.ForeignLibraries.h"
+#include "Podcasts.Core.LibraryDocument.h"
+#include "TempFolder.h"
+#include "Texts.h"
+
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+namespace podcasts {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr char kGpodder[] = R"(
+CREATE TABLE podcast (id INTEGER PRIMARY KEY NOT NULL, title TEXT NOT NULL DEFAULT '', url TEXT NOT NULL DEFAULT '',
+    link TEXT NOT NULL DEFAULT '', description TEXT NOT NULL DEFAULT '', cover_url TEXT NULL DEFAULT NULL,
+    auth_username TEXT NULL DEFAULT NULL, auth_password TEXT NULL DEFAULT NULL,
+    http_last_modified TEXT NULL DEFAULT NULL, http_etag TEXT NULL DEFAULT NULL,
+    auto_archive_episodes INTEGER NOT NULL DEFAULT 0, download_folder TEXT NOT NULL DEFAULT '',
+    pause_subscription INTEGER NOT NULL DEFAULT 0, section TEXT NOT NULL DEFAULT '',
+    payment_url TEXT NULL DEFAULT NULL, download_strategy INTEGER NOT NULL DEFAULT 0,
+    sync_to_mp3_player INTEGER NOT NULL DEFAULT 1, cover_thumb BLOB NULL DEFAULT NULL);
+CREATE TABLE episode (id INTEGER PRIMARY KEY NOT NULL, podcast_id INTEGER NOT NULL, title TEXT NOT NULL DEFAULT '',
+    description TEXT NOT NULL DEFAULT '', url TEXT NOT NULL, published INTEGER NOT NULL DEFAULT 0, guid TEXT NOT NULL,
+    link TEXT NOT NULL DEFAULT '', file_size INTEGER NOT NULL DEFAULT 0,
+    mime_type TEXT NOT NULL DEFAULT 'application/octet-stream', state INTEGER NOT NULL DEFAULT 0,
+    is_new INTEGER NOT NULL DEFAULT 0, archive INTEGER NOT NULL DEFAULT 0, download_filename TEXT NULL DEFAULT NULL,
+    total_time INTEGER NOT NULL DEFAULT 0, current_position INTEGER NOT NULL DEFAULT 0,
+    current_position_updated INTEGER NOT NULL DEFAULT 0, last_playback INTEGER NOT NULL DEFAULT 0,
+    payment_url TEXT NULL DEFAULT NULL, description_html TEXT NOT NULL DEFAULT '',
+    episode_art_url TEXT NULL DEFAULT NULL, chapters TEXT NULL DEFAULT NULL);
+CREATE TABLE version (version integer);
+INSERT INTO version VALUES(8);
+INSERT INTO podcast VALUES(1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,NULL,NULL,0,'Show One',
+    0,'Audio',NULL,0,1,NULL);
+INSERT INTO podcast VALUES(2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,NULL,NULL,0,'Show Two',
+    0,'Audio',NULL,0,1,NULL);
+INSERT INTO episode VALUES(1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4','http://h/4',1000,'audio/mpeg',1,
+    1,0,'One-4.mp3',90,0,0,0,NULL,'<p>Notes <b>4</b></p>',NULL,NULL);
+INSERT INTO episode VALUES(3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2','http://h/2',1000,'audio/mpeg',2,
+    1,0,'One-2.mp3',90,0,0,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
+INSERT INTO episode VALUES(4,1,'One part 1','Plain notes','http://h/One-1.mp3',1704103200,'One-1','http://h/1',1000,
+    'audio/mpeg',1,0,1,'One-1.mp3',90,30,1704500000,1704500000,NULL,'',NULL,NULL);
+INSERT INTO episode VALUES(6,2,'Two part 3','','http://h/Two-3.mp3',1704276000,'Two-3','http://h/3',1000,'audio/mpeg',0,
+    0,0,NULL,90,90,1704400000,0,NULL,'<p>Notes <b>3</b></p>',NULL,NULL);
+INSERT INTO episode VALUES(7,2,'Two part 2','','http://h/Two-2.mp3',1704189600,'Two-2','http://h/2',1000,'audio/mpeg',0,
+    1,0,NULL,90,10,1704600000,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
+)";
+
+constexpr char kAntennaPod[] = R"(
+PRAGMA user_version = 3050000;
+CREATE TABLE Feeds (id INTEGER PRIMARY KEY AUTOINCREMENT, title TEXT, custom_title TEXT, download_url TEXT,
+    username TEXT, password TEXT, feed_playback_speed REAL, state INTEGER DEFAULT 0);
+CREATE TABLE FeedItems (id INTEGER PRIMARY KEY AUTOINCREMENT, title TEXT, pubDate INTEGER, read INTEGER,
+    description TEXT, feed INTEGER, item_identifier TEXT);
+CREATE TABLE FeedMedia (id INTEGER PRIMARY KEY AUTOINCREMENT, duration INTEGER, file_url TEXT, download_url TEXT,
+    downloaded INTEGER, position INTEGER, feeditem INTEGER, last_played_time INTEGER);
+CREATE TABLE Queue (id INTEGER PRIMARY KEY, feeditem INTEGER, feed INTEGER);
+CREATE TABLE Favorites (id INTEGER PRIMARY KEY, feeditem INTEGER, feed INTEGER);
+INSERT INTO Feeds VALUES (3,'A','Mine','http://h/a','ann','s p',-1,0), (4,'B',NULL,'http://h/b',NULL,NULL,1.5,1);
+INSERT INTO FeedItems VALUES (1,'a1',1704103200000,1,'n',3,'g1'), (2,'a2',1704189600000,-1,'n',3,'g2'),
+    (3,'a3',1704276000000,0,'n',3,'g3'), (4,'b1',1,0,'n',4,'x');
+INSERT INTO FeedMedia VALUES (1,60000,'/storage/1.mp3','http://c/1.mp3',1,0,1,5),
+    (2,90000,NULL,'http://c/2.mp3',0,30500,2,1704500000000);
+INSERT INTO Queue VALUES (0,2,3), (1,4,4);
+INSERT INTO Favorites VALUES (0,1,3);
+)";
+
+class ForeignLibraries : public testing::Test {
+protected:
+    /// Makes the database, and reads it.
+    TPodcastForeignLibrary Read(const QString& program, const QByteArray& sql) {
+        QFile::remove(FileName);
+        PlainSqlite(FileName).Run(sql);
+        return ReadForeignLibrary(program, FileName);
+    }
+    /// What is stored of a library in an empty profile.
+    QStringList Stored(TPodcastForeignLibrary library) {
+        const QString name = Folder.File("Podcasts.db");
+        QFile::remove(name);
+        {
+            TPodcastsDB db(name);
+            JoinLibrary(
+                db, library.Feeds.size(), [&](std::size_t index) { return std::move(library.Feeds[index]); },
+                [] { return false; });
+        }
+        return PlainSqlite(name).Rows(
+            "SELECT PodcastFeeds.Name, URLFeed, GUID, Title, PodcastEpisodes.Description, URI, PublishDate, Duration, "
+            "State, URLAudioCached FROM PodcastEpisodes JOIN PodcastFeeds USING (FeedID) ORDER BY "
+            "PodcastEpisodes.rowid");
+    }
+    static QString Positions(const TPodcastForeignLibrary& library) {
+        QString text;
+        for (const auto& file : library.ProfileFiles["Positions.json"]["begun"].toArray())
+            text += u"%1 %2/%3 %4 "_s.arg(file[u"address"].toString())
+                        .arg(file[u"position"].toDouble())
+                        .arg(file[u"duration"].toDouble())
+                        .arg(file[u"when"].toDouble(), 0, 'f', 0);
+        return text;
+    }
+
+    tests::TempFolder Folder;
+    const QString FileName = Folder.File("Database");
+};
+
+TEST_F(ForeignLibraries, GpoddersSubscriptionsMarksFilesAndPositionsAreRead) {
+    const QString file = Folder.File("Downloads/Show One/One-4.mp3");
+    WriteWhole(file, "sound");
+    const auto library = Read("gpodder", kGpodder);
+    EXPECT_EQ(library.Schema, 8);
+    EXPECT_EQ(Positions(library),
+              "podcast://h/Two-2.mp3 10/90 1704600000000 podcast://h/One-1.mp3 30/90 1704500000000 ");
+    EXPECT_EQ(library.NotTaken, QStringList("locks of episodes against deletion: 1"));
+    const QString one = "Show One|http://h/One.xml|", two = "Show Two|http://h/Two.xml|";
+    const QStringList rows{
+        one + "One-4|One part 4|<p>Notes <b>4</b></p>|podcast://h/One-4.mp3|45295.4166666667|90.0|1|" + file,
+        one + "One-2|One part 2|<p>Notes <b>2</b></p>|podcast://h/One-2.mp3|45293.4166666667|90.0|0|",
+        one + "One-1|One part 1|Plain notes|podcast://h/One-1.mp3|45292.4166666667|90.0|0|",
+        two + "Two-3|Two part 3|<p>Notes <b>3</b></p>|podcast://h/Two-3.mp3|45294.4166666667|90.0|0|",
+        two + "Two-2|Two part 2|<p>Notes <b>2</b></p>|podcast://h/Two-2.mp3|45293.4166666667|90.0|1|"};
+    EXPECT_EQ(Stored(Read("gpodder", kGpodder)), rows);
+    EXPECT_EQ(Stored(Read("gpodder", QByteArray(kGpodder) + "ALTER TABLE episode DROP COLUMN description_html")).size(),
+              5)
+        << "an older schema";
+}
+
+TEST_F(ForeignLibraries, AntennaPodsSubscriptionsMarksQueueAndPositionsAreRead) {
+    const auto library = Read("antennapod", kAntennaPod);
+    EXPECT_EQ(library.Schema, 3050000);
+    EXPECT_EQ(Positions(library), "podcast://c/2.mp3 30.5/90 1704500000000 ");
+    EXPECT_EQ(library.ProfileFiles["Positions.json"]["next"].toArray(), QJsonArray{"podcast://c/2.mp3"});
+    EXPECT_EQ(library.NotTaken, QStringList({"feeds that are not subscribed there: 1", "favourites: 1"}));
+    const QString feed = "Mine|http://ann:s%20p@h/a|";
+    EXPECT_EQ(Stored(Read("antennapod", kAntennaPod)),
+              QStringList({feed + "g1|a1|n|podcast://c/1.mp3|45292.4166666667|60.0|0|",
+                           feed + "g2|a2|n|podcast://c/2.mp3|45293.4166666667|90.0|1|",
+                           feed + "g3|a3|n||45294.4166666667|0.0|1|"}));
+}
+
+TEST_F(ForeignLibraries, AFileThatIsNoSuchDatabaseIsRefusedAndNeverWritten) {
+    const struct {
+        QString Program;
+        QByteArray Sql;
+        const char* Error;
+    } cases[] = {
+        {"gpodder", kAntennaPod, "no column podcast.id"},
+        {"antennapod", kGpodder, "no column Feeds.id"},
+        // Neither a view nor a virtual table is asked, which could be made to never end.
+        {"gpodder", "CREATE TABLE podcast (id, url); CREATE VIEW episode AS SELECT 1 podcast_id, 2 url", "no column "},
+    };
+    for (const auto& [program, sql, error] : cases) {
+        const QString message = ErrorOf([&] { Read(program, sql); });
+        EXPECT_TRUE(message.contains(error)) << message.toStdString();
+    }
+    Read("gpodder", kGpodder);
+    QByteArray bytes = ReadWhole(FileName);
+    bytes.replace(bytes.size() / 2, bytes.size() / 2, QByteArray(bytes.size() / 2, '\x55'));
+    for (const QByteArray& damaged : {bytes, bytes.first(5000), QByteArray("SQLite format 3"), QByteArray("{}")}) {
+        WriteWhole(FileName, damaged);
+        const QString message = ErrorOf([&] { ReadForeignLibrary("gpodder", FileName); });
+        EXPECT_TRUE(message.contains("damaged") || message.contains("not a database of SQLite"))
+            << message.toStdString();
+        EXPECT_EQ(ReadWhole(FileName), damaged);
+    }
+    EXPECT_NE(ErrorOf([&] { ReadForeignLibrary("gpodder", Folder.File("none")); }), "");
+}
+
+}  // namespace
+}  // namespace podcasts
