@@ -36,10 +36,10 @@ CREATE TABLE episode (id INTEGER PRIMARY KEY NOT NULL, podcast_id INTEGER NOT NU
     episode_art_url TEXT NULL DEFAULT NULL, chapters TEXT NULL DEFAULT NULL);
 CREATE TABLE version (version integer);
 INSERT INTO version VALUES(8);
-INSERT INTO podcast VALUES(1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,NULL,NULL,0,'Show One',
-    0,'Audio',NULL,0,1,NULL);
-INSERT INTO podcast VALUES(2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,NULL,NULL,0,'Show Two',
-    0,'Audio',NULL,0,1,NULL);
+INSERT INTO podcast VALUES(1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,NULL,NULL,0,
+    'Show One',0,'Audio',NULL,0,1,NULL);
+INSERT INTO podcast VALUES(2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,NULL,NULL,0,
+    'Show Two',0,'Audio',NULL,0,1,NULL);
 INSERT INTO episode VALUES(1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4','http://h/4',1000,'audio/mpeg',1,
     1,0,'One-4.mp3',90,0,0,0,NULL,'<p>Notes <b>4</b></p>',NULL,NULL);
 INSERT INTO episode VALUES(3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2','http://h/2',1000,'audio/mpeg',2,
