@@ -3,9 +3,11 @@
 //
 // A storage is an extension of the music-library service. It lists its fields, returns rows for a list of fields and a
 // filter (VEXA.SDK.MusicLibrary.Rows.h), and returns nodes for its trees. The host asks for ranges of rows on a reader
-// thread of its own; it calls everything else on the main thread, unless a comment says otherwise.
+// thread of its own; it calls everything else on the main thread, unless a comment says otherwise. A storage may also
+// find what it could add (VEXA.SDK.MusicLibrary.Finding.h).
 
 #include "VEXA.SDK.Files.h"
+#include "VEXA.SDK.MusicLibrary.Finding.h"
 #include "VEXA.SDK.MusicLibrary.Rows.h"
 #include "VEXA.SDK.Objects.h"
 
