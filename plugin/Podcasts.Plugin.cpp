@@ -129,7 +129,7 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 void TVEXAPodcastsPlugin::Start() {
     FClient = std::make_unique<TPodcastClient>(WithTrailingDelimiter(ProfileFolder()) + u"Podcasts.db");
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
-        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     const auto library = TVEXAPodcastsMLExtension::Create(
         *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
@@ -193,6 +193,7 @@ void TVEXAPodcastsPlugin::LoadSettings() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastConfig(config, *FClient);
+    *FFindOptions = ReadPodcastFindOptions(config);
     FAreSettingsLoaded = true;
 }
 
@@ -200,12 +201,14 @@ void TVEXAPodcastsPlugin::ReloadOptions() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastOptions(config, FClient->Options());
+    *FFindOptions = ReadPodcastFindOptions(config);
 }
 
 void TVEXAPodcastsPlugin::SaveSettings() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     WritePodcastConfig(config, *FClient);
+    WritePodcastFindOptions(config, *FFindOptions);
 }
 
 }  // namespace podcasts
