@@ -496,6 +496,15 @@ void TPodcastsDB::EnumCachedFilesOfFeed(int feedID, const TextVisitor& visitor) 
                [&](const SqliteCursor& row) { visitor(row.Text(0)); });
 }
 
+void TPodcastsDB::ReplaceURIsByAddresses() {
+    // Rows without a value do not conflict with each other.
+    ExecuteSQL(
+        "UPDATE PodcastEpisodes SET URI = CASE WHEN URLAudio LIKE 'http://_%' OR URLAudio LIKE 'https://_%' "
+        "THEN URLAudio || iif(Nth = 1, '', '#' || Nth) END "
+        "FROM (SELECT rowid AS Named, row_number() OVER (PARTITION BY URLAudio ORDER BY rowid) AS Nth "
+        "FROM PodcastEpisodes) WHERE PodcastEpisodes.rowid = Named");
+}
+
 TPodcastFeedNumbers TPodcastsDB::GetFeedNumbers(int feedID) {
     const auto cursor = Read(SqlBuilder("SELECT Count(*), Sum(State = ")
                                  .Integer(pesNew)

@@ -186,6 +186,11 @@ public:
     std::optional<TPodcastDocumentNote> GetDocumentNote(const QString& feedURL);
     /// Updates the validators in the notes of these feeds, if a note is still of the same document.
     void UpdateValidators(const std::map<QString, TPodcastDocumentNote>& notes);
+    /// Gives every row its audio address in place of its URI, so that a player can play it without knowing podcasts;
+    /// no value if that is no web address, since a feed must not make a player open local files. Of rows with the same
+    /// address all but one get a fragment, which no server is sent. Afterwards rows can only be read: for databases
+    /// that are looked at and thrown away.
+    void ReplaceURIsByAddresses();
     TPodcastStoredEpisodes LoadStoredEpisodes(int feedID);
     void Remove(int id);
     void Remove(const QString& urlFeed);

@@ -30,6 +30,9 @@ constexpr int kPageSize = 8192;
 constexpr int kCheckpointPages = 4000;
 // The number of idle connections for reading that are kept for reuse.
 constexpr std::size_t kMaxIdleReaders = 4;
+// What names of databases in memory begin with. Their VFS shares a database between connections if its name is
+// absolute; https://www.sqlite.org/uri.html describes such names.
+const QString kInMemory = QStringLiteral("file:/vexa-in-memory-");
 
 /// What SQLite says, if it is the usual message of a code.
 Reason SqliteReason(const QString& words) {
@@ -233,6 +236,7 @@ void SqliteConnection::Close() noexcept {
 
 void SqliteConnection::OpenConnection(const QString& fileName, int flags) {
     FFileName = fileName;
+    if (fileName.startsWith(kInMemory)) flags |= SQLITE_OPEN_URI;
     // NOMUTEX: this class ensures that only one thread at a time uses a connection.
     const int code =
         sqlite3_open_v2(QFile::encodeName(fileName).constData(), &FHandle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -292,6 +296,11 @@ SqliteSnapshot::~SqliteSnapshot() {
 // ---- SqliteDatabase ----
 
 SqliteDatabase::~SqliteDatabase() = default;
+
+QString SqliteDatabase::NameInMemory() {
+    static std::atomic<quint64> number{0};
+    return kInMemory + QString::number(++number) + u"?vfs=memdb";
+}
 
 void SqliteDatabase::Open(const QString& fileName) {
     try {

@@ -195,6 +195,10 @@ public:
     SqliteDatabase() = default;
     ~SqliteDatabase() override;
 
+    /// The name of a new database in memory, different at every call. All connections of this process that open the
+    /// name share the database; it ends with the last of them.
+    static QString NameInMemory();
+
     /// Runs statements that return no rows.
     void ExecuteSQL(std::string_view sql);
     void ExecuteSQL(const SqlBuilder& builder) { ExecuteSQL(builder.Sql()); }

@@ -123,6 +123,21 @@ protected:
     ~IVEXAServicePlayer() = default;
 };
 
+/// Offered by the player of a host that keeps where files were left. Plays a file that the user only wants to hear
+/// into, such as an episode of a podcast before subscribing to it. Main thread.
+struct IVEXAPlayerPreview : IUnknown {
+    static constexpr Guid IID = ParseGuid("{CCC970BA-8D7E-407B-9DE3-305D0EA50747}");
+
+    /// 3: Starts the file that `info` describes. Its FileName is a web address, which is opened as it is; the other
+    /// properties are shown, because no extension knows the file. The host keeps nothing of it: no position, and the
+    /// file is not one to continue. Nothing follows it. E_INVALIDARG when FileName is no http or https address;
+    /// `error` may be null and is filled on failure.
+    virtual HResult PlayPreview(IVEXAFileInfo* info, IVEXAErrorInfo* error) noexcept = 0;
+
+protected:
+    ~IVEXAPlayerPreview() = default;
+};
+
 /// Extension of the player: turns addresses of its own into addresses that can be opened.
 struct IVEXAExtensionPlayerHook : IUnknown {
     static constexpr Guid IID = ParseGuid("{B5318B69-EC59-435E-A984-2CC07615BF94}");

@@ -83,6 +83,12 @@ public:
 
     /// The provider of the rows, which any thread may call.
     const Ref<IVEXAMLDataProvider>& Rows() const noexcept { return FRows; }
+    /// The same storage with other rows of the same fields, such as those of a preview.
+    LibraryStorage WithRows(Ref<IVEXAMLDataProvider> rows) const {
+        LibraryStorage other(*this);
+        other.FRows = std::move(rows);
+        return other;
+    }
     /// The storage's interface `Interface`; null when the storage does not have it.
     template <class Interface>
     Ref<Interface> Offered() const noexcept {

@@ -53,7 +53,10 @@ void Show(RowPage& page) {
 }  // namespace
 
 RowReader::RowReader(const LibraryStorage& storage)
-    : FStorage(storage), FProvider(storage.Rows()), FCounter(storage.Subscriptions()), FThread([this] { Run(); }) {}
+    : FStorage(storage),
+      FProvider(storage.Rows()),
+      FCounter(Query<IVEXAMLSubscriptionStorage>(FProvider.Get())),
+      FThread([this] { Run(); }) {}
 
 RowReader::~RowReader() {
     VEXA_ASSERT_MAIN_THREAD();

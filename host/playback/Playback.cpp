@@ -31,6 +31,14 @@ constexpr int kMaxSkips = 3;  // in a row; if more files fail, the problem is no
 constexpr double kAfterJump = std::numeric_limits<double>::infinity();
 const QString kVolume = QStringLiteral("Player\\Volume");
 
+NowPlaying Described(NowPlaying file, FileInfo& info) {
+    file.Title = info.Text(IVEXAFileInfo::Title);
+    file.Artist = info.Text(IVEXAFileInfo::Artist);
+    file.Album = info.Text(IVEXAFileInfo::Album);
+    info.GetValueAsFloat(IVEXAFileInfo::Duration, &file.Duration);
+    return file;
+}
+
 }  // namespace
 
 /// Is told about the files that somebody marks as heard.
@@ -60,10 +68,7 @@ public:
     void Execute() override {
         const Ref<FileInfo> info(new FileInfo);
         FInfos->GetFileInfo(MakeString(FPlaying.Address).Get(), 0, info.Get());
-        FPlaying.Title = info->Text(IVEXAFileInfo::Title);
-        FPlaying.Artist = info->Text(IVEXAFileInfo::Artist);
-        FPlaying.Album = info->Text(IVEXAFileInfo::Album);
-        info->GetValueAsFloat(IVEXAFileInfo::Duration, &FPlaying.Duration);
+        FPlaying = Described(FPlaying, *info);
         if (!FPlaying.LocalFile.isEmpty() && !IsCancelled()) FPlaying.Chapters = ReadChapters(FPlaying.LocalFile);
         RunInMainThread(
             [playing = FPlaying, owner = FOwner, tell = FTell] {
@@ -164,7 +169,7 @@ void Playback::Play(const QString& named) {
     // Its position is stored by the present address; by an older one the file would start from its beginning.
     const QString address = FHost.Addresses().Present(named);
     OnBegun();  // the user has chosen a file, so earlier skips do not count any more
-    if (address == FCurrent.Address && !FHasEnded)
+    if (address == FCurrent.Address && !FHasEnded && !FCurrent.IsPreview)
         Resume();
     else
         Start(address);
@@ -174,8 +179,18 @@ void Playback::Start(const QString& address) {
     FTried = address;
     const Ref<ErrorInfo> error(new ErrorInfo);
     FOutput->ForgetProblem();
-    if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get())))
-        OnProblem(FOutput->LastProblem(), error->Message());
+    if (vexa::Failed(FHost.Player().Play(MakeString(address).Get(), error.Get()))) OnStartFailed(*error);
+}
+
+void Playback::StartPreviewAgain() {
+    const Ref<ErrorInfo> error(new ErrorInfo);
+    FOutput->ForgetProblem();
+    const auto preview = FHost.Player().Preview();
+    if (preview && vexa::Failed(FHost.Player().PlayPreview(preview.Get(), error.Get()))) OnStartFailed(*error);
+}
+
+void Playback::OnStartFailed(const ErrorInfo& error) {
+    OnProblem(FOutput->LastProblem(), error.Message());
 }
 
 void Playback::Resume() {
@@ -188,7 +203,7 @@ void Playback::Resume() {
                 Seek(ResumePosition(*left));
             return FOutput->Play();
         case State::Failed:
-            return Start(QString(FCurrent.Address));
+            return FCurrent.IsPreview ? StartPreviewAgain() : Start(QString(FCurrent.Address));
         case State::Stopped:
             // The user has not chosen anything yet: go on with the file heard last.
             if (const HeardFile* last = FPositions.LastHeard()) Start(QString(last->Address));
@@ -238,7 +253,7 @@ void Playback::SetSpeed(double speed) {
     if (FNode) {
         FListening.Speed = FOutput->Speed();
         FNodes.Set(*FNode, FListening);
-    } else {
+    } else if (!FCurrent.IsPreview) {
         FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
     }
     Q_EMIT SpeedChanged(FOutput->Speed());
@@ -388,8 +403,13 @@ void Playback::OnStarted() {
     FCurrent.Address = FHost.Player().FileName();
     FCurrent.LocalFile = LocalFileName(source);
     FHasEnded = false;
+    FCurrent.IsPreview = static_cast<bool>(FHost.Player().Preview());
+    if (FCurrent.IsPreview) {
+        FTried = FCurrent.Address;
+        OnBegun();
+    }
     ApplyNode();
-    const HeardFile* left = FPositions.Find(FCurrent.Address);
+    const HeardFile* left = FCurrent.IsPreview ? nullptr : FPositions.Find(FCurrent.Address);
     const double begin = std::max<double>(left ? ResumePosition(*left) : 0, FListening.SkipStart);
     FIsAtSkip = begin > 0 && (!left || left->Position < begin);
     FBefore = begin > 0 ? kAfterJump : 0;
@@ -406,6 +426,7 @@ QStringList Playback::Schemes() const {
 
 void Playback::DescribeCurrent() {
     WorkerPool::Cancel(FDescribing, false);
+    if (const auto& preview = FHost.Player().Preview()) return OnDescribed(Described(FCurrent, *preview));
     FDescribing = WorkerPool::Run(std::make_unique<DescribeTask>(
         FCurrent, FHost.FileInfos(), this, [this](const NowPlaying& described) { OnDescribed(described); }));
 }
@@ -425,7 +446,7 @@ void Playback::OnDescribed(const NowPlaying& described) {
 /// Finds the node of the current file, and what its settings change at once.
 void Playback::ApplyNode() {
     FNode.reset();
-    Guarded("finding the node of a file", [this] { FNode = FNodes.NodeOf(FCurrent.Address); });
+    if (!FCurrent.IsPreview) Guarded("finding the node of a file", [this] { FNode = FNodes.NodeOf(FCurrent.Address); });
     FListening = FNode ? FNodes.Get(*FNode) : ListeningSettings();
     FOutput->SetGain(FListening.Volume);
 }
@@ -466,7 +487,7 @@ void Playback::OnDuration(double seconds) {
 HResult Playback::ListFilesInUse(IVEXAObjectList* names) const {
     if (!names) return E_POINTER;
     QStringList used = UpNext();
-    if (!FCurrent.Address.isEmpty()) used += {FCurrent.Address, FCurrent.LocalFile};
+    if (!FCurrent.Address.isEmpty() && !FCurrent.IsPreview) used += {FCurrent.Address, FCurrent.LocalFile};
     for (const HeardFile& file : FPositions.Begun()) used += file.Address;
     for (const QString& name : used)
         if (!name.isEmpty()) names->Add(MakeString(name).Get());
@@ -505,6 +526,7 @@ void Playback::OnAddressesGone(const QSet<QString>& gone) {
 }
 
 void Playback::OnEnded() {
+    if (FCurrent.IsPreview) return Stop();
     const QString address = FCurrent.Address;
     FPositions.Forget(address);
     FHasEnded = true;
@@ -533,7 +555,7 @@ void Playback::OnState() {
 }
 
 void Playback::StorePosition() {
-    if (FHasEnded || FCurrent.Address.isEmpty() || CurrentState() == State::Stopped) return;
+    if (FHasEnded || FCurrent.Address.isEmpty() || FCurrent.IsPreview || CurrentState() == State::Stopped) return;
     FPositions.Leave(FCurrent.Address, Position(), Duration());
     Q_EMIT PositionsChanged();
 }

@@ -29,6 +29,8 @@
 
 namespace vexa::host {
 
+class ErrorInfo;
+
 /// The order in which files follow each other, such as a playlist's. Main thread.
 class PlayOrder {
 public:
@@ -47,6 +49,7 @@ struct NowPlaying {
     QString LocalFile;  // the file that is being played, if it is local
     double Duration = 0;
     std::vector<Chapter> Chapters;
+    bool IsPreview = false;  // IVEXAPlayerPreview has started it: nothing of it is kept, and nothing follows it
 };
 
 class Playback final : public QObject, private AddressKeeper {
@@ -191,6 +194,8 @@ private:
     void StorePosition();
     void SaveSoon();
     void Start(const QString& address);
+    void StartPreviewAgain();
+    void OnStartFailed(const ErrorInfo& error);
     [[nodiscard]] QString TakeNext();
     QString BeforeCurrent() const;
     int Setting(const char* key, int otherwise) const;

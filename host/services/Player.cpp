@@ -1,15 +1,32 @@
 #include "Player.h"
 
 #include "ErrorInfo.h"
-#include "FileInfo.h"
 #include "Guarded.h"
 #include "HostReasons.h"
+#include "Properties.h"
 #include "Strings.h"
 #include "VEXA.Runtime.Threads.h"
+#include "VEXA.Runtime.Url.h"
 
 #include <utility>
 
 namespace vexa::host {
+
+namespace {
+
+/// The texts of `info`, and its duration.
+Ref<FileInfo> CopyOf(IVEXAFileInfo& info) {
+    Ref<FileInfo> copy(new FileInfo);
+    for (const FileInfo::Name& property : FileInfo::Names())
+        if (const QString text = TextOf(&info, property.ID); !text.isEmpty())
+            copy->SetValueAsObject(property.ID, MakeString(text).Get());
+    double duration = 0;
+    if (Succeeded(info.GetValueAsFloat(IVEXAFileInfo::Duration, &duration)))
+        copy->SetValueAsFloat(IVEXAFileInfo::Duration, duration);
+    return copy;
+}
+
+}  // namespace
 
 PlayerService::PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos,
                              Ref<MessageDispatcher> messages, Ref<LanguageService> language,
@@ -29,7 +46,7 @@ PlayerService::~PlayerService() {
 }
 
 QStringList PlayerService::KeptAddresses() const {
-    return FFileName.isEmpty() ? QStringList() : QStringList(FFileName);
+    return FFileName.isEmpty() || FPreview ? QStringList() : QStringList(FFileName);
 }
 
 void PlayerService::SetOutput(std::unique_ptr<AudioOutput> output) {
@@ -85,6 +102,7 @@ HResult PlayerService::GetInfo(IVEXAFileInfo** info) noexcept {
     *info = nullptr;
     return Guarded("describing what plays", [&] {
         if (FFileName.isEmpty()) return E_FAIL;
+        if (FPreview) return *info = Ref<IVEXAFileInfo>(CopyOf(*FPreview)).Detach(), S_OK;
         const Ref<IVEXAFileInfo> made(new FileInfo);
         const Ref<IVEXAString> name = MakeString(FFileName);
         FInfos->GetFileInfo(name.Get(), 0, made.Get());  // if no provider knows the file, only its name is given
@@ -103,23 +121,41 @@ HResult PlayerService::Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept {
             SetError(error, resolved.Result, resolved.Message);
             return resolved.Result;
         }
-        // A file that is resumed after a failure was reported as heard before.
-        if (name != FFileName) FHasMoved = false;
-        FFileName = name;
-        FSource = resolved.Source;
-        try {
-            FOutput->Start(resolved.Source);
-        } catch (const std::exception& failure) {
-            Forget();
-            SetError(error, E_FAIL, FLanguage->Text(ReasonOf(failure)));
-            return E_FAIL;
-        }
-        if (FStarted) FStarted();
-        return S_OK;
+        return Start(name, resolved.Source, nullptr, error);
     });
 }
 
+HResult PlayerService::PlayPreview(IVEXAFileInfo* info, IVEXAErrorInfo* error) noexcept {
+    VEXA_ASSERT_MAIN_THREAD();
+    if (!info) return E_POINTER;
+    return Guarded("starting a preview", [&] {
+        const QString address = TextOf(info, IVEXAFileInfo::FileName);
+        if (IsUrl(address)) return Start(address, address, CopyOf(*info), error);
+        // The address comes from a server, which must not make the player open files of this machine.
+        SetError(error, E_INVALIDARG, FLanguage->Text(Reason(HostReason("NotPlayable"), {address})));
+        return E_INVALIDARG;
+    });
+}
+
+HResult PlayerService::Start(const QString& name, const QString& source, Ref<FileInfo> preview, IVEXAErrorInfo* error) {
+    // A file that is resumed after a failure was reported as heard before.
+    if (name != FFileName) FHasMoved = false;
+    FFileName = name;
+    FSource = source;
+    FPreview = std::move(preview);
+    try {
+        FOutput->Start(source);
+    } catch (const std::exception& failure) {
+        Forget();
+        SetError(error, E_FAIL, FLanguage->Text(ReasonOf(failure)));
+        return E_FAIL;
+    }
+    if (FStarted) FStarted();
+    return S_OK;
+}
+
 void PlayerService::Forget() {
+    FPreview = nullptr;
     FFileName.clear();
     FSource.clear();
     FHasMoved = false;

@@ -2,6 +2,7 @@
 // Service: the player, without the audio output itself.
 
 #include "AudioDecoder.h"
+#include "FileInfo.h"
 #include "FileInfoService.h"
 #include "Messages.h"
 #include "PresentAddresses.h"
@@ -37,7 +38,9 @@ public:
     QString Source;
 };
 
-class PlayerService final : public RefCountedObject<IVEXAServicePlayer>, public ExtensionTarget, private AddressKeeper {
+class PlayerService final : public RefCountedObject<IVEXAServicePlayer, IVEXAPlayerPreview>,
+                            public ExtensionTarget,
+                            private AddressKeeper {
 public:
     PlayerService(Ref<AudioDecoderService> decoders, Ref<FileInfoService> infos, Ref<MessageDispatcher> messages,
                   Ref<LanguageService> language, std::shared_ptr<PresentAddresses> addresses,
@@ -65,6 +68,9 @@ public:
     /// The name by which the current file was started, or its present address if that has moved; empty when nothing
     /// plays. Main thread.
     QString FileName() const { return FFileName; }
+    /// What was said of the current file if it is a preview, of which nothing is kept; null for any other file. Main
+    /// thread.
+    const Ref<FileInfo>& Preview() const noexcept { return FPreview; }
     /// The source that the output was given; empty when nothing plays. Main thread.
     QString Source() const { return FSource; }
 
@@ -74,8 +80,10 @@ public:
     HResult GetInfo(IVEXAFileInfo** info) noexcept override;
     HResult Play(IVEXAString* file, IVEXAErrorInfo* error) noexcept override;
     HResult Stop() noexcept override;
+    HResult PlayPreview(IVEXAFileInfo* info, IVEXAErrorInfo* error) noexcept override;
 
 private:
+    HResult Start(const QString& name, const QString& source, Ref<FileInfo> preview, IVEXAErrorInfo* error);
     QStringList KeptAddresses() const override;
     void OnAddressesMoved(const AddressMoves& moves) override { FFileName = moves.value(FFileName, FFileName); }
     void ListenToOutput();
@@ -91,6 +99,7 @@ private:
     ExtensionList<IVEXAExtensionPlayerHook> FHooks;
     std::function<void()> FStarted;
     QString FFileName, FSource;
+    Ref<FileInfo> FPreview;
     bool FHasMoved = false;  // the position has moved, and the plug-ins were told that the file plays
 };
 

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDropEvent>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -72,43 +73,31 @@ private:
 
 }  // namespace
 
-/// Fetches a feed for a dialog, and passes the result to the dialog if that still exists.
-class TfrmPodcastFeed::FetchTask final : public Task {
-public:
-    FetchTask(TfrmPodcastFeed& dialog, const QString& text) : FDialog(dialog.FLinks), FText(text) {}
-
-    void Execute() override {
-        const auto outcome = std::make_shared<FetchOutcome>();
-        try {
-            // Existing subscriptions are detected when the feed is stored.
-            outcome->Found = FindFeed(
-                FText, 0,
-                [this](const QString& address) { return LoadFeedDocument(address, [this] { return IsCancelled(); }); },
-                [](const QString&) { return false; });
-        } catch (const std::exception& error) {
-            outcome->Found.Error = ReasonOf(error);
-        }
-        RunInMainThread(
-            [dialog = FDialog, outcome] {
-                if (TfrmPodcastFeed* const form = dialog.Get()) form->FetchComplete(*outcome);
-            },
-            false);
-    }
-    QString Caption() const override { return MaskedUrl(FText); }
-
-private:
-    const Link<TfrmPodcastFeed> FDialog;  // used only on the main thread
-    const QString FText;
-};
-
 void TfrmPodcastFeed::Subscribe(WindowHandle owner, TPodcastClient& client) {
     if (!CanShowWindows("subscribing in a dialog")) return;
     const Link<TPodcastClient> link(client.Links());
     TOpenDialog<TfrmPodcastFeed> dialog(owner, client);
-    if (!dialog.ExecuteOK() || !dialog->FFeed) return;
+    const bool isOK = dialog.ExecuteOK();
+    if (dialog.Get() && dialog->FIsSearchWanted) {
+        const QString text = dialog->edFeedURL->text();
+        dialog.Close();
+        if (const TSearchHook search = SearchHook(); search && link.Get())
+            search(owner, IsFeedLocation(text) ? QString() : text.trimmed());
+        return;
+    }
+    if (!isOK || !dialog->FFeed) return;
     TPodcastClient* const present = link.Get();
     // Another program may have subscribed to the feed meanwhile, and may have marked or downloaded episodes since.
     if (present && !present->SubscribeNew(*dialog->FFeed)) ShowAlreadySubscribed(dialog->parentWidget());
+}
+
+TfrmPodcastFeed::TSearchHook& TfrmPodcastFeed::SearchHook() {
+    static TSearchHook hook;
+    return hook;
+}
+
+void TfrmPodcastFeed::SetSearchHook(TSearchHook hook) {
+    SearchHook() = std::move(hook);
 }
 
 void TfrmPodcastFeed::Edit(WindowHandle owner, TPodcastClient& client, const QString& feedURL) {
@@ -126,6 +115,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
       lbDownloadHint(new QLabel),
       btnOK(new QPushButton),
       btnCancel(new QPushButton),
+      btnSearch(new QPushButton),
       FClient(client.Links()) {
     edFeedURL->setObjectName(QStringLiteral("edFeedURL"));
     edFeedURL->setMinimumWidth(std::max(kEditWidth, kLettersInEdit * fontMetrics().averageCharWidth()));
@@ -142,10 +132,22 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     btnCancel->setObjectName(QStringLiteral("btnCancel"));
     btnCancel->setMinimumSize(kButtonSize);
     btnCancel->setAutoDefault(false);
+    btnSearch->setObjectName(QStringLiteral("btnSearch"));
+    btnSearch->setAutoDefault(false);
+    btnSearch->setFlat(true);
+    btnSearch->setCursor(Qt::PointingHandCursor);
+    QPalette asLink = btnSearch->palette();
+    asLink.setColor(QPalette::ButtonText, asLink.color(QPalette::Link));
+    btnSearch->setPalette(asLink);
+    btnSearch->hide();
 
     auto* const buttons = new QHBoxLayout;
     buttons->setSpacing(6);
-    buttons->addWidget(lbDownloadHint, 1);
+    // In one place: there is nothing to search for while a feed is fetched.
+    auto* const left = new QGridLayout;
+    left->addWidget(lbDownloadHint, 0, 0);
+    left->addWidget(btnSearch, 0, 0, Qt::AlignLeft | Qt::AlignVCenter);
+    buttons->addLayout(left, 1);
     buttons->addWidget(btnOK);
     buttons->addWidget(btnCancel);
     auto* const all = new QVBoxLayout(this);
@@ -162,6 +164,7 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     edFeedURL->setPlaceholderText(text("Podcasts\\MSG3"));
     edFeedURL->setAccessibleName(edFeedURL->placeholderText());
     lbDownloadHint->setText(text("MSG\\73"));
+    btnSearch->setText(text("Podcasts\\SearchByName"));
 
     auto* const dtFeedURL = new DropTarget(
         *edFeedURL, [this](const QMimeData& dragged) { return dtFeedURLOver(dragged); },
@@ -170,6 +173,10 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
     connect(edFeedURL, &QLineEdit::textChanged, this, [this] { edFeedURLChange(); });
     connect(btnOK, &QPushButton::clicked, this, [this] { RunEvent(*this, [this] { btnOKClick(); }); });
     connect(btnCancel, &QPushButton::clicked, this, &QDialog::reject);
+    connect(btnSearch, &QPushButton::clicked, this, [this] {
+        FIsSearchWanted = true;
+        reject();
+    });
 
     // Ignore a text that merely begins with an address, or only looks like an address.
     const QString copied = QApplication::clipboard()->text().trimmed();
@@ -180,15 +187,15 @@ TfrmPodcastFeed::TfrmPodcastFeed(WindowHandle owner, TPodcastClient& client)
 }
 
 TfrmPodcastFeed::~TfrmPodcastFeed() {
-    // While the main thread waits it runs queued procedures, which may include the end of the fetch.
     FLinks.Invalidate();
-    WorkerPool::Cancel(FFetchTask, true);
+    FFetch.reset();
 }
 
 void TfrmPodcastFeed::SetEditedURL(const QString& feedURL) {
     FEditedURL = feedURL;
     edFeedURL->setText(feedURL);
     edFeedURL->selectAll();
+    UpdateControls();
 }
 
 /// The feed's location according to the edit. An unchanged text stands for exactly the stored address.
@@ -198,10 +205,11 @@ QString TfrmPodcastFeed::Location() const {
 }
 
 void TfrmPodcastFeed::UpdateControls() {
-    const bool isFetching = FFetchTask != 0;
+    const bool isFetching = FFetch != nullptr;
     const QString location = Location();
     const bool isAcceptable = IsFeedLocation(location);
     lbDownloadHint->setVisible(isFetching);
+    btnSearch->setVisible(!isFetching && FEditedURL.isEmpty() && SearchHook());
     btnOK->setEnabled(!isFetching && isAcceptable);
     QString missing;
     if (isFetching)
@@ -224,20 +232,20 @@ void TfrmPodcastFeed::btnOKClick() {
 }
 
 void TfrmPodcastFeed::DownloadFeed(const QString& text) {
-    if (FFetchTask != 0) return;
+    if (FFetch) return;
     FLastError.clear();
-    FFetchTask = WorkerPool::Run(std::make_unique<FetchTask>(*this, text));
+    FFetch = std::make_unique<TPodcastFeedFetch>(text, [this](TPodcastFoundFeed& found) { FetchComplete(found); });
 }
 
-void TfrmPodcastFeed::FetchComplete(FetchOutcome& outcome) {
-    FFetchTask = 0;
-    FFeed = std::move(outcome.Found.Feed);
-    FLastError = outcome.Found.IsUnknownFormat ? QString() : LocalizedText(outcome.Found.Error);
+void TfrmPodcastFeed::FetchComplete(TPodcastFoundFeed& found) {
+    FFetch.reset();
+    FFeed = std::move(found.Feed);
+    FLastError = found.IsUnknownFormat ? QString() : LocalizedText(found.Error);
     UpdateControls();
     if (!isVisible()) return;  // the dialog has its result already
     if (!FClient.Get()) return reject();
     if (FFeed) return accept();
-    if (!outcome.Found.Choices.empty()) return ChooseFeed(outcome.Found.Choices);
+    if (!found.Choices.empty()) return ChooseFeed(found.Choices);
     QString message = LocalizedText(QStringLiteral("Podcasts\\MSG2"));
     if (!FLastError.isEmpty()) message += QStringLiteral("\r\n\r\n") + TextForLabel(FLastError, kMaxReasonLength);
     ShowMessageBox(this, QMessageBox::Critical, message);

@@ -3,8 +3,10 @@
 
 #include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.h"
+#include "Podcasts.Plugin.Dialogs.FeedFetch.h"
 #include "Podcasts.Plugin.Dialogs.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -20,6 +22,10 @@ class TfrmPodcastFeed : public TPodcastsCustomForm {
 public:
     /// Runs the dialog until the user closes it. Throws the exceptions of storing the feed.
     static void Subscribe(vexa::WindowHandle owner, TPodcastClient& client);
+    /// What the link to a search by name does after it has closed the dialog: `text` is what the user has entered,
+    /// unless that is an address. Without a hook there is no link.
+    using TSearchHook = std::function<void(vexa::WindowHandle owner, const QString& text)>;
+    static void SetSearchHook(TSearchHook hook);
     /// Runs the dialog until the user closes it. Throws the exceptions of changing the stored address.
     static void Edit(vexa::WindowHandle owner, TPodcastClient& client, const QString& feedURL);
 
@@ -28,18 +34,14 @@ public:
     ~TfrmPodcastFeed() override;
 
 private:
-    class FetchTask;
-    struct FetchOutcome {
-        TPodcastFoundFeed Found;
-    };
-
+    static TSearchHook& SearchHook();
     void SetEditedURL(const QString& feedURL);
     QString Location() const;
     void UpdateControls();
     void DownloadFeed(const QString& text);
     /// Lets the user choose one of the feeds of a page, and fetches it.
     void ChooseFeed(const std::vector<TPodcastFeedLink>& feeds);
-    void FetchComplete(FetchOutcome& outcome);
+    void FetchComplete(TPodcastFoundFeed& found);
 
     void edFeedURLChange() { UpdateControls(); }
     void btnOKClick();
@@ -50,13 +52,15 @@ private:
     QLabel* lbDownloadHint;
     QPushButton* btnOK;
     QPushButton* btnCancel;
+    QPushButton* btnSearch;  // looks like a link
 
-    QString FLastError;                   // of the last fetch
-    vexa::TaskHandle FFetchTask = 0;      // 0 while no fetch runs
+    QString FLastError;  // of the last fetch
+    bool FIsSearchWanted = false;
     QString FEditedURL;                   // empty when the dialog subscribes to a feed
     std::unique_ptr<TPodcastFeed> FFeed;  // the feed that the last fetch has read
     vexa::Link<TPodcastClient> FClient;
-    vexa::LinkSource<TfrmPodcastFeed> FLinks{this};  // tells the fetch whether the dialog still exists
+    vexa::LinkSource<TfrmPodcastFeed> FLinks{this};
+    std::unique_ptr<TPodcastFeedFetch> FFetch;  // null while no fetch runs
 };
 
 }  // namespace podcasts

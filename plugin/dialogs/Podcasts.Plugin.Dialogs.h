@@ -46,6 +46,8 @@ public:
     /// Null once the owner has destroyed the dialog.
     Dialog* Get() const noexcept { return FDialog.data(); }
     Dialog* operator->() const noexcept { return FDialog.data(); }
+    /// Destroys the dialog now.
+    void Close() { delete FDialog.data(); }
     /// Runs the dialog. True when the user has closed it with OK and it still exists.
     bool ExecuteOK() { return FDialog->exec() == QDialog::Accepted && FDialog; }
 

@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Reasons.h"
 #include "Podcasts.Core.Subscribing.h"
 #include "Podcasts.Plugin.FileManager.h"
+#include "Podcasts.Plugin.ML.Found.h"
 #include "Podcasts.Plugin.ML.h"
 #include "VEXA.Runtime.Threads.h"
 #include "VEXA.Runtime.Url.h"
@@ -202,23 +203,17 @@ private:
                     [&] { RunInMainThread([&] { ReportResult(subscription); }, true); });
     }
     void ReportResult(const TPodcastSubscription& subscription) {
-        const auto location = ToHostString(subscription.Location);
         const auto choices = Query<IVEXAMLSubscriptionChoices>(FEvents.Get());
-        if (choices && !subscription.Choices.empty()) {
-            const auto feeds = CreateHostObject<IVEXAObjectList>(), titles = CreateHostObject<IVEXAObjectList>();
-            for (const TPodcastFeedLink& feed : subscription.Choices) {
-                RaiseIfFailed(feeds->Add(ToHostString(feed.Address).Get()));
-                RaiseIfFailed(titles->Add(ToHostString(feed.Title).Get()));
-            }
-            return choices->OnChoices(location.Get(), feeds.Get(), titles.Get());
-        }
+        if (choices && !subscription.Choices.empty())
+            return TellChoices(*choices, subscription.Location, subscription.Choices);
         const bool isStored = subscription.What == TPodcastSubscription::Result::Subscribed ||
                               subscription.What == TPodcastSubscription::Result::AlreadySubscribed;
         Reason why = subscription.Error;
         if (!subscription.Choices.empty())
             why = Reason(CoreReason("SeveralFeeds"), {QString::number(subscription.Choices.size())});
         const QString text = isStored ? subscription.FeedTitle : LocalizedText(why);
-        FEvents->OnSubscribed(location.Get(), ResultOf(subscription), ToHostString(text).Get());
+        FEvents->OnSubscribed(ToHostString(subscription.Location).Get(), ResultOf(subscription),
+                              ToHostString(text).Get());
     }
 
     TPodcastsClientPass FClient;

@@ -171,13 +171,17 @@ void TVEXAPodcastsMLExtension::FlushCache() noexcept {}
 HResult TVEXAPodcastsMLExtension::GetData(IVEXAObjectList* fields, IVEXAMLDataFilter* filter,
                                           IUnknown** data) noexcept {
     if (!ClearOut(data)) return E_POINTER;
-    return WithRequest("reading the library", fields, filter, [&](TPodcastsDB& db, const auto& request) {
-        // A page is read into memory, so that no cursor stays open; a request for all rows streams them from its own
-        // reader.
-        const auto provider = request.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(FRows.Read(db, request))
-                                                : NewObject<TVEXAMLSQLTableDataProvider>(db, request.Statement);
-        *data = Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get())).Detach();
-    });
+    return WithRequest("reading the library", fields, filter,
+                       [&](TPodcastsDB& db, const auto& request) { *data = ReadData(db, FRows, request).Detach(); });
+}
+
+Ref<IUnknown> TVEXAPodcastsMLExtension::ReadData(TPodcastsDB& db, TPodcastsRows& rows,
+                                                 const TPodcastsRowRequest& request) {
+    // A page is read into memory, so that no cursor stays open; a request for all rows streams them from its own
+    // reader.
+    const auto provider = request.Count > 0 ? NewObject<TVEXAMLSQLTableDataProvider>(rows.Read(db, request))
+                                            : NewObject<TVEXAMLSQLTableDataProvider>(db, request.Statement);
+    return Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(provider.Get()));
 }
 
 HResult TVEXAPodcastsMLExtension::WithRequest(const char* what, IVEXAObjectList* fields, IVEXAMLDataFilter* filter,

@@ -7,7 +7,9 @@
 #include "VEXA.Runtime.Notifications.h"
 #include "apiWrappers.h"
 
+#include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 
 namespace podcasts {
@@ -28,13 +30,13 @@ protected:
 /// Provides fields, rows, tree and pictures to the library, reports the client's tasks to it, and marks episodes that
 /// the host plays. Main thread, except for rows, their numbers, pictures, outcomes and the progress of downloads.
 class TVEXAPodcastsMLExtension
-    : public vexa::Implements<vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener,
-                              IPodcastClientDownloadsListener, IPodcastClientChangeListener, IVEXAPodcastsMLExtension,
-                              vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
-                              vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
-                              vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
-                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
-                              vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo, vexa::IVEXAMLNodeOptions> {
+    : public vexa::Implements<
+          vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener, IPodcastClientDownloadsListener,
+          IPodcastClientChangeListener, IVEXAPodcastsMLExtension, vexa::IVEXAMLExtensionDataStorage,
+          vexa::IVEXAMLDataStorageCommandFindInLibrary, vexa::IVEXAMLDataStorageCommandAddFilesDialog,
+          vexa::IVEXAMLDataProvider, vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook,
+          vexa::IVEXAMLSubscriptionStorage, vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
+          vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo, vexa::IVEXAMLNodeOptions, vexa::IVEXAMLPreview> {
 public:
     /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
     /// afterwards; neither is called once the client is gone.
@@ -111,6 +113,11 @@ public:
     vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;
     vexa::HResult Undo(std::int64_t act, vexa::IVEXAMLUndoEvents* events) noexcept override;
 
+    // IVEXAMLPreview.
+    vexa::HResult Open(vexa::IVEXAString* address, vexa::IVEXAMLPreviewEvents* events,
+                       std::int64_t* opening) noexcept override;
+    vexa::HResult CancelOpening(std::int64_t opening) noexcept override;
+
 protected:
     vexa::Ref<vexa::IUnknown> DoGetValueAsObject(std::int32_t propertyID) override;
     void DoGetValueAsInt32(std::int32_t propertyID, std::int32_t& value, vexa::HResult& result) override;
@@ -120,12 +127,15 @@ private:
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
     TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad, std::function<void()> onSave);
 
+    class PreviewRows;
+    class PreviewTask;
     using RequestUser = std::function<void(TPodcastsDB& db, const TPodcastsRowRequest& request)>;
 
     /// Calls `use` with the request of `fields` and `filter`. E_POINTER without fields or filter, E_INVALIDARG for an
     /// invalid filter, E_FAIL once the client is gone. On failure the filter's ErrorInfo gets the reason.
     static vexa::HResult WithRequest(const char* what, vexa::IVEXAObjectList* fields, vexa::IVEXAMLDataFilter* filter,
                                      const RequestUser& use) noexcept;
+    static vexa::Ref<vexa::IUnknown> ReadData(TPodcastsDB& db, TPodcastsRows& rows, const TPodcastsRowRequest& request);
     vexa::HResult StartSubscribing(QStringList locations, vexa::IVEXAMLSubscriptionEvents* events);
     void ShowNewEpisodes(TPodcastClient& client, const QStringList& keys);
     void OpenPodcasts();
@@ -135,6 +145,8 @@ private:
     const std::function<void()> FOnLoad, FOnSave;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
+    std::map<std::int64_t, std::weak_ptr<std::atomic<bool>>> FOpenings;  // whether each is cancelled; main thread
+    std::int64_t FLastOpening = 0;
     qsizetype FAnnouncedFeeds = 0;  // of the present refresh
     QString FWaitingFormat;  // the format of a waiting download's caption; set before a download task begins reading it
     vexa::Ref<vexa::IVEXAMLDataStorageManager> FManager;  // set between Initialize and Finalize

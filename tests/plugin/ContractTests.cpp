@@ -123,6 +123,7 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
     const auto library = Of<IVEXAMLDataProvider>();
     const auto subscriptions = Of<IVEXAMLSubscriptionStorage>();
     const auto start = Of<IVEXAMLStartOptions>();
+    const auto preview = Of<IVEXAMLPreview>();
     const auto properties = Of<IVEXAPropertyList2>();
     const auto art = Of<IVEXAMLAlbumArtProvider>();
     const auto find = Of<IVEXAMLDataStorageCommandFindInLibrary>();
@@ -163,6 +164,7 @@ TEST_F(Contract, AMissingPointerGivesAnError) {
         {"GetOptions", start->GetOptions(nullptr)},
         {"SetOption without a value", start->SetOption(address.Get(), nullptr)},
         {"SetOption without an ID", start->SetOption(nullptr, &value)},
+        {"Open without events", preview->Open(address.Get(), nullptr, &count)},
         {"GetFields", Storage->GetFields(0, nullptr)},
         {"GetGroupingPresets", Storage->GetGroupingPresets(1, nullptr)},
         {"GetAlbumArt without an image", art->GetAlbumArt(fields.Get(), &value, nullptr, nullptr)},
