@@ -131,7 +131,7 @@ void TVEXAPodcastsPlugin::Start() {
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
         *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     const auto library = TVEXAPodcastsMLExtension::Create(
-        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));
