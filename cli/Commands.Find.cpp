@@ -28,18 +28,22 @@ struct Findings {
 
 /// Searches until every directory has answered or failed, or a signal arrives.
 Findings Search(Session& session, const QString& words, int limit) {
-    const TPodcastFindOptions options = ReadPodcastFindOptions(session.Config());
+    TPodcastFindOptions options = ReadPodcastFindOptions(session.Config());
     Findings findings;
-    TPodcastFinder finder(session.DB());
+    TPodcastFinder finder([&] {
+        QStringList addresses;
+        session.DB().EnumFeedAddresses([&](const QString& address) { addresses += address; });
+        return addresses;
+    });
     TPodcastFinder::Events events;
     events.DirectoryDone = [&](const TPodcastDirectoryOutcome& outcome) {
         if (outcome.Error) findings.Failed.push_back(outcome);
-        if (outcome.RestsUntil.isValid())
-            WritePodcastDirectoryRest(session.Config(), options, outcome.Directory, outcome.RestsUntil);
+        if (outcome.RestsUntil.isValid()) options.Directories[outcome.Directory].RestsUntil = outcome.RestsUntil;
     };
     session.Out().ShowStatus(QStringLiteral("asking the directories"));
     finder.Find(words, limit, options, std::move(events));
     vexa::DrainMainThreadUntil([&] { return session.IsInterrupted() || !finder.IsRunning(); });
+    WritePodcastFindOptions(session.Config(), options);
     session.Config().Save();
     findings.Rows = finder.RankedRows();
     if (findings.Rows.size() > static_cast<std::size_t>(limit)) findings.Rows.resize(static_cast<std::size_t>(limit));

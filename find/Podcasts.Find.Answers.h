@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -35,8 +36,9 @@ struct TPodcastFindRow {
     int EpisodeCount = 0;  // 0: unknown
     QDateTime Newest;      // UTC; invalid: unknown
 
-    int Rank = 0;                   // its best place in an answer, counted from 0
-    std::uint32_t Directories = 0;  // which directories know it: bit N is number N of PodcastDirectories
+    int Rank = 0;                    // its best place in an answer, counted from 0
+    std::size_t FirstDirectory = 0;  // the number of the one that was the first to name it
+    std::uint32_t Directories = 0;   // which directories know it: bit N is number N of PodcastDirectories
     bool IsSubscribed = false;
 };
 

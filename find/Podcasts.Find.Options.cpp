@@ -73,16 +73,13 @@ void WritePodcastFindOptions(IPodcastConfig& config, const TPodcastFindOptions& 
         const TPodcastDirectory& directory = PodcastDirectories()[i];
         config.WriteBool(directory.Ask.KeyPath(), options.Directories[i].IsAsked);
         config.WriteString(directory.Base.KeyPath(), options.Directories[i].Base);
+        if (const QDateTime& until = options.Directories[i].RestsUntil; until.isValid())
+            config.WriteString(directory.Rest.KeyPath(),
+                               until.toUTC().toString(Qt::ISODate) + u' ' + options.BaseOf(i));
     }
     config.WriteString(kCountry.KeyPath(), options.Country);
     config.WriteString(kKey.KeyPath(), options.Key);
     config.WriteString(kSecret.KeyPath(), options.Secret);
-}
-
-void WritePodcastDirectoryRest(IPodcastConfig& config, const TPodcastFindOptions& options, std::size_t directory,
-                               const QDateTime& until) {
-    config.WriteString(PodcastDirectories()[directory].Rest.KeyPath(),
-                       until.toUTC().toString(Qt::ISODate) + u' ' + options.BaseOf(directory));
 }
 
 }  // namespace podcasts

@@ -31,14 +31,10 @@ struct TPodcastFindOptions {
     bool TakesPart(std::size_t directory) const;
 };
 
-/// All options, in the order in which they are listed, without the times of rest.
+/// All keys that are options, in the order in which they are listed.
 std::vector<TPodcastConfigKey> PodcastFindKeys();
 
 TPodcastFindOptions ReadPodcastFindOptions(IPodcastConfig& config);
-/// Writes the options, without the times of rest.
 void WritePodcastFindOptions(IPodcastConfig& config, const TPodcastFindOptions& options);
-/// Keeps until when a directory is not asked, for later searches of every program that uses the configuration.
-void WritePodcastDirectoryRest(IPodcastConfig& config, const TPodcastFindOptions& options, std::size_t directory,
-                               const QDateTime& until);
 
 }  // namespace podcasts

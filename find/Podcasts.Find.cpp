@@ -88,13 +88,14 @@ public:
 };
 
 /// Reads the subscriptions while the directories are asked, so that a database that is busy delays no answer.
-class TPodcastFinder::KnownFeedsTask final : public vexa::Task {
+class TPodcastFinder::SubscriptionsTask final : public vexa::Task {
 public:
-    KnownFeedsTask(TPodcastsDB& db, std::shared_ptr<Search> search) : FDB(db), FSearch(std::move(search)) {}
+    SubscriptionsTask(Subscriptions read, std::shared_ptr<Search> search)
+        : FRead(std::move(read)), FSearch(std::move(search)) {}
     void Execute() override {
         QSet<QString> known;
         try {
-            FDB.EnumFeedAddresses([&](const QString& address) { known.insert(FeedIdentity(address)); });
+            for (const QString& address : FRead()) known.insert(FeedIdentity(address));
         } catch (const std::exception& error) {
             qCWarning(vexa::LogHttp).noquote() << "cannot tell which podcasts are subscribed:" << error.what();
         }
@@ -102,7 +103,7 @@ public:
     }
 
 private:
-    TPodcastsDB& FDB;
+    const Subscriptions FRead;
     const std::shared_ptr<Search> FSearch;
 };
 
@@ -135,8 +136,10 @@ private:
     std::vector<TPodcastFindRow> Fetch(TPodcastDirectoryOutcome& outcome) const {
         const TPodcastFindOptions& options = FSearch->Options;
         const TPodcastDirectory& directory = PodcastDirectories()[FDirectory];
-        if (const QDateTime& until = options.Directories[FDirectory].RestsUntil; Rests(until, FNow()))
+        if (const QDateTime& until = options.Directories[FDirectory].RestsUntil; Rests(until, FNow())) {
+            outcome.WasAsked = false;
             throw ReasonError(Reason(FindReasonText("FindResting"), {TimeOfDay(until)}));
+        }
 
         Answer answer = AskAt(FNow());
         if (const auto skew = ClockError(answer.Outcome)) answer = AskAt(FNow().addSecs(skew->count()));
@@ -150,6 +153,7 @@ private:
         auto rows = ReadPodcastAnswer(answer.Body, answer.MimeType, directory.Form, FSearch->Limit);
         const QSet<QString> known = FSearch->KnownFeeds.get();
         for (TPodcastFindRow& row : rows) {
+            row.FirstDirectory = FDirectory;
             row.Directories = 1u << FDirectory;
             row.IsSubscribed = known.contains(FeedIdentity(row.Address));
         }
@@ -181,7 +185,8 @@ private:
     const std::size_t FDirectory;
 };
 
-TPodcastFinder::TPodcastFinder(TPodcastsDB& db, Clock now) : FDB(db), FNow(std::move(now)) {}
+TPodcastFinder::TPodcastFinder(Subscriptions subscriptions, Clock now)
+    : FSubscriptions(std::move(subscriptions)), FNow(std::move(now)) {}
 
 TPodcastFinder::~TPodcastFinder() {
     Cancel();
@@ -218,7 +223,7 @@ void TPodcastFinder::Find(const QString& words, int limit, const TPodcastFindOpt
     FSearch->Limit = std::max(limit, 1);
     FSearch->Told = std::move(events);
     FSearch->Unfinished = directories.size();
-    FTasks.push_back(vexa::WorkerPool::Run(std::make_unique<KnownFeedsTask>(FDB, FSearch)));
+    FTasks.push_back(vexa::WorkerPool::Run(std::make_unique<SubscriptionsTask>(FSubscriptions, FSearch)));
     for (const std::size_t directory : directories)
         FTasks.push_back(vexa::WorkerPool::Run(std::make_unique<AskTask>(*this, FSearch, directory)));
 }

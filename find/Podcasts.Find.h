@@ -3,10 +3,9 @@
 // several directories know of one feed.
 //
 // A directory that fails is named with the reason and holds up no other. After status 403 or 429 it is not asked again
-// for an hour, or for as long as it says, if that is longer; the owner keeps that time in the configuration
-// (WritePodcastDirectoryRest), so that it holds for later searches.
+// for an hour, or for as long as it says, if that is longer; the owner keeps that time in the options, so that it holds
+// for later searches.
 
-#include "Podcasts.Core.DB.h"
 #include "Podcasts.Find.Answers.h"
 #include "Podcasts.Find.Options.h"
 #include "VEXA.Runtime.Reason.h"
@@ -14,6 +13,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 
 #include <cstddef>
 #include <functional>
@@ -26,6 +26,7 @@ namespace podcasts {
 struct TPodcastDirectoryOutcome {
     std::size_t Directory = 0;  // its number
     vexa::Reason Error;         // none when it answered
+    bool WasAsked = true;       // false: it rests
     int Rows = 0;               // how many podcasts it knew
     QDateTime RestsUntil;       // it has refused just now, and is not asked before; invalid when it has not
 };
@@ -43,10 +44,11 @@ public:
         std::function<void()> Completed;
     };
     using Clock = std::function<QDateTime()>;  // any thread
+    /// The addresses of all feeds that are subscribed, their former ones included. Called on a worker thread.
+    using Subscriptions = std::function<QStringList()>;
 
-    /// `db` tells which feeds are subscribed; it must outlive the finder.
-    explicit TPodcastFinder(TPodcastsDB& db, Clock now = QDateTime::currentDateTimeUtc);
-    /// Cancels, and waits for the transfers' end, which takes some 50 ms.
+    explicit TPodcastFinder(Subscriptions subscriptions, Clock now = QDateTime::currentDateTimeUtc);
+    /// Cancels, and waits for the transfers' end, which takes some 50 ms, and for `subscriptions`.
     ~TPodcastFinder();
     TPodcastFinder(const TPodcastFinder&) = delete;
     TPodcastFinder& operator=(const TPodcastFinder&) = delete;
@@ -66,7 +68,7 @@ public:
 private:
     class Search;
     class AskTask;
-    class KnownFeedsTask;
+    class SubscriptionsTask;
 
     /// Takes a directory's answer.
     void Deliver(const std::shared_ptr<Search>& search, std::vector<TPodcastFindRow> rows,
@@ -74,7 +76,7 @@ private:
     /// Returns the places of the rows that are new or have changed.
     std::vector<std::size_t> Unite(Search& search, std::vector<TPodcastFindRow> rows);
 
-    TPodcastsDB& FDB;
+    const Subscriptions FSubscriptions;
     const Clock FNow;
     std::vector<TPodcastFindRow> FRows;
     std::shared_ptr<Search> FSearch;  // the one that runs; null when none does

@@ -129,9 +129,9 @@ void TVEXAPodcastsPlugin::Start() {
     FClient =
         std::make_unique<TPodcastClient>(DatabaseFileName(ProfileFolder()), TPodcastClocks(), AskToGoOnWithoutBackup);
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
-        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     const auto library = TVEXAPodcastsMLExtension::Create(
-        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); });
+        *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     HostCore()->RegisterExtension(IVEXAServiceMusicLibrary::IID, static_cast<TInterfacedObjectEx*>(library.Get()));
     HostCore()->RegisterExtension(IVEXAServiceOptionsDialog::IID,
                                   static_cast<TInterfacedObjectEx*>(FOptionsFrame.Get()));
@@ -199,6 +199,7 @@ void TVEXAPodcastsPlugin::LoadSettings() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastConfig(config, *FClient);
+    *FFindOptions = ReadPodcastFindOptions(config);
     FAreSettingsLoaded = true;
 }
 
@@ -206,12 +207,14 @@ void TVEXAPodcastsPlugin::ReloadOptions() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     ReadPodcastOptions(config, FClient->Options());
+    *FFindOptions = ReadPodcastFindOptions(config);
 }
 
 void TVEXAPodcastsPlugin::SaveSettings() {
     const QScopedValueRollback inUse(FIsWithSettings, true);
     HostConfig config(ServiceGetConfig());
     WritePodcastConfig(config, *FClient);
+    WritePodcastFindOptions(config, *FFindOptions);
 }
 
 }  // namespace podcasts

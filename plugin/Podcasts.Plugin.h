@@ -2,6 +2,7 @@
 // The plug-in object: creates and connects everything when the host starts it, and takes it apart when the host ends.
 
 #include "Podcasts.Core.h"
+#include "Podcasts.Find.Options.h"
 #include "Podcasts.Plugin.Dialogs.Backups.h"
 #include "Podcasts.Plugin.Dialogs.Settings.h"
 #include "Podcasts.Plugin.Dialogs.Storage.h"
@@ -45,6 +46,7 @@ private:
     void SaveSettings();
 
     std::unique_ptr<TPodcastClient> FClient;
+    const std::shared_ptr<TPodcastFindOptions> FFindOptions = std::make_shared<TPodcastFindOptions>();
     vexa::Ref<TVEXAPodcastsOptionsFrame> FOptionsFrame;
     vexa::Ref<TVEXAPodcastsStorageFrame> FStorageFrame;
     vexa::Ref<TVEXAPodcastsBackupsFrame> FBackupsFrame;

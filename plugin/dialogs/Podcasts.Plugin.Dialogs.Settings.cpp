@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
+#include <QFormLayout>
 #include <QGroupBox>
 #include <QIcon>
 #include <QLabel>
@@ -101,7 +102,8 @@ Control* Named(Control* control, const char* name) {
 
 }  // namespace
 
-TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client)
+TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client,
+                                           std::shared_ptr<TPodcastFindOptions> find)
     : QScrollArea(parent),
       GB1(Named(new QGroupBox, "GB1")),
       cbUpdates(Named(new QComboBox, "cbUpdates")),
@@ -115,8 +117,14 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
       CB2(Named(new WrappingCheckBox, "CB2")),
       GB3(Named(new QGroupBox, "GB3")),
       CB4(Named(new WrappingCheckBox, "CB4")),
+      GB4(Named(new QGroupBox, "GB4")),
+      L2(Named(new QLabel, "L2")),
+      L3(Named(new QLabel, "L3")),
+      edKey(Named(new QLineEdit, "edKey")),
+      edSecret(Named(new QLineEdit, "edSecret")),
       pmMacrosLegend(Named(new QMenu(this), "pmMacrosLegend")),
-      FClient(client.Links()) {
+      FClient(client.Links()),
+      FFind(std::move(find)) {
     for (int value = 0; value <= kLastUpdates; ++value) cbUpdates->addItem(QString(), value);
     L1->setTextFormat(Qt::PlainText);
     L1->setWordWrap(true);
@@ -124,6 +132,21 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
     edDownloadPath->setContextMenuPolicy(Qt::CustomContextMenu);
     edDownloadPathButtons0->setText(kBrowse);
     edDownloadPathButtons1->setIcon(Images());
+    for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) {
+        const char* const id = PodcastDirectories()[i].ID;
+        cbDirectories[i] = Named(new QCheckBox(QString::fromLatin1(PodcastDirectories()[i].Name)), id);
+        lbDirectories[i] = Named(new QLabel, "");
+        lbDirectories[i]->setTextFormat(Qt::PlainText);
+        lbDirectories[i]->setWordWrap(true);
+        lbDirectories[i]->setForegroundRole(QPalette::PlaceholderText);
+        connect(cbDirectories[i], &QCheckBox::clicked, this, [this] { ModifiedHandler(); });
+    }
+    edSecret->setEchoMode(QLineEdit::Password);
+    for (const auto& [label, edit] : {std::pair(L2, edKey), std::pair(L3, edSecret)}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setBuddy(edit);
+        connect(edit, &QLineEdit::textEdited, this, [this] { ModifiedHandler(); });
+    }
     LayOut();
 
     // Connect signals that only the user causes, since the page itself sets the controls, too.
@@ -171,6 +194,7 @@ void TfrmPodcastsSettings::LayOut() {
     fill(GB1, cbUpdates, CB1, CB3);
     fill(GB2, L1, LayOutPath(), CB2);
     fill(GB3, CB4);
+    fill(GB4, LayOutFinding());
     groups->addStretch();
 
     setFrameShape(QFrame::NoFrame);
@@ -181,6 +205,27 @@ void TfrmPodcastsSettings::LayOut() {
     page->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     resize(kPageSize);
+}
+
+QLayout* TfrmPodcastsSettings::LayOutFinding() {
+    auto* const column = new QVBoxLayout;
+    column->setSpacing(kSpacing);
+    for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) {
+        column->addWidget(cbDirectories[i]);
+        // Below the check box's caption, not its box.
+        const int indent =
+            style()->pixelMetric(QStyle::PM_IndicatorWidth) + style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing);
+        lbDirectories[i]->setContentsMargins(indent, 0, 0, 0);
+        column->addWidget(lbDirectories[i]);
+        if (!PodcastDirectories()[i].NeedsKey) continue;
+        auto* const key = new QFormLayout;
+        key->setContentsMargins(indent, 0, 0, 0);
+        key->setSpacing(kSpacing);
+        key->addRow(L2, edKey);
+        key->addRow(L3, edSecret);
+        column->addLayout(key);
+    }
+    return column;
 }
 
 /// Wide enough for all captions on one line, whatever the font, but at least the page's own size.
@@ -200,16 +245,19 @@ void TfrmPodcastsSettings::Load() {
     TPodcastClient* const client = FClient.Get();
     if (!client) return;
     const QSignalBlocker isNoChange(edDownloadPath);
-    ShowOptions(client->Options());
+    ShowOptions(client->Options(), *FFind);
 }
 
-void TfrmPodcastsSettings::ShowOptions(const TPodcastClientOptions& options) {
+void TfrmPodcastsSettings::ShowOptions(const TPodcastClientOptions& options, const TPodcastFindOptions& find) {
     CB1->setChecked(options.CheckUpdatesOnStartup());
     CB2->setChecked(options.DownloadNewEpisodesAutomatically());
     CB3->setChecked(options.ShowNotifications());
     CB4->setChecked(options.MarkEpisodesListenedOnStartPlayback);
     cbUpdates->setCurrentIndex(cbUpdates->findData(std::min<int>(options.CheckUpdates(), kLastUpdates)));
     edDownloadPath->setText(options.CacheFileNameTemplate());
+    for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) cbDirectories[i]->setChecked(find.Directories[i].IsAsked);
+    edKey->setText(find.Key);
+    edSecret->setText(find.Secret);
 }
 
 void TfrmPodcastsSettings::Save() {
@@ -222,10 +270,14 @@ void TfrmPodcastsSettings::Save() {
     options.SetDownloadNewEpisodesAutomatically(CB2->isChecked());
     options.SetShowNotifications(CB3->isChecked());
     options.MarkEpisodesListenedOnStartPlayback = CB4->isChecked();
+    for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i)
+        FFind->Directories[i].IsAsked = cbDirectories[i]->isChecked();
+    FFind->Key = edKey->text().trimmed();
+    FFind->Secret = edSecret->text().trimmed();
 }
 
 void TfrmPodcastsSettings::Reset() {
-    ShowOptions(TPodcastClientOptions());
+    ShowOptions(TPodcastClientOptions(), TPodcastFindOptions());
 }
 
 void TfrmPodcastsSettings::Localize() {
@@ -235,6 +287,10 @@ void TfrmPodcastsSettings::Localize() {
     for (int i = 0; i < cbUpdates->count(); ++i)
         cbUpdates->setItemText(i, LocalizedTextPart(kPrefix + QStringLiteral("V1"), i));
     cbUpdates->setCurrentIndex(selected);
+    for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) {
+        cbDirectories[i]->setText(QString::fromLatin1(PodcastDirectories()[i].Name));  // the same in every language
+        lbDirectories[i]->setText(LocalizedText(Reason(PodcastDirectories()[i].Learns)));
+    }
 }
 
 // ---- Events ----
@@ -290,7 +346,7 @@ QString TVEXAPodcastsOptionsFrame::GetPageCaption() {
 
 QWidget* TVEXAPodcastsOptionsFrame::CreatePageForm(WindowHandle, QWidget* parentControl) {
     TPodcastClient* const client = FClient.Get();
-    return client ? new TfrmPodcastsSettings(parentControl, *client) : nullptr;
+    return client ? new TfrmPodcastsSettings(parentControl, *client, FFind) : nullptr;
 }
 
 void TVEXAPodcastsOptionsFrame::HandleNotification(std::int32_t notification) noexcept {

@@ -2,11 +2,14 @@
 // The podcasts' page of the host's options dialog. Main thread.
 
 #include "Podcasts.Core.h"
+#include "Podcasts.Find.Options.h"
 #include "apiWrappersGUI.h"
 
 #include <QScrollArea>
 
+#include <array>
 #include <functional>
+#include <memory>
 
 class QCheckBox;
 class QComboBox;
@@ -18,11 +21,11 @@ class QToolButton;
 
 namespace podcasts {
 
-/// The contents of the page: the client's options, which change only when Save is called. If the window is too small,
-/// the page wraps its lines and scrolls. The page does nothing once the client is gone.
+/// The contents of the page: the client's options and those of finding, which change only when Save is called. If the
+/// window is too small, the page wraps its lines and scrolls. The page does nothing once the client is gone.
 class TfrmPodcastsSettings : public QScrollArea {
 public:
-    TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client);
+    TfrmPodcastsSettings(QWidget* parent, TPodcastClient& client, std::shared_ptr<TPodcastFindOptions> find);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -35,7 +38,8 @@ public:
 private:
     void LayOut();
     QLayout* LayOutPath();
-    void ShowOptions(const TPodcastClientOptions& options);
+    QLayout* LayOutFinding();
+    void ShowOptions(const TPodcastClientOptions& options, const TPodcastFindOptions& find);
 
     /// Tells the host that the page has changes to apply.
     void ModifiedHandler();
@@ -56,17 +60,25 @@ private:
     QCheckBox* CB2;
     QGroupBox* GB3;
     QCheckBox* CB4;
+    QGroupBox* GB4;
+    std::array<QCheckBox*, kPodcastDirectoryCount> cbDirectories;
+    std::array<QLabel*, kPodcastDirectoryCount> lbDirectories;  // what each learns
+    QLabel *L2, *L3;
+    QLineEdit *edKey, *edSecret;
     QMenu* pmMacrosLegend;
     vexa::Link<TPodcastClient> FClient;
+    const std::shared_ptr<TPodcastFindOptions> FFind;
 };
 
 /// The page, as the host's options dialog uses it.
 class TVEXAPodcastsOptionsFrame : public vexa::TVEXACustomOptionsFrame {
 public:
-    /// `onLoad` is called before the page shows the options, `onSave` after it has saved them.
-    explicit TVEXAPodcastsOptionsFrame(TPodcastClient& client, std::function<void()> onLoad = {},
-                                       std::function<void()> onSave = {})
-        : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)) {}
+    /// `onLoad` is called before the page shows the options, `onSave` after it has saved them. `find`: the options of
+    /// finding.
+    explicit TVEXAPodcastsOptionsFrame(
+        TPodcastClient& client, std::function<void()> onLoad = {}, std::function<void()> onSave = {},
+        std::shared_ptr<TPodcastFindOptions> find = std::make_shared<TPodcastFindOptions>())
+        : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)), FFind(std::move(find)) {}
 
     void HandleNotification(std::int32_t notification) noexcept override;
 
@@ -77,6 +89,7 @@ protected:
 private:
     vexa::Link<TPodcastClient> FClient;
     const std::function<void()> FOnLoad, FOnSave;
+    const std::shared_ptr<TPodcastFindOptions> FFind;
 };
 
 }  // namespace podcasts

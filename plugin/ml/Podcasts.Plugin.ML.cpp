@@ -91,12 +91,24 @@ void SetErrorInfo(IVEXAMLDataFilter& filter, const QString& reason) {
 }  // namespace
 
 TVEXAPodcastsMLExtension::TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad,
-                                                   std::function<void()> onSave)
-    : FClient(client.Links()), FOnLoad(std::move(onLoad)), FOnSave(std::move(onSave)) {}
+                                                   std::function<void()> onSave,
+                                                   std::shared_ptr<TPodcastFindOptions> find)
+    : FClient(client.Links()),
+      FOnLoad(std::move(onLoad)),
+      FOnSave(std::move(onSave)),
+      FFinder(
+          std::move(find),
+          [this] {
+              if (FOnLoad && FClient.Get()) FOnLoad();
+          },
+          [this] {
+              if (FOnSave && FClient.Get()) FOnSave();
+          }) {}
 
 Ref<TVEXAPodcastsMLExtension> TVEXAPodcastsMLExtension::Create(TPodcastClient& client, std::function<void()> onLoad,
-                                                               std::function<void()> onSave) {
-    auto extension = NewObject<TVEXAPodcastsMLExtension>(client, std::move(onLoad), std::move(onSave));
+                                                               std::function<void()> onSave,
+                                                               std::shared_ptr<TPodcastFindOptions> find) {
+    auto extension = NewObject<TVEXAPodcastsMLExtension>(client, std::move(onLoad), std::move(onSave), std::move(find));
     client.Listeners().Add(Ref<IUnknown>(static_cast<TInterfacedObjectEx*>(extension.Get())));
     client.SetFilesInUse(FilesInUse);
     return extension;
@@ -126,6 +138,8 @@ void TVEXAPodcastsMLExtension::Finalize() noexcept {
     VEXA_ASSERT_MAIN_THREAD();
     GuardedCall("leaving the library", [&] {
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Unhook(this);
+        TfrmPodcastFeed::SetSearchHook({});
+        FFinder.Close();
         FTasks.Finalize();
         FManager = nullptr;
         FRows.Close();
@@ -137,6 +151,8 @@ void TVEXAPodcastsMLExtension::Initialize(IVEXAMLDataStorageManager* manager) no
     GuardedCall("joining the library", [&] {
         FManager = manager;
         FTasks.Initialize(manager);
+        TfrmPodcastFeed::SetSearchHook(
+            [this](WindowHandle owner, const QString& text) { ShowSearchWindow(owner, ToHostString(text).Get()); });
         if (const auto dispatcher = HostService<IVEXAServiceMessageDispatcher>()) dispatcher->Hook(this);
     });
 }

@@ -2,6 +2,7 @@
 // The podcasts as a storage of the host's music library, in one object with all interfaces that the library uses.
 
 #include "Podcasts.Core.h"
+#include "Podcasts.Plugin.ML.Finder.h"
 #include "Podcasts.Plugin.ML.Rows.h"
 #include "Podcasts.Plugin.ML.Tasks.h"
 #include "VEXA.Runtime.Notifications.h"
@@ -30,18 +31,20 @@ protected:
 /// Provides fields, rows, tree and pictures to the library, reports the client's tasks to it, and marks episodes that
 /// the host plays. Main thread, except for rows, their numbers, pictures, outcomes and the progress of downloads.
 class TVEXAPodcastsMLExtension
-    : public vexa::Implements<
-          vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener, IPodcastClientDownloadsListener,
-          IPodcastClientChangeListener, IVEXAPodcastsMLExtension, vexa::IVEXAMLExtensionDataStorage,
-          vexa::IVEXAMLDataStorageCommandFindInLibrary, vexa::IVEXAMLDataStorageCommandAddFilesDialog,
-          vexa::IVEXAMLDataProvider, vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook,
-          vexa::IVEXAMLSubscriptionStorage, vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
-          vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo, vexa::IVEXAMLNodeOptions, vexa::IVEXAMLPreview> {
+    : public vexa::Implements<vexa::TVEXAPropertyList, IPodcastClientRefreshFeedsListener,
+                              IPodcastClientDownloadsListener, IPodcastClientChangeListener, IVEXAPodcastsMLExtension,
+                              vexa::IVEXAMLExtensionDataStorage, vexa::IVEXAMLDataStorageCommandFindInLibrary,
+                              vexa::IVEXAMLDataStorageCommandAddFilesDialog, vexa::IVEXAMLDataProvider,
+                              vexa::IVEXAMLAlbumArtProvider, vexa::IVEXAMessageHook, vexa::IVEXAMLSubscriptionStorage,
+                              vexa::IVEXAMLTaskProgress, vexa::IVEXAMLStartOptions, vexa::IVEXAMLUndo,
+                              vexa::IVEXAMLNodeImage, vexa::IVEXAMLNodeInfo, vexa::IVEXAMLNodeOptions,
+                              vexa::IVEXAMLPreview, vexa::IVEXAMLFinder> {
 public:
-    /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, `onSave`
-    /// afterwards; neither is called once the client is gone.
-    static vexa::Ref<TVEXAPodcastsMLExtension> Create(TPodcastClient& client, std::function<void()> onLoad = {},
-                                                      std::function<void()> onSave = {});
+    /// Creates the object and adds it to the client's listeners. `onLoad` is called before an option is set, or those
+    /// of `find` are used, `onSave` after one was set; neither is called once the client is gone.
+    static vexa::Ref<TVEXAPodcastsMLExtension> Create(
+        TPodcastClient& client, std::function<void()> onLoad = {}, std::function<void()> onSave = {},
+        std::shared_ptr<TPodcastFindOptions> find = std::make_shared<TPodcastFindOptions>());
 
     // The client's listeners.
     void RefreshFeedsStarted() override;
@@ -113,6 +116,13 @@ public:
     vexa::HResult Describe(std::int64_t* act, vexa::IVEXAString** text) noexcept override;
     vexa::HResult Undo(std::int64_t act, vexa::IVEXAMLUndoEvents* events) noexcept override;
 
+    // IVEXAMLFinder.
+    vexa::HResult GetSources(vexa::IVEXAObjectList** sources) noexcept override;
+    vexa::HResult Find(vexa::IVEXAString* text, std::int32_t limit, vexa::IVEXAMLFinderEvents* events,
+                       std::int64_t* search) noexcept override;
+    vexa::HResult CancelSearch(std::int64_t search) noexcept override;
+    vexa::HResult ShowSearchWindow(vexa::WindowHandle owner, vexa::IVEXAString* text) noexcept override;
+
     // IVEXAMLPreview.
     vexa::HResult Open(vexa::IVEXAString* address, vexa::IVEXAMLPreviewEvents* events,
                        std::int64_t* opening) noexcept override;
@@ -125,7 +135,8 @@ protected:
 private:
     template <class T, class... Arguments>
     friend vexa::Ref<T> vexa::NewObject(Arguments&&... arguments);
-    TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad, std::function<void()> onSave);
+    TVEXAPodcastsMLExtension(TPodcastClient& client, std::function<void()> onLoad, std::function<void()> onSave,
+                             std::shared_ptr<TPodcastFindOptions> find);
 
     class PreviewRows;
     class PreviewTask;
@@ -143,6 +154,7 @@ private:
 
     vexa::Link<TPodcastClient> FClient;
     const std::function<void()> FOnLoad, FOnSave;
+    TPodcastsMLFinder FFinder;
     TVEXAPodcastsMLBackgroundTaskHelper FTasks;
     TPodcastsRows FRows;
     std::map<std::int64_t, std::weak_ptr<std::atomic<bool>>> FOpenings;  // whether each is cancelled; main thread

@@ -1,6 +1,7 @@
 // Finding podcasts: directories on loopback that answer, refuse, lie and are silent.
 
 #include "LoopbackServer.h"
+#include "Podcasts.Core.DB.h"
 #include "Podcasts.Find.h"
 #include "TempFolder.h"
 #include "Texts.h"
@@ -144,7 +145,12 @@ protected:
     LoopbackServer Server;
     TPodcastsDB DB{Folder.File("Podcasts.db")};
     QDateTime Now = QDateTime::fromString("2026-11-26T12:00:00Z", Qt::ISODate);
-    TPodcastFinder Finder{DB, [this] { return Now; }};
+    TPodcastFinder Finder{[this] {
+                              QStringList addresses;
+                              DB.EnumFeedAddresses([&](const QString& address) { addresses += address; });
+                              return addresses;
+                          },
+                          [this] { return Now; }};
     TPodcastFindOptions Options;
     QStringList Told;
     std::map<std::size_t, QDateTime> Rests;
@@ -269,7 +275,7 @@ TEST_F(Finding, WithoutWordsGivesThePopularOnesOfThoseWhoTellThem) {
 
 TEST_F(Finding, EndsAtOnceWhenItIsCancelledWhateverTheServersDo) {
     for (const QString& path : {kStorePath, kGpodderPath}) Server.Serve(path, Listing({}).With(Fault::Wait, -1));
-    auto finder = std::make_unique<TPodcastFinder>(DB);
+    auto finder = std::make_unique<TPodcastFinder>([] { return QStringList(); });
     bool isTold = false;
     const TPodcastFinder::Events events{.Found = {}, .DirectoryDone = [&](auto&) { isTold = true; }, .Completed = {}};
     finder->Find("a b+c/&", 20, Options, events);

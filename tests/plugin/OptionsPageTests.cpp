@@ -63,7 +63,9 @@ protected:
     Ref<OptionsDialog> Dialog{new OptionsDialog};
     std::unique_ptr<QWidget> Window = std::make_unique<QWidget>();
     QLineEdit& Outside = *new QLineEdit;
-    Ref<TVEXAPodcastsOptionsFrame> Frame = NewObject<TVEXAPodcastsOptionsFrame>(*Client);
+    std::shared_ptr<TPodcastFindOptions> Finding = std::make_shared<TPodcastFindOptions>();
+    Ref<TVEXAPodcastsOptionsFrame> Frame =
+        NewObject<TVEXAPodcastsOptionsFrame>(*Client, std::function<void()>(), std::function<void()>(), Finding);
 };
 
 TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
@@ -107,7 +109,10 @@ TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     QTest::keyClick(&On<QComboBox>("cbUpdates"), Qt::Key_Down);
     On<QLineEdit>("edDownloadPath").selectAll();
     QTest::keyClick(&On<QLineEdit>("edDownloadPath"), Qt::Key_X);
-    EXPECT_EQ(Dialog->Modified, 6);
+    On<QCheckBox>("gpodder").click();
+    QTest::keyClicks(&On<QLineEdit>("edKey"), "k ");
+    QTest::keyClick(&On<QLineEdit>("edSecret"), Qt::Key_S);
+    EXPECT_EQ(Dialog->Modified, 10);
     const TPodcastClientOptions& options = Client->Options();
     EXPECT_FALSE(options.CheckUpdatesOnStartup());
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
@@ -117,12 +122,15 @@ TEST_F(OptionsPageTest, ReportsChangesAndAppliesThemWhenItSaves) {
     EXPECT_FALSE(options.MarkEpisodesListenedOnStartPlayback);
     EXPECT_EQ(options.CheckUpdates(), 3);
     EXPECT_EQ(options.CacheFileNameTemplate(), "x");
+    EXPECT_TRUE(Finding->Directories[0].IsAsked && !Finding->Directories[1].IsAsked);
+    EXPECT_EQ(Finding->Key + Finding->Secret, "ks");
 
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Reset);
     EXPECT_EQ(options.CacheFileNameTemplate(), "x") << "Reset changes only the page";
     Frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
     EXPECT_EQ(options.CacheFileNameTemplate(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
     EXPECT_EQ(options.CheckUpdates(), 2);
+    EXPECT_TRUE(Finding->Directories[1].IsAsked && Finding->Key.isEmpty());
 }
 
 TEST_F(OptionsPageTest, ReplacesTheSelectionByAMacro) {
@@ -172,8 +180,9 @@ TEST_F(OptionsPageTest, MovesTheFocusThroughThePageAndOutOfIt) {
     number->show();
     QStringList forward, backward;
     const QStringList order{
-        "cbUpdates", "CB1", "CB3",   "edDownloadPath", "edDownloadPathButtons0", "edDownloadPathButtons1",
-        "CB2",       "CB4", "number"};
+        "cbUpdates", "CB1",   "CB3",    "edDownloadPath", "edDownloadPathButtons0", "edDownloadPathButtons1",
+        "CB2",       "CB4",   "itunes", "gpodder",        "podcastindex",           "edKey",
+        "edSecret",  "number"};
     const auto isStuck = [&](const QStringList& way) { return way.size() > order.size(); };
     for (Bool32 more = Frame->FocusFirstControl(); more && !isStuck(forward);
          more = Frame->FocusNextControl(kTrue, kTrue))
