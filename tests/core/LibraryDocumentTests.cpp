@@ -199,7 +199,8 @@ TEST_F(Library, ThePlayersFilesAreJoinedByTheirEntries) {
             "speeds": {"x": 2}, "next": []})");
     const QJsonObject taken{
         {"Positions.json", json(R"({"begun": [{"address": "a", "position": 3, "when": 6}, {"address": "c"},
-            {"address": "b", "position": 4, "when": 8}, "odd"], "speeds": {"x": 3, "y": 1.5}, "next": ["d"], "n": 1})")},
+            {"address": "b", "position": 4, "when": 8}, "odd"],
+            "speeds": {"x": 3, "y": 1.5}, "next": ["d"], "n": 1})")},
         {"Playlists.json", json(R"({"playlists": [{"name": "p", "entries": []}]})")},
         {"../Other.json", json(R"({"a": 1})")}};
     WriteWhole(Folder.File("Positions.json"), QJsonDocument(positions).toJson());
