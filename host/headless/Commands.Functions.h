@@ -2,6 +2,9 @@
 // The functions of the commands, grouped by source file. The table in Commands.cpp gives the commands' names.
 
 #include "Commands.h"
+#include "Rows.h"
+
+#include <QJsonArray>
 
 namespace vexa::host::commands {
 
@@ -40,6 +43,10 @@ QJsonObject Subscribe(Host& host, const QStringList& arguments);
 QJsonObject Import(Host& host, const QStringList& arguments);
 QJsonObject Export(Host& host, const QStringList& arguments);
 
+// Commands.Finding.cpp
+QJsonObject Search(Host& host, const QStringList& arguments);
+QJsonObject Preview(Host& host, const QStringList& arguments);
+
 // Commands.Menus.cpp
 QJsonObject Menu(Host& host, const QStringList& arguments);
 QJsonObject Run(Host& host, const QStringList& arguments);
@@ -51,5 +58,14 @@ QJsonObject PlaylistCommand(Host& host, const QStringList& arguments);
 
 // Commands.cpp
 QJsonObject Help(Host& host, const QStringList& arguments);
+
+// Parts of answers, which several commands share.
+
+/// What users can choose from, as IVEXAMLSubscriptionChoices hands it over.
+QJsonArray ChoicesToJson(IVEXAObjectList* feeds, IVEXAObjectList* titles);
+/// The rows of a page, each an object of its values by field name. Throws CommandError for a page with an error.
+QJsonArray RowsToJson(const RowPage& page);
+/// An OLE Automation date in UTC; null for none.
+QJsonValue DateToJson(double date);
 
 }  // namespace vexa::host::commands

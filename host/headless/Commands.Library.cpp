@@ -29,8 +29,7 @@ QJsonArray ToJson(const std::vector<TreeNode>& nodes) {
 QJsonValue ToJson(const RowValue& value, const LibraryField& field) {
     if (!field.IsNumber()) return value.Text;
     if (field.Type == IVEXAMLDataField::Duration) return value.Number;
-    const QDateTime date = value.Number != 0 ? FromOleDate(value.Number) : QDateTime();
-    return date.isValid() ? QJsonValue(date.toString(Qt::ISODateWithMs)) : QJsonValue();
+    return DateToJson(value.Number);
 }
 
 QJsonObject ToJson(const RowPage& page, const std::vector<RowValue>& row) {
@@ -45,6 +44,18 @@ QJsonObject ToJson(const RowPage& page, const std::vector<RowValue>& row) {
 }
 
 }  // namespace
+
+QJsonValue DateToJson(double date) {
+    const QDateTime time = date != 0 ? FromOleDate(date) : QDateTime();
+    return time.isValid() ? QJsonValue(time.toString(Qt::ISODateWithMs)) : QJsonValue();
+}
+
+QJsonArray RowsToJson(const RowPage& page) {
+    if (page.Error) throw CommandError(page.Error.English());
+    QJsonArray rows;
+    for (const auto& row : page.Rows) rows += ToJson(page, row);
+    return rows;
+}
 
 QJsonObject Storages(Host& host, const QStringList&) {
     QJsonArray list;
@@ -86,11 +97,7 @@ QJsonObject ListTree(Host& host, const QStringList& arguments) {
 
 QJsonObject Rows(Host& host, const QStringList& arguments) {
     const LibraryStorage storage(host.Library());
-    const RowPage page = RowReader(storage).ReadNow(ReadRowOptions(storage, arguments));
-    if (page.Error) throw CommandError(page.Error.English());
-    QJsonArray rows;
-    for (const auto& row : page.Rows) rows += ToJson(page, row);
-    return {{QStringLiteral("rows"), rows}};
+    return {{QStringLiteral("rows"), RowsToJson(RowReader(storage).ReadNow(ReadRowOptions(storage, arguments)))}};
 }
 
 QJsonObject Count(Host& host, const QStringList& arguments) {

@@ -1,6 +1,7 @@
 // Commands about the active storage's background tasks and subscriptions.
 
 #include "Commands.Functions.h"
+#include "Completion.h"
 #include "ErrorInfo.h"
 #include "Guarded.h"
 #include "Library.h"
@@ -8,7 +9,6 @@
 #include "Properties.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QJsonArray>
 
 #include <functional>
@@ -17,8 +17,7 @@ namespace vexa::host::commands {
 
 namespace {
 
-/// Collects the results of a request and ends the wait for it. OnCompleted may be called before the wait begins, or
-/// after it was given up.
+/// Collects the results of a request and ends the wait for it.
 class Outcome final : public RefCountedObject<IVEXAMLSubscriptionEvents, IVEXAMLSubscriptionChoices> {
 public:
     void OnSubscribed(IVEXAString* address, HResult result, IVEXAString* text) noexcept override {
@@ -31,37 +30,21 @@ public:
     }
     void OnChoices(IVEXAString* address, IVEXAObjectList* feeds, IVEXAObjectList* titles) noexcept override {
         Guarded("noting what to choose from", [&] {
-            const QStringList addresses = ToQStringList(feeds), captions = ToQStringList(titles);
-            QJsonArray choices;
-            for (qsizetype i = 0; i < addresses.size(); ++i)
-                choices += QJsonObject{{QStringLiteral("address"), addresses[i]},
-                                       {QStringLiteral("title"), captions.value(i)}};
-            FResults +=
-                QJsonObject{{QStringLiteral("address"), ToQString(address)}, {QStringLiteral("choices"), choices}};
+            FResults += QJsonObject{{QStringLiteral("address"), ToQString(address)},
+                                    {QStringLiteral("choices"), ChoicesToJson(feeds, titles)}};
             return S_OK;
         });
     }
-    void OnCompleted() noexcept override {
-        FIsComplete = true;
-        if (FLoop) FLoop->quit();
-    }
+    void OnCompleted() noexcept override { FCompletion.Complete(); }
 
-    /// Waits in an event loop, so that the host goes on working as a player with windows does.
     QJsonObject Wait() {
-        if (!FIsComplete) {
-            QEventLoop loop;
-            FLoop = &loop;
-            loop.exec();
-            FLoop = nullptr;
-        }
-        if (!FIsComplete) throw CommandError(QStringLiteral("the program ends before all is subscribed"), E_ABORT);
+        FCompletion.Wait(QStringLiteral("all is subscribed"));
         return {{QStringLiteral("results"), FResults}};
     }
 
 private:
     QJsonArray FResults;
-    bool FIsComplete = false;
-    QEventLoop* FLoop = nullptr;
+    Completion FCompletion;
 };
 
 Ref<IVEXAMLSubscriptionStorage> Subscriptions(Host& host) {
@@ -102,6 +85,14 @@ QJsonArray Outcomes(IVEXAMLSubscriptionStorage& storage, std::int32_t taskID) {
 }
 
 }  // namespace
+
+QJsonArray ChoicesToJson(IVEXAObjectList* feeds, IVEXAObjectList* titles) {
+    const QStringList addresses = ToQStringList(feeds), captions = ToQStringList(titles);
+    QJsonArray choices;
+    for (qsizetype i = 0; i < addresses.size(); ++i)
+        choices += QJsonObject{{QStringLiteral("address"), addresses[i]}, {QStringLiteral("title"), captions.value(i)}};
+    return choices;
+}
 
 QJsonObject Tasks(Host& host, const QStringList&) {
     const LibraryStorage storage(host.Library());

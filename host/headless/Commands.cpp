@@ -14,9 +14,10 @@ namespace {
 using enum Command::Thread;
 
 constexpr int kAny = std::numeric_limits<int>::max();
-constexpr char kRowOptions[] =
-    "[--node VALUE]... [--where FIELD OP VALUE [VALUE2]]... [--search TEXT] [--sort FIELD[:desc]]... "
-    "[--range OFFSET,COUNT] [--fields A,B,C]";
+#define VEXA_ROW_OPTIONS                                                                               \
+    "[--node VALUE]... [--where FIELD OP VALUE [VALUE2]]... [--search TEXT] [--sort FIELD[:desc]]... " \
+    "[--range OFFSET,COUNT] [--fields A,B,C]"
+constexpr char kRowOptions[] = VEXA_ROW_OPTIONS, kPreviewOptions[] = "ADDRESS " VEXA_ROW_OPTIONS;
 
 constexpr Command kCommands[] = {
     {"load", "[FILE]", 0, 1, "load a plug-in; without a file, the podcasts", Main, commands::Load},
@@ -40,6 +41,10 @@ constexpr Command kCommands[] = {
     {"rows", kRowOptions, 0, kAny, "rows of the storage that shows", Main, commands::Rows},
     {"count", kRowOptions, 0, kAny, "how many rows there are, whatever the range", Main, commands::Count},
     {"find", "ADDRESS", 1, 1, "the node that holds a file", Main, commands::Find},
+    {"search", "[WORD...] [--limit N]", 0, kAny, "what the storage finds by words that it could add, and wait", Main,
+     commands::Search},
+    {"preview", kPreviewOptions, 1, kAny, "the rows to which an address leads, without adding them, and wait", Main,
+     commands::Preview},
     {"play", "ADDRESS", 1, 1, "start a file, without sound", Main, commands::Play},
     {"tasks", "", 0, 0, "what goes on in the background, and how the last tasks went", Main, commands::Tasks},
     {"click-notification", "[BUTTON]", 0, 1, "click the notification that shows, or its button", Main,

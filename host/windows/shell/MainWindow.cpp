@@ -186,9 +186,7 @@ void MainWindow::UpdateSide() {
 
 /// The tree below what its storage is asked to do most: to add a source, and to look for new rows.
 QWidget* MainWindow::LeftColumn() {
-    auto* action = FMenuBar->findChild<QAction*>(QStringLiteral("Subscribe"));
-    action->setIconVisibleInMenu(false);
-    FAdd->setDefaultAction(action);
+    FAdd->setObjectName(QStringLiteral("Add"));
     FAdd->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     FRefresh->setObjectName(QStringLiteral("Refresh"));
     for (QToolButton* button : {FAdd, FRefresh}) {
@@ -219,8 +217,15 @@ void MainWindow::ShowToolBar() {
     if (item) FRefresh->setToolTip(FHost.Menus().Caption(*item));
     FRefresh->setAccessibleName(FRefresh->toolTip());
     FRefresh->setIcon(WindowIcon(QStringLiteral("refresh")));
-    FAdd->defaultAction()->setIcon(WindowIcon(QStringLiteral("add")));
-    FAdd->setAccessibleName(FTexts("Subscribe").remove(u'&'));
+    // A storage that can search is asked to do so; subscribing by address is in the button's menu then.
+    const bool canFind = FMenuBar->FindNewAction()->isVisible();
+    QAction* const action = canFind ? FMenuBar->FindNewAction() : FMenuBar->SubscribeAction();
+    if (QAction* const former = FAdd->defaultAction(); former && former != action) FAdd->removeAction(former);
+    FAdd->setDefaultAction(action);
+    FAdd->setPopupMode(canFind ? QToolButton::MenuButtonPopup : QToolButton::DelayedPopup);
+    if (canFind) FAdd->addAction(FMenuBar->SubscribeAction());
+    action->setIcon(WindowIcon(QStringLiteral("add")));
+    FAdd->setAccessibleName(FTexts(canFind ? "FindNew" : "Subscribe").remove(u'&'));
 }
 
 void MainWindow::ConnectLibrary() {
@@ -353,6 +358,8 @@ void MainWindow::ConnectMenus() {
                                      : Ref<IVEXAMLDataStorageCommandAddFilesDialog>())
             add->Execute(winId());
     });
+    connect(FMenuBar, &WindowMenuBar::FindNew, this, [this] { ShowSearch({}); });
+    connect(FFirstStart, &FirstStartPage::SearchWanted, this, &MainWindow::ShowSearch);
     connect(FMenuBar, &WindowMenuBar::Import, this, &MainWindow::Import);
     connect(FFirstStart, &FirstStartPage::ImportWanted, this, &MainWindow::Import);
     connect(FMenuBar, &WindowMenuBar::Export, this, &MainWindow::Export);
@@ -368,6 +375,12 @@ void MainWindow::ConnectMenus() {
     AddPlainAction("Shortcuts", Qt::Key_Question, [this] { ShowShortcuts(); });
     connect(FMenuBar, &WindowMenuBar::FocusSearch, this, [this] { FTable->FocusSearch(false); });
     connect(FMenuBar, &WindowMenuBar::SearchAll, this, [this] { FTable->FocusSearch(true); });
+}
+
+void MainWindow::ShowSearch(const QString& text) {
+    const LibraryStorage* storage = FLibrary->Storage();
+    if (const auto finder = storage ? storage->Offered<IVEXAMLFinder>() : Ref<IVEXAMLFinder>())
+        finder->ShowSearchWindow(winId(), MakeString(text).Get());
 }
 
 void MainWindow::ConnectUndo() {

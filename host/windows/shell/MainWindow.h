@@ -93,6 +93,8 @@ private:
     void ConnectMenus();
     void ShowTreeMenu(const QPoint& position);
     NodeName NameOf(const TreeNode& node) const;
+    /// Shows the storage's own search window.
+    void ShowSearch(const QString& text);
     void ConnectUndo();
     bool IsOffered(RowButton button) const;
     void Run(RowButton button, const QString& file);

@@ -19,6 +19,8 @@ WindowMenuBar::WindowMenuBar(Host& host, Playback& playback, WindowTheme& theme,
     : Pane(parent), FHost(host), FTray(tray), FTexts(host.Language()) {
     QMenu* file = AddMenuOf("MenuFile");
     FSubscribe = Add(file, "Subscribe", QKeySequence(Qt::CTRL | Qt::Key_N), &WindowMenuBar::Subscribe);
+    FFindNew = Add(file, "FindNew", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), &WindowMenuBar::FindNew);
+    for (QAction* action : {FSubscribe, FFindNew}) action->setIconVisibleInMenu(false);
     file->addSeparator();
     FImport = Add(file, "Import", QKeySequence(Qt::CTRL | Qt::Key_O), &WindowMenuBar::Import);
     FExport = Add(file, "Export", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), &WindowMenuBar::Export);
@@ -131,6 +133,7 @@ void WindowMenuBar::AddLanguages() {
 
 void WindowMenuBar::EnableOffered(const LibraryStorage* storage) {
     FSubscribe->setEnabled(storage && storage->Offered<IVEXAMLDataStorageCommandAddFilesDialog>());
+    FFindNew->setVisible(storage && storage->Offered<IVEXAMLFinder>());
     for (QAction* action : {FImport, FExport}) action->setEnabled(storage && storage->Subscriptions());
 }
 

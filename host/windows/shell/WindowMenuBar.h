@@ -27,16 +27,21 @@ public:
 
     /// Adds an item that shows and hides a pane. `key` is the key of its caption.
     void AddPane(const char* key, QAction* toggle);
-    /// Disables the items for which the storage has no command; null while no storage is shown.
+    /// Disables the items for which the storage has no command, and hides the one for finding by words; null while no
+    /// storage is shown.
     void EnableOffered(const LibraryStorage* storage);
 
     /// `newest` tells what can be undone, when the menu is about to be shown; nothing when there is nothing.
     void SetUndo(std::function<std::optional<QString>()> newest) { FNewestAct = std::move(newest); }
 
+    QAction* SubscribeAction() const noexcept { return FSubscribe; }
+    /// Visible while the storage can find by words what it could add.
+    QAction* FindNewAction() const noexcept { return FFindNew; }
     const QMenu* LibraryMenu() const noexcept { return FLibrary; }
 
 Q_SIGNALS:
     void Subscribe();
+    void FindNew();
     void Import();
     void Export();
     void Options();
@@ -63,7 +68,7 @@ private:
     const Tray& FTray;
     const WindowTexts FTexts;
     std::vector<Captioned> FCaptions;
-    QAction *FSubscribe, *FImport, *FExport;
+    QAction *FSubscribe, *FFindNew, *FImport, *FExport;
     std::function<std::optional<QString>()> FNewestAct;
     QMenu* FView = nullptr;
     QMenu* FLibrary = nullptr;

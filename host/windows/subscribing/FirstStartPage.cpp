@@ -72,6 +72,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
       FAnswer(CentredLabel()),
       FAddress(new QLineEdit),
       FSubscribe(new QPushButton),
+      FSearch(new QPushButton),
       FImport(new QPushButton),
       FBusy(new QProgressBar),
       FOptionsPlace(new QVBoxLayout) {
@@ -89,8 +90,8 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     FAddress->setTextMargins(4, 0, 4, 0);
     FAddress->setAcceptDrops(false);  // the page itself accepts drops
     FSubscribe->setObjectName(QStringLiteral("Subscribe"));
-    FSubscribe->setMinimumHeight(34);
-    FSubscribe->setDefault(true);
+    FSearch->setObjectName(QStringLiteral("Search"));
+    for (QPushButton* button : {FSubscribe, FSearch}) button->setMinimumHeight(34);
     FImport->setFlat(true);
     FBusy->setRange(0, 0);
     FBusy->setTextVisible(false);
@@ -98,6 +99,7 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     auto* row = new QHBoxLayout;
     row->addWidget(FAddress, 1);
     row->addWidget(FSubscribe);
+    row->addWidget(FSearch);
     auto* card = new QWidget;
     card->setFixedWidth(kWidth);
     auto* inner = new QVBoxLayout(card);
@@ -117,13 +119,10 @@ FirstStartPage::FirstStartPage(Host& host, Subscriber& subscriber, QWidget* pare
     whole->addWidget(card, 0, Qt::AlignHCenter);
     whole->addStretch(3);
 
-    const auto subscribe = [this] {
-        if (!FAddress->text().trimmed().isEmpty()) Subscribe({FAddress->text()});
-    };
-    connect(FAddress, &QLineEdit::returnPressed, this, subscribe);
-    connect(FSubscribe, &QPushButton::clicked, this, subscribe);
-    connect(FAddress, &QLineEdit::textChanged, this,
-            [this] { FSubscribe->setEnabled(!FAddress->text().trimmed().isEmpty() && !FSubscriber.IsBusy()); });
+    connect(FAddress, &QLineEdit::returnPressed, this, &FirstStartPage::OnReturn);
+    connect(FSearch, &QPushButton::clicked, this, &FirstStartPage::Search);
+    connect(FSubscribe, &QPushButton::clicked, this, [this] { Subscribe({FAddress->text()}); });
+    connect(FAddress, &QLineEdit::textChanged, this, &FirstStartPage::ShowButtons);
     connect(FImport, &QPushButton::clicked, this, [this] {
         WriteOptions();
         Q_EMIT ImportWanted();
@@ -151,7 +150,40 @@ void FirstStartPage::Subscribe(const QStringList& addresses) {
     FSubscriber.Subscribe(addresses);
 }
 
+void FirstStartPage::Search() {
+    WriteOptions();
+    Q_EMIT SearchWanted(FAddress->text().trimmed());
+}
+
+/// A text that can be both is taken for an address, unless the button for searching is used.
+void FirstStartPage::OnReturn() {
+    const QString text = FAddress->text();
+    if (text.trimmed().isEmpty()) return;
+    if (FCanSearch && !ReadEntered(text).IsAddress)
+        Search();
+    else
+        Subscribe({text});
+}
+
+void FirstStartPage::ShowButtons() {
+    const EnteredText entered = ReadEntered(FAddress->text());
+    const bool isEmpty = FAddress->text().trimmed().isEmpty(), isAddress = FCanSearch ? entered.IsAddress : !isEmpty;
+    FSubscribe->setEnabled(isAddress && !FSubscriber.IsBusy());
+    FSearch->setVisible(FCanSearch);
+    FSearch->setEnabled(isEmpty || entered.IsWords);
+    FSubscribe->setDefault(isAddress || !FCanSearch);
+    FSearch->setDefault(!FSubscribe->isDefault());
+}
+
 void FirstStartPage::ReadOptions() {
+    Ref<IVEXAMLFinder> finder;
+    FHost.Library().GetActiveStorage(IVEXAMLFinder::IID, finder.PutVoid());
+    FCanSearch = static_cast<bool>(finder);
+    const int part = FCanSearch ? 1 : 0;
+    FText->setText(FTexts("WelcomeText", part));
+    FAddress->setPlaceholderText(FTexts("Address", part));
+    FAddress->setAccessibleName(FTexts("AddressName", part));
+    ShowButtons();
     std::map<QString, QCheckBox*> former = std::exchange(FOptions, {});
     const QString storageID = FHost.Library().ActiveStorageID();
     if (std::exchange(FStorageID, storageID) != storageID)
@@ -182,7 +214,7 @@ void FirstStartPage::WriteOptions() {
 
 void FirstStartPage::ShowBusy(bool isBusy) {
     FBusy->setVisible(isBusy);
-    FSubscribe->setEnabled(!isBusy && !FAddress->text().trimmed().isEmpty());
+    ShowButtons();
     FSubscribe->setText(FTexts(isBusy ? "Subscribing" : "SubscribeButton"));
 }
 
@@ -202,9 +234,7 @@ void FirstStartPage::showEvent(QShowEvent* event) {
 
 void FirstStartPage::Localize() {
     FTitle->setText(FTexts("WelcomeTitle"));
-    FText->setText(FTexts("WelcomeText"));
-    FAddress->setPlaceholderText(FTexts("Address"));
-    FAddress->setAccessibleName(FTexts("AddressName"));
+    FSearch->setText(FTexts("SearchButton"));
     FImport->setText(FTexts("ImportButton"));
     FBusy->setAccessibleName(FTexts("Subscribing"));
     ReadOptions();

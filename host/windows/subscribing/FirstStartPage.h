@@ -1,6 +1,7 @@
 #pragma once
-// The page that the window shows while there is no subscription: a field for an address, buttons to subscribe and
-// import, and the options that the storage asks a new user about. Main thread.
+// The page that the window shows while there is no subscription: a field for an address, or for words if the storage
+// can search; buttons to subscribe, search and import; and the options that the storage asks a new user about. Main
+// thread.
 
 #include "Host.h"
 #include "Pane.h"
@@ -32,6 +33,8 @@ public:
 
 Q_SIGNALS:
     void ImportWanted();
+    /// The storage's search window is wanted, with this text.
+    void SearchWanted(const QString& text);
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -41,7 +44,10 @@ protected:
 private:
     void Localize() override;
     void Subscribe(const QStringList& addresses);
+    void Search();
+    void OnReturn();
     void ShowBusy(bool isBusy);
+    void ShowButtons();
     void WriteOptions();
 
     Host& FHost;
@@ -49,11 +55,12 @@ private:
     const WindowTexts FTexts;
     QLabel *FPicture, *FTitle, *FText, *FAnswer;
     QLineEdit* FAddress;
-    QPushButton *FSubscribe, *FImport;
+    QPushButton *FSubscribe, *FSearch, *FImport;
     QProgressBar* FBusy;
     QVBoxLayout* FOptionsPlace;
     std::map<QString, QCheckBox*> FOptions;  // by option ID
     QString FStorageID;                      // the storage that the options belong to
+    bool FCanSearch = false;                 // the storage can search by words
 };
 
 }  // namespace vexa::host

@@ -14,6 +14,7 @@
 #include <QRegularExpression>
 #include <QUrl>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace vexa::host {
@@ -162,6 +163,21 @@ bool IsAddress(const QString& text) {
     static const QRegularExpression address(QString(u"^(" + OpenedSchemes().join(u'|') + u"):\\S+$"),
                                             QRegularExpression::CaseInsensitiveOption);
     return address.match(text).hasMatch() || IsUrlWithoutScheme(text);
+}
+
+EnteredText ReadEntered(const QString& text) {
+    const QString entered = text.trimmed();
+    if (entered.isEmpty()) return {};
+    // The storage, which knows more schemes, says whether the address is one of a feed.
+    const bool hasScheme = entered.contains(u"://") || (IsAddress(entered) && !IsUrlWithoutScheme(entered));
+    if (hasScheme || QFileInfo(entered).isAbsolute()) return {.IsAddress = true};
+    const bool hasBlank = std::any_of(entered.begin(), entered.end(), [](QChar c) { return c.isSpace(); });
+    const bool hasPath = entered.contains(u'/');
+    if (hasBlank || (!hasPath && !IsUrlWithoutScheme(entered))) return {.IsWords = true};
+    // A host's name alone may be a podcast's, and so may a text with a stroke that does not begin with a host.
+    const QString host = QUrl(u"https://" + entered).host();
+    const bool isHostName = entered.compare(host, Qt::CaseInsensitive) == 0 && entered.back().isLetter();
+    return {.IsAddress = true, .IsWords = isHostName || !IsUrlWithoutScheme(entered)};
 }
 
 QStringList AddressesIn(const QMimeData& data) {

@@ -65,6 +65,11 @@ QString SubscriptionProblem(const Subscriber::Outcome& outcome, const WindowText
 QString SubscriptionReport(const std::vector<Subscriber::Outcome>& outcomes, const WindowTexts& texts,
                            bool onlyProblems);
 
+/// What a text in the field for a name or an address can be: "serial.com" and "AC/DC" can be both.
+struct EnteredText {
+    bool IsAddress = false, IsWords = false;
+};
+EnteredText ReadEntered(const QString& text);
 /// Whether `text` is an address as users write it: one with a scheme that can be opened, or a web address without one.
 bool IsAddress(const QString& text);
 /// The addresses in data that is dragged or pasted: web addresses and the names of local files.
