@@ -174,19 +174,3 @@ TEST_F(HostTest, AFileThatCannotBeLoadedIsReported) {
         EXPECT_TRUE(problem.contains(message)) << problem.toStdString();
     }
 }
-
-TEST_F(HostTest, ALibraryIsLoadedAndFinalizedBeforeTheSettingsAreWritten) {
-    Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
-    EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
-    EXPECT_NO_THROW(Host.UnloadPlugins());
-    EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
-
-    ASSERT_TRUE(Host.PluginCore().HideService("library"));
-    EXPECT_FALSE(Host.PluginCore().HideService("no such"));
-    try {
-        Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
-        ADD_FAILURE() << "it was loaded without the library";
-    } catch (const PluginError& error) {
-        EXPECT_EQ(error.Code(), E_NOTIMPL);
-    }
-}
