@@ -1,11 +1,11 @@
 // Core, configuration, messages, storages, and loading and unloading of plug-ins.
 
 #include "HostFixture.h"
+#include "LatestTask.h"
 #include "PropertyList.h"
 #include "Streams.h"
-#include "Waiting.h"
 
-#include <functional>
+#include <atomic>
 
 using namespace vexa::host;
 
@@ -112,6 +112,23 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     const QString problem = ErrorOf([&] { lost->Save(); });
     EXPECT_TRUE(problem.contains("cannot write the settings")) << problem.toStdString();
     EXPECT_EQ(lost->Flush(), E_FAIL);
+}
+
+TEST(LatestTask, StopsAndWaitsForWorkWhoseResultIsNotWantedAndStartsTheNext) {
+    LatestTask task;
+    QString done;
+    std::atomic<bool> hasEnded{false};
+    task.Run([&](const CancelCheck& isStopped) -> std::function<void()> {
+        while (!isStopped()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        hasEnded = true;
+        return [&] { done += "stopped"; };
+    });
+    task.Stop();
+    EXPECT_TRUE(hasEnded) << "it is still running";
+    EXPECT_FALSE(task.IsBusy());
+    task.Run([&](const CancelCheck&) { return [&] { done += "next"; }; });
+    EXPECT_TRUE(tests::WaitUntil([&] { return !done.isEmpty(); })) << "the next work has not been started";
+    EXPECT_EQ(done, "next");
 }
 
 TEST_F(HostTest, HooksAreCalledInOrderAndMayUnhookMeanwhile) {
