@@ -2,9 +2,7 @@
 
 #include "Commands.h"
 #include "EpisodeStorage.h"
-#include "HostFixture.h"
 #include "Rows.h"
-#include "VEXA.Runtime.Threads.h"
 
 using namespace vexa::host;
 using tests::EpisodeStorage;

@@ -6,7 +6,6 @@
 #include "Radio.h"
 
 #include <QComboBox>
-#include <QDir>
 #include <QDoubleSpinBox>
 #include <QSpinBox>
 
