@@ -2,8 +2,6 @@
 #include "Program.h"
 #include "Waiting.h"
 
-#include <QDir>
-
 #include <signal.h>
 
 #include <array>

@@ -11,7 +11,6 @@
 #include <sys/resource.h>
 
 #include <array>
-#include <map>
 
 using namespace Qt::StringLiterals;
 

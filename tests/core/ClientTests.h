@@ -6,7 +6,6 @@
 #include "Podcasts.Core.h"
 #include "TempFolder.h"
 #include "Texts.h"
-#include "VEXA.Runtime.Mutex.h"
 #include "Waiting.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,6 @@
 
 #include "ClientTests.h"
 #include "PlainSqlite.h"
-#include "VEXA.Runtime.Mutex.h"
 
 #include <array>
 #include <cstring>

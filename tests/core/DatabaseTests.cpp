@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace podcasts {
@@ -66,12 +68,68 @@ TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
         TPodcastFeed stored = feed(i);
         DB.AddOrUpdate(stored);
     }
-    TPodcastFeed document = feed(20);
-    DB.Merge(document);
-    EXPECT_EQ(Rows("SELECT URI FROM PodcastEpisodes"), QStringList("podcast://h/20.mp3"));
-    EXPECT_EQ(DB.QueryInteger("SELECT Count(*) FROM PodcastEpisodeNames"), 8);
-    for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= 12 ? 1 : 0) << i;
+    for (const int last : {20, 21}) {
+        TPodcastFeed document = feed(last);
+        DB.Merge(document);
+        EXPECT_EQ(Rows("SELECT URI FROM PodcastEpisodes"), QStringList(QString("podcast://h/%1.mp3").arg(last)));
+        EXPECT_EQ(DB.QueryInteger("SELECT Count(*) FROM PodcastEpisodeNames"), 8);
+        for (int i = 0; i < last; ++i)
+            EXPECT_EQ(DB.CountEpisodes(QString("podcast://h/%1.mp3").arg(i)), i >= last - 8 ? 1 : 0) << i;
+    }
+}
+
+TEST_F(Database, AnOlderNameLeadsToItsEpisodeUnlessSeveralHadIt) {
+    using Document = std::vector<std::array<QString, 3>>;  // title, GUID, path of the audio
+    const auto feed = [](const Document& document) {
+        auto made = std::make_unique<TPodcastFeed>();
+        made->Fields[pffURLFeed] = kFeed;
+        for (const auto& [title, guid, path] : document)
+            AddEpisode(*made, guid, "http://h/" + path, 45000 + title[0].unicode()).Fields[pefTitle] = title;
+        return made;
+    };
+    const std::tuple<const char*, std::vector<Document>, std::vector<std::pair<QString, QString>>> cases[] = {
+        // what, one document after the other, names and the titles of their episodes
+        {"a token changes",
+         {{{"A", "a", "1?t=1"}, {"B", "b", "2?t=1"}}, {{"A", "a", "1?t=2"}, {"B", "b", "2?t=2"}}},
+         {{"podcast://h/1?t=1", "A"}, {"podcast://h/1", "A"}, {"podcast://h/2?t=9", "B"}}},
+        {"only the query tells them apart",
+         {{{"A", "a", "get?1"}, {"B", "b", "get?2"}}, {{"A", "a", "1"}, {"B", "b", "2"}}},
+         {{"podcast://h/get?1", "A"}, {"podcast://h/get?2", "B"}, {"podcast://h/get?3", ""}, {"podcast://h/get", ""}}},
+        {"a name made of the GUID",
+         {{{"A", "a?1", "time"}}, {{"A", "a2", "time"}}},
+         {{"podcast://h/feed.xml-/a?1", "A"}, {"podcast://h/feed.xml-/a", ""}, {"a?1", "A"}, {"a", ""}}},
+        {"two had it",
+         {{{"A", "a", "1"}}, {{"A", "a", "2"}, {"B", "b", "1"}}, {{"A", "a", "2"}, {"B", "b", "3"}}},
+         {{"podcast://h/1", ""}}},
+        {"another has it now",
+         {{{"A", "a", "1"}}, {{"A", "a", "2"}, {"B", "b", "1"}}},
+         {{"podcast://h/1", "B"}, {"b", "B"}}},
+        {"to and fro",
+         {{{"A", "a", "1"}}, {{"A", "a", "2"}}, {{"A", "a", "1"}}, {{"A", "a", "2"}}},
+         {{"podcast://h/1", "A"}}},
+        {"another GUID and address each time",
+         {{{"A", "a", "1"}}, {{"A", "b", "2"}}, {{"A", "c", "3"}}},
+         {{"a", "A"}, {"b", "A"}, {"c", "A"}, {"podcast://h/1", "A"}, {"podcast://h/2", "A"}}},
+    };
+    const auto titleOf = [&](const QString& name) {
+        const auto episode = DB.GetEpisode(name.contains(':') ? name : MakeEpisodeKey(DB.GetFeedID(kFeed), name));
+        return episode ? episode->Fields[pefTitle] : QString();
+    };
+    for (const auto& [what, documents, names] : cases) {
+        SCOPED_TRACE(what);
+        DB.Remove(kFeed);
+        DB.AddOrUpdate(*feed(documents[0]));
+        for (std::size_t i = 1; i < documents.size(); ++i) {
+            const qint64 moves = DB.GetMoveCount();
+            DB.Merge(*feed(documents[i]));
+            EXPECT_GT(DB.GetMoveCount(), moves) << "document " << i;
+        }
+        for (const auto& [name, title] : names) EXPECT_EQ(titleOf(name), title) << name.toStdString();
+    }
+    // The names of a row that is united with another one are handed on.
+    DB.AddOrUpdate(*feed({{"A", "c", "4"}}));
+    DB.Merge(*feed({{"A", "c", "4"}}));
+    for (const char* name : {"a", "podcast://h/1", "podcast://h/3"}) EXPECT_EQ(titleOf(name), "A") << name;
 }
 
 TEST_F(Database, AnEpisodeWhoseAddressIsTakenGetsAUriThatNoOtherHas) {

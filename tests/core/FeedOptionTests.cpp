@@ -4,8 +4,6 @@
 #include "PlainSqlite.h"
 #include "VEXA.Runtime.Files.h"
 
-#include <QDir>
-
 namespace podcasts {
 namespace {
 

@@ -64,14 +64,19 @@ TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
     EXPECT_EQ(results, QStringList({"0 T 1", "1 T 0", "2  0", "2  0"}));
     EXPECT_EQ(Read(ExportOpml(client)), QStringList("T=" + file));
 
-    const QString unreadable = folder.File("unreadable.xml");  // it opens, and then fails as on a damaged disk
-    ASSERT_TRUE(QFile::link("/proc/self/mem", unreadable));
-    const auto check = [](const TPodcastSubscription& result) {
-        EXPECT_TRUE(result.Error.English().contains("the file cannot be read: "))
-            << result.Error.English().toStdString();
-    };
+    // One file opens, and then fails as on a damaged disk; the others have the largest size, and one byte more.
+    QStringList files;
+    for (const char* name : {"unreadable.xml", "large.xml", "larger.xml"}) files += folder.File(name);
+    ASSERT_TRUE(QFile::link("/proc/self/mem", files[0]));
+    for (const int more : {0, 1})
+        ASSERT_TRUE(QFile(files[1 + more]).open(QIODevice::WriteOnly) &&
+                    QFile::resize(files[1 + more], (64 << 20) + more));
+    QStringList errors;
     SubscribeByAddress(
-        client, {unreadable}, 0, [] { return false; }, check);
+        client, files, 0, [] { return false; }, [&](auto& result) { errors += result.Error.English(); });
+    EXPECT_TRUE(errors[0].contains("the file cannot be read: ")) << errors[0].toStdString();
+    EXPECT_NE(errors[1], errors[2]);
+    EXPECT_EQ(errors[2], "the document is larger than 64 MiB");
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include "ClientTests.h"
 #include "PlainSqlite.h"
 
-#include <gtest/gtest.h>
-
 namespace podcasts {
 namespace {
 

@@ -2,28 +2,17 @@
 
 #include "Covers.h"
 #include "EpisodeStorage.h"
-#include "Waiting.h"
+#include "Png.h"
 
-#include <QBuffer>
-#include <QDir>
 #include <QSignalSpy>
 
 #include <atomic>
 #include <cmath>
-#include <thread>
 
 namespace tests {
 namespace {
 
 using namespace vexa::host;
-
-QByteArray Png(Qt::GlobalColor colour) {
-    QImage image(80, 40, QImage::Format_RGB32);
-    image.fill(colour);
-    QBuffer bytes;
-    image.save(&bytes, "PNG");
-    return bytes.data();
-}
 
 class CoverTest : public HostTest {
 protected:
@@ -38,7 +27,7 @@ protected:
             while (value == u"hanging" && !isStored && !IsReleased)
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             const TLock lock(Mutex);
-            if (value == u"remote" && !isStored) Stored[value] = Png(Qt::green);
+            if (value == u"remote" && !isStored) Stored[value] = Png(80, 40, Qt::green);
             return Stored.value(value);
         };
         ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Storage->Identity()), S_OK);
@@ -79,7 +68,7 @@ protected:
 };
 
 TEST_F(CoverTest, InitialsAreShownUntilAPictureHasArrivedAndASlowServerDelaysNoOther) {
-    Store("red", Png(Qt::red));
+    Store("red", Png(80, 40, Qt::red));
     Store("noise", "no picture");
     QSignalSpy changes(&*Pictures, &Covers::Changed);
     for (const char* value : {"red", "noise", "none", "hanging", "remote"}) EXPECT_EQ(Shown(value), Initials) << value;
@@ -95,14 +84,14 @@ TEST_F(CoverTest, InitialsAreShownUntilAPictureHasArrivedAndASlowServerDelaysNoO
     EXPECT_EQ(Questions, asked) << "nothing is asked for twice";
     EXPECT_EQ(Shown("noise"), Initials);
 
-    Store("red", Png(Qt::blue));
+    Store("red", Png(80, 40, Qt::blue));
     EXPECT_EQ(Shown("red"), Qt::red) << "nobody has said that it has changed";
     Storage->Manager->Changed();
     EXPECT_TRUE(Becomes("red", Qt::blue));
 }
 
 TEST_F(CoverTest, ScaledCopiesAreReadAtTheNextStartAndDamagedOnesAreMadeAnew) {
-    Store("red", Png(Qt::red));
+    Store("red", Png(80, 40, Qt::red));
     ASSERT_TRUE(Becomes("red", Qt::red));
     const QDir folder(Profile.File("Covers"));
     ASSERT_TRUE(WaitUntil([&] { return folder.entryList(QDir::Files).size() == 1; }));

@@ -94,12 +94,12 @@ public:
     HResult Cancel(std::int32_t taskID) noexcept override { return CancelledTasks.push_back(taskID), S_OK; }
 
     HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override;
-    /// An address that begins with "http" is a feed's; a feed whose address ends with "known" is subscribed already.
-    HResult Subscribe(IVEXAObjectList* addresses, IVEXAMLSubscriptionEvents* events) noexcept override;
-    HResult ImportOPML(IVEXAString* fileName, IVEXAMLSubscriptionEvents* events,
-                       IVEXAErrorInfo* error) noexcept override;
-    HResult ExportOPML(IVEXAString* fileName, IVEXAErrorInfo* error) noexcept override;
-    HResult GetOutcomes(std::int32_t taskID, std::int32_t first, IVEXAObjectList** outcomes) noexcept override;
+    HResult Subscribe(IVEXAObjectList*, IVEXAMLSubscriptionEvents*) noexcept override { return E_NOTIMPL; }
+    HResult ImportOPML(IVEXAString*, IVEXAMLSubscriptionEvents*, IVEXAErrorInfo*) noexcept override {
+        return E_NOTIMPL;
+    }
+    HResult ExportOPML(IVEXAString*, IVEXAErrorInfo*) noexcept override { return E_NOTIMPL; }
+    HResult GetOutcomes(std::int32_t, std::int32_t, IVEXAObjectList**) noexcept override { return E_NOTIMPL; }
 
 private:
     static QString NodeOf(const Variant* value) {

@@ -6,6 +6,7 @@
 #include "Strings.h"
 #include "TempFolder.h"
 #include "Texts.h"
+#include "Waiting.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // Core, configuration, messages, storages, and loading and unloading of plug-ins.
 
 #include "HostFixture.h"
+#include "LatestTask.h"
 #include "PropertyList.h"
 #include "Streams.h"
-#include "Waiting.h"
 
-#include <functional>
+#include <atomic>
 
 using namespace vexa::host;
 
@@ -114,6 +114,23 @@ TEST_F(HostTest, SettingsSurviveAnotherProcessAndAFolderThatCannotBeWritten) {
     EXPECT_EQ(lost->Flush(), E_FAIL);
 }
 
+TEST(LatestTask, StopsAndWaitsForWorkWhoseResultIsNotWantedAndStartsTheNext) {
+    LatestTask task;
+    QString done;
+    std::atomic<bool> hasEnded{false};
+    task.Run([&](const CancelCheck& isStopped) -> std::function<void()> {
+        while (!isStopped()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        hasEnded = true;
+        return [&] { done += "stopped"; };
+    });
+    task.Stop();
+    EXPECT_TRUE(hasEnded) << "it is still running";
+    EXPECT_FALSE(task.IsBusy());
+    task.Run([&](const CancelCheck&) { return [&] { done += "next"; }; });
+    EXPECT_TRUE(tests::WaitUntil([&] { return !done.isEmpty(); })) << "the next work has not been started";
+    EXPECT_EQ(done, "next");
+}
+
 TEST_F(HostTest, HooksAreCalledInOrderAndMayUnhookMeanwhile) {
     QStringList heard;
     MessageDispatcher& messages = Host.Messages();
@@ -172,21 +189,5 @@ TEST_F(HostTest, AFileThatCannotBeLoadedIsReported) {
         EXPECT_THROW(Host.LoadPlugin(file), PluginError);
         const QString problem = ErrorOf([&, name = file] { Host.LoadPlugin(name); });
         EXPECT_TRUE(problem.contains(message)) << problem.toStdString();
-    }
-}
-
-TEST_F(HostTest, ALibraryIsLoadedAndFinalizedBeforeTheSettingsAreWritten) {
-    Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
-    EXPECT_EQ(Host.Plugins().at(0).Information(IVEXAPlugin::Name), "Test");
-    EXPECT_NO_THROW(Host.UnloadPlugins());
-    EXPECT_EQ(ReadWhole(Profile.File("Settings.ini")), "[Test]\nFinalized=1\nInitialized=1\n");
-
-    ASSERT_TRUE(Host.PluginCore().HideService("library"));
-    EXPECT_FALSE(Host.PluginCore().HideService("no such"));
-    try {
-        Host.LoadPlugin(QStringLiteral(TEST_PLUGIN));
-        ADD_FAILURE() << "it was loaded without the library";
-    } catch (const PluginError& error) {
-        EXPECT_EQ(error.Code(), E_NOTIMPL);
     }
 }

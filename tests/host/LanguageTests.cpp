@@ -3,7 +3,6 @@
 #include "HostFixture.h"
 #include "Language.h"
 
-#include <QDir>
 #include <QLoggingCategory>
 
 using namespace vexa::host;

@@ -1,9 +1,14 @@
 // Filters, sort items and fields, as a storage reads them.
 
+#include "FilterJson.h"
 #include "Filters.h"
 #include "HostFixture.h"
 #include "ObjectList.h"
 #include "Properties.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace vexa::host;
 
@@ -16,32 +21,10 @@ Ref<Interface> Make(Host& host) {
     return made;
 }
 
-/// A filter as text, read as a storage reads it.
-QString Words(IVEXAMLGroupFilter* group) {
-    std::int32_t operation = -1;
-    group->GetValueAsInt32(IVEXAMLGroupFilter::Operation, &operation);
-    QStringList words;
-    for (std::int32_t i = 0; i < group->GetChildCount(); ++i) {
-        Ref<IVEXAMLGroupFilter> nested;
-        Ref<IVEXAMLFieldFilter> field;
-        Ref<IVEXAMLArrayFieldFilter> array;
-        if (group->GetChild(i, IVEXAMLGroupFilter::IID, nested.PutVoid()) == S_OK) {
-            words += Words(nested.Get());
-        } else if (group->GetChild(i, IVEXAMLFieldFilter::IID, field.PutVoid()) == S_OK) {
-            words += QStringList{TextOf(field.Get(), 1), TextOf(field.Get(), 2), TextOf(field.Get(), 3),
-                                 TextOf(field.Get(), 4)}
-                         .join(u' ');
-        } else if (group->GetChild(i, IVEXAMLArrayFieldFilter::IID, array.PutVoid()) == S_OK) {
-            std::int32_t count = 0;
-            array->GetData(nullptr, &count);
-            std::vector<Variant> values(static_cast<std::size_t>(count));
-            array->GetData(values.data(), &count);
-            QStringList texts{TextOf(array.Get(), 1), "in"};
-            for (const Variant& value : values) texts += ToText(FromVariant(value));
-            words += texts.join(u' ');
-        }
-    }
-    return QString(QString::number(operation) + u'(' + words.join(", ") + u')');
+/// The conditions of a filter, as a storage reads them.
+std::string Words(IVEXAMLDataFilter& filter) {
+    const QJsonObject json = FilterToJson(filter);
+    return QJsonDocument(json["children"_L1].toArray()).toJson(QJsonDocument::Compact).toStdString();
 }
 
 }  // namespace
@@ -63,13 +46,16 @@ TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
     ASSERT_EQ(inner->AddArray(name.Get(), values, 2, nullptr), S_OK);
     name->SetChars(u"Other", 5);
     text.Text->SetChars(u"other", 5);
-    EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(State 2 1 2.5, 0(State in 1 it's)))");
+    const std::string equals = R"({"field":"State","operation":0,"value":{"int32":1}})",
+                      range = R"({"field":"State","operation":2,"value":{"int32":1},"value2":2.5})",
+                      list = R"({"children":[{"field":"State","values":[{"int32":1},"it's"]}],"operation":0})";
+    EXPECT_EQ(Words(*filter), "[" + equals + R"(,{"children":[)" + range + "," + list + R"(],"operation":3}])");
 
     EXPECT_EQ(group->Delete(2), E_INVALIDARG);
     EXPECT_EQ(group->Delete(-1), E_INVALIDARG);
     EXPECT_EQ(group->Delete(0), S_OK);
     EXPECT_EQ(TextOf(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // a reference to it stays valid
-    EXPECT_EQ(Words(filter.Get()), "0(State 0 1 , 3(0(State in 1 it's)))");
+    EXPECT_EQ(Words(*filter), "[" + equals + R"(,{"children":[)" + list + R"(],"operation":3}])");
     Ref<IVEXAMLFieldFilter> child;
     EXPECT_EQ(filter->GetChild(1, IVEXAMLFieldFilter::IID, child.PutVoid()), E_NOINTERFACE);
     EXPECT_EQ(filter->GetChild(2, IVEXAMLFieldFilter::IID, child.PutVoid()), E_INVALIDARG);

@@ -1,9 +1,8 @@
 // The library as the host's own code uses it, over a storage such as a plug-in registers.
 
+#include "Commands.h"
 #include "EpisodeStorage.h"
-#include "HostFixture.h"
 #include "Rows.h"
-#include "VEXA.Runtime.Threads.h"
 
 using namespace vexa::host;
 using tests::EpisodeStorage;
@@ -54,6 +53,15 @@ TEST_F(LibraryTest, AStorageReportsItsContents) {
     EXPECT_THROW(LibraryStorage(Host.Library(), "nobody"), LibraryError);
     Variant value;
     EXPECT_EQ(Ref(new TreeSelection)->GetValue(0, nullptr, &value), E_POINTER);
+}
+
+TEST_F(LibraryTest, ALineThatThePluginCannotServeIsAnsweredWithTheReason) {
+    Ref<IVEXAMenuItem> idle;
+    Host.PluginCore().CreateObject(IVEXAMenuItem::IID, idle.PutVoid());
+    idle->SetValueAsObject(IVEXAMenuItem::ID, MakeString("Idle").Get());
+    Host.PluginCore().RegisterExtension(IVEXAServiceMenuManager::IID, idle.Get());
+    EXPECT_EQ(Answer(*FindCommand("run"), Host, {"Idle"})[u"error"], "the action Idle has nothing to run");
+    EXPECT_EQ(Answer(*FindCommand("subscribe"), Host, {"x"})[u"error"], "the storage is none of subscriptions");
 }
 
 TEST_F(LibraryTest, OnlyAStorageIsRegisteredAndOnlyOnce) {

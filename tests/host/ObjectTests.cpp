@@ -11,7 +11,6 @@
 #include <cmath>
 #include <limits>
 #include <optional>
-#include <thread>
 
 using namespace vexa::host;
 

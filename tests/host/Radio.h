@@ -12,8 +12,8 @@ struct Station {
     int Kilobits;
 };
 
-/// The tree has a node of all stations, and below it a node for each genre.
-class Radio final : public RowStorage<Station, IVEXAExtensionFileInfoProvider> {
+/// The tree has a node of all stations, and below it a node for each genre. One genre has options.
+class Radio final : public RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions> {
 public:
     /// `title` is the role of the stations' names.
     Radio(std::vector<Station> stations, IVEXAMLDataField::Roles title)
@@ -33,10 +33,54 @@ public:
     }
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
         for (const Station& station : Rows)
-            if (station.Address == host::ToQString(file))
+            if (station.Address == host::ToQString(file)) {
+                info->SetValueAsObject(IVEXAFileInfo::Album, host::MakeString(station.Genre).Get());
                 return info->SetValueAsObject(IVEXAFileInfo::Title, host::MakeString(station.Name).Get());
+            }
         return E_FAIL;
     }
+    HResult GetOptions(IVEXAString*, const Variant* value, IVEXAObjectList** options) noexcept override {
+        *options = nullptr;
+        if (host::ToText(host::FromVariant(*value)) != Genre) return E_FAIL;
+        const Ref<IVEXAObjectList> list(new host::ObjectList);
+        for (const auto& [id, kind, number] : {std::tuple("check", IVEXAMLOption::Check, 1),
+                                               {"number", IVEXAMLOption::Number, 3},
+                                               {"choice", IVEXAMLOption::Choice, 2},
+                                               {"unknown", IVEXAMLOption::Kinds(77), 1}}) {
+            const Ref<IVEXAMLOption> option(new host::PropertyList<IVEXAMLOption>);
+            option->SetValueAsObject(IVEXAMLOption::ID, host::MakeString(id).Get());
+            option->SetValueAsObject(IVEXAMLOption::Caption, host::MakeString(QString(id).prepend("the ")).Get());
+            option->SetValueAsInt32(IVEXAMLOption::Kind, kind);
+            option->SetValueAsInt32(IVEXAMLOption::Value, number);
+            option->SetValueAsObject(IVEXAMLOption::Choices, host::MakeString("as usual|A|B").Get());
+            option->SetValueAsObject(IVEXAMLOption::General, host::MakeString("B").Get());
+            option->SetValueAsInt32(IVEXAMLOption::Most, 9);
+            list->Add(option.Get());
+        }
+        *options = Ref(list).Detach();
+        return S_OK;
+    }
+    HResult SetOption(IVEXAString* field, const Variant* value, IVEXAString* id, const Variant* to) noexcept override {
+        using host::ToText, host::FromVariant, host::ToQString;
+        Set += ToQString(field) + u' ' + ToText(FromVariant(*value)) + u' ' + ToQString(id) + u'=' +
+               ToText(FromVariant(*to));
+        return S_OK;
+    }
+    HResult GetPresentNode(IVEXAString* field, Variant* value) noexcept override {
+        const QString text = host::ToText(host::FromVariant(*value));
+        if (host::ToQString(field) == u"Branch") {
+            if (text == Genre) return S_FALSE;
+            if (text != FormerGenre) return E_FAIL;
+        } else if (std::ranges::none_of(Rows, [&](const Station& station) { return station.Address == text; })) {
+            return E_FAIL;
+        }
+        field->SetChars(u"Branch", 6);
+        *value = host::ToVariant(host::PropertyValue(Genre));
+        return S_OK;
+    }
+
+    QString Genre = u"Music"_s, FormerGenre = u"Tunes"_s;  // the names of the genre that has options
+    QStringList Set;                                       // the options that were set
 
 private:
     QString Value(const Station& station, const QString& field) const override {

@@ -1,16 +1,13 @@
 // The plug-in's promises to any host: results for missing arguments, rows and filters at their limits, and unloading at
 // any moment.
 
+#include "Feeds.h"
 #include "FileInfo.h"
 #include "Filters.h"
 #include "HostFixture.h"
 #include "LoopbackServer.h"
 #include "ObjectList.h"
-#include "Podcasts.Core.DB.h"
 #include "Tree.h"
-#include "Waiting.h"
-
-#include <set>
 
 namespace tests {
 namespace {
@@ -52,19 +49,9 @@ private:
 class Contract : public HostTest, public host::MusicLibraryListener {
 protected:
     Contract() {
-        {
-            podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
-            podcasts::TPodcastFeed feed;
-            feed.Fields[podcasts::pffURLFeed] = Server.Url("/stored");
-            feed.Fields[podcasts::pffTitle] = "F";
-            for (int i = 0; i < 3; ++i) {
-                auto& episode = feed.NewEpisode();
-                episode.Fields[podcasts::pefGUID] = episode.Fields[podcasts::pefTitle] = QString::number(i);
-                episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
-                episode.Duration = static_cast<float>(kLong);
-            }
-            db.AddOrUpdate(feed);
-        }
+        podcasts::TPodcastFeed feed = MakeFeed(Server.Url("/stored"), 3);
+        for (const auto& episode : feed.Episodes()) episode->Duration = static_cast<float>(kLong);
+        podcasts::TPodcastsDB(Profile.File("Podcasts.db")).AddOrUpdate(feed);
         Host.Library().AddListener(this);
         EXPECT_EQ(Plugin.Object()->Initialize(RecordingCore.Get()), S_OK);
         Storage = RecordingCore->Registered<IVEXAMLExtensionDataStorage>();
@@ -264,6 +251,16 @@ TEST_F(Contract, AnInvalidFilterIsAnInvalidArgument) {
              const Ref<IVEXAObjectList> order(new host::ObjectList);
              order->Add(Ref<IVEXAString>(new host::SortItem("Node", IVEXAMLSortDirection::Ascending)).Get());
              filter.SetValueAsObject(IVEXAMLDataFilter::SortList, order.Get());
+         }},
+        {"two hundred groups in each other",
+         [&](auto& filter) {
+             Ref<IVEXAMLGroupFilter> group(&filter);
+             for (int depth = 0; depth < 200; ++depth) {
+                 Add(*group, "Title");
+                 Ref<IVEXAMLGroupFilter> inner;
+                 group->AddGroup(inner.Put());
+                 group = inner;
+             }
          }},
     };
     for (const auto& [what, fill] : cases) {

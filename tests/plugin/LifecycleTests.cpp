@@ -1,16 +1,13 @@
 // Loading and unloading of the plug-in by a host.
 
+#include "Feeds.h"
 #include "FileInfo.h"
 #include "HostFixture.h"
 #include "LoopbackServer.h"
 #include "PlainSqlite.h"
-#include "Podcasts.Core.DB.h"
 #include "VEXA.Runtime.Settings.h"
-#include "Waiting.h"
 
 #include <QProcess>
-
-#include <thread>
 
 namespace tests {
 namespace {
@@ -135,12 +132,8 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     server.Serve("/feed",
                  Response::Of("<rss version='2.0'><channel><title>T</title><item><title>E</title><guid>g</guid>"
                               "<enclosure url='http://h/e.mp3'/></item></channel></rss>"));
-    {
-        podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
-        podcasts::TPodcastFeed feed;
-        feed.Fields[podcasts::pffURLFeed] = server.Url("/feed");
-        db.AddOrUpdate(feed);
-    }
+    podcasts::TPodcastFeed feed = MakeFeed(server.Url("/feed"), 0);
+    podcasts::TPodcastsDB(Profile.File("Podcasts.db")).AddOrUpdate(feed);
     WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);
@@ -156,18 +149,9 @@ TEST_F(Lifecycle, CanEndWhileHostThreadsAskAndALogoNeverArrives) {
     LoopbackServer server;
     server.Serve("/logo", Response::Of(QByteArray(100, 'x'), "image/png").With(Fault::Wait, 10));
     server.Serve("/feed", Response::Of("<rss/>").With(Fault::Wait));
-    {
-        podcasts::TPodcastsDB db(Profile.File("Podcasts.db"));
-        podcasts::TPodcastFeed feed;
-        feed.Fields[podcasts::pffURLFeed] = server.Url("/feed");
-        feed.Fields[podcasts::pffURLLogo] = server.Url("/logo");
-        for (int i = 0; i < 50; ++i) {
-            auto& episode = feed.NewEpisode();
-            episode.Fields[podcasts::pefGUID] = QString::number(i);
-            episode.Fields[podcasts::pefURLAudio] = QString("http://h/%1.mp3").arg(i);
-        }
-        db.AddOrUpdate(feed);
-    }
+    podcasts::TPodcastFeed feed = MakeFeed(server.Url("/feed"), 50);
+    feed.Fields[podcasts::pffURLLogo] = server.Url("/logo");
+    podcasts::TPodcastsDB(Profile.File("Podcasts.db")).AddOrUpdate(feed);
     WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
     const auto host = NewHost();
     ASSERT_EQ(Load(*host), S_OK);

@@ -1,12 +1,9 @@
 // The commands of the loaded plug-in in the host's menus.
 
 #include "EpisodeStorage.h"
-#include "ObjectList.h"
-#include "Podcasts.Core.DB.h"
+#include "Feeds.h"
 #include "Preimages.h"
-#include "Waiting.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 
 namespace {
@@ -20,15 +17,10 @@ protected:
     using Item = Ref<IVEXAMenuItem>;
 
     MenuCommands() {
-        podcasts::TPodcastFeed feed;
-        feed.Fields[podcasts::pffURLFeed] = kFeedURL;
+        podcasts::TPodcastFeed feed = tests::MakeFeed(kFeedURL, 3);
         feed.Fields[podcasts::pffTitle] = "Tides";
-        for (const QString& guid : {u"1"_s, u"2"_s}) {
-            auto& episode = feed.NewEpisode();
-            episode.Fields[podcasts::pefGUID] = guid;
-            episode.Fields[podcasts::pefTitle] = guid == u"1" ? "One" : "Two";
-            episode.Fields[podcasts::pefURLAudio] = u"http://h/" + guid + u".mp3";
-        }
+        feed.Episodes(1).Fields[podcasts::pefTitle] = "One";
+        feed.Episodes(2).Fields[podcasts::pefTitle] = "Two";
         DB.AddOrUpdate(feed);
         SecondInOldForm = u"podcast://h/feed-%1_Mg=="_s.arg(feed.ID);
         Host.LoadPlugin(QStringLiteral(PLUGIN));

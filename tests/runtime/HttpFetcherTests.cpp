@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <thread>
 
 namespace vexa {
 namespace {

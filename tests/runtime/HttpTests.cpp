@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <thread>
-
 namespace vexa {
 namespace {
 

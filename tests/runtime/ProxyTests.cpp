@@ -3,13 +3,10 @@
 #include "LoopbackServer.h"
 #include "VEXA.Runtime.DesktopProxies.h"
 #include "VEXA.Runtime.Http.h"
-#include "VEXA.Runtime.Mutex.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <thread>
 
 using namespace Qt::StringLiterals;
 

@@ -105,7 +105,7 @@ TEST_F(Settings, ReturnOddValuesUnchanged) {
                               "/music/%FeedTitle%\\%EpisodeFileName%\\new",
                               "a=b;c#d [e]",
                               "line\r\nnext\ttab\\n",
-                              QString::fromUtf16(u"nul\0 \u0085 \u2028", 9),
+                              QString::fromUtf16(u"nul\0x\u0085 \u2028", 9),
                               QString(QChar(0xD800)) + u"\U0001F399é"};
     SettingsFile settings(FileName);
     for (int i = 0; const QString& value : values) settings.Write(QString("P\\%1").arg(i++), value);

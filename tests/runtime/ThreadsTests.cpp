@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <barrier>
-#include <thread>
 
 namespace vexa {
 namespace {

@@ -16,7 +16,6 @@
 
 #include <atomic>
 #include <map>
-#include <thread>
 
 namespace {
 
