@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "EpisodeStorage.h"
 #include "MovingFiles.h"
+#include "Radio.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -161,4 +162,33 @@ TEST_F(LibraryCommands, AnAddressIsResolvedToItsPresentOne) {
     EXPECT_EQ(AnswerTo("present episode://a", "moves"), "1");
     EXPECT_EQ(AnswerTo("present episode://z", "present"), "nothing is known of episode://z");
     EXPECT_EQ(AnswerTo("present /music/a.mp3", "present"), "no file system knows present addresses of /music/a.mp3");
+}
+
+TEST_F(LibraryCommands, WhatCanBeAddedIsFoundAndLookedAt) {
+    const std::string cannot = "the storage cannot search";
+    EXPECT_EQ(AnswerTo("search x", "found"), cannot);
+    std::vector<tests::Station> stations{{"Quay", "Talk", "http://h/quay", 64},
+                                         {"Harbour", "Music", "http://h/b", 128}};
+    const Ref<tests::FindingRadio> radio(new tests::FindingRadio(stations, IVEXAMLDataField::Title));
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity());
+    Host.Library().SetActiveStorage(radio->Identity());
+    const auto found = [](const char* address, const char* title) {
+        return std::string(R"({"address":")") + address +
+               R"(","author":"","description":"","newest":null,"picture":"","rows":0,"source":"","subscribed":false,)" +
+               R"("title":")" + title + R"("})";
+    };
+    const std::pair<const char*, std::string> cases[] = {
+        {"search Quay", '[' + found("http://h/quay", "Quay") + ']'},
+        {"search --limit 1", '[' + found("http://h/quay", "Quay") + ']'},
+        {"search", '[' + found("http://h/quay", "Quay") + ',' + found("http://h/b", "Harbour") + ']'},
+        {"search --limit none", "--limit takes a number of results, such as 20"},
+    };
+    for (const auto& [line, answer] : cases) EXPECT_EQ(AnswerTo(line, "found"), answer) << line;
+    EXPECT_EQ(
+        AnswerTo("search x", "sources"),
+        R"([{"code":"0x00000000","id":"guide","text":""},{"code":"0x80004005","id":"almanac","text":"it is silent"}])");
+    EXPECT_EQ(AnswerTo("preview http://h/b", "info"), found("http://h/b", "Harbour"));
+    EXPECT_EQ(AnswerTo("preview http://h/b --sort Station --fields Station", "rows"),
+              R"([{"Station":"Harbour"},{"Station":"Quay"}])");
+    EXPECT_EQ(AnswerTo("preview http://h/c", "rows"), "no such station");
 }
