@@ -36,7 +36,9 @@ QString OwnText(const char* key, int part = 0) {
 
 /// A description without its markup. The fragment loads nothing that the markup names.
 QString PlainDescription(const QString& text) {
-    return TextForLabel(QTextDocumentFragment::fromHtml(text.left(8 * kMaxDescription)).toPlainText(), kMaxDescription);
+    QString plain = QTextDocumentFragment::fromHtml(text.left(8 * kMaxDescription)).toPlainText();
+    plain.remove(QChar(QChar::ObjectReplacementCharacter));  // stands for a picture
+    return TextForLabel(plain, kMaxDescription);
 }
 
 QString ShownDate(double date) {

@@ -493,3 +493,40 @@ TEST_F(PlaybackTest, ChaptersAreReadInTheirOrder) {
 }
 
 }  // namespace
+
+TEST_F(PlaybackTest, APreviewLeavesNoTraceAndNothingFollowsIt) {
+    tests::LoopbackServer server;
+    server.Serve("/preview.wav", tests::Response::Of(MakeTone(60), "audio/x-wav").WithRanges());
+    const QString before = Tone("before.wav", 60), waiting = Tone("waiting.wav", 60),
+                  address = server.Url("/preview.wav");
+    ASSERT_TRUE(Plays(before) && SeeksTo(20)) << Errors.join('\n').toStdString();
+    Player->PlayLast({waiting});
+    const auto playPreview = [&](const QString& file) {
+        const Ref<FileInfo> info(new FileInfo);
+        info->SetValueAsObject(IVEXAFileInfo::FileName, MakeString(file).Get());
+        info->SetValueAsObject(IVEXAFileInfo::Title, MakeString("A taste").Get());
+        info->SetValueAsObject(IVEXAFileInfo::Album, MakeString("A show").Get());
+        return Query<IVEXAPlayerPreview>(&Host.Player())->PlayPreview(info.Get(), nullptr);
+    };
+    EXPECT_EQ(playPreview(before), E_INVALIDARG) << "a local file";
+    ASSERT_EQ(playPreview(address), S_OK);
+    ASSERT_TRUE(WaitFor(State::Playing)) << Errors.join('\n').toStdString();
+    EXPECT_EQ(Player->Current().Title, "A taste");
+    ASSERT_TRUE(SeeksTo(30));
+    Player->SetSpeed(1.5);
+    Player->Pause();
+    ASSERT_TRUE(WaitFor(State::Paused));
+    Player->Save();
+    ASSERT_EQ(Player->SavedPositions().Begun().size(), 1u) << "only what was played before";
+    EXPECT_EQ(Player->SavedPositions().Begun()[0].Address, before);
+    EXPECT_EQ(Player->SavedPositions().Speed("A show"), 1);
+    EXPECT_FALSE(ReadWhole(Profile.File("Positions.json")).contains("preview.wav"));
+
+    Player->Resume();
+    ASSERT_TRUE(WaitFor(State::Playing));
+    Player->Seek(59);
+    ASSERT_TRUE(WaitFor(State::Stopped));
+    EXPECT_EQ(Heard, QStringList());
+    EXPECT_EQ(Player->UpNext(), QStringList(waiting));
+    EXPECT_EQ(Errors, QStringList());
+}

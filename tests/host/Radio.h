@@ -5,6 +5,8 @@
 #include "HostFixture.h"
 #include "StorageParts.h"
 
+#include <QTimer>
+
 namespace tests {
 
 struct Station {
@@ -12,12 +14,16 @@ struct Station {
     int Kilobits;
 };
 
-/// The tree has a node of all stations, and below it a node for each genre. One genre has options.
-class Radio final : public RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions> {
+/// The tree has a node of all stations, and below it a node for each genre. One genre has options. `More`: further
+/// interfaces.
+template <class... More>
+class RadioWith : public RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions, More...> {
+    using Storage = RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions, More...>;
+
 public:
     /// `title` is the role of the stations' names.
-    Radio(std::vector<Station> stations, IVEXAMLDataField::Roles title)
-        : RowStorage("Tests.Radio", "Radio", std::move(stations)), FTitle(title) {}
+    RadioWith(std::vector<Station> stations, IVEXAMLDataField::Roles title)
+        : Storage("Tests.Radio", "Radio", std::move(stations)), FTitle(title) {}
 
     HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override {
         using Field = IVEXAMLDataField;
@@ -32,7 +38,7 @@ public:
         return S_OK;
     }
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
-        for (const Station& station : Rows)
+        for (const Station& station : this->Rows)
             if (station.Address == host::ToQString(file)) {
                 info->SetValueAsObject(IVEXAFileInfo::Album, host::MakeString(station.Genre).Get());
                 return info->SetValueAsObject(IVEXAFileInfo::Title, host::MakeString(station.Name).Get());
@@ -71,7 +77,7 @@ public:
         if (host::ToQString(field) == u"Branch") {
             if (text == Genre) return S_FALSE;
             if (text != FormerGenre) return E_FAIL;
-        } else if (std::ranges::none_of(Rows, [&](const Station& station) { return station.Address == text; })) {
+        } else if (std::ranges::none_of(this->Rows, [&](const Station& station) { return station.Address == text; })) {
             return E_FAIL;
         }
         field->SetChars(u"Branch", 6);
@@ -82,7 +88,7 @@ public:
     QString Genre = u"Music"_s, FormerGenre = u"Tunes"_s;  // the names of the genre that has options
     QStringList Set;                                       // the options that were set
 
-private:
+protected:
     QString Value(const Station& station, const QString& field) const override {
         if (field == u"Station") return station.Name;
         if (field == u"Genre") return station.Genre;
@@ -94,6 +100,8 @@ private:
     bool Contains(const Station& station, const QString& search) const override {
         return station.Name.contains(search);
     }
+
+private:
     std::vector<host::TreeNode> NodesBelow(const QString& value) const override {
         using Node = IVEXAMLGroupingTreeDataProviderSelection;
         if (value.isEmpty())
@@ -105,6 +113,59 @@ private:
     }
 
     const IVEXAMLDataField::Roles FTitle;
+};
+using Radio = RadioWith<>;
+
+/// A radio that finds its stations by words, and shows them before they are added.
+class FindingRadio final : public RadioWith<IVEXAMLFinder, IVEXAMLPreview> {
+public:
+    using RadioWith::RadioWith;
+    QStringList Windows;  // the texts with which the search window was shown
+
+    HResult GetSources(IVEXAObjectList** sources) noexcept override { return *sources = nullptr, E_NOTIMPL; }
+    HResult Find(IVEXAString* text, std::int32_t limit, IVEXAMLFinderEvents* events,
+                 std::int64_t* search) noexcept override {
+        *search = 1;
+        QTimer::singleShot(0, [this, self = Ref<FindingRadio>(this), words = host::ToQString(text), limit,
+                               told = Ref<IVEXAMLFinderEvents>(events)] {
+            std::int32_t found = 0;
+            for (const Station& station : Rows)
+                if (Contains(station, words) && (limit == 0 || found++ < limit)) {
+                    told->OnFound(Describe(station, "?").Get());
+                    told->OnFound(Describe(station, station.Name).Get());
+                }
+            told->OnSourceDone(host::MakeString("guide").Get(), S_OK, nullptr);
+            told->OnSourceDone(host::MakeString("almanac").Get(), E_FAIL, host::MakeString("it is silent").Get());
+            told->OnCompleted();
+        });
+        return S_OK;
+    }
+    HResult CancelSearch(std::int64_t) noexcept override { return S_FALSE; }
+    HResult ShowSearchWindow(WindowHandle, IVEXAString* text) noexcept override {
+        Windows += host::ToQString(text);
+        return S_OK;
+    }
+    HResult Open(IVEXAString* address, IVEXAMLPreviewEvents* events, std::int64_t* opening) noexcept override {
+        *opening = 1;
+        QTimer::singleShot(0, [this, self = Ref<FindingRadio>(this), wanted = host::ToQString(address),
+                               told = Ref<IVEXAMLPreviewEvents>(events)] {
+            for (const Station& station : Rows)
+                if (station.Address == wanted)
+                    return told->OnOpened(S_OK, this, Describe(station, station.Name).Get(), nullptr);
+            told->OnOpened(E_FAIL, nullptr, nullptr, host::MakeString("no such station").Get());
+        });
+        return S_OK;
+    }
+    HResult CancelOpening(std::int64_t) noexcept override { return S_FALSE; }
+
+private:
+    class Found final : public host::PropertyList<IVEXAMLFound> {};
+    static Ref<Found> Describe(const Station& station, const QString& title) {
+        const Ref<Found> found(new Found);
+        found->SetValueAsObject(IVEXAMLFound::Address, host::MakeString(station.Address).Get());
+        found->SetValueAsObject(IVEXAMLFound::Title, host::MakeString(title).Get());
+        return found;
+    }
 };
 
 }  // namespace tests

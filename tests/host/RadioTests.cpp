@@ -10,6 +10,8 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QToolButton>
 #include <QTreeView>
 
 using namespace vexa::host;
@@ -19,12 +21,15 @@ namespace {
 
 class RadioWindow : public PlaybackTest {
 protected:
-    void Start(IVEXAMLDataField::Roles title) {
+    /// `Storage`: tests::Radio, or a class that offers more.
+    template <class Storage = tests::Radio>
+    void Start(IVEXAMLDataField::Roles title, Ref<Storage>* radioOut = nullptr) {
         Server.Serve("/harbour", tests::Response::Of(MakeTone(30), "audio/x-wav"));
         std::vector<tests::Station> stations{{"Quay", "Talk", Server.Url("/quay"), 64},
                                              {"Harbour", "Music", Server.Url("/harbour"), 128},
                                              {"Lighthouse", "Music", Server.Url("/lighthouse"), 192}};
-        const Ref<tests::Radio> radio(new tests::Radio(std::move(stations), title));
+        const Ref<Storage> radio(new Storage(std::move(stations), title));
+        if (radioOut) *radioOut = radio;
         PlayerWindow.emplace(Host, *Player);
         PlayerWindow->show();
         ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
@@ -71,6 +76,8 @@ TEST_F(RadioWindow, ItsStationsAreListedNarrowedFoundAndPlayed) {
     EXPECT_TRUE(ShowsText("Select an entry to read about it."));
     for (const char* name : {"Subscribe", "Import", "Export"})
         EXPECT_FALSE(Find<QAction>(name)->isEnabled()) << name << " is not offered by a radio";
+    EXPECT_FALSE(Find<QAction>("FindNew")->isVisible()) << "this radio does not search";
+    EXPECT_EQ(Find<QToolButton>("Add")->defaultAction(), Find<QAction>("Subscribe"));
 
     auto* tree = Find<QTreeView>("Tree");
     const QModelIndex stations = tree->model()->index(0, 0);
@@ -97,4 +104,51 @@ TEST_F(RadioWindow, FieldsWithoutRolesArePlainColumns) {
     EXPECT_TRUE(WaitUntil([&] { return RowOf("Harbour") == 0 && RowOf("Quay") == 2; }));
     Q_EMIT View()->doubleClicked(Rows()->index(0, 0));
     EXPECT_EQ(Host.Player().FileName(), Server.Url("/harbour"));
+}
+
+TEST_F(RadioWindow, AStorageThatSearchesIsAskedByTheAddButton) {
+    Ref<tests::FindingRadio> radio;
+    Start(IVEXAMLDataField::Title, &radio);
+    auto* add = Find<QToolButton>("Add");
+    add->click();
+    EXPECT_EQ(radio->Windows, QStringList(""));
+    EXPECT_TRUE(add->actions().contains(Find<QAction>("Subscribe"))) << "in the button's menu";
+}
+
+TEST_F(HostTest, TheFirstPageTakesAddressesAndWords) {
+    const Ref<tests::FindingRadio> radio(new tests::FindingRadio({}, IVEXAMLDataField::Title));
+    Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity());
+    Subscriber subscriber(Host);
+    FirstStartPage page(Host, subscriber);
+    QString searched;
+    QObject::connect(&page, &FirstStartPage::SearchWanted, [&](const QString& text) { searched = text; });
+    auto* subscribe = page.findChild<QPushButton*>("Subscribe");
+    auto* search = page.findChild<QPushButton*>("Search");
+    EXPECT_TRUE(search->isVisibleTo(&page));
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "search"},
+        {" ", "search"},
+        {"https://h/f", "subscribe"},
+        {"feed:h.org/f", "subscribe"},
+        {"example.org/feed", "subscribe"},
+        {"example.org:8080", "subscribe"},
+        {"127.0.0.1", "subscribe"},
+        {"/home/ada/my feeds.xml", "subscribe"},
+        {"serial.com", "subscribe search"},
+        {"AC/DC", "subscribe search"},
+        {"serial", "search"},
+        {"mr. robot.com", "search"},
+        {"news: today", "search"},
+    };
+    for (const auto& [text, offered] : cases) {
+        page.Address()->setText(text);
+        QStringList enabled;
+        if (subscribe->isEnabled()) enabled += "subscribe";
+        if (search->isEnabled()) enabled += "search";
+        EXPECT_EQ(enabled.join(u' '), offered) << '"' << text << '"';
+        searched = "none";
+        Q_EMIT page.Address()->returnPressed();
+        const bool isForWords = enabled == QStringList("search") && page.Address()->text().trimmed() != "";
+        EXPECT_EQ(searched, isForWords ? QString(text) : QString("none")) << '"' << text << '"';
+    }
 }
