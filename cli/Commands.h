@@ -31,6 +31,7 @@ void CheckDownload(const Arguments& arguments);
 
 int RunImport(Session& session, const Arguments& arguments);
 int RunExport(Session& session, const Arguments& arguments);
+int RunMoveFiles(Session& session, const Arguments& arguments);
 
 /// Subscribes to the feeds of an OPML list.
 int ImportOpml(Session& session, const QString& fileName);
