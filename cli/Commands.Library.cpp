@@ -2,9 +2,11 @@
 
 #include "Podcasts.Core.ForeignLibraries.h"
 #include "Podcasts.Core.LibraryDocument.h"
+#include "Podcasts.Core.MovedFiles.h"
 #include "Podcasts.Core.ProfileFiles.h"
 #include "Podcasts.Core.Subscribing.h"
 #include "VEXA.Runtime.FileReason.h"
+#include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Url.h"
 
 #include <QDir>
@@ -20,7 +22,7 @@ namespace {
 
 constexpr qint64 kMostBytes = qint64(2) << 30;  // of a library
 const QString kEverything = QStringLiteral("--everything"), kSettings = QStringLiteral("--settings"),
-              kFrom = QStringLiteral("--from");
+              kFrom = QStringLiteral("--from"), kDryRun = QStringLiteral("--dry-run");
 
 [[noreturn]] void FailToRead(const QString& fileName, const QString& why) {
     throw std::runtime_error(QStringLiteral("cannot read %1: %2").arg(fileName, why).toStdString());
@@ -92,12 +94,13 @@ int Report(Session& session, const TPodcastJoinedLibrary& joined, qsizetype queu
     add(joined.Episodes, "episode", "episodes");
     add(joined.Marks, "mark", "marks");
     add(joined.Files, "file", "files");
+    add(joined.Options, "option of a podcast", "options of podcasts");
     add(queued, "queued download", "queued downloads");
     for (const TPodcastJoinedFile& file : files)
         done += QStringLiteral("%1 of %2").arg(Counted(file.Added + file.Replaced, "entry", "entries"), file.Name);
     if (!done.isEmpty())
         session.Out().PrintLine(u"took over " + done.join(u", "));
-    else if (joined.Feeds == 0)
+    else if (joined.Feeds == 0 && joined.Refused.isEmpty())
         session.Out().PrintLine(QStringLiteral("everything is here already"));
     if (joined.MissingFiles > 0)
         session.Out().PrintLine(Counted(joined.MissingFiles, "file is", "files are") +
@@ -223,6 +226,49 @@ int RunExport(Session& session, const Arguments& arguments) {
         require(file.write(bytes) == bytes.size());
     });
     require(file.commit());
+    return kDone;
+}
+
+int RunMoveFiles(Session& session, const Arguments& arguments) {
+    const auto folderOf = [](const QString& text) { return QDir::cleanPath(QDir().absoluteFilePath(text)); };
+    const QString before = folderOf(arguments.Operands[0]), now = folderOf(arguments.Operands[1]);
+    if (!QFileInfo(now).isDir()) {
+        session.Out().PrintError(u"there is no folder " + now);
+        return kFailed;
+    }
+    const bool isDryRun = arguments.Has(kDryRun);
+    const TPodcastMovedFiles moved = FindMovedFiles(session.DB(), before, now);
+    if (!isDryRun) RecordMovedFiles(session.DB(), moved.Names);
+    const auto list = [&](const QStringList& names, const char* singular, const char* plural) {
+        if (names.isEmpty()) return;
+        session.Out().PrintLine(Counted(names.size(), singular, plural));
+        for (const QString& name : names) session.Out().PrintLine(u"  " + OneLine(name));
+    };
+    session.Out().PrintLine(Counted(static_cast<qint64>(moved.Names.size()), "file", "files") +
+                            (isDryRun ? u" would be found in " : u" found in ") + now);
+    list(moved.Missing, "file is not there:", "files are not there:");
+    list(moved.Taken, "file is recorded for another episode there:", "files are recorded for other episodes there:");
+
+    if (session.IsOpenElsewhere()) {
+        session.Out().PrintError(QStringLiteral(
+            "another program has the profile open: files in its playlists keep their names; close it and try again"));
+        return kFailed;
+    }
+    const int inPlayer = MoveProfileFileNames(
+        session.Folder(),
+        [&](const QString& name) {
+            const QString moving = NameInMovedFolder(name, before, now);
+            return vexa::FileExists(moving) ? moving : QString();
+        },
+        isDryRun);
+    if (inPlayer > 0)
+        session.Out().PrintLine(Counted(inPlayer, "name", "names") +
+                                (isDryRun ? u" in the player's positions and playlists would change"
+                                          : u" changed in the player's positions and playlists"));
+    const QString target = session.Client().Options().CacheFileNameTemplate();
+    if (!NameInMovedFolder(QString(target).replace(u'\\', u'/'), before, now).isEmpty())
+        session.Out().PrintLine(u"new files still go to " + OneLine(target) +
+                                u": change this with podcasts options CacheFileNameTemplate");
     return kDone;
 }
 

@@ -36,6 +36,7 @@ int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments
 void CheckBackup(const Arguments& arguments);
 int RunImport(Session& session, const Arguments& arguments);
 int RunExport(Session& session, const Arguments& arguments);
+int RunMoveFiles(Session& session, const Arguments& arguments);
 
 /// Subscribes to the feeds of an OPML list.
 int ImportOpml(Session& session, const QString& fileName);

@@ -398,6 +398,7 @@ TPodcastJoinedLibrary JoinLibrary(TPodcastsDB& db, std::size_t count,
             result.Episodes += joined.Episodes;
             result.Marks += joined.Marks;
             result.Files += joined.Files;
+            result.Options += joined.Options;
         }
         waiting.clear();
         waitingEpisodes = 0;

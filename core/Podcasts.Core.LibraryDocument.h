@@ -67,7 +67,7 @@ void WriteLibraryDocument(TPodcastsDB& db, const TPodcastSettings& settings, con
 /// What JoinLibrary has changed.
 struct TPodcastJoinedLibrary {
     qint64 NewFeeds = 0, Feeds = 0;  // those that were not subscribed before, and all that were changed
-    qint64 Episodes = 0, Marks = 0, Files = 0;
+    qint64 Episodes = 0, Marks = 0, Files = 0, Options = 0;
     qint64 MissingFiles = 0;  // not recorded: there is no such audio or video file
     QStringList Refused;      // addresses that no feed can have
     bool IsCancelled = false;

@@ -80,8 +80,8 @@ _podcasts() {
         [[ ! $kind && ${operands[*]} == *… ]] && kind=${operands[-1]}
     fi
     case $kind in
-        DIR | LOCATION… | FILE) compopt -o filenames 2>/dev/null ;;&
-        DIR) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
+        DIR | OLD | NEW | LOCATION… | FILE) compopt -o filenames 2>/dev/null ;;&
+        DIR | OLD | NEW) mapfile -t COMPREPLY < <(_podcasts_files "" "$current") ;;
         LOCATION…) mapfile -t COMPREPLY < <(_podcasts_files "*.xml" "$current") ;;
         FILE) mapfile -t COMPREPLY < <(_podcasts_files "*" "$current") ;;
         *)

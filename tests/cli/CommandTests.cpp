@@ -28,8 +28,8 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
 TEST_F(Program, HelpAndVersionNeedNoProfile) {
     const QString profile = " --profile " + Profile.File("none"), all = RunWith("--help" + profile).Out;
     const QString commands =
-        "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files set-address options "
-        "feed-options backup restore import export";
+        "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files move-files set-address "
+        "options feed-options backup restore import export find";
     for (const QString& command : commands.split(' ')) {
         EXPECT_TRUE(all.contains("\n  " + command + u' ')) << command.toStdString();
         for (const QString& words : QStringList{command + " --help", "--help " + command})
@@ -140,6 +140,34 @@ TEST_F(Program, ALibraryIsTakenAlongWithItsSettingsAndPositions) {
     EXPECT_EQ(refused.Status, 1);
     EXPECT_TRUE(refused.Error.contains("cannot read " + document + ": not a JSON document: it ends too early"));
     EXPECT_EQ(RunWith("--profile " + third.Path() + " feeds --json").Out, "[]\n") << "nothing is stored";
+}
+
+TEST_F(Program, FilesAreFoundAgainWhoseFolderHasMoved) {
+    const FolderServer server;
+    Run("subscribe " + WriteFeed(server, "Show", 3));
+    Run("download --new");
+    const QString before = Files.File("Show"), now = Files.File("moved/Show");
+    QDir(Files.Path()).mkdir("moved");
+    ASSERT_TRUE(QDir().rename(before, now));
+    QFile::remove(now + u"/Show-2.mp3");
+    const QByteArray playlists = ("{\"playlists\": [{\"name\": \"a\", \"entries\": [{\"file\": \"" + before +
+                                  "/Show-1.mp3\"}, {\"file\": \"" + before + "/Show-2.mp3\"}]}]}")
+                                     .toUtf8();
+    WriteWhole(Profile.File("Playlists.json"), playlists);
+    const QString said = "2 files %1 in " + now + "\n1 file is not there:\n  " + before + "/Show-2.mp3\n1 name%2";
+    EXPECT_TRUE(
+        Run("move-files --dry-run " + before + ' ' + now).Out.startsWith(said.arg("would be found", " in the")));
+    EXPECT_EQ(ReadWhole(Profile.File("Playlists.json")), playlists);
+    EXPECT_EQ(Run("check-files").Out, "3 episodes have lost their files\n") << "nothing was recorded";
+    PlainSqlite(Profile.File("Podcasts.db"))
+        .Run(("UPDATE PodcastEpisodes SET URLAudioCached = '" + before + "/' || GUID || '.mp3'").toUtf8());
+    EXPECT_EQ(Run("move-files " + before + "/ " + now + "/x/..").Out,
+              said.arg("found", " changed in the player's positions and playlists\n"));
+    EXPECT_EQ(Rows("SELECT URLAudioCached FROM PodcastEpisodes ORDER BY GUID"),
+              QStringList({now + u"/Show-1.mp3", before + u"/Show-2.mp3", now + u"/Show-3.mp3"}));
+    const QByteArray names = ReadWhole(Profile.File("Playlists.json"));
+    EXPECT_TRUE(names.contains((now + "/Show-1.mp3").toUtf8()) && names.contains((before + "/Show-2.mp3").toUtf8()));
+    ExpectFailure("move-files " + now + ' ' + before, {"there is no folder " + before});
 }
 
 TEST_F(Program, APasswordInAnAddressIsShownToNobody) {

@@ -2,6 +2,7 @@
 
 #include "PlainSqlite.h"
 #include "Podcasts.Core.LibraryDocument.h"
+#include "Podcasts.Core.MovedFiles.h"
 #include "Podcasts.Core.ProfileFiles.h"
 #include "TempFolder.h"
 #include "Texts.h"
@@ -190,6 +191,39 @@ TEST_F(Library, AHostileDocumentNamesNeitherAddressesNorFilesOfTheMachine) {
     EXPECT_EQ(Target.Rows("SELECT URI, URLAudioCached FROM PodcastEpisodes WHERE FeedID < 9 AND URLAudioCached <> ''"),
               QStringList("podcast://c/7|" + mine));
     EXPECT_EQ(Target.Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URI LIKE 'file%'"), QStringList("0"));
+}
+
+TEST_F(Library, AMovedFolderIsComparedByWholeNamesOfFolders) {
+    const struct {
+        const char *File, *Old, *New, *Moved;
+    } cases[] = {
+        {"/m/a/b.mp3", "/m", "/n", "/n/a/b.mp3"},
+        {"/music/b.mp3", "/m", "/n", ""},
+        {"/m", "/m", "/n", ""},
+        {"/m/a/../../x", "/m", "/n", ""},
+        {"/m/b", "/m", "/m/sub", "/m/sub/b"},
+        {"/m/sub/b", "/m", "/m/sub", ""},
+        {"/m/sub/b", "/m/sub", "/m", "/m/b"},
+        {"/b", "/", "/n", "/n/b"},
+        {"/m/b", "/m", "/", "/b"},
+        {"podcast://m/b", "/m", "/n", ""},
+    };
+    for (const auto& [file, before, now, moved] : cases)
+        EXPECT_EQ(NameInMovedFolder(file, before, now), QString(moved)) << file << ' ' << before << ' ' << now;
+
+    const QString there = Media("n/1.mp3"), other = Media("n/2.mp3"), before = Folder.File("m/%1.mp3");
+    const QString rows =
+        "INSERT INTO PodcastEpisodes (URI, FeedID, URLAudioCached) VALUES ('1', 1, '%1'), "
+        "('1', 2, '%1'), ('2', 1, '%2'), ('3', 1, '%3'), ('4', 1, '%4');"
+        "INSERT INTO PodcastListenedFiles VALUES ('%1', 7);";
+    Target.Run(rows.arg(before.arg(1), before.arg(2), before.arg(3), other).toUtf8());
+    const TPodcastMovedFiles moved = FindMovedFiles(To, Folder.File("m"), Folder.File("n"));
+    EXPECT_EQ(moved.Missing, QStringList(before.arg(3)));
+    EXPECT_EQ(moved.Taken, QStringList(before.arg(2))) << "two episodes would share a file";
+    RecordMovedFiles(To, moved.Names);
+    EXPECT_EQ(Target.Rows("SELECT URLAudioCached FROM PodcastEpisodes ORDER BY rowid"),
+              QStringList({there, there, before.arg(2), before.arg(3), other}));
+    EXPECT_EQ(Target.Rows("SELECT * FROM PodcastListenedFiles"), QStringList(there + "|7"));
 }
 
 TEST_F(Library, ThePlayersFilesAreJoinedByTheirEntries) {
