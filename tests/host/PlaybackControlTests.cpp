@@ -10,27 +10,21 @@
 #include "PlaybackMenu.h"
 #include "PlaylistOrder.h"
 #include "RowDelegate.h"
+#include "Tags.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemModelTester>
 #include <QAbstractSlider>
-#include <QBuffer>
 #include <QDBusArgument>
 #include <QDBusInterface>
 #include <QDBusReply>
-#include <QFileInfo>
 #include <QListView>
 #include <QMainWindow>
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <attachedpictureframe.h>
-#include <id3v2tag.h>
-#include <wavfile.h>
-
 #include <atomic>
-#include <thread>
 
 using namespace vexa::host;
 using tests::WaitUntil;
@@ -136,20 +130,7 @@ TEST_F(PlaybackTest, TheDesktopsAddressesArePlayedOrOpenedByTheirTypes) {
 
 TEST_F(PlaybackTest, TheDesktopGetsTheCoverAsAFile) {
     const QString file = Tone(u"a.wav"_s, 60);
-    {
-        QImage drawn(600, 300, QImage::Format_RGB32);
-        drawn.fill(Qt::red);
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        drawn.save(&buffer, "PNG");
-        auto* picture = new TagLib::ID3v2::AttachedPictureFrame;  // the tag owns it
-        picture->setMimeType("image/png");
-        picture->setPicture(TagLib::ByteVector(bytes.constData(), static_cast<unsigned>(bytes.size())));
-        TagLib::RIFF::WAV::File wav(QFile::encodeName(file).constData());
-        wav.ID3v2Tag()->setAlbum("An album");
-        wav.ID3v2Tag()->addFrame(picture);
-        wav.save();
-    }
+    tests::AddPicture(file, 600, 300, [](auto& tag) { tag.setAlbum("An album"); });
     Mpris mpris(*Player, Host.AlbumArt());
     Remote remote(mpris.ServiceName());
     Player->Play(file);

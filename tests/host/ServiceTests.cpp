@@ -4,16 +4,12 @@
 #include "HostFixture.h"
 #include "Images.h"
 #include "LoopbackServer.h"
-#include "Png.h"
 #include "Properties.h"
 #include "Streams.h"
-#include "Waiting.h"
+#include "Tags.h"
+#include "Tone.h"
 
 #include <QUrl>
-
-#include <attachedpictureframe.h>
-#include <id3v2tag.h>
-#include <wavfile.h>
 
 #include <atomic>
 #include <cstring>
@@ -101,25 +97,6 @@ protected:
     QStringList Asked;
     Ref<MemoryStream> Body{new MemoryStream};
 };
-
-/// Writes a second of silence with tags and a picture, which is returned.
-QByteArray WriteWave(const QString& fileName) {
-    QByteArray bytes(
-        "RIFF\x64\x1f\0\0WAVEfmt \x10\0\0\0\x01\0\x01\0\x40\x1f\0\0\x40\x1f\0\0\x01\0\x08\0data\x40\x1f\0\0", 44);
-    WriteWhole(fileName, bytes + QByteArray(8000, '\x80'));
-    QByteArray picture = tests::Png(3, 2);
-    TagLib::RIFF::WAV::File file(QFile::encodeName(fileName).constData());
-    TagLib::ID3v2::Tag& tag = *file.ID3v2Tag();
-    tag.setTitle(L"Тишина");
-    tag.setArtist("Nobody");
-    tag.setYear(2024);
-    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;  // the tag owns it
-    frame->setMimeType("image/png");
-    frame->setPicture(TagLib::ByteVector(picture.constData(), static_cast<unsigned>(picture.size())));
-    tag.addFrame(frame);
-    file.save();
-    return picture;
-}
 
 }  // namespace
 
@@ -213,7 +190,11 @@ TEST_F(ServiceTest, PictureProvidersAreAskedInTheOrderOfTheirCategories) {
 TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
     Register("a", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
     const QString wave = Profile.File("a b.wav");
-    const QByteArray picture = WriteWave(wave);
+    WriteWhole(wave, MakeTone(1));
+    const QByteArray picture = tests::AddPicture(wave, 3, 2, [](TagLib::ID3v2::Tag& tag) {
+        tag.setTitle(L"Тишина");
+        tag.setYear(2024);
+    });
     const QString address = QUrl::fromLocalFile(wave).toString(QUrl::FullyEncoded);
     for (const QString& name : {wave, address}) {
         SCOPED_TRACE(name.toStdString());

@@ -5,6 +5,7 @@
 #include "Processes.h"
 #include "TempFolder.h"
 #include "Texts.h"
+#include "Tone.h"
 #include "Waiting.h"
 
 #include <QDBusConnection>
@@ -150,11 +151,8 @@ TEST_F(Window, WrongArgumentsAreReported) {
 }
 
 TEST_F(Window, ASignalSavesPositionsAndLayout) {
-    // A minute of silence: 8 bits, 8000 Hz.
-    const QByteArray header = QByteArray::fromHex(
-        "52494646a453070057415645666d74201000000001000100401f0000401f000001000800646174618053070000");
     const QString file = Home.File("a.wav");
-    WriteWhole(file, header.first(44) + QByteArray(480000, char(0x80)));
+    WriteWhole(file, MakeTone(60));
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(signalNumber);
         QFile::remove(Home.File("profile/Positions.json"));

@@ -1,16 +1,12 @@
 // Video: the pictures, the window that shows them, and files without any.
 
+#include "Pipelines.h"
 #include "PlaybackFixture.h"
 #include "PlaybackMenu.h"
+#include "Tags.h"
 #include "VideoWindow.h"
 
-#include <QBuffer>
 #include <QTest>
-
-#include <attachedpictureframe.h>
-#include <gst/gst.h>
-#include <id3v2tag.h>
-#include <wavfile.h>
 
 using namespace vexa::host;
 using tests::WaitUntil;
@@ -19,23 +15,11 @@ namespace {
 
 /// 20 seconds of a picture of one colour, whose pixels are twice as wide as high, and a tone.
 void MakeVideo(const QString& file) {
-    gst_init(nullptr, nullptr);
-    const QByteArray line =
+    tests::RunPipeline(
         "videotestsrc num-buffers=100 pattern=red ! "
         "video/x-raw,width=64,height=64,framerate=5/1,pixel-aspect-ratio=2/1 ! vp8enc deadline=1 ! "
         "webmmux name=mux ! filesink location=" +
-        QFile::encodeName(file) + " audiotestsrc num-buffers=862 ! audioconvert ! vorbisenc ! mux.";
-    GstElement* pipeline = gst_parse_launch(line.constData(), nullptr);
-    ASSERT_NE(pipeline, nullptr);
-    gst_element_set_state(pipeline, GST_STATE_PLAYING);
-    GstBus* bus = gst_element_get_bus(pipeline);
-    GstMessage* message =
-        gst_bus_timed_pop_filtered(bus, 60 * GST_SECOND, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
-    EXPECT_TRUE(message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS);
-    if (message) gst_message_unref(message);
-    gst_element_set_state(pipeline, GST_STATE_NULL);
-    gst_object_unref(bus);
-    gst_object_unref(pipeline);
+        QFile::encodeName(file) + " audiotestsrc num-buffers=862 ! audioconvert ! vorbisenc ! mux.");
 }
 
 bool IsRed(const QColor& colour) {
@@ -99,19 +83,7 @@ TEST_F(PlaybackTest, AVideoIsShownInAWindowOfItsOwnUntilThatIsClosed) {
 
 TEST_F(PlaybackTest, ACoverIsNoVideoAndWithoutAWindowNothingIsShown) {
     const QString covered = Tone(u"covered.wav"_s, 30), video = Profile.File(u"a.webm"_s);
-    QByteArray png;
-    {
-        QBuffer buffer(&png);
-        QImage picture(8, 8, QImage::Format_RGB32);
-        picture.fill(Qt::red);
-        picture.save(&buffer, "PNG");
-        TagLib::RIFF::WAV::File wav(QFile::encodeName(covered).constData());
-        auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
-        frame->setMimeType("image/png");
-        frame->setPicture(TagLib::ByteVector(png.constData(), uint(png.size())));
-        wav.ID3v2Tag()->addFrame(frame);
-        ASSERT_TRUE(wav.save());
-    }
+    tests::AddPicture(covered, 8, 8);
     {
         VideoWindow window(*Player, Host);
         ASSERT_TRUE(Plays(covered) && SeeksTo(1));

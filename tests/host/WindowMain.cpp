@@ -1,4 +1,4 @@
-// The main function of the window tests. The windows are drawn in memory.
+// The main function of the window and playback tests. The windows are drawn in memory.
 
 #include "TestMain.h"
 

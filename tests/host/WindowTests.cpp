@@ -18,11 +18,9 @@
 #include "VEXA.Runtime.ChoiceDialog.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Settings.h"
-#include "Waiting.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -34,7 +32,6 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTableView>
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
@@ -130,6 +127,23 @@ protected:
     bool HasTray = false;
     std::optional<Playback> Player;
     std::optional<MainWindow> PlayerWindow;
+};
+
+/// The active window, with one subscription of three episodes.
+class SubscribedWindow : public Window {
+protected:
+    void SetUp() override {
+        Start();
+        Subscribe();
+        QApplication::setActiveWindow(&*PlayerWindow);
+        View = Find<QTableView>("Rows");
+        Tree = Find<QTreeView>("Tree");
+        Search = Find<QLineEdit>("Search");
+    }
+
+    QTableView* View = nullptr;
+    QTreeView* Tree = nullptr;
+    QLineEdit* Search = nullptr;
 };
 
 QAction* ActionNamed(const QMenu* menu, const QString& name) {
@@ -363,11 +377,7 @@ TEST(Days, OfTheLastMonthsHaveNoYear) {
     QLocale::setDefault(before);
 }
 
-TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
-    Start();
-    Subscribe();
-    QApplication::setActiveWindow(&*PlayerWindow);
-    auto* rows = Find<QTableView>("Rows");
+TEST_F(SubscribedWindow, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     auto& table = *PlayerWindow->findChild<TablePane*>();
     // The titles from the top, those that are only kept in brackets, then the number of entries.
     const auto shown = [&] {
@@ -381,8 +391,8 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
         return QString(texts.join(u' ') + u'/' + QString::number(table.Model().Count()));
     };
     const auto key = [&](Qt::Key code) {
-        rows->setFocus();
-        QTest::keyClick(rows, code);
+        View->setFocus();
+        QTest::keyClick(View, code);
     };
     const struct {
         const char* What;
@@ -391,7 +401,7 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     } cases[] = {
         {"the middle one is marked",
          [&] {
-             rows->selectRow(1);
+             View->selectRow(1);
              key(Qt::Key_L);
          },
          "Part 2 [Part 1] Part 0/2"},
@@ -407,7 +417,7 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
          "Part 3 Part 2 [Part 1] Part 0/3"},
         {"all are marked",
          [&] {
-             rows->selectAll();
+             View->selectAll();
              key(Qt::Key_L);
          },
          "[Part 3] [Part 2] [Part 1] [Part 0]/0"},
@@ -421,11 +431,8 @@ TEST_F(Window, AMarkedRowStaysAtItsPlaceUntilTheNodeIsOpenedAgain) {
     }
 }
 
-TEST_F(Window, RowsOfTheListHaveTwoLinesAndButtons) {
-    Start();
-    Subscribe();
-    auto* rows = Find<QTableView>("Rows");
-    auto* delegate = dynamic_cast<ListRowDelegate*>(rows->itemDelegate());
+TEST_F(SubscribedWindow, RowsOfTheListHaveTwoLinesAndButtons) {
+    auto* delegate = dynamic_cast<ListRowDelegate*>(View->itemDelegate());
     ASSERT_TRUE(delegate) << "new users see the list";
     TableModel& model = PlayerWindow->findChild<TablePane*>()->Model();
     ASSERT_TRUE(WaitUntil([&] { return !model.IsBusy() && model.Row(2); }));
@@ -433,37 +440,35 @@ TEST_F(Window, RowsOfTheListHaveTwoLinesAndButtons) {
     EXPECT_EQ(row(1).data(TableModel::kSecondLineRole), "Tides") << "nothing else is known, and “New” says nothing new";
     EXPECT_TRUE(row(1).data(TableModel::kIsUntouchedRole).toBool());
     const auto place = [&](RowButton button) {
-        return delegate->PlaceOf(button, rows->visualRect(row(1)), row(1)).center();
+        return delegate->PlaceOf(button, View->visualRect(row(1)), row(1)).center();
     };
     const QPoint done = place(RowButton::Done), fetch = place(RowButton::Fetch);
     ASSERT_NE(done, fetch);
-    rows->clearFocus();
-    EXPECT_FALSE(delegate->ButtonAt(done, rows->visualRect(row(1)), row(1))) << "neither hovered nor focused";
-    QTest::mouseMove(rows->viewport(), done);
-    QTest::mousePress(rows->viewport(), Qt::LeftButton, {}, done);
-    QTest::mouseRelease(rows->viewport(), Qt::LeftButton, {}, fetch);
-    QTest::mouseDClick(rows->viewport(), Qt::LeftButton, {}, done);
+    View->clearFocus();
+    EXPECT_FALSE(delegate->ButtonAt(done, View->visualRect(row(1)), row(1))) << "neither hovered nor focused";
+    QTest::mouseMove(View->viewport(), done);
+    QTest::mousePress(View->viewport(), Qt::LeftButton, {}, done);
+    QTest::mouseRelease(View->viewport(), Qt::LeftButton, {}, fetch);
+    QTest::mouseDClick(View->viewport(), Qt::LeftButton, {}, done);
     EXPECT_TRUE(Player->Current().Address.isEmpty()) << "a double click on a button is no double click on the row";
-    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, done);
+    QTest::mouseClick(View->viewport(), Qt::LeftButton, {}, done);
     ASSERT_TRUE(WaitUntil([&] { return row(1).data(TableModel::kIsDoneRole).toBool(); }));
     EXPECT_EQ(row(1).data(TableModel::kSecondLineRole), "Tides · Listened");
     EXPECT_EQ(model.Count(), 2) << "only this row, and the button that was left before the release did nothing";
-    EXPECT_TRUE(delegate->PlaceOf(RowButton::Done, rows->visualRect(row(1)), row(1)).isEmpty());
-    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, place(RowButton::PlayNext));
+    EXPECT_TRUE(delegate->PlaceOf(RowButton::Done, View->visualRect(row(1)), row(1)).isEmpty());
+    QTest::mouseClick(View->viewport(), Qt::LeftButton, {}, place(RowButton::PlayNext));
     EXPECT_EQ(Player->UpNext(), QStringList(model.File(1)));
 
     // The choice between list and table belongs to the kind of node.
-    auto* tree = Find<QTreeView>("Tree");
     auto* compact = Find<QAction>("Compact");
     compact->trigger();
-    tree->setCurrentIndex(tree->model()->index(1, 0));
+    Tree->setCurrentIndex(Tree->model()->index(1, 0));
     EXPECT_FALSE(compact->isChecked()) << "postponed";
-    tree->setCurrentIndex(tree->model()->index(0, 0));
+    Tree->setCurrentIndex(Tree->model()->index(0, 0));
     EXPECT_TRUE(compact->isChecked()) << "new";
 }
 
-TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
-    Start();
+TEST_F(SubscribedWindow, APodcastHasAPageAndIsFoundInAGridOfCovers) {
     WriteWhole(Profile.File("fog.xml"),
                "<rss version='2.0'><channel><title>Fog</title><link>https://example.org/fog</link>"
                "<itunes:author xmlns:itunes='http://www.itunes.com/dtds/podcast-1.0.dtd'>Ann</itunes:author>"
@@ -472,12 +477,10 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
                "<enclosure url='http://127.0.0.1:9/later.wav' type='audio/wav'/></item>"
                "<item><title>First</title><guid>1</guid><pubDate>Mon, 01 Jan 2024 10:00:00 GMT</pubDate>"
                "<enclosure url='http://127.0.0.1:9/first.wav' type='audio/wav'/></item></channel></rss>");
-    Subscribe();
     PlayerWindow->findChild<Subscriber*>()->Subscribe({Profile.File("fog.xml")});
-    auto* tree = Find<QTreeView>("Tree");
-    const QModelIndex subscriptions = tree->model()->index(2, 0);
-    ASSERT_TRUE(WaitUntil([&] { return tree->model()->rowCount(subscriptions) == 2; }));
-    tree->setCurrentIndex(subscriptions);
+    const QModelIndex subscriptions = Tree->model()->index(2, 0);
+    ASSERT_TRUE(WaitUntil([&] { return Tree->model()->rowCount(subscriptions) == 2; }));
+    Tree->setCurrentIndex(subscriptions);
     auto* grid = PlayerWindow->findChild<CoverGrid*>();
     // The titles in the order shown, with the numbers of new episodes.
     const auto tiles = [&] {
@@ -493,17 +496,17 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
     EXPECT_TRUE(grid->isVisible());
     grid->SetOrder(CoverGrid::Order::Untouched);
     EXPECT_EQ(tiles(), "Tides 3, Fog 2");
-    Find<QLineEdit>("Search")->setText("part");
+    Search->setText("part");
     EXPECT_FALSE(grid->isVisible()) << "what is searched are rows";
-    Find<QLineEdit>("Search")->clear();
+    Search->clear();
     EXPECT_TRUE(grid->isVisible());
     auto* page = PlayerWindow->findChild<NodePage*>();
     EXPECT_FALSE(page->isVisible());
     grid->setCurrentIndex(grid->model()->index(1, 0));
     QTest::keyClick(grid, Qt::Key_Return);
     ASSERT_TRUE(WaitUntil([&] { return page->isVisible(); }));
-    EXPECT_TRUE(Find<QTableView>("Rows")->isVisible());
-    Find<QTableView>("Rows")->selectRow(0);
+    EXPECT_TRUE(View->isVisible());
+    View->selectRow(0);
     EXPECT_TRUE(WaitUntil([&] { return !Find<QLabel>("DetailsCover")->pixmap().isNull(); })) << "the podcast's";
     QStringList texts;
     for (const auto* label : page->findChildren<ClampedLabel*>()) texts += label->Text();
@@ -518,24 +521,21 @@ TEST_F(Window, APodcastHasAPageAndIsFoundInAGridOfCovers) {
         << "up next shows covers, too";
     Find<QToolButton>("doneall")->click();
     EXPECT_TRUE(WaitUntil([&] { return !Find<QPushButton>("PlayOldest")->isEnabled(); })) << "none is new";
-    EXPECT_TRUE(WaitUntil([&] { return tree->model()->index(0, 0).data().toString() == "New (3)"; }))
-        << "only those of the page: " << tree->model()->index(0, 0).data().toString().toStdString();
+    EXPECT_TRUE(WaitUntil([&] { return Tree->model()->index(0, 0).data().toString() == "New (3)"; }))
+        << "only those of the page: " << Tree->model()->index(0, 0).data().toString().toStdString();
 }
 
-TEST_F(Window, ThePaneOfListsIsClosedWhileAllThatIsWantedIsEmpty) {
-    Start();
-    Subscribe();
+TEST_F(SubscribedWindow, ThePaneOfListsIsClosedWhileAllThatIsWantedIsEmpty) {
     auto* lists = PlayerWindow->findChild<ListsPane*>();
     auto* details = PlayerWindow->findChild<DetailsPane*>();
-    auto* rows = Find<QTableView>("Rows");
     const auto shown = [&] {
         return lists->isVisible() ? lists->tabText(lists->currentIndex()) : details->isVisible() ? "details" : "none";
     };
     EXPECT_EQ(shown(), "details");
-    rows->selectAll();
-    rows->setCurrentIndex(rows->model()->index(1, 0));
+    View->selectAll();
+    View->setCurrentIndex(View->model()->index(1, 0));
     ASSERT_TRUE(WaitUntil([&] { return details->findChildren<QToolButton*>().value(1)->isVisible(); }));
-    rows->selectAll();
+    View->selectAll();
     for (QToolButton* button : details->findChildren<QToolButton*>())
         if (button->accessibleName() == "Play next") button->click();
     EXPECT_EQ(shown(), "Up next");
@@ -554,63 +554,51 @@ TEST_F(Window, ThePaneOfListsIsClosedWhileAllThatIsWantedIsEmpty) {
     EXPECT_EQ(shown(), "Playlists");
 }
 
-TEST_F(Window, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {
-    Start();
-    Subscribe();
-    QApplication::setActiveWindow(&*PlayerWindow);
-    auto* rows = Find<QTableView>("Rows");
-    auto* search = Find<QLineEdit>("Search");
-    auto* tree = Find<QTreeView>("Tree");
-    EXPECT_EQ(search->placeholderText(), "Search in New (3)");
-    tree->setCurrentIndex(tree->model()->index(1, 0));
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->viewport()->rect().bottomRight() - QPoint(5, 5));
+TEST_F(SubscribedWindow, TheSearchSaysWhereItLooksAndLooksEverywhereByOneKey) {
+    EXPECT_EQ(Search->placeholderText(), "Search in New (3)");
+    Tree->setCurrentIndex(Tree->model()->index(1, 0));
+    QTest::mouseClick(Tree->viewport(), Qt::LeftButton, {}, Tree->viewport()->rect().bottomRight() - QPoint(5, 5));
     QCoreApplication::processEvents();
-    EXPECT_EQ(search->placeholderText(), "Search in Postponed") << "a click below the last node selects no other";
-    EXPECT_TRUE(tree->selectionModel()->hasSelection());
-    search->setText("part 1");
-    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 0; })) << "nothing is postponed";
+    EXPECT_EQ(Search->placeholderText(), "Search in Postponed") << "a click below the last node selects no other";
+    EXPECT_TRUE(Tree->selectionModel()->hasSelection());
+    Search->setText("part 1");
+    EXPECT_TRUE(WaitUntil([&] { return View->model()->rowCount() == 0; })) << "nothing is postponed";
     QTest::keyClick(&*PlayerWindow, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 1; })) << rows->model()->rowCount();
+    EXPECT_TRUE(WaitUntil([&] { return View->model()->rowCount() == 1; })) << View->model()->rowCount();
     EXPECT_TRUE(Find<QToolButton>("SearchAll")->isVisible() && Find<QToolButton>("SearchAll")->isChecked());
-    EXPECT_EQ(QApplication::focusWidget(), search);
-    QTest::keyClick(search, Qt::Key_Escape);
+    EXPECT_EQ(QApplication::focusWidget(), Search);
+    QTest::keyClick(Search, Qt::Key_Escape);
     EXPECT_FALSE(Find<QToolButton>("SearchAll")->isChecked()) << "the next search is in the node again";
-    EXPECT_TRUE(WaitUntil([&] { return rows->model()->rowCount() == 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return View->model()->rowCount() == 0; }));
 }
 
-TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
-    Start();
-    Subscribe();
-    QApplication::setActiveWindow(&*PlayerWindow);
-    auto* rows = Find<QTableView>("Rows");
-    auto* tree = Find<QTreeView>("Tree");
-    const auto nodes = [&] { return tree->model()->index(0, 0).data().toString(); };
-    rows->setFocus();
-    rows->selectRow(0);
+TEST_F(SubscribedWindow, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
+    const auto nodes = [&] { return Tree->model()->index(0, 0).data().toString(); };
+    View->setFocus();
+    View->selectRow(0);
     EXPECT_EQ(nodes(), "New (3)");
-    auto* search = Find<QLineEdit>("Search");
     const struct {
         QWidget* Focused;
         Qt::Key Key;
         const char* Nodes;
-    } cases[] = {{rows, Qt::Key_L, "New (2)"},
-                 {rows, Qt::Key_N, "New (3)"},
-                 {tree, Qt::Key_P, "New (2)"},
-                 {search, Qt::Key_N, "New (2)"}};
+    } cases[] = {{View, Qt::Key_L, "New (2)"},
+                 {View, Qt::Key_N, "New (3)"},
+                 {Tree, Qt::Key_P, "New (2)"},
+                 {Search, Qt::Key_N, "New (2)"}};
     for (const auto& c : cases) {
         c.Focused->setFocus();
-        rows->selectRow(0);
+        View->selectRow(0);
         QTest::keyClick(c.Focused, c.Key);
         EXPECT_TRUE(WaitUntil([&] { return nodes() == c.Nodes; })) << nodes().toStdString() << " for " << c.Nodes;
     }
-    EXPECT_EQ(search->text(), "n");
-    search->clear();
-    rows->setFocus();
-    QTest::keyClick(rows, Qt::Key_Q);
+    EXPECT_EQ(Search->text(), "n");
+    Search->clear();
+    View->setFocus();
+    QTest::keyClick(View, Qt::Key_Q);
     EXPECT_EQ(Player->UpNext().size(), 1);
-    QTest::keyClick(rows, Qt::Key_Delete);  // would unsubscribe if the tree had the focus
+    QTest::keyClick(View, Qt::Key_Delete);  // would unsubscribe if the tree had the focus
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
-    QTest::keyClick(rows, Qt::Key_Question, Qt::ShiftModifier);
+    QTest::keyClick(View, Qt::Key_Question, Qt::ShiftModifier);
     auto* dialog = PlayerWindow->findChild<QDialog*>("ShortcutsDialog");
     ASSERT_TRUE(dialog) << "? shows no list of keys";
     const auto* list = dialog->findChild<QTreeWidget*>();
@@ -623,23 +611,17 @@ TEST_F(Window, PlainKeysActOnTheSelectionWhileTableOrTreeHasTheFocus) {
     QTest::keyClick(dialog, Qt::Key_Escape);  // also releases Shift for the tests that follow
 }
 
-TEST_F(Window, ActsAreUndoneByKeyAndInTheBanner) {
-    Start();
-    Subscribe();
-    QApplication::setActiveWindow(&*PlayerWindow);
-    auto* rows = Find<QTableView>("Rows");
-    auto* tree = Find<QTreeView>("Tree");
+TEST_F(SubscribedWindow, ActsAreUndoneByKeyAndInTheBanner) {
     auto* banner = Find<QFrame>("Banner");
-    auto* search = Find<QLineEdit>("Search");
     // The tree's first node, how many episodes are up next, and what the banner says.
     const auto state = [&]() -> QString {
         const QString said = banner->isVisible() ? banner->accessibleName() : QString();
-        return tree->model()->index(0, 0).data().toString() + u'/' + QString::number(Player->UpNext().size()) + u'/' +
+        return Tree->model()->index(0, 0).data().toString() + u'/' + QString::number(Player->UpNext().size()) + u'/' +
                said;
     };
     const auto key = [&](QWidget* focused, const QKeySequence& keys) {
         focused->setFocus();
-        if (focused == rows) rows->selectRow(0);
+        if (focused == View) View->selectRow(0);
         QTest::keySequence(focused, keys);
     };
     const auto undoInBanner = [&] {
@@ -663,10 +645,10 @@ TEST_F(Window, ActsAreUndoneByKeyAndInTheBanner) {
         std::function<void()> Do;
         const char *Then, *Offered;
     } cases[] = {
-        {"marked", [&] { key(rows, Qt::Key_L); }, "New (2)/0/Marked as listened: Part 2",
+        {"marked", [&] { key(View, Qt::Key_L); }, "New (2)/0/Marked as listened: Part 2",
          "Undo: Marked as listened: Part 2"},
         {"undone in the banner", [&] { undoInBanner(); }, "New (3)/0/", "nothing"},
-        {"marked again", [&] { key(rows, Qt::Key_P); }, "New (2)/0/Marked as postponed: Part 2",
+        {"marked again", [&] { key(View, Qt::Key_P); }, "New (2)/0/Marked as postponed: Part 2",
          "Undo: Marked as postponed: Part 2"},
         {"queued and cleared",
          [&] {
@@ -677,14 +659,14 @@ TEST_F(Window, ActsAreUndoneByKeyAndInTheBanner) {
          "New (2)/0/What was up next has been removed.", "Undo: What was up next has been removed."},
         {"the key in a field",
          [&] {
-             search->setText("x");
-             key(search, undo);
-             search->clear();
+             Search->setText("x");
+             key(Search, undo);
+             Search->clear();
          },
          "New (2)/0/What was up next has been removed.", "Undo: What was up next has been removed."},
-        {"the newest first", [&] { key(tree, undo); }, "New (2)/1/", "Undo: Marked as postponed: Part 2"},
-        {"then the one before", [&] { key(rows, undo); }, "New (3)/1/", "nothing"},
-        {"nothing is left", [&] { key(rows, undo); }, "New (3)/1/", "nothing"},
+        {"the newest first", [&] { key(Tree, undo); }, "New (2)/1/", "Undo: Marked as postponed: Part 2"},
+        {"then the one before", [&] { key(View, undo); }, "New (3)/1/", "nothing"},
+        {"nothing is left", [&] { key(View, undo); }, "New (3)/1/", "nothing"},
     };
     for (const auto& c : cases) {
         c.Do();
@@ -694,16 +676,12 @@ TEST_F(Window, ActsAreUndoneByKeyAndInTheBanner) {
     }
 }
 
-TEST_F(Window, TheFirstSubscriptionOpensTheLibrary) {
-    Start();
-    Subscribe();
+TEST_F(SubscribedWindow, TheFirstSubscriptionOpensTheLibrary) {
     EXPECT_EQ(Host.Config().Find("Podcasts\\CheckUpdatesOnStartup"), "1");
-    EXPECT_EQ(ShownColumns(*Find<QTableView>("Rows")), QStringList({"Title"})) << "a list";
+    EXPECT_EQ(ShownColumns(*View), QStringList({"Title"})) << "a list";
     Find<QAction>("Compact")->trigger();
-    EXPECT_EQ(ShownColumns(*Find<QTableView>("Rows")),
-              QStringList({"Title", "Podcast", "Duration", "State", "Published", "Local copy"}));
-    EXPECT_EQ(Rows()->headerData(Find<QTableView>("Rows")->horizontalHeader()->sortIndicatorSection(), Qt::Horizontal),
-              "Published");
+    EXPECT_EQ(ShownColumns(*View), QStringList({"Title", "Podcast", "Duration", "State", "Published", "Local copy"}));
+    EXPECT_EQ(Rows()->headerData(View->horizontalHeader()->sortIndicatorSection(), Qt::Horizontal), "Published");
     Host.Language().Switch("German");
     EXPECT_EQ(QMessageBox(QMessageBox::Question, {}, {}, QMessageBox::Cancel).buttons()[0]->text(), "Abbrechen");
     EXPECT_EQ(Rows()->headerData(0, Qt::Horizontal).toString(), "Titel");
@@ -735,16 +713,13 @@ TEST_F(Window, TheFirstStartPageShowsAndSetsTheStoragesOptions) {
     EXPECT_EQ(options->SetOption(MakeString("another").Get(), &value), E_INVALIDARG);
 }
 
-TEST_F(Window, ASearchThatFailsShowsTheReasonInPlaceOfTheRows) {
-    Start();
-    Subscribe();
-    auto* const search = Find<QLineEdit>("Search");
+TEST_F(SubscribedWindow, ASearchThatFailsShowsTheReasonInPlaceOfTheRows) {
     auto* const failure = Find<QLabel>("Failure");
-    search->setText(QString(30'000, u'\u4e00'));
+    Search->setText(QString(30'000, u'\u4e00'));
     ASSERT_TRUE(WaitUntil([&] { return failure->isVisible(); }));
     EXPECT_TRUE(failure->text().contains("pattern too complex")) << failure->text().toStdString();
     EXPECT_TRUE(failure->text().contains("10,000 letters")) << failure->text().toStdString();
-    search->setText("Part 1");
+    Search->setText("Part 1");
     ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 1; }));
     EXPECT_FALSE(failure->isVisible());
 }
@@ -840,11 +815,8 @@ TEST_F(Window, TheOptionsDialogShowsWhatAnotherProgramHasSet) {
     EXPECT_EQ(written.Find("Podcasts\\CheckUpdatesOnStartup"), "1");
 }
 
-TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
-    Start();
-    Subscribe();
-    auto* view = Find<QTableView>("Rows");
-    view->selectRow(1);
+TEST_F(SubscribedWindow, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
+    View->selectRow(1);
     const auto* pane = PlayerWindow->findChild<TablePane*>();
     // The table counts its rows before it reads them.
     ASSERT_TRUE(WaitUntil([&] { return !pane->CurrentFile().isEmpty(); }));
@@ -863,16 +835,14 @@ TEST_F(Window, ACommandOfTheTablesMenuActsOnTheSelectedRow) {
         menu->close();
     });
     watcher.start(5);
-    Q_EMIT view->customContextMenuRequested(QPoint(5, 5));
+    Q_EMIT View->customContextMenuRequested(QPoint(5, 5));
     RowQuery query{.Fields = {"FileName"}, .Where = {{"State", IVEXAMLFieldFilter::Equals, QString("2")}}};
     RowReader reader(*PlayerWindow->Library().Storage());
     ASSERT_TRUE(WaitUntil([&] { return reader.CountNow(query).Count == 1; }));
     EXPECT_EQ(reader.ReadNow(query).Rows[0][0].Text, file);
 }
 
-TEST_F(Window, ItsLayoutIsOnTheDiskSoonAfterAChange) {
-    Start();
-    Subscribe();
+TEST_F(SubscribedWindow, ItsLayoutIsOnTheDiskSoonAfterAChange) {
     const auto stored = [&](const QString& key) {
         SettingsFile settings(SettingsFileName(Profile.Path()));
         return settings.Find("Window\\" + key).value_or(QString());
@@ -881,7 +851,7 @@ TEST_F(Window, ItsLayoutIsOnTheDiskSoonAfterAChange) {
     const QString geometry = stored("Geometry"), columns = stored("Columns.VEXA.Podcasts.ML.Storage");
     PlayerWindow->resize(901, 633);
     Find<QAction>("Compact")->trigger();
-    auto* header = Find<QTableView>("Rows")->horizontalHeader();
+    auto* header = View->horizontalHeader();
     header->resizeSection(1, header->sectionSize(1) + 40);
     EXPECT_TRUE(WaitUntil(
         [&] { return stored("Geometry") != geometry && stored("Columns.VEXA.Podcasts.ML.Storage") != columns; }));

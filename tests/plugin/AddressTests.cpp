@@ -8,6 +8,7 @@
 #include "PlainSqlite.h"
 #include "Png.h"
 #include "Podcasts.Core.DB.h"
+#include "Tone.h"
 #include "Waiting.h"
 
 #include <QProcess>
@@ -53,15 +54,7 @@ protected:
         }
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
-    void WriteWave() {
-        // 8 kHz, 8 bits, mono, one tenth of a second of silence (RIFF WAVE).
-        QByteArray wave = QByteArray::fromHex(
-                              "524946464403000057415645666d7420100000000100010040"
-                              "1f0000401f00000100080064617461"
-                              "20030000") +
-                          QByteArray(800, '\x80');
-        WriteWhole(Profile.File("cached.wav"), wave);
-    }
+    void WriteWave() { WriteWhole(Profile.File("cached.wav"), MakeTone(0.1)); }
     HResult Open(const QString& address, QString* source = nullptr, QString* message = nullptr) {
         Ref<IVEXAAudioDecoder> decoder;
         const Ref<host::ErrorInfo> error(new host::ErrorInfo);
