@@ -32,6 +32,7 @@ void CheckDownload(const Arguments& arguments);
 
 int RunBackup(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
+int RunCheck(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 void CheckBackup(const Arguments& arguments);
 
 int RunOptions(Session& session, const Arguments& arguments);
