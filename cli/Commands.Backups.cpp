@@ -1,12 +1,14 @@
 #include "Commands.h"
 
 #include "Podcasts.Core.Backups.h"
+#include "Podcasts.Core.Repair.h"
 #include "Podcasts.Core.Restoring.h"
 #include "VEXA.Runtime.SQLite.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
+#include <QStandardPaths>
 
 #include <optional>
 
@@ -117,6 +119,38 @@ int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments
     }
     Restore(profileFolder, fileName, now, present);
     PrintChanges(terminal, changes);
+    return kDone;
+}
+
+int RunCheck(const QString& profileFolder, Terminal& terminal, const Arguments& arguments) {
+    const auto isCancelled = [&] { return terminal.Interrupted.load(); };
+    if (!arguments.Has(QStringLiteral("--repair"))) {
+        const QStringList damage = FindDatabaseDamage(profileFolder, isCancelled);
+        for (const QString& line : damage) terminal.PrintError(line);
+        if (damage.isEmpty()) {
+            ForgetDamage(profileFolder);
+            terminal.PrintLine(QStringLiteral("the database is sound"));
+        } else {
+            terminal.PrintError(QStringLiteral("the database is damaged: \"podcasts check --repair\" repairs it"));
+        }
+        return damage.isEmpty() ? kDone : kFailed;
+    }
+    const TPodcastRepair repair = RepairDatabase(profileFolder, QDateTime::currentDateTimeUtc(),
+                                                 QStandardPaths::findExecutable(QStringLiteral("sqlite3")));
+    if (repair.Aside.isEmpty()) {
+        terminal.PrintLine(QStringLiteral("there is nothing to repair"));
+        return kDone;
+    }
+    terminal.PrintLine(QStringLiteral("repaired: %1 podcasts, %2 episodes, %3 of them read from the damaged database")
+                           .arg(repair.Feeds)
+                           .arg(repair.Episodes)
+                           .arg(repair.ReadEpisodes));
+    if (repair.BackupDate.isValid())
+        terminal.PrintLine(u"what could not be read is as in the backup of " +
+                           repair.BackupDate.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+    else if (!repair.IsComplete)
+        terminal.PrintLine(QStringLiteral("not everything could be read, and there was no backup"));
+    terminal.PrintLine(u"the damaged database is in " + repair.Aside);
     return kDone;
 }
 

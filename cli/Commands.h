@@ -33,6 +33,7 @@ void CheckDownload(const Arguments& arguments);
 
 int RunBackup(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 int RunRestore(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
+int RunCheck(const QString& profileFolder, Terminal& terminal, const Arguments& arguments);
 void CheckBackup(const Arguments& arguments);
 int RunImport(Session& session, const Arguments& arguments);
 int RunExport(Session& session, const Arguments& arguments);

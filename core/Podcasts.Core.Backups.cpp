@@ -186,6 +186,9 @@ bool IsBackupDue(const QString& profileFolder, const QDateTime& now) {
 void MakeBackupFile(const QString& profileFolder, const QString& fileName, const vexa::CancelCheck& isCancelled) {
     const QString database = DatabaseFileName(profileFolder);
     if (!QFileInfo::exists(database)) throw ReasonError(Reason(CoreReason("NothingToBackUp"), {profileFolder}));
+    // Keeps the database and its log together.
+    const vexa::FolderLock lock(profileFolder, vexa::FolderLock::Kind::Shared);
+    lock.ThrowUnlessHeld();
     const UnfinishedFile unfinished(fileName + kUnfinished);
     {
         SqliteFile source(database, SqliteFile::Mode::Read, isCancelled);

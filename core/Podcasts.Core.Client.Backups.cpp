@@ -2,6 +2,7 @@
 
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.Repair.h"
 #include "Podcasts.Core.h"
 #include "VEXA.Runtime.Guard.h"
 #include "VEXA.Runtime.Log.h"
@@ -46,6 +47,9 @@ public:
         if (FCompleted) {
             try {
                 MakeBackup(FClient.FProfileFolder, FClient.Now(), FLimit, isCancelled);
+            } catch (const vexa::SqliteError& error) {
+                problem = error.Why();
+                if (error.IsOfDamage()) TakeDamage(FClient, problem);
             } catch (const std::exception& error) {
                 problem = vexa::ReasonOf(error);
             }
@@ -55,6 +59,16 @@ public:
         FClient.RunCompletion([&] {
             FClient.FIsBackingUp = false;
             if (FCompleted) FCompleted(problem);
+        });
+    }
+
+    /// Has nothing be written to the database any more, and the next start look for the damage.
+    static void TakeDamage(TPodcastClient& client, const vexa::Reason& damage) {
+        qCWarning(vexa::LogDatabase).noquote() << damage.English();
+        client.FDB->StopWriting();
+        NoteDamage(client.FProfileFolder);
+        client.RunCompletion([&] {
+            if (client.FDamageFound) client.FDamageFound(vexa::Reason(CoreReason("DamageFound")));
         });
     }
 
@@ -95,9 +109,18 @@ void TPodcastClient::BackUpIfDue(qint64 limit, const vexa::CancelCheck& isCancel
         vexa::LogDatabase(), "backing up",
         [&] {
             try {
-                if (IsBackupDue(FProfileFolder, Now())) MakeBackup(FProfileFolder, Now(), limit, isCancelled);
-            } catch (const vexa::SqliteError&) {
-                if (!isCancelled || !isCancelled()) throw;
+                if (IsBackupDue(FProfileFolder, Now())) {
+                    MakeBackup(FProfileFolder, Now(), limit, isCancelled);
+                } else if (IsCheckDue(FProfileFolder, Now())) {
+                    const QStringList damage = FindDatabaseDamage(FProfileFolder, isCancelled);
+                    if (damage.isEmpty()) return NoteCheck(FProfileFolder, Now());
+                    BackupTask::TakeDamage(
+                        *this, vexa::Reason(CoreReason("DatabaseDamage"), {FDB->FileName(), damage.first()}));
+                }
+            } catch (const vexa::SqliteError& error) {
+                if (isCancelled && isCancelled()) return;
+                if (error.IsOfDamage()) BackupTask::TakeDamage(*this, error.Why());
+                throw;
             }
         },
         vexa::E_FAIL);

@@ -1,4 +1,6 @@
+#include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.Repair.h"
 #include "Podcasts.Core.Tasks.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
@@ -20,6 +22,10 @@ std::unique_ptr<vexa::FolderLock> LockProfile(const QString& folder) {
         qCInfo(vexa::LogDatabase).noquote() << "the backup is restored once no program has the profile open:" << folder;
     auto lock = std::make_unique<vexa::FolderLock>(folder, vexa::FolderLock::Kind::Shared);
     lock->ThrowUnlessHeld();
+    if (IsDamageNoted(folder))
+        throw vexa::SqliteError(vexa::Reason(CoreReason("DatabaseDamage"),
+                                             {DatabaseFileName(folder), vexa::Reason(CoreReason("DamageNoted"))}),
+                                vexa::SqliteError::kDamage);
     return lock;
 }
 }  // namespace

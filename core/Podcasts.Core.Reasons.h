@@ -67,6 +67,17 @@ inline constexpr vexa::ReasonText kCoreReasons[] = {
     {"Podcasts.Reasons\\NoPodcasts", "it holds no podcasts"},
     {"Podcasts.Reasons\\ProfileInUse", "another program has the profile %1 open; end it first"},
     {"Podcasts.Reasons\\DatabaseDamage", "the database %1 is damaged: %2"},
+    // %1 is the folder with the damaged database, %2 the date of the backup.
+    {"Podcasts.Reasons\\DamageReplaced",
+     "the database was damaged, and the backup of %2 has taken its place; what has changed since then is missing. The "
+     "damaged one is in %1: \"podcasts check --repair\" brings back what can be read of it"},
+    {"Podcasts.Reasons\\DamageWithoutBackup",
+     "the database was damaged, and there is no backup. The damaged one is in %1: \"podcasts check --repair\" brings "
+     "back what can be read of it"},
+    {"Podcasts.Reasons\\DamageFound",
+     "the database is damaged, so that nothing is stored any more; when the player starts the next time, the newest "
+     "backup takes its place"},
+    {"Podcasts.Reasons\\DamageNoted", "a check has found damage; \"podcasts check --repair\" repairs it"},
 
     // The database: %1 is the file, %2 a table and a column.
     {"Podcasts.Reasons\\NewerDatabase",

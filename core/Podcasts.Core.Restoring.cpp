@@ -3,6 +3,7 @@
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.DB.h"
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.Repair.h"
 #include "VEXA.Runtime.FileReason.h"
 #include "VEXA.Runtime.Profile.h"
 #include "VEXA.Runtime.SQLite.File.h"
@@ -170,7 +171,8 @@ void Restore(const QString& profileFolder, const QString& backupFile, const QDat
         throw ReasonError(Reason(CoreReason("ProfileInUse"), {profileFolder}));
     vexa::FinishReplacement(profileFolder, lock);  // of a program that was killed
     PrepareRestore(profileFolder, backupFile, now, present);
-    if (vexa::FinishReplacement(profileFolder, lock) != vexa::ReplacementResult::InUse) return;
+    if (vexa::FinishReplacement(profileFolder, lock) != vexa::ReplacementResult::InUse)
+        return ForgetDamage(profileFolder);
     vexa::CancelReplacement(profileFolder);
     throw ReasonError(Reason(CoreReason("ProfileInUse"), {profileFolder}));
 }

@@ -1,14 +1,19 @@
 #include "Podcasts.Plugin.h"
 
+#include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Config.h"
+#include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.Repair.h"
 #include "Podcasts.Plugin.Commands.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.h"
 #include "Podcasts.Plugin.Menus.h"
 #include "VEXA.Runtime.Log.h"
+#include "VEXA.Runtime.MessageBox.h"
 #include "VEXA.Runtime.Threads.h"
 
 #include <QCoreApplication>
+#include <QLocale>
 #include <QScopedValueRollback>
 #include <QTimerEvent>
 
@@ -49,6 +54,40 @@ public:
 private:
     TVEXAServiceConfig FService;
 };
+
+/// Does not wait for the user.
+void ShowProblem(const Reason& problem) {
+    ShowErrorBox(HostMainWindow(), QString(), LocalizedText(problem));
+}
+
+std::unique_ptr<TPodcastClient> NewClient(const QString& profile) {
+    return std::make_unique<TPodcastClient>(DatabaseFileName(profile), TPodcastClocks(), AskToGoOnWithoutBackup);
+}
+
+/// Opens the client; if its database is damaged, with the newest backup in its place. Throws if it cannot be replaced,
+/// after it has told the user.
+std::unique_ptr<TPodcastClient> OpenClient() {
+    const QString profile = ProfileFolder();
+    try {
+        return NewClient(profile);
+    } catch (const SqliteError& error) {
+        if (!error.IsOfDamage()) throw;
+    }
+    try {
+        if (FindDatabaseDamage(profile).isEmpty()) {  // another program has repaired it
+            ForgetDamage(profile);
+            return NewClient(profile);
+        }
+        const TPodcastRepair repair = ReplaceDamagedDatabase(profile, QDateTime::currentDateTimeUtc());
+        const QString date = QLocale().toString(repair.BackupDate.toLocalTime(), QLocale::LongFormat);
+        ShowProblem(repair.BackupDate.isValid() ? Reason(CoreReason("DamageReplaced"), {repair.Aside, date})
+                                                : Reason(CoreReason("DamageWithoutBackup"), {repair.Aside}));
+        return NewClient(profile);
+    } catch (const std::exception& error) {
+        ShowProblem(ReasonOf(error));
+        throw;
+    }
+}
 
 }  // namespace
 
@@ -126,8 +165,7 @@ HResult TVEXAPodcastsPlugin::Initialize(IVEXACore* core) noexcept {
 }
 
 void TVEXAPodcastsPlugin::Start() {
-    FClient =
-        std::make_unique<TPodcastClient>(DatabaseFileName(ProfileFolder()), TPodcastClocks(), AskToGoOnWithoutBackup);
+    FClient = OpenClient();
     FOptionsFrame = NewObject<TVEXAPodcastsOptionsFrame>(
         *FClient, [this] { ReloadOptions(); }, [this] { SaveSettings(); }, FFindOptions);
     const auto library = TVEXAPodcastsMLExtension::Create(
@@ -149,7 +187,7 @@ void TVEXAPodcastsPlugin::Start() {
     FClient->ResumeDownloads();
     FClient->RefreshFeedsOnStartup();
     FClient->DeleteFilesBeyondLimitsInBackground();
-    FClient->StartBackups({});
+    FClient->StartBackups(ShowProblem);
 }
 
 bool TVEXAPodcastsPlugin::IsClientInUse() const {

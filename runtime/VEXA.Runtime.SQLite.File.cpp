@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kInstructionsBetweenChecks = 20'000;  // of SQLite's virtual machine: some milliseconds
 constexpr int kPagesAtOnce = 64;
-constexpr qint64 kBytesBetweenFlushes = 16 << 20;  // a writer that flushes meanwhile may have to wait for so much
+constexpr qint64 kBytesBetweenFlushes = 2 << 20;  // a writer that flushes meanwhile may have to wait for so much
 
 /// Has the disk take what was written so far, a little at a time, so that no other program's flush waits for a whole
 /// file.
@@ -33,7 +33,8 @@ public:
     void Wrote(qint64 bytes) {
         FBytes += bytes;
         if (FBytes < kBytesBetweenFlushes || FDescriptor < 0) return;
-        fdatasync(FDescriptor);
+        // Only the data: unlike fdatasync it commits no journal of the file system.
+        sync_file_range(FDescriptor, 0, 0, SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
         FBytes = 0;
     }
 

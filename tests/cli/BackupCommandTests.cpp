@@ -37,6 +37,29 @@ TEST_F(Program, AProfileIsBackedUpListedAndRestored) {
     ExpectFailure("restore 1999", {"there is neither a file nor a backup 1999"});
 }
 
+TEST_F(Program, ADamagedDatabaseIsFoundAndRepaired) {
+    const FolderServer server;
+    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 60)).Status, 0);
+    EXPECT_EQ(Run("check").Out, "the database is sound\n");
+    ASSERT_EQ(Run("backup").Status, 0);
+    ASSERT_EQ(Run("mark listened " + Keys("--limit 5").join(' ')).Status, 0);
+    const QString file = Profile.File("Podcasts.db"), page = Rows(
+                                                                 "SELECT rootpage FROM sqlite_master WHERE name = "
+                                                                 "'PodcastEpisodesByDate'")
+                                                                 .value(0);
+    QByteArray bytes = ReadWhole(file);
+    bytes.replace((page.toInt() - 1) * 8192, 8192, QByteArray(8192, 'x'));
+    WriteWhole(file, bytes);
+    ExpectFailure("check", {"podcasts check --repair"});
+    const Result repaired = Run("check --repair");
+    EXPECT_TRUE(
+        repaired.Out.startsWith("repaired: 1 podcasts, 60 episodes, 60 of them read from the damaged database\n"))
+        << repaired.Out.toStdString() << repaired.Error.toStdString();
+    EXPECT_EQ(Run("check").Status, 0);
+    EXPECT_EQ(Keys("--state listened").size(), 5) << "marked after the backup";
+    EXPECT_EQ(Run("check --repair").Out, "there is nothing to repair\n");
+}
+
 TEST_F(Program, WithoutItsBackupAnActionNeedsAWord) {
     const FolderServer server;
     QString ids;

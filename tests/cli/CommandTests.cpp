@@ -29,7 +29,7 @@ TEST_F(Program, HelpAndVersionNeedNoProfile) {
     const QString profile = " --profile " + Profile.File("none"), all = RunWith("--help" + profile).Out;
     const QString commands =
         "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files move-files set-address "
-        "options feed-options backup restore import export find";
+        "options feed-options backup restore check import export find";
     for (const QString& command : commands.split(' ')) {
         EXPECT_TRUE(all.contains("\n  " + command + u' ')) << command.toStdString();
         for (const QString& words : QStringList{command + " --help", "--help " + command})

@@ -1,0 +1,145 @@
+// A damaged database: set aside, replaced, repaired.
+
+#include "ClientTests.h"
+#include "PlainSqlite.h"
+#include "Podcasts.Core.Backups.h"
+#include "Podcasts.Core.Repair.h"
+#include "VEXA.Runtime.Profile.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+#include <iostream>
+#include <random>
+
+using namespace Qt::StringLiterals;
+
+namespace podcasts {
+namespace {
+
+class RepairTest : public ClientTest {
+protected:
+    static constexpr int kEpisodes = 400;
+
+    RepairTest() {
+        std::vector<Item> items;
+        for (int i = 0; i < kEpisodes; ++i)
+            items.push_back({QString::number(i), u"/%1.mp3"_s.arg(i), u"Title %1 "_s.arg(i) + QString(500, u'x')});
+        Subscribe("a", items);
+        Subscribe("b", {{"1", "/b.mp3"}});
+        MakeBackup(Folder.Path(), QDateTime::fromString("2026-01-02T03:04:05Z", Qt::ISODate), std::nullopt);
+        // Later than the backup
+        QStringList keys;
+        for (int i = 0; i < kEpisodes; i += 3) keys += Key(u"/%1.mp3"_s.arg(i));
+        Client->UpdateState(keys, pesListened);
+        Client->Unsubscribe(Server.Url("/b"), false);
+        Subscribe("c", {{"1", "/c.mp3"}, {"2", "/c2.mp3"}});
+        Client.reset();
+        FSound = ReadWhole(File());
+    }
+    QString File() const { return DatabaseFileName(Folder.Path()); }
+    /// Damages the database as the seed says: some bytes anywhere, a page, or a run of pages.
+    void Damage(unsigned seed) {
+        std::mt19937 random(seed);
+        QByteArray bytes = FSound;
+        const auto size = static_cast<std::size_t>(bytes.size());
+        if (seed % 3 == 0) {
+            for (unsigned left = 1 + random() % 60; left > 0; --left)
+                bytes[static_cast<qsizetype>(random() % size)] = static_cast<char>(random());
+        } else {
+            const std::size_t pages = seed % 3 == 1 ? 1 : 1 + random() % 12;
+            const std::size_t page = random() % (size / 8192 - pages);
+            for (std::size_t i = page * 8192; i < (page + pages) * 8192; ++i)
+                bytes[static_cast<qsizetype>(i)] = static_cast<char>(seed % 2 == 0 ? 0 : random());
+        }
+        WriteWhole(File(), bytes);
+        QFile::remove(File() + "-wal");
+        QFile::remove(File() + "-shm");
+    }
+    /// The states of the episodes that a simple reader gets out of the file, row by row.
+    QMap<QString, QString> Readable() const {
+        QMap<QString, QString> states;
+        PlainSqlite db(File());
+        for (int row = 1; row <= kEpisodes + 10; ++row) {
+            try {
+                for (const QString& found :
+                     db.Rows("SELECT FeedID || ' ' || GUID || '|' || State FROM PodcastEpisodes NOT INDEXED WHERE "
+                             "typeof(FeedID || State) = 'text' AND typeof(GUID) = 'text' AND State IN (0, 1, 2) AND "
+                             "rowid = " +
+                             QByteArray::number(row)))
+                    states.insert(found.section('|', 0, 0), found.section('|', 1));
+            } catch (const std::exception&) {
+            }
+        }
+        return states;
+    }
+
+private:
+    QByteArray FSound;
+};
+
+TEST_F(RepairTest, WhateverCanBeReadIsThereAfterwardsAndTheRestIsAsInTheBackup) {
+    const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 60;
+    const QString program = QStandardPaths::findExecutable("sqlite3");
+    int repaired = 0;
+    for (int seed = 0; seed < seeds && !HasFailure(); ++seed) {
+        Damage(static_cast<unsigned>(seed));
+        const auto readable = Readable();
+        if (FindDatabaseDamage(Folder.Path()).isEmpty()) continue;
+        const TPodcastRepair repair =
+            RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), seed % 4 == 0 ? program : QString());
+        ++repaired;
+        EXPECT_EQ(FindDatabaseDamage(Folder.Path()), QStringList()) << seed;
+        EXPECT_TRUE(QFile::exists(repair.Aside + "/Podcasts.db"));
+        QMap<QString, QString> states;
+        PlainSqlite db(File());
+        for (const QString& row : db.Rows("SELECT FeedID || ' ' || GUID || '|' || State FROM PodcastEpisodes"))
+            states.insert(row.section('|', 0, 0), row.section('|', 1));
+        for (auto row = readable.begin(); row != readable.end(); ++row)
+            EXPECT_EQ(states.value(row.key()), row.value()) << seed << ": " << row.key().toStdString();
+        // Of a row that is damaged unnoticed, the GUID or the address may be another one now.
+        const QStringList uris = db.Rows("SELECT URI FROM PodcastEpisodes WHERE FeedID = 1");
+        const QSet<QString> known(uris.begin(), uris.end());
+        for (int i = 0; i < kEpisodes; ++i)
+            EXPECT_TRUE(states.contains("1 " + QString::number(i)) || known.contains(Key(u"/%1.mp3"_s.arg(i))))
+                << seed << ": " << i << " is in the backup";
+        Open();  // and the program can use it
+        Client->UpdateState(Key("/1.mp3"), pesPostponed);
+        Client.reset();
+        QDir(repair.Aside).removeRecursively();
+    }
+    std::cout << seeds << " seeds, " << repaired << " repaired" << std::endl;
+    EXPECT_GT(repaired, seeds / 2);
+}
+
+TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLater) {
+    QByteArray damaged = ReadWhole(File());
+    damaged.replace(20 * 8192, 8192, QByteArray(8192, 'x'));
+    WriteWhole(File(), damaged);
+    NoteDamage(Folder.Path());
+    EXPECT_THROW(Open(), vexa::SqliteError) << "nothing may write to it";
+    {
+        const vexa::FolderLock other(Folder.Path(), vexa::FolderLock::Kind::Shared);
+        EXPECT_THROW(ReplaceDamagedDatabase(Folder.Path(), QDateTime::currentDateTimeUtc()), vexa::ReasonError)
+            << "another program has it open";
+        EXPECT_TRUE(ReadWhole(File()) == damaged);
+    }
+    const TPodcastRepair replaced = ReplaceDamagedDatabase(Folder.Path(), QDateTime::currentDateTimeUtc());
+    EXPECT_TRUE(replaced.BackupDate.isValid());
+    EXPECT_TRUE(ReadWhole(replaced.Aside + "/Podcasts.db") == damaged) << "nothing was written to it";
+    Open();
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/b"))) << "as in the backup";
+    EXPECT_EQ(Episode("/3.mp3").State, pesNew);
+    Client->UpdateState(Key("/1.mp3"), pesPostponed);
+    Client.reset();
+    RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {});
+    Open();
+    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/c"))) << "as in the damaged one";
+    EXPECT_EQ(Episode("/3.mp3").State, pesListened);
+    EXPECT_EQ(Episode("/1.mp3").State, pesPostponed) << "what was marked since then stays";
+    Client.reset();
+    EXPECT_EQ(RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {}).Aside, "") << "nothing is left to do";
+}
+
+}  // namespace
+}  // namespace podcasts
