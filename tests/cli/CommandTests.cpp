@@ -28,7 +28,8 @@ TEST_F(Program, WrongUsageExitsWithTwoAndSaysWhyOnStandardError) {
 TEST_F(Program, HelpAndVersionNeedNoProfile) {
     const QString profile = " --profile " + Profile.File("none"), all = RunWith("--help" + profile).Out;
     const QString commands =
-        "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files move-files set-address "
+        "subscribe unsubscribe feeds episodes show refresh download delete-files mark check-files move-files "
+        "set-address "
         "options feed-options backup restore check import export find";
     for (const QString& command : commands.split(' ')) {
         EXPECT_TRUE(all.contains("\n  " + command + u' ')) << command.toStdString();

@@ -30,7 +30,11 @@ public:
                 QString::number(ReadPropertyInt32(found, IVEXAMLFound::IsSubscribed));
     }
     void OnSourceDone(IVEXAString* source, HResult result, IVEXAString* text) noexcept override {
-        Told += FromHostString(source) + u' ' + QString::number(result, 16) + u' ' + FromHostString(text);
+        Told += FromHostString(source) +
+                (result == S_OK      ? u" done "_s
+                 : result == S_FALSE ? u" rests "_s
+                                     : u" failed "_s) +
+                FromHostString(text);
     }
     void OnCompleted() noexcept override { Told += u"completed"_s; }
 
@@ -116,12 +120,12 @@ TEST_F(FindWindowTest, TheStorageTellsWhatItsDirectoriesKnowAndWhichOfThemFail) 
     waitForEnd();
     EXPECT_TRUE(events->Told.contains(Server.Url("/A") + " A itunes 1"));
     EXPECT_TRUE(events->Told.contains(Server.Url("/B") + " B itunes 0"));
-    EXPECT_EQ(events->Told.filter("gpodder 80004005 the server answered 429 Too Many Requests; ").size(), 1)
+    EXPECT_EQ(events->Told.filter("gpodder failed the server answered 429 Slow; ").size(), 1)
         << events->Told.join('\n').toStdString();
     EXPECT_EQ(Saved, 1) << "the profile keeps until when it is not asked";
     find();
     waitForEnd();
-    EXPECT_EQ(events->Told.filter("gpodder 1 it has refused to answer").size(), 1);
+    EXPECT_EQ(events->Told.filter("gpodder rests it has refused to answer").size(), 1);
 
     Server.Serve(StorePath("a"), Response::Of("{}").With(Fault::Wait, -1));
     find();
@@ -140,7 +144,7 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
     EXPECT_TRUE(Place(window).contains("iTunes Store: learns your words, your country and your IP address"));
     EXPECT_FALSE(Place(window).contains("Podcast Index")) << "it is not asked without a key";
     auto& edit = Find<QLineEdit>(window, "edWords");
-    EXPECT_TRUE(edit.hasFocus());
+    EXPECT_TRUE(tests::WaitUntil([&] { return edit.hasFocus(); }));
     QTest::keyClicks(&edit, "tea");
     EXPECT_EQ(Server.Requests().size(), 0u);
     ExpectRows(window, {"One", "Two", "Three"});
