@@ -221,6 +221,7 @@ QLayout* TfrmPodcastsSettings::LayOutFinding() {
         auto* const key = new QFormLayout;
         key->setContentsMargins(indent, 0, 0, 0);
         key->setSpacing(kSpacing);
+        key->setRowWrapPolicy(QFormLayout::WrapLongRows);
         key->addRow(L2, edKey);
         key->addRow(L3, edSecret);
         column->addLayout(key);

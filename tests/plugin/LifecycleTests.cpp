@@ -83,7 +83,7 @@ TEST_F(Lifecycle, AHostThatLacksAServiceGetsAnErrorAndKeepsItsSettings) {
 TEST_F(Lifecycle, ADatabaseThatCannotBeOpenedLeavesNothingRunning) {
     WriteSettings("[Podcasts]\nCheckUpdates=3\n");
     const QString file = Profile.File("Podcasts.db");
-    ::WriteWhole(file, QByteArray(4096, 'x'));
+    PlainSqlite(file).Run("CREATE TABLE PodcastFeeds (FeedID INTEGER PRIMARY KEY, FromTheFuture TEXT)");
     {
         const auto host = NewHost();
         EXPECT_EQ(Load(*host), E_UNEXPECTED);
