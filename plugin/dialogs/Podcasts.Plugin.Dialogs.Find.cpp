@@ -203,12 +203,11 @@ void TfrmPodcastFind::LayOut() {
     lvFound->setMouseTracking(true);
     FPages->addWidget(lbPlace);
     FPages->addWidget(lvFound);
+    FPreview->setContentsMargins(kSpacing, 0, 0, 0);
     FPreview->hide();
     FSplitter->addWidget(FPages);
     FSplitter->addWidget(FPreview);
     FSplitter->setChildrenCollapsible(false);
-    FSplitter->setStretchFactor(0, 3);
-    FSplitter->setStretchFactor(1, 2);
 
     auto* const field = new QHBoxLayout;
     field->setSpacing(kSpacing);
@@ -238,6 +237,8 @@ void TfrmPodcastFind::Localize() {
     btnSubscribe->setText(OwnText("btnSubscribe"));
     btnClose->setText(OwnText("btnClose"));
     FPreview->Localize();
+    for (QPushButton* const button : {btnPopular, btnPreview, btnSubscribe, btnClose})
+        button->setMinimumWidth(button->sizeHint().width() + 2 * kSpacing);
 }
 
 void TfrmPodcastFind::Open(const QString& text) {
@@ -405,8 +406,9 @@ bool TfrmPodcastFind::HandleKey(QObject* watched, int key) {
 
 void TfrmPodcastFind::FocusList() {
     if (FModel.rowCount() == 0 || FPages->currentWidget() != lvFound) return;
-    lvFound->setFocus();
+    // Before the focus, with which a view without a current row gets one that is not selected.
     if (!lvFound->currentIndex().isValid()) lvFound->setCurrentIndex(FModel.index(0));
+    lvFound->setFocus();
 }
 
 // ---- Subscribing ----
@@ -453,6 +455,7 @@ void TfrmPodcastFind::btnPreviewClick() {
     if (!FPreview->isVisible()) {
         FPreview->show();
         if (width() < kWindow.width() * 3 / 2 && !isMaximized()) resize(kWindow.width() * 3 / 2, height());
+        FSplitter->setSizes({width() * 11 / 20, width() * 9 / 20});
     }
     Preview();
 }

@@ -211,12 +211,15 @@ QLayout* TfrmPodcastsSettings::LayOutFinding() {
     auto* const column = new QVBoxLayout;
     column->setSpacing(kSpacing);
     for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) {
-        column->addWidget(cbDirectories[i]);
+        auto* const directory = new QVBoxLayout;
+        directory->setSpacing(1);
+        column->addLayout(directory);
+        directory->addWidget(cbDirectories[i]);
         // Below the check box's caption, not its box.
         const int indent =
             style()->pixelMetric(QStyle::PM_IndicatorWidth) + style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing);
         lbDirectories[i]->setContentsMargins(indent, 0, 0, 0);
-        column->addWidget(lbDirectories[i]);
+        directory->addWidget(lbDirectories[i]);
         if (!PodcastDirectories()[i].NeedsKey) continue;
         auto* const key = new QFormLayout;
         key->setContentsMargins(indent, 0, 0, 0);

@@ -154,6 +154,7 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
     auto& list = List(window);
     QTest::keyClick(&edit, Qt::Key_Down);
     EXPECT_TRUE(list.hasFocus());
+    EXPECT_TRUE(Find<QPushButton>(window, "btnSubscribe").isEnabled()) << "the first row is selected";
     QTest::keyClick(&list, Qt::Key_Up);
     EXPECT_TRUE(edit.hasFocus());
     QTest::keyClick(&edit, Qt::Key_Return);
