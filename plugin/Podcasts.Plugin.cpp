@@ -57,7 +57,9 @@ private:
 
 /// Does not wait for the user.
 void ShowProblem(const Reason& problem) {
-    ShowErrorBox(HostMainWindow(), QString(), LocalizedText(problem));
+    QString text = LocalizedText(problem);
+    if (!text.isEmpty()) text[0] = text[0].toUpper();  // reasons are written for the middle of a sentence
+    ShowErrorBox(HostMainWindow(), LocalizedText(QStringLiteral("Podcasts.Settings\\Caption")), text);
 }
 
 std::unique_ptr<TPodcastClient> NewClient(const QString& profile) {
