@@ -100,10 +100,6 @@ void TPodcastClient::BackUpInBackground(BackupCompleted completed) {
     RunBackupTask(std::move(completed));
 }
 
-void TPodcastClient::BackUpIfDue() noexcept {
-    BackUpIfDue(BackupLimit(), {});
-}
-
 void TPodcastClient::BackUpIfDue(qint64 limit, const vexa::CancelCheck& isCancelled) noexcept {
     vexa::GuardedCall(
         vexa::LogDatabase(), "backing up",

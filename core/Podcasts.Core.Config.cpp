@@ -22,8 +22,8 @@ constexpr TPodcastConfigKey kDownloadNew = {u"Podcasts\\DownloadNewEpisodesAutom
 constexpr TPodcastConfigKey kMarkListened = {u"Podcasts\\MarkEpisodesListenedOnStartPlayback", Kind::Bool, true};
 constexpr TPodcastConfigKey kNotifications = {u"Podcasts\\ShowNotifications", Kind::Bool, true};
 
-constexpr std::array kWriteOrder = {kBackupLimit, kTemplate,    kCheckUpdates, kLastTime,     kLastDate,
-                                    kOnStartup,   kDownloadNew, kMarkListened, kNotifications};
+constexpr std::array kWriteOrder = {kTemplate,    kCheckUpdates, kLastTime,      kLastDate,   kOnStartup,
+                                    kDownloadNew, kMarkListened, kNotifications, kBackupLimit};
 
 /// Reads an ISO 8601 date and time, in UTC if it names no zone. Invalid for any other text.
 QDateTime ReadDate(const QString& text) {
@@ -59,7 +59,6 @@ void ReadPodcastOptions(IPodcastConfig& config, TPodcastClientOptions& options) 
 
 void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {
     const TPodcastClientOptions& options = client.Options();
-    config.WriteInteger(kBackupLimit.KeyPath(), options.BackupSizeLimit);
     config.WriteString(kTemplate.KeyPath(), options.CacheFileNameTemplate());
     config.WriteInteger(kCheckUpdates.KeyPath(), options.CheckUpdates());
     WritePodcastRefreshTime(config, client);
@@ -67,6 +66,7 @@ void WritePodcastConfig(IPodcastConfig& config, const TPodcastClient& client) {
     config.WriteBool(kDownloadNew.KeyPath(), options.DownloadNewEpisodesAutomatically());
     config.WriteBool(kMarkListened.KeyPath(), options.MarkEpisodesListenedOnStartPlayback);
     config.WriteBool(kNotifications.KeyPath(), options.ShowNotifications());
+    config.WriteInteger(kBackupLimit.KeyPath(), options.BackupSizeLimit);
 }
 
 void WritePodcastRefreshTime(IPodcastConfig& config, const TPodcastClient& client) {

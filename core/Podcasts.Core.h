@@ -308,8 +308,6 @@ public:
     /// none, unless the client has been destroyed by then.
     using BackupCompleted = std::function<void(const vexa::Reason& problem)>;
     void BackUpInBackground(BackupCompleted completed);
-    /// Makes a backup if one is due. Errors are logged.
-    void BackUpIfDue() noexcept;
 
     /// What can be undone. The operations that say so add to it before they notify the listeners.
     const TPodcastUndoLog& UndoLog() const noexcept { return *FUndoLog; }
@@ -353,6 +351,7 @@ private:
     qint64 BackupLimit() const;  // bytes
     /// Makes a backup that belongs to an action, or asks the user.
     void BackUpOrAsk(std::optional<qint64> limit);
+    /// Makes a backup if one is due, else a check of the database if that is. Errors are logged.
     void BackUpIfDue(qint64 limit, const vexa::CancelCheck& isCancelled) noexcept;
 
     /// Called after a new feed has been stored: notifies listeners and starts automatic downloads.

@@ -287,10 +287,9 @@ TEST_F(Program, FilesAreDownloadedForgottenAndDeleted) {
 TEST_F(Program, OptionsAreKeptInTheProfileAndGlobalOptionsMayAppearAnywhere) {
     EXPECT_EQ(Run("options CheckUpdates 3").Status, 0);
     EXPECT_EQ(Run("options shownotifications off").Status, 0);
-    const QString options =
-        "BackupSizeLimit=500\nCacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
-        u"CheckUpdates=3\nCheckUpdatesOnStartup=0\nDownloadNewEpisodesAutomatically=0\n"
-        "MarkEpisodesListenedOnStartPlayback=1\nShowNotifications=0\n";
+    const QString options = "CacheFileNameTemplate=" + Files.File("%FeedTitle%\\%EpisodeFileName%\n") +
+                            u"CheckUpdates=3\nCheckUpdatesOnStartup=0\nDownloadNewEpisodesAutomatically=0\n"
+                            "MarkEpisodesListenedOnStartPlayback=1\nShowNotifications=0\n";
     EXPECT_TRUE(RunWith("options --profile=" + Profile.Path()).Out.startsWith(options));
     EXPECT_EQ(RunWith("options CheckUpdates --profile " + Profile.Path()).Out, "3\n");
     EXPECT_EQ(Run("--json feeds").Out, "[]\n");
