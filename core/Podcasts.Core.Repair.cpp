@@ -181,11 +181,8 @@ TPodcastRepair RepairDatabase(const QString& profileFolder, const QDateTime& now
     if (isPresentSound && former.isEmpty()) return repair;
     vexa::ProfileReplacement replacement(profileFolder);
     const QString target = replacement.File(kDatabase);
-    std::optional<TPodcastBackup> base;
-    if (isPresentSound)
-        base = TPodcastBackup{present, {}, 0, true};
-    else if ((base = NewestSound(profileFolder)))
-        repair.BackupDate = base->Date;
+    const auto base = isPresentSound ? TPodcastBackup{present, {}, 0, true} : NewestSound(profileFolder);
+    if (base && !isPresentSound) repair.BackupDate = base->Date;
     Begin(target, base);
     // Of two states of one episode that of the damaged database is the later one, unless the program has gone on
     // without it since, or a clock was wrong.

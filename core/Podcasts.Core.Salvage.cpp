@@ -16,6 +16,7 @@
 
 namespace podcasts {
 
+using vexa::SqlBuilder;
 using vexa::SqliteError;
 using vexa::SqliteFile;
 
@@ -35,6 +36,13 @@ std::string Number(qint64 number) {
 std::string LiteralOf(const std::string& column) {
     return "CASE typeof(" + column + ") WHEN 'text' THEN 'CAST(X''' || hex(" + column +
            ") || ''' AS TEXT)' ELSE quote(" + column + ") END";
+}
+
+std::string Assignment(const std::string& column, const std::string& literal) {
+    std::string text = column;
+    text += " = ";
+    text += literal;
+    return text;
 }
 
 std::string List(const std::vector<std::string>& parts) {
@@ -344,11 +352,14 @@ void TPodcastSalvage::SalvageTables(SqliteFile& damaged, bool isRecovered) {
 
 void TPodcastSalvage::AddLostFeeds(const std::map<std::string, std::string>& addresses) {
     if (FCompleteTables.contains("PodcastFeeds")) return;
-    for (const auto& [id, address] : addresses)
-        FTarget.ExecuteSQL("INSERT INTO PodcastFeeds (FeedID, Name, URLFeed) SELECT " + id + ", " + address + ", " +
-                           address + " WHERE NOT EXISTS (SELECT 1 FROM PodcastFeeds WHERE FeedID = " + id +
-                           " OR URLFeed = " + address +
-                           ") AND EXISTS (SELECT 1 FROM PodcastEpisodes WHERE FeedID = " + id + ")");
+    for (const auto& [id, address] : addresses) {
+        SqlBuilder insert("INSERT INTO PodcastFeeds (FeedID, Name, URLFeed) SELECT ");
+        insert.Raw(id).Raw(", ").Raw(address).Raw(", ").Raw(address);
+        insert.Raw(" WHERE NOT EXISTS (SELECT 1 FROM PodcastFeeds WHERE FeedID = ").Raw(id);
+        insert.Raw(" OR URLFeed = ").Raw(address);
+        insert.Raw(") AND EXISTS (SELECT 1 FROM PodcastEpisodes WHERE FeedID = ").Raw(id).Raw(")");
+        FTarget.ExecuteSQL(insert.Sql());
+    }
 }
 
 std::string TPodcastSalvage::FindPresent(const TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row) {
@@ -390,7 +401,7 @@ void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcast
         for (const auto& [column, literal] : row.Values)
             if (literal != "NULL" && std::find(table.Key.begin(), table.Key.end(), column) == table.Key.end() &&
                 !(table.Name == "PodcastQueue" && column == "Place"))
-                changes.push_back(column + " = " + literal);
+                changes.push_back(Assignment(column, literal));
         if (!changes.empty())
             FTarget.ExecuteSQL("UPDATE OR IGNORE " + name + " SET " + List(changes) + " WHERE rowid = " + present);
         return;
@@ -429,7 +440,7 @@ void TPodcastSalvage::MergeEpisode(const TPodcastSalvagedRow& row, qint64 presen
         for (const auto& [column, literal] : row.Values) {
             if (literal == "NULL" || column == "URLAudioCached" || column == "FeedID") continue;
             if (column == "State" && !IsState(literal)) continue;
-            (column == "State" ? changes : others).push_back(column + " = " + literal);
+            (column == "State" ? changes : others).push_back(Assignment(column, literal));
         }
         if (vexa::FileExists(otherFile) || !vexa::FileExists(file))
             if (row["URLAudioCached"] != "NULL")

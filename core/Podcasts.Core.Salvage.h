@@ -44,7 +44,7 @@ private:
     };
     Stretch ReadRange(qint64 first, qint64 last, bool isDescending);
     void ReadBetween(qint64 first, qint64 last);
-    void ReadColumns(qint64 row);
+    void ReadColumns(qint64 id);
     std::vector<std::string> Indexes();
     /// Whether there are indexes, and all of them have as many entries as rows were read: a damaged page may also hide
     /// rows without an error.

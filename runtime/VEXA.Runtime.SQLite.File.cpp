@@ -79,7 +79,8 @@ void SqliteFile::ExecuteWithBlob(std::string_view sql, const QByteArray& bytes) 
     if (code == SQLITE_OK)
         code = sqlite3_bind_blob64(statement, 1, bytes.isNull() ? "" : bytes.constData(),
                                    static_cast<sqlite3_uint64>(bytes.size()), SQLITE_STATIC);
-    if (code == SQLITE_OK && (code = sqlite3_step(statement)) == SQLITE_DONE) code = SQLITE_OK;
+    if (code == SQLITE_OK) code = sqlite3_step(statement);
+    if (code == SQLITE_DONE) code = SQLITE_OK;
     sqlite3_finalize(statement);
     if (code != SQLITE_OK) Raise(RuntimeReason("DatabaseWrite"), code);
 }

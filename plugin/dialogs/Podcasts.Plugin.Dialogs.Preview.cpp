@@ -265,8 +265,9 @@ void TfrmPodcastPreview::UpdateControls() {
 void TfrmPodcastPreview::Play() {
     const TPodcastEpisode* const episode = FModel->At(tvEpisodes->currentIndex());
     const auto player = HostService<IVEXAServicePlayer>();
-    const QString address = episode ? AddressOf(*FFeed, *episode) : QString();
-    if (address.isEmpty() || !player) return;
+    if (!episode || !player) return;
+    const QString address = AddressOf(*FFeed, *episode);
+    if (address.isEmpty()) return;
     const auto error = CreateHostObject<IVEXAErrorInfo>();
     // A host without previews plays the address like any other.
     const auto preview = Query<IVEXAPlayerPreview>(player.Get());
