@@ -96,23 +96,24 @@ void TPodcastFindDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
     PaintCover(*painter, option, cover, at);
 
     painter->save();
-    if (entry.IsSubscribed) {
-        const QString mark = u"✓ " + LocalizedText(QStringLiteral("Podcasts.Find\\Subscribed"));
-        painter->setFont(option.font);
-        painter->setPen(faint);
-        const int width = painter->fontMetrics().horizontalAdvance(mark);
-        painter->drawText(lines, Qt::AlignTrailing | Qt::AlignTop | Qt::TextSingleLine, mark);
-        lines.adjust(option.direction == Qt::RightToLeft ? width + kGap : 0, 0,
-                     option.direction == Qt::RightToLeft ? 0 : -width - kGap, 0);
-    }
     const QFont bold = Bold(option.font);
     const int first = QFontMetrics(bold).height(), other = QFontMetrics(option.font).height();
     const QString facts = TPodcastFindModel::Facts(entry);
     const int shown = 1 + (facts.isEmpty() ? 0 : 1) + (entry.Description.isEmpty() ? 0 : 1);
     int top = lines.top() + (lines.height() - first - (shown - 1) * (other + kLineGap)) / 2;
+    QRect title(lines.left(), top, lines.width(), first);
+    if (entry.IsSubscribed) {
+        const QString mark = u"✓ " + LocalizedText(QStringLiteral("Podcasts.Find\\Subscribed"));
+        painter->setFont(option.font);
+        painter->setPen(faint);
+        painter->drawText(title, Qt::AlignTrailing | Qt::AlignVCenter | Qt::TextSingleLine, mark);
+        const int taken = painter->fontMetrics().horizontalAdvance(mark) + kGap;
+        const bool isReversed = option.direction == Qt::RightToLeft;
+        title.adjust(isReversed ? taken : 0, 0, isReversed ? 0 : -taken, 0);
+    }
     painter->setFont(bold);
     painter->setPen(text);
-    DrawLine(*painter, {lines.left(), top, lines.width(), first}, entry.Title);
+    DrawLine(*painter, title, entry.Title);
     top += first + kLineGap;
     painter->setFont(option.font);
     painter->setPen(faint);

@@ -134,7 +134,7 @@ TfrmPodcastsSettings::TfrmPodcastsSettings(QWidget* parent, TPodcastClient& clie
     edDownloadPathButtons1->setIcon(Images());
     for (std::size_t i = 0; i < kPodcastDirectoryCount; ++i) {
         const char* const id = PodcastDirectories()[i].ID;
-        cbDirectories[i] = Named(new QCheckBox(QString::fromLatin1(PodcastDirectories()[i].Name)), id);
+        cbDirectories[i] = Named(new WrappingCheckBox, id);
         lbDirectories[i] = Named(new QLabel, "");
         lbDirectories[i]->setTextFormat(Qt::PlainText);
         lbDirectories[i]->setWordWrap(true);
