@@ -78,7 +78,7 @@ int main(int argc, char* argv[]) {
     using namespace podcasts::cli;
     HandleSignals();
     QCoreApplication application(argc, argv);
-    setlocale(LC_NUMERIC, "C");
+    setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     vexa::AttachMainThread();
     qSetMessagePattern(QStringLiteral("%{category}: %{message}"));
     // The commands themselves print what could not be fetched.
