@@ -111,7 +111,7 @@ std::vector<TPodcastFindRow> ReadPodcastAnswer(const QByteArray& answer, const Q
     std::vector<TPodcastFindRow> rows;
     int rank = -1;
     const QJsonArray podcasts = list.toArray();
-    for (const QJsonValue& value : podcasts) {
+    for (const QJsonValue value : podcasts) {
         ++rank;
         const QJsonObject podcast = value.toObject();
         TPodcastFindRow row;
