@@ -253,9 +253,8 @@ void Playback::SetSpeed(double speed) {
     if (FNode) {
         FListening.Speed = FOutput->Speed();
         FNodes.Set(*FNode, FListening);
-    } else if (!FCurrent.IsPreview) {
-        FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
     }
+    if (!FNode && !FCurrent.IsPreview) FPositions.SetSpeed(FCurrent.Album, FOutput->Speed());
     Q_EMIT SpeedChanged(FOutput->Speed());
 }
 
