@@ -15,7 +15,7 @@ public:
         : QStyledItemDelegate(parent), FPictures(pictures) {}
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& at) const override;
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& at) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& given, const QModelIndex& at) const override;
 
 private:
     void PaintCover(QPainter& painter, const QStyleOptionViewItem& option, const QRect& place,
