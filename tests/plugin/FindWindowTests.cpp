@@ -149,6 +149,7 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
     EXPECT_EQ(Server.Requests().size(), 0u);
     ExpectRows(window, {"One", "Two", "Three"});
     EXPECT_EQ(Server.Count(StorePath("tea")), 1);
+    EXPECT_TRUE(tests::WaitUntil([&] { return Server.Count(GpodderPath("tea")) == 1; }));  // nobody waited for it
     EXPECT_EQ(Server.Requests().size(), 2u) << "the word, not its letters, and no picture without https";
 
     auto& list = List(window);
