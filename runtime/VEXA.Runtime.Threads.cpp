@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QThread>
 #include <QTimer>
 
 #include <time.h>
@@ -53,7 +54,10 @@ public:
         return *queue;
     }
 
-    void Attach() { FMainThread.store(std::this_thread::get_id()); }
+    void Attach() {
+        FEventThread = QThread::currentThread();
+        FMainThread.store(std::this_thread::get_id());
+    }
 
     bool IsMain() const noexcept { return FMainThread.load() == std::this_thread::get_id(); }
 
@@ -150,11 +154,12 @@ private:
     }
 
     void WakeEventLoop() {
-        if (!QCoreApplication::instance() || FEventPosted.exchange(true)) return;
+        if (!QCoreApplication::instance() || !FEventThread.load() || FEventPosted.exchange(true)) return;
         // Created by the first thread that posts, then moved to the main thread, whose event loop it wakes up.
-        static Waker* waker = [] {
+        // The application may end meanwhile, which its thread does not.
+        static Waker* waker = [this] {
             auto* created = new Waker;
-            created->moveToThread(QCoreApplication::instance()->thread());
+            created->moveToThread(FEventThread);
             return created;
         }();
         QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
@@ -167,6 +172,7 @@ private:
     std::vector<TaskHandle> FRunningFor;  // main thread only
     int FWaitedFor = 0;                   // running procedures that are waited for; main thread only
     std::atomic<std::thread::id> FMainThread{};
+    std::atomic<QThread*> FEventThread{nullptr};  // the same thread, for the toolkit
     std::atomic<bool> FEventPosted{false};
 };
 
