@@ -39,8 +39,12 @@ QString DecodeEntities(const QString& text) {
 }  // namespace
 
 TPodcastShowNotes ReadShowNotes(const QString& html) {
-    static const QRegularExpression tag(QStringLiteral("<(/?)([a-zA-Z][a-zA-Z0-9]*)([^>]*)>|<!--.*?-->"),
-                                        QRegularExpression::DotMatchesEverythingOption);
+    // A comment, script or style sheet without an end takes all that follows, as in a browser. No alternative is tried
+    // from one place beyond the next that could match: hostile notes are read in linear time.
+    static const QRegularExpression tag(
+        QStringLiteral("<!--.*?(?:-->|\\z)|<(?:script|style)\\b.*?(?:</(?:script|style)\\s*>|\\z)|"
+                       "<(/?)([a-z][a-z0-9]*)([^<>]*)>"),
+        QRegularExpression::DotMatchesEverythingOption | QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression href(QStringLiteral("href\\s*=\\s*[\"']((?:https?|mailto):[^\"']*)[\"']"),
                                          QRegularExpression::CaseInsensitiveOption);
     static const QStringList blocks = {QStringLiteral("p"),  QStringLiteral("div"), QStringLiteral("ul"),

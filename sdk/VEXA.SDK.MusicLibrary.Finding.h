@@ -16,7 +16,7 @@ struct IVEXAMLFound : IVEXAPropertyList {
         Address = 1,         // text: the web address by which to add it
         Title = 2,           // text
         Author = 3,          // text
-        Description = 4,     // text, perhaps with HTML
+        Description = 4,     // plain text
         PictureAddress = 5,  // text: a web address
         RowCount = 6,        // number of rows that it has; 0 when that is not known
         Newest = 7,          // OLE Automation date in UTC of the newest row; 0 when that is not known

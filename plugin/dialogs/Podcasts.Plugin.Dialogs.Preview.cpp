@@ -1,6 +1,7 @@
 #include "Podcasts.Plugin.Dialogs.Preview.h"
 
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.ShowNotes.h"
 #include "Podcasts.Plugin.Dialogs.h"
 #include "VEXA.Runtime.Dates.h"
 #include "VEXA.Runtime.Url.h"
@@ -14,7 +15,6 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QShortcut>
-#include <QTextDocumentFragment>
 #include <QTreeView>
 
 #include <algorithm>
@@ -34,11 +34,8 @@ QString OwnText(const char* key, int part = 0) {
     return LocalizedTextPart(u"Podcasts.Preview\\" + QLatin1String(key), part);
 }
 
-/// A description without its markup. The fragment loads nothing that the markup names.
 QString PlainDescription(const QString& text) {
-    QString plain = QTextDocumentFragment::fromHtml(text.left(8 * kMaxDescription)).toPlainText();
-    plain.remove(QChar(QChar::ObjectReplacementCharacter));  // stands for a picture
-    return TextForLabel(plain, kMaxDescription);
+    return TextForLabel(ReadShowNotes(text.left(8 * kMaxDescription)).Text, kMaxDescription);
 }
 
 QString ShownDate(double date) {

@@ -3,6 +3,7 @@
 
 #include "Podcasts.Core.Locating.h"
 #include "Podcasts.Core.Reasons.h"
+#include "Podcasts.Core.ShowNotes.h"
 #include "Podcasts.Plugin.FileManager.h"
 #include "Podcasts.Plugin.ML.Found.h"
 #include "Podcasts.Plugin.ML.h"
@@ -14,6 +15,8 @@ namespace podcasts {
 using namespace vexa;
 
 namespace {
+
+constexpr qsizetype kMaxMarkup = 12'000;  // UTF-16 code units that are read of a description
 
 /// Stores a feed in memory. Rows are named by what plays as it is: a web address, with the user name and password of
 /// the feed's where they may be sent to it.
@@ -33,7 +36,7 @@ Ref<TPodcastFoundInfo> InfoOf(const TPodcastFeed& feed, const TPodcastFeedNumber
     info->AddressText = feed.Fields[pffURLFeed];
     info->TitleText = feed.Fields[pffTitle];
     info->AuthorText = feed.Fields[pffAuthor];
-    info->DescriptionText = feed.Fields[pffDescription];
+    info->DescriptionText = ReadShowNotes(feed.Fields[pffDescription].left(kMaxMarkup)).Text;
     info->PictureText = feed.Fields[pffURLLogo];
     info->Rows = numbers.Episodes;
     info->NewestDate = numbers.Newest;

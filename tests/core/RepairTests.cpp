@@ -79,7 +79,7 @@ private:
 };
 
 TEST_F(RepairTest, WhateverCanBeReadIsThereAfterwardsAndTheRestIsAsInTheBackup) {
-    const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 30;
+    const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 15;
     const QString program = QStandardPaths::findExecutable("sqlite3");
     int repaired = 0;
     for (int seed = 0; seed < seeds && !HasFailure(); ++seed) {
