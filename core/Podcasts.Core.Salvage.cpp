@@ -97,6 +97,8 @@ bool TPodcastTableSalvage::Read(const Visitor& visitor) {
         if (!FRead.contains(row)) ReadRange(row, row, false);
         if (!FRead.contains(row)) ReadColumns(row);
     }
+    for (const auto& [id, row] : FDoubtful)
+        if (FRead.insert(id).second) visitor(row);
     return false;
 }
 
@@ -104,28 +106,38 @@ TPodcastTableSalvage::Stretch TPodcastTableSalvage::ReadRange(qint64 first, qint
     std::vector<std::string> expressions{"rowid"};
     for (const std::string& column : FColumns) expressions.push_back(LiteralOf(column));
     Stretch stretch;
-    bool isFirst = true;
+    TPodcastSalvagedRow latest;  // visited once the next row shows that its id is in order
+    bool hasLatest = false;
+    const auto visitLatest = [&] {
+        if (!std::exchange(hasLatest, false)) return;
+        stretch.Last = latest.ID;
+        if (FRead.insert(latest.ID).second) (*FVisitor)(latest);
+    };
     try {
         const auto row =
             FFile.Query("SELECT " + List(expressions) + " FROM " + FTable + " NOT INDEXED WHERE rowid BETWEEN " +
                         Number(first) + " AND " + Number(last) + " ORDER BY rowid" + (isDescending ? " DESC" : ""));
+        bool isInOrder = true;
         if (row) do {
                 TPodcastSalvagedRow found;
                 found.ID = row->Integer64(0);
-                // A damaged page may be in the place of another, and lead back to rows that were read already.
-                const bool isInOrder = isFirst || (isDescending ? found.ID < stretch.Last : found.ID > stretch.Last);
-                if (!isInOrder || found.ID < first || found.ID > last) return stretch;
-                isFirst = false;
-                stretch.Last = found.ID;
-                if (!FRead.insert(found.ID).second) continue;
+                // A damaged page may be in the place of another, and lead back to rows that were read already; or the
+                // id of the row before is damaged, and is another row's.
+                isInOrder = found.ID >= first && found.ID <= last &&
+                            (!hasLatest || (isDescending ? found.ID < latest.ID : found.ID > latest.ID));
+                if (!isInOrder) break;
                 for (std::size_t i = 0; i < FColumns.size(); ++i)
                     found.Values.emplace(FColumns[i], row->Utf8(static_cast<int>(i) + 1));
-                (*FVisitor)(found);
+                visitLatest();
+                latest = std::move(found);
+                hasLatest = true;
             } while (row->Next());
-        stretch.IsWhole = true;
+        if (isInOrder) visitLatest();
+        stretch.IsWhole = isInOrder;
     } catch (const SqliteError& error) {
         if (!error.IsOfDamage()) throw;
     }
+    if (hasLatest) FDoubtful.try_emplace(latest.ID, std::move(latest));
     return stretch;
 }
 
@@ -163,6 +175,17 @@ void TPodcastTableSalvage::ReadColumns(qint64 id) {
         if (!isReached && (indexed == FIndexed.end() || indexed->second.Indexes < 2)) return;
     } catch (const SqliteError& error) {
         if (!error.IsOfDamage()) throw;
+    }
+    if (!isReached && !found.Values.empty()) {
+        const auto isOfIndexes = [&found](const auto& doubtful) {
+            return std::all_of(found.Values.begin(), found.Values.end(),
+                               [&doubtful](const auto& value) { return doubtful.second[value.first] == value.second; });
+        };
+        const auto doubtful = std::find_if(FDoubtful.begin(), FDoubtful.end(), isOfIndexes);
+        if (doubtful != FDoubtful.end()) {
+            found.Values = std::move(doubtful->second.Values);
+            FDoubtful.erase(doubtful);
+        }
     }
     for (const std::string& column : FColumns) {
         if (!isReached) break;

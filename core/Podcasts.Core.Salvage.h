@@ -62,6 +62,7 @@ private:
         int Indexes = 0;
     };
     std::map<qint64, Indexed> FIndexed;
+    std::map<qint64, TPodcastSalvagedRow> FDoubtful;  // whose ids may be damaged
 };
 
 /// Does it. Everything is written in one transaction.
