@@ -1,5 +1,6 @@
 // podcast:// addresses, used as a host uses them.
 
+#include "Feeds.h"
 #include "FileInfo.h"
 #include "HostFixture.h"
 #include "Library.h"
@@ -7,7 +8,7 @@
 #include "ObjectList.h"
 #include "PlainSqlite.h"
 #include "Png.h"
-#include "Podcasts.Core.DB.h"
+#include "Properties.h"
 #include "Tone.h"
 #include "Waiting.h"
 
@@ -28,30 +29,26 @@ class RefusingDecoder final : public RefCountedObject<IVEXAExtensionAudioDecoder
 class Addresses : public HostTest {
 protected:
     Addresses() {
-        {
-            TPodcastsDB db(Profile.File("Podcasts.db"));
-            TPodcastFeed feed;
-            feed.Fields[pffURLFeed] = "http://h/feed";
-            feed.Fields[pffTitle] = "Feed";
-            feed.Fields[pffAuthor] = "Author";
-            feed.Fields[pffCategory] = "Category";
-            feed.Fields[pffCopyright] = "(c)";
-            feed.Fields[pffDescription] = "About the feed";
-            feed.Fields[pffURL] = "http://h/";
-            feed.Fields[pffURLLogo] = Server.Url("/logo");
-            for (const char* name : {"abc", "cached"}) {
-                auto& episode = feed.NewEpisode();
-                episode.Fields[pefGUID] = name;
-                episode.Fields[pefTitle] = QString("Title of %1").arg(name);
-                episode.Fields[pefURLAudio] = QString("https://h/%1.wav").arg(name);
-                episode.PublishDate = 45000.5;
-                episode.Duration = 90;
-            }
-            feed.Episodes(1).Fields[pefURLAudioCached] = Profile.File("cached.wav");
-            feed.Episodes(1).Fields[pefArtist] = "Artist";
-            db.AddOrUpdate(feed);
-            FeedID = feed.ID;
+        TPodcastFeed feed = MakeFeed("http://h/feed");
+        feed.Fields[pffTitle] = "Feed";
+        feed.Fields[pffAuthor] = "Author";
+        feed.Fields[pffCategory] = "Category";
+        feed.Fields[pffCopyright] = "(c)";
+        feed.Fields[pffDescription] = "About the feed";
+        feed.Fields[pffURL] = "http://h/";
+        feed.Fields[pffURLLogo] = Server.Url("/logo");
+        for (const char* name : {"abc", "cached"}) {
+            auto& episode = feed.NewEpisode();
+            episode.Fields[pefGUID] = name;
+            episode.Fields[pefTitle] = QString("Title of %1").arg(name);
+            episode.Fields[pefURLAudio] = QString("https://h/%1.wav").arg(name);
+            episode.PublishDate = 45000.5;
+            episode.Duration = 90;
         }
+        feed.Episodes(1).Fields[pefURLAudioCached] = Profile.File("cached.wav");
+        feed.Episodes(1).Fields[pefArtist] = "Artist";
+        TPodcastsDB(Profile.File("Podcasts.db")).AddOrUpdate(feed);
+        FeedID = feed.ID;
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
     void WriteWave() { WriteWhole(Profile.File("cached.wav"), MakeTone(0.1)); }
@@ -114,14 +111,10 @@ TEST_F(Addresses, NameAnEpisodeInEitherFormAndInNoOther) {
 TEST_F(Addresses, ResolveToTheDownloadedCopyOrElseToTheRemoteAudio) {
     const QString cached = "podcast://h/cached.wav";
     const auto resolve = [&](const QString& address) {
-        const Ref<IVEXAString> text = host::MakeString(address);
-        const auto play = Host.Player().Play(text.Get(), nullptr);
-        EXPECT_EQ(play, S_OK);
+        EXPECT_EQ(Host.Player().Play(host::MakeString(address).Get(), nullptr), S_OK);
         Ref<IVEXAFileInfo> info;
         EXPECT_EQ(Host.Player().GetInfo(info.Put()), S_OK);
-        Ref<IVEXAString> name;
-        info->GetValueAsObject(IVEXAFileInfo::FileName, IVEXAString::IID, name.PutVoid());
-        EXPECT_EQ(host::ToQString(name.Get()), address);  // the player still calls it by its address
+        EXPECT_EQ(host::TextOf(info.Get(), IVEXAFileInfo::FileName), address) << "the player calls it by its address";
         return Host.Player().Source();
     };
     EXPECT_EQ(resolve(cached), "https://h/cached.wav");
@@ -310,13 +303,8 @@ TEST_F(MovedEpisodes, AreFollowedByPlaylistsAfterARefresh) {
     list->Add({Of("a.mp3"), old, Of("gone.mp3")});
     Serve({"a2.mp3", "b.mp3?token=1", "c.mp3", "d.mp3"});
     Host.Menus().Run(*RegisteredItem("VEXA.Podcasts.Actions.RefreshFeeds"));
-    const auto files = [&] {
-        QStringList names;
-        for (const auto& entry : list->Entries()) names += entry.File;
-        return names;
-    };
     const QStringList expected{Of("a2.mp3"), Of("c.mp3")};
-    EXPECT_TRUE(WaitUntil([&] { return files() == expected; })) << files().join(' ').toStdString();
+    EXPECT_TRUE(WaitUntil([&] { return ::Files(*list) == expected; })) << ::Files(*list).join(' ').toStdString();
 }
 
 TEST_F(Addresses, LetNoExceptionReachTheHost) {
@@ -331,9 +319,7 @@ TEST_F(Addresses, LetNoExceptionReachTheHost) {
     };
     const auto picture = [&] {
         Ref<IVEXAImageContainer> image;
-        Variant value;
-        value.Type = VariantType::Text;
-        value.Text = host::MakeString(address);
+        const Variant value = host::ToVariant(host::PropertyValue(address));
         return storage.Offered<IVEXAMLAlbumArtProvider>()->GetAlbumArt(host::MakeStringList({"filename"}).Get(), &value,
                                                                        nullptr, image.Put());
     };

@@ -56,19 +56,14 @@ TEST_F(CommandTest, FilesThatCannotBeTrashedStayAndAreReported) {
     QDir(noTrash).removeRecursively();
     QDir().mkpath(qEnvironmentVariable("XDG_DATA_HOME"));
     WriteWhole(noTrash, "a file in place of the folder");
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = "http://h/f";
+    Subscribe(tests::MakeFeed("http://h/f", 275));
     QStringList keys, files;
     for (int i = 0; i < 275; ++i) {
-        auto& episode = feed.NewEpisode();
-        episode.Fields[pefGUID] = QString::number(i);
-        episode.Fields[pefURLAudio] = QString("http://h/%1.mp3").arg(i);
         keys += QString("podcast://h/%1.mp3").arg(i);
         files += Profile.File(QString(250, 'x') + QString("/%1 ").arg(i) + QString("<i>").repeated(80));
         WriteWhole(files.last(), "sound");
+        Client->DB().SetCachedFile(keys.last(), files.last());
     }
-    Client->Subscribe(feed);
-    for (int i = 0; i < keys.size(); ++i) Client->DB().SetCachedFile(keys[i], files[i]);
 
     const auto deleteFiles = [&](const QStringList& some) {
         return MessageOf([&] { RunCommand([&](TPodcastClient& client) { DeleteCachedEpisodes(client, some); }); });

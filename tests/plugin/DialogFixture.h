@@ -1,6 +1,7 @@
 #pragma once
 // A host with a profile of its own, a client, and functions that use the windows as a user does.
 
+#include "Feeds.h"
 #include "Host.h"
 #include "Podcasts.Core.h"
 #include "TempFolder.h"
@@ -56,6 +57,7 @@ protected:
         return *control;
     }
     static void Click(QWidget& control) { QTest::mouseClick(&control, Qt::LeftButton); }
+    void Subscribe(TPodcastFeed feed) const { Client->Subscribe(feed); }
 
     tests::TempFolder Profile;
     vexa::host::Host Host{{Profile.Path(), QStringLiteral(LANGUAGES), QStringLiteral("English"), {}}};

@@ -1,5 +1,6 @@
 // Translation of the host's filters: the text of the statements, and the rows that they return.
 
+#include "Feeds.h"
 #include "Filters.h"
 #include "Host.h"
 #include "Podcasts.Plugin.ML.Rows.h"
@@ -295,18 +296,15 @@ class RandomFilterTest : public FilterRows {
 protected:
     void Fill(RandomWords& random) {
         for (int f = 0; f < 5; ++f) {
-            TPodcastFeed feed;
+            const QString address = QString("http://host/%1").arg(f);
+            TPodcastFeed feed = tests::MakeFeed(address, 60, address + u'/');
             feed.Fields[pffTitle] = random.Word();
             feed.Fields[pffCategory] = random.Word();
-            feed.Fields[pffURLFeed] = QString("http://host/%1").arg(f);
-            for (int e = 0; e < 60; ++e) {
-                auto& episode = feed.NewEpisode();
-                episode.Fields[pefGUID] = QString::number((e * 37) % 60);
-                episode.Fields[pefTitle] = random.Word() + random.Word();
-                episode.Fields[pefURLAudio] = QString("http://host/%1/%2.mp3").arg(f).arg(e);
-                episode.Duration = float(40000 + random.Below(6));
-                episode.PublishDate = 40000 + random.Below(8);  // from few values, so that many are equal
-                episode.State = TPodcastEpisodeState(random.Below(3));
+            for (const auto& episode : feed.Episodes()) {
+                episode->Fields[pefTitle] = random.Word() + random.Word();
+                episode->Duration = float(40000 + random.Below(6));
+                episode->PublishDate = 40000 + random.Below(8);  // from few values, so that many are equal
+                episode->State = TPodcastEpisodeState(random.Below(3));
             }
             DB.AddOrUpdate(feed);
         }

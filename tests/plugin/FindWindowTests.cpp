@@ -100,9 +100,7 @@ protected:
 };
 
 TEST_F(FindWindowTest, TheStorageTellsWhatItsDirectoriesKnowAndWhichOfThemFail) {
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = Server.Url("/A");
-    Client->Subscribe(feed);
+    Subscribe(tests::MakeFeed(Server.Url("/A")));
     ServePodcasts("a", {"A", "B"});
     Server.Serve(GpodderPath("a"), Response::Failure("429 Slow"));
     const auto events = NewObject<Events>();

@@ -132,7 +132,7 @@ TEST_F(Lifecycle, ARefreshAtStartBeginsAfterTheOptionsWereLoaded) {
     server.Serve("/feed",
                  Response::Of("<rss version='2.0'><channel><title>T</title><item><title>E</title><guid>g</guid>"
                               "<enclosure url='http://h/e.mp3'/></item></channel></rss>"));
-    podcasts::TPodcastFeed feed = MakeFeed(server.Url("/feed"), 0);
+    podcasts::TPodcastFeed feed = MakeFeed(server.Url("/feed"));
     podcasts::TPodcastsDB(Profile.File("Podcasts.db")).AddOrUpdate(feed);
     WriteSettings("[Podcasts]\nCheckUpdatesOnStartup=1\n");
     const auto host = NewHost();

@@ -1,5 +1,6 @@
 // The feeds' logos, with a clock that the test sets.
 
+#include "Feeds.h"
 #include "HostFixture.h"
 #include "LoopbackServer.h"
 #include "PlainSqlite.h"
@@ -37,12 +38,9 @@ protected:
         TVEXAAPIWrappers::Finalize();
     }
     void Subscribe(int number, const tests::LoopbackServer& server) {
-        TPodcastFeed feed;
-        feed.Fields[pffURLFeed] = QString("http://h/%1").arg(number);
+        const QString address = QString("http://h/%1").arg(number);
+        TPodcastFeed feed = tests::MakeFeed(address, 1, address + u'/');
         feed.Fields[pffURLLogo] = server.Url(QString("/%1").arg(number));
-        auto& episode = feed.NewEpisode();
-        episode.Fields[pefGUID] = "g";
-        episode.Fields[pefURLAudio] = QString("http://h/%1.mp3").arg(number);
         Client->DB().AddOrUpdate(feed);
     }
     void Subscribe(int number, const Response& logo) {
@@ -54,7 +52,7 @@ protected:
     /// The bytes of the picture; empty when there is none.
     static QByteArray Cover(int number = 1) {
         Ref<IVEXAImageContainer> image;
-        const QString address = QString("podcast://h/%1.mp3").arg(number);
+        const QString address = QString("podcast://h/%1/0.mp3").arg(number);
         if (Failed(TVEXAPodcastsAlbumArtProvider::GetAlbumArt(address, image.Put()))) return {};
         return {static_cast<const char*>(image->GetData()), static_cast<qsizetype>(image->GetDataSize())};
     }

@@ -40,18 +40,29 @@ public:
     void RemoveExtension(IUnknown*) override { Registered = nullptr; }
 };
 
-class OptionsPageTest : public DialogTest {
+class PageTest : public DialogTest {
+protected:
+    /// Shows a page in the window, as the options dialog does.
+    WindowHandle Show(IVEXAOptionsDialogFrame& page) {
+        Window->show();
+        const WindowHandle handle = page.CreatePage(Window->winId());
+        page.HandleNotification(IVEXAOptionsDialogFrame::Localize);
+        page.HandleNotification(IVEXAOptionsDialogFrame::Load);
+        return handle;
+    }
+
+    std::unique_ptr<QWidget> Window = std::make_unique<QWidget>();
+};
+
+class OptionsPageTest : public PageTest {
 protected:
     OptionsPageTest() {
         Host.PluginCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
         Window->resize(500, 400);
         Outside.setParent(Window.get());
-        Window->show();
-        const WindowHandle page = Frame->CreatePage(Window->winId());
+        const WindowHandle page = Show(*Frame);
         EXPECT_EQ(page, Page().winId());
         Outside.setFocus();
-        for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
-            Frame->HandleNotification(notification);
     }
     QWidget& Page() { return *Window->findChild<QScrollArea*>(); }
     template <class Control>
@@ -61,7 +72,6 @@ protected:
     QString Focused() const { return Window->focusWidget() ? Window->focusWidget()->objectName() : QString(); }
 
     Ref<OptionsDialog> Dialog{new OptionsDialog};
-    std::unique_ptr<QWidget> Window = std::make_unique<QWidget>();
     QLineEdit& Outside = *new QLineEdit;
     std::shared_ptr<TPodcastFindOptions> Finding = std::make_shared<TPodcastFindOptions>();
     Ref<TVEXAPodcastsOptionsFrame> Frame =
@@ -245,36 +255,28 @@ TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
     plugin->Finalize();
 }
 
-}  // namespace
-
-class BackupsPageTest : public DialogTest {};
+class BackupsPageTest : public PageTest {};
 
 TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
     Client = std::make_unique<TPodcastClient>(DatabaseFileName(Profile.Path()));
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = "http://h/a";
-    Client->Subscribe(feed);
+    Subscribe(tests::MakeFeed("http://h/a"));
     const auto frame = NewObject<TVEXAPodcastsBackupsFrame>(
         *Client, TPodcastsBackupsWork{.Run = [&](const auto& work) { work(*Client); }});
-    QWidget window;
-    window.show();
-    frame->CreatePage(window.winId());
-    for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
-        frame->HandleNotification(notification);
-    auto& list = Find<QTreeWidget>(window, "Backups");
-    auto& state = Find<QLabel>(window, "State");
-    auto& restore = Find<QPushButton>(window, "Restore");
-    auto& doNotRestore = Find<QPushButton>(window, "DoNotRestore");
+    Show(*frame);
+    auto& list = Find<QTreeWidget>(*Window, "Backups");
+    auto& state = Find<QLabel>(*Window, "State");
+    auto& restore = Find<QPushButton>(*Window, "Restore");
+    auto& doNotRestore = Find<QPushButton>(*Window, "DoNotRestore");
     const auto says = [&](const QString& words) {
         EXPECT_TRUE(tests::WaitUntil([&] { return state.text().contains(words); }, std::chrono::seconds(5)))
             << state.text().toStdString();
     };
     says("There is no backup yet");
     WriteWhole(Profile.File("Backups"), "in the way");
-    Click(Find<QPushButton>(window, "BackUp"));
+    Click(Find<QPushButton>(*Window, "BackUp"));
     says("cannot create the folder");
     QFile::remove(Profile.File("Backups"));
-    Click(Find<QPushButton>(window, "BackUp"));
+    Click(Find<QPushButton>(*Window, "BackUp"));
     says("Backups take ");
     EXPECT_EQ(list.topLevelItemCount(), 1);
     EXPECT_FALSE(restore.isEnabled());
@@ -292,7 +294,7 @@ TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
     says("when the player starts the next time");
     EXPECT_FALSE(Client->IsSubscribed("http://h/a")) << "not yet";
 
-    Find<QSpinBox>(window, "Limit").setValue(70);
+    Find<QSpinBox>(*Window, "Limit").setValue(70);
     frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
     EXPECT_EQ(Client->Options().BackupSizeLimit, 70);
     Client.reset();
@@ -300,43 +302,32 @@ TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
     EXPECT_TRUE(Client->IsSubscribed("http://h/a"));
 }
 
-class StoragePageTest : public DialogTest {};
+class StoragePageTest : public PageTest {};
 
 TEST_F(StoragePageTest, ShowsWhatFilesTakeAndDeletesWhatWasHeard) {
     // Two podcasts: one has a heard and a new file, and a heard one that is gone; of the other, a file of both is heard
     // in one of its episodes only.
     const auto subscribe = [&](const QString& name, const std::vector<std::pair<QString, int>>& files) {
-        TPodcastFeed feed;
-        feed.Fields[pffURLFeed] = u"http://h/" + name;
+        TPodcastFeed feed = tests::MakeFeed("http://h/" + name, static_cast<int>(files.size()), "http://h/" + name);
         feed.Fields[pffTitle] = name;
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            auto& episode = feed.NewEpisode();
-            episode.Fields[pefGUID] = QString::number(i);
-            episode.Fields[pefURLAudio] = QString(u"http://h/" + name + QString::number(i));
-        }
         Client->Subscribe(feed);
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            const QString key = QString(u"podcast://h/" + name + QString::number(i));
-            const QString file = Profile.File(files[i].first);
-            if (files[i].second > 0) WriteWhole(file, QByteArray(files[i].second, 'x'));
-            Client->DB().SetCachedFile(key, file);
-            if (files[i].first.contains("heard")) Client->UpdateState(key, pesListened);
+        for (int i = 0; const auto& [file, size] : files) {
+            const QString key = QString("podcast://h/%1%2.mp3").arg(name).arg(i++);
+            if (size > 0) WriteWhole(Profile.File(file), QByteArray(size, 'x'));
+            Client->DB().SetCachedFile(key, Profile.File(file));
+            if (file.contains("heard")) Client->UpdateState(key, pesListened);
         }
     };
     subscribe("Fog", {{"heard1", 3000}, {"new", 2000}, {"heard-gone", 0}});
     subscribe("Tides", {{"heard2", 9000}, {"both", 500}, {"both", 500}, {"heard-begun", 100}});
-    Client->SetFilesInUse([] { return QStringList{"podcast://h/Tides3"}; });
-    Client->UpdateState(QString("podcast://h/Tides1"), pesListened);
+    Client->SetFilesInUse([] { return QStringList{"podcast://h/Tides3.mp3"}; });
+    Client->UpdateState(QString("podcast://h/Tides1.mp3"), pesListened);
     const auto frame = NewObject<TVEXAPodcastsStorageFrame>(TPodcastsStorageWork{
         .Run = [&](const auto& work) { work(*Client); },
         .Delete = [](TPodcastClient& client, const QStringList& keys) { client.DeleteCachedEpisodes(keys); }});
-    QWidget window;
-    window.show();
-    frame->CreatePage(window.winId());
-    for (const int notification : {IVEXAOptionsDialogFrame::Localize, IVEXAOptionsDialogFrame::Load})
-        frame->HandleNotification(notification);
-    auto& feeds = Find<QTreeWidget>(window, "Feeds");
-    auto& button = Find<QPushButton>(window, "DeleteHeard");
+    Show(*frame);
+    auto& feeds = Find<QTreeWidget>(*Window, "Feeds");
+    auto& button = Find<QPushButton>(*Window, "DeleteHeard");
     const auto shown = [&] {
         QStringList rows;
         for (int row = 0; row < feeds.topLevelItemCount(); ++row) {
@@ -361,4 +352,5 @@ TEST_F(StoragePageTest, ShowsWhatFilesTakeAndDeletesWhatWasHeard) {
     EXPECT_FALSE(button.isEnabled());
 }
 
+}  // namespace
 }  // namespace podcasts

@@ -1,8 +1,8 @@
 // Smart playlists of the selected node, also with hosts that refuse.
 
 #include "DialogFixture.h"
+#include "Filters.h"
 #include "Podcasts.Plugin.Menus.h"
-#include "Preimages.h"
 
 namespace podcasts {
 
@@ -12,62 +12,52 @@ namespace {
 
 enum class Step { Factory, Preimage, PreimageClass, Filter, Playlist, Properties, Set };
 
-class FilterlessPreimage final : public RefCountedObject<IVEXAMLPlaylistPreimage> {
-    HResult GetFactoryID(IVEXAString**) noexcept override { return E_FAIL; }
-    HResult GetFilter(IVEXAMLDataFilter**) noexcept override { return E_FAIL; }
-};
-
-class OtherPreimage final : public RefCountedObject<IVEXAPlaylistPreimage> {
-    HResult GetFactoryID(IVEXAString**) noexcept override { return E_FAIL; }
-};
-
-/// A playlist without properties.
-class PlainPlaylist final : public RefCountedObject<IVEXAPlaylist> {
-    HResult GetFiles(std::uint32_t, IVEXAObjectList**) noexcept override { return E_FAIL; }
-    HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
-};
-
-/// A playlist whose properties cannot be set.
-class FixedPlaylist final : public Implements<TVEXAPropertyList, IVEXAPlaylist> {
-    HResult GetFiles(std::uint32_t, IVEXAObjectList**) noexcept override { return E_FAIL; }
-    HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
-};
-
-/// A playlist service, with its factory of preimages, that refuses one step.
-class Playlists final : public RefCountedObject<IVEXAServicePlaylistManager2, IVEXAPlaylistPreimageFactory> {
+/// A playlist service, its factory of preimages, a preimage and a playlist in one object, which refuses one step.
+/// Nothing can be set in it.
+class Playlists final : public Implements<TVEXAPropertyList, IVEXAServicePlaylistManager2, IVEXAPlaylistPreimageFactory,
+                                          IVEXAMLPlaylistPreimage, IVEXAPlaylist> {
 public:
     explicit Playlists(Step refused) : FRefused(refused) {}
     int Created = 0;
 
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        if (FRefused == Step::PreimageClass && iid == IVEXAMLPlaylistPreimage::IID) return E_NOINTERFACE;
+        if (FRefused == Step::Properties && iid == IVEXAPropertyList::IID) return E_NOINTERFACE;
+        return Implements::QueryInterface(iid, object);
+    }
     HResult GetActivePlaylist(IVEXAPlaylist**) noexcept override { return E_FAIL; }
     HResult GetPreimageFactoryByID(IVEXAString*, IVEXAPlaylistPreimageFactory** factory) noexcept override {
-        if (FRefused == Step::Factory) return E_FAIL;
-        *factory = Ref<IVEXAPlaylistPreimageFactory>(this).Detach();
-        return S_OK;
+        return Give(Step::Factory, factory);
     }
     HResult CreatePreimage(IVEXAPlaylistPreimage** preimage) noexcept override {
-        if (FRefused == Step::Preimage) return E_FAIL;
-        *preimage = FRefused == Step::PreimageClass ? Ref<IVEXAPlaylistPreimage>(new OtherPreimage).Detach()
-                    : FRefused == Step::Filter      ? Ref<IVEXAPlaylistPreimage>(new FilterlessPreimage).Detach()
-                                               : Ref<IVEXAPlaylistPreimage>(new host::LibraryPreimage("")).Detach();
+        return Give(Step::Preimage, preimage);
+    }
+    HResult GetFactoryID(IVEXAString**) noexcept override { return E_FAIL; }
+    HResult GetFilter(IVEXAMLDataFilter** filter) noexcept override {
+        if (FRefused == Step::Filter) return E_FAIL;
+        *filter = Ref<IVEXAMLDataFilter>(new host::DataFilter).Detach();
         return S_OK;
     }
     HResult CreatePlaylist(IVEXAString*, Bool32, IVEXAPlaylist** playlist) noexcept override {
-        if (FRefused == Step::Playlist) return E_FAIL;
         ++Created;
-        *playlist = FRefused == Step::Properties ? Ref<IVEXAPlaylist>(new PlainPlaylist).Detach()
-                                                 : Ref<IVEXAPlaylist>(NewObject<FixedPlaylist>()).Detach();
-        return S_OK;
+        return Give(Step::Playlist, playlist);
     }
+    HResult GetFiles(std::uint32_t, IVEXAObjectList**) noexcept override { return E_FAIL; }
+    HResult AddFiles(IVEXAObjectList*, std::int32_t) noexcept override { return E_FAIL; }
 
 private:
+    template <class Interface>
+    HResult Give(Step step, Interface** object) {
+        return FRefused == step ? E_FAIL : QueryInterface(Interface::IID, reinterpret_cast<void**>(object));
+    }
+
     const Step FRefused;
 };
 
 class SmartPlaylistTest : public DialogTest {
 protected:
     QString FailureOf(Step refused) {
-        Service = Ref<Playlists>(new Playlists(refused));
+        Service = NewObject<Playlists>(refused);
         Host.PluginCore().AddService<IVEXAServicePlaylistManager2>(QStringLiteral("playlists"), Service);
         return ErrorOf([this] { Command->Execute(nullptr); });
     }
@@ -110,9 +100,7 @@ TEST_F(SmartPlaylistTest, IsMadeOfOneNodeOnly) {
 }
 
 TEST_F(SmartPlaylistTest, CreatingAndUnsubscribingSurviveTheEndOfTheClient) {
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = "http://h/a";
-    Client->Subscribe(feed);
+    Subscribe(tests::MakeFeed("http://h/a"));
     const auto unsubscribe =
         NewObject<TVEXAPodcastsUnsubcribeMenuItem>(*Client, Ref<IVEXAUIMenuItemController>(Controller));
     Selected.FocusIndex = Selected.Add(QStringLiteral("http://h/a"));

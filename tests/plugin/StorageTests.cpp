@@ -72,18 +72,33 @@ protected:
         Host.LoadPlugin(QStringLiteral(PLUGIN));
     }
     void Run(const QString& action) { Host.Menus().Run(*RegisteredItem(u"VEXA.Podcasts.Actions." + action)); }
+    void RefreshAndWait() {
+        Run("RefreshFeeds");
+        EXPECT_TRUE(WaitUntil([&] { return Tasks().empty(); }));
+    }
+    void Select(const QStringList& files) {
+        const auto selection = std::make_shared<host::FixedSelection>();
+        selection->Files = files;
+        selection->Focused = files.at(0);
+        Host.Selection().SetModel(selection);
+    }
     std::vector<host::BackgroundTask> Tasks() { return Host.Library().Tasks(kPodcasts); }
     /// The caption of the first task; empty when there is none.
     QString Caption() {
         const auto tasks = Tasks();
         return tasks.empty() ? QString() : host::ToQString(tasks[0].Caption.Get());
     }
-    QStringList FeedAddresses() {
-        return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLFeed FROM PodcastFeeds");
+    /// How the last refresh of a feed ended; null when none has.
+    Ref<IVEXAMLTaskOutcome> Outcome() {
+        Ref<IVEXAObjectList> outcomes;
+        Library().Subscriptions()->GetOutcomes(IVEXAMLSubscriptionStorage::Refresh, 0, outcomes.Put());
+        Ref<IVEXAMLTaskOutcome> outcome;
+        if (outcomes->GetCount() > 0) outcomes->GetObject(0, IVEXAMLTaskOutcome::IID, outcome.PutVoid());
+        return outcome;
     }
-    QString States() {
-        return PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT State FROM PodcastEpisodes ORDER BY URI").join("");
-    }
+    PlainSqlite Database() const { return PlainSqlite(Profile.File("Podcasts.db")); }
+    QStringList FeedAddresses() { return Database().Rows("SELECT URLFeed FROM PodcastFeeds"); }
+    QString States() { return Database().Rows("SELECT State FROM PodcastEpisodes ORDER BY URI").join(""); }
     QStringList Nodes(const std::vector<QString>& values = {}) {
         const auto storage = Library();
         const host::Tree tree(storage.Presets().at(0).Provider);
@@ -109,23 +124,18 @@ TEST_F(Storage, NodesAndRowsHaveTheirPodcastsLogo) {
     Subscribe("/b", Feed("B", 1));
     const auto pictures = Library().Offered<IVEXAMLNodeImage>();
     ASSERT_TRUE(pictures);
-    const auto ask = [&](const char* field, const QString& text, auto operation) {
+    const auto version = [&](const char* field, const QString& text) {
         const Variant value = host::ToVariant(host::PropertyValue(text));
-        return operation(host::MakeString(field), &value);
+        Ref<IVEXAString> found;
+        const HResult result = pictures->GetVersion(host::MakeString(field).Get(), &value, found.Put());
+        return result == S_OK ? host::ToQString(found.Get()) : "none";
     };
-    const auto version = [&](const char* field, const QString& value) {
-        return ask(field, value, [&](auto name, const Variant* each) {
-            Ref<IVEXAString> text;
-            return pictures->GetVersion(name.Get(), each, text.Put()) == S_OK ? host::ToQString(text.Get()) : "none";
-        });
-    };
-    const auto hasImage = [&](const char* field, const QString& value, std::uint32_t flags) {
-        return ask(field, value, [&](auto name, const Variant* each) {
-            Ref<IVEXAImageContainer> picture;
-            const HResult result = pictures->GetImage(name.Get(), each, flags, picture.Put());
-            EXPECT_EQ(result, picture ? S_OK : E_FAIL);
-            return static_cast<bool>(picture);
-        });
+    const auto hasImage = [&](const char* field, const QString& text, std::uint32_t flags) {
+        const Variant value = host::ToVariant(host::PropertyValue(text));
+        Ref<IVEXAImageContainer> picture;
+        const HResult result = pictures->GetImage(host::MakeString(field).Get(), &value, flags, picture.Put());
+        EXPECT_EQ(result, picture ? S_OK : E_FAIL);
+        return static_cast<bool>(picture);
     };
     const QString a = "04" + Server.Url("/a"), b = "04" + Server.Url("/b");
     EXPECT_EQ(version("Node", a), "none");
@@ -141,7 +151,7 @@ TEST_F(Storage, NodesAndRowsHaveTheirPodcastsLogo) {
         EXPECT_EQ(version(field, value), "none") << field << ' ' << value.toStdString();
         EXPECT_FALSE(hasImage(field, value, 0)) << field << ' ' << value.toStdString();
     }
-    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastFeedLogos SET Data = Data || x'00'");
+    Database().Run("UPDATE PodcastFeedLogos SET Data = Data || x'00'");
     EXPECT_NE(version("Node", a), first);
 }
 
@@ -150,7 +160,7 @@ TEST_F(Storage, TheTreeFollowsTheDatabase) {
     EXPECT_EQ(Nodes({"01"}), QStringList());
     Subscribe("/b", Feed("(3) News", 2));
     Subscribe("/a", Feed("Äpfel", 1));
-    PlainSqlite(Profile.File("Podcasts.db")).Run("UPDATE PodcastEpisodes SET State = 2 WHERE URI LIKE '%News1.mp3'");
+    Database().Run("UPDATE PodcastEpisodes SET State = 2 WHERE URI LIKE '%News1.mp3'");
     EXPECT_EQ(Nodes(), QStringList({"New (2)/3/4", "Postponed (1)/3/5", "Subscriptions/3/0"}));
     EXPECT_EQ(Nodes({"01"}), QStringList({"(3) News/2/3", "Äpfel/2/3"}));
     EXPECT_EQ(Nodes({"032"}), QStringList({"(1) (3) News/0/3"}));
@@ -189,7 +199,7 @@ TEST_F(Storage, APageShowsWhatAnotherProcessHasWritten) {
     const QStringList before{"A 19: 1", "A 2: 1", "A 20: 1", "A 21: 1"};
     EXPECT_EQ(page(), before);
     EXPECT_EQ(page(), before);
-    PlainSqlite other(Profile.File("Podcasts.db"));
+    PlainSqlite other = Database();
     other.Run("UPDATE PodcastEpisodes SET State = 0 WHERE GUID = '22'");
     other.Run("DELETE FROM PodcastEpisodes WHERE GUID IN ('1', '10')");
     EXPECT_EQ(page(), QStringList({"A 20: 1", "A 21: 1", "A 22: 0", "A 23: 1"}));
@@ -220,7 +230,7 @@ TEST_F(Storage, ThePlayingEpisodeIsMarkedAsListenedUnlessThatIsOff) {
 
 TEST_F(Storage, MarkingThePlayingEpisodeWaitsForAnotherProgramWithoutBlocking) {
     Subscribe("/a", Feed("A", 2));
-    PlainSqlite other(Profile.File("Podcasts.db"));
+    PlainSqlite other = Database();
     // The other program keeps the lock longer than a connection waits for it.
     std::atomic<bool> isLocked{true};
     other.Run("BEGIN IMMEDIATE");
@@ -243,81 +253,79 @@ TEST_F(Storage, APodcastsNodeHasItsOwnOptionsAndFilesInUseStay) {
     Subscribe("/a", Feed("A", 1, audio));
     const auto options = Library().Offered<IVEXAMLNodeOptions>();
     ASSERT_TRUE(options);
+    const QString node = "04" + Server.Url("/a"), played = Server.Url("/A1.mp3").replace("http:", "podcast:");
     // "result field value"
-    const auto present = [&](const QString& field, const QString& value) {
+    const auto present = [&](const QString& field, const QString& text) {
         const auto name = host::MakeString(field);
-        Variant node = host::ToVariant(host::PropertyValue(value));
-        const HResult result = options->GetPresentNode(name.Get(), &node);
-        return QString(QString("%1 %2 ").arg(result).arg(host::ToQString(name.Get())) +
-                       host::ToText(host::FromVariant(node)));
+        Variant value = host::ToVariant(host::PropertyValue(text));
+        const HResult result = options->GetPresentNode(name.Get(), &value);
+        return QString("%1 %2 %3")
+            .arg(QString::number(result), host::ToQString(name.Get()), host::ToText(host::FromVariant(value)));
     };
-    const QString node = present("FileName", "podcast://" + Server.Url("/A1.mp3").section("//", 1)).section(' ', 2);
-    const QString field = present("FileName", "podcast://" + Server.Url("/A1.mp3").section("//", 1)).section(' ', 1, 1);
-    EXPECT_EQ(present(field, node), "1 " + field + ' ' + node);
+    EXPECT_EQ(present("FileName", played), "0 Node " + node);
+    EXPECT_EQ(present("Node", node), "1 Node " + node);
     EXPECT_EQ(present("FileName", "podcast://h/unknown.mp3"), "-2147467259 FileName podcast://h/unknown.mp3");
     const auto shown = [&] {
         QStringList texts;
         Ref<IVEXAObjectList> list;
         const Variant value = host::ToVariant(host::PropertyValue(node));
-        if (options->GetOptions(host::MakeString(field).Get(), &value, list.Put()) != S_OK) return QString("none");
+        if (options->GetOptions(host::MakeString("Node").Get(), &value, list.Put()) != S_OK) return QString("none");
         for (std::int32_t i = 0; i < list->GetCount(); ++i) {
             Ref<IVEXAMLOption> option;
             list->GetObject(i, IVEXAMLOption::IID, option.PutVoid());
-            texts += host::TextOf(option.Get(), IVEXAMLOption::ID).left(6) + ' ' +
-                     QString::number(host::NumberOf(option.Get(), IVEXAMLOption::Kind)) + ' ' +
-                     QString::number(host::NumberOf(option.Get(), IVEXAMLOption::Value)) + ' ' +
-                     host::TextOf(option.Get(), IVEXAMLOption::General);
+            texts += QString("%1 %2 %3 %4")
+                         .arg(host::TextOf(option.Get(), IVEXAMLOption::ID).left(6))
+                         .arg(host::NumberOf(option.Get(), IVEXAMLOption::Kind))
+                         .arg(host::NumberOf(option.Get(), IVEXAMLOption::Value))
+                         .arg(host::TextOf(option.Get(), IVEXAMLOption::General));
         }
         return texts.join('|');
     };
-    const auto set = [&](const QString& id, int number) {
+    EXPECT_EQ(shown(), "Downlo 2 0 off|KeepFi 1 0 |Delete 1 0 |ShowNo 2 0 on");
+    for (const auto& [id, number, result] : {std::tuple("KeepFiles", 1, S_OK),
+                                             {"DownloadNewEpisodesAutomatically", 1, S_OK},
+                                             {"ShowNotifications", 2, S_OK},
+                                             {"KeepFiles", -1, E_INVALIDARG},
+                                             {"ShowNotifications", 3, E_INVALIDARG},
+                                             {"Other", 1, E_INVALIDARG}}) {
         const Variant value = host::ToVariant(host::PropertyValue(node));
         const Variant wanted = host::ToVariant(host::PropertyValue(number));
-        return options->SetOption(host::MakeString(field).Get(), &value, host::MakeString(id).Get(), &wanted);
-    };
-    EXPECT_EQ(shown(), "Downlo 2 0 off|KeepFi 1 0 |Delete 1 0 |ShowNo 2 0 on");
-    EXPECT_EQ(set("KeepFiles", 1), S_OK);
-    EXPECT_EQ(set("DownloadNewEpisodesAutomatically", 1), S_OK);
-    EXPECT_EQ(set("ShowNotifications", 2), S_OK);
-    EXPECT_EQ(set("KeepFiles", -1), E_INVALIDARG);
-    EXPECT_EQ(set("ShowNotifications", 3), E_INVALIDARG);
-    EXPECT_EQ(set("Other", 1), E_INVALIDARG);
+        EXPECT_EQ(options->SetOption(host::MakeString("Node").Get(), &value, host::MakeString(id).Get(), &wanted),
+                  result)
+            << id << ' ' << number;
+    }
     EXPECT_EQ(shown(), "Downlo 2 1 off|KeepFi 1 1 |Delete 1 0 |ShowNo 2 2 on");
 
     // The newer file takes the place of the older one, unless the player uses that.
-    const auto refresh = [&] {
-        Run("RefreshFeeds");
-        EXPECT_TRUE(WaitUntil([&] { return Tasks().empty(); }));
-    };
     const QString older = Profile.File("A1.mp3"), newer = Profile.File("A2.mp3");
-    refresh();
+    RefreshAndWait();
     ASSERT_TRUE(WaitUntil([&] { return QFile::exists(older) && Tasks().empty(); }));
     HResult answer = S_OK;
-    QStringList used{"podcast://" + Server.Url("/A1.mp3").section("//", 1)};
+    QStringList used{played};
     Host.Messages().Handle(kMsgGetFilesInUse, [&](std::int32_t, void* names) {
         for (const QString& name : used) static_cast<IVEXAObjectList*>(names)->Add(host::MakeString(name).Get());
         return answer;
     });
     Server.Serve("/a", Response::Of(Feed("A", 2, audio)));
-    refresh();
+    RefreshAndWait();
     ASSERT_TRUE(WaitUntil([&] { return QFile::exists(newer) && Tasks().empty(); }));
     EXPECT_TRUE(Desktop::Shown.empty()) << "this podcast is not announced";
     EXPECT_TRUE(QFile::exists(older)) << "it plays";
     used.clear();
     answer = E_FAIL;
-    refresh();
+    RefreshAndWait();
     EXPECT_TRUE(QFile::exists(older)) << "the player does not know";
     answer = S_OK;
-    refresh();
+    RefreshAndWait();
     EXPECT_FALSE(QFile::exists(older));
     EXPECT_TRUE(QFile::exists(newer));
 
     // A moved podcast keeps its options, and its node is found by the former pair.
     Server.Serve("/a", Response::Redirect(Server.Url("/moved").toUtf8(), "301 Moved Permanently"));
     Server.Serve("/moved", Response::Of(Feed("A", 2, audio)));
-    refresh();
+    RefreshAndWait();
     ASSERT_EQ(FeedAddresses(), QStringList(Server.Url("/moved")));
-    EXPECT_EQ(present(field, node), "0 " + field + ' ' + QString(node).replace("/a", "/moved"));
+    EXPECT_EQ(present("Node", node), "0 Node 04" + Server.Url("/moved"));
     EXPECT_EQ(shown(), "Downlo 2 1 off|KeepFi 1 1 |Delete 1 0 |ShowNo 2 2 on");
 }
 
@@ -369,28 +377,15 @@ TEST_F(Storage, ARefreshIsShownAsATaskAndNewEpisodesAsANotification) {
     Ref<IVEXAFileInfo> playing;
     EXPECT_TRUE(WaitUntil([&] { return Host.Player().GetInfo(playing.Put()) == S_OK; }));
     EXPECT_EQ(host::TextOf(playing.Get(), IVEXAFileInfo::FileName), "podcast://h/A7.mp3");
-
-    Ref<IVEXAObjectList> outcomes;
-    ASSERT_EQ(Library().Subscriptions()->GetOutcomes(2, 0, outcomes.Put()), S_OK);
-    Ref<IVEXAMLTaskOutcome> outcome;
-    ASSERT_EQ(outcomes->GetObject(0, IVEXAMLTaskOutcome::IID, outcome.PutVoid()), S_OK);
-    std::int32_t count = 0;
-    outcome->GetValueAsInt32(IVEXAMLTaskOutcome::NewCount, &count);
-    EXPECT_EQ(count, 1);
+    EXPECT_EQ(host::NumberOf(Outcome().Get(), IVEXAMLTaskOutcome::NewCount), 1);
 }
 
 TEST_F(Storage, SaysInTheChosenLanguageWhyAFeedOrAListCannotBeRead) {
     Subscribe("/a", Feed("A", 1));
     Server.Serve("/a", Response::Failure("404 Not Found"));
-    Host.Menus().Run(*Host.Menus().Find("VEXA.Podcasts.Actions.RefreshFeeds"));
-    const auto reason = [this] {
-        Ref<IVEXAObjectList> outcomes;
-        Library().Subscriptions()->GetOutcomes(IVEXAMLSubscriptionStorage::Refresh, 0, outcomes.Put());
-        Ref<IVEXAMLTaskOutcome> outcome;
-        if (outcomes->GetCount() > 0) outcomes->GetObject(0, IVEXAMLTaskOutcome::IID, outcome.PutVoid());
-        return outcome ? host::TextOf(outcome.Get(), IVEXAMLTaskOutcome::Error) : QString();
-    };
-    EXPECT_TRUE(WaitUntil([&] { return reason() == "the server answered 404 Not Found"; }));
+    RefreshAndWait();
+    const auto reason = [this] { return host::TextOf(Outcome().Get(), IVEXAMLTaskOutcome::Error); };
+    EXPECT_EQ(reason(), "the server answered 404 Not Found");
     ASSERT_TRUE(Host.ChooseLanguage("German"));
     EXPECT_EQ(reason(), u"der Server antwortete mit 404 (nicht gefunden)");
 
@@ -406,11 +401,7 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     const QByteArray audio(200'000, 'x');
     Subscribe("/a", Feed("A", 1, Server.Url("/").toUtf8()));
     Server.Serve("/A1.mp3", Response::Of(audio, "audio/mpeg").With(Fault::Wait, 100'000));
-    const QString key = PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URI FROM PodcastEpisodes").value(0);
-    const auto selection = std::make_shared<host::FixedSelection>();
-    selection->Files = {key};
-    selection->Focused = key;
-    Host.Selection().SetModel(selection);
+    Select(Database().Rows("SELECT URI FROM PodcastEpisodes"));
     Run("CachedFilesControl");
     const auto waitFor = [&](const QString& text) {
         EXPECT_TRUE(WaitUntil([&] { return Caption().contains(text); }))
@@ -427,8 +418,7 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
     EXPECT_EQ(QStringLiteral("%1/%2 %3").arg(progress->Item).arg(progress->Count).arg(progress->Share), u"1/1 0.5");
     cancel();
     EXPECT_EQ(Caption(), "") << "a task is left";
-    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT URLAudioCached FROM PodcastEpisodes"),
-              QStringList(""));
+    EXPECT_EQ(Database().Rows("SELECT URLAudioCached FROM PodcastEpisodes"), QStringList(""));
     // A download whose size the server does not tell.
     Server.Serve("/A1.mp3",
                  Response{"HTTP/1.1 200 OK\r\nContent-Type: audio/mpeg\r\n\r\n", audio}.With(Fault::Wait, 102'400));
@@ -444,18 +434,18 @@ TEST_F(Storage, ADownloadShowsItsProgressAndCanBeCancelled) {
 
 TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
     const QByteArray audio = Server.Url("/").toUtf8();
+    QStringList files;
     for (const char* title : {"A", "B", "C"}) {
-        Subscribe(QString("/%1").arg(title), Feed(title, 60, audio));
-        Server.Serve(QString("/%1").arg(title), Response::Of(Feed(title, 80, audio)));
-        for (int i = 1; i <= 5; ++i)
-            Server.Serve(QString("/%1%2.mp3").arg(title).arg(i), Response::Of(QByteArray(50'000, 'x'), "audio/mpeg"));
+        const QString path = QString("/%1").arg(title);
+        Subscribe(path, Feed(title, 60, audio));
+        Server.Serve(path, Response::Of(Feed(title, 80, audio)));
+        for (int i = 1; i <= 5; ++i) {
+            const QString file = path + QString::number(i) + ".mp3";
+            Server.Serve(file, Response::Of(QByteArray(50'000, 'x'), "audio/mpeg"));
+            files += Server.Url(file).replace("http://", "podcast://");
+        }
     }
-    const auto selection = std::make_shared<host::FixedSelection>();
-    for (const char* title : {"A", "B", "C"})
-        for (int i = 1; i <= 5; ++i)
-            selection->Files += Server.Url(QString("/%1%2.mp3").arg(title).arg(i)).replace("http://", "podcast://");
-    selection->Focused = selection->Files[0];
-    Host.Selection().SetModel(selection);
+    Select(files);
     Run("CachedFilesControl");
     Run("RefreshFeeds");
     const auto storage = Library();
@@ -472,9 +462,7 @@ TEST_F(Storage, PagesNodesRefreshAndDownloadWorkConcurrently) {
         return Tasks().empty();
     }));
     EXPECT_EQ(reader.CountNow({.Fields = {"Title"}}).Count, 240);
-    EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db"))
-                  .Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URLAudioCached <> ''"),
-              QStringList("15"));
+    EXPECT_EQ(Database().Rows("SELECT Count(*) FROM PodcastEpisodes WHERE URLAudioCached <> ''"), QStringList("15"));
 }
 
 TEST_F(Storage, CanEndWhileATaskReports) {
