@@ -115,19 +115,15 @@ protected:
         Options.Secret = "secret";
     }
     /// Searches, and returns "directory: error" for each that failed.
-    QStringList Search(const QString& words = "a b+c/&", int limit = 20) {
+    QStringList Search(const QString& words = "a b+c/&") {
         QStringList failed;
         bool isCompleted = false;
-        Finder.Find(words, limit, Options,
-                    {.Found = [&](std::size_t row) { Told += QString::number(row); },
-                     .DirectoryDone =
-                         [&](const TPodcastDirectoryOutcome& outcome) {
-                             if (outcome.RestsUntil.isValid()) Rests[outcome.Directory] = outcome.RestsUntil;
-                             if (outcome.Error)
-                                 failed += QLatin1String(PodcastDirectories()[outcome.Directory].ID) + u": "_s +
-                                           outcome.Error.English();
-                         },
-                     .Completed = [&] { isCompleted = true; }});
+        const auto note = [&](const TPodcastDirectoryOutcome& outcome) {
+            if (outcome.RestsUntil.isValid()) Rests[outcome.Directory] = outcome.RestsUntil;
+            const QLatin1String directory(PodcastDirectories()[outcome.Directory].ID);
+            if (outcome.Error) failed += directory + u": "_s + outcome.Error.English();
+        };
+        Finder.Find(words, 20, Options, {.Found = {}, .DirectoryDone = note, .Completed = [&] { isCompleted = true; }});
         EXPECT_TRUE(tests::WaitUntil([&] { return isCompleted; }));
         failed.sort();
         return failed;
@@ -152,7 +148,6 @@ protected:
                           },
                           [this] { return Now; }};
     TPodcastFindOptions Options;
-    QStringList Told;
     std::map<std::size_t, QDateTime> Rests;
 };
 
@@ -169,16 +164,17 @@ TEST_F(Finding, UnitesWhatTheDirectoriesKnowOfOneFeedAndKnowsSubscriptions) {
     Server.Serve(kIndexPath, Json(R"({"feeds":[{"url":"http://h.org/a/","title":"Other","author":"Ann",
         "episodeCount":2}]})")
                                  .With(Fault::Wait, 0));
-    TPodcastFinder::Events events;
+    QStringList told;
     int done = 0;
-    events.Found = [&](std::size_t row) { Told += QString::number(row); };
-    events.DirectoryDone = [&](auto&) { ++done; };
-    Finder.Find("a b+c/&", 20, Options, std::move(events));
+    Finder.Find("a b+c/&", 20, Options,
+                {.Found = [&](std::size_t row) { told += QString::number(row); },
+                 .DirectoryDone = [&](auto&) { ++done; },
+                 .Completed = {}});
     ASSERT_TRUE(tests::WaitUntil([&] { return done == 1; })) << "the store's podcasts do not wait for the others";
-    EXPECT_EQ(Told.join(' '), "0 1");
+    EXPECT_EQ(told.join(' '), "0 1");
     Server.Release(kIndexPath);
     ASSERT_TRUE(tests::WaitUntil([&] { return done == 2; }));
-    EXPECT_EQ(Told.join(' '), "0 1 0");
+    EXPECT_EQ(told.join(' '), "0 1 0");
     Server.Release(kGpodderPath);
     ASSERT_TRUE(tests::WaitUntil([&] { return !Finder.IsRunning(); }));
     QStringList rows;
