@@ -107,19 +107,6 @@ TEST_F(ClientRefresh, MovesASpareFileOfAnEpisodeThatWasStoredTwiceToTheTrash) {
     EXPECT_FALSE(QFile::exists(older));
 }
 
-TEST_F(ClientRefresh, AMarkByAnAddressThatIsChangingReachesItsEpisode) {
-    Subscribe("a", {{"1", "/1.mp3?t=0"}});
-    for (int round = 1; round <= 20; ++round) {
-        Server.Serve("/a", Document("a", {{"1", QString("/1.mp3?t=%1").arg(round)}}));
-        Client->RefreshFeeds({Server.Url("/a")});
-        const auto state = round % 2 == 0 ? pesListened : pesPostponed;
-        Client->UpdateState(Key(QString("/1.mp3?t=%1").arg(round - 1)), state);
-        ASSERT_TRUE(WaitForTasks());
-        EXPECT_EQ(Episode(QString("/1.mp3?t=%1").arg(round)).State, state) << round;
-    }
-    EXPECT_EQ(EpisodeCount("/a"), 1);
-}
-
 TEST_F(ClientRefresh, AnnouncesAnEpisodeOnceItCanBePlayed) {
     Subscribe("a", {});
     const QString feed = "<rss version='2.0'><channel><item><guid>1</guid>%1</item></channel></rss>";

@@ -1,5 +1,5 @@
-// The libraries of other programs. The first database is what gPodder 3.11 wrote: two feeds, of which it downloaded
-// three episodes and deleted one of these, without the columns' defaults; positions as its window stores them.
+// The libraries of other programs. The first database is what gPodder 3.11 wrote, as far as it is read: two feeds, of
+// which it downloaded three episodes and deleted one of these; positions as its window stores them.
 
 #include "PlainSqlite.h"
 #include "Podcasts.Core.ForeignLibraries.h"
@@ -18,30 +18,21 @@ using namespace Qt::StringLiterals;
 
 constexpr char kGpodder[] = R"(
 CREATE TABLE podcast (id INTEGER PRIMARY KEY, title TEXT, url TEXT, link TEXT, description TEXT, cover_url TEXT,
-    auth_username TEXT, auth_password TEXT, http_last_modified TEXT, http_etag TEXT, auto_archive_episodes INTEGER,
-    download_folder TEXT, pause_subscription INTEGER, section TEXT, payment_url TEXT, download_strategy INTEGER,
-    sync_to_mp3_player INTEGER, cover_thumb BLOB);
+    auth_username TEXT, auth_password TEXT, download_folder TEXT, pause_subscription INTEGER, section TEXT);
 CREATE TABLE episode (id INTEGER PRIMARY KEY, podcast_id INTEGER, title TEXT, description TEXT, url TEXT,
-    published INTEGER, guid TEXT, link TEXT, file_size INTEGER, mime_type TEXT, state INTEGER, is_new INTEGER,
-    archive INTEGER, download_filename TEXT, total_time INTEGER, current_position INTEGER,
-    current_position_updated INTEGER, last_playback INTEGER, payment_url TEXT, description_html TEXT,
-    episode_art_url TEXT, chapters TEXT);
+    published INTEGER, guid TEXT, state INTEGER, is_new INTEGER, archive INTEGER, download_filename TEXT,
+    total_time INTEGER, current_position INTEGER, current_position_updated INTEGER, description_html TEXT);
 CREATE TABLE version (version integer);
 INSERT INTO version VALUES(8);
-INSERT INTO podcast VALUES(1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,NULL,NULL,0,
-    'Show One',0,'Audio',NULL,0,1,NULL);
-INSERT INTO podcast VALUES(2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,NULL,NULL,0,
-    'Show Two',0,'Audio',NULL,0,1,NULL);
-INSERT INTO episode VALUES(1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4','http://h/4',1000,'audio/mpeg',1,
-    1,0,'One-4.mp3',90,0,0,0,NULL,'<p>Notes <b>4</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2','http://h/2',1000,'audio/mpeg',2,
-    1,0,'One-2.mp3',90,0,0,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(4,1,'One part 1','Plain notes','http://h/One-1.mp3',1704103200,'One-1','http://h/1',1000,
-    'audio/mpeg',1,0,1,'One-1.mp3',90,30,1704500000,1704500000,NULL,'',NULL,NULL);
-INSERT INTO episode VALUES(6,2,'Two part 3','','http://h/Two-3.mp3',1704276000,'Two-3','http://h/3',1000,'audio/mpeg',0,
-    0,0,NULL,90,90,1704400000,0,NULL,'<p>Notes <b>3</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(7,2,'Two part 2','','http://h/Two-2.mp3',1704189600,'Two-2','http://h/2',1000,'audio/mpeg',0,
-    1,0,NULL,90,10,1704600000,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
+INSERT INTO podcast VALUES
+    (1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,'Show One',0,'Audio'),
+    (2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,'Show Two',0,'Audio');
+INSERT INTO episode VALUES
+    (1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4',1,1,0,'One-4.mp3',90,0,0,'<p>Notes <b>4</b></p>'),
+    (3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2',2,1,0,'One-2.mp3',90,0,0,'<p>Notes <b>2</b></p>'),
+    (4,1,'One part 1','Plain notes','http://h/One-1.mp3',1704103200,'One-1',1,0,1,'One-1.mp3',90,30,1704500000,''),
+    (6,2,'Two part 3','','http://h/Two-3.mp3',1704276000,'Two-3',0,0,0,NULL,90,90,1704400000,'<p>Notes <b>3</b></p>'),
+    (7,2,'Two part 2','','http://h/Two-2.mp3',1704189600,'Two-2',0,1,0,NULL,90,10,1704600000,'<p>Notes <b>2</b></p>');
 )";
 
 constexpr char kAntennaPod[] = R"(
