@@ -3,7 +3,6 @@
 #include "ClientTests.h"
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Restoring.h"
-#include "VEXA.Runtime.Profile.h"
 
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -11,7 +10,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <numeric>
 
 namespace {
 int CallsLeft = 0;  // until this process kills itself; 0: it does not

@@ -3,7 +3,6 @@
 #include "ClientTests.h"
 
 #include <array>
-#include <cstring>
 #include <iostream>
 #include <random>
 
