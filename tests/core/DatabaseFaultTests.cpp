@@ -135,9 +135,8 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
     Keep();
     publish(60, "new");
     const QString sums =
-        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), "
-        "Sum(GUID * (State = 0)), Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM "
-        "PodcastEpisodes";
+        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), Sum(GUID * "
+        "(State = 0)), Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
     const QString before = "30|0|30|1|2|0|0", after = "60|60|60|1|2|58|30";
     FailingFiles files;
     int accesses = 0, failures = 0;

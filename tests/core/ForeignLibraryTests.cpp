@@ -73,9 +73,9 @@ protected:
                 [] { return false; });
         }
         return PlainSqlite(name).Rows(
-            "SELECT PodcastFeeds.Name, URLFeed, GUID, Title, PodcastEpisodes.Description, URI, PublishDate, Duration, "
-            "State, URLAudioCached FROM PodcastEpisodes JOIN PodcastFeeds USING (FeedID) ORDER BY "
-            "PodcastEpisodes.rowid");
+            "SELECT Name, URLFeed, GUID, Title, Episodes.Description, URI, PublishDate, Duration, State, "
+            "URLAudioCached "
+            "FROM PodcastEpisodes Episodes JOIN PodcastFeeds USING (FeedID) ORDER BY Episodes.rowid");
     }
     static QString Positions(const TPodcastForeignLibrary& library) {
         QString text;

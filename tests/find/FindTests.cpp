@@ -24,14 +24,8 @@ constexpr std::size_t kStore = 0, kGpodder = 1, kIndex = 2;  // numbers of direc
 
 QString Described(const TPodcastFindRow& row) {
     const QString date = row.Newest.isValid() ? row.Newest.toString(Qt::ISODate) : u"-"_s;
-    return QStringList{row.Address,
-                       row.Title,
-                       row.Author,
-                       row.Description,
-                       row.Picture.isEmpty() ? u"-"_s : row.Picture,
-                       QString::number(row.EpisodeCount),
-                       date}
-        .join('|');
+    const QString picture = row.Picture.isEmpty() ? u"-"_s : row.Picture, count = QString::number(row.EpisodeCount);
+    return QStringList{row.Address, row.Title, row.Author, row.Description, picture, count, date}.join('|');
 }
 
 QString Read(std::size_t directory, const QByteArray& answer, const QString& type = {}) {
@@ -161,9 +155,9 @@ TEST_F(Finding, UnitesWhatTheDirectoriesKnowOfOneFeedAndKnowsSubscriptions) {
         {"feedUrl":"http://www.h.org/present","collectionName":"P"}]})"));
     Server.Serve(kGpodderPath,
                  Listing({"http://h.org/g", "http://h.org/old/", "http://h.org/g/"}).With(Fault::Wait, 0));
-    Server.Serve(kIndexPath, Json(R"({"feeds":[{"url":"http://h.org/a/","title":"Other","author":"Ann",
-        "episodeCount":2}]})")
-                                 .With(Fault::Wait, 0));
+    const Response other =
+        Json(R"({"feeds":[{"url":"http://h.org/a/","title":"Other","author":"Ann","episodeCount":2}]})");
+    Server.Serve(kIndexPath, other.With(Fault::Wait, 0));
     QStringList told;
     int done = 0;
     Finder.Find("a b+c/&", 20, Options,
