@@ -5,8 +5,8 @@
 namespace {
 
 TEST_F(Program, AProfileIsBackedUpListedAndRestored) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 3) + ' ' + WriteFeed(server, "Other", 1)).Status, 0);
+    Subscribe("Show", 3);
+    Subscribe("Other", 1);
     ASSERT_TRUE(Run("backup").Out.startsWith("backed up to " + Profile.Path() + "/Backups/2"));
     const QString line = Run("backup --list").Out;
     const QString date = line.left(19), file = Files.File("mine");
@@ -38,33 +38,27 @@ TEST_F(Program, AProfileIsBackedUpListedAndRestored) {
 }
 
 TEST_F(Program, ADamagedDatabaseIsFoundAndRepaired) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 60)).Status, 0);
+    Subscribe("Show", 60);
     EXPECT_EQ(Run("check").Out, "the database is sound\n");
     ASSERT_EQ(Run("backup").Status, 0);
     ASSERT_EQ(Run("mark listened " + Keys("--limit 5").join(' ')).Status, 0);
-    const QString file = Profile.File("Podcasts.db"), page = Rows(
-                                                                 "SELECT rootpage FROM sqlite_master WHERE name = "
-                                                                 "'PodcastEpisodesByDate'")
-                                                                 .value(0);
+    const QString file = Profile.File("Podcasts.db");
+    const QStringList page = Rows("SELECT rootpage - 1 FROM sqlite_master WHERE name = 'PodcastEpisodesByDate'");
     QByteArray bytes = ReadWhole(file);
-    bytes.replace((page.toInt() - 1) * 8192, 8192, QByteArray(8192, 'x'));
+    bytes.replace(page[0].toInt() * 8192, 8192, QByteArray(8192, 'x'));
     WriteWhole(file, bytes);
     ExpectFailure("check", {"podcasts check --repair"});
-    const Result repaired = Run("check --repair");
-    EXPECT_TRUE(
-        repaired.Out.startsWith("repaired: 1 podcasts, 60 episodes, 60 of them read from the damaged database\n"))
-        << repaired.Out.toStdString() << repaired.Error.toStdString();
+    EXPECT_EQ(Run("check --repair").Out.section('\n', 0, 0),
+              "repaired: 1 podcasts, 60 episodes, 60 of them read from the damaged database");
     EXPECT_EQ(Run("check").Status, 0);
     EXPECT_EQ(Keys("--state listened").size(), 5) << "marked after the backup";
     EXPECT_EQ(Run("check --repair").Out, "there is nothing to repair\n");
 }
 
 TEST_F(Program, WithoutItsBackupAnActionNeedsAWord) {
-    const FolderServer server;
     QString ids;
     for (int i = 1; i <= 11; ++i) {
-        ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show" + QString::number(i), 1)).Status, 0);
+        Subscribe("Show" + QString::number(i), 1);
         ids += ' ' + QString::number(i);
     }
     WriteWhole(Profile.File("Backups"), "in the way");
@@ -73,11 +67,11 @@ TEST_F(Program, WithoutItsBackupAnActionNeedsAWord) {
     EXPECT_EQ(Run("unsubscribe 11").Status, 0);
     EXPECT_EQ(Run("unsubscribe" + ids.section(' ', 0, 10)).Status, 0) << "ten are not too many";
     // The same before an upgrade.
-    PlainSqlite(Profile.File("Podcasts.db")).Run("DROP INDEX PodcastEpisodesByDate");
+    Rows("DROP INDEX PodcastEpisodesByDate");
     ExpectFailure("feeds", {"no backup could be made first"});
     EXPECT_EQ(Run("feeds --without-backup").Status, 0);
     QFile::remove(Profile.File("Backups"));
-    PlainSqlite(Profile.File("Podcasts.db")).Run("DROP INDEX PodcastEpisodesByDate");
+    Rows("DROP INDEX PodcastEpisodesByDate");
     EXPECT_EQ(Run("feeds").Status, 0);
     EXPECT_EQ(Run("backup --list").Out.count('\n'), 1);
 }

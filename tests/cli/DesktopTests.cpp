@@ -75,16 +75,12 @@ TEST_F(Desktop, CompletionOffersEveryCommandAndOptionAndNoOther) {
 }
 
 TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "Show", 2)).Status, 0);
+    Subscribe("Show", 2);
     QStringList keys = Keys(), tails;
     keys.sort();
     for (const QString& key : keys) tails += key.section(':', 1);
     const QStringList states{"listened", "new", "postponed"};
-    const struct {
-        QString Line;
-        QStringList Offers;
-    } cases[] = {
+    const std::pair<QString, QStringList> cases[] = {
         {"refresh ", {"1"}},
         {"refresh 1 ", {"1"}},
         {"set-address 1 ", {}},

@@ -22,20 +22,17 @@ protected:
     }
     /// Everything stored that the commands below may change.
     QStringList Stored() {
-        QStringList stored = PlainSqlite(Profile.File("Podcasts.db"))
-                                 .Rows("SELECT GUID, State, URLAudioCached <> '' FROM PodcastEpisodes ORDER BY rowid");
-        return stored << Run("options").Out;
+        return Rows("SELECT GUID, State, URLAudioCached <> '' FROM PodcastEpisodes ORDER BY rowid")
+               << Run("options").Out;
     }
 };
 
 TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
     if (!tests::kCanLimitFileSize) GTEST_SKIP();
-    const FolderServer server;
-    const QString address = WriteFeed(server, "A", 40), other = WriteFeed(server, "B", 30);
-    ASSERT_EQ(Run("subscribe " + address).Status, 0);
+    const QString address = Subscribe("A", 40), other = Publish("B", 30);
     const QStringList keys = Keys();
     ASSERT_EQ(Run("mark postponed " + keys[0]).Status + Run("download " + keys[1]).Status, 0);
-    WriteFeed(server, "A", 300, 200'000);
+    Publish("A", 300, 200'000);
     const QString commands[] = {"refresh",
                                 "subscribe " + other,
                                 "mark listened " + keys.join(' '),
@@ -64,8 +61,7 @@ TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
 }
 
 TEST_F(Disk, EveryCommandReportsAProfileThatCannotBeWritten) {
-    const FolderServer server;
-    ASSERT_EQ(Run("subscribe " + WriteFeed(server, "A", 3)).Status, 0);
+    Subscribe("A", 3);
     const QString key = Keys().value(0);
     const QStringList before = Stored();
     const QByteArray folder = QFile::encodeName(Profile.Path()), file = folder + "/Podcasts.db";

@@ -1,12 +1,8 @@
 // Backups and restoring: what is kept of them, what they hold, and that a program killed at any step leaves a whole.
 
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Restoring.h"
-#include "VEXA.Runtime.Profile.h"
-
-#include <QDir>
 
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -14,9 +10,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <numeric>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 int CallsLeft = 0;  // until this process kills itself; 0: it does not
@@ -75,17 +68,19 @@ protected:
     TPodcastBackup BackUp(const QString& when = "2026-01-02T03:04:05Z") {
         return MakeBackup(Folder.Path(), QDateTime::fromString(when, Qt::ISODate), 1'000'000'000);
     }
+    void RestoreFrom(const QString& fileName) {
+        Restore(Folder.Path(), fileName, QDateTime::currentDateTimeUtc(), TPodcastPresentFiles::Delete);
+    }
     /// What the profile holds: the states of the episodes, and the other file.
     QString State() {
-        const auto states =
-            PlainSqlite(Folder.File("Podcasts.db")).Rows("SELECT Group_Concat(State, '') FROM PodcastEpisodes");
+        const QStringList states = Rows("SELECT Group_Concat(State, '') FROM PodcastEpisodes");
         return states.value(0) + ' ' + QString::fromUtf8(ReadWhole(Folder.File("Positions.json")));
     }
     QStringList Left() { return QDir(Folder.Path()).entryList({"Re*"}); }
 };
 
 TEST_F(BackupTest, RestoringBringsBackTheProfileButNoNumberTwice) {
-    PlainSqlite(Folder.File("Podcasts.db")).Run("INSERT INTO PodcastFeedDocuments (FeedID, ETag) VALUES (1, 'tag')");
+    Rows("INSERT INTO PodcastFeedDocuments (FeedID, ETag) VALUES (1, 'tag')");
     Client->UpdateState(Key("/1.mp3"), pesListened);
     WriteWhole(Folder.File("audio.mp3"), "no setting");
     const TPodcastBackup backup = BackUp();
@@ -104,16 +99,13 @@ TEST_F(BackupTest, RestoringBringsBackTheProfileButNoNumberTwice) {
     EXPECT_EQ(changes.EpisodesAdded - changes.EpisodesRemoved * 10, 2 - 10);
     EXPECT_EQ(changes.Files, QStringList("Positions.json"));
 
-    EXPECT_THROW(Restore(Folder.Path(), backup.FileName, Client->Now(), TPodcastPresentFiles::Delete),
-                 vexa::ReasonError)
-        << "the profile is open";
+    EXPECT_THROW(RestoreFrom(backup.FileName), vexa::ReasonError) << "the profile is open";
     EXPECT_EQ(State(), "1 new");
     Client.reset();
-    Restore(Folder.Path(), backup.FileName, QDateTime::currentDateTimeUtc(), TPodcastPresentFiles::Delete);
+    RestoreFrom(backup.FileName);
     EXPECT_EQ(State(), "01 old");
     EXPECT_EQ(Left(), QStringList());
-    EXPECT_EQ(PlainSqlite(Folder.File("Podcasts.db")).Rows("SELECT Count(*) FROM PodcastFeedDocuments"),
-              QStringList("0"));
+    EXPECT_EQ(Rows("SELECT Count(*) FROM PodcastFeedDocuments"), QStringList("0"));
     Open();
     Subscribe("d", {});
     EXPECT_EQ(Feed("/d").ID, 4) << "the numbers of podcasts that came after the backup are not used again";
@@ -143,9 +135,7 @@ TEST_F(BackupTest, WhatIsNoneOrFailsChangesNothing) {
     for (const QByteArray& content : {QByteArray(), QByteArray("no database"), damaged, bytes.first(bytes.size() / 2),
                                       ReadWhole(Folder.File("empty.db"))}) {
         WriteWhole(other, content);
-        EXPECT_THROW(Restore(Folder.Path(), other, QDateTime::currentDateTimeUtc(), TPodcastPresentFiles::Delete),
-                     vexa::ReasonError)
-            << content.size();
+        EXPECT_THROW(RestoreFrom(other), vexa::ReasonError) << content.size();
         EXPECT_EQ(State(), before);
         EXPECT_EQ(Left(), QStringList());
     }
@@ -169,7 +159,7 @@ TEST_F(BackupTest, AProgramKilledAtAnyStepLeavesTheOldOrTheNewWhole) {
         if (child == 0) {
             CallsLeft = call;
             BackUp("2026-01-04T00:00:00Z");
-            Restore(Folder.Path(), backup.FileName, QDateTime::currentDateTimeUtc(), TPodcastPresentFiles::Delete);
+            RestoreFrom(backup.FileName);
             _exit(0);
         }
         int status = 0;
@@ -186,7 +176,7 @@ TEST_F(BackupTest, AProgramKilledAtAnyStepLeavesTheOldOrTheNewWhole) {
         EXPECT_FALSE(Left().contains("Restoring"));
         ++outcomes[state == "11 old"];
         if (WIFEXITED(status)) break;
-        Restore(Folder.Path(), whole, QDateTime::currentDateTimeUtc(), TPodcastPresentFiles::Delete);
+        RestoreFrom(whole);
         Write("new");
     }
     EXPECT_GT(outcomes[0], 5);

@@ -12,8 +12,6 @@
 
 #include <array>
 
-using namespace Qt::StringLiterals;
-
 namespace podcasts {
 namespace {
 
@@ -37,7 +35,7 @@ protected:
     QString RefreshError(const Response& response) {
         Serve("/a", response);
         Refresh("/a");
-        const QString error = Client->RefreshOutcomes().From().at(0).Error.English();
+        const QString error = LastRefresh().Error.English();
         EXPECT_EQ(EpisodeCount("/a"), 2) << error.toStdString();
         EXPECT_EQ(Feed("/a").Fields[pffTitle], "a") << error.toStdString();
         EXPECT_EQ(Episode("/good.mp3").State, pesPostponed) << error.toStdString();
@@ -47,9 +45,9 @@ protected:
         Serve("/bad.mp3", response);
         Client->DB().SetCachedFile(Key("/good.mp3"), {});
         Download({Key("/good.mp3"), Key("/bad.mp3")});
-        const QString error = Client->DownloadOutcomes().From().at(0).Error.English();
+        const QString error = LastDownload().Error.English();
         EXPECT_EQ(CachedFile("/bad.mp3"), "") << error.toStdString();
-        EXPECT_EQ(QDir(Folder.File("audio/a")).entryList(QDir::Files), QStringList("good.mp3")) << error.toStdString();
+        EXPECT_EQ(QDir(AudioFile("a")).entryList(QDir::Files), QStringList("good.mp3")) << error.toStdString();
         EXPECT_EQ(ReadWhole(CachedFile("/good.mp3")), "sound") << "on the same thread, after " << error.toStdString();
         return error;
     }

@@ -3,6 +3,7 @@
 // notifications.
 
 #include "LoopbackServer.h"
+#include "PlainSqlite.h"
 #include "Podcasts.Core.h"
 #include "TempFolder.h"
 #include "Texts.h"
@@ -10,11 +11,14 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace podcasts {
 
 struct Item {
     QString Guid, Audio;  // Audio is the path of the audio address
     QString Title = "Episode";
+    QString Date{};
 };
 
 class Listener final : public vexa::RefCountedObject<IPodcastClientChangeListener, IPodcastClientDownloadsListener,
@@ -55,18 +59,29 @@ protected:
     using Response = tests::Response;
 
     ClientTest() { Open(); }
+    /// A client over the same database, as of another program.
+    std::unique_ptr<TPodcastClient> MakeClient(TPodcastClocks clocks = {}) const {
+        auto client = std::make_unique<TPodcastClient>(Folder.File("Podcasts.db"), std::move(clocks));
+        client->Options().SetCacheFileNameTemplate(AudioFile("%FeedTitle%/%EpisodeFileName%"));
+        return client;
+    }
     void Open() {
-        Client = std::make_unique<TPodcastClient>(Folder.File("Podcasts.db"));
-        Client->Options().SetCacheFileNameTemplate(Folder.File("audio/%FeedTitle%/%EpisodeFileName%"));
+        Client = MakeClient();
         Client->Listeners().Add(static_cast<IPodcastClientChangeListener*>(Heard.Get()));
     }
+    /// Runs `sql` as another program; returns the rows that the database gives for it.
+    QStringList Rows(const QString& sql) const { return PlainSqlite(Folder.File("Podcasts.db")).Rows(sql.toUtf8()); }
 
     Response Document(const QString& title, const std::vector<Item>& items) const {
         QString xml = "<rss version='2.0'><channel><title>" + title + "</title>";
         for (const Item& item : items)
-            xml += QString("<item><guid>%1</guid><title>%2</title><enclosure url='%3'/></item>")
-                       .arg(item.Guid, item.Title, Server.Url(item.Audio));
+            xml += QString("<item><guid>%1</guid><title>%2</title><enclosure url='%3'/><pubDate>%4</pubDate></item>")
+                       .arg(item.Guid, item.Title, Server.Url(item.Audio), item.Date);
         return Response::Of((xml + "</channel></rss>").toUtf8());
+    }
+    /// Serves audio that consists of its path.
+    void ServeAudio(const QStringList& paths) {
+        for (const QString& path : paths) Server.Serve(path, Response::Of(path.toUtf8(), "audio/mpeg"));
     }
     /// Serves the feed at "/" + title, and subscribes to it.
     void Subscribe(const QString& title, const std::vector<Item>& items) {
@@ -101,6 +116,9 @@ protected:
         Client->DownloadEpisodes(keys);
         ASSERT_TRUE(WaitForTasks());
     }
+    /// What came of the last refresh and of the last download; of several, of the first.
+    TPodcastRefreshOutcome LastRefresh() const { return Client->RefreshOutcomes().From().at(0); }
+    TPodcastDownloadOutcome LastDownload() const { return Client->DownloadOutcomes().From().at(0); }
 
     QString Key(const QString& audio) const { return MakeURI(Server.Url(audio)); }
     TPodcastEpisode Episode(const QString& audio) {
@@ -108,6 +126,7 @@ protected:
         EXPECT_TRUE(episode) << audio.toStdString();
         return episode ? *episode : TPodcastEpisode();
     }
+    QString AudioFile(const QString& name) const { return Folder.File("audio/" + name); }
     QString CachedFile(const QString& audio) { return Episode(audio).Fields[pefURLAudioCached]; }
     TPodcastFeed Feed(const QString& path) {
         auto feed = Client->DB().GetFeed(Server.Url(path), true);

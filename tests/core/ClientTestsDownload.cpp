@@ -1,5 +1,4 @@
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 #include "Podcasts.Core.TargetFile.h"
 
 #include <sys/syscall.h>
@@ -19,19 +18,18 @@ namespace {
 
 class ClientDownload : public ClientTest {
 protected:
-    void ServeAudio(const QStringList& paths) {
-        for (const QString& path : paths) Server.Serve(path, Response::Of(path.toUtf8(), "audio/mpeg"));
-    }
     /// Starts a download that stalls after the first three bytes were written to the file.
     void StartAndStall(const QStringList& keys, const QString& path, const QString& file) {
         Server.Serve(path, Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
         Client->DownloadEpisodes(keys);
-        ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(file).size() == 3; })) << file.toStdString();
+        ASSERT_TRUE(WaitForSize(file, 3)) << file.toStdString();
     }
-    QString AudioFile(const QString& name) const { return Folder.File("audio/" + name); }
+    static bool WaitForSize(const QString& file, qint64 size) {
+        return tests::WaitUntil([&] { return QFileInfo(file).size() == size; });
+    }
     /// The names of all audio files of the feed "a".
     QStringList Files() const { return QDir(AudioFile("a")).entryList(QDir::Files, QDir::Name); }
-    std::string LastError() const { return Client->DownloadOutcomes().From().at(0).Error.English().toStdString(); }
+    std::string LastError() const { return LastDownload().Error.English().toStdString(); }
 };
 
 TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
@@ -212,20 +210,6 @@ TEST_F(ClientDownload, IsCancelledWithEverythingQueuedAndEndsQuietlyWithTheClien
     EXPECT_EQ(CachedFile("/2.mp3"), "");
 }
 
-TEST_F(ClientDownload, OfNewEpisodesBeginsAfterSubscribingAndRefreshingIfThatIsWanted) {
-    ServeAudio({"/1.mp3", "/2.mp3"});
-    for (const bool isWanted : {false, true}) {
-        Client->Options().SetDownloadNewEpisodesAutomatically(isWanted);
-        Subscribe("a", {{"1", "/1.mp3"}});
-        ASSERT_TRUE(WaitForTasks());
-        EXPECT_EQ(Files(), isWanted ? QStringList("1.mp3") : QStringList());
-        Server.Serve("/a", Document("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}}));
-        Refresh("/a");
-        EXPECT_EQ(Files(), isWanted ? QStringList({"1.mp3", "2.mp3"}) : QStringList());
-        Client->Unsubscribe(Server.Url("/a"), true);
-    }
-}
-
 TEST_F(ClientDownload, WhatHasNotEndedGoesOnAtTheNextStart) {
     const auto keptAfterTheEnd = [&] {
         Client.reset();
@@ -272,9 +256,7 @@ TEST_F(ClientDownload, SkipsEpisodesOfAFeedThatIsBeingUnsubscribed) {
     for (int i = 0; i < 300; ++i) items.push_back({QString::number(i), QString("/b%1.mp3").arg(i)});
     items.insert(items.end(), {{"x", "/x.mp3"}, {"y", "/y.mp3"}});
     Subscribe("b", items);
-    const QString sql =
-        "UPDATE PodcastEpisodes SET URLAudioCached = '" + AudioFile("b/") + "' || GUID WHERE GUID < 'a'";
-    PlainSqlite(Folder.File("Podcasts.db")).Run(sql.toUtf8());
+    Rows("UPDATE PodcastEpisodes SET URLAudioCached = '" + AudioFile("b/") + "' || GUID WHERE GUID < 'a'");
     for (int i = 0; i < 300; ++i) WriteWhole(AudioFile(QString("b/%1").arg(i)), "sound");
     const QString byGuid = MakeEpisodeKey(Episode("/y.mp3").FeedID, "y");
     StartAndStall({byGuid, Key("/x.mp3"), Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
@@ -291,15 +273,13 @@ TEST_F(ClientDownload, SkipsEpisodesOfAFeedThatIsBeingUnsubscribed) {
 }
 
 TEST_F(ClientDownload, LeavesNothingBehindWhenItsFeedIsUnsubscribedWithItsFiles) {
-    struct {
-        bool ByThisClient, WithFiles;
-        QStringList Files;
-    } const rows[] = {{true, true, {}}, {false, true, {}}, {false, false, {}}, {true, false, {"1.mp3"}}};
+    const std::tuple<bool, bool, QStringList> rows[] = {
+        {true, true, {}}, {false, true, {}}, {false, false, {}}, {true, false, {"1.mp3"}}};
     for (const auto& [byThisClient, withFiles, files] : rows) {
         Subscribe("a", {{"1", "/1.mp3"}});
         StartAndStall({Key("/1.mp3")}, "/1.mp3", AudioFile("a/1.mp3"));
-        TPodcastClient other(Folder.File("Podcasts.db"));
-        EXPECT_EQ((byThisClient ? *Client : other).Unsubscribe(Server.Url("/a"), withFiles), QStringList());
+        const auto other = MakeClient();
+        EXPECT_EQ((byThisClient ? Client : other)->Unsubscribe(Server.Url("/a"), withFiles), QStringList());
         // A transfer whose file is not wanted any more ends by itself; one whose file is to stay goes on.
         if (!files.isEmpty()) Server.Release("/1.mp3");
         ASSERT_TRUE(WaitForTasks());
@@ -336,22 +316,22 @@ TEST_F(ClientDownload, TwoForOneEpisodeWhoseFileIsMissingNeverRecordHalfAFile) {
     Server.ServeInTurn("/1.mp3", {Response::Redirect("/late"), Response::Redirect("/early")});
     Server.Serve("/late", Response::Of("sound", "audio/mpeg").With(Fault::Wait));
     Server.Serve("/early", Response::Of("sound", "audio/mpeg").With(Fault::Wait, 3));
-    TPodcastClient late(Folder.File("Podcasts.db"));
-    late.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
-    const auto lateError = [&] {
-        EXPECT_TRUE(tests::WaitUntil([&] { return late.DownloadTask() == 0; }));
-        return late.DownloadOutcomes().From().at(0).Error.English().toStdString();
+    const auto late = MakeClient();
+    const auto expectRefused = [&] {
+        EXPECT_TRUE(tests::WaitUntil([&] { return late->DownloadTask() == 0; }));
+        const std::string error = late->DownloadOutcomes().From().at(0).Error.English().toStdString();
+        EXPECT_TRUE(error.starts_with("another program is writing the file")) << error;
+        EXPECT_EQ(CachedFile("/1.mp3"), "");
     };
-    late.DownloadEpisode(Key("/1.mp3"));
+    late->DownloadEpisode(Key("/1.mp3"));
     ASSERT_TRUE(WaitForRequest("/late"));
     Client->DownloadEpisode(Key("/1.mp3"));
-    ASSERT_TRUE(tests::WaitUntil([&] { return QFileInfo(file).size() == 3; }));
+    ASSERT_TRUE(WaitForSize(file, 3));
     Server.Release("/late");
-    EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
-    EXPECT_EQ(CachedFile("/1.mp3"), "");
+    expectRefused();
     // Nor is the incomplete file taken for a complete one by a download that begins now or has just read the row.
-    late.DownloadEpisode(Key("/1.mp3"));
-    EXPECT_TRUE(lateError().starts_with("another program is writing the file")) << lateError();
+    late->DownloadEpisode(Key("/1.mp3"));
+    expectRefused();
     TPodcastEpisode before = Episode("/1.mp3");
     before.Fields[pefURLAudioCached] = file;
     EXPECT_FALSE(Client->DB().SetFoundFileOfRow(before, file));
@@ -402,8 +382,7 @@ TEST_F(ClientDownload, UsesNoFileThatAnotherProgramIsWriting) {
 TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
     Subscribe("a", {{"1", "/1.mp3"}});
     const QString file = AudioFile("a/1.mp3");
-    TPodcastClient other(Folder.File("Podcasts.db"));
-    other.Options().SetCacheFileNameTemplate(Client->Options().CacheFileNameTemplate());
+    const auto other = MakeClient();
     for (const QString& recorded : {QString(), file, AudioFile("a/gone.mp3")}) {
         QFile::remove(file);
         Client->DB().SetCachedFile(Key("/1.mp3"), recorded);
@@ -412,12 +391,12 @@ TEST_F(ClientDownload, TheSecondOfTwoForOneEpisodeUsesTheFileOfTheFirst) {
         Server.Forget();
         Client->DownloadEpisode(Key("/1.mp3"));
         ASSERT_TRUE(WaitForRequest("/late"));
-        other.DownloadEpisode(Key("/1.mp3"));
-        ASSERT_TRUE(tests::WaitUntil([&] { return other.DownloadTask() == 0; }));
+        other->DownloadEpisode(Key("/1.mp3"));
+        ASSERT_TRUE(tests::WaitUntil([&] { return other->DownloadTask() == 0; }));
         Server.Release("/late");
         ASSERT_TRUE(WaitForTasks());
         EXPECT_EQ(LastError(), "");
-        EXPECT_EQ(Client->DownloadOutcomes().From().at(0).FileName, file);
+        EXPECT_EQ(LastDownload().FileName, file);
         EXPECT_EQ(Files(), QStringList("1.mp3"));
         EXPECT_EQ(ReadWhole(CachedFile("/1.mp3")), "sound");
     }
@@ -453,9 +432,7 @@ TEST_F(ClientDownload, AFileThatAnotherFeedRecordsStaysWhenItsFeedIsUnsubscribed
     Subscribe("b", {{"1", "/1.mp3"}});
     ServeAudio({"/1.mp3", "/2.mp3"});
     Download({Key("/1.mp3"), Key("/2.mp3")});
-    Client->DownloadEpisodes(
-        Client->NewEpisodesToDownload());  // files that exist already are recorded for the other feed, too
-    ASSERT_TRUE(WaitForTasks());
+    Download(Client->NewEpisodesToDownload());  // files that exist already are recorded for the other feed, too
     const QString shared = CachedFile("/1.mp3"), own = CachedFile("/2.mp3");
     EXPECT_EQ(Feed("/b").Episodes(0).Fields[pefURLAudioCached], shared);
     Client->Unsubscribe(Server.Url("/a"), true);

@@ -3,8 +3,6 @@
 #include "ClientTests.h"
 #include "Podcasts.Core.Resuming.h"
 
-using namespace Qt::StringLiterals;
-
 namespace podcasts {
 namespace {
 
@@ -41,7 +39,7 @@ protected:
         Client->DB().SetCachedFile(Key("/1.mp3"), {});
         Server.Forget();
         Download({Key("/1.mp3")});
-        const QString error = Client->DownloadOutcomes().From().at(0).Error.English();
+        const QString error = LastDownload().Error.English();
         if (!error.isEmpty()) {
             EXPECT_EQ(CachedFile("/1.mp3"), "");
             EXPECT_EQ(Files(), QStringList());
@@ -57,8 +55,8 @@ protected:
         }
         return asked;
     }
-    QString AudioFile() const { return Folder.File("audio/a/1.mp3"); }
-    QStringList Files() const { return QDir(Folder.File("audio/a")).entryList(QDir::Files); }
+    QByteArray Received() { return ReadWhole(AudioFile("a/1.mp3")); }
+    QStringList Files() const { return QDir(AudioFile("a")).entryList(QDir::Files); }
 
     inline static const QByteArray First = RandomBytes(1), Second = RandomBytes(2);
 };
@@ -114,14 +112,14 @@ TEST_F(ClientResuming, ContinuesTheSameFileAndStartsOverWithAnyOther) {
         for (const auto& request : Server.Requests())
             EXPECT_EQ(request.Head.contains("\r\nRange: "), request.Head.contains("\r\nIf-Range: "));
         if (row.File.isEmpty()) continue;
-        EXPECT_TRUE(ReadWhole(AudioFile()) == row.File);
+        EXPECT_TRUE(Received() == row.File);
         EXPECT_EQ(Heard->Progress(), u"%1 of %1: a - Episode"_s.arg(row.File.size()));
     }
     const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + v1 + "\r\n";
     Server.ServeInTurn("/1.mp3", {Response{head, "493e0\r\n" + First}.With(Fault::Close, 7 + kBreak), whole});
     EXPECT_EQ(DownloadError(), "");
     EXPECT_EQ(Asked(), QList({0, kBreak})) << "for a body of unknown size";
-    EXPECT_TRUE(ReadWhole(AudioFile()) == First);
+    EXPECT_TRUE(Received() == First);
 }
 
 TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
@@ -131,7 +129,7 @@ TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
     Server.Serve("/1.mp3", breaking(65'536));
     EXPECT_EQ(DownloadError(), "");
     EXPECT_EQ(Asked(), QList({0, 65'536, 2 * 65'536, 3 * 65'536, 4 * 65'536}));
-    EXPECT_TRUE(ReadWhole(AudioFile()) == First);
+    EXPECT_TRUE(Received() == First);
     Server.Serve("/1.mp3", breaking(65'535));
     EXPECT_EQ(DownloadError(), "the connection ended before the whole body arrived");
     EXPECT_EQ(Asked(), QList({0}));
@@ -142,7 +140,7 @@ TEST_F(ClientResuming, GoesOnAsLongAsEnoughArrivesBetweenTwoBreaks) {
     Server.ServeInTurn("/1.mp3", {breaking(kBreak), nothing, nothing, nothing, nothing, breaking(kBreak), nothing,
                                   nothing, nothing, nothing, Audio(First)});
     EXPECT_EQ(DownloadError(), "");
-    EXPECT_TRUE(ReadWhole(AudioFile()) == First);
+    EXPECT_TRUE(Received() == First);
     // A download that can only start over is started three times in all.
     Server.Serve("/1.mp3", Response::Of(First, "audio/mpeg").With(Fault::Close, kBreak));
     EXPECT_EQ(DownloadError(), "the connection ended before the whole body arrived");
@@ -156,7 +154,7 @@ TEST_F(ClientResuming, TheOtherVersionMayBeOfAnotherType) {
     Server.ServeInTurn("/1.mp3", {Broken(), Response::Of(Second, "audio/mp4")});
     EXPECT_EQ(DownloadError(), "");
     EXPECT_EQ(Files(), QStringList("1.m4a"));
-    EXPECT_EQ(CachedFile("/1.mp3"), Folder.File("audio/a/1.m4a"));
+    EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/1.m4a"));
     EXPECT_TRUE(ReadWhole(CachedFile("/1.mp3")) == Second);
 }
 
@@ -166,10 +164,10 @@ TEST_F(ClientResuming, SaysThatItIsWaitingAndCanBeCancelledMeanwhile) {
     Client->DownloadEpisode(Key("/1.mp3"));
     const QString waiting = "100000 of 300000: waiting for the connection: a - Episode";
     ASSERT_TRUE(tests::WaitUntil([&] { return Heard->Progress() == waiting; }));
-    EXPECT_EQ(QFileInfo(AudioFile()).size(), kBreak);
+    EXPECT_EQ(Received().size(), kBreak);
     Client->CancelDownloads();
     EXPECT_EQ(Files(), QStringList());
-    EXPECT_EQ(Client->DownloadOutcomes().From().at(0).Error.English(), "cancelled");
+    EXPECT_EQ(LastDownload().Error.English(), "cancelled");
 }
 
 }  // namespace

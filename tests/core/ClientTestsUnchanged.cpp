@@ -1,5 +1,4 @@
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 
 namespace podcasts {
 namespace {
@@ -12,10 +11,9 @@ protected:
         Whole = Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}});
         Server.Serve("/a", Whole.WithETag("\"1\""));
     }
-    void Write(const QString& sql) { PlainSqlite(Folder.File("Podcasts.db")).Run(sql.toUtf8()); }
     /// Refreshes, and returns which requests were sent and what came of them.
     std::string RefreshAnd(const QString& path = "/a") {
-        Write("UPDATE PodcastEpisodes SET Title = 'changed' WHERE GUID = '1'");
+        Rows("UPDATE PodcastEpisodes SET Title = 'changed' WHERE GUID = '1'");
         Server.Forget();
         Refresh(path);
         std::string said;
@@ -29,8 +27,7 @@ protected:
             }
             said += conditions.empty() ? "whole, " : conditions;
         }
-        const auto outcome = Client->RefreshOutcomes().From().at(0);
-        if (outcome.Error) return said + outcome.Error.English().toStdString();
+        if (const auto error = LastRefresh().Error) return said + error.English().toStdString();
         return said + (Episode("/1.mp3").Fields[pefTitle] == "changed" ? "kept" : "merged");
     }
 
@@ -71,22 +68,18 @@ TEST_F(ClientUnchanged, IsRequestedWithItsTimeOfChange) {
 
 TEST_F(ClientUnchanged, IsParsedAgainWhenAnythingElseHasWrittenItsRows) {
     const QString other =
-        "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, URLAudio, State) VALUES ('x', 1, 'x', "
-        "'x', 'x', 1)";
-    const struct {
-        const char* What;
-        std::function<void()> Change;
-        const char* Expected;
-    } cases[] = {
+        "INSERT INTO PodcastEpisodes (URI, FeedID, GUID, Title, URLAudio, State) VALUES ('x', 1, 'x', 'x', 'x', 1)";
+    const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
+        // what, how, what is requested and what comes of it
         {"a mark", [&] { Client->UpdateState(Key("/2.mp3"), pesListened); }, "if not \"1\", kept"},
         {"a subscription", [&] { Client->Subscribe(*TPodcastClient::FetchFeed(Server.Url("/a"), {}, true)); },
          "whole, merged"},
-        {"another program's row", [&] { Write(other); }, "whole, merged"},
-        {"a row that another program deleted", [&] { Write("DELETE FROM PodcastEpisodes WHERE GUID = 'x'"); },
+        {"another program's row", [&] { Rows(other); }, "whole, merged"},
+        {"a row that another program deleted", [&] { Rows("DELETE FROM PodcastEpisodes WHERE GUID = 'x'"); },
          "whole, merged"},
-        {"a row that another program replaced",
-         [&] { Write("UPDATE PodcastEpisodes SET rowid = 77 WHERE GUID = '2'"); }, "whole, merged"},
-        {"older rules", [&] { Write("UPDATE PodcastFeedDocuments SET Rules = Rules - 1"); }, "whole, merged"},
+        {"a row that another program replaced", [&] { Rows("UPDATE PodcastEpisodes SET rowid = 77 WHERE GUID = '2'"); },
+         "whole, merged"},
+        {"older rules", [&] { Rows("UPDATE PodcastFeedDocuments SET Rules = Rules - 1"); }, "whole, merged"},
     };
     RefreshAnd();
     for (const auto& [what, change, expected] : cases) {
@@ -95,7 +88,7 @@ TEST_F(ClientUnchanged, IsParsedAgainWhenAnythingElseHasWrittenItsRows) {
         EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "after " << what;
     }
     // An older version of the program changes the address without knowing about the table.
-    Write("UPDATE PodcastFeeds SET URLFeed = '" + Server.Url("/b") + "'");
+    Rows("UPDATE PodcastFeeds SET URLFeed = '" + Server.Url("/b") + "'");
     Server.Serve("/b", Whole.WithETag("\"1\""));
     EXPECT_EQ(RefreshAnd("/b"), "whole, merged") << "another address";
     Client->Unsubscribe(Server.Url("/b"), false);
@@ -112,7 +105,7 @@ TEST_F(ClientUnchanged, IsNotAssumedOfAnotherDocument) {
     EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, merged");
     EXPECT_EQ(Episode("/1.mp3").Fields[pefTitle], "Uno");
     // A 304 for a request without validators.
-    Write("DELETE FROM PodcastFeedDocuments");
+    Rows("DELETE FROM PodcastFeedDocuments");
     Server.Serve("/a", Response::Failure("304 Not Modified"));
     EXPECT_EQ(RefreshAnd(), "whole, the server answered 304 Not Modified");
     EXPECT_EQ(EpisodeCount("/a"), 2);
@@ -129,11 +122,11 @@ TEST_F(ClientUnchanged, IsFollowedToItsNewAddressAsSoonAsThatIsReadable) {
     EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, whole, merged") << "and is tried again";
     Subscribe("new", {});
     EXPECT_EQ(RefreshAnd(), "if not \"1\", kept") << "another subscription has it";
-    EXPECT_TRUE(Client->RefreshOutcomes().From().at(0).IsMoveRefused);
+    EXPECT_TRUE(LastRefresh().IsMoveRefused);
     Client->Unsubscribe(Server.Url("/new"), false);
     Server.Serve("/new", Whole);
     EXPECT_EQ(RefreshAnd(), "if not \"1\", whole, whole, merged");
-    EXPECT_EQ(Client->RefreshOutcomes().From().at(0).MovedTo, Server.Url("/new"));
+    EXPECT_EQ(LastRefresh().MovedTo, Server.Url("/new"));
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/new")));
 }
 

@@ -1,14 +1,10 @@
 // The database when the system's file access fails, and when its file is damaged.
 
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 
 #include <array>
-#include <cstring>
 #include <iostream>
 #include <random>
-
-using namespace Qt::StringLiterals;
 
 namespace podcasts {
 namespace {
@@ -138,10 +134,9 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
     Client->UpdateState(Key("/2.mp3"), pesListened);
     Keep();
     publish(60, "new");
-    const QByteArray sums =
-        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), Sum(GUID * (State = "
-        "0)), "
-        "Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
+    const QString sums =
+        "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), Sum(GUID * "
+        "(State = 0)), Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
     const QString before = "30|0|30|1|2|0|0", after = "60|60|60|1|2|58|30";
     FailingFiles files;
     int accesses = 0, failures = 0;
@@ -155,15 +150,15 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
             Client.reset();
             const bool isReached = files.Calls() >= call;
             files.Recover();
-            const QStringList now = PlainSqlite(Folder.File("Podcasts.db")).Rows(sums);
+            const QStringList now = Rows(sums);
             // A transaction reported as failed may have reached the disk nevertheless, but only as a whole.
             EXPECT_TRUE(now == QStringList(after) || (!complaint.isEmpty() && now == QStringList(before)))
                 << call << ": " << complaint.toStdString() << ", " << now.join(' ').toStdString();
             EXPECT_TRUE(complaint.isEmpty() || complaint.contains(u"/Podcasts.db: ")) << complaint.toStdString();
-            EXPECT_EQ(PlainSqlite(Folder.File("Podcasts.db")).Rows("PRAGMA integrity_check"), QStringList("ok"));
+            EXPECT_EQ(Rows("PRAGMA integrity_check"), QStringList("ok"));
             Open();
             EXPECT_EQ(RefreshComplaint(feed), "");
-            EXPECT_EQ(PlainSqlite(Folder.File("Podcasts.db")).Rows(sums), QStringList(after));
+            EXPECT_EQ(Rows(sums), QStringList(after));
             ++accesses;
             failures += !complaint.isEmpty();
             if (!isReached) break;

@@ -14,13 +14,23 @@ namespace {
 
 const QString kFeed = "http://h/feed.xml";
 
-TPodcastEpisode& AddEpisode(TPodcastFeed& feed, const QString& guid, const QString& audio, double date = 0) {
-    TPodcastEpisode& episode = feed.NewEpisode();
-    episode.Fields[pefGUID] = guid;
-    episode.Fields[pefTitle] = "title of " + guid;
-    episode.Fields[pefURLAudio] = audio;
-    episode.PublishDate = date;
-    return episode;
+struct Entry {
+    QString GUID, Audio;
+    double Date = 0;
+    QString Title = "title of " + GUID;
+};
+
+std::unique_ptr<TPodcastFeed> FeedOf(const std::vector<Entry>& entries, const QString& address = kFeed) {
+    auto feed = std::make_unique<TPodcastFeed>();
+    feed->Fields[pffURLFeed] = address;
+    for (const Entry& entry : entries) {
+        TPodcastEpisode& episode = feed->NewEpisode();
+        episode.Fields[pefGUID] = entry.GUID;
+        episode.Fields[pefTitle] = entry.Title;
+        episode.Fields[pefURLAudio] = entry.Audio;
+        episode.PublishDate = entry.Date;
+    }
+    return feed;
 }
 
 class Database : public testing::Test {
@@ -28,13 +38,13 @@ protected:
     /// Stores a feed with one episode for each letter of `guids`, each a day younger than the one before; returns the
     /// feed's ID.
     int Store(const QString& address, const QString& guids, const QString& title = "Feed") {
-        TPodcastFeed feed;
-        feed.Fields[pffURLFeed] = address;
-        feed.Fields[pffTitle] = title;
+        std::vector<Entry> entries;
         double date = 45000;
-        for (const QChar guid : guids) AddEpisode(feed, guid, address + u'/' + guid + u".mp3", ++date);
-        DB.AddOrUpdate(feed);
-        return feed.ID;
+        for (const QChar guid : guids) entries.push_back({guid, address + u'/' + guid + u".mp3", ++date});
+        const auto feed = FeedOf(entries, address);
+        feed->Fields[pffTitle] = title;
+        DB.AddOrUpdate(*feed);
+        return feed->ID;
     }
     QStringList Rows(const QByteArray& sql) { return Other.Rows(sql); }
     QStringList CachedFiles(const QStringList& keys) {
@@ -58,19 +68,10 @@ protected:
 };
 
 TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
-    const auto feed = [](int address) {
-        TPodcastFeed made;
-        made.Fields[pffURLFeed] = kFeed;
-        AddEpisode(made, "guid", QString("http://h/%1.mp3").arg(address), 45000);
-        return made;
-    };
-    for (int i = 0; i < 20; ++i) {
-        TPodcastFeed stored = feed(i);
-        DB.AddOrUpdate(stored);
-    }
+    const auto feed = [](int address) { return FeedOf({{"guid", u"http://h/%1.mp3"_s.arg(address), 45000}}); };
+    for (int i = 0; i < 20; ++i) DB.AddOrUpdate(*feed(i));
     for (const int last : {20, 21}) {
-        TPodcastFeed document = feed(last);
-        DB.Merge(document);
+        DB.Merge(*feed(last));
         EXPECT_EQ(Rows("SELECT URI FROM PodcastEpisodes"), QStringList(QString("podcast://h/%1.mp3").arg(last)));
         EXPECT_EQ(DB.QueryInteger("SELECT Count(*) FROM PodcastEpisodeNames"), 8);
         for (int i = 0; i < last; ++i)
@@ -81,11 +82,10 @@ TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
 TEST_F(Database, AnOlderNameLeadsToItsEpisodeUnlessSeveralHadIt) {
     using Document = std::vector<std::array<QString, 3>>;  // title, GUID, path of the audio
     const auto feed = [](const Document& document) {
-        auto made = std::make_unique<TPodcastFeed>();
-        made->Fields[pffURLFeed] = kFeed;
+        std::vector<Entry> entries;
         for (const auto& [title, guid, path] : document)
-            AddEpisode(*made, guid, "http://h/" + path, 45000 + title[0].unicode()).Fields[pefTitle] = title;
-        return made;
+            entries.push_back({guid, "http://h/" + path, 45000.0 + title[0].unicode(), title});
+        return FeedOf(entries);
     };
     const std::tuple<const char*, std::vector<Document>, std::vector<std::pair<QString, QString>>> cases[] = {
         // what, one document after the other, names and the titles of their episodes
@@ -130,17 +130,15 @@ TEST_F(Database, AnOlderNameLeadsToItsEpisodeUnlessSeveralHadIt) {
     DB.AddOrUpdate(*feed({{"A", "c", "4"}}));
     DB.Merge(*feed({{"A", "c", "4"}}));
     for (const char* name : {"a", "podcast://h/1", "podcast://h/3"}) EXPECT_EQ(titleOf(name), "A") << name;
+    DB.UpdateState({"podcast://h/1"}, pesPostponed);
+    DB.SetCachedFile("podcast://h/1", "/1.mp3");
+    EXPECT_EQ(Rows("SELECT URI, State, URLAudioCached FROM PodcastEpisodes"), QStringList("podcast://h/4|2|/1.mp3"));
+    EXPECT_EQ(CachedFiles({"podcast://h/1"}), QStringList("/1.mp3"));
 }
 
 TEST_F(Database, AnEpisodeWhoseAddressIsTakenGetsAUriThatNoOtherHas) {
-    TPodcastFeed stored, document;
-    stored.Fields[pffURLFeed] = document.Fields[pffURLFeed] = kFeed;
-    AddEpisode(stored, "g", "http://h/time/1.mp3", 3).Fields[pefTitle] = "another";
-    AddEpisode(stored, "g", "http://h/2.mp3", 4);
-    DB.AddOrUpdate(stored);
-    AddEpisode(document, "g", "", 4);
-    AddEpisode(document, "x", "http://h/2.mp3", 5);
-    DB.Merge(document);
+    DB.AddOrUpdate(*FeedOf({{"g", "http://h/time/1.mp3", 3, "another"}, {"g", "http://h/2.mp3", 4}}));
+    DB.Merge(*FeedOf({{"g", "", 4}, {"x", "http://h/2.mp3", 5}}));
     EXPECT_EQ(Rows("SELECT URI, GUID FROM PodcastEpisodes ORDER BY URI"),
               QStringList({"podcast://h/2.mp3|x", "podcast://h/feed.xml-/g|g", "podcast://h/feed.xml-/g#2|g"}));
 }
@@ -226,13 +224,11 @@ TEST_F(Database, StoringRewritesTheRowsThatDifferAndNoOthers) {
 }
 
 TEST_F(Database, EpisodesWithoutAudioShareOneRowWhichKeepsTheLast) {
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = kFeed;
-    for (const QString& guid : QStringList{"a", "b", "c"}) AddEpisode(feed, guid, QString());
-    DB.AddOrUpdate(feed);
+    const auto feed = FeedOf({{"a", ""}, {"b", ""}, {"c", ""}});
+    DB.AddOrUpdate(*feed);
     EXPECT_EQ(Rows("SELECT URI, GUID FROM PodcastEpisodes"), QStringList("|c"));
     const QString version = Other.DataVersion();
-    DB.AddOrUpdate(feed);
+    DB.AddOrUpdate(*feed);
     EXPECT_EQ(Other.DataVersion(), version);
 }
 
@@ -267,9 +263,8 @@ TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {
     }
     EXPECT_LE(DB.GetFeedID("HTTP://h/feed.xml"), 0);
     DB.Remove("HTTP://h/feed.xml");
-    TPodcastFeed nameless;
-    AddEpisode(nameless, "z", "http://h/z.mp3");
-    EXPECT_FALSE(DB.Merge(nameless).IsSubscribed) << "a feed without an address is none that is stored";
+    const auto nameless = FeedOf({{"z", "http://h/z.mp3"}}, {});
+    EXPECT_FALSE(DB.Merge(*nameless).IsSubscribed) << "a feed without an address is none that is stored";
     const QStringList keys = {"",          "podcast://H/feed.xml/a.mp3", MakeEpisodeKey(1, "A"), MakeEpisodeKey(2, "a"),
                               u"\u0001"_s, u"\u0001x\u0001a"_s};
     for (const QString& key : keys) {
@@ -285,17 +280,16 @@ TEST_F(Database, MissingRecordsAreNotFoundAndNothingIsDone) {
 }
 
 TEST_F(Database, ListsOfThousandsOfKeysOfBothFormsAreAccepted) {
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = kFeed;
+    std::vector<Entry> entries;
     QStringList keys, files;
     for (int i = 0; i < 2000; ++i) {
         const QString name = QString::number(i);
         files += "/f/" + QString::number(i / 2);  // two rows record one file
-        AddEpisode(feed, name, "http://h/" + name).Fields[pefURLAudioCached] = files.last();
+        entries.push_back({name, "http://h/" + name});
         keys += i % 2 ? QString("podcast://h/" + name) : MakeEpisodeKey(1, name);
     }
-    DB.AddOrUpdate(feed);
-    ASSERT_EQ(feed.ID, 1);
+    DB.AddOrUpdate(*FeedOf(entries));
+    Other.Run("UPDATE PodcastEpisodes SET URLAudioCached = '/f/' || (GUID / 2)");
     keys += keys;  // each row is named twice and visited once
     QStringList visited = CachedFiles(keys);
     visited.sort();
@@ -384,19 +378,12 @@ TEST_F(Database, AFileIsRecordedOnlyForTheEpisodeThatWasRead) {
     const auto read = DB.GetEpisode(MakeEpisodeKey(id, "a"));
     const auto rows = [&] { return Rows("SELECT FeedID, GUID, URLAudioCached FROM PodcastEpisodes ORDER BY 1, 2"); };
     const auto add = [&](qint64 row, int feed, const QString& guid, const QString& uri) {
-        Other.Run(
-            u"INSERT INTO PodcastEpisodes (rowid, FeedID, GUID, URI, URLAudioCached) VALUES (%1, %2, '%3', '%4', '')"_s
-                .arg(row)
-                .arg(feed)
-                .arg(guid, uri)
-                .toUtf8());
+        const QString values = QString("%1, %2, '%3', '%4', ''").arg(row).arg(feed).arg(guid, uri);
+        Rows("INSERT INTO PodcastEpisodes (rowid, FeedID, GUID, URI, URLAudioCached) VALUES (" + values.toUtf8() + ")");
     };
     DB.Remove(other);
     // A merge may move the row meanwhile.
-    TPodcastFeed feed;
-    feed.Fields[pffURLFeed] = kFeed;
-    AddEpisode(feed, "b", read->Fields[pefURLAudio], read->PublishDate).Fields[pefTitle] = read->Fields[pefTitle];
-    DB.Merge(feed);
+    DB.Merge(*FeedOf({{"b", read->Fields[pefURLAudio], read->PublishDate, read->Fields[pefTitle]}}));
     EXPECT_TRUE(DB.SetCachedFileOfRow(*read, "/f"));
     EXPECT_EQ(rows(), QStringList("1|b|/f"));
     EXPECT_FALSE(DB.ReplaceCachedFileOfRow(*read, "", "/g"));

@@ -1,8 +1,6 @@
 // Feeds' own options: what is downloaded by itself, what is announced, and which files are kept.
 
 #include "ClientTests.h"
-#include "PlainSqlite.h"
-#include "VEXA.Runtime.Files.h"
 
 namespace podcasts {
 namespace {
@@ -10,24 +8,21 @@ namespace {
 class FeedOptions : public ClientTest {
 protected:
     FeedOptions() {
-        for (int day = 1; day <= 5; ++day)
-            for (const char* feed : {"a", "b"}) Server.Serve(Audio(feed, day), Response::Of("sound", "audio/mpeg"));
+        for (int day = 1; day <= 5; ++day) ServeAudio({Audio("a", day), Audio("b", day)});
     }
     static QString Audio(const QString& feed, int day) { return QString("/%1%2.mp3").arg(feed).arg(day); }
-    /// Serves the feed with episodes of these days of a month.
-    void ServeDays(const QString& feed, const QList<int>& days) {
-        QString xml = "<rss version='2.0'><channel><title>" + feed + "</title>";
+    /// Episodes of these days of a month.
+    static std::vector<Item> Days(const QString& feed, const QList<int>& days) {
+        std::vector<Item> items;
         for (const int day : days)
-            xml += QString(
-                       "<item><guid>%1</guid><title>Day %1</title><pubDate>0%1 Jan 2020 10:00:00 GMT</pubDate>"
-                       "<enclosure url='%2'/></item>")
-                       .arg(day)
-                       .arg(Server.Url(Audio(feed, day)));
-        Server.Serve("/" + feed, Response::Of((xml + "</channel></rss>").toUtf8()));
+            items.push_back({QString::number(day), Audio(feed, day), "Day", QString("0%1 Jan 2020").arg(day)});
+        return items;
+    }
+    void ServeDays(const QString& feed, const QList<int>& days) {
+        Server.Serve("/" + feed, Document(feed, Days(feed, days)));
     }
     void SubscribeToDays(const QString& feed, const QList<int>& days) {
-        ServeDays(feed, days);
-        Client->Subscribe(*TPodcastClient::FetchFeed(Server.Url("/" + feed), {}, true));
+        Subscribe(feed, Days(feed, days));
         ASSERT_TRUE(WaitForTasks());
     }
     int ID(const QString& feed) { return Client->DB().GetFeedID(Server.Url("/" + feed)); }
@@ -39,7 +34,7 @@ protected:
         QStringList there;
         for (const char* feed : {"a", "b"})
             for (int day = 1; day <= 5; ++day) {
-                const QString file = Folder.File(QString("audio/%1/%1%2.mp3").arg(feed).arg(day));
+                const QString file = AudioFile(feed + Audio(feed, day));
                 const auto episode = Client->DB().GetEpisode(Key(Audio(feed, day)));
                 if (!episode) continue;
                 if (QFile::exists(file)) there += feed + QString::number(day);
@@ -48,10 +43,7 @@ protected:
         return there.join(' ');
     }
     /// Opens the profile anew, as the next start of the program, which knows no more who asked for a file.
-    void Restart(TPodcastClocks clocks = {}) {
-        Client = std::make_unique<TPodcastClient>(Folder.File("Podcasts.db"), std::move(clocks));
-        Client->Options().SetCacheFileNameTemplate(Folder.File("audio/%FeedTitle%/%EpisodeFileName%"));
-    }
+    void Restart(TPodcastClocks clocks = {}) { Client = MakeClient(std::move(clocks)); }
     QStringList AllKeys(const QString& feed) {
         QStringList keys;
         for (int day = 1; day <= 5; ++day) keys += Key(Audio(feed, day));
@@ -60,14 +52,10 @@ protected:
 };
 
 TEST_F(FeedOptions, AFeedsOwnChoiceDecidesWhatIsDownloadedAndAnnounced) {
-    struct Case {
-        bool General;
-        const char* Choice;
-        bool IsWanted;
-    };
-    for (const auto& [general, choice, isWanted] :
-         {Case{false, "general", false}, Case{false, "always", true}, Case{false, "never", false},
-          Case{true, "general", true}, Case{true, "always", true}, Case{true, "never", false}}) {
+    const std::tuple<bool, const char*, bool> cases[] = {{false, "general", false}, {false, "always", true},
+                                                         {false, "never", false},   {true, "general", true},
+                                                         {true, "always", true},    {true, "never", false}};
+    for (const auto& [general, choice, isWanted] : cases) {
         SCOPED_TRACE(testing::Message() << general << ' ' << choice);
         SubscribeToDays("a", {1});
         Set("a", "DownloadNewEpisodesAutomatically", choice);
@@ -91,8 +79,7 @@ TEST_F(FeedOptions, AFeedsOwnChoiceDecidesWhatIsDownloadedAndAnnounced) {
         Client->Options().SetDownloadNewEpisodesAutomatically(false);
         for (const char* feed : {"/a", "/b"}) Client->Unsubscribe(Server.Url(feed), true);
     }
-    EXPECT_EQ(PlainSqlite(Folder.File("Podcasts.db")).Rows("SELECT * FROM PodcastFeedOptions"), QStringList())
-        << "they end with the subscription";
+    EXPECT_EQ(Rows("SELECT * FROM PodcastFeedOptions"), QStringList()) << "they end with the subscription";
 }
 
 TEST_F(FeedOptions, ValuesThatMeanNothingAreRefused) {
@@ -130,11 +117,11 @@ TEST_F(FeedOptions, OnlyTheNewestFilesAreKeptAndDownloaded) {
     Set("c", "KeepFiles", "1");
     Set("c", "DownloadNewEpisodesAutomatically", "always");
     Refresh("/c");
+    Server.Serve("/c", Document("c", {{"1", "/b4.mp3"}, {"2", "/b5.mp3"}, {"3", "/a5.mp3"}}));
     for (int i = 0; i < 2; ++i) {
-        Server.Serve("/c", Document("c", {{"1", "/b4.mp3"}, {"2", "/b5.mp3"}, {"3", "/a5.mp3"}}));
         Server.Forget();
         Refresh("/c");
-        EXPECT_EQ(QDir(Folder.File("audio/c")).entryList(QDir::Files), QStringList("a5.mp3"));
+        EXPECT_EQ(QDir(AudioFile("c")).entryList(QDir::Files), QStringList("a5.mp3"));
         EXPECT_EQ(Server.Count("/a5.mp3"), i == 0 ? 1 : 0);
     }
 }
@@ -145,7 +132,8 @@ TEST_F(FeedOptions, FilesThatAreNeededStayWhateverTheLimits) {
     Restart();
     Set("a", "KeepFiles", "1");
     Client->UpdateState(Key("/a1.mp3"), pesPostponed);
-    const QStringList uses{Key("/a2.mp3"), MakeEpisodeKey(ID("a"), "2"), Folder.File("audio/a/a2.mp3")};
+    const QString second = AudioFile("a/a2.mp3");
+    const QStringList uses{Key("/a2.mp3"), MakeEpisodeKey(ID("a"), "2"), second};
     for (const QString& name : uses) {
         Client->SetFilesInUse([&] { return QStringList(name); });
         const bool isFirst = name == uses.first();
@@ -161,11 +149,11 @@ TEST_F(FeedOptions, FilesThatAreNeededStayWhateverTheLimits) {
     // A file of another feed's row stays; a file that is gone already is no error.
     ServeDays("b", {});
     SubscribeToDays("b", {1});
-    Client->DB().SetCachedFile(Key("/b1.mp3"), Folder.File("audio/a/a2.mp3"));
+    Client->DB().SetCachedFile(Key("/b1.mp3"), second);
     Client->DeleteFilesBeyondLimits();
-    EXPECT_EQ(CachedFile("/a2.mp3"), Folder.File("audio/a/a2.mp3"));
+    EXPECT_EQ(CachedFile("/a2.mp3"), second);
     Client->DB().SetCachedFile(Key("/b1.mp3"), "");
-    QFile::remove(Folder.File("audio/a/a2.mp3"));
+    QFile::remove(second);
     Client->DeleteFilesBeyondLimits();
     EXPECT_EQ(Files(), "a1 a5");
     EXPECT_TRUE(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + "/Trash/files/a4.mp3"));
@@ -195,7 +183,7 @@ TEST_F(FeedOptions, FilesAreDeletedSomeDaysAfterTheirEpisodesWereListenedTo) {
     ASSERT_TRUE(tests::WaitUntil([&] { return CachedFile("/a3.mp3").isEmpty(); }));
     EXPECT_EQ(Files(), "a4");
     Set("a", "DeleteListenedAfterDays", "0");
-    EXPECT_EQ(PlainSqlite(Folder.File("Podcasts.db")).Rows("SELECT * FROM PodcastListenedFiles"), QStringList());
+    EXPECT_EQ(Rows("SELECT * FROM PodcastListenedFiles"), QStringList());
 }
 
 }  // namespace

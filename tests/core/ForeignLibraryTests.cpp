@@ -1,5 +1,5 @@
-// The libraries of other programs. The first database is what gPodder 3.11 wrote: two feeds, of which it downloaded
-// three episodes and deleted one of these; positions as its window stores them.
+// The libraries of other programs. The first database is what gPodder 3.11 wrote, as far as it is read: two feeds, of
+// which it downloaded three episodes and deleted one of these; positions as its window stores them.
 
 #include "PlainSqlite.h"
 #include "Podcasts.Core.ForeignLibraries.h"
@@ -17,39 +17,22 @@ namespace {
 using namespace Qt::StringLiterals;
 
 constexpr char kGpodder[] = R"(
-CREATE TABLE podcast (id INTEGER PRIMARY KEY NOT NULL, title TEXT NOT NULL DEFAULT '', url TEXT NOT NULL DEFAULT '',
-    link TEXT NOT NULL DEFAULT '', description TEXT NOT NULL DEFAULT '', cover_url TEXT NULL DEFAULT NULL,
-    auth_username TEXT NULL DEFAULT NULL, auth_password TEXT NULL DEFAULT NULL,
-    http_last_modified TEXT NULL DEFAULT NULL, http_etag TEXT NULL DEFAULT NULL,
-    auto_archive_episodes INTEGER NOT NULL DEFAULT 0, download_folder TEXT NOT NULL DEFAULT '',
-    pause_subscription INTEGER NOT NULL DEFAULT 0, section TEXT NOT NULL DEFAULT '',
-    payment_url TEXT NULL DEFAULT NULL, download_strategy INTEGER NOT NULL DEFAULT 0,
-    sync_to_mp3_player INTEGER NOT NULL DEFAULT 1, cover_thumb BLOB NULL DEFAULT NULL);
-CREATE TABLE episode (id INTEGER PRIMARY KEY NOT NULL, podcast_id INTEGER NOT NULL, title TEXT NOT NULL DEFAULT '',
-    description TEXT NOT NULL DEFAULT '', url TEXT NOT NULL, published INTEGER NOT NULL DEFAULT 0, guid TEXT NOT NULL,
-    link TEXT NOT NULL DEFAULT '', file_size INTEGER NOT NULL DEFAULT 0,
-    mime_type TEXT NOT NULL DEFAULT 'application/octet-stream', state INTEGER NOT NULL DEFAULT 0,
-    is_new INTEGER NOT NULL DEFAULT 0, archive INTEGER NOT NULL DEFAULT 0, download_filename TEXT NULL DEFAULT NULL,
-    total_time INTEGER NOT NULL DEFAULT 0, current_position INTEGER NOT NULL DEFAULT 0,
-    current_position_updated INTEGER NOT NULL DEFAULT 0, last_playback INTEGER NOT NULL DEFAULT 0,
-    payment_url TEXT NULL DEFAULT NULL, description_html TEXT NOT NULL DEFAULT '',
-    episode_art_url TEXT NULL DEFAULT NULL, chapters TEXT NULL DEFAULT NULL);
+CREATE TABLE podcast (id INTEGER PRIMARY KEY, title TEXT, url TEXT, link TEXT, description TEXT, cover_url TEXT,
+    auth_username TEXT, auth_password TEXT, download_folder TEXT, pause_subscription INTEGER, section TEXT);
+CREATE TABLE episode (id INTEGER PRIMARY KEY, podcast_id INTEGER, title TEXT, description TEXT, url TEXT,
+    published INTEGER, guid TEXT, state INTEGER, is_new INTEGER, archive INTEGER, download_filename TEXT,
+    total_time INTEGER, current_position INTEGER, current_position_updated INTEGER, description_html TEXT);
 CREATE TABLE version (version integer);
 INSERT INTO version VALUES(8);
-INSERT INTO podcast VALUES(1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,NULL,NULL,0,
-    'Show One',0,'Audio',NULL,0,1,NULL);
-INSERT INTO podcast VALUES(2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,NULL,NULL,0,
-    'Show Two',0,'Audio',NULL,0,1,NULL);
-INSERT INTO episode VALUES(1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4','http://h/4',1000,'audio/mpeg',1,
-    1,0,'One-4.mp3',90,0,0,0,NULL,'<p>Notes <b>4</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2','http://h/2',1000,'audio/mpeg',2,
-    1,0,'One-2.mp3',90,0,0,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(4,1,'One part 1','Plain notes','http://h/One-1.mp3',1704103200,'One-1','http://h/1',1000,
-    'audio/mpeg',1,0,1,'One-1.mp3',90,30,1704500000,1704500000,NULL,'',NULL,NULL);
-INSERT INTO episode VALUES(6,2,'Two part 3','','http://h/Two-3.mp3',1704276000,'Two-3','http://h/3',1000,'audio/mpeg',0,
-    0,0,NULL,90,90,1704400000,0,NULL,'<p>Notes <b>3</b></p>',NULL,NULL);
-INSERT INTO episode VALUES(7,2,'Two part 2','','http://h/Two-2.mp3',1704189600,'Two-2','http://h/2',1000,'audio/mpeg',0,
-    1,0,NULL,90,10,1704600000,0,NULL,'<p>Notes <b>2</b></p>',NULL,NULL);
+INSERT INTO podcast VALUES
+    (1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,'Show One',0,'Audio'),
+    (2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,'Show Two',0,'Audio');
+INSERT INTO episode VALUES
+    (1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4',1,1,0,'One-4.mp3',90,0,0,'<p>Notes <b>4</b></p>'),
+    (3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2',2,1,0,'One-2.mp3',90,0,0,'<p>Notes <b>2</b></p>'),
+    (4,1,'One part 1','Plain notes','http://h/One-1.mp3',1704103200,'One-1',1,0,1,'One-1.mp3',90,30,1704500000,''),
+    (6,2,'Two part 3','','http://h/Two-3.mp3',1704276000,'Two-3',0,0,0,NULL,90,90,1704400000,'<p>Notes <b>3</b></p>'),
+    (7,2,'Two part 2','','http://h/Two-2.mp3',1704189600,'Two-2',0,1,0,NULL,90,10,1704600000,'<p>Notes <b>2</b></p>');
 )";
 
 constexpr char kAntennaPod[] = R"(
@@ -90,9 +73,9 @@ protected:
                 [] { return false; });
         }
         return PlainSqlite(name).Rows(
-            "SELECT PodcastFeeds.Name, URLFeed, GUID, Title, PodcastEpisodes.Description, URI, PublishDate, Duration, "
-            "State, URLAudioCached FROM PodcastEpisodes JOIN PodcastFeeds USING (FeedID) ORDER BY "
-            "PodcastEpisodes.rowid");
+            "SELECT Name, URLFeed, GUID, Title, Episodes.Description, URI, PublishDate, Duration, State, "
+            "URLAudioCached "
+            "FROM PodcastEpisodes Episodes JOIN PodcastFeeds USING (FeedID) ORDER BY Episodes.rowid");
     }
     static QString Positions(const TPodcastForeignLibrary& library) {
         QString text;
@@ -143,11 +126,8 @@ TEST_F(ForeignLibraries, AntennaPodsSubscriptionsMarksQueueAndPositionsAreRead) 
 }
 
 TEST_F(ForeignLibraries, AFileThatIsNoSuchDatabaseIsRefusedAndNeverWritten) {
-    const struct {
-        QString Program;
-        QByteArray Sql;
-        const char* Error;
-    } cases[] = {
+    const std::tuple<QString, QByteArray, const char*> cases[] = {
+        // the program, the database, why it is refused
         {"gpodder", kAntennaPod, "no column podcast.id"},
         {"antennapod", kGpodder, "no column Feeds.id"},
         // Neither a view nor a virtual table is asked, which could be made to never end.

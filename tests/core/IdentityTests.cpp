@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <map>
 #include <random>
 #include <set>
 
@@ -331,14 +330,11 @@ protected:
     std::vector<PlainRow> Stored() {
         std::vector<PlainRow> rows;
         const auto cursor = DB.Query(
-            "SELECT URI, GUID, Title, URLAudio, PublishDate, State, URLAudioCached, rowid FROM PodcastEpisodes ORDER "
-            "BY rowid");
+            "SELECT GUID, Title, URLAudio, PublishDate, URI, URLAudioCached, State, rowid "
+            "FROM PodcastEpisodes ORDER BY rowid");
         if (cursor) do {
-                rows.push_back({{cursor->Text(1), cursor->Text(2), cursor->Text(3), cursor->Double(4)},
-                                cursor->Text(0),
-                                cursor->Text(6),
-                                cursor->Integer(5),
-                                cursor->Integer(7)});
+                const Entry entry{cursor->Text(0), cursor->Text(1), cursor->Text(2), cursor->Double(3)};
+                rows.push_back({entry, cursor->Text(4), cursor->Text(5), cursor->Integer(6), cursor->Integer(7)});
             } while (cursor->Next());
         return rows;
     }

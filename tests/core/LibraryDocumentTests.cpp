@@ -88,11 +88,8 @@ TEST_F(Library, EveryRowComesBackAsItWasAndComingTwiceChangesNothing) {
 
 TEST_F(Library, WhatIsThereStaysAndGetsTheMarksAndFilesThatItLacks) {
     const QByteArray one = Media("1.mp3").toUtf8(), two = Media("2.mp3").toUtf8();
-    const struct {
-        int State;
-        QByteArray File, TakenState, TakenFile;
-        const char* Row;
-    } cases[] = {
+    const std::tuple<int, QByteArray, QByteArray, QByteArray, const char*> cases[] = {
+        // the state and the file that are there, those that come, what is there afterwards
         {1, "", "listened", one, "0|1"},
         {1, "", "postponed", "", "2|"},
         {0, "", "new", "", "0|"},
@@ -146,10 +143,7 @@ TEST_F(Library, ADocumentThatIsCutOrWrongIsRefusedAsAWholeWithTheReason) {
     const QByteArray whole = WithEpisode(R"("guid": "g\"]}", "state": "listened")");
     for (qsizetype size = 0; size < whole.size(); ++size)
         EXPECT_NE(ErrorOf([&] { TPodcastLibraryDocument{whole.first(size)}; }), "") << size;
-    const struct {
-        QByteArray Document;
-        const char* Error;
-    } cases[] = {
+    const std::pair<QByteArray, const char*> cases[] = {
         {"\xEF\xBB\xBF " + whole, ""},
         {WithEpisode(R"("later": {"versions": ["say", "more"]})"), ""},
         {"{}", "holds no library"},
@@ -194,9 +188,8 @@ TEST_F(Library, AHostileDocumentNamesNeitherAddressesNorFilesOfTheMachine) {
 }
 
 TEST_F(Library, AMovedFolderIsComparedByWholeNamesOfFolders) {
-    const struct {
-        const char *File, *Old, *New, *Moved;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+        // the file, its folder's old name and its new one, where the file is if it is in the folder
         {"/m/a/b.mp3", "/m", "/n", "/n/a/b.mp3"},
         {"/music/b.mp3", "/m", "/n", ""},
         {"/m", "/m", "/n", ""},

@@ -1,6 +1,4 @@
 #include "Podcasts.Core.OPML.h"
-#include "Podcasts.Core.Subscribing.h"
-#include "TempFolder.h"
 #include "Texts.h"
 #include "VEXA.Runtime.XML.h"
 
@@ -46,37 +44,6 @@ TEST(Opml, ADocumentThatIsNotAListIsAnError) {
                                       "<opml><head/></opml>", "<opml><body><outline xmlUrl='u'/></body>"})
         EXPECT_THROW(ReadOpml(document), vexa::XmlError) << document.constData();
     EXPECT_TRUE(ReadOpml("<opml><body/></opml>").empty());
-}
-
-TEST(Opml, ALocalFeedFileIsSubscribedByItsAbsoluteName) {
-    const tests::TempFolder folder;
-    const QString file = folder.File("Feed.XML");
-    WriteWhole(file, "<rss version='2.0'><channel><title>T</title><item/></channel></rss>");
-    EXPECT_EQ(NormalizedFeedLocation(" " + folder.Path() + u"/./Feed.XML "), file);
-    EXPECT_EQ(NormalizedFeedLocation(" http://h/feed.xml\n"), "http://h/feed.xml");
-    TPodcastClient client(folder.File("Podcasts.db"));
-    QStringList results;
-    const auto note = [&](const TPodcastSubscription& result) {
-        results += u"%1 %2 %3"_s.arg(static_cast<int>(result.What)).arg(result.FeedTitle).arg(result.EpisodeCount);
-    };
-    SubscribeByAddress(
-        client, {file, file, folder.File("none.xml"), "ftp://h/feed"}, 0, [] { return false; }, note);
-    EXPECT_EQ(results, QStringList({"0 T 1", "1 T 0", "2  0", "2  0"}));
-    EXPECT_EQ(Read(ExportOpml(client)), QStringList("T=" + file));
-
-    // One file opens, and then fails as on a damaged disk; the others have the largest size, and one byte more.
-    QStringList files;
-    for (const char* name : {"unreadable.xml", "large.xml", "larger.xml"}) files += folder.File(name);
-    ASSERT_TRUE(QFile::link("/proc/self/mem", files[0]));
-    for (const int more : {0, 1})
-        ASSERT_TRUE(QFile(files[1 + more]).open(QIODevice::WriteOnly) &&
-                    QFile::resize(files[1 + more], (64 << 20) + more));
-    QStringList errors;
-    SubscribeByAddress(
-        client, files, 0, [] { return false; }, [&](auto& result) { errors += result.Error.English(); });
-    EXPECT_TRUE(errors[0].contains("the file cannot be read: ")) << errors[0].toStdString();
-    EXPECT_NE(errors[1], errors[2]);
-    EXPECT_EQ(errors[2], "the document is larger than 64 MiB");
 }
 
 }  // namespace

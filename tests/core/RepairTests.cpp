@@ -1,19 +1,15 @@
 // A damaged database: set aside, replaced, repaired.
 
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Repair.h"
 #include "VEXA.Runtime.Profile.h"
 
-#include <QDir>
 #include <QStandardPaths>
 
 #include <iostream>
 #include <numeric>
 #include <random>
-
-using namespace Qt::StringLiterals;
 
 namespace podcasts {
 namespace {

@@ -1,15 +1,12 @@
 // What the user did and takes back, whatever else has happened meanwhile.
 
 #include "ClientTests.h"
-#include "PlainSqlite.h"
 
 namespace podcasts {
 namespace {
 
 class ClientUndo : public ClientTest {
 protected:
-    PlainSqlite Plain{Folder.File("Podcasts.db")};
-
     /// Undoes the newest act: "restored, changed: problem".
     QString Undo() {
         const auto act = Client->UndoLog().Last();
@@ -34,10 +31,9 @@ protected:
     }
     static QString InTrash(const QString& name) { return qEnvironmentVariable("XDG_DATA_HOME") + u"/Trash/" + name; }
     static void EmptyTrash() { QDir(InTrash({})).removeRecursively(); }
-    QString AudioFile(const QString& name) const { return Folder.File("audio/" + name); }
     /// All that is stored of the feed, but for its ID and the rows' ids.
     QStringList Stored(const QString& path) {
-        const QByteArray id = QByteArray::number(Client->DB().GetFeedID(Server.Url(path)));
+        const QString id = QString::number(Client->DB().GetFeedID(Server.Url(path)));
         QStringList stored;
         for (const auto& [table, feed, left] : {std::array<const char*, 3>{"PodcastFeeds", "FeedID", ""},
                                                 {"PodcastEpisodes", "FeedID", ""},
@@ -45,11 +41,10 @@ protected:
                                                 {"PodcastFeedLogoLooks", "FeedID", ""},
                                                 {"PodcastFeedOptions", "FeedID", ""},
                                                 {"PodcastEpisodeNames", "FeedID", "Episode"}}) {
-            QStringList columns = Plain.Rows("SELECT name FROM pragma_table_info('" + QByteArray(table) + "')");
+            QStringList columns = Rows(QString("SELECT name FROM pragma_table_info('%1')").arg(table));
             columns.removeIf([&](const QString& name) { return name == feed || name == left; });
-            for (QString& column : columns) column = "quote(" + column + ")";
-            stored += Plain.Rows("SELECT " + columns.join(", ").toUtf8() + " FROM " + table + " WHERE " + feed + " = " +
-                                 id + " ORDER BY rowid");
+            const QString sql = "SELECT quote(%1) FROM %2 WHERE %3 = %4 ORDER BY rowid";
+            stored += Rows(sql.arg(columns.join("), quote("), table, feed, id));
         }
         return stored;
     }
@@ -92,9 +87,9 @@ TEST_F(ClientUndo, ARowThatBelongsToAnotherEpisodeByNowIsLeftAlone) {
 TEST_F(ClientUndo, TheLastTwentyActsAreKeptAndOneThatFailsStays) {
     Subscribe("a", {{"1", "/1.mp3"}});
     for (int i = 0; i < 21; ++i) Mark({"/1.mp3"}, i % 2 == 0 ? pesListened : pesNew);
-    Plain.Run("ALTER TABLE PodcastEpisodes RENAME TO Elsewhere");
+    Rows("ALTER TABLE PodcastEpisodes RENAME TO Elsewhere");
     EXPECT_TRUE(ErrorOf([&] { Undo(); }).contains("PodcastEpisodes"));
-    Plain.Run("ALTER TABLE Elsewhere RENAME TO PodcastEpisodes");
+    Rows("ALTER TABLE Elsewhere RENAME TO PodcastEpisodes");
     Heard->Events.clear();
     int undone = 0;
     while (Undo() == "1, 0: ") ++undone;
@@ -106,11 +101,8 @@ TEST_F(ClientUndo, TheLastTwentyActsAreKeptAndOneThatFailsStays) {
 TEST_F(ClientUndo, DeletedFilesComeBackFromTheTrash) {
     Subscribe("a", {{"1", "/1.mp3"}, {"2", "/2.mp3"}, {"3", "/3.mp3"}});
     EmptyTrash();
-    QStringList keys;
-    for (const char* audio : {"/1.mp3", "/2.mp3", "/3.mp3"}) {
-        Server.Serve(audio, Response::Of("sound of " + QByteArray(audio), "audio/mpeg"));
-        keys += Key(audio);
-    }
+    ServeAudio({"/1.mp3", "/2.mp3", "/3.mp3"});
+    const QStringList keys{Key("/1.mp3"), Key("/2.mp3"), Key("/3.mp3")};
     Download(keys);
     DeleteFiles(keys);
     EXPECT_EQ(Client->UndoLog().Last()->Count, 3);
@@ -119,7 +111,7 @@ TEST_F(ClientUndo, DeletedFilesComeBackFromTheTrash) {
     QFile::remove(InTrash("files/3.mp3"));
     WriteWhole(InTrash("files/3.mp3"), "another file of that name");
     EXPECT_EQ(Undo(), "1, 2: ");
-    EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "sound of /1.mp3");
+    EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "/1.mp3");
     EXPECT_EQ(CachedFile("/1.mp3"), AudioFile("a/1.mp3"));
     EXPECT_EQ(CachedFile("/2.mp3"), AudioFile("a/2.mp3")) << "the new download";
     EXPECT_EQ(CachedFile("/3.mp3"), "");
@@ -135,7 +127,7 @@ TEST_F(ClientUndo, DeletedFilesComeBackFromTheTrash) {
 }
 
 TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
-    Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg"));
+    ServeAudio({"/1.mp3"});
     Subscribe("b", {{"1", "/b.mp3"}});
     Subscribe("a", {{"1", "/1.mp3", "One"}, {"2", "/old.mp3", "Two"}, {"3", "/3.mp3", "Three"}});
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}}));
@@ -158,7 +150,7 @@ TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
         EXPECT_EQ(Undo(), "3, 0: ");
         EXPECT_EQ(Stored("/a"), before);
         EXPECT_NE(Client->DB().GetFeedID(Server.Url("/a")), id);
-        EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "sound");
+        EXPECT_EQ(ReadWhole(AudioFile("a/1.mp3")), "/1.mp3");
         EXPECT_EQ(Client->DB().GetEpisode(Key("/old.mp3"))->Fields[pefGUID], "2") << "by its older name";
         Client->Unsubscribe(Server.Url("/c"), false);
     }
@@ -172,12 +164,12 @@ TEST_F(ClientUndo, ASubscriptionComesBackWithEverythingThatWasStored) {
     EXPECT_EQ(States({"/2.mp3"}), "1");
     Server.Serve("/a", Document("a", {{"1", "/1.mp3", "One"}, {"2", "/2.mp3", "Two"}, {"4", "/4.mp3", "Four"}}));
     Refresh("/a");
-    EXPECT_EQ(Client->RefreshOutcomes().From().at(0).NewEpisodes.size(), 1) << "the others are known";
-    EXPECT_EQ(Plain.Rows("PRAGMA integrity_check"), QStringList("ok"));
+    EXPECT_EQ(LastRefresh().NewEpisodes.size(), 1) << "the others are known";
+    EXPECT_EQ(Rows("PRAGMA integrity_check"), QStringList("ok"));
 }
 
 TEST_F(ClientUndo, OfASubscriptionWhatCannotComeBackIsTold) {
-    Server.Serve("/1.mp3", Response::Of("sound", "audio/mpeg"));
+    ServeAudio({"/1.mp3"});
     Subscribe("a", {{"1", "/1.mp3"}});
     Download({Key("/1.mp3")});
     Client->Unsubscribe(Server.Url("/a"), true, TPodcastUndo::Kept);
@@ -201,7 +193,7 @@ TEST_F(ClientUndo, AQueuedDownloadIsQueuedAgainWithItsSubscription) {
     Client->DownloadEpisodes({Key("/1.mp3"), Key("/2.mp3")});
     ASSERT_TRUE(WaitForRequest("/2.mp3"));
     Client->Unsubscribe(Server.Url("/a"), true, TPodcastUndo::Kept);
-    for (const char* audio : {"/1.mp3", "/2.mp3"}) Server.Serve(audio, Response::Of("sound", "audio/mpeg"));
+    ServeAudio({"/1.mp3", "/2.mp3"});
     ASSERT_TRUE(WaitForTasks());
     EXPECT_EQ(Undo(), "2, 0: ");
     ASSERT_TRUE(WaitForTasks());

@@ -24,14 +24,8 @@ constexpr std::size_t kStore = 0, kGpodder = 1, kIndex = 2;  // numbers of direc
 
 QString Described(const TPodcastFindRow& row) {
     const QString date = row.Newest.isValid() ? row.Newest.toString(Qt::ISODate) : u"-"_s;
-    return QStringList{row.Address,
-                       row.Title,
-                       row.Author,
-                       row.Description,
-                       row.Picture.isEmpty() ? u"-"_s : row.Picture,
-                       QString::number(row.EpisodeCount),
-                       date}
-        .join('|');
+    const QString picture = row.Picture.isEmpty() ? u"-"_s : row.Picture, count = QString::number(row.EpisodeCount);
+    return QStringList{row.Address, row.Title, row.Author, row.Description, picture, count, date}.join('|');
 }
 
 QString Read(std::size_t directory, const QByteArray& answer, const QString& type = {}) {
@@ -115,19 +109,15 @@ protected:
         Options.Secret = "secret";
     }
     /// Searches, and returns "directory: error" for each that failed.
-    QStringList Search(const QString& words = "a b+c/&", int limit = 20) {
+    QStringList Search(const QString& words = "a b+c/&") {
         QStringList failed;
         bool isCompleted = false;
-        Finder.Find(words, limit, Options,
-                    {.Found = [&](std::size_t row) { Told += QString::number(row); },
-                     .DirectoryDone =
-                         [&](const TPodcastDirectoryOutcome& outcome) {
-                             if (outcome.RestsUntil.isValid()) Rests[outcome.Directory] = outcome.RestsUntil;
-                             if (outcome.Error)
-                                 failed += QLatin1String(PodcastDirectories()[outcome.Directory].ID) + u": "_s +
-                                           outcome.Error.English();
-                         },
-                     .Completed = [&] { isCompleted = true; }});
+        const auto note = [&](const TPodcastDirectoryOutcome& outcome) {
+            if (outcome.RestsUntil.isValid()) Rests[outcome.Directory] = outcome.RestsUntil;
+            const QLatin1String directory(PodcastDirectories()[outcome.Directory].ID);
+            if (outcome.Error) failed += directory + u": "_s + outcome.Error.English();
+        };
+        Finder.Find(words, 20, Options, {.Found = {}, .DirectoryDone = note, .Completed = [&] { isCompleted = true; }});
         EXPECT_TRUE(tests::WaitUntil([&] { return isCompleted; }));
         failed.sort();
         return failed;
@@ -152,7 +142,6 @@ protected:
                           },
                           [this] { return Now; }};
     TPodcastFindOptions Options;
-    QStringList Told;
     std::map<std::size_t, QDateTime> Rests;
 };
 
@@ -166,19 +155,20 @@ TEST_F(Finding, UnitesWhatTheDirectoriesKnowOfOneFeedAndKnowsSubscriptions) {
         {"feedUrl":"http://www.h.org/present","collectionName":"P"}]})"));
     Server.Serve(kGpodderPath,
                  Listing({"http://h.org/g", "http://h.org/old/", "http://h.org/g/"}).With(Fault::Wait, 0));
-    Server.Serve(kIndexPath, Json(R"({"feeds":[{"url":"http://h.org/a/","title":"Other","author":"Ann",
-        "episodeCount":2}]})")
-                                 .With(Fault::Wait, 0));
-    TPodcastFinder::Events events;
+    const Response other =
+        Json(R"({"feeds":[{"url":"http://h.org/a/","title":"Other","author":"Ann","episodeCount":2}]})");
+    Server.Serve(kIndexPath, other.With(Fault::Wait, 0));
+    QStringList told;
     int done = 0;
-    events.Found = [&](std::size_t row) { Told += QString::number(row); };
-    events.DirectoryDone = [&](auto&) { ++done; };
-    Finder.Find("a b+c/&", 20, Options, std::move(events));
+    Finder.Find("a b+c/&", 20, Options,
+                {.Found = [&](std::size_t row) { told += QString::number(row); },
+                 .DirectoryDone = [&](auto&) { ++done; },
+                 .Completed = {}});
     ASSERT_TRUE(tests::WaitUntil([&] { return done == 1; })) << "the store's podcasts do not wait for the others";
-    EXPECT_EQ(Told.join(' '), "0 1");
+    EXPECT_EQ(told.join(' '), "0 1");
     Server.Release(kIndexPath);
     ASSERT_TRUE(tests::WaitUntil([&] { return done == 2; }));
-    EXPECT_EQ(Told.join(' '), "0 1 0");
+    EXPECT_EQ(told.join(' '), "0 1 0");
     Server.Release(kGpodderPath);
     ASSERT_TRUE(tests::WaitUntil([&] { return !Finder.IsRunning(); }));
     QStringList rows;

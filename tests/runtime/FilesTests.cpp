@@ -60,10 +60,8 @@ TEST(FileTypes, AreRecognisedByTypeExtensionAndFirstBytes) {
         EXPECT_EQ(KnownExtension(u"a.b" + QString(extension)), extension);
     for (const char* name : {"Chapter 3.141", "Inside example.org", "Dr. No", "a", "mp3"})
         EXPECT_EQ(KnownExtension(name), "") << name;
-    for (const QByteArray bytes : {"ID3", "\xFF\xFB", "\xFF\xE3", "OggS", "fLaC", "RIFF",
-                                   "\x01\x02\x03\x04"
-                                   "ftyp",
-                                   "\x1A\x45\xDF\xA3"})
+    for (const QByteArray bytes :
+         {"ID3", "\xFF\xFB", "\xFF\xE3", "OggS", "fLaC", "RIFF", "\1\2\3\4ftyp", "\x1A\x45\xDF\xA3"})
         EXPECT_TRUE(BeginsLikeMedia(bytes)) << bytes.toHex().constData();
     for (const QByteArray bytes : {"", "ID", "\xFF", "\xFF\xFE<", "ftyp", "<html>", "sound"})
         EXPECT_FALSE(BeginsLikeMedia(bytes)) << bytes.toHex().constData();

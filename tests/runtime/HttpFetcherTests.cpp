@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 namespace vexa {
@@ -26,9 +25,10 @@ protected:
 
     HttpFetching() { Limits.SilentAfter = 1h; }
     void SetUp() override {
-        for (auto& server : Servers)
-            for (int path = 0; path < kPaths; ++path)
-                server.Serve(QString("/%1").arg(path), Response::Of("document").With(Fault::Wait));
+        for (auto& server : Servers) ServeAll(server, Response::Of("document").With(Fault::Wait));
+    }
+    static void ServeAll(tests::LoopbackServer& server, const Response& response) {
+        for (int path = 0; path < kPaths; ++path) server.Serve(QString("/%1").arg(path), response);
     }
     void Start() {
         Fetcher.emplace([] {}, Limits);
@@ -37,8 +37,7 @@ protected:
     QStringList Addresses(int servers = kServers) {
         QStringList addresses;
         for (int server = 0; server < servers; ++server)
-            for (int path = 0; path < kPaths; ++path)
-                addresses += Servers[static_cast<std::size_t>(server)].Url(QString("/%1").arg(path));
+            for (int path = 0; path < kPaths; ++path) addresses += Servers[server].Url(QString("/%1").arg(path));
         return addresses;
     }
     void Want(const QStringList& addresses, bool isSecondTry = false) {
@@ -49,7 +48,7 @@ protected:
             return fetch;
         });
     }
-    int Requests(int server) { return static_cast<int>(Servers[static_cast<std::size_t>(server)].Requests().size()); }
+    int Requests(int server) { return static_cast<int>(Servers[server].Requests().size()); }
     int AllRequests() {
         int count = 0;
         for (int server = 0; server < kServers; ++server) count += Requests(server);
@@ -63,7 +62,7 @@ protected:
     }
     HttpErrorInfo Take(const QString& address) { return Fetcher->Take(address, {}).Outcome; }
 
-    std::array<tests::LoopbackServer, kServers> Servers;
+    tests::LoopbackServer Servers[kServers];
     HttpFetcherLimits Limits;
     std::optional<HttpFetcher> Fetcher;
 };
@@ -89,7 +88,7 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
     Limits.MaxActive = 1;
     Limits.MaxSilent = 4;
     Limits.EvictableAfter = 300ms;
-    for (int path = 0; path < kPaths; ++path) Servers[4].Serve(QString("/%1").arg(path), Response::Of("document"));
+    ServeAll(Servers[4], Response::Of("document"));
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
@@ -117,9 +116,7 @@ TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
 TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
     constexpr int kSize = 1'000'000;
     Limits.MaxHeldBytes = 5 * kSize / 2;
-    for (auto& server : Servers)
-        for (int path = 0; path < kPaths; ++path)
-            server.Serve(QString("/%1").arg(path), Response::Of(QByteArray(kSize, 'x')));
+    for (auto& server : Servers) ServeAll(server, Response::Of(QByteArray(kSize, 'x')));
     Start();
     const QStringList addresses = Addresses();
     Want(addresses);
@@ -143,7 +140,7 @@ TEST_F(HttpFetching, KeepsItsMemoryLimitExceptForAnAwaitedDocument) {
 
 TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     Servers[0].Serve("/0", Response::Failure("429 Too Many Requests", "Retry-After: 7200\r\n"));
-    for (int path = 0; path < kPaths; ++path) Servers[1].Serve(QString("/%1").arg(path), Response::Of("document"));
+    ServeAll(Servers[1], Response::Of("document"));
     Limits.MaxPerHost = 1;
     Start();
     const QStringList addresses = Addresses(2);

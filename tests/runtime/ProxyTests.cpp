@@ -129,9 +129,7 @@ TEST_F(Proxies, ASocksProxyIsLeftToResolveTheName) {
     shutdown(proxy.Socket, SHUT_RDWR);  // ends the server if nobody has connected
     server.join();
     close(proxy.Socket);
-    EXPECT_EQ(asked, QByteArray("\5\1\0\3\x09"
-                                "a.example\0P",
-                                16));
+    EXPECT_EQ(asked, QByteArray("\5\1\0\3\11a.example\0P", 16));
 }
 
 TEST_F(Proxies, UserNameAndPasswordAreSentToTheProxyOnly) {
