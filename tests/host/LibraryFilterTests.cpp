@@ -25,6 +25,10 @@ QJsonObject Json(const QByteArray& text) {
     return QJsonDocument::fromJson(text).object();
 }
 
+std::string Words(const QJsonObject& json) {
+    return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString();
+}
+
 }  // namespace
 
 using LibraryFilters = HostTest;
@@ -37,7 +41,7 @@ TEST_F(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) 
              R"({"operation":3,"children":[{"field":"c","operation":7,"value":"t"},{"operation":0,"children":[]}]}]})");
     const auto filter = Make<IVEXAMLDataFilter>(Host);
     ASSERT_TRUE(AddJsonToFilter(json, *filter));
-    EXPECT_EQ(FilterToJson(*filter), json);
+    EXPECT_EQ(Words(FilterToJson(*filter)), Words(json));
     EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
 
     Ref<IVEXAMLFieldFilter> child, other;
@@ -50,7 +54,7 @@ TEST_F(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) 
     QJsonArray left = json["children"_L1].toArray();
     left.removeFirst();
     json["children"_L1] = left;
-    EXPECT_EQ(FilterToJson(*filter), json);
+    EXPECT_EQ(Words(FilterToJson(*filter)), Words(json));
     EXPECT_EQ(filter->Clear(), S_OK);
     EXPECT_EQ(filter->GetChildCount(), 0);
 }
@@ -64,9 +68,9 @@ TEST_F(LibraryFilters, AConditionIsACopyAndAnInvalidOneIsRefused) {
     ASSERT_EQ(filter->AddArray(name.Get(), &text, 1, nullptr), S_OK);
     name->SetChars(u"Other", 5);
     text.Text->SetChars(u"other", 5);
-    const QJsonObject copies =
-        Json(R"({"children":[{"field":"State","operation":0,"value":"it's"},{"field":"State","values":["it's"]}]})");
-    EXPECT_EQ(FilterToJson(*filter)["children"_L1], copies["children"_L1]);
+    EXPECT_EQ(Words(FilterToJson(*filter)),
+              R"({"children":[{"field":"State","operation":0,"value":"it's"},{"field":"State","values":["it's"]}],)"
+              R"("operation":0})");
     for (const char* odd : {R"({"children":[7]})", R"({"children":[{"field":"a","operation":99}]})",
                             R"({"children":[{"field":"a","value":[]}]})", R"({"children":[{"field":"a","value":"x"}]})",
                             R"({"operation":8})"}) {

@@ -760,8 +760,12 @@ TEST_F(Window, TheOptionsDialogShowsWhatAnotherProgramHasSet) {
     EXPECT_FALSE(shown->isChecked());
     Find<QCheckBox>("CB1")->click();
     Find<OptionsDialog>()->accept();
+    other.Write("Podcasts\\CheckUpdates", "3");
+    other.Save();
+    Host.Config().Save();  // as the window does before the plug-ins end
     EXPECT_NO_THROW(Host.UnloadPlugins());
     SettingsFile written(SettingsFileName(Profile.Path()));
+    EXPECT_EQ(written.Find("Podcasts\\CheckUpdates"), "3") << "what was set meanwhile is overwritten at the end";
     EXPECT_EQ(written.Find("Podcasts\\ShowNotifications"), "0");
     EXPECT_EQ(written.Find("Podcasts\\CheckUpdatesOnStartup"), "1");
 }
