@@ -1,5 +1,5 @@
 #pragma once
-// A storage over a list in memory, such as a plug-in provides: rows, a tree of states and shows, finding files.
+// A storage over a list in memory, such as a plug-in provides: rows, and a tree of states and shows.
 
 #include "HostFixture.h"
 #include "Images.h"
@@ -35,8 +35,8 @@ private:
 };
 
 /// The tree has "new" and "shows", with the shows below each of them; its values are "state 1", "shows", "show NAME".
-class EpisodeStorage final : public RowStorage<Episode, IVEXAMLDataStorageCommandFindInLibrary, IVEXAMLTaskProgress,
-                                               IVEXAMLSubscriptionStorage, IVEXAMLNodeImage> {
+class EpisodeStorage final
+    : public RowStorage<Episode, IVEXAMLTaskProgress, IVEXAMLSubscriptionStorage, IVEXAMLNodeImage> {
 public:
     explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s)
         : RowStorage(id, "Episodes",
@@ -81,9 +81,33 @@ public:
         *image = host::MakeImageContainer(Picture(NodeOf(value), (flags & LocalOnly) != 0)).Detach();
         return S_OK;
     }
-    HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override;
-    HResult Find(IVEXAFileInfo* info, IVEXAMLDataFilter** filter,
-                 IVEXAMLGroupingTreeSelection** selection) noexcept override;
+    HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override {
+        using host::MakeString;
+        const Ref<IVEXAObjectList> list(new host::ObjectList);
+        if (schema == kSchemaTable)
+            for (const QString& name : {u"Title"_s, u"Unlisted"_s, u"State"_s}) list->Add(MakeString(name).Get());
+        if (schema == kSchemaPlaylistGroups && OffersFiles) list->Add(MakeString("Show").Get());
+        const auto add = [&](auto... of) {
+            const auto field = MakeField(of...);
+            list->Add(field.Get());
+            return field;
+        };
+        if (schema == kSchemaAllFields) {
+            add("ID", IVEXAMLDataField::Text, 6);
+            add("Title", IVEXAMLDataField::Text, 3, IVEXAMLDataField::Title);
+            add("Duration", IVEXAMLDataField::Duration, 2, IVEXAMLDataField::Length);
+            const Ref<StateWords> words(new StateWords);
+            add("State", IVEXAMLDataField::Text, 3, IVEXAMLDataField::State)
+                ->SetValueAsObject(IVEXAMLDataField::DisplayValue, words.Get());
+            if (OffersFiles) {
+                add("FileName", IVEXAMLDataField::FileName, 2);
+                add("Show", IVEXAMLDataField::Text, 3, IVEXAMLDataField::Container);
+            }
+            add("Node", IVEXAMLDataField::Text, 6)->SetValueAsInt32(IVEXAMLDataField::GroupingImage, 3);
+        }
+        *fields = Ref(list).Detach();
+        return S_OK;
+    }
 
     HResult GetProgress(std::int32_t, std::int32_t* item, std::int32_t* count, double* share) noexcept override {
         *item = Progress.Item;
@@ -93,7 +117,12 @@ public:
     }
     HResult Cancel(std::int32_t taskID) noexcept override { return CancelledTasks.push_back(taskID), S_OK; }
 
-    HResult GetRowCount(IVEXAObjectList* fields, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override;
+    HResult GetRowCount(IVEXAObjectList*, IVEXAMLDataFilter* filter, std::int64_t* count) noexcept override {
+        const auto selected = Select(filter);
+        if (!selected) return E_FAIL;
+        *count = static_cast<std::int64_t>(selected->size());
+        return S_OK;
+    }
     HResult Subscribe(IVEXAObjectList*, IVEXAMLSubscriptionEvents*) noexcept override { return E_NOTIMPL; }
     HResult ImportOPML(IVEXAString*, IVEXAMLSubscriptionEvents*, IVEXAErrorInfo*) noexcept override {
         return E_NOTIMPL;
@@ -105,13 +134,34 @@ private:
     static QString NodeOf(const Variant* value) {
         return host::Converted<QString>(host::FromVariant(*value)).value_or(QString());
     }
-    QString Value(const Episode& episode, const QString& field) const override;
-    bool Meets(const Episode& episode, const QString& field, const QString& value) const override;
+    QString Value(const Episode& episode, const QString& field) const override {
+        if (field == u"Title") return episode.Title;
+        if (field == u"State") return QString::number(episode.State);
+        if (field == u"Duration") return QString::number(episode.Duration);
+        if (field == u"FileName") return "episode://" + episode.ID;
+        if (field == u"Show") return episode.Show;
+        return episode.ID;
+    }
+    bool Meets(const Episode& episode, const QString& field, const QString& value) const override {
+        if (field != u"Node") return Value(episode, field) == value;
+        if (value.startsWith(u"show ")) return episode.Show == value.mid(5);
+        return value == u"shows" || value == QString(u"state " + QString::number(episode.State));
+    }
     bool Contains(const Episode& episode, const QString& search) const override {
         return episode.Title.contains(search);
     }
-    std::vector<host::TreeNode> NodesBelow(const QString& value) const override;
-    void OnAsked(const QString& asked) override;
+    std::vector<host::TreeNode> NodesBelow(const QString& value) const override {
+        if (value.startsWith(u"show ")) return {};
+        if (value.isEmpty()) return {{"new (2)", 3, 4, {"Node", u"state 1"_s}}, {"shows", 1, 0, {"Node", u"shows"_s}}};
+        const QString first = value == u"shows" ? u"A"_s : u"(1) A"_s;
+        return {{first, 2, 3, {"Node", u"show A"_s}}, {"B", 2, 3, {"Node", u"show B"_s}}};
+    }
+    void OnAsked(const QString& asked) override {
+        TLock lock(FMutex);
+        FAsked += asked;
+        FChanged.NotifyAll();
+        FChanged.Wait(lock, [this]() VEXA_REQUIRES(FMutex) { return !FIsHolding; });
+    }
     void SetHolding(bool isHolding) {
         const TLock lock(FMutex);
         FIsHolding = isHolding;

@@ -21,48 +21,63 @@ Ref<Interface> Make(Host& host) {
     return made;
 }
 
-/// The conditions of a filter, as a storage reads them.
-std::string Words(IVEXAMLDataFilter& filter) {
-    const QJsonObject json = FilterToJson(filter);
-    return QJsonDocument(json["children"_L1].toArray()).toJson(QJsonDocument::Compact).toStdString();
+QJsonObject Json(const QByteArray& text) {
+    return QJsonDocument::fromJson(text).object();
+}
+
+std::string Words(const QJsonObject& json) {
+    return QJsonDocument(json).toJson(QJsonDocument::Compact).toStdString();
 }
 
 }  // namespace
 
 using LibraryFilters = HostTest;
 
-TEST_F(LibraryFilters, AFilterHoldsConditionsArraysAndNestedGroups) {
+TEST_F(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) {
+    QJsonObject json =
+        Json(R"({"operation":1,"limit":5,"offset":2,"search":"x","sort":[{"direction":2,"field":"Title"}],"children":[)"
+             R"({"field":"a","operation":2,"value":{"int32":-1},"value2":{"int64":"9007199254740993"}},)"
+             R"({"field":"b","values":["x",1.5,null,{"int32":0}]},)"
+             R"({"operation":3,"children":[{"field":"c","operation":7,"value":"t"},{"operation":0,"children":[]}]}]})");
     const auto filter = Make<IVEXAMLDataFilter>(Host);
-    const Ref<IVEXAString> name = MakeString("State");
-    const Variant one = ToVariant(std::int32_t{1}), real = ToVariant(2.5), text = ToVariant(u"it's"_s);
-    ASSERT_EQ(filter->Add(name.Get(), &one, nullptr, IVEXAMLFieldFilter::Equals, nullptr), S_OK);
-    Ref<IVEXAMLGroupFilter> group, inner;
-    ASSERT_EQ(filter->AddGroup(group.Put()), S_OK);
-    group->SetValueAsInt32(IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::NotAnd);
-    Ref<IVEXAMLFieldFilter> between;
-    ASSERT_EQ(group->Add(name.Get(), &one, &real, IVEXAMLFieldFilter::Between, between.Put()), S_OK);
-    ASSERT_EQ(group->AddGroup(inner.Put()), S_OK);
-    const Variant values[] = {one, text};
-    ASSERT_EQ(inner->AddArray(name.Get(), values, 2, nullptr), S_OK);
-    name->SetChars(u"Other", 5);
-    text.Text->SetChars(u"other", 5);
-    const std::string equals = R"({"field":"State","operation":0,"value":{"int32":1}})",
-                      range = R"({"field":"State","operation":2,"value":{"int32":1},"value2":2.5})",
-                      list = R"({"children":[{"field":"State","values":[{"int32":1},"it's"]}],"operation":0})";
-    EXPECT_EQ(Words(*filter), "[" + equals + R"(,{"children":[)" + range + "," + list + R"(],"operation":3}])");
+    ASSERT_TRUE(AddJsonToFilter(json, *filter));
+    EXPECT_EQ(Words(FilterToJson(*filter)), Words(json));
+    EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
 
-    EXPECT_EQ(group->Delete(2), E_INVALIDARG);
-    EXPECT_EQ(group->Delete(-1), E_INVALIDARG);
-    EXPECT_EQ(group->Delete(0), S_OK);
-    EXPECT_EQ(TextOf(between.Get(), IVEXAMLFieldFilter::Value2), "2.5");  // a reference to it stays valid
-    EXPECT_EQ(Words(*filter), "[" + equals + R"(,{"children":[)" + list + R"(],"operation":3}])");
-    Ref<IVEXAMLFieldFilter> child;
-    EXPECT_EQ(filter->GetChild(1, IVEXAMLFieldFilter::IID, child.PutVoid()), E_NOINTERFACE);
-    EXPECT_EQ(filter->GetChild(2, IVEXAMLFieldFilter::IID, child.PutVoid()), E_INVALIDARG);
+    Ref<IVEXAMLFieldFilter> child, other;
+    ASSERT_EQ(filter->GetChild(0, IVEXAMLFieldFilter::IID, child.PutVoid()), S_OK);
+    EXPECT_EQ(filter->GetChild(2, IVEXAMLFieldFilter::IID, other.PutVoid()), E_NOINTERFACE);
+    EXPECT_EQ(filter->GetChild(3, IVEXAMLFieldFilter::IID, other.PutVoid()), E_INVALIDARG);
+    for (const int wrong : {-1, 3}) EXPECT_EQ(filter->Delete(wrong), E_INVALIDARG);
+    EXPECT_EQ(filter->Delete(0), S_OK);
+    EXPECT_EQ(TextOf(child.Get(), IVEXAMLFieldFilter::Value1), "-1") << "a reference to it stays valid";
+    QJsonArray left = json["children"_L1].toArray();
+    left.removeFirst();
+    json["children"_L1] = left;
+    EXPECT_EQ(Words(FilterToJson(*filter)), Words(json));
     EXPECT_EQ(filter->Clear(), S_OK);
     EXPECT_EQ(filter->GetChildCount(), 0);
-    EXPECT_EQ(filter->Add(name.Get(), &one, nullptr, 10, nullptr), E_INVALIDARG);
-    EXPECT_EQ(filter->GetChildCount(), 0);
+}
+
+TEST_F(LibraryFilters, AConditionIsACopyAndAnInvalidOneIsRefused) {
+    const auto filter = Make<IVEXAMLDataFilter>(Host);
+    const Ref<IVEXAString> name = MakeString("State");
+    const Variant text = ToVariant(u"it's"_s);
+    EXPECT_EQ(filter->Add(name.Get(), &text, nullptr, 10, nullptr), E_INVALIDARG);
+    ASSERT_EQ(filter->Add(name.Get(), &text, nullptr, IVEXAMLFieldFilter::Equals, nullptr), S_OK);
+    ASSERT_EQ(filter->AddArray(name.Get(), &text, 1, nullptr), S_OK);
+    name->SetChars(u"Other", 5);
+    text.Text->SetChars(u"other", 5);
+    EXPECT_EQ(Words(FilterToJson(*filter)),
+              R"({"children":[{"field":"State","operation":0,"value":"it's"},{"field":"State","values":["it's"]}],)"
+              R"("operation":0})");
+    for (const char* odd : {R"({"children":[7]})", R"({"children":[{"field":"a","operation":99}]})",
+                            R"({"children":[{"field":"a","value":[]}]})", R"({"children":[{"field":"a","value":"x"}]})",
+                            R"({"operation":8})"}) {
+        const Ref<DataFilter> left(new DataFilter);
+        EXPECT_FALSE(AddJsonToFilter(Json(odd), *left)) << odd;
+        EXPECT_EQ(left->GetChildCount(), 0) << odd;
+    }
 }
 
 TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {

@@ -3,7 +3,6 @@
 #include "HostFixture.h"
 #include "Images.h"
 #include "MenuBuilder.h"
-#include "Streams.h"
 
 using namespace vexa::host;
 

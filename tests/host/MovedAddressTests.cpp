@@ -4,7 +4,6 @@
 #include "LibraryController.h"
 #include "ListeningModel.h"
 #include "MovingFiles.h"
-#include "Waiting.h"
 
 #include <QScrollBar>
 #include <QTableView>
@@ -35,17 +34,17 @@ protected:
 
     Ref<tests::EpisodeStorage> Storage{new tests::EpisodeStorage};
     Ref<tests::MovingFiles> Moving{new tests::MovingFiles};
+    const Ref<Playlist> List = Host.Playlists().Create("P", true);
 };
 
 }  // namespace
 
 TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
-    const Ref<Playlist> list = Host.Playlists().Create("P", true);
-    list->Add({"episode://a", "/music/b.mp3", "episode://c", "episode://gone", "episode://d", "episode://d"});
+    List->Add({"episode://a", "/music/b.mp3", "episode://c", "episode://gone", "episode://d", "episode://d"});
     EXPECT_EQ(Host.Player().Play(MakeString("episode://playing").Get(), nullptr), S_OK);
     ASSERT_TRUE(Settle());
-    list->Select({2, 4});
-    list->FocusEntry(2);
+    List->Select({2, 4});
+    List->FocusEntry(2);
     Moving->Move("episode://a", "episode://a2");
     Moving->Move("episode://c", "episode://a2");  // two entries have become the same episode
     Moving->Move("episode://playing", "episode://moved");
@@ -54,10 +53,10 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     EXPECT_EQ(Host.Player().GetInfo(playing.Put()), S_OK);
     EXPECT_EQ(TextOf(playing.Get(), IVEXAFileInfo::FileName), "episode://moved");
     // A file that was in the list twice is still there twice.
-    EXPECT_EQ(Files(*list),
+    EXPECT_EQ(Files(*List),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d", "episode://d"}));
-    EXPECT_EQ(list->FocusedEntry(), 0);
-    EXPECT_TRUE(list->Entries()[0].IsSelected && list->Entries()[3].IsSelected && !list->Entries()[4].IsSelected);
+    EXPECT_EQ(List->FocusedEntry(), 0);
+    EXPECT_TRUE(List->Entries()[0].IsSelected && List->Entries()[3].IsSelected && !List->Entries()[4].IsSelected);
     EXPECT_NO_THROW(Host.UnloadPlugins());
     EXPECT_TRUE(ReadWhole(Profile.File("Playlists.json")).contains("episode://a2"));
 
@@ -70,13 +69,12 @@ TEST_F(MovedAddresses, EntriesOfPlaylistsFollow) {
     ASSERT_TRUE(WaitUntil([&] { return !next.Playlists().IsBusy(*again); }));
     EXPECT_EQ(Files(*again),
               QStringList({"episode://a2", "/music/b.mp3", "episode://gone", "episode://d2", "episode://d2"}));
-    EXPECT_EQ(Moving->AskedSince(), 3) << "the count up to which moves were followed";
+    EXPECT_EQ(Moving->AskedSince, 3) << "the count up to which moves were followed";
 }
 
 TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
     const QStringList all{"episode://a", "episode://b", "/music/c.mp3"};
-    const Ref<Playlist> list = Host.Playlists().Create("P", true);
-    list->Add(all + all);
+    List->Add(all + all);
     {
         Positions earlier(Profile.Path());
         earlier.Leave("episode://begun", 30, 100);  // neither in the list nor in the queue
@@ -96,14 +94,14 @@ TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
     };
     ASSERT_TRUE(Settle());
     EXPECT_EQ(offered(), QStringList({"episode://a", "episode://b", "episode://begun"}));
-    Moving->Fail(true);
+    Moving->Fails = true;
     for (const char* gone : {"episode://a", "episode://begun"}) Moving->Remove(gone);
     ASSERT_TRUE(Change());
-    EXPECT_EQ(Files(*list), all + all) << "nothing is known of it while nobody answers";
-    Moving->Fail(false);
+    EXPECT_EQ(Files(*List), all + all) << "nothing is known of it while nobody answers";
+    Moving->Fails = false;
     ASSERT_TRUE(Change());
     const QStringList left{"episode://b", "/music/c.mp3", "episode://b", "/music/c.mp3"};
-    EXPECT_EQ(Files(*list), left);
+    EXPECT_EQ(Files(*List), left);
     EXPECT_EQ(player.UpNext(), left);
     EXPECT_EQ(offered(), QStringList("episode://b"));
     EXPECT_EQ(player.SavedPositions().LastHeard()->Address, "episode://b");
@@ -111,7 +109,7 @@ TEST_F(MovedAddresses, WhatIsGoneLeavesListsAndQueueAndItsPositionIsKept) {
     ASSERT_TRUE(Change());
     EXPECT_EQ(offered(), all.first(2));
     EXPECT_EQ(player.SavedPositions().Find("episode://a")->Position, 10);
-    EXPECT_EQ(Files(*list), all + all) << "each is at its place again";
+    EXPECT_EQ(Files(*List), all + all) << "each is at its place again";
     EXPECT_EQ(player.UpNext(), all + all);
     Moving->Remove("episode://a");
     ASSERT_TRUE(Change());
@@ -131,38 +129,32 @@ TEST_F(MovedAddresses, APositionComesBackWhenItsFileIsNotHeardAfterAll) {
         for (const HeardFile& file : positions.Begun()) texts += file.Address.last(1) + QString::number(file.Position);
         return texts.join(u' ');
     };
-    const auto tell = [&](HostMessage message, const QStringList& files) {
-        const Ref<ObjectList> names(new ObjectList);
-        for (const QString& file : files) names->Add(MakeString(file).Get());
-        Host.Messages().Send(message, 0, names.Get());
-    };
     ASSERT_EQ(begun(), "c12 b11 a10");
-    tell(kMsgFilesHeard, {all[1], all[2]});
+    Host.Messages().Send(kMsgFilesHeard, 0, MakeStringList({all[1], all[2]}).Get());
     EXPECT_EQ(begun(), "a10");
     positions.Leave("episode://d", 5, 100);
     positions.Leave(all[2], 7, 100);
-    tell(kMsgFilesUnheard, all);
+    Host.Messages().Send(kMsgFilesUnheard, 0, MakeStringList(all).Get());
     EXPECT_EQ(begun(), "c7 d5 b11 a10") << "in its old order, and no position that is newer is replaced";
     player.Save();
     EXPECT_EQ(Positions(Profile.Path()).Find(all[1])->Position, 11);
 }
 
 TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
-    Host.Playlists().Create("P", true)->Add({"episode://a", "episode://a", "/music/b.mp3"});
+    List->Add({"episode://a", "episode://a", "/music/b.mp3"});
     ASSERT_TRUE(Settle());
-    EXPECT_EQ(Moving->TakeAsked(),
-              QStringList("episode://a"));  // at the start each address of this scheme is asked about once
-    EXPECT_EQ(Moving->AskedSince(), -1) << "the address is from an unknown time";
+    EXPECT_EQ(Moving->TakeAsked(), QStringList("episode://a")) << "at the start each address of this scheme, once";
+    EXPECT_EQ(Moving->AskedSince, -1) << "the address is from an unknown time";
     ASSERT_TRUE(Change());
     EXPECT_EQ(Moving->TakeAsked(), QStringList());
     // After a failure the addresses are asked about again with the next change.
     Moving->Move("episode://a", "episode://b");
-    Moving->Fail(true);
+    Moving->Fails = true;
     ASSERT_TRUE(Change());
-    Moving->Fail(false);
+    Moving->Fails = false;
     ASSERT_TRUE(Change());
     EXPECT_EQ(Moving->TakeAsked(), QStringList({"episode://a", "episode://a"}));
-    EXPECT_EQ(Files(*Host.Playlists().Active()), QStringList({"episode://b", "episode://b", "/music/b.mp3"}));
+    EXPECT_EQ(Files(*List), QStringList({"episode://b", "episode://b", "/music/b.mp3"}));
     // While plug-ins are being unloaded they are not asked.
     bool isAnswered = false, isDropped = true;
     Host.Addresses().Ask({"episode://b"}, [&](const AddressMoves&) { isDropped = false; });
@@ -177,32 +169,30 @@ TEST_F(MovedAddresses, AreAskedForOnlyWhenSomethingMoved) {
 }
 
 TEST_F(MovedAddresses, ASmartPlaylistKeepsItsSelection) {
-    const Ref<Playlist> list = Host.Playlists().Create("P", true);
     const Ref<IVEXAPlaylistPreimage> all = MakePreimage({"Tests.Episodes", {}});
-    list->SetValueAsObject(IVEXAPlaylist::Preimage, all.Get());
-    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*list) && list->Count() == 4; }));
-    list->Select({1, 3});
-    list->FocusEntry(3);
-    ASSERT_EQ(Files(*list), QStringList({"episode://e1", "episode://e3", "episode://e4", "episode://e2"}));
+    List->SetValueAsObject(IVEXAPlaylist::Preimage, all.Get());
+    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*List) && List->Count() == 4; }));
+    List->Select({1, 3});
+    List->FocusEntry(3);
+    ASSERT_EQ(Files(*List), QStringList({"episode://e1", "episode://e3", "episode://e4", "episode://e2"}));
     Storage->Rows[2].ID = "moved";
     Storage->Rows[1].ID = "gone";
     // Without counting, the new rows arrive before the playlist is told about the move.
     Moving->Move("episode://e3", "episode://moved", false);
     Storage->Manager->Changed();
-    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*list); }));
-    EXPECT_EQ(list->Entries()[1].File, "episode://moved");
-    EXPECT_TRUE(list->Entries()[1].IsSelected);
-    EXPECT_FALSE(list->Entries()[3].IsSelected);
-    EXPECT_EQ(list->FocusedEntry(), -1);
+    ASSERT_TRUE(WaitUntil([&] { return !Host.Playlists().IsBusy(*List); }));
+    EXPECT_EQ(List->Entries()[1].File, "episode://moved");
+    EXPECT_TRUE(List->Entries()[1].IsSelected);
+    EXPECT_FALSE(List->Entries()[3].IsSelected);
+    EXPECT_EQ(List->FocusedEntry(), -1);
 }
 
 TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
     Storage->Rows.clear();
     for (int i = 0; i < 300; ++i) Storage->Rows.push_back({"e" + QString::number(i), "T", "A", 1, 60});
-    for (const bool isCounted : {false, true}) {
-        // Without counting, the new rows arrive before the table is told about the moves.
-        SCOPED_TRACE(isCounted);
-        const QString name = isCounted ? "counted" : "uncounted";
+    // Without counting, the new rows arrive before the table is told about the moves.
+    for (const QString& name : {u"counted"_s, u"uncounted"_s}) {
+        SCOPED_TRACE(name.toStdString());
         TreePane tree(Host.Language());
         TablePane table(Host.Language());
         table.resize(600, 400);
@@ -222,13 +212,12 @@ TEST_F(MovedAddresses, TheTableKeepsItsPlaceWhetherRowsOrMovesComeFirst) {
         for (std::size_t i = 40; i < 60; ++i) {
             QString& id = Storage->Rows[i].ID;
             const QString present = name + QString::number(i);
-            Moving->Move("episode://" + id, "episode://" + present, isCounted);
+            Moving->Move("episode://" + id, "episode://" + present, name == "counted");
             id = present;
         }
-        const auto rows = Storage->Rows.size();
         Storage->Rows.insert(Storage->Rows.begin(), 3, {name, "New", "A", 1, 1});
         Storage->Manager->Changed();
-        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(rows) + 3; }));
+        ASSERT_TRUE(WaitUntil([&] { return table.Model().rowCount() == int(Storage->Rows.size()); }));
         QStringList selected;
         for (int i = 48; i <= 52; ++i) selected += "episode://" + name + QString::number(i);
         // The table first asks about the rows that it misses, so its selection is right only after a while.

@@ -10,6 +10,8 @@
 #include <QHash>
 #include <QStringList>
 
+#include <atomic>
+
 namespace tests {
 
 using namespace vexa;
@@ -38,24 +40,15 @@ public:
         FMoves.remove(address);
         ++FVersion;
     }
-    /// Whether all questions fail from now on.
-    void Fail(bool fails) {
-        const TLock lock(FMutex);
-        FFails = fails;
-    }
     /// The addresses that were asked about since the last call.
     QStringList TakeAsked() {
         const TLock lock(FMutex);
         return std::exchange(FAsked, {});
     }
 
-    /// The count of moves that was passed with the last question.
-    std::int64_t AskedSince() {
-        const TLock lock(FMutex);
-        return FAskedSince;
-    }
-
-    QString Source;  // the source that all addresses resolve to
+    QString Source;                           // the source that all addresses resolve to
+    std::atomic<bool> Fails{false};           // whether all questions fail
+    std::atomic<std::int64_t> AskedSince{0};  // the count of moves that was passed with the last question
 
     void ResolvePlaybackURL(IVEXAString* address, Bool32* handled) noexcept override {
         if (!host::ToQString(address).startsWith(u"episode://")) return;
@@ -65,17 +58,16 @@ public:
     HResult GetPresentAddress(IVEXAString* address) noexcept override {
         const TLock lock(FMutex);
         const auto found = FMoves.constFind(host::ToQString(address));
-        if (FFails || found == FMoves.constEnd()) return E_FAIL;
+        if (Fails || found == FMoves.constEnd()) return E_FAIL;
         return address->SetChars(reinterpret_cast<const char16_t*>(found->utf16()), int(found->size()));
     }
     HResult GetPresentAddresses(IVEXAObjectList* addresses, std::int64_t moveCount) noexcept override {
+        AskedSince = moveCount;
         {
             const TLock lock(FMutex);
             FAsked += host::ToQStringList(addresses);
-            FAskedSince = moveCount;
-            if (FFails) return E_FAIL;
         }
-        HResult result = S_FALSE;
+        HResult result = Fails ? E_FAIL : S_FALSE;
         for (std::int32_t i = 0; i < addresses->GetCount(); ++i) {
             Ref<IVEXAString> address;
             addresses->GetObject(i, IVEXAString::IID, address.PutVoid());
@@ -98,9 +90,7 @@ private:
     TMutex FMutex;
     QHash<QString, QString> FMoves VEXA_GUARDED_BY(FMutex);
     std::int64_t FCount VEXA_GUARDED_BY(FMutex) = 0, FVersion VEXA_GUARDED_BY(FMutex) = 0;
-    bool FFails VEXA_GUARDED_BY(FMutex) = false;
     QStringList FAsked VEXA_GUARDED_BY(FMutex);
-    std::int64_t FAskedSince VEXA_GUARDED_BY(FMutex) = 0;
 };
 
 }  // namespace tests

@@ -2,7 +2,6 @@
 
 #include "HostFixture.h"
 #include "OptionsDialog.h"
-#include "Waiting.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -16,11 +15,16 @@ using namespace vexa::host;
 
 namespace {
 
-/// A page with two line edits, "first" and "last".
-class Page : public RefCountedObject<IVEXAOptionsDialogFrame> {
+/// A page with two line edits, "first" and "last". With `MovesFocus` it moves the focus through them itself, in reverse
+/// order to distinguish it from the toolkit.
+class Page final : public RefCountedObject<IVEXAOptionsDialogFrame, IVEXAOptionsDialogFrameKeyboardHelper2> {
 public:
     Page(Host& host, const QString& caption) : FHost(host), FCaption(caption) {}
 
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        const bool isOfKeyboard = iid != IUnknown::IID && iid != IVEXAOptionsDialogFrame::IID;
+        return isOfKeyboard && !MovesFocus ? E_NOINTERFACE : RefCountedObject::QueryInterface(iid, object);
+    }
     HResult QueryCaption(IVEXAString** caption) noexcept override {
         return PutString(FCaption + FHost.Language().Language(), caption);
     }
@@ -46,31 +50,6 @@ public:
         Log += QString::number(notification);
         if (notification == Load || notification == Reset) Edit("first")->setText(Log.join(u','));
     }
-    QLineEdit* Edit(const QString& name) const { return Form->findChild<QLineEdit*>(name); }
-
-    QWidget* Form = nullptr;
-    QStringList Log;
-    bool Fails = false;
-
-private:
-    Host& FHost;
-    const QString FCaption;
-};
-
-/// Moves the focus through its controls itself, in reverse order to distinguish it from the toolkit.
-class KeyboardPage final : public Page, public IVEXAOptionsDialogFrameKeyboardHelper2 {
-public:
-    using Page::Page;
-    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
-        if (iid == IVEXAOptionsDialogFrameKeyboardHelper::IID || iid == IVEXAOptionsDialogFrameKeyboardHelper2::IID) {
-            *object = static_cast<IVEXAOptionsDialogFrameKeyboardHelper2*>(this);
-            AddRef();
-            return S_OK;
-        }
-        return Page::QueryInterface(iid, object);
-    }
-    std::int32_t AddRef() noexcept override { return Page::AddRef(); }
-    std::int32_t Release() noexcept override { return Page::Release(); }
     Bool32 HandleDialogChar(std::uint16_t, std::int32_t) noexcept override { return kFalse; }
     Bool32 HandleDialogKey(std::uint16_t key, std::int32_t) noexcept override {
         Log += "key " + QString::number(key);
@@ -82,18 +61,26 @@ public:
         const QString wanted = findForward ? u"first"_s : u"last"_s;
         return Edit(wanted)->hasFocus() ? kFalse : Focus(wanted);
     }
+    QLineEdit* Edit(const QString& name) const { return Form->findChild<QLineEdit*>(name); }
+
+    QWidget* Form = nullptr;
+    QStringList Log;
+    bool Fails = false, MovesFocus = false;
 
 private:
     Bool32 Focus(const QString& name) {
         Edit(name)->setFocus();
         return kTrue;
     }
+    Host& FHost;
+    const QString FCaption;
 };
 
 class Options : public HostTest {
 protected:
     void Register(const Ref<Page>& page) {
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, page.Get()), S_OK);
+        const Ref<IVEXAOptionsDialogFrame> frame(page);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceOptionsDialog::IID, frame.Get()), S_OK);
     }
     QPushButton* Button(QDialogButtonBox::StandardButton button) {
         return Window.Dialog()->findChild<QDialogButtonBox*>()->button(button);
@@ -171,40 +158,33 @@ TEST_F(Options, APageThatFailsOrIsRemovedDoesNotAffectTheOthers) {
 }
 
 TEST_F(Options, TheKeyboardMovesTheFocusThroughThePageAndOutOfIt) {
-    const Ref<KeyboardPage> own(new KeyboardPage(Host, "own "));
+    Second->MovesFocus = true;
     Register(First);
-    Register(Ref<Page>(own.Get()));
-    struct {
-        Page* Shown;
-        QStringList FocusOrder;
-    } const cases[] = {
-        {First.Get(), {"Pages", "first", "last", "Reset"}},
-        {own.Get(), {"Pages", "last", "first", "Reset"}},
-    };
-    for (const auto& c : cases) {
-        Host.Options().FrameShow(c.Shown, kTrue);
+    Register(Second);
+    const std::pair<Page*, QStringList> cases[] = {{First.Get(), {"Pages", "first", "last"}},
+                                                   {Second.Get(), {"Pages", "last", "first"}}};
+    for (const auto& [page, order] : cases) {
+        SCOPED_TRACE(order.join(u' ').toStdString());
+        Host.Options().FrameShow(page, kTrue);
         ASSERT_TRUE(tests::WaitUntil([&] { return QApplication::activeWindow() == Window.Dialog(); }));
-        const QString firstButton = [&] {
-            Window.Dialog()->findChild<QListWidget*>()->setFocus();
-            for (int i = 0; i < 3; ++i) Press(Qt::Key_Tab);
-            return Focused();
-        }();
-        EXPECT_TRUE(qobject_cast<QPushButton*>(QApplication::focusWidget())) << firstButton.toStdString();
-        QStringList back;
-        for (int i = 0; i < 3; ++i) {
-            Press(Qt::Key_Backtab, Qt::ShiftModifier);
-            back.prepend(Focused());
-        }
-        EXPECT_EQ(back, c.FocusOrder.first(3));
-        QStringList forth;
+        Window.Dialog()->findChild<QListWidget*>()->setFocus();
+        QStringList forth{Focused()}, back;
         for (int i = 0; i < 2; ++i) {
             Press(Qt::Key_Tab);
             forth += Focused();
         }
-        EXPECT_EQ(forth, c.FocusOrder.mid(1, 2));
+        EXPECT_EQ(forth, order);
+        Press(Qt::Key_Tab);
+        EXPECT_TRUE(qobject_cast<QPushButton*>(QApplication::focusWidget())) << Focused().toStdString();
+        for (int i = 0; i < 3; ++i) {
+            Press(Qt::Key_Backtab, Qt::ShiftModifier);
+            back.prepend(Focused());
+        }
+        EXPECT_EQ(back, order);
     }
+    Second->Edit("last")->setFocus();
     Press(Qt::Key_Escape);
-    EXPECT_EQ(own->Log.last(), "key 27");
+    EXPECT_EQ(Second->Log.last(), "key 27");
     EXPECT_TRUE(Window.Dialog());  // the page has handled the key
     Host.Options().FrameShow(First.Get(), kTrue);
     First->Edit("last")->setFocus();

@@ -16,8 +16,8 @@
 #include <QAbstractItemModelTester>
 #include <QAbstractSlider>
 #include <QDBusArgument>
-#include <QDBusInterface>
-#include <QDBusReply>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QListView>
 #include <QMainWindow>
 #include <QMimeData>
@@ -36,23 +36,28 @@ class Remote : public QObject {
     Q_OBJECT
 public:
     explicit Remote(const QString& service) : FService(service) {
-        Bus.connect(service, FPath, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s, this,
-                    SLOT(OnChanged(QString, QVariantMap)));
+        Bus.connect(service, FPath, FProperties, u"PropertiesChanged"_s, this, SLOT(OnChanged(QString, QVariantMap)));
     }
     ~Remote() override { QDBusConnection::disconnectFromBus(u"remote"_s); }
 
-    void Call(const QString& method, const QVariantList& arguments = {}, const QString& interface = u".Player"_s) {
-        QDBusMessage call =
-            QDBusMessage::createMethodCall(FService, FPath, u"org.mpris.MediaPlayer2"_s + interface, method);
+    QVariantList Call(const QString& method, const QVariantList& arguments = {},
+                      const QString& interface = u"org.mpris.MediaPlayer2.Player"_s) {
+        QDBusMessage call = QDBusMessage::createMethodCall(FService, FPath, interface, method);
         call.setArguments(arguments);
-        Bus.send(call);
+        const QDBusPendingCall answer = Bus.asyncCall(call);
+        EXPECT_TRUE(WaitUntil([&] { return answer.isFinished(); })) << method.toStdString();
+        EXPECT_FALSE(answer.isError()) << answer.error().message().toStdString();
+        return answer.reply().arguments();
     }
     QVariant Get(const QString& name) {
-        return Ask(u"Get"_s, {u"org.mpris.MediaPlayer2.Player"_s, name}).value(0).value<QDBusVariant>().variant();
+        const QVariantList answer = Call(u"Get"_s, {u"org.mpris.MediaPlayer2.Player"_s, name}, FProperties);
+        return answer.value(0).value<QDBusVariant>().variant();
     }
     void Set(const QString& name, const QVariant& value) {
-        Ask(u"Set"_s, {u"org.mpris.MediaPlayer2.Player"_s, name, QVariant::fromValue(QDBusVariant(value))});
+        const QVariant wrapped = QVariant::fromValue(QDBusVariant(value));
+        Call(u"Set"_s, {u"org.mpris.MediaPlayer2.Player"_s, name, wrapped}, FProperties);
     }
+    QVariantMap Metadata() { return qdbus_cast<QVariantMap>(Get(u"Metadata"_s).value<QDBusArgument>()); }
 
     QDBusConnection Bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"remote"_s);
     QVariantMap Changed;
@@ -61,17 +66,7 @@ private Q_SLOTS:
     void OnChanged(const QString&, const QVariantMap& properties) { Changed.insert(properties); }
 
 private:
-    QVariantList Ask(const QString& method, const QVariantList& arguments) {
-        QDBusMessage call =
-            QDBusMessage::createMethodCall(FService, FPath, u"org.freedesktop.DBus.Properties"_s, method);
-        call.setArguments(arguments);
-        const QDBusPendingCall answer = Bus.asyncCall(call);
-        EXPECT_TRUE(WaitUntil([&] { return answer.isFinished(); }));
-        EXPECT_FALSE(answer.isError()) << answer.error().message().toStdString();
-        return answer.reply().arguments();
-    }
-
-    const QString FService, FPath = u"/org/mpris/MediaPlayer2"_s;
+    const QString FService, FPath = u"/org/mpris/MediaPlayer2"_s, FProperties = u"org.freedesktop.DBus.Properties"_s;
 };
 
 TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
@@ -83,12 +78,21 @@ TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
     Remote remote(mpris.ServiceName());
     EXPECT_EQ(remote.Get(u"PlaybackStatus"_s), u"Stopped"_s);
     const QString file = Tone(u"a.wav"_s, 60);
+    tests::AddPicture(file, 600, 300, [](auto& tag) { tag.setAlbum("An album"); });
     remote.Call(u"OpenUri"_s, {file});
     ASSERT_TRUE(WaitUntil([&] { return remote.Changed[u"PlaybackStatus"_s] == u"Playing"_s; }));
     ASSERT_TRUE(WaitFor(State::Playing));
-    const auto data = qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>());
+    const QVariantMap data = remote.Metadata();
     EXPECT_EQ(data[u"xesam:url"_s], file);
     EXPECT_EQ(data[u"mpris:length"_s].toLongLong(), 60'000'000);
+    QString cover;
+    EXPECT_TRUE(WaitUntil([&] {
+        const auto told = qdbus_cast<QVariantMap>(remote.Changed[u"Metadata"_s].value<QDBusArgument>());
+        cover = QUrl(told[u"mpris:artUrl"_s].toString()).toLocalFile();
+        return !cover.isEmpty();
+    })) << "no file of the cover is announced";
+    EXPECT_EQ(QImage(cover).size(), QSize(512, 256));
+    EXPECT_EQ(QImage(cover).pixelColor(100, 100), QColor(Qt::red));
 
     remote.Call(u"PlayPause"_s);
     ASSERT_TRUE(WaitFor(State::Paused));
@@ -102,8 +106,7 @@ TEST_F(PlaybackTest, TheDesktopSeesAndControlsIt) {
     remote.Set(u"Volume"_s, 0.25);
     EXPECT_EQ(Player->Speed(), 3);
     EXPECT_EQ(Player->Volume(), 0.25);
-    remote.Call(u"Raise"_s, {}, {});
-    remote.Call(u"Quit"_s, {}, {});
+    for (const char* method : {"Raise", "Quit"}) remote.Call(method, {}, u"org.mpris.MediaPlayer2"_s);
     EXPECT_TRUE(WaitUntil([&] { return raised == 1 && quit == 1; }));
     remote.Call(u"Stop"_s);
     EXPECT_TRUE(WaitUntil([&] { return remote.Changed[u"PlaybackStatus"_s] == u"Stopped"_s; }));
@@ -128,21 +131,6 @@ TEST_F(PlaybackTest, TheDesktopsAddressesArePlayedOrOpenedByTheirTypes) {
     EXPECT_EQ(opened.size(), 2);
 }
 
-TEST_F(PlaybackTest, TheDesktopGetsTheCoverAsAFile) {
-    const QString file = Tone(u"a.wav"_s, 60);
-    tests::AddPicture(file, 600, 300, [](auto& tag) { tag.setAlbum("An album"); });
-    Mpris mpris(*Player, Host.AlbumArt());
-    Remote remote(mpris.ServiceName());
-    Player->Play(file);
-    const auto address = [&] {
-        return qdbus_cast<QVariantMap>(remote.Changed[u"Metadata"_s].value<QDBusArgument>())[u"mpris:artUrl"_s];
-    };
-    ASSERT_TRUE(WaitUntil([&] { return address().isValid(); }));
-    const QImage cover(QUrl(address().toString()).toLocalFile());
-    EXPECT_EQ(cover.size(), QSize(512, 256));
-    EXPECT_EQ(cover.pixelColor(100, 100), QColor(Qt::red));
-}
-
 TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
     PlaybackBar bar(*Player, Host);
     const QString file = Tone(u"a.wav"_s, 60);
@@ -151,16 +139,12 @@ TEST_F(PlaybackTest, EveryControlOfTheBarHasANameInTheUsersLanguage) {
         Host.Language().Switch(language);
         QEvent changed(QEvent::LanguageChange);  // as the window sends it
         QCoreApplication::sendEvent(&bar, &changed);
-        QSet<QString> names;
-        const auto controls = bar.findChildren<QWidget*>();
-        int focusable = 0;
-        for (const QWidget* control : controls)
-            if (control->focusPolicy() & Qt::TabFocus) {
-                ++focusable;
-                names += control->accessibleName();
-                EXPECT_FALSE(control->accessibleName().isEmpty()) << control->objectName().toStdString();
-            }
-        EXPECT_EQ(names.size(), focusable);
+        QStringList names{QString()};  // none may be empty
+        for (const QWidget* control : bar.findChildren<QWidget*>())
+            if (control->focusPolicy() & Qt::TabFocus) names += control->accessibleName();
+        QStringList different = names;
+        different.removeDuplicates();
+        EXPECT_EQ(names, different) << language.toStdString();
     }
     bar.findChild<QAbstractSlider*>(u"position"_s)->triggerAction(QAbstractSlider::SliderPageStepAdd);
     EXPECT_GE(Player->Position(), 59);
@@ -327,18 +311,13 @@ TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
         EXPECT_TRUE(SeeksTo(position));
         Player->Stop();
     };
-    const auto begun = [this] {
-        QStringList addresses;
-        for (const auto& one : Player->SavedPositions().Begun()) addresses += one.Address;
-        return addresses;
-    };
     leave(d, 10);
     leave(c, 20);
     leave(b, 30);
     ListeningModel model(Host, *Player);
     Player->PlayLast({a, d, a, c});
     ASSERT_TRUE(WaitUntil([&] { return model.index(1).data().toString() == u"title of " + a; }));
-    EXPECT_EQ(begun(), QStringList({b, c, d}));
+    EXPECT_EQ(Begun(), QStringList({b, c, d}));
     QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
     moving->Move(a, a + u'2');
     ASSERT_TRUE(settle());
@@ -350,31 +329,30 @@ TEST_F(PlaybackTest, AMovedFilePlaysOnAndIsRememberedByItsPresentAddress) {
     moving->Move(d, b);
     moving->Move(c, b);
     ASSERT_TRUE(settle());
-    EXPECT_EQ(begun(), QStringList{b});
+    EXPECT_EQ(Begun(), QStringList{b});
     EXPECT_GE(Player->SavedPositions().Find(b)->Position, 30);
     EXPECT_EQ(Player->UpNext(), QStringList({a + u'2', b, a + u'2'}));
 
     Mpris mpris(*Player, Host.AlbumArt());
     Remote remote(mpris.ServiceName());
-    const auto track = [&] { return qdbus_cast<QVariantMap>(remote.Get(u"Metadata"_s).value<QDBusArgument>()); };
     titles->IsHolding = true;
     ASSERT_TRUE(Plays(d));  // an older address; the position is stored by the present one
     EXPECT_GE(Player->Position(), 30);
     EXPECT_EQ(Player->Current().Address, b);
-    const auto before = track();
+    const QVariantMap before = remote.Metadata();
     QSignalSpy states(&*Player, &Playback::StateChanged);
     moving->Move(b, b + u'2');
     ASSERT_TRUE(settle());
     EXPECT_EQ(states.count(), 0);
     EXPECT_EQ(Player->CurrentState(), State::Playing);
     EXPECT_EQ(Host.Player().FileName(), b + u'2');
-    EXPECT_EQ(track()[u"xesam:url"_s].toString(), b + u'2');
-    EXPECT_EQ(track()[u"mpris:trackid"_s].value<QDBusObjectPath>(),
-              before[u"mpris:trackid"_s].value<QDBusObjectPath>());
+    const QVariantMap after = remote.Metadata();
+    EXPECT_EQ(after[u"xesam:url"_s].toString(), b + u'2');
+    EXPECT_EQ(after[u"mpris:trackid"_s].value<QDBusObjectPath>(), before[u"mpris:trackid"_s].value<QDBusObjectPath>());
     titles->IsHolding = false;  // the file must be described again by its present address
     EXPECT_TRUE(WaitUntil([&] { return Player->Current().Title == u"title of " + b + u'2'; }));
     EXPECT_NO_THROW(Player->Save());
-    EXPECT_EQ(begun(), QStringList{b + u'2'});
+    EXPECT_EQ(Begun(), QStringList{b + u'2'});
     EXPECT_FALSE(ReadWhole(Profile.File(u"Positions.json"_s)).contains("episode://b\""));
 }
 

@@ -43,6 +43,13 @@ protected:
         return tests::WaitUntil([&] { return Player->Position() >= position; });
     }
 
+    /// The addresses of the files that were begun, the one heard last first.
+    QStringList Begun() const {
+        QStringList addresses;
+        for (const host::HeardFile& file : Player->SavedPositions().Begun()) addresses += file.Address;
+        return addresses;
+    }
+
     std::optional<host::Playback> Player;
     QStringList Errors, Warnings, Heard, Skipped;
     int Started = 0;  // number of messages that a file plays

@@ -1,11 +1,6 @@
 // Playlists, including smart ones, and the library's selection.
 
 #include "EpisodeStorage.h"
-#include "FilterJson.h"
-#include "HostFixture.h"
-#include "Waiting.h"
-
-#include <QJsonDocument>
 
 using namespace vexa::host;
 using tests::EpisodeStorage;
@@ -189,26 +184,6 @@ TEST_F(Playlists, ADamagedFileIsRenamed) {
     host::Host next(Options(Profile));
     ASSERT_EQ(next.Playlists().All().size(), 1u);  // the valid entries are read
     EXPECT_EQ(Files(*next.Playlists().All()[0]), QStringList{"a"});
-}
-
-TEST_F(Playlists, FiltersAreWrittenAndReadAgain) {
-    const QByteArray text =
-        R"({"operation":1,"limit":5,"offset":2,"search":"x","sort":[{"direction":2,"field":"Title"}],"children":[)"
-        R"({"field":"a","operation":2,"value":{"int32":-1},"value2":{"int64":"9007199254740993"}},)"
-        R"({"field":"b","values":["x",1.5,null,{"int32":0}]},)"
-        R"({"operation":3,"children":[{"field":"c","operation":7,"value":"t"},{"operation":0,"children":[]}]}]})";
-    const QJsonObject json = QJsonDocument::fromJson(text).object();
-    const Ref<DataFilter> filter(new DataFilter);
-    EXPECT_TRUE(AddJsonToFilter(json, *filter));
-    EXPECT_EQ(FilterToJson(*filter), json);
-    EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
-    for (const QByteArray odd : {R"({"children":[7]})", R"({"children":[{"field":"a","operation":99}]})",
-                                 R"({"children":[{"field":"a","value":[]}]})",
-                                 R"({"children":[{"field":"a","value":"x"}]})", R"({"operation":8})"}) {
-        const Ref<DataFilter> left(new DataFilter);
-        EXPECT_FALSE(AddJsonToFilter(QJsonDocument::fromJson(odd).object(), *left)) << odd.toStdString();
-        EXPECT_EQ(left->GetChildCount(), 0);
-    }
 }
 
 TEST_F(Playlists, TheLibraryReportsItsSelection) {

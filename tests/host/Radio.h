@@ -5,8 +5,6 @@
 #include "HostFixture.h"
 #include "StorageParts.h"
 
-#include <QTimer>
-
 namespace tests {
 
 struct Station {
@@ -116,55 +114,20 @@ private:
 };
 using Radio = RadioWith<>;
 
-/// A radio that finds its stations by words, and shows them before they are added.
-class FindingRadio final : public RadioWith<IVEXAMLFinder, IVEXAMLPreview> {
+/// A radio that offers a search for stations.
+class FindingRadio final : public RadioWith<IVEXAMLFinder> {
 public:
     using RadioWith::RadioWith;
     QStringList Windows;  // the texts with which the search window was shown
 
     HResult GetSources(IVEXAObjectList** sources) noexcept override { return *sources = nullptr, E_NOTIMPL; }
-    HResult Find(IVEXAString* text, std::int32_t limit, IVEXAMLFinderEvents* events,
-                 std::int64_t* search) noexcept override {
-        *search = 1;
-        QTimer::singleShot(0, [this, self = Ref<FindingRadio>(this), words = host::ToQString(text), limit,
-                               told = Ref<IVEXAMLFinderEvents>(events)] {
-            std::int32_t found = 0;
-            for (const Station& station : Rows)
-                if (Contains(station, words) && (limit == 0 || found++ < limit)) {
-                    told->OnFound(Describe(station, "?").Get());
-                    told->OnFound(Describe(station, station.Name).Get());
-                }
-            told->OnSourceDone(host::MakeString("guide").Get(), S_OK, nullptr);
-            told->OnSourceDone(host::MakeString("almanac").Get(), E_FAIL, host::MakeString("it is silent").Get());
-            told->OnCompleted();
-        });
-        return S_OK;
+    HResult Find(IVEXAString*, std::int32_t, IVEXAMLFinderEvents*, std::int64_t*) noexcept override {
+        return E_NOTIMPL;
     }
     HResult CancelSearch(std::int64_t) noexcept override { return S_FALSE; }
     HResult ShowSearchWindow(WindowHandle, IVEXAString* text) noexcept override {
         Windows += host::ToQString(text);
         return S_OK;
-    }
-    HResult Open(IVEXAString* address, IVEXAMLPreviewEvents* events, std::int64_t* opening) noexcept override {
-        *opening = 1;
-        QTimer::singleShot(0, [this, self = Ref<FindingRadio>(this), wanted = host::ToQString(address),
-                               told = Ref<IVEXAMLPreviewEvents>(events)] {
-            for (const Station& station : Rows)
-                if (station.Address == wanted)
-                    return told->OnOpened(S_OK, this, Describe(station, station.Name).Get(), nullptr);
-            told->OnOpened(E_FAIL, nullptr, nullptr, host::MakeString("no such station").Get());
-        });
-        return S_OK;
-    }
-    HResult CancelOpening(std::int64_t) noexcept override { return S_FALSE; }
-
-private:
-    class Found final : public host::PropertyList<IVEXAMLFound> {};
-    static Ref<Found> Describe(const Station& station, const QString& title) {
-        const Ref<Found> found(new Found);
-        found->SetValueAsObject(IVEXAMLFound::Address, host::MakeString(station.Address).Get());
-        found->SetValueAsObject(IVEXAMLFound::Title, host::MakeString(title).Get());
-        return found;
     }
 };
 

@@ -1,14 +1,12 @@
 // The window over a storage that has nothing to do with podcasts.
 
-#include "ClampedLabel.h"
 #include "FirstStartPage.h"
 #include "LoopbackServer.h"
 #include "MainWindow.h"
 #include "PlaybackFixture.h"
 #include "Radio.h"
-#include "ShownColumns.h"
+#include "Shown.h"
 
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
@@ -47,13 +45,7 @@ protected:
         const QModelIndexList found = Rows()->match(Rows()->index(0, 0), Qt::DisplayRole, text);
         return found.isEmpty() ? -1 : found.first().row();
     }
-    bool ShowsText(const QString& text) {
-        for (const QLabel* label : PlayerWindow->findChildren<QLabel*>())
-            if (label->isVisible() && label->text() == text) return true;
-        for (const ClampedLabel* label : PlayerWindow->findChildren<ClampedLabel*>())
-            if (label->isVisible() && label->Text() == text) return true;
-        return false;
-    }
+    bool ShowsText(const QString& text) { return ShownTexts(*PlayerWindow).contains(text); }
 
     tests::LoopbackServer Server;
     std::optional<MainWindow> PlayerWindow;

@@ -76,11 +76,6 @@ private:
     QStringList* FAsked;
 };
 
-class Scheme final : public PropertyList<IVEXAExtensionFileSystem> {
-public:
-    explicit Scheme(const QString& name) { Set(IVEXAExtensionFileSystem::Scheme, name); }
-};
-
 class ServiceTest : public HostTest {
 protected:
     void Register(const QString& name, HResult opens, std::int32_t category) {
@@ -88,6 +83,12 @@ protected:
         for (const Guid& service : {IVEXAServiceAudioDecoder::IID, IVEXAServicePlayer::IID, IVEXAServiceFileInfo::IID,
                                     IVEXAServiceAlbumArt::IID})
             EXPECT_EQ(Host.PluginCore().RegisterExtension(service, object.Get()), S_OK);
+    }
+    HResult Describe(const QString& address, std::uint32_t flags, FileInfo& info) {
+        return Host.FileInfos().GetFileInfo(MakeString(address).Get(), flags, &info);
+    }
+    HResult FindPicture(const QString& address, Ref<IVEXAImageContainer>* image) {
+        return Host.AlbumArt().GetAlbumArt(MakeString(address).Get(), nullptr, nullptr, nullptr, image->Put());
     }
     HResult Fetch(const QString& url, std::uint32_t flags, const Ref<Events>& events) {
         return Host.Http().Get(MakeString(url).Get(), flags, Body.Get(), events.Get());
@@ -168,8 +169,8 @@ TEST_F(ServiceTest, DecodersAreAskedBeforeHooksAndHooksBeforeTheFileItself) {
         Ref<IVEXAFileInfo> info;
         EXPECT_EQ(Host.Player().GetInfo(info.Put()), c.Message.isEmpty() ? S_OK : E_FAIL);
         if (!info) continue;
-        EXPECT_EQ(TextOf(info.Get(), IVEXAFileInfo::FileName),
-                  c.File);  // not the address that a hook has replaced it by
+        // Not the address that a hook has replaced it by.
+        EXPECT_EQ(TextOf(info.Get(), IVEXAFileInfo::FileName), c.File);
     }
 }
 
@@ -177,13 +178,13 @@ TEST_F(ServiceTest, PictureProvidersAreAskedInTheOrderOfTheirCategories) {
     Register("net", E_FAIL, IVEXAExtensionAlbumArtProvider::Internet);
     Register("file", E_FAIL, IVEXAExtensionAlbumArtProvider::Files);
     Ref<IVEXAImageContainer> image;
-    EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString("x").Get(), nullptr, nullptr, nullptr, image.Put()), E_FAIL);
+    EXPECT_EQ(FindPicture("x", &image), E_FAIL);
     EXPECT_EQ(Asked, QStringList({"art file", "art net"}));
-    EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put()), S_OK);
+    EXPECT_EQ(FindPicture("net:1", &image), S_OK);
     EXPECT_EQ(image->GetDataSize(), 3u);
     Host.UnloadPlugins();
     Asked.clear();
-    Host.AlbumArt().GetAlbumArt(MakeString("net:1").Get(), nullptr, nullptr, nullptr, image.Put());
+    FindPicture("net:1", &image);
     EXPECT_TRUE(Asked.isEmpty());  // every service has released its extensions
 }
 
@@ -200,8 +201,7 @@ TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
         SCOPED_TRACE(name.toStdString());
         const Ref<FileInfo> info(new FileInfo);
         Asked.clear();
-        EXPECT_EQ(Host.FileInfos().GetFileInfo(MakeString(name).Get(), IVEXAServiceFileInfo::FromFileOnly, info.Get()),
-                  S_OK);
+        EXPECT_EQ(Describe(name, IVEXAServiceFileInfo::FromFileOnly, *info), S_OK);
         EXPECT_TRUE(Asked.isEmpty());
         EXPECT_EQ(info->Text(IVEXAFileInfo::Title), QStringLiteral("Тишина"));
         EXPECT_EQ(info->Text(IVEXAFileInfo::Date), "2024");
@@ -217,24 +217,22 @@ TEST_F(ServiceTest, ALocalFileIsDescribedByItsTags) {
         EXPECT_EQ(sampleRate, 8000);
         EXPECT_EQ(channels, 1);
         Ref<IVEXAImageContainer> image;
-        EXPECT_EQ(Host.AlbumArt().GetAlbumArt(MakeString(name).Get(), nullptr, nullptr, nullptr, image.Put()), S_OK);
+        EXPECT_EQ(FindPicture(name, &image), S_OK);
         EXPECT_EQ(QByteArray(static_cast<char*>(image->GetData()), image->GetDataSize()), picture);
     }
     const Ref<FileInfo> info(new FileInfo);
     for (const QString& nobodys : {QString("a:1"), Profile.Path(), Profile.File("Settings.ini")})
-        EXPECT_EQ(
-            Host.FileInfos().GetFileInfo(MakeString(nobodys).Get(), IVEXAServiceFileInfo::FromFileOnly, info.Get()),
-            E_FAIL);
+        EXPECT_EQ(Describe(nobodys, IVEXAServiceFileInfo::FromFileOnly, *info), E_FAIL) << nobodys.toStdString();
     Register("b", E_FAIL, IVEXAExtensionAlbumArtProvider::Tags);
-    for (const char* known : {"a:1", "b:1"})
-        EXPECT_EQ(Host.FileInfos().GetFileInfo(MakeString(known).Get(), 0, info.Get()), S_OK) << known;
+    for (const char* known : {"a:1", "b:1"}) EXPECT_EQ(Describe(known, 0, *info), S_OK) << known;
 }
 
 TEST_F(ServiceTest, AFileSystemIsFoundByItsSchemeInAnyLetterCase) {
-    const Ref<IVEXAExtensionFileSystem> scheme(new Scheme("Abc"));
-    const Ref<IVEXAExtensionFileSystem> same(new Scheme("aBC"));
-    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, scheme.Get()), S_OK);
-    EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, same.Get()), E_INVALIDARG);
+    for (const auto& [scheme, result] : {std::pair("Abc", S_OK), {"aBC", E_INVALIDARG}}) {
+        const Ref<IVEXAExtensionFileSystem> system(new PropertyList<IVEXAExtensionFileSystem>);
+        system->SetValueAsObject(IVEXAExtensionFileSystem::Scheme, MakeString(scheme).Get());
+        EXPECT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileSystem::IID, system.Get()), result) << scheme;
+    }
     using Command = IVEXAFileSystemCommandOpenFileFolder;
     const std::tuple<const char*, Guid, HResult> cases[] = {
         {"aBC://x", IVEXAExtensionFileSystem::IID, S_OK},

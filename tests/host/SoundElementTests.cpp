@@ -57,10 +57,15 @@ protected:
             u"filesrc blocksize=1000 location=%1 ! rawaudioparse format=pcm pcm-format=f32le "
             "sample-rate=%2 num-channels=%3 ! %4 ! audioconvert ! "
             "appsink name=sink sync=false caps=audio/x-raw,format=F32LE"_s;
-        Pipeline.reset(gst_parse_launch(
-            line.arg(file, QString::number(kRate), QString::number(channels), element).toUtf8().constData(), nullptr));
-        Sink.reset(gst_bin_get_by_name(GST_BIN(Pipeline.get()), "sink"));
-        It.reset(gst_bin_get_by_name(GST_BIN(Pipeline.get()), "it"));
+        Launch(line.arg(file, QString::number(kRate), QString::number(channels), element));
+    }
+    void Launch(const QString& line) {
+        Pipeline.reset(gst_parse_launch(line.toUtf8().constData(), nullptr));
+        Sink = Part("sink");
+        It = Part("it");
+    }
+    GstRef<GstElement> Part(const char* name) {
+        return GstRef<GstElement>(gst_bin_get_by_name(GST_BIN(Pipeline.get()), name));
     }
     Heard Read() {
         Heard heard;
@@ -97,11 +102,11 @@ protected:
     void TearDown() override {
         if (Pipeline) gst_element_set_state(Pipeline.get(), GST_STATE_NULL);
     }
-    void Seek(double seconds, double speed, GstSeekFlags flags = GST_SEEK_FLAG_FLUSH) {
+    void Seek(double seconds, double speed) {
         gst_element_set_state(Pipeline.get(), GST_STATE_PAUSED);
         gst_element_get_state(Pipeline.get(), nullptr, nullptr, 10 * GST_SECOND);
-        ASSERT_TRUE(gst_element_seek(Pipeline.get(), speed, GST_FORMAT_TIME,
-                                     GstSeekFlags(flags | GST_SEEK_FLAG_ACCURATE), GST_SEEK_TYPE_SET,
+        constexpr auto kFlags = GstSeekFlags(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+        ASSERT_TRUE(gst_element_seek(Pipeline.get(), speed, GST_FORMAT_TIME, kFlags, GST_SEEK_TYPE_SET,
                                      static_cast<gint64>(seconds * GST_SECOND), GST_SEEK_TYPE_NONE, 0));
     }
 
@@ -117,16 +122,16 @@ double Rms(std::span<const float> samples) {
 
 TEST_F(SoundElements, SilenceGetsShorterAndPositionsStayThoseOfTheFile) {
     const QByteArray clock = MakeClock({{1, 4}, {5, 5.3}, {6, 8.5}}, 10);
-    struct Case {
+    const struct {
         const char* About;
         double From, Speed, Length;
+    } cases[] = {
+        {"from the beginning", 0, 1, 10 - 2.75 - 2.25},
+        {"after a jump into silence", 2, 1, 8 - 1.75 - 2.25},
+        {"at another speed", 0, 2, (10 - 2.75 - 2.25) / 2},
+        {"after a jump at another speed", 4.5, 0.5, (5.5 - 2.25) * 2},
     };
-    for (const auto& [about, from, speed, length] : {
-             Case{"from the beginning", 0, 1, 10 - 2.75 - 2.25},
-             Case{"after a jump into silence", 2, 1, 8 - 1.75 - 2.25},
-             Case{"at another speed", 0, 2, (10 - 2.75 - 2.25) / 2},
-             Case{"after a jump at another speed", 4.5, 0.5, (5.5 - 2.25) * 2},
-         }) {
+    for (const auto& [about, from, speed, length] : cases) {
         SCOPED_TRACE(about);
         Open(clock, u"vexasilence name=it active=true ! vexalevel ! scaletempo"_s);
         Seek(from, speed);
@@ -146,13 +151,10 @@ TEST_F(SoundElements, SilenceGetsShorterAndPositionsStayThoseOfTheFile) {
 }
 
 TEST_F(SoundElements, WhatFollowsShortenedSilenceInAnotherFormatOrSegmentIsHeardWithoutAWait) {
-    Pipeline.reset(
-        gst_parse_launch("appsrc name=source format=time handle-segment-change=true ! vexasilence name=it "
-                         "active=true ! audioconvert ! appsink name=sink sync=false",
-                         nullptr));
-    Sink.reset(gst_bin_get_by_name(GST_BIN(Pipeline.get()), "sink"));
-    It.reset(gst_bin_get_by_name(GST_BIN(Pipeline.get()), "it"));
-    const GstRef<GstElement> source(gst_bin_get_by_name(GST_BIN(Pipeline.get()), "source"));
+    Launch(
+        "appsrc name=source format=time handle-segment-change=true ! vexasilence name=it active=true ! audioconvert ! "
+        "appsink name=sink sync=false");
+    const auto source = Part("source");
     const auto push = [&](int rate, const QByteArray& sound, const GstSegment& segment, double at) {
         GstBuffer* buffer = gst_buffer_new_memdup(sound.constData(), gsize(sound.size()));
         GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(at * GST_SECOND);

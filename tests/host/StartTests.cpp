@@ -84,13 +84,6 @@ protected:
         const QVariantList answer = QDBusConnection::sessionBus().call(call).arguments();
         return answer.isEmpty() ? 0 : answer[0].value<QDBusVariant>().variant().toLongLong();
     }
-    /// Runs the command line on the same profile.
-    QString Podcasts(const QStringList& words) {
-        QProcess program;
-        program.start(PODCASTS, QStringList{"--profile", Home.File("profile")} + words);
-        const tests::Result result = tests::Finish(program);
-        return result.Out + result.Error;
-    }
     QByteArray Settings() { return ReadWhole(Home.File("profile/Settings.ini")); }
 
     tests::TempFolder Home;
@@ -121,11 +114,15 @@ TEST_F(Window, ALaterStartOfAProfileHandsItsAddressesOver) {
         // With another name of the folder, and a file name relative to the second program's working directory.
         Start second(Environment, Words({"tides.xml"}, "./" + profile), Home.Path());
         EXPECT_EQ(second.Finish(), 0) << second.Error.toStdString();
-        const QString database = Home.File(profile + "/Podcasts.db-wal");
-        EXPECT_TRUE(WaitUntil([&] { return QFile::exists(database) && ReadWhole(database).contains("Tides"); }));
+        const auto subscribed = [&](const QString& folder) {
+            const QString database = Home.File(folder + "/Podcasts.db-wal");
+            return WaitUntil([&] { return QFile::exists(database) && ReadWhole(database).contains("Tides"); });
+        };
+        EXPECT_TRUE(subscribed(profile)) << first.Error.toStdString();
         EXPECT_EQ(first.Process.state(), QProcess::Running);
-        Start another(Environment, Words({}, "third" + profile));
+        Start another(Environment, Words({"tides.xml"}, "third" + profile), Home.Path());
         EXPECT_TRUE(WaitUntil([&] { return count() == 2; }));
+        EXPECT_TRUE(subscribed("third" + profile)) << "a first start opens its addresses itself";
         EXPECT_EQ(first.Terminate(), 0) << first.Error.toStdString();
         EXPECT_EQ(another.Terminate(), 0) << another.Error.toStdString();
         // The first instance has ended.
@@ -168,17 +165,6 @@ TEST_F(Window, ASignalSavesPositionsAndLayout) {
         EXPECT_GT(begun[0]["position"].toDouble(), 0.4);
         EXPECT_TRUE(Settings().contains("Geometry=") && Settings().contains("CheckUpdates=2"));
     }
-}
-
-TEST_F(Window, SettingsThatAnotherProgramChangesMeanwhileStay) {
-    Podcasts({"options", "CheckUpdates", "1"});
-    Start program(Environment, Words({"tides.xml"}), Home.Path());
-    ASSERT_TRUE(WaitUntil([&] { return Podcasts({"feeds"}).contains("Tides"); })) << program.Error.toStdString();
-    Podcasts({"options", "ShowNotifications", "0"});
-    Podcasts({"options", "CheckUpdates", "3"});
-    EXPECT_EQ(program.Terminate(), 0);
-    EXPECT_TRUE(Settings().contains("ShowNotifications=0")) << Settings().toStdString();
-    EXPECT_TRUE(Settings().contains("CheckUpdates=3")) << Settings().toStdString();
 }
 
 TEST_F(Window, AProfileThatCannotBeWrittenIsReportedAndNotChanged) {
