@@ -97,17 +97,30 @@ TEST_F(Headless, APodcastIsUsedByLines) {
     server.Serve("/page", tests::Response::Of("<html><link rel=alternate type=application/rss+xml href=/a title=A>"
                                               "<link rel=alternate type=application/rss+xml href=/b>",
                                               "text/html"));
+    server.Serve("/g/search.json?q=tide&scale_logo=256",
+                 tests::Response::Of(R"([{"url":"http://h/f","title":"Tide"}])"));
     const QString feed = Profile.File("tides.xml"), list = Profile.File("list.opml");
     const QString two = server.Url("/2.mp3").replace("http", "podcast");
-    WriteWhole(feed,
-               "<rss version='2.0'><channel><title>Tides</title><itunes:image href='" + server.Url("/logo").toUtf8() +
-                   "'/><item><title>One</title><guid>1</guid><itunes:duration>90</itunes:duration>"
-                   "<pubDate>Fri, 17 May 2024 11:05:00 GMT</pubDate><enclosure url='http://h/1.mp3'/></item><item>"
-                   "<title>Two</title><guid>2</guid><enclosure url='" +
-                   server.Url("/2.mp3").toUtf8() + "'/></item></channel></rss>");
+    WriteWhole(
+        feed,
+        "<rss version='2.0'><channel><title>Tides</title><description>&lt;p>Sea</description><itunes:image href='" +
+            server.Url("/logo").toUtf8() +
+            "'/><item><title>One</title><guid>1</guid><itunes:duration>90</itunes:duration>"
+            "<pubDate>Fri, 17 May 2024 11:05:00 GMT</pubDate><enclosure url='http://h/1.mp3'/></item><item>"
+            "<title>Two</title><guid>2</guid><enclosure url='" +
+            server.Url("/2.mp3").toUtf8() + "'/></item></channel></rss>");
     const std::pair<QString, QString> rows[] = {
         // a line, and part of its answer
+        {"config set Podcasts.Find\\StoreAddress " + server.Url("/none"), "{'ok':true}"},
+        {"config set Podcasts.Find\\GpodderAddress " + server.Url("/g"), "{'ok':true}"},
         {"load", "'name':'Podcasts'"},
+        {"search --limit 5 tide",
+         "'source':'gpodder','subscribed':false,'title':'Tide'}],'ok':true,'sources':[{'code':'"},
+        {"search --limit all tide", "--limit takes a number of results, such as 20"},
+        {"preview " + feed + " --sort Title:desc --range 0,1 --fields Title", "'description':'Sea',"},
+        {"preview " + feed + " --sort Title:desc --range 0,1 --fields Title", "'rows':[{'Title':'Two'}]"},
+        {"preview " + server.Url("/page"), "{'choices':[{'address':'" + server.Url("/a") + "','title':'A'},"},
+        {"preview nothing", "'ok':false"},
         {"subscribe " + feed + " none.xml", "'code':'0x00000000','text':'Tides'},{'address':'none.xml','code':'0x8007"},
         {"subscribe " + server.Url("/page"),
          "'choices':[{'address':'" + server.Url("/a") + "','title':'A'},{'address':'" + server.Url("/b") + "','title'"},
