@@ -344,7 +344,7 @@ void TPodcastSalvage::SalvageTables(SqliteFile& damaged, bool isRecovered) {
                 TPodcastTableSalvage salvage(damaged, table.Name, columns);
                 isComplete = salvage.Read([&](const TPodcastSalvagedRow& row) {
                     if (!IsPlausible(table.Name, row) || !taken.insert(row.ID).second) return;
-                    TakeRow(table, row, isOnly);
+                    TakeRow(table, WithFeedOfTarget(table, row), isOnly);
                 });
             } catch (const SqliteError& error) {
                 if (!error.IsOfDamage()) throw;  // not even the list of tables can be read
@@ -400,21 +400,28 @@ std::string TPodcastSalvage::FindPresent(const TPodcastSalvagedTable& table, con
         for (const std::string& column : table.Key)
             condition.append(condition.empty() ? "" : " AND ").append(column + " IS " + std::string(row[column]));
         conditions = {condition};
-        if (table.Name == "PodcastFeeds") conditions.push_back("URLFeed = " + std::string(row["URLFeed"]));
+        if (table.Name == "PodcastFeeds") {
+            if (!FIsLater) conditions[0] += " AND Name IS " + std::string(row["Name"]);
+            conditions.insert(FIsLater ? conditions.end() : conditions.begin(),
+                              "URLFeed = " + std::string(row["URLFeed"]));
+        }
     }
     for (const std::string& condition : conditions)
         if (const auto found = FTarget.Query(from + condition)) return Number(found->Integer64(0));
     return {};
 }
 
+TPodcastSalvagedRow TPodcastSalvage::WithFeedOfTarget(const TPodcastSalvagedTable& table,
+                                                      const TPodcastSalvagedRow& row) const {
+    TPodcastSalvagedRow moved = row;
+    if (const auto other = FFeedIDs.find(row["FeedID"]); other != FFeedIDs.end() && table.Name != "PodcastFeeds")
+        moved.Values.insert_or_assign("FeedID", other->second);
+    return moved;
+}
+
 void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly) {
     const std::string name(table.Name);
     const bool isEpisode = table.Key.empty();
-    if (const auto other = FFeedIDs.find(row["FeedID"]); other != FFeedIDs.end() && name != "PodcastFeeds") {
-        TPodcastSalvagedRow moved = row;
-        moved.Values.insert_or_assign("FeedID", other->second);
-        if (other->first != other->second) return TakeRow(table, moved, isOnly);
-    }
     if (const std::string present = isOnly ? std::string() : FindPresent(table, row); !present.empty()) {
         if (isEpisode) return MergeEpisode(row, std::stoll(present));
         if (name == "PodcastFeeds" && present != row["FeedID"])
@@ -429,8 +436,12 @@ void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcast
             FTarget.ExecuteSQL("UPDATE OR IGNORE " + name + " SET " + List(changes) + " WHERE rowid = " + present);
         return;
     }
+    // Another feed may have got the number of this one since.
+    const bool isRenumbered = name == "PodcastFeeds" && !isOnly &&
+                              FTarget.Query("SELECT 1 FROM PodcastFeeds WHERE FeedID = " + std::string(row["FeedID"]));
     std::vector<std::string> columns, literals;
     for (const auto& [column, literal] : row.Values) {
+        if (isRenumbered && column == "FeedID") continue;
         if (table.Name == "PodcastQueue" && column == "Place" && !isOnly) continue;
         if (isEpisode && column == "State") continue;
         columns.push_back(column);
@@ -441,12 +452,17 @@ void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcast
         literals.emplace_back(IsState(row["State"]) ? row["State"] : std::string_view("0"));
     }
     // A row keeps its id, by which other tables know it, unless another row has it by now.
-    if (!table.HasOwnNumbers && !FTarget.Query("SELECT 1 FROM " + name + " WHERE rowid = " + Number(row.ID)) &&
+    if (!table.HasOwnNumbers && !isRenumbered &&
+        !FTarget.Query("SELECT 1 FROM " + name + " WHERE rowid = " + Number(row.ID)) &&
         std::find(columns.begin(), columns.end(), table.Key.empty() ? "rowid" : table.Key[0]) == columns.end()) {
         columns.emplace_back("rowid");
         literals.push_back(Number(row.ID));
     }
     FTarget.ExecuteSQL("INSERT OR IGNORE INTO " + name + " (" + List(columns) + ") VALUES (" + List(literals) + ")");
+    if (!isRenumbered) return;
+    if (const auto added =
+            FTarget.Query("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = " + std::string(row["URLFeed"])))
+        FFeedIDs.emplace(row["FeedID"], Number(added->Integer64(0)));
 }
 
 void TPodcastSalvage::MergeEpisode(const TPodcastSalvagedRow& row, qint64 present) {
@@ -531,7 +547,8 @@ void TPodcastSalvage::SalvageLostRows(SqliteFile& recovered) {
             if (table.Name == "PodcastFeeds") row.Values.insert_or_assign("FeedID", Number(row.ID));
             if (!IsPlausible(table.Name, row) || (!table.Key.empty() && !IsText(row["Name"]))) continue;
             if (table.Key.empty() && (!IsState(row["State"]) || !IsText(row["Title"]))) continue;
-            if (FTaken[std::string(table.Name)].insert(row.ID).second) TakeRow(table, row, false);
+            if (FTaken[std::string(table.Name)].insert(row.ID).second)
+                TakeRow(table, WithFeedOfTarget(table, row), false);
         } while (lost->Next());
     }
     FReadEpisodes = static_cast<qint64>(FTaken["PodcastEpisodes"].size());

@@ -81,6 +81,9 @@ private:
     void SalvageTables(vexa::SqliteFile& damaged, bool isRecovered);
     void SalvageLostRows(vexa::SqliteFile& recovered);
     void Recover(const QString& damaged, const QString& program);
+    /// The row with the number that its feed has in the target.
+    TPodcastSalvagedRow WithFeedOfTarget(const struct TPodcastSalvagedTable& table,
+                                         const TPodcastSalvagedRow& row) const;
     void TakeRow(const struct TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly);
     void MergeEpisode(const TPodcastSalvagedRow& row, qint64 present);
     std::string FindPresent(const struct TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row);

@@ -16,6 +16,7 @@ namespace {
 
 constexpr int kInstructionsBetweenChecks = 20'000;  // of SQLite's virtual machine: some milliseconds
 constexpr int kPagesAtOnce = 64;
+constexpr qint64 kMaxSequence = 1 << 30;          // a number beyond it is damaged, and would use up those that are left
 constexpr qint64 kBytesBetweenFlushes = 2 << 20;  // a writer that flushes meanwhile may have to wait for so much
 
 /// Has the disk take what was written so far, a little at a time, so that no other program's flush waits for a whole
@@ -128,7 +129,8 @@ void SqliteFile::RaiseSequences(SqliteFile& other) {
     const auto sequences = [](SqliteFile& file) {
         std::map<std::string, qint64, std::less<>> found;
         if (!file.Query("SELECT 1 FROM sqlite_master WHERE name = 'sqlite_sequence'")) return found;
-        if (const auto row = file.Query("SELECT name, seq FROM sqlite_sequence")) do
+        // By place: in a damaged file the columns may have other names.
+        if (const auto row = file.Query("SELECT * FROM sqlite_sequence")) do
                 found.emplace(row->Utf8(0), row->Integer64(1));
             while (row->Next());
         return found;
@@ -137,7 +139,7 @@ void SqliteFile::RaiseSequences(SqliteFile& other) {
     for (const auto& [table, last] : sequences(other)) {
         const SqlBuilder name = SqlBuilder().Text(QString::fromStdString(table));
         const auto own = present.find(table);
-        if (own != present.end() && own->second >= last) continue;
+        if (last > kMaxSequence || (own != present.end() && own->second >= last)) continue;
         if (!Query("SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = " + std::string(name.Sql()))) continue;
         if (own == present.end())
             ExecuteSQL("INSERT INTO sqlite_sequence (name, seq) VALUES (" + std::string(name.Sql()) + ", " +

@@ -35,7 +35,8 @@ public:
     void CopyFrom(SqliteFile& source);
     /// What SQLite's quick_check finds, at most `most` lines; empty when the file is sound.
     QStringList FindDamage(int most = 10);
-    /// Has AUTOINCREMENT go on from where `other` has arrived, in every table in which that is further.
+    /// Has AUTOINCREMENT go on from where `other`, which may be damaged, has arrived, in every table in which that is
+    /// further, but not beyond a thousand million.
     void RaiseSequences(SqliteFile& other);
 
 private:

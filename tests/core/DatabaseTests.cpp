@@ -70,6 +70,10 @@ protected:
 TEST_F(Database, JoiningRowsKeepsTheNewestEightNames) {
     const auto feed = [](int address) { return FeedOf({{"guid", u"http://h/%1.mp3"_s.arg(address), 45000}}); };
     for (int i = 0; i < 20; ++i) DB.AddOrUpdate(*feed(i));
+    // The name of an episode that had this row id before
+    Other.Run(
+        "INSERT INTO PodcastEpisodeNames (Name, Episode, FeedID, GUIDCheck) "
+        "SELECT 1, rowid, FeedID, 1 FROM PodcastEpisodes");
     for (const int last : {20, 21}) {
         DB.Merge(*feed(last));
         EXPECT_EQ(Rows("SELECT URI FROM PodcastEpisodes"), QStringList(QString("podcast://h/%1.mp3").arg(last)));

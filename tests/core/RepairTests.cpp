@@ -31,6 +31,7 @@ protected:
         Client->UpdateState(keys, pesListened);
         Client->Unsubscribe(Server.Url("/b"), false);
         Subscribe("c", {{"1", "/c.mp3"}, {"2", "/c2.mp3"}});
+        Subscribe("e", {{"1", "/e.mp3"}});
         Client.reset();
         FSound = ReadWhole(File());
     }
@@ -114,6 +115,8 @@ TEST_F(RepairTest, WhateverCanBeReadIsThereAfterwardsAndTheRestIsAsInTheBackup) 
 }
 
 TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLater) {
+    // A damaged number must not use up those that are left.
+    Rows("UPDATE sqlite_sequence SET seq = 9223372036854775807");
     QByteArray damaged = ReadWhole(File());
     damaged.replace(20 * 8192, 8192, QByteArray(8192, 'x'));
     WriteWhole(File(), damaged);
@@ -132,10 +135,17 @@ TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLate
     EXPECT_TRUE(Client->IsSubscribed(Server.Url("/b"))) << "as in the backup";
     EXPECT_EQ(Episode("/3.mp3").State, pesNew);
     Client->UpdateState(Key("/1.mp3"), pesPostponed);
+    Subscribe("d", {{"1", "/d.mp3"}});
+    Subscribe("c", {{"1", "/c.mp3"}});
     Client.reset();
     RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {});
     Open();
-    EXPECT_TRUE(Client->IsSubscribed(Server.Url("/c"))) << "as in the damaged one";
+    EXPECT_EQ(Rows("SELECT URLFeed FROM PodcastFeeds ORDER BY FeedID").replaceInStrings(Server.Url("/"), ""),
+              QStringList({"a", "b", "d", "c", "e"}));
+    // In the damaged database "c" had the number of "d", and "e" that of "c".
+    EXPECT_EQ(EpisodeCount("/d"), 1);
+    EXPECT_EQ(EpisodeCount("/c"), 2) << "as in the damaged one";
+    EXPECT_EQ(EpisodeCount("/e"), 1);
     EXPECT_EQ(Episode("/3.mp3").State, pesListened);
     EXPECT_EQ(Episode("/1.mp3").State, pesPostponed) << "what was marked since then stays";
     Client.reset();
