@@ -38,6 +38,7 @@ void Tag(const QString& file, const char* album, const std::vector<Chapter>& cha
 
 /// The next fakesink that gets sound reports a full buffer and then, late, the level before it.
 void ReportLate() {
+    gst_init(nullptr, nullptr);
     const GstRef<GstElement> any(gst_element_factory_make("fakesink", nullptr));
     const GSignalEmissionHook report = [](GSignalInvocationHint*, guint, const GValue* values, gpointer) -> gboolean {
         auto* sink = GST_ELEMENT(g_value_get_object(values));
