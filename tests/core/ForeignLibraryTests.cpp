@@ -26,7 +26,7 @@ CREATE TABLE version (version integer);
 INSERT INTO version VALUES(8);
 INSERT INTO podcast VALUES
     (1,'Show One','http://h/One.xml','http://h/','About One',NULL,NULL,NULL,'Show One',0,'Audio'),
-    (2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,NULL,NULL,'Show Two',0,'Audio');
+    (2,'Show Two','http://h/Two.xml','http://h/','About Two',NULL,'bob','p w','Show Two',0,'Audio');
 INSERT INTO episode VALUES
     (1,1,'One part 4','','http://h/One-4.mp3',1704362400,'One-4',1,1,0,'One-4.mp3',90,0,0,'<p>Notes <b>4</b></p>'),
     (3,1,'One part 2','','http://h/One-2.mp3',1704189600,'One-2',2,1,0,'One-2.mp3',90,0,0,'<p>Notes <b>2</b></p>'),
@@ -99,7 +99,7 @@ TEST_F(ForeignLibraries, GpoddersSubscriptionsMarksFilesAndPositionsAreRead) {
     EXPECT_EQ(Positions(library),
               "podcast://h/Two-2.mp3 10/90 1704600000000 podcast://h/One-1.mp3 30/90 1704500000000 ");
     EXPECT_EQ(library.NotTaken, QStringList("locks of episodes against deletion: 1"));
-    const QString one = "Show One|http://h/One.xml|", two = "Show Two|http://h/Two.xml|";
+    const QString one = "Show One|http://h/One.xml|", two = "Show Two|http://bob:p%20w@h/Two.xml|";
     const QStringList rows{
         one + "One-4|One part 4|<p>Notes <b>4</b></p>|podcast://h/One-4.mp3|45295.4166666667|90.0|1|" + file,
         one + "One-2|One part 2|<p>Notes <b>2</b></p>|podcast://h/One-2.mp3|45293.4166666667|90.0|0|",

@@ -27,7 +27,8 @@ public:
         Told += ReadPropertyString(found, IVEXAMLFound::Address) + u' ' +
                 ReadPropertyString(found, IVEXAMLFound::Title) + u' ' +
                 ReadPropertyString(found, IVEXAMLFound::Source) + u' ' +
-                QString::number(ReadPropertyInt32(found, IVEXAMLFound::IsSubscribed));
+                QString::number(ReadPropertyInt32(found, IVEXAMLFound::IsSubscribed)) + u' ' +
+                QString::number(ReadPropertyInt32(found, IVEXAMLFound::RowCount));
     }
     void OnSourceDone(IVEXAString* source, HResult result, IVEXAString* text) noexcept override {
         Told += FromHostString(source) +
@@ -64,7 +65,7 @@ protected:
     void ServePodcasts(const QString& words, const QStringList& titles) {
         QStringList rows;
         for (const QString& title : titles)
-            rows += u"{\"feedUrl\":\"%1\",\"collectionName\":\"%2\",\"artworkUrl100\":\"%3\"}"_s.arg(
+            rows += u"{\"feedUrl\":\"%1\",\"collectionName\":\"%2\",\"artworkUrl100\":\"%3\",\"trackCount\":7}"_s.arg(
                 Server.Url("/" + title), title, Server.Url("/cover"));
         Server.Serve(StorePath(words), Response::Of("{\"results\":[" + rows.join(',').toUtf8() + "]}"));
         Server.Serve(GpodderPath(words), Response::Of("[]"));
@@ -81,7 +82,10 @@ protected:
     }
     static QListView& List(QWidget& window) { return Find<QListView>(window, "lvFound"); }
     static QString Status(QWidget& window) { return Find<QLabel>(window, "lbStatus").text().remove(QChar(0x200B)); }
-    static QString Place(QWidget& window) { return Find<QLabel>(window, "lbPlace").text().remove(QChar(0x200B)); }
+    static QString Place(QWidget& window) {
+        const auto& label = Find<QLabel>(window, "lbPlace");
+        return label.isVisible() ? label.text().remove(QChar(0x200B)) : QString();
+    }
     /// Waits for the rows' titles.
     static void ExpectRows(QWidget& window, const QStringList& titles) {
         QStringList rows;
@@ -116,8 +120,8 @@ TEST_F(FindWindowTest, TheStorageTellsWhatItsDirectoriesKnowAndWhichOfThemFail) 
     };
     find();
     waitForEnd();
-    EXPECT_TRUE(events->Told.contains(Server.Url("/A") + " A itunes 1"));
-    EXPECT_TRUE(events->Told.contains(Server.Url("/B") + " B itunes 0"));
+    EXPECT_TRUE(events->Told.contains(Server.Url("/A") + " A itunes 1 7"));
+    EXPECT_TRUE(events->Told.contains(Server.Url("/B") + " B itunes 0 7"));
     EXPECT_EQ(events->Told.filter("gpodder failed the server answered 429 Slow; ").size(), 1)
         << events->Told.join('\n').toStdString();
     EXPECT_EQ(Saved, 1) << "the profile keeps until when it is not asked";
@@ -165,7 +169,7 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
     EXPECT_FALSE(Client->IsSubscribed(Server.Url("/Three")));
     EXPECT_FALSE(Find<QPushButton>(window, "btnSubscribe").isEnabled()) << "both are subscribed now";
     const QString spoken = list.model()->index(0, 0).data(Qt::AccessibleTextRole).toString();
-    EXPECT_EQ(spoken, "One. subscribed");
+    EXPECT_EQ(spoken, "One. subscribed. Episodes: 7");
 
     // Space shows the episodes, and the next one leads to them.
     Server.Serve("/Three", Response::Of("<rss version='2.0'><channel><title>Third show</title></channel></rss>"));
