@@ -45,7 +45,7 @@ TEST(PodcastAnswers, AreReadAsEachDirectoryWritesThem) {
          "artworkUrl600":"http://i/6","trackCount":120,"releaseDate":"2026-11-20T05:00:00Z"}]})"),
               "http://h.org/f|A & B|Ann||https://i/1|120|2026-11-20T05:00:00Z");
     EXPECT_EQ(Read(kGpodder, R"([{"url":"https://h.org/g","title":"G","author":null,"subscribers":3,
-        "description":"<p>One<br>two &amp; three</p><style>p{}","logo_url":"http://i/l","scaled_logo_url":"http://i/s"}])"),
+        "description":"<p>One<br>two &amp; three<style>p","logo_url":"http://i/l","scaled_logo_url":"http://i/s"}])"),
               "https://h.org/g|G||One\ntwo & three|http://i/s|0|-");
     EXPECT_EQ(Read(kIndex, R"({"feeds":[{"url":"https://h.org/dead","title":"D","dead":1},
         {"url":"https://h.org/i","title":"","lastUpdateTime":1764000000,"episodeCount":7,"dead":0}]})"),
