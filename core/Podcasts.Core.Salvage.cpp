@@ -1,5 +1,6 @@
 #include "Podcasts.Core.Salvage.h"
 
+#include "Podcasts.Core.Classes.h"
 #include "VEXA.Runtime.Files.h"
 #include "VEXA.Runtime.Log.h"
 #include "VEXA.Runtime.Text.h"
@@ -392,7 +393,9 @@ std::string TPodcastSalvage::FindPresent(const TPodcastSalvagedTable& table, con
         const std::string feed = "FeedID = " + std::string(row["FeedID"]);
         const std::string uri = " AND URI = " + std::string(row["URI"]);
         const std::string guid = " AND GUID = " + std::string(row["GUID"]) + " AND GUID <> ''";
-        conditions = {feed + " AND rowid = " + Number(row.ID) + uri, feed + uri,
+        // The URI alone may be damaged, and be another episode's.
+        conditions = {feed + " AND rowid = " + Number(row.ID) + uri,
+                      feed + uri + (IsText(row["GUID"]) ? " AND GUID = " + std::string(row["GUID"]) : ""),
                       feed + " AND rowid = " + Number(row.ID) + guid};
         if (!IsText(row["URI"])) conditions.push_back(feed + guid);
     } else {
@@ -458,7 +461,26 @@ void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcast
         columns.emplace_back("rowid");
         literals.push_back(Number(row.ID));
     }
-    FTarget.ExecuteSQL("INSERT OR IGNORE INTO " + name + " (" + List(columns) + ") VALUES (" + List(literals) + ")");
+    const auto insert = [&] {
+        FTarget.ExecuteSQL("INSERT OR IGNORE INTO " + name + " (" + List(columns) + ") VALUES (" + List(literals) +
+                           ")");
+        const auto changes = FTarget.Query("SELECT changes()");
+        return changes && changes->Integer(0) > 0;
+    };
+    if (!insert() && isEpisode) {
+        // Another row has the URI: either this one's is damaged, or both are one episode.
+        const QString own = MakeURI(TextOf(row["URLAudio"])), uri = TextOf(row["URI"]);
+        if (const auto column = std::find(columns.begin(), columns.end(), "URI");
+            column != columns.end() && own != uri && !own.isEmpty()) {
+            literals.at(static_cast<std::size_t>(column - columns.begin())) = SqlBuilder().Text(own).Sql();
+            insert();
+        } else if (const auto same =
+                       isOnly ? nullptr
+                              : FTarget.Query("SELECT rowid FROM PodcastEpisodes WHERE FeedID = " +
+                                              std::string(row["FeedID"]) + " AND URI = " + std::string(row["URI"]))) {
+            MergeEpisode(row, same->Integer64(0));
+        }
+    }
     if (!isRenumbered) return;
     if (const auto added =
             FTarget.Query("SELECT FeedID FROM PodcastFeeds WHERE URLFeed = " + std::string(row["URLFeed"])))

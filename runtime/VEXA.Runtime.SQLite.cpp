@@ -355,6 +355,8 @@ void SqliteDatabase::RegisterFunction(const char* name, IntegerFunction function
 void SqliteConnection::Raise(const ReasonText& what, int code) const {
     const char* words =
         FHandle && sqlite3_errcode(FHandle) != SQLITE_OK ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code);
+    // Of a damaged format number in the file's header SQLite tells as of an error in the statement.
+    if (code == SQLITE_ERROR && std::string_view(words) == "unsupported file format") code = SQLITE_CORRUPT;
     if (SqliteError::IsDamage(code)) *FIsDamaged = true;
     if (*FIsDamaged && (code & 0xFF) == SQLITE_READONLY) {  // see RefuseWritesIfDamaged
         code = SQLITE_CORRUPT;

@@ -19,6 +19,7 @@ void CountCall() {
 }  // namespace
 
 // In place of the C library's, for all libraries of this program.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): its names are reserved.
 extern "C" int rename(const char* from, const char* to) noexcept {
     CountCall();
     return static_cast<int>(syscall(SYS_rename, from, to));
@@ -31,6 +32,7 @@ extern "C" int fsync(int descriptor) {
     CountCall();
     return static_cast<int>(syscall(SYS_fsync, descriptor));
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace podcasts {
 namespace {
