@@ -127,17 +127,17 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
         }
         WriteWhole(feed, Document("a", items).Body);
     };
-    publish(30, "old");
+    publish(20, "old");
     Client->Subscribe(*TPodcastClient::FetchFeed(feed, {}, true));
     Client->UpdateState(Key("/0.mp3"), pesPostponed);
     Client->DB().SetCachedFile(Key("/1.mp3"), "/somewhere/1.mp3");
     Client->UpdateState(Key("/2.mp3"), pesListened);
     Keep();
-    publish(60, "new");
+    publish(40, "new");
     const QString sums =
         "SELECT Count(*), Sum(Title GLOB 'new*'), Sum(State), Sum(GUID * (URLAudioCached <> '')), Sum(GUID * "
         "(State = 0)), Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
-    const QString before = "30|0|30|1|2|0|0", after = "60|60|60|1|2|58|30";
+    const QString before = "20|0|20|1|2|0|0", after = "40|40|40|1|2|38|20";
     FailingFiles files;
     int accesses = 0, failures = 0;
     for (const auto& [isLasting, writeError] : {std::pair(false, SQLITE_IOERR_WRITE), {true, SQLITE_FULL}}) {
@@ -186,7 +186,7 @@ TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgra
     QFile::copy(Folder.File("Podcasts.db-wal"), Folder.File("kept-Podcasts.db-wal"));
     const std::array wholes = {ReadWhole(Folder.File("kept-Podcasts.db")),
                                ReadWhole(Folder.File("kept-Podcasts.db-wal"))};
-    const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 300;
+    const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 120;
     int damaged = 0, partly = 0;
     for (int seed = 0; seed < seeds && !HasFailure(); ++seed) {
         std::mt19937 random(static_cast<unsigned>(seed));

@@ -319,7 +319,7 @@ TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
     static const std::pair<const char*, const char*> fields[] = {
         {"PublishDate", "PublishDate"}, {"State", "State"},       {"Title", "Title"},
         {"FeedName", "Name"},           {"Duration", "Duration"}, {"FileName", "URI"}};
-    for (unsigned seed = first; seed < first + 400; ++seed) {
+    for (unsigned seed = first; seed < first + 200; ++seed) {
         RandomWords random(seed);
         const auto filter = CreateHostObject<IVEXAMLDataFilter>();
         WritePropertyInt32(filter.Get(), IVEXAMLGroupFilter::Operation, IVEXAMLGroupFilter::And);
