@@ -117,13 +117,17 @@ TEST_F(BackupTest, OneIsDueOnceADayWhenSomethingHasChanged) {
     const auto isDue = [&](const QDateTime& when) { return IsBackupDue(Folder.Path(), when); };
     const QDateTime now = QDateTime::currentDateTimeUtc().addSecs(2);
     EXPECT_TRUE(isDue(now));
+    Client.reset();
     MakeBackup(Folder.Path(), now, std::nullopt);
     EXPECT_FALSE(isDue(now.addDays(1))) << "nothing has changed";
-    QFile file(Folder.File("Positions.json"));
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite) &&
-                file.setFileTime(now.addSecs(60), QFileDevice::FileModificationTime));
-    EXPECT_FALSE(isDue(now));
-    EXPECT_TRUE(isDue(now.addDays(1)));
+    // A database that was opened since then has an empty log.
+    for (const auto& [name, isChange] : {std::pair("Podcasts.db-wal", false), {"Positions.json", true}}) {
+        QFile file(Folder.File(name));
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite) &&
+                    file.setFileTime(now.addSecs(60), QFileDevice::FileModificationTime));
+        EXPECT_FALSE(isDue(now));
+        EXPECT_EQ(isDue(now.addDays(1)), isChange) << name;
+    }
 }
 
 TEST_F(BackupTest, WhatIsNoneOrFailsChangesNothing) {
