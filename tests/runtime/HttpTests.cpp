@@ -235,14 +235,14 @@ TEST_F(Http, SendsUserNameAndPasswordToTheirOwnHostOnly) {
     const QByteArray header = "\r\nAuthorization: Basic " + QByteArray("us er:p@ss").toBase64() + "\r\n";
     for (auto* const server : {&Server, &other}) server->Serve("/f", Response::Of("body"));
     Server.Serve("/here", Response::Redirect("/f", "301 Moved Permanently"));
-    Server.Serve("/whole", Response::Redirect(Server.Url("/f").toUtf8()));
+    Server.Serve("/whole", Response::Redirect(Server.Url("/f").toUtf8(), "301 Moved Permanently"));
     Server.Serve("/away", Response::Redirect(other.Url("/f").toUtf8(), "301 Moved Permanently"));
     const QString with = Server.Url("").replace("://", "://us%20er:p%40ss@");
     const std::tuple<const char*, QString, QString> cases[] = {
         // the path, where it leads, where it has moved for good
         {"/f", with + "/f", {}},
         {"/here", with + "/f", with + "/f"},
-        {"/whole", with + "/f", {}},
+        {"/whole", with + "/f", with + "/f"},
         {"/away", other.Url("/f"), other.Url("/f")},
     };
     for (const auto& [path, address, movedTo] : cases) {
