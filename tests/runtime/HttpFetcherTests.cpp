@@ -81,6 +81,8 @@ TEST_F(HttpFetching, StartsTwelveTransfersInOrderThreePerHostAndAnotherWhenOneIs
     Want({Servers[4].Url("/7")});
     EXPECT_TRUE(WaitForRequests(14));
     EXPECT_EQ(Servers[4].Count("/7"), 1);
+    const HttpFetched cancelled = Fetcher->Take(Servers[4].Url("/7"), [] { return true; });
+    EXPECT_EQ(cancelled.Outcome.What, HttpErrorInfo::Kind::Cancelled) << "while it is running";
 }
 
 TEST_F(HttpFetching, SilentServersDelayNoOtherAndGiveWayWhenThereAreMany) {
@@ -157,19 +159,6 @@ TEST_F(HttpFetching, AServerThatAsksToRetryLaterIsNotAskedAgainInThisRun) {
     }
     EXPECT_EQ(Requests(0), 1);
     EXPECT_TRUE(Take(addresses.last()).Succeeded()) << "of another server";
-}
-
-TEST_F(HttpFetching, EndsAtOnceWhileTransfersAreRunning) {
-    Start();
-    const QStringList addresses = Addresses();
-    Want(addresses);
-    EXPECT_TRUE(WaitForRequests(12));
-    bool isAsked = false;
-    const HttpFetched fetched = Fetcher->Take(addresses[0], [&] { return std::exchange(isAsked, true); });
-    EXPECT_EQ(fetched.Outcome.What, HttpErrorInfo::Kind::Cancelled);
-    Fetcher.reset();
-    std::this_thread::sleep_for(150ms);
-    EXPECT_LE(AllRequests(), 13) << "more than the one that may take the cancelled transfer's place";
 }
 
 TEST_F(HttpFetching, ATransferThatEndsWhileItIsDroppedIsEndedOnce) {
