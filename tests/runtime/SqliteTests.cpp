@@ -1,5 +1,4 @@
 #include "TempFolder.h"
-#include "Texts.h"
 #include "VEXA.Runtime.SQLite.h"
 
 #include <gtest/gtest.h>
@@ -9,43 +8,19 @@
 namespace vexa {
 namespace {
 
-class Sqlite : public testing::Test {
-protected:
+TEST(Sqlite, SerialisesItsThreadsAndShowsOthersOnlyCommittedData) {
     struct Database : SqliteDatabase {
         explicit Database(const QString& fileName) { Open(fileName); }
     };
-
-    Sqlite() { DB.ExecuteSQL("CREATE TABLE T (Value INTEGER)"); }
-
-    tests::TempFolder Folder;
-    Database DB{Folder.File("test.db")};
-};
-
-TEST_F(Sqlite, RollsBackOnlyAFailedNestedTransaction) {
-    const auto insert = [&](int value) { DB.ExecuteSQL(SqlBuilder("INSERT INTO T VALUES (").Integer(value).Raw(")")); };
-    const auto fail = [&](int first) {
-        insert(first);
-        DB.RunInTransaction([&] { insert(first + 1); });
-        DB.ExecuteSQL("INSERT INTO NoSuchTable VALUES (1)");
-    };
-    DB.RunInTransaction([&] {
-        insert(1);
-        EXPECT_THROW(DB.RunInTransaction([&] { fail(2); }), SqliteError);
-        insert(4);
-    });
-    EXPECT_THROW(DB.RunInTransaction([&] { fail(5); }), SqliteError);
-    DB.RunInTransaction([&] { insert(7); });
-    EXPECT_EQ(DB.Query("SELECT GROUP_CONCAT(Value) FROM T")->Text(0), "1,4,7");
-}
-
-TEST_F(Sqlite, SerialisesItsThreadsAndShowsOthersOnlyCommittedData) {
-    DB.ExecuteSQL("INSERT INTO T VALUES (0)");
-    Database reader(DB.FileName());
+    const tests::TempFolder folder;
+    Database db(folder.File("test.db"));
+    db.ExecuteSQL("CREATE TABLE T (Value INTEGER); INSERT INTO T VALUES (0)");
+    Database reader(db.FileName());
     const auto work = [&] {
         for (int i = 0; i < 100; ++i)
-            DB.RunInTransaction([&] {
-                const int value = DB.QueryInteger("SELECT Value FROM T");
-                DB.ExecuteSQL(SqlBuilder("UPDATE T SET Value = ").Integer(value + 1));
+            db.RunInTransaction([&] {
+                const int value = db.QueryInteger("SELECT Value FROM T");
+                db.ExecuteSQL(SqlBuilder("UPDATE T SET Value = ").Integer(value + 1));
                 EXPECT_EQ(reader.QueryInteger("SELECT Value FROM T"), value);
             });
     };
