@@ -21,6 +21,7 @@ protected:
         Subscribe("a", {{"1", "/bad.mp3"}, {"2", "/good.mp3"}});
         Client->UpdateState(Key("/good.mp3"), pesPostponed);
         Server.Serve("/good.mp3", Response::Of("sound", "audio/mpeg"));
+        Server.Serve("/round", Response::Redirect("/round"));
         SetDownloadPauseUnit(std::chrono::milliseconds(1));
     }
     ~ClientFaults() override {
@@ -28,12 +29,8 @@ protected:
         SetDownloadPauseUnit(std::chrono::seconds(1));
     }
 
-    void Serve(const QString& path, Response response) {
-        response.Head.replace("SELF", path.toUtf8());
-        Server.Serve(path, response);
-    }
     QString RefreshError(const Response& response) {
-        Serve("/a", response);
+        Server.Serve("/a", response);
         Refresh("/a");
         const QString error = LastRefresh().Error.English();
         EXPECT_EQ(EpisodeCount("/a"), 2) << error.toStdString();
@@ -42,7 +39,7 @@ protected:
         return error;
     }
     QString DownloadError(const Response& response) {
-        Serve("/bad.mp3", response);
+        Server.Serve("/bad.mp3", response);
         Client->DB().SetCachedFile(Key("/good.mp3"), {});
         Download({Key("/good.mp3"), Key("/bad.mp3")});
         const QString error = LastDownload().Error.English();
@@ -97,7 +94,7 @@ std::vector<ClientFaults::Row> ClientFaults::Misbehaviours() const {
          "206 Partial Content"},
         {"no content", Raw("HTTP/1.1 204 No Content\r\n\r\n"), "204 No Content"},
         {"nothing changed", Raw("HTTP/1.1 304 Not Modified\r\n\r\n"), "304 Not Modified"},
-        {"redirect to itself", Response::Redirect("SELF"), "more than 10 times"},
+        {"redirect that goes round", Response::Redirect(Server.Url("/round").toUtf8()), "more than 10 times"},
         {"redirect to a file", Response::Redirect("file:///etc/passwd"), "not http or https"},
         {"redirect to another scheme", Response::Redirect("gopher://127.0.0.1/1"), "not http or https"},
         {"redirect without an address", Response::Redirect(""), "302 Found"},
@@ -136,9 +133,7 @@ TEST_F(ClientFaults, ManyMisbehavingServersAtOnceDelayNoOtherAndLoseNothing) {
         if (row.Answer.Head.contains("Retry-After")) continue;  // or the server's other feeds would not be fetched
         auto& server = servers[feeds.size() % servers.size()];
         const QString path = QString("/%1").arg(feeds.size());
-        Response answer = row.Answer;
-        answer.Head.replace("SELF", path.toUtf8());
-        server.Serve(path, answer);
+        server.Serve(path, row.Answer);
         feeds.emplace_back(server.Url(path), &row);
         TPodcastFeed feed;
         feed.Fields[pffURLFeed] = server.Url(path);
@@ -159,16 +154,6 @@ TEST_F(ClientFaults, ManyMisbehavingServersAtOnceDelayNoOtherAndLoseNothing) {
             << row->Name << ": " << error.toStdString();
         EXPECT_EQ(Client->DB().GetEpisodeCount(Client->DB().GetFeedID(feedURL)), 1) << row->Name;
     }
-}
-
-TEST_F(ClientFaults, AnAnswerResetAfterAnyNumberOfBytesIsReported) {
-    const Response feed = Document("a", {{"3", "/3.mp3"}}),
-                   audio = Response::Of(QByteArray(300'000, 's'), "audio/mpeg");
-    const QByteArray document = feed.Head + feed.Body, sound = audio.Head + audio.Body;
-    for (int sent = 0; sent < document.size(); sent += 7)
-        EXPECT_NE(RefreshError(Response{{}, document}.With(Fault::Reset, sent)), "") << sent;
-    for (int sent = 0; sent < sound.size(); sent += sent < audio.Head.size() + 9 ? 3 : 29'989)
-        EXPECT_NE(DownloadError(Response{{}, sound}.With(Fault::Reset, sent)), "") << sent;
 }
 
 TEST_F(ClientFaults, AnEndlessBodyIsLimitedInSizeAndTimeAndByTheDisk) {
