@@ -3,7 +3,6 @@
 #include "ClientTests.h"
 
 #include <array>
-#include <iostream>
 #include <random>
 
 namespace podcasts {
@@ -139,7 +138,7 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
         "(State = 0)), Sum(URI GLOB '*new'), (SELECT Count(*) FROM PodcastEpisodeNames) FROM PodcastEpisodes";
     const QString before = "20|0|20|1|2|0|0", after = "40|40|40|1|2|38|20";
     FailingFiles files;
-    int accesses = 0, failures = 0;
+    int failures = 0;
     for (const auto& [isLasting, writeError] : {std::pair(false, SQLITE_IOERR_WRITE), {true, SQLITE_FULL}}) {
         for (int call = 1; !HasFailure(); ++call) {
             Restore();
@@ -159,17 +158,15 @@ TEST_F(DatabaseFaults, ARefreshReportsAnyFailedFileAccessAndLosesNothing) {
             Open();
             EXPECT_EQ(RefreshComplaint(feed), "");
             EXPECT_EQ(Rows(sums), QStringList(after));
-            ++accesses;
             failures += !complaint.isEmpty();
             if (!isReached) break;
         }
     }
     Client.reset();  // before `files`, which it uses
-    std::cout << accesses << " accesses failed, " << failures << " refreshes with them" << std::endl;
     EXPECT_GT(failures, 50);
 }
 
-TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgram) {
+TEST_F(DatabaseFaults, ADamagedFileIsNamedAndNeverCrashesTheProgram) {
     std::vector<Item> items;
     for (int i = 0; i < 400; ++i) items.push_back({QString::number(i), u"/%1.mp3"_s.arg(i), u"Title Ж %1"_s.arg(i)});
     Subscribe("a", items);
@@ -187,7 +184,7 @@ TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgra
     const std::array wholes = {ReadWhole(Folder.File("kept-Podcasts.db")),
                                ReadWhole(Folder.File("kept-Podcasts.db-wal"))};
     const int asked = qEnvironmentVariableIntValue("VEXA_TEST_SEEDS"), seeds = asked > 0 ? asked : 120;
-    int damaged = 0, partly = 0;
+    int damaged = 0;
     for (int seed = 0; seed < seeds && !HasFailure(); ++seed) {
         std::mt19937 random(static_cast<unsigned>(seed));
         const bool isLog = seed % 8 == 4;
@@ -203,14 +200,13 @@ TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgra
         Restore();
         if (!isLog) QFile::remove(Folder.File("Podcasts.db-wal"));
         WriteWhole(Folder.File(isLog ? "Podcasts.db-wal" : "Podcasts.db"), bytes);
-        int read = 0;
         QStringList complaints;
         const auto attempt = [&](const std::function<void()>& work) {
             if (const QString complaint = ErrorOf(work); !complaint.isEmpty()) complaints += complaint;
         };
         attempt([&] { Open(); });
         if (Client) {
-            attempt([&] { Client->DB().EnumEpisodes({}, [&](auto&, auto&) { ++read; }); });
+            attempt([&] { Client->DB().EnumEpisodes({}, [](auto&, auto&) {}); });
             attempt([&] { Client->DB().EnumEpisodes({0, -1, "Ж 7"}, [](auto&, auto&) {}); });
             attempt([&] { Client->DB().EnumFeedSummaries([](auto...) {}); });
             attempt([&] { Client->DB().GetFeed(1, true); });
@@ -231,9 +227,7 @@ TEST_F(DatabaseFaults, ADamagedFileIsReadAsFarAsPossibleAndNeverCrashesTheProgra
         for (const QString& complaint : complaints)
             EXPECT_TRUE(complaint.contains(u"/Podcasts.db: ")) << seed << ": " << complaint.toStdString();
         damaged += !complaints.isEmpty();
-        partly += !complaints.isEmpty() && read > 0;
     }
-    std::cout << seeds << " seeds, " << damaged << " found damaged, " << partly << " of them read in part" << std::endl;
     EXPECT_GT(damaged, 0);
 }
 

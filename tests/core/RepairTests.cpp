@@ -7,7 +7,6 @@
 
 #include <QStandardPaths>
 
-#include <iostream>
 #include <numeric>
 #include <random>
 
@@ -120,7 +119,6 @@ TEST_F(RepairTest, WhateverCanBeReadIsThereAfterwardsAndTheRestIsAsInTheBackup) 
             ADD_FAILURE() << seed << ": " << error.what();
         }
     }
-    std::cout << seeds.size() << " seeds, " << repaired << " repaired" << std::endl;
     EXPECT_GT(repaired, seeds.size() / 2);
 }
 
