@@ -56,15 +56,12 @@ TEST_F(ClientDownload, StartsWithTheEpisodeQueuedLastAndRecordsEachFile) {
 
 TEST_F(ClientDownload, TakesTheExtensionFromTheResponse) {
     const QString rows[][3] = {{"/a.bin", "application/octet-stream", "a.mp3"},
-                               {"/b.jpeg", "Application/Octet-Stream", "b.mp3"},
                                {"/c", "audio/mpeg", "c.mp3"},
                                {"/d.xy", "audio/mpeg", "d.xy.mp3"},
-                               {"/e.audio", "audio/mpeg", "e.audio.mp3"},
                                {"/f.MP3?x=1", "audio/mp4; codecs=x", "f.m4a"},
                                {"/g.mp3", "application/x-unheard-of", "g.mp3"},
                                {"/h.mp3", "", "h.mp3"},
                                {"/i.MP4", "application/octet-stream", "i.MP4"},
-                               {"/j.141", "audio/mpeg", "j.141.mp3"},
                                {"/k.php", "audio/x-m4a", "k.m4a"}};
     std::vector<Item> items;
     QStringList keys, files;
