@@ -14,13 +14,6 @@ using namespace vexa::host;
 
 namespace {
 
-template <class Interface>
-Ref<Interface> Make(Host& host) {
-    Ref<Interface> made;
-    EXPECT_EQ(host.PluginCore().CreateObject(Interface::IID, made.PutVoid()), S_OK);
-    return made;
-}
-
 QJsonObject Json(const QByteArray& text) {
     return QJsonDocument::fromJson(text).object();
 }
@@ -31,15 +24,13 @@ std::string Words(const QJsonObject& json) {
 
 }  // namespace
 
-using LibraryFilters = HostTest;
-
-TEST_F(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) {
+TEST(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) {
     QJsonObject json =
         Json(R"({"operation":1,"limit":5,"offset":2,"search":"x","sort":[{"direction":2,"field":"Title"}],"children":[)"
              R"({"field":"a","operation":2,"value":{"int32":-1},"value2":{"int64":"9007199254740993"}},)"
              R"({"field":"b","values":["x",1.5,null,{"int32":0}]},)"
              R"({"operation":3,"children":[{"field":"c","operation":7,"value":"t"},{"operation":0,"children":[]}]}]})");
-    const auto filter = Make<IVEXAMLDataFilter>(Host);
+    const Ref<IVEXAMLDataFilter> filter(new DataFilter);
     ASSERT_TRUE(AddJsonToFilter(json, *filter));
     EXPECT_EQ(Words(FilterToJson(*filter)), Words(json));
     EXPECT_EQ(FieldsOfFilter(json), QStringList({"a", "b", "c"}));
@@ -59,8 +50,8 @@ TEST_F(LibraryFilters, ConditionsArraysAndNestedGroupsAreWrittenReadAndDeleted) 
     EXPECT_EQ(filter->GetChildCount(), 0);
 }
 
-TEST_F(LibraryFilters, AConditionIsACopyAndAnInvalidOneIsRefused) {
-    const auto filter = Make<IVEXAMLDataFilter>(Host);
+TEST(LibraryFilters, AConditionIsACopyAndAnInvalidOneIsRefused) {
+    const Ref<IVEXAMLDataFilter> filter(new DataFilter);
     const Ref<IVEXAString> name = MakeString("State");
     const Variant text = ToVariant(u"it's"_s);
     EXPECT_EQ(filter->Add(name.Get(), &text, nullptr, 10, nullptr), E_INVALIDARG);
@@ -80,7 +71,7 @@ TEST_F(LibraryFilters, AConditionIsACopyAndAnInvalidOneIsRefused) {
     }
 }
 
-TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
+TEST(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
     const Ref<ArrayFieldFilter> array(new ArrayFieldFilter);
     std::vector<Variant> values;
     for (std::int32_t i = 0; i < 3; ++i) values.push_back(ToVariant(i));
@@ -101,8 +92,8 @@ TEST_F(LibraryFilters, AnArrayReturnsItsCountAndAsManyValuesAsFit) {
     EXPECT_EQ(count, 0);
 }
 
-TEST_F(LibraryFilters, AnInvalidOrderIsRefusedAndResetForgetsEverything) {
-    const auto filter = Make<IVEXAMLDataFilter>(Host);
+TEST(LibraryFilters, AnInvalidOrderIsRefusedAndResetForgetsEverything) {
+    const Ref<IVEXAMLDataFilter> filter(new DataFilter);
     const Ref<SortItem> item(new SortItem(u"Title"_s, IVEXAMLSortDirection::Descending));
     EXPECT_EQ(item->SetValue(0), E_INVALIDARG);
     const Ref<IVEXAObjectList> order(new ObjectList);

@@ -6,8 +6,9 @@
 
 namespace tests {
 
-inline QByteArray Png(int width, int height, Qt::GlobalColor colour = Qt::red) {
-    QImage image(width, height, QImage::Format_RGB32);
+inline QByteArray Png(int width, int height, Qt::GlobalColor colour = Qt::red,
+                      QImage::Format format = QImage::Format_RGB32) {
+    QImage image(width, height, format);
     image.fill(colour);
     QBuffer bytes;
     image.save(&bytes, "PNG");
