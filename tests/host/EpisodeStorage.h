@@ -35,8 +35,7 @@ private:
 };
 
 /// The tree has "new" and "shows", with the shows below each of them; its values are "state 1", "shows", "show NAME".
-class EpisodeStorage final
-    : public RowStorage<Episode, IVEXAMLTaskProgress, IVEXAMLSubscriptionStorage, IVEXAMLNodeImage> {
+class EpisodeStorage : public RowStorage<Episode, IVEXAMLTaskProgress, IVEXAMLSubscriptionStorage, IVEXAMLNodeImage> {
 public:
     explicit EpisodeStorage(const QString& id = u"Tests.Episodes"_s)
         : RowStorage(id, "Episodes",

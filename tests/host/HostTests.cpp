@@ -1,8 +1,7 @@
 // Core, configuration, messages, storages, and loading and unloading of plug-ins.
 
-#include "HostFixture.h"
+#include "EpisodeStorage.h"
 #include "LatestTask.h"
-#include "PropertyList.h"
 #include "Streams.h"
 
 #include <atomic>
@@ -19,18 +18,13 @@ public:
 };
 
 /// A storage that logs what happens to it.
-class Storage final : public PropertyList<IVEXAPropertyList2, IVEXAMLExtensionDataStorage> {
+class Storage final : public tests::EpisodeStorage {
 public:
-    explicit Storage(QStringList* log) : FLog(log) { SetValueAsObject(ID, MakeString("S").Get()); }
+    explicit Storage(QStringList* log) : FLog(log) {}
     ~Storage() override { *FLog += "storage freed"; }
 
     void Finalize() noexcept override { *FLog += "storage finalized"; }
     void Initialize(IVEXAMLDataStorageManager*) noexcept override { *FLog += "storage initialized"; }
-    HResult LoadConfig(IUnknown*) noexcept override { return S_OK; }
-    HResult SaveConfig(IUnknown*) noexcept override { return S_OK; }
-    HResult GetFields(std::int32_t, IVEXAObjectList**) noexcept override { return E_NOTIMPL; }
-    HResult GetGroupingPresets(std::int32_t, IVEXAMLGroupingPresets*) noexcept override { return E_NOTIMPL; }
-    void FlushCache() noexcept override {}
 
 private:
     QStringList* FLog;
@@ -46,8 +40,7 @@ public:
     std::uint32_t GetCategories() noexcept override { return 0; }
     HResult Initialize(IVEXACore* core) noexcept override {
         const Ref<Storage> storage(new Storage(FLog));
-        core->RegisterExtension(IVEXAServiceMusicLibrary::IID,
-                                static_cast<IVEXAMLExtensionDataStorage*>(storage.Get()));
+        core->RegisterExtension(IVEXAServiceMusicLibrary::IID, storage->Identity());
         return FAnswer;
     }
     void Finalize() noexcept override { *FLog += "plug-in finalized"; }

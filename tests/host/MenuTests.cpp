@@ -42,18 +42,6 @@ protected:
     static void SetCaption(const Item& item, const QString& caption) {
         item->SetValueAsObject(IVEXAMenuItem::Caption, MakeString(caption).Get());
     }
-    /// Adds a submenu that makes its three entries whenever it is shown.
-    Item AddMarkAs(const Item& menu) {
-        const Item item = Add("Mark", menu);
-        On(item, IVEXAMenuItem::OnShow, [this, raw = item.Get()] {
-            raw->DeleteChildren();
-            for (int i = 0; i < 3; ++i) {
-                const Item entry = Add({}, Item(raw), [this, i] { Done += QString::number(i); });
-                SetCaption(entry, "state " + QString::number(i));
-            }
-        });
-        return item;
-    }
 
     QStringList Done;
 };
@@ -144,7 +132,11 @@ TEST_F(Menus, AShortcutActsOnThePresentSelection) {
 }
 
 TEST_F(Menus, NewlyMadeEntriesReplaceTheOldOnes) {
-    const Item menu = MenuOf(32), mark = AddMarkAs(menu);
+    const Item menu = MenuOf(32), mark = Add("Mark", menu);
+    On(mark, IVEXAMenuItem::OnShow, [&] {
+        mark->DeleteChildren();
+        for (int i = 0; i < 3; ++i) Add({}, mark, [this, i] { Done += QString::number(i); });
+    });
     const int before = Event::Alive;
     for (int i = 0; i < 3; ++i) {
         Host.Menus().PrepareToShow(*menu);

@@ -192,9 +192,8 @@ TEST(Objects, APictureBeyondTheBoundsIsRefused) {
 
 TEST_F(HostTest, CoreMakesEveryPlainObjectAndNoOther) {
     Ref<IUnknown> object;
-    for (const Guid& iid :
-         {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID, IVEXAFileInfo::IID,
-          IVEXAImage::IID, IVEXAImageContainer::IID, IVEXAMLDataFilter::IID})
+    for (const Guid& iid : {IVEXAString::IID, IVEXAObjectList::IID, IVEXAMemoryStream::IID, IVEXAErrorInfo::IID,
+                            IVEXAFileInfo::IID, IVEXAImage::IID, IVEXAImageContainer::IID, IVEXAMLDataFilter::IID})
         EXPECT_EQ(Host.PluginCore().CreateObject(iid, object.PutVoid()), S_OK);
     EXPECT_EQ(Host.PluginCore().CreateObject(IVEXAStream::IID, object.PutVoid()), E_NOINTERFACE);
 }

@@ -1,21 +1,12 @@
-// Playlists, including smart ones, and the library's selection.
+// Playlists, including smart ones.
 
 #include "EpisodeStorage.h"
+#include "Radio.h"
 
 using namespace vexa::host;
 using tests::EpisodeStorage;
 
 namespace {
-
-/// A plug-in's file information: files whose names end in "known" belong to the album "A".
-class AlbumProvider final : public RefCountedObject<IVEXAExtensionFileInfoProvider> {
-public:
-    HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
-        if (!ToQString(file).endsWith(u"known")) return E_FAIL;
-        info->SetValueAsObject(IVEXAFileInfo::Album, MakeString("A").Get());
-        return info->SetValueAsObject(IVEXAFileInfo::Title, MakeString("title").Get());
-    }
-};
 
 class Playlists : public HostTest {
 protected:
@@ -143,8 +134,8 @@ TEST_F(Playlists, ASmartPlaylistFollowsItsFilter) {
 }
 
 TEST_F(Playlists, FilesAreKeptBetweenRuns) {
-    const Ref<AlbumProvider> knowing(new AlbumProvider);
-    Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing.Get());
+    const Ref<tests::Radio> knowing(new tests::Radio({{"title", "A", "podcast://known", 64}}, IVEXAMLDataField::Title));
+    Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, knowing->Identity());
     const Ref<Playlist> one = Host.Playlists().Create("One \"1\"", false);
     one->Add({"podcast://known", "gone"});
     Host.Playlists().Create("", true)->Add({"x"});
@@ -184,30 +175,4 @@ TEST_F(Playlists, ADamagedFileIsRenamed) {
     host::Host next(Options(Profile));
     ASSERT_EQ(next.Playlists().All().size(), 1u);  // the valid entries are read
     EXPECT_EQ(Files(*next.Playlists().All()[0]), QStringList{"a"});
-}
-
-TEST_F(Playlists, TheLibraryReportsItsSelection) {
-    Register(Host);
-    const auto service = Query<IVEXAServiceMusicLibraryUI>(&Host.PluginCore());
-    Ref<IVEXAObjectList> files;
-    Ref<IVEXAMLDataFilter> filter;
-    EXPECT_EQ(service->GetFiles(kFilesSelected, files.Put()), S_OK);
-    EXPECT_EQ(files->GetCount(), 0);
-    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), E_FAIL);
-
-    const auto selection = std::make_shared<FixedSelection>();
-    selection->Files = {"a", "b"};
-    selection->Focused = "b";
-    selection->Provider = LibraryStorage(Host.Library()).Presets()[0].Provider;
-    selection->Path = {{"Node", u"shows"_s}, {"Node", u"show A"_s}};
-    Host.Selection().SetModel(selection);
-    service->GetFiles(kFilesSelected, files.Put());
-    EXPECT_EQ(ToQStringList(files.Get()), QStringList({"a", "b"}));
-    service->GetFiles(kFilesFocused, files.Put());
-    EXPECT_EQ(ToQStringList(files.Get()), QStringList{"b"});
-    EXPECT_EQ(service->GetFiles(7, files.Put()), E_INVALIDARG);
-    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), S_OK);
-    EXPECT_EQ(filter->GetChildCount(), 2);
-    Host.UnloadPlugins();
-    EXPECT_EQ(service->GetGroupingFilter(filter.Put()), E_FAIL);  // the storage is gone
 }
