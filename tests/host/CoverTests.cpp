@@ -4,6 +4,7 @@
 #include "EpisodeStorage.h"
 #include "Png.h"
 
+#include <QScopeGuard>
 #include <QSignalSpy>
 
 #include <atomic>
@@ -19,11 +20,8 @@ protected:
     void SetUp() override {
         Storage->Picture = [this](const QString& value, bool isStored) {
             ++Questions;
-            struct Asking {
-                std::atomic<int>& Count;
-                ~Asking() { --Count; }
-            } const asking{Inside};
             ++Inside;
+            const auto leave = qScopeGuard([this] { --Inside; });
             while (value == u"hanging" && !isStored && !IsReleased)
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             const TLock lock(Mutex);

@@ -24,7 +24,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
@@ -588,14 +587,11 @@ TEST_F(SubscribedWindow, ActsAreUndoneByKeyAndInTheBanner) {
         for (auto* button : banner->findChildren<QPushButton*>())
             if (button->isVisible()) return button->click();
     };
-    QMenu* menu = nullptr;
-    for (QAction* action : PlayerWindow->menuBar()->actions())
-        if (action->text() == "&Edit") menu = action->menu();
-    ASSERT_TRUE(menu);
+    const auto* item = Find<QAction>("Undo");
+    auto* menu = qobject_cast<QMenu*>(item->parent());
     const auto offered = [&] {
         Q_EMIT menu->aboutToShow();
-        const QAction* undo = menu->actions().first();
-        const QString text = undo->isEnabled() ? undo->text() : QString("nothing");
+        const QString text = item->isEnabled() ? item->text() : QString("nothing");
         Q_EMIT menu->aboutToHide();
         return text;
     };
@@ -705,10 +701,8 @@ TEST_F(Window, AddressesFromOutsideArePlayedReadOrOffered) {
 TEST_F(Window, TheUserChoosesAmongThePagesFeeds) {
     Start();
     LoopbackServer server;
-    const auto link = [](const QByteArray& path) -> QByteArray {
-        return "<link rel=alternate type=application/rss+xml title='About " + path + "' href=/" + path + ">";
-    };
-    server.Serve("/page", Response::Of("<html>" + link("a") + link("b"), "text/html"));
+    const QByteArray link = "<link rel=alternate type=application/rss+xml href=";
+    server.Serve("/page", Response::Of("<html>" + link + "/a title=A>" + link + "/b title=B>", "text/html"));
     server.Serve("/b", Response::Of(ReadWhole(WriteFeed())));
     auto* page = Find<FirstStartPage>();
     const auto ask = [&] {
@@ -725,8 +719,7 @@ TEST_F(Window, TheUserChoosesAmongThePagesFeeds) {
     const auto* question = dialog->findChild<QLabel*>();
     EXPECT_TRUE(question && question->text().contains(server.Url("/page")));
     auto* list = dialog->findChild<QTreeWidget*>("Choices");
-    ASSERT_EQ(list->topLevelItemCount(), 2);
-    EXPECT_EQ(list->topLevelItem(0)->text(0), "About a");
+    EXPECT_EQ(list->topLevelItem(0)->text(0), "A");
     list->setCurrentItem(list->topLevelItem(1));
     dialog->findChild<QPushButton*>("Accept")->click();
     ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3; }));
