@@ -12,17 +12,17 @@ struct Station {
     int Kilobits;
 };
 
-/// The tree has a node of all stations, and below it a node for each genre. One genre has options. `More`: further
-/// interfaces.
-template <class... More>
-class RadioWith : public RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions, More...> {
-    using Storage = RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions, More...>;
-
+/// The tree has a node of all stations, and below it a node for each genre. One genre has options.
+class Radio final : public RowStorage<Station, IVEXAExtensionFileInfoProvider, IVEXAMLNodeOptions, IVEXAMLFinder> {
 public:
     /// `title` is the role of the stations' names.
-    RadioWith(std::vector<Station> stations, IVEXAMLDataField::Roles title)
-        : Storage("Tests.Radio", "Radio", std::move(stations)), FTitle(title) {}
+    Radio(std::vector<Station> stations, IVEXAMLDataField::Roles title)
+        : RowStorage("Tests.Radio", "Radio", std::move(stations)), FTitle(title) {}
 
+    HResult QueryInterface(const Guid& iid, void** object) noexcept override {
+        if (iid == IVEXAMLFinder::IID && !OffersSearch) return *object = nullptr, E_NOINTERFACE;
+        return PropertyList::QueryInterface(iid, object);
+    }
     HResult GetFields(std::int32_t schema, IVEXAObjectList** fields) noexcept override {
         using Field = IVEXAMLDataField;
         const Ref<IVEXAObjectList> list(new host::ObjectList);
@@ -36,7 +36,7 @@ public:
         return S_OK;
     }
     HResult QueryFileInfo(IVEXAString* file, IVEXAFileInfo* info) noexcept override {
-        for (const Station& station : this->Rows)
+        for (const Station& station : Rows)
             if (station.Address == host::ToQString(file)) {
                 info->SetValueAsObject(IVEXAFileInfo::Album, host::MakeString(station.Genre).Get());
                 return info->SetValueAsObject(IVEXAFileInfo::Title, host::MakeString(station.Name).Get());
@@ -75,7 +75,7 @@ public:
         if (host::ToQString(field) == u"Branch") {
             if (text == Genre) return S_FALSE;
             if (text != FormerGenre) return E_FAIL;
-        } else if (std::ranges::none_of(this->Rows, [&](const Station& station) { return station.Address == text; })) {
+        } else if (std::ranges::none_of(Rows, [&](const Station& station) { return station.Address == text; })) {
             return E_FAIL;
         }
         field->SetChars(u"Branch", 6);
@@ -83,10 +83,22 @@ public:
         return S_OK;
     }
 
+    HResult GetSources(IVEXAObjectList** sources) noexcept override { return *sources = nullptr, E_NOTIMPL; }
+    HResult Find(IVEXAString*, std::int32_t, IVEXAMLFinderEvents*, std::int64_t*) noexcept override {
+        return E_NOTIMPL;
+    }
+    HResult CancelSearch(std::int64_t) noexcept override { return S_FALSE; }
+    HResult ShowSearchWindow(WindowHandle, IVEXAString* text) noexcept override {
+        Windows += host::ToQString(text);
+        return S_OK;
+    }
+
     QString Genre = u"Music"_s, FormerGenre = u"Tunes"_s;  // the names of the genre that has options
     QStringList Set;                                       // the options that were set
+    bool OffersSearch = false;
+    QStringList Windows;  // the texts with which the search window was shown
 
-protected:
+private:
     QString Value(const Station& station, const QString& field) const override {
         if (field == u"Station") return station.Name;
         if (field == u"Genre") return station.Genre;
@@ -98,8 +110,6 @@ protected:
     bool Contains(const Station& station, const QString& search) const override {
         return station.Name.contains(search);
     }
-
-private:
     std::vector<host::TreeNode> NodesBelow(const QString& value) const override {
         using Node = IVEXAMLGroupingTreeDataProviderSelection;
         if (value.isEmpty())
@@ -111,24 +121,6 @@ private:
     }
 
     const IVEXAMLDataField::Roles FTitle;
-};
-using Radio = RadioWith<>;
-
-/// A radio that offers a search for stations.
-class FindingRadio final : public RadioWith<IVEXAMLFinder> {
-public:
-    using RadioWith::RadioWith;
-    QStringList Windows;  // the texts with which the search window was shown
-
-    HResult GetSources(IVEXAObjectList** sources) noexcept override { return *sources = nullptr, E_NOTIMPL; }
-    HResult Find(IVEXAString*, std::int32_t, IVEXAMLFinderEvents*, std::int64_t*) noexcept override {
-        return E_NOTIMPL;
-    }
-    HResult CancelSearch(std::int64_t) noexcept override { return S_FALSE; }
-    HResult ShowSearchWindow(WindowHandle, IVEXAString* text) noexcept override {
-        Windows += host::ToQString(text);
-        return S_OK;
-    }
 };
 
 }  // namespace tests

@@ -19,19 +19,17 @@ namespace {
 
 class RadioWindow : public PlaybackTest {
 protected:
-    /// `Storage`: tests::Radio, or a class that offers more.
-    template <class Storage = tests::Radio>
-    void Start(IVEXAMLDataField::Roles title, Ref<Storage>* radioOut = nullptr) {
+    void Start(IVEXAMLDataField::Roles title, bool offersSearch = false) {
         Server.Serve("/harbour", tests::Response::Of(MakeTone(30), "audio/x-wav"));
         std::vector<tests::Station> stations{{"Quay", "Talk", Server.Url("/quay"), 64},
                                              {"Harbour", "Music", Server.Url("/harbour"), 128},
                                              {"Lighthouse", "Music", Server.Url("/lighthouse"), 192}};
-        const Ref<Storage> radio(new Storage(std::move(stations), title));
-        if (radioOut) *radioOut = radio;
+        Radio = Ref<tests::Radio>(new tests::Radio(std::move(stations), title));
+        Radio->OffersSearch = offersSearch;
         PlayerWindow.emplace(Host, *Player);
         PlayerWindow->show();
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity()), S_OK);
-        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, radio->Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, Radio->Identity()), S_OK);
+        ASSERT_EQ(Host.PluginCore().RegisterExtension(IVEXAServiceFileInfo::IID, Radio->Identity()), S_OK);
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && IsShown("Harbour"); }));
     }
     template <class Widget>
@@ -48,6 +46,7 @@ protected:
     bool ShowsText(const QString& text) { return ShownTexts(*PlayerWindow).contains(text); }
 
     tests::LoopbackServer Server;
+    Ref<tests::Radio> Radio;
     std::optional<MainWindow> PlayerWindow;
 };
 
@@ -99,16 +98,16 @@ TEST_F(RadioWindow, FieldsWithoutRolesArePlainColumns) {
 }
 
 TEST_F(RadioWindow, AStorageThatSearchesIsAskedByTheAddButton) {
-    Ref<tests::FindingRadio> radio;
-    Start(IVEXAMLDataField::Title, &radio);
+    Start(IVEXAMLDataField::Title, true);
     auto* add = Find<QToolButton>("Add");
     add->click();
-    EXPECT_EQ(radio->Windows, QStringList(""));
+    EXPECT_EQ(Radio->Windows, QStringList(""));
     EXPECT_TRUE(add->actions().contains(Find<QAction>("Subscribe"))) << "in the button's menu";
 }
 
 TEST_F(HostTest, TheFirstPageTakesAddressesAndWords) {
-    const Ref<tests::FindingRadio> radio(new tests::FindingRadio({}, IVEXAMLDataField::Title));
+    const Ref<tests::Radio> radio(new tests::Radio({}, IVEXAMLDataField::Title));
+    radio->OffersSearch = true;
     Host.PluginCore().RegisterExtension(IVEXAServiceMusicLibrary::IID, radio->Identity());
     Subscriber subscriber(Host);
     FirstStartPage page(Host, subscriber);
