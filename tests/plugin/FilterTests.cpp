@@ -348,8 +348,8 @@ TEST_F(RandomFilterTest, PagesFollowEachOtherInThePromisedOrder) {
         sql += "PodcastEpisodes.rowid" + direction;
         SortBy(*filter, order);
         // An episode whose feed is missing does not occur in the join.
-        if (seed == first + 200) DB.ExecuteSQL("DELETE FROM PodcastFeeds WHERE FeedID = 3");
-        if (seed == first + 250) DB.UpdateState({"podcast://host/0/7.mp3"}, pesPostponed);
+        if (seed == first + 100) DB.ExecuteSQL("DELETE FROM PodcastFeeds WHERE FeedID = 3");
+        if (seed == first + 150) DB.UpdateState({"podcast://host/0/7.mp3"}, pesPostponed);
         const QStringList expected = Texts(DB.Read(sql.toStdString()).get());
         const auto read = [&](int offset, int limit) {
             WritePropertyInt32(filter.Get(), IVEXAMLDataFilter::Limit, limit);
