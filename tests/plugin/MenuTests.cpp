@@ -74,7 +74,7 @@ TEST_F(MenuCommands, TheSelectedNodeDecidesTheFeedAndTheSmartPlaylist) {
         {{"01", kFeedNode}, true, feed},
         {{"02News", kFeedNode}, true, category + u',' + feed, IVEXAMLGroupFilter::And},
         {{"04http://h/gone"}, true, ""},
-        {{kFeedNode, "04http://h/b"}, true, ""},
+        {{"02News", kFeedNode, "04http://h/b"}, true, ""},
     };
     for (const auto& [nodes, isFeed, conditions, operation] : cases) {
         SCOPED_TRACE(nodes.join(u' ').toStdString());
