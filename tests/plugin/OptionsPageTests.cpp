@@ -26,18 +26,13 @@ using namespace vexa;
 
 namespace {
 
-class OptionsDialog final : public RefCountedObject<IVEXAServiceOptionsDialog>, public host::ExtensionTarget {
+class OptionsDialog final : public RefCountedObject<IVEXAServiceOptionsDialog> {
 public:
     int Modified = 0;
-    Ref<IVEXAOptionsDialogFrame> Registered, Shown;
+    Ref<IVEXAOptionsDialogFrame> Shown;
 
     HResult FrameModified(IVEXAOptionsDialogFrame*) noexcept override { return ++Modified, S_OK; }
     HResult FrameShow(IVEXAOptionsDialogFrame* frame, Bool32) noexcept override { return Shown = frame, S_OK; }
-    HResult AddExtension(IUnknown* extension) override {
-        if (!Registered) Registered = Query<IVEXAOptionsDialogFrame>(extension);
-        return S_OK;
-    }
-    void RemoveExtension(IUnknown*) override { Registered = nullptr; }
 };
 
 class PageTest : public DialogTest {
@@ -57,7 +52,7 @@ protected:
 class OptionsPageTest : public PageTest {
 protected:
     OptionsPageTest() {
-        Host.PluginCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog, Dialog.Get());
+        Host.PluginCore().AddService<IVEXAServiceOptionsDialog>(QStringLiteral("options"), Dialog);
         Window->resize(500, 400);
         Outside.setParent(Window.get());
         const WindowHandle page = Show(*Frame);
@@ -240,18 +235,15 @@ TEST_F(OptionsPageTest, SurvivesItsParentAndItsClient) {
     EXPECT_EQ(Frame->CreatePage(other.winId()), 0u);
 }
 
-TEST_F(OptionsPageTest, IsRegisteredByThePlugInWhichOpensIt) {
+TEST_F(OptionsPageTest, IsOpenedByThePlugIn) {
     TVEXAAPIWrappers::Finalize();
     const auto plugin = NewObject<TVEXAPodcastsPlugin>();
     ASSERT_EQ(plugin->Initialize(&Host.PluginCore()), S_OK);
-    ASSERT_TRUE(Dialog->Registered);
+    Query<IVEXAExternalSettingsDialog>(static_cast<TInterfacedObjectEx*>(plugin.Get()))->Show(0);
+    ASSERT_TRUE(Dialog->Shown);
     Ref<IVEXAString> caption;
-    EXPECT_EQ(Dialog->Registered->QueryCaption(caption.Put()), S_OK);
+    EXPECT_EQ(Dialog->Shown->QueryCaption(caption.Put()), S_OK);
     EXPECT_EQ(FromHostString(caption.Get()), "Podcasts");
-    EXPECT_TRUE(Query<IVEXAOptionsDialogFrameKeyboardHelper>(Dialog->Registered.Get()));
-    const auto settings = Query<IVEXAExternalSettingsDialog>(static_cast<TInterfacedObjectEx*>(plugin.Get()));
-    settings->Show(0);
-    EXPECT_EQ(Dialog->Shown, Dialog->Registered);
     plugin->Finalize();
 }
 
