@@ -140,17 +140,9 @@ TEST_F(FeedDialogTest, CancelsAnUnansweredFetchWhenItCloses) {
     }
 }
 
-TEST_F(FeedDialogTest, TakesAddressesFromTheClipboardAndLeavesOtherText) {
-    const QString file = Profile.File("feed.xml");
-    WriteWhole(file, kFeed);
-    const std::pair<QString, const char*> cases[] = {{"some words", ""},
-                                                     {file, ""},
-                                                     {"\thttps://a.example/f\n", "https://a.example/f"},
-                                                     {"feed://a.example/f", "feed://a.example/f"},
-                                                     {"a.example/f", ""},
-                                                     {"https://a.example/f\n\nDear Ann,\nthis is the address.", ""},
-                                                     {"https://a.example/f and more", ""}};
-    for (const auto& [copied, shown] : cases) {
+TEST_F(FeedDialogTest, TakesAnAddressFromTheClipboardAndLeavesOtherText) {
+    for (const auto& [copied, shown] :
+         {std::pair("a.example/f", ""), {"\thttps://a.example/f\n", "https://a.example/f"}}) {
         QApplication::clipboard()->setText(copied);
         Subscribing([&, expected = QString(shown)](QWidget& dialog) {
             EXPECT_EQ(Edit(dialog).text(), expected);
