@@ -204,14 +204,14 @@ QWidget* TfrmPodcastPreview::Episodes() const noexcept {
 void TfrmPodcastPreview::Open(const QString& address) {
     // The user may go through a list quickly, so do not wait for the end of a fetch.
     if (FFetch) FFetch->Abandon();
-    FFetch.reset();
     FFeed = nullptr;
     FModel->SetFeed(nullptr);
     for (QLabel* const label : {lbTitle, lbAuthor, lbDescription, lbEpisodes}) label->hide();
     ShowState(address.isEmpty() ? QString() : LocalizedText(QStringLiteral("MSG\\73")));
     UpdateControls();
-    if (!address.isEmpty())
-        FFetch = std::make_unique<TPodcastFeedFetch>(address, [this](TPodcastFoundFeed& found) { Show(found); });
+    FFetch = address.isEmpty()
+                 ? nullptr
+                 : std::make_unique<TPodcastFeedFetch>(address, [this](TPodcastFoundFeed& found) { Show(found); });
 }
 
 void TfrmPodcastPreview::Show(TPodcastFoundFeed& found) {

@@ -125,6 +125,7 @@ TEST_F(RepairTest, WhateverCanBeReadIsThereAfterwardsAndTheRestIsAsInTheBackup) 
 TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLater) {
     // A damaged number must not use up those that are left.
     Rows("UPDATE sqlite_sequence SET seq = 9223372036854775807");
+    Rows("UPDATE PodcastEpisodes SET FeedID = 'x' WHERE GUID = '5'");
     QByteArray damaged = ReadWhole(File());
     damaged.replace(20 * 8192, 8192, QByteArray(8192, 'x'));
     WriteWhole(File(), damaged);
@@ -156,6 +157,7 @@ TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLate
     EXPECT_EQ(EpisodeCount("/e"), 1);
     EXPECT_EQ(Episode("/3.mp3").State, pesListened);
     EXPECT_EQ(Episode("/1.mp3").State, pesPostponed) << "what was marked since then stays";
+    EXPECT_EQ(Rows("SELECT typeof(FeedID) FROM PodcastEpisodes GROUP BY 1"), QStringList("integer"));
     Client.reset();
     EXPECT_EQ(RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {}).Aside, "") << "nothing is left to do";
 }

@@ -286,7 +286,9 @@ TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
     says("when the player starts the next time");
     EXPECT_FALSE(Client->IsSubscribed("http://h/a")) << "not yet";
 
-    Find<QSpinBox>(*Window, "Limit").setValue(70);
+    auto& limit = Find<QSpinBox>(*Window, "Limit");
+    for (const auto* label : Window->findChildren<QLabel*>()) EXPECT_FALSE(label->buddy() && label->text().isEmpty());
+    limit.setValue(70);
     frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
     EXPECT_EQ(Client->Options().BackupSizeLimit, 70);
     Client.reset();
