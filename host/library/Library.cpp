@@ -31,23 +31,16 @@ LibraryField ReadField(IVEXAMLDataField* object) {
 /// Collects the trees that a storage offers.
 class Presets final : public RefCountedObject<IVEXAMLGroupingPresets> {
 public:
-    explicit Presets(const QString& caption) : FCaption(caption) {}
-
-    HResult Add(IVEXAString* id, IVEXAString* caption, std::uint32_t,
+    HResult Add(IVEXAString* id, IVEXAString*, std::uint32_t,
                 IVEXAMLGroupingTreeDataProvider* provider) noexcept override {
         if (!id || !provider) return E_INVALIDARG;
         return Guarded("adding a grouping preset", [&] {
-            QString text = ToQString(caption);
-            if (text.isEmpty()) text = FCaption;
-            Taken.push_back({ToQString(id), text, Ref<IVEXAMLGroupingTreeDataProvider>(provider)});
+            Taken.push_back({ToQString(id), Ref<IVEXAMLGroupingTreeDataProvider>(provider)});
             return S_OK;
         });
     }
 
     std::vector<GroupingPreset> Taken;
-
-private:
-    const QString FCaption;
 };
 
 }  // namespace
@@ -108,10 +101,6 @@ const LibraryField* LibraryStorage::FileField() const noexcept {
 
 QStringList LibraryStorage::FieldNames(LibrarySchema schema) const {
     QStringList names;
-    if (schema == kSchemaAllFields) {
-        for (const LibraryField& field : FFields) names += field.Name;
-        return names;
-    }
     Ref<IVEXAObjectList> list;
     FObject->GetFields(schema, list.Put());
     for (std::int32_t i = 0; list && i < list->GetCount(); ++i) {
@@ -123,7 +112,7 @@ QStringList LibraryStorage::FieldNames(LibrarySchema schema) const {
 }
 
 std::vector<GroupingPreset> LibraryStorage::Presets() const {
-    const Ref<host::Presets> presets(new host::Presets(Caption()));
+    const Ref<host::Presets> presets(new host::Presets);
     FObject->GetGroupingPresets(kSchemaTree, presets.Get());
     return presets->Taken;
 }
@@ -138,20 +127,6 @@ std::optional<FileLocation> LibraryStorage::Find(const QString& file) const {
     if (Failed(command->Find(info.Get(), location.Filter.Put(), node.Put()))) return {};
     location.Node = ReadSelection(node.Get());
     return location;
-}
-
-Ref<IVEXAImageContainer> LibraryStorage::AlbumArt(const std::vector<TreePair>& values) const {
-    const auto provider = Offered<IVEXAMLAlbumArtProvider>();
-    if (!provider) return {};
-    const Ref<IVEXAObjectList> names(new ObjectList);
-    std::vector<Variant> variants(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        names->Add(MakeString(values[i].Field).Get());
-        variants[i] = ToVariant(values[i].Value);
-    }
-    Ref<IVEXAImageContainer> image;
-    if (Failed(provider->GetAlbumArt(names.Get(), variants.data(), nullptr, image.Put()))) return {};
-    return image;
 }
 
 }  // namespace vexa::host

@@ -43,7 +43,6 @@ struct LibraryField {
 
 struct GroupingPreset {
     QString ID;
-    QString Caption;  // the storage's caption where the preset has none
     Ref<IVEXAMLGroupingTreeDataProvider> Provider;
 };
 
@@ -77,7 +76,8 @@ public:
     const LibraryField* FieldOf(IVEXAMLDataField::Roles role) const noexcept;
     /// The field of the rows that contains their file names; null when there is none.
     const LibraryField* FileField() const noexcept;
-    /// The names of the fields that the storage gives for `schema`, without those that Fields() does not have.
+    /// The names of the fields that the storage gives for `schema`, which is not that of all fields, without those that
+    /// Fields() does not have.
     QStringList FieldNames(LibrarySchema schema) const;
     std::vector<GroupingPreset> Presets() const;
 
@@ -99,9 +99,6 @@ public:
 
     /// Where the file is in this storage; nothing when the storage does not have the file or cannot find files.
     std::optional<FileLocation> Find(const QString& file) const;
-    /// The picture of the row whose values are `values`; null when it has none. Any thread. May block as long as
-    /// fetching a picture takes.
-    Ref<IVEXAImageContainer> AlbumArt(const std::vector<TreePair>& values) const;
 
 private:
     QString FID;
