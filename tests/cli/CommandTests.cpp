@@ -314,8 +314,8 @@ TEST_F(Program, AFeedsOwnOptionsAreShownAndSet) {
          "DownloadNewEpisodesAutomatically=general (0)\nKeepFiles=0\nDeleteListenedAfterDays=0\n"
          "ShowNotifications=general (1)\n",
          ""},
-        {"1 keepfiles 2", 0, "", ""},
-        {"1 KeepFiles", 0, "2\n", ""},
+        {"1 keepfiles 999", 0, "", ""},
+        {"1 KeepFiles", 0, "999\n", ""},
         {"1 KeepFiles many", 2, "", "KeepFiles is a number from 0 (off) to 999, not \"many\""},
         {"1 KeepFiles 1000", 2, "", "not \"1000\""},
         {"1 KeepFiles -- -1", 2, "", "not \"-1\""},
@@ -325,7 +325,7 @@ TEST_F(Program, AFeedsOwnOptionsAreShownAndSet) {
         {"1 DownloadNewEpisodesAutomatically Always", 0, "", ""},
         {"1 DownloadNewEpisodesAutomatically --json", 0,
          "[\n{\"general\":false,\"name\":\"DownloadNewEpisodesAutomatically\",\"value\":\"always\"}\n]\n", ""},
-        {"1 KeepFiles --json", 0, "[\n{\"general\":null,\"name\":\"KeepFiles\",\"value\":2}\n]\n", ""},
+        {"1 KeepFiles --json", 0, "[\n{\"general\":null,\"name\":\"KeepFiles\",\"value\":999}\n]\n", ""},
     };
     for (const auto& [words, status, out, error] : cases) {
         const Result result = Run("feed-options " + QString(words));

@@ -87,6 +87,10 @@ TEST_F(OptionsPageTest, ShowsTheDefaultsInTheUsersLanguageAndFillsItsParent) {
     EXPECT_EQ(On<QComboBox>("cbUpdates").currentText(), QString::fromUtf8("Täglich"));
     EXPECT_EQ(On<QLabel>("L1").text(), "Folgen speichern unter:");
     EXPECT_EQ(On<QGroupBox>("GB3").title(), "");
+    QStringList labelled;
+    for (const auto* label : Page().findChildren<QLabel*>())
+        if (label->buddy()) labelled += label->buddy()->objectName();
+    EXPECT_EQ(labelled, QStringList({"edDownloadPath", "edKey", "edSecret"}));
     EXPECT_EQ(On<QLineEdit>("edDownloadPath").text(), TPodcastClientOptions::GetDefaultCacheFileNameTemplate());
     EXPECT_EQ(Dialog->Modified, 0) << "changes by the page itself do not count";
 }
