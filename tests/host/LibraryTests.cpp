@@ -33,6 +33,7 @@ public:
     void OnDataChanged(const QString& id) override { Heard += "data " + id; }
     void OnTasksChanged(const QString& id) override { Heard += "tasks " + id; }
     void OnActiveStorageChanged(const QString& id) override { Heard += "active " + id; }
+    void OnStorageEnding(const QString& id) override { Heard += "ending " + id; }
     QStringList Heard;
 };
 
@@ -82,9 +83,14 @@ TEST_F(LibraryTest, ListenersAreToldOfDataTasksAndTheActiveStorage) {
     EXPECT_EQ(Open().ID(), "Other");
     EXPECT_EQ(listener.Heard, QStringList({"data Tests.Episodes", "tasks Tests.Episodes", "tasks Tests.Episodes",
                                            "tasks Tests.Episodes", "active Other"}));
-    Host.Selection().SetModel(std::make_shared<FixedSelection>());
+    const auto release = [&](FixedSelection* model) {
+        listener.Heard += "released";
+        delete model;
+    };
+    listener.Heard.clear();
+    Host.Selection().SetModel(std::shared_ptr<FixedSelection>(new FixedSelection, release));
     Host.UnloadPlugins();
-    EXPECT_FALSE(Host.Selection().Model()) << "it may keep objects of the storage";
+    EXPECT_EQ(listener.Heard.value(0), QString("released")) << "it may keep objects of the storage";
     listener.Heard.clear();
     manager->Changed();
     EXPECT_EQ(listener.Heard, QStringList()) << "the storage is finalized";
