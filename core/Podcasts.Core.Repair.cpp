@@ -57,7 +57,7 @@ public:
     explicit ProfileOfNobody(const QString& profileFolder)
         : FProfile(profileFolder), FLock(profileFolder, vexa::FolderLock::Kind::Exclusive) {
         if (!FLock.IsHeld() || vexa::IsDatabaseInUse(DatabaseFileName(profileFolder))) Refuse();
-        vexa::FinishReplacement(profileFolder, FLock);  // of a program that was killed
+        vexa::FinishReplacement(profileFolder, FLock);  // one that waits for the next start, or of a program that died
     }
 
     /// Puts the new database in its place, and what is there now in the folder `aside`.

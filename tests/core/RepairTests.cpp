@@ -3,6 +3,7 @@
 #include "ClientTests.h"
 #include "Podcasts.Core.Backups.h"
 #include "Podcasts.Core.Repair.h"
+#include "Podcasts.Core.Restoring.h"
 #include "VEXA.Runtime.Profile.h"
 
 #include <QStandardPaths>
@@ -160,6 +161,14 @@ TEST_F(RepairTest, ADamagedDatabaseIsSetAsideForTheBackupAndItsMarksComeBackLate
     EXPECT_EQ(Rows("SELECT typeof(FeedID) FROM PodcastEpisodes GROUP BY 1"), QStringList("integer"));
     Client.reset();
     EXPECT_EQ(RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {}).Aside, "") << "nothing is left to do";
+
+    // A backup that the user wants restored is in place before anything is repaired.
+    PrepareRestore(Folder.Path(), ListBackups(Folder.Path()).back().FileName, QDateTime::currentDateTimeUtc(),
+                   TPodcastPresentFiles::Keep);
+    WriteWhole(File(), damaged);
+    EXPECT_EQ(RepairDatabase(Folder.Path(), QDateTime::currentDateTimeUtc(), {}).Aside, QString());
+    Open();
+    EXPECT_EQ(Episode("/3.mp3").State, pesNew);
 }
 
 }  // namespace
