@@ -423,22 +423,25 @@ TPodcastSalvagedRow TPodcastSalvage::WithFeedOfTarget(const TPodcastSalvagedTabl
 }
 
 void TPodcastSalvage::TakeRow(const TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly) {
+    const std::string present = isOnly ? std::string() : FindPresent(table, row);
+    if (present.empty()) return AddRow(table, row, isOnly);
+    if (table.Key.empty()) return MergeEpisode(row, std::stoll(present));
+    if (table.Name == "PodcastFeeds" && present != row["FeedID"])
+        FFeedIDs.emplace(row["FeedID"], present);  // subscribed to again since one of the two states
+    if (!FIsLater) return;
+    std::vector<std::string> changes;
+    for (const auto& [column, literal] : row.Values)
+        if (literal != "NULL" && std::find(table.Key.begin(), table.Key.end(), column) == table.Key.end() &&
+            !(table.Name == "PodcastQueue" && column == "Place"))
+            changes.push_back(Assignment(column, literal));
+    if (!changes.empty())
+        FTarget.ExecuteSQL("UPDATE OR IGNORE " + std::string(table.Name) + " SET " + List(changes) +
+                           " WHERE rowid = " + present);
+}
+
+void TPodcastSalvage::AddRow(const TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly) {
     const std::string name(table.Name);
     const bool isEpisode = table.Key.empty();
-    if (const std::string present = isOnly ? std::string() : FindPresent(table, row); !present.empty()) {
-        if (isEpisode) return MergeEpisode(row, std::stoll(present));
-        if (name == "PodcastFeeds" && present != row["FeedID"])
-            FFeedIDs.emplace(row["FeedID"], present);  // subscribed to again since one of the two states
-        if (!FIsLater) return;
-        std::vector<std::string> changes;
-        for (const auto& [column, literal] : row.Values)
-            if (literal != "NULL" && std::find(table.Key.begin(), table.Key.end(), column) == table.Key.end() &&
-                !(table.Name == "PodcastQueue" && column == "Place"))
-                changes.push_back(Assignment(column, literal));
-        if (!changes.empty())
-            FTarget.ExecuteSQL("UPDATE OR IGNORE " + name + " SET " + List(changes) + " WHERE rowid = " + present);
-        return;
-    }
     // Another feed may have got the number of this one since.
     const bool isRenumbered = name == "PodcastFeeds" && !isOnly &&
                               FTarget.Query("SELECT 1 FROM PodcastFeeds WHERE FeedID = " + std::string(row["FeedID"]));

@@ -84,7 +84,9 @@ private:
     /// The row with the number that its feed has in the target.
     TPodcastSalvagedRow WithFeedOfTarget(const struct TPodcastSalvagedTable& table,
                                          const TPodcastSalvagedRow& row) const;
+    /// Into the target: as a new row, or united with the row that is there. `isOnly`: the target had no rows before.
     void TakeRow(const struct TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly);
+    void AddRow(const struct TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row, bool isOnly);
     void MergeEpisode(const TPodcastSalvagedRow& row, qint64 present);
     std::string FindPresent(const struct TPodcastSalvagedTable& table, const TPodcastSalvagedRow& row);
     void AddLostFeeds(const std::map<std::string, std::string>& addresses);
