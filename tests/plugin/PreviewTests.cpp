@@ -103,6 +103,7 @@ TEST_F(Preview, ItsRowsAreThoseOfTheStorageWithPlainAddressesAndNothingIsStored)
     query.Search = "sil";
     query.Offset = 0;
     EXPECT_EQ(Rows(opened, query), all.sliced(4));
+    EXPECT_EQ(opened->Rows->GetData(nullptr, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(PlainSqlite(Profile.File("Podcasts.db")).Rows("SELECT Title FROM PodcastEpisodes"), QStringList());
 }
 
