@@ -168,6 +168,7 @@ void TPodcastTableSalvage::ReadColumns(qint64 id) {
     const auto indexed = FIndexed.find(id);
     if (indexed != FIndexed.end()) found = indexed->second.Row;
     found.ID = id;
+    found.IsWhole = false;
     bool isReached = false;
     try {
         // A single index may be wrong itself.
@@ -185,6 +186,7 @@ void TPodcastTableSalvage::ReadColumns(qint64 id) {
         const auto doubtful = std::find_if(FDoubtful.begin(), FDoubtful.end(), isOfIndexes);
         if (doubtful != FDoubtful.end()) {
             found.Values = std::move(doubtful->second.Values);
+            found.IsWhole = true;
             FDoubtful.erase(doubtful);
         }
     }
@@ -332,11 +334,18 @@ TPodcastSalvage::TPodcastSalvage(const QString& target, const QString& damaged, 
     FTarget.ExecuteSQL("COMMIT");
 }
 
+bool TPodcastSalvage::Taken::Add(const TPodcastSalvagedRow& row) {
+    const bool isNew = Rows.insert(row.ID).second;
+    if (row.IsWhole) return Parts.erase(row.ID) > 0 || isNew;
+    if (isNew) Parts.insert(row.ID);
+    return isNew;
+}
+
 void TPodcastSalvage::SalvageTables(SqliteFile& damaged, bool isRecovered) {
     for (const TPodcastSalvagedTable& table : Tables()) {
         const std::string name(table.Name);
         const std::vector<std::string> columns = ColumnsOf(FTarget, table.Name);
-        std::set<qint64>& taken = FTaken[name];
+        Taken& taken = FTaken[name];
         // If the whole table can be read, nothing else counts; but that is known only at its end.
         const bool mayBeOnly = FIsLater && !isRecovered;
         bool isComplete = false;
@@ -344,7 +353,7 @@ void TPodcastSalvage::SalvageTables(SqliteFile& damaged, bool isRecovered) {
             try {
                 TPodcastTableSalvage salvage(damaged, table.Name, columns);
                 isComplete = salvage.Read([&](const TPodcastSalvagedRow& row) {
-                    if (!IsPlausible(table.Name, row) || !taken.insert(row.ID).second) return;
+                    if (!IsPlausible(table.Name, row) || !taken.Add(row)) return;
                     TakeRow(table, WithFeedOfTarget(table, row), isOnly);
                 });
             } catch (const SqliteError& error) {
@@ -356,14 +365,14 @@ void TPodcastSalvage::SalvageTables(SqliteFile& damaged, bool isRecovered) {
             read(true);
             if (!isComplete) {
                 FTarget.ExecuteSQL("ROLLBACK TO Whole");
-                taken.clear();
+                taken = {};
             }
             FTarget.ExecuteSQL("RELEASE Whole");
         }
         if (!isComplete) read(false);
         if (isComplete && !isRecovered) FCompleteTables.insert(name);
         if (!isRecovered) FIsComplete = FIsComplete && isComplete;
-        if (name == "PodcastEpisodes") FReadEpisodes = static_cast<qint64>(taken.size());
+        if (name == "PodcastEpisodes") FReadEpisodes = static_cast<qint64>(taken.Rows.size());
     }
     // A feed whose row is lost is still known to the notes on its document.
     std::map<std::string, std::string> addresses;
@@ -514,6 +523,11 @@ void TPodcastSalvage::MergeEpisode(const TPodcastSalvagedRow& row, qint64 presen
             changes.push_back("State = " + std::string(row["State"]));
         if (!vexa::FileExists(file) && vexa::FileExists(otherFile))
             changes.push_back("URLAudioCached = " + std::string(row["URLAudioCached"]));
+        // What the row lacks that was taken in part.
+        for (const auto& [column, literal] : row.Values)
+            if (literal != "NULL")
+                others.push_back(
+                    Assignment(column, SqlBuilder("ifnull(").Raw(column).Raw(", ").Raw(literal).Raw(")").Sql()));
     }
     for (const auto& list : {changes, others})
         if (!list.empty()) FTarget.ExecuteSQL("UPDATE OR IGNORE PodcastEpisodes SET " + List(list) + here);
@@ -535,14 +549,14 @@ void TPodcastSalvage::Recover(const QString& damaged, const QString& program) {
         process.setStandardOutputFile(output.isEmpty() ? QProcess::nullDevice() : output);
         process.setStandardErrorFile(QProcess::nullDevice());
         process.start(program, arguments);
-        return process.waitForStarted() && process.waitForFinished(kNoLimit);
+        return process.waitForStarted() && process.waitForFinished(kNoLimit) && process.exitCode() == 0;
     };
     // Without the pages that are free: they hold what was deleted.
-    if (!run({QStringLiteral("-batch"), copy, QStringLiteral(".recover --ignore-freelist")}, {}, statements) ||
-        !run({QStringLiteral("-batch"), recovered}, statements, {})) {
-        qCWarning(vexa::LogDatabase).noquote() << "cannot run" << program;
-        return;
-    }
+    const bool isWhole =
+        run({QStringLiteral("-batch"), copy, QStringLiteral(".recover --ignore-freelist")}, {}, statements);
+    // Of a failure, too: a part may have been written. Debian 12's program is built without what .recover needs.
+    if (!run({QStringLiteral("-batch"), recovered}, statements, {}) || !isWhole)
+        qCWarning(vexa::LogDatabase).noquote() << program << "has not recovered all rows";
     try {
         SqliteFile file(recovered, SqliteFile::Mode::Write);
         SalvageTables(file, true);
@@ -572,11 +586,10 @@ void TPodcastSalvage::SalvageLostRows(SqliteFile& recovered) {
             if (table.Name == "PodcastFeeds") row.Values.insert_or_assign("FeedID", Number(row.ID));
             if (!IsPlausible(table.Name, row) || (!table.Key.empty() && !IsText(row["Name"]))) continue;
             if (table.Key.empty() && (!IsState(row["State"]) || !IsText(row["Title"]))) continue;
-            if (FTaken[std::string(table.Name)].insert(row.ID).second)
-                TakeRow(table, WithFeedOfTarget(table, row), false);
+            if (FTaken[std::string(table.Name)].Add(row)) TakeRow(table, WithFeedOfTarget(table, row), false);
         } while (lost->Next());
     }
-    FReadEpisodes = static_cast<qint64>(FTaken["PodcastEpisodes"].size());
+    FReadEpisodes = static_cast<qint64>(FTaken["PodcastEpisodes"].Rows.size());
 }
 
 }  // namespace podcasts

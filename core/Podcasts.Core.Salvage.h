@@ -17,6 +17,7 @@ namespace podcasts {
 /// A row of a damaged database: a literal of SQL for each column that could be read.
 struct TPodcastSalvagedRow {
     qint64 ID = 0;
+    bool IsWhole = true;  // false: some columns are those that the indexes know, or that could be read by themselves
     std::map<std::string, std::string, std::less<>> Values;
 
     /// "NULL" for a column that could not be read.
@@ -96,8 +97,15 @@ private:
     qint64 FReadEpisodes = 0;
     bool FIsComplete = true;
     std::set<std::string> FCompleteTables;
-    std::map<std::string, std::string, std::less<>> FFeedIDs;     // of the damaged database, with those in the target
-    std::map<std::string, std::set<qint64>, std::less<>> FTaken;  // row ids, by table
+    std::map<std::string, std::string, std::less<>> FFeedIDs;  // of the damaged database, with those in the target
+    /// The ids of the rows that were taken from a table. One that was taken in part may come again as a whole.
+    struct Taken {
+        std::set<qint64> Rows, Parts;
+
+        /// Whether the row brings more than was taken already.
+        bool Add(const TPodcastSalvagedRow& row);
+    };
+    std::map<std::string, Taken, std::less<>> FTaken;  // by table
 };
 
 }  // namespace podcasts
