@@ -190,7 +190,6 @@ TfrmPodcastPreview::TfrmPodcastPreview(QWidget* parent)
     connect(tvEpisodes, &QTreeView::activated, this, play);
     connect(new QShortcut(Qt::Key_Space, tvEpisodes, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated, this,
             play);
-    connect(tvEpisodes->selectionModel(), &QItemSelectionModel::currentChanged, this, [this] { UpdateControls(); });
     Localize();
     UpdateControls();
 }
