@@ -182,7 +182,8 @@ TEST_F(Finding, UnitesWhatTheDirectoriesKnowOfOneFeedAndKnowsSubscriptions) {
 TEST_F(Finding, NamesADirectoryThatFailsAndShowsWhatTheOthersKnow) {
     const std::pair<Response, QString> cases[] = {
         {Response::Failure("500 Oops"), "itunes: the server answered 500 Oops"},
-        {Response::Of("<main>Log in to the hotel", "text/html"), "itunes: the answer is a web page, not a list of podcasts"},
+        {Response::Of("<main>Log in to the hotel", "text/html"),
+         "itunes: the answer is a web page, not a list of podcasts"},
         {Response::Redirect("/hotel"), "itunes: the answer is a web page, not a list of podcasts"},
         {Json("[" + QByteArray("1,").repeated(5'000'000)), "itunes: the document is larger than 4 MiB"},
     };
