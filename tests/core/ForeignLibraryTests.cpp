@@ -38,14 +38,16 @@ INSERT INTO episode VALUES
 constexpr char kAntennaPod[] = R"(
 PRAGMA user_version = 3050000;
 CREATE TABLE Feeds (id INTEGER PRIMARY KEY AUTOINCREMENT, title TEXT, custom_title TEXT, download_url TEXT,
-    username TEXT, password TEXT, feed_playback_speed REAL, state INTEGER DEFAULT 0);
+    username TEXT, password TEXT, feed_playback_speed REAL, state INTEGER DEFAULT 0,
+    description TEXT, language TEXT, author TEXT);
 CREATE TABLE FeedItems (id INTEGER PRIMARY KEY AUTOINCREMENT, title TEXT, pubDate INTEGER, read INTEGER,
     description TEXT, feed INTEGER, item_identifier TEXT);
 CREATE TABLE FeedMedia (id INTEGER PRIMARY KEY AUTOINCREMENT, duration INTEGER, file_url TEXT, download_url TEXT,
     downloaded INTEGER, position INTEGER, feeditem INTEGER, last_played_time INTEGER);
 CREATE TABLE Queue (id INTEGER PRIMARY KEY, feeditem INTEGER, feed INTEGER);
 CREATE TABLE Favorites (id INTEGER PRIMARY KEY, feeditem INTEGER, feed INTEGER);
-INSERT INTO Feeds VALUES (3,'A','Mine','http://h/a','ann','s p',-1,0), (4,'B',NULL,'http://h/b',NULL,NULL,1.5,1);
+INSERT INTO Feeds VALUES (3,'A','Mine','http://h/a','ann','s p',-1,0,'About','en','Ann'),
+    (4,'B',NULL,'http://h/b',NULL,NULL,1.5,1,'','','');
 INSERT INTO FeedItems VALUES (1,'a1',1704103200000,1,'n',3,'g1'), (2,'a2',1704189600000,-1,'n',3,'g2'),
     (3,'a3',1704276000000,0,'n',3,'g3'), (4,'b1',1,0,'n',4,'x');
 INSERT INTO FeedMedia VALUES (1,60000,'/storage/1.mp3','http://c/1.mp3',1,0,1,5),
@@ -118,6 +120,8 @@ TEST_F(ForeignLibraries, AntennaPodsSubscriptionsMarksQueueAndPositionsAreRead) 
     EXPECT_EQ(Positions(library), "podcast://c/2.mp3 30.5/90 1704500000000 ");
     EXPECT_EQ(library.ProfileFiles["Positions.json"]["next"].toArray(), QJsonArray{"podcast://c/2.mp3"});
     EXPECT_EQ(library.NotTaken, QStringList({"feeds that are not subscribed there: 1", "favourites: 1"}));
+    const auto& fields = library.Feeds.at(0).Feed.Fields;
+    EXPECT_EQ(QStringList({fields[pffDescription], fields[pffLanguage], fields[pffAuthor]}).join(u'|'), "About|en|Ann");
     const QString feed = "Mine|http://ann:s%20p@h/a|";
     EXPECT_EQ(Stored(Read("antennapod", kAntennaPod)),
               QStringList({feed + "g1|a1|n|podcast://c/1.mp3|45292.4166666667|60.0|0|",

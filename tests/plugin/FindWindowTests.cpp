@@ -143,6 +143,7 @@ TEST_F(FindWindowTest, TheStorageTellsWhatItsDirectoriesKnowAndWhichOfThemFail) 
 TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone) {
     ServePodcasts("tea", {"One", "Two", "Three"});
     QWidget& window = Open();
+    EXPECT_EQ(window.windowTitle(), Host.Language().Text("Podcasts.Find\\Caption"));
     EXPECT_TRUE(Place(window).contains("iTunes Store: learns your words, your country and your IP address"));
     EXPECT_FALSE(Place(window).contains("Podcast Index")) << "it is not asked without a key";
     auto& edit = Find<QLineEdit>(window, "edWords");
@@ -171,6 +172,8 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
     const QString spoken = list.model()->index(0, 0).data(Qt::AccessibleTextRole).toString();
     EXPECT_EQ(spoken, "One. subscribed. Episodes: 7");
 
+    Find<QPushButton>(window, "btnPreview").click();
+    EXPECT_TRUE(tests::WaitUntil([&] { return Find<QLabel>(window, "lbTitle").text() == "Two"; }));
     // Space shows the episodes, and the next one leads to them.
     Server.Serve("/Three", Response::Of("<rss version='2.0'><channel><title>Third show</title></channel></rss>"));
     list.setCurrentIndex(list.model()->index(2, 0));
@@ -186,6 +189,7 @@ TEST_F(FindWindowTest, SearchesWhenTheUserPausesAndSubscribesByTheKeyboardAlone)
 }
 
 TEST_F(FindWindowTest, ShowsFailuresInOneLineAndTextsOfServersAsTheyAre) {
+    Subscribe(tests::MakeFeed("http://h/f"));
     Server.Serve(StorePath("x"), Response::Failure("500 <b>Oops</b>"));
     Server.Serve(GpodderPath("x"), Response::Of("[]"));
     QWidget& window = Open("x");
@@ -194,6 +198,7 @@ TEST_F(FindWindowTest, ShowsFailuresInOneLineAndTextsOfServersAsTheyAre) {
     Server.Serve(GpodderPath("x"), Response::Of("[{\"url\":\"http://h/f\",\"title\":\"<i>G\"}]"));
     EXPECT_EQ(&Open("x"), &window) << "one window";
     ExpectRows(window, {"<i>G"});
+    EXPECT_EQ(List(window).model()->index(0, 0).data(Qt::AccessibleTextRole).toString(), "<i>G. subscribed");
     EXPECT_TRUE(tests::WaitUntil([&] { return Status(window) == "Podcasts: 1 · " + failure; }))
         << Status(window).toStdString();
     for (const QLabel* const label : window.findChildren<QLabel*>()) EXPECT_EQ(label->textFormat(), Qt::PlainText);

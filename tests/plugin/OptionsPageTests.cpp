@@ -291,6 +291,7 @@ TEST_F(BackupsPageTest, MakesBackupsAndRestoresOneAtTheNextStart) {
     EXPECT_FALSE(Client->IsSubscribed("http://h/a")) << "not yet";
 
     auto& limit = Find<QSpinBox>(*Window, "Limit");
+    EXPECT_EQ(limit.value(), 500);
     for (const auto* label : Window->findChildren<QLabel*>()) EXPECT_FALSE(label->buddy() && label->text().isEmpty());
     limit.setValue(70);
     frame->HandleNotification(IVEXAOptionsDialogFrame::Save);
