@@ -142,6 +142,17 @@ TPodcastTableSalvage::Stretch TPodcastTableSalvage::ReadRange(qint64 first, qint
     return stretch;
 }
 
+bool TPodcastTableSalvage::CanReachFirst(qint64 first, qint64 last) {
+    try {
+        FFile.Query("SELECT 1 FROM " + FTable + " NOT INDEXED WHERE rowid BETWEEN " + Number(first) + " AND " +
+                    Number(last) + " ORDER BY rowid");
+        return true;
+    } catch (const SqliteError& error) {
+        if (!error.IsOfDamage()) throw;
+        return false;
+    }
+}
+
 void TPodcastTableSalvage::ReadBetween(qint64 first, qint64 last) {
     // Breadth first, so that what can be read is found before the failures are too many.
     std::deque<std::pair<qint64, qint64>> ranges{{first, last}};
@@ -150,7 +161,7 @@ void TPodcastTableSalvage::ReadBetween(qint64 first, qint64 last) {
         ranges.pop_front();
         if (begin > end) continue;
         const std::size_t before = FRead.size();
-        const Stretch stretch = ReadRange(begin, end, false);
+        const Stretch stretch = CanReachFirst(begin, end) ? ReadRange(begin, end, false) : Stretch();
         if (stretch.IsWhole) continue;
         if (begin == end) {
             ReadColumns(begin);

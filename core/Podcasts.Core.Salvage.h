@@ -44,6 +44,8 @@ private:
         qint64 Last = 0;  // the last row id; 0 without rows
     };
     Stretch ReadRange(qint64 first, qint64 last, bool isDescending);
+    /// Whether a query of those ids gets to its first row, or its end: quicker than reading it with all its columns.
+    bool CanReachFirst(qint64 first, qint64 last);
     void ReadBetween(qint64 first, qint64 last);
     void ReadColumns(qint64 id);
     std::vector<std::string> Indexes();

@@ -130,10 +130,11 @@ TEST_F(RepairTest, RowsThatNothingLeadsToAreTakenFromTheRecoveringProgram) {
     const QStringList rows = Rows(
         "SELECT printf('INSERT INTO lost_and_found VALUES (4, 9, 13, %d, %Q, %d, %Q, %Q, '''', '''', '''', %Q, "
         "'''', 0, 0, %d, '''');', rowid, URI, FeedID, GUID, Title, URLAudio, State) FROM PodcastEpisodes");
-    WriteWhole(Folder.File("statements"),
-               "CREATE TABLE lost_and_found (rootpgno, pgno, nfield, id, c0, c1, c2, c3, c4, c5, c6, c7, c8, c9, c10, "
-               "c11, c12);" +
-                   rows.join("").toUtf8());
+    WriteWhole(
+        Folder.File("statements"),
+        "BEGIN; CREATE TABLE lost_and_found (rootpgno, pgno, nfield, id, c0, c1, c2, c3, c4, c5, c6, c7, c8, c9, c10, "
+        "c11, c12);" +
+            rows.join("").toUtf8() + "COMMIT;");
     WriteWhole(script, "#!/bin/sh\ncase \"$3\" in\n.recover*) cat '" + Folder.File("statements").toUtf8() +
                            "' ;;\n*) exec " + program.toUtf8() + " \"$@\" ;;\nesac\n");
     QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
