@@ -536,7 +536,7 @@ void TPodcastSalvage::MergeEpisode(const TPodcastSalvagedRow& row, qint64 presen
             changes.push_back("URLAudioCached = " + std::string(row["URLAudioCached"]));
         // What the row lacks that was taken in part.
         for (const auto& [column, literal] : row.Values)
-            if (literal != "NULL")
+            if (literal != "NULL" && column != "URLAudioCached")
                 others.push_back(
                     Assignment(column, SqlBuilder("ifnull(").Raw(column).Raw(", ").Raw(literal).Raw(")").Sql()));
     }
