@@ -115,6 +115,7 @@ protected:
         ASSERT_TRUE(page->isVisible());
         page->findChild<QPushButton*>("Subscribe")->click();
         ASSERT_TRUE(WaitUntil([&] { return Rows()->rowCount() == 3 && Find<QTableView>("Rows")->isVisible(); }));
+        ASSERT_TRUE(WaitUntil([&] { return Find<QFrame>("Banner")->accessibleName().endsWith("Tides"); }));
         EXPECT_FALSE(page->isVisible());
     }
     QAbstractItemModel* Rows() { return Find<QTableView>("Rows")->model(); }
@@ -134,6 +135,9 @@ protected:
         View = Find<QTableView>("Rows");
         Tree = Find<QTreeView>("Tree");
         Search = Find<QLineEdit>("Search");
+        QTest::keyRelease(&*PlayerWindow, Qt::Key_Control);  // which the test before this one may have left pressed
+        // The counts come after the nodes.
+        ASSERT_TRUE(WaitUntil([&] { return Tree->model()->index(0, 0).data().toString() == "New (3)"; }));
     }
 
     QTableView* View = nullptr;

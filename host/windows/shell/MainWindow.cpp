@@ -493,8 +493,10 @@ void MainWindow::Report(const std::vector<Subscriber::Outcome>& outcomes) {
     FLibrary->Reload();
     // Do not ask about every page of a long list.
     if (outcomes.size() <= kMaxReported) FChooser.Ask(outcomes);
-    // The first start page shows a single result beside its field.
-    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1) return;
+    // The first start page says beside its field what is wrong with a single one.
+    if (FPages->currentWidget() == FFirstStart && outcomes.size() == 1 &&
+        !SubscriptionReport(outcomes, FTexts, true).isEmpty())
+        return;
     if (outcomes.size() > kMaxReported) {
         std::vector<TaskProblem> problems;
         int subscribed = 0;
