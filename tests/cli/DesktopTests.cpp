@@ -28,33 +28,43 @@ protected:
     static QStringList Commands() {
         return All(RunWith("--help").Out.section(u"Commands:"_s, 1).section(u"\n\n"_s, 0, 0), u"^  (\\S+)"_s);
     }
-    /// The words that the completion offers at the end of a line.
-    static QStringList Offers(const QString& line) {
+    /// Compares the words that the completion offers at the end of each line with those beside it, in any order.
+    static void ExpectOffers(const std::vector<std::pair<QString, QStringList>>& cases) {
+        QStringList words{u"--norc"_s, u"-c"_s,
+                          u"source \"$1\"; shift; for COMP_LINE; do COMP_POINT=${#COMP_LINE}; _podcasts; "
+                          "echo \"${COMPREPLY[@]}\"; done"_s,
+                          u"bash"_s, QStringLiteral(DESKTOP) + u"/completion/podcasts.bash"};
+        for (const auto& [line, offers] : cases) words += PODCASTS + line;
         QProcess bash;
-        bash.start(u"bash"_s,
-                   {u"--norc"_s, u"-c"_s,
-                    u"source \"$1\"; COMP_LINE=$2 COMP_POINT=${#2}; _podcasts; printf '%s\\n' \"${COMPREPLY[@]}\""_s,
-                    u"bash"_s, QStringLiteral(DESKTOP) + u"/completion/podcasts.bash", PODCASTS + line});
+        bash.start(u"bash"_s, words);
         const Result result = Finish(bash);
-        EXPECT_EQ(result.Error, "") << line.toStdString();
-        QStringList offers = result.Out.split('\n', Qt::SkipEmptyParts);
-        offers.sort();
-        return offers;
+        EXPECT_EQ(result.Error, "");
+        const QStringList said = result.Out.split('\n');
+        for (std::size_t i = 0; i < cases.size(); ++i) {
+            QStringList offers = said.value(static_cast<int>(i)).split(' ', Qt::SkipEmptyParts);
+            offers.sort();
+            EXPECT_EQ(offers, cases[i].second) << cases[i].first.toStdString();
+        }
     }
 };
 
-TEST_F(Desktop, TheManualNamesEveryCommandAndOptionAndNoOther) {
+TEST_F(Desktop, ManualAndCompletionNameEveryCommandAndOptionAndNoOther) {
     const QString page = Page("podcasts");
-    ASSERT_FALSE(Commands().isEmpty());
-    EXPECT_EQ(All(page, u"^\\.It Cm (\\S+)"_s), Commands());
+    const QStringList commands = Commands();
+    ASSERT_FALSE(commands.isEmpty());
+    EXPECT_EQ(All(page, u"^\\.It Cm (\\S+)"_s), commands);
     const QStringList entries = page.section(u".Sh SIGNALS"_s, 0, 0).split(".It Cm ");
     QStringList global = OptionsIn(entries.first());
     EXPECT_EQ(global.removeAll(QString()), 0);
     EXPECT_EQ(global, OptionsOf(RunWith("--help").Out, "\nGlobal options"));
+    std::vector<std::pair<QString, QStringList>> offers{{" ", commands}};
     for (const QString& entry : entries.mid(1)) {
         const QString command = entry.section(QRegularExpression("\\s"), 0, 0);
-        EXPECT_EQ(OptionsIn(entry), OptionsOf(RunWith(command + " --help").Out, "\nOptions:")) << command.toStdString();
+        const QString help = RunWith(command + " --help").Out;
+        EXPECT_EQ(OptionsIn(entry), OptionsOf(help, "\nOptions:")) << command.toStdString();
+        offers.emplace_back(' ' + command + " --", All(help, u"^  (--\\S+)"_s));
     }
+    ExpectOffers(offers);
 }
 
 TEST_F(Desktop, TheManualOfThePlayerNamesEveryOptionAndNoOther) {
@@ -65,22 +75,13 @@ TEST_F(Desktop, TheManualOfThePlayerNamesEveryOptionAndNoOther) {
     EXPECT_EQ(All(Page("vexa"), u"^\\.It Fl -([a-z-]+)"_s), All(help.Out, u"^  .*?--([a-z-]+) .*  "_s));
 }
 
-TEST_F(Desktop, CompletionOffersEveryCommandAndOptionAndNoOther) {
-    EXPECT_EQ(Offers(" "), Commands());
-    for (const QString& command : Commands()) {
-        QStringList options;
-        for (const QString& option : All(RunWith(command + " --help").Out, u"^  (--\\S+)"_s)) options += option;
-        EXPECT_EQ(Offers(' ' + command + " --"), options) << command.toStdString();
-    }
-}
-
 TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
     Subscribe("Show", 2);
     QStringList keys = Keys(), tails;
     keys.sort();
     for (const QString& key : keys) tails += key.section(':', 1);
     const QStringList states{"listened", "new", "postponed"};
-    const std::pair<QString, QStringList> cases[] = {
+    std::vector<std::pair<QString, QStringList>> cases = {
         {"refresh ", {"1"}},
         {"refresh 1 ", {"1"}},
         {"set-address 1 ", {}},
@@ -97,8 +98,8 @@ TEST_F(Desktop, CompletionOffersTheContentsOfTheProfile) {
         {"feed-options 1 K", {"KeepFiles"}},
         {"nonsense ", {}},
     };
-    for (const auto& [line, offers] : cases)
-        EXPECT_EQ(Offers(" --profile " + Profile.Path() + ' ' + line), offers) << line.toStdString();
+    for (auto& each : cases) each.first.prepend(" --profile " + Profile.Path() + ' ');
+    ExpectOffers(cases);
 }
 
 }  // namespace

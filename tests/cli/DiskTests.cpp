@@ -41,8 +41,8 @@ TEST_F(Disk, AFullOneIsReportedAndStoredDataStays) {
                                 "unsubscribe " + address};
     int failures = 0;
     for (const QString& command : commands) {
+        const QStringList before = Stored();
         for (const rlim_t bytes : {0, 200, 5'000, 30'000, 130'000}) {
-            const QStringList before = Stored();
             const Result result = RunPrepared(command, [bytes] {
                 const rlimit limit{bytes, bytes};
                 setrlimit(RLIMIT_FSIZE, &limit);
