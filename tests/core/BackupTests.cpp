@@ -117,6 +117,9 @@ TEST_F(BackupTest, OneIsDueOnceADayWhenSomethingHasChanged) {
     const auto isDue = [&](const QDateTime& when) { return IsBackupDue(Folder.Path(), when); };
     const QDateTime now = QDateTime::currentDateTimeUtc().addSecs(2);
     EXPECT_TRUE(isDue(now));
+    Client->StartBackups({});
+    EXPECT_TRUE(tests::WaitUntil([&] { return ListBackups(Folder.Path()).size() == 1; }))
+        << "none is made at the start";
     Client.reset();
     MakeBackup(Folder.Path(), now, std::nullopt);
     EXPECT_FALSE(isDue(now.addDays(1))) << "nothing has changed";

@@ -149,6 +149,7 @@ TEST_F(Library, ADocumentThatIsCutOrWrongIsRefusedAsAWholeWithTheReason) {
         {"{}", "holds no library"},
         {R"({"format": "vexa-podcasts-library"})", "\"version\" is not a number"},
         {R"({"format": "vexa-podcasts-library", "version": 2, "feeds": []})", "newer version"},
+        {R"({"format" "vexa-podcasts-library"})", "there is no \":\" at byte 10"},
         {whole + "x", "something follows its end at byte 1"},
         {WithFeed(R"("address": "http://h/f", "title" "x")"), "not a JSON document: "},
         {WithFeed(R"("title": "x")"), "feed 1 has no \"address\""},
